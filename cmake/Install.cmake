@@ -1,0 +1,13 @@
+# cmake --install: the program, the engine, larkspur with its headers, and a CMake package.
+install(TARGETS larkspur EXPORT qbsvrtest-targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES larkspur.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qbsvrtest)
+foreach(folder common json format engine driver)
+  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qbsvrtest/${folder})
+endforeach()
+install(EXPORT qbsvrtest-targets NAMESPACE qbsvrtest:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qbsvrtest)
+configure_package_config_file(cmake/qbsvrtest-config.cmake.in ${PROJECT_BINARY_DIR}/qbsvrtest-config.cmake
+    INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qbsvrtest)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/qbsvrtest-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/qbsvrtest-config.cmake ${PROJECT_BINARY_DIR}/qbsvrtest-config-version.cmake
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qbsvrtest)

@@ -1,0 +1,15 @@
+# Compiler flags of our own targets; never part of what an installed target hands on.
+add_library(project_options INTERFACE)
+target_compile_options(project_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Werror
+    $<$<CONFIG:Debug>:-O1;-g1>)
+
+if(QBSVR_SANITIZE)
+  add_compile_options(-fsanitize=${QBSVR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${QBSVR_SANITIZE})
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
