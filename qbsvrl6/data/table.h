@@ -1,0 +1,82 @@
+// Typed rows and parameters, as read from JSON or XML text.
+#ifndef QBSVR_QBSVRL6_DATA_TABLE_H
+#define QBSVR_QBSVRL6_DATA_TABLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbsvrl6 {
+
+enum class ValueType : std::uint8_t { Null, Boolean, Number, Date, Text };
+
+// One value, light enough to pass by value. `text` is the value as the data wrote it ("1.10", "2024-03-05",
+// "12345678901234567890"): it belongs to the table (or to whoever made the value) and is what shows where no
+// format is given. Numbers that a double can't hold exactly keep all their digits there.
+struct Value {
+    ValueType type = ValueType::Null;
+    bool boolean = false;
+    double number = 0;
+    std::int64_t date = 0;  // seconds since 1970-01-01 of the wall clock, as larkspur::ClkDateTime counts
+    std::u16string_view text;
+
+    bool isNull() const { return type == ValueType::Null; }
+};
+
+// One table, held column by column.
+class Table {
+public:
+    explicit Table(std::u16string name);
+    ~Table();
+    Table(Table&&) noexcept;
+    Table& operator=(Table&&) noexcept;
+
+    const std::u16string& name() const;
+    std::size_t rowCount() const;
+    std::size_t columnCount() const;
+    const std::u16string& columnName(std::size_t column) const;
+    // Index of the column, or npos. Names compare exactly first, then without regard to ASCII case.
+    std::size_t findColumn(std::u16string_view name) const;
+    // A row or column out of range reads as null.
+    Value value(std::size_t row, std::size_t column) const;
+
+    static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+    // Building. Columns appear in the order of their first value; rows that lack one read as null there.
+    std::size_t addColumn(std::u16string name);
+    void beginRow();
+    void setNull(std::size_t column);
+    void setBoolean(std::size_t column, bool value);
+    void setNumber(std::size_t column, double value, std::u16string_view asWritten);
+    void setText(std::size_t column, std::u16string_view value);
+
+private:
+    struct Storage;
+    std::unique_ptr<Storage> storage_;
+};
+
+struct DataParameter {
+    std::u16string name;
+    ValueType type = ValueType::Text;
+    double number = 0;
+    bool boolean = false;
+    std::u16string text;
+
+    Value value() const { return {type, boolean, number, 0, text}; }
+};
+
+struct DataSet {
+    std::vector<Table> tables;
+    std::vector<DataParameter> parameters;
+
+    // The table of this name; the first table for an empty name; null if there is none.
+    const Table* table(std::u16string_view name) const;
+    const DataParameter* parameter(std::u16string_view name) const;
+};
+
+}  // namespace qbsvrl6
+
+#endif

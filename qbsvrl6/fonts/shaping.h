@@ -1,0 +1,58 @@
+// Text as glyphs, and text broken into lines.
+#ifndef QBSVR_QBSVRL6_FONTS_SHAPING_H
+#define QBSVR_QBSVRL6_FONTS_SHAPING_H
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+// Distances are in 1/1000 em, so that one shaping serves every size.
+struct Glyph {
+    std::uint32_t id = 0;
+    std::uint32_t cluster = 0;  // index of the first UTF-16 unit that the glyph stands for
+    float advance = 0;
+    float xOffset = 0;
+    float yOffset = 0;  // upwards
+};
+
+struct GlyphRun {
+    FontSet::Member member;
+    std::uint32_t firstUnit = 0;
+    std::uint32_t unitCount = 0;
+    std::vector<Glyph> glyphs;
+};
+
+struct ShapedText {
+    std::vector<GlyphRun> runs;
+    float width = 0;  // 1/1000 em
+};
+
+using ShapedTextPtr = std::shared_ptr<const ShapedText>;
+
+// Shapes one line of text (no line ends). Results come from a bounded cache of the calling thread.
+ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text);
+
+// A stretch of text that stands on one line; blanks at its end are cut off from `unitCount`.
+struct TextLine {
+    std::uint32_t firstUnit = 0;
+    std::uint32_t unitCount = 0;
+    ShapedTextPtr shaped;
+    Micrometres width = 0;
+    bool endsParagraph = false;
+};
+
+// Breaks text into lines no wider than `width` by the Unicode line breaking rules (UAX 14): CR, LF and CR LF
+// always break; a word that is wider than the line is cut between characters. A width below 1 means
+// unbounded.
+std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
+                                 Micrometres width);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,40 @@
+// From a definition and its data to pages of items.
+#ifndef QBSVR_QBSVRL6_LAYOUT_LAYOUT_H
+#define QBSVR_QBSVRL6_LAYOUT_LAYOUT_H
+
+#include <map>
+#include <memory>
+
+#include "qbsvrl6/data/table.h"
+#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+struct LayoutOptions {
+    bool paged = true;  // false: one continuous page of unbounded height, in logical order
+    bool pageHeadersAndFooters = true;
+    bool onlyDetailGrid = false;
+};
+
+// The data of a report and of those of its sub-reports that have data of their own. A report that is not in
+// the map reads its parent's data. Null means none.
+struct ReportData {
+    std::map<const ReportDefinition*, std::shared_ptr<const DataSet>> sets;
+    // The recordset of the grid, where it has its own.
+    std::map<const DetailGrid*, std::shared_ptr<const DataSet>> gridSets;
+};
+
+// Lays out the whole report into the sink, page by page; memory doesn't grow with the number of pages.
+// Raises EngineError for faulty expressions and for passed limits.
+void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
+            PageSink& sink);
+
+// x of each column edge that the detail grid and the free controls of the report use, in micrometres from the
+// paper's left edge, ascending and without repeats: the cuts of a cell document. Edges nearer than a
+// millimetre are one.
+std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,31 @@
+// What an export is asked to be.
+#ifndef QBSVR_QBSVRL6_MODEL_EXPORT_OPTIONS_H
+#define QBSVR_QBSVRL6_MODEL_EXPORT_OPTIONS_H
+
+#include <string>
+
+namespace qbsvrl6 {
+
+// The numbers are those of tagQBExportType.
+enum class ExportKind { Xls = 1, Txt = 2, Htm = 3, Rtf = 4, Pdf = 5, Csv = 6, Image = 7 };
+enum class ImageKind { Tiff = 1, Png = 2 };
+
+struct ExportOptions {
+    ExportKind kind = ExportKind::Pdf;
+    std::u16string fileName;  // target of an export into a file
+
+    // Cell kinds (XLS, TXT, HTM, RTF, CSV).
+    bool sameAsPrint = true;  // false: one continuous table from logical rows
+    bool pageBreaks = true;
+    bool pageHeadersAndFooters = true;
+    bool onlyDetailGrid = false;
+    bool xlsx = false;  // the spreadsheet kind's form
+
+    ImageKind imageKind = ImageKind::Tiff;
+    bool allPagesInOneImage = false;
+    bool embedWholeFonts = false;  // PDF; else subsets
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,81 @@
+// Fonts, borders and named styles of a report.
+#ifndef QBSVR_QBSVRL6_MODEL_STYLE_H
+#define QBSVR_QBSVRL6_MODEL_STYLE_H
+
+#include <optional>
+#include <string>
+
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+enum class HorizontalAlign { Left, Center, Right, Justify };
+enum class VerticalAlign { Top, Middle, Bottom };
+
+// What a text does that needs more room than its box has.
+enum class TextFit {
+    Grow,      // wraps; the box and its section grow where the section may, and the text is cut where not
+    Clip,      // wraps and is cut at the box
+    Ellipsis,  // one line a paragraph, cut with an ellipsis
+    Shrink,    // the font shrinks, down to a third, until the text fits
+};
+
+struct BorderLine {
+    Micrometres width = 0;  // 0: no line
+    Color color;
+    bool operator==(const BorderLine&) const = default;
+};
+
+struct Border {
+    BorderLine left, top, right, bottom;
+    bool operator==(const Border&) const = default;
+};
+
+// A style as written: what is not set comes from the parent style, then from the report's own font and the
+// built-in defaults.
+struct Style {
+    std::optional<std::u16string> fontFamily;
+    std::optional<double> fontSize;  // points
+    std::optional<bool> bold, italic, underline;
+    std::optional<Color> color;
+    std::optional<Color> background;
+    std::optional<HorizontalAlign> align;
+    std::optional<VerticalAlign> verticalAlign;
+    std::optional<TextFit> fit;
+    std::optional<int> rotation;        // degrees clockwise: 0, 90, 180, 270
+    std::optional<double> lineSpacing;  // times the font's own line height
+    std::optional<Edges> padding;
+    std::optional<BorderLine> borderLeft, borderTop, borderRight, borderBottom;
+    bool operator==(const Style&) const = default;
+};
+
+struct NamedStyle {
+    std::u16string name;
+    std::u16string parent;  // empty: none
+    Style style;
+    bool operator==(const NamedStyle&) const = default;
+};
+
+// A style with nothing left open.
+struct ResolvedStyle {
+    std::u16string fontFamily = u"SimSun";
+    double fontSize = 10.0;
+    bool bold = false, italic = false, underline = false;
+    Color color;
+    std::optional<Color> background;
+    HorizontalAlign align = HorizontalAlign::Left;
+    VerticalAlign verticalAlign = VerticalAlign::Middle;
+    TextFit fit = TextFit::Grow;
+    int rotation = 0;
+    double lineSpacing = 1.0;
+    Edges padding{500, 300, 500, 300};
+    Border border;
+    bool operator==(const ResolvedStyle&) const = default;
+};
+
+// Puts what `over` sets on top of `base`.
+void applyStyle(ResolvedStyle& base, const Style& over);
+
+}  // namespace qbsvrl6
+
+#endif

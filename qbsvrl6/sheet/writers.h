@@ -1,0 +1,31 @@
+// Cell documents from laid-out bands: each kind is one sink.
+#ifndef QBSVR_QBSVRL6_SHEET_WRITERS_H
+#define QBSVR_QBSVRL6_SHEET_WRITERS_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/model/export_options.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+struct SheetOptions {
+    DocumentInfo info;
+    std::vector<Micrometres> cuts;  // x of the columns' edges on the paper, ascending
+    PageSetup page;
+    bool paged = true;  // as printed
+    bool pageBreaks = true;
+};
+
+// `output` holds the whole document after finish().
+std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, std::string& output);
+std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, std::string& output);
+std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, std::string& output);
+std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, std::string& output);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,50 @@
+// The one exception of the engine's inside. It never leaves the library: each entry point turns it into a
+// null or a false and a line of the log.
+#ifndef QBSVR_QBSVRL6_SUPPORT_ERROR_H
+#define QBSVR_QBSVRL6_SUPPORT_ERROR_H
+
+#include <stdexcept>
+#include <string>
+
+namespace qbsvrl6 {
+
+enum class ErrorCode {
+    FileNotFound,
+    FileUnreadable,
+    FileUnwritable,
+    NotXml,
+    UnknownVersion,
+    BadTemplate,
+    BadExpression,
+    BadData,
+    BadEncoding,
+    BadPicture,
+    FetchFailed,
+    LimitExceeded,
+    NotSupported,
+    Internal,
+};
+
+// Where an error was found. Lines and columns count from 1; 0 means unknown.
+struct SourcePlace {
+    std::string file;
+    int line = 0;
+    int column = 0;
+};
+
+// what() reads "file:line:column: message", without the parts that are unknown. All text is UTF-8.
+class EngineError : public std::runtime_error {
+public:
+    EngineError(ErrorCode code, const std::string& message, SourcePlace place = {});
+
+    ErrorCode code() const { return code_; }
+    const SourcePlace& place() const { return place_; }
+
+private:
+    ErrorCode code_;
+    SourcePlace place_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,28 @@
+// The named limits of the engine. Templates and data come from elsewhere: what passes a limit is refused with
+// ErrorCode::LimitExceeded and a cause in the log, and never takes the process down.
+#ifndef QBSVR_QBSVRL6_SUPPORT_LIMITS_H
+#define QBSVR_QBSVRL6_SUPPORT_LIMITS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qbsvrl6::limits {
+
+inline constexpr std::size_t kTemplateBytes = 64u << 20;
+inline constexpr std::size_t kDataBytes = 1u << 30;
+inline constexpr std::size_t kPictureBytes = 64u << 20;
+inline constexpr std::int64_t kPicturePixels = 100'000'000;
+inline constexpr int kXmlDepth = 200;
+inline constexpr int kDataDepth = 200;
+inline constexpr int kSubReportDepth = 16;
+inline constexpr int kExpressionDepth = 100;
+inline constexpr std::size_t kGridColumns = 2'000;
+inline constexpr std::size_t kDataColumns = 16'384;
+inline constexpr int kPages = 1'000'000;
+inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
+inline constexpr int kFetchSeconds = 30;
+inline constexpr int kFetchRedirects = 5;
+
+}  // namespace qbsvrl6::limits
+
+#endif
