@@ -7,4 +7,16 @@
 #ifndef LARKSPUR_H
 #define LARKSPUR_H
 
+#include "common/bin_data_package.h"
+#include "common/errors.h"
+#include "common/files.h"
+#include "common/memory.h"
+#include "common/memory_stream.h"
+#include "common/paths.h"
+#include "common/string_ops.h"
+#include "common/text.h"
+#include "common/unicode.h"
+#include "format/locale_settings.h"
+#include "format/number_helpers.h"
+
 #endif

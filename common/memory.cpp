@@ -1,0 +1,40 @@
+#include "common/memory.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "common/files.h"
+
+namespace larkspur {
+
+void* memalloc(int size) { return memrealloc(nullptr, size); }
+
+void* memrealloc(void* block, int size) {
+    void* const result = size < 0 ? nullptr : std::realloc(block, static_cast<std::size_t>(size));
+    if (result == nullptr) throw std::bad_alloc();
+    return result;
+}
+
+void memfree(void* block) { std::free(block); }
+
+ClkMemory::~ClkMemory() { memfree(m_Data); }
+
+void ClkMemory::SetSize(int size) {
+    if (size < 1) {
+        Clear();
+        return;
+    }
+    m_Data = memrealloc(m_Data, size);
+    m_Size = size;
+}
+
+void ClkMemory::Clear() {
+    memfree(m_Data);
+    m_Data = nullptr;
+    m_Size = 0;
+}
+
+void ClkBinaryData::LoadFromFile(const lkchar* path) { LoadBinDataFromLocalFile(path, *this); }
+void ClkBinaryData::SaveToFile(const lkchar* path) { SaveBinDataToLocalFile(path, m_Data, m_Size); }
+
+}  // namespace larkspur

@@ -1,0 +1,48 @@
+// Allocation that never answers null, and the block of bytes that converters and file functions hand out.
+#ifndef QBSVR_COMMON_MEMORY_H
+#define QBSVR_COMMON_MEMORY_H
+
+#include "common/text.h"
+
+namespace larkspur {
+
+// All three work on the C allocator. Out of memory and negative sizes raise std::bad_alloc.
+void* memalloc(int size);
+void* memrealloc(void* block, int size);  // size 0 on a live block frees it and raises
+void memfree(void* block);                // null does nothing
+
+class ClkNonCopyable {
+public:
+    ClkNonCopyable() = default;
+    ClkNonCopyable(const ClkNonCopyable&) = delete;
+    ClkNonCopyable& operator=(const ClkNonCopyable&) = delete;
+};
+
+// Owns one block of bytes. Text in it counts its zero terminator in the size.
+class ClkMemory : public ClkNonCopyable {
+public:
+    ClkMemory() = default;
+    virtual ~ClkMemory();
+
+    // Keeps the old bytes up to the smaller size; new ones are undefined. A size below 1 frees the block.
+    void SetSize(int size);
+    void Clear();
+
+    int Size() const { return m_Size; }
+    void* Data() const { return m_Data; }  // null when the size is 0
+
+protected:
+    int m_Size = 0;
+    void* m_Data = nullptr;
+};
+
+// A block that loads and saves itself: LoadBinDataFromLocalFile and SaveBinDataToLocalFile.
+class ClkBinaryData : public ClkMemory {
+public:
+    void LoadFromFile(const lkchar* path);
+    void SaveToFile(const lkchar* path);
+};
+
+}  // namespace larkspur
+
+#endif

@@ -1,0 +1,63 @@
+// A growing block of bytes with a read and write position.
+#ifndef QBSVR_COMMON_MEMORY_STREAM_H
+#define QBSVR_COMMON_MEMORY_STREAM_H
+
+#include "common/memory.h"
+
+namespace larkspur {
+
+// Counts, sizes and positions are bytes; a negative one reads as 0. Operations that return int, besides Read,
+// return 0 for success. Every growth may raise std::bad_alloc.
+class ClkMemoryStream : public ClkNonCopyable {
+public:
+    ClkMemoryStream() = default;
+    ~ClkMemoryStream();
+
+    int Reset();  // frees the block
+
+    int Read(void* to, int n);  // returns the bytes read, fewer than n at the end
+    unsigned char ReadC();      // raises ClkException of type 1 at the end
+
+    int Write(const void* data, int n);       // at the position
+    int AppendData(const void* data, int n);  // at the end
+    int WriteC(unsigned char value);
+    int AppendTrailData(unsigned char value, int count);  // count times the value, at the end
+
+    // For callers that made room with Resize: never grow the block. A byte that finds no room is dropped.
+    void AppendByte(unsigned char value) {
+        if (m_Size < m_Capacity) m_Data[m_Size++] = value;
+        m_Position = m_Size;
+    }
+    void WriteByte(unsigned char value, int index) {  // anywhere in the capacity; size and position stay
+        if (index >= 0 && index < m_Capacity) m_Data[index] = value;
+    }
+
+    // Origin 0 counts from the start, 1 from the position, any other back from the end. A target behind the
+    // end grows the size; the bytes between are undefined.
+    int Seek(int offset, int origin);
+
+    int Resize(int capacity);  // cuts size and position when they exceed it
+    int ExpandBuffer(int n);   // grows by 50 KiB when empty, else by the capacity up to 1000 KiB or by 2 n
+
+    // Hands the block, cut to the size that n receives, to the caller, who frees it with memfree; the stream
+    // is empty then. Raises std::bad_alloc when a live block has size 0.
+    void* Detach(int& n);
+    void AttachData(void* block, int n);  // takes over a block of memalloc; the position is its end
+
+    int Size() const { return m_Size; }
+    int Capacity() const { return m_Capacity; }
+    int Position() const { return m_Position; }
+    void* Data() const { return m_Data; }
+
+private:
+    void Reserve(int position, int n);
+
+    unsigned char* m_Data = nullptr;
+    int m_Capacity = 0;
+    int m_Size = 0;
+    int m_Position = 0;
+};
+
+}  // namespace larkspur
+
+#endif
