@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "common/files.h"
 
@@ -32,6 +33,11 @@ void ClkMemory::Clear() {
     memfree(m_Data);
     m_Data = nullptr;
     m_Size = 0;
+}
+
+void ClkMemory::Swap(ClkMemory& other) noexcept {
+    std::swap(m_Size, other.m_Size);
+    std::swap(m_Data, other.m_Data);
 }
 
 void ClkBinaryData::LoadFromFile(const lkchar* path) { LoadBinDataFromLocalFile(path, *this); }

@@ -27,6 +27,7 @@ public:
     // Keeps the old bytes up to the smaller size; new ones are undefined. A size below 1 frees the block.
     void SetSize(int size);
     void Clear();
+    void Swap(ClkMemory& other) noexcept;
 
     int Size() const { return m_Size; }
     void* Data() const { return m_Data; }  // null when the size is 0

@@ -1,0 +1,372 @@
+#include "common/unicode.h"
+
+#include <algorithm>
+#include <bit>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+#include "common/errors.h"
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace larkspur {
+
+namespace {
+
+using Byte = unsigned char;
+
+bool IsContinuation(Byte byte) { return (byte & 0xC0) == 0x80; }
+
+// The sequence lengths that the decoder knows; 0 for continuation bytes and everything from 0xF0 up.
+std::size_t SequenceLength(Byte lead) {
+    if (lead < 0x80) return 1;
+    if (lead < 0xC0) return 0;
+    if (lead < 0xE0) return 2;
+    return lead < 0xF0 ? 3 : 0;
+}
+
+// ---- Runs of ASCII. All of these may write a whole block beyond what they answer, inside the n that they
+// are given.
+
+// Bytes below 0x80 at the start of a block.
+std::size_t AsciiLength(const Byte* from, std::size_t n) {
+    std::size_t i = 0;
+#ifdef __SSE2__
+    for (; i + 16 <= n; i += 16) {
+        const int high = _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)));
+        if (high != 0) return i + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned int>(high)));
+    }
+#endif
+    while (i < n && from[i] < 0x80) ++i;
+    return i;
+}
+
+// Copies the bytes below 0x80 at the start of a block as units and answers how many.
+std::size_t WidenAscii(const Byte* from, std::size_t n, lkchar* to) {
+    std::size_t i = 0;
+#ifdef __SSE2__
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 16 <= n; i += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i + 8), _mm_unpackhi_epi8(bytes, zero));
+        const int high = _mm_movemask_epi8(bytes);
+        if (high != 0) return i + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned int>(high)));
+    }
+#endif
+    for (; i < n && from[i] < 0x80; ++i) to[i] = from[i];
+    return i;
+}
+
+// Copies the units below 0x80 at the start of a block as bytes and answers how many.
+std::size_t NarrowAscii(const lkchar* from, std::size_t n, Byte* to) {
+    std::size_t i = 0;
+#ifdef __SSE2__
+    const __m128i notAscii = _mm_set1_epi16(static_cast<short>(0xFF80));
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 16 <= n; i += 16) {
+        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
+        const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i + 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), _mm_packus_epi16(low, high));
+        const __m128i isAscii = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_and_si128(low, notAscii), zero),
+                                                _mm_cmpeq_epi16(_mm_and_si128(high, notAscii), zero));
+        const auto ascii = static_cast<unsigned int>(_mm_movemask_epi8(isAscii));
+        if (ascii != 0xFFFF) return i + static_cast<std::size_t>(std::countr_one(ascii));
+    }
+#endif
+    for (; i < n && from[i] < 0x80; ++i) to[i] = static_cast<Byte>(from[i]);
+    return i;
+}
+
+// ---- Runs of three-byte sequences, such as Chinese: two at a time in the low 48 bits of a 64-bit word.
+
+constexpr bool kLittleEndian = std::endian::native == std::endian::little;
+constexpr std::uint64_t kBothUnits = 0x000001000001;  // a factor that puts a value into both 24-bit lanes
+
+bool LoadsTwoSequences(const Byte* from, std::uint64_t& word) {
+    std::memcpy(&word, from, sizeof word);
+    return (word & (0xC0C0F0 * kBothUnits)) == 0x8080E0 * kBothUnits;
+}
+
+// Bytes of whole pairs of three-byte sequences at the start of a block.
+std::size_t ThreeByteLength(const Byte* from, std::size_t n) {
+    std::size_t i = 0;
+    if constexpr (kLittleEndian) {
+        std::uint64_t word;
+        while (i + 8 <= n && LoadsTwoSequences(from + i, word)) i += 6;
+    }
+    return i;
+}
+
+// Decodes such pairs and answers the bytes used, three for each unit written.
+std::size_t DecodeThreeByteRun(const Byte* from, std::size_t n, lkchar* to) {
+    std::size_t i = 0;
+    if constexpr (kLittleEndian) {
+        std::uint64_t word;
+        for (; i + 8 <= n && LoadsTwoSequences(from + i, word); i += 6, to += 2) {
+            const std::uint64_t lanes = (word << 12 & 0xF000 * kBothUnits) |
+                                        (word >> 2 & 0x0FC0 * kBothUnits) |
+                                        (word >> 16 & 0x003F * kBothUnits);
+            const auto units = static_cast<std::uint32_t>((lanes & 0xFFFF) | (lanes >> 8 & 0xFFFF0000));
+            std::memcpy(to, &units, sizeof units);
+        }
+    }
+    return i;
+}
+
+// Encodes pairs of units from 0x800 up, three bytes each, and answers the units used. Leaves the last three
+// units of a block alone, so that a store of eight bytes stays inside three bytes a unit.
+std::size_t EncodeThreeByteRun(const lkchar* from, std::size_t n, Byte* to) {
+    std::size_t i = 0;
+    if constexpr (kLittleEndian) {
+        for (; i + 3 < n; i += 2, to += 6) {
+            std::uint32_t units;
+            std::memcpy(&units, from + i, sizeof units);
+            if ((units & 0xF800) == 0 || (units & 0xF8000000) == 0) break;
+            const std::uint64_t lanes = (units & 0xFFFF) | static_cast<std::uint64_t>(units & 0xFFFF0000)
+                                                               << 8;
+            const std::uint64_t word = 0x8080E0 * kBothUnits | (lanes >> 12 & 0x00000F * kBothUnits) |
+                                       (lanes << 2 & 0x003F00 * kBothUnits) |
+                                       (lanes << 16 & 0x3F0000 * kBothUnits);
+            std::memcpy(to, &word, sizeof word);
+        }
+    }
+    return i;
+}
+
+// ---- Single units
+
+// Decodes the sequence at the start of n bytes (n of 1 or more) and answers its length, or 0 when it is bad
+// or runs over the end. The second byte of a two-byte sequence is not examined, and no form is too long: what
+// the encoder writes for a lone surrogate comes back.
+std::size_t DecodeUnit(const Byte* from, std::size_t n, lkchar& out) {
+    out = 0;
+    const std::size_t length = SequenceLength(from[0]);
+    if (length > n) return 0;
+    switch (length) {
+        case 1:
+            out = from[0];
+            break;
+        case 2:
+            out = static_cast<lkchar>((from[0] & 0x1F) << 6 | (from[1] & 0x3F));
+            break;
+        case 3:
+            if (!IsContinuation(from[1]) || !IsContinuation(from[2])) return 0;
+            out = static_cast<lkchar>((from[0] & 0x0F) << 12 | (from[1] & 0x3F) << 6 | (from[2] & 0x3F));
+            break;
+        default:
+            break;
+    }
+    return length;
+}
+
+std::size_t EncodeUnit(lkchar unit, Byte* to) {
+    if (unit < 0x80) {
+        to[0] = static_cast<Byte>(unit);
+        return 1;
+    }
+    if (unit < 0x800) {
+        to[0] = static_cast<Byte>(0xC0 | unit >> 6);
+        to[1] = static_cast<Byte>(0x80 | (unit & 0x3F));
+        return 2;
+    }
+    to[0] = static_cast<Byte>(0xE0 | unit >> 12);
+    to[1] = static_cast<Byte>(0x80 | (unit >> 6 & 0x3F));
+    to[2] = static_cast<Byte>(0x80 | (unit & 0x3F));
+    return 3;
+}
+
+// ---- Blocks
+
+// Decodes the sequences that start ahead of limit; the last one may reach up to end. Moves from and to behind
+// what was read and written, and answers false at a bad sequence. There is room for a unit a byte.
+bool DecodeBlock(const Byte*& from, const Byte* limit, const Byte* end, lkchar*& to) {
+    while (from < limit) {
+        const auto left = static_cast<std::size_t>(limit - from);
+        if (*from < 0x80) {
+            const std::size_t units = WidenAscii(from, left, to);
+            from += units;
+            to += units;
+            continue;
+        }
+        if (*from >= 0xE0) {
+            const std::size_t bytes = DecodeThreeByteRun(from, left, to);
+            from += bytes;
+            to += bytes / 3;
+            if (bytes > 0) continue;
+        }
+        const std::size_t bytes = DecodeUnit(from, static_cast<std::size_t>(end - from), *to);
+        if (bytes == 0) return false;
+        from += bytes;
+        ++to;
+    }
+    return true;
+}
+
+// Encodes n units and answers the end of the bytes. There is room for three bytes a unit.
+Byte* EncodeBlock(const lkchar* from, std::size_t n, Byte* to) {
+    const lkchar* const end = from + n;
+    while (from < end) {
+        const auto left = static_cast<std::size_t>(end - from);
+        std::size_t units = 0;
+        if (*from < 0x80) {
+            units = NarrowAscii(from, left, to);
+            to += units;
+        } else if (*from >= 0x800) {
+            units = EncodeThreeByteRun(from, left, to);
+            to += 3 * units;
+        }
+        if (units == 0) {
+            to += EncodeUnit(*from, to);
+            units = 1;
+        }
+        from += units;
+    }
+    return to;
+}
+
+// Sizes of a ClkMemory are ints.
+int CheckedSize(std::int64_t size) {
+    if (size > INT_MAX) throw std::bad_alloc();
+    return static_cast<int>(size);
+}
+
+}  // namespace
+
+int UnicodeCharToUtf8(lkchar unit, char* to, int) {
+    return static_cast<int>(EncodeUnit(unit, reinterpret_cast<Byte*>(to)));
+}
+
+int Utf8ToUnicodeChar(const char* text, lkchar& out) {
+    if (text == nullptr) text = gc_char_empty;
+    // The zero byte may be read as the second byte of a sequence, but nothing behind it.
+    const std::size_t n = text[0] == 0 ? 1 : text[1] == 0 ? 2 : 3;
+    return static_cast<int>(DecodeUnit(reinterpret_cast<const Byte*>(text), n, out));
+}
+
+bool DetectIsUTF8(const void* data, int n) {
+    const auto* from = static_cast<const Byte*>(data);
+    std::size_t left = data == nullptr || n < 1 ? 0 : static_cast<std::size_t>(n);
+    while (left > 0) {
+        std::size_t length = AsciiLength(from, left);
+        if (length == 0) length = ThreeByteLength(from, left);
+        if (length == 0) {
+            length = SequenceLength(*from);
+            if (length == 0) return false;
+            if (length > left) return true;
+            if (!std::all_of(from + 1, from + length, IsContinuation)) return false;
+        }
+        from += length;
+        left -= length;
+    }
+    return true;
+}
+
+bool IsValidUtf8Str(const char* text, int n) {
+    // What the second byte may be, by lead byte; a range from 0 to 0xFF is any byte.
+    const auto isPair = [](Byte lead, Byte second) {
+        switch (lead) {
+            case 0xE0:
+                return second >= 0xA0 && second <= 0xBF;
+            case 0xED:
+                return second >= 0x80 && second <= 0x9F;
+            case 0xF0:
+                return second >= 0x90 && second <= 0xBF;
+            case 0xF4:
+                return second >= 0x80 && second <= 0x8F;
+            default:
+                return lead >= 0xC2 && lead <= 0xF3;
+        }
+    };
+    const auto* from = reinterpret_cast<const Byte*>(text);
+    const Byte* const end = text == nullptr || n < 1 ? from : from + n;
+    while (from < end) {
+        if (*from < 0x80) {
+            ++from;
+            continue;
+        }
+        if (end - from < 2 || !isPair(from[0], from[1])) return false;
+        from += 2;
+    }
+    return true;
+}
+
+void Utf8ToUnicode(const char* text, int n, ClkMemory& out) {
+    if (text == nullptr || n < 1) n = 0;
+    ClkMemory result;
+    result.SetSize(CheckedSize(2 * static_cast<std::int64_t>(n) + 2));
+    auto* const units = static_cast<lkchar*>(result.Data());
+    const auto* from = reinterpret_cast<const Byte*>(text);
+    const Byte* const end = from + n;
+    lkchar* to = units;
+    if (!DecodeBlock(from, end, end, to)) to = units;
+    *to = 0;
+    result.SetSize(static_cast<int>((to - units + 1) * static_cast<std::ptrdiff_t>(sizeof(lkchar))));
+    out.Swap(result);
+}
+
+lkstr Utf8ToUnicode(const char* text, int n) {
+    lkstr result;
+    if (text == nullptr || n < 1) return result;
+    const auto* from = reinterpret_cast<const Byte*>(text);
+    const Byte* const end = from + n;
+    // A string can't grow without being filled, so units pass through a buffer that stays in the nearest
+    // cache.
+    constexpr std::ptrdiff_t kChunk = 4096;
+    lkchar chunk[kChunk];
+    result.reserve(
+        static_cast<std::size_t>(std::count_if(from, end, [](Byte b) { return !IsContinuation(b); })));
+    while (from < end) {
+        lkchar* to = chunk;
+        if (!DecodeBlock(from, from + std::min(kChunk, end - from), end, to)) return lkstr();
+        result.append(chunk, to);
+    }
+    return result;
+}
+
+void Utf8ToUnicode(const char* text, int n, lkstr& out) { out = Utf8ToUnicode(text, n); }
+
+void UnicodeToUtf8(const lkchar* text, int n, ClkMemory& out) {
+    if (text == nullptr || n < 1) n = 0;
+    ClkMemory result;
+    result.SetSize(CheckedSize(3 * static_cast<std::int64_t>(n) + 1));
+    auto* const bytes = static_cast<Byte*>(result.Data());
+    Byte* const end = EncodeBlock(text, static_cast<std::size_t>(n), bytes);
+    *end = 0;
+    result.SetSize(static_cast<int>(end - bytes) + 1);
+    out.Swap(result);
+}
+
+str UnicodeToUtf8(const lkchar* text, int n) {
+    str result;
+    if (text == nullptr || n < 1) return result;
+    const lkchar* const end = text + n;
+    constexpr std::ptrdiff_t kChunk = 4096;
+    Byte chunk[3 * kChunk];
+    std::size_t size = 0;
+    for (const lkchar* unit = text; unit < end; ++unit) size += 1u + (*unit >= 0x80) + (*unit >= 0x800);
+    result.reserve(size);
+    while (text < end) {
+        const std::ptrdiff_t count = std::min(kChunk, end - text);
+        const Byte* const to = EncodeBlock(text, static_cast<std::size_t>(count), chunk);
+        result.append(reinterpret_cast<const char*>(chunk), static_cast<std::size_t>(to - chunk));
+        text += count;
+    }
+    return result;
+}
+
+void UnicodeToUtf8(const lkchar* text, int n, str& out) { out = UnicodeToUtf8(text, n); }
+
+void MbsToUnicode(const char* text, int n, ClkMemory& out) { Utf8ToUnicode(text, n, out); }
+void MbsToUnicode(const char* text, int n, lkstr& out) { Utf8ToUnicode(text, n, out); }
+lkstr MbsToUnicode(const char* text, int n) { return Utf8ToUnicode(text, n); }
+
+void UnicodeToMbs(const lkchar*, int, ClkMemory&) { throw ClkException(LKExceptionFunction, "UnicodeToMbs"); }
+void UnicodeToMbs(const lkchar*, int, str&) { throw ClkException(LKExceptionFunction, "UnicodeToMbs"); }
+str UnicodeToMbs(const lkchar*, int) { throw ClkException(LKExceptionFunction, "UnicodeToMbs"); }
+
+}  // namespace larkspur
