@@ -26,14 +26,18 @@ struct CellValue {
 };
 
 struct PlacedLine {
-    TextLine line;
-    Micrometres x = 0;         // of the line's start, relative to the item's box (ahead of rotation)
-    Micrometres baseline = 0;  // relative to the item's box
+    TextLine line;             // its units count in TextItem::lineText()
+    Micrometres x = 0;         // of the line's start, relative to the item's box ahead of rotation: at 90 and
+                               // 270 degrees that box has width and height swapped, and the turned box fills
+                               // the item's
+    Micrometres baseline = 0;  // relative to the same
     float wordSpacing = 0;     // 1/1000 em added at each blank of a justified line
+    float letterSpacing = 0;   // 1/1000 em added behind each character of a justified line without blanks
 };
 
 struct TextItem {
     std::u16string text;
+    std::u16string shown;  // what the lines are of, where it isn't `text`: cut with an ellipsis
     CellValue value;
     double fontSize = 10;        // after shrinking to fit
     std::optional<Color> color;  // where a format's colour mark or condition overrides the style's
@@ -42,6 +46,9 @@ struct TextItem {
     // The text holds the page count (or another total of the whole report) and is not laid out yet: a sink
     // keeps the item and asks PageSink's `settle` at the end.
     bool pending = false;
+    std::uint32_t pendingKey = 0;  // names it to PendingTexts
+
+    const std::u16string& lineText() const { return shown.empty() ? text : shown; }
 };
 
 struct LineItem {

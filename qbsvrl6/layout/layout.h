@@ -4,6 +4,8 @@
 
 #include <map>
 #include <memory>
+#include <string_view>
+#include <vector>
 
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/layout/items.h"
@@ -11,10 +13,22 @@
 
 namespace qbsvrl6 {
 
+// Draws what other stations know how to draw. A null result leaves the item's box without a drawing.
+class DrawingSource {
+public:
+    virtual ~DrawingSource() = default;
+    virtual std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
+                                                   Size box) = 0;
+    // `control` is the chart's control, whose content is a ChartContent.
+    virtual std::shared_ptr<const Drawing> chart(const Control& control, Size box) = 0;
+};
+
 struct LayoutOptions {
     bool paged = true;  // false: one continuous page of unbounded height, in logical order
     bool pageHeadersAndFooters = true;
     bool onlyDetailGrid = false;
+    bool measureText = true;  // false: texts get no lines and nothing grows; for sinks that want texts alone
+    DrawingSource* drawings = nullptr;  // null: barcodes and charts stay empty boxes
 };
 
 // The data of a report and of those of its sub-reports that have data of their own. A report that is not in

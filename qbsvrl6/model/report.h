@@ -161,6 +161,7 @@ enum class ColumnAdapt {
 
 struct DetailGrid {
     DataSource recordset;
+    std::u16string filter;  // an expression; rows where it isn't true are left out; empty: all rows
     std::vector<std::unique_ptr<Column>> columns;
     Micrometres titleHeight = 7000;  // 0: no title row
     bool repeatTitle = true;
