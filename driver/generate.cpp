@@ -1,0 +1,86 @@
+#include "driver/generate.h"
+
+#include <strings.h>
+
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+
+#include "common/paths.h"
+#include "common/unicode.h"
+#include "driver/events.h"
+#include "driver/export_tasks.h"
+#include "driver/messages.h"
+
+using namespace larkspur;
+using namespace quillbrook;
+
+namespace {
+
+struct GenerationFiles {
+    lkstr templateFile;
+    lkstr dataFile;
+    lkstr outFile;
+};
+
+lkstr WordToText(const char* word) {
+    return word ? MbsToUnicode(word, static_cast<int>(std::strlen(word))) : lkstr();
+}
+
+void Generate(const GenerationFiles& files, tagQBExportType type, const lkstr& typeText) {
+    // A report that wasn't created is the engine's affair: it takes null, and the closing line comes in all
+    // cases.
+    tagQBReport* report = QBReportCreate();
+    if (!QBReportLoadFromFile(report, files.templateFile.c_str()))
+        PrintTemplateLoadFailed(files.templateFile);
+    if (IsFileExist(files.dataFile.c_str()) && !QBReportLoadDataFromURL(report, files.dataFile.c_str())) {
+        PrintDataLoadFailed(files.dataFile);
+    }
+    if (typeText == u"xlsx") QBAttachEventExportBegin(report, new CqbExportBeginEventXLSX);
+    SaveBinaryObject(QBReportExportDirectToBinaryObject(report, type), files.outFile);
+    QBReportRelease(report);
+    std::printf("模板：%s，数据: %s, 导出：%s\n", UnicodeTextToPrintf(files.templateFile).c_str(),
+                UnicodeTextToPrintf(files.dataFile).c_str(), UnicodeTextToPrintf(files.outFile).c_str());
+}
+
+}  // namespace
+
+tagQBExportType ParseExportType(const char* type, lkstr& typeText) {
+    static constexpr struct {
+        const char* word;
+        tagQBExportType type;
+        const lkchar* text;
+    } kTypes[] = {
+        {"xls", QBExportType_XLS, u"xls"},
+        {"xlsx", QBExportType_XLS, u"xlsx"},
+        {"txt", QBExportType_TXT, u"txt"},
+        {"csv", QBExportType_CSV, u"csv"},
+    };
+
+    typeText.clear();
+    if (!type) throw std::logic_error("the word for the export type is missing");
+    for (const auto& entry : kTypes) {
+        if (strcasecmp(type, entry.word) == 0) {
+            typeText = entry.text;
+            return entry.type;
+        }
+    }
+    typeText = u"pdf";
+    return QBExportType_PDF;
+}
+
+void Test_GenShort(const char* dir, const char* fileName, const char* type) {
+    lkstr directory = WordToText(dir);
+    // Only "/" counts as closed, unlike in ConfigPath.
+    if (directory.empty() || directory.back() != u'/') directory += u'/';
+    const lkstr base = directory + WordToText(fileName);
+    lkstr typeText;
+    const tagQBExportType exportType = ParseExportType(type, typeText);
+    Generate({base + u".qbf", base + u".txt", base + u"." + typeText}, exportType, typeText);
+}
+
+void Test_GenFull(const char* templateFile, const char* dataFile, const char* outFile, const char* type) {
+    lkstr typeText;
+    const tagQBExportType exportType = ParseExportType(type, typeText);
+    Generate({WordToText(templateFile), WordToText(dataFile), WordToText(outFile)}, exportType, typeText);
+}

@@ -1,0 +1,55 @@
+// qbsvrtest: drives a report engine from the command line. `qbsvrtest -action setupPath outPath`
+#include <cstdio>
+#include <string>
+
+#include "driver/actions.h"
+#include "driver/engine_text.h"
+#include "driver/generate.h"
+#include "driver/sample_tree.h"
+
+namespace {
+
+constexpr lkchar kDefaultEnginePath[] = u"/usr/local/qbsvr6";
+
+// A word of two quote characters is how a script passes an empty one.
+str PathWord(int argc, char** argv, int index) {
+    const str word = argc > index ? argv[index] : "";
+    return word == "\"\"" ? str() : word;
+}
+
+void ConfigEngine(const str& setupPath) {
+    const lkstr path = setupPath.empty()
+                           ? lkstr(kDefaultEnginePath)
+                           : larkspur::AsciiStr2LKStr(setupPath.c_str(), static_cast<int>(setupPath.size()));
+    QBInitConfig(path.c_str());
+}
+
+void RunOnSampleTree(const str& action, const str& setupPath, const str& outputPath) {
+    ConfigPath(setupPath.c_str(), outputPath.c_str());
+    ReportsJson.LoadFromFile(EngineText(dataPath + L"ReportListJson.txt").c_str());
+    DoAction(action);
+    DoPrintPathInfo();
+}
+
+}  // namespace
+
+// The status is 0 whatever came of the reports: results are read from the lines.
+int main(int argc, char** argv) {
+    // A run that ends by an exception loses no line.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+
+    const str action = argc > 1 ? argv[1] : "-m";
+    const str setupPath = PathWord(argc, argv, 2);
+    const str outputPath = PathWord(argc, argv, 3);
+    ConfigEngine(setupPath);
+
+    if (action == "-gen_short") {
+        DoGenOneReportShort(argc, argv);
+    } else if (action == "-gen_full") {
+        DoGenOneReportFull(argc, argv);
+    } else if (action != "-v") {
+        RunOnSampleTree(action, setupPath, outputPath);
+    }
+    DoPrintVersion();
+    return 0;
+}

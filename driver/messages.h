@@ -1,0 +1,14 @@
+// The lines that several parts of the driver print. Each is one call of the C library, so that lines of
+// different threads never mix.
+#ifndef QBSVR_DRIVER_MESSAGES_H
+#define QBSVR_DRIVER_MESSAGES_H
+
+#include "driver/driver_types.h"
+
+void PrintCreateFailed();
+void PrintTemplateLoadFailed(const lkstr& templateFile);
+void PrintDataLoadFailed(const lkstr& dataFile);
+void PrintTemplateLoaded(const lkstr& templateFile, bool succeeded);
+void PrintTemplateSaved(const lkstr& templateFile, bool succeeded);
+
+#endif

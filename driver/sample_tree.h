@@ -1,0 +1,31 @@
+// The two trees that the driver works on: samples below a set-up directory, results below an output
+// directory; and the report list, which names the templates of a batch and the data of each.
+//
+//     ConfigPath("/opt/qb", "/tmp/out");
+//     ReportsJson.LoadFromFile(...);      // dataPath + "ReportListJson.txt"
+//
+// All of it is written on the initial thread before any other starts, and only read afterwards.
+#ifndef QBSVR_DRIVER_SAMPLE_TREE_H
+#define QBSVR_DRIVER_SAMPLE_TREE_H
+
+#include "driver/driver_types.h"
+#include "json/json_tree.h"
+
+// Directories, each closed by "/". The two roots have defaults from the start; the rest is empty until the
+// first ConfigPath or DoUpdatePath.
+extern wstr setupRoot;       // "/usr/local/qbsvr6/"
+extern wstr outPath;         // "/usr/local/qbsvr6/out/"
+extern wstr samplesRoot;     // setupRoot + "Samples/"
+extern wstr reportPath;      // samplesRoot + "Reports/": the templates, Name.qbf
+extern wstr dataPath;        // samplesRoot + "Data/": the report list, and data files in "json/"
+extern wstr exportBatchDir;  // outPath + "auto/": output of the batches
+
+// An array of groups {"Dir": sub-directory of reportPath, "Items": [{"Name": template, "Data": data name}]}.
+extern larkspur::ClkArrayJson ReportsJson;
+
+// Sets the two roots, adding a closing "/" where there is neither "/" nor a backslash, and derives the rest.
+// Null or empty keeps a root. Each byte becomes one character: only ASCII paths are meant to work.
+void ConfigPath(const char* setupPath, const char* outputPath);
+void DoUpdatePath();
+
+#endif
