@@ -35,6 +35,7 @@ public:
     Table& operator=(Table&&) noexcept;
 
     const std::u16string& name() const;
+    void rename(std::u16string name);
     std::size_t rowCount() const;
     std::size_t columnCount() const;
     const std::u16string& columnName(std::size_t column) const;

@@ -1,0 +1,142 @@
+#include "qbsvrl6/data/load.h"
+
+#include <algorithm>
+
+#include "qbsvrl6/data/readers.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+enum class Form { Json, Xml };
+
+Form formOf(const SourceText& source) {
+    const std::size_t start = source.text().find_first_not_of(" \t\r\n");
+    if (start == std::string::npos) source.fail(ErrorCode::BadData, "the data is empty", 0);
+    switch (source.text()[start]) {
+        case '<':
+            return Form::Xml;
+        case '[':
+        case '{':
+            return Form::Json;
+        default:
+            source.fail(ErrorCode::BadData, "the data is neither JSON nor XML", start);
+    }
+}
+
+bool isXmlCharacter(char32_t c) {
+    return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c != 0xFFFE && c != 0xFFFF && c != 0xFFFD);
+}
+
+// Characters that XML can't hold become U+FFFD.
+void appendText(std::u16string& xml, std::u16string_view text) {
+    for (std::size_t i = 0; i < text.size();) {
+        const char32_t c = nextCharacter(text, i);
+        switch (c) {
+            case '&':
+                xml += u"&amp;";
+                break;
+            case '<':
+                xml += u"&lt;";
+                break;
+            case '>':
+                xml += u"&gt;";
+                break;
+            case '\r':
+                xml += u"&#13;";
+                break;
+            default:
+                appendCharacter(xml, isXmlCharacter(c) ? c : 0xFFFD);
+        }
+    }
+}
+
+// A name of ours as one of XML's: other characters become "_".
+std::u16string elementName(std::u16string_view name, std::u16string_view fallback) {
+    const auto isStart = [](char16_t c) {
+        return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c == u'_' ||
+               (c >= 0xC0 && c < 0x2000) || (c >= 0x3001 && c < 0xD800) || (c >= 0xF900 && c < 0xFDD0);
+    };
+    const auto isPart = [&](char16_t c) {
+        return isStart(c) || (c >= u'0' && c <= u'9') || c == u'-' || c == u'.';
+    };
+    std::u16string result(name.empty() ? fallback : name);
+    for (char16_t& c : result) {
+        if (!isPart(c)) c = u'_';
+    }
+    if (!isStart(result.front())) result.insert(0, 1, u'_');
+    return result;
+}
+
+void appendElement(std::u16string& xml, const std::u16string& name, std::u16string_view text) {
+    xml += u'<';
+    xml += name;
+    xml += u'>';
+    appendText(xml, text);
+    xml += u"</";
+    xml += name;
+    xml += u'>';
+}
+
+void appendRows(std::u16string& xml, const Table& table) {
+    const std::u16string rowName = elementName(table.name(), u"row");
+    std::vector<std::u16string> names;
+    for (std::size_t column = 0; column < table.columnCount(); ++column) {
+        names.push_back(elementName(table.columnName(column), u"column"));
+    }
+    for (std::size_t row = 0; row < table.rowCount(); ++row) {
+        xml += u'<';
+        xml += rowName;
+        xml += u'>';
+        for (std::size_t column = 0; column < names.size(); ++column) {
+            const Value value = table.value(row, column);
+            if (!value.isNull()) appendElement(xml, names[column], value.text);
+        }
+        xml += u"</";
+        xml += rowName;
+        xml += u">\n";
+    }
+}
+
+}  // namespace
+
+std::size_t ColumnFinder::find(Table& table, const std::string& name) {
+    if (next_ < names_.size() && names_[next_] == name) return next_++;
+    const auto known = byName_.find(name);
+    if (known != byName_.end()) {
+        next_ = known->second + 1;
+        return known->second;
+    }
+    if (names_.size() == limits::kDataColumns) return Table::npos;
+    const std::size_t column = table.addColumn(toUtf16(name));
+    byName_.emplace(name, column);
+    names_.push_back(name);
+    next_ = column + 1;
+    return column;
+}
+
+DataSet readData(std::string_view bytes, const std::string& origin) {
+    const SourceText source(bytes, origin);
+    return formOf(source) == Form::Xml ? readXml(source) : readJson(source);
+}
+
+std::u16string readXmlText(std::string_view bytes, const std::string& origin) {
+    const SourceText source(bytes, origin);
+    if (formOf(source) == Form::Xml) {
+        checkXml(source);
+        return toUtf16(source.text());
+    }
+    const DataSet data = readJson(source);
+    std::u16string xml = u"<data>\n";
+    for (const DataParameter& parameter : data.parameters) {
+        appendElement(xml, elementName(parameter.name, u"parameter"), parameter.text);
+        xml += u'\n';
+    }
+    for (const Table& table : data.tables) appendRows(xml, table);
+    xml += u"</data>\n";
+    return xml;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,160 @@
+#include "qbsvrl6/data/source_text.h"
+
+#include <iconv.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <utility>
+
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+struct KnownEncoding {
+    std::string_view name;  // in lower case
+    const char* converter;  // for iconv; null: UTF-8 or a part of it
+};
+
+// The names that Chinese files bear all read by GB18030, which holds the older sets.
+constexpr std::array kEncodings = {
+    KnownEncoding{"utf-8", nullptr},         KnownEncoding{"utf8", nullptr},
+    KnownEncoding{"us-ascii", nullptr},      KnownEncoding{"gb18030", "GB18030"},
+    KnownEncoding{"gbk", "GB18030"},         KnownEncoding{"gb2312", "GB18030"},
+    KnownEncoding{"cp936", "GB18030"},       KnownEncoding{"windows-936", "GB18030"},
+    KnownEncoding{"big5", "BIG5"},           KnownEncoding{"iso-8859-1", "ISO-8859-1"},
+    KnownEncoding{"windows-1252", "CP1252"},
+};
+
+// The encoding that an XML declaration at the start names, in lower case; empty if it names none.
+std::string declaredEncoding(std::string_view bytes) {
+    if (!bytes.starts_with("<?xml")) return {};
+    const std::string_view declaration = bytes.substr(0, bytes.find("?>"));
+    const std::size_t key = declaration.find("encoding");
+    if (key == std::string_view::npos) return {};
+    const std::size_t open = declaration.find_first_of("\"'", key);
+    if (open == std::string_view::npos) return {};
+    const std::size_t close = declaration.find(declaration[open], open + 1);
+    if (close == std::string_view::npos) return {};
+    std::string name(declaration.substr(open + 1, close - open - 1));
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
+    return name;
+}
+
+// Where the first character that isn't UTF-8 begins.
+std::size_t firstBadCharacter(std::string_view bytes) {
+    std::size_t index = 0;
+    while (index < bytes.size()) {
+        const auto lead = static_cast<unsigned char>(bytes[index]);
+        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        if (!isValidUtf8(bytes.substr(index, length))) break;
+        index += length;
+    }
+    return index;
+}
+
+}  // namespace
+
+SourceText::SourceText(std::string_view bytes, std::string origin) : origin_(std::move(origin)) {
+    if (bytes.starts_with("\xEF\xBB\xBF")) {
+        readUtf8(bytes.substr(3));
+    } else if (bytes.starts_with("\xFF\xFE")) {
+        readUtf16(bytes.substr(2), false);
+    } else if (bytes.starts_with("\xFE\xFF")) {
+        readUtf16(bytes.substr(2), true);
+    } else {
+        readDeclared(bytes);
+    }
+}
+
+SourcePlace SourceText::place(std::size_t offset) const {
+    const std::string_view before = std::string_view(text_).substr(0, offset);
+    const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0
+    const auto isCharacterStart = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+    return {origin_, 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n')),
+            1 + static_cast<int>(std::count_if(before.begin() + static_cast<std::ptrdiff_t>(lineStart),
+                                               before.end(), isCharacterStart))};
+}
+
+void SourceText::fail(ErrorCode code, const std::string& message, std::size_t offset) const {
+    throw EngineError(code, message, place(offset));
+}
+
+void SourceText::readUtf8(std::string_view bytes) {
+    text_ = bytes;
+    if (isValidUtf8(text_)) return;
+    fail(ErrorCode::BadEncoding, "the text is not UTF-8", firstBadCharacter(text_));
+}
+
+void SourceText::readUtf16(std::string_view bytes, bool bigEndian) {
+    std::u16string units(bytes.size() / 2, u'\0');
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const auto first = static_cast<unsigned char>(bytes[2 * i]);
+        const auto second = static_cast<unsigned char>(bytes[2 * i + 1]);
+        units[i] = static_cast<char16_t>(bigEndian ? first << 8 | second : second << 8 | first);
+    }
+    text_ = toUtf8(units);
+    if (bytes.size() % 2 != 0) {
+        fail(ErrorCode::BadEncoding, "the UTF-16 text ends inside a character", text_.size());
+    }
+}
+
+void SourceText::readDeclared(std::string_view bytes) {
+    const std::string name = declaredEncoding(bytes);
+    if (name.empty()) {
+        readUtf8(bytes);
+        return;
+    }
+    const auto known = std::find_if(kEncodings.begin(), kEncodings.end(),
+                                    [&](const KnownEncoding& encoding) { return encoding.name == name; });
+    if (known == kEncodings.end()) {
+        throw EngineError(ErrorCode::NotSupported, "the encoding \"" + name + "\" is not supported",
+                          {origin_, 1, 1});
+    }
+    if (known->converter == nullptr) {
+        readUtf8(bytes);
+    } else {
+        convert(bytes, known->converter);
+    }
+}
+
+void SourceText::convert(std::string_view bytes, const char* encoding) {
+    const std::unique_ptr<void, int (*)(iconv_t)> converter(iconv_open("UTF-8", encoding), iconv_close);
+    if (converter.get() == reinterpret_cast<iconv_t>(-1)) {
+        throw EngineError(ErrorCode::NotSupported, std::string("no converter for ") + encoding, {origin_});
+    }
+    char* in = const_cast<char*>(bytes.data());  // iconv's signature; it doesn't write there
+    std::size_t inLeft = bytes.size();
+    std::array<char, 64 * 1024> block;
+    bool good = true;
+    while (good && inLeft > 0) {
+        char* out = block.data();
+        std::size_t outLeft = block.size();
+        good = iconv(converter.get(), &in, &inLeft, &out, &outLeft) != static_cast<std::size_t>(-1) ||
+               errno == E2BIG;
+        text_.append(block.data(), block.size() - outLeft);
+    }
+    if (!good) {
+        fail(ErrorCode::BadEncoding, std::string("the text is not ") + encoding + ", as it declares",
+             text_.size());
+    }
+}
+
+std::u16string_view widen(std::string_view utf8, std::u16string& buffer) {
+    if (buffer.size() < utf8.size()) buffer.resize(utf8.size());
+    char16_t* out = buffer.data();
+    const char* from = utf8.data();
+    const char* const end = from + utf8.size();
+    while (true) {
+        from = copyAscii(from, end, out, [](char) { return false; });
+        if (from == end) break;
+        putCharacter(out, takeCharacter(from));
+    }
+    return {buffer.data(), static_cast<std::size_t>(out - buffer.data())};
+}
+
+}  // namespace qbsvrl6

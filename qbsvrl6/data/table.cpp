@@ -1,0 +1,168 @@
+#include "qbsvrl6/data/table.h"
+
+#include <algorithm>
+#include <limits>
+#include <unordered_map>
+#include <utility>
+
+#include "qbsvrl6/support/error.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr char16_t lowered(char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+}
+
+bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char16_t x, char16_t y) { return lowered(x) == lowered(y); });
+}
+
+// One column. Its vectors end at the last row that has a value, so that a column which appears late or is
+// mostly absent costs little; `numbers` is empty as long as there are texts only.
+struct ColumnStorage {
+    std::u16string name;
+    std::vector<ValueType> types;
+    std::vector<std::uint32_t> textEnds;  // of each row in `texts`; the next row's text starts there
+    std::vector<double> numbers;          // of numbers and booleans
+    std::u16string texts;
+
+    std::uint32_t textStart(std::size_t row) const { return row == 0 ? 0 : textEnds[row - 1]; }
+
+    // Makes `row` the last one; a value that it had is dropped.
+    void openRow(std::size_t row) {
+        const std::size_t count = std::min(types.size(), row);
+        texts.resize(textStart(count));
+        types.resize(count);
+        textEnds.resize(count);
+        types.resize(row, ValueType::Null);
+        textEnds.resize(row, static_cast<std::uint32_t>(texts.size()));
+    }
+
+    void close(ValueType type, std::u16string_view text) {
+        if (text.size() > std::numeric_limits<std::uint32_t>::max() - texts.size()) {
+            throw EngineError(ErrorCode::LimitExceeded,
+                              "a column of data holds more than 4 billion characters");
+        }
+        texts.append(text);
+        types.push_back(type);
+        textEnds.push_back(static_cast<std::uint32_t>(texts.size()));
+    }
+
+    void setNumber(std::size_t row, double number) {
+        numbers.resize(row);
+        numbers.push_back(number);
+    }
+};
+
+}  // namespace
+
+struct Table::Storage {
+    std::u16string name;
+    std::size_t rowCount = 0;
+    std::vector<ColumnStorage> columns;
+    std::unordered_map<std::u16string, std::size_t> byName;
+
+    // The column, ready for the current row's value; null when there is none.
+    ColumnStorage* open(std::size_t column) {
+        if (column >= columns.size() || rowCount == 0) return nullptr;
+        columns[column].openRow(rowCount - 1);
+        return &columns[column];
+    }
+};
+
+Table::Table(std::u16string name) : storage_(std::make_unique<Storage>()) {
+    storage_->name = std::move(name);
+}
+Table::~Table() = default;
+Table::Table(Table&&) noexcept = default;
+Table& Table::operator=(Table&&) noexcept = default;
+
+const std::u16string& Table::name() const { return storage_->name; }
+void Table::rename(std::u16string name) { storage_->name = std::move(name); }
+std::size_t Table::rowCount() const { return storage_->rowCount; }
+std::size_t Table::columnCount() const { return storage_->columns.size(); }
+const std::u16string& Table::columnName(std::size_t column) const { return storage_->columns[column].name; }
+
+std::size_t Table::findColumn(std::u16string_view name) const {
+    const auto exact = storage_->byName.find(std::u16string(name));
+    if (exact != storage_->byName.end()) return exact->second;
+    const auto& columns = storage_->columns;
+    const auto similar = std::find_if(columns.begin(), columns.end(), [&](const ColumnStorage& column) {
+        return equalsIgnoringCase(column.name, name);
+    });
+    return similar == columns.end() ? npos : static_cast<std::size_t>(similar - columns.begin());
+}
+
+Value Table::value(std::size_t row, std::size_t column) const {
+    if (column >= storage_->columns.size()) return {};
+    const ColumnStorage& stored = storage_->columns[column];
+    if (row >= stored.types.size()) return {};
+    Value value;
+    value.type = stored.types[row];
+    switch (value.type) {
+        case ValueType::Null:
+            break;
+        case ValueType::Boolean:
+            value.boolean = stored.numbers[row] != 0;
+            value.text = value.boolean ? u"true" : u"false";
+            break;
+        case ValueType::Number:
+            value.number = stored.numbers[row];
+            [[fallthrough]];
+        default: {
+            const std::uint32_t start = stored.textStart(row);
+            value.text = std::u16string_view(stored.texts).substr(start, stored.textEnds[row] - start);
+        }
+    }
+    return value;
+}
+
+std::size_t Table::addColumn(std::u16string name) {
+    const std::size_t column = storage_->columns.size();
+    storage_->byName.emplace(name, column);
+    storage_->columns.emplace_back();
+    storage_->columns.back().name = std::move(name);
+    return column;
+}
+
+void Table::beginRow() { ++storage_->rowCount; }
+
+void Table::setNull(std::size_t column) {
+    if (ColumnStorage* stored = storage_->open(column)) stored->close(ValueType::Null, {});
+}
+
+void Table::setBoolean(std::size_t column, bool value) {
+    if (ColumnStorage* stored = storage_->open(column)) {
+        stored->setNumber(storage_->rowCount - 1, value ? 1 : 0);
+        stored->close(ValueType::Boolean, {});
+    }
+}
+
+void Table::setNumber(std::size_t column, double value, std::u16string_view asWritten) {
+    if (ColumnStorage* stored = storage_->open(column)) {
+        stored->setNumber(storage_->rowCount - 1, value);
+        stored->close(ValueType::Number, asWritten);
+    }
+}
+
+void Table::setText(std::size_t column, std::u16string_view value) {
+    if (ColumnStorage* stored = storage_->open(column)) stored->close(ValueType::Text, value);
+}
+
+const Table* DataSet::table(std::u16string_view name) const {
+    if (name.empty()) return tables.empty() ? nullptr : &tables.front();
+    const auto found =
+        std::find_if(tables.begin(), tables.end(), [&](const Table& table) { return table.name() == name; });
+    return found == tables.end() ? nullptr : &*found;
+}
+
+const DataParameter* DataSet::parameter(std::u16string_view name) const {
+    const auto found = std::find_if(parameters.begin(), parameters.end(),
+                                    [&](const DataParameter& parameter) { return parameter.name == name; });
+    return found == parameters.end() ? nullptr : &*found;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,138 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+namespace {
+
+class FetchFile : public testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/qbsvr-fetch-XXXXXX";
+        directory_ = std::string(::mkdtemp(&pattern[0])) + "/";
+        std::ofstream(directory_ + "数 据.txt") << "hello";
+        std::ofstream(directory_ + "empty.txt");
+        ::mkfifo((directory_ + "pipe").c_str(), 0600);
+    }
+    void TearDown() override { std::filesystem::remove_all(directory_); }
+
+    std::string get(const std::string& address, std::size_t maxBytes = 5) {
+        try {
+            return fetch(toUtf16(address), directory_, maxBytes);
+        } catch (const EngineError& error) {
+            std::string what = error.what();
+            const std::size_t at = what.find(directory_);
+            return "! " + (at == std::string::npos ? what : what.erase(at, directory_.size()));
+        }
+    }
+
+    std::string directory_;
+};
+
+TEST_F(FetchFile, ReadsRegularFilesUpToTheLimit) {
+    EXPECT_EQ(get("数 据.txt"), "hello");
+    EXPECT_EQ(get(directory_ + "数 据.txt"), "hello");
+    EXPECT_EQ(get("FILE://" + directory_ + "%E6%95%B0%20据.txt"), "hello");
+    EXPECT_EQ(get("file://localhost" + directory_ + "empty.txt"), "");
+    EXPECT_EQ(get("file:empty.txt"), "");
+    EXPECT_EQ(get("数 据.txt", 4), "! 数 据.txt: larger than 4 bytes");
+    EXPECT_EQ(get("absent.txt"), "! absent.txt: No such file or directory");
+    EXPECT_EQ(get("empty.txt/x"), "! empty.txt/x: Not a directory");
+    EXPECT_EQ(get("."), "! .: not a regular file");
+    EXPECT_EQ(get("pipe"), "! pipe: not a regular file");
+    EXPECT_EQ(get("/dev/zero"), "! /dev/zero: not a regular file");
+    EXPECT_EQ(get(""), "! the address of the data is empty");
+    EXPECT_EQ(get("file:a%00b"), "! a: the path holds a null character");
+    EXPECT_EQ(get("ftp://h/x").substr(0, 13), "! ftp://h/x: ");
+}
+
+// Answers each connection with the text that its path asks for.
+class Server {
+public:
+    Server() : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        ::bind(socket_, reinterpret_cast<sockaddr*>(&address), size);
+        ::listen(socket_, 8);
+        ::getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
+        host_ = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+        thread_ = std::thread([this] { serve(); });
+    }
+    ~Server() {
+        ::shutdown(socket_, SHUT_RDWR);
+        thread_.join();
+        ::close(socket_);
+    }
+    const std::string& host() const { return host_; }
+
+private:
+    void serve() const {
+        for (int client = 0; (client = ::accept(socket_, nullptr, nullptr)) >= 0; ::close(client)) {
+            std::string request(4096, '\0');
+            const ssize_t length = ::recv(client, request.data(), request.size(), 0);
+            request.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+            const std::string path = request.substr(4, request.find(' ', 4) - 4);
+            const std::string answer = answerTo(path);
+            ::send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
+        }
+    }
+    static std::string answerTo(const std::string& path) {
+        const std::string end = "Connection: close\r\n\r\n";
+        if (path == "/data") return "HTTP/1.1 200 OK\r\n" + end + "hello";
+        if (path == "/moved") return "HTTP/1.1 302 Found\r\nLocation: /data\r\n" + end;
+        if (path == "/loop") return "HTTP/1.1 302 Found\r\nLocation: /loop\r\n" + end;
+        if (path == "/leak") return "HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\n" + end;
+        if (path == "/short") return "HTTP/1.1 200 OK\r\nContent-Length: 99\r\n" + end + "hello";
+        return "HTTP/1.1 404 Not Found\r\n" + end;
+    }
+
+    int socket_;
+    std::string host_;
+    std::thread thread_;
+};
+
+TEST(FetchUrl, FollowsOnlyTheWeb) {
+    ::unsetenv("http_proxy");
+    const Server server;
+    const struct {
+        const char* path;
+        std::size_t maxBytes;
+        const char* expected;
+    } cases[] = {
+        {"/data", 5, "hello"},
+        {"/moved", 5, "hello"},
+        {"/data", 4, "larger than 4 bytes"},
+        {"/absent", 5, "404"},
+        {"/loop", 5, "Maximum (5) redirects followed"},
+        {"/leak", 5000, "Protocol \"file\" not supported"},
+        {"/short", 500, "transfer closed"},
+    };
+    for (const auto& one : cases) {
+        std::string result;
+        try {
+            result = fetch(toUtf16("http://user:secret@" + server.host() + one.path), "", one.maxBytes);
+        } catch (const EngineError& error) {
+            result = error.what();
+            EXPECT_EQ(result.find("secret"), std::string::npos) << result;
+        }
+        EXPECT_NE(result.find(one.expected), std::string::npos) << one.path << ": " << result;
+    }
+    EXPECT_THROW(fetch(u"http://127.0.0.1:1/", "", 5), EngineError);
+}
+
+}  // namespace
+}  // namespace qbsvrl6
