@@ -6,8 +6,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "qbsvrl6/data/source_text.h"
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/data/widen.h"
+#include "qbsvrl6/support/source_text.h"
 
 namespace qbsvrl6 {
 

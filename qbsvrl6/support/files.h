@@ -1,0 +1,25 @@
+// Whole files, read and written.
+#ifndef QBSVR_QBSVRL6_SUPPORT_FILES_H
+#define QBSVR_QBSVRL6_SUPPORT_FILES_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+// The bytes of a file. Raises EngineError that names the path: FileNotFound, FileUnreadable (a directory
+// too), LimitExceeded beyond `maxBytes`.
+std::string readFile(const std::string& path, std::size_t maxBytes);
+
+// Writes the whole file or leaves what was there: through a temporary file beside it, which takes its place
+// at the end. Makes missing directories. What isn't a regular file (a device, a pipe) is written directly.
+// Raises EngineError (FileUnwritable) that names the path and the system's cause.
+void writeFile(const std::string& path, std::string_view bytes);
+
+// The directory part of a path, closed by "/"; empty if the path has none.
+std::string directoryOf(std::string_view path);
+
+}  // namespace qbsvrl6
+
+#endif

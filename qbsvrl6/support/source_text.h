@@ -1,0 +1,38 @@
+// Other people's text as UTF-8, with places in it for messages.
+#ifndef QBSVR_QBSVRL6_SUPPORT_SOURCE_TEXT_H
+#define QBSVR_QBSVRL6_SUPPORT_SOURCE_TEXT_H
+
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/support/error.h"
+
+namespace qbsvrl6 {
+
+// Bytes of a template or data file, turned into valid UTF-8 without a mark.
+class SourceText {
+public:
+    // UTF-8 and UTF-16 by their marks, else what an XML declaration names, else UTF-8. Raises EngineError
+    // (BadEncoding) with the place of the first bad sequence, and NotSupported for an encoding we don't know.
+    SourceText(std::string_view bytes, std::string origin);
+
+    const std::string& text() const { return text_; }
+    const std::string& origin() const { return origin_; }
+
+    // Line and column (in characters) of a byte of the text.
+    SourcePlace place(std::size_t offset) const;
+    [[noreturn]] void fail(ErrorCode code, const std::string& message, std::size_t offset) const;
+
+private:
+    void readUtf8(std::string_view bytes);
+    void readUtf16(std::string_view bytes, bool bigEndian);
+    void readDeclared(std::string_view bytes);
+    void convert(std::string_view bytes, const char* encoding);
+
+    std::string origin_;
+    std::string text_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,430 @@
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_set>
+
+#include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/source_text.h"
+#include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/schema.h"
+#include "qbsvrl6/template/template_io.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// A style or column that is named before the whole report is known.
+struct Reference {
+    enum class To { Style, Column } to;
+    std::u16string name;
+    std::size_t offset;
+};
+
+struct Reading {
+    const SourceText& source;
+    std::vector<Reference> references;
+    int reportDepth = 0;
+};
+
+std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
+std::string tag(std::string_view name) { return '<' + std::string(name) + '>'; }
+
+std::size_t offsetOf(pugi::xml_node node) {
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
+}
+
+// Where the attribute's name stands: the parser keeps no places of attributes, but the text is well-formed by
+// now. The `skip`th attribute of this name is meant.
+std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std::string_view name,
+                              int skip = 0) {
+    constexpr const char* kBlanks = " \t\r\n";
+    std::size_t at = text.find_first_of(" \t\r\n/>", offsetOf(node));
+    while (at < text.size()) {
+        at = text.find_first_not_of(kBlanks, at);
+        if (at == std::string::npos || text[at] == '/' || text[at] == '>') break;
+        const std::size_t end = text.find_first_of(" \t\r\n=", at);
+        const std::size_t open = text.find_first_of("\"'", at);
+        if (end == std::string::npos || open == std::string::npos) break;
+        if (std::string_view(text).substr(at, end - at) == name && skip-- == 0) return at;
+        const std::size_t close = text.find(text[open], open + 1);
+        if (close == std::string::npos) break;
+        at = close + 1;
+    }
+    return offsetOf(node);
+}
+
+const std::u16string& nameOf(const NamedStyle& item) { return item.name; }
+const std::u16string& nameOf(const Parameter& item) { return item.name; }
+const std::u16string& nameOf(const Field& item) { return item.name; }
+const std::u16string& nameOf(const std::unique_ptr<Column>& item) { return item->name; }
+
+template <class T>
+T& made(T& item) {
+    return item;
+}
+template <class T>
+T& made(std::unique_ptr<T>& item) {
+    item = std::make_unique<T>();
+    return *item;
+}
+
+// One element under the reader's eyes. What describe asks for is noted; finish() refuses whatever else there
+// is.
+class ReadElement {
+public:
+    ReadElement(Reading& reading, pugi::xml_node node) : reading_(reading), node_(node) {}
+
+    template <class T, class Codec>
+    void attribute(const char* name, T& value, const T&, const Codec& codec) {
+        if (const pugi::xml_attribute found = take(name)) value = decode(found, codec);
+    }
+
+    template <class T, class Codec>
+    void attribute(const char* name, std::optional<T>& value, const Codec& codec) {
+        if (const pugi::xml_attribute found = take(name)) value = decode(found, codec);
+    }
+
+    template <class T, class Codec>
+    void required(const char* name, T& value, const Codec& codec) {
+        const pugi::xml_attribute found = take(name);
+        if (!found || *found.value() == '\0') {
+            fail("the attribute " + quoted(name) + " of " + tag(node_.name()) + " is missing or empty");
+        }
+        value = decode(found, codec);
+    }
+
+    void styleReference(const char* name, std::u16string& value) {
+        reference(name, Reference::To::Style, value);
+    }
+    void columnReference(const char* name, std::u16string& value) {
+        reference(name, Reference::To::Column, value);
+    }
+
+    void borders(std::optional<BorderLine>& left, std::optional<BorderLine>& top,
+                 std::optional<BorderLine>& right, std::optional<BorderLine>& bottom) {
+        attribute("border", left, BorderLineCodec{});
+        if (left) top = right = bottom = left;
+        attribute("borderLeft", left, BorderLineCodec{});
+        attribute("borderTop", top, BorderLineCodec{});
+        attribute("borderRight", right, BorderLineCodec{});
+        attribute("borderBottom", bottom, BorderLineCodec{});
+    }
+
+    void paper(PageSetup& page);
+
+    template <class Describe>
+    void child(const char* name, Describe&& describe) {
+        if (const pugi::xml_node found = takeOnly(name)) describeNode(found, describe);
+    }
+
+    template <class T, class Describe>
+    void pointer(const char* name, std::unique_ptr<T>& value, Describe&& describe) {
+        child(name, [&](ReadElement& element) { describe(element, made(value)); });
+    }
+
+    template <class T, class Describe>
+    void list(const char* name, std::vector<T>& values, Describe&& describe) {
+        children_.push_back(name);
+        for (const pugi::xml_node found : node_.children(name)) {
+            T& item = values.emplace_back();
+            describeNode(found, [&](ReadElement& element) { describe(element, made(item)); });
+        }
+    }
+
+    // A list whose items have names of their own.
+    template <class T, class Describe>
+    void namedList(const char* name, std::vector<T>& values, std::size_t most, Describe&& describe) {
+        std::unordered_set<std::u16string> names;
+        list(name, values, [&](ReadElement& element, auto& value) {
+            describe(element, value);
+            if (!names.insert(nameOf(values.back())).second) {
+                element.failAt("name",
+                               "another " + tag(name) + " is named " + quoted(toUtf8(nameOf(values.back()))));
+            }
+            if (values.size() > most) {
+                element.fail("more than " + std::to_string(most) + " " + tag(name), ErrorCode::LimitExceeded);
+            }
+        });
+    }
+
+    void bytes(const char* name, std::string& value);
+    void controls(ControlList& list);
+    void cell(const char* name, Control& control);
+    void nestedReport(const char* name, Report& report);
+    void checkReferences(const ReportDefinition& report);
+
+    // Refuses attributes, elements and text that nobody asked for.
+    void finish();
+
+    void readVersion();
+    [[noreturn]] void fail(const std::string& message, ErrorCode code = ErrorCode::BadTemplate) const {
+        const std::size_t name = offsetOf(node_);
+        reading_.source.fail(code, message, name > 0 ? name - 1 : 0);
+    }
+    [[noreturn]] void failAt(const char* name, const std::string& message,
+                             ErrorCode code = ErrorCode::BadTemplate) const {
+        reading_.source.fail(code, message, offsetOfAttribute(reading_.source.text(), node_, name));
+    }
+
+private:
+    pugi::xml_attribute take(const char* name) {
+        attributes_.push_back(name);
+        return node_.attribute(name);
+    }
+
+    pugi::xml_node takeOnly(const char* name) {
+        children_.push_back(name);
+        const pugi::xml_node found = node_.child(name);
+        if (const pugi::xml_node second = found.next_sibling(name)) {
+            ReadElement(reading_, second).fail("a second " + tag(name) + " in " + tag(node_.name()));
+        }
+        return found;
+    }
+
+    template <class Codec>
+    auto decode(pugi::xml_attribute found, const Codec& codec) const {
+        try {
+            return codec.read(found.value());
+        } catch (const ValueFault& fault) {
+            failAt(found.name(),
+                   std::string(found.name()) + "=" + quoted(found.value()) + ": " + fault.what());
+        }
+    }
+
+    template <class Describe>
+    void describeNode(pugi::xml_node node, Describe&& describe) {
+        ReadElement element(reading_, node);
+        describe(element);
+        element.finish();
+    }
+
+    void reference(const char* name, Reference::To to, std::u16string& value) {
+        attribute(name, value, {}, TextCodec{});
+        if (!value.empty()) {
+            reading_.references.push_back(
+                {to, value, offsetOfAttribute(reading_.source.text(), node_, name)});
+        }
+    }
+
+    bool readControlContent(pugi::xml_node node, Control& control, bool inCell);
+
+    Reading& reading_;
+    pugi::xml_node node_;
+    std::vector<std::string_view> attributes_;
+    std::vector<std::string_view> children_;
+    bool text_ = false;  // whether text is expected
+};
+
+void ReadElement::paper(PageSetup& page) {
+    static const PageSetup defaults;
+    std::optional<Size> size;
+    std::optional<bool> landscape;
+    std::optional<Micrometres> width;
+    std::optional<Micrometres> height;
+    constexpr LengthCodec kPaper{10'000, limits::kPaperMicrometres};
+    attribute("size", size, WordCodec<Size>{kPaperSizes});
+    attribute("orientation", landscape, WordCodec<bool>{kOrientations});
+    attribute("width", width, kPaper);
+    attribute("height", height, kPaper);
+    attribute("margins", page.margins, defaults.margins, EdgesCodec{});
+    if (width || height) {
+        if (!width || !height) fail("width and height of the paper stand together");
+        if (size || landscape) fail("a paper with width and height has no size and orientation");
+        page.paper = {*width, *height};
+    } else {
+        page.paper = size.value_or(defaults.paper);
+        if (landscape.value_or(false)) std::swap(page.paper.width, page.paper.height);
+    }
+    const Edges& margins = page.margins;
+    const std::int64_t least = kMicrometresPerMillimetre;
+    if (std::int64_t{page.paper.width} - margins.left - margins.right < least ||
+        std::int64_t{page.paper.height} - margins.top - margins.bottom < least) {
+        fail("the margins leave no room on the page");
+    }
+}
+
+void ReadElement::bytes(const char* name, std::string& value) {
+    child(name, [&](ReadElement& element) {
+        element.text_ = true;
+        try {
+            for (const pugi::xml_node part : element.node_.children()) value += part.value();
+            value = readBase64(value);
+        } catch (const ValueFault& fault) {
+            element.fail(tag(name) + ": " + fault.what());
+        }
+    });
+}
+
+// False where the element is no control.
+bool ReadElement::readControlContent(pugi::xml_node node, Control& control, bool inCell) {
+    bool found = false;
+    forEachControlKind([&](std::string_view name, auto&& empty, auto describeContent) {
+        if (found || name != node.name()) return;
+        found = true;
+        using Content = std::decay_t<decltype(empty)>;
+        describeNode(node, [&](ReadElement& element) {
+            describeControlFrame(element, control, inCell);
+            Content content;
+            describeContent(element, content);
+            control.content = std::move(content);
+            describeConditions(element, control);
+        });
+    });
+    return found;
+}
+
+void ReadElement::controls(ControlList& list) {
+    forEachControlKind([&](const char* name, auto&&, auto) { children_.emplace_back(name); });
+    for (const pugi::xml_node node : node_.children()) {
+        auto control = std::make_unique<Control>();
+        if (readControlContent(node, *control, false)) list.items.push_back(std::move(control));
+    }
+}
+
+void ReadElement::cell(const char* name, Control& control) {
+    child(name, [&](ReadElement& element) {
+        const pugi::xml_node first = element.node_.first_child();
+        if (!element.node_.first_attribute() && element.readControlContent(first, control, true)) {
+            element.children_.emplace_back(first.name());
+            if (first.next_sibling()) element.fail(tag(name) + " holds more than one control");
+            return;
+        }
+        describeControlFrame(element, control, true);
+        TextContent content;
+        describeText(element, content);
+        control.content = std::move(content);
+        describeConditions(element, control);
+    });
+}
+
+void ReadElement::nestedReport(const char* name, Report& report) {
+    child(name, [&](ReadElement& element) {
+        if (++reading_.reportDepth > limits::kSubReportDepth) {
+            element.fail("sub-reports are nested deeper than " + std::to_string(limits::kSubReportDepth),
+                         ErrorCode::LimitExceeded);
+        }
+        std::vector<Reference> outer;
+        outer.swap(reading_.references);
+        describeReport(element, report.definition);
+        outer.swap(reading_.references);
+        --reading_.reportDepth;
+    });
+}
+
+void ReadElement::checkReferences(const ReportDefinition& report) {
+    std::unordered_set<std::u16string_view> styles;
+    std::unordered_set<std::u16string_view> columns;
+    for (const NamedStyle& style : report.styles) styles.insert(style.name);
+    if (report.grid) {
+        for (const auto& column : report.grid->columns) columns.insert(column->name);
+    }
+    for (const Reference& reference : reading_.references) {
+        const bool toStyle = reference.to == Reference::To::Style;
+        if ((toStyle ? styles : columns).contains(reference.name)) continue;
+        reading_.source.fail(ErrorCode::BadTemplate,
+                             std::string("no ") + (toStyle ? "style" : "column") + " is named " +
+                                 quoted(toUtf8(reference.name)),
+                             reference.offset);
+    }
+}
+
+void ReadElement::finish() {
+    const auto known = [](const std::vector<std::string_view>& names, const char* name) {
+        return std::find(names.begin(), names.end(), std::string_view(name)) != names.end();
+    };
+    for (pugi::xml_attribute attribute : node_.attributes()) {
+        if (!known(attributes_, attribute.name())) {
+            failAt(attribute.name(),
+                   "unknown attribute " + quoted(attribute.name()) + " of " + tag(node_.name()));
+        }
+        if (node_.attribute(attribute.name()) != attribute) {
+            reading_.source.fail(ErrorCode::NotXml,
+                                 "the attribute " + quoted(attribute.name()) + " stands twice",
+                                 offsetOfAttribute(reading_.source.text(), node_, attribute.name(), 1));
+        }
+    }
+    for (const pugi::xml_node child : node_.children()) {
+        if (child.type() != pugi::node_element) {
+            if (text_) continue;
+            reading_.source.fail(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
+                                 offsetOf(child));
+        }
+        if (!known(children_, child.name())) {
+            ReadElement(reading_, child)
+                .fail("unknown element " + tag(child.name()) + " in " + tag(node_.name()));
+        }
+    }
+}
+
+void ReadElement::readVersion() {
+    int version = 0;
+    required("version", version, IntegerCodec{0, std::numeric_limits<int>::max()});
+    if (version != kTemplateVersion) {
+        failAt("version",
+               "unknown version " + std::to_string(version) + "; this engine reads version " +
+                   std::to_string(kTemplateVersion),
+               ErrorCode::UnknownVersion);
+    }
+}
+
+// Parses leniently so that what is outside the root stays visible, and refuses it here.
+pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
+    const std::string& text = source.text();
+    const auto elements = static_cast<std::size_t>(std::count(text.begin(), text.end(), '<'));
+    if (elements > 2 * limits::kTemplateElements) {
+        source.fail(ErrorCode::LimitExceeded,
+                    "more than " + std::to_string(limits::kTemplateElements) + " elements", 0);
+    }
+    if (const std::size_t null = text.find('\0'); null != std::string::npos) {
+        source.fail(ErrorCode::NotXml, "a null character in the text", null);
+    }
+    constexpr unsigned kOptions = pugi::parse_default | pugi::parse_doctype | pugi::parse_fragment;
+    const pugi::xml_parse_result result =
+        document.load_buffer(text.data(), text.size(), kOptions, pugi::encoding_utf8);
+    if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
+    if (!result) {
+        source.fail(ErrorCode::NotXml, std::string("not well-formed XML: ") + result.description(),
+                    static_cast<std::size_t>(result.offset));
+    }
+    pugi::xml_node root;
+    for (const pugi::xml_node node : document.children()) {
+        if (node.type() == pugi::node_doctype) {
+            source.fail(ErrorCode::BadTemplate, "document type declarations are not allowed", 0);
+        }
+        if (node.type() == pugi::node_element && !root) {
+            root = node;
+        } else {
+            const std::size_t offset = offsetOf(node);
+            source.fail(ErrorCode::NotXml, "more than one root element, or text outside of it", offset);
+        }
+    }
+    if (!root) source.fail(ErrorCode::NotXml, "not XML: no root element", text.size());
+    return root;
+}
+
+}  // namespace
+
+ReportDefinition readTemplate(std::string_view bytes, const std::string& origin) {
+    const SourceText source(bytes, origin);
+    pugi::xml_document document;
+    const pugi::xml_node root = parse(source, document);
+    Reading reading{source, {}, 0};
+    ReadElement element(reading, root);
+    if (std::strcmp(root.name(), "Report") != 0) {
+        element.fail("the root element is " + tag(root.name()) + ", not <Report>");
+    }
+    element.readVersion();
+    ReportDefinition definition;
+    describeReport(element, definition);
+    element.finish();
+    return definition;
+}
+
+ReportDefinition loadTemplate(const std::string& path) {
+    ReportDefinition definition = readTemplate(readFile(path, limits::kTemplateBytes), path);
+    definition.directory = directoryOf(path);
+    return definition;
+}
+
+}  // namespace qbsvrl6

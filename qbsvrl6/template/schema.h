@@ -1,0 +1,340 @@
+// The vocabulary of templates, told once for reading and writing.
+//
+// Each describe function names the attributes and children of one element in the order in which they are
+// written. `Element` is ReadElement or WriteElement, which have the same members; a described value is const
+// when it is written. A model field that stands here is both read and saved.
+#ifndef QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
+#define QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
+
+#include <array>
+#include <limits>
+
+#include "qbsvrl6/model/report.h"
+#include "qbsvrl6/template/values.h"
+
+namespace qbsvrl6 {
+
+inline constexpr int kTemplateVersion = 1;
+
+inline constexpr std::array<Word<Size>, 6> kPaperSizes = {{{"A3", {297'000, 420'000}},
+                                                           {"A4", {210'000, 297'000}},
+                                                           {"A5", {148'000, 210'000}},
+                                                           {"A6", {105'000, 148'000}},
+                                                           {"Letter", {215'900, 279'400}},
+                                                           {"Legal", {215'900, 355'600}}}};
+inline constexpr std::array<Word<bool>, 2> kOrientations = {{{"portrait", false}, {"landscape", true}}};
+inline constexpr std::array<Word<DataType>, 4> kDataTypes = {{{"text", DataType::Text},
+                                                              {"number", DataType::Number},
+                                                              {"boolean", DataType::Boolean},
+                                                              {"date", DataType::Date}}};
+inline constexpr std::array<Word<HorizontalAlign>, 4> kAligns = {{{"left", HorizontalAlign::Left},
+                                                                  {"center", HorizontalAlign::Center},
+                                                                  {"right", HorizontalAlign::Right},
+                                                                  {"justify", HorizontalAlign::Justify}}};
+inline constexpr std::array<Word<VerticalAlign>, 3> kVerticalAligns = {
+    {{"top", VerticalAlign::Top}, {"middle", VerticalAlign::Middle}, {"bottom", VerticalAlign::Bottom}}};
+inline constexpr std::array<Word<TextFit>, 4> kFits = {{{"grow", TextFit::Grow},
+                                                        {"clip", TextFit::Clip},
+                                                        {"ellipsis", TextFit::Ellipsis},
+                                                        {"shrink", TextFit::Shrink}}};
+inline constexpr std::array<Word<int>, 4> kRotations = {{{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}}};
+inline constexpr std::array<Word<TextContent::Evaluate>, 4> kEvaluations = {
+    {{"now", TextContent::Evaluate::Now},
+     {"page", TextContent::Evaluate::Page},
+     {"group", TextContent::Evaluate::Group},
+     {"report", TextContent::Evaluate::Report}}};
+inline constexpr std::array<Word<PictureFit>, 3> kPictureFits = {
+    {{"contain", PictureFit::Contain}, {"stretch", PictureFit::Stretch}, {"clip", PictureFit::Clip}}};
+inline constexpr std::array<Word<ChartKind>, 5> kChartKinds = {{{"bar", ChartKind::Bar},
+                                                                {"pie", ChartKind::Pie},
+                                                                {"line", ChartKind::Line},
+                                                                {"scatterLine", ChartKind::ScatterLine},
+                                                                {"bubble", ChartKind::Bubble}}};
+inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
+    {{"discard", ColumnAdapt::Discard},
+     {"wrap", ColumnAdapt::Wrap},
+     {"resizeToFit", ColumnAdapt::ResizeToFit},
+     {"shrinkToFit", ColumnAdapt::ShrinkToFit},
+     {"toNewPage", ColumnAdapt::ToNewPage},
+     {"toNewPageEx", ColumnAdapt::ToNewPageEx},
+     {"toNewPageRepeatFixed", ColumnAdapt::ToNewPageRepeatFixed},
+     {"toNewPageRepeatFixedEx", ColumnAdapt::ToNewPageRepeatFixedEx},
+     {"wrapExcludeGroup", ColumnAdapt::WrapExcludeGroup}}};
+
+inline constexpr LengthCodec kPosition{-limits::kPaperMicrometres, limits::kPaperMicrometres};
+inline constexpr NumberCodec kAnyNumber{-std::numeric_limits<double>::max(),
+                                        std::numeric_limits<double>::max()};
+
+template <class Element, class ReportLike>
+void describeReport(Element& element, ReportLike& report);
+
+template <class Element, class StyleLike>
+void describeStyle(Element& element, StyleLike& style) {
+    element.attribute("font", style.fontFamily, TextCodec{});
+    element.attribute("fontSize", style.fontSize, FontSizeCodec{});
+    element.attribute("bold", style.bold, SwitchCodec{});
+    element.attribute("italic", style.italic, SwitchCodec{});
+    element.attribute("underline", style.underline, SwitchCodec{});
+    element.attribute("color", style.color, ColorCodec{});
+    element.attribute("background", style.background, ColorCodec{});
+    element.attribute("align", style.align, WordCodec<HorizontalAlign>{kAligns});
+    element.attribute("verticalAlign", style.verticalAlign, WordCodec<VerticalAlign>{kVerticalAligns});
+    element.attribute("fit", style.fit, WordCodec<TextFit>{kFits});
+    element.attribute("rotation", style.rotation, WordCodec<int>{kRotations});
+    element.attribute("lineSpacing", style.lineSpacing, NumberCodec{0.5, 10});
+    element.attribute("padding", style.padding, EdgesCodec{});
+    element.borders(style.borderLeft, style.borderTop, style.borderRight, style.borderBottom);
+}
+
+template <class Element, class SourceLike>
+void describeDataSource(Element& element, SourceLike& source) {
+    element.attribute("connection", source.connectionString, {}, TextCodec{});
+    element.attribute("query", source.query, {}, TextCodec{});
+    element.attribute("table", source.table, {}, TextCodec{});
+}
+
+// The content of each kind of control. Attributes that a style has too bear other names here.
+
+template <class Element, class ContentLike>
+void describeText(Element& element, ContentLike& text) {
+    static const TextContent defaults;
+    element.attribute("text", text.text, {}, TextCodec{});
+    element.attribute("link", text.link, {}, TextCodec{});
+    element.attribute("evaluate", text.evaluate, defaults.evaluate,
+                      WordCodec<TextContent::Evaluate>{kEvaluations});
+    element.attribute("suppressRepeated", text.suppressRepeated, defaults.suppressRepeated, SwitchCodec{});
+    element.attribute("removeWhenBlank", text.removeWhenBlank, defaults.removeWhenBlank, SwitchCodec{});
+}
+
+template <class Element, class ContentLike>
+void describeLine(Element& element, ContentLike& line) {
+    static const LineContent defaults;
+    element.attribute("lineWidth", line.width, defaults.width, LengthCodec{});
+    element.attribute("lineColor", line.color, defaults.color, ColorCodec{});
+    element.attribute("dashed", line.dashed, defaults.dashed, SwitchCodec{});
+    element.attribute("rising", line.rising, defaults.rising, SwitchCodec{});
+}
+
+template <class Element, class ContentLike>
+void describeBox(Element& element, ContentLike& box) {
+    static const BoxContent defaults;
+    element.attribute("lineWidth", box.line.width, defaults.line.width, LengthCodec{});
+    element.attribute("lineColor", box.line.color, defaults.line.color, ColorCodec{});
+    element.attribute("fill", box.fill, ColorCodec{});
+    element.attribute("cornerRadius", box.cornerRadius, defaults.cornerRadius, LengthCodec{});
+}
+
+template <class Element, class ContentLike>
+void describePicture(Element& element, ContentLike& picture) {
+    static const PictureContent defaults;
+    element.attribute("source", picture.source, {}, TextCodec{});
+    element.attribute("scale", picture.fit, defaults.fit, WordCodec<PictureFit>{kPictureFits});
+    element.bytes("Embedded", picture.embedded);
+}
+
+template <class Element, class ContentLike>
+void describeBarcode(Element& element, ContentLike& barcode) {
+    static const BarcodeContent defaults;
+    element.attribute("type", barcode.type, defaults.type, IntegerCodec{1, 999});
+    element.attribute("text", barcode.text, {}, TextCodec{});
+    element.attribute("showText", barcode.showText, defaults.showText, SwitchCodec{});
+}
+
+template <class Element, class ContentLike>
+void describeChart(Element& element, ContentLike& chart) {
+    static const ChartSettings defaults;
+    auto& settings = chart.settings;
+    element.attribute("kind", settings.kind, defaults.kind, WordCodec<ChartKind>{kChartKinds});
+    element.attribute("title", settings.title, {}, TextCodec{});
+    element.attribute("xTitle", settings.xTitle, {}, TextCodec{});
+    element.attribute("yTitle", settings.yTitle, {}, TextCodec{});
+    element.attribute("showLegend", settings.showLegend, defaults.showLegend, SwitchCodec{});
+    element.attribute("showValues", settings.showValues, defaults.showValues, SwitchCodec{});
+    element.attribute("valueFormat", settings.valueFormat, {}, TextCodec{});
+    element.list("Category", chart.data.categories,
+                 [](auto& child, auto& name) { child.required("name", name, TextCodec{}); });
+    element.list("Series", chart.data.series, [](auto& child, auto& series) {
+        child.attribute("label", series.label, {}, TextCodec{});
+        child.attribute("values", series.values, {}, NumberListCodec{});
+        child.list("Point", series.points, [](auto& point, auto& value) {
+            point.required("x", value.x, kAnyNumber);
+            point.required("y", value.y, kAnyNumber);
+            point.attribute("size", value.size, 0.0, kAnyNumber);
+        });
+    });
+}
+
+template <class Element, class ContentLike>
+void describeSubReport(Element& element, ContentLike& subReport) {
+    element.list("Parameter", subReport.parameters, [](auto& child, auto& parameter) {
+        child.required("name", parameter.name, TextCodec{});
+        child.attribute("expression", parameter.expression, {}, TextCodec{});
+    });
+    element.nestedReport("Report", *subReport.report);
+}
+
+// What a control is besides its content. Cells have no place of their own.
+template <class Element, class ControlLike>
+void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
+    element.attribute("name", control.name, {}, TextCodec{});
+    if (!inCell) {
+        element.attribute("x", control.box.x, 0, kPosition);
+        element.attribute("y", control.box.y, 0, kPosition);
+        element.attribute("width", control.box.width, 0, LengthCodec{});
+        element.attribute("height", control.box.height, 0, LengthCodec{});
+        element.columnReference("column", control.column);
+        element.columnReference("toColumn", control.toColumn);
+    }
+    element.styleReference("style", control.styleName);
+    element.attribute("visibleWhen", control.visibleWhen, {}, TextCodec{});
+    describeStyle(element, control.style);
+}
+
+template <class Element, class ControlLike>
+void describeConditions(Element& element, ControlLike& control) {
+    element.list("When", control.conditions, [](auto& child, auto& condition) {
+        child.required("test", condition.when, TextCodec{});
+        child.styleReference("style", condition.style);
+    });
+}
+
+// One row a kind of control: its element's name, and what it holds.
+template <class Visitor>
+void forEachControlKind(Visitor&& visit) {
+    visit("Text", TextContent{}, [](auto& element, auto& content) { describeText(element, content); });
+    visit("Line", LineContent{}, [](auto& element, auto& content) { describeLine(element, content); });
+    visit("Box", BoxContent{}, [](auto& element, auto& content) { describeBox(element, content); });
+    visit("Picture", PictureContent{},
+          [](auto& element, auto& content) { describePicture(element, content); });
+    visit("Barcode", BarcodeContent{},
+          [](auto& element, auto& content) { describeBarcode(element, content); });
+    visit("Chart", ChartContent{}, [](auto& element, auto& content) { describeChart(element, content); });
+    visit("SubReport", SubReportContent{},
+          [](auto& element, auto& content) { describeSubReport(element, content); });
+}
+
+template <class Element, class SectionLike>
+void describeSection(Element& element, SectionLike& section) {
+    static const Section defaults;
+    element.attribute("name", section.name, {}, TextCodec{});
+    element.attribute("height", section.height, defaults.height, LengthCodec{});
+    element.attribute("canGrow", section.canGrow, defaults.canGrow, SwitchCodec{});
+    element.attribute("canShrink", section.canShrink, defaults.canShrink, SwitchCodec{});
+    element.attribute("keepTogether", section.keepTogether, defaults.keepTogether, SwitchCodec{});
+    element.attribute("newPageBefore", section.newPageBefore, defaults.newPageBefore, SwitchCodec{});
+    element.attribute("newPageAfter", section.newPageAfter, defaults.newPageAfter, SwitchCodec{});
+    element.attribute("background", section.background, ColorCodec{});
+    element.attribute("visibleWhen", section.visibleWhen, {}, TextCodec{});
+    element.controls(section.controls);
+}
+
+inline constexpr auto kSection = [](auto& element, auto& section) { describeSection(element, section); };
+
+template <class Element, class GroupLike>
+void describeGroup(Element& element, GroupLike& group) {
+    static const Group defaults;
+    element.attribute("name", group.name, {}, TextCodec{});
+    element.required("by", group.by, TextCodec{});
+    element.attribute("repeatHeader", group.repeatHeader, defaults.repeatHeader, SwitchCodec{});
+    element.attribute("keepTogether", group.keepTogether, defaults.keepTogether, SwitchCodec{});
+    element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});
+    element.attribute("restartPageNumber", group.restartPageNumber, defaults.restartPageNumber,
+                      SwitchCodec{});
+    element.attribute("minimumRows", group.minimumRows, defaults.minimumRows, IntegerCodec{0, 1000});
+    element.pointer("Header", group.header, kSection);
+    element.pointer("Footer", group.footer, kSection);
+}
+
+template <class Element, class GridLike>
+void describeGrid(Element& element, GridLike& grid) {
+    static const DetailGrid defaults;
+    element.attribute("titleHeight", grid.titleHeight, defaults.titleHeight, LengthCodec{});
+    element.attribute("repeatTitle", grid.repeatTitle, defaults.repeatTitle, SwitchCodec{});
+    element.attribute("rowHeight", grid.rowHeight, defaults.rowHeight, LengthCodec{});
+    element.attribute("rowCanGrow", grid.rowCanGrow, defaults.rowCanGrow, SwitchCodec{});
+    element.attribute("alternateBackground", grid.alternateBackground, ColorCodec{});
+    element.attribute("adapt", grid.adapt, defaults.adapt, WordCodec<ColumnAdapt>{kAdapts});
+    element.attribute("fixedColumns", grid.fixedColumns, defaults.fixedColumns,
+                      IntegerCodec{0, static_cast<int>(limits::kGridColumns)});
+    element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
+    element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
+    element.child("Recordset", [&](auto& child) { describeDataSource(child, grid.recordset); });
+    element.child("Columns", [&](auto& columns) {
+        columns.namedList("Column", grid.columns, limits::kGridColumns, [](auto& child, auto& column) {
+            child.required("name", column.name, TextCodec{});
+            child.required("width", column.width, LengthCodec{});
+            child.cell("Title", column.title);
+            child.cell("Content", column.content);
+        });
+    });
+    element.child("Groups", [&](auto& groups) {
+        groups.list("Group", grid.groups, [](auto& child, auto& group) { describeGroup(child, group); });
+    });
+}
+
+template <class Element, class PageLike>
+void describePage(Element& element, PageLike& page) {
+    static const PageSetup defaults;
+    element.paper(page);
+    element.attribute("columns", page.columns, defaults.columns, IntegerCodec{1, 100});
+    element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
+}
+
+template <class Element, class ReportLike>
+void describeReport(Element& element, ReportLike& report) {
+    static const ReportDefinition defaults;
+    constexpr std::size_t kNoLimit = limits::kTemplateElements;
+    element.attribute("imageResolution", report.imageResolution, defaults.imageResolution,
+                      NumberCodec{10, 2400});
+    element.child("Info", [&](auto& info) {
+        info.attribute("title", report.info.title, {}, TextCodec{});
+        info.attribute("author", report.info.author, {}, TextCodec{});
+        info.attribute("subject", report.info.subject, {}, TextCodec{});
+        info.attribute("keywords", report.info.keywords, {}, TextCodec{});
+    });
+    element.child("Page", [&](auto& page) { describePage(page, report.page); });
+    element.child("DefaultStyle", [&](auto& style) { describeStyle(style, report.font); });
+    element.child("Styles", [&](auto& styles) {
+        styles.namedList("Style", report.styles, kNoLimit, [](auto& child, auto& style) {
+            child.required("name", style.name, TextCodec{});
+            child.styleReference("parent", style.parent);
+            describeStyle(child, style.style);
+        });
+    });
+    element.child("Parameters", [&](auto& parameters) {
+        parameters.namedList("Parameter", report.parameters, kNoLimit, [](auto& child, auto& parameter) {
+            child.required("name", parameter.name, TextCodec{});
+            child.attribute("type", parameter.type, DataType::Text, WordCodec<DataType>{kDataTypes});
+            child.attribute("value", parameter.value, {}, TextCodec{});
+        });
+    });
+    element.child("Fields", [&](auto& fields) {
+        fields.namedList("Field", report.fields, kNoLimit, [](auto& child, auto& field) {
+            child.required("name", field.name, TextCodec{});
+            child.attribute("type", field.type, DataType::Text, WordCodec<DataType>{kDataTypes});
+            child.attribute("expression", field.expression, {}, TextCodec{});
+        });
+    });
+    element.child("Data", [&](auto& data) { describeDataSource(data, report.data); });
+    element.child("Background", [&](auto& background) {
+        background.attribute("picture", report.backgroundPicture, {}, TextCodec{});
+    });
+    element.child("Watermark", [&](auto& watermark) {
+        watermark.attribute("text", report.watermark.text, {}, TextCodec{});
+        watermark.attribute("color", report.watermark.color, defaults.watermark.color, ColorCodec{});
+        watermark.attribute("fontSize", report.watermark.fontSize, defaults.watermark.fontSize,
+                            FontSizeCodec{});
+    });
+    element.child("Printer",
+                  [&](auto& printer) { printer.attribute("name", report.printer.name, {}, TextCodec{}); });
+    element.pointer("PageHeader", report.pageHeader, kSection);
+    element.list("ReportHeader", report.reportHeaders, kSection);
+    element.pointer("Grid", report.grid, [](auto& grid, auto& value) { describeGrid(grid, value); });
+    element.list("ReportFooter", report.reportFooters, kSection);
+    element.pointer("PageFooter", report.pageFooter, kSection);
+    element.checkReferences(report);
+}
+
+}  // namespace qbsvrl6
+
+#endif

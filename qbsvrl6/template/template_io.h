@@ -1,0 +1,27 @@
+// Template files: XML text to a report's definition and back. docs/template-format.md describes the format.
+#ifndef QBSVR_QBSVRL6_TEMPLATE_TEMPLATE_IO_H
+#define QBSVR_QBSVRL6_TEMPLATE_TEMPLATE_IO_H
+
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+// Reads a template. `origin` names its source in messages. Raises EngineError with file, line and column:
+// NotXml, BadEncoding, UnknownVersion, LimitExceeded, and BadTemplate for whatever else the format forbids.
+ReportDefinition readTemplate(std::string_view bytes, const std::string& origin);
+
+// The text of a template, in UTF-8: the same definition gives the same bytes. Characters that XML can't hold
+// become U+FFFD. Raises EngineError where sub-reports are nested deeper than a template may be.
+std::string writeTemplate(const ReportDefinition& definition);
+
+// The same from and to a file (UTF-8 path). Loading sets the definition's directory, saving makes missing
+// directories and never leaves half a file.
+ReportDefinition loadTemplate(const std::string& path);
+void saveTemplate(const ReportDefinition& definition, const std::string& path);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,271 @@
+#include "qbsvrl6/template/values.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::string_view kLengthForm = "a length with its unit, like \"12.5mm\" (mm, cm, in, pt)";
+constexpr std::string_view kColorForm = "a colour like \"#336699\"";
+constexpr std::string_view kNumberForm = "a number like \"1.5\"";
+
+[[noreturn]] void fault(std::string_view expected) { throw ValueFault("expected " + std::string(expected)); }
+
+[[noreturn]] void outOfRange(const std::string& least, const std::string& most) {
+    throw ValueFault("out of range: expected " + least + " to " + most);
+}
+
+// A number at the start of `text`, which is moved behind it. "1e999" and its like are none.
+double takeNumber(std::string_view& text, std::string_view expected) {
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || !std::isfinite(value)) fault(expected);
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return value;
+}
+
+std::string shortest(double value) {
+    std::array<char, 32> buffer;
+    return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr};
+}
+
+struct Unit {
+    std::string_view name;
+    double micrometres;
+};
+constexpr std::array kUnits = {Unit{"mm", 1000}, Unit{"cm", 10000}, Unit{"in", 25400},
+                               Unit{"pt", kMicrometresPerPoint}};
+
+struct Measure {
+    double number = 0;
+    const Unit* unit = nullptr;
+};
+
+Measure readMeasure(std::string_view text) {
+    const double number = takeNumber(text, kLengthForm);
+    const auto unit =
+        std::find_if(kUnits.begin(), kUnits.end(), [&](const Unit& known) { return known.name == text; });
+    if (unit == kUnits.end()) fault(kLengthForm);
+    return {number, &*unit};
+}
+
+// The parts of a text apart by blanks.
+std::vector<std::string_view> split(std::string_view text) {
+    std::vector<std::string_view> parts;
+    while (true) {
+        const std::size_t start = text.find_first_not_of(' ');
+        if (start == std::string_view::npos) return parts;
+        text.remove_prefix(start);
+        parts.push_back(text.substr(0, text.find(' ')));
+        text.remove_prefix(parts.back().size());
+    }
+}
+
+}  // namespace
+
+std::u16string TextCodec::read(std::string_view text) const { return toUtf16(text); }
+std::string TextCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+bool SwitchCodec::read(std::string_view text) const {
+    if (text == "true") return true;
+    if (text == "false") return false;
+    fault("\"true\" or \"false\"");
+}
+
+int IntegerCodec::read(std::string_view text) const {
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::invalid_argument || end != text.data() + text.size()) fault("a whole number");
+    if (error != std::errc() || value < least || value > most) {
+        outOfRange(std::to_string(least), std::to_string(most));
+    }
+    return value;
+}
+
+double NumberCodec::read(std::string_view text) const {
+    const double value = takeNumber(text, kNumberForm);
+    if (!text.empty()) fault(kNumberForm);
+    if (value < least || value > most) outOfRange(shortest(least), shortest(most));
+    return value;
+}
+
+std::string NumberCodec::write(double value) const { return shortest(value); }
+
+std::vector<double> NumberListCodec::read(std::string_view text) const {
+    std::vector<double> values;
+    for (std::string_view part : split(text)) {
+        values.push_back(takeNumber(part, kNumberForm));
+        if (!part.empty()) fault(kNumberForm);
+    }
+    return values;
+}
+
+std::string NumberListCodec::write(const std::vector<double>& values) const {
+    std::string text;
+    for (const double value : values) {
+        if (!text.empty()) text += ' ';
+        text += shortest(value);
+    }
+    return text;
+}
+
+Micrometres LengthCodec::read(std::string_view text) const {
+    const Measure measure = readMeasure(text);
+    const double value = std::round(measure.number * measure.unit->micrometres);
+    if (value < least || value > most) outOfRange(write(least), write(most));
+    return static_cast<Micrometres>(value);
+}
+
+std::string LengthCodec::write(Micrometres value) const {
+    const std::int64_t magnitude = std::abs(static_cast<std::int64_t>(value));
+    std::string text = (value < 0 ? "-" : "") + std::to_string(magnitude / kMicrometresPerMillimetre);
+    const std::string digits = std::to_string(magnitude % kMicrometresPerMillimetre);
+    std::string fraction = std::string(3 - digits.size(), '0') + digits;
+    fraction.erase(fraction.find_last_not_of('0') + 1);
+    if (!fraction.empty()) text += '.' + fraction;
+    return text + "mm";
+}
+
+double FontSizeCodec::read(std::string_view text) const {
+    const Measure measure = readMeasure(text);
+    // Points stay as they are written; a detour over micrometres would blur them.
+    const double points = measure.unit->name == "pt"
+                              ? measure.number
+                              : measure.number * measure.unit->micrometres / kMicrometresPerPoint;
+    if (points < 1 || points > most) outOfRange("1pt", write(most));
+    return points;
+}
+
+std::string FontSizeCodec::write(double value) const { return shortest(value) + "pt"; }
+
+Edges EdgesCodec::read(std::string_view text) const {
+    const std::vector<std::string_view> parts = split(text);
+    const LengthCodec length;
+    if (parts.size() == 1) {
+        const Micrometres all = length.read(parts[0]);
+        return {all, all, all, all};
+    }
+    if (parts.size() != 4) fault("one length, or four: left, top, right, bottom");
+    return {length.read(parts[0]), length.read(parts[1]), length.read(parts[2]), length.read(parts[3])};
+}
+
+std::string EdgesCodec::write(const Edges& value) const {
+    const LengthCodec length;
+    if (value == Edges{value.left, value.left, value.left, value.left}) return length.write(value.left);
+    return length.write(value.left) + ' ' + length.write(value.top) + ' ' + length.write(value.right) + ' ' +
+           length.write(value.bottom);
+}
+
+Color ColorCodec::read(std::string_view text) const {
+    unsigned value = 0;
+    if (text.size() != 7 || text[0] != '#') fault(kColorForm);
+    const auto [end, error] = std::from_chars(text.data() + 1, text.data() + 7, value, 16);
+    if (error != std::errc() || end != text.data() + 7) fault(kColorForm);
+    return {static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 8 & 0xFF),
+            static_cast<std::uint8_t>(value & 0xFF)};
+}
+
+std::string ColorCodec::write(const Color& value) const {
+    static constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string text = "#";
+    for (const std::uint8_t part : {value.red, value.green, value.blue}) {
+        text += kDigits[part >> 4];
+        text += kDigits[part & 15];
+    }
+    return text;
+}
+
+BorderLine BorderLineCodec::read(std::string_view text) const {
+    if (text == "none") return {};
+    const std::vector<std::string_view> parts = split(text);
+    if (parts.empty() || parts.size() > 2) fault("\"none\", or a width and a colour like \"0.2mm #808080\"");
+    BorderLine line{LengthCodec{0, 20'000}.read(parts[0]), {}};
+    if (parts.size() == 2) line.color = ColorCodec{}.read(parts[1]);
+    return line;
+}
+
+std::string BorderLineCodec::write(const BorderLine& value) const {
+    if (value == BorderLine{}) return "none";
+    const std::string width = LengthCodec{}.write(value.width);
+    return value.color == Color{} ? width : width + ' ' + ColorCodec{}.write(value.color);
+}
+
+std::string wordsFault(std::span<const std::string_view> words) {
+    std::string text = "expected ";
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (i > 0) text += i + 1 == words.size() ? " or " : ", ";
+        text += '"';
+        text += words[i];
+        text += '"';
+    }
+    return text;
+}
+
+namespace {
+
+constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+constexpr std::array<std::int8_t, 256> makeBase64Values() {
+    std::array<std::int8_t, 256> values{};
+    for (auto& value : values) value = -1;
+    for (std::size_t i = 0; i < kBase64.size(); ++i) {
+        values[static_cast<unsigned char>(kBase64[i])] = static_cast<std::int8_t>(i);
+    }
+    return values;
+}
+
+}  // namespace
+
+std::string readBase64(std::string_view text) {
+    static constexpr std::array<std::int8_t, 256> kValues = makeBase64Values();
+    std::string bytes;
+    bytes.reserve(text.size() / 4 * 3);
+    std::uint32_t bits = 0;
+    int digits = 0;
+    int padding = 0;
+    for (const char character : text) {
+        if (character == ' ' || character == '\n' || character == '\r' || character == '\t') continue;
+        if (character == '=') {
+            ++padding;
+            continue;
+        }
+        const std::int8_t value = kValues[static_cast<unsigned char>(character)];
+        if (value < 0 || padding > 0) fault("Base64 text");
+        bits = bits << 6 | static_cast<std::uint32_t>(value);
+        if (++digits % 4 == 0) {
+            bytes += static_cast<char>(bits >> 16 & 0xFF);
+            bytes += static_cast<char>(bits >> 8 & 0xFF);
+            bytes += static_cast<char>(bits & 0xFF);
+        }
+    }
+    const int rest = digits % 4;
+    if (rest == 1 || (rest + padding) % 4 != 0 || padding > 2) fault("Base64 text");
+    if (rest >= 2) bytes += static_cast<char>(rest == 2 ? bits >> 4 & 0xFF : bits >> 10 & 0xFF);
+    if (rest == 3) bytes += static_cast<char>(bits >> 2 & 0xFF);
+    return bytes;
+}
+
+std::string writeBase64(std::string_view bytes) {
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        const auto byteAt = [&](std::size_t index) -> std::uint32_t {
+            return index < bytes.size() ? static_cast<unsigned char>(bytes[index]) : 0;
+        };
+        const std::uint32_t bits = byteAt(i) << 16 | byteAt(i + 1) << 8 | byteAt(i + 2);
+        text += kBase64[bits >> 18];
+        text += kBase64[bits >> 12 & 63];
+        text += i + 1 < bytes.size() ? kBase64[bits >> 6 & 63] : '=';
+        text += i + 2 < bytes.size() ? kBase64[bits & 63] : '=';
+    }
+    return text;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,123 @@
+// How single values are written in a template: one codec a kind of value, with the range that it allows.
+//
+//   length  = number ( "mm" | "cm" | "in" | "pt" )
+//   edges   = length | length " " length " " length " " length      (left, top, right, bottom)
+//   border  = "none" | length [ " " colour ]
+//   colour  = "#" 6 hexadecimal digits
+//   number  = [ "-" ] digits [ "." digits ] [ exponent ]
+#ifndef QBSVR_QBSVRL6_TEMPLATE_VALUES_H
+#define QBSVR_QBSVRL6_TEMPLATE_VALUES_H
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/model/style.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+// A text that isn't a value of its kind; what() says what would be one: "a length like \"12.5mm\"".
+class ValueFault : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Each codec has `Value read(std::string_view) const`, which raises ValueFault, and
+// `std::string write(const Value&) const`; what was written reads as the same value.
+
+struct TextCodec {
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
+struct SwitchCodec {
+    bool read(std::string_view text) const;
+    std::string write(bool value) const { return value ? "true" : "false"; }
+};
+
+struct IntegerCodec {
+    int least, most;
+    int read(std::string_view text) const;
+    std::string write(int value) const { return std::to_string(value); }
+};
+
+struct NumberCodec {
+    double least, most;
+    double read(std::string_view text) const;
+    std::string write(double value) const;
+};
+
+// Numbers apart by blanks.
+struct NumberListCodec {
+    std::vector<double> read(std::string_view text) const;
+    std::string write(const std::vector<double>& values) const;
+};
+
+struct LengthCodec {
+    Micrometres least = 0;
+    Micrometres most = limits::kPaperMicrometres;
+    Micrometres read(std::string_view text) const;
+    std::string write(Micrometres value) const;
+};
+
+struct FontSizeCodec {
+    double most = 1000;
+    double read(std::string_view text) const;
+    std::string write(double value) const;
+};
+
+struct EdgesCodec {
+    Edges read(std::string_view text) const;
+    std::string write(const Edges& value) const;
+};
+
+struct ColorCodec {
+    Color read(std::string_view text) const;
+    std::string write(const Color& value) const;
+};
+
+struct BorderLineCodec {
+    BorderLine read(std::string_view text) const;
+    std::string write(const BorderLine& value) const;
+};
+
+template <class Enum>
+struct Word {
+    std::string_view text;
+    Enum value;
+};
+
+std::string wordsFault(std::span<const std::string_view> words);
+
+// One of a few words, each of which stands for a value.
+template <class Enum>
+struct WordCodec {
+    std::span<const Word<Enum>> words;
+
+    Enum read(std::string_view text) const {
+        std::vector<std::string_view> known;
+        for (const Word<Enum>& word : words) {
+            if (word.text == text) return word.value;
+            known.push_back(word.text);
+        }
+        throw ValueFault(wordsFault(known));
+    }
+    // A value without a word (the C interface passes any number on) is written as the first one.
+    std::string write(Enum value) const {
+        for (const Word<Enum>& word : words) {
+            if (word.value == value) return std::string(word.text);
+        }
+        return std::string(words.front().text);
+    }
+};
+
+// Standard Base64 with padding; white space is skipped when reading. Raises ValueFault.
+std::string readBase64(std::string_view text);
+std::string writeBase64(std::string_view bytes);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,280 @@
+#include <algorithm>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/schema.h"
+#include "qbsvrl6/template/template_io.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// An attribute's value. White space is written as references, since readers turn it into blanks; characters
+// that XML has no way to write become U+FFFD.
+void appendEscaped(std::string& out, std::string_view text) {
+    static constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char character = text[i];
+        switch (character) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            case '\t':
+                out += "&#9;";
+                break;
+            case '\n':
+                out += "&#10;";
+                break;
+            case '\r':
+                out += "&#13;";
+                break;
+            default: {
+                const bool control = static_cast<unsigned char>(character) < 0x20;
+                // U+FFFE and U+FFFF
+                const bool noncharacter = text.compare(i, 2, "\xEF\xBF") == 0 && i + 2 < text.size() &&
+                                          static_cast<unsigned char>(text[i + 2]) >= 0xBE;
+                if (control || noncharacter) {
+                    out += kReplacement;
+                    if (noncharacter) i += 2;
+                } else {
+                    out += character;
+                }
+            }
+        }
+    }
+}
+
+template <class T>
+const T& valueOf(const T& item) {
+    return item;
+}
+template <class T>
+const T& valueOf(const std::unique_ptr<T>& item) {
+    return *item;
+}
+
+// One element being written: its start tag stays open until the first child.
+class WriteElement {
+public:
+    WriteElement(std::string& out, int depth, const char* name, int reportDepth)
+        : out_(out), depth_(depth), name_(name), reportDepth_(reportDepth) {
+        out_.append(2 * static_cast<std::size_t>(depth_), ' ');
+        out_ += '<';
+        out_ += name_;
+        bare_ = out_.size();
+    }
+
+    template <class T, class Codec>
+    void attribute(const char* name, const T& value, const T& fallback, const Codec& codec) {
+        if (!(value == fallback)) write(name, codec.write(value));
+    }
+
+    template <class T, class Codec>
+    void attribute(const char* name, const std::optional<T>& value, const Codec& codec) {
+        if (value) write(name, codec.write(*value));
+    }
+
+    template <class T, class Codec>
+    void required(const char* name, const T& value, const Codec& codec) {
+        write(name, codec.write(value));
+    }
+
+    void styleReference(const char* name, const std::u16string& value) {
+        attribute(name, value, {}, TextCodec{});
+    }
+    void columnReference(const char* name, const std::u16string& value) {
+        attribute(name, value, {}, TextCodec{});
+    }
+
+    void borders(const std::optional<BorderLine>& left, const std::optional<BorderLine>& top,
+                 const std::optional<BorderLine>& right, const std::optional<BorderLine>& bottom) {
+        if (left && left == top && left == right && left == bottom) {
+            attribute("border", left, BorderLineCodec{});
+            return;
+        }
+        attribute("borderLeft", left, BorderLineCodec{});
+        attribute("borderTop", top, BorderLineCodec{});
+        attribute("borderRight", right, BorderLineCodec{});
+        attribute("borderBottom", bottom, BorderLineCodec{});
+    }
+
+    void paper(const PageSetup& page);
+
+    // An element with nothing in it is left out.
+    template <class Describe>
+    void child(const char* name, Describe&& describe) {
+        const std::size_t start = out_.size();
+        const bool wasOpen = hasContent_;
+        WriteElement element = begin(name);
+        describe(element);
+        if (element.hasContent_ || out_.size() > element.bare_) {
+            element.end();
+        } else {
+            out_.resize(start);
+            hasContent_ = wasOpen;
+        }
+    }
+
+    template <class T, class Describe>
+    void pointer(const char* name, const std::unique_ptr<T>& value, Describe&& describe) {
+        if (value) always(name, [&](WriteElement& element) { describe(element, *value); });
+    }
+
+    template <class T, class Describe>
+    void list(const char* name, const std::vector<T>& values, Describe&& describe) {
+        for (const T& value : values) {
+            always(name, [&](WriteElement& element) { describe(element, valueOf(value)); });
+        }
+    }
+
+    template <class T, class Describe>
+    void namedList(const char* name, const std::vector<T>& values, std::size_t, Describe&& describe) {
+        list(name, values, describe);
+    }
+
+    void bytes(const char* name, const std::string& value);
+    void controls(const ControlList& list);
+    void cell(const char* name, const Control& control);
+    void nestedReport(const char* name, const Report& report);
+    void checkReferences(const ReportDefinition&) {}
+
+    void end();
+
+private:
+    void write(const char* name, std::string_view value) {
+        out_ += ' ';
+        out_ += name;
+        out_ += "=\"";
+        appendEscaped(out_, value);
+        out_ += '"';
+    }
+
+    WriteElement begin(const char* name) {
+        if (!hasContent_) out_ += ">\n";
+        hasContent_ = true;
+        return {out_, depth_ + 1, name, reportDepth_};
+    }
+
+    template <class Describe>
+    void always(const char* name, Describe&& describe) {
+        WriteElement element = begin(name);
+        describe(element);
+        element.end();
+    }
+
+    void writeControl(const Control& control, bool inCell);
+
+    std::string& out_;
+    int depth_;
+    const char* name_;
+    int reportDepth_;
+    std::size_t bare_ = 0;  // the output's size behind the element's name
+    bool hasContent_ = false;
+};
+
+void WriteElement::end() {
+    if (!hasContent_) {
+        out_ += "/>\n";
+        return;
+    }
+    out_.append(2 * static_cast<std::size_t>(depth_), ' ');
+    out_ += "</";
+    out_ += name_;
+    out_ += ">\n";
+}
+
+void WriteElement::paper(const PageSetup& page) {
+    static const PageSetup defaults;
+    const auto named = [&](bool landscape) {
+        const Size portrait = landscape ? Size{page.paper.height, page.paper.width} : page.paper;
+        return std::find_if(kPaperSizes.begin(), kPaperSizes.end(),
+                            [&](const Word<Size>& word) { return word.value == portrait; });
+    };
+    if (named(false) != kPaperSizes.end()) {
+        write("size", named(false)->text);
+    } else if (named(true) != kPaperSizes.end()) {
+        write("size", named(true)->text);
+        write("orientation", "landscape");
+    } else {
+        write("width", LengthCodec{}.write(page.paper.width));
+        write("height", LengthCodec{}.write(page.paper.height));
+    }
+    attribute("margins", page.margins, defaults.margins, EdgesCodec{});
+}
+
+void WriteElement::bytes(const char* name, const std::string& value) {
+    if (value.empty()) return;
+    begin(name);
+    out_ += '>';
+    out_ += writeBase64(value);
+    out_ += "</";
+    out_ += name;
+    out_ += ">\n";
+}
+
+void WriteElement::writeControl(const Control& control, bool inCell) {
+    forEachControlKind([&](const char* name, auto&& empty, auto describeContent) {
+        using Content = std::decay_t<decltype(empty)>;
+        const Content* content = std::get_if<Content>(&control.content);
+        if (content == nullptr) return;
+        always(name, [&](WriteElement& element) {
+            describeControlFrame(element, control, inCell);
+            describeContent(element, *content);
+            describeConditions(element, control);
+        });
+    });
+}
+
+void WriteElement::controls(const ControlList& list) {
+    for (const auto& control : list.items) writeControl(*control, false);
+}
+
+void WriteElement::cell(const char* name, const Control& control) {
+    child(name, [&](WriteElement& element) {
+        const auto* text = std::get_if<TextContent>(&control.content);
+        if (text == nullptr) {
+            element.writeControl(control, true);
+            return;
+        }
+        describeControlFrame(element, control, true);
+        describeText(element, *text);
+        describeConditions(element, control);
+    });
+}
+
+void WriteElement::nestedReport(const char* name, const Report& report) {
+    child(name, [&](WriteElement& element) {
+        if (++element.reportDepth_ > limits::kSubReportDepth) {
+            throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +
+                                                            std::to_string(limits::kSubReportDepth));
+        }
+        describeReport(element, report.definition);
+    });
+}
+
+}  // namespace
+
+std::string writeTemplate(const ReportDefinition& definition) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    WriteElement root(text, 0, "Report", 0);
+    root.required("version", kTemplateVersion, IntegerCodec{0, kTemplateVersion});
+    describeReport(root, definition);
+    root.end();
+    return text;
+}
+
+void saveTemplate(const ReportDefinition& definition, const std::string& path) {
+    writeFile(path, writeTemplate(definition));
+}
+
+}  // namespace qbsvrl6
