@@ -4,6 +4,7 @@
 #ifndef QBSVR_COMMON_FILES_H
 #define QBSVR_COMMON_FILES_H
 
+#include <cstdint>
 #include <cstdio>
 
 #include "common/memory.h"
@@ -37,6 +38,9 @@ public:
     int Length();                        // cut to 32 bits; -1 when closed or unknown
 
 private:
+    friend void LoadBinDataFromLocalFile(const lkchar* path, ClkMemory& out);
+    std::int64_t WholeLength();
+
     std::FILE* m_Stream = nullptr;
 };
 

@@ -1,6 +1,7 @@
 #include "common/memory.h"
 
 #include <cstdlib>
+#include <functional>
 #include <new>
 #include <utility>
 
@@ -17,6 +18,13 @@ void* memrealloc(void* block, int size) {
 }
 
 void memfree(void* block) { std::free(block); }
+
+std::ptrdiff_t OffsetInBlock(const void* block, int size, const void* address) {
+    const std::less<const void*> before;
+    const char* const start = static_cast<const char*>(block);
+    if (block == nullptr || before(address, start) || !before(address, start + size)) return -1;
+    return static_cast<const char*>(address) - start;
+}
 
 ClkMemory::~ClkMemory() { memfree(m_Data); }
 

@@ -2,6 +2,8 @@
 #ifndef QBSVR_COMMON_MEMORY_H
 #define QBSVR_COMMON_MEMORY_H
 
+#include <cstddef>
+
 #include "common/text.h"
 
 namespace larkspur {
@@ -10,6 +12,10 @@ namespace larkspur {
 void* memalloc(int size);
 void* memrealloc(void* block, int size);  // size 0 on a live block frees it and raises
 void memfree(void* block);                // null does nothing
+
+// Where an address lies in a block of size bytes, or -1 for outside: growth may move a block that its own
+// growth reads.
+std::ptrdiff_t OffsetInBlock(const void* block, int size, const void* address);
 
 class ClkNonCopyable {
 public:

@@ -1,0 +1,298 @@
+// Paths and files.
+#include "common/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "common/errors.h"
+#include "common/paths.h"
+#include "common/unicode.h"
+
+namespace larkspur {
+namespace {
+
+// A directory of its own for each test, removed afterwards.
+class Files : public testing::Test {
+protected:
+    Files() {
+        str name = testing::TempDir() + "larkspur-XXXXXX";
+        m_Root = Utf8ToUnicode(mkdtemp(name.data()), static_cast<int>(name.size())) + u"/";
+    }
+    ~Files() override { std::filesystem::remove_all(UnicodeTextToPrintf(m_Root)); }
+
+    lkstr Path(const lkchar* name) const { return m_Root + name; }
+
+    void Save(const lkchar* name, const str& bytes) const {
+        SaveBinDataToLocalFile(Path(name).c_str(), bytes.data(), static_cast<int>(bytes.size()));
+    }
+    str Load(const lkchar* name) const {
+        ClkMemory memory;
+        LoadBinDataFromLocalFile(Path(name).c_str(), memory);
+        return str(static_cast<const char*>(memory.Data()), static_cast<std::size_t>(memory.Size()));
+    }
+
+    lkstr m_Root;
+};
+
+// The message of the exception that an action raises.
+str Raised(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const ClkException& e) {
+        return e.what();
+    }
+    return "nothing";
+}
+
+TEST(Paths, SplitIntoParts) {
+    struct Case {
+        const lkchar *path, *drive, *dir, *name, *ext, *filePath, *fileName;
+    } const cases[] = {
+        {u"/a/b.tar.gz", u"", u"/a", u"b.tar", u"gz", u"/a", u"b.targz"},
+        {u"ab:c/d.e", u"ab", u"c", u"d", u"e", u"ab:/c", u"de"},
+        {u"C:/x/y.txt", u"C", u"/x", u"y", u"txt", u"C:/x", u"ytxt"},
+        {u"C:y.txt", u"C", u"", u"y", u"txt", u"C:", u"ytxt"},
+        {u":ab/c", u"", u":ab", u"c", u"", u":ab", u"c"},
+        {u"abc:d/e", u"", u"abc:d", u"e", u"", u"abc:d", u"e"},
+        {u"a/", u"", u"a", u"", u"", u"a", u""},
+        {u"/abc.txt", u"", u"", u"/abc", u"txt", u"", u"/abctxt"},
+        {u"a.txt", u"", u"", u"a", u"txt", u"", u"atxt"},
+        {u"/home/x/a.txt", u"", u"/home/x", u"a", u"txt", u"/home/x", u"atxt"},
+        {u"/x.d/y", u"", u"/x.d", u"y", u"", u"/x.d", u"y"},
+        {u"d/.profile", u"", u"d", u"", u"profile", u"d", u"profile"},
+        {u"a.", u"", u"", u"a", u"", u"", u"a"},
+        {u"a//b", u"", u"a/", u"b", u"", u"a", u"b"},
+        {u"a", u"", u"", u"a", u"", u"", u"a"},
+        {u"", u"", u"", u"", u"", u"", u""},
+    };
+    for (const Case& c : cases) {
+        const str path = UnicodeTextToPrintf(c.path);
+        lkchar drive[3], dir[256], name[256], ext[256];
+        lk_splitpath(c.path, drive, dir, name, ext);
+        EXPECT_EQ(lkstr(drive), c.drive) << path;
+        EXPECT_EQ(lkstr(dir), c.dir) << path;
+        EXPECT_EQ(lkstr(name), c.name) << path;
+        EXPECT_EQ(lkstr(ext), c.ext) << path;
+        EXPECT_EQ(ExtractFilePath(c.path), c.filePath) << path;
+        EXPECT_EQ(ExtractFileName(c.path), c.fileName) << path;
+        EXPECT_EQ(IsExistExtFileName(c.path), *c.ext != 0) << path;
+    }
+    EXPECT_EQ(ExtractFilePath(nullptr), u"");
+
+    const lkstr longName(300, u'n');
+    lkchar name[256];
+    lk_splitpath((u"d/" + longName).c_str(), nullptr, nullptr, name, nullptr);
+    EXPECT_EQ(lkstr(name), longName.substr(0, 255));
+    EXPECT_EQ(ExtractFilePath((longName + u"/x").c_str()), longName);
+}
+
+TEST(Paths, Join) {
+    struct Case {
+        const lkchar *drive, *dir, *name, *ext;
+        lkstr expected;
+    } const cases[] = {
+        {u"C", u"d/", u"n", u"e", u"C:/d/n.e"},
+        {u"C:", u"/d/", u"n", u".e", u"C:/d/n.e"},
+        {nullptr, nullptr, u"n", nullptr, u"n"},
+        // What follows a directory without "/" lies behind a zero unit.
+        {u"", u"d", u"n", u"e", lkstr(u"d/\0n.e", 6)},
+    };
+    for (const Case& c : cases) {
+        lkchar buffer[16] = u"###############";
+        lk_makepath(buffer, c.drive, c.dir, c.name, c.ext);
+        EXPECT_EQ(lkstr(buffer, c.expected.size() + 1), c.expected + u'\0');
+    }
+}
+
+TEST(Paths, JudgeCharacters) {
+    for (int c = 0; c < 0x100; ++c) {
+        const auto unit = static_cast<lkchar>(c);
+        const bool always = c != 0 && str("\"*,/<>?[]|").find(static_cast<char>(c)) != str::npos;
+        EXPECT_EQ(IsValidPathNameChar(unit), !always && c != ';') << c;
+        EXPECT_EQ(IsValidFileNameChar(unit), !always && c != ';' && c != ':') << c;
+        EXPECT_EQ(IsValidPathFileChar(unit), !always && c != ':') << c;
+    }
+    struct Case {
+        const lkchar* path;
+        bool valid;
+        const lkchar* conformed;
+    } const cases[] = {
+        {u"C:/a", true, u"Ca"}, {u"a/b:c", false, u"abc"}, {u"a:b:c", false, u"abc"},
+        {u"a;b", true, u"a;b"}, {u"a?b", false, u"ab"},    {u"", false, u""},
+        {nullptr, false, u""},  {u"中/\\", true, u"中\\"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(IsPathFileValid(c.path), c.valid) << UnicodeTextToPrintf(c.path);
+        EXPECT_EQ(ConformPathFile(c.path), c.conformed) << UnicodeTextToPrintf(c.path);
+    }
+}
+
+TEST_F(Files, SavingMakesDirectories) {
+    Save(u"x/y/z.bin", "data");
+    EXPECT_EQ(Load(u"x/y/z.bin"), "data");
+    AppendBinDataToLocalFile(Path(u"x/new/a").c_str(), "12", 2);
+    AppendBinDataToLocalFile(Path(u"x/new/a").c_str(), "3", 1);
+    EXPECT_EQ(Load(u"x/new/a"), "123");
+    Save(u"empty", "");
+    EXPECT_EQ(Load(u"empty"), "");
+    EXPECT_EQ(GetFileSize(Path(u"x/new/a").c_str()), 3);
+    EXPECT_EQ(GetFileSize(Path(u"missing").c_str()), -1);
+    EXPECT_TRUE(IsFileExist(Path(u"x/y").c_str()));
+    EXPECT_TRUE(CreateLocalDirOnNeed(Path(u"a//b/").c_str()));
+    EXPECT_TRUE(IsFileExist(Path(u"a/b").c_str()));
+    EXPECT_FALSE(CreateLocalDir(Path(u"p/q").c_str()));
+    EXPECT_FALSE(CreateLocalDir(nullptr));
+    EXPECT_FALSE(CreateLocalDirOnNeed(Path(u"empty/below").c_str()));
+    ASSERT_EQ(chdir(UnicodeTextToPrintf(Path(u"x")).c_str()), 0);
+    EXPECT_EQ(lkstr_len(GetCurrentWorkPath().c_str()), static_cast<int>(GetCurrentWorkPath().size()));
+    EXPECT_TRUE(GetCurrentWorkPath().ends_with(u"/x"));
+}
+
+TEST_F(Files, FailuresNameThePath) {
+    ClkMemory memory;
+    Save(u"file", "x");
+    const auto save = [](const lkstr& path) { SaveBinDataToLocalFile(path.c_str(), "ab", 2); };
+    const auto load = [&memory](const lkstr& path) { LoadBinDataFromLocalFile(path.c_str(), memory); };
+    const str below = UnicodeTextToPrintf(Path(u"file/x")), missing = UnicodeTextToPrintf(Path(u"none"));
+    EXPECT_EQ(Raised([&] { save(u""); }), "Occured file name null");
+    EXPECT_EQ(Raised([&] { load(u""); }), "Occured file name null");
+    EXPECT_EQ(Raised([&] { AppendBinDataToLocalFile(nullptr, "", 0); }), "Occured file name null");
+    EXPECT_EQ(Raised([&] { AppendBinDataToLocalFile(u"", "", 0); }), "Occured open file failed for write");
+    EXPECT_EQ(Raised([&] { save(Path(u"file/x")); }),
+              "Occured open file failed for write, hint text: " + below);
+    EXPECT_EQ(Raised([&] { save(m_Root); }).substr(0, 34), "Occured open file failed for write");
+    EXPECT_EQ(Raised([&] { load(Path(u"none")); }),
+              "Occured open file failed for read, hint text: " + missing);
+    // Two bytes stay in the stream's buffer until it is flushed; the disk is full all the same.
+    EXPECT_EQ(Raised([&] { save(u"/dev/full"); }), "Occured write file failed, hint text: /dev/full");
+    // A file of more than 2 GiB; it has no blocks, so it takes no room.
+    ASSERT_EQ(truncate(UnicodeTextToPrintf(Path(u"file")).c_str(), (1LL << 32) + 5), 0);
+    EXPECT_EQ(GetFileSize(Path(u"file").c_str()), 5);
+    EXPECT_EQ(Raised([&] { load(Path(u"file")); }).substr(0, 24), "Occured read file failed");
+}
+
+TEST_F(Files, ClosedStreamsAnswerNothing) {
+    ClkFile file;
+    char byte = 0;
+    file.Open(Path(u"none").c_str(), ClkFile::OpenRead);
+    EXPECT_FALSE(file.IsOpen());
+    EXPECT_EQ(file.Read(&byte, 1), 0);
+    EXPECT_EQ(file.Write(&byte, 1), 0);
+    EXPECT_EQ(file.Length(), -1);
+    file.Open(Path(u"new").c_str(), static_cast<ClkFile::OpenMode>(5));
+    EXPECT_FALSE(IsFileExist(Path(u"new").c_str()));
+    file.Open(Path(u"new").c_str(), ClkFile::OpenWrite);
+    EXPECT_EQ(file.Write("abc", 3), 3);
+    EXPECT_EQ(file.Length(), 3);
+    EXPECT_EQ(file.Write("d", 1), 1);
+    file.Close();
+    EXPECT_EQ(Load(u"new"), "abcd");
+}
+
+TEST_F(Files, WorkersMayMakeTheSameDirectories) {
+    for (int round = 0; round < 20; ++round) {
+        const lkstr path = Path(u"r") + static_cast<lkchar>(u'a' + round) + u"/s/t";
+        std::vector<std::thread> workers;
+        for (int i = 0; i < 8; ++i) {
+            workers.emplace_back([path] { EXPECT_TRUE(CreateLocalDirOnNeed(path.c_str())); });
+        }
+        for (std::thread& worker : workers) worker.join();
+    }
+}
+
+TEST_F(Files, TextFilesKeepTheirEncoding) {
+    struct Case {
+        const char* name;
+        str bytes;
+        lkstr text;
+        int mode;
+    } const cases[] = {
+        {"mark of 8 bits",
+         "\xEF\xBB\xBF"
+         "a中",
+         u"a中", TextEncodeUtf8Bom},
+        {"mark of 16 bits",
+         str("\xFF\xFE"
+             "a\0\x2D\x4E",
+             6),
+         u"a中", TextEncodeUtf16Bom},
+        {"no mark", "a中", u"a中", TextEncodeUtf8},
+        {"odd last byte",
+         str("\xFF\xFE"
+             "a\0b",
+             5),
+         u"a", TextEncodeUtf16Bom},
+        {"high byte first", str("\xFE\xFF\0a", 4), u"", TextEncodeMbs},
+        {"another encoding", "\xD6\xD0", {0x0590}, TextEncodeMbs},
+        {"cut off", "a\xE4\xB8", u"", TextEncodeUtf8},
+        {"nothing", "", u"", 77},
+    };
+    for (const Case& c : cases) {
+        Save(u"f.txt", c.bytes);
+        lkstr text = u"old";
+        auto mode = static_cast<TextEncodeMode>(77);
+        LoadStrFromTextFile2(Path(u"f.txt").c_str(), text, mode);
+        EXPECT_EQ(text, c.text) << c.name;
+        EXPECT_EQ(static_cast<int>(mode), c.mode) << c.name;
+
+        const auto saveBack = [&] {
+            SaveStrToTextFile(text.c_str(), lkstr_len(text.c_str()), mode, Path(u"g.txt").c_str());
+        };
+        if (text == u"a中") {
+            saveBack();
+            EXPECT_EQ(Load(u"g.txt"), c.bytes) << c.name;
+        } else if (!text.empty() && mode == TextEncodeMbs) {
+            EXPECT_EQ(Raised(saveBack), "Occured function failed, hint text: UnicodeToMbs") << c.name;
+        }
+    }
+    for (const int mode : {1, 2, 3, 4}) {
+        SaveStrToTextFile(u"", 0, static_cast<TextEncodeMode>(mode), Path(u"e.txt").c_str());
+        EXPECT_EQ(Load(u"e.txt"), "") << mode;
+    }
+    // Units at an odd address, and nothing behind the block.
+    const std::vector<char> block = {0, '\xFF', '\xFE', 'a', 0};
+    lkstr text;
+    auto mode = TextEncodeUtf8;
+    LoadStrFromMemoryBuf(block.data() + 1, 4, text, mode);
+    EXPECT_EQ(text, u"a");
+}
+
+TEST_F(Files, ReplacingTextNeverLosesWhatCannotBeRead) {
+    struct Case {
+        const char* name;
+        str bytes, expected;
+        const char* raised;
+    } const cases[] = {
+        {"marked",
+         "\xEF\xBB\xBF"
+         "aXbX",
+         "\xEF\xBB\xBF"
+         "aYYbYY",
+         "nothing"},
+        {"to nothing", "X", "YY", "nothing"},
+        {"another encoding", "X\xD6\xD0\xFF", "X\xD6\xD0\xFF",
+         "Occured function failed, hint text: UnicodeToMbs"},
+        {"marked but broken",
+         "\xEF\xBB\xBF"
+         "X\xFF",
+         "\xEF\xBB\xBF"
+         "X\xFF",
+         "nothing"},
+        {"cut off", "X\xE4", "X\xE4", "nothing"},
+    };
+    for (const Case& c : cases) {
+        Save(u"f.txt", c.bytes);
+        EXPECT_EQ(Raised([&] { FileReplaceText(Path(u"f.txt").c_str(), u"X", u"YY"); }), c.raised) << c.name;
+        EXPECT_EQ(Load(u"f.txt"), c.expected) << c.name;
+    }
+}
+
+}  // namespace
+}  // namespace larkspur

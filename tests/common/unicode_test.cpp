@@ -1,0 +1,174 @@
+#include "common/unicode.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "common/errors.h"
+
+namespace larkspur {
+namespace {
+
+// A copy of exactly its size on the heap, so that a sanitizer sees a read behind it.
+template <typename Text>
+std::vector<typename Text::value_type> Exact(const Text& text) {
+    return {text.begin(), text.end()};
+}
+
+lkstr Decode(const str& bytes) {
+    const std::vector<char> block = Exact(bytes);
+    const lkstr text = Utf8ToUnicode(block.data(), static_cast<int>(block.size()));
+    ClkMemory memory;
+    Utf8ToUnicode(block.data(), static_cast<int>(block.size()), memory);
+    EXPECT_EQ(memory.Size(), 2 * static_cast<int>(text.size()) + 2);
+    EXPECT_EQ(std::memcmp(memory.Data(), text.c_str(), static_cast<std::size_t>(memory.Size())), 0);
+    return text;
+}
+
+str Encode(const lkstr& text) {
+    const std::vector<lkchar> block = Exact(text);
+    const str bytes = UnicodeToUtf8(block.data(), static_cast<int>(block.size()));
+    ClkMemory memory;
+    UnicodeToUtf8(block.data(), static_cast<int>(block.size()), memory);
+    EXPECT_EQ(memory.Size(), static_cast<int>(bytes.size()) + 1);
+    EXPECT_EQ(std::memcmp(memory.Data(), bytes.c_str(), static_cast<std::size_t>(memory.Size())), 0);
+    return bytes;
+}
+
+TEST(Unicode, DecodesUtf8) {
+    struct Case {
+        const char* name;
+        str bytes;
+        lkstr text;
+    } const cases[] = {
+        {"three bytes", "\xE4\xB8\xAD", u"中"},
+        {"a bad byte empties all", "abc\xFF", u""},
+        {"zero bytes count", str("a\0b", 3), lkstr(u"a\0b", 3)},
+        {"the second of two bytes is not examined", "\xD6\xD0", {0x0590}},
+        {"overlong pair", "\xC0\x80", lkstr(1, 0)},
+        {"overlong three", "\xE0\x80\x81", {1}},
+        {"surrogates come back", "\xED\xA0\xBD\xED\xB8\x80", u"\U0001F600"},
+        {"four bytes are bad", "\xF0\x9F\x98\x80", u""},
+        {"lone continuation", "a\x80", u""},
+        {"cut off behind two of three", "\xE4\xB8", u""},
+        {"cut off behind one of two", "a\xC3", u""},
+        {"bad third byte", "\xE4\xB8\x41", u""},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Decode(c.bytes), c.text) << c.name;
+
+    lkstr out = u"old";
+    Utf8ToUnicode(nullptr, 7, out);
+    EXPECT_EQ(out, u"");
+    ClkMemory memory;
+    Utf8ToUnicode(nullptr, 7, memory);
+    EXPECT_EQ(memory.Size(), 2);
+}
+
+TEST(Unicode, SingleUnitsReadNothingBehindTheZeroByte) {
+    struct Case {
+        str text;
+        int used;
+        lkchar unit;
+    } const cases[] = {{"", 1, 0},         {"z", 1, u'z'},     {"\xC3", 2, 0x00C0},
+                       {"\xE4", 0, 0},     {"\xE4\xB8", 0, 0}, {"\xE4\xB8\xAD", 3, u'中'},
+                       {"\xF0\x9F", 0, 0}, {"\x80", 0, 0}};
+    for (const Case& c : cases) {
+        std::vector<char> block = Exact(c.text);
+        block.push_back(0);
+        lkchar unit = 0x1234;
+        EXPECT_EQ(Utf8ToUnicodeChar(block.data(), unit), c.used) << c.text;
+        EXPECT_EQ(unit, c.unit) << c.text;
+    }
+    for (int unit = 0; unit < 0x10000; ++unit) {
+        char bytes[4] = {};
+        lkchar back = 0;
+        const int used = UnicodeCharToUtf8(static_cast<lkchar>(unit), bytes, 0);
+        ASSERT_EQ(used, unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3);
+        ASSERT_EQ(Utf8ToUnicodeChar(bytes, back), used) << unit;
+        ASSERT_EQ(back, unit);
+    }
+}
+
+// The block conversions take short cuts for runs; here they meet runs of all kinds at all lengths and
+// distances.
+TEST(Unicode, BlocksAgreeWithSingleUnits) {
+    std::mt19937 random(7);
+    const lkchar samples[] = {u'a', 0, 0x7F, 0x80, u'é', 0x7FF, 0x800, u'中', u'文', 0xD83D, 0xFFFF};
+    for (int round = 0; round < 4000; ++round) {
+        lkstr text;
+        str bytes;
+        const int length = round == 0 ? 20000 : static_cast<int>(random() % 120);
+        while (static_cast<int>(text.size()) < length) {
+            const lkchar unit = samples[random() % std::size(samples)];
+            for (auto run = 1 + random() % 24; run > 0; --run) {
+                char encoded[3];
+                text += unit;
+                bytes.append(encoded, static_cast<std::size_t>(UnicodeCharToUtf8(unit, encoded, 3)));
+            }
+        }
+        ASSERT_EQ(Encode(text), bytes) << round;
+        ASSERT_EQ(Decode(bytes), text) << round;
+        ASSERT_TRUE(DetectIsUTF8(Exact(bytes).data(), static_cast<int>(bytes.size()))) << round;
+        if (bytes.empty()) continue;
+        // One bad lead byte anywhere is seen.
+        std::size_t at = random() % bytes.size();
+        while ((bytes[at] & 0xC0) == 0x80) --at;
+        bytes[at] = '\xFE';
+        ASSERT_EQ(Decode(bytes), u"") << round;
+        ASSERT_FALSE(DetectIsUTF8(Exact(bytes).data(), static_cast<int>(bytes.size()))) << round;
+    }
+}
+
+TEST(Unicode, TellsUtf8) {
+    struct Case {
+        const char* name;
+        str bytes;
+        bool detected, coarse;
+    } const cases[] = {
+        {"empty", "", true, true},
+        {"ascii", "abc", true, true},
+        {"two bytes", "\xC3\xA9", true, true},
+        {"lone lead of two", "\xC3", true, false},
+        {"lone lead of three", "\xE4", true, false},
+        {"two of three", "\xE4\xB8", true, true},
+        {"cut off, the second not looked at", "\xE4\x41", true, true},
+        {"three bytes", "\xE4\xB8\xAD", true, false},
+        {"bad third byte", "\xE4\xB8\x41", false, true},
+        {"bad second byte", "\xC3\x41", false, true},
+        {"continuation", "\x80", false, false},
+        {"four bytes", "\xF0\x9F\x98\x80", false, false},
+        {"overlong pair", "\xC0\x80", true, false},
+        {"encoded surrogate", "\xED\xA0", true, false},
+        {"below the three-byte range", "\xE0\x9F", true, false},
+        {"above the last plane", "\xF4\x90", false, false},
+    };
+    for (const Case& c : cases) {
+        const std::vector<char> block = Exact(c.bytes);
+        EXPECT_EQ(DetectIsUTF8(block.data(), static_cast<int>(block.size())), c.detected) << c.name;
+        EXPECT_EQ(IsValidUtf8Str(block.data(), static_cast<int>(block.size())), c.coarse) << c.name;
+    }
+}
+
+TEST(Unicode, MultibyteTextCanOnlyBeRead) {
+    EXPECT_EQ(MbsToUnicode("é", 2), u"é");
+    str out = "old";
+    try {
+        UnicodeToMbs(u"", 0, out);
+        FAIL();
+    } catch (const ClkException& e) {
+        EXPECT_STREQ(e.what(), "Occured function failed, hint text: UnicodeToMbs");
+    }
+    EXPECT_EQ(out, "old");
+}
+
+TEST(Unicode, ResultMayReplaceItsOwnInput) {
+    ClkMemory memory;
+    UnicodeToUtf8(u"中文", 2, memory);
+    Utf8ToUnicode(static_cast<const char*>(memory.Data()), memory.Size() - 1, memory);
+    EXPECT_EQ(lkstr(static_cast<const lkchar*>(memory.Data())), u"中文");
+}
+
+}  // namespace
+}  // namespace larkspur
