@@ -45,14 +45,16 @@ struct FontSet {
     double descent = 0;
     double lineHeight = 0;
 
-    // The member that has a glyph for the character; the first where none has.
+    // The member that has a glyph for the character, else another font of the machine that has one, else the
+    // first member.
     const Member& memberFor(char32_t character) const;
 };
 
-// Resolves a family with the table of aliases for the usual Chinese names ("宋体" and "SimSun", "黑体",
-// "楷体", "仿宋", "微软雅黑" ...), then fontconfig, then what the machine has for Chinese and Latin. Cached
-// for the process under a lock; a thread's own cache answers repeated requests without it. A replaced family
-// is logged once. Raises EngineError where the machine has no usable font at all.
+// Resolves a family: itself where it is installed, else what the table of aliases puts in its place ("宋体"
+// and "SimSun", "黑体", "楷体", "仿宋", "微软雅黑", "Arial" ...), else what the words in its name hint at;
+// then what the machine has for Chinese and for symbols. Cached for the process under a lock; a thread's own
+// cache answers repeated requests without it. A replaced family is logged once. Raises EngineError where the
+// machine has no usable font at all.
 const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic);
 
 }  // namespace qbsvrl6

@@ -35,7 +35,9 @@ struct ShapedText {
 
 using ShapedTextPtr = std::shared_ptr<const ShapedText>;
 
-// Shapes one line of text (no line ends). Results come from a bounded cache of the calling thread.
+// Shapes one line of text; control characters show as blanks. Stretches written from right to left come out
+// in the order in which they are drawn, but stay where the text has them. Results come from a bounded cache
+// of the calling thread.
 ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text);
 
 // A stretch of text that stands on one line; blanks at its end are cut off from `unitCount`.
@@ -49,7 +51,7 @@ struct TextLine {
 
 // Breaks text into lines no wider than `width` by the Unicode line breaking rules (UAX 14): CR, LF and CR LF
 // always break; a word that is wider than the line is cut between characters. A width below 1 means
-// unbounded.
+// unbounded. Empty text has no lines, and a line end at the text's end starts none.
 std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
                                  Micrometres width);
 

@@ -1,0 +1,29 @@
+// What stands in for the font families that reports name but that few machines have.
+#ifndef QBSVR_QBSVRL6_FONTS_ALIASES_H
+#define QBSVR_QBSVRL6_FONTS_ALIASES_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbsvrl6 {
+
+// Kinds of families that replace each other.
+enum class FamilyKind { Song, FangSong, Kai, Hei, Sans, Serif, Mono, Calibri, Cambria, Verdana };
+
+// A name as the tables hold it: UTF-8, ASCII letters small, without blanks around it and the "@" of vertical
+// faces.
+std::string foldFamily(std::u16string_view family);
+
+// The kind of a folded name: by the table of names, else by the words in it; any name has one.
+FamilyKind familyKind(std::string_view folded);
+
+// Folded families that serve for a kind, best first.
+std::vector<std::string_view> familiesOf(FamilyKind kind);
+
+// The kind of Chinese family that fits beside one of this kind, for the characters that it lacks.
+FamilyKind fallbackOf(FamilyKind kind);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,41 @@
+// The fonts that are installed. Only here is fontconfig called; the caller holds one lock around every call.
+#ifndef QBSVR_QBSVRL6_FONTS_CATALOGUE_H
+#define QBSVR_QBSVRL6_FONTS_CATALOGUE_H
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace qbsvrl6 {
+
+struct InstalledFace {
+    std::string file;
+    int index = 0;  // in a collection
+    std::string family;
+    bool bold = false;
+    bool italic = false;
+    int rank = 0;             // smaller is plainer: distance from regular or bold weight and normal width
+    void* pattern = nullptr;  // fontconfig's
+};
+
+class FontCatalogue {
+public:
+    // Reads the list of fonts.
+    FontCatalogue();
+
+    // The face of a folded family nearest to what is asked for; null where the family isn't installed.
+    const InstalledFace* find(std::string_view foldedFamily, bool bold, bool italic) const;
+
+    // A face that has the character; null where none has.
+    const InstalledFace* covering(char32_t character, bool bold, bool italic) const;
+
+private:
+    void* config_ = nullptr;  // fontconfig's; never freed, since the patterns belong to it
+    std::vector<InstalledFace> faces_;
+    std::unordered_map<std::string, std::vector<std::size_t>> byFamily_;  // folded name: indexes in faces_
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,74 @@
+// What one thread knows of the characters of one font set: glyphs and advances of plain ones, and how
+// neighbouring ASCII characters move each other.
+#ifndef QBSVR_QBSVRL6_FONTS_CHARACTER_TABLE_H
+#define QBSVR_QBSVRL6_FONTS_CHARACTER_TABLE_H
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "qbsvrl6/fonts/font_library.h"
+
+struct hb_buffer_t;
+
+namespace qbsvrl6 {
+
+struct PlainCharacter {
+    enum class Kind : std::uint8_t {
+        Unknown,
+        Ascii,    // its place depends on its ASCII neighbours: see PairEffect
+        Alone,    // ideographs and their punctuation: one glyph, whatever stands beside it
+        Complex,  // left to HarfBuzz
+    };
+    std::uint32_t glyph = 0;
+    float advance = 0;         // 1/1000 em
+    std::uint16_t member = 0;  // index in FontSet::members
+    Kind kind = Kind::Unknown;
+};
+
+// What HarfBuzz makes of two ASCII characters side by side, beyond their own advances (1/1000 em).
+struct PairEffect {
+    enum class Kind : std::uint8_t { Unknown, Moves, Complex };
+    float firstAdvance = 0;
+    float secondAdvance = 0;
+    float secondOffset = 0;
+    Kind kind = Kind::Unknown;
+};
+
+class CharacterTable {
+public:
+    explicit CharacterTable(const FontSet& fonts) : fonts_(fonts) {}
+
+    // `scratch` is a buffer of the thread.
+    const PlainCharacter& character(char16_t unit, hb_buffer_t* scratch) {
+        std::unique_ptr<Page>& page = pages_[unit >> 8];
+        if (page == nullptr) page = std::make_unique<Page>();
+        PlainCharacter& known = (*page)[unit & 0xFF];
+        if (known.kind == PlainCharacter::Kind::Unknown) known = lookUp(unit, scratch);
+        return known;
+    }
+
+    // Of two units whose kind is Ascii.
+    const PairEffect& pair(char16_t first, char16_t second, hb_buffer_t* scratch) {
+        std::unique_ptr<PairRow>& row = pairs_[first & 0x7F];
+        if (row == nullptr) row = std::make_unique<PairRow>();
+        PairEffect& known = (*row)[second & 0x7F];
+        if (known.kind == PairEffect::Kind::Unknown) known = measurePair(first, second, scratch);
+        return known;
+    }
+
+private:
+    using Page = std::array<PlainCharacter, 256>;
+    using PairRow = std::array<PairEffect, 128>;
+
+    PlainCharacter lookUp(char16_t unit, hb_buffer_t* scratch) const;
+    PairEffect measurePair(char16_t first, char16_t second, hb_buffer_t* scratch);
+
+    const FontSet& fonts_;
+    std::array<std::unique_ptr<Page>, 256> pages_;
+    std::array<std::unique_ptr<PairRow>, 128> pairs_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

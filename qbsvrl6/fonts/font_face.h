@@ -1,0 +1,26 @@
+// Opening font files.
+#ifndef QBSVR_QBSVRL6_FONTS_FONT_FACE_H
+#define QBSVR_QBSVRL6_FONTS_FONT_FACE_H
+
+#include <memory>
+#include <string>
+
+#include "qbsvrl6/fonts/font_library.h"
+
+namespace qbsvrl6 {
+
+// Maps the file and reads what the face tells of itself. The mapping is never undone: faces live as long as
+// the process. Null where the file can't be read or holds no such face.
+std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index);
+
+// The distances of lines of text in the face, in ems.
+struct LineMetrics {
+    double ascent = 0;
+    double descent = 0;
+    double lineHeight = 0;
+};
+LineMetrics lineMetricsOf(const FontFace& face);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,193 @@
+#include "qbsvrl6/fonts/font_library.h"
+
+#include <hb.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <tuple>
+#include <unordered_map>
+
+#include "qbsvrl6/fonts/aliases.h"
+#include "qbsvrl6/fonts/catalogue.h"
+#include "qbsvrl6/fonts/font_face.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// More names than any honest set of reports uses: hostile ones can't make the tables grow without end.
+constexpr std::size_t kRememberedNames = 1024;
+
+struct Request {
+    std::u16string_view family;
+    bool bold = false;
+    bool italic = false;
+};
+
+// By "family", then one unit for the style.
+using RequestMap = std::unordered_map<std::u16string, const FontSet*>;
+
+// The key of a request, in a buffer of the thread: looking a known font up allocates nothing.
+const std::u16string& keyOf(const Request& request) {
+    thread_local std::u16string key;
+    key.assign(request.family);
+    key += static_cast<char16_t>((request.bold ? 1 : 0) + (request.italic ? 2 : 0));
+    return key;
+}
+
+// What the process knows of fonts. Everything that is handed out stays for good, so that nobody counts
+// references; the number of font files bounds it.
+class FontLibrary {
+public:
+    const FontSet& resolve(const Request& request) {
+        const std::lock_guard lock(mutex_);
+        const std::u16string& key = keyOf(request);
+        if (const auto found = resolved_.find(key); found != resolved_.end()) return *found->second;
+        const FontSet& set = intern(choose(request));
+        if (resolved_.size() >= kRememberedNames) resolved_.clear();
+        resolved_.emplace(key, &set);
+        return set;
+    }
+
+    const FontSet::Member* covering(char32_t character, const FontSet::Member& like) {
+        const std::lock_guard lock(mutex_);
+        const bool bold = like.syntheticBold || isBold(like.face);
+        const bool italic = like.syntheticItalic || like.face->italicAngle != 0;
+        const auto [place, isNew] = covering_.try_emplace({character, bold, italic}, nullptr);
+        if (isNew) {
+            const InstalledFace* installed = catalogue_.covering(character, bold, italic);
+            if (installed != nullptr) {
+                FontSet set;
+                if (add(set, installed, bold, italic))
+                    place->second = &intern(std::move(set)).members.front();
+            }
+        }
+        return place->second;
+    }
+
+private:
+    // The families of a request in the order in which they are tried: the one that was asked for, what stands
+    // in for it, and what its lacking characters come from.
+    FontSet choose(const Request& request) {
+        const std::string wanted = foldFamily(request.family);
+        const FamilyKind kind = familyKind(wanted);
+        FontSet set;
+        add(set, catalogue_.find(wanted, request.bold, request.italic), request.bold, request.italic);
+        const bool installed = !set.members.empty();
+        if (!installed) addFirst(set, kind, request);
+        addFirst(set, fallbackOf(kind), request);
+        addFirst(set, FamilyKind::Verdana, request);  // the widest choice of symbols
+        if (set.members.empty()) {
+            add(set, catalogue_.covering(U'A', request.bold, request.italic), request.bold, request.italic);
+        }
+        if (set.members.empty()) {
+            throw EngineError(ErrorCode::NotSupported, "this machine has no font that can be used");
+        }
+        if (!installed) tellReplaced(request.family, wanted, set);
+        return set;
+    }
+
+    // Adds the best installed family of the kind.
+    void addFirst(FontSet& set, FamilyKind kind, const Request& request) {
+        for (const std::string_view family : familiesOf(kind)) {
+            const InstalledFace* installed = catalogue_.find(family, request.bold, request.italic);
+            if (add(set, installed, request.bold, request.italic)) return;
+        }
+    }
+
+    bool add(FontSet& set, const InstalledFace* installed, bool bold, bool italic) {
+        if (installed == nullptr) return false;
+        const FontFace* face = open(*installed);
+        if (face == nullptr) return false;
+        const auto isSame = [face](const FontSet::Member& member) { return member.face == face; };
+        if (std::any_of(set.members.begin(), set.members.end(), isSame)) return true;
+        set.members.push_back({face, bold && !installed->bold, italic && !installed->italic});
+        return true;
+    }
+
+    const FontFace* open(const InstalledFace& installed) {
+        const auto [place, isNew] = faces_.try_emplace({installed.file, installed.index});
+        if (isNew) {
+            place->second = {openFontFace(installed.file, installed.index), installed.bold};
+            if (place->second.face == nullptr) logWarning("font file " + installed.file + " can't be used");
+        }
+        return place->second.face.get();
+    }
+
+    bool isBold(const FontFace* face) const {
+        const auto found = faces_.find({face->file, face->index});
+        return found != faces_.end() && found->second.bold;
+    }
+
+    // Equal sets are one, so that any number of unknown names costs no memory.
+    const FontSet& intern(FontSet set) {
+        std::vector<MemberKey> key;
+        for (const FontSet::Member& member : set.members) {
+            key.emplace_back(member.face, member.syntheticBold, member.syntheticItalic);
+        }
+        std::unique_ptr<const FontSet>& kept = sets_[key];
+        if (kept == nullptr) {
+            const LineMetrics metrics = lineMetricsOf(*set.members.front().face);
+            set.ascent = metrics.ascent;
+            set.descent = metrics.descent;
+            set.lineHeight = metrics.lineHeight;
+            kept = std::make_unique<const FontSet>(std::move(set));
+        }
+        return *kept;
+    }
+
+    void tellReplaced(std::u16string_view family, const std::string& folded, const FontSet& set) {
+        if (replaced_.size() >= kRememberedNames || !replaced_.insert(folded).second) return;
+        logWarning("font \"" + toUtf8(family) + "\" is not installed; \"" +
+                   set.members.front().face->familyName + "\" stands in for it");
+    }
+
+    struct OpenFace {
+        std::unique_ptr<const FontFace> face;
+        bool bold = false;
+    };
+    using MemberKey = std::tuple<const FontFace*, bool, bool>;
+
+    std::mutex mutex_;
+    FontCatalogue catalogue_;
+    RequestMap resolved_;
+    std::map<std::pair<std::string, int>, OpenFace> faces_;
+    std::map<std::vector<MemberKey>, std::unique_ptr<const FontSet>> sets_;
+    std::map<std::tuple<char32_t, bool, bool>, const FontSet::Member*> covering_;
+    std::set<std::string> replaced_;
+};
+
+// Never destroyed: threads may still draw while the process ends.
+FontLibrary& fontLibrary() {
+    static FontLibrary& library = *new FontLibrary;
+    return library;
+}
+
+}  // namespace
+
+const FontSet::Member& FontSet::memberFor(char32_t character) const {
+    hb_codepoint_t glyph = 0;
+    for (const Member& member : members) {
+        if (hb_font_get_nominal_glyph(member.face->font, character, &glyph) != 0) return member;
+    }
+    const Member* other = fontLibrary().covering(character, members.front());
+    return other != nullptr ? *other : members.front();
+}
+
+const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic) {
+    thread_local RequestMap known;
+    const Request request{family, bold, italic};
+    if (const auto found = known.find(keyOf(request)); found != known.end()) return *found->second;
+    const FontSet& set = fontLibrary().resolve(request);
+    if (known.size() >= kRememberedNames) known.clear();
+    known.emplace(keyOf(request), &set);
+    return set;
+}
+
+}  // namespace qbsvrl6

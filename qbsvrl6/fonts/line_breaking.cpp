@@ -1,0 +1,138 @@
+#include <linebreak.h>
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <string>
+
+#include "qbsvrl6/fonts/shaping.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+bool isBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\u3000'; }
+
+std::size_t withoutBlanksAtEnd(std::u16string_view text, std::size_t first, std::size_t end) {
+    while (end > first && isBlank(text[end - 1])) --end;
+    return end;
+}
+
+Micrometres toWidth(float thousandths, double fontSize) {
+    constexpr double kWidest = 2e9;
+    const double width = static_cast<double>(thousandths) * fontSize * kMicrometresPerPoint / 1000.0;
+    return static_cast<Micrometres>(std::lround(std::clamp(width, 0.0, kWidest)));
+}
+
+class LineBreaker {
+public:
+    LineBreaker(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width)
+        : fonts_(fonts), fontSize_(fontSize), text_(text), width_(width) {}
+
+    std::vector<TextLine> run() {
+        for (std::size_t first = 0; first < text_.size();) {
+            const std::size_t end = std::min(text_.find_first_of(u"\r\n", first), text_.size());
+            addParagraph(first, end);
+            const bool pair = end + 1 < text_.size() && text_[end] == u'\r' && text_[end + 1] == u'\n';
+            first = end + (pair ? 2 : 1);
+        }
+        return std::move(lines_);
+    }
+
+private:
+    void addParagraph(std::size_t first, std::size_t end) {
+        ShapedTextPtr whole = shapeStretch(first, end);
+        if (width_ < 1 || toWidth(whole->width, fontSize_) <= width_) {
+            addLine(first, end, std::move(whole));
+        } else {
+            first_ = first;
+            findBreaks(end - first);
+            measure(end - first, *whole);
+            breakParagraph();
+        }
+        lines_.back().endsParagraph = true;
+    }
+
+    ShapedTextPtr shapeStretch(std::size_t first, std::size_t end) const {
+        return shape(fonts_, text_.substr(first, withoutBlanksAtEnd(text_, first, end) - first));
+    }
+
+    void addLine(std::size_t first, std::size_t end, ShapedTextPtr shaped) {
+        TextLine& line = lines_.emplace_back();
+        line.firstUnit = static_cast<std::uint32_t>(first);
+        line.unitCount = static_cast<std::uint32_t>(withoutBlanksAtEnd(text_, first, end) - first);
+        line.width = toWidth(shaped->width, fontSize_);
+        line.shaped = std::move(shaped);
+    }
+
+    void findBreaks(std::size_t count) {
+        static std::once_flag once;
+        std::call_once(once, init_linebreak);
+        breaks_.resize(count);
+        set_linebreaks_utf16(reinterpret_cast<const utf16_t*>(text_.data() + first_), count, "zh",
+                             breaks_.data());
+    }
+
+    void measure(std::size_t count, const ShapedText& shaped) {
+        advances_.assign(count, -1.0f);
+        for (const GlyphRun& run : shaped.runs) {
+            for (const Glyph& glyph : run.glyphs) {
+                float& advance = advances_[glyph.cluster];
+                advance = std::max(advance, 0.0f) + glyph.advance;
+            }
+        }
+    }
+
+    bool startsCluster(std::size_t unit) const { return unit >= advances_.size() || advances_[unit] >= 0; }
+
+    void breakParagraph() {
+        const float limit = static_cast<float>((width_ + 0.5) * 1000.0 / (fontSize_ * kMicrometresPerPoint));
+        const std::size_t count = advances_.size();
+        for (std::size_t start = 0; start < count;) {
+            const std::size_t end = lineEnd(start, limit);
+            addLine(first_ + start, first_ + end, shapeStretch(first_ + start, first_ + end));
+            start = end;
+            // Blanks that the break took in belong to neither line.
+            while (start < count && isBlank(text_[first_ + start])) ++start;
+        }
+    }
+
+    // Where the line that starts here ends: the last opportunity that fits, else between characters, at least
+    // one of them.
+    std::size_t lineEnd(std::size_t start, float limit) const {
+        float width = 0;
+        std::size_t opportunity = start;
+        std::size_t fitting = start;
+        for (std::size_t i = start; i < advances_.size(); ++i) {
+            if (i > start && startsCluster(i)) fitting = i;
+            width += std::max(advances_[i], 0.0f);
+            const bool hangs = isBlank(text_[first_ + i]);  // blanks at a line's end need no room
+            if (width > limit && !hangs && fitting > start)
+                return opportunity > start ? opportunity : fitting;
+            if (breaks_[i] == LINEBREAK_ALLOWBREAK || breaks_[i] == LINEBREAK_MUSTBREAK) opportunity = i + 1;
+        }
+        return advances_.size();
+    }
+
+    const FontSet& fonts_;
+    double fontSize_;
+    std::u16string_view text_;
+    Micrometres width_;
+    std::vector<TextLine> lines_;
+
+    // The paragraph that is being broken: where it starts, what stands behind each of its units
+    // (libunibreak's marks), and what each unit adds to its line (a cluster's glyphs count at its first unit,
+    // the others are negative).
+    std::size_t first_ = 0;
+    std::vector<char> breaks_;
+    std::vector<float> advances_;
+};
+
+}  // namespace
+
+std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
+                                 Micrometres width) {
+    return LineBreaker(fonts, fontSize, text, width).run();
+}
+
+}  // namespace qbsvrl6

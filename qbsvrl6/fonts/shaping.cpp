@@ -1,0 +1,221 @@
+#include "qbsvrl6/fonts/shaping.h"
+
+#include <hb.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "qbsvrl6/fonts/character_table.h"
+#include "qbsvrl6/fonts/harfbuzz_run.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+struct BufferDeleter {
+    void operator()(hb_buffer_t* buffer) const { hb_buffer_destroy(buffer); }
+};
+
+// One slot a hash value: the newest text wins. Reports repeat their titles, units and names, mostly soon;
+// more than this many different short texts are as fast to shape again as to find.
+struct CachedText {
+    const FontSet* fonts = nullptr;
+    std::u16string text;
+    ShapedTextPtr shaped;
+};
+constexpr std::size_t kCachedTexts = 2048;      // a power of two
+constexpr std::size_t kCachedTextLength = 128;  // longer ones are rarely repeated
+
+struct ShapingState {
+    std::unordered_map<const FontSet*, std::unique_ptr<CharacterTable>> tables;
+    const FontSet* lastFonts = nullptr;
+    CharacterTable* lastTable = nullptr;
+    std::vector<CachedText> cache{kCachedTexts};
+    std::unique_ptr<hb_buffer_t, BufferDeleter> buffer{hb_buffer_create()};
+    std::u16string cleaned;
+
+    CharacterTable& table(const FontSet& fonts) {
+        if (lastFonts != &fonts) {
+            std::unique_ptr<CharacterTable>& place = tables[&fonts];
+            if (place == nullptr) place = std::make_unique<CharacterTable>(fonts);
+            lastTable = place.get();
+            lastFonts = &fonts;
+        }
+        return *lastTable;
+    }
+
+    CachedText& slot(const FontSet& fonts, std::u16string_view text) {
+        std::size_t hash = reinterpret_cast<std::size_t>(&fonts) >> 4;
+        for (const char16_t unit : text) hash = (hash ^ unit) * 0x9E3779B97F4A7C15u;
+        return cache[(hash >> 40) & (kCachedTexts - 1)];
+    }
+};
+
+ShapingState& shapingState() {
+    thread_local ShapingState state;
+    return state;
+}
+
+// Puts a line together from the thread's tables. Null where HarfBuzz has to see the text.
+std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view text, ShapingState& state) {
+    using Kind = PlainCharacter::Kind;
+    CharacterTable& table = state.table(fonts);
+    auto shaped = std::make_shared<ShapedText>();
+    GlyphRun* run = nullptr;
+    std::uint16_t member = 0;
+    double width = 0;
+    bool afterAscii = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const PlainCharacter& character = table.character(text[i], state.buffer.get());
+        if (character.kind == Kind::Complex) return nullptr;
+        if (run == nullptr || character.member != member) {
+            run = &shaped->runs.emplace_back();
+            member = character.member;
+            run->member = fonts.members[member];
+            run->firstUnit = static_cast<std::uint32_t>(i);
+            run->glyphs.reserve(text.size() - i);
+        }
+        Glyph glyph{character.glyph, static_cast<std::uint32_t>(i), character.advance, 0, 0};
+        const bool ascii = character.kind == Kind::Ascii;
+        if (ascii && afterAscii) {
+            const PairEffect& effect = table.pair(text[i - 1], text[i], state.buffer.get());
+            if (effect.kind == PairEffect::Kind::Complex) return nullptr;
+            if (effect.firstAdvance != 0 && !run->glyphs.empty()) {
+                run->glyphs.back().advance += effect.firstAdvance;
+                width += effect.firstAdvance;
+            }
+            glyph.advance += effect.secondAdvance;
+            glyph.xOffset = effect.secondOffset;
+        }
+        afterAscii = ascii;
+        width += glyph.advance;
+        run->glyphs.push_back(glyph);
+        ++run->unitCount;
+    }
+    shaped->width = static_cast<float>(width);
+    return shaped;
+}
+
+bool isControl(char16_t unit) { return unit < u' ' || unit == 0x7F; }
+
+bool isRightToLeft(char32_t c) {
+    return (c >= 0x590 && c <= 0x8FF) || (c >= 0xFB1D && c <= 0xFDFF) || (c >= 0xFE70 && c <= 0xFEFC) ||
+           (c >= 0x10800 && c <= 0x10FFF) || (c >= 0x1E800 && c <= 0x1EFFF);
+}
+
+// Blanks and punctuation take the direction, and marks and joiners the font, of what they follow.
+bool isNeutral(char32_t c) { return c < U'0' || (c > U'9' && c < U'A') || (c >= 0x2000 && c <= 0x206F); }
+
+bool joinsBefore(char32_t c) {
+    return (c >= 0x300 && c <= 0x36F) || c == 0x200C || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F) ||
+           (c >= 0xE0100 && c <= 0xE01EF) || (c >= 0x20D0 && c <= 0x20FF) || c == 0x3099 || c == 0x309A;
+}
+
+bool hasGlyph(const FontFace& face, char32_t character) {
+    hb_codepoint_t glyph = 0;
+    return hb_font_get_nominal_glyph(face.font, character, &glyph) != 0;
+}
+
+// Splits the line where font or direction change and has each part shaped.
+std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string_view text,
+                                            ShapingState& state) {
+    state.cleaned.assign(text);
+    for (char16_t& unit : state.cleaned) {
+        if (isControl(unit)) unit = u' ';
+    }
+    const std::u16string_view line = state.cleaned;
+    auto shaped = std::make_shared<ShapedText>();
+    bool rightToLeft = false;
+    for (std::size_t i = 0; i < line.size();) {
+        const std::size_t start = i;
+        const char32_t character = nextCharacter(line, i);
+        const bool begins = shaped->runs.empty();
+        const bool neutral = isNeutral(character);
+        const bool turns = !neutral && !joinsBefore(character) && isRightToLeft(character) != rightToLeft;
+        // Words from right to left have to stay in one run with the blanks between them.
+        const bool stays =
+            !begins && (joinsBefore(character) ||
+                        (rightToLeft && neutral && hasGlyph(*shaped->runs.back().member.face, character)));
+        if (!stays) {
+            const FontSet::Member& member = fonts.memberFor(character);
+            if (begins || turns || member.face != shaped->runs.back().member.face) {
+                GlyphRun& run = shaped->runs.emplace_back();
+                run.member = member;
+                run.firstUnit = static_cast<std::uint32_t>(start);
+                if (turns) rightToLeft = !rightToLeft;
+            }
+        }
+        shaped->runs.back().unitCount += static_cast<std::uint32_t>(i - start);
+    }
+    double width = 0;
+    for (GlyphRun& run : shaped->runs) {
+        shapeRun(*run.member.face, line, run.firstUnit, run.unitCount, state.buffer.get(), run.glyphs);
+        for (const Glyph& glyph : run.glyphs) width += glyph.advance;
+    }
+    shaped->width = static_cast<float>(width);
+    return shaped;
+}
+
+// One set of rules for what reports mix within a word: the look of a digit or a quotation mark must not
+// depend on whether a letter or an ideograph stands beside it.
+bool sharesLatinRules(hb_script_t script) {
+    switch (script) {
+        case HB_SCRIPT_INVALID:
+        case HB_SCRIPT_COMMON:
+        case HB_SCRIPT_INHERITED:
+        case HB_SCRIPT_HAN:
+        case HB_SCRIPT_HIRAGANA:
+        case HB_SCRIPT_KATAKANA:
+        case HB_SCRIPT_BOPOMOFO:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+void shapeRun(const FontFace& face, std::u16string_view line, std::size_t first, std::size_t count,
+              hb_buffer_t* scratch, std::vector<Glyph>& glyphs) {
+    // Chinese forms of the characters that Chinese and Japanese draw differently.
+    static const hb_language_t language = hb_language_from_string("zh-hans", -1);
+    hb_buffer_clear_contents(scratch);
+    hb_buffer_add_utf16(scratch, reinterpret_cast<const std::uint16_t*>(line.data()),
+                        static_cast<int>(line.size()), static_cast<unsigned>(first), static_cast<int>(count));
+    hb_buffer_guess_segment_properties(scratch);
+    hb_buffer_set_language(scratch, language);
+    if (sharesLatinRules(hb_buffer_get_script(scratch))) hb_buffer_set_script(scratch, HB_SCRIPT_LATIN);
+    hb_shape(face.font, scratch, nullptr, 0);
+    unsigned glyphCount = 0;
+    const hb_glyph_info_t* infos = hb_buffer_get_glyph_infos(scratch, &glyphCount);
+    const hb_glyph_position_t* positions = hb_buffer_get_glyph_positions(scratch, &glyphCount);
+    const float scale = 1000.0f / static_cast<float>(face.unitsPerEm);
+    glyphs.reserve(glyphs.size() + glyphCount);
+    for (unsigned i = 0; i < glyphCount; ++i) {
+        glyphs.push_back({infos[i].codepoint, infos[i].cluster,
+                          static_cast<float>(positions[i].x_advance) * scale,
+                          static_cast<float>(positions[i].x_offset) * scale,
+                          static_cast<float>(positions[i].y_offset) * scale});
+    }
+}
+
+ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text) {
+    ShapingState& state = shapingState();
+    const auto shapeNow = [&]() -> ShapedTextPtr {
+        if (ShapedTextPtr plain = shapePlain(fonts, text, state)) return plain;
+        return shapeByHarfBuzz(fonts, text, state);
+    };
+    if (text.size() > kCachedTextLength) return shapeNow();
+    CachedText& slot = state.slot(fonts, text);
+    if (slot.fonts == &fonts && slot.text == text) return slot.shaped;
+    slot.shaped = shapeNow();
+    slot.fonts = &fonts;
+    slot.text.assign(text);
+    return slot.shaped;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+namespace {
+
+constexpr double kSize = 10;
+constexpr double kEm = kSize * kMicrometresPerPoint;
+
+std::vector<std::u16string> broken(const std::u16string& text, double ems) {
+    const auto width = static_cast<Micrometres>(std::lround(ems * kEm));
+    std::vector<std::u16string> lines;
+    for (const TextLine& line : breakLines(resolveFont(u"SimSun", false, false), kSize, text, width)) {
+        std::u16string content = text.substr(line.firstUnit, line.unitCount);
+        if (line.endsParagraph) content += u'|';
+        lines.push_back(std::move(content));
+        if (width > 0 && line.unitCount > 2) {
+            EXPECT_LE(line.width, width + 40) << toUtf8(text);
+        }
+    }
+    return lines;
+}
+
+TEST(LineBreaking, LinesBreakWhereUnicodeAllows) {
+    struct Case {
+        const char* name;
+        std::u16string text;
+        double ems;
+        std::vector<std::u16string> expected;
+    };
+    const Case cases[] = {
+        {"empty", u"", 5, {}},
+        {"fits", u"中文", 5, {u"中文|"}},
+        {"exactly", u"一二三四五", 5, {u"一二三四五|"}},
+        {"ideographs", u"一二三四五六七", 3, {u"一二三", u"四五六", u"七|"}},
+        {"no full stop at a line's start", u"一二三。四", 3, {u"一二", u"三。四|"}},
+        {"no bracket at a line's end", u"一二（三）", 3, {u"一二", u"（三）|"}},
+        {"words", u"one two three", 4, {u"one two", u"three|"}},
+        {"a word wider than the line", u"mmmmmmmmmm", 4, {u"mmmm", u"mmmm", u"mm|"}},
+        {"narrower than a character", u"一二", 0.5, {u"一", u"二|"}},
+        {"a pair of surrogates is never cut", u"\U00020000\U00020001", 0.5, {u"\U00020000", u"\U00020001|"}},
+        {"a mark stays with its base", u"e\u0301e\u0301", 0.3, {u"e\u0301", u"e\u0301|"}},
+        {"line ends", u"a\nb\r\nc\rd", 5, {u"a|", u"b|", u"c|", u"d|"}},
+        {"blank lines", u"a\n\nb\n", 5, {u"a|", u"|", u"b|"}},
+        {"a lone line end", u"\n", 5, {u"|"}},
+        {"unbounded", u"one two\nthree", 0, {u"one two|", u"three|"}},
+        {"blanks at the end hang", u"一二三      四", 3, {u"一二三", u"四|"}},
+        {"only blanks", u"          ", 1, {u"|"}},
+        {"blanks at the start stay", u"  一二", 5, {u"  一二|"}},
+        {"a number stays whole", u"共1,234.50元", 4, {u"共", u"1,234.50", u"元|"}},
+    };
+    for (const Case& c : cases) EXPECT_EQ(broken(c.text, c.ems), c.expected) << c.name;
+}
+
+TEST(LineBreaking, WidthFollowsTheFontSize) {
+    const FontSet& fonts = resolveFont(u"SimSun", false, false);
+    EXPECT_EQ(breakLines(fonts, kSize, u"一二", 0).front().width, std::lround(2 * kEm));
+    EXPECT_EQ(breakLines(fonts, 3 * kSize, u"一二  ", 0).front().width, std::lround(6 * kEm));
+    EXPECT_EQ(breakLines(fonts, 0, u"一二", 10).size(), 1u);
+}
+
+}  // namespace
+}  // namespace qbsvrl6
