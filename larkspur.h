@@ -16,7 +16,12 @@
 #include "common/string_ops.h"
 #include "common/text.h"
 #include "common/unicode.h"
+#include "format/boolean_format.h"
+#include "format/date_time.h"
+#include "format/date_time_format.h"
+#include "format/int_enum_format.h"
 #include "format/locale_settings.h"
 #include "format/number_helpers.h"
+#include "format/numeric_format.h"
 
 #endif

@@ -1,0 +1,276 @@
+#include "format/date_time.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <climits>
+#include <cwchar>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "common/errors.h"
+
+namespace larkspur {
+
+namespace {
+
+constexpr std::int64_t kSecondsPerDay = 86400;
+
+// The calendar is walked in eras of 400 years, which repeat to the day, and in years that begin on March 1,
+// so that the leap day is the last of its year.
+constexpr std::int64_t kDaysPerEra = 146097;
+constexpr std::int64_t kDaysToEpoch = 719468;  // from 0000-03-01 to 1970-01-01
+
+// What gmtime_r gives, without the time-zone lock that it takes. False for a year out of range.
+bool decodeUtc(std::int64_t time, std::tm& tm) {
+    std::int64_t days = time / kSecondsPerDay;
+    auto second = static_cast<int>(time % kSecondsPerDay);
+    if (second < 0) {
+        second += static_cast<int>(kSecondsPerDay);
+        --days;
+    }
+    const std::int64_t shifted = days + kDaysToEpoch;
+    const std::int64_t era = (shifted >= 0 ? shifted : shifted - (kDaysPerEra - 1)) / kDaysPerEra;
+    const auto dayOfEra = static_cast<int>(shifted - era * kDaysPerEra);
+    const int yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const int dayFromMarch = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const int monthFromMarch = (5 * dayFromMarch + 2) / 153;
+    const bool isAfterNewYear = monthFromMarch >= 10;
+    const std::int64_t year = era * 400 + yearOfEra + (isAfterNewYear ? 1 : 0);
+    if (year - 1900 < INT_MIN || year - 1900 > INT_MAX) return false;
+    const bool isLeap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+
+    tm.tm_year = static_cast<int>(year - 1900);
+    tm.tm_mon = monthFromMarch + (isAfterNewYear ? -10 : 2);
+    tm.tm_mday = dayFromMarch - (153 * monthFromMarch + 2) / 5 + 1;
+    tm.tm_yday = isAfterNewYear ? dayFromMarch - 306 : dayFromMarch + 59 + (isLeap ? 1 : 0);
+    tm.tm_wday = static_cast<int>(((days % 7) + 11) % 7);  // day 0 was a Thursday
+    tm.tm_hour = second / 3600;
+    tm.tm_min = second / 60 % 60;
+    tm.tm_sec = second % 60;
+    tm.tm_zone = "GMT";
+    return true;
+}
+
+int clampToInt(std::int64_t value) {
+    return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
+}
+
+lkchar* putTwoDigits(lkchar* to, int value) {
+    *to++ = static_cast<lkchar>(u'0' + value / 10);
+    *to++ = static_cast<lkchar>(u'0' + value % 10);
+    return to;
+}
+
+// The value of a field that always has two digits; -1 for any other field.
+int twoDigitField(lkchar field, const std::tm& tm) {
+    switch (field) {
+        case u'y':
+            return (tm.tm_year % 100 + 100) % 100;
+        case u'm':
+            return tm.tm_mon + 1;
+        case u'd':
+            return tm.tm_mday;
+        case u'H':
+            return tm.tm_hour;
+        case u'I':
+            return (tm.tm_hour + 11) % 12 + 1;
+        case u'M':
+            return tm.tm_min;
+        case u'S':
+            return tm.tm_sec;
+        default:
+            return -1;
+    }
+}
+
+// Formats that consist of literals and plain digit fields, which no locale changes; nothing for any other.
+// The
+// "#" flag only changes the case of letters.
+std::optional<lkstr> formatDigitFields(const lkchar* format, const std::tm& tm) {
+    lkchar text[64];
+    constexpr std::ptrdiff_t kLongestField = 4;
+    lkchar* to = text;
+    for (; *format != u'\0'; ++format) {
+        if (std::end(text) - to < kLongestField) return std::nullopt;
+        if (*format != u'%') {
+            *to++ = *format;
+            continue;
+        }
+        ++format;
+        if (*format == u'#') ++format;
+        if (*format == u'Y') {
+            const std::int64_t year = std::int64_t{tm.tm_year} + 1900;
+            if (year < 1000 || year > 9999) return std::nullopt;
+            to = putTwoDigits(to, static_cast<int>(year / 100));
+            to = putTwoDigits(to, static_cast<int>(year % 100));
+        } else if (const int value = twoDigitField(*format, tm); value >= 0) {
+            to = putTwoDigits(to, value);
+        } else {
+            return std::nullopt;
+        }
+    }
+    return lkstr(text, to);
+}
+
+// wcsftime gives 0 both for no room and for an empty text: a unit behind the format tells them apart. Fields
+// of a locale are short, so that only a field width can ask for more than the largest room; the text is then
+// empty.
+lkstr formatByLibrary(const lkchar* format, const std::tm& tm) {
+    constexpr wchar_t kEnd = L'.';
+    wstr wideFormat = lkstr_tow(format);
+    wideFormat += kEnd;
+    const std::size_t maxRoom = 65536 + 128 * wideFormat.size();
+    wstr text;
+    for (std::size_t room = 256; room <= maxRoom; room *= 4) {
+        text.resize(room);
+        const std::size_t length = std::wcsftime(text.data(), room, wideFormat.c_str(), &tm);
+        if (length == 0) continue;
+        text[length - 1] = L'\0';
+        return lkstr_fromw(text.c_str());
+    }
+    return lkstr();
+}
+
+}  // namespace
+
+ClkDateTime& ClkDateTime::operator=(const ClkDateTime& other) {
+    if (this != &other) SetValue(other.m_Time);
+    return *this;
+}
+
+void ClkDateTime::SetValue(std::int64_t time) {
+    m_Time = time;
+    m_IsDecoded = false;
+}
+
+void ClkDateTime::DoDecode() const {
+    if (m_IsDecoded) return;
+    m_Decoded = {};
+    m_IsDecoded = true;
+    if (!decodeUtc(m_Time, m_Decoded)) throw ClkException(LKExceptionFunction, "ClkDateTime::DoDecode");
+}
+
+void ClkDateTime::Decode(int& year, int& month, int& day, int& hour, int& minute, int& second) const {
+    DecodeDate(year, month, day);
+    DecodeTime(hour, minute, second);
+}
+
+void ClkDateTime::DecodeDate(int& year, int& month, int& day) const {
+    year = GetYear();
+    month = GetMonth();
+    day = GetDay();
+}
+
+void ClkDateTime::DecodeTime(int& hour, int& minute, int& second) const {
+    hour = GetHour();
+    minute = GetMinute();
+    second = GetSecond();
+}
+
+int ClkDateTime::GetYear() const {
+    DoDecode();
+    return clampToInt(std::int64_t{m_Decoded.tm_year} + 1900);
+}
+
+int ClkDateTime::GetMonth() const {
+    DoDecode();
+    return m_Decoded.tm_mon + 1;
+}
+
+int ClkDateTime::GetDay() const {
+    DoDecode();
+    return m_Decoded.tm_mday;
+}
+
+int ClkDateTime::GetHour() const {
+    DoDecode();
+    return m_Decoded.tm_hour;
+}
+
+int ClkDateTime::GetMinute() const {
+    DoDecode();
+    return m_Decoded.tm_min;
+}
+
+int ClkDateTime::GetSecond() const {
+    DoDecode();
+    return m_Decoded.tm_sec;
+}
+
+int ClkDateTime::GetDayOfWeek() const {
+    DoDecode();
+    return m_Decoded.tm_wday + 1;
+}
+
+int ClkDateTime::GetDayOfYear() const {
+    DoDecode();
+    return m_Decoded.tm_yday + 1;
+}
+
+// tm_isdst stays 0, so that mktime takes the reading as standard time all the year round, which is what the
+// timezone taken off again stands for.
+bool ClkDateTime::SetDateTime(int year, int month, int day, int hour, int minute, int second) {
+    std::tm tm = {};
+    tm.tm_year = clampToInt(std::int64_t{year} - 1900);
+    tm.tm_mon = clampToInt(std::int64_t{month} - 1);
+    tm.tm_mday = day;
+    tm.tm_hour = hour;
+    tm.tm_min = minute;
+    tm.tm_sec = second;
+    SetValue(_mkgmtime(&tm));
+    return m_Time != -1;
+}
+
+bool ClkDateTime::SetDate(int year, int month, int day) { return SetDateTime(year, month, day, 0, 0, 0); }
+
+bool ClkDateTime::SetTime(int hour, int minute, int second) {
+    return SetDateTime(1899, 12, 30, hour, minute, second);
+}
+
+bool ClkDateTime::TrimToDate() {
+    int year, month, day;
+    DecodeDate(year, month, day);
+    return SetDate(year, month, day);
+}
+
+lkstr ClkDateTime::Format(const lkchar* format) const {
+    DoDecode();
+    if (format == nullptr) format = gc_lkchar_empty;
+    if (std::optional<lkstr> text = formatDigitFields(format, m_Decoded)) return *std::move(text);
+    return formatByLibrary(format, m_Decoded);
+}
+
+lkstr ClkDateTime::AsString() const { return Format(u"%c"); }
+
+void ClkDateTime::IncDays(int days) {
+    std::int64_t time;
+    if (__builtin_add_overflow(m_Time, FloatToDateTime(days), &time)) {
+        time = days < 0 ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
+    }
+    SetValue(time);
+}
+
+std::int64_t ClkDateTime::CurrentTime() { return std::time(nullptr) - ::timezone; }
+
+std::int64_t ClkDateTime::IntToDateTime(int days) { return days * kSecondsPerDay; }
+
+std::int64_t ClkDateTime::FloatToDateTime(double days) {
+    constexpr double kLimit = 9223372036854775808.0;  // 2^63
+    const double seconds = days * 86400.0;
+    if (seconds != seconds) return 0;
+    if (seconds >= kLimit) return std::numeric_limits<std::int64_t>::max();
+    if (seconds < -kLimit) return std::numeric_limits<std::int64_t>::min();
+    return static_cast<std::int64_t>(seconds);
+}
+
+double ClkDateTime::DateTimeToFloat(std::int64_t time) { return static_cast<double>(time) / 86400.0; }
+
+std::int64_t _mkgmtime(std::tm* tm) {
+    const std::int64_t time = std::mktime(tm);  // first, since it sets timezone
+    return time - ::timezone;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,129 @@
+// Reading dates. The numbers of the text are taken in order, whatever separates them, and then find their
+// places: a ":" behind the first one means that the time comes first; a third date number that can't be a
+// year means that the date was year first; a month may be a Chinese numeral behind a year of four digits.
+#include <string_view>
+#include <utility>
+
+#include "format/date_time_format.h"
+
+namespace larkspur {
+
+namespace {
+
+constexpr int kMaxNumbers = 6;
+
+struct DateTimeFields {
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+};
+
+struct Numbers {
+    int values[kMaxNumbers] = {};
+    int count = 0;
+    lkchar separator = u'\0';  // behind the first number
+};
+
+bool isDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
+
+// A read that comes to the end without a digit counts as a number too, of value 0.
+Numbers readNumbers(const lkchar* text) {
+    Numbers numbers;
+    while (numbers.count < kMaxNumbers) {
+        while (*text != u'\0' && !isDigit(*text)) ++text;
+        unsigned int value = 0;  // wraps as lkstr_toi does
+        for (; isDigit(*text); ++text) value = value * 10 + (*text - u'0');
+        if (numbers.count == 0) numbers.separator = *text;
+        numbers.values[numbers.count++] = static_cast<int>(value);
+        if (*text == u'\0') break;
+    }
+    return numbers;
+}
+
+// Year, month and day are in their places, or day, month and year are. A date that begins with its month is
+// preferred to one that begins with its day.
+void orderDate(DateTimeFields& date) {
+    if (date.year <= 31) {
+        const int oldYear = date.year;
+        date.year = date.day;
+        date.day = date.month;
+        date.month = oldYear;
+    }
+    if (date.day < 13) std::swap(date.day, date.month);
+}
+
+bool isMonth(int month) { return month >= 1 && month <= 12; }
+bool isDay(int day) { return day >= 1 && day <= 31; }
+
+// Month and day are right, or get right by a month in Chinese behind "2024年".
+bool completeByChineseMonth(std::u16string_view text, DateTimeFields& date) {
+    constexpr std::u16string_view kMonths = u"一二三四五六七八九十";
+    constexpr std::size_t kMonthAt = 5;
+    const std::size_t found = text.size() > kMonthAt ? kMonths.find(text[kMonthAt]) : kMonths.npos;
+    if (found != kMonths.npos) {
+        date.month = static_cast<int>(found) + 1;
+        const lkchar next = text.size() > kMonthAt + 1 ? text[kMonthAt + 1] : u'\0';
+        if (date.month == 10 && next == u'一') date.month = 11;
+        if (date.month == 10 && next == u'二') date.month = 12;
+    }
+    return isMonth(date.month) && isDay(date.day);
+}
+
+enum class NextStep { kOrder, kCheck, kChineseMonth };
+
+NextStep placeTimeFirst(const Numbers& numbers, DateTimeFields& date) {
+    const auto& n = numbers.values;
+    date.hour = n[0];
+    date.minute = n[1];
+    date.second = n[2];
+    switch (numbers.count) {
+        case 3:
+            return NextStep::kCheck;
+        case 5: {
+            date.year = n[3];
+            const bool isMonthNumber = n[4] <= 12;
+            (isMonthNumber ? date.month : date.day) = n[4];
+            return isMonthNumber ? NextStep::kCheck : NextStep::kChineseMonth;
+        }
+        case 6:
+            date.day = n[3];
+            date.month = n[4];
+            date.year = n[5];
+            return NextStep::kOrder;
+        default:
+            date.year = n[3];
+            return NextStep::kChineseMonth;
+    }
+}
+
+NextStep place(const Numbers& numbers, DateTimeFields& date) {
+    const auto& n = numbers.values;
+    if (numbers.count == 1) {
+        date.year = n[0];
+        return NextStep::kCheck;
+    }
+    if (numbers.separator == u':') return placeTimeFirst(numbers, date);
+    date = {n[2], n[1], n[0], n[3], n[4], n[5]};
+    return NextStep::kOrder;
+}
+
+bool readDateTime(const lkchar* text, DateTimeFields& date) {
+    const NextStep next = place(readNumbers(text), date);
+    if (next == NextStep::kOrder) orderDate(date);
+    if (next != NextStep::kChineseMonth) {
+        if (isMonth(date.month) && isDay(date.day)) return true;
+        // The order step has taken a lone day for the month.
+        if (date.day == 0) date.day = date.month;
+    }
+    return completeByChineseMonth(text, date);
+}
+
+}  // namespace
+
+ClkDateTime ParseDateTime(const lkchar* text, bool& ok) {
+    ClkDateTime result;
+    DateTimeFields date;
+    ok = text != nullptr && *text != u'\0' && readDateTime(text, date);
+    if (ok) result.SetDateTime(date.year, date.month, date.day, date.hour, date.minute, date.second);
+    return result;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,43 @@
+// The decimal digits of a double at a fixed number of decimals. Internal to the library.
+#ifndef QBSVR_FORMAT_FIXED_DIGITS_H
+#define QBSVR_FORMAT_FIXED_DIGITS_H
+
+#include <string_view>
+
+namespace larkspur {
+
+// Rounds as printf does: correctly, exact ties to even, with at most kMaxDecimals decimals. Gives the digits
+// in the form of the C library's fcvt, without its static buffer, so that any thread may use it without a
+// lock.
+class FixedDigits {
+public:
+    static constexpr int kMaxDecimals = 17;
+
+    // Decimals are held to 0 to kMaxDecimals.
+    FixedDigits(double value, int decimals);
+    FixedDigits(const FixedDigits&) = delete;
+    FixedDigits& operator=(const FixedDigits&) = delete;
+
+    // Integer digits and decimals without a point. A value below 1 that isn't zero has no leading zeros, so
+    // that one that rounds to nothing has no digits; without decimals such a value has the digit "0".
+    // Infinities and NaN have their names, with PointPosition 0 and no sign bit.
+    std::string_view Digits() const { return m_Digits; }
+
+    // How many digits stand ahead of the point; negative for zeros between the point and the first digit.
+    int PointPosition() const { return m_PointPosition; }
+
+    bool IsNegative() const { return m_IsNegative; }  // the sign bit: true for -0.0
+
+private:
+    void SetScaled(unsigned long long scaled, int decimals);
+    void SetExact(double magnitude, int decimals);
+
+    std::string_view m_Digits;
+    int m_PointPosition;
+    bool m_IsNegative;
+    char m_Buffer[336];  // 309 integer digits, a point and the decimals
+};
+
+}  // namespace larkspur
+
+#endif

@@ -1,0 +1,143 @@
+// Number formats back as text, in this language and in a spreadsheet's. A parsed section holds counts and
+// flags, not its text, so that what comes out is a canonical form.
+#include <algorithm>
+#include <cstdint>
+
+#include "common/string_ops.h"
+#include "format/locale_settings.h"
+#include "format/numeric_format.h"
+
+namespace larkspur {
+
+namespace {
+
+constexpr lkchar kDefaultXlsFormat[] = u"0.#########";
+
+lkstr repeated(lkchar unit, std::int64_t count) {
+    return lkstr(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)), unit);
+}
+
+lkstr decimalOf(unsigned int component) { return lkstr_fromi(static_cast<int>(component & 255)); }
+
+lkstr colourForm(unsigned int color) {
+    if (color == 0) return {};
+    return u"rgb(" + decimalOf(color) + u"," + decimalOf(color >> 8) + u"," + decimalOf(color >> 16) + u")";
+}
+
+// Places and separators of the integer pattern: enough to show the required zeros and one whole group.
+std::int64_t integerPatternLength(std::int64_t zeros, std::int64_t groupSize) {
+    if (groupSize < 1) return std::max<std::int64_t>(zeros, 1);
+    if (zeros < 1) return groupSize + 2;
+    const std::int64_t places = std::max(groupSize + 1, zeros);
+    return places + (places - 1) / groupSize;
+}
+
+lkstr integerPattern(std::int64_t zeros, std::int64_t groupSize) {
+    lkstr pattern = repeated(u'#', integerPatternLength(zeros, groupSize));
+    std::int64_t position = 0;
+    for (auto unit = pattern.rbegin(); unit != pattern.rend(); ++unit) {
+        ++position;
+        if (groupSize > 0 && position % (groupSize + 1) == 0) {
+            *unit = u',';
+        } else if (zeros > 0) {
+            *unit = u'0';
+            --zeros;
+        }
+    }
+    return pattern;
+}
+
+lkstr orXlsDefault(lkstr text) { return text.empty() ? lkstr(kDefaultXlsFormat) : text; }
+
+}  // namespace
+
+lkstr ClkNumericFormatParser::ClkFormatAnalyser::InternalGetNumericFormatText() const {
+    lkstr text = integerPattern(m_MinIntegerDigits, m_GroupSize);
+    const lkstr decimals =
+        repeated(u'0', m_MinDecimals) + repeated(u'#', std::int64_t{m_MaxDecimals} - m_MinDecimals);
+    if (!decimals.empty()) text += u'.' + decimals;
+    if (m_Percent) text += u'%';
+    return text;
+}
+
+// A trailing currency is told by a sign behind the digits, so that one stands there even if the section had
+// none; a blank behind the digits takes the place of the sign. Both lose part of the section and are kept so,
+// since stored format texts have passed through here.
+lkstr ClkNumericFormatParser::ClkFormatAnalyser::GetFormatText() const {
+    lkstr lead;
+    lkstr trail;
+    if (m_Parenthesis) {
+        lead = u"(";
+        trail = u")";
+    } else if (!m_SignLeading) {
+        trail = m_ExplicitSign ? u"+" : u"-";
+    } else if (m_ExplicitSign) {
+        lead = u"+";
+    }
+    if (m_Currency) {
+        lkstr& sign = m_SignLeading ? lead : trail;
+        sign.insert(m_CurrencyBeforeSign ? 0 : sign.size(), 1, u'$');
+    }
+    if (m_Space) {
+        if (m_SignLeading) {
+            lead += u' ';
+        } else {
+            trail = u' ' + lead;
+        }
+    }
+    if (m_Exponent) lead.insert(0, 1, u'e');
+    return colourForm(m_TextColor) + m_Prefix + lead + InternalGetNumericFormatText() + trail + m_Suffix;
+}
+
+bool ClkNumericFormatParser::ClkFormatAnalyser::IsDefaultXlsFormat() const {
+    return m_MaxDecimals == 9 && m_MinDecimals == 0 && m_MinIntegerDigits == 1 && !m_ExplicitSign &&
+           m_SignLeading && !m_Parenthesis && m_TextColor == 0 && m_GroupSize == 0 && !m_Percent &&
+           !m_Currency && !m_Space && m_CurrencyBeforeSign && !m_Exponent;
+}
+
+lkstr ClkNumericFormatParser::ClkFormatAnalyser::GetExportXlsFormatText() const {
+    lkstr text = IsDefaultXlsFormat() ? lkstr() : InternalGetNumericFormatText();
+    if (m_Currency) text.insert(m_SignLeading ? 0 : text.size(), g_c_SCurrency);
+    return text;
+}
+
+lkstr ClkNumericFormatParser::DoGetNormalFormatText() const {
+    lkstr text = m_Normal.GetFormatText();
+    if (m_Negative != nullptr || m_Zero != nullptr) text += u';';
+    if (m_Negative != nullptr) text += m_Negative->GetFormatText();
+    if (m_Zero != nullptr) text += u';' + m_Zero->GetFormatText();
+    return text;
+}
+
+lkstr ClkNumericFormatParser::GetFormatText() const {
+    switch (m_Kind) {
+        case NumericKindBigDigit:
+            return u"$$$$$" + DoGetNormalFormatText();
+        case NumericKindBigMoney:
+            return u"$$";
+        case NumericKindBigNumeric:
+            return u"$$" + DoGetNormalFormatText();
+        case NumericKindIntEnum:
+            return m_IntEnum != nullptr ? m_IntEnum->GetFormatText() : lkstr(u"{}");
+        default:
+            return DoGetNormalFormatText();
+    }
+}
+
+lkstr ClkNumericFormatParser::GetExportXlsFormatText() const {
+    if (m_Kind != NumericKindNormal) return {};
+    const lkstr normal = m_Normal.GetExportXlsFormatText();
+    if (m_Negative == nullptr && m_Zero == nullptr && !m_Normal.m_Parenthesis) return normal;
+    const lkstr positive = orXlsDefault(normal);
+    lkstr negative = positive;
+    if (m_Negative != nullptr) {
+        negative = orXlsDefault(m_Negative->GetExportXlsFormatText());
+    } else if (m_Normal.m_Parenthesis) {
+        negative = u'(' + positive + u')';
+    }
+    if (negative.find_first_of(u"-(") == lkstr::npos) negative.insert(0, 1, u'-');
+    return positive + u';' + negative + u';' +
+           (m_Zero != nullptr ? m_Zero->GetExportXlsFormatText() : normal);
+}
+
+}  // namespace larkspur

@@ -1,0 +1,283 @@
+// Rendering numbers by decoded format sections.
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cmath>
+#include <iterator>
+
+#include "common/string_ops.h"
+#include "format/fixed_digits.h"
+#include "format/locale_settings.h"
+#include "format/numeric_format.h"
+
+namespace larkspur {
+
+namespace {
+
+using Analyser = ClkNumericFormatParser::ClkFormatAnalyser;
+
+// Values with more integer digits are shown in scientific form.
+constexpr int kMaxIntegerDigits = 64;
+
+constexpr std::size_t kColourMarkSize = std::size(u"[_color#=rgb(255,255,255)]") - 1;
+constexpr std::size_t kRawBufferSize = 128;
+
+std::size_t placesOf(int count) { return static_cast<std::size_t>(std::max(count, 0)); }
+
+// An upper bound for the units that a section renders, the zero unit included.
+std::size_t roomFor(const Analyser& section) {
+    constexpr std::size_t kSigns = std::size(u"(- )%");
+    constexpr std::size_t kExponent = std::size(u"e+308");
+    const std::size_t integers =
+        std::max(placesOf(section.m_MinIntegerDigits), std::size_t{kMaxIntegerDigits});
+    const std::size_t decimals = placesOf(section.m_MinDecimals) + FixedDigits::kMaxDecimals;
+    std::size_t room = section.m_Prefix.size() + integers + g_c_DecimalSep.size() + decimals +
+                       section.m_Suffix.size() + kSigns + kExponent;
+    if (section.m_GroupSize > 0) room += integers / placesOf(section.m_GroupSize) * g_c_ThousandSep.size();
+    if (section.m_Currency) room += g_c_SCurrency.size();
+    if (section.m_TextColor != 0) room += 3 * kColourMarkSize;
+    return room;
+}
+
+// Renders one section into a buffer that roomFor has measured.
+class SectionWriter {
+public:
+    SectionWriter(const Analyser& section, lkchar* buffer) : m_Section(section), m_At(buffer) {}
+
+    // Writes the value and the zero unit.
+    void Write(double value) {
+        Render(value, m_Section.m_Percent, m_Section.m_Exponent);
+        Put(u'\0');
+    }
+
+private:
+    void Put(lkchar unit) { *m_At++ = unit; }
+    void Put(const lkstr& text) {
+        for (const lkchar unit : text) *m_At++ = unit;
+    }
+    void PutZeros(int count) {
+        for (; count > 0; --count) Put(u'0');
+    }
+    void PutNumber(unsigned int number) {
+        if (number >= 10) PutNumber(number / 10);
+        Put(static_cast<lkchar>(u'0' + number % 10));
+    }
+
+    void Render(double value, bool percent, bool exponent);
+    void RenderScientific(double value, bool percent);
+    void RenderDigits(double value, const FixedDigits& digits, bool percent);
+    void PutColourMark();
+    void PutLeadingSign(bool negative, bool hasDigits);
+    void PutTrailingSign(double value, bool negative);
+    void PutIntegers(const char* digits, int count);
+    void PutDecimals(std::string_view digits, int leadingZeros);
+
+    const Analyser& m_Section;
+    lkchar* m_At;
+};
+
+void SectionWriter::PutColourMark() {
+    for (const lkchar unit : std::u16string_view(u"[_color#=rgb(")) Put(unit);
+    PutNumber(m_Section.m_TextColor & 255);
+    Put(u',');
+    PutNumber(m_Section.m_TextColor >> 8 & 255);
+    Put(u',');
+    PutNumber(m_Section.m_TextColor >> 16 & 255);
+    Put(u')');
+    Put(u']');
+}
+
+// Digits are those of the exact binary value, which lies below many a decimal tie. A little more magnitude
+// lets ties round away from zero, as people expect.
+double awayFromTies(double value, int decimals) {
+    if (decimals > 10 || value == 0.0) return value;
+    return value + std::copysign(decimals <= 3 ? 1e-09 : 1e-11, value);
+}
+
+// Each form within another starts with the colour mark again.
+void SectionWriter::Render(double value, bool percent, bool exponent) {
+    if (m_Section.m_TextColor != 0) PutColourMark();
+    if (percent) value *= 100.0;
+    if (exponent) return RenderScientific(value, percent);
+    value = awayFromTies(value, m_Section.m_MaxDecimals);
+    const FixedDigits digits(value, m_Section.m_MaxDecimals);
+    if (digits.PointPosition() > kMaxIntegerDigits) return Render(value, false, true);
+    RenderDigits(value, digits, percent);
+}
+
+// The mantissa is rendered as a value of its own and not brought back below 10 when it rounds up to it.
+void SectionWriter::RenderScientific(double value, bool percent) {
+    int power = 0;
+    double mantissa = std::fabs(value);
+    if (mantissa != 0.0 && std::isfinite(mantissa)) {
+        for (; mantissa >= 10.0; ++power) mantissa /= 10.0;
+        for (; mantissa < 1.0; --power) mantissa *= 10.0;
+    }
+    Render(std::copysign(mantissa, value), percent, false);
+    Put(u'e');
+    Put(power < 0 ? u'-' : u'+');
+    PutNumber(static_cast<unsigned int>(std::abs(power)));
+}
+
+void SectionWriter::RenderDigits(double value, const FixedDigits& fixedDigits, bool percent) {
+    const bool negative = fixedDigits.IsNegative();
+    std::string_view digits = fixedDigits.Digits();
+    int integers = fixedDigits.PointPosition();
+    if (m_Section.m_MaxDecimals <= 0 && integers == 1 && digits.front() == '0') {
+        digits = {};
+        integers = 0;
+    }
+    Put(m_Section.m_Prefix);
+    if (m_Section.m_SignLeading) {
+        PutLeadingSign(negative, !digits.empty());
+    } else if (m_Section.m_Parenthesis && negative) {
+        Put(u'(');
+    }
+    const int shownIntegers = std::max(integers, 0);
+    PutIntegers(digits.data(), shownIntegers);
+    digits.remove_prefix(static_cast<std::size_t>(shownIntegers));
+    PutDecimals(digits, std::max(-integers, 0));
+    if (!m_Section.m_SignLeading) {
+        PutTrailingSign(value, negative);
+    } else if (m_Section.m_Parenthesis && negative) {
+        Put(u')');
+    }
+    if (percent) Put(u'%');
+    Put(m_Section.m_Suffix);
+}
+
+void SectionWriter::PutLeadingSign(bool negative, bool hasDigits) {
+    const lkchar* const begin = m_At - m_Section.m_Prefix.size();
+    const bool currency = m_Section.m_Currency;
+    if (currency && m_Section.m_CurrencyBeforeSign) Put(g_c_SCurrency);
+    if (!negative) {
+        if (m_Section.m_ExplicitSign) Put(u'+');
+    } else if (hasDigits) {
+        if (m_Section.m_Parenthesis) {
+            Put(u'(');
+        } else if (m_Section.m_ExplicitSign || m_Section.m_TextColor == 0) {
+            Put(u'-');
+        }
+    }
+    if (currency && !m_Section.m_CurrencyBeforeSign) Put(g_c_SCurrency);
+    if (m_Section.m_Space && m_At != begin) Put(u' ');
+}
+
+// Unlike the leading sign this one goes by the value, so that -0.001 keeps its "-" under "0.00-".
+void SectionWriter::PutTrailingSign(double value, bool negative) {
+    if (m_Section.m_Space) Put(u' ');
+    if (m_Section.m_Currency && m_Section.m_CurrencyBeforeSign) Put(g_c_SCurrency);
+    if (value < 0.0) {
+        Put(m_Section.m_Parenthesis ? u')' : u'-');
+    } else if (m_Section.m_ExplicitSign && !negative) {
+        Put(u'+');
+    }
+    if (m_Section.m_Currency && !m_Section.m_CurrencyBeforeSign) Put(g_c_SCurrency);
+}
+
+// Groups are counted from the point, over zeros that fill up and digits alike.
+void SectionWriter::PutIntegers(const char* digits, int count) {
+    int places = std::max(m_Section.m_MinIntegerDigits, count);
+    int zeros = places - count;
+    const int groupSize = m_Section.m_GroupSize;
+    int group = groupSize > 0 ? (places - 1) % groupSize + 1 : places;
+    while (places > 0) {
+        places -= group;
+        for (; group > 0; --group) Put(zeros > 0 ? (--zeros, u'0') : static_cast<lkchar>(*digits++));
+        if (places > 0) Put(g_c_ThousandSep);
+        group = groupSize;
+    }
+}
+
+void SectionWriter::PutDecimals(std::string_view digits, int leadingZeros) {
+    const int required = std::max(m_Section.m_MinDecimals, 0);
+    if (digits.empty() && required == 0) return;
+    Put(g_c_DecimalSep);
+    const lkchar* const begin = m_At;
+    PutZeros(leadingZeros);
+    for (const char digit : digits) Put(static_cast<lkchar>(digit));
+    PutZeros(required - static_cast<int>(m_At - begin));
+    while (m_At - begin > required && m_At[-1] == u'0') --m_At;
+    if (m_At == begin) m_At -= g_c_DecimalSep.size();
+}
+
+// pow(0.1, exponent) to the last bit, since it decides which values count as zero.
+double powerOfTenth(int exponent) {
+    static const auto powers = [] {
+        std::array<double, 24> table;
+        for (std::size_t i = 0; i < table.size(); ++i) table[i] = std::pow(0.1, static_cast<double>(i));
+        return table;
+    }();
+    const auto index = static_cast<std::size_t>(exponent);
+    return index < powers.size() ? powers[index] : std::pow(0.1, exponent);
+}
+
+int shownDecimals(const Analyser& section) { return section.m_MaxDecimals + (section.m_Percent ? 2 : 0); }
+
+bool showsAsZero(double value, const Analyser& normal, const Analyser& negative) {
+    return value > -0.5 * powerOfTenth(shownDecimals(negative)) &&
+           value < 0.5 * powerOfTenth(shownDecimals(normal));
+}
+
+int toEnumValue(double value) {
+    if (!(value > INT_MIN)) return INT_MIN;  // NaN too
+    return value < INT_MAX ? static_cast<int>(value) : INT_MAX;
+}
+
+}  // namespace
+
+void ClkNumericFormatParser::ClkFormatAnalyser::Format(double value, lkchar* buffer) const {
+    const std::size_t room = roomFor(*this);
+    if (room <= kRawBufferSize) {
+        SectionWriter(*this, buffer).Write(value);
+        return;
+    }
+    lkstr text(room, u'\0');
+    SectionWriter(*this, text.data()).Write(value);
+    const int length = std::min(lkstr_len(text.c_str()), static_cast<int>(kRawBufferSize) - 1);
+    lkstr_ncpy(buffer, text.c_str(), length);
+}
+
+const lkchar* ClkNumericFormatParser::Format(double value) const {
+    switch (m_Kind) {
+        case NumericKindIntEnum:
+            return Keep(m_IntEnum != nullptr ? m_IntEnum->Format(toEnumValue(value))
+                                             : lkstr_fromi(toEnumValue(value)));
+        case NumericKindBigMoney:
+            return Keep(ToBigMoney(value));
+        case NumericKindBigNumeric:
+            return Keep(ToBigNumeric(value, m_Normal));
+        default:
+            break;
+    }
+    const ClkFormatAnalyser* section = &m_Normal;
+    if (m_Zero != nullptr && showsAsZero(value, m_Normal, m_Negative != nullptr ? *m_Negative : m_Normal)) {
+        section = m_Zero.get();
+        value = 0.0;
+    } else if (m_Negative != nullptr && value < 0.0) {
+        section = m_Negative.get();
+    }
+    lkchar* const text = Room(roomFor(*section));
+    SectionWriter(*section, text).Write(value);
+    return m_Kind == NumericKindBigDigit ? Keep(ToBigNumericDigit(text)) : text;
+}
+
+lkchar* ClkNumericFormatParser::Room(std::size_t size) const {
+    if (size <= std::size(m_Result)) return m_Result;
+    if (m_LongResult.size() < size) m_LongResult.resize(size);
+    return m_LongResult.data();
+}
+
+const lkchar* ClkNumericFormatParser::Keep(const lkstr& text) const {
+    lkchar* const room = Room(text.size() + 1);
+    lkstr_cpy(room, text);
+    return room;
+}
+
+lkstr FormatNumber(double value, const lkchar* format) {
+    ClkNumericFormatParser parser;
+    parser.Parse(format);
+    return parser.Format(value);
+}
+
+}  // namespace larkspur
