@@ -13,6 +13,7 @@
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/model/style.h"
+#include "qbsvrl6/picture/picture.h"
 
 namespace qbsvrl6 {
 
@@ -57,14 +58,6 @@ struct LineItem {
 
 struct BoxItem {
     BoxContent box;
-};
-
-struct Picture {
-    enum class Encoding { Jpeg, Png } encoding = Encoding::Png;
-    std::string bytes;  // the file as it was
-    int pixelWidth = 0;
-    int pixelHeight = 0;
-    std::uint64_t id = 0;  // equal pictures of one export have one id
 };
 
 struct PictureItem {

@@ -1,0 +1,146 @@
+#include "qbsvrl6/picture/picture.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Big-endian fields; what lies behind the end reads as 0.
+class Bytes {
+public:
+    explicit Bytes(std::string_view bytes) : bytes_(bytes) {}
+
+    unsigned u8(std::size_t at) const {
+        return at < bytes_.size() ? static_cast<unsigned char>(bytes_[at]) : 0;
+    }
+    unsigned u16(std::size_t at) const { return (u8(at) << 8) | u8(at + 1); }
+    unsigned u32(std::size_t at) const { return (u16(at) << 16) | u16(at + 2); }
+    bool holds(std::size_t at, std::string_view text) const {
+        return bytes_.substr(std::min(at, size()), text.size()) == text;
+    }
+    std::size_t size() const { return bytes_.size(); }
+
+private:
+    std::string_view bytes_;
+};
+
+struct Head {
+    Picture::Encoding encoding = Picture::Encoding::Png;
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+    double dotsPerInch = 0;
+    int channels = 3;
+};
+
+constexpr double kInchesPerMetre = 1 / 0.0254;
+
+// Signature, then chunks of length, name, content and checksum; IHDR is the first, pHYs stands ahead of IDAT.
+std::optional<Head> readPng(const Bytes& file) {
+    if (!file.holds(0, "\x89PNG\r\n\x1A\n") || !file.holds(12, "IHDR")) return std::nullopt;
+    Head head;
+    head.width = file.u32(16);
+    head.height = file.u32(20);
+    for (std::size_t at = 8; at + 12 <= file.size() && !file.holds(at + 4, "IDAT");) {
+        const std::size_t length = file.u32(at);
+        constexpr unsigned kMetre = 1;
+        if (file.holds(at + 4, "pHYs") && file.u8(at + 16) == kMetre) {
+            head.dotsPerInch = file.u32(at + 8) / kInchesPerMetre;
+        }
+        if (length > file.size()) break;
+        at += 12 + length;
+    }
+    return head;
+}
+
+// Segments of a mark (FF and a code), a length and content, up to the frame's head: C0 to C2 are the kinds of
+// frame that readers of documents know; the others are lossless, hierarchical or coded by arithmetic.
+std::optional<Head> readJpeg(const Bytes& file) {
+    if (!file.holds(0, "\xFF\xD8\xFF")) return std::nullopt;
+    Head head;
+    head.encoding = Picture::Encoding::Jpeg;
+    for (std::size_t at = 2; at + 4 <= file.size();) {
+        if (file.u8(at) != 0xFF) return std::nullopt;
+        const unsigned code = file.u8(at + 1);
+        if (code == 0xFF) {  // filling
+            ++at;
+            continue;
+        }
+        if (code == 0xE0 && file.holds(at + 4, std::string_view("JFIF\0", 5))) {
+            const unsigned unit = file.u8(at + 11);
+            if (unit == 1) head.dotsPerInch = file.u16(at + 12);
+            if (unit == 2) head.dotsPerInch = file.u16(at + 12) * 2.54;
+        }
+        if (code >= 0xC0 && code <= 0xC2) {
+            constexpr unsigned kBits = 8;
+            head.height = file.u16(at + 5);
+            head.width = file.u16(at + 7);
+            head.channels = static_cast<int>(file.u8(at + 9));
+            const bool known = head.channels == 1 || head.channels == 3 || head.channels == 4;
+            if (file.u8(at + 4) != kBits || !known) return std::nullopt;
+            return head;
+        }
+        const bool otherFrame = code >= 0xC3 && code <= 0xCF && code != 0xC4 && code != 0xC8 && code != 0xCC;
+        if (otherFrame || code == 0xD9 || code == 0xDA) return std::nullopt;
+        at += 2 + file.u16(at + 2);
+    }
+    return std::nullopt;
+}
+
+// FNV-1a over words of eight bytes.
+std::uint64_t hashOf(std::string_view bytes) {
+    std::uint64_t hash = 0xCBF29CE484222325u ^ bytes.size();
+    std::size_t at = 0;
+    const auto mix = [&hash](std::uint64_t word) {
+        hash = (hash ^ word) * 0x100000001B3u;
+        hash ^= hash >> 29;
+    };
+    for (; at + 8 <= bytes.size(); at += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes.data() + at, 8);
+        mix(word);
+    }
+    for (; at < bytes.size(); ++at) mix(static_cast<unsigned char>(bytes[at]));
+    return hash;
+}
+
+}  // namespace
+
+std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string& origin) {
+    if (bytes.size() > limits::kPictureBytes) {
+        throw EngineError(ErrorCode::LimitExceeded, "the picture " + origin + " is larger than " +
+                                                        std::to_string(limits::kPictureBytes) + " bytes");
+    }
+    std::optional<Head> head = readPng(Bytes(bytes));
+    if (!head) head = readJpeg(Bytes(bytes));
+    if (!head || head->width <= 0 || head->height <= 0) {
+        throw EngineError(ErrorCode::BadPicture,
+                          "the picture " + origin + " is no PNG or JPEG file that can be read");
+    }
+    if (head->width > limits::kPicturePixels / head->height) {
+        throw EngineError(ErrorCode::LimitExceeded, "the picture " + origin + " has " +
+                                                        std::to_string(head->width) + " x " +
+                                                        std::to_string(head->height) + " pixels, more than " +
+                                                        std::to_string(limits::kPicturePixels));
+    }
+    auto picture = std::make_shared<Picture>();
+    picture->encoding = head->encoding;
+    picture->pixelWidth = static_cast<int>(head->width);
+    picture->pixelHeight = static_cast<int>(head->height);
+    const bool plausible = head->dotsPerInch >= 1 && head->dotsPerInch <= 100'000;
+    if (plausible) picture->dotsPerInch = head->dotsPerInch;
+    picture->channels = head->channels;
+    picture->id = hashOf(bytes);
+    picture->bytes = std::move(bytes);
+    return picture;
+}
+
+}  // namespace qbsvrl6

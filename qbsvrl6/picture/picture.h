@@ -1,0 +1,28 @@
+// PNG and JPEG files as reports carry them: kept as they are, known by their size.
+#ifndef QBSVR_QBSVRL6_PICTURE_PICTURE_H
+#define QBSVR_QBSVRL6_PICTURE_PICTURE_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace qbsvrl6 {
+
+struct Picture {
+    enum class Encoding { Jpeg, Png } encoding = Encoding::Png;
+    std::string bytes;  // the file as it was
+    int pixelWidth = 0;
+    int pixelHeight = 0;
+    double dotsPerInch = 96;  // as the file says
+    int channels = 3;         // of a JPEG: 1 grey, 3 colour, 4 CMYK
+    std::uint64_t id = 0;     // equal pictures of one export have one id
+};
+
+// Takes the bytes of a picture file. Only its head is read: what is broken further on shows when the picture
+// is drawn. `origin` names the source in messages. Raises EngineError: BadPicture for what is neither PNG nor
+// JPEG, LimitExceeded beyond limits::kPictureBytes and limits::kPicturePixels.
+std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string& origin);
+
+}  // namespace qbsvrl6
+
+#endif

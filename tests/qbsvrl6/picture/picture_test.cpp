@@ -1,0 +1,114 @@
+#include "qbsvrl6/picture/picture.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+namespace {
+
+std::string big(unsigned value, int bytes) {
+    std::string text;
+    while (bytes-- > 0) text += static_cast<char>(value >> (8 * bytes));
+    return text;
+}
+
+std::string chunk(const std::string& name, const std::string& content) {
+    return big(static_cast<unsigned>(content.size()), 4) + name + content + "\0\0\0\0";
+}
+
+std::string png(unsigned width, unsigned height, const std::string& between = {}) {
+    return "\x89PNG\r\n\x1A\n" +
+           chunk("IHDR", big(width, 4) + big(height, 4) + std::string("\x08\x02\0\0\0", 5)) +
+           std::string(4, '\0') + between;
+}
+
+std::string segment(int code, const std::string& content) {
+    return std::string("\xFF") + static_cast<char>(code) + big(static_cast<unsigned>(content.size() + 2), 2) +
+           content;
+}
+
+std::string frame(int code, unsigned width, unsigned height, int channels, int bits = 8) {
+    return segment(code, big(static_cast<unsigned>(bits), 1) + big(height, 2) + big(width, 2) +
+                             big(static_cast<unsigned>(channels), 1) + std::string(9, '\x11'));
+}
+
+std::string jpeg(const std::string& segments) { return "\xFF\xD8" + segments; }
+
+TEST(Picture, HeadsAreRead) {
+    const std::string jfif =
+        std::string("JFIF\0\1\1\1", 8) + big(300, 2) + big(300, 2) + std::string(2, '\0');
+    const std::string exif(40, '\xC0');
+    struct Case {
+        const char* name;
+        std::string bytes;
+        int width, height, channels;
+        double dotsPerInch;
+    };
+    const Case cases[] = {
+        {"PNG", png(640, 480), 640, 480, 3, 96},
+        {"JPEG", jpeg(frame(0xC0, 640, 480, 3)), 640, 480, 3, 96},
+        {"JPEG behind other segments",
+         jpeg(segment(0xE0, jfif) + segment(0xE1, exif) + "\xFF" + frame(0xC2, 3, 2, 1)), 3, 2, 1, 300},
+        {"JPEG in four colours", jpeg(segment(0xEE, "Adobe") + frame(0xC1, 3, 2, 4)), 3, 2, 4, 96},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto picture = loadPicture(c.bytes, "x");
+        EXPECT_EQ(picture->pixelWidth, c.width);
+        EXPECT_EQ(picture->pixelHeight, c.height);
+        EXPECT_EQ(picture->channels, c.channels);
+        EXPECT_NEAR(picture->dotsPerInch, c.dotsPerInch, 0.01);
+        EXPECT_EQ(picture->bytes, c.bytes);
+        EXPECT_EQ(picture->id, loadPicture(c.bytes, "y")->id);
+        EXPECT_NE(picture->id, loadPicture(c.bytes + "x", "y")->id);
+    }
+}
+
+TEST(Picture, ResolutionOfAPngIsThatOfItsFile) {
+    std::string file = png(10, 10);
+    file.resize(33);
+    file += chunk("pHYs", big(11811, 4) + big(11811, 4) + "\1");
+    EXPECT_NEAR(loadPicture(file, "x")->dotsPerInch, 300, 0.1);
+}
+
+TEST(Picture, OthersAreRefused) {
+    struct Case {
+        const char* name;
+        std::string bytes;
+        ErrorCode expected;
+    };
+    const Case cases[] = {
+        {"empty", "", ErrorCode::BadPicture},
+        {"a text", "no picture", ErrorCode::BadPicture},
+        {"PNG without size", png(0, 480), ErrorCode::BadPicture},
+        {"PNG cut short", png(640, 480).substr(0, 20), ErrorCode::BadPicture},
+        {"PNG bomb", png(100'000, 100'000), ErrorCode::LimitExceeded},
+        {"PNG with the largest numbers", png(0xFFFFFFFF, 0xFFFFFFFF), ErrorCode::LimitExceeded},
+        {"JPEG bomb", jpeg(frame(0xC0, 65535, 65535, 3)), ErrorCode::LimitExceeded},
+        {"JPEG without frame", jpeg(segment(0xE1, "abc") + "\xFF\xD9"), ErrorCode::BadPicture},
+        {"lossless JPEG", jpeg(frame(0xC3, 6, 4, 3)), ErrorCode::BadPicture},
+        {"JPEG of twelve bits", jpeg(frame(0xC1, 6, 4, 3, 12)), ErrorCode::BadPicture},
+        {"JPEG of two channels", jpeg(frame(0xC0, 6, 4, 2)), ErrorCode::BadPicture},
+        {"too many bytes", std::string(limits::kPictureBytes + 1, 'x'), ErrorCode::LimitExceeded},
+    };
+    for (const Case& c : cases) {
+        try {
+            loadPicture(c.bytes, "logo.png");
+            ADD_FAILURE() << c.name;
+        } catch (const EngineError& error) {
+            EXPECT_EQ(error.code(), c.expected) << c.name;
+            EXPECT_NE(std::string(error.what()).find("logo.png"), std::string::npos) << c.name;
+        }
+    }
+    const std::string whole = jpeg(segment(0xE0, std::string(20, 'x')) + frame(0xC0, 6, 4, 3));
+    for (std::size_t length = 0; length + 10 < whole.size(); ++length) {
+        EXPECT_THROW(loadPicture(whole.substr(0, length), "x"), EngineError) << length;
+    }
+}
+
+}  // namespace
+}  // namespace qbsvrl6
