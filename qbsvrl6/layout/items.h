@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "qbsvrl6/bind/cell_value.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/model/report.h"
@@ -16,15 +17,6 @@
 #include "qbsvrl6/picture/picture.h"
 
 namespace qbsvrl6 {
-
-// A typed value behind a text that is one lone placeholder; spreadsheets show it as a real number or date.
-struct CellValue {
-    ValueType type = ValueType::Text;  // Text: the item's text is the value
-    double number = 0;
-    bool boolean = false;
-    std::int64_t date = 0;
-    std::u16string spreadsheetFormat;  // number format of the cell; empty: general
-};
 
 struct PlacedLine {
     TextLine line;             // its units count in TextItem::lineText()

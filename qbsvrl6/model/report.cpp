@@ -58,6 +58,7 @@ std::unique_ptr<Column> cloneColumn(const Column& source) {
 std::unique_ptr<DetailGrid> cloneGrid(const DetailGrid& source) {
     auto copy = std::make_unique<DetailGrid>();
     copy->recordset = source.recordset;
+    copy->filter = source.filter;
     for (const auto& column : source.columns) copy->columns.push_back(cloneColumn(*column));
     copy->titleHeight = source.titleHeight;
     copy->repeatTitle = source.repeatTitle;

@@ -30,20 +30,16 @@ struct Reading {
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 std::string tag(std::string_view name) { return '<' + std::string(name) + '>'; }
 
-constexpr const char* kBlanks = " \t\r\n";
-
-// Where an element's tag or a text begins.
-std::size_t offsetOf(const std::string& text, pugi::xml_node node) {
-    const auto offset = static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
-    if (node.type() == pugi::node_element) return offset - 1;  // the parser tells the name's place
-    return std::min(text.find_first_not_of(kBlanks, offset), text.size());
+std::size_t offsetOf(pugi::xml_node node) {
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
 }
 
 // Where the attribute's name stands: the parser keeps no places of attributes, but the text is well-formed by
 // now. The `skip`th attribute of this name is meant.
 std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std::string_view name,
                               int skip = 0) {
-    std::size_t at = text.find_first_of(" \t\r\n/>", offsetOf(text, node));
+    constexpr const char* kBlanks = " \t\r\n";
+    std::size_t at = text.find_first_of(" \t\r\n/>", offsetOf(node));
     while (at < text.size()) {
         at = text.find_first_not_of(kBlanks, at);
         if (at == std::string::npos || text[at] == '/' || text[at] == '>') break;
@@ -55,7 +51,7 @@ std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std:
         if (close == std::string::npos) break;
         at = close + 1;
     }
-    return offsetOf(text, node);
+    return offsetOf(node);
 }
 
 const std::u16string& nameOf(const NamedStyle& item) { return item.name; }
@@ -155,7 +151,7 @@ public:
     void bytes(const char* name, std::string& value);
     void controls(ControlList& list);
     void cell(const char* name, Control& control);
-    void nestedReport(const char* name, std::unique_ptr<Report>& report);
+    void nestedReport(const char* name, Report& report);
     void checkReferences(const ReportDefinition& report);
 
     // Refuses attributes, elements and text that nobody asked for.
@@ -163,7 +159,8 @@ public:
 
     void readVersion();
     [[noreturn]] void fail(const std::string& message, ErrorCode code = ErrorCode::BadTemplate) const {
-        reading_.source.fail(code, message, offsetOf(reading_.source.text(), node_));
+        const std::size_t name = offsetOf(node_);
+        reading_.source.fail(code, message, name > 0 ? name - 1 : 0);
     }
     [[noreturn]] void failAt(const char* name, const std::string& message,
                              ErrorCode code = ErrorCode::BadTemplate) const {
@@ -301,8 +298,7 @@ void ReadElement::cell(const char* name, Control& control) {
     });
 }
 
-void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report) {
-    report = std::make_unique<Report>();
+void ReadElement::nestedReport(const char* name, Report& report) {
     child(name, [&](ReadElement& element) {
         if (++reading_.reportDepth > limits::kSubReportDepth) {
             element.fail("sub-reports are nested deeper than " + std::to_string(limits::kSubReportDepth),
@@ -310,7 +306,7 @@ void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report
         }
         std::vector<Reference> outer;
         outer.swap(reading_.references);
-        describeReport(element, report->definition);
+        describeReport(element, report.definition);
         outer.swap(reading_.references);
         --reading_.reportDepth;
     });
@@ -352,7 +348,7 @@ void ReadElement::finish() {
         if (child.type() != pugi::node_element) {
             if (text_) continue;
             reading_.source.fail(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
-                                 offsetOf(reading_.source.text(), child));
+                                 offsetOf(child));
         }
         if (!known(children_, child.name())) {
             ReadElement(reading_, child)
@@ -399,8 +395,8 @@ pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
         if (node.type() == pugi::node_element && !root) {
             root = node;
         } else {
-            source.fail(ErrorCode::NotXml, "more than one root element, or text outside of it",
-                        offsetOf(text, node));
+            const std::size_t offset = offsetOf(node);
+            source.fail(ErrorCode::NotXml, "more than one root element, or text outside of it", offset);
         }
     }
     if (!root) source.fail(ErrorCode::NotXml, "not XML: no root element", text.size());

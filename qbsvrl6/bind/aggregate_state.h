@@ -1,0 +1,43 @@
+// A running aggregate over a range of rows.
+#ifndef QBSVR_QBSVRL6_BIND_AGGREGATE_STATE_H
+#define QBSVR_QBSVRL6_BIND_AGGREGATE_STATE_H
+
+#include <cstddef>
+#include <string>
+#include <unordered_set>
+
+#include "qbsvrl6/bind/binding.h"
+#include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/bind/values.h"
+
+namespace qbsvrl6 {
+
+struct RowRange {
+    std::size_t first = 0;
+    std::size_t end = 0;  // behind the last
+    bool operator==(const RowRange&) const = default;
+};
+
+class AggregateState {
+public:
+    RowRange range;  // rows taken in so far
+
+    void restart(std::size_t first);
+    void add(AggregateKind kind, const Value& value, TextArena& arena);
+    void countRow() { ++count_; }
+    // Sum of nothing is 0; average, minimum and maximum of nothing are null.
+    Value result(AggregateKind kind) const;
+
+private:
+    void addNumber(double number);
+
+    std::size_t count_ = 0;
+    double sum_ = 0;
+    double correction_ = 0;  // what rounding has cost the sum (Neumaier)
+    OwnedValue best_;
+    std::unordered_set<std::u16string> distinct_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,209 @@
+#include "qbsvrl6/bind/binding.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+std::u16string lowerCase(std::u16string_view name) {
+    std::u16string lowered(name);
+    for (char16_t& unit : lowered) {
+        if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit + 32);
+    }
+    return lowered;
+}
+
+}  // namespace
+
+Value convertTo(const Value& value, DataType type, TextArena& arena) {
+    if (value.isNull()) return value;
+    Value converted = value;
+    switch (type) {
+        case DataType::Text:
+            return makeText(toText(value, arena));
+        case DataType::Number:
+            if (value.type != ValueType::Number && toNumber(value, converted.number)) {
+                converted.type = ValueType::Number;
+                converted.text = value.type == ValueType::Text ? trimmed(value.text) : std::u16string_view();
+            }
+            break;
+        case DataType::Date:
+            if (value.type != ValueType::Date && toDate(value, converted.date))
+                converted.type = ValueType::Date;
+            break;
+        case DataType::Boolean: {
+            double number = 0;
+            if (value.type == ValueType::Text && parseBoolean(value.text, converted.boolean)) {
+                converted.type = ValueType::Boolean;
+            } else if (value.type != ValueType::Boolean && toNumber(value, number)) {
+                converted.type = ValueType::Boolean;
+                converted.boolean = number != 0;
+            }
+            break;
+        }
+    }
+    return converted;
+}
+
+Binding::Binding(const ReportDefinition& report, const DataSources& sources,
+                 std::span<const SubReportParameter> passed)
+    : report_(report), sources_(sources) {
+    for (const Field& field : report.fields) fields_.emplace(lowerCase(field.name), &field);
+    for (const Parameter& parameter : report.parameters) {
+        addParameter(parameter.name, parameter.type, makeText(parameter.value));
+    }
+    if (sources.data != nullptr) {
+        for (const DataParameter& parameter : sources.data->parameters) {
+            const auto known = parameterIndex_.find(lowerCase(parameter.name));
+            if (known == parameterIndex_.end()) {
+                addParameter(parameter.name, std::nullopt, parameter.value());
+            } else {
+                parameters_[known->second].value = OwnedValue(parameter.value());
+            }
+        }
+    }
+    for (const SubReportParameter& parameter : passed) {
+        passed_.push_back(addParameter(parameter.name, std::nullopt, {}));
+    }
+    if (!report.grid) return;
+    if (report.grid->groups.size() > limits::kGroups) {
+        throw EngineError(ErrorCode::LimitExceeded,
+                          "the grid has " + std::to_string(report.grid->groups.size()) +
+                              " groups, more than " + std::to_string(limits::kGroups));
+    }
+    if (!trimmed(report.grid->filter).empty()) filter_ = compile(report.grid->filter);
+    for (const auto& group : report.grid->groups) groupKeys_.push_back(compile(group->by));
+}
+
+std::size_t Binding::addParameter(const std::u16string& name, std::optional<DataType> type,
+                                  const Value& value) {
+    const auto [known, added] = parameterIndex_.emplace(lowerCase(name), parameters_.size());
+    if (added) parameters_.push_back({name, type, OwnedValue(value)});
+    return known->second;
+}
+
+Expression Binding::compile(std::u16string_view text) {
+    Expression expression = Expression::parse(text);
+    bind(expression, text);
+    return expression;
+}
+
+TextTemplate Binding::compileText(std::u16string_view text) {
+    TextTemplate compiled = TextTemplate::parse(text);
+    for (TextPart& part : compiled.parts) {
+        if (part.expression) bind(*part.expression, text);
+    }
+    return compiled;
+}
+
+void Binding::bind(Expression& expression, std::u16string_view text) {
+    for (BoundName& name : expression.names) bindName(name, expression);
+    for (Aggregate& aggregate : expression.aggregates) {
+        bindScope(aggregate, text);
+        expression.usesPage |= aggregate.scope.kind == ScopeKind::Page;
+        expression.usesDefaultScope |= aggregate.scope.kind == ScopeKind::Default;
+        aggregate.slot = slots_++;
+        if (!aggregate.argument) continue;
+        bind(*aggregate.argument, text);
+        expression.usesPage |= aggregate.argument->usesPage;
+        expression.usesPageCount |= aggregate.argument->usesPageCount;
+    }
+}
+
+void Binding::bindName(BoundName& name, Expression& expression) {
+    const auto declared = fields_.find(lowerCase(name.name));
+    const Field* const field = declared == fields_.end() ? nullptr : declared->second;
+    const auto found = [&](NameKind kind, std::size_t index) {
+        name.kind = kind;
+        name.index = static_cast<std::uint32_t>(index);
+        if (field != nullptr) name.declaredType = static_cast<std::int8_t>(field->type);
+    };
+    if (field != nullptr && !trimmed(field->expression).empty()) {
+        found(NameKind::Calculated, calculatedField(*field));
+        const Expression& needed = calculated_[name.index].expression;
+        expression.usesPage |= needed.usesPage;
+        expression.usesPageCount |= needed.usesPageCount;
+        expression.usesDefaultScope |= needed.usesDefaultScope;
+        expression.dependsOnAggregate |= needed.dependsOnAggregate;
+        return;
+    }
+    const auto inTable = [&](const Table* table, NameKind kind) {
+        const std::size_t column = table == nullptr ? Table::npos : table->findColumn(name.name);
+        if (column != Table::npos) found(kind, column);
+        return column != Table::npos;
+    };
+    if (inTable(sources_.rows, NameKind::Column) || inTable(sources_.head, NameKind::HeadColumn)) return;
+    const auto parameter = parameterIndex_.find(lowerCase(name.name));
+    if (parameter != parameterIndex_.end()) {
+        found(NameKind::Parameter, parameter->second);
+        return;
+    }
+    // A table without rows has no columns either: its names are no mistake.
+    const bool mayBeKnown = sources_.rows != nullptr && sources_.rows->columnCount() == 0;
+    if (field == nullptr && !mayBeKnown && unknown_.emplace(name.name, true).second) {
+        logWarning("unknown name \"" + toUtf8(name.name) + "\" in an expression: shown as empty");
+    }
+}
+
+void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {
+    struct Word {
+        std::u16string_view word;
+        ScopeKind kind;
+    };
+    constexpr std::array<Word, 5> kWords = {{
+        {u"Group", ScopeKind::Innermost},
+        {u"Page", ScopeKind::Page},
+        {u"Report", ScopeKind::Report},
+        {u"Running", ScopeKind::Running},
+        {u"GroupRunning", ScopeKind::GroupRunning},
+    }};
+    if (aggregate.scopeName.empty()) return;
+    if (report_.grid) {
+        const auto& groups = report_.grid->groups;
+        for (std::size_t level = 0; level < groups.size(); ++level) {
+            if (groups[level]->name.empty() || groups[level]->name != aggregate.scopeName) continue;
+            aggregate.scope = {ScopeKind::Group, static_cast<int>(level)};
+            return;
+        }
+    }
+    for (const Word& word : kWords) {
+        if (!equalsIgnoringCase(aggregate.scopeName, word.word)) continue;
+        aggregate.scope = {word.kind, 0};
+        return;
+    }
+    throw EngineError(ErrorCode::BadExpression,
+                      "bad expression \"" + toUtf8(text.substr(0, 200)) + "\": there is no group named \"" +
+                          toUtf8(aggregate.scopeName) + "\"",
+                      {"", 0, static_cast<int>(aggregate.scopeColumn)});
+}
+
+std::uint32_t Binding::calculatedField(const Field& field) {
+    const auto known = calculatedIndex_.find(&field);
+    if (known != calculatedIndex_.end()) return known->second;
+    if (std::find(underWay_.begin(), underWay_.end(), &field) != underWay_.end()) {
+        throw EngineError(ErrorCode::BadExpression,
+                          "the calculated field \"" + toUtf8(field.name) + "\" needs itself");
+    }
+    if (underWay_.size() >= static_cast<std::size_t>(limits::kExpressionDepth)) {
+        throw EngineError(ErrorCode::LimitExceeded, "calculated fields need one another more than " +
+                                                        std::to_string(limits::kExpressionDepth) +
+                                                        " deep at \"" + toUtf8(field.name) + "\"");
+    }
+    underWay_.push_back(&field);
+    Expression expression = compile(field.expression);
+    underWay_.pop_back();
+    const auto index = static_cast<std::uint32_t>(calculated_.size());
+    calculated_.push_back({&field, std::move(expression)});
+    calculatedIndex_.emplace(&field, index);
+    return index;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,104 @@
+// The names of one report bound to its data: what each name of an expression stands for, and which rows each
+// aggregate looks at.
+#ifndef QBSVR_QBSVRL6_BIND_BINDING_H
+#define QBSVR_QBSVRL6_BIND_BINDING_H
+
+#include <deque>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/bind/text_template.h"
+#include "qbsvrl6/data/table.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+// Where a report's values come from; any may be null. All outlive the binding.
+struct DataSources {
+    const DataSet* data = nullptr;  // its parameters
+    const Table* rows = nullptr;    // the rows that are walked
+    const Table* head = nullptr;    // a table whose first row is there for all sections
+};
+
+// A value that keeps its text.
+class OwnedValue {
+public:
+    OwnedValue() = default;
+    explicit OwnedValue(const Value& value) : value_(value), text_(value.text) {}
+    Value get() const {
+        Value value = value_;
+        value.text = text_;
+        return value;
+    }
+
+private:
+    Value value_;
+    std::u16string text_;
+};
+
+// The value as the declared type; unchanged where it has no such reading.
+Value convertTo(const Value& value, DataType type, TextArena& arena);
+
+class Binding {
+public:
+    struct Calculated {
+        const Field* field = nullptr;
+        Expression expression;
+    };
+    struct BoundParameter {
+        std::u16string name;
+        std::optional<DataType> type;
+        OwnedValue value;  // of the data, else the default
+    };
+
+    // `report` outlives the binding. `passed` are the parameters that an outer report hands in. Compiles the
+    // grid's filter and group keys. Raises EngineError(BadExpression) for faulty ones.
+    Binding(const ReportDefinition& report, const DataSources& sources,
+            std::span<const SubReportParameter> passed);
+
+    // Parses and binds. A name that nothing has reads as null and is logged once. Raises
+    // EngineError(BadExpression), also for calculated fields that need themselves.
+    Expression compile(std::u16string_view text);
+    TextTemplate compileText(std::u16string_view text);
+
+    const ReportDefinition& report() const { return report_; }
+    const DataSources& sources() const { return sources_; }
+    const Calculated& calculated(std::uint32_t index) const { return calculated_[index]; }
+    std::size_t calculatedCount() const { return calculated_.size(); }
+    const std::vector<BoundParameter>& parameters() const { return parameters_; }
+    // Index of the parameter that the outer report hands in.
+    std::size_t passedParameter(std::size_t index) const { return passed_[index]; }
+    std::uint32_t aggregateSlots() const { return slots_; }
+    const std::optional<Expression>& filter() const { return filter_; }
+    const std::vector<Expression>& groupKeys() const { return groupKeys_; }
+
+private:
+    std::size_t addParameter(const std::u16string& name, std::optional<DataType> type, const Value& value);
+    void bind(Expression& expression, std::u16string_view text);
+    void bindName(BoundName& name, Expression& expression);
+    void bindScope(Aggregate& aggregate, std::u16string_view text) const;
+    std::uint32_t calculatedField(const Field& field);
+
+    const ReportDefinition& report_;
+    DataSources sources_;
+    std::unordered_map<std::u16string, const Field*> fields_;  // by name in lower case
+    std::unordered_map<std::u16string, std::size_t> parameterIndex_;
+    std::unordered_map<const Field*, std::uint32_t> calculatedIndex_;
+    std::unordered_map<std::u16string, bool> unknown_;
+    std::deque<Calculated> calculated_;
+    std::vector<const Field*> underWay_;  // calculated fields being compiled
+    std::vector<BoundParameter> parameters_;
+    std::vector<std::size_t> passed_;
+    std::optional<Expression> filter_;
+    std::vector<Expression> groupKeys_;
+    std::uint32_t slots_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,379 @@
+// Compiles by recursive descent straight into the program:
+//
+//     expression = conjunction { "or" conjunction }
+//     conjunction = negation { "and" negation }
+//     negation   = { "not" } comparison
+//     comparison = join [ ( "=" | "<>" | "<" | "<=" | ">" | ">=" ) join ]
+//     join       = sum { "&" sum }
+//     sum        = product { ( "+" | "-" ) product }
+//     product    = factor { ( "*" | "/" ) factor }
+//     factor     = { "+" | "-" } primary
+//     primary    = number | text | "true" | "false" | "null" | name | `name` | "(" expression ")"
+//                | "If" "(" expression "," expression "," expression ")"
+//                | aggregate "(" [ "*" | expression ] [ "," scope ] ")"
+//                | function "(" [ expression { "," expression } ] ")"
+#include "qbsvrl6/bind/expression.h"
+
+#include <array>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "qbsvrl6/bind/functions.h"
+#include "qbsvrl6/bind/lexer.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr int kMostArguments = std::numeric_limits<std::uint8_t>::max();
+
+struct AggregateName {
+    std::u16string_view name;
+    AggregateKind kind;
+};
+
+constexpr std::array<AggregateName, 7> kAggregates = {{
+    {u"Sum", AggregateKind::Sum},
+    {u"Average", AggregateKind::Average},
+    {u"Count", AggregateKind::Count},
+    {u"Minimum", AggregateKind::Minimum},
+    {u"Maximum", AggregateKind::Maximum},
+    {u"CountDistinct", AggregateKind::CountDistinct},
+    {u"RowNumber", AggregateKind::RowNumber},
+}};
+
+std::optional<AggregateKind> aggregateKind(const Token& token) {
+    for (const AggregateName& candidate : kAggregates) {
+        if (token.isWord(candidate.name)) return candidate.kind;
+    }
+    return std::nullopt;
+}
+
+class Parser {
+public:
+    explicit Parser(Lexer& lexer) : lexer_(lexer) { advance(); }
+
+    void whole(Expression& into) {
+        expression_ = &into;
+        if (token_.kind == TokenKind::End) fail("an expression is expected");
+        expression();
+        if (token_.kind != TokenKind::End) fail("an operator is expected");
+    }
+
+private:
+    // Counts how deep the rules are nested, so that hostile text can't exhaust the stack.
+    class Level {
+    public:
+        explicit Level(Parser& parser) : parser_(parser) {
+            if (++parser_.depth_ > limits::kExpressionDepth)
+                parser_.fail("the expression is nested too deep");
+        }
+        ~Level() { --parser_.depth_; }
+        Level(const Level&) = delete;
+        Level& operator=(const Level&) = delete;
+
+    private:
+        Parser& parser_;
+    };
+
+    [[noreturn]] void fail(const char* message) const { lexer_.fail(message, token_.column); }
+    void advance() { token_ = lexer_.next(); }
+
+    bool take(std::u16string_view symbol) {
+        if (!token_.isSymbol(symbol)) return false;
+        advance();
+        return true;
+    }
+
+    void expect(std::u16string_view symbol, const char* message) {
+        if (!take(symbol)) fail(message);
+    }
+
+    void emit(Operation operation, std::size_t operand = 0, std::size_t count = 0) {
+        expression_->code.push_back(
+            {operation, static_cast<std::uint8_t>(count), static_cast<std::uint32_t>(operand)});
+    }
+
+    // A jump whose target `land` fills in.
+    std::size_t emitJump(Operation operation) {
+        emit(operation);
+        return expression_->code.size() - 1;
+    }
+
+    void land(std::size_t jump) {
+        expression_->code[jump].operand = static_cast<std::uint32_t>(expression_->code.size());
+    }
+
+    void emitConstant(Value value) {
+        expression_->constants.push_back(value);
+        emit(Operation::Constant, expression_->constants.size() - 1);
+    }
+
+    void emitText(std::u16string text) {
+        expression_->constantTexts.push_back(std::make_unique<const std::u16string>(std::move(text)));
+        emitConstant(makeText(*expression_->constantTexts.back()));
+    }
+
+    // "a or b": where a is true, b is not looked at.
+    void expression() {
+        const Level level(*this);
+        conjunction();
+        while (token_.isWord(u"or")) {
+            advance();
+            const std::size_t whenTrue = emitJump(Operation::JumpIfTrue);
+            conjunction();
+            shortCut(whenTrue, true);
+        }
+    }
+
+    void conjunction() {
+        negation();
+        while (token_.isWord(u"and")) {
+            advance();
+            const std::size_t whenFalse = emitJump(Operation::JumpIfFalse);
+            negation();
+            shortCut(whenFalse, false);
+        }
+    }
+
+    void shortCut(std::size_t jump, bool result) {
+        emit(Operation::ToBoolean);
+        const std::size_t behind = emitJump(Operation::Jump);
+        land(jump);
+        emitConstant(makeBoolean(result));
+        land(behind);
+    }
+
+    void negation() {
+        std::size_t count = 0;
+        for (; token_.isWord(u"not"); advance()) ++count;
+        comparison();
+        for (; count > 0; --count) emit(Operation::Not);
+    }
+
+    void comparison() {
+        join();
+        constexpr std::array<std::pair<std::u16string_view, Operation>, 6> kComparisons = {{
+            {u"=", Operation::Equal},
+            {u"<>", Operation::NotEqual},
+            {u"<", Operation::Less},
+            {u"<=", Operation::LessOrEqual},
+            {u">", Operation::Greater},
+            {u">=", Operation::GreaterOrEqual},
+        }};
+        for (const auto& [symbol, operation] : kComparisons) {
+            if (!take(symbol)) continue;
+            join();
+            emit(operation);
+            return;
+        }
+    }
+
+    void join() {
+        sum();
+        while (take(u"&")) {
+            sum();
+            emit(Operation::Join);
+        }
+    }
+
+    void sum() {
+        product();
+        while (token_.isSymbol(u"+") || token_.isSymbol(u"-")) {
+            const Operation operation = token_.isSymbol(u"+") ? Operation::Add : Operation::Subtract;
+            advance();
+            product();
+            emit(operation);
+        }
+    }
+
+    void product() {
+        factor();
+        while (token_.isSymbol(u"*") || token_.isSymbol(u"/")) {
+            const Operation operation = token_.isSymbol(u"*") ? Operation::Multiply : Operation::Divide;
+            advance();
+            factor();
+            emit(operation);
+        }
+    }
+
+    void factor() {
+        std::size_t negations = 0;
+        while (token_.isSymbol(u"+") || token_.isSymbol(u"-")) {
+            if (token_.isSymbol(u"-")) ++negations;
+            advance();
+        }
+        primary();
+        for (; negations > 0; --negations) emit(Operation::Negate);
+    }
+
+    void primary() {
+        switch (token_.kind) {
+            case TokenKind::Number:
+                emitConstant(makeNumber(token_.number));
+                advance();
+                return;
+            case TokenKind::Text:
+                emitText(std::move(token_.text));
+                advance();
+                return;
+            case TokenKind::QuotedName:
+                emitName(std::move(token_.text));
+                advance();
+                return;
+            case TokenKind::Name:
+                named();
+                return;
+            case TokenKind::Symbol:
+                if (take(u"(")) {
+                    expression();
+                    expect(u")", "\")\" is expected");
+                    return;
+                }
+                break;
+            case TokenKind::End:
+                break;
+        }
+        fail("a value is expected");
+    }
+
+    void named() {
+        Token name = std::move(token_);
+        advance();
+        if (token_.isSymbol(u"(")) {
+            advance();
+            call(name);
+        } else if (name.isWord(u"true") || name.isWord(u"false")) {
+            emitConstant(makeBoolean(name.isWord(u"true")));
+        } else if (name.isWord(u"null")) {
+            emitConstant({});
+        } else if (name.isWord(u"PageNumber")) {
+            expression_->usesPage = true;
+            emit(Operation::System, static_cast<std::size_t>(SystemValue::PageNumber));
+        } else if (name.isWord(u"PageCount")) {
+            expression_->usesPageCount = true;
+            emit(Operation::System, static_cast<std::size_t>(SystemValue::PageCount));
+        } else if (name.isWord(u"ReportTitle")) {
+            emit(Operation::System, static_cast<std::size_t>(SystemValue::ReportTitle));
+        } else if (name.isWord(u"RowNumber")) {
+            emitAggregate(
+                {AggregateKind::RowNumber, nullptr, u"Report", name.column, {ScopeKind::Default, 0}, 0});
+        } else if (name.isWord(u"and") || name.isWord(u"or") || name.isWord(u"not")) {
+            lexer_.fail("a value is expected", name.column);
+        } else {
+            emitName(std::move(name.text));
+        }
+    }
+
+    void emitName(std::u16string name) {
+        auto& names = expression_->names;
+        std::size_t index = 0;
+        while (index < names.size() && names[index].name != name) ++index;
+        if (index == names.size()) names.push_back({std::move(name), NameKind::Unknown, 0, -1});
+        emit(Operation::Name, index);
+    }
+
+    // Behind the opening bracket.
+    void call(const Token& name) {
+        const Level level(*this);
+        if (name.isWord(u"If")) return choice();
+        if (const auto kind = aggregateKind(name)) return aggregate(*kind, name.column);
+        const std::size_t function = findFunction(name.text);
+        if (function == std::u16string_view::npos) {
+            lexer_.fail("there is no function of this name", name.column);
+        }
+        int count = 0;
+        if (!token_.isSymbol(u")")) {
+            do {
+                expression();
+                if (++count > kMostArguments) fail("there are too many arguments");
+            } while (take(u","));
+        }
+        expect(u")", "\",\" or \")\" is expected");
+        const Function& called = functions()[function];
+        if (count < called.minimumArguments ||
+            (called.maximumArguments >= 0 && count > called.maximumArguments)) {
+            lexer_.fail("the function takes another number of arguments", name.column);
+        }
+        emit(Operation::Call, function, static_cast<std::size_t>(count));
+    }
+
+    // "If(c, a, b)": only the branch that is taken is evaluated.
+    void choice() {
+        expression();
+        expect(u",", "If takes three arguments");
+        const std::size_t whenFalse = emitJump(Operation::JumpIfFalse);
+        expression();
+        expect(u",", "If takes three arguments");
+        const std::size_t behind = emitJump(Operation::Jump);
+        land(whenFalse);
+        expression();
+        expect(u")", "If takes three arguments");
+        land(behind);
+    }
+
+    void aggregate(AggregateKind kind, std::size_t column) {
+        if (insideAggregate_) lexer_.fail("an aggregate can't stand inside another", column);
+        Aggregate made{kind, nullptr, {}, column, {ScopeKind::Default, 0}, 0};
+        if (kind == AggregateKind::RowNumber) {
+            made.scopeName = u"Report";
+            if (!token_.isSymbol(u")")) scope(made);
+        } else {
+            const bool rows =
+                kind == AggregateKind::Count && (token_.isSymbol(u"*") || token_.isSymbol(u")"));
+            if (!rows) {
+                made.argument = std::make_unique<Expression>();
+                Expression* const outer = std::exchange(expression_, made.argument.get());
+                insideAggregate_ = true;
+                expression();
+                insideAggregate_ = false;
+                expression_ = outer;
+            } else if (token_.isSymbol(u"*")) {
+                advance();
+            }
+            if (take(u",")) scope(made);
+        }
+        expect(u")", "\")\" is expected");
+        emitAggregate(std::move(made));
+    }
+
+    void scope(Aggregate& made) {
+        const bool isName = token_.kind == TokenKind::Name || token_.kind == TokenKind::QuotedName ||
+                            token_.kind == TokenKind::Text;
+        if (!isName || token_.text.empty())
+            fail("a scope is expected: Page, Report, Group, Running or a group");
+        made.scopeName = token_.text;
+        made.scopeColumn = token_.column;
+        advance();
+    }
+
+    void emitAggregate(Aggregate made) {
+        expression_->dependsOnAggregate = true;
+        expression_->aggregates.push_back(std::move(made));
+        emit(Operation::Aggregate, expression_->aggregates.size() - 1);
+    }
+
+    Lexer& lexer_;
+    Token token_;
+    Expression* expression_ = nullptr;
+    int depth_ = 0;
+    bool insideAggregate_ = false;
+};
+
+}  // namespace
+
+Expression Expression::parse(std::u16string_view text) {
+    Lexer lexer(text);
+    if (text.size() > limits::kExpressionUnits) lexer.fail("the expression is too long", 1);
+    Expression expression;
+    Parser(lexer).whole(expression);
+    return expression;
+}
+
+const BoundName* Expression::loneName() const {
+    return code.size() == 1 && code[0].operation == Operation::Name ? &names[0] : nullptr;
+}
+
+}  // namespace qbsvrl6

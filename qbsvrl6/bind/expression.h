@@ -1,0 +1,131 @@
+// The expression language: a text compiled once into a short program. docs/expressions.md tells the language.
+#ifndef QBSVR_QBSVRL6_BIND_EXPRESSION_H
+#define QBSVR_QBSVRL6_BIND_EXPRESSION_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/data/table.h"
+
+namespace qbsvrl6 {
+
+enum class SystemValue : std::uint8_t { PageNumber, PageCount, ReportTitle };
+
+enum class AggregateKind : std::uint8_t {
+    Sum,
+    Average,
+    Count,
+    Minimum,
+    Maximum,
+    CountDistinct,
+    RowNumber,  // of the current row in the scope, from 1
+};
+
+// Which rows an aggregate looks at.
+enum class ScopeKind : std::uint8_t {
+    Default,       // the scope of the section that the expression stands in
+    Innermost,     // the group that the section belongs to, the innermost one for rows
+    Group,         // the group of `level`
+    Page,          // rows on the page
+    Report,        // all rows
+    Running,       // from the report's first row to the current one
+    GroupRunning,  // from the first row of the innermost group to the current one
+};
+
+struct Scope {
+    ScopeKind kind = ScopeKind::Report;
+    int level = 0;  // of a group, from 0
+    bool operator==(const Scope&) const = default;
+};
+
+// What a name stands for, once it is bound to a report's data.
+enum class NameKind : std::uint8_t {
+    Unknown,
+    Calculated,  // index: of the calculated field
+    Column,      // index: of the row table's column
+    HeadColumn,  // index: of the head table's column; read from its first row
+    Parameter,   // index: of the binding's parameter
+};
+
+struct BoundName {
+    std::u16string name;
+    NameKind kind = NameKind::Unknown;
+    std::uint32_t index = 0;
+    std::int8_t declaredType = -1;  // a DataType that the value is converted to; -1: none
+};
+
+struct Expression;
+
+struct Aggregate {
+    AggregateKind kind = AggregateKind::Sum;
+    std::unique_ptr<Expression> argument;  // null: the rows themselves
+    std::u16string scopeName;              // a word of ScopeKind or the name of a group; empty: default
+    std::size_t scopeColumn = 0;           // where it stands in the text, from 1
+    Scope scope{ScopeKind::Default, 0};    // set by binding
+    std::uint32_t slot = 0;                // of its state; set by binding
+};
+
+enum class Operation : std::uint8_t {
+    Constant,   // operand: index of the constant
+    Name,       // operand: index of the name
+    System,     // operand: a SystemValue
+    Aggregate,  // operand: index of the aggregate
+    Call,       // operand: index of the function; takes `count` values
+    Negate,
+    Not,
+    Add,
+    Subtract,
+    Multiply,
+    Divide,
+    Join,
+    Equal,
+    NotEqual,
+    Less,
+    LessOrEqual,
+    Greater,
+    GreaterOrEqual,
+    ToBoolean,
+    Jump,         // operand: index of the next instruction
+    JumpIfFalse,  // the same; takes the condition
+    JumpIfTrue,
+};
+
+struct Instruction {
+    Operation operation = Operation::Constant;
+    std::uint8_t count = 0;
+    std::uint32_t operand = 0;
+};
+
+// A program for a stack of values: it leaves exactly one. Jumps lead forwards only, so that every program
+// ends.
+struct Expression {
+    std::vector<Instruction> code;
+    std::vector<Value> constants;
+    std::vector<std::unique_ptr<const std::u16string>> constantTexts;  // what the constants' texts point into
+    std::vector<BoundName> names;
+    std::vector<Aggregate> aggregates;
+    // What the value depends on besides the row; set by binding for names and default scopes.
+    bool usesPage = false;            // page number or rows of the page, spelt out
+    bool usesPageCount = false;       // page count
+    bool usesDefaultScope = false;    // an aggregate without a scope
+    bool dependsOnAggregate = false;  // any aggregate
+
+    Expression() = default;
+    Expression(Expression&&) = default;
+    Expression& operator=(Expression&&) = default;
+
+    // Raises EngineError(BadExpression) that tells the text and the column; SourcePlace::column holds the
+    // column, counted in UTF-16 units from 1.
+    static Expression parse(std::u16string_view text);
+
+    // The name, where the expression is nothing but a name; else null.
+    const BoundName* loneName() const;
+};
+
+}  // namespace qbsvrl6
+
+#endif

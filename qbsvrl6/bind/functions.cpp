@@ -1,0 +1,371 @@
+#include "qbsvrl6/bind/functions.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "format/date_time.h"
+#include "format/number_helpers.h"
+#include "qbsvrl6/bind/value_format.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+using Arguments = std::span<const Value>;
+
+constexpr std::int64_t kSecondsADay = 86'400;
+constexpr double kLargestCount = 1e9;
+
+// --- Texts. Positions and lengths count characters; a surrogate pair is one. ---
+
+std::u16string_view textOf(Arguments arguments, std::size_t index, FunctionContext& context) {
+    return index < arguments.size() ? toText(arguments[index], context.arena) : std::u16string_view();
+}
+
+// A count of characters: what isn't a number, or is below 0, reads as 0.
+std::size_t countOf(const Value& value) {
+    double number = 0;
+    if (!toNumber(value, number) || !(number > 0)) return 0;
+    return static_cast<std::size_t>(std::min(number, kLargestCount));
+}
+
+// Index of the unit behind the first `characters` characters.
+std::size_t unitsOf(std::u16string_view text, std::size_t characters) {
+    std::size_t index = 0;
+    while (index < text.size() && characters-- > 0) nextCharacter(text, index);
+    return index;
+}
+
+std::size_t lengthOf(std::u16string_view text) {
+    std::size_t count = 0;
+    for (std::size_t index = 0; index < text.size(); ++count) nextCharacter(text, index);
+    return count;
+}
+
+// The alphabets whose cases differ by a constant: Latin, Greek and Cyrillic. The same on every machine,
+// whatever its locale.
+char16_t toUpper(char16_t unit) {
+    if ((unit >= u'a' && unit <= u'z') || (unit >= 0xE0 && unit <= 0xFE && unit != 0xF7) ||
+        (unit >= 0x3B1 && unit <= 0x3C9 && unit != 0x3C2) || (unit >= 0x430 && unit <= 0x44F)) {
+        return static_cast<char16_t>(unit - 32);
+    }
+    if (unit >= 0x450 && unit <= 0x45F) return static_cast<char16_t>(unit - 80);
+    return unit;
+}
+
+char16_t toLower(char16_t unit) {
+    if ((unit >= u'A' && unit <= u'Z') || (unit >= 0xC0 && unit <= 0xDE && unit != 0xD7) ||
+        (unit >= 0x391 && unit <= 0x3A9) || (unit >= 0x410 && unit <= 0x42F)) {
+        return static_cast<char16_t>(unit + 32);
+    }
+    if (unit >= 0x400 && unit <= 0x40F) return static_cast<char16_t>(unit + 80);
+    return unit;
+}
+
+template <char16_t (*Fold)(char16_t)>
+Value fold(Arguments arguments, FunctionContext& context) {
+    const std::u16string_view text = textOf(arguments, 0, context);
+    char16_t* const folded = context.arena.allocate(text.size());
+    std::transform(text.begin(), text.end(), folded, Fold);
+    return makeText({folded, text.size()});
+}
+
+Value trim(Arguments arguments, FunctionContext& context) {
+    return makeText(trimmed(textOf(arguments, 0, context)));
+}
+
+Value left(Arguments arguments, FunctionContext& context) {
+    const std::u16string_view text = textOf(arguments, 0, context);
+    return makeText(text.substr(0, unitsOf(text, countOf(arguments[1]))));
+}
+
+Value right(Arguments arguments, FunctionContext& context) {
+    const std::u16string_view text = textOf(arguments, 0, context);
+    const std::size_t length = lengthOf(text);
+    const std::size_t count = std::min(countOf(arguments[1]), length);
+    return makeText(text.substr(unitsOf(text, length - count)));
+}
+
+// Mid(text, start, length): start counts from 1; without a length, to the end.
+Value mid(Arguments arguments, FunctionContext& context) {
+    std::u16string_view text = textOf(arguments, 0, context);
+    text = text.substr(unitsOf(text, std::max<std::size_t>(countOf(arguments[1]), 1) - 1));
+    if (arguments.size() > 2) text = text.substr(0, unitsOf(text, countOf(arguments[2])));
+    return makeText(text);
+}
+
+Value length(Arguments arguments, FunctionContext& context) {
+    return makeNumber(static_cast<double>(lengthOf(textOf(arguments, 0, context))));
+}
+
+// Find(text, part): the position of the part from 1, or 0.
+Value find(Arguments arguments, FunctionContext& context) {
+    const std::u16string_view text = textOf(arguments, 0, context);
+    const std::size_t found = text.find(textOf(arguments, 1, context));
+    if (found == std::u16string_view::npos) return makeNumber(0);
+    return makeNumber(static_cast<double>(lengthOf(text.substr(0, found)) + 1));
+}
+
+Value contains(Arguments arguments, FunctionContext& context) {
+    return makeBoolean(textOf(arguments, 0, context).find(textOf(arguments, 1, context)) !=
+                       std::u16string_view::npos);
+}
+
+Value startsWith(Arguments arguments, FunctionContext& context) {
+    return makeBoolean(textOf(arguments, 0, context).starts_with(textOf(arguments, 1, context)));
+}
+
+Value endsWith(Arguments arguments, FunctionContext& context) {
+    return makeBoolean(textOf(arguments, 0, context).ends_with(textOf(arguments, 1, context)));
+}
+
+Value replace(Arguments arguments, FunctionContext& context) {
+    const std::u16string_view text = textOf(arguments, 0, context);
+    const std::u16string_view from = textOf(arguments, 1, context);
+    const std::u16string_view to = textOf(arguments, 2, context);
+    if (from.empty()) return makeText(text);
+    std::size_t count = 0;
+    for (std::size_t at = text.find(from); at != std::u16string_view::npos;
+         at = text.find(from, at + from.size())) {
+        ++count;
+    }
+    const std::size_t size = text.size() + count * to.size() - count * from.size();
+    char16_t* const result = context.arena.allocate(size);
+    char16_t* out = result;
+    std::size_t done = 0;
+    for (std::size_t at = text.find(from); at != std::u16string_view::npos; at = text.find(from, done)) {
+        out = std::copy(text.begin() + static_cast<std::ptrdiff_t>(done),
+                        text.begin() + static_cast<std::ptrdiff_t>(at), out);
+        out = std::copy(to.begin(), to.end(), out);
+        done = at + from.size();
+    }
+    std::copy(text.begin() + static_cast<std::ptrdiff_t>(done), text.end(), out);
+    return makeText({result, size});
+}
+
+// Text(value) or Text(value, format).
+Value text(Arguments arguments, FunctionContext& context) {
+    if (arguments.size() < 2) return makeText(textOf(arguments, 0, context));
+    ValueFormat format{std::u16string(textOf(arguments, 1, context))};
+    std::u16string shown;
+    std::optional<Color> color;
+    format.append(arguments[0], context.arena, shown, color);
+    return makeText(context.arena.copy(shown));
+}
+
+// --- Numbers. What isn't a number gives null; so does a result that isn't finite. ---
+
+Value finite(double number) { return std::isfinite(number) ? makeNumber(number) : Value(); }
+
+template <double (*Operation)(double)>
+Value unary(Arguments arguments, FunctionContext&) {
+    double number = 0;
+    return toNumber(arguments[0], number) ? finite(Operation(number)) : Value();
+}
+
+template <double (*Operation)(double, double)>
+Value binary(Arguments arguments, FunctionContext&) {
+    double a = 0;
+    double b = 0;
+    return toNumber(arguments[0], a) && toNumber(arguments[1], b) ? finite(Operation(a, b)) : Value();
+}
+
+double magnitude(double a) { return std::fabs(a); }
+double floorOf(double a) { return std::floor(a); }
+double ceilingOf(double a) { return std::ceil(a); }
+double squareRoot(double a) { return std::sqrt(a); }
+double power(double a, double b) { return std::pow(a, b); }
+// The sign of the divisor, so that Mod(-1, 7) is 6.
+double modulo(double a, double b) { return b == 0 ? std::nan("") : a - b * std::floor(a / b); }
+
+// Round(number) or Round(number, digits): halves away from zero.
+Value round(Arguments arguments, FunctionContext&) {
+    double number = 0;
+    double digits = 0;
+    if (!toNumber(arguments[0], number)) return {};
+    if (arguments.size() > 1 && !toNumber(arguments[1], digits)) return {};
+    constexpr double kMostDigits = 15;
+    digits = std::clamp(digits, -kMostDigits, kMostDigits);
+    const double scale = std::pow(10.0, std::trunc(std::fabs(digits)));
+    if (digits < 0) return finite(std::round(number / scale) * scale);
+    // What lies a hair below a half is a half that binary fractions can't hold: 1.005 rounds to 1.01.
+    const double scaled = number * scale;
+    if (!std::isfinite(scaled)) return makeNumber(number);
+    constexpr double kHair = 1e-9;
+    return finite(std::round(scaled + std::copysign(kHair, scaled)) / scale);
+}
+
+// Number(value): null for what has no reading as a number.
+Value number(Arguments arguments, FunctionContext&) {
+    double result = 0;
+    return toNumber(arguments[0], result) ? makeNumber(result) : Value();
+}
+
+// --- Dates. What isn't a date gives null. ---
+
+larkspur::ClkDateTime dateTime(std::int64_t seconds) {
+    larkspur::ClkDateTime date;
+    date.m_Time = seconds;
+    return date;
+}
+
+template <int (larkspur::ClkDateTime::*Part)() const>
+Value part(Arguments arguments, FunctionContext&) {
+    std::int64_t seconds = 0;
+    if (!toDate(arguments[0], seconds)) return {};
+    try {
+        return makeNumber((dateTime(seconds).*Part)());
+    } catch (const std::exception&) {
+        return {};  // a year that the calendar doesn't reach
+    }
+}
+
+// Days since 1970-01-01 of a date of the Gregorian calendar; month from 1, day may run over.
+std::int64_t daysOf(std::int64_t year, std::int64_t month, std::int64_t day) {
+    const std::int64_t shifted = month <= 2 ? year - 1 : year;
+    const std::int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
+    const std::int64_t yearOfEra = shifted - era * 400;
+    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5;
+    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146'097 + dayOfEra - 719'468 + day - 1;
+}
+
+Value dateOf(std::int64_t year, std::int64_t month, std::int64_t day, std::int64_t secondOfDay) {
+    const std::int64_t months = year * 12 + month - 1;
+    const std::int64_t wholeYears = months >= 0 ? months / 12 : (months - 11) / 12;
+    return makeDate(daysOf(wholeYears, months - wholeYears * 12 + 1, day) * kSecondsADay + secondOfDay);
+}
+
+// A number that calendar arithmetic can bear.
+bool toCalendarNumber(const Value& value, std::int64_t& number) {
+    constexpr double kLargest = 1e7;
+    double read = 0;
+    if (!toNumber(value, read) || !(std::fabs(read) <= kLargest)) return false;
+    number = static_cast<std::int64_t>(read);
+    return true;
+}
+
+// Date(text) or Date(year, month, day); months and days that run over are carried on.
+Value date(Arguments arguments, FunctionContext&) {
+    if (arguments.size() == 1) {
+        std::int64_t seconds = 0;
+        return toDate(arguments[0], seconds) ? makeDate(seconds) : Value();
+    }
+    std::array<std::int64_t, 3> parts{1, 1, 1};
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (!toCalendarNumber(arguments[i], parts[i])) return {};
+    }
+    return dateOf(parts[0], parts[1], parts[2], 0);
+}
+
+Value addDays(Arguments arguments, FunctionContext&) {
+    std::int64_t seconds = 0;
+    std::int64_t days = 0;
+    if (!toDate(arguments[0], seconds) || !toCalendarNumber(arguments[1], days)) return {};
+    return makeDate(seconds + days * kSecondsADay);
+}
+
+// The 31st of a shorter month becomes its last day.
+Value addMonths(Arguments arguments, FunctionContext&) {
+    std::int64_t seconds = 0;
+    std::int64_t months = 0;
+    if (!toDate(arguments[0], seconds) || !toCalendarNumber(arguments[1], months)) return {};
+    try {
+        const larkspur::ClkDateTime from = dateTime(seconds);
+        const std::int64_t month = from.GetMonth() + months;
+        const std::int64_t first = dateOf(from.GetYear(), month, 1, 0).date;
+        const std::int64_t next = dateOf(from.GetYear(), month + 1, 1, 0).date;
+        const std::int64_t day = std::min<std::int64_t>(from.GetDay(), (next - first) / kSecondsADay);
+        return makeDate(first + (day - 1) * kSecondsADay +
+                        ((seconds % kSecondsADay) + kSecondsADay) % kSecondsADay);
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+Value today(Arguments, FunctionContext& context) {
+    const std::int64_t now = context.now;
+    return makeDate(now - ((now % kSecondsADay) + kSecondsADay) % kSecondsADay);
+}
+
+Value now(Arguments, FunctionContext& context) { return makeDate(context.now); }
+
+// --- Choices. ---
+
+Value isBlankValue(Arguments arguments, FunctionContext& context) {
+    return makeBoolean(trimmed(textOf(arguments, 0, context)).empty());
+}
+
+// Coalesce(a, b, ...): the first that is neither null nor an empty text.
+Value coalesce(Arguments arguments, FunctionContext&) {
+    for (const Value& value : arguments) {
+        if (!value.isNull() && (value.type != ValueType::Text || !value.text.empty())) return value;
+    }
+    return {};
+}
+
+// In(value, a, b, ...).
+Value in(Arguments arguments, FunctionContext& context) {
+    return makeBoolean(std::any_of(arguments.begin() + 1, arguments.end(), [&](const Value& candidate) {
+        return compareValues(arguments[0], candidate, context.arena) == 0;
+    }));
+}
+
+using larkspur::ClkDateTime;
+
+constexpr Function kFunctions[] = {
+    {u"Abs", 1, 1, unary<magnitude>},
+    {u"AddDays", 2, 2, addDays},
+    {u"AddMonths", 2, 2, addMonths},
+    {u"Ceiling", 1, 1, unary<ceilingOf>},
+    {u"Coalesce", 1, -1, coalesce},
+    {u"Contains", 2, 2, contains},
+    {u"Date", 1, 3, date},
+    {u"Day", 1, 1, part<&ClkDateTime::GetDay>},
+    {u"DayOfWeek", 1, 1, part<&ClkDateTime::GetDayOfWeek>},
+    {u"EndsWith", 2, 2, endsWith},
+    {u"Find", 2, 2, find},
+    {u"Floor", 1, 1, unary<floorOf>},
+    {u"Hour", 1, 1, part<&ClkDateTime::GetHour>},
+    {u"In", 2, -1, in},
+    {u"IsBlank", 1, 1, isBlankValue},
+    {u"Left", 2, 2, left},
+    {u"Length", 1, 1, length},
+    {u"Lower", 1, 1, fold<toLower>},
+    {u"Mid", 2, 3, mid},
+    {u"Minute", 1, 1, part<&ClkDateTime::GetMinute>},
+    {u"Mod", 2, 2, binary<modulo>},
+    {u"Month", 1, 1, part<&ClkDateTime::GetMonth>},
+    {u"Now", 0, 0, now},
+    {u"Number", 1, 1, number},
+    {u"Power", 2, 2, binary<power>},
+    {u"Replace", 3, 3, replace},
+    {u"Right", 2, 2, right},
+    {u"Round", 1, 2, round},
+    {u"Second", 1, 1, part<&ClkDateTime::GetSecond>},
+    {u"Sqrt", 1, 1, unary<squareRoot>},
+    {u"StartsWith", 2, 2, startsWith},
+    {u"Text", 1, 2, text},
+    {u"Today", 0, 0, today},
+    {u"Trim", 1, 1, trim},
+    {u"Upper", 1, 1, fold<toUpper>},
+    {u"Year", 1, 1, part<&ClkDateTime::GetYear>},
+};
+
+}  // namespace
+
+std::span<const Function> functions() { return kFunctions; }
+
+std::size_t findFunction(std::u16string_view name) {
+    const auto* found =
+        std::find_if(std::begin(kFunctions), std::end(kFunctions),
+                     [&](const Function& function) { return equalsIgnoringCase(function.name, name); });
+    return found == std::end(kFunctions) ? std::u16string_view::npos
+                                         : static_cast<std::size_t>(found - std::begin(kFunctions));
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,34 @@
+// The functions that expressions call.
+#ifndef QBSVR_QBSVRL6_BIND_FUNCTIONS_H
+#define QBSVR_QBSVRL6_BIND_FUNCTIONS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "qbsvrl6/bind/values.h"
+
+namespace qbsvrl6 {
+
+struct FunctionContext {
+    TextArena& arena;
+    std::int64_t now = 0;  // of the wall clock, the same for a whole export
+};
+
+struct Function {
+    std::u16string_view name;
+    int minimumArguments = 0;
+    int maximumArguments = 0;  // -1: any number
+    Value (*call)(std::span<const Value> arguments, FunctionContext& context) = nullptr;
+};
+
+// All of them, in a fixed order; indices into it stand in compiled expressions.
+std::span<const Function> functions();
+
+// Index of the function, its name in any case, or npos.
+std::size_t findFunction(std::u16string_view name);
+
+}  // namespace qbsvrl6
+
+#endif

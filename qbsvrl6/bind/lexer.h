@@ -1,0 +1,43 @@
+// Expression text as tokens.
+#ifndef QBSVR_QBSVRL6_BIND_LEXER_H
+#define QBSVR_QBSVRL6_BIND_LEXER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+enum class TokenKind : std::uint8_t { End, Number, Text, Name, QuotedName, Symbol };
+
+struct Token {
+    TokenKind kind = TokenKind::End;
+    std::size_t column = 1;  // of its first unit, from 1
+    std::u16string text;     // of texts and quoted names without quotes; else as written
+    double number = 0;
+    bool isSymbol(std::u16string_view symbol) const { return kind == TokenKind::Symbol && text == symbol; }
+    // A plain name equal to the ASCII word, in any case.
+    bool isWord(std::u16string_view word) const;
+};
+
+class Lexer {
+public:
+    explicit Lexer(std::u16string_view text) : text_(text) {}
+    // Raises EngineError(BadExpression).
+    Token next();
+    [[noreturn]] void fail(const char* message, std::size_t column) const;
+
+private:
+    Token quoted(TokenKind kind);
+    Token number();
+    Token name();
+    Token symbol();
+
+    std::u16string_view text_;
+    std::size_t index_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,396 @@
+#include "qbsvrl6/bind/row_view.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "qbsvrl6/bind/functions.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr double kSecondsADay = 86'400;
+constexpr double kLargestDays = 1e7;
+
+// Dates take days: "Due + 14", "Due - Ordered". Everything else calculates with numbers; null, and a result
+// that isn't finite, are null.
+Value calculated(Operation operation, const Value& left, const Value& right) {
+    const bool leftDate = left.type == ValueType::Date;
+    const bool rightDate = right.type == ValueType::Date;
+    double a = 0;
+    double b = 0;
+    if (leftDate && rightDate) {
+        if (operation != Operation::Subtract) return {};
+        return makeNumber((static_cast<double>(left.date) - static_cast<double>(right.date)) / kSecondsADay);
+    }
+    if (leftDate || rightDate) {
+        const bool adds = operation == Operation::Add;
+        if (!adds && !(operation == Operation::Subtract && leftDate)) return {};
+        double days = 0;
+        if (!toNumber(leftDate ? right : left, days) || !(std::fabs(days) <= kLargestDays)) return {};
+        const auto seconds = static_cast<std::int64_t>(std::llround(days * kSecondsADay));
+        return makeDate((leftDate ? left : right).date + (adds ? seconds : -seconds));
+    }
+    if (!toNumber(left, a) || !toNumber(right, b)) return {};
+    double result = 0;
+    switch (operation) {
+        case Operation::Add:
+            result = a + b;
+            break;
+        case Operation::Subtract:
+            result = a - b;
+            break;
+        case Operation::Multiply:
+            result = a * b;
+            break;
+        default:
+            if (b == 0) return {};
+            result = a / b;
+            break;
+    }
+    return std::isfinite(result) ? makeNumber(result) : Value();
+}
+
+bool compares(Operation operation, int order) {
+    switch (operation) {
+        case Operation::Equal:
+            return order == 0;
+        case Operation::NotEqual:
+            return order != 0;
+        case Operation::Less:
+            return order < 0;
+        case Operation::LessOrEqual:
+            return order <= 0;
+        case Operation::Greater:
+            return order > 0;
+        default:
+            return order >= 0;
+    }
+}
+
+}  // namespace
+
+RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now)
+    : binding_(binding), now_(now) {
+    for (const Binding::BoundParameter& parameter : binding.parameters()) {
+        parameters_.push_back(parameter.value);
+    }
+    for (std::size_t i = 0; i < passed.size(); ++i) parameters_[binding.passedParameter(i)] = passed[i];
+    for (std::size_t i = 0; i < parameters_.size(); ++i) {
+        const std::optional<DataType>& type = binding.parameters()[i].type;
+        if (type) parameters_[i] = OwnedValue(convertTo(parameters_[i].get(), *type, arena_));
+    }
+    memos_.resize(binding.calculatedCount());
+    slots_.resize(binding.aggregateSlots());
+    const Table* const rows = binding.sources().rows;
+    rowCount_ = rows == nullptr ? 0 : rows->rowCount();
+    if (rowCount_ > std::numeric_limits<std::uint32_t>::max()) {
+        throw EngineError(ErrorCode::LimitExceeded, "the data has too many rows");
+    }
+    applyFilter();
+    findGroups();
+}
+
+// The filter sees the rows one by one: its aggregates, if it has any, look at all of them.
+void RowView::applyFilter() {
+    if (!binding_.filter()) return;
+    std::vector<std::uint32_t> kept;
+    for (std::size_t row = 0; row < rowCount_; ++row) {
+        Position position;
+        position.row = row;
+        if (isTrue(*binding_.filter(), position)) kept.push_back(static_cast<std::uint32_t>(row));
+    }
+    filtered_ = std::move(kept);
+    hasFilter_ = true;
+    rowCount_ = filtered_.size();
+    slots_.assign(slots_.size(), {});
+}
+
+void RowView::findGroups() {
+    const std::vector<Expression>& keys = binding_.groupKeys();
+    if (keys.empty()) return;
+    std::vector<std::vector<std::uint32_t>> starts(keys.size());
+    std::vector<std::uint8_t> levels(rowCount_);
+    std::vector<OwnedValue> current(keys.size());
+    for (std::size_t row = 0; row < rowCount_; ++row) {
+        Position position;
+        position.row = row;
+        std::size_t starting = keys.size();
+        for (std::size_t level = 0; level < keys.size(); ++level) {
+            const Value key = evaluate(keys[level], position);
+            // A change of an outer group starts a new inner one, whatever its key.
+            if (row > 0 && starting > level && compareValues(key, current[level].get(), arena_) == 0)
+                continue;
+            starting = std::min(starting, level);
+            current[level] = OwnedValue(key);
+            starts[level].push_back(static_cast<std::uint32_t>(row));
+        }
+        levels[row] = static_cast<std::uint8_t>(starting);
+    }
+    groupStarts_ = std::move(starts);
+    startingLevels_ = std::move(levels);
+    slots_.assign(slots_.size(), {});
+}
+
+RowRange RowView::group(int level, std::size_t row) const {
+    if (level < 0 || level >= groupCount()) return {0, rowCount_};
+    const std::vector<std::uint32_t>& starts = groupStarts_[static_cast<std::size_t>(level)];
+    const auto next = std::upper_bound(starts.begin(), starts.end(), row);
+    if (next == starts.begin()) return {0, 0};
+    return {*(next - 1), next == starts.end() ? rowCount_ : *next};
+}
+
+int RowView::startingLevel(std::size_t row) const {
+    return row < startingLevels_.size() ? startingLevels_[row] : groupCount();
+}
+
+Scope RowView::rowScope() const {
+    return groupCount() > 0 ? Scope{ScopeKind::Group, groupCount() - 1} : Scope{ScopeKind::Report, 0};
+}
+
+// What earlier evaluations made is gone from here on.
+void RowView::begin() {
+    stack_.clear();
+    arena_.reset();
+    ++epoch_;
+}
+
+Value RowView::evaluate(const Expression& expression, const Position& position) {
+    begin();
+    return run(expression, position);
+}
+
+bool RowView::isTrue(const Expression& expression, const Position& position) {
+    return toBoolean(evaluate(expression, position));
+}
+
+void RowView::evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result) {
+    result.text.clear();
+    result.color.reset();
+    result.cell = {};
+    begin();
+    for (TextPart& part : text.parts) {
+        if (!part.expression) {
+            result.text += part.literal;
+            continue;
+        }
+        const Value value = run(*part.expression, position);
+        part.format.append(value, arena_, result.text, result.color);
+        if (text.parts.size() == 1) result.cell = part.format.cell(value);
+    }
+}
+
+Value RowView::run(const Expression& expression, const Position& position) {
+    if (const BoundName* const name = expression.loneName()) return readName(*name, position);
+    const std::vector<Instruction>& code = expression.code;
+    for (std::size_t next = 0; next < code.size();) {
+        const Instruction& instruction = code[next++];
+        const auto pop = [this] {
+            const Value value = stack_.back();
+            stack_.pop_back();
+            return value;
+        };
+        switch (instruction.operation) {
+            case Operation::Constant:
+                stack_.push_back(expression.constants[instruction.operand]);
+                break;
+            case Operation::Name:
+                stack_.push_back(readName(expression.names[instruction.operand], position));
+                break;
+            case Operation::System:
+                stack_.push_back(readSystem(static_cast<SystemValue>(instruction.operand), position));
+                break;
+            case Operation::Aggregate:
+                stack_.push_back(aggregate(expression.aggregates[instruction.operand], position));
+                break;
+            case Operation::Call:
+                call(instruction);
+                break;
+            case Operation::Negate: {
+                double number = 0;
+                stack_.back() = toNumber(stack_.back(), number) ? makeNumber(-number) : Value();
+                break;
+            }
+            case Operation::Not:
+                stack_.back() = makeBoolean(!toBoolean(stack_.back()));
+                break;
+            case Operation::ToBoolean:
+                stack_.back() = makeBoolean(toBoolean(stack_.back()));
+                break;
+            case Operation::Jump:
+                next = instruction.operand;
+                break;
+            case Operation::JumpIfFalse:
+                if (!toBoolean(pop())) next = instruction.operand;
+                break;
+            case Operation::JumpIfTrue:
+                if (toBoolean(pop())) next = instruction.operand;
+                break;
+            default:
+                binary(instruction.operation);
+                break;
+        }
+    }
+    const Value result = stack_.back();
+    stack_.pop_back();
+    return result;
+}
+
+void RowView::binary(Operation operation) {
+    const Value right = stack_.back();
+    stack_.pop_back();
+    Value& left = stack_.back();
+    switch (operation) {
+        case Operation::Add:
+        case Operation::Subtract:
+        case Operation::Multiply:
+        case Operation::Divide:
+            left = calculated(operation, left, right);
+            break;
+        case Operation::Join: {
+            const std::u16string_view a = toText(left, arena_);
+            const std::u16string_view b = toText(right, arena_);
+            char16_t* const joined = arena_.allocate(a.size() + b.size());
+            std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), joined));
+            left = makeText({joined, a.size() + b.size()});
+            break;
+        }
+        default:
+            left = makeBoolean(compares(operation, compareValues(left, right, arena_)));
+            break;
+    }
+}
+
+void RowView::call(const Instruction& instruction) {
+    FunctionContext context{arena_, now_};
+    const std::size_t first = stack_.size() - instruction.count;
+    const Value result =
+        functions()[instruction.operand].call({stack_.data() + first, instruction.count}, context);
+    stack_.resize(first);
+    stack_.push_back(result);
+}
+
+Value RowView::readName(const BoundName& name, const Position& position) {
+    switch (name.kind) {
+        case NameKind::Column:
+            return readColumn(name, position.row);
+        case NameKind::Calculated:
+            return readCalculated(name, position);
+        case NameKind::HeadColumn: {
+            const Value value = binding_.sources().head->value(0, name.index);
+            return name.declaredType < 0 ? value
+                                         : convertTo(value, static_cast<DataType>(name.declaredType), arena_);
+        }
+        case NameKind::Parameter:
+            return parameters_[name.index].get();
+        case NameKind::Unknown:
+            break;
+    }
+    return {};
+}
+
+Value RowView::readColumn(const BoundName& name, std::size_t row) {
+    if (row >= rowCount_) return {};
+    const Value value = binding_.sources().rows->value(hasFilter_ ? filtered_[row] : row, name.index);
+    return name.declaredType < 0 ? value : convertTo(value, static_cast<DataType>(name.declaredType), arena_);
+}
+
+// Once for a row and scope within one evaluation: fields that need one another many times over would take
+// exponential time otherwise.
+Value RowView::readCalculated(const BoundName& name, const Position& position) {
+    const auto fresh = [&](const Memo& memo) {
+        return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope;
+    };
+    if (fresh(memos_[name.index])) return memos_[name.index].value;
+    const Binding::Calculated& field = binding_.calculated(name.index);
+    const Value value = convertTo(run(field.expression, position), field.field->type, arena_);
+    memos_[name.index] = {epoch_, position.row, position.scope, value};
+    return value;
+}
+
+Value RowView::readSystem(SystemValue system, const Position& position) const {
+    switch (system) {
+        case SystemValue::PageNumber:
+            return makeNumber(position.pageNumber);
+        case SystemValue::PageCount:
+            return makeNumber(position.pageCount);
+        case SystemValue::ReportTitle:
+            return makeText(binding_.report().info.title);
+    }
+    return {};
+}
+
+RowRange RowView::rangeOf(Scope scope, const Position& position) const {
+    if (scope.kind == ScopeKind::Default) scope = position.scope;
+    const auto innermost = [&] {
+        const Scope& own = position.scope;
+        return group(own.kind == ScopeKind::Group ? own.level : groupCount() - 1, position.row);
+    };
+    const std::size_t behindRow = std::min(position.row + 1, rowCount_);
+    switch (scope.kind) {
+        case ScopeKind::Group:
+            return group(scope.level, position.row);
+        case ScopeKind::Innermost:
+            return innermost();
+        case ScopeKind::Page:
+            return {position.pageRows.first, std::min(position.pageRows.end, rowCount_)};
+        case ScopeKind::Running:
+            return {0, behindRow};
+        case ScopeKind::GroupRunning:
+            return {innermost().first, behindRow};
+        case ScopeKind::Default:
+        case ScopeKind::Report:
+            break;
+    }
+    return {0, rowCount_};
+}
+
+Value RowView::aggregate(const Aggregate& aggregate, const Position& position) {
+    const RowRange range = rangeOf(aggregate.scope, position);
+    if (aggregate.kind == AggregateKind::RowNumber) {
+        if (position.row < range.first || position.row >= range.end) return {};
+        return makeNumber(static_cast<double>(position.row - range.first + 1));
+    }
+    if (!aggregate.argument)
+        return makeNumber(static_cast<double>(range.end - std::min(range.first, range.end)));
+    Slot& slot = slots_[aggregate.slot];
+    // A range that starts where an earlier one did takes only the rows that are new, so that running totals
+    // are linear.
+    const auto known = std::find_if(slot.states.begin(), slot.states.end(), [&](const AggregateState& state) {
+        return state.range.end > state.range.first && state.range.first == range.first &&
+               state.range.end <= range.end;
+    });
+    std::size_t index = static_cast<std::size_t>(known - slot.states.begin());
+    if (index == slot.states.size()) {
+        index = slot.next++ % slot.states.size();
+        slot.states[index].restart(range.first);
+    }
+    if (slot.states[index].range.end < range.end) {
+        // Worked on outside the slot: the argument may come back here through a calculated field.
+        AggregateState state = std::move(slot.states[index]);
+        extend(state, aggregate, position, range.end);
+        slots_[aggregate.slot].states[index] = std::move(state);
+    }
+    Value result = slots_[aggregate.slot].states[index].result(aggregate.kind);
+    if (!result.text.empty()) result.text = arena_.copy(result.text);  // the state may go on to other rows
+    return result;
+}
+
+void RowView::extend(AggregateState& state, const Aggregate& aggregate, const Position& position,
+                     std::size_t end) {
+    Position inside = position;
+    inside.scope = rowScope();
+    const TextArena::Mark mark = arena_.mark();
+    for (std::size_t row = state.range.end; row < end; ++row) {
+        inside.row = row;
+        state.add(aggregate.kind, run(*aggregate.argument, inside), arena_);
+        arena_.release(mark);
+    }
+    state.range.end = end;
+    ++epoch_;  // what calculated fields remember may lie in the texts that were given back
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,36 @@
+// A text with placeholders: "No. [Id:00000] of [PageCount]".
+#ifndef QBSVR_QBSVRL6_BIND_TEXT_TEMPLATE_H
+#define QBSVR_QBSVRL6_BIND_TEXT_TEMPLATE_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/bind/value_format.h"
+
+namespace qbsvrl6 {
+
+struct TextPart {
+    std::u16string literal;
+    std::optional<Expression> expression;  // else the part is the literal
+    ValueFormat format{{}};
+};
+
+// Texts that lie side by side as parts, in order. A "[" of the text itself is written "[[".
+struct TextTemplate {
+    std::vector<TextPart> parts;
+
+    bool isConstant() const;  // holds no placeholder
+    bool isLone() const { return parts.size() == 1 && parts[0].expression; }
+    // Whether any placeholder has the property.
+    bool any(bool Expression::*property) const;
+
+    // Raises EngineError(BadExpression) that tells the text and the column in the whole text.
+    static TextTemplate parse(std::u16string_view text);
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,258 @@
+#include "qbsvrl6/bind/value_format.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "format/date_time.h"
+#include "format/locale_settings.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::u16string_view kColorMark = u"[_color#=rgb(";
+constexpr int kBigDigitKind = 1;
+constexpr std::int64_t kSecondsADay = 86'400;
+constexpr std::size_t kDoubleDigits = 15;  // that survive the way through a double
+
+bool hasAnyOf(std::u16string_view text, std::u16string_view units) {
+    return text.find_first_of(units) != std::u16string_view::npos;
+}
+
+// The mark's three numbers.
+Color markedColor(std::u16string_view numbers) {
+    int parts[3] = {0, 0, 0};
+    int part = 0;
+    for (const char16_t unit : numbers) {
+        if (unit == u',' && part < 2) ++part;
+        if (unit >= u'0' && unit <= u'9') parts[part] = std::min(parts[part] * 10 + (unit - u'0'), 255);
+    }
+    return {static_cast<std::uint8_t>(parts[0]), static_cast<std::uint8_t>(parts[1]),
+            static_cast<std::uint8_t>(parts[2])};
+}
+
+// A number without a format shows as the data wrote it: where general format would drop zeros behind the
+// point, the cell gets as many places.
+std::u16string formatAsWritten(std::u16string_view written) {
+    const std::size_t point = written.find(u'.');
+    if (point == std::u16string_view::npos || written.back() != u'0' || hasAnyOf(written, u"eE")) return {};
+    return u"0." + std::u16string(written.size() - point - 1, u'0');
+}
+
+// What a spreadsheet takes as it is, without quotes.
+bool isSign(char16_t unit) { return unit == u'-' || unit == u':' || unit == u'/' || unit == u' '; }
+
+std::size_t digitCount(std::u16string_view written) {
+    return static_cast<std::size_t>(std::count_if(
+        written.begin(), written.end(), [](char16_t unit) { return unit >= u'0' && unit <= u'9'; }));
+}
+
+}  // namespace
+
+ValueFormat::ValueFormat(std::u16string text) : text_(std::move(text)) {
+    const bool enumerated = text_.size() > 1 && text_.front() == u'{' && text_.back() == u'}';
+    if (enumerated || hasAnyOf(text_, u"#0") || text_.find(u"$$") != std::u16string::npos) {
+        purpose_ = Purpose::Number;
+    } else if (hasAnyOf(text_, u"yMdHhms")) {
+        purpose_ = Purpose::Date;
+    } else if (hasAnyOf(text_, u":")) {
+        purpose_ = Purpose::Boolean;
+    }
+}
+
+const larkspur::ClkNumericFormatParser& ValueFormat::numberFormat() {
+    if (!number_) {
+        number_ = std::make_unique<larkspur::ClkNumericFormatParser>();
+        number_->Parse(text_.c_str());
+        // A colour mark has to go before its digits are spelt out too.
+        bigDigits_ = number_->m_Kind == kBigDigitKind;
+        if (bigDigits_) number_->m_Kind = 0;
+    }
+    return *number_;
+}
+
+const larkspur::ClkDateTimeFormatParser& ValueFormat::dateFormat() {
+    if (!date_) {
+        date_ = std::make_unique<larkspur::ClkDateTimeFormatParser>();
+        date_->Parse(text_.c_str());
+    }
+    return *date_;
+}
+
+const larkspur::ClkBooleanFormatParser& ValueFormat::booleanFormat() {
+    if (!boolean_) {
+        boolean_ = std::make_unique<larkspur::ClkBooleanFormatParser>();
+        boolean_->Parse(text_.c_str());
+    }
+    return *boolean_;
+}
+
+Value ValueFormat::converted(const Value& value) const {
+    if (value.type == ValueType::Number && purpose_ == Purpose::Boolean)
+        return makeBoolean(value.number != 0);
+    if (value.type != ValueType::Text) return value;
+    switch (purpose_) {
+        case Purpose::Number: {
+            double number = 0;
+            if (hasAnyOf(text_, u"#0$") && parseNumber(value.text, number)) return makeNumber(number);
+            if (text_.front() == u'{' && parseNumber(value.text, number)) return makeNumber(number);
+            break;
+        }
+        case Purpose::Date: {
+            std::int64_t seconds = 0;
+            if (parseDate(value.text, seconds)) return makeDate(seconds);
+            break;
+        }
+        case Purpose::Boolean: {
+            bool boolean = false;
+            if (parseBoolean(value.text, boolean)) return makeBoolean(boolean);
+            break;
+        }
+    }
+    return value;
+}
+
+void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& out,
+                         std::optional<Color>& color) {
+    if (text_.empty()) {
+        out += toText(value, arena);
+        return;
+    }
+    const Value shown = converted(value);
+    switch (shown.type) {
+        case ValueType::Null:
+            break;
+        case ValueType::Text:
+            out += shown.text;
+            break;
+        case ValueType::Number:
+            appendNumber(shown.number, out, color);
+            break;
+        case ValueType::Boolean:
+            out += shown.boolean ? booleanFormat().m_TrueText : booleanFormat().m_FalseText;
+            break;
+        case ValueType::Date: {
+            larkspur::ClkDateTime date;
+            date.m_Time = shown.date;
+            try {
+                out += dateFormat().Format(date);
+            } catch (const std::exception&) {
+                out += toText(shown, arena);  // a year that the calendar doesn't reach
+            }
+            break;
+        }
+    }
+}
+
+void ValueFormat::appendNumber(double number, std::u16string& out, std::optional<Color>& color) {
+    std::u16string_view shown = numberFormat().Format(number);
+    std::u16string unmarked;
+    std::u16string& target = bigDigits_ ? unmarked : out;
+    for (std::size_t mark = shown.find(kColorMark); mark != std::u16string_view::npos;
+         mark = shown.find(kColorMark)) {
+        target += shown.substr(0, mark);
+        shown.remove_prefix(mark + kColorMark.size());
+        const std::size_t end = shown.find(u")]");
+        if (end == std::u16string_view::npos) break;
+        if (!color) color = markedColor(shown.substr(0, end));
+        shown.remove_prefix(end + 2);
+    }
+    target += shown;
+    if (bigDigits_) out += larkspur::ClkNumericFormatParser::ToBigNumericDigit(unmarked.c_str());
+}
+
+CellValue ValueFormat::cell(const Value& value) {
+    CellValue cell;
+    const Value typed = text_.empty() ? value : converted(value);
+    cell.type = typed.type;
+    switch (typed.type) {
+        case ValueType::Null:
+        case ValueType::Text:
+            cell.type = ValueType::Text;
+            break;
+        case ValueType::Boolean:
+            // Spreadsheets have words of their own for booleans; the words of the format are text.
+            if (text_.empty()) {
+                cell.boolean = typed.boolean;
+            } else {
+                cell.type = ValueType::Text;
+            }
+            break;
+        case ValueType::Number:
+            cell.number = typed.number;
+            if (text_.empty()) {
+                if (digitCount(typed.text) > kDoubleDigits) {
+                    cell.type = ValueType::Text;
+                } else if (!typed.text.empty()) {
+                    cell.spreadsheetFormat = formatAsWritten(typed.text);
+                }
+                break;
+            }
+            // Words, Chinese numerals and money aren't forms that a spreadsheet's number can take.
+            if (numberFormat().m_Kind != 0 || bigDigits_) {
+                cell.type = ValueType::Text;
+                break;
+            }
+            if (!numberSpreadsheetFormat_) numberSpreadsheetFormat_ = numberFormat().GetExportXlsFormatText();
+            cell.spreadsheetFormat = *numberSpreadsheetFormat_;
+            break;
+        case ValueType::Date:
+            cell.date = typed.date;
+            if (text_.empty()) {
+                cell.spreadsheetFormat =
+                    typed.date % kSecondsADay == 0 ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
+                break;
+            }
+            if (!dateSpreadsheetFormat_) dateSpreadsheetFormat_ = spreadsheetDateFormat(text_);
+            cell.spreadsheetFormat = *dateSpreadsheetFormat_;
+            break;
+    }
+    return cell;
+}
+
+// The letters of the date language mean the same in a spreadsheet, but that months and minutes share a letter
+// and that all else is quoted.
+std::u16string spreadsheetDateFormat(std::u16string_view format) {
+    std::u16string result;
+    std::u16string literal;
+    const auto flush = [&] {
+        if (literal.empty()) return;
+        std::erase(literal, u'"');
+        result += u'"' + literal + u'"';
+        literal.clear();
+    };
+    for (std::size_t i = 0; i < format.size();) {
+        const char16_t unit = format[i];
+        std::size_t end = i + 1;
+        while (end < format.size() && format[end] == unit) ++end;
+        const std::size_t run = end - i;
+        if (std::u16string_view(u"yMdHhms").find(unit) != std::u16string_view::npos) {
+            const char16_t lower = unit == u'M' ? u'm' : (unit == u'H' ? u'h' : unit);
+            flush();
+            result +=
+                std::u16string(unit == u'y' ? (run < 3 ? 2u : 4u) : std::min<std::size_t>(run, 4), lower);
+            i = end;
+        } else if (unit == u't') {
+            flush();
+            result += u"AM/PM";
+            i = end;
+        } else if (unit == u'/' && run > 1) {
+            flush();
+            result += unit;
+            i += 2;
+        } else if (isSign(unit)) {
+            flush();
+            result += unit == u'/' ? larkspur::g_c_DateSep
+                                   : (unit == u':' ? larkspur::g_c_TimeSep : std::u16string(1, unit));
+            ++i;
+        } else {
+            literal += unit;
+            ++i;
+        }
+    }
+    flush();
+    return result;
+}
+
+}  // namespace qbsvrl6

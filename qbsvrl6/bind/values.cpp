@@ -1,0 +1,226 @@
+#include "qbsvrl6/bind/values.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "format/boolean_format.h"
+#include "format/date_time.h"
+#include "format/date_time_format.h"
+#include "format/numeric_format.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::size_t kBlockUnits = 4096;
+constexpr std::size_t kLongestNumber = 400;
+constexpr std::size_t kLongestDate = 64;
+constexpr std::int64_t kSecondsADay = 86'400;
+
+template <typename T>
+int sign(const T& left, const T& right) {
+    return left < right ? -1 : (right < left ? 1 : 0);
+}
+
+char16_t lowered(char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
+}  // namespace
+
+char16_t* TextArena::allocate(std::size_t units) {
+    if (units > limits::kTextUnits) {
+        throw EngineError(ErrorCode::LimitExceeded, "an expression makes a text of " + std::to_string(units) +
+                                                        " characters, more than " +
+                                                        std::to_string(limits::kTextUnits));
+    }
+    while (current_ < blocks_.size() && blocks_[current_].size - used_ < units) {
+        ++current_;
+        used_ = 0;
+    }
+    if (current_ == blocks_.size()) {
+        const std::size_t size = std::max(units, kBlockUnits);
+        blocks_.push_back({std::make_unique_for_overwrite<char16_t[]>(size), size});
+        used_ = 0;
+    }
+    char16_t* const start = blocks_[current_].units.get() + used_;
+    used_ += units;
+    return start;
+}
+
+std::u16string_view TextArena::copy(std::u16string_view text) {
+    char16_t* const units = allocate(text.size());
+    std::copy(text.begin(), text.end(), units);
+    return {units, text.size()};
+}
+
+// Blocks of the usual size stay for reuse; long ones go, so that one long text doesn't hold its memory.
+void TextArena::release(Mark mark) {
+    for (std::size_t i = blocks_.size(); i > mark.block + 1; --i) {
+        if (blocks_[i - 1].size > kBlockUnits)
+            blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(i - 1));
+    }
+    current_ = mark.block;
+    used_ = mark.used;
+}
+
+Value makeNumber(double number) { return {ValueType::Number, false, number, 0, {}}; }
+Value makeBoolean(bool boolean) { return {ValueType::Boolean, boolean, 0, 0, {}}; }
+Value makeDate(std::int64_t seconds) { return {ValueType::Date, false, 0, seconds, {}}; }
+Value makeText(std::u16string_view text) { return {ValueType::Text, false, 0, 0, text}; }
+
+bool isBlank(char16_t unit) {
+    if (unit < 0x80) return unit == u' ' || (unit >= 9 && unit <= 13);
+    return unit == 0x85 || unit == 0xA0 || unit == 0x3000 || (unit >= 0x2000 && unit <= 0x200B) ||
+           unit == 0x2028 || unit == 0x2029 || unit == 0x202F || unit == 0xFEFF;
+}
+
+std::u16string_view trimmed(std::u16string_view text) {
+    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right) {
+    return left.size() == right.size() &&
+           std::equal(left.begin(), left.end(), right.begin(),
+                      [](char16_t a, char16_t b) { return lowered(a) == lowered(b); });
+}
+
+bool parseNumber(std::u16string_view text, double& number) {
+    text = trimmed(text);
+    if (!text.empty() && text.front() == u'+') {
+        text.remove_prefix(1);
+        if (!text.empty() && text.front() == u'-') return false;
+    }
+    if (text.empty() || text.size() > kLongestNumber) return false;
+    std::array<char, kLongestNumber> bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t unit = text[i];
+        // from_chars also knows "inf" and "nan", which data never means.
+        const bool fits = (unit >= u'0' && unit <= u'9') || unit == u'.' || unit == u'-' || unit == u'+' ||
+                          unit == u'e' || unit == u'E';
+        if (!fits) return false;
+        bytes[i] = static_cast<char>(unit);
+    }
+    const char* const end = bytes.data() + text.size();
+    const auto [stop, error] = std::from_chars(bytes.data(), end, number);
+    return error == std::errc() && stop == end;
+}
+
+bool parseDate(std::u16string_view text, std::int64_t& seconds) {
+    text = trimmed(text);
+    if (text.empty() || text.size() >= kLongestDate) return false;
+    std::array<char16_t, kLongestDate> ended;
+    std::copy(text.begin(), text.end(), ended.begin());
+    ended[text.size()] = 0;
+    bool ok = false;
+    const larkspur::ClkDateTime date = larkspur::ParseDateTime(ended.data(), ok);
+    if (ok) seconds = date.m_Time;
+    return ok;
+}
+
+bool parseBoolean(std::u16string_view text, bool& boolean) {
+    text = trimmed(text);
+    boolean = equalsIgnoringCase(text, u"true") || text == larkspur::GetLocalTrueText();
+    return boolean || equalsIgnoringCase(text, u"false") || text == larkspur::GetLocalFalseText();
+}
+
+bool toNumber(const Value& value, double& number) {
+    switch (value.type) {
+        case ValueType::Number:
+            number = value.number;
+            return true;
+        case ValueType::Boolean:
+            number = value.boolean ? 1 : 0;
+            return true;
+        case ValueType::Text:
+            return parseNumber(value.text, number);
+        default:
+            return false;
+    }
+}
+
+bool toDate(const Value& value, std::int64_t& seconds) {
+    if (value.type == ValueType::Date) {
+        seconds = value.date;
+        return true;
+    }
+    return value.type == ValueType::Text && parseDate(value.text, seconds);
+}
+
+bool toBoolean(const Value& value) {
+    switch (value.type) {
+        case ValueType::Boolean:
+            return value.boolean;
+        case ValueType::Number:
+            return value.number != 0;
+        case ValueType::Text: {
+            bool boolean = false;
+            double number = 0;
+            if (parseBoolean(value.text, boolean)) return boolean;
+            return parseNumber(value.text, number) && number != 0;
+        }
+        default:
+            return false;
+    }
+}
+
+std::u16string_view toText(const Value& value, TextArena& arena) {
+    switch (value.type) {
+        case ValueType::Null:
+            return {};
+        case ValueType::Boolean:
+            return value.boolean ? larkspur::GetLocalTrueText() : larkspur::GetLocalFalseText();
+        case ValueType::Text:
+            return value.text;
+        case ValueType::Number: {
+            if (!value.text.empty()) return value.text;
+            thread_local const larkspur::ClkNumericFormatParser plain;
+            return arena.copy(plain.Format(value.number));
+        }
+        case ValueType::Date: {
+            if (!value.text.empty()) return value.text;
+            const bool wholeDay = value.date % kSecondsADay == 0;
+            larkspur::ClkDateTime date;
+            date.m_Time = value.date;
+            try {
+                return arena.copy(date.Format(wholeDay ? u"%Y-%m-%d" : u"%Y-%m-%d %H:%M:%S"));
+            } catch (const std::exception&) {
+                return {};  // a year that the calendar doesn't reach
+            }
+        }
+    }
+    return {};
+}
+
+int compareValues(const Value& left, const Value& right, TextArena& arena) {
+    if (left.isNull() || right.isNull()) {
+        const Value& other = left.isNull() ? right : left;
+        const bool empty = other.isNull() || (other.type == ValueType::Text && other.text.empty());
+        return empty ? 0 : (left.isNull() ? -1 : 1);
+    }
+    if (left.type == ValueType::Text && right.type == ValueType::Text) return sign(left.text, right.text);
+    if (left.type == ValueType::Date || right.type == ValueType::Date) {
+        std::int64_t a = 0;
+        std::int64_t b = 0;
+        if (toDate(left, a) && toDate(right, b)) return sign(a, b);
+    } else if (left.type == ValueType::Boolean || right.type == ValueType::Boolean) {
+        bool boolean = false;
+        const Value& other = left.type == ValueType::Boolean ? right : left;
+        if (other.type != ValueType::Text || parseBoolean(other.text, boolean)) {
+            return static_cast<int>(toBoolean(left)) - static_cast<int>(toBoolean(right));
+        }
+    } else {
+        double a = 0;
+        double b = 0;
+        if (toNumber(left, a) && toNumber(right, b)) return sign(a, b);
+    }
+    return sign(toText(left, arena), toText(right, arena));
+}
+
+}  // namespace qbsvrl6

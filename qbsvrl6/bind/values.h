@@ -1,0 +1,72 @@
+// What expressions do with values: conversions, comparison, and room for the texts that they make.
+#ifndef QBSVR_QBSVRL6_BIND_VALUES_H
+#define QBSVR_QBSVRL6_BIND_VALUES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/data/table.h"
+
+namespace qbsvrl6 {
+
+// Owns the texts that evaluating makes until `reset`. Raises EngineError(LimitExceeded) for a text beyond
+// limits::kTextUnits.
+class TextArena {
+public:
+    struct Mark {
+        std::size_t block = 0;
+        std::size_t used = 0;
+    };
+
+    std::u16string_view copy(std::u16string_view text);
+    char16_t* allocate(std::size_t units);
+    Mark mark() const { return {current_, used_}; }
+    // Gives back what was made since the mark.
+    void release(Mark mark);
+    void reset() { release({}); }
+
+private:
+    struct Block {
+        std::unique_ptr<char16_t[]> units;
+        std::size_t size = 0;
+    };
+    std::vector<Block> blocks_;
+    std::size_t current_ = 0;
+    std::size_t used_ = 0;
+};
+
+Value makeNumber(double number);
+Value makeBoolean(bool boolean);
+Value makeDate(std::int64_t seconds);
+Value makeText(std::u16string_view text);
+
+bool isBlank(char16_t unit);  // white space of ASCII and of Unicode
+std::u16string_view trimmed(std::u16string_view text);
+bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right);  // ASCII case
+
+// A whole text as a number: a sign, digits with at most one point, an exponent; blanks around it.
+bool parseNumber(std::u16string_view text, double& number);
+// A whole text as a date, in the orders that larkspur::ParseDateTime takes.
+bool parseDate(std::u16string_view text, std::int64_t& seconds);
+// "true" or "false" in any case, or the local words for them.
+bool parseBoolean(std::u16string_view text, bool& boolean);
+
+// False where the value has no such reading.
+bool toNumber(const Value& value, double& number);
+bool toDate(const Value& value, std::int64_t& seconds);
+// True for true, numbers other than 0, and texts that read as either.
+bool toBoolean(const Value& value);
+// As shown without a format. The result lives in the value's own text, in the arena or for ever.
+std::u16string_view toText(const Value& value, TextArena& arena);
+
+// Below, at or above zero. Null equals null and the empty text and comes first; numbers, dates and booleans
+// compare with a text that reads as one; all else compares as text, unit by unit.
+int compareValues(const Value& left, const Value& right, TextArena& arena);
+
+}  // namespace qbsvrl6
+
+#endif

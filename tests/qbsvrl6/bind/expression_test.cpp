@@ -1,0 +1,196 @@
+#include "qbsvrl6/bind/expression.h"
+
+#include <gtest/gtest.h>
+
+#include "qbsvrl6/support/error.h"
+#include "tests/qbsvrl6/bind/sample_data.h"
+
+namespace qbsvrl6 {
+namespace {
+
+struct Case {
+    const char16_t* expression;
+    const char* shown;  // of the first row of the orders
+};
+
+TEST(Expression, GivesValues) {
+    const Case cases[] = {
+        // Literals and names.
+        {u"1.50", "1.5"},
+        {u"1e3", "1000"},
+        {u".5", "0.5"},
+        {u"'it''s'", "it's"},
+        {u"\"a\"\"b\"", "a\"b"},
+        {u"City", "上海"},
+        {u"city", "上海"},
+        {u"`City`", "上海"},
+        {u"Price", "1.10"},
+        {u"Company", "蓝海"},
+        {u"Limit + 1", "4"},
+        {u"Nothing", ""},
+        {u"true", "是"},
+        {u"null", ""},
+        {u"ReportTitle", "订单"},
+        // Arithmetic: precedence, null, text that reads as a number, no division by zero, no infinity.
+        {u"2 + 3 * 4 - 6 / 2", "11"},
+        {u"(2 + 3) * -4", "-20"},
+        {u"--2", "2"},
+        {u"'12.5' * 2", "25"},
+        {u"'x' * 2", ""},
+        {u"null + 1", ""},
+        {u"1 / 0", ""},
+        {u"1e308 * 10", ""},
+        {u"1 - 2 - 3", "-4"},
+        // Text joins after arithmetic, before comparison.
+        {u"1 + 2 & '元' = '3元'", "是"},
+        {u"City & null & No", "上海7"},
+        // Comparison of numbers, texts, dates, null.
+        {u"10 > 9", "是"},
+        {u"'10' > '9'", "否"},
+        {u"'10' > 9", "是"},
+        {u"2 <> 2", "否"},
+        {u"'a' <= 'a'", "是"},
+        {u"null = ''", "是"},
+        {u"null < 0", "是"},
+        {u"When = '2024/3/5'", "是"},
+        {u"When < '2024-03-06'", "是"},
+        {u"Paid = true", "是"},
+        {u"Paid = '是'", "是"},
+        // Logic looks no further than it has to.
+        {u"1 = 1 or 1", "是"},
+        {u"false and City", "否"},
+        {u"not not Price", "是"},
+        {u"not 1 = 2", "是"},
+        {u"0 or null or 'x'", "否"},
+        {u"true or false and false", "是"},
+        {u"If(Price > 1, 'dear', 'cheap')", "dear"},
+        {u"If(null, 1, If(0, 2, 3))", "3"},
+        // Dates take days.
+        {u"When + 30", "2024-04-04"},
+        {u"When - Date(2024, 2, 28)", "6"},
+        {u"When + 0.5", "2024-03-05 12:00:00"},
+        {u"When * 2", ""},
+    };
+    Orders orders;
+    for (const Case& test : cases) {
+        EXPECT_EQ(orders.show(u"[" + std::u16string(test.expression) + u"]"), test.shown)
+            << toUtf8(test.expression);
+    }
+}
+
+TEST(Expression, CallsFunctions) {
+    const Case cases[] = {
+        {u"Upper('abcé é')", "ABCÉ É"},
+        {u"Lower('ABC ЖÄ')", "abc жä"},
+        {u"'<' & Trim('  a b　') & '>'", "<a b>"},
+        {u"Left('中文text', 3)", "中文t"},
+        {u"Left('😀😀', 1)", "😀"},
+        {u"Left('ab', -1)", ""},
+        {u"Right('abc', 2)", "bc"},
+        {u"Right('a', 9)", "a"},
+        {u"Mid('abcdef', 2, 3)", "bcd"},
+        {u"Mid('abc', 2)", "bc"},
+        {u"Mid('abc', 9)", ""},
+        {u"Length('中😀')", "2"},
+        {u"Find('abcabc', 'ca')", "3"},
+        {u"Find('abc', 'x')", "0"},
+        {u"Replace('aXbX', 'X', '--')", "a--b--"},
+        {u"Replace('abc', '', 'x')", "abc"},
+        {u"Contains('abc', 'bc') and StartsWith('abc', 'ab') and EndsWith('abc', 'bc')", "是"},
+        {u"Text(1234.5, '#,##0.00') & Text(When, 'yyyy年M月')", "1,234.502024年03月"},
+        {u"Round(1.005, 2)", "1.01"},
+        {u"Round(-2.5)", "-3"},
+        {u"Round(1250, -2)", "1300"},
+        {u"Abs(-3) + Floor(-1.5) + Ceiling(1.2)", "3"},
+        {u"Mod(-1, 7)", "6"},
+        {u"Mod(1, 0)", ""},
+        {u"Power(2, 10)", "1024"},
+        {u"Sqrt(-1)", ""},
+        {u"Number(' 42 ')", "42"},
+        {u"Number('4,2')", ""},
+        {u"Year(When) & '-' & Month(When) & '-' & Day(When)", "2024-3-5"},
+        {u"Hour(Now()) & ':' & Minute(Now()) & ':' & Second(Now())", "13:53:49"},
+        {u"DayOfWeek(When)", "3"},
+        {u"Year('abc')", ""},
+        {u"Date('2024年3月5日')", "2024-03-05"},
+        {u"Date(2023, 14, 1)", "2024-02-01"},
+        {u"Date(2024, 3, 0)", "2024-02-29"},
+        {u"Today()", "2024-03-05"},
+        {u"AddDays(When, -5)", "2024-02-29"},
+        {u"AddMonths(Date(2024, 1, 31), 1)", "2024-02-29"},
+        {u"AddMonths(When, -15)", "2022-12-05"},
+        {u"IsBlank('  ') and IsBlank(null)", "是"},
+        {u"Coalesce(null, '', Nothing, 'x')", "x"},
+        {u"In(City, '北京', '上海')", "是"},
+    };
+    Orders orders;
+    for (const Case& test : cases) {
+        EXPECT_EQ(orders.show(u"[" + std::u16string(test.expression) + u"]"), test.shown)
+            << toUtf8(test.expression);
+    }
+}
+
+TEST(Expression, TellsFaultsWithTheirColumn) {
+    struct Fault {
+        std::u16string expression;
+        int column;
+    };
+    const Fault faults[] = {
+        {u"", 1},
+        {u"1 +", 4},
+        {u"1 2", 3},
+        {u"(1", 3},
+        {u"'abc", 1},
+        {u"a = b = c", 7},
+        {u"Sum(", 5},
+        {u"Sum(Price, )", 12},
+        {u"Sum(Sum(Price))", 5},
+        {u"Left('a')", 1},
+        {u"Nope(1)", 1},
+        {u"If(1, 2)", 8},
+        {u"1 # 2", 3},
+        {u"and", 1},
+        {u"1e999", 1},
+        {std::u16string(200, u'('), 101},
+        {std::u16string(20'000, u'1'), 1},
+    };
+    for (const Fault& fault : faults) {
+        const std::string shown = toUtf8(fault.expression.substr(0, 40));
+        try {
+            Expression::parse(fault.expression);
+            ADD_FAILURE() << shown << " was accepted";
+        } catch (const EngineError& error) {
+            EXPECT_EQ(error.code(), ErrorCode::BadExpression) << shown;
+            EXPECT_EQ(error.place().column, fault.column) << shown << ": " << error.what();
+        }
+    }
+}
+
+// Hostile texts end in an error or a value, in reasonable time.
+TEST(Expression, BearsHostileFields) {
+    ReportDefinition report = ordersReport();
+    report.fields.push_back({u"f0", DataType::Number, u"Price"});
+    report.fields.push_back({u"t0", DataType::Text, u"City"});
+    for (int i = 1; i < 60; ++i) {
+        const std::u16string before = toUtf16(std::to_string(i - 1));
+        const std::u16string own = toUtf16(std::to_string(i));
+        report.fields.push_back({u"f" + own, DataType::Number, u"f" + before + u" + f" + before});
+        report.fields.push_back({u"t" + own, DataType::Text, u"t" + before + u" & t" + before});
+    }
+    report.fields.push_back({u"Loop", DataType::Number, u"1 + Back"});
+    report.fields.push_back({u"Back", DataType::Number, u"Loop"});
+    report.fields.push_back({u"Nested", DataType::Number, u"Sum(Share)"});
+    Orders orders(std::move(report));
+    EXPECT_EQ(orders.show(u"[f20]"), "1153433.6");
+    EXPECT_EQ(orders.show(u"[f59 > 1e16]"), "是");
+    EXPECT_THROW(orders.show(u"[t59]"), EngineError);
+    EXPECT_THROW(orders.show(u"[Loop]"), EngineError);
+    EXPECT_EQ(orders.show(u"[Round(Sum(Nested, Report), 2)]"), "-3.88");
+    EXPECT_NO_THROW(orders.show(u"[AddDays(Date(9999999, 1, 1), 9999999)][Year(Date(9999999, 1, 1))]"));
+    std::u16string many = u"1";
+    for (int i = 0; i < 4000; ++i) many += u"+1";
+    EXPECT_EQ(orders.show(u"[" + many + u"]"), "4001");
+}
+
+}  // namespace
+}  // namespace qbsvrl6

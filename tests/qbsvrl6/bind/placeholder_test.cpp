@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include "qbsvrl6/support/error.h"
+#include "tests/qbsvrl6/bind/sample_data.h"
+
+namespace qbsvrl6 {
+namespace {
+
+TEST(Placeholder, StandsInTexts) {
+    struct Case {
+        const char16_t* text;
+        const char* shown;
+        std::size_t row = 0;
+    };
+    const Case cases[] = {
+        {u"", ""},
+        {u"no placeholder", "no placeholder"},
+        {u"[City]-[No:0000]!", "上海-0007!"},
+        {u"[[City] [City]", "[City] 上海"},
+        {u"a]b]]", "a]b]]"},
+        {u"[']:' & City]", "]:上海"},
+        {u"[`City`:x]", "上海"},
+        // Formats by the type of the value.
+        {u"[Price:#,##0.00]", "1.10"},
+        {u"[Price:#,##0.00]", "", 2},
+        {u"[Price]", "1.10"},
+        {u"[When:yyyy年MM月dd日]", "2024年03月05日"},
+        {u"[When:HH:mm]", "14:07", 4},
+        {u"[When:yyyy]", "no date", 3},
+        {u"[When]", "2024-03-05 14:07:09", 4},
+        {u"[Paid:是的:没有]", "是的"},
+        {u"[Paid:是的:没有]", "没有", 1},
+        {u"[Paid:是的:没有]", "", 2},
+        {u"[Paid]", "否", 1},
+        {u"[Count:{2=两个,4=四个}]", "两个"},
+        {u"[No]", "12345678901234567890", 4},
+        // Texts that read as what the format is for.
+        {u"['2024-03-05':M/d]", "03-05"},
+        {u"['1234.5':#,##0.00]", "1,234.50"},
+        {u"['true':on:off]", "on"},
+        {u"[1:on:off]", "on"},
+        {u"['abc':0.00]", "abc"},
+        // The colour mark is a colour, never text.
+        {u"[Price:rgb(255,0,0)0.00]", "<255,0,0> 1.10"},
+        {u"¥[Price:0.00;rgb(0,128,0)0.00]", "<0,128,0> ¥3.00", 4},
+        {u"[Price:rgb(1,2,3)e0.0]", "<1,2,3> 1.1e+0"},
+        {u"[Count:rgb(1,2,3)0$$$$$]", "<1,2,3> 贰"},
+    };
+    Orders orders;
+    for (const Case& test : cases) {
+        Position position;
+        position.row = test.row;
+        EXPECT_EQ(orders.show(test.text, position), test.shown) << toUtf8(test.text) << " at " << test.row;
+    }
+}
+
+TEST(Placeholder, AloneKeepsItsTypedValue) {
+    struct Case {
+        const char16_t* text;
+        ValueType type;
+        const char* format;
+        std::size_t row = 0;
+    };
+    const Case cases[] = {
+        {u"[Price:#,##0.00]", ValueType::Number, "#,##0.00"},
+        {u"[Price:(0.0)]", ValueType::Number, "0.0;(0.0);0.0"},
+        {u"[Price]", ValueType::Number, "0.00"},
+        {u"[Count]", ValueType::Number, ""},
+        {u"[Count:{2=b}]", ValueType::Text, ""},
+        {u"[Price:$$]", ValueType::Text, ""},
+        {u"[No]", ValueType::Text, "", 4},
+        {u"[When:yyyy年M月d日 HH:mm:ss]", ValueType::Date, "yyyy\"年\"m\"月\"d\"日\" hh:mm:ss"},
+        {u"[When:dd//MM/yy t]", ValueType::Date, "dd/mm-yy AM/PM"},
+        {u"[When]", ValueType::Date, "yyyy-mm-dd"},
+        {u"[When]", ValueType::Date, "yyyy-mm-dd hh:mm:ss", 4},
+        {u"[Paid]", ValueType::Boolean, ""},
+        {u"[Paid:a:b]", ValueType::Text, ""},
+        {u"[City]", ValueType::Text, ""},
+        {u" [Price:0.00]", ValueType::Text, ""},
+        {u"[Price:0.00]", ValueType::Text, "", 2},
+    };
+    Orders orders;
+    for (const Case& test : cases) {
+        Position position;
+        position.row = test.row;
+        orders.show(test.text, position);
+        EXPECT_EQ(orders.last.cell.type, test.type) << toUtf8(test.text);
+        EXPECT_EQ(toUtf8(orders.last.cell.spreadsheetFormat), test.format) << toUtf8(test.text);
+    }
+}
+
+TEST(Placeholder, TellsFaultsWithTheirColumnInTheText) {
+    struct Fault {
+        const char16_t* text;
+        int column;
+    };
+    const Fault faults[] = {
+        {u"abc [City", 5}, {u"[", 1},        {u"[]", 2},
+        {u"No. [1 +]", 9}, {u"[a][b c]", 7}, {u"[Sum(Price, Nowhere)]", 12},
+    };
+    Orders orders;
+    for (const Fault& fault : faults) {
+        try {
+            orders.show(fault.text);
+            ADD_FAILURE() << toUtf8(fault.text) << " was accepted";
+        } catch (const EngineError& error) {
+            EXPECT_EQ(error.code(), ErrorCode::BadExpression) << toUtf8(fault.text);
+            EXPECT_EQ(error.place().column, fault.column) << toUtf8(fault.text) << ": " << error.what();
+        }
+    }
+}
+
+}  // namespace
+}  // namespace qbsvrl6

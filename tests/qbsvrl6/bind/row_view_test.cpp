@@ -1,0 +1,115 @@
+#include "qbsvrl6/bind/row_view.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/qbsvrl6/bind/sample_data.h"
+
+namespace qbsvrl6 {
+namespace {
+
+TEST(RowView, AggregatesByScope) {
+    struct Case {
+        const char16_t* expression;
+        std::size_t row;
+        Scope scope;
+        const char* shown;
+    };
+    const Scope report{ScopeKind::Report, 0};
+    const Scope page{ScopeKind::Page, 0};
+    const Scope city{ScopeKind::Group, 0};
+    const Scope kind{ScopeKind::Group, 1};
+    const Case cases[] = {
+        {u"Sum(Count)", 0, report, "15"},
+        {u"Sum(Count)", 0, city, "7"},
+        {u"Sum(Count)", 0, kind, "6"},
+        {u"Sum(Count)", 0, page, "8"},
+        {u"Sum(Count, Report)", 0, kind, "15"},
+        {u"Sum(Count, ByCity)", 4, kind, "8"},
+        {u"Sum(Count, 'ByKind')", 4, report, "5"},
+        {u"Sum(Count, Group)", 3, city, "8"},
+        {u"Sum(Count, Group)", 3, report, "3"},
+        {u"Sum(Count, Page)", 4, kind, "8"},
+        {u"Sum(Count, Running)", 3, kind, "10"},
+        {u"Sum(Count, GroupRunning)", 1, kind, "6"},
+        {u"Sum(Price)", 0, report, "0.7"},
+        {u"Average(Price)", 0, report, "0.175"},
+        {u"Average(Price)", 2, kind, ""},
+        {u"Sum(Price)", 2, kind, "0"},
+        {u"Count(Price)", 0, report, "4"},
+        {u"Count(*)", 0, report, "5"},
+        {u"Count()", 0, city, "3"},
+        {u"Minimum(Price)", 0, report, "-3"},
+        {u"Maximum(Price)", 0, report, "2.5"},
+        {u"Maximum(City)", 0, report, "北京"},
+        {u"Minimum(When)", 0, city, "2024-03-05"},
+        {u"CountDistinct(City)", 0, report, "2"},
+        {u"CountDistinct(Kind)", 3, city, "2"},
+        {u"CountDistinct(Price)", 0, report, "4"},
+        {u"Sum(Total)", 0, report, "-2.5"},
+        {u"Sum(If(Paid, Count, 0))", 0, report, "5"},
+        {u"Round(Sum(Share), 6)", 0, report, "1"},
+        {u"RowNumber", 3, kind, "4"},
+        {u"RowNumber()", 3, kind, "4"},
+        {u"RowNumber(Group)", 3, kind, "1"},
+        {u"RowNumber(ByCity)", 4, kind, "2"},
+        {u"RowNumber(Page)", 2, kind, "2"},
+        {u"RowNumber(Page)", 4, kind, ""},
+    };
+    Orders orders;
+    for (const Case& test : cases) {
+        Position position;
+        position.row = test.row;
+        position.scope = test.scope;
+        position.pageRows = {1, 4};
+        EXPECT_EQ(orders.show(u"[" + std::u16string(test.expression) + u"]", position), test.shown)
+            << toUtf8(test.expression) << " at " << test.row;
+    }
+}
+
+// Kept states are taken on where they fit and started again where they don't.
+TEST(RowView, AggregatesInAnyOrderOfRows) {
+    Orders orders;
+    const Expression running = orders.binding.compile(u"Sum(Count, Running)");
+    RowView view(orders.binding, {}, 0);
+    const int expected[] = {2, 6, 7, 10, 15};
+    for (const std::size_t row : {0u, 1u, 4u, 2u, 3u, 0u, 4u}) {
+        Position position;
+        position.row = row;
+        EXPECT_EQ(view.evaluate(running, position).number, expected[row]) << row;
+    }
+}
+
+TEST(RowView, FindsGroups) {
+    Orders orders;
+    RowView view(orders.binding, {}, 0);
+    ASSERT_EQ(view.rowCount(), 5u);
+    const int starting[] = {0, 2, 1, 0, 1};  // a new city starts a new kind, though its kind is the same
+    for (std::size_t row = 0; row < 5; ++row) EXPECT_EQ(view.startingLevel(row), starting[row]) << row;
+    EXPECT_EQ(view.group(0, 2), (RowRange{0, 3}));
+    EXPECT_EQ(view.group(1, 1), (RowRange{0, 2}));
+    EXPECT_EQ(view.group(1, 4), (RowRange{4, 5}));
+}
+
+TEST(RowView, FiltersByParameters) {
+    ReportDefinition report = ordersReport();
+    report.grid->filter = u"Count >= Limit and City = Where";
+    DataSet data = readData(kOrders, "orders");
+    const SubReportParameter passed[] = {{u"Where", u""}};
+    Binding binding(report, {&data, data.table(u""), nullptr}, passed);
+    const Expression sum = binding.compile(u"Sum(Count)");
+    const Expression count = binding.compile(u"Count");
+    const OwnedValue where(makeText(u"北京"));
+    RowView view(binding, {&where, 1}, 0);
+    EXPECT_EQ(view.rowCount(), 2u);
+    EXPECT_EQ(view.evaluate(sum, {}).number, 8);
+    EXPECT_EQ(view.evaluate(count, {}).number, 3);
+    EXPECT_EQ(view.startingLevel(0), 0);
+}
+
+TEST(RowView, HasNoRows) {
+    Orders orders(ordersReport(), "[]");
+    EXPECT_EQ(orders.show(u"[City][Sum(Count)][Average(Count)]-[RowNumber][Count(*)][Limit]"), "0-03");
+}
+
+}  // namespace
+}  // namespace qbsvrl6
