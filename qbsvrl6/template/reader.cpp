@@ -30,16 +30,20 @@ struct Reading {
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 std::string tag(std::string_view name) { return '<' + std::string(name) + '>'; }
 
-std::size_t offsetOf(pugi::xml_node node) {
-    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
+constexpr const char* kBlanks = " \t\r\n";
+
+// Where an element's tag or a text begins.
+std::size_t offsetOf(const std::string& text, pugi::xml_node node) {
+    const auto offset = static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
+    if (node.type() == pugi::node_element) return offset - 1;  // the parser tells the name's place
+    return std::min(text.find_first_not_of(kBlanks, offset), text.size());
 }
 
 // Where the attribute's name stands: the parser keeps no places of attributes, but the text is well-formed by
 // now. The `skip`th attribute of this name is meant.
 std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std::string_view name,
                               int skip = 0) {
-    constexpr const char* kBlanks = " \t\r\n";
-    std::size_t at = text.find_first_of(" \t\r\n/>", offsetOf(node));
+    std::size_t at = text.find_first_of(" \t\r\n/>", offsetOf(text, node));
     while (at < text.size()) {
         at = text.find_first_not_of(kBlanks, at);
         if (at == std::string::npos || text[at] == '/' || text[at] == '>') break;
@@ -51,7 +55,7 @@ std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std:
         if (close == std::string::npos) break;
         at = close + 1;
     }
-    return offsetOf(node);
+    return offsetOf(text, node);
 }
 
 const std::u16string& nameOf(const NamedStyle& item) { return item.name; }
@@ -151,7 +155,7 @@ public:
     void bytes(const char* name, std::string& value);
     void controls(ControlList& list);
     void cell(const char* name, Control& control);
-    void nestedReport(const char* name, Report& report);
+    void nestedReport(const char* name, std::unique_ptr<Report>& report);
     void checkReferences(const ReportDefinition& report);
 
     // Refuses attributes, elements and text that nobody asked for.
@@ -159,8 +163,7 @@ public:
 
     void readVersion();
     [[noreturn]] void fail(const std::string& message, ErrorCode code = ErrorCode::BadTemplate) const {
-        const std::size_t name = offsetOf(node_);
-        reading_.source.fail(code, message, name > 0 ? name - 1 : 0);
+        reading_.source.fail(code, message, offsetOf(reading_.source.text(), node_));
     }
     [[noreturn]] void failAt(const char* name, const std::string& message,
                              ErrorCode code = ErrorCode::BadTemplate) const {
@@ -298,7 +301,8 @@ void ReadElement::cell(const char* name, Control& control) {
     });
 }
 
-void ReadElement::nestedReport(const char* name, Report& report) {
+void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report) {
+    report = std::make_unique<Report>();
     child(name, [&](ReadElement& element) {
         if (++reading_.reportDepth > limits::kSubReportDepth) {
             element.fail("sub-reports are nested deeper than " + std::to_string(limits::kSubReportDepth),
@@ -306,7 +310,7 @@ void ReadElement::nestedReport(const char* name, Report& report) {
         }
         std::vector<Reference> outer;
         outer.swap(reading_.references);
-        describeReport(element, report.definition);
+        describeReport(element, report->definition);
         outer.swap(reading_.references);
         --reading_.reportDepth;
     });
@@ -348,7 +352,7 @@ void ReadElement::finish() {
         if (child.type() != pugi::node_element) {
             if (text_) continue;
             reading_.source.fail(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
-                                 offsetOf(child));
+                                 offsetOf(reading_.source.text(), child));
         }
         if (!known(children_, child.name())) {
             ReadElement(reading_, child)
@@ -395,8 +399,8 @@ pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
         if (node.type() == pugi::node_element && !root) {
             root = node;
         } else {
-            const std::size_t offset = offsetOf(node);
-            source.fail(ErrorCode::NotXml, "more than one root element, or text outside of it", offset);
+            source.fail(ErrorCode::NotXml, "more than one root element, or text outside of it",
+                        offsetOf(text, node));
         }
     }
     if (!root) source.fail(ErrorCode::NotXml, "not XML: no root element", text.size());

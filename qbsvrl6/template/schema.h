@@ -170,7 +170,7 @@ void describeSubReport(Element& element, ContentLike& subReport) {
         child.required("name", parameter.name, TextCodec{});
         child.attribute("expression", parameter.expression, {}, TextCodec{});
     });
-    element.nestedReport("Report", *subReport.report);
+    element.nestedReport("Report", subReport.report);
 }
 
 // What a control is besides its content. Cells have no place of their own.

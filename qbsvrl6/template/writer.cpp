@@ -145,7 +145,7 @@ public:
     void bytes(const char* name, const std::string& value);
     void controls(const ControlList& list);
     void cell(const char* name, const Control& control);
-    void nestedReport(const char* name, const Report& report);
+    void nestedReport(const char* name, const std::unique_ptr<Report>& report);
     void checkReferences(const ReportDefinition&) {}
 
     void end();
@@ -200,7 +200,9 @@ void WriteElement::paper(const PageSetup& page) {
         return std::find_if(kPaperSizes.begin(), kPaperSizes.end(),
                             [&](const Word<Size>& word) { return word.value == portrait; });
     };
-    if (named(false) != kPaperSizes.end()) {
+    if (page.paper == defaults.paper) {
+        // left out, like every default
+    } else if (named(false) != kPaperSizes.end()) {
         write("size", named(false)->text);
     } else if (named(true) != kPaperSizes.end()) {
         write("size", named(true)->text);
@@ -252,13 +254,13 @@ void WriteElement::cell(const char* name, const Control& control) {
     });
 }
 
-void WriteElement::nestedReport(const char* name, const Report& report) {
+void WriteElement::nestedReport(const char* name, const std::unique_ptr<Report>& report) {
     child(name, [&](WriteElement& element) {
         if (++element.reportDepth_ > limits::kSubReportDepth) {
             throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +
                                                             std::to_string(limits::kSubReportDepth));
         }
-        describeReport(element, report.definition);
+        describeReport(element, report->definition);
     });
 }
 

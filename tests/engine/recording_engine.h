@@ -21,11 +21,11 @@ namespace recording {
 // What a load puts into a report. Its controls are a static text, which a walk must pass over, and then one
 // for each sub-report.
 struct Template {
-    std::u16string query;
+    std::u16string query{};
     bool hasGrid = true;
-    std::u16string gridQuery;
-    std::vector<Template> subReports;
-    std::vector<std::u16string> charts;  // names; each asks for data during an export
+    std::u16string gridQuery{};
+    std::vector<Template> subReports{};
+    std::vector<std::u16string> charts{};  // names; each asks for data during an export
 };
 
 // Forgets all calls, answers and reports. QBInitConfig counts as called when `configured`.

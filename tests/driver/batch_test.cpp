@@ -1,0 +1,243 @@
+#include "driver/batch.h"
+
+#include <map>
+#include <stdexcept>
+
+#include "driver/batch_threads.h"
+#include "driver/export_tasks.h"
+#include "tests/driver/driver_test.h"
+
+namespace {
+
+struct Kind {
+    const char* title;
+    void (*batch)();  // null where the single-thread batch has no such kind
+    void (*thread)();
+    std::string directory;
+};
+
+// The sixteen in their order, then the six that no batch starts.
+const Kind kKinds[] = {
+    {"PDF", BatchExportPDF, PDFThread, "pdf"},
+    {"PDFEmbeddingFont", BatchExportPDFEmbeddingFont, PDFEmbeddingFontThread, "pdf_EmbeddingFont"},
+    {"PDFPrintAdapt", BatchExportPDFPrintAdapt, PDFPrintAdaptThread, "pdf_adapt"},
+    {"XLS", BatchExportXLS, XLSThread, "xls"},
+    {"XLSX", BatchExportXLSX, XLSXThread, "xlsx"},
+    {"XLSXAsEntireTable", BatchExportXLSXAsEntireTable, XLSXAsEntireTableThread, "xls-one-table"},
+    {"XLSXOnlyDetailGrid", BatchExportXLSXOnlyDetailGrid, XLSXOnlyDetailGridThread, "xls-only-detail"},
+    {"HTM", BatchExportHTM, HTMThread, "htm"},
+    {"HTMAsEntireTable", BatchExportHTMAsEntireTable, HTMAsEntireTableThread, "htm-one-table"},
+    {"HTMOnlyDetailGrid", BatchExportHTMOnlyDetailGrid, HTMOnlyDetailGridThread, "htm-only-detail"},
+    {"TXT", BatchExportTXT, TXTThread, "txt"},
+    {"TXTAsEntireTable", BatchExportTXTAsEntireTable, TXTAsEntireTableThread, "txt-one-table"},
+    {"TXTOnlyDetailGrid", BatchExportTXTOnlyDetailGrid, TXTOnlyDetailGridThread, "txt-only-detail"},
+    {"CSV", BatchExportCSV, CSVThread, "csv"},
+    {"CSVAsEntireTable", BatchExportCSVAsEntireTable, CSVAsEntireTableThread, "csv-one-table"},
+    {"CSVOnlyDetailGrid", BatchExportCSVOnlyDetailGrid, CSVOnlyDetailGridThread, "csv-only-detail"},
+    {"ImgTif", nullptr, ImgTifThread, "img-tif"},
+    {"ImgPng", nullptr, ImgPngThread, "img-png"},
+    {"ImgPngOnePage", nullptr, ImgPngOnePageThread, "img-png-allin"},
+    {"RTF", nullptr, RTFThread, "rtf"},
+    {"RTFAsEntireTable", nullptr, RTFAsEntireTableThread, "rtf-one-table"},
+    {"RTFOnlyDetailGrid", nullptr, RTFOnlyDetailGridThread, "rtf-only-detail"},
+};
+
+constexpr int kStarted = 16;
+const std::string kCreateFailed = "Create report failed, please view log file to find reason.\n";
+
+class Batch : public DriverTest {
+protected:
+    // The load calls of a report, with nothing but the paths.
+    std::string LoadedPaths(const std::string& report) const {
+        std::istringstream calls(Calls(report));
+        const std::string ahead = "QBReportLoadFromFile(" + report + ", ";
+        std::string paths;
+        for (std::string line; std::getline(calls, line);) {
+            if (line.starts_with(ahead)) paths += line.substr(ahead.size()) + "\n";
+        }
+        return paths;
+    }
+
+    std::vector<std::string> Directories() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(scratch.path / "out/auto")) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    static std::vector<std::string> StartedDirectories() {
+        std::vector<std::string> names;
+        for (int i = 0; i < kStarted; ++i) names.push_back(kKinds[i].directory);
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+};
+
+void NoTask(const wstr& templateFile, const wstr& reportName) {
+    std::printf("%s %s\n", larkspur::UnicodeTextToPrintf(templateFile).c_str(),
+                larkspur::UnicodeTextToPrintf(reportName).c_str());
+}
+
+void NoReportTask(tagQBReport*, const wstr& templateFile, const wstr& reportName) {
+    NoTask(templateFile, reportName);
+}
+
+TEST_F(Batch, WalkersBuildPathsAndCountEveryItem) {
+    SetList(
+        R"([{"Dir":"a\\b","Items":[{"Name":"1"},{"Name":"bad"}]},{"Dir":"c/","Items":[{"Name":"2","Data":"D"}]},
+                {"Dir":"","Items":[]},{"Dir":7,"Items":[{}]}])");
+    recording::Fail("QBReportLoadFromFile", "*bad*");
+    Report = QBReportCreate();
+    const std::string head = "/qb/Samples/Reports/a/b/1.qbf 1\n";
+    const std::string tail = "/qb/Samples/Reports/c//2.qbf 2\n/qb/Samples/Reports/7/.qbf \n";
+    EXPECT_EQ(Output([] { ReportBatchTask(NoTask); }),
+              head + "载入报表模板文件 /qb/Samples/Reports/a/b/bad.qbf 失败。\n" + tail +
+                  "Batch Export finished, ReportCount=4.\n");
+    EXPECT_EQ(ReportCount, 4);
+    ReportCount = -1;
+    EXPECT_EQ(Output([] { MT_ReportBatchTask(Report, NoReportTask, "标题"); }),
+              head + "load report '/qb/Samples/Reports/a/b/bad.qbf' failed.\n" + tail +
+                  "Batch Export 标题 finished, ReportCount=4.\n");
+    EXPECT_EQ(ReportCount, -1) << "the multi-thread walker keeps a count of its own";
+    EXPECT_NE(Calls().find("QBReportSetQuerySQL(report1, \"/qb/Samples/Data/json/jsonD.txt\")"),
+              std::string::npos);
+    QBReportRelease(Report);
+}
+
+TEST_F(Batch, ListsThatNoWalkSurvives) {
+    for (const std::string list :
+         {R"([{"Items":[{"Name":"1"}]},{"Dir":"x"}])", R"([{"Items":[{"Name":"1"}]},{"Items":{}}])",
+          R"([{"Items":[{"Name":"1"}]},5])", R"([{"Items":[{"Name":"1"},"x"]}])"}) {
+        SCOPED_TRACE(list);
+        recording::Reset(true);
+        SetList(list);
+        Report = QBReportCreate();
+        // The good item ahead of the fault is done, and nothing behind it.
+        EXPECT_EQ(Output([] { EXPECT_THROW(ReportBatchTask(NoTask), std::logic_error); }),
+                  "/qb/Samples/Reports/1.qbf 1\n");
+        EXPECT_EQ(LoadedPaths("report1"), "\"/qb/Samples/Reports/1.qbf\")\n");
+        QBReportRelease(Report);
+    }
+}
+
+TEST_F(Batch, SingleThreadRunsTheSixteenOnOneReport) {
+    SetList(R"([{"Items":[{"Name":"bad"},{"Name":"n"}]}])");
+    recording::Fail("QBReportLoadFromFile", "*bad*");
+    const std::string output = Output(TestBatch);
+    std::string loads;
+    for (int i = 0; i < kStarted; ++i)
+        loads += "\"/qb/Samples/Reports/bad.qbf\")\n\"/qb/Samples/Reports/n.qbf\")\n";
+    EXPECT_EQ(LoadedPaths("report1"), loads);
+    EXPECT_EQ(WrittenFiles().size(), 15U + 9U);
+    EXPECT_EQ(Directories(), StartedDirectories());
+    EXPECT_EQ(Join(recording::Violations()), "");
+    EXPECT_TRUE(output.starts_with(
+        "开始单线程成批生成报表...\n载入报表模板文件 /qb/Samples/Reports/bad.qbf 失败。\nExport PDF "))
+        << output;
+    // The order of the kinds shows in the labels ahead of each closing line.
+    std::string expected;
+    for (const char* label :
+         {"PDF", "PDF(Embedding Font)", "WrapExcludeGroup to PDF", " .xls", " .xlsx", "AsEntireTable  .xls",
+          "OnlyDetail  .xls", " .htm", "AsEntireTable  .htm", "OnlyDetail  .htm", " .txt",
+          "AsEntireTable  .txt", "OnlyDetail  .txt", " .csv", "AsEntireTable  .csv", "OnlyDetail  .csv"}) {
+        expected += std::string(label) + "|";
+    }
+    std::string labels, last;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line); last = line) {
+        if (line == "Batch Export finished, ReportCount=2.")
+            labels += last.substr(7, last.find(" '") - 7) + "|";
+    }
+    EXPECT_EQ(labels, expected);
+}
+
+TEST_F(Batch, EachKindByItself) {
+    SetList(R"([{"Items":[{"Name":"n"}]}])");
+    for (const Kind& kind : kKinds) {
+        for (void (*run)() : {kind.batch, kind.thread}) {
+            if (!run) continue;
+            SCOPED_TRACE(std::string(kind.title) + (run == kind.thread ? " thread" : " batch"));
+            recording::Reset(true);
+            std::filesystem::remove_all(scratch.path / "out");
+            Report = nullptr;
+            const std::string output = Output(run);
+            const std::string title = run == kind.thread ? std::string(" ") + kind.title : "";
+            EXPECT_TRUE(output.ends_with("Batch Export" + title + " finished, ReportCount=1.\n")) << output;
+            EXPECT_EQ(Directories(), std::vector<std::string>{kind.directory});
+            EXPECT_EQ(Join(recording::Violations()), "");
+
+            recording::Reset(true);
+            recording::Fail("QBReportCreate", "*");
+            Report = nullptr;
+            EXPECT_EQ(Output(run), kCreateFailed);
+            EXPECT_EQ(Calls(), "QBReportCreate() = null\n");
+        }
+    }
+}
+
+TEST_F(Batch, ThreadsKeepToTheirOwnReports) {
+    std::string items;
+    for (int i = 0; i < 20; ++i) items += R"({"Name":"n)" + std::to_string(i) + R"(","Data":"d"},)";
+    SetList(R"([{"Items":[{"Name":"bad"},)" + items + "]}]");
+    recording::Fail("QBReportLoadFromFile", "*bad*");
+    recording::Fail("QBReportCreate", "report16");
+    const std::string output = Output(TestBatch_MThread);
+
+    EXPECT_TRUE(output.starts_with("开始多线程成批生成报表...\n")) << output;
+    std::map<std::string, int> lines;
+    std::istringstream in(output);
+    for (std::string line; std::getline(in, line);) ++lines[line];
+    // One of the sixteen got no report, whichever came last, and is lost alone.
+    EXPECT_EQ(lines[kCreateFailed.substr(0, kCreateFailed.size() - 1)], 1);
+    EXPECT_EQ(lines["load report '/qb/Samples/Reports/bad.qbf' failed."], 15);
+    int finished = 0;
+    for (int i = 0; i < kStarted; ++i)
+        finished += lines[std::string("Batch Export ") + kKinds[i].title + " finished, ReportCount=21."];
+    EXPECT_EQ(finished, 15);
+    EXPECT_EQ(lines["Export PDF(Embedding Font) '/qb/Samples/Reports/n0.qbf' succeeded."], 0);
+    EXPECT_EQ(Join(recording::Violations()), "");
+    EXPECT_EQ(Report, nullptr);
+    EXPECT_EQ(ReportCount, -1);
+}
+
+TEST_F(Batch, ThreadsMakeTheOutputOfTheSingleThreadBatch) {
+    SetList(R"([{"Items":[{"Name":"n"}]}])");
+    Output(TestBatch_MThread);
+    const std::vector<std::string> files = WrittenFiles();
+    std::filesystem::remove_all(scratch.path / "out");
+    Output(TestBatch);
+    EXPECT_EQ(files, WrittenFiles());
+}
+
+TEST_F(Batch, LoadAndSave) {
+    SetList(R"([{"Dir":"d","Items":[{"Name":"bad"},{"Name":"n"},{"Name":"full"}]}])");
+    recording::Fail("QBReportLoadFromFile", "*bad*");
+    recording::Fail("QBReportSaveToFile", "*full*");
+    EXPECT_EQ(Output(TestBatch_ReportLoadSave),
+              "load report '/qb/Samples/Reports/d/bad.qbf' failed.\n"
+              "保存报表模板文件 OUT/auto/qbf/n.qbf 成功\n"
+              "保存报表模板文件 OUT/auto/qbf/full.qbf 失败\n"
+              "Batch Export Load & Save Report Template finished, ReportCount=3.\n");
+    EXPECT_NE(Calls().find("QBReportSaveToFile(report1, \"OUT/auto/qbf/n.qbf\")"), std::string::npos);
+    EXPECT_EQ(Join(recording::Violations()), "");
+}
+
+TEST_F(Batch, CreationIsSaidOnce) {
+    recording::Fail("QBReportCreate", "*");
+    EXPECT_EQ(Output(TestBatch), kCreateFailed);
+    // The load-and-save pass goes on without a report.
+    SetList(R"([{"Items":[{"Name":"n"}]}])");
+    EXPECT_EQ(Output(TestBatch_ReportLoadSave),
+              "load report '/qb/Samples/Reports/n.qbf' failed.\n"
+              "Batch Export Load & Save Report Template finished, ReportCount=1.\n");
+}
+
+TEST_F(Batch, ThreadBodyThatCounts) {
+    std::string expected = "TestThreadFun start\n";
+    for (int i = 1; i <= 100; ++i) expected += "TestThreadFun run at " + std::to_string(i) + "\n";
+    EXPECT_EQ(Output(TestThreadFun), expected + "TestThreadFun stop\n");
+}
+
+}  // namespace

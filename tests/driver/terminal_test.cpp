@@ -1,0 +1,60 @@
+#include "driver/terminal.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+bool IsRaw(int terminal) {
+    termios settings;
+    return tcgetattr(terminal, &settings) == 0 && (settings.c_lflag & (ICANON | ECHO)) == 0;
+}
+
+// A child on a terminal of its own that gives the key as its status, 200 for a key of -1.
+pid_t StartReader(int& terminal) {
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        const int key = _getch();
+        _exit(IsRaw(STDIN_FILENO) ? 201 : key < 0 ? 200 : key);
+    }
+    return child;
+}
+
+int StatusOf(pid_t child) {
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(Getch, TakesOneKeyWithoutALineEndAndRestoresTheTerminal) {
+    for (const char key : {'a', '\r', '\x03', '\x1a'}) {
+        SCOPED_TRACE(static_cast<int>(key));
+        int terminal = -1;
+        const pid_t child = StartReader(terminal);
+        ASSERT_GT(child, 0);
+        // A key that comes ahead of the raw mode would be the line discipline's.
+        while (!IsRaw(terminal)) usleep(1000);
+        ASSERT_EQ(write(terminal, &key, 1), 1);
+        EXPECT_EQ(StatusOf(child), key);
+        close(terminal);
+    }
+}
+
+TEST(Getch, GivesNothingWithoutATerminal) {
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+        _exit(_getch() == -1 ? 0 : 1);
+    }
+    EXPECT_EQ(StatusOf(child), 0);
+}
+
+}  // namespace

@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+namespace {
+
+namespace fs = std::filesystem;
+
+class InDirectory : public testing::Test {
+protected:
+    InDirectory() {
+        char pattern[] = "/tmp/qbsvr-support-XXXXXX";
+        directory_ = std::string(::mkdtemp(&pattern[0])) + "/";
+    }
+    ~InDirectory() override { fs::remove_all(directory_); }
+
+    static std::string contents(const fs::path& path) {
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    }
+    std::size_t fileCount() const {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory_), {}));
+    }
+
+    std::string directory_;
+};
+
+TEST(Utf, ConvertsAndReplacesEachBadPartOnce) {
+    struct Case {
+        std::string_view utf8;
+        std::u16string_view utf16;
+        bool valid;
+    };
+    const Case cases[] = {
+        {"", u"", true},
+        {"plain ASCII, longer than a block", u"plain ASCII, longer than a block", true},
+        {"1234567é中𠀀.", u"1234567é中𠀀.", true},
+        {"\xF4\x8F\xBF\xBF", u"\xDBFF\xDFFF", true},
+        {"a\x80z", u"a\xFFFDz", false},
+        {"\xC0\xAF", u"\xFFFD\xFFFD", false},            // overlong
+        {"\xE0\x80\x80", u"\xFFFD\xFFFD\xFFFD", false},  // overlong
+        {"\xED\xA0\x80", u"\xFFFD\xFFFD\xFFFD", false},  // a surrogate
+        {"\xF4\x90\x80\x80", u"\xFFFD\xFFFD\xFFFD\xFFFD", false},
+        {"\xE4\xB8", u"\xFFFD", false},  // cut short: one part
+        {"\xF0\x9F\x98z", u"\xFFFDz", false},
+        {"\xE4\xB8\xE4\xB8\xAD", u"\xFFFD中", false},
+    };
+    for (const Case& test : cases) {
+        EXPECT_EQ(toUtf16(test.utf8), test.utf16) << testing::PrintToString(test.utf8);
+        EXPECT_EQ(isValidUtf8(test.utf8), test.valid) << testing::PrintToString(test.utf8);
+        if (test.valid) {
+            EXPECT_EQ(toUtf8(test.utf16), test.utf8);
+        }
+    }
+    EXPECT_EQ(toUtf8(u"a\xD840z\xDC00"), "a\xEF\xBF\xBDz\xEF\xBF\xBD");
+}
+
+TEST_F(InDirectory, WritesWholeFilesAndLeavesNothingElse) {
+    const std::string path = directory_ + "a/b/报表.qbf";
+    writeFile(path, "first");
+    ::chmod(path.c_str(), 0640);
+    writeFile(path, "second");
+    EXPECT_EQ(contents(path), "second");
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory_ + "a/b"), {}), 1);
+
+    const std::string link = directory_ + "link";
+    fs::create_symlink(path, link);
+    writeFile(link, "third");
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(readFile(path, 100), "third");
+}
+
+TEST_F(InDirectory, TellsWhyAFileCantBeReadOrWritten) {
+    writeFile(directory_ + "file", "12345");
+    const auto codeOf = [](auto&& action) {
+        try {
+            action();
+        } catch (const EngineError& error) {
+            return error.code();
+        }
+        return ErrorCode::Internal;
+    };
+    EXPECT_EQ(readFile(directory_ + "file", 5), "12345");
+    EXPECT_EQ(codeOf([&] { readFile(directory_ + "file", 4); }), ErrorCode::LimitExceeded);
+    EXPECT_EQ(codeOf([&] { readFile("/dev/zero", 100'000); }), ErrorCode::LimitExceeded);
+    EXPECT_EQ(codeOf([&] { readFile(directory_ + "none", 5); }), ErrorCode::FileNotFound);
+    EXPECT_EQ(codeOf([&] { readFile(directory_, 5); }), ErrorCode::FileUnreadable);
+    EXPECT_EQ(codeOf([&] { writeFile(directory_ + "file/below", "x"); }), ErrorCode::FileUnwritable);
+    EXPECT_EQ(codeOf([&] { writeFile("/dev/full", "x"); }), ErrorCode::FileUnwritable);
+    EXPECT_EQ(codeOf([&] { writeFile("", "x"); }), ErrorCode::FileUnwritable);
+    EXPECT_EQ(fileCount(), 1u);
+}
+
+TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
+    setLogSetupPath(directory_);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 16; ++i) {
+        threads.emplace_back([] {
+            for (int line = 0; line < 50; ++line) logError("two\nlines 中");
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    std::istringstream log(contents(directory_ + "log/qbsvrl6.log"));
+    int count = 0;
+    for (std::string line; std::getline(log, line); ++count) {
+        EXPECT_NE(line.find(" error "), std::string::npos) << line;
+        EXPECT_TRUE(line.ends_with(" two lines 中")) << line;
+    }
+    EXPECT_EQ(count, 16 * 50);
+}
+
+TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
+    ::setenv("XDG_STATE_HOME", (directory_ + "state").c_str(), 1);
+    setLogSetupPath("/dev/null");
+    logWarning("elsewhere");
+    EXPECT_NE(contents(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" elsewhere"), std::string::npos);
+    ::setenv("XDG_STATE_HOME", "/dev/null", 1);
+    setLogSetupPath("/dev/null");
+    logWarning("nowhere");  // and nothing is thrown
+}
+
+}  // namespace
+}  // namespace qbsvrl6

@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/template/template_io.h"
+
+namespace qbsvrl6 {
+namespace {
+
+std::string repeated(const std::string& text, int count) {
+    std::string result;
+    for (int i = 0; i < count; ++i) result += text;
+    return result;
+}
+
+std::string inReport(const std::string& content) {
+    return "<Report version=\"1\">\n" + content + "</Report>";
+}
+
+std::string inHeader(const std::string& content) {
+    return inReport("<ReportHeader>\n" + content + "\n</ReportHeader>\n");
+}
+
+std::string inColumns(const std::string& content) {
+    return inReport("<Grid><Columns>\n" + content + "\n</Columns></Grid>\n");
+}
+
+TEST(TemplateFaults, NamePlaceAndFault) {
+    struct Case {
+        std::string input;
+        ErrorCode code;
+        const char* what;  // the message begins so, behind the file's name
+    };
+    const std::string deep = repeated("<ReportHeader><SubReport><Report>", limits::kSubReportDepth + 1) +
+                             repeated("</Report></SubReport></ReportHeader>", limits::kSubReportDepth + 1);
+    std::string manyColumns;
+    for (std::size_t i = 0; i <= limits::kGridColumns; ++i) {
+        manyColumns += "<Column name=\"c" + std::to_string(i) + "\" width=\"1mm\"/>\n";
+    }
+    const Case cases[] = {
+        // not XML
+        {"", ErrorCode::NotXml, "1:1: not XML: no root element"},
+        {" \n ", ErrorCode::NotXml, "2:2: not XML: no root element"},
+        {"{\"a\":1}", ErrorCode::NotXml, "1:1: more than one root element, or text outside of it"},
+        {"<Report version=\"1\">\n<Page></Report>", ErrorCode::NotXml, "2:9: not well-formed XML: "},
+        {"<Report version=\"1\">\n<Page size=A4/></Report>", ErrorCode::NotXml,
+         "2:12: not well-formed XML: "},
+        {"<Report version=\"1\"/>\n<Report/>", ErrorCode::NotXml, "2:1: more than one root element"},
+        {"<Report version=\"1\"/>\n中 garbage", ErrorCode::NotXml, "2:1: more than one root element"},
+        {"<Report version=\"1\"\nversion=\"1\"/>", ErrorCode::NotXml,
+         "2:1: the attribute \"version\" stands twice"},
+        {std::string("<Report\0/>", 10), ErrorCode::NotXml, "1:8: a null character"},
+        {"<!DOCTYPE r [<!ENTITY a \"&b;&b;\"><!ENTITY b \"x\">]>\n<Report version=\"1\"/>",
+         ErrorCode::BadTemplate, "1:1: document type declarations are not allowed"},
+        {"<?xml version=\"1.0\" encoding=\"GBK\"?>\n<Report version=\"1\" a=\"\xFF\xFF\"/>",
+         ErrorCode::BadEncoding, "2:24: "},
+        {"<Report version=\"1\">\n \xC3\x28</Report>", ErrorCode::BadEncoding, "2:2: "},
+        {"<?xml version=\"1.0\" encoding=\"KLINGON\"?><Report/>", ErrorCode::NotSupported, "1:1: "},
+        // the root
+        {"\n <Bericht version=\"1\"/>", ErrorCode::BadTemplate,
+         "2:2: the root element is <Bericht>, not <Report>"},
+        {"<Report/>", ErrorCode::BadTemplate, "1:1: the attribute \"version\" of <Report> is missing"},
+        {"<Report version=\"2\"/>", ErrorCode::UnknownVersion, "1:9: unknown version 2"},
+        {"<Report version=\"one\"/>", ErrorCode::BadTemplate,
+         "1:9: version=\"one\": expected a whole number"},
+        {"<Report version=\"99999999999\"/>", ErrorCode::BadTemplate,
+         "1:9: version=\"99999999999\": out of range"},
+        // what the format doesn't know
+        {inReport("  <Pages/>"), ErrorCode::BadTemplate, "2:3: unknown element <Pages> in <Report>"},
+        {inReport("  <Page sizes='A4'/>"), ErrorCode::BadTemplate,
+         "2:9: unknown attribute \"sizes\" of <Page>"},
+        {inReport("<Page size='A4' a='>' margins = '1mm'\n  b='2'/>"), ErrorCode::BadTemplate,
+         "2:17: unknown attribute \"a\" of <Page>"},
+        {inReport("<Page/>\n<Page/>"), ErrorCode::BadTemplate, "3:1: a second <Page> in <Report>"},
+        {inReport("<Info>\n中文</Info>"), ErrorCode::BadTemplate, "3:1: unexpected text in <Info>"},
+        {inHeader("<Text>Hello</Text>"), ErrorCode::BadTemplate, "3:7: unexpected text in <Text>"},
+        {inHeader("<Button/>"), ErrorCode::BadTemplate, "3:1: unknown element <Button> in <ReportHeader>"},
+        {inHeader("<SubReport><Report version=\"1\"/></SubReport>"), ErrorCode::BadTemplate,
+         "3:20: unknown attribute \"version\""},
+        // values
+        {inReport("<Page margins=\"12\"/>"), ErrorCode::BadTemplate,
+         "2:7: margins=\"12\": expected a length with its unit"},
+        {inReport("<Page margins=\"1mm 2mm\"/>"), ErrorCode::BadTemplate,
+         "2:7: margins=\"1mm 2mm\": expected one"},
+        {inReport("<Page size=\"A44\"/>"), ErrorCode::BadTemplate,
+         "2:7: size=\"A44\": expected \"A3\", \"A4\""},
+        {inReport("<Page width=\"50mm\"/>"), ErrorCode::BadTemplate, "2:1: width and height"},
+        {inReport("<Page width=\"50mm\" height=\"50mm\" size=\"A4\"/>"), ErrorCode::BadTemplate,
+         "2:1: a paper with"},
+        {inReport("<Page width=\"50mm\" height=\"6000mm\"/>"), ErrorCode::BadTemplate,
+         "2:20: height=\"6000mm\": out of range: expected 10mm to 5000mm"},
+        {inReport("<Page width=\"50mm\" height=\"50mm\" margins=\"25mm\"/>"), ErrorCode::BadTemplate,
+         "2:1: the margins leave no room"},
+        {inReport("<Page columns=\"0\"/>"), ErrorCode::BadTemplate, "2:7: columns=\"0\": out of range"},
+        {inReport("<DefaultStyle fontSize=\"nanpt\"/>"), ErrorCode::BadTemplate, "2:15: fontSize="},
+        {inReport("<DefaultStyle fontSize=\"1e999pt\"/>"), ErrorCode::BadTemplate, "2:15: fontSize="},
+        {inReport("<DefaultStyle fontSize=\"0pt\"/>"), ErrorCode::BadTemplate,
+         "2:15: fontSize=\"0pt\": out of range"},
+        {inReport("<DefaultStyle rotation=\"45\"/>"), ErrorCode::BadTemplate,
+         "2:15: rotation=\"45\": expected"},
+        {inReport("<DefaultStyle bold=\"yes\"/>"), ErrorCode::BadTemplate,
+         "2:15: bold=\"yes\": expected \"true\" or \"false\""},
+        {inReport("<DefaultStyle color=\"#12345g\"/>"), ErrorCode::BadTemplate,
+         "2:15: color=\"#12345g\": expected a"},
+        {inReport("<DefaultStyle color=\"red\"/>"), ErrorCode::BadTemplate,
+         "2:15: color=\"red\": expected a colour"},
+        {inReport("<DefaultStyle border=\"1mm red\"/>"), ErrorCode::BadTemplate, "2:15: border="},
+        {inHeader("<Text width=\"-1mm\"/>"), ErrorCode::BadTemplate, "3:7: width=\"-1mm\": out of range"},
+        {inHeader("<Text x=\"99999999999999999999mm\"/>"), ErrorCode::BadTemplate, "3:7: x="},
+        {inHeader("<Chart><Series values=\"1 2,5\"/></Chart>"), ErrorCode::BadTemplate,
+         "3:16: values=\"1 2,5\""},
+        {inHeader("<Picture>\n<Embedded>a*b</Embedded></Picture>"), ErrorCode::BadTemplate,
+         "4:1: <Embedded>"},
+        {inHeader("<Picture><Embedded>YQ=</Embedded></Picture>"), ErrorCode::BadTemplate, "3:10: <Embedded>"},
+        // names
+        {inReport("<Styles><Style bold=\"true\"/></Styles>"), ErrorCode::BadTemplate,
+         "2:9: the attribute \"name\" of <Style> is missing"},
+        {inReport("<Grid><Groups><Group by=\"\"/></Groups></Grid>"), ErrorCode::BadTemplate,
+         "2:15: the attribute \"by\""},
+        {inReport("<Styles><Style name=\"a\"/>\n<Style name=\"a\"/></Styles>"), ErrorCode::BadTemplate,
+         "3:8: another <Style> is named \"a\""},
+        {inColumns("<Column name=\"中\" width=\"1mm\"/>\n<Column width=\"1mm\" name=\"中\"/>"),
+         ErrorCode::BadTemplate, "4:21: another <Column> is named \"中\""},
+        {inHeader("<Text style=\"none\"/>"), ErrorCode::BadTemplate, "3:7: no style is named \"none\""},
+        {inHeader("<Text text=\"style\"><When test=\"1\" style=\"x\"/></Text>"), ErrorCode::BadTemplate,
+         "3:35: no style is named \"x\""},
+        {inReport("<Styles><Style name=\"a\" parent=\"b\"/></Styles>"), ErrorCode::BadTemplate,
+         "2:25: no style"},
+        {inHeader("<Text toColumn=\"c\"/>"), ErrorCode::BadTemplate, "3:7: no column is named \"c\""},
+        {inReport("<Styles><Style name=\"a\"/></Styles><ReportHeader><SubReport><Report><ReportHeader>\n"
+                  "<Text style=\"a\"/></ReportHeader></Report></SubReport></ReportHeader>"),
+         ErrorCode::BadTemplate, "3:7: no style is named \"a\""},
+        {inColumns("<Column name=\"a\" width=\"1mm\"><Title><Text/><Text/></Title></Column>"),
+         ErrorCode::BadTemplate, "3:30: <Title> holds more than one control"},
+        {inColumns("<Column name=\"a\" width=\"1mm\"><Title x=\"1mm\"/></Column>"), ErrorCode::BadTemplate,
+         "3:37: unknown attribute \"x\" of <Title>"},
+        {inColumns("<Column name=\"a\" width=\"1mm\"><Title text=\"x\"><Text/></Title></Column>"),
+         ErrorCode::BadTemplate, "3:46: unknown element <Text> in <Title>"},
+        // limits
+        {inReport(deep), ErrorCode::LimitExceeded, "2:554: sub-reports are nested deeper than 16"},
+        {inColumns(manyColumns), ErrorCode::LimitExceeded, "2003:1: more than 2000 <Column>"},
+        {inReport(repeated("<a/>", 2'000'001)), ErrorCode::LimitExceeded, "1:1: more than 1000000 elements"},
+        {repeated("<a>", 1'000'000), ErrorCode::NotXml, "1:3000000: not well-formed XML: "},
+    };
+    for (const Case& test : cases) {
+        const std::string input = test.input.substr(0, 300);
+        try {
+            readTemplate(test.input, "t.qbf");
+            ADD_FAILURE() << "loaded: " << input;
+        } catch (const EngineError& error) {
+            const std::string expected = std::string("t.qbf:") + test.what;
+            EXPECT_EQ(std::string(error.what()).substr(0, expected.size()), expected) << input;
+            EXPECT_EQ(error.code(), test.code) << input << "\n" << error.what();
+        }
+    }
+}
+
+TEST(TemplateFaults, EveryTruncationIsRefused) {
+    std::ostringstream whole;
+    whole << std::ifstream(QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/everything.qbf").rdbuf();
+    const std::string text = whole.str();
+    const std::size_t end = text.rfind("</Report>") + 9;
+    for (std::size_t length = 0; length < end; ++length) {
+        EXPECT_THROW(readTemplate(std::string_view(text).substr(0, length), "cut"), EngineError) << length;
+    }
+}
+
+// Whatever a bit more or less does to a template, it either loads and can be saved again or is refused.
+TEST(TemplateFaults, ChangedBytesNeverDoHarm) {
+    std::ostringstream whole;
+    whole << std::ifstream(QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/everything.qbf").rdbuf();
+    const std::string text = whole.str();
+    int loaded = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        for (const char change : {'\0', '<', '"', '9', '\xFF'}) {
+            std::string changed = text;
+            changed[i] = change;
+            try {
+                const std::string saved = writeTemplate(readTemplate(changed, "changed"));
+                ASSERT_EQ(writeTemplate(readTemplate(saved, "saved")), saved) << i << ' ' << change;
+                ++loaded;
+            } catch (const EngineError&) {
+            }
+        }
+    }
+    EXPECT_GT(loaded, 100);
+}
+
+}  // namespace
+}  // namespace qbsvrl6

@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+#include <iconv.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/template_io.h"
+
+namespace qbsvrl6 {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kEverything = QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/everything.qbf";
+
+std::string contents(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+std::string encoded(const std::string& utf8, const char* encoding) {
+    iconv_t converter = iconv_open(encoding, "UTF-8");
+    std::string out(4 * utf8.size() + 16, '\0');
+    char* from = const_cast<char*>(utf8.data());
+    char* to = out.data();
+    std::size_t fromLeft = utf8.size();
+    std::size_t toLeft = out.size();
+    EXPECT_EQ(iconv(converter, &from, &fromLeft, &to, &toLeft), 0u);
+    iconv_close(converter);
+    out.resize(out.size() - toLeft);
+    return out;
+}
+
+// The file sets every attribute and child that the format knows to something that isn't its default, and is
+// in the form that the engine saves, so that whatever gets lost on the way shows.
+TEST(TemplateRoundTrip, KeepsEverything) {
+    const std::string file = contents(kEverything);
+    ASSERT_FALSE(file.empty());
+    EXPECT_EQ(writeTemplate(readTemplate(file, "everything")), file);
+}
+
+TEST(TemplateRoundTrip, CopiesKeepEverything) {
+    const std::string file = contents(kEverything);
+    EXPECT_EQ(writeTemplate(cloneDefinition(readTemplate(file, "everything"))), file);
+}
+
+TEST(TemplateRoundTrip, SavesTheSamplesOnceForAll) {
+    int count = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(QBSVR_SOURCE_DIR "/samples")) {
+        if (entry.path().extension() != ".qbf") continue;
+        ++count;
+        const std::string saved = writeTemplate(loadTemplate(entry.path()));
+        EXPECT_EQ(writeTemplate(readTemplate(saved, "saved")), saved) << entry.path();
+    }
+    EXPECT_GE(count, 8);
+}
+
+TEST(TemplateRoundTrip, ReadsValuesInTheirManyForms) {
+    const ReportDefinition report = readTemplate(
+        R"(<Report version="1"><!-- a remark --><Styles>
+             <Style name="a" fontSize="10mm" padding="1cm 2mm 1in 72pt" border="1mm #ABCDEF" borderTop="none"/>
+           </Styles><Page width="21.59cm" height="11in" margins="0mm"/></Report>)",
+        "forms");
+    const Style& style = report.styles.at(0).style;
+    EXPECT_DOUBLE_EQ(style.fontSize.value(), 10'000 / kMicrometresPerPoint);
+    EXPECT_EQ(style.padding, (Edges{10'000, 2'000, 25'400, 25'400}));
+    EXPECT_EQ(style.borderLeft, (BorderLine{1000, {0xAB, 0xCD, 0xEF}}));
+    EXPECT_EQ(style.borderTop, BorderLine{});
+    EXPECT_EQ(report.page.paper, (Size{215'900, 279'400}));
+}
+
+TEST(TemplateRoundTrip, ReadsOtherEncodings) {
+    const std::string expected = contents(kEverything);
+    const auto replaced = [](std::string text, const std::string& from, const std::string& to) {
+        for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+            text.replace(at, from.size(), to);
+        }
+        return text;
+    };
+    const std::string inputs[] = {
+        "\xEF\xBB\xBF" + expected,
+        "\xFF\xFE" + encoded(expected, "UTF-16LE"),
+        "\xFE\xFF" + encoded(expected, "UTF-16BE"),
+        encoded(replaced(expected, "UTF-8", "GB18030"), "GB18030"),
+        replaced(expected, "\n", "\r\n"),
+    };
+    for (const std::string& input : inputs) {
+        EXPECT_EQ(writeTemplate(readTemplate(input, "encoded")), expected) << input.substr(0, 60);
+    }
+    const std::string gbk =
+        R"(<?xml version="1.0" encoding="gbk"?><Report version="1"><Info title="报表"/></Report>)";
+    EXPECT_EQ(readTemplate(encoded(gbk, "GBK"), "gbk").info.title, u"报表");
+}
+
+TEST(TemplateRoundTrip, WritesCharactersThatXmlCantHoldAsReplacements) {
+    ReportDefinition report;
+    report.info.title = u"a\x01\xFFFE\xFFFF\xD800\x7F<>&\"'\t\r\n b ";
+    const std::string text = writeTemplate(report);
+    EXPECT_EQ(readTemplate(text, "saved").info.title, u"a\xFFFD\xFFFD\xFFFD\xFFFD\x7F<>&\"'\t\r\n b ");
+}
+
+TEST(TemplateRoundTrip, RefusesToSaveWhatCouldNotBeLoaded) {
+    ReportDefinition report;
+    ReportDefinition* innermost = &report;
+    for (int depth = 0; depth <= limits::kSubReportDepth; ++depth) {
+        innermost->reportHeaders.push_back(std::make_unique<Section>());
+        auto control = std::make_unique<Control>();
+        SubReportContent content;
+        content.report = std::make_unique<Report>();
+        ReportDefinition* next = &content.report->definition;
+        control->content = std::move(content);
+        innermost->reportHeaders[0]->controls.items.push_back(std::move(control));
+        if (depth < limits::kSubReportDepth) {
+            EXPECT_NO_THROW(readTemplate(writeTemplate(report), "saved"));
+        }
+        innermost = next;
+    }
+    innermost->info.title = u"too deep";
+    EXPECT_THROW(writeTemplate(report), EngineError);
+}
+
+TEST(TemplateFiles, SaveIntoNewDirectoriesAndRememberTheirOwn) {
+    char pattern[] = "/tmp/qbsvr-template-XXXXXX";
+    const std::string directory = std::string(::mkdtemp(&pattern[0])) + "/";
+    ReportDefinition report = loadTemplate(kEverything);
+    EXPECT_EQ(report.directory, QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/");
+    saveTemplate(report, directory + "新/dir/a.qbf");
+    EXPECT_EQ(contents(directory + "新/dir/a.qbf"), contents(kEverything));
+    fs::remove_all(directory);
+}
+
+// The schema beside the format's description accepts what the engine writes, and every example there.
+TEST(TemplateSchema, AcceptsSavedTemplatesAndSamples) {
+    if (std::system("command -v xmllint >/dev/null") != 0) GTEST_SKIP() << "xmllint is not installed";
+    std::string files = " '" + kEverything + "'";
+    for (const auto& entry : fs::recursive_directory_iterator(QBSVR_SOURCE_DIR "/samples")) {
+        if (entry.path().extension() == ".qbf") files += " '" + entry.path().string() + "'";
+    }
+    const std::string schema = QBSVR_SOURCE_DIR "/docs/template-format.xsd";
+    EXPECT_EQ(std::system(("xmllint --noout --schema '" + schema + "'" + files + " 2>&1").c_str()), 0);
+}
+
+TEST(TemplateDocumentation, ShowsExamplesThatLoad) {
+    const std::string document = contents(QBSVR_SOURCE_DIR "/docs/template-format.md");
+    int count = 0;
+    for (std::size_t at = 0; (at = document.find("```xml\n", at)) != std::string::npos; ++count) {
+        at += 7;
+        std::string example = document.substr(at, document.find("```", at) - at);
+        const std::string name = example.substr(1, example.find_first_of(" >") - 1);
+        const bool inReport = name == "Page" || name == "Styles" || name == "Parameters" || name == "Grid";
+        if (name == "Page") example.erase(example.find("/>") + 2);
+        if (name != "?xml") {
+            if (!inReport) example = "<ReportHeader>" + example + "</ReportHeader>";
+            example = "<Report version=\"1\">" + example + "</Report>";
+        }
+        EXPECT_NO_THROW(readTemplate(example, "example")) << example;
+    }
+    EXPECT_GE(count, 10);
+}
+
+}  // namespace
+}  // namespace qbsvrl6
