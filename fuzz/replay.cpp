@@ -1,0 +1,25 @@
+// Runs a fuzz target over its seeds, each of them whole and cut short at every byte.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+TEST(FuzzSeeds, Replay) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(QBSVR_FUZZ_SEEDS)) {
+        SCOPED_TRACE(entry.path());
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::string seed(std::istreambuf_iterator<char>(file), {});
+        for (std::size_t size = 0; size <= seed.size(); ++size) {
+            const std::string input = seed.substr(0, size);  // of its own size, so that an overrun shows
+            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), size);
+        }
+        ++count;
+    }
+    EXPECT_GT(count, 0) << "no seeds in " << QBSVR_FUZZ_SEEDS;
+}
