@@ -1,16 +1,12 @@
 #include <curl/curl.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <memory>
 #include <mutex>
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -36,47 +32,6 @@ bool hasScheme(const std::string& address, std::string_view scheme) {
 
 [[noreturn]] void failTooLarge(std::size_t maxBytes, const std::string& name) {
     throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes", {name});
-}
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(const std::string& path)
-        // Not blocking: opening a pipe would wait for its writer.
-        : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-    ~FileDescriptor() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    int get() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
-
-std::string readFile(const std::string& path, std::size_t maxBytes) {
-    const FileDescriptor file(path);
-    if (file.get() < 0) {
-        const bool absent = errno == ENOENT || errno == ENOTDIR;
-        throw EngineError(absent ? ErrorCode::FileNotFound : ErrorCode::FileUnreadable, std::strerror(errno),
-                          {path});
-    }
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        throw EngineError(ErrorCode::FileUnreadable, "not a regular file", {path});
-    }
-    if (static_cast<std::uintmax_t>(status.st_size) > maxBytes) failTooLarge(maxBytes, path);
-    std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
-    std::size_t length = 0;
-    while (length < bytes.size()) {
-        const ssize_t count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) throw EngineError(ErrorCode::FileUnreadable, std::strerror(errno), {path});
-        if (count == 0) break;  // the file shrank meanwhile
-        length += static_cast<std::size_t>(count);
-    }
-    bytes.resize(length);
-    return bytes;
 }
 
 struct Download {

@@ -4,9 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -17,8 +17,8 @@ namespace qbsvrl6 {
 
 namespace {
 
-[[noreturn]] void fail(ErrorCode code, const std::string& path, const std::string& what, int cause) {
-    throw EngineError(code, what + ": " + std::generic_category().message(cause), {path});
+[[noreturn]] void fail(ErrorCode code, const std::string& path, int cause) {
+    throw EngineError(code, std::generic_category().message(cause), {path});
 }
 
 class Descriptor {
@@ -56,7 +56,7 @@ bool writeAll(int descriptor, std::string_view bytes) {
 void writeDirectly(const std::string& path, std::string_view bytes) {
     Descriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
     if (!file.valid() || !writeAll(file.number(), bytes) || !file.close()) {
-        fail(ErrorCode::FileUnwritable, path, "can't write the file", errno);
+        fail(ErrorCode::FileUnwritable, path, errno);
     }
 }
 
@@ -68,31 +68,28 @@ std::string temporaryName(const std::string& path) {
 }  // namespace
 
 std::string readFile(const std::string& path, std::size_t maxBytes) {
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // Not blocking: opening a pipe would wait for its writer.
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.valid()) {
         fail(errno == ENOENT || errno == ENOTDIR ? ErrorCode::FileNotFound : ErrorCode::FileUnreadable, path,
-             "can't open the file", errno);
+             errno);
     }
     struct stat status {};
-    if (::fstat(file.number(), &status) != 0) {
-        fail(ErrorCode::FileUnreadable, path, "can't read the file", errno);
+    if (::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        throw EngineError(ErrorCode::FileUnreadable, "not a regular file", {path});
     }
-    std::string bytes;
+    if (static_cast<std::uintmax_t>(status.st_size) > maxBytes) {
+        throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes",
+                          {path});
+    }
+    std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t length = 0;
-    // One byte more than expected, so that the usual file ends with the first read that gives nothing.
-    bytes.resize(S_ISREG(status.st_mode) ? std::min(static_cast<std::size_t>(status.st_size), maxBytes) + 1
-                                         : 65536);
-    while (true) {
+    while (length < bytes.size()) {
         const ssize_t count = ::read(file.number(), bytes.data() + length, bytes.size() - length);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail(ErrorCode::FileUnreadable, path, "can't read the file", errno);
-        if (count == 0) break;
+        if (count < 0) fail(ErrorCode::FileUnreadable, path, errno);
+        if (count == 0) break;  // the file shrank meanwhile
         length += static_cast<std::size_t>(count);
-        if (length > maxBytes) {
-            throw EngineError(ErrorCode::LimitExceeded,
-                              "the file is larger than " + std::to_string(maxBytes) + " bytes", {path});
-        }
-        if (length == bytes.size()) bytes.resize(2 * length);
     }
     bytes.resize(length);
     return bytes;
@@ -103,7 +100,7 @@ void writeFile(const std::string& path, std::string_view bytes) {
     const std::string directory = directoryOf(path);
     std::error_code failed;
     if (!directory.empty()) fs::create_directories(directory, failed);
-    if (failed) fail(ErrorCode::FileUnwritable, path, "can't make the directory", failed.value());
+    if (failed) fail(ErrorCode::FileUnwritable, path, failed.value());
 
     struct stat existing {};
     const bool exists = ::stat(path.c_str(), &existing) == 0;
@@ -114,13 +111,13 @@ void writeFile(const std::string& path, std::string_view bytes) {
     if (failed) target = path;
     const std::string temporary = temporaryName(target.string());
     Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (!file.valid()) fail(ErrorCode::FileUnwritable, path, "can't write the file", errno);
+    if (!file.valid()) fail(ErrorCode::FileUnwritable, path, errno);
     if (exists) ::fchmod(file.number(), existing.st_mode & 07777);
     if (!writeAll(file.number(), bytes) || !file.close() ||
         ::rename(temporary.c_str(), target.c_str()) != 0) {
         const int cause = errno;
         ::unlink(temporary.c_str());
-        fail(ErrorCode::FileUnwritable, path, "can't write the file", cause);
+        fail(ErrorCode::FileUnwritable, path, cause);
     }
 }
 
