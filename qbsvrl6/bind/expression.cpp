@@ -8,7 +8,8 @@
 //     sum        = product { ( "+" | "-" ) product }
 //     product    = factor { ( "*" | "/" ) factor }
 //     factor     = { "+" | "-" } primary
-//     primary    = number | text | "true" | "false" | "null" | name | `name` | "(" expression ")"
+//     primary    = number | text | "true" | "false" | "null" | name | `name` | "[" name "]" | "(" expression
+//     ")"
 //                | "If" "(" expression "," expression "," expression ")"
 //                | aggregate "(" [ "*" | expression ] [ "," scope ] ")"
 //                | function "(" [ expression { "," expression } ] ")"

@@ -42,6 +42,7 @@ Token Lexer::next() {
     const char16_t unit = text_[index_];
     if (unit == u'\'' || unit == u'"') return quoted(TokenKind::Text);
     if (unit == u'`') return quoted(TokenKind::QuotedName);
+    if (unit == u'[') return bracketed();
     if (isDigit(unit)) return number();
     if (unit == u'.' && index_ + 1 < text_.size() && isDigit(text_[index_ + 1])) return number();
     if (startsName(unit)) return name();
@@ -60,6 +61,17 @@ Token Lexer::quoted(TokenKind kind) {
         token.text += text_[index_];
     }
     fail("the closing quote is missing", token.column);
+}
+
+// A name as placeholders write it: "[Unit price] * 2".
+Token Lexer::bracketed() {
+    const std::size_t close = text_.find(u']', index_);
+    if (close == std::u16string_view::npos) fail("the closing \"]\" is missing", index_ + 1);
+    const std::u16string_view name = trimmed(text_.substr(index_ + 1, close - index_ - 1));
+    if (name.empty()) fail("a name is expected", index_ + 2);
+    const Token token{TokenKind::QuotedName, index_ + 1, std::u16string(name), 0};
+    index_ = close + 1;
+    return token;
 }
 
 Token Lexer::number() {

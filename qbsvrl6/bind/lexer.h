@@ -30,6 +30,7 @@ public:
 
 private:
     Token quoted(TokenKind kind);
+    Token bracketed();
     Token number();
     Token name();
     Token symbol();

@@ -4,7 +4,8 @@
 //     "[" expression [ ":" format ] "]"   a placeholder
 //     all else                         itself, a lone "]" too
 //
-// The expression ends at the first ":" or "]" outside its quotes, the format at the next "]".
+// The expression ends at the first ":" or "]" outside its quotes and bracketed names, the format at the next
+// "]".
 #include "qbsvrl6/bind/text_template.h"
 
 #include <algorithm>
@@ -20,12 +21,17 @@ namespace {
 // Index of the ":" or "]" that ends the expression which starts at `start`; npos: there is none.
 std::size_t expressionEnd(std::u16string_view text, std::size_t start) {
     char16_t quote = 0;
+    bool bracketed = false;
     for (std::size_t i = start; i < text.size(); ++i) {
         const char16_t unit = text[i];
         if (quote != 0) {
             if (unit == quote) quote = 0;  // a doubled quote closes and opens again
+        } else if (bracketed) {
+            bracketed = unit != u']';
         } else if (unit == u'\'' || unit == u'"' || unit == u'`') {
             quote = unit;
+        } else if (unit == u'[') {
+            bracketed = true;
         } else if (unit == u':' || unit == u']') {
             return i;
         }

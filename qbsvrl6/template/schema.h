@@ -258,6 +258,7 @@ void describeGrid(Element& element, GridLike& grid) {
                       IntegerCodec{0, static_cast<int>(limits::kGridColumns)});
     element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
     element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
+    element.attribute("filter", grid.filter, {}, TextCodec{});
     element.child("Recordset", [&](auto& child) { describeDataSource(child, grid.recordset); });
     element.child("Columns", [&](auto& columns) {
         columns.namedList("Column", grid.columns, limits::kGridColumns, [](auto& child, auto& column) {

@@ -20,6 +20,7 @@ TEST(Placeholder, StandsInTexts) {
         {u"a]b]]", "a]b]]"},
         {u"[']:' & City]", "]:上海"},
         {u"[`City`:x]", "上海"},
+        {u"[2 * [Price]:0.00]", "2.20"},
         // Formats by the type of the value.
         {u"[Price:#,##0.00]", "1.10"},
         {u"[Price:#,##0.00]", "", 2},
