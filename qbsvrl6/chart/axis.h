@@ -1,0 +1,26 @@
+// Round numbers along an axis.
+#ifndef QBSVR_QBSVRL6_CHART_AXIS_H
+#define QBSVR_QBSVRL6_CHART_AXIS_H
+
+#include <vector>
+
+namespace qbsvrl6 {
+
+// The range that an axis shows and the numbers that stand along it: multiples of 1, 2 or 5 times a power of
+// ten.
+struct Axis {
+    double low = 0;
+    double high = 1;
+    std::vector<double> ticks;
+
+    // Where a value stands between low (0) and high (1).
+    double position(double value) const { return (value - low) / (high - low); }
+};
+
+// An axis for values from `low` to `high` with about `count` ticks; `withZero` takes zero in. Both ends fall
+// on ticks. A range without extent is widened.
+Axis makeAxis(double low, double high, int count, bool withZero);
+
+}  // namespace qbsvrl6
+
+#endif

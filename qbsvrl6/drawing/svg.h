@@ -1,0 +1,18 @@
+// A vector drawing as SVG 1.1 text.
+#ifndef QBSVR_QBSVRL6_DRAWING_SVG_H
+#define QBSVR_QBSVRL6_DRAWING_SVG_H
+
+#include <string>
+
+#include "qbsvrl6/layout/items.h"
+
+namespace qbsvrl6 {
+
+// One <svg> element (UTF-8, no XML declaration) whose picture is `box` wide and high; its user unit is 0.1
+// mm. `alternateText` becomes its title for readers that can't see it; empty: none. The same drawing gives
+// the same text.
+std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText = {});
+
+}  // namespace qbsvrl6
+
+#endif
