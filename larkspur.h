@@ -7,15 +7,19 @@
 #ifndef LARKSPUR_H
 #define LARKSPUR_H
 
+#include "common/base64.h"
 #include "common/bin_data_package.h"
 #include "common/errors.h"
 #include "common/files.h"
+#include "common/markup.h"
 #include "common/memory.h"
 #include "common/memory_stream.h"
+#include "common/name_value.h"
 #include "common/paths.h"
 #include "common/string_ops.h"
 #include "common/text.h"
 #include "common/unicode.h"
+#include "common/uri.h"
 #include "format/boolean_format.h"
 #include "format/date_time.h"
 #include "format/date_time_format.h"
@@ -23,5 +27,8 @@
 #include "format/locale_settings.h"
 #include "format/number_helpers.h"
 #include "format/numeric_format.h"
+#include "json/json_name_value.h"
+#include "json/json_text.h"
+#include "json/json_tree.h"
 
 #endif

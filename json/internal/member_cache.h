@@ -1,0 +1,139 @@
+// What the parser remembers of the objects that it met, since most texts are lists of like objects.
+#ifndef QBSVR_JSON_INTERNAL_MEMBER_CACHE_H
+#define QBSVR_JSON_INTERNAL_MEMBER_CACHE_H
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <numeric>
+#include <vector>
+
+#include "json/internal/shared_name.h"
+#include "json/json_tree.h"
+
+namespace larkspur::json {
+
+// A value that was read, with its name when it is a member.
+struct Entry {
+    NameRef name;
+    std::unique_ptr<ClkJsonNode> node;
+};
+
+// The names that were met lately: one slot a hash value, the latest stays. So like objects share their names,
+// and texts with ever new names cost no more than making them.
+class NameCache {
+public:
+    NameRef Get(const lkchar* text, std::size_t n) {
+        const Ends ends(text, n);
+        Slot& slot = m_Slots[ends.Hash()];
+        if (!(slot.ends == ends) || !SameMiddle(*slot.name.Get(), text)) {
+            slot.name = NameRef(text, n);
+            slot.ends = ends;
+        }
+        return slot.name;
+    }
+
+private:
+    // The length and up to four units at both ends: all of a name of up to eight units, and where longer
+    // names differ most.
+    struct Ends {
+        std::uint64_t head = 0;
+        std::uint64_t tail = 0;
+        std::size_t n = std::size_t(-1);  // of no name
+
+        Ends() = default;
+        Ends(const lkchar* text, std::size_t length) : n(length) {
+            if (n >= 4) {
+                std::memcpy(&head, text, 4 * sizeof(lkchar));
+                std::memcpy(&tail, text + n - 4, 4 * sizeof(lkchar));
+            } else {
+                for (std::size_t i = 0; i < n; ++i) head = head << 16 | text[i];
+            }
+        }
+        bool operator==(const Ends&) const = default;
+
+        std::size_t Hash() const {
+            return ((head + n) * 0x9E3779B97F4A7C15u ^ tail * 0xC2B2AE3D27D4EB4Fu) >> 56;
+        }
+    };
+
+    struct Slot {
+        Ends ends;
+        NameRef name;
+    };
+
+    static bool SameMiddle(const lkstr& name, const lkchar* text) {
+        return name.size() <= 8 ||
+               std::memcmp(name.data() + 4, text + 4, (name.size() - 8) * sizeof(lkchar)) == 0;
+    }
+
+    std::array<Slot, 256> m_Slots;
+};
+
+// The order by name of the member lists that were met lately, so that a list of like objects is sorted once.
+class OrderCache {
+public:
+    // The indices of the members that stay, in the order of their names; of equal names the last stays. The
+    // result holds until the next call.
+    const std::vector<std::uint32_t>& Get(const Entry* entries, std::size_t n) {
+        if (n > kMostNames) {
+            Sort(entries, n, m_LongOrder);
+            return m_LongOrder;
+        }
+        Slot& slot = m_Slots[Hash(entries, n)];
+        if (!slot.Holds(entries, n)) slot.Fill(entries, n);
+        return slot.order;
+    }
+
+private:
+    static constexpr std::size_t kMostNames = 64;  // longer lists are rarely met twice
+
+    struct Slot {
+        std::vector<NameRef> names;  // in the order of the text
+        std::vector<std::uint32_t> order;
+
+        bool Holds(const Entry* entries, std::size_t n) const {
+            const auto same = [](const NameRef& name, const Entry& entry) {
+                return name.Get() == entry.name.Get();
+            };
+            return std::equal(names.begin(), names.end(), entries, entries + n, same);
+        }
+
+        void Fill(const Entry* entries, std::size_t n) {
+            names.clear();
+            for (const Entry* entry = entries; entry != entries + n; ++entry) names.push_back(entry->name);
+            Sort(entries, n, order);
+        }
+    };
+
+    static void Sort(const Entry* entries, std::size_t n, std::vector<std::uint32_t>& order) {
+        const auto nameAt = [entries](std::uint32_t i) -> const lkstr& { return *entries[i].name.Get(); };
+        const auto less = [&nameAt](std::uint32_t a, std::uint32_t b) { return nameAt(a) < nameAt(b); };
+        const auto equal = [&nameAt](std::uint32_t a, std::uint32_t b) { return nameAt(a) == nameAt(b); };
+        order.resize(n);
+        std::iota(order.begin(), order.end(), 0u);
+        if (!std::is_sorted(order.begin(), order.end(), less)) {
+            std::stable_sort(order.begin(), order.end(), less);
+        }
+        // Backwards, so that of equal names the last is met first and stays.
+        order.erase(order.begin(), std::unique(order.rbegin(), order.rend(), equal).base());
+    }
+
+    static std::size_t Hash(const Entry* entries, std::size_t n) {
+        std::uint64_t hash = n;
+        for (const Entry* entry = entries; entry != entries + n; ++entry) {
+            hash = (hash ^ reinterpret_cast<std::uintptr_t>(entry->name.Get())) * 0x9E3779B97F4A7C15u;
+        }
+        return hash >> 59;
+    }
+
+    std::array<Slot, 32> m_Slots;
+    std::vector<std::uint32_t> m_LongOrder;
+};
+
+}  // namespace larkspur::json
+
+#endif

@@ -1,0 +1,62 @@
+// Names of members. A list of like objects has few different names, so members share the text of theirs.
+#ifndef QBSVR_JSON_INTERNAL_SHARED_NAME_H
+#define QBSVR_JSON_INTERNAL_SHARED_NAME_H
+
+#include <cstddef>
+#include <utility>
+
+#include "common/text.h"
+#include "json/json_tree.h"
+
+namespace larkspur::json {
+
+// Derived from the text, so that the reference that a member shows leads back to the count.
+struct SharedName : lkstr {
+    SharedName(const lkchar* text, std::size_t n) : lkstr(text, n) {}
+    std::size_t owners = 1;
+};
+
+// One of the owners of a name. The count is plain: the owners belong to one tree or the parser that builds
+// it.
+class NameRef {
+public:
+    NameRef() = default;
+    NameRef(const lkchar* text, std::size_t n) : m_Name(new SharedName(text, n)) {}
+    NameRef(const NameRef& other) noexcept : m_Name(other.m_Name) {
+        if (m_Name != nullptr) ++m_Name->owners;
+    }
+    NameRef(NameRef&& other) noexcept : m_Name(std::exchange(other.m_Name, nullptr)) {}
+    NameRef& operator=(NameRef other) noexcept {
+        std::swap(m_Name, other.m_Name);
+        return *this;
+    }
+    ~NameRef() {
+        if (m_Name != nullptr && --m_Name->owners == 0) delete m_Name;
+    }
+
+    // Null when it owns nothing.
+    const lkstr* Get() const { return m_Name; }
+
+    // Hands the ownership over to the bare reference, and takes it back.
+    const lkstr& Release() { return *std::exchange(m_Name, nullptr); }
+    static NameRef Adopt(const lkstr& released) {
+        NameRef name;
+        name.m_Name = const_cast<SharedName*>(static_cast<const SharedName*>(&released));
+        return name;
+    }
+
+private:
+    SharedName* m_Name = nullptr;
+};
+
+}  // namespace larkspur::json
+
+namespace larkspur {
+
+// A member that was moved from owns neither node nor name.
+inline ClkJsonMember::ClkJsonMember(json::NameRef&& name, std::unique_ptr<ClkJsonNode> node) noexcept
+    : first(name.Release()), second(std::move(node)) {}
+
+}  // namespace larkspur
+
+#endif

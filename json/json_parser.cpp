@@ -1,0 +1,255 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "common/errors.h"
+#include "json/internal/member_cache.h"
+#include "json/internal/node_pool.h"
+#include "json/internal/text_scan.h"
+#include "json/json_text.h"
+#include "json/json_tree.h"
+
+// The grammar, with SP for any number of spaces:
+//
+//     object  = "{" SP { name SP ":" SP value SP [ "," SP ] } "}"
+//     array   = "[" SP { value SP [ "," SP ] } "]"
+//     value   = object | array | string | literal
+//     name    = quote { any unit but a quote } quote
+//     string  = quote { any unit but quote and backslash | backslash ( quote | backslash | n | r | t ) }
+//     quote literal = { any unit but space, ",", "]" and "}" }
+
+namespace larkspur {
+
+namespace json {
+
+namespace {
+
+constexpr const lkchar* kNoObjectEnd = u"此位置预料的 '}' 字符没有出现";
+constexpr const lkchar* kNoArrayEnd = u"此位置预料的 ']' 字符没有出现";
+constexpr const lkchar* kNoQuote = u"此位置预料的 '\"' 字符没有出现";
+constexpr const lkchar* kNoColon = u"此位置预料的 ':' 字符没有出现";
+constexpr const lkchar* kBadEscape = u"在转义引导符号‘\\’之后应该是JSON的特殊字符(\\ \" \\r \\n \\t)之一。";
+
+[[noreturn]] void Raise(const lkchar* position, const lkchar* end, const lkchar* message) {
+    throw ClkException(LKExceptionJson, BuildFailedMsg(position, end, message).c_str());
+}
+
+// A string or literal as it lies in the text.
+struct AtomScan {
+    ClkJsonKind kind;
+    const lkchar* begin;  // of its units, without quotes
+    const lkchar* end;
+    const lkchar* next;             // behind the value, or where the fault is
+    const lkchar* fault = nullptr;  // message
+    bool hasEscape = false;
+
+    std::size_t Size() const { return static_cast<std::size_t>(end - begin); }
+    lkstr Decoded() const { return JSON_Decode(begin, static_cast<int>(end - begin)); }
+};
+
+AtomScan ScanString(const lkchar* p, const lkchar* end) {
+    AtomScan scan{ClkJsonString, p + 1, nullptr, end};
+    for (++p;;) {
+        p = FindFirstOf<u'"', u'\\', 0>(p, end);
+        scan.next = p;
+        if (p == end) {
+            scan.fault = kNoQuote;
+            return scan;
+        }
+        if (*p == u'"') break;
+        if (*p == 0) {
+            if (scan.end == nullptr) scan.end = p;  // the text ends here, the string goes on
+            ++p;
+            continue;
+        }
+        scan.hasEscape = true;
+        if (p + 1 == end || EscapedUnit(p[1]) == 0) {
+            scan.next = p + 1;
+            scan.fault = kBadEscape;
+            return scan;
+        }
+        p += 2;
+    }
+    if (scan.end == nullptr) scan.end = p;
+    scan.next = p + 1;
+    return scan;
+}
+
+AtomScan ScanAtom(const lkchar* p, const lkchar* end) {
+    if (p < end && *p == u'"') return ScanString(p, end);
+    const lkchar* behind = FindLiteralEnd(p, end);
+    return {ClkJsonLiteral, p, behind, behind};
+}
+
+}  // namespace
+
+// Builds the tree below one object or array. The containers that are open stand in a list instead of on the
+// stack, and the values read for them in another, so that each container is filled at once, with its exact
+// size, when it closes.
+class TreeParser {
+public:
+    TreeParser(ClkJsonComplexNode& top, const lkchar* end) : m_Pool(top.Pool()), m_End(end) {
+        m_Open.push_back({&top, 0});
+    }
+
+    // p stands at the opening bracket of top.
+    const lkchar* Parse(const lkchar* p) {
+        p = Behind(p);
+        while (!m_Open.empty()) {
+            const bool inObject = m_Open.back().node->Kind() == ClkJsonObject;
+            if (p < m_End && *p == (inObject ? u'}' : u']')) {
+                CloseInnermost();
+                ++p;
+                if (m_Open.empty()) break;
+            } else {
+                NameRef name;
+                if (inObject) {
+                    p = ReadName(p, name);
+                } else if (p >= m_End || *p == u'}') {
+                    Fail(p, kNoArrayEnd);
+                }
+                if (p < m_End && (*p == u'{' || *p == u'[')) {
+                    Open(std::move(name), *p == u'{');
+                    p = Behind(p);
+                    continue;
+                }
+                p = ReadAtom(p, std::move(name));
+            }
+            p = SkipSpace(p, m_End);
+            if (p < m_End && *p == u',') p = Behind(p);
+        }
+        return p;
+    }
+
+private:
+    struct Container {
+        ClkJsonComplexNode* node;
+        std::size_t firstEntry;
+    };
+
+    // Behind the unit at p and the space that follows.
+    const lkchar* Behind(const lkchar* p) const { return p < m_End ? SkipSpace(p + 1, m_End) : p; }
+
+    // From the place of a name to the value.
+    const lkchar* ReadName(const lkchar* p, NameRef& name) {
+        if (p >= m_End) Fail(p, kNoObjectEnd);
+        if (*p != u'"') Fail(p, kNoQuote);
+        const lkchar* begin = p + 1;
+        p = FindFirstOf<u'"'>(begin, m_End);
+        if (p == m_End) Fail(p, kNoQuote);
+        name = m_Names.Get(begin, static_cast<std::size_t>(p - begin));
+        p = Behind(p);
+        if (p == m_End || *p != u':') Fail(p, kNoColon);
+        return Behind(p);
+    }
+
+    const lkchar* ReadAtom(const lkchar* p, NameRef&& name) {
+        const AtomScan scan = ScanAtom(p, m_End);
+        ClkJsonNode* parent = m_Open.back().node;
+        if (scan.fault != nullptr) {
+            Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, ClkJsonString, lkstr()));
+            Fail(scan.next, scan.fault);
+        }
+        Add(std::move(name), scan.hasEscape
+                                 ? new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.Decoded())
+                                 : new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.begin, scan.Size()));
+        return scan.next;
+    }
+
+    void Open(NameRef&& name, bool isObject) {
+        ClkJsonComplexNode* parent = m_Open.back().node;
+        ClkJsonComplexNode* node = nullptr;
+        if (isObject) {
+            node = Add(std::move(name), new (m_Pool) ClkJsonObjectNode(parent));
+        } else {
+            node = Add(std::move(name), new (m_Pool) ClkJsonArrayNode(parent));
+        }
+        m_Open.push_back({node, m_Entries.size()});
+    }
+
+    template <class Node>
+    Node* Add(NameRef&& name, Node* node) {
+        std::unique_ptr<ClkJsonNode> owner(node);
+        m_Entries.push_back({std::move(name), std::move(owner)});
+        return node;
+    }
+
+    void CloseInnermost() {
+        const Container& container = m_Open.back();
+        if (container.node->Kind() == ClkJsonObject) {
+            FillObject(static_cast<ClkJsonObjectNode*>(container.node)->m_Members.m_List,
+                       container.firstEntry);
+        } else {
+            auto& items = static_cast<ClkJsonArrayNode*>(container.node)->m_Items;
+            if (items.empty()) items.reserve(m_Entries.size() - container.firstEntry);
+            for (std::size_t i = container.firstEntry; i < m_Entries.size(); ++i) {
+                items.push_back(std::move(m_Entries[i].node));
+            }
+        }
+        m_Entries.resize(container.firstEntry);
+        m_Open.pop_back();
+    }
+
+    void FillObject(std::vector<ClkJsonMember>& members, std::size_t firstEntry) {
+        // The members that are there come first, so that those of this text replace them.
+        std::vector<Entry> former;
+        for (ClkJsonMember& member : members) {
+            former.push_back({NameRef::Adopt(member.first), std::move(member.second)});
+        }
+        members.clear();
+        m_Entries.insert(m_Entries.begin() + static_cast<std::ptrdiff_t>(firstEntry),
+                         std::make_move_iterator(former.begin()), std::make_move_iterator(former.end()));
+
+        Entry* entries = m_Entries.data() + firstEntry;
+        const std::vector<std::uint32_t>& order = m_Orders.Get(entries, m_Entries.size() - firstEntry);
+        members.reserve(order.size());
+        for (const std::uint32_t i : order) {
+            members.emplace_back(std::move(entries[i].name), std::move(entries[i].node));
+        }
+    }
+
+    // Leaves what was read in the tree, and raises.
+    [[noreturn]] void Fail(const lkchar* position, const lkchar* message) {
+        while (!m_Open.empty()) CloseInnermost();
+        Raise(position, m_End, message);
+    }
+
+    NodePool& m_Pool;
+    const lkchar* m_End;
+    std::vector<Container> m_Open;  // innermost last
+    std::vector<Entry> m_Entries;   // of the open containers, in the order of the text
+    NameCache m_Names;
+    OrderCache m_Orders;
+};
+
+}  // namespace json
+
+const lkchar* ClkJsonAtomNode::Parse(const lkchar* p, const lkchar* end) {
+    const json::AtomScan scan = json::ScanAtom(p, end);
+    if (scan.fault != nullptr) json::Raise(scan.next, end, scan.fault);
+    m_Kind = scan.kind;
+    m_Text = scan.hasEscape ? scan.Decoded() : lkstr(scan.begin, scan.Size());
+    return scan.next;
+}
+
+const lkchar* ClkJsonObjectNode::Parse(const lkchar* p, const lkchar* end) {
+    return json::TreeParser(*this, end).Parse(p);
+}
+
+const lkchar* ClkJsonArrayNode::Parse(const lkchar* p, const lkchar* end) {
+    return json::TreeParser(*this, end).Parse(p);
+}
+
+lkstr BuildFailedMsg(const lkchar* position, const lkchar* end, const lkchar* message) {
+    constexpr std::ptrdiff_t kMostContext = 128;
+    lkstr text = message == nullptr ? gc_lkchar_empty : message;
+    text += u"。\\r\\n数据：";
+    if (position != nullptr && position < end)
+        text.append(position, position + std::min(end - position, kMostContext));
+    return text;
+}
+
+}  // namespace larkspur

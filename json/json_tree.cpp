@@ -1,0 +1,224 @@
+#include "json/json_tree.h"
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+
+#include "common/errors.h"
+#include "json/internal/node_pool.h"
+#include "json/internal/shared_name.h"
+#include "json/internal/text_scan.h"
+#include "json/json_text.h"
+
+namespace larkspur {
+
+// Ahead of each node from new lies a word that tells where its memory goes back to: a pool, or null for the
+// heap.
+
+namespace {
+
+json::NodePool** PoolWord(void* node) { return static_cast<json::NodePool**>(node) - 1; }
+
+void* PlaceNode(void* memory, json::NodePool* pool) {
+    auto** word = ::new (memory) json::NodePool*(pool);
+    return word + 1;
+}
+
+}  // namespace
+
+void* ClkJsonNode::operator new(std::size_t size) {
+    return PlaceNode(::operator new(size + sizeof(json::NodePool*)), nullptr);
+}
+
+void* ClkJsonNode::operator new(std::size_t, json::NodePool& pool) { return PlaceNode(pool.Take(), &pool); }
+
+void ClkJsonNode::operator delete(void* node) noexcept {
+    json::NodePool** word = PoolWord(node);
+    if (*word != nullptr) {
+        (*word)->GiveBack(word);
+    } else {
+        ::operator delete(word);
+    }
+}
+
+void ClkJsonNode::operator delete(void* node, json::NodePool&) noexcept { operator delete(node); }
+
+ClkJsonComplexNode::ClkJsonComplexNode(ClkJsonKind kind, ClkJsonComplexNode* parent)
+    : ClkJsonNode(kind, parent), m_Pool(parent == nullptr ? nullptr : &parent->Pool()) {}
+
+ClkJsonComplexNode::~ClkJsonComplexNode() {
+    if (m_Parent == nullptr) delete m_Pool;
+}
+
+json::NodePool& ClkJsonComplexNode::Pool() {
+    if (m_Pool == nullptr) m_Pool = new json::NodePool;
+    return *m_Pool;
+}
+
+void ClkJsonComplexNode::DestroyChildren() noexcept {
+    ClkJsonNode* list = ReleaseChildren(this);
+    while (list != this) {  // which closes the list, so that none of the doomed takes itself for a root
+        auto* node = static_cast<ClkJsonComplexNode*>(list);
+        list = node->ReleaseChildren(node->m_Parent);
+        delete node;
+    }
+}
+
+ClkJsonNode* ClkJsonComplexNode::ReleaseChildren(ClkJsonNode* next) noexcept {
+    ClkJsonNode* first = next;
+    ClkJsonNode** link = &first;
+    const auto release = [&link](std::unique_ptr<ClkJsonNode>& child) {
+        if (child->m_Kind == ClkJsonString || child->m_Kind == ClkJsonLiteral) {
+            delete static_cast<ClkJsonAtomNode*>(child.release());
+        } else {
+            *link = child.release();
+            link = &(*link)->m_Parent;
+        }
+    };
+    if (m_Kind == ClkJsonObject) {
+        auto& members = static_cast<ClkJsonObjectNode*>(this)->m_Members.m_List;
+        for (ClkJsonMember& member : members) {
+            json::NameRef::Adopt(member.first);
+            release(member.second);
+        }
+        members.clear();
+    } else {
+        auto& items = static_cast<ClkJsonArrayNode*>(this)->m_Items;
+        for (auto& item : items) release(item);
+        items.clear();
+    }
+    *link = next;
+    return first;
+}
+
+void ClkJsonMember::DropName() noexcept { json::NameRef::Adopt(first); }
+
+ClkJsonMember& ClkJsonMember::operator=(ClkJsonMember&& other) noexcept {
+    if (this != &other) {
+        std::destroy_at(this);
+        std::construct_at(this, std::move(other));
+    }
+    return *this;
+}
+
+ClkJsonMembers::const_iterator ClkJsonMembers::LowerBound(const lkstr& name) const {
+    return std::lower_bound(begin(), end(), name,
+                            [](const ClkJsonMember& member, const lkstr& key) { return member.first < key; });
+}
+
+ClkJsonMembers::const_iterator ClkJsonMembers::find(const lkstr& name) const {
+    const auto place = LowerBound(name);
+    return place != end() && place->first == name ? place : end();
+}
+
+const std::unique_ptr<ClkJsonNode>& ClkJsonMembers::at(const lkstr& name) const {
+    const auto place = find(name);
+    if (place == end()) throw std::out_of_range("ClkJsonMembers::at");
+    return place->second;
+}
+
+ClkJsonAtomNode* ClkJsonObjectNode::AddStringMember(const lkstr& name, const lkchar* text) {
+    if (text == nullptr) throw std::logic_error("ClkJsonObjectNode::AddStringMember: null text");
+    return AddAtom(name, ClkJsonString, text);
+}
+
+ClkJsonAtomNode* ClkJsonObjectNode::AddBooleanMember(const lkstr& name, bool value) {
+    return AddAtom(name, ClkJsonLiteral, JSON_EncodeValue(value));
+}
+
+ClkJsonAtomNode* ClkJsonObjectNode::AddIntegerMember(const lkstr& name, int value) {
+    return AddAtom(name, ClkJsonLiteral, JSON_EncodeValue(value));
+}
+
+ClkJsonAtomNode* ClkJsonObjectNode::AddFloatMember(const lkstr& name, double value) {
+    return AddAtom(name, ClkJsonLiteral, JSON_EncodeValue(value));
+}
+
+ClkJsonAtomNode* ClkJsonObjectNode::AddAtomMember(const lkstr& name) {
+    return AddAtom(name, ClkJsonString, lkstr());
+}
+
+ClkJsonObjectNode* ClkJsonObjectNode::AddObjectMember(const lkstr& name) {
+    return Place(name, new (Pool()) ClkJsonObjectNode(this));
+}
+
+ClkJsonArrayNode* ClkJsonObjectNode::AddArrayMember(const lkstr& name) {
+    return Place(name, new (Pool()) ClkJsonArrayNode(this));
+}
+
+ClkJsonAtomNode* ClkJsonObjectNode::AddAtom(const lkstr& name, ClkJsonKind kind, lkstr&& text) {
+    return Place(name, new (Pool()) ClkJsonAtomNode(this, kind, std::move(text)));
+}
+
+template <class Node>
+Node* ClkJsonObjectNode::Place(const lkstr& name, Node* node) {
+    std::unique_ptr<ClkJsonNode> owner(node);
+    auto& list = m_Members.m_List;
+    const auto place = list.begin() + (m_Members.LowerBound(name) - list.cbegin());
+    if (place != list.end() && place->first == name) {
+        place->second = std::move(owner);
+    } else {
+        list.emplace(place, json::NameRef(name.data(), name.size()), std::move(owner));
+    }
+    return node;
+}
+
+ClkJsonNode* ClkJsonObjectNode::Find(const lkstr& name) const {
+    const auto place = m_Members.find(name);
+    return place == m_Members.end() ? nullptr : place->second.get();
+}
+
+ClkJsonAtomNode* ClkJsonObjectNode::AtomByName(const lkstr& name) const {
+    ClkJsonNode* node = Find(name);
+    const bool isAtom = node != nullptr && (node->Kind() == ClkJsonString || node->Kind() == ClkJsonLiteral);
+    return isAtom ? static_cast<ClkJsonAtomNode*>(node) : nullptr;
+}
+
+ClkJsonObjectNode* ClkJsonObjectNode::ObjectByName(const lkstr& name) const {
+    ClkJsonNode* node = Find(name);
+    return node != nullptr && node->Kind() == ClkJsonObject ? static_cast<ClkJsonObjectNode*>(node) : nullptr;
+}
+
+ClkJsonArrayNode* ClkJsonObjectNode::ArrayByName(const lkstr& name) const {
+    ClkJsonNode* node = Find(name);
+    return node != nullptr && node->Kind() == ClkJsonArray ? static_cast<ClkJsonArrayNode*>(node) : nullptr;
+}
+
+void ClkBaseJson::Parse(const lkchar* text, int n) {
+    m_Root->Clear();
+    if (text == nullptr || n < 1) return;
+    const lkchar* end = text + n;
+    const lkchar* p = DoParse(json::SkipSpace(text, end), end);
+    if (p == nullptr) return;
+    p = json::SkipSpace(p, end);
+    if (p != end) {
+        throw ClkException(LKExceptionJson, BuildFailedMsg(p, end, u"数据尾部存在无法解析的数据").c_str());
+    }
+}
+
+lkstr ClkBaseJson::Stringify(const lkchar* separator) const {
+    lkstr text;
+    m_Root->StringifyAppend(text, separator);
+    return text;
+}
+
+void ClkBaseJson::SaveToFile(const lkchar* path, TextEncodeMode mode) const {
+    const lkstr text = Stringify(nullptr);
+    SaveStrToTextFile(text.c_str(), static_cast<int>(text.size()), mode, path);
+}
+
+void ClkBaseJson::LoadFromFile(const lkchar* path) {
+    lkstr text;
+    LoadStrFromTextFile(path, text);
+    Parse(text.c_str(), static_cast<int>(text.size()));
+}
+
+const lkchar* ClkObjectJson::DoParse(const lkchar* start, const lkchar* end) {
+    return start < end && *start == u'{' ? m_RootNode.Parse(start, end) : nullptr;
+}
+
+const lkchar* ClkArrayJson::DoParse(const lkchar* start, const lkchar* end) {
+    return start < end && *start == u'[' ? m_RootNode.Parse(start, end) : nullptr;
+}
+
+}  // namespace larkspur

@@ -1,0 +1,289 @@
+// JSON documents as trees: parsed in one pass, looked up by name, built by hand, written back.
+//
+//     ClkObjectJson json;
+//     json.Parse(text.c_str(), static_cast<int>(text.size()));
+//     if (const ClkJsonAtomNode* name = json.Root().AtomByName(u"name")) Use(name->Text());
+//     json.Root().AddIntegerMember(u"count", 3);
+//     lkstr compact = json.Stringify(nullptr);
+//
+// A node belongs to the object or array that holds it, a tree to its root: destroying or clearing a node
+// destroys all below it. Reading writes nothing, so any number of threads may read one tree; a thread that
+// changes one must be alone with it. Nesting is bounded by memory only.
+//
+// Faults in a text raise ClkException of type 9; its hint tells the fault and the text that stands there. The
+// document then holds what was read ahead of the fault.
+#ifndef QBSVR_JSON_JSON_TREE_H
+#define QBSVR_JSON_JSON_TREE_H
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "common/files.h"
+#include "common/text.h"
+
+namespace larkspur {
+
+namespace json {
+class NameRef;
+class NodePool;
+class TreeParser;
+}  // namespace json
+
+class ClkJsonObjectNode;
+class ClkJsonArrayNode;
+
+enum ClkJsonKind : int {
+    ClkJsonString = 0,
+    ClkJsonLiteral = 1,
+    ClkJsonObject = 2,
+    ClkJsonArray = 3,
+};
+
+class ClkJsonNode {
+public:
+    virtual ~ClkJsonNode() = default;
+    ClkJsonNode(const ClkJsonNode&) = delete;
+    ClkJsonNode& operator=(const ClkJsonNode&) = delete;
+
+    // Appends the node as JSON text. No blank is written; the separator, null for none, is put ahead of each
+    // member and item, behind each atom and ahead of each closing bracket.
+    virtual void StringifyAppend(lkstr& out, const lkchar* separator) const = 0;
+
+    ClkJsonKind Kind() const { return m_Kind; }
+    ClkJsonNode* Parent() const { return m_Parent; }  // null for a root
+
+    // The children of a tree come from its root's pool, other nodes from the heap.
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t size, json::NodePool& pool);
+    static void operator delete(void* node) noexcept;
+    static void operator delete(void* node, json::NodePool& pool) noexcept;
+
+protected:
+    ClkJsonNode(ClkJsonKind kind, ClkJsonNode* parent) : m_Kind(kind), m_Parent(parent) {}
+
+    ClkJsonKind m_Kind;
+    ClkJsonNode* m_Parent;
+
+    friend class ClkJsonComplexNode;
+};
+
+// A value without children. A string holds its text decoded; a literal holds the units that stood there:
+// numbers, true, false, null and whatever else, even none.
+class ClkJsonAtomNode final : public ClkJsonNode {
+public:
+    ClkJsonAtomNode() : ClkJsonNode(ClkJsonString, nullptr) {}
+
+    void StringifyAppend(lkstr& out, const lkchar* separator) const override;
+
+    const lkstr& Text() const { return m_Text; }
+    void SetText(const lkstr& text) { m_Text = text; }
+
+    // Reads the string or literal at p and gives the position behind it. The text of a string ends at its
+    // first zero unit.
+    const lkchar* Parse(const lkchar* p, const lkchar* end);
+
+private:
+    ClkJsonAtomNode(ClkJsonNode* parent, ClkJsonKind kind, lkstr&& text)
+        : ClkJsonNode(kind, parent), m_Text(std::move(text)) {}
+    ClkJsonAtomNode(ClkJsonNode* parent, ClkJsonKind kind, const lkchar* text, std::size_t n)
+        : ClkJsonNode(kind, parent), m_Text(text, n) {}
+
+    lkstr m_Text;
+
+    friend class ClkJsonObjectNode;
+    friend class json::TreeParser;
+};
+
+// An object or array.
+class ClkJsonComplexNode : public ClkJsonNode {
+public:
+    ~ClkJsonComplexNode() override;
+
+    // Destroys all children.
+    virtual void Clear() = 0;
+
+protected:
+    ClkJsonComplexNode(ClkJsonKind kind, ClkJsonComplexNode* parent);
+
+    // The pool of the tree. A root makes it for its first child.
+    json::NodePool& Pool();
+
+    // Destroys all nodes below this one, with no recursion.
+    void DestroyChildren() noexcept;
+
+private:
+    // Empties this node: its atoms go at once, its objects and arrays come first in the list that is
+    // returned, linked by m_Parent and followed by next.
+    ClkJsonNode* ReleaseChildren(ClkJsonNode* next) noexcept;
+
+    json::NodePool* m_Pool;
+
+    friend class json::TreeParser;
+};
+
+// A name and its value. Members with the same name in one tree share its text.
+class ClkJsonMember {
+public:
+    const lkstr& first;
+    std::unique_ptr<ClkJsonNode> second;  // never null in an object
+
+    inline ClkJsonMember(json::NameRef&& name, std::unique_ptr<ClkJsonNode> node) noexcept;
+    ClkJsonMember(ClkJsonMember&& other) noexcept = default;
+    ClkJsonMember& operator=(ClkJsonMember&& other) noexcept;
+    ~ClkJsonMember() {
+        if (second != nullptr) DropName();
+    }
+
+private:
+    void DropName() noexcept;
+};
+
+// The members of an object in the order of their names: unit by unit, a shorter name ahead of its extension.
+class ClkJsonMembers {
+public:
+    using value_type = ClkJsonMember;
+    using const_iterator = std::vector<ClkJsonMember>::const_iterator;
+
+    const_iterator begin() const { return m_List.begin(); }
+    const_iterator end() const { return m_List.end(); }
+    std::size_t size() const { return m_List.size(); }
+    bool empty() const { return m_List.empty(); }
+
+    const_iterator find(const lkstr& name) const;
+    const std::unique_ptr<ClkJsonNode>& at(const lkstr& name) const;  // raises std::out_of_range
+
+private:
+    const_iterator LowerBound(const lkstr& name) const;
+
+    std::vector<ClkJsonMember> m_List;
+
+    friend class ClkJsonComplexNode;
+    friend class ClkJsonObjectNode;
+    friend class json::TreeParser;
+};
+
+class ClkJsonObjectNode final : public ClkJsonComplexNode {
+public:
+    ClkJsonObjectNode() : ClkJsonObjectNode(nullptr) {}
+    ~ClkJsonObjectNode() override { DestroyChildren(); }
+
+    void StringifyAppend(lkstr& out, const lkchar* separator) const override;
+    void Clear() override { DestroyChildren(); }
+
+    const ClkJsonMembers& Members() const { return m_Members; }
+
+    // Each makes the member and returns it; a member that had this name is destroyed.
+    ClkJsonAtomNode* AddStringMember(const lkstr& name, const lkchar* text);  // null raises std::logic_error
+    ClkJsonAtomNode* AddBooleanMember(const lkstr& name, bool value);
+    ClkJsonAtomNode* AddIntegerMember(const lkstr& name, int value);
+    ClkJsonAtomNode* AddFloatMember(const lkstr& name, double value);  // six decimals
+    ClkJsonAtomNode* AddAtomMember(const lkstr& name);                 // an empty string
+    ClkJsonObjectNode* AddObjectMember(const lkstr& name);
+    ClkJsonArrayNode* AddArrayMember(const lkstr& name);
+
+    // The member of that name and kind, or null.
+    ClkJsonAtomNode* AtomByName(const lkstr& name) const;
+    ClkJsonObjectNode* ObjectByName(const lkstr& name) const;
+    ClkJsonArrayNode* ArrayByName(const lkstr& name) const;
+
+    // Reads the object whose "{" stands at p and gives the position behind its "}". Members are added to
+    // those that are there; the last one of a name stays.
+    const lkchar* Parse(const lkchar* p, const lkchar* end);
+
+private:
+    explicit ClkJsonObjectNode(ClkJsonComplexNode* parent) : ClkJsonComplexNode(ClkJsonObject, parent) {}
+
+    ClkJsonAtomNode* AddAtom(const lkstr& name, ClkJsonKind kind, lkstr&& text);
+    template <class Node>
+    Node* Place(const lkstr& name, Node* node);
+    ClkJsonNode* Find(const lkstr& name) const;
+
+    ClkJsonMembers m_Members;
+
+    friend class ClkJsonComplexNode;
+    friend class json::TreeParser;
+};
+
+class ClkJsonArrayNode final : public ClkJsonComplexNode {
+public:
+    ClkJsonArrayNode() : ClkJsonArrayNode(nullptr) {}
+    ~ClkJsonArrayNode() override { DestroyChildren(); }
+
+    void StringifyAppend(lkstr& out, const lkchar* separator) const override;
+    void Clear() override { DestroyChildren(); }  // keeps the storage of the items
+
+    const std::vector<std::unique_ptr<ClkJsonNode>>& Items() const { return m_Items; }
+
+    // Reads the array whose "[" stands at p and gives the position behind its "]". Items are appended.
+    const lkchar* Parse(const lkchar* p, const lkchar* end);
+
+private:
+    explicit ClkJsonArrayNode(ClkJsonComplexNode* parent) : ClkJsonComplexNode(ClkJsonArray, parent) {}
+
+    std::vector<std::unique_ptr<ClkJsonNode>> m_Items;
+
+    friend class ClkJsonComplexNode;
+    friend class ClkJsonObjectNode;
+    friend class json::TreeParser;
+};
+
+// A document. Parse, LoadFromFile and the destructor replace or destroy the whole tree.
+class ClkBaseJson {
+public:
+    ClkBaseJson(const ClkBaseJson&) = delete;
+    ClkBaseJson& operator=(const ClkBaseJson&) = delete;
+
+    // Reads the root at start and gives the position behind it; null when its bracket doesn't stand there.
+    virtual const lkchar* DoParse(const lkchar* start, const lkchar* end) = 0;
+
+    // Reads a whole text. The document is empty, with nothing raised, when the text is null, empty or doesn't
+    // start with the bracket of this kind of document.
+    void Parse(const lkchar* text, int n);
+
+    lkstr Stringify(const lkchar* separator) const;
+
+    // File errors are those of SaveStrToTextFile and LoadStrFromTextFile.
+    void SaveToFile(const lkchar* path, TextEncodeMode mode) const;
+    void LoadFromFile(const lkchar* path);
+
+protected:
+    explicit ClkBaseJson(ClkJsonComplexNode* root) : m_Root(root) {}
+    ~ClkBaseJson() = default;
+
+private:
+    ClkJsonComplexNode* m_Root;
+};
+
+class ClkObjectJson final : public ClkBaseJson {
+public:
+    ClkObjectJson() : ClkBaseJson(&m_RootNode) {}
+
+    ClkJsonObjectNode& Root() { return m_RootNode; }
+    const ClkJsonObjectNode& Root() const { return m_RootNode; }
+    const lkchar* DoParse(const lkchar* start, const lkchar* end) override;
+
+private:
+    ClkJsonObjectNode m_RootNode;
+};
+
+class ClkArrayJson final : public ClkBaseJson {
+public:
+    ClkArrayJson() : ClkBaseJson(&m_RootNode) {}
+
+    ClkJsonArrayNode& Root() { return m_RootNode; }
+    const ClkJsonArrayNode& Root() const { return m_RootNode; }
+    const lkchar* DoParse(const lkchar* start, const lkchar* end) override;
+
+private:
+    ClkJsonArrayNode m_RootNode;
+};
+
+// The hint of a fault: the message, "。\r\n数据：" with backslashes and letters as visible units, and at most
+// 128 units of the text from the position on.
+lkstr BuildFailedMsg(const lkchar* position, const lkchar* end, const lkchar* message);
+
+}  // namespace larkspur
+
+#endif
