@@ -29,8 +29,7 @@ std::size_t SequenceLength(Byte lead) {
     return lead < 0xF0 ? 3 : 0;
 }
 
-// ---- Runs of ASCII. All of these may write a whole block beyond what they answer, inside the n that they
-// are given.
+// ---- Runs of ASCII. The copies may write beyond what they answer, up to the n that they are given.
 
 // Bytes below 0x80 at the start of a block.
 std::size_t AsciiLength(const Byte* from, std::size_t n) {
@@ -50,10 +49,23 @@ std::size_t WidenAscii(const Byte* from, std::size_t n, lkchar* to) {
     std::size_t i = 0;
 #ifdef __SSE2__
     const __m128i zero = _mm_setzero_si128();
+    const auto load = [from](std::size_t at) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at));
+    };
+    const auto widen = [to, zero](__m128i bytes, std::size_t at) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at + 8), _mm_unpackhi_epi8(bytes, zero));
+    };
+    for (; i + 64 <= n; i += 64) {
+        const __m128i blocks[4] = {load(i), load(i + 16), load(i + 32), load(i + 48)};
+        const __m128i any =
+            _mm_or_si128(_mm_or_si128(blocks[0], blocks[1]), _mm_or_si128(blocks[2], blocks[3]));
+        if (_mm_movemask_epi8(any) != 0) break;
+        for (std::size_t k = 0; k < 4; ++k) widen(blocks[k], i + 16 * k);
+    }
     for (; i + 16 <= n; i += 16) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), _mm_unpacklo_epi8(bytes, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i + 8), _mm_unpackhi_epi8(bytes, zero));
+        const __m128i bytes = load(i);
+        widen(bytes, i);
         const int high = _mm_movemask_epi8(bytes);
         if (high != 0) return i + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned int>(high)));
     }
@@ -85,11 +97,11 @@ std::size_t NarrowAscii(const lkchar* from, std::size_t n, Byte* to) {
 // ---- Runs of three-byte sequences, such as Chinese: two at a time in the low 48 bits of a 64-bit word.
 
 constexpr bool kLittleEndian = std::endian::native == std::endian::little;
-constexpr std::uint64_t kBothUnits = 0x000001000001;  // a factor that puts a value into both 24-bit lanes
+constexpr std::uint64_t kBothLanes = 0x000001000001;  // a factor that puts a value into both 24-bit lanes
 
 bool LoadsTwoSequences(const Byte* from, std::uint64_t& word) {
     std::memcpy(&word, from, sizeof word);
-    return (word & (0xC0C0F0 * kBothUnits)) == 0x8080E0 * kBothUnits;
+    return (word & (0xC0C0F0 * kBothLanes)) == 0x8080E0 * kBothLanes;
 }
 
 // Bytes of whole pairs of three-byte sequences at the start of a block.
@@ -108,9 +120,9 @@ std::size_t DecodeThreeByteRun(const Byte* from, std::size_t n, lkchar* to) {
     if constexpr (kLittleEndian) {
         std::uint64_t word;
         for (; i + 8 <= n && LoadsTwoSequences(from + i, word); i += 6, to += 2) {
-            const std::uint64_t lanes = (word << 12 & 0xF000 * kBothUnits) |
-                                        (word >> 2 & 0x0FC0 * kBothUnits) |
-                                        (word >> 16 & 0x003F * kBothUnits);
+            const std::uint64_t lanes = (word << 12 & 0xF000 * kBothLanes) |
+                                        (word >> 2 & 0x0FC0 * kBothLanes) |
+                                        (word >> 16 & 0x003F * kBothLanes);
             const auto units = static_cast<std::uint32_t>((lanes & 0xFFFF) | (lanes >> 8 & 0xFFFF0000));
             std::memcpy(to, &units, sizeof units);
         }
@@ -129,9 +141,9 @@ std::size_t EncodeThreeByteRun(const lkchar* from, std::size_t n, Byte* to) {
             if ((units & 0xF800) == 0 || (units & 0xF8000000) == 0) break;
             const std::uint64_t lanes = (units & 0xFFFF) | static_cast<std::uint64_t>(units & 0xFFFF0000)
                                                                << 8;
-            const std::uint64_t word = 0x8080E0 * kBothUnits | (lanes >> 12 & 0x00000F * kBothUnits) |
-                                       (lanes << 2 & 0x003F00 * kBothUnits) |
-                                       (lanes << 16 & 0x3F0000 * kBothUnits);
+            const std::uint64_t word = 0x8080E0 * kBothLanes | (lanes >> 12 & 0x00000F * kBothLanes) |
+                                       (lanes << 2 & 0x003F00 * kBothLanes) |
+                                       (lanes << 16 & 0x3F0000 * kBothLanes);
             std::memcpy(to, &word, sizeof word);
         }
     }
@@ -229,10 +241,103 @@ Byte* EncodeBlock(const lkchar* from, std::size_t n, Byte* to) {
     return to;
 }
 
-// Sizes of a ClkMemory are ints.
-int CheckedSize(std::int64_t size) {
-    if (size > INT_MAX) throw std::bad_alloc();
-    return static_cast<int>(size);
+// ---- Whole texts: a chunk at a time, into room that is made by what the chunks before took
+
+constexpr std::size_t kChunk = 4096;
+
+// What n units of input take if they go on like the first ones, which took size.
+std::size_t EstimateSize(std::size_t size, std::size_t done, std::size_t n) {
+    const double each = done == 0 ? 0 : static_cast<double>(size) / static_cast<double>(done);
+    return size + static_cast<std::size_t>(each * static_cast<double>(n - done));
+}
+
+// The converters ask for room for a chunk, with an estimate of the whole, and then tell how much of it they
+// used.
+
+// Into a memory block, ended by a zero unit.
+template <typename Unit>
+class MemoryOutput {
+public:
+    Unit* Room(std::size_t units, std::size_t estimate) {
+        const std::size_t have = static_cast<std::size_t>(m_Block.Size()) / sizeof(Unit);
+        const std::size_t least = m_Size + units + 1;
+        if (least > have)
+            SetUnits(std::max(least, std::min(std::max(estimate + 1, have + have / 4), kMostUnits)));
+        return Units() + m_Size;
+    }
+    void Use(std::size_t units) { m_Size += units; }
+    std::size_t Size() const { return m_Size; }
+
+    void Finish(ClkMemory& out) {
+        SetUnits(m_Size + 1);
+        Units()[m_Size] = 0;
+        out.Swap(m_Block);
+    }
+
+private:
+    static constexpr std::size_t kMostUnits = INT_MAX / sizeof(Unit);
+
+    void SetUnits(std::size_t units) {
+        if (units > kMostUnits) throw std::bad_alloc();
+        m_Block.SetSize(static_cast<int>(units * sizeof(Unit)));
+    }
+    Unit* Units() { return static_cast<Unit*>(m_Block.Data()); }
+
+    ClkMemory m_Block;
+    std::size_t m_Size = 0;
+};
+
+// Into a string. It can't grow without being filled, so a chunk passes through a buffer that stays in the
+// nearest cache.
+template <typename Text, std::size_t room>
+class StringOutput {
+public:
+    typename Text::value_type* Room(std::size_t, std::size_t estimate) {
+        m_Estimate = estimate;
+        return m_Chunk;
+    }
+    void Use(std::size_t units) {
+        const std::size_t newSize = m_Text.size() + units;
+        if (newSize > m_Text.capacity()) m_Text.reserve(std::max(newSize, m_Estimate));
+        m_Text.append(m_Chunk, units);
+    }
+    std::size_t Size() const { return m_Text.size(); }
+    Text Finish() { return std::move(m_Text); }
+
+private:
+    Text m_Text;
+    std::size_t m_Estimate = 0;
+    typename Text::value_type m_Chunk[room];
+};
+
+template <typename Output>
+bool DecodeText(const char* text, int n, Output& output) {
+    if (text == nullptr || n < 1) return true;
+    const auto size = static_cast<std::size_t>(n);
+    const auto* const start = reinterpret_cast<const Byte*>(text);
+    for (std::size_t done = 0; done < size;) {
+        const std::size_t chunk = std::min(kChunk, size - done);
+        lkchar* const units = output.Room(chunk, EstimateSize(output.Size(), done, size));
+        lkchar* to = units;
+        const Byte* from = start + done;
+        if (!DecodeBlock(from, from + chunk, start + size, to)) return false;
+        output.Use(static_cast<std::size_t>(to - units));
+        done = static_cast<std::size_t>(from - start);
+    }
+    return true;
+}
+
+template <typename Output>
+void EncodeText(const lkchar* text, int n, Output& output) {
+    if (text == nullptr || n < 1) return;
+    const auto size = static_cast<std::size_t>(n);
+    for (std::size_t done = 0; done < size;) {
+        const std::size_t chunk = std::min(kChunk, size - done);
+        auto* const bytes =
+            reinterpret_cast<Byte*>(output.Room(3 * chunk, EstimateSize(output.Size(), done, size)));
+        output.Use(static_cast<std::size_t>(EncodeBlock(text + done, chunk, bytes) - bytes));
+        done += chunk;
+    }
 }
 
 }  // namespace
@@ -267,7 +372,7 @@ bool DetectIsUTF8(const void* data, int n) {
 }
 
 bool IsValidUtf8Str(const char* text, int n) {
-    // What the second byte may be, by lead byte; a range from 0 to 0xFF is any byte.
+    // Some leads narrow the second byte down; behind the others it is not examined.
     const auto isPair = [](Byte lead, Byte second) {
         switch (lead) {
             case 0xE0:
@@ -296,67 +401,32 @@ bool IsValidUtf8Str(const char* text, int n) {
 }
 
 void Utf8ToUnicode(const char* text, int n, ClkMemory& out) {
-    if (text == nullptr || n < 1) n = 0;
-    ClkMemory result;
-    result.SetSize(CheckedSize(2 * static_cast<std::int64_t>(n) + 2));
-    auto* const units = static_cast<lkchar*>(result.Data());
-    const auto* from = reinterpret_cast<const Byte*>(text);
-    const Byte* const end = from + n;
-    lkchar* to = units;
-    if (!DecodeBlock(from, end, end, to)) to = units;
-    *to = 0;
-    result.SetSize(static_cast<int>((to - units + 1) * static_cast<std::ptrdiff_t>(sizeof(lkchar))));
-    out.Swap(result);
+    MemoryOutput<lkchar> output;
+    if (DecodeText(text, n, output)) {
+        output.Finish(out);
+    } else {
+        MemoryOutput<lkchar>().Finish(out);
+    }
 }
 
 lkstr Utf8ToUnicode(const char* text, int n) {
-    lkstr result;
-    if (text == nullptr || n < 1) return result;
-    const auto* from = reinterpret_cast<const Byte*>(text);
-    const Byte* const end = from + n;
-    // A string can't grow without being filled, so units pass through a buffer that stays in the nearest
-    // cache.
-    constexpr std::ptrdiff_t kChunk = 4096;
-    lkchar chunk[kChunk];
-    result.reserve(
-        static_cast<std::size_t>(std::count_if(from, end, [](Byte b) { return !IsContinuation(b); })));
-    while (from < end) {
-        lkchar* to = chunk;
-        if (!DecodeBlock(from, from + std::min(kChunk, end - from), end, to)) return lkstr();
-        result.append(chunk, to);
-    }
-    return result;
+    StringOutput<lkstr, kChunk> output;
+    if (!DecodeText(text, n, output)) return lkstr();
+    return output.Finish();
 }
 
 void Utf8ToUnicode(const char* text, int n, lkstr& out) { out = Utf8ToUnicode(text, n); }
 
 void UnicodeToUtf8(const lkchar* text, int n, ClkMemory& out) {
-    if (text == nullptr || n < 1) n = 0;
-    ClkMemory result;
-    result.SetSize(CheckedSize(3 * static_cast<std::int64_t>(n) + 1));
-    auto* const bytes = static_cast<Byte*>(result.Data());
-    Byte* const end = EncodeBlock(text, static_cast<std::size_t>(n), bytes);
-    *end = 0;
-    result.SetSize(static_cast<int>(end - bytes) + 1);
-    out.Swap(result);
+    MemoryOutput<Byte> output;
+    EncodeText(text, n, output);
+    output.Finish(out);
 }
 
 str UnicodeToUtf8(const lkchar* text, int n) {
-    str result;
-    if (text == nullptr || n < 1) return result;
-    const lkchar* const end = text + n;
-    constexpr std::ptrdiff_t kChunk = 4096;
-    Byte chunk[3 * kChunk];
-    std::size_t size = 0;
-    for (const lkchar* unit = text; unit < end; ++unit) size += 1u + (*unit >= 0x80) + (*unit >= 0x800);
-    result.reserve(size);
-    while (text < end) {
-        const std::ptrdiff_t count = std::min(kChunk, end - text);
-        const Byte* const to = EncodeBlock(text, static_cast<std::size_t>(count), chunk);
-        result.append(reinterpret_cast<const char*>(chunk), static_cast<std::size_t>(to - chunk));
-        text += count;
-    }
-    return result;
+    StringOutput<str, 3 * kChunk> output;
+    EncodeText(text, n, output);
+    return output.Finish();
 }
 
 void UnicodeToUtf8(const lkchar* text, int n, str& out) { out = UnicodeToUtf8(text, n); }

@@ -121,6 +121,17 @@ TEST(Unicode, BlocksAgreeWithSingleUnits) {
     }
 }
 
+// Room for long text is made by estimate; here the estimate is wrong both ways.
+TEST(Unicode, LongTextsMayChangeTheirScript) {
+    for (const bool asciiFirst : {true, false}) {
+        lkstr text = asciiFirst ? lkstr(10000, u'a') : lkstr();
+        text.append(30000, u'中').append(20000, u'é').append(asciiFirst ? 0 : 100000, u'a');
+        const str bytes = Encode(text);
+        EXPECT_EQ(bytes.size(), asciiFirst ? 140000u : 230000u);
+        EXPECT_TRUE(Decode(bytes) == text);
+    }
+}
+
 TEST(Unicode, TellsUtf8) {
     struct Case {
         const char* name;
