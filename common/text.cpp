@@ -8,7 +8,7 @@
 
 namespace larkspur {
 
-constinit const lkstr gc_lkstr_empty;
+const lkstr gc_lkstr_empty;
 
 namespace {
 
