@@ -268,6 +268,13 @@ TEST_F(Program, AbnormalEndsSayWhyAndLoseNoLine) {
         EXPECT_TRUE(run.record.ends_with(test.lastCall)) << run.record;
         EXPECT_NE(run.errors.find(test.error), std::string::npos) << run.errors;
     }
+    // No word at all: the default tree, which is rarely there.
+    if (!std::filesystem::exists("/usr/local/qbsvr6")) {
+        const Finished run = RunProgram({});
+        EXPECT_EQ(run.record, "QBInitConfig(\"/usr/local/qbsvr6\")\n");
+        EXPECT_NE(run.errors.find("/usr/local/qbsvr6/Samples/Data/ReportListJson.txt"), std::string::npos)
+            << run.errors;
+    }
     // Sixteen threads that can't write end the process just so.
     SetList(R"([{"Items":[{"Name":"n"}]}])");
     const Finished run = RunProgram({"-m", "SETUP", "OUT/file"});
