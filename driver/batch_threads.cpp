@@ -54,7 +54,7 @@ void TestBatch_MThread() {
 }
 
 void MT_ReportBatchTask(tagQBReport* report, ReportTask task, const char* title) {
-    static int count = 0;
+    int count = 0;
     RunBatchWalk(
         {report, count,
          [](const wstr& templateFile) {
