@@ -144,9 +144,7 @@ bool IsPathFileValid(const lkchar* path) {
     if (text.empty()) return false;
     bool colonAllowed = true;
     for (const lkchar unit : text) {
-        if (unit == u'/') {
-            colonAllowed = false;
-        } else if (unit == u':' && colonAllowed) {
+        if (unit == u'/' || (unit == u':' && colonAllowed)) {
             colonAllowed = false;
         } else if (!IsValidPathFileChar(unit)) {
             return false;
