@@ -1,0 +1,398 @@
+#include "qbsvrl6/sheet/cell_grid.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Edges nearer than this are meant to be one.
+constexpr Micrometres kTolerance = kMicrometresPerMillimetre;
+
+bool isDecoration(const Item& item) {
+    return std::holds_alternative<LineItem>(item.content) || std::holds_alternative<BoxItem>(item.content);
+}
+
+bool isPicture(const Item& item) {
+    return std::holds_alternative<PictureItem>(item.content) ||
+           std::holds_alternative<DrawingItem>(item.content);
+}
+
+// The stronger line stays.
+void strengthen(BorderLine& line, const BorderLine& other) {
+    if (other.width > line.width) line = other;
+}
+
+}  // namespace
+
+bool isPending(const Item& item) {
+    const auto* text = std::get_if<TextItem>(&item.content);
+    return text != nullptr && text->pending;
+}
+
+std::u16string_view textOf(const Item& item) {
+    if (const auto* text = std::get_if<TextItem>(&item.content)) return text->text;
+    if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) return drawing->alternateText;
+    return {};
+}
+
+CellGrid::CellGrid(std::vector<Micrometres> cuts, Micrometres paperWidth, bool floatPictures)
+    : cuts_(std::move(cuts)), floatPictures_(floatPictures) {
+    cuts_.erase(std::unique(cuts_.begin(), cuts_.end()), cuts_.end());
+    if (cuts_.size() < 2) cuts_ = {0, std::max(paperWidth, kTolerance)};
+}
+
+std::span<const CellRow> CellGrid::place(Band& band, Micrometres x, Micrometres y) {
+    x_ = x;
+    for (CellRow& row : rows_) row.clear();
+    if (!placeLikeBefore(band)) placeAnew(band);
+    settleHeights(band, y);
+    return {rows_.data(), tops_.size()};
+}
+
+void CellGrid::placeAnew(Band& band) {
+    makeRows(band);
+    owners_.assign(tops_.size() * static_cast<std::size_t>(columnCount()), -1);
+    placed_.clear();
+    regions_.clear();
+    const int overlapsBefore = overlaps_;
+    // Late texts come first: they can't join another text.
+    for (const bool late : {true, false}) {
+        for (Item& item : band.items) {
+            if (takesCells(item) && isPending(item) == late) claim(item);
+        }
+    }
+    for (Cell& cell : placed_) styleCell(cell, band);
+    if (band.background) fillBackground(band);
+    for (const Item& item : band.items) {
+        if (const auto* line = std::get_if<LineItem>(&item.content)) drawLine(item.box, line->line);
+        if (const auto* box = std::get_if<BoxItem>(&item.content)) drawBox(item.box, box->box);
+        if (floatPictures_ && isPicture(item)) addFloat(item);
+    }
+    collectCells();
+    if (band.kind == BandKind::Row && overlaps_ == overlapsBefore) rememberPattern(band);
+}
+
+// A detail row repeats the boxes of the row before it, height apart.
+bool CellGrid::placeLikeBefore(Band& band) {
+    if (band.kind != BandKind::Row || band.items.empty() || x_ != pattern_.x ||
+        band.items.size() != pattern_.boxes.size() || (band.background && !pattern_.complete)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < band.items.size(); ++i) {
+        const Item& item = band.items[i];
+        const Rect& box = pattern_.boxes[i];
+        if (item.box.x != box.x || item.box.width != box.width || item.box.y != 0 ||
+            item.box.height != band.height || isPicture(item) || !takesCells(item)) {
+            return false;
+        }
+    }
+    tops_.assign(1, 0);
+    for (const std::size_t i : pattern_.order) {
+        const Region& region = pattern_.regions[i];
+        Cell& cell = rows_.front().cells.emplace_back();
+        cell.column = region.column;
+        cell.columnSpan = region.columnEnd - region.column;
+        cell.item = &band.items[i];
+        styleCell(cell, band);
+    }
+    return true;
+}
+
+void CellGrid::rememberPattern(const Band& band) {
+    pattern_.boxes.clear();
+    const bool isPlain = rowCount() == 1 && placed_.size() == band.items.size() &&
+                         std::none_of(band.items.begin(), band.items.end(), isPending);
+    if (!isPlain) return;
+    pattern_.x = x_;
+    pattern_.complete = std::find(owners_.begin(), owners_.end(), -1) == owners_.end();
+    pattern_.regions = regions_;
+    pattern_.order.clear();
+    for (const Item& item : band.items) {
+        pattern_.order.push_back(pattern_.boxes.size());
+        pattern_.boxes.push_back(item.box);
+    }
+    std::sort(pattern_.order.begin(), pattern_.order.end(), [&](std::size_t a, std::size_t b) {
+        return pattern_.regions[a].column < pattern_.regions[b].column;
+    });
+}
+
+int CellGrid::cutNear(Micrometres x) const {
+    const auto after = std::lower_bound(cuts_.begin(), cuts_.end(), x);
+    if (after == cuts_.begin()) return 0;
+    if (after == cuts_.end()) return columnCount();
+    const auto index = static_cast<int>(after - cuts_.begin());
+    return *after - x < x - *(after - 1) ? index : index - 1;
+}
+
+void CellGrid::setColumns(Region& region, const Rect& box) const {
+    region.column = std::min(cutNear(x_ + box.x), columnCount() - 1);
+    region.columnEnd = std::max(cutNear(x_ + box.right()), region.column + 1);
+}
+
+// Whether a box that begins above a row reaches into it: over half of the row's least item.
+bool CellGrid::covers(const Rect& box, int row) const {
+    const auto index = static_cast<std::size_t>(row);
+    return box.bottom() > tops_[index] + std::max(kTolerance, leastHeights_[index] / 2);
+}
+
+int CellGrid::rowAt(Micrometres y) const {
+    const auto below = std::upper_bound(tops_.begin(), tops_.end(), y);
+    return std::max(static_cast<int>(below - tops_.begin()) - 1, 0);
+}
+
+void CellGrid::setRows(Region& region, const Rect& box) const {
+    region.row = rowAt(box.y);
+    region.rowEnd = region.row + 1;
+    while (region.rowEnd < rowCount() && covers(box, region.rowEnd)) ++region.rowEnd;
+}
+
+// Tops of items within the tolerance of each other are one row. Lines and boxes make a row only where nothing
+// else stands in the band.
+void CellGrid::makeRows(const Band& band) {
+    tops_.clear();
+    for (const Item& item : band.items) {
+        if (takesCells(item) || (floatPictures_ && isPicture(item))) tops_.push_back(item.box.y);
+    }
+    if (tops_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) tops_.push_back(0);
+    std::sort(tops_.begin(), tops_.end());
+    const auto isNear = [first = tops_.empty() ? 0 : tops_.front()](Micrometres, Micrometres top) mutable {
+        if (top - first <= kTolerance) return true;
+        first = top;
+        return false;
+    };
+    tops_.erase(std::unique(tops_.begin(), tops_.end(), isNear), tops_.end());
+    leastHeights_.assign(tops_.size(), band.height);
+    for (const Item& item : band.items) {
+        if (tops_.empty() || isDecoration(item)) continue;
+        Micrometres& least = leastHeights_[static_cast<std::size_t>(rowAt(item.box.y))];
+        least = std::min(least, item.box.height);
+    }
+    if (rows_.size() < tops_.size()) rows_.resize(tops_.size());
+}
+
+// A row ends with the lowest of its items, at the latest where the next one begins; what is left between them
+// is the next row's gap.
+void CellGrid::settleHeights(const Band& band, Micrometres y) {
+    for (std::size_t row = 0; row < tops_.size(); ++row) {
+        const bool isLast = row + 1 == tops_.size();
+        const Micrometres limit = isLast ? std::max(band.height, tops_[row] + kTolerance) : tops_[row + 1];
+        Micrometres bottom = tops_[row];
+        for (const Item& item : band.items) {
+            if (item.box.y < limit || isLast) bottom = std::max(bottom, std::min(item.box.bottom(), limit));
+        }
+        const std::int64_t top = static_cast<std::int64_t>(y) + tops_[row];
+        rows_[row].height = std::max(bottom - tops_[row], kTolerance);
+        rows_[row].gap = static_cast<Micrometres>(std::clamp<std::int64_t>(top - bottom_, 0, INT32_MAX));
+        bottom_ = std::max(bottom_, top + rows_[row].height);
+    }
+}
+
+// A text that shows nothing takes no cell, unless it is the grid's.
+bool CellGrid::takesCells(const Item& item) const {
+    if (isDecoration(item)) return false;
+    if (isPicture(item)) return !floatPictures_;
+    const auto& text = std::get<TextItem>(item.content);
+    if (!text.text.empty() || text.pending || item.column >= 0) return true;
+    return item.style != nullptr && (item.style->background || item.style->border != Border{});
+}
+
+void CellGrid::claim(Item& item) {
+    Region region;
+    setColumns(region, item.box);
+    setRows(region, item.box);
+    const Region wanted = region;
+    if (findRoom(region)) {
+        take(region, item);
+    } else {
+        join(wanted, item);
+    }
+    if (region.column == wanted.column && region.columnEnd == wanted.columnEnd &&
+        region.rowEnd == wanted.rowEnd) {
+        return;
+    }
+    if (overlaps_++ == 0) {
+        if (const auto* text = std::get_if<TextItem>(&item.content))
+            firstOverlap_ = toUtf8(std::u16string_view(text->text).substr(0, 80));
+    }
+}
+
+bool CellGrid::isFree(int column, const Region& rows) const {
+    for (int row = rows.row; row < rows.rowEnd; ++row) {
+        if (owner(row, column) >= 0) return false;
+    }
+    return true;
+}
+
+// Narrows the region to its longest free stretch; without one, moves it to the next free cell on its right.
+bool CellGrid::findRoom(Region& region) const {
+    int bestStart = 0;
+    int bestLength = 0;
+    int start = region.column;
+    for (int column = region.column; column <= region.columnEnd; ++column) {
+        if (column < region.columnEnd && isFree(column, region)) continue;
+        if (column - start > bestLength) {
+            bestStart = start;
+            bestLength = column - start;
+        }
+        start = column + 1;
+    }
+    if (bestLength > 0) {
+        region.column = bestStart;
+        region.columnEnd = bestStart + bestLength;
+        return true;
+    }
+    region.rowEnd = region.row + 1;
+    for (int column = region.columnEnd; column < columnCount(); ++column) {
+        if (!isFree(column, region)) continue;
+        region.column = column;
+        region.columnEnd = column + 1;
+        return true;
+    }
+    region.columnEnd = region.column;  // nowhere
+    return false;
+}
+
+void CellGrid::take(const Region& region, Item& item) {
+    const auto index = static_cast<int>(placed_.size());
+    Cell& cell = placed_.emplace_back();
+    cell.column = region.column;
+    cell.columnSpan = region.columnEnd - region.column;
+    cell.rowSpan = region.rowEnd - region.row;
+    cell.item = &item;
+    regions_.push_back(region);
+    for (int row = region.row; row < region.rowEnd; ++row) {
+        for (int column = region.column; column < region.columnEnd; ++column) owner(row, column) = index;
+    }
+}
+
+// Adds the text to that of the cell that stands there. Late texts and pictures can't take it: then the
+// warning is all that is left of it.
+void CellGrid::join(const Region& region, const Item& item) {
+    const auto* text = std::get_if<TextItem>(&item.content);
+    Item& owning = *placed_[static_cast<std::size_t>(owner(region.row, region.column))].item;
+    auto* there = std::get_if<TextItem>(&owning.content);
+    if (text == nullptr || there == nullptr || there->pending || text->text.empty()) return;
+    if (!there->text.empty()) there->text += u' ';
+    there->text += text->text;
+    there->value = {};
+}
+
+void CellGrid::addFloat(const Item& item) {
+    Region region;
+    setColumns(region, item.box);
+    setRows(region, item.box);
+    const Rect& box = item.box;
+    const auto row = static_cast<std::size_t>(region.row);
+    // Of the column that holds the left edge, so that the distance isn't negative.
+    while (region.column > 0 && cuts_[static_cast<std::size_t>(region.column)] > x_ + box.x) --region.column;
+    rows_[row].floats.push_back({&item, region.column,
+                                 std::max(0, x_ + box.x - cuts_[static_cast<std::size_t>(region.column)]),
+                                 std::max(0, box.y - tops_[row])});
+}
+
+void CellGrid::styleCell(Cell& cell, const Band& band) const {
+    if (cell.item != nullptr && cell.item->style != nullptr) {
+        cell.background = cell.item->style->background;
+        cell.border = cell.item->style->border;
+    }
+    if (!cell.background) cell.background = band.background;
+}
+
+// The cell that covers a place; a free place becomes a cell of its own.
+Cell& CellGrid::cellAt(int row, int column) {
+    int& index = owner(row, column);
+    if (index < 0) {
+        index = static_cast<int>(placed_.size());
+        placed_.emplace_back().column = column;
+        regions_.push_back({column, column + 1, row, row + 1});
+    }
+    return placed_[static_cast<std::size_t>(index)];
+}
+
+void CellGrid::fillBackground(const Band& band) {
+    Region region;
+    setColumns(region, {0, 0, band.width, band.height});
+    for (int row = 0; row < rowCount(); ++row) {
+        for (int column = region.column; column < region.columnEnd; ++column) {
+            Cell& cell = cellAt(row, column);
+            if (cell.item == nullptr) cell.background = band.background;
+        }
+    }
+}
+
+// Level and upright lines become borders of the cells beside them; slanted ones have no place in a grid.
+void CellGrid::drawLine(const Rect& box, const LineContent& content) {
+    const BorderLine line{std::max(content.width, 1), content.color};
+    Region region;
+    setColumns(region, box);
+    setRows(region, box);
+    if (box.height <= kTolerance) {
+        const bool isAbove = box.y <= tops_[static_cast<std::size_t>(region.row)] + kTolerance;
+        for (int column = region.column; column < region.columnEnd; ++column) {
+            Cell& cell = cellAt(region.row, column);
+            strengthen(isAbove ? cell.border.top : cell.border.bottom, line);
+        }
+    } else if (box.width <= kTolerance) {
+        const int cut = cutNear(x_ + box.x);
+        for (int row = region.row; row < region.rowEnd; ++row) {
+            if (cut < columnCount()) {
+                strengthen(cellAt(row, cut).border.left, line);
+            } else {
+                strengthen(cellAt(row, cut - 1).border.right, line);
+            }
+        }
+    } else {
+        ++slantedLines_;
+    }
+}
+
+void CellGrid::drawBox(const Rect& box, const BoxContent& content) {
+    Region region;
+    setColumns(region, box);
+    setRows(region, box);
+    for (int row = region.row; row < region.rowEnd; ++row) {
+        for (int column = region.column; column < region.columnEnd; ++column) {
+            const bool isEdge = row == region.row || row == region.rowEnd - 1 || column == region.column ||
+                                column == region.columnEnd - 1;
+            if (!isEdge && !content.fill) continue;
+            Cell& cell = cellAt(row, column);
+            if (content.fill && !cell.background) cell.background = content.fill;
+            if (row == region.row) strengthen(cell.border.top, content.line);
+            if (row == region.rowEnd - 1) strengthen(cell.border.bottom, content.line);
+            if (column == region.column) strengthen(cell.border.left, content.line);
+            if (column == region.columnEnd - 1) strengthen(cell.border.right, content.line);
+        }
+    }
+}
+
+void CellGrid::collectCells() {
+    for (int row = 0; row < rowCount(); ++row) {
+        int last = -1;
+        for (int column = 0; column < columnCount(); ++column) {
+            const int index = owner(row, column);
+            if (index >= 0 && index != last && regions_[static_cast<std::size_t>(index)].row == row) {
+                rows_[static_cast<std::size_t>(row)].cells.push_back(
+                    placed_[static_cast<std::size_t>(index)]);
+            }
+            last = index;
+        }
+    }
+}
+
+void CellGrid::reportLosses() const {
+    if (overlaps_ > 0) {
+        logWarning(std::to_string(overlaps_) +
+                   " items overlap in the cells of the export and were moved or joined; the first reads \"" +
+                   firstOverlap_ + "\"");
+    }
+    if (slantedLines_ > 0) {
+        logWarning(std::to_string(slantedLines_) + " slanted lines have no place in the cells of the export");
+    }
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,96 @@
+#include "qbsvrl6/sheet/cell_style.h"
+
+#include <functional>
+#include <utility>
+
+namespace qbsvrl6 {
+
+namespace {
+
+const ResolvedStyle kDefaultStyle;
+
+void mix(std::size_t& hash, std::size_t value) { hash = (hash ^ value) * 0x9E3779B97F4A7C15u; }
+
+std::size_t packed(const Color& color) {
+    return static_cast<std::size_t>(color.red) << 16 | static_cast<std::size_t>(color.green) << 8 |
+           color.blue;
+}
+
+void mix(std::size_t& hash, const BorderLine& line) {
+    mix(hash, static_cast<std::size_t>(line.width) << 24 | packed(line.color));
+}
+
+}  // namespace
+
+std::size_t CellStyleHash::operator()(const CellStyle& style) const {
+    std::size_t hash = std::hash<std::u16string>()(style.fontFamily);
+    mix(hash, std::hash<double>()(style.fontSize));
+    mix(hash, (style.bold ? 1u : 0u) | (style.italic ? 2u : 0u) | (style.underline ? 4u : 0u) |
+                  (style.wraps ? 8u : 0u) | (style.isNumber ? 16u : 0u));
+    mix(hash, packed(style.color));
+    mix(hash, style.background ? packed(*style.background) : SIZE_MAX);
+    mix(hash, style.border.left);
+    mix(hash, style.border.top);
+    mix(hash, style.border.right);
+    mix(hash, style.border.bottom);
+    mix(hash, static_cast<std::size_t>(style.align) * 8 + static_cast<std::size_t>(style.verticalAlign));
+    mix(hash, static_cast<std::size_t>(style.rotation));
+    mix(hash, std::hash<std::u16string>()(style.numberFormat));
+    return hash;
+}
+
+bool wraps(const Item& item) {
+    const auto* text = std::get_if<TextItem>(&item.content);
+    if (text == nullptr) return false;
+    return text->lines.size() > 1 || text->text.find_first_of(u"\r\n") != std::u16string::npos;
+}
+
+int StyleTable::idOf(const Cell& cell, bool isNumber, const std::u16string& numberFormat) {
+    const ResolvedStyle* resolved = &kDefaultStyle;
+    const TextItem* text = nullptr;
+    if (cell.item != nullptr) {
+        if (cell.item->style != nullptr) resolved = cell.item->style;
+        text = std::get_if<TextItem>(&cell.item->content);
+    }
+    const double fontSize = text != nullptr ? text->fontSize : resolved->fontSize;
+    const Color color = text != nullptr && text->color ? *text->color : resolved->color;
+    const bool isWrapped = text != nullptr && !isNumber && wraps(*cell.item);
+
+    Answer& answer = answers_[(reinterpret_cast<std::uintptr_t>(resolved) / 16 + (isWrapped ? 1 : 0) +
+                               (cell.background ? packed(*cell.background) : 0)) %
+                              answers_.size()];
+    const Key& known = answer.key;
+    if (answer.id >= 0 && known.style == resolved && known.fontSize == fontSize && known.color == color &&
+        known.background == cell.background && known.border == cell.border && known.wraps == isWrapped &&
+        known.isNumber == isNumber && known.numberFormat == numberFormat) {
+        return answer.id;
+    }
+    CellStyle style;
+    style.fontFamily = resolved->fontFamily;
+    style.fontSize = fontSize;
+    style.bold = resolved->bold;
+    style.italic = resolved->italic;
+    style.underline = resolved->underline;
+    style.color = color;
+    style.background = cell.background;
+    style.border = cell.border;
+    style.align = resolved->align;
+    style.verticalAlign = resolved->verticalAlign;
+    style.rotation = resolved->rotation;
+    style.lineSpacing = resolved->lineSpacing;
+    style.padding = resolved->padding;
+    style.wraps = isWrapped;
+    style.isNumber = isNumber;
+    style.numberFormat = numberFormat;
+    answer.id = idOf(std::move(style));
+    answer.key = {resolved, fontSize, color, cell.background, cell.border, isWrapped, isNumber, numberFormat};
+    return answer.id;
+}
+
+int StyleTable::idOf(CellStyle style) {
+    const auto [entry, isNew] = ids_.try_emplace(std::move(style), static_cast<int>(styles_.size()));
+    if (isNew) styles_.push_back(&entry->first);
+    return entry->second;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,115 @@
+#include "qbsvrl6/sheet/escape.h"
+
+#include <array>
+#include <cstring>
+
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+// What stands for each ASCII character; empty: itself.
+using AsciiTable = std::array<std::string_view, 128>;
+
+constexpr AsciiTable kPlain{};
+
+constexpr AsciiTable kMarkup = [] {
+    AsciiTable table{};
+    for (std::size_t c = 0; c < 0x20; ++c) table[c] = kReplacement;
+    table[0x7F] = kReplacement;
+    table['\t'] = table['\n'] = {};
+    table['\r'] = "\n";
+    table['&'] = "&amp;";
+    table['<'] = "&lt;";
+    table['>'] = "&gt;";
+    table['"'] = "&quot;";
+    return table;
+}();
+
+constexpr std::array<std::string_view, 32> kControlForms = {
+    "_x0000_", "_x0001_", "_x0002_", "_x0003_", "_x0004_", "_x0005_", "_x0006_", "_x0007_",
+    "_x0008_", "_x0009_", "_x000A_", "_x000B_", "_x000C_", "_x000D_", "_x000E_", "_x000F_",
+    "_x0010_", "_x0011_", "_x0012_", "_x0013_", "_x0014_", "_x0015_", "_x0016_", "_x0017_",
+    "_x0018_", "_x0019_", "_x001A_", "_x001B_", "_x001C_", "_x001D_", "_x001E_", "_x001F_"};
+
+constexpr AsciiTable kXstring = [] {
+    AsciiTable table = kMarkup;
+    for (std::size_t c = 0; c < 0x20; ++c) table[c] = kControlForms[c];
+    table['\t'] = table['\n'] = table[0x7F] = {};
+    table['\r'] = "\n";
+    return table;
+}();
+
+// Appends by blocks through a buffer of fixed size: nothing is allocated besides `out`.
+void appendBy(const AsciiTable& table, std::string& out, std::u16string_view text) {
+    std::array<char, 512> buffer;
+    std::size_t used = 0;
+    std::size_t i = 0;
+    while (i < text.size()) {
+        if (used > buffer.size() - 16) {
+            out.append(buffer.data(), used);
+            used = 0;
+        }
+        const char16_t unit = text[i];
+        if (unit < 0x80) {
+            ++i;
+            if (unit == u'\r' && i < text.size() && text[i] == u'\n' && !table['\r'].empty()) continue;
+            const std::string_view form = table[unit];
+            if (form.empty()) {
+                buffer[used++] = static_cast<char>(unit);
+            } else {
+                std::memcpy(&buffer[used], form.data(), form.size());
+                used += form.size();
+            }
+            continue;
+        }
+        const auto put = [&](char32_t byte) { buffer[used++] = static_cast<char>(byte); };
+        char32_t c = nextCharacter(text, i);
+        if (c == 0xFFFE || c == 0xFFFF) c = 0xFFFD;
+        if (c < 0x800) {
+            put(0xC0 | (c >> 6));
+        } else if (c < 0x10000) {
+            put(0xE0 | (c >> 12));
+            put(0x80 | ((c >> 6) & 0x3F));
+        } else {
+            put(0xF0 | (c >> 18));
+            put(0x80 | ((c >> 12) & 0x3F));
+            put(0x80 | ((c >> 6) & 0x3F));
+        }
+        put(0x80 | (c & 0x3F));
+    }
+    out.append(buffer.data(), used);
+}
+
+bool isHexDigit(char16_t c) {
+    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+}
+
+// Whether the text at `index` reads as "_x0041_".
+bool isEscapeForm(std::u16string_view text, std::size_t index) {
+    return text.size() - index >= 7 && text[index + 1] == u'x' && isHexDigit(text[index + 2]) &&
+           isHexDigit(text[index + 3]) && isHexDigit(text[index + 4]) && isHexDigit(text[index + 5]) &&
+           text[index + 6] == u'_';
+}
+
+}  // namespace
+
+void appendUtf8(std::string& out, std::u16string_view text) { appendBy(kPlain, out, text); }
+
+void appendMarkup(std::string& out, std::u16string_view text) { appendBy(kMarkup, out, text); }
+
+void appendXstring(std::string& out, std::u16string_view text) {
+    std::size_t from = 0;
+    for (std::size_t at = text.find(u'_'); at != std::u16string_view::npos; at = text.find(u'_', at + 1)) {
+        if (!isEscapeForm(text, at)) continue;
+        appendBy(kXstring, out, text.substr(from, at - from));
+        out += "_x005F_";
+        from = at + 1;
+    }
+    appendBy(kXstring, out, text.substr(from));
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,290 @@
+// CSV, TXT and HTM.
+#include <gtest/gtest.h>
+
+#include <pugixml.hpp>
+
+#include "qbsvrl6/sheet/text_width.h"
+#include "qbsvrl6/support/utf.h"
+#include "sheet_fixture.h"
+
+namespace qbsvrl6 {
+namespace {
+
+// What data may hold to break out of a cell.
+const std::u16string kHostile[] = {
+    u"=1+cmd|'/c calc'!A0",
+    u"</td></table><script>alert(1)</script>",
+    u"a\"b,c;d\te",
+    u"<![CDATA[x]]> & &amp; &#0;",
+    u"\x1\x8\xB\x1F\x7F",
+    std::u16string(1, 0xD800) + u"x" + std::u16string(1, 0xFFFF),
+    std::u16string(40'000, u'长'),
+};
+
+// Reads CSV back: fields by record.
+std::vector<std::vector<std::string>> parseCsv(std::string_view csv) {
+    std::vector<std::vector<std::string>> records(1, std::vector<std::string>(1));
+    bool quoted = false;
+    for (std::size_t i = 0; i < csv.size(); ++i) {
+        const char c = csv[i];
+        std::string& field = records.back().back();
+        if (quoted && c == '"' && i + 1 < csv.size() && csv[i + 1] == '"') {
+            field += csv[i++];
+        } else if (c == '"') {
+            quoted = !quoted;
+        } else if (!quoted && c == ',') {
+            records.back().emplace_back();
+        } else if (!quoted && c == '\r') {
+            ++i;
+            records.emplace_back(1);
+        } else {
+            field += c;
+        }
+    }
+    records.pop_back();
+    return records;
+}
+
+TEST(Csv, HoldsOnlyRealRows) {
+    SheetFeed feed(&makeCsvWriter, {0, 30, 60, 90}, true);
+    feed.put(bandOf(BandKind::PageHeader, 8, {pendingAt({30, 0, 60, 6}, u"page 1, of #")}));
+    feed.row(BandKind::GridTitle, {u"Name", u"Note", u"Sum"});
+    feed.row(BandKind::Row, {u"中", u"two\nlines", u"1,5"});
+    feed.row(BandKind::Row, {u"", u"", u""});
+    feed.row(BandKind::BlankRow, {u"", u"", u""});
+    feed.newPage();
+    Band title = bandOf(BandKind::GridTitle, 6, {textAt({0, 0, 30, 6}, u"Name")});
+    title.repeated = true;
+    feed.put(std::move(title));
+    feed.row(BandKind::Row, {u"x"});
+    EXPECT_EQ(
+        feed.finish(u"\"2\""),
+        "\xEF\xBB\xBF,\"page 1, of \"\"2\"\"\",\r\nName,Note,Sum\r\n中,\"two\nlines\",\"1,5\"\r\nx,,\r\n");
+}
+
+TEST(Csv, KeepsHostileTextAsData) {
+    SheetFeed feed(&makeCsvWriter, {0, 30, 60});
+    for (const std::u16string& text : kHostile) feed.row(BandKind::Row, {u"x", text});
+    const auto records = parseCsv(feed.finish().substr(3));
+    ASSERT_EQ(records.size(), std::size(kHostile));
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        std::u16string expected = kHostile[i];
+        for (char16_t& c : expected) c = c == 0xD800 || c == 0xFFFF ? u'\uFFFD' : c;
+        EXPECT_EQ(records[i], (std::vector<std::string>{"x", toUtf8(expected)})) << i;
+    }
+}
+
+TEST(TextWidth, CountsColumns) {
+    EXPECT_EQ(displayWidth(u"aé…"), 3);
+    EXPECT_EQ(displayWidth(u"中文，（ＡB"), 11);
+    EXPECT_EQ(displayWidth(u"e\u0301\u200B"), 1);
+    EXPECT_EQ(displayWidth(u"😀𠀀ｱ한"), 7);
+}
+
+TEST(TextWidth, WrapsLines) {
+    const struct {
+        std::u16string_view text;
+        int width;
+        const char* expected;
+    } cases[] = {
+        {u"", 5, ""},
+        {u"one two", 7, "one two"},
+        {u"one two", 6, "one|two"},
+        {u"one   two", 4, "one|two"},
+        {u"one two   ", 3, "one|two"},
+        {u"abcdefgh", 3, "abc|def|gh"},
+        {u"ab cdefgh", 4, "ab|cdef|gh"},
+        {u"中文字符", 5, "中文|字符"},
+        {u"中文，字", 4, "中|文，|字"},
+        {u"说（中）", 4, "说|（中|）"},
+        {u"中abc", 4, "中|abc"},
+        {u"中", 1, "中"},
+        {u"a\nb\r\n\rc", 9, "a|b||c"},
+        {u"a\n", 9, "a|"},
+    };
+    for (const auto& one : cases) {
+        std::vector<std::u16string_view> lines;
+        wrapText(one.text, one.width, lines);
+        std::string joined;
+        for (std::size_t i = 0; i < lines.size(); ++i) joined += (i > 0 ? "|" : "") + toUtf8(lines[i]);
+        EXPECT_EQ(joined, one.expected) << toUtf8(one.text);
+    }
+}
+
+TEST(Txt, AlignsColumns) {
+    ResolvedStyle right;
+    right.align = HorizontalAlign::Right;
+    ResolvedStyle center;
+    center.align = HorizontalAlign::Center;
+    SheetFeed feed(&makeTxtWriter, {0, 15, 30, 60}, true);
+    const auto put = [&](BandKind kind, std::u16string a, std::u16string b, std::u16string c) {
+        feed.put(bandOf(kind, 6,
+                        {textAt({0, 0, 15, 6}, std::move(a)), textAt({15, 0, 15, 6}, std::move(b), &right),
+                         textAt({30, 0, 30, 6}, std::move(c), &center)}));
+    };
+    put(BandKind::GridTitle, u"名称", u"金额", u"Note");
+    put(BandKind::Row, u"苹果梨子葡萄", u"1.00", u"a\tb\x1");
+    put(BandKind::BlankRow, u"", u"", u"");
+    feed.skip(10);
+    feed.put(bandOf(BandKind::ReportFooter, 12,
+                    {textAt({0, 0, 15, 12}, u"x y z 1 2 3 4"), pendingAt({15, 0, 45, 6}, u"of #", &right),
+                     textAt({15, 6, 45, 6}, u"end")}));
+    feed.newPage();
+    put(BandKind::Row, u"b", u"2.00", u"");
+    EXPECT_EQ(feed.finish(u"12"),
+              "名称           金额        Note\n"
+              "苹果梨子       1.00        a b\n"
+              "葡萄\n"
+              "\n"
+              "x y z 1 2                         of 12\n"
+              "3 4       end\n"
+              "\f"
+              "b              2.00\n");
+}
+
+TEST(Txt, KeepsHostileTextAsData) {
+    SheetFeed feed(&makeTxtWriter, {0, 30, 60});
+    for (const std::u16string& text : kHostile) feed.row(BandKind::Row, {u"x", text});
+    const std::string text = feed.finish();
+    std::string joined;
+    for (const char c : text) {
+        ASSERT_TRUE(static_cast<unsigned char>(c) >= 0x20 || c == '\n');
+        if (c != ' ' && c != '\n') joined += c;
+    }
+    EXPECT_NE(joined.find("</td></table><script>alert(1)</script>"), std::string::npos);
+    EXPECT_NE(joined.find(toUtf8(std::u16string(40'000, u'长'))), std::string::npos);
+    EXPECT_TRUE(text.starts_with("x                   =1+cmd|'/c calc'!A0\n"));
+}
+
+class Htm {
+public:
+    explicit Htm(const std::string& text) {
+        const std::size_t root = text.find("<html");
+        const pugi::xml_parse_result result =
+            document_.load_string(text.c_str() + root, pugi::parse_default | pugi::parse_ws_pcdata);
+        EXPECT_TRUE(result) << result.description()
+                            << text.substr(root + static_cast<std::size_t>(result.offset), 80);
+    }
+    pugi::xml_node root() const { return document_.first_child(); }
+    std::string texts(const char* xpath) const {
+        std::string all;
+        for (const auto& node : document_.select_nodes(xpath)) {
+            all += node.attribute() ? node.attribute().value() : node.node().text().get();
+            all += '|';
+        }
+        return all;
+    }
+
+private:
+    pugi::xml_document document_;
+};
+
+TEST(HtmWriter, GivesTablesWithHeadings) {
+    SheetFeed feed(&makeHtmWriter, {0, 30, 60, 90}, true);
+    feed.put(bandOf(
+        BandKind::ReportHeader, 20,
+        {textAt({30, 0, 60, 6}, u"Title"), textAt({0, 10, 30, 6}, u"客户"), textAt({60, 10, 30, 6}, u"y")}));
+    feed.row(BandKind::GridTitle, {u"Name", u"Sum", u"Note"});
+    feed.row(BandKind::Row, {u"a", u"1", u"n"});
+    feed.put(bandOf(
+        BandKind::Row, 12,
+        {textAt({0, 0, 30, 12}, u"tall"), textAt({30, 0, 30, 6}, u"u"), textAt({30, 6, 60, 6}, u"v")}));
+    feed.put(bandOf(BandKind::PageFooter, 6, {pendingAt({0, 0, 90, 6}, u"1 of #")}));
+    feed.newPage();
+    feed.row(BandKind::GridTitle, {u"Name"});
+    feed.row(BandKind::Row, {u"b"});
+    const Htm htm(feed.finish(u"<2>"));
+    EXPECT_EQ(htm.texts("/html/@lang"), "zh-CN|");
+    EXPECT_EQ(htm.texts("/html/head/title"), "A <title>|");
+    EXPECT_EQ(htm.texts("//th[@scope='col']"), "Name|Sum|Note|Name|");
+    EXPECT_EQ(htm.texts("//section[1]/table[2]/thead/tr/th"), "Name|Sum|Note|");
+    EXPECT_EQ(htm.texts("//section[1]/table[2]/tbody/tr/td"), "a|1|n|tall|u||v|");
+    EXPECT_EQ(htm.texts("//section[1]/table[3][@class='foot']//td"), "1 of <2>|");
+    EXPECT_EQ(htm.texts("//section[2]/table/tbody/tr/td"), "b||");
+    EXPECT_EQ(htm.texts("//td[@rowspan]/@rowspan"), "2|");
+    // Each row fills its table's columns, cells from above counted.
+    for (const auto& found : htm.root().select_nodes("//tr")) {
+        int columns = 0;
+        for (const pugi::xml_node& cell : found.node()) columns += cell.attribute("colspan").as_int(1);
+        const bool below = found.node().previous_sibling("tr").find_child(
+            [](const pugi::xml_node& cell) { return cell.attribute("rowspan").as_int() > 1; });
+        EXPECT_EQ(columns, below ? 2 : 3);
+    }
+}
+
+TEST(HtmWriter, KeepsHostileTextAsData) {
+    ResolvedStyle style;
+    style.fontFamily = u"x';}</style><script>\"";
+    style.rotation = 90;
+    SheetFeed feed(&makeHtmWriter, {0, 30, 60});
+    for (const std::u16string& text : kHostile) feed.row(BandKind::Row, {u"x", text}, &style);
+    Item link = textAt({0, 0, 30, 6}, u"a");
+    std::get<TextItem>(link.content).link = u"JavaScript:alert(1)";
+    Item safe = textAt({30, 0, 30, 6}, u"b");
+    std::get<TextItem>(safe.content).link = u"HTTPS://x/?a=\"><b>&c";
+    feed.put(bandOf(BandKind::ReportFooter, 6, {link, safe}));
+    const std::string text = feed.finish();
+    const Htm htm(text);
+    EXPECT_EQ(text.find("<script"), std::string::npos);
+    EXPECT_EQ(htm.texts("//a/@href"), "HTTPS://x/?a=\"><b>&c|");
+    std::string expected;
+    for (std::u16string one : kHostile) {
+        for (char16_t& c : one) {
+            if ((c < 0x20 && c != u'\t') || c == 0x7F || c == 0xD800 || c == 0xFFFF) c = u'\uFFFD';
+        }
+        expected += "x|" + toUtf8(one) + "|";
+    }
+    EXPECT_EQ(htm.texts("//tr/td/span[@class='r90']"), expected);
+}
+
+TEST(HtmWriter, DrawsPicturesAndLines) {
+    auto picture = std::make_shared<Picture>();
+    picture->bytes = "\x89PNG";
+    picture->id = 7;
+    const auto pictureAt = [&](Rect box) {
+        Item item = textAt(box, u"");
+        item.content = PictureItem{picture, {0, 0, 10 * kMm, 5 * kMm}};
+        return item;
+    };
+    auto drawing = std::make_shared<Drawing>();
+    Drawing::Path path;
+    path.commands = "MLCZL";  // one command too many
+    path.points.assign(5, {1.4, 2});
+    path.fill = Color{255, 0, 0};
+    Drawing::Label label;
+    label.text = u"<5>";
+    drawing->elements = {path, label};
+    Item chart = textAt({60, 0, 30, 6}, u"");
+    chart.content = DrawingItem{drawing, u"\"5\""};
+    Item line = textAt({0, 6, 90, 0}, u"");
+    line.content = LineItem{{Color{0, 0, 255}, 500, false, false}};
+    Item box = textAt({0, 0, 90, 6}, u"");
+    box.content = BoxItem{{BorderLine{250, {}}, Color{255, 255, 0}, 0}};
+    SheetFeed feed(&makeHtmWriter, {0, 30, 60, 90});
+    feed.put(bandOf(BandKind::ReportHeader, 6, {pictureAt({0, 0, 30, 6}), pictureAt({30, 0, 30, 6}), chart}));
+    feed.put(bandOf(BandKind::ReportHeader, 6, {box, line, textAt({30, 0, 30, 6}, u"in the box")}));
+    const std::string text = feed.finish();
+    const Htm htm(text);
+    EXPECT_EQ(htm.texts("//image/@href"), "data:image/png;base64,iVBORw==|");
+    EXPECT_EQ(htm.texts("//use/@href"), "#p7|");
+    EXPECT_EQ(htm.texts("//path/@d"), "M1 2L1 2C1 2 1 2 1 2Z|");
+    EXPECT_EQ(htm.texts("//svg/@aria-label"), "\"5\"|");
+    EXPECT_EQ(htm.texts("//svg/text"), "<5>|");
+    EXPECT_EQ(htm.texts("//tr[2]/td"), "|in the box||");
+    // The box's cells have its fill, its outer edges and the line below.
+    const auto rule = [&](const char* cell) {
+        const std::string name = htm.texts((std::string("//tr[2]/td[") + cell + "]/@class").c_str());
+        const std::size_t at = text.find("." + name.substr(0, name.size() - 1) + "{");
+        return text.substr(at, text.find('}', at) - at);
+    };
+    EXPECT_NE(
+        rule("1").find("background:#ffff00;border-left:0.25mm solid #000000;border-top:0.25mm solid #000000;"
+                       "border-bottom:0.5mm solid #0000ff;"),
+        std::string::npos)
+        << rule("1");
+    EXPECT_EQ(rule("2").find("border-left"), std::string::npos);
+    EXPECT_NE(rule("3").find("border-right:0.25mm"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace qbsvrl6
