@@ -1,0 +1,167 @@
+#include "qbsvrl6/api/chart_data.h"
+
+#include <charconv>
+#include <cmath>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// XML data is text; what is no number counts as zero.
+double numberOf(const Value& value) {
+    if (value.type == ValueType::Number) return value.number;
+    const std::string text = toUtf8(value.text);
+    const char* first = text.data();
+    const char* const last = first + text.size();
+    while (first != last && (*first == ' ' || *first == '\t' || *first == '\n' || *first == '\r')) ++first;
+    double number = 0;
+    const auto result = std::from_chars(first, last, number);
+    return result.ec == std::errc() && std::isfinite(number) ? number : 0;
+}
+
+class ChartTable {
+public:
+    explicit ChartTable(std::u16string_view xml)
+        : data_(readData(toUtf8(xml), "chart data")), table_(data_.table(u"")) {
+        if (table_ == nullptr) throw EngineError(ErrorCode::BadData, "no rows in the chart data");
+        if (table_->rowCount() > limits::kChartPoints) {
+            throw EngineError(ErrorCode::LimitExceeded, "more than " + std::to_string(limits::kChartPoints) +
+                                                            " rows in the chart data");
+        }
+    }
+
+    const Table* operator->() const { return table_; }
+
+    // Index of the column, or Table::npos, whose values read as null.
+    std::size_t column(std::u16string_view name) const { return table_->findColumn(name); }
+    std::size_t requiredColumn(std::u16string_view name) const {
+        const std::size_t found = column(name);
+        if (found == Table::npos) {
+            throw EngineError(ErrorCode::BadData, "the chart data has no column \"" + toUtf8(name) + "\"");
+        }
+        return found;
+    }
+
+private:
+    DataSet data_;
+    const Table* table_;
+};
+
+// Numbers things by their names, in the order in which they first come up.
+class NameList {
+public:
+    std::size_t indexOf(std::u16string_view name) {
+        const auto [entry, added] = indexes_.try_emplace(std::u16string(name), names_.size());
+        if (added) names_.push_back(entry->first);
+        return entry->second;
+    }
+    const std::vector<std::u16string>& names() const { return names_; }
+
+private:
+    std::map<std::u16string, std::size_t> indexes_;
+    std::vector<std::u16string> names_;
+};
+
+// Puts series that were read in the place of the present ones, as far as these aren't to stay.
+void takeSeries(std::vector<ChartSeries>&& read, bool replaceNumber, bool replaceLabels, ChartData& data) {
+    if (replaceNumber) data.series.resize(read.size());
+    for (std::size_t i = 0; i < data.series.size(); ++i) {
+        ChartSeries& series = data.series[i];
+        ChartSeries source = i < read.size() ? std::move(read[i]) : ChartSeries{};
+        series.values = std::move(source.values);
+        series.points = std::move(source.points);
+        if (replaceLabels && i < read.size()) series.label = std::move(source.label);
+    }
+}
+
+void checkSize(std::size_t series, std::size_t categories) {
+    if (series > limits::kChartSeries || series * categories > limits::kChartPoints) {
+        throw EngineError(ErrorCode::LimitExceeded, "too many series or values in the chart data");
+    }
+}
+
+// One row a value: category, series (may be absent) and value.
+std::vector<ChartSeries> readLongRows(const ChartTable& table, std::vector<std::u16string>& categories) {
+    const std::size_t categoryColumn = table.requiredColumn(u"Category");
+    const std::size_t seriesColumn = table.column(u"Series");
+    const std::size_t valueColumn = table.requiredColumn(u"Value");
+    NameList categoryNames;
+    NameList seriesNames;
+    struct Place {
+        std::size_t category, series;
+    };
+    std::vector<Place> places;
+    for (std::size_t row = 0; row < table->rowCount(); ++row) {
+        places.push_back({categoryNames.indexOf(table->value(row, categoryColumn).text),
+                          seriesNames.indexOf(table->value(row, seriesColumn).text)});
+    }
+    categories = categoryNames.names();
+    checkSize(seriesNames.names().size(), categories.size());
+    std::vector<ChartSeries> series(seriesNames.names().size());
+    for (std::size_t i = 0; i < series.size(); ++i) {
+        series[i].label = seriesNames.names()[i];
+        series[i].values.resize(categories.size());
+    }
+    for (std::size_t row = 0; row < places.size(); ++row) {
+        series[places[row].series].values[places[row].category] = numberOf(table->value(row, valueColumn));
+    }
+    return series;
+}
+
+// One row a category: its name in the first column, then a column for each series.
+std::vector<ChartSeries> readWideRows(const ChartTable& table, std::vector<std::u16string>& categories) {
+    const std::size_t count = table->columnCount() == 0 ? 0 : table->columnCount() - 1;
+    checkSize(count, table->rowCount());
+    std::vector<ChartSeries> series(count);
+    for (std::size_t i = 0; i < count; ++i) series[i].label = table->columnName(i + 1);
+    categories.clear();
+    for (std::size_t row = 0; row < table->rowCount(); ++row) {
+        categories.emplace_back(table->value(row, 0).text);
+        for (std::size_t i = 0; i < count; ++i)
+            series[i].values.push_back(numberOf(table->value(row, i + 1)));
+    }
+    return series;
+}
+
+}  // namespace
+
+void readChartValues(std::u16string_view xml, const ChartDataUse& use, ChartData& data) {
+    const ChartTable table(xml);
+    std::vector<std::u16string> categories;
+    const bool wide = table.column(u"Value") == Table::npos;
+    std::vector<ChartSeries> series =
+        wide ? readWideRows(table, categories) : readLongRows(table, categories);
+    if (use.categories) data.categories = std::move(categories);
+    takeSeries(std::move(series), use.series, use.labels, data);
+}
+
+void readChartPoints(std::u16string_view xml, bool sizes, bool replaceLabels, ChartData& data) {
+    const ChartTable table(xml);
+    const std::size_t seriesColumn = table.column(u"Series");
+    const std::size_t xColumn = table.requiredColumn(u"X");
+    const std::size_t yColumn = table.requiredColumn(u"Y");
+    const std::size_t sizeColumn = sizes ? table.requiredColumn(u"Size") : Table::npos;
+    NameList names;
+    std::vector<ChartSeries> series;
+    for (std::size_t row = 0; row < table->rowCount(); ++row) {
+        const std::size_t index = names.indexOf(table->value(row, seriesColumn).text);
+        if (index == series.size()) series.emplace_back().label = names.names()[index];
+        checkSize(series.size(), 1);
+        series[index].points.push_back({numberOf(table->value(row, xColumn)),
+                                        numberOf(table->value(row, yColumn)),
+                                        numberOf(table->value(row, sizeColumn))});
+    }
+    data.categories.clear();
+    takeSeries(std::move(series), true, replaceLabels, data);
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,35 @@
+#include "qbsvrl6/api/data_cache.h"
+
+#include <sys/stat.h>
+
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+std::shared_ptr<const DataSet> fetchData(std::u16string_view address, const std::string& baseDirectory) {
+    return std::make_shared<const DataSet>(
+        readData(fetch(address, baseDirectory, limits::kDataBytes), toUtf8(address)));
+}
+
+std::shared_ptr<const DataSet> DataCache::get(std::u16string_view address, const std::string& baseDirectory) {
+    std::string path = toUtf8(address);
+    if (!path.starts_with('/')) path.insert(0, baseDirectory);
+    Stamp stamp;
+    if (!stampOf(path, stamp)) return fetchData(address, baseDirectory);
+    Entry& entry = entries_[path];
+    if (!entry.data || entry.stamp != stamp) entry = {stamp, fetchData(address, baseDirectory)};
+    return entry.data;
+}
+
+// False for what isn't a regular file, addresses of the web among them.
+bool DataCache::stampOf(const std::string& path, Stamp& stamp) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    stamp = {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec,
+             status.st_mtim.tv_nsec};
+    return true;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,48 @@
+#include "qbsvrl6/api/drawings.h"
+
+#include "qbsvrl6/api/report_data.h"
+#include "qbsvrl6/barcode/barcode.h"
+#include "qbsvrl6/chart/chart.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/log.h"
+
+namespace qbsvrl6 {
+
+namespace {
+constexpr int kFaultsTold = 10;
+}
+
+Drawings::Drawings(ReportDefinition& report) { addCharts(report); }
+
+std::shared_ptr<const Drawing> Drawings::barcode(const BarcodeContent& content, std::u16string_view text,
+                                                 Size box) {
+    try {
+        return std::make_shared<const Drawing>(
+            drawBarcode({content.type, std::u16string(text), content.showText}, box));
+    } catch (const EngineError& error) {
+        tell(error.what());
+        return nullptr;
+    }
+}
+
+std::shared_ptr<const Drawing> Drawings::chart(const Control& control, Size box) {
+    const auto& content = std::get<ChartContent>(control.content);
+    return std::make_shared<const Drawing>(
+        drawChart(content.settings, content.data, box, chartFonts_[&control]));
+}
+
+void Drawings::addCharts(ReportDefinition& report) {
+    for (Control* control : allControls(report)) {
+        if (control->kind() == ControlKind::Chart) {
+            chartFonts_[control] = resolveStyle(report, control->styleName, control->style).fontFamily;
+        }
+    }
+    forEachSubReport(report, [&](Control&, Report& inner) { addCharts(inner.definition); });
+}
+
+void Drawings::tell(const char* what) {
+    if (++faults_ <= kFaultsTold) logWarning(std::string("not drawn: ") + what);
+    if (faults_ == kFaultsTold) logWarning("further faults of drawings in this export are not told");
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,34 @@
+// Barcodes and charts for layout, drawn by their own stations.
+#ifndef QBSVR_QBSVRL6_API_DRAWINGS_H
+#define QBSVR_QBSVRL6_API_DRAWINGS_H
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/layout/layout.h"
+
+namespace qbsvrl6 {
+
+// Serves one export. What can't be drawn (a text that a barcode can't hold) leaves its box empty and a line
+// in the log; of many such faults only the first ones are told.
+class Drawings : public DrawingSource {
+public:
+    explicit Drawings(ReportDefinition& report);
+
+    std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
+                                           Size box) override;
+    std::shared_ptr<const Drawing> chart(const Control& control, Size box) override;
+
+private:
+    void addCharts(ReportDefinition& report);
+    void tell(const char* what);
+
+    std::map<const Control*, std::u16string> chartFonts_;  // sub-reports have styles of their own
+    int faults_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

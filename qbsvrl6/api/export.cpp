@@ -1,0 +1,182 @@
+#include "qbsvrl6/api/export.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "qbsvrl6/api/drawings.h"
+#include "qbsvrl6/api/export_kinds.h"
+#include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/report_data.h"
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+using namespace quillbrook;
+
+void addReports(Report& report, std::vector<Report*>& reports) {
+    reports.push_back(&report);
+    forEachSubReport(report.definition, [&](Control&, Report& inner) { addReports(inner, reports); });
+}
+
+// An export under way on this thread: the report with all of its sub-reports. Event handlers call back into
+// the library, exports of other reports among it, so that several may be open, one inside the other.
+class RunningExport {
+public:
+    explicit RunningExport(Report& root) : outer_(innermost) {
+        refuseDuringExport(root);
+        addReports(root, reports_);
+        innermost = this;
+    }
+    ~RunningExport() {
+        innermost = outer_;
+        for (Report* report : releasedMeanwhile_) delete report;
+    }
+    RunningExport(const RunningExport&) = delete;
+    RunningExport& operator=(const RunningExport&) = delete;
+
+    static RunningExport* of(const Report& report) {
+        RunningExport* running = innermost;
+        while (running != nullptr && std::find(running->reports_.begin(), running->reports_.end(), &report) ==
+                                         running->reports_.end()) {
+            running = running->outer_;
+        }
+        return running;
+    }
+    void deleteAtEnd(Report* report) { releasedMeanwhile_.push_back(report); }
+    // Whether the caller still has a report to take the result from.
+    void refuseIfReleased() const {
+        if (!releasedMeanwhile_.empty()) {
+            throw EngineError(ErrorCode::NotSupported, "the report was released during its own export");
+        }
+    }
+    const std::vector<Report*>& reports() const { return reports_; }
+
+private:
+    static thread_local RunningExport* innermost;
+
+    RunningExport* outer_;
+    std::vector<Report*> reports_;  // the root first
+    std::vector<Report*> releasedMeanwhile_;
+};
+
+thread_local RunningExport* RunningExport::innermost = nullptr;
+
+// The data that charts get by request holds for one export.
+class ChartDataRestorer {
+public:
+    void keep(ChartContent& chart) { kept_.emplace_back(&chart, chart.data); }
+    ~ChartDataRestorer() {
+        for (auto& [chart, data] : kept_) chart->data = std::move(data);
+    }
+
+private:
+    std::vector<std::pair<ChartContent*, ChartData>> kept_;
+};
+
+// Handlers are the caller's code and must not raise: where one does, the process ends with what it raised.
+
+void fireInitialize(const RunningExport& running) noexcept {
+    for (Report* report : running.reports()) {
+        Runtime* runtime = findRuntime(*report);
+        if (runtime != nullptr && runtime->handlers.initialize) runtime->handlers.initialize->Execute();
+    }
+}
+
+void fireExportBegin(Runtime& runtime, ExportOptions& options) noexcept {
+    if (runtime.handlers.exportBegin)
+        runtime.handlers.exportBegin->Execute(toHandle<tagQBExportOption>(&options));
+}
+
+void fireChartRequest(CqbChartEventInfo& handler, Control& control) noexcept {
+    handler.Execute(toHandle<tagQBChart>(&control));
+}
+
+// Each chart asks the handler of its own report, or of the nearest one around that has a handler.
+void requestChartData(Report& report, Runtime* handlerOwner, ChartDataRestorer& restorer) {
+    Runtime* own = findRuntime(report);
+    if (own != nullptr && own->handlers.chartRequestData) handlerOwner = own;
+    for (Control* control : allControls(report.definition)) {
+        if (auto* chart = std::get_if<ChartContent>(&control->content)) {
+            if (handlerOwner == nullptr || !handlerOwner->handlers.chartRequestData) continue;
+            restorer.keep(*chart);
+            fireChartRequest(*handlerOwner->handlers.chartRequestData, *control);
+        } else if (auto* subReport = std::get_if<SubReportContent>(&control->content)) {
+            requestChartData(*subReport->report, handlerOwner, restorer);
+        }
+    }
+}
+
+// A picture that can't be had is told and left out: the report is readable without it.
+std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
+    if (report.backgroundPicture.empty()) return nullptr;
+    try {
+        const std::string origin = toUtf8(report.backgroundPicture);
+        return loadPicture(fetch(report.backgroundPicture, report.directory, limits::kPictureBytes), origin);
+    } catch (const EngineError& error) {
+        logWarning(std::string("no background picture: ") + error.what());
+        return nullptr;
+    }
+}
+
+std::string makeDocument(Report& report, const ExportOptions& options) {
+    ReportDefinition& definition = report.definition;
+    ExportJob job{definition, options, layoutOptionsFor(options), backgroundOf(definition)};
+    Drawings drawings(definition);
+    job.layout.drawings = &drawings;
+    std::string output;
+    const std::unique_ptr<PageSink> sink = makeSink(job, output);
+    const ReportData data = collectData(report);
+    ChartDataRestorer restorer;
+    requestChartData(report, nullptr, restorer);
+    layOut(definition, data, job.layout, *sink);
+    if (output.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        throw EngineError(ErrorCode::LimitExceeded, "the document is larger than 2 GB");
+    }
+    return output;
+}
+
+}  // namespace
+
+std::string exportReport(Runtime& runtime, ExportOptions& options) {
+    const RunningExport running(runtime.report);
+    fireInitialize(running);
+    fireExportBegin(runtime, options);
+    std::string document = makeDocument(runtime.report, options);
+    running.refuseIfReleased();
+    return document;
+}
+
+std::string printedReport(Runtime& runtime) {
+    const RunningExport running(runtime.report);
+    fireInitialize(running);
+    std::string document = makeDocument(runtime.report, {});
+    running.refuseIfReleased();
+    return document;
+}
+
+bool isBeingExported(const Report& report) noexcept { return RunningExport::of(report) != nullptr; }
+
+void refuseDuringExport(const Report& report) {
+    if (isBeingExported(report)) {
+        throw EngineError(ErrorCode::NotSupported, "not possible while the report is being exported");
+    }
+}
+
+void releaseReport(Report* report) noexcept {
+    removeLiveReport(report);
+    if (RunningExport* running = RunningExport::of(*report)) {
+        running->deleteAtEnd(report);
+    } else {
+        delete report;
+    }
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,32 @@
+// One export of a report, from its events to the bytes.
+#ifndef QBSVR_QBSVRL6_API_EXPORT_H
+#define QBSVR_QBSVRL6_API_EXPORT_H
+
+#include <string>
+
+#include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/model/export_options.h"
+
+namespace qbsvrl6 {
+
+// Fires the events (initialize; export begins, which may change `options`; chart data) and makes the
+// document. Raises EngineError for whatever stands in the way; the report's definition is as before in any
+// case.
+std::string exportReport(Runtime& runtime, ExportOptions& options);
+
+// The same without the event that an export begins: printing is no export.
+std::string printedReport(Runtime& runtime);
+
+// True while an export of the report, or of one that it belongs to, runs on this thread. What hangs from the
+// report must then stay as it is.
+bool isBeingExported(const Report& report) noexcept;
+
+// Raises EngineError while the report is being exported, for what event handlers can't be allowed.
+void refuseDuringExport(const Report& report);
+
+// Frees a report that QBReportCreate made; during its own export, when that ends.
+void releaseReport(Report* report) noexcept;
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,96 @@
+#include "qbsvrl6/api/export_kinds.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "qbsvrl6/paint/pdf.h"
+#include "qbsvrl6/sheet/writers.h"
+#include "qbsvrl6/support/error.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+using Sink = std::unique_ptr<PageSink>;
+
+Sink makePdf(const ExportJob& job, std::string& output) {
+    return makePdfWriter({job.report.info, job.options.embedWholeFonts, job.background, job.report.watermark},
+                         output);
+}
+
+SheetOptions sheetOptions(const ExportJob& job) {
+    return {job.report.info, columnCuts(job.report, job.layout), job.report.page, job.layout.paged,
+            job.options.pageBreaks};
+}
+
+Sink makeXlsx(const ExportJob& job, std::string& output) { return makeXlsxWriter(sheetOptions(job), output); }
+Sink makeHtm(const ExportJob& job, std::string& output) { return makeHtmWriter(sheetOptions(job), output); }
+Sink makeTxt(const ExportJob& job, std::string& output) { return makeTxtWriter(sheetOptions(job), output); }
+Sink makeCsv(const ExportJob& job, std::string& output) { return makeCsvWriter(sheetOptions(job), output); }
+
+bool always(const ExportOptions&) { return true; }
+bool asXlsx(const ExportOptions& options) { return options.xlsx; }
+
+struct ExportForm {
+    ExportKind kind;
+    bool (*chosen)(const ExportOptions& options);
+    Sink (*make)(const ExportJob& job, std::string& output);
+};
+
+// The first form of its kind that the options choose makes the document.
+constexpr ExportForm kForms[] = {
+    {ExportKind::Pdf, always, makePdf}, {ExportKind::Xls, asXlsx, makeXlsx},
+    {ExportKind::Htm, always, makeHtm}, {ExportKind::Txt, always, makeTxt},
+    {ExportKind::Csv, always, makeCsv},
+};
+
+std::string nameOf(const ExportOptions& options) {
+    switch (options.kind) {
+        case ExportKind::Xls:
+            return options.xlsx ? "XLSX" : "XLS";
+        case ExportKind::Txt:
+            return "TXT";
+        case ExportKind::Htm:
+            return "HTM";
+        case ExportKind::Rtf:
+            return "RTF";
+        case ExportKind::Pdf:
+            return "PDF";
+        case ExportKind::Csv:
+            return "CSV";
+        case ExportKind::Image:
+            return "image";
+    }
+    return "type " + std::to_string(static_cast<int>(options.kind));
+}
+
+}  // namespace
+
+bool isCellKind(ExportKind kind) {
+    return kind == ExportKind::Xls || kind == ExportKind::Txt || kind == ExportKind::Htm ||
+           kind == ExportKind::Rtf || kind == ExportKind::Csv;
+}
+
+LayoutOptions layoutOptionsFor(const ExportOptions& options) {
+    LayoutOptions layout;
+    if (!isCellKind(options.kind)) return layout;
+    layout.paged = options.sameAsPrint;
+    layout.pageHeadersAndFooters = options.pageHeadersAndFooters;
+    layout.onlyDetailGrid = options.onlyDetailGrid;
+    // Where lines end and pages break is of no interest to a table of plain text.
+    layout.measureText = layout.paged || options.kind == ExportKind::Xls || options.kind == ExportKind::Rtf;
+    return layout;
+}
+
+std::unique_ptr<PageSink> makeSink(const ExportJob& job, std::string& output) {
+    const auto form = std::find_if(std::begin(kForms), std::end(kForms), [&](const ExportForm& candidate) {
+        return candidate.kind == job.options.kind && candidate.chosen(job.options);
+    });
+    if (form == std::end(kForms)) {
+        throw EngineError(ErrorCode::NotSupported,
+                          "this engine makes no documents of kind " + nameOf(job.options));
+    }
+    return form->make(job, output);
+}
+
+}  // namespace qbsvrl6

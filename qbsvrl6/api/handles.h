@@ -1,0 +1,73 @@
+// Handles of the C interface and the objects behind them.
+//
+//   tagQBReport, tagQBPrinter, tagQBUtility     Report: checked to be alive
+//   tagQBDetailGrid                             DetailGrid
+//   tagQBRecordset                              DataSource, of a grid
+//   tagQBReportHeaders                          std::vector<SectionPtr>
+//   tagQBSection                                Section
+//   tagQBControls                               ControlList
+//   tagQBControl, tagQBChart                    Control
+//   tagQBSubReport                              SubReportContent
+//   tagQBFont                                   Style
+//   tagQBExportOption and its views by kind     ExportOptions
+//   tagQBBinaryObject                           BinaryObject
+#ifndef QBSVR_QBSVRL6_API_HANDLES_H
+#define QBSVR_QBSVRL6_API_HANDLES_H
+
+#include <string>
+#include <vector>
+
+#include "engine/qbsvr.h"
+#include "qbsvrl6/api/live_reports.h"
+#include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+template <class Handle, class Object>
+Handle* toHandle(Object* object) {
+    return reinterpret_cast<Handle*>(object);
+}
+
+inline DetailGrid* fromHandle(quillbrook::tagQBDetailGrid* handle) {
+    return reinterpret_cast<DetailGrid*>(handle);
+}
+inline DataSource* fromHandle(quillbrook::tagQBRecordset* handle) {
+    return reinterpret_cast<DataSource*>(handle);
+}
+inline std::vector<SectionPtr>* fromHandle(quillbrook::tagQBReportHeaders* handle) {
+    return reinterpret_cast<std::vector<SectionPtr>*>(handle);
+}
+inline Section* fromHandle(quillbrook::tagQBSection* handle) { return reinterpret_cast<Section*>(handle); }
+inline ControlList* fromHandle(quillbrook::tagQBControls* handle) {
+    return reinterpret_cast<ControlList*>(handle);
+}
+inline Control* fromHandle(quillbrook::tagQBControl* handle) { return reinterpret_cast<Control*>(handle); }
+inline Control* fromHandle(quillbrook::tagQBChart* handle) { return reinterpret_cast<Control*>(handle); }
+inline SubReportContent* fromHandle(quillbrook::tagQBSubReport* handle) {
+    return reinterpret_cast<SubReportContent*>(handle);
+}
+inline BinaryObject* fromHandle(quillbrook::tagQBBinaryObject* handle) {
+    return reinterpret_cast<BinaryObject*>(handle);
+}
+
+// The export option handles are one object seen in five ways.
+template <class Handle>
+ExportOptions* optionsFrom(Handle* handle) {
+    return reinterpret_cast<ExportOptions*>(handle);
+}
+
+// The report behind a handle of a report, a printer or a utility; null for null and for a report that is
+// gone.
+template <class Handle>
+Report* reportFrom(Handle* handle) {
+    auto* report = reinterpret_cast<Report*>(handle);
+    return report != nullptr && isLiveReport(report) ? report : nullptr;
+}
+
+// A text argument: null reads as empty.
+inline std::u16string textFrom(const char16_t* text) { return text == nullptr ? std::u16string() : text; }
+
+}  // namespace qbsvrl6
+
+#endif

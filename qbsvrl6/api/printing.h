@@ -1,0 +1,17 @@
+// Printing through the system's print service.
+#ifndef QBSVR_QBSVRL6_API_PRINTING_H
+#define QBSVR_QBSVRL6_API_PRINTING_H
+
+#include <string>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+// Sends a PDF document to the printer of this name, to the default one for an empty name. Gives the name of
+// the printer that took it. Raises EngineError where there is no print service, no such printer, or where the
+// document is refused.
+std::string printDocument(const std::string& printer, const std::string& title, std::string_view pdf);
+
+}  // namespace qbsvrl6
+
+#endif

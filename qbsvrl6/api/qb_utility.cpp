@@ -1,0 +1,33 @@
+// Number formatting and barcodes outside of reports.
+#include <string>
+
+#include "format/numeric_format.h"
+#include "qbsvrl6/api/guard.h"
+#include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/barcode/barcode.h"
+
+using namespace qbsvrl6;
+using namespace quillbrook;
+
+tagQBUtility* QBReportGetUtility(tagQBReport* handle) {
+    return guarded("QBReportGetUtility", static_cast<tagQBUtility*>(nullptr),
+                   [&] { return toHandle<tagQBUtility>(reportFrom(handle)); });
+}
+
+const lkchar* QBUtilityNumberFormat(tagQBUtility* handle, const lkchar* format, double number) {
+    return guarded("QBUtilityNumberFormat", static_cast<const lkchar*>(nullptr), [&]() -> const lkchar* {
+        Report* report = reportFrom(handle);
+        if (report == nullptr) return nullptr;
+        std::u16string& kept = runtimeOf(*report).formattedNumber;
+        kept = larkspur::FormatNumber(number, format == nullptr ? u"" : format);
+        return kept.c_str();
+    });
+}
+
+const lkchar* QBGenerateBarcodeGraph(const lkchar* json) {
+    return guarded("QBGenerateBarcodeGraph", static_cast<const lkchar*>(nullptr), [&]() -> const lkchar* {
+        thread_local std::u16string kept;
+        kept = barcodeSvg(parseBarcodeRequest(textFrom(json)));
+        return kept.c_str();
+    });
+}

@@ -1,0 +1,22 @@
+// The data that one export of a report reads.
+#ifndef QBSVR_QBSVRL6_API_REPORT_DATA_H
+#define QBSVR_QBSVRL6_API_REPORT_DATA_H
+
+#include <functional>
+
+#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+// Fetches what the report, its grid and its sub-reports name. Loaded data stands in for the connections of
+// the report and its grid; sub-reports keep connections of their own. Raises EngineError for data that can't
+// be had and for connections of an unknown kind.
+ReportData collectData(Report& report);
+
+// Calls `visit` for each sub-report that hangs from the report directly, with its control.
+void forEachSubReport(ReportDefinition& report, const std::function<void(Control&, Report&)>& visit);
+
+}  // namespace qbsvrl6
+
+#endif

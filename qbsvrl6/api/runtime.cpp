@@ -1,0 +1,37 @@
+#include "qbsvrl6/api/runtime.h"
+
+#include <utility>
+
+#include "qbsvrl6/api/live_reports.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+Runtime::Runtime(Report& owner) : report(owner) { addLiveReport(&report); }
+
+Runtime::~Runtime() { removeLiveReport(&report); }
+
+void Runtime::forgetTemplate() {
+    walk.clear();
+    walkPosition = 0;
+    prepared = false;
+    dropResults();
+    loadedData.reset();
+    dataCache.clear();
+    printerUsed.clear();
+}
+
+BinaryObject* Runtime::keepResult(std::string bytes) {
+    if (results.size() == limits::kKeptResults) results.pop_front();
+    results.push_back({std::move(bytes)});
+    return &results.back();
+}
+
+Runtime& runtimeOf(Report& report) {
+    if (!report.runtime) report.runtime = std::make_unique<Runtime>(report);
+    return static_cast<Runtime&>(*report.runtime);
+}
+
+Runtime* findRuntime(Report& report) { return static_cast<Runtime*>(report.runtime.get()); }
+
+}  // namespace qbsvrl6

@@ -1,0 +1,98 @@
+#include "tests/qbsvrl6/api/api_fixture.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "qbsvrl6/support/utf.h"
+
+namespace api_test {
+
+namespace {
+
+constexpr const char* kList = R"(<?xml version="1.0" encoding="UTF-8"?>
+<Report version="1">
+  <Data connection="xml" query="list.txt" table="Rows"/>
+  <ReportHeader height="10mm">
+    <Text name="Title" width="100mm" height="8mm" text="Report of [Year]"/>
+    <Chart name="ChartBar" x="110mm" width="50mm" height="8mm">
+      <Category name="own"/>
+      <Series label="own" values="1"/>
+    </Chart>
+    <SubReport name="Inner" y="9mm" width="100mm" height="1mm">
+      <Report>
+        <ReportHeader height="5mm">
+          <Chart name="InnerChart" width="50mm" height="5mm"/>
+        </ReportHeader>
+      </Report>
+    </SubReport>
+  </ReportHeader>
+  <Grid>
+    <Columns>
+      <Column name="Name" width="60mm">
+        <Title text="Name"/>
+        <Content name="NameCell" text="[Name]"/>
+      </Column>
+      <Column name="Amount" width="40mm">
+        <Title text="Amount"/>
+        <Content name="AmountCell" text="[Amount:0.00]"/>
+      </Column>
+    </Columns>
+  </Grid>
+</Report>
+)";
+
+constexpr const char* kBare = R"(<Report version="1"><ReportHeader height="10mm">
+  <Text width="50mm" height="8mm" text="bare"/></ReportHeader></Report>)";
+
+constexpr const char* kData =
+    R"({"Year":2024,"Rows":[{"Name":"张三","Amount":1.5},{"Name":"Li","Amount":20}]})";
+
+}  // namespace
+
+std::u16string wide(const std::string& utf8) { return qbsvrl6::toUtf16(utf8); }
+std::string narrow(const lkchar* text) { return text == nullptr ? "(null)" : qbsvrl6::toUtf8(text); }
+
+ApiTest::ApiTest() {
+    char pattern[] = "/tmp/qbsvr-api-XXXXXX";
+    directory_ = std::string(::mkdtemp(&pattern[0])) + "/";
+    QBInitConfig(path("").c_str());
+    write("list.qbf", kList);
+    write("bare.qbf", kBare);
+    write("list.txt", kData);
+}
+
+ApiTest::~ApiTest() {
+    QBInitConfig(u"/dev/null");
+    std::filesystem::remove_all(directory_);
+}
+
+void ApiTest::write(const std::string& name, const std::string& contents) const {
+    std::ofstream(directory_ + name, std::ios::binary) << contents;
+}
+
+std::string ApiTest::read(const std::string& name) const {
+    std::ostringstream text;
+    text << std::ifstream(directory_ + name, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+bool ApiTest::exists(const std::string& name) const { return std::filesystem::exists(directory_ + name); }
+
+std::string ApiTest::takeLog() {
+    const std::string log = exists("log/qbsvrl6.log") ? read("log/qbsvrl6.log") : "";
+    std::string news = log.substr(logRead_);
+    logRead_ = log.size();
+    return news;
+}
+
+std::string ApiTest::bytesOf(tagQBBinaryObject* object) {
+    if (object == nullptr) return "(null)";
+    return {static_cast<const char*>(QBBinaryObjectGetDataBuf(object)),
+            static_cast<std::size_t>(QBBinaryObjectGetDataSize(object))};
+}
+
+}  // namespace api_test

@@ -1,0 +1,59 @@
+// A scratch directory with a small report and its data, and the engine's log in it.
+#ifndef QBSVR_TESTS_QBSVRL6_API_API_FIXTURE_H
+#define QBSVR_TESTS_QBSVRL6_API_API_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "engine/qbsvr.h"
+
+namespace api_test {
+
+using namespace quillbrook;
+
+std::u16string wide(const std::string& utf8);
+std::string narrow(const lkchar* text);
+
+// "list.qbf" has a detail grid over "list.txt", a chart, and a sub-report with a chart; "bare.qbf" has no
+// grid.
+class ApiTest : public testing::Test {
+protected:
+    ApiTest();
+    ~ApiTest() override;
+
+    void write(const std::string& name, const std::string& contents) const;
+    std::string read(const std::string& name) const;
+    bool exists(const std::string& name) const;
+    std::u16string path(const std::string& name) const { return wide(directory_ + name); }
+
+    // What the engine has logged since the last call.
+    std::string takeLog();
+
+    static std::string bytesOf(tagQBBinaryObject* object);
+    static std::string exported(tagQBReport* report, tagQBExportType type) {
+        return bytesOf(QBReportExportDirectToBinaryObject(report, type));
+    }
+
+    std::string directory_;
+
+private:
+    std::size_t logRead_ = 0;
+};
+
+// The report that is created with it and released at the end of the scope.
+class OwnReport {
+public:
+    OwnReport() : report_(QBReportCreate()) {}
+    ~OwnReport() { QBReportRelease(report_); }
+    OwnReport(const OwnReport&) = delete;
+    OwnReport& operator=(const OwnReport&) = delete;
+    operator tagQBReport*() const { return report_; }
+
+private:
+    tagQBReport* report_;
+};
+
+}  // namespace api_test
+
+#endif

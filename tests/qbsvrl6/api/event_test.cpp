@@ -1,0 +1,172 @@
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "tests/qbsvrl6/api/api_fixture.h"
+
+namespace api_test {
+namespace {
+
+// What handlers did, in order.
+using Journal = std::string;
+
+class OnInitialize : public CqbGeneralEventInfo {
+public:
+    OnInitialize(Journal& journal, std::function<void()> action = {})
+        : journal_(journal), action_(std::move(action)) {}
+    ~OnInitialize() override { journal_ += "~init "; }
+    void Execute() override {
+        journal_ += "init ";
+        if (action_) action_();
+    }
+
+private:
+    Journal& journal_;
+    std::function<void()> action_;
+};
+
+class OnExportBegin : public CqbExportEventInfo {
+public:
+    OnExportBegin(Journal& journal, std::function<void(tagQBExportOption*)> action = {})
+        : journal_(journal), action_(std::move(action)) {}
+    ~OnExportBegin() override { journal_ += "~begin "; }
+    void Execute(tagQBExportOption* option) override {
+        journal_ += "begin:" + std::to_string(QBExportOptionGetExportType(option)) + " ";
+        if (action_) action_(option);
+    }
+
+private:
+    Journal& journal_;
+    std::function<void(tagQBExportOption*)> action_;
+};
+
+class OnChart : public CqbChartEventInfo {
+public:
+    OnChart(Journal& journal, std::function<void(tagQBChart*)> action = {})
+        : journal_(journal), action_(std::move(action)) {}
+    ~OnChart() override { journal_ += "~chart "; }
+    void Execute(tagQBChart* chart) override {
+        journal_ += narrow(QBControlGetName(reinterpret_cast<tagQBControl*>(chart))) + " ";
+        if (action_) action_(chart);
+    }
+
+private:
+    Journal& journal_;
+    std::function<void(tagQBChart*)> action_;
+};
+
+TEST_F(ApiTest, EventsComeInOrderAndHandlersDieOnceWithTheirReport) {
+    Journal journal;
+    tagQBReport* report = QBReportCreate();
+    QBAttachEventChartRequestData(report, new OnChart(journal));
+    QBAttachEventExportBegin(report, new OnExportBegin(journal));
+    QBAttachEventInitialize(report, new OnInitialize(journal));
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    EXPECT_EQ(journal, "") << "handlers survive a load";
+
+    EXPECT_NE(exported(report, QBExportType_CSV), "(null)") << takeLog();
+    EXPECT_EQ(std::exchange(journal, ""), "init begin:6 ChartBar InnerChart ");
+
+    QBReportPrepareExport(report, QBExportType_TXT);
+    EXPECT_EQ(journal, "") << "an export begins when it runs";
+    EXPECT_NE(QBReportExportToBinaryObject(report), nullptr);
+    QBReportUnprepareExport(report);
+    EXPECT_EQ(std::exchange(journal, ""), "init begin:2 ChartBar InnerChart ");
+
+    QBAttachEventInitialize(report, new OnInitialize(journal));
+    EXPECT_EQ(std::exchange(journal, ""), "~init ") << "the one that was replaced";
+    auto* same = new OnExportBegin(journal);
+    QBAttachEventExportBegin(report, same);
+    QBAttachEventExportBegin(report, same);
+    EXPECT_EQ(std::exchange(journal, ""), "~begin ");
+    QBAttachEventInitialize(report, nullptr);
+    EXPECT_EQ(std::exchange(journal, ""), "~init ") << "detached";
+    QBReportRelease(report);
+    EXPECT_EQ(journal, "~chart ~begin ");
+}
+
+TEST_F(ApiTest, AnExportHandlerChangesTheOptionsOfADirectExport) {
+    Journal journal;
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    EXPECT_EQ(exported(report, QBExportType_XLS), "(null)");
+    EXPECT_NE(takeLog().find("no documents of kind XLS"), std::string::npos);
+    QBAttachEventExportBegin(report, new OnExportBegin(journal, [](tagQBExportOption* option) {
+                                 QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
+                             }));
+    EXPECT_EQ(exported(report, QBExportType_XLS).substr(0, 2), "PK");
+    EXPECT_EQ(exported(report, QBExportType_PDF).substr(0, 5), "%PDF-") << "and leaves other kinds alone";
+}
+
+TEST_F(ApiTest, ChartDataHoldsForOneExport) {
+    Journal journal;
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    write(
+        "chart.txt",
+        R"(<Chart><Row Category="Q1" Series="A" Value="1"/><Row Category="Q1" Series="B" Value="2"/></Chart>)");
+    int loaded = 0;
+    QBAttachEventChartRequestData(report, new OnChart(journal, [&](tagQBChart* chart) {
+                                      QBChartSetSeriesCount(chart, 3);
+                                      QBChartSetSeriesLabel(chart, 0, u"张三");
+                                      QBChartSetSeriesLabel(chart, 3, u"beyond");
+                                      QBChartSetSeriesLabel(chart, -1, u"beyond");
+                                      // Calls back into the report that is being exported.
+                                      loaded += QBChartLoadDataFromXML(
+                                          chart, QBReportExtractXMLFromURL(report, u"chart.txt"), 0, 0, 1);
+                                      EXPECT_EQ(QBChartLoadDataFromXML(chart, u"<Chart", 1, 1, 1), 0);
+                                      QBReportSaveToFile(report, path("during.qbf").c_str());
+                                  }));
+    EXPECT_NE(exported(report, QBExportType_CSV), "(null)") << takeLog();
+    EXPECT_EQ(loaded, 2);
+    EXPECT_NE(read("during.qbf").find("<Category name=\"Q1\"/>"), std::string::npos);
+    EXPECT_NE(read("during.qbf").find("<Series label=\"张三\" values=\"1\"/>"), std::string::npos);
+    QBReportSaveToFile(report, path("after.qbf").c_str());
+    EXPECT_EQ(read("after.qbf"), read("list.qbf"));
+}
+
+TEST_F(ApiTest, ASubReportsOwnHandlerComesFirst) {
+    Journal journal;
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    QBAttachEventChartRequestData(report, new OnChart(journal));
+    for (tagQBControl* control = QBReportFindFirstControl(report); control != nullptr;
+         control = QBReportFindNextControl(report)) {
+        tagQBReport* inner = QBSubReportGetReport(QBControlGetAsSubReport(control));
+        if (inner == nullptr) continue;
+        QBAttachEventChartRequestData(inner,
+                                      new OnChart(journal, [&](tagQBChart*) { journal += "(inner) "; }));
+    }
+    EXPECT_NE(exported(report, QBExportType_CSV), "(null)") << takeLog();
+    EXPECT_EQ(journal, "ChartBar InnerChart (inner) ");
+}
+
+TEST_F(ApiTest, HandlersCantPullTheReportAwayFromUnderItsExport) {
+    Journal journal;
+    tagQBReport* report = QBReportCreate();
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    QBReportPrepareExport(report, QBExportType_CSV);
+    QBAttachEventChartRequestData(
+        report, new OnChart(journal, [&](tagQBChart*) {
+            EXPECT_EQ(QBReportLoadFromFile(report, path("bare.qbf").c_str()), 0);
+            EXPECT_EQ(QBReportUnprepareExport(report), 0);
+            EXPECT_EQ(QBReportExportToBinaryObject(report), nullptr);
+            EXPECT_EQ(QBReportExportDirectToBinaryObject(report, QBExportType_TXT), nullptr);
+            const OwnReport other;
+            QBReportLoadFromFile(other, path("bare.qbf").c_str());
+            EXPECT_NE(exported(other, QBExportType_CSV), "(null)")
+                << "another report may be exported meanwhile";
+            QBAttachEventChartRequestData(report, new OnChart(journal));  // in the place of the running one
+        }));
+    EXPECT_NE(QBReportExportToBinaryObject(report), nullptr);
+    EXPECT_EQ(std::exchange(journal, ""), "ChartBar InnerChart ");
+
+    QBAttachEventInitialize(report, new OnInitialize(journal, [&] { QBReportRelease(report); }));
+    EXPECT_EQ(std::exchange(journal, ""), "~chart ");
+    EXPECT_EQ(QBReportExportToBinaryObject(report), nullptr);
+    EXPECT_EQ(journal, "init ChartBar InnerChart ~chart ~init ") << "released when its export ends";
+    EXPECT_EQ(QBReportGetDetailGrid(report), nullptr);
+}
+
+}  // namespace
+}  // namespace api_test

@@ -1,0 +1,40 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+
+namespace {
+
+// The names that follow QBSVR_API in the interface's header.
+std::set<std::string> declaredFunctions() {
+    std::ostringstream text;
+    text << std::ifstream(QBSVR_SOURCE_DIR "/engine/qbsvr.h").rdbuf();
+    const std::string header = text.str();
+    std::set<std::string> names;
+    for (std::size_t at = 0; (at = header.find("\nQBSVR_API ", at)) != std::string::npos; ++at) {
+        const std::size_t name = header.find(" QB", at);
+        const std::size_t pointer = header.find("*QB", at);
+        const std::size_t start = std::min(name, pointer) + 1;
+        names.insert(header.substr(start, header.find('(', start) - start));
+    }
+    return names;
+}
+
+TEST(ExportList, IsTheInterfaceAndNothingElse) {
+    std::FILE* output = ::popen("nm -D --defined-only " QBSVR_ENGINE_FILE, "r");
+    ASSERT_NE(output, nullptr);
+    std::set<std::string> exported;
+    for (char line[1024]; std::fgets(line, sizeof line, output) != nullptr;) {
+        const std::string text(line);
+        exported.insert(text.substr(text.rfind(' ') + 1, text.rfind('\n') - text.rfind(' ') - 1));
+    }
+    EXPECT_EQ(::pclose(output), 0);
+    EXPECT_EQ(exported.size(), 71u);
+    EXPECT_EQ(exported, declaredFunctions());
+}
+
+}  // namespace

@@ -1,0 +1,168 @@
+#include <filesystem>
+#include <string>
+
+#include "tests/qbsvrl6/api/api_fixture.h"
+
+namespace api_test {
+namespace {
+
+TEST_F(ApiTest, MakesEachKindOrSaysWhyNot) {
+    struct Case {
+        tagQBExportType type;
+        const char* start;  // of the document; null: not made
+    };
+    const Case cases[] = {
+        {QBExportType_PDF, "%PDF-"}, {QBExportType_HTM, "<!DOCTYPE html>"},
+        {QBExportType_TXT, ""},      {QBExportType_CSV, "\xEF\xBB\xBF"},
+        {QBExportType_XLS, nullptr}, {QBExportType_RTF, nullptr},
+        {QBExportType_IMG, nullptr}, {static_cast<tagQBExportType>(0), nullptr},
+    };
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    for (const Case& test : cases) {
+        const std::string document = exported(report, test.type);
+        if (test.start != nullptr) {
+            EXPECT_TRUE(document.starts_with(test.start)) << test.type << document.substr(0, 40);
+            EXPECT_GT(document.size(), 20u) << test.type;
+        } else {
+            EXPECT_EQ(document, "(null)") << test.type;
+            EXPECT_NE(
+                takeLog().find("QBReportExportDirectToBinaryObject: this engine makes no documents of kind"),
+                std::string::npos);
+        }
+    }
+}
+
+TEST_F(ApiTest, ReadsTheDataThatTheQueriesName) {
+    write("other.txt", R"([{"Name":"other","Amount":3}])");
+    write("rows.txt", R"([{"Name":"grid","Amount":4}])");
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    const auto csv = [&] { return exported(report, QBExportType_CSV); };
+    EXPECT_NE(csv().find("张三"), std::string::npos);
+    EXPECT_NE(csv().find("20.00"), std::string::npos);
+    EXPECT_NE(csv().find("Report of 2024"), std::string::npos);
+
+    write("list.txt", R"({"Year":2025,"Rows":[{"Name":"changed meanwhile"}]})");
+    EXPECT_NE(csv().find("changed meanwhile"), std::string::npos);
+
+    tagQBRecordset* recordset = QBDetailGridGetRecordset(QBReportGetDetailGrid(report));
+    QBRecordsetSetQuerySQL(recordset, path("rows.txt").c_str());
+    EXPECT_EQ(csv().find("grid"), std::string::npos) << "without a connection the query is nothing";
+    QBRecordsetSetConnectionString(recordset, u"xml");
+    EXPECT_NE(csv().find("grid"), std::string::npos);
+    EXPECT_NE(csv().find("Report of 2025"), std::string::npos);
+
+    EXPECT_EQ(QBReportLoadDataFromURL(report, u"other.txt"), 1);
+    EXPECT_NE(csv().find("other"), std::string::npos) << "loaded data stands in for all connections";
+    EXPECT_EQ(QBReportLoadDataFromURL(report, u"absent.txt"), 0);
+    EXPECT_NE(csv().find("grid"), std::string::npos) << "what failed to load leaves no old data behind";
+
+    QBRecordsetSetConnectionString(recordset, u"");
+    QBReportSetConnectionString(report, u"");
+    EXPECT_EQ(csv().find("2025"), std::string::npos) << "no data is no fault";
+    EXPECT_EQ(csv().find("(null)"), std::string::npos);
+}
+
+TEST_F(ApiTest, TellsWhatIsWrongWithTheData) {
+    write("cut.txt", "[{\"Name\":\"a\"},\n{\"Name");
+    struct Case {
+        const char16_t* connection;
+        const char16_t* query;
+        const char* log;
+    };
+    const Case cases[] = {
+        {u"xml", u"absent.txt", "absent.txt: No such file"},
+        {u"xml", u"cut.txt", "cut.txt:2:"},
+        {u"xml", u"list.qbf/x", "list.qbf/x"},
+        {u"Driver={DB}", u"select", "the connection \"Driver={DB}\""},
+    };
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    for (const Case& test : cases) {
+        QBReportSetConnectionString(report, test.connection);
+        QBReportSetQuerySQL(report, test.query);
+        EXPECT_EQ(exported(report, QBExportType_CSV), "(null)") << narrow(test.query);
+        EXPECT_NE(takeLog().find(test.log), std::string::npos) << test.log;
+    }
+}
+
+TEST_F(ApiTest, ResultsStayUntilTheExportIsUnprepared) {
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    EXPECT_EQ(QBReportExportToBinaryObject(report), nullptr) << "nothing is prepared";
+    EXPECT_NE(takeLog().find("no export is prepared"), std::string::npos);
+
+    tagQBBinaryObject* direct = QBReportExportDirectToBinaryObject(report, QBExportType_CSV);
+    const std::string first = bytesOf(direct);
+    tagQBExportOption* option = QBReportPrepareExport(report, QBExportType_CSV);
+    QBE2CellOptionSetOnlyExportDetailGrid(QBExportOptionGetAsE2CellOption(option), 1);
+    tagQBBinaryObject* prepared = QBReportExportToBinaryObject(report);
+    EXPECT_EQ(bytesOf(prepared).find("Report of"), std::string::npos);
+    EXPECT_EQ(bytesOf(direct), first);
+    EXPECT_EQ(QBReportUnprepareExport(report), 1);
+    EXPECT_EQ(QBReportUnprepareExport(report), 0);
+    EXPECT_EQ(QBReportExportToBinaryObject(report), nullptr);
+    EXPECT_EQ(QBExportOptionGetExportType(option), QBExportType_CSV) << "a stale option does no harm";
+
+    EXPECT_EQ(exported(report, QBExportType_CSV), first) << "options don't outlive their export";
+    EXPECT_EQ(exported(report, QBExportType_PDF), exported(report, QBExportType_PDF))
+        << "the same bytes each time";
+}
+
+TEST_F(ApiTest, OptionsAreSeenByTheirKindOnly) {
+    const OwnReport report;
+    for (int type = 0; type <= 8; ++type) {
+        tagQBExportOption* option = QBReportPrepareExport(report, static_cast<tagQBExportType>(type));
+        const std::string views = std::string(QBExportOptionGetAsE2CellOption(option) ? "cell " : "") +
+                                  (QBExportOptionGetAsE2XLSOption(option) ? "xls " : "") +
+                                  (QBExportOptionGetAsE2IMGOption(option) ? "img " : "") +
+                                  (QBExportOptionGetAsE2PDFOption(option) ? "pdf " : "");
+        const char* expected[] = {"", "cell xls ", "cell ", "cell ", "cell ", "pdf ", "cell ", "img ", ""};
+        EXPECT_EQ(views, expected[type]) << type;
+    }
+}
+
+TEST_F(ApiTest, WritesFilesWholeOrNotAtAll) {
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    tagQBExportOption* option = QBReportPrepareExport(report, QBExportType_XLS);
+    QBExportOptionSetFileName(option, path("new/dir/list.xlsx").c_str());
+    QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
+    EXPECT_EQ(QBReportExport(report, 0), 1) << takeLog();
+    EXPECT_EQ(read("new/dir/list.xlsx").substr(0, 2), "PK");
+    QBExportOptionSetFileName(option, u"");
+    EXPECT_EQ(QBReportExport(report, 0), 0);
+    EXPECT_NE(takeLog().find("no file is named"), std::string::npos);
+    QBReportUnprepareExport(report);
+
+    EXPECT_EQ(QBReportExportDirect(report, QBExportType_PDF, path("new/list.pdf").c_str(), 0, 0), 1);
+    EXPECT_EQ(read("new/list.pdf"), exported(report, QBExportType_PDF));
+    write("kept.xls", "old");
+    EXPECT_EQ(QBReportExportDirect(report, QBExportType_XLS, path("kept.xls").c_str(), 1, 1), 0);
+    EXPECT_EQ(read("kept.xls"), "old");
+    EXPECT_EQ(QBReportExportDirect(report, QBExportType_CSV, u"/dev/full", 0, 0), 0);
+    EXPECT_EQ(QBReportExportDirect(report, QBExportType_CSV, path("kept.xls/below.csv").c_str(), 0, 0), 0);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_ + "new"), {}), 2)
+        << "no leftovers";
+}
+
+TEST_F(ApiTest, AMissingBackgroundPictureIsLeftOutAndTold) {
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("bare.qbf").c_str());
+    const std::string plain = exported(report, QBExportType_PDF);
+    QBReportSetBackImageFile(report, u"absent.png");
+    EXPECT_EQ(exported(report, QBExportType_PDF), plain);
+    EXPECT_NE(takeLog().find("no background picture: "), std::string::npos);
+    QBReportSetBackImageFile(report,
+                             wide(QBSVR_SOURCE_DIR "/samples/Samples/Data/Picture/Butterfly.jpg").c_str());
+    EXPECT_GT(exported(report, QBExportType_PDF).size(), plain.size() + 1000);
+}
+
+TEST_F(ApiTest, AnEmptyReportIsExportedToo) {
+    const OwnReport report;
+    EXPECT_EQ(exported(report, QBExportType_PDF).substr(0, 5), "%PDF-") << takeLog();
+}
+
+}  // namespace
+}  // namespace api_test

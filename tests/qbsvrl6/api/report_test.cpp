@@ -1,0 +1,194 @@
+#include <string>
+#include <vector>
+
+#include "tests/qbsvrl6/api/api_fixture.h"
+
+namespace api_test {
+namespace {
+
+std::string names(tagQBReport* report) {
+    std::string walk;
+    for (tagQBControl* control = QBReportFindFirstControl(report); control != nullptr;
+         control = QBReportFindNextControl(report)) {
+        walk +=
+            narrow(QBControlGetName(control)) + ":" + std::to_string(QBControlGetControlType(control)) + " ";
+    }
+    return walk;
+}
+
+tagQBReport* innerReport(tagQBReport* report, const std::string& name) {
+    for (tagQBControl* control = QBReportFindFirstControl(report); control != nullptr;
+         control = QBReportFindNextControl(report)) {
+        if (narrow(QBControlGetName(control)) == name)
+            return QBSubReportGetReport(QBControlGetAsSubReport(control));
+    }
+    return nullptr;
+}
+
+TEST_F(ApiTest, ModuleTellsOfItself) {
+    EXPECT_TRUE(narrow(QBGetModulePath()).ends_with("/libqbsvrl6.so")) << narrow(QBGetModulePath());
+    EXPECT_TRUE(narrow(QBGetModulePath()).starts_with("/"));
+    EXPECT_EQ(narrow(QBGetModuleVersion()).substr(0, 2), "1.");
+    EXPECT_NE(narrow(QBGetModuleInfo()).find(" Linux"), std::string::npos);
+}
+
+TEST_F(ApiTest, LoadsReplacesAndSaves) {
+    const OwnReport report;
+    ASSERT_EQ(QBReportLoadFromFile(report, path("list.qbf").c_str()), 1);
+    ASSERT_EQ(QBReportSaveToFile(report, path("new/dir/saved.qbf").c_str()), 1);
+    EXPECT_EQ(read("new/dir/saved.qbf"), read("list.qbf"));
+
+    ASSERT_EQ(QBReportLoadFromFile(report, path("bare.qbf").c_str()), 1);
+    EXPECT_EQ(QBReportGetDetailGrid(report), nullptr);
+    ASSERT_EQ(QBReportLoadFromFile(report, path("list.qbf").c_str()), 1);
+    EXPECT_NE(QBReportGetDetailGrid(report), nullptr);
+    EXPECT_EQ(takeLog(), "");
+}
+
+TEST_F(ApiTest, AReportThatFailsToLoadIsEmptyAndTheLogSaysWhy) {
+    write("bad.qbf", "<Report version=\"1\">\n  <Page siz=\"A4\"/></Report>");
+    const OwnReport report;
+    ASSERT_EQ(QBReportLoadFromFile(report, path("list.qbf").c_str()), 1);
+    EXPECT_EQ(QBReportLoadFromFile(report, path("bad.qbf").c_str()), 0);
+    EXPECT_EQ(QBReportGetDetailGrid(report), nullptr);
+    EXPECT_EQ(names(report), "");
+    EXPECT_NE(
+        takeLog().find("QBReportLoadFromFile: " + directory_ + "bad.qbf:2:9: unknown attribute \"siz\""),
+        std::string::npos);
+    EXPECT_EQ(QBReportLoadFromFile(report, path("absent.qbf").c_str()), 0);
+    EXPECT_NE(takeLog().find("absent.qbf: No such file"), std::string::npos);
+    EXPECT_EQ(QBReportSaveToFile(report, path("list.qbf/x.qbf").c_str()), 0);
+    EXPECT_NE(takeLog().find("QBReportSaveToFile: "), std::string::npos);
+}
+
+TEST_F(ApiTest, SavesWhatTheSettersChanged) {
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    tagQBDetailGrid* grid = QBReportGetDetailGrid(report);
+    tagQBRecordset* recordset = QBDetailGridGetRecordset(grid);
+    QBReportSetQuerySQL(report, u"other & more.txt");
+    QBReportSetConnectionString(report, u"");
+    QBRecordsetSetQuerySQL(recordset, u"rows.txt");
+    const lkchar* query = QBRecordsetGetQuerySQL(recordset);
+    QBRecordsetSetConnectionString(recordset, u"xml");
+    EXPECT_EQ(narrow(query), "rows.txt") << "stays readable across the connection's change";
+    QBRecordsetSetQuerySQL(recordset, query);
+    QBDetailGridSetPrintAdaptMethod(grid, QBColumnPrintAdaptMethod_WrapExcludeGroup);
+    QBReportSetBackImageFile(report, u"back.png");
+    QBPrinterSetPrinterName(QBReportGetPrinter(report), u"Office");
+    ASSERT_EQ(QBReportSaveToFile(report, path("saved.qbf").c_str()), 1);
+    for (const char* part :
+         {"<Data query=\"other &amp; more.txt\" table=\"Rows\"/>",
+          "<Recordset connection=\"xml\" query=\"rows.txt\"/>", "adapt=\"wrapExcludeGroup\"",
+          "<Background picture=\"back.png\"/>", "<Printer name=\"Office\"/>"}) {
+        EXPECT_NE(read("saved.qbf").find(part), std::string::npos) << part;
+    }
+    const OwnReport again;
+    EXPECT_EQ(QBReportLoadFromFile(again, path("saved.qbf").c_str()), 1);
+    EXPECT_EQ(narrow(QBReportGetQuerySQL(again)), "other & more.txt");
+    EXPECT_EQ(narrow(QBPrinterGetPrinterName(QBReportGetPrinter(again))), "Office");
+}
+
+TEST_F(ApiTest, WalksLeaveEachOtherAlone) {
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    std::string walk;
+    for (tagQBControl* control = QBReportFindFirstControl(report); control != nullptr;
+         control = QBReportFindNextControl(report)) {
+        walk += narrow(QBControlGetName(control)) + " ";
+        if (tagQBSubReport* inner = QBControlGetAsSubReport(control)) {
+            EXPECT_EQ(QBControlGetControlType(control), QBControlType_SubReport);
+            walk += "( " + names(QBSubReportGetReport(inner)) + ") ";
+        }
+    }
+    EXPECT_EQ(walk, "Title ChartBar Inner ( InnerChart:6 )   NameCell AmountCell ");
+    EXPECT_EQ(QBReportFindNextControl(report), nullptr) << "the walk has ended";
+}
+
+TEST_F(ApiTest, SubReportsLiveAndDieWithTheirParent) {
+    tagQBReport* report = QBReportCreate();
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    tagQBReport* inner = innerReport(report, "Inner");
+    ASSERT_NE(inner, nullptr);
+    QBReportRelease(inner);
+    EXPECT_EQ(names(inner), "InnerChart:6 ") << "a borrowed report isn't released";
+    EXPECT_NE(takeLog().find("QBReportRelease"), std::string::npos);
+
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    EXPECT_EQ(QBReportLoadFromFile(inner, path("bare.qbf").c_str()), 0) << "gone with the old template";
+    inner = innerReport(report, "Inner");
+    QBReportRelease(report);
+    EXPECT_EQ(names(inner), "");
+}
+
+TEST_F(ApiTest, BuildsAReportAroundASubReport) {
+    const OwnReport report;
+    tagQBSection* section = QBReportHeadersAdd(QBReportGetReportHeaders(report));
+    QBSectionSetHeight(section, 1.0);
+    QBSectionSetCanGrow(section, 1);
+    tagQBControl* control = QBControlsAdd(QBSectionGetControls(section), QBControlType_SubReport);
+    tagQBReport* inner = QBSubReportGetReport(QBControlGetAsSubReport(control));
+    ASSERT_EQ(QBReportLoadFromFile(inner, path("list.qbf").c_str()), 1);
+    ASSERT_EQ(QBReportSaveToFile(inner, path("inner.qbf").c_str()), 1);
+    EXPECT_EQ(read("inner.qbf"), read("list.qbf"));
+    for (const int type : {1, 2, 3, 4, 5, 6, 9}) {
+        tagQBControl* added =
+            QBControlsAdd(QBSectionGetControls(section), static_cast<tagQBControlType>(type));
+        EXPECT_EQ(QBControlGetControlType(added), type);
+        EXPECT_EQ(QBControlGetAsSubReport(added) != nullptr, type == 9);
+    }
+    ASSERT_EQ(QBReportSaveToFile(report, path("outer.qbf").c_str()), 1);
+    const OwnReport again;
+    ASSERT_EQ(QBReportLoadFromFile(again, path("outer.qbf").c_str()), 1) << takeLog();
+    EXPECT_EQ(names(again), ":9 :1 :2 :3 :4 :5 :6 :9 ");
+}
+
+TEST_F(ApiTest, AssignCopiesTheDefinition) {
+    const OwnReport first;
+    QBReportLoadFromFile(first, path("list.qbf").c_str());
+    const OwnReport second;
+    QBObjectAssign(second, first);
+    QBReportSetQuerySQL(first, u"changed");
+    QBReportSaveToFile(second, path("copy.qbf").c_str());
+    EXPECT_EQ(read("copy.qbf"), read("list.qbf"));
+    QBObjectAssign(second, second);
+    EXPECT_NE(names(second), "");
+    QBObjectAssign(first, innerReport(first, "Inner"));
+    EXPECT_EQ(names(first), "InnerChart:6 ") << "a part of itself";
+}
+
+TEST_F(ApiTest, FormatsNumbersAndDrawsBarcodes) {
+    const OwnReport report;
+    tagQBUtility* utility = QBReportGetUtility(report);
+    EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"#,##0.00", 1234.5)), "1,234.50");
+    EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"#,##0.00;;#", 0)), "");
+    const std::string graph = narrow(QBGenerateBarcodeGraph(
+        u"{\"codepage\":65001,\"requireShowText\":true,\"text\":\"123456\",\"type\":1}"));
+    EXPECT_NE(graph.find("<svg"), std::string::npos) << graph;
+    EXPECT_EQ(QBGenerateBarcodeGraph(u"{\"text\":\"123456\",\"type\":1000}"), nullptr);
+    EXPECT_EQ(QBGenerateBarcodeGraph(u"{\"text"), nullptr);
+    EXPECT_NE(takeLog().find("QBGenerateBarcodeGraph: "), std::string::npos);
+}
+
+TEST_F(ApiTest, PrintingWithoutAPrinterIsLoggedAndKeepsTheName) {
+    ::setenv("CUPS_SERVER", (directory_ + "no.sock").c_str(), 1);
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    tagQBPrinter* printer = QBReportGetPrinter(report);
+    QBPrinterSetPrinterName(printer, u"Office");
+    QBReportPrint(report, 0);
+    EXPECT_EQ(narrow(QBPrinterGetPrinterName(printer)), "Office");
+    EXPECT_NE(takeLog().find("QBReportPrint: "), std::string::npos);
+    EXPECT_NE(QBReportGetFont(report), nullptr);
+}
+
+TEST_F(ApiTest, TheLogFollowsTheSetupPath) {
+    const OwnReport report;
+    QBInitConfig(path("elsewhere").c_str());
+    QBReportLoadFromFile(report, u"/nowhere.qbf");
+    EXPECT_NE(read("elsewhere/log/qbsvrl6.log").find("/nowhere.qbf"), std::string::npos);
+    EXPECT_EQ(takeLog(), "");
+}
+
+}  // namespace
+}  // namespace api_test
