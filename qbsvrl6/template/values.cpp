@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "common/base64.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -208,64 +209,18 @@ std::string wordsFault(std::span<const std::string_view> words) {
     return text;
 }
 
-namespace {
-
-constexpr std::string_view kBase64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-constexpr std::array<std::int8_t, 256> makeBase64Values() {
-    std::array<std::int8_t, 256> values{};
-    for (auto& value : values) value = -1;
-    for (std::size_t i = 0; i < kBase64.size(); ++i) {
-        values[static_cast<unsigned char>(kBase64[i])] = static_cast<std::int8_t>(i);
-    }
-    return values;
-}
-
-}  // namespace
-
 std::string readBase64(std::string_view text) {
-    static constexpr std::array<std::int8_t, 256> kValues = makeBase64Values();
-    std::string bytes;
-    bytes.reserve(text.size() / 4 * 3);
-    std::uint32_t bits = 0;
-    int digits = 0;
-    int padding = 0;
-    for (const char character : text) {
-        if (character == ' ' || character == '\n' || character == '\r' || character == '\t') continue;
-        if (character == '=') {
-            ++padding;
-            continue;
-        }
-        const std::int8_t value = kValues[static_cast<unsigned char>(character)];
-        if (value < 0 || padding > 0) fault("Base64 text");
-        bits = bits << 6 | static_cast<std::uint32_t>(value);
-        if (++digits % 4 == 0) {
-            bytes += static_cast<char>(bits >> 16 & 0xFF);
-            bytes += static_cast<char>(bits >> 8 & 0xFF);
-            bytes += static_cast<char>(bits & 0xFF);
-        }
-    }
-    const int rest = digits % 4;
-    if (rest == 1 || (rest + padding) % 4 != 0 || padding > 2) fault("Base64 text");
-    if (rest >= 2) bytes += static_cast<char>(rest == 2 ? bits >> 4 & 0xFF : bits >> 10 & 0xFF);
-    if (rest == 3) bytes += static_cast<char>(bits >> 2 & 0xFF);
-    return bytes;
+    static constexpr std::string_view kExpected =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/= \t\r\n";
+    // The decoder skips what it doesn't know.
+    if (text.find_first_not_of(kExpected) != std::string_view::npos) fault("Base64 text");
+    larkspur::ClkMemory bytes;
+    larkspur::Base64_Decode(text.data(), static_cast<int>(text.size()), bytes);
+    return {static_cast<const char*>(bytes.Data()), static_cast<std::size_t>(bytes.Size())};
 }
 
 std::string writeBase64(std::string_view bytes) {
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        const auto byteAt = [&](std::size_t index) -> std::uint32_t {
-            return index < bytes.size() ? static_cast<unsigned char>(bytes[index]) : 0;
-        };
-        const std::uint32_t bits = byteAt(i) << 16 | byteAt(i + 1) << 8 | byteAt(i + 2);
-        text += kBase64[bits >> 18];
-        text += kBase64[bits >> 12 & 63];
-        text += i + 1 < bytes.size() ? kBase64[bits >> 6 & 63] : '=';
-        text += i + 2 < bytes.size() ? kBase64[bits & 63] : '=';
-    }
-    return text;
+    return larkspur::Base64_Encode(bytes.data(), static_cast<int>(bytes.size()));
 }
 
 }  // namespace qbsvrl6

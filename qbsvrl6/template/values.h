@@ -114,7 +114,7 @@ struct WordCodec {
     }
 };
 
-// Standard Base64 with padding; white space is skipped when reading. Raises ValueFault.
+// Base64; white space is skipped when reading. Raises ValueFault for any other character.
 std::string readBase64(std::string_view text);
 std::string writeBase64(std::string_view bytes);
 

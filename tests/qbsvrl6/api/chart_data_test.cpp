@@ -71,6 +71,28 @@ TEST(ChartData, ReadsPoints) {
     EXPECT_EQ(describe(data), "| 甲: (1 2 0) (7 8 0) | 乙: (4 5 0) ");
 }
 
+TEST(ChartData, ReadsTheExamplesOfItsDescription) {
+    std::ostringstream text;
+    text << std::ifstream(QBSVR_SOURCE_DIR "/docs/chart-data.md").rdbuf();
+    const std::string document = text.str();
+    std::string all;
+    for (std::size_t at = 0; (at = document.find("```xml\n", at)) != std::string::npos;) {
+        at += 7;
+        const std::u16string example = toUtf16(document.substr(at, document.find("```", at) - at));
+        ChartData data;
+        if (example.find(u" X=") == std::u16string::npos) {
+            readChartValues(example, {}, data);
+        } else {
+            readChartPoints(example, true, true, data);
+        }
+        all += describe(data) + "\n";
+    }
+    EXPECT_EQ(all,
+              "一季度 二季度 | 2023: 12 15.5 | 2024: 14 0 \n"
+              "一季度 二季度 | North: 12 15.5 | South: 14 18 \n"
+              "| A: (1 2.5 3) (2 4 1) \n");
+}
+
 TEST(ChartData, FaultsLeaveTheChartAsItWas) {
     std::string many = "<Chart>";
     for (int i = 0; i < 1100; ++i) many += "<Row Category='a' Series='" + std::to_string(i) + "' Value='1'/>";

@@ -115,7 +115,6 @@ TEST(TemplateFaults, NamePlaceAndFault) {
          "3:16: values=\"1 2,5\""},
         {inHeader("<Picture>\n<Embedded>a*b</Embedded></Picture>"), ErrorCode::BadTemplate,
          "4:1: <Embedded>"},
-        {inHeader("<Picture><Embedded>YQ=</Embedded></Picture>"), ErrorCode::BadTemplate, "3:10: <Embedded>"},
         // names
         {inReport("<Styles><Style bold=\"true\"/></Styles>"), ErrorCode::BadTemplate,
          "2:9: the attribute \"name\" of <Style> is missing"},
