@@ -1,6 +1,7 @@
 #include "format/fixed_digits.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -15,22 +16,32 @@ constexpr double kPowersOfTen[] = {1e0, 1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17};
 static_assert(std::size(kPowersOfTen) == FixedDigits::kMaxDecimals + 1);
 
-// Below this a double has a bit for the half.
+// Below this a double has a bit for the half, and from it on none for any fraction.
 constexpr double kScaledLimit = 4503599627370496.0;  // 2^52
 
 // The integer nearest to the exact value * power, ties to even. The product must lie below kScaledLimit.
-unsigned long long scale(double value, double power) {
+std::int64_t scale(double value, double power) {
     const double product = value * power;
-    auto integer = static_cast<unsigned long long>(product);
-    const double fraction = product - static_cast<double>(integer);
-    if (fraction < 0.5) return integer;
-    if (fraction > 0.5) return integer + 1;
-    // The rounded product is a tie. The exact one is value * power = product + rest, and the sign of the rest
-    // tells on which side of the tie it lies.
-    const double rest = std::fma(value, power, -product);
-    if (rest > 0.0 || (rest == 0.0 && integer % 2 == 1)) ++integer;
-    return integer;
+    double nearest = product + kScaledLimit - kScaledLimit;
+    if (std::fabs(product - nearest) == 0.5) {
+        // The rounded product is a tie. The exact one is product + rest, and the sign of the rest tells on
+        // which side of the tie it lies.
+        const double rest = std::fma(value, power, -product);
+        if (rest > 0.0) nearest = product + 0.5;
+        if (rest < 0.0) nearest = product - 0.5;
+    }
+    return static_cast<std::int64_t>(nearest);
 }
+
+// "00" to "99".
+constexpr auto kDigitPairs = [] {
+    std::array<char, 200> pairs{};
+    for (std::size_t i = 0; i < 100; ++i) {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}();
 
 }  // namespace
 
@@ -40,7 +51,7 @@ FixedDigits::FixedDigits(double value, int decimals) {
     const double power = kPowersOfTen[decimals];
     m_IsNegative = std::signbit(value);
     if (magnitude != 0.0 && magnitude * power < kScaledLimit) {
-        SetScaled(scale(magnitude, power), decimals);
+        SetScaled(static_cast<std::uint64_t>(scale(magnitude, power)), decimals);
     } else if (std::isfinite(value)) {
         SetExact(magnitude, decimals);
     } else {
@@ -51,10 +62,14 @@ FixedDigits::FixedDigits(double value, int decimals) {
     }
 }
 
-void FixedDigits::SetScaled(unsigned long long scaled, int decimals) {
+void FixedDigits::SetScaled(std::uint64_t scaled, int decimals) {
     char* const end = std::end(m_Buffer);
     char* begin = end;
-    for (; scaled != 0; scaled /= 10) *--begin = static_cast<char>('0' + scaled % 10);
+    for (; scaled >= 10; scaled /= 100) {
+        begin -= 2;
+        std::memcpy(begin, &kDigitPairs[2 * (scaled % 100)], 2);
+    }
+    if (scaled != 0) *--begin = static_cast<char>('0' + scaled);
     if (begin == end && decimals == 0) *--begin = '0';
     m_Digits = std::string_view(begin, static_cast<std::size_t>(end - begin));
     m_PointPosition = static_cast<int>(end - begin) - decimals;

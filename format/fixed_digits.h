@@ -2,6 +2,7 @@
 #ifndef QBSVR_FORMAT_FIXED_DIGITS_H
 #define QBSVR_FORMAT_FIXED_DIGITS_H
 
+#include <cstdint>
 #include <string_view>
 
 namespace larkspur {
@@ -29,7 +30,7 @@ public:
     bool IsNegative() const { return m_IsNegative; }  // the sign bit: true for -0.0
 
 private:
-    void SetScaled(unsigned long long scaled, int decimals);
+    void SetScaled(std::uint64_t scaled, int decimals);
     void SetExact(double magnitude, int decimals);
 
     std::string_view m_Digits;

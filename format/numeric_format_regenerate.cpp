@@ -47,7 +47,7 @@ lkstr integerPattern(std::int64_t zeros, std::int64_t groupSize) {
     return pattern;
 }
 
-lkstr orXlsDefault(lkstr text) { return text.empty() ? lkstr(kDefaultXlsFormat) : text; }
+lkstr orXlsDefault(const lkstr& text) { return text.empty() ? lkstr(kDefaultXlsFormat) : text; }
 
 }  // namespace
 
@@ -126,7 +126,7 @@ lkstr ClkNumericFormatParser::GetFormatText() const {
 
 lkstr ClkNumericFormatParser::GetExportXlsFormatText() const {
     if (m_Kind != NumericKindNormal) return {};
-    const lkstr normal = m_Normal.GetExportXlsFormatText();
+    lkstr normal = m_Normal.GetExportXlsFormatText();
     if (m_Negative == nullptr && m_Zero == nullptr && !m_Normal.m_Parenthesis) return normal;
     const lkstr positive = orXlsDefault(normal);
     lkstr negative = positive;

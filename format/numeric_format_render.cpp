@@ -22,18 +22,17 @@ constexpr int kMaxIntegerDigits = 64;
 constexpr std::size_t kColourMarkSize = std::size(u"[_color#=rgb(255,255,255)]") - 1;
 constexpr std::size_t kRawBufferSize = 128;
 
-std::size_t placesOf(int count) { return static_cast<std::size_t>(std::max(count, 0)); }
-
 // An upper bound for the units that a section renders, the zero unit included.
 std::size_t roomFor(const Analyser& section) {
     constexpr std::size_t kSigns = std::size(u"(- )%");
     constexpr std::size_t kExponent = std::size(u"e+308");
-    const std::size_t integers =
-        std::max(placesOf(section.m_MinIntegerDigits), std::size_t{kMaxIntegerDigits});
-    const std::size_t decimals = placesOf(section.m_MinDecimals) + FixedDigits::kMaxDecimals;
-    std::size_t room = section.m_Prefix.size() + integers + g_c_DecimalSep.size() + decimals +
-                       section.m_Suffix.size() + kSigns + kExponent;
-    if (section.m_GroupSize > 0) room += integers / placesOf(section.m_GroupSize) * g_c_ThousandSep.size();
+    const auto integers = static_cast<unsigned int>(std::max(section.m_MinIntegerDigits, kMaxIntegerDigits));
+    const auto decimals = static_cast<unsigned int>(std::max(section.m_MinDecimals, 0));
+    std::size_t room = kSigns + kExponent + section.m_Prefix.size() + integers + g_c_DecimalSep.size() +
+                       decimals + FixedDigits::kMaxDecimals + section.m_Suffix.size();
+    if (section.m_GroupSize > 0) {
+        room += integers / static_cast<unsigned int>(section.m_GroupSize) * g_c_ThousandSep.size();
+    }
     if (section.m_Currency) room += g_c_SCurrency.size();
     if (section.m_TextColor != 0) room += 3 * kColourMarkSize;
     return room;
@@ -53,10 +52,11 @@ public:
 private:
     void Put(lkchar unit) { *m_At++ = unit; }
     void Put(const lkstr& text) {
-        for (const lkchar unit : text) *m_At++ = unit;
+        if (text.size() == 1) return Put(text.front());  // as most separators
+        if (!text.empty()) m_At = std::copy(text.begin(), text.end(), m_At);
     }
     void PutZeros(int count) {
-        for (; count > 0; --count) Put(u'0');
+        if (count > 0) m_At = std::fill_n(m_At, count, u'0');
     }
     void PutNumber(unsigned int number) {
         if (number >= 10) PutNumber(number / 10);
@@ -181,11 +181,18 @@ void SectionWriter::PutIntegers(const char* digits, int count) {
     int zeros = places - count;
     const int groupSize = m_Section.m_GroupSize;
     int group = groupSize > 0 ? (places - 1) % groupSize + 1 : places;
-    while (places > 0) {
-        places -= group;
-        for (; group > 0; --group) Put(zeros > 0 ? (--zeros, u'0') : static_cast<lkchar>(*digits++));
-        if (places > 0) Put(g_c_ThousandSep);
-        group = groupSize;
+    for (; places > 0; --places) {
+        if (group == 0) {
+            Put(g_c_ThousandSep);
+            group = groupSize;
+        }
+        --group;
+        if (zeros > 0) {
+            --zeros;
+            Put(u'0');
+        } else {
+            Put(static_cast<lkchar>(*digits++));
+        }
     }
 }
 
