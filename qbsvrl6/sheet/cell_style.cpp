@@ -45,7 +45,7 @@ bool wraps(const Item& item) {
     return text->lines.size() > 1 || text->text.find_first_of(u"\r\n") != std::u16string::npos;
 }
 
-int StyleTable::idOf(const Cell& cell, bool isNumber, const std::u16string& numberFormat) {
+int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view numberFormat) {
     const ResolvedStyle* resolved = &kDefaultStyle;
     const TextItem* text = nullptr;
     if (cell.item != nullptr) {
@@ -83,7 +83,8 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, const std::u16string& numb
     style.isNumber = isNumber;
     style.numberFormat = numberFormat;
     answer.id = idOf(std::move(style));
-    answer.key = {resolved, fontSize, color, cell.background, cell.border, isWrapped, isNumber, numberFormat};
+    answer.key = {resolved,    fontSize,  color,    cell.background,
+                  cell.border, isWrapped, isNumber, std::u16string(numberFormat)};
     return answer.id;
 }
 

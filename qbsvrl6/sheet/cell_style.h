@@ -40,7 +40,7 @@ bool wraps(const Item& item);
 class StyleTable {
 public:
     // The number of the cell's look, counted from 0 in the order of appearance.
-    int idOf(const Cell& cell, bool isNumber, const std::u16string& numberFormat);
+    int idOf(const Cell& cell, bool isNumber, std::u16string_view numberFormat);
 
     const std::vector<const CellStyle*>& styles() const { return styles_; }
 

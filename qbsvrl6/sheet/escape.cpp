@@ -1,5 +1,6 @@
 #include "qbsvrl6/sheet/escape.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -110,6 +111,17 @@ void appendXstring(std::string& out, std::u16string_view text) {
         from = at + 1;
     }
     appendBy(kXstring, out, text.substr(from));
+}
+
+bool isSafeLink(std::u16string_view link) {
+    for (const std::u16string_view scheme : {u"http://", u"https://", u"mailto:", u"tel:", u"ftp://"}) {
+        if (link.size() < scheme.size()) continue;
+        const bool equal = std::equal(scheme.begin(), scheme.end(), link.begin(), [](char16_t a, char16_t b) {
+            return a == b || (b >= u'A' && b <= u'Z' && a == b + (u'a' - u'A'));
+        });
+        if (equal) return true;
+    }
+    return false;
 }
 
 }  // namespace qbsvrl6

@@ -18,6 +18,9 @@ void appendMarkup(std::string& out, std::u16string_view text);
 // that form already is kept apart from it; line ends as above.
 void appendXstring(std::string& out, std::u16string_view text);
 
+// Whether an address that came with data may stand in a document: nothing that runs where it is opened.
+bool isSafeLink(std::u16string_view link);
+
 }  // namespace qbsvrl6
 
 #endif

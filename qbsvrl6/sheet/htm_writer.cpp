@@ -64,18 +64,6 @@ private:
     bool han_ = false, kana_ = false, hangul_ = false;
 };
 
-// Addresses that data may bring into a page: nothing that runs in it.
-bool isSafeLink(std::u16string_view link) {
-    for (const std::u16string_view scheme : {u"http://", u"https://", u"mailto:", u"tel:", u"ftp://", u"#"}) {
-        if (link.size() < scheme.size()) continue;
-        const bool equal = std::equal(scheme.begin(), scheme.end(), link.begin(), [](char16_t a, char16_t b) {
-            return a == b || (b >= u'A' && b <= u'Z' && a == b + (u'a' - u'A'));
-        });
-        if (equal) return true;
-    }
-    return false;
-}
-
 class HtmWriter final : public CellSink {
 public:
     HtmWriter(const SheetOptions& options, std::string& output)

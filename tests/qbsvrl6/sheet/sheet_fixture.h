@@ -35,6 +35,7 @@ inline Item textAt(Rect box, std::u16string text, const ResolvedStyle* style = n
     item.style = style;
     TextItem content;
     content.text = std::move(text);
+    if (style != nullptr) content.fontSize = style->fontSize;
     item.content = std::move(content);
     return item;
 }
