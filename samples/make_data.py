@@ -194,6 +194,45 @@ def notice():
     }
 
 
+def orders(rnd):
+    heads, lines = [], []
+    for number in range(1, 13):
+        order = f"SO-2026-{number:04d}"
+        count = rnd.randint(2, 6)
+        heads.append({
+            "OrderID": order,
+            "Customer": rnd.choice(COMPANY_HEADS) + rnd.choice(COMPANY_TAILS),
+            "OrderDate": str(datetime.date(2026, 3, 2) + datetime.timedelta(days=rnd.randint(0, 27))),
+            "Sales": person(rnd),
+        })
+        for position, product in enumerate(rnd.sample(PRODUCTS, count), 1):
+            lines.append({"OrderID": order, "Position": position, "Product": product[1], "Unit": product[3],
+                          "Quantity": rnd.randint(1, 60), "Price": product[2]})
+    return {"Orders": heads, "Lines": lines}
+
+
+def chart_xml(path, element, rows):
+    """Chart data as XML text: one element a row, its values as attributes."""
+    path.parent.mkdir(parents=True, exist_ok=True)
+    lines = ["".join(f' {name}="{value}"' for name, value in row.items()) for row in rows]
+    path.write_text('<?xml version="1.0" encoding="UTF-8"?>\n<Chart>\n'
+                    + "".join(f"  <{element}{line}/>\n" for line in lines) + "</Chart>\n", encoding="utf-8")
+
+
+def chart_data(rnd, directory):
+    quarters, people = ["一季度", "二季度", "三季度", "四季度"], ["张三", "李四", "王五"]
+    chart_xml(directory / "xmlBar1.txt", "Row",
+              [{"Category": quarter, "Series": name, "Value": rnd.randint(40, 180)} for quarter in quarters for name in people])
+    chart_xml(directory / "xmlBar2.txt", "Row",
+              [{"Category": "全年", "Series": name, "Value": rnd.randint(200, 600)} for name in people])
+    chart_xml(directory / "xmlXYScatter.txt", "Point",
+              [{"Series": name, "X": x, "Y": round(start + slope * x + rnd.uniform(-4, 4), 1)}
+               for name, start, slope in (("甲线", 20, 2.4), ("乙线", 55, -0.9)) for x in range(0, 25, 3)])
+    chart_xml(directory / "xmlXYZBubble.txt", "Point",
+              [{"Series": region, "X": round(rnd.uniform(5, 95), 1), "Y": round(rnd.uniform(10, 90), 1), "Size": rnd.randint(3, 60)}
+               for region in ("华东", "华南", "华北") for _ in range(6)])
+
+
 def butterfly(path):
     """A butterfly from its polar curve, r = e^cos t - 2 cos 4t - sin^5(t / 12), filled with a gradient."""
     from PIL import Image, ImageChops, ImageDraw, ImageFilter
@@ -241,6 +280,8 @@ def main():
     save(JSON / "jsonQuarter.txt", quarterly(random.Random(6)))
     save(JSON / "jsonLabel.txt", labels(random.Random(7)))
     save(JSON / "jsonNotice.txt", notice())
+    save(JSON / "jsonOrder.txt", orders(random.Random(9)))
+    chart_data(random.Random(10), REPORTS / "07.Chart" / "RequestData")
     save(REPORTS / "7a.stock.txt", products(random.Random(8)))
     butterfly(ROOT / "Data" / "Picture" / "Butterfly.jpg")
 
