@@ -39,6 +39,7 @@ struct Head {
     std::int64_t height = 0;
     double dotsPerInch = 0;
     int channels = 3;
+    bool inverted = false;
 };
 
 constexpr double kInchesPerMetre = 1 / 0.0254;
@@ -79,12 +80,15 @@ std::optional<Head> readJpeg(const Bytes& file) {
             if (unit == 1) head.dotsPerInch = file.u16(at + 12);
             if (unit == 2) head.dotsPerInch = file.u16(at + 12) * 2.54;
         }
+        // Who writes this segment writes ink the other way round.
+        if (code == 0xEE && file.holds(at + 4, "Adobe")) head.inverted = true;
         if (code >= 0xC0 && code <= 0xC2) {
             constexpr unsigned kBits = 8;
             head.height = file.u16(at + 5);
             head.width = file.u16(at + 7);
             head.channels = static_cast<int>(file.u8(at + 9));
             const bool known = head.channels == 1 || head.channels == 3 || head.channels == 4;
+            head.inverted = head.inverted && head.channels == 4;
             if (file.u8(at + 4) != kBits || !known) return std::nullopt;
             return head;
         }
@@ -138,6 +142,7 @@ std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string&
     const bool plausible = head->dotsPerInch >= 1 && head->dotsPerInch <= 100'000;
     if (plausible) picture->dotsPerInch = head->dotsPerInch;
     picture->channels = head->channels;
+    picture->inverted = head->inverted;
     picture->id = hashOf(bytes);
     picture->bytes = std::move(bytes);
     return picture;

@@ -15,6 +15,7 @@ struct Picture {
     int pixelHeight = 0;
     double dotsPerInch = 96;  // as the file says
     int channels = 3;         // of a JPEG: 1 grey, 3 colour, 4 CMYK
+    bool inverted = false;    // of a JPEG in CMYK: 0 is full ink
     std::uint64_t id = 0;     // equal pictures of one export have one id
 };
 

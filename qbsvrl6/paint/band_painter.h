@@ -1,0 +1,32 @@
+// Draws bands, item by item.
+#ifndef QBSVR_QBSVRL6_PAINT_BAND_PAINTER_H
+#define QBSVR_QBSVRL6_PAINT_BAND_PAINTER_H
+
+#include <vector>
+
+#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/model/report.h"
+#include "qbsvrl6/paint/canvas.h"
+
+namespace qbsvrl6 {
+
+// A text that isn't laid out yet, and the place of its band.
+struct PendingItem {
+    Item item;
+    Micrometres x = 0;
+    Micrometres y = 0;
+};
+
+// Draws a band whose upper left corner is (x, y) on the page. Items whose text is pending are moved to
+// `pending` with their background and border drawn.
+void paintBand(Canvas& canvas, Band&& band, Micrometres x, Micrometres y, std::vector<PendingItem>& pending);
+
+// Draws the text of an item that was pending.
+void paintText(Canvas& canvas, const PendingItem& settled);
+
+// Draws the watermark across the middle of the page, rising.
+void paintWatermark(Canvas& canvas, const Watermark& watermark, Size paper);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,65 @@
+// What pages are drawn on. Coordinates are micrometres on the paper, y downwards.
+#ifndef QBSVR_QBSVRL6_PAINT_CANVAS_H
+#define QBSVR_QBSVRL6_PAINT_CANVAS_H
+
+#include <memory>
+#include <string_view>
+
+#include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/layout/items.h"
+
+namespace qbsvrl6 {
+
+struct Point {
+    double x = 0;
+    double y = 0;
+};
+
+// The direction in which a text runs; (1, 0) is to the right, (0, 1) downwards.
+struct Direction {
+    double x = 1;
+    double y = 0;
+    bool isUpright() const { return x == 1 && y == 0; }
+};
+
+struct TextRun {
+    const ShapedText& shaped;
+    std::u16string_view text;  // what the glyphs' clusters count in
+    Point origin;              // of the base line's start
+    Direction direction;
+    double fontSize = 10;  // points
+    Color color;
+    float wordSpacing = 0;    // 1/1000 em added at each blank
+    float letterSpacing = 0;  // 1/1000 em added behind each character
+};
+
+class Canvas {
+public:
+    virtual ~Canvas() = default;
+
+    virtual void fill(const Rect& rect, Color color) = 0;
+    // One line of a border: level or upright, centred on the two points.
+    virtual void edge(Point from, Point to, const BorderLine& line) = 0;
+    virtual void line(Point from, Point to, const LineContent& line) = 0;
+    virtual void box(const Rect& rect, const BoxContent& box) = 0;
+    virtual void picture(const std::shared_ptr<const Picture>& picture, const Rect& rect) = 0;
+    // `origin` is the place of the path's (0, 0).
+    virtual void path(const Drawing::Path& path, Point origin) = 0;
+    virtual void text(const TextRun& run) = 0;
+    // The underline of a text: a bar along the direction.
+    virtual void bar(Point from, Direction direction, double length, double thickness, Color color) = 0;
+    // A place on the page that opens an address.
+    virtual void link(const Rect& rect, std::u16string_view address) = 0;
+
+    // What is drawn in between shows inside the rectangle only. Clips don't nest.
+    virtual void beginClip(const Rect& rect) = 0;
+    virtual void endClip() = 0;
+
+    // What follows covers what was drawn so far. Without this call a canvas may draw shapes ahead of the
+    // texts that came before them.
+    virtual void nextLayer() = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,62 @@
+// Files handed to programs that are not ours.
+#ifndef QBSVR_TESTS_QBSVRL6_PAINT_PROGRAMS_H
+#define QBSVR_TESTS_QBSVRL6_PAINT_PROGRAMS_H
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace qbsvrl6::programs {
+
+struct Outcome {
+    int status = -1;
+    std::string output;  // both streams
+};
+
+inline Outcome run(const std::string& command) {
+    Outcome outcome;
+    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
+    if (pipe == nullptr) return outcome;
+    char block[4096];
+    while (const std::size_t count = std::fread(block, 1, sizeof block, pipe))
+        outcome.output.append(block, count);
+    const int status = ::pclose(pipe);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+// A file in a directory of its own, gone with this object.
+class TemporaryFile {
+public:
+    TemporaryFile(const std::string& name, const std::string& bytes) {
+        std::string pattern = ::testing::TempDir() + "paintXXXXXX";
+        directory_ = ::mkdtemp(pattern.data());
+        path_ = directory_ + "/" + name;
+        std::ofstream(path_, std::ios::binary) << bytes;
+    }
+    ~TemporaryFile() {
+        std::error_code ignored;
+        std::filesystem::remove_all(directory_, ignored);
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const std::string& path() const { return path_; }
+
+private:
+    std::string directory_, path_;
+};
+
+inline std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+}  // namespace qbsvrl6::programs
+
+#endif
