@@ -27,7 +27,8 @@ const lkchar* QBUtilityNumberFormat(tagQBUtility* handle, const lkchar* format, 
 const lkchar* QBGenerateBarcodeGraph(const lkchar* json) {
     return guarded("QBGenerateBarcodeGraph", static_cast<const lkchar*>(nullptr), [&]() -> const lkchar* {
         thread_local std::u16string kept;
-        kept = barcodeSvg(parseBarcodeRequest(textFrom(json)));
+        std::u16string graph = barcodeSvg(parseBarcodeRequest(textFrom(json)));
+        kept.swap(graph);
         return kept.c_str();
     });
 }
