@@ -83,7 +83,7 @@ void FixedDigits::SetExact(double magnitude, int decimals) {
     m_PointPosition = static_cast<int>(point - begin);
     char* digitsEnd = end;
     if (point != end) digitsEnd = std::copy(point + 1, end, point);
-    if (magnitude != 0.0 && magnitude < 1.0 && decimals > 0 && *begin == '0') {
+    if (magnitude != 0.0 && magnitude < 1.0 && *begin == '0') {
         char* const firstDigit = std::find_if(begin, digitsEnd, [](char digit) { return digit != '0'; });
         m_PointPosition -= static_cast<int>(firstDigit - begin);
         begin = firstDigit;

@@ -142,6 +142,7 @@ TEST(DateTimeFormat, TranslatesAndFormats) {
         ClkDateTimeFormatParser parser;
         parser.Parse(c.format);
         EXPECT_EQ(parser.m_CFormat, c.cFormat);
+        EXPECT_EQ(parser.m_HasMonthInMinuteRun, parser.m_FormatText.find(u"mmm") != lkstr::npos);
         EXPECT_EQ(FormatDateTime(value, c.format), c.expected) << UnicodeTextToPrintf(parser.m_CFormat);
     }
     const lkstr longText(1000, u'T');
@@ -167,10 +168,11 @@ TEST(DateTimeParse, FindsTheOrder) {
         {u"2024-03-05 12", "2024-3-5 12:0:0"},
         {u"12:34:56 2024-03-05", "2024-3-5 12:34:56"},
         {u"12:34:56 2024年十月", "none"},
-        {u"12:34:56 2024-03", "2024-3-3 12:34:56"},
+        {u"12:34:56 2024-12", "2024-12-12 12:34:56"},
         {u"01/02/2024", "2024-1-2 0:0:0"},
         {u"13/02/2024", "2024-2-13 0:0:0"},
         {u"2024-13-05", "2024-5-13 0:0:0"},
+        {u"2024-12-31", "2024-12-31 0:0:0"},
         {u"2024-03", "2024-3-3 0:0:0"},
         {u"2024年3月5日", "2024-3-5 0:0:0"},
         {u"2024年三月5日", "2024-3-5 0:0:0"},
