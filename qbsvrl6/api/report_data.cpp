@@ -19,27 +19,26 @@ std::shared_ptr<const DataSet> dataOf(const DataSource& source, const std::strin
     return source.query.empty() ? nullptr : cache.get(source.query, directory);
 }
 
-void collect(Report& report, const std::string& parentDirectory, DataCache& cache, ReportData& data) {
+void collect(Report& report, DataCache& cache, ReportData& data) {
     ReportDefinition& definition = report.definition;
-    const std::string& directory = definition.directory.empty() ? parentDirectory : definition.directory;
     const Runtime* runtime = findRuntime(report);
     const bool loaded = runtime != nullptr && runtime->loadedData;
-    if (auto set = loaded ? runtime->loadedData : dataOf(definition.data, directory, cache)) {
+    if (auto set = loaded ? runtime->loadedData : dataOf(definition.data, definition.directory, cache)) {
         data.sets[&definition] = std::move(set);
     }
     if (definition.grid && !loaded) {
-        if (auto set = dataOf(definition.grid->recordset, directory, cache)) {
+        if (auto set = dataOf(definition.grid->recordset, definition.directory, cache)) {
             data.gridSets[definition.grid.get()] = std::move(set);
         }
     }
-    forEachSubReport(definition, [&](Control&, Report& inner) { collect(inner, directory, cache, data); });
+    forEachSubReport(definition, [&](Control&, Report& inner) { collect(inner, cache, data); });
 }
 
 }  // namespace
 
 ReportData collectData(Report& report) {
     ReportData data;
-    collect(report, {}, runtimeOf(report).dataCache, data);
+    collect(report, runtimeOf(report).dataCache, data);
     return data;
 }
 

@@ -407,6 +407,15 @@ pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
     return root;
 }
 
+void setDirectory(ReportDefinition& definition, const std::string& directory) {
+    definition.directory = directory;
+    for (Control* control : allControls(definition)) {
+        if (auto* subReport = std::get_if<SubReportContent>(&control->content)) {
+            setDirectory(subReport->report->definition, directory);
+        }
+    }
+}
+
 }  // namespace
 
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin) {
@@ -427,7 +436,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
 
 ReportDefinition loadTemplate(const std::string& path) {
     ReportDefinition definition = readTemplate(readFile(path, limits::kTemplateBytes), path);
-    definition.directory = directoryOf(path);
+    setDirectory(definition, directoryOf(path));
     return definition;
 }
 

@@ -17,8 +17,8 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
 // become U+FFFD. Raises EngineError where sub-reports are nested deeper than a template may be.
 std::string writeTemplate(const ReportDefinition& definition);
 
-// The same from and to a file (UTF-8 path). Loading sets the definition's directory, saving makes missing
-// directories and never leaves half a file.
+// The same from and to a file (UTF-8 path). Loading sets the definition's directory, sub-reports included;
+// saving makes missing directories and never leaves half a file.
 ReportDefinition loadTemplate(const std::string& path);
 void saveTemplate(const ReportDefinition& definition, const std::string& path);
 

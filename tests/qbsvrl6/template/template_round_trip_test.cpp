@@ -132,6 +132,11 @@ TEST(TemplateFiles, SaveIntoNewDirectoriesAndRememberTheirOwn) {
     const std::string directory = std::string(::mkdtemp(&pattern[0])) + "/";
     ReportDefinition report = loadTemplate(kEverything);
     EXPECT_EQ(report.directory, QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/");
+    for (const Control* control : allControls(report)) {
+        if (const auto* inner = std::get_if<SubReportContent>(&control->content)) {
+            EXPECT_EQ(inner->report->definition.directory, report.directory);
+        }
+    }
     saveTemplate(report, directory + "新/dir/a.qbf");
     EXPECT_EQ(contents(directory + "新/dir/a.qbf"), contents(kEverything));
     fs::remove_all(directory);

@@ -1,0 +1,78 @@
+// The n-th allocation of a call fails, for every n: the call gives its failure value or succeeds, nothing
+// leaks (the leak checker watches), and the report works afterwards.
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "tests/qbsvrl6/api/api_fixture.h"
+
+namespace {
+
+thread_local long allocationsLeft = -1;  // below 0: as many as wanted
+
+void* allocate(std::size_t size) {
+    if (allocationsLeft == 0) throw std::bad_alloc();
+    if (allocationsLeft > 0) --allocationsLeft;
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocationsLeft == 0 ? nullptr : allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace api_test {
+namespace {
+
+// Calls `action` with ever more allocations until it succeeds on all that it wants. Steps grow with the
+// number, so that large exports end in time.
+template <class Action>
+void failEachAllocation(const char* what, Action&& action) {
+    for (long allowed = 0;; allowed += 1 + allowed / 50) {
+        allocationsLeft = allowed;
+        const bool done = action();
+        const bool exhausted = allocationsLeft == 0;
+        allocationsLeft = -1;
+        if (!exhausted) {
+            EXPECT_TRUE(done) << what << " with " << allowed << " allocations";
+            EXPECT_GT(allowed, 1) << what << " allocates nothing: is the allocator in place?";
+            return;
+        }
+        ASSERT_LT(allowed, 10'000'000) << what;
+    }
+}
+
+TEST_F(ApiTest, AllocationFailuresLeaveNoHarm) {
+    const std::u16string list = path("list.qbf");
+    const std::u16string saved = path("saved.qbf");
+    failEachAllocation("create", [] {
+        tagQBReport* report = QBReportCreate();
+        QBReportRelease(report);
+        return report != nullptr;
+    });
+    const OwnReport report;
+    failEachAllocation("load", [&] { return QBReportLoadFromFile(report, list.c_str()) != 0; });
+    failEachAllocation("save", [&] { return QBReportSaveToFile(report, saved.c_str()) != 0; });
+    EXPECT_EQ(read("saved.qbf"), read("list.qbf"));
+    const tagQBExportType types[] = {QBExportType_CSV, QBExportType_TXT, QBExportType_HTM, QBExportType_PDF};
+    for (const tagQBExportType type : types) {
+        const std::string expected = exported(report, type);
+        failEachAllocation("export", [&] {
+            tagQBBinaryObject* object = QBReportExportDirectToBinaryObject(report, type);
+            return object != nullptr;
+        });
+        EXPECT_EQ(exported(report, type), expected) << type;
+    }
+}
+
+}  // namespace
+}  // namespace api_test
