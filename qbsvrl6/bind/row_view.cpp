@@ -274,28 +274,28 @@ void RowView::call(const Instruction& instruction) {
 }
 
 Value RowView::readName(const BoundName& name, const Position& position) {
+    Value value;
     switch (name.kind) {
         case NameKind::Column:
-            return readColumn(name, position.row);
+            value = readColumn(name.index, position.row);
+            break;
         case NameKind::Calculated:
             return readCalculated(name, position);
-        case NameKind::HeadColumn: {
-            const Value value = binding_.sources().head->value(0, name.index);
-            return name.declaredType < 0 ? value
-                                         : convertTo(value, static_cast<DataType>(name.declaredType), arena_);
-        }
-        case NameKind::Parameter:
-            return parameters_[name.index].get();
-        case NameKind::Unknown:
+        case NameKind::HeadColumn:
+            value = binding_.sources().head->value(0, name.index);
             break;
+        case NameKind::Parameter:
+            value = parameters_[name.index].get();
+            break;
+        case NameKind::Unknown:
+            return {};
     }
-    return {};
+    return name.declaredType < 0 ? value : convertTo(value, static_cast<DataType>(name.declaredType), arena_);
 }
 
-Value RowView::readColumn(const BoundName& name, std::size_t row) {
+Value RowView::readColumn(std::uint32_t column, std::size_t row) const {
     if (row >= rowCount_) return {};
-    const Value value = binding_.sources().rows->value(hasFilter_ ? filtered_[row] : row, name.index);
-    return name.declaredType < 0 ? value : convertTo(value, static_cast<DataType>(name.declaredType), arena_);
+    return binding_.sources().rows->value(hasFilter_ ? filtered_[row] : row, column);
 }
 
 // Once for a row and scope within one evaluation: fields that need one another many times over would take

@@ -27,6 +27,7 @@ inline constexpr std::size_t kChartPoints = 100'000;  // of all series together
 inline constexpr std::size_t kKeptResults = 16;       // of exports, for a caller that never drops them
 inline constexpr int kPages = 1'000'000;
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
+inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid
 inline constexpr int kFetchSeconds = 30;
 inline constexpr int kFetchRedirects = 5;
 

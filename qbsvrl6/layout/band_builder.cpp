@@ -1,0 +1,422 @@
+#include "qbsvrl6/layout/band_builder.h"
+
+#include <algorithm>
+#include <type_traits>
+#include <utility>
+
+#include "qbsvrl6/layout/report_walk.h"
+#include "qbsvrl6/layout/section_arrangement.h"
+#include "qbsvrl6/layout/text_layout.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+bool isBlank(const std::u16string& text) { return trimmed(text).empty(); }
+
+// Whether an item without a text shows at all.
+bool hasLook(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
+
+}  // namespace
+
+BandBuilder::BandBuilder(LayoutContext& context, ReportInstance& instance)
+    : context_(context), instance_(instance), view_(*instance.view) {}
+
+Position BandBuilder::reportPosition(std::size_t row) const {
+    Position position;
+    position.row = row;
+    position.pageRows = {0, view_.rowCount()};
+    return position;
+}
+
+Position BandBuilder::groupPosition(int level, std::size_t row) const {
+    Position position = reportPosition(row);
+    position.scope = {ScopeKind::Group, level};
+    return position;
+}
+
+Position BandBuilder::rowPosition(std::size_t row) const {
+    Position position = reportPosition(row);
+    position.scope = view_.rowScope();
+    return position;
+}
+
+bool BandBuilder::isVisible(const std::optional<Expression>& condition, const Position& position) {
+    return !condition || view_.isTrue(*condition, position);
+}
+
+const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position& position) {
+    if (control.conditions.empty()) return control.style;
+    std::vector<bool> holds;
+    holds.reserve(control.conditions.size());
+    for (const PlannedCondition& condition : control.conditions) {
+        holds.push_back(view_.isTrue(condition.when, position));
+    }
+    const PooledStyle*& variant = control.variants[holds];
+    if (variant == nullptr) {
+        ResolvedStyle style = *control.style;
+        for (std::size_t i = 0; i < holds.size(); ++i) {
+            if (holds[i]) applyNamedStyle(*instance_.plan.report, *control.conditions[i].style, style);
+        }
+        variant = context_.styles.intern(style);
+    }
+    return variant;
+}
+
+// Totals ahead of their rows: the data is there, so that a text which waits for its group or report reads as
+// from its last row.
+Position BandBuilder::evaluationPosition(const PlannedText& text, const Position& position) const {
+    Position settled = position;
+    switch (text.evaluate) {
+        case TextContent::Evaluate::Now:
+            return settled;
+        case TextContent::Evaluate::Page:
+            settled.scope = {ScopeKind::Page, 0};
+            break;
+        case TextContent::Evaluate::Group:
+            if (settled.scope.kind != ScopeKind::Group) settled.scope = view_.rowScope();
+            break;
+        case TextContent::Evaluate::Report:
+            settled.scope = {ScopeKind::Report, 0};
+            break;
+    }
+    const RowRange rows = settled.scope.kind == ScopeKind::Group
+                              ? view_.group(settled.scope.level, settled.row)
+                              : RowRange{0, view_.rowCount()};
+    if (rows.end > rows.first) settled.row = rows.end - 1;
+    return settled;
+}
+
+bool BandBuilder::makePiece(PlannedControl& control, const Rect& box, const Position& position,
+                            Piece& piece) {
+    if (!isVisible(control.visibleWhen, position)) return false;
+    piece = {};
+    piece.control = &control;
+    piece.style = styleOf(control, position);
+    piece.item.box = box;
+    piece.item.style = piece.style;
+    piece.item.column = control.firstColumn;
+    piece.item.lastColumn = control.lastColumn;
+    std::visit(
+        [&](auto& content) {
+            using Content = std::decay_t<decltype(content)>;
+            if constexpr (std::is_same_v<Content, PlannedText>) {
+                makeText(content, position, piece);
+            } else if constexpr (std::is_same_v<Content, LineContent>) {
+                piece.item.content = LineItem{content};
+            } else if constexpr (std::is_same_v<Content, BoxContent>) {
+                piece.item.content = BoxItem{content};
+            } else if constexpr (std::is_same_v<Content, PlannedPicture>) {
+                makePicture(content, position, piece);
+            } else if constexpr (std::is_same_v<Content, PlannedBarcode>) {
+                makeBarcode(content, position, piece);
+            } else if constexpr (std::is_same_v<Content, PlannedChart>) {
+                makeChart(content, piece);
+            } else {
+                makeSubReport(content, position, piece);
+            }
+        },
+        control.content);
+    return true;
+}
+
+void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& piece) {
+    const Position at = evaluationPosition(text, position);
+    view_.evaluateText(text.text, at, evaluated_);
+    TextItem& item = std::get<TextItem>(piece.item.content);
+    item.text = std::move(evaluated_.text);
+    item.value = std::move(evaluated_.cell);
+    item.color = evaluated_.color;
+    item.fontSize = piece.style->fontSize;
+    if (text.link) {
+        view_.evaluateText(*text.link, position, evaluated_);
+        item.link = std::move(evaluated_.text);
+    }
+    if (context_.options.paged && (text.needsPage || text.needsPageCount)) {
+        piece.late = LateText{0, &text, piece.style, at, instance_.view, instance_.isSubReport};
+    } else {
+        piece.removed = text.removeWhenBlank && isBlank(item.text);
+    }
+    if (context_.options.measureText) {
+        piece.needed = breakText(item, *piece.style, {piece.item.box.width, piece.item.box.height});
+    }
+}
+
+void BandBuilder::makePicture(PlannedPicture& picture, const Position& position, Piece& piece) {
+    PictureItem item;
+    if (picture.source.parts.empty()) {
+        item.picture = context_.pictures.embedded(*picture.content);
+    } else {
+        view_.evaluateText(picture.source, position, evaluated_);
+        item.picture = context_.pictures.find(evaluated_.text, instance_.plan.report->directory);
+    }
+    piece.item.content = std::move(item);
+}
+
+void BandBuilder::makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece) {
+    view_.evaluateText(barcode.text, position, evaluated_);
+    DrawingItem item;
+    const Size size{piece.item.box.width, piece.item.box.height};
+    if (context_.options.drawings != nullptr && !evaluated_.text.empty()) {
+        item.drawing = context_.options.drawings->barcode(*barcode.content, evaluated_.text, size);
+    }
+    item.alternateText = evaluated_.text;
+    piece.item.content = std::move(item);
+}
+
+void BandBuilder::makeChart(const PlannedChart& chart, Piece& piece) {
+    DrawingItem item;
+    const Size size{piece.item.box.width, piece.item.box.height};
+    if (context_.options.drawings != nullptr) {
+        item.drawing = context_.options.drawings->chart(*piece.control->control, size);
+    }
+    item.alternateText = chart.content->settings.title;
+    piece.item.content = std::move(item);
+}
+
+void BandBuilder::makeSubReport(PlannedSubReport& subReport, const Position& position, Piece& piece) {
+    piece.item.content = BoxItem{{{0, {}}, std::nullopt, 0}};
+    if (!subReport.plan) return;
+    std::vector<OwnedValue> arguments;
+    for (const Expression& argument : subReport.arguments) {
+        arguments.emplace_back(view_.evaluate(argument, position));
+    }
+    ReportInstance instance{
+        *subReport.plan, std::make_shared<RowView>(*subReport.plan->binding, arguments, context_.now), true};
+    CollectingFlow flow;
+    ReportWalk(context_, instance, flow).walk();
+    piece.needed = flow.height;
+    piece.nested = std::move(flow.bands);
+}
+
+std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind kind,
+                                              const Position& position) {
+    if (!isVisible(section.visibleWhen, position)) return std::nullopt;
+    pieces_.clear();
+    bool nested = false;
+    for (PlannedControl& control : section.controls) {
+        const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
+        if (!inSet) continue;
+        Piece piece;
+        if (!makePiece(control, control.box, position, piece)) continue;
+        nested = nested || !piece.nested.empty();
+        pieces_.push_back(std::move(piece));
+    }
+    BandDraft draft;
+    draft.band.kind = kind;
+    draft.band.background = section.section->background;
+    draft.band.width = instance_.plan.width;
+    draft.band.height = arrange(*section.section, section.height, pieces_);
+    draft.mayBreak = nested || !section.section->keepTogether;
+    draft.row = position.row;
+    place(draft, pieces_);
+    return draft;
+}
+
+Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
+                                 std::vector<Piece>& pieces) const {
+    std::vector<ArrangedBox> boxes;
+    boxes.reserve(pieces.size());
+    for (const Piece& piece : pieces) {
+        const Rect& box = piece.item.box;
+        const PlannedContent& content = piece.control->content;
+        const bool shape =
+            std::holds_alternative<LineContent>(content) || std::holds_alternative<BoxContent>(content);
+        const bool grows = std::holds_alternative<PlannedSubReport>(content) ||
+                           (std::holds_alternative<PlannedText>(content) &&
+                            piece.style->fit == TextFit::Grow && context_.options.measureText);
+        const bool shrinks = piece.removed || (section.canShrink && grows);
+        const Micrometres needed = piece.removed ? 0 : piece.needed;
+        boxes.push_back({std::max(box.y, 0), box.height, needed, shrinks, shape});
+        if (section.canGrow && !piece.removed) height = std::max(height, boxes.back().top + box.height);
+    }
+    height = arrangeBoxes(boxes, height, section.canGrow);
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        Rect& box = pieces[i].item.box;
+        box.y = std::min(boxes[i].top, height);
+        box.height = std::min(boxes[i].height, height - box.y);
+    }
+    return height;
+}
+
+// Fixes texts and pictures in their final boxes and hands the items over.
+void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
+    draft.band.items.reserve(draft.band.items.size() + pieces.size());
+    for (Piece& piece : pieces) {
+        if (piece.removed) continue;
+        Item& item = piece.item;
+        const Size size{item.box.width, item.box.height};
+        if (auto* const text = std::get_if<TextItem>(&item.content)) {
+            if (context_.options.measureText) placeText(*text, *piece.style, size);
+            const bool shows = item.column >= 0 || piece.late || !text->text.empty() || hasLook(*item.style);
+            if (!shows) continue;
+        } else if (auto* const picture = std::get_if<PictureItem>(&item.content)) {
+            const auto& planned = std::get<PlannedPicture>(piece.control->content);
+            if (picture->picture) picture->placed = fitPicture(*picture->picture, planned.content->fit, size);
+        }
+        if (piece.late) {
+            piece.late->item = draft.band.items.size();
+            draft.lates.push_back(std::move(*piece.late));
+        }
+        const bool isSubReport = std::holds_alternative<PlannedSubReport>(piece.control->content);
+        if (!isSubReport || hasLook(*item.style)) {
+            draft.band.items.push_back(std::move(item));
+            if (hasSets()) draft.sets.push_back(piece.control->set);
+        }
+        if (!piece.nested.empty()) placeNested(draft, piece);
+    }
+}
+
+// The bands of a sub-report become items of the band around it; between them is where a page may end.
+void BandBuilder::placeNested(BandDraft& draft, Piece& piece) const {
+    const Rect box = piece.item.box;
+    for (CollectingFlow::Placed& placed : piece.nested) {
+        const Micrometres left = box.x + placed.draft.x;
+        const Micrometres top = box.y + placed.y;
+        Band& band = placed.draft.band;
+        if (top > 0) draft.cuts.push_back(top);
+        if (band.background) {
+            Item fill;
+            fill.box = {left, top, band.width, band.height};
+            fill.style = context_.styles.intern({});
+            fill.content = BoxItem{{{0, {}}, band.background, 0}};
+            draft.band.items.push_back(std::move(fill));
+            if (hasSets()) draft.sets.push_back(piece.control->set);
+        }
+        for (LateText& late : placed.draft.lates) {
+            late.item += draft.band.items.size();
+            draft.lates.push_back(std::move(late));
+        }
+        for (Item& item : band.items) {
+            item.box.x += left;
+            item.box.y += top;
+            item.column = item.lastColumn = piece.control->firstColumn;
+            draft.band.items.push_back(std::move(item));
+            if (hasSets()) draft.sets.push_back(piece.control->set);
+        }
+    }
+    std::sort(draft.cuts.begin(), draft.cuts.end());
+}
+
+bool BandBuilder::hasSets() const {
+    const PlannedGrid* const grid = instance_.plan.grid.get();
+    return grid != nullptr && grid->geometry.sets > 1 && activeSet == kEverySet;
+}
+
+void BandBuilder::finishGridBand(BandDraft& draft) const {
+    const GridGeometry& geometry = instance_.plan.grid->geometry;
+    draft.x = geometry.x;
+    draft.band.inGrid = true;
+    draft.band.width = geometry.width;
+    for (const Item& item : draft.band.items) draft.band.width = std::max(draft.band.width, item.box.right());
+}
+
+std::optional<BandDraft> BandBuilder::groupSection(PlannedSection& section, BandKind kind,
+                                                   const Position& position) {
+    std::optional<BandDraft> draft = this->section(section, kind, position);
+    if (!draft) return draft;
+    finishGridBand(*draft);
+    draft->band.groupLevel = position.scope.level;
+    if (kind == BandKind::GroupHeader) {
+        const Expression& key =
+            instance_.plan.binding->groupKeys()[static_cast<std::size_t>(position.scope.level)];
+        TextArena arena;
+        draft->band.bookmark = toText(view_.evaluate(key, position), arena);
+    }
+    return draft;
+}
+
+BandDraft BandBuilder::title() {
+    PlannedGrid& grid = *instance_.plan.grid;
+    return cells(grid.titles, grid.titleHeight, true, BandKind::GridTitle, reportPosition(0), std::nullopt);
+}
+
+BandDraft BandBuilder::row(std::size_t row, std::optional<std::size_t> previous) {
+    PlannedGrid& grid = *instance_.plan.grid;
+    BandDraft draft =
+        cells(grid.cells, grid.rowHeight, grid.grid->rowCanGrow, BandKind::Row, rowPosition(row), previous);
+    const std::size_t first = view_.groupCount() > 0 ? view_.group(view_.groupCount() - 1, row).first : 0;
+    if ((row - first) % 2 == 1) draft.band.background = grid.grid->alternateBackground;
+    return draft;
+}
+
+// All the cells of a title or row; the lines of a wrapped one stand below one another.
+BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
+                             BandKind kind, const Position& position, std::optional<std::size_t> previous) {
+    const GridGeometry& geometry = instance_.plan.grid->geometry;
+    BandDraft draft;
+    draft.band.kind = kind;
+    draft.row = position.row;
+    pieces_.clear();
+    pieces_.reserve(controls.size());
+    std::vector<Micrometres> lines(static_cast<std::size_t>(geometry.lines), lineHeight);
+    for (PlannedControl& control : controls) {
+        const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
+        if (!inSet) continue;
+        Piece& piece = pieces_.emplace_back();
+        if (!makePiece(control, control.box, position, piece)) {
+            pieces_.pop_back();
+            continue;
+        }
+        piece.removed = false;  // a cell has no line of its own to give up
+        if (previous) suppress(piece, position, *previous, draft);
+        if (!piece.nested.empty()) draft.mayBreak = true;
+        Micrometres& line = lines[static_cast<std::size_t>(
+            geometry.columns[static_cast<std::size_t>(control.firstColumn)].line)];
+        if (canGrow) line = std::max(line, piece.needed);
+    }
+    std::vector<Micrometres> tops;
+    for (const Micrometres line : lines) {
+        tops.push_back(draft.band.height);
+        if (draft.band.height > 0) draft.cuts.push_back(draft.band.height);
+        draft.band.height += line;
+    }
+    for (Piece& piece : pieces_) {
+        const auto line = static_cast<std::size_t>(
+            geometry.columns[static_cast<std::size_t>(piece.control->firstColumn)].line);
+        piece.item.box.y = tops[line];
+        piece.item.box.height = lines[line];
+    }
+    place(draft, pieces_);
+    finishGridBand(draft);
+    return draft;
+}
+
+// Blank where the row above shows the same.
+void BandBuilder::suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft) {
+    auto* const planned = std::get_if<PlannedText>(&piece.control->content);
+    if (planned == nullptr || !planned->suppressRepeated) return;
+    TextItem& text = std::get<TextItem>(piece.item.content);
+    if (text.text.empty() || piece.late) return;
+    Position above = position;
+    above.row = previous;
+    view_.evaluateText(planned->text, evaluationPosition(*planned, above), evaluated_);
+    if (evaluated_.text != text.text) return;
+    text = {};
+    text.fontSize = piece.style->fontSize;
+    piece.needed = 0;
+    draft.hidesRepeated = true;
+}
+
+BandDraft BandBuilder::blankRow(Micrometres height) {
+    const PlannedGrid& grid = *instance_.plan.grid;
+    BandDraft draft;
+    draft.band.kind = BandKind::BlankRow;
+    draft.band.height = height;
+    draft.row = view_.rowCount();
+    for (const PlannedControl& control : grid.cells) {
+        const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
+        const PlacedColumn& column = grid.geometry.columns[static_cast<std::size_t>(control.firstColumn)];
+        if (!inSet || column.line > 0) continue;
+        Item item;
+        item.box = {column.x, 0, column.width, height};
+        item.style = control.style;
+        item.column = item.lastColumn = control.firstColumn;
+        draft.band.items.push_back(std::move(item));
+        if (hasSets()) draft.sets.push_back(control.set);
+    }
+    finishGridBand(draft);
+    return draft;
+}
+
+}  // namespace qbsvrl6

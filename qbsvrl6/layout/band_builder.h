@@ -1,0 +1,76 @@
+// Makes bands from sections, titles and rows.
+#ifndef QBSVR_QBSVRL6_LAYOUT_BAND_BUILDER_H
+#define QBSVR_QBSVRL6_LAYOUT_BAND_BUILDER_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/layout/band_draft.h"
+#include "qbsvrl6/layout/flow.h"
+#include "qbsvrl6/layout/layout_context.h"
+
+namespace qbsvrl6 {
+
+class BandBuilder {
+public:
+    BandBuilder(LayoutContext& context, ReportInstance& instance);
+
+    // None where the section isn't visible.
+    std::optional<BandDraft> section(PlannedSection& section, BandKind kind, const Position& position);
+    // A header or footer of a group; the position's scope is the group.
+    std::optional<BandDraft> groupSection(PlannedSection& section, BandKind kind, const Position& position);
+    BandDraft title();
+    // `previous` is the row above that suppressed values are compared with; none: all values show.
+    BandDraft row(std::size_t row, std::optional<std::size_t> previous);
+    BandDraft blankRow(Micrometres height);
+
+    Position reportPosition(std::size_t row) const;
+    Position groupPosition(int level, std::size_t row) const;
+    Position rowPosition(std::size_t row) const;
+
+    // The set of columns that rows are made of; kEverySet: of all, to be taken apart later.
+    int activeSet = kEverySet;
+
+private:
+    // A control's item before the band's final heights are known.
+    struct Piece {
+        PlannedControl* control = nullptr;
+        const PooledStyle* style = nullptr;
+        std::optional<LateText> late;
+        Item item;
+        Micrometres needed = 0;  // height that a growing text needs
+        bool removed = false;    // takes no height since it is blank
+        std::vector<CollectingFlow::Placed> nested;
+    };
+
+    bool isVisible(const std::optional<Expression>& condition, const Position& position);
+    const PooledStyle* styleOf(PlannedControl& control, const Position& position);
+    bool makePiece(PlannedControl& control, const Rect& box, const Position& position, Piece& piece);
+    void makeText(PlannedText& text, const Position& position, Piece& piece);
+    void makePicture(PlannedPicture& picture, const Position& position, Piece& piece);
+    void makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece);
+    void makeChart(const PlannedChart& chart, Piece& piece);
+    void makeSubReport(PlannedSubReport& subReport, const Position& position, Piece& piece);
+    Position evaluationPosition(const PlannedText& text, const Position& position) const;
+    bool isBlankText(const Piece& piece) const;
+
+    Micrometres arrange(const Section& section, Micrometres height, std::vector<Piece>& pieces) const;
+    BandDraft cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
+                    BandKind kind, const Position& position, std::optional<std::size_t> previous);
+    void suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft);
+    void place(BandDraft& draft, std::vector<Piece>& pieces) const;
+    void placeNested(BandDraft& draft, Piece& piece) const;
+    void finishGridBand(BandDraft& draft) const;
+    bool hasSets() const;
+
+    LayoutContext& context_;
+    ReportInstance& instance_;
+    RowView& view_;
+    EvaluatedText evaluated_;
+    std::vector<Piece> pieces_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

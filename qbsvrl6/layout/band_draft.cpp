@@ -1,0 +1,183 @@
+#include "qbsvrl6/layout/band_draft.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "qbsvrl6/layout/text_layout.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Takes a draft's items apart into those above and those below a cut.
+class Splitter {
+public:
+    Splitter(BandDraft& draft, Micrometres height, bool force) : draft_(draft), force_(force), cut_(height) {
+        const auto above = std::upper_bound(draft.cuts.begin(), draft.cuts.end(), height);
+        if (above != draft.cuts.begin() && *(above - 1) > 0) cut_ = *(above - 1);
+    }
+
+    std::optional<BandDraft> split() {
+        if (cut_ <= 0 || cut_ >= draft_.band.height || (!force_ && !somethingStays())) return std::nullopt;
+        rest_.band.kind = draft_.band.kind;
+        rest_.band.inGrid = draft_.band.inGrid;
+        rest_.band.groupLevel = draft_.band.groupLevel;
+        rest_.band.background = draft_.band.background;
+        rest_.band.width = draft_.band.width;
+        rest_.x = draft_.x;
+        rest_.mayBreak = draft_.mayBreak;
+        rest_.row = draft_.row;
+        rest_.owner = draft_.owner;
+        divide();
+        rest_.band.height = draft_.band.height - cut_ + extra_;
+        for (const Micrometres cut : draft_.cuts) {
+            if (cut > cut_) rest_.cuts.push_back(cut - cut_ + extra_);
+        }
+        draft_.band.height = cut_;
+        draft_.cuts.clear();
+        return std::move(rest_);
+    }
+
+private:
+    // Whether a page would be any fuller for the upper part.
+    bool somethingStays() const {
+        return std::any_of(draft_.band.items.begin(), draft_.band.items.end(), [&](const Item& item) {
+            if (item.box.bottom() <= cut_) return true;
+            if (item.box.y >= cut_) return false;
+            const auto* const text = std::get_if<TextItem>(&item.content);
+            return text != nullptr && !text->lines.empty() &&
+                   text->lines.front().baseline <= cut_ - item.box.y;
+        });
+    }
+
+    void divide() {
+        std::vector<Item> items = std::move(draft_.band.items);
+        std::vector<int> sets = std::move(draft_.sets);
+        std::vector<LateText> lates = std::move(draft_.lates);
+        draft_.band.items.clear();
+        draft_.sets.clear();
+        draft_.lates.clear();
+        std::vector<std::size_t> below;
+        auto late = lates.begin();
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            LateText* const own = late != lates.end() && late->item == i ? &*late++ : nullptr;
+            const int set = sets.empty() ? 0 : sets[i];
+            Item& item = items[i];
+            if (item.box.y >= cut_) {
+                below.push_back(rest_.band.items.size());
+                item.box.y -= cut_;
+                put(rest_, std::move(item), sets.empty() ? nullptr : &set, own);
+            } else if (item.box.bottom() <= cut_) {
+                put(draft_, std::move(item), sets.empty() ? nullptr : &set, own);
+            } else {
+                cross(item, sets.empty() ? nullptr : &set, own);
+            }
+        }
+        for (const std::size_t index : below) rest_.band.items[index].box.y += extra_;
+    }
+
+    static void put(BandDraft& draft, Item item, const int* set, LateText* late) {
+        if (late != nullptr) {
+            late->item = draft.band.items.size();
+            draft.lates.push_back(std::move(*late));
+        }
+        draft.band.items.push_back(std::move(item));
+        if (set != nullptr) draft.sets.push_back(*set);
+    }
+
+    void needBelow(Micrometres height, Micrometres available) {
+        extra_ = std::max(extra_, height - available);
+    }
+
+    void cross(Item& item, const int* set, LateText* late) {
+        const Micrometres above = cut_ - item.box.y;
+        const Micrometres remaining = item.box.height - above;
+        if (std::holds_alternative<PictureItem>(item.content) ||
+            std::holds_alternative<DrawingItem>(item.content)) {
+            // Whole on one side: below, unless that would go on for ever.
+            if (force_ && item.box.y == 0) {
+                put(draft_, std::move(item), set, late);
+            } else {
+                needBelow(item.box.height, remaining);
+                item.box.y = 0;
+                put(rest_, std::move(item), set, late);
+            }
+            return;
+        }
+        Item lower;
+        lower.box = {item.box.x, 0, item.box.width, remaining};
+        lower.style = item.style;
+        lower.column = item.column;
+        lower.lastColumn = item.lastColumn;
+        if (auto* const text = std::get_if<TextItem>(&item.content)) {
+            crossText(item, *text, lower, above, remaining);
+        } else if (auto* const line = std::get_if<LineItem>(&item.content)) {
+            const auto left = static_cast<Micrometres>(
+                std::lround(static_cast<double>(item.box.width) * above / item.box.height));
+            const bool rising = line->line.rising;
+            lower.box.x = rising ? item.box.x : item.box.x + left;
+            lower.box.width = item.box.width - left;
+            lower.content = *line;
+            if (rising) item.box.x += item.box.width - left;
+            item.box.width = left;
+        } else {
+            lower.content = item.content;
+        }
+        item.box.height = above;
+        put(draft_, std::move(item), set, late);
+        put(rest_, std::move(lower), set, nullptr);
+    }
+
+    void crossText(Item& item, TextItem& text, Item& lower, Micrometres above, Micrometres remaining) {
+        TextItem rest;
+        const Micrometres needed = text.lines.empty()
+                                       ? 0
+                                       : splitText(text, rest, PooledStyle::of(*item.style),
+                                                   {item.box.width, item.box.height}, above, force_);
+        needBelow(needed, remaining);
+        lower.box.height = std::max(remaining, needed);
+        lower.content = std::move(rest);
+    }
+
+    BandDraft& draft_;
+    bool force_;
+    Micrometres cut_;
+    Micrometres extra_ = 0;  // room that the lower part needs on top of what was left of the height
+    BandDraft rest_;
+};
+
+}  // namespace
+
+std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force) {
+    return Splitter(draft, height, force).split();
+}
+
+BandDraft partForSet(const BandDraft& draft, int set) {
+    BandDraft part;
+    part.x = draft.x;
+    part.row = draft.row;
+    const Band& whole = draft.band;
+    part.band.kind = whole.kind;
+    part.band.inGrid = whole.inGrid;
+    part.band.repeated = whole.repeated;
+    part.band.groupLevel = whole.groupLevel;
+    part.band.background = whole.background;
+    part.band.width = whole.width;
+    part.band.height = whole.height;
+    if (set == 0) part.band.bookmark = whole.bookmark;
+    auto late = draft.lates.begin();
+    for (std::size_t i = 0; i < whole.items.size(); ++i) {
+        const bool isLate = late != draft.lates.end() && late->item == i;
+        const bool inSet = draft.sets.empty() ? set == 0 : draft.sets[i] == set || draft.sets[i] == kEverySet;
+        if (inSet && isLate) {
+            part.lates.push_back(*late);
+            part.lates.back().item = part.band.items.size();
+        }
+        if (isLate) ++late;
+        if (inSet) part.band.items.push_back(whole.items[i]);
+    }
+    return part;
+}
+
+}  // namespace qbsvrl6

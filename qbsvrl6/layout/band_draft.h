@@ -1,0 +1,64 @@
+// A band under way to its page.
+#ifndef QBSVR_QBSVRL6_LAYOUT_BAND_DRAFT_H
+#define QBSVR_QBSVRL6_LAYOUT_BAND_DRAFT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "qbsvrl6/bind/row_view.h"
+#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/layout/report_plan.h"
+#include "qbsvrl6/layout/style_pool.h"
+
+namespace qbsvrl6 {
+
+struct BandDraft;
+
+// Makes bands again for a page that goes on with a grid.
+class RepeatSource {
+public:
+    virtual ~RepeatSource() = default;
+    // What stands at the top of a page that goes on with `lead`: title and group headers.
+    virtual std::vector<BandDraft> repeats(const BandDraft& lead) = 0;
+    // The row again, with nothing suppressed.
+    virtual BandDraft revealed(const BandDraft& row) = 0;
+};
+
+// A text that is settled when its page, or the whole report, is complete.
+struct LateText {
+    std::size_t item = 0;  // of the band
+    PlannedText* text = nullptr;
+    const PooledStyle* style = nullptr;
+    Position position;
+    std::shared_ptr<RowView> view;
+    bool ofSubReport = false;  // rows of the page are its own rows
+};
+
+struct BandDraft {
+    Band band;
+    Micrometres x = 0;  // from the left edge of the flow
+    std::vector<LateText> lates;
+    std::vector<int> sets;          // of columns, one for each item; empty where there is one set
+    std::vector<Micrometres> cuts;  // heights at which a cut divides nothing, ascending
+    bool mayBreak = false;          // may be cut even where it would fit on the next page
+    std::size_t row = 0;            // of the grid's walk
+    bool hidesRepeated = false;     // a row with suppressed values
+    RepeatSource* owner = nullptr;
+    std::vector<std::uint64_t> keeps;  // the flow's: first bands of what must not be broken ahead of this one
+    std::uint64_t sequence = 0;        // the flow's: counts the bands
+};
+
+// Cuts a draft at `height` or, better, a little above where nothing is divided; the upper part stays in
+// `draft`. With `force`, something stays even if nothing fits. Gives the lower part; null, with the draft as
+// it was, where nothing would stay.
+std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force);
+
+// The part of a draft that belongs to a set of columns, fixed columns included.
+BandDraft partForSet(const BandDraft& draft, int set);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,39 @@
+#include "qbsvrl6/layout/flow.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+void CollectingFlow::add(BandDraft draft) {
+    const Micrometres y = height;
+    if (draft.band.height > limits::kBandMicrometres - height) {
+        throw EngineError(ErrorCode::LimitExceeded, "a sub-report is higher than " +
+                                                        std::to_string(limits::kBandMicrometres / 1'000'000) +
+                                                        " metres");
+    }
+    height += draft.band.height;
+    bands.push_back({std::move(draft), y});
+}
+
+void ContinuousFlow::begin() {
+    sink_.beginPage({1, page_.paper, page_.margins});
+    y_ = page_.margins.top;
+}
+
+void ContinuousFlow::add(BandDraft draft) {
+    // Heights of a million rows pass what fits: sinks of this layout count bands, not lengths.
+    constexpr std::int64_t kLowest = std::numeric_limits<Micrometres>::max() / 2;
+    const Micrometres height = draft.band.height;
+    sink_.band(std::move(draft.band), page_.margins.left + draft.x,
+               static_cast<Micrometres>(std::min(y_, kLowest)));
+    y_ += height;
+}
+
+void ContinuousFlow::end() { sink_.endPage(); }
+
+}  // namespace qbsvrl6

@@ -1,0 +1,64 @@
+// Where bands go, one below the other.
+#ifndef QBSVR_QBSVRL6_LAYOUT_FLOW_H
+#define QBSVR_QBSVRL6_LAYOUT_FLOW_H
+
+#include <cstdint>
+#include <vector>
+
+#include "qbsvrl6/layout/band_draft.h"
+#include "qbsvrl6/layout/layout_context.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+class Flow {
+public:
+    virtual ~Flow() = default;
+
+    virtual void add(BandDraft draft) = 0;
+
+    // The rest does nothing where there are no pages.
+
+    // What follows starts a page, unless nothing stands on this one yet.
+    virtual void startPage() {}
+    virtual void startPageNumbers() {}  // and is page 1
+    // Bands from now on until `endKeep` stay on one page, as far as that is possible.
+    virtual std::uint64_t beginKeep() { return 0; }
+    virtual void endKeep(std::uint64_t) {}
+    virtual void beginDetailColumns() {}
+    virtual void endDetailColumns() {}
+    // What is left of the page.
+    virtual Micrometres room() { return 0; }
+};
+
+// Bands of a sub-report, to be taken into a band of the report around it.
+class CollectingFlow : public Flow {
+public:
+    void add(BandDraft draft) override;
+
+    struct Placed {
+        BandDraft draft;
+        Micrometres y = 0;
+    };
+    std::vector<Placed> bands;
+    Micrometres height = 0;
+};
+
+// The continuous layout: straight to the sink.
+class ContinuousFlow : public Flow {
+public:
+    ContinuousFlow(PageSink& sink, const PageSetup& page) : sink_(sink), page_(page) {}
+
+    void begin();
+    void add(BandDraft draft) override;
+    void end();
+
+private:
+    PageSink& sink_;
+    const PageSetup& page_;
+    std::int64_t y_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,180 @@
+#include "qbsvrl6/layout/grid_geometry.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "qbsvrl6/layout/style_pool.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr Micrometres kNarrowestDetail = 1'000;
+
+class Placer {
+public:
+    Placer(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings)
+        : grid_(grid), available_(available), surroundings_(surroundings) {
+        for (const auto& column : grid.columns) {
+            const Micrometres width = std::clamp<Micrometres>(column->width, 0, limits::kPaperMicrometres);
+            geometry_.columns.push_back({0, width, 0, 0, true});
+            total_ += width;
+        }
+        if (total_ > limits::kBandMicrometres) {
+            throw EngineError(ErrorCode::LimitExceeded,
+                              "the detail grid is wider than " +
+                                  std::to_string(limits::kBandMicrometres / 1'000'000) + " metres");
+        }
+    }
+
+    GridGeometry place() {
+        const bool endless = surroundings_ == GridSurroundings::Endless;
+        if (endless || total_ <= available_) {
+            sideBySide();
+        } else {
+            adapt();
+        }
+        for (const PlacedColumn& column : geometry_.columns) {
+            if (column.visible) geometry_.width = std::max(geometry_.width, column.x + column.width);
+        }
+        if (!endless && grid_.centered) geometry_.x = std::max(0, (available_ - geometry_.width) / 2);
+        return std::move(geometry_);
+    }
+
+private:
+    void sideBySide() {
+        Micrometres x = 0;
+        for (PlacedColumn& column : geometry_.columns) {
+            column.x = x;
+            x += column.width;
+        }
+    }
+
+    void adapt() {
+        switch (grid_.adapt) {
+            case ColumnAdapt::Discard:
+                discard();
+                break;
+            case ColumnAdapt::Wrap:
+            case ColumnAdapt::WrapExcludeGroup:
+                wrap();
+                break;
+            case ColumnAdapt::ResizeToFit:
+                squeeze();
+                break;
+            case ColumnAdapt::ShrinkToFit:
+                geometry_.scale = static_cast<double>(available_) / static_cast<double>(total_);
+                squeeze();
+                break;
+            case ColumnAdapt::ToNewPage:
+            case ColumnAdapt::ToNewPageEx:
+                toNewPages(0);
+                break;
+            case ColumnAdapt::ToNewPageRepeatFixed:
+            case ColumnAdapt::ToNewPageRepeatFixedEx:
+                toNewPages(static_cast<std::size_t>(std::max(grid_.fixedColumns, 0)));
+                break;
+        }
+    }
+
+    // Whatever doesn't fit is left out; a first column that is wider than the page is cut.
+    void discard() {
+        sideBySide();
+        bool fits = true;
+        for (std::size_t i = 0; i < geometry_.columns.size(); ++i) {
+            PlacedColumn& column = geometry_.columns[i];
+            fits = fits && (i == 0 || column.x + column.width <= available_);
+            column.visible = fits;
+            if (i == 0) column.width = std::min(column.width, available_);
+        }
+    }
+
+    // All widths by the same factor; edges are rounded, not widths, so that the sum is the page's.
+    void squeeze() {
+        std::int64_t edge = 0;
+        Micrometres x = 0;
+        for (PlacedColumn& column : geometry_.columns) {
+            edge += column.width;
+            const auto next = static_cast<Micrometres>(edge * available_ / total_);
+            column.x = x;
+            column.width = next - x;
+            x = next;
+        }
+    }
+
+    // Puts columns side by side until one doesn't fit, then begins again behind the fixed ones. Gives the
+    // number of beginnings.
+    template <typename Assign>
+    int fill(std::size_t fixed, Assign assign) {
+        Micrometres left = 0;
+        for (std::size_t i = 0; i < fixed; ++i) left += geometry_.columns[i].width;
+        Micrometres x = left;
+        int count = 0;
+        for (std::size_t i = fixed; i < geometry_.columns.size(); ++i) {
+            PlacedColumn& column = geometry_.columns[i];
+            column.width = std::min(column.width, available_ - left);
+            if (x > left && x + column.width > available_) {
+                ++count;
+                x = left;
+            }
+            column.x = x;
+            assign(column, count);
+            x += column.width;
+        }
+        return count + 1;
+    }
+
+    void wrap() {
+        geometry_.wrapGroups = grid_.adapt != ColumnAdapt::WrapExcludeGroup;
+        geometry_.lines = fill(0, [](PlacedColumn& column, int line) { column.line = line; });
+    }
+
+    void toNewPages(std::size_t wanted) {
+        if (surroundings_ == GridSurroundings::Box) return wrap();
+        geometry_.setsFollowRows =
+            grid_.adapt == ColumnAdapt::ToNewPageEx || grid_.adapt == ColumnAdapt::ToNewPageRepeatFixedEx;
+        // The fixed columns leave room for the others: no more than half of the page is theirs.
+        std::size_t fixed = 0;
+        Micrometres width = 0;
+        while (fixed < std::min(wanted, geometry_.columns.size()) &&
+               width + geometry_.columns[fixed].width <= available_ / 2) {
+            geometry_.columns[fixed].x = width;
+            geometry_.columns[fixed].set = kEverySet;
+            width += geometry_.columns[fixed].width;
+            ++fixed;
+        }
+        geometry_.sets = fill(fixed, [](PlacedColumn& column, int set) { column.set = set; });
+    }
+
+    const DetailGrid& grid_;
+    Micrometres available_;
+    GridSurroundings surroundings_;
+    std::int64_t total_ = 0;
+    GridGeometry geometry_;
+};
+
+}  // namespace
+
+GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings) {
+    return Placer(grid, std::max<Micrometres>(available, 1), surroundings).place();
+}
+
+Micrometres printableWidth(const PageSetup& page) {
+    return page.paper.width - page.margins.left - page.margins.right;
+}
+
+int detailColumns(const PageSetup& page) {
+    const std::int64_t gap = std::max<Micrometres>(page.columnGap, 0);
+    const std::int64_t most = (printableWidth(page) + gap) / (kNarrowestDetail + gap);
+    return static_cast<int>(std::clamp<std::int64_t>(page.columns, 1, std::max<std::int64_t>(most, 1)));
+}
+
+Micrometres detailWidth(const PageSetup& page) {
+    const int columns = detailColumns(page);
+    if (columns == 1) return printableWidth(page);
+    return (printableWidth(page) - (columns - 1) * std::max<Micrometres>(page.columnGap, 0)) / columns;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,57 @@
+#include "qbsvrl6/layout/layout.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "format/date_time.h"
+#include "qbsvrl6/layout/flow.h"
+#include "qbsvrl6/layout/layout_context.h"
+#include "qbsvrl6/layout/pager.h"
+#include "qbsvrl6/layout/report_walk.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+void layOutPaged(LayoutContext& context, ReportInstance& instance, PageSink& sink) {
+    Pager pager(context, instance, sink);
+    ReportWalk walk(context, instance, pager);
+    walk.walk();
+    pager.finish();
+}
+
+// Page header and footer stand once, at the start and at the end.
+void layOutContinuous(LayoutContext& context, ReportInstance& instance, PageSink& sink) {
+    ContinuousFlow flow(sink, instance.plan.report->page);
+    BandBuilder builder(context, instance);
+    const auto addPart = [&](std::optional<PlannedSection>& part, BandKind kind, std::size_t row) {
+        if (!part) return;
+        std::optional<BandDraft> draft = builder.section(*part, kind, builder.reportPosition(row));
+        if (draft) flow.add(std::move(*draft));
+    };
+    const std::size_t rows = instance.view->rowCount();
+    flow.begin();
+    addPart(instance.plan.pageHeader, BandKind::PageHeader, 0);
+    ReportWalk(context, instance, flow).walk();
+    addPart(instance.plan.pageFooter, BandKind::PageFooter, rows > 0 ? rows - 1 : 0);
+    flow.end();
+}
+
+}  // namespace
+
+void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
+            PageSink& sink) {
+    LayoutContext context(options);
+    context.now = larkspur::ClkDateTime::CurrentTime();
+    const std::unique_ptr<ReportPlan> plan = planReport(report, {data, options, context.styles});
+    ReportInstance instance{
+        *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false};
+    if (options.paged) {
+        layOutPaged(context, instance, sink);
+    } else {
+        layOutContinuous(context, instance, sink);
+    }
+    sink.finish(context.late);
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,323 @@
+#include "qbsvrl6/layout/pager.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr Micrometres kSmallestPage = 1'000;  // width and height between the margins
+constexpr Micrometres kUsefulCut = 15'000;    // what is left of a page is worth filling with part of a band
+constexpr double kMostRepeated = 0.6;         // of a page's height that titles and group headers may take
+
+}  // namespace
+
+Pager::Pager(LayoutContext& context, ReportInstance& instance, PageSink& sink)
+    : context_(context),
+      instance_(instance),
+      sink_(sink),
+      setup_(instance.plan.report->page),
+      builder_(context, instance) {
+    const std::int64_t width = std::int64_t{setup_.paper.width} - setup_.margins.left - setup_.margins.right;
+    const std::int64_t height =
+        std::int64_t{setup_.paper.height} - setup_.margins.top - setup_.margins.bottom;
+    if (width < kSmallestPage || height < kSmallestPage) {
+        throw EngineError(ErrorCode::LimitExceeded, "the margins leave no room on the page");
+    }
+}
+
+void Pager::startPage() {
+    startPending_ = startPending_ || (pageOpen_ && (!placed_.empty() || !fragment_.empty()));
+}
+
+std::uint64_t Pager::beginKeep() {
+    keeps_.push_back({nextKeep_++, nextSequence_});
+    return keeps_.back().id;
+}
+
+void Pager::endKeep(std::uint64_t keep) {
+    std::erase_if(keeps_, [keep](const Keep& open) { return open.id == keep; });
+}
+
+void Pager::add(BandDraft draft) {
+    if (std::exchange(startPending_, false)) {
+        endFragment();
+        closePage();
+    }
+    if (!pageOpen_) openPage(draft.row);
+    draft.sequence = nextSequence_++;
+    for (const Keep& keep : keeps_) {
+        if (keep.first < draft.sequence) draft.keeps.push_back(keep.first);
+    }
+    place(std::move(draft));
+}
+
+void Pager::place(BandDraft draft) {
+    for (;;) {
+        if (draft.hidesRepeated && !fragmentHasRow_) {
+            BandDraft revealed = draft.owner->revealed(draft);
+            revealed.sequence = draft.sequence;
+            revealed.keeps = std::move(draft.keeps);
+            draft = std::move(revealed);
+        }
+        if (draft.band.height <= left()) return append(std::move(draft));
+        const bool startsPage = !hasContent() && top_ == bodyTop_;
+        if (startsPage || cutsInPlace(draft)) {
+            std::optional<BandDraft> rest = splitDraft(draft, left(), startsPage);
+            if (rest) {
+                rest->sequence = nextSequence_++;
+                append(std::move(draft));
+                nextFragment(*rest);
+                draft = std::move(*rest);
+                continue;
+            }
+        }
+        if (hasContent()) return moveOn(std::move(draft));
+        if (startsPage && repeated_ == 0) return append(std::move(draft));  // nothing divides it
+        if (startsPage) {
+            fragment_.clear();  // the repeated bands make room for it
+            repeated_ = 0;
+            used_ = 0;
+        } else {
+            nextPage(draft);
+        }
+    }
+}
+
+void Pager::append(BandDraft draft) {
+    used_ += draft.band.height;
+    fragmentHasRow_ = fragmentHasRow_ || draft.band.kind == BandKind::Row;
+    fragment_.push_back(std::move(draft));
+}
+
+// A band that no page can hold is cut where it stands, if that fills the page any better.
+bool Pager::cutsInPlace(const BandDraft& draft) const {
+    return (draft.mayBreak || draft.band.height > bottom_ - bodyTop_) && left() >= kUsefulCut;
+}
+
+// Breaks the fragment where it does least harm and goes on with the rest behind it.
+void Pager::moveOn(BandDraft draft) {
+    const std::size_t from = chooseBreak(draft);
+    std::vector<BandDraft> carried(
+        std::make_move_iterator(fragment_.begin() + static_cast<std::ptrdiff_t>(from)),
+        std::make_move_iterator(fragment_.end()));
+    fragment_.resize(from);
+    carried.push_back(std::move(draft));
+    nextFragment(carried.front());
+    for (BandDraft& band : carried) place(std::move(band));
+}
+
+// The latest break that keeps together what is to stay together, or, where there is none, the one that
+// divides least. What starts the fragment can't be kept any better on the next one.
+std::size_t Pager::chooseBreak(const BandDraft& draft) const {
+    const std::uint64_t first = fragment_[repeated_].sequence;
+    std::size_t best = fragment_.size();
+    std::size_t bestDivided = static_cast<std::size_t>(-1);
+    for (std::size_t i = fragment_.size(); i > repeated_; --i) {
+        const BandDraft& behind = i == fragment_.size() ? draft : fragment_[i];
+        const auto divided = static_cast<std::size_t>(std::count_if(
+            behind.keeps.begin(), behind.keeps.end(), [first](std::uint64_t keep) { return keep > first; }));
+        if (divided < bestDivided) {
+            best = i;
+            bestDivided = divided;
+        }
+        if (divided == 0) break;
+    }
+    return best;
+}
+
+void Pager::nextFragment(const BandDraft& lead) {
+    if (detailColumn_ < 0 || detailColumn_ + 1 >= detailColumns(setup_)) return nextPage(lead);
+    endFragment();
+    ++detailColumn_;
+    top_ = columnsTop_;
+    addRepeats(lead);
+}
+
+void Pager::nextPage(const BandDraft& lead) {
+    endFragment();
+    closePage();
+    openPage(lead.row);
+    addRepeats(lead);
+}
+
+void Pager::endFragment() {
+    const Micrometres x =
+        detailColumn_ < 0 ? 0 : detailColumn_ * (detailWidth(setup_) + std::max(setup_.columnGap, 0));
+    Micrometres y = top_;
+    for (BandDraft& draft : fragment_) {
+        const Micrometres height = draft.band.height;
+        const Micrometres left = setup_.margins.left + x + draft.x;
+        placed_.push_back({std::move(draft), left, y});
+        y += height;
+    }
+    columnsBottom_ = std::max(columnsBottom_, y);
+    top_ = y;
+    fragment_.clear();
+    repeated_ = 0;
+    used_ = 0;
+    fragmentHasRow_ = false;
+}
+
+void Pager::addRepeats(const BandDraft& lead) {
+    if (lead.owner == nullptr) return;
+    std::vector<BandDraft> repeats = lead.owner->repeats(lead);
+    std::int64_t height = 0;
+    for (const BandDraft& band : repeats) height += band.band.height;
+    if (static_cast<double>(height) > kMostRepeated * capacity()) return;
+    for (BandDraft& band : repeats) append(std::move(band));
+    repeated_ = fragment_.size();
+}
+
+void Pager::beginDetailColumns() {
+    if (detailColumns(setup_) == 1) return;
+    if (std::exchange(startPending_, false)) {
+        endFragment();
+        closePage();
+    }
+    if (!pageOpen_) openPage(nextRow_);
+    endFragment();
+    detailColumn_ = 0;
+    columnsTop_ = columnsBottom_ = top_;
+}
+
+// What follows stands below the longest column.
+void Pager::endDetailColumns() {
+    if (detailColumn_ < 0) return;
+    if (pageOpen_) {
+        endFragment();
+        top_ = columnsBottom_;
+    }
+    detailColumn_ = -1;
+}
+
+Micrometres Pager::room() {
+    if (startPending_) return 0;
+    if (!pageOpen_) openPage(nextRow_);
+    return std::max(left(), 0);
+}
+
+void Pager::nextPageNumber() {
+    if (++pages_ > limits::kPages) {
+        throw EngineError(ErrorCode::LimitExceeded,
+                          "the report has more than " + std::to_string(limits::kPages) + " pages");
+    }
+    ++numbers_.number;
+}
+
+void Pager::openPage(std::size_t row) {
+    if (std::exchange(restartPending_, false)) {
+        ++numbers_.run;
+        numbers_.number = 0;
+    }
+    nextPageNumber();
+    pageOpen_ = true;
+    numbers_.rows = {row, row};
+    ReportPlan& plan = instance_.plan;
+    headerHeight_ = partHeight(plan.pageHeader, BandKind::PageHeader, numbers_);
+    footerHeight_ = partHeight(plan.pageFooter, BandKind::PageFooter, numbers_);
+    top_ = setup_.margins.top + headerHeight_;
+    bottom_ = setup_.paper.height - setup_.margins.bottom - footerHeight_;
+    if (bottom_ - top_ < kSmallestPage) {
+        throw EngineError(ErrorCode::LimitExceeded, "the page header and footer leave no room on the page");
+    }
+    bodyTop_ = columnsTop_ = columnsBottom_ = top_;
+    if (detailColumn_ > 0) detailColumn_ = 0;
+}
+
+// Headers and footers are laid out twice: ahead of the page for their heights, and behind it for good.
+Micrometres Pager::partHeight(std::optional<PlannedSection>& part, BandKind kind,
+                              const PageNumbers& numbers) {
+    const std::optional<BandDraft> draft = makePart(part, kind, numbers);
+    return draft ? std::min(draft->band.height, setup_.paper.height) : 0;
+}
+
+std::optional<BandDraft> Pager::makePart(std::optional<PlannedSection>& part, BandKind kind,
+                                         const PageNumbers& numbers) {
+    if (!part) return std::nullopt;
+    const RowRange& rows = numbers.rows;
+    const bool atEnd = kind == BandKind::PageFooter && rows.end > rows.first;
+    const std::size_t count = instance_.view->rowCount();
+    Position position;
+    position.row = std::min(atEnd ? rows.end - 1 : rows.first, count > 0 ? count - 1 : 0);
+    position.scope = {ScopeKind::Page, 0};
+    position.pageRows = rows;
+    position.pageNumber = numbers.number;
+    return builder_.section(*part, kind, position);
+}
+
+void Pager::closePage() {
+    pageOpen_ = false;
+    RowRange rows{nextRow_, nextRow_};
+    bool anyRow = false;
+    for (const Placed& placed : placed_) {
+        if (placed.draft.band.kind != BandKind::Row) continue;
+        const std::size_t row = placed.draft.row;
+        rows = anyRow ? RowRange{std::min(rows.first, row), std::max(rows.end, row + 1)}
+                      : RowRange{row, row + 1};
+        anyRow = true;
+    }
+    nextRow_ = rows.end;
+    numbers_.rows = rows;
+    // Columns of detail come one after the other; sinks go down the page.
+    const auto higher = [](const Placed& a, const Placed& b) { return a.y < b.y; };
+    if (!std::is_sorted(placed_.begin(), placed_.end(), higher)) {
+        std::stable_sort(placed_.begin(), placed_.end(), higher);
+    }
+    const PlannedGrid* const grid = instance_.plan.grid.get();
+    const bool pagesForSets = grid != nullptr && grid->geometry.sets > 1 && !grid->geometry.setsFollowRows &&
+                              std::any_of(placed_.begin(), placed_.end(),
+                                          [](const Placed& placed) { return placed.draft.band.inGrid; });
+    if (!pagesForSets) {
+        emitPage(placed_, numbers_);
+    } else {
+        for (int set = 0; set < grid->geometry.sets; ++set) {
+            if (set > 0) nextPageNumber();
+            std::vector<Placed> bands;
+            for (const Placed& placed : placed_) {
+                const bool inGrid = placed.draft.band.inGrid;
+                if (set > 0 && !inGrid) continue;
+                bands.push_back({inGrid ? partForSet(placed.draft, set) : placed.draft, placed.x, placed.y});
+            }
+            emitPage(bands, numbers_);
+        }
+    }
+    placed_.clear();
+}
+
+void Pager::emitPage(std::vector<Placed>& bands, const PageNumbers& numbers) {
+    context_.late.countPage(numbers.run);
+    sink_.beginPage({pages_, setup_.paper, setup_.margins});
+    emitPart(instance_.plan.pageHeader, BandKind::PageHeader, setup_.margins.top, headerHeight_, numbers);
+    for (Placed& placed : bands) emitBand(std::move(placed.draft), placed.x, placed.y, numbers);
+    const Micrometres footerTop = setup_.paper.height - setup_.margins.bottom - footerHeight_;
+    emitPart(instance_.plan.pageFooter, BandKind::PageFooter, footerTop, footerHeight_, numbers);
+    sink_.endPage();
+}
+
+void Pager::emitPart(std::optional<PlannedSection>& part, BandKind kind, Micrometres y, Micrometres height,
+                     const PageNumbers& numbers) {
+    std::optional<BandDraft> draft = makePart(part, kind, numbers);
+    if (!draft) return;
+    draft->band.height = height;
+    emitBand(std::move(*draft), setup_.margins.left, y, numbers);
+}
+
+void Pager::emitBand(BandDraft draft, Micrometres x, Micrometres y, const PageNumbers& numbers) {
+    context_.late.settleForPage(draft, numbers);
+    sink_.band(std::move(draft.band), x, y);
+}
+
+void Pager::finish() {
+    if (!pageOpen_ && pages_ == 0) openPage(0);
+    if (!pageOpen_) return;
+    endFragment();
+    closePage();
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,153 @@
+#include "qbsvrl6/layout/picture_store.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::size_t kKeptBytes = 64u << 20;
+constexpr std::size_t kLongestKey = 4'096;  // pictures written out in the data are rarely repeated
+constexpr int kMostFailedFetches = 20;
+constexpr double kMicrometresPerInch = 25'400;
+
+int base64Value(char16_t unit) {
+    if (unit >= u'A' && unit <= u'Z') return unit - u'A';
+    if (unit >= u'a' && unit <= u'z') return unit - u'a' + 26;
+    if (unit >= u'0' && unit <= u'9') return unit - u'0' + 52;
+    if (unit == u'+' || unit == u'-') return 62;
+    if (unit == u'/' || unit == u'_') return 63;
+    return -1;
+}
+
+std::optional<std::string> decodeBase64(std::u16string_view text) {
+    std::string bytes;
+    bytes.reserve(text.size() / 4 * 3);
+    unsigned bits = 0;
+    int count = 0;
+    for (const char16_t unit : text) {
+        if (unit == u'=') break;
+        if (unit == u' ' || unit == u'\r' || unit == u'\n' || unit == u'\t') continue;
+        const int value = base64Value(unit);
+        if (value < 0) return std::nullopt;
+        bits = (bits << 6 | static_cast<unsigned>(value)) & 0xFFFFFFu;
+        count += 6;
+        if (count < 8) continue;
+        count -= 8;
+        bytes += static_cast<char>(bits >> count & 0xFFu);
+    }
+    return bytes;
+}
+
+// Base64 text of a PNG or JPEG file, known by its first bytes; no path is as long as the shortest picture.
+bool looksLikeBase64(std::u16string_view source) {
+    constexpr std::size_t kShortestPicture = 64;
+    return source.size() >= kShortestPicture &&
+           (source.starts_with(u"iVBORw0KGgo") || source.starts_with(u"/9j/"));
+}
+
+std::string shownSource(std::u16string_view source) {
+    constexpr std::size_t kShown = 120;
+    return toUtf8(source.substr(0, kShown)) + (source.size() > kShown ? "..." : "");
+}
+
+bool isRemote(std::u16string_view source) {
+    return source.starts_with(u"http:") || source.starts_with(u"https:");
+}
+
+}  // namespace
+
+std::shared_ptr<const Picture> PictureStore::find(std::u16string_view source, const std::string& directory) {
+    if (source.empty()) return nullptr;
+    std::u16string key;
+    if (source.size() <= kLongestKey) {
+        key = source;
+        const auto known = known_.find(key);
+        if (known != known_.end()) return known->second;
+    }
+    std::shared_ptr<const Picture> picture;
+    try {
+        picture = load(source, directory);
+    } catch (const EngineError& error) {
+        if (isRemote(source)) ++failedFetches_;
+        logWarning("picture \"" + shownSource(source) + "\" is left out: " + error.what());
+    }
+    if (!key.empty()) keep(key, picture);
+    return picture;
+}
+
+std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, const std::string& directory) {
+    std::u16string_view encoded;
+    if (source.starts_with(u"data:")) {
+        const std::size_t comma = source.find(u',');
+        if (comma == std::u16string_view::npos || !source.substr(0, comma).ends_with(u";base64")) {
+            throw EngineError(ErrorCode::BadPicture, "only Base64 is known in data URLs");
+        }
+        encoded = source.substr(comma + 1);
+    } else if (looksLikeBase64(source)) {
+        encoded = source;
+    }
+    if (!encoded.empty()) {
+        std::optional<std::string> bytes = decodeBase64(encoded);
+        if (!bytes) throw EngineError(ErrorCode::BadPicture, "the Base64 text is damaged");
+        return loadPicture(std::move(*bytes), "picture in the data");
+    }
+    // A server that hangs would hold the export up for each row.
+    if (isRemote(source) && failedFetches_ >= kMostFailedFetches) {
+        throw EngineError(ErrorCode::LimitExceeded, "too many pictures could not be fetched already");
+    }
+    return loadPicture(fetch(source, directory, limits::kPictureBytes), toUtf8(source));
+}
+
+// Once there are too many, all go: sinks hold on to those that they need.
+void PictureStore::keep(const std::u16string& key, const std::shared_ptr<const Picture>& picture) {
+    const std::size_t bytes = key.size() * 2 + (picture ? picture->bytes.size() : 0);
+    if (keptBytes_ + bytes > kKeptBytes) {
+        known_.clear();
+        keptBytes_ = 0;
+    }
+    known_.emplace(key, picture);
+    keptBytes_ += bytes;
+}
+
+std::shared_ptr<const Picture> PictureStore::embedded(const PictureContent& content) {
+    const auto known = embedded_.find(&content);
+    if (known != embedded_.end()) return known->second;
+    std::shared_ptr<const Picture> picture;
+    try {
+        if (!content.embedded.empty()) picture = loadPicture(content.embedded, "picture in the template");
+    } catch (const EngineError& error) {
+        logWarning(std::string("a picture in the template is left out: ") + error.what());
+    }
+    embedded_.emplace(&content, picture);
+    return picture;
+}
+
+Rect fitPicture(const Picture& picture, PictureFit fit, Size box) {
+    if (fit == PictureFit::Stretch) return {0, 0, box.width, box.height};
+    const double dots = picture.dotsPerInch > 0 ? picture.dotsPerInch : 96;
+    double width = picture.pixelWidth * kMicrometresPerInch / dots;
+    double height = picture.pixelHeight * kMicrometresPerInch / dots;
+    if (fit == PictureFit::Clip) {
+        // The sink cuts what goes beyond the box.
+        const double most = limits::kBandMicrometres;
+        return {0, 0, static_cast<Micrometres>(std::min(width, most)),
+                static_cast<Micrometres>(std::min(height, most))};
+    }
+    const double factor = std::min(box.width / width, box.height / height);
+    width *= factor;
+    height *= factor;
+    return {static_cast<Micrometres>(std::lround((box.width - width) / 2)),
+            static_cast<Micrometres>(std::lround((box.height - height) / 2)),
+            static_cast<Micrometres>(std::lround(width)), static_cast<Micrometres>(std::lround(height))};
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,41 @@
+// The pictures of one export, each read once while it is in use.
+#ifndef QBSVR_QBSVRL6_LAYOUT_PICTURE_STORE_H
+#define QBSVR_QBSVRL6_LAYOUT_PICTURE_STORE_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "qbsvrl6/model/report.h"
+#include "qbsvrl6/picture/picture.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+class PictureStore {
+public:
+    // `source` is a path or URL, relative to `directory`, a "data:" URL, or the Base64 text of a PNG or JPEG
+    // file. Null, with a line in the log, for what can't be read; the same source is then not tried again.
+    std::shared_ptr<const Picture> find(std::u16string_view source, const std::string& directory);
+
+    // The picture that a template holds itself.
+    std::shared_ptr<const Picture> embedded(const PictureContent& content);
+
+private:
+    std::shared_ptr<const Picture> load(std::u16string_view source, const std::string& directory);
+    void keep(const std::u16string& key, const std::shared_ptr<const Picture>& picture);
+
+    std::unordered_map<std::u16string, std::shared_ptr<const Picture>> known_;
+    std::unordered_map<const PictureContent*, std::shared_ptr<const Picture>> embedded_;
+    std::size_t keptBytes_ = 0;
+    int failedFetches_ = 0;
+};
+
+// Where the picture stands in a box of this size.
+Rect fitPicture(const Picture& picture, PictureFit fit, Size box);
+
+}  // namespace qbsvrl6
+
+#endif

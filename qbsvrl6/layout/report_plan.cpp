@@ -1,0 +1,287 @@
+#include "qbsvrl6/layout/report_plan.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
+
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// A length that isn't what a template could hold reads as the nearest that is.
+Micrometres soundLength(Micrometres length) {
+    return std::clamp<Micrometres>(length, 0, limits::kPaperMicrometres);
+}
+
+Micrometres soundOffset(Micrometres offset) {
+    return std::clamp<Micrometres>(offset, -limits::kPaperMicrometres, limits::kPaperMicrometres);
+}
+
+template <typename T>
+const T* found(const std::map<const ReportDefinition*, std::shared_ptr<const T>>& sets,
+               const ReportDefinition* key, const T* otherwise) {
+    const auto known = sets.find(key);
+    return known == sets.end() ? otherwise : known->second.get();
+}
+
+class Planner {
+public:
+    Planner(const ReportDefinition& report, const PlanSource& source, int depth)
+        : report_(report), source_(source), depth_(depth) {}
+
+    // A sub-report is planned for a box of this width and reads the outer report's data where it has none of
+    // its own.
+    std::unique_ptr<ReportPlan> plan(Micrometres width, const DataSet* outerData,
+                                     std::span<const SubReportParameter> passed) {
+        plan_ = std::make_unique<ReportPlan>();
+        plan_->report = &report_;
+        plan_->width = width;
+        data_ = found(source_.data.sets, &report_, outerData);
+        plan_->binding = std::make_unique<Binding>(report_, dataSources(), passed);
+        const bool nested = depth_ > 0;
+        const bool sections = nested || !source_.options.onlyDetailGrid;
+        if (sections) {
+            for (const SectionPtr& section : report_.reportHeaders) addSection(plan_->reportHeaders, section);
+            for (const SectionPtr& section : report_.reportFooters) addSection(plan_->reportFooters, section);
+        }
+        if (sections && !nested && source_.options.pageHeadersAndFooters) {
+            if (report_.pageHeader) plan_->pageHeader = planSection(*report_.pageHeader, true);
+            if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, true);
+        }
+        if (report_.grid) planGrid();
+        return std::move(plan_);
+    }
+
+private:
+    // The grid's own data leads; the report's is there for its parameters and, where its table is another,
+    // for the fields of that table's first row.
+    DataSources dataSources() {
+        DataSources sources;
+        sources.data = data_;
+        const Table* const reportTable = data_ == nullptr ? nullptr : data_->table(report_.data.table);
+        sources.rows = reportTable;
+        if (!report_.grid) return sources;
+        const auto own = source_.data.gridSets.find(report_.grid.get());
+        const bool hasOwn = own != source_.data.gridSets.end();
+        const DataSet* const gridData = hasOwn ? own->second.get() : data_;
+        const std::u16string& name = report_.grid->recordset.table;
+        const bool same = !hasOwn && name.empty();
+        if (!same) sources.rows = gridData == nullptr ? nullptr : gridData->table(name);
+        if (sources.rows != reportTable) sources.head = reportTable;
+        if (sources.data == nullptr) sources.data = gridData;
+        return sources;
+    }
+
+    void addSection(std::vector<PlannedSection>& sections, const SectionPtr& section) {
+        if (section) sections.push_back(planSection(*section, false));
+    }
+
+    std::optional<Expression> condition(const std::u16string& text) {
+        if (trimmed(text).empty()) return std::nullopt;
+        return plan_->binding->compile(text);
+    }
+
+    PlannedSection planSection(const Section& section, bool ofPage) {
+        PlannedSection planned = emptySection(section, 1);
+        for (const auto& control : section.controls.items) {
+            const Rect& box = control->box;
+            const Rect sound{soundOffset(box.x), soundOffset(box.y), soundLength(box.width),
+                             soundLength(box.height)};
+            planned.controls.push_back(planControl(*control, sound, 1, ofPage));
+        }
+        return planned;
+    }
+
+    PlannedSection emptySection(const Section& section, double scale) {
+        PlannedSection planned;
+        planned.section = &section;
+        planned.height = scaledLength(soundLength(section.height), scale);
+        planned.visibleWhen = condition(section.visibleWhen);
+        return planned;
+    }
+
+    PlannedControl planControl(const Control& control, const Rect& box, double scale, bool ofPage) {
+        PlannedControl planned;
+        planned.control = &control;
+        planned.box = box;
+        planned.style = source_.styles.intern(
+            scaledStyle(resolveStyle(report_, control.styleName, control.style), scale));
+        for (const ConditionalStyle& conditional : control.conditions) {
+            planned.conditions.push_back({plan_->binding->compile(conditional.when), &conditional.style});
+        }
+        planned.visibleWhen = condition(control.visibleWhen);
+        planned.content = std::visit([&](const auto& content) { return planContent(content, box, ofPage); },
+                                     control.content);
+        return planned;
+    }
+
+    PlannedContent planContent(const TextContent& content, const Rect&, bool ofPage) {
+        PlannedText planned;
+        planned.text = plan_->binding->compileText(content.text);
+        if (!content.link.empty()) planned.link = plan_->binding->compileText(content.link);
+        planned.evaluate = content.evaluate;
+        planned.suppressRepeated = content.suppressRepeated;
+        planned.removeWhenBlank = content.removeWhenBlank;
+        const bool pageScope = ofPage || content.evaluate == TextContent::Evaluate::Page;
+        planned.needsPage = planned.text.any(&Expression::usesPage) ||
+                            content.evaluate == TextContent::Evaluate::Page ||
+                            (pageScope && planned.text.any(&Expression::usesDefaultScope));
+        planned.needsPageCount = planned.text.any(&Expression::usesPageCount);
+        return planned;
+    }
+
+    PlannedContent planContent(const LineContent& content, const Rect&, bool) { return content; }
+    PlannedContent planContent(const BoxContent& content, const Rect&, bool) { return content; }
+
+    PlannedContent planContent(const PictureContent& content, const Rect&, bool) {
+        return PlannedPicture{&content, plan_->binding->compileText(content.source)};
+    }
+
+    PlannedContent planContent(const BarcodeContent& content, const Rect&, bool) {
+        return PlannedBarcode{&content, plan_->binding->compileText(content.text)};
+    }
+
+    PlannedContent planContent(const ChartContent& content, const Rect&, bool) {
+        return PlannedChart{&content};
+    }
+
+    PlannedContent planContent(const SubReportContent& content, const Rect& box, bool) {
+        PlannedSubReport planned;
+        if (depth_ + 1 > limits::kSubReportDepth) {
+            logWarning("sub-reports are nested more than " + std::to_string(limits::kSubReportDepth) +
+                       " deep: the innermost are left out");
+            return planned;
+        }
+        for (const SubReportParameter& parameter : content.parameters) {
+            planned.arguments.push_back(plan_->binding->compile(parameter.expression));
+        }
+        const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
+        planned.plan =
+            Planner(content.report->definition, source_, depth_ + 1).plan(width, data_, content.parameters);
+        return planned;
+    }
+
+    void planGrid() {
+        const DetailGrid& grid = *report_.grid;
+        plan_->grid = std::make_unique<PlannedGrid>();
+        PlannedGrid& planned = *plan_->grid;
+        planned.grid = &grid;
+        GridSurroundings surroundings = GridSurroundings::Page;
+        Micrometres available = plan_->width;
+        if (!source_.options.paged) {
+            surroundings = GridSurroundings::Endless;
+        } else if (depth_ > 0) {
+            surroundings = GridSurroundings::Box;
+        } else if (detailColumns(report_.page) > 1) {
+            surroundings = GridSurroundings::Box;
+            available = detailWidth(report_.page);
+        }
+        planned.geometry = placeColumns(grid, available, surroundings);
+        const double scale = planned.geometry.scale;
+        planned.titleHeight = scaledLength(soundLength(grid.titleHeight), scale);
+        planned.rowHeight = scaledLength(soundLength(grid.rowHeight), scale);
+        for (std::size_t i = 0; i < grid.columns.size(); ++i) {
+            const PlacedColumn& place = planned.geometry.columns[i];
+            columnIndex_.emplace(grid.columns[i]->name, i);
+            if (!place.visible) continue;
+            const auto cell = [&](const Control& control, Micrometres height) {
+                PlannedControl made = planControl(control, {place.x, 0, place.width, height}, scale, false);
+                made.firstColumn = made.lastColumn = static_cast<int>(i);
+                made.set = place.set;
+                return made;
+            };
+            if (planned.titleHeight > 0)
+                planned.titles.push_back(cell(grid.columns[i]->title, planned.titleHeight));
+            planned.cells.push_back(cell(grid.columns[i]->content, planned.rowHeight));
+        }
+        for (const auto& group : grid.groups) {
+            PlannedGroup made;
+            made.group = group.get();
+            if (group->header) made.header = planGroupSection(*group->header, planned.geometry);
+            if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry);
+            planned.groups.push_back(std::move(made));
+        }
+    }
+
+    // Controls that name columns follow them: to their line where group sections wrap, and to each page that
+    // holds some of them.
+    PlannedSection planGroupSection(const Section& section, const GridGeometry& geometry) {
+        PlannedSection planned = emptySection(section, geometry.scale);
+        int lines = 1;
+        for (const auto& control : section.controls.items) {
+            Rect box = control->box;
+            box = {scaledLength(soundOffset(box.x), geometry.scale),
+                   scaledLength(soundOffset(box.y), geometry.scale),
+                   scaledLength(soundLength(box.width), geometry.scale),
+                   scaledLength(soundLength(box.height), geometry.scale)};
+            const auto first = columnIndex_.find(control->column);
+            if (control->column.empty() || first == columnIndex_.end()) {
+                planned.controls.push_back(planControl(*control, box, geometry.scale, false));
+                planned.controls.back().set = 0;
+                continue;
+            }
+            const auto to = columnIndex_.find(control->toColumn);
+            const std::size_t last =
+                to == columnIndex_.end() ? first->second : std::max(first->second, to->second);
+            for (int set = 0; set < geometry.sets; ++set) {
+                const auto span = columnSpan(geometry, first->second, last, set);
+                if (!span) continue;
+                const PlacedColumn& left = geometry.columns[span->first];
+                const PlacedColumn& right = geometry.columns[span->second];
+                box.x = left.x;
+                box.width = right.x + right.width - left.x;
+                Rect own = box;
+                if (geometry.wrapGroups) {
+                    own.y += left.line * planned.height;
+                    lines = std::max(lines, left.line + 1);
+                }
+                PlannedControl made = planControl(*control, own, geometry.scale, false);
+                made.firstColumn = static_cast<int>(span->first);
+                made.lastColumn = static_cast<int>(span->second);
+                const bool everywhere = geometry.columns[last].set == kEverySet;
+                made.set = everywhere ? kEverySet : set;
+                planned.controls.push_back(std::move(made));
+                if (everywhere) break;
+            }
+        }
+        planned.height *= lines;
+        return planned;
+    }
+
+    // First and last of the columns of a range that stand in the set, on the line of the first; none where
+    // the set has only fixed columns of a range that goes beyond them.
+    static std::optional<std::pair<std::size_t, std::size_t>> columnSpan(const GridGeometry& geometry,
+                                                                         std::size_t first, std::size_t last,
+                                                                         int set) {
+        std::optional<std::pair<std::size_t, std::size_t>> span;
+        bool own = geometry.columns[last].set == kEverySet;
+        for (std::size_t i = first; i <= last; ++i) {
+            if (!geometry.inSet(i, set)) continue;
+            if (span && geometry.columns[i].line != geometry.columns[span->first].line) break;
+            own = own || geometry.columns[i].set == set;
+            span = {span ? span->first : i, i};
+        }
+        // Where group sections don't wrap, what stands on a later line has no place.
+        if (span && !geometry.wrapGroups && geometry.columns[span->first].line > 0) return std::nullopt;
+        return own ? span : std::nullopt;
+    }
+
+    const ReportDefinition& report_;
+    const PlanSource& source_;
+    int depth_;
+    std::unique_ptr<ReportPlan> plan_;
+    const DataSet* data_ = nullptr;
+    std::unordered_map<std::u16string, std::size_t> columnIndex_;
+};
+
+}  // namespace
+
+std::unique_ptr<ReportPlan> planReport(const ReportDefinition& report, const PlanSource& source) {
+    return Planner(report, source, 0).plan(printableWidth(report.page), nullptr, {});
+}
+
+}  // namespace qbsvrl6

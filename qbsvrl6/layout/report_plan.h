@@ -1,0 +1,114 @@
+// A report made ready for its walk: texts compiled, styles resolved, columns placed. Made once for an export.
+#ifndef QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
+#define QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "qbsvrl6/bind/binding.h"
+#include "qbsvrl6/bind/row_view.h"
+#include "qbsvrl6/layout/grid_geometry.h"
+#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/layout/style_pool.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+struct ReportPlan;
+
+struct PlannedText {
+    TextTemplate text;
+    std::optional<TextTemplate> link;
+    TextContent::Evaluate evaluate = TextContent::Evaluate::Now;
+    bool suppressRepeated = false;
+    bool removeWhenBlank = false;
+    bool needsPage = false;  // its page's number or rows: settled when the page is complete
+    bool needsPageCount = false;
+};
+
+struct PlannedPicture {
+    const PictureContent* content = nullptr;
+    TextTemplate source;
+};
+
+struct PlannedBarcode {
+    const BarcodeContent* content = nullptr;
+    TextTemplate text;
+};
+
+struct PlannedChart {
+    const ChartContent* content = nullptr;
+};
+
+struct PlannedSubReport {
+    std::unique_ptr<ReportPlan> plan;  // null: beyond the limit of depth
+    std::vector<Expression> arguments;
+};
+
+struct PlannedCondition {
+    Expression when;
+    const std::u16string* style = nullptr;  // name
+};
+
+using PlannedContent = std::variant<PlannedText, LineContent, BoxContent, PlannedPicture, PlannedBarcode,
+                                    PlannedChart, PlannedSubReport>;
+
+struct PlannedControl {
+    const Control* control = nullptr;
+    Rect box;  // in its section or row
+    int firstColumn = -1, lastColumn = -1;
+    int set = kEverySet;  // of columns, where the grid goes on to pages of their own
+    const PooledStyle* style = nullptr;
+    std::vector<PlannedCondition> conditions;
+    std::map<std::vector<bool>, const PooledStyle*> variants;  // by the conditions that hold
+    std::optional<Expression> visibleWhen;
+    PlannedContent content;
+};
+
+struct PlannedSection {
+    const Section* section = nullptr;
+    Micrometres height = 0;
+    std::optional<Expression> visibleWhen;
+    std::vector<PlannedControl> controls;
+};
+
+struct PlannedGroup {
+    const Group* group = nullptr;
+    std::optional<PlannedSection> header, footer;
+};
+
+struct PlannedGrid {
+    const DetailGrid* grid = nullptr;
+    GridGeometry geometry;
+    Micrometres titleHeight = 0;  // of one line
+    Micrometres rowHeight = 0;
+    std::vector<PlannedControl> titles, cells;  // visible columns only
+    std::vector<PlannedGroup> groups;
+};
+
+struct ReportPlan {
+    const ReportDefinition* report = nullptr;
+    std::unique_ptr<Binding> binding;
+    Micrometres width = 0;  // of its sections
+    std::optional<PlannedSection> pageHeader, pageFooter;
+    std::vector<PlannedSection> reportHeaders, reportFooters;
+    std::unique_ptr<PlannedGrid> grid;
+};
+
+// What an export's plan is made from.
+struct PlanSource {
+    const ReportData& data;
+    const LayoutOptions& options;
+    StylePool& styles;
+};
+
+// Raises EngineError for faulty expressions and passed limits.
+std::unique_ptr<ReportPlan> planReport(const ReportDefinition& report, const PlanSource& source);
+
+}  // namespace qbsvrl6
+
+#endif

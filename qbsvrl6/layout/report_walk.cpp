@@ -1,0 +1,209 @@
+#include "qbsvrl6/layout/report_walk.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr Micrometres kLowestBlankRow = 1'000;
+constexpr int kOfTitle = -1;       // in place of a group's level
+constexpr int kOfFooters = 1'000;  // the same; ends with any group
+constexpr int kNoRowCount = std::numeric_limits<int>::max();
+
+}  // namespace
+
+ReportWalk::ReportWalk(LayoutContext& context, ReportInstance& instance, Flow& flow)
+    : context_(context),
+      instance_(instance),
+      flow_(flow),
+      builder_(context, instance),
+      view_(*instance.view) {}
+
+void ReportWalk::walk() {
+    ReportPlan& plan = instance_.plan;
+    const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
+    addSections(plan.reportHeaders, BandKind::ReportHeader, builder_.reportPosition(0));
+    if (plan.grid) walkGrid();
+    addSections(plan.reportFooters, BandKind::ReportFooter, builder_.reportPosition(last));
+}
+
+void ReportWalk::addSections(std::vector<PlannedSection>& sections, BandKind kind, const Position& position) {
+    for (PlannedSection& section : sections) {
+        std::optional<BandDraft> draft = builder_.section(section, kind, position);
+        if (draft) addSection(*section.section, std::move(*draft));
+    }
+}
+
+void ReportWalk::addSection(const Section& section, BandDraft draft) {
+    draft.owner = this;
+    if (section.newPageBefore) flow_.startPage();
+    flow_.add(std::move(draft));
+    if (section.newPageAfter) flow_.startPage();
+}
+
+void ReportWalk::walkGrid() {
+    const PlannedGrid& grid = *instance_.plan.grid;
+    flow_.beginDetailColumns();
+    const int passes = grid.geometry.setsFollowRows ? grid.geometry.sets : 1;
+    for (int pass = 0; pass < passes; ++pass) {
+        if (passes > 1) builder_.activeSet = pass;
+        if (pass > 0) flow_.startPage();
+        walkRows();
+    }
+    builder_.activeSet = kEverySet;
+    flow_.endDetailColumns();
+}
+
+// The title stays with the row below it, a group's header with its first rows, a group's last row with its
+// footer.
+void ReportWalk::walkRows() {
+    PlannedGrid& grid = *instance_.plan.grid;
+    rowKeeps_.clear();
+    if (grid.titleHeight > 0 && !grid.titles.empty()) {
+        rowKeeps_.push_back({flow_.beginKeep(), kOfTitle, 1});
+        BandDraft title = builder_.title();
+        title.owner = this;
+        flow_.add(std::move(title));
+    }
+    for (std::size_t row = 0; row < view_.rowCount(); ++row) walkRow(row);
+    if (view_.rowCount() > 0) closeGroups(0, view_.rowCount() - 1);
+    endRowKeeps(kOfTitle);
+    if (grid.grid->fillBlankRows) fillPage();
+}
+
+void ReportWalk::walkRow(std::size_t row) {
+    const int groups = view_.groupCount();
+    const int starting = view_.startingLevel(row);
+    if (starting < groups) {
+        if (row > 0) closeGroups(starting, row - 1);
+        openGroups(starting, row);
+    }
+    const bool first = row == 0 || starting < groups;
+    const bool keepsFooter = hasFooterBehind(row);
+    if (keepsFooter) rowKeeps_.push_back({flow_.beginKeep(), kOfFooters, kNoRowCount});
+    BandDraft draft = builder_.row(row, first ? std::nullopt : std::optional(row - 1));
+    draft.owner = this;
+    flow_.add(std::move(draft));
+    countRow();
+}
+
+void ReportWalk::openGroups(int from, std::size_t row) {
+    std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
+    const auto starting = groups.begin() + from;
+    const bool newNumbers = std::any_of(
+        starting, groups.end(), [](const PlannedGroup& group) { return group.group->restartPageNumber; });
+    const bool newPage = newNumbers || std::any_of(starting, groups.end(), [](const PlannedGroup& group) {
+                             return group.group->newPage;
+                         });
+    if (row > 0 && newPage) flow_.startPage();
+    if (row > 0 && newNumbers) flow_.startPageNumbers();
+    togetherKeeps_.resize(groups.size());
+    for (std::size_t level = static_cast<std::size_t>(from); level < groups.size(); ++level) {
+        PlannedGroup& group = groups[level];
+        if (group.group->keepTogether) togetherKeeps_[level] = flow_.beginKeep();
+        if (!group.header) continue;
+        const Position position = builder_.groupPosition(static_cast<int>(level), row);
+        std::optional<BandDraft> header =
+            builder_.groupSection(*group.header, BandKind::GroupHeader, position);
+        if (!header) continue;
+        if (group.group->minimumRows > 0) {
+            rowKeeps_.push_back({flow_.beginKeep(), static_cast<int>(level), group.group->minimumRows});
+        }
+        addSection(*group.header->section, std::move(*header));
+    }
+}
+
+// Innermost first. The rows that a header must stay with can't be more than the group has.
+void ReportWalk::closeGroups(int from, std::size_t row) {
+    std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
+    for (std::size_t level = groups.size(); level-- > static_cast<std::size_t>(from);) {
+        PlannedGroup& group = groups[level];
+        if (group.footer) {
+            const Position position = builder_.groupPosition(static_cast<int>(level), row);
+            std::optional<BandDraft> footer =
+                builder_.groupSection(*group.footer, BandKind::GroupFooter, position);
+            if (footer) addSection(*group.footer->section, std::move(*footer));
+        }
+        if (group.group->keepTogether) flow_.endKeep(togetherKeeps_[level]);
+    }
+    endRowKeeps(from);
+}
+
+bool ReportWalk::hasFooterBehind(std::size_t row) const {
+    const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
+    const bool last = row + 1 == view_.rowCount();
+    const int closing = last ? 0 : view_.startingLevel(row + 1);
+    return std::any_of(groups.begin() + std::min<std::ptrdiff_t>(closing, std::ssize(groups)), groups.end(),
+                       [](const PlannedGroup& group) { return group.footer.has_value(); });
+}
+
+void ReportWalk::countRow() {
+    std::erase_if(rowKeeps_, [this](RowKeep& keep) {
+        if (--keep.rowsLeft > 0) return false;
+        flow_.endKeep(keep.keep);
+        return true;
+    });
+}
+
+void ReportWalk::endRowKeeps(int fromLevel) {
+    std::erase_if(rowKeeps_, [&](const RowKeep& keep) {
+        if (keep.level < fromLevel) return false;
+        flow_.endKeep(keep.keep);
+        return true;
+    });
+}
+
+// Blank rows down to where the report footers stand, or to the page's end where these don't fit.
+void ReportWalk::fillPage() {
+    ReportPlan& plan = instance_.plan;
+    const Micrometres height = std::max(plan.grid->rowHeight, kLowestBlankRow);
+    Micrometres room = flow_.room();
+    Micrometres footers = 0;
+    const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
+    for (PlannedSection& section : plan.reportFooters) {
+        const auto draft = builder_.section(section, BandKind::ReportFooter, builder_.reportPosition(last));
+        if (draft && footers < room) footers += draft->band.height;
+    }
+    if (footers <= room) room -= footers;
+    for (; room >= height; room -= height) {
+        BandDraft draft = builder_.blankRow(height);
+        draft.owner = this;
+        flow_.add(std::move(draft));
+    }
+}
+
+std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
+    std::vector<BandDraft> bands;
+    if (!lead.band.inGrid || lead.band.kind == BandKind::GridTitle) return bands;
+    PlannedGrid& grid = *instance_.plan.grid;
+    if (grid.grid->repeatTitle && grid.titleHeight > 0 && !grid.titles.empty())
+        bands.push_back(builder_.title());
+    int levels = 0;
+    if (lead.band.kind == BandKind::Row) levels = view_.groupCount();
+    if (lead.band.kind == BandKind::GroupHeader) levels = lead.band.groupLevel;
+    if (lead.band.kind == BandKind::GroupFooter) levels = lead.band.groupLevel + 1;
+    for (int level = 0; level < levels; ++level) {
+        PlannedGroup& group = grid.groups[static_cast<std::size_t>(level)];
+        if (!group.group->repeatHeader || !group.header) continue;
+        auto header = builder_.groupSection(*group.header, BandKind::GroupHeader,
+                                            builder_.groupPosition(level, lead.row));
+        if (header) bands.push_back(std::move(*header));
+    }
+    for (BandDraft& band : bands) {
+        band.band.repeated = true;
+        band.band.bookmark.clear();
+        band.owner = this;
+    }
+    return bands;
+}
+
+BandDraft ReportWalk::revealed(const BandDraft& row) {
+    BandDraft draft = builder_.row(row.row, std::nullopt);
+    draft.owner = this;
+    return draft;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,55 @@
+// The walk over one report: its sections, groups and rows in order, into a flow.
+#ifndef QBSVR_QBSVRL6_LAYOUT_REPORT_WALK_H
+#define QBSVR_QBSVRL6_LAYOUT_REPORT_WALK_H
+
+#include <cstdint>
+#include <vector>
+
+#include "qbsvrl6/layout/band_builder.h"
+#include "qbsvrl6/layout/flow.h"
+#include "qbsvrl6/layout/layout_context.h"
+
+namespace qbsvrl6 {
+
+class ReportWalk : public RepeatSource {
+public:
+    ReportWalk(LayoutContext& context, ReportInstance& instance, Flow& flow);
+
+    // Report headers, grid and report footers; page headers and footers are the flow's affair.
+    void walk();
+
+    std::vector<BandDraft> repeats(const BandDraft& lead) override;
+    BandDraft revealed(const BandDraft& row) override;
+
+private:
+    // A flow's keep that ends with the group of its level, or when so many more rows have been added.
+    struct RowKeep {
+        std::uint64_t keep = 0;
+        int level = 0;
+        int rowsLeft = 0;
+    };
+
+    void addSections(std::vector<PlannedSection>& sections, BandKind kind, const Position& position);
+    void addSection(const Section& section, BandDraft draft);
+    void walkGrid();
+    void walkRows();
+    void walkRow(std::size_t row);
+    void openGroups(int from, std::size_t row);
+    void closeGroups(int from, std::size_t row);
+    void countRow();
+    void endRowKeeps(int fromLevel);
+    void fillPage();
+    bool hasFooterBehind(std::size_t row) const;
+
+    LayoutContext& context_;
+    ReportInstance& instance_;
+    Flow& flow_;
+    BandBuilder builder_;
+    RowView& view_;
+    std::vector<RowKeep> rowKeeps_;
+    std::vector<std::uint64_t> togetherKeeps_;  // of the open groups that are kept together
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,87 @@
+#include "qbsvrl6/layout/style_pool.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <vector>
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr double kSmallestFont = 0.5;  // points; what other people's numbers and shrinking may come to
+constexpr double kLargestFont = 2000;
+
+std::size_t hashOf(const ResolvedStyle& style) {
+    std::size_t hash = std::hash<std::u16string>()(style.fontFamily);
+    const auto mix = [&hash](std::size_t value) { hash = (hash ^ value) * 0x9E3779B97F4A7C15u; };
+    mix(std::hash<double>()(style.fontSize));
+    mix(static_cast<std::size_t>((style.bold ? 1 : 0) + (style.italic ? 2 : 0) + (style.underline ? 4 : 0)));
+    mix(static_cast<std::size_t>((style.color.red << 16) + (style.color.green << 8) + style.color.blue));
+    mix(static_cast<std::size_t>(style.align) * 16 + static_cast<std::size_t>(style.verticalAlign));
+    mix(static_cast<std::size_t>(style.border.left.width + 3 * style.border.bottom.width));
+    mix(static_cast<std::size_t>(style.padding.left));
+    return hash;
+}
+
+}  // namespace
+
+const FontSet& PooledStyle::fonts() const {
+    if (fonts_ == nullptr) fonts_ = &resolveFont(fontFamily, bold, italic);
+    return *fonts_;
+}
+
+Micrometres PooledStyle::lineHeight(double size) const {
+    const double height = fonts().lineHeight * size * kMicrometresPerPoint * lineSpacing;
+    return std::max<Micrometres>(1, static_cast<Micrometres>(std::lround(height)));
+}
+
+const PooledStyle* StylePool::intern(const ResolvedStyle& style) {
+    ResolvedStyle sound = style;
+    // NaN compares with nothing: it becomes the smallest.
+    if (!(sound.fontSize >= kSmallestFont)) sound.fontSize = kSmallestFont;
+    sound.fontSize = std::min(sound.fontSize, kLargestFont);
+    if (!(sound.lineSpacing >= 0.1)) sound.lineSpacing = 0.1;
+    sound.lineSpacing = std::min(sound.lineSpacing, 100.0);
+    if (sound.rotation != 90 && sound.rotation != 180 && sound.rotation != 270) sound.rotation = 0;
+    const std::size_t hash = hashOf(sound);
+    const auto [first, last] = byHash_.equal_range(hash);
+    for (auto known = first; known != last; ++known) {
+        if (static_cast<const ResolvedStyle&>(*known->second) == sound) return known->second;
+    }
+    const PooledStyle* const added = &styles_.emplace_back(std::move(sound));
+    byHash_.emplace(hash, added);
+    return added;
+}
+
+void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base) {
+    std::vector<const NamedStyle*> chain;
+    const std::u16string* wanted = &name;
+    while (!wanted->empty()) {
+        const auto found = std::find_if(report.styles.begin(), report.styles.end(),
+                                        [&](const NamedStyle& style) { return style.name == *wanted; });
+        if (found == report.styles.end()) break;
+        if (std::find(chain.begin(), chain.end(), &*found) != chain.end()) break;  // a cycle ends here
+        chain.push_back(&*found);
+        wanted = &found->parent;
+    }
+    for (auto style = chain.rbegin(); style != chain.rend(); ++style) applyStyle(base, (*style)->style);
+}
+
+Micrometres scaledLength(Micrometres length, double factor) {
+    return factor == 1 ? length : static_cast<Micrometres>(std::lround(length * factor));
+}
+
+ResolvedStyle scaledStyle(ResolvedStyle style, double factor) {
+    if (factor == 1) return style;
+    style.fontSize *= factor;
+    for (Micrometres* const length :
+         {&style.padding.left, &style.padding.top, &style.padding.right, &style.padding.bottom,
+          &style.border.left.width, &style.border.top.width, &style.border.right.width,
+          &style.border.bottom.width}) {
+        *length = scaledLength(*length, factor);
+    }
+    return style;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,54 @@
+// The styles of one export: each resolved once, equal ones shared, with their fonts.
+#ifndef QBSVR_QBSVRL6_LAYOUT_STYLE_POOL_H
+#define QBSVR_QBSVRL6_LAYOUT_STYLE_POOL_H
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/model/report.h"
+#include "qbsvrl6/model/style.h"
+
+namespace qbsvrl6 {
+
+// Every style that an item points at is one of these.
+class PooledStyle : public ResolvedStyle {
+public:
+    explicit PooledStyle(ResolvedStyle style) : ResolvedStyle(std::move(style)) {}
+
+    static const PooledStyle& of(const ResolvedStyle& style) {
+        return static_cast<const PooledStyle&>(style);
+    }
+
+    // Found on first use: an export that measures no text needs no fonts.
+    const FontSet& fonts() const;
+    Micrometres lineHeight(double size) const;
+
+private:
+    mutable const FontSet* fonts_ = nullptr;
+};
+
+// Styles live as long as the pool, at fixed addresses.
+class StylePool {
+public:
+    const PooledStyle* intern(const ResolvedStyle& style);
+
+private:
+    std::deque<PooledStyle> styles_;
+    std::unordered_multimap<std::size_t, const PooledStyle*> byHash_;
+};
+
+// Puts what the named style and its parents set on top of `base`; nothing where there is no such style.
+void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base);
+
+// The style with its font, paddings and borders times `factor`.
+ResolvedStyle scaledStyle(ResolvedStyle style, double factor);
+
+Micrometres scaledLength(Micrometres length, double factor);
+
+}  // namespace qbsvrl6
+
+#endif

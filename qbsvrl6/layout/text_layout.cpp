@@ -1,0 +1,281 @@
+#include "qbsvrl6/layout/text_layout.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+#include <utility>
+
+#include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::u16string_view kEllipsis = u"…";
+constexpr double kSmallestShare = 1.0 / 3;  // of its size that a shrinking font keeps
+
+bool isTurned(const ResolvedStyle& style) { return style.rotation == 90 || style.rotation == 270; }
+
+// The box as the text sees it, ahead of rotation.
+Size unturned(const ResolvedStyle& style, Size box) {
+    return isTurned(style) ? Size{box.height, box.width} : box;
+}
+
+// Paddings stay at their sides of the page, whichever way the text is turned.
+Edges unturnedPadding(const ResolvedStyle& style) {
+    const Edges& p = style.padding;
+    switch (style.rotation) {
+        case 90:
+            return {p.top, p.right, p.bottom, p.left};
+        case 180:
+            return {p.right, p.bottom, p.left, p.top};
+        case 270:
+            return {p.bottom, p.left, p.top, p.right};
+        default:
+            return p;
+    }
+}
+
+Micrometres innerWidth(const ResolvedStyle& style, Size box) {
+    const Edges padding = unturnedPadding(style);
+    return unturned(style, box).width - padding.left - padding.right;
+}
+
+double toEms(Micrometres length, double fontSize) {
+    return length * 1000.0 / (fontSize * kMicrometresPerPoint);
+}
+
+bool isIdeographic(char16_t unit) { return unit >= 0x2E80; }  // and what else needs no blanks
+
+// Spreads a line over the width: between words, or between all characters where the line has Chinese in it,
+// whose blanks are few and mean nothing.
+void justify(PlacedLine& line, std::u16string_view text, double ems) {
+    if (ems <= 0) return;
+    std::size_t first = 0;
+    while (first < text.size() && (text[first] == u' ' || text[first] == 0x3000)) ++first;
+    text.remove_prefix(first);
+    const bool chinese = std::any_of(text.begin(), text.end(), isIdeographic);
+    const auto blanks = std::count(text.begin(), text.end(), u' ');
+    if (!chinese && blanks > 0) {
+        line.wordSpacing = static_cast<float>(ems / static_cast<double>(blanks));
+        return;
+    }
+    if (!chinese) return;
+    std::size_t clusters = 0;
+    for (const GlyphRun& run : line.line.shaped->runs) clusters += run.glyphs.size();
+    if (clusters > 1) line.letterSpacing = static_cast<float>(ems / static_cast<double>(clusters - 1));
+}
+
+void align(TextItem& item, const PooledStyle& style, Size box) {
+    const Micrometres width = innerWidth(style, box);
+    const Micrometres left = unturnedPadding(style).left;
+    const std::u16string_view text = item.lineText();
+    for (PlacedLine& line : item.lines) {
+        line.x = left;
+        const Micrometres room = width - line.line.width;
+        if (room <= 0) continue;
+        switch (style.align) {
+            case HorizontalAlign::Left:
+                break;
+            case HorizontalAlign::Center:
+                line.x += room / 2;
+                break;
+            case HorizontalAlign::Right:
+                line.x += room;
+                break;
+            case HorizontalAlign::Justify:
+                if (!line.line.endsParagraph) {
+                    justify(line, text.substr(line.line.firstUnit, line.line.unitCount),
+                            toEms(room, item.fontSize));
+                }
+                break;
+        }
+    }
+}
+
+void takeLines(TextItem& item, std::vector<TextLine>&& lines) {
+    item.lines.clear();
+    item.lines.reserve(lines.size());
+    for (TextLine& line : lines) item.lines.push_back({std::move(line), 0, 0, 0, 0});
+}
+
+// Units of the line's text whose glyphs fit into the width.
+std::size_t fittingUnits(const TextLine& line, double ems) {
+    double width = 0;
+    std::size_t fitting = line.unitCount;
+    for (const GlyphRun& run : line.shaped->runs) {
+        for (const Glyph& glyph : run.glyphs) {
+            width += glyph.advance;
+            if (width <= ems) continue;
+            fitting = std::min<std::size_t>(fitting, glyph.cluster);
+        }
+    }
+    return fitting;
+}
+
+// One line a paragraph. Where one is too long, the lines are of a text of their own, cut and marked.
+void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres width) {
+    const FontSet& fonts = style.fonts();
+    std::vector<TextLine> lines = breakLines(fonts, item.fontSize, item.text, 0);
+    const auto tooLong = [width](const TextLine& line) { return line.width > width; };
+    if (std::none_of(lines.begin(), lines.end(), tooLong)) {
+        takeLines(item, std::move(lines));
+        return;
+    }
+    const double room = toEms(width, item.fontSize) - shape(fonts, kEllipsis)->width;
+    std::u16string shown;
+    for (const TextLine& line : lines) {
+        const std::u16string_view text =
+            std::u16string_view(item.text).substr(line.firstUnit, line.unitCount);
+        shown += tooLong(line)
+                     ? std::u16string(text.substr(0, fittingUnits(line, room))) + std::u16string(kEllipsis)
+                     : std::u16string(text);
+        shown += u'\n';
+    }
+    shown.pop_back();
+    item.shown = std::move(shown);
+    takeLines(item, breakLines(fonts, item.fontSize, item.shown, 0));
+}
+
+// How many lines of the height fit: the first always does where half of it would, and the last needs room
+// for its letters only, not for the space between lines.
+std::size_t fittingLines(const PooledStyle& style, double fontSize, Micrometres height) {
+    const auto em = static_cast<Micrometres>(fontSize * kMicrometresPerPoint);
+    if (height < em / 2) return 0;
+    if (height < em) return 1;
+    return 1 + static_cast<std::size_t>((height - em) / style.lineHeight(fontSize));
+}
+
+bool fitsShrunk(TextItem& item, const PooledStyle& style, Size inner, double fontSize) {
+    std::vector<TextLine> lines = breakLines(style.fonts(), fontSize, item.text, inner.width);
+    const bool fits = lines.size() <= fittingLines(style, fontSize, inner.height) &&
+                      std::none_of(lines.begin(), lines.end(),
+                                   [&](const TextLine& line) { return line.width > inner.width; });
+    item.fontSize = fontSize;
+    takeLines(item, std::move(lines));
+    return fits;
+}
+
+// The largest font size that fits, found to a twentieth of a point.
+void breakShrunk(TextItem& item, const PooledStyle& style, Size inner) {
+    const double full = style.fontSize;
+    if (fitsShrunk(item, style, inner, full)) return;
+    double fitting = full * kSmallestShare;
+    double tooLarge = full;
+    if (!fitsShrunk(item, style, inner, fitting)) return;
+    constexpr double kStep = 0.05;
+    while (tooLarge - fitting > kStep) {
+        const double middle = (fitting + tooLarge) / 2;
+        (fitsShrunk(item, style, inner, middle) ? fitting : tooLarge) = middle;
+    }
+    fitsShrunk(item, style, inner, fitting);
+}
+
+Micrometres linesHeight(const TextItem& item, const PooledStyle& style) {
+    const std::int64_t height =
+        static_cast<std::int64_t>(item.lines.size()) * style.lineHeight(item.fontSize);
+    if (height > limits::kBandMicrometres) {
+        throw EngineError(
+            ErrorCode::LimitExceeded,
+            "a text is higher than " + std::to_string(limits::kBandMicrometres / 1'000'000) + " metres");
+    }
+    return static_cast<Micrometres>(height);
+}
+
+}  // namespace
+
+Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
+    item.fontSize = style.fontSize;
+    item.shown.clear();
+    item.lines.clear();
+    const Edges padding = unturnedPadding(style);
+    const Size turned = unturned(style, box);
+    const Size inner{turned.width - padding.left - padding.right, turned.height};
+    if (item.text.empty() || inner.width <= 0) return 0;
+    switch (style.fit) {
+        case TextFit::Grow:
+        case TextFit::Clip:
+            takeLines(item, breakLines(style.fonts(), item.fontSize, item.text, inner.width));
+            break;
+        case TextFit::Ellipsis:
+            breakWithEllipsis(item, style, inner.width);
+            break;
+        case TextFit::Shrink:
+            breakShrunk(item, style, inner);
+            break;
+    }
+    align(item, style, box);
+    if (style.fit != TextFit::Grow || isTurned(style)) return 0;
+    if (item.lines.size() <= fittingLines(style, item.fontSize, inner.height)) {
+        return std::min(brokenHeight(item, style), box.height);
+    }
+    return brokenHeight(item, style);
+}
+
+Micrometres brokenHeight(const TextItem& item, const PooledStyle& style) {
+    if (item.lines.empty()) return 0;
+    return linesHeight(item, style) + style.padding.top + style.padding.bottom;
+}
+
+void placeText(TextItem& item, const PooledStyle& style, Size box) {
+    if (item.lines.empty()) return;
+    const Size turned = unturned(style, box);
+    const std::size_t fitting = fittingLines(style, item.fontSize, turned.height);
+    if (item.lines.size() > fitting) item.lines.resize(fitting);
+    const Edges padding = unturnedPadding(style);
+    const Micrometres lineHeight = style.lineHeight(item.fontSize);
+    const Micrometres height = linesHeight(item, style);
+    const Micrometres room = turned.height - height;
+    Micrometres top = padding.top;
+    if (room < padding.top + padding.bottom) {
+        top = room / 2;  // too little for the paddings: what there is goes to both sides
+    } else if (style.verticalAlign == VerticalAlign::Middle) {
+        top += (room - padding.top - padding.bottom) / 2;
+    } else if (style.verticalAlign == VerticalAlign::Bottom) {
+        top = room - padding.bottom;
+    }
+    // The letters stand in the middle of their line.
+    const FontSet& fonts = style.fonts();
+    const double unit = item.fontSize * kMicrometresPerPoint;
+    const auto ascent = static_cast<Micrometres>(
+        std::lround((lineHeight - (fonts.ascent + fonts.descent) * unit) / 2 + fonts.ascent * unit));
+    for (PlacedLine& line : item.lines) {
+        line.baseline = top + ascent;
+        top += lineHeight;
+    }
+}
+
+Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, Size box, Micrometres height,
+                      bool atLeastOne) {
+    const Edges padding = unturnedPadding(style);
+    const std::size_t fitting =
+        std::max<std::size_t>(fittingLines(style, item.fontSize, height - padding.top), atLeastOne ? 1 : 0);
+    rest = {};
+    rest.fontSize = item.fontSize;
+    rest.color = item.color;
+    rest.link = item.link;
+    const std::size_t kept = std::min(fitting, item.lines.size());
+    if (kept == item.lines.size()) {
+        placeText(item, style, {box.width, height});
+        return 0;
+    }
+    // Each part takes its own stretch of the text with it, so that no cell holds any of it twice.
+    std::u16string whole = std::move(item.shown.empty() ? item.text : item.shown);
+    item.shown.clear();
+    const std::uint32_t cut = item.lines[kept].line.firstUnit;
+    rest.text = whole.substr(cut);
+    whole.resize(cut);
+    item.text = std::move(whole);
+    rest.lines.assign(std::make_move_iterator(item.lines.begin() + static_cast<std::ptrdiff_t>(kept)),
+                      std::make_move_iterator(item.lines.end()));
+    item.lines.resize(kept);
+    for (PlacedLine& line : rest.lines) line.line.firstUnit -= cut;
+    placeText(item, style, {box.width, height});
+    const Micrometres needed = linesHeight(rest, style) + padding.top + padding.bottom;
+    placeText(rest, style, {box.width, std::max(needed, box.height - height)});
+    return needed;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,30 @@
+// Texts in their boxes: broken into lines, then placed.
+#ifndef QBSVR_QBSVRL6_LAYOUT_TEXT_LAYOUT_H
+#define QBSVR_QBSVRL6_LAYOUT_TEXT_LAYOUT_H
+
+#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/layout/style_pool.h"
+
+namespace qbsvrl6 {
+
+// Breaks the item's text into lines for a box of this size, as the style's fit says, and sets the font size
+// after shrinking. Gives the height that the box needs to show all of a text that may grow, at least 0; a
+// text that is as good as fitting needs the box's own height. Texts that don't grow need none.
+Micrometres breakText(TextItem& item, const PooledStyle& style, Size box);
+
+// The height that the broken lines take with the style's paddings; 0 for no lines.
+Micrometres brokenHeight(const TextItem& item, const PooledStyle& style);
+
+// Gives the broken lines their place in the box, whose height may have grown by now. Lines that don't fit are
+// dropped.
+void placeText(TextItem& item, const PooledStyle& style, Size box);
+
+// Cuts a placed text between two lines: what doesn't fit into the first `height` of the box goes to `rest`,
+// with its stretch of the text. With `atLeastOne`, one line stays even if it doesn't fit. Both are placed
+// anew. Gives the height that `rest` needs; 0 where all lines stay.
+Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, Size box, Micrometres height,
+                      bool atLeastOne);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,57 @@
+// Lays out a template over data and writes down what a sink gets, as text.
+#ifndef QBSVR_TESTS_QBSVRL6_LAYOUT_RECORDING_SINK_H
+#define QBSVR_TESTS_QBSVRL6_LAYOUT_RECORDING_SINK_H
+
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/layout/layout.h"
+
+namespace qbsvrl6 {
+
+// What is written down of each page:
+//
+//     page 1
+//      ReportHeader 15,15 180x10
+//       text 0,0 60x6 "Title"
+//
+// Lengths are in millimetres; a text shows its lines, "a|b". Bands that lie in the grid end in " grid",
+// repeated ones in " again".
+class RecordingSink : public PageSink {
+public:
+    void beginPage(const PageInfo& page) override;
+    void band(Band&& band, Micrometres x, Micrometres y) override;
+    void endPage() override;
+    void finish(PendingTexts& pending) override;
+
+    // The texts of each page in order, apart by blanks: "Title 1 2 3".
+    std::vector<std::string> pageTexts() const;
+    // One line a band, without its items.
+    std::vector<std::string> bandLines() const;
+    std::string everything() const;
+
+    struct RecordedBand {
+        Band band;
+        Micrometres x = 0;
+        Micrometres y = 0;
+    };
+    std::vector<std::vector<RecordedBand>> pages;
+    bool finished = false;
+
+private:
+    bool inPage_ = false;
+};
+
+// Elements of a template's Report, and the data as JSON. Fonts and sizes that make a line of text 4 mm high
+// at most are the default.
+RecordingSink layOutText(const std::string& elements, const std::string& json = "[]",
+                         const LayoutOptions& options = {});
+
+// A list of `count` objects {"n": 1}, {"n": 2} and so on.
+std::string numberedRows(int count);
+
+std::string textOf(const Item& item);
+
+}  // namespace qbsvrl6
+
+#endif
