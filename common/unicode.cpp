@@ -348,9 +348,8 @@ int UnicodeCharToUtf8(lkchar unit, char* to, int) {
 
 int Utf8ToUnicodeChar(const char* text, lkchar& out) {
     if (text == nullptr) text = gc_char_empty;
-    // The zero byte may be read as the second byte of a sequence, but nothing behind it.
-    const std::size_t n = text[0] == 0 ? 1 : text[1] == 0 ? 2 : 3;
-    return static_cast<int>(DecodeUnit(reinterpret_cast<const Byte*>(text), n, out));
+    // A sequence that the zero byte cuts short ends there: no byte behind one that doesn't fit is read.
+    return static_cast<int>(DecodeUnit(reinterpret_cast<const Byte*>(text), 3, out));
 }
 
 bool DetectIsUTF8(const void* data, int n) {

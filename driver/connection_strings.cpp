@@ -49,10 +49,10 @@ void ForEachSubReport(tagQBReport* report, Visit visit) {
 template <class Report>
 void ClearSubReports(Report& report) {
     ForEachSubReport(Raw(report), [](tagQBReport* raw) {
-        tagQBRecordset* recordset = GridRecordset(raw);
+        tagQBDetailGrid* grid = QBReportGetDetailGrid(raw);
         QBReportSetConnectionString(raw, kNone);
         QBReportSetQuerySQL(raw, kNone);
-        if (recordset) ClearRecordset(recordset);
+        if (grid) ClearRecordset(QBDetailGridGetRecordset(grid));
         Report subReport(raw);  // a handle made so owns nothing
         ClearSubReports(subReport);
     });

@@ -66,20 +66,20 @@ TEST(Unicode, DecodesUtf8) {
     EXPECT_EQ(memory.Size(), 2);
 }
 
-TEST(Unicode, SingleUnitsReadNothingBehindTheZeroByte) {
+TEST(Unicode, SingleUnitsReadNoByteBehindTheirSequence) {
+    using namespace std::string_literals;
     struct Case {
-        str text;
+        str block;
         int used;
         lkchar unit;
-    } const cases[] = {{"", 1, 0},         {"z", 1, u'z'},     {"\xC3", 2, 0x00C0},
-                       {"\xE4", 0, 0},     {"\xE4\xB8", 0, 0}, {"\xE4\xB8\xAD", 3, u'中'},
-                       {"\xF0\x9F", 0, 0}, {"\x80", 0, 0}};
+    } const cases[] = {{"\0"s, 1, 0},         {"z"s, 1, u'z'},       {"\xC3\0"s, 2, 0x00C0},
+                       {"\xE4\0"s, 0, 0},     {"\xE4\xB8\0"s, 0, 0}, {"\xE4\xB8\xAD"s, 3, u'中'},
+                       {"\xF0\x9F\0"s, 0, 0}, {"\x80"s, 0, 0}};
     for (const Case& c : cases) {
-        std::vector<char> block = Exact(c.text);
-        block.push_back(0);
+        const std::vector<char> block = Exact(c.block);
         lkchar unit = 0x1234;
-        EXPECT_EQ(Utf8ToUnicodeChar(block.data(), unit), c.used) << c.text;
-        EXPECT_EQ(unit, c.unit) << c.text;
+        EXPECT_EQ(Utf8ToUnicodeChar(block.data(), unit), c.used) << testing::PrintToString(c.block);
+        EXPECT_EQ(unit, c.unit) << testing::PrintToString(c.block);
     }
     for (int unit = 0; unit < 0x10000; ++unit) {
         char bytes[4] = {};
