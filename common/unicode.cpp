@@ -56,18 +56,19 @@ std::size_t WidenAscii(const Byte* from, std::size_t n, lkchar* to) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at), _mm_unpacklo_epi8(bytes, zero));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to + at + 8), _mm_unpackhi_epi8(bytes, zero));
     };
-    for (; i + 64 <= n; i += 64) {
-        const __m128i blocks[4] = {load(i), load(i + 16), load(i + 32), load(i + 48)};
-        const __m128i any =
-            _mm_or_si128(_mm_or_si128(blocks[0], blocks[1]), _mm_or_si128(blocks[2], blocks[3]));
-        if (_mm_movemask_epi8(any) != 0) break;
-        for (std::size_t k = 0; k < 4; ++k) widen(blocks[k], i + 16 * k);
-    }
-    for (; i + 16 <= n; i += 16) {
+    while (i + 16 <= n) {
         const __m128i bytes = load(i);
         widen(bytes, i);
         const int high = _mm_movemask_epi8(bytes);
         if (high != 0) return i + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned int>(high)));
+        // Behind a block without a break a long run is likely.
+        for (i += 16; i + 64 <= n; i += 64) {
+            const __m128i blocks[4] = {load(i), load(i + 16), load(i + 32), load(i + 48)};
+            const __m128i any =
+                _mm_or_si128(_mm_or_si128(blocks[0], blocks[1]), _mm_or_si128(blocks[2], blocks[3]));
+            if (_mm_movemask_epi8(any) != 0) break;
+            for (std::size_t k = 0; k < 4; ++k) widen(blocks[k], i + 16 * k);
+        }
     }
 #endif
     for (; i < n && from[i] < 0x80; ++i) to[i] = from[i];
