@@ -5,10 +5,11 @@
 #include <map>
 #include <set>
 
+#include "common/base64.h"
+#include "qbsvrl6/drawing/svg.h"
 #include "qbsvrl6/sheet/cell_sink.h"
 #include "qbsvrl6/sheet/css.h"
 #include "qbsvrl6/sheet/escape.h"
-#include "qbsvrl6/sheet/svg.h"
 #include "qbsvrl6/sheet/text_stream.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -211,8 +212,34 @@ private:
             appendPicture(out(), *picture, isFirst);
         } else if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) {
             if (drawing->drawing == nullptr) return;
-            appendSvg(out(), *drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
+            out() += toSvg(*drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
         }
+    }
+
+    // The first time the picture's bytes are written; later ones refer to that one by its id.
+    static void appendPicture(std::string& out, const PictureItem& item, bool isFirst) {
+        const Picture& picture = *item.picture;
+        const std::string id = "p" + std::to_string(picture.id);
+        out += "<svg aria-hidden=\"true\" viewBox=\"0 0 1 1\" preserveAspectRatio=\"none\" style=\"width:";
+        appendMillimetres(out, item.placed.width);
+        out += ";height:";
+        appendMillimetres(out, item.placed.height);
+        out += ";margin:";
+        appendMillimetres(out, std::max(item.placed.y, 0));
+        out += " 0 0 ";
+        appendMillimetres(out, std::max(item.placed.x, 0));
+        out += "\">";
+        if (isFirst) {
+            const bool isJpeg = picture.encoding == Picture::Encoding::Jpeg;
+            out += "<image id=\"" + id +
+                   "\" width=\"1\" height=\"1\" preserveAspectRatio=\"none\" href=\"data:image/" +
+                   (isJpeg ? "jpeg" : "png") + ";base64,";
+            out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
+            out += "\"/>";
+        } else {
+            out += "<use href=\"#" + id + "\"/>";
+        }
+        out += "</svg>";
     }
 
     static void appendText(std::string& out, const Item& item) {
