@@ -51,12 +51,12 @@ std::span<const CellRow> CellGrid::place(Band& band, Micrometres x, Micrometres 
     for (CellRow& row : rows_) row.clear();
     if (!placeLikeBefore(band)) placeAnew(band);
     settleHeights(band, y);
-    return {rows_.data(), tops_.size()};
+    return {rows_.data(), extents_.size()};
 }
 
 void CellGrid::placeAnew(Band& band) {
     makeRows(band);
-    owners_.assign(tops_.size() * static_cast<std::size_t>(columnCount()), -1);
+    owners_.assign(extents_.size() * static_cast<std::size_t>(columnCount()), -1);
     placed_.clear();
     regions_.clear();
     const int overlapsBefore = overlaps_;
@@ -91,7 +91,8 @@ bool CellGrid::placeLikeBefore(Band& band) {
             return false;
         }
     }
-    tops_.assign(1, 0);
+    extents_.assign(1, {0, band.height, band.height});
+    hasFloats_ = false;
     for (const std::size_t i : pattern_.order) {
         const Region& region = pattern_.regions[i];
         Cell& cell = rows_.front().cells.emplace_back();
@@ -136,57 +137,89 @@ void CellGrid::setColumns(Region& region, const Rect& box) const {
 
 // Whether a box that begins above a row reaches into it: over half of the row's least item.
 bool CellGrid::covers(const Rect& box, int row) const {
-    const auto index = static_cast<std::size_t>(row);
-    return box.bottom() > tops_[index] + std::max(kTolerance, leastHeights_[index] / 2);
+    const RowExtent& extent = extents_[static_cast<std::size_t>(row)];
+    return box.bottom() > extent.top + std::max(kTolerance, extent.leastHeight / 2);
 }
 
 int CellGrid::rowAt(Micrometres y) const {
-    const auto below = std::upper_bound(tops_.begin(), tops_.end(), y);
-    return std::max(static_cast<int>(below - tops_.begin()) - 1, 0);
+    const auto below =
+        std::upper_bound(extents_.begin(), extents_.end(), y,
+                         [](Micrometres value, const RowExtent& row) { return value < row.top; });
+    return std::max(static_cast<int>(below - extents_.begin()) - 1, 0);
 }
 
+// A box begins in the row that holds its top, or, where that row's items end above it, in the next one.
 void CellGrid::setRows(Region& region, const Rect& box) const {
     region.row = rowAt(box.y);
+    const auto next = static_cast<std::size_t>(region.row) + 1;
+    if (next < extents_.size() && box.y >= extents_[next - 1].bottom - kTolerance &&
+        covers(box, region.row + 1)) {
+        ++region.row;
+    }
     region.rowEnd = region.row + 1;
     while (region.rowEnd < rowCount() && covers(box, region.rowEnd)) ++region.rowEnd;
 }
 
-// Tops of items within the tolerance of each other are one row. Lines and boxes make a row only where nothing
+// Tops of texts within the tolerance of each other are one row. A picture begins in a row that it stands
+// beside, and makes one of its own only where there is none. Lines and boxes make a row only where nothing
 // else stands in the band.
 void CellGrid::makeRows(const Band& band) {
-    tops_.clear();
+    extents_.clear();
+    hasFloats_ = false;
     for (const Item& item : band.items) {
-        if (takesCells(item) || (floatPictures_ && isPicture(item))) tops_.push_back(item.box.y);
+        if (!isPicture(item) && takesCells(item))
+            extents_.push_back({item.box.y, item.box.bottom(), item.box.height});
     }
-    if (tops_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) tops_.push_back(0);
-    std::sort(tops_.begin(), tops_.end());
-    const auto isNear = [first = tops_.empty() ? 0 : tops_.front()](Micrometres, Micrometres top) mutable {
-        if (top - first <= kTolerance) return true;
-        first = top;
-        return false;
-    };
-    tops_.erase(std::unique(tops_.begin(), tops_.end(), isNear), tops_.end());
-    leastHeights_.assign(tops_.size(), band.height);
+    joinExtents();
     for (const Item& item : band.items) {
-        if (tops_.empty() || isDecoration(item)) continue;
-        Micrometres& least = leastHeights_[static_cast<std::size_t>(rowAt(item.box.y))];
-        least = std::min(least, item.box.height);
+        if (!isPicture(item)) continue;
+        hasFloats_ = hasFloats_ || floatPictures_;
+        const Rect& box = item.box;
+        const bool standsBeside = std::any_of(extents_.begin(), extents_.end(), [&](const RowExtent& row) {
+            return row.top < box.bottom() && box.y < row.bottom;
+        });
+        if (!standsBeside) extents_.push_back({box.y, box.bottom(), box.height});
     }
-    if (rows_.size() < tops_.size()) rows_.resize(tops_.size());
+    joinExtents();
+    if (extents_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) {
+        extents_.push_back({0, band.height, band.height});
+    }
+    if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
+}
+
+void CellGrid::joinExtents() {
+    std::sort(extents_.begin(), extents_.end(),
+              [](const RowExtent& a, const RowExtent& b) { return a.top < b.top; });
+    std::size_t count = 0;
+    for (const RowExtent& extent : extents_) {
+        if (count > 0 && extent.top - extents_[count - 1].top <= kTolerance) {
+            RowExtent& row = extents_[count - 1];
+            row.bottom = std::max(row.bottom, extent.bottom);
+            row.leastHeight = std::min(row.leastHeight, extent.leastHeight);
+        } else {
+            extents_[count++] = extent;
+        }
+    }
+    extents_.resize(count);
 }
 
 // A row ends with the lowest of its items, at the latest where the next one begins; what is left between them
-// is the next row's gap.
+// is the next row's gap. Below something that floats there are no gaps: it keeps its size, and the rows must
+// keep its room.
 void CellGrid::settleHeights(const Band& band, Micrometres y) {
-    for (std::size_t row = 0; row < tops_.size(); ++row) {
-        const bool isLast = row + 1 == tops_.size();
-        const Micrometres limit = isLast ? std::max(band.height, tops_[row] + kTolerance) : tops_[row + 1];
-        Micrometres bottom = tops_[row];
-        for (const Item& item : band.items) {
-            if (item.box.y < limit || isLast) bottom = std::max(bottom, std::min(item.box.bottom(), limit));
+    Micrometres lowest = 0;
+    for (const Item& item : band.items) lowest = std::max(lowest, item.box.bottom());
+    for (std::size_t row = 0; row < extents_.size(); ++row) {
+        const Micrometres rowTop = extents_[row].top;
+        const bool isLast = row + 1 == extents_.size();
+        Micrometres bottom = extents_[row].bottom;
+        if (isLast) {
+            bottom = std::min(lowest, std::max(band.height, extents_[row].bottom));
+        } else if (hasFloats_ || bottom > extents_[row + 1].top) {
+            bottom = extents_[row + 1].top;
         }
-        const std::int64_t top = static_cast<std::int64_t>(y) + tops_[row];
-        rows_[row].height = std::max(bottom - tops_[row], kTolerance);
+        const std::int64_t top = static_cast<std::int64_t>(y) + rowTop;
+        rows_[row].height = std::max(bottom - rowTop, kTolerance);
         rows_[row].gap = static_cast<Micrometres>(std::clamp<std::int64_t>(top - bottom_, 0, INT32_MAX));
         bottom_ = std::max(bottom_, top + rows_[row].height);
     }
@@ -285,14 +318,13 @@ void CellGrid::join(const Region& region, const Item& item) {
 void CellGrid::addFloat(const Item& item) {
     Region region;
     setColumns(region, item.box);
-    setRows(region, item.box);
     const Rect& box = item.box;
-    const auto row = static_cast<std::size_t>(region.row);
+    const auto row = static_cast<std::size_t>(rowAt(box.y));
     // Of the column that holds the left edge, so that the distance isn't negative.
     while (region.column > 0 && cuts_[static_cast<std::size_t>(region.column)] > x_ + box.x) --region.column;
     rows_[row].floats.push_back({&item, region.column,
                                  std::max(0, x_ + box.x - cuts_[static_cast<std::size_t>(region.column)]),
-                                 std::max(0, box.y - tops_[row])});
+                                 std::max(0, box.y - extents_[row].top)});
 }
 
 void CellGrid::styleCell(Cell& cell, const Band& band) const {
@@ -332,10 +364,13 @@ void CellGrid::drawLine(const Rect& box, const LineContent& content) {
     setColumns(region, box);
     setRows(region, box);
     if (box.height <= kTolerance) {
-        const bool isAbove = box.y <= tops_[static_cast<std::size_t>(region.row)] + kTolerance;
+        const bool isAbove = box.y <= extents_[static_cast<std::size_t>(region.row)].top + kTolerance;
         for (int column = region.column; column < region.columnEnd; ++column) {
             Cell& cell = cellAt(region.row, column);
-            strengthen(isAbove ? cell.border.top : cell.border.bottom, line);
+            const Region& around = regions_[static_cast<std::size_t>(owner(region.row, column))];
+            // Through a cell that spans rows there is no line.
+            if (isAbove && around.row == region.row) strengthen(cell.border.top, line);
+            if (!isAbove && around.rowEnd == region.row + 1) strengthen(cell.border.bottom, line);
         }
     } else if (box.width <= kTolerance) {
         const int cut = cutNear(x_ + box.x);

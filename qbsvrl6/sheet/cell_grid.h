@@ -73,6 +73,11 @@ private:
         int column = 0, columnEnd = 0;
         int row = 0, rowEnd = 0;
     };
+    // A row of the band under way.
+    struct RowExtent {
+        Micrometres top = 0, bottom = 0;
+        Micrometres leastHeight = 0;  // of the items that begin here
+    };
     // Columns of the items of the last row band, which the next one mostly repeats.
     struct Pattern {
         bool complete = false;  // no cell of the row is free
@@ -90,6 +95,7 @@ private:
     void setColumns(Region& region, const Rect& box) const;
     void setRows(Region& region, const Rect& box) const;
     void makeRows(const Band& band);
+    void joinExtents();
     void settleHeights(const Band& band, Micrometres y);
     bool takesCells(const Item& item) const;
     void claim(Item& item);
@@ -112,7 +118,7 @@ private:
         return owners_[static_cast<std::size_t>(row) * static_cast<std::size_t>(columnCount()) +
                        static_cast<std::size_t>(column)];
     }
-    int rowCount() const { return static_cast<int>(tops_.size()); }
+    int rowCount() const { return static_cast<int>(extents_.size()); }
     Cell& cellAt(int row, int column);
     bool covers(const Rect& box, int row) const;
 
@@ -123,9 +129,9 @@ private:
 
     // Of the band under way.
     Micrometres x_ = 0;
-    std::vector<Micrometres> tops_;          // of the rows, in the band
-    std::vector<Micrometres> leastHeights_;  // of the items that begin in each row
-    std::vector<int> owners_;                // index in placed_ for each cell of rows x columns; -1: free
+    std::vector<RowExtent> extents_;
+    bool hasFloats_ = false;
+    std::vector<int> owners_;  // index in placed_ for each cell of rows x columns; -1: free
     std::vector<Cell> placed_;
     std::vector<Region> regions_;  // of placed_
     std::vector<CellRow> rows_;    // never shrinks; the first rowCount() are the result

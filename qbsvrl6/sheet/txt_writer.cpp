@@ -1,6 +1,5 @@
 // Plain text in UTF-8: the grid's columns in characters, cells wrapped into them, a form feed between pages.
 #include <algorithm>
-#include <deque>
 #include <utility>
 
 #include "qbsvrl6/sheet/cell_sink.h"
@@ -32,7 +31,11 @@ struct TextCell {
 struct TextBlock {
     std::vector<TextCell> cells;  // by row, then offset
     std::vector<bool> rows;       // whether the row stands even without text
-    std::deque<Item> late;        // the items, where one of them is settled late; they keep their place here
+    std::vector<Item> late;       // the items, where one of them is settled late
+
+    TextBlock() = default;
+    TextBlock(TextBlock&&) = default;  // the items stay where they are: cells point at them
+    TextBlock& operator=(TextBlock&&) = default;
 
     void clear() {
         cells.clear();
@@ -152,12 +155,13 @@ private:
     }
 
     void keepForLater() {
+        block_.late.reserve(block_.cells.size());
         for (TextCell& cell : block_.cells) {
             block_.late.push_back(std::move(*cell.item));
             cell.item = &block_.late.back();
         }
         stream_.mark();
-        lateBlocks_.push_back(std::exchange(block_, {}));
+        lateBlocks_.push_back(std::exchange(block_, TextBlock()));
     }
 
     void addCell(const Cell& cell, int row) {
@@ -179,7 +183,7 @@ private:
                 if (isPending(item)) pending.settle(item);
             }
             renderer_.render(block, out);
-            block = {};
+            block = TextBlock();
         });
     }
 

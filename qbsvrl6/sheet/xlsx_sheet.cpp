@@ -40,7 +40,9 @@ void appendDouble(std::string& out, double value) {
 double pixels(double micrometres) { return micrometres * 96 / 25400; }
 
 // Heights come in quarters of a point; rounding up keeps the text whole.
-double rowHeight(Micrometres height) { return std::clamp(std::ceil(points(height) * 4) / 4, 0.25, 409.5); }
+double rowHeight(Micrometres height) {
+    return std::clamp(std::ceil(points(height) * 4) / 4, 0.25, points(XlsxSheet::kMaxRowHeight));
+}
 
 // A margin in inches.
 void appendMargin(std::string& xml, const char* name, Micrometres length) {
@@ -162,7 +164,7 @@ std::string XlsxSheet::head(const PageLook& look) const {
     } else {
         xml += "/>";
     }
-    xml += "</sheetViews><sheetFormatPr defaultRowHeight=\"15\"/><cols>";
+    xml += "</sheetViews><sheetFormatPr defaultRowHeight=\"12.75\"/><cols>";
     // Edges are rounded, not widths, so that rounding doesn't add up.
     double edge = 0;
     double lastPixel = 0;
@@ -172,7 +174,7 @@ std::string XlsxSheet::head(const PageLook& look) const {
         lastPixel = std::round(edge);
         const std::string number = std::to_string(i + 1);
         xml += "<col min=\"" + number + "\" max=\"" + number + "\" width=\"";
-        appendNumber(xml, width / 7);  // a digit of the workbook's own font is 7 pixels wide
+        appendNumber(xml, width / 7);  // a digit of Arial 10, the workbook's own font, is 7 pixels wide
         xml += "\" customWidth=\"1\"/>";
     }
     return xml + "</cols>\n<sheetData>\n";
@@ -223,7 +225,7 @@ void XlsxSheet::appendPageSetup(std::string& xml, const PageLook& look) const {
         std::int64_t total = 1;
         for (const Micrometres width : look.columnWidths) total += width;
         const std::int64_t printable = std::max(paper.width - margins.left - margins.right, 1);
-        xml += " scale=\"" + std::to_string(std::clamp<std::int64_t>(97 * printable / total, 10, 100)) + '"';
+        xml += " scale=\"" + std::to_string(std::clamp<std::int64_t>(95 * printable / total, 10, 100)) + '"';
     } else {
         xml += " fitToHeight=\"0\"";
     }

@@ -99,7 +99,7 @@ std::string alignmentElement(const CellStyle& style) {
 
 std::string xlsxStyles(const std::vector<const CellStyle*>& styles) {
     constexpr std::size_t kFirstFormat = 164;  // those before are built in
-    ElementList fonts{"<font><sz val=\"11\"/><name val=\"Calibri\"/><family val=\"2\"/></font>"};
+    ElementList fonts{"<font><sz val=\"10\"/><name val=\"Arial\"/><family val=\"2\"/></font>"};
     ElementList fills{"<fill><patternFill patternType=\"none\"/></fill>",
                       "<fill><patternFill patternType=\"gray125\"/></fill>"};
     ElementList borders{"<border><left/><right/><top/><bottom/><diagonal/></border>"};

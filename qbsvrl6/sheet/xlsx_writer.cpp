@@ -56,6 +56,7 @@ private:
             sheets_.emplace_back();
         below_.clear();
         for (const CellRow& row : rows) writeRow(row);
+        if (!rows.back().floats.empty()) padBelow(rows.back().height);
         if (band.kind == BandKind::GridTitle && sheets_.size() == 1)
             noteTitle(static_cast<std::int64_t>(rows.size()));
     }
@@ -89,6 +90,14 @@ private:
         for (const Floating& floating : row.floats) addFloating(floating);
         sheet().endRow();
         height_ = std::min(height_ + row.height, kMaxFrozenHeight + 1);
+    }
+
+    // What floats may be higher than any row can be.
+    void padBelow(Micrometres height) {
+        while ((height -= XlsxSheet::kMaxRowHeight) > 0) {
+            sheet().beginRow(height);
+            sheet().endRow();
+        }
     }
 
     void writeCell(const Cell& cell) {

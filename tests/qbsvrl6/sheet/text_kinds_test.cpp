@@ -131,6 +131,7 @@ TEST(Txt, AlignsColumns) {
                      textAt({15, 6, 45, 6}, u"end")}));
     feed.newPage();
     put(BandKind::Row, u"b", u"2.00", u"");
+    feed.put(bandOf(BandKind::ReportFooter, 6, {pendingAt({0, 0, 60, 6}, u"all #")}));
     EXPECT_EQ(feed.finish(u"12"),
               "名称           金额        Note\n"
               "苹果梨子       1.00        a b\n"
@@ -139,7 +140,8 @@ TEST(Txt, AlignsColumns) {
               "x y z 1 2                         of 12\n"
               "3 4       end\n"
               "\f"
-              "b              2.00\n");
+              "b              2.00\n"
+              "all 12\n");
 }
 
 TEST(Txt, KeepsHostileTextAsData) {
