@@ -152,7 +152,8 @@ str Base64_Encode(const void* data, int size) {
 
 bool Base64_Decode(const char* text, int size, ClkMemory& out) {
     if (text == nullptr) return false;
-    out.Clear();
+    ClkMemory old;  // where the text may lie
+    old.Swap(out);
     if (size < 1) return true;
     const auto* p = reinterpret_cast<const Byte*>(text);
     const Byte* end = p + size;

@@ -97,7 +97,8 @@ void AppendBinDataToLocalFile(const lkchar* path, const void* data, int n) {
 
 void LoadBinDataFromLocalFile(const lkchar* path, ClkMemory& out) {
     if (IsEmpty(path)) throw ClkException(LKExceptionFileNameNull);
-    out.Clear();
+    ClkMemory old;  // where the path may lie
+    old.Swap(out);
     ClkFile file;
     file.Open(path, ClkFile::OpenReadBinary);
     if (!file.IsOpen()) throw ClkException(LKExceptionFileOpenRead, path);

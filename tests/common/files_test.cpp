@@ -159,7 +159,12 @@ TEST_F(Files, FailuresNameThePath) {
     ClkMemory memory;
     Save(u"file", "x");
     const auto save = [](const lkstr& path) { SaveBinDataToLocalFile(path.c_str(), "ab", 2); };
-    const auto load = [&memory](const lkstr& path) { LoadBinDataFromLocalFile(path.c_str(), memory); };
+    // The path lies in the block that is replaced.
+    const auto load = [&memory](const lkstr& path) {
+        memory.SetSize(static_cast<int>((path.size() + 1) * sizeof(lkchar)));
+        lkstr_cpy(static_cast<lkchar*>(memory.Data()), path);
+        LoadBinDataFromLocalFile(static_cast<const lkchar*>(memory.Data()), memory);
+    };
     const str below = UnicodeTextToPrintf(Path(u"file/x")), missing = UnicodeTextToPrintf(Path(u"none"));
     EXPECT_EQ(Raised([&] { save(u""); }), "Occured file name null");
     EXPECT_EQ(Raised([&] { load(u""); }), "Occured file name null");
@@ -170,6 +175,7 @@ TEST_F(Files, FailuresNameThePath) {
     EXPECT_EQ(Raised([&] { save(m_Root); }).substr(0, 34), "Occured open file failed for write");
     EXPECT_EQ(Raised([&] { load(Path(u"none")); }),
               "Occured open file failed for read, hint text: " + missing);
+    EXPECT_EQ(memory.Size(), 0);
     // Two bytes stay in the stream's buffer until it is flushed; the disk is full all the same.
     EXPECT_EQ(Raised([&] { save(u"/dev/full"); }), "Occured write file failed, hint text: /dev/full");
     // A file of more than 2 GiB; it has no blocks, so it takes no room.
