@@ -39,11 +39,11 @@ std::string subsetTag(const std::vector<std::uint32_t>& glyphs) {
 PdfFont::PdfFont(const FontFace& face, int resource)
     : face_(face), resource_(resource), indexes_(hb_face_get_glyph_count(face.face)), codes_(1) {
     if (!face.cff) return;
-    hb_blob_t* table = hb_face_reference_table(face.face, HB_TAG('C', 'F', 'F', ' '));
+    const std::unique_ptr<hb_blob_t, void (*)(hb_blob_t*)> table(
+        hb_face_reference_table(face.face, HB_TAG('C', 'F', 'F', ' ')), hb_blob_destroy);
     unsigned length = 0;
-    const char* data = hb_blob_get_data(table, &length);
+    const char* data = hb_blob_get_data(table.get(), &length);
     charset_ = CffCharset::read({data, length}, static_cast<unsigned>(indexes_.size()));
-    hb_blob_destroy(table);
 }
 
 PdfFont::Code& PdfFont::codeOf(std::uint32_t glyph) {

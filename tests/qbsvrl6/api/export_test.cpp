@@ -34,7 +34,7 @@ TEST_F(ApiTest, MakesEachKindOrSaysWhyNot) {
 }
 
 TEST_F(ApiTest, ReadsTheDataThatTheQueriesName) {
-    write("other.txt", R"([{"Name":"other","Amount":3}])");
+    write("other.txt", R"({"Rows":[{"Name":"other","Amount":3}]})");
     write("rows.txt", R"([{"Name":"grid","Amount":4}])");
     const OwnReport report;
     QBReportLoadFromFile(report, path("list.qbf").c_str());
