@@ -9,7 +9,7 @@ namespace larkspur {
 
 bool lkstricmper::operator()(const lkstr& a, const lkstr& b) const { return lkstr_icmp(a, b) < 0; }
 
-void DecodeTextToNameValues(const lkchar* text, ClkNameValueSlots& slots) {
+void DecodeTextToNameValues(const lkchar* text, const ClkNameValueSlots& slots) {
     std::vector<lkstr> pieces;
     SplitText(text, u";\r\n", pieces);
     for (const lkstr& piece : pieces) {
@@ -71,7 +71,8 @@ unsigned int RGBColorToGray(unsigned int color) {
     const double red = color & 0xFF;
     const double green = color >> 8 & 0xFF;
     const double blue = color >> 16 & 0xFF;
-    const auto gray = static_cast<unsigned int>(red * 0.39 + green * 0.5 + blue * 0.11 + 0.5);
+    const double weighed = red * 0.39 + green * 0.5 + blue * 0.11 + 0.5;
+    const auto gray = static_cast<unsigned int>(weighed);
     return gray > 254 ? 0xFFFFFF : gray * 0x010101;
 }
 

@@ -28,7 +28,7 @@ using ClkNameValueSlots = std::map<lkstr, lkstr*, lkstricmper>;
 
 // Fills the slots from pieces "name=value" between ";", CR and LF. Unknown names and pieces without "=" are
 // skipped; the last piece of a name stays.
-void DecodeTextToNameValues(const lkchar* text, ClkNameValueSlots& slots);
+void DecodeTextToNameValues(const lkchar* text, const ClkNameValueSlots& slots);
 
 // The slots that aren't empty, in order, each as name, "=", value, ";", CR, LF.
 lkstr BuildNameValuesText(const ClkNameValueSlots& slots);
