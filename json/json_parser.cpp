@@ -17,9 +17,10 @@
 //     object  = "{" SP { name SP ":" SP value SP [ "," SP ] } "}"
 //     array   = "[" SP { value SP [ "," SP ] } "]"
 //     value   = object | array | string | literal
-//     name    = quote { any unit but a quote } quote
-//     string  = quote { any unit but quote and backslash | backslash ( quote | backslash | n | r | t ) }
-//     quote literal = { any unit but space, ",", "]" and "}" }
+//     name    = quote { any unit but quote } quote
+//     string  = quote { escape | any unit but quote and backslash } quote
+//     escape  = backslash ( quote | backslash | "n" | "r" | "t" )
+//     literal = { any unit but space, ",", "]" and "}" }
 
 namespace larkspur {
 
@@ -91,7 +92,7 @@ AtomScan ScanAtom(const lkchar* p, const lkchar* end) {
 // size, when it closes.
 class TreeParser {
 public:
-    TreeParser(ClkJsonComplexNode& top, const lkchar* end) : m_Pool(top.Pool()), m_End(end) {
+    TreeParser(ClkJsonComplexNode& top, const lkchar* end) : m_Pool(top.m_Pool), m_End(end) {
         m_Open.push_back({&top, 0});
     }
 
@@ -153,9 +154,11 @@ private:
             Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, ClkJsonString, lkstr()));
             Fail(scan.next, scan.fault);
         }
-        Add(std::move(name), scan.hasEscape
-                                 ? new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.Decoded())
-                                 : new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.begin, scan.Size()));
+        if (scan.hasEscape) {
+            Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.Decoded()));
+        } else {
+            Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.begin, scan.Size()));
+        }
         return scan.next;
     }
 
@@ -193,8 +196,18 @@ private:
         m_Open.pop_back();
     }
 
-    void FillObject(std::vector<ClkJsonMember>& members, std::size_t firstEntry) {
-        // The members that are there come first, so that those of this text replace them.
+    void FillObject(ClkJsonMembers::List& members, std::size_t firstEntry) {
+        if (!members.empty()) MoveToEntries(members, firstEntry);
+        Entry* entries = m_Entries.data() + firstEntry;
+        const std::vector<std::uint32_t>& order = m_Orders.Get(entries, m_Entries.size() - firstEntry);
+        members.reserve(order.size());
+        for (const std::uint32_t i : order) {
+            members.emplace_back(std::move(entries[i].name), std::move(entries[i].node));
+        }
+    }
+
+    // Puts the members that an object has ahead of those that were read, which so replace them.
+    void MoveToEntries(ClkJsonMembers::List& members, std::size_t firstEntry) {
         std::vector<Entry> former;
         for (ClkJsonMember& member : members) {
             former.push_back({NameRef::Adopt(member.first), std::move(member.second)});
@@ -202,13 +215,6 @@ private:
         members.clear();
         m_Entries.insert(m_Entries.begin() + static_cast<std::ptrdiff_t>(firstEntry),
                          std::make_move_iterator(former.begin()), std::make_move_iterator(former.end()));
-
-        Entry* entries = m_Entries.data() + firstEntry;
-        const std::vector<std::uint32_t>& order = m_Orders.Get(entries, m_Entries.size() - firstEntry);
-        members.reserve(order.size());
-        for (const std::uint32_t i : order) {
-            members.emplace_back(std::move(entries[i].name), std::move(entries[i].node));
-        }
     }
 
     // Leaves what was read in the tree, and raises.
@@ -247,9 +253,8 @@ lkstr BuildFailedMsg(const lkchar* position, const lkchar* end, const lkchar* me
     constexpr std::ptrdiff_t kMostContext = 128;
     lkstr text = message == nullptr ? gc_lkchar_empty : message;
     text += u"。\\r\\n数据：";
-    if (position != nullptr && position < end)
-        text.append(position, position + std::min(end - position, kMostContext));
-    return text;
+    if (position == nullptr || position >= end) return text;
+    return text.append(position, position + std::min(end - position, kMostContext));
 }
 
 }  // namespace larkspur

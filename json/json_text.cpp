@@ -4,6 +4,7 @@
 
 #include "common/string_ops.h"
 #include "json/internal/text_scan.h"
+#include "json/internal/text_writer.h"
 
 namespace larkspur {
 
@@ -125,7 +126,10 @@ lkstr JSON_EncodeValue(const char* text) { return JSON_EncodeValue(AsciiStr2LKSt
 
 lkstr JSON_Encode(const lkchar* text) {
     lkstr encoded;
-    if (text != nullptr) json::AppendEncoded(encoded, text, text + lkstr::traits_type::length(text));
+    if (text == nullptr) return encoded;
+    json::TextWriter writer(encoded);
+    writer.PutEncoded(text, text + lkstr::traits_type::length(text));
+    writer.Flush();
     return encoded;
 }
 

@@ -12,54 +12,30 @@
 
 namespace larkspur {
 
-// Ahead of each node from new lies a word that tells where its memory goes back to: a pool, or null for the
-// heap.
+using json::NodePool;
 
-namespace {
-
-json::NodePool** PoolWord(void* node) { return static_cast<json::NodePool**>(node) - 1; }
-
-void* PlaceNode(void* memory, json::NodePool* pool) {
-    auto** word = ::new (memory) json::NodePool*(pool);
-    return word + 1;
-}
-
-}  // namespace
-
-void* ClkJsonNode::operator new(std::size_t size) {
-    return PlaceNode(::operator new(size + sizeof(json::NodePool*)), nullptr);
-}
-
-void* ClkJsonNode::operator new(std::size_t, json::NodePool& pool) { return PlaceNode(pool.Take(), &pool); }
-
-void ClkJsonNode::operator delete(void* node) noexcept {
-    json::NodePool** word = PoolWord(node);
-    if (*word != nullptr) {
-        (*word)->GiveBack(word);
+void ClkJsonNode::operator delete(ClkJsonNode* node, std::destroying_delete_t) noexcept {
+    const auto* parent = static_cast<ClkJsonComplexNode*>(node->m_Parent);
+    node->~ClkJsonNode();
+    if (parent == nullptr) {
+        ::operator delete(node);
     } else {
-        ::operator delete(word);
+        operator delete(node, parent->m_Pool);
     }
 }
 
-void ClkJsonNode::operator delete(void* node, json::NodePool&) noexcept { operator delete(node); }
-
 ClkJsonComplexNode::ClkJsonComplexNode(ClkJsonKind kind, ClkJsonComplexNode* parent)
-    : ClkJsonNode(kind, parent), m_Pool(parent == nullptr ? nullptr : &parent->Pool()) {}
+    : ClkJsonNode(kind, parent), m_Pool(parent == nullptr ? *new NodePool : parent->m_Pool) {}
 
 ClkJsonComplexNode::~ClkJsonComplexNode() {
-    if (m_Parent == nullptr) delete m_Pool;
-}
-
-json::NodePool& ClkJsonComplexNode::Pool() {
-    if (m_Pool == nullptr) m_Pool = new json::NodePool;
-    return *m_Pool;
+    if (m_Parent == nullptr) delete &m_Pool;
 }
 
 void ClkJsonComplexNode::DestroyChildren() noexcept {
     ClkJsonNode* list = ReleaseChildren(this);
-    while (list != this) {  // which closes the list, so that none of the doomed takes itself for a root
+    while (list != this) {
         auto* node = static_cast<ClkJsonComplexNode*>(list);
-        list = node->ReleaseChildren(node->m_Parent);
+        list = node->ReleaseChildren(std::exchange(node->m_Parent, this));
         delete node;
     }
 }
@@ -117,6 +93,11 @@ const std::unique_ptr<ClkJsonNode>& ClkJsonMembers::at(const lkstr& name) const 
     return place->second;
 }
 
+ClkJsonObjectNode::ClkJsonObjectNode(ClkJsonComplexNode* parent)
+    : ClkJsonComplexNode(ClkJsonObject, parent), m_Members(m_Pool) {}
+
+ClkJsonObjectNode::~ClkJsonObjectNode() { DestroyChildren(); }
+
 ClkJsonAtomNode* ClkJsonObjectNode::AddStringMember(const lkstr& name, const lkchar* text) {
     if (text == nullptr) throw std::logic_error("ClkJsonObjectNode::AddStringMember: null text");
     return AddAtom(name, ClkJsonString, text);
@@ -139,15 +120,15 @@ ClkJsonAtomNode* ClkJsonObjectNode::AddAtomMember(const lkstr& name) {
 }
 
 ClkJsonObjectNode* ClkJsonObjectNode::AddObjectMember(const lkstr& name) {
-    return Place(name, new (Pool()) ClkJsonObjectNode(this));
+    return Place(name, new (m_Pool) ClkJsonObjectNode(this));
 }
 
 ClkJsonArrayNode* ClkJsonObjectNode::AddArrayMember(const lkstr& name) {
-    return Place(name, new (Pool()) ClkJsonArrayNode(this));
+    return Place(name, new (m_Pool) ClkJsonArrayNode(this));
 }
 
 ClkJsonAtomNode* ClkJsonObjectNode::AddAtom(const lkstr& name, ClkJsonKind kind, lkstr&& text) {
-    return Place(name, new (Pool()) ClkJsonAtomNode(this, kind, std::move(text)));
+    return Place(name, new (m_Pool) ClkJsonAtomNode(this, kind, std::move(text)));
 }
 
 template <class Node>

@@ -17,6 +17,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -29,6 +30,21 @@ namespace json {
 class NameRef;
 class NodePool;
 class TreeParser;
+
+// Lets a container of a tree take its memory from the tree's pool.
+template <class T>
+class PoolAllocator {
+public:
+    using value_type = T;
+
+    explicit PoolAllocator(NodePool& pool) : m_Pool(&pool) {}
+    T* allocate(std::size_t n);
+    void deallocate(T* place, std::size_t n) noexcept;
+    bool operator==(const PoolAllocator&) const = default;
+
+private:
+    NodePool* m_Pool;
+};
 }  // namespace json
 
 class ClkJsonObjectNode;
@@ -54,11 +70,12 @@ public:
     ClkJsonKind Kind() const { return m_Kind; }
     ClkJsonNode* Parent() const { return m_Parent; }  // null for a root
 
-    // The children of a tree come from its root's pool, other nodes from the heap.
-    static void* operator new(std::size_t size);
-    static void* operator new(std::size_t size, json::NodePool& pool);
-    static void operator delete(void* node) noexcept;
-    static void operator delete(void* node, json::NodePool& pool) noexcept;
+    // Nodes without a parent are made on the stack or the heap, all others in the pool of their tree.
+    static void* operator new(std::size_t size) { return ::operator new(size); }
+    static inline void* operator new(std::size_t size, json::NodePool& pool);
+    static void operator delete(void* place) noexcept { ::operator delete(place); }
+    static inline void operator delete(void* place, json::NodePool& pool) noexcept;
+    static void operator delete(ClkJsonNode* node, std::destroying_delete_t) noexcept;
 
 protected:
     ClkJsonNode(ClkJsonKind kind, ClkJsonNode* parent) : m_Kind(kind), m_Parent(parent) {}
@@ -107,19 +124,17 @@ public:
 protected:
     ClkJsonComplexNode(ClkJsonKind kind, ClkJsonComplexNode* parent);
 
-    // The pool of the tree. A root makes it for its first child.
-    json::NodePool& Pool();
-
     // Destroys all nodes below this one, with no recursion.
     void DestroyChildren() noexcept;
+
+    json::NodePool& m_Pool;  // of the tree; the root owns it
 
 private:
     // Empties this node: its atoms go at once, its objects and arrays come first in the list that is
     // returned, linked by m_Parent and followed by next.
     ClkJsonNode* ReleaseChildren(ClkJsonNode* next) noexcept;
 
-    json::NodePool* m_Pool;
-
+    friend class ClkJsonNode;
     friend class json::TreeParser;
 };
 
@@ -142,9 +157,11 @@ private:
 
 // The members of an object in the order of their names: unit by unit, a shorter name ahead of its extension.
 class ClkJsonMembers {
+    using List = std::vector<ClkJsonMember, json::PoolAllocator<ClkJsonMember>>;
+
 public:
     using value_type = ClkJsonMember;
-    using const_iterator = std::vector<ClkJsonMember>::const_iterator;
+    using const_iterator = List::const_iterator;
 
     const_iterator begin() const { return m_List.begin(); }
     const_iterator end() const { return m_List.end(); }
@@ -155,9 +172,10 @@ public:
     const std::unique_ptr<ClkJsonNode>& at(const lkstr& name) const;  // raises std::out_of_range
 
 private:
+    explicit ClkJsonMembers(json::NodePool& pool) : m_List(List::allocator_type(pool)) {}
     const_iterator LowerBound(const lkstr& name) const;
 
-    std::vector<ClkJsonMember> m_List;
+    List m_List;
 
     friend class ClkJsonComplexNode;
     friend class ClkJsonObjectNode;
@@ -167,7 +185,7 @@ private:
 class ClkJsonObjectNode final : public ClkJsonComplexNode {
 public:
     ClkJsonObjectNode() : ClkJsonObjectNode(nullptr) {}
-    ~ClkJsonObjectNode() override { DestroyChildren(); }
+    ~ClkJsonObjectNode() override;
 
     void StringifyAppend(lkstr& out, const lkchar* separator) const override;
     void Clear() override { DestroyChildren(); }
@@ -193,7 +211,7 @@ public:
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
 private:
-    explicit ClkJsonObjectNode(ClkJsonComplexNode* parent) : ClkJsonComplexNode(ClkJsonObject, parent) {}
+    explicit ClkJsonObjectNode(ClkJsonComplexNode* parent);
 
     ClkJsonAtomNode* AddAtom(const lkstr& name, ClkJsonKind kind, lkstr&& text);
     template <class Node>

@@ -1,50 +1,12 @@
-#include <algorithm>
 #include <cstddef>
 #include <vector>
 
-#include "json/internal/text_scan.h"
+#include "json/internal/text_writer.h"
 #include "json/json_tree.h"
 
 namespace larkspur {
 
 namespace {
-
-// Collects small pieces ahead of the string that they go to.
-class PieceWriter {
-public:
-    explicit PieceWriter(lkstr& out) : m_Out(out) {}
-
-    void push_back(lkchar c) {
-        if (m_Count == kBlock) Flush();
-        m_Block[m_Count++] = c;
-    }
-
-    void append(const lkchar* text, std::size_t n) {
-        if (n > kBlock - m_Count) {
-            Flush();
-            if (n > kBlock) {
-                m_Out.append(text, n);
-                return;
-            }
-        }
-        std::copy_n(text, n, m_Block + m_Count);
-        m_Count += n;
-    }
-
-    void append(const lkstr& text) { append(text.data(), text.size()); }
-
-    void Flush() {
-        m_Out.append(m_Block, m_Count);
-        m_Count = 0;
-    }
-
-private:
-    static constexpr std::size_t kBlock = 2048;
-
-    lkstr& m_Out;
-    std::size_t m_Count = 0;
-    lkchar m_Block[kBlock];
-};
 
 // Writes a node and all below it. The containers that are open stand in a list instead of on the stack.
 class TreeWriter {
@@ -77,22 +39,22 @@ private:
         switch (node.Kind()) {
             case ClkJsonString: {
                 const lkstr& text = static_cast<const ClkJsonAtomNode&>(node).Text();
-                m_Out.push_back(u'"');
-                json::AppendEncoded(m_Out, text.data(), text.data() + text.size());
-                m_Out.push_back(u'"');
-                m_Out.append(m_Separator);
+                m_Out.Put(u'"');
+                m_Out.PutEncoded(text.data(), text.data() + text.size());
+                m_Out.Put(u'"');
+                PutSeparator();
                 break;
             }
             case ClkJsonLiteral:
-                m_Out.append(static_cast<const ClkJsonAtomNode&>(node).Text());
-                m_Out.append(m_Separator);
+                m_Out.Put(static_cast<const ClkJsonAtomNode&>(node).Text());
+                PutSeparator();
                 break;
             case ClkJsonObject:
-                m_Out.push_back(u'{');
+                m_Out.Put(u'{');
                 m_Open.push_back({&node, 0});
                 break;
             case ClkJsonArray:
-                m_Out.push_back(u'[');
+                m_Out.Put(u'[');
                 m_Open.push_back({&node, 0});
                 break;
         }
@@ -104,12 +66,12 @@ private:
             return;
         }
         const ClkJsonMember& member = members.begin()[static_cast<std::ptrdiff_t>(index)];
-        if (index != 0) m_Out.push_back(u',');
-        m_Out.append(m_Separator);
-        m_Out.push_back(u'"');
-        m_Out.append(member.first);
-        m_Out.push_back(u'"');
-        m_Out.push_back(u':');
+        if (index != 0) m_Out.Put(u',');
+        PutSeparator();
+        m_Out.Put(u'"');
+        m_Out.Put(member.first);
+        m_Out.Put(u'"');
+        m_Out.Put(u':');
         WriteValue(*member.second);
     }
 
@@ -118,18 +80,22 @@ private:
             Close(u']');
             return;
         }
-        if (index != 0) m_Out.push_back(u',');
-        m_Out.append(m_Separator);
+        if (index != 0) m_Out.Put(u',');
+        PutSeparator();
         WriteValue(*items[index]);
     }
 
+    void PutSeparator() {
+        if (!m_Separator.empty()) m_Out.Put(m_Separator);
+    }
+
     void Close(lkchar bracket) {
-        m_Out.append(m_Separator);
-        m_Out.push_back(bracket);
+        PutSeparator();
+        m_Out.Put(bracket);
         m_Open.pop_back();
     }
 
-    PieceWriter m_Out;
+    json::TextWriter m_Out;
     const lkstr m_Separator;
     std::vector<Container> m_Open;  // innermost last
 };

@@ -22,18 +22,19 @@ struct Entry {
     std::unique_ptr<ClkJsonNode> node;
 };
 
-// The names that were met lately: one slot a hash value, the latest stays. So like objects share their names,
-// and texts with ever new names cost no more than making them.
+// The names that were met lately, in a small table: like objects share their names, and texts with ever new
+// names cost no more than making them.
 class NameCache {
 public:
     NameRef Get(const lkchar* text, std::size_t n) {
         const Ends ends(text, n);
-        Slot& slot = m_Slots[ends.Hash()];
-        if (!(slot.ends == ends) || !SameMiddle(*slot.name.Get(), text)) {
-            slot.name = NameRef(text, n);
-            slot.ends = ends;
+        const std::size_t home = ends.Hash();
+        for (std::size_t i = home; i < home + kProbes; ++i) {
+            Slot& slot = m_Slots[i];
+            if (slot.name.Get() == nullptr) return Fill(slot, ends, text);
+            if (slot.ends == ends && (n <= 8 || SameMiddle(*slot.name.Get(), text))) return slot.name;
         }
-        return slot.name;
+        return Fill(m_Slots[home], ends, text);
     }
 
 private:
@@ -42,7 +43,7 @@ private:
     struct Ends {
         std::uint64_t head = 0;
         std::uint64_t tail = 0;
-        std::size_t n = std::size_t(-1);  // of no name
+        std::size_t n = 0;
 
         Ends() = default;
         Ends(const lkchar* text, std::size_t length) : n(length) {
@@ -65,12 +66,19 @@ private:
         NameRef name;
     };
 
-    static bool SameMiddle(const lkstr& name, const lkchar* text) {
-        return name.size() <= 8 ||
-               std::memcmp(name.data() + 4, text + 4, (name.size() - 8) * sizeof(lkchar)) == 0;
+    static const NameRef& Fill(Slot& slot, const Ends& ends, const lkchar* text) {
+        slot.name = NameRef(text, ends.n);
+        slot.ends = ends;
+        return slot.name;
     }
 
-    std::array<Slot, 256> m_Slots;
+    static bool SameMiddle(const lkstr& name, const lkchar* text) {
+        return std::memcmp(name.data() + 4, text + 4, (name.size() - 8) * sizeof(lkchar)) == 0;
+    }
+
+    static constexpr std::size_t kProbes = 8;  // from the slot of the hash value on
+
+    std::array<Slot, 256 + kProbes> m_Slots;
 };
 
 // The order by name of the member lists that were met lately, so that a list of like objects is sorted once.
@@ -89,7 +97,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kMostNames = 64;  // longer lists are rarely met twice
+    static constexpr std::size_t kMostNames = 256;  // longer lists are rarely met twice
 
     struct Slot {
         std::vector<NameRef> names;  // in the order of the text

@@ -6,8 +6,6 @@
 #include <emmintrin.h>
 #endif
 
-#include <cstddef>
-
 #include "common/text.h"
 
 namespace larkspur::json {
@@ -82,20 +80,6 @@ const lkchar* FindFirstOf(const lkchar* p, const lkchar* end) {
 #endif
     while (p < end && ((*p != stops) && ...)) ++p;
     return p;
-}
-
-// Appends the units in [p, end), up to the first zero unit, with escapes put in. Out is an lkstr or has its
-// append and push_back.
-template <class Out>
-void AppendEncoded(Out& out, const lkchar* p, const lkchar* end) {
-    for (;;) {
-        const lkchar* stop = FindFirstOf<u'"', u'\\', u'\r', u'\n', u'\t', 0>(p, end);
-        out.append(p, static_cast<std::size_t>(stop - p));
-        if (stop == end || *stop == 0) return;
-        out.push_back(u'\\');
-        out.push_back(EscapeLetter(*stop));
-        p = stop + 1;
-    }
 }
 
 }  // namespace larkspur::json

@@ -186,22 +186,37 @@ TEST(JsonTree, NodesParseOnTheirOwnAndOntoWhatIsThere) {
     EXPECT_THROW(object->Parse(end, end), ClkException);
 }
 
+// Around the size at which the writer passes its pieces on.
+TEST(JsonTree, PiecesOfAnyLengthAreWritten) {
+    for (std::size_t n = 2030; n < 2060; ++n) {
+        lkstr run(n, u'x');
+        run[n - 9] = u'"';
+        ClkObjectJson json;
+        json.Root().AddStringMember(lkstr(n * 2, u'n'), run.c_str());
+        json.Root().AddAtomMember(lkstr(n, u'm'))->Parse(run.data(), run.data() + n);
+        run.insert(n - 9, 1, u'\\');
+        EXPECT_EQ(json.Stringify(nullptr), u"{\"" + lkstr(n, u'm') + u"\":" + lkstr(run).erase(n - 9, 1) +
+                                               u",\"" + lkstr(n * 2, u'n') + u"\":\"" + run + u"\"}")
+            << n;
+    }
+}
+
 // Random lists of objects against std::map: few names and many, equal names, long and short, again and again.
 TEST(JsonTree, MembersAgreeWithAMap) {
     std::mt19937 random(7);
     const auto below = [&random](std::size_t n) { return static_cast<std::size_t>(random() % n); };
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 150; ++round) {
         const std::size_t nameKinds = std::size_t{1} << below(12);
         lkstr text = u"[";
         std::vector<std::map<lkstr, lkstr>> expected;
         for (std::size_t rows = below(8); rows > 0; --rows) {
             expected.emplace_back();
             text += u'{';
-            for (std::size_t members = below(100); members > 0; --members) {
+            for (std::size_t members = below(300); members > 0; --members) {
                 const lkstr name =
                     lkstr(below(3) * 5, u'n') + lkstr_fromi(static_cast<int>(below(nameKinds)));
                 const lkstr value = lkstr_fromi(static_cast<int>(members));
-                text += u"\"" + name + u"\":" + value + u",";
+                text.append(u"\"").append(name).append(u"\":").append(value).append(u",");
                 expected.back()[name] = value;
             }
             text += u"},";
@@ -268,9 +283,9 @@ TEST(JsonTree, ThreadsReadOneDocument) {
         text += u"{\"Name\":\"a name of some length\",\"Dir\":\"d\",\"Items\":[1,2]},";
     ClkArrayJson json;
     Outcome(json, text + u"]");
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 16; ++i) {
-        threads.emplace_back([&json] {
+    std::vector<std::thread> threads(16);
+    for (std::thread& thread : threads) {
+        thread = std::thread([&json] {
             for (const auto& item : json.Root().Items()) {
                 const auto& row = static_cast<const ClkJsonObjectNode&>(*item);
                 EXPECT_EQ(row.AtomByName(u"Dir")->Text(), u"d");
