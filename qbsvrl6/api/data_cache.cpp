@@ -14,8 +14,7 @@ std::shared_ptr<const DataSet> fetchData(std::u16string_view address, const std:
 }
 
 std::shared_ptr<const DataSet> DataCache::get(std::u16string_view address, const std::string& baseDirectory) {
-    std::string path = toUtf8(address);
-    if (!path.starts_with('/')) path.insert(0, baseDirectory);
+    const std::string path = localPath(address, baseDirectory);
     Stamp stamp;
     if (!stampOf(path, stamp)) return fetchData(address, baseDirectory);
     Entry& entry = entries_[path];

@@ -1,4 +1,5 @@
 #include <curl/curl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <memory>
@@ -113,11 +114,17 @@ std::string pathOfFileUrl(const std::string& address) {
     return path;
 }
 
+bool isExistingFile(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+bool isWebAddress(const std::string& address) {
+    return hasScheme(address, "http://") || hasScheme(address, "https://");
+}
+
 }  // namespace
 
-std::string fetch(std::u16string_view address, const std::string& baseDirectory, std::size_t maxBytes) {
+std::string localPath(std::u16string_view address, const std::string& baseDirectory) {
     const std::string name = toUtf8(address);
-    if (hasScheme(name, "http://") || hasScheme(name, "https://")) return downloadUrl(name, maxBytes);
+    if (isWebAddress(name)) return {};
     std::string path = hasScheme(name, "file:") ? pathOfFileUrl(name) : name;
     if (path.empty()) throw EngineError(ErrorCode::FileNotFound, "the address of the data is empty");
     // The C library would see the path up to the first null only.
@@ -125,8 +132,14 @@ std::string fetch(std::u16string_view address, const std::string& baseDirectory,
         throw EngineError(ErrorCode::FileNotFound, "the path holds a null character",
                           {path.substr(0, path.find('\0'))});
     }
-    if (path.front() != '/') path.insert(0, baseDirectory);
-    return readFile(path, maxBytes);
+    if (path.front() == '/' || baseDirectory.empty()) return path;
+    const std::string based = baseDirectory + path;
+    return !isExistingFile(based) && isExistingFile(path) ? path : based;
+}
+
+std::string fetch(std::u16string_view address, const std::string& baseDirectory, std::size_t maxBytes) {
+    const std::string path = localPath(address, baseDirectory);
+    return path.empty() ? downloadUrl(toUtf8(address), maxBytes) : readFile(path, maxBytes);
 }
 
 }  // namespace qbsvrl6

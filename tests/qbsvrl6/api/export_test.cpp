@@ -58,6 +58,16 @@ TEST_F(ApiTest, ReadsTheDataThatTheQueriesName) {
     EXPECT_EQ(QBReportLoadDataFromURL(report, u"absent.txt"), 0);
     EXPECT_NE(csv().find("grid"), std::string::npos) << "what failed to load leaves no old data behind";
 
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::create_directory(directory_ + "sub");
+    write("sub/deep.txt", R"([{"Name":"from the working directory"}])");
+    std::filesystem::current_path(directory_ + "sub");
+    QBRecordsetSetQuerySQL(recordset, u"deep.txt");
+    EXPECT_NE(csv().find("from the working directory"), std::string::npos);
+    write("deep.txt", R"([{"Name":"beside the template"}])");
+    EXPECT_NE(csv().find("beside the template"), std::string::npos);
+    std::filesystem::current_path(before);
+
     QBRecordsetSetConnectionString(recordset, u"");
     QBReportSetConnectionString(report, u"");
     EXPECT_EQ(csv().find("2025"), std::string::npos) << "no data is no fault";
