@@ -4,6 +4,11 @@ target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Werror
     $<$<CONFIG:Debug>:-O1;-g1>)
 
+# GCC 12 takes joined strings for overlapping copies (GCC bug 105651).
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(project_options INTERFACE -Wno-restrict)
+endif()
+
 if(QBSVR_SANITIZE)
   add_compile_options(-fsanitize=${QBSVR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${QBSVR_SANITIZE})
