@@ -16,8 +16,7 @@ void lk_splitpath(const lkchar* path, lkchar* drive, lkchar* dir, lkchar* name, 
 void lk_makepath(lkchar* to, const lkchar* drive, const lkchar* dir, const lkchar* name, const lkchar* ext);
 
 lkstr ExtractFilePath(const lkchar* path);  // "/home/x/a.txt" gives "/home/x", "/a.txt" gives empty text
-lkstr ExtractFileName(
-    const lkchar* path);  // name and extension without the dot: "dir/report.txt" gives "reporttxt"
+lkstr ExtractFileName(const lkchar* path);  // loses the dot: "dir/report.txt" gives "reporttxt"
 bool IsExistExtFileName(const lkchar* path);
 
 bool IsFileExist(const lkchar* path);  // directories count

@@ -67,8 +67,7 @@ const wchar_t* CellDirectorySuffix(bool asEntireTable, bool onlyDetailGrid) {
 
 }  // namespace
 
-// --- PDF and images
-// -----------------------------------------------------------------------------------------
+// ---- PDF and images
 
 void TaskExportPDF(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
     DoSaveBinaryObject(QBReportExportDirectToBinaryObject(report, QBExportType_PDF), templateFile,
@@ -158,8 +157,7 @@ void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool a
     DoTaskExportImgPng(templateFile, reportName, allInOne, Report);
 }
 
-// --- Formats made of cells
-// ----------------------------------------------------------------------------------
+// ---- Formats made of cells
 
 void TaskExportCell(tagQBReport* report, const wstr& templateFile, const wstr& reportName,
                     tagQBExportType type, bool asEntireTable, bool onlyDetailGrid, bool toXlsx) {
@@ -310,8 +308,7 @@ void TaskExportCSVOnlyDetailGrid(const wstr& templateFile, const wstr& reportNam
     TaskExportCSVOnlyDetailGrid(Report, templateFile, reportName);
 }
 
-// --- Saving
-// -------------------------------------------------------------------------------------------------
+// ---- Saving
 
 wstr ExportExtFileName(tagQBExportType type) {
     switch (type) {

@@ -153,8 +153,7 @@ public:
 
 extern "C" {
 
-// --- Configuration and module information
-// -------------------------------------------------------------------
+// ---- Configuration and module information
 
 // Names the directory in which the engine is set up, without closing separator.
 QBSVR_API int QBInitConfig(const quillbrook::lkchar* setupPath);
@@ -163,8 +162,7 @@ QBSVR_API const quillbrook::lkchar* QBGetModulePath();
 QBSVR_API const quillbrook::lkchar* QBGetModuleVersion();
 QBSVR_API const quillbrook::lkchar* QBGetModuleInfo();
 
-// --- Reports
-// ------------------------------------------------------------------------------------------------
+// ---- Reports
 
 // An empty report, or null on failure. Callable on any thread.
 QBSVR_API quillbrook::tagQBReport* QBReportCreate();
@@ -179,8 +177,7 @@ QBSVR_API int QBReportSaveToFile(quillbrook::tagQBReport* report, const quillbro
 // Sets the picture behind every page.
 QBSVR_API void QBReportSetBackImageFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 
-// --- Data
-// ---------------------------------------------------------------------------------------------------
+// ---- Data
 
 // Loads all of the report's data from a JSON or XML text: a local path or a URL.
 QBSVR_API int QBReportLoadDataFromURL(quillbrook::tagQBReport* report, const quillbrook::lkchar* url);
@@ -207,8 +204,7 @@ QBSVR_API void QBRecordsetSetQuerySQL(quillbrook::tagQBRecordset* recordset, con
 QBSVR_API void QBRecordsetSetConnectionString(quillbrook::tagQBRecordset* recordset,
                                               const quillbrook::lkchar* connection);
 
-// --- Export
-// -------------------------------------------------------------------------------------------------
+// ---- Export
 
 // Exports with default options, into memory (null on failure) or into a file. What the two switches of the
 // file form mean is the engine's: spreadsheets are asked for with 1 and 1, PDF with 0 and 0.
@@ -227,8 +223,7 @@ QBSVR_API int QBReportUnprepareExport(quillbrook::tagQBReport* report);
 QBSVR_API int QBBinaryObjectGetDataSize(quillbrook::tagQBBinaryObject* object);
 QBSVR_API const void* QBBinaryObjectGetDataBuf(quillbrook::tagQBBinaryObject* object);
 
-// --- Export options
-// -----------------------------------------------------------------------------------------
+// ---- Export options
 
 QBSVR_API quillbrook::tagQBExportType QBExportOptionGetExportType(quillbrook::tagQBExportOption* option);
 // Target of QBReportExport.
@@ -252,8 +247,7 @@ QBSVR_API void QBE2IMGOptionSetImageType(quillbrook::tagQBE2IMGOption* option,
 QBSVR_API void QBE2IMGOptionSetAllInOne(quillbrook::tagQBE2IMGOption* option, int on);
 QBSVR_API void QBE2PDFOptionSetFontEmbedding(quillbrook::tagQBE2PDFOption* option, int on);
 
-// --- Sections and controls
-// ----------------------------------------------------------------------------------
+// ---- Sections and controls
 
 QBSVR_API quillbrook::tagQBReportHeaders* QBReportGetReportHeaders(quillbrook::tagQBReport* report);
 QBSVR_API quillbrook::tagQBSection* QBReportHeadersAdd(quillbrook::tagQBReportHeaders* headers);
@@ -274,8 +268,7 @@ QBSVR_API quillbrook::tagQBReport* QBSubReportGetReport(quillbrook::tagQBSubRepo
 QBSVR_API quillbrook::tagQBControl* QBReportFindFirstControl(quillbrook::tagQBReport* report);
 QBSVR_API quillbrook::tagQBControl* QBReportFindNextControl(quillbrook::tagQBReport* report);
 
-// --- Printing
-// -----------------------------------------------------------------------------------------------
+// ---- Printing
 
 QBSVR_API quillbrook::tagQBPrinter* QBReportGetPrinter(quillbrook::tagQBReport* report);
 // After printing, the printer that was used.
@@ -284,8 +277,7 @@ QBSVR_API void QBPrinterSetPrinterName(quillbrook::tagQBPrinter* printer, const 
 QBSVR_API void QBReportPrint(quillbrook::tagQBReport* report, int showDialog);
 QBSVR_API quillbrook::tagQBFont* QBReportGetFont(quillbrook::tagQBReport* report);
 
-// --- Charts (inside the chart data event only)
-// --------------------------------------------------------------
+// ---- Charts (inside the chart data event only)
 
 QBSVR_API int QBChartLoadDataFromXML(quillbrook::tagQBChart* chart, const quillbrook::lkchar* xml,
                                      int firstSwitch, int secondSwitch, int thirdSwitch);
@@ -298,8 +290,7 @@ QBSVR_API void QBChartSetSeriesCount(quillbrook::tagQBChart* chart, int seriesCo
 QBSVR_API void QBChartSetSeriesLabel(quillbrook::tagQBChart* chart, int seriesIndex,
                                      const quillbrook::lkchar* label);
 
-// --- Events
-// -------------------------------------------------------------------------------------------------
+// ---- Events
 
 // Each takes ownership of the handler, which a null report deletes at once, and replaces the one attached
 // before.
@@ -310,8 +301,7 @@ QBSVR_API void QBAttachEventInitialize(quillbrook::tagQBReport* report,
 QBSVR_API void QBAttachEventChartRequestData(quillbrook::tagQBReport* report,
                                              quillbrook::CqbChartEventInfo* handler);
 
-// --- Utility
-// ------------------------------------------------------------------------------------------------
+// ---- Utility
 
 QBSVR_API quillbrook::tagQBUtility* QBReportGetUtility(quillbrook::tagQBReport* report);
 // The number by the format, or null.

@@ -61,8 +61,7 @@ const lkchar* ModuleText(const char* function, const lkchar* text) {
 
 }  // namespace
 
-// --- Configuration and module information
-// -------------------------------------------------------------------
+// ---- Configuration and module information
 
 int QBInitConfig(const lkchar* setupPath) {
     recording::RecordGlobal("QBInitConfig", recording::CallText("QBInitConfig", setupPath));
@@ -73,8 +72,7 @@ const lkchar* QBGetModulePath() { return ModuleText("QBGetModulePath", u"/引擎
 const lkchar* QBGetModuleVersion() { return ModuleText("QBGetModuleVersion", u"6.0 recording"); }
 const lkchar* QBGetModuleInfo() { return ModuleText("QBGetModuleInfo", u"any"); }
 
-// --- Reports
-// ------------------------------------------------------------------------------------------------
+// ---- Reports
 
 tagQBReport* QBReportCreate() {
     recording::Books* books = recording::NewBooks();
@@ -125,8 +123,7 @@ void QBReportSetBackImageFile(tagQBReport* report, const lkchar* path) {
     Call("QBReportSetBackImageFile", report, path);
 }
 
-// --- Data
-// ---------------------------------------------------------------------------------------------------
+// ---- Data
 
 int QBReportLoadDataFromURL(tagQBReport* report, const lkchar* url) {
     return Call("QBReportLoadDataFromURL", report, url) &&
@@ -176,8 +173,7 @@ void QBRecordsetSetConnectionString(tagQBRecordset* recordset, const lkchar* con
     Call("QBRecordsetSetConnectionString", recordset, connection);
 }
 
-// --- Export
-// -------------------------------------------------------------------------------------------------
+// ---- Export
 
 tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* report, tagQBExportType type) {
     if (!Call("QBReportExportDirectToBinaryObject", report, static_cast<int>(type))) return nullptr;
@@ -231,8 +227,7 @@ const void* QBBinaryObjectGetDataBuf(tagQBBinaryObject* object) {
     return Call("QBBinaryObjectGetDataBuf", object) && IsValid(object) ? object->bytes.data() : nullptr;
 }
 
-// --- Export options
-// -----------------------------------------------------------------------------------------
+// ---- Export options
 
 tagQBExportType QBExportOptionGetExportType(tagQBExportOption* option) {
     return Call("QBExportOptionGetExportType", option) ? option->type : tagQBExportType{};
@@ -294,8 +289,7 @@ void QBE2PDFOptionSetFontEmbedding(tagQBE2PDFOption* option, int on) {
     SetOption("QBE2PDFOptionSetFontEmbedding", option, on);
 }
 
-// --- Sections and controls
-// ----------------------------------------------------------------------------------
+// ---- Sections and controls
 
 tagQBReportHeaders* QBReportGetReportHeaders(tagQBReport* report) {
     return PartOf("QBReportGetReportHeaders", report, &tagQBReport::headers);
@@ -354,8 +348,7 @@ tagQBControl* QBReportFindNextControl(tagQBReport* report) {
     return &report->controls[++report->walk];
 }
 
-// --- Printing
-// -----------------------------------------------------------------------------------------------
+// ---- Printing
 
 tagQBPrinter* QBReportGetPrinter(tagQBReport* report) {
     return PartOf("QBReportGetPrinter", report, &tagQBReport::printer);
@@ -376,8 +369,7 @@ tagQBFont* QBReportGetFont(tagQBReport* report) {
     return PartOf("QBReportGetFont", report, &tagQBReport::font);
 }
 
-// --- Charts
-// -------------------------------------------------------------------------------------------------
+// ---- Charts
 
 int QBChartLoadDataFromXML(tagQBChart* chart, const lkchar* xml, int firstSwitch, int secondSwitch,
                            int thirdSwitch) {
@@ -400,8 +392,7 @@ void QBChartSetSeriesLabel(tagQBChart* chart, int seriesIndex, const lkchar* lab
     ChartCall("QBChartSetSeriesLabel", chart, seriesIndex, label);
 }
 
-// --- Events
-// -------------------------------------------------------------------------------------------------
+// ---- Events
 
 void QBAttachEventExportBegin(tagQBReport* report, CqbExportEventInfo* handler) {
     Attach("QBAttachEventExportBegin", report, &tagQBReport::exportBegin, handler);
@@ -415,8 +406,7 @@ void QBAttachEventChartRequestData(tagQBReport* report, CqbChartEventInfo* handl
     Attach("QBAttachEventChartRequestData", report, &tagQBReport::chartRequestData, handler);
 }
 
-// --- Utility
-// ------------------------------------------------------------------------------------------------
+// ---- Utility
 
 tagQBUtility* QBReportGetUtility(tagQBReport* report) {
     return PartOf("QBReportGetUtility", report, &tagQBReport::utility);
