@@ -21,7 +21,8 @@ void ClkBinDataPackage::DirectAttach(void* block, int n, const std::vector<int>&
     std::vector<int> newSizes = sizes;  // which may be this package's own
     Clear();
     m_PackageSizes.clear();
-    if (n < 0 || n != std::accumulate(newSizes.begin(), newSizes.end(), std::int64_t{0})) {
+    const std::int64_t sum = std::accumulate(newSizes.begin(), newSizes.end(), std::int64_t{0});
+    if (n != sum || n < 0 || (n > 0 && block == nullptr)) {
         throw ClkException(LKExceptionArgument, "DataBytes in BinDataPackage::DirectAttach.");
     }
     m_Data = block;

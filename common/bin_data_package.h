@@ -11,7 +11,8 @@ namespace larkspur {
 class ClkBinDataPackage : private ClkMemory {
 public:
     // Both take over a block of memalloc. DirectAttach raises ClkException of type 1 when n is not the sum of
-    // sizes; the package is empty then and the block stays the caller's.
+    // sizes, or bytes are told where there is no block; the package is empty then and the block stays the
+    // caller's.
     void Attach(void* block, int n);
     void DirectAttach(void* block, int n, const std::vector<int>& sizes);
 

@@ -181,6 +181,8 @@ TEST(BinDataPackage, RemembersItsPieces) {
             e.what(),
             "Occured function argument invalid, hint text: DataBytes in BinDataPackage::DirectAttach.");
     }
+    EXPECT_THROW(package.DirectAttach(nullptr, 10, {4, 6}), ClkException);
+    EXPECT_EQ(package.Size(), 0);
     EXPECT_EQ(package.Data(), nullptr);
     EXPECT_TRUE(package.PackageSizes().empty());
     package.DirectAttach(block, 10, {0, 10});
