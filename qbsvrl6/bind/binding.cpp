@@ -180,7 +180,8 @@ void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {
         return;
     }
     throw EngineError(ErrorCode::BadExpression,
-                      "bad expression \"" + toUtf8(text.substr(0, 200)) + "\": there is no group named \"" +
+                      "bad expression \"" + toUtf8(text.substr(0, 200)) + "\", column " +
+                          std::to_string(aggregate.scopeColumn) + ": there is no group named \"" +
                           toUtf8(aggregate.scopeName) + "\"",
                       {"", 0, static_cast<int>(aggregate.scopeColumn)});
 }

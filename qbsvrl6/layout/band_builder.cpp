@@ -19,8 +19,8 @@ bool hasLook(const ResolvedStyle& style) { return style.background || style.bord
 
 }  // namespace
 
-BandBuilder::BandBuilder(LayoutContext& context, ReportInstance& instance)
-    : context_(context), instance_(instance), view_(*instance.view) {}
+BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
+    : context_(context), instance_(std::move(instance)), view_(*instance_.view) {}
 
 Position BandBuilder::reportPosition(std::size_t row) const {
     Position position;
@@ -113,7 +113,7 @@ bool BandBuilder::makePiece(PlannedControl& control, const Rect& box, const Posi
             } else if constexpr (std::is_same_v<Content, PlannedChart>) {
                 makeChart(content, piece);
             } else {
-                makeSubReport(content, position, piece);
+                makeSubReport(control, position, piece);
             }
         },
         control.content);
@@ -174,31 +174,41 @@ void BandBuilder::makeChart(const PlannedChart& chart, Piece& piece) {
     piece.item.content = std::move(item);
 }
 
-void BandBuilder::makeSubReport(PlannedSubReport& subReport, const Position& position, Piece& piece) {
-    piece.item.content = BoxItem{{{0, {}}, std::nullopt, 0}};
-    if (!subReport.plan) return;
+std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position) {
+    PlannedSubReport& content = std::get<PlannedSubReport>(control.content);
+    if (!content.plan || !isVisible(control.visibleWhen, position)) return std::nullopt;
     std::vector<OwnedValue> arguments;
-    for (const Expression& argument : subReport.arguments) {
+    for (const Expression& argument : content.arguments) {
         arguments.emplace_back(view_.evaluate(argument, position));
     }
-    ReportInstance instance{
-        *subReport.plan, std::make_shared<RowView>(*subReport.plan->binding, arguments, context_.now), true};
+    return ReportInstance{*content.plan,
+                          std::make_shared<RowView>(*content.plan->binding, arguments, context_.now), true};
+}
+
+void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, Piece& piece) {
+    piece.item.content = BoxItem{{{0, {}}, std::nullopt, 0}};
+    std::optional<ReportInstance> instance = subReport(control, position);
+    if (!instance) return;
     CollectingFlow flow;
-    ReportWalk(context_, instance, flow).walk();
+    ReportWalk::walk(context_, std::move(*instance), flow);
     piece.needed = flow.height;
     piece.nested = std::move(flow.bands);
 }
 
 std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind kind,
-                                              const Position& position) {
+                                              const Position& position, const SectionSlice* slice) {
     if (!isVisible(section.visibleWhen, position)) return std::nullopt;
     pieces_.clear();
     bool nested = false;
-    for (PlannedControl& control : section.controls) {
+    const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        PlannedControl& control = section.controls[slice == nullptr ? i : slice->controls[i]];
         const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
         if (!inSet) continue;
+        Rect box = control.box;
+        if (slice != nullptr) box.y -= slice->top;
         Piece piece;
-        if (!makePiece(control, control.box, position, piece)) continue;
+        if (!makePiece(control, box, position, piece)) continue;
         nested = nested || !piece.nested.empty();
         pieces_.push_back(std::move(piece));
     }
@@ -206,7 +216,7 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
     draft.band.kind = kind;
     draft.band.background = section.section->background;
     draft.band.width = instance_.plan.width;
-    draft.band.height = arrange(*section.section, section.height, pieces_);
+    draft.band.height = arrange(*section.section, slice == nullptr ? section.height : slice->height, pieces_);
     draft.mayBreak = nested || !section.section->keepTogether;
     draft.row = position.row;
     place(draft, pieces_);
@@ -274,6 +284,7 @@ void BandBuilder::placeNested(BandDraft& draft, Piece& piece) const {
         const Micrometres left = box.x + placed.draft.x;
         const Micrometres top = box.y + placed.y;
         Band& band = placed.draft.band;
+        if (placed.y + band.height > box.height) break;  // of a section that can't grow
         if (top > 0) draft.cuts.push_back(top);
         if (band.background) {
             Item fill;
@@ -312,12 +323,12 @@ void BandBuilder::finishGridBand(BandDraft& draft) const {
 }
 
 std::optional<BandDraft> BandBuilder::groupSection(PlannedSection& section, BandKind kind,
-                                                   const Position& position) {
-    std::optional<BandDraft> draft = this->section(section, kind, position);
+                                                   const Position& position, const SectionSlice* slice) {
+    std::optional<BandDraft> draft = this->section(section, kind, position, slice);
     if (!draft) return draft;
     finishGridBand(*draft);
     draft->band.groupLevel = position.scope.level;
-    if (kind == BandKind::GroupHeader) {
+    if (kind == BandKind::GroupHeader && (slice == nullptr || slice == section.slices.data())) {
         const Expression& key =
             instance_.plan.binding->groupKeys()[static_cast<std::size_t>(position.scope.level)];
         TextArena arena;

@@ -14,12 +14,16 @@ namespace qbsvrl6 {
 
 class BandBuilder {
 public:
-    BandBuilder(LayoutContext& context, ReportInstance& instance);
+    BandBuilder(LayoutContext& context, ReportInstance instance);
 
-    // None where the section isn't visible.
-    std::optional<BandDraft> section(PlannedSection& section, BandKind kind, const Position& position);
+    // None where the section isn't visible. With a slice, only that stretch of the section.
+    std::optional<BandDraft> section(PlannedSection& section, BandKind kind, const Position& position,
+                                     const SectionSlice* slice = nullptr);
     // A header or footer of a group; the position's scope is the group.
-    std::optional<BandDraft> groupSection(PlannedSection& section, BandKind kind, const Position& position);
+    std::optional<BandDraft> groupSection(PlannedSection& section, BandKind kind, const Position& position,
+                                          const SectionSlice* slice = nullptr);
+    // What a sub-report is walked with; none where it isn't visible or nested too deep.
+    std::optional<ReportInstance> subReport(PlannedControl& control, const Position& position);
     BandDraft title();
     // `previous` is the row above that suppressed values are compared with; none: all values show.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);
@@ -51,7 +55,7 @@ private:
     void makePicture(PlannedPicture& picture, const Position& position, Piece& piece);
     void makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece);
     void makeChart(const PlannedChart& chart, Piece& piece);
-    void makeSubReport(PlannedSubReport& subReport, const Position& position, Piece& piece);
+    void makeSubReport(PlannedControl& control, const Position& position, Piece& piece);
     Position evaluationPosition(const PlannedText& text, const Position& position) const;
     bool isBlankText(const Piece& piece) const;
 
@@ -65,7 +69,7 @@ private:
     bool hasSets() const;
 
     LayoutContext& context_;
-    ReportInstance& instance_;
+    const ReportInstance instance_;
     RowView& view_;
     EvaluatedText evaluated_;
     std::vector<Piece> pieces_;

@@ -29,6 +29,7 @@ public:
         rest_.mayBreak = draft_.mayBreak;
         rest_.row = draft_.row;
         rest_.owner = draft_.owner;
+        rest_.ofSubReport = draft_.ofSubReport;
         divide();
         rest_.band.height = draft_.band.height - cut_ + extra_;
         for (const Micrometres cut : draft_.cuts) {

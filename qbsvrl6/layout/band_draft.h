@@ -46,7 +46,8 @@ struct BandDraft {
     bool mayBreak = false;          // may be cut even where it would fit on the next page
     std::size_t row = 0;            // of the grid's walk
     bool hidesRepeated = false;     // a row with suppressed values
-    RepeatSource* owner = nullptr;
+    std::shared_ptr<RepeatSource> owner;
+    bool ofSubReport = false;
     std::vector<std::uint64_t> keeps;  // the flow's: first bands of what must not be broken ahead of this one
     std::uint64_t sequence = 0;        // the flow's: counts the bands
 };

@@ -55,7 +55,7 @@ void addGrid(Cuts& cuts, const ReportDefinition& report, const LayoutOptions& op
             cuts.add(left + geometry.x + column.x);
             cuts.add(left + geometry.x + column.x + column.width);
         }
-        left += available + std::max(report.page.columnGap, 0);
+        left += std::int64_t{available} + std::max(report.page.columnGap, 0);
     }
 }
 
@@ -72,9 +72,11 @@ void addControls(Cuts& cuts, const ReportDefinition& report, const LayoutOptions
     }
 }
 
+// Group sections stand where the grid does.
 void addGroupControls(Cuts& cuts, const ReportDefinition& report, const LayoutOptions& options,
-                      std::int64_t left, int depth) {
+                      std::int64_t left, Micrometres available, int depth) {
     if (!report.grid) return;
+    left += placeColumns(*report.grid, available, surroundingsOf(options, report.page, depth > 0)).x;
     for (const auto& group : report.grid->groups) {
         addSection(cuts, group->header, options, left, depth);
         addSection(cuts, group->footer, options, left, depth);
@@ -94,7 +96,7 @@ void addSection(Cuts& cuts, const SectionPtr& section, const LayoutOptions& opti
         const std::int64_t innerLeft = left + control->box.x;
         addGrid(cuts, inner, options, innerLeft, control->box.width, true);
         addControls(cuts, inner, options, innerLeft, depth + 1);
-        addGroupControls(cuts, inner, options, innerLeft, depth + 1);
+        addGroupControls(cuts, inner, options, innerLeft, control->box.width, depth + 1);
     }
 }
 
@@ -106,7 +108,7 @@ std::vector<Micrometres> columnCuts(const ReportDefinition& report, const Layout
     const Micrometres available = options.paged ? detailWidth(report.page) : printableWidth(report.page);
     addGrid(cuts, report, options, left, available, false);
     cuts.take();
-    addGroupControls(cuts, report, options, left, 0);
+    addGroupControls(cuts, report, options, left, available, 0);
     if (!options.onlyDetailGrid) addControls(cuts, report, options, left, 0);
     cuts.take();
     return std::move(cuts).done();

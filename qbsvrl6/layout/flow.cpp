@@ -20,6 +20,20 @@ void CollectingFlow::add(BandDraft draft) {
     bands.push_back({std::move(draft), y});
 }
 
+void takeIn(BandDraft& draft) {
+    draft.ofSubReport = true;
+    draft.band.inGrid = false;
+    draft.band.bookmark.clear();
+    for (Item& item : draft.band.items) item.column = item.lastColumn = -1;
+}
+
+void InnerFlow::add(BandDraft draft) {
+    height += draft.band.height;
+    draft.x += x_;
+    takeIn(draft);
+    outer_.add(std::move(draft));
+}
+
 void ContinuousFlow::begin() {
     sink_.beginPage({1, page_.paper, page_.margins});
     y_ = page_.margins.top;

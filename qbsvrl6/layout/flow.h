@@ -44,6 +44,26 @@ public:
     Micrometres height = 0;
 };
 
+// Makes a band of a sub-report one of the report around it, which has a grid and columns of its own.
+void takeIn(BandDraft& draft);
+
+// Bands of a sub-report that stands alone in its stretch of a section: into the flow around it.
+class InnerFlow : public Flow {
+public:
+    InnerFlow(Flow& outer, Micrometres x) : outer_(outer), x_(x) {}
+
+    void add(BandDraft draft) override;
+    void startPage() override { outer_.startPage(); }
+    std::uint64_t beginKeep() override { return outer_.beginKeep(); }
+    void endKeep(std::uint64_t keep) override { outer_.endKeep(keep); }
+
+    std::int64_t height = 0;  // of all that was added
+
+private:
+    Flow& outer_;
+    Micrometres x_;
+};
+
 // The continuous layout: straight to the sink.
 class ContinuousFlow : public Flow {
 public:

@@ -162,7 +162,8 @@ GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSur
 }
 
 Micrometres printableWidth(const PageSetup& page) {
-    return page.paper.width - page.margins.left - page.margins.right;
+    const std::int64_t width = std::int64_t{page.paper.width} - page.margins.left - page.margins.right;
+    return static_cast<Micrometres>(std::clamp<std::int64_t>(width, 0, limits::kPaperMicrometres));
 }
 
 int detailColumns(const PageSetup& page) {

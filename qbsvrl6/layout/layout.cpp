@@ -13,15 +13,14 @@ namespace qbsvrl6 {
 
 namespace {
 
-void layOutPaged(LayoutContext& context, ReportInstance& instance, PageSink& sink) {
+void layOutPaged(LayoutContext& context, const ReportInstance& instance, PageSink& sink) {
     Pager pager(context, instance, sink);
-    ReportWalk walk(context, instance, pager);
-    walk.walk();
+    ReportWalk::walk(context, instance, pager);
     pager.finish();
 }
 
 // Page header and footer stand once, at the start and at the end.
-void layOutContinuous(LayoutContext& context, ReportInstance& instance, PageSink& sink) {
+void layOutContinuous(LayoutContext& context, const ReportInstance& instance, PageSink& sink) {
     ContinuousFlow flow(sink, instance.plan.report->page);
     BandBuilder builder(context, instance);
     const auto addPart = [&](std::optional<PlannedSection>& part, BandKind kind, std::size_t row) {
@@ -32,7 +31,7 @@ void layOutContinuous(LayoutContext& context, ReportInstance& instance, PageSink
     const std::size_t rows = instance.view->rowCount();
     flow.begin();
     addPart(instance.plan.pageHeader, BandKind::PageHeader, 0);
-    ReportWalk(context, instance, flow).walk();
+    ReportWalk::walk(context, instance, flow);
     addPart(instance.plan.pageFooter, BandKind::PageFooter, rows > 0 ? rows - 1 : 0);
     flow.end();
 }

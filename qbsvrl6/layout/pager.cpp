@@ -17,7 +17,7 @@ constexpr double kMostRepeated = 0.6;         // of a page's height that titles 
 
 }  // namespace
 
-Pager::Pager(LayoutContext& context, ReportInstance& instance, PageSink& sink)
+Pager::Pager(LayoutContext& context, const ReportInstance& instance, PageSink& sink)
     : context_(context),
       instance_(instance),
       sink_(sink),
@@ -63,10 +63,16 @@ void Pager::place(BandDraft draft) {
             BandDraft revealed = draft.owner->revealed(draft);
             revealed.sequence = draft.sequence;
             revealed.keeps = std::move(draft.keeps);
+            revealed.x = draft.x;
+            if (draft.ofSubReport) takeIn(revealed);
             draft = std::move(revealed);
         }
         if (draft.band.height <= left()) return append(std::move(draft));
         const bool startsPage = !hasContent() && top_ == bodyTop_;
+        if (startsPage && repeated_ > 0 && draft.band.height <= capacity()) {
+            dropRepeats();  // they make room for it
+            continue;
+        }
         if (startsPage || cutsInPlace(draft)) {
             std::optional<BandDraft> rest = splitDraft(draft, left(), startsPage);
             if (rest) {
@@ -78,15 +84,15 @@ void Pager::place(BandDraft draft) {
             }
         }
         if (hasContent()) return moveOn(std::move(draft));
-        if (startsPage && repeated_ == 0) return append(std::move(draft));  // nothing divides it
-        if (startsPage) {
-            fragment_.clear();  // the repeated bands make room for it
-            repeated_ = 0;
-            used_ = 0;
-        } else {
-            nextPage(draft);
-        }
+        if (startsPage) return append(std::move(draft));  // nothing divides it
+        nextPage(draft);
     }
+}
+
+void Pager::dropRepeats() {
+    fragment_.clear();
+    repeated_ = 0;
+    used_ = 0;
 }
 
 void Pager::append(BandDraft draft) {
@@ -170,7 +176,11 @@ void Pager::addRepeats(const BandDraft& lead) {
     std::int64_t height = 0;
     for (const BandDraft& band : repeats) height += band.band.height;
     if (static_cast<double>(height) > kMostRepeated * capacity()) return;
-    for (BandDraft& band : repeats) append(std::move(band));
+    for (BandDraft& band : repeats) {
+        band.x = lead.x;
+        if (lead.ofSubReport) takeIn(band);
+        append(std::move(band));
+    }
     repeated_ = fragment_.size();
 }
 
@@ -256,7 +266,7 @@ void Pager::closePage() {
     RowRange rows{nextRow_, nextRow_};
     bool anyRow = false;
     for (const Placed& placed : placed_) {
-        if (placed.draft.band.kind != BandKind::Row) continue;
+        if (placed.draft.band.kind != BandKind::Row || placed.draft.ofSubReport) continue;
         const std::size_t row = placed.draft.row;
         rows = anyRow ? RowRange{std::min(rows.first, row), std::max(rows.end, row + 1)}
                       : RowRange{row, row + 1};

@@ -19,7 +19,7 @@ namespace qbsvrl6 {
 class Pager : public Flow {
 public:
     // Raises EngineError(LimitExceeded) for paper without room between its margins.
-    Pager(LayoutContext& context, ReportInstance& instance, PageSink& sink);
+    Pager(LayoutContext& context, const ReportInstance& instance, PageSink& sink);
 
     void add(BandDraft draft) override;
     void startPage() override;
@@ -46,6 +46,7 @@ private:
 
     void place(BandDraft draft);
     void append(BandDraft draft);
+    void dropRepeats();
     bool cutsInPlace(const BandDraft& draft) const;
     void moveOn(BandDraft draft);
     std::size_t chooseBreak(const BandDraft& draft) const;
@@ -70,7 +71,7 @@ private:
     bool hasContent() const { return fragment_.size() > repeated_; }
 
     LayoutContext& context_;
-    ReportInstance& instance_;
+    const ReportInstance& instance_;
     PageSink& sink_;
     const PageSetup& setup_;
     BandBuilder builder_;

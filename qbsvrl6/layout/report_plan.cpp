@@ -1,6 +1,7 @@
 #include "qbsvrl6/layout/report_plan.h"
 
 #include <algorithm>
+#include <numeric>
 #include <unordered_map>
 #include <utility>
 
@@ -93,7 +94,48 @@ private:
                              soundLength(box.height)};
             planned.controls.push_back(planControl(*control, sound, 1, ofPage));
         }
+        slice(planned);
         return planned;
+    }
+
+    // Divides a section at those sub-reports that nothing stands beside.
+    static void slice(PlannedSection& section) {
+        if (!section.section->canGrow) return;
+        std::vector<std::size_t> order(section.controls.size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        const auto top = [&](std::size_t i) { return section.controls[i].box.y; };
+        const auto bottom = [&](std::size_t i) { return section.controls[i].box.bottom(); };
+        std::stable_sort(order.begin(), order.end(),
+                         [&](std::size_t a, std::size_t b) { return top(a) < top(b); });
+        SectionSlice current;
+        bool any = false;
+        Micrometres reached = 0;  // the lowest edge so far
+        const auto close = [&](Micrometres at) {
+            current.height = at - current.top;
+            if (!current.controls.empty() || current.height > 0) section.slices.push_back(std::move(current));
+            current = {at, 0, {}, false};
+        };
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            const std::size_t control = order[i];
+            const bool subReport =
+                std::holds_alternative<PlannedSubReport>(section.controls[control].content);
+            const bool alone = subReport && top(control) >= std::max(reached, 0) &&
+                               (i + 1 == order.size() || top(order[i + 1]) >= bottom(control));
+            reached = std::max(reached, bottom(control));
+            if (!alone) {
+                current.controls.push_back(control);
+                continue;
+            }
+            any = true;
+            close(top(control));
+            current.controls.push_back(control);
+            current.isSubReport = true;
+            close(bottom(control));
+        }
+        close(std::max(section.height, current.top));
+        if (!any) section.slices.clear();
+        // Controls are drawn in the order in which the template has them.
+        for (SectionSlice& made : section.slices) std::sort(made.controls.begin(), made.controls.end());
     }
 
     PlannedSection emptySection(const Section& section, double scale) {
@@ -249,6 +291,7 @@ private:
             }
         }
         planned.height *= lines;
+        if (geometry.sets == 1) slice(planned);
         return planned;
     }
 

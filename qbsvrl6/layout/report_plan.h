@@ -69,11 +69,21 @@ struct PlannedControl {
     PlannedContent content;
 };
 
+// A stretch of a section's height: either a sub-report alone, whose bands can so go on from page to page, or
+// what stands above, between and below those.
+struct SectionSlice {
+    Micrometres top = 0;
+    Micrometres height = 0;
+    std::vector<std::size_t> controls;  // indices
+    bool isSubReport = false;
+};
+
 struct PlannedSection {
     const Section* section = nullptr;
     Micrometres height = 0;
     std::optional<Expression> visibleWhen;
     std::vector<PlannedControl> controls;
+    std::vector<SectionSlice> slices;  // from the top down; empty: no sub-report stands alone in its stretch
 };
 
 struct PlannedGroup {

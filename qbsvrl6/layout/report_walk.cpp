@@ -15,46 +15,96 @@ constexpr int kNoRowCount = std::numeric_limits<int>::max();
 
 }  // namespace
 
-ReportWalk::ReportWalk(LayoutContext& context, ReportInstance& instance, Flow& flow)
-    : context_(context),
-      instance_(instance),
-      flow_(flow),
-      builder_(context, instance),
-      view_(*instance.view) {}
-
-void ReportWalk::walk() {
-    ReportPlan& plan = instance_.plan;
-    const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
-    addSections(plan.reportHeaders, BandKind::ReportHeader, builder_.reportPosition(0));
-    if (plan.grid) walkGrid();
-    addSections(plan.reportFooters, BandKind::ReportFooter, builder_.reportPosition(last));
+void ReportWalk::walk(LayoutContext& context, ReportInstance instance, Flow& flow) {
+    const auto walk = std::make_shared<ReportWalk>(context, std::move(instance));
+    walk->flow_ = &flow;
+    walk->walkReport();
+    walk->flow_ = nullptr;
 }
 
-void ReportWalk::addSections(std::vector<PlannedSection>& sections, BandKind kind, const Position& position) {
-    for (PlannedSection& section : sections) {
-        std::optional<BandDraft> draft = builder_.section(section, kind, position);
-        if (draft) addSection(*section.section, std::move(*draft));
+ReportWalk::ReportWalk(LayoutContext& context, ReportInstance instance)
+    : context_(context),
+      instance_(std::move(instance)),
+      builder_(context, instance_),
+      view_(*instance_.view) {}
+
+void ReportWalk::walkReport() {
+    ReportPlan& plan = instance_.plan;
+    const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
+    for (PlannedSection& section : plan.reportHeaders) {
+        addSection(section, BandKind::ReportHeader, builder_.reportPosition(0));
+    }
+    if (plan.grid) walkGrid();
+    for (PlannedSection& section : plan.reportFooters) {
+        addSection(section, BandKind::ReportFooter, builder_.reportPosition(last));
     }
 }
 
-void ReportWalk::addSection(const Section& section, BandDraft draft) {
-    draft.owner = this;
-    if (section.newPageBefore) flow_.startPage();
-    flow_.add(std::move(draft));
-    if (section.newPageAfter) flow_.startPage();
+void ReportWalk::add(BandDraft draft) {
+    draft.owner = shared_from_this();
+    flow_->add(std::move(draft));
+}
+
+std::optional<BandDraft> ReportWalk::build(PlannedSection& section, BandKind kind, const Position& position,
+                                           const SectionSlice* slice) {
+    const bool ofGroup = kind == BandKind::GroupHeader || kind == BandKind::GroupFooter;
+    return ofGroup ? builder_.groupSection(section, kind, position, slice)
+                   : builder_.section(section, kind, position, slice);
+}
+
+void ReportWalk::addSection(PlannedSection& section, BandKind kind, const Position& position) {
+    if (section.section->newPageBefore) flow_->startPage();
+    if (section.slices.empty()) {
+        std::optional<BandDraft> draft = build(section, kind, position, nullptr);
+        if (draft) add(std::move(*draft));
+    } else if (!section.visibleWhen || view_.isTrue(*section.visibleWhen, position)) {
+        addSlices(section, kind, position);
+    }
+    if (section.section->newPageAfter) flow_->startPage();
+}
+
+void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Position& position) {
+    const bool ofGroup = kind == BandKind::GroupHeader || kind == BandKind::GroupFooter;
+    const Micrometres left = ofGroup ? instance_.plan.grid->geometry.x : 0;
+    for (const SectionSlice& slice : section.slices) {
+        if (slice.isSubReport) {
+            PlannedControl& control = section.controls[slice.controls.front()];
+            addSubReport(control, left + control.box.x, position,
+                         section.section->canShrink ? 0 : slice.height);
+            continue;
+        }
+        std::optional<BandDraft> draft = build(section, kind, position, &slice);
+        if (draft) add(std::move(*draft));
+    }
+}
+
+// The bands of a sub-report follow one another as the report's own; what they leave of its designed height
+// stays blank.
+void ReportWalk::addSubReport(PlannedControl& control, Micrometres left, const Position& position,
+                              Micrometres height) {
+    InnerFlow flow(*flow_, left);
+    std::optional<ReportInstance> instance = builder_.subReport(control, position);
+    if (instance) ReportWalk::walk(context_, std::move(*instance), flow);
+    if (flow.height >= height) return;
+    BandDraft blank;
+    blank.band.kind = BandKind::ReportHeader;
+    blank.band.width = control.box.width;
+    blank.band.height = height - static_cast<Micrometres>(flow.height);
+    blank.mayBreak = true;
+    flow.add(std::move(blank));
 }
 
 void ReportWalk::walkGrid() {
     const PlannedGrid& grid = *instance_.plan.grid;
-    flow_.beginDetailColumns();
+    flow_->beginDetailColumns();
     const int passes = grid.geometry.setsFollowRows ? grid.geometry.sets : 1;
     for (int pass = 0; pass < passes; ++pass) {
         if (passes > 1) builder_.activeSet = pass;
-        if (pass > 0) flow_.startPage();
+        if (pass > 0) flow_->startPage();
         walkRows();
     }
     builder_.activeSet = kEverySet;
-    flow_.endDetailColumns();
+    flow_->endDetailColumns();
 }
 
 // The title stays with the row below it, a group's header with its first rows, a group's last row with its
@@ -63,10 +113,8 @@ void ReportWalk::walkRows() {
     PlannedGrid& grid = *instance_.plan.grid;
     rowKeeps_.clear();
     if (grid.titleHeight > 0 && !grid.titles.empty()) {
-        rowKeeps_.push_back({flow_.beginKeep(), kOfTitle, 1});
-        BandDraft title = builder_.title();
-        title.owner = this;
-        flow_.add(std::move(title));
+        rowKeeps_.push_back({flow_->beginKeep(), kOfTitle, 1});
+        add(builder_.title());
     }
     for (std::size_t row = 0; row < view_.rowCount(); ++row) walkRow(row);
     if (view_.rowCount() > 0) closeGroups(0, view_.rowCount() - 1);
@@ -83,10 +131,8 @@ void ReportWalk::walkRow(std::size_t row) {
     }
     const bool first = row == 0 || starting < groups;
     const bool keepsFooter = hasFooterBehind(row);
-    if (keepsFooter) rowKeeps_.push_back({flow_.beginKeep(), kOfFooters, kNoRowCount});
-    BandDraft draft = builder_.row(row, first ? std::nullopt : std::optional(row - 1));
-    draft.owner = this;
-    flow_.add(std::move(draft));
+    if (keepsFooter) rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, kNoRowCount});
+    add(builder_.row(row, first ? std::nullopt : std::optional(row - 1)));
     countRow();
 }
 
@@ -98,21 +144,18 @@ void ReportWalk::openGroups(int from, std::size_t row) {
     const bool newPage = newNumbers || std::any_of(starting, groups.end(), [](const PlannedGroup& group) {
                              return group.group->newPage;
                          });
-    if (row > 0 && newPage) flow_.startPage();
-    if (row > 0 && newNumbers) flow_.startPageNumbers();
+    if (row > 0 && newPage) flow_->startPage();
+    if (row > 0 && newNumbers) flow_->startPageNumbers();
     togetherKeeps_.resize(groups.size());
     for (std::size_t level = static_cast<std::size_t>(from); level < groups.size(); ++level) {
         PlannedGroup& group = groups[level];
-        if (group.group->keepTogether) togetherKeeps_[level] = flow_.beginKeep();
+        if (group.group->keepTogether) togetherKeeps_[level] = flow_->beginKeep();
         if (!group.header) continue;
-        const Position position = builder_.groupPosition(static_cast<int>(level), row);
-        std::optional<BandDraft> header =
-            builder_.groupSection(*group.header, BandKind::GroupHeader, position);
-        if (!header) continue;
         if (group.group->minimumRows > 0) {
-            rowKeeps_.push_back({flow_.beginKeep(), static_cast<int>(level), group.group->minimumRows});
+            rowKeeps_.push_back({flow_->beginKeep(), static_cast<int>(level), group.group->minimumRows});
         }
-        addSection(*group.header->section, std::move(*header));
+        addSection(*group.header, BandKind::GroupHeader,
+                   builder_.groupPosition(static_cast<int>(level), row));
     }
 }
 
@@ -122,12 +165,10 @@ void ReportWalk::closeGroups(int from, std::size_t row) {
     for (std::size_t level = groups.size(); level-- > static_cast<std::size_t>(from);) {
         PlannedGroup& group = groups[level];
         if (group.footer) {
-            const Position position = builder_.groupPosition(static_cast<int>(level), row);
-            std::optional<BandDraft> footer =
-                builder_.groupSection(*group.footer, BandKind::GroupFooter, position);
-            if (footer) addSection(*group.footer->section, std::move(*footer));
+            addSection(*group.footer, BandKind::GroupFooter,
+                       builder_.groupPosition(static_cast<int>(level), row));
         }
-        if (group.group->keepTogether) flow_.endKeep(togetherKeeps_[level]);
+        if (group.group->keepTogether) flow_->endKeep(togetherKeeps_[level]);
     }
     endRowKeeps(from);
 }
@@ -143,7 +184,7 @@ bool ReportWalk::hasFooterBehind(std::size_t row) const {
 void ReportWalk::countRow() {
     std::erase_if(rowKeeps_, [this](RowKeep& keep) {
         if (--keep.rowsLeft > 0) return false;
-        flow_.endKeep(keep.keep);
+        flow_->endKeep(keep.keep);
         return true;
     });
 }
@@ -151,7 +192,7 @@ void ReportWalk::countRow() {
 void ReportWalk::endRowKeeps(int fromLevel) {
     std::erase_if(rowKeeps_, [&](const RowKeep& keep) {
         if (keep.level < fromLevel) return false;
-        flow_.endKeep(keep.keep);
+        flow_->endKeep(keep.keep);
         return true;
     });
 }
@@ -160,7 +201,7 @@ void ReportWalk::endRowKeeps(int fromLevel) {
 void ReportWalk::fillPage() {
     ReportPlan& plan = instance_.plan;
     const Micrometres height = std::max(plan.grid->rowHeight, kLowestBlankRow);
-    Micrometres room = flow_.room();
+    Micrometres room = flow_->room();
     Micrometres footers = 0;
     const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
     for (PlannedSection& section : plan.reportFooters) {
@@ -169,22 +210,23 @@ void ReportWalk::fillPage() {
     }
     if (footers <= room) room -= footers;
     for (; room >= height; room -= height) {
-        BandDraft draft = builder_.blankRow(height);
-        draft.owner = this;
-        flow_.add(std::move(draft));
+        add(builder_.blankRow(height));
     }
 }
 
 std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
     std::vector<BandDraft> bands;
-    if (!lead.band.inGrid || lead.band.kind == BandKind::GridTitle) return bands;
+    const BandKind kind = lead.band.kind;
+    const bool inGrid = kind == BandKind::Row || kind == BandKind::BlankRow ||
+                        kind == BandKind::GroupHeader || kind == BandKind::GroupFooter;
+    if (!inGrid) return bands;
     PlannedGrid& grid = *instance_.plan.grid;
     if (grid.grid->repeatTitle && grid.titleHeight > 0 && !grid.titles.empty())
         bands.push_back(builder_.title());
     int levels = 0;
-    if (lead.band.kind == BandKind::Row) levels = view_.groupCount();
-    if (lead.band.kind == BandKind::GroupHeader) levels = lead.band.groupLevel;
-    if (lead.band.kind == BandKind::GroupFooter) levels = lead.band.groupLevel + 1;
+    if (kind == BandKind::Row) levels = view_.groupCount();
+    if (kind == BandKind::GroupHeader) levels = lead.band.groupLevel;
+    if (kind == BandKind::GroupFooter) levels = lead.band.groupLevel + 1;
     for (int level = 0; level < levels; ++level) {
         PlannedGroup& group = grid.groups[static_cast<std::size_t>(level)];
         if (!group.group->repeatHeader || !group.header) continue;
@@ -195,14 +237,14 @@ std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
     for (BandDraft& band : bands) {
         band.band.repeated = true;
         band.band.bookmark.clear();
-        band.owner = this;
+        band.owner = shared_from_this();
     }
     return bands;
 }
 
 BandDraft ReportWalk::revealed(const BandDraft& row) {
     BandDraft draft = builder_.row(row.row, std::nullopt);
-    draft.owner = this;
+    draft.owner = shared_from_this();
     return draft;
 }
 

@@ -3,6 +3,8 @@
 #define QBSVR_QBSVRL6_LAYOUT_REPORT_WALK_H
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "qbsvrl6/layout/band_builder.h"
@@ -11,12 +13,13 @@
 
 namespace qbsvrl6 {
 
-class ReportWalk : public RepeatSource {
+// It lives as long as its bands: pages that go on with its grid ask it for titles and headers.
+class ReportWalk : public RepeatSource, public std::enable_shared_from_this<ReportWalk> {
 public:
-    ReportWalk(LayoutContext& context, ReportInstance& instance, Flow& flow);
-
     // Report headers, grid and report footers; page headers and footers are the flow's affair.
-    void walk();
+    static void walk(LayoutContext& context, ReportInstance instance, Flow& flow);
+
+    ReportWalk(LayoutContext& context, ReportInstance instance);
 
     std::vector<BandDraft> repeats(const BandDraft& lead) override;
     BandDraft revealed(const BandDraft& row) override;
@@ -29,8 +32,14 @@ private:
         int rowsLeft = 0;
     };
 
-    void addSections(std::vector<PlannedSection>& sections, BandKind kind, const Position& position);
-    void addSection(const Section& section, BandDraft draft);
+    void walkReport();
+    void add(BandDraft draft);
+    void addSection(PlannedSection& section, BandKind kind, const Position& position);
+    void addSlices(PlannedSection& section, BandKind kind, const Position& position);
+    void addSubReport(PlannedControl& control, Micrometres left, const Position& position,
+                      Micrometres height);
+    std::optional<BandDraft> build(PlannedSection& section, BandKind kind, const Position& position,
+                                   const SectionSlice* slice);
     void walkGrid();
     void walkRows();
     void walkRow(std::size_t row);
@@ -42,8 +51,8 @@ private:
     bool hasFooterBehind(std::size_t row) const;
 
     LayoutContext& context_;
-    ReportInstance& instance_;
-    Flow& flow_;
+    const ReportInstance instance_;
+    Flow* flow_ = nullptr;  // during the walk
     BandBuilder builder_;
     RowView& view_;
     std::vector<RowKeep> rowKeeps_;

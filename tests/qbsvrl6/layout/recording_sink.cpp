@@ -61,6 +61,12 @@ std::string describe(const Item& item) {
     return text;
 }
 
+ReportDefinition reportOf(const std::string& elements) {
+    const std::string head =
+        "<Report version=\"1\"><DefaultStyle font=\"DejaVu Sans\" fontSize=\"8pt\" padding=\"0mm\"/>";
+    return readTemplate(head + elements + "</Report>", "test");
+}
+
 }  // namespace
 
 std::string textOf(const Item& item) {
@@ -151,15 +157,22 @@ std::string RecordingSink::everything() const {
 }
 
 RecordingSink layOutText(const std::string& elements, const std::string& json, const LayoutOptions& options) {
-    const std::string head =
-        "<Report version=\"1\"><DefaultStyle font=\"DejaVu Sans\" fontSize=\"8pt\" padding=\"0mm\"/>";
-    const ReportDefinition report = readTemplate(head + elements + "</Report>", "test");
-    ReportData data;
-    data.sets[&report] = std::make_shared<DataSet>(readData(json, "data"));
     RecordingSink sink;
-    layOut(report, data, options, sink);
+    layOutInto(elements, json, options, sink);
     EXPECT_TRUE(sink.finished);
     return sink;
+}
+
+void layOutInto(const std::string& elements, const std::string& json, const LayoutOptions& options,
+                PageSink& sink) {
+    const ReportDefinition report = reportOf(elements);
+    ReportData data;
+    data.sets[&report] = std::make_shared<DataSet>(readData(json, "data"));
+    layOut(report, data, options, sink);
+}
+
+std::vector<Micrometres> cutsOf(const std::string& elements, const LayoutOptions& options) {
+    return columnCuts(reportOf(elements), options);
 }
 
 std::string numberedRows(int count) {

@@ -47,6 +47,11 @@ private:
 RecordingSink layOutText(const std::string& elements, const std::string& json = "[]",
                          const LayoutOptions& options = {});
 
+void layOutInto(const std::string& elements, const std::string& json, const LayoutOptions& options,
+                PageSink& sink);
+
+std::vector<Micrometres> cutsOf(const std::string& elements, const LayoutOptions& options);
+
 // A list of `count` objects {"n": 1}, {"n": 2} and so on.
 std::string numberedRows(int count);
 

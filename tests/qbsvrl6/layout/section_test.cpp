@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include "qbsvrl6/layout/section_arrangement.h"
+#include "tests/qbsvrl6/layout/recording_sink.h"
+
+namespace qbsvrl6 {
+namespace {
+
+std::string show(const std::vector<ArrangedBox>& boxes, Micrometres height) {
+    std::string text;
+    for (const ArrangedBox& box : boxes)
+        text += std::to_string(box.top) + "+" + std::to_string(box.height) + " ";
+    return text + "= " + std::to_string(height);
+}
+
+// top, height, needed, shrinks, stretches
+TEST(Section, ArrangesItsBoxes) {
+    struct Case {
+        const char* name;
+        std::vector<ArrangedBox> boxes;
+        bool canGrow;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {"all fits", {{0, 10, 8, false, false}, {10, 10, 0, false, false}}, true, "0+10 10+10 = 30"},
+        {"what is below moves down",
+         {{0, 10, 15, false, false}, {10, 10, 0, false, false}},
+         true,
+         "0+15 15+10 = 35"},
+        {"by the most of the line",
+         {{0, 10, 15, false, false}, {0, 10, 30, false, false}, {12, 5, 0, false, false}},
+         true,
+         "0+15 0+30 32+5 = 50"},
+        {"growth adds up",
+         {{0, 10, 12, false, false}, {10, 10, 13, false, false}, {20, 5, 6, false, false}},
+         true,
+         "0+12 12+13 25+6 = 36"},
+        {"what stands beside stays",
+         {{0, 10, 15, false, false}, {5, 10, 0, false, false}},
+         true,
+         "0+15 5+10 = 35"},
+        {"a section that can't grow",
+         {{0, 10, 15, false, false}, {10, 10, 0, false, false}},
+         false,
+         "0+10 10+10 = 30"},
+        {"a frame stretches", {{0, 30, 0, false, true}, {5, 10, 20, false, false}}, true, "0+40 5+20 = 40"},
+        {"a line below moves", {{5, 10, 20, false, false}, {16, 0, 0, false, true}}, true, "5+20 26+0 = 40"},
+        {"a removed line closes up",
+         {{0, 10, 0, true, false}, {10, 10, 0, false, false}},
+         true,
+         "0+0 0+10 = 20"},
+        {"two of them",
+         {{0, 10, 0, true, false}, {10, 10, 0, true, false}, {20, 10, 0, false, false}},
+         true,
+         "0+0 0+0 0+10 = 10"},
+        {"unless something stands beside it",
+         {{0, 10, 0, true, false}, {0, 10, 5, false, false}, {10, 10, 0, false, false}},
+         true,
+         "0+10 0+10 10+10 = 30"},
+        {"a shrinking text", {{0, 10, 4, true, false}, {10, 10, 0, false, false}}, true, "0+4 4+10 = 24"},
+        {"shrinking and growing",
+         {{0, 10, 4, true, false}, {10, 10, 15, false, false}, {20, 5, 0, false, false}},
+         true,
+         "0+4 4+15 19+5 = 29"},
+        {"in any order", {{20, 5, 0, false, false}, {0, 10, 14, false, false}}, true, "24+5 0+14 = 34"},
+    };
+    for (const Case& test : cases) {
+        std::vector<ArrangedBox> boxes = test.boxes;
+        const Micrometres height = arrangeBoxes(boxes, 30, test.canGrow);
+        EXPECT_EQ(show(boxes, height), test.expected) << test.name;
+    }
+}
+
+TEST(Section, GrowsWithItsTexts) {
+    // Four lines of 8 point, 3.285 mm each, in a box of 5 mm.
+    const std::string texts =
+        "<Text width='40mm' height='5mm' text='a&#10;b&#10;c&#10;d'/>"
+        "<Text y='6mm' width='40mm' height='4mm' text='[none]' removeWhenBlank='true'/>"
+        "<Text y='10mm' width='40mm' height='4mm' text='below'/>";
+    struct Case {
+        const char* attributes;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {"height='15mm'",
+         " ReportHeader 15,15 180x19.14\n  text 0,0 40x13.14 \"a|b|c|d\"\n  text 0,14.14 40x4 \"below\"\n"},
+        {"height='15mm' canGrow='false'",
+         " ReportHeader 15,15 180x11\n  text 0,0 40x5 \"a\"\n  text 0,6 40x4 \"below\"\n"},
+        {"height='15mm' canShrink='true'",
+         " ReportHeader 15,15 180x18.425\n  text 0,0 40x13.14 \"a|b|c|d\"\n  text 0,14.14 40x3.285 "
+         "\"below\"\n"},
+    };
+    for (const Case& test : cases) {
+        const RecordingSink sink =
+            layOutText(std::string("<ReportHeader ") + test.attributes + ">" + texts + "</ReportHeader>",
+                       numberedRows(1));
+        EXPECT_EQ(sink.everything(), std::string("page 1\n") + test.expected) << test.attributes;
+    }
+}
+
+TEST(Section, ShowsControlsByConditions) {
+    const std::string elements =
+        "<Styles><Style name='red' color='#ff0000'/><Style name='big' fontSize='20pt' "
+        "color='#00ff00'/></Styles>"
+        "<Grid titleHeight='0mm' rowHeight='8mm' rowCanGrow='false'><Columns><Column name='A' width='30mm'>"
+        "<Content text='[n]'><When test='n &gt; 1' style='red'/><When test='n = 3' "
+        "style='big'/></Content></Column>"
+        "<Column name='B' width='30mm'><Content text='[n:rgb(0,0,255)0]' visibleWhen='n &lt;&gt; "
+        "2'/></Column></Columns></Grid>";
+    std::string described;
+    class Sink : public PageSink {
+    public:
+        explicit Sink(std::string& out) : out_(out) {}
+        void beginPage(const PageInfo&) override {}
+        void endPage() override {}
+        void finish(PendingTexts&) override {}
+        void band(Band&& band, Micrometres, Micrometres) override {
+            for (const Item& item : band.items) {
+                const TextItem& text = std::get<TextItem>(item.content);
+                const Color color = text.color.value_or(item.style->color);
+                out_ += textOf(item) + ":" + std::to_string(color.red) + "," + std::to_string(color.green) +
+                        "," + std::to_string(color.blue) + "/" +
+                        std::to_string(static_cast<int>(text.fontSize)) + " ";
+            }
+        }
+
+    private:
+        std::string& out_;
+    };
+    Sink sink(described);
+    layOutInto(elements, numberedRows(3), {}, sink);
+    EXPECT_EQ(described, "1:0,0,0/8 1:0,0,255/8 2:255,0,0/8 3:0,255,0/20 3:0,0,255/8 ");
+}
+
+}  // namespace
+}  // namespace qbsvrl6
