@@ -5,12 +5,20 @@
 #include <memory>
 #include <new>
 
+#include "qbsvrl6/support/error.h"
+
 namespace qbsvrl6 {
 
 namespace {
 
 struct CompressorDeleter {
     void operator()(libdeflate_compressor* compressor) const { libdeflate_free_compressor(compressor); }
+};
+
+struct DecompressorDeleter {
+    void operator()(libdeflate_decompressor* decompressor) const {
+        libdeflate_free_decompressor(decompressor);
+    }
 };
 
 struct ThreadCompressor {
@@ -41,6 +49,15 @@ std::string_view compress(std::string_view bytes) {
     const std::size_t size = libdeflate_zlib_compress(state.compressor.get(), bytes.data(), bytes.size(),
                                                       state.bytes.get(), state.capacity);
     return {state.bytes.get(), size};
+}
+
+void decompress(std::string_view compressed, void* to, std::size_t size) {
+    const std::unique_ptr<libdeflate_decompressor, DecompressorDeleter> decompressor(
+        libdeflate_alloc_decompressor());
+    if (decompressor == nullptr) throw std::bad_alloc();
+    const libdeflate_result result = libdeflate_zlib_decompress(decompressor.get(), compressed.data(),
+                                                                compressed.size(), to, size, nullptr);
+    if (result != LIBDEFLATE_SUCCESS) throw EngineError(ErrorCode::Internal, "kept bytes can't be read back");
 }
 
 }  // namespace qbsvrl6

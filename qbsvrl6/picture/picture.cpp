@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "qbsvrl6/picture/jpeg.h"
+#include "qbsvrl6/picture/png.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -146,6 +148,11 @@ std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string&
     picture->id = hashOf(bytes);
     picture->bytes = std::move(bytes);
     return picture;
+}
+
+Pixels decodePicture(const Picture& picture) {
+    return picture.encoding == Picture::Encoding::Png ? decodePng(picture.bytes)
+                                                      : decodeJpeg(picture.bytes, picture.inverted);
 }
 
 }  // namespace qbsvrl6

@@ -2,21 +2,12 @@
 #ifndef QBSVR_QBSVRL6_PICTURE_PNG_H
 #define QBSVR_QBSVRL6_PICTURE_PNG_H
 
-#include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "qbsvrl6/picture/pixels.h"
 
 namespace qbsvrl6 {
-
-// Rows from the top, without padding.
-struct Pixels {
-    int width = 0;
-    int height = 0;
-    int channels = 3;                 // 1 grey, 3 red green blue; a byte each
-    std::vector<std::uint8_t> color;  // width * height * channels
-    std::vector<std::uint8_t> alpha;  // width * height; empty where all is opaque
-};
 
 // Raises EngineError (BadPicture) for a file that can't be read to its end.
 Pixels decodePng(std::string_view file);

@@ -5,48 +5,62 @@
 #include <vector>
 
 #include "qbsvrl6/paint/pdf.h"
+#include "qbsvrl6/paint/raster.h"
 #include "tests/qbsvrl6/paint/handmade.h"
 
 namespace qbsvrl6 {
 namespace {
 
-std::string report(int kind) {
+std::string report(PageSink& writer, const std::string& output, int kind) {
     const char16_t* families[] = {
         u"SimSun",     u"黑体", u"Arial", u"Times New Roman", u"楷体", u"Verdana", u"WenQuanYi Micro Hei",
         u"Courier New"};
     ResolvedStyle style = handmade::style(families[kind % 8], 6 + kind);
     style.bold = kind % 2 == 0;
     style.italic = kind % 3 == 0;
-    std::string output;
-    const auto writer = makePdfWriter({}, output);
     for (int page = 0; page < 3; ++page) {
-        writer->beginPage({page + 1, handmade::kPaper, {}});
+        writer.beginPage({page + 1, handmade::kPaper, {}});
         for (int row = 0; row < 20; ++row) {
             std::u16string text;
             for (int i = 0; i < 25; ++i) text += static_cast<char16_t>(0x4E00 + (page * 20 + row) * 25 + i);
             Band band = handmade::band(10'000);
             band.items.push_back(handmade::text({10'000, 0, 190'000, 10'000}, text + u" fi AV", style));
-            writer->band(std::move(band), 0, 10'000 + row * 10'000);
+            writer.band(std::move(band), 0, 10'000 + row * 10'000);
         }
-        writer->endPage();
+        writer.endPage();
     }
     handmade::SettleTo settle(u"");
-    writer->finish(settle);
+    writer.finish(settle);
     return output;
+}
+
+std::string pdf(int kind) {
+    std::string output;
+    return report(*makePdfWriter({}, output), output, kind);
+}
+
+std::string image(int kind) {
+    RasterOptions options;
+    options.resolution = 72;
+    std::string output;
+    return report(*makeTiffWriter(options, output), output, kind);
 }
 
 // Sixteen reports at once, in different fonts and sizes with 1,500 different ideographs, equal those made
 // alone.
-TEST(PaintThreads, ReportsAtOnceEqualReportsAlone) {
+void expectAsAlone(std::string (*make)(int kind)) {
     constexpr std::size_t kThreads = 16;
     std::vector<std::string> together(kThreads);
     std::vector<std::thread> threads;
     for (std::size_t t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&together, t] { together[t] = report(static_cast<int>(t)); });
+        threads.emplace_back([&together, make, t] { together[t] = make(static_cast<int>(t)); });
     }
     for (std::thread& thread : threads) thread.join();
-    for (std::size_t t = 0; t < kThreads; ++t) EXPECT_TRUE(together[t] == report(static_cast<int>(t))) << t;
+    for (std::size_t t = 0; t < kThreads; ++t) EXPECT_TRUE(together[t] == make(static_cast<int>(t))) << t;
 }
+
+TEST(PaintThreads, Pdf) { expectAsAlone(pdf); }
+TEST(PaintThreads, Images) { expectAsAlone(image); }
 
 }  // namespace
 }  // namespace qbsvrl6

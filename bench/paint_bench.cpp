@@ -1,4 +1,4 @@
-// Rows to PDF, from hand-made bands: shaping, drawing and compressing, without data and layout.
+// Rows to PDF and images, from hand-made bands: shaping, drawing and compressing, without data and layout.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -9,6 +9,7 @@
 #include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/paint/pdf.h"
 #include "qbsvrl6/paint/pdf_canvas.h"
+#include "qbsvrl6/paint/raster.h"
 #include "tests/qbsvrl6/paint/handmade.h"
 
 namespace qbsvrl6 {
@@ -75,25 +76,26 @@ private:
     ResolvedStyle text_, number_;
 };
 
-std::string writeReport(const Rows& rows, int count) {
-    std::string output;
-    const std::unique_ptr<PageSink> writer = makePdfWriter({}, output);
+void writePages(PageSink& writer, const Rows& rows, int count) {
     for (int first = 0, page = 1; first < count; first += kRowsPerPage, ++page) {
-        writer->beginPage({page, kPaper, {}});
+        writer.beginPage({page, kPaper, {}});
         for (int i = 0; i < std::min(kRowsPerPage, count - first); ++i) {
-            writer->band(rows.row(first + i), 0, 15'000 + i * kRowHeight);
+            writer.band(rows.row(first + i), 0, 15'000 + i * kRowHeight);
         }
-        writer->endPage();
+        writer.endPage();
     }
     handmade::SettleTo settle(u"");
-    writer->finish(settle);
-    return output;
+    writer.finish(settle);
 }
 
 void BM_RowsToPdf(benchmark::State& state) {
     const Rows rows;
     std::size_t bytes = 0;
-    for (auto _ : state) bytes = writeReport(rows, static_cast<int>(state.range(0))).size();
+    for (auto _ : state) {
+        std::string output;
+        writePages(*makePdfWriter({}, output), rows, static_cast<int>(state.range(0)));
+        bytes = output.size();
+    }
     state.SetItemsProcessed(state.iterations() * state.range(0));
     state.counters["bytes"] = static_cast<double>(bytes);
 }
@@ -124,6 +126,26 @@ void BM_CompressPagesAlone(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }
 BENCHMARK(BM_CompressPagesAlone)->Arg(5'000)->Unit(benchmark::kMillisecond);
+
+using ImageWriter = std::unique_ptr<PageSink> (*)(const RasterOptions& options, std::string& output);
+
+// Pages a second at 150 dots an inch.
+void pagesToImage(benchmark::State& state, ImageWriter makeWriter, bool allInOne) {
+    constexpr int kPages = 10;
+    const Rows rows;
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        RasterOptions options;
+        options.allPagesInOne = allInOne;
+        std::string output;
+        writePages(*makeWriter(options, output), rows, kPages * kRowsPerPage);
+        bytes = output.size();
+    }
+    state.SetItemsProcessed(state.iterations() * kPages);
+    state.counters["bytes"] = static_cast<double>(bytes);
+}
+BENCHMARK_CAPTURE(pagesToImage, tiff, makeTiffWriter, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(pagesToImage, png_all_in_one, makePngWriter, true)->Unit(benchmark::kMillisecond);
 
 void BM_ShapeCells(benchmark::State& state) {
     const Rows rows;
