@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "qbsvrl6/paint/pdf.h"
+#include "qbsvrl6/paint/raster.h"
 #include "qbsvrl6/sheet/writers.h"
 #include "qbsvrl6/support/error.h"
 
@@ -18,6 +19,15 @@ Sink makePdf(const ExportJob& job, std::string& output) {
                          output);
 }
 
+RasterOptions rasterOptions(const ExportJob& job) {
+    return {job.report.imageResolution, job.options.allPagesInOneImage, job.background, job.report.watermark};
+}
+
+Sink makePng(const ExportJob& job, std::string& output) { return makePngWriter(rasterOptions(job), output); }
+Sink makeTiff(const ExportJob& job, std::string& output) {
+    return makeTiffWriter(rasterOptions(job), output);
+}
+
 SheetOptions sheetOptions(const ExportJob& job) {
     return {job.report.info, columnCuts(job.report, job.layout), job.report.page, job.layout.paged,
             job.options.pageBreaks};
@@ -29,6 +39,7 @@ Sink makeTxt(const ExportJob& job, std::string& output) { return makeTxtWriter(s
 Sink makeCsv(const ExportJob& job, std::string& output) { return makeCsvWriter(sheetOptions(job), output); }
 
 bool always(const ExportOptions&) { return true; }
+bool asPng(const ExportOptions& options) { return options.imageKind == ImageKind::Png; }
 bool asXlsx(const ExportOptions& options) { return options.xlsx; }
 
 struct ExportForm {
@@ -39,9 +50,10 @@ struct ExportForm {
 
 // The first form of its kind that the options choose makes the document.
 constexpr ExportForm kForms[] = {
-    {ExportKind::Pdf, always, makePdf}, {ExportKind::Xls, asXlsx, makeXlsx},
-    {ExportKind::Htm, always, makeHtm}, {ExportKind::Txt, always, makeTxt},
-    {ExportKind::Csv, always, makeCsv},
+    {ExportKind::Pdf, always, makePdf},    {ExportKind::Xls, asXlsx, makeXlsx},
+    {ExportKind::Htm, always, makeHtm},    {ExportKind::Txt, always, makeTxt},
+    {ExportKind::Csv, always, makeCsv},    {ExportKind::Image, asPng, makePng},
+    {ExportKind::Image, always, makeTiff},
 };
 
 std::string nameOf(const ExportOptions& options) {

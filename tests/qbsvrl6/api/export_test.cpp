@@ -15,7 +15,7 @@ TEST_F(ApiTest, MakesEachKindOrSaysWhyNot) {
         {QBExportType_PDF, "%PDF-"}, {QBExportType_HTM, "<!DOCTYPE html>"},
         {QBExportType_TXT, ""},      {QBExportType_CSV, "\xEF\xBB\xBF"},
         {QBExportType_XLS, nullptr}, {QBExportType_RTF, nullptr},
-        {QBExportType_IMG, nullptr}, {static_cast<tagQBExportType>(0), nullptr},
+        {QBExportType_IMG, "II*"},   {static_cast<tagQBExportType>(0), nullptr},
     };
     const OwnReport report;
     QBReportLoadFromFile(report, path("list.qbf").c_str());
