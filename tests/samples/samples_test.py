@@ -67,6 +67,8 @@ class TableReader(html.parser.HTMLParser):
             self.open.append(tag)
 
     def handle_endtag(self, tag):
+        if tag in self.VOID:
+            return
         if not self.open or self.open.pop() != tag:
             self.faults.append(tag)
         if tag in ("td", "th"):
