@@ -13,13 +13,12 @@ constexpr Micrometres kNear = 1'000;
 
 class Cuts {
 public:
-    // `far` keeps edges on what a drawing can hold.
     void add(std::int64_t edge) {
-        constexpr std::int64_t kFar = limits::kBandMicrometres;
-        edges_.push_back(static_cast<Micrometres>(std::clamp<std::int64_t>(edge, 0, kFar)));
+        constexpr std::int64_t kFarthest = limits::kBandMicrometres;
+        edges_.push_back(static_cast<Micrometres>(std::clamp<std::int64_t>(edge, 0, kFarthest)));
     }
 
-    // Takes the edges collected so far that no earlier cut is near to: what is taken first leads.
+    // Makes cuts of the edges collected so far that no earlier cut is near to: what comes first leads.
     void take() {
         std::sort(edges_.begin(), edges_.end());
         for (const Micrometres edge : edges_) {
@@ -38,78 +37,100 @@ private:
     std::vector<Micrometres> cuts_;
 };
 
-GridSurroundings surroundingsOf(const LayoutOptions& options, const PageSetup& page, bool nested) {
-    if (!options.paged) return GridSurroundings::Endless;
-    return nested || detailColumns(page) > 1 ? GridSurroundings::Box : GridSurroundings::Page;
-}
+// Where a report stands on the paper.
+struct Place {
+    std::int64_t left = 0;
+    Micrometres width = 0;
+    int depth = 0;  // of sub-reports
+};
 
-void addGrid(Cuts& cuts, const ReportDefinition& report, const LayoutOptions& options, std::int64_t left,
-             Micrometres available, bool nested) {
-    if (!report.grid) return;
-    const GridGeometry geometry =
-        placeColumns(*report.grid, available, surroundingsOf(options, report.page, nested));
-    const int repeats = options.paged && !nested ? detailColumns(report.page) : 1;
-    for (int i = 0; i < repeats; ++i) {
-        for (const PlacedColumn& column : geometry.columns) {
-            if (!column.visible) continue;
-            cuts.add(left + geometry.x + column.x);
-            cuts.add(left + geometry.x + column.x + column.width);
+class Collector {
+public:
+    Collector(const LayoutOptions& options, Cuts& cuts) : options_(options), cuts_(cuts) {}
+
+    GridGeometry geometryOf(const ReportDefinition& report, const Place& place) const {
+        GridSurroundings surroundings = GridSurroundings::Page;
+        if (!options_.paged) {
+            surroundings = GridSurroundings::Endless;
+        } else if (place.depth > 0 || detailColumns(report.page) > 1) {
+            surroundings = GridSurroundings::Box;
         }
-        left += std::int64_t{available} + std::max(report.page.columnGap, 0);
+        return placeColumns(*report.grid, place.width, surroundings);
     }
-}
 
-void addSection(Cuts& cuts, const SectionPtr& section, const LayoutOptions& options, std::int64_t left,
-                int depth);
-
-void addControls(Cuts& cuts, const ReportDefinition& report, const LayoutOptions& options, std::int64_t left,
-                 int depth) {
-    for (const SectionPtr& section : report.reportHeaders) addSection(cuts, section, options, left, depth);
-    for (const SectionPtr& section : report.reportFooters) addSection(cuts, section, options, left, depth);
-    if (depth == 0 && options.pageHeadersAndFooters) {
-        addSection(cuts, report.pageHeader, options, left, depth);
-        addSection(cuts, report.pageFooter, options, left, depth);
+    void addColumns(const ReportDefinition& report, const Place& place) {
+        if (!report.grid) return;
+        const GridGeometry geometry = geometryOf(report, place);
+        const bool repeats = options_.paged && place.depth == 0;
+        std::int64_t left = place.left + geometry.x;
+        for (int i = repeats ? detailColumns(report.page) : 1; i > 0; --i) {
+            for (const PlacedColumn& column : geometry.columns) {
+                if (!column.visible) continue;
+                cuts_.add(left + column.x);
+                cuts_.add(left + column.x + column.width);
+            }
+            left += std::int64_t{place.width} + std::max(report.page.columnGap, 0);
+        }
     }
-}
 
-// Group sections stand where the grid does.
-void addGroupControls(Cuts& cuts, const ReportDefinition& report, const LayoutOptions& options,
-                      std::int64_t left, Micrometres available, int depth) {
-    if (!report.grid) return;
-    left += placeColumns(*report.grid, available, surroundingsOf(options, report.page, depth > 0)).x;
-    for (const auto& group : report.grid->groups) {
-        addSection(cuts, group->header, options, left, depth);
-        addSection(cuts, group->footer, options, left, depth);
+    void addControls(const ReportDefinition& report, const Place& place) {
+        addGridControls(report, place);
+        if (place.depth == 0 && options_.onlyDetailGrid) return;
+        for (const SectionPtr& section : report.reportHeaders) addSection(section, place);
+        for (const SectionPtr& section : report.reportFooters) addSection(section, place);
+        if (place.depth > 0 || !options_.pageHeadersAndFooters) return;
+        addSection(report.pageHeader, place);
+        addSection(report.pageFooter, place);
     }
-}
 
-void addSection(Cuts& cuts, const SectionPtr& section, const LayoutOptions& options, std::int64_t left,
-                int depth) {
-    if (!section) return;
-    for (const auto& control : section->controls.items) {
-        if (!control->column.empty()) continue;
-        cuts.add(left + control->box.x);
-        cuts.add(left + control->box.x + control->box.width);
-        const auto* const sub = std::get_if<SubReportContent>(&control->content);
-        if (sub == nullptr || depth >= limits::kSubReportDepth) continue;
-        const ReportDefinition& inner = sub->report->definition;
-        const std::int64_t innerLeft = left + control->box.x;
-        addGrid(cuts, inner, options, innerLeft, control->box.width, true);
-        addControls(cuts, inner, options, innerLeft, depth + 1);
-        addGroupControls(cuts, inner, options, innerLeft, control->box.width, depth + 1);
+private:
+    void addGridControls(const ReportDefinition& report, const Place& place) {
+        if (!report.grid) return;
+        const GridGeometry geometry = geometryOf(report, place);
+        const std::int64_t left = place.left + geometry.x;
+        for (std::size_t i = 0; i < report.grid->columns.size(); ++i) {
+            const PlacedColumn& column = geometry.columns[i];
+            if (!column.visible) continue;
+            addSubReport(report.grid->columns[i]->content, {left + column.x, column.width, place.depth});
+        }
+        for (const auto& group : report.grid->groups) {
+            addSection(group->header, {left, place.width, place.depth});
+            addSection(group->footer, {left, place.width, place.depth});
+        }
     }
-}
+
+    void addSection(const SectionPtr& section, const Place& place) {
+        if (!section) return;
+        for (const auto& control : section->controls.items) {
+            if (!control->column.empty()) continue;  // stands on edges of the grid
+            const std::int64_t left = place.left + control->box.x;
+            cuts_.add(left);
+            cuts_.add(left + control->box.width);
+            addSubReport(*control, {left, control->box.width, place.depth});
+        }
+    }
+
+    void addSubReport(const Control& control, Place place) {
+        const auto* const content = std::get_if<SubReportContent>(&control.content);
+        if (content == nullptr || ++place.depth > limits::kSubReportDepth) return;
+        addColumns(content->report->definition, place);
+        addControls(content->report->definition, place);
+    }
+
+    const LayoutOptions& options_;
+    Cuts& cuts_;
+};
 
 }  // namespace
 
 std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options) {
     Cuts cuts;
-    const Micrometres left = report.page.margins.left;
-    const Micrometres available = options.paged ? detailWidth(report.page) : printableWidth(report.page);
-    addGrid(cuts, report, options, left, available, false);
+    Collector collector(options, cuts);
+    const Micrometres width = options.paged ? detailWidth(report.page) : printableWidth(report.page);
+    const Place place{report.page.margins.left, width, 0};
+    collector.addColumns(report, place);
     cuts.take();
-    addGroupControls(cuts, report, options, left, available, 0);
-    if (!options.onlyDetailGrid) addControls(cuts, report, options, left, 0);
+    collector.addControls(report, place);
     cuts.take();
     return std::move(cuts).done();
 }

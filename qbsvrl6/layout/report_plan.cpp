@@ -223,6 +223,7 @@ private:
             available = detailWidth(report_.page);
         }
         planned.geometry = placeColumns(grid, available, surroundings);
+        warnOfDiscarded(grid, planned.geometry);
         const double scale = planned.geometry.scale;
         planned.titleHeight = scaledLength(soundLength(grid.titleHeight), scale);
         planned.rowHeight = scaledLength(soundLength(grid.rowHeight), scale);
@@ -247,6 +248,15 @@ private:
             if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry);
             planned.groups.push_back(std::move(made));
         }
+    }
+
+    static void warnOfDiscarded(const DetailGrid& grid, const GridGeometry& geometry) {
+        const auto visible = [](const PlacedColumn& column) { return column.visible; };
+        const auto count = std::count_if(geometry.columns.begin(), geometry.columns.end(), visible);
+        if (count == std::ssize(geometry.columns)) return;
+        logWarning("the detail grid is wider than its page: of " + std::to_string(geometry.columns.size()) +
+                   " columns those from \"" + toUtf8(grid.columns[static_cast<std::size_t>(count)]->name) +
+                   "\" on are discarded");
     }
 
     // Controls that name columns follow them: to their line where group sections wrap, and to each page that

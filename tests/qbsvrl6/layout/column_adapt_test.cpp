@@ -95,6 +95,14 @@ TEST(ColumnAdapt, GivesColumnCuts) {
          "width='20mm'/></Columns></Grid></Report></SubReport></ReportHeader>",
          true,
          {15000, 35000, 65000}},
+        {"a sub-report in a cell",
+         "<Grid><Columns><Column name='A' width='10mm'/><Column name='B' "
+         "width='50mm'><Content><SubReport><Report><Grid><Columns>"
+         "<Column name='a' width='20mm'/><Column name='b' "
+         "width='20mm'/></Columns></Grid></Report></SubReport></Content></Column>"
+         "</Columns></Grid>",
+         true,
+         {5000, 15000, 35000, 55000, 65000}},
     };
     for (const Case& test : cases) {
         LayoutOptions options;
