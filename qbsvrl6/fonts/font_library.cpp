@@ -23,6 +23,7 @@ namespace {
 
 // More names than any honest set of reports uses: hostile ones can't make the tables grow without end.
 constexpr std::size_t kRememberedNames = 1024;
+constexpr std::size_t kRememberedCharacters = 65'536;
 
 struct Request {
     std::u16string_view family;
@@ -59,6 +60,7 @@ public:
         const std::lock_guard lock(mutex_);
         const bool bold = like.syntheticBold || isBold(like.face);
         const bool italic = like.syntheticItalic || like.face->italicAngle != 0;
+        if (covering_.size() >= kRememberedCharacters) covering_.clear();
         const auto [place, isNew] = covering_.try_emplace({character, bold, italic}, nullptr);
         if (isNew) {
             const InstalledFace* installed = catalogue_.covering(character, bold, italic);

@@ -30,6 +30,13 @@ struct CachedText {
 constexpr std::size_t kCachedTexts = 2048;      // a power of two
 constexpr std::size_t kCachedTextLength = 128;  // longer ones are rarely repeated
 
+// Room made at a run's start: cells are short, and text that changes its font all the time must not get room
+// for all the rest each time.
+constexpr std::size_t kLikelyRun = 32;
+
+// Tables of font sets that a thread keeps; they are as large as the text's choice of characters.
+constexpr std::size_t kKeptTables = 64;
+
 struct ShapingState {
     std::unordered_map<const FontSet*, std::unique_ptr<CharacterTable>> tables;
     const FontSet* lastFonts = nullptr;
@@ -40,6 +47,7 @@ struct ShapingState {
 
     CharacterTable& table(const FontSet& fonts) {
         if (lastFonts != &fonts) {
+            if (tables.size() >= kKeptTables && tables.count(&fonts) == 0) tables.clear();
             std::unique_ptr<CharacterTable>& place = tables[&fonts];
             if (place == nullptr) place = std::make_unique<CharacterTable>(fonts);
             lastTable = place.get();
@@ -77,7 +85,7 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
             member = character.member;
             run->member = fonts.members[member];
             run->firstUnit = static_cast<std::uint32_t>(i);
-            run->glyphs.reserve(text.size() - i);
+            run->glyphs.reserve(std::min(text.size() - i, kLikelyRun));
         }
         Glyph glyph{character.glyph, static_cast<std::uint32_t>(i), character.advance, 0, 0};
         const bool ascii = character.kind == Kind::Ascii;

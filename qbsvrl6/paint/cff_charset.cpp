@@ -84,9 +84,9 @@ TopDictionary readTopDictionary(std::string_view bytes) {
         } else if (b >= 32 && b <= 246) {
             operand = static_cast<std::int64_t>(b) - 139;
         } else if (b >= 247 && b <= 250) {
-            operand = static_cast<std::int64_t>((b - 247) * 256 + reader.number(1) + 108);
+            operand = (b - 247) * 256 + reader.number(1) + 108;
         } else if (b >= 251 && b <= 254) {
-            operand = -static_cast<std::int64_t>((b - 251) * 256 + reader.number(1) + 108);
+            operand = -static_cast<std::int64_t>(b - 251) * 256 - reader.number(1) - 108;
         }
     }
     return top;

@@ -3,9 +3,12 @@
 #include <hb-subset.h>
 #include <hb.h>
 
+#include <algorithm>
+#include <list>
 #include <memory>
-#include <string_view>
+#include <mutex>
 
+#include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/support/log.h"
 
 namespace qbsvrl6 {
@@ -59,6 +62,53 @@ std::string fileOf(hb_face_t* face, bool cff) {
     return bytesOf(cff ? hb_face_reference_table(face, kCff) : hb_face_reference_blob(face));
 }
 
+std::string wholeFontBytes(const FontFace& face) {
+    if (face.cff) return fileOf(face.face, true);
+    const FacePtr builder(hb_face_builder_create());
+    for (const hb_tag_t tag : kTables) {
+        const BlobPtr table(hb_face_reference_table(face.face, tag));
+        if (hb_blob_get_length(table.get()) > 0) hb_face_builder_add_table(builder.get(), tag, table.get());
+    }
+    return fileOf(builder.get(), false);
+}
+
+constexpr std::size_t kKeptFontBytes = 64 << 20;
+
+// The fonts embedded last, for all threads.
+class WholeFonts {
+public:
+    std::shared_ptr<const CompressedFont> find(const FontFace& face) {
+        const std::lock_guard lock(mutex_);
+        const auto found =
+            std::find_if(kept_.begin(), kept_.end(), [&](const Kept& k) { return k.face == &face; });
+        if (found != kept_.end()) {
+            kept_.splice(kept_.begin(), kept_, found);
+            return found->font;
+        }
+        const std::string plain = wholeFontBytes(face);
+        auto font = std::make_shared<CompressedFont>();
+        font->bytes = compress(plain);
+        font->plainSize = plain.size();
+        bytes_ += font->bytes.size();
+        kept_.push_front({&face, font});
+        while (bytes_ > kKeptFontBytes && kept_.size() > 1) {
+            bytes_ -= kept_.back().font->bytes.size();
+            kept_.pop_back();
+        }
+        return font;
+    }
+
+private:
+    struct Kept {
+        const FontFace* face = nullptr;
+        std::shared_ptr<const CompressedFont> font;
+    };
+
+    std::mutex mutex_;
+    std::list<Kept> kept_;  // the latest first
+    std::size_t bytes_ = 0;
+};
+
 }  // namespace
 
 EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
@@ -81,7 +131,7 @@ EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& 
     if (cut != nullptr) font.bytes = fileOf(cut.get(), face.cff);
     if (font.bytes.empty()) {
         logWarning("font " + face.file + " can't be cut down and is embedded whole");
-        return wholeFont(face, glyphs);
+        return {wholeFontBytes(face), glyphs};
     }
     const hb_map_t* numbers = hb_subset_plan_old_to_new_glyph_mapping(plan.get());
     for (const std::uint32_t glyph : glyphs) {
@@ -91,20 +141,9 @@ EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& 
     return font;
 }
 
-EmbeddedFont wholeFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs) {
-    EmbeddedFont font;
-    font.newGlyphs = glyphs;
-    if (face.cff) {
-        font.bytes = fileOf(face.face, true);
-        return font;
-    }
-    const FacePtr builder(hb_face_builder_create());
-    for (const hb_tag_t tag : kTables) {
-        const BlobPtr table(hb_face_reference_table(face.face, tag));
-        if (hb_blob_get_length(table.get()) > 0) hb_face_builder_add_table(builder.get(), tag, table.get());
-    }
-    font.bytes = fileOf(builder.get(), false);
-    return font;
+std::shared_ptr<const CompressedFont> compressedWholeFont(const FontFace& face) {
+    static WholeFonts& fonts = *new WholeFonts;  // for threads that still write while the process ends
+    return fonts.find(face);
 }
 
 }  // namespace qbsvrl6

@@ -8,7 +8,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr double kItalicSlant = 0.2126;  // twelve degrees
 constexpr int kBoldStroke = 30;          // a made bold's stroke is this part of the font size

@@ -185,21 +185,36 @@ std::string PdfFont::descriptor(const std::string& name, int fontFile) const {
     return std::string(out.view());
 }
 
+// Gives the numbers that the glyphs have in the embedded file.
+std::vector<std::uint32_t> PdfFont::writeFontFile(PdfFile& file, int number,
+                                                  const std::vector<std::uint32_t>& glyphs,
+                                                  bool whole) const {
+    const auto entries = [this](std::size_t size) {
+        return face_.cff ? "/Subtype/CIDFontType0C" : "/Length1 " + std::to_string(size);
+    };
+    if (whole) {
+        const auto font = compressedWholeFont(face_);
+        file.writeStream(number, entries(font->plainSize) + "/Filter/FlateDecode", font->bytes, true);
+        return glyphs;
+    }
+    // A CFF font whose glyphs have names is shown by glyph numbers, so that they have to stay.
+    const bool keepNumbers = face_.cff && !charset_.isCidKeyed();
+    const EmbeddedFont font = subsetFont(face_, glyphs, keepNumbers);
+    file.writeStream(number, entries(font.bytes.size()), font.bytes);
+    return font.newGlyphs;
+}
+
 void PdfFont::write(PdfFile& file, int number, bool whole) const {
     std::vector<const Code*> codes;
     for (std::size_t i = 1; i < codes_.size(); ++i) codes.push_back(&codes_[i]);
     std::sort(codes.begin(), codes.end(), [](const Code* a, const Code* b) { return a->code < b->code; });
     std::vector<std::uint32_t> glyphs;
+    glyphs.reserve(codes.size());
     for (const Code* code : codes) glyphs.push_back(code->glyph);
 
-    // A CFF font whose glyphs have names is shown by glyph numbers, so that they have to stay.
-    const bool keepNumbers = face_.cff && !charset_.isCidKeyed();
-    const EmbeddedFont font = whole ? wholeFont(face_, glyphs) : subsetFont(face_, glyphs, keepNumbers);
     const std::string name = (whole ? "" : subsetTag(glyphs)) + toName(face_.postScriptName);
     const int fontFile = file.reserve();
-    file.writeStream(fontFile,
-                     face_.cff ? "/Subtype/CIDFontType0C" : "/Length1 " + std::to_string(font.bytes.size()),
-                     font.bytes);
+    const std::vector<std::uint32_t> newGlyphs = writeFontFile(file, fontFile, glyphs, whole);
     const int descriptorNumber = file.reserve();
     file.writeObject(descriptorNumber, descriptor(name, fontFile));
     const int unicodeNumber = file.reserve();
@@ -208,7 +223,7 @@ void PdfFont::write(PdfFile& file, int number, bool whole) const {
     std::string map;
     if (!face_.cff) {
         std::string glyphOfCode(2, '\0');
-        for (const std::uint32_t glyph : font.newGlyphs) {
+        for (const std::uint32_t glyph : newGlyphs) {
             glyphOfCode += static_cast<char>(glyph >> 8);
             glyphOfCode += static_cast<char>(glyph & 0xFF);
         }

@@ -50,6 +50,8 @@ private:
     static bool standsFor(Code& code, std::u16string_view text);
     std::string widths(const std::vector<const Code*>& codes) const;
     std::string toUnicode(const std::vector<const Code*>& codes) const;
+    std::vector<std::uint32_t> writeFontFile(PdfFile& file, int number,
+                                             const std::vector<std::uint32_t>& glyphs, bool whole) const;
     std::string descriptor(const std::string& name, int fontFile) const;
 
     const FontFace& face_;

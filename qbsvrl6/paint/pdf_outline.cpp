@@ -9,7 +9,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 // An entry's neighbours, as object numbers; 0: none.
 struct Node {

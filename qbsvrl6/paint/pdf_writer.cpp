@@ -17,7 +17,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 // Pages hang on a tree, so that a reader finds one of thousands in a few steps.
 constexpr std::size_t kFanOut = 64;
