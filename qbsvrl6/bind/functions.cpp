@@ -224,16 +224,6 @@ Value part(Arguments arguments, FunctionContext&) {
     }
 }
 
-// Days since 1970-01-01 of a date of the Gregorian calendar; month from 1, day may run over.
-std::int64_t daysOf(std::int64_t year, std::int64_t month, std::int64_t day) {
-    const std::int64_t shifted = month <= 2 ? year - 1 : year;
-    const std::int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
-    const std::int64_t yearOfEra = shifted - era * 400;
-    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5;
-    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146'097 + dayOfEra - 719'468 + day - 1;
-}
-
 Value dateOf(std::int64_t year, std::int64_t month, std::int64_t day, std::int64_t secondOfDay) {
     const std::int64_t months = year * 12 + month - 1;
     const std::int64_t wholeYears = months >= 0 ? months / 12 : (months - 11) / 12;

@@ -30,6 +30,41 @@ char16_t lowered(char16_t unit) {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
 
+// Reads `count` digits; -1 where there are others.
+int digitsAt(std::u16string_view text, std::size_t index, std::size_t count) {
+    int number = 0;
+    for (std::size_t i = index; i < index + count; ++i) {
+        if (text[i] < u'0' || text[i] > u'9') return -1;
+        number = number * 10 + (text[i] - u'0');
+    }
+    return number;
+}
+
+// "2024-03-05", with "T14:07:09" or " 14:07:09" behind it or not: what data holds most, and the C library's
+// calendar takes twenty times as long for. Only what has no second reading.
+bool parseIsoDate(std::u16string_view text, std::int64_t& seconds) {
+    constexpr std::size_t kDateLength = 10;
+    constexpr std::size_t kTimeLength = 9;
+    if (text.size() != kDateLength && text.size() != kDateLength + kTimeLength) return false;
+    if (text[4] != u'-' || text[7] != u'-') return false;
+    const int year = digitsAt(text, 0, 4);
+    const int month = digitsAt(text, 5, 2);
+    const int day = digitsAt(text, 8, 2);
+    if (year < 100 || month < 1 || month > 12 || day < 1 || day > 28) return false;
+    std::int64_t time = 0;
+    if (text.size() > kDateLength) {
+        const int hour = digitsAt(text, 11, 2);
+        const int minute = digitsAt(text, 14, 2);
+        const int second = digitsAt(text, 17, 2);
+        const bool marks = (text[10] == u'T' || text[10] == u' ') && text[13] == u':' && text[16] == u':';
+        if (!marks || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59)
+            return false;
+        time = hour * 3'600 + minute * 60 + second;
+    }
+    seconds = daysOf(year, month, day) * kSecondsADay + time;
+    return true;
+}
+
 }  // namespace
 
 char16_t* TextArena::allocate(std::size_t units) {
@@ -112,8 +147,18 @@ bool parseNumber(std::u16string_view text, double& number) {
     return error == std::errc() && stop == end;
 }
 
+std::int64_t daysOf(std::int64_t year, std::int64_t month, std::int64_t day) {
+    const std::int64_t shifted = month <= 2 ? year - 1 : year;
+    const std::int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
+    const std::int64_t yearOfEra = shifted - era * 400;
+    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5;
+    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146'097 + dayOfEra - 719'468 + day - 1;
+}
+
 bool parseDate(std::u16string_view text, std::int64_t& seconds) {
     text = trimmed(text);
+    if (parseIsoDate(text, seconds)) return true;
     if (text.empty() || text.size() >= kLongestDate) return false;
     std::array<char16_t, kLongestDate> ended;
     std::copy(text.begin(), text.end(), ended.begin());

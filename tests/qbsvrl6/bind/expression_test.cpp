@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "format/date_time_format.h"
+#include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/support/error.h"
 #include "tests/qbsvrl6/bind/sample_data.h"
 
@@ -165,6 +167,20 @@ TEST(Expression, TellsFaultsWithTheirColumn) {
             EXPECT_EQ(error.code(), ErrorCode::BadExpression) << shown;
             EXPECT_EQ(error.place().column, fault.column) << shown << ": " << error.what();
         }
+    }
+}
+
+// Dates that are read by arithmetic are those that the library reads.
+TEST(Expression, ReadsDatesAsTheLibraryDoes) {
+    for (const char16_t* const date :
+         {u"2024-02-28", u"2024-02-29", u"2023-02-30", u"1999-12-31", u"9999-12-28", u"2024-03-05T23:59:59",
+          u"2024-03-05 00:00:00", u"2024-13-05", u"2024-03-05 24:00:00", u"2024-03-05x00:00:00",
+          u"2024-07-15"}) {
+        bool expected = false;
+        const std::int64_t time = larkspur::ParseDateTime(date, expected).m_Time;
+        std::int64_t seconds = 0;
+        EXPECT_EQ(parseDate(date, seconds), expected) << toUtf8(date);
+        EXPECT_EQ(seconds, expected ? time : 0) << toUtf8(date);
     }
 }
 
