@@ -86,9 +86,8 @@ int twoDigitField(lkchar field, const std::tm& tm) {
     }
 }
 
-// Formats that consist of literals and plain digit fields, which no locale changes; nothing for any other.
-// The
-// "#" flag only changes the case of letters.
+// Formats of literals and plain digit fields, which no locale changes; nothing for any other. The "#" flag
+// changes the case of letters only.
 std::optional<lkstr> formatDigitFields(const lkchar* format, const std::tm& tm) {
     lkchar text[64];
     constexpr std::ptrdiff_t kLongestField = 4;

@@ -8,8 +8,8 @@ namespace larkspur {
 
 namespace {
 
-using json::FindFirstOf;
-using json::SkipSpace;
+using json_internal::FindFirstOf;
+using json_internal::SkipSpace;
 
 lkstr DecodedOnNeed(const lkstr& text) {
     return JSON_HasEscapeChar(text.c_str()) ? JSON_Decode(text.c_str(), static_cast<int>(text.size())) : text;
@@ -25,7 +25,7 @@ lkstr ReadValue(const lkchar*& p, const lkchar* end) {
         return DecodedOnNeed(lkstr(begin, stop));
     }
     const lkchar* begin = p;
-    while (p < end && !json::IsSpace(*p) && *p != u',' && *p != u'}') ++p;
+    while (p < end && !json_internal::IsSpace(*p) && *p != u',' && *p != u'}') ++p;
     return lkstr(begin, p);
 }
 

@@ -24,7 +24,7 @@
 
 namespace larkspur {
 
-namespace json {
+namespace json_internal {
 
 namespace {
 
@@ -231,22 +231,22 @@ private:
     OrderCache m_Orders;
 };
 
-}  // namespace json
+}  // namespace json_internal
 
 const lkchar* ClkJsonAtomNode::Parse(const lkchar* p, const lkchar* end) {
-    const json::AtomScan scan = json::ScanAtom(p, end);
-    if (scan.fault != nullptr) json::Raise(scan.next, end, scan.fault);
+    const json_internal::AtomScan scan = json_internal::ScanAtom(p, end);
+    if (scan.fault != nullptr) json_internal::Raise(scan.next, end, scan.fault);
     m_Kind = scan.kind;
     m_Text = scan.hasEscape ? scan.Decoded() : lkstr(scan.begin, scan.Size());
     return scan.next;
 }
 
 const lkchar* ClkJsonObjectNode::Parse(const lkchar* p, const lkchar* end) {
-    return json::TreeParser(*this, end).Parse(p);
+    return json_internal::TreeParser(*this, end).Parse(p);
 }
 
 const lkchar* ClkJsonArrayNode::Parse(const lkchar* p, const lkchar* end) {
-    return json::TreeParser(*this, end).Parse(p);
+    return json_internal::TreeParser(*this, end).Parse(p);
 }
 
 lkstr BuildFailedMsg(const lkchar* position, const lkchar* end, const lkchar* message) {

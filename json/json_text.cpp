@@ -10,8 +10,8 @@ namespace larkspur {
 
 namespace {
 
-using json::FindFirstOf;
-using json::SkipSpace;
+using json_internal::FindFirstOf;
+using json_internal::SkipSpace;
 
 template <class Pred>
 bool AnyUnit(const lkchar* text, Pred pred) {
@@ -23,7 +23,7 @@ bool AnyUnit(const lkchar* text, Pred pred) {
 template <class Char>
 bool TextIsJson(const Char* text, int n) {
     if (text == nullptr || n < 1) return false;
-    const auto isSpace = [](Char c) { return json::IsSpace(static_cast<lkchar>(c)); };
+    const auto isSpace = [](Char c) { return json_internal::IsSpace(static_cast<lkchar>(c)); };
     const Char* first = text;
     const Char* last = text + n - 1;
     while (first < last && isSpace(*first)) ++first;
@@ -96,14 +96,14 @@ const lkchar* FindEnd(const lkchar* text, int n, bool wantObject, bool wantArray
 
 }  // namespace
 
-bool JSON_IsSpaceChar(lkchar c) { return json::IsSpace(c); }
+bool JSON_IsSpaceChar(lkchar c) { return json_internal::IsSpace(c); }
 
 bool JSON_HasSpecialChar(const lkchar* text) {
-    return AnyUnit(text, [](lkchar c) { return json::EscapeLetter(c) != 0; });
+    return AnyUnit(text, [](lkchar c) { return json_internal::EscapeLetter(c) != 0; });
 }
 
 bool JSON_HasEscapeChar(const lkchar* text) {
-    return AnyUnit(text, [](lkchar c) { return json::EscapedUnit(c) != 0; });
+    return AnyUnit(text, [](lkchar c) { return json_internal::EscapedUnit(c) != 0; });
 }
 
 bool JSON_TextIsJson(const char* text, int n) { return TextIsJson(text, n); }
@@ -127,7 +127,7 @@ lkstr JSON_EncodeValue(const char* text) { return JSON_EncodeValue(AsciiStr2LKSt
 lkstr JSON_Encode(const lkchar* text) {
     lkstr encoded;
     if (text == nullptr) return encoded;
-    json::TextWriter writer(encoded);
+    json_internal::TextWriter writer(encoded);
     writer.PutEncoded(text, text + lkstr::traits_type::length(text));
     writer.Flush();
     return encoded;
@@ -143,7 +143,7 @@ lkstr JSON_Decode(const lkchar* text, int n) {
         p = FindFirstOf<u'\\'>(p, end);
         decoded.append(stretch, p);
         if (end - p < 2) return decoded;
-        if (const lkchar unit = json::EscapedUnit(p[1])) decoded.push_back(unit);
+        if (const lkchar unit = json_internal::EscapedUnit(p[1])) decoded.push_back(unit);
     }
 }
 
@@ -164,14 +164,14 @@ const lkchar* DoFindJsonAtomValueTextEnd(const lkchar* p, const lkchar* end) {
     p = SkipSpace(p, end);
     if (p >= end) return nullptr;
     if (*p != u'"') {
-        p = json::FindLiteralEnd(p, end);
+        p = json_internal::FindLiteralEnd(p, end);
         return p < end ? p : nullptr;
     }
     for (++p;; p += 2) {
         p = FindFirstOf<u'"', u'\\'>(p, end);
         if (p == end) return nullptr;
         if (*p == u'"') return p + 1 < end ? p + 1 : nullptr;
-        if (p + 1 == end || json::EscapedUnit(p[1]) == 0) return nullptr;
+        if (p + 1 == end || json_internal::EscapedUnit(p[1]) == 0) return nullptr;
     }
 }
 

@@ -12,7 +12,7 @@
 
 namespace larkspur {
 
-using json::NodePool;
+using json_internal::NodePool;
 
 void ClkJsonNode::operator delete(ClkJsonNode* node, std::destroying_delete_t) noexcept {
     const auto* parent = static_cast<ClkJsonComplexNode*>(node->m_Parent);
@@ -54,7 +54,7 @@ ClkJsonNode* ClkJsonComplexNode::ReleaseChildren(ClkJsonNode* next) noexcept {
     if (m_Kind == ClkJsonObject) {
         auto& members = static_cast<ClkJsonObjectNode*>(this)->m_Members.m_List;
         for (ClkJsonMember& member : members) {
-            json::NameRef::Adopt(member.first);
+            json_internal::NameRef::Adopt(member.first);
             release(member.second);
         }
         members.clear();
@@ -67,7 +67,7 @@ ClkJsonNode* ClkJsonComplexNode::ReleaseChildren(ClkJsonNode* next) noexcept {
     return first;
 }
 
-void ClkJsonMember::DropName() noexcept { json::NameRef::Adopt(first); }
+void ClkJsonMember::DropName() noexcept { json_internal::NameRef::Adopt(first); }
 
 ClkJsonMember& ClkJsonMember::operator=(ClkJsonMember&& other) noexcept {
     if (this != &other) {
@@ -139,7 +139,7 @@ Node* ClkJsonObjectNode::Place(const lkstr& name, Node* node) {
     if (place != list.end() && place->first == name) {
         place->second = std::move(owner);
     } else {
-        list.emplace(place, json::NameRef(name.data(), name.size()), std::move(owner));
+        list.emplace(place, json_internal::NameRef(name.data(), name.size()), std::move(owner));
     }
     return node;
 }
@@ -169,9 +169,9 @@ void ClkBaseJson::Parse(const lkchar* text, int n) {
     m_Root->Clear();
     if (text == nullptr || n < 1) return;
     const lkchar* end = text + n;
-    const lkchar* p = DoParse(json::SkipSpace(text, end), end);
+    const lkchar* p = DoParse(json_internal::SkipSpace(text, end), end);
     if (p == nullptr) return;
-    p = json::SkipSpace(p, end);
+    p = json_internal::SkipSpace(p, end);
     if (p != end) {
         throw ClkException(LKExceptionJson, BuildFailedMsg(p, end, u"数据尾部存在无法解析的数据").c_str());
     }

@@ -26,7 +26,7 @@
 
 namespace larkspur {
 
-namespace json {
+namespace json_internal {
 class NameRef;
 class NodePool;
 class TreeParser;
@@ -45,7 +45,7 @@ public:
 private:
     NodePool* m_Pool;
 };
-}  // namespace json
+}  // namespace json_internal
 
 class ClkJsonObjectNode;
 class ClkJsonArrayNode;
@@ -72,9 +72,9 @@ public:
 
     // Nodes without a parent are made on the stack or the heap, all others in the pool of their tree.
     static void* operator new(std::size_t size) { return ::operator new(size); }
-    static inline void* operator new(std::size_t size, json::NodePool& pool);
+    static inline void* operator new(std::size_t size, json_internal::NodePool& pool);
     static void operator delete(void* place) noexcept { ::operator delete(place); }
-    static inline void operator delete(void* place, json::NodePool& pool) noexcept;
+    static inline void operator delete(void* place, json_internal::NodePool& pool) noexcept;
     static void operator delete(ClkJsonNode* node, std::destroying_delete_t) noexcept;
 
 protected:
@@ -110,7 +110,7 @@ private:
     lkstr m_Text;
 
     friend class ClkJsonObjectNode;
-    friend class json::TreeParser;
+    friend class json_internal::TreeParser;
 };
 
 // An object or array.
@@ -127,7 +127,7 @@ protected:
     // Destroys all nodes below this one, with no recursion.
     void DestroyChildren() noexcept;
 
-    json::NodePool& m_Pool;  // of the tree; the root owns it
+    json_internal::NodePool& m_Pool;  // of the tree; the root owns it
 
 private:
     // Empties this node: its atoms go at once, its objects and arrays come first in the list that is
@@ -135,7 +135,7 @@ private:
     ClkJsonNode* ReleaseChildren(ClkJsonNode* next) noexcept;
 
     friend class ClkJsonNode;
-    friend class json::TreeParser;
+    friend class json_internal::TreeParser;
 };
 
 // A name and its value. Members with the same name in one tree share its text.
@@ -144,7 +144,7 @@ public:
     const lkstr& first;
     std::unique_ptr<ClkJsonNode> second;  // never null in an object
 
-    inline ClkJsonMember(json::NameRef&& name, std::unique_ptr<ClkJsonNode> node) noexcept;
+    inline ClkJsonMember(json_internal::NameRef&& name, std::unique_ptr<ClkJsonNode> node) noexcept;
     ClkJsonMember(ClkJsonMember&& other) noexcept = default;
     ClkJsonMember& operator=(ClkJsonMember&& other) noexcept;
     ~ClkJsonMember() {
@@ -157,7 +157,7 @@ private:
 
 // The members of an object in the order of their names: unit by unit, a shorter name ahead of its extension.
 class ClkJsonMembers {
-    using List = std::vector<ClkJsonMember, json::PoolAllocator<ClkJsonMember>>;
+    using List = std::vector<ClkJsonMember, json_internal::PoolAllocator<ClkJsonMember>>;
 
 public:
     using value_type = ClkJsonMember;
@@ -172,14 +172,14 @@ public:
     const std::unique_ptr<ClkJsonNode>& at(const lkstr& name) const;  // raises std::out_of_range
 
 private:
-    explicit ClkJsonMembers(json::NodePool& pool) : m_List(List::allocator_type(pool)) {}
+    explicit ClkJsonMembers(json_internal::NodePool& pool) : m_List(List::allocator_type(pool)) {}
     const_iterator LowerBound(const lkstr& name) const;
 
     List m_List;
 
     friend class ClkJsonComplexNode;
     friend class ClkJsonObjectNode;
-    friend class json::TreeParser;
+    friend class json_internal::TreeParser;
 };
 
 class ClkJsonObjectNode final : public ClkJsonComplexNode {
@@ -221,7 +221,7 @@ private:
     ClkJsonMembers m_Members;
 
     friend class ClkJsonComplexNode;
-    friend class json::TreeParser;
+    friend class json_internal::TreeParser;
 };
 
 class ClkJsonArrayNode final : public ClkJsonComplexNode {
@@ -244,7 +244,7 @@ private:
 
     friend class ClkJsonComplexNode;
     friend class ClkJsonObjectNode;
-    friend class json::TreeParser;
+    friend class json_internal::TreeParser;
 };
 
 // A document. Parse, LoadFromFile and the destructor replace or destroy the whole tree.

@@ -95,7 +95,7 @@ private:
         m_Open.pop_back();
     }
 
-    json::TextWriter m_Out;
+    json_internal::TextWriter m_Out;
     const lkstr m_Separator;
     std::vector<Container> m_Open;  // innermost last
 };

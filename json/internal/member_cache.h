@@ -14,7 +14,7 @@
 #include "json/internal/shared_name.h"
 #include "json/json_tree.h"
 
-namespace larkspur::json {
+namespace larkspur::json_internal {
 
 // A value that was read, with its name when it is a member.
 struct Entry {
@@ -142,6 +142,6 @@ private:
     std::vector<std::uint32_t> m_LongOrder;
 };
 
-}  // namespace larkspur::json
+}  // namespace larkspur::json_internal
 
 #endif

@@ -13,7 +13,7 @@
 
 #include "json/json_tree.h"
 
-namespace larkspur::json {
+namespace larkspur::json_internal {
 
 // Used by one thread at a time, like the tree that it belongs to. Must outlive what it has given.
 class NodePool {
@@ -78,19 +78,19 @@ void PoolAllocator<T>::deallocate(T* place, std::size_t n) noexcept {
     m_Pool->GiveBack(place, n * sizeof(T));
 }
 
-}  // namespace larkspur::json
+}  // namespace larkspur::json_internal
 
 namespace larkspur {
 
 static_assert(std::max({sizeof(ClkJsonAtomNode), sizeof(ClkJsonObjectNode), sizeof(ClkJsonArrayNode)}) <=
-              json::NodePool::kSlotSize);
+              json_internal::NodePool::kSlotSize);
 
-inline void* ClkJsonNode::operator new(std::size_t, json::NodePool& pool) {
-    return pool.Take(json::NodePool::kSlotSize);
+inline void* ClkJsonNode::operator new(std::size_t, json_internal::NodePool& pool) {
+    return pool.Take(json_internal::NodePool::kSlotSize);
 }
 
-inline void ClkJsonNode::operator delete(void* place, json::NodePool& pool) noexcept {
-    pool.GiveBack(place, json::NodePool::kSlotSize);
+inline void ClkJsonNode::operator delete(void* place, json_internal::NodePool& pool) noexcept {
+    pool.GiveBack(place, json_internal::NodePool::kSlotSize);
 }
 
 }  // namespace larkspur

@@ -8,7 +8,7 @@
 #include "common/text.h"
 #include "json/json_tree.h"
 
-namespace larkspur::json {
+namespace larkspur::json_internal {
 
 // Derived from the text, so that the reference that a member shows leads back to the count.
 struct SharedName : lkstr {
@@ -49,12 +49,12 @@ private:
     SharedName* m_Name = nullptr;
 };
 
-}  // namespace larkspur::json
+}  // namespace larkspur::json_internal
 
 namespace larkspur {
 
 // A member that was moved from owns neither node nor name.
-inline ClkJsonMember::ClkJsonMember(json::NameRef&& name, std::unique_ptr<ClkJsonNode> node) noexcept
+inline ClkJsonMember::ClkJsonMember(json_internal::NameRef&& name, std::unique_ptr<ClkJsonNode> node) noexcept
     : first(name.Release()), second(std::move(node)) {}
 
 }  // namespace larkspur

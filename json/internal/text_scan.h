@@ -8,7 +8,7 @@
 
 #include "common/text.h"
 
-namespace larkspur::json {
+namespace larkspur::json_internal {
 
 constexpr bool IsSpace(lkchar c) { return c == u' ' || c == u'\n' || c == u'\r' || c == u'\t'; }
 
@@ -82,6 +82,6 @@ const lkchar* FindFirstOf(const lkchar* p, const lkchar* end) {
     return p;
 }
 
-}  // namespace larkspur::json
+}  // namespace larkspur::json_internal
 
 #endif

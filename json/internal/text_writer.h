@@ -10,7 +10,7 @@
 #include "common/text.h"
 #include "json/internal/text_scan.h"
 
-namespace larkspur::json {
+namespace larkspur::json_internal {
 
 class TextWriter {
 public:
@@ -90,6 +90,6 @@ private:
     lkchar* m_To = m_Block;
 };
 
-}  // namespace larkspur::json
+}  // namespace larkspur::json_internal
 
 #endif
