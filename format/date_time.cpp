@@ -24,7 +24,7 @@ constexpr std::int64_t kDaysPerEra = 146097;
 constexpr std::int64_t kDaysToEpoch = 719468;  // from 0000-03-01 to 1970-01-01
 
 // What gmtime_r gives, without the time-zone lock that it takes. False for a year out of range.
-bool decodeUtc(std::int64_t time, std::tm& tm) {
+bool DecodeUtc(std::int64_t time, std::tm& tm) {
     std::int64_t days = time / kSecondsPerDay;
     auto second = static_cast<int>(time % kSecondsPerDay);
     if (second < 0) {
@@ -54,18 +54,18 @@ bool decodeUtc(std::int64_t time, std::tm& tm) {
     return true;
 }
 
-int clampToInt(std::int64_t value) {
+int ClampToInt(std::int64_t value) {
     return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
 }
 
-lkchar* putTwoDigits(lkchar* to, int value) {
+lkchar* PutTwoDigits(lkchar* to, int value) {
     *to++ = static_cast<lkchar>(u'0' + value / 10);
     *to++ = static_cast<lkchar>(u'0' + value % 10);
     return to;
 }
 
 // The value of a field that always has two digits; -1 for any other field.
-int twoDigitField(lkchar field, const std::tm& tm) {
+int TwoDigitField(lkchar field, const std::tm& tm) {
     switch (field) {
         case u'y':
             return (tm.tm_year % 100 + 100) % 100;
@@ -88,7 +88,7 @@ int twoDigitField(lkchar field, const std::tm& tm) {
 
 // Formats of literals and plain digit fields, which no locale changes; nothing for any other. The "#" flag
 // changes the case of letters only.
-std::optional<lkstr> formatDigitFields(const lkchar* format, const std::tm& tm) {
+std::optional<lkstr> FormatDigitFields(const lkchar* format, const std::tm& tm) {
     lkchar text[64];
     constexpr std::ptrdiff_t kLongestField = 4;
     lkchar* to = text;
@@ -103,10 +103,10 @@ std::optional<lkstr> formatDigitFields(const lkchar* format, const std::tm& tm) 
         if (*format == u'Y') {
             const std::int64_t year = std::int64_t{tm.tm_year} + 1900;
             if (year < 1000 || year > 9999) return std::nullopt;
-            to = putTwoDigits(to, static_cast<int>(year / 100));
-            to = putTwoDigits(to, static_cast<int>(year % 100));
-        } else if (const int value = twoDigitField(*format, tm); value >= 0) {
-            to = putTwoDigits(to, value);
+            to = PutTwoDigits(to, static_cast<int>(year / 100));
+            to = PutTwoDigits(to, static_cast<int>(year % 100));
+        } else if (const int value = TwoDigitField(*format, tm); value >= 0) {
+            to = PutTwoDigits(to, value);
         } else {
             return std::nullopt;
         }
@@ -117,7 +117,7 @@ std::optional<lkstr> formatDigitFields(const lkchar* format, const std::tm& tm) 
 // wcsftime gives 0 both for no room and for an empty text: a unit behind the format tells them apart. Fields
 // of a locale are short, so that only a field width can ask for more than the largest room; the text is then
 // empty.
-lkstr formatByLibrary(const lkchar* format, const std::tm& tm) {
+lkstr FormatByLibrary(const lkchar* format, const std::tm& tm) {
     constexpr wchar_t kEnd = L'.';
     wstr wideFormat = lkstr_tow(format);
     wideFormat += kEnd;
@@ -149,7 +149,7 @@ void ClkDateTime::DoDecode() const {
     if (m_IsDecoded) return;
     m_Decoded = {};
     m_IsDecoded = true;
-    if (!decodeUtc(m_Time, m_Decoded)) throw ClkException(LKExceptionFunction, "ClkDateTime::DoDecode");
+    if (!DecodeUtc(m_Time, m_Decoded)) throw ClkException(LKExceptionFunction, "ClkDateTime::DoDecode");
 }
 
 void ClkDateTime::Decode(int& year, int& month, int& day, int& hour, int& minute, int& second) const {
@@ -171,7 +171,7 @@ void ClkDateTime::DecodeTime(int& hour, int& minute, int& second) const {
 
 int ClkDateTime::GetYear() const {
     DoDecode();
-    return clampToInt(std::int64_t{m_Decoded.tm_year} + 1900);
+    return ClampToInt(std::int64_t{m_Decoded.tm_year} + 1900);
 }
 
 int ClkDateTime::GetMonth() const {
@@ -213,8 +213,8 @@ int ClkDateTime::GetDayOfYear() const {
 // timezone taken off again stands for.
 bool ClkDateTime::SetDateTime(int year, int month, int day, int hour, int minute, int second) {
     std::tm tm = {};
-    tm.tm_year = clampToInt(std::int64_t{year} - 1900);
-    tm.tm_mon = clampToInt(std::int64_t{month} - 1);
+    tm.tm_year = ClampToInt(std::int64_t{year} - 1900);
+    tm.tm_mon = ClampToInt(std::int64_t{month} - 1);
     tm.tm_mday = day;
     tm.tm_hour = hour;
     tm.tm_min = minute;
@@ -238,8 +238,8 @@ bool ClkDateTime::TrimToDate() {
 lkstr ClkDateTime::Format(const lkchar* format) const {
     DoDecode();
     if (format == nullptr) format = gc_lkchar_empty;
-    if (std::optional<lkstr> text = formatDigitFields(format, m_Decoded)) return *std::move(text);
-    return formatByLibrary(format, m_Decoded);
+    if (std::optional<lkstr> text = FormatDigitFields(format, m_Decoded)) return *std::move(text);
+    return FormatByLibrary(format, m_Decoded);
 }
 
 lkstr ClkDateTime::AsString() const { return Format(u"%c"); }

@@ -29,14 +29,14 @@ constexpr RunForms kRunForms[] = {
     {u's', {u"%#S", u"%S", u"", u""}},      {u't', {u"%p", u"%p", u"%p", u"%p"}},
 };
 
-const RunForms* findRunForms(lkchar letter) {
+const RunForms* FindRunForms(lkchar letter) {
     const auto found = std::find_if(std::begin(kRunForms), std::end(kRunForms),
                                     [letter](const RunForms& run) { return run.letter == letter; });
     return found != std::end(kRunForms) ? found : nullptr;
 }
 
 // The form behind a "%"; empty for one that isn't ours.
-TextView localeForm(lkchar letter) {
+TextView LocaleForm(lkchar letter) {
     switch (letter) {
         case u'd':
             return u"%x";
@@ -56,7 +56,7 @@ void ClkDateTimeFormatParser::Parse(const lkchar* format) {
     m_FormatText = format != nullptr ? format : gc_lkchar_empty;
     m_CFormat.clear();
     for (const lkchar* at = m_FormatText.c_str(); *at != u'\0';) {
-        if (const RunForms* run = findRunForms(*at)) {
+        if (const RunForms* run = FindRunForms(*at)) {
             std::size_t last = 0;
             while (*++at == run->letter) last = std::min(last + 1, std::size(run->forms) - 1);
             m_CFormat += run->forms[last];
@@ -64,7 +64,7 @@ void ClkDateTimeFormatParser::Parse(const lkchar* format) {
         } else if (*at == u'/' && at[1] == u'/') {
             m_CFormat += u'/';
             at += 2;
-        } else if (const TextView form = localeForm(at[1]); *at == u'%' && !form.empty()) {
+        } else if (const TextView form = LocaleForm(at[1]); *at == u'%' && !form.empty()) {
             m_CFormat += form;
             at += 2;
         } else {

@@ -22,15 +22,15 @@ struct Numbers {
     lkchar separator = u'\0';  // behind the first number
 };
 
-bool isDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
+bool IsDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
 
 // A read that comes to the end without a digit counts as a number too, of value 0.
-Numbers readNumbers(const lkchar* text) {
+Numbers ReadNumbers(const lkchar* text) {
     Numbers numbers;
     while (numbers.count < kMaxNumbers) {
-        while (*text != u'\0' && !isDigit(*text)) ++text;
+        while (*text != u'\0' && !IsDigit(*text)) ++text;
         unsigned int value = 0;  // wraps as lkstr_toi does
-        for (; isDigit(*text); ++text) value = value * 10 + (*text - u'0');
+        for (; IsDigit(*text); ++text) value = value * 10 + (*text - u'0');
         if (numbers.count == 0) numbers.separator = *text;
         numbers.values[numbers.count++] = static_cast<int>(value);
         if (*text == u'\0') break;
@@ -40,7 +40,7 @@ Numbers readNumbers(const lkchar* text) {
 
 // Year, month and day are in their places, or day, month and year are. A date that begins with its month is
 // preferred to one that begins with its day.
-void orderDate(DateTimeFields& date) {
+void OrderDate(DateTimeFields& date) {
     if (date.year <= 31) {
         const int oldYear = date.year;
         date.year = date.day;
@@ -50,11 +50,11 @@ void orderDate(DateTimeFields& date) {
     if (date.day < 13) std::swap(date.day, date.month);
 }
 
-bool isMonth(int month) { return month >= 1 && month <= 12; }
-bool isDay(int day) { return day >= 1 && day <= 31; }
+bool IsMonth(int month) { return month >= 1 && month <= 12; }
+bool IsDay(int day) { return day >= 1 && day <= 31; }
 
 // Month and day are right, or get right by a month in Chinese behind "2024年".
-bool completeByChineseMonth(std::u16string_view text, DateTimeFields& date) {
+bool CompleteByChineseMonth(std::u16string_view text, DateTimeFields& date) {
     constexpr std::u16string_view kMonths = u"一二三四五六七八九十";
     constexpr std::size_t kMonthAt = 5;
     const std::size_t found = text.size() > kMonthAt ? kMonths.find(text[kMonthAt]) : kMonths.npos;
@@ -64,12 +64,12 @@ bool completeByChineseMonth(std::u16string_view text, DateTimeFields& date) {
         if (date.month == 10 && next == u'一') date.month = 11;
         if (date.month == 10 && next == u'二') date.month = 12;
     }
-    return isMonth(date.month) && isDay(date.day);
+    return IsMonth(date.month) && IsDay(date.day);
 }
 
 enum class NextStep { kOrder, kCheck, kChineseMonth };
 
-NextStep placeTimeFirst(const Numbers& numbers, DateTimeFields& date) {
+NextStep PlaceTimeFirst(const Numbers& numbers, DateTimeFields& date) {
     const auto& n = numbers.values;
     date.hour = n[0];
     date.minute = n[1];
@@ -94,26 +94,26 @@ NextStep placeTimeFirst(const Numbers& numbers, DateTimeFields& date) {
     }
 }
 
-NextStep place(const Numbers& numbers, DateTimeFields& date) {
+NextStep Place(const Numbers& numbers, DateTimeFields& date) {
     const auto& n = numbers.values;
     if (numbers.count == 1) {
         date.year = n[0];
         return NextStep::kCheck;
     }
-    if (numbers.separator == u':') return placeTimeFirst(numbers, date);
+    if (numbers.separator == u':') return PlaceTimeFirst(numbers, date);
     date = {n[2], n[1], n[0], n[3], n[4], n[5]};
     return NextStep::kOrder;
 }
 
-bool readDateTime(const lkchar* text, DateTimeFields& date) {
-    const NextStep next = place(readNumbers(text), date);
-    if (next == NextStep::kOrder) orderDate(date);
+bool ReadDateTime(const lkchar* text, DateTimeFields& date) {
+    const NextStep next = Place(ReadNumbers(text), date);
+    if (next == NextStep::kOrder) OrderDate(date);
     if (next != NextStep::kChineseMonth) {
-        if (isMonth(date.month) && isDay(date.day)) return true;
+        if (IsMonth(date.month) && IsDay(date.day)) return true;
         // The order step has taken a lone day for the month.
         if (date.day == 0) date.day = date.month;
     }
-    return completeByChineseMonth(text, date);
+    return CompleteByChineseMonth(text, date);
 }
 
 }  // namespace
@@ -121,7 +121,7 @@ bool readDateTime(const lkchar* text, DateTimeFields& date) {
 ClkDateTime ParseDateTime(const lkchar* text, bool& ok) {
     ClkDateTime result;
     DateTimeFields date;
-    ok = text != nullptr && *text != u'\0' && readDateTime(text, date);
+    ok = text != nullptr && *text != u'\0' && ReadDateTime(text, date);
     if (ok) result.SetDateTime(date.year, date.month, date.day, date.hour, date.minute, date.second);
     return result;
 }

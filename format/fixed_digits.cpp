@@ -20,7 +20,7 @@ static_assert(std::size(kPowersOfTen) == FixedDigits::kMaxDecimals + 1);
 constexpr double kScaledLimit = 4503599627370496.0;  // 2^52
 
 // The integer nearest to the exact value * power, ties to even. The product must lie below kScaledLimit.
-std::int64_t scale(double value, double power) {
+std::int64_t Scale(double value, double power) {
     const double product = value * power;
     double nearest = product + kScaledLimit - kScaledLimit;
     if (std::fabs(product - nearest) == 0.5) {
@@ -51,7 +51,7 @@ FixedDigits::FixedDigits(double value, int decimals) {
     const double power = kPowersOfTen[decimals];
     m_IsNegative = std::signbit(value);
     if (magnitude != 0.0 && magnitude * power < kScaledLimit) {
-        SetScaled(static_cast<std::uint64_t>(scale(magnitude, power)), decimals);
+        SetScaled(static_cast<std::uint64_t>(Scale(magnitude, power)), decimals);
     } else if (std::isfinite(value)) {
         SetExact(magnitude, decimals);
     } else {

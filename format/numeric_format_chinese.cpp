@@ -17,14 +17,14 @@ constexpr std::u16string_view BigUnitChars = u"元拾佰仟万拾佰仟亿拾佰
 
 constexpr std::size_t kGroupPlaces = 4;
 
-lkchar bigDigit(char digit) { return BigDigitChars[digit - '0']; }
+lkchar BigDigit(char digit) { return BigDigitChars[digit - '0']; }
 
 // Places that have no unit give a zero unit, where text functions end: a number beyond the units never reads
 // as a smaller one with all its digits.
-lkchar bigUnit(std::size_t place) { return place < BigUnitChars.size() ? BigUnitChars[place] : u'\0'; }
+lkchar BigUnit(std::size_t place) { return place < BigUnitChars.size() ? BigUnitChars[place] : u'\0'; }
 
 // Walks from the ones upward and builds the text in that order, last unit first.
-lkstr bigInteger(std::string_view digits) {
+lkstr BigInteger(std::string_view digits) {
     lkstr reversed;
     reversed.reserve(2 * digits.size() + digits.size() / kGroupPlaces);
     bool groupPending = false;
@@ -40,17 +40,17 @@ lkstr bigInteger(std::string_view digits) {
         if (zeroPending && !reversed.empty()) reversed += u'零';
         zeroPending = false;
         if (place != 0) {
-            if (groupPending && !startsGroup) reversed += bigUnit(place - place % kGroupPlaces);
-            reversed += bigUnit(place);
+            if (groupPending && !startsGroup) reversed += BigUnit(place - place % kGroupPlaces);
+            reversed += BigUnit(place);
             groupPending = false;
         }
-        reversed += bigDigit(digit);
+        reversed += BigDigit(digit);
     }
     std::reverse(reversed.begin(), reversed.end());
     return reversed;
 }
 
-lkstr nameOf(double notFinite) {
+lkstr NameOf(double notFinite) {
     const FixedDigits name(notFinite, 0);
     return lkstr(name.Digits().begin(), name.Digits().end());
 }
@@ -58,7 +58,7 @@ lkstr nameOf(double notFinite) {
 }  // namespace
 
 lkstr ClkNumericFormatParser::ToBigMoney(double value) {
-    if (!std::isfinite(value)) return nameOf(value);
+    if (!std::isfinite(value)) return NameOf(value);
     if (value > -0.005 && value < 0.005) return u"零元整";
     const bool negative = value < 0.0;
     const FixedDigits cents(std::fabs(value) + 1e-11, 2);
@@ -68,14 +68,14 @@ lkstr ClkNumericFormatParser::ToBigMoney(double value) {
     const char fen = digits.back();
     const char jiao = digits.size() > 1 ? digits[digits.size() - 2] : '0';
 
-    lkstr text = bigInteger(digits.substr(0, integers));
+    lkstr text = BigInteger(digits.substr(0, integers));
     if (!text.empty()) text += u'元';
-    if (jiao != '0' || (fen != '0' && !text.empty())) text += bigDigit(jiao);
+    if (jiao != '0' || (fen != '0' && !text.empty())) text += BigDigit(jiao);
     if (jiao != '0') text += u'角';
     if (fen == '0') {
         text += u'整';
     } else {
-        text += bigDigit(fen);
+        text += BigDigit(fen);
         text += u'分';
     }
     if (negative) text.insert(text.begin(), u'负');
@@ -88,10 +88,10 @@ lkstr ClkNumericFormatParser::ToBigNumeric(double value, const ClkFormatAnalyser
     for (int i = 0; i < analyser.m_MaxDecimals && limit != 0.0; ++i) limit *= 0.1;
     if (limit > value) text += u'负';
     if (std::isfinite(value)) {
-        const lkstr number = bigInteger(FixedDigits(std::fabs(value), 0).Digits());
+        const lkstr number = BigInteger(FixedDigits(std::fabs(value), 0).Digits());
         text += number.empty() ? u"零" : number;
     } else {
-        text += nameOf(std::fabs(value));
+        text += NameOf(std::fabs(value));
     }
     text += analyser.m_Suffix;
     return text;
@@ -100,7 +100,7 @@ lkstr ClkNumericFormatParser::ToBigNumeric(double value, const ClkFormatAnalyser
 lkstr ClkNumericFormatParser::ToBigNumericDigit(const lkchar* text) {
     lkstr digits;
     for (; text != nullptr && *text != u'\0'; ++text) {
-        if (*text >= u'0' && *text <= u'9') digits += bigDigit(static_cast<char>(*text));
+        if (*text >= u'0' && *text <= u'9') digits += BigDigit(static_cast<char>(*text));
     }
     return digits;
 }

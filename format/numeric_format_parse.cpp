@@ -25,11 +25,11 @@ using TextView = std::u16string_view;
 
 constexpr TextView kFormatCharacters = u"#(+-.0$%),";
 
-bool isFormatCharacter(lkchar unit) { return kFormatCharacters.find(unit) != TextView::npos; }
+bool IsFormatCharacter(lkchar unit) { return kFormatCharacters.find(unit) != TextView::npos; }
 
-bool isDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
+bool IsDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
 
-int countOf(TextView text, lkchar unit) {
+int CountOf(TextView text, lkchar unit) {
     return static_cast<int>(std::count(text.begin(), text.end(), unit));
 }
 
@@ -47,22 +47,22 @@ struct FirstPositions {
     std::size_t plus, minus, currency, comma, open, close;
     std::size_t point;  // the end of the body without a "."
 
-    std::size_t signAnchor() const {
+    std::size_t SignAnchor() const {
         if (plus != TextView::npos) return plus;
         if (minus != TextView::npos) return minus;
         return currency;
     }
 };
 
-void parseLiterals(Analyser& section, TextView body) {
-    const auto first = std::find_if(body.begin(), body.end(), isFormatCharacter);
+void ParseLiterals(Analyser& section, TextView body) {
+    const auto first = std::find_if(body.begin(), body.end(), IsFormatCharacter);
     section.m_Prefix.assign(body.begin(), first);
     if (first == body.end()) return;
-    const auto last = std::find_if(body.rbegin(), body.rend(), isFormatCharacter);
+    const auto last = std::find_if(body.rbegin(), body.rend(), IsFormatCharacter);
     section.m_Suffix.assign(last.base(), body.end());
 }
 
-void parseFlags(Analyser& section, TextView body, const FirstPositions& at) {
+void ParseFlags(Analyser& section, TextView body, const FirstPositions& at) {
     section.m_Percent = body.find(u'%') != TextView::npos;
     section.m_Space = body.find(u' ') != TextView::npos;
     section.m_Parenthesis = at.open != TextView::npos;
@@ -70,7 +70,7 @@ void parseFlags(Analyser& section, TextView body, const FirstPositions& at) {
 
     section.m_ExplicitSign =
         at.plus != TextView::npos || (at.minus != TextView::npos && section.m_TextColor != 0);
-    const std::size_t anchor = at.signAnchor();
+    const std::size_t anchor = at.SignAnchor();
     section.m_SignLeading = anchor == TextView::npos || anchor < at.point;
     if (!section.m_Currency) return;
     if (section.m_Parenthesis) {
@@ -81,19 +81,19 @@ void parseFlags(Analyser& section, TextView body, const FirstPositions& at) {
     }
 }
 
-void parseDigitPlaces(Analyser& section, TextView body, const FirstPositions& at) {
+void ParseDigitPlaces(Analyser& section, TextView body, const FirstPositions& at) {
     if (at.comma != TextView::npos) {
         // Whatever stands between comma and point counts, literal text and "%" included.
         section.m_GroupSize = at.comma < at.point ? static_cast<int>(at.point - 1 - at.comma) : 3;
     }
-    section.m_MinIntegerDigits = countOf(body.substr(0, at.point), u'0');
+    section.m_MinIntegerDigits = CountOf(body.substr(0, at.point), u'0');
     const TextView decimals = body.substr(std::min(at.point + 1, body.size()));
-    section.m_MinDecimals = countOf(decimals, u'0');
-    section.m_MaxDecimals = section.m_MinDecimals + countOf(decimals, u'#');
+    section.m_MinDecimals = CountOf(decimals, u'0');
+    section.m_MaxDecimals = section.m_MinDecimals + CountOf(decimals, u'#');
 }
 
 // The text behind the section must be readable up to a ";" or the zero unit.
-void parseSection(Analyser& section, TextView text) {
+void ParseSection(Analyser& section, TextView text) {
     section.DefaultMe();
     if (text.empty()) return;
     TextView body = text;
@@ -101,14 +101,14 @@ void parseSection(Analyser& section, TextView text) {
         body.remove_prefix(static_cast<std::size_t>(rest - text.data()));
     }
     section.m_Exponent = !body.empty() && body.front() == u'e';
-    if (!section.m_Exponent) parseLiterals(section, body);
+    if (!section.m_Exponent) ParseLiterals(section, body);
     const FirstPositions at(body);
-    parseFlags(section, body, at);
-    parseDigitPlaces(section, body, at);
+    ParseFlags(section, body, at);
+    ParseDigitPlaces(section, body, at);
 }
 
-const lkchar* skipDigits(const lkchar* text) {
-    while (isDigit(*text)) ++text;
+const lkchar* SkipDigits(const lkchar* text) {
+    while (IsDigit(*text)) ++text;
     return text;
 }
 
@@ -133,7 +133,7 @@ void ClkNumericFormatParser::ClkFormatAnalyser::DefaultMe() {
 }
 
 void ClkNumericFormatParser::ClkFormatAnalyser::Parse(const lkchar* text) {
-    parseSection(*this, text != nullptr ? text : gc_lkchar_empty);
+    ParseSection(*this, text != nullptr ? text : gc_lkchar_empty);
 }
 
 void ClkNumericFormatParser::DefaultMe() {
@@ -176,14 +176,14 @@ void ClkNumericFormatParser::DoNormalParse(const lkchar* text) {
         rest.remove_prefix(std::min(end + 1, rest.size()));
         return section;
     };
-    parseSection(m_Normal, nextSection());
+    ParseSection(m_Normal, nextSection());
     if (const TextView negative = nextSection(); !negative.empty()) {
         m_Negative = std::make_unique<ClkFormatAnalyser>();
-        parseSection(*m_Negative, negative);
+        ParseSection(*m_Negative, negative);
     }
     if (!rest.empty()) {
         m_Zero = std::make_unique<ClkFormatAnalyser>();
-        parseSection(*m_Zero, rest);
+        ParseSection(*m_Zero, rest);
     }
 }
 
@@ -196,7 +196,7 @@ const lkchar* ClkNumericFormatParser::DecodeTextColor(const lkchar* text, unsign
     unsigned int components = 0;
     for (int shift = 0; shift <= 16; shift += 8) {
         const int component = lkstr_toi(text);
-        const lkchar* end = skipDigits(text);
+        const lkchar* end = SkipDigits(text);
         if (end == text || *end != (shift < 16 ? u',' : u')')) return nullptr;
         if (component < 0 || component > 255) return nullptr;
         components |= static_cast<unsigned int>(component) << shift;

@@ -13,27 +13,27 @@ namespace {
 
 constexpr lkchar kDefaultXlsFormat[] = u"0.#########";
 
-lkstr repeated(lkchar unit, std::int64_t count) {
+lkstr Repeated(lkchar unit, std::int64_t count) {
     return lkstr(static_cast<std::size_t>(std::max<std::int64_t>(count, 0)), unit);
 }
 
-lkstr decimalOf(unsigned int component) { return lkstr_fromi(static_cast<int>(component & 255)); }
+lkstr DecimalOf(unsigned int component) { return lkstr_fromi(static_cast<int>(component & 255)); }
 
-lkstr colourForm(unsigned int color) {
+lkstr ColourForm(unsigned int color) {
     if (color == 0) return {};
-    return u"rgb(" + decimalOf(color) + u"," + decimalOf(color >> 8) + u"," + decimalOf(color >> 16) + u")";
+    return u"rgb(" + DecimalOf(color) + u"," + DecimalOf(color >> 8) + u"," + DecimalOf(color >> 16) + u")";
 }
 
 // Places and separators of the integer pattern: enough to show the required zeros and one whole group.
-std::int64_t integerPatternLength(std::int64_t zeros, std::int64_t groupSize) {
+std::int64_t IntegerPatternLength(std::int64_t zeros, std::int64_t groupSize) {
     if (groupSize < 1) return std::max<std::int64_t>(zeros, 1);
     if (zeros < 1) return groupSize + 2;
     const std::int64_t places = std::max(groupSize + 1, zeros);
     return places + (places - 1) / groupSize;
 }
 
-lkstr integerPattern(std::int64_t zeros, std::int64_t groupSize) {
-    lkstr pattern = repeated(u'#', integerPatternLength(zeros, groupSize));
+lkstr IntegerPattern(std::int64_t zeros, std::int64_t groupSize) {
+    lkstr pattern = Repeated(u'#', IntegerPatternLength(zeros, groupSize));
     std::int64_t position = 0;
     for (auto unit = pattern.rbegin(); unit != pattern.rend(); ++unit) {
         ++position;
@@ -47,14 +47,14 @@ lkstr integerPattern(std::int64_t zeros, std::int64_t groupSize) {
     return pattern;
 }
 
-lkstr orXlsDefault(const lkstr& text) { return text.empty() ? lkstr(kDefaultXlsFormat) : text; }
+lkstr OrXlsDefault(const lkstr& text) { return text.empty() ? lkstr(kDefaultXlsFormat) : text; }
 
 }  // namespace
 
 lkstr ClkNumericFormatParser::ClkFormatAnalyser::InternalGetNumericFormatText() const {
-    lkstr text = integerPattern(m_MinIntegerDigits, m_GroupSize);
+    lkstr text = IntegerPattern(m_MinIntegerDigits, m_GroupSize);
     const lkstr decimals =
-        repeated(u'0', m_MinDecimals) + repeated(u'#', std::int64_t{m_MaxDecimals} - m_MinDecimals);
+        Repeated(u'0', m_MinDecimals) + Repeated(u'#', std::int64_t{m_MaxDecimals} - m_MinDecimals);
     if (!decimals.empty()) text += u'.' + decimals;
     if (m_Percent) text += u'%';
     return text;
@@ -86,7 +86,7 @@ lkstr ClkNumericFormatParser::ClkFormatAnalyser::GetFormatText() const {
         }
     }
     if (m_Exponent) lead.insert(0, 1, u'e');
-    return colourForm(m_TextColor) + m_Prefix + lead + InternalGetNumericFormatText() + trail + m_Suffix;
+    return ColourForm(m_TextColor) + m_Prefix + lead + InternalGetNumericFormatText() + trail + m_Suffix;
 }
 
 bool ClkNumericFormatParser::ClkFormatAnalyser::IsDefaultXlsFormat() const {
@@ -128,10 +128,10 @@ lkstr ClkNumericFormatParser::GetExportXlsFormatText() const {
     if (m_Kind != NumericKindNormal) return {};
     lkstr normal = m_Normal.GetExportXlsFormatText();
     if (m_Negative == nullptr && m_Zero == nullptr && !m_Normal.m_Parenthesis) return normal;
-    const lkstr positive = orXlsDefault(normal);
+    const lkstr positive = OrXlsDefault(normal);
     lkstr negative = positive;
     if (m_Negative != nullptr) {
-        negative = orXlsDefault(m_Negative->GetExportXlsFormatText());
+        negative = OrXlsDefault(m_Negative->GetExportXlsFormatText());
     } else if (m_Normal.m_Parenthesis) {
         negative = u'(' + positive + u')';
     }

@@ -23,7 +23,7 @@ constexpr std::size_t kColourMarkSize = std::size(u"[_color#=rgb(255,255,255)]")
 constexpr std::size_t kRawBufferSize = 128;
 
 // An upper bound for the units that a section renders, the zero unit included.
-std::size_t roomFor(const Analyser& section) {
+std::size_t RoomFor(const Analyser& section) {
     constexpr std::size_t kSigns = std::size(u"(- )%");
     constexpr std::size_t kExponent = std::size(u"e+308");
     const auto integers = static_cast<unsigned int>(std::max(section.m_MinIntegerDigits, kMaxIntegerDigits));
@@ -38,7 +38,7 @@ std::size_t roomFor(const Analyser& section) {
     return room;
 }
 
-// Renders one section into a buffer that roomFor has measured.
+// Renders one section into a buffer that RoomFor has measured.
 class SectionWriter {
 public:
     SectionWriter(const Analyser& section, lkchar* buffer) : m_Section(section), m_At(buffer) {}
@@ -89,7 +89,7 @@ void SectionWriter::PutColourMark() {
 
 // Digits are those of the exact binary value, which lies below many a decimal tie. A little more magnitude
 // lets ties round away from zero, as people expect.
-double awayFromTies(double value, int decimals) {
+double AwayFromTies(double value, int decimals) {
     if (decimals > 10 || value == 0.0) return value;
     return value + std::copysign(decimals <= 3 ? 1e-09 : 1e-11, value);
 }
@@ -99,7 +99,7 @@ void SectionWriter::Render(double value, bool percent, bool exponent) {
     if (m_Section.m_TextColor != 0) PutColourMark();
     if (percent) value *= 100.0;
     if (exponent) return RenderScientific(value, percent);
-    value = awayFromTies(value, m_Section.m_MaxDecimals);
+    value = AwayFromTies(value, m_Section.m_MaxDecimals);
     const FixedDigits digits(value, m_Section.m_MaxDecimals);
     if (digits.PointPosition() > kMaxIntegerDigits) return Render(value, false, true);
     RenderDigits(value, digits, percent);
@@ -209,7 +209,7 @@ void SectionWriter::PutDecimals(std::string_view digits, int leadingZeros) {
 }
 
 // pow(0.1, exponent) to the last bit, since it decides which values count as zero.
-double powerOfTenth(int exponent) {
+double PowerOfTenth(int exponent) {
     static const auto powers = [] {
         std::array<double, 24> table;
         for (std::size_t i = 0; i < table.size(); ++i) table[i] = std::pow(0.1, static_cast<double>(i));
@@ -219,14 +219,14 @@ double powerOfTenth(int exponent) {
     return index < powers.size() ? powers[index] : std::pow(0.1, exponent);
 }
 
-int shownDecimals(const Analyser& section) { return section.m_MaxDecimals + (section.m_Percent ? 2 : 0); }
+int ShownDecimals(const Analyser& section) { return section.m_MaxDecimals + (section.m_Percent ? 2 : 0); }
 
-bool showsAsZero(double value, const Analyser& normal, const Analyser& negative) {
-    return value > -0.5 * powerOfTenth(shownDecimals(negative)) &&
-           value < 0.5 * powerOfTenth(shownDecimals(normal));
+bool ShowsAsZero(double value, const Analyser& normal, const Analyser& negative) {
+    return value > -0.5 * PowerOfTenth(ShownDecimals(negative)) &&
+           value < 0.5 * PowerOfTenth(ShownDecimals(normal));
 }
 
-int toEnumValue(double value) {
+int ToEnumValue(double value) {
     if (!(value > INT_MIN)) return INT_MIN;  // NaN too
     return value < INT_MAX ? static_cast<int>(value) : INT_MAX;
 }
@@ -234,7 +234,7 @@ int toEnumValue(double value) {
 }  // namespace
 
 void ClkNumericFormatParser::ClkFormatAnalyser::Format(double value, lkchar* buffer) const {
-    const std::size_t room = roomFor(*this);
+    const std::size_t room = RoomFor(*this);
     if (room <= kRawBufferSize) {
         SectionWriter(*this, buffer).Write(value);
         return;
@@ -248,8 +248,8 @@ void ClkNumericFormatParser::ClkFormatAnalyser::Format(double value, lkchar* buf
 const lkchar* ClkNumericFormatParser::Format(double value) const {
     switch (m_Kind) {
         case NumericKindIntEnum:
-            return Keep(m_IntEnum != nullptr ? m_IntEnum->Format(toEnumValue(value))
-                                             : lkstr_fromi(toEnumValue(value)));
+            return Keep(m_IntEnum != nullptr ? m_IntEnum->Format(ToEnumValue(value))
+                                             : lkstr_fromi(ToEnumValue(value)));
         case NumericKindBigMoney:
             return Keep(ToBigMoney(value));
         case NumericKindBigNumeric:
@@ -258,13 +258,13 @@ const lkchar* ClkNumericFormatParser::Format(double value) const {
             break;
     }
     const ClkFormatAnalyser* section = &m_Normal;
-    if (m_Zero != nullptr && showsAsZero(value, m_Normal, m_Negative != nullptr ? *m_Negative : m_Normal)) {
+    if (m_Zero != nullptr && ShowsAsZero(value, m_Normal, m_Negative != nullptr ? *m_Negative : m_Normal)) {
         section = m_Zero.get();
         value = 0.0;
     } else if (m_Negative != nullptr && value < 0.0) {
         section = m_Negative.get();
     }
-    lkchar* const text = Room(roomFor(*section));
+    lkchar* const text = Room(RoomFor(*section));
     SectionWriter(*section, text).Write(value);
     return m_Kind == NumericKindBigDigit ? Keep(ToBigNumericDigit(text)) : text;
 }
