@@ -72,7 +72,13 @@ private:
 
     static void write(png_structp png, png_bytep bytes, png_size_t count) {
         auto* self = static_cast<PngEncoder*>(png_get_io_ptr(png));
-        self->output_.append(reinterpret_cast<const char*>(bytes), count);
+        bool full = false;
+        try {
+            self->output_.append(reinterpret_cast<const char*>(bytes), count);
+        } catch (const std::exception&) {  // must not pass through the library
+            full = true;
+        }
+        if (full) png_error(png, "out of memory");
     }
     [[noreturn]] static void onError(png_structp png, png_const_charp text) {
         auto* self = static_cast<PngEncoder*>(png_get_error_ptr(png));
