@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
-#include <cstdio>
 #include <cwctype>
+#include <iterator>
 #include <stdexcept>
 #include <string_view>
 
@@ -232,8 +232,8 @@ wstr i2wstr(int value) { return wstr_fromascii(i2str(value).c_str()); }
 
 lkstr lkstr_fromf(double value) {
     char digits[336];  // the largest double has 309 digits ahead of the point
-    std::snprintf(digits, sizeof digits, "%f", value);
-    return lkstr_fromascii(digits);
+    char* const end = std::to_chars(digits, std::end(digits), value, std::chars_format::fixed, 6).ptr;
+    return AsciiStr2LKStr(digits, static_cast<int>(end - digits));
 }
 
 void StrTrimLeft(lkstr& text) { TrimLeft(text); }

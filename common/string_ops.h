@@ -58,7 +58,7 @@ int lkstr_toi(const lkchar* text);
 double lkstr_tof(const lkchar* text);
 
 lkstr lkstr_fromi(int value);
-lkstr lkstr_fromf(double value);  // "%f": six decimals
+lkstr lkstr_fromf(double value);  // "%f": six decimals, with a "." in every locale
 str i2str(int value);
 wstr i2wstr(int value);
 

@@ -1,8 +1,9 @@
 #include "format/number_helpers.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <iterator>
 
 #include "common/string_ops.h"
 
@@ -19,8 +20,9 @@ double FloorKeepingSign(double value) {
 
 str PrintFixed(double value, int digits) {
     char text[336];  // the largest double has 309 digits ahead of the point
-    const int length = std::snprintf(text, sizeof text, "%.*f", std::clamp(digits, 0, 9), value);
-    return str(text, static_cast<std::size_t>(length));
+    const auto printed =
+        std::to_chars(text, std::end(text), value, std::chars_format::fixed, std::clamp(digits, 0, 9));
+    return str(text, printed.ptr);
 }
 
 }  // namespace

@@ -13,7 +13,8 @@ double round45(double value, int digits);
 // towards zero.
 double round465(double value, int digits);
 
-lkstr FormatNumberFixed(double value, int digits);  // "%.<digits>f", digits held to 0 to 9
+// "%.<digits>f" as in the "C" locale, whatever the process's is; digits held to 0 to 9.
+lkstr FormatNumberFixed(double value, int digits);
 
 // As FormatNumberFixed, then without the zeros at the end and a "." before them. With 0 digits the zeros of
 // the integer itself go: 100 gives "1".

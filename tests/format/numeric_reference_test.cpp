@@ -7,6 +7,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <random>
 #include <thread>
 
@@ -181,7 +182,15 @@ TEST(NumericFormat, RendersAsTheReference) {
 }
 
 TEST(NumericFormat, IsTheSameOnManyThreadsAndInEveryLocale) {
-    std::setlocale(LC_NUMERIC, "de_DE.UTF-8");  // has a decimal comma; stays "C" where it isn't installed
+    // A locale with a decimal comma, made here, since few machines have one.
+    const str locales = testing::TempDir() + "larkspur-locales";
+    std::filesystem::create_directories(locales);
+    if (std::system(("localedef -i de_DE -f UTF-8 " + locales + "/de_DE.UTF-8").c_str()) == 0) {
+        setenv("LOCPATH", locales.c_str(), 1);
+        ASSERT_NE(std::setlocale(LC_NUMERIC, "de_DE.UTF-8"), nullptr);
+    }
+    EXPECT_EQ(FormatNumberFixed2(1.25, 3), u"1.25");
+    EXPECT_EQ(lkstr_fromf(1.5), u"1.500000");
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([] {
@@ -196,6 +205,7 @@ TEST(NumericFormat, IsTheSameOnManyThreadsAndInEveryLocale) {
     }
     for (std::thread& thread : threads) thread.join();
     std::setlocale(LC_NUMERIC, "C");
+    std::filesystem::remove_all(locales);
 }
 
 }  // namespace
