@@ -3,57 +3,22 @@
 #define QBSVR_TESTS_DRIVER_DRIVER_TEST_H
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "common/unicode.h"
 #include "driver/batch.h"
 #include "driver/sample_tree.h"
+#include "tests/driver/scratch_directory.h"
 #include "tests/engine/recording_engine.h"
-
-inline std::string ReadFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-inline void WriteFile(const std::filesystem::path& path, const std::string& text) {
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << text;
-}
 
 inline std::string Join(const std::vector<std::string>& lines) {
     std::string text;
     for (const std::string& line : lines) text += line + "\n";
     return text;
 }
-
-// All files below a directory, relative to it, in order.
-inline std::vector<std::string> FilesBelow(const std::filesystem::path& directory) {
-    std::vector<std::string> files;
-    if (!std::filesystem::exists(directory)) return files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
-        if (entry.is_regular_file()) files.push_back(entry.path().lexically_relative(directory).string());
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-class ScratchDirectory {
-public:
-    ScratchDirectory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "qbsvrtest-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-    }
-    ~ScratchDirectory() { std::filesystem::remove_all(path); }
-    std::filesystem::path path;
-};
 
 // The set-up directory is "/qb/", which need not exist: the recording engine loads whatever it is asked for.
 class DriverTest : public testing::Test {

@@ -1,6 +1,7 @@
 // The program as a shell runs it: argument words, lines, abnormal ends, and what it exports.
 #include <fcntl.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <set>
 
