@@ -18,7 +18,7 @@
 // is borrowed: it belongs to what it was taken from, lives as long as that does, and is never released.
 // Loading a template replaces the report's contents, so that sections, controls, grids and record sets taken
 // before it are gone; the report itself stays. A binary object has no release function: its bytes are valid
-// until the next QBReportUnprepareExport, export, load or QBReportRelease on its report. An event handler is
+// until the next QBReportUnprepareExport or QBReportRelease on its report. An event handler is
 // made with `new` and belongs to the report from the attaching on: the engine deletes it. Handlers stay
 // attached across loads, as long as their report lives.
 //

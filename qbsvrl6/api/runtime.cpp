@@ -15,16 +15,24 @@ void Runtime::forgetTemplate() {
     walk.clear();
     walkPosition = 0;
     prepared = false;
-    dropResults();
     loadedData.reset();
     dataCache.clear();
     printerUsed.clear();
 }
 
 BinaryObject* Runtime::keepResult(std::string bytes) {
-    if (results.size() == limits::kKeptResults) results.pop_front();
-    results.push_back({std::move(bytes)});
-    return &results.back();
+    keptBytes_ += bytes.size();
+    results_.push_back({std::move(bytes)});
+    while (results_.size() > limits::kKeptResults && keptBytes_ > limits::kKeptBytes) {
+        keptBytes_ -= results_.front().bytes.size();
+        results_.pop_front();
+    }
+    return &results_.back();
+}
+
+void Runtime::dropResults() {
+    results_.clear();
+    keptBytes_ = 0;
 }
 
 Runtime& runtimeOf(Report& report) {

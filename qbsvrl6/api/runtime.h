@@ -37,10 +37,10 @@ struct Runtime : ReportRuntime {
     // Forgets what belongs to the template that is about to be replaced; handlers stay.
     void forgetTemplate();
 
-    // Keeps the bytes of an export for the caller. The latest results stay until they are dropped; of a
-    // caller that never drops them, only so many are kept.
+    // Keeps the bytes of an export for the caller until they are dropped. limits.h tells how much is kept for
+    // a caller that never drops them.
     BinaryObject* keepResult(std::string bytes);
-    void dropResults() { results.clear(); }
+    void dropResults();
 
     Report& report;
     bool created = false;  // by QBReportCreate, so that QBReportRelease may free it
@@ -54,7 +54,6 @@ struct Runtime : ReportRuntime {
     bool prepared = false;
     ExportOptions preparedOptions;
     ExportOptions directOptions;  // handed to the event of an export without a prepare
-    std::deque<BinaryObject> results;
 
     std::shared_ptr<const DataSet> loadedData;  // of QBReportLoadDataFromURL
     DataCache dataCache;
@@ -63,6 +62,10 @@ struct Runtime : ReportRuntime {
     std::u16string extractedXml;
     std::u16string formattedNumber;
     std::u16string printerUsed;
+
+private:
+    std::deque<BinaryObject> results_;
+    std::size_t keptBytes_ = 0;
 };
 
 // The report's runtime, made if there is none yet.

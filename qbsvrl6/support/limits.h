@@ -20,13 +20,16 @@ inline constexpr int kDataDepth = 200;
 inline constexpr int kSubReportDepth = 16;
 inline constexpr int kExpressionDepth = 100;
 inline constexpr std::size_t kExpressionUnits = 16'384;  // of one expression's text
-inline constexpr std::size_t kTextUnits = 1u << 24;  // of a text that expressions make
+inline constexpr std::size_t kTextUnits = 1u << 24;      // of a text that expressions make
 inline constexpr std::size_t kGridColumns = 2'000;
 inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kDataColumns = 16'384;
 inline constexpr std::size_t kChartSeries = 1'000;
 inline constexpr std::size_t kChartPoints = 100'000;  // of all series together
-inline constexpr std::size_t kKeptResults = 16;       // of exports, for a caller that never drops them
+// Results of exports that a report keeps for a caller that never closes an export: the latest ones always,
+// older ones while all together stay below the bytes.
+inline constexpr std::size_t kKeptResults = 16;
+inline constexpr std::size_t kKeptBytes = 1u << 28;
 inline constexpr int kPages = 1'000'000;
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid
