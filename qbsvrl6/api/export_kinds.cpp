@@ -29,8 +29,9 @@ Sink makeTiff(const ExportJob& job, std::string& output) {
 }
 
 SheetOptions sheetOptions(const ExportJob& job) {
-    return {job.report.info, columnCuts(job.report, job.layout), job.report.page, job.layout.paged,
-            job.options.pageBreaks};
+    const bool isData = job.options.kind == ExportKind::Xls || job.options.kind == ExportKind::Csv;
+    return {job.report.info, columnCuts(job.report, job.layout, isData ? FreeEdges::Yield : FreeEdges::Cut),
+            job.report.page, job.layout.paged, job.options.pageBreaks};
 }
 
 Sink makeXlsx(const ExportJob& job, std::string& output) { return makeXlsxWriter(sheetOptions(job), output); }

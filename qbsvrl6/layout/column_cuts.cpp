@@ -13,27 +13,41 @@ constexpr Micrometres kNear = 1'000;
 
 class Cuts {
 public:
-    void add(std::int64_t edge) {
-        constexpr std::int64_t kFarthest = limits::kBandMicrometres;
-        edges_.push_back(static_cast<Micrometres>(std::clamp<std::int64_t>(edge, 0, kFarthest)));
-    }
+    void addGridEdge(std::int64_t edge) { gridEdges_.push_back(onDrawing(edge)); }
+    void addFreeEdge(std::int64_t edge) { freeEdges_.push_back(onDrawing(edge)); }
 
-    // Makes cuts of the edges collected so far that no earlier cut is near to: what comes first leads.
-    void take() {
-        std::sort(edges_.begin(), edges_.end());
-        for (const Micrometres edge : edges_) {
-            const auto behind = std::lower_bound(cuts_.begin(), cuts_.end(), edge);
-            if (behind != cuts_.end() && *behind - edge < kNear) continue;
-            if (behind != cuts_.begin() && edge - *(behind - 1) < kNear) continue;
-            cuts_.insert(behind, edge);
+    // Make cuts of the edges collected so far that no earlier cut is near to: what comes first leads.
+    void takeGridEdges() { take(gridEdges_); }
+    void takeFreeEdges(FreeEdges freeEdges) {
+        if (freeEdges == FreeEdges::Yield && !cuts_.empty()) {
+            std::erase_if(freeEdges_, [first = cuts_.front(), last = cuts_.back()](Micrometres edge) {
+                return edge > first && edge < last;
+            });
         }
-        edges_.clear();
+        take(freeEdges_);
     }
 
     std::vector<Micrometres> done() && { return std::move(cuts_); }
 
 private:
-    std::vector<Micrometres> edges_;
+    static Micrometres onDrawing(std::int64_t edge) {
+        constexpr std::int64_t kFarthest = limits::kBandMicrometres;
+        return static_cast<Micrometres>(std::clamp<std::int64_t>(edge, 0, kFarthest));
+    }
+
+    void take(std::vector<Micrometres>& edges) {
+        std::sort(edges.begin(), edges.end());
+        for (const Micrometres edge : edges) {
+            const auto behind = std::lower_bound(cuts_.begin(), cuts_.end(), edge);
+            if (behind != cuts_.end() && *behind - edge < kNear) continue;
+            if (behind != cuts_.begin() && edge - *(behind - 1) < kNear) continue;
+            cuts_.insert(behind, edge);
+        }
+        edges.clear();
+    }
+
+    std::vector<Micrometres> gridEdges_;
+    std::vector<Micrometres> freeEdges_;
     std::vector<Micrometres> cuts_;
 };
 
@@ -66,8 +80,8 @@ public:
         for (int i = repeats ? detailColumns(report.page) : 1; i > 0; --i) {
             for (const PlacedColumn& column : geometry.columns) {
                 if (!column.visible) continue;
-                cuts_.add(left + column.x);
-                cuts_.add(left + column.x + column.width);
+                cuts_.addGridEdge(left + column.x);
+                cuts_.addGridEdge(left + column.x + column.width);
             }
             left += std::int64_t{place.width} + std::max(report.page.columnGap, 0);
         }
@@ -104,8 +118,8 @@ private:
         for (const auto& control : section->controls.items) {
             if (!control->column.empty()) continue;  // stands on edges of the grid
             const std::int64_t left = place.left + control->box.x;
-            cuts_.add(left);
-            cuts_.add(left + control->box.width);
+            cuts_.addFreeEdge(left);
+            cuts_.addFreeEdge(left + control->box.width);
             addSubReport(*control, {left, control->box.width, place.depth});
         }
     }
@@ -123,15 +137,17 @@ private:
 
 }  // namespace
 
-std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options) {
+std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options,
+                                    FreeEdges freeEdges) {
     Cuts cuts;
     Collector collector(options, cuts);
     const Micrometres width = options.paged ? detailWidth(report.page) : printableWidth(report.page);
     const Place place{report.page.margins.left, width, 0};
     collector.addColumns(report, place);
-    cuts.take();
+    cuts.takeGridEdges();
     collector.addControls(report, place);
-    cuts.take();
+    cuts.takeGridEdges();  // of sub-reports
+    cuts.takeFreeEdges(freeEdges);
     return std::move(cuts).done();
 }
 

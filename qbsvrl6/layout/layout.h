@@ -44,10 +44,17 @@ struct ReportData {
 void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
             PageSink& sink);
 
-// x of each column edge that the detail grid and the free controls of the report use, in micrometres from the
-// paper's left edge, ascending and without repeats: the cuts of a cell document. Edges nearer than a
-// millimetre are one.
-std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options);
+// Whether free controls cut the columns of a cell document.
+enum class FreeEdges {
+    Cut,    // yes: for documents that look like the page
+    Yield,  // only beside the detail grids, whose cells then never span columns: for tables of data
+};
+
+// x of each column edge that the detail grids (those of sub-reports among them) and the free controls of the
+// report use, in micrometres from the paper's left edge, ascending and without repeats: the cuts of a cell
+// document. Edges nearer than a millimetre are one; the grids' lead.
+std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options,
+                                    FreeEdges freeEdges = FreeEdges::Cut);
 
 }  // namespace qbsvrl6
 

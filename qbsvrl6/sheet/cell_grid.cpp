@@ -91,7 +91,8 @@ bool CellGrid::placeLikeBefore(Band& band) {
             return false;
         }
     }
-    extents_.assign(1, {0, band.height, band.height});
+    extents_.clear();
+    addExtent({0, 0, band.width, band.height});
     hasFloats_ = false;
     for (const std::size_t i : pattern_.order) {
         const Region& region = pattern_.regions[i];
@@ -160,15 +161,15 @@ void CellGrid::setRows(Region& region, const Rect& box) const {
     while (region.rowEnd < rowCount() && covers(box, region.rowEnd)) ++region.rowEnd;
 }
 
-// Tops of texts within the tolerance of each other are one row. A picture begins in a row that it stands
-// beside, and makes one of its own only where there is none. Lines and boxes make a row only where nothing
-// else stands in the band.
+// Texts whose tops are within the tolerance of each other are one row, and so are those that stand beside
+// each other for more than half of their height. A picture begins in a row that it stands beside, and makes
+// one of its own only where there is none. Lines and boxes make a row only where nothing else stands in the
+// band.
 void CellGrid::makeRows(const Band& band) {
     extents_.clear();
     hasFloats_ = false;
     for (const Item& item : band.items) {
-        if (!isPicture(item) && takesCells(item))
-            extents_.push_back({item.box.y, item.box.bottom(), item.box.height});
+        if (!isPicture(item) && takesCells(item)) addExtent(item.box);
     }
     joinExtents();
     for (const Item& item : band.items) {
@@ -178,13 +179,17 @@ void CellGrid::makeRows(const Band& band) {
         const bool standsBeside = std::any_of(extents_.begin(), extents_.end(), [&](const RowExtent& row) {
             return row.top < box.bottom() && box.y < row.bottom;
         });
-        if (!standsBeside) extents_.push_back({box.y, box.bottom(), box.height});
+        if (!standsBeside) addExtent(box);
     }
     joinExtents();
     if (extents_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) {
-        extents_.push_back({0, band.height, band.height});
+        addExtent({0, 0, band.width, band.height});
     }
     if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
+}
+
+void CellGrid::addExtent(const Rect& box) {
+    extents_.push_back({box.y, box.bottom(), box.bottom(), box.height, box.x, box.right()});
 }
 
 void CellGrid::joinExtents() {
@@ -192,15 +197,24 @@ void CellGrid::joinExtents() {
               [](const RowExtent& a, const RowExtent& b) { return a.top < b.top; });
     std::size_t count = 0;
     for (const RowExtent& extent : extents_) {
-        if (count > 0 && extent.top - extents_[count - 1].top <= kTolerance) {
+        if (count > 0 && belongsTo(extents_[count - 1], extent)) {
             RowExtent& row = extents_[count - 1];
             row.bottom = std::max(row.bottom, extent.bottom);
+            row.leastBottom = std::min(row.leastBottom, extent.leastBottom);
             row.leastHeight = std::min(row.leastHeight, extent.leastHeight);
+            row.left = std::min(row.left, extent.left);
+            row.right = std::max(row.right, extent.right);
         } else {
             extents_[count++] = extent;
         }
     }
     extents_.resize(count);
+}
+
+bool CellGrid::belongsTo(const RowExtent& row, const RowExtent& next) {
+    if (next.top - row.top <= kTolerance) return true;
+    const bool isBeside = next.left >= row.right - kTolerance || next.right <= row.left + kTolerance;
+    return isBeside && 2 * (row.leastBottom - next.top) > std::min(row.leastHeight, next.leastHeight);
 }
 
 // A row ends with the lowest of its items, at the latest where the next one begins; what is left between them
@@ -222,6 +236,14 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
         rows_[row].height = std::max(bottom - rowTop, kTolerance);
         rows_[row].gap = static_cast<Micrometres>(std::clamp<std::int64_t>(top - bottom_, 0, INT32_MAX));
         bottom_ = std::max(bottom_, top + rows_[row].height);
+    }
+    if (extents_.size() < 2) return;
+    // An item that reaches a little into the next row has no part in it: its own row must hold it.
+    for (std::size_t row = 0; row < extents_.size(); ++row) {
+        for (const Cell& cell : rows_[row].cells) {
+            if (cell.item == nullptr || cell.rowSpan > 1) continue;
+            rows_[row].height = std::max(rows_[row].height, cell.item->box.height);
+        }
     }
 }
 

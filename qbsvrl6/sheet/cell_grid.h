@@ -76,7 +76,9 @@ private:
     // A row of the band under way.
     struct RowExtent {
         Micrometres top = 0, bottom = 0;
-        Micrometres leastHeight = 0;  // of the items that begin here
+        // Of the items that begin here.
+        Micrometres leastBottom = 0, leastHeight = 0;
+        Micrometres left = 0, right = 0;
     };
     // Columns of the items of the last row band, which the next one mostly repeats.
     struct Pattern {
@@ -95,7 +97,9 @@ private:
     void setColumns(Region& region, const Rect& box) const;
     void setRows(Region& region, const Rect& box) const;
     void makeRows(const Band& band);
+    void addExtent(const Rect& box);
     void joinExtents();
+    static bool belongsTo(const RowExtent& row, const RowExtent& next);
     void settleHeights(const Band& band, Micrometres y);
     bool takesCells(const Item& item) const;
     void claim(Item& item);

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_SHEET_CELL_SINK_H
 #define QBSVR_QBSVRL6_SHEET_CELL_SINK_H
 
+#include <optional>
 #include <span>
 
 #include "qbsvrl6/sheet/cell_grid.h"
@@ -11,21 +12,13 @@ namespace qbsvrl6 {
 
 class CellSink : public PageSink {
 public:
-    void beginPage(const PageInfo& page) final {
-        grid_.beginPage(page.margins.top);
-        openPage(page, pages_++ == 0);
-    }
-    void band(Band&& band, Micrometres x, Micrometres y) final {
-        const std::span<const CellRow> rows = grid_.place(band, x, y);
-        if (!rows.empty()) writeRows(band, rows);
-    }
-    void endPage() final { closePage(); }
-    void finish(PendingTexts& pending) final {
-        grid_.reportLosses();
-        close(pending);
-    }
+    void beginPage(const PageInfo& page) final;
+    void band(Band&& band, Micrometres x, Micrometres y) final;
+    void endPage() final;
+    void finish(PendingTexts& pending) final;
 
 protected:
+    // With `floatPictures` pictures and drawings lie above the cells and take none.
     CellSink(const SheetOptions& options, bool floatPictures)
         : grid_(options.cuts, options.page.paper.width, floatPictures) {}
 
@@ -39,8 +32,14 @@ private:
     // Settles the late texts and completes the document.
     virtual void close(PendingTexts& pending) = 0;
 
+    void writeHeld();
+
     CellGrid grid_;
     int pages_ = 0;
+    // The last band, since what comes next may stand beside it: labels, and columns of detail.
+    std::optional<Band> held_;
+    Micrometres heldX_ = 0;
+    Micrometres heldY_ = 0;
 };
 
 }  // namespace qbsvrl6

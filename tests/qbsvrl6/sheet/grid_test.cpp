@@ -41,6 +41,9 @@ TEST(CellGrid, SnapsItemsToColumnsAndRows) {
         {"a tall item beside two rows",
          {textAt({0, 0, 30, 12}, u"a"), textAt({30, 0, 30, 6}, u"b"), textAt({30, 6, 30, 6}, u"c")},
          "a|b|\n|c|\n"},
+        {"beside each other for most of their height",
+         {textAt({0, 0, 30, 6}, u"a"), textAt({60, 2, 30, 5}, u"b"), textAt({0, 7, 30, 6}, u"c")},
+         "a||b\nc||\n"},
         {"empty texts take no cell", {textAt({0, 0, 90, 6}, u""), textAt({0, 0, 30, 6}, u"a")}, "a||\n"},
         // Overlaps
         {"the later one takes the free part",
@@ -62,6 +65,20 @@ TEST(CellGrid, SnapsItemsToColumnsAndRows) {
     }
     EXPECT_EQ(cells({}, bandOf(BandKind::ReportHeader, 6, {textAt({0, 0, 9, 6}, u"a")})), "a\n");
     EXPECT_EQ(cells({0, 0, 30}, bandOf(BandKind::ReportHeader, 6, {textAt({0, 0, 9, 6}, u"a")})), "a\n");
+}
+
+// Labels, or the page's columns of detail.
+TEST(CellGrid, JoinsBandsThatStandBesideEachOther) {
+    SheetFeed feed(&makeCsvWriter, {0, 60, 120, 180});
+    const auto label = [&](std::u16string name, Micrometres height) {
+        Band band = bandOf(BandKind::Row, height,
+                           {textAt({0, 0, 60, 6}, name), textAt({0, 6, 60, 6}, name + u"'s place")});
+        band.width = 60 * kMm;
+        return band;
+    };
+    feed.putBeside({label(u"a", 12), label(u"b", 14), label(u"c", 12)});
+    feed.putBeside({label(u"d", 12)});
+    EXPECT_EQ(feed.finish().substr(3), "a,b,c\r\na's place,b's place,c's place\r\nd,,\r\nd's place,,\r\n");
 }
 
 // A row that repeats the one before takes a short cut; what differs must not.

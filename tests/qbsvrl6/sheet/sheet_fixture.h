@@ -2,6 +2,7 @@
 #ifndef QBSVR_TESTS_QBSVRL6_SHEET_SHEET_FIXTURE_H
 #define QBSVR_TESTS_QBSVRL6_SHEET_SHEET_FIXTURE_H
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -92,6 +93,18 @@ public:
     void put(Band band) {
         const Micrometres height = band.height;
         sink_->band(std::move(band), 15 * kMm, y_);
+        y_ += height;
+    }
+    // Bands side by side, from left to right.
+    void putBeside(std::vector<Band> bands) {
+        Micrometres x = 15 * kMm;
+        Micrometres height = 0;
+        for (Band& band : bands) {
+            height = std::max(height, band.height);
+            const Micrometres width = band.width;
+            sink_->band(std::move(band), x, y_);
+            x += width;
+        }
         y_ += height;
     }
     // Texts side by side in columns of 30 mm, 6 mm high.

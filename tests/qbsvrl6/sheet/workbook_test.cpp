@@ -159,14 +159,20 @@ TEST_F(Xlsx, PlacesPicturesExactly) {
     Item chart = textAt({60, 5, 20, 20}, u"");
     chart.content = DrawingItem{drawing, u"a < b"};
     SheetFeed feed(&makeXlsxWriter, {0, 30, 60, 90});
+    // A picture makes no row beside texts, but the rows keep its room: the gap below "beside" belongs to its
+    // row.
     feed.row(BandKind::ReportHeader, {u"a"});
-    feed.put(bandOf(BandKind::ReportHeader, 30, {textAt({0, 5, 30, 20}, u"beside"), item, item, chart}));
+    feed.put(bandOf(BandKind::ReportHeader, 60,
+                    {textAt({0, 4, 30, 6}, u"beside"), item, item, chart, textAt({0, 24, 30, 6}, u"below")}));
+    feed.row(BandKind::ReportHeader, {u"next"});
     const std::string facts = readBack(feed.finish(), "xlsx");
     // 36 EMU are a micrometre.
-    EXPECT_EQ(only(facts, {"picture", "A2"}),
-              "picture 1 108000 1 72000 648000 576000\n"
-              "picture 1 108000 1 72000 648000 576000\n"
-              "A2 s 'beside' General | SimSun 10.0 FF000000 -  left center 0 ---- h56.75 \n");
+    EXPECT_EQ(only(facts, {"picture", "A2", "A3", "A4"}),
+              "picture 1 108000 1 108000 648000 576000\n"
+              "picture 1 108000 1 108000 648000 576000\n"
+              "A2 s 'beside' General | SimSun 10.0 FF000000 -  left center 0 ---- h56.75 \n"
+              "A3 s 'below' General | SimSun 10.0 FF000000 -  left center 0 ---- h17.25 \n"
+              "A4 s 'next' General | SimSun 10.0 FF000000 -  left center 0 ---- h17.25 \n");
 }
 
 TEST_F(Xlsx, KeepsHostileTextAsData) {
