@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <memory>
-#include <mutex>
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/lazy_library.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -54,16 +54,29 @@ std::size_t receive(char* data, std::size_t one, std::size_t count, void* target
     return 0;
 }
 
+// What is used of libcurl.
+struct Curl {
+    LazyLibrary library{"libcurl.so.4"};
+    QBSVR_LAZY_FUNCTION(library, curl_easy_init);
+    QBSVR_LAZY_FUNCTION(library, curl_easy_setopt);
+    QBSVR_LAZY_FUNCTION(library, curl_easy_perform);
+    QBSVR_LAZY_FUNCTION(library, curl_easy_cleanup);
+    QBSVR_LAZY_FUNCTION(library, curl_easy_strerror);
+
+    Curl() { library.function<decltype(curl_global_init)>("curl_global_init")(CURL_GLOBAL_DEFAULT); }
+};
+
 std::string downloadUrl(const std::string& url, std::size_t maxBytes) {
-    static std::once_flag initialized;
-    std::call_once(initialized, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-    const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl_easy_init(), curl_easy_cleanup);
+    static const Curl curl;
+    const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl.curl_easy_init(), curl.curl_easy_cleanup);
     if (!handle) throw EngineError(ErrorCode::FetchFailed, "no connection handle", {withoutCredentials(url)});
 
     Download download;
     download.maxBytes = maxBytes;
     char cause[CURL_ERROR_SIZE] = "";
-    const auto set = [&](CURLoption option, auto value) { curl_easy_setopt(handle.get(), option, value); };
+    const auto set = [&](CURLoption option, auto value) {
+        curl.curl_easy_setopt(handle.get(), option, value);
+    };
     set(CURLOPT_URL, url.c_str());
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_FAILONERROR, 1L);
@@ -77,10 +90,10 @@ std::string downloadUrl(const std::string& url, std::size_t maxBytes) {
     set(CURLOPT_ERRORBUFFER, &cause[0]);
     set(CURLOPT_WRITEFUNCTION, &receive);
     set(CURLOPT_WRITEDATA, static_cast<void*>(&download));
-    const CURLcode result = curl_easy_perform(handle.get());
+    const CURLcode result = curl.curl_easy_perform(handle.get());
     if (download.tooLarge) failTooLarge(maxBytes, withoutCredentials(url));
     if (result != CURLE_OK) {
-        throw EngineError(ErrorCode::FetchFailed, cause[0] != '\0' ? cause : curl_easy_strerror(result),
+        throw EngineError(ErrorCode::FetchFailed, cause[0] != '\0' ? cause : curl.curl_easy_strerror(result),
                           {withoutCredentials(url)});
     }
     return std::move(download.bytes);
