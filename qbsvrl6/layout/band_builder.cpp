@@ -199,7 +199,6 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
                                               const Position& position, const SectionSlice* slice) {
     if (!isVisible(section.visibleWhen, position)) return std::nullopt;
     pieces_.clear();
-    bool nested = false;
     const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
     for (std::size_t i = 0; i < count; ++i) {
         PlannedControl& control = section.controls[slice == nullptr ? i : slice->controls[i]];
@@ -209,7 +208,6 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
         if (slice != nullptr) box.y -= slice->top;
         Piece piece;
         if (!makePiece(control, box, position, piece)) continue;
-        nested = nested || !piece.nested.empty();
         pieces_.push_back(std::move(piece));
     }
     BandDraft draft;
@@ -217,7 +215,7 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
     draft.band.background = section.section->background;
     draft.band.width = instance_.plan.width;
     draft.band.height = arrange(*section.section, slice == nullptr ? section.height : slice->height, pieces_);
-    draft.mayBreak = nested || !section.section->keepTogether;
+    draft.mayBreak = !section.section->keepTogether;
     draft.row = position.row;
     place(draft, pieces_);
     return draft;
@@ -371,7 +369,6 @@ BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres 
         }
         piece.removed = false;  // a cell has no line of its own to give up
         if (previous) suppress(piece, position, *previous, draft);
-        if (!piece.nested.empty()) draft.mayBreak = true;
         Micrometres& line = lines[static_cast<std::size_t>(
             geometry.columns[static_cast<std::size_t>(control.firstColumn)].line)];
         if (canGrow) line = std::max(line, piece.needed);
