@@ -143,23 +143,38 @@ std::string makeDocument(Report& report, const ExportOptions& options) {
     return output;
 }
 
+// All that goes to the log of an export names the template: many reports may be under way at once.
+template <class Export>
+std::string aboutTemplate(const Runtime& runtime, Export run) {
+    const LogSubject subject(runtime.templateFile);
+    try {
+        return run();
+    } catch (const EngineError& error) {
+        throw EngineError(error.code(), subject.with(error.what()));
+    }
+}
+
 }  // namespace
 
 std::string exportReport(Runtime& runtime, ExportOptions& options) {
-    const RunningExport running(runtime.report);
-    fireInitialize(running);
-    fireExportBegin(runtime, options);
-    std::string document = makeDocument(runtime.report, options);
-    running.refuseIfReleased();
-    return document;
+    return aboutTemplate(runtime, [&] {
+        const RunningExport running(runtime.report);
+        fireInitialize(running);
+        fireExportBegin(runtime, options);
+        std::string document = makeDocument(runtime.report, options);
+        running.refuseIfReleased();
+        return document;
+    });
 }
 
 std::string printedReport(Runtime& runtime) {
-    const RunningExport running(runtime.report);
-    fireInitialize(running);
-    std::string document = makeDocument(runtime.report, {});
-    running.refuseIfReleased();
-    return document;
+    return aboutTemplate(runtime, [&] {
+        const RunningExport running(runtime.report);
+        fireInitialize(running);
+        std::string document = makeDocument(runtime.report, {});
+        running.refuseIfReleased();
+        return document;
+    });
 }
 
 bool isBeingExported(const Report& report) noexcept { return RunningExport::of(report) != nullptr; }

@@ -45,10 +45,13 @@ void QBReportRelease(tagQBReport* handle) {
 void QBObjectAssign(tagQBReport* target, tagQBReport* source) {
     guarded("QBObjectAssign", [&] {
         Report* to = reportFrom(target);
-        const Report* from = reportFrom(source);
+        Report* from = reportFrom(source);
         if (to == nullptr || from == nullptr || to == from) return;
         refuseDuringExport(*to);
+        // The source may be a part of the target: it is copied whole before that goes.
+        std::string templateFile = runtimeOf(*from).templateFile;
         replaceDefinition(*to, cloneDefinition(from->definition));
+        runtimeOf(*to).templateFile = std::move(templateFile);
     });
 }
 
@@ -59,7 +62,9 @@ int QBReportLoadFromFile(tagQBReport* handle, const lkchar* path) {
         refuseDuringExport(*report);
         // A report whose template doesn't load is empty: it must not pass for the one that was there before.
         replaceDefinition(*report, {});
-        report->definition = loadTemplate(toUtf8(textFrom(path)));
+        const std::string file = toUtf8(textFrom(path));
+        report->definition = loadTemplate(file);
+        runtimeOf(*report).templateFile = file;
         return 1;
     });
 }

@@ -12,6 +12,7 @@ Runtime::Runtime(Report& owner) : report(owner) { addLiveReport(&report); }
 Runtime::~Runtime() { removeLiveReport(&report); }
 
 void Runtime::forgetTemplate() {
+    templateFile.clear();
     walk.clear();
     walkPosition = 0;
     prepared = false;

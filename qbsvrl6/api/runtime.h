@@ -43,7 +43,8 @@ struct Runtime : ReportRuntime {
     void dropResults();
 
     Report& report;
-    bool created = false;  // by QBReportCreate, so that QBReportRelease may free it
+    bool created = false;      // by QBReportCreate, so that QBReportRelease may free it
+    std::string templateFile;  // where the definition came from (UTF-8), for the log; empty: from nowhere
 
     EventHandlers handlers;
     std::vector<EventHandlers> retiredHandlers;  // replaced during an export

@@ -100,7 +100,10 @@ void writeFile(const std::string& path, std::string_view bytes) {
     const std::string directory = directoryOf(path);
     std::error_code failed;
     if (!directory.empty()) fs::create_directories(directory, failed);
-    if (failed) fail(ErrorCode::FileUnwritable, path, failed.value());
+    if (failed) {
+        throw EngineError(ErrorCode::FileUnwritable, "its directory can't be made: " + failed.message(),
+                          {path});
+    }
 
     struct stat existing {};
     const bool exists = ::stat(path.c_str(), &existing) == 0;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <system_error>
+#include <utility>
 
 namespace qbsvrl6 {
 
@@ -85,9 +86,11 @@ std::string asOneLine(std::string_view message) {
     return line;
 }
 
+thread_local const LogSubject* innermostSubject = nullptr;
+
 void write(spdlog::level::level_enum level, std::string_view message) {
     try {
-        theLog().write(level, asOneLine(message));
+        theLog().write(level, asOneLine(innermostSubject ? innermostSubject->with(message) : message));
     } catch (...) {  // NOLINT(bugprone-empty-catch): logging never fails the caller
     }
 }
@@ -99,5 +102,15 @@ void setLogSetupPath(const std::string& setupPath) { theLog().setSetupPath(setup
 void logError(std::string_view message) { write(spdlog::level::err, message); }
 void logWarning(std::string_view message) { write(spdlog::level::warn, message); }
 void logInfo(std::string_view message) { write(spdlog::level::info, message); }
+
+LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), outer_(innermostSubject) {
+    innermostSubject = this;
+}
+
+LogSubject::~LogSubject() { innermostSubject = outer_; }
+
+std::string LogSubject::with(std::string_view message) const {
+    return subject_.empty() ? std::string(message) : subject_ + ": " + std::string(message);
+}
 
 }  // namespace qbsvrl6

@@ -17,6 +17,23 @@ void logError(std::string_view message);
 void logWarning(std::string_view message);
 void logInfo(std::string_view message);
 
+// While it lives, the lines of its thread say first what they are about: "subject: message". The innermost
+// one counts; an empty one says nothing.
+class LogSubject {
+public:
+    explicit LogSubject(std::string subject);
+    ~LogSubject();
+    LogSubject(const LogSubject&) = delete;
+    LogSubject& operator=(const LogSubject&) = delete;
+
+    // The message as such a line has it.
+    std::string with(std::string_view message) const;
+
+private:
+    std::string subject_;
+    const LogSubject* outer_;
+};
+
 }  // namespace qbsvrl6
 
 #endif

@@ -111,18 +111,21 @@ TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
     setLogSetupPath(directory_);
     std::vector<std::thread> threads;
     for (int i = 0; i < 16; ++i) {
-        threads.emplace_back([] {
+        threads.emplace_back([i] {
+            const LogSubject subject(i % 2 == 0 ? "" : "a.qbf");
             for (int line = 0; line < 50; ++line) logError("two\nlines 中");
         });
     }
     for (std::thread& thread : threads) thread.join();
     std::istringstream log(contents(directory_ + "log/qbsvrl6.log"));
-    int count = 0;
+    int count = 0, withSubject = 0;
     for (std::string line; std::getline(log, line); ++count) {
         EXPECT_NE(line.find(" error "), std::string::npos) << line;
         EXPECT_TRUE(line.ends_with(" two lines 中")) << line;
+        if (line.ends_with(" a.qbf: two lines 中")) ++withSubject;
     }
     EXPECT_EQ(count, 16 * 50);
+    EXPECT_EQ(withSubject, 8 * 50);
 }
 
 TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
