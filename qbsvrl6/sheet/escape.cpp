@@ -113,6 +113,23 @@ void appendXstring(std::string& out, std::u16string_view text) {
     appendBy(kXstring, out, text.substr(from));
 }
 
+std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer) {
+    const auto isSuspect = [](char16_t unit) {
+        return unit == u'\r' || (unit & 0xF800) == 0xD800 || unit >= 0xFFFE;
+    };
+    if (std::none_of(text.begin(), text.end(), isSuspect)) return text;
+    buffer.clear();
+    for (std::size_t i = 0; i < text.size();) {
+        const char32_t c = nextCharacter(text, i);
+        if (c == '\r') {
+            if (i == text.size() || text[i] != u'\n') buffer += u'\n';
+        } else {
+            appendCharacter(buffer, c == 0xFFFE || c == 0xFFFF ? 0xFFFD : c);
+        }
+    }
+    return buffer;
+}
+
 bool isSafeLink(std::u16string_view link) {
     for (const std::u16string_view scheme : {u"http://", u"https://", u"mailto:", u"tel:", u"ftp://"}) {
         if (link.size() < scheme.size()) continue;

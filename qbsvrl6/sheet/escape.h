@@ -18,6 +18,10 @@ void appendMarkup(std::string& out, std::u16string_view text);
 // that form already is kept apart from it; line ends as above.
 void appendXstring(std::string& out, std::u16string_view text);
 
+// The text for formats that hold UTF-16 as it is: a line end is one line feed, lone surrogates and U+FFFE,
+// U+FFFF become U+FFFD. Shows `text` itself where that changes nothing, else `buffer`.
+std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer);
+
 // Whether an address that came with data may stand in a document: nothing that runs where it is opened.
 bool isSafeLink(std::u16string_view link);
 

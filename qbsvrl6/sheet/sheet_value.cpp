@@ -110,6 +110,14 @@ int paperNumber(Size paper) {
     return 0;
 }
 
+int printScale(const std::vector<Micrometres>& columnWidths, const PageSetup& setup, bool paged) {
+    if (!paged) return 100;
+    std::int64_t total = 1;
+    for (const Micrometres width : columnWidths) total += width;
+    const std::int64_t printable = std::max(setup.paper.width - setup.margins.left - setup.margins.right, 1);
+    return static_cast<int>(std::clamp<std::int64_t>(95 * printable / total, 10, 100));
+}
+
 LineWeight lineWeight(Micrometres width) {
     if (width <= 0) return LineWeight::None;
     if (width < 120) return LineWeight::Hair;

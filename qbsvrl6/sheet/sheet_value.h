@@ -4,8 +4,10 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {
 
@@ -29,6 +31,14 @@ std::u16string sheetName(std::u16string_view title);
 
 // The paper's number in a workbook; 0: none of the common ones.
 int paperNumber(Size paper);
+
+// Percent by which the columns are printed. Pages as printed bring their own breaks, which hold only where
+// the sheet isn't fitted to pages; they take a little less than what fits, since printers measure text in
+// their own way.
+int printScale(const std::vector<Micrometres>& columnWidths, const PageSetup& setup, bool paged);
+
+// Rows are not higher than this: 409.5 points.
+inline constexpr Micrometres kMaxRowHeight = 144'462;
 
 inline double points(Micrometres length) { return length / kMicrometresPerPoint; }
 

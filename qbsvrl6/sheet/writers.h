@@ -22,6 +22,7 @@ struct SheetOptions {
 
 // `output` holds the whole document after finish().
 std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, std::string& output);
+std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, std::string& output);
 std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, std::string& output);
 std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, std::string& output);
 std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, std::string& output);

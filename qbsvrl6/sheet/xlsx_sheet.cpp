@@ -41,7 +41,7 @@ double pixels(double micrometres) { return micrometres * 96 / 25400; }
 
 // Heights come in quarters of a point; rounding up keeps the text whole.
 double rowHeight(Micrometres height) {
-    return std::clamp(std::ceil(points(height) * 4) / 4, 0.25, points(XlsxSheet::kMaxRowHeight));
+    return std::clamp(std::ceil(points(height) * 4) / 4, 0.25, points(kMaxRowHeight));
 }
 
 // A margin in inches.
@@ -221,11 +221,7 @@ void XlsxSheet::appendPageSetup(std::string& xml, const PageLook& look) const {
         xml += '"';
     }
     if (look.paged) {
-        // A little less than what fits, since printers measure text in their own way.
-        std::int64_t total = 1;
-        for (const Micrometres width : look.columnWidths) total += width;
-        const std::int64_t printable = std::max(paper.width - margins.left - margins.right, 1);
-        xml += " scale=\"" + std::to_string(std::clamp<std::int64_t>(95 * printable / total, 10, 100)) + '"';
+        xml += " scale=\"" + std::to_string(printScale(look.columnWidths, look.setup, true)) + '"';
     } else {
         xml += " fitToHeight=\"0\"";
     }

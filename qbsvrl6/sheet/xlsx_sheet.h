@@ -18,8 +18,7 @@ class XlsxSheet {
 public:
     static constexpr std::int64_t kMaxRows = 1'048'576;
     static constexpr int kMaxColumns = 16'384;
-    static constexpr Micrometres kMaxRowHeight = 144'462;  // 409.5 points
-    static constexpr std::size_t kMaxUnits = 32'767;       // of a text
+    static constexpr std::size_t kMaxUnits = 32'767;  // of a text
     static constexpr std::size_t kMaxLinks = 65'530;
 
     XlsxSheet();

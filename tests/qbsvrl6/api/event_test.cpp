@@ -89,8 +89,7 @@ TEST_F(ApiTest, AnExportHandlerChangesTheOptionsOfADirectExport) {
     Journal journal;
     const OwnReport report;
     QBReportLoadFromFile(report, path("list.qbf").c_str());
-    EXPECT_EQ(exported(report, QBExportType_XLS), "(null)");
-    EXPECT_NE(takeLog().find("no documents of kind XLS"), std::string::npos);
+    EXPECT_EQ(exported(report, QBExportType_XLS).substr(0, 4), "\xD0\xCF\x11\xE0");
     QBAttachEventExportBegin(report, new OnExportBegin(journal, [](tagQBExportOption* option) {
                                  QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
                              }));

@@ -12,10 +12,14 @@ TEST_F(ApiTest, MakesEachKindOrSaysWhyNot) {
         const char* start;  // of the document; null: not made
     };
     const Case cases[] = {
-        {QBExportType_PDF, "%PDF-"}, {QBExportType_HTM, "<!DOCTYPE html>"},
-        {QBExportType_TXT, ""},      {QBExportType_CSV, "\xEF\xBB\xBF"},
-        {QBExportType_XLS, nullptr}, {QBExportType_RTF, nullptr},
-        {QBExportType_IMG, "II*"},   {static_cast<tagQBExportType>(0), nullptr},
+        {QBExportType_PDF, "%PDF-"},
+        {QBExportType_HTM, "<!DOCTYPE html>"},
+        {QBExportType_TXT, ""},
+        {QBExportType_CSV, "\xEF\xBB\xBF"},
+        {QBExportType_XLS, "\xD0\xCF\x11\xE0"},
+        {QBExportType_RTF, nullptr},
+        {QBExportType_IMG, "II*"},
+        {static_cast<tagQBExportType>(0), nullptr},
     };
     const OwnReport report;
     QBReportLoadFromFile(report, path("list.qbf").c_str());
@@ -149,7 +153,8 @@ TEST_F(ApiTest, WritesFilesWholeOrNotAtAll) {
     EXPECT_EQ(QBReportExportDirect(report, QBExportType_PDF, path("new/list.pdf").c_str(), 0, 0), 1);
     EXPECT_EQ(read("new/list.pdf"), exported(report, QBExportType_PDF));
     write("kept.xls", "old");
-    EXPECT_EQ(QBReportExportDirect(report, QBExportType_XLS, path("kept.xls").c_str(), 1, 1), 0);
+    constexpr auto kNoKind = static_cast<tagQBExportType>(99);
+    EXPECT_EQ(QBReportExportDirect(report, kNoKind, path("kept.xls").c_str(), 1, 1), 0);
     EXPECT_EQ(read("kept.xls"), "old");
     EXPECT_EQ(QBReportExportDirect(report, QBExportType_CSV, u"/dev/full", 0, 0), 0);
     EXPECT_EQ(QBReportExportDirect(report, QBExportType_CSV, path("kept.xls/below.csv").c_str(), 0, 0), 0);

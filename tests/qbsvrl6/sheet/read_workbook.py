@@ -29,8 +29,8 @@ def read_xlsx(path):
     for sheet in book.worksheets:
         print("sheet", sheet.title, "freeze", sheet.freeze_panes, "titles", sheet.print_title_rows)
         print("page", sheet.page_setup.paperSize, sheet.page_setup.orientation, sheet.page_setup.scale,
-              "fit", bool(sheet.sheet_properties.pageSetUpPr.fitToPage), "left %.3f" % sheet.page_margins.left,
-              "breaks", [b.id for b in sheet.row_breaks.brk])
+              "fit", bool(sheet.sheet_properties.pageSetUpPr.fitToPage), "left %.3f" % sheet.page_margins.left)
+        print("breaks", [b.id for b in sheet.row_breaks.brk])
         print("widths", ["%.2f" % sheet.column_dimensions[c].width for c in sorted(sheet.column_dimensions)])
         print("merged", sorted(str(r) for r in sheet.merged_cells.ranges))
         for image in sheet._images:
@@ -55,5 +55,50 @@ def read_xlsx(path):
                       cell.hyperlink.target if cell.hyperlink is not None else "")
 
 
+def read_xls(path):
+    """The same facts from the old format, in the words of the new one."""
+    import xlrd
+
+    book = xlrd.open_workbook(path, formatting_info=True)
+    lines = {0: "-", 1: "t", 2: "m", 5: "t", 7: "h"}  # thick and thin are one letter there too
+    for index, sheet in enumerate(book.sheets()):
+        frozen = "A%d" % (sheet.horz_split_pos + 1) if sheet.panes_are_frozen else None
+        titles = [n for n in book.name_obj_list if n.builtin and n.name == "Print_Titles" and n.scope == index]
+        title_rows = "$%d:$%d" % (titles[0].area2d()[1] + 1, titles[0].area2d()[2]) if titles else None
+        print("sheet", sheet.name, "freeze", frozen, "titles", title_rows)
+        print("breaks", [b[0] for b in sheet.horizontal_page_breaks])
+        print("widths", ["%.2f" % (sheet.colinfo_map[c].width / 256) for c in sorted(sheet.colinfo_map)])
+        names = lambda r, c: xlrd.cellname(r, c)
+        print("merged", sorted("%s:%s" % (names(r1, c1), names(r2 - 1, c2 - 1))
+                               for r1, r2, c1, c2 in sheet.merged_cells))
+        for row in range(sheet.nrows):
+            for column in range(sheet.ncols):
+                cell = sheet.cell(row, column)
+                if cell.ctype == xlrd.XL_CELL_EMPTY:
+                    continue
+                look = book.xf_list[cell.xf_index]
+                font = book.font_list[look.font_index]
+                rgb = lambda n: "-" if book.colour_map.get(n) is None else "FF%02X%02X%02X" % book.colour_map[n]
+                kind = {xlrd.XL_CELL_NUMBER: "n", xlrd.XL_CELL_DATE: "d", xlrd.XL_CELL_BOOLEAN: "b",
+                        xlrd.XL_CELL_BLANK: "n"}.get(cell.ctype, "s")
+                value = {"b": bool(cell.value), "n": cell.value or None}.get(kind, cell.value)
+                if kind == "n" and cell.ctype == xlrd.XL_CELL_NUMBER:
+                    value = cell.value
+                if kind == "d":
+                    value = xlrd.xldate.xldate_as_datetime(cell.value, book.datemode)
+                border, align, link = look.border, look.alignment, sheet.hyperlink_map.get((row, column))
+                print(xlrd.cellname(row, column), kind, show(value), book.format_map[look.format_key].format_str, "|",
+                      font.name, font.height / 20, rgb(font.colour_index).replace("-", "FF000000"),
+                      rgb(look.background.pattern_colour_index) if look.background.fill_pattern == 1 else "-",
+                      "".join(n for n, on in (("b", font.weight >= 700), ("i", font.italic), ("u", font.underline_type),
+                                              ("w", align.text_wrapped)) if on),
+                      ["", "left", "center", "right", "", "justify"][align.hor_align],
+                      ["top", "center", "bottom"][align.vert_align], align.rotation,
+                      lines[border.left_line_style] + lines[border.top_line_style] +
+                      lines[border.right_line_style] + lines[border.bottom_line_style],
+                      "h%.2f" % (sheet.rowinfo_map[row].height / 20),
+                      link.url_or_path if link is not None else "")
+
+
 if __name__ == "__main__":
-    read_xlsx(sys.argv[1])
+    (read_xls if sys.argv[1].endswith(".xls") else read_xlsx)(sys.argv[1])

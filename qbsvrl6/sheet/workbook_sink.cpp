@@ -1,0 +1,128 @@
+#include "qbsvrl6/sheet/workbook_sink.h"
+
+#include <algorithm>
+
+#include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/log.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Titles that end lower than this would leave little of a screen to the rows that move below them.
+constexpr Micrometres kMaxFrozenHeight = 100'000;
+
+}  // namespace
+
+WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits)
+    : CellSink(options, true), options_(options), limits_(limits) {
+    for (int column = 0; column < std::min(grid().columnCount(), limits_.columns); ++column) {
+        columnWidths_.push_back(grid().columnWidth(column));
+    }
+}
+
+void WorkbookSink::openPage(const PageInfo&, bool isFirst) {
+    if (!isFirst && options_.paged && options_.pageBreaks) breakPage();
+}
+
+void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
+    if (rowCount() + static_cast<std::int64_t>(rows.size()) > limits_.rows) {
+        beginSheet();
+        onFirstSheet_ = false;
+    }
+    below_.clear();
+    for (const CellRow& row : rows) writeRow(row);
+    if (!rows.back().floats.empty()) padBelow(rows.back().height);
+    if (band.kind == BandKind::GridTitle && onFirstSheet_) noteTitle(static_cast<std::int64_t>(rows.size()));
+}
+
+// Title bands that follow each other are the titles, up to the first other band.
+void WorkbookSink::noteTitle(std::int64_t rows) {
+    const std::int64_t end = rowCount();
+    if (titles_.last < titles_.first) {
+        titles_.first = end - rows;
+    } else if (titles_.last + 1 != end - rows) {
+        return;
+    }
+    titles_.last = end - 1;
+    if (height_ <= kMaxFrozenHeight) freezeAbove(end);
+}
+
+void WorkbookSink::writeRow(const CellRow& row) {
+    beginRow(row.height);
+    nextBelow_ = 0;
+    newBelow_.clear();
+    for (const Cell& cell : row.cells) {
+        if (cell.column >= limits_.columns) {
+            lostCells_ += cell.item != nullptr ? 1 : 0;
+            continue;
+        }
+        writeBelowUpTo(cell.column);
+        writeCell(cell);
+    }
+    writeBelowUpTo(limits_.columns);
+    keepBelow();
+    for (const Floating& floating : row.floats) addFloating(floating);
+    endRow();
+    height_ = std::min(height_ + row.height, kMaxFrozenHeight + 1);
+}
+
+void WorkbookSink::writeCell(const Cell& cell) {
+    const int columnSpan = std::min(cell.columnSpan, limits_.columns - cell.column);
+    const SheetValue value = sheetValue(cell.item, limits_.units);
+    const int style = std::min(styles_.idOf(cell, value.isNumber(), value.format), limits_.styles - 1);
+    TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
+    if (text != nullptr) {
+        if (text->text.size() > limits_.units) ++cutTexts_;
+        if (!text->link.empty() && isSafeLink(text->link) && !link(cell.column, text->link)) ++lostLinks_;
+    }
+    if (columnSpan > 1 || cell.rowSpan > 1) merge(cell.column, columnSpan, cell.rowSpan);
+    if (text != nullptr && text->pending) {
+        addLate(cell.column, style, std::move(*cell.item));
+    } else {
+        addValue(cell.column, style, value);
+    }
+    // The other cells of a span bear its borders.
+    for (int column = cell.column + 1; column < cell.column + columnSpan; ++column) addBlank(column, style);
+    for (int column = cell.column; cell.rowSpan > 1 && column < cell.column + columnSpan; ++column) {
+        newBelow_.push_back({column, style, cell.rowSpan - 1});
+    }
+}
+
+void WorkbookSink::writeBelowUpTo(int column) {
+    for (; nextBelow_ < below_.size() && below_[nextBelow_].column < column; ++nextBelow_) {
+        Below& cell = below_[nextBelow_];
+        addBlank(cell.column, cell.style);
+        --cell.rowsLeft;
+    }
+}
+
+void WorkbookSink::keepBelow() {
+    std::erase_if(below_, [](const Below& cell) { return cell.rowsLeft == 0; });
+    if (newBelow_.empty()) return;
+    below_.insert(below_.end(), newBelow_.begin(), newBelow_.end());
+    std::sort(below_.begin(), below_.end(),
+              [](const Below& a, const Below& b) { return a.column < b.column; });
+}
+
+// What floats may be higher than any row can be.
+void WorkbookSink::padBelow(Micrometres height) {
+    while ((height -= kMaxRowHeight) > 0) {
+        beginRow(height);
+        endRow();
+    }
+}
+
+void WorkbookSink::reportLosses() const {
+    const auto warn = [](int count, const std::string& what) {
+        if (count > 0) logWarning(std::to_string(count) + what);
+    };
+    warn(cutTexts_,
+         " texts were cut at the " + std::to_string(limits_.units) + " characters that a cell holds");
+    warn(lostLinks_, " links have no room in their sheet or are too long");
+    warn(lostCells_, " cells stand beyond the last column that a sheet has and were left out");
+    warn(std::max(static_cast<int>(styles_.styles().size()) - limits_.styles, 0),
+         " looks of cells are more than a workbook holds; their cells look like others");
+}
+
+}  // namespace qbsvrl6
