@@ -192,7 +192,8 @@ public:
 
     const ClkJsonMembers& Members() const { return m_Members; }
 
-    // Each makes the member and returns it; a member that had this name is destroyed.
+    // Each makes the member and returns it; a member that had this name is destroyed. Members that follow by
+    // name move up for it, so that thousands are best added in the order of their names.
     ClkJsonAtomNode* AddStringMember(const lkstr& name, const lkchar* text);  // null raises std::logic_error
     ClkJsonAtomNode* AddBooleanMember(const lkstr& name, bool value);
     ClkJsonAtomNode* AddIntegerMember(const lkstr& name, int value);
