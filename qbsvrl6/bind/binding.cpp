@@ -186,6 +186,14 @@ void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {
                       {"", 0, static_cast<int>(aggregate.scopeColumn)});
 }
 
+const FilterIndex* Binding::filterIndex() const {
+    if (!filterIndex_) {
+        const bool indexed = filter_ && sources_.rows != nullptr;
+        filterIndex_ = indexed ? FilterIndex::make(*filter_, *sources_.rows) : nullptr;
+    }
+    return filterIndex_->get();
+}
+
 std::uint32_t Binding::calculatedField(const Field& field) {
     const auto known = calculatedIndex_.find(&field);
     if (known != calculatedIndex_.end()) return known->second;

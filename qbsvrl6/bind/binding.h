@@ -4,6 +4,7 @@
 #define QBSVR_QBSVRL6_BIND_BINDING_H
 
 #include <deque>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/bind/filter_index.h"
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/model/report.h"
@@ -75,6 +77,8 @@ public:
     std::size_t passedParameter(std::size_t index) const { return passed_[index]; }
     std::uint32_t aggregateSlots() const { return slots_; }
     const std::optional<Expression>& filter() const { return filter_; }
+    // Made at the first call; null where the filter is of another form.
+    const FilterIndex* filterIndex() const;
     const std::vector<Expression>& groupKeys() const { return groupKeys_; }
 
 private:
@@ -95,6 +99,7 @@ private:
     std::vector<BoundParameter> parameters_;
     std::vector<std::size_t> passed_;
     std::optional<Expression> filter_;
+    mutable std::optional<std::unique_ptr<FilterIndex>> filterIndex_;
     std::vector<Expression> groupKeys_;
     std::uint32_t slots_ = 0;
 };

@@ -69,7 +69,7 @@ Token Lexer::bracketed() {
     if (close == std::u16string_view::npos) fail("the closing \"]\" is missing", index_ + 1);
     const std::u16string_view name = trimmed(text_.substr(index_ + 1, close - index_ - 1));
     if (name.empty()) fail("a name is expected", index_ + 2);
-    const Token token{TokenKind::QuotedName, index_ + 1, std::u16string(name), 0};
+    Token token{TokenKind::QuotedName, index_ + 1, std::u16string(name), 0};
     index_ = close + 1;
     return token;
 }

@@ -97,11 +97,15 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
 // The filter sees the rows one by one: its aggregates, if it has any, look at all of them.
 void RowView::applyFilter() {
     if (!binding_.filter()) return;
+    const FilterIndex* const index = binding_.filterIndex();
+    const std::vector<std::uint32_t>* const candidates =
+        index == nullptr ? nullptr : index->candidates(parameters_[index->parameter()].get());
     std::vector<std::uint32_t> kept;
-    for (std::size_t row = 0; row < rowCount_; ++row) {
+    const std::size_t count = candidates == nullptr ? rowCount_ : candidates->size();
+    for (std::size_t i = 0; i < count; ++i) {
         Position position;
-        position.row = row;
-        if (isTrue(*binding_.filter(), position)) kept.push_back(static_cast<std::uint32_t>(row));
+        position.row = candidates == nullptr ? i : (*candidates)[i];
+        if (isTrue(*binding_.filter(), position)) kept.push_back(static_cast<std::uint32_t>(position.row));
     }
     filtered_ = std::move(kept);
     hasFilter_ = true;

@@ -124,7 +124,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
     const Position at = evaluationPosition(text, position);
     view_.evaluateText(text.text, at, evaluated_);
     TextItem& item = std::get<TextItem>(piece.item.content);
-    item.text = std::move(evaluated_.text);
+    item.text = std::exchange(evaluated_.text, {});
     item.value = std::move(evaluated_.cell);
     item.color = evaluated_.color;
     item.fontSize = piece.style->fontSize;

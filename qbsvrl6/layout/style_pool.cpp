@@ -14,13 +14,17 @@ constexpr double kLargestFont = 2000;
 
 std::size_t hashOf(const ResolvedStyle& style) {
     std::size_t hash = std::hash<std::u16string>()(style.fontFamily);
-    const auto mix = [&hash](std::size_t value) { hash = (hash ^ value) * 0x9E3779B97F4A7C15u; };
-    mix(std::hash<double>()(style.fontSize));
-    mix(static_cast<std::size_t>((style.bold ? 1 : 0) + (style.italic ? 2 : 0) + (style.underline ? 4 : 0)));
-    mix(static_cast<std::size_t>((style.color.red << 16) + (style.color.green << 8) + style.color.blue));
-    mix(static_cast<std::size_t>(style.align) * 16 + static_cast<std::size_t>(style.verticalAlign));
-    mix(static_cast<std::size_t>(style.border.left.width + 3 * style.border.bottom.width));
-    mix(static_cast<std::size_t>(style.padding.left));
+    const auto mix = [&hash](int value) {
+        hash = (hash ^ static_cast<std::size_t>(static_cast<unsigned>(value))) * 0x9E3779B97F4A7C15u;
+    };
+    mix(static_cast<int>(style.fontSize * 64));
+    for (const bool flag : {style.bold, style.italic, style.underline}) mix(flag ? 1 : 0);
+    for (const int part : {style.color.red, style.color.green, style.color.blue}) mix(part);
+    mix(static_cast<int>(style.align));
+    mix(static_cast<int>(style.verticalAlign));
+    mix(style.border.left.width);
+    mix(style.border.bottom.width);
+    mix(style.padding.left);
     return hash;
 }
 

@@ -106,6 +106,35 @@ TEST(RowView, FiltersByParameters) {
     EXPECT_EQ(view.startingLevel(0), 0);
 }
 
+// The index of "column = parameter" gives what looking at every row gives.
+TEST(RowView, FiltersByIndexAsByLooking) {
+    const DataSet data =
+        readData(R"([{"k": 7}, {"k": "7"}, {"k": "7.0"}, {"k": "x"}, {"k": null}, {"k": ""}, {"k": 0},
+        {"k": "-0"}, {"k": "X"}, {"k": 7.0}])",
+                 "data");
+    const Value values[] = {makeNumber(7), makeText(u"7"), makeText(u" 7 "),  makeText(u"x"), makeText(u""),
+                            Value(),       makeNumber(0),  makeBoolean(true), makeDate(0)};
+    for (const Value& value : values) {
+        std::vector<std::vector<std::size_t>> kept;
+        for (const char16_t* const filter : {u"k = p", u"p = k", u"k = p or false"}) {
+            ReportDefinition report;
+            report.grid = std::make_unique<DetailGrid>();
+            report.grid->filter = filter;
+            const SubReportParameter passed[] = {{u"p", u""}};
+            Binding binding(report, {&data, data.table(u""), nullptr}, passed);
+            const Expression own = binding.compile(u"RowNumber & '/' & k");
+            const OwnedValue argument(value);
+            RowView view(binding, {&argument, 1}, 0);
+            std::vector<std::size_t>& rows = kept.emplace_back();
+            for (Position position; position.row < view.rowCount(); ++position.row) {
+                rows.push_back(std::hash<std::u16string_view>()(view.evaluate(own, position).text));
+            }
+        }
+        EXPECT_EQ(kept[0], kept[2]) << toUtf8(value.text) << value.number;
+        EXPECT_EQ(kept[1], kept[2]) << toUtf8(value.text) << value.number;
+    }
+}
+
 TEST(RowView, HasNoRows) {
     Orders orders(ordersReport(), "[]");
     EXPECT_EQ(orders.show(u"[City][Sum(Count)][Average(Count)]-[RowNumber][Count(*)][Limit]"), "0-03");

@@ -1,0 +1,35 @@
+// Rows by the value of a column, for filters such as "OrderId = Id": a sub-report in each row of a long table
+// would look at all of its own rows each time otherwise.
+#ifndef QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
+#define QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/data/table.h"
+
+namespace qbsvrl6 {
+
+class FilterIndex {
+public:
+    // Null unless the filter compares a column with a parameter, and nothing else, by "=".
+    static std::unique_ptr<FilterIndex> make(const Expression& filter, const Table& rows);
+
+    std::uint32_t parameter() const { return parameter_; }
+    // Rows in order, among them all whose column equals the value; null where the value may equal in ways
+    // that the index doesn't know.
+    const std::vector<std::uint32_t>* candidates(const Value& value) const;
+
+private:
+    std::uint32_t parameter_ = 0;
+    std::unordered_map<std::u16string, std::vector<std::uint32_t>> rows_;
+    std::vector<std::uint32_t> none_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
