@@ -3,6 +3,7 @@
 #include "qbsvrl6/api/report_data.h"
 #include "qbsvrl6/barcode/barcode.h"
 #include "qbsvrl6/chart/chart.h"
+#include "qbsvrl6/drawing/move.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
 
@@ -10,25 +11,32 @@ namespace qbsvrl6 {
 
 namespace {
 constexpr int kFaultsTold = 10;
+
+std::shared_ptr<const Drawing> placed(Drawing drawing, const Rect& place) {
+    moveBy(drawing, place.x, place.y);
+    return std::make_shared<const Drawing>(std::move(drawing));
 }
+
+}  // namespace
 
 Drawings::Drawings(ReportDefinition& report) { addCharts(report); }
 
 std::shared_ptr<const Drawing> Drawings::barcode(const BarcodeContent& content, std::u16string_view text,
-                                                 Size box) {
+                                                 const Rect& place) {
     try {
-        return std::make_shared<const Drawing>(
-            drawBarcode({content.type, std::u16string(text), content.showText}, box));
+        return placed(
+            drawBarcode({content.type, std::u16string(text), content.showText}, {place.width, place.height}),
+            place);
     } catch (const EngineError& error) {
         tell(error.what());
         return nullptr;
     }
 }
 
-std::shared_ptr<const Drawing> Drawings::chart(const Control& control, Size box) {
+std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const Rect& place) {
     const auto& content = std::get<ChartContent>(control.content);
-    return std::make_shared<const Drawing>(
-        drawChart(content.settings, content.data, box, chartFonts_[&control]));
+    return placed(
+        drawChart(content.settings, content.data, {place.width, place.height}, chartFonts_[&control]), place);
 }
 
 void Drawings::addCharts(ReportDefinition& report) {

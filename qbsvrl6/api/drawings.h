@@ -18,8 +18,8 @@ public:
     explicit Drawings(ReportDefinition& report);
 
     std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
-                                           Size box) override;
-    std::shared_ptr<const Drawing> chart(const Control& control, Size box) override;
+                                           const Rect& place) override;
+    std::shared_ptr<const Drawing> chart(const Control& control, const Rect& place) override;
 
 private:
     void addCharts(ReportDefinition& report);

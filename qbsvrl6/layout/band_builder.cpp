@@ -17,6 +17,20 @@ bool isBlank(const std::u16string& text) { return trimmed(text).empty(); }
 // Whether an item without a text shows at all.
 bool hasLook(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
 
+// The box without its paddings, counted from its own corner. Paddings that would leave nothing are left out.
+Rect insidePaddings(Size box, const Edges& padding) {
+    Rect inner{0, 0, box.width, box.height};
+    if (padding.left + padding.right < box.width) {
+        inner.x = padding.left;
+        inner.width -= padding.left + padding.right;
+    }
+    if (padding.top + padding.bottom < box.height) {
+        inner.y = padding.top;
+        inner.height -= padding.top + padding.bottom;
+    }
+    return inner;
+}
+
 }  // namespace
 
 BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
@@ -111,7 +125,7 @@ bool BandBuilder::makePiece(PlannedControl& control, const Rect& box, const Posi
             } else if constexpr (std::is_same_v<Content, PlannedBarcode>) {
                 makeBarcode(content, position, piece);
             } else if constexpr (std::is_same_v<Content, PlannedChart>) {
-                makeChart(content, piece);
+                piece.item.content = DrawingItem{nullptr, content.content->settings.title};
             } else {
                 makeSubReport(control, position, piece);
             }
@@ -155,23 +169,7 @@ void BandBuilder::makePicture(PlannedPicture& picture, const Position& position,
 
 void BandBuilder::makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece) {
     view_.evaluateText(barcode.text, position, evaluated_);
-    DrawingItem item;
-    const Size size{piece.item.box.width, piece.item.box.height};
-    if (context_.options.drawings != nullptr && !evaluated_.text.empty()) {
-        item.drawing = context_.options.drawings->barcode(*barcode.content, evaluated_.text, size);
-    }
-    item.alternateText = evaluated_.text;
-    piece.item.content = std::move(item);
-}
-
-void BandBuilder::makeChart(const PlannedChart& chart, Piece& piece) {
-    DrawingItem item;
-    const Size size{piece.item.box.width, piece.item.box.height};
-    if (context_.options.drawings != nullptr) {
-        item.drawing = context_.options.drawings->chart(*piece.control->control, size);
-    }
-    item.alternateText = chart.content->settings.title;
-    piece.item.content = std::move(item);
+    piece.item.content = DrawingItem{nullptr, evaluated_.text};
 }
 
 std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position) {
@@ -247,7 +245,7 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
     return height;
 }
 
-// Fixes texts and pictures in their final boxes and hands the items over.
+// Fixes texts, pictures and drawings in their final boxes and hands the items over.
 void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
     draft.band.items.reserve(draft.band.items.size() + pieces.size());
     for (Piece& piece : pieces) {
@@ -260,7 +258,11 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
             if (!shows) continue;
         } else if (auto* const picture = std::get_if<PictureItem>(&item.content)) {
             const auto& planned = std::get<PlannedPicture>(piece.control->content);
-            if (picture->picture) picture->placed = fitPicture(*picture->picture, planned.content->fit, size);
+            const Rect inner = insidePaddings(size, piece.style->padding);
+            if (picture->picture)
+                picture->placed = fitPicture(*picture->picture, planned.content->fit, inner);
+        } else if (auto* const drawing = std::get_if<DrawingItem>(&item.content)) {
+            draw(*drawing, *piece.control, insidePaddings(size, piece.style->padding));
         }
         if (piece.late) {
             piece.late->item = draft.band.items.size();
@@ -272,6 +274,17 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
             if (hasSets()) draft.sets.push_back(piece.control->set);
         }
         if (!piece.nested.empty()) placeNested(draft, piece);
+    }
+}
+
+void BandBuilder::draw(DrawingItem& item, const PlannedControl& control, const Rect& place) const {
+    DrawingSource* const source = context_.options.drawings;
+    if (source == nullptr) return;
+    const auto* const barcode = std::get_if<PlannedBarcode>(&control.content);
+    if (barcode == nullptr) {
+        item.drawing = source->chart(*control.control, place);
+    } else if (!item.alternateText.empty()) {
+        item.drawing = source->barcode(*barcode->content, item.alternateText, place);
     }
 }
 

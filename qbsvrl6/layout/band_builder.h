@@ -54,7 +54,6 @@ private:
     void makeText(PlannedText& text, const Position& position, Piece& piece);
     void makePicture(PlannedPicture& picture, const Position& position, Piece& piece);
     void makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece);
-    void makeChart(const PlannedChart& chart, Piece& piece);
     void makeSubReport(PlannedControl& control, const Position& position, Piece& piece);
     Position evaluationPosition(const PlannedText& text, const Position& position) const;
     bool isBlankText(const Piece& piece) const;
@@ -64,6 +63,7 @@ private:
                     BandKind kind, const Position& position, std::optional<std::size_t> previous);
     void suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft);
     void place(BandDraft& draft, std::vector<Piece>& pieces) const;
+    void draw(DrawingItem& item, const PlannedControl& control, const Rect& place) const;
     void placeNested(BandDraft& draft, Piece& piece) const;
     void finishGridBand(BandDraft& draft) const;
     bool hasSets() const;

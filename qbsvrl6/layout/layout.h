@@ -13,14 +13,16 @@
 
 namespace qbsvrl6 {
 
-// Draws what other stations know how to draw. A null result leaves the item's box without a drawing.
+// Draws what other stations know how to draw. `place` is the part of the item's box that the drawing fills,
+// the box without its paddings; the drawing counts from the box's corner. A null result leaves the box
+// without a drawing.
 class DrawingSource {
 public:
     virtual ~DrawingSource() = default;
     virtual std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
-                                                   Size box) = 0;
+                                                   const Rect& place) = 0;
     // `control` is the chart's control, whose content is a ChartContent.
-    virtual std::shared_ptr<const Drawing> chart(const Control& control, Size box) = 0;
+    virtual std::shared_ptr<const Drawing> chart(const Control& control, const Rect& place) = 0;
 };
 
 struct LayoutOptions {

@@ -131,22 +131,22 @@ std::shared_ptr<const Picture> PictureStore::embedded(const PictureContent& cont
     return picture;
 }
 
-Rect fitPicture(const Picture& picture, PictureFit fit, Size box) {
-    if (fit == PictureFit::Stretch) return {0, 0, box.width, box.height};
+Rect fitPicture(const Picture& picture, PictureFit fit, const Rect& place) {
+    if (fit == PictureFit::Stretch) return place;
     const double dots = picture.dotsPerInch > 0 ? picture.dotsPerInch : 96;
     double width = picture.pixelWidth * kMicrometresPerInch / dots;
     double height = picture.pixelHeight * kMicrometresPerInch / dots;
     if (fit == PictureFit::Clip) {
         // The sink cuts what goes beyond the box.
         const double most = limits::kBandMicrometres;
-        return {0, 0, static_cast<Micrometres>(std::min(width, most)),
+        return {place.x, place.y, static_cast<Micrometres>(std::min(width, most)),
                 static_cast<Micrometres>(std::min(height, most))};
     }
-    const double factor = std::min(box.width / width, box.height / height);
+    const double factor = std::min(place.width / width, place.height / height);
     width *= factor;
     height *= factor;
-    return {static_cast<Micrometres>(std::lround((box.width - width) / 2)),
-            static_cast<Micrometres>(std::lround((box.height - height) / 2)),
+    return {place.x + static_cast<Micrometres>(std::lround((place.width - width) / 2)),
+            place.y + static_cast<Micrometres>(std::lround((place.height - height) / 2)),
             static_cast<Micrometres>(std::lround(width)), static_cast<Micrometres>(std::lround(height))};
 }
 

@@ -33,8 +33,8 @@ private:
     int failedFetches_ = 0;
 };
 
-// Where the picture stands in a box of this size.
-Rect fitPicture(const Picture& picture, PictureFit fit, Size box);
+// Where the picture stands that has this place for it.
+Rect fitPicture(const Picture& picture, PictureFit fit, const Rect& place);
 
 }  // namespace qbsvrl6
 

@@ -6,6 +6,8 @@
 #include <limits>
 
 #include "qbsvrl6/chart/axis.h"
+#include "qbsvrl6/drawing/move.h"
+#include "qbsvrl6/drawing/path_builder.h"
 #include "qbsvrl6/drawing/svg.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -126,6 +128,17 @@ TEST(Chart, BearsAnyDataInAnyBox) {
             }
         }
     }
+}
+
+TEST(Drawing, MovesAsAWhole) {
+    Drawing drawing;
+    drawing.elements.emplace_back(PathBuilder().moveTo(100, 200).lineTo(300, 400).stroke({}, 100).take());
+    drawing.elements.emplace_back(
+        Drawing::Label{100, 200, Drawing::Label::Anchor::Start, 0, 8, false, u"", u"a", {}});
+    moveBy(drawing, 1'000, 2'000);
+    const std::string svg = toSvg(drawing, {5'000, 5'000});
+    EXPECT_NE(svg.find("d=\"M11 22L13 24\""), std::string::npos) << svg;
+    EXPECT_NE(svg.find("<text x=\"11\" y=\"22\""), std::string::npos) << svg;
 }
 
 TEST(Svg, EscapesTexts) {

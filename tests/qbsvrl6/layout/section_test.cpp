@@ -132,5 +132,64 @@ TEST(Section, ShowsControlsByConditions) {
     EXPECT_EQ(described, "1:0,0,0/8 1:0,0,255/8 2:255,0,0/8 3:0,255,0/20 3:0,0,255/8 ");
 }
 
+// Two red pixels beside each other.
+constexpr const char* kPicture =
+    "iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAIAAAB7QOjdAAAADUlEQVR4nGP4z8AARAAI/gH/xp559wAAAABJRU5ErkJggg==";
+
+TEST(Section, KeepsPicturesAndDrawingsInsideTheirPaddings) {
+    class Source : public DrawingSource {
+    public:
+        std::shared_ptr<const Drawing> barcode(const BarcodeContent&, std::u16string_view,
+                                               const Rect& place) override {
+            return tell("barcode", place);
+        }
+        std::shared_ptr<const Drawing> chart(const Control&, const Rect& place) override {
+            return tell("chart", place);
+        }
+        std::shared_ptr<const Drawing> tell(const char* kind, const Rect& place) {
+            told += std::string(kind) + " " + show(place);
+            return nullptr;
+        }
+        static std::string show(const Rect& r) {
+            return std::to_string(r.x) + "," + std::to_string(r.y) + " " + std::to_string(r.width) + "x" +
+                   std::to_string(r.height) + "; ";
+        }
+        std::string told;
+    };
+    const struct {
+        std::string elements;
+        const char* expected;
+    } cases[] = {
+        {"<ReportHeader height='20mm'><Barcode width='40mm' height='20mm' text='1' padding='1mm 2mm 3mm "
+         "4mm'/><Chart width='50mm' height='20mm'/></ReportHeader>",
+         "barcode 1000,2000 36000x14000; chart 0,0 50000x20000; "},
+        // What would leave no room is left out.
+        {"<ReportHeader height='20mm'><Chart width='40mm' height='4mm' padding='2mm'/></ReportHeader>",
+         "chart 2000,0 36000x4000; "},
+        // A cell that another one makes taller.
+        {"<Grid titleHeight='0mm' rowHeight='5mm'><Columns><Column name='A' width='40mm'><Content "
+         "text='a&#10;b&#10;c&#10;d'/></Column><Column name='B' width='40mm'><Content><Barcode text='[n]' "
+         "padding='1mm'/></Content></Column></Columns></Grid>",
+         "barcode 1000,1000 38000x11140; "},
+        {std::string("<ReportHeader height='20mm'><Picture width='20mm' height='20mm' "
+                     "padding='2mm'><Embedded>") +
+             kPicture + "</Embedded></Picture></ReportHeader>",
+         "picture 2000,6000 16000x8000; "},
+    };
+    for (const auto& test : cases) {
+        Source source;
+        LayoutOptions options;
+        options.drawings = &source;
+        const RecordingSink sink = layOutText(test.elements, numberedRows(1), options);
+        for (const auto& recorded : sink.pages.at(0)) {
+            for (const Item& item : recorded.band.items) {
+                const auto* const picture = std::get_if<PictureItem>(&item.content);
+                if (picture != nullptr) source.told += "picture " + Source::show(picture->placed);
+            }
+        }
+        EXPECT_EQ(source.told, test.expected) << test.elements;
+    }
+}
+
 }  // namespace
 }  // namespace qbsvrl6
