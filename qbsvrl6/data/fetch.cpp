@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 
 #include "qbsvrl6/data/load.h"
@@ -127,7 +128,9 @@ std::string pathOfFileUrl(const std::string& address) {
     return path;
 }
 
-bool isExistingFile(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+bool isMissing(const std::string& path) {
+    return ::access(path.c_str(), F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
 
 bool isWebAddress(const std::string& address) {
     return hasScheme(address, "http://") || hasScheme(address, "https://");
@@ -146,8 +149,11 @@ std::string localPath(std::u16string_view address, const std::string& baseDirect
                           {path.substr(0, path.find('\0'))});
     }
     if (path.front() == '/' || baseDirectory.empty()) return path;
-    const std::string based = baseDirectory + path;
-    return !isExistingFile(based) && isExistingFile(path) ? path : based;
+    std::string based = baseDirectory + path;
+    if (!isMissing(based)) return based;
+    if (!isMissing(path)) return path;
+    throw EngineError(ErrorCode::FileNotFound, "No such file or directory, nor in the working directory",
+                      {based});
 }
 
 std::string fetch(std::u16string_view address, const std::string& baseDirectory, std::size_t maxBytes) {

@@ -12,7 +12,7 @@ namespace qbsvrl6 {
 // The path (UTF-8) behind a local path or a file: address; empty for http: and https:. A relative path starts
 // at `baseDirectory` (UTF-8, closed by "/") or, where there is no such file, at the working directory:
 // templates name their files from where they stand, programs from where they run. Raises EngineError for an
-// empty address.
+// empty address and where a relative path leads to nothing.
 std::string localPath(std::u16string_view address, const std::string& baseDirectory);
 
 // The bytes behind a local path, file:, http: or https: address. Raises EngineError that names the address:

@@ -48,8 +48,8 @@ TEST_F(FetchFile, ReadsRegularFilesUpToTheLimit) {
     EXPECT_EQ(get("file://localhost" + directory_ + "empty.txt"), "");
     EXPECT_EQ(get("file:empty.txt"), "");
     EXPECT_EQ(get("数 据.txt", 4), "! 数 据.txt: larger than 4 bytes");
-    EXPECT_EQ(get("absent.txt"), "! absent.txt: No such file or directory");
-    EXPECT_EQ(get("empty.txt/x"), "! empty.txt/x: Not a directory");
+    EXPECT_EQ(get("absent.txt"), "! absent.txt: No such file or directory, nor in the working directory");
+    EXPECT_EQ(get("empty.txt/x"), "! empty.txt/x: No such file or directory, nor in the working directory");
     EXPECT_EQ(get("."), "! .: not a regular file");
     EXPECT_EQ(get("pipe"), "! pipe: not a regular file");
     EXPECT_EQ(get("/dev/zero"), "! /dev/zero: not a regular file");
