@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -108,7 +109,9 @@ void appendLabel(std::string& out, const Drawing::Label& label) {
     appendColor(out, label.color);
     out += "\" font-family=\"";
     appendEscaped(out, label.fontFamily);
-    out += label.fontFamily.empty() ? "sans-serif\"" : ", sans-serif\"";
+    if (!label.fontFamily.empty()) out += ", ";
+    out += genericFamily(familyKind(foldFamily(label.fontFamily)));
+    out += '"';
     if (label.bold) out += " font-weight=\"bold\"";
     if (label.rotation != 0) {
         out += " transform=\"rotate(";

@@ -172,4 +172,9 @@ FamilyKind fallbackOf(FamilyKind kind) {
     }
 }
 
+std::string_view genericFamily(FamilyKind kind) {
+    if (kind == FamilyKind::Mono) return "monospace";
+    return fallbackOf(kind) == FamilyKind::Song ? "serif" : "sans-serif";
+}
+
 }  // namespace qbsvrl6

@@ -24,6 +24,9 @@ std::vector<std::string_view> familiesOf(FamilyKind kind);
 // The kind of Chinese family that fits beside one of this kind, for the characters that it lacks.
 FamilyKind fallbackOf(FamilyKind kind);
 
+// The generic family of style sheets that is nearest: "serif", "sans-serif" or "monospace".
+std::string_view genericFamily(FamilyKind kind);
+
 }  // namespace qbsvrl6
 
 #endif

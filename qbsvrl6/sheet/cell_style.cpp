@@ -55,6 +55,8 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     const double fontSize = text != nullptr ? text->fontSize : resolved->fontSize;
     const Color color = text != nullptr && text->color ? *text->color : resolved->color;
     const bool isWrapped = text != nullptr && !isNumber && wraps(*cell.item);
+    // Pictures and drawings keep the paddings themselves, in the places where they are drawn.
+    const bool isPadded = cell.item == nullptr || text != nullptr;
 
     Answer& answer = answers_[(reinterpret_cast<std::uintptr_t>(resolved) / 16 + (isWrapped ? 1 : 0) +
                                (cell.background ? packed(*cell.background) : 0)) %
@@ -62,7 +64,7 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     const Key& known = answer.key;
     if (answer.id >= 0 && known.style == resolved && known.fontSize == fontSize && known.color == color &&
         known.background == cell.background && known.border == cell.border && known.wraps == isWrapped &&
-        known.isNumber == isNumber && known.numberFormat == numberFormat) {
+        known.isPadded == isPadded && known.isNumber == isNumber && known.numberFormat == numberFormat) {
         return answer.id;
     }
     CellStyle style;
@@ -78,13 +80,14 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     style.verticalAlign = resolved->verticalAlign;
     style.rotation = resolved->rotation;
     style.lineSpacing = resolved->lineSpacing;
-    style.padding = resolved->padding;
+    if (isPadded) style.padding = resolved->padding;
     style.wraps = isWrapped;
     style.isNumber = isNumber;
     style.numberFormat = numberFormat;
     answer.id = idOf(std::move(style));
-    answer.key = {resolved,    fontSize,  color,    cell.background,
-                  cell.border, isWrapped, isNumber, std::u16string(numberFormat)};
+    answer.key = {resolved,        fontSize,    color,
+                  cell.background, cell.border, isWrapped,
+                  isPadded,        isNumber,    std::u16string(numberFormat)};
     return answer.id;
 }
 

@@ -54,6 +54,7 @@ private:
         std::optional<Color> background;
         Border border;
         bool wraps = false;
+        bool isPadded = true;
         bool isNumber = false;
         std::u16string numberFormat;
         bool operator==(const Key&) const = default;

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/sheet/escape.h"
 
 namespace qbsvrl6 {
@@ -58,7 +59,7 @@ void appendFontFamily(std::string& out, std::u16string_view family) {
         appendMarkup(out, name);
         out += "',";
     }
-    out += "sans-serif";
+    out += genericFamily(familyKind(foldFamily(family)));
 }
 
 void appendDeclarations(std::string& out, const CellStyle& style) {

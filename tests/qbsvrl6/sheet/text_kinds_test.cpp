@@ -265,18 +265,23 @@ TEST(HtmWriter, DrawsPicturesAndLines) {
     EXPECT_EQ(htm.texts("//svg/title"), "<5>|");
     EXPECT_EQ(htm.texts("//tr[2]/td"), "|in the box||");
     // The box's cells have its fill, its outer edges and the line below.
-    const auto rule = [&](const char* cell) {
-        const std::string name = htm.texts((std::string("//tr[2]/td[") + cell + "]/@class").c_str());
+    const auto rule = [&](const std::string& cell) {
+        const std::string name = htm.texts(("//tr" + cell + "/@class").c_str());
         const std::size_t at = text.find("." + name.substr(0, name.size() - 1) + "{");
         return text.substr(at, text.find('}', at) - at);
     };
-    EXPECT_NE(
-        rule("1").find("background:#ffff00;border-left:0.25mm solid #000000;border-top:0.25mm solid #000000;"
-                       "border-bottom:0.5mm solid #0000ff;"),
-        std::string::npos)
-        << rule("1");
-    EXPECT_EQ(rule("2").find("border-left"), std::string::npos);
-    EXPECT_NE(rule("3").find("border-right:0.25mm"), std::string::npos);
+    EXPECT_NE(rule("[2]/td[1]")
+                  .find("background:#ffff00;border-left:0.25mm solid #000000;border-top:0.25mm solid #000000;"
+                        "border-bottom:0.5mm solid #0000ff;"),
+              std::string::npos)
+        << rule("[2]/td[1]");
+    EXPECT_EQ(rule("[2]/td[2]").find("border-left"), std::string::npos);
+    EXPECT_NE(rule("[2]/td[3]").find("border-right:0.25mm"), std::string::npos);
+    // Pictures and drawings have their paddings in themselves.
+    EXPECT_NE(rule("[2]/td[2]").find("'SimSun',serif;"), std::string::npos) << rule("[2]/td[2]");
+    EXPECT_NE(rule("[2]/td[2]").find("padding:0.3mm 0.5mm "), std::string::npos) << rule("[2]/td[2]");
+    EXPECT_EQ(rule("[1]/td[1]").find("0.3mm"), std::string::npos) << rule("[1]/td[1]");
+    EXPECT_EQ(rule("[1]/td[3]").find("0.3mm"), std::string::npos) << rule("[1]/td[3]");
 }
 
 }  // namespace
