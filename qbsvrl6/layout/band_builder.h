@@ -56,7 +56,6 @@ private:
     void makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece);
     void makeSubReport(PlannedControl& control, const Position& position, Piece& piece);
     Position evaluationPosition(const PlannedText& text, const Position& position) const;
-    bool isBlankText(const Piece& piece) const;
 
     Micrometres arrange(const Section& section, Micrometres height, std::vector<Piece>& pieces) const;
     BandDraft cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,

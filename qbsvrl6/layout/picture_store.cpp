@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
+#include "common/base64.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -19,32 +19,13 @@ constexpr std::size_t kLongestKey = 4'096;  // pictures written out in the data 
 constexpr int kMostFailedFetches = 20;
 constexpr double kMicrometresPerInch = 25'400;
 
-int base64Value(char16_t unit) {
-    if (unit >= u'A' && unit <= u'Z') return unit - u'A';
-    if (unit >= u'a' && unit <= u'z') return unit - u'a' + 26;
-    if (unit >= u'0' && unit <= u'9') return unit - u'0' + 52;
-    if (unit == u'+' || unit == u'-') return 62;
-    if (unit == u'/' || unit == u'_') return 63;
-    return -1;
-}
-
-std::optional<std::string> decodeBase64(std::u16string_view text) {
-    std::string bytes;
-    bytes.reserve(text.size() / 4 * 3);
-    unsigned bits = 0;
-    int count = 0;
-    for (const char16_t unit : text) {
-        if (unit == u'=') break;
-        if (unit == u' ' || unit == u'\r' || unit == u'\n' || unit == u'\t') continue;
-        const int value = base64Value(unit);
-        if (value < 0) return std::nullopt;
-        bits = (bits << 6 | static_cast<unsigned>(value)) & 0xFFFFFFu;
-        count += 6;
-        if (count < 8) continue;
-        count -= 8;
-        bytes += static_cast<char>(bits >> count & 0xFFu);
-    }
-    return bytes;
+std::string decodeBase64(std::u16string_view text) {
+    constexpr std::size_t kLongest = limits::kPictureBytes / 2 * 3;  // line breaks included
+    if (text.size() > kLongest) throw EngineError(ErrorCode::LimitExceeded, "the Base64 text is too long");
+    larkspur::ClkMemory bytes;
+    larkspur::Base64_DecodeFromWideText(text.data(), static_cast<int>(text.size()), bytes);
+    if (bytes.Size() == 0) return {};
+    return {static_cast<const char*>(bytes.Data()), static_cast<std::size_t>(bytes.Size())};
 }
 
 // Base64 text of a PNG or JPEG file, known by its first bytes; no path is as long as the shortest picture.
@@ -95,11 +76,7 @@ std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, co
     } else if (looksLikeBase64(source)) {
         encoded = source;
     }
-    if (!encoded.empty()) {
-        std::optional<std::string> bytes = decodeBase64(encoded);
-        if (!bytes) throw EngineError(ErrorCode::BadPicture, "the Base64 text is damaged");
-        return loadPicture(std::move(*bytes), "picture in the data");
-    }
+    if (!encoded.empty()) return loadPicture(decodeBase64(encoded), "picture in the data");
     // A server that hangs would hold the export up for each row.
     if (isRemote(source) && failedFetches_ >= kMostFailedFetches) {
         throw EngineError(ErrorCode::LimitExceeded, "too many pictures could not be fetched already");

@@ -98,8 +98,8 @@ void describeDataSource(Element& element, SourceLike& source) {
 template <class Element, class ContentLike>
 void describeText(Element& element, ContentLike& text) {
     static const TextContent defaults;
-    element.attribute("text", text.text, {}, TextCodec{});
-    element.attribute("link", text.link, {}, TextCodec{});
+    element.attribute("text", text.text, {}, PlaceholderCodec{});
+    element.attribute("link", text.link, {}, PlaceholderCodec{});
     element.attribute("evaluate", text.evaluate, defaults.evaluate,
                       WordCodec<TextContent::Evaluate>{kEvaluations});
     element.attribute("suppressRepeated", text.suppressRepeated, defaults.suppressRepeated, SwitchCodec{});
@@ -127,7 +127,7 @@ void describeBox(Element& element, ContentLike& box) {
 template <class Element, class ContentLike>
 void describePicture(Element& element, ContentLike& picture) {
     static const PictureContent defaults;
-    element.attribute("source", picture.source, {}, TextCodec{});
+    element.attribute("source", picture.source, {}, PlaceholderCodec{});
     element.attribute("scale", picture.fit, defaults.fit, WordCodec<PictureFit>{kPictureFits});
     element.bytes("Embedded", picture.embedded);
 }
@@ -136,7 +136,7 @@ template <class Element, class ContentLike>
 void describeBarcode(Element& element, ContentLike& barcode) {
     static const BarcodeContent defaults;
     element.attribute("type", barcode.type, defaults.type, IntegerCodec{1, 999});
-    element.attribute("text", barcode.text, {}, TextCodec{});
+    element.attribute("text", barcode.text, {}, PlaceholderCodec{});
     element.attribute("showText", barcode.showText, defaults.showText, SwitchCodec{});
 }
 
@@ -168,7 +168,7 @@ template <class Element, class ContentLike>
 void describeSubReport(Element& element, ContentLike& subReport) {
     element.list("Parameter", subReport.parameters, [](auto& child, auto& parameter) {
         child.required("name", parameter.name, TextCodec{});
-        child.attribute("expression", parameter.expression, {}, TextCodec{});
+        child.attribute("expression", parameter.expression, {}, ExpressionCodec{});
     });
     element.nestedReport("Report", subReport.report);
 }
@@ -186,14 +186,14 @@ void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
         element.columnReference("toColumn", control.toColumn);
     }
     element.styleReference("style", control.styleName);
-    element.attribute("visibleWhen", control.visibleWhen, {}, TextCodec{});
+    element.attribute("visibleWhen", control.visibleWhen, {}, ExpressionCodec{});
     describeStyle(element, control.style);
 }
 
 template <class Element, class ControlLike>
 void describeConditions(Element& element, ControlLike& control) {
     element.list("When", control.conditions, [](auto& child, auto& condition) {
-        child.required("test", condition.when, TextCodec{});
+        child.required("test", condition.when, ExpressionCodec{});
         child.styleReference("style", condition.style);
     });
 }
@@ -224,7 +224,7 @@ void describeSection(Element& element, SectionLike& section) {
     element.attribute("newPageBefore", section.newPageBefore, defaults.newPageBefore, SwitchCodec{});
     element.attribute("newPageAfter", section.newPageAfter, defaults.newPageAfter, SwitchCodec{});
     element.attribute("background", section.background, ColorCodec{});
-    element.attribute("visibleWhen", section.visibleWhen, {}, TextCodec{});
+    element.attribute("visibleWhen", section.visibleWhen, {}, ExpressionCodec{});
     element.controls(section.controls);
 }
 
@@ -234,7 +234,7 @@ template <class Element, class GroupLike>
 void describeGroup(Element& element, GroupLike& group) {
     static const Group defaults;
     element.attribute("name", group.name, {}, TextCodec{});
-    element.required("by", group.by, TextCodec{});
+    element.required("by", group.by, ExpressionCodec{});
     element.attribute("repeatHeader", group.repeatHeader, defaults.repeatHeader, SwitchCodec{});
     element.attribute("keepTogether", group.keepTogether, defaults.keepTogether, SwitchCodec{});
     element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});
@@ -258,7 +258,7 @@ void describeGrid(Element& element, GridLike& grid) {
                       IntegerCodec{0, static_cast<int>(limits::kGridColumns)});
     element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
     element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
-    element.attribute("filter", grid.filter, {}, TextCodec{});
+    element.attribute("filter", grid.filter, {}, ExpressionCodec{});
     element.child("Recordset", [&](auto& child) { describeDataSource(child, grid.recordset); });
     element.child("Columns", [&](auto& columns) {
         columns.namedList("Column", grid.columns, limits::kGridColumns, [](auto& child, auto& column) {
@@ -313,7 +313,7 @@ void describeReport(Element& element, ReportLike& report) {
         fields.namedList("Field", report.fields, kNoLimit, [](auto& child, auto& field) {
             child.required("name", field.name, TextCodec{});
             child.attribute("type", field.type, DataType::Text, WordCodec<DataType>{kDataTypes});
-            child.attribute("expression", field.expression, {}, TextCodec{});
+            child.attribute("expression", field.expression, {}, ExpressionCodec{});
         });
     });
     element.child("Data", [&](auto& data) { describeDataSource(data, report.data); });

@@ -7,6 +7,9 @@
 #include <cstdint>
 
 #include "common/base64.h"
+#include "qbsvrl6/bind/text_template.h"
+#include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -16,6 +19,21 @@ namespace {
 constexpr std::string_view kLengthForm = "a length with its unit, like \"12.5mm\" (mm, cm, in, pt)";
 constexpr std::string_view kColorForm = "a colour like \"#336699\"";
 constexpr std::string_view kNumberForm = "a number like \"1.5\"";
+
+// The message of a fault ends in "column 4: what is wrong". The text ahead of that is told by the reader, and
+// the column may count in one placeholder of the text.
+template <class Parse>
+void checkGrammar(const Parse& parse) {
+    try {
+        parse();
+    } catch (const EngineError& error) {
+        const std::string_view message = error.what();
+        const std::size_t column = std::min(message.rfind("column "), message.size());
+        const std::size_t colon = std::min(message.find(": ", column), message.size());
+        throw ValueFault("column " + std::to_string(error.place().column) +
+                         std::string(message.substr(colon)));
+    }
+}
 
 [[noreturn]] void fault(std::string_view expected) { throw ValueFault("expected " + std::string(expected)); }
 
@@ -73,6 +91,22 @@ std::vector<std::string_view> split(std::string_view text) {
 
 std::u16string TextCodec::read(std::string_view text) const { return toUtf16(text); }
 std::string TextCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+std::u16string ExpressionCodec::read(std::string_view text) const {
+    std::u16string value = toUtf16(text);
+    checkGrammar([&] {
+        if (!trimmed(value).empty()) Expression::parse(value);
+    });
+    return value;
+}
+std::string ExpressionCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+std::u16string PlaceholderCodec::read(std::string_view text) const {
+    std::u16string value = toUtf16(text);
+    checkGrammar([&] { TextTemplate::parse(value); });
+    return value;
+}
+std::string PlaceholderCodec::write(const std::u16string& value) const { return toUtf8(value); }
 
 bool SwitchCodec::read(std::string_view text) const {
     if (text == "true") return true;

@@ -33,6 +33,18 @@ struct TextCodec {
     std::string write(const std::u16string& value) const;
 };
 
+// An expression, and a text with placeholders: checked for faults of their grammar, kept as they are written.
+// Names and scopes are looked up when the report is exported.
+struct ExpressionCodec {
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
+struct PlaceholderCodec {
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
 struct SwitchCodec {
     bool read(std::string_view text) const;
     std::string write(bool value) const { return value ? "true" : "false"; }
