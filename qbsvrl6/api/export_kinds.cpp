@@ -37,6 +37,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
 Sink makeXlsx(const ExportJob& job, std::string& output) { return makeXlsxWriter(sheetOptions(job), output); }
 Sink makeXls(const ExportJob& job, std::string& output) { return makeXlsWriter(sheetOptions(job), output); }
 Sink makeHtm(const ExportJob& job, std::string& output) { return makeHtmWriter(sheetOptions(job), output); }
+Sink makeRtf(const ExportJob& job, std::string& output) { return makeRtfWriter(sheetOptions(job), output); }
 Sink makeTxt(const ExportJob& job, std::string& output) { return makeTxtWriter(sheetOptions(job), output); }
 Sink makeCsv(const ExportJob& job, std::string& output) { return makeCsvWriter(sheetOptions(job), output); }
 
@@ -52,10 +53,11 @@ struct ExportForm {
 
 // The first form of its kind that the options choose makes the document.
 constexpr ExportForm kForms[] = {
-    {ExportKind::Pdf, always, makePdf},  {ExportKind::Xls, asXlsx, makeXlsx},
-    {ExportKind::Xls, always, makeXls},  {ExportKind::Htm, always, makeHtm},
-    {ExportKind::Txt, always, makeTxt},  {ExportKind::Csv, always, makeCsv},
-    {ExportKind::Image, asPng, makePng}, {ExportKind::Image, always, makeTiff},
+    {ExportKind::Pdf, always, makePdf},    {ExportKind::Xls, asXlsx, makeXlsx},
+    {ExportKind::Xls, always, makeXls},    {ExportKind::Htm, always, makeHtm},
+    {ExportKind::Rtf, always, makeRtf},    {ExportKind::Txt, always, makeTxt},
+    {ExportKind::Csv, always, makeCsv},    {ExportKind::Image, asPng, makePng},
+    {ExportKind::Image, always, makeTiff},
 };
 
 std::string nameOf(const ExportOptions& options) {

@@ -29,6 +29,10 @@ void CellSink::band(Band&& band, Micrometres x, Micrometres y) {
 
 void CellSink::writeHeld() {
     if (!held_) return;
+    if (keepBand(*held_, heldX_, heldY_)) {
+        held_.reset();
+        return;
+    }
     const std::span<const CellRow> rows = grid_.place(*held_, heldX_, heldY_);
     if (!rows.empty()) writeRows(*held_, rows);
     held_.reset();

@@ -20,8 +20,11 @@ public:
         if (block_.size() >= kBlockBytes) putAside();
     }
 
-    // Leaves a place open; places are numbered from 0.
-    void mark() { marks_.push_back({blocks_.size(), block_.size()}); }
+    // Leaves a place open; places are numbered from 0, and the number is told.
+    std::size_t mark() {
+        marks_.push_back({blocks_.size(), block_.size()});
+        return marks_.size() - 1;
+    }
 
     // Puts everything behind `output`, each marked place filled by `fill(place, output)`, and is empty then.
     void moveTo(std::string& output, const std::function<void(std::size_t, std::string&)>& fill);

@@ -24,6 +24,7 @@ struct SheetOptions {
 std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, std::string& output);
 std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, std::string& output);
 std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, std::string& output);
+std::unique_ptr<PageSink> makeRtfWriter(const SheetOptions& options, std::string& output);
 std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, std::string& output);
 std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, std::string& output);
 

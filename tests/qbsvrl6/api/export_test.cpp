@@ -17,7 +17,7 @@ TEST_F(ApiTest, MakesEachKindOrSaysWhyNot) {
         {QBExportType_TXT, ""},
         {QBExportType_CSV, "\xEF\xBB\xBF"},
         {QBExportType_XLS, "\xD0\xCF\x11\xE0"},
-        {QBExportType_RTF, nullptr},
+        {QBExportType_RTF, "{\\rtf1"},
         {QBExportType_IMG, "II*"},
         {static_cast<tagQBExportType>(0), nullptr},
     };

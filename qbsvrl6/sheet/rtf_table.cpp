@@ -1,0 +1,139 @@
+#include "qbsvrl6/sheet/rtf_table.h"
+
+#include <algorithm>
+
+#include "qbsvrl6/sheet/escape.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// A link's address inside of quotes; what would end them is written as addresses write it.
+std::string quotedAddress(std::u16string_view address) {
+    std::u16string plain;
+    for (const char16_t unit : address) {
+        if (unit == u'"') {
+            plain += u"%22";
+        } else if (unit == u'\\') {
+            plain += u"%5C";
+        } else if (unit > 0x20 && unit != 0x7F) {
+            plain += unit;
+        }
+    }
+    std::string out;
+    appendRtf(out, plain);
+    return out;
+}
+
+}  // namespace
+
+RtfTable::RtfTable(const CellGrid& grid, Micrometres left) : left_(twips(left)) {
+    Micrometres edge = left;
+    for (int column = 0; column < grid.columnCount(); ++column) {
+        edge += grid.columnWidth(column);
+        edges_.push_back(twips(edge));
+    }
+}
+
+void RtfTable::append(std::string& out, std::span<const CellRow> rows, bool repeats, const TextWriter& text) {
+    below_.assign(edges_.size(), {});
+    for (const CellRow& row : rows) {
+        findSlots(row);
+        appendDefinition(out, row, repeats);
+        appendCells(out, text);
+        out += "\\row\n";
+    }
+}
+
+void RtfTable::findSlots(const CellRow& row) {
+    slots_.clear();
+    const auto columns = static_cast<int>(edges_.size());
+    std::size_t next = 0;
+    for (int column = 0; column < columns;) {
+        Below& below = below_[static_cast<std::size_t>(column)];
+        if (below.rowsLeft > 0) {
+            --below.rowsLeft;
+            column += below.cell->columnSpan;
+            slots_.push_back({below.cell, column, true});
+        } else if (next < row.cells.size() && row.cells[next].column == column) {
+            const Cell& cell = row.cells[next++];
+            below = {&cell, cell.rowSpan - 1};
+            column += cell.columnSpan;
+            slots_.push_back({&cell, column, false});
+        } else {
+            const int end = next < row.cells.size() ? row.cells[next].column : columns;
+            do ++column;
+            while (column < end && below_[static_cast<std::size_t>(column)].rowsLeft == 0);
+            slots_.push_back({nullptr, column, false});
+        }
+    }
+}
+
+void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repeats) {
+    appendCommand(out, "\\trowd\\trgaph0\\trkeep\\trleft", left_);
+    appendCommand(out, "\\trrh", twips(row.height));
+    if (repeats) out += "\\trhdr";
+    for (const Slot& slot : slots_) {
+        if (slot.cell != nullptr) {
+            if (slot.goesOn) {
+                out += "\\clvmrg";
+            } else if (slot.cell->rowSpan > 1) {
+                out += "\\clvmgf";
+            }
+            out += looks_.frame(*slot.cell);
+        }
+        appendCommand(out, "\\cellx", edges_[static_cast<std::size_t>(slot.columnEnd) - 1]);
+    }
+    out += '\n';
+}
+
+void RtfTable::appendCells(std::string& out, const TextWriter& text) {
+    for (const Slot& slot : slots_) {
+        if (slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn) {
+            out += "\\pard\\plain\\intbl\\fs2\\cell\n";
+            continue;
+        }
+        out += looks_.paragraph(*slot.cell);
+        appendContent(out, *slot.cell->item, text);
+        out += "\\cell\n";
+    }
+}
+
+void RtfTable::appendContent(std::string& out, Item& item, const TextWriter& text) {
+    const auto* content = std::get_if<TextItem>(&item.content);
+    if (content == nullptr) {
+        appendPicture(out, item);
+        return;
+    }
+    const bool isLink = isSafeLink(content->link);
+    if (isLink)
+        out += "{\\field{\\*\\fldinst{HYPERLINK \"" + quotedAddress(content->link) + "\"}}{\\fldrslt{";
+    text(out, item);
+    if (isLink) out += "}}}";
+}
+
+void RtfTable::appendPicture(std::string& out, const Item& item) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    const std::uint32_t number = pictures_.numberOf(item);
+    if (number == 0) return;
+    const Picture& picture = *pictures_.pictures()[number - 1];
+    const Rect box = pictureBox(item);
+    const int width = twips(box.width);
+    const int height = twips(box.height);
+    out += picture.encoding == Picture::Encoding::Jpeg ? "{\\pict\\jpegblip" : "{\\pict\\pngblip";
+    // Pixels by their usual size, 15 twips, for readers that ignore the size that is wanted.
+    appendCommand(out, "\\picw", width / 15);
+    appendCommand(out, "\\pich", height / 15);
+    appendCommand(out, "\\picwgoal", width);
+    appendCommand(out, "\\pichgoal", height);
+    out += '\n';
+    for (std::size_t i = 0; i < picture.bytes.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(picture.bytes[i]);
+        out += kDigits[byte >> 4];
+        out += kDigits[byte & 0xF];
+        if (i % 64 == 63) out += '\n';
+    }
+    out += '}';
+}
+
+}  // namespace qbsvrl6
