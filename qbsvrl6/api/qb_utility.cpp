@@ -27,8 +27,7 @@ const lkchar* QBUtilityNumberFormat(tagQBUtility* handle, const lkchar* format, 
 const lkchar* QBGenerateBarcodeGraph(const lkchar* json) {
     return guarded("QBGenerateBarcodeGraph", static_cast<const lkchar*>(nullptr), [&]() -> const lkchar* {
         thread_local std::u16string kept;
-        std::u16string graph = barcodeSvg(parseBarcodeRequest(textFrom(json)));
-        kept.swap(graph);
+        kept = barcodeSvg(parseBarcodeRequest(textFrom(json)));
         return kept.c_str();
     });
 }

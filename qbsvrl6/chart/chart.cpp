@@ -383,10 +383,10 @@ private:
     void paintScatter() {
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             const auto& points = data_.series[s].points;
-            std::vector<double> ys;
-            for (const auto& point : points) {
-                ys.push_back(std::isfinite(point.x) ? point.y : std::numeric_limits<double>::quiet_NaN());
-            }
+            std::vector<double> ys(points.size());
+            std::transform(points.begin(), points.end(), ys.begin(), [](const ChartPoint& point) {
+                return std::isfinite(point.x) ? point.y : std::numeric_limits<double>::quiet_NaN();
+            });
             paintPolyline(
                 s, points.size(), [&](std::size_t i) { return xOf(points[i].x); }, ys);
         }

@@ -29,6 +29,7 @@ private:
 };
 
 // The function of the library, named once.
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a declaration has no place for them
 #define QBSVR_LAZY_FUNCTION(library, name) \
     decltype(::name)* name = (library).function<decltype(::name)>(#name)
 

@@ -99,7 +99,9 @@ class Samples(unittest.TestCase):
         self.assertEqual([line for line in self.lines if "failed" in line], [])
         for kind in KINDS:
             files = sorted(self.auto.joinpath(kind).iterdir())
-            self.assertEqual([file.name for file in files if file.stat().st_size == 0], [], kind)
+            empty = [file.stem for file in files if file.stat().st_size == 0]
+            # The grid alone of a report that has none.
+            self.assertEqual(empty, ["6a.通知", "9d.图表"] if kind == "txt-only-detail" else [], kind)
             if kind != "pdf_adapt":
                 self.assertEqual(sorted(file.stem for file in files), sorted(report_names()), kind)
         # Nine ways each, but for the letter and the charts, which have no detail grid.
