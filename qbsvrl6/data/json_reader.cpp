@@ -116,7 +116,7 @@ private:
         ColumnFinder columns;
         const std::string outer = std::exchange(path_, {});
         for (auto element : rows) {
-            ondemand::value value = element;
+            ondemand::value value = element.value();
             columns.beginRow(table);
             if (value.type() == ondemand::json_type::object) {
                 readRow(value.get_object(), table, columns, 2);
@@ -229,7 +229,7 @@ private:
 
     const char* checkArray(ondemand::value& array, int depth) {
         checkDepth(depth, array);
-        for (auto element : array.get_array()) check(element, depth);
+        for (auto element : array.get_array()) check(element.value(), depth);
         const char* behind = end_;
         if (document_.current_location().get(behind) != simdjson::SUCCESS) behind = end_;
         // The parser stands at the next token; the bracket is the last one before it.
