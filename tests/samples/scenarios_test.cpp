@@ -11,6 +11,7 @@
 
 #include "common/unicode.h"
 #include "driver/barcode_samples.h"
+#include "driver/batch_threads.h"
 #include "driver/chart_data.h"
 #include "driver/sample_tree.h"
 #include "driver/samples.h"
@@ -196,6 +197,46 @@ TEST_F(Scenarios, ChartsShowTheDataThatTheyAskFor) {
     for (const char* piece :
          {"一季度", "173", "张三", "李四", "王五", "39.4%", "甲线", "乙线", "华东", "华南", "华北"})
         EXPECT_NE(text.find(piece), std::string::npos) << piece << " in\n" << text;
+}
+
+// The kinds that the batches leave out.
+TEST_F(Scenarios, ThreadsThatNoBatchStartsMakeTheirDocuments) {
+    const lkstr list =
+        u"[{\"Items\":[{\"Name\":\"1a.简单表格\",\"Data\":\"Customer\"},{\"Name\":\"9d.图表\"}]}]";
+    ReportsJson.Parse(list.c_str(), static_cast<int>(list.size()));
+    const struct {
+        void (*run)();
+        std::string title, directory, extension, start;
+    } cases[] = {
+        {RTFThread, "RTF", "rtf", ".rtf", "{\\rtf1"},
+        {RTFAsEntireTableThread, "RTFAsEntireTable", "rtf-one-table", ".rtf", "{\\rtf1"},
+        {RTFOnlyDetailGridThread, "RTFOnlyDetailGrid", "rtf-only-detail", ".rtf", "{\\rtf1"},
+        {ImgTifThread, "ImgTif", "img-tif", ".tif", kTiff},
+        {ImgPngThread, "ImgPng", "img-png", ".png", "\x89PNG"},
+        {ImgPngOnePageThread, "ImgPngOnePage", "img-png-allin", ".png", "\x89PNG"},
+    };
+    for (const auto& test : cases) {
+        const std::string printed = lines(test.run);
+        EXPECT_EQ(printed.find("failed"), std::string::npos) << printed << takeLog();
+        EXPECT_TRUE(printed.ends_with("Batch Export " + test.title + " finished, ReportCount=2.\n"))
+            << printed;
+        for (const std::string name : {"1a.简单表格", "9d.图表"}) {
+            const std::string bytes = ReadFile(out() / "auto" / test.directory / (name + test.extension));
+            EXPECT_EQ(bytes.substr(0, test.start.size()), test.start) << name << ' ' << test.title;
+        }
+    }
+    // Two pages: two images in the TIFF file, and one twice as high in the PNG file of all pages.
+    const auto output = [&](const std::string& command, const std::string& file) {
+        return qbsvrl6::programs::run(command + " '" + (out() / "auto" / file).string() + "'").output;
+    };
+    const std::string tiff = output("tiffinfo", "img-tif/1a.简单表格.tif");
+    EXPECT_NE(tiff.find("=== TIFF directory 1 ==="), std::string::npos) << tiff;
+    EXPECT_EQ(tiff.find("=== TIFF directory 2 ==="), std::string::npos) << tiff;
+    const auto height = [&](const std::string& file) {
+        const std::string png = ReadFile(out() / "auto" / file);
+        return static_cast<unsigned char>(png[22]) * 256 + static_cast<unsigned char>(png[23]);
+    };
+    EXPECT_EQ(height("img-png-allin/1a.简单表格.png"), 2 * height("img-png/1a.简单表格.png"));
 }
 
 TEST_F(Scenarios, BarcodesAreDrawn) {
