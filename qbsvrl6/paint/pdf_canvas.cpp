@@ -21,6 +21,7 @@ void PdfCanvas::begin(Micrometres pageHeight) {
     page_.clear();
     page_.append("q .01 0 0 .01 0 0 cm\n"sv);
     textState_ = {};
+    shapeState_ = {};
     links_.clear();
     usedPictures_.clear();
 }
@@ -38,7 +39,8 @@ void PdfCanvas::nextLayer() {
     if (text_.size() > 0) page_.add("BT\n"sv, text_.view(), "ET\n"sv);
     shapes_.clear();
     text_.clear();
-    shapeState_ = {};
+    // What the texts have set stays, and the next shapes begin with it.
+    shapeState_ = {textState_.color, textState_.boldColor, textState_.boldWidth, false};
     lineX_ = lineY_ = 0;
     lineUpright_ = true;
 }

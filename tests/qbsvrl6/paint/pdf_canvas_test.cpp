@@ -33,10 +33,11 @@ std::string drawn(const std::function<void(Canvas&)>& draw) {
 }
 
 void write(Canvas& canvas, std::u16string_view text, Point origin, Direction direction = {},
-           bool bold = false, bool italic = false, float wordSpacing = 0, float letterSpacing = 0) {
+           bool bold = false, bool italic = false, float wordSpacing = 0, float letterSpacing = 0,
+           Color color = {}) {
     const char16_t* family = bold || italic ? u"WenQuanYi Micro Hei" : u"Liberation Mono";
     const ShapedTextPtr shaped = shape(resolveFont(family, bold, italic), text);
-    canvas.text({*shaped, text, origin, direction, 10, {}, wordSpacing, letterSpacing});
+    canvas.text({*shaped, text, origin, direction, 10, color, wordSpacing, letterSpacing});
 }
 
 TEST(PdfCanvas, DrawsInFewOperators) {
@@ -49,6 +50,15 @@ TEST(PdfCanvas, DrawsInFewOperators) {
     };
     const Case cases[] = {
         {"nothing", [](Canvas&) {}, ""},
+        {"shapes in front of texts of another colour",
+         [&](Canvas& c) {
+             write(c, u"a", {0, 10'000}, {}, true, false, 0, 0, red);
+             c.nextLayer();
+             c.fill({0, 0, 10'000, 5'000}, {});
+             c.edge({0, 0}, {0, 5'000}, {117, red});
+         },
+         "BT\n/F1 1000 Tf\n1 0 0 rg\n2 Tr\n1 0 0 RG\n33 w\n0 25511 Td(01)Tj\nET\n"
+         "q\n0 g\n0 26929 2835 1417 re f\n2 J\n0 26929 m 0 28346 l\nS\nQ\n"},
         {"a fill",
          [&](Canvas& c) {
              c.fill({0, 0, 10'000, 5'000}, red);
