@@ -30,6 +30,7 @@ public:
         rest_.row = draft_.row;
         rest_.owner = draft_.owner;
         rest_.ofSubReport = draft_.ofSubReport;
+        rest_.isRest = true;
         divide();
         rest_.band.height = draft_.band.height - cut_ + extra_;
         for (const Micrometres cut : draft_.cuts) {

@@ -46,6 +46,7 @@ struct BandDraft {
     bool mayBreak = false;          // may be cut even where it would fit on the next page
     std::size_t row = 0;            // of the grid's walk
     bool hidesRepeated = false;     // a row with suppressed values
+    bool isRest = false;            // the lower part of one that began on an earlier page
     std::shared_ptr<RepeatSource> owner;
     bool ofSubReport = false;
     std::vector<std::uint64_t> keeps;  // the flow's: first bands of what must not be broken ahead of this one

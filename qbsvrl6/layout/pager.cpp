@@ -266,7 +266,9 @@ void Pager::closePage() {
     RowRange rows{nextRow_, nextRow_};
     bool anyRow = false;
     for (const Placed& placed : placed_) {
-        if (placed.draft.band.kind != BandKind::Row || placed.draft.ofSubReport) continue;
+        // A row belongs to the page that it begins on.
+        const bool begins = placed.draft.band.kind == BandKind::Row && !placed.draft.isRest;
+        if (!begins || placed.draft.ofSubReport) continue;
         const std::size_t row = placed.draft.row;
         rows = anyRow ? RowRange{std::min(rows.first, row), std::max(rows.end, row + 1)}
                       : RowRange{row, row + 1};

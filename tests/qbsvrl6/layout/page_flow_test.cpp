@@ -121,6 +121,12 @@ TEST(PageFlow, BreaksPages) {
          numberedRows(6),
          {"sum 10 of 21 from 1 T U 1 10 2 20 3 30 4 40 to 4 rows 4 p1",
           "sum 11 of 21 from 5 T U 5 50 6 60 to 6 rows 2 p2"}},
+        {"a row on two pages counts on its first",
+         section("PageFooter", "height='5mm'", "=[Sum(n)]") +
+             "<Grid titleHeight='0mm' rowHeight='80mm'><Columns><Column name='A' width='60mm'>"
+             "<Content text='[n]' verticalAlign='top'/></Column></Columns></Grid>",
+         numberedRows(1),
+         {"1 =1", "=0"}},
         {"a total ahead of its rows",
          "<ReportHeader height='5mm'><Text width='60mm' height='5mm' evaluate='report' text='[n] "
          "[Sum(n)]'/></ReportHeader>"
