@@ -1,5 +1,6 @@
 #include "qbsvrl6/sheet/cell_style.h"
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
@@ -42,7 +43,9 @@ std::size_t CellStyleHash::operator()(const CellStyle& style) const {
 bool wraps(const Item& item) {
     const auto* text = std::get_if<TextItem>(&item.content);
     if (text == nullptr) return false;
-    return text->lines.size() > 1 || text->text.find_first_of(u"\r\n") != std::u16string::npos;
+    return text->lines.size() > 1 || std::any_of(text->text.begin(), text->text.end(), [](char16_t unit) {
+               return unit == u'\n' || unit == u'\r';
+           });
 }
 
 int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view numberFormat) {
@@ -58,9 +61,10 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     // Pictures and drawings keep the paddings themselves, in the places where they are drawn.
     const bool isPadded = cell.item == nullptr || text != nullptr;
 
-    Answer& answer = answers_[(reinterpret_cast<std::uintptr_t>(resolved) / 16 + (isWrapped ? 1 : 0) +
-                               (cell.background ? packed(*cell.background) : 0)) %
-                              answers_.size()];
+    std::size_t slot = reinterpret_cast<std::uintptr_t>(resolved) + (isWrapped ? 1 : 0);
+    mix(slot, static_cast<std::size_t>(cell.column) + (cell.background ? packed(*cell.background) << 16 : 0));
+    Answer& answer = answers_[slot >> 56];
+    static_assert(std::tuple_size_v<decltype(answers_)> == 256);
     const Key& known = answer.key;
     if (answer.id >= 0 && known.style == resolved && known.fontSize == fontSize && known.color == color &&
         known.background == cell.background && known.border == cell.border && known.wraps == isWrapped &&

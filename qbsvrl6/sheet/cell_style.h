@@ -45,8 +45,8 @@ public:
     const std::vector<const CellStyle*>& styles() const { return styles_; }
 
 private:
-    // What a cell's look depends on. A report has few of them, and neighbours in a column mostly share one,
-    // so that the last answers stand in a small table by the style's address.
+    // What a cell's look depends on. Rows repeat the looks of the row before, column by column, so that the
+    // last answers stand in a small table by style and column.
     struct Key {
         const ResolvedStyle* style = nullptr;
         double fontSize = 0;
@@ -68,7 +68,7 @@ private:
 
     std::unordered_map<CellStyle, int, CellStyleHash> ids_;
     std::vector<const CellStyle*> styles_;  // keys of ids_
-    std::array<Answer, 64> answers_;
+    std::array<Answer, 256> answers_;
 };
 
 }  // namespace qbsvrl6

@@ -245,7 +245,7 @@ private:
     static void appendText(std::string& out, const Item& item) {
         const auto& text = std::get<TextItem>(item.content);
         const int rotation = item.style == nullptr ? 0 : item.style->rotation;
-        const bool isLink = isSafeLink(text.link);
+        const bool isLink = !text.link.empty() && isSafeLink(text.link);
         if (rotation != 0) out += "<span class=\"r" + std::to_string(rotation) + "\">";
         if (isLink) {
             out += "<a href=\"";

@@ -105,7 +105,7 @@ void RtfTable::appendContent(std::string& out, Item& item, const TextWriter& tex
         appendPicture(out, item);
         return;
     }
-    const bool isLink = isSafeLink(content->link);
+    const bool isLink = !content->link.empty() && isSafeLink(content->link);
     if (isLink)
         out += "{\\field{\\*\\fldinst{HYPERLINK \"" + quotedAddress(content->link) + "\"}}{\\fldrslt{";
     text(out, item);

@@ -117,6 +117,14 @@ int displayWidth(std::u16string_view text) {
 }
 
 void wrapText(std::u16string_view text, int width, std::vector<std::u16string_view>& lines) {
+    // Most cells are short: no unit is wider than two columns.
+    const auto endsLine = [](char16_t unit) { return unit == u'\r' || unit == u'\n'; };
+    const bool isShort = text.size() <= static_cast<std::size_t>(std::max(width, 0)) / 2;
+    if (isShort && !text.empty() && !isBlank(text.back()) &&
+        std::none_of(text.begin(), text.end(), endsLine)) {
+        lines.push_back(text);
+        return;
+    }
     while (true) {
         const std::size_t end = text.find_first_of(u"\r\n");
         wrapParagraph(text.substr(0, end), width, lines);
