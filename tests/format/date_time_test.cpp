@@ -129,7 +129,8 @@ TEST(DateTimeFormat, TranslatesAndFormats) {
         {u"hh:mm tt h", u"%I:%M %p %#I", u"02:07 PM 02"},
         {u"yyyy年MM月dd日", u"%Y年%m月%d日", u"2024年03月05日"},
         {u"dddd ddd", u"%A %a", u"Tuesday Tue"},
-        {u"MMMMM MMM mmm mmmm", u"%B %b %b %B", u"March Mar Mar March"},
+        {u"MMMMM MMM mmmm", u"%B %b %B", u"March Mar March"},
+        {u"mmm", u"%b", u"Mar"},
         {u"%d %t", u"%x %X", u"03/05/24 14:07:09"},
         {u"%g", u"%c", u"Tue Mar  5 14:07:09 2024"},
         {nullptr, u"%c", u"Tue Mar  5 14:07:09 2024"},
@@ -183,6 +184,7 @@ TEST(DateTimeParse, FindsTheOrder) {
         {u"12:34:56", "none"},
         {u"2024", "none"},
         {u"2024-20", "none"},
+        {u"2024-13-13", "none"},
         {u"2024-00-05", "none"},
         {u"20240305", "none"},
         {u"2024年十二月", "none"},
@@ -198,6 +200,7 @@ TEST(DateTimeParse, FindsTheOrder) {
     };
     EXPECT_EQ(parse(u"24-03-05"), "24-3-5 0:0:0");  // earlier than the other zones' standard time
     EXPECT_EQ(parse(u"1/2/3"), "1-2-3 0:0:0");
+    EXPECT_EQ(parse(u"24/5年十二"), "24-12-5 0:0:0");
     for (const char* name : kZones) {
         const TimeZone zone(name);
         for (const auto& [text, expected] : cases) {

@@ -288,5 +288,12 @@ TEST(NumericFormat, RegeneratesFormatTextAndSpreadsheetFormat) {
     }
 }
 
+TEST(NumericFormat, EnumerationsStandInBraces) {
+    for (const lkchar* bad : {static_cast<const lkchar*>(nullptr), u"", u"{", u"{}", u"1=a}", u"{1=a"}) {
+        EXPECT_EQ(Parser::ClkIntEnumAnalyser(bad).GetFormatText(), u"{}") << UnicodeTextToPrintf(bad);
+    }
+    EXPECT_EQ(Parser::ClkIntEnumAnalyser(u"{=}").GetFormatText(), u"{0=}");
+}
+
 }  // namespace
 }  // namespace larkspur
