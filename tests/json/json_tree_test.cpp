@@ -56,7 +56,7 @@ TEST(JsonTree, ReadsTheDialect) {
         {u"{\"a\":1,\"a\":{\"x\":1},\"a\":2}", u"{\"a\":2}"},
         {u"{\"ab\":1,\"\":2,\"a\":3,\"\uFFFF\":4,\"\xD800\":5}",
          u"{\"\":2,\"a\":3,\"ab\":1,\"\xD800\":5,\"\uFFFF\":4}"},
-        {u"{\"a\\n\\\":\"\\\\\\\"\\n\\r\\t\"}", u"{\"a\\n\\\":\"\\\\\\\"\\n\\r\\t\"}"},
+        {u"{\"a\\n\\\":\"\\\\x\\\"y\\nz\\r\\t\"}", u"{\"a\\n\\\":\"\\\\x\\\"y\\nz\\r\\t\"}"},
         {u"{\"a\" : \"line\nend\"}", u"{\"a\":\"line\\nend\"}"},
     };
     for (const Case& c : objects) EXPECT_EQ(ObjectOutcome(c.text), c.outcome) << UnicodeTextToPrintf(c.text);
