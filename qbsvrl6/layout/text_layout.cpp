@@ -158,6 +158,12 @@ bool fitsShrunk(TextItem& item, const PooledStyle& style, Size inner, double fon
     return fits;
 }
 
+// Paddings above and below that would leave nothing don't count.
+Size withoutPaddings(Size inner, const Edges& padding) {
+    const Micrometres height = inner.height - padding.top - padding.bottom;
+    return {inner.width, height > 0 ? height : inner.height};
+}
+
 // The largest font size that fits, found to a twentieth of a point.
 void breakShrunk(TextItem& item, const PooledStyle& style, Size inner) {
     const double full = style.fontSize;
@@ -203,7 +209,7 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
             breakWithEllipsis(item, style, inner.width);
             break;
         case TextFit::Shrink:
-            breakShrunk(item, style, inner);
+            breakShrunk(item, style, withoutPaddings(inner, padding));
             break;
     }
     align(item, style, box);

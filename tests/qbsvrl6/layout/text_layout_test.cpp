@@ -82,6 +82,9 @@ TEST_F(TextLayout, ShrinksNoFurtherThanNeeded) {
     EXPECT_NEAR(item.fontSize, 5, 0.1);
     layOut(u"0123456789 0123456789 0123456789 0123456789", {3'000, 3'600});
     EXPECT_NEAR(item.fontSize, 10 / 3.0, 0.01);
+    style.padding = {0, 2'000, 0, 2'000};  // what they take isn't the text's
+    layOut(u"0123456789", {10 * kCharacter / 2, 7'600});
+    EXPECT_NEAR(item.fontSize, 5, 0.1);
 }
 
 TEST_F(TextLayout, AlignsAndTurns) {
