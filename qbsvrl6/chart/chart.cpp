@@ -1,195 +1,43 @@
 #include "qbsvrl6/chart/chart.h"
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numbers>
-#include <optional>
 
-#include "format/numeric_format.h"
 #include "qbsvrl6/chart/axis.h"
+#include "qbsvrl6/chart/pie.h"
 #include "qbsvrl6/drawing/path_builder.h"
-#include "qbsvrl6/fonts/shaping.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-constexpr Color kSeriesColors[] = {{46, 117, 182},  {237, 125, 49}, {84, 160, 80},  {192, 57, 72},
-                                   {126, 96, 170},  {64, 165, 170}, {224, 178, 50}, {120, 90, 70},
-                                   {214, 110, 160}, {110, 120, 130}};
-constexpr Color kInk{64, 64, 64};
 constexpr Color kGridLine{222, 226, 230};
-constexpr Color kAxisLine{120, 128, 136};
-constexpr double kTitlePoints = 11;
-constexpr double kLabelPoints = 8;
-constexpr double kThin = 150;
-constexpr double kGap = 1'500;
+constexpr double kLabelPoints = ChartSketch::kLabelPoints;
+constexpr double kValuePoints = 7.2;
+constexpr double kLeastShrink = 0.65;  // of value labels that have little room
+constexpr double kThin = ChartSketch::kThin;
+constexpr double kGap = ChartSketch::kGap;
+constexpr double kUnbounded = 1e9;
+constexpr double kPointRoom = 0.05;  // beyond the outermost points, of the range
+constexpr double kBubbleRoom = 0.1;
+constexpr double kValueRoom = 0.08;
 
-using Anchor = Drawing::Label::Anchor;
+using Anchor = ChartSketch::Anchor;
 
-double lineHeight(double points) { return points * kMicrometresPerPoint * 1.3; }
-
-struct Frame {
-    double left = 0, top = 0, right = 0, bottom = 0;
-    double width() const { return std::max(right - left, 0.0); }
-    double height() const { return std::max(bottom - top, 0.0); }
-};
-
-Color colorOf(std::size_t series) { return kSeriesColors[series % std::size(kSeriesColors)]; }
-
-struct Slice {
-    std::u16string label;
-    double value = 0;
-};
-
-// One chart on its way onto paper: what remains of the box after title, legend and axes is the plot.
-class Painter {
+// The kinds with axes.
+class Plot {
 public:
-    Painter(const ChartSettings& settings, const ChartData& data, Size box, const std::u16string& fontFamily)
-        : settings_(settings),
-          data_(data),
-          fontFamily_(fontFamily),
-          fonts_(resolveFont(fontFamily, false, false)),
-          plot_{kGap, kGap, box.width - kGap, box.height - kGap} {}
+    Plot(ChartSketch& sketch, const ChartData& data)
+        : sketch_(sketch), settings_(sketch.settings), data_(data), plot_(sketch.plot) {}
 
-    Drawing paint() {
-        paintTitle();
-        if (settings_.kind == ChartKind::Pie) {
-            paintPie();
-        } else {
-            paintLegend(seriesLabels());
-            paintPlot();
-        }
-        return std::move(drawing_);
+    void paint() {
+        std::vector<std::u16string> labels;
+        for (const auto& series : data_.series) labels.push_back(series.label);
+        sketch_.paintLegend(labels);
+        paintPlot();
     }
 
 private:
-    double textWidth(const std::u16string& text, double points) const {
-        return shape(fonts_, text)->width / 1000.0 * points * kMicrometresPerPoint;
-    }
-
-    void label(double x, double y, Anchor anchor, double points, std::u16string text, bool bold = false,
-               double rotation = 0) {
-        if (text.empty()) return;
-        drawing_.elements.emplace_back(
-            Drawing::Label{x, y, anchor, rotation, points, bold, fontFamily_, std::move(text), kInk});
-    }
-
-    void add(Drawing::Path path) { drawing_.elements.emplace_back(std::move(path)); }
-
-    std::u16string number(double value) const {
-        return larkspur::FormatNumber(
-            value, settings_.valueFormat.empty() ? u"#,##0.######" : settings_.valueFormat.c_str());
-    }
-
-    void paintTitle() {
-        if (settings_.title.empty()) return;
-        const double height = lineHeight(kTitlePoints);
-        label((plot_.left + plot_.right) / 2, plot_.top + height * 0.75, Anchor::Middle, kTitlePoints,
-              settings_.title, true);
-        plot_.top += height + kGap / 2;
-    }
-
-    std::vector<std::u16string> seriesLabels() const {
-        std::vector<std::u16string> labels;
-        for (const auto& series : data_.series) labels.push_back(series.label);
-        return labels;
-    }
-
-    // A row (or rows) of colour keys below the plot.
-    void paintLegend(const std::vector<std::u16string>& labels) {
-        const bool named =
-            std::any_of(labels.begin(), labels.end(), [](const auto& text) { return !text.empty(); });
-        if (!settings_.showLegend || !named) return;
-        const double key = kLabelPoints * kMicrometresPerPoint * 0.8;
-        const double height = lineHeight(kLabelPoints);
-        struct Entry {
-            double x, width;
-            int row;
-        };
-        std::vector<Entry> entries;
-        std::vector<double> rowWidths{0};
-        for (const auto& text : labels) {
-            const double width = key * 1.5 + textWidth(text, kLabelPoints) + kGap * 1.5;
-            if (rowWidths.back() > 0 && rowWidths.back() + width > plot_.width()) rowWidths.push_back(0);
-            entries.push_back({rowWidths.back(), width, static_cast<int>(rowWidths.size()) - 1});
-            rowWidths.back() += width;
-        }
-        // A legend that would take more than a third of the plot loses its last rows.
-        const auto rows = std::min(rowWidths.size(), static_cast<std::size_t>(plot_.height() / 3 / height));
-        const double top = plot_.bottom - static_cast<double>(rows) * height;
-        for (std::size_t i = 0; i < entries.size(); ++i) {
-            const auto row = static_cast<std::size_t>(entries[i].row);
-            if (row >= rows) break;
-            const double x = plot_.left + (plot_.width() - rowWidths[row]) / 2 + entries[i].x + kGap * 0.75;
-            const double y = top + static_cast<double>(row) * height;
-            add(PathBuilder().rectangle(x, y + (height - key) / 2, key, key).fill(colorOf(i)).take());
-            label(x + key * 1.5, y + height * 0.72, Anchor::Start, kLabelPoints, labels[i]);
-        }
-        plot_.bottom = top - kGap / 2;
-    }
-
-    // ---- Pie
-
-    std::vector<Slice> slices() const {
-        std::vector<Slice> result;
-        if (data_.series.size() == 1 && data_.categories.size() > 1) {
-            const auto& values = data_.series[0].values;
-            for (std::size_t i = 0; i < values.size(); ++i) {
-                result.push_back(
-                    {i < data_.categories.size() ? data_.categories[i] : std::u16string(), values[i]});
-            }
-            return result;
-        }
-        for (const auto& series : data_.series) {
-            double sum = 0;
-            for (const double value : series.values) sum += std::isfinite(value) ? value : 0;
-            result.push_back({series.label, sum});
-        }
-        return result;
-    }
-
-    void paintPie() {
-        const auto parts = slices();
-        std::vector<std::u16string> labels;
-        double total = 0;
-        for (const auto& part : parts) {
-            labels.push_back(part.label);
-            if (part.value > 0 && std::isfinite(part.value)) total += part.value;
-        }
-        paintLegend(labels);
-        const double x = (plot_.left + plot_.right) / 2;
-        const double y = (plot_.top + plot_.bottom) / 2;
-        const double room = lineHeight(kLabelPoints) * 1.2;
-        const double radius = std::min(plot_.width(), plot_.height()) / 2 - room;
-        if (!(total > 0) || !std::isfinite(total) || radius <= 0) return;
-        double angle = 0;
-        for (std::size_t i = 0; i < parts.size(); ++i) {
-            const double value = parts[i].value;
-            if (!(value > 0) || !std::isfinite(value)) continue;
-            const double next = angle + value / total * 2 * std::numbers::pi;
-            add(PathBuilder()
-                    .wedge(x, y, radius, angle, next)
-                    .fill(colorOf(i))
-                    .stroke({255, 255, 255}, kThin * 2)
-                    .take());
-            const double middle = (angle + next) / 2;
-            const double away = radius + room * 0.45;
-            const std::u16string text =
-                settings_.showValues ? number(value) : larkspur::FormatNumber(value / total, u"0.0%");
-            const Anchor anchor = std::abs(std::sin(middle)) < 0.25 ? Anchor::Middle
-                                  : std::sin(middle) > 0            ? Anchor::Start
-                                                                    : Anchor::End;
-            label(x + away * std::sin(middle),
-                  y - away * std::cos(middle) + kLabelPoints * kMicrometresPerPoint * 0.35, anchor,
-                  kLabelPoints, text);
-            angle = next;
-        }
-    }
-
-    // ---- Axes
-
     bool hasPoints() const {
         return settings_.kind == ChartKind::ScatterLine || settings_.kind == ChartKind::Bubble;
     }
@@ -211,6 +59,44 @@ private:
         bool empty() const { return low > high; }
     };
 
+    static Range withRoom(Range range, double below, double above) {
+        const double extent = std::min(range.high - range.low, std::numeric_limits<double>::max());
+        return {range.low - extent * below, range.high + extent * above};
+    }
+
+    // Points don't lie on the frame, yet values that are never negative get no axis that is. Bubbles are
+    // whole. Below bars that hang down is room for their values.
+    Range shownValues(const Range& range) const {
+        switch (settings_.kind) {
+            case ChartKind::Bubble:
+                return withRoom(range, kBubbleRoom, kBubbleRoom);
+            case ChartKind::Bar:
+                return withRoom(range, settings_.showValues && range.low < 0 ? kValueRoom : 0, 0);
+            default: {
+                const Range roomy = withRoom(range, kPointRoom, kPointRoom);
+                return {range.low >= 0 ? std::max(roomy.low, 0.0) : roomy.low, roomy.high};
+            }
+        }
+    }
+
+    // With fewer ticks where the number format would make neighbours read the same.
+    Axis readableAxis(const Range& range, int count, bool withZero) const {
+        Axis axis = makeAxis(range.low, range.high, count, withZero);
+        const auto alike = [this](double a, double b) { return sketch_.number(a) == sketch_.number(b); };
+        while (--count > 0 &&
+               std::adjacent_find(axis.ticks.begin(), axis.ticks.end(), alike) != axis.ticks.end()) {
+            axis = makeAxis(range.low, range.high, count, withZero);
+        }
+        return axis;
+    }
+
+    double widestOf(const std::vector<double>& ticks) const {
+        double widest = 0;
+        for (const double tick : ticks)
+            widest = std::max(widest, sketch_.textWidth(sketch_.number(tick), kLabelPoints));
+        return widest;
+    }
+
     void paintPlot() {
         Range xRange, yRange;
         for (const auto& series : data_.series) {
@@ -221,20 +107,18 @@ private:
                 yRange.take(point.y);
             }
         }
-        if (yRange.empty()) yRange = {0, 1};
+        yRange = yRange.empty() ? Range{0, 1} : shownValues(yRange);
         if (xRange.empty()) xRange = {0, 1};
-        if (settings_.kind == ChartKind::Bubble) {
-            // Room for the bubbles at the edges.
-            const double dx = (xRange.high - xRange.low) * 0.08;
-            const double dy = (yRange.high - yRange.low) * 0.08;
-            xRange = {xRange.low - dx, xRange.high + dx};
-            yRange = {yRange.low - dy, yRange.high + dy};
-        }
-        const double labelHeight = lineHeight(kLabelPoints);
+        if (settings_.kind == ChartKind::Bubble) xRange = withRoom(xRange, kBubbleRoom, kBubbleRoom);
+        const double labelHeight = ChartSketch::lineHeight(kLabelPoints);
         const int yTicks = std::clamp(static_cast<int>(plot_.height() / (labelHeight * 2.2)), 2, 8);
-        yAxis_ = makeAxis(yRange.low, yRange.high, yTicks, settings_.kind == ChartKind::Bar);
-        if (hasPoints()) xAxis_ = makeAxis(xRange.low, xRange.high, 6, false);
-        reserveAxes();
+        yAxis_ = readableAxis(yRange, yTicks, settings_.kind == ChartKind::Bar);
+        reserveValueAxis();
+        if (hasPoints()) {
+            reserveNumberAxis(xRange);
+        } else {
+            reserveCategoryAxis();
+        }
         if (plot_.width() <= 0 || plot_.height() <= 0) return;
         paintValueAxis();
         hasPoints() ? paintNumberAxis() : paintCategoryAxis();
@@ -256,25 +140,61 @@ private:
         }
     }
 
-    void reserveAxes() {
-        const double labelHeight = lineHeight(kLabelPoints);
-        double widest = 0;
-        for (const double tick : yAxis_.ticks)
-            widest = std::max(widest, textWidth(number(tick), kLabelPoints));
+    void reserveValueAxis() {
+        const double labelHeight = ChartSketch::lineHeight(kLabelPoints);
         if (!settings_.yTitle.empty()) {
-            label(plot_.left + labelHeight * 0.75, (plot_.top + plot_.bottom - labelHeight) / 2,
-                  Anchor::Middle, kLabelPoints, settings_.yTitle, false, -90);
+            sketch_.label(plot_.left + labelHeight * 0.75, (plot_.top + plot_.bottom - labelHeight) / 2,
+                          Anchor::Middle, kLabelPoints,
+                          sketch_.fitted(settings_.yTitle, kLabelPoints, plot_.height()), false, -90);
             plot_.left += labelHeight * 1.2;
         }
+        plot_.left += widestOf(yAxis_.ticks) + kGap * 0.7;
+        plot_.right -= kGap;
+        plot_.top += labelHeight * (settings_.showValues ? 1 : 0.5);
         if (!settings_.xTitle.empty()) {
-            label((plot_.left + widest + plot_.right) / 2, plot_.bottom - labelHeight * 0.25, Anchor::Middle,
-                  kLabelPoints, settings_.xTitle);
+            sketch_.label((plot_.left + plot_.right) / 2, plot_.bottom - labelHeight * 0.25, Anchor::Middle,
+                          kLabelPoints, sketch_.fitted(settings_.xTitle, kLabelPoints, plot_.width()));
             plot_.bottom -= labelHeight * 1.1;
         }
-        plot_.left += widest + kGap * 0.7;
-        plot_.bottom -= labelHeight * 1.2;
-        plot_.top += labelHeight * 0.5;
-        plot_.right -= kGap;
+    }
+
+    // With as many ticks as stand beside each other.
+    void reserveNumberAxis(const Range& range) {
+        int count = 6;
+        double widest = 0;
+        do {
+            xAxis_ = readableAxis(range, count, false);
+            widest = widestOf(xAxis_.ticks);
+        } while (--count > 0 && widest * 1.3 * static_cast<double>(xAxis_.ticks.size()) > plot_.width());
+        plot_.right -= std::max(sketch_.textWidth(sketch_.number(xAxis_.high), kLabelPoints) / 2 - kGap, 0.0);
+        plot_.bottom -= ChartSketch::lineHeight(kLabelPoints) * 1.3;
+    }
+
+    // Names that would run into each other get a little smaller, or are broken into two lines; where not even
+    // that serves, every second, third ... one is kept.
+    void reserveCategoryAxis() {
+        const auto count = std::max<std::size_t>(categoryCount(), 1);
+        const double step = plot_.width() / static_cast<double>(count);
+        const double least = 4 * kLabelPoints * kMicrometresPerPoint;  // worth breaking for
+        double widest = 0;
+        for (const auto& name : data_.categories)
+            widest = std::max(widest, sketch_.textWidth(name, kLabelPoints));
+        double room = step - kGap * 0.5;
+        categoryPoints_ = kLabelPoints * std::clamp(room / std::max(widest, 1.0), 0.85, 1.0);
+        widest *= categoryPoints_ / kLabelPoints;
+        if (widest > room && room < least) {
+            const double shown = std::min(widest, std::max(plot_.width() / 2, 1.0));
+            categoryStep_ = static_cast<std::size_t>(std::ceil((shown + kGap * 0.5) / std::max(step, 1.0)));
+            room = step * static_cast<double>(categoryStep_) - kGap * 0.5;
+        }
+        std::size_t lines = 1;
+        for (std::size_t i = 0; i < data_.categories.size(); i += categoryStep_) {
+            categoryLines_.push_back(
+                categoryStep_ > 1 ? std::vector{sketch_.fitted(data_.categories[i], categoryPoints_, room)}
+                                  : sketch_.twoLines(data_.categories[i], categoryPoints_, room));
+            lines = std::max(lines, categoryLines_.back().size());
+        }
+        plot_.bottom -= ChartSketch::lineHeight(kLabelPoints) * (static_cast<double>(lines) + 0.3);
     }
 
     double yOf(double value) const { return plot_.bottom - yAxis_.position(value) * plot_.height(); }
@@ -284,44 +204,62 @@ private:
         for (const double tick : yAxis_.ticks) {
             const double y = yOf(tick);
             const bool base = tick == 0 || tick == yAxis_.low;
-            add(PathBuilder()
-                    .moveTo(plot_.left, y)
-                    .lineTo(plot_.right, y)
-                    .stroke(base ? kAxisLine : kGridLine, base ? kThin * 1.5 : kThin)
-                    .take());
-            label(plot_.left - kGap * 0.6, y + kLabelPoints * kMicrometresPerPoint * 0.35, Anchor::End,
-                  kLabelPoints, number(tick));
+            sketch_.add(PathBuilder()
+                            .moveTo(plot_.left, y)
+                            .lineTo(plot_.right, y)
+                            .stroke(base ? ChartSketch::kAxisLine : kGridLine, base ? kThin * 1.5 : kThin)
+                            .take());
+            sketch_.label(plot_.left - kGap * 0.6, y + ChartSketch::halfLetter(kLabelPoints), Anchor::End,
+                          kLabelPoints, sketch_.number(tick));
         }
     }
 
     void paintNumberAxis() {
         for (const double tick : xAxis_.ticks) {
             const double x = xOf(tick);
-            add(PathBuilder().moveTo(x, plot_.top).lineTo(x, plot_.bottom).stroke(kGridLine, kThin).take());
-            label(x, plot_.bottom + lineHeight(kLabelPoints) * 0.95, Anchor::Middle, kLabelPoints,
-                  number(tick));
+            sketch_.add(
+                PathBuilder().moveTo(x, plot_.top).lineTo(x, plot_.bottom).stroke(kGridLine, kThin).take());
+            sketch_.label(x, plot_.bottom + ChartSketch::lineHeight(kLabelPoints) * 1.05, Anchor::Middle,
+                          kLabelPoints, sketch_.number(tick));
         }
     }
 
-    // Names that would run into each other are left out, every second, third ... one kept.
     void paintCategoryAxis() {
-        const std::size_t count = categoryCount();
-        if (count == 0) return;
-        const double step = plot_.width() / static_cast<double>(count);
-        double widest = 0;
-        for (const auto& name : data_.categories) widest = std::max(widest, textWidth(name, kLabelPoints));
-        const auto every = static_cast<std::size_t>(std::max(1.0, std::ceil((widest + kGap * 0.5) / step)));
-        for (std::size_t i = 0; i < data_.categories.size(); i += every) {
-            label(plot_.left + (static_cast<double>(i) + 0.5) * step,
-                  plot_.bottom + lineHeight(kLabelPoints) * 0.95, Anchor::Middle, kLabelPoints,
-                  data_.categories[i]);
+        const double height = ChartSketch::lineHeight(kLabelPoints);
+        const double step = plot_.width() / static_cast<double>(std::max<std::size_t>(categoryCount(), 1));
+        for (std::size_t i = 0; i < categoryLines_.size(); ++i) {
+            const double x = plot_.left + (static_cast<double>(i * categoryStep_) + 0.5) * step;
+            double y = plot_.bottom + height * 1.05;
+            for (const auto& line : categoryLines_[i]) {
+                sketch_.label(x, y, Anchor::Middle, categoryPoints_, line);
+                y += height;
+            }
         }
     }
 
     // ---- Values
 
-    void valueLabel(double x, double y, double value) {
-        if (settings_.showValues) label(x, y - kGap * 0.4, Anchor::Middle, kLabelPoints * 0.9, number(value));
+    // Above the place, or below it.
+    void valueLabel(double x, double y, double value, bool below = false) {
+        if (valuePoints_ <= 0) return;
+        const double away = below ? kGap * 0.4 + valuePoints_ * kMicrometresPerPoint * 0.8 : -kGap * 0.4;
+        sketch_.label(x, y + away, Anchor::Middle, valuePoints_, sketch_.number(value));
+    }
+
+    // Value labels get smaller where they have less than `room` beside each other, and are left out where
+    // they would be too small to read.
+    void sizeValueLabels(double room) {
+        valuePoints_ = 0;
+        if (!settings_.showValues) return;
+        double widest = 1;
+        for (const auto& series : data_.series) {
+            for (const double value : series.values) {
+                if (std::isfinite(value))
+                    widest = std::max(widest, sketch_.textWidth(sketch_.number(value), kValuePoints));
+            }
+        }
+        const double share = std::min(room / widest, 1.0);
+        if (share >= kLeastShrink) valuePoints_ = kValuePoints * share;
     }
 
     void paintBars() {
@@ -330,6 +268,7 @@ private:
         if (groups == 0 || bars == 0) return;
         const double step = plot_.width() / groups;
         const double width = step * 0.72 / bars;
+        sizeValueLabels(bars > 1 ? width * 1.1 : step);
         const double base = yOf(std::clamp(0.0, yAxis_.low, yAxis_.high));
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             const auto& values = data_.series[s].values;
@@ -338,11 +277,11 @@ private:
                 const double x =
                     plot_.left + (static_cast<double>(i) + 0.14) * step + static_cast<double>(s) * width;
                 const double y = yOf(values[i]);
-                add(PathBuilder()
-                        .rectangle(x, std::min(y, base), width * 0.94, std::abs(base - y))
-                        .fill(colorOf(s))
-                        .take());
-                valueLabel(x + width * 0.47, std::min(y, base), values[i]);
+                sketch_.add(PathBuilder()
+                                .rectangle(x, std::min(y, base), width * 0.94, std::abs(base - y))
+                                .fill(ChartSketch::colorOf(s))
+                                .take());
+                valueLabel(x + width * 0.47, y, values[i], y > base);
             }
         }
     }
@@ -360,10 +299,13 @@ private:
             drawing ? line.lineTo(xAt(i), yOf(ys[i])) : line.moveTo(xAt(i), yOf(ys[i]));
             drawing = true;
         }
-        add(line.stroke(colorOf(series), kThin * 3).take());
+        sketch_.add(line.stroke(ChartSketch::colorOf(series), kThin * 3).take());
         for (std::size_t i = 0; i < count; ++i) {
             if (!std::isfinite(ys[i])) continue;
-            add(PathBuilder().circle(xAt(i), yOf(ys[i]), kThin * 4).fill(colorOf(series)).take());
+            sketch_.add(PathBuilder()
+                            .circle(xAt(i), yOf(ys[i]), kThin * 4)
+                            .fill(ChartSketch::colorOf(series))
+                            .take());
             valueLabel(xAt(i), yOf(ys[i]) - kThin * 4, ys[i]);
         }
     }
@@ -372,6 +314,7 @@ private:
         const auto groups = static_cast<double>(categoryCount());
         if (groups == 0) return;
         const double step = plot_.width() / groups;
+        sizeValueLabels(step);
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             const auto& values = data_.series[s].values;
             paintPolyline(
@@ -381,6 +324,7 @@ private:
     }
 
     void paintScatter() {
+        sizeValueLabels(kUnbounded);
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             const auto& points = data_.series[s].points;
             std::vector<double> ys(points.size());
@@ -401,35 +345,45 @@ private:
             }
         }
         if (largest <= 0) return;
-        const double radius = std::min(plot_.width(), plot_.height()) * 0.09;
+        sizeValueLabels(kUnbounded);
+        const double radius = std::min(plot_.width(), plot_.height()) * 0.12;
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             for (const auto& point : data_.series[s].points) {
                 if (!std::isfinite(point.x) || !std::isfinite(point.y) || !(point.size > 0)) continue;
                 const double r = radius * std::sqrt(std::min(point.size / largest, 1.0));
-                add(PathBuilder()
-                        .circle(xOf(point.x), yOf(point.y), r)
-                        .fill(colorOf(s), 0.65)
-                        .stroke(colorOf(s), kThin)
-                        .take());
+                sketch_.add(PathBuilder()
+                                .circle(xOf(point.x), yOf(point.y), r)
+                                .fill(ChartSketch::colorOf(s), 0.65)
+                                .stroke(ChartSketch::colorOf(s), kThin)
+                                .take());
                 valueLabel(xOf(point.x), yOf(point.y) - r, point.size);
             }
         }
     }
 
+    ChartSketch& sketch_;
     const ChartSettings& settings_;
     const ChartData& data_;
-    const std::u16string& fontFamily_;
-    const FontSet& fonts_;
-    Frame plot_;
+    Frame& plot_;
     Axis xAxis_, yAxis_;
-    Drawing drawing_;
+    double categoryPoints_ = kLabelPoints;
+    std::size_t categoryStep_ = 1;
+    std::vector<std::vector<std::u16string>> categoryLines_;  // of each categoryStep_-th category
+    double valuePoints_ = 0;                                  // font size of value labels; 0: none
 };
 
 }  // namespace
 
 Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box,
                   const std::u16string& fontFamily) {
-    return Painter(settings, data, box, fontFamily).paint();
+    ChartSketch sketch(settings, box, fontFamily);
+    sketch.paintTitle();
+    if (settings.kind == ChartKind::Pie) {
+        paintPie(sketch, data);
+    } else {
+        Plot(sketch, data).paint();
+    }
+    return sketch.take();
 }
 
 }  // namespace qbsvrl6

@@ -9,6 +9,7 @@
 #include "qbsvrl6/drawing/move.h"
 #include "qbsvrl6/drawing/path_builder.h"
 #include "qbsvrl6/drawing/svg.h"
+#include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -128,6 +129,95 @@ TEST(Chart, BearsAnyDataInAnyBox) {
             }
         }
     }
+}
+
+struct Extent {
+    double left, top, right, bottom;
+};
+
+// Of a label that isn't turned.
+Extent extentOf(const Drawing::Label& label) {
+    const double em = label.fontSize * kMicrometresPerPoint;
+    const double width =
+        shape(resolveFont(label.fontFamily, label.bold, false), label.text)->width / 1000 * em;
+    const double left = label.x - width * static_cast<double>(label.anchor) / 2;
+    return {left, label.y - em * 0.7, left + width, label.y};
+}
+
+// Labels that lie on each other, or stick out of the box.
+std::string faultsOf(const Drawing& drawing, Size box) {
+    std::string faults;
+    std::vector<std::pair<Extent, std::string>> labels;
+    for (const auto& element : drawing.elements) {
+        const auto* const label = std::get_if<Drawing::Label>(&element);
+        if (label == nullptr || label->rotation != 0) continue;
+        const Extent one = extentOf(*label);
+        const std::string text = toUtf8(label->text);
+        if (one.left < 0 || one.right > box.width || one.top < 0 || one.bottom > box.height)
+            faults += text + " sticks out\n";
+        for (const auto& [other, otherText] : labels) {
+            const bool apart = one.right <= other.left || other.right <= one.left ||
+                               one.bottom <= other.top || other.bottom <= one.top;
+            if (!apart) faults += text + " on " + otherText + "\n";
+        }
+        labels.emplace_back(one, text);
+    }
+    return faults;
+}
+
+TEST(Chart, KeepsLabelsApartAndInside) {
+    const std::vector<std::u16string> longNames = {u"华东地区直营门店", u"Online shop and marketplace",
+                                                   u"经销商与代理商渠道（不含团购）", u"团购"};
+    std::vector<std::u16string> months;
+    for (char16_t month = 0; month < 24; ++month)
+        months.push_back(u"2024年" + std::u16string(1, u'A' + month));
+    const std::u16string longName(60, u'长');
+    ChartData slices{longNames, {{u"s", {1, 200, 1, 180}, {}}}};
+    for (int i = 0; i < 20; ++i) {
+        slices.categories.push_back(u"x");
+        slices.series[0].values.push_back(i % 3);
+    }
+    const ChartData one{{u"a", u"b"}, {{u"s", {5, 0}, {}}}};
+    const ChartData bars{longNames, {{longName, {12, -15, 173, 8}, {}}, {u"b", {50, 60, -40, 0}, {}}}};
+    const ChartData year{months, {{u"a", std::vector<double>(24, 1234.5), {}}}};
+    const ChartData points{{}, {{u"a", {}, {{0, 0, 1}, {1e6, 5e6, 10}, {9e6, -3e5, 4}}}}};
+    const struct {
+        const char* name;
+        ChartKind kind;
+        const ChartData& data;
+    } cases[] = {{"slices", ChartKind::Pie, slices},       {"one slice", ChartKind::Pie, one},
+                 {"long names", ChartKind::Bar, bars},     {"a year's bars", ChartKind::Bar, year},
+                 {"a year's line", ChartKind::Line, year}, {"large numbers", ChartKind::ScatterLine, points},
+                 {"bubbles", ChartKind::Bubble, points}};
+    for (const auto& test : cases) {
+        for (const Size box : {Size{170'000, 60'000}, Size{90'000, 60'000}, Size{50'000, 70'000}}) {
+            ChartSettings settings;
+            settings.kind = test.kind;
+            settings.title = longName;
+            settings.xTitle = test.kind == ChartKind::Pie ? u"" : longName;
+            settings.showValues = test.kind == ChartKind::Bar;
+            EXPECT_EQ(faultsOf(drawChart(settings, test.data, box, u"SimSun"), box), "")
+                << test.name << " in " << box.width;
+        }
+    }
+}
+
+TEST(Chart, KeepsPointsOffTheFrameAndNumbersApart) {
+    ChartData data{{u"a", u"b"}, {{u"s", {4.1, 4.6}, {}}}};
+    ChartSettings settings;
+    settings.kind = ChartKind::Line;
+    const Drawing line = drawChart(settings, data, {90'000, 60'000}, u"SimSun");
+    EXPECT_TRUE(shows(line, u"4")) << "below 4.1";
+    data.series[0].values = {0, 0.6};
+    settings.valueFormat = u"0";
+    const Drawing rounded = drawChart(settings, data, {90'000, 60'000}, u"SimSun");
+    std::size_t ones = 0;
+    for (const auto& element : rounded.elements) {
+        const auto* const label = std::get_if<Drawing::Label>(&element);
+        if (label != nullptr && label->text == u"1") ++ones;
+    }
+    EXPECT_EQ(ones, 1u);
+    EXPECT_FALSE(shows(rounded, u"-1"));
 }
 
 TEST(Drawing, MovesAsAWhole) {
