@@ -15,6 +15,8 @@ constexpr Micrometres kSmallestPage = 1'000;  // width and height between the ma
 constexpr Micrometres kUsefulCut = 15'000;    // what is left of a page is worth filling with part of a band
 constexpr double kMostRepeated = 0.6;         // of a page's height that titles and group headers may take
 
+bool isEmpty(const BandDraft& draft) { return draft.band.items.empty() && !draft.band.background; }
+
 }  // namespace
 
 Pager::Pager(LayoutContext& context, const ReportInstance& instance, PageSink& sink)
@@ -78,6 +80,7 @@ void Pager::place(BandDraft draft) {
             if (rest) {
                 rest->sequence = nextSequence_++;
                 append(std::move(draft));
+                if (isEmpty(*rest)) return;  // the blank end of a section needs no page
                 nextFragment(*rest);
                 draft = std::move(*rest);
                 continue;

@@ -201,6 +201,15 @@ TEST(PageFlow, SplitsWhatNoPageHolds) {
     }
 }
 
+TEST(PageFlow, GivesTheBlankEndOfASectionNoPage) {
+    // The section grows with its text beyond the page; nothing of it would stand on another one.
+    const RecordingSink sink = layOutText(
+        kPage +
+        "<ReportHeader height='55mm'><Text width='70mm' height='5mm' text='a&#10;b&#10;c&#10;d&#10;"
+        "e&#10;f'/></ReportHeader><ReportFooter height='9mm' background='#ff0000'/>");
+    EXPECT_EQ(sink.pageTexts(), (std::vector<std::string>{"a|b|c|d|e|f", ""})) << sink.everything();
+}
+
 TEST(PageFlow, SetsLabelsInColumns) {
     const std::string page = "<Page width='80mm' height='40mm' margins='5mm' columns='3' columnGap='2mm'/>";
     const std::string labels =
