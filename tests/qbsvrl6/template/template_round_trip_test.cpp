@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -52,15 +53,23 @@ TEST(TemplateRoundTrip, CopiesKeepEverything) {
     EXPECT_EQ(writeTemplate(cloneDefinition(readTemplate(file, "everything"))), file);
 }
 
-TEST(TemplateRoundTrip, SavesTheSamplesOnceForAll) {
-    int count = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(QBSVR_SOURCE_DIR "/samples")) {
-        if (entry.path().extension() != ".qbf") continue;
-        ++count;
-        const std::string saved = writeTemplate(loadTemplate(entry.path()));
-        EXPECT_EQ(writeTemplate(readTemplate(saved, "saved")), saved) << entry.path();
+std::vector<std::string> samples() {
+    std::vector<std::string> paths;
+    for (const char* folder : {QBSVR_SOURCE_DIR "/samples", QBSVR_SOURCE_DIR "/docs/gallery"}) {
+        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+            if (entry.path().extension() == ".qbf") paths.push_back(entry.path().string());
+        }
     }
-    EXPECT_GE(count, 8);
+    return paths;
+}
+
+TEST(TemplateRoundTrip, SavesTheSamplesOnceForAll) {
+    const auto templates = samples();
+    EXPECT_GE(templates.size(), 20u);
+    for (const std::string& path : templates) {
+        const std::string saved = writeTemplate(loadTemplate(path));
+        EXPECT_EQ(writeTemplate(readTemplate(saved, "saved")), saved) << path;
+    }
 }
 
 TEST(TemplateRoundTrip, ReadsValuesInTheirManyForms) {
@@ -146,9 +155,7 @@ TEST(TemplateFiles, SaveIntoNewDirectoriesAndRememberTheirOwn) {
 TEST(TemplateSchema, AcceptsSavedTemplatesAndSamples) {
     if (std::system("command -v xmllint >/dev/null") != 0) GTEST_SKIP() << "xmllint is not installed";
     std::string files = " '" + kEverything + "'";
-    for (const auto& entry : fs::recursive_directory_iterator(QBSVR_SOURCE_DIR "/samples")) {
-        if (entry.path().extension() == ".qbf") files += " '" + entry.path().string() + "'";
-    }
+    for (const std::string& path : samples()) files += " '" + path + "'";
     const std::string schema = QBSVR_SOURCE_DIR "/docs/template-format.xsd";
     EXPECT_EQ(std::system(("xmllint --noout --schema '" + schema + "'" + files + " 2>&1").c_str()), 0);
 }
