@@ -168,7 +168,7 @@ template <class Element, class ContentLike>
 void describeSubReport(Element& element, ContentLike& subReport) {
     element.list("Parameter", subReport.parameters, [](auto& child, auto& parameter) {
         child.required("name", parameter.name, TextCodec{});
-        child.attribute("expression", parameter.expression, {}, ExpressionCodec{});
+        child.required("expression", parameter.expression, ExpressionCodec{.mayBeBlank = false});
     });
     element.nestedReport("Report", subReport.report);
 }
@@ -193,7 +193,7 @@ void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
 template <class Element, class ControlLike>
 void describeConditions(Element& element, ControlLike& control) {
     element.list("When", control.conditions, [](auto& child, auto& condition) {
-        child.required("test", condition.when, ExpressionCodec{});
+        child.required("test", condition.when, ExpressionCodec{.mayBeBlank = false});
         child.styleReference("style", condition.style);
     });
 }
@@ -234,7 +234,7 @@ template <class Element, class GroupLike>
 void describeGroup(Element& element, GroupLike& group) {
     static const Group defaults;
     element.attribute("name", group.name, {}, TextCodec{});
-    element.required("by", group.by, ExpressionCodec{});
+    element.required("by", group.by, ExpressionCodec{.mayBeBlank = false});
     element.attribute("repeatHeader", group.repeatHeader, defaults.repeatHeader, SwitchCodec{});
     element.attribute("keepTogether", group.keepTogether, defaults.keepTogether, SwitchCodec{});
     element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});

@@ -95,7 +95,7 @@ std::string TextCodec::write(const std::u16string& value) const { return toUtf8(
 std::u16string ExpressionCodec::read(std::string_view text) const {
     std::u16string value = toUtf16(text);
     checkGrammar([&] {
-        if (!trimmed(value).empty()) Expression::parse(value);
+        if (!mayBeBlank || !trimmed(value).empty()) Expression::parse(value);
     });
     return value;
 }

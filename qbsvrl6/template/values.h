@@ -36,6 +36,8 @@ struct TextCodec {
 // An expression, and a text with placeholders: checked for faults of their grammar, kept as they are written.
 // Names and scopes are looked up when the report is exported.
 struct ExpressionCodec {
+    bool mayBeBlank = true;  // which is as if it weren't there
+
     std::u16string read(std::string_view text) const;
     std::string write(const std::u16string& value) const;
 };

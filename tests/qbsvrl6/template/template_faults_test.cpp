@@ -124,6 +124,8 @@ TEST(TemplateFaults, NamePlaceAndFault) {
          "2:9: the attribute \"name\" of <Style> is missing"},
         {inReport("<Grid><Groups><Group by=\"\"/></Groups></Grid>"), ErrorCode::BadTemplate,
          "2:15: the attribute \"by\""},
+        {inReport("<Grid><Groups><Group by=\" \"/></Groups></Grid>"), ErrorCode::BadTemplate,
+         "2:22: by=\" \": column 2: an expression is expected"},
         {inReport("<Styles><Style name=\"a\"/>\n<Style name=\"a\"/></Styles>"), ErrorCode::BadTemplate,
          "3:8: another <Style> is named \"a\""},
         {inColumns("<Column name=\"中\" width=\"1mm\"/>\n<Column width=\"1mm\" name=\"中\"/>"),
