@@ -14,13 +14,11 @@ import json
 import os
 import pathlib
 import random
-import re
 import shutil
 import subprocess
 import sys
 import tempfile
 import time
-import zlib
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COLUMNS = [("No", 16), ("Date", 22), ("Customer", 40), ("Product", 30), ("Quantity", 14), ("Price", 18), ("Amount", 22), ("Note", 18)]
@@ -78,18 +76,6 @@ def pdf_check(path, last):
     text = subprocess.run(["pdftotext", "-layout", path, "-"], capture_output=True, check=True).stdout.decode()
     assert last in text, f"{path}: the last row is missing"
     return text.count("\f")
-
-
-def floor(path):
-    """CPU seconds of deflating the document's page streams alone."""
-    plain = path.with_suffix(".plain.pdf")
-    subprocess.run(["qpdf", "--stream-data=uncompress", path, plain], check=True)
-    streams = re.findall(rb"stream\n(.*?)\nendstream", plain.read_bytes(), re.S)
-    pages = [stream for stream in streams if b" Tf" in stream[:4000]]
-    started = time.process_time()
-    for stream in pages:
-        zlib.compress(stream, 6)
-    return time.process_time() - started
 
 
 REPORTLAB = """
@@ -150,8 +136,6 @@ def main():
                     continue
                 pages = pdf_check(out, last) if kind == "pdf" else ""
                 show(count, f"qbsvrtest {kind}", *best, pages)
-                if kind == "pdf":
-                    show(count, "deflate", 0, floor(out), 0)
             for name, command, out in peers(directory, data, count):
                 result = measured(command)
                 show(count, name, *result, pdf_check(out, last) if out.exists() else "none")
