@@ -113,6 +113,11 @@ private:
     std::size_t start_;
 };
 
+// A record without bytes.
+inline void putEmptyRecord(std::string& out, std::uint16_t number) {
+    ByteWriter(out).put(number, std::uint16_t{0});
+}
+
 // The bytes of a record of any length, cut into a first record and CONTINUE records behind it.
 void putLongRecord(std::string& out, std::uint16_t number, std::string_view bytes);
 

@@ -283,8 +283,8 @@ bool CellGrid::isFree(int column, const Region& rows) const {
     return true;
 }
 
-// Narrows the region to its longest free stretch; without one, moves it to the next free cell on its right.
-bool CellGrid::findRoom(Region& region) const {
+// Narrows the region to its longest stretch of columns that are free in all its rows.
+bool CellGrid::narrow(Region& region) const {
     int bestStart = 0;
     int bestLength = 0;
     int start = region.column;
@@ -296,12 +296,17 @@ bool CellGrid::findRoom(Region& region) const {
         }
         start = column + 1;
     }
-    if (bestLength > 0) {
-        region.column = bestStart;
-        region.columnEnd = bestStart + bestLength;
-        return true;
-    }
+    if (bestLength == 0) return false;
+    region.column = bestStart;
+    region.columnEnd = bestStart + bestLength;
+    return true;
+}
+
+// Of all rows, or the first one; without room there, moves the region to the next free cell on its right.
+bool CellGrid::findRoom(Region& region) const {
+    if (narrow(region)) return true;
     region.rowEnd = region.row + 1;
+    if (narrow(region)) return true;
     for (int column = region.columnEnd; column < columnCount(); ++column) {
         if (!isFree(column, region)) continue;
         region.column = column;

@@ -103,6 +103,7 @@ private:
     void settleHeights(const Band& band, Micrometres y);
     bool takesCells(const Item& item) const;
     void claim(Item& item);
+    bool narrow(Region& region) const;
     bool findRoom(Region& region) const;
     bool isFree(int column, const Region& rows) const;
     void take(const Region& region, Item& item);

@@ -156,11 +156,10 @@ private:
                 ++column;
             } else if (next < row.cells.size() && row.cells[next].column == column) {
                 const Cell& cell = row.cells[next++];
-                for (int i = 0; i < cell.columnSpan; ++i) {
-                    rowsLeft_[static_cast<std::size_t>(column + i)] = cell.rowSpan - 1;
-                }
                 writeCell(band, cell);
-                column += cell.columnSpan;
+                for (const int end = column + cell.columnSpan; column < end; ++column) {
+                    rowsLeft_[static_cast<std::size_t>(column)] = cell.rowSpan - 1;
+                }
             } else {
                 const int end = next < row.cells.size() ? row.cells[next].column : grid().columnCount();
                 column = writeFree(column, end);

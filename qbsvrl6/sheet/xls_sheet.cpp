@@ -154,8 +154,8 @@ void XlsSheet::writeHead(std::string& out, const PageLook& look) const {
 void XlsSheet::writePageSetup(std::string& out, const PageLook& look) const {
     const Size paper = look.setup.paper;
     const Edges& margins = look.setup.margins;
-    BiffRecord(out, biff::kHeader);
-    BiffRecord(out, biff::kFooter);
+    putEmptyRecord(out, biff::kHeader);
+    putEmptyRecord(out, biff::kFooter);
     BiffRecord(out, biff::kLeftMargin).put(inches(margins.left));
     BiffRecord(out, biff::kRightMargin).put(inches(margins.right));
     BiffRecord(out, biff::kTopMargin).put(inches(margins.top));
@@ -192,7 +192,7 @@ void XlsSheet::writeTail(std::string& out, const PageLook& look, const EscherShe
         }
     }
     out += links_;
-    BiffRecord(out, biff::kEof);
+    putEmptyRecord(out, biff::kEof);
 }
 
 // The first record holds the frame of all shapes; each shape is followed by its object.

@@ -127,7 +127,7 @@ private:
         if (!drawings.empty())
             putLongRecord(out, biff::kDrawingGroup, escherWorkbook(drawings, pictures_.pictures()));
         texts_.write(out);
-        BiffRecord(out, biff::kEof);
+        putEmptyRecord(out, biff::kEof);
         std::size_t offset = out.size();
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             const auto start = static_cast<u32>(offset);

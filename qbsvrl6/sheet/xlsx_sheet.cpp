@@ -173,7 +173,11 @@ std::string XlsxSheet::head(const PageLook& look) const {
         const double width = std::clamp(std::round(edge) - lastPixel, 1.0, 1790.0);
         lastPixel = std::round(edge);
         const std::string number = std::to_string(i + 1);
-        xml += "<col min=\"" + number + "\" max=\"" + number + "\" width=\"";
+        xml += "<col min=\"";
+        xml += number;
+        xml += "\" max=\"";
+        xml += number;
+        xml += "\" width=\"";
         appendNumber(xml, width / 7);  // a digit of Arial 10, the workbook's own font, is 7 pixels wide
         xml += "\" customWidth=\"1\"/>";
     }

@@ -167,7 +167,11 @@ private:
             xml += "<sheet name=\"";
             appendMarkup(xml, name);
             if (i > 1) xml += " (" + number + ")";
-            xml += "\" sheetId=\"" + number + "\" r:id=\"rId" + number + "\"/>";
+            xml += "\" sheetId=\"";
+            xml += number;
+            xml += "\" r:id=\"rId";
+            xml += number;
+            xml += "\"/>";
         }
         xml += "</sheets>\n";
         // Printed pages bring their titles with them.

@@ -1,0 +1,29 @@
+// The bytes of a data file. They are refused with a message, or what they hold can be had as XML text too,
+// which reads again.
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/utf.h"
+
+using namespace qbsvrl6;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view bytes{reinterpret_cast<const char*>(data), size};
+    std::u16string xml;
+    try {
+        readData(bytes, "fuzz");
+        xml = readXmlText(bytes, "fuzz");
+    } catch (const EngineError&) {
+        return 0;
+    }
+    try {
+        readData("\xEF\xBB\xBF" + toUtf8(xml), "xml");
+    } catch (const EngineError& error) {
+        if (error.code() != ErrorCode::LimitExceeded) std::abort();
+    }
+    return 0;
+}
