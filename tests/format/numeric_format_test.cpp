@@ -160,6 +160,7 @@ TEST(NumericFormat, RendersNumbers) {
         {u"0.00", kInfinity, u"0.inf"},
         {u"e0", -kInfinity, u"0.-infe+0"},
         {u"0;(0)", -5, u"(5)"},
+        {u"0;0.00", 0, u"0"},
         {u"+0;-0;0", 0, u"0"},
         {u"$0.00;-$0.00;免费", 0, u"免费"},
         {u"0.00;-0.00;零", 0.005, u"零"},
