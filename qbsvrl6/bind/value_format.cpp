@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "format/date_time.h"
-#include "format/locale_settings.h"
+#include "qbsvrl6/bind/spreadsheet_format.h"
 
 namespace qbsvrl6 {
 
@@ -39,9 +39,6 @@ std::u16string formatAsWritten(std::u16string_view written) {
     if (point == std::u16string_view::npos || written.back() != u'0' || hasAnyOf(written, u"eE")) return {};
     return u"0." + std::u16string(written.size() - point - 1, u'0');
 }
-
-// What a spreadsheet takes as it is, without quotes.
-bool isSign(char16_t unit) { return unit == u'-' || unit == u':' || unit == u'/' || unit == u' '; }
 
 std::size_t digitCount(std::u16string_view written) {
     return static_cast<std::size_t>(std::count_if(
@@ -194,7 +191,7 @@ CellValue ValueFormat::cell(const Value& value) {
                 cell.type = ValueType::Text;
                 break;
             }
-            if (!numberSpreadsheetFormat_) numberSpreadsheetFormat_ = numberFormat().GetExportXlsFormatText();
+            if (!numberSpreadsheetFormat_) numberSpreadsheetFormat_ = spreadsheetNumberFormat(numberFormat());
             cell.spreadsheetFormat = *numberSpreadsheetFormat_;
             break;
         case ValueType::Date:
@@ -209,50 +206,6 @@ CellValue ValueFormat::cell(const Value& value) {
             break;
     }
     return cell;
-}
-
-// The letters of the date language mean the same in a spreadsheet, but that months and minutes share a letter
-// and that all else is quoted.
-std::u16string spreadsheetDateFormat(std::u16string_view format) {
-    std::u16string result;
-    std::u16string literal;
-    const auto flush = [&] {
-        if (literal.empty()) return;
-        std::erase(literal, u'"');
-        result += u'"' + literal + u'"';
-        literal.clear();
-    };
-    for (std::size_t i = 0; i < format.size();) {
-        const char16_t unit = format[i];
-        std::size_t end = i + 1;
-        while (end < format.size() && format[end] == unit) ++end;
-        const std::size_t run = end - i;
-        if (std::u16string_view(u"yMdHhms").find(unit) != std::u16string_view::npos) {
-            const char16_t lower = unit == u'M' ? u'm' : (unit == u'H' ? u'h' : unit);
-            flush();
-            result +=
-                std::u16string(unit == u'y' ? (run < 3 ? 2u : 4u) : std::min<std::size_t>(run, 4), lower);
-            i = end;
-        } else if (unit == u't') {
-            flush();
-            result += u"AM/PM";
-            i = end;
-        } else if (unit == u'/' && run > 1) {
-            flush();
-            result += unit;
-            i += 2;
-        } else if (isSign(unit)) {
-            flush();
-            result += unit == u'/' ? larkspur::g_c_DateSep
-                                   : (unit == u':' ? larkspur::g_c_TimeSep : std::u16string(1, unit));
-            ++i;
-        } else {
-            literal += unit;
-            ++i;
-        }
-    }
-    flush();
-    return result;
 }
 
 }  // namespace qbsvrl6

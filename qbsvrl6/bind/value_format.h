@@ -52,9 +52,6 @@ private:
     std::optional<std::u16string> dateSpreadsheetFormat_;
 };
 
-// A date format as a spreadsheet writes it: "yyyy年M月" gives "yyyy\"年\"m\"月\"".
-std::u16string spreadsheetDateFormat(std::u16string_view format);
-
 }  // namespace qbsvrl6
 
 #endif

@@ -64,7 +64,12 @@ TEST(Placeholder, AloneKeepsItsTypedValue) {
     };
     const Case cases[] = {
         {u"[Price:#,##0.00]", ValueType::Number, "#,##0.00"},
-        {u"[Price:(0.0)]", ValueType::Number, "0.0;(0.0);0.0"},
+        {u"[Price:(0.0)]", ValueType::Number, "0.0;(0.0)"},
+        {u"[Price:￥#,##0.00]", ValueType::Number, "\"￥\"#,##0.00;\"￥\"-#,##0.00"},
+        {u"[Price:0.0 元;亏 (0.0)]", ValueType::Number, "0.0\" 元\";\"亏 \"(0.0)"},
+        {u"[Price:+0.0%;-0.0%;rgb(9,9,9)无]", ValueType::Number, "+0.0%;-0.0%;\"无\"#"},
+        {u"[Price:0.00-]", ValueType::Number, "0.00"},
+        {u"[Price:e0.00]", ValueType::Number, "0.00E+0;-0.00E+0"},
         {u"[Price]", ValueType::Number, "0.00"},
         {u"[Count]", ValueType::Number, ""},
         {u"[Count:{2=b}]", ValueType::Text, ""},
