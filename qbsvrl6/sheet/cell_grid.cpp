@@ -70,8 +70,13 @@ void CellGrid::placeAnew(Band& band) {
     if (band.background) fillBackground(band);
     for (const Item& item : band.items) {
         if (const auto* line = std::get_if<LineItem>(&item.content)) drawLine(item.box, line->line);
-        if (const auto* box = std::get_if<BoxItem>(&item.content)) drawBox(item.box, box->box);
-        if (floatPictures_ && isPicture(item)) addFloat(item);
+        if (const auto* box = std::get_if<BoxItem>(&item.content)) {
+            const BorderLine& edge = box->box.line;
+            drawBox(item.box, {edge, edge, edge, edge}, box->box.fill);
+        }
+        if (!floatPictures_ || !isPicture(item)) continue;
+        addFloat(item);
+        if (item.style != nullptr) drawBox(item.box, item.style->border, item.style->background);
     }
     collectCells();
     if (band.kind == BandKind::Row && overlaps_ == overlapsBefore) rememberPattern(band);
@@ -182,10 +187,27 @@ void CellGrid::makeRows(const Band& band) {
         if (!standsBeside) addExtent(box);
     }
     joinExtents();
+    addRowsInBoxes(band);
     if (extents_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) {
         addExtent({0, 0, band.width, band.height});
     }
     if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
+}
+
+// A box that goes on over the space between two rows needs a row there, to be whole.
+void CellGrid::addRowsInBoxes(const Band& band) {
+    const std::size_t count = extents_.size();
+    for (std::size_t row = 1; row < count; ++row) {
+        const Micrometres top = extents_[row - 1].bottom;
+        const Micrometres bottom = extents_[row].top;
+        if (bottom - top <= kTolerance) continue;
+        const bool inBox = std::any_of(band.items.begin(), band.items.end(), [&](const Item& item) {
+            return std::holds_alternative<BoxItem>(item.content) && item.box.y < top &&
+                   item.box.bottom() > bottom;
+        });
+        if (inBox) addExtent({0, top, band.width, bottom - top});
+    }
+    if (extents_.size() > count) joinExtents();
 }
 
 void CellGrid::addExtent(const Rect& box) {
@@ -413,7 +435,9 @@ void CellGrid::drawLine(const Rect& box, const LineContent& content) {
     }
 }
 
-void CellGrid::drawBox(const Rect& box, const BoxContent& content) {
+void CellGrid::drawBox(const Rect& box, const Border& border, const std::optional<Color>& fill) {
+    if (!fill && border == Border{}) return;
+
     Region region;
     setColumns(region, box);
     setRows(region, box);
@@ -421,13 +445,13 @@ void CellGrid::drawBox(const Rect& box, const BoxContent& content) {
         for (int column = region.column; column < region.columnEnd; ++column) {
             const bool isEdge = row == region.row || row == region.rowEnd - 1 || column == region.column ||
                                 column == region.columnEnd - 1;
-            if (!isEdge && !content.fill) continue;
+            if (!isEdge && !fill) continue;
             Cell& cell = cellAt(row, column);
-            if (content.fill && !cell.background) cell.background = content.fill;
-            if (row == region.row) strengthen(cell.border.top, content.line);
-            if (row == region.rowEnd - 1) strengthen(cell.border.bottom, content.line);
-            if (column == region.column) strengthen(cell.border.left, content.line);
-            if (column == region.columnEnd - 1) strengthen(cell.border.right, content.line);
+            if (fill && !cell.background) cell.background = fill;
+            if (row == region.row) strengthen(cell.border.top, border.top);
+            if (row == region.rowEnd - 1) strengthen(cell.border.bottom, border.bottom);
+            if (column == region.column) strengthen(cell.border.left, border.left);
+            if (column == region.columnEnd - 1) strengthen(cell.border.right, border.right);
         }
     }
 }

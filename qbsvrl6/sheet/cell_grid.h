@@ -97,6 +97,7 @@ private:
     void setColumns(Region& region, const Rect& box) const;
     void setRows(Region& region, const Rect& box) const;
     void makeRows(const Band& band);
+    void addRowsInBoxes(const Band& band);
     void addExtent(const Rect& box);
     void joinExtents();
     static bool belongsTo(const RowExtent& row, const RowExtent& next);
@@ -111,7 +112,7 @@ private:
     void addFloat(const Item& item);
     void fillBackground(const Band& band);
     void drawLine(const Rect& box, const LineContent& line);
-    void drawBox(const Rect& box, const BoxContent& content);
+    void drawBox(const Rect& box, const Border& border, const std::optional<Color>& fill);
     void collectCells();
     void styleCell(Cell& cell, const Band& band) const;
 
