@@ -207,6 +207,26 @@ TEST_P(Workbook, PlacesPicturesExactly) {
               "A4 s 'next' General | SimSun 10.0 FF000000 -  left center 0 ---- h17.25 \n");
 }
 
+// A frame goes on over the space between two texts, and cells under a picture bear the borders of its style.
+TEST_P(Workbook, DrawsFramesWhole) {
+    Item frame;
+    frame.box = {0, 0, 60 * kMm, 40 * kMm};
+    frame.content = BoxItem{{BorderLine{250, {}}, std::nullopt}};
+    ResolvedStyle framed;
+    framed.border = {{250, {}}, {250, {}}, {250, {}}, {250, {}}};
+    Item picture = textAt({60, 0, 30, 40}, u"", &framed);
+    picture.content = PictureItem{};
+    SheetFeed feed = Workbook::feed({0, 30, 60, 90});
+    feed.put(bandOf(BandKind::ReportHeader, 40,
+                    {frame, picture, textAt({0, 2, 30, 6}, u"above"), textAt({30, 30, 30, 6}, u"below")}));
+    std::string borders;
+    const std::string facts = only(factsOf(feed), {"A", "B", "C"});
+    for (std::size_t place = 0; (place = facts.find(" h", place)) != std::string::npos; ++place) {
+        borders += facts.substr(place - 4, 4) + ' ';
+    }
+    EXPECT_EQ(borders, "tt-- -tt- ttt- t--- --t- t-t- t--t --tt t-tt ") << facts;
+}
+
 TEST_P(Workbook, KeepsHostileTextAsData) {
     ResolvedStyle style;
     style.fontFamily = u"\"/><x>&";
