@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Makes the data of the sample reports: Samples/Data/json/*.txt, the texts beside templates, and the picture.
+"""Makes the data of the sample reports: Samples/Data/json/*.txt, the texts beside templates, and the pictures.
 
-All of it is invented. The same run gives the same files. The picture needs Pillow (python3-pil); everything else
-only Python. Run it from anywhere: samples/make_data.py
+All of it is invented. The same run gives the same files. The pictures need Pillow (python3-pil) and fonts-noto-cjk;
+everything else only Python. Run it from anywhere: samples/make_data.py
 """
 
 import datetime
@@ -52,12 +52,17 @@ def person(rnd):
     return rnd.choice(LATIN_NAMES) if rnd.random() < 0.25 else rnd.choice(SURNAMES) + rnd.choice(GIVEN)
 
 
+def company_name(rnd):
+    head, tail = rnd.choice(COMPANY_HEADS), rnd.choice(COMPANY_TAILS)
+    return f"{head} {tail}" if tail.isascii() else head + tail
+
+
 def customers(rnd, count):
     rows, used = [], set()
     for number in range(1, count + 1):
         region, city, area = rnd.choice(CITIES)
         while True:
-            company = rnd.choice(COMPANY_HEADS) + rnd.choice(COMPANY_TAILS)
+            company = company_name(rnd)
             if (company, city) not in used:
                 break
         used.add((company, city))
@@ -103,14 +108,15 @@ def invoice(rnd):
         "Date": "2026-03-18",
         "Due": "2026-04-17",
         "Buyer": "明远贸易有限公司",
-        "BuyerAddress": "杭州市中山北路 218 号 6 层",
+        "BuyerAddress": "杭州市中山北路218号6层",
         "BuyerTaxNo": "91330100MA2XXXXX0K",
-        "Seller": "蓝海食品有限公司 · Bluewater Foods Co.",
-        "SellerAddress": "上海市长江路 66 号",
+        "Seller": "蓝海食品有限公司",
+        "SellerEnglish": "Bluewater Foods Co., Ltd.",
+        "SellerAddress": "上海市长江路66号",
         "TaxRate": 0.13,
         "Total": round(total, 2),
         "Tax": round(total * 0.13, 2),
-        "GrandTotal": round(total, 2) + round(total * 0.13, 2),
+        "GrandTotal": round(round(total, 2) + round(total * 0.13, 2), 2),
         "Lines": lines,
     }
 
@@ -145,7 +151,7 @@ def statement(rnd, count):
             "Date": str(day),
             "Month": day.strftime("%Y-%m"),
             "Purpose": rnd.choice(purposes),
-            "Partner": rnd.choice(COMPANY_HEADS) + rnd.choice(COMPANY_TAILS),
+            "Partner": company_name(rnd),
             "Income": amount if income else None,
             "Expense": None if income else amount,
             "Balance": balance,
@@ -180,14 +186,17 @@ def labels(rnd):
 
 def notice():
     return {
-        "Number": "通〔2026〕12 号",
-        "Recipient": "全体员工",
+        "Letterhead": "蓝海食品有限公司文件",
+        "Number": "蓝海发〔2026〕12号",
+        "Recipient": "公司各部门",
         "Date": "2026-04-20",
-        "Signer": "行政部",
-        "Title": "关于 2026 年劳动节放假安排的通知",
-        "Body": "根据国家有关规定，现将 2026 年劳动节放假安排通知如下：5 月 1 日（星期五）至 5 月 5 日（星期二）放假调休，共 5 天；"
-                "5 月 9 日（星期六）正常上班。请各部门提前做好工作安排，值班人员名单于 4 月 27 日前报行政部。"
-                "放假期间请注意人身和财产安全，离开办公室前关闭电源、门窗。如有紧急情况，请拨打值班电话 021-5550 0199。",
+        "Signer": "蓝海食品有限公司",
+        "Copies": "各分公司、各门店",
+        "Title": "关于2026年劳动节放假安排的通知",
+        "Body": "　　根据国家有关规定，现将2026年劳动节放假安排通知如下：\n"
+                "　　一、5月1日（星期五）至5月5日（星期二）放假调休，共五天；5月9日（星期六）正常上班。\n"
+                "　　二、各部门提前做好工作安排，值班人员名单于4月27日前报行政部。\n"
+                "　　三、放假期间注意人身和财产安全，离开办公室前关闭电源、门窗。如有紧急情况，请拨打值班电话021-5550 0199。",
         "BodyEnglish": "The office is closed from Friday, 1 May to Tuesday, 5 May 2026. Saturday, 9 May is a working day. "
                        "Please hand the duty roster to administration by 27 April, and switch off the lights, computers "
                        "and air conditioning before you leave. In urgent cases call 021-5550 0199.",
@@ -201,7 +210,7 @@ def orders(rnd):
         count = rnd.randint(2, 6)
         heads.append({
             "OrderID": order,
-            "Customer": rnd.choice(COMPANY_HEADS) + rnd.choice(COMPANY_TAILS),
+            "Customer": company_name(rnd),
             "OrderDate": str(datetime.date(2026, 3, 2) + datetime.timedelta(days=rnd.randint(0, 27))),
             "Sales": person(rnd),
         })
@@ -209,6 +218,12 @@ def orders(rnd):
             lines.append({"OrderID": order, "Position": position, "Product": product[1], "Unit": product[3],
                           "Quantity": rnd.randint(1, 60), "Price": product[2]})
     return {"Orders": heads, "Lines": lines}
+
+
+def certificates():
+    return [{"Number": f"LH-2026-{number:04d}", "Name": name, "Female": female, "Course": "食品安全管理师",
+             "From": "2026-03-02", "To": "2026-03-27", "Hours": 80, "Score": score}
+            for number, name, female, score in ((117, "许晓燕", True, 94), (118, "吴建国", False, 86), (119, "Eva Lindström", True, 97))]
 
 
 def chart_xml(path, element, rows):
@@ -238,10 +253,7 @@ def butterfly(path):
     from PIL import Image, ImageChops, ImageDraw, ImageFilter
     width, height, scale = 640, 480, 2
     big = (width * scale, height * scale)
-    picture = Image.new("RGB", big)
-    for y in range(big[1]):
-        part = y / big[1]
-        ImageDraw.Draw(picture).line([(0, y), (big[0], y)], fill=(int(236 - 20 * part), int(246 - 10 * part), 252))
+    picture = Image.new("RGB", big, (255, 255, 255))
     middle = (big[0] / 2, big[1] / 2 + 36 * scale)
     points = []
     for step in range(24 * 300 + 1):
@@ -271,6 +283,27 @@ def butterfly(path):
     picture.save(path, quality=88, dpi=(150, 150))
 
 
+def seal(path):
+    """A round seal: the name along the upper edge, a star, a line of text."""
+    from PIL import Image, ImageDraw, ImageFont
+    size, red = 900, (212, 42, 30, 255)
+    middle, bold = size / 2, "/usr/share/fonts/opentype/noto/NotoSansCJK-Bold.ttc"  # of fonts-noto-cjk; its third face is SC
+    picture = Image.new("RGBA", (size, size), (212, 42, 30, 0))
+    drawing = ImageDraw.Draw(picture)
+    drawing.ellipse([8, 8, size - 9, size - 9], outline=red, width=26)
+    corners = [(middle + math.sin(math.pi * step / 5) * radius, middle - math.cos(math.pi * step / 5) * radius)
+               for step, radius in ((step, 150 if step % 2 == 0 else 57) for step in range(10))]
+    drawing.polygon(corners, fill=red)
+    name, letters = "蓝海职业培训学校", ImageFont.truetype(bold, 100, index=2)
+    for place, letter in enumerate(name):
+        angle = (place - (len(name) - 1) / 2) * 30
+        turned = Image.new("RGBA", (size, size), (212, 42, 30, 0))
+        ImageDraw.Draw(turned).text((middle, 108), letter, font=letters, fill=red, anchor="mm")
+        picture.alpha_composite(turned.rotate(-angle, resample=Image.BICUBIC))
+    drawing.text((middle, 690), "证书专用章", font=ImageFont.truetype(bold, 82, index=2), fill=red, anchor="mm")
+    picture.resize((300, 300), Image.LANCZOS).quantize(24, method=Image.FASTOCTREE).save(path, optimize=True)
+
+
 def main():
     save(JSON / "jsonCustomer.txt", customers(random.Random(1), 48))
     save(JSON / "jsonProduct.txt", products(random.Random(2)))
@@ -281,8 +314,10 @@ def main():
     save(JSON / "jsonLabel.txt", labels(random.Random(7)))
     save(JSON / "jsonNotice.txt", notice())
     save(JSON / "jsonOrder.txt", orders(random.Random(9)))
+    save(JSON / "jsonCertificate.txt", certificates())
     chart_data(random.Random(10), REPORTS / "07.Chart" / "RequestData")
     save(REPORTS / "7a.stock.txt", products(random.Random(8)))
+    seal(ROOT / "Data" / "Picture" / "Seal.png")
     butterfly(ROOT / "Data" / "Picture" / "Butterfly.jpg")
 
 
