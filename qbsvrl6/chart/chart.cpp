@@ -171,7 +171,7 @@ private:
     }
 
     // Names that would run into each other get a little smaller, or are broken into two lines; where not even
-    // that serves, every second, third ... one is kept.
+    // that serves, every second, third ... one is kept, none of them beyond the chart's edges.
     void reserveCategoryAxis() {
         const auto count = std::max<std::size_t>(categoryCount(), 1);
         const double step = plot_.width() / static_cast<double>(count);
@@ -183,22 +183,30 @@ private:
         categoryPoints_ = kLabelPoints * std::clamp(room / std::max(widest, 1.0), 0.85, 1.0);
         widest *= categoryPoints_ / kLabelPoints;
         if (widest > room && room < least) {
-            const double shown = std::min(widest, std::max(plot_.width() / 2, 1.0));
+            const double shown = std::min(widest, std::max(plot_.width() / 4, 1.0));
             categoryStep_ = static_cast<std::size_t>(std::ceil((shown + kGap * 0.5) / std::max(step, 1.0)));
             room = step * static_cast<double>(categoryStep_) - kGap * 0.5;
+            const double over = std::min(widest, room) / 2 - (plot_.left - kGap) - step / 2;
+            firstCategory_ = static_cast<std::size_t>(std::ceil(std::max(over, 0.0) / std::max(step, 1.0)));
         }
         std::size_t lines = 1;
-        for (std::size_t i = 0; i < data_.categories.size(); i += categoryStep_) {
-            categoryLines_.push_back(
-                categoryStep_ > 1 ? std::vector{sketch_.fitted(data_.categories[i], categoryPoints_, room)}
-                                  : sketch_.twoLines(data_.categories[i], categoryPoints_, room));
+        for (std::size_t i = firstCategory_; i < data_.categories.size(); i += categoryStep_) {
+            const double behind = (static_cast<double>(count - i) - 0.5) * step + kGap;
+            categoryLines_.push_back(categoryStep_ > 1
+                                         ? std::vector{sketch_.fitted(data_.categories[i], categoryPoints_,
+                                                                      std::min(room, 2 * behind))}
+                                         : sketch_.twoLines(data_.categories[i], categoryPoints_, room));
             lines = std::max(lines, categoryLines_.back().size());
         }
         plot_.bottom -= ChartSketch::lineHeight(kLabelPoints) * (static_cast<double>(lines) + 0.3);
     }
 
-    double yOf(double value) const { return plot_.bottom - yAxis_.position(value) * plot_.height(); }
-    double xOf(double value) const { return plot_.left + xAxis_.position(value) * plot_.width(); }
+    // What is too large for an axis stands at its end.
+    static double placeOn(const Axis& axis, double value) {
+        return std::clamp(axis.position(value), 0.0, 1.0);
+    }
+    double yOf(double value) const { return plot_.bottom - placeOn(yAxis_, value) * plot_.height(); }
+    double xOf(double value) const { return plot_.left + placeOn(xAxis_, value) * plot_.width(); }
 
     void paintValueAxis() {
         for (const double tick : yAxis_.ticks) {
@@ -228,7 +236,8 @@ private:
         const double height = ChartSketch::lineHeight(kLabelPoints);
         const double step = plot_.width() / static_cast<double>(std::max<std::size_t>(categoryCount(), 1));
         for (std::size_t i = 0; i < categoryLines_.size(); ++i) {
-            const double x = plot_.left + (static_cast<double>(i * categoryStep_) + 0.5) * step;
+            const double x =
+                plot_.left + (static_cast<double>(firstCategory_ + i * categoryStep_) + 0.5) * step;
             double y = plot_.bottom + height * 1.05;
             for (const auto& line : categoryLines_[i]) {
                 sketch_.label(x, y, Anchor::Middle, categoryPoints_, line);
@@ -244,6 +253,21 @@ private:
         if (valuePoints_ <= 0) return;
         const double away = below ? kGap * 0.4 + valuePoints_ * kMicrometresPerPoint * 0.8 : -kGap * 0.4;
         sketch_.label(x, y + away, Anchor::Middle, valuePoints_, sketch_.number(value));
+    }
+
+    // Above a point, unless another label stands there.
+    void pointLabel(double x, double y, double value) {
+        if (valuePoints_ <= 0) return;
+        const double half = sketch_.textWidth(sketch_.number(value), valuePoints_) / 2;
+        const double height = valuePoints_ * kMicrometresPerPoint;
+        const Frame frame{x - half, y - height, x + half, y};
+        const auto meets = [&frame](const Frame& other) {
+            return frame.left < other.right && other.left < frame.right && frame.top < other.bottom &&
+                   other.top < frame.bottom;
+        };
+        if (std::any_of(labelled_.begin(), labelled_.end(), meets)) return;
+        labelled_.push_back(frame);
+        valueLabel(x, y, value);
     }
 
     // Value labels get smaller where they have less than `room` beside each other, and are left out where
@@ -306,7 +330,7 @@ private:
                             .circle(xAt(i), yOf(ys[i]), kThin * 4)
                             .fill(ChartSketch::colorOf(series))
                             .take());
-            valueLabel(xAt(i), yOf(ys[i]) - kThin * 4, ys[i]);
+            pointLabel(xAt(i), yOf(ys[i]) - kThin * 4, ys[i]);
         }
     }
 
@@ -356,7 +380,7 @@ private:
                                 .fill(ChartSketch::colorOf(s), 0.65)
                                 .stroke(ChartSketch::colorOf(s), kThin)
                                 .take());
-                valueLabel(xOf(point.x), yOf(point.y) - r, point.size);
+                pointLabel(xOf(point.x), yOf(point.y) - r, point.size);
             }
         }
     }
@@ -367,8 +391,10 @@ private:
     Frame& plot_;
     Axis xAxis_, yAxis_;
     double categoryPoints_ = kLabelPoints;
+    std::size_t firstCategory_ = 0;  // that is named
     std::size_t categoryStep_ = 1;
     std::vector<std::vector<std::u16string>> categoryLines_;  // of each categoryStep_-th category
+    std::vector<Frame> labelled_;                             // where labels of points stand
     double valuePoints_ = 0;                                  // font size of value labels; 0: none
 };
 

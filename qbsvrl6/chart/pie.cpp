@@ -81,11 +81,11 @@ void Pie::paint(const std::vector<Slice>& slices) {
         const double value = slices[i].value;
         if (!isShown(value)) continue;
         const double next = angle + value / total_ * 2 * std::numbers::pi;
-        sketch_.add(PathBuilder()
-                        .wedge(x_, y_, radius_, angle, next)
-                        .fill(ChartSketch::colorOf(i))
-                        .stroke({255, 255, 255}, ChartSketch::kThin * 2)
-                        .take());
+        constexpr double kSeam = ChartSketch::kThin * 2;
+        PathBuilder wedge;
+        wedge.wedge(x_, y_, radius_, angle, next).fill(ChartSketch::colorOf(i));
+        if ((next - angle) * radius_ > kSeam * 3) wedge.stroke({255, 255, 255}, kSeam);  // else all is seam
+        sketch_.add(wedge.take());
         const double middle = (angle + next) / 2;
         (middle < std::numbers::pi ? right : left)
             .push_back({textOf(value), value, x_ + radius_ * std::sin(middle),
