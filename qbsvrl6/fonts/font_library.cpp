@@ -3,6 +3,7 @@
 #include <hb.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -24,6 +25,7 @@ namespace {
 // More names than any honest set of reports uses: hostile ones can't make the tables grow without end.
 constexpr std::size_t kRememberedNames = 1024;
 constexpr std::size_t kRememberedCharacters = 65'536;
+constexpr std::size_t kToldCharacters = 50;
 
 struct Request {
     std::u16string_view family;
@@ -69,6 +71,7 @@ public:
                 if (add(set, installed, bold, italic))
                     place->second = &intern(std::move(set)).members.front();
             }
+            if (place->second == nullptr) tellLacking(character);
         }
         return place->second;
     }
@@ -150,6 +153,17 @@ private:
                    set.members.front().face->familyName + "\" stands in for it");
     }
 
+    void tellLacking(char32_t character) {
+        if (lacking_.size() >= kToldCharacters || !lacking_.insert(character).second) return;
+        std::u16string text;
+        appendCharacter(text, character);
+        char code[16];
+        std::snprintf(code, sizeof code, "U+%04X", static_cast<unsigned>(character));
+        logWarning("no installed font has " + std::string(code) + " \"" + toUtf8(text) +
+                   "\": a box stands in for it" +
+                   (lacking_.size() == kToldCharacters ? "; further characters are not told" : ""));
+    }
+
     struct OpenFace {
         std::unique_ptr<const FontFace> face;
         bool bold = false;
@@ -163,6 +177,7 @@ private:
     std::map<std::vector<MemberKey>, std::unique_ptr<const FontSet>> sets_;
     std::map<std::tuple<char32_t, bool, bool>, const FontSet::Member*> covering_;
     std::set<std::string> replaced_;
+    std::set<char32_t> lacking_;  // that the log told of
 };
 
 // Never destroyed: threads may still draw while the process ends.

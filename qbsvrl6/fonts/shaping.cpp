@@ -118,9 +118,15 @@ bool isRightToLeft(char32_t c) {
 // Blanks and punctuation take the direction, and marks and joiners the font, of what they follow.
 bool isNeutral(char32_t c) { return c < U'0' || (c > U'9' && c < U'A') || (c >= 0x2000 && c <= 0x206F); }
 
+// Soft hyphens, byte order marks within texts and the like: no font need have them.
+bool isInvisible(char32_t c) {
+    return c == 0xAD || c == 0x200B || (c >= 0x2060 && c <= 0x2064) || c == 0xFEFF;
+}
+
 bool joinsBefore(char32_t c) {
     return (c >= 0x300 && c <= 0x36F) || c == 0x200C || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F) ||
-           (c >= 0xE0100 && c <= 0xE01EF) || (c >= 0x20D0 && c <= 0x20FF) || c == 0x3099 || c == 0x309A;
+           (c >= 0xE0100 && c <= 0xE01EF) || (c >= 0x20D0 && c <= 0x20FF) || c == 0x3099 || c == 0x309A ||
+           isInvisible(c);
 }
 
 bool hasGlyph(const FontFace& face, char32_t character) {

@@ -95,6 +95,7 @@ TEST(Shaping, RunsFollowFontsAndDirections) {
         {u"Arial", u"ab中文cd", {0, 2, 4}},
         {u"SimSun", u"ab中文cd", {0}},
         {u"SimSun", u"中\U00020000文", {0}},
+        {u"SimSun", u"中\uFEFF文\u00ADx", {0}},              // what isn't seen needs no font
         {u"Arial", u"a\u0301\u4E2D\u0301", {0, 2}},          // marks stay with their base
         {u"Arial", u"ab \u0627\u0628 \u0629 x", {0, 3, 8}},  // Arabic words in one run with their blank
     };
