@@ -226,7 +226,9 @@ QBSVR_API const void* QBBinaryObjectGetDataBuf(quillbrook::tagQBBinaryObject* ob
 // ---- Export options
 
 QBSVR_API quillbrook::tagQBExportType QBExportOptionGetExportType(quillbrook::tagQBExportOption* option);
-// Target of QBReportExport.
+// Target of QBReportExport. Where a document is a file a page (PNG, unless all pages are in one image), the
+// pages behind the first go beside it as "name-2.png", "name-3.png" and so on; a binary object holds the
+// first page only.
 QBSVR_API void QBExportOptionSetFileName(quillbrook::tagQBExportOption* option,
                                          const quillbrook::lkchar* file);
 // The same options by kind of output; null when the export is of another kind.

@@ -1,7 +1,6 @@
 #include "qbsvrl6/api/export.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 #include "qbsvrl6/api/drawings.h"
@@ -126,20 +125,45 @@ std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
     }
 }
 
-std::string makeDocument(Report& report, const ExportOptions& options) {
+// Ends an export whose document grows beyond what a caller could take.
+class SizeGuard : public PageSink {
+public:
+    SizeGuard(std::unique_ptr<PageSink> sink, const std::string& output)
+        : sink_(std::move(sink)), output_(output) {}
+    void beginPage(const PageInfo& page) override { sink_->beginPage(page); }
+    void band(Band&& band, Micrometres x, Micrometres y) override { sink_->band(std::move(band), x, y); }
+    void endPage() override {
+        sink_->endPage();
+        check();
+    }
+    void finish(PendingTexts& pending) override {
+        sink_->finish(pending);
+        check();
+    }
+
+private:
+    void check() const {
+        if (output_.size() > limits::kDocumentBytes) {
+            throw EngineError(ErrorCode::LimitExceeded, "the document is larger than 2 GB");
+        }
+    }
+
+    std::unique_ptr<PageSink> sink_;
+    const std::string& output_;
+};
+
+std::string makeDocument(Report& report, const ExportOptions& options,
+                         std::vector<std::string>* furtherFiles) {
     ReportDefinition& definition = report.definition;
-    ExportJob job{definition, options, layoutOptionsFor(options), backgroundOf(definition)};
+    ExportJob job{definition, options, layoutOptionsFor(options), backgroundOf(definition), furtherFiles};
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
     std::string output;
-    const std::unique_ptr<PageSink> sink = makeSink(job, output);
+    SizeGuard sink(makeSink(job, output), output);
     const ReportData data = collectData(report);
     ChartDataRestorer restorer;
     requestChartData(report, nullptr, restorer);
-    layOut(definition, data, job.layout, *sink);
-    if (output.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        throw EngineError(ErrorCode::LimitExceeded, "the document is larger than 2 GB");
-    }
+    layOut(definition, data, job.layout, sink);
     return output;
 }
 
@@ -156,12 +180,12 @@ std::string aboutTemplate(const Runtime& runtime, Export run) {
 
 }  // namespace
 
-std::string exportReport(Runtime& runtime, ExportOptions& options) {
+std::string exportReport(Runtime& runtime, ExportOptions& options, std::vector<std::string>* furtherFiles) {
     return aboutTemplate(runtime, [&] {
         const RunningExport running(runtime.report);
         fireInitialize(running);
         fireExportBegin(runtime, options);
-        std::string document = makeDocument(runtime.report, options);
+        std::string document = makeDocument(runtime.report, options, furtherFiles);
         running.refuseIfReleased();
         return document;
     });
@@ -171,7 +195,7 @@ std::string printedReport(Runtime& runtime) {
     return aboutTemplate(runtime, [&] {
         const RunningExport running(runtime.report);
         fireInitialize(running);
-        std::string document = makeDocument(runtime.report, {});
+        std::string document = makeDocument(runtime.report, {}, nullptr);
         running.refuseIfReleased();
         return document;
     });

@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_API_EXPORT_H
 
 #include <string>
+#include <vector>
 
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/model/export_options.h"
@@ -10,9 +11,10 @@
 namespace qbsvrl6 {
 
 // Fires the events (initialize; export begins, which may change `options`; chart data) and makes the
-// document. Raises EngineError for whatever stands in the way; the report's definition is as before in any
-// case.
-std::string exportReport(Runtime& runtime, ExportOptions& options);
+// document. Pages that need files of their own go to `furtherFiles`; null: they are left out. Raises
+// EngineError for whatever stands in the way; the report's definition is as before in any case.
+std::string exportReport(Runtime& runtime, ExportOptions& options,
+                         std::vector<std::string>* furtherFiles = nullptr);
 
 // The same without the event that an export begins: printing is no export.
 std::string printedReport(Runtime& runtime);

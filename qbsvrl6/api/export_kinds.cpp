@@ -20,7 +20,8 @@ Sink makePdf(const ExportJob& job, std::string& output) {
 }
 
 RasterOptions rasterOptions(const ExportJob& job) {
-    return {job.report.imageResolution, job.options.allPagesInOneImage, job.background, job.report.watermark};
+    return {job.report.imageResolution, job.options.allPagesInOneImage, job.background, job.report.watermark,
+            job.furtherFiles};
 }
 
 Sink makePng(const ExportJob& job, std::string& output) { return makePngWriter(rasterOptions(job), output); }

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "qbsvrl6/layout/layout.h"
 #include "qbsvrl6/model/export_options.h"
@@ -17,6 +18,8 @@ struct ExportJob {
     const ExportOptions& options;
     LayoutOptions layout;
     std::shared_ptr<const Picture> background;  // may be null
+    std::vector<std::string>* furtherFiles =
+        nullptr;  // of a kind that has a file a page; null: the first only
 };
 
 // True for the kinds made of cells, whose layout the cell options choose.

@@ -1,7 +1,7 @@
 // Exports, prepared and direct, into memory and into files.
-#include <limits>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "qbsvrl6/api/export.h"
 #include "qbsvrl6/api/guard.h"
@@ -32,6 +32,22 @@ std::string fileNameOf(const ExportOptions& options) {
     return toUtf8(options.fileName);
 }
 
+// "a/b.png" of page 2 is "a/b-2.png".
+std::string numbered(const std::string& file, std::size_t page) {
+    const std::size_t dot = file.rfind('.');
+    const bool hasEnding = dot != std::string::npos && file.find('/', dot) == std::string::npos;
+    const std::size_t end = hasEnding ? dot : file.size();
+    return file.substr(0, end) + "-" + std::to_string(page) + file.substr(end);
+}
+
+void exportToFile(Runtime& runtime, ExportOptions& options) {
+    std::vector<std::string> furtherFiles;
+    const std::string document = exportReport(runtime, options, &furtherFiles);
+    const std::string file = fileNameOf(options);
+    for (std::size_t i = 0; i < furtherFiles.size(); ++i) writeFile(numbered(file, i + 2), furtherFiles[i]);
+    writeFile(file, document);
+}
+
 }  // namespace
 
 tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* handle, tagQBExportType type) {
@@ -53,8 +69,7 @@ int QBReportExportDirect(tagQBReport* handle, tagQBExportType type, const lkchar
         Runtime& runtime = runtimeOf(*report);
         ExportOptions& options = directOptions(runtime, type);
         options.fileName = textFrom(file);
-        const std::string document = exportReport(runtime, options);
-        writeFile(fileNameOf(options), document);
+        exportToFile(runtime, options);
         return 1;
     });
 }
@@ -91,8 +106,7 @@ int QBReportExport(tagQBReport* handle, int) {
         if (report == nullptr) return 0;
         Runtime& runtime = runtimeOf(*report);
         ExportOptions& options = preparedOptions(runtime);
-        const std::string document = exportReport(runtime, options);
-        writeFile(fileNameOf(options), document);
+        exportToFile(runtime, options);
         return 1;
     });
 }

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "qbsvrl6/layout/items.h"
 #include "qbsvrl6/model/report.h"
@@ -15,13 +16,14 @@ struct RasterOptions {
     bool allPagesInOne = false;                 // below each other
     std::shared_ptr<const Picture> background;  // behind each page; may be null
     Watermark watermark;
+    std::vector<std::string>* furtherPages = nullptr;  // files of the pages behind the first
 };
 
 // Sinks whose `output` holds the whole file after finish(). They raise EngineError (LimitExceeded) beyond
 // limits::kImagePagePixels and limits::kImageRows.
 
-// A PNG holds one picture: of the first page where all pages in one aren't asked for; that others are left
-// out is told in the log.
+// A PNG holds one picture. Where all pages in one aren't asked for, it is the first page's, and those of the
+// other pages are appended to `furtherPages`; where that is null they are left out, and the log tells it.
 std::unique_ptr<PageSink> makePngWriter(const RasterOptions& options, std::string& output);
 
 // A picture a page, or one of all.

@@ -19,7 +19,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-enum class Pages { EachAnImage, AllInOne, FirstOnly };
+enum class Pages { EachAnImage, EachAFile, AllInOne, FirstOnly };
 
 constexpr std::uint32_t kWhite = 0xFFFFFF;
 
@@ -81,7 +81,8 @@ public:
         if (pages_ == Pages::FirstOnly && pageCount_ > 1) {
             logWarning(
                 "a PNG holds one picture: " + std::to_string(pageCount_ - 1) +
-                " pages behind the first are left out; all pages in one image, or TIFF, have them all");
+                " pages behind the first are left out; a file a page, all pages in one image, or TIFF have "
+                "them all");
         }
     }
 
@@ -157,6 +158,12 @@ private:
     }
 
     void encode() {
+        if (pages_ == Pages::EachAFile && isFileBegun_) {
+            encoder_->finish();
+            // The files before it are complete and may be moved.
+            encoder_ = makePngEncoder(options_.resolution, options_.furtherPages->emplace_back());
+        }
+        isFileBegun_ = true;
         encoder_->begin(page_.width, page_.height, isGrey(page_.pixels));
         encodeRows(page_.width);
     }
@@ -201,6 +208,7 @@ private:
     RasterOptions options_;
     Pages pages_;
     std::unique_ptr<ImageEncoder> encoder_;
+    bool isFileBegun_ = false;
     DecodedPictures pictures_;
     PixelPage page_;
     std::vector<std::uint8_t> packed_;  // scratch
@@ -215,8 +223,10 @@ private:
 
 std::unique_ptr<PageSink> makePngWriter(const RasterOptions& options, std::string& output) {
     output.clear();
-    return std::make_unique<RasterWriter>(options, options.allPagesInOne ? Pages::AllInOne : Pages::FirstOnly,
-                                          makePngEncoder(options.resolution, output));
+    const Pages pages = options.allPagesInOne             ? Pages::AllInOne
+                        : options.furtherPages != nullptr ? Pages::EachAFile
+                                                          : Pages::FirstOnly;
+    return std::make_unique<RasterWriter>(options, pages, makePngEncoder(options.resolution, output));
 }
 
 std::unique_ptr<PageSink> makeTiffWriter(const RasterOptions& options, std::string& output) {

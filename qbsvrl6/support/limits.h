@@ -30,6 +30,7 @@ inline constexpr std::size_t kChartPoints = 100'000;  // of all series together
 // older ones while all together stay below the bytes.
 inline constexpr std::size_t kKeptResults = 16;
 inline constexpr std::size_t kKeptBytes = 1u << 28;
+inline constexpr std::size_t kDocumentBytes = 0x7FFF'FFFF;  // the interface gives sizes as int
 inline constexpr int kPages = 1'000'000;
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid

@@ -162,6 +162,28 @@ TEST_F(ApiTest, WritesFilesWholeOrNotAtAll) {
         << "no leftovers";
 }
 
+TEST_F(ApiTest, PagesThatNeedFilesOfTheirOwnAreNumbered) {
+    write("two.qbf", R"(<Report version="1"><ReportHeader height="10mm"/>
+        <ReportFooter height="10mm" newPageBefore="true"/></Report>)");
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("two.qbf").c_str());
+    tagQBExportOption* option = QBReportPrepareExport(report, QBExportType_IMG);
+    tagQBE2IMGOption* image = QBExportOptionGetAsE2IMGOption(option);
+    QBE2IMGOptionSetImageType(image, QBImageType_PNG);
+    QBExportOptionSetFileName(option, path("v1.0/page").c_str());
+    EXPECT_EQ(QBReportExport(report, 0), 1) << takeLog();
+    EXPECT_EQ(read("v1.0/page-2").substr(1, 3), "PNG");
+    QBExportOptionSetFileName(option, path("page.png").c_str());
+    EXPECT_EQ(QBReportExport(report, 0), 1) << takeLog();
+    EXPECT_EQ(bytesOf(QBReportExportToBinaryObject(report)), read("page.png"));
+    EXPECT_NE(takeLog().find("1 pages behind the first are left out"), std::string::npos);
+    EXPECT_EQ(read("page-2.png").size(), read("page.png").size());
+    QBE2IMGOptionSetAllInOne(image, 1);
+    std::filesystem::remove(directory_ + "page-2.png");
+    EXPECT_EQ(QBReportExport(report, 0), 1) << takeLog();
+    EXPECT_FALSE(exists("page-2.png"));
+}
+
 TEST_F(ApiTest, AMissingBackgroundPictureIsLeftOutAndTold) {
     const OwnReport report;
     QBReportLoadFromFile(report, path("bare.qbf").c_str());

@@ -134,8 +134,8 @@ TEST(Raster, TextsStandWhereTheyWereLaidOut) {
     }
     ResolvedStyle style = handmade::style(u"SimHei", 40);
     style.padding = {};
-    const Rect clipped = inked(
-        decodePng(image(makePngWriter, {one(handmade::text({5'000, 2'000, 20'000, 4'000}, u"口", style))})));
+    const Rect clipped =
+        inked(decodePng(image(makePngWriter, {one(handmade::text({5'000, 2'000, 20'000, 4'000}, u"口", style))})));
     EXPECT_LE(clipped.bottom(), 60);
     EXPECT_GT(clipped.height, 0);
 }
@@ -204,6 +204,17 @@ TEST(Raster, PagesAndResolution) {
     EXPECT_EQ(first.height, 200);
     EXPECT_EQ(at(first, 50, 50).red, 40);
 
+    std::string front;
+    std::vector<std::string> others;
+    RasterOptions aFileAPage;
+    aFileAPage.resolution = kResolution;
+    aFileAPage.furtherPages = &others;
+    write(*makePngWriter(aFileAPage, front), pages());
+    ASSERT_EQ(others.size(), 2u);
+    EXPECT_EQ(at(decodePng(front), 50, 50).red, 40);
+    EXPECT_EQ(at(decodePng(others[0]), 50, 50).red, 80);
+    EXPECT_EQ(at(decodePng(others[1]), 50, 50).red, 120);
+
     const Pixels all = decodePng(image(makePngWriter, pages(), true));
     ASSERT_EQ(all.height, 600);
     for (int page = 0; page < 3; ++page) EXPECT_EQ(at(all, 50, 200 * page + 50).red, 40 * (page + 1));
@@ -246,7 +257,7 @@ TEST(Raster, PicturesAreDrawn) {
     const Pixels whole = decodePicture(*picture);
     const Pixels drawn =
         decodePng(image(makePngWriter, {one(handmade::other({10'000, 5'000, 20'000, 10'000},
-                                                            PictureItem{picture, {0, 0, 20'000, 10'000}}))}));
+                                                      PictureItem{picture, {0, 0, 20'000, 10'000}}))}));
     EXPECT_EQ(inked(drawn), (Rect{100, 50, 200, 100}));
     const auto mean = [](const Pixels& pixels, const Rect& area) {
         double sum = 0;
@@ -265,11 +276,10 @@ TEST(Raster, PicturesAreDrawn) {
         } catch (const EngineError&) {
             continue;
         }
-        EXPECT_EQ(
-            decodePng(image(makePngWriter, {one(handmade::other({0, 0, 10'000, 10'000},
+        EXPECT_EQ(decodePng(image(makePngWriter, {one(handmade::other({0, 0, 10'000, 10'000},
                                                                 PictureItem{cut, {0, 0, 10'000, 10'000}}))}))
-                .width,
-            400);
+                      .width,
+                  400);
     }
 }
 
