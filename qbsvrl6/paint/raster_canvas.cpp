@@ -21,15 +21,16 @@ std::uint32_t pixelOf(Color color) {
 
 // Colours multiplied by their alpha, as cairo wants them.
 cairo_surface_t* toSurface(const Pixels& pixels) {
+    const Cairo& lib = cairoLibrary();
     const bool opaque = pixels.alpha.empty();
-    cairo_surface_t* surface = cairo_image_surface_create(opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32,
-                                                          pixels.width, pixels.height);
-    if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
-        cairo_surface_destroy(surface);
+    cairo_surface_t* surface = lib.cairo_image_surface_create(
+        opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, pixels.width, pixels.height);
+    if (lib.cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
+        lib.cairo_surface_destroy(surface);
         throw EngineError(ErrorCode::BadPicture, "the picture is too large to be drawn");
     }
-    unsigned char* rows = cairo_image_surface_get_data(surface);
-    const auto stride = static_cast<std::size_t>(cairo_image_surface_get_stride(surface));
+    unsigned char* rows = lib.cairo_image_surface_get_data(surface);
+    const auto stride = static_cast<std::size_t>(lib.cairo_image_surface_get_stride(surface));
     const auto width = static_cast<std::size_t>(pixels.width);
     const auto channels = static_cast<std::size_t>(pixels.channels);
     for (std::size_t y = 0; y < static_cast<std::size_t>(pixels.height); ++y) {
@@ -44,7 +45,7 @@ cairo_surface_t* toSurface(const Pixels& pixels) {
             row[x] = (alpha << 24) | (part(0) << 16) | (part(1) << 8) | part(2);
         }
     }
-    cairo_surface_mark_dirty(surface);
+    lib.cairo_surface_mark_dirty(surface);
     return surface;
 }
 
@@ -60,6 +61,11 @@ std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t co
 }
 
 }  // namespace
+
+const Cairo& cairoLibrary() {
+    static const Cairo library;
+    return library;
+}
 
 cairo_surface_t* DecodedPictures::find(const Picture& picture) {
     const auto found = std::find_if(entries_.begin(), entries_.end(),
@@ -89,22 +95,22 @@ cairo_surface_t* DecodedPictures::find(const Picture& picture) {
 RasterCanvas::RasterCanvas(PixelPage& page, double resolution, DecodedPictures& pictures)
     : page_(page), scale_(resolution / 25'400), pictures_(pictures), clip_{0, 0, page.width, page.height} {
     cairo_surface_t* surface =
-        cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(page.pixels.data()),
-                                            CAIRO_FORMAT_RGB24, page.width, page.height, page.width * 4);
-    context_.reset(cairo_create(surface));
-    cairo_surface_destroy(surface);
-    if (cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS) throw std::bad_alloc();
+        lib_.cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(page.pixels.data()),
+                                                 CAIRO_FORMAT_RGB24, page.width, page.height, page.width * 4);
+    context_.reset(lib_.cairo_create(surface));
+    lib_.cairo_surface_destroy(surface);
+    if (lib_.cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS) throw std::bad_alloc();
 }
 
 cairo_t* RasterCanvas::cairo() {
-    if (weWrote_) cairo_surface_mark_dirty(cairo_get_target(context_.get()));
+    if (weWrote_) lib_.cairo_surface_mark_dirty(lib_.cairo_get_target(context_.get()));
     weWrote_ = false;
     cairoWrote_ = true;
     return context_.get();
 }
 
 std::uint32_t* RasterCanvas::ownRow(int y) {
-    if (cairoWrote_) cairo_surface_flush(cairo_get_target(context_.get()));
+    if (cairoWrote_) lib_.cairo_surface_flush(lib_.cairo_get_target(context_.get()));
     cairoWrote_ = false;
     weWrote_ = true;
     return page_.pixels.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(page_.width);
@@ -156,8 +162,8 @@ void RasterCanvas::edge(Point from, Point to, const BorderLine& line) {
 }
 
 void RasterCanvas::setColor(Color color, double opacity) {
-    cairo_set_source_rgba(context_.get(), color.red / 255.0, color.green / 255.0, color.blue / 255.0,
-                          opacity);
+    lib_.cairo_set_source_rgba(context_.get(), color.red / 255.0, color.green / 255.0, color.blue / 255.0,
+                               opacity);
 }
 
 void RasterCanvas::line(Point from, Point to, const LineContent& line) {
@@ -166,7 +172,7 @@ void RasterCanvas::line(Point from, Point to, const LineContent& line) {
     const double width = std::max(toPixels(line.width), 1.0);
     if (line.dashed) {
         const double dashes[] = {toPixels(3 * kMicrometresPerPoint), toPixels(2 * kMicrometresPerPoint)};
-        cairo_set_dash(cairo, dashes, 2, 0);
+        lib_.cairo_set_dash(cairo, dashes, 2, 0);
     }
     // A level or upright line gets whole pixels.
     const auto place = [&](double at, bool along) {
@@ -175,12 +181,12 @@ void RasterCanvas::line(Point from, Point to, const LineContent& line) {
     };
     const bool upright = from.x == to.x;
     const bool level = from.y == to.y;
-    cairo_move_to(cairo, place(from.x, !upright), place(from.y, !level));
-    cairo_line_to(cairo, place(to.x, !upright), place(to.y, !level));
+    lib_.cairo_move_to(cairo, place(from.x, !upright), place(from.y, !level));
+    lib_.cairo_line_to(cairo, place(to.x, !upright), place(to.y, !level));
     setColor(line.color);
-    cairo_set_line_width(cairo, upright || level ? std::round(width) : width);
-    cairo_stroke(cairo);
-    cairo_set_dash(cairo, nullptr, 0, 0);
+    lib_.cairo_set_line_width(cairo, upright || level ? std::round(width) : width);
+    lib_.cairo_stroke(cairo);
+    lib_.cairo_set_dash(cairo, nullptr, 0, 0);
 }
 
 void RasterCanvas::paintPath(const std::optional<Color>& fill, double opacity,
@@ -188,14 +194,14 @@ void RasterCanvas::paintPath(const std::optional<Color>& fill, double opacity,
     cairo_t* cairo = this->cairo();
     if (fill) {
         setColor(*fill, opacity);
-        cairo_fill_preserve(cairo);
+        lib_.cairo_fill_preserve(cairo);
     }
     if (stroke && width > 0) {
         setColor(*stroke);
-        cairo_set_line_width(cairo, std::max(toPixels(width), 0.5));
-        cairo_stroke_preserve(cairo);
+        lib_.cairo_set_line_width(cairo, std::max(toPixels(width), 0.5));
+        lib_.cairo_stroke_preserve(cairo);
     }
-    cairo_new_path(cairo);
+    lib_.cairo_new_path(cairo);
 }
 
 void RasterCanvas::box(const Rect& rect, const BoxContent& box) {
@@ -216,11 +222,11 @@ void RasterCanvas::box(const Rect& rect, const BoxContent& box) {
     const double r = toPixels(radius);
     const double left = toPixels(rect.x), top = toPixels(rect.y);
     const double right = toPixels(rect.right()), bottom = toPixels(rect.bottom());
-    cairo_arc(cairo, right - r, top + r, r, -kQuarter, 0);
-    cairo_arc(cairo, right - r, bottom - r, r, 0, kQuarter);
-    cairo_arc(cairo, left + r, bottom - r, r, kQuarter, 2 * kQuarter);
-    cairo_arc(cairo, left + r, top + r, r, 2 * kQuarter, 3 * kQuarter);
-    cairo_close_path(cairo);
+    lib_.cairo_arc(cairo, right - r, top + r, r, -kQuarter, 0);
+    lib_.cairo_arc(cairo, right - r, bottom - r, r, 0, kQuarter);
+    lib_.cairo_arc(cairo, left + r, bottom - r, r, kQuarter, 2 * kQuarter);
+    lib_.cairo_arc(cairo, left + r, top + r, r, 2 * kQuarter, 3 * kQuarter);
+    lib_.cairo_close_path(cairo);
     paintPath(box.fill, 1, stroke, box.line.width);
 }
 
@@ -231,21 +237,22 @@ void RasterCanvas::picture(const std::shared_ptr<const Picture>& picture, const 
     const Area area = areaOf(rect);
     const int width = std::max(area.right - area.left, 1);
     const int height = std::max(area.bottom - area.top, 1);
-    cairo_save(cairo);
-    cairo_rectangle(cairo, area.left, area.top, width, height);
-    cairo_clip(cairo);
-    cairo_translate(cairo, area.left, area.top);
-    cairo_scale(cairo, static_cast<double>(width) / cairo_image_surface_get_width(surface),
-                static_cast<double>(height) / cairo_image_surface_get_height(surface));
-    cairo_set_source_surface(cairo, surface, 0, 0);
-    cairo_pattern_set_extend(cairo_get_source(cairo), CAIRO_EXTEND_PAD);  // no pale seam at the edges
-    cairo_paint(cairo);
-    cairo_restore(cairo);
+    lib_.cairo_save(cairo);
+    lib_.cairo_rectangle(cairo, area.left, area.top, width, height);
+    lib_.cairo_clip(cairo);
+    lib_.cairo_translate(cairo, area.left, area.top);
+    lib_.cairo_scale(cairo, static_cast<double>(width) / lib_.cairo_image_surface_get_width(surface),
+                     static_cast<double>(height) / lib_.cairo_image_surface_get_height(surface));
+    lib_.cairo_set_source_surface(cairo, surface, 0, 0);
+    lib_.cairo_pattern_set_extend(lib_.cairo_get_source(cairo),
+                                  CAIRO_EXTEND_PAD);  // no pale seam at the edges
+    lib_.cairo_paint(cairo);
+    lib_.cairo_restore(cairo);
 }
 
 void RasterCanvas::path(const Drawing::Path& path, Point origin) {
     cairo_t* cairo = this->cairo();
-    cairo_new_path(cairo);
+    lib_.cairo_new_path(cairo);
     const auto at = [&](std::size_t i) {
         return Point{toPixels(origin.x + path.points[i].x), toPixels(origin.y + path.points[i].y)};
     };
@@ -254,14 +261,14 @@ void RasterCanvas::path(const Drawing::Path& path, Point origin) {
         const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
         if (path.points.size() - next < count) break;
         if (command == 'Z') {
-            cairo_close_path(cairo);
+            lib_.cairo_close_path(cairo);
         } else if (command == 'C') {
             const Point a = at(next), b = at(next + 1), end = at(next + 2);
-            cairo_curve_to(cairo, a.x, a.y, b.x, b.y, end.x, end.y);
+            lib_.cairo_curve_to(cairo, a.x, a.y, b.x, b.y, end.x, end.y);
         } else if (command == 'M') {
-            cairo_move_to(cairo, at(next).x, at(next).y);
+            lib_.cairo_move_to(cairo, at(next).x, at(next).y);
         } else {
-            cairo_line_to(cairo, at(next).x, at(next).y);
+            lib_.cairo_line_to(cairo, at(next).x, at(next).y);
         }
         next += count;
     }
@@ -276,11 +283,11 @@ void RasterCanvas::bar(Point from, Direction direction, double length, double th
     cairo_t* cairo = this->cairo();
     const Point along{direction.x * length, direction.y * length};
     const Point across{-direction.y * thickness, direction.x * thickness};
-    cairo_move_to(cairo, toPixels(from.x), toPixels(from.y));
-    cairo_rel_line_to(cairo, toPixels(along.x), toPixels(along.y));
-    cairo_rel_line_to(cairo, toPixels(across.x), toPixels(across.y));
-    cairo_rel_line_to(cairo, -toPixels(along.x), -toPixels(along.y));
-    cairo_close_path(cairo);
+    lib_.cairo_move_to(cairo, toPixels(from.x), toPixels(from.y));
+    lib_.cairo_rel_line_to(cairo, toPixels(along.x), toPixels(along.y));
+    lib_.cairo_rel_line_to(cairo, toPixels(across.x), toPixels(across.y));
+    lib_.cairo_rel_line_to(cairo, -toPixels(along.x), -toPixels(along.y));
+    lib_.cairo_close_path(cairo);
     paintPath(color, 1, std::nullopt, 0);
 }
 
@@ -341,13 +348,13 @@ void RasterCanvas::beginClip(const Rect& rect) {
     const Area area = areaOf(rect);
     clip_ = {std::max(area.left, 0), std::max(area.top, 0), std::min(area.right, page_.width),
              std::min(area.bottom, page_.height)};
-    cairo_save(context_.get());
-    cairo_rectangle(context_.get(), area.left, area.top, area.right - area.left, area.bottom - area.top);
-    cairo_clip(context_.get());
+    lib_.cairo_save(context_.get());
+    lib_.cairo_rectangle(context_.get(), area.left, area.top, area.right - area.left, area.bottom - area.top);
+    lib_.cairo_clip(context_.get());
 }
 
 void RasterCanvas::endClip() {
-    cairo_restore(context_.get());
+    lib_.cairo_restore(context_.get());
     clip_ = {0, 0, page_.width, page_.height};
 }
 

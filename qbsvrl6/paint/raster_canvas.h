@@ -2,13 +2,12 @@
 #ifndef QBSVR_QBSVRL6_PAINT_RASTER_CANVAS_H
 #define QBSVR_QBSVRL6_PAINT_RASTER_CANVAS_H
 
-#include <cairo.h>
-
 #include <cstdint>
 #include <list>
 #include <memory>
 #include <vector>
 
+#include "qbsvrl6/paint/cairo_library.h"
 #include "qbsvrl6/paint/canvas.h"
 #include "qbsvrl6/paint/glyph_masks.h"
 
@@ -29,7 +28,7 @@ public:
 
 private:
     struct SurfaceDeleter {
-        void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+        void operator()(cairo_surface_t* surface) const { cairoLibrary().cairo_surface_destroy(surface); }
     };
     struct Entry {
         std::uint64_t id = 0;
@@ -64,7 +63,7 @@ private:
         int left = 0, top = 0, right = 0, bottom = 0;
     };
     struct ContextDeleter {
-        void operator()(cairo_t* context) const { cairo_destroy(context); }
+        void operator()(cairo_t* context) const { cairoLibrary().cairo_destroy(context); }
     };
 
     // cairo wants to know who writes the pixels: each side takes them through its own of these.
@@ -82,6 +81,7 @@ private:
                    double width);
     void blend(const GlyphMask& mask, int x, int y, Color color);
 
+    const Cairo& lib_ = cairoLibrary();
     PixelPage& page_;
     double scale_;  // pixels a micrometre
     DecodedPictures& pictures_;

@@ -7,6 +7,7 @@
 #include "qbsvrl6/paint/image_encoder.h"
 #include "qbsvrl6/paint/pixel_rows.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/lazy_library.h"
 
 namespace qbsvrl6 {
 
@@ -50,16 +51,33 @@ struct MemoryFile {
     static void unmap(thandle_t, void*, toff_t) {}
 };
 
+// What is used of libtiff.
+struct Tiff {
+    LazyLibrary library{"libtiff.so.6"};
+    QBSVR_LAZY_FUNCTION(library, TIFFClientOpen);
+    QBSVR_LAZY_FUNCTION(library, TIFFClose);
+    QBSVR_LAZY_FUNCTION(library, TIFFFlush);
+    QBSVR_LAZY_FUNCTION(library, TIFFSetField);
+    QBSVR_LAZY_FUNCTION(library, TIFFWriteDirectory);
+    QBSVR_LAZY_FUNCTION(library, TIFFWriteEncodedStrip);
+
+    static const Tiff& get() {
+        static const Tiff tiff;
+        return tiff;
+    }
+};
+
 class TiffEncoder : public ImageEncoder {
 public:
     TiffEncoder(double resolution, std::string& output) : resolution_(resolution), file_{output} {
         output.clear();
-        tiff_ = TIFFClientOpen("memory", "wl", &file_, MemoryFile::read, MemoryFile::write, MemoryFile::seek,
-                               MemoryFile::close, MemoryFile::size, MemoryFile::map, MemoryFile::unmap);
+        tiff_ =
+            lib_.TIFFClientOpen("memory", "wl", &file_, MemoryFile::read, MemoryFile::write, MemoryFile::seek,
+                                MemoryFile::close, MemoryFile::size, MemoryFile::map, MemoryFile::unmap);
         if (tiff_ == nullptr) throw std::bad_alloc();
     }
     ~TiffEncoder() override {
-        if (tiff_ != nullptr) TIFFClose(tiff_);
+        if (tiff_ != nullptr) lib_.TIFFClose(tiff_);
     }
     TiffEncoder(const TiffEncoder&) = delete;
     TiffEncoder& operator=(const TiffEncoder&) = delete;
@@ -98,29 +116,30 @@ public:
         if (inStrip + 1 < stripRows_ && nextRow_ < height_) return;
         const auto strip = static_cast<std::uint32_t>((nextRow_ - 1) / stripRows_);
         const auto bytes = static_cast<tmsize_t>(static_cast<std::size_t>(inStrip + 1) * rowBytes_);
-        if (TIFFWriteEncodedStrip(tiff_, strip, strip_.data(), bytes) < 0) fail();
+        if (lib_.TIFFWriteEncodedStrip(tiff_, strip, strip_.data(), bytes) < 0) fail();
     }
 
     void finish() override {
         endImage();
-        if (TIFFFlush(tiff_) == 0) fail();
-        TIFFClose(tiff_);
+        if (lib_.TIFFFlush(tiff_) == 0) fail();
+        lib_.TIFFClose(tiff_);
         tiff_ = nullptr;
     }
 
 private:
     template <class Value>
     void set(std::uint32_t tag, Value value) {
-        if (TIFFSetField(tiff_, tag, value) == 0) fail();
+        if (lib_.TIFFSetField(tiff_, tag, value) == 0) fail();
     }
     void endImage() {
-        if (open_ && TIFFWriteDirectory(tiff_) == 0) fail();
+        if (open_ && lib_.TIFFWriteDirectory(tiff_) == 0) fail();
         open_ = false;
     }
     [[noreturn]] static void fail() {
         throw EngineError(ErrorCode::Internal, "TIFF: the image can't be written");
     }
 
+    const Tiff& lib_ = Tiff::get();
     double resolution_;
     MemoryFile file_;
     TIFF* tiff_ = nullptr;
