@@ -27,9 +27,9 @@ const lkchar* QBReportExtractXMLFromURL(tagQBReport* handle, const lkchar* url) 
         Report* report = reportFrom(handle);
         if (report == nullptr) return nullptr;
         const std::u16string address = textFrom(url);
-        const std::string bytes = fetch(address, report->definition.directory, limits::kDataBytes);
+        std::string bytes = fetch(address, report->definition.directory, limits::kDataBytes);
         std::u16string& kept = runtimeOf(*report).extractedXml;
-        kept = readXmlText(bytes, toUtf8(address));
+        kept = readXmlText(std::move(bytes), toUtf8(address));
         return kept.c_str();
     });
 }

@@ -55,7 +55,9 @@ struct Scalar {
 class JsonReader {
 public:
     explicit JsonReader(const SourceText& source)
-        : source_(source), padded_(source.text()), end_(padded_.data() + padded_.size()) {}
+        : source_(source),
+          text_(source.text().data(), source.text().size(), source.text().capacity()),
+          end_(text_.data() + text_.size()) {}
 
     DataSet read() {
         simdjson::error_code error = simdjson::SUCCESS;
@@ -70,7 +72,7 @@ public:
 
 private:
     void readRoot() {
-        document_ = parser_.iterate(padded_);
+        document_ = parser_.iterate(text_);
         opened_ = true;
         if (document_.type() == ondemand::json_type::array) {
             readTable(document_.get_array(), {});
@@ -289,11 +291,11 @@ private:
     std::size_t offset(ondemand::value& value) {
         const char* location = end_;
         if (value.current_location().get(location) != simdjson::SUCCESS) location = end_;
-        return static_cast<std::size_t>(location - padded_.data());
+        return static_cast<std::size_t>(location - text_.data());
     }
 
     [[noreturn]] void fail(const std::string& message, const char* location) {
-        source_.fail(ErrorCode::BadData, message, static_cast<std::size_t>(location - padded_.data()));
+        source_.fail(ErrorCode::BadData, message, static_cast<std::size_t>(location - text_.data()));
     }
 
     [[noreturn]] void failBy(simdjson::error_code error) {
@@ -326,7 +328,7 @@ private:
         bool inString = false;
         bool started = false;
         int depth = 0;
-        for (const char* at = padded_.data(); at < end_; ++at) {
+        for (const char* at = text_.data(); at < end_; ++at) {
             const char c = *at;
             if (inString) {
                 if (static_cast<unsigned char>(c) < 0x20 && found.control == end_) found.control = at;
@@ -346,7 +348,9 @@ private:
     static constexpr const char* kTextBehind = "text behind the end of the data";
 
     const SourceText& source_;
-    simdjson::padded_string padded_;
+    static_assert(SourceText::kReadAhead >= simdjson::SIMDJSON_PADDING);
+
+    simdjson::padded_string_view text_;
     const char* end_;
     ondemand::parser parser_;
     ondemand::document document_;

@@ -1,6 +1,7 @@
 #include "qbsvrl6/data/load.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "qbsvrl6/data/readers.h"
 #include "qbsvrl6/support/limits.h"
@@ -117,13 +118,13 @@ std::size_t ColumnFinder::find(Table& table, const std::string& name) {
     return column;
 }
 
-DataSet readData(std::string_view bytes, const std::string& origin) {
-    const SourceText source(bytes, origin);
+DataSet readData(std::string bytes, const std::string& origin) {
+    const SourceText source(std::move(bytes), origin);
     return formOf(source) == Form::Xml ? readXml(source) : readJson(source);
 }
 
-std::u16string readXmlText(std::string_view bytes, const std::string& origin) {
-    const SourceText source(bytes, origin);
+std::u16string readXmlText(std::string bytes, const std::string& origin) {
+    const SourceText source(std::move(bytes), origin);
     if (formOf(source) == Form::Xml) {
         checkXml(source);
         return toUtf16(source.text());

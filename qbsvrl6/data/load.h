@@ -33,11 +33,11 @@ std::string fetch(std::u16string_view address, const std::string& baseDirectory,
 // UTF-8, UTF-16 with a mark and, where an XML declaration names them, GB18030, GBK and GB2312 (and Big5 and
 // Latin-1) are read. `origin` names the source in messages. Raises EngineError with line and column for
 // malformed text, and for text behind the end.
-DataSet readData(std::string_view bytes, const std::string& origin);
+DataSet readData(std::string bytes, const std::string& origin);
 
 // The same data as XML text, for callers that asked for XML. XML comes back as it is, as UTF-16; JSON becomes
 // a root "data" of parameters and rows, a row named like its table ("row" where it has no name).
-std::u16string readXmlText(std::string_view bytes, const std::string& origin);
+std::u16string readXmlText(std::string bytes, const std::string& origin);
 
 }  // namespace qbsvrl6
 

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/source_text.h"
 
 namespace qbsvrl6 {
 
@@ -82,7 +83,9 @@ std::string readFile(const std::string& path, std::size_t maxBytes) {
         throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes",
                           {path});
     }
-    std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
+    std::string bytes;
+    bytes.reserve(static_cast<std::size_t>(status.st_size) + SourceText::kReadAhead);
+    bytes.resize(static_cast<std::size_t>(status.st_size));
     std::size_t length = 0;
     while (length < bytes.size()) {
         const ssize_t count = ::read(file.number(), bytes.data() + length, bytes.size() - length);

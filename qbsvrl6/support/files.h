@@ -8,8 +8,8 @@
 
 namespace qbsvrl6 {
 
-// The bytes of a file. Raises EngineError that names the path: FileNotFound, FileUnreadable (a directory
-// too), LimitExceeded beyond `maxBytes`.
+// The bytes of a file, with SourceText::kReadAhead bytes of capacity behind them. Raises EngineError that
+// names the path: FileNotFound, FileUnreadable (a directory too), LimitExceeded beyond `maxBytes`.
 std::string readFile(const std::string& path, std::size_t maxBytes);
 
 // Writes the whole file or leaves what was there: through a temporary file beside it, which takes its place

@@ -59,16 +59,18 @@ std::size_t firstBadCharacter(std::string_view bytes) {
 
 }  // namespace
 
-SourceText::SourceText(std::string_view bytes, std::string origin) : origin_(std::move(origin)) {
-    if (bytes.starts_with("\xEF\xBB\xBF")) {
-        readUtf8(bytes.substr(3));
-    } else if (bytes.starts_with("\xFF\xFE")) {
-        readUtf16(bytes.substr(2), false);
-    } else if (bytes.starts_with("\xFE\xFF")) {
-        readUtf16(bytes.substr(2), true);
+SourceText::SourceText(std::string bytes, std::string origin)
+    : origin_(std::move(origin)), text_(std::move(bytes)) {
+    if (text_.starts_with("\xEF\xBB\xBF")) {
+        text_.erase(0, 3);
+        checkUtf8();
+    } else if (text_.starts_with("\xFF\xFE") || text_.starts_with("\xFE\xFF")) {
+        const std::string encoded = std::exchange(text_, {});
+        readUtf16(std::string_view(encoded).substr(2), encoded.front() == '\xFE');
     } else {
-        readDeclared(bytes);
+        readDeclared();
     }
+    text_.reserve(text_.size() + kReadAhead);
 }
 
 SourcePlace SourceText::place(std::size_t offset) const {
@@ -84,8 +86,7 @@ void SourceText::fail(ErrorCode code, const std::string& message, std::size_t of
     throw EngineError(code, message, place(offset));
 }
 
-void SourceText::readUtf8(std::string_view bytes) {
-    text_ = bytes;
+void SourceText::checkUtf8() const {
     if (isValidUtf8(text_)) return;
     fail(ErrorCode::BadEncoding, "the text is not UTF-8", firstBadCharacter(text_));
 }
@@ -103,23 +104,18 @@ void SourceText::readUtf16(std::string_view bytes, bool bigEndian) {
     }
 }
 
-void SourceText::readDeclared(std::string_view bytes) {
-    const std::string name = declaredEncoding(bytes);
-    if (name.empty()) {
-        readUtf8(bytes);
-        return;
-    }
+void SourceText::readDeclared() {
+    const std::string name = declaredEncoding(text_);
+    if (name.empty()) return checkUtf8();
     const auto known = std::find_if(kEncodings.begin(), kEncodings.end(),
                                     [&](const KnownEncoding& encoding) { return encoding.name == name; });
     if (known == kEncodings.end()) {
         throw EngineError(ErrorCode::NotSupported, "the encoding \"" + name + "\" is not supported",
                           {origin_, 1, 1});
     }
-    if (known->converter == nullptr) {
-        readUtf8(bytes);
-    } else {
-        convert(bytes, known->converter);
-    }
+    if (known->converter == nullptr) return checkUtf8();
+    const std::string encoded = std::exchange(text_, {});
+    convert(encoded, known->converter);
 }
 
 void SourceText::convert(std::string_view bytes, const char* encoding) {

@@ -14,8 +14,9 @@ class SourceText {
 public:
     // UTF-8 and UTF-16 by their marks, else what an XML declaration names, else UTF-8. Raises EngineError
     // (BadEncoding) with the place of the first bad sequence, and NotSupported for an encoding we don't know.
-    SourceText(std::string_view bytes, std::string origin);
+    SourceText(std::string bytes, std::string origin);
 
+    // With kReadAhead bytes of capacity behind its end.
     const std::string& text() const { return text_; }
     const std::string& origin() const { return origin_; }
 
@@ -23,10 +24,13 @@ public:
     SourcePlace place(std::size_t offset) const;
     [[noreturn]] void fail(ErrorCode code, const std::string& message, std::size_t offset) const;
 
+    // Parsers that read by blocks look so far behind the end.
+    static constexpr std::size_t kReadAhead = 64;
+
 private:
-    void readUtf8(std::string_view bytes);
+    void checkUtf8() const;
     void readUtf16(std::string_view bytes, bool bigEndian);
-    void readDeclared(std::string_view bytes);
+    void readDeclared();
     void convert(std::string_view bytes, const char* encoding);
 
     std::string origin_;

@@ -419,7 +419,7 @@ void setDirectory(ReportDefinition& definition, const std::string& directory) {
 }  // namespace
 
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin) {
-    const SourceText source(bytes, origin);
+    const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
     Reading reading{source, {}, 0};

@@ -47,7 +47,7 @@ std::string describe(const DataSet& data) {
 
 std::string read(std::string_view bytes) {
     try {
-        return describe(readData(bytes, "f"));
+        return describe(readData(std::string(bytes), "f"));
     } catch (const EngineError& error) {
         return std::string("! ") + error.what();
     }
