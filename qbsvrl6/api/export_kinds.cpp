@@ -91,6 +91,7 @@ bool isCellKind(ExportKind kind) {
 LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     LayoutOptions layout;
     if (!isCellKind(options.kind)) return layout;
+    layout.drawText = false;
     layout.paged = options.sameAsPrint;
     layout.pageHeadersAndFooters = options.pageHeadersAndFooters;
     layout.onlyDetailGrid = options.onlyDetailGrid;

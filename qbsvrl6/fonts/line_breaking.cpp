@@ -21,7 +21,7 @@ std::size_t withoutBlanksAtEnd(std::u16string_view text, std::size_t first, std:
 Micrometres toWidth(float thousandths, double fontSize) {
     constexpr double kWidest = 2e9;
     const double width = static_cast<double>(thousandths) * fontSize * kMicrometresPerPoint / 1000.0;
-    return static_cast<Micrometres>(std::lround(std::clamp(width, 0.0, kWidest)));
+    return static_cast<Micrometres>(std::clamp(width, 0.0, kWidest) + 0.5);
 }
 
 class LineBreaker {
@@ -133,6 +133,13 @@ private:
 std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
                                  Micrometres width) {
     return LineBreaker(fonts, fontSize, text, width).run();
+}
+
+bool fitsOneLine(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width) {
+    const auto breaks = [](char16_t unit) { return unit == u'\r' || unit == u'\n'; };
+    if (text.empty() || std::any_of(text.begin(), text.end(), breaks)) return false;
+    const std::u16string_view line = text.substr(0, withoutBlanksAtEnd(text, 0, text.size()));
+    return toWidth(widthOf(fonts, line), fontSize) <= width;
 }
 
 }  // namespace qbsvrl6

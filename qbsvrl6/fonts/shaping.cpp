@@ -68,18 +68,35 @@ ShapingState& shapingState() {
     return state;
 }
 
+// Walks a line of plain characters by the thread's tables and gives each to `place` with what it and the one
+// before it do to each other. False where HarfBuzz has to see the text.
+template <typename Place>
+bool walkPlain(const FontSet& fonts, std::u16string_view text, ShapingState& state, Place place) {
+    using Kind = PlainCharacter::Kind;
+    static constexpr PairEffect kNoEffect;
+    CharacterTable& table = state.table(fonts);
+    hb_buffer_t* const scratch = state.buffer.get();
+    bool afterAscii = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const PlainCharacter& character = table.character(text[i], scratch);
+        if (character.kind == Kind::Complex) return false;
+        const bool ascii = character.kind == Kind::Ascii;
+        const PairEffect& effect =
+            ascii && afterAscii ? table.pair(text[i - 1], text[i], scratch) : kNoEffect;
+        if (effect.kind == PairEffect::Kind::Complex) return false;
+        afterAscii = ascii;
+        place(i, character, effect);
+    }
+    return true;
+}
+
 // Puts a line together from the thread's tables. Null where HarfBuzz has to see the text.
 std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view text, ShapingState& state) {
-    using Kind = PlainCharacter::Kind;
-    CharacterTable& table = state.table(fonts);
     auto shaped = std::make_shared<ShapedText>();
     GlyphRun* run = nullptr;
     std::uint16_t member = 0;
     double width = 0;
-    bool afterAscii = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const PlainCharacter& character = table.character(text[i], state.buffer.get());
-        if (character.kind == Kind::Complex) return nullptr;
+    const auto place = [&](std::size_t i, const PlainCharacter& character, const PairEffect& effect) {
         if (run == nullptr || character.member != member) {
             run = &shaped->runs.emplace_back();
             member = character.member;
@@ -87,23 +104,17 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
             run->firstUnit = static_cast<std::uint32_t>(i);
             run->glyphs.reserve(std::min(text.size() - i, kLikelyRun));
         }
-        Glyph glyph{character.glyph, static_cast<std::uint32_t>(i), character.advance, 0, 0};
-        const bool ascii = character.kind == Kind::Ascii;
-        if (ascii && afterAscii) {
-            const PairEffect& effect = table.pair(text[i - 1], text[i], state.buffer.get());
-            if (effect.kind == PairEffect::Kind::Complex) return nullptr;
-            if (effect.firstAdvance != 0 && !run->glyphs.empty()) {
-                run->glyphs.back().advance += effect.firstAdvance;
-                width += effect.firstAdvance;
-            }
-            glyph.advance += effect.secondAdvance;
-            glyph.xOffset = effect.secondOffset;
+        if (effect.firstAdvance != 0) {  // of the same run: characters of different fonts have no effect
+            run->glyphs.back().advance += effect.firstAdvance;
+            width += effect.firstAdvance;
         }
-        afterAscii = ascii;
-        width += glyph.advance;
-        run->glyphs.push_back(glyph);
+        const float advance = character.advance + effect.secondAdvance;
+        width += advance;
+        run->glyphs.push_back(
+            {character.glyph, static_cast<std::uint32_t>(i), advance, effect.secondOffset, 0});
         ++run->unitCount;
-    }
+    };
+    if (!walkPlain(fonts, text, state, place)) return nullptr;
     shaped->width = static_cast<float>(width);
     return shaped;
 }
@@ -230,6 +241,16 @@ ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text) {
     slot.fonts = &fonts;
     slot.text.assign(text);
     return slot.shaped;
+}
+
+float widthOf(const FontSet& fonts, std::u16string_view text) {
+    double width = 0;
+    const auto add = [&width](std::size_t, const PlainCharacter& character, const PairEffect& effect) {
+        width += effect.firstAdvance;
+        width += character.advance + effect.secondAdvance;
+    };
+    if (walkPlain(fonts, text, shapingState(), add)) return static_cast<float>(width);
+    return shape(fonts, text)->width;
 }
 
 }  // namespace qbsvrl6

@@ -40,6 +40,9 @@ using ShapedTextPtr = std::shared_ptr<const ShapedText>;
 // of the calling thread.
 ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text);
 
+// The width that shape() gives, without making glyphs.
+float widthOf(const FontSet& fonts, std::u16string_view text);
+
 // A stretch of text that stands on one line; blanks at its end are cut off from `unitCount`.
 struct TextLine {
     std::uint32_t firstUnit = 0;
@@ -54,6 +57,9 @@ struct TextLine {
 // unbounded. Empty text has no lines, and a line end at the text's end starts none.
 std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
                                  Micrometres width);
+
+// Whether breakLines() makes one line of the text, and it is no wider than `width`.
+bool fitsOneLine(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width);
 
 }  // namespace qbsvrl6
 

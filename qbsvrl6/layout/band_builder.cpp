@@ -101,11 +101,9 @@ Position BandBuilder::evaluationPosition(const PlannedText& text, const Position
     return settled;
 }
 
-bool BandBuilder::makePiece(PlannedControl& control, const Rect& box, const Position& position,
-                            Piece& piece) {
+bool BandBuilder::makePiece(const Rect& box, const Position& position, Piece& piece) {
+    PlannedControl& control = *piece.control;
     if (!isVisible(control.visibleWhen, position)) return false;
-    piece = {};
-    piece.control = &control;
     piece.style = styleOf(control, position);
     piece.item.box = box;
     piece.item.style = piece.style;
@@ -152,7 +150,9 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
         piece.removed = text.removeWhenBlank && isBlank(item.text);
     }
     if (context_.options.measureText) {
-        piece.needed = breakText(item, *piece.style, {piece.item.box.width, piece.item.box.height});
+        const Size box{piece.item.box.width, piece.item.box.height};
+        piece.needed = context_.options.drawText ? breakText(item, *piece.style, box)
+                                                 : measureText(item, *piece.style, box);
     }
 }
 
@@ -204,8 +204,8 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
         if (!inSet) continue;
         Rect box = control.box;
         if (slice != nullptr) box.y -= slice->top;
-        Piece piece;
-        if (!makePiece(control, box, position, piece)) continue;
+        Piece piece(control);
+        if (!makePiece(box, position, piece)) continue;
         pieces_.push_back(std::move(piece));
     }
     BandDraft draft;
@@ -375,8 +375,8 @@ BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres 
     for (PlannedControl& control : controls) {
         const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
         if (!inSet) continue;
-        Piece& piece = pieces_.emplace_back();
-        if (!makePiece(control, control.box, position, piece)) {
+        Piece& piece = pieces_.emplace_back(control);
+        if (!makePiece(control.box, position, piece)) {
             pieces_.pop_back();
             continue;
         }

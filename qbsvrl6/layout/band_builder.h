@@ -39,7 +39,9 @@ public:
 private:
     // A control's item before the band's final heights are known.
     struct Piece {
-        PlannedControl* control = nullptr;
+        explicit Piece(PlannedControl& ownControl) : control(&ownControl) {}
+
+        PlannedControl* control;
         const PooledStyle* style = nullptr;
         std::optional<LateText> late;
         Item item;
@@ -50,7 +52,7 @@ private:
 
     bool isVisible(const std::optional<Expression>& condition, const Position& position);
     const PooledStyle* styleOf(PlannedControl& control, const Position& position);
-    bool makePiece(PlannedControl& control, const Rect& box, const Position& position, Piece& piece);
+    bool makePiece(const Rect& box, const Position& position, Piece& piece);
     void makeText(PlannedText& text, const Position& position, Piece& piece);
     void makePicture(PlannedPicture& picture, const Position& position, Piece& piece);
     void makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece);

@@ -19,7 +19,9 @@ public:
     }
 
     std::optional<BandDraft> split() {
-        if (cut_ <= 0 || cut_ >= draft_.band.height || (!force_ && !somethingStays())) return std::nullopt;
+        if (cut_ <= 0 || cut_ >= draft_.band.height) return std::nullopt;
+        breakCrossingTexts();
+        if (!force_ && !somethingStays()) return std::nullopt;
         rest_.band.kind = draft_.band.kind;
         rest_.band.inGrid = draft_.band.inGrid;
         rest_.band.groupLevel = draft_.band.groupLevel;
@@ -42,6 +44,18 @@ public:
     }
 
 private:
+    // Texts may have come without lines where nobody draws them; to be divided they need some.
+    void breakCrossingTexts() {
+        for (Item& item : draft_.band.items) {
+            auto* const text = std::get_if<TextItem>(&item.content);
+            const bool crosses = item.box.y < cut_ && item.box.bottom() > cut_;
+            if (text == nullptr || !crosses || !text->lines.empty()) continue;
+            const Size box{item.box.width, item.box.height};
+            breakText(*text, PooledStyle::of(*item.style), box);
+            placeText(*text, PooledStyle::of(*item.style), box);
+        }
+    }
+
     // Whether a page would be any fuller for the upper part.
     bool somethingStays() const {
         return std::any_of(draft_.band.items.begin(), draft_.band.items.end(), [&](const Item& item) {

@@ -30,6 +30,7 @@ struct LayoutOptions {
     bool pageHeadersAndFooters = true;
     bool onlyDetailGrid = false;
     bool measureText = true;  // false: texts get no lines and nothing grows; for sinks that want texts alone
+    bool drawText = true;     // false: texts on one line get no lines; for sinks that draw none
     DrawingSource* drawings = nullptr;  // null: barcodes and charts stay empty boxes
 };
 

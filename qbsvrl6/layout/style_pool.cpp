@@ -36,8 +36,12 @@ const FontSet& PooledStyle::fonts() const {
 }
 
 Micrometres PooledStyle::lineHeight(double size) const {
-    const double height = fonts().lineHeight * size * kMicrometresPerPoint * lineSpacing;
-    return std::max<Micrometres>(1, static_cast<Micrometres>(std::lround(height)));
+    if (size != knownSize_) {
+        const double height = fonts().lineHeight * size * kMicrometresPerPoint * lineSpacing;
+        knownLineHeight_ = std::max<Micrometres>(1, static_cast<Micrometres>(std::lround(height)));
+        knownSize_ = size;
+    }
+    return knownLineHeight_;
 }
 
 const PooledStyle* StylePool::intern(const ResolvedStyle& style) {

@@ -29,6 +29,8 @@ public:
 
 private:
     mutable const FontSet* fonts_ = nullptr;
+    mutable double knownSize_ = 0;  // the last one that was asked for
+    mutable Micrometres knownLineHeight_ = 1;
 };
 
 // Styles live as long as the pool, at fixed addresses.

@@ -179,15 +179,22 @@ void breakShrunk(TextItem& item, const PooledStyle& style, Size inner) {
     fitsShrunk(item, style, inner, fitting);
 }
 
-Micrometres linesHeight(const TextItem& item, const PooledStyle& style) {
-    const std::int64_t height =
-        static_cast<std::int64_t>(item.lines.size()) * style.lineHeight(item.fontSize);
+Micrometres linesHeight(std::size_t lines, const TextItem& item, const PooledStyle& style) {
+    const std::int64_t height = static_cast<std::int64_t>(lines) * style.lineHeight(item.fontSize);
     if (height > limits::kBandMicrometres) {
         throw EngineError(
             ErrorCode::LimitExceeded,
             "a text is higher than " + std::to_string(limits::kBandMicrometres / 1'000'000) + " metres");
     }
     return static_cast<Micrometres>(height);
+}
+
+// The height that the box needs for so many lines: 0 where it doesn't grow.
+Micrometres neededHeight(std::size_t lines, const TextItem& item, const PooledStyle& style, Size box) {
+    if (lines == 0 || style.fit != TextFit::Grow || isTurned(style)) return 0;
+    const Micrometres height = linesHeight(lines, item, style) + style.padding.top + style.padding.bottom;
+    const bool fits = lines <= fittingLines(style, item.fontSize, box.height);
+    return fits ? std::min(height, box.height) : height;
 }
 
 }  // namespace
@@ -213,16 +220,18 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
             break;
     }
     align(item, style, box);
-    if (style.fit != TextFit::Grow || isTurned(style)) return 0;
-    if (item.lines.size() <= fittingLines(style, item.fontSize, inner.height)) {
-        return std::min(brokenHeight(item, style), box.height);
-    }
-    return brokenHeight(item, style);
+    return neededHeight(item.lines.size(), item, style, box);
 }
 
-Micrometres brokenHeight(const TextItem& item, const PooledStyle& style) {
-    if (item.lines.empty()) return 0;
-    return linesHeight(item, style) + style.padding.top + style.padding.bottom;
+Micrometres measureText(TextItem& item, const PooledStyle& style, Size box) {
+    const Micrometres width = innerWidth(style, box);
+    const bool isOneLine = style.fit != TextFit::Shrink && width > 0 &&
+                           fitsOneLine(style.fonts(), style.fontSize, item.text, width);
+    if (!isOneLine) return breakText(item, style, box);
+    item.fontSize = style.fontSize;
+    item.shown.clear();
+    item.lines.clear();
+    return neededHeight(1, item, style, box);
 }
 
 void placeText(TextItem& item, const PooledStyle& style, Size box) {
@@ -232,7 +241,7 @@ void placeText(TextItem& item, const PooledStyle& style, Size box) {
     if (item.lines.size() > fitting) item.lines.resize(fitting);
     const Edges padding = unturnedPadding(style);
     const Micrometres lineHeight = style.lineHeight(item.fontSize);
-    const Micrometres height = linesHeight(item, style);
+    const Micrometres height = linesHeight(item.lines.size(), item, style);
     const Micrometres room = turned.height - height;
     Micrometres top = padding.top;
     if (room < padding.top + padding.bottom) {
@@ -279,7 +288,7 @@ Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, 
     item.lines.resize(kept);
     for (PlacedLine& line : rest.lines) line.line.firstUnit -= cut;
     placeText(item, style, {box.width, height});
-    const Micrometres needed = linesHeight(rest, style) + padding.top + padding.bottom;
+    const Micrometres needed = linesHeight(rest.lines.size(), rest, style) + padding.top + padding.bottom;
     placeText(rest, style, {box.width, std::max(needed, box.height - height)});
     return needed;
 }

@@ -12,8 +12,8 @@ namespace qbsvrl6 {
 // text that is as good as fitting needs the box's own height. Texts that don't grow need none.
 Micrometres breakText(TextItem& item, const PooledStyle& style, Size box);
 
-// The height that the broken lines take with the style's paddings; 0 for no lines.
-Micrometres brokenHeight(const TextItem& item, const PooledStyle& style);
+// The same height, for whoever draws no text: one that fits on one line gets none.
+Micrometres measureText(TextItem& item, const PooledStyle& style, Size box);
 
 // Gives the broken lines their place in the box, whose height may have grown by now. Lines that don't fit are
 // dropped.

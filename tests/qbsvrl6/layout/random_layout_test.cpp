@@ -159,5 +159,43 @@ TEST(RandomLayout, LosesNothingAndOverlapsNothing) {
     }
 }
 
+// Where every text stands, in which size, and whether it wraps.
+std::string places(const RecordingSink& sink) {
+    std::string all;
+    for (const auto& page : sink.pages) {
+        all += "page\n";
+        for (const auto& recorded : page) {
+            all += "band " + std::to_string(recorded.y) + "\n";
+            for (const Item& item : recorded.band.items) {
+                const auto* const text = std::get_if<TextItem>(&item.content);
+                all += std::to_string(item.box.y) + " " + std::to_string(item.box.height);
+                if (text != nullptr) {
+                    all += " " + std::to_string(text->fontSize) + (text->lines.size() > 1 ? " wraps " : " ") +
+                           toUtf8(text->text);
+                }
+                all += "\n";
+            }
+        }
+    }
+    return all;
+}
+
+TEST(RandomLayout, IsTheSameForSinksThatDrawNoText) {
+    const auto rows = std::make_shared<DataSet>(readData(data(20), "data"));
+    for (unsigned seed = 1; seed <= 200; ++seed) {
+        ReportDefinition report = RandomReport(seed).make();
+        report.font.fit = static_cast<TextFit>(seed % 4);
+        ReportData sets;
+        sets.sets[&report] = rows;
+        LayoutOptions options;
+        RecordingSink drawn;
+        layOut(report, sets, options, drawn);
+        options.drawText = false;
+        RecordingSink undrawn;
+        layOut(report, sets, options, undrawn);
+        ASSERT_EQ(places(drawn), places(undrawn)) << "seed " << seed;
+    }
+}
+
 }  // namespace
 }  // namespace qbsvrl6
