@@ -45,7 +45,7 @@ std::u16string digits(int number) {
     return {text.begin(), text.end()};
 }
 
-void addCell(Band& band, const ResolvedStyle& style, std::u16string text, CellValue value = {}) {
+void addCell(Band& band, const ResolvedStyle& style, std::u16string text, const CellValue& value = {}) {
     Item& item = band.items.emplace_back();
     const auto column = static_cast<int>(band.items.size()) - 1;
     item.box = {column * kWidth, 0, kWidth, band.height};
@@ -53,16 +53,16 @@ void addCell(Band& band, const ResolvedStyle& style, std::u16string text, CellVa
     item.column = item.lastColumn = column;
     TextItem content;
     content.text = std::move(text);
-    content.value = std::move(value);
+    content.value = value;
     item.content = std::move(content);
 }
 
-CellValue typed(ValueType type, double number, std::int64_t date, std::u16string format) {
+CellValue typed(ValueType type, double number, std::int64_t date, std::u16string_view format) {
     CellValue value;
     value.type = type;
     value.number = number;
     value.date = date;
-    value.spreadsheetFormat = std::move(format);
+    value.spreadsheetFormat = format;
     return value;
 }
 

@@ -3,7 +3,7 @@
 #define QBSVR_QBSVRL6_BIND_CELL_VALUE_H
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 #include "qbsvrl6/data/table.h"
 
@@ -15,7 +15,8 @@ struct CellValue {
     double number = 0;
     bool boolean = false;
     std::int64_t date = 0;
-    std::u16string spreadsheetFormat;  // number format of the cell; empty: general
+    std::u16string_view
+        spreadsheetFormat;  // number format of the cell, owned by the text's format; empty: general
 };
 
 }  // namespace qbsvrl6

@@ -278,23 +278,22 @@ void RowView::call(const Instruction& instruction) {
 }
 
 Value RowView::readName(const BoundName& name, const Position& position) {
-    Value value;
+    if (name.kind == NameKind::Calculated) return readCalculated(name, position);
+    if (name.declaredType < 0) return readSource(name, position);
+    return convertTo(readSource(name, position), static_cast<DataType>(name.declaredType), arena_);
+}
+
+Value RowView::readSource(const BoundName& name, const Position& position) const {
     switch (name.kind) {
         case NameKind::Column:
-            value = readColumn(name.index, position.row);
-            break;
-        case NameKind::Calculated:
-            return readCalculated(name, position);
+            return readColumn(name.index, position.row);
         case NameKind::HeadColumn:
-            value = binding_.sources().head->value(0, name.index);
-            break;
+            return binding_.sources().head->value(0, name.index);
         case NameKind::Parameter:
-            value = parameters_[name.index].get();
-            break;
-        case NameKind::Unknown:
+            return parameters_[name.index].get();
+        default:
             return {};
     }
-    return name.declaredType < 0 ? value : convertTo(value, static_cast<DataType>(name.declaredType), arena_);
 }
 
 Value RowView::readColumn(std::uint32_t column, std::size_t row) const {

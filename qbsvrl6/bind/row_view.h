@@ -72,6 +72,7 @@ private:
     void findGroups();
     Value run(const Expression& expression, const Position& position);
     Value readName(const BoundName& name, const Position& position);
+    Value readSource(const BoundName& name, const Position& position) const;
     Value readColumn(std::uint32_t column, std::size_t row) const;
     Value readCalculated(const BoundName& name, const Position& position);
     Value readSystem(SystemValue system, const Position& position) const;

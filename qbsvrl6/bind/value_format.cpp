@@ -34,10 +34,11 @@ Color markedColor(std::u16string_view numbers) {
 
 // A number without a format shows as the data wrote it: where general format would drop zeros behind the
 // point, the cell gets as many places.
-std::u16string formatAsWritten(std::u16string_view written) {
+std::u16string_view formatAsWritten(std::u16string_view written) {
+    constexpr std::u16string_view kPlaces = u"0.000000000000000";  // kDoubleDigits of them
     const std::size_t point = written.find(u'.');
     if (point == std::u16string_view::npos || written.back() != u'0' || hasAnyOf(written, u"eE")) return {};
-    return u"0." + std::u16string(written.size() - point - 1, u'0');
+    return kPlaces.substr(0, written.size() - point + 1);
 }
 
 std::size_t digitCount(std::u16string_view written) {

@@ -28,7 +28,8 @@ public:
     // in `color`, where that is empty.
     void append(const Value& value, TextArena& arena, std::u16string& out, std::optional<Color>& color);
 
-    // The value for a spreadsheet's cell, with its number format.
+    // The value for a spreadsheet's cell, with its number format, which lives as long as this object stays
+    // where it is.
     CellValue cell(const Value& value);
 
 private:

@@ -1,5 +1,7 @@
 // CSV by RFC 4180: CR LF ends, every record with all columns, in UTF-8 with a mark, since spreadsheets take a
 // file without one for the machine's own code page. A cell that spans columns fills the first.
+#include <algorithm>
+
 #include "qbsvrl6/sheet/cell_sink.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/text_stream.h"
@@ -8,8 +10,13 @@ namespace qbsvrl6 {
 
 namespace {
 
+bool needsQuotes(std::u16string_view text) {
+    return std::any_of(text.begin(), text.end(),
+                       [](char16_t c) { return c == u'"' || c == u',' || c == u'\r' || c == u'\n'; });
+}
+
 void appendField(std::string& out, std::u16string_view text) {
-    if (text.find_first_of(u"\",\r\n") == std::u16string_view::npos) {
+    if (!needsQuotes(text)) {
         appendUtf8(out, text);
         return;
     }

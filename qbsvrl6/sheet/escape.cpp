@@ -131,6 +131,7 @@ std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer) 
 }
 
 bool isSafeLink(std::u16string_view link) {
+    if (link.empty()) return false;
     for (const std::u16string_view scheme : {u"http://", u"https://", u"mailto:", u"tel:", u"ftp://"}) {
         if (link.size() < scheme.size()) continue;
         const bool equal = std::equal(scheme.begin(), scheme.end(), link.begin(), [](char16_t a, char16_t b) {

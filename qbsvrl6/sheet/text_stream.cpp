@@ -11,7 +11,8 @@ void TextStream::putAside() {
 
 void TextStream::moveTo(std::string& output, const std::function<void(std::size_t, std::string&)>& fill) {
     blocks_.push_back(std::exchange(block_, {}));
-    std::size_t size = output.size();
+    constexpr std::size_t kLikelyFill = 32;
+    std::size_t size = output.size() + marks_.size() * kLikelyFill;
     for (const std::string& block : blocks_) size += block.size();
     output.reserve(size);
     std::size_t next = 0;

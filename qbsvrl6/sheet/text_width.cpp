@@ -67,6 +67,15 @@ bool mayNotEnd(char32_t c) {
     return std::u32string_view(U"([{〈《「『【〔〖‘“（［｛$￥＄").find(c) != std::u32string_view::npos;
 }
 
+bool isOneLine(std::u16string_view text) {
+    return std::none_of(text.begin(), text.end(), [](char16_t c) { return c == u'\r' || c == u'\n'; });
+}
+
+std::u16string_view withoutBlanksAtEnd(std::u16string_view text) {
+    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
 // Breaks one paragraph, greedily.
 void wrapParagraph(std::u16string_view text, int width, std::vector<std::u16string_view>& lines) {
     std::size_t lineStart = 0;
@@ -97,15 +106,14 @@ void wrapParagraph(std::u16string_view text, int width, std::vector<std::u16stri
         lineStart = breakNext;
         column = displayWidth(text.substr(lineStart, i - lineStart));
     }
-    std::u16string_view rest = text.substr(lineStart);
-    const std::size_t last = rest.find_last_not_of(u" \t");
-    lines.push_back(rest.substr(0, last + 1));
+    lines.push_back(withoutBlanksAtEnd(text.substr(lineStart)));
 }
 
 }  // namespace
 
 int displayWidth(char32_t c) {
     if (c < 0x300) return 1;
+    if (c >= 0x4E00 && c <= 0x9FFF) return 2;
     if (isIn(kZeroWidth, c)) return 0;
     return isIn(kWide, c) ? 2 : 1;
 }
@@ -117,12 +125,8 @@ int displayWidth(std::u16string_view text) {
 }
 
 void wrapText(std::u16string_view text, int width, std::vector<std::u16string_view>& lines) {
-    // Most cells are short: no unit is wider than two columns.
-    const auto endsLine = [](char16_t unit) { return unit == u'\r' || unit == u'\n'; };
-    const bool isShort = text.size() <= static_cast<std::size_t>(std::max(width, 0)) / 2;
-    if (isShort && !text.empty() && !isBlank(text.back()) &&
-        std::none_of(text.begin(), text.end(), endsLine)) {
-        lines.push_back(text);
+    if (isOneLine(text) && displayWidth(text) <= width) {
+        lines.push_back(withoutBlanksAtEnd(text));
         return;
     }
     while (true) {

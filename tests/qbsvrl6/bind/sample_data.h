@@ -48,7 +48,7 @@ public:
 
     // What the text shows at the row, "<colour> " ahead of it where there is one.
     std::string show(const std::u16string& text, Position position = {}) {
-        TextTemplate compiled = binding.compileText(text);
+        compiled = binding.compileText(text);
         RowView view(binding, {}, kNow);
         last = {};
         view.evaluateText(compiled, position, last);
@@ -65,6 +65,7 @@ public:
     ReportDefinition report;
     DataSet data;
     Binding binding;
+    TextTemplate compiled;  // the last one: it owns the format of last.cell
     EvaluatedText last;
 };
 

@@ -41,13 +41,14 @@ inline Item textAt(Rect box, std::u16string text, const ResolvedStyle* style = n
     return item;
 }
 
-inline Item numberAt(Rect box, double number, std::u16string shown, std::u16string format,
+// `format` outlives the item.
+inline Item numberAt(Rect box, double number, std::u16string shown, std::u16string_view format,
                      const ResolvedStyle* style = nullptr) {
     Item item = textAt(box, std::move(shown), style);
     auto& text = std::get<TextItem>(item.content);
     text.value.type = ValueType::Number;
     text.value.number = number;
-    text.value.spreadsheetFormat = std::move(format);
+    text.value.spreadsheetFormat = format;
     return item;
 }
 
