@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
@@ -12,7 +11,7 @@
 using namespace qbsvrl6;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes{reinterpret_cast<const char*>(data), size};
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
     std::u16string xml;
     try {
         readData(bytes, "fuzz");

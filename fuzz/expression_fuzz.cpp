@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kMaxSize = 4096;  // an expression's own limit is near
 
-constexpr std::string_view kData = R"({"p": 3, "q": "x", "rows": [
+constexpr const char* kData = R"({"p": 3, "q": "x", "rows": [
     {"a": 1, "b": "text", "c": true, "d": "2024-03-05", "e": null},
     {"a": -2.50, "b": "中文😀", "c": false, "d": "", "e": "7"},
     {"a": 1e300, "b": "text", "c": null, "d": "2024-02-30 12:34:56", "e": "true"}]})";

@@ -15,8 +15,7 @@ struct CellValue {
     double number = 0;
     bool boolean = false;
     std::int64_t date = 0;
-    std::u16string_view
-        spreadsheetFormat;  // number format of the cell, owned by the text's format; empty: general
+    std::u16string_view spreadsheetFormat;  // number format, owned by the text's; empty: general
 };
 
 }  // namespace qbsvrl6
