@@ -304,6 +304,39 @@ def seal(path):
     picture.resize((300, 300), Image.LANCZOS).quantize(24, method=Image.FASTOCTREE).save(path, optimize=True)
 
 
+def frame(path):
+    """The border of a certificate, A4 landscape: fine waves between two lines, a rosette in each corner."""
+    from PIL import Image, ImageDraw
+    width, height, scale = 1754, 1240, 2
+    gold, pale, white = (184, 146, 63), (222, 200, 148), (255, 255, 255)
+    middle, swing, corner = 77, 15, 46
+    picture = Image.new("RGB", (width * scale, height * scale), white)
+    drawing = ImageDraw.Draw(picture)
+    for inset, line in ((48, 4), (104, 2)):
+        drawing.rectangle([inset * scale, inset * scale, (width - inset) * scale - 1, (height - inset) * scale - 1],
+                          outline=gold, width=line * scale)
+    for upright, length, far in ((False, width, height), (True, height, width)):
+        waves = round((length - 2 * middle) / 90)
+        for phase in range(8):
+            points = []
+            for along in range(middle, length - middle + 1):
+                turn = 2 * math.pi * waves * (along - middle) / (length - 2 * middle)
+                points.append((along, swing * math.sin(turn + phase * math.pi / 4)))
+            for place in (middle, far - middle):
+                drawing.line([((place + off) * scale, along * scale) if upright else (along * scale, (place + off) * scale)
+                              for along, off in points], fill=gold if phase % 2 else pale, width=scale, joint="curve")
+    for x in (middle, width - middle):
+        for y in (middle, height - middle):
+            drawing.ellipse([(x - corner) * scale, (y - corner) * scale, (x + corner) * scale, (y + corner) * scale],
+                            fill=white, outline=gold, width=3 * scale)
+            for petals, radius in ((8, 41), (12, 26)):
+                drawing.line([((x + radius * math.cos(petals / 2 * t) * math.cos(t)) * scale,
+                               (y + radius * math.cos(petals / 2 * t) * math.sin(t)) * scale)
+                              for t in (step / 720 * 2 * math.pi for step in range(721))],
+                             fill=gold, width=2 * scale, joint="curve")
+    picture.resize((width, height), Image.LANCZOS).quantize(16).save(path, optimize=True, dpi=(150, 150))
+
+
 def main():
     save(JSON / "jsonCustomer.txt", customers(random.Random(1), 48))
     save(JSON / "jsonProduct.txt", products(random.Random(2)))
@@ -317,6 +350,7 @@ def main():
     save(JSON / "jsonCertificate.txt", certificates())
     chart_data(random.Random(10), REPORTS / "07.Chart" / "RequestData")
     save(REPORTS / "7a.stock.txt", products(random.Random(8)))
+    frame(ROOT / "Data" / "Picture" / "Frame.png")
     seal(ROOT / "Data" / "Picture" / "Seal.png")
     butterfly(ROOT / "Data" / "Picture" / "Butterfly.jpg")
 
