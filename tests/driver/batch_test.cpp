@@ -49,7 +49,7 @@ class Batch : public DriverTest {
 protected:
     // The load calls of a report, with nothing but the paths.
     std::string LoadedPaths(const std::string& report) const {
-        std::istringstream calls(Calls(report));
+        std::istringstream calls(Calls());
         const std::string ahead = "QBReportLoadFromFile(" + report + ", ";
         std::string paths;
         for (std::string line; std::getline(calls, line);) {

@@ -45,9 +45,7 @@ protected:
     }
 
     // The calls since the last Reset, one a line.
-    std::string Calls(const std::string& report = "") const {
-        return Portable(Join(recording::Calls(report)));
-    }
+    std::string Calls() const { return Portable(Join(recording::Calls())); }
 
     std::string Portable(std::string text) const {
         const std::string out = (scratch.path / "out").string();

@@ -39,8 +39,8 @@ QBSVR_API void Fail(const std::string& function, const std::string& pattern);
 // rest.
 QBSVR_API void SetTemplate(const std::string& pattern, const Template& content);
 
-// All calls since the last Reset, in their order; with a name, those on that report alone.
-QBSVR_API std::vector<std::string> Calls(const std::string& reportName = "");
+// All calls since the last Reset, in their order.
+QBSVR_API std::vector<std::string> Calls();
 
 // The promises broken since the last Reset, reports that nobody released included.
 QBSVR_API std::vector<std::string> Violations();
