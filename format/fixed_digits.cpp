@@ -1,4 +1,4 @@
-#include "format/fixed_digits.h"
+#include "format/internal/fixed_digits.h"
 
 #include <algorithm>
 #include <array>

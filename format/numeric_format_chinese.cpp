@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "common/string_ops.h"
-#include "format/fixed_digits.h"
+#include "format/internal/fixed_digits.h"
 #include "format/numeric_format.h"
 
 namespace larkspur {

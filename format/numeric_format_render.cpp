@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "common/string_ops.h"
-#include "format/fixed_digits.h"
+#include "format/internal/fixed_digits.h"
 #include "format/locale_settings.h"
 #include "format/numeric_format.h"
 

@@ -235,7 +235,8 @@ public:
 
     const std::vector<std::unique_ptr<ClkJsonNode>>& Items() const { return m_Items; }
 
-    // Reads the array whose "[" stands at p and gives the position behind its "]". Items are appended.
+    // Reads the array whose "[" stands at p and gives the position behind its "]". Items are appended, which
+    // is the way to add them: Parse u"[1]" to append a 1.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
 private:

@@ -197,6 +197,8 @@ TEST(BinDataPackage, RemembersItsPieces) {
     memfree(package.Detach(n));
     EXPECT_EQ(n, 2);
     EXPECT_TRUE(package.PackageSizes().empty());
+    package.Attach(nullptr, 7);
+    EXPECT_EQ(package.PackageSizes(), (Sizes{0}));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // The program as a shell runs it: argument words, lines, abnormal ends, and what it exports.
-#include <fcntl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <set>
 
@@ -33,37 +31,19 @@ protected:
             Replace(word, "SETUP", setup.string());
             Replace(word, "OUT", out.string());
         }
-        const std::filesystem::path record = scratch.path / "record";
-        std::filesystem::remove(record);
+        const auto at = [this](const char* file) { return (scratch.path / file).string(); };
+        std::filesystem::remove(at("record"));
+        // Files, not terminals, take the lines: what an abnormal end leaves in them was flushed line by line.
+        std::string command =
+            "exec env -i LD_LIBRARY_PATH=" RECORDING_ENGINE_DIR " QBSVR_RECORDING_LOG=" + at("record") +
+            " QBSVR_RECORDING_FAIL='" + fail + "' " QBSVRTEST_PROGRAM;
+        for (const std::string& word : words) command += " '" + word + "'";
         Finished run;
-        run.status = Spawn(words, {"LD_LIBRARY_PATH=" RECORDING_ENGINE_DIR,
-                                   "QBSVR_RECORDING_LOG=" + record.string(), "QBSVR_RECORDING_FAIL=" + fail});
-        run.output = Portable(ReadFile(scratch.path / "stdout"));
-        run.errors = Portable(ReadFile(scratch.path / "stderr"));
-        run.record = Portable(ReadFile(record));
+        run.status = std::system((command + " >" + at("stdout") + " 2>" + at("stderr")).c_str());
+        run.output = Portable(ReadFile(at("stdout")));
+        run.errors = Portable(ReadFile(at("stderr")));
+        run.record = Portable(ReadFile(at("record")));
         return run;
-    }
-
-    int Spawn(const std::vector<std::string>& words, const std::vector<std::string>& settings) {
-        std::string program = QBSVRTEST_PROGRAM;
-        std::vector<char*> arguments = {program.data()};
-        for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
-        arguments.push_back(nullptr);
-        std::vector<char*> environment;
-        for (const std::string& setting : settings) environment.push_back(const_cast<char*>(setting.c_str()));
-        environment.push_back(nullptr);
-        const std::string outFile = scratch.path / "stdout", errorFile = scratch.path / "stderr";
-        const pid_t child = fork();
-        if (child == 0) {
-            // Files, not terminals: what an abnormal end leaves in them was flushed line by line.
-            dup2(open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
-            dup2(open(errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
-            execve(program.c_str(), arguments.data(), environment.data());
-            _exit(127);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        return status;
     }
 
     std::string Portable(std::string text) const {

@@ -11,7 +11,7 @@
 #include <random>
 #include <thread>
 
-#include "format/fixed_digits.h"
+#include "format/internal/fixed_digits.h"
 #include "larkspur.h"
 
 namespace larkspur {

@@ -1,6 +1,6 @@
-// The decimal digits of a double at a fixed number of decimals. Internal to the library.
-#ifndef QBSVR_FORMAT_FIXED_DIGITS_H
-#define QBSVR_FORMAT_FIXED_DIGITS_H
+// The decimal digits of a double at a fixed number of decimals.
+#ifndef QBSVR_FORMAT_INTERNAL_FIXED_DIGITS_H
+#define QBSVR_FORMAT_INTERNAL_FIXED_DIGITS_H
 
 #include <cstdint>
 #include <string_view>
