@@ -127,14 +127,15 @@ void appendLabel(std::string& out, const Drawing::Label& label) {
     out += "</text>";
 }
 
-}  // namespace
-
-std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText) {
-    std::string out = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"";
+void appendSize(std::string& out, Size box, const char* width, const char* height) {
+    out += width;
     appendNumber(out, box.width / 1000.0);
-    out += "mm\" height=\"";
+    out += height;
     appendNumber(out, box.height / 1000.0);
-    out += "mm\" viewBox=\"0 0 ";
+}
+
+void appendContent(std::string& out, const Drawing& drawing, Size box, std::u16string_view alternateText) {
+    out += " viewBox=\"0 0 ";
     appendLength(out, box.width);
     out += ' ';
     appendLength(out, box.height);
@@ -152,6 +153,23 @@ std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternat
         }
     }
     out += "</svg>";
+}
+
+}  // namespace
+
+std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText) {
+    std::string out = "<svg xmlns=\"http://www.w3.org/2000/svg\"";
+    appendSize(out, box, " width=\"", "mm\" height=\"");
+    out += "mm\"";
+    appendContent(out, drawing, box, alternateText);
+    return out;
+}
+
+std::string toInlineSvg(const Drawing& drawing, Size box, std::u16string_view alternateText) {
+    std::string out = "<svg";
+    appendSize(out, box, " style=\"width:", "mm;height:");
+    out += "mm\"";
+    appendContent(out, drawing, box, alternateText);
     return out;
 }
 

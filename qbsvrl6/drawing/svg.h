@@ -13,6 +13,9 @@ namespace qbsvrl6 {
 // the same text.
 std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText = {});
 
+// The same as an element of an HTML page, which wants lengths in a style.
+std::string toInlineSvg(const Drawing& drawing, Size box, std::u16string_view alternateText);
+
 }  // namespace qbsvrl6
 
 #endif

@@ -40,8 +40,8 @@ std::u16string_view textOf(const Item& item) {
     return {};
 }
 
-CellGrid::CellGrid(std::vector<Micrometres> cuts, Micrometres paperWidth, bool floatPictures)
-    : cuts_(std::move(cuts)), floatPictures_(floatPictures) {
+CellGrid::CellGrid(std::vector<Micrometres> cuts, Micrometres paperWidth, GridFit fit)
+    : cuts_(std::move(cuts)), fit_(fit) {
     cuts_.erase(std::unique(cuts_.begin(), cuts_.end()), cuts_.end());
     if (cuts_.size() < 2) cuts_ = {0, std::max(paperWidth, kTolerance)};
 }
@@ -55,7 +55,11 @@ std::span<const CellRow> CellGrid::place(Band& band, Micrometres x, Micrometres 
 }
 
 void CellGrid::placeAnew(Band& band) {
-    makeRows(band);
+    if (fit_ == GridFit::Exact) {
+        makeExactRows(band);
+    } else {
+        makeRows(band);
+    }
     owners_.assign(extents_.size() * static_cast<std::size_t>(columnCount()), -1);
     placed_.clear();
     regions_.clear();
@@ -74,7 +78,7 @@ void CellGrid::placeAnew(Band& band) {
             const BorderLine& edge = box->box.line;
             drawBox(item.box, {edge, edge, edge, edge}, box->box.fill);
         }
-        if (!floatPictures_ || !isPicture(item)) continue;
+        if (fit_ != GridFit::Floating || !isPicture(item)) continue;
         addFloat(item);
         if (item.style != nullptr) drawBox(item.box, item.style->border, item.style->background);
     }
@@ -154,8 +158,19 @@ int CellGrid::rowAt(Micrometres y) const {
     return std::max(static_cast<int>(below - extents_.begin()) - 1, 0);
 }
 
+// The exact row that begins with the edge nearest above `y`; rowCount() for the last edge.
+int CellGrid::edgeAt(Micrometres y) const {
+    const auto after = std::upper_bound(edges_.begin(), edges_.end(), y);
+    return std::max(static_cast<int>(after - edges_.begin()) - 1, 0);
+}
+
 // A box begins in the row that holds its top, or, where that row's items end above it, in the next one.
 void CellGrid::setRows(Region& region, const Rect& box) const {
+    if (fit_ == GridFit::Exact) {
+        region.row = std::min(edgeAt(box.y), rowCount() - 1);
+        region.rowEnd = std::max(edgeAt(box.bottom()), region.row + 1);
+        return;
+    }
     region.row = rowAt(box.y);
     const auto next = static_cast<std::size_t>(region.row) + 1;
     if (next < extents_.size() && box.y >= extents_[next - 1].bottom - kTolerance &&
@@ -179,7 +194,7 @@ void CellGrid::makeRows(const Band& band) {
     joinExtents();
     for (const Item& item : band.items) {
         if (!isPicture(item)) continue;
-        hasFloats_ = hasFloats_ || floatPictures_;
+        hasFloats_ = hasFloats_ || fit_ == GridFit::Floating;
         const Rect& box = item.box;
         const bool standsBeside = std::any_of(extents_.begin(), extents_.end(), [&](const RowExtent& row) {
             return row.top < box.bottom() && box.y < row.bottom;
@@ -190,6 +205,31 @@ void CellGrid::makeRows(const Band& band) {
     addRowsInBoxes(band);
     if (extents_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) {
         addExtent({0, 0, band.width, band.height});
+    }
+    if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
+}
+
+// Edges within the tolerance are one.
+void CellGrid::makeExactRows(const Band& band) {
+    extents_.clear();
+    edges_.clear();
+    hasFloats_ = false;
+    for (const Item& item : band.items) {
+        if (!isDecoration(item) && !takesCells(item)) continue;
+        edges_.push_back(item.box.y);
+        edges_.push_back(item.box.bottom());
+    }
+    if (edges_.empty()) return;
+    if (band.background) edges_.insert(edges_.end(), {0, band.height});
+    std::sort(edges_.begin(), edges_.end());
+    std::size_t count = 1;
+    for (const Micrometres edge : edges_) {
+        if (edge - edges_[count - 1] > kTolerance) edges_[count++] = edge;
+    }
+    if (count == 1) edges_[count++] = edges_[0] + kTolerance;
+    edges_.resize(count);
+    for (std::size_t i = 1; i < count; ++i) {
+        addExtent({0, edges_[i - 1], band.width, edges_[i] - edges_[i - 1]});
     }
     if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
 }
@@ -259,7 +299,7 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
         rows_[row].gap = static_cast<Micrometres>(std::clamp<std::int64_t>(top - bottom_, 0, INT32_MAX));
         bottom_ = std::max(bottom_, top + rows_[row].height);
     }
-    if (extents_.size() < 2) return;
+    if (extents_.size() < 2 || fit_ == GridFit::Exact) return;
     // An item that reaches a little into the next row has no part in it: its own row must hold it.
     for (std::size_t row = 0; row < extents_.size(); ++row) {
         for (const Cell& cell : rows_[row].cells) {
@@ -272,7 +312,7 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
 // A text that shows nothing takes no cell, unless it is the grid's.
 bool CellGrid::takesCells(const Item& item) const {
     if (isDecoration(item)) return false;
-    if (isPicture(item)) return !floatPictures_;
+    if (isPicture(item)) return fit_ != GridFit::Floating;
     const auto& text = std::get<TextItem>(item.content);
     if (!text.text.empty() || text.pending || item.column >= 0) return true;
     return item.style != nullptr && (item.style->background || item.style->border != Border{});
@@ -282,6 +322,7 @@ void CellGrid::claim(Item& item) {
     Region region;
     setColumns(region, item.box);
     setRows(region, item.box);
+    if (fit_ == GridFit::Exact) trimRows(region);
     const Region wanted = region;
     if (findRoom(region)) {
         take(region, item);
@@ -296,6 +337,23 @@ void CellGrid::claim(Item& item) {
         if (const auto* text = std::get_if<TextItem>(&item.content))
             firstOverlap_ = toUtf8(std::u16string_view(text->text).substr(0, 80));
     }
+}
+
+// Leaves the first and last rows to what stands there, if that makes room.
+void CellGrid::trimRows(Region& region) const {
+    const auto isTaken = [&](int row) {
+        for (int column = region.column; column < region.columnEnd; ++column) {
+            if (owner(row, column) >= 0) return true;
+        }
+        return false;
+    };
+    Region trimmed = region;
+    while (trimmed.row < trimmed.rowEnd && isTaken(trimmed.row)) ++trimmed.row;
+    while (trimmed.row < trimmed.rowEnd && isTaken(trimmed.rowEnd - 1)) --trimmed.rowEnd;
+    for (int row = trimmed.row; row < trimmed.rowEnd; ++row) {
+        if (isTaken(row)) return;
+    }
+    if (trimmed.row < trimmed.rowEnd) region = trimmed;
 }
 
 bool CellGrid::isFree(int column, const Region& rows) const {

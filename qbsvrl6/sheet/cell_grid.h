@@ -47,11 +47,17 @@ struct CellRow {
     }
 };
 
+// How the rows follow the paper.
+enum class GridFit {
+    Lines,     // what stands side by side is one row
+    Exact,     // each top and bottom is the edge of a row, so that all stand where they do on paper
+    Floating,  // like Lines; pictures and drawings lie above the cells and take none
+};
+
 class CellGrid {
 public:
-    // `cuts` are the columns' edges, ascending; fewer than two make one column as wide as `paperWidth`. With
-    // `floatPictures` pictures and drawings take no cells.
-    CellGrid(std::vector<Micrometres> cuts, Micrometres paperWidth, bool floatPictures);
+    // `cuts` are the columns' edges, ascending; fewer than two make one column as wide as `paperWidth`.
+    CellGrid(std::vector<Micrometres> cuts, Micrometres paperWidth, GridFit fit);
 
     int columnCount() const { return static_cast<int>(cuts_.size()) - 1; }
     Micrometres columnWidth(int column) const {
@@ -97,6 +103,9 @@ private:
     void setColumns(Region& region, const Rect& box) const;
     void setRows(Region& region, const Rect& box) const;
     void makeRows(const Band& band);
+    void makeExactRows(const Band& band);
+    int edgeAt(Micrometres y) const;
+    void trimRows(Region& region) const;
     void addRowsInBoxes(const Band& band);
     void addExtent(const Rect& box);
     void joinExtents();
@@ -129,13 +138,14 @@ private:
     bool covers(const Rect& box, int row) const;
 
     std::vector<Micrometres> cuts_;
-    bool floatPictures_;
+    GridFit fit_;
     std::int64_t bottom_ = 0;
     Pattern pattern_;
 
     // Of the band under way.
     Micrometres x_ = 0;
     std::vector<RowExtent> extents_;
+    std::vector<Micrometres> edges_;  // of exact rows
     bool hasFloats_ = false;
     std::vector<int> owners_;  // index in placed_ for each cell of rows x columns; -1: free
     std::vector<Cell> placed_;

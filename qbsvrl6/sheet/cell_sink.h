@@ -18,9 +18,7 @@ public:
     void finish(PendingTexts& pending) final;
 
 protected:
-    // With `floatPictures` pictures and drawings lie above the cells and take none.
-    CellSink(const SheetOptions& options, bool floatPictures)
-        : grid_(options.cuts, options.page.paper.width, floatPictures) {}
+    CellSink(const SheetOptions& options, GridFit fit) : grid_(options.cuts, options.page.paper.width, fit) {}
 
     const CellGrid& grid() const { return grid_; }
 

@@ -58,7 +58,7 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     const double fontSize = text != nullptr ? text->fontSize : resolved->fontSize;
     const Color color = text != nullptr && text->color ? *text->color : resolved->color;
     const bool isWrapped = text != nullptr && !isNumber && wraps(*cell.item);
-    // Pictures and drawings keep the paddings themselves, in the places where they are drawn.
+    // Pictures and drawings have their places in themselves.
     const bool isPadded = cell.item == nullptr || text != nullptr;
 
     std::size_t slot = reinterpret_cast<std::uintptr_t>(resolved) + (isWrapped ? 1 : 0);
@@ -80,11 +80,14 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     style.color = color;
     style.background = cell.background;
     style.border = cell.border;
-    style.align = resolved->align;
-    style.verticalAlign = resolved->verticalAlign;
     style.rotation = resolved->rotation;
     style.lineSpacing = resolved->lineSpacing;
-    if (isPadded) style.padding = resolved->padding;
+    style.verticalAlign = VerticalAlign::Top;
+    if (isPadded) {
+        style.align = resolved->align;
+        style.verticalAlign = resolved->verticalAlign;
+        style.padding = resolved->padding;
+    }
     style.wraps = isWrapped;
     style.isNumber = isNumber;
     style.numberFormat = numberFormat;

@@ -25,8 +25,10 @@ void appendLine(std::string& out, const char* side, const BorderLine& line) {
 
 }  // namespace
 
+double inMillimetres(Micrometres length) { return std::round(length / 10.0) / 100.0; }
+
 void appendMillimetres(std::string& out, Micrometres length) {
-    appendNumber(out, std::round(length / 10.0) / 100.0);
+    appendNumber(out, inMillimetres(length));
     out += "mm";
 }
 
@@ -68,8 +70,10 @@ void appendDeclarations(std::string& out, const CellStyle& style) {
     out += "font:";
     if (style.italic) out += "italic ";
     if (style.bold) out += "bold ";
+    // A style sheet may make all texts of a part smaller.
+    out += "calc(var(--text)*";
     appendNumber(out, style.fontSize);
-    out += "pt/";
+    out += "pt)/";
     appendNumber(out, 1.2 * style.lineSpacing);
     out += ' ';
     appendFontFamily(out, style.fontFamily);

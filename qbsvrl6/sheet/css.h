@@ -9,7 +9,9 @@
 
 namespace qbsvrl6 {
 
-// "12.3mm"; a hundredth of a millimetre is finer than any screen.
+// A hundredth of a millimetre is finer than any screen.
+double inMillimetres(Micrometres length);
+// "12.3mm"
 void appendMillimetres(std::string& out, Micrometres length);
 void appendColor(std::string& out, const Color& color);
 // Three decimals at most; what is not finite is 0.

@@ -32,7 +32,8 @@ void appendField(std::string& out, std::u16string_view text) {
 
 class CsvWriter final : public CellSink {
 public:
-    CsvWriter(const SheetOptions& options, std::string& output) : CellSink(options, false), output_(output) {
+    CsvWriter(const SheetOptions& options, std::string& output)
+        : CellSink(options, GridFit::Lines), output_(output) {
         stream_.text() = "\xEF\xBB\xBF";
     }
 

@@ -18,20 +18,21 @@ public:
     void settle(Item&) override {}
 };
 
-// A page that is the drawing alone.
+// A page that is the drawing alone, without the paddings around it.
 std::string drawAsPng(const Item& item) {
+    const Rect place = pictureBox(item);
     std::string bytes;
     RasterOptions options;
     options.resolution = kResolution;
     const std::unique_ptr<PageSink> sink = makePngWriter(options, bytes);
     PageInfo page;
-    page.paper = {item.box.width, item.box.height};
+    page.paper = {place.width, place.height};
     sink->beginPage(page);
     Band band;
-    band.width = item.box.width;
-    band.height = item.box.height;
+    band.width = place.width;
+    band.height = place.height;
     Item alone;
-    alone.box = {0, 0, item.box.width, item.box.height};
+    alone.box = {-place.x, -place.y, item.box.width, item.box.height};
     alone.content = item.content;
     band.items.push_back(std::move(alone));
     sink->band(std::move(band), 0, 0);
@@ -73,7 +74,12 @@ std::uint32_t PictureList::numberOf(const Item& item) {
 
 Rect pictureBox(const Item& item) {
     if (const auto* content = std::get_if<PictureItem>(&item.content)) return content->placed;
-    return {0, 0, item.box.width, item.box.height};
+    Rect box{0, 0, item.box.width, item.box.height};
+    if (item.style == nullptr) return box;
+    const Edges& padding = item.style->padding;
+    const Rect inner{padding.left, padding.top, box.width - padding.left - padding.right,
+                     box.height - padding.top - padding.bottom};
+    return inner.width > 0 && inner.height > 0 ? inner : box;
 }
 
 }  // namespace qbsvrl6

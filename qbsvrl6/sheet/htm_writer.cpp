@@ -20,22 +20,27 @@ namespace {
 // Gaps below this are rounding.
 constexpr Micrometres kLeastGap = 500;
 
-// On a screen each page is a sheet of paper; a narrow screen shows the tables alone and moves them sideways.
+// On a screen each page is a sheet of paper. Where the screen is narrower than that, free controls take its
+// width, their columns in proportion, and the detail grid moves sideways.
 constexpr const char* kRules = R"(body{margin:0;background:#e8e8e8;color:#000}
 .page{display:flex;flex-direction:column;box-sizing:border-box;width:max-content;min-width:var(--paper);
 min-height:var(--height);padding:var(--padding);margin:4mm auto;background:#fff;box-shadow:0 0 2mm #999}
 table{border-collapse:collapse;table-layout:fixed;width:var(--table)}
 td,th{box-sizing:border-box;white-space:pre-wrap;overflow-wrap:anywhere;font-weight:normal}
 a{color:inherit}
-svg{display:block}
+svg{display:block;margin:0 0 -1mm}
 .foot{margin-top:auto}
 .r90,.r180,.r270{display:inline-block}
 .r90,.r270{writing-mode:vertical-rl}
 .r180,.r270{transform:rotate(180deg)}
-@media screen and (max-width:60em){.page{width:auto;min-width:0;min-height:0;margin:2mm 0;padding:2mm;
-overflow-x:auto;box-shadow:none}}
 @media print{body{background:none}.page{margin:0;box-shadow:none}tr{break-inside:avoid}
 *{print-color-adjust:exact;-webkit-print-color-adjust:exact}}
+)";
+constexpr const char* kNarrowRules =
+    R"(.page{width:auto;min-width:0;min-height:0;margin:2mm 0;padding:3mm;box-shadow:none}
+.grid{overflow-x:auto}
+.free{width:100%;max-width:var(--table);--text:.8;--rows:.6}
+.free svg{max-width:100%;height:auto!important}
 )";
 
 // A rounding error must not make a page of its own.
@@ -68,8 +73,11 @@ private:
 class HtmWriter final : public CellSink {
 public:
     HtmWriter(const SheetOptions& options, std::string& output)
-        : CellSink(options, false), options_(options), output_(output) {
+        : CellSink(options, GridFit::Exact), options_(options), output_(output) {
         rowsLeft_.assign(static_cast<std::size_t>(grid().columnCount()), 0);
+        gridStart_ = "<div class=\"grid\"><table aria-label=\"";
+        appendMarkup(gridStart_, title());
+        gridStart_ += "\">";
         columns_ = "<colgroup>";
         for (int column = 0; column < grid().columnCount(); ++column) {
             columns_ += "<col class=\"c" + std::to_string(column) + "\"/>";
@@ -118,7 +126,10 @@ private:
             case Part::None:
                 break;
             case Part::Head:
-                out() += "</thead></table>\n";
+                out() += "</thead></table></div>\n";
+                break;
+            case Part::Body:
+                out() += "</tbody></table></div>\n";
                 break;
             default:
                 out() += "</tbody></table>\n";
@@ -128,9 +139,9 @@ private:
         if (gap >= kLeastGap && part != Part::Footer) {
             out() += "<div class=\"h" + std::to_string(heightClass(gap)) + "\"></div>\n";
         }
-        out() += part == Part::Footer ? "<table class=\"foot\" role=\"presentation\">"
-                 : part == Part::Free ? "<table role=\"presentation\">"
-                                      : "<table>";
+        out() += part == Part::Footer ? "<table class=\"free foot\" role=\"presentation\">"
+                 : part == Part::Free ? "<table class=\"free\" role=\"presentation\">"
+                                      : gridStart_;
         out() += columns_;
         out() += part == Part::Head ? "<thead>\n" : "<tbody>\n";
     }
@@ -185,8 +196,11 @@ private:
     }
 
     void writeCell(const Band& band, const Cell& cell) {
-        const bool isTitle = band.kind == BandKind::GridTitle && cell.item != nullptr;
-        out() += isTitle ? "<th scope=\"col\" class=\"s" : "<td class=\"s";
+        const bool isTitle = band.kind == BandKind::GridTitle && cell.item != nullptr &&
+                             (isPending(*cell.item) || !textOf(*cell.item).empty());
+        out() += !isTitle              ? "<td class=\"s"
+                 : cell.columnSpan > 1 ? "<th scope=\"colgroup\" class=\"s"
+                                       : "<th scope=\"col\" class=\"s";
         out() += std::to_string(styles_.idOf(cell, false, {}));
         out() += '"';
         writeSpan("colspan", cell.columnSpan);
@@ -211,7 +225,8 @@ private:
             appendPicture(out(), *picture, isFirst);
         } else if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) {
             if (drawing->drawing == nullptr) return;
-            out() += toSvg(*drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
+            out() +=
+                toInlineSvg(*drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
         }
     }
 
@@ -223,9 +238,13 @@ private:
         appendMillimetres(out, item.placed.width);
         out += ";height:";
         appendMillimetres(out, item.placed.height);
+        out += ";aspect-ratio:";
+        appendNumber(out, item.placed.width);
+        out += '/';
+        appendNumber(out, item.placed.height);
         out += ";margin:";
         appendMillimetres(out, std::max(item.placed.y, 0));
-        out += " 0 0 ";
+        out += " 0 -1mm ";
         appendMillimetres(out, std::max(item.placed.x, 0));
         out += "\">";
         if (isFirst) {
@@ -262,7 +281,7 @@ private:
             pending.settle(late_[place]);
             appendText(out, late_[place]);
         });
-        output_ += "</body>\n</html>\n";
+        output_ += "</main>\n</body>\n</html>\n";
     }
 
     void appendHead(std::string& out) const {
@@ -271,18 +290,17 @@ private:
         out +=
             "\">\n<head>\n<meta charset=\"utf-8\"/>\n"
             "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>";
-        appendMarkup(out, options_.info.title.empty() ? u"Report" : options_.info.title);
+        appendMarkup(out, title());
         out += "</title>\n";
         appendMeta(out, "author", options_.info.author);
         appendMeta(out, "description", options_.info.subject);
         appendMeta(out, "keywords", options_.info.keywords);
         out += "<style>\n";
         appendPageRules(out);
-        for (int column = 0; column < grid().columnCount(); ++column) {
-            appendLength(out, ".c" + std::to_string(column) + "{width:", grid().columnWidth(column));
-        }
         for (const auto& [height, number] : heights_) {
-            appendLength(out, ".h" + std::to_string(number) + "{height:", height);
+            out += ".h" + std::to_string(number) + "{height:calc(var(--rows)*";
+            appendMillimetres(out, height);
+            out += ")}\n";
         }
         const auto& styles = styles_.styles();
         for (std::size_t i = 0; i < styles.size(); ++i) {
@@ -290,7 +308,11 @@ private:
             appendDeclarations(out, *styles[i]);
             out += "}\n";
         }
-        out += "</style>\n</head>\n<body>\n";
+        out += "</style>\n</head>\n<body>\n<main>\n";
+    }
+
+    std::u16string_view title() const {
+        return options_.info.title.empty() ? u"Report" : std::u16string_view(options_.info.title);
     }
 
     static void appendMeta(std::string& out, const char* name, std::u16string_view content) {
@@ -314,11 +336,25 @@ private:
         Micrometres width = 0;
         for (int column = 0; column < grid().columnCount(); ++column) width += grid().columnWidth(column);
         const Micrometres left = options_.cuts.empty() ? 0 : options_.cuts.front();
+        out += ":root{--text:1;--rows:1}\n";
         appendLength(out, ":root{--table:", width);
         appendLength(out, ":root{--paper:", page.paper.width);
         appendLength(out, ":root{--height:", options_.paged ? page.paper.height : 0);
         appendEdges(out, ":root{--padding:", {left, margins.top, margins.right, margins.bottom});
         out += kRules;
+        for (int column = 0; column < grid().columnCount(); ++column) {
+            appendLength(out, ".c" + std::to_string(column) + "{width:", grid().columnWidth(column));
+        }
+        out += "@media screen and (max-width:";
+        appendMillimetres(out, std::max(page.paper.width, left + width + margins.right));
+        out += "){";
+        out += kNarrowRules;
+        for (int column = 0; column < grid().columnCount(); ++column) {
+            out += ".free .c" + std::to_string(column) + "{width:";
+            appendNumber(out, 100.0 * grid().columnWidth(column) / std::max(width, 1));
+            out += "%}\n";
+        }
+        out += "}\n";
         // One sheet a page carries its margins itself; where tables run on, the printer makes the pages.
         out += "@page{size:";
         appendMillimetres(out, page.paper.width);
@@ -342,6 +378,7 @@ private:
 
     SheetOptions options_;
     std::string& output_;
+    std::string gridStart_;
     std::string columns_;
     TextStream stream_;
     StyleTable styles_;

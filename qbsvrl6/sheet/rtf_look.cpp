@@ -7,11 +7,21 @@
 #include <charconv>
 #include <cmath>
 
+#include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/sheet_value.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
+
+namespace {
+
+bool isChinese(FamilyKind kind) {
+    return kind == FamilyKind::Song || kind == FamilyKind::FangSong || kind == FamilyKind::Kai ||
+           kind == FamilyKind::Hei;
+}
+
+}  // namespace
 
 int twips(Micrometres length) { return static_cast<int>(std::lround(points(length) * 20)); }
 
@@ -105,8 +115,12 @@ RtfLooks::Look RtfLooks::makeLook(const CellStyle& style) {
 void RtfLooks::appendTables(std::string& out) const {
     out += "{\\fonttbl";
     for (const auto& [family, number] : fonts_) {
+        const FamilyKind kind = familyKind(foldFamily(family));
+        const std::string_view generic = genericFamily(kind);
         appendCommand(out, "{\\f", number);
-        out += "\\fnil ";
+        out += generic == "serif" ? "\\froman" : generic == "monospace" ? "\\fmodern" : "\\fswiss";
+        if (isChinese(kind)) out += "\\fcharset134";
+        out += ' ';
         // A semicolon would end the name.
         std::u16string name;
         std::copy_if(family.begin(), family.end(), std::back_inserter(name),

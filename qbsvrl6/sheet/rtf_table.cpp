@@ -120,6 +120,9 @@ void RtfTable::appendPicture(std::string& out, const Item& item) {
     const Rect box = pictureBox(item);
     const int width = twips(box.width);
     const int height = twips(box.height);
+    appendCommand(out, "\\li", twips(std::max(box.x, 0)));
+    appendCommand(out, "\\sb", twips(std::max(box.y, 0)));
+    out += "\\fs2 ";
     out += picture.encoding == Picture::Encoding::Jpeg ? "{\\pict\\jpegblip" : "{\\pict\\pngblip";
     // Pixels by their usual size, 15 twips, for readers that ignore the size that is wanted.
     appendCommand(out, "\\picw", width / 15);

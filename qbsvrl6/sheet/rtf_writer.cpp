@@ -30,10 +30,10 @@ void appendGap(std::string& out, Micrometres height, const char* content = "") {
 class RtfWriter final : public CellSink {
 public:
     RtfWriter(const SheetOptions& options, std::string& output)
-        : CellSink(options, false),
+        : CellSink(options, GridFit::Exact),
           options_(options),
           output_(output),
-          frameGrid_(options.cuts, options.page.paper.width, false),
+          frameGrid_(options.cuts, options.page.paper.width, GridFit::Exact),
           table_(grid(), options.cuts.empty() ? 0 : options.cuts.front() - options.page.margins.left) {}
 
 private:

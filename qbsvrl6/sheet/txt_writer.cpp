@@ -121,7 +121,9 @@ private:
 class TxtWriter final : public CellSink {
 public:
     TxtWriter(const SheetOptions& options, std::string& output)
-        : CellSink(options, false), output_(output), formFeeds_(options.paged && options.pageBreaks) {
+        : CellSink(options, GridFit::Lines),
+          output_(output),
+          formFeeds_(options.paged && options.pageBreaks) {
         Micrometres edge = 0;
         offsets_.push_back(0);
         for (int column = 0; column < grid().columnCount(); ++column) {

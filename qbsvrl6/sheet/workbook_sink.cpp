@@ -15,7 +15,7 @@ constexpr Micrometres kMaxFrozenHeight = 100'000;
 }  // namespace
 
 WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits)
-    : CellSink(options, true), options_(options), limits_(limits) {
+    : CellSink(options, GridFit::Floating), options_(options), limits_(limits) {
     for (int column = 0; column < std::min(grid().columnCount(), limits_.columns); ++column) {
         columnWidths_.push_back(grid().columnWidth(column));
     }

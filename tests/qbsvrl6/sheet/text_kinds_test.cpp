@@ -199,10 +199,10 @@ TEST(HtmWriter, GivesTablesWithHeadings) {
     EXPECT_EQ(htm.texts("/html/@lang"), "zh-CN|");
     EXPECT_EQ(htm.texts("/html/head/title"), "A <title>|");
     EXPECT_EQ(htm.texts("//th[@scope='col']"), "Name|Sum|Note|Name|");
-    EXPECT_EQ(htm.texts("//section[1]/table[2]/thead/tr/th"), "Name|Sum|Note|");
-    EXPECT_EQ(htm.texts("//section[1]/table[2]/tbody/tr/td"), "a|1|n|tall|u||v|");
-    EXPECT_EQ(htm.texts("//section[1]/table[3][@class='foot']//td"), "1 of <2>|");
-    EXPECT_EQ(htm.texts("//section[2]/table/tbody/tr/td"), "b||");
+    EXPECT_EQ(htm.texts("//section[1]/div/table/thead/tr/th"), "Name|Sum|Note|");
+    EXPECT_EQ(htm.texts("//section[1]/div/table/tbody/tr/td"), "a|1|n|tall|u||v|");
+    EXPECT_EQ(htm.texts("//section[1]/table[2][@class='free foot']//td"), "1 of <2>|");
+    EXPECT_EQ(htm.texts("//section[2]/div/table/tbody/tr/td"), "b||");
     EXPECT_EQ(htm.texts("//td[@rowspan]/@rowspan"), "2|");
     // Each row fills its table's columns, cells from above counted.
     for (const auto& found : htm.root().select_nodes("//tr")) {
@@ -212,6 +212,29 @@ TEST(HtmWriter, GivesTablesWithHeadings) {
             [](const pugi::xml_node& cell) { return cell.attribute("rowspan").as_int() > 1; });
         EXPECT_EQ(columns, below ? 2 : 3);
     }
+}
+
+// Two columns of texts that begin and end at their own heights, over a line between them.
+TEST(HtmWriter, KeepsTheHeightsOfPaper) {
+    SheetFeed feed(&makeHtmWriter, {0, 30, 60});
+    Item line = textAt({0, 20, 60, 0}, u"");
+    line.content = LineItem{{Color{}, 500, false, false}};
+    feed.put(bandOf(BandKind::ReportHeader, 30,
+                    {textAt({0, 0, 30, 8}, u"a"), textAt({30, 3, 30, 8}, u"b"), textAt({0, 8, 30, 8}, u"c"),
+                     line, textAt({30, 9, 30, 8}, u"under b"), textAt({0, 24, 30, 6}, u"d")}));
+    const std::string text = feed.finish();
+    const Htm htm(text);
+    std::string rows;
+    for (const auto& found : htm.root().select_nodes("//tr")) {
+        const std::string rule =
+            std::string(".") + found.node().attribute("class").value() + "{height:calc(var(--rows)*";
+        rows += text.substr(text.find(rule) + rule.size(), 3) + ':';
+        for (const pugi::xml_node& cell : found.node()) {
+            rows += std::string(" ") + cell.text().get() + 'x' + cell.attribute("rowspan").as_string("1");
+        }
+        rows += '\n';
+    }
+    EXPECT_EQ(rows, "3mm: ax2 x1\n5mm: bx2\n3mm: cx2\n5mm: under bx1\n4mm: x1\n4mm: x1 x1\n6mm: dx1 x1\n");
 }
 
 TEST(HtmWriter, KeepsHostileTextAsData) {
