@@ -51,6 +51,21 @@ private:
     bool inPage_ = false;
 };
 
+// Draws nothing, but has charts gather their numbers.
+class CheckingDrawings : public DrawingSource {
+public:
+    std::shared_ptr<const Drawing> barcode(const BarcodeContent&, std::u16string_view, const Rect&) override {
+        return nullptr;
+    }
+    std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
+                                         const ChartData& data, const Rect&) override {
+        if (std::get<ChartContent>(control.content).rows.series.empty()) return nullptr;
+        const std::size_t values = hasPoints(settings.kind) ? 0 : data.categories.size();
+        for (const ChartSeries& series : data.series) require(series.values.size() == values);
+        return nullptr;
+    }
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -66,6 +81,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         for (const bool paged : {true, false}) {
             LayoutOptions options;
             options.paged = paged;
+            CheckingDrawings drawings;
+            options.drawings = &drawings;
             CheckingSink sink;
             layOut(report, sets, options, sink);
             columnCuts(report, options);

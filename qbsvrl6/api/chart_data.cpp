@@ -2,11 +2,11 @@
 
 #include <charconv>
 #include <cmath>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/bind/name_list.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -56,21 +56,6 @@ private:
     const Table* table_;
 };
 
-// Numbers things by their names, in the order in which they first come up.
-class NameList {
-public:
-    std::size_t indexOf(std::u16string_view name) {
-        const auto [entry, added] = indexes_.try_emplace(std::u16string(name), names_.size());
-        if (added) names_.push_back(entry->first);
-        return entry->second;
-    }
-    const std::vector<std::u16string>& names() const { return names_; }
-
-private:
-    std::map<std::u16string, std::size_t> indexes_;
-    std::vector<std::u16string> names_;
-};
-
 // Puts series that were read in the place of the present ones, as far as these aren't to stay.
 void takeSeries(std::vector<ChartSeries>&& read, bool replaceNumber, bool replaceLabels, ChartData& data) {
     if (replaceNumber) data.series.resize(read.size());
@@ -101,8 +86,8 @@ std::vector<ChartSeries> readLongRows(const ChartTable& table, std::vector<std::
     };
     std::vector<Place> places;
     for (std::size_t row = 0; row < table->rowCount(); ++row) {
-        places.push_back({categoryNames.indexOf(table->value(row, categoryColumn).text),
-                          seriesNames.indexOf(table->value(row, seriesColumn).text)});
+        places.push_back({categoryNames.indexOf(std::u16string(table->value(row, categoryColumn).text)),
+                          seriesNames.indexOf(std::u16string(table->value(row, seriesColumn).text))});
     }
     categories = categoryNames.names();
     checkSize(seriesNames.names().size(), categories.size());
@@ -153,7 +138,7 @@ void readChartPoints(std::u16string_view xml, bool sizes, bool replaceLabels, Ch
     NameList names;
     std::vector<ChartSeries> series;
     for (std::size_t row = 0; row < table->rowCount(); ++row) {
-        const std::size_t index = names.indexOf(table->value(row, seriesColumn).text);
+        const std::size_t index = names.indexOf(std::u16string(table->value(row, seriesColumn).text));
         if (index == series.size()) series.emplace_back().label = names.names()[index];
         checkSize(series.size(), 1);
         series[index].points.push_back({numberOf(table->value(row, xColumn)),

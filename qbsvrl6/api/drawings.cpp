@@ -33,10 +33,9 @@ std::shared_ptr<const Drawing> Drawings::barcode(const BarcodeContent& content, 
     }
 }
 
-std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const Rect& place) {
-    const auto& content = std::get<ChartContent>(control.content);
-    return placed(
-        drawChart(content.settings, content.data, {place.width, place.height}, chartFonts_[&control]), place);
+std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const ChartSettings& settings,
+                                               const ChartData& data, const Rect& place) {
+    return placed(drawChart(settings, data, {place.width, place.height}, chartFonts_[&control]), place);
 }
 
 void Drawings::addCharts(ReportDefinition& report) {

@@ -19,7 +19,8 @@ public:
 
     std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
                                            const Rect& place) override;
-    std::shared_ptr<const Drawing> chart(const Control& control, const Rect& place) override;
+    std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
+                                         const ChartData& data, const Rect& place) override;
 
 private:
     void addCharts(ReportDefinition& report);

@@ -55,13 +55,32 @@ Value convertTo(const Value& value, DataType type, TextArena& arena) {
 
 Binding::Binding(const ReportDefinition& report, const DataSources& sources,
                  std::span<const SubReportParameter> passed)
+    : report_(report), grid_(report.grid.get()), sources_(sources) {
+    addNames(passed);
+    if (grid_ == nullptr) return;
+    if (grid_->groups.size() > limits::kGroups) {
+        throw EngineError(ErrorCode::LimitExceeded, "the grid has " + std::to_string(grid_->groups.size()) +
+                                                        " groups, more than " +
+                                                        std::to_string(limits::kGroups));
+    }
+    if (!trimmed(grid_->filter).empty()) filter_ = compile(grid_->filter);
+    for (const auto& group : grid_->groups) groupKeys_.push_back(compile(group->by));
+}
+
+Binding::Binding(const ReportDefinition& report, const DataSources& sources,
+                 std::span<const SubReportParameter> passed, std::u16string_view filter)
     : report_(report), sources_(sources) {
-    for (const Field& field : report.fields) fields_.emplace(lowerCase(field.name), &field);
-    for (const Parameter& parameter : report.parameters) {
+    addNames(passed);
+    if (!trimmed(filter).empty()) filter_ = compile(filter);
+}
+
+void Binding::addNames(std::span<const SubReportParameter> passed) {
+    for (const Field& field : report_.fields) fields_.emplace(lowerCase(field.name), &field);
+    for (const Parameter& parameter : report_.parameters) {
         addParameter(parameter.name, parameter.type, makeText(parameter.value));
     }
-    if (sources.data != nullptr) {
-        for (const DataParameter& parameter : sources.data->parameters) {
+    if (sources_.data != nullptr) {
+        for (const DataParameter& parameter : sources_.data->parameters) {
             const auto known = parameterIndex_.find(lowerCase(parameter.name));
             if (known == parameterIndex_.end()) {
                 addParameter(parameter.name, std::nullopt, parameter.value());
@@ -73,14 +92,6 @@ Binding::Binding(const ReportDefinition& report, const DataSources& sources,
     for (const SubReportParameter& parameter : passed) {
         passed_.push_back(addParameter(parameter.name, std::nullopt, {}));
     }
-    if (!report.grid) return;
-    if (report.grid->groups.size() > limits::kGroups) {
-        throw EngineError(ErrorCode::LimitExceeded,
-                          "the grid has " + std::to_string(report.grid->groups.size()) +
-                              " groups, more than " + std::to_string(limits::kGroups));
-    }
-    if (!trimmed(report.grid->filter).empty()) filter_ = compile(report.grid->filter);
-    for (const auto& group : report.grid->groups) groupKeys_.push_back(compile(group->by));
 }
 
 std::size_t Binding::addParameter(const std::u16string& name, std::optional<DataType> type,
@@ -166,8 +177,8 @@ void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {
         {u"GroupRunning", ScopeKind::GroupRunning},
     }};
     if (aggregate.scopeName.empty()) return;
-    if (report_.grid) {
-        const auto& groups = report_.grid->groups;
+    if (grid_ != nullptr) {
+        const auto& groups = grid_->groups;
         for (std::size_t level = 0; level < groups.size(); ++level) {
             if (groups[level]->name.empty() || groups[level]->name != aggregate.scopeName) continue;
             aggregate.scope = {ScopeKind::Group, static_cast<int>(level)};

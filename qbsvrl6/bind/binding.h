@@ -63,6 +63,10 @@ public:
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed);
 
+    // The same for rows beside the grid's: they have a filter (empty: none) of their own and no groups.
+    Binding(const ReportDefinition& report, const DataSources& sources,
+            std::span<const SubReportParameter> passed, std::u16string_view filter);
+
     // Parses and binds. A name that nothing has reads as null and is logged once. Raises
     // EngineError(BadExpression), also for calculated fields that need themselves.
     Expression compile(std::u16string_view text);
@@ -75,6 +79,7 @@ public:
     const std::vector<BoundParameter>& parameters() const { return parameters_; }
     // Index of the parameter that the outer report hands in.
     std::size_t passedParameter(std::size_t index) const { return passed_[index]; }
+    std::size_t passedCount() const { return passed_.size(); }
     std::uint32_t aggregateSlots() const { return slots_; }
     const std::optional<Expression>& filter() const { return filter_; }
     // Made at the first call; null where the filter is of another form.
@@ -82,6 +87,7 @@ public:
     const std::vector<Expression>& groupKeys() const { return groupKeys_; }
 
 private:
+    void addNames(std::span<const SubReportParameter> passed);
     std::size_t addParameter(const std::u16string& name, std::optional<DataType> type, const Value& value);
     void bind(Expression& expression, std::u16string_view text);
     void bindName(BoundName& name, Expression& expression);
@@ -89,6 +95,7 @@ private:
     std::uint32_t calculatedField(const Field& field);
 
     const ReportDefinition& report_;
+    const DetailGrid* grid_ = nullptr;  // whose groups scopes may name
     DataSources sources_;
     std::unordered_map<std::u16string, const Field*> fields_;  // by name in lower case
     std::unordered_map<std::u16string, std::size_t> parameterIndex_;

@@ -155,6 +155,18 @@ Scope RowView::rowScope() const {
     return groupCount() > 0 ? Scope{ScopeKind::Group, groupCount() - 1} : Scope{ScopeKind::Report, 0};
 }
 
+RowRange RowView::rowsOf(Scope scope, std::size_t row) const {
+    return scope.kind == ScopeKind::Group ? group(scope.level, row) : RowRange{0, rowCount_};
+}
+
+std::vector<OwnedValue> RowView::passed() const {
+    std::vector<OwnedValue> values;
+    for (std::size_t i = 0; i < binding_.passedCount(); ++i) {
+        values.push_back(parameters_[binding_.passedParameter(i)]);
+    }
+    return values;
+}
+
 // What earlier evaluations made is gone from here on.
 void RowView::begin() {
     stack_.clear();

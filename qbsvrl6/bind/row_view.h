@@ -47,6 +47,10 @@ public:
     int startingLevel(std::size_t row) const;
     // The scope of aggregates in a row's own texts: its innermost group, else the report.
     Scope rowScope() const;
+    // The rows of a scope that is a group or the report.
+    RowRange rowsOf(Scope scope, std::size_t row) const;
+    // The values that the outer report has handed in.
+    std::vector<OwnedValue> passed() const;
 
     // The value's text lives until the next evaluation.
     Value evaluate(const Expression& expression, const Position& position);

@@ -38,10 +38,6 @@ public:
     }
 
 private:
-    bool hasPoints() const {
-        return settings_.kind == ChartKind::ScatterLine || settings_.kind == ChartKind::Bubble;
-    }
-
     std::size_t categoryCount() const {
         std::size_t count = data_.categories.size();
         for (const auto& series : data_.series) count = std::max(count, series.values.size());
@@ -114,14 +110,14 @@ private:
         const int yTicks = std::clamp(static_cast<int>(plot_.height() / (labelHeight * 2.2)), 2, 8);
         yAxis_ = readableAxis(yRange, yTicks, settings_.kind == ChartKind::Bar);
         reserveValueAxis();
-        if (hasPoints()) {
+        if (hasPoints(settings_.kind)) {
             reserveNumberAxis(xRange);
         } else {
             reserveCategoryAxis();
         }
         if (plot_.width() <= 0 || plot_.height() <= 0) return;
         paintValueAxis();
-        hasPoints() ? paintNumberAxis() : paintCategoryAxis();
+        hasPoints(settings_.kind) ? paintNumberAxis() : paintCategoryAxis();
         switch (settings_.kind) {
             case ChartKind::Bar:
                 paintBars();

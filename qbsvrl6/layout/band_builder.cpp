@@ -94,9 +94,7 @@ Position BandBuilder::evaluationPosition(const PlannedText& text, const Position
             settled.scope = {ScopeKind::Report, 0};
             break;
     }
-    const RowRange rows = settled.scope.kind == ScopeKind::Group
-                              ? view_.group(settled.scope.level, settled.row)
-                              : RowRange{0, view_.rowCount()};
+    const RowRange rows = view_.rowsOf(settled.scope, settled.row);
     if (rows.end > rows.first) settled.row = rows.end - 1;
     return settled;
 }
@@ -123,7 +121,7 @@ bool BandBuilder::makePiece(const Rect& box, const Position& position, Piece& pi
             } else if constexpr (std::is_same_v<Content, PlannedBarcode>) {
                 makeBarcode(content, position, piece);
             } else if constexpr (std::is_same_v<Content, PlannedChart>) {
-                piece.item.content = DrawingItem{nullptr, content.content->settings.title};
+                makeChart(content, position, piece);
             } else {
                 makeSubReport(control, position, piece);
             }
@@ -170,6 +168,38 @@ void BandBuilder::makePicture(PlannedPicture& picture, const Position& position,
 void BandBuilder::makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece) {
     view_.evaluateText(barcode.text, position, evaluated_);
     piece.item.content = DrawingItem{nullptr, evaluated_.text};
+}
+
+void BandBuilder::makeChart(PlannedChart& chart, const Position& position, Piece& piece) {
+    auto shown = std::make_unique<ShownChart>();
+    shown->settings = chart.content->settings;
+    const auto evaluate = [&](TextTemplate& text, std::u16string& result) {
+        view_.evaluateText(text, position, evaluated_);
+        result = evaluated_.text;
+    };
+    evaluate(chart.title, shown->settings.title);
+    evaluate(chart.xTitle, shown->settings.xTitle);
+    evaluate(chart.yTitle, shown->settings.yTitle);
+    piece.item.content = DrawingItem{nullptr, shown->settings.title};
+    if (context_.options.drawings == nullptr) return;
+    shown->data = numbersOf(chart, position, piece.control->control->name);
+    piece.chart = std::move(shown);
+}
+
+std::shared_ptr<const ChartData> BandBuilder::numbersOf(PlannedChart& chart, const Position& position,
+                                                        const std::u16string& name) {
+    if (!chart.query) return {std::shared_ptr<void>(), &chart.content->data};
+    const RowRange rows = chart.table ? RowRange{} : view_.rowsOf(position.scope, position.row);
+    KnownNumbers& known = knownNumbers_[&chart];
+    if (known.data && known.rows == rows) return known.data;
+    known.rows = rows;
+    if (chart.table) {
+        RowView view(*chart.table, view_.passed(), context_.now);
+        known.data = std::make_shared<ChartData>(chart.query->evaluate(view, {0, view.rowCount()}, name));
+    } else {
+        known.data = std::make_shared<ChartData>(chart.query->evaluate(view_, rows, name));
+    }
+    return known.data;
 }
 
 std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position) {
@@ -262,7 +292,7 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
             if (picture->picture)
                 picture->placed = fitPicture(*picture->picture, planned.content->fit, inner);
         } else if (auto* const drawing = std::get_if<DrawingItem>(&item.content)) {
-            draw(*drawing, *piece.control, insidePaddings(size, piece.style->padding));
+            draw(*drawing, piece, insidePaddings(size, piece.style->padding));
         }
         if (piece.late) {
             piece.late->item = draft.band.items.size();
@@ -277,14 +307,15 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
     }
 }
 
-void BandBuilder::draw(DrawingItem& item, const PlannedControl& control, const Rect& place) const {
+void BandBuilder::draw(DrawingItem& item, const Piece& piece, const Rect& place) const {
     DrawingSource* const source = context_.options.drawings;
     if (source == nullptr) return;
-    const auto* const barcode = std::get_if<PlannedBarcode>(&control.content);
-    if (barcode == nullptr) {
-        item.drawing = source->chart(*control.control, place);
+    if (piece.chart) {
+        item.drawing =
+            source->chart(*piece.control->control, piece.chart->settings, *piece.chart->data, place);
     } else if (!item.alternateText.empty()) {
-        item.drawing = source->barcode(*barcode->content, item.alternateText, place);
+        const BarcodeContent& barcode = *std::get<PlannedBarcode>(piece.control->content).content;
+        item.drawing = source->barcode(barcode, item.alternateText, place);
     }
 }
 

@@ -2,8 +2,10 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_BAND_BUILDER_H
 #define QBSVR_QBSVRL6_LAYOUT_BAND_BUILDER_H
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "qbsvrl6/layout/band_draft.h"
@@ -37,6 +39,17 @@ public:
     int activeSet = kEverySet;
 
 private:
+    // A chart as it shows at one place.
+    struct ShownChart {
+        ChartSettings settings;
+        std::shared_ptr<const ChartData> data;
+    };
+    // The numbers that a chart of rows has shown last: a header that is repeated on each page, and all cells
+    // of a group, show the same ones.
+    struct KnownNumbers {
+        RowRange rows;
+        std::shared_ptr<const ChartData> data;
+    };
     // A control's item before the band's final heights are known.
     struct Piece {
         explicit Piece(PlannedControl& ownControl) : control(&ownControl) {}
@@ -48,6 +61,7 @@ private:
         Micrometres needed = 0;  // height that a growing text needs
         bool removed = false;    // takes no height since it is blank
         std::vector<CollectingFlow::Placed> nested;
+        std::unique_ptr<ShownChart> chart;
     };
 
     bool isVisible(const std::optional<Expression>& condition, const Position& position);
@@ -56,6 +70,9 @@ private:
     void makeText(PlannedText& text, const Position& position, Piece& piece);
     void makePicture(PlannedPicture& picture, const Position& position, Piece& piece);
     void makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece);
+    void makeChart(PlannedChart& chart, const Position& position, Piece& piece);
+    std::shared_ptr<const ChartData> numbersOf(PlannedChart& chart, const Position& position,
+                                               const std::u16string& name);
     void makeSubReport(PlannedControl& control, const Position& position, Piece& piece);
     Position evaluationPosition(const PlannedText& text, const Position& position) const;
 
@@ -64,7 +81,7 @@ private:
                     BandKind kind, const Position& position, std::optional<std::size_t> previous);
     void suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft);
     void place(BandDraft& draft, std::vector<Piece>& pieces) const;
-    void draw(DrawingItem& item, const PlannedControl& control, const Rect& place) const;
+    void draw(DrawingItem& item, const Piece& piece, const Rect& place) const;
     void placeNested(BandDraft& draft, Piece& piece) const;
     void finishGridBand(BandDraft& draft) const;
     bool hasSets() const;
@@ -74,6 +91,7 @@ private:
     RowView& view_;
     EvaluatedText evaluated_;
     std::vector<Piece> pieces_;
+    std::unordered_map<const PlannedChart*, KnownNumbers> knownNumbers_;
 };
 
 }  // namespace qbsvrl6

@@ -21,8 +21,9 @@ public:
     virtual ~DrawingSource() = default;
     virtual std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
                                                    const Rect& place) = 0;
-    // `control` is the chart's control, whose content is a ChartContent.
-    virtual std::shared_ptr<const Drawing> chart(const Control& control, const Rect& place) = 0;
+    // `control` is the chart's control; settings and data are what it shows at this place.
+    virtual std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
+                                                 const ChartData& data, const Rect& place) = 0;
 };
 
 struct LayoutOptions {

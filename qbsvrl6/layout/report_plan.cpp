@@ -41,6 +41,7 @@ public:
         plan_ = std::make_unique<ReportPlan>();
         plan_->report = &report_;
         plan_->width = width;
+        passed_ = passed;
         data_ = found(source_.data.sets, &report_, outerData);
         plan_->binding = std::make_unique<Binding>(report_, dataSources(), passed);
         const bool nested = depth_ > 0;
@@ -188,7 +189,35 @@ private:
     }
 
     PlannedContent planContent(const ChartContent& content, const Rect&, bool) {
-        return PlannedChart{&content};
+        PlannedChart planned;
+        planned.content = &content;
+        planned.title = plan_->binding->compileText(content.settings.title);
+        planned.xTitle = plan_->binding->compileText(content.settings.xTitle);
+        planned.yTitle = plan_->binding->compileText(content.settings.yTitle);
+        if (content.rows.series.empty() || !content.data.empty()) return planned;
+        if (content.rows.table.empty()) {
+            planned.query.emplace(content.rows, *plan_->binding);
+        } else if (const std::optional<DataSources> sources = tableSources(content.rows.table)) {
+            planned.table = std::make_unique<Binding>(report_, *sources, passed_, content.rows.filter);
+            planned.query.emplace(content.rows, *planned.table);
+        }
+        return planned;
+    }
+
+    // Another table of the data that the report or its grid has.
+    std::optional<DataSources> tableSources(const std::u16string& name) {
+        DataSources sources = plan_->binding->sources();
+        const auto own = source_.data.gridSets.find(report_.grid.get());
+        const DataSet* const gridData = own == source_.data.gridSets.end() ? nullptr : own->second.get();
+        sources.rows = data_ == nullptr ? nullptr : data_->table(name);
+        if (sources.rows == nullptr && gridData != nullptr) sources.rows = gridData->table(name);
+        if (sources.rows == nullptr) {
+            logWarning("the data has no table \"" + toUtf8(name) + "\" for a chart: it stays empty");
+            return std::nullopt;
+        }
+        const Table* const reportTable = data_ == nullptr ? nullptr : data_->table(report_.data.table);
+        sources.head = sources.rows == reportTable ? nullptr : reportTable;
+        return sources;
     }
 
     PlannedContent planContent(const SubReportContent& content, const Rect& box, bool) {
@@ -328,6 +357,7 @@ private:
     int depth_;
     std::unique_ptr<ReportPlan> plan_;
     const DataSet* data_ = nullptr;
+    std::span<const SubReportParameter> passed_;
     std::unordered_map<std::u16string, std::size_t> columnIndex_;
 };
 

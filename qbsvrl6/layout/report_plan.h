@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qbsvrl6/bind/binding.h"
+#include "qbsvrl6/bind/chart_query.h"
 #include "qbsvrl6/bind/row_view.h"
 #include "qbsvrl6/layout/grid_geometry.h"
 #include "qbsvrl6/layout/layout.h"
@@ -42,6 +43,9 @@ struct PlannedBarcode {
 
 struct PlannedChart {
     const ChartContent* content = nullptr;
+    TextTemplate title, xTitle, yTitle;
+    std::unique_ptr<Binding> table;   // of a chart that looks at another table than its section
+    std::optional<ChartQuery> query;  // none: the content's own data is shown
 };
 
 struct PlannedSubReport {

@@ -1,4 +1,4 @@
-// A chart's settings and its numbers.
+// A chart's settings, its numbers, and the rows that they are taken from.
 #ifndef QBSVR_QBSVRL6_MODEL_CHART_H
 #define QBSVR_QBSVRL6_MODEL_CHART_H
 
@@ -9,9 +9,14 @@ namespace qbsvrl6 {
 
 enum class ChartKind { Bar, Pie, Line, ScatterLine, Bubble };
 
+// Whether the numbers are points rather than values of categories.
+inline constexpr bool hasPoints(ChartKind kind) {
+    return kind == ChartKind::ScatterLine || kind == ChartKind::Bubble;
+}
+
 struct ChartSettings {
     ChartKind kind = ChartKind::Bar;
-    std::u16string title;
+    std::u16string title;  // all titles with placeholders
     std::u16string xTitle, yTitle;
     bool showLegend = true;
     bool showValues = false;
@@ -33,6 +38,25 @@ struct ChartSeries {
 struct ChartData {
     std::vector<std::u16string> categories;
     std::vector<ChartSeries> series;
+
+    bool empty() const { return categories.empty() && series.empty(); }
+};
+
+enum class ChartAggregate { Sum, Average, Count, Minimum, Maximum };
+
+struct ChartRowSeries {
+    std::u16string label;  // with placeholders: one series for each text that it shows
+    std::u16string value;  // an expression, gathered over the rows of a category: bar, line, pie
+    ChartAggregate aggregate = ChartAggregate::Sum;
+    std::u16string x, y, size;  // expressions, a point for each row: scatter and bubble
+};
+
+// How rows become numbers. Without series the chart isn't one of rows.
+struct ChartRows {
+    std::u16string table;     // name of another table of the data; empty: the rows of the chart's section
+    std::u16string filter;    // an expression; rows where it isn't true are left out; empty: all rows
+    std::u16string category;  // with placeholders: one category for each text that it shows
+    std::vector<ChartRowSeries> series;
 };
 
 }  // namespace qbsvrl6

@@ -66,7 +66,9 @@ struct BarcodeContent {
 
 struct ChartContent {
     ChartSettings settings;
-    ChartData data;  // what the template holds; a data request replaces it for one export
+    ChartRows rows;
+    ChartData
+        data;  // what the template holds; a data request replaces it, and what rows give, for one export
 };
 
 // Passes values of the parent's row into a sub-report.

@@ -25,7 +25,7 @@ inline constexpr std::size_t kGridColumns = 2'000;
 inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kDataColumns = 16'384;
 inline constexpr std::size_t kChartSeries = 1'000;
-inline constexpr std::size_t kChartPoints = 100'000;  // of all series together
+inline constexpr std::size_t kChartPoints = 100'000;  // or values, of all series together
 // Results of exports that a report keeps for a caller that never closes an export: the latest ones always,
 // older ones while all together stay below the bytes.
 inline constexpr std::size_t kKeptResults = 16;

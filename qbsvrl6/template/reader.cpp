@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <unordered_set>
 
 #include "qbsvrl6/support/files.h"
@@ -129,8 +130,16 @@ public:
 
     template <class T, class Describe>
     void list(const char* name, std::vector<T>& values, Describe&& describe) {
+        listOf(
+            name, values, [](const ReadElement&) { return true; }, describe);
+    }
+
+    // Only those children that are of a kind.
+    template <class T, class IsOfKind, class Describe>
+    void listOf(const char* name, std::vector<T>& values, IsOfKind&& isOfKind, Describe&& describe) {
         children_.push_back(name);
         for (const pugi::xml_node found : node_.children(name)) {
+            if (!isOfKind(ReadElement(reading_, found))) continue;
             T& item = values.emplace_back();
             describeNode(found, [&](ReadElement& element) { describe(element, made(item)); });
         }
@@ -150,6 +159,14 @@ public:
                 element.fail("more than " + std::to_string(most) + " " + tag(name), ErrorCode::LimitExceeded);
             }
         });
+    }
+
+    bool hasAny(std::span<const char* const> attributes) const {
+        return std::any_of(attributes.begin(), attributes.end(),
+                           [this](const char* name) { return node_.attribute(name); });
+    }
+    void refuse(bool wrong, const char* message) const {
+        if (wrong) fail(message);
     }
 
     void bytes(const char* name, std::string& value);

@@ -50,6 +50,12 @@ inline constexpr std::array<Word<ChartKind>, 5> kChartKinds = {{{"bar", ChartKin
                                                                 {"line", ChartKind::Line},
                                                                 {"scatterLine", ChartKind::ScatterLine},
                                                                 {"bubble", ChartKind::Bubble}}};
+inline constexpr std::array<Word<ChartAggregate>, 5> kChartAggregates = {
+    {{"sum", ChartAggregate::Sum},
+     {"average", ChartAggregate::Average},
+     {"count", ChartAggregate::Count},
+     {"minimum", ChartAggregate::Minimum},
+     {"maximum", ChartAggregate::Maximum}}};
 inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
     {{"discard", ColumnAdapt::Discard},
      {"wrap", ColumnAdapt::Wrap},
@@ -140,20 +146,38 @@ void describeBarcode(Element& element, ContentLike& barcode) {
     element.attribute("showText", barcode.showText, defaults.showText, SwitchCodec{});
 }
 
-template <class Element, class ContentLike>
-void describeChart(Element& element, ContentLike& chart) {
-    static const ChartSettings defaults;
-    auto& settings = chart.settings;
-    element.attribute("kind", settings.kind, defaults.kind, WordCodec<ChartKind>{kChartKinds});
-    element.attribute("title", settings.title, {}, TextCodec{});
-    element.attribute("xTitle", settings.xTitle, {}, TextCodec{});
-    element.attribute("yTitle", settings.yTitle, {}, TextCodec{});
-    element.attribute("showLegend", settings.showLegend, defaults.showLegend, SwitchCodec{});
-    element.attribute("showValues", settings.showValues, defaults.showValues, SwitchCodec{});
-    element.attribute("valueFormat", settings.valueFormat, {}, TextCodec{});
-    element.list("Category", chart.data.categories,
-                 [](auto& child, auto& name) { child.required("name", name, TextCodec{}); });
-    element.list("Series", chart.data.series, [](auto& child, auto& series) {
+// A series takes its numbers from rows where it has one of these attributes.
+inline constexpr std::array<const char*, 5> kRowSeriesMarks = {"value", "aggregate", "x", "y", "size"};
+
+template <class Element, class SeriesLike>
+void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
+    constexpr ExpressionCodec kNeeded{.mayBeBlank = false};
+    element.attribute("label", series.label, {}, PlaceholderCodec{});
+    if (hasPoints(kind)) {
+        element.required("x", series.x, kNeeded);
+        element.required("y", series.y, kNeeded);
+        if (kind == ChartKind::Bubble) element.required("size", series.size, kNeeded);
+        return;
+    }
+    element.attribute("aggregate", series.aggregate, ChartAggregate::Sum,
+                      WordCodec<ChartAggregate>{kChartAggregates});
+    if (series.aggregate == ChartAggregate::Count) {
+        element.attribute("value", series.value, {}, ExpressionCodec{});  // none: the rows themselves
+    } else {
+        element.required("value", series.value, kNeeded);
+    }
+}
+
+template <class Element, class DataLike>
+void describeChartData(Element& element, DataLike& data, bool isOfRows) {
+    constexpr const char* kMixed = "the numbers of a chart are either all of rows or all in the template";
+    element.list("Category", data.categories, [=](auto& child, auto& name) {
+        child.refuse(isOfRows, kMixed);
+        child.required("name", name, TextCodec{});
+    });
+    const auto unmarked = [](const auto& child) { return !child.hasAny(kRowSeriesMarks); };
+    element.listOf("Series", data.series, unmarked, [=](auto& child, auto& series) {
+        child.refuse(isOfRows, kMixed);
         child.attribute("label", series.label, {}, TextCodec{});
         child.attribute("values", series.values, {}, NumberListCodec{});
         child.list("Point", series.points, [](auto& point, auto& value) {
@@ -162,6 +186,32 @@ void describeChart(Element& element, ContentLike& chart) {
             point.attribute("size", value.size, 0.0, kAnyNumber);
         });
     });
+}
+
+template <class Element, class ContentLike>
+void describeChart(Element& element, ContentLike& chart) {
+    static const ChartSettings defaults;
+    auto& settings = chart.settings;
+    element.attribute("kind", settings.kind, defaults.kind, WordCodec<ChartKind>{kChartKinds});
+    element.attribute("title", settings.title, {}, PlaceholderCodec{});
+    element.attribute("xTitle", settings.xTitle, {}, PlaceholderCodec{});
+    element.attribute("yTitle", settings.yTitle, {}, PlaceholderCodec{});
+    element.attribute("showLegend", settings.showLegend, defaults.showLegend, SwitchCodec{});
+    element.attribute("showValues", settings.showValues, defaults.showValues, SwitchCodec{});
+    element.attribute("valueFormat", settings.valueFormat, {}, TextCodec{});
+    auto& rows = chart.rows;
+    element.attribute("table", rows.table, {}, TextCodec{});
+    element.attribute("filter", rows.filter, {}, ExpressionCodec{});
+    element.attribute("category", rows.category, {}, PlaceholderCodec{});
+    const auto marked = [](const auto& child) { return child.hasAny(kRowSeriesMarks); };
+    element.listOf("Series", rows.series, marked,
+                   [&](auto& child, auto& series) { describeRowSeries(child, series, settings.kind); });
+    element.refuse(
+        rows.series.empty() && !(rows.table.empty() && rows.filter.empty() && rows.category.empty()),
+        "a chart of rows has a <Series> with \"value\", or with \"x\" and \"y\"");
+    element.refuse(hasPoints(settings.kind) && !rows.category.empty(),
+                   "scatter lines and bubbles have no categories");
+    describeChartData(element, chart.data, !rows.series.empty());
 }
 
 template <class Element, class ContentLike>

@@ -137,10 +137,17 @@ public:
         }
     }
 
+    template <class T, class IsOfKind, class Describe>
+    void listOf(const char* name, const std::vector<T>& values, IsOfKind&&, Describe&& describe) {
+        list(name, values, describe);
+    }
+
     template <class T, class Describe>
     void namedList(const char* name, const std::vector<T>& values, std::size_t, Describe&& describe) {
         list(name, values, describe);
     }
+
+    void refuse(bool, const char*) {}
 
     void bytes(const char* name, const std::string& value);
     void controls(const ControlList& list);

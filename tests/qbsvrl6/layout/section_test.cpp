@@ -143,7 +143,8 @@ TEST(Section, KeepsPicturesAndDrawingsInsideTheirPaddings) {
                                                const Rect& place) override {
             return tell("barcode", place);
         }
-        std::shared_ptr<const Drawing> chart(const Control&, const Rect& place) override {
+        std::shared_ptr<const Drawing> chart(const Control&, const ChartSettings&, const ChartData&,
+                                             const Rect& place) override {
             return tell("chart", place);
         }
         std::shared_ptr<const Drawing> tell(const char* kind, const Rect& place) {

@@ -1,0 +1,172 @@
+#include "qbsvrl6/bind/chart_query.h"
+
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "qbsvrl6/bind/name_list.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+AggregateKind kindOf(ChartAggregate aggregate) {
+    switch (aggregate) {
+        case ChartAggregate::Sum:
+            break;
+        case ChartAggregate::Average:
+            return AggregateKind::Average;
+        case ChartAggregate::Count:
+            return AggregateKind::Count;
+        case ChartAggregate::Minimum:
+            return AggregateKind::Minimum;
+        case ChartAggregate::Maximum:
+            return AggregateKind::Maximum;
+    }
+    return AggregateKind::Sum;
+}
+
+}  // namespace
+
+// The rows of one evaluation as they are taken in.
+class ChartQuery::Gathering {
+public:
+    Gathering(ChartQuery& query, RowView& view, const std::u16string& name)
+        : query_(query), view_(view), name_(name), made_(query.series_.size()) {
+        position_.scope = view.rowScope();
+        position_.pageRows = {0, view.rowCount()};
+        // A series whose label doesn't depend on rows is there without any.
+        for (std::size_t i = 0; i < made_.size(); ++i) {
+            if (query.series_[i].label.isConstant()) made(i);
+        }
+    }
+
+    void takeRow(std::size_t row) {
+        position_.row = row;
+        if (query_.filter_ && !view_.isTrue(*query_.filter_, position_)) return;
+        std::size_t category = 0;
+        if (hasValues()) {
+            view_.evaluateText(query_.category_, position_, text_);
+            category = categories_.indexOf(text_.text);
+            checkValues();
+        }
+        for (std::size_t i = 0; i < made_.size(); ++i) {
+            Gathered& gathered = made(i);
+            query_.series_[i].x ? takePoint(query_.series_[i], gathered)
+                                : takeValue(query_.series_[i], gathered, category);
+        }
+    }
+
+    ChartData take() {
+        ChartData data;
+        for (std::size_t i = 0; i < made_.size(); ++i) {
+            for (std::size_t k = 0; k < made_[i].gathered.size(); ++k) {
+                Gathered& gathered = made_[i].gathered[k];
+                ChartSeries& series = data.series.emplace_back();
+                series.label = made_[i].labels.names()[k];
+                series.points = std::move(gathered.points);
+                if (query_.series_[i].x) continue;
+                gathered.values.resize(categories_.size());
+                for (const AggregateState& value : gathered.values) {
+                    double number = 0;
+                    const bool any = toNumber(value.result(query_.series_[i].aggregate), number);
+                    series.values.push_back(any ? number : std::numeric_limits<double>::quiet_NaN());
+                }
+            }
+        }
+        data.categories = std::move(categories_).names();
+        return data;
+    }
+
+private:
+    struct Gathered {
+        std::vector<AggregateState> values;  // a category each; those behind the last have no rows
+        std::vector<ChartPoint> points;
+    };
+    struct Made {
+        NameList labels;
+        std::vector<Gathered> gathered;  // a label each
+    };
+
+    void check(std::size_t count, std::size_t most, const char* what) const {
+        if (count <= most) return;
+        throw EngineError(ErrorCode::LimitExceeded, "the rows of the chart \"" + toUtf8(name_) +
+                                                        "\" give more than " + std::to_string(most) + " " +
+                                                        what);
+    }
+
+    bool hasValues() const { return !query_.series_.empty() && !query_.series_.front().x; }
+
+    void checkValues() const { check(count_ * categories_.size(), limits::kChartPoints, "values"); }
+
+    Gathered& made(std::size_t series) {
+        Made& made = made_[series];
+        view_.evaluateText(query_.series_[series].label, position_, text_);
+        const std::size_t index = made.labels.indexOf(text_.text);
+        if (index == made.gathered.size()) {
+            made.gathered.emplace_back();
+            check(++count_, limits::kChartSeries, "series");
+            checkValues();
+        }
+        return made.gathered[index];
+    }
+
+    // What is no number is left out, and nothing of it counts.
+    void takeValue(Series& series, Gathered& gathered, std::size_t category) {
+        if (gathered.values.size() <= category) gathered.values.resize(category + 1);
+        AggregateState& state = gathered.values[category];
+        if (!series.value) return state.countRow();
+        Value value = view_.evaluate(*series.value, position_);
+        double number = 0;
+        if (series.aggregate != AggregateKind::Count) {
+            if (!toNumber(value, number)) return;
+            value = makeNumber(number);
+        }
+        state.add(series.aggregate, value, arena_);
+    }
+
+    void takePoint(Series& series, Gathered& gathered) {
+        ChartPoint point;
+        const auto read = [&](std::optional<Expression>& expression, double& number) {
+            return !expression || toNumber(view_.evaluate(*expression, position_), number);
+        };
+        if (!read(series.x, point.x) || !read(series.y, point.y) || !read(series.size, point.size)) return;
+        check(++points_, limits::kChartPoints, "points");
+        gathered.points.push_back(point);
+    }
+
+    ChartQuery& query_;
+    RowView& view_;
+    const std::u16string& name_;
+    Position position_;
+    NameList categories_;
+    std::vector<Made> made_;  // for each series of the template
+    std::size_t count_ = 0;   // of the chart's series
+    std::size_t points_ = 0;
+    EvaluatedText text_;
+    TextArena arena_;
+};
+
+ChartQuery::ChartQuery(const ChartRows& rows, Binding& binding)
+    : category_(binding.compileText(rows.category)) {
+    if (rows.table.empty() && !trimmed(rows.filter).empty()) filter_ = binding.compile(rows.filter);
+    const auto compiled = [&](const std::u16string& text) {
+        return trimmed(text).empty() ? std::nullopt : std::optional(binding.compile(text));
+    };
+    for (const ChartRowSeries& series : rows.series) {
+        series_.push_back({binding.compileText(series.label), kindOf(series.aggregate),
+                           compiled(series.value), compiled(series.x), compiled(series.y),
+                           compiled(series.size)});
+    }
+}
+
+ChartData ChartQuery::evaluate(RowView& view, RowRange range, const std::u16string& name) {
+    Gathering gathering(*this, view, name);
+    for (std::size_t row = range.first; row < range.end; ++row) gathering.takeRow(row);
+    return std::move(gathering).take();
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,39 @@
+// A chart of rows: how its template describes the numbers, compiled, and the numbers of some rows.
+#ifndef QBSVR_QBSVRL6_BIND_CHART_QUERY_H
+#define QBSVR_QBSVRL6_BIND_CHART_QUERY_H
+
+#include <optional>
+#include <vector>
+
+#include "qbsvrl6/bind/row_view.h"
+#include "qbsvrl6/model/chart.h"
+
+namespace qbsvrl6 {
+
+class ChartQuery {
+public:
+    // `rows` outlives the query. Its filter is compiled where it names no table: the rows of another table
+    // come filtered, by their binding. Raises EngineError(BadExpression).
+    ChartQuery(const ChartRows& rows, Binding& binding);
+
+    // The numbers of a range of rows, in time linear in them. `view` is of the binding. Raises
+    // EngineError(LimitExceeded), which tells the chart's name, for too many series, values or points.
+    ChartData evaluate(RowView& view, RowRange range, const std::u16string& name);
+
+private:
+    struct Series {
+        TextTemplate label;
+        AggregateKind aggregate = AggregateKind::Sum;
+        std::optional<Expression> value;  // none: the rows themselves
+        std::optional<Expression> x, y, size;
+    };
+    class Gathering;
+
+    std::optional<Expression> filter_;
+    TextTemplate category_;
+    std::vector<Series> series_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
