@@ -5,6 +5,7 @@
 // Everything else is plain text, and so is a "%" that another "%" follows. A bad form ends behind its first
 // unit that doesn't fit, or at the end of the text.
 #include <climits>
+#include <string_view>
 
 #include "common/string_ops.h"
 #include "format/number_helpers.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <climits>
 #include <cwctype>
 #include <iterator>
 #include <stdexcept>

@@ -340,6 +340,5 @@ bool SaveBinaryObject(tagQBBinaryObject* object, const lkstr& outputFile) {
 void DoSaveBinaryObject(tagQBBinaryObject* object, const wstr& templateFile, const wstr& outputFile,
                         const char* label) {
     const char* outcome = SaveBinaryObject(object, EngineText(outputFile)) ? "succeeded" : "failed";
-    std::printf("Export %s '%s' %s.\n", label, UnicodeTextToPrintf(EngineText(templateFile)).c_str(),
-                outcome);
+    std::printf("Export %s '%s' %s.\n", label, UnicodeTextToPrintf(templateFile).c_str(), outcome);
 }

@@ -1,6 +1,5 @@
 // qbsvrtest: drives a report engine from the command line. `qbsvrtest -action setupPath outPath`
 #include <cstdio>
-#include <string>
 
 #include "driver/actions.h"
 #include "driver/engine_text.h"

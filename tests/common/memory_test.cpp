@@ -94,6 +94,10 @@ TEST(MemoryStream, GrowsByItsRule) {
     EXPECT_THROW(stream.AppendTrailData(0, INT_MAX), std::bad_alloc);
     EXPECT_THROW(stream.Write("x", INT_MAX), std::bad_alloc);
     EXPECT_EQ(TextOf(stream), large);
+    stream.Reset();
+    stream.AppendTrailData('x', 100);
+    stream.WriteC('y');
+    EXPECT_EQ(stream.Capacity(), 612);  // by twice the 256 that a single byte asks for at least
 }
 
 TEST(MemoryStream, ReadsAndWritesAtThePosition) {

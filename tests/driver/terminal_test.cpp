@@ -2,14 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
-
-#include <cstdio>
-#include <cstring>
 
 namespace {
 

@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>

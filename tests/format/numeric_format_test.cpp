@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include "larkspur.h"
@@ -106,6 +105,8 @@ TEST(NumericFormat, TextsParseToKindsAndSections) {
     }
 }
 
+// What single sections do is told by the reference in numeric_reference_test.cpp; here stand examples of it,
+// and what it leaves out.
 TEST(NumericFormat, RendersNumbers) {
     const YuanCurrency currency;
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -117,41 +118,23 @@ TEST(NumericFormat, RendersNumbers) {
         {u"#,##0.00", 1234567.891, u"1,234,567.89"},
         {u"0.00", 1.005, u"1.01"},
         {u"0", 2.5, u"3"},
-        {u"0", -0.5, u"-1"},
         {u"0", -0.4, u"0"},
         {u"#", 0, u""},
         {u"#.##", 0, u"0"},
-        {u"#.##", 0.5, u".5"},
         {u"#.##", 0.001, u""},
         {u"0.00", -0.001, u"0.00"},
         {u"0.0", -0.0, u"-0.0"},
-        {u"(0.00)", -5, u"(5.00)"},
         {u"(0.00)", -0.001, u"0.00)"},
-        {u"0.00-", -5, u"5.00-"},
         {u"0.00-", -0.001, u"0.00-"},
-        {u"+0", 0, u"+0"},
-        {u"0.00%", 0.1234, u"12.34%"},
-        {u"0,000", 5, u"0,005"},
         {u"#,#0", 1234567, u"1,23,45,67"},
-        {u"0.00,", 1234567.5, u"1,234,567.50"},
         {u"#,##0元", 1234567, u"123,4567元"},
         {u"$#,##0.00", -1234.5, u"￥-1,234.50"},
-        {u"-$0.00", -5, u"-￥5.00"},
-        {u"($0.00)", -5, u"(￥5.00)"},
         {u"$ 0.00", -5, u"￥- 5.00"},
-        {u"0.00 $", -5, u"5.00 ￥-"},
         {u"0.00 元", -5, u"- 5.00 元"},
-        {u"元", 5, u"元5"},
-        {u" 0", 5, u"  5"},
         {u"rgb(255,0,0)0.00", -5, u"[_color#=rgb(255,0,0)]5.00"},
-        {u"rgb(255,0,0)-0.00", -5, u"[_color#=rgb(255,0,0)]-5.00"},
-        {u"rgb(256,0,0)0.00", 5, u"rgb005.00"},
-        {u"e0.00", 1234.5, u"1.23e+3"},
-        {u"e0.00", 0.00012, u"1.20e-4"},
         {u"e0.00", 9.999, u"10.00e+0"},
         {u"e0.0%", 5, u"500.0%e+2"},
         {u"rgb(1,2,3)e0.0", 5, u"[_color#=rgb(1,2,3)][_color#=rgb(1,2,3)]5.0e+0"},
-        {u"", 1234.5678, u"1234.5678"},
         {u"", 0.3333333333333333, u"0.333333333"},
         {u"0.00", 1e+70, u"1.00e+70"},
         {u"0.00%", 1e+63, u"1.00e+65"},
