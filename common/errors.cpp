@@ -2,8 +2,6 @@
 
 #include <iterator>
 
-#include "common/unicode.h"
-
 namespace larkspur {
 
 // One buffer a thread, so that two threads that fail at once don't race.

@@ -7,8 +7,6 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "format/number_helpers.h"
-
 namespace larkspur {
 
 namespace {

@@ -3,7 +3,6 @@
 
 #include "driver/actions.h"
 #include "driver/engine_text.h"
-#include "driver/generate.h"
 #include "driver/sample_tree.h"
 
 namespace {

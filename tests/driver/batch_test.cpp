@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include "driver/batch_threads.h"
-#include "driver/export_tasks.h"
 #include "tests/driver/driver_test.h"
 
 namespace {

@@ -7,7 +7,6 @@
 #include "driver/barcode_samples.h"
 #include "driver/chart_data.h"
 #include "driver/events.h"
-#include "driver/generate.h"
 #include "tests/driver/driver_test.h"
 
 using namespace quillbrook;
