@@ -98,11 +98,16 @@ TEST(MemoryStream, GrowsByItsRule) {
     stream.AppendTrailData('x', 100);
     stream.WriteC('y');
     EXPECT_EQ(stream.Capacity(), 612);  // by twice the 256 that a single byte asks for at least
+    stream.AppendTrailData('x', 3'999'899);
+    stream.WriteC('y');
+    EXPECT_EQ(stream.Capacity(), 6'000'000);  // by twice a quarter
 }
 
 TEST(MemoryStream, ReadsAndWritesAtThePosition) {
     ClkMemoryStream stream;
-    stream.Write("hello", 5);
+    EXPECT_EQ(stream.Write(nullptr, 5), 0);
+    EXPECT_EQ(stream.Size() + stream.Capacity() + stream.Position(), 0);
+    EXPECT_EQ(stream.Write("hello", 5), 0);
     stream.WriteC('!');
     EXPECT_EQ(stream.Seek(4, 2), 0);
     EXPECT_EQ(stream.Position(), 2);

@@ -254,7 +254,7 @@ TEST(StringOps, Formats) {
     EXPECT_EQ(StringFormat("%.12", 1), u"StringFormat '%.12' failed ");
     // Missing arguments and ones of another kind are defined.
     EXPECT_EQ(StringFormat("%s|%d|%s", 5, 2.9), u"|2|");
-    EXPECT_EQ(StringFormat("%d %f", u"x", 3), u"0 3.000000");
+    EXPECT_EQ(StringFormat("%d %f %d", u"x", 3, 1e10), u"0 3.000000 0");
 }
 
 }  // namespace

@@ -160,6 +160,7 @@ TEST(Unicode, TellsUtf8) {
         EXPECT_EQ(DetectIsUTF8(block.data(), static_cast<int>(block.size())), c.detected) << c.name;
         EXPECT_EQ(IsValidUtf8Str(block.data(), static_cast<int>(block.size())), c.coarse) << c.name;
     }
+    EXPECT_TRUE(DetectIsUTF8(nullptr, 5) && IsValidUtf8Str(nullptr, 5));
 }
 
 TEST(Unicode, MultibyteTextCanOnlyBeRead) {

@@ -52,7 +52,6 @@ struct Node {
     tagQBReport* report = nullptr;  // from which it hangs; a report's own is itself
     int type = 0;                   // of a control or an export
     std::u16string value;           // query, label or printer's name
-    bool live = false;              // an open export, a valid object, a chart that asks
     std::map<std::string, std::unique_ptr<Node>> parts;
     std::unique_ptr<lkchar[]> text;
 
@@ -81,10 +80,6 @@ struct Node {
         int number = 1;
         while (parts.contains(kind + std::to_string(number))) ++number;
         return Get<Part>(kind + std::to_string(number));
-    }
-
-    void Expect(bool kept, const std::string& broken) const {
-        if (!kept) books->Violation(name + broken);
     }
 };
 
@@ -259,11 +254,10 @@ struct tagQBControls : Node {};
 struct tagQBSection : Node {};
 struct tagQBReportHeaders : Node {};
 struct tagQBExportOption : Node {};
-struct NarrowedOption : Node {};
-struct tagQBE2CellOption : NarrowedOption {};
-struct tagQBE2XLSOption : NarrowedOption {};
-struct tagQBE2IMGOption : NarrowedOption {};
-struct tagQBE2PDFOption : NarrowedOption {};
+struct tagQBE2CellOption : Node {};
+struct tagQBE2XLSOption : Node {};
+struct tagQBE2IMGOption : Node {};
+struct tagQBE2PDFOption : Node {};
 struct tagQBPrinter : Node {};
 struct tagQBFont : Node {};
 struct tagQBUtility : Node {};
@@ -283,8 +277,6 @@ struct tagQBReport : Node {
     std::unique_ptr<CqbChartEventInfo> chartRequestData;
 
     tagQBReport() { report = this; }
-
-    bool Prepared() const { return option && option->live; }
 
     tagQBControl* AddControl(int controlType) {
         tagQBControl* control = controls.emplace_back(Add<tagQBControl>("control"));
@@ -318,15 +310,12 @@ struct tagQBReport : Node {
 
     // What a load, an export or the end of one makes of the bytes handed out before.
     void EndObject() {
-        if (!object) return;
-        object->live = false;
-        std::string().swap(object->bytes);
+        if (object) std::string().swap(object->bytes);
     }
 
     tagQBExportOption* AddOption(tagQBExportType exportType) {
         option = Add<tagQBExportOption>("option");
         option->type = exportType;
-        option->live = true;
         return option;
     }
 
@@ -336,28 +325,12 @@ struct tagQBReport : Node {
         if (initialize) initialize->Execute();
         if (exportBegin) exportBegin->Execute(option);
         for (tagQBChart* chart : charts) {
-            chart->live = true;
             if (chartRequestData) chartRequestData->Execute(chart);
-            chart->live = false;
         }
         if (recording::Fails(function, path)) return nullptr;
         object = Add<tagQBBinaryObject>("object");
-        object->live = true;
         object->bytes = "type " + std::to_string(option->type) + " of " + path;
         return object;
-    }
-
-    tagQBBinaryObject* ExportDirect(const char* function, tagQBExportType exportType) {
-        Expect(!Prepared(), ": direct export inside a prepared one");
-        AddOption(exportType);
-        tagQBBinaryObject* exported = Export(function);
-        option->live = false;
-        return exported;
-    }
-
-    tagQBBinaryObject* ExportPrepared(const char* function) {
-        Expect(Prepared(), ": export without a prepare");
-        return Prepared() ? Export(function) : nullptr;
     }
 };
 
@@ -387,31 +360,6 @@ void Attach(const char* function, tagQBReport* report, std::unique_ptr<Handler> 
             Handler* handler) {
     std::unique_ptr<Handler> owned(handler);
     if (Call(function, report)) report->*slot = std::move(owned);
-}
-
-template <class Option>
-Option* Narrow(const char* function, tagQBExportOption* option, const char* part, bool fits) {
-    if (option) option->Expect(fits, std::string(": ") + function + " of another kind of export");
-    return CallForPart<Option>(function, option, part);
-}
-
-void SetOption(const char* function, NarrowedOption* option, int value) {
-    if (!Call(function, option, value)) return;
-    const bool isLatest = option->name.starts_with(option->report->option->name + ".");
-    option->Expect(isLatest && option->report->Prepared(), " used after its export");
-}
-
-template <class... Arguments>
-int ChartCall(const char* function, tagQBChart* chart, const Arguments&... arguments) {
-    if (!Call(function, chart, arguments...)) return 0;
-    chart->Expect(chart->live, " fed outside its event");
-    return 1;
-}
-
-bool CallObject(const char* function, tagQBBinaryObject* object) {
-    if (!Call(function, object)) return false;
-    object->Expect(object->live, " used after its end");
-    return object->live;
 }
 
 }  // namespace
@@ -452,7 +400,6 @@ void QBReportRelease(tagQBReport* report) {
         report->books->Violation(report->name + " released without having been created");
         return;
     }
-    report->Expect(!report->Prepared(), ": release inside a prepared export");
     report->books->released = true;
     report->EndObject();
     report->exportBegin.reset();
@@ -464,7 +411,6 @@ void QBObjectAssign(tagQBReport* target, tagQBReport* source) {
 }
 int QBReportLoadFromFile(tagQBReport* report, const lkchar* path) {
     if (!Call(__func__, report, path)) return 0;
-    report->Expect(!report->Prepared(), ": load inside a prepared export");
     report->EndObject();
     report->path = Utf8(path);
     // Also of a load that is told to fail, so that a caller who goes on can be followed.
@@ -518,36 +464,32 @@ void QBRecordsetSetConnectionString(tagQBRecordset* recordset, const lkchar* con
 // ---- Export
 
 tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* report, tagQBExportType type) {
-    return Call(__func__, report, type) ? report->ExportDirect(__func__, type) : nullptr;
+    return Call(__func__, report, type) ? report->AddOption(type)->report->Export(__func__) : nullptr;
 }
 int QBReportExportDirect(tagQBReport* report, tagQBExportType type, const lkchar* file, int firstSwitch,
                          int secondSwitch) {
     return Call(__func__, report, type, file, firstSwitch, secondSwitch) &&
-           report->ExportDirect(__func__, type);
+           report->AddOption(type)->report->Export(__func__);
 }
 tagQBExportOption* QBReportPrepareExport(tagQBReport* report, tagQBExportType type) {
-    if (!Call(__func__, report, type)) return nullptr;
-    report->Expect(!report->Prepared(), ": second prepare inside a prepared export");
-    return report->AddOption(type);
+    return Call(__func__, report, type) ? report->AddOption(type) : nullptr;
 }
 tagQBBinaryObject* QBReportExportToBinaryObject(tagQBReport* report) {
-    return Call(__func__, report) ? report->ExportPrepared(__func__) : nullptr;
+    return Call(__func__, report) ? report->Export(__func__) : nullptr;
 }
 int QBReportExport(tagQBReport* report, int showOptions) {
-    return Call(__func__, report, showOptions) && report->ExportPrepared(__func__);
+    return Call(__func__, report, showOptions) && report->Export(__func__);
 }
 int QBReportUnprepareExport(tagQBReport* report) {
     if (!Call(__func__, report)) return 0;
-    report->Expect(report->Prepared(), ": unprepare without a prepare");
-    if (report->option) report->option->live = false;
     report->EndObject();
     return 1;
 }
 int QBBinaryObjectGetDataSize(tagQBBinaryObject* object) {
-    return CallObject(__func__, object) ? static_cast<int>(object->bytes.size()) : 0;
+    return Call(__func__, object) ? static_cast<int>(object->bytes.size()) : 0;
 }
 const void* QBBinaryObjectGetDataBuf(tagQBBinaryObject* object) {
-    return CallObject(__func__, object) ? object->bytes.data() : nullptr;
+    return Call(__func__, object) ? object->bytes.data() : nullptr;
 }
 
 // ---- Export options
@@ -556,36 +498,32 @@ tagQBExportType QBExportOptionGetExportType(tagQBExportOption* option) {
     return Call(__func__, option) ? static_cast<tagQBExportType>(option->type) : tagQBExportType{};
 }
 void QBExportOptionSetFileName(tagQBExportOption* option, const lkchar* file) {
-    if (Call(__func__, option, file)) option->Expect(option->live, " used after its export");
+    Call(__func__, option, file);
 }
 tagQBE2CellOption* QBExportOptionGetAsE2CellOption(tagQBExportOption* option) {
-    return Narrow<tagQBE2CellOption>(
-        __func__, option, "cell",
-        option && option->type != QBExportType_PDF && option->type != QBExportType_IMG);
+    return CallForPart<tagQBE2CellOption>(__func__, option, "cell");
 }
 tagQBE2XLSOption* QBExportOptionGetAsE2XLSOption(tagQBExportOption* option) {
-    return Narrow<tagQBE2XLSOption>(__func__, option, "xls", option && option->type == QBExportType_XLS);
+    return CallForPart<tagQBE2XLSOption>(__func__, option, "xls");
 }
 tagQBE2IMGOption* QBExportOptionGetAsE2IMGOption(tagQBExportOption* option) {
-    return Narrow<tagQBE2IMGOption>(__func__, option, "img", option && option->type == QBExportType_IMG);
+    return CallForPart<tagQBE2IMGOption>(__func__, option, "img");
 }
 tagQBE2PDFOption* QBExportOptionGetAsE2PDFOption(tagQBExportOption* option) {
-    return Narrow<tagQBE2PDFOption>(__func__, option, "pdf", option && option->type == QBExportType_PDF);
+    return CallForPart<tagQBE2PDFOption>(__func__, option, "pdf");
 }
-void QBE2CellOptionSetSameAsPrint(tagQBE2CellOption* option, int on) { SetOption(__func__, option, on); }
-void QBE2CellOptionSetExportPageBreak(tagQBE2CellOption* option, int on) { SetOption(__func__, option, on); }
+void QBE2CellOptionSetSameAsPrint(tagQBE2CellOption* option, int on) { Call(__func__, option, on); }
+void QBE2CellOptionSetExportPageBreak(tagQBE2CellOption* option, int on) { Call(__func__, option, on); }
 void QBE2CellOptionSetExportPageHeaderFooter(tagQBE2CellOption* option, int on) {
-    SetOption(__func__, option, on);
+    Call(__func__, option, on);
 }
-void QBE2CellOptionSetOnlyExportDetailGrid(tagQBE2CellOption* option, int on) {
-    SetOption(__func__, option, on);
-}
-void QBE2XLSOptionSetToXlsxFormat(tagQBE2XLSOption* option, int on) { SetOption(__func__, option, on); }
+void QBE2CellOptionSetOnlyExportDetailGrid(tagQBE2CellOption* option, int on) { Call(__func__, option, on); }
+void QBE2XLSOptionSetToXlsxFormat(tagQBE2XLSOption* option, int on) { Call(__func__, option, on); }
 void QBE2IMGOptionSetImageType(tagQBE2IMGOption* option, tagQBImageType type) {
-    SetOption(__func__, option, type);
+    Call(__func__, option, type);
 }
-void QBE2IMGOptionSetAllInOne(tagQBE2IMGOption* option, int on) { SetOption(__func__, option, on); }
-void QBE2PDFOptionSetFontEmbedding(tagQBE2PDFOption* option, int on) { SetOption(__func__, option, on); }
+void QBE2IMGOptionSetAllInOne(tagQBE2IMGOption* option, int on) { Call(__func__, option, on); }
+void QBE2PDFOptionSetFontEmbedding(tagQBE2PDFOption* option, int on) { Call(__func__, option, on); }
 
 // ---- Sections and controls
 
@@ -610,10 +548,7 @@ const lkchar* QBControlGetName(tagQBControl* control) {
     return Call(__func__, control) ? control->Give(control->value) : nullptr;
 }
 tagQBSubReport* QBControlGetAsSubReport(tagQBControl* control) {
-    if (!Call(__func__, control)) return nullptr;
-    const bool isSubReport = control->type == QBControlType_SubReport;
-    control->Expect(isSubReport, " taken for a sub-report");
-    return isSubReport ? control->Get<tagQBSubReport>("sub") : nullptr;
+    return CallForPart<tagQBSubReport>(__func__, control, "sub");
 }
 tagQBReport* QBSubReportGetReport(tagQBSubReport* subReport) {
     return Call(__func__, subReport) ? subReport->report : nullptr;
@@ -647,17 +582,17 @@ tagQBFont* QBReportGetFont(tagQBReport* report) { return CallForPart<tagQBFont>(
 
 int QBChartLoadDataFromXML(tagQBChart* chart, const lkchar* xml, int firstSwitch, int secondSwitch,
                            int thirdSwitch) {
-    return ChartCall(__func__, chart, xml, firstSwitch, secondSwitch, thirdSwitch);
+    return Call(__func__, chart, xml, firstSwitch, secondSwitch, thirdSwitch);
 }
 int QBChartLoadXYDataFromXML(tagQBChart* chart, const lkchar* xml, int firstSwitch) {
-    return ChartCall(__func__, chart, xml, firstSwitch);
+    return Call(__func__, chart, xml, firstSwitch);
 }
 int QBChartLoadXYZDataFromXML(tagQBChart* chart, const lkchar* xml, int firstSwitch) {
-    return ChartCall(__func__, chart, xml, firstSwitch);
+    return Call(__func__, chart, xml, firstSwitch);
 }
-void QBChartSetSeriesCount(tagQBChart* chart, int seriesCount) { ChartCall(__func__, chart, seriesCount); }
+void QBChartSetSeriesCount(tagQBChart* chart, int seriesCount) { Call(__func__, chart, seriesCount); }
 void QBChartSetSeriesLabel(tagQBChart* chart, int seriesIndex, const lkchar* label) {
-    ChartCall(__func__, chart, seriesIndex, label);
+    Call(__func__, chart, seriesIndex, label);
 }
 
 // ---- Events

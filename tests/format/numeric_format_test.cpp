@@ -187,6 +187,8 @@ TEST(NumericFormat, LongTextComesWholeFromTheParserAndCutIntoABuffer) {
     parser.m_Normal.Format(1.5, buffer);
     EXPECT_EQ(lkstr(buffer), lkstr(127, u'x'));
     EXPECT_EQ(buffer[128], u'!');
+    // Separators alone make it long.
+    EXPECT_EQ(FormatNumber(9.5e63, u"0,0.00").size(), 130u);
 }
 
 TEST(NumericFormat, ChineseNumerals) {
