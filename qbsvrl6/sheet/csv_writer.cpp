@@ -1,5 +1,7 @@
 // CSV by RFC 4180: CR LF ends, every record with all columns, in UTF-8 with a mark, since spreadsheets take a
-// file without one for the machine's own code page. A cell that spans columns fills the first.
+// file without one for the machine's own code page. A cell that spans columns fills the first. A text that
+// looks like a formula is written as it is: a sign put ahead of it would falsify numbers and identifiers for
+// all readers, for the sake of one that runs what it should only show.
 #include <algorithm>
 
 #include "qbsvrl6/sheet/cell_sink.h"

@@ -12,22 +12,39 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-// What stands for each ASCII character; empty: itself.
-using AsciiTable = std::array<std::string_view, 128>;
+// What stands for each ASCII character.
+struct AsciiTable {
+    std::array<std::string_view, 128> forms{};  // empty: itself
+    std::array<bool, 128> isPlain{};
+    bool joinsLineEnds = false;  // CR LF is LF
 
-constexpr AsciiTable kPlain{};
+    constexpr AsciiTable& done() {
+        for (std::size_t c = 0; c < forms.size(); ++c) isPlain[c] = forms[c].empty();
+        return *this;
+    }
+};
+
+constexpr AsciiTable kPlain = AsciiTable().done();
+
+constexpr AsciiTable kPrintable = [] {
+    AsciiTable table;
+    for (std::size_t c = 0; c < 0x20; ++c) table.forms[c] = " ";
+    table.forms[0x7F] = " ";
+    return table.done();
+}();
 
 constexpr AsciiTable kMarkup = [] {
-    AsciiTable table{};
-    for (std::size_t c = 0; c < 0x20; ++c) table[c] = kReplacement;
-    table[0x7F] = kReplacement;
-    table['\t'] = table['\n'] = {};
-    table['\r'] = "\n";
-    table['&'] = "&amp;";
-    table['<'] = "&lt;";
-    table['>'] = "&gt;";
-    table['"'] = "&quot;";
-    return table;
+    AsciiTable table;
+    for (std::size_t c = 0; c < 0x20; ++c) table.forms[c] = kReplacement;
+    table.forms[0x7F] = kReplacement;
+    table.forms['\t'] = table.forms['\n'] = {};
+    table.forms['\r'] = "\n";
+    table.forms['&'] = "&amp;";
+    table.forms['<'] = "&lt;";
+    table.forms['>'] = "&gt;";
+    table.forms['"'] = "&quot;";
+    table.joinsLineEnds = true;
+    return table.done();
 }();
 
 constexpr std::array<std::string_view, 32> kControlForms = {
@@ -38,49 +55,57 @@ constexpr std::array<std::string_view, 32> kControlForms = {
 
 constexpr AsciiTable kXstring = [] {
     AsciiTable table = kMarkup;
-    for (std::size_t c = 0; c < 0x20; ++c) table[c] = kControlForms[c];
-    table['\t'] = table['\n'] = table[0x7F] = {};
-    table['\r'] = "\n";
-    return table;
+    for (std::size_t c = 0; c < 0x20; ++c) table.forms[c] = kControlForms[c];
+    table.forms['\t'] = table.forms['\n'] = table.forms[0x7F] = {};
+    table.forms['\r'] = "\n";
+    return table.done();
 }();
+
+// Puts a character beyond ASCII and tells its length.
+std::size_t putUtf8(char* place, char32_t c) {
+    std::size_t used = 0;
+    const auto put = [&](char32_t byte) { place[used++] = static_cast<char>(byte); };
+    if (c < 0x800) {
+        put(0xC0 | (c >> 6));
+    } else if (c < 0x10000) {
+        put(0xE0 | (c >> 12));
+        put(0x80 | ((c >> 6) & 0x3F));
+    } else {
+        put(0xF0 | (c >> 18));
+        put(0x80 | ((c >> 12) & 0x3F));
+        put(0x80 | ((c >> 6) & 0x3F));
+    }
+    put(0x80 | (c & 0x3F));
+    return used;
+}
 
 // Appends by blocks through a buffer of fixed size: nothing is allocated besides `out`.
 void appendBy(const AsciiTable& table, std::string& out, std::u16string_view text) {
+    constexpr std::size_t kLongestForm = 16;
     std::array<char, 512> buffer;
     std::size_t used = 0;
     std::size_t i = 0;
     while (i < text.size()) {
-        if (used > buffer.size() - 16) {
+        if (used > buffer.size() - kLongestForm) {
             out.append(buffer.data(), used);
             used = 0;
         }
+        const std::size_t runEnd = std::min(text.size(), i + buffer.size() - used);
+        while (i < runEnd && text[i] < 0x80 && table.isPlain[text[i]]) {
+            buffer[used++] = static_cast<char>(text[i++]);
+        }
+        if (i == runEnd || used > buffer.size() - kLongestForm) continue;
         const char16_t unit = text[i];
-        if (unit < 0x80) {
-            ++i;
-            if (unit == u'\r' && i < text.size() && text[i] == u'\n' && !table['\r'].empty()) continue;
-            const std::string_view form = table[unit];
-            if (form.empty()) {
-                buffer[used++] = static_cast<char>(unit);
-            } else {
-                std::memcpy(&buffer[used], form.data(), form.size());
-                used += form.size();
-            }
+        if (unit >= 0x80) {
+            const char32_t c = nextCharacter(text, i);
+            used += putUtf8(&buffer[used], c == 0xFFFE || c == 0xFFFF ? 0xFFFD : c);
             continue;
         }
-        const auto put = [&](char32_t byte) { buffer[used++] = static_cast<char>(byte); };
-        char32_t c = nextCharacter(text, i);
-        if (c == 0xFFFE || c == 0xFFFF) c = 0xFFFD;
-        if (c < 0x800) {
-            put(0xC0 | (c >> 6));
-        } else if (c < 0x10000) {
-            put(0xE0 | (c >> 12));
-            put(0x80 | ((c >> 6) & 0x3F));
-        } else {
-            put(0xF0 | (c >> 18));
-            put(0x80 | ((c >> 12) & 0x3F));
-            put(0x80 | ((c >> 6) & 0x3F));
-        }
-        put(0x80 | (c & 0x3F));
+        ++i;
+        if (table.joinsLineEnds && unit == u'\r' && i < text.size() && text[i] == u'\n') continue;
+        const std::string_view form = table.forms[unit];
+        std::memcpy(&buffer[used], form.data(), form.size());
+        used += form.size();
     }
     out.append(buffer.data(), used);
 }
@@ -99,6 +124,8 @@ bool isEscapeForm(std::u16string_view text, std::size_t index) {
 }  // namespace
 
 void appendUtf8(std::string& out, std::u16string_view text) { appendBy(kPlain, out, text); }
+
+void appendPrintable(std::string& out, std::u16string_view text) { appendBy(kPrintable, out, text); }
 
 void appendMarkup(std::string& out, std::u16string_view text) { appendBy(kMarkup, out, text); }
 

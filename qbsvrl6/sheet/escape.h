@@ -10,6 +10,9 @@ namespace qbsvrl6 {
 // Lone surrogates become U+FFFD.
 void appendUtf8(std::string& out, std::u16string_view text);
 
+// Control characters, which would move a terminal's cursor, become blanks.
+void appendPrintable(std::string& out, std::u16string_view text);
+
 // Text or a quoted attribute of HTML or XML. A line end is one line feed, however it was written; other
 // control characters but the tab become U+FFFD.
 void appendMarkup(std::string& out, std::u16string_view text);

@@ -158,7 +158,11 @@ private:
     }
 
     void writeRow(const Band& band, const CellRow& row) {
-        out() += "<tr class=\"h" + std::to_string(heightClass(row.height)) + "\">";
+        if (row.height != lastHeight_) {
+            lastHeight_ = row.height;
+            rowStart_ = "<tr class=\"h" + std::to_string(heightClass(row.height)) + "\">";
+        }
+        out() += rowStart_;
         std::size_t next = 0;
         for (int column = 0; column < grid().columnCount();) {
             int& left = rowsLeft_[static_cast<std::size_t>(column)];
@@ -198,16 +202,22 @@ private:
     void writeCell(const Band& band, const Cell& cell) {
         const bool isTitle = band.kind == BandKind::GridTitle && cell.item != nullptr &&
                              (isPending(*cell.item) || !textOf(*cell.item).empty());
-        out() += !isTitle              ? "<td class=\"s"
-                 : cell.columnSpan > 1 ? "<th scope=\"colgroup\" class=\"s"
-                                       : "<th scope=\"col\" class=\"s";
-        out() += std::to_string(styles_.idOf(cell, false, {}));
-        out() += '"';
+        out() += !isTitle ? "<td" : cell.columnSpan > 1 ? "<th scope=\"colgroup\"" : "<th scope=\"col\"";
+        out() += classOf(cell);
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
         out() += '>';
         if (cell.item != nullptr) writeContent(*cell.item);
         out() += isTitle ? "</th>" : "</td>";
+    }
+
+    // The attribute that gives a cell its look.
+    const std::string& classOf(const Cell& cell) {
+        const auto id = static_cast<std::size_t>(styles_.idOf(cell, false, {}));
+        while (classes_.size() <= id) {
+            classes_.push_back(" class=\"s" + std::to_string(classes_.size()) + '"');
+        }
+        return classes_[id];
     }
 
     void writeContent(Item& item) {
@@ -381,7 +391,10 @@ private:
     std::string gridStart_;
     std::string columns_;
     TextStream stream_;
+    Micrometres lastHeight_ = -1;
+    std::string rowStart_;  // of a row of the last height
     StyleTable styles_;
+    std::vector<std::string> classes_;  // by style
     LanguageGuess language_;
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;

@@ -1,5 +1,6 @@
-// RTF 1.9.1. A character beyond ASCII is "\uN?", N being its UTF-16 unit as a signed number and "?" what
-// readers show that don't know it.
+// RTF 1.9.1. A character beyond ASCII is "\uN\'3f", N being its UTF-16 unit as a signed number; behind it
+// stands the code of a question mark for readers that don't know it. As a plain "?" some take it with the
+// word behind it.
 #include "qbsvrl6/sheet/rtf_look.h"
 
 #include <algorithm>
@@ -46,7 +47,7 @@ void appendRtf(std::string& out, std::u16string_view text) {
         } else {
             const bool isControl = unit < 0x20 || unit == 0x7F;
             appendCommand(out, "\\u", isControl ? -3 : static_cast<std::int16_t>(unit));
-            out += '?';
+            out += "\\'3f";
         }
     }
 }

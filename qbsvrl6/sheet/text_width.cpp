@@ -120,7 +120,14 @@ int displayWidth(char32_t c) {
 
 int displayWidth(std::u16string_view text) {
     int width = 0;
-    for (std::size_t i = 0; i < text.size();) width += displayWidth(nextCharacter(text, i));
+    for (std::size_t i = 0; i < text.size();) {
+        if (text[i] < 0x300) {
+            ++i;
+            ++width;
+        } else {
+            width += displayWidth(nextCharacter(text, i));
+        }
+    }
     return width;
 }
 

@@ -20,18 +20,23 @@ constexpr Micrometres kBlankLineGap = 4000;
 struct TextCell {
     int offset = 0;
     int width = 0;
-    int row = 0;
-    int rowEnd = 0;
+    std::size_t row = 0;
+    std::size_t rowEnd = 0;
     Item* item = nullptr;  // of the band, or of `late`
     std::size_t firstLine = 0;
     std::size_t lineCount = 0;
 };
 
+struct TextRow {
+    bool stands = false;    // even without text
+    bool gapAbove = false;  // a blank line
+};
+
 // The rows of one band. Rendering it is the same now or at the end of the report.
 struct TextBlock {
     std::vector<TextCell> cells;  // by row, then offset
-    std::vector<bool> rows;       // whether the row stands even without text
-    std::vector<Item> late;       // the items, where one of them is settled late
+    std::vector<TextRow> rows;
+    std::vector<Item> late;  // the items, where one of them is settled late
 
     TextBlock() = default;
     TextBlock(TextBlock&&) = default;  // the items stay where they are: cells point at them
@@ -54,45 +59,55 @@ public:
             if (!text.empty()) wrapText(text, cell.width, lines_);
             cell.lineCount = lines_.size() - cell.firstLine;
         }
-        setRowStarts(block);
-        const std::size_t lineCount = rowStarts_.back();
-        for (std::size_t line = 0; line < lineCount; ++line) renderLine(block, line, out);
+        const std::size_t lineCount = setRowStarts(block);
+        showing_.clear();
+        std::size_t next = 0;
+        for (std::size_t line = 0; line < lineCount; ++line) {
+            for (; next < block.cells.size() && rowStarts_[block.cells[next].row] == line; ++next) {
+                showing_.push_back(&block.cells[next]);
+            }
+            renderLine(line, out);
+        }
     }
 
 private:
     // A row is as high as its highest cell; the last row of a cell that spans several takes what is left of
-    // it.
-    void setRowStarts(const TextBlock& block) {
-        rowStarts_.assign(1, 0);
+    // it. Tells the number of lines.
+    std::size_t setRowStarts(const TextBlock& block) {
+        rowStarts_.clear();
+        rowEnds_.assign(block.rows.size(), 0);
+        std::size_t end = 0;
+        std::size_t next = 0;
         for (std::size_t row = 0; row < block.rows.size(); ++row) {
-            std::size_t end = rowStarts_[row] + (block.rows[row] ? 1 : 0);
-            for (const TextCell& cell : block.cells) {
-                if (static_cast<std::size_t>(cell.rowEnd) != row + 1) continue;
-                end = std::max(end, rowStarts_[static_cast<std::size_t>(cell.row)] + cell.lineCount);
+            const std::size_t start = end + (block.rows[row].gapAbove ? 1 : 0);
+            rowStarts_.push_back(start);
+            for (; next < block.cells.size() && block.cells[next].row == row; ++next) {
+                const TextCell& cell = block.cells[next];
+                std::size_t& cellEnd = rowEnds_[cell.rowEnd - 1];
+                cellEnd = std::max(cellEnd, start + cell.lineCount);
             }
-            rowStarts_.push_back(end);
+            end = std::max(start + (block.rows[row].stands ? 1 : 0), rowEnds_[row]);
         }
+        return end;
     }
 
-    void renderLine(const TextBlock& block, std::size_t line, std::string& out) {
-        pieces_.clear();
-        for (const TextCell& cell : block.cells) {
-            const std::size_t start = rowStarts_[static_cast<std::size_t>(cell.row)];
-            if (line >= start && line < start + cell.lineCount) pieces_.push_back(&cell);
-        }
+    void renderLine(std::size_t line, std::string& out) {
+        std::erase_if(showing_,
+                      [&](const TextCell* cell) { return line >= rowStarts_[cell->row] + cell->lineCount; });
         // Cells of several rows meet here; each row's own are in order already.
-        std::stable_sort(pieces_.begin(), pieces_.end(),
-                         [](const TextCell* a, const TextCell* b) { return a->offset < b->offset; });
+        const auto isLeft = [](const TextCell* a, const TextCell* b) { return a->offset < b->offset; };
+        if (!std::is_sorted(showing_.begin(), showing_.end(), isLeft)) {
+            std::sort(showing_.begin(), showing_.end(), isLeft);
+        }
         const std::size_t start = out.size();
         int column = 0;
-        for (const TextCell* cell : pieces_) {
-            const std::size_t ofCell = line - rowStarts_[static_cast<std::size_t>(cell->row)];
-            const std::u16string_view text = lines_[cell->firstLine + ofCell];
+        for (const TextCell* cell : showing_) {
+            const std::u16string_view text = lines_[cell->firstLine + line - rowStarts_[cell->row]];
             if (text.empty()) continue;
             const int width = displayWidth(text);
             const int target = cell->offset + lead(*cell->item, std::max(cell->width - width, 0));
             out.append(static_cast<std::size_t>(std::max(target - column, 0)), ' ');
-            appendPlain(out, text);
+            appendPrintable(out, text);
             column = std::max(column, target) + width;
         }
         while (out.size() > start && out.back() == ' ') out.pop_back();
@@ -104,18 +119,10 @@ private:
         return align == HorizontalAlign::Right ? room : align == HorizontalAlign::Center ? room / 2 : 0;
     }
 
-    // Control characters would move the cursor.
-    static void appendPlain(std::string& out, std::u16string_view text) {
-        const std::size_t start = out.size();
-        appendUtf8(out, text);
-        for (std::size_t i = start; i < out.size(); ++i) {
-            if (static_cast<unsigned char>(out[i]) < 0x20 || out[i] == 0x7F) out[i] = ' ';
-        }
-    }
-
     std::vector<std::u16string_view> lines_;
     std::vector<std::size_t> rowStarts_;
-    std::vector<const TextCell*> pieces_;
+    std::vector<std::size_t> rowEnds_;
+    std::vector<const TextCell*> showing_;  // cells of the line under way
 };
 
 class TxtWriter final : public CellSink {
@@ -141,11 +148,15 @@ private:
     void writeRows(const Band& band, std::span<const CellRow> rows) override {
         if (band.kind == BandKind::BlankRow) return;
         block_.clear();
+        // A record of several lines stands apart from the next one.
+        const bool isTall = band.kind == BandKind::Row && rows.size() > 1;
         for (std::size_t row = 0; row < rows.size(); ++row) {
-            block_.rows.push_back(band.inGrid);
-            for (const Cell& cell : rows[row].cells) addCell(cell, static_cast<int>(row));
+            const bool isApart = rows[row].gap >= kBlankLineGap || (row == 0 && isTall && followsTall_);
+            const bool isFirst = row == 0 && pageIsEmpty_;
+            block_.rows.push_back({band.inGrid, isApart && !isFirst});
+            for (const Cell& cell : rows[row].cells) addCell(cell, row);
         }
-        if (rows.front().gap >= kBlankLineGap && !pageIsEmpty_) stream_.text() += '\n';
+        followsTall_ = isTall;
         pageIsEmpty_ = false;
         const auto isLate = [](const TextCell& cell) { return isPending(*cell.item); };
         if (std::any_of(block_.cells.begin(), block_.cells.end(), isLate)) {
@@ -166,16 +177,24 @@ private:
         lateBlocks_.push_back(std::exchange(block_, TextBlock()));
     }
 
-    void addCell(const Cell& cell, int row) {
+    void addCell(const Cell& cell, std::size_t row) {
         if (cell.item == nullptr) return;
         TextCell& added = block_.cells.emplace_back();
-        const int last = cell.column + cell.columnSpan;
-        added.offset = offsets_[static_cast<std::size_t>(cell.column)];
+        const int start = offsets_[static_cast<std::size_t>(cell.column)];
+        const int end = offsets_[static_cast<std::size_t>(cell.column + cell.columnSpan)];
+        added.offset = start + indentOf(*cell.item, end - start);
         // The last character is the gap to the next cell.
-        added.width = offsets_[static_cast<std::size_t>(last)] - added.offset - 1;
+        added.width = end - added.offset - 1;
         added.row = row;
-        added.rowEnd = row + cell.rowSpan;
+        added.rowEnd = row + static_cast<std::size_t>(cell.rowSpan);
         added.item = cell.item;
+    }
+
+    // A padding of several characters is meant to be seen.
+    static int indentOf(const Item& item, int width) {
+        if (item.style == nullptr || item.style->align != HorizontalAlign::Left) return 0;
+        const int indent = item.style->padding.left / kCharacterWidth;
+        return indent < 2 || indent > width / 2 ? 0 : indent;
     }
 
     void close(PendingTexts& pending) override {
@@ -192,6 +211,7 @@ private:
     std::string& output_;
     bool formFeeds_;
     bool pageIsEmpty_ = true;
+    bool followsTall_ = false;  // the band before was a record of several lines
     std::vector<int> offsets_;  // of each column edge, in characters
     TextStream stream_;
     TextBlock block_;

@@ -85,16 +85,56 @@ TEST_F(ApiTest, EventsComeInOrderAndHandlersDieOnceWithTheirReport) {
     EXPECT_EQ(journal, "~chart ~begin ");
 }
 
+void exportOnlyGrid(tagQBExportOption* option) {
+    tagQBE2CellOption* cells = QBExportOptionGetAsE2CellOption(option);
+    QBE2CellOptionSetSameAsPrint(cells, 0);
+    QBE2CellOptionSetOnlyExportDetailGrid(cells, 1);
+}
+
+// In memory and into a file, and the same as by options of a prepared export.
 TEST_F(ApiTest, AnExportHandlerChangesTheOptionsOfADirectExport) {
-    Journal journal;
+    const auto toXlsx = [](tagQBExportOption* option) {
+        QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
+    };
+    const auto toPng = [](tagQBExportOption* option) {
+        QBE2IMGOptionSetImageType(QBExportOptionGetAsE2IMGOption(option), QBImageType_PNG);
+    };
+    const auto embedFonts = [](tagQBExportOption* option) {
+        QBE2PDFOptionSetFontEmbedding(QBExportOptionGetAsE2PDFOption(option), 1);
+    };
+    const struct {
+        tagQBExportType type;
+        void (*change)(tagQBExportOption*);
+        const char* start;
+    } cases[] = {
+        {QBExportType_XLS, toXlsx, "PK"},
+        {QBExportType_XLS, exportOnlyGrid, "\xD0\xCF"},
+        {QBExportType_TXT, exportOnlyGrid, ""},
+        {QBExportType_HTM, exportOnlyGrid, "<!"},
+        {QBExportType_RTF, exportOnlyGrid, "{\\rtf1"},
+        {QBExportType_CSV, exportOnlyGrid, "\xEF\xBB\xBF"},
+        {QBExportType_PDF, embedFonts, "%PDF-"},
+        {QBExportType_IMG, toPng, "\x89PNG"},
+    };
     const OwnReport report;
     QBReportLoadFromFile(report, path("list.qbf").c_str());
-    EXPECT_EQ(exported(report, QBExportType_XLS).substr(0, 4), "\xD0\xCF\x11\xE0");
-    QBAttachEventExportBegin(report, new OnExportBegin(journal, [](tagQBExportOption* option) {
-                                 QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
-                             }));
-    EXPECT_EQ(exported(report, QBExportType_XLS).substr(0, 2), "PK");
-    EXPECT_EQ(exported(report, QBExportType_PDF).substr(0, 5), "%PDF-") << "and leaves other kinds alone";
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const auto& one = cases[i];
+        const std::string plain = exported(report, one.type);
+        one.change(QBReportPrepareExport(report, one.type));
+        const std::string expected = bytesOf(QBReportExportToBinaryObject(report));
+        QBReportUnprepareExport(report);
+        EXPECT_TRUE(expected.starts_with(one.start)) << i;
+        EXPECT_NE(expected, plain) << i;
+
+        Journal journal;
+        QBAttachEventExportBegin(report, new OnExportBegin(journal, one.change));
+        EXPECT_TRUE(exported(report, one.type) == expected) << i;
+        EXPECT_EQ(QBReportExportDirect(report, one.type, path("direct").c_str(), 0, 0), 1) << takeLog();
+        EXPECT_TRUE(read("direct") == expected) << i;
+        QBAttachEventExportBegin(report, nullptr);
+        EXPECT_TRUE(exported(report, one.type) == plain) << "for one export only: " << i;
+    }
 }
 
 TEST_F(ApiTest, ChartDataHoldsForOneExport) {

@@ -74,7 +74,7 @@ private:
         if (skipped) return {};
         if (word == "u") {
             units_ += static_cast<char16_t>(number);
-            ++at_;  // what stands for it
+            at_ += 4;  // what stands for it
             const bool more =
                 rtf_.compare(at_, 2, "\\u") == 0 && !std::isalpha(static_cast<unsigned char>(rtf_[at_ + 2]));
             if (!more) {

@@ -144,6 +144,19 @@ TEST(Txt, AlignsColumns) {
               "all 12\n");
 }
 
+TEST(Txt, SetsTallRecordsApartAndKeepsIndents) {
+    ResolvedStyle inner;
+    inner.padding.left = 6 * kMm;
+    SheetFeed feed(&makeTxtWriter, {0, 30, 60});
+    for (const char16_t* name : {u"a", u"b"}) {
+        feed.put(bandOf(BandKind::Row, 20,
+                        {textAt({0, 0, 30, 6}, name), textAt({0, 6, 30, 6}, u"inside", &inner),
+                         textAt({30, 16, 30, 4}, u"below")}));
+    }
+    EXPECT_EQ(feed.finish(),
+              "a\n    inside\n\n                    below\n\nb\n    inside\n\n                    below\n");
+}
+
 TEST(Txt, KeepsHostileTextAsData) {
     SheetFeed feed(&makeTxtWriter, {0, 30, 60});
     for (const std::u16string& text : kHostile) feed.row(BandKind::Row, {u"x", text});
