@@ -8,26 +8,21 @@ using recording::Template;
 
 class ConnectionStrings : public DriverTest {
 protected:
-    // Creates a report over the template, runs the function on it and gives the calls of the function.
+    // Creates a report over the template, runs the function on it and gives the calls that set something.
     template <class Function>
     std::string CallsOf(const Template& content, Function function) {
         recording::Reset(true);
         recording::SetTemplate("*", content);
         CQBReportHandle report;
         QBReportLoadFromFile(report.m_report, u"t.qbf");
-        const std::size_t ahead = Calls().size();
         function(report);
-        return Calls().substr(ahead);
+        std::vector<std::string> calls = recording::Calls();
+        std::erase_if(calls, [](const std::string& call) { return call.find("Set") == std::string::npos; });
+        return Join(calls);
     }
 };
 
-const std::string kGrid = "QBReportGetDetailGrid(report1)\nQBDetailGridGetRecordset(report1.grid)\n";
 const std::string kXml = "QBReportSetConnectionString(report1, \"xml\")\n";
-const std::string kGetQueries = "QBReportGetQuerySQL(report1)\n";
-const std::string kGetGridQuery = "QBRecordsetGetQuerySQL(report1.grid.recordset)\n";
-const std::string kWalkNothing =
-    "QBReportFindFirstControl(report1)\nQBControlGetControlType(report1.control1)\nQBReportFindNextControl("
-    "report1)\n";
 
 std::string SetQuery(const std::string& query) { return "QBReportSetQuerySQL(report1, \"" + query + "\")\n"; }
 std::string GridConnection(const std::string& connection) {
@@ -50,31 +45,27 @@ TEST_F(ConnectionStrings, QueriesOfOneReport) {
         {"data name, grid",
          {.query = u"old", .gridQuery = u"old"},
          L"Customer 客",
-         kGrid + kXml + SetQuery("/qb/Samples/Data/json/jsonCustomer 客.txt") + GridConnection("") +
+         kXml + SetQuery("/qb/Samples/Data/json/jsonCustomer 客.txt") + GridConnection("") +
              SetGridQuery("")},
         {"data name, no grid",
          {.query = u"", .hasGrid = false},
          L"C",
-         "QBReportGetDetailGrid(report1)\n" + kXml + SetQuery("/qb/Samples/Data/json/jsonC.txt")},
-        {"no data name, empty queries", {}, L"", kGrid + kXml + kGetQueries + kGetGridQuery},
+         kXml + SetQuery("/qb/Samples/Data/json/jsonC.txt")},
+        {"no data name, empty queries", {}, L"", kXml},
         {"24 units are a file name",
          {.query = k24, .gridQuery = k24},
          L"",
-         kGrid + kXml + kGetQueries + SetQuery("/dir/abcdefghijklmnopqrstuvwx") + kGetGridQuery +
-             GridConnection("xml") + SetGridQuery("/dir/abcdefghijklmnopqrstuvwx")},
+         kXml + SetQuery("/dir/abcdefghijklmnopqrstuvwx") + GridConnection("xml") +
+             SetGridQuery("/dir/abcdefghijklmnopqrstuvwx")},
         {"25 units are not",
          {.query = k25, .gridQuery = k25},
          L"",
-         kGrid + kXml + kGetQueries + SetQuery("/dir/报表.txt") + kGetGridQuery + GridConnection("xml") +
-             SetGridQuery("/dir/报表.txt")},
+         kXml + SetQuery("/dir/报表.txt") + GridConnection("xml") + SetGridQuery("/dir/报表.txt")},
         {"only the grid has one",
          {.gridQuery = u"g.txt"},
          L"",
-         kGrid + kXml + kGetQueries + kGetGridQuery + GridConnection("xml") + SetGridQuery("/dir/g.txt")},
-        {"no grid",
-         {.query = u"q.txt", .hasGrid = false},
-         L"",
-         "QBReportGetDetailGrid(report1)\n" + kXml + kGetQueries + SetQuery("/dir/q.txt")},
+         kXml + GridConnection("xml") + SetGridQuery("/dir/g.txt")},
+        {"no grid", {.query = u"q.txt", .hasGrid = false}, L"", kXml + SetQuery("/dir/q.txt")},
     };
     for (const auto& test : kCases) {
         SCOPED_TRACE(test.name);
@@ -82,12 +73,12 @@ TEST_F(ConnectionStrings, QueriesOfOneReport) {
                           [&](CQBReportHandle& report) {
                               UpdateConnectionString_Ok(report.m_report, L"/dir/", test.dataName, L"报表");
                           }),
-                  test.expected + kWalkNothing);
+                  test.expected);
         EXPECT_EQ(CallsOf(test.content,
                           [&](CQBReportHandle& report) {
                               UpdateConnectionString_Ok_CPP(report, L"/dir/", test.dataName, L"报表");
                           }),
-                  test.expected + kWalkNothing);
+                  test.expected);
         EXPECT_EQ(Join(recording::Violations()), "");
     }
 }
@@ -101,42 +92,14 @@ const Template kTree = {
 
 TEST_F(ConnectionStrings, SubReportsAreClearedAtAnyDepth) {
     const std::string expected =
-        "QBReportFindFirstControl(report1)\n"
-        "QBControlGetControlType(report1.control1)\n"
-        "QBReportFindNextControl(report1)\n"
-        "QBControlGetControlType(report1.control2)\n"
-        "QBControlGetAsSubReport(report1.control2)\n"
-        "QBSubReportGetReport(report1.control2.sub)\n"
-        "QBReportGetDetailGrid(report1.sub1)\n"
         "QBReportSetConnectionString(report1.sub1, \"\")\n"
         "QBReportSetQuerySQL(report1.sub1, \"\")\n"
-        "QBDetailGridGetRecordset(report1.sub1.grid)\n"
         "QBRecordsetSetConnectionString(report1.sub1.grid.recordset, \"\")\n"
         "QBRecordsetSetQuerySQL(report1.sub1.grid.recordset, \"\")\n"
-        "QBReportFindFirstControl(report1.sub1)\n"
-        "QBControlGetControlType(report1.sub1.control1)\n"
-        "QBReportFindNextControl(report1.sub1)\n"
-        "QBControlGetControlType(report1.sub1.control2)\n"
-        "QBControlGetAsSubReport(report1.sub1.control2)\n"
-        "QBSubReportGetReport(report1.sub1.control2.sub)\n"
-        "QBReportGetDetailGrid(report1.sub1.sub1)\n"
         "QBReportSetConnectionString(report1.sub1.sub1, \"\")\n"
         "QBReportSetQuerySQL(report1.sub1.sub1, \"\")\n"
-        "QBReportFindFirstControl(report1.sub1.sub1)\n"
-        "QBControlGetControlType(report1.sub1.sub1.control1)\n"
-        "QBReportFindNextControl(report1.sub1.sub1)\n"
-        "QBReportFindNextControl(report1.sub1)\n"
-        "QBReportFindNextControl(report1)\n"
-        "QBControlGetControlType(report1.control3)\n"
-        "QBControlGetAsSubReport(report1.control3)\n"
-        "QBSubReportGetReport(report1.control3.sub)\n"
-        "QBReportGetDetailGrid(report1.sub2)\n"
         "QBReportSetConnectionString(report1.sub2, \"\")\n"
-        "QBReportSetQuerySQL(report1.sub2, \"\")\n"
-        "QBReportFindFirstControl(report1.sub2)\n"
-        "QBControlGetControlType(report1.sub2.control1)\n"
-        "QBReportFindNextControl(report1.sub2)\n"
-        "QBReportFindNextControl(report1)\n";
+        "QBReportSetQuerySQL(report1.sub2, \"\")\n";
     EXPECT_EQ(
         CallsOf(kTree, [](CQBReportHandle& report) { ClearConnectionStringForSubReport(report.m_report); }),
         expected);
@@ -150,24 +113,9 @@ TEST_F(ConnectionStrings, PrefixReachesSubReports) {
                       [](CQBReportHandle& report) {
                           ReportExport_UpdateConnectionString(report.m_report, L"/数/");
                       }),
-              kGrid + kXml + kGetQueries + SetQuery("/数/q") + GridConnection("") + kGetGridQuery +
-                  SetGridQuery("/数/g") +
-                  "QBReportFindFirstControl(report1)\n"
-                  "QBControlGetControlType(report1.control1)\n"
-                  "QBReportFindNextControl(report1)\n"
-                  "QBControlGetControlType(report1.control2)\n"
-                  "QBControlGetAsSubReport(report1.control2)\n"
-                  "QBSubReportGetReport(report1.control2.sub)\n"
-                  "QBReportGetDetailGrid(report1.sub1)\n"
-                  "QBDetailGridGetRecordset(report1.sub1.grid)\n"
+              kXml + SetQuery("/数/q") + GridConnection("") + SetGridQuery("/数/g") +
                   "QBReportSetConnectionString(report1.sub1, \"xml\")\n"
-                  "QBReportGetQuerySQL(report1.sub1)\n"
-                  "QBRecordsetSetConnectionString(report1.sub1.grid.recordset, \"\")\n"
-                  "QBRecordsetGetQuerySQL(report1.sub1.grid.recordset)\n"
-                  "QBReportFindFirstControl(report1.sub1)\n"
-                  "QBControlGetControlType(report1.sub1.control1)\n"
-                  "QBReportFindNextControl(report1.sub1)\n"
-                  "QBReportFindNextControl(report1)\n");
+                  "QBRecordsetSetConnectionString(report1.sub1.grid.recordset, \"\")\n");
 }
 
 TEST_F(ConnectionStrings, TheFirstItemOfTheNameGivesTheData) {
