@@ -334,7 +334,7 @@ def frame(path):
                                (y + radius * math.cos(petals / 2 * t) * math.sin(t)) * scale)
                               for t in (step / 720 * 2 * math.pi for step in range(721))],
                              fill=gold, width=2 * scale, joint="curve")
-    picture.resize((width, height), Image.LANCZOS).quantize(16).save(path, optimize=True, dpi=(150, 150))
+    picture.resize((width, height), Image.LANCZOS).quantize(32).save(path, optimize=True, dpi=(150, 150))
 
 
 def main():

@@ -1,0 +1,53 @@
+"""Does what docs/first-report.md tells its reader to do, and looks at what comes out.
+
+usage: first_report_test.py QBSVRTEST KINDS, the latter built from the page's program
+"""
+
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+import openpyxl
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
+import first_report  # noqa: E402
+
+PROGRAM, KINDS = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
+SIGNATURES = {
+    "pdf": b"%PDF-1.7", "xlsx": b"PK\x03\x04", "xls": b"\xd0\xcf\x11\xe0", "htm": b"<!DOCTYPE html>", "rtf": b"{\\rtf1",
+    "txt": b"Sales in March", "csv": b"\xef\xbb\xbfSales in March", "tiff": b"II*\0", "png": b"\x89PNG",
+}
+
+
+def text_of(pdf):
+    return subprocess.run(["pdftotext", "-layout", pdf, "-"], check=True, capture_output=True, text=True).stdout
+
+
+with tempfile.TemporaryDirectory() as name:
+    folder, pages = pathlib.Path(name), []
+    for step in first_report.follow(folder, f"{PROGRAM.parent}:{os.environ['PATH']}",
+                                    build=lambda source: source.with_suffix("").symlink_to(KINDS)):
+        if step <= 3:
+            pages.append(text_of(folder / "sales.pdf"))
+
+    rows = json.loads((folder / "sales.txt").read_text("utf-8"))
+    amounts = {}
+    for row in rows:
+        amounts.setdefault(row["City"], []).append(row["Quantity"] * row["Price"])
+    totals = [f"{sum(city):,.2f}" for city in amounts.values()] + [f"{sum(map(sum, amounts.values())):,.2f}"]
+    assert all(row["Product"] in pages[0] for row in rows) and not any(total in pages[0] for total in totals), pages[0]
+    assert all(total in pages[1] for total in totals) and "Sales by city" not in pages[1], pages[1]
+    assert "Sales by city" in pages[2] and "Page 1 of 1" in pages[2], pages[2]
+
+    for kind, signature in SIGNATURES.items():
+        assert (folder / f"kinds.{kind}").read_bytes().startswith(signature), kind
+    assert (folder / "out/auto/htm/sales.htm").stat().st_size > 1000
+    assert totals[-1] in (folder / "sales-as-text.txt").read_text("utf-8")
+    for book in ("sales.xlsx", "kinds.xlsx"):
+        values = [row[3] for row in openpyxl.load_workbook(folder / book).worksheets[0].iter_rows(values_only=True)]
+        assert [value for value in values if isinstance(value, (int, float))][-1] == sum(map(sum, amounts.values())), values
+    log = (folder / "log/qbsvrl6.log").read_text("utf-8")
+    assert "error" not in log, log
