@@ -220,6 +220,28 @@ def orders(rnd):
     return {"Orders": heads, "Lines": lines}
 
 
+def business(rnd):
+    shares = (("华东", 0.42), ("华南", 0.27), ("华北", 0.19), ("西南", 0.12))
+    sales = [{"Quarter": quarter, "Region": region, "Revenue": round(total * share * rnd.uniform(0.94, 1.06), 1),
+              "Cost": round(total * share * rnd.uniform(0.68, 0.76), 1), "LastYear": round(total * share * rnd.uniform(0.8, 0.9), 1)}
+             for quarter, total in enumerate((128, 141, 156, 173), 1) for region, share in shares]
+    scores = {"线上": (4.1, 4.2, 4.2, 4.4, 4.5, 4.6), "门店": (4.4, 4.3, 4.5, 4.5, 4.6, 4.6)}
+    warm = {"上海": ((6, 40), (12, 62), (18, 95), (24, 160), (30, 255), (36, 340)),
+            "昆明": ((9, 38), (13, 50), (17, 71), (21, 88), (25, 120))}
+    products = {"饮料": ((20, 74, 30), (76, 42, 22), (128, 24, 26)), "点心": ((32, 52, 14), (46, 33, 9)),
+                "海鲜": ((57, 61, 24), (89, 28, 16), (199, 12, 20))}
+    return {
+        "Company": "蓝海食品有限公司",
+        "Year": 2025,
+        "Sales": sales,
+        "Satisfaction": [{"Channel": channel, "Month": month, "Score": score}
+                         for channel, row in scores.items() for month, score in zip(range(1, 12, 2), row)],
+        "Weather": [{"City": city, "Temperature": degrees, "Boxes": boxes} for city, row in warm.items() for degrees, boxes in row],
+        "Products": [{"Category": category, "Price": price, "Sold": sold, "Profit": profit}
+                     for category, row in products.items() for price, sold, profit in row],
+    }
+
+
 def certificates():
     return [{"Number": f"LH-2026-{number:04d}", "Name": name, "Female": female, "Course": "食品安全管理师",
              "From": "2026-03-02", "To": "2026-03-27", "Hours": 80, "Score": score}
@@ -347,6 +369,7 @@ def main():
     save(JSON / "jsonLabel.txt", labels(random.Random(7)))
     save(JSON / "jsonNotice.txt", notice())
     save(JSON / "jsonOrder.txt", orders(random.Random(9)))
+    save(JSON / "jsonBusiness.txt", business(random.Random(11)))
     save(JSON / "jsonCertificate.txt", certificates())
     chart_data(random.Random(10), REPORTS / "07.Chart" / "RequestData")
     save(REPORTS / "7a.stock.txt", products(random.Random(8)))
