@@ -1,7 +1,9 @@
 #include "qbsvrl6/bind/filter_index.h"
 
 #include <cstring>
+#include <utility>
 
+#include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/bind/values.h"
 
 namespace qbsvrl6 {
@@ -31,24 +33,44 @@ bool keyOf(const Value& value, std::u16string& key) {
     }
 }
 
+// Whether the filter is false wherever the comparison that ends ahead of `next` is: each "and" behind it
+// jumps to a false of its own.
+bool isDecidedByFalse(const std::vector<Instruction>& code, std::size_t next,
+                      const std::vector<Value>& constants) {
+    while (next < code.size()) {
+        if (code[next].operation != Operation::JumpIfFalse) return false;
+        next = code[next].operand;
+        if (next >= code.size() || code[next].operation != Operation::Constant) return false;
+        const Value& result = constants[code[next].operand];
+        if (result.type != ValueType::Boolean || result.boolean) return false;
+        ++next;
+    }
+    return true;
+}
+
 }  // namespace
 
 std::unique_ptr<FilterIndex> FilterIndex::make(const Expression& filter, const Table& rows) {
-    const auto isName = [&](std::size_t i) { return filter.code[i].operation == Operation::Name; };
-    if (filter.code.size() != 3 || !isName(0) || !isName(1) || filter.code[2].operation != Operation::Equal) {
-        return nullptr;
-    }
-    const BoundName* column = &filter.names[filter.code[0].operand];
-    const BoundName* parameter = &filter.names[filter.code[1].operand];
+    const std::vector<Instruction>& code = filter.code;
+    const auto isName = [&](std::size_t i) { return code[i].operation == Operation::Name; };
+    const bool compares = code.size() >= 3 && isName(0) && isName(1) && code[2].operation == Operation::Equal;
+    if (!compares || !isDecidedByFalse(code, 3, filter.constants)) return nullptr;
+    const BoundName* column = &filter.names[code[0].operand];
+    const BoundName* parameter = &filter.names[code[1].operand];
     if (column->kind != NameKind::Column) std::swap(column, parameter);
     if (column->kind != NameKind::Column || parameter->kind != NameKind::Parameter) return nullptr;
-    if (column->declaredType >= 0 || parameter->declaredType >= 0) return nullptr;
     auto index = std::make_unique<FilterIndex>();
-    index->parameter_ = parameter->index;
+    index->parameter_ = parameter;
     std::u16string key;
+    TextArena scratch;
     for (std::size_t row = 0; row < rows.rowCount(); ++row) {
-        if (!keyOf(rows.value(row, column->index), key)) return nullptr;
+        Value value = rows.value(row, column->index);
+        if (column->declaredType >= 0) {
+            value = convertTo(value, static_cast<DataType>(column->declaredType), scratch);
+        }
+        if (!keyOf(value, key)) return nullptr;
         index->rows_[key].push_back(static_cast<std::uint32_t>(row));
+        scratch.reset();
     }
     return index;
 }

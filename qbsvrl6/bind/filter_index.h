@@ -16,16 +16,17 @@ namespace qbsvrl6 {
 
 class FilterIndex {
 public:
-    // Null unless the filter compares a column with a parameter, and nothing else, by "=".
+    // Null unless the filter compares a column with a parameter by "=", first of all and with nothing but
+    // "and" behind it. The filter outlives the index.
     static std::unique_ptr<FilterIndex> make(const Expression& filter, const Table& rows);
 
-    std::uint32_t parameter() const { return parameter_; }
+    const BoundName& parameter() const { return *parameter_; }
     // Rows in order, among them all whose column equals the value; null where the value may equal in ways
     // that the index doesn't know.
     const std::vector<std::uint32_t>* candidates(const Value& value) const;
 
 private:
-    std::uint32_t parameter_ = 0;
+    const BoundName* parameter_ = nullptr;
     std::unordered_map<std::u16string, std::vector<std::uint32_t>> rows_;
     std::vector<std::uint32_t> none_;
 };

@@ -99,7 +99,7 @@ void RowView::applyFilter() {
     if (!binding_.filter()) return;
     const FilterIndex* const index = binding_.filterIndex();
     const std::vector<std::uint32_t>* const candidates =
-        index == nullptr ? nullptr : index->candidates(parameters_[index->parameter()].get());
+        index == nullptr ? nullptr : index->candidates(readName(index->parameter(), {}));
     std::vector<std::uint32_t> kept;
     const std::size_t count = candidates == nullptr ? rowCount_ : candidates->size();
     for (std::size_t i = 0; i < count; ++i) {

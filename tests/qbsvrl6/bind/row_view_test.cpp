@@ -106,32 +106,55 @@ TEST(RowView, FiltersByParameters) {
     EXPECT_EQ(view.startingLevel(0), 0);
 }
 
+// The rows, by their numbers, that the filter keeps where p has the value.
+std::vector<double> keptRows(const DataSet& data, const std::u16string& filter, const Value& p,
+                             const std::vector<Field>& fields) {
+    ReportDefinition report;
+    report.fields = fields;
+    report.grid = std::make_unique<DetailGrid>();
+    report.grid->filter = filter;
+    const SubReportParameter passed[] = {{u"p", u""}};
+    Binding binding(report, {&data, data.table(u""), nullptr}, passed);
+    const Expression number = binding.compile(u"n");
+    const OwnedValue argument(p);
+    RowView view(binding, {&argument, 1}, 0);
+    std::vector<double> rows;
+    for (Position position; position.row < view.rowCount(); ++position.row) {
+        rows.push_back(view.evaluate(number, position).number);
+    }
+    return rows;
+}
+
 // The index of "column = parameter" gives what looking at every row gives.
 TEST(RowView, FiltersByIndexAsByLooking) {
-    const DataSet data =
-        readData(R"([{"k": 7}, {"k": "7"}, {"k": "7.0"}, {"k": "x"}, {"k": null}, {"k": ""}, {"k": 0},
-        {"k": "-0"}, {"k": "X"}, {"k": 7.0}])",
-                 "data");
+    std::string json = "[";
+    for (const char* const key : {"7", R"("7")", R"("7.0")", R"("x")", "null", R"("")", "0", R"("-0")",
+                                  R"("X")", "7.0", "7", R"(" 7")"}) {
+        json += std::string(json.size() > 1 ? "," : "") + R"({"k": )" + key + R"(, "n": )" +
+                std::to_string(json.size()) + "}";
+    }
+    const DataSet data = readData(json + "]", "data");
     const Value values[] = {makeNumber(7), makeText(u"7"), makeText(u" 7 "),  makeText(u"x"), makeText(u""),
                             Value(),       makeNumber(0),  makeBoolean(true), makeDate(0)};
-    for (const Value& value : values) {
-        std::vector<std::vector<std::size_t>> kept;
-        for (const char16_t* const filter : {u"k = p", u"p = k", u"k = p or false"}) {
-            ReportDefinition report;
-            report.grid = std::make_unique<DetailGrid>();
-            report.grid->filter = filter;
-            const SubReportParameter passed[] = {{u"p", u""}};
-            Binding binding(report, {&data, data.table(u""), nullptr}, passed);
-            const Expression own = binding.compile(u"RowNumber & '/' & k");
-            const OwnedValue argument(value);
-            RowView view(binding, {&argument, 1}, 0);
-            std::vector<std::size_t>& rows = kept.emplace_back();
-            for (Position position; position.row < view.rowCount(); ++position.row) {
-                rows.push_back(std::hash<std::u16string_view>()(view.evaluate(own, position).text));
+    const std::u16string filters[] = {u"k = p",
+                                      u"p = k",
+                                      u"k = p and n > 30",
+                                      u"k = p and n > 30 and n < 150 and true",
+                                      u"k = p and n > 30 or n = 1",
+                                      u"k = p or n > 150",
+                                      u"if(k = p, n > 30, n > 150)",
+                                      u"not(k = p)"};
+    std::vector<Field> declared(1);
+    declared[0].name = u"k";
+    declared[0].type = DataType::Number;
+    for (const std::vector<Field>& fields : {std::vector<Field>(), declared}) {
+        for (const Value& value : values) {
+            for (const std::u16string& filter : filters) {
+                EXPECT_EQ(keptRows(data, filter, value, fields),
+                          keptRows(data, u"false or (" + filter + u")", value, fields))
+                    << toUtf8(filter) << " " << toUtf8(value.text) << value.number << " " << fields.size();
             }
         }
-        EXPECT_EQ(kept[0], kept[2]) << toUtf8(value.text) << value.number;
-        EXPECT_EQ(kept[1], kept[2]) << toUtf8(value.text) << value.number;
     }
 }
 
