@@ -21,7 +21,8 @@ public:
     std::optional<BandDraft> split() {
         if (cut_ <= 0 || cut_ >= draft_.band.height) return std::nullopt;
         breakCrossingTexts();
-        if (!force_ && !somethingStays()) return std::nullopt;
+        nothingStays_ = !somethingStays();
+        if (!force_ && nothingStays_) return std::nullopt;
         rest_.band.kind = draft_.band.kind;
         rest_.band.inGrid = draft_.band.inGrid;
         rest_.band.groupLevel = draft_.band.groupLevel;
@@ -150,7 +151,7 @@ private:
         const Micrometres needed = text.lines.empty()
                                        ? 0
                                        : splitText(text, rest, PooledStyle::of(*item.style),
-                                                   {item.box.width, item.box.height}, above, force_);
+                                                   {item.box.width, item.box.height}, above, nothingStays_);
         needBelow(needed, remaining);
         lower.box.height = std::max(remaining, needed);
         lower.content = std::move(rest);
@@ -159,7 +160,8 @@ private:
     BandDraft& draft_;
     bool force_;
     Micrometres cut_;
-    Micrometres extra_ = 0;  // room that the lower part needs on top of what was left of the height
+    bool nothingStays_ = false;  // then each text leaves a line above, or no page would ever take it
+    Micrometres extra_ = 0;      // room that the lower part needs on top of what was left of the height
     BandDraft rest_;
 };
 

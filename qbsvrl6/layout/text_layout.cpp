@@ -203,6 +203,11 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
     item.fontSize = style.fontSize;
     item.shown.clear();
     item.lines.clear();
+    if (item.text.size() > limits::kTextUnits) {
+        throw EngineError(ErrorCode::LimitExceeded, "a text has " + std::to_string(item.text.size()) +
+                                                        " characters, more than " +
+                                                        std::to_string(limits::kTextUnits));
+    }
     const Edges padding = unturnedPadding(style);
     const Size turned = unturned(style, box);
     const Size inner{turned.width - padding.left - padding.right, turned.height};

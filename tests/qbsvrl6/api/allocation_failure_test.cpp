@@ -33,6 +33,28 @@ void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); 
 namespace api_test {
 namespace {
 
+// Has something of all that a page shows, and is small: every export runs as often as it allocates.
+constexpr const char* kEverything = R"(<Report version="1" imageResolution="10">
+  <Info title="T"/><Page width="100mm" height="60mm" margins="5mm"/><Watermark text="W"/>
+  <Data connection="xml" query="list.txt" table="Rows"/>
+  <PageFooter height="5mm"><Text width="50mm" height="5mm" text="[PageNumber]/[PageCount]"/></PageFooter>
+  <ReportHeader height="20mm">
+    <Text width="30mm" height="5mm" text="链接 [Year]" link="http://a/" underline="true" border="0.2mm"/>
+    <Line x="30mm" width="5mm" height="5mm"/><Box x="35mm" width="5mm" height="5mm" fill="#ff0000"/>
+    <Barcode x="40mm" width="20mm" height="8mm" type="52" text="[Year]"/>
+    <Picture x="60mm" width="5mm" height="5mm"><Embedded>iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAYAAAD0In+KAAAAEUlEQVR4nGP4z8DQwMDw/z8ADX4DfuoeFyEAAAAASUVORK5CYII=</Embedded></Picture>
+    <Chart y="8mm" width="30mm" height="10mm"><Category name="c"/><Series label="s" values="1"/></Chart>
+  </ReportHeader>
+  <Grid>
+    <Columns><Column name="N" width="40mm"><Title text="N"/><Content text="[Name]"/></Column></Columns>
+    <Groups><Group name="G" by="Name"><Footer height="5mm">
+      <Text column="N" height="5mm" text="[Sum(Amount):0.00]"/></Footer></Group></Groups>
+  </Grid>
+  <ReportFooter height="5mm"><SubReport width="50mm" height="5mm"><Report>
+    <ReportHeader height="5mm"><Text width="20mm" height="5mm" text="inner"/></ReportHeader>
+  </Report></SubReport></ReportFooter>
+</Report>)";
+
 // Calls `action` with ever more allocations until it gets all that it wants.
 template <class Action>
 void failEachAllocation(const char* what, Action&& action) {
@@ -62,7 +84,10 @@ TEST_F(ApiTest, AllocationFailuresLeaveNoHarm) {
     failEachAllocation("load", [&] { return QBReportLoadFromFile(report, list.c_str()) != 0; });
     failEachAllocation("save", [&] { return QBReportSaveToFile(report, saved.c_str()) != 0; });
     EXPECT_EQ(read("saved.qbf"), read("list.qbf"));
-    const tagQBExportType types[] = {QBExportType_CSV, QBExportType_TXT, QBExportType_HTM, QBExportType_PDF};
+    write("everything.qbf", kEverything);
+    ASSERT_EQ(QBReportLoadFromFile(report, path("everything.qbf").c_str()), 1) << takeLog();
+    const tagQBExportType types[] = {QBExportType_CSV, QBExportType_TXT, QBExportType_HTM, QBExportType_PDF,
+                                     QBExportType_RTF, QBExportType_XLS, QBExportType_IMG};
     for (const tagQBExportType type : types) {
         const std::string expected = exported(report, type);
         failEachAllocation("export", [&] {
@@ -74,6 +99,11 @@ TEST_F(ApiTest, AllocationFailuresLeaveNoHarm) {
     tagQBExportOption* option = QBReportPrepareExport(report, QBExportType_XLS);
     QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
     failEachAllocation("export as XLSX", [&] { return QBReportExportToBinaryObject(report) != nullptr; });
+    option = QBReportPrepareExport(report, QBExportType_IMG);
+    QBE2IMGOptionSetImageType(QBExportOptionGetAsE2IMGOption(option), QBImageType_PNG);
+    QBExportOptionSetFileName(option, path("page.png").c_str());
+    failEachAllocation("export into PNG files", [&] { return QBReportExport(report, 0) != 0; });
+    EXPECT_TRUE(exists("page-2.png"));
 }
 
 }  // namespace

@@ -134,8 +134,8 @@ TEST(Raster, TextsStandWhereTheyWereLaidOut) {
     }
     ResolvedStyle style = handmade::style(u"SimHei", 40);
     style.padding = {};
-    const Rect clipped =
-        inked(decodePng(image(makePngWriter, {one(handmade::text({5'000, 2'000, 20'000, 4'000}, u"口", style))})));
+    const Rect clipped = inked(
+        decodePng(image(makePngWriter, {one(handmade::text({5'000, 2'000, 20'000, 4'000}, u"口", style))})));
     EXPECT_LE(clipped.bottom(), 60);
     EXPECT_GT(clipped.height, 0);
 }
@@ -257,7 +257,7 @@ TEST(Raster, PicturesAreDrawn) {
     const Pixels whole = decodePicture(*picture);
     const Pixels drawn =
         decodePng(image(makePngWriter, {one(handmade::other({10'000, 5'000, 20'000, 10'000},
-                                                      PictureItem{picture, {0, 0, 20'000, 10'000}}))}));
+                                                            PictureItem{picture, {0, 0, 20'000, 10'000}}))}));
     EXPECT_EQ(inked(drawn), (Rect{100, 50, 200, 100}));
     const auto mean = [](const Pixels& pixels, const Rect& area) {
         double sum = 0;
@@ -276,10 +276,11 @@ TEST(Raster, PicturesAreDrawn) {
         } catch (const EngineError&) {
             continue;
         }
-        EXPECT_EQ(decodePng(image(makePngWriter, {one(handmade::other({0, 0, 10'000, 10'000},
+        EXPECT_EQ(
+            decodePng(image(makePngWriter, {one(handmade::other({0, 0, 10'000, 10'000},
                                                                 PictureItem{cut, {0, 0, 10'000, 10'000}}))}))
-                      .width,
-                  400);
+                .width,
+            400);
     }
 }
 
