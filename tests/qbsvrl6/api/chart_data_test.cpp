@@ -76,7 +76,8 @@ TEST(ChartData, ReadsTheExamplesOfItsDescription) {
     text << std::ifstream(QBSVR_SOURCE_DIR "/docs/chart-data.md").rdbuf();
     const std::string document = text.str();
     std::string all;
-    for (std::size_t at = document.find("## A program"); (at = document.find("```xml\n", at)) != std::string::npos;) {
+    for (std::size_t at = document.find("## A program");
+         (at = document.find("```xml\n", at)) != std::string::npos;) {
         at += 7;
         const std::u16string example = toUtf16(document.substr(at, document.find("```", at) - at));
         ChartData data;

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -104,6 +106,19 @@ TEST_F(InDirectory, TellsWhyAFileCantBeReadOrWritten) {
     EXPECT_EQ(codeOf([&] { writeFile(directory_ + "file/below", "x"); }), ErrorCode::FileUnwritable);
     EXPECT_EQ(codeOf([&] { writeFile("/dev/full", "x"); }), ErrorCode::FileUnwritable);
     EXPECT_EQ(codeOf([&] { writeFile("", "x"); }), ErrorCode::FileUnwritable);
+    EXPECT_EQ(codeOf([&] { writeFile(directory_, "x"); }), ErrorCode::FileUnwritable);
+
+    // A disk that fills up in the middle: the file stays as it was.
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{1'000, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_EQ(codeOf([&] { writeFile(directory_ + "file", std::string(5'000, 'x')); }),
+              ErrorCode::FileUnwritable);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(contents(directory_ + "file"), "12345");
     EXPECT_EQ(fileCount(), 1u);
 }
 
