@@ -185,7 +185,7 @@ TEST(Uri, ComponentsAreEncoded) {
         {u"/?&=+%\u007F", u"%2F%3F%26%3D%2B%25%7F"},
         {u"\u00E4\u07FF\u0800", u"%C3%A4%DF%BF%E0%A0%80"},
         {u"中", u"%E4%B8%AD"},
-        {u"\U00010000\U0010FFFF", u"%F0%90%80%80%F4%8F%BF%BF"},
+        {u"\U00010000\U0001F600\U0010FFFF", u"%F0%90%80%80%F0%9F%98%80%F4%8F%BF%BF"},
         {u"\xDC00", nullptr},
         {u"a\xD83D", nullptr},
         {u"\xD83D"

@@ -95,7 +95,9 @@ TEST(MemoryStream, GrowsByItsRule) {
     EXPECT_THROW(stream.Write("x", INT_MAX), std::bad_alloc);
     EXPECT_EQ(TextOf(stream), large);
     stream.Reset();
-    stream.AppendTrailData('x', 100);
+    stream.Resize(100);
+    stream.Write(large.data(), 100);
+    EXPECT_EQ(stream.Capacity(), 100) << "there was room";
     stream.WriteC('y');
     EXPECT_EQ(stream.Capacity(), 612);  // by twice the 256 that a single byte asks for at least
     stream.AppendTrailData('x', 3'999'899);
@@ -208,6 +210,8 @@ TEST(BinDataPackage, RemembersItsPieces) {
     EXPECT_TRUE(package.PackageSizes().empty());
     package.Attach(nullptr, 7);
     EXPECT_EQ(package.PackageSizes(), (Sizes{0}));
+    package.AssignData("z", 1);
+    EXPECT_EQ(*static_cast<char*>(package.Data()), 'z');
 }
 
 }  // namespace
