@@ -106,6 +106,7 @@ void Pie::paint(const std::vector<Slice>& slices) {
 void keepLargest(std::vector<SliceLabel>& labels, std::size_t most) {
     if (labels.size() <= most) return;
     std::vector<double> values;
+    values.reserve(labels.size());
     for (const SliceLabel& label : labels) values.push_back(label.value);
     const auto cut = values.begin() + static_cast<std::ptrdiff_t>(most);
     std::nth_element(values.begin(), cut, values.end(), std::greater<>());
@@ -155,6 +156,7 @@ void Pie::paintLabels(std::vector<SliceLabel>& labels, int side) {
 void paintPie(ChartSketch& sketch, const ChartData& data) {
     const std::vector<Slice> slices = slicesOf(data);
     std::vector<std::u16string> labels;
+    labels.reserve(slices.size());
     for (const Slice& slice : slices) labels.push_back(slice.label);
     sketch.paintLegend(labels);
     Pie(sketch).paint(slices);

@@ -1,7 +1,6 @@
 #include <linebreak.h>
 
 #include <algorithm>
-#include <cmath>
 #include <mutex>
 #include <string>
 
@@ -21,6 +20,7 @@ std::size_t withoutBlanksAtEnd(std::u16string_view text, std::size_t first, std:
 Micrometres toWidth(float thousandths, double fontSize) {
     constexpr double kWidest = 2e9;
     const double width = static_cast<double>(thousandths) * fontSize * kMicrometresPerPoint / 1000.0;
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): lround costs a call for each piece of text
     return static_cast<Micrometres>(std::clamp(width, 0.0, kWidest) + 0.5);
 }
 

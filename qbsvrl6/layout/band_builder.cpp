@@ -135,7 +135,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
     view_.evaluateText(text.text, at, evaluated_);
     TextItem& item = std::get<TextItem>(piece.item.content);
     item.text = std::exchange(evaluated_.text, {});
-    item.value = std::move(evaluated_.cell);
+    item.value = evaluated_.cell;
     item.color = evaluated_.color;
     item.fontSize = piece.style->fontSize;
     if (text.link) {

@@ -29,9 +29,10 @@ private:
 };
 
 // The function of the library, named once.
-// NOLINTNEXTLINE(bugprone-macro-parentheses): a declaration has no place for them
+// NOLINTBEGIN(bugprone-macro-parentheses): a declaration has no place for them
 #define QBSVR_LAZY_FUNCTION(library, name) \
     decltype(::name)* name = (library).function<decltype(::name)>(#name)
+// NOLINTEND(bugprone-macro-parentheses)
 
 }  // namespace qbsvrl6
 

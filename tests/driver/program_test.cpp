@@ -250,7 +250,7 @@ TEST_F(Program, AbnormalEndsSayWhyAndLoseNoLine) {
         EXPECT_NE(run.errors.find(test.error), std::string::npos) << run.errors;
     }
     // No word at all: the default tree, which is rarely there.
-    if (!std::filesystem::exists("/usr/local/qbsvr6")) {
+    if (!std::filesystem::exists("/usr/local/qbsvr6/Samples/Data/ReportListJson.txt")) {
         const Finished run = RunProgram({});
         EXPECT_EQ(run.record, "QBInitConfig(\"/usr/local/qbsvr6\")\n");
         EXPECT_NE(run.errors.find("/usr/local/qbsvr6/Samples/Data/ReportListJson.txt"), std::string::npos)
