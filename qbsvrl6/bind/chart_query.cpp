@@ -1,7 +1,10 @@
 #include "qbsvrl6/bind/chart_query.h"
 
+#include <algorithm>
 #include <limits>
+#include <numeric>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "qbsvrl6/bind/name_list.h"
@@ -29,6 +32,35 @@ AggregateKind kindOf(ChartAggregate aggregate) {
     return AggregateKind::Sum;
 }
 
+// Where a category stands: numbers and dates ahead of texts, and these ahead of what has nothing.
+struct SortKey {
+    enum class Kind { Number, Text, Nothing } kind = Kind::Nothing;
+    double number = 0;
+    std::u16string text;
+
+    static SortKey of(const Value& value) {
+        SortKey key;
+        if (value.type == ValueType::Date) {
+            key = {Kind::Number, static_cast<double>(value.date), {}};
+        } else if (toNumber(value, key.number)) {
+            key.kind = Kind::Number;
+        } else if (!value.isNull() && !value.text.empty()) {
+            key = {Kind::Text, 0, std::u16string(value.text)};
+        }
+        return key;
+    }
+    bool operator<(const SortKey& other) const {
+        return std::tie(kind, number, text) < std::tie(other.kind, other.number, other.text);
+    }
+};
+
+template <class T>
+std::vector<T> inOrder(std::vector<T>&& items, const std::vector<std::size_t>& order) {
+    std::vector<T> ordered;
+    for (const std::size_t index : order) ordered.push_back(std::move(items[index]));
+    return ordered;
+}
+
 }  // namespace
 
 // The rows of one evaluation as they are taken in.
@@ -52,6 +84,7 @@ public:
             view_.evaluateText(query_.category_, position_, text_);
             category = categories_.indexOf(text_.text);
             checkValues();
+            if (query_.sort_) takeSortKey(category);
         }
         for (std::size_t i = 0; i < made_.size(); ++i) {
             Gathered& gathered = made(i);
@@ -78,6 +111,7 @@ public:
             }
         }
         data.categories = std::move(categories_).names();
+        if (query_.sort_) sort(data);
         return data;
     }
 
@@ -114,6 +148,21 @@ private:
         return made.gathered[index];
     }
 
+    void takeSortKey(std::size_t category) {
+        SortKey key = SortKey::of(view_.evaluate(*query_.sort_, position_));
+        if (category == sortKeys_.size()) sortKeys_.emplace_back();
+        if (key < sortKeys_[category]) sortKeys_[category] = std::move(key);
+    }
+
+    void sort(ChartData& data) const {
+        std::vector<std::size_t> order(data.categories.size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::stable_sort(order.begin(), order.end(),
+                         [this](std::size_t a, std::size_t b) { return sortKeys_[a] < sortKeys_[b]; });
+        data.categories = inOrder(std::move(data.categories), order);
+        for (ChartSeries& series : data.series) series.values = inOrder(std::move(series.values), order);
+    }
+
     // What is no number is left out, and nothing of it counts.
     void takeValue(Series& series, Gathered& gathered, std::size_t category) {
         if (gathered.values.size() <= category) gathered.values.resize(category + 1);
@@ -143,8 +192,9 @@ private:
     const std::u16string& name_;
     Position position_;
     NameList categories_;
-    std::vector<Made> made_;  // for each series of the template
-    std::size_t count_ = 0;   // of the chart's series
+    std::vector<SortKey> sortKeys_;  // a category each
+    std::vector<Made> made_;         // for each series of the template
+    std::size_t count_ = 0;          // of the chart's series
     std::size_t points_ = 0;
     EvaluatedText text_;
     TextArena arena_;
@@ -156,6 +206,7 @@ ChartQuery::ChartQuery(const ChartRows& rows, Binding& binding)
     const auto compiled = [&](const std::u16string& text) {
         return trimmed(text).empty() ? std::nullopt : std::optional(binding.compile(text));
     };
+    sort_ = compiled(rows.sort);
     for (const ChartRowSeries& series : rows.series) {
         series_.push_back({binding.compileText(series.label), kindOf(series.aggregate),
                            compiled(series.value), compiled(series.x), compiled(series.y),

@@ -31,6 +31,7 @@ private:
 
     std::optional<Expression> filter_;
     TextTemplate category_;
+    std::optional<Expression> sort_;
     std::vector<Series> series_;
 };
 

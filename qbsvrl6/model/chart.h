@@ -56,6 +56,7 @@ struct ChartRows {
     std::u16string table;     // name of another table of the data; empty: the rows of the chart's section
     std::u16string filter;    // an expression; rows where it isn't true are left out; empty: all rows
     std::u16string category;  // with placeholders: one category for each text that it shows
+    std::u16string sort;      // an expression; categories go by its smallest value; empty: as they come up
     std::vector<ChartRowSeries> series;
 };
 

@@ -168,6 +168,21 @@ void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
     }
 }
 
+template <class Element, class RowsLike>
+void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
+    element.attribute("table", rows.table, {}, TextCodec{});
+    element.attribute("filter", rows.filter, {}, ExpressionCodec{});
+    element.attribute("category", rows.category, {}, PlaceholderCodec{});
+    element.attribute("sort", rows.sort, {}, ExpressionCodec{});
+    const auto marked = [](const auto& child) { return child.hasAny(kRowSeriesMarks); };
+    element.listOf("Series", rows.series, marked,
+                   [=](auto& child, auto& series) { describeRowSeries(child, series, kind); });
+    const bool hasCategories = !rows.category.empty() || !rows.sort.empty();
+    element.refuse(rows.series.empty() && (hasCategories || !rows.table.empty() || !rows.filter.empty()),
+                   "a chart of rows has a <Series> with \"value\", or with \"x\" and \"y\"");
+    element.refuse(hasCategories && hasPoints(kind), "scatter lines and bubbles have no categories");
+}
+
 template <class Element, class DataLike>
 void describeChartData(Element& element, DataLike& data, bool isOfRows) {
     constexpr const char* kMixed = "the numbers of a chart are either all of rows or all in the template";
@@ -199,19 +214,9 @@ void describeChart(Element& element, ContentLike& chart) {
     element.attribute("showLegend", settings.showLegend, defaults.showLegend, SwitchCodec{});
     element.attribute("showValues", settings.showValues, defaults.showValues, SwitchCodec{});
     element.attribute("valueFormat", settings.valueFormat, {}, TextCodec{});
-    auto& rows = chart.rows;
-    element.attribute("table", rows.table, {}, TextCodec{});
-    element.attribute("filter", rows.filter, {}, ExpressionCodec{});
-    element.attribute("category", rows.category, {}, PlaceholderCodec{});
-    const auto marked = [](const auto& child) { return child.hasAny(kRowSeriesMarks); };
-    element.listOf("Series", rows.series, marked,
-                   [&](auto& child, auto& series) { describeRowSeries(child, series, settings.kind); });
-    element.refuse(
-        rows.series.empty() && !(rows.table.empty() && rows.filter.empty() && rows.category.empty()),
-        "a chart of rows has a <Series> with \"value\", or with \"x\" and \"y\"");
-    element.refuse(hasPoints(settings.kind) && !rows.category.empty(),
-                   "scatter lines and bubbles have no categories");
-    describeChartData(element, chart.data, !rows.series.empty());
+    // Numbers that a program has put in the place of the rows' are what is saved.
+    if (chart.data.empty()) describeChartRows(element, chart.rows, settings.kind);
+    describeChartData(element, chart.data, !chart.rows.series.empty());
 }
 
 template <class Element, class ContentLike>

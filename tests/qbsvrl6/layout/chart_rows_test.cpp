@@ -74,6 +74,10 @@ TEST(ChartRows, BecomeNumbers) {
          "value='No' aggregate='maximum'/><Series label='c' value='No' aggregate='count'/><Series label='r' "
          "aggregate='count'/></Chart>",
          {": A B; s 15 10; a 7.5 5; n 7 1; x 8 9; c 3 2; r 3 3"}},
+        {"<Chart category='[City][Kind]' sort='Day'><Series label='n' aggregate='count'/></Chart>",
+         {": Ax Bx Ay By; n 2 2 1 1"}},
+        {"<Chart category='[No]' sort='No'><Series label='n' value='Amount'/></Chart>",
+         {": 1 7 8 9 - ; n 0 1.5 2 4 0 -1"}},
         // An average of nothing is a gap.
         {"<Chart category='[Kind]'><Series label='[City]' value='If(Kind = \"x\", Amount, null)' "
          "aggregate='average'/></Chart>",

@@ -86,6 +86,18 @@ TEST(TemplateRoundTrip, ReadsValuesInTheirManyForms) {
     EXPECT_EQ(report.page.paper, (Size{215'900, 279'400}));
 }
 
+TEST(TemplateRoundTrip, SavesTheNumbersThatReplaceRows) {
+    ReportDefinition report = readTemplate(
+        R"(<Report version="1"><ReportHeader><Chart category="[a]" filter="b"><Series value="c"/></Chart>
+           </ReportHeader></Report>)",
+        "rows");
+    std::get<ChartContent>(allControls(report).at(0)->content).data.categories = {u"x"};
+    ReportDefinition saved = readTemplate(writeTemplate(report), "saved");
+    const auto& chart = std::get<ChartContent>(allControls(saved).at(0)->content);
+    EXPECT_EQ(chart.data.categories.size(), 1u);
+    EXPECT_TRUE(chart.rows.series.empty());
+}
+
 TEST(TemplateRoundTrip, ReadsOtherEncodings) {
     const std::string expected = contents(kEverything);
     const auto replaced = [](std::string text, const std::string& from, const std::string& to) {
