@@ -1,6 +1,6 @@
-// An engine for tests: a libqbsvrl6.so that renders nothing, writes down every call, answers as it is told, and
-// finds broken promises: a call ahead of QBInitConfig, after a report's release or on another thread than its
-// own, and a report that is never released.
+// An engine for tests: a libqbsvrl6.so that renders nothing, writes down every call, answers as it is told,
+// and finds broken promises: a call ahead of QBInitConfig, after a report's release or on another thread than
+// its own, and a report that is never released.
 //
 // A call reads `QBReportLoadFromFile(report1, "/x/a.qbf")`. Reports are numbered as they are created; what
 // hangs from a report bears its name in front: report1.grid, report1.control2, report1.sub1.
