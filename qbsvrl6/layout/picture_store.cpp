@@ -41,7 +41,9 @@ std::string shownSource(std::u16string_view source) {
 }
 
 bool isRemote(std::u16string_view source) {
-    return source.starts_with(u"http:") || source.starts_with(u"https:");
+    std::string scheme = toUtf8(source.substr(0, source.find(u':')).substr(0, 6));
+    for (char& c : scheme) c = static_cast<char>(c | 0x20);
+    return scheme == "http" || scheme == "https";
 }
 
 }  // namespace

@@ -137,6 +137,10 @@ private:
         const std::string_view bytes(reinterpret_cast<const char*>(packed_.data()), packed_.size());
         waiting_.push_back(
             {page_.width, page_.height, grey, std::string(compress(bytes)), std::move(pending_)});
+        waitingBytes_ += waiting_.back().compressed.size();
+        if (waitingBytes_ > limits::kDocumentBytes) {
+            throw EngineError(ErrorCode::LimitExceeded, "the pages of one image need more than 2 GB");
+        }
     }
 
     void restore(WaitingPage& page) {
@@ -215,6 +219,7 @@ private:
     std::unique_ptr<RasterCanvas> canvas_;
     std::vector<PendingItem> pending_;
     std::vector<WaitingPage> waiting_;
+    std::size_t waitingBytes_ = 0;
     int pageCount_ = 0;
     std::int64_t rows_ = 0;
 };
