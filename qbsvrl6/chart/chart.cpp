@@ -19,7 +19,6 @@ constexpr double kThin = ChartSketch::kThin;
 constexpr double kGap = ChartSketch::kGap;
 constexpr double kUnbounded = 1e9;
 constexpr double kPointRoom = 0.05;  // beyond the outermost points, of the range
-constexpr double kBubbleRoom = 0.1;
 constexpr double kValueRoom = 0.08;
 
 using Anchor = ChartSketch::Anchor;
@@ -60,12 +59,12 @@ private:
         return {range.low - extent * below, range.high + extent * above};
     }
 
-    // Points don't lie on the frame, yet values that are never negative get no axis that is. Bubbles are
-    // whole. Below bars that hang down is room for their values.
+    // Points don't lie on the frame, yet values that are never negative get no axis that is. Bubbles have
+    // room of their own. Below bars that hang down is room for their values.
     Range shownValues(const Range& range) const {
         switch (settings_.kind) {
             case ChartKind::Bubble:
-                return withRoom(range, kBubbleRoom, kBubbleRoom);
+                return range;
             case ChartKind::Bar:
                 return withRoom(range, settings_.showValues && range.low < 0 ? kValueRoom : 0, 0);
             default: {
@@ -105,7 +104,6 @@ private:
         }
         yRange = yRange.empty() ? Range{0, 1} : shownValues(yRange);
         if (xRange.empty()) xRange = {0, 1};
-        if (settings_.kind == ChartKind::Bubble) xRange = withRoom(xRange, kBubbleRoom, kBubbleRoom);
         const double labelHeight = ChartSketch::lineHeight(kLabelPoints);
         const int yTicks = std::clamp(static_cast<int>(plot_.height() / (labelHeight * 2.2)), 2, 8);
         yAxis_ = readableAxis(yRange, yTicks, settings_.kind == ChartKind::Bar);
@@ -201,8 +199,15 @@ private:
     static double placeOn(const Axis& axis, double value) {
         return std::clamp(axis.position(value), 0.0, 1.0);
     }
-    double yOf(double value) const { return plot_.bottom - placeOn(yAxis_, value) * plot_.height(); }
-    double xOf(double value) const { return plot_.left + placeOn(xAxis_, value) * plot_.width(); }
+    // Bubbles on the first or the last tick are whole.
+    double inset() const { return settings_.kind == ChartKind::Bubble ? largestRadius() : 0; }
+    double largestRadius() const { return std::min(plot_.width(), plot_.height()) * 0.12; }
+    double yOf(double value) const {
+        return plot_.bottom - inset() - placeOn(yAxis_, value) * (plot_.height() - 2 * inset());
+    }
+    double xOf(double value) const {
+        return plot_.left + inset() + placeOn(xAxis_, value) * (plot_.width() - 2 * inset());
+    }
 
     void paintValueAxis() {
         for (const double tick : yAxis_.ticks) {
@@ -366,7 +371,7 @@ private:
         }
         if (largest <= 0) return;
         sizeValueLabels(kUnbounded);
-        const double radius = std::min(plot_.width(), plot_.height()) * 0.12;
+        const double radius = largestRadius();
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             for (const auto& point : data_.series[s].points) {
                 if (!std::isfinite(point.x) || !std::isfinite(point.y) || !(point.size > 0)) continue;

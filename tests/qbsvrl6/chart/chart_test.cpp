@@ -223,6 +223,10 @@ TEST(Chart, KeepsPointsOffTheFrameAndNumbersApart) {
     }
     EXPECT_EQ(ones, 1u);
     EXPECT_FALSE(shows(rounded, u"-1"));
+    settings = {};
+    settings.kind = ChartKind::Bubble;
+    const ChartData bubbles{{}, {{u"s", {}, {{1, 1, 1}, {60, 40, 9}}}}};
+    EXPECT_FALSE(shows(drawChart(settings, bubbles, {90'000, 60'000}, u"SimSun"), u"-20"));
 }
 
 TEST(Drawing, MovesAsAWhole) {
