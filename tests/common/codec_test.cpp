@@ -188,9 +188,7 @@ TEST(Uri, ComponentsAreEncoded) {
         {u"\U00010000\U0001F600\U0010FFFF", u"%F0%90%80%80%F0%9F%98%80%F4%8F%BF%BF"},
         {u"\xDC00", nullptr},
         {u"a\xD83D", nullptr},
-        {u"\xD83D"
-         u"a",
-         nullptr},
+        {lkstr{0xD83D, u'a'}, nullptr},
         {u"\xD83D\xD83D\xDE00", nullptr},
         {u"", u""},
     };

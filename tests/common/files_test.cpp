@@ -41,6 +41,8 @@ protected:
     lkstr m_Root;
 };
 
+const str kMark8 = "\xEF\xBB\xBF", kMark16 = "\xFF\xFE";
+
 // The message of the exception that an action raises.
 str Raised(const std::function<void()>& action) {
     try {
@@ -220,21 +222,10 @@ TEST_F(Files, TextFilesKeepTheirEncoding) {
         lkstr text;
         int mode;
     } const cases[] = {
-        {"mark of 8 bits",
-         "\xEF\xBB\xBF"
-         "a中",
-         u"a中", TextEncodeUtf8Bom},
-        {"mark of 16 bits",
-         str("\xFF\xFE"
-             "a\0\x2D\x4E",
-             6),
-         u"a中", TextEncodeUtf16Bom},
+        {"mark of 8 bits", kMark8 + "a中", u"a中", TextEncodeUtf8Bom},
+        {"mark of 16 bits", kMark16 + str("a\0\x2D\x4E", 4), u"a中", TextEncodeUtf16Bom},
         {"no mark", "a中", u"a中", TextEncodeUtf8},
-        {"odd last byte",
-         str("\xFF\xFE"
-             "a\0b",
-             5),
-         u"a", TextEncodeUtf16Bom},
+        {"odd last byte", kMark16 + str("a\0b", 3), u"a", TextEncodeUtf16Bom},
         {"high byte first", str("\xFE\xFF\0a", 4), u"", TextEncodeMbs},
         {"another encoding", "\xD6\xD0", {0x0590}, TextEncodeMbs},
         {"cut off", "a\xE4\xB8", u"", TextEncodeUtf8},
@@ -276,21 +267,11 @@ TEST_F(Files, ReplacingTextNeverLosesWhatCannotBeRead) {
         str bytes, expected;
         const char* raised;
     } const cases[] = {
-        {"marked",
-         "\xEF\xBB\xBF"
-         "aXbX",
-         "\xEF\xBB\xBF"
-         "aYYbYY",
-         "nothing"},
+        {"marked", kMark8 + "aXbX", kMark8 + "aYYbYY", "nothing"},
         {"to nothing", "X", "YY", "nothing"},
         {"another encoding", "X\xD6\xD0\xFF", "X\xD6\xD0\xFF",
          "Occured function failed, hint text: UnicodeToMbs"},
-        {"marked but broken",
-         "\xEF\xBB\xBF"
-         "X\xFF",
-         "\xEF\xBB\xBF"
-         "X\xFF",
-         "nothing"},
+        {"marked but broken", kMark8 + "X\xFF", kMark8 + "X\xFF", "nothing"},
         {"cut off", "X\xE4", "X\xE4", "nothing"},
     };
     for (const Case& c : cases) {
