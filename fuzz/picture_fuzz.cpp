@@ -2,7 +2,6 @@
 // a PDF takes over of a PNG belongs to a file that can be decoded.
 #include <cstdint>
 #include <cstdlib>
-#include <string>
 
 #include "qbsvrl6/picture/picture.h"
 #include "qbsvrl6/picture/pixels.h"

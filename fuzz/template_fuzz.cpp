@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/template/template_io.h"

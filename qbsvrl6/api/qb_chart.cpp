@@ -1,6 +1,5 @@
 // Charts, filled by the handler of the data request.
 #include <algorithm>
-#include <string>
 
 #include "qbsvrl6/api/chart_data.h"
 #include "qbsvrl6/api/guard.h"

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <string>
 
 #include "format/date_time.h"
-#include "format/number_helpers.h"
 #include "qbsvrl6/bind/value_format.h"
 #include "qbsvrl6/support/utf.h"
 

@@ -6,7 +6,6 @@
 
 #include "qbsvrl6/bind/functions.h"
 #include "qbsvrl6/support/error.h"
-#include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
 

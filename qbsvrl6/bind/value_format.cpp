@@ -1,7 +1,6 @@
 #include "qbsvrl6/bind/value_format.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "format/date_time.h"

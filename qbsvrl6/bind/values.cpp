@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 
 #include "format/boolean_format.h"
 #include "format/date_time.h"

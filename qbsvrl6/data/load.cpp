@@ -1,6 +1,5 @@
 #include "qbsvrl6/data/load.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "qbsvrl6/data/readers.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <mutex>
-#include <string>
 
 #include "qbsvrl6/fonts/shaping.h"
 

@@ -3,7 +3,6 @@
 #include <hb.h>
 
 #include <algorithm>
-#include <array>
 #include <memory>
 #include <string>
 #include <unordered_map>

@@ -1,6 +1,5 @@
 #include "qbsvrl6/layout/layout.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "format/date_time.h"

@@ -11,7 +11,6 @@
 #include "qbsvrl6/sheet/css.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/text_stream.h"
-#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 

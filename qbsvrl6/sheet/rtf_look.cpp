@@ -11,7 +11,6 @@
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/sheet_value.h"
-#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 

@@ -2,7 +2,6 @@
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
-#include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/schema.h"
 #include "qbsvrl6/template/template_io.h"
 

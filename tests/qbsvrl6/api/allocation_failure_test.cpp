@@ -1,6 +1,5 @@
 // The n-th allocation of a call fails, for every n: the call gives its failure value or succeeds, nothing
 // leaks (the leak checker watches), and the report works afterwards.
-#include <atomic>
 #include <cstdlib>
 #include <new>
 

@@ -1,5 +1,4 @@
 #include <string>
-#include <vector>
 
 #include "tests/qbsvrl6/api/api_fixture.h"
 

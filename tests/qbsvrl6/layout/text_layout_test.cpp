@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "qbsvrl6/support/utf.h"
 #include "tests/qbsvrl6/layout/recording_sink.h"
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
-#include <functional>
 #include <sstream>
 
 #include "qbsvrl6/support/utf.h"

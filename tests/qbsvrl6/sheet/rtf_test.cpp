@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <vector>
 
 #include "qbsvrl6/sheet/page_frames.h"
 #include "qbsvrl6/support/utf.h"
