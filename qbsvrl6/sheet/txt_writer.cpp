@@ -180,8 +180,9 @@ private:
     void addCell(const Cell& cell, std::size_t row) {
         if (cell.item == nullptr) return;
         TextCell& added = block_.cells.emplace_back();
-        const int start = offsets_[static_cast<std::size_t>(cell.column)];
-        const int end = offsets_[static_cast<std::size_t>(cell.column + cell.columnSpan)];
+        const auto column = static_cast<std::size_t>(cell.column);
+        const int start = offsets_[column];
+        const int end = offsets_[column + static_cast<std::size_t>(cell.columnSpan)];
         added.offset = start + indentOf(*cell.item, end - start);
         // The last character is the gap to the next cell.
         added.width = end - added.offset - 1;
