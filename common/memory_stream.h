@@ -36,8 +36,9 @@ public:
     // end grows the size; the bytes between are undefined.
     int Seek(int offset, int origin);
 
-    int Resize(int capacity);  // cuts size and position when they exceed it
-    int ExpandBuffer(int n);   // grows by 50 KiB when empty, else by the capacity up to 1000 KiB or by 2 n
+    // Cuts size and position when they exceed it. 0 frees a live block and raises std::bad_alloc.
+    int Resize(int capacity);
+    int ExpandBuffer(int n);  // grows by 50 KiB when empty, else by the capacity up to 1000 KiB or by 2 n
 
     // Hands the block, cut to the size that n receives, to the caller, who frees it with memfree; the stream
     // is empty then. Raises std::bad_alloc when a live block has size 0.

@@ -20,7 +20,7 @@ lkstr ExtractFileName(const lkchar* path);  // loses the dot: "dir/report.txt" g
 bool IsExistExtFileName(const lkchar* path);
 
 bool IsFileExist(const lkchar* path);  // directories count
-int GetFileSize(const lkchar* path);   // -1 for a file that is missing or can't be read
+int GetFileSize(const lkchar* path);   // cut to 32 bits; -1 for a file that is missing or can't be read
 lkstr GetCurrentWorkPath();            // raises std::logic_error when the system can't tell it
 
 // True when the directory exists afterwards, whoever made it. OnNeed makes missing parents too.
