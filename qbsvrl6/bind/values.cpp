@@ -39,6 +39,12 @@ int digitsAt(std::u16string_view text, std::size_t index, std::size_t count) {
     return number;
 }
 
+// Of the month in any year: the 29th of February is left to the C library.
+int lastDay(int month) {
+    if (month == 2) return 28;
+    return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
+}
+
 // "2024-03-05", with "T14:07:09" or " 14:07:09" behind it or not: what data holds most, and the C library's
 // calendar takes twenty times as long for. Only what has no second reading.
 bool parseIsoDate(std::u16string_view text, std::int64_t& seconds) {
@@ -49,7 +55,7 @@ bool parseIsoDate(std::u16string_view text, std::int64_t& seconds) {
     const int year = digitsAt(text, 0, 4);
     const int month = digitsAt(text, 5, 2);
     const int day = digitsAt(text, 8, 2);
-    if (year < 100 || month < 1 || month > 12 || day < 1 || day > 28) return false;
+    if (year < 100 || month < 1 || month > 12 || day < 1 || day > lastDay(month)) return false;
     std::int64_t time = 0;
     if (text.size() > kDateLength) {
         const int hour = digitsAt(text, 11, 2);

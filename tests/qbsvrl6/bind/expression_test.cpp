@@ -175,7 +175,7 @@ TEST(Expression, ReadsDatesAsTheLibraryDoes) {
     for (const char16_t* const date :
          {u"2024-02-28", u"2024-02-29", u"2023-02-30", u"1999-12-31", u"9999-12-28", u"2024-03-05T23:59:59",
           u"2024-03-05 00:00:00", u"2024-13-05", u"2024-03-05 24:00:00", u"2024-03-05x00:00:00",
-          u"2024-07-15"}) {
+          u"2024-07-15", u"2024-01-31", u"2024-04-30", u"2023-04-31"}) {
         bool expected = false;
         const std::int64_t time = larkspur::ParseDateTime(date, expected).m_Time;
         std::int64_t seconds = 0;
