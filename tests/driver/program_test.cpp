@@ -25,21 +25,19 @@ protected:
 
     void SetList(const std::string& json) { WriteFile(setup / "Samples/Data/ReportListJson.txt", json); }
 
-    // Words SETUP and OUT stand for the two directories, in the results too.
-    Finished RunProgram(std::vector<std::string> words, const std::string& fail = "") {
-        for (std::string& word : words) {
-            Replace(word, "SETUP", setup.string());
-            Replace(word, "OUT", out.string());
-        }
+    // The words are a shell's. SETUP and OUT stand for the two directories, in the results too.
+    Finished RunProgram(std::string words, const std::string& fail = "") {
+        Replace(words, "SETUP", setup.string());
+        Replace(words, "OUT", out.string());
         const auto at = [this](const char* file) { return (scratch.path / file).string(); };
         std::filesystem::remove(at("record"));
         // Files, not terminals, take the lines: what an abnormal end leaves in them was flushed line by line.
-        std::string command =
+        const std::string command =
             "exec env -i LD_LIBRARY_PATH=" RECORDING_ENGINE_DIR " QBSVR_RECORDING_LOG=" + at("record") +
-            " QBSVR_RECORDING_FAIL='" + fail + "' " QBSVRTEST_PROGRAM;
-        for (const std::string& word : words) command += " '" + word + "'";
+            " QBSVR_RECORDING_FAIL='" + fail + "' " QBSVRTEST_PROGRAM " " + words + " >" + at("stdout") +
+            " 2>" + at("stderr");
         Finished run;
-        run.status = std::system((command + " >" + at("stdout") + " 2>" + at("stderr")).c_str());
+        run.status = std::system(command.c_str());
         run.output = Portable(ReadFile(at("stdout")));
         run.errors = Portable(ReadFile(at("stderr")));
         run.record = Portable(ReadFile(at("record")));
@@ -67,54 +65,44 @@ const std::string kModuleCalls = "QBGetModulePath()\nQBGetModuleVersion()\nQBGet
 const std::string kUsage = "usage: qbsvrtest -action setupPath outPath\n";
 const std::string kShortUsage = "usage: qbsvrtest -gen_short setupPath dir filename type\n";
 const std::string kFullUsage = "usage: qbsvrtest -gen_full path_file_qbf path_file_txt path_file_out type\n";
-const std::string kPaths = "\nReport Template File Path = SETUP/Samples/Reports/\nExport FilePath = OUT/\n\n";
+std::string Paths(const std::string& output) {
+    return "\nReport Template File Path = SETUP/Samples/Reports/\nExport FilePath = " + output + "\n\n";
+}
+const std::string kPaths = Paths("OUT/");
 const std::string kCreated = "Report object created successfully.\n";
+const std::string kCreateCalls = "QBReportCreate() = report1\nQBReportRelease(report1)\n";
 
 TEST_F(Program, Actions) {
     const struct {
-        std::vector<std::string> words;
+        std::string words;
         std::string output;
         std::string engineCalls;  // between QBInitConfig and the module's texts
         std::string enginePath = "SETUP";
         std::string fail = "";
     } kCases[] = {
-        {{"-v"}, "", "", "/usr/local/qbsvr6"},
-        {{"-v", "SETUP"}, "", ""},
-        {{"-v", "\"\"", "OUT", "more"}, "", "", "/usr/local/qbsvr6"},
-        {{"-v", "/\xE4"}, "", "", "/\xEF\xBF\xA4"},
-        {{"-create", "SETUP", "OUT"},
-         kCreated + kPaths,
-         "QBReportCreate() = report1\nQBReportRelease(report1)\n"},
-        {{"-create", "SETUP", "OUT"},
-         "Create report failed, please view log file to find reason.\n" + kPaths,
-         "QBReportCreate() = null\n",
-         "SETUP",
-         "QBReportCreate *"},
-        {{"-create", "SETUP/"},
-         kCreated + "\nReport Template File Path = SETUP/Samples/Reports/\n"
-                    "Export FilePath = /usr/local/qbsvr6/out/\n\n",
-         "QBReportCreate() = report1\nQBReportRelease(report1)\n",
-         "SETUP/"},
-        {{"-create", "SETUP", "\"\""},
-         kCreated + "\nReport Template File Path = SETUP/Samples/Reports/\n"
-                    "Export FilePath = /usr/local/qbsvr6/out/\n\n",
-         "QBReportCreate() = report1\nQBReportRelease(report1)\n"},
-        {{"-create", "SETUP", "OUT\\"},
-         kCreated + "\nReport Template File Path = SETUP/Samples/Reports/\nExport FilePath = OUT\\\n\n",
-         "QBReportCreate() = report1\nQBReportRelease(report1)\n"},
-        {{"", "SETUP", "OUT"}, kUsage + kPaths, ""},
-        {{"\"\"", "SETUP", "OUT"}, kUsage + kPaths, ""},
-        {{"-x", "SETUP", "OUT"}, kUsage + kPaths, ""},
-        {{"-A", "SETUP", "OUT", "more"}, kUsage + kPaths, ""},
-        {{"-gen_short", "SETUP", "dir"}, kShortUsage, ""},
-        {{"-gen_short", "SETUP", "", "n", "pdf"}, kShortUsage, ""},
-        {{"-gen_short", "SETUP", "dir", "", "pdf"}, kShortUsage, ""},
-        {{"-gen_short"}, kShortUsage, "", "/usr/local/qbsvr6"},
-        {{"-gen_full", "SETUP", "a.qbf", "b.txt"}, kFullUsage, ""},
-        {{"-gen_full", "SETUP", "", "b.txt", "c.pdf", "pdf"}, kFullUsage, ""},
+        {"-v", "", "", "/usr/local/qbsvr6"},
+        {"-v SETUP", "", ""},
+        {"-v '\"\"' OUT more", "", "", "/usr/local/qbsvr6"},
+        {"-v /\xE4", "", "", "/\xEF\xBF\xA4"},
+        {"-create SETUP OUT", kCreated + kPaths, kCreateCalls},
+        {"-create SETUP OUT", "Create report failed, please view log file to find reason.\n" + kPaths,
+         "QBReportCreate() = null\n", "SETUP", "QBReportCreate *"},
+        {"-create SETUP/", kCreated + Paths("/usr/local/qbsvr6/out/"), kCreateCalls, "SETUP/"},
+        {"-create SETUP '\"\"'", kCreated + Paths("/usr/local/qbsvr6/out/"), kCreateCalls},
+        {"-create SETUP 'OUT\\'", kCreated + Paths("OUT\\"), kCreateCalls},
+        {"'' SETUP OUT", kUsage + kPaths, ""},
+        {"'\"\"' SETUP OUT", kUsage + kPaths, ""},
+        {"-x SETUP OUT", kUsage + kPaths, ""},
+        {"-A SETUP OUT more", kUsage + kPaths, ""},
+        {"-gen_short SETUP dir", kShortUsage, ""},
+        {"-gen_short SETUP '' n pdf", kShortUsage, ""},
+        {"-gen_short SETUP dir '' pdf", kShortUsage, ""},
+        {"-gen_short", kShortUsage, "", "/usr/local/qbsvr6"},
+        {"-gen_full SETUP a.qbf b.txt", kFullUsage, ""},
+        {"-gen_full SETUP '' b.txt c.pdf pdf", kFullUsage, ""},
     };
     for (const auto& test : kCases) {
-        SCOPED_TRACE(testing::PrintToString(test.words));
+        SCOPED_TRACE(test.words);
         const Finished run = RunProgram(test.words, test.fail);
         EXPECT_EQ(run.status, 0) << run.errors;
         EXPECT_EQ(run.output, test.output + kModule);
@@ -127,7 +115,7 @@ TEST_F(Program, Batches) {
     for (const std::string action : {"-a", "-b", "-m", "-s"}) {
         SCOPED_TRACE(action);
         std::filesystem::remove_all(out);
-        const Finished run = RunProgram({action, "SETUP", "OUT"});
+        const Finished run = RunProgram(action + " SETUP OUT");
         EXPECT_EQ(run.status, 0) << run.errors;
         EXPECT_TRUE(run.output.ends_with(kPaths + kModule)) << run.output;
         EXPECT_EQ(run.record.find("VIOLATION"), std::string::npos) << run.record;
@@ -152,40 +140,32 @@ TEST_F(Program, OneReport) {
         "QBExportOptionGetExportType(report1.option1)\nQBExportOptionGetAsE2XLSOption(report1.option1)\n"
         "QBE2XLSOptionSetToXlsxFormat(report1.option1.xls, 1)\n";
     const struct {
-        std::vector<std::string> words;
+        std::string words;
         std::string output, calls, file;
         std::string fail = "";
     } kCases[] = {
-        {{"-gen_short", "SETUP", "OUT", "sales", "XLSX"},
-         kLine + "xlsx\n",
-         kLoads + kXlsx + kSaved,
-         "sales.xlsx"},
-        {{"-gen_short", "SETUP", "OUT/", "sales", "html"},
-         kLine + "pdf\n",
-         kLoads + "QBReportExportDirectToBinaryObject(report1, 5)\n" + kSaved,
-         "sales.pdf"},
-        {{"-gen_full", "SETUP", "OUT/sales.qbf", "OUT/none.txt", "OUT/新/x.bin", "xlsx"},
+        {"-gen_short SETUP OUT sales XLSX", kLine + "xlsx\n", kLoads + kXlsx + kSaved, "sales.xlsx"},
+        {"-gen_short SETUP OUT/ sales html", kLine + "pdf\n",
+         kLoads + "QBReportExportDirectToBinaryObject(report1, 5)\n" + kSaved, "sales.pdf"},
+        {"-gen_full SETUP OUT/sales.qbf OUT/none.txt OUT/新/x.bin xlsx",
          "模板：OUT/sales.qbf，数据: OUT/none.txt, 导出：OUT/新/x.bin\n",
-         kLoads.substr(0, kLoads.find("QBReportLoadData")) + kXlsx + kSaved,
-         "新/x.bin"},
-        {{"-gen_full", "SETUP", "OUT/sales.qbf", "OUT/sales.txt", "", "csv"},
+         kLoads.substr(0, kLoads.find("QBReportLoadData")) + kXlsx + kSaved, "新/x.bin"},
+        {"-gen_full SETUP OUT/sales.qbf OUT/sales.txt '' csv",
          "载入报表模板文件 OUT/sales.qbf 失败。\n载入报表数据文件 OUT/sales.txt "
          "失败。\n模板：OUT/sales.qbf，数据: OUT/sales.txt, 导出：\n",
-         kLoads + "QBReportExportDirectToBinaryObject(report1, 6)\n",
-         "",
+         kLoads + "QBReportExportDirectToBinaryObject(report1, 6)\n", "",
          "QBReportLoadFromFile * QBReportLoadDataFromURL * QBReportExportDirectToBinaryObject *"},
-        {{"-gen_full", "SETUP", "OUT/sales.qbf", "OUT/sales.txt", "OUT/x.xlsx", "xlsx"},
+        {"-gen_full SETUP OUT/sales.qbf OUT/sales.txt OUT/x.xlsx xlsx",
          "载入报表模板文件 OUT/sales.qbf 失败。\n载入报表数据文件 OUT/sales.txt 失败。\n"
          "模板：OUT/sales.qbf，数据: OUT/sales.txt, 导出：OUT/x.xlsx\n",
          "QBReportCreate() = null\nQBReportLoadFromFile(null, "
          "\"OUT/sales.qbf\")\nQBReportLoadDataFromURL(null, \"OUT/sales.txt\")\n"
          "QBAttachEventExportBegin(null)\nQBReportExportDirectToBinaryObject(null, "
          "1)\nQBReportRelease(null)\n",
-         "",
-         "QBReportCreate *"},
+         "", "QBReportCreate *"},
     };
     for (const auto& test : kCases) {
-        SCOPED_TRACE(testing::PrintToString(test.words));
+        SCOPED_TRACE(test.words);
         const Finished run = RunProgram(test.words, test.fail);
         EXPECT_EQ(run.status, 0) << run.errors;
         EXPECT_EQ(run.output, test.output + kModule);
@@ -202,45 +182,28 @@ TEST_F(Program, AbnormalEndsSayWhyAndLoseNoLine) {
     const std::string kTwo = R"([{"Items":[{"Name":"n"}]},{"Dir":"x"}])";
     const struct {
         std::string list;  // empty for none
-        std::vector<std::string> words;
+        std::string words;
         std::string output;  // all that may stand on standard output
         std::string lastCall;
         std::string error;
         std::string fail = "";
     } kCases[] = {
-        {"", {"-create", "SETUP", "OUT"}, "", "QBInitConfig(\"SETUP\")\n", "ReportListJson.txt"},
-        {"", {"-x", "SETUP", "OUT"}, "", "QBInitConfig(\"SETUP\")\n", "ReportListJson.txt"},
-        {"[] x", {"-create", "SETUP", "OUT"}, "", "QBInitConfig(\"SETUP\")\n", "数据尾部存在无法解析的数据"},
-        {kTwo,
-         {"-s", "SETUP", "OUT"},
-         "保存报表模板文件 OUT/auto/qbf/n.qbf 成功\n",
-         "QBReportSaveToFile(report1, \"OUT/auto/qbf/n.qbf\")\n",
-         "no \"Items\" array"},
-        {"[5]", {"-s", "SETUP", "OUT"}, "", "QBReportCreate() = report1\n", "a group is no object"},
-        {"[]",
-         {"-gen_short", "SETUP", "OUT", "n"},
-         "",
-         "QBInitConfig(\"SETUP\")\n",
+        {"", "-create SETUP OUT", "", "QBInitConfig(\"SETUP\")\n", "ReportListJson.txt"},
+        {"", "-x SETUP OUT", "", "QBInitConfig(\"SETUP\")\n", "ReportListJson.txt"},
+        {"[] x", "-create SETUP OUT", "", "QBInitConfig(\"SETUP\")\n", "数据尾部存在无法解析的数据"},
+        {kTwo, "-s SETUP OUT", "保存报表模板文件 OUT/auto/qbf/n.qbf 成功\n",
+         "QBReportSaveToFile(report1, \"OUT/auto/qbf/n.qbf\")\n", "no \"Items\" array"},
+        {"[5]", "-s SETUP OUT", "", "QBReportCreate() = report1\n", "a group is no object"},
+        {"[]", "-gen_short SETUP OUT n", "", "QBInitConfig(\"SETUP\")\n",
          "the word for the export type is missing"},
-        {"[]",
-         {"-gen_full", "SETUP", "a.qbf", "b.txt", "c.pdf"},
-         "",
-         "QBInitConfig(\"SETUP\")\n",
+        {"[]", "-gen_full SETUP a.qbf b.txt c.pdf", "", "QBInitConfig(\"SETUP\")\n",
          "the word for the export type is missing"},
-        {"[]",
-         {"-gen_full", "SETUP", "a.qbf", "b.txt", "OUT/file/c.pdf", "pdf"},
-         "",
-         "QBBinaryObjectGetDataBuf(report1.object1)\n",
-         "OUT/file/c.pdf"},
-        {"[]",
-         {"-v"},
-         "",
-         "QBGetModuleVersion()\n",
-         "QBGetModuleVersion gave no text",
-         "QBGetModuleVersion *"},
+        {"[]", "-gen_full SETUP a.qbf b.txt OUT/file/c.pdf pdf", "",
+         "QBBinaryObjectGetDataBuf(report1.object1)\n", "OUT/file/c.pdf"},
+        {"[]", "-v", "", "QBGetModuleVersion()\n", "QBGetModuleVersion gave no text", "QBGetModuleVersion *"},
     };
     for (const auto& test : kCases) {
-        SCOPED_TRACE(testing::PrintToString(test.words) + " " + test.list);
+        SCOPED_TRACE(test.words + " " + test.list);
         SetList(test.list);
         if (test.list.empty()) std::filesystem::remove(setup / "Samples/Data/ReportListJson.txt");
         const Finished run = RunProgram(test.words, test.fail);
@@ -251,14 +214,14 @@ TEST_F(Program, AbnormalEndsSayWhyAndLoseNoLine) {
     }
     // No word at all: the default tree, which is rarely there.
     if (!std::filesystem::exists("/usr/local/qbsvr6/Samples/Data/ReportListJson.txt")) {
-        const Finished run = RunProgram({});
+        const Finished run = RunProgram("");
         EXPECT_EQ(run.record, "QBInitConfig(\"/usr/local/qbsvr6\")\n");
         EXPECT_NE(run.errors.find("/usr/local/qbsvr6/Samples/Data/ReportListJson.txt"), std::string::npos)
             << run.errors;
     }
     // Sixteen threads that can't write end the process just so.
     SetList(R"([{"Items":[{"Name":"n"}]}])");
-    const Finished run = RunProgram({"-m", "SETUP", "OUT/file"});
+    const Finished run = RunProgram("-m SETUP OUT/file");
     EXPECT_TRUE(WIFSIGNALED(run.status)) << run.status;
     EXPECT_EQ(run.output.find("Module"), std::string::npos) << run.output;
 }
@@ -270,7 +233,7 @@ TEST_F(Program, EmptyLists) {
         SetList(list);
         std::string expected = "开始单线程成批生成报表...\n";
         for (int i = 0; i < 16; ++i) expected += "Batch Export finished, ReportCount=0.\n";
-        EXPECT_EQ(RunProgram({"-a", "SETUP", "OUT"}).output, expected + kPaths + kModule);
+        EXPECT_EQ(RunProgram("-a SETUP OUT").output, expected + kPaths + kModule);
     }
 }
 
