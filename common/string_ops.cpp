@@ -38,7 +38,7 @@ int CompareText(const lkchar* p, const Char* q) {
     if (q == nullptr) q = kEmpty;
     for (;; ++p, ++q) {
         const int difference = Difference<fold>(*p, Widen(*q));
-        if (difference != 0 || *p == 0 || *q == 0) return difference;
+        if (difference != 0 || *p == 0) return difference;
     }
 }
 

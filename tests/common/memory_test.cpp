@@ -162,6 +162,8 @@ TEST(MemoryStream, HandsItsBlockOverBothWays) {
     other.AttachData(block, n);
     EXPECT_EQ(TextOf(other), "abc");
     EXPECT_EQ(other.Position(), 3);
+    other.AttachData(memalloc(4), 0);
+    EXPECT_EQ(other.Capacity(), 0);
 
     stream.Resize(10);
     EXPECT_THROW(stream.Detach(n), std::bad_alloc);

@@ -103,7 +103,7 @@ TEST(JsonText, EscapesAndBack) {
     EXPECT_EQ(decode(u"a\\qb"), u"ab");
     EXPECT_EQ(decode(u"\\u0041"), u"0041");
     EXPECT_EQ(decode(u"a\\"), u"a");
-    EXPECT_EQ(JSON_Decode(u"abc", 0), u"");
+    EXPECT_EQ(JSON_Decode(u"abc", 0) + JSON_Decode(nullptr, 3), u"");
     EXPECT_EQ(JSON_Encode(nullptr), u"");
     EXPECT_TRUE(JSON_HasEscapeChar(u"net"));
     EXPECT_FALSE(JSON_HasEscapeChar(u"abc"));
