@@ -25,7 +25,9 @@ constexpr const char* kList = R"(<?xml version="1.0" encoding="UTF-8"?>
     <SubReport name="Inner" y="9mm" width="100mm" height="1mm">
       <Report>
         <ReportHeader height="5mm">
-          <Chart name="InnerChart" width="50mm" height="5mm"/>
+          <Chart name="InnerChart" width="50mm" height="5mm" category="[Name]">
+            <Series label="rows" value="Amount"/>
+          </Chart>
         </ReportHeader>
       </Report>
     </SubReport>

@@ -5,6 +5,7 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/template_io.h"
 #include "tests/qbsvrl6/layout/recording_sink.h"
 
 namespace qbsvrl6 {
@@ -144,6 +145,21 @@ TEST(ChartRows, AreThoseOfTheSection) {
     for (const auto& test : cases) {
         EXPECT_EQ(chartsOf(test.elements, kSales), test.expected) << test.name;
     }
+}
+
+TEST(ChartRows, GiveWayToTheNumbersOfAProgram) {
+    ReportDefinition report = readTemplate(
+        "<Report version='1'>" +
+            inHeader("<Chart category='[City]' title='t'><Series label='S' value='Amount'/></Chart>") +
+            "</Report>",
+        "test");
+    std::get<ChartContent>(allControls(report).at(0)->content).data = {{u"Q"}, {{u"P", {5}, {}}}};
+    ChartNotes source;
+    LayoutOptions options;
+    options.drawings = &source;
+    RecordingSink sink;
+    layOut(report, {}, options, sink);
+    EXPECT_EQ(source.notes, Notes{"t: Q; P 5"});
 }
 
 TEST(ChartRows, StayWithinTheirLimits) {
