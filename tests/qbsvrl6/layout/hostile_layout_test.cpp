@@ -115,6 +115,12 @@ TEST(HostileLayout, EndsSoundly) {
              r.reportHeaders.push_back(section(5'000, std::u16string(3'000, u'x'), {0, 0, 1'100, 5'000}));
          },
          ""},
+        {"a text longer than pages could show",
+         [](ReportDefinition& r) {
+             r.reportHeaders.push_back(
+                 section(5'000, std::u16string(17'000'000, u'x'), {0, 0, 50'000, 5'000}));
+         },
+         "limit"},
         {"no columns", [](ReportDefinition& r) { r.grid->columns.clear(); }, ""},
         {"columns without a width",
          [](ReportDefinition& r) {
