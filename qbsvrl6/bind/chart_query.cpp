@@ -57,6 +57,7 @@ struct SortKey {
 template <class T>
 std::vector<T> inOrder(std::vector<T>&& items, const std::vector<std::size_t>& order) {
     std::vector<T> ordered;
+    ordered.reserve(order.size());
     for (const std::size_t index : order) ordered.push_back(std::move(items[index]));
     return ordered;
 }
