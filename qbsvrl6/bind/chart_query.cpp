@@ -88,9 +88,7 @@ public:
             if (query_.sort_) takeSortKey(category);
         }
         for (std::size_t i = 0; i < made_.size(); ++i) {
-            Gathered& gathered = made(i);
-            query_.series_[i].x ? takePoint(query_.series_[i], gathered)
-                                : takeValue(query_.series_[i], gathered, category);
+            query_.series_[i].x ? takePoint(i) : takeValue(query_.series_[i], made(i), category);
         }
     }
 
@@ -178,14 +176,15 @@ private:
         state.add(series.aggregate, value, arena_);
     }
 
-    void takePoint(Series& series, Gathered& gathered) {
+    void takePoint(std::size_t index) {
+        Series& series = query_.series_[index];
         ChartPoint point;
         const auto read = [&](std::optional<Expression>& expression, double& number) {
             return !expression || toNumber(view_.evaluate(*expression, position_), number);
         };
         if (!read(series.x, point.x) || !read(series.y, point.y) || !read(series.size, point.size)) return;
         check(++points_, limits::kChartPoints, "points");
-        gathered.points.push_back(point);
+        made(index).points.push_back(point);
     }
 
     ChartQuery& query_;

@@ -91,8 +91,8 @@ TEST(ChartRows, BecomeNumbers) {
          {":; S"}},
         {"<Chart category='[City]'><Series value='Amount / Sum(Amount)' label='share'/></Chart>",
          {": A B; share 0.538462 0.461538"}},
-        {"<Chart kind='bubble'><Series label='[City]' x='No' y='Amount' size='1'/></Chart>",
-         {":; A (7,1.5,1) (8,2,1); B (9,4,1)"}},
+        {"<Chart kind='bubble'><Series label='[City][Mod(No, 2)]' x='No' y='Amount' size='1'/></Chart>",
+         {":; A1 (7,1.5,1); A0 (8,2,1); B1 (9,4,1)"}},
         {"<Chart kind='scatterLine'><Series x='No' y='Amount'/></Chart>", {":;  (7,1.5,0) (8,2,0) (9,4,0)"}},
         {"<Chart table='Costs' category='[Place]' filter='Cost &lt; 30'><Series value='Cost' "
          "label='[Year]'/></Chart>",
