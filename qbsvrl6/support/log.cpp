@@ -77,9 +77,15 @@ Log& theLog() {
     return *log;
 }
 
-// One event is one line, whatever file names and texts it quotes.
+// One event is one line that can be read, whatever file names and texts it quotes.
 std::string asOneLine(std::string_view message) {
+    constexpr std::size_t kLongest = 4'000;
     std::string line(message);
+    if (line.size() > kLongest) {
+        std::size_t end = kLongest;
+        while (end > 0 && (line[end] & 0xC0) == 0x80) --end;  // not within a character
+        line.replace(end, std::string::npos, "...");
+    }
     for (char& character : line) {
         if (static_cast<unsigned char>(character) < 0x20) character = ' ';
     }

@@ -141,6 +141,13 @@ TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
     }
     EXPECT_EQ(count, 16 * 50);
     EXPECT_EQ(withSubject, 8 * 50);
+
+    std::string endless = "x";
+    for (int i = 0; i < 10'000; ++i) endless += "中";
+    logError(endless);
+    const std::string all = contents(directory_ + "log/qbsvrl6.log");
+    const std::string last = all.substr(all.rfind('\n', all.size() - 2));
+    EXPECT_TRUE(last.size() < 5'000 && last.ends_with("中...\n")) << last;
 }
 
 TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
