@@ -37,7 +37,7 @@ PlainCharacter CharacterTable::lookUp(char16_t unit, hb_buffer_t* scratch) const
         character.member = static_cast<std::uint16_t>(i);
         if (ascii) {
             std::vector<Glyph> glyphs;  // a font may have another form of the character for the language
-            shapeRun(face, {&shown, 1}, 0, 1, scratch, glyphs);
+            shapeRun(face, {&shown, 1}, 0, 1, HB_DIRECTION_LTR, scratch, glyphs);
             if (glyphs.size() != 1 || glyphs[0].xOffset != 0 || glyphs[0].yOffset != 0) break;
             character.glyph = glyphs[0].id;
             character.advance = glyphs[0].advance;
@@ -61,7 +61,7 @@ PairEffect CharacterTable::measurePair(char16_t first, char16_t second, hb_buffe
     if (left.member != right.member) return effect;
     const char16_t text[] = {withoutControl(first), withoutControl(second)};
     std::vector<Glyph> glyphs;
-    shapeRun(*fonts_.members[left.member].face, {text, 2}, 0, 2, scratch, glyphs);
+    shapeRun(*fonts_.members[left.member].face, {text, 2}, 0, 2, HB_DIRECTION_LTR, scratch, glyphs);
     const bool same = glyphs.size() == 2 && glyphs[0].id == left.glyph && glyphs[1].id == right.glyph &&
                       glyphs[0].xOffset == 0 && glyphs[0].yOffset == 0 && glyphs[1].yOffset == 0;
     if (!same) {

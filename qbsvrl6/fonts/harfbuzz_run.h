@@ -2,19 +2,19 @@
 #ifndef QBSVR_QBSVRL6_FONTS_HARFBUZZ_RUN_H
 #define QBSVR_QBSVRL6_FONTS_HARFBUZZ_RUN_H
 
+#include <hb.h>
+
 #include <string_view>
 #include <vector>
 
 #include "qbsvrl6/fonts/shaping.h"
-
-struct hb_buffer_t;
 
 namespace qbsvrl6 {
 
 // Shapes the units [first, first + count) of a line in one face, with the rest of the line as context, and
 // appends the glyphs. `scratch` is a buffer of the thread. Control characters must have been replaced.
 void shapeRun(const FontFace& face, std::u16string_view line, std::size_t first, std::size_t count,
-              hb_buffer_t* scratch, std::vector<Glyph>& glyphs);
+              hb_direction_t direction, hb_buffer_t* scratch, std::vector<Glyph>& glyphs);
 
 }  // namespace qbsvrl6
 

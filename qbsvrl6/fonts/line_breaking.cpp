@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/fonts/shaping.h"
 
 namespace qbsvrl6 {
@@ -39,21 +40,43 @@ public:
     }
 
 private:
+    // A long paragraph is broken a part at a time, so that little besides its lines takes memory. The last
+    // line of a part may go on in the next one.
     void addParagraph(std::size_t first, std::size_t end) {
+        constexpr std::size_t kPart = 1u << 14;
+        paragraph_ = text_.substr(first, end - first);
+        while (width_ >= 1 && end - first > kPart) {
+            const std::size_t known = lines_.size();
+            addPart(first, first + kPart);
+            const bool several = lines_.size() > known + 1;
+            const std::size_t last = lines_.back().firstUnit;
+            lines_.pop_back();
+            if (!several) break;
+            first = last;
+        }
+        addPart(first, end);
+        lines_.back().endsParagraph = true;
+        direction_ = BaseDirection::FirstStrong;
+    }
+
+    void addPart(std::size_t first, std::size_t end) {
         ShapedTextPtr whole = shapeStretch(first, end);
         if (width_ < 1 || toWidth(whole->width, fontSize_) <= width_) {
             addLine(first, end, std::move(whole));
-        } else {
-            first_ = first;
-            findBreaks(end - first);
-            measure(end - first, *whole);
-            breakParagraph();
+            return;
         }
-        lines_.back().endsParagraph = true;
+        const bool undecided = direction_ == BaseDirection::FirstStrong;
+        if (undecided && mayRunRightToLeft(text_.substr(first, end - first))) {
+            direction_ = directionOf(paragraph_);
+        }
+        first_ = first;
+        findBreaks(end - first);
+        measure(end - first, *whole);
+        breakPart();
     }
 
     ShapedTextPtr shapeStretch(std::size_t first, std::size_t end) const {
-        return shape(fonts_, text_.substr(first, withoutBlanksAtEnd(text_, first, end) - first));
+        return shape(fonts_, text_.substr(first, withoutBlanksAtEnd(text_, first, end) - first), direction_);
     }
 
     void addLine(std::size_t first, std::size_t end, ShapedTextPtr shaped) {
@@ -84,7 +107,7 @@ private:
 
     bool startsCluster(std::size_t unit) const { return unit >= advances_.size() || advances_[unit] >= 0; }
 
-    void breakParagraph() {
+    void breakPart() {
         const float limit = static_cast<float>((width_ + 0.5) * 1000.0 / (fontSize_ * kMicrometresPerPoint));
         const std::size_t count = advances_.size();
         for (std::size_t start = 0; start < count;) {
@@ -119,9 +142,12 @@ private:
     Micrometres width_;
     std::vector<TextLine> lines_;
 
-    // The paragraph that is being broken: where it starts, what stands behind each of its units
-    // (libunibreak's marks), and what each unit adds to its line (a cluster's glyphs count at its first unit,
-    // the others are negative).
+    std::u16string_view paragraph_;
+    BaseDirection direction_ = BaseDirection::FirstStrong;  // of the paragraph, once it matters
+
+    // The part that is being broken: where it starts, what stands behind each of its units (libunibreak's
+    // marks), and what each unit adds to its line (a cluster's glyphs count at its first unit, the others are
+    // negative).
     std::size_t first_ = 0;
     std::vector<char> breaks_;
     std::vector<float> advances_;

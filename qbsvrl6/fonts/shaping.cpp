@@ -7,6 +7,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/fonts/character_table.h"
 #include "qbsvrl6/fonts/harfbuzz_run.h"
 #include "qbsvrl6/support/utf.h"
@@ -23,6 +24,7 @@ struct BufferDeleter {
 // more than this many different short texts are as fast to shape again as to find.
 struct CachedText {
     const FontSet* fonts = nullptr;
+    BaseDirection base = BaseDirection::FirstStrong;
     std::u16string text;
     ShapedTextPtr shaped;
 };
@@ -120,12 +122,8 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
 
 bool isControl(char16_t unit) { return unit < u' ' || unit == 0x7F; }
 
-bool isRightToLeft(char32_t c) {
-    return (c >= 0x590 && c <= 0x8FF) || (c >= 0xFB1D && c <= 0xFDFF) || (c >= 0xFE70 && c <= 0xFEFC) ||
-           (c >= 0x10800 && c <= 0x10FFF) || (c >= 0x1E800 && c <= 0x1EFFF);
-}
-
-// Blanks and punctuation take the direction, and marks and joiners the font, of what they follow.
+// Blanks and punctuation between words from right to left, and marks and joiners, take the font of what they
+// follow.
 bool isNeutral(char32_t c) { return c < U'0' || (c > U'9' && c < U'A') || (c >= 0x2000 && c <= 0x206F); }
 
 // Soft hyphens, byte order marks within texts and the like: no font need have them.
@@ -146,40 +144,45 @@ bool hasGlyph(const FontFace& face, char32_t character) {
 
 // Splits the line where font or direction change and has each part shaped.
 std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string_view text,
-                                            ShapingState& state) {
+                                            BaseDirection base, ShapingState& state) {
     state.cleaned.assign(text);
     for (char16_t& unit : state.cleaned) {
         if (isControl(unit)) unit = u' ';
     }
     const std::u16string_view line = state.cleaned;
+    std::vector<std::uint8_t> levels;  // empty: all from left to right
+    if (base == BaseDirection::RightToLeft || mayRunRightToLeft(line)) levels = embeddingLevels(line, base);
     auto shaped = std::make_shared<ShapedText>();
-    bool rightToLeft = false;
+    std::vector<std::uint8_t> levelsOfRuns;
     for (std::size_t i = 0; i < line.size();) {
         const std::size_t start = i;
         const char32_t character = nextCharacter(line, i);
-        const bool begins = shaped->runs.empty();
-        const bool neutral = isNeutral(character);
-        const bool turns = !neutral && !joinsBefore(character) && isRightToLeft(character) != rightToLeft;
+        const std::uint8_t level = levels.empty() ? std::uint8_t{0} : levels[start];
+        const bool begins = shaped->runs.empty() || level != levelsOfRuns.back();
         // Words from right to left have to stay in one run with the blanks between them.
         const bool stays =
-            !begins && (joinsBefore(character) ||
-                        (rightToLeft && neutral && hasGlyph(*shaped->runs.back().member.face, character)));
+            !begins && (joinsBefore(character) || (level % 2 == 1 && isNeutral(character) &&
+                                                   hasGlyph(*shaped->runs.back().member.face, character)));
         if (!stays) {
             const FontSet::Member& member = fonts.memberFor(character);
-            if (begins || turns || member.face != shaped->runs.back().member.face) {
+            if (begins || member.face != shaped->runs.back().member.face) {
                 GlyphRun& run = shaped->runs.emplace_back();
                 run.member = member;
                 run.firstUnit = static_cast<std::uint32_t>(start);
-                if (turns) rightToLeft = !rightToLeft;
+                levelsOfRuns.push_back(level);
             }
         }
         shaped->runs.back().unitCount += static_cast<std::uint32_t>(i - start);
     }
     double width = 0;
-    for (GlyphRun& run : shaped->runs) {
-        shapeRun(*run.member.face, line, run.firstUnit, run.unitCount, state.buffer.get(), run.glyphs);
+    for (std::size_t i = 0; i < shaped->runs.size(); ++i) {
+        GlyphRun& run = shaped->runs[i];
+        const hb_direction_t direction = levelsOfRuns[i] % 2 == 1 ? HB_DIRECTION_RTL : HB_DIRECTION_LTR;
+        shapeRun(*run.member.face, line, run.firstUnit, run.unitCount, direction, state.buffer.get(),
+                 run.glyphs);
         for (const Glyph& glyph : run.glyphs) width += glyph.advance;
     }
+    if (!levels.empty()) toVisualOrder(shaped->runs, std::move(levelsOfRuns));
     shaped->width = static_cast<float>(width);
     return shaped;
 }
@@ -204,13 +207,14 @@ bool sharesLatinRules(hb_script_t script) {
 }  // namespace
 
 void shapeRun(const FontFace& face, std::u16string_view line, std::size_t first, std::size_t count,
-              hb_buffer_t* scratch, std::vector<Glyph>& glyphs) {
+              hb_direction_t direction, hb_buffer_t* scratch, std::vector<Glyph>& glyphs) {
     // Chinese forms of the characters that Chinese and Japanese draw differently.
     static const hb_language_t language = hb_language_from_string("zh-hans", -1);
     hb_buffer_clear_contents(scratch);
     hb_buffer_add_utf16(scratch, reinterpret_cast<const std::uint16_t*>(line.data()),
                         static_cast<int>(line.size()), static_cast<unsigned>(first), static_cast<int>(count));
     hb_buffer_guess_segment_properties(scratch);
+    hb_buffer_set_direction(scratch, direction);
     hb_buffer_set_language(scratch, language);
     if (sharesLatinRules(hb_buffer_get_script(scratch))) hb_buffer_set_script(scratch, HB_SCRIPT_LATIN);
     hb_shape(face.font, scratch, nullptr, 0);
@@ -227,17 +231,21 @@ void shapeRun(const FontFace& face, std::u16string_view line, std::size_t first,
     }
 }
 
-ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text) {
+ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirection base) {
     ShapingState& state = shapingState();
     const auto shapeNow = [&]() -> ShapedTextPtr {
-        if (ShapedTextPtr plain = shapePlain(fonts, text, state)) return plain;
-        return shapeByHarfBuzz(fonts, text, state);
+        // A line of Latin words in a paragraph from right to left has its words the other way round.
+        if (base != BaseDirection::RightToLeft) {
+            if (ShapedTextPtr plain = shapePlain(fonts, text, state)) return plain;
+        }
+        return shapeByHarfBuzz(fonts, text, base, state);
     };
     if (text.size() > kCachedTextLength) return shapeNow();
     CachedText& slot = state.slot(fonts, text);
-    if (slot.fonts == &fonts && slot.text == text) return slot.shaped;
+    if (slot.fonts == &fonts && slot.base == base && slot.text == text) return slot.shaped;
     slot.shaped = shapeNow();
     slot.fonts = &fonts;
+    slot.base = base;
     slot.text.assign(text);
     return slot.shaped;
 }

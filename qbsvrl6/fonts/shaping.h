@@ -35,10 +35,13 @@ struct ShapedText {
 
 using ShapedTextPtr = std::shared_ptr<const ShapedText>;
 
-// Shapes one line of text; control characters show as blanks. Stretches written from right to left come out
-// in the order in which they are drawn, but stay where the text has them. Results come from a bounded cache
-// of the calling thread.
-ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text);
+// The way in which a paragraph runs as a whole.
+enum class BaseDirection { FirstStrong, LeftToRight, RightToLeft };
+
+// Shapes one line of text; control characters show as blanks. Runs and their glyphs come in the order in
+// which they are drawn, from left to right. Results come from a bounded cache of the calling thread.
+ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text,
+                    BaseDirection base = BaseDirection::FirstStrong);
 
 // The width that shape() gives, without making glyphs.
 float widthOf(const FontSet& fonts, std::u16string_view text);

@@ -58,6 +58,13 @@ TEST(LineBreaking, LinesBreakWhereUnicodeAllows) {
     for (const Case& c : cases) EXPECT_EQ(broken(c.text, c.ems), c.expected) << c.name;
 }
 
+TEST(LineBreaking, LongParagraphsBreakAsShortOnes) {
+    const std::vector<std::u16string> lines = broken(std::u16string(40'000, u'字') + u"。", 7);
+    ASSERT_EQ(lines.size(), 5'715u);
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i) ASSERT_EQ(lines[i], std::u16string(7, u'字')) << i;
+    EXPECT_EQ(lines.back(), u"字字。|");
+}
+
 TEST(LineBreaking, WidthFollowsTheFontSize) {
     const FontSet& fonts = resolveFont(u"SimSun", false, false);
     EXPECT_EQ(breakLines(fonts, kSize, u"一二", 0).front().width, std::lround(2 * kEm));

@@ -97,7 +97,7 @@ TEST(Shaping, RunsFollowFontsAndDirections) {
         {u"SimSun", u"中\U00020000文", {0}},
         {u"SimSun", u"中\uFEFF文\u00ADx", {0}},              // what isn't seen needs no font
         {u"Arial", u"a\u0301\u4E2D\u0301", {0, 2}},          // marks stay with their base
-        {u"Arial", u"ab \u0627\u0628 \u0629 x", {0, 3, 8}},  // Arabic words in one run with their blank
+        {u"Arial", u"ab \u0627\u0628 \u0629 x", {0, 3, 7}},  // Arabic words in one run with their blank
     };
     for (const Case& c : cases) {
         const ShapedTextPtr shaped = shape(resolveFont(c.family, false, false), c.text);
@@ -105,9 +105,42 @@ TEST(Shaping, RunsFollowFontsAndDirections) {
         for (const GlyphRun& run : shaped->runs) starts.push_back(run.firstUnit);
         EXPECT_EQ(starts, c.runStarts) << toUtf8(c.text);
     }
-    // Drawn from right to left: the first glyph is the last character.
-    const ShapedTextPtr arabic = shape(resolveFont(u"DejaVu Sans", false, false), u"\u0627\u0628\u0629");
-    EXPECT_EQ(arabic->runs.front().glyphs.front().cluster, 2u);
+}
+
+TEST(Shaping, DrawsTextThatRunsBothWays) {
+    // Capital letters stand for Hebrew ones; shown from left to right as drawn.
+    struct Case {
+        const char* text;
+        BaseDirection base;
+        const char* drawn;
+    };
+    const Case cases[] = {
+        {"ABC", BaseDirection::FirstStrong, "CBA"},
+        {"abc DEF ghi", BaseDirection::FirstStrong, "abc FED ghi"},
+        {"DEF abc GHI", BaseDirection::FirstStrong, "IHG abc FED"},
+        {"DEF abc GHI", BaseDirection::LeftToRight, "FED abc IHG"},
+        {"AB 12 CD", BaseDirection::FirstStrong, "DC 12 BA"},
+        {"ab (CD) ef", BaseDirection::FirstStrong, "ab (DC) ef"},
+        {"12.5 abc", BaseDirection::RightToLeft, "abc 12.5"},
+        {"abc", BaseDirection::RightToLeft, "abc"},
+        {"AB, cd!", BaseDirection::FirstStrong, "!cd ,BA"},
+    };
+    const FontSet& fonts = resolveFont(u"DejaVu Sans", false, false);
+    for (const Case& c : cases) {
+        std::u16string text;
+        for (const char unit : std::string_view(c.text)) {
+            const bool capital = unit >= 'A' && unit <= 'Z';
+            text += static_cast<char16_t>(capital ? 0x5D0 + (unit - 'A') : unit);
+        }
+        std::string drawn;
+        for (const GlyphRun& run : shape(fonts, text, c.base)->runs) {
+            for (const Glyph& glyph : run.glyphs) drawn += c.text[glyph.cluster];
+        }
+        // Brackets change their shape, not their place.
+        EXPECT_EQ(drawn, c.drawn) << c.text;
+    }
+    const std::uint32_t open = shape(fonts, u"(")->runs[0].glyphs[0].id;
+    EXPECT_EQ(shape(fonts, u"\u05D0)")->runs[0].glyphs[0].id, open) << "as its mirror image";
 }
 
 TEST(Shaping, OddTextStaysDefined) {
