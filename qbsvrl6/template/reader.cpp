@@ -5,6 +5,7 @@
 #include <span>
 #include <unordered_set>
 
+#include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/source_text.h"
 #include "qbsvrl6/support/utf.h"
@@ -22,9 +23,18 @@ struct Reference {
     std::size_t offset;
 };
 
+// An expression or a text with placeholders that has to be right together with the rest of its report.
+struct NotedExpression {
+    std::string attribute;
+    std::u16string text;
+    bool hasPlaceholders;
+    std::size_t offset;
+};
+
 struct Reading {
     const SourceText& source;
     std::vector<Reference> references;
+    std::vector<NotedExpression> expressions;
     int reportDepth = 0;
 };
 
@@ -170,10 +180,19 @@ public:
     }
 
     void bytes(const char* name, std::string& value);
+    // Children that would be known elsewhere.
+    void refuseChildren(std::initializer_list<const char*> names, const char* why) const {
+        for (const char* const name : names) {
+            if (const pugi::xml_node found = node_.child(name)) {
+                ReadElement(reading_, found).fail(tag(name) + " has no place in a sub-report: " + why);
+            }
+        }
+    }
     void controls(ControlList& list);
     void cell(const char* name, Control& control);
     void nestedReport(const char* name, std::unique_ptr<Report>& report);
     void checkReferences(const ReportDefinition& report);
+    void checkExpressions(const ReportDefinition& report);
 
     // Refuses attributes, elements and text that nobody asked for.
     void finish();
@@ -205,7 +224,13 @@ private:
     template <class Codec>
     auto decode(pugi::xml_attribute found, const Codec& codec) const {
         try {
-            return codec.read(found.value());
+            auto value = codec.read(found.value());
+            constexpr bool hasPlaceholders = std::is_same_v<Codec, PlaceholderCodec>;
+            if constexpr (hasPlaceholders || std::is_same_v<Codec, ExpressionCodec>) {
+                const std::size_t offset = offsetOfAttribute(reading_.source.text(), node_, found.name());
+                reading_.expressions.push_back({found.name(), value, hasPlaceholders, offset});
+            }
+            return value;
         } catch (const ValueFault& fault) {
             failAt(found.name(),
                    std::string(found.name()) + "=" + quoted(found.value()) + ": " + fault.what());
@@ -326,9 +351,12 @@ void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report
                          ErrorCode::LimitExceeded);
         }
         std::vector<Reference> outer;
+        std::vector<NotedExpression> outerExpressions;
         outer.swap(reading_.references);
-        describeReport(element, report->definition);
+        outerExpressions.swap(reading_.expressions);
+        describeReport(element, report->definition, ReportPlace::SubReport);
         outer.swap(reading_.references);
+        outerExpressions.swap(reading_.expressions);
         --reading_.reportDepth;
     });
 }
@@ -347,6 +375,39 @@ void ReadElement::checkReferences(const ReportDefinition& report) {
                              std::string("no ") + (toStyle ? "style" : "column") + " is named " +
                                  quoted(toUtf8(reference.name)),
                              reference.offset);
+    }
+    checkExpressions(report);
+}
+
+// Binds them all to the report without its data: aggregates over groups that there aren't, and calculated
+// fields that need themselves, show then.
+void ReadElement::checkExpressions(const ReportDefinition& report) {
+    ReportDefinition names;
+    names.fields = report.fields;
+    names.grid = std::make_unique<DetailGrid>();
+    if (report.grid) {
+        for (const auto& group : report.grid->groups) {
+            names.grid->groups.push_back(std::make_unique<Group>());
+            names.grid->groups.back()->name = group->name;
+            names.grid->groups.back()->by = u"null";
+        }
+    }
+    const Table noRows{u""};
+    Binding binding(names, {nullptr, &noRows, nullptr}, {});
+    for (const NotedExpression& noted : reading_.expressions) {
+        if (trimmed(noted.text).empty()) continue;
+        try {
+            if (noted.hasPlaceholders) {
+                binding.compileText(noted.text);
+            } else {
+                binding.compile(noted.text);
+            }
+        } catch (const EngineError& error) {
+            reading_.source.fail(
+                error.code() == ErrorCode::BadExpression ? ErrorCode::BadTemplate : error.code(),
+                noted.attribute + "=" + quoted(toUtf8(noted.text)) + ": " + expressionFault(error),
+                noted.offset);
+        }
     }
 }
 
@@ -439,14 +500,14 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
-    Reading reading{source, {}, 0};
+    Reading reading{source, {}, {}, 0};
     ReadElement element(reading, root);
     if (std::strcmp(root.name(), "Report") != 0) {
         element.fail("the root element is " + tag(root.name()) + ", not <Report>");
     }
     element.readVersion();
     ReportDefinition definition;
-    describeReport(element, definition);
+    describeReport(element, definition, ReportPlace::Root);
     element.finish();
     return definition;
 }

@@ -71,8 +71,11 @@ inline constexpr LengthCodec kPosition{-limits::kPaperMicrometres, limits::kPape
 inline constexpr NumberCodec kAnyNumber{-std::numeric_limits<double>::max(),
                                         std::numeric_limits<double>::max()};
 
+// Pages are those of the outermost report.
+enum class ReportPlace { Root, SubReport };
+
 template <class Element, class ReportLike>
-void describeReport(Element& element, ReportLike& report);
+void describeReport(Element& element, ReportLike& report, ReportPlace place);
 
 template <class Element, class StyleLike>
 void describeStyle(Element& element, StyleLike& style) {
@@ -336,19 +339,42 @@ void describePage(Element& element, PageLike& page) {
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
 }
 
+// What stands behind the bands of each page, and where it is printed.
 template <class Element, class ReportLike>
-void describeReport(Element& element, ReportLike& report) {
+void describePaper(Element& element, ReportLike& report) {
+    static const ReportDefinition defaults;
+    element.child("Background", [&](auto& background) {
+        background.attribute("picture", report.backgroundPicture, {}, TextCodec{});
+    });
+    element.child("Watermark", [&](auto& watermark) {
+        watermark.attribute("text", report.watermark.text, {}, TextCodec{});
+        watermark.attribute("color", report.watermark.color, defaults.watermark.color, ColorCodec{});
+        watermark.attribute("fontSize", report.watermark.fontSize, defaults.watermark.fontSize,
+                            FontSizeCodec{});
+    });
+    element.child("Printer",
+                  [&](auto& printer) { printer.attribute("name", report.printer.name, {}, TextCodec{}); });
+}
+
+template <class Element, class ReportLike>
+void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     static const ReportDefinition defaults;
     constexpr std::size_t kNoLimit = limits::kTemplateElements;
-    element.attribute("imageResolution", report.imageResolution, defaults.imageResolution,
-                      NumberCodec{10, 2400});
+    const bool hasPages = place == ReportPlace::Root;
+    if (hasPages) {
+        element.attribute("imageResolution", report.imageResolution, defaults.imageResolution,
+                          NumberCodec{10, 2400});
+    } else {
+        element.refuseChildren({"Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
+                               "pages are those of the outermost report");
+    }
     element.child("Info", [&](auto& info) {
         info.attribute("title", report.info.title, {}, TextCodec{});
         info.attribute("author", report.info.author, {}, TextCodec{});
         info.attribute("subject", report.info.subject, {}, TextCodec{});
         info.attribute("keywords", report.info.keywords, {}, TextCodec{});
     });
-    element.child("Page", [&](auto& page) { describePage(page, report.page); });
+    if (hasPages) element.child("Page", [&](auto& page) { describePage(page, report.page); });
     element.child("DefaultStyle", [&](auto& style) { describeStyle(style, report.font); });
     element.child("Styles", [&](auto& styles) {
         styles.namedList("Style", report.styles, kNoLimit, [](auto& child, auto& style) {
@@ -372,22 +398,12 @@ void describeReport(Element& element, ReportLike& report) {
         });
     });
     element.child("Data", [&](auto& data) { describeDataSource(data, report.data); });
-    element.child("Background", [&](auto& background) {
-        background.attribute("picture", report.backgroundPicture, {}, TextCodec{});
-    });
-    element.child("Watermark", [&](auto& watermark) {
-        watermark.attribute("text", report.watermark.text, {}, TextCodec{});
-        watermark.attribute("color", report.watermark.color, defaults.watermark.color, ColorCodec{});
-        watermark.attribute("fontSize", report.watermark.fontSize, defaults.watermark.fontSize,
-                            FontSizeCodec{});
-    });
-    element.child("Printer",
-                  [&](auto& printer) { printer.attribute("name", report.printer.name, {}, TextCodec{}); });
-    element.pointer("PageHeader", report.pageHeader, kSection);
+    if (hasPages) describePaper(element, report);
+    if (hasPages) element.pointer("PageHeader", report.pageHeader, kSection);
     element.list("ReportHeader", report.reportHeaders, kSection);
     element.pointer("Grid", report.grid, [](auto& grid, auto& value) { describeGrid(grid, value); });
     element.list("ReportFooter", report.reportFooters, kSection);
-    element.pointer("PageFooter", report.pageFooter, kSection);
+    if (hasPages) element.pointer("PageFooter", report.pageFooter, kSection);
     element.checkReferences(report);
 }
 

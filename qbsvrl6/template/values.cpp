@@ -9,7 +9,6 @@
 #include "common/base64.h"
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/bind/values.h"
-#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -20,18 +19,12 @@ constexpr std::string_view kLengthForm = "a length with its unit, like \"12.5mm\
 constexpr std::string_view kColorForm = "a colour like \"#336699\"";
 constexpr std::string_view kNumberForm = "a number like \"1.5\"";
 
-// The message of a fault ends in "column 4: what is wrong". The text ahead of that is told by the reader, and
-// the column may count in one placeholder of the text.
 template <class Parse>
 void checkGrammar(const Parse& parse) {
     try {
         parse();
     } catch (const EngineError& error) {
-        const std::string_view message = error.what();
-        const std::size_t column = std::min(message.rfind("column "), message.size());
-        const std::size_t colon = std::min(message.find(": ", column), message.size());
-        throw ValueFault("column " + std::to_string(error.place().column) +
-                         std::string(message.substr(colon)));
+        throw ValueFault(expressionFault(error));
     }
 }
 
@@ -88,6 +81,16 @@ std::vector<std::string_view> split(std::string_view text) {
 }
 
 }  // namespace
+
+// The message of a fault with a place ends in "column 4: what is wrong". The text ahead of that is told by
+// the reader, and the column may count in one placeholder of the text.
+std::string expressionFault(const EngineError& error) {
+    const std::string_view message = error.what();
+    if (error.place().column == 0) return std::string(message);
+    const std::size_t column = std::min(message.rfind("column "), message.size());
+    const std::size_t colon = std::min(message.find(": ", column), message.size());
+    return "column " + std::to_string(error.place().column) + std::string(message.substr(colon));
+}
 
 std::u16string TextCodec::read(std::string_view text) const { return toUtf16(text); }
 std::string TextCodec::write(const std::u16string& value) const { return toUtf8(value); }

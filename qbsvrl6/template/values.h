@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "qbsvrl6/model/style.h"
+#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/units.h"
 
@@ -35,6 +36,9 @@ struct TextCodec {
 
 // An expression, and a text with placeholders: checked for faults of their grammar, kept as they are written.
 // Names and scopes are looked up when the report is exported.
+// What is wrong with an expression, without the expression.
+std::string expressionFault(const EngineError& error);
+
 struct ExpressionCodec {
     bool mayBeBlank = true;  // which is as if it weren't there
 

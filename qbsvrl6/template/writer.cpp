@@ -153,6 +153,7 @@ public:
     void cell(const char* name, const Control& control);
     void nestedReport(const char* name, const std::unique_ptr<Report>& report);
     void checkReferences(const ReportDefinition&) {}
+    void refuseChildren(std::initializer_list<const char*>, const char*) {}
 
     void end();
 
@@ -266,7 +267,7 @@ void WriteElement::nestedReport(const char* name, const std::unique_ptr<Report>&
             throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +
                                                             std::to_string(limits::kSubReportDepth));
         }
-        describeReport(element, report->definition);
+        describeReport(element, report->definition, ReportPlace::SubReport);
     });
 }
 
@@ -276,7 +277,7 @@ std::string writeTemplate(const ReportDefinition& definition) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     WriteElement root(text, 0, "Report", 0);
     root.required("version", kTemplateVersion, IntegerCodec{0, kTemplateVersion});
-    describeReport(root, definition);
+    describeReport(root, definition, ReportPlace::Root);
     root.end();
     return text;
 }
