@@ -7,29 +7,13 @@
 #include "qbsvrl6/layout/report_walk.h"
 #include "qbsvrl6/layout/section_arrangement.h"
 #include "qbsvrl6/layout/text_layout.h"
+#include "qbsvrl6/layout/whole_items.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
 bool isBlank(const std::u16string& text) { return trimmed(text).empty(); }
-
-// Whether an item without a text shows at all.
-bool hasLook(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
-
-// The box without its paddings, counted from its own corner. Paddings that would leave nothing are left out.
-Rect insidePaddings(Size box, const Edges& padding) {
-    Rect inner{0, 0, box.width, box.height};
-    if (padding.left + padding.right < box.width) {
-        inner.x = padding.left;
-        inner.width -= padding.left + padding.right;
-    }
-    if (padding.top + padding.bottom < box.height) {
-        inner.y = padding.top;
-        inner.height -= padding.top + padding.bottom;
-    }
-    return inner;
-}
 
 }  // namespace
 
@@ -162,16 +146,17 @@ void BandBuilder::makePicture(PlannedPicture& picture, const Position& position,
         view_.evaluateText(picture.source, position, evaluated_);
         item.picture = context_.pictures.find(evaluated_.text, instance_.plan.report->directory);
     }
+    item.fit = picture.content->fit;
     piece.item.content = std::move(item);
 }
 
 void BandBuilder::makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece) {
     view_.evaluateText(barcode.text, position, evaluated_);
-    piece.item.content = DrawingItem{nullptr, evaluated_.text};
+    piece.item.content = DrawingItem{nullptr, evaluated_.text, piece.control->control, nullptr};
 }
 
 void BandBuilder::makeChart(PlannedChart& chart, const Position& position, Piece& piece) {
-    auto shown = std::make_unique<ShownChart>();
+    auto shown = std::make_shared<ShownChart>();
     shown->settings = chart.content->settings;
     const auto evaluate = [&](TextTemplate& text, std::u16string& result) {
         view_.evaluateText(text, position, evaluated_);
@@ -180,10 +165,12 @@ void BandBuilder::makeChart(PlannedChart& chart, const Position& position, Piece
     evaluate(chart.title, shown->settings.title);
     evaluate(chart.xTitle, shown->settings.xTitle);
     evaluate(chart.yTitle, shown->settings.yTitle);
-    piece.item.content = DrawingItem{nullptr, shown->settings.title};
-    if (context_.options.drawings == nullptr) return;
-    shown->data = numbersOf(chart, position, piece.control->control->name);
-    piece.chart = std::move(shown);
+    DrawingItem item{nullptr, shown->settings.title, piece.control->control, nullptr};
+    if (context_.options.drawings != nullptr) {
+        shown->data = numbersOf(chart, position, piece.control->control->name);
+        item.chart = std::move(shown);
+    }
+    piece.item.content = std::move(item);
 }
 
 std::shared_ptr<const ChartData> BandBuilder::numbersOf(PlannedChart& chart, const Position& position,
@@ -283,16 +270,15 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
         Item& item = piece.item;
         const Size size{item.box.width, item.box.height};
         if (auto* const text = std::get_if<TextItem>(&item.content)) {
-            if (context_.options.measureText) placeText(*text, *piece.style, size);
+            if (context_.options.measureText) {
+                const bool otherHeight = size.height != piece.control->box.height;
+                if (otherHeight && isTurned(*piece.style)) breakText(*text, *piece.style, size);
+                placeText(*text, *piece.style, size);
+            }
             const bool shows = item.column >= 0 || piece.late || !text->text.empty() || hasLook(*item.style);
             if (!shows) continue;
-        } else if (auto* const picture = std::get_if<PictureItem>(&item.content)) {
-            const auto& planned = std::get<PlannedPicture>(piece.control->content);
-            const Rect inner = insidePaddings(size, piece.style->padding);
-            if (picture->picture)
-                picture->placed = fitPicture(*picture->picture, planned.content->fit, inner);
-        } else if (auto* const drawing = std::get_if<DrawingItem>(&item.content)) {
-            draw(*drawing, piece, insidePaddings(size, piece.style->padding));
+        } else if (isWhole(item)) {
+            fitIntoBox(item, context_.options.drawings);
         }
         if (piece.late) {
             piece.late->item = draft.band.items.size();
@@ -304,18 +290,6 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
             if (hasSets()) draft.sets.push_back(piece.control->set);
         }
         if (!piece.nested.empty()) placeNested(draft, piece);
-    }
-}
-
-void BandBuilder::draw(DrawingItem& item, const Piece& piece, const Rect& place) const {
-    DrawingSource* const source = context_.options.drawings;
-    if (source == nullptr) return;
-    if (piece.chart) {
-        item.drawing =
-            source->chart(*piece.control->control, piece.chart->settings, *piece.chart->data, place);
-    } else if (!item.alternateText.empty()) {
-        const BarcodeContent& barcode = *std::get<PlannedBarcode>(piece.control->content).content;
-        item.drawing = source->barcode(barcode, item.alternateText, place);
     }
 }
 
@@ -360,7 +334,7 @@ void BandBuilder::finishGridBand(BandDraft& draft) const {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     draft.x = geometry.x;
     draft.band.inGrid = true;
-    draft.band.width = geometry.width;
+    draft.band.width = geometry.widthOf(activeSet);
     for (const Item& item : draft.band.items) draft.band.width = std::max(draft.band.width, item.box.right());
 }
 
@@ -388,9 +362,16 @@ BandDraft BandBuilder::row(std::size_t row, std::optional<std::size_t> previous)
     PlannedGrid& grid = *instance_.plan.grid;
     BandDraft draft =
         cells(grid.cells, grid.rowHeight, grid.grid->rowCanGrow, BandKind::Row, rowPosition(row), previous);
-    const std::size_t first = view_.groupCount() > 0 ? view_.group(view_.groupCount() - 1, row).first : 0;
-    if ((row - first) % 2 == 1) draft.band.background = grid.grid->alternateBackground;
+    draft.band.background = alternate(row, 0);
     return draft;
+}
+
+// The colour of the row so many rows behind another one.
+std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t behind) const {
+    const bool grouped = view_.groupCount() > 0 && row < view_.rowCount();
+    const std::size_t first = grouped ? view_.group(view_.groupCount() - 1, row).first : 0;
+    const bool second = (row - first + behind) % 2 == 1;
+    return second ? instance_.plan.grid->grid->alternateBackground : std::nullopt;
 }
 
 // All the cells of a title or row; the lines of a wrapped one stand below one another.
@@ -450,12 +431,13 @@ void BandBuilder::suppress(Piece& piece, const Position& position, std::size_t p
     draft.hidesRepeated = true;
 }
 
-BandDraft BandBuilder::blankRow(Micrometres height) {
+BandDraft BandBuilder::blankRow(Micrometres height, std::size_t number) {
     const PlannedGrid& grid = *instance_.plan.grid;
     BandDraft draft;
     draft.band.kind = BandKind::BlankRow;
     draft.band.height = height;
     draft.row = view_.rowCount();
+    draft.band.background = draft.row > 0 ? alternate(draft.row - 1, number) : alternate(0, number - 1);
     for (const PlannedControl& control : grid.cells) {
         const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
         const PlacedColumn& column = grid.geometry.columns[static_cast<std::size_t>(control.firstColumn)];

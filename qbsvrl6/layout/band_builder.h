@@ -29,7 +29,8 @@ public:
     BandDraft title();
     // `previous` is the row above that suppressed values are compared with; none: all values show.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);
-    BandDraft blankRow(Micrometres height);
+    // Blank row number `number` behind the last row, from 1.
+    BandDraft blankRow(Micrometres height, std::size_t number);
 
     Position reportPosition(std::size_t row) const;
     Position groupPosition(int level, std::size_t row) const;
@@ -39,11 +40,6 @@ public:
     int activeSet = kEverySet;
 
 private:
-    // A chart as it shows at one place.
-    struct ShownChart {
-        ChartSettings settings;
-        std::shared_ptr<const ChartData> data;
-    };
     // The numbers that a chart of rows has shown last: a header that is repeated on each page, and all cells
     // of a group, show the same ones.
     struct KnownNumbers {
@@ -61,7 +57,6 @@ private:
         Micrometres needed = 0;  // height that a growing text needs
         bool removed = false;    // takes no height since it is blank
         std::vector<CollectingFlow::Placed> nested;
-        std::unique_ptr<ShownChart> chart;
     };
 
     bool isVisible(const std::optional<Expression>& condition, const Position& position);
@@ -81,8 +76,8 @@ private:
                     BandKind kind, const Position& position, std::optional<std::size_t> previous);
     void suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft);
     void place(BandDraft& draft, std::vector<Piece>& pieces) const;
-    void draw(DrawingItem& item, const Piece& piece, const Rect& place) const;
     void placeNested(BandDraft& draft, Piece& piece) const;
+    std::optional<Color> alternate(std::size_t row, std::size_t behind) const;
     void finishGridBand(BandDraft& draft) const;
     bool hasSets() const;
 

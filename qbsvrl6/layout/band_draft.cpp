@@ -5,15 +5,22 @@
 #include <utility>
 
 #include "qbsvrl6/layout/text_layout.h"
+#include "qbsvrl6/layout/whole_items.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
+bool isEmptyCell(const Item& item) {
+    const auto* const text = std::get_if<TextItem>(&item.content);
+    return text != nullptr && text->text.empty() && !text->pending;
+}
+
 // Takes a draft's items apart into those above and those below a cut.
 class Splitter {
 public:
-    Splitter(BandDraft& draft, Micrometres height, bool force) : draft_(draft), force_(force), cut_(height) {
+    Splitter(BandDraft& draft, Micrometres height, bool force, DrawingSource* drawings)
+        : draft_(draft), force_(force), cut_(height), drawings_(drawings) {
         const auto above = std::upper_bound(draft.cuts.begin(), draft.cuts.end(), height);
         if (above != draft.cuts.begin() && *(above - 1) > 0) cut_ = *(above - 1);
     }
@@ -39,6 +46,7 @@ public:
         for (const Micrometres cut : draft_.cuts) {
             if (cut > cut_) rest_.cuts.push_back(cut - cut_ + extra_);
         }
+        if (saved_ > 0) closeGap();
         draft_.band.height = cut_;
         draft_.cuts.clear();
         return std::move(rest_);
@@ -62,10 +70,16 @@ private:
         return std::any_of(draft_.band.items.begin(), draft_.band.items.end(), [&](const Item& item) {
             if (item.box.bottom() <= cut_) return true;
             if (item.box.y >= cut_) return false;
+            if (isWhole(item)) return staysWhole(item);
             const auto* const text = std::get_if<TextItem>(&item.content);
             return text != nullptr && !text->lines.empty() &&
                    text->lines.front().baseline <= cut_ - item.box.y;
         });
+    }
+
+    // A cell is as high as its row: what it holds may need less.
+    bool staysWhole(const Item& item) const {
+        return draft_.band.kind == BandKind::Row && usedHeight(item) <= cut_ - item.box.y;
     }
 
     void divide() {
@@ -92,6 +106,29 @@ private:
             }
         }
         for (const std::size_t index : below) rest_.band.items[index].box.y += extra_;
+        if (extra_ > 0 && draft_.band.kind == BandKind::Row) evenCells();
+    }
+
+    // The cells of a row stay as high as one another.
+    void evenCells() {
+        for (const std::size_t index : crossing_) {
+            Item& item = rest_.band.items[index];
+            item.box.height = std::max(item.box.height, remaining_ + extra_);
+            auto* const text = std::get_if<TextItem>(&item.content);
+            if (isWhole(item)) {
+                fitIntoBox(item, drawings_);
+            } else if (text != nullptr) {
+                placeText(*text, PooledStyle::of(*item.style), {item.box.width, item.box.height});
+            }
+        }
+    }
+
+    // Notes that the next item of the rest goes on with a cell; only the highest are cells of the row itself.
+    void noteCell(Micrometres remaining) {
+        if (remaining < remaining_) return;
+        if (remaining > remaining_) crossing_.clear();
+        remaining_ = remaining;
+        crossing_.push_back(rest_.band.items.size());
     }
 
     static void put(BandDraft& draft, Item item, const int* set, LateText* late) {
@@ -110,23 +147,8 @@ private:
     void cross(Item& item, const int* set, LateText* late) {
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
-        if (std::holds_alternative<PictureItem>(item.content) ||
-            std::holds_alternative<DrawingItem>(item.content)) {
-            // Whole on one side: below, unless that would go on for ever.
-            if (force_ && item.box.y == 0) {
-                put(draft_, std::move(item), set, late);
-            } else {
-                needBelow(item.box.height, remaining);
-                item.box.y = 0;
-                put(rest_, std::move(item), set, late);
-            }
-            return;
-        }
-        Item lower;
-        lower.box = {item.box.x, 0, item.box.width, remaining};
-        lower.style = item.style;
-        lower.column = item.column;
-        lower.lastColumn = item.lastColumn;
+        if (isWhole(item)) return crossWhole(item, set, late);
+        Item lower = frameBelow(item, remaining);
         if (auto* const text = std::get_if<TextItem>(&item.content)) {
             crossText(item, *text, lower, above, remaining);
         } else if (auto* const line = std::get_if<LineItem>(&item.content)) {
@@ -143,7 +165,65 @@ private:
         }
         item.box.height = above;
         put(draft_, std::move(item), set, late);
+        noteCell(remaining);
         put(rest_, std::move(lower), set, nullptr);
+    }
+
+    // The lower part of an item's box, with nothing in it.
+    static Item frameBelow(const Item& item, Micrometres height) {
+        Item frame;
+        frame.box = {item.box.x, 0, item.box.width, height};
+        frame.style = item.style;
+        frame.column = item.column;
+        frame.lastColumn = item.lastColumn;
+        return frame;
+    }
+
+    // On one side, in a row with its empty cell on the other.
+    void crossWhole(Item& item, const int* set, LateText* late) {
+        const bool ofRow = draft_.band.kind == BandKind::Row && hasLook(*item.style);
+        const Micrometres above = cut_ - item.box.y;
+        const Micrometres remaining = item.box.height - above;
+        const bool fits = staysWhole(item);
+        if (fits || (force_ && item.box.y == 0)) {
+            Item below = frameBelow(item, remaining);
+            if (!fits) saved_ = std::max(saved_, remaining);
+            rest_.madeSmaller = rest_.madeSmaller || !fits;
+            item.box.height = above;
+            fitIntoBox(item, drawings_);
+            put(draft_, std::move(item), set, late);
+            if (!ofRow) return;
+            noteCell(remaining);
+            put(rest_, std::move(below), set, nullptr);
+            return;
+        }
+        if (ofRow) {
+            Item upper = frameBelow(item, above);
+            upper.box.y = item.box.y;
+            put(draft_, std::move(upper), set, nullptr);
+            item.box.height = std::max(usedHeight(item), remaining);
+            fitIntoBox(item, drawings_);
+        }
+        needBelow(item.box.height, remaining);
+        item.box.y = 0;
+        if (ofRow) noteCell(remaining);
+        put(rest_, std::move(item), set, late);
+    }
+
+    // What has become smaller leaves room behind: the lower part moves up, and is nothing where it has
+    // nothing to show.
+    void closeGap() {
+        std::vector<Item>& items = rest_.band.items;
+        if (std::all_of(items.begin(), items.end(), isEmptyCell)) {
+            rest_.band.background.reset();
+            items.clear();
+            rest_.sets.clear();
+        }
+        Micrometres gap = std::min(saved_, rest_.band.height);
+        for (const Item& item : items) gap = std::min(gap, item.box.y);
+        for (Item& item : items) item.box.y -= gap;
+        for (Micrometres& cut : rest_.cuts) cut = std::max(cut - gap, 0);
+        rest_.band.height -= gap;
     }
 
     void crossText(Item& item, TextItem& text, Item& lower, Micrometres above, Micrometres remaining) {
@@ -160,18 +240,23 @@ private:
     BandDraft& draft_;
     bool force_;
     Micrometres cut_;
-    bool nothingStays_ = false;  // then each text leaves a line above, or no page would ever take it
-    Micrometres extra_ = 0;      // room that the lower part needs on top of what was left of the height
+    DrawingSource* drawings_;
+    std::vector<std::size_t> crossing_;  // of the rest's items: those that go on with a cell
+    Micrometres remaining_ = 0;          // what was left of their height
+    Micrometres saved_ = 0;              // height of the lower part that went with what became smaller
+    bool nothingStays_ = false;          // then each text leaves a line above, or no page would ever take it
+    Micrometres extra_ = 0;  // room that the lower part needs on top of what was left of the height
     BandDraft rest_;
 };
 
 }  // namespace
 
-std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force) {
-    return Splitter(draft, height, force).split();
+std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force,
+                                    DrawingSource* drawings) {
+    return Splitter(draft, height, force, drawings).split();
 }
 
-BandDraft partForSet(const BandDraft& draft, int set) {
+BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int set) {
     BandDraft part;
     part.x = draft.x;
     part.row = draft.row;
@@ -181,7 +266,7 @@ BandDraft partForSet(const BandDraft& draft, int set) {
     part.band.repeated = whole.repeated;
     part.band.groupLevel = whole.groupLevel;
     part.band.background = whole.background;
-    part.band.width = whole.width;
+    part.band.width = geometry.widthOf(set);
     part.band.height = whole.height;
     if (set == 0) part.band.bookmark = whole.bookmark;
     auto late = draft.lates.begin();
@@ -193,7 +278,9 @@ BandDraft partForSet(const BandDraft& draft, int set) {
             part.lates.back().item = part.band.items.size();
         }
         if (isLate) ++late;
-        if (inSet) part.band.items.push_back(whole.items[i]);
+        if (!inSet) continue;
+        part.band.width = std::max(part.band.width, whole.items[i].box.right());
+        part.band.items.push_back(whole.items[i]);
     }
     return part;
 }

@@ -47,6 +47,7 @@ struct BandDraft {
     std::size_t row = 0;            // of the grid's walk
     bool hidesRepeated = false;     // a row with suppressed values
     bool isRest = false;            // the lower part of one that began on an earlier page
+    bool madeSmaller = false;       // something above the cut is no longer as large as it was designed
     std::shared_ptr<RepeatSource> owner;
     bool ofSubReport = false;
     std::vector<std::uint64_t> keeps;  // the flow's: first bands of what must not be broken ahead of this one
@@ -54,12 +55,14 @@ struct BandDraft {
 };
 
 // Cuts a draft at `height` or, better, a little above where nothing is divided; the upper part stays in
-// `draft`. With `force`, something stays even if nothing fits. Gives the lower part; null, with the draft as
-// it was, where nothing would stay.
-std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force);
+// `draft`. With `force`, something stays even if nothing fits: what can't be divided becomes as small as the
+// upper part. Gives the lower part, without items where all has found its place; null, with the draft as it
+// was, where nothing would stay. `drawings` draws what changes its size.
+std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force,
+                                    DrawingSource* drawings);
 
-// The part of a draft that belongs to a set of columns, fixed columns included.
-BandDraft partForSet(const BandDraft& draft, int set);
+// The part of a draft of the grid that belongs to a set of columns, fixed columns included.
+BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int set);
 
 }  // namespace qbsvrl6
 

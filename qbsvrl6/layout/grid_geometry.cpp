@@ -157,6 +157,15 @@ private:
 
 }  // namespace
 
+Micrometres GridGeometry::widthOf(int set) const {
+    if (set == kEverySet) return width;
+    Micrometres right = 0;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (inSet(i, set)) right = std::max(right, columns[i].x + columns[i].width);
+    }
+    return right;
+}
+
 GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings) {
     return Placer(grid, std::max<Micrometres>(available, 1), surroundings).place();
 }

@@ -29,6 +29,8 @@ struct GridGeometry {
     Micrometres x = 0;            // of the grid in the available width
     Micrometres width = 0;        // of the widest line or set
 
+    Micrometres widthOf(int set) const;
+
     bool inSet(std::size_t column, int set) const {
         return columns[column].visible && (columns[column].set == set || columns[column].set == kEverySet);
     }

@@ -55,6 +55,7 @@ struct BoxItem {
 struct PictureItem {
     std::shared_ptr<const Picture> picture;
     Rect placed;  // in the item's box, after fitting
+    PictureFit fit = PictureFit::Contain;
 };
 
 // A vector drawing (chart, barcode): filled and stroked shapes and texts, in micrometres of the item's box.
@@ -84,9 +85,17 @@ struct Drawing {
     std::vector<std::variant<Path, Label>> elements;
 };
 
+// What a chart shows at its place.
+struct ShownChart {
+    ChartSettings settings;  // texts without placeholders
+    std::shared_ptr<const ChartData> data;
+};
+
 struct DrawingItem {
     std::shared_ptr<const Drawing> drawing;
-    std::u16string alternateText;  // what a text export shows
+    std::u16string alternateText;      // what a text export shows
+    const Control* control = nullptr;  // of the barcode or chart; null: nothing that could be drawn again
+    std::shared_ptr<const ShownChart> chart = nullptr;
 };
 
 struct Item {

@@ -6,6 +6,7 @@
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/log.h"
 
 namespace qbsvrl6 {
 
@@ -46,11 +47,25 @@ void Pager::endKeep(std::uint64_t keep) {
     std::erase_if(keeps_, [keep](const Keep& open) { return open.id == keep; });
 }
 
-void Pager::add(BandDraft draft) {
-    if (std::exchange(startPending_, false)) {
+// A title that nothing follows yet goes along.
+void Pager::beginAskedPage(const BandDraft& lead) {
+    std::vector<BandDraft> titles;
+    while (hasContent() && fragment_.back().band.kind == BandKind::GridTitle) {
+        used_ -= fragment_.back().band.height;
+        titles.push_back(std::move(fragment_.back()));
+        fragment_.pop_back();
+    }
+    if (hasContent() || !placed_.empty()) {
         endFragment();
         closePage();
+        openPage(lead.row);
+        if (titles.empty()) addRepeats(lead);
     }
+    for (BandDraft& title : titles) append(std::move(title));
+}
+
+void Pager::add(BandDraft draft) {
+    if (std::exchange(startPending_, false)) beginAskedPage(draft);
     if (!pageOpen_) openPage(draft.row);
     draft.sequence = nextSequence_++;
     for (const Keep& keep : keeps_) {
@@ -71,14 +86,16 @@ void Pager::place(BandDraft draft) {
         }
         if (draft.band.height <= left()) return append(std::move(draft));
         const bool startsPage = !hasContent() && top_ == bodyTop_;
-        if (startsPage && repeated_ > 0 && draft.band.height <= capacity()) {
-            dropRepeats();  // they make room for it
-            continue;
-        }
-        if (startsPage || cutsInPlace(draft)) {
-            std::optional<BandDraft> rest = splitDraft(draft, left(), startsPage);
+        const bool mustStay = startsPage || standsUnderHeadersAlone(draft);
+        if (mustStay || cutsInPlace(draft)) {
+            std::optional<BandDraft> rest = splitDraft(draft, left(), mustStay, context_.options.drawings);
             if (rest) {
                 rest->sequence = nextSequence_++;
+                if (rest->madeSmaller && !std::exchange(toldSmaller_, true)) {
+                    logWarning(
+                        "a picture, chart, barcode or turned text is higher than its page: it is "
+                        "made smaller");
+                }
                 append(std::move(draft));
                 if (isEmpty(*rest)) return;  // the blank end of a section needs no page
                 nextFragment(*rest);
@@ -92,10 +109,12 @@ void Pager::place(BandDraft draft) {
     }
 }
 
-void Pager::dropRepeats() {
-    fragment_.clear();
-    repeated_ = 0;
-    used_ = 0;
+// A row that has no room even right below its title and headers would find no more on any other page.
+bool Pager::standsUnderHeadersAlone(const BandDraft& draft) const {
+    if (draft.band.kind != BandKind::Row || top_ != bodyTop_ || left() < kUsefulCut) return false;
+    return std::all_of(fragment_.begin(), fragment_.end(), [](const BandDraft& band) {
+        return band.band.kind == BandKind::GridTitle || band.band.kind == BandKind::GroupHeader;
+    });
 }
 
 void Pager::append(BandDraft draft) {
@@ -122,7 +141,7 @@ void Pager::moveOn(BandDraft draft) {
 }
 
 // The latest break that keeps together what is to stay together, or, where there is none, the one that
-// divides least. What starts the fragment can't be kept any better on the next one.
+// divides least. What was begun on an earlier page is divided already.
 std::size_t Pager::chooseBreak(const BandDraft& draft) const {
     const std::uint64_t first = fragment_[repeated_].sequence;
     std::size_t best = fragment_.size();
@@ -130,7 +149,7 @@ std::size_t Pager::chooseBreak(const BandDraft& draft) const {
     for (std::size_t i = fragment_.size(); i > repeated_; --i) {
         const BandDraft& behind = i == fragment_.size() ? draft : fragment_[i];
         const auto divided = static_cast<std::size_t>(std::count_if(
-            behind.keeps.begin(), behind.keeps.end(), [first](std::uint64_t keep) { return keep > first; }));
+            behind.keeps.begin(), behind.keeps.end(), [first](std::uint64_t keep) { return keep >= first; }));
         if (divided < bestDivided) {
             best = i;
             bestDivided = divided;
@@ -297,7 +316,8 @@ void Pager::closePage() {
             for (const Placed& placed : placed_) {
                 const bool inGrid = placed.draft.band.inGrid;
                 if (set > 0 && !inGrid) continue;
-                bands.push_back({inGrid ? partForSet(placed.draft, set) : placed.draft, placed.x, placed.y});
+                bands.push_back({inGrid ? partForSet(placed.draft, grid->geometry, set) : placed.draft,
+                                 placed.x, placed.y});
             }
             emitPage(bands, numbers_);
         }

@@ -44,9 +44,10 @@ private:
         std::uint64_t first = 0;  // sequence of its first band
     };
 
+    void beginAskedPage(const BandDraft& lead);
     void place(BandDraft draft);
     void append(BandDraft draft);
-    void dropRepeats();
+    bool standsUnderHeadersAlone(const BandDraft& draft) const;
     bool cutsInPlace(const BandDraft& draft) const;
     void moveOn(BandDraft draft);
     std::size_t chooseBreak(const BandDraft& draft) const;
@@ -99,6 +100,7 @@ private:
     std::vector<Keep> keeps_;
     std::uint64_t nextKeep_ = 1;
     std::uint64_t nextSequence_ = 1;
+    bool toldSmaller_ = false;
 };
 
 }  // namespace qbsvrl6

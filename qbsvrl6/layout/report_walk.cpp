@@ -209,9 +209,7 @@ void ReportWalk::fillPage() {
         if (draft && footers < room) footers += draft->band.height;
     }
     if (footers <= room) room -= footers;
-    for (; room >= height; room -= height) {
-        add(builder_.blankRow(height));
-    }
+    for (std::size_t number = 1; room >= height; room -= height) add(builder_.blankRow(height, number++));
 }
 
 std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {

@@ -43,6 +43,9 @@ private:
     std::unordered_multimap<std::size_t, const PooledStyle*> byHash_;
 };
 
+// Whether a box of this style shows without content.
+inline bool hasLook(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
+
 // Puts what the named style and its parents set on top of `base`; nothing where there is no such style.
 void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base);
 

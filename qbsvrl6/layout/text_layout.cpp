@@ -16,8 +16,6 @@ namespace {
 constexpr std::u16string_view kEllipsis = u"…";
 constexpr double kSmallestShare = 1.0 / 3;  // of its size that a shrinking font keeps
 
-bool isTurned(const ResolvedStyle& style) { return style.rotation == 90 || style.rotation == 270; }
-
 // The box as the text sees it, ahead of rotation.
 Size unturned(const ResolvedStyle& style, Size box) {
     return isTurned(style) ? Size{box.height, box.width} : box;
@@ -103,16 +101,23 @@ void takeLines(TextItem& item, std::vector<TextLine>&& lines) {
 
 // Units of the line's text whose glyphs fit into the width.
 std::size_t fittingUnits(const TextLine& line, double ems) {
-    double width = 0;
-    std::size_t fitting = line.unitCount;
+    // Glyphs come as they are drawn, which isn't the order of text from right to left.
+    std::vector<float> advances(line.unitCount, -1.0f);  // negative: goes with the unit before
     for (const GlyphRun& run : line.shaped->runs) {
         for (const Glyph& glyph : run.glyphs) {
-            width += glyph.advance;
-            if (width <= ems) continue;
-            fitting = std::min<std::size_t>(fitting, glyph.cluster);
+            if (glyph.cluster >= advances.size()) continue;
+            float& advance = advances[glyph.cluster];
+            advance = std::max(advance, 0.0f) + glyph.advance;
         }
     }
-    return fitting;
+    double width = 0;
+    std::size_t fitting = 0;
+    for (std::size_t unit = 0; unit < advances.size(); ++unit) {
+        if (advances[unit] >= 0) fitting = unit;
+        width += std::max(advances[unit], 0.0f);
+        if (width > ems) return fitting;
+    }
+    return advances.size();
 }
 
 // One line a paragraph. Where one is too long, the lines are of a text of their own, cut and marked.
@@ -129,9 +134,13 @@ void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres wid
     for (const TextLine& line : lines) {
         const std::u16string_view text =
             std::u16string_view(item.text).substr(line.firstUnit, line.unitCount);
-        shown += tooLong(line)
-                     ? std::u16string(text.substr(0, fittingUnits(line, room))) + std::u16string(kEllipsis)
-                     : std::u16string(text);
+        if (tooLong(line)) {
+            shown += text.substr(0, fittingUnits(line, room));
+            while (!shown.empty() && shown.back() == u' ') shown.pop_back();
+            shown += kEllipsis;
+        } else {
+            shown += text;
+        }
         shown += u'\n';
     }
     shown.pop_back();
@@ -179,8 +188,39 @@ void breakShrunk(TextItem& item, const PooledStyle& style, Size inner) {
     fitsShrunk(item, style, inner, fitting);
 }
 
-Micrometres linesHeight(std::size_t lines, const TextItem& item, const PooledStyle& style) {
-    const std::int64_t height = static_cast<std::int64_t>(lines) * style.lineHeight(item.fontSize);
+Micrometres widest(const std::vector<TextLine>& lines) {
+    Micrometres width = 0;
+    for (const TextLine& line : lines) width = std::max(width, line.width);
+    return width;
+}
+
+// A text along the height of its box grows until its lines are few enough for the box's width.
+void breakTurned(TextItem& item, const PooledStyle& style, Size inner) {
+    const std::size_t fitting = std::max<std::size_t>(fittingLines(style, item.fontSize, inner.height), 1);
+    const auto broken = [&](Micrometres width) {
+        return breakLines(style.fonts(), item.fontSize, item.text, width);
+    };
+    std::vector<TextLine> lines = broken(inner.width);
+    if (lines.size() > fitting) {
+        lines = broken(0);
+        constexpr Micrometres kStep = 500;
+        Micrometres tooShort = inner.width;
+        Micrometres enough = widest(lines);
+        while (lines.size() <= fitting && enough - tooShort > kStep) {
+            const Micrometres middle = tooShort + (enough - tooShort) / 2;
+            std::vector<TextLine> shorter = broken(middle);
+            if (shorter.size() > fitting) {
+                tooShort = middle;
+            } else {
+                enough = middle;
+                lines = std::move(shorter);
+            }
+        }
+    }
+    takeLines(item, std::move(lines));
+}
+
+Micrometres checkedHeight(std::int64_t height) {
     if (height > limits::kBandMicrometres) {
         throw EngineError(
             ErrorCode::LimitExceeded,
@@ -189,15 +229,25 @@ Micrometres linesHeight(std::size_t lines, const TextItem& item, const PooledSty
     return static_cast<Micrometres>(height);
 }
 
+Micrometres linesHeight(std::size_t lines, const TextItem& item, const PooledStyle& style) {
+    return checkedHeight(static_cast<std::int64_t>(lines) * style.lineHeight(item.fontSize));
+}
+
 // The height that the box needs for so many lines: 0 where it doesn't grow.
 Micrometres neededHeight(std::size_t lines, const TextItem& item, const PooledStyle& style, Size box) {
-    if (lines == 0 || style.fit != TextFit::Grow || isTurned(style)) return 0;
+    if (lines == 0 || style.fit != TextFit::Grow) return 0;
+    if (isTurned(style)) {
+        return checkedHeight(std::int64_t{placedHeight(item, style)} + style.padding.top +
+                             style.padding.bottom);
+    }
     const Micrometres height = linesHeight(lines, item, style) + style.padding.top + style.padding.bottom;
     const bool fits = lines <= fittingLines(style, item.fontSize, box.height);
     return fits ? std::min(height, box.height) : height;
 }
 
 }  // namespace
+
+bool isTurned(const ResolvedStyle& style) { return style.rotation == 90 || style.rotation == 270; }
 
 Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
     item.fontSize = style.fontSize;
@@ -214,6 +264,11 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
     if (item.text.empty() || inner.width <= 0) return 0;
     switch (style.fit) {
         case TextFit::Grow:
+            if (isTurned(style)) {
+                breakTurned(item, style, inner);
+                break;
+            }
+            [[fallthrough]];
         case TextFit::Clip:
             takeLines(item, breakLines(style.fonts(), item.fontSize, item.text, inner.width));
             break;
@@ -230,13 +285,20 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
 
 Micrometres measureText(TextItem& item, const PooledStyle& style, Size box) {
     const Micrometres width = innerWidth(style, box);
-    const bool isOneLine = style.fit != TextFit::Shrink && width > 0 &&
+    const bool isOneLine = style.fit != TextFit::Shrink && width > 0 && !isTurned(style) &&
                            fitsOneLine(style.fonts(), style.fontSize, item.text, width);
     if (!isOneLine) return breakText(item, style, box);
     item.fontSize = style.fontSize;
     item.shown.clear();
     item.lines.clear();
     return neededHeight(1, item, style, box);
+}
+
+Micrometres placedHeight(const TextItem& item, const PooledStyle& style) {
+    if (!isTurned(style)) return linesHeight(item.lines.size(), item, style);
+    Micrometres height = 0;
+    for (const PlacedLine& line : item.lines) height = std::max(height, line.line.width);
+    return height;
 }
 
 void placeText(TextItem& item, const PooledStyle& style, Size box) {

@@ -7,6 +7,9 @@
 
 namespace qbsvrl6 {
 
+// Whether the lines run along the height of their box.
+bool isTurned(const ResolvedStyle& style);
+
 // Breaks the item's text into lines for a box of this size, as the style's fit says, and sets the font size
 // after shrinking. Gives the height that the box needs to show all of a text that may grow, at least 0; a
 // text that is as good as fitting needs the box's own height. Texts that don't grow need none.
@@ -18,6 +21,9 @@ Micrometres measureText(TextItem& item, const PooledStyle& style, Size box);
 // Gives the broken lines their place in the box, whose height may have grown by now. Lines that don't fit are
 // dropped.
 void placeText(TextItem& item, const PooledStyle& style, Size box);
+
+// The height of what the lines take up in the box, without paddings.
+Micrometres placedHeight(const TextItem& item, const PooledStyle& style);
 
 // Cuts a placed text between two lines: what doesn't fit into the first `height` of the box goes to `rest`,
 // with its stretch of the text. With `atLeastOne`, one line stays even if it doesn't fit. Both are placed

@@ -78,7 +78,22 @@ TEST(Groups, StandOnPages) {
          grid({{by + "keepTogether='true'", "[k]:", ""}}),
          "a1 b1 b2 b3 b4 b5 b6 b7 c1",
          {"a: a1", "b: b1 b2 b3 b4 b5", "b6 b7 c: c1"}},
+        {"no title alone above a group that no page holds",
+         grid({{by + "keepTogether='true'", "[k]:", ""}}).replace(6, 17, "titleHeight='9mm'"),
+         "b1 b2 b3 b4 b5 b6",
+         {"T b: b1 b2 b3 b4", "T b5 b6"}},
         {"a page each", grid({{by + "newPage='true'", "[k]:", ""}}), "a1 b1 b2", {"a: a1", "b: b1 b2"}},
+        {"a page each with the title, which is on no page alone",
+         grid({{by + "newPage='true'", "[k]:", ""}}).replace(6, 17, "titleHeight='9mm'"),
+         "a1 b1",
+         {"T a: a1", "T b: b1"}},
+        {"a page for a header takes the title along",
+         "<ReportHeader height='5mm'><Text width='9mm' height='5mm' text='H'/></ReportHeader>"
+         "<Grid titleHeight='9mm'><Columns><Column name='V' width='60mm'><Title text='T'/><Content "
+         "text='[v]'/></Column></Columns><Groups><Group by='k'><Header newPageBefore='true'/></Group>"
+         "</Groups></Grid>",
+         "a1 b1",
+         {"H", "T a1", "T b1"}},
         {"repeated headers",
          grid({{by + "repeatHeader='true'", "[k]:", ""}}),
          "a1 a2 a3 a4 a5 a6 b1",

@@ -201,6 +201,57 @@ TEST(PageFlow, SplitsWhatNoPageHolds) {
     }
 }
 
+TEST(PageFlow, MakesSmallerWhatCantBeDivided) {
+    const std::string chart = "<Chart width='30mm' height='80mm'/>";
+    const std::string beside = "<Text x='40mm' width='20mm' height='5mm' text='beside'/>";
+    const std::string below = "<Text y='80mm' width='20mm' height='5mm' text='below'/>";
+    const std::string turned =
+        "<Text width='8mm' height='10mm' rotation='90' text='two lines of words that grow'/>";
+    const std::string columns =
+        "<Columns><Column name='A' width='30mm'><Title text='T'/><Content border='0.1mm' text='[n]'/>"
+        "</Column><Column name='C' width='30mm'><Content><Chart border='0.1mm'/></Content></Column>"
+        "</Columns></Grid>";
+    struct Case {
+        const char* name;
+        std::string elements;
+        std::string all;
+    };
+    const Case cases[] = {
+        {"what is below it follows",
+         "<ReportHeader height='90mm'>" + chart + beside + below + "</ReportHeader>",
+         "page 1\n"
+         " ReportHeader 5,5 70x60\n"
+         "  drawing 0,0 30x60\n"
+         "  text 40,0 20x5 \"beside\"\n"
+         "page 2\n"
+         " ReportHeader 5,5 70x10\n"
+         "  text 0,0 20x5 \"below\"\n"},
+        {"its row has nothing more to show", "<Grid titleHeight='10mm' rowHeight='80mm'>" + columns,
+         "page 1\n"
+         " GridTitle 5,5 60x10 grid\n"
+         "  text 0,0 30x10 \"T\"\n"
+         "  text 30,0 30x10 \"\"\n"
+         " Row 5,15 60x50 grid\n"
+         "  text 0,0 30x50 \"1\"\n"
+         "  drawing 30,0 30x50\n"},
+        {"a row that fits but for its title", "<Grid titleHeight='10mm' rowHeight='55mm'>" + columns,
+         "page 1\n"
+         " GridTitle 5,5 60x10 grid\n"
+         "  text 0,0 30x10 \"T\"\n"
+         "  text 30,0 30x10 \"\"\n"
+         " Row 5,15 60x50 grid\n"
+         "  text 0,0 30x50 \"1\"\n"
+         "  drawing 30,0 30x50\n"},
+        {"a turned text grows along its lines", "<ReportHeader height='10mm'>" + turned + "</ReportHeader>",
+         "page 1\n"
+         " ReportHeader 5,5 70x22.858\n"
+         "  text 0,0 8x22.858 \"two lines of|words that grow\"\n"},
+    };
+    for (const Case& test : cases) {
+        EXPECT_EQ(layOutText(kPage + test.elements, numberedRows(1)).everything(), test.all) << test.name;
+    }
+}
+
 TEST(PageFlow, GivesTheBlankEndOfASectionNoPage) {
     // The section grows with its text beyond the page; nothing of it would stand on another one.
     const RecordingSink sink = layOutText(

@@ -56,7 +56,7 @@ TEST_F(TextLayout, BreaksByTheFit) {
         {TextFit::Grow, u"abc", {0, 5'000}, "", false},
         {TextFit::Clip, u"one two three", {20'000, 5'000}, "one two", false},
         {TextFit::Clip, u"one two three four", {20'000, 9'000}, "one two|three", false},
-        {TextFit::Ellipsis, u"one two three", {20'000, 5'000}, "one two …", false},
+        {TextFit::Ellipsis, u"one two three", {20'000, 5'000}, "one two…", false},
         {TextFit::Ellipsis, u"one\ntwo three four", {20'000, 9'000}, "one|two thre…", false},
         {TextFit::Ellipsis, u"one two", {20'000, 5'000}, "one two", false},
         {TextFit::Ellipsis, u"one two", {1'000, 5'000}, "…", false},

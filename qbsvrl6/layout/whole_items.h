@@ -1,0 +1,21 @@
+// Items that the end of a page doesn't divide: pictures, drawings and turned texts.
+#ifndef QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
+#define QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
+
+#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/layout/layout.h"
+
+namespace qbsvrl6 {
+
+bool isWhole(const Item& item);
+
+// Fits the item's content into the item's box: a picture is placed, a barcode or chart drawn (not without
+// `drawings`), a turned text broken anew.
+void fitIntoBox(Item& item, DrawingSource* drawings);
+
+// The height of the box that its content makes use of.
+Micrometres usedHeight(const Item& item);
+
+}  // namespace qbsvrl6
+
+#endif
