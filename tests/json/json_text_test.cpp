@@ -140,6 +140,7 @@ TEST(JsonText, AnObjectIsToldByItsEnds) {
         EXPECT_EQ(JSON_TextIsJson(wstr_fromascii(c.text).c_str(), Size(text)), c.isJson) << c.text;
     }
     EXPECT_TRUE(JSON_TextIsJson(L"\U00010020{}", 3)) << "space by its low 16 bits";
+    EXPECT_FALSE(JSON_TextIsJson(static_cast<const lkchar*>(nullptr), 3));
 }
 
 }  // namespace
