@@ -17,6 +17,12 @@ constexpr int kDefaultWidth = 1000;
 
 bool isBlank(char16_t unit) { return unit <= u' ' || unit == 0x7F || unit == 0xA0 || unit == 0x3000; }
 
+// What fonts draw as a blank without a width: soft hyphens, joiners, byte order marks.
+bool isInvisible(char16_t unit) {
+    return unit == 0xAD || (unit >= 0x200B && unit <= 0x200F) || (unit >= 0x2060 && unit <= 0x2064) ||
+           unit == 0xFEFF;
+}
+
 bool isBlank(std::u16string_view text) { return text.size() == 1 && isBlank(text.front()); }
 
 std::string reference(int number) { return std::to_string(number) + " 0 R"; }
@@ -95,6 +101,7 @@ bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
 bool PdfFont::standsFor(Code& code, std::u16string_view text) {
     constexpr std::size_t kLongest = 200;
     if (text.empty() || text.size() > kLongest) return false;
+    if (text.size() == 1 && isInvisible(text.front())) return false;  // the code is the blank's
     if (code.unitCount == 0) {
         code.text = isBlank(text) ? u" " : std::u16string(text);
         code.firstUnit = code.text.front();

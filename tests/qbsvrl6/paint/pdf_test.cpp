@@ -107,6 +107,18 @@ TEST(Pdf, TextReadsAsItWasWritten) {
     }
 }
 
+TEST(Pdf, InvisibleCharactersLeaveTheBlankItsCode) {
+    const ResolvedStyle style = handmade::style(u"Arial");
+    Document document;
+    document.pages.emplace_back();
+    for (const char16_t* text : {u"soft\u00ADhyphen", u"one two", u"three four"}) {
+        document.pages.back().push_back(bandOf(handmade::text({10'000, 0, 190'000, 10'000}, text, style)));
+    }
+    const TemporaryFile file("a.pdf", write(std::move(document)));
+    EXPECT_EQ(countOf(plain(file), "/ActualText"), 1u);
+    EXPECT_NE(textOf(file).find("one two"), std::string::npos);
+}
+
 Document table(int rows, const ResolvedStyle& style) {
     Document document;
     for (int row = 0; row < rows; ++row) {
