@@ -31,8 +31,13 @@ Sink makeTiff(const ExportJob& job, std::string& output) {
 
 SheetOptions sheetOptions(const ExportJob& job) {
     const bool isData = job.options.kind == ExportKind::Xls || job.options.kind == ExportKind::Csv;
-    return {job.report.info, columnCuts(job.report, job.layout, isData ? FreeEdges::Yield : FreeEdges::Cut),
-            job.report.page, job.layout.paged, job.options.pageBreaks};
+    return {job.report.info,
+            columnCuts(job.report, job.layout, isData ? FreeEdges::Yield : FreeEdges::Cut),
+            job.report.page,
+            job.layout.paged,
+            job.options.pageBreaks,
+            job.background,
+            job.report.watermark};
 }
 
 Sink makeXlsx(const ExportJob& job, std::string& output) { return makeXlsxWriter(sheetOptions(job), output); }
@@ -92,7 +97,8 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     LayoutOptions layout;
     if (!isCellKind(options.kind)) return layout;
     layout.drawText = false;
-    layout.paged = options.sameAsPrint;
+    // The grid alone is a table of data, which no page interrupts.
+    layout.paged = options.sameAsPrint && !options.onlyDetailGrid;
     layout.pageHeadersAndFooters = options.pageHeadersAndFooters;
     layout.onlyDetailGrid = options.onlyDetailGrid;
     // Where lines end and pages break is of no interest to a table of plain text.

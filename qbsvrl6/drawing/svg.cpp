@@ -139,7 +139,8 @@ void appendContent(std::string& out, const Drawing& drawing, Size box, std::u16s
     appendLength(out, box.width);
     out += ' ';
     appendLength(out, box.height);
-    out += "\" role=\"img\">";
+    // What has no text to say is left out where the page is read aloud.
+    out += alternateText.empty() ? "\" aria-hidden=\"true\">" : "\" role=\"img\">";
     if (!alternateText.empty()) {
         out += "<title>";
         appendEscaped(out, alternateText);

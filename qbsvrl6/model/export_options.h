@@ -18,7 +18,7 @@ struct ExportOptions {
     bool sameAsPrint = true;  // false: one continuous table from logical rows
     bool pageBreaks = true;
     bool pageHeadersAndFooters = true;
-    bool onlyDetailGrid = false;
+    bool onlyDetailGrid = false;  // as one table, whatever sameAsPrint says
     bool xlsx = false;  // the spreadsheet kind's form
 
     ImageKind imageKind = ImageKind::Tiff;

@@ -64,11 +64,14 @@ void CellGrid::placeAnew(Band& band) {
     placed_.clear();
     regions_.clear();
     const int overlapsBefore = overlaps_;
-    // Late texts come first: they can't join another text.
+    // Late texts come first: they can't join another text. Pictures come last: they may lie above texts.
     for (const bool late : {true, false}) {
         for (Item& item : band.items) {
-            if (takesCells(item) && isPending(item) == late) claim(item);
+            if (takesCells(item) && !isPicture(item) && isPending(item) == late) claim(item);
         }
+    }
+    for (Item& item : band.items) {
+        if (takesCells(item) && isPicture(item)) claim(item);
     }
     for (Cell& cell : placed_) styleCell(cell, band);
     if (band.background) fillBackground(band);
@@ -322,7 +325,13 @@ void CellGrid::claim(Item& item) {
     Region region;
     setColumns(region, item.box);
     setRows(region, item.box);
-    if (fit_ == GridFit::Exact) trimRows(region);
+    if (fit_ == GridFit::Exact) {
+        if (isPicture(item) && !isWhollyFree(region)) {
+            addFloat(item);
+            return;
+        }
+        trimRows(region);
+    }
     const Region wanted = region;
     if (findRoom(region)) {
         take(region, item);
@@ -337,6 +346,13 @@ void CellGrid::claim(Item& item) {
         if (const auto* text = std::get_if<TextItem>(&item.content))
             firstOverlap_ = toUtf8(std::u16string_view(text->text).substr(0, 80));
     }
+}
+
+bool CellGrid::isWhollyFree(const Region& region) const {
+    for (int column = region.column; column < region.columnEnd; ++column) {
+        if (!isFree(column, region)) return false;
+    }
+    return true;
 }
 
 // Leaves the first and last rows to what stands there, if that makes room.

@@ -49,8 +49,9 @@ struct CellRow {
 
 // How the rows follow the paper.
 enum class GridFit {
-    Lines,     // what stands side by side is one row
-    Exact,     // each top and bottom is the edge of a row, so that all stand where they do on paper
+    Lines,  // what stands side by side is one row
+    Exact,  // each top and bottom is the edge of a row, so that all stand where they do on paper; a picture
+            // or drawing whose cells are taken lies above them
     Floating,  // like Lines; pictures and drawings lie above the cells and take none
 };
 
@@ -105,6 +106,7 @@ private:
     void makeRows(const Band& band);
     void makeExactRows(const Band& band);
     int edgeAt(Micrometres y) const;
+    bool isWhollyFree(const Region& region) const;
     void trimRows(Region& region) const;
     void addRowsInBoxes(const Band& band);
     void addExtent(const Rect& box);

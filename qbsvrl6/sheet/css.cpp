@@ -7,6 +7,7 @@
 
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -47,6 +48,17 @@ void appendNumber(std::string& out, double number) {
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
                                    std::round(std::clamp(number, -1e15, 1e15) * 1000) / 1000);
     out.append(digits.data(), end.ptr);
+}
+
+void appendCssText(std::string& out, std::u16string_view text) {
+    for (std::size_t i = 0; i < text.size();) {
+        std::array<char, 8> digits;
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
+                                       static_cast<std::uint32_t>(nextCharacter(text, i)), 16);
+        out += '\\';
+        out.append(digits.data(), end.ptr);
+        out += ' ';
+    }
 }
 
 void appendFontFamily(std::string& out, std::u16string_view family) {

@@ -2,6 +2,7 @@
 // detail grid is a table with its titles as headings; all share the grid's columns. The looks are classes,
 // known at the end, so that the head is written last.
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <set>
 
@@ -36,7 +37,8 @@ svg{display:block;margin:0 0 -1mm}
 *{print-color-adjust:exact;-webkit-print-color-adjust:exact}}
 )";
 constexpr const char* kNarrowRules =
-    R"(.page{width:auto;min-width:0;min-height:0;margin:2mm 0;padding:3mm;box-shadow:none}
+    R"(.page{width:auto;min-width:0;min-height:0;margin:2mm 0;padding:3mm;box-shadow:none;background:#fff}
+.page::before{content:none!important}
 .grid{overflow-x:auto}
 .free{width:100%;max-width:var(--table);--text:.8;--rows:.6}
 .free svg{max-width:100%;height:auto!important}
@@ -162,6 +164,7 @@ private:
             rowStart_ = "<tr class=\"h" + std::to_string(heightClass(row.height)) + "\">";
         }
         out() += rowStart_;
+        for (const Floating& floating : row.floats) floats_.push_back(floating);
         std::size_t next = 0;
         for (int column = 0; column < grid().columnCount();) {
             int& left = rowsLeft_[static_cast<std::size_t>(column)];
@@ -180,6 +183,25 @@ private:
             }
         }
         out() += "</tr>\n";
+        // A row without a cell of its own leaves them to the next one.
+        for (Floating& floating : floats_) floating.y -= row.height;
+    }
+
+    // What lies above the cells hangs on the first cell of its row.
+    void writeFloats(int column) {
+        for (const Floating& floating : floats_) {
+            Micrometres x = floating.x;
+            for (int i = column; i < floating.column; ++i) x += grid().columnWidth(i);
+            for (int i = floating.column; i < column; ++i) x -= grid().columnWidth(i);
+            out() += "<div style=\"position:absolute;left:";
+            appendMillimetres(out(), x);
+            out() += ";top:";
+            appendMillimetres(out(), floating.y);
+            out() += "\">";
+            writePicture(*floating.item);
+            out() += "</div>";
+        }
+        floats_.clear();
     }
 
     int writeFree(int column, int end) {
@@ -187,7 +209,13 @@ private:
         while (column < end && rowsLeft_[static_cast<std::size_t>(column)] == 0) ++column;
         out() += "<td";
         writeSpan("colspan", column - start);
-        out() += "></td>";
+        if (floats_.empty()) {
+            out() += "></td>";
+        } else {
+            out() += " style=\"position:relative\">";
+            writeFloats(start);
+            out() += "</td>";
+        }
         return column;
     }
 
@@ -205,8 +233,10 @@ private:
         out() += classOf(cell);
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
+        if (!floats_.empty()) out() += " style=\"position:relative\"";
         out() += '>';
         if (cell.item != nullptr) writeContent(*cell.item);
+        writeFloats(cell.column);
         out() += isTitle ? "</th>" : "</td>";
     }
 
@@ -228,7 +258,13 @@ private:
             } else {
                 appendText(out(), item);
             }
-        } else if (const auto* picture = std::get_if<PictureItem>(&item.content)) {
+        } else {
+            writePicture(item);
+        }
+    }
+
+    void writePicture(const Item& item) {
+        if (const auto* picture = std::get_if<PictureItem>(&item.content)) {
             if (picture->picture == nullptr) return;
             const bool isFirst = pictures_.insert(picture->picture->id).second;
             appendPicture(out(), *picture, isFirst);
@@ -257,16 +293,19 @@ private:
         appendMillimetres(out, std::max(item.placed.x, 0));
         out += "\">";
         if (isFirst) {
-            const bool isJpeg = picture.encoding == Picture::Encoding::Jpeg;
-            out += "<image id=\"" + id +
-                   "\" width=\"1\" height=\"1\" preserveAspectRatio=\"none\" href=\"data:image/" +
-                   (isJpeg ? "jpeg" : "png") + ";base64,";
-            out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
+            out += "<image id=\"" + id + "\" width=\"1\" height=\"1\" preserveAspectRatio=\"none\" href=\"";
+            appendData(out, picture);
             out += "\"/>";
         } else {
             out += "<use href=\"#" + id + "\"/>";
         }
         out += "</svg>";
+    }
+
+    static void appendData(std::string& out, const Picture& picture) {
+        out += picture.encoding == Picture::Encoding::Jpeg ? "data:image/jpeg;base64,"
+                                                           : "data:image/png;base64,";
+        out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
     }
 
     static void appendText(std::string& out, const Item& item) {
@@ -354,6 +393,7 @@ private:
         for (int column = 0; column < grid().columnCount(); ++column) {
             appendLength(out, ".c" + std::to_string(column) + "{width:", grid().columnWidth(column));
         }
+        if (options_.paged) appendBackdrop(out);
         out += "@media screen and (max-width:";
         appendMillimetres(out, std::max(page.paper.width, left + width + margins.right));
         out += "){";
@@ -372,6 +412,30 @@ private:
         const bool sheets = options_.paged && options_.pageBreaks;
         appendEdges(out, ";margin:", sheets ? Edges{} : margins);
         out += sheets ? kSheetRules : kRunOnRules;
+    }
+
+    // What lies behind the texts of a sheet of paper.
+    void appendBackdrop(std::string& out) const {
+        if (options_.background != nullptr) {
+            out += ".page{background:#fff 0 0/var(--paper) var(--height) no-repeat url(";
+            appendData(out, *options_.background);
+            out += ")}\n";
+        }
+        const Watermark& watermark = options_.watermark;
+        if (watermark.text.empty() || watermark.fontSize <= 0) return;
+        out += ".page{position:relative;isolation:isolate;overflow:hidden}\n.page::before{content:'";
+        appendCssText(out, watermark.text);
+        out +=
+            "';position:absolute;z-index:-1;left:calc(var(--paper)/2);top:calc(var(--height)/2);transform:"
+            "translate(-50%,-50%) rotate(";
+        appendNumber(out, -std::atan2(options_.page.paper.height, options_.page.paper.width));
+        out += "rad);white-space:pre;font:";
+        appendNumber(out, watermark.fontSize);
+        out += "pt/1 ";
+        appendFontFamily(out, u"SimHei");
+        out += ";color:";
+        appendColor(out, watermark.color);
+        out += "}\n";
     }
 
     static void appendEdges(std::string& out, const char* rule, const Edges& edges) {
@@ -397,7 +461,8 @@ private:
     LanguageGuess language_;
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;
-    std::vector<int> rowsLeft_;  // of each column: rows that a cell above still covers
+    std::vector<int> rowsLeft_;     // of each column: rows that a cell above still covers
+    std::vector<Floating> floats_;  // that no cell has taken yet
     std::vector<Item> late_;
     Part part_ = Part::None;
     bool partIsNew_ = false;

@@ -25,6 +25,11 @@ std::string quotedAddress(std::u16string_view address) {
     return out;
 }
 
+// A text without a character must not make its row higher.
+bool showsNothing(const Item& item) {
+    return std::holds_alternative<TextItem>(item.content) && textOf(item).empty() && !isPending(item);
+}
+
 }  // namespace
 
 RtfTable::RtfTable(const CellGrid& grid, Micrometres left) : left_(twips(left)) {
@@ -40,7 +45,7 @@ void RtfTable::append(std::string& out, std::span<const CellRow> rows, bool repe
     for (const CellRow& row : rows) {
         findSlots(row);
         appendDefinition(out, row, repeats);
-        appendCells(out, text);
+        appendCells(out, row, text);
         out += "\\row\n";
     }
 }
@@ -87,16 +92,41 @@ void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repea
     out += '\n';
 }
 
-void RtfTable::appendCells(std::string& out, const TextWriter& text) {
+void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWriter& text) {
+    bool floatsAreOut = false;
+    int left = left_;
     for (const Slot& slot : slots_) {
-        if (slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn) {
-            out += "\\pard\\plain\\intbl\\fs2\\cell\n";
-            continue;
+        const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn ||
+                             showsNothing(*slot.cell->item);
+        out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : looks_.paragraph(*slot.cell);
+        if (!floatsAreOut && !slot.goesOn) {
+            for (const Floating& floating : row.floats) appendFloat(out, floating, left);
+            floatsAreOut = true;
         }
-        out += looks_.paragraph(*slot.cell);
-        appendContent(out, *slot.cell->item, text);
+        if (!isEmpty) appendContent(out, *slot.cell->item, text);
         out += "\\cell\n";
+        left = edges_[static_cast<std::size_t>(slot.columnEnd) - 1];
     }
+}
+
+// A shape in front of the text, counted from the cell that it hangs on.
+void RtfTable::appendFloat(std::string& out, const Floating& floating, int cellLeft) {
+    const std::uint32_t number = pictures_.numberOf(*floating.item);
+    if (number == 0) return;
+    const Rect box = pictureBox(*floating.item);
+    const int columnLeft =
+        floating.column == 0 ? left_ : edges_[static_cast<std::size_t>(floating.column) - 1];
+    const int left = columnLeft - cellLeft + twips(floating.x + box.x);
+    const int top = twips(floating.y + box.y);
+    appendCommand(out, "{\\shp{\\*\\shpinst\\shpleft", left);
+    appendCommand(out, "\\shptop", top);
+    appendCommand(out, "\\shpright", left + twips(box.width));
+    appendCommand(out, "\\shpbottom", top + twips(box.height));
+    out +=
+        "\\shpfhdr0\\shpbxcolumn\\shpbypara\\shpwr3\\shpfblwtxt0{\\sp{\\sn shapeType}{\\sv 75}}{\\sp{\\sn "
+        "pib}{\\sv ";
+    appendBytes(out, *floating.item, number);
+    out += "}}}}";
 }
 
 void RtfTable::appendContent(std::string& out, Item& item, const TextWriter& text) {
@@ -113,16 +143,21 @@ void RtfTable::appendContent(std::string& out, Item& item, const TextWriter& tex
 }
 
 void RtfTable::appendPicture(std::string& out, const Item& item) {
-    constexpr char kDigits[] = "0123456789abcdef";
     const std::uint32_t number = pictures_.numberOf(item);
     if (number == 0) return;
+    const Rect box = pictureBox(item);
+    appendCommand(out, "\\li", twips(std::max(box.x, 0)));
+    appendCommand(out, "\\sb", twips(std::max(box.y, 0)));
+    out += "\\fs2 ";
+    appendBytes(out, item, number);
+}
+
+void RtfTable::appendBytes(std::string& out, const Item& item, std::uint32_t number) {
+    constexpr char kDigits[] = "0123456789abcdef";
     const Picture& picture = *pictures_.pictures()[number - 1];
     const Rect box = pictureBox(item);
     const int width = twips(box.width);
     const int height = twips(box.height);
-    appendCommand(out, "\\li", twips(std::max(box.x, 0)));
-    appendCommand(out, "\\sb", twips(std::max(box.y, 0)));
-    out += "\\fs2 ";
     out += picture.encoding == Picture::Encoding::Jpeg ? "{\\pict\\jpegblip" : "{\\pict\\pngblip";
     // Pixels by their usual size, 15 twips, for readers that ignore the size that is wanted.
     appendCommand(out, "\\picw", width / 15);

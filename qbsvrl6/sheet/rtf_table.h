@@ -40,9 +40,11 @@ private:
 
     void findSlots(const CellRow& row);
     void appendDefinition(std::string& out, const CellRow& row, bool repeats);
-    void appendCells(std::string& out, const TextWriter& text);
+    void appendCells(std::string& out, const CellRow& row, const TextWriter& text);
+    void appendFloat(std::string& out, const Floating& floating, int cellLeft);
     void appendContent(std::string& out, Item& item, const TextWriter& text);
     void appendPicture(std::string& out, const Item& item);
+    void appendBytes(std::string& out, const Item& item, std::uint32_t number);
 
     int left_;
     std::vector<int> edges_;  // right edge of each column

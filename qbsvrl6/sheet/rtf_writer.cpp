@@ -19,6 +19,9 @@ constexpr Micrometres kLeastGap = 500;
 // A page leaves this to the word processor, whose rows are a trace higher than ours.
 constexpr Micrometres kSlack = 4'000;
 
+// The widest paper that word processors take: 22 inches.
+constexpr Micrometres kMaxPaper = 558'800;
+
 // A paragraph of just this height; it ends the table before it.
 void appendGap(std::string& out, Micrometres height, const char* content = "") {
     appendCommand(out, "\\pard\\plain\\fs2\\sl-", std::max(twips(height), 20));
@@ -48,6 +51,7 @@ private:
         open({true, frames_.size()});
         frames_.emplace_back();
         part_ = Part::None;
+        headerHeight_ = 0;
     }
 
     void open(OpenPlace place) {
@@ -60,6 +64,9 @@ private:
         if (!options_.paged || (!isHeader && band.kind != BandKind::PageFooter)) return false;
         PlacedBand& kept = (isHeader ? frames_.back().header : frames_.back().footer).emplace_back();
         for (const Item& item : band.items) kept.late.push_back(isPending(item));
+        if (isHeader) {
+            headerHeight_ = std::max(headerHeight_, y + band.height - options_.page.margins.top);
+        }
         kept.band = std::move(band);
         kept.x = x;
         kept.y = y;
@@ -70,8 +77,9 @@ private:
         // Titles that repeat must be the first rows of a table.
         const Part part = band.kind == BandKind::GridTitle ? Part::Titles : Part::Rows;
         const bool beginsTable = part == Part::Titles && part_ == Part::Rows;
-        const Micrometres gap = rows.front().gap;
-        if (part_ != Part::None && (beginsTable || gap >= kLeastGap)) appendGap(stream_.text(), gap);
+        // The first rows of a page follow its header.
+        const Micrometres gap = rows.front().gap - (part_ == Part::None ? headerHeight_ : 0);
+        if (beginsTable || gap >= kLeastGap) appendGap(stream_.text(), gap);
         part_ = part;
         table_.append(stream_.text(), rows, part == Part::Titles && !options_.paged,
                       [&](std::string& out, Item& item) { appendText(out, item); });
@@ -106,8 +114,8 @@ private:
                 appendRtf(out, textOf(late_[place.index]));
             }
         });
-        appendGap(output_, 0);
-        output_ += "}\n";
+        // The last paragraph, which must not make a page of its own.
+        output_ += "\\pard\\plain\\fs2\\sl-20\\slmult0\n}\n";
     }
 
     static void settle(std::vector<PlacedBand>& bands, PendingTexts& pending) {
@@ -150,7 +158,9 @@ private:
         appendCommand(out, "\\headery", twips(page.margins.top));
         appendCommand(out, "\\footery", twips(std::max(page.margins.bottom - kSlack, 0)));
         appendCommand(out, "\\margtsxn", twips(top));
-        appendCommand(out, "\\margbsxn", twips(std::max(bottom - kSlack, 0)));
+        // Where no footer stands, all of the margin is left: the page ends by its break.
+        const Micrometres slack = frame.footer.empty() ? bottom : kSlack;
+        appendCommand(out, "\\margbsxn", twips(std::max(bottom - slack, 0)));
         out += '\n';
         // The next page tells which numbers are the page's own.
         const std::size_t next =
@@ -216,11 +226,18 @@ private:
         out += "}\n";
     }
 
+    // Where tables run on, a paper too narrow for them would cut them off.
+    Micrometres paperWidth() const {
+        if (options_.paged || options_.cuts.empty()) return options_.page.paper.width;
+        const Micrometres wanted = options_.cuts.back() + options_.page.margins.right;
+        return std::max(options_.page.paper.width, std::min(wanted, kMaxPaper));
+    }
+
     void appendPaper(std::string& out) const {
         const PageSetup& page = options_.page;
-        appendCommand(out, "\\paperw", twips(page.paper.width));
+        appendCommand(out, "\\paperw", twips(paperWidth()));
         appendCommand(out, "\\paperh", twips(page.paper.height));
-        if (page.paper.width > page.paper.height) out += "\\landscape";
+        if (paperWidth() > page.paper.height) out += "\\landscape";
         appendCommand(out, "\\margl", twips(page.margins.left));
         appendCommand(out, "\\margr", twips(page.margins.right));
         appendCommand(out, "\\margt", twips(page.margins.top));
@@ -236,6 +253,7 @@ private:
     std::vector<OpenPlace> places_;  // by the stream's marks
     std::vector<PageFrame> frames_;  // by page
     std::vector<Item> late_;
+    Micrometres headerHeight_ = 0;  // of the page under way
     Part part_ = Part::None;
 };
 

@@ -18,6 +18,9 @@ struct SheetOptions {
     PageSetup page;
     bool paged = true;  // as printed
     bool pageBreaks = true;
+    // Behind each page as printed, in HTM.
+    std::shared_ptr<const Picture> background;  // may be null
+    Watermark watermark;
 };
 
 // `output` holds the whole document after finish().
