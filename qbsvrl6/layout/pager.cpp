@@ -197,7 +197,10 @@ void Pager::addRepeats(const BandDraft& lead) {
     std::vector<BandDraft> repeats = lead.owner->repeats(lead);
     std::int64_t height = 0;
     for (const BandDraft& band : repeats) height += band.band.height;
-    if (static_cast<double>(height) > kMostRepeated * capacity()) return;
+    while (static_cast<double>(height) > kMostRepeated * capacity()) {
+        height -= repeats.back().band.height;  // inner headers make room first
+        repeats.pop_back();
+    }
     for (BandDraft& band : repeats) {
         band.x = lead.x;
         if (lead.ofSubReport) takeIn(band);

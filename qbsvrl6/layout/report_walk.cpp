@@ -228,8 +228,10 @@ std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
     for (int level = 0; level < levels; ++level) {
         PlannedGroup& group = grid.groups[static_cast<std::size_t>(level)];
         if (!group.group->repeatHeader || !group.header) continue;
+        // It reads as where it stood first.
+        const std::size_t first = view_.group(level, lead.row).first;
         auto header = builder_.groupSection(*group.header, BandKind::GroupHeader,
-                                            builder_.groupPosition(level, lead.row));
+                                            builder_.groupPosition(level, first));
         if (header) bands.push_back(std::move(*header));
     }
     for (BandDraft& band : bands) {
