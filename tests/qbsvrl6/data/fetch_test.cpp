@@ -23,7 +23,7 @@ protected:
         char pattern[] = "/tmp/qbsvr-fetch-XXXXXX";
         directory_ = std::string(::mkdtemp(&pattern[0])) + "/";
         std::ofstream(directory_ + "数 据.txt") << "hello";
-        std::ofstream(directory_ + "empty.txt");
+        std::ofstream(directory_ + "empty.txt") << "";
         ::mkfifo((directory_ + "pipe").c_str(), 0600);
     }
     void TearDown() override { std::filesystem::remove_all(directory_); }
@@ -66,7 +66,7 @@ public:
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof address;
-        ::bind(socket_, reinterpret_cast<sockaddr*>(&address), size);
+        EXPECT_EQ(::bind(socket_, reinterpret_cast<sockaddr*>(&address), size), 0);
         ::listen(socket_, 8);
         ::getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
         host_ = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
