@@ -230,8 +230,8 @@ std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
         if (!group.group->repeatHeader || !group.header) continue;
         // It reads as where it stood first.
         const std::size_t first = view_.group(level, lead.row).first;
-        auto header = builder_.groupSection(*group.header, BandKind::GroupHeader,
-                                            builder_.groupPosition(level, first));
+        auto header =
+            builder_.groupSection(*group.header, BandKind::GroupHeader, builder_.groupPosition(level, first));
         if (header) bands.push_back(std::move(*header));
     }
     for (BandDraft& band : bands) {

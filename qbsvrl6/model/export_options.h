@@ -19,7 +19,7 @@ struct ExportOptions {
     bool pageBreaks = true;
     bool pageHeadersAndFooters = true;
     bool onlyDetailGrid = false;  // as one table, whatever sameAsPrint says
-    bool xlsx = false;  // the spreadsheet kind's form
+    bool xlsx = false;            // the spreadsheet kind's form
 
     ImageKind imageKind = ImageKind::Tiff;
     bool allPagesInOneImage = false;
