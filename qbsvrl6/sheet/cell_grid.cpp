@@ -442,7 +442,8 @@ void CellGrid::addFloat(const Item& item) {
     Region region;
     setColumns(region, item.box);
     const Rect& box = item.box;
-    const auto row = static_cast<std::size_t>(rowAt(box.y));
+    // Among exact rows the first one alone is sure to have a cell that begins in it.
+    const auto row = fit_ == GridFit::Exact ? 0 : static_cast<std::size_t>(rowAt(box.y));
     // Of the column that holds the left edge, so that the distance isn't negative.
     while (region.column > 0 && cuts_[static_cast<std::size_t>(region.column)] > x_ + box.x) --region.column;
     rows_[row].floats.push_back({&item, region.column,

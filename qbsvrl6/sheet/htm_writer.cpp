@@ -5,6 +5,7 @@
 #include <cmath>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "common/base64.h"
 #include "qbsvrl6/drawing/svg.h"
@@ -164,7 +165,7 @@ private:
             rowStart_ = "<tr class=\"h" + std::to_string(heightClass(row.height)) + "\">";
         }
         out() += rowStart_;
-        for (const Floating& floating : row.floats) floats_.push_back(floating);
+        floats_ = row.floats;
         std::size_t next = 0;
         for (int column = 0; column < grid().columnCount();) {
             int& left = rowsLeft_[static_cast<std::size_t>(column)];
@@ -183,13 +184,11 @@ private:
             }
         }
         out() += "</tr>\n";
-        // A row without a cell of its own leaves them to the next one.
-        for (Floating& floating : floats_) floating.y -= row.height;
     }
 
     // What lies above the cells hangs on the first cell of its row.
     void writeFloats(int column) {
-        for (const Floating& floating : floats_) {
+        for (const Floating& floating : std::exchange(floats_, {})) {
             Micrometres x = floating.x;
             for (int i = column; i < floating.column; ++i) x += grid().columnWidth(i);
             for (int i = floating.column; i < column; ++i) x -= grid().columnWidth(i);
@@ -201,7 +200,6 @@ private:
             writePicture(*floating.item);
             out() += "</div>";
         }
-        floats_.clear();
     }
 
     int writeFree(int column, int end) {
@@ -461,8 +459,8 @@ private:
     LanguageGuess language_;
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;
-    std::vector<int> rowsLeft_;     // of each column: rows that a cell above still covers
-    std::vector<Floating> floats_;  // that no cell has taken yet
+    std::vector<int> rowsLeft_;         // of each column: rows that a cell above still covers
+    std::span<const Floating> floats_;  // of the row under way, until its first cell takes them
     std::vector<Item> late_;
     Part part_ = Part::None;
     bool partIsNew_ = false;

@@ -93,20 +93,27 @@ void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repea
 }
 
 void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWriter& text) {
-    bool floatsAreOut = false;
+    const std::size_t host = row.floats.empty() ? slots_.size() : hostOfFloats();
     int left = left_;
-    for (const Slot& slot : slots_) {
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        const Slot& slot = slots_[i];
         const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn ||
                              showsNothing(*slot.cell->item);
         out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : looks_.paragraph(*slot.cell);
-        if (!floatsAreOut && !slot.goesOn) {
+        if (i == host) {
             for (const Floating& floating : row.floats) appendFloat(out, floating, left);
-            floatsAreOut = true;
         }
         if (!isEmpty) appendContent(out, *slot.cell->item, text);
         out += "\\cell\n";
         left = edges_[static_cast<std::size_t>(slot.columnEnd) - 1];
     }
+}
+
+// A free cell, whose paragraph stands at the top, if there is one.
+std::size_t RtfTable::hostOfFloats() const {
+    const auto free =
+        std::find_if(slots_.begin(), slots_.end(), [](const Slot& slot) { return slot.cell == nullptr; });
+    return free == slots_.end() ? 0 : static_cast<std::size_t>(free - slots_.begin());
 }
 
 // A shape in front of the text, counted from the cell that it hangs on.

@@ -41,6 +41,7 @@ private:
     void findSlots(const CellRow& row);
     void appendDefinition(std::string& out, const CellRow& row, bool repeats);
     void appendCells(std::string& out, const CellRow& row, const TextWriter& text);
+    std::size_t hostOfFloats() const;
     void appendFloat(std::string& out, const Floating& floating, int cellLeft);
     void appendContent(std::string& out, Item& item, const TextWriter& text);
     void appendPicture(std::string& out, const Item& item);

@@ -3,6 +3,7 @@
 #define QBSVR_TESTS_QBSVRL6_SHEET_SHEET_FIXTURE_H
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -74,10 +75,12 @@ class SheetFeed {
 public:
     using Maker = std::unique_ptr<PageSink> (*)(const SheetOptions&, std::string&);
 
-    SheetFeed(Maker make, std::vector<Micrometres> cutsMm, bool paged = false) {
+    SheetFeed(Maker make, std::vector<Micrometres> cutsMm, bool paged = false,
+              const std::function<void(SheetOptions&)>& change = {}) {
         for (const Micrometres cut : cutsMm) options.cuts.push_back((cut + 15) * kMm);
         options.paged = paged;
         options.info.title = u"A <title>";
+        if (change) change(options);
         sink_ = make(options, output_);
         newPage();
     }

@@ -320,5 +320,24 @@ TEST(HtmWriter, DrawsPicturesAndLines) {
     EXPECT_EQ(rule("[1]/td[3]").find("0.3mm"), std::string::npos) << rule("[1]/td[3]");
 }
 
+TEST(HtmWriter, LaysPicturesAboveTextsAndBehindPages) {
+    auto picture = std::make_shared<Picture>();
+    picture->bytes = "\x89PNG";
+    picture->id = 7;
+    Item seal = textAt({40, 4, 10, 5}, u"");
+    seal.content = PictureItem{picture, {0, 0, 10 * kMm, 5 * kMm}};
+    SheetFeed feed(&makeHtmWriter, {0, 30, 60}, true, [&](SheetOptions& options) {
+        options.background = picture;
+        options.watermark.text = u"';}</style>中";
+    });
+    feed.put(bandOf(BandKind::ReportHeader, 12, {seal, textAt({0, 2, 60, 10}, u"over all")}));
+    const std::string text = feed.finish();
+    const Htm htm(text);
+    EXPECT_EQ(htm.texts("//tr[1]/td/div/@style"), "position:absolute;left:40mm;top:2mm|");
+    EXPECT_EQ(htm.texts("//td/div/svg/image/@href"), "data:image/png;base64,iVBORw==|");
+    EXPECT_NE(text.find("no-repeat url(data:image/png;base64,iVBORw==)"), std::string::npos);
+    EXPECT_NE(text.find("content:'\\27 \\3b \\7d \\3c \\2f "), std::string::npos);
+}
+
 }  // namespace
 }  // namespace qbsvrl6
