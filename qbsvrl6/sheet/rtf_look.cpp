@@ -31,7 +31,7 @@ void appendCommand(std::string& out, const char* command, int value) {
     out.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
 }
 
-void appendRtf(std::string& out, std::u16string_view text) {
+void appendRtf(std::string& out, std::u16string_view text, const char* lineEnd) {
     std::u16string buffer;
     for (const char16_t unit : cleanText(text, buffer)) {
         if (unit == u'\\' || unit == u'{' || unit == u'}') {
@@ -40,7 +40,7 @@ void appendRtf(std::string& out, std::u16string_view text) {
         } else if (unit >= 0x20 && unit < 0x7F) {
             out += static_cast<char>(unit);
         } else if (unit == u'\n') {
-            out += "\\line ";
+            out += lineEnd;
         } else if (unit == u'\t') {
             out += "\\tab ";
         } else {

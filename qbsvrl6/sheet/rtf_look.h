@@ -14,8 +14,11 @@ namespace qbsvrl6 {
 // A length in twips, the unit of RTF.
 int twips(Micrometres length);
 
-// Text in which nothing is a control word. Line ends are line breaks of the same paragraph.
-void appendRtf(std::string& out, std::u16string_view text);
+// Text in which nothing is a control word. Line ends become `lineEnd`: line breaks of the same paragraph, or
+// new paragraphs where a justified line would be stretched ahead of a break.
+constexpr const char* kLineBreak = "\\line ";
+constexpr const char* kParagraph = "\\par ";
+void appendRtf(std::string& out, std::u16string_view text, const char* lineEnd = kLineBreak);
 
 // A command and its number: "\fs20".
 void appendCommand(std::string& out, const char* command, int value);

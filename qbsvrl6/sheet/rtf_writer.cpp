@@ -86,12 +86,17 @@ private:
         stream_.breathe();
     }
 
+    static const char* lineEndOf(const Item& item) {
+        const bool justified = item.style && item.style->align == HorizontalAlign::Justify;
+        return justified ? kParagraph : kLineBreak;
+    }
+
     void appendText(std::string& out, Item& item) {
         if (isPending(item)) {
             open({false, late_.size()});
             late_.push_back(std::move(item));
         } else {
-            appendRtf(out, textOf(item));
+            appendRtf(out, textOf(item), lineEndOf(item));
         }
     }
 
@@ -111,7 +116,7 @@ private:
                 out += pages[place.index];
             } else {
                 pending.settle(late_[place.index]);
-                appendRtf(out, textOf(late_[place.index]));
+                appendRtf(out, textOf(late_[place.index]), lineEndOf(late_[place.index]));
             }
         });
         // The last paragraph, which must not make a page of its own.

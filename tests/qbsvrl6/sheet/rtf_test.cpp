@@ -121,8 +121,12 @@ TEST(Rtf, MakesTables) {
         BandKind::Row, 12,
         {textAt({0, 0, 30, 12}, u"tall"), textAt({30, 0, 60, 6}, u"b"), textAt({60, 6, 30, 6}, u"c")}));
     feed.put(bandOf(BandKind::ReportFooter, 6, {pendingAt({30, 0, 60, 6}, u"all #")}));
+    ResolvedStyle justified;
+    justified.align = HorizontalAlign::Justify;
+    feed.row(BandKind::ReportFooter, {u"y\nz"}, &justified);
     const std::string rtf = feed.finish(u"{7}");
-    EXPECT_EQ(readRtf(rtf), "Head||\n<repeated>名|Sum|Note|\na|1/2|x\ty|\ntall|b|\n||c|\n|all {7}|\n");
+    EXPECT_EQ(readRtf(rtf), "Head||\n<repeated>名|Sum|Note|\na|1/2|x\ty|\ntall|b|\n||c|\n|all {7}|\nyz||\n");
+    EXPECT_NE(rtf.find("y\\par z"), std::string::npos) << "a line break would stretch the line ahead of it";
     EXPECT_NE(rtf.find("\\clvmgf"), std::string::npos);
     EXPECT_NE(rtf.find("\\clvmrg"), std::string::npos);
     EXPECT_NE(rtf.find("\\cellx1701\\"), std::string::npos) << "30 mm";
