@@ -53,44 +53,25 @@ bool asXlsx(const ExportOptions& options) { return options.xlsx; }
 
 struct ExportForm {
     ExportKind kind;
+    bool makesCells;
     bool (*chosen)(const ExportOptions& options);
     Sink (*make)(const ExportJob& job, std::string& output);
 };
 
 // The first form of its kind that the options choose makes the document.
 constexpr ExportForm kForms[] = {
-    {ExportKind::Pdf, always, makePdf},    {ExportKind::Xls, asXlsx, makeXlsx},
-    {ExportKind::Xls, always, makeXls},    {ExportKind::Htm, always, makeHtm},
-    {ExportKind::Rtf, always, makeRtf},    {ExportKind::Txt, always, makeTxt},
-    {ExportKind::Csv, always, makeCsv},    {ExportKind::Image, asPng, makePng},
-    {ExportKind::Image, always, makeTiff},
+    {ExportKind::Pdf, false, always, makePdf},    {ExportKind::Xls, true, asXlsx, makeXlsx},
+    {ExportKind::Xls, true, always, makeXls},     {ExportKind::Htm, true, always, makeHtm},
+    {ExportKind::Rtf, true, always, makeRtf},     {ExportKind::Txt, true, always, makeTxt},
+    {ExportKind::Csv, true, always, makeCsv},     {ExportKind::Image, false, asPng, makePng},
+    {ExportKind::Image, false, always, makeTiff},
 };
-
-std::string nameOf(const ExportOptions& options) {
-    switch (options.kind) {
-        case ExportKind::Xls:
-            return options.xlsx ? "XLSX" : "XLS";
-        case ExportKind::Txt:
-            return "TXT";
-        case ExportKind::Htm:
-            return "HTM";
-        case ExportKind::Rtf:
-            return "RTF";
-        case ExportKind::Pdf:
-            return "PDF";
-        case ExportKind::Csv:
-            return "CSV";
-        case ExportKind::Image:
-            return "image";
-    }
-    return "type " + std::to_string(static_cast<int>(options.kind));
-}
 
 }  // namespace
 
 bool isCellKind(ExportKind kind) {
-    return kind == ExportKind::Xls || kind == ExportKind::Txt || kind == ExportKind::Htm ||
-           kind == ExportKind::Rtf || kind == ExportKind::Csv;
+    return std::any_of(std::begin(kForms), std::end(kForms),
+                       [&](const ExportForm& form) { return form.kind == kind && form.makesCells; });
 }
 
 LayoutOptions layoutOptionsFor(const ExportOptions& options) {
@@ -111,8 +92,8 @@ std::unique_ptr<PageSink> makeSink(const ExportJob& job, std::string& output) {
         return candidate.kind == job.options.kind && candidate.chosen(job.options);
     });
     if (form == std::end(kForms)) {
-        throw EngineError(ErrorCode::NotSupported,
-                          "this engine makes no documents of kind " + nameOf(job.options));
+        throw EngineError(ErrorCode::NotSupported, "this engine makes no documents of kind " +
+                                                       std::to_string(static_cast<int>(job.options.kind)));
     }
     return form->make(job, output);
 }

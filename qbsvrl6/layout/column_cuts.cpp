@@ -39,8 +39,8 @@ private:
         std::sort(edges.begin(), edges.end());
         for (const Micrometres edge : edges) {
             const auto behind = std::lower_bound(cuts_.begin(), cuts_.end(), edge);
-            if (behind != cuts_.end() && *behind - edge < kNear) continue;
-            if (behind != cuts_.begin() && edge - *(behind - 1) < kNear) continue;
+            if (behind != cuts_.end() && *behind - edge <= kNear) continue;
+            if (behind != cuts_.begin() && edge - *(behind - 1) <= kNear) continue;
             cuts_.insert(behind, edge);
         }
         edges.clear();

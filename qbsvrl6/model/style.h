@@ -23,6 +23,7 @@ enum class TextFit {
 struct BorderLine {
     Micrometres width = 0;  // 0: no line
     Color color;
+    bool dashed = false;
     bool operator==(const BorderLine&) const = default;
 };
 

@@ -22,6 +22,12 @@ bool isPicture(const Item& item) {
            std::holds_alternative<DrawingItem>(item.content);
 }
 
+// Whether a spreadsheet can hold the item's text off its side of the cell.
+bool isFlush(const Item& item) {
+    return item.style == nullptr || item.style->align == HorizontalAlign::Left ||
+           item.style->align == HorizontalAlign::Right;
+}
+
 // The stronger line stays.
 void strengthen(BorderLine& line, const BorderLine& other) {
     if (other.width > line.width) line = other;
@@ -49,8 +55,10 @@ CellGrid::CellGrid(std::vector<Micrometres> cuts, Micrometres paperWidth, GridFi
 std::span<const CellRow> CellGrid::place(Band& band, Micrometres x, Micrometres y) {
     x_ = x;
     for (CellRow& row : rows_) row.clear();
-    if (!placeLikeBefore(band)) placeAnew(band);
+    const bool isLikeBefore = placeLikeBefore(band);
+    if (!isLikeBefore) placeAnew(band);
     settleHeights(band, y);
+    if (!isLikeBefore) settleInsets();
     return {rows_.data(), extents_.size()};
 }
 
@@ -73,10 +81,11 @@ void CellGrid::placeAnew(Band& band) {
     for (Item& item : band.items) {
         if (takesCells(item) && isPicture(item)) claim(item);
     }
+    if (fit_ == GridFit::Floating) reachOut();
     for (Cell& cell : placed_) styleCell(cell, band);
     if (band.background) fillBackground(band);
     for (const Item& item : band.items) {
-        if (const auto* line = std::get_if<LineItem>(&item.content)) drawLine(item.box, line->line);
+        if (const auto* line = std::get_if<LineItem>(&item.content)) drawLine(item, line->line);
         if (const auto* box = std::get_if<BoxItem>(&item.content)) {
             const BorderLine& edge = box->box.line;
             drawBox(item.box, {edge, edge, edge, edge}, box->box.fill);
@@ -205,7 +214,12 @@ void CellGrid::makeRows(const Band& band) {
         if (!standsBeside) addExtent(box);
     }
     joinExtents();
-    addRowsInBoxes(band);
+    if (hasFloats_) {
+        for (const Item& item : band.items) {
+            if (isPicture(item)) extents_.front().top = std::min(extents_.front().top, item.box.y);
+        }
+    }
+    closeGapsInBoxes(band);
     if (extents_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) {
         addExtent({0, 0, band.width, band.height});
     }
@@ -237,10 +251,9 @@ void CellGrid::makeExactRows(const Band& band) {
     if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
 }
 
-// A box that goes on over the space between two rows needs a row there, to be whole.
-void CellGrid::addRowsInBoxes(const Band& band) {
-    const std::size_t count = extents_.size();
-    for (std::size_t row = 1; row < count; ++row) {
+// A box that goes on over the space between two rows is whole only if the upper one ends at the lower one.
+void CellGrid::closeGapsInBoxes(const Band& band) {
+    for (std::size_t row = 1; row < extents_.size(); ++row) {
         const Micrometres top = extents_[row - 1].bottom;
         const Micrometres bottom = extents_[row].top;
         if (bottom - top <= kTolerance) continue;
@@ -248,9 +261,8 @@ void CellGrid::addRowsInBoxes(const Band& band) {
             return std::holds_alternative<BoxItem>(item.content) && item.box.y < top &&
                    item.box.bottom() > bottom;
         });
-        if (inBox) addExtent({0, top, band.width, bottom - top});
+        if (inBox) extents_[row - 1].bottom = bottom;
     }
-    if (extents_.size() > count) joinExtents();
 }
 
 void CellGrid::addExtent(const Rect& box) {
@@ -292,8 +304,10 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
         const Micrometres rowTop = extents_[row].top;
         const bool isLast = row + 1 == extents_.size();
         Micrometres bottom = extents_[row].bottom;
+        rows_[row].tail = 0;
         if (isLast) {
             bottom = std::min(lowest, std::max(band.height, extents_[row].bottom));
+            rows_[row].tail = std::max(band.height - bottom, 0);
         } else if (hasFloats_ || bottom > extents_[row + 1].top) {
             bottom = extents_[row + 1].top;
         }
@@ -312,12 +326,25 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
     }
 }
 
-// A text that shows nothing takes no cell, unless it is the grid's.
+// Above and below; those on the sides are known from the start.
+void CellGrid::settleInsets() {
+    for (std::size_t row = 0; row < extents_.size(); ++row) {
+        for (Cell& cell : rows_[row].cells) {
+            if (cell.item == nullptr) continue;
+            const std::size_t last = row + static_cast<std::size_t>(cell.rowSpan) - 1;
+            cell.inset.top = std::max(cell.item->box.y - extents_[row].top, 0);
+            cell.inset.bottom =
+                std::max(extents_[last].top + rows_[last].height - cell.item->box.bottom(), 0);
+        }
+    }
+}
+
+// A text that shows nothing takes no cell, unless it is the grid's and its row isn't flat.
 bool CellGrid::takesCells(const Item& item) const {
     if (isDecoration(item)) return false;
     if (isPicture(item)) return fit_ != GridFit::Floating;
     const auto& text = std::get<TextItem>(item.content);
-    if (!text.text.empty() || text.pending || item.column >= 0) return true;
+    if (!text.text.empty() || text.pending || (item.column >= 0 && item.box.height > 0)) return true;
     return item.style != nullptr && (item.style->background || item.style->border != Border{});
 }
 
@@ -370,6 +397,32 @@ void CellGrid::trimRows(Region& region) const {
         if (isTaken(row)) return;
     }
     if (trimmed.row < trimmed.rowEnd) region = trimmed;
+}
+
+// What begins or ends well within a column takes all of it where it is free: then it can stand in its place.
+void CellGrid::reachOut() {
+    constexpr Micrometres kReach = 3 * kTolerance;
+    for (std::size_t i = 0; i < placed_.size(); ++i) {
+        const Item& item = *placed_[i].item;
+        if (item.column >= 0 || !isFlush(item)) continue;
+        Region& region = regions_[i];
+        const auto cut = [&](int column) { return cuts_[static_cast<std::size_t>(column)]; };
+        while (region.column > 0 && x_ + item.box.x < cut(region.column) - kReach &&
+               isFree(region.column - 1, region)) {
+            --region.column;
+        }
+        while (region.columnEnd < columnCount() && x_ + item.box.right() > cut(region.columnEnd) + kReach &&
+               isFree(region.columnEnd, region)) {
+            ++region.columnEnd;
+        }
+        placed_[i].column = region.column;
+        placed_[i].columnSpan = region.columnEnd - region.column;
+        for (int row = region.row; row < region.rowEnd; ++row) {
+            for (int column = region.column; column < region.columnEnd; ++column) {
+                owner(row, column) = static_cast<int>(i);
+            }
+        }
+    }
 }
 
 bool CellGrid::isFree(int column, const Region& rows) const {
@@ -452,6 +505,13 @@ void CellGrid::addFloat(const Item& item) {
 }
 
 void CellGrid::styleCell(Cell& cell, const Band& band) const {
+    if (cell.item != nullptr) {
+        const auto column = static_cast<std::size_t>(cell.column);
+        const Rect& box = cell.item->box;
+        cell.inset.left = std::max(x_ + box.x - cuts_[column], 0);
+        cell.inset.right =
+            std::max(cuts_[column + static_cast<std::size_t>(cell.columnSpan)] - x_ - box.right(), 0);
+    }
     if (cell.item != nullptr && cell.item->style != nullptr) {
         cell.background = cell.item->style->background;
         cell.border = cell.item->style->border;
@@ -482,8 +542,9 @@ void CellGrid::fillBackground(const Band& band) {
 }
 
 // Level and upright lines become borders of the cells beside them; slanted ones have no place in a grid.
-void CellGrid::drawLine(const Rect& box, const LineContent& content) {
-    const BorderLine line{std::max(content.width, 1), content.color};
+void CellGrid::drawLine(const Item& item, const LineContent& content) {
+    const Rect& box = item.box;
+    const BorderLine line{std::max(content.width, 1), content.color, content.dashed};
     Region region;
     setColumns(region, box);
     setRows(region, box);
@@ -505,6 +566,8 @@ void CellGrid::drawLine(const Rect& box, const LineContent& content) {
                 strengthen(cellAt(row, cut - 1).border.right, line);
             }
         }
+    } else if (fit_ == GridFit::Floating) {
+        addFloat(item);
     } else {
         ++slantedLines_;
     }

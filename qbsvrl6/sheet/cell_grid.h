@@ -25,9 +25,10 @@ struct Cell {
     Item* item = nullptr;  // of the band; null: background and borders only
     std::optional<Color> background;
     Border border;
+    Edges inset;  // from the cell's edges to the item's box inside
 };
 
-// A picture or drawing that lies above the cells.
+// A picture, a drawing or a slanted line that lies above the cells.
 struct Floating {
     const Item* item = nullptr;
     int column = 0;
@@ -38,6 +39,7 @@ struct Floating {
 struct CellRow {
     Micrometres height = 0;
     Micrometres gap = 0;      // between the row and what stands above it
+    Micrometres tail = 0;     // of the band's last row: from there to the band's end
     std::vector<Cell> cells;  // those that begin in this row, by column
     std::vector<Floating> floats;
 
@@ -52,7 +54,7 @@ enum class GridFit {
     Lines,  // what stands side by side is one row
     Exact,  // each top and bottom is the edge of a row, so that all stand where they do on paper; a picture
             // or drawing whose cells are taken lies above them
-    Floating,  // like Lines; pictures and drawings lie above the cells and take none
+    Floating,  // like Lines; pictures, drawings and slanted lines lie above the cells and take none
 };
 
 class CellGrid {
@@ -108,13 +110,15 @@ private:
     int edgeAt(Micrometres y) const;
     bool isWhollyFree(const Region& region) const;
     void trimRows(Region& region) const;
-    void addRowsInBoxes(const Band& band);
+    void closeGapsInBoxes(const Band& band);
     void addExtent(const Rect& box);
     void joinExtents();
     static bool belongsTo(const RowExtent& row, const RowExtent& next);
     void settleHeights(const Band& band, Micrometres y);
+    void settleInsets();
     bool takesCells(const Item& item) const;
     void claim(Item& item);
+    void reachOut();
     bool narrow(Region& region) const;
     bool findRoom(Region& region) const;
     bool isFree(int column, const Region& rows) const;
@@ -122,7 +126,7 @@ private:
     void join(const Region& region, const Item& item);
     void addFloat(const Item& item);
     void fillBackground(const Band& band);
-    void drawLine(const Rect& box, const LineContent& line);
+    void drawLine(const Item& item, const LineContent& line);
     void drawBox(const Rect& box, const Border& border, const std::optional<Color>& fill);
     void collectCells();
     void styleCell(Cell& cell, const Band& band) const;

@@ -18,7 +18,8 @@ std::size_t packed(const Color& color) {
 }
 
 void mix(std::size_t& hash, const BorderLine& line) {
-    mix(hash, static_cast<std::size_t>(line.width) << 24 | packed(line.color));
+    mix(hash,
+        static_cast<std::size_t>(line.width) << 25 | (line.dashed ? 1u << 24 : 0u) | packed(line.color));
 }
 
 }  // namespace
@@ -35,7 +36,7 @@ std::size_t CellStyleHash::operator()(const CellStyle& style) const {
     mix(hash, style.border.right);
     mix(hash, style.border.bottom);
     mix(hash, static_cast<std::size_t>(style.align) * 8 + static_cast<std::size_t>(style.verticalAlign));
-    mix(hash, static_cast<std::size_t>(style.rotation));
+    mix(hash, static_cast<std::size_t>(style.rotation) * 16 + static_cast<std::size_t>(style.indent));
     mix(hash, std::hash<std::u16string>()(style.numberFormat));
     return hash;
 }
@@ -48,7 +49,7 @@ bool wraps(const Item& item) {
            });
 }
 
-int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view numberFormat) {
+int StyleTable::idOf(const Cell& cell, const SheetLook& look) {
     const ResolvedStyle* resolved = &kDefaultStyle;
     const TextItem* text = nullptr;
     if (cell.item != nullptr) {
@@ -57,7 +58,7 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     }
     const double fontSize = text != nullptr ? text->fontSize : resolved->fontSize;
     const Color color = text != nullptr && text->color ? *text->color : resolved->color;
-    const bool isWrapped = text != nullptr && !isNumber && wraps(*cell.item);
+    const bool isWrapped = text != nullptr && !look.isNumber && wraps(*cell.item);
     // Pictures and drawings have their places in themselves.
     const bool isPadded = cell.item == nullptr || text != nullptr;
 
@@ -68,7 +69,8 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     const Key& known = answer.key;
     if (answer.id >= 0 && known.style == resolved && known.fontSize == fontSize && known.color == color &&
         known.background == cell.background && known.border == cell.border && known.wraps == isWrapped &&
-        known.isPadded == isPadded && known.isNumber == isNumber && known.numberFormat == numberFormat) {
+        known.isPadded == isPadded && known.isNumber == look.isNumber && known.indent == look.indent &&
+        known.verticalAlign == look.verticalAlign && known.numberFormat == look.numberFormat) {
         return answer.id;
     }
     CellStyle style;
@@ -81,20 +83,29 @@ int StyleTable::idOf(const Cell& cell, bool isNumber, std::u16string_view number
     style.background = cell.background;
     style.border = cell.border;
     style.rotation = resolved->rotation;
+    style.indent = look.indent;
     style.lineSpacing = resolved->lineSpacing;
     style.verticalAlign = VerticalAlign::Top;
     if (isPadded) {
         style.align = resolved->align;
-        style.verticalAlign = resolved->verticalAlign;
+        style.verticalAlign = look.verticalAlign.value_or(resolved->verticalAlign);
         style.padding = resolved->padding;
     }
     style.wraps = isWrapped;
-    style.isNumber = isNumber;
-    style.numberFormat = numberFormat;
+    style.isNumber = look.isNumber;
+    style.numberFormat = look.numberFormat;
     answer.id = idOf(std::move(style));
-    answer.key = {resolved,        fontSize,    color,
-                  cell.background, cell.border, isWrapped,
-                  isPadded,        isNumber,    std::u16string(numberFormat)};
+    answer.key = {resolved,
+                  fontSize,
+                  color,
+                  cell.background,
+                  cell.border,
+                  isWrapped,
+                  isPadded,
+                  look.isNumber,
+                  look.indent,
+                  look.verticalAlign,
+                  std::u16string(look.numberFormat)};
     return answer.id;
 }
 

@@ -22,6 +22,7 @@ struct CellStyle {
     HorizontalAlign align = HorizontalAlign::Left;
     VerticalAlign verticalAlign = VerticalAlign::Middle;
     int rotation = 0;  // degrees clockwise
+    int indent = 0;    // steps of a spreadsheet's, from the side that the text is aligned to
     double lineSpacing = 1;
     Edges padding;
     bool wraps = false;
@@ -37,10 +38,18 @@ struct CellStyleHash {
 // Whether the cell's text stands on several lines.
 bool wraps(const Item& item);
 
+// What a spreadsheet makes of a cell's value and place.
+struct SheetLook {
+    bool isNumber = false;
+    std::u16string_view numberFormat;
+    int indent = 0;
+    std::optional<VerticalAlign> verticalAlign;  // instead of the style's
+};
+
 class StyleTable {
 public:
     // The number of the cell's look, counted from 0 in the order of appearance.
-    int idOf(const Cell& cell, bool isNumber, std::u16string_view numberFormat);
+    int idOf(const Cell& cell, const SheetLook& look = {});
 
     const std::vector<const CellStyle*>& styles() const { return styles_; }
 
@@ -56,6 +65,8 @@ private:
         bool wraps = false;
         bool isPadded = true;
         bool isNumber = false;
+        int indent = 0;
+        std::optional<VerticalAlign> verticalAlign;
         std::u16string numberFormat;
         bool operator==(const Key&) const = default;
     };

@@ -6,6 +6,8 @@
 // A record is version and instance (4 and 12 bits), its type, the length of what is in it, and that.
 #include "qbsvrl6/sheet/escher.h"
 
+#include <algorithm>
+
 #include "qbsvrl6/sheet/biff.h"
 
 namespace qbsvrl6 {
@@ -47,17 +49,41 @@ std::string listedPicture(const Picture& picture) {
                       packed(u16{0xFF}, static_cast<u32>(blip.size()), u32{1}, u32{0}, u32{0}) + blip);
 }
 
+// `type` and `flags` of the shape, its options and how many they are.
+std::string shapeRecord(u32 id, u16 type, u32 flags, u16 optionCount, const std::string& options,
+                        std::string_view anchor) {
+    constexpr u16 kMoveOnly = 2;
+    return record(kContainer, 0, 0xF004,
+                  record(2, type, 0xF00A, packed(id, flags)) + record(3, optionCount, 0xF00B, options) +
+                      record(0, 0, 0xF010, packed(kMoveOnly) + std::string(anchor)) +
+                      record(0, 0, 0xF011, {}));
+}
+
+constexpr u32 kAnchoredShape = 0x0A00;
+
 }  // namespace
 
 std::string escherPicture(const EscherSheet& sheet, u32 shape, u32 picture, std::string_view anchor) {
-    constexpr u16 kMoveOnly = 2;
+    constexpr u16 kPicture = 75;
     const std::string options = packed(u16{0x4104}, picture,        // the picture
                                        u16{0x01BF}, u32{0x100000},  // no fill behind it
                                        u16{0x01FF}, u32{0x80000});  // no line around it
-    return record(
-        kContainer, 0, 0xF004,
-        record(2, 75, 0xF00A, packed(sheet.shapeId(shape), u32{0x0A00})) + record(3, 3, 0xF00B, options) +
-            record(0, 0, 0xF010, packed(kMoveOnly) + std::string(anchor)) + record(0, 0, 0xF011, {}));
+    return shapeRecord(sheet.shapeId(shape), kPicture, kAnchoredShape, 3, options, anchor);
+}
+
+std::string escherLine(const EscherSheet& sheet, u32 shape, const LineContent& line,
+                       std::string_view anchor) {
+    constexpr u16 kLine = 20;
+    constexpr u32 kUpsideDown = 0x80;
+    constexpr u32 kEmuPerMicrometre = 36;
+    constexpr u32 kDash = 6;
+    const Color& color = line.color;
+    const u32 bgr = color.red | static_cast<u32>(color.green) << 8 | static_cast<u32>(color.blue) << 16;
+    const std::string options =
+        packed(u16{0x01C0}, bgr, u16{0x01CB}, static_cast<u32>(std::max(line.width, 0)) * kEmuPerMicrometre,
+               u16{0x01CE}, line.dashed ? kDash : u32{0}, u16{0x01FF}, u32{0x80008});
+    return shapeRecord(sheet.shapeId(shape), kLine, kAnchoredShape | (line.rising ? kUpsideDown : 0), 4,
+                       options, anchor);
 }
 
 std::string escherFrame(const EscherSheet& sheet, std::size_t shapeBytes) {

@@ -1,4 +1,4 @@
-// Pictures in old workbooks: drawing records inside of drawing records ([MS-ODRAW]).
+// Pictures and lines in old workbooks: drawing records inside of drawing records ([MS-ODRAW]).
 #ifndef QBSVR_QBSVRL6_SHEET_ESCHER_H
 #define QBSVR_QBSVRL6_SHEET_ESCHER_H
 
@@ -28,7 +28,11 @@ struct EscherSheet {
 std::string escherPicture(const EscherSheet& sheet, std::uint32_t shape, std::uint32_t picture,
                           std::string_view anchor);
 
-// What stands ahead of a sheet's pictures, whose records are `shapeBytes` long together.
+// A slanted line in the same way.
+std::string escherLine(const EscherSheet& sheet, std::uint32_t shape, const LineContent& line,
+                       std::string_view anchor);
+
+// What stands ahead of a sheet's shapes, whose records are `shapeBytes` long together.
 std::string escherFrame(const EscherSheet& sheet, std::size_t shapeBytes);
 
 // The workbook's list of pictures.

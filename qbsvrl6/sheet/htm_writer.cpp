@@ -240,7 +240,7 @@ private:
 
     // The attribute that gives a cell its look.
     const std::string& classOf(const Cell& cell) {
-        const auto id = static_cast<std::size_t>(styles_.idOf(cell, false, {}));
+        const auto id = static_cast<std::size_t>(styles_.idOf(cell));
         while (classes_.size() <= id) {
             classes_.push_back(" class=\"s" + std::to_string(classes_.size()) + '"');
         }

@@ -54,7 +54,7 @@ void appendRtf(std::string& out, std::u16string_view text, const char* lineEnd) 
 RtfLooks::RtfLooks() { fontOf(u"SimSun"); }
 
 std::size_t RtfLooks::lookOf(const Cell& cell) {
-    const auto number = static_cast<std::size_t>(styles_.idOf(cell, false, {}));
+    const auto number = static_cast<std::size_t>(styles_.idOf(cell));
     while (looks_.size() <= number) looks_.push_back(makeLook(*styles_.styles()[looks_.size()]));
     return number;
 }

@@ -1,6 +1,8 @@
 #include "qbsvrl6/sheet/workbook_sink.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <optional>
 
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/support/log.h"
@@ -11,6 +13,47 @@ namespace {
 
 // Titles that end lower than this would leave little of a screen to the rows that move below them.
 constexpr Micrometres kMaxFrozenHeight = 100'000;
+
+// More space than this between two rows is what the page has left.
+constexpr Micrometres kMaxGrowth = 12'000;
+
+// A text may stand this far from its place before it is held to the side that is nearer.
+constexpr Micrometres kMaxDrift = 1'500;
+
+enum class Side { Top, Bottom };
+
+// Whether room at a side of the row would show: as part of a box, or as a line that moves.
+enum class Room { Blank, MovesLine, FillsBox };
+
+Room roomAt(Side side, const CellRow& row) {
+    Room room = Room::Blank;
+    for (const Cell& cell : row.cells) {
+        const Border& border = cell.border;
+        if (cell.background || border.left.width > 0 || border.right.width > 0) return Room::FillsBox;
+        if ((side == Side::Top ? border.top : border.bottom).width > 0) room = Room::MovesLine;
+    }
+    return room;
+}
+
+std::optional<VerticalAlign> nearerSide(Micrometres above, Micrometres below) {
+    if (std::abs(above - below) <= 2 * kMaxDrift) return std::nullopt;
+    return above < below ? VerticalAlign::Top : VerticalAlign::Bottom;
+}
+
+// Steps of indentation: a workbook's is about 2.5 mm, beside half a millimetre that all cells have. What is
+// nearer to none stays without.
+int indentOf(const Cell& cell) {
+    constexpr Micrometres kStep = 2'500;
+    constexpr Micrometres kOwn = 500;
+    constexpr int kMaxSteps = 15;
+    if (cell.item == nullptr || cell.item->style == nullptr) return 0;
+    const ResolvedStyle& style = *cell.item->style;
+    const bool isFlush = style.align == HorizontalAlign::Left || style.align == HorizontalAlign::Right;
+    if (style.rotation != 0 || !isFlush) return 0;
+    const Micrometres room = style.align == HorizontalAlign::Right ? cell.inset.right + style.padding.right
+                                                                   : cell.inset.left + style.padding.left;
+    return std::clamp((room - kOwn + kStep * 3 / 10) / kStep, 0, kMaxSteps);
+}
 
 }  // namespace
 
@@ -23,6 +66,7 @@ WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& li
 
 void WorkbookSink::openPage(const PageInfo&, bool isFirst) {
     if (!isFirst && options_.paged && options_.pageBreaks) breakPage();
+    startsPage_ = true;
 }
 
 void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
@@ -31,7 +75,7 @@ void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
         onFirstSheet_ = false;
     }
     below_.clear();
-    for (const CellRow& row : rows) writeRow(row);
+    for (std::size_t i = 0; i < rows.size(); ++i) writeRow(rows[i], growthOf(rows, i));
     if (!rows.back().floats.empty()) padBelow(rows.back().height);
     if (band.kind == BandKind::GridTitle && onFirstSheet_) noteTitle(static_cast<std::int64_t>(rows.size()));
 }
@@ -48,8 +92,29 @@ void WorkbookSink::noteTitle(std::int64_t rows) {
     if (height_ <= kMaxFrozenHeight) freezeAbove(end);
 }
 
-void WorkbookSink::writeRow(const CellRow& row) {
-    beginRow(row.height);
+// No row is empty: the space between two rows goes to the one where it shows least. What follows the last row
+// isn't known yet, but that what is left of its band belongs to it.
+WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::size_t index) const {
+    const CellRow& row = rows[index];
+    const CellRow* const next = index + 1 < rows.size() ? &rows[index + 1] : nullptr;
+    const Micrometres above = startsPage_ ? 0 : row.gap - taken_;
+    const Micrometres below = next != nullptr ? next->gap : row.tail;
+    Growth growth;
+    if (above >= kMicrometresPerMillimetre && roomAt(Side::Top, row) != Room::FillsBox) {
+        growth.above = std::min(above, kMaxGrowth - taken_);
+    }
+    if (below >= kMicrometresPerMillimetre && roomAt(Side::Bottom, row) != Room::FillsBox &&
+        (next == nullptr || roomAt(Side::Top, *next) != Room::Blank)) {
+        growth.below = std::min(below, kMaxGrowth);
+    }
+    return growth;
+}
+
+void WorkbookSink::writeRow(const CellRow& row, const Growth& growth) {
+    const Micrometres height = row.height + growth.above + growth.below;
+    taken_ = growth.below;
+    startsPage_ = false;
+    beginRow(height);
     nextBelow_ = 0;
     newBelow_.clear();
     for (const Cell& cell : row.cells) {
@@ -58,19 +123,25 @@ void WorkbookSink::writeRow(const CellRow& row) {
             continue;
         }
         writeBelowUpTo(cell.column);
-        writeCell(cell);
+        writeCell(cell, growth);
     }
     writeBelowUpTo(limits_.columns);
     keepBelow();
-    for (const Floating& floating : row.floats) addFloating(floating);
+    for (Floating floating : row.floats) {
+        floating.y += growth.above;
+        addFloating(floating);
+    }
     endRow();
-    height_ = std::min(height_ + row.height, kMaxFrozenHeight + 1);
+    height_ = std::min(height_ + height, kMaxFrozenHeight + 1);
 }
 
-void WorkbookSink::writeCell(const Cell& cell) {
+void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     const int columnSpan = std::min(cell.columnSpan, limits_.columns - cell.column);
     const SheetValue value = sheetValue(cell.item, limits_.units);
-    const int style = std::min(styles_.idOf(cell, value.isNumber(), value.format), limits_.styles - 1);
+    const SheetLook look{value.isNumber(), value.format, indentOf(cell),
+                         nearerSide(cell.inset.top + growth.above,
+                                    cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
+    const int style = std::min(styles_.idOf(cell, look), limits_.styles - 1);
     TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
     if (text != nullptr) {
         if (text->text.size() > limits_.units) ++cutTexts_;

@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_SINK_H
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -59,8 +60,12 @@ private:
     void openPage(const PageInfo& page, bool isFirst) final;
     void writeRows(const Band& band, std::span<const CellRow> rows) final;
     void noteTitle(std::int64_t rows);
-    void writeRow(const CellRow& row);
-    void writeCell(const Cell& cell);
+    struct Growth {
+        Micrometres above = 0, below = 0;
+    };
+    Growth growthOf(std::span<const CellRow> rows, std::size_t index) const;
+    void writeRow(const CellRow& row, const Growth& growth);
+    void writeCell(const Cell& cell, const Growth& growth);
     void writeBelowUpTo(int column);
     void keepBelow();
     void padBelow(Micrometres height);
@@ -71,6 +76,8 @@ private:
     StyleTable styles_;
     TitleRows titles_;
     bool onFirstSheet_ = true;
+    bool startsPage_ = true;    // the next row
+    Micrometres taken_ = 0;     // of the space below the last row by that row
     Micrometres height_ = 0;    // of the rows so far, while they might be frozen
     std::vector<Below> below_;  // by column
     std::size_t nextBelow_ = 0;

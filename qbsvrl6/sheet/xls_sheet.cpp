@@ -173,7 +173,7 @@ void XlsSheet::writeTail(std::string& out, const PageLook& look, const EscherShe
     constexpr u16 kFrozen = 0x0108;
     constexpr u16 kSelected = 0x0200;
     constexpr u8 kLowerPane = 2;
-    if (!pictures_.empty()) writeDrawing(out, look, drawing);
+    if (!shapes_.empty()) writeDrawing(out, look, drawing);
     BiffRecord(out, biff::kWindow2)
         .put(static_cast<u16>(kLook | (frozenRows_ > 0 ? kFrozen : 0) | (look.isFirst ? kSelected : 0)),
              u16{0}, u16{0}, u32{64}, u16{0}, u16{0}, u32{0});
@@ -199,9 +199,11 @@ void XlsSheet::writeTail(std::string& out, const PageLook& look, const EscherShe
 void XlsSheet::writeDrawing(std::string& out, const PageLook& look, const EscherSheet& drawing) const {
     std::vector<std::string> shapes;
     std::size_t shapeBytes = 0;
-    for (std::size_t i = 0; i < pictures_.size(); ++i) {
-        shapes.push_back(escherPicture(drawing, static_cast<u32>(i) + 1, pictures_[i].number,
-                                       anchor(pictures_[i], look.columnWidths)));
+    for (const XlsShape& shape : shapes_) {
+        const auto number = static_cast<u32>(shapes.size()) + 1;
+        const std::string place = anchor(shape, look.columnWidths);
+        shapes.push_back(shape.line ? escherLine(drawing, number, *shape.line, place)
+                                    : escherPicture(drawing, number, shape.picture, place));
         shapeBytes += shapes.back().size();
     }
     const std::string frame = escherFrame(drawing, shapeBytes);
@@ -216,7 +218,7 @@ void XlsSheet::writeDrawing(std::string& out, const PageLook& look, const Escher
 }
 
 // From a cell to a cell; inside them a column is 1024 wide and a row 256 high.
-std::string XlsSheet::anchor(const XlsPicture& picture, const std::vector<Micrometres>& columnWidths) const {
+std::string XlsSheet::anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const {
     const auto widthOf = [&](int column) {
         constexpr Micrometres kDefaultWidth = 17'000;
         const auto index = static_cast<std::size_t>(column);
@@ -232,15 +234,16 @@ std::string XlsSheet::anchor(const XlsPicture& picture, const std::vector<Microm
         int cell;
         std::int64_t offset;
     };
+    // A corner on an edge belongs to the cell ahead of it: what ends there must not reach into the next one.
     const auto walk = [](Point point, int last, auto sizeOf) {
-        while (point.cell < last && point.offset >= sizeOf(point.cell)) point.offset -= sizeOf(point.cell++);
+        while (point.cell < last && point.offset > sizeOf(point.cell)) point.offset -= sizeOf(point.cell++);
         point.offset = std::min<std::int64_t>(point.offset, sizeOf(point.cell));
         return point;
     };
-    const Point left = walk({picture.column, picture.x}, kMaxColumns - 1, widthOf);
-    const Point top = walk({picture.row, picture.y}, kMaxRows - 1, heightOf);
-    const Point right = walk({left.cell, left.offset + picture.width}, kMaxColumns - 1, widthOf);
-    const Point bottom = walk({top.cell, top.offset + picture.height}, kMaxRows - 1, heightOf);
+    const Point left = walk({shape.column, shape.x}, kMaxColumns - 1, widthOf);
+    const Point top = walk({shape.row, shape.y}, kMaxRows - 1, heightOf);
+    const Point right = walk({left.cell, left.offset + shape.width}, kMaxColumns - 1, widthOf);
+    const Point bottom = walk({top.cell, top.offset + shape.height}, kMaxRows - 1, heightOf);
     const auto part = [](const Point& point, std::int64_t whole, Micrometres size) {
         return static_cast<u16>(std::min(point.offset * whole / size, whole - 1));
     };

@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_SHEET_XLS_SHEET_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,9 +13,10 @@
 
 namespace qbsvrl6 {
 
-// A picture of the workbook in its list of pictures, from 1, and where it lies.
-struct XlsPicture {
-    std::uint32_t number = 0;
+// A picture, by its number in the workbook's list, from 1, or a slanted line, and where it lies.
+struct XlsShape {
+    std::uint32_t picture = 0;
+    std::optional<LineContent> line;
     int row = 0, column = 0;
     Micrometres x = 0, y = 0;  // from the cell's upper left corner
     Micrometres width = 0, height = 0;
@@ -42,7 +44,7 @@ public:
     // False for an address that is too long.
     bool link(int column, std::u16string_view address);
     void breakPage();
-    void add(const XlsPicture& picture) { pictures_.push_back(picture); }
+    void add(const XlsShape& shape) { shapes_.push_back(shape); }
 
     void freezeAbove(int row) { frozenRows_ = row; }
 
@@ -52,7 +54,7 @@ public:
         bool paged = false;
         bool isFirst = false;  // of the workbook
     };
-    std::size_t pictureCount() const { return pictures_.size(); }
+    std::size_t shapeCount() const { return shapes_.size(); }
     // All records of the sheet, which is empty then.
     std::string records(const PageLook& look, const EscherSheet& drawing);
 
@@ -61,7 +63,7 @@ private:
     void writePageSetup(std::string& out, const PageLook& look) const;
     void writeTail(std::string& out, const PageLook& look, const EscherSheet& drawing) const;
     void writeDrawing(std::string& out, const PageLook& look, const EscherSheet& drawing) const;
-    std::string anchor(const XlsPicture& picture, const std::vector<Micrometres>& columnWidths) const;
+    std::string anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const;
 
     struct Merge {
         std::uint16_t firstRow, lastRow, firstColumn, lastColumn;
@@ -75,7 +77,7 @@ private:
     std::vector<Micrometres> rowHeights_;
     std::vector<Merge> merges_;
     std::vector<std::uint16_t> breaks_;
-    std::vector<XlsPicture> pictures_;
+    std::vector<XlsShape> shapes_;
 };
 
 }  // namespace qbsvrl6

@@ -124,7 +124,12 @@ private:
 };
 
 u32 lineStyle(const BorderLine& line) {
-    switch (lineWeight(line.width)) {
+    constexpr u32 kDashed = 3;
+    constexpr u32 kMediumDashed = 8;
+    const LineWeight weight = lineWeight(line.width);
+    if (line.dashed && weight != LineWeight::None)
+        return weight < LineWeight::Medium ? kDashed : kMediumDashed;
+    switch (weight) {
         case LineWeight::None:
             return 0;
         case LineWeight::Hair:
@@ -161,8 +166,8 @@ void appendCellXf(std::string& out, const CellStyle& style, u16 font, u16 format
     const u32 fill = style.background ? palette.indexOf(*style.background) : kAutomaticLine;
     BiffRecord(out, biff::kXf)
         .put(font, format, u16{1}, static_cast<u8>(horizontal | (style.wraps ? 8u : 0u) | vertical << 4),
-             rotationNumber(style.rotation), static_cast<u8>(style.isNumber ? 0x10 : 0), u8{0xFC},
-             styles | color(border.left) << 16 | color(border.right) << 23,
+             rotationNumber(style.rotation), static_cast<u8>((style.isNumber ? 0x10 : 0) | style.indent),
+             u8{0xFC}, styles | color(border.left) << 16 | color(border.right) << 23,
              color(border.top) | color(border.bottom) << 7 | solid << 26, static_cast<u16>(fill | 65u << 7));
 }
 

@@ -1,6 +1,7 @@
 // The old workbook. The stream is the workbook's part (looks, names of sheets, texts), then each sheet's;
 // since the former tells where the latter begin and holds what is known at the end only, it is made last.
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "qbsvrl6/sheet/biff.h"
@@ -67,10 +68,15 @@ private:
     void freezeAbove(std::int64_t row) override { sheet().freezeAbove(static_cast<int>(row)); }
 
     void addFloating(const Floating& floating) override {
-        const std::uint32_t number = pictures_.numberOf(*floating.item);
-        if (number == 0) return;
+        std::optional<LineContent> line;
+        std::uint32_t picture = 0;
+        if (const auto* item = std::get_if<LineItem>(&floating.item->content)) {
+            line = item->line;
+        } else if ((picture = pictures_.numberOf(*floating.item)) == 0) {
+            return;
+        }
         const Rect box = pictureBox(*floating.item);
-        sheet().add({number, sheet().rowCount(), floating.column, std::max(floating.x + box.x, 0),
+        sheet().add({picture, line, sheet().rowCount(), floating.column, std::max(floating.x + box.x, 0),
                      std::max(floating.y + box.y, 0), box.width, box.height});
     }
 
@@ -83,7 +89,7 @@ private:
         std::vector<std::string> parts(1);
         std::size_t nextDrawing = 0;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
-            const bool hasDrawing = sheets_[i].pictureCount() > 0;
+            const bool hasDrawing = sheets_[i].shapeCount() > 0;
             parts.push_back(sheets_[i].records(
                 {columnWidths(), options().page, options().paged && options().pageBreaks, i == 0},
                 hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
@@ -93,14 +99,13 @@ private:
         reportLosses();
     }
 
-    // Sheets without pictures have no shapes.
     std::vector<EscherSheet> numberShapes() const {
         std::vector<EscherSheet> drawings;
         u32 cluster = 1;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
-            if (sheets_[i].pictureCount() == 0) continue;
+            if (sheets_[i].shapeCount() == 0) continue;
             drawings.push_back({static_cast<int>(drawings.size()) + 1, cluster,
-                                static_cast<u32>(sheets_[i].pictureCount()) + 1});
+                                static_cast<u32>(sheets_[i].shapeCount()) + 1});
             cluster += drawings.back().clusters();
         }
         return drawings;

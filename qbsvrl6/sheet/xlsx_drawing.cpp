@@ -71,7 +71,21 @@ void XlsxDrawing::add(const Floating& floating, std::int64_t row, const std::str
                 "</xdr:rowOff></xdr:from>" + extent("xdr:ext", box.width, box.height);
     if (picture != nullptr) addPicture(*picture, relation);
     if (drawing != nullptr) addDrawing(*drawing->drawing, {box.width, box.height}, drawing->alternateText);
+    if (const auto* line = std::get_if<LineItem>(&floating.item->content)) {
+        addLine(line->line, {box.width, box.height});
+    }
     anchors_ += "<xdr:clientData/></xdr:oneCellAnchor>\n";
+}
+
+void XlsxDrawing::addLine(const LineContent& line, Size size) {
+    const std::string id = nextId();
+    anchors_ += "<xdr:cxnSp><xdr:nvCxnSpPr><xdr:cNvPr id=\"" + id + "\" name=\"Line " + id +
+                "\"/><xdr:cNvCxnSpPr/></xdr:nvCxnSpPr><xdr:spPr><a:xfrm" +
+                (line.rising ? " flipV=\"1\">" : ">") + position("a:off", 0, 0) +
+                extent("a:ext", size.width, size.height) +
+                "</a:xfrm><a:prstGeom prst=\"line\"><a:avLst/></a:prstGeom><a:ln w=\"" +
+                emu(std::max(line.width, 0)) + "\">" + solidFill(line.color) +
+                (line.dashed ? "<a:prstDash val=\"dash\"/>" : "") + "</a:ln></xdr:spPr></xdr:cxnSp>";
 }
 
 void XlsxDrawing::addPicture(const PictureItem& item, const std::string& relation) {

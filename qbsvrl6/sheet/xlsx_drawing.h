@@ -1,4 +1,4 @@
-// Pictures and drawings above the cells of a worksheet.
+// Pictures, drawings and slanted lines above the cells of a worksheet.
 #ifndef QBSVR_QBSVRL6_SHEET_XLSX_DRAWING_H
 #define QBSVR_QBSVRL6_SHEET_XLSX_DRAWING_H
 
@@ -22,6 +22,7 @@ public:
 private:
     void addPicture(const PictureItem& item, const std::string& relation);
     void addDrawing(const Drawing& drawing, Size size, std::u16string_view alternateText);
+    void addLine(const LineContent& line, Size size);
     void addPath(const Drawing::Path& path, Size size);
     void addLabel(const Drawing::Label& label);
     std::string nextId() { return std::to_string(++objects_); }

@@ -63,10 +63,12 @@ std::string borderElement(const Border& border) {
     std::string xml = "<border>";
     const auto side = [&](const char* name, const BorderLine& line) {
         const LineWeight weight = lineWeight(line.width);
+        const char* const kind = !line.dashed                  ? kWeights[static_cast<std::size_t>(weight)]
+                                 : weight < LineWeight::Medium ? "dashed"
+                                                               : "mediumDashed";
         xml += std::string("<") + name;
         if (weight != LineWeight::None) {
-            xml += std::string(" style=\"") + kWeights[static_cast<std::size_t>(weight)] + "\"><color " +
-                   rgb(line.color) + "/></" + name + ">";
+            xml += std::string(" style=\"") + kind + "\"><color " + rgb(line.color) + "/></" + name + ">";
         } else {
             xml += "/>";
         }
@@ -89,6 +91,7 @@ std::string alignmentElement(const CellStyle& style) {
                       kVerticals[static_cast<std::size_t>(style.verticalAlign)] + '"';
     const int rotation = rotationNumber(style.rotation);
     if (rotation != 0) xml += " textRotation=\"" + std::to_string(rotation) + '"';
+    if (style.indent != 0) xml += " indent=\"" + std::to_string(style.indent) + '"';
     if (style.wraps) xml += " wrapText=\"1\"";
     // A number that is a trace too wide would read "####".
     if (style.isNumber) xml += " shrinkToFit=\"1\"";
