@@ -137,7 +137,7 @@ TEST_F(ApiTest, ValuesOutsideTheirRangeGiveTheNearest) {
     EXPECT_EQ(QBExportOptionGetExportType(option), 99);
     EXPECT_EQ(QBExportOptionGetAsE2CellOption(option), nullptr);
     EXPECT_EQ(QBReportExportToBinaryObject(report), nullptr);
-    EXPECT_NE(takeLog().find("type 99"), std::string::npos);
+    EXPECT_NE(takeLog().find("of kind 99"), std::string::npos);
 }
 
 }  // namespace
