@@ -244,8 +244,9 @@ std::string XlsSheet::anchor(const XlsShape& shape, const std::vector<Micrometre
     const Point top = walk({shape.row, shape.y}, kMaxRows - 1, heightOf);
     const Point right = walk({left.cell, left.offset + shape.width}, kMaxColumns - 1, widthOf);
     const Point bottom = walk({top.cell, top.offset + shape.height}, kMaxRows - 1, heightOf);
+    // Two parts off the edge: a reader that rounds up would find the next cell used, and print a page for it.
     const auto part = [](const Point& point, std::int64_t whole, Micrometres size) {
-        return static_cast<u16>(std::min(point.offset * whole / size, whole - 1));
+        return static_cast<u16>(std::min(point.offset * whole / size, whole - 2));
     };
     std::string out;
     ByteWriter(out).put(static_cast<u16>(left.cell), part(left, 1024, widthOf(left.cell)),
