@@ -56,7 +56,7 @@ enum class FreeEdges {
 
 // x of each column edge that the detail grids (those of sub-reports among them) and the free controls of the
 // report use, in micrometres from the paper's left edge, ascending and without repeats: the cuts of a cell
-// document. Edges nearer than a millimetre are one; the grids' lead.
+// document. Edges up to a millimetre apart are one; the grids' lead.
 std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options,
                                     FreeEdges freeEdges = FreeEdges::Cut);
 
