@@ -1,6 +1,7 @@
 // Makes documents, also of the kinds that no batch makes:
-//   make_documents SETUP OUT    HTM, RTF, TXT and CSV of all samples in the three layouts, and their PDFs
-//   beside them make_documents SETUP OUT TEMPLATE DATA    OUT.htm, OUT.rtf, OUT.txt and OUT.csv of one report
+// make_documents SETUP OUT texts: of all samples HTM, RTF, TXT and CSV in the three layouts, and PDF
+// make_documents SETUP OUT workbooks: of all samples XLS and XLSX in the three layouts, and PDF
+// make_documents SETUP OUT TEMPLATE DATA: OUT.htm, OUT.rtf, OUT.txt and OUT.csv of one report
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -16,24 +17,29 @@ namespace {
 
 using Task = void (*)(tagQBReport* report, const wstr& templateFile, const wstr& reportName);
 
-template <tagQBExportType type, bool asEntireTable, bool onlyDetailGrid>
+template <tagQBExportType type, bool toXlsx, bool asEntireTable, bool onlyDetailGrid>
 void make(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, type, asEntireTable, onlyDetailGrid, false);
+    TaskExportCell(report, templateFile, reportName, type, asEntireTable, onlyDetailGrid, toXlsx);
 }
 
-template <tagQBExportType type>
+template <tagQBExportType type, bool toXlsx = false>
 void addLayouts(std::vector<Task>& tasks) {
-    tasks.insert(tasks.end(),
-                 {&make<type, false, false>, &make<type, true, false>, &make<type, false, true>});
+    tasks.insert(tasks.end(), {&make<type, toXlsx, false, false>, &make<type, toXlsx, true, false>,
+                               &make<type, toXlsx, false, true>});
 }
 
-void makeSamples() {
+void makeSamples(bool asWorkbooks) {
     ReportsJson.LoadFromFile(EngineText(dataPath + L"ReportListJson.txt").c_str());
     std::vector<Task> tasks{static_cast<Task>(&TaskExportPDF)};
-    addLayouts<QBExportType_HTM>(tasks);
-    addLayouts<QBExportType_RTF>(tasks);
-    addLayouts<QBExportType_TXT>(tasks);
-    addLayouts<QBExportType_CSV>(tasks);
+    if (asWorkbooks) {
+        addLayouts<QBExportType_XLS>(tasks);
+        addLayouts<QBExportType_XLS, true>(tasks);
+    } else {
+        addLayouts<QBExportType_HTM>(tasks);
+        addLayouts<QBExportType_RTF>(tasks);
+        addLayouts<QBExportType_TXT>(tasks);
+        addLayouts<QBExportType_CSV>(tasks);
+    }
     tagQBReport* const report = QBReportCreate();
     for (const Task task : tasks) MT_ReportBatchTask(report, task, "documents");
     QBReportRelease(report);
@@ -59,9 +65,9 @@ lkstr text(const char* word) { return {word, word + std::strlen(word)}; }
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3 && argc != 5) return 2;
+    if (argc != 4 && argc != 5) return 2;
     ConfigPath(argv[1], argv[2]);
     QBInitConfig(EngineText(setupRoot).c_str());
     if (argc == 5) return makeTexts(text(argv[2]), text(argv[3]), text(argv[4])) ? 0 : 1;
-    makeSamples();
+    makeSamples(std::strcmp(argv[3], "workbooks") == 0);
 }

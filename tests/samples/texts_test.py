@@ -108,7 +108,7 @@ class Texts(unittest.TestCase):
         cls.directory = pathlib.Path(tempfile.mkdtemp())
         setup = cls.directory / "setup"
         shutil.copytree(SAMPLES / "Samples", setup / "Samples")
-        made = subprocess.run([MAKE_DOCUMENTS, setup, cls.directory / "out"], capture_output=True, timeout=600)
+        made = subprocess.run([MAKE_DOCUMENTS, setup, cls.directory / "out", "texts"], capture_output=True, timeout=600)
         assert made.returncode == 0 and b"failed" not in made.stdout, made
         cls.samples = sample_data.read_samples(setup)
 

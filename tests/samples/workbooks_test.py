@@ -1,7 +1,7 @@
 """Compares the workbooks of all samples, as XLSX and as XLS and in each of the three layouts, with the data that they
 were made from, as openpyxl and xlrd read them; with QBSVR_FULL_TESTS=1 as LibreOffice reads them too.
 
-usage: workbooks_test.py MAKE_WORKBOOKS QBSVRTEST SAMPLES
+usage: workbooks_test.py MAKE_DOCUMENTS QBSVRTEST SAMPLES
 """
 
 import datetime
@@ -24,7 +24,7 @@ from openpyxl.utils.escape import unescape
 
 from sample_data import length, pages_of, read_samples
 
-MAKE_WORKBOOKS, PROGRAM, SAMPLES = (pathlib.Path(word) for word in sys.argv[1:4])
+MAKE_DOCUMENTS, PROGRAM, SAMPLES = (pathlib.Path(word) for word in sys.argv[1:4])
 FULL = os.environ.get("QBSVR_FULL_TESTS") == "1"
 FORMATS = ("xlsx", "xls")
 LAYOUTS = {"printed": "", "continuous": "-one-table", "grid": "-only-detail"}
@@ -113,7 +113,7 @@ class Workbooks(unittest.TestCase):
         cls.directory = pathlib.Path(tempfile.mkdtemp())
         setup = cls.directory / "setup"
         shutil.copytree(SAMPLES / "Samples", setup / "Samples")
-        made = subprocess.run([MAKE_WORKBOOKS, setup, cls.directory / "out"], capture_output=True, timeout=600)
+        made = subprocess.run([MAKE_DOCUMENTS, setup, cls.directory / "out", "workbooks"], capture_output=True, timeout=600)
         assert made.returncode == 0 and b"failed" not in made.stdout, made
         cls.log = (setup / "log/qbsvrl6.log").read_text("utf-8") if (setup / "log/qbsvrl6.log").exists() else ""
         cls.samples = read_samples(setup)
