@@ -369,10 +369,7 @@ void CellGrid::claim(Item& item) {
         region.rowEnd == wanted.rowEnd) {
         return;
     }
-    if (overlaps_++ == 0) {
-        if (const auto* text = std::get_if<TextItem>(&item.content))
-            firstOverlap_ = toUtf8(std::u16string_view(text->text).substr(0, 80));
-    }
+    if (overlaps_++ == 0) firstOverlap_ = toUtf8(textOf(item).substr(0, 80));
 }
 
 bool CellGrid::isWhollyFree(const Region& region) const {
@@ -479,15 +476,15 @@ void CellGrid::take(const Region& region, Item& item) {
     }
 }
 
-// Adds the text to that of the cell that stands there. Late texts and pictures can't take it: then the
-// warning is all that is left of it.
+// Adds what the item reads to the text of the cell that stands there. Late texts and pictures can't take it:
+// then the warning is all that is left of it.
 void CellGrid::join(const Region& region, const Item& item) {
-    const auto* text = std::get_if<TextItem>(&item.content);
+    const std::u16string_view text = textOf(item);
     Item& owning = *placed_[static_cast<std::size_t>(owner(region.row, region.column))].item;
     auto* there = std::get_if<TextItem>(&owning.content);
-    if (text == nullptr || there == nullptr || there->pending || text->text.empty()) return;
+    if (text.empty() || there == nullptr || there->pending) return;
     if (!there->text.empty()) there->text += u' ';
-    there->text += text->text;
+    there->text += text;
     there->value = {};
 }
 

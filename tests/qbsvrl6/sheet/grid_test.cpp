@@ -23,6 +23,12 @@ std::string cells(std::vector<Micrometres> cuts, Band band) {
     return text;
 }
 
+Item codeAt(Rect box, std::u16string text) {
+    Item item = textAt(box, {});
+    item.content = DrawingItem{nullptr, std::move(text)};
+    return item;
+}
+
 TEST(CellGrid, SnapsItemsToColumnsAndRows) {
     const struct {
         const char* name;
@@ -58,6 +64,9 @@ TEST(CellGrid, SnapsItemsToColumnsAndRows) {
         {"texts without room are joined",
          {textAt({0, 0, 90, 6}, u"a"), textAt({0, 0, 30, 6}, u"b"), textAt({60, 0, 30, 6}, u"c")},
          "a b c||\n"},
+        {"barcodes without room join texts",
+         {codeAt({0, 0, 30, 6}, u"4711"), textAt({0, 0, 90, 6}, u"a")},
+         "a 4711||\n"},
         {"late texts keep their cell",
          {textAt({0, 0, 90, 6}, u"a"), pendingAt({0, 0, 60, 6}, u"of #")},
          "of 9||a\n"},
