@@ -139,13 +139,8 @@ void appendContent(std::string& out, const Drawing& drawing, Size box, std::u16s
     appendLength(out, box.width);
     out += ' ';
     appendLength(out, box.height);
-    // What has no text to say is left out where the page is read aloud.
-    out += alternateText.empty() ? "\" aria-hidden=\"true\">" : "\" role=\"img\">";
-    if (!alternateText.empty()) {
-        out += "<title>";
-        appendEscaped(out, alternateText);
-        out += "</title>";
-    }
+    out += '"';
+    endSvgTag(out, alternateText);
     for (const auto& element : drawing.elements) {
         if (const auto* path = std::get_if<Drawing::Path>(&element)) {
             appendPath(out, *path);
@@ -157,6 +152,16 @@ void appendContent(std::string& out, const Drawing& drawing, Size box, std::u16s
 }
 
 }  // namespace
+
+void endSvgTag(std::string& out, std::u16string_view alternateText) {
+    if (alternateText.empty()) {
+        out += " aria-hidden=\"true\">";
+        return;
+    }
+    out += " role=\"img\"><title>";
+    appendEscaped(out, alternateText);
+    out += "</title>";
+}
 
 std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText) {
     std::string out = "<svg xmlns=\"http://www.w3.org/2000/svg\"";

@@ -13,6 +13,10 @@ namespace qbsvrl6 {
 // the same text.
 std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText = {});
 
+// Ends the opening tag of an <svg>: `alternateText` is what is read aloud in its place; without one it is
+// passed over.
+void endSvgTag(std::string& out, std::u16string_view alternateText);
+
 // The same as an element of an HTML page, which wants lengths in a style.
 std::string toInlineSvg(const Drawing& drawing, Size box, std::u16string_view alternateText);
 

@@ -147,6 +147,10 @@ void BandBuilder::makePicture(PlannedPicture& picture, const Position& position,
         item.picture = context_.pictures.find(evaluated_.text, instance_.plan.report->directory);
     }
     item.fit = picture.content->fit;
+    if (!picture.alternateText.parts.empty()) {
+        view_.evaluateText(picture.alternateText, position, evaluated_);
+        item.alternateText = std::move(evaluated_.text);
+    }
     piece.item.content = std::move(item);
 }
 

@@ -56,6 +56,7 @@ struct PictureItem {
     std::shared_ptr<const Picture> picture;
     Rect placed;  // in the item's box, after fitting
     PictureFit fit = PictureFit::Contain;
+    std::u16string alternateText = {};  // what a text export shows, and what is read aloud
 };
 
 // A vector drawing (chart, barcode): filled and stroked shapes and texts, in micrometres of the item's box.
@@ -93,7 +94,7 @@ struct ShownChart {
 
 struct DrawingItem {
     std::shared_ptr<const Drawing> drawing;
-    std::u16string alternateText;      // what a text export shows
+    std::u16string alternateText;      // as a picture's
     const Control* control = nullptr;  // of the barcode or chart; null: nothing that could be drawn again
     std::shared_ptr<const ShownChart> chart = nullptr;
 };

@@ -181,7 +181,8 @@ private:
     PlannedContent planContent(const BoxContent& content, const Rect&, bool) { return content; }
 
     PlannedContent planContent(const PictureContent& content, const Rect&, bool) {
-        return PlannedPicture{&content, plan_->binding->compileText(content.source)};
+        return PlannedPicture{&content, plan_->binding->compileText(content.source),
+                              plan_->binding->compileText(content.alternateText)};
     }
 
     PlannedContent planContent(const BarcodeContent& content, const Rect&, bool) {

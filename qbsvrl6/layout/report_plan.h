@@ -34,6 +34,7 @@ struct PlannedText {
 struct PlannedPicture {
     const PictureContent* content = nullptr;
     TextTemplate source;
+    TextTemplate alternateText;
 };
 
 struct PlannedBarcode {

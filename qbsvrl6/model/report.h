@@ -56,6 +56,7 @@ struct PictureContent {
     std::u16string source;  // file or URL with placeholders; relative to the template; or Base64 data
     std::string embedded;   // bytes of a picture held in the template itself; used when source is empty
     PictureFit fit = PictureFit::Contain;
+    std::u16string alternateText;  // with placeholders; read where the picture can't be seen
 };
 
 struct BarcodeContent {

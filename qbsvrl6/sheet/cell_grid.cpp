@@ -43,6 +43,7 @@ bool isPending(const Item& item) {
 std::u16string_view textOf(const Item& item) {
     if (const auto* text = std::get_if<TextItem>(&item.content)) return text->text;
     if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) return drawing->alternateText;
+    if (const auto* picture = std::get_if<PictureItem>(&item.content)) return picture->alternateText;
     return {};
 }
 

@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 
 // The text is known at the end of the report only.
 bool isPending(const Item& item);
-// What an item reads: its text, or what stands for a drawing.
+// What an item reads: its text, or what stands for a picture or drawing.
 std::u16string_view textOf(const Item& item);
 
 struct Cell {

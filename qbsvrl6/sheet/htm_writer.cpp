@@ -277,7 +277,7 @@ private:
     static void appendPicture(std::string& out, const PictureItem& item, bool isFirst) {
         const Picture& picture = *item.picture;
         const std::string id = "p" + std::to_string(picture.id);
-        out += "<svg aria-hidden=\"true\" viewBox=\"0 0 1 1\" preserveAspectRatio=\"none\" style=\"width:";
+        out += "<svg viewBox=\"0 0 1 1\" preserveAspectRatio=\"none\" style=\"width:";
         appendMillimetres(out, item.placed.width);
         out += ";height:";
         appendMillimetres(out, item.placed.height);
@@ -289,7 +289,8 @@ private:
         appendMillimetres(out, std::max(item.placed.y, 0));
         out += " 0 -1mm ";
         appendMillimetres(out, std::max(item.placed.x, 0));
-        out += "\">";
+        out += '"';
+        endSvgTag(out, item.alternateText);
         if (isFirst) {
             out += "<image id=\"" + id + "\" width=\"1\" height=\"1\" preserveAspectRatio=\"none\" href=\"";
             appendData(out, picture);

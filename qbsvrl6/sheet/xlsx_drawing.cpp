@@ -90,8 +90,9 @@ void XlsxDrawing::addLine(const LineContent& line, Size size) {
 
 void XlsxDrawing::addPicture(const PictureItem& item, const std::string& relation) {
     const std::string id = nextId();
-    anchors_ += "<xdr:pic><xdr:nvPicPr><xdr:cNvPr id=\"" + id + "\" name=\"Picture " + id +
-                "\"/><xdr:cNvPicPr/></xdr:nvPicPr><xdr:blipFill><a:blip r:embed=\"" + relation +
+    anchors_ += "<xdr:pic><xdr:nvPicPr><xdr:cNvPr id=\"" + id + "\" name=\"Picture " + id + "\" descr=\"";
+    appendMarkup(anchors_, item.alternateText);
+    anchors_ += "\"/><xdr:cNvPicPr/></xdr:nvPicPr><xdr:blipFill><a:blip r:embed=\"" + relation +
                 "\"/><a:stretch><a:fillRect/></a:stretch></xdr:blipFill><xdr:spPr><a:xfrm>" +
                 position("a:off", 0, 0) + extent("a:ext", item.placed.width, item.placed.height) +
                 "</a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></xdr:spPr></xdr:pic>";

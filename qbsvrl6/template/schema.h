@@ -138,6 +138,7 @@ void describePicture(Element& element, ContentLike& picture) {
     static const PictureContent defaults;
     element.attribute("source", picture.source, {}, PlaceholderCodec{});
     element.attribute("scale", picture.fit, defaults.fit, WordCodec<PictureFit>{kPictureFits});
+    element.attribute("alternateText", picture.alternateText, {}, PlaceholderCodec{});
     element.bytes("Embedded", picture.embedded);
 }
 

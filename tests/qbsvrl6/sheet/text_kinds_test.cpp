@@ -281,7 +281,7 @@ TEST(HtmWriter, DrawsPicturesAndLines) {
     picture->id = 7;
     const auto pictureAt = [&](Rect box) {
         Item item = textAt(box, u"");
-        item.content = PictureItem{picture, {0, 0, 10 * kMm, 5 * kMm}};
+        item.content = PictureItem{picture, {0, 0, 10 * kMm, 5 * kMm}, PictureFit::Contain, u"a & b"};
         return item;
     };
     auto drawing = std::make_shared<Drawing>();
@@ -298,7 +298,7 @@ TEST(HtmWriter, DrawsPicturesAndLines) {
     const Htm htm(text);
     EXPECT_EQ(htm.texts("//image/@href"), "data:image/png;base64,iVBORw==|");
     EXPECT_EQ(htm.texts("//use/@href"), "#p7|");
-    EXPECT_EQ(htm.texts("//svg/title"), "<5>|");
+    EXPECT_EQ(htm.texts("//svg[@role='img']/title"), "a & b|a & b|<5>|");
     EXPECT_EQ(htm.texts("//tr[2]/td"), "|in the box||");
     // The box's cells have its fill, its outer edges and the line below.
     const auto rule = [&](const std::string& cell) {
