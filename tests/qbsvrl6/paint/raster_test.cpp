@@ -44,7 +44,8 @@ std::string image(MakeWriter make, Pages pages, bool allInOne = false, double re
 }
 
 Color at(const Pixels& pixels, int x, int y) {
-    const auto i = static_cast<std::size_t>((y * pixels.width + x) * pixels.channels);
+    const auto index = [](int value) { return static_cast<std::size_t>(value); };
+    const std::size_t i = (index(y) * index(pixels.width) + index(x)) * index(pixels.channels);
     const std::size_t step = pixels.channels == 3 ? 1 : 0;
     return {pixels.color[i], pixels.color[i + step], pixels.color[i + 2 * step]};
 }

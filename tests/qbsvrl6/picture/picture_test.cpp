@@ -17,7 +17,7 @@ std::string big(unsigned value, int bytes) {
 }
 
 std::string chunk(const std::string& name, const std::string& content) {
-    return big(static_cast<unsigned>(content.size()), 4) + name + content + "\0\0\0\0";
+    return big(static_cast<unsigned>(content.size()), 4) + name + content + std::string(4, '\0');
 }
 
 std::string png(unsigned width, unsigned height, const std::string& between = {}) {
