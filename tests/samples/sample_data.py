@@ -5,6 +5,7 @@ import decimal
 import itertools
 import json
 import re
+import shutil
 import subprocess
 import xml.etree.ElementTree as ElementTree
 
@@ -130,6 +131,15 @@ class Sample:
         """How many rows the grid has beside the data: titles, and the headers and footers of groups."""
         return int(self.has_titles) + sum(len(runs) * len(group.findall("Header") + group.findall("Footer"))
                                           for group, runs in self.group_runs())
+
+
+def make_documents(program, samples, directory, what):
+    """Makes all documents of the samples, "texts" or "workbooks", in directory/out; gives the set-up directory."""
+    setup = directory / "setup"
+    shutil.copytree(samples / "Samples", setup / "Samples")
+    made = subprocess.run([program, setup, directory / "out", what], capture_output=True, timeout=600)
+    assert made.returncode == 0 and b"failed" not in made.stdout, made
+    return setup
 
 
 def read_samples(setup):

@@ -106,10 +106,7 @@ class Texts(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.directory = pathlib.Path(tempfile.mkdtemp())
-        setup = cls.directory / "setup"
-        shutil.copytree(SAMPLES / "Samples", setup / "Samples")
-        made = subprocess.run([MAKE_DOCUMENTS, setup, cls.directory / "out", "texts"], capture_output=True, timeout=600)
-        assert made.returncode == 0 and b"failed" not in made.stdout, made
+        setup = sample_data.make_documents(MAKE_DOCUMENTS, SAMPLES, cls.directory, "texts")
         cls.samples = sample_data.read_samples(setup)
 
     @classmethod

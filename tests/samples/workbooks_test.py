@@ -22,7 +22,7 @@ import openpyxl
 import xlrd
 from openpyxl.utils.escape import unescape
 
-from sample_data import length, pages_of, read_samples
+from sample_data import length, make_documents, pages_of, read_samples
 
 MAKE_DOCUMENTS, PROGRAM, SAMPLES = (pathlib.Path(word) for word in sys.argv[1:4])
 FULL = os.environ.get("QBSVR_FULL_TESTS") == "1"
@@ -111,10 +111,7 @@ class Workbooks(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.directory = pathlib.Path(tempfile.mkdtemp())
-        setup = cls.directory / "setup"
-        shutil.copytree(SAMPLES / "Samples", setup / "Samples")
-        made = subprocess.run([MAKE_DOCUMENTS, setup, cls.directory / "out", "workbooks"], capture_output=True, timeout=600)
-        assert made.returncode == 0 and b"failed" not in made.stdout, made
+        setup = make_documents(MAKE_DOCUMENTS, SAMPLES, cls.directory, "workbooks")
         cls.log = (setup / "log/qbsvrl6.log").read_text("utf-8") if (setup / "log/qbsvrl6.log").exists() else ""
         cls.samples = read_samples(setup)
         cls.sheets = {}
