@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "qbsvrl6/paint/band_painter.h"
-#include "qbsvrl6/paint/compressor.h"
-#include "qbsvrl6/paint/pdf.h"
-#include "qbsvrl6/paint/pdf_canvas.h"
-#include "qbsvrl6/paint/raster.h"
+#include "qbsvrl6/paint/pdf/compressor.h"
+#include "qbsvrl6/paint/pdf/pdf.h"
+#include "qbsvrl6/paint/pdf/pdf_canvas.h"
+#include "qbsvrl6/paint/raster/raster.h"
 #include "tests/qbsvrl6/paint/handmade.h"
 
 namespace qbsvrl6 {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "qbsvrl6/paint/pdf.h"
-#include "qbsvrl6/paint/raster.h"
+#include "qbsvrl6/paint/pdf/pdf.h"
+#include "qbsvrl6/paint/raster/raster.h"
 #include "qbsvrl6/sheet/writers.h"
 #include "qbsvrl6/support/error.h"
 

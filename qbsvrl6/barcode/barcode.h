@@ -25,7 +25,7 @@
 #include <string>
 #include <string_view>
 
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 
 namespace qbsvrl6 {
 

@@ -12,7 +12,7 @@
 
 #include "qbsvrl6/bind/aggregate_state.h"
 #include "qbsvrl6/bind/binding.h"
-#include "qbsvrl6/bind/cell_value.h"
+#include "qbsvrl6/items/cell_value.h"
 #include "qbsvrl6/support/units.h"
 
 namespace qbsvrl6 {

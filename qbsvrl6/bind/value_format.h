@@ -9,9 +9,9 @@
 #include "format/boolean_format.h"
 #include "format/date_time_format.h"
 #include "format/numeric_format.h"
-#include "qbsvrl6/bind/cell_value.h"
 #include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/items/cell_value.h"
 #include "qbsvrl6/support/units.h"
 
 namespace qbsvrl6 {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "qbsvrl6/fonts/font_library.h"
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 #include "qbsvrl6/model/chart.h"
 
 namespace qbsvrl6 {

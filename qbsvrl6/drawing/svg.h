@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 
 namespace qbsvrl6 {
 

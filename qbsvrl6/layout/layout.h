@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "qbsvrl6/data/table.h"
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {

@@ -7,8 +7,8 @@
 #include <memory>
 #include <vector>
 
+#include "qbsvrl6/items/items.h"
 #include "qbsvrl6/layout/band_draft.h"
-#include "qbsvrl6/layout/items.h"
 #include "qbsvrl6/layout/layout.h"
 #include "qbsvrl6/layout/picture_store.h"
 

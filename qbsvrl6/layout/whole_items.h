@@ -2,7 +2,7 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
 #define QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
 
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 #include "qbsvrl6/layout/layout.h"
 
 namespace qbsvrl6 {

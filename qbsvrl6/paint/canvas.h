@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "qbsvrl6/fonts/shaping.h"
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 
 namespace qbsvrl6 {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
 

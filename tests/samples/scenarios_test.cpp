@@ -17,6 +17,7 @@
 #include "driver/samples.h"
 #include "tests/driver/scratch_directory.h"
 #include "tests/qbsvrl6/paint/programs.h"
+#include "tests/source_directory.h"
 
 using namespace quillbrook;
 

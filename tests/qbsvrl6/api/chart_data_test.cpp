@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

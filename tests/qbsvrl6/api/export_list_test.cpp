@@ -7,6 +7,8 @@
 #include <sstream>
 #include <string>
 
+#include "tests/source_directory.h"
+
 namespace {
 
 // The names that follow QBSVR_API in the interface's header.

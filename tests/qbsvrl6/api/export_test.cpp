@@ -2,6 +2,7 @@
 #include <string>
 
 #include "tests/qbsvrl6/api/api_fixture.h"
+#include "tests/source_directory.h"
 
 namespace api_test {
 namespace {

@@ -6,10 +6,11 @@
 
 #include "qbsvrl6/api/drawings.h"
 #include "qbsvrl6/data/load.h"
-#include "qbsvrl6/paint/pdf.h"
+#include "qbsvrl6/paint/pdf/pdf.h"
 #include "qbsvrl6/template/template_io.h"
 #include "tests/qbsvrl6/layout/recording_sink.h"
 #include "tests/qbsvrl6/paint/programs.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

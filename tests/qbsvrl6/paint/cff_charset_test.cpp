@@ -1,4 +1,4 @@
-#include "qbsvrl6/paint/cff_charset.h"
+#include "qbsvrl6/paint/pdf/cff_charset.h"
 
 #include <gtest/gtest.h>
 #include <hb.h>

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "qbsvrl6/layout/items.h"
+#include "qbsvrl6/items/items.h"
 
 namespace qbsvrl6::handmade {
 

@@ -1,4 +1,4 @@
-#include "qbsvrl6/paint/pdf_canvas.h"
+#include "qbsvrl6/paint/pdf/pdf_canvas.h"
 
 #include <gtest/gtest.h>
 

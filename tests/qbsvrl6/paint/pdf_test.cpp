@@ -1,4 +1,4 @@
-#include "qbsvrl6/paint/pdf.h"
+#include "qbsvrl6/paint/pdf/pdf.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
@@ -8,6 +8,7 @@
 #include "qbsvrl6/support/utf.h"
 #include "tests/qbsvrl6/paint/handmade.h"
 #include "tests/qbsvrl6/paint/programs.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

@@ -1,15 +1,16 @@
-#include "qbsvrl6/paint/raster.h"
+#include "qbsvrl6/paint/raster/raster.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 
-#include "qbsvrl6/paint/pdf.h"
+#include "qbsvrl6/paint/pdf/pdf.h"
 #include "qbsvrl6/picture/png.h"
 #include "qbsvrl6/support/error.h"
 #include "tests/qbsvrl6/paint/handmade.h"
 #include "tests/qbsvrl6/paint/programs.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

@@ -4,8 +4,8 @@
 #include <thread>
 #include <vector>
 
-#include "qbsvrl6/paint/pdf.h"
-#include "qbsvrl6/paint/raster.h"
+#include "qbsvrl6/paint/pdf/pdf.h"
+#include "qbsvrl6/paint/raster/raster.h"
 #include "tests/qbsvrl6/paint/handmade.h"
 
 namespace qbsvrl6 {

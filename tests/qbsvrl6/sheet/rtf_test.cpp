@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "qbsvrl6/sheet/page_frames.h"
+#include "qbsvrl6/sheet/workbook/page_frames.h"
 #include "qbsvrl6/support/utf.h"
 #include "sheet_fixture.h"
 

@@ -3,7 +3,7 @@
 
 #include <pugixml.hpp>
 
-#include "qbsvrl6/sheet/text_width.h"
+#include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/support/utf.h"
 #include "sheet_fixture.h"
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "sheet_fixture.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

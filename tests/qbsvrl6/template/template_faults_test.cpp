@@ -7,6 +7,7 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/template/template_io.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

@@ -13,6 +13,7 @@
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/template_io.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "qbsvrl6/template/schema.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {

@@ -1,0 +1,33 @@
+// The part of a CFF table that says which character identifier (CID) each glyph has.
+#ifndef QBSVR_QBSVRL6_PAINT_PDF_CFF_CHARSET_H
+#define QBSVR_QBSVRL6_PAINT_PDF_CFF_CHARSET_H
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace qbsvrl6 {
+
+class CffCharset {
+public:
+    // Reads the charset of a whole "CFF " table. What is broken reads as a font that isn't CID-keyed.
+    static CffCharset read(std::string_view table, unsigned glyphCount);
+
+    // Whether glyphs are known by CIDs; else by names, and a PDF counts in glyph numbers.
+    bool isCidKeyed() const { return cidKeyed_; }
+    std::uint32_t cidOf(std::uint32_t glyph) const;
+
+private:
+    struct Range {
+        std::uint32_t firstGlyph = 0;
+        std::uint32_t count = 0;
+        std::uint32_t firstCid = 0;
+    };
+
+    bool cidKeyed_ = false;
+    std::vector<Range> ranges_;  // by ascending glyph
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,72 @@
+// Borders of neighbouring cells put together to long lines: a table's grid is a line a column and a line a
+// row.
+#ifndef QBSVR_QBSVRL6_PAINT_PDF_EDGE_COLLECTOR_H
+#define QBSVR_QBSVRL6_PAINT_PDF_EDGE_COLLECTOR_H
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+// Coordinates are whole units of the caller's.
+class EdgeCollector {
+public:
+    struct Line {
+        bool upright = false;
+        std::int64_t at = 0;  // x of an upright line, y of a level one
+        std::int64_t from = 0;
+        std::int64_t to = 0;  // not below `from`
+        std::int64_t width = 0;
+        Color color;
+    };
+
+    void add(const Line& line) {
+        std::vector<Line>& lines = line.upright ? upright_ : level_;
+        std::size_t& next = line.upright ? nextUpright_ : nextLevel_;
+        // Rows repeat their edges in the same order: the edge to lengthen is mostly the one behind the last.
+        const std::size_t tries = std::min<std::size_t>(lines.size(), kTries);
+        for (std::size_t i = 0; i < tries; ++i) {
+            if (next >= lines.size()) next = lines.size() - tries;
+            if (lengthen(lines[next], line)) {
+                ++next;
+                return;
+            }
+            ++next;
+        }
+        lines.push_back(line);
+        next = lines.size();
+    }
+
+    const std::vector<Line>& upright() const { return upright_; }
+    const std::vector<Line>& level() const { return level_; }
+    bool empty() const { return upright_.empty() && level_.empty(); }
+    void clear() {
+        upright_.clear();
+        level_.clear();
+        nextUpright_ = nextLevel_ = 0;
+    }
+
+private:
+    // How many of the newest lines are looked at: more than a table has columns, mostly.
+    static constexpr std::size_t kTries = 64;
+
+    static bool lengthen(Line& line, const Line& by) {
+        const bool joins = line.at == by.at && line.width == by.width && line.from <= by.to &&
+                           by.from <= line.to && line.color == by.color;
+        if (joins) {
+            line.from = std::min(line.from, by.from);
+            line.to = std::max(line.to, by.to);
+        }
+        return joins;
+    }
+
+    std::vector<Line> upright_, level_;
+    std::size_t nextUpright_ = 0, nextLevel_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,26 @@
+// PDF 1.7 from laid-out pages.
+#ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_H
+#define QBSVR_QBSVRL6_PAINT_PDF_PDF_H
+
+#include <memory>
+#include <string>
+
+#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+struct PdfOptions {
+    DocumentInfo info;
+    bool embedWholeFonts = false;
+    std::shared_ptr<const Picture> background;  // behind each page; may be null
+    Watermark watermark;
+};
+
+// A sink that writes each page as it ends; `output` holds the whole document after finish(). The same input
+// gives the same bytes: no clock, no random identifiers.
+std::unique_ptr<PageSink> makePdfWriter(const PdfOptions& options, std::string& output);
+
+}  // namespace qbsvrl6
+
+#endif

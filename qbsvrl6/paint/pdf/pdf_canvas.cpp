@@ -1,0 +1,440 @@
+#include "qbsvrl6/paint/pdf/pdf_canvas.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace qbsvrl6 {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr double kItalicSlant = 0.2126;  // twelve degrees
+constexpr int kBoldStroke = 30;          // a made bold's stroke is this part of the font size
+constexpr double kCircle = 0.5523;       // control points of a quarter circle
+
+}  // namespace
+
+void PdfCanvas::begin(Micrometres pageHeight) {
+    pageHeight_ = toUnits(pageHeight);
+    page_.clear();
+    page_.append("q .01 0 0 .01 0 0 cm\n"sv);
+    textState_ = {};
+    shapeState_ = {};
+    links_.clear();
+    usedPictures_.clear();
+}
+
+std::string_view PdfCanvas::end() {
+    nextLayer();
+    page_.append("Q"sv);
+    return page_.view();
+}
+
+void PdfCanvas::nextLayer() {
+    flushFill();
+    flushEdges();
+    if (shapes_.size() > 0) page_.add("q\n"sv, shapes_.view(), "Q\n"sv);
+    if (text_.size() > 0) page_.add("BT\n"sv, text_.view(), "ET\n"sv);
+    shapes_.clear();
+    text_.clear();
+    // What the texts have set stays, and the next shapes begin with it.
+    shapeState_ = {textState_.color, textState_.boldColor, textState_.boldWidth, false};
+    lineX_ = lineY_ = 0;
+    lineUpright_ = true;
+}
+
+void PdfCanvas::beginDecoration() {
+    nextLayer();
+    page_.append("/Artifact BMC/Span<</ActualText()>>BDC\n"sv);
+}
+
+void PdfCanvas::endDecoration() {
+    nextLayer();
+    page_.append("EMC EMC\n"sv);
+}
+
+// Shapes.
+
+ByteBuffer& PdfCanvas::shapes() {
+    flushFill();
+    if (clip_ && !shapesClipped_) {
+        shapesClipped_ = true;
+        shapeStateOutside_ = shapeState_;
+        openClip(shapes_);
+    }
+    return shapes_;
+}
+
+void PdfCanvas::openClip(ByteBuffer& out) {
+    const std::int64_t left = unitsX(clip_->x);
+    const std::int64_t bottom = unitsY(clip_->bottom());
+    out.add("q "sv, left, ' ', bottom, ' ', unitsX(clip_->right()) - left, ' ', unitsY(clip_->y) - bottom,
+            " re W n\n"sv);
+}
+
+void PdfCanvas::beginClip(const Rect& rect) { clip_ = rect; }
+
+void PdfCanvas::endClip() {
+    if (shapesClipped_) {
+        flushFill();
+        shapes_.append("Q\n"sv);
+        shapeState_ = shapeStateOutside_;
+    }
+    if (textClipped_) {
+        text_.append("ET Q BT\n"sv);
+        textState_ = textStateOutside_;
+        lineX_ = lineY_ = 0;
+        lineUpright_ = true;
+    }
+    shapesClipped_ = textClipped_ = false;
+    clip_.reset();
+}
+
+void PdfCanvas::setFill(Color color) {
+    if (shapeState_.fill == color) return;
+    appendFillColor(shapes_, color);
+    shapeState_.fill = color;
+}
+
+void PdfCanvas::setStroke(Color color, std::int64_t width, bool dashed) {
+    if (shapeState_.stroke != color) appendStrokeColor(shapes_, color);
+    if (shapeState_.width != width) shapes_.add(width, " w\n"sv);
+    if (shapeState_.dashed != dashed) shapes_.append(dashed ? "[300 200]0 d\n"sv : "[]0 d\n"sv);
+    shapeState_.stroke = color;
+    shapeState_.width = width;
+    shapeState_.dashed = dashed;
+}
+
+void PdfCanvas::appendPoint(Point point) { shapes_.add(unitsX(point.x), ' ', unitsY(point.y), ' '); }
+
+void PdfCanvas::fill(const Rect& rect, Color color) {
+    const PendingFill next{unitsX(rect.x), unitsY(rect.y), unitsX(rect.right()), unitsY(rect.bottom()),
+                           color};
+    // Cells of one colour side by side are one area, without a seam.
+    if (pendingFill_ && !clip_ && pendingFill_->color == color && pendingFill_->right == next.left &&
+        pendingFill_->top == next.top && pendingFill_->bottom == next.bottom) {
+        pendingFill_->right = next.right;
+        return;
+    }
+    shapes();
+    pendingFill_ = next;
+}
+
+void PdfCanvas::flushFill() {
+    if (!pendingFill_) return;
+    const PendingFill& area = *pendingFill_;
+    setFill(area.color);
+    shapes_.add(area.left, ' ', area.bottom, ' ', area.right - area.left, ' ', area.top - area.bottom,
+                " re f\n"sv);
+    pendingFill_.reset();
+}
+
+void PdfCanvas::edge(Point from, Point to, const BorderLine& line) {
+    const bool upright = from.x == to.x;
+    const std::int64_t at = upright ? unitsX(from.x) : unitsY(from.y);
+    const std::int64_t start = upright ? unitsY(from.y) : unitsX(from.x);
+    const std::int64_t end = upright ? unitsY(to.y) : unitsX(to.x);
+    edges_.add({upright, at, std::min(start, end), std::max(start, end),
+                std::max<std::int64_t>(toUnits(line.width), 1), line.color});
+}
+
+void PdfCanvas::flushEdges() {
+    if (edges_.empty()) return;
+    shapes_.append("2 J\n"sv);  // square ends, so that corners are filled
+    bool open = false;
+    const auto add = [&](const EdgeCollector::Line& line) {
+        const bool same =
+            shapeState_.stroke == line.color && shapeState_.width == line.width && !shapeState_.dashed;
+        if (open && !same) shapes_.append("S\n"sv);
+        setStroke(line.color, line.width, false);
+        open = true;
+        if (line.upright) {
+            shapes_.add(line.at, ' ', line.from, " m "sv, line.at, ' ', line.to, " l\n"sv);
+        } else {
+            shapes_.add(line.from, ' ', line.at, " m "sv, line.to, ' ', line.at, " l\n"sv);
+        }
+    };
+    for (const EdgeCollector::Line& line : edges_.level()) add(line);
+    for (const EdgeCollector::Line& line : edges_.upright()) add(line);
+    shapes_.append("S\n"sv);
+    edges_.clear();
+}
+
+void PdfCanvas::line(Point from, Point to, const LineContent& line) {
+    if (line.width <= 0) return;
+    shapes();
+    setStroke(line.color, std::max<std::int64_t>(toUnits(line.width), 1), line.dashed);
+    appendPoint(from);
+    shapes_.append("m "sv);
+    appendPoint(to);
+    shapes_.append("l S\n"sv);
+}
+
+void PdfCanvas::box(const Rect& rect, const BoxContent& box) {
+    const bool stroked = box.line.width > 0;
+    if (!stroked && !box.fill) return;
+    shapes();
+    if (box.fill) setFill(*box.fill);
+    if (stroked) setStroke(box.line.color, std::max<std::int64_t>(toUnits(box.line.width), 1), false);
+    const Micrometres radius = std::min({box.cornerRadius, rect.width / 2, rect.height / 2});
+    if (radius > 0) {
+        appendRoundedRect(rect, radius);
+    } else {
+        const std::int64_t left = unitsX(rect.x);
+        const std::int64_t bottom = unitsY(rect.bottom());
+        shapes_.add(left, ' ', bottom, ' ', unitsX(rect.right()) - left, ' ', unitsY(rect.y) - bottom,
+                    " re "sv);
+    }
+    shapes_.append(box.fill && stroked ? "B\n"sv : box.fill ? "f\n"sv : "S\n"sv);
+}
+
+void PdfCanvas::appendRoundedRect(const Rect& rect, Micrometres radius) {
+    const double r = radius;
+    const double c = r * (1 - kCircle);  // of a control point from the corner
+    const double left = rect.x, top = rect.y, right = rect.right(), bottom = rect.bottom();
+    const auto corner = [&](Point control1, Point control2, Point end) {
+        appendPoint(control1);
+        appendPoint(control2);
+        appendPoint(end);
+        shapes_.append("c "sv);
+    };
+    const auto lineTo = [&](Point point, std::string_view operation) {
+        appendPoint(point);
+        shapes_.append(operation);
+    };
+    lineTo({left + r, top}, "m "sv);
+    lineTo({right - r, top}, "l "sv);
+    corner({right - c, top}, {right, top + c}, {right, top + r});
+    lineTo({right, bottom - r}, "l "sv);
+    corner({right, bottom - c}, {right - c, bottom}, {right - r, bottom});
+    lineTo({left + r, bottom}, "l "sv);
+    corner({left + c, bottom}, {left, bottom - c}, {left, bottom - r});
+    lineTo({left, top + r}, "l "sv);
+    corner({left, top + c}, {left + c, top}, {left + r, top});
+    shapes_.append("h "sv);
+}
+
+void PdfCanvas::picture(const std::shared_ptr<const Picture>& picture, const Rect& rect) {
+    const int number = pictures_.use(*picture);
+    if (number == 0) return;
+    usedPictures_.insert(number);
+    const std::int64_t left = unitsX(rect.x);
+    const std::int64_t bottom = unitsY(rect.bottom());
+    shapes().add("q "sv, unitsX(rect.right()) - left, " 0 0 "sv, unitsY(rect.y) - bottom, ' ', left, ' ',
+                 bottom, " cm/I"sv, std::int64_t{number}, " Do Q\n"sv);
+}
+
+void PdfCanvas::path(const Drawing::Path& path, Point origin) {
+    const bool stroked = path.stroke && path.strokeWidth > 0;
+    if (!stroked && !path.fill) return;
+    shapes();
+    const int opacity = static_cast<int>(std::lround(std::clamp(path.fillOpacity, 0.0, 1.0) * 100));
+    const bool transparent = path.fill && opacity < 100;
+    const ShapeState outside = shapeState_;
+    if (transparent) {
+        usedOpacities_.insert(opacity);
+        shapes_.add("q/G"sv, std::int64_t{opacity}, " gs\n"sv);
+    }
+    if (path.fill) setFill(*path.fill);
+    if (stroked) {
+        setStroke(*path.stroke, std::max<std::int64_t>(toUnits(path.strokeWidth), 1), false);
+    }
+    std::size_t next = 0;
+    for (const char command : path.commands) {
+        const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
+        if (path.points.size() - next < count) break;
+        for (std::size_t i = 0; i < count; ++i, ++next) {
+            appendPoint({origin.x + path.points[next].x, origin.y + path.points[next].y});
+        }
+        shapes_.append(command == 'M'   ? "m\n"sv
+                       : command == 'L' ? "l\n"sv
+                       : command == 'C' ? "c\n"sv
+                                        : "h\n"sv);
+    }
+    shapes_.append(path.fill && stroked ? "B\n"sv : path.fill ? "f\n"sv : "S\n"sv);
+    if (transparent) {
+        shapes_.append("Q\n"sv);
+        shapeState_ = outside;
+    }
+}
+
+void PdfCanvas::bar(Point from, Direction direction, double length, double thickness, Color color) {
+    shapes();
+    setFill(color);
+    const Point along{direction.x * length, direction.y * length};
+    const Point across{-direction.y * thickness, direction.x * thickness};
+    const Point corners[] = {from,
+                             {from.x + along.x, from.y + along.y},
+                             {from.x + along.x + across.x, from.y + along.y + across.y},
+                             {from.x + across.x, from.y + across.y}};
+    appendPoint(corners[0]);
+    shapes_.append("m "sv);
+    for (int i = 1; i < 4; ++i) {
+        appendPoint(corners[i]);
+        shapes_.append("l "sv);
+    }
+    shapes_.append("f\n"sv);
+}
+
+void PdfCanvas::link(const Rect& rect, std::u16string_view address) {
+    links_.push_back({rect, std::u16string(address)});
+}
+
+// Texts.
+
+void PdfCanvas::openTextClip() {
+    textClipped_ = true;
+    textStateOutside_ = textState_;
+    text_.append("ET "sv);
+    openClip(text_);
+    text_.append("BT\n"sv);
+    lineX_ = lineY_ = 0;
+    lineUpright_ = true;
+}
+
+void PdfCanvas::setTextState(const PdfFont& font, const TextRun& run, bool bold) {
+    const std::int64_t size = std::llround(run.fontSize * kUnitsPerPoint);
+    if (textState_.font != &font || textState_.size != size) {
+        text_.add("/F"sv, std::int64_t{font.resource()}, ' ', size, " Tf\n"sv);
+        textState_.font = &font;
+        textState_.size = size;
+    }
+    if (textState_.color != run.color) {
+        appendFillColor(text_, run.color);
+        textState_.color = run.color;
+    }
+    if (textState_.bold != bold) {
+        text_.append(bold ? "2 Tr\n"sv : "0 Tr\n"sv);
+        textState_.bold = bold;
+    }
+    if (bold && textState_.boldColor != run.color) {
+        appendStrokeColor(text_, run.color);
+        textState_.boldColor = run.color;
+    }
+    if (bold && textState_.boldWidth != size / kBoldStroke) {
+        textState_.boldWidth = size / kBoldStroke;
+        text_.add(textState_.boldWidth, " w\n"sv);
+    }
+    const double spacing = run.letterSpacing * static_cast<double>(size) / 1000;
+    if (textState_.letterSpacing != spacing) {
+        appendNumber(text_, spacing, 1);
+        text_.append(" Tc\n"sv);
+        textState_.letterSpacing = spacing;
+    }
+}
+
+void PdfCanvas::moveTo(Point origin, Direction direction, bool italic) {
+    const std::int64_t x = unitsX(origin.x);
+    const std::int64_t y = unitsY(origin.y);
+    const bool upright = direction.isUpright() && !italic;
+    if (upright && lineUpright_) {
+        text_.add(x - lineX_, ' ', y - lineY_, " Td"sv);
+    } else {
+        // The text's axes: along its direction, and up, slanted along.
+        const double slant = italic ? kItalicSlant : 0;
+        const double a = direction.x;
+        const double b = -direction.y;
+        constexpr int kDecimals = 5;
+        for (const double entry : {a, b, slant * a - b, slant * b + a}) {
+            appendNumber(text_, entry, kDecimals);
+            text_.append(' ');
+        }
+        text_.add(x, ' ', y, " Tm"sv);
+        lineUpright_ = upright;
+    }
+    lineX_ = x;
+    lineY_ = y;
+}
+
+void PdfCanvas::text(const TextRun& run) {
+    constexpr double kSmallest = 0.01;
+    if (run.shaped.runs.empty() || !(run.fontSize >= kSmallest)) return;
+    if (clip_ && !textClipped_) openTextClip();
+    double along = 0;  // 1/1000 em from the text's start
+    bool wasItalic = false;
+    for (const GlyphRun& part : run.shaped.runs) {
+        PdfFont& font = fonts_.use(*part.member.face);
+        const bool reads = font.take(part, run.text);
+        setTextState(font, run, part.member.syntheticBold);
+        const bool isFirst = &part == &run.shaped.runs.front();
+        const bool isLast = &part == &run.shaped.runs.back();
+        const bool italic = part.member.syntheticItalic;
+        if (isFirst || italic != wasItalic) {
+            const double distance = along / 1000 * run.fontSize * kMicrometresPerPoint;
+            moveTo({run.origin.x + distance * run.direction.x, run.origin.y + distance * run.direction.y},
+                   run.direction, italic);
+            wasItalic = italic;
+        }
+        if (!reads) {
+            text_.append("/Span<</ActualText"sv);
+            appendTextString(text_, run.text.substr(std::min<std::size_t>(part.firstUnit, run.text.size()),
+                                                    part.unitCount));
+            text_.append(">>BDC\n"sv);
+        }
+        show(font, part, run, isLast);
+        if (!reads) text_.append("EMC\n"sv);
+        if (isLast) break;
+        for (const Glyph& glyph : part.glyphs) {
+            const bool blank = glyph.cluster < run.text.size() && run.text[glyph.cluster] == u' ';
+            along += glyph.advance + run.letterSpacing + (blank ? run.wordSpacing : 0.0f);
+        }
+    }
+}
+
+// Writes "(codes)Tj", or "[(codes)number(codes)]TJ" where glyphs stand elsewhere than their widths would put
+// them.
+void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast) {
+    constexpr std::size_t kBytesPerGlyph = 40;
+    constexpr float kNoticeable = 0.5f;  // 1/1000 em
+    const bool spaced = run.wordSpacing != 0;
+    std::size_t start = text_.size();
+    char* to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
+    bool moved = false;  // an array was begun
+    float rise = 0;
+    float lead = 0;  // how far the next glyph stands right of where the widths put it
+    const auto add = [&](std::string_view text) {
+        std::memcpy(to, text.data(), text.size());
+        to += text.size();
+    };
+    const auto move = [&] {
+        const auto distance = static_cast<std::int64_t>(std::lround(std::clamp(lead, -1e6f, 1e6f)));
+        *to++ = ')';
+        to = std::to_chars(to, to + 12, -distance).ptr;
+        *to++ = '(';
+        lead -= static_cast<float>(distance);
+        moved = true;
+    };
+    const auto finish = [&] {
+        add(moved ? ")]TJ\n"sv : ")Tj\n"sv);
+        text_.commit(to);
+        if (moved) text_.insert(start, '[');
+    };
+    *to++ = '(';
+    for (const Glyph& glyph : glyphs.glyphs) {
+        if (glyph.yOffset != rise) {
+            finish();
+            rise = glyph.yOffset;
+            appendNumber(text_, rise * static_cast<float>(textState_.size) / 1000, 1);
+            text_.append(" Ts"sv);
+            start = text_.size();
+            to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
+            moved = false;
+            *to++ = '(';
+        }
+        const PdfFont::Code& code = font.code(glyph.id);
+        lead += glyph.xOffset;
+        if (lead > kNoticeable || lead < -kNoticeable) move();
+        std::memcpy(to, code.bytes, sizeof code.bytes);
+        to += code.byteCount;
+        lead += glyph.advance - code.width - glyph.xOffset;
+        if (spaced && glyph.cluster < run.text.size() && run.text[glyph.cluster] == u' ')
+            lead += run.wordSpacing;
+    }
+    if (!isLast && (lead > kNoticeable || lead < -kNoticeable)) move();
+    finish();
+    if (rise != 0) text_.append("0 Ts\n"sv);
+}
+
+}  // namespace qbsvrl6

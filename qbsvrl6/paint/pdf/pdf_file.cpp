@@ -1,0 +1,130 @@
+#include "qbsvrl6/paint/pdf/pdf_file.h"
+
+#include <cstring>
+
+#include "qbsvrl6/paint/pdf/compressor.h"
+#include "qbsvrl6/paint/pdf/pdf_syntax.h"
+
+namespace qbsvrl6 {
+
+// The file: a head, streams ("5 0 obj<<...>>stream ... endstream endobj") among them object streams that hold
+// all other objects, the cross-reference stream, and its offset.
+
+namespace {
+
+constexpr std::size_t kWorthCompressing = 96;  // below it the filter's own words cost more than it saves
+constexpr int kObjectsPerStream = 200;
+constexpr std::size_t kObjectStreamBytes = 64 << 10;
+
+}  // namespace
+
+PdfFile::PdfFile(std::string& output) : output_(output), places_(1) {
+    // Four bytes above 127 tell transfer programs that this is no text.
+    output_ = "%PDF-1.7\n%\xE2\xE3\xCF\xD3\n";
+}
+
+int PdfFile::reserve() {
+    places_.emplace_back();
+    return static_cast<int>(places_.size()) - 1;
+}
+
+void PdfFile::beginObject(int number) {
+    places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size(), 0};
+    output_ += std::to_string(number);
+    output_ += " 0 obj\n";
+}
+
+void PdfFile::writeObject(int number, std::string_view body) {
+    if (objectCount_ == 0) objectStream_ = reserve();
+    places_[static_cast<std::size_t>(number)] = {Place::Kind::InStream,
+                                                 static_cast<std::uint64_t>(objectStream_),
+                                                 static_cast<std::uint16_t>(objectCount_)};
+    objectIndex_.add(std::int64_t{number}, ' ', static_cast<std::int64_t>(objects_.size()), ' ');
+    objects_.add(body, '\n');
+    ++objectCount_;
+    if (objectCount_ == kObjectsPerStream || objects_.size() > kObjectStreamBytes) flushObjects();
+}
+
+void PdfFile::flushObjects() {
+    if (objectCount_ == 0) return;
+    const std::string entries =
+        "/Type/ObjStm/N " + std::to_string(objectCount_) + "/First " + std::to_string(objectIndex_.size());
+    objectIndex_.append(objects_.view());
+    writeStream(objectStream_, entries, objectIndex_.view());
+    objects_.clear();
+    objectIndex_.clear();
+    objectCount_ = 0;
+}
+
+void PdfFile::writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded) {
+    const bool deflated = !encoded && bytes.size() >= kWorthCompressing;
+    if (deflated) bytes = compress(bytes);
+    beginObject(number);
+    output_ += "<<";
+    output_ += entries;
+    if (deflated) output_ += "/Filter/FlateDecode";
+    output_ += "/Length ";
+    output_ += std::to_string(bytes.size());
+    output_ += ">>stream\n";
+    output_ += bytes;
+    output_ += "\nendstream\nendobj\n";
+}
+
+void PdfFile::finish(int catalog, int info) {
+    flushObjects();
+    const std::string id = contentHash();
+    const int number = reserve();
+    const std::size_t start = output_.size();
+    std::string trailer = "/Root " + std::to_string(catalog) + " 0 R";
+    if (info != 0) trailer += "/Info " + std::to_string(info) + " 0 R";
+    trailer += "/ID[<" + id + "><" + id + ">]";
+    writeCrossReferences(number, trailer);
+    output_ += "startxref\n" + std::to_string(start) + "\n%%EOF\n";
+}
+
+// Rows of kind, offset or stream, and index, in one, `width` and two bytes.
+void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
+    places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size(), 0};
+    int width = 2;
+    while (output_.size() >> (8 * width) != 0) ++width;
+    ByteBuffer rows;
+    for (const Place& place : places_) {
+        rows.append(static_cast<char>(place.kind));
+        for (int shift = width - 1; shift >= 0; --shift) {
+            rows.append(static_cast<char>((place.offsetOrStream >> (8 * shift)) & 0xFF));
+        }
+        const std::uint16_t index = place.kind == Place::Kind::Free ? std::uint16_t{0xFFFF} : place.index;
+        rows.append(static_cast<char>(index >> 8));
+        rows.append(static_cast<char>(index & 0xFF));
+    }
+    std::string entries =
+        "/Type/XRef/Size " + std::to_string(places_.size()) + "/W[1 " + std::to_string(width) + " 2]";
+    entries += trailer;
+    writeStream(number, entries, rows.view());
+}
+
+// Names the document by what it holds: the same input gives the same file, another input another name.
+std::string PdfFile::contentHash() const {
+    std::uint64_t low = 0xCBF29CE484222325u;
+    std::uint64_t high = 0x9E3779B97F4A7C15u;
+    std::size_t at = 0;
+    const auto mix = [&](std::uint64_t word) {
+        low = (low ^ word) * 0x100000001B3u;
+        high = (high + word) * 0xD6E8FEB86659FD93u;
+        high ^= high >> 32;
+    };
+    for (; at + 8 <= output_.size(); at += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, output_.data() + at, 8);
+        mix(word);
+    }
+    for (; at < output_.size(); ++at) mix(static_cast<unsigned char>(output_[at]));
+    ByteBuffer hex;
+    for (const std::uint64_t half : {low, high}) {
+        appendHex(hex, static_cast<unsigned>(half >> 32), 8);
+        appendHex(hex, static_cast<unsigned>(half), 8);
+    }
+    return std::string(hex.view());
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,270 @@
+#include "qbsvrl6/paint/pdf/pdf_fonts.h"
+
+#include <hb.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+#include "qbsvrl6/paint/pdf/font_subset.h"
+#include "qbsvrl6/paint/pdf/pdf_syntax.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr int kDefaultWidth = 1000;
+
+bool isBlank(char16_t unit) { return unit <= u' ' || unit == 0x7F || unit == 0xA0 || unit == 0x3000; }
+
+// What fonts draw as a blank without a width: soft hyphens, joiners, byte order marks.
+bool isInvisible(char16_t unit) {
+    return unit == 0xAD || (unit >= 0x200B && unit <= 0x200F) || (unit >= 0x2060 && unit <= 0x2064) ||
+           unit == 0xFEFF;
+}
+
+bool isBlank(std::u16string_view text) { return text.size() == 1 && isBlank(text.front()); }
+
+std::string reference(int number) { return std::to_string(number) + " 0 R"; }
+
+// Six letters that tell subsets of one font apart.
+std::string subsetTag(const std::vector<std::uint32_t>& glyphs) {
+    std::uint64_t hash = 0xCBF29CE484222325u;
+    for (const std::uint32_t glyph : glyphs) hash = (hash ^ glyph) * 0x100000001B3u;
+    hash ^= hash >> 32;
+    std::string tag;
+    for (int i = 0; i < 6; ++i) {
+        tag += static_cast<char>('A' + hash % 26);
+        hash /= 26;
+    }
+    return tag + "+";
+}
+
+}  // namespace
+
+PdfFont::PdfFont(const FontFace& face, int resource)
+    : face_(face), resource_(resource), indexes_(hb_face_get_glyph_count(face.face)), codes_(1) {
+    if (!face.cff) return;
+    const std::unique_ptr<hb_blob_t, void (*)(hb_blob_t*)> table(
+        hb_face_reference_table(face.face, HB_TAG('C', 'F', 'F', ' ')), hb_blob_destroy);
+    unsigned length = 0;
+    const char* data = hb_blob_get_data(table.get(), &length);
+    charset_ = CffCharset::read({data, length}, static_cast<unsigned>(indexes_.size()));
+}
+
+PdfFont::Code& PdfFont::codeOf(std::uint32_t glyph) {
+    if (glyph >= indexes_.size()) indexes_.resize(glyph + 1);
+    if (indexes_[glyph] == 0) addCode(glyph);
+    return codes_[indexes_[glyph]];
+}
+
+void PdfFont::addCode(std::uint32_t glyph) {
+    const std::size_t index = codes_.size();
+    indexes_[glyph] = static_cast<std::uint16_t>(index);
+    Code& code = codes_.emplace_back();
+    code.glyph = glyph;
+    code.code = static_cast<std::uint16_t>(face_.cff ? charset_.cidOf(glyph) : index);
+    const float advance = static_cast<float>(hb_font_get_glyph_h_advance(face_.font, glyph));
+    code.width = std::round(advance * 10000.0f / static_cast<float>(face_.unitsPerEm)) / 10.0f;
+    ByteBuffer literal;
+    const char bytes[] = {static_cast<char>(code.code >> 8), static_cast<char>(code.code & 0xFF)};
+    appendByteString(literal, {bytes, 2});
+    const std::string_view escaped = literal.view().substr(1, literal.size() - 2);
+    code.byteCount = static_cast<std::uint8_t>(escaped.size());
+    std::copy(escaped.begin(), escaped.end(), code.bytes);
+}
+
+bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
+    const std::vector<Glyph>& glyphs = run.glyphs;
+    const std::size_t end = std::min<std::size_t>(run.firstUnit + run.unitCount, text.size());
+    const bool rightToLeft = glyphs.size() > 1 && glyphs.front().cluster > glyphs.back().cluster;
+    bool reads = true;
+    for (std::size_t i = 0; i < glyphs.size(); ++i) {
+        Code& code = codeOf(glyphs[i].id);
+        const bool shared = (i > 0 && glyphs[i - 1].cluster == glyphs[i].cluster) ||
+                            (i + 1 < glyphs.size() && glyphs[i + 1].cluster == glyphs[i].cluster);
+        if (shared) {  // one of several glyphs for its text: none of them stands for all of it
+            reads = false;
+            continue;
+        }
+        const std::size_t start = std::min<std::size_t>(glyphs[i].cluster, end);
+        std::size_t next = end;
+        if (rightToLeft && i > 0) next = glyphs[i - 1].cluster;
+        if (!rightToLeft && i + 1 < glyphs.size()) next = glyphs[i + 1].cluster;
+        const bool known = next == start + 1 && code.unitCount == 1 && code.firstUnit == text[start];
+        if (!known && !standsFor(code, text.substr(start, std::min(next, end) - start))) reads = false;
+    }
+    return reads;
+}
+
+// The first text that a glyph stands for is the code's.
+bool PdfFont::standsFor(Code& code, std::u16string_view text) {
+    constexpr std::size_t kLongest = 200;
+    if (text.empty() || text.size() > kLongest) return false;
+    if (text.size() == 1 && isInvisible(text.front())) return false;  // the code is the blank's
+    if (code.unitCount == 0) {
+        code.text = isBlank(text) ? u" " : std::u16string(text);
+        code.firstUnit = code.text.front();
+        code.unitCount = static_cast<std::uint8_t>(text.size());
+        return true;
+    }
+    return code.text == text || (isBlank(text) && isBlank(code.text));
+}
+
+std::string PdfFont::widths(const std::vector<const Code*>& codes) const {
+    ByteBuffer out;
+    int last = -1;
+    bool open = false;
+    for (const Code* code : codes) {
+        if (code->width == kDefaultWidth) continue;
+        if (open && code->code != last + 1) {
+            out.append(']');
+            open = false;
+        }
+        if (open) {
+            out.append(' ');
+        } else {
+            out.add(std::int64_t{code->code}, '[');
+            open = true;
+        }
+        appendNumber(out, code->width, 1);
+        last = code->code;
+    }
+    if (open) out.append(']');
+    return std::string(out.view());
+}
+
+std::string PdfFont::toUnicode(const std::vector<const Code*>& codes) const {
+    constexpr std::size_t kCharactersPerBlock = 100;
+    ByteBuffer out;
+    out.append(
+        std::string_view("/CIDInit/ProcSet findresource begin\n12 dict begin\nbegincmap\n"
+                         "/CIDSystemInfo<</Registry(Adobe)/Ordering(UCS)/Supplement 0>>def\n"
+                         "/CMapName/Adobe-Identity-UCS def\n/CMapType 2 def\n"
+                         "1 begincodespacerange\n<0000><FFFF>\nendcodespacerange\n"));
+    std::vector<const Code*> named;
+    std::copy_if(codes.begin(), codes.end(), std::back_inserter(named),
+                 [](const Code* code) { return code->unitCount > 0; });
+    for (std::size_t start = 0; start < named.size(); start += kCharactersPerBlock) {
+        const std::size_t end = std::min(start + kCharactersPerBlock, named.size());
+        out.add(static_cast<std::int64_t>(end - start), std::string_view(" beginbfchar\n"));
+        for (std::size_t i = start; i < end; ++i) {
+            out.append('<');
+            appendHex(out, named[i]->code, 4);
+            out.append(std::string_view("><"));
+            appendUtf16Hex(out, named[i]->text);
+            out.append(std::string_view(">\n"));
+        }
+        out.append(std::string_view("endbfchar\n"));
+    }
+    out.append(std::string_view("endcmap\nCMapName currentdict/CMap defineresource pop\nend\nend\n"));
+    return std::string(out.view());
+}
+
+std::string PdfFont::descriptor(const std::string& name, int fontFile) const {
+    const double scale = 1000.0 / face_.unitsPerEm;
+    constexpr int kFixedPitch = 1;
+    constexpr int kSerif = 2;
+    constexpr int kSymbolic = 4;
+    constexpr int kItalic = 64;
+    const int flags = kSymbolic + (face_.fixedPitch ? kFixedPitch : 0) + (face_.serif ? kSerif : 0) +
+                      (face_.italicAngle != 0 ? kItalic : 0);
+    constexpr int kStem = 80;  // of no consequence for embedded fonts, but asked for
+    ByteBuffer out;
+    const auto scaled = [&](std::string_view key, int value) {
+        out.append(key);
+        appendNumber(out, value * scale, 0);
+    };
+    out.add(std::string_view("<</Type/FontDescriptor/FontName/"), std::string_view(name),
+            std::string_view("/Flags "), std::int64_t{flags});
+    scaled("/FontBBox[", face_.xMin);
+    scaled(" ", face_.yMin);
+    scaled(" ", face_.xMax);
+    scaled(" ", face_.yMax);
+    out.append(std::string_view("]/ItalicAngle "));
+    appendNumber(out, face_.italicAngle, 1);
+    scaled("/Ascent ", face_.ascent);
+    scaled("/Descent ", -face_.descent);
+    scaled("/CapHeight ", face_.capHeight);
+    out.add(std::string_view("/StemV "), std::int64_t{kStem},
+            std::string_view(face_.cff ? "/FontFile3 " : "/FontFile2 "), std::int64_t{fontFile},
+            std::string_view(" 0 R>>"));
+    return std::string(out.view());
+}
+
+// Gives the numbers that the glyphs have in the embedded file.
+std::vector<std::uint32_t> PdfFont::writeFontFile(PdfFile& file, int number,
+                                                  const std::vector<std::uint32_t>& glyphs,
+                                                  bool whole) const {
+    const auto entries = [this](std::size_t size) {
+        return face_.cff ? "/Subtype/CIDFontType0C" : "/Length1 " + std::to_string(size);
+    };
+    if (whole) {
+        const auto font = compressedWholeFont(face_);
+        file.writeStream(number, entries(font->plainSize) + "/Filter/FlateDecode", font->bytes, true);
+        return glyphs;
+    }
+    // A CFF font whose glyphs have names is shown by glyph numbers, so that they have to stay.
+    const bool keepNumbers = face_.cff && !charset_.isCidKeyed();
+    const EmbeddedFont font = subsetFont(face_, glyphs, keepNumbers);
+    file.writeStream(number, entries(font.bytes.size()), font.bytes);
+    return font.newGlyphs;
+}
+
+void PdfFont::write(PdfFile& file, int number, bool whole) const {
+    std::vector<const Code*> codes;
+    for (std::size_t i = 1; i < codes_.size(); ++i) codes.push_back(&codes_[i]);
+    std::sort(codes.begin(), codes.end(), [](const Code* a, const Code* b) { return a->code < b->code; });
+    std::vector<std::uint32_t> glyphs;
+    glyphs.reserve(codes.size());
+    for (const Code* code : codes) glyphs.push_back(code->glyph);
+
+    const std::string name = (whole ? "" : subsetTag(glyphs)) + toName(face_.postScriptName);
+    const int fontFile = file.reserve();
+    const std::vector<std::uint32_t> newGlyphs = writeFontFile(file, fontFile, glyphs, whole);
+    const int descriptorNumber = file.reserve();
+    file.writeObject(descriptorNumber, descriptor(name, fontFile));
+    const int unicodeNumber = file.reserve();
+    file.writeStream(unicodeNumber, "", toUnicode(codes));
+
+    std::string map;
+    if (!face_.cff) {
+        std::string glyphOfCode(2, '\0');
+        for (const std::uint32_t glyph : newGlyphs) {
+            glyphOfCode += static_cast<char>(glyph >> 8);
+            glyphOfCode += static_cast<char>(glyph & 0xFF);
+        }
+        const int mapNumber = file.reserve();
+        file.writeStream(mapNumber, "", glyphOfCode);
+        map = "/CIDToGIDMap " + reference(mapNumber);
+    }
+    const int descendant = file.reserve();
+    file.writeObject(descendant, std::string("<</Type/Font/Subtype/") +
+                                     (face_.cff ? "CIDFontType0" : "CIDFontType2") + "/BaseFont/" + name +
+                                     "/CIDSystemInfo<</Registry(Adobe)/Ordering(Identity)/Supplement 0>>"
+                                     "/FontDescriptor " +
+                                     reference(descriptorNumber) + "/DW " + std::to_string(kDefaultWidth) +
+                                     "/W[" + widths(codes) + "]" + map + ">>");
+    file.writeObject(number, "<</Type/Font/Subtype/Type0/BaseFont/" + name +
+                                 (face_.cff ? "-Identity-H" : "") + "/Encoding/Identity-H/DescendantFonts[" +
+                                 reference(descendant) + "]/ToUnicode " + reference(unicodeNumber) + ">>");
+}
+
+PdfFont& PdfFonts::find(const FontFace& face) {
+    for (const std::unique_ptr<PdfFont>& font : fonts_) {
+        if (&font->face() == &face) return *font;
+    }
+    return *fonts_.emplace_back(std::make_unique<PdfFont>(face, static_cast<int>(fonts_.size()) + 1));
+}
+
+std::string PdfFonts::write(PdfFile& file) const {
+    std::string dictionary = "<<";
+    for (const std::unique_ptr<PdfFont>& font : fonts_) {
+        const int number = file.reserve();
+        font->write(file, number, embedWhole_);
+        dictionary += "/F" + std::to_string(font->resource()) + " " + reference(number);
+    }
+    return dictionary + ">>";
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,86 @@
+// The fonts of one PDF: which glyphs are used, what text they stand for, and their font objects.
+#ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_FONTS_H
+#define QBSVR_QBSVRL6_PAINT_PDF_PDF_FONTS_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/paint/pdf/cff_charset.h"
+#include "qbsvrl6/paint/pdf/pdf_file.h"
+
+namespace qbsvrl6 {
+
+// A face as a composite font whose codes have two bytes: of a CFF font its own numbers of glyphs, of a
+// TrueType font numbers in the order of use, with a map that leads to the glyphs.
+class PdfFont {
+public:
+    PdfFont(const FontFace& face, int resource);
+
+    struct Code {
+        std::uint32_t glyph = 0;
+        std::uint16_t code = 0;
+        float width = 0;             // 1/1000 em
+        char16_t firstUnit = 0;      // of the text that it stands for
+        std::uint8_t unitCount = 0;  // 0: none of its own
+        std::uint8_t byteCount = 2;
+        char bytes[4] = {};  // the code inside a literal string, escaped
+        std::u16string text;
+    };
+
+    // Makes sure that the run's glyphs have codes. Whether the codes' own texts read as the run's text; where
+    // not, the text has to stand beside the glyphs.
+    bool take(const GlyphRun& run, std::u16string_view text);
+
+    // Of a glyph that was taken.
+    const Code& code(std::uint32_t glyph) const { return codes_[indexes_[glyph]]; }
+
+    int resource() const { return resource_; }  // its name is "F" and this number
+    const FontFace& face() const { return face_; }
+
+    // Writes the font's objects, the font itself as `number`.
+    void write(PdfFile& file, int number, bool whole) const;
+
+private:
+    Code& codeOf(std::uint32_t glyph);
+    void addCode(std::uint32_t glyph);
+    static bool standsFor(Code& code, std::u16string_view text);
+    std::string widths(const std::vector<const Code*>& codes) const;
+    std::string toUnicode(const std::vector<const Code*>& codes) const;
+    std::vector<std::uint32_t> writeFontFile(PdfFile& file, int number,
+                                             const std::vector<std::uint32_t>& glyphs, bool whole) const;
+    std::string descriptor(const std::string& name, int fontFile) const;
+
+    const FontFace& face_;
+    int resource_;
+    CffCharset charset_;
+    std::vector<std::uint16_t> indexes_;  // by glyph, in codes_; 0: not used yet
+    std::vector<Code> codes_;             // from 1 on
+};
+
+class PdfFonts {
+public:
+    explicit PdfFonts(bool embedWhole) : embedWhole_(embedWhole) {}
+
+    PdfFont& use(const FontFace& face) {
+        if (last_ == nullptr || &last_->face() != &face) last_ = &find(face);
+        return *last_;
+    }
+
+    // Writes all fonts and gives the dictionary that names them.
+    std::string write(PdfFile& file) const;
+
+private:
+    PdfFont& find(const FontFace& face);
+
+    bool embedWhole_;
+    std::vector<std::unique_ptr<PdfFont>> fonts_;
+    PdfFont* last_ = nullptr;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,25 @@
+// The tree of bookmarks beside a PDF's pages.
+#ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_OUTLINE_H
+#define QBSVR_QBSVRL6_PAINT_PDF_PDF_OUTLINE_H
+
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/paint/pdf/pdf_file.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+struct PdfBookmark {
+    std::u16string title;
+    int level = 0;   // from 0; one that skips a level hangs below the last shallower one
+    int page = 0;    // number of the page's object
+    double top = 0;  // points above the page's lower edge
+};
+
+// Writes the tree, in the order of the document, and gives its root's number; 0 where there are no bookmarks.
+int writeOutline(PdfFile& file, const std::vector<PdfBookmark>& bookmarks);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,52 @@
+// Values as PDF writes them.
+#ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_SYNTAX_H
+#define QBSVR_QBSVRL6_PAINT_PDF_PDF_SYNTAX_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/paint/pdf/byte_buffer.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+// Content streams count in hundredths of a point, so that nearly all their numbers are short and whole.
+inline constexpr double kUnitsPerPoint = 100;
+inline constexpr double kUnitsPerMicrometre = kUnitsPerPoint / kMicrometresPerPoint;
+
+// To the nearest unit; what no page holds (a drawing may come from broken numbers) is 0.
+inline std::int64_t toUnits(double micrometres) {
+    constexpr double kFarthest = 1e12;
+    if (!(micrometres > -kFarthest && micrometres < kFarthest)) return 0;
+    const double units = micrometres * kUnitsPerMicrometre;
+    return static_cast<std::int64_t>(units < 0 ? units - 0.5 : units + 0.5);
+}
+
+// A number with up to `decimals` digits behind the point (at most 6), none of them a needless zero.
+void appendNumber(ByteBuffer& out, double value, int decimals);
+
+// Points with two decimals, as page dictionaries want them.
+void appendPoints(ByteBuffer& out, double micrometres);
+
+// "r g b rg" or "g g" with the operator's letter small for filling, capital for stroking.
+void appendFillColor(ByteBuffer& out, Color color);
+void appendStrokeColor(ByteBuffer& out, Color color);
+
+// A string that people read: ASCII as it is, other text as UTF-16.
+void appendTextString(ByteBuffer& out, std::u16string_view text);
+
+// A string of bytes.
+void appendByteString(ByteBuffer& out, std::string_view bytes);
+
+// A name without what names can't hold.
+std::string toName(std::string_view text);
+
+// Big-endian UTF-16 in hexadecimal digits; lone surrogates become U+FFFD.
+void appendUtf16Hex(ByteBuffer& out, std::u16string_view text);
+
+void appendHex(ByteBuffer& out, unsigned value, int digits);
+
+}  // namespace qbsvrl6
+
+#endif

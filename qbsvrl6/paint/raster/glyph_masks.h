@@ -1,0 +1,34 @@
+// Glyphs as grey masks, drawn by FreeType and kept by each thread for itself.
+#ifndef QBSVR_QBSVRL6_PAINT_RASTER_GLYPH_MASKS_H
+#define QBSVR_QBSVRL6_PAINT_RASTER_GLYPH_MASKS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "qbsvrl6/fonts/font_library.h"
+
+namespace qbsvrl6 {
+
+struct GlyphMask {
+    int left = 0;  // of the mask's first column, from the pixel that the glyph's origin is in
+    int top = 0;   // of its first row, upwards
+    int width = 0;
+    int height = 0;
+    std::vector<std::uint8_t> coverage;  // width * height; 255 is all ink
+};
+
+// How a glyph is drawn.
+struct GlyphLook {
+    const FontSet::Member* member = nullptr;
+    double pixelsPerEm = 12;
+    double directionX = 1;  // of the text, as a unit vector with y downwards
+    double directionY = 0;
+};
+
+// `fractionX` and `fractionY` (0 to 1) are where in its pixel the origin lies, told apart to quarters. The
+// mask is good until the thread's next call. An unreadable glyph gives an empty one.
+const GlyphMask& glyphMask(const GlyphLook& look, std::uint32_t glyph, double fractionX, double fractionY);
+
+}  // namespace qbsvrl6
+
+#endif

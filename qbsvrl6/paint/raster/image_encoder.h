@@ -1,0 +1,28 @@
+// Pixels to image files.
+#ifndef QBSVR_QBSVRL6_PAINT_RASTER_IMAGE_ENCODER_H
+#define QBSVR_QBSVRL6_PAINT_RASTER_IMAGE_ENCODER_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace qbsvrl6 {
+
+// Takes images row by row: begin, `height` rows, and again for the next image, then finish once. Raises
+// EngineError where the format's library fails.
+class ImageEncoder {
+public:
+    virtual ~ImageEncoder() = default;
+    // `grey`: every pixel's three parts are equal.
+    virtual void begin(int width, int height, bool grey) = 0;
+    virtual void row(const std::uint32_t* pixels) = 0;  // 0x00RRGGBB
+    virtual void finish() = 0;
+};
+
+// `output` holds the file after finish(). A PNG takes one image.
+std::unique_ptr<ImageEncoder> makePngEncoder(double resolution, std::string& output);
+std::unique_ptr<ImageEncoder> makeTiffEncoder(double resolution, std::string& output);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,47 @@
+// What all cell documents share: a sink that turns bands into rows of one grid.
+#ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_SINK_H
+#define QBSVR_QBSVRL6_SHEET_GRID_CELL_SINK_H
+
+#include <optional>
+#include <span>
+
+#include "qbsvrl6/sheet/grid/cell_grid.h"
+#include "qbsvrl6/sheet/writers.h"
+
+namespace qbsvrl6 {
+
+class CellSink : public PageSink {
+public:
+    void beginPage(const PageInfo& page) final;
+    void band(Band&& band, Micrometres x, Micrometres y) final;
+    void endPage() final;
+    void finish(PendingTexts& pending) final;
+
+protected:
+    CellSink(const SheetOptions& options, GridFit fit) : grid_(options.cuts, options.page.paper.width, fit) {}
+
+    const CellGrid& grid() const { return grid_; }
+
+private:
+    virtual void openPage(const PageInfo&, bool /*isFirst*/) {}
+    // Whether the sink keeps the band for itself; then it may move it, and no rows are made of it.
+    virtual bool keepBand(Band&, Micrometres /*x*/, Micrometres /*y*/) { return false; }
+    // At least one row. Late texts may be moved out of their items.
+    virtual void writeRows(const Band& band, std::span<const CellRow> rows) = 0;
+    virtual void closePage() {}
+    // Settles the late texts and completes the document.
+    virtual void close(PendingTexts& pending) = 0;
+
+    void writeHeld();
+
+    CellGrid grid_;
+    int pages_ = 0;
+    // The last band, since what comes next may stand beside it: labels, and columns of detail.
+    std::optional<Band> held_;
+    Micrometres heldX_ = 0;
+    Micrometres heldY_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

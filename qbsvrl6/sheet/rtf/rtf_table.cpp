@@ -1,0 +1,184 @@
+#include "qbsvrl6/sheet/rtf/rtf_table.h"
+
+#include <algorithm>
+
+#include "qbsvrl6/sheet/escape.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// A link's address inside of quotes; what would end them is written as addresses write it.
+std::string quotedAddress(std::u16string_view address) {
+    std::u16string plain;
+    for (const char16_t unit : address) {
+        if (unit == u'"') {
+            plain += u"%22";
+        } else if (unit == u'\\') {
+            plain += u"%5C";
+        } else if (unit > 0x20 && unit != 0x7F) {
+            plain += unit;
+        }
+    }
+    std::string out;
+    appendRtf(out, plain);
+    return out;
+}
+
+// A text without a character must not make its row higher.
+bool showsNothing(const Item& item) {
+    return std::holds_alternative<TextItem>(item.content) && textOf(item).empty() && !isPending(item);
+}
+
+}  // namespace
+
+RtfTable::RtfTable(const CellGrid& grid, Micrometres left) : left_(twips(left)) {
+    Micrometres edge = left;
+    for (int column = 0; column < grid.columnCount(); ++column) {
+        edge += grid.columnWidth(column);
+        edges_.push_back(twips(edge));
+    }
+}
+
+void RtfTable::append(std::string& out, std::span<const CellRow> rows, bool repeats, const TextWriter& text) {
+    below_.assign(edges_.size(), {});
+    for (const CellRow& row : rows) {
+        findSlots(row);
+        appendDefinition(out, row, repeats);
+        appendCells(out, row, text);
+        out += "\\row\n";
+    }
+}
+
+void RtfTable::findSlots(const CellRow& row) {
+    slots_.clear();
+    const auto columns = static_cast<int>(edges_.size());
+    std::size_t next = 0;
+    for (int column = 0; column < columns;) {
+        Below& below = below_[static_cast<std::size_t>(column)];
+        if (below.rowsLeft > 0) {
+            --below.rowsLeft;
+            column += below.cell->columnSpan;
+            slots_.push_back({below.cell, column, true});
+        } else if (next < row.cells.size() && row.cells[next].column == column) {
+            const Cell& cell = row.cells[next++];
+            below = {&cell, cell.rowSpan - 1};
+            column += cell.columnSpan;
+            slots_.push_back({&cell, column, false});
+        } else {
+            const int end = next < row.cells.size() ? row.cells[next].column : columns;
+            do ++column;
+            while (column < end && below_[static_cast<std::size_t>(column)].rowsLeft == 0);
+            slots_.push_back({nullptr, column, false});
+        }
+    }
+}
+
+void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repeats) {
+    appendCommand(out, "\\trowd\\trgaph0\\trkeep\\trleft", left_);
+    appendCommand(out, "\\trrh", twips(row.height));
+    if (repeats) out += "\\trhdr";
+    for (const Slot& slot : slots_) {
+        if (slot.cell != nullptr) {
+            if (slot.goesOn) {
+                out += "\\clvmrg";
+            } else if (slot.cell->rowSpan > 1) {
+                out += "\\clvmgf";
+            }
+            out += looks_.frame(*slot.cell);
+        }
+        appendCommand(out, "\\cellx", edges_[static_cast<std::size_t>(slot.columnEnd) - 1]);
+    }
+    out += '\n';
+}
+
+void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWriter& text) {
+    const std::size_t host = row.floats.empty() ? slots_.size() : hostOfFloats();
+    int left = left_;
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        const Slot& slot = slots_[i];
+        const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn ||
+                             showsNothing(*slot.cell->item);
+        out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : looks_.paragraph(*slot.cell);
+        if (i == host) {
+            for (const Floating& floating : row.floats) appendFloat(out, floating, left);
+        }
+        if (!isEmpty) appendContent(out, *slot.cell->item, text);
+        out += "\\cell\n";
+        left = edges_[static_cast<std::size_t>(slot.columnEnd) - 1];
+    }
+}
+
+// A free cell, whose paragraph stands at the top, if there is one.
+std::size_t RtfTable::hostOfFloats() const {
+    const auto free =
+        std::find_if(slots_.begin(), slots_.end(), [](const Slot& slot) { return slot.cell == nullptr; });
+    return free == slots_.end() ? 0 : static_cast<std::size_t>(free - slots_.begin());
+}
+
+// A shape in front of the text, counted from the cell that it hangs on.
+void RtfTable::appendFloat(std::string& out, const Floating& floating, int cellLeft) {
+    const std::uint32_t number = pictures_.numberOf(*floating.item);
+    if (number == 0) return;
+    const Rect box = pictureBox(*floating.item);
+    const int columnLeft =
+        floating.column == 0 ? left_ : edges_[static_cast<std::size_t>(floating.column) - 1];
+    const int left = columnLeft - cellLeft + twips(floating.x + box.x);
+    const int top = twips(floating.y + box.y);
+    appendCommand(out, "{\\shp{\\*\\shpinst\\shpleft", left);
+    appendCommand(out, "\\shptop", top);
+    appendCommand(out, "\\shpright", left + twips(box.width));
+    appendCommand(out, "\\shpbottom", top + twips(box.height));
+    out +=
+        "\\shpfhdr0\\shpbxcolumn\\shpbypara\\shpwr3\\shpfblwtxt0{\\sp{\\sn shapeType}{\\sv 75}}{\\sp{\\sn "
+        "pib}{\\sv ";
+    appendBytes(out, *floating.item, number);
+    out += "}}}}";
+}
+
+void RtfTable::appendContent(std::string& out, Item& item, const TextWriter& text) {
+    const auto* content = std::get_if<TextItem>(&item.content);
+    if (content == nullptr) {
+        appendPicture(out, item);
+        return;
+    }
+    const bool isLink = !content->link.empty() && isSafeLink(content->link);
+    if (isLink)
+        out += "{\\field{\\*\\fldinst{HYPERLINK \"" + quotedAddress(content->link) + "\"}}{\\fldrslt{";
+    text(out, item);
+    if (isLink) out += "}}}";
+}
+
+void RtfTable::appendPicture(std::string& out, const Item& item) {
+    const std::uint32_t number = pictures_.numberOf(item);
+    if (number == 0) return;
+    const Rect box = pictureBox(item);
+    appendCommand(out, "\\li", twips(std::max(box.x, 0)));
+    appendCommand(out, "\\sb", twips(std::max(box.y, 0)));
+    out += "\\fs2 ";
+    appendBytes(out, item, number);
+}
+
+void RtfTable::appendBytes(std::string& out, const Item& item, std::uint32_t number) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    const Picture& picture = *pictures_.pictures()[number - 1];
+    const Rect box = pictureBox(item);
+    const int width = twips(box.width);
+    const int height = twips(box.height);
+    out += picture.encoding == Picture::Encoding::Jpeg ? "{\\pict\\jpegblip" : "{\\pict\\pngblip";
+    // Pixels by their usual size, 15 twips, for readers that ignore the size that is wanted.
+    appendCommand(out, "\\picw", width / 15);
+    appendCommand(out, "\\pich", height / 15);
+    appendCommand(out, "\\picwgoal", width);
+    appendCommand(out, "\\pichgoal", height);
+    out += '\n';
+    for (std::size_t i = 0; i < picture.bytes.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(picture.bytes[i]);
+        out += kDigits[byte >> 4];
+        out += kDigits[byte & 0xF];
+        if (i % 64 == 63) out += '\n';
+    }
+    out += '}';
+}
+
+}  // namespace qbsvrl6

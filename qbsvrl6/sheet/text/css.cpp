@@ -1,0 +1,117 @@
+#include "qbsvrl6/sheet/text/css.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "qbsvrl6/fonts/aliases.h"
+#include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+void appendLine(std::string& out, const char* side, const BorderLine& line) {
+    if (line.width <= 0) return;
+    out += "border-";
+    out += side;
+    out += ':';
+    appendMillimetres(out, line.width);
+    out += " solid ";
+    appendColor(out, line.color);
+    out += ';';
+}
+
+}  // namespace
+
+double inMillimetres(Micrometres length) { return std::round(length / 10.0) / 100.0; }
+
+void appendMillimetres(std::string& out, Micrometres length) {
+    appendNumber(out, inMillimetres(length));
+    out += "mm";
+}
+
+void appendColor(std::string& out, const Color& color) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    out += '#';
+    for (const std::uint8_t part : {color.red, color.green, color.blue}) {
+        out += kDigits[part >> 4];
+        out += kDigits[part & 0xF];
+    }
+}
+
+void appendNumber(std::string& out, double number) {
+    if (!std::isfinite(number)) number = 0;
+    std::array<char, 64> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
+                                   std::round(std::clamp(number, -1e15, 1e15) * 1000) / 1000);
+    out.append(digits.data(), end.ptr);
+}
+
+void appendCssText(std::string& out, std::u16string_view text) {
+    for (std::size_t i = 0; i < text.size();) {
+        std::array<char, 8> digits;
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
+                                       static_cast<std::uint32_t>(nextCharacter(text, i)), 16);
+        out += '\\';
+        out.append(digits.data(), end.ptr);
+        out += ' ';
+    }
+}
+
+void appendFontFamily(std::string& out, std::u16string_view family) {
+    std::u16string name;
+    for (const char16_t c : family) {
+        const bool isPlain = (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') ||
+                             (c >= u'a' && c <= u'z') || c == u' ' || c == u'-' || c == u'_' || c >= 0xA0;
+        if (isPlain) name += c;
+    }
+    if (!name.empty()) {
+        out += '\'';
+        appendMarkup(out, name);
+        out += "',";
+    }
+    out += genericFamily(familyKind(foldFamily(family)));
+}
+
+void appendDeclarations(std::string& out, const CellStyle& style) {
+    constexpr std::array kAligns = {"left", "center", "right", "justify"};
+    constexpr std::array kVerticals = {"top", "middle", "bottom"};
+    out += "font:";
+    if (style.italic) out += "italic ";
+    if (style.bold) out += "bold ";
+    // A style sheet may make all texts of a part smaller.
+    out += "calc(var(--text)*";
+    appendNumber(out, style.fontSize);
+    out += "pt)/";
+    appendNumber(out, 1.2 * style.lineSpacing);
+    out += ' ';
+    appendFontFamily(out, style.fontFamily);
+    out += ";color:";
+    appendColor(out, style.color);
+    out += ";text-align:";
+    out += kAligns[static_cast<std::size_t>(style.align)];
+    out += ";vertical-align:";
+    out += kVerticals[static_cast<std::size_t>(style.verticalAlign)];
+    out += ";padding:";
+    for (const Micrometres side :
+         {style.padding.top, style.padding.right, style.padding.bottom, style.padding.left}) {
+        appendMillimetres(out, std::max(side, 0));
+        out += ' ';
+    }
+    out += ';';
+    if (style.underline) out += "text-decoration:underline;";
+    if (style.background) {
+        out += "background:";
+        appendColor(out, *style.background);
+        out += ';';
+    }
+    appendLine(out, "left", style.border.left);
+    appendLine(out, "top", style.border.top);
+    appendLine(out, "right", style.border.right);
+    appendLine(out, "bottom", style.border.bottom);
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,29 @@
+// Values and rules of style sheets.
+#ifndef QBSVR_QBSVRL6_SHEET_TEXT_CSS_H
+#define QBSVR_QBSVRL6_SHEET_TEXT_CSS_H
+
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/sheet/grid/cell_style.h"
+
+namespace qbsvrl6 {
+
+// A hundredth of a millimetre is finer than any screen.
+double inMillimetres(Micrometres length);
+// "12.3mm"
+void appendMillimetres(std::string& out, Micrometres length);
+void appendColor(std::string& out, const Color& color);
+// Three decimals at most; what is not finite is 0.
+void appendNumber(std::string& out, double number);
+// The inside of a quoted string, each character by its number.
+void appendCssText(std::string& out, std::u16string_view text);
+// The family and a general one behind it. What could end a value or an attribute is left out of the name.
+void appendFontFamily(std::string& out, std::u16string_view family);
+
+// The declarations of a cell's look.
+void appendDeclarations(std::string& out, const CellStyle& style);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,476 @@
+// One HTML file that stands by itself, and is XML as well. Bands of free controls are layout tables, the
+// detail grid is a table with its titles as headings; all share the grid's columns. The looks are classes,
+// known at the end, so that the head is written last.
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "common/base64.h"
+#include "qbsvrl6/drawing/svg.h"
+#include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/sheet/grid/cell_sink.h"
+#include "qbsvrl6/sheet/text/css.h"
+#include "qbsvrl6/sheet/text/text_stream.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Gaps below this are rounding.
+constexpr Micrometres kLeastGap = 500;
+
+// On a screen each page is a sheet of paper. Where the screen is narrower than that, free controls take its
+// width, their columns in proportion, and the detail grid moves sideways.
+constexpr const char* kRules = R"(body{margin:0;background:#e8e8e8;color:#000}
+.page{display:flex;flex-direction:column;box-sizing:border-box;width:max-content;min-width:var(--paper);
+min-height:var(--height);padding:var(--padding);margin:4mm auto;background:#fff;box-shadow:0 0 2mm #999}
+table{border-collapse:collapse;table-layout:fixed;width:var(--table)}
+td,th{box-sizing:border-box;white-space:pre-wrap;overflow-wrap:anywhere;font-weight:normal}
+a{color:inherit}
+svg{display:block;margin:0 0 -1mm}
+.foot{margin-top:auto}
+.r90,.r180,.r270{display:inline-block}
+.r90,.r270{writing-mode:vertical-rl}
+.r180,.r270{transform:rotate(180deg)}
+@media print{body{background:none}.page{margin:0;box-shadow:none}tr{break-inside:avoid}
+*{print-color-adjust:exact;-webkit-print-color-adjust:exact}}
+)";
+constexpr const char* kNarrowRules =
+    R"(.page{width:auto;min-width:0;min-height:0;margin:2mm 0;padding:3mm;box-shadow:none;background:#fff}
+.page::before{content:none!important}
+.grid{overflow-x:auto}
+.free{width:100%;max-width:var(--table);--text:.8;--rows:.6}
+.free svg{max-width:100%;height:auto!important}
+)";
+
+// A rounding error must not make a page of its own.
+constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--height) - 2px)}
+.page:not(:last-child){break-after:page}}
+)";
+constexpr const char* kRunOnRules = R"(@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
+)";
+
+// The language of the texts, by their script: a report doesn't say it.
+class LanguageGuess {
+public:
+    void see(std::u16string_view text) {
+        if (seen_ >= kEnough) return;
+        ++seen_;
+        for (const char16_t c : text) {
+            han_ = han_ || (c >= 0x4E00 && c <= 0x9FFF);
+            kana_ = kana_ || (c >= 0x3041 && c <= 0x30FE);
+            hangul_ = hangul_ || (c >= 0xAC00 && c <= 0xD7A3);
+        }
+    }
+    const char* name() const { return kana_ ? "ja" : hangul_ ? "ko" : han_ ? "zh-CN" : "en"; }
+
+private:
+    static constexpr int kEnough = 1000;  // texts
+    int seen_ = 0;
+    bool han_ = false, kana_ = false, hangul_ = false;
+};
+
+class HtmWriter final : public CellSink {
+public:
+    HtmWriter(const SheetOptions& options, std::string& output)
+        : CellSink(options, GridFit::Exact), options_(options), output_(output) {
+        rowsLeft_.assign(static_cast<std::size_t>(grid().columnCount()), 0);
+        gridStart_ = "<div class=\"grid\"><table aria-label=\"";
+        appendMarkup(gridStart_, title());
+        gridStart_ += "\">";
+        columns_ = "<colgroup>";
+        for (int column = 0; column < grid().columnCount(); ++column) {
+            columns_ += "<col class=\"c" + std::to_string(column) + "\"/>";
+        }
+        columns_ += "</colgroup>";
+    }
+
+private:
+    enum class Part { None, Free, Footer, Head, Body };
+
+    void openPage(const PageInfo&, bool) override { out() += "<section class=\"page\">\n"; }
+
+    void closePage() override {
+        enter(Part::None, 0);
+        out() += "</section>\n";
+    }
+
+    void writeRows(const Band& band, std::span<const CellRow> rows) override {
+        enter(partOf(band), rows.front().gap);
+        for (const CellRow& row : rows) {
+            if (&row != &rows.front() || !partIsNew_) writeGap(row.gap);
+            partIsNew_ = false;
+            writeRow(band, row);
+        }
+        stream_.breathe();
+    }
+
+    static Part partOf(const Band& band) {
+        if (band.kind == BandKind::PageFooter) return Part::Footer;
+        if (!band.inGrid) return Part::Free;
+        return band.kind == BandKind::GridTitle ? Part::Head : Part::Body;
+    }
+
+    // Closes the table or the part of a table under way, and opens the one that the band belongs to. Rows of
+    // the grid follow its titles in the same table; titles begin a new one.
+    void enter(Part part, Micrometres gap) {
+        if (part == part_) return;
+        partIsNew_ = true;
+        if (part_ == Part::Head && part == Part::Body) {
+            out() += "</thead><tbody>\n";
+            part_ = part;
+            partIsNew_ = false;
+            return;
+        }
+        switch (part_) {
+            case Part::None:
+                break;
+            case Part::Head:
+                out() += "</thead></table></div>\n";
+                break;
+            case Part::Body:
+                out() += "</tbody></table></div>\n";
+                break;
+            default:
+                out() += "</tbody></table>\n";
+        }
+        part_ = part;
+        if (part == Part::None) return;
+        if (gap >= kLeastGap && part != Part::Footer) {
+            out() += "<div class=\"h" + std::to_string(heightClass(gap)) + "\"></div>\n";
+        }
+        out() += part == Part::Footer ? "<table class=\"free foot\" role=\"presentation\">"
+                 : part == Part::Free ? "<table class=\"free\" role=\"presentation\">"
+                                      : gridStart_;
+        out() += columns_;
+        out() += part == Part::Head ? "<thead>\n" : "<tbody>\n";
+    }
+
+    void writeGap(Micrometres gap) {
+        if (gap < kLeastGap) return;
+        out() += "<tr class=\"h" + std::to_string(heightClass(gap)) + "\"><td colspan=\"" +
+                 std::to_string(grid().columnCount()) + "\"></td></tr>\n";
+    }
+
+    int heightClass(Micrometres height) {
+        const Micrometres rounded = (height + 50) / 100 * 100;
+        return heights_.try_emplace(rounded, static_cast<int>(heights_.size())).first->second;
+    }
+
+    void writeRow(const Band& band, const CellRow& row) {
+        if (row.height != lastHeight_) {
+            lastHeight_ = row.height;
+            rowStart_ = "<tr class=\"h" + std::to_string(heightClass(row.height)) + "\">";
+        }
+        out() += rowStart_;
+        floats_ = row.floats;
+        std::size_t next = 0;
+        for (int column = 0; column < grid().columnCount();) {
+            int& left = rowsLeft_[static_cast<std::size_t>(column)];
+            if (left > 0) {  // a cell of a row above reaches down to here
+                --left;
+                ++column;
+            } else if (next < row.cells.size() && row.cells[next].column == column) {
+                const Cell& cell = row.cells[next++];
+                writeCell(band, cell);
+                for (const int end = column + cell.columnSpan; column < end; ++column) {
+                    rowsLeft_[static_cast<std::size_t>(column)] = cell.rowSpan - 1;
+                }
+            } else {
+                const int end = next < row.cells.size() ? row.cells[next].column : grid().columnCount();
+                column = writeFree(column, end);
+            }
+        }
+        out() += "</tr>\n";
+    }
+
+    // What lies above the cells hangs on the first cell of its row.
+    void writeFloats(int column) {
+        for (const Floating& floating : std::exchange(floats_, {})) {
+            Micrometres x = floating.x;
+            for (int i = column; i < floating.column; ++i) x += grid().columnWidth(i);
+            for (int i = floating.column; i < column; ++i) x -= grid().columnWidth(i);
+            out() += "<div style=\"position:absolute;left:";
+            appendMillimetres(out(), x);
+            out() += ";top:";
+            appendMillimetres(out(), floating.y);
+            out() += "\">";
+            writePicture(*floating.item);
+            out() += "</div>";
+        }
+    }
+
+    int writeFree(int column, int end) {
+        const int start = column;
+        while (column < end && rowsLeft_[static_cast<std::size_t>(column)] == 0) ++column;
+        out() += "<td";
+        writeSpan("colspan", column - start);
+        if (floats_.empty()) {
+            out() += "></td>";
+        } else {
+            out() += " style=\"position:relative\">";
+            writeFloats(start);
+            out() += "</td>";
+        }
+        return column;
+    }
+
+    void writeSpan(const char* name, int count) {
+        if (count < 2) return;
+        out() += ' ';
+        out() += name;
+        out() += "=\"" + std::to_string(count) + '"';
+    }
+
+    void writeCell(const Band& band, const Cell& cell) {
+        const bool isTitle = band.kind == BandKind::GridTitle && cell.item != nullptr &&
+                             (isPending(*cell.item) || !textOf(*cell.item).empty());
+        out() += !isTitle ? "<td" : cell.columnSpan > 1 ? "<th scope=\"colgroup\"" : "<th scope=\"col\"";
+        out() += classOf(cell);
+        writeSpan("colspan", cell.columnSpan);
+        writeSpan("rowspan", cell.rowSpan);
+        if (!floats_.empty()) out() += " style=\"position:relative\"";
+        out() += '>';
+        if (cell.item != nullptr) writeContent(*cell.item);
+        writeFloats(cell.column);
+        out() += isTitle ? "</th>" : "</td>";
+    }
+
+    // The attribute that gives a cell its look.
+    const std::string& classOf(const Cell& cell) {
+        const auto id = static_cast<std::size_t>(styles_.idOf(cell));
+        while (classes_.size() <= id) {
+            classes_.push_back(" class=\"s" + std::to_string(classes_.size()) + '"');
+        }
+        return classes_[id];
+    }
+
+    void writeContent(Item& item) {
+        if (const auto* text = std::get_if<TextItem>(&item.content)) {
+            language_.see(text->text);
+            if (text->pending) {
+                stream_.mark();
+                late_.push_back(std::move(item));
+            } else {
+                appendText(out(), item);
+            }
+        } else {
+            writePicture(item);
+        }
+    }
+
+    void writePicture(const Item& item) {
+        if (const auto* picture = std::get_if<PictureItem>(&item.content)) {
+            if (picture->picture == nullptr) return;
+            const bool isFirst = pictures_.insert(picture->picture->id).second;
+            appendPicture(out(), *picture, isFirst);
+        } else if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) {
+            if (drawing->drawing == nullptr) return;
+            out() +=
+                toInlineSvg(*drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
+        }
+    }
+
+    // The first time the picture's bytes are written; later ones refer to that one by its id.
+    static void appendPicture(std::string& out, const PictureItem& item, bool isFirst) {
+        const Picture& picture = *item.picture;
+        const std::string id = "p" + std::to_string(picture.id);
+        out += "<svg viewBox=\"0 0 1 1\" preserveAspectRatio=\"none\" style=\"width:";
+        appendMillimetres(out, item.placed.width);
+        out += ";height:";
+        appendMillimetres(out, item.placed.height);
+        out += ";aspect-ratio:";
+        appendNumber(out, item.placed.width);
+        out += '/';
+        appendNumber(out, item.placed.height);
+        out += ";margin:";
+        appendMillimetres(out, std::max(item.placed.y, 0));
+        out += " 0 -1mm ";
+        appendMillimetres(out, std::max(item.placed.x, 0));
+        out += '"';
+        endSvgTag(out, item.alternateText);
+        if (isFirst) {
+            out += "<image id=\"" + id + "\" width=\"1\" height=\"1\" preserveAspectRatio=\"none\" href=\"";
+            appendData(out, picture);
+            out += "\"/>";
+        } else {
+            out += "<use href=\"#" + id + "\"/>";
+        }
+        out += "</svg>";
+    }
+
+    static void appendData(std::string& out, const Picture& picture) {
+        out += picture.encoding == Picture::Encoding::Jpeg ? "data:image/jpeg;base64,"
+                                                           : "data:image/png;base64,";
+        out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
+    }
+
+    static void appendText(std::string& out, const Item& item) {
+        const auto& text = std::get<TextItem>(item.content);
+        const int rotation = item.style == nullptr ? 0 : item.style->rotation;
+        const bool isLink = !text.link.empty() && isSafeLink(text.link);
+        if (rotation != 0) out += "<span class=\"r" + std::to_string(rotation) + "\">";
+        if (isLink) {
+            out += "<a href=\"";
+            appendMarkup(out, text.link);
+            out += "\">";
+        }
+        appendMarkup(out, text.text);
+        if (isLink) out += "</a>";
+        if (rotation != 0) out += "</span>";
+    }
+
+    void close(PendingTexts& pending) override {
+        appendHead(output_);
+        stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
+            pending.settle(late_[place]);
+            appendText(out, late_[place]);
+        });
+        output_ += "</main>\n</body>\n</html>\n";
+    }
+
+    void appendHead(std::string& out) const {
+        out += "<!DOCTYPE html>\n<html lang=\"";
+        out += language_.name();
+        out +=
+            "\">\n<head>\n<meta charset=\"utf-8\"/>\n"
+            "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>";
+        appendMarkup(out, title());
+        out += "</title>\n";
+        appendMeta(out, "author", options_.info.author);
+        appendMeta(out, "description", options_.info.subject);
+        appendMeta(out, "keywords", options_.info.keywords);
+        out += "<style>\n";
+        appendPageRules(out);
+        for (const auto& [height, number] : heights_) {
+            out += ".h" + std::to_string(number) + "{height:calc(var(--rows)*";
+            appendMillimetres(out, height);
+            out += ")}\n";
+        }
+        const auto& styles = styles_.styles();
+        for (std::size_t i = 0; i < styles.size(); ++i) {
+            out += ".s" + std::to_string(i) + '{';
+            appendDeclarations(out, *styles[i]);
+            out += "}\n";
+        }
+        out += "</style>\n</head>\n<body>\n<main>\n";
+    }
+
+    std::u16string_view title() const {
+        return options_.info.title.empty() ? u"Report" : std::u16string_view(options_.info.title);
+    }
+
+    static void appendMeta(std::string& out, const char* name, std::u16string_view content) {
+        if (content.empty()) return;
+        out += "<meta name=\"";
+        out += name;
+        out += "\" content=\"";
+        appendMarkup(out, content);
+        out += "\"/>\n";
+    }
+
+    static void appendLength(std::string& out, const std::string& rule, Micrometres length) {
+        out += rule;
+        appendMillimetres(out, length);
+        out += "}\n";
+    }
+
+    void appendPageRules(std::string& out) const {
+        const PageSetup& page = options_.page;
+        const Edges& margins = page.margins;
+        Micrometres width = 0;
+        for (int column = 0; column < grid().columnCount(); ++column) width += grid().columnWidth(column);
+        const Micrometres left = options_.cuts.empty() ? 0 : options_.cuts.front();
+        out += ":root{--text:1;--rows:1}\n";
+        appendLength(out, ":root{--table:", width);
+        appendLength(out, ":root{--paper:", page.paper.width);
+        appendLength(out, ":root{--height:", options_.paged ? page.paper.height : 0);
+        appendEdges(out, ":root{--padding:", {left, margins.top, margins.right, margins.bottom});
+        out += kRules;
+        for (int column = 0; column < grid().columnCount(); ++column) {
+            appendLength(out, ".c" + std::to_string(column) + "{width:", grid().columnWidth(column));
+        }
+        if (options_.paged) appendBackdrop(out);
+        out += "@media screen and (max-width:";
+        appendMillimetres(out, std::max(page.paper.width, left + width + margins.right));
+        out += "){";
+        out += kNarrowRules;
+        for (int column = 0; column < grid().columnCount(); ++column) {
+            out += ".free .c" + std::to_string(column) + "{width:";
+            appendNumber(out, 100.0 * grid().columnWidth(column) / std::max(width, 1));
+            out += "%}\n";
+        }
+        out += "}\n";
+        // One sheet a page carries its margins itself; where tables run on, the printer makes the pages.
+        out += "@page{size:";
+        appendMillimetres(out, page.paper.width);
+        out += ' ';
+        appendMillimetres(out, page.paper.height);
+        const bool sheets = options_.paged && options_.pageBreaks;
+        appendEdges(out, ";margin:", sheets ? Edges{} : margins);
+        out += sheets ? kSheetRules : kRunOnRules;
+    }
+
+    // What lies behind the texts of a sheet of paper.
+    void appendBackdrop(std::string& out) const {
+        if (options_.background != nullptr) {
+            out += ".page{background:#fff 0 0/var(--paper) var(--height) no-repeat url(";
+            appendData(out, *options_.background);
+            out += ")}\n";
+        }
+        const Watermark& watermark = options_.watermark;
+        if (watermark.text.empty() || watermark.fontSize <= 0) return;
+        out += ".page{position:relative;isolation:isolate;overflow:hidden}\n.page::before{content:'";
+        appendCssText(out, watermark.text);
+        out +=
+            "';position:absolute;z-index:-1;left:calc(var(--paper)/2);top:calc(var(--height)/2);transform:"
+            "translate(-50%,-50%) rotate(";
+        appendNumber(out, -std::atan2(options_.page.paper.height, options_.page.paper.width));
+        out += "rad);white-space:pre;font:";
+        appendNumber(out, watermark.fontSize);
+        out += "pt/1 ";
+        appendFontFamily(out, u"SimHei");
+        out += ";color:";
+        appendColor(out, watermark.color);
+        out += "}\n";
+    }
+
+    static void appendEdges(std::string& out, const char* rule, const Edges& edges) {
+        out += rule;
+        for (const Micrometres side : {edges.top, edges.right, edges.bottom, edges.left}) {
+            appendMillimetres(out, std::max(side, 0));
+            out += ' ';
+        }
+        out += "}\n";
+    }
+
+    std::string& out() { return stream_.text(); }
+
+    SheetOptions options_;
+    std::string& output_;
+    std::string gridStart_;
+    std::string columns_;
+    TextStream stream_;
+    Micrometres lastHeight_ = -1;
+    std::string rowStart_;  // of a row of the last height
+    StyleTable styles_;
+    std::vector<std::string> classes_;  // by style
+    LanguageGuess language_;
+    std::map<Micrometres, int> heights_;
+    std::set<std::uint64_t> pictures_;
+    std::vector<int> rowsLeft_;         // of each column: rows that a cell above still covers
+    std::span<const Floating> floats_;  // of the row under way, until its first cell takes them
+    std::vector<Item> late_;
+    Part part_ = Part::None;
+    bool partIsNew_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, std::string& output) {
+    return std::make_unique<HtmWriter>(options, output);
+}
+
+}  // namespace qbsvrl6

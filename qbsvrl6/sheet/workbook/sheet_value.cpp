@@ -1,0 +1,128 @@
+#include "qbsvrl6/sheet/workbook/sheet_value.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr double kSerialOf1970 = 25569;
+constexpr double kSecondsPerDay = 86400;
+constexpr double kFirstSafeSerial = 61;       // 1900-03-01
+constexpr double kLastSerial = 2958466;       // 10000-01-01
+constexpr double kLastExactDigits = 1e15;     // numbers of more digits lose the last ones
+constexpr double kLastGeneralInteger = 1e11;  // beyond, the general format turns to powers of ten
+
+bool equalsIgnoringCase(std::u16string_view text, std::u16string_view lower) {
+    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(), [](char16_t a, char16_t b) {
+        return a == b || (a >= u'A' && a <= u'Z' && a + (u'a' - u'A') == b);
+    });
+}
+
+void setNumber(SheetValue& value, const CellValue& cell) {
+    if (!std::isfinite(cell.number) || std::abs(cell.number) >= kLastExactDigits) return;
+    value.kind = SheetValue::Kind::Number;
+    value.number = cell.number;
+    value.format = cell.spreadsheetFormat;
+    if (value.format.empty() && std::abs(cell.number) >= kLastGeneralInteger) {
+        value.format = cell.number == std::trunc(cell.number) ? u"0" : u"0.#########";
+    }
+}
+
+void setDate(SheetValue& value, const CellValue& cell) {
+    const double serial = static_cast<double>(cell.date) / kSecondsPerDay + kSerialOf1970;
+    if (serial < kFirstSafeSerial || serial >= kLastSerial) return;
+    value.kind = SheetValue::Kind::Number;
+    value.number = serial;
+    value.format = cell.spreadsheetFormat;
+    if (value.format.empty())
+        value.format = serial == std::floor(serial) ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
+}
+
+void setBoolean(SheetValue& value, const CellValue& cell) {
+    if (!equalsIgnoringCase(value.text, cell.boolean ? u"true" : u"false")) return;
+    value.kind = SheetValue::Kind::Boolean;
+    value.boolean = cell.boolean;
+}
+
+}  // namespace
+
+SheetValue sheetValue(const Item* item, std::size_t maxUnits) {
+    SheetValue value;
+    const TextItem* text = item == nullptr ? nullptr : std::get_if<TextItem>(&item->content);
+    if (text == nullptr) return value;
+    value.text = text->text;
+    if (value.text.size() > maxUnits) {
+        const bool cutsPair = (value.text[maxUnits - 1] & 0xFC00) == 0xD800;
+        value.text = value.text.substr(0, maxUnits - (cutsPair ? 1 : 0));
+    }
+    // What shows nothing is blank, whatever its value: a repeated text that is suppressed, say.
+    if (value.text.empty()) return value;
+    value.kind = SheetValue::Kind::Text;
+    switch (text->value.type) {
+        case ValueType::Number:
+            setNumber(value, text->value);
+            break;
+        case ValueType::Date:
+            setDate(value, text->value);
+            break;
+        case ValueType::Boolean:
+            setBoolean(value, text->value);
+            break;
+        default:
+            break;
+    }
+    return value;
+}
+
+std::u16string sheetName(std::u16string_view title) {
+    constexpr std::size_t kMaxUnits = 24;  // of 31, which leaves room for a number
+    std::u16string name;
+    for (const char16_t c : title.substr(0, kMaxUnits)) {
+        const bool isForbidden = c < 0x20 || c == 0x7F || (c >= 0xD800 && c < 0xE000) || c >= 0xFFFE ||
+                                 std::u16string_view(u"[]:*?/\\").find(c) != std::u16string_view::npos;
+        name += isForbidden ? u' ' : c;
+    }
+    const std::size_t first = name.find_first_not_of(u" '");
+    if (first == std::u16string::npos) return u"Sheet1";
+    return name.substr(first, name.find_last_not_of(u" '") + 1 - first);
+}
+
+int paperNumber(Size paper) {
+    struct Known {
+        int number;
+        Micrometres shortSide, longSide;
+    };
+    constexpr std::array kPapers = {
+        Known{9, 210'000, 297'000},  Known{8, 297'000, 420'000},  Known{11, 148'000, 210'000},
+        Known{12, 257'000, 364'000}, Known{13, 182'000, 257'000}, Known{1, 215'900, 279'400},
+        Known{5, 215'900, 355'600},
+    };
+    const auto [shortSide, longSide] = std::minmax(paper.width, paper.height);
+    for (const Known& known : kPapers) {
+        if (std::abs(known.shortSide - shortSide) <= kMicrometresPerMillimetre &&
+            std::abs(known.longSide - longSide) <= kMicrometresPerMillimetre) {
+            return known.number;
+        }
+    }
+    return 0;
+}
+
+int printScale(const std::vector<Micrometres>& columnWidths, const PageSetup& setup, bool paged) {
+    if (!paged) return 100;
+    std::int64_t total = 1;
+    for (const Micrometres width : columnWidths) total += width;
+    const std::int64_t printable = std::max(setup.paper.width - setup.margins.left - setup.margins.right, 1);
+    return static_cast<int>(std::clamp<std::int64_t>(95 * printable / total, 10, 100));
+}
+
+LineWeight lineWeight(Micrometres width) {
+    if (width <= 0) return LineWeight::None;
+    if (width < 120) return LineWeight::Hair;
+    if (width < 450) return LineWeight::Thin;
+    return width < 800 ? LineWeight::Medium : LineWeight::Thick;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,51 @@
+// What a cell of a spreadsheet holds, and how a spreadsheet counts and measures.
+#ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
+#define QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+struct SheetValue {
+    enum class Kind { Blank, Text, Number, Boolean } kind = Kind::Blank;
+    double number = 0;  // of a date its serial number
+    bool boolean = false;
+    std::u16string_view text;
+    std::u16string_view format;  // number format; empty: general
+
+    bool isNumber() const { return kind == Kind::Number; }
+};
+
+// The value of an item (null: blank). A number that a spreadsheet would not show whole stays text: long
+// identifiers, and what is not finite. So do dates before March 1900, where spreadsheets disagree, and truth
+// values that the report words in its own way. Texts end at `maxUnits`.
+SheetValue sheetValue(const Item* item, std::size_t maxUnits);
+
+// A name that a sheet may bear, made from the report's title.
+std::u16string sheetName(std::u16string_view title);
+
+// The paper's number in a workbook; 0: none of the common ones.
+int paperNumber(Size paper);
+
+// Percent by which the columns are printed. Pages as printed bring their own breaks, which hold only where
+// the sheet isn't fitted to pages; they take a little less than what fits, since printers measure text in
+// their own way.
+int printScale(const std::vector<Micrometres>& columnWidths, const PageSetup& setup, bool paged);
+
+// Rows are not higher than this: 409.5 points.
+inline constexpr Micrometres kMaxRowHeight = 144'462;
+
+inline double points(Micrometres length) { return length / kMicrometresPerPoint; }
+
+// Weights of lines that a spreadsheet knows.
+enum class LineWeight { None, Hair, Thin, Medium, Thick };
+LineWeight lineWeight(Micrometres width);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,199 @@
+#include "qbsvrl6/sheet/workbook/workbook_sink.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+
+#include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/log.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Titles that end lower than this would leave little of a screen to the rows that move below them.
+constexpr Micrometres kMaxFrozenHeight = 100'000;
+
+// More space than this between two rows is what the page has left.
+constexpr Micrometres kMaxGrowth = 12'000;
+
+// A text may stand this far from its place before it is held to the side that is nearer.
+constexpr Micrometres kMaxDrift = 1'500;
+
+enum class Side { Top, Bottom };
+
+// Whether room at a side of the row would show: as part of a box, or as a line that moves.
+enum class Room { Blank, MovesLine, FillsBox };
+
+Room roomAt(Side side, const CellRow& row) {
+    Room room = Room::Blank;
+    for (const Cell& cell : row.cells) {
+        const Border& border = cell.border;
+        if (cell.background || border.left.width > 0 || border.right.width > 0) return Room::FillsBox;
+        if ((side == Side::Top ? border.top : border.bottom).width > 0) room = Room::MovesLine;
+    }
+    return room;
+}
+
+std::optional<VerticalAlign> nearerSide(Micrometres above, Micrometres below) {
+    if (std::abs(above - below) <= 2 * kMaxDrift) return std::nullopt;
+    return above < below ? VerticalAlign::Top : VerticalAlign::Bottom;
+}
+
+// Steps of indentation: a workbook's is about 2.5 mm, beside half a millimetre that all cells have. What is
+// nearer to none stays without.
+int indentOf(const Cell& cell) {
+    constexpr Micrometres kStep = 2'500;
+    constexpr Micrometres kOwn = 500;
+    constexpr int kMaxSteps = 15;
+    if (cell.item == nullptr || cell.item->style == nullptr) return 0;
+    const ResolvedStyle& style = *cell.item->style;
+    const bool isFlush = style.align == HorizontalAlign::Left || style.align == HorizontalAlign::Right;
+    if (style.rotation != 0 || !isFlush) return 0;
+    const Micrometres room = style.align == HorizontalAlign::Right ? cell.inset.right + style.padding.right
+                                                                   : cell.inset.left + style.padding.left;
+    return std::clamp((room - kOwn + kStep * 3 / 10) / kStep, 0, kMaxSteps);
+}
+
+}  // namespace
+
+WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits)
+    : CellSink(options, GridFit::Floating), options_(options), limits_(limits) {
+    for (int column = 0; column < std::min(grid().columnCount(), limits_.columns); ++column) {
+        columnWidths_.push_back(grid().columnWidth(column));
+    }
+}
+
+void WorkbookSink::openPage(const PageInfo&, bool isFirst) {
+    if (!isFirst && options_.paged && options_.pageBreaks) breakPage();
+    startsPage_ = true;
+}
+
+void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
+    if (rowCount() + static_cast<std::int64_t>(rows.size()) > limits_.rows) {
+        beginSheet();
+        onFirstSheet_ = false;
+    }
+    below_.clear();
+    for (std::size_t i = 0; i < rows.size(); ++i) writeRow(rows[i], growthOf(rows, i));
+    if (!rows.back().floats.empty()) padBelow(rows.back().height);
+    if (band.kind == BandKind::GridTitle && onFirstSheet_) noteTitle(static_cast<std::int64_t>(rows.size()));
+}
+
+// Title bands that follow each other are the titles, up to the first other band.
+void WorkbookSink::noteTitle(std::int64_t rows) {
+    const std::int64_t end = rowCount();
+    if (titles_.last < titles_.first) {
+        titles_.first = end - rows;
+    } else if (titles_.last + 1 != end - rows) {
+        return;
+    }
+    titles_.last = end - 1;
+    if (height_ <= kMaxFrozenHeight) freezeAbove(end);
+}
+
+// No row is empty: the space between two rows goes to the one where it shows least. What follows the last row
+// isn't known yet, but that what is left of its band belongs to it.
+WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::size_t index) const {
+    const CellRow& row = rows[index];
+    const CellRow* const next = index + 1 < rows.size() ? &rows[index + 1] : nullptr;
+    const Micrometres above = startsPage_ ? 0 : row.gap - taken_;
+    const Micrometres below = next != nullptr ? next->gap : row.tail;
+    Growth growth;
+    if (above >= kMicrometresPerMillimetre && roomAt(Side::Top, row) != Room::FillsBox) {
+        growth.above = std::min(above, kMaxGrowth - taken_);
+    }
+    if (below >= kMicrometresPerMillimetre && roomAt(Side::Bottom, row) != Room::FillsBox &&
+        (next == nullptr || roomAt(Side::Top, *next) != Room::Blank)) {
+        growth.below = std::min(below, kMaxGrowth);
+    }
+    return growth;
+}
+
+void WorkbookSink::writeRow(const CellRow& row, const Growth& growth) {
+    const Micrometres height = row.height + growth.above + growth.below;
+    taken_ = growth.below;
+    startsPage_ = false;
+    beginRow(height);
+    nextBelow_ = 0;
+    newBelow_.clear();
+    for (const Cell& cell : row.cells) {
+        if (cell.column >= limits_.columns) {
+            lostCells_ += cell.item != nullptr ? 1 : 0;
+            continue;
+        }
+        writeBelowUpTo(cell.column);
+        writeCell(cell, growth);
+    }
+    writeBelowUpTo(limits_.columns);
+    keepBelow();
+    for (Floating floating : row.floats) {
+        floating.y += growth.above;
+        addFloating(floating);
+    }
+    endRow();
+    height_ = std::min(height_ + height, kMaxFrozenHeight + 1);
+}
+
+void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
+    const int columnSpan = std::min(cell.columnSpan, limits_.columns - cell.column);
+    const SheetValue value = sheetValue(cell.item, limits_.units);
+    const SheetLook look{value.isNumber(), value.format, indentOf(cell),
+                         nearerSide(cell.inset.top + growth.above,
+                                    cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
+    const int style = std::min(styles_.idOf(cell, look), limits_.styles - 1);
+    TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
+    if (text != nullptr) {
+        if (text->text.size() > limits_.units) ++cutTexts_;
+        if (!text->link.empty() && isSafeLink(text->link) && !link(cell.column, text->link)) ++lostLinks_;
+    }
+    if (columnSpan > 1 || cell.rowSpan > 1) merge(cell.column, columnSpan, cell.rowSpan);
+    if (text != nullptr && text->pending) {
+        addLate(cell.column, style, std::move(*cell.item));
+    } else {
+        addValue(cell.column, style, value);
+    }
+    // The other cells of a span bear its borders.
+    for (int column = cell.column + 1; column < cell.column + columnSpan; ++column) addBlank(column, style);
+    for (int column = cell.column; cell.rowSpan > 1 && column < cell.column + columnSpan; ++column) {
+        newBelow_.push_back({column, style, cell.rowSpan - 1});
+    }
+}
+
+void WorkbookSink::writeBelowUpTo(int column) {
+    for (; nextBelow_ < below_.size() && below_[nextBelow_].column < column; ++nextBelow_) {
+        Below& cell = below_[nextBelow_];
+        addBlank(cell.column, cell.style);
+        --cell.rowsLeft;
+    }
+}
+
+void WorkbookSink::keepBelow() {
+    std::erase_if(below_, [](const Below& cell) { return cell.rowsLeft == 0; });
+    if (newBelow_.empty()) return;
+    below_.insert(below_.end(), newBelow_.begin(), newBelow_.end());
+    std::sort(below_.begin(), below_.end(),
+              [](const Below& a, const Below& b) { return a.column < b.column; });
+}
+
+// What floats may be higher than any row can be.
+void WorkbookSink::padBelow(Micrometres height) {
+    while ((height -= kMaxRowHeight) > 0) {
+        beginRow(height);
+        endRow();
+    }
+}
+
+void WorkbookSink::reportLosses() const {
+    const auto warn = [](int count, const std::string& what) {
+        if (count > 0) logWarning(std::to_string(count) + what);
+    };
+    warn(cutTexts_,
+         " texts were cut at the " + std::to_string(limits_.units) + " characters that a cell holds");
+    warn(lostLinks_, " links have no room in their sheet or are too long");
+    warn(lostCells_, " cells stand beyond the last column that a sheet has and were left out");
+    warn(std::max(static_cast<int>(styles_.styles().size()) - limits_.styles, 0),
+         " looks of cells are more than a workbook holds; their cells look like others");
+}
+
+}  // namespace qbsvrl6

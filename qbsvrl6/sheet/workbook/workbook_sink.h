@@ -1,0 +1,92 @@
+// What workbooks of both kinds share: rows of the grid as rows of sheets.
+#ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_WORKBOOK_SINK_H
+#define QBSVR_QBSVRL6_SHEET_WORKBOOK_WORKBOOK_SINK_H
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/sheet/grid/cell_sink.h"
+#include "qbsvrl6/sheet/grid/cell_style.h"
+#include "qbsvrl6/sheet/workbook/sheet_value.h"
+
+namespace qbsvrl6 {
+
+struct WorkbookLimits {
+    std::int64_t rows;
+    int columns;
+    std::size_t units;  // of a text
+    int styles;
+};
+
+// The rows of the grid's titles, from 0; none where last < first.
+struct TitleRows {
+    std::int64_t first = 0;
+    std::int64_t last = -1;
+};
+
+class WorkbookSink : public CellSink {
+protected:
+    WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits);
+
+    const SheetOptions& options() const { return options_; }
+    const std::vector<Micrometres>& columnWidths() const { return columnWidths_; }
+    const StyleTable& styles() const { return styles_; }
+    const TitleRows& titles() const { return titles_; }
+    // Puts into the log what a workbook of this kind could not take.
+    void reportLosses() const;
+
+private:
+    // The workbook; all calls but the first are about its last sheet. Cells of a row come from left to right.
+    virtual void beginSheet() = 0;
+    virtual std::int64_t rowCount() const = 0;
+    virtual void beginRow(Micrometres height) = 0;
+    virtual void addBlank(int column, int style) = 0;
+    virtual void addValue(int column, int style, const SheetValue& value) = 0;
+    virtual void addLate(int column, int style, Item&& item) = 0;
+    virtual void endRow() = 0;
+    virtual void merge(int column, int columnSpan, int rowSpan) = 0;
+    virtual bool link(int column, std::u16string_view address) = 0;  // whether there was room
+    virtual void addFloating(const Floating& floating) = 0;
+    virtual void breakPage() = 0;
+    virtual void freezeAbove(std::int64_t row) = 0;
+
+    // A cell below the first row of its span.
+    struct Below {
+        int column, style, rowsLeft;
+    };
+
+    void openPage(const PageInfo& page, bool isFirst) final;
+    void writeRows(const Band& band, std::span<const CellRow> rows) final;
+    void noteTitle(std::int64_t rows);
+    struct Growth {
+        Micrometres above = 0, below = 0;
+    };
+    Growth growthOf(std::span<const CellRow> rows, std::size_t index) const;
+    void writeRow(const CellRow& row, const Growth& growth);
+    void writeCell(const Cell& cell, const Growth& growth);
+    void writeBelowUpTo(int column);
+    void keepBelow();
+    void padBelow(Micrometres height);
+
+    SheetOptions options_;
+    WorkbookLimits limits_;
+    std::vector<Micrometres> columnWidths_;
+    StyleTable styles_;
+    TitleRows titles_;
+    bool onFirstSheet_ = true;
+    bool startsPage_ = true;    // the next row
+    Micrometres taken_ = 0;     // of the space below the last row by that row
+    Micrometres height_ = 0;    // of the rows so far, while they might be frozen
+    std::vector<Below> below_;  // by column
+    std::size_t nextBelow_ = 0;
+    std::vector<Below> newBelow_;
+    int cutTexts_ = 0;
+    int lostLinks_ = 0;
+    int lostCells_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,126 @@
+// Records of the old workbook format, BIFF8 ([MS-XLS]): a number, a length and bytes, all little-endian.
+#ifndef QBSVR_QBSVRL6_SHEET_XLS_BIFF_H
+#define QBSVR_QBSVRL6_SHEET_XLS_BIFF_H
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+namespace biff {
+
+// Bytes of a record; what is longer goes on in CONTINUE records.
+inline constexpr std::size_t kMaxRecord = 8224;
+
+inline constexpr std::uint16_t kFormula = 0x0006;
+inline constexpr std::uint16_t kEof = 0x000A;
+inline constexpr std::uint16_t kHeader = 0x0014;
+inline constexpr std::uint16_t kFooter = 0x0015;
+inline constexpr std::uint16_t kExternSheet = 0x0017;
+inline constexpr std::uint16_t kName = 0x0018;
+inline constexpr std::uint16_t kHorizontalPageBreaks = 0x001B;
+inline constexpr std::uint16_t kLeftMargin = 0x0026;
+inline constexpr std::uint16_t kRightMargin = 0x0027;
+inline constexpr std::uint16_t kTopMargin = 0x0028;
+inline constexpr std::uint16_t kBottomMargin = 0x0029;
+inline constexpr std::uint16_t kFont = 0x0031;
+inline constexpr std::uint16_t kContinue = 0x003C;
+inline constexpr std::uint16_t kWindow1 = 0x003D;
+inline constexpr std::uint16_t kPane = 0x0041;
+inline constexpr std::uint16_t kCodePage = 0x0042;
+inline constexpr std::uint16_t kObj = 0x005D;
+inline constexpr std::uint16_t kColInfo = 0x007D;
+inline constexpr std::uint16_t kWsBool = 0x0081;
+inline constexpr std::uint16_t kBoundSheet = 0x0085;
+inline constexpr std::uint16_t kPalette = 0x0092;
+inline constexpr std::uint16_t kSetup = 0x00A1;
+inline constexpr std::uint16_t kMulBlank = 0x00BE;
+inline constexpr std::uint16_t kXf = 0x00E0;
+inline constexpr std::uint16_t kMergeCells = 0x00E5;
+inline constexpr std::uint16_t kDrawingGroup = 0x00EB;
+inline constexpr std::uint16_t kDrawing = 0x00EC;
+inline constexpr std::uint16_t kSst = 0x00FC;
+inline constexpr std::uint16_t kLabelSst = 0x00FD;
+inline constexpr std::uint16_t kSupBook = 0x01AE;
+inline constexpr std::uint16_t kHyperlink = 0x01B8;
+inline constexpr std::uint16_t kDimensions = 0x0200;
+inline constexpr std::uint16_t kBlank = 0x0201;
+inline constexpr std::uint16_t kNumber = 0x0203;
+inline constexpr std::uint16_t kBoolean = 0x0205;
+inline constexpr std::uint16_t kRow = 0x0208;
+inline constexpr std::uint16_t kWindow2 = 0x023E;
+inline constexpr std::uint16_t kRk = 0x027E;
+inline constexpr std::uint16_t kStyle = 0x0293;
+inline constexpr std::uint16_t kFormat = 0x041E;
+inline constexpr std::uint16_t kBof = 0x0809;
+
+}  // namespace biff
+
+// Little-endian values at the end of a string.
+class ByteWriter {
+public:
+    explicit ByteWriter(std::string& out) : out_(out) {}
+
+    // Integers by their own size: u16{7}.
+    template <typename... Values>
+    ByteWriter& put(Values... values) {
+        (putOne(values), ...);
+        return *this;
+    }
+    ByteWriter& zeros(std::size_t count) {
+        out_.append(count, '\0');
+        return *this;
+    }
+    ByteWriter& bytes(std::string_view bytes) {
+        out_ += bytes;
+        return *this;
+    }
+    ByteWriter& utf16(std::u16string_view text) {
+        for (const char16_t unit : text) putOne(static_cast<std::uint16_t>(unit));
+        return *this;
+    }
+
+private:
+    template <typename Value>
+    void putOne(Value value) {
+        static_assert(std::endian::native == std::endian::little);
+        char raw[sizeof value];
+        std::memcpy(&raw[0], &value, sizeof value);
+        out_.append(&raw[0], sizeof value);
+    }
+
+    std::string& out_;
+};
+
+// A record at the end of a string: its head at once, its length when it is complete.
+class BiffRecord : public ByteWriter {
+public:
+    BiffRecord(std::string& out, std::uint16_t number) : ByteWriter(out), out_(out), start_(out.size()) {
+        put(number, std::uint16_t{0});
+    }
+    ~BiffRecord() {
+        const auto length = static_cast<std::uint16_t>(out_.size() - start_ - 4);
+        std::memcpy(out_.data() + start_ + 2, &length, sizeof length);
+    }
+    BiffRecord(const BiffRecord&) = delete;
+    BiffRecord& operator=(const BiffRecord&) = delete;
+
+private:
+    std::string& out_;
+    std::size_t start_;
+};
+
+// A record without bytes.
+inline void putEmptyRecord(std::string& out, std::uint16_t number) {
+    ByteWriter(out).put(number, std::uint16_t{0});
+}
+
+// The bytes of a record of any length, cut into a first record and CONTINUE records behind it.
+void putLongRecord(std::string& out, std::uint16_t number, std::string_view bytes);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,259 @@
+#include "qbsvrl6/sheet/xls/xls_sheet.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "qbsvrl6/sheet/workbook/sheet_value.h"
+#include "qbsvrl6/sheet/xls/biff.h"
+#include "qbsvrl6/sheet/xls/xls_styles.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+
+double pixels(Micrometres length) { return length * 96.0 / 25400; }
+double inches(Micrometres length) { return std::max(length, 0) / 25400.0; }
+
+// A row's height in twentieths of a point; quarters of a point, rounded up, keep the text whole.
+u16 twips(Micrometres height) {
+    return static_cast<u16>(std::clamp(std::ceil(points(height) * 4) * 5, 5.0, 8190.0));
+}
+
+// Cells have a fixed form and come by the million: they are put together on the stack.
+template <typename... Values>
+void putCell(std::string& out, u16 number, Values... values) {
+    char raw[4 + (sizeof(Values) + ...)];
+    char* at = &raw[0];
+    const auto put = [&](auto value) {
+        std::memcpy(at, &value, sizeof value);
+        at += sizeof value;
+    };
+    put(number);
+    put(static_cast<u16>(sizeof raw - 4));
+    (put(values), ...);
+    out.append(&raw[0], sizeof raw);
+}
+
+// A whole number of 30 bits, or one that is such a hundredth: the short form that readers know from their own
+// files. Negative zero has none.
+bool shortForm(double number, u32& rk) {
+    if (number == 0 && std::signbit(number)) return false;
+    if (std::abs(number) >= 1 << 29 || number != std::trunc(number)) return false;
+    rk = static_cast<u32>(static_cast<std::int32_t>(number)) << 2 | 2;
+    return true;
+}
+
+}  // namespace
+
+void XlsSheet::beginRow(Micrometres height) {
+    constexpr u16 kCustomHeight = 0x0140;
+    const auto row = static_cast<u16>(rows_);
+    rowHeights_.push_back(height);
+    putCell(cells_, biff::kRow, row, u16{0}, u16{kMaxColumns}, twips(height), u16{0}, u16{0}, kCustomHeight,
+            kXlsPlainStyle);
+}
+
+void XlsSheet::addBlank(int column, u16 style) {
+    columns_ = std::max(columns_, column + 1);
+    putCell(cells_, biff::kBlank, static_cast<u16>(rows_), static_cast<u16>(column), style);
+}
+
+void XlsSheet::addNumber(int column, u16 style, double number) {
+    columns_ = std::max(columns_, column + 1);
+    u32 rk = 0;
+    if (shortForm(number, rk)) {
+        putCell(cells_, biff::kRk, static_cast<u16>(rows_), static_cast<u16>(column), style, rk);
+    } else {
+        putCell(cells_, biff::kNumber, static_cast<u16>(rows_), static_cast<u16>(column), style, number);
+    }
+}
+
+void XlsSheet::addBoolean(int column, u16 style, bool value) {
+    columns_ = std::max(columns_, column + 1);
+    putCell(cells_, biff::kBoolean, static_cast<u16>(rows_), static_cast<u16>(column), style,
+            static_cast<u8>(value ? 1 : 0), u8{0});
+}
+
+void XlsSheet::addText(int column, u16 style, u32 text) {
+    columns_ = std::max(columns_, column + 1);
+    putCell(cells_, biff::kLabelSst, static_cast<u16>(rows_), static_cast<u16>(column), style, text);
+}
+
+void XlsSheet::merge(int column, int columnSpan, int rowSpan) {
+    merges_.push_back({static_cast<u16>(rows_), static_cast<u16>(std::min(rows_ + rowSpan, kMaxRows) - 1),
+                       static_cast<u16>(column), static_cast<u16>(column + columnSpan - 1)});
+}
+
+// HLINK: the cell, the marks of a standard link and of an address, and the address, closed by a zero.
+bool XlsSheet::link(int column, std::u16string_view address) {
+    constexpr std::array<u32, 4> kStandardLink = {0x79EAC9D0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
+    constexpr std::array<u32, 4> kAddress = {0x79EAC9E0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
+    if (address.size() > kMaxLinkUnits) return false;
+    const auto row = static_cast<u16>(rows_);
+    BiffRecord record(links_, biff::kHyperlink);
+    record.put(row, row, static_cast<u16>(column), static_cast<u16>(column));
+    for (const u32 part : kStandardLink) record.put(part);
+    record.put(u32{2}, u32{3});
+    for (const u32 part : kAddress) record.put(part);
+    record.put(static_cast<u32>(2 * (address.size() + 1))).utf16(address).put(u16{0});
+    return true;
+}
+
+void XlsSheet::breakPage() {
+    constexpr std::size_t kMaxBreaks = 1026;
+    if (rows_ == 0 || rows_ >= kMaxRows || breaks_.size() >= kMaxBreaks) return;
+    if (breaks_.empty() || breaks_.back() != rows_) breaks_.push_back(static_cast<u16>(rows_));
+}
+
+std::string XlsSheet::records(const PageLook& look, const EscherSheet& drawing) {
+    std::string out;
+    writeHead(out, look);
+    std::string tail;
+    writeTail(tail, look, drawing);
+    out.reserve(out.size() + cells_.size() + tail.size());
+    out += cells_;
+    cells_ = {};
+    out += tail;
+    return out;
+}
+
+void XlsSheet::writeHead(std::string& out, const PageLook& look) const {
+    constexpr u16 kSheet = 0x0010;
+    constexpr u16 kFitToPages = 0x0100;
+    constexpr u16 kOutlineBelow = 0x00C1;
+    BiffRecord(out, biff::kBof).put(u16{0x0600}, kSheet, u16{0x0DBB}, u16{0x07CC}, u32{0}, u32{6});
+    BiffRecord(out, biff::kWsBool).put(static_cast<u16>(kOutlineBelow | (look.paged ? 0 : kFitToPages)));
+    if (!breaks_.empty()) {
+        BiffRecord record(out, biff::kHorizontalPageBreaks);
+        record.put(static_cast<u16>(breaks_.size()));
+        for (const u16 row : breaks_) record.put(row, u16{0}, u16{kMaxColumns - 1});
+    }
+    writePageSetup(out, look);
+    // Edges are rounded, not widths, so that rounding doesn't add up. Widths count in 1/256 of a digit, which
+    // in Arial 10, the workbook's own font, is 7 pixels wide.
+    double edge = 0;
+    double lastPixel = 0;
+    for (std::size_t i = 0; i < look.columnWidths.size(); ++i) {
+        edge += pixels(look.columnWidths[i]);
+        const double width = std::clamp(std::round(edge) - lastPixel, 1.0, 1785.0);
+        lastPixel = std::round(edge);
+        const auto column = static_cast<u16>(i);
+        BiffRecord(out, biff::kColInfo)
+            .put(column, column, static_cast<u16>(std::lround(width * 256 / 7)), kXlsPlainStyle, u16{0},
+                 u16{0});
+    }
+    BiffRecord(out, biff::kDimensions)
+        .put(u32{0}, static_cast<u32>(rows_), u16{0}, static_cast<u16>(columns_), u16{0});
+}
+
+void XlsSheet::writePageSetup(std::string& out, const PageLook& look) const {
+    const Size paper = look.setup.paper;
+    const Edges& margins = look.setup.margins;
+    putEmptyRecord(out, biff::kHeader);
+    putEmptyRecord(out, biff::kFooter);
+    BiffRecord(out, biff::kLeftMargin).put(inches(margins.left));
+    BiffRecord(out, biff::kRightMargin).put(inches(margins.right));
+    BiffRecord(out, biff::kTopMargin).put(inches(margins.top));
+    BiffRecord(out, biff::kBottomMargin).put(inches(margins.bottom));
+    const bool portrait = paper.width <= paper.height;
+    BiffRecord(out, biff::kSetup)
+        .put(static_cast<u16>(paperNumber(paper)),
+             static_cast<u16>(printScale(look.columnWidths, look.setup, look.paged)), u16{1}, u16{1}, u16{0},
+             static_cast<u16>(portrait ? 2 : 0), u16{600}, u16{600}, inches(std::min(margins.top, 7500)),
+             inches(std::min(margins.bottom, 7500)), u16{1});
+}
+
+void XlsSheet::writeTail(std::string& out, const PageLook& look, const EscherSheet& drawing) const {
+    constexpr u16 kLook = 0x04B6;  // visible, with grid lines, headings, zeros and default colours
+    constexpr u16 kFrozen = 0x0108;
+    constexpr u16 kSelected = 0x0200;
+    constexpr u8 kLowerPane = 2;
+    if (!shapes_.empty()) writeDrawing(out, look, drawing);
+    BiffRecord(out, biff::kWindow2)
+        .put(static_cast<u16>(kLook | (frozenRows_ > 0 ? kFrozen : 0) | (look.isFirst ? kSelected : 0)),
+             u16{0}, u16{0}, u32{64}, u16{0}, u16{0}, u32{0});
+    if (frozenRows_ > 0) {
+        const auto rows = static_cast<u16>(frozenRows_);
+        BiffRecord(out, biff::kPane).put(u16{0}, rows, rows, u16{0}, kLowerPane, u8{0});
+    }
+    constexpr std::size_t kMergesPerRecord = 1026;
+    for (std::size_t i = 0; i < merges_.size(); i += kMergesPerRecord) {
+        const std::size_t end = std::min(merges_.size(), i + kMergesPerRecord);
+        BiffRecord record(out, biff::kMergeCells);
+        record.put(static_cast<u16>(end - i));
+        for (std::size_t k = i; k < end; ++k) {
+            const Merge& merge = merges_[k];
+            record.put(merge.firstRow, merge.lastRow, merge.firstColumn, merge.lastColumn);
+        }
+    }
+    out += links_;
+    putEmptyRecord(out, biff::kEof);
+}
+
+// The first record holds the frame of all shapes; each shape is followed by its object.
+void XlsSheet::writeDrawing(std::string& out, const PageLook& look, const EscherSheet& drawing) const {
+    std::vector<std::string> shapes;
+    std::size_t shapeBytes = 0;
+    for (const XlsShape& shape : shapes_) {
+        const auto number = static_cast<u32>(shapes.size()) + 1;
+        const std::string place = anchor(shape, look.columnWidths);
+        shapes.push_back(shape.line ? escherLine(drawing, number, *shape.line, place)
+                                    : escherPicture(drawing, number, shape.picture, place));
+        shapeBytes += shapes.back().size();
+    }
+    const std::string frame = escherFrame(drawing, shapeBytes);
+    for (std::size_t i = 0; i < shapes.size(); ++i) {
+        BiffRecord(out, biff::kDrawing).bytes(i == 0 ? frame + shapes[0] : shapes[i]);
+        // The object's kind (8: picture), number and options; what pictures have beside; the end.
+        BiffRecord(out, biff::kObj)
+            .put(u16{0x15}, u16{18}, u16{8}, static_cast<u16>(i + 1), u16{0x6011})
+            .zeros(12)
+            .put(u16{7}, u16{2}, u16{0xFFFF}, u16{8}, u16{2}, u16{1}, u16{0}, u16{0});
+    }
+}
+
+// From a cell to a cell; inside them a column is 1024 wide and a row 256 high.
+std::string XlsSheet::anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const {
+    const auto widthOf = [&](int column) {
+        constexpr Micrometres kDefaultWidth = 17'000;
+        const auto index = static_cast<std::size_t>(column);
+        return std::max(index < columnWidths.size() ? columnWidths[index] : kDefaultWidth, 1);
+    };
+    const auto heightOf = [&](int row) {
+        constexpr Micrometres kDefaultHeight = 4'500;
+        const auto index = static_cast<std::size_t>(row);
+        return std::max(
+            index < rowHeights_.size() ? std::min(rowHeights_[index], kMaxRowHeight) : kDefaultHeight, 1);
+    };
+    struct Point {
+        int cell;
+        std::int64_t offset;
+    };
+    // A corner on an edge belongs to the cell ahead of it: what ends there must not reach into the next one.
+    const auto walk = [](Point point, int last, auto sizeOf) {
+        while (point.cell < last && point.offset > sizeOf(point.cell)) point.offset -= sizeOf(point.cell++);
+        point.offset = std::min<std::int64_t>(point.offset, sizeOf(point.cell));
+        return point;
+    };
+    const Point left = walk({shape.column, shape.x}, kMaxColumns - 1, widthOf);
+    const Point top = walk({shape.row, shape.y}, kMaxRows - 1, heightOf);
+    const Point right = walk({left.cell, left.offset + shape.width}, kMaxColumns - 1, widthOf);
+    const Point bottom = walk({top.cell, top.offset + shape.height}, kMaxRows - 1, heightOf);
+    // Two parts off the edge: a reader that rounds up would find the next cell used, and print a page for it.
+    const auto part = [](const Point& point, std::int64_t whole, Micrometres size) {
+        return static_cast<u16>(std::min(point.offset * whole / size, whole - 2));
+    };
+    std::string out;
+    ByteWriter(out).put(static_cast<u16>(left.cell), part(left, 1024, widthOf(left.cell)),
+                        static_cast<u16>(top.cell), part(top, 256, heightOf(top.cell)),
+                        static_cast<u16>(right.cell), part(right, 1024, widthOf(right.cell)),
+                        static_cast<u16>(bottom.cell), part(bottom, 256, heightOf(bottom.cell)));
+    return out;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,85 @@
+// One sheet of an old workbook, as the records of its part of the stream.
+#ifndef QBSVR_QBSVRL6_SHEET_XLS_XLS_SHEET_H
+#define QBSVR_QBSVRL6_SHEET_XLS_XLS_SHEET_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/model/report.h"
+#include "qbsvrl6/sheet/grid/cell_grid.h"
+#include "qbsvrl6/sheet/xls/escher.h"
+
+namespace qbsvrl6 {
+
+// A picture, by its number in the workbook's list, from 1, or a slanted line, and where it lies.
+struct XlsShape {
+    std::uint32_t picture = 0;
+    std::optional<LineContent> line;
+    int row = 0, column = 0;
+    Micrometres x = 0, y = 0;  // from the cell's upper left corner
+    Micrometres width = 0, height = 0;
+};
+
+// Rows and columns count from 0.
+class XlsSheet {
+public:
+    static constexpr int kMaxRows = 65'536;
+    static constexpr int kMaxColumns = 256;
+    static constexpr std::size_t kMaxUnits = 32'767;  // of a text
+    static constexpr std::size_t kMaxLinkUnits = 2'000;
+
+    void beginRow(Micrometres height);
+    void addBlank(int column, std::uint16_t style);
+    void addNumber(int column, std::uint16_t style, double number);
+    void addBoolean(int column, std::uint16_t style, bool value);
+    void addText(int column, std::uint16_t style, std::uint32_t text);
+    void endRow() { ++rows_; }
+
+    int rowCount() const { return rows_; }
+
+    // Of the row under way.
+    void merge(int column, int columnSpan, int rowSpan);
+    // False for an address that is too long.
+    bool link(int column, std::u16string_view address);
+    void breakPage();
+    void add(const XlsShape& shape) { shapes_.push_back(shape); }
+
+    void freezeAbove(int row) { frozenRows_ = row; }
+
+    struct PageLook {
+        std::vector<Micrometres> columnWidths;
+        PageSetup setup;
+        bool paged = false;
+        bool isFirst = false;  // of the workbook
+    };
+    std::size_t shapeCount() const { return shapes_.size(); }
+    // All records of the sheet, which is empty then.
+    std::string records(const PageLook& look, const EscherSheet& drawing);
+
+private:
+    void writeHead(std::string& out, const PageLook& look) const;
+    void writePageSetup(std::string& out, const PageLook& look) const;
+    void writeTail(std::string& out, const PageLook& look, const EscherSheet& drawing) const;
+    void writeDrawing(std::string& out, const PageLook& look, const EscherSheet& drawing) const;
+    std::string anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const;
+
+    struct Merge {
+        std::uint16_t firstRow, lastRow, firstColumn, lastColumn;
+    };
+
+    std::string cells_;
+    std::string links_;
+    int rows_ = 0;
+    int columns_ = 0;
+    int frozenRows_ = 0;
+    std::vector<Micrometres> rowHeights_;
+    std::vector<Merge> merges_;
+    std::vector<std::uint16_t> breaks_;
+    std::vector<XlsShape> shapes_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,27 @@
+// Fonts, number formats, cell looks and the palette of an old workbook.
+#ifndef QBSVR_QBSVRL6_SHEET_XLS_XLS_STYLES_H
+#define QBSVR_QBSVRL6_SHEET_XLS_XLS_STYLES_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/sheet/grid/cell_style.h"
+
+namespace qbsvrl6 {
+
+// Looks that a workbook may have; the format's own limit is a little higher.
+inline constexpr int kXlsMaxStyles = 4'000;
+
+// Number of the first look of ours in the workbook; those before are the format's own.
+inline constexpr std::uint16_t kXlsFirstStyle = 16;
+// The look of a cell without one.
+inline constexpr std::uint16_t kXlsPlainStyle = 15;
+
+// FONT, FORMAT, XF, STYLE and PALETTE records at the end of `out`; style i is number kXlsFirstStyle + i. Of
+// the colours the first 56 are exact, the others the nearest of these.
+void writeXlsStyles(std::string& out, const std::vector<const CellStyle*>& styles);
+
+}  // namespace qbsvrl6
+
+#endif

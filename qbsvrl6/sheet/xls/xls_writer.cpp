@@ -1,0 +1,182 @@
+// The old workbook. The stream is the workbook's part (looks, names of sheets, texts), then each sheet's;
+// since the former tells where the latter begin and holds what is known at the end only, it is made last.
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/sheet/workbook/drawing_picture.h"
+#include "qbsvrl6/sheet/workbook/workbook_sink.h"
+#include "qbsvrl6/sheet/xls/biff.h"
+#include "qbsvrl6/sheet/xls/compound_file.h"
+#include "qbsvrl6/sheet/xls/shared_texts.h"
+#include "qbsvrl6/sheet/xls/xls_sheet.h"
+#include "qbsvrl6/sheet/xls/xls_styles.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+
+u16 lookOf(int style) { return static_cast<u16>(kXlsFirstStyle + style); }
+
+class XlsWriter final : public WorkbookSink {
+public:
+    XlsWriter(const SheetOptions& options, std::string& output)
+        : WorkbookSink(options,
+                       {XlsSheet::kMaxRows, XlsSheet::kMaxColumns, XlsSheet::kMaxUnits, kXlsMaxStyles}),
+          output_(output) {
+        sheets_.emplace_back();
+    }
+
+private:
+    XlsSheet& sheet() { return sheets_.back(); }
+
+    void beginSheet() override { sheets_.emplace_back(); }
+    std::int64_t rowCount() const override { return sheets_.back().rowCount(); }
+    void beginRow(Micrometres height) override { sheet().beginRow(height); }
+    void addBlank(int column, int style) override { sheet().addBlank(column, lookOf(style)); }
+    void addValue(int column, int style, const SheetValue& value) override {
+        switch (value.kind) {
+            case SheetValue::Kind::Blank:
+                sheet().addBlank(column, lookOf(style));
+                break;
+            case SheetValue::Kind::Text:
+                sheet().addText(column, lookOf(style), texts_.add(cleanText(value.text, buffer_)));
+                break;
+            case SheetValue::Kind::Number:
+                sheet().addNumber(column, lookOf(style), value.number);
+                break;
+            case SheetValue::Kind::Boolean:
+                sheet().addBoolean(column, lookOf(style), value.boolean);
+                break;
+        }
+    }
+    void addLate(int column, int style, Item&& item) override {
+        late_.emplace_back(texts_.reserve(), std::move(item));
+        sheet().addText(column, lookOf(style), late_.back().first);
+    }
+    void endRow() override { sheet().endRow(); }
+    void merge(int column, int columnSpan, int rowSpan) override {
+        sheet().merge(column, columnSpan, rowSpan);
+    }
+    bool link(int column, std::u16string_view address) override { return sheet().link(column, address); }
+    void breakPage() override { sheet().breakPage(); }
+    void freezeAbove(std::int64_t row) override { sheet().freezeAbove(static_cast<int>(row)); }
+
+    void addFloating(const Floating& floating) override {
+        std::optional<LineContent> line;
+        std::uint32_t picture = 0;
+        if (const auto* item = std::get_if<LineItem>(&floating.item->content)) {
+            line = item->line;
+        } else if ((picture = pictures_.numberOf(*floating.item)) == 0) {
+            return;
+        }
+        const Rect box = pictureBox(*floating.item);
+        sheet().add({picture, line, sheet().rowCount(), floating.column, std::max(floating.x + box.x, 0),
+                     std::max(floating.y + box.y, 0), box.width, box.height});
+    }
+
+    void close(PendingTexts& pending) override {
+        for (auto& [number, item] : late_) {
+            pending.settle(item);
+            texts_.set(number, cleanText(sheetValue(&item, XlsSheet::kMaxUnits).text, buffer_));
+        }
+        const std::vector<EscherSheet> drawings = numberShapes();
+        std::vector<std::string> parts(1);
+        std::size_t nextDrawing = 0;
+        for (std::size_t i = 0; i < sheets_.size(); ++i) {
+            const bool hasDrawing = sheets_[i].shapeCount() > 0;
+            parts.push_back(sheets_[i].records(
+                {columnWidths(), options().page, options().paged && options().pageBreaks, i == 0},
+                hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
+        }
+        parts[0] = workbookPart(parts, drawings);
+        writeCompoundFile(output_, u"Workbook", std::move(parts));
+        reportLosses();
+    }
+
+    std::vector<EscherSheet> numberShapes() const {
+        std::vector<EscherSheet> drawings;
+        u32 cluster = 1;
+        for (std::size_t i = 0; i < sheets_.size(); ++i) {
+            if (sheets_[i].shapeCount() == 0) continue;
+            drawings.push_back({static_cast<int>(drawings.size()) + 1, cluster,
+                                static_cast<u32>(sheets_[i].shapeCount()) + 1});
+            cluster += drawings.back().clusters();
+        }
+        return drawings;
+    }
+
+    std::string workbookPart(const std::vector<std::string>& parts,
+                             const std::vector<EscherSheet>& drawings) const {
+        constexpr u16 kWorkbook = 0x0005;
+        std::string out;
+        BiffRecord(out, biff::kBof).put(u16{0x0600}, kWorkbook, u16{0x0DBB}, u16{0x07CC}, u32{0}, u32{6});
+        BiffRecord(out, biff::kCodePage).put(u16{1200});  // UTF-16
+        BiffRecord(out, biff::kWindow1)
+            .put(u16{0}, u16{0}, u16{0x4000}, u16{0x2000}, u16{0x0038}, u16{0}, u16{0}, u16{1}, u16{600});
+        writeXlsStyles(out, styles().styles());
+        std::vector<std::size_t> offsetPlaces;
+        for (std::size_t i = 0; i < sheets_.size(); ++i) {
+            offsetPlaces.push_back(out.size() + 4);
+            const std::u16string name = nameOfSheet(i);
+            BiffRecord(out, biff::kBoundSheet)
+                .put(u32{0}, u8{0}, u8{0}, static_cast<u8>(name.size()), u8{1})
+                .utf16(name);
+        }
+        if (titles().last >= titles().first && !options().paged) writePrintTitles(out);
+        if (!drawings.empty())
+            putLongRecord(out, biff::kDrawingGroup, escherWorkbook(drawings, pictures_.pictures()));
+        texts_.write(out);
+        putEmptyRecord(out, biff::kEof);
+        std::size_t offset = out.size();
+        for (std::size_t i = 0; i < sheets_.size(); ++i) {
+            const auto start = static_cast<u32>(offset);
+            std::memcpy(out.data() + offsetPlaces[i], &start, sizeof start);
+            offset += parts[i + 1].size();
+        }
+        return out;
+    }
+
+    std::u16string nameOfSheet(std::size_t index) const {
+        std::u16string name = sheetName(options().info.title);
+        if (index == 0) return name;
+        name += u" (";
+        for (const char c : std::to_string(index + 1)) name += static_cast<char16_t>(c);
+        return name + u")";
+    }
+
+    // Printed pages bring their titles with them; where rows run on, the titles repeat on each page. That is
+    // a name (7: print titles) for an area of whole rows, which refers to the workbook's own list of sheets.
+    void writePrintTitles(std::string& out) const {
+        constexpr u8 kArea = 0x3B;
+        constexpr u8 kTitles = 7;
+        constexpr u16 kBuiltIn = 0x0020;
+        const auto sheets = static_cast<u16>(sheets_.size());
+        BiffRecord(out, biff::kSupBook).put(sheets, u16{0x0401});
+        BiffRecord(out, biff::kExternSheet).put(u16{1}, u16{0}, u16{0}, u16{0});
+        BiffRecord(out, biff::kName)
+            .put(kBuiltIn, u8{0}, u8{1}, u16{11}, u16{0}, u16{1}, u8{0}, u8{0}, u8{0}, u8{0}, u8{0}, kTitles,
+                 kArea, u16{0}, static_cast<u16>(titles().first), static_cast<u16>(titles().last), u16{0},
+                 static_cast<u16>(XlsSheet::kMaxColumns - 1));
+    }
+
+    std::string& output_;
+    std::vector<XlsSheet> sheets_;
+    SharedTexts texts_;
+    std::u16string buffer_;
+    PictureList pictures_;
+    std::vector<std::pair<u32, Item>> late_;  // with the text's number
+};
+
+}  // namespace
+
+std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, std::string& output) {
+    return std::make_unique<XlsWriter>(options, output);
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,36 @@
+// Pictures, drawings and slanted lines above the cells of a worksheet.
+#ifndef QBSVR_QBSVRL6_SHEET_XLSX_XLSX_DRAWING_H
+#define QBSVR_QBSVRL6_SHEET_XLSX_XLSX_DRAWING_H
+
+#include <cstdint>
+#include <string>
+
+#include "qbsvrl6/sheet/grid/cell_grid.h"
+
+namespace qbsvrl6 {
+
+// The drawing part of one sheet. Each object hangs at the upper left corner of its cell and keeps its size.
+class XlsxDrawing {
+public:
+    // `row` counts from 0 in the sheet. `relation` names the picture's relation; unused for a drawing.
+    void add(const Floating& floating, std::int64_t row, const std::string& relation);
+
+    bool isEmpty() const { return objects_ == 0; }
+    // The whole part, xl/drawings/drawingN.xml.
+    std::string xml() const;
+
+private:
+    void addPicture(const PictureItem& item, const std::string& relation);
+    void addDrawing(const Drawing& drawing, Size size, std::u16string_view alternateText);
+    void addLine(const LineContent& line, Size size);
+    void addPath(const Drawing::Path& path, Size size);
+    void addLabel(const Drawing::Label& label);
+    std::string nextId() { return std::to_string(++objects_); }
+
+    std::string anchors_;
+    int objects_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

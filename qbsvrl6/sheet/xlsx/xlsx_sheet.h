@@ -1,0 +1,82 @@
+// One worksheet of a workbook, written row by row.
+#ifndef QBSVR_QBSVRL6_SHEET_XLSX_XLSX_SHEET_H
+#define QBSVR_QBSVRL6_SHEET_XLSX_XLSX_SHEET_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/sheet/workbook/sheet_value.h"
+#include "qbsvrl6/sheet/xlsx/xlsx_drawing.h"
+#include "qbsvrl6/sheet/xlsx/zip.h"
+
+namespace qbsvrl6 {
+
+// Rows and columns count from 0. What grows with the rows is compressed at once; kept besides are merged
+// cells, links and page breaks.
+class XlsxSheet {
+public:
+    static constexpr std::int64_t kMaxRows = 1'048'576;
+    static constexpr int kMaxColumns = 16'384;
+    static constexpr std::size_t kMaxUnits = 32'767;  // of a text
+    static constexpr std::size_t kMaxLinks = 65'530;
+
+    XlsxSheet();
+
+    // Cells of a row come between beginRow and endRow, from left to right.
+    void beginRow(Micrometres height);
+    void addBlank(int column, int style);
+    void addValue(int column, int style, const SheetValue& value);
+    void addShared(int column, int style, std::size_t sharedText);
+    void endRow();
+
+    std::int64_t rowCount() const { return rows_; }
+
+    // Of the row under way.
+    void merge(int column, int columnSpan, int rowSpan);
+    // False if the sheet holds no more.
+    bool link(int column, std::u16string_view address);
+    void breakPage();
+    void add(const Floating& floating, const std::string& relation) {
+        drawing_.add(floating, rows_, relation);
+    }
+
+    void freezeAbove(std::int64_t row) { frozenRows_ = row; }
+
+    struct PageLook {
+        std::vector<Micrometres> columnWidths;
+        PageSetup setup;
+        bool paged = false;
+        bool isFirst = false;  // of the workbook
+    };
+    // Puts the sheet with the number, its relations and its drawing into the archive. `pictures` are
+    // relations of the drawing.
+    void writeTo(ZipWriter& zip, int number, const PageLook& look, const std::string& pictures);
+    bool hasDrawing() const { return !drawing_.isEmpty(); }
+
+private:
+    void openCell(int column, int style);
+    void flush();
+    std::string head(const PageLook& look) const;
+    std::string tail(const PageLook& look) const;
+    void appendPageSetup(std::string& xml, const PageLook& look) const;
+
+    DeflateStream body_;
+    std::string buffer_;
+    std::vector<std::string> columnNames_;
+    std::string rowName_;
+    std::int64_t rows_ = 0;  // complete ones
+    int columns_ = 0;
+    std::int64_t frozenRows_ = 0;
+    std::string merges_;
+    std::size_t mergeCount_ = 0;
+    std::string links_;
+    std::string linkRelations_;
+    std::size_t linkCount_ = 0;
+    std::vector<std::int64_t> breaks_;
+    XlsxDrawing drawing_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,155 @@
+// The ZIP format (APPNOTE.TXT), without encryption, comments and ZIP64:
+//   for each entry   local header, name, bytes
+//   for each entry   central header, name
+//   end              end of central directory record
+#include "qbsvrl6/sheet/xlsx/zip.h"
+
+#include <zlib.h>
+
+#include <array>
+#include <new>
+#include <utility>
+
+#include "qbsvrl6/support/error.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Sheets are so repetitive that more effort gains a few percent of size for twice the time.
+constexpr int kLevel = 4;
+constexpr std::uint32_t kStored = 0;
+constexpr std::uint32_t kDeflated = 8;
+constexpr std::uint32_t kVersion = 20;
+constexpr std::uint32_t kFirstDay = 0x21;  // 1980-01-01, the earliest that the format knows
+
+void put(std::string& out, int bytes, std::uint64_t value) {
+    for (int i = 0; i < bytes; ++i) out += static_cast<char>(value >> (8 * i) & 0xFF);
+}
+
+std::uint32_t checksum(std::uint32_t crc, std::string_view bytes) {
+    return static_cast<std::uint32_t>(
+        crc32_z(crc, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
+}
+
+}  // namespace
+
+struct DeflateStream::State {
+    z_stream stream{};
+    State() {
+        constexpr int kRawWindow = -15;  // no zlib header
+        if (deflateInit2(&stream, kLevel, Z_DEFLATED, kRawWindow, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+            throw std::bad_alloc();
+        }
+    }
+    ~State() { deflateEnd(&stream); }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    void run(std::string_view bytes, int flush, std::string& out) {
+        std::array<unsigned char, 16 * 1024> block;
+        stream.next_in = reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data()));  // only read
+        stream.avail_in = static_cast<uInt>(bytes.size());
+        do {
+            stream.next_out = block.data();
+            stream.avail_out = static_cast<uInt>(block.size());
+            deflate(&stream, flush);
+            out.append(reinterpret_cast<const char*>(block.data()), block.size() - stream.avail_out);
+        } while (stream.avail_out == 0);
+    }
+};
+
+DeflateStream::DeflateStream() : state_(std::make_unique<State>()) {}
+DeflateStream::~DeflateStream() = default;
+DeflateStream::DeflateStream(DeflateStream&&) noexcept = default;
+DeflateStream& DeflateStream::operator=(DeflateStream&&) noexcept = default;
+
+void DeflateStream::append(std::string_view bytes) {
+    crc_ = checksum(crc_, bytes);
+    size_ += bytes.size();
+    constexpr std::size_t kStep = 1u << 30;  // zlib counts in 32 bits
+    for (; bytes.size() > kStep; bytes.remove_prefix(kStep)) {
+        state_->run(bytes.substr(0, kStep), Z_NO_FLUSH, compressed_);
+    }
+    state_->run(bytes, Z_NO_FLUSH, compressed_);
+}
+
+// A full flush ends at a whole byte, and nothing behind it refers to what is before.
+void DeflateStream::end(bool isLast) {
+    state_->run({}, isLast ? Z_FINISH : Z_FULL_FLUSH, compressed_);
+    state_.reset();
+}
+
+void ZipWriter::begin(Entry entry) {
+    entry.offset = output_.size();
+    if ((entry.size | entry.compressedSize | (entry.offset + entry.compressedSize)) >= UINT32_MAX) {
+        throw EngineError(ErrorCode::LimitExceeded, "the workbook is larger than 4 GiB");
+    }
+    put(output_, 4, 0x04034B50);
+    put(output_, 2, kVersion);
+    put(output_, 2, 0);
+    put(output_, 2, entry.method);
+    put(output_, 2, 0);
+    put(output_, 2, kFirstDay);
+    put(output_, 4, entry.crc);
+    put(output_, 4, entry.compressedSize);
+    put(output_, 4, entry.size);
+    put(output_, 2, entry.name.size());
+    put(output_, 2, 0);
+    output_ += entry.name;
+    entries_.push_back(std::move(entry));
+}
+
+void ZipWriter::add(const std::string& name, std::string_view bytes) {
+    DeflateStream stream;
+    stream.append(bytes);
+    stream.end(true);
+    begin({name, kDeflated, stream.crc_, stream.compressed_.size(), stream.size_});
+    output_ += stream.compressed_;
+}
+
+void ZipWriter::addStored(const std::string& name, std::string_view bytes) {
+    begin({name, kStored, checksum(0, bytes), bytes.size(), bytes.size()});
+    output_ += bytes;
+}
+
+void ZipWriter::add(const std::string& name, DeflateStream first, DeflateStream second) {
+    first.end(false);
+    second.end(true);
+    const auto crc = static_cast<std::uint32_t>(
+        crc32_combine(first.crc_, second.crc_, static_cast<z_off_t>(second.size_)));
+    begin({name, kDeflated, crc, first.compressed_.size() + second.compressed_.size(),
+           first.size_ + second.size_});
+    output_ += first.compressed_;
+    output_ += second.compressed_;
+}
+
+void ZipWriter::finish() {
+    const std::uint64_t start = output_.size();
+    for (const Entry& entry : entries_) {
+        put(output_, 4, 0x02014B50);
+        put(output_, 2, kVersion);
+        put(output_, 2, kVersion);
+        put(output_, 2, 0);
+        put(output_, 2, entry.method);
+        put(output_, 2, 0);
+        put(output_, 2, kFirstDay);
+        put(output_, 4, entry.crc);
+        put(output_, 4, entry.compressedSize);
+        put(output_, 4, entry.size);
+        put(output_, 2, entry.name.size());
+        output_.append(12, '\0');  // no extra field, comment, disk number or attributes
+        put(output_, 4, entry.offset);
+        output_ += entry.name;
+    }
+    const std::uint64_t size = output_.size() - start;
+    put(output_, 4, 0x06054B50);
+    put(output_, 4, 0);
+    put(output_, 2, entries_.size());
+    put(output_, 2, entries_.size());
+    put(output_, 4, size);
+    put(output_, 4, start);
+    put(output_, 2, 0);
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,65 @@
+// ZIP archives in memory, as the packages of office documents are.
+#ifndef QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
+#define QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbsvrl6 {
+
+// Bytes that are compressed as they come. Held: what is compressed so far.
+class DeflateStream {
+public:
+    DeflateStream();
+    ~DeflateStream();
+    DeflateStream(DeflateStream&&) noexcept;
+    DeflateStream& operator=(DeflateStream&&) noexcept;
+
+    void append(std::string_view bytes);
+
+private:
+    friend class ZipWriter;
+    struct State;
+    // Ends the stream, either for good or so that another one may follow right behind it.
+    void end(bool isLast);
+
+    std::unique_ptr<State> state_;
+    std::string compressed_;
+    std::uint64_t size_ = 0;
+    std::uint32_t crc_ = 0;
+};
+
+// Writes an archive into a string, entry by entry. The same entries give the same bytes: no times are kept.
+// Raises EngineError for an entry or an archive of 4 GiB and more.
+class ZipWriter {
+public:
+    explicit ZipWriter(std::string& output) : output_(output) {}
+
+    void add(const std::string& name, std::string_view bytes);
+    // As it is: for pictures, which are compressed already.
+    void addStored(const std::string& name, std::string_view bytes);
+    // One entry of two streams, so that what stands first can be made last.
+    void add(const std::string& name, DeflateStream first, DeflateStream second);
+    void finish();
+
+private:
+    struct Entry {
+        std::string name;
+        std::uint32_t method = 0;
+        std::uint32_t crc = 0;
+        std::uint64_t compressedSize = 0;
+        std::uint64_t size = 0;
+        std::uint64_t offset = 0;
+    };
+    void begin(Entry entry);
+
+    std::string& output_;
+    std::vector<Entry> entries_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
