@@ -15,6 +15,7 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -70,6 +71,39 @@ TEST(Utf, ConvertsAndReplacesEachBadPartOnce) {
         }
     }
     EXPECT_EQ(toUtf8(u"a\xD840z\xDC00"), "a\xEF\xBF\xBDz\xEF\xBF\xBD");
+}
+
+TEST(Suggestion, NamesTheNearestAndListsSome) {
+    const std::u16string_view names[] = {u"Customers", u"Orders", u"id", u"客户名称", u"OrderLines"};
+    const struct {
+        std::u16string_view wrong;
+        std::string_view nearest;
+    } cases[] = {
+        {u"orders", "Orders"},
+        {u"Ordesr", "Orders"},
+        {u"Order", "Orders"},
+        {u"OrdersLine", "OrderLines"},
+        {u"客户名稱", "客户名称"},
+        {u"客户", ""},
+        {u"ix", "id"},
+        {u"x", ""},
+        {u"", ""},
+        {u"Suppliers", ""},
+        {u"Custmoer", "Customers"},
+    };
+    for (const auto& test : cases) {
+        EXPECT_EQ(toUtf8(nearestName(test.wrong, names)), test.nearest) << toUtf8(test.wrong);
+    }
+    EXPECT_EQ(suggestion(u"Order", names),
+              "did you mean \"Orders\"? There are: Customers, Orders, id, 客户名称, OrderLines");
+    EXPECT_EQ(suggestion(u"x", names).substr(0, 22), "there are: Customers, ");
+    EXPECT_EQ(suggestion(u"x", {}), "there are none");
+
+    // Hostile: as many and as long names as data can have.
+    const std::u16string longName(1'000'000, u'n');
+    const std::vector<std::u16string_view> many(16'384, longName);
+    EXPECT_EQ(suggestion(longName, many).size(),
+              std::string("there are:  and 16372 more").size() + 12 * 53 - 2);
 }
 
 TEST_F(InDirectory, WritesWholeFilesAndLeavesNothingElse) {
