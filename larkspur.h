@@ -9,8 +9,11 @@
 
 #include "common/base64.h"
 #include "common/bin_data_package.h"
+#include "common/color.h"
 #include "common/errors.h"
 #include "common/files.h"
+#include "common/fixed_text.h"
+#include "common/machine.h"
 #include "common/markup.h"
 #include "common/memory.h"
 #include "common/memory_stream.h"

@@ -1,6 +1,5 @@
 #include "common/name_value.h"
 
-#include <ctime>
 #include <vector>
 
 #include "common/string_ops.h"
@@ -65,21 +64,6 @@ bool IsGoodNameText(const lkchar* text) {
 
 void EnsureNameText(lkstr& name) {
     if (!IsGoodNameText(name.c_str())) name = u'[' + name + u']';
-}
-
-unsigned int RGBColorToGray(unsigned int color) {
-    const double red = color & 0xFF;
-    const double green = color >> 8 & 0xFF;
-    const double blue = color >> 16 & 0xFF;
-    const double weighed = red * 0.39 + green * 0.5 + blue * 0.11 + 0.5;
-    const auto gray = static_cast<unsigned int>(weighed);
-    return gray > 254 ? 0xFFFFFF : gray * 0x010101;
-}
-
-unsigned int MachineTickCount() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<unsigned int>(now.tv_sec) * 1000u + static_cast<unsigned int>(now.tv_nsec / 1000000);
 }
 
 }  // namespace larkspur

@@ -1,4 +1,4 @@
-// Settings as a text of name and value pairs, tables of names and integers, and small helpers.
+// Settings as a text of name and value pairs, and tables of names and integers.
 #ifndef QBSVR_COMMON_NAME_VALUE_H
 #define QBSVR_COMMON_NAME_VALUE_H
 
@@ -45,12 +45,6 @@ bool IsGoodNameText(const lkchar* text);
 
 // Puts a name that isn't good in square brackets.
 void EnsureNameText(lkstr& name);
-
-// The grey of a colour with red in its low byte, then green, then blue; almost white becomes white.
-unsigned int RGBColorToGray(unsigned int color);
-
-// Milliseconds of the monotonic clock, wrapping.
-unsigned int MachineTickCount();
 
 }  // namespace larkspur
 

@@ -7,8 +7,8 @@
 #include <climits>
 #include <string_view>
 
+#include "common/fixed_text.h"
 #include "common/string_ops.h"
-#include "format/number_helpers.h"
 
 namespace larkspur {
 
