@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "qbsvrl6/paint/band_painter.h"
-#include "qbsvrl6/paint/pdf/compressor.h"
+#include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/paint/pdf/pdf.h"
 #include "qbsvrl6/paint/pdf/pdf_canvas.h"
 #include "qbsvrl6/paint/raster/raster.h"

@@ -8,7 +8,7 @@
 #include <memory>
 #include <mutex>
 
-#include "qbsvrl6/paint/pdf/compressor.h"
+#include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/support/log.h"
 
 namespace qbsvrl6 {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "qbsvrl6/paint/pdf/compressor.h"
+#include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 
 namespace qbsvrl6 {

@@ -7,7 +7,7 @@
 
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/rtf/rtf_table.h"
-#include "qbsvrl6/sheet/text/text_stream.h"
+#include "qbsvrl6/sheet/text_stream.h"
 #include "qbsvrl6/sheet/workbook/page_frames.h"
 
 namespace qbsvrl6 {

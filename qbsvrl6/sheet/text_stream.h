@@ -1,6 +1,6 @@
 // Text of a document that grows at its end, with places that are filled in at last.
-#ifndef QBSVR_QBSVRL6_SHEET_TEXT_TEXT_STREAM_H
-#define QBSVR_QBSVRL6_SHEET_TEXT_TEXT_STREAM_H
+#ifndef QBSVR_QBSVRL6_SHEET_TEXT_STREAM_H
+#define QBSVR_QBSVRL6_SHEET_TEXT_STREAM_H
 
 #include <cstddef>
 #include <functional>

@@ -1,6 +1,6 @@
 // Deflate in the zlib form, by one compressor a thread.
-#ifndef QBSVR_QBSVRL6_PAINT_PDF_COMPRESSOR_H
-#define QBSVR_QBSVRL6_PAINT_PDF_COMPRESSOR_H
+#ifndef QBSVR_QBSVRL6_PAINT_COMPRESSOR_H
+#define QBSVR_QBSVRL6_PAINT_COMPRESSOR_H
 
 #include <cstddef>
 #include <string_view>

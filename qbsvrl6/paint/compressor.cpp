@@ -1,4 +1,4 @@
-#include "qbsvrl6/paint/pdf/compressor.h"
+#include "qbsvrl6/paint/compressor.h"
 
 #include <libdeflate.h>
 

@@ -1,4 +1,4 @@
-#include "qbsvrl6/sheet/text/text_stream.h"
+#include "qbsvrl6/sheet/text_stream.h"
 
 #include <utility>
 
