@@ -4,8 +4,8 @@
 
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
-#include "qbsvrl6/sheet/text_stream.h"
 #include "qbsvrl6/sheet/text/text_width.h"
+#include "qbsvrl6/sheet/text_stream.h"
 
 namespace qbsvrl6 {
 
