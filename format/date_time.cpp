@@ -23,8 +23,27 @@ constexpr std::int64_t kSecondsPerDay = 86400;
 constexpr std::int64_t kDaysPerEra = 146097;
 constexpr std::int64_t kDaysToEpoch = 719468;  // from 0000-03-01 to 1970-01-01
 
+// Days from 1970-01-01 to the first of a month; January is 0.
+constexpr std::int64_t DaysToMonth(std::int64_t year, int month) {
+    const bool isBeforeMarch = month < 2;
+    const std::int64_t shifted = isBeforeMarch ? year - 1 : year;
+    const std::int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
+    const std::int64_t yearOfEra = shifted - era * 400;
+    const int monthFromMarch = month + (isBeforeMarch ? 10 : -2);
+    const int dayFromMarch = (153 * monthFromMarch + 2) / 5;
+    return era * kDaysPerEra + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayFromMarch -
+           kDaysToEpoch;
+}
+
+// The first second whose year a tm can hold, and the first one whose year it can't.
+constexpr std::int64_t kTimeBegin = DaysToMonth(std::int64_t{INT_MIN} + 1900, 0) * kSecondsPerDay;
+constexpr std::int64_t kTimeEnd = DaysToMonth(std::int64_t{INT_MAX} + 1901, 0) * kSecondsPerDay;
+
+bool IsInCalendar(std::int64_t time) { return time >= kTimeBegin && time < kTimeEnd; }
+
 // What gmtime_r gives, without the time-zone lock that it takes. False for a year out of range.
 bool DecodeUtc(std::int64_t time, std::tm& tm) {
+    if (!IsInCalendar(time)) return false;
     std::int64_t days = time / kSecondsPerDay;
     auto second = static_cast<int>(time % kSecondsPerDay);
     if (second < 0) {
@@ -39,7 +58,6 @@ bool DecodeUtc(std::int64_t time, std::tm& tm) {
     const int monthFromMarch = (5 * dayFromMarch + 2) / 153;
     const bool isAfterNewYear = monthFromMarch >= 10;
     const std::int64_t year = era * 400 + yearOfEra + (isAfterNewYear ? 1 : 0);
-    if (year - 1900 < INT_MIN || year - 1900 > INT_MAX) return false;
     const bool isLeap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
 
     tm.tm_year = static_cast<int>(year - 1900);
@@ -53,6 +71,27 @@ bool DecodeUtc(std::int64_t time, std::tm& tm) {
     tm.tm_zone = "GMT";
     return true;
 }
+
+// What mktime gives in UTC, fields out of range included; nothing for a year out of range. Seconds are added
+// last, as mktime does: they can't bring back a year that the other fields have left.
+std::optional<std::int64_t> EncodeUtc(const std::tm& tm) {
+    constexpr std::int64_t kDaylightShift = 3600;
+    const int month = (tm.tm_mon % 12 + 12) % 12;
+    const std::int64_t year = std::int64_t{tm.tm_year} + 1900 + (std::int64_t{tm.tm_mon} - month) / 12;
+    const std::int64_t days = DaysToMonth(year, month) + tm.tm_mday - 1;
+    const int second = std::clamp(tm.tm_sec, 0, 59);
+    std::int64_t time =
+        days * kSecondsPerDay + std::int64_t{tm.tm_hour} * 3600 + std::int64_t{tm.tm_min} * 60 + second;
+    if (!IsInCalendar(time)) return std::nullopt;
+    if (tm.tm_isdst > 0) time -= kDaylightShift;
+    if (!IsInCalendar(time)) return std::nullopt;
+    time += std::int64_t{tm.tm_sec} - second;
+    if (!IsInCalendar(time)) return std::nullopt;
+    return time;
+}
+
+// CurrentTime counts on the C library's timezone, which is local once something has read the zone.
+void ReadZoneOnce() { [[maybe_unused]] static const bool isRead = (tzset(), true); }
 
 int ClampToInt(std::int64_t value) {
     return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
@@ -209,8 +248,6 @@ int ClkDateTime::GetDayOfYear() const {
     return m_Decoded.tm_yday + 1;
 }
 
-// tm_isdst stays 0, so that mktime takes the reading as standard time all the year round, which is what the
-// timezone taken off again stands for.
 bool ClkDateTime::SetDateTime(int year, int month, int day, int hour, int minute, int second) {
     std::tm tm = {};
     tm.tm_year = ClampToInt(std::int64_t{year} - 1900);
@@ -219,7 +256,8 @@ bool ClkDateTime::SetDateTime(int year, int month, int day, int hour, int minute
     tm.tm_hour = hour;
     tm.tm_min = minute;
     tm.tm_sec = second;
-    SetValue(_mkgmtime(&tm));
+    ReadZoneOnce();
+    SetValue(EncodeUtc(tm).value_or(-1));
     return m_Time != -1;
 }
 
@@ -268,8 +306,13 @@ std::int64_t ClkDateTime::FloatToDateTime(double days) {
 double ClkDateTime::DateTimeToFloat(std::int64_t time) { return static_cast<double>(time) / 86400.0; }
 
 std::int64_t _mkgmtime(std::tm* tm) {
-    const std::int64_t time = std::mktime(tm);  // first, since it sets timezone
-    return time - ::timezone;
+    ReadZoneOnce();
+    const std::optional<std::int64_t> time = EncodeUtc(*tm);
+    if (!time) return -1;
+    *tm = {};
+    DecodeUtc(*time, *tm);
+    tm->tm_zone = "UTC";
+    return *time;
 }
 
 }  // namespace larkspur

@@ -39,7 +39,8 @@ public:
     int GetDayOfWeek() const;  // 1 for Sunday to 7 for Saturday
     int GetDayOfYear() const;  // 1 for January 1
 
-    // Values out of range roll over, as mktime has it. False when the value has become -1.
+    // Values out of range roll over, as mktime has it in UTC. False when the value has become -1, which is
+    // the last second of 1969 and what stands for a year that no int can hold.
     bool SetDateTime(int year, int month, int day, int hour, int minute, int second);
     bool SetDate(int year, int month, int day);
     bool SetTime(int hour, int minute, int second);  // on 1899-12-30
@@ -52,7 +53,8 @@ public:
     double AsFloat() const { return DateTimeToFloat(m_Time); }
     void IncDays(int days);
 
-    // The local wall clock by the C library's timezone, which is UTC until something calls tzset or mktime.
+    // The local standard time by the C library's timezone, which is UTC until something reads the zone:
+    // tzset, mktime, or setting a date here.
     static std::int64_t CurrentTime();
     static std::int64_t IntToDateTime(int days);
     static std::int64_t FloatToDateTime(double days);  // cut towards zero, held to 64 bits; NaN gives 0
@@ -65,8 +67,8 @@ private:
     mutable std::tm m_Decoded;  // meaningful once m_IsDecoded
 };
 
-// mktime less the C library's timezone: broken-down time read as UTC. Reads shifted by an hour or more where
-// a zone's standard offset was once another. Normalises its argument.
+// Broken-down time read as UTC, in the Gregorian calendar of all years: what mktime gives in UTC, in any
+// zone. Normalises its argument; gives -1 and leaves the argument alone for a year that no int can hold.
 std::int64_t _mkgmtime(std::tm* tm);
 
 }  // namespace larkspur
