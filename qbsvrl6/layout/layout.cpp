@@ -2,11 +2,11 @@
 
 #include <utility>
 
-#include "format/date_time.h"
 #include "qbsvrl6/layout/flow.h"
 #include "qbsvrl6/layout/layout_context.h"
 #include "qbsvrl6/layout/pager.h"
 #include "qbsvrl6/layout/report_walk.h"
+#include "qbsvrl6/support/clock.h"
 
 namespace qbsvrl6 {
 
@@ -40,7 +40,7 @@ void layOutContinuous(LayoutContext& context, const ReportInstance& instance, Pa
 void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
             PageSink& sink) {
     LayoutContext context(options);
-    context.now = larkspur::ClkDateTime::CurrentTime();
+    context.now = localTime();
     const std::unique_ptr<ReportPlan> plan = planReport(report, {data, options, context.styles});
     ReportInstance instance{
         *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false};

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -12,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "qbsvrl6/support/clock.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/log.h"
@@ -42,6 +44,21 @@ protected:
 
     std::string directory_;
 };
+
+// Nothing but the call itself reads the zone, which may change while the process runs.
+TEST(Clock, ShowsLocalTimeWithSummerTime) {
+    const std::pair<const char*, int> zones[] = {
+        {"UTC", 0},
+        {"Asia/Shanghai", 8 * 3600},
+        {"<+0545>-5:45", 5 * 3600 + 45 * 60},
+        {"STD4SUM,0/0,J365/25", -3 * 3600},  // summer time all year round
+    };
+    for (const auto& [zone, offset] : zones) {
+        ::setenv("TZ", zone, 1);
+        EXPECT_NEAR(static_cast<double>(localTime() - std::time(nullptr)), offset, 2) << zone;
+    }
+    ::unsetenv("TZ");
+}
 
 TEST(Utf, ConvertsAndReplacesEachBadPartOnce) {
     struct Case {
