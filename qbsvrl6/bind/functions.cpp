@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <string>
 
 #include "format/date_time.h"
+#include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/value_format.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -15,7 +17,6 @@ namespace {
 
 using Arguments = std::span<const Value>;
 
-constexpr std::int64_t kSecondsADay = 86'400;
 constexpr double kLargestCount = 1e9;
 
 // --- Texts. Positions and lengths count characters; a surrogate pair is one. ---
@@ -205,27 +206,17 @@ Value number(Arguments arguments, FunctionContext&) {
 
 // --- Dates. What isn't a date gives null. ---
 
-larkspur::ClkDateTime dateTime(std::int64_t seconds) {
-    larkspur::ClkDateTime date;
-    date.m_Time = seconds;
-    return date;
-}
+Value dateOrNull(std::optional<std::int64_t> seconds) { return seconds ? makeDate(*seconds) : Value(); }
 
 template <int (larkspur::ClkDateTime::*Part)() const>
 Value part(Arguments arguments, FunctionContext&) {
-    std::int64_t seconds = 0;
-    if (!toDate(arguments[0], seconds)) return {};
+    larkspur::ClkDateTime date;
+    if (!toDate(arguments[0], date.m_Time)) return {};
     try {
-        return makeNumber((dateTime(seconds).*Part)());
+        return makeNumber((date.*Part)());
     } catch (const std::exception&) {
         return {};  // a year that the calendar doesn't reach
     }
-}
-
-Value dateOf(std::int64_t year, std::int64_t month, std::int64_t day, std::int64_t secondOfDay) {
-    const std::int64_t months = year * 12 + month - 1;
-    const std::int64_t wholeYears = months >= 0 ? months / 12 : (months - 11) / 12;
-    return makeDate(daysOf(wholeYears, months - wholeYears * 12 + 1, day) * kSecondsADay + secondOfDay);
 }
 
 // A number that calendar arithmetic can bear.
@@ -247,7 +238,7 @@ Value date(Arguments arguments, FunctionContext&) {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (!toCalendarNumber(arguments[i], parts[i])) return {};
     }
-    return dateOf(parts[0], parts[1], parts[2], 0);
+    return dateOrNull(midnightOf(parts[0], parts[1], parts[2]));
 }
 
 Value addDays(Arguments arguments, FunctionContext&) {
@@ -257,28 +248,14 @@ Value addDays(Arguments arguments, FunctionContext&) {
     return makeDate(seconds + days * kSecondsADay);
 }
 
-// The 31st of a shorter month becomes its last day.
 Value addMonths(Arguments arguments, FunctionContext&) {
     std::int64_t seconds = 0;
     std::int64_t months = 0;
     if (!toDate(arguments[0], seconds) || !toCalendarNumber(arguments[1], months)) return {};
-    try {
-        const larkspur::ClkDateTime from = dateTime(seconds);
-        const std::int64_t month = from.GetMonth() + months;
-        const std::int64_t first = dateOf(from.GetYear(), month, 1, 0).date;
-        const std::int64_t next = dateOf(from.GetYear(), month + 1, 1, 0).date;
-        const std::int64_t day = std::min<std::int64_t>(from.GetDay(), (next - first) / kSecondsADay);
-        return makeDate(first + (day - 1) * kSecondsADay +
-                        ((seconds % kSecondsADay) + kSecondsADay) % kSecondsADay);
-    } catch (const std::exception&) {
-        return {};
-    }
+    return dateOrNull(monthsLater(seconds, months));
 }
 
-Value today(Arguments, FunctionContext& context) {
-    const std::int64_t now = context.now;
-    return makeDate(now - ((now % kSecondsADay) + kSecondsADay) % kSecondsADay);
-}
+Value today(Arguments, FunctionContext& context) { return makeDate(startOfDay(context.now)); }
 
 Value now(Arguments, FunctionContext& context) { return makeDate(context.now); }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/functions.h"
 #include "qbsvrl6/support/error.h"
 
@@ -11,7 +12,6 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr double kSecondsADay = 86'400;
 constexpr double kLargestDays = 1e7;
 
 // Dates take days: "Due + 14", "Due - Ordered". Everything else calculates with numbers; null, and a result

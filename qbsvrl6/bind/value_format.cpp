@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "format/date_time.h"
+#include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/spreadsheet_format.h"
 
 namespace qbsvrl6 {
@@ -12,7 +13,6 @@ namespace {
 
 constexpr std::u16string_view kColorMark = u"[_color#=rgb(";
 constexpr int kBigDigitKind = 1;
-constexpr std::int64_t kSecondsADay = 86'400;
 constexpr std::size_t kDoubleDigits = 15;  // that survive the way through a double
 
 bool hasAnyOf(std::u16string_view text, std::u16string_view units) {
@@ -197,8 +197,7 @@ CellValue ValueFormat::cell(const Value& value) {
         case ValueType::Date:
             cell.date = typed.date;
             if (text_.empty()) {
-                cell.spreadsheetFormat =
-                    typed.date % kSecondsADay == 0 ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
+                cell.spreadsheetFormat = isWholeDay(typed.date) ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
                 break;
             }
             if (!dateSpreadsheetFormat_) dateSpreadsheetFormat_ = spreadsheetDateFormat(text_);

@@ -6,8 +6,8 @@
 
 #include "format/boolean_format.h"
 #include "format/date_time.h"
-#include "format/date_time_format.h"
 #include "format/numeric_format.h"
+#include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -17,8 +17,6 @@ namespace {
 
 constexpr std::size_t kBlockUnits = 4096;
 constexpr std::size_t kLongestNumber = 400;
-constexpr std::size_t kLongestDate = 64;
-constexpr std::int64_t kSecondsADay = 86'400;
 
 template <typename T>
 int sign(const T& left, const T& right) {
@@ -27,47 +25,6 @@ int sign(const T& left, const T& right) {
 
 char16_t lowered(char16_t unit) {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-}
-
-// Reads `count` digits; -1 where there are others.
-int digitsAt(std::u16string_view text, std::size_t index, std::size_t count) {
-    int number = 0;
-    for (std::size_t i = index; i < index + count; ++i) {
-        if (text[i] < u'0' || text[i] > u'9') return -1;
-        number = number * 10 + (text[i] - u'0');
-    }
-    return number;
-}
-
-// Of the month in any year: the 29th of February is left to the C library.
-int lastDay(int month) {
-    if (month == 2) return 28;
-    return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
-}
-
-// "2024-03-05", with "T14:07:09" or " 14:07:09" behind it or not: what data holds most, and the C library's
-// calendar takes twenty times as long for. Only what has no second reading.
-bool parseIsoDate(std::u16string_view text, std::int64_t& seconds) {
-    constexpr std::size_t kDateLength = 10;
-    constexpr std::size_t kTimeLength = 9;
-    if (text.size() != kDateLength && text.size() != kDateLength + kTimeLength) return false;
-    if (text[4] != u'-' || text[7] != u'-') return false;
-    const int year = digitsAt(text, 0, 4);
-    const int month = digitsAt(text, 5, 2);
-    const int day = digitsAt(text, 8, 2);
-    if (year < 100 || month < 1 || month > 12 || day < 1 || day > lastDay(month)) return false;
-    std::int64_t time = 0;
-    if (text.size() > kDateLength) {
-        const int hour = digitsAt(text, 11, 2);
-        const int minute = digitsAt(text, 14, 2);
-        const int second = digitsAt(text, 17, 2);
-        const bool marks = (text[10] == u'T' || text[10] == u' ') && text[13] == u':' && text[16] == u':';
-        if (!marks || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59)
-            return false;
-        time = hour * 3'600 + minute * 60 + second;
-    }
-    seconds = daysOf(year, month, day) * kSecondsADay + time;
-    return true;
 }
 
 }  // namespace
@@ -152,28 +109,6 @@ bool parseNumber(std::u16string_view text, double& number) {
     return error == std::errc() && stop == end;
 }
 
-std::int64_t daysOf(std::int64_t year, std::int64_t month, std::int64_t day) {
-    const std::int64_t shifted = month <= 2 ? year - 1 : year;
-    const std::int64_t era = (shifted >= 0 ? shifted : shifted - 399) / 400;
-    const std::int64_t yearOfEra = shifted - era * 400;
-    const std::int64_t dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5;
-    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146'097 + dayOfEra - 719'468 + day - 1;
-}
-
-bool parseDate(std::u16string_view text, std::int64_t& seconds) {
-    text = trimmed(text);
-    if (parseIsoDate(text, seconds)) return true;
-    if (text.empty() || text.size() >= kLongestDate) return false;
-    std::array<char16_t, kLongestDate> ended;
-    std::copy(text.begin(), text.end(), ended.begin());
-    ended[text.size()] = 0;
-    bool ok = false;
-    const larkspur::ClkDateTime date = larkspur::ParseDateTime(ended.data(), ok);
-    if (ok) seconds = date.m_Time;
-    return ok;
-}
-
 bool parseBoolean(std::u16string_view text, bool& boolean) {
     text = trimmed(text);
     boolean = equalsIgnoringCase(text, u"true") || text == larkspur::GetLocalTrueText();
@@ -235,11 +170,10 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
         }
         case ValueType::Date: {
             if (!value.text.empty()) return value.text;
-            const bool wholeDay = value.date % kSecondsADay == 0;
             larkspur::ClkDateTime date;
             date.m_Time = value.date;
             try {
-                return arena.copy(date.Format(wholeDay ? u"%Y-%m-%d" : u"%Y-%m-%d %H:%M:%S"));
+                return arena.copy(date.Format(isWholeDay(value.date) ? u"%Y-%m-%d" : u"%Y-%m-%d %H:%M:%S"));
             } catch (const std::exception&) {
                 return {};  // a year that the calendar doesn't reach
             }

@@ -50,11 +50,6 @@ bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right);  /
 
 // A whole text as a number: a sign, digits with at most one point, an exponent; blanks around it.
 bool parseNumber(std::u16string_view text, double& number);
-// A whole text as a date, in the orders that larkspur::ParseDateTime takes.
-bool parseDate(std::u16string_view text, std::int64_t& seconds);
-// Days since 1970-01-01 of a date of the Gregorian calendar. The month counts from 1 to 12; the day may run
-// over.
-std::int64_t daysOf(std::int64_t year, std::int64_t month, std::int64_t day);
 // "true" or "false" in any case, or the local words for them.
 bool parseBoolean(std::u16string_view text, bool& boolean);
 

@@ -1,0 +1,28 @@
+// Dates of expressions: seconds since 1970-01-01 of a wall clock's reading. No time zone is involved.
+#ifndef QBSVR_QBSVRL6_BIND_DATES_H
+#define QBSVR_QBSVRL6_BIND_DATES_H
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+inline constexpr std::int64_t kSecondsADay = 86'400;
+
+// A whole text as a date, in the orders that larkspur::ParseDateTime accepts.
+bool parseDate(std::u16string_view text, std::int64_t& seconds);
+
+inline bool isWholeDay(std::int64_t seconds) { return seconds % kSecondsADay == 0; }
+std::int64_t startOfDay(std::int64_t seconds);
+
+// Midnight of a date; months and days out of range carry over. Nothing for years that std::chrono doesn't
+// reach.
+std::optional<std::int64_t> midnightOf(std::int64_t year, std::int64_t month, std::int64_t day);
+
+// The same day and time of another month; the 31st of a shorter month becomes its last day.
+std::optional<std::int64_t> monthsLater(std::int64_t seconds, std::int64_t months);
+
+}  // namespace qbsvrl6
+
+#endif
