@@ -1,8 +1,11 @@
 // Makes documents, also of the kinds that no batch makes:
 // make_documents SETUP OUT texts: of all samples HTM, RTF, TXT and CSV in the three layouts, and PDF
 // make_documents SETUP OUT workbooks: of all samples XLS and XLSX in the three layouts, and PDF
+// make_documents SETUP OUT formats: of all samples every format but pictures, in the environment's locale
 // make_documents SETUP OUT TEMPLATE DATA: OUT.htm, OUT.rtf, OUT.txt and OUT.csv of one report
+#include <clocale>
 #include <cstring>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,10 +31,14 @@ void addLayouts(std::vector<Task>& tasks) {
                                &make<type, toXlsx, false, true>});
 }
 
-void makeSamples(bool asWorkbooks) {
+void makeSamples(std::string_view what) {
     ReportsJson.LoadFromFile(EngineText(dataPath + L"ReportListJson.txt").c_str());
     std::vector<Task> tasks{static_cast<Task>(&TaskExportPDF)};
-    if (asWorkbooks) {
+    if (what == "formats") {
+        std::setlocale(LC_ALL, "");
+        tasks.insert(tasks.end(), {&TaskExportXLS, &TaskExportXLSX, &TaskExportHTM, &TaskExportRTF,
+                                   &TaskExportTXT, &TaskExportCSV});
+    } else if (what == "workbooks") {
         addLayouts<QBExportType_XLS>(tasks);
         addLayouts<QBExportType_XLS, true>(tasks);
     } else {
@@ -69,5 +76,5 @@ int main(int argc, char** argv) {
     ConfigPath(argv[1], argv[2]);
     QBInitConfig(EngineText(setupRoot).c_str());
     if (argc == 5) return makeTexts(text(argv[2]), text(argv[3]), text(argv[4])) ? 0 : 1;
-    makeSamples(std::strcmp(argv[3], "workbooks") == 0);
+    makeSamples(argv[3]);
 }
