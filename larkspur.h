@@ -23,6 +23,7 @@
 #include "common/text.h"
 #include "common/unicode.h"
 #include "common/uri.h"
+#include "common/whole_file.h"
 #include "format/boolean_format.h"
 #include "format/date_time.h"
 #include "format/date_time_format.h"

@@ -11,6 +11,7 @@
 #include "common/paths.h"
 #include "common/string_ops.h"
 #include "common/unicode.h"
+#include "common/whole_file.h"
 
 namespace larkspur {
 
@@ -23,10 +24,14 @@ bool IsEmpty(const lkchar* text) { return text == nullptr || *text == 0; }
 
 int LengthOf(const lkstr& text) { return static_cast<int>(std::min<std::size_t>(text.size(), INT_MAX)); }
 
-void WriteWhole(const lkchar* path, const void* data, int n, ClkFile::OpenMode mode) {
+void MakeDirectoryFor(const lkchar* path) {
     const lkstr dir = ExtractFilePath(path);
     if (!dir.empty() && !CreateLocalDirOnNeed(dir.c_str()))
         throw ClkException(LKExceptionFileOpenWrite, path);
+}
+
+void WriteStream(const lkchar* path, const void* data, int n, ClkFile::OpenMode mode) {
+    MakeDirectoryFor(path);
     ClkFile file;
     file.Open(path, mode);
     if (!file.IsOpen()) throw ClkException(LKExceptionFileOpenWrite, path);
@@ -87,12 +92,24 @@ int ClkFile::Length() { return static_cast<int>(WholeLength()); }
 
 void SaveBinDataToLocalFile(const lkchar* path, const void* data, int n) {
     if (IsEmpty(path)) throw ClkException(LKExceptionFileNameNull);
-    WriteWhole(path, data, n, ClkFile::OpenWriteBinary);
+    WriteStream(path, data, n, ClkFile::OpenWriteBinary);
 }
 
 void AppendBinDataToLocalFile(const lkchar* path, const void* data, int n) {
     if (path == nullptr) throw ClkException(LKExceptionFileNameNull);
-    WriteWhole(path, data, n, ClkFile::OpenAppendBinary);
+    WriteStream(path, data, n, ClkFile::OpenAppendBinary);
+}
+
+void SaveWholeBinDataToLocalFile(const lkchar* path, const void* data, int n) {
+    if (IsEmpty(path)) throw ClkException(LKExceptionFileNameNull);
+    MakeDirectoryFor(path);
+    if (data == nullptr && n > 0) throw ClkException(LKExceptionFileWrite, path);
+    const WholeFileResult result =
+        WriteWholeFile(UnicodeTextToPrintf(path), data, static_cast<std::size_t>(std::max(n, 0)));
+    if (result.step != WholeFileStep::Done) {
+        const bool opening = result.step == WholeFileStep::Open;
+        throw ClkException(opening ? LKExceptionFileOpenWrite : LKExceptionFileWrite, path);
+    }
 }
 
 void LoadBinDataFromLocalFile(const lkchar* path, ClkMemory& out) {

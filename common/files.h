@@ -49,6 +49,10 @@ private:
 void SaveBinDataToLocalFile(const lkchar* path, const void* data, int n);
 void AppendBinDataToLocalFile(const lkchar* path, const void* data, int n);
 
+// SaveBinDataToLocalFile, but the file is never seen in part and a failure leaves what was there
+// (WriteWholeFile).
+void SaveWholeBinDataToLocalFile(const lkchar* path, const void* data, int n);
+
 // Raises type 3 for a null or empty path, 4 when it can't be opened, 5 when it can't be read whole, 8 when
 // there is no memory for it. Files of 2 GiB and more can't be loaded.
 void LoadBinDataFromLocalFile(const lkchar* path, ClkMemory& out);

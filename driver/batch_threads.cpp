@@ -6,6 +6,7 @@
 
 #include "driver/engine_text.h"
 #include "driver/export_tasks.h"
+#include "driver/finish_files.h"
 #include "driver/list_walk.h"
 #include "driver/messages.h"
 #include "driver/sample_tree.h"
@@ -72,7 +73,12 @@ void TestBatch_ReportLoadSave() {
 
 void TaskLoadSaveReport(tagQBReport* report, const wstr& /*templateFile*/, const wstr& reportName) {
     const lkstr outputFile = EngineText(exportBatchDir + L"qbf/" + reportName + L".qbf");
-    PrintTemplateSaved(outputFile, QBReportSaveToFile(report, outputFile.c_str()) != 0);
+    bool saved = false;
+    {
+        const FileInTheMaking file;
+        saved = QBReportSaveToFile(report, outputFile.c_str()) != 0;
+    }
+    PrintTemplateSaved(outputFile, saved);
 }
 
 void PDFThread() { RunKind(TaskExportPDF, "PDF"); }

@@ -5,6 +5,7 @@
 #include "common/files.h"
 #include "driver/batch.h"
 #include "driver/engine_text.h"
+#include "driver/finish_files.h"
 #include "driver/sample_tree.h"
 
 using namespace larkspur;
@@ -333,7 +334,12 @@ bool SaveBinaryObject(tagQBBinaryObject* object, const lkstr& outputFile) {
     if (!object) return false;
     const int size = QBBinaryObjectGetDataSize(object);
     const void* bytes = QBBinaryObjectGetDataBuf(object);
-    SaveBinDataToLocalFile(outputFile.c_str(), bytes, size);
+    try {
+        const FileInTheMaking file;
+        SaveWholeBinDataToLocalFile(outputFile.c_str(), bytes, size);
+    } catch (...) {
+        throw;  // with the file out of the making
+    }
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "driver/actions.h"
 #include "driver/engine_text.h"
+#include "driver/finish_files.h"
 #include "driver/sample_tree.h"
 
 namespace {
@@ -35,6 +36,7 @@ void RunOnSampleTree(const str& action, const str& setupPath, const str& outputP
 int main(int argc, char** argv) {
     // A run that ends by an exception loses no line.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    FinishFilesBeforeTheEnd();
 
     const str action = argc > 1 ? argv[1] : "-m";
     const str setupPath = PathWord(argc, argv, 2);

@@ -12,9 +12,8 @@ namespace qbsvrl6 {
 // names the path: FileNotFound, FileUnreadable (a directory too), LimitExceeded beyond `maxBytes`.
 std::string readFile(const std::string& path, std::size_t maxBytes);
 
-// Writes the whole file or leaves what was there: through a temporary file beside it, which takes its place
-// at the end. Makes missing directories. What isn't a regular file (a device, a pipe) is written directly.
-// Raises EngineError (FileUnwritable) that names the path and the system's cause.
+// Writes the whole file or leaves what was there, as larkspur::WriteWholeFile does. Makes missing
+// directories. Raises EngineError (FileUnwritable) that names the path and the system's cause.
 void writeFile(const std::string& path, std::string_view bytes);
 
 // The directory part of a path, closed by "/"; empty if the path has none.

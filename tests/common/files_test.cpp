@@ -1,10 +1,14 @@
 // Paths and files.
 #include "common/files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -184,6 +188,107 @@ TEST_F(Files, FailuresNameThePath) {
     ASSERT_EQ(truncate(UnicodeTextToPrintf(Path(u"file")).c_str(), (1LL << 32) + 5), 0);
     EXPECT_EQ(GetFileSize(Path(u"file").c_str()), 5);
     EXPECT_EQ(Raised([&] { load(Path(u"file")); }).substr(0, 24), "Occured read file failed");
+}
+
+// How many files of any name lie in a directory.
+std::ptrdiff_t Entries(const lkstr& directory) {
+    return std::distance(std::filesystem::directory_iterator(UnicodeTextToPrintf(directory)), {});
+}
+
+TEST_F(Files, WholeFilesKeepLinksRightsAndWhatTheyFailToReplace) {
+    const auto save = [&](const lkchar* name, const str& bytes) {
+        return Raised([&] {
+            SaveWholeBinDataToLocalFile(Path(name).c_str(), bytes.data(), static_cast<int>(bytes.size()));
+        });
+    };
+    const auto real = [&](const lkchar* name) { return UnicodeTextToPrintf(Path(name)); };
+    const auto mode = [&](const lkchar* name) {
+        struct stat status {};
+        stat(real(name).c_str(), &status);
+        return status.st_mode & 07777;
+    };
+    const mode_t mask = umask(027);
+    EXPECT_EQ(save(u"new/f", "first"), "nothing");
+    umask(mask);
+    EXPECT_EQ(mode(u"new/f"), 0640U);
+    chmod(real(u"new/f").c_str(), 0604);
+    const lkstr longName = u"new/" + lkstr(255, u'n');
+    for (const lkchar* name : {u"new/f", u"new/link", u"new/chain", u"new/dangling", longName.c_str()}) {
+        const str label = UnicodeTextToPrintf(name);
+        if (label == "new/link") std::filesystem::create_symlink("f", real(name));
+        if (label == "new/chain") std::filesystem::create_symlink(real(u"new/link"), real(name));
+        if (label == "new/dangling") std::filesystem::create_symlink("made", real(name));
+        const bool isLink = std::filesystem::is_symlink(real(name));
+        EXPECT_EQ(save(name, "bytes of " + label), "nothing") << label;
+        EXPECT_EQ(Load(name), "bytes of " + label);
+        EXPECT_EQ(std::filesystem::is_symlink(real(name)), isLink) << label;
+    }
+    EXPECT_EQ(Load(u"new/f"), "bytes of new/chain");
+    EXPECT_EQ(mode(u"new/f"), 0604U);
+    EXPECT_TRUE(std::filesystem::exists(real(u"new/made")));
+
+    // Straight into what is no regular file; a pipe with no reader fails at once.
+    ASSERT_EQ(mkfifo(real(u"new/pipe").c_str(), 0600), 0);
+    EXPECT_EQ(save(u"new/pipe", "x").substr(0, 34), "Occured open file failed for write");
+    const int reader = open(real(u"new/pipe").c_str(), O_RDONLY | O_NONBLOCK);
+    EXPECT_EQ(save(u"new/pipe", "x"), "nothing");
+    char byte = 0;
+    EXPECT_EQ(read(reader, &byte, 1), 1);
+    close(reader);
+    std::filesystem::create_symlink("/dev/full", real(u"new/full"));
+    EXPECT_EQ(save(u"new/full", "x").substr(0, 25), "Occured write file failed");
+
+    std::filesystem::create_symlink("loop", real(u"new/loop"));
+    for (const lkchar* name : {u"new/loop", u"new/f/x", u"new", u"new/"}) {
+        EXPECT_EQ(save(name, "x").substr(0, 34), "Occured open file failed for write")
+            << UnicodeTextToPrintf(name);
+    }
+    EXPECT_EQ(save(u"", "x").substr(0, 7), "Occured");
+    EXPECT_EQ(Raised([&] { SaveWholeBinDataToLocalFile(u"", "x", 1); }), "Occured file name null");
+
+    // A disk that fills up in the middle.
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{1'000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    for (const lkchar* name : {u"new/f", u"new/none"}) {
+        EXPECT_EQ(save(name, str(5'000, 'x')).substr(0, 25), "Occured write file failed");
+    }
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(Load(u"new/f"), "bytes of new/chain");
+    EXPECT_EQ(Entries(Path(u"new/")), 9) << "no leftovers";
+}
+
+// Rights that root isn't held by.
+TEST_F(Files, WholeFilesAreWrittenInPlaceWhereTheDirectoryIsClosed) {
+    Save(u"closed/f", "old");
+    Save(u"open/f", "old");
+    const auto real = [&](const lkchar* name) { return UnicodeTextToPrintf(Path(name)); };
+    chmod(real(u"").c_str(), 0755);
+    chmod(real(u"closed").c_str(), 0555);
+    chmod(real(u"closed/f").c_str(), 0666);
+    chmod(real(u"open").c_str(), 0777);
+    chmod(real(u"open/f").c_str(), 0444);
+    const pid_t child = fork();
+    if (child == 0) {
+        constexpr uid_t kNobody = 65534;
+        if (getuid() == 0 && setuid(kNobody) != 0) _exit(1);
+        const auto save = [&](const lkchar* name) {
+            return Raised([&] { SaveWholeBinDataToLocalFile(Path(name).c_str(), "n", 1); }).substr(0, 20);
+        };
+        if (save(u"closed/f") != "nothing") _exit(2);
+        if (save(u"closed/g") != "Occured open file fa") _exit(3);
+        if (save(u"open/f") != "Occured open file fa") _exit(4);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0) << WEXITSTATUS(status);
+    EXPECT_EQ(Load(u"closed/f"), "n");
+    EXPECT_EQ(Load(u"open/f"), "old") << "may not be written, though its directory may";
+    chmod(real(u"closed").c_str(), 0755);
 }
 
 TEST_F(Files, ClosedStreamsAnswerNothing) {

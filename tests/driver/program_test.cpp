@@ -1,6 +1,10 @@
 // The program as a shell runs it: argument words, lines, abnormal ends, and what it exports.
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
+#include <csignal>
+#include <map>
 #include <set>
 
 #include "driver/generate.h"
@@ -26,7 +30,17 @@ protected:
     void SetList(const std::string& json) { WriteFile(setup / "Samples/Data/ReportListJson.txt", json); }
 
     // The words are a shell's. SETUP and OUT stand for the two directories, in the results too.
-    Finished RunProgram(std::string words, const std::string& fail = "") {
+    Finished RunProgram(const std::string& words, const std::string& fail = "") {
+        Finished run;
+        waitpid(Start(words, fail), &run.status, 0);
+        run.output = Portable(ReadFile(scratch.path / "stdout"));
+        run.errors = Portable(ReadFile(scratch.path / "stderr"));
+        run.record = Portable(ReadFile(scratch.path / "record"));
+        return run;
+    }
+
+    // The number of the process that runs the program.
+    pid_t Start(std::string words, const std::string& fail = "") {
         Replace(words, "SETUP", setup.string());
         Replace(words, "OUT", out.string());
         const auto at = [this](const char* file) { return (scratch.path / file).string(); };
@@ -36,12 +50,12 @@ protected:
             "exec env -i LD_LIBRARY_PATH=" RECORDING_ENGINE_DIR " QBSVR_RECORDING_LOG=" + at("record") +
             " QBSVR_RECORDING_FAIL='" + fail + "' " QBSVRTEST_PROGRAM " " + words + " >" + at("stdout") +
             " 2>" + at("stderr");
-        Finished run;
-        run.status = std::system(command.c_str());
-        run.output = Portable(ReadFile(at("stdout")));
-        run.errors = Portable(ReadFile(at("stderr")));
-        run.record = Portable(ReadFile(at("record")));
-        return run;
+        const pid_t process = fork();
+        if (process == 0) {
+            execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+            _exit(127);
+        }
+        return process;
     }
 
     std::string Portable(std::string text) const {
@@ -224,6 +238,48 @@ TEST_F(Program, AbnormalEndsSayWhyAndLoseNoLine) {
     const Finished run = RunProgram("-m SETUP OUT/file");
     EXPECT_TRUE(WIFSIGNALED(run.status)) << run.status;
     EXPECT_EQ(run.output.find("Module"), std::string::npos) << run.output;
+}
+
+std::map<std::string, std::string> ContentsBelow(const std::filesystem::path& directory) {
+    std::map<std::string, std::string> contents;
+    for (const std::string& file : FilesBelow(directory)) contents[file] = ReadFile(directory / file);
+    return contents;
+}
+
+// At moments all over a batch, into an empty tree and over the files of a run before.
+TEST_F(Program, AKillLeavesNoPartOfAFile) {
+    std::string items;
+    for (int i = 0; i < 20; ++i) items += "{\"Name\":\"n" + std::to_string(i) + "\"},";
+    SetList("[{\"Items\":[" + items + "]}]");
+    RunProgram("-m SETUP OUT");
+    const auto whole = ContentsBelow(out);
+    EXPECT_EQ(whole.size(), 480U);
+    for (int moment = 0; moment < 6; ++moment) {
+        SCOPED_TRACE(moment);
+        const bool again = moment % 2 != 0;
+        if (!again) std::filesystem::remove_all(out);
+        for (const auto& [file, bytes] : whole) {
+            if (again) WriteFile(out / file, "before");
+        }
+        const std::filesystem::path awaited = out / ("auto/csv/n" + std::to_string(moment * 3) + ".csv");
+        const pid_t process = Start("-m SETUP OUT");
+        int status = 0;
+        pid_t ended = 0;
+        do {
+            ended = waitpid(process, &status, WNOHANG);
+        } while (ended == 0 && (again ? ReadFile(awaited) == "before" : !std::filesystem::exists(awaited)));
+        if (ended == 0) {
+            const int signal = std::array{SIGTERM, SIGINT, SIGHUP}[static_cast<std::size_t>(moment) % 3];
+            kill(process, signal);
+            waitpid(process, &status, 0);
+            EXPECT_TRUE(status == 0 || (WIFSIGNALED(status) && WTERMSIG(status) == signal)) << status;
+        }
+        for (const auto& [file, bytes] : ContentsBelow(out)) {
+            const auto expected = whole.find(file);
+            ASSERT_NE(expected, whole.end()) << file;
+            EXPECT_TRUE(bytes == expected->second || (again && bytes == "before")) << file << ": " << bytes;
+        }
+    }
 }
 
 // A list whose root is no array is an empty list.

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -131,12 +129,6 @@ TEST_F(InDirectory, WritesWholeFilesAndLeavesNothingElse) {
     EXPECT_EQ(contents(path), "second");
     EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
     EXPECT_EQ(std::distance(fs::directory_iterator(directory_ + "a/b"), {}), 1);
-
-    const std::string link = directory_ + "link";
-    fs::create_symlink(path, link);
-    writeFile(link, "third");
-    EXPECT_TRUE(fs::is_symlink(link));
-    EXPECT_EQ(readFile(path, 100), "third");
 }
 
 TEST_F(InDirectory, TellsWhyAFileCantBeReadOrWritten) {
@@ -155,22 +147,14 @@ TEST_F(InDirectory, TellsWhyAFileCantBeReadOrWritten) {
     EXPECT_EQ(codeOf([&] { readFile(directory_ + "none", 5); }), ErrorCode::FileNotFound);
     EXPECT_EQ(codeOf([&] { readFile(directory_, 5); }), ErrorCode::FileUnreadable);
     EXPECT_EQ(codeOf([&] { writeFile(directory_ + "file/below", "x"); }), ErrorCode::FileUnwritable);
+    ASSERT_EQ(::mkfifo((directory_ + "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(codeOf([&] { writeFile(directory_ + "pipe", "x"); }), ErrorCode::FileUnwritable) << "no reader";
     EXPECT_EQ(codeOf([&] { writeFile("/dev/full", "x"); }), ErrorCode::FileUnwritable);
     EXPECT_EQ(codeOf([&] { writeFile("", "x"); }), ErrorCode::FileUnwritable);
     EXPECT_EQ(codeOf([&] { writeFile(directory_, "x"); }), ErrorCode::FileUnwritable);
 
-    // A disk that fills up in the middle: the file stays as it was.
-    rlimit before{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{1'000, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_EQ(codeOf([&] { writeFile(directory_ + "file", std::string(5'000, 'x')); }),
-              ErrorCode::FileUnwritable);
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
     EXPECT_EQ(contents(directory_ + "file"), "12345");
-    EXPECT_EQ(fileCount(), 1u);
+    EXPECT_EQ(fileCount(), 2u);
 }
 
 TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
