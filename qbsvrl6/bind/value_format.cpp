@@ -11,24 +11,10 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr std::u16string_view kColorMark = u"[_color#=rgb(";
-constexpr int kBigDigitKind = 1;
 constexpr std::size_t kDoubleDigits = 15;  // that survive the way through a double
 
 bool hasAnyOf(std::u16string_view text, std::u16string_view units) {
     return text.find_first_of(units) != std::u16string_view::npos;
-}
-
-// The mark's three numbers.
-Color markedColor(std::u16string_view numbers) {
-    int parts[3] = {0, 0, 0};
-    int part = 0;
-    for (const char16_t unit : numbers) {
-        if (unit == u',' && part < 2) ++part;
-        if (unit >= u'0' && unit <= u'9') parts[part] = std::min(parts[part] * 10 + (unit - u'0'), 255);
-    }
-    return {static_cast<std::uint8_t>(parts[0]), static_cast<std::uint8_t>(parts[1]),
-            static_cast<std::uint8_t>(parts[2])};
 }
 
 // A number without a format shows as the data wrote it: where general format would drop zeros behind the
@@ -58,14 +44,8 @@ ValueFormat::ValueFormat(std::u16string text) : text_(std::move(text)) {
     }
 }
 
-const larkspur::ClkNumericFormatParser& ValueFormat::numberFormat() {
-    if (!number_) {
-        number_ = std::make_unique<larkspur::ClkNumericFormatParser>();
-        number_->Parse(text_.c_str());
-        // A colour mark has to go before its digits are spelt out too.
-        bigDigits_ = number_->m_Kind == kBigDigitKind;
-        if (bigDigits_) number_->m_Kind = 0;
-    }
+NumberFormat& ValueFormat::numberFormat() {
+    if (!number_) number_ = std::make_unique<NumberFormat>(text_);
     return *number_;
 }
 
@@ -124,7 +104,7 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
             out += shown.text;
             break;
         case ValueType::Number:
-            appendNumber(shown.number, out, color);
+            numberFormat().append(shown.number, out, color);
             break;
         case ValueType::Boolean:
             out += shown.boolean ? booleanFormat().m_TrueText : booleanFormat().m_FalseText;
@@ -140,23 +120,6 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
             break;
         }
     }
-}
-
-void ValueFormat::appendNumber(double number, std::u16string& out, std::optional<Color>& color) {
-    std::u16string_view shown = numberFormat().Format(number);
-    std::u16string unmarked;
-    std::u16string& target = bigDigits_ ? unmarked : out;
-    for (std::size_t mark = shown.find(kColorMark); mark != std::u16string_view::npos;
-         mark = shown.find(kColorMark)) {
-        target += shown.substr(0, mark);
-        shown.remove_prefix(mark + kColorMark.size());
-        const std::size_t end = shown.find(u")]");
-        if (end == std::u16string_view::npos) break;
-        if (!color) color = markedColor(shown.substr(0, end));
-        shown.remove_prefix(end + 2);
-    }
-    target += shown;
-    if (bigDigits_) out += larkspur::ClkNumericFormatParser::ToBigNumericDigit(unmarked.c_str());
 }
 
 CellValue ValueFormat::cell(const Value& value) {
@@ -187,11 +150,11 @@ CellValue ValueFormat::cell(const Value& value) {
                 break;
             }
             // Words, Chinese numerals and money aren't forms that a spreadsheet's number can take.
-            if (numberFormat().m_Kind != 0 || bigDigits_) {
+            if (numberFormat().isWords()) {
                 cell.type = ValueType::Text;
                 break;
             }
-            if (!numberSpreadsheetFormat_) numberSpreadsheetFormat_ = spreadsheetNumberFormat(numberFormat());
+            if (!numberSpreadsheetFormat_) numberSpreadsheetFormat_ = numberFormat().spreadsheetFormat();
             cell.spreadsheetFormat = *numberSpreadsheetFormat_;
             break;
         case ValueType::Date:

@@ -1,4 +1,4 @@
-// A format text of larkspur's language, parsed once and applied to values by their type.
+// A format text, parsed once and applied to values by their type.
 #ifndef QBSVR_QBSVRL6_BIND_VALUE_FORMAT_H
 #define QBSVR_QBSVRL6_BIND_VALUE_FORMAT_H
 
@@ -8,7 +8,7 @@
 
 #include "format/boolean_format.h"
 #include "format/date_time_format.h"
-#include "format/numeric_format.h"
+#include "qbsvrl6/bind/number_format.h"
 #include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/items/cell_value.h"
@@ -37,16 +37,14 @@ private:
 
     // The value, or what a text value reads as under this format.
     Value converted(const Value& value) const;
-    void appendNumber(double number, std::u16string& out, std::optional<Color>& color);
-    const larkspur::ClkNumericFormatParser& numberFormat();
+    NumberFormat& numberFormat();
     const larkspur::ClkDateTimeFormatParser& dateFormat();
     const larkspur::ClkBooleanFormatParser& booleanFormat();
 
     std::u16string text_;
     Purpose purpose_ = Purpose::Number;
-    bool bigDigits_ = false;  // digits are spelt out as Chinese capital numerals
     // Made on first use: most formats meet one type of value.
-    std::unique_ptr<larkspur::ClkNumericFormatParser> number_;
+    std::unique_ptr<NumberFormat> number_;
     std::unique_ptr<larkspur::ClkDateTimeFormatParser> date_;
     std::unique_ptr<larkspur::ClkBooleanFormatParser> boolean_;
     std::optional<std::u16string> numberSpreadsheetFormat_;

@@ -34,6 +34,7 @@ inline constexpr std::size_t kDocumentBytes = 0x7FFF'FFFF;  // the interface giv
 inline constexpr int kPages = 1'000'000;
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid
+inline constexpr std::size_t kKnownWarnings = 1'000;           // of one export, each said once
 inline constexpr int kFetchSeconds = 30;
 inline constexpr int kFetchRedirects = 5;
 

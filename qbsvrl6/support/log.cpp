@@ -7,8 +7,11 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <utility>
+
+#include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
 
@@ -92,7 +95,7 @@ std::string asOneLine(std::string_view message) {
     return line;
 }
 
-thread_local const LogSubject* innermostSubject = nullptr;
+thread_local LogSubject* innermostSubject = nullptr;
 
 void write(spdlog::level::level_enum level, std::string_view message) {
     try {
@@ -109,6 +112,13 @@ void logError(std::string_view message) { write(spdlog::level::err, message); }
 void logWarning(std::string_view message) { write(spdlog::level::warn, message); }
 void logInfo(std::string_view message) { write(spdlog::level::info, message); }
 
+void logWarningOnce(std::string_view message) {
+    try {
+        if (innermostSubject == nullptr || innermostSubject->isNew(message)) logWarning(message);
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): as above
+    }
+}
+
 LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), outer_(innermostSubject) {
     innermostSubject = this;
 }
@@ -117,6 +127,10 @@ LogSubject::~LogSubject() { innermostSubject = outer_; }
 
 std::string LogSubject::with(std::string_view message) const {
     return subject_.empty() ? std::string(message) : subject_ + ": " + std::string(message);
+}
+
+bool LogSubject::isNew(std::string_view message) {
+    return known_.size() < limits::kKnownWarnings && known_.emplace(message).second;
 }
 
 }  // namespace qbsvrl6

@@ -4,6 +4,7 @@
 #ifndef QBSVR_QBSVRL6_SUPPORT_LOG_H
 #define QBSVR_QBSVRL6_SUPPORT_LOG_H
 
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,8 @@ void setLogSetupPath(const std::string& setupPath);
 void logError(std::string_view message);
 void logWarning(std::string_view message);
 void logInfo(std::string_view message);
+// A warning that the innermost subject (below) has had already says nothing more.
+void logWarningOnce(std::string_view message);
 
 // While it lives, the lines of its thread say first what they are about: "subject: message". The innermost
 // one counts; an empty one says nothing.
@@ -29,9 +32,13 @@ public:
     // The message as such a line has it.
     std::string with(std::string_view message) const;
 
+    // Whether the message is new to this subject.
+    bool isNew(std::string_view message);
+
 private:
     std::string subject_;
-    const LogSubject* outer_;
+    std::set<std::string> known_;
+    LogSubject* outer_;
 };
 
 }  // namespace qbsvrl6

@@ -1,0 +1,160 @@
+#include "qbsvrl6/bind/number_format.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr double kFirstScientific = 1e64;
+constexpr std::size_t kLongestSpreadsheetFormat = 255;
+
+// The sections of a format of words: those of "0$$$$$" and "$$0" are their own.
+std::u16string sectionsOf(const larkspur::ClkNumericFormatParser& words, std::u16string_view text) {
+    constexpr std::u16string_view kDigitMarker = u"$$$$$";
+    constexpr std::u16string_view kMarker = u"$$";
+    std::u16string sections(text);
+    switch (words.m_Kind) {
+        case larkspur::NumericKindBigDigit:
+            return sections.erase(sections.find(kDigitMarker), kDigitMarker.size());
+        case larkspur::NumericKindBigNumeric:
+            return sections.erase(0, kMarker.size());
+        case larkspur::NumericKindBigMoney:
+            return u"#,##0.00";
+        case larkspur::NumericKindIntEnum:
+            return {};
+        default:
+            return sections;
+    }
+}
+
+bool showsZero(std::u16string_view digits) {
+    return digits.find_first_of(u"123456789") == std::u16string_view::npos;
+}
+
+}  // namespace
+
+NumberFormat::NumberFormat(std::u16string text) : text_(std::move(text)) {
+    words_.Parse(text_.c_str());
+    sections_ = cutNumberFormat(sectionsOf(words_, text_));
+}
+
+void NumberFormat::append(double number, std::u16string& out, std::optional<Color>& color) {
+    if (!std::isfinite(number)) return;
+    if (isWords()) {
+        appendWords(number, out, color);
+    } else {
+        appendDigits(number, out, color);
+    }
+}
+
+void NumberFormat::appendDigits(double number, std::u16string& out, std::optional<Color>& color) {
+    const NumberSection* section =
+        number < 0 && sections_.negative ? sections_.negative.get() : &sections_.normal;
+    std::u16string_view digits = digitsOf(*section, std::fabs(number));
+    const bool isZero = section->hasDigits ? showsZero(digits) : number == 0;
+    NumberSection::Sign sign = NumberSection::Plus;
+    if (isZero && sections_.zero) {
+        section = sections_.zero.get();
+        digits = digitsOf(*section, 0);
+    } else if (number < 0) {
+        sign = isZero ? NumberSection::RoundedMinus : NumberSection::Minus;
+    }
+    out += section->around[sign].before.shown;
+    out += digits;
+    out += section->around[sign].after.shown;
+    if (section->color && !color) color = section->color;
+}
+
+std::u16string_view NumberFormat::digitsOf(const NumberSection& section, double magnitude) {
+    if (!section.hasDigits) return {};
+    const double scaled = section.percent ? magnitude * 100 : magnitude;
+    if (!section.exponent && scaled < kFirstScientific) return section.digits.Format(scaled);
+    // 1e308 is a percentage that no double holds.
+    return std::isfinite(scaled) ? scientificDigitsOf(section, scaled, 0)
+                                 : scientificDigitsOf(section, magnitude, 2);
+}
+
+std::u16string_view NumberFormat::scientificDigitsOf(const NumberSection& section, double magnitude,
+                                                     int power) {
+    if (magnitude != 0) {
+        for (; magnitude >= 10; ++power) magnitude /= 10;
+        for (; magnitude < 1; --power) magnitude *= 10;
+    }
+    std::u16string_view mantissa = section.digits.Format(magnitude);
+    if (mantissa.starts_with(u"10")) {  // 9.999 with two decimals
+        mantissa = section.digits.Format(magnitude / 10);
+        ++power;
+    }
+    scratch_ = mantissa;
+    const NumberSection::Exponent exponent = section.exponent.value_or(NumberSection::Exponent{});
+    scratch_ += exponent.letter;
+    if (power < 0) {
+        scratch_ += u'-';
+    } else if (exponent.plus) {
+        scratch_ += u'+';
+    }
+    const std::string places = std::to_string(std::abs(power));
+    if (places.size() < exponent.places) scratch_.append(exponent.places - places.size(), u'0');
+    scratch_.append(places.begin(), places.end());
+    return scratch_;
+}
+
+void NumberFormat::appendWords(double number, std::u16string& out, std::optional<Color>& color) {
+    if (words_.m_Kind == larkspur::NumericKindIntEnum) {
+        const auto& items = words_.m_IntEnum->m_Items;
+        const bool isInt = std::fabs(number) <= std::numeric_limits<int>::max();
+        const auto item = isInt ? items.find(static_cast<int>(number)) : items.end();
+        if (item == items.end()) return appendDigits(number, out, color);
+        out += item->second;
+        return;
+    }
+    std::u16string digits;
+    appendDigits(number, digits, color);
+    const std::u16string words = chineseWords(number, digits);
+    // The language marks a place without a word by a zero unit.
+    if (words.find(u'\0') == std::u16string::npos) {
+        out += words;
+        return;
+    }
+    out += digits;
+    logWarningOnce("the format \"" + toUtf8(text_) +
+                   "\" has no words for a number: its digits are shown; words end below 1,000,000,000,000");
+}
+
+std::u16string NumberFormat::chineseWords(double number, const std::u16string& digits) const {
+    using Parser = larkspur::ClkNumericFormatParser;
+    switch (words_.m_Kind) {
+        case larkspur::NumericKindBigDigit:
+            return std::fabs(number) < kFirstScientific ? Parser::ToBigNumericDigit(digits.c_str())
+                                                        : std::u16string(1, u'\0');
+        case larkspur::NumericKindBigMoney:
+            return Parser::ToBigMoney(number);
+        default:
+            return Parser::ToBigNumeric(number, words_.m_Normal);
+    }
+}
+
+// A spreadsheet puts the minus ahead of everything where there is no section for negative numbers.
+std::u16string NumberFormat::spreadsheetFormat() const {
+    using Section = NumberSection;
+    if (isWords()) return {};
+    const auto& [normal, negative, zero] = sections_;
+    const std::u16string plus = normal.spreadsheetFormat(Section::Plus);
+    const std::u16string minus =
+        negative ? negative->spreadsheetFormat(Section::Minus) : normal.spreadsheetFormat(Section::Minus);
+    if (!zero && minus == u'-' + plus) return plus == u"General" ? std::u16string() : plus;
+    std::u16string format = plus + u';' + minus;
+    if (zero) format += u';' + zero->spreadsheetFormat(Section::Plus);
+    // A longer one would be cut by the spreadsheet, within a literal perhaps.
+    if (format.size() > kLongestSpreadsheetFormat) return normal.digits.m_Normal.GetExportXlsFormatText();
+    return format;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,48 @@
+// A number format, applied to numbers. docs/formats.md describes the language.
+#ifndef QBSVR_QBSVRL6_BIND_NUMBER_FORMAT_H
+#define QBSVR_QBSVRL6_BIND_NUMBER_FORMAT_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "format/numeric_format.h"
+#include "qbsvrl6/bind/number_section.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+// One object belongs to one thread at a time.
+class NumberFormat {
+public:
+    // Every text is a format.
+    explicit NumberFormat(std::u16string text);
+
+    // Appends the number as it is shown, nothing for one that isn't finite. Gives the colour of its section
+    // in `color`, where that is empty.
+    void append(double number, std::u16string& out, std::optional<Color>& color);
+
+    // Whether numbers become words or Chinese numerals, which no number of a spreadsheet can show.
+    bool isWords() const { return words_.m_Kind != larkspur::NumericKindNormal; }
+
+    // The spreadsheet's format that shows the same; empty where that is its general format.
+    std::u16string spreadsheetFormat() const;
+
+private:
+    void appendDigits(double number, std::u16string& out, std::optional<Color>& color);
+    void appendWords(double number, std::u16string& out, std::optional<Color>& color);
+    // Valid until the next call.
+    std::u16string_view digitsOf(const NumberSection& section, double magnitude);
+    std::u16string_view scientificDigitsOf(const NumberSection& section, double magnitude, int power);
+    // With a zero unit where the language has no words for the number.
+    std::u16string chineseWords(double number, const std::u16string& digits) const;
+
+    std::u16string text_;
+    larkspur::ClkNumericFormatParser words_;  // of the kinds that are words
+    NumberSections sections_;                 // for words: what shows the numbers that have none
+    std::u16string scratch_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
