@@ -6,6 +6,7 @@
 #include "qbsvrl6/drawing/move.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -28,14 +29,20 @@ std::shared_ptr<const Drawing> Drawings::barcode(const BarcodeContent& content, 
             drawBarcode({content.type, std::u16string(text), content.showText}, {place.width, place.height}),
             place);
     } catch (const EngineError& error) {
-        tell(error.what());
+        tell(std::string("not drawn: ") + error.what());
         return nullptr;
     }
 }
 
 std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const ChartSettings& settings,
                                                const ChartData& data, const Rect& place) {
-    return placed(drawChart(settings, data, {place.width, place.height}, chartFonts_[&control]), place);
+    std::size_t leftOut = 0;
+    Drawing drawing = drawChart(settings, data, {place.width, place.height}, chartFonts_[&control], &leftOut);
+    if (leftOut > 0) {
+        tell("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(leftOut) +
+             " values have no label for lack of room; make the chart larger or its valueFormat shorter");
+    }
+    return placed(std::move(drawing), place);
 }
 
 void Drawings::addCharts(ReportDefinition& report) {
@@ -47,8 +54,8 @@ void Drawings::addCharts(ReportDefinition& report) {
     forEachSubReport(report, [&](Control&, Report& inner) { addCharts(inner.definition); });
 }
 
-void Drawings::tell(const char* what) {
-    if (++faults_ <= kFaultsTold) logWarning(std::string("not drawn: ") + what);
+void Drawings::tell(const std::string& what) {
+    if (++faults_ <= kFaultsTold) logWarning(what);
     if (faults_ == kFaultsTold) logWarning("further faults of drawings in this export are not told");
 }
 

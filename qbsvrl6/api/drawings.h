@@ -11,8 +11,8 @@
 
 namespace qbsvrl6 {
 
-// Serves one export. What can't be drawn (a text that a barcode can't hold) leaves its box empty and a line
-// in the log; of many such faults only the first ones are told.
+// Serves one export. What can't be drawn (a text that a barcode can't hold, a chart's labels without room) is
+// left out with a line in the log; of many such faults only the first ones are told.
 class Drawings : public DrawingSource {
 public:
     explicit Drawings(ReportDefinition& report);
@@ -24,7 +24,7 @@ public:
 
 private:
     void addCharts(ReportDefinition& report);
-    void tell(const char* what);
+    void tell(const std::string& what);
 
     std::map<const Control*, std::u16string> chartFonts_;  // sub-reports have styles of their own
     int faults_ = 0;

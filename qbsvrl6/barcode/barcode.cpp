@@ -3,8 +3,10 @@
 #include <zint.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "common/errors.h"
 #include "common/string_ops.h"
@@ -19,7 +21,10 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr int kUtf8Designator = 26;  // the extended channel interpretation of UTF-8
-constexpr double kModule = 330;      // micrometres, at the natural size
+constexpr int kEan8 = 3;             // the type
+constexpr std::size_t kEan8Length = 8;
+constexpr double kModule = 330;        // micrometres, at the natural size
+constexpr double kUnitsPerModule = 2;  // of zint's vectors
 constexpr double kNaturalBarHeight = 15'000;
 constexpr double kTextPoints = 8;
 constexpr double kTextHeight = kTextPoints * kMicrometresPerPoint * 1.3;
@@ -86,6 +91,8 @@ SymbolPtr encode(const BarcodeRequest& request, const Symbology& symbology) {
     if (symbology.digitsOnly && !std::all_of(text.begin(), text.end(), isDigit))
         refuse(request, "digits only");
     if (!lengthFits(request.type, text.size())) refuse(request, "wrong number of digits");
+    // zint takes seven digits for EAN-8, and eight for the end of an EAN-13.
+    const bool hasCheckDigit = request.type == kEan8 && text.size() == kEan8Length;
 
     SymbolPtr symbol(ZBarcode_Create());
     if (!symbol) throw std::bad_alloc();
@@ -107,10 +114,12 @@ SymbolPtr encode(const BarcodeRequest& request, const Symbology& symbology) {
     if (symbology.zint == BARCODE_DATAMATRIX) symbol->option_3 = DM_SQUARE;
 
     const int result = ZBarcode_Encode(symbol.get(), reinterpret_cast<const unsigned char*>(text.data()),
-                                       static_cast<int>(text.size()));
+                                       static_cast<int>(text.size() - (hasCheckDigit ? 1 : 0)));
     if (result >= ZINT_ERROR || ZBarcode_Buffer_Vector(symbol.get(), 0) >= ZINT_ERROR) {
         refuse(request, symbol->errtxt);
     }
+    if (hasCheckDigit && text != reinterpret_cast<const char*>(symbol->text))
+        refuse(request, "wrong check digit");
     return symbol;
 }
 
@@ -140,6 +149,79 @@ void appendBars(Drawing& drawing, const zint_vector& vector, double x, double y,
     drawing.elements.emplace_back(bars.fill({0, 0, 0}).take());
 }
 
+using Anchor = Drawing::Label::Anchor;
+
+void appendText(Drawing& drawing, double x, double y, Anchor anchor, double points, std::u16string text) {
+    Drawing::Label label;
+    label.x = x;
+    label.y = y;
+    label.anchor = anchor;
+    label.fontSize = points;
+    label.fontFamily = u"Arial";
+    label.text = std::move(text);
+    drawing.elements.emplace_back(std::move(label));
+}
+
+// How the standard prints the number of a retail symbol: in groups between guard bars that reach down into
+// its line. Places are modules from the first bar.
+struct RetailText {
+    struct Group {
+        std::size_t digits = 0;
+        double x = 0;
+        Anchor anchor = Anchor::Middle;
+    };
+    struct Guard {
+        double from = 0, to = 0;
+    };
+    int type;
+    std::array<Group, 4> groups;
+    std::array<Guard, 3> guards;
+};
+
+constexpr RetailText kRetailTexts[] = {
+    {2, {{{1, -2, Anchor::End}, {6, 24}, {6, 71}}}, {{{0, 3}, {45, 50}, {92, 95}}}},
+    {3, {{{4, 17}, {4, 50}}}, {{{0, 3}, {31, 36}, {64, 67}}}},
+    // The bars of the first and the last digit are as long as the guards.
+    {4,
+     {{{1, -2, Anchor::End}, {5, 27.5}, {5, 67.5}, {1, 97, Anchor::Start}}},
+     {{{0, 10}, {45, 50}, {85, 95}}}},
+};
+
+const RetailText* retailTextOf(int type) {
+    const auto* found = std::find_if(std::begin(kRetailTexts), std::end(kRetailTexts),
+                                     [type](const RetailText& text) { return text.type == type; });
+    return found != std::end(kRetailTexts) ? found : nullptr;
+}
+
+// `module` is the width of the narrowest bar, `left` the first bar's left edge, `bottom` where bars that are
+// no guards end.
+void appendRetailText(Drawing& drawing, const zint_vector& vector, const RetailText& layout,
+                      const std::u16string& digits, double left, double module, double bottom, double base) {
+    constexpr double kGuardModules = 5;
+    constexpr double kDigitModules = 6.5;  // a digit's bars are seven
+    constexpr double kDigitEms = 0.556;
+    const double reach = std::min(kGuardModules * module, kTextHeight / 2);
+    const double scale = module / kUnitsPerModule;
+    const Extent extent = extentOf(vector);
+    PathBuilder guards;
+    for (const auto* bar = vector.rectangles; bar != nullptr; bar = bar->next) {
+        const double middle = (bar->x + bar->width / 2 - extent.left) / kUnitsPerModule;
+        const bool isGuard = std::any_of(
+            layout.guards.begin(), layout.guards.end(),
+            [middle](const RetailText::Guard& guard) { return middle > guard.from && middle < guard.to; });
+        if (isGuard) guards.rectangle(bar->x * scale, bottom, bar->width * scale, reach);
+    }
+    drawing.elements.emplace_back(guards.fill({0, 0, 0}).take());
+    const double points = std::min(kTextPoints, kDigitModules * module / kDigitEms / kMicrometresPerPoint);
+    std::size_t first = 0;
+    for (const RetailText::Group& group : layout.groups) {
+        if (group.digits == 0) break;
+        appendText(drawing, left + group.x * module, base, group.anchor, points,
+                   digits.substr(std::min(first, digits.size()), group.digits));
+        first += group.digits;
+    }
+}
+
 Drawing drawSymbol(const zint_symbol& symbol, const Symbology& symbology, const BarcodeRequest& request,
                    Size box) {
     Drawing drawing;
@@ -157,18 +239,17 @@ Drawing drawSymbol(const zint_symbol& symbol, const Symbology& symbology, const 
     const double scaleX = box.width / static_cast<double>(vector.width);
     const double scaleY = (box.height - (text ? kTextHeight : 0)) / (extent.bottom - extent.top);
     appendBars(drawing, vector, 0, -extent.top * scaleY, scaleX, scaleY);
-    if (text) {
-        Drawing::Label label;
-        label.x = box.width / 2.0;
-        label.y = box.height - 0.25 * kTextHeight;
-        label.anchor = Drawing::Label::Anchor::Middle;
-        label.fontSize = kTextPoints;
-        label.fontFamily = u"Arial";
-        // zint adds the check digit to what it shows; the brackets of identifiers stay as they were written.
-        label.text =
-            symbology.identifiers ? request.text : toUtf16(reinterpret_cast<const char*>(symbol.text));
-        if (label.text.empty()) label.text = request.text;
-        drawing.elements.emplace_back(std::move(label));
+    if (!text) return drawing;
+    // zint adds the check digit to what it shows; the brackets of identifiers stay as they were written.
+    std::u16string shown =
+        symbology.identifiers ? request.text : toUtf16(reinterpret_cast<const char*>(symbol.text));
+    if (shown.empty()) shown = request.text;
+    const double base = box.height - 0.25 * kTextHeight;
+    if (const RetailText* layout = retailTextOf(request.type)) {
+        appendRetailText(drawing, vector, *layout, shown, extent.left * scaleX, kUnitsPerModule * scaleX,
+                         box.height - kTextHeight, base);
+    } else {
+        appendText(drawing, box.width / 2.0, base, Anchor::Middle, kTextPoints, std::move(shown));
     }
     return drawing;
 }
@@ -206,8 +287,9 @@ Drawing drawBarcode(const BarcodeRequest& request, Size box) {
 std::u16string barcodeSvg(const BarcodeRequest& request) {
     const Symbology& symbology = symbologyOf(request.type);
     const SymbolPtr symbol = encode(request, symbology);
-    // zint's vectors count two units a module.
-    const auto length = [](double modules) { return static_cast<Micrometres>(modules / 2 * kModule); };
+    const auto length = [](double units) {
+        return static_cast<Micrometres>(units / kUnitsPerModule * kModule);
+    };
     Size box{length(symbol->vector->width), length(symbol->vector->height)};
     if (symbology.linear) {
         box.height = static_cast<Micrometres>(kNaturalBarHeight + (request.showText ? kTextHeight : 0));

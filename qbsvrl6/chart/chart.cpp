@@ -15,8 +15,10 @@ constexpr Color kGridLine{222, 226, 230};
 constexpr double kLabelPoints = ChartSketch::kLabelPoints;
 constexpr double kValuePoints = 7.2;
 constexpr double kLeastShrink = 0.65;  // of value labels that have little room
+constexpr double kBarShare = 0.72;     // of a category's room
 constexpr double kThin = ChartSketch::kThin;
 constexpr double kGap = ChartSketch::kGap;
+constexpr double kMarkRadius = kThin * 4;
 constexpr double kUnbounded = 1e9;
 constexpr double kPointRoom = 0.05;  // beyond the outermost points, of the range
 constexpr double kValueRoom = 0.08;
@@ -114,6 +116,7 @@ private:
             reserveCategoryAxis();
         }
         if (plot_.width() <= 0 || plot_.height() <= 0) return;
+        if (settings_.kind == ChartKind::Bar) sizeBarLabels();
         paintValueAxis();
         hasPoints(settings_.kind) ? paintNumberAxis() : paintCategoryAxis();
         switch (settings_.kind) {
@@ -247,35 +250,56 @@ private:
         }
     }
 
+    double categoryX(std::size_t category) const {
+        const double step = plot_.width() / static_cast<double>(std::max<std::size_t>(categoryCount(), 1));
+        return plot_.left + (static_cast<double>(category) + 0.5) * step;
+    }
+
     // ---- Values
+
+    void leaveLabelOut() { sketch_.labelsLeftOut += settings_.showValues ? 1 : 0; }
 
     // Above the place, or below it.
     void valueLabel(double x, double y, double value, bool below = false) {
-        if (valuePoints_ <= 0) return;
         const double away = below ? kGap * 0.4 + valuePoints_ * kMicrometresPerPoint * 0.8 : -kGap * 0.4;
         sketch_.label(x, y + away, Anchor::Middle, valuePoints_, sketch_.number(value));
     }
 
-    // Above a point, unless another label stands there.
-    void pointLabel(double x, double y, double value) {
-        if (valuePoints_ <= 0) return;
-        const double half = sketch_.textWidth(sketch_.number(value), valuePoints_) / 2;
-        const double height = valuePoints_ * kMicrometresPerPoint;
-        const Frame frame{x - half, y - height, x + half, y};
-        const auto meets = [&frame](const Frame& other) {
-            return frame.left < other.right && other.left < frame.right && frame.top < other.bottom &&
-                   other.top < frame.bottom;
-        };
-        if (std::any_of(labelled_.begin(), labelled_.end(), meets)) return;
-        labelled_.push_back(frame);
-        valueLabel(x, y, value);
+    // Above the bar that ends at y, or below one that hangs down. Upright labels of those stand on the base,
+    // where their names can't be in the way.
+    void barLabel(double x, double y, double base, double value) {
+        if (valuePoints_ <= 0) return leaveLabelOut();
+        if (!upright_) return valueLabel(x, y, value, y > base);
+        sketch_.label(x + ChartSketch::halfLetter(valuePoints_), std::min(y, base) - kGap * 0.4,
+                      Anchor::Start, valuePoints_, sketch_.number(value), false, -90);
     }
 
-    // Value labels get smaller where they have less than `room` beside each other, and are left out where
-    // they would be too small to read.
-    void sizeValueLabels(double room) {
-        valuePoints_ = 0;
-        if (!settings_.showValues) return;
+    static constexpr auto kFree = [](const Frame&) { return false; };
+
+    // Above a point, or below it where another label is there or `isTaken` says so; left out where both
+    // places are taken.
+    template <typename IsTaken>
+    void pointLabel(double x, double y, double radius, double value, IsTaken isTaken) {
+        if (valuePoints_ <= 0) return leaveLabelOut();
+        const double half = sketch_.textWidth(sketch_.number(value), valuePoints_) / 2;
+        const double height = valuePoints_ * kMicrometresPerPoint;
+        for (const bool below : {false, true}) {
+            const double edge = below ? y + radius : y - radius;
+            const double top = below ? edge + kGap * 0.4 : edge - height - kGap * 0.4;
+            const Frame frame{x - half, top, x + half, top + height};
+            if (below && frame.bottom > plot_.bottom) break;
+            const auto meets = [&frame](const Frame& other) {
+                return frame.left < other.right && other.left < frame.right && frame.top < other.bottom &&
+                       other.top < frame.bottom;
+            };
+            if (std::any_of(labelled_.begin(), labelled_.end(), meets) || isTaken(frame)) continue;
+            labelled_.push_back(frame);
+            return valueLabel(x, edge, value, below);
+        }
+        leaveLabelOut();
+    }
+
+    double widestValue() const {
         double widest = 1;
         for (const auto& series : data_.series) {
             for (const double value : series.values) {
@@ -283,8 +307,30 @@ private:
                     widest = std::max(widest, sketch_.textWidth(sketch_.number(value), kValuePoints));
             }
         }
-        const double share = std::min(room / widest, 1.0);
-        if (share >= kLeastShrink) valuePoints_ = kValuePoints * share;
+        return widest;
+    }
+
+    // Value labels get smaller where they have less than `room` beside each other, and are left out where
+    // they would be too small to read.
+    void sizeValueLabels(double room, double wanted) {
+        const double share = std::min(room / wanted, 1.0);
+        valuePoints_ = settings_.showValues && share >= kLeastShrink ? kValuePoints * share : 0;
+    }
+
+    // Labels that are wider than their bars stand upright, and take their length from the plot's height as
+    // long as that leaves most of it.
+    void sizeBarLabels() {
+        const auto groups = static_cast<double>(categoryCount());
+        const auto bars = static_cast<double>(data_.series.size());
+        if (!settings_.showValues || groups == 0 || bars == 0) return;
+        const double step = plot_.width() / groups;
+        const double room = bars > 1 ? step * kBarShare / bars * 1.1 : step;
+        const double widest = widestValue();
+        sizeValueLabels(room, widest);
+        if (valuePoints_ > 0 || widest > plot_.height() / 3) return;
+        sizeValueLabels(room, kValuePoints * kMicrometresPerPoint);
+        upright_ = valuePoints_ > 0;
+        if (upright_) plot_.top += widest * valuePoints_ / kValuePoints;
     }
 
     void paintBars() {
@@ -292,8 +338,7 @@ private:
         const auto bars = static_cast<double>(data_.series.size());
         if (groups == 0 || bars == 0) return;
         const double step = plot_.width() / groups;
-        const double width = step * 0.72 / bars;
-        sizeValueLabels(bars > 1 ? width * 1.1 : step);
+        const double width = step * kBarShare / bars;
         const double base = yOf(std::clamp(0.0, yAxis_.low, yAxis_.high));
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             const auto& values = data_.series[s].values;
@@ -306,7 +351,7 @@ private:
                                 .rectangle(x, std::min(y, base), width * 0.94, std::abs(base - y))
                                 .fill(ChartSketch::colorOf(s))
                                 .take());
-                valueLabel(x + width * 0.47, y, values[i], y > base);
+                barLabel(x + width * 0.47, y, base, values[i]);
             }
         }
     }
@@ -328,28 +373,52 @@ private:
         for (std::size_t i = 0; i < count; ++i) {
             if (!std::isfinite(ys[i])) continue;
             sketch_.add(PathBuilder()
-                            .circle(xAt(i), yOf(ys[i]), kThin * 4)
+                            .circle(xAt(i), yOf(ys[i]), kMarkRadius)
                             .fill(ChartSketch::colorOf(series))
                             .take());
-            pointLabel(xAt(i), yOf(ys[i]) - kThin * 4, ys[i]);
         }
+    }
+
+    // Whether the line of another series runs through the frame, which is about as wide as a category.
+    bool meetsOtherLine(const Frame& frame, std::size_t series, std::size_t category) const {
+        const auto x = [this](std::size_t i) { return categoryX(i); };
+        const std::size_t first = category > 0 ? category - 1 : 0;
+        for (std::size_t s = 0; s < data_.series.size(); ++s) {
+            const auto& values = data_.series[s].values;
+            for (std::size_t i = first; s != series && i <= category && i + 1 < values.size(); ++i) {
+                if (!std::isfinite(values[i]) || !std::isfinite(values[i + 1])) continue;
+                const double slope = (yOf(values[i + 1]) - yOf(values[i])) / (x(i + 1) - x(i));
+                const double from = std::max(frame.left, x(i)), to = std::min(frame.right, x(i + 1));
+                if (from > to) continue;
+                const double start = yOf(values[i]) + (from - x(i)) * slope;
+                const double end = yOf(values[i]) + (to - x(i)) * slope;
+                if (std::min(start, end) < frame.bottom && std::max(start, end) > frame.top) return true;
+            }
+        }
+        return false;
     }
 
     void paintLines() {
         const auto groups = static_cast<double>(categoryCount());
         if (groups == 0) return;
-        const double step = plot_.width() / groups;
-        sizeValueLabels(step);
+        sizeValueLabels(plot_.width() / groups, widestValue());
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             const auto& values = data_.series[s].values;
             paintPolyline(
-                s, values.size(),
-                [&](std::size_t i) { return plot_.left + (static_cast<double>(i) + 0.5) * step; }, values);
+                s, values.size(), [&](std::size_t i) { return categoryX(i); }, values);
+        }
+        for (std::size_t s = 0; s < data_.series.size(); ++s) {
+            const auto& values = data_.series[s].values;
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                if (!std::isfinite(values[i])) continue;
+                pointLabel(categoryX(i), yOf(values[i]), kMarkRadius, values[i],
+                           [&](const Frame& frame) { return meetsOtherLine(frame, s, i); });
+            }
         }
     }
 
     void paintScatter() {
-        sizeValueLabels(kUnbounded);
+        sizeValueLabels(kUnbounded, 1);
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             const auto& points = data_.series[s].points;
             std::vector<double> ys(points.size());
@@ -358,6 +427,9 @@ private:
             });
             paintPolyline(
                 s, points.size(), [&](std::size_t i) { return xOf(points[i].x); }, ys);
+            for (std::size_t i = 0; i < points.size(); ++i) {
+                if (std::isfinite(ys[i])) pointLabel(xOf(points[i].x), yOf(ys[i]), kMarkRadius, ys[i], kFree);
+            }
         }
     }
 
@@ -370,7 +442,7 @@ private:
             }
         }
         if (largest <= 0) return;
-        sizeValueLabels(kUnbounded);
+        sizeValueLabels(kUnbounded, 1);
         const double radius = largestRadius();
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
             for (const auto& point : data_.series[s].points) {
@@ -381,7 +453,7 @@ private:
                                 .fill(ChartSketch::colorOf(s), 0.65)
                                 .stroke(ChartSketch::colorOf(s), kThin)
                                 .take());
-                pointLabel(xOf(point.x), yOf(point.y) - r, point.size);
+                pointLabel(xOf(point.x), yOf(point.y), r, point.size, kFree);
             }
         }
     }
@@ -397,12 +469,13 @@ private:
     std::vector<std::vector<std::u16string>> categoryLines_;  // of each categoryStep_-th category
     std::vector<Frame> labelled_;                             // where labels of points stand
     double valuePoints_ = 0;                                  // font size of value labels; 0: none
+    bool upright_ = false;                                    // value labels of bars
 };
 
 }  // namespace
 
 Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box,
-                  const std::u16string& fontFamily) {
+                  const std::u16string& fontFamily, std::size_t* labelsLeftOut) {
     ChartSketch sketch(settings, box, fontFamily);
     sketch.paintTitle();
     if (settings.kind == ChartKind::Pie) {
@@ -410,6 +483,7 @@ Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box
     } else {
         Plot(sketch, data).paint();
     }
+    if (labelsLeftOut != nullptr) *labelsLeftOut = sketch.labelsLeftOut;
     return sketch.take();
 }
 

@@ -11,8 +11,9 @@ namespace qbsvrl6 {
 // Draws the chart into a box of this size. Values that aren't finite are left out; a chart without any value
 // is its title and an empty frame. A pie shows the categories of its first series, or, where there is one
 // category or none, one slice a series; negative values have no slice.
+// `labelsLeftOut`, if given, becomes the number of values that should have a label and have no room for it.
 Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box,
-                  const std::u16string& fontFamily);
+                  const std::u16string& fontFamily, std::size_t* labelsLeftOut = nullptr);
 
 }  // namespace qbsvrl6
 

@@ -102,15 +102,17 @@ void Pie::paint(const std::vector<Slice>& slices) {
     paintLabels(left, -1);
 }
 
-// Leaves out the labels of the smallest slices where there are more than `most`.
-void keepLargest(std::vector<SliceLabel>& labels, std::size_t most) {
-    if (labels.size() <= most) return;
+// Leaves out the labels of the smallest slices where there are more than `most`; returns how many.
+std::size_t keepLargest(std::vector<SliceLabel>& labels, std::size_t most) {
+    if (labels.size() <= most) return 0;
     std::vector<double> values;
     values.reserve(labels.size());
     for (const SliceLabel& label : labels) values.push_back(label.value);
     const auto cut = values.begin() + static_cast<std::ptrdiff_t>(most);
     std::nth_element(values.begin(), cut, values.end(), std::greater<>());
+    const std::size_t all = labels.size();
     std::erase_if(labels, [least = *cut](const SliceLabel& label) { return label.value <= least; });
+    return all - labels.size();
 }
 
 // The labels of one side, from top to bottom: moved apart where they would lie on each other, with a line to
@@ -119,7 +121,7 @@ void Pie::paintLabels(std::vector<SliceLabel>& labels, int side) {
     constexpr double kGap = ChartSketch::kGap;
     constexpr double kPoints = ChartSketch::kLabelPoints;
     const double height = kPoints * kMicrometresPerPoint * 1.15;
-    keepLargest(labels, static_cast<std::size_t>(sketch_.plot.height() / height));
+    sketch_.labelsLeftOut += keepLargest(labels, static_cast<std::size_t>(sketch_.plot.height() / height));
     std::vector<double> wanted;
     double least = sketch_.plot.top + height / 2;
     for (SliceLabel& label : labels) {

@@ -31,6 +31,7 @@ public:
 
     ChartSketch(const ChartSettings& settings, Size box, const std::u16string& fontFamily);
 
+    // No two of the first fifty are alike.
     static Color colorOf(std::size_t series);
     static double lineHeight(double points) { return points * kMicrometresPerPoint * 1.3; }
     // From the middle of a line of text down to its base line.
@@ -54,6 +55,7 @@ public:
 
     const ChartSettings& settings;
     Frame plot;
+    std::size_t labelsLeftOut = 0;  // values that no label shows, for want of room
 
 private:
     const std::u16string& fontFamily_;

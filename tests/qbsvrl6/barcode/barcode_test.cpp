@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <utility>
+#include <vector>
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
@@ -78,6 +81,7 @@ TEST(Barcode, IsReadBack) {
         {1, u"123456", "123456"},
         {2, u"690123456789", "6901234567892"},
         {3, u"1234567", "12345670"},
+        {3, u"12345670", "12345670"},
         {4, u"01234567890", "012345678905"},
         {5, u"ABC-123", "ABC-123"},
         {6, u"Code93", "Code93"},
@@ -106,13 +110,57 @@ TEST(Barcode, IsReadBack) {
     }
 }
 
+// The digits' groups, each within its gap between the guards, and the bars that reach down between them.
+TEST(Barcode, RetailNumbersStandBetweenTheGuards) {
+    const struct {
+        int type;
+        std::u16string text;
+        std::vector<std::pair<std::u16string, double>> groups;  // and their places, in modules
+        double left;                                            // quiet zone, in modules
+        double modules;
+        std::size_t guardBars;
+    } cases[] = {
+        {2, u"690123456789", {{u"6", -2}, {u"901234", 24}, {u"567892", 71}}, 11, 113, 6},
+        {3, u"1234567", {{u"1234", 17}, {u"5670", 50}}, 7, 81, 6},
+        {4, u"01234567890", {{u"0", -2}, {u"12345", 27.5}, {u"67890", 67.5}, {u"5", 97}}, 9, 113, 10},
+    };
+    const Size box{60'000, 25'000};
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.type);
+        const double module = box.width / test.modules;
+        std::vector<std::pair<std::u16string, double>> groups;
+        std::vector<double> bottoms;
+        for (const auto& element : drawBarcode({test.type, test.text, true}, box).elements) {
+            if (const auto* label = std::get_if<Drawing::Label>(&element)) {
+                groups.emplace_back(label->text, std::round((label->x / module - test.left) * 2) / 2);
+            } else if (const auto* path = std::get_if<Drawing::Path>(&element)) {
+                for (std::size_t i = 2; i < path->points.size(); i += 4) bottoms.push_back(path->points[i].y);
+            }
+        }
+        EXPECT_EQ(groups, test.groups);
+        const double longest = *std::max_element(bottoms.begin(), bottoms.end());
+        EXPECT_EQ(std::count(bottoms.begin(), bottoms.end(), longest), test.guardBars);
+        for (const auto& element : drawBarcode({test.type, test.text, false}, box).elements)
+            EXPECT_FALSE(std::holds_alternative<Drawing::Label>(element));
+    }
+}
+
 TEST(Barcode, RefusesWhatTheSymbolCantHold) {
     const struct {
         int type;
         std::u16string text;
     } cases[] = {
-        {0, u"1"},  {999, u"1"},      {1, u"12a"}, {1, u""},        {2, u"123"},
-        {5, u"中"}, {25, u"(99999)"}, {53, u"11"}, {25, u"(11)中"}, {52, std::u16string(20'000, u'中')},
+        {3, u"12345671"},
+        {0, u"1"},
+        {999, u"1"},
+        {1, u"12a"},
+        {1, u""},
+        {2, u"123"},
+        {5, u"中"},
+        {25, u"(99999)"},
+        {53, u"11"},
+        {25, u"(11)中"},
+        {52, std::u16string(20'000, u'中')},
     };
     for (const auto& test : cases) {
         EXPECT_THROW(drawBarcode({test.type, test.text, true}, {50'000, 20'000}), EngineError)

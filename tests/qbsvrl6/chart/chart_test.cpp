@@ -4,6 +4,9 @@
 
 #include <cmath>
 #include <limits>
+#include <set>
+#include <string>
+#include <tuple>
 
 #include "qbsvrl6/chart/axis.h"
 #include "qbsvrl6/drawing/move.h"
@@ -129,6 +132,62 @@ TEST(Chart, BearsAnyDataInAnyBox) {
             }
         }
     }
+}
+
+TEST(Chart, CountsValuesWithoutALabel) {
+    const auto dataOf = [](std::size_t series) {
+        ChartData data;
+        for (int i = 0; i < 12; ++i) data.categories.push_back(toUtf16(std::to_string(i + 1)));
+        for (std::size_t s = 0; s < series; ++s) {
+            auto& values = data.series.emplace_back(ChartSeries{u"S", {}, {}}).values;
+            for (int i = 0; i < 12; ++i)
+                values.push_back(1234.5 + i * 700 % 4000 + static_cast<double>(s) * 90);
+        }
+        return data;
+    };
+    const struct {
+        ChartKind kind;
+        std::size_t series;
+        std::size_t labels;   // of values
+        std::size_t upright;  // of these
+    } cases[] = {
+        {ChartKind::Bar, 1, 12, 0},  {ChartKind::Bar, 2, 24, 24}, {ChartKind::Bar, 5, 0, 0},
+        {ChartKind::Line, 1, 12, 0}, {ChartKind::Line, 5, 3, 0},
+    };
+    ChartSettings settings;
+    settings.showValues = true;
+    settings.valueFormat = u"0.00";
+    for (const auto& test : cases) {
+        SCOPED_TRACE(testing::Message() << static_cast<int>(test.kind) << ' ' << test.series);
+        settings.kind = test.kind;
+        std::size_t leftOut = 0, labels = 0, upright = 0;
+        const Drawing drawing =
+            drawChart(settings, dataOf(test.series), {136'000, 60'000}, u"SimSun", &leftOut);
+        for (const auto& element : drawing.elements) {
+            const auto* label = std::get_if<Drawing::Label>(&element);
+            if (label == nullptr || label->fontSize >= 8) continue;
+            ++labels;
+            if (label->rotation == -90) ++upright;
+        }
+        EXPECT_EQ(labels, test.labels);
+        EXPECT_EQ(upright, test.upright);
+        EXPECT_EQ(leftOut, test.series * 12 - test.labels);
+    }
+}
+
+TEST(Chart, GivesFiftySlicesColoursOfTheirOwn) {
+    ChartData data;
+    data.series = {{u"", std::vector<double>(50, 1.0), {}}};
+    data.categories.assign(50, u"");
+    ChartSettings settings;
+    settings.kind = ChartKind::Pie;
+    std::set<std::tuple<int, int, int>> colors;
+    for (const auto& element : drawChart(settings, data, {90'000, 60'000}, u"SimSun").elements) {
+        const auto* path = std::get_if<Drawing::Path>(&element);
+        if (path != nullptr && path->fill)
+            colors.insert({path->fill->red, path->fill->green, path->fill->blue});
+    }
+    EXPECT_EQ(colors.size(), 50u);
 }
 
 struct Extent {
