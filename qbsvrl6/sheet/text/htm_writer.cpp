@@ -9,9 +9,11 @@
 
 #include "common/base64.h"
 #include "qbsvrl6/drawing/svg.h"
+#include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/text/css.h"
+#include "qbsvrl6/sheet/text/lone_value.h"
 #include "qbsvrl6/sheet/text_stream.h"
 
 namespace qbsvrl6 {
@@ -21,13 +23,16 @@ namespace {
 // Gaps below this are rounding.
 constexpr Micrometres kLeastGap = 500;
 
-// On a screen each page is a sheet of paper. Where the screen is narrower than that, free controls take its
-// width, their columns in proportion, and the detail grid moves sideways.
+// On a screen each page is a sheet of paper. Where the screen is narrower than that, the detail grid moves
+// sideways, with the totals below it, and free controls take the screen's width, their columns in proportion;
+// on a phone they wrap, row by row.
 constexpr const char* kRules = R"(body{margin:0;background:#e8e8e8;color:#000}
 .page{display:flex;flex-direction:column;box-sizing:border-box;width:max-content;min-width:var(--paper);
 min-height:var(--height);padding:var(--padding);margin:4mm auto;background:#fff;box-shadow:0 0 2mm #999}
 table{border-collapse:collapse;table-layout:fixed;width:var(--table)}
 td,th{box-sizing:border-box;white-space:pre-wrap;overflow-wrap:anywhere;font-weight:normal}
+.n{white-space:nowrap}
+[dir]{unicode-bidi:plaintext}
 a{color:inherit}
 svg{display:block;margin:0 0 -1mm}
 .foot{margin-top:auto}
@@ -40,10 +45,23 @@ svg{display:block;margin:0 0 -1mm}
 constexpr const char* kNarrowRules =
     R"(.page{width:auto;min-width:0;min-height:0;margin:2mm 0;padding:3mm;box-shadow:none;background:#fff}
 .page::before{content:none!important}
-.grid{overflow-x:auto}
+.page{--rows:.5}
+.grid{--rows:1;overflow-x:auto}
 .free{width:100%;max-width:var(--table);--text:.8;--rows:.6}
 .free svg{max-width:100%;height:auto!important}
 )";
+// Of the paper's width: on a screen narrower than that, columns in proportion are too narrow to read.
+constexpr double kPhoneShare = 0.75;
+constexpr const char* kPhoneRules = R"(.free,.free tbody{display:block}
+.free colgroup,.free td:empty{display:none}
+.free tr{display:flex;flex-wrap:wrap;column-gap:2mm;height:auto}
+.free td{flex:1 1 auto;min-width:0;max-width:100%}
+.free div{position:static!important}
+.free .wide{overflow-x:auto}
+.free .wide svg{max-width:none}
+)";
+// Shrunk to a phone's width, the letters of a wider drawing can't be read: it moves sideways.
+constexpr Micrometres kWideDrawing = 120'000;
 
 // A rounding error must not make a page of its own.
 constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--height) - 2px)}
@@ -51,6 +69,10 @@ constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--
 )";
 constexpr const char* kRunOnRules = R"(@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
 )";
+
+bool isHebrew(char16_t unit) {
+    return (unit >= 0x590 && unit <= 0x5FF) || (unit >= 0xFB1D && unit <= 0xFB4F);
+}
 
 // The language of the texts, by their script: a report doesn't say it.
 class LanguageGuess {
@@ -62,15 +84,51 @@ public:
             han_ = han_ || (c >= 0x4E00 && c <= 0x9FFF);
             kana_ = kana_ || (c >= 0x3041 && c <= 0x30FE);
             hangul_ = hangul_ || (c >= 0xAC00 && c <= 0xD7A3);
+            if (isHebrew(c)) {
+                ++hebrew_;
+            } else if (mayRunRightToLeft({&c, 1})) {
+                ++arabic_;
+            } else if (c > 0x40) {
+                ++others_;
+            }
         }
     }
-    const char* name() const { return kana_ ? "ja" : hangul_ ? "ko" : han_ ? "zh-CN" : "en"; }
+    const char* name() const {
+        if (std::max(hebrew_, arabic_) > others_) return hebrew_ > arabic_ ? "he" : "ar";
+        return kana_ ? "ja" : hangul_ ? "ko" : han_ ? "zh-CN" : "en";
+    }
 
 private:
     static constexpr int kEnough = 1000;  // texts
     int seen_ = 0;
     bool han_ = false, kana_ = false, hangul_ = false;
+    std::int64_t hebrew_ = 0, arabic_ = 0, others_ = 0;  // letters
 };
+
+// The attributes of an element whose text, or some of it, runs from right to left: each of its paragraphs has
+// the direction of its first letter.
+const char* directionOf(const Item& item) {
+    if (isPending(item)) return " dir=\"auto\"";
+    const std::u16string_view text = textOf(item);
+    if (!std::holds_alternative<TextItem>(item.content) || !mayRunRightToLeft(text)) return "";
+    return std::any_of(text.begin(), text.end(), isHebrew) ? " dir=\"auto\" lang=\"he\""
+                                                           : " dir=\"auto\" lang=\"ar\"";
+}
+
+// The rows of a report's footer that are below the grid's columns: those down to the last one with a number.
+std::size_t countSumRows(std::span<const CellRow> rows) {
+    std::size_t end = 0;
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+        for (const Cell& cell : rows[row].cells) {
+            const auto* text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
+            const bool isSum = text != nullptr && !text->pending &&
+                               (text->value.type == ValueType::Number || isLoneValue(text->text));
+            // No cell is divided.
+            if (isSum || row < end) end = std::max(end, row + static_cast<std::size_t>(cell.rowSpan));
+        }
+    }
+    return end;
+}
 
 class HtmWriter final : public CellSink {
 public:
@@ -88,7 +146,7 @@ public:
     }
 
 private:
-    enum class Part { None, Free, Footer, Head, Body };
+    enum class Part { None, Free, Footer, Head, Body, Sums };
 
     void openPage(const PageInfo&, bool) override { out() += "<section class=\"page\">\n"; }
 
@@ -98,19 +156,43 @@ private:
     }
 
     void writeRows(const Band& band, std::span<const CellRow> rows) override {
-        enter(partOf(band), rows.front().gap);
-        for (const CellRow& row : rows) {
-            if (&row != &rows.front() || !partIsNew_) writeGap(row.gap);
-            partIsNew_ = false;
-            writeRow(band, row);
+        const bool followsGrid = part_ == Part::Body || part_ == Part::Sums;
+        if (band.kind == BandKind::ReportFooter && followsGrid) {
+            const std::size_t sums = countSumRows(rows);
+            writePart(Part::Sums, band, rows.first(sums));
+            rows = rows.subspan(sums);
         }
+        writePart(partOf(band), band, rows);
         stream_.breathe();
     }
 
-    static Part partOf(const Band& band) {
+    void writePart(Part part, const Band& band, std::span<const CellRow> rows) {
+        if (rows.empty()) return;
+        enter(part, rows.front().gap);
+        hangFloats(rows);
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            if (row > 0 || !partIsNew_) writeGap(rows[row].gap);
+            partIsNew_ = false;
+            floats_ = {};
+            if (!floatsOf_.empty()) floats_ = floatsOf_[row];
+            writeRow(band, rows[row]);
+        }
+    }
+
+    Part partOf(const Band& band) const {
         if (band.kind == BandKind::PageFooter) return Part::Footer;
-        if (!band.inGrid) return Part::Free;
+        if (!band.inGrid || isForm(band)) return Part::Free;
         return band.kind == BandKind::GridTitle ? Part::Head : Part::Body;
+    }
+
+    // A group's header or footer of free controls before any titles or rows, as that of a certificate. Labels
+    // side by side would be torn apart.
+    bool isForm(const Band& band) const {
+        const bool ofGroup = band.kind == BandKind::GroupHeader || band.kind == BandKind::GroupFooter;
+        const bool inTable = part_ == Part::Head || part_ == Part::Body;
+        return ofGroup && !inTable && options_.page.columns == 1 &&
+               std::all_of(band.items.begin(), band.items.end(),
+                           [](const Item& item) { return item.column < 0; });
     }
 
     // Closes the table or the part of a table under way, and opens the one that the band belongs to. Rows of
@@ -131,7 +213,8 @@ private:
                 out() += "</thead></table></div>\n";
                 break;
             case Part::Body:
-                out() += "</tbody></table></div>\n";
+            case Part::Sums:
+                out() += part == Part::Sums ? "</tbody></table>\n" : "</tbody></table></div>\n";
                 break;
             default:
                 out() += "</tbody></table>\n";
@@ -143,6 +226,7 @@ private:
         }
         out() += part == Part::Footer ? "<table class=\"free foot\" role=\"presentation\">"
                  : part == Part::Free ? "<table class=\"free\" role=\"presentation\">"
+                 : part == Part::Sums ? "<table role=\"presentation\">"
                                       : gridStart_;
         out() += columns_;
         out() += part == Part::Head ? "<thead>\n" : "<tbody>\n";
@@ -165,7 +249,6 @@ private:
             rowStart_ = "<tr class=\"h" + std::to_string(heightClass(row.height)) + "\">";
         }
         out() += rowStart_;
-        floats_ = row.floats;
         std::size_t next = 0;
         for (int column = 0; column < grid().columnCount();) {
             int& left = rowsLeft_[static_cast<std::size_t>(column)];
@@ -186,7 +269,29 @@ private:
         out() += "</tr>\n";
     }
 
-    // What lies above the cells hangs on the first cell of its row.
+    // What lies above the cells hangs on a cell of the row in which it begins, or of the nearest one above
+    // that has any: where rows wrap, it stays with what is around it.
+    void hangFloats(std::span<const CellRow> rows) {
+        floatsOf_.clear();
+        if (rows.front().floats.empty()) return;
+        floatsOf_.resize(rows.size());
+        std::vector<int> free(rows.size(), grid().columnCount());  // of cells from above
+        std::vector<Micrometres> tops(rows.size(), 0);
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            if (row > 0) tops[row] = tops[row - 1] + rows[row - 1].height + rows[row].gap;
+            for (const Cell& cell : rows[row].cells) {
+                const std::size_t end = std::min(row + static_cast<std::size_t>(cell.rowSpan), rows.size());
+                for (std::size_t below = row + 1; below < end; ++below) free[below] -= cell.columnSpan;
+            }
+        }
+        for (Floating floating : rows.front().floats) {
+            std::size_t row = rows.size() - 1;
+            while (row > 0 && (free[row] <= 0 || tops[row] > floating.y)) --row;
+            floating.y -= tops[row];
+            floatsOf_[row].push_back(floating);
+        }
+    }
+
     void writeFloats(int column) {
         for (const Floating& floating : std::exchange(floats_, {})) {
             Micrometres x = floating.x;
@@ -229,6 +334,7 @@ private:
                              (isPending(*cell.item) || !textOf(*cell.item).empty());
         out() += !isTitle ? "<td" : cell.columnSpan > 1 ? "<th scope=\"colgroup\"" : "<th scope=\"col\"";
         out() += classOf(cell);
+        if (cell.item != nullptr) out() += directionOf(*cell.item);
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
         if (!floats_.empty()) out() += " style=\"position:relative\"";
@@ -240,9 +346,13 @@ private:
 
     // The attribute that gives a cell its look.
     const std::string& classOf(const Cell& cell) {
-        const auto id = static_cast<std::size_t>(styles_.idOf(cell));
+        const bool isValue = cell.item != nullptr && std::holds_alternative<TextItem>(cell.item->content) &&
+                             isLoneValue(textOf(*cell.item));
+        const std::size_t id = 2 * static_cast<std::size_t>(styles_.idOf(cell)) + (isValue ? 1 : 0);
         while (classes_.size() <= id) {
-            classes_.push_back(" class=\"s" + std::to_string(classes_.size()) + '"');
+            const std::string name = " class=\"s" + std::to_string(classes_.size() / 2);
+            classes_.push_back(name + '"');
+            classes_.push_back(name + " n\"");
         }
         return classes_[id];
     }
@@ -268,8 +378,11 @@ private:
             appendPicture(out(), *picture, isFirst);
         } else if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) {
             if (drawing->drawing == nullptr) return;
+            const bool isWide = item.box.width > kWideDrawing;
+            if (isWide) out() += "<div class=\"wide\">";
             out() +=
                 toInlineSvg(*drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
+            if (isWide) out() += "</div>";
         }
     }
 
@@ -393,8 +506,9 @@ private:
             appendLength(out, ".c" + std::to_string(column) + "{width:", grid().columnWidth(column));
         }
         if (options_.paged) appendBackdrop(out);
+        const Micrometres paper = std::max(page.paper.width, left + width + margins.right);
         out += "@media screen and (max-width:";
-        appendMillimetres(out, std::max(page.paper.width, left + width + margins.right));
+        appendMillimetres(out, paper);
         out += "){";
         out += kNarrowRules;
         for (int column = 0; column < grid().columnCount(); ++column) {
@@ -402,6 +516,10 @@ private:
             appendNumber(out, 100.0 * grid().columnWidth(column) / std::max(width, 1));
             out += "%}\n";
         }
+        out += "}\n@media screen and (max-width:";
+        appendMillimetres(out, static_cast<Micrometres>(paper * kPhoneShare));
+        out += "){";
+        out += kPhoneRules;
         out += "}\n";
         // One sheet a page carries its margins itself; where tables run on, the printer makes the pages.
         out += "@page{size:";
@@ -456,12 +574,13 @@ private:
     Micrometres lastHeight_ = -1;
     std::string rowStart_;  // of a row of the last height
     StyleTable styles_;
-    std::vector<std::string> classes_;  // by style
+    std::vector<std::string> classes_;  // by style, each for texts and for lone values
     LanguageGuess language_;
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;
-    std::vector<int> rowsLeft_;         // of each column: rows that a cell above still covers
-    std::span<const Floating> floats_;  // of the row under way, until its first cell takes them
+    std::vector<int> rowsLeft_;                    // of each column: rows that a cell above still covers
+    std::vector<std::vector<Floating>> floatsOf_;  // by row of the part under way; empty where there are none
+    std::span<const Floating> floats_;             // of the row under way, until its first cell takes them
     std::vector<Item> late_;
     Part part_ = Part::None;
     bool partIsNew_ = false;

@@ -131,6 +131,19 @@ int displayWidth(std::u16string_view text) {
     return width;
 }
 
+int widestWord(std::u16string_view text) {
+    int widest = 0;
+    int width = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        const char32_t c = nextCharacter(text, i);
+        const int charWidth = displayWidth(c);
+        const bool ends = isBlank(c) || c == U'\r' || c == U'\n' || charWidth == 2;
+        width = ends ? 0 : width + charWidth;
+        widest = std::max(widest, ends ? charWidth : width);
+    }
+    return widest;
+}
+
 void wrapText(std::u16string_view text, int width, std::vector<std::u16string_view>& lines) {
     if (isOneLine(text) && displayWidth(text) <= width) {
         lines.push_back(withoutBlanksAtEnd(text));

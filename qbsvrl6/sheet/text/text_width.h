@@ -12,6 +12,9 @@ namespace qbsvrl6 {
 int displayWidth(char32_t character);
 int displayWidth(std::u16string_view text);
 
+// The width of the widest word: of what wrapText breaks only where it is wider than the line.
+int widestWord(std::u16string_view text);
+
 // Appends the lines of a text, each at most `width` columns wide. Line ends always break; else lines break
 // behind blanks and beside wide characters, a closing mark staying with what it closes, and inside a word
 // that is wider than the line. Blanks at a break are dropped.

@@ -4,6 +4,7 @@
 
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
+#include "qbsvrl6/sheet/text/lone_value.h"
 #include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/sheet/text_stream.h"
 
@@ -56,7 +57,7 @@ public:
         for (TextCell& cell : block.cells) {
             cell.firstLine = lines_.size();
             const std::u16string_view text = textOf(*cell.item);
-            if (!text.empty()) wrapText(text, cell.width, lines_);
+            if (!text.empty()) wrapText(text, lineWidth(cell, text), lines_);
             cell.lineCount = lines_.size() - cell.firstLine;
         }
         const std::size_t lineCount = setRowStarts(block);
@@ -105,18 +106,28 @@ private:
             const std::u16string_view text = lines_[cell->firstLine + line - rowStarts_[cell->row]];
             if (text.empty()) continue;
             const int width = displayWidth(text);
-            const int target = cell->offset + lead(*cell->item, std::max(cell->width - width, 0));
-            out.append(static_cast<std::size_t>(std::max(target - column, 0)), ' ');
+            // What is wider than its cell moves what follows.
+            const int least = column > 0 ? column + 1 : 0;
+            const int target = std::max(cell->offset + lead(*cell->item, cell->width - width), least);
+            out.append(static_cast<std::size_t>(target - column), ' ');
             appendPrintable(out, text);
-            column = std::max(column, target) + width;
+            column = target + width;
         }
         while (out.size() > start && out.back() == ' ') out.pop_back();
         out += '\n';
     }
 
+    // Numbers and what a barcode holds are worth nothing in parts.
+    static int lineWidth(const TextCell& cell, std::u16string_view text) {
+        const bool isWhole = std::holds_alternative<DrawingItem>(cell.item->content) || isLoneValue(text);
+        return isWhole ? std::max(cell.width, widestWord(text)) : cell.width;
+    }
+
+    // Negative where a number at the right is wider than its cell.
     static int lead(const Item& item, int room) {
         const HorizontalAlign align = item.style == nullptr ? HorizontalAlign::Left : item.style->align;
-        return align == HorizontalAlign::Right ? room : align == HorizontalAlign::Center ? room / 2 : 0;
+        if (align == HorizontalAlign::Right) return room;
+        return align == HorizontalAlign::Center ? std::max(room, 0) / 2 : 0;
     }
 
     std::vector<std::u16string_view> lines_;

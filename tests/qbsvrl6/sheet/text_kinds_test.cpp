@@ -3,6 +3,7 @@
 
 #include <pugixml.hpp>
 
+#include "qbsvrl6/sheet/text/lone_value.h"
 #include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/support/utf.h"
 #include "sheet_fixture.h"
@@ -157,6 +158,38 @@ TEST(Txt, SetsTallRecordsApartAndKeepsIndents) {
               "a\n    inside\n\n                    below\n\nb\n    inside\n\n                    below\n");
 }
 
+TEST(LoneValue, IsOneWordWithADigit) {
+    for (const char16_t* text : {u"¥14,569.54", u"(1,520)", u"2024-03-05", u"2024年3月5日", u"INV-2024/017",
+                                 u"12%", u"−3.5", u"1\u00A0234", u"￥5元"}) {
+        EXPECT_TRUE(isLoneValue(text)) << toUtf8(text);
+    }
+    for (const char16_t* text :
+         {u"", u"total", u"12 pieces", u"第3页", u"1\n2", u"https://example.com/certificates/2024-00017"}) {
+        EXPECT_FALSE(isLoneValue(text)) << toUtf8(text);
+    }
+}
+
+TEST(Txt, KeepsBarcodesAndNumbersWhole) {
+    ResolvedStyle right;
+    right.align = HorizontalAlign::Right;
+    Item code = textAt({0, 0, 15, 12}, u"");
+    code.content = DrawingItem{std::make_shared<Drawing>(), u"https://example.com/1234567890"};
+    SheetFeed feed(&makeTxtWriter, {0, 15, 30, 75, 90});
+    feed.put(bandOf(BandKind::ReportHeader, 12,
+                    {code, textAt({75, 0, 15, 6}, u"free"), textAt({15, 6, 60, 6}, u"below")}));
+    feed.put(bandOf(BandKind::ReportHeader, 12,
+                    {code, textAt({15, 0, 15, 6}, u"moved"), textAt({75, 0, 15, 6}, u"b c")}));
+    feed.put(
+        bandOf(BandKind::ReportHeader, 6,
+               {textAt({0, 0, 15, 6}, u"in two words"), textAt({75, 0, 15, 6}, u"-1,234,567.89", &right)}));
+    EXPECT_EQ(feed.finish(),
+              "https://example.com/1234567890                    free\n"
+              "          below\n"
+              "https://example.com/1234567890 moved              b c\n"
+              "in two                                        -1,234,567.89\n"
+              "words\n");
+}
+
 TEST(Txt, KeepsHostileTextAsData) {
     SheetFeed feed(&makeTxtWriter, {0, 30, 60});
     for (const std::u16string& text : kHostile) feed.row(BandKind::Row, {u"x", text});
@@ -225,6 +258,37 @@ TEST(HtmWriter, GivesTablesWithHeadings) {
             [](const pugi::xml_node& cell) { return cell.attribute("rowspan").as_int() > 1; });
         EXPECT_EQ(columns, below ? 2 : 3);
     }
+}
+
+// On a phone the grid moves sideways: what is below its columns must move along, what is not must wrap.
+TEST(HtmWriter, KeepsTotalsWithTheirColumns) {
+    const auto form = [](BandKind kind) { return bandOf(kind, 6, {textAt({0, 0, 60, 6}, u"form")}); };
+    SheetFeed feed(&makeHtmWriter, {0, 30, 60}, true);
+    feed.put(form(BandKind::GroupHeader));
+    feed.row(BandKind::GridTitle, {u"Name", u"Sum"});
+    feed.put(form(BandKind::GroupHeader));
+    feed.row(BandKind::Row, {u"a", u"1 2"});
+    feed.put(bandOf(BandKind::ReportFooter, 18,
+                    {textAt({0, 0, 30, 6}, u"all"), textAt({30, 0, 30, 6}, u"¥1,234.50"),
+                     textAt({0, 6, 60, 6}, u"This is due in 30 days."), textAt({0, 12, 60, 6}, u"Thanks")}));
+    feed.newPage();
+    feed.row(BandKind::ReportFooter, {u"x", u"5"});
+    const Htm htm(feed.finish());
+    EXPECT_EQ(htm.texts("//table[@class='free']//td[node()]"), "form|This is due in 30 days.|Thanks|x|5|");
+    EXPECT_EQ(htm.texts("//div[@class='grid']/table[1]//td[node()]"), "form|a|1 2|");
+    EXPECT_EQ(htm.texts("//div[@class='grid']/table[2][@role='presentation']//td[node()]"), "all|¥1,234.50|");
+    EXPECT_EQ(htm.texts("//td[contains(@class, ' n')]"), "¥1,234.50|5|");
+}
+
+TEST(HtmWriter, GivesDirections) {
+    SheetFeed feed(&makeHtmWriter, {0, 30, 60});
+    feed.row(BandKind::Row, {u"\u05D0\u05D1\u05D2 (IP65)", u"plain"});
+    feed.row(BandKind::Row,
+             {u"\u0645 — Latin", u"\u05D0\u05D1\u05D2\u05D3\u05D4\u05D5\u05D6\u05D7\u05D8\u05D9"});
+    const Htm htm(feed.finish());
+    EXPECT_EQ(htm.texts("//td/@dir"), "auto|auto|auto|");
+    EXPECT_EQ(htm.texts("//td/@lang"), "he|ar|he|");
+    EXPECT_EQ(htm.texts("/html/@lang"), "en|");
 }
 
 // Two columns of texts that begin and end at their own heights, over a line between them.
@@ -331,9 +395,12 @@ TEST(HtmWriter, LaysPicturesAboveTextsAndBehindPages) {
         options.watermark.text = u"';}</style>中";
     });
     feed.put(bandOf(BandKind::ReportHeader, 12, {seal, textAt({0, 2, 60, 10}, u"over all")}));
+    feed.put(
+        bandOf(BandKind::ReportHeader, 12, {seal, textAt({0, 0, 60, 3}, u"b"), textAt({0, 3, 60, 9}, u"c")}));
     const std::string text = feed.finish();
     const Htm htm(text);
     EXPECT_EQ(htm.texts("//tr[1]/td/div/@style"), "position:absolute;left:40mm;top:2mm|");
+    EXPECT_EQ(htm.texts("//tr[td='c']/td/div/@style"), "position:absolute;left:40mm;top:1mm|");
     EXPECT_EQ(htm.texts("//td/div/svg/image/@href"), "data:image/png;base64,iVBORw==|");
     EXPECT_NE(text.find("no-repeat url(data:image/png;base64,iVBORw==)"), std::string::npos);
     EXPECT_NE(text.find("content:'\\27 \\3b \\7d \\3c \\2f "), std::string::npos);
