@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -124,6 +125,8 @@ struct Expression {
 
     // The name, where the expression is nothing but a name; else null.
     const BoundName* loneName() const;
+    // The system value, where the expression is nothing but that.
+    std::optional<SystemValue> loneSystemValue() const;
 };
 
 }  // namespace qbsvrl6

@@ -186,6 +186,7 @@ void RowView::evaluateText(TextTemplate& text, const Position& position, Evaluat
     result.text.clear();
     result.color.reset();
     result.cell = {};
+    result.pageFields.clear();
     begin();
     for (TextPart& part : text.parts) {
         if (!part.expression) {
@@ -193,7 +194,13 @@ void RowView::evaluateText(TextTemplate& text, const Position& position, Evaluat
             continue;
         }
         const Value value = run(*part.expression, position);
+        const std::size_t start = result.text.size();
         part.format.append(value, arena_, result.text, result.color);
+        if (part.pageField) {
+            const bool isNumber = *part.pageField == PageField::Kind::Number;
+            result.pageFields.push_back({*part.pageField, start, result.text.size() - start,
+                                         isNumber ? position.pageNumber : position.pageCount});
+        }
         if (text.parts.size() == 1) result.cell = part.format.cell(value);
     }
 }

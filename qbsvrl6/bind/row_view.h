@@ -13,6 +13,7 @@
 #include "qbsvrl6/bind/aggregate_state.h"
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/items/cell_value.h"
+#include "qbsvrl6/items/page_field.h"
 #include "qbsvrl6/support/units.h"
 
 namespace qbsvrl6 {
@@ -30,6 +31,7 @@ struct EvaluatedText {
     std::u16string text;
     std::optional<Color> color;  // of a number format's colour mark
     CellValue cell;
+    std::vector<PageField> pageFields;
 };
 
 class RowView {

@@ -48,6 +48,15 @@ std::size_t expressionEnd(std::u16string_view text, std::size_t start) {
                       {"", 0, static_cast<int>(open + 1)});
 }
 
+// A number in another form, or a calculation with it, isn't what a program that counts pages would show.
+std::optional<PageField::Kind> pageFieldOf(const Expression& expression, std::u16string_view format) {
+    if (!format.empty() && format != u"0" && format != u"#") return std::nullopt;
+    const std::optional<SystemValue> system = expression.loneSystemValue();
+    if (system == SystemValue::PageNumber) return PageField::Kind::Number;
+    if (system == SystemValue::PageCount) return PageField::Kind::Count;
+    return std::nullopt;
+}
+
 // Tells a fault's column in the whole text.
 Expression parseAt(std::u16string_view text, std::size_t start, std::size_t end) {
     try {
@@ -94,7 +103,9 @@ TextTemplate TextTemplate::parse(std::u16string_view text) {
         flush();
         TextPart part;
         part.expression = parseAt(text, open + 1, end);
-        if (end < close) part.format = ValueFormat(std::u16string(text.substr(end + 1, close - end - 1)));
+        const std::u16string_view format = text.substr(end, close - end).substr(end < close ? 1 : 0);
+        part.pageField = pageFieldOf(*part.expression, format);
+        if (!format.empty()) part.format = ValueFormat(std::u16string(format));
         result.parts.push_back(std::move(part));
         i = close + 1;
     }

@@ -9,6 +9,7 @@
 
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/bind/value_format.h"
+#include "qbsvrl6/items/page_field.h"
 
 namespace qbsvrl6 {
 
@@ -16,6 +17,7 @@ struct TextPart {
     std::u16string literal;
     std::optional<Expression> expression;  // else the part is the literal
     ValueFormat format{{}};
+    std::optional<PageField::Kind> pageField;  // the placeholder is nothing but that number, in plain digits
 };
 
 // Texts that lie side by side as parts, in order. A "[" of the text itself is written "[[".

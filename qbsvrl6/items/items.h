@@ -12,6 +12,7 @@
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/items/cell_value.h"
+#include "qbsvrl6/items/page_field.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/model/style.h"
 #include "qbsvrl6/picture/picture.h"
@@ -36,6 +37,7 @@ struct TextItem {
     std::optional<Color> color;  // where a format's colour mark or condition overrides the style's
     std::vector<PlacedLine> lines;
     std::u16string link;
+    std::vector<PageField> pageFields;  // in `text`, in order
     // The text holds the page count (or another total of the whole report) and is not laid out yet: a sink
     // keeps the item and asks PageSink's `settle` at the end.
     bool pending = false;

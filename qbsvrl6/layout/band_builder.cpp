@@ -120,6 +120,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
     TextItem& item = std::get<TextItem>(piece.item.content);
     item.text = std::exchange(evaluated_.text, {});
     item.value = evaluated_.cell;
+    item.pageFields = std::move(evaluated_.pageFields);
     item.color = evaluated_.color;
     item.fontSize = piece.style->fontSize;
     if (text.link) {

@@ -18,6 +18,7 @@ void LateTexts::settleForPage(BandDraft& draft, const PageNumbers& page) {
         }
         TextItem& text = std::get<TextItem>(item.content);
         text.text.clear();
+        text.pageFields.clear();
         text.lines.clear();
         text.pending = true;
         text.pendingKey = static_cast<std::uint32_t>(waiting_.size());
@@ -45,6 +46,7 @@ void LateTexts::settleNow(Item& item, const LateText& late) {
     late.view->evaluateText(late.text->text, late.position, evaluated_);
     text.text = evaluated_.text;
     text.value = evaluated_.cell;
+    text.pageFields = evaluated_.pageFields;
     if (evaluated_.color) text.color = evaluated_.color;
     text.pending = false;
     if (!measure_) return;

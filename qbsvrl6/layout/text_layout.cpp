@@ -343,6 +343,7 @@ Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, 
         placeText(item, style, {box.width, height});
         return 0;
     }
+    item.pageFields.clear();  // of a text that is in one piece
     // Each part takes its own stretch of the text with it, so that no cell holds any of it twice.
     std::u16string whole = std::move(item.shown.empty() ? item.text : item.shown);
     item.shown.clear();

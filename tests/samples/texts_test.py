@@ -218,6 +218,34 @@ class Texts(unittest.TestCase):
                 self.assertEqual([record.split("#")[1] for record in records if record],
                                  [str(i) for i in range(len(texts))])
 
+    def make(self, name, template, rows):
+        """The documents of one report."""
+        directory = self.directory / name
+        directory.mkdir()
+        (directory / "t.qbf").write_text(f'<Report version="1"><Page size="A5"/>{template}</Report>', "utf-8")
+        (directory / "t.txt").write_text(json.dumps(rows))
+        subprocess.run([MAKE_DOCUMENTS, directory, directory / "out", directory / "t.qbf", directory / "t.txt"], check=True,
+                       capture_output=True, timeout=600)
+        return directory / "out"
+
+    def test_page_numbers_of_rtf_are_fields(self):
+        field = r"{\\field{\\\*\\fldinst{ (\w+) }}{\\fldrslt{(\d+)}}}"
+        header = ('<PageHeader height="9mm"><Text width="99mm" height="9mm" text="[PageNumber:00] [PageNumber + 4] '
+                  'Page [PageNumber] of [PageCount], form 5"/></PageHeader>')
+        grid = ('<Grid titleHeight="0mm"><Columns><Column name="A" width="9mm"><Content text="[A]"/></Column></Columns><Groups>'
+                '<Group name="G" by="A" newPage="true" {}><Header height="9mm"/></Group></Groups></Grid>')
+        plain = header.replace("[PageNumber:00] [PageNumber + 4] ", "")
+        rows = [{"A": i} for i in range(5)]
+        for name, template, sections, starts, text in (
+                ("fields", plain + grid.format(""), 1, [], "Page <PAGE 1> of <NUMPAGES 5>, form 5"),
+                ("formats", header + grid.format(""), 5, [], "01 5 Page <PAGE 1> of <NUMPAGES 5>, form 5"),
+                ("restarts", plain + grid.format('restartPageNumber="true"'), 5, ["1"] * 4, "Page <PAGE 1> of 1, form 5")):
+            with self.subTest(name=name):
+                rtf = self.make(name, template, rows).with_suffix(".rtf").read_text("ascii")
+                self.assertIn(text, re.sub(field, r"<\1 \2>", rtf))
+                self.assertEqual(len(re.findall(r"\\sectd", rtf)), sections)
+                self.assertEqual(re.findall(r"\\pgnrestart\\pgnstarts(\d+)", rtf), starts)
+
     def browse(self, *words):
         return output_of("chromium", "--headless", "--no-sandbox", "--disable-gpu", "--allow-file-access-from-files",
                          f"--user-data-dir={self.directory}/browser", *words)
@@ -226,12 +254,20 @@ class Texts(unittest.TestCase):
     def test_browser_shows_and_prints_the_pages(self):
         for sample, file, layout in self.each(("htm",), ("printed", "continuous")):
             with self.naming(file):
-                # Nothing moves sideways on a phone but tables in their own frames.
+                # On a phone nothing moves sideways but tables and wide drawings in their own frames, nothing else is cut,
+                # totals are as wide as the grid above them, and numbers are on one line.
                 frame = self.directory / "frame.html"
-                frame.write_text(f'<iframe src="{file.as_uri()}" style="width:390px;height:844px" onload="document.title='
-                                 'this.contentDocument.documentElement.scrollWidth"></iframe>', "utf-8")
-                width = re.search(r"<title>(\d+)</title>", self.browse("--dump-dom", frame.as_uri()))
-                self.assertLessEqual(int(width[1]), 390)
+                frame.write_text(
+                    f'<iframe src="{file.as_uri()}" style="width:390px;height:844px;border:0" onload="'
+                    "const d = this.contentDocument, all = words => [...d.querySelectorAll(words)];"
+                    "const lines = cell => { const range = d.createRange(); range.selectNodeContents(cell);"
+                    " return new Set([...range.getClientRects()].map(box => Math.round(box.top))).size };"
+                    "document.title = [d.documentElement.scrollWidth <= 390,"
+                    "all('.free td, .free svg').every(e => e.closest('.wide') || e.getBoundingClientRect().right <= 390),"
+                    "all('.grid table + table').every(e => e.offsetWidth == e.parentNode.firstChild.offsetWidth),"
+                    "all('.n').every(e => lines(e) <= 1)]\"></iframe>", "utf-8")
+                shown = re.search(r"<title>([^<]*)</title>", self.browse("--dump-dom", frame.as_uri()))
+                self.assertEqual(shown[1], "true,true,true,true")
                 printed = self.directory / "printed.pdf"
                 self.browse("--no-pdf-header-footer", f"--print-to-pdf={printed}", file.as_uri())
                 pages = sample_data.pages_of(printed)

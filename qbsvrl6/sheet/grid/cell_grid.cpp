@@ -485,6 +485,12 @@ void CellGrid::join(const Region& region, const Item& item) {
     auto* there = std::get_if<TextItem>(&owning.content);
     if (text.empty() || there == nullptr || there->pending) return;
     if (!there->text.empty()) there->text += u' ';
+    if (const auto* joined = std::get_if<TextItem>(&item.content)) {
+        for (PageField field : joined->pageFields) {
+            field.start += there->text.size();
+            there->pageFields.push_back(field);
+        }
+    }
     there->text += text;
     there->value = {};
 }

@@ -1,15 +1,10 @@
-// RTF 1.9.1. A character beyond ASCII is "\uN\'3f", N being its UTF-16 unit as a signed number; behind it
-// stands the code of a question mark for readers that don't know it. As a plain "?" some take it with the
-// word behind it.
 #include "qbsvrl6/sheet/rtf/rtf_look.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 
 #include "qbsvrl6/fonts/aliases.h"
-#include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 
 namespace qbsvrl6 {
@@ -22,34 +17,6 @@ bool isChinese(FamilyKind kind) {
 }
 
 }  // namespace
-
-int twips(Micrometres length) { return static_cast<int>(std::lround(points(length) * 20)); }
-
-void appendCommand(std::string& out, const char* command, int value) {
-    std::array<char, 16> digits;
-    out += command;
-    out.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
-}
-
-void appendRtf(std::string& out, std::u16string_view text, const char* lineEnd) {
-    std::u16string buffer;
-    for (const char16_t unit : cleanText(text, buffer)) {
-        if (unit == u'\\' || unit == u'{' || unit == u'}') {
-            out += '\\';
-            out += static_cast<char>(unit);
-        } else if (unit >= 0x20 && unit < 0x7F) {
-            out += static_cast<char>(unit);
-        } else if (unit == u'\n') {
-            out += lineEnd;
-        } else if (unit == u'\t') {
-            out += "\\tab ";
-        } else {
-            const bool isControl = unit < 0x20 || unit == 0x7F;
-            appendCommand(out, "\\u", isControl ? -3 : static_cast<std::int16_t>(unit));
-            out += "\\'3f";
-        }
-    }
-}
 
 RtfLooks::RtfLooks() { fontOf(u"SimSun"); }
 
@@ -92,14 +59,21 @@ RtfLooks::Look RtfLooks::makeLook(const CellStyle& style) {
         appendCommand(paragraph, "\\sl", static_cast<int>(std::lround(240 * lines)));
         paragraph += "\\slmult1";
     }
-    appendCommand(paragraph, "\\f", fontOf(style.fontFamily));
-    appendCommand(paragraph, "\\fs",
-                  static_cast<int>(std::lround(2 * std::clamp(style.fontSize, 1.0, 1600.0))));
+    const int font = fontOf(style.fontFamily);
+    const auto size = static_cast<int>(std::lround(2 * std::clamp(style.fontSize, 1.0, 1600.0)));
+    appendCommand(paragraph, "\\f", font);
+    appendCommand(paragraph, "\\fs", size);
     if (style.bold) paragraph += "\\b";
     if (style.italic) paragraph += "\\i";
     if (style.underline) paragraph += "\\ul";
     appendCommand(paragraph, "\\cf", colorOf(style.color));
     paragraph += ' ';
+
+    appendCommand(look.associated, "\\af", font);
+    appendCommand(look.associated, "\\afs", size);
+    if (style.bold) look.associated += "\\ab";
+    if (style.italic) look.associated += "\\ai";
+    look.associated += ' ';
 
     look.frame = kVerticals[static_cast<std::size_t>(style.verticalAlign)];
     if (style.rotation == 90) look.frame += "\\cltxtbrl";

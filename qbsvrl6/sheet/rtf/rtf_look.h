@@ -1,27 +1,15 @@
-// Texts and looks in RTF, with the tables of fonts and colours that they refer to.
+// Looks in RTF, with the tables of fonts and colours that they refer to.
 #ifndef QBSVR_QBSVRL6_SHEET_RTF_RTF_LOOK_H
 #define QBSVR_QBSVRL6_SHEET_RTF_RTF_LOOK_H
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "qbsvrl6/sheet/grid/cell_style.h"
+#include "qbsvrl6/sheet/rtf/rtf_text.h"
 
 namespace qbsvrl6 {
-
-// A length in twips, the unit of RTF.
-int twips(Micrometres length);
-
-// Text in which nothing is a control word. Line ends become `lineEnd`: line breaks of the same paragraph, or
-// new paragraphs where a justified line would be stretched ahead of a break.
-constexpr const char* kLineBreak = "\\line ";
-constexpr const char* kParagraph = "\\par ";
-void appendRtf(std::string& out, std::u16string_view text, const char* lineEnd = kLineBreak);
-
-// A command and its number: "\fs20".
-void appendCommand(std::string& out, const char* command, int value);
 
 class RtfLooks {
 public:
@@ -29,6 +17,8 @@ public:
 
     // What stands ahead of a cell's text.
     const std::string& paragraph(const Cell& cell) { return looks_[lookOf(cell)].paragraph; }
+    // The font again, which word processors keep apart for text from right to left; after `paragraph`.
+    const std::string& associated(const Cell& cell) { return looks_[lookOf(cell)].associated; }
     // What stands ahead of the cell's right edge in the definition of its row.
     const std::string& frame(const Cell& cell) { return looks_[lookOf(cell)].frame; }
 
@@ -38,6 +28,7 @@ public:
 private:
     struct Look {
         std::string paragraph;
+        std::string associated;
         std::string frame;
     };
 

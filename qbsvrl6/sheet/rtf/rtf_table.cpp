@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/sheet/escape.h"
 
 namespace qbsvrl6 {
@@ -25,6 +26,12 @@ std::string quotedAddress(std::u16string_view address) {
     return out;
 }
 
+// Some of it may run from right to left.
+bool hasOwnDirection(const Item& item) {
+    return std::holds_alternative<TextItem>(item.content) &&
+           (isPending(item) || mayRunRightToLeft(textOf(item)));
+}
+
 // A text without a character must not make its row higher.
 bool showsNothing(const Item& item) {
     return std::holds_alternative<TextItem>(item.content) && textOf(item).empty() && !isPending(item);
@@ -32,7 +39,8 @@ bool showsNothing(const Item& item) {
 
 }  // namespace
 
-RtfTable::RtfTable(const CellGrid& grid, Micrometres left) : left_(twips(left)) {
+RtfTable::RtfTable(const CellGrid& grid, Micrometres left, bool floatsInCells)
+    : left_(twips(left)), floatsInCells_(floatsInCells) {
     Micrometres edge = left;
     for (int column = 0; column < grid.columnCount(); ++column) {
         edge += grid.columnWidth(column);
@@ -75,7 +83,8 @@ void RtfTable::findSlots(const CellRow& row) {
 }
 
 void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repeats) {
-    appendCommand(out, "\\trowd\\trgaph0\\trkeep\\trleft", left_);
+    // Said of each row, or a paragraph from right to left would turn the order of its table's columns.
+    appendCommand(out, "\\trowd\\ltrrow\\trgaph0\\trkeep\\trleft", left_);
     appendCommand(out, "\\trrh", twips(row.height));
     if (repeats) out += "\\trhdr";
     for (const Slot& slot : slots_) {
@@ -93,13 +102,14 @@ void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repea
 }
 
 void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWriter& text) {
-    const std::size_t host = row.floats.empty() ? slots_.size() : hostOfFloats();
+    const std::size_t host = row.floats.empty() || !floatsInCells_ ? slots_.size() : hostOfFloats();
     int left = left_;
     for (std::size_t i = 0; i < slots_.size(); ++i) {
         const Slot& slot = slots_[i];
         const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn ||
                              showsNothing(*slot.cell->item);
         out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : looks_.paragraph(*slot.cell);
+        if (!isEmpty && hasOwnDirection(*slot.cell->item)) out += looks_.associated(*slot.cell);
         if (i == host) {
             for (const Floating& floating : row.floats) appendFloat(out, floating, left);
         }
@@ -116,23 +126,40 @@ std::size_t RtfTable::hostOfFloats() const {
     return free == slots_.end() ? 0 : static_cast<std::size_t>(free - slots_.begin());
 }
 
-// A shape in front of the text, counted from the cell that it hangs on.
+int RtfTable::columnLeft(const Floating& floating) const {
+    return floating.column == 0 ? left_ : edges_[static_cast<std::size_t>(floating.column) - 1];
+}
+
+// Counted from the cell that it hangs on.
 void RtfTable::appendFloat(std::string& out, const Floating& floating, int cellLeft) {
-    const std::uint32_t number = pictures_.numberOf(*floating.item);
-    if (number == 0) return;
     const Rect box = pictureBox(*floating.item);
-    const int columnLeft =
-        floating.column == 0 ? left_ : edges_[static_cast<std::size_t>(floating.column) - 1];
-    const int left = columnLeft - cellLeft + twips(floating.x + box.x);
-    const int top = twips(floating.y + box.y);
+    appendShape(out, *floating.item, columnLeft(floating) - cellLeft + twips(floating.x + box.x),
+                twips(floating.y + box.y), "\\shpbxcolumn\\shpbypara\\shpwr3\\shpfblwtxt0");
+}
+
+void RtfTable::appendFloats(std::string& out, const CellRow& row, Micrometres margin, Micrometres top) {
+    for (const Floating& floating : row.floats) {
+        const Rect box = pictureBox(*floating.item);
+        appendShape(out, *floating.item, twips(margin) + columnLeft(floating) + twips(floating.x + box.x),
+                    twips(top + floating.y + box.y), "\\shpbxpage\\shpbypage\\shpwr3\\shpfblwtxt0");
+    }
+}
+
+void RtfTable::appendBackdrop(std::string& out, const Item& item) {
+    appendShape(out, item, 0, 0, "\\shpfhdr1\\shpbxpage\\shpbypage\\shpwr3\\shpfblwtxt1");
+}
+
+void RtfTable::appendShape(std::string& out, const Item& item, int left, int top, const char* anchor) {
+    const std::uint32_t number = pictures_.numberOf(item);
+    if (number == 0) return;
+    const Rect box = pictureBox(item);
     appendCommand(out, "{\\shp{\\*\\shpinst\\shpleft", left);
     appendCommand(out, "\\shptop", top);
     appendCommand(out, "\\shpright", left + twips(box.width));
     appendCommand(out, "\\shpbottom", top + twips(box.height));
-    out +=
-        "\\shpfhdr0\\shpbxcolumn\\shpbypara\\shpwr3\\shpfblwtxt0{\\sp{\\sn shapeType}{\\sv 75}}{\\sp{\\sn "
-        "pib}{\\sv ";
-    appendBytes(out, *floating.item, number);
+    out += anchor;
+    out += "{\\sp{\\sn shapeType}{\\sv 75}}{\\sp{\\sn pib}{\\sv ";
+    appendBytes(out, item, number);
     out += "}}}}";
 }
 

@@ -1,14 +1,16 @@
-// RTF with real tables. Each printed page's header and footer are those of a section; as long as the next
-// page has the same ones but for its number, the section goes on, and the numbers are fields that the word
-// processor counts. What is the same is known when all pages are there, so that the places between pages are
-// filled last, and the tables of fonts and colours with the head of the file.
+// RTF with real tables. Page headers and footers are those of a section, which goes on as long as the next
+// page has the same ones but for its number; page numbers are fields that the word processor counts. Whether
+// the page count of a field is that of the document is known when all pages are there, so that what is
+// between pages is written last, as is the head of the file with its tables of fonts and colours.
 #include <algorithm>
 #include <utility>
 
 #include "qbsvrl6/sheet/grid/cell_sink.h"
+#include "qbsvrl6/sheet/rtf/page_headers.h"
 #include "qbsvrl6/sheet/rtf/rtf_table.h"
 #include "qbsvrl6/sheet/text_stream.h"
-#include "qbsvrl6/sheet/workbook/page_frames.h"
+#include "qbsvrl6/sheet/workbook/drawing_picture.h"
+#include "qbsvrl6/support/log.h"
 
 namespace qbsvrl6 {
 
@@ -19,11 +21,14 @@ constexpr Micrometres kLeastGap = 500;
 // A page leaves this to the word processor, whose rows are a trace higher than ours.
 constexpr Micrometres kSlack = 4'000;
 
+// The height of a header without texts, with some room around it.
+constexpr Micrometres kLine = 1'000;
+
 // The widest paper that word processors take: 22 inches.
 constexpr Micrometres kMaxPaper = 558'800;
 
 // A paragraph of just this height; it ends the table before it.
-void appendGap(std::string& out, Micrometres height, const char* content = "") {
+void appendGap(std::string& out, Micrometres height, std::string_view content = "") {
     appendCommand(out, "\\pard\\plain\\fs2\\sl-", std::max(twips(height), 20));
     out += "\\slmult0";
     out += content;
@@ -36,8 +41,9 @@ public:
         : CellSink(options, GridFit::Exact),
           options_(options),
           output_(output),
-          frameGrid_(options.cuts, options.page.paper.width, GridFit::Exact),
-          table_(grid(), options.cuts.empty() ? 0 : options.cuts.front() - options.page.margins.left) {}
+          headerGrid_(options.cuts, options.page.paper.width, GridFit::Exact),
+          table_(grid(), options.cuts.empty() ? 0 : options.cuts.front() - options.page.margins.left,
+                 !hasOwnPages()) {}
 
 private:
     // What is written last: the beginning of a page, or a late text.
@@ -47,9 +53,15 @@ private:
     };
     enum class Part { None, Rows, Titles };
 
+    // The word processor's pages are ours, so that pictures have their places on them. Bound to cells, some
+    // would be moved to a page of their own.
+    bool hasOwnPages() const { return options_.paged && options_.pageBreaks; }
+
     void openPage(const PageInfo&, bool) override {
-        open({true, frames_.size()});
-        frames_.emplace_back();
+        open({true, pages_.size()});
+        pages_.emplace_back();
+        shapes_.emplace_back();
+        top_ = options_.page.margins.top;
         part_ = Part::None;
         headerHeight_ = 0;
     }
@@ -61,9 +73,8 @@ private:
 
     bool keepBand(Band& band, Micrometres x, Micrometres y) override {
         const bool isHeader = band.kind == BandKind::PageHeader;
-        if (!options_.paged || (!isHeader && band.kind != BandKind::PageFooter)) return false;
-        PlacedBand& kept = (isHeader ? frames_.back().header : frames_.back().footer).emplace_back();
-        for (const Item& item : band.items) kept.late.push_back(isPending(item));
+        if (!isHeader && band.kind != BandKind::PageFooter) return false;
+        PlacedBand& kept = (isHeader ? pages_.back().header : pages_.back().footer).emplace_back();
         if (isHeader) {
             headerHeight_ = std::max(headerHeight_, y + band.height - options_.page.margins.top);
         }
@@ -83,12 +94,17 @@ private:
         part_ = part;
         table_.append(stream_.text(), rows, part == Part::Titles && !options_.paged,
                       [&](std::string& out, Item& item) { appendText(out, item); });
+        if (hasOwnPages()) appendShapes(shapes_.back(), rows, top_);
         stream_.breathe();
     }
 
-    static const char* lineEndOf(const Item& item) {
-        const bool justified = item.style && item.style->align == HorizontalAlign::Justify;
-        return justified ? kParagraph : kLineBreak;
+    // What floats above the rows, which begin below `top` and move it to their end.
+    void appendShapes(std::string& out, std::span<const CellRow> rows, Micrometres& top) {
+        for (const CellRow& row : rows) {
+            top += row.gap;
+            table_.appendFloats(out, row, options_.page.margins.left, top);
+            top += row.height;
+        }
     }
 
     void appendText(std::string& out, Item& item) {
@@ -96,14 +112,14 @@ private:
             open({false, late_.size()});
             late_.push_back(std::move(item));
         } else {
-            appendRtf(out, textOf(item), lineEndOf(item));
+            appendItemText(out, item);
         }
     }
 
     void close(PendingTexts& pending) override {
-        for (PageFrame& frame : frames_) {
-            settle(frame.header, pending);
-            settle(frame.footer, pending);
+        for (PageHeaderFooter& page : pages_) {
+            settle(page.header, pending);
+            settle(page.footer, pending);
         }
         const std::vector<std::string> pages = pageBeginnings();
         output_ += "{\\rtf1\\ansi\\ansicpg1252\\uc1\\deff0\n";
@@ -116,7 +132,7 @@ private:
                 out += pages[place.index];
             } else {
                 pending.settle(late_[place.index]);
-                appendRtf(out, textOf(late_[place.index]), lineEndOf(late_[place.index]));
+                appendItemText(out, late_[place.index]);
             }
         });
         // The last paragraph, which must not make a page of its own.
@@ -133,87 +149,113 @@ private:
 
     // For each page: a section's beginning, or a page break within its section.
     std::vector<std::string> pageBeginnings() {
-        std::vector<std::string> pages;
-        std::size_t sectionStart = 0;
-        for (std::size_t i = 0; i < frames_.size(); ++i) {
-            std::string& out = pages.emplace_back();
-            if (i > 0 && sameFrame(frames_[sectionStart], static_cast<int>(sectionStart) + 1, frames_[i],
-                                   static_cast<int>(i) + 1)) {
-                if (options_.pageBreaks) appendGap(out, 0, "\\page");
-                continue;
+        std::vector<std::string> beginnings(pages_.size());
+        std::vector<std::size_t> sections;  // their first pages
+        for (std::size_t i = 0; i < pages_.size(); ++i) {
+            const bool goesOn = !sections.empty() && isContinued(pages_[sections.back()], pages_[i],
+                                                                 static_cast<int>(i - sections.back()));
+            if (!goesOn) {
+                sections.push_back(i);
+            } else if (options_.pageBreaks) {
+                appendGap(beginnings[i], 0, "\\page");
             }
+        }
+        const std::string backdrop = makeBackdrop(sections.size());
+        int number = 1;  // as the word processor counts
+        for (std::size_t i = 0; i < sections.size(); ++i) {
+            std::string& out = beginnings[sections[i]];
             if (i > 0) {
+                number += static_cast<int>(sections[i] - sections[i - 1]);
                 appendGap(out, 0);
                 out += options_.pageBreaks ? "\\sect" : "\\sect\\sbknone";
             }
-            sectionStart = i;
-            if (options_.paged) appendSection(out, i);
+            out += options_.pageBreaks || i == 0 ? "\\sectd\\sbkpage" : "\\sectd\\sbknone";
+            const int shown = shownPageNumber(pages_[sections[i]]).value_or(number);
+            if (shown != number) appendCommand(out, "\\pgnrestart\\pgnstarts", shown);
+            number = shown;
+            appendSection(out, pages_[sections[i]], backdrop);
         }
-        return pages;
+        for (std::size_t i = 0; i < pages_.size(); ++i) {
+            if (!shapes_[i].empty()) appendGap(beginnings[i], 0, std::exchange(shapes_[i], {}));
+        }
+        return beginnings;
     }
 
-    void appendSection(std::string& out, std::size_t index) {
-        const PageFrame& frame = frames_[index];
+    // The background and watermark, which each section holds anew.
+    std::string makeBackdrop(std::size_t sections) {
+        constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // in all sections
+        std::string out;
+        const Size paper = options_.page.paper;
+        if (!hasOwnPages()) return out;
+        const std::shared_ptr<const Picture> picture =
+            backdropOf(options_.background, options_.watermark, paper);
+        if (picture == nullptr) return out;
+        if (2 * picture->bytes.size() > kMostBytes / sections) {
+            logWarning("the background is left out of the document, which would hold it " +
+                       std::to_string(sections) + " times");
+            return out;
+        }
+        Item item;
+        item.box = {0, 0, paper.width, paper.height};
+        item.content = PictureItem{picture, item.box, PictureFit::Stretch, {}};
+        table_.appendBackdrop(out, item);
+        return out;
+    }
+
+    void appendSection(std::string& out, PageHeaderFooter& parts, std::string_view backdrop) {
         const PageSetup& page = options_.page;
         Micrometres top = page.margins.top;
-        for (const PlacedBand& placed : frame.header) top = std::max(top, placed.y + placed.band.height);
-        Micrometres bottom = page.margins.bottom;
-        for (const PlacedBand& placed : frame.footer) bottom = std::max(bottom, page.paper.height - placed.y);
-        out += options_.pageBreaks || index == 0 ? "\\sectd\\sbkpage" : "\\sectd\\sbknone";
-        appendCommand(out, "\\headery", twips(page.margins.top));
+        for (const PlacedBand& placed : parts.header) top = std::max(top, placed.y + placed.band.height);
+        // A header without texts is a line above the margin.
+        const Micrometres headerTop = parts.header.empty() ? page.margins.top - kLine : page.margins.top;
+        appendCommand(out, "\\headery", twips(std::max(headerTop, 0)));
         appendCommand(out, "\\footery", twips(std::max(page.margins.bottom - kSlack, 0)));
         appendCommand(out, "\\margtsxn", twips(top));
-        // Where no footer stands, all of the margin is left: the page ends by its break.
-        const Micrometres slack = frame.footer.empty() ? bottom : kSlack;
-        appendCommand(out, "\\margbsxn", twips(std::max(bottom - slack, 0)));
+        appendCommand(out, "\\margbsxn", twips(std::max(bottomMargin(parts.footer), 0)));
         out += '\n';
-        // The next page tells which numbers are the page's own.
-        const std::size_t next =
-            index + 1 < frames_.size() && sameFrame(frame, static_cast<int>(index) + 1, frames_[index + 1],
-                                                    static_cast<int>(index) + 2)
-                ? index + 1
-                : index;
-        appendFramePart(out, "{\\header\n", frames_[index].header, frames_[next].header, index, next);
-        appendFramePart(out, "{\\footer\n", frames_[index].footer, frames_[next].footer, index, next);
+        appendPart(out, "{\\header\n", parts.header, backdrop, hasHeader_);
+        appendPart(out, "{\\footer\n", parts.footer, {}, hasFooter_);
     }
 
-    void appendFramePart(std::string& out, const char* start, std::vector<PlacedBand>& bands,
-                         const std::vector<PlacedBand>& others, std::size_t index, std::size_t next) {
-        if (bands.empty()) return;
-        out += start;
-        frameGrid_.beginPage(bands.front().y);
-        for (std::size_t i = 0; i < bands.size(); ++i) {
-            PlacedBand& placed = bands[i];
-            const std::span<const CellRow> rows = frameGrid_.place(placed.band, placed.x, placed.y);
-            table_.append(out, rows, false, [&](std::string& text, Item& item) {
-                const auto number = static_cast<std::size_t>(&item - placed.band.items.data());
-                appendNumbered(text, item, others[i].band.items[number], placed.late[number], index, next);
-            });
+    Micrometres bottomMargin(const std::vector<PlacedBand>& footer) const {
+        const PageSetup& page = options_.page;
+        Micrometres bottom = page.margins.bottom;
+        if (!options_.paged) {
+            for (const PlacedBand& placed : footer) bottom += placed.band.height;
+            return bottom;
         }
-        appendGap(out, 0);
+        // Where no footer stands, all of the margin is left: the page ends by its break.
+        if (footer.empty()) return 0;
+        for (const PlacedBand& placed : footer) bottom = std::max(bottom, page.paper.height - placed.y);
+        return bottom - kSlack;
+    }
+
+    // A section without a header or footer would have that of the section before it: `inherits`.
+    void appendPart(std::string& out, const char* start, std::vector<PlacedBand>& bands,
+                    std::string_view backdrop, bool& inherits) {
+        if (bands.empty() && backdrop.empty() && !inherits) return;
+        inherits = true;
+        out += start;
+        std::string shapes(backdrop);
+        Micrometres top = bands.empty() ? 0 : bands.front().y;
+        headerGrid_.beginPage(top);
+        for (PlacedBand& placed : bands) {
+            const std::span<const CellRow> rows = headerGrid_.place(placed.band, placed.x, placed.y);
+            table_.append(out, rows, false,
+                          [&](std::string& text, Item& item) { appendWithFields(text, item); });
+            if (hasOwnPages()) appendShapes(shapes, rows, top);
+        }
+        appendGap(out, 0, shapes);
         out += "}\n";
     }
 
-    // A text with fields for the numbers in it.
-    void appendNumbered(std::string& out, const Item& item, const Item& other, bool mayCount,
-                        std::size_t index, std::size_t next) {
-        const std::u16string_view text = textOf(item);
-        const auto fields =
-            findNumbers(text, static_cast<int>(index) + 1, textOf(other), static_cast<int>(next) + 1,
-                        mayCount ? static_cast<int>(frames_.size()) : 0);
-        std::size_t from = 0;
-        if (fields) {
-            for (const NumberField& field : *fields) {
-                appendRtf(out, text.substr(from, field.start - from));
-                out += field.kind == NumberField::Kind::Page
-                           ? "{\\field{\\*\\fldinst{ PAGE }}{\\fldrslt{"
-                           : "{\\field{\\*\\fldinst{ NUMPAGES }}{\\fldrslt{";
-                appendRtf(out, text.substr(field.start, field.length));
-                out += "}}}";
-                from = field.start + field.length;
-            }
-        }
-        appendRtf(out, text.substr(from));
+    // The count of a run of pages stays a text: the word processor's is that of the document.
+    void appendWithFields(std::string& out, const Item& item) const {
+        std::vector<PageField> fields = std::get<TextItem>(item.content).pageFields;
+        std::erase_if(fields, [&](const PageField& field) {
+            return field.kind == PageField::Kind::Count && field.value != static_cast<int>(pages_.size());
+        });
+        appendItemText(out, item, fields);
     }
 
     void appendInfo(std::string& out) const {
@@ -252,11 +294,15 @@ private:
 
     SheetOptions options_;
     std::string& output_;
-    CellGrid frameGrid_;
+    CellGrid headerGrid_;
     RtfTable table_;
     TextStream stream_;
     std::vector<OpenPlace> places_;  // by the stream's marks
-    std::vector<PageFrame> frames_;  // by page
+    std::vector<PageHeaderFooter> pages_;
+    std::vector<std::string> shapes_;  // what floats on each page
+    Micrometres top_ = 0;              // of the next row on the page under way
+    bool hasHeader_ = false;           // of any section so far
+    bool hasFooter_ = false;
     std::vector<Item> late_;
     Micrometres headerHeight_ = 0;  // of the page under way
     Part part_ = Part::None;

@@ -12,34 +12,41 @@ namespace {
 
 // Fine enough for print.
 constexpr double kResolution = 200;
+// A watermark is large and pale.
+constexpr double kBackdropResolution = 120;
 
 class NothingPending : public PendingTexts {
 public:
     void settle(Item&) override {}
 };
 
-// A page that is the drawing alone, without the paddings around it.
-std::string drawAsPng(const Item& item) {
-    const Rect place = pictureBox(item);
+// A page with one band, as large as the paper, of these items.
+std::string pageAsPng(const RasterOptions& options, Size paper, std::vector<Item> items) {
     std::string bytes;
-    RasterOptions options;
-    options.resolution = kResolution;
     const std::unique_ptr<PageSink> sink = makePngWriter(options, bytes);
     PageInfo page;
-    page.paper = {place.width, place.height};
+    page.paper = paper;
     sink->beginPage(page);
     Band band;
-    band.width = place.width;
-    band.height = place.height;
-    Item alone;
-    alone.box = {-place.x, -place.y, item.box.width, item.box.height};
-    alone.content = item.content;
-    band.items.push_back(std::move(alone));
+    band.width = paper.width;
+    band.height = paper.height;
+    band.items = std::move(items);
     sink->band(std::move(band), 0, 0);
     sink->endPage();
     NothingPending nothing;
     sink->finish(nothing);
     return bytes;
+}
+
+// The drawing alone, without the paddings around it.
+std::string drawAsPng(const Item& item) {
+    const Rect place = pictureBox(item);
+    RasterOptions options;
+    options.resolution = kResolution;
+    Item alone;
+    alone.box = {-place.x, -place.y, item.box.width, item.box.height};
+    alone.content = item.content;
+    return pageAsPng(options, {place.width, place.height}, {std::move(alone)});
 }
 
 }  // namespace
@@ -70,6 +77,24 @@ std::uint32_t PictureList::numberOf(const Item& item) {
         logWarning(std::string("a drawing is left out of the document: ") + error.what());
     }
     return entry->second;
+}
+
+std::shared_ptr<const Picture> backdropOf(const std::shared_ptr<const Picture>& background,
+                                          const Watermark& watermark, Size paper) {
+    if (watermark.text.empty() || watermark.fontSize <= 0) return background;
+    try {
+        RasterOptions options;
+        options.resolution = kBackdropResolution;
+        options.background = background;
+        options.watermark = watermark;
+        auto picture = std::make_shared<Picture>();
+        picture->bytes = pageAsPng(options, paper, {});
+        picture->id = UINT64_MAX;
+        return picture;
+    } catch (const EngineError& error) {
+        logWarning(std::string("the watermark is left out of the document: ") + error.what());
+        return background;
+    }
 }
 
 Rect pictureBox(const Item& item) {

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "qbsvrl6/items/items.h"
+#include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {
 
@@ -25,6 +26,11 @@ private:
     // A drawing is kept with its number, so that its address stays its own.
     std::map<std::shared_ptr<const Drawing>, std::uint32_t> byDrawing_;
 };
+
+// What is below the texts of a page, as one picture of the paper's size: the background, and on top of it the
+// watermark. Null where there is neither; without a watermark it is the background itself.
+std::shared_ptr<const Picture> backdropOf(const std::shared_ptr<const Picture>& background,
+                                          const Watermark& watermark, Size paper);
 
 // Where in the item's box its picture lies.
 Rect pictureBox(const Item& item);

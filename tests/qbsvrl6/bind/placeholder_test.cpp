@@ -6,6 +6,35 @@
 namespace qbsvrl6 {
 namespace {
 
+// Only what a program that counts pages would show itself is a page field.
+TEST(Placeholder, NotesPageFields) {
+    const struct {
+        const char16_t* text;
+        const char* fields;  // "N" the number, "C" the count, with start, length and value
+    } cases[] = {
+        {u"Page [PageNumber] of [PageCount], form 5", "N5+2=12 C11+3=345 "},
+        {u"[pagenumber:0]/[PageCount:#]", "N0+2=12 C3+3=345 "},
+        {u"[PageNumber:000]", ""},
+        {u"[PageNumber:$$]", ""},
+        {u"[PageNumber + 1] [PageCount - 1] 12", ""},
+        {u"[If(PageNumber > 1, PageNumber, '')]", ""},
+        {u"[[PageNumber] [Count('12')]", ""},
+    };
+    Orders orders;
+    Position position;
+    position.pageNumber = 12;
+    position.pageCount = 345;
+    for (const auto& one : cases) {
+        orders.show(one.text, position);
+        std::string fields;
+        for (const PageField& field : orders.last.pageFields) {
+            fields += (field.kind == PageField::Kind::Number ? "N" : "C") + std::to_string(field.start) +
+                      "+" + std::to_string(field.length) + "=" + std::to_string(field.value) + " ";
+        }
+        EXPECT_EQ(fields, one.fields) << toUtf8(one.text);
+    }
+}
+
 TEST(Placeholder, StandsInTexts) {
     struct Case {
         const char16_t* text;

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "qbsvrl6/sheet/workbook/page_frames.h"
 #include "qbsvrl6/support/utf.h"
 #include "sheet_fixture.h"
 
@@ -10,7 +9,8 @@ namespace qbsvrl6 {
 namespace {
 
 // What a reader of RTF sees: control words in their groups, and texts. Rows read "a|b|\n", sections
-// "<section>", page breaks "<page>", headers and footers "<header ...>", fields "<PAGE 1>".
+// "<section>", page breaks "<page>", headers and footers "<header ...>", fields "<PAGE 1>",
+// a page number that starts anew "<number 1>", directions "<rtlpar>" and "<rtl>".
 class RtfReader {
 public:
     explicit RtfReader(const std::string& rtf) : rtf_(rtf) { group(false); }
@@ -23,7 +23,7 @@ private:
         if (rtf_[at_++] != '{') return;
         ++depth_;
         const std::size_t start = at_;
-        for (const char* destination : {"\\fonttbl", "\\colortbl", "\\info", "\\pict"}) {
+        for (const char* destination : {"\\fonttbl", "\\colortbl", "\\info", "\\pict", "\\shp"}) {
             skipped =
                 skipped || rtf_.compare(start, std::char_traits<char>::length(destination), destination) == 0;
         }
@@ -94,6 +94,12 @@ private:
             text_ += "<section>";
         } else if (word == "trhdr") {
             text_ += "<repeated>";
+        } else if (word == "rtlpar" || word == "ltrpar") {
+            text_ += "<" + word + ">";
+        } else if (word == "rtlch" || word == "ltrch") {
+            text_ += "<" + word.substr(0, 3) + ">";
+        } else if (word == "pgnstarts") {
+            text_ += "<number " + digits + ">";
         }
         return word;
     }
@@ -132,56 +138,125 @@ TEST(Rtf, MakesTables) {
     EXPECT_NE(rtf.find("\\cellx1701\\"), std::string::npos) << "30 mm";
 }
 
-TEST(Rtf, CountsPagesByFieldsWhereHeadersAgree) {
-    SheetFeed feed(&makeRtfWriter, {0, 60, 120}, true);
-    const auto page = [&](std::u16string header, std::u16string row) {
-        feed.put(bandOf(
-            BandKind::PageHeader, 8,
-            {textAt({0, 0, 60, 6}, u"List 3, " + header), pendingAt({60, 0, 60, 6}, header + u" of #")}));
-        feed.row(BandKind::Row, {row});
-        feed.put(bandOf(BandKind::PageFooter, 6, {textAt({0, 0, 60, 6}, u"foot")}));
-    };
-    page(u"p 1", u"a");
-    feed.newPage();
-    page(u"p 2", u"b");
-    feed.newPage();
-    page(u"other", u"c");
-    EXPECT_EQ(readRtf(feed.finish(u"3")),
-              "<header List 3, p < PAGE 1>|p < PAGE 1> of < NUMPAGES 3>|\n><footer foot||\n>a||\n"
-              "<page>b||\n"
-              "<section><header List 3, other|other of < NUMPAGES 3>|\n><footer foot||\n>c||\n");
+// A text with "{n}" for its page's number and "{c}" for the count.
+Item numberedAt(Rect box, std::u16string_view form, int number, int count) {
+    Item item = textAt(box, u"");
+    auto& text = std::get<TextItem>(item.content);
+    while (!form.empty()) {
+        if (form.starts_with(u"{n}") || form.starts_with(u"{c}")) {
+            const bool isNumber = form[1] == u'n';
+            const int value = isNumber ? number : count;
+            const std::string digits = std::to_string(value);
+            text.pageFields.push_back({isNumber ? PageField::Kind::Number : PageField::Kind::Count,
+                                       text.text.size(), digits.size(), value});
+            text.text.append(digits.begin(), digits.end());
+            form.remove_prefix(3);
+        } else {
+            text.text += form.front();
+            form.remove_prefix(1);
+        }
+    }
+    return item;
 }
 
-TEST(Rtf, FindsNumbersOfPages) {
+TEST(Rtf, CountsPagesByFields) {
+    struct Page {
+        const char16_t* header;
+        int number, count;
+        const char16_t* footer;  // null: none
+    };
     const struct {
-        const char16_t* text;
-        int page;
-        const char16_t* other;
-        int otherPage, pageCount;
-        const char* expected;  // "P" a page, "N" the count, with the place; "!" where the texts differ
+        const char* what;
+        std::vector<Page> pages;
+        const char* expected;
     } cases[] = {
-        {u"1/12", 1, u"2/12", 2, 12, "P0 N2"},
-        {u"page 9", 9, u"page 10", 10, 12, "P5"},
-        {u"12 of 12", 12, u"1 of 12", 1, 12, "P0 N6"},
-        {u"2 on 2026-01-12", 2, u"3 on 2026-01-12", 3, 12, "P0 N13"},
-        {u"x1", 1, u"y2", 2, 12, "!"},
-        {u"x1", 1, u"x3", 2, 12, "!"},
-        {u"x1", 1, u"x2y", 2, 12, "!"},
-        {u"x1a", 1, u"x2b", 2, 12, "!"},
-        {u"1 of 1", 1, u"1 of 1", 1, 1, "N5"},
-        {u"", 1, u"", 2, 3, ""},
+        {"numbers that mean something else",
+         {{u"2 of 3: {n}/{c}, form 3", 1, 3, nullptr},
+          {u"2 of 3: {n}/{c}, form 3", 2, 3, nullptr},
+          {u"2 of 3: {n}/{c}, form 3", 3, 3, nullptr}},
+         "<header 2 of 3: < PAGE 1>/< NUMPAGES 3>, form 3|\n>0|\n<page>1|\n<page>2|\n"},
+        {"one page", {{u"{n} of {c}", 1, 1, nullptr}}, "<header < PAGE 1> of < NUMPAGES 1>|\n>0|\n"},
+        {"two digits",
+         {{u"{n}-", 9, 2, nullptr}, {u"{n}-", 10, 2, nullptr}},
+         "<number 9><header < PAGE 9>-|\n>0|\n<page>1|\n"},
+        {"a header that changes, and a footer on some pages",
+         {{u"p {n}", 1, 3, u"a"}, {u"other", 2, 3, u"a"}, {u"other", 3, 3, nullptr}},
+         "<header p < PAGE 1>|\n><footer a|\n>0|\n<section><header other|\n><footer a|\n>1|\n"
+         "<section><header other|\n><footer >2|\n"},
+        {"numbers that start again, with a count of their own",
+         {{u"{n} of {c}", 1, 2, nullptr}, {u"{n} of {c}", 2, 2, nullptr}, {u"{n} of {c}", 1, 1, nullptr}},
+         "<header < PAGE 1> of 2|\n>0|\n<page>1|\n<section><number 1><header < PAGE 1> of 1|\n>2|\n"},
+        {"a number in another form, which is no field",
+         {{u"007", 7, 2, nullptr}, {u"008", 8, 2, nullptr}},
+         "<header 007|\n>0|\n<section><header 008|\n>1|\n"},
     };
     for (const auto& one : cases) {
-        std::string found = "!";
-        if (const auto fields = findNumbers(one.text, one.page, one.other, one.otherPage, one.pageCount)) {
-            found.clear();
-            for (const NumberField& field : *fields) {
-                found += (found.empty() ? "" : " ") +
-                         std::string(field.kind == NumberField::Kind::Page ? "P" : "N") +
-                         std::to_string(field.start);
-            }
+        SheetFeed feed(&makeRtfWriter, {0, 60}, true);
+        for (std::size_t i = 0; i < one.pages.size(); ++i) {
+            const Page& page = one.pages[i];
+            if (i > 0) feed.newPage();
+            feed.put(bandOf(BandKind::PageHeader, 8,
+                            {numberedAt({0, 0, 60, 6}, page.header, page.number, page.count)}));
+            feed.put(bandOf(BandKind::Row, 6,
+                            {textAt({0, 0, 60, 6}, std::u16string(1, static_cast<char16_t>(u'0' + i)))}));
+            if (page.footer == nullptr) continue;
+            feed.put(bandOf(BandKind::PageFooter, 6, {textAt({0, 0, 60, 6}, page.footer)}));
         }
-        EXPECT_EQ(found, one.expected) << toUtf8(one.text);
+        EXPECT_EQ(readRtf(feed.finish()), one.expected) << one.what;
+    }
+}
+
+// Where the report has no pages of its own, the word processor makes them and counts.
+TEST(Rtf, RepeatsTheHeaderOfAContinuousReport) {
+    SheetFeed feed(&makeRtfWriter, {0, 60});
+    feed.put(bandOf(BandKind::PageHeader, 8, {numberedAt({0, 0, 60, 6}, u"{n} / {c}", 1, 1)}));
+    feed.put(bandOf(BandKind::Row, 6, {textAt({0, 0, 60, 6}, u"a")}));
+    EXPECT_EQ(readRtf(feed.finish()), "<header < PAGE 1> / < NUMPAGES 1>|\n>a|\n");
+}
+
+TEST(Rtf, MarksDirections) {
+    const struct {
+        const char16_t* text;
+        const char* expected;
+    } cases[] = {
+        {u"plain (IP65)", "plain (IP65)"},
+        {u"\u05D0\u05D1 (IP65)", "<rtlpar><rtl>\u05D0\u05D1 (<ltr>IP65<rtl>)"},
+        {u"x \u05D0 1", "<ltrpar><ltr>x <rtl>\u05D0 <ltr>1"},
+        {u"\u0645\nx", "<rtlpar><rtl>\u0645<ltrpar><ltr>x"},
+    };
+    for (const auto& one : cases) {
+        SheetFeed feed(&makeRtfWriter, {0, 60});
+        feed.put(bandOf(BandKind::ReportHeader, 6, {textAt({0, 0, 60, 6}, one.text)}));
+        const std::string rtf = feed.finish();
+        EXPECT_EQ(readRtf(rtf), std::string(one.expected) + "|\n");
+        EXPECT_NE(rtf.find("\\trowd\\ltrrow"), std::string::npos);
+        EXPECT_EQ(rtf.find("\\afs20") != std::string::npos, one.expected[0] == '<') << one.expected;
+    }
+}
+
+// A picture over a text has its place on the page and hangs on a paragraph of the page, not on a cell: those
+// move to the next page if they must.
+TEST(Rtf, KeepsFloatingPicturesOnTheirPage) {
+    auto picture = std::make_shared<Picture>();
+    picture->bytes = "\x89PNG";
+    picture->id = 7;
+    Item seal = textAt({40, 50, 10, 5}, u"");
+    seal.content = PictureItem{picture, {0, 0, 10 * kMm, 5 * kMm}};
+    for (const bool paged : {true, false}) {
+        SheetFeed feed(&makeRtfWriter, {0, 30, 60}, paged,
+                       [&](SheetOptions& options) { options.background = picture; });
+        feed.row(BandKind::Row, {u"a"});
+        feed.newPage();
+        feed.put(bandOf(BandKind::ReportHeader, 60, {textAt({0, 30, 60, 30}, u"over all"), seal}));
+        const std::string rtf = feed.finish();
+        const std::string place = "\\shpleft3118\\shptop3685\\shpright3685\\shpbottom3968\\shpbxpage";
+        const std::size_t page = rtf.find("\\page\\par\n");
+        const std::size_t shape = rtf.find(place);  // 55 mm and 65 mm
+        EXPECT_EQ(shape != std::string::npos && shape > page && shape < rtf.find("over all"), paged) << rtf;
+        EXPECT_EQ(rtf.find("\\shpbxcolumn") == std::string::npos, paged) << rtf;
+        const bool hasBackdrop =
+            rtf.find("{\\header\n\\pard\\plain\\fs2\\sl-20\\slmult0{\\shp") != std::string::npos;
+        EXPECT_EQ(hasBackdrop, paged);
     }
 }
 

@@ -1,0 +1,23 @@
+// Page numbers in texts.
+#ifndef QBSVR_QBSVRL6_ITEMS_PAGE_FIELD_H
+#define QBSVR_QBSVRL6_ITEMS_PAGE_FIELD_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qbsvrl6 {
+
+// A stretch of a text that shows the page number or the page count in plain digits, so that a program which
+// counts pages itself can show its own number there.
+struct PageField {
+    enum class Kind : std::uint8_t { Number, Count } kind = Kind::Number;
+    std::size_t start = 0;
+    std::size_t length = 0;
+    int value = 0;
+
+    std::size_t end() const { return start + length; }
+};
+
+}  // namespace qbsvrl6
+
+#endif
