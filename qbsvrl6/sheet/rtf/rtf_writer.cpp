@@ -186,7 +186,7 @@ private:
         constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // in all sections
         std::string out;
         const Size paper = options_.page.paper;
-        if (!hasOwnPages()) return out;
+        if (!hasOwnPages() || sections == 0) return out;
         const std::shared_ptr<const Picture> picture =
             backdropOf(options_.background, options_.watermark, paper);
         if (picture == nullptr) return out;

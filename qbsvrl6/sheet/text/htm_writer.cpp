@@ -14,6 +14,7 @@
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/text/css.h"
 #include "qbsvrl6/sheet/text/lone_value.h"
+#include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/sheet/text_stream.h"
 
 namespace qbsvrl6 {
@@ -113,6 +114,14 @@ const char* directionOf(const Item& item) {
     if (!std::holds_alternative<TextItem>(item.content) || !mayRunRightToLeft(text)) return "";
     return std::any_of(text.begin(), text.end(), isHebrew) ? " dir=\"auto\" lang=\"he\""
                                                            : " dir=\"auto\" lang=\"ar\"";
+}
+
+// A value that has room in its box: on one line, a wider one would cover its neighbour.
+bool isUnbroken(const Item& item) {
+    constexpr double kDigitWidth = 0.5;  // em
+    const auto* text = std::get_if<TextItem>(&item.content);
+    if (text == nullptr || !isLoneValue(text->text)) return false;
+    return displayWidth(text->text) * text->fontSize * kMicrometresPerPoint * kDigitWidth <= item.box.width;
 }
 
 // The rows of a report's footer that are below the grid's columns: those down to the last one with a number.
@@ -346,8 +355,7 @@ private:
 
     // The attribute that gives a cell its look.
     const std::string& classOf(const Cell& cell) {
-        const bool isValue = cell.item != nullptr && std::holds_alternative<TextItem>(cell.item->content) &&
-                             isLoneValue(textOf(*cell.item));
+        const bool isValue = cell.item != nullptr && isUnbroken(*cell.item);
         const std::size_t id = 2 * static_cast<std::size_t>(styles_.idOf(cell)) + (isValue ? 1 : 0);
         while (classes_.size() <= id) {
             const std::string name = " class=\"s" + std::to_string(classes_.size() / 2);

@@ -273,8 +273,10 @@ TEST(HtmWriter, KeepsTotalsWithTheirColumns) {
                      textAt({0, 6, 60, 6}, u"This is due in 30 days."), textAt({0, 12, 60, 6}, u"Thanks")}));
     feed.newPage();
     feed.row(BandKind::ReportFooter, {u"x", u"5"});
+    feed.row(BandKind::ReportFooter, {u"y", u"SN-0001-2222-3333-4444"});
     const Htm htm(feed.finish());
-    EXPECT_EQ(htm.texts("//table[@class='free']//td[node()]"), "form|This is due in 30 days.|Thanks|x|5|");
+    EXPECT_EQ(htm.texts("//table[@class='free']//td[node()]"),
+              "form|This is due in 30 days.|Thanks|x|5|y|SN-0001-2222-3333-4444|");
     EXPECT_EQ(htm.texts("//div[@class='grid']/table[1]//td[node()]"), "form|a|1 2|");
     EXPECT_EQ(htm.texts("//div[@class='grid']/table[2][@role='presentation']//td[node()]"), "all|¥1,234.50|");
     EXPECT_EQ(htm.texts("//td[contains(@class, ' n')]"), "¥1,234.50|5|");
