@@ -18,7 +18,7 @@ namespace {
 
 // XML data is text; what is no number counts as zero.
 double numberOf(const Value& value) {
-    if (value.type == ValueType::Number) return value.number;
+    if (value.type == ValueType::Number) return value.number.toDouble();
     const std::string text = toUtf8(value.text);
     const char* first = text.data();
     const char* const last = first + text.size();

@@ -22,7 +22,7 @@ std::u16string distinctKey(const Value& value) {
             key += value.boolean ? u'1' : u'0';
             break;
         case ValueType::Number:
-            appendBytes(value.number + 0.0);  // makes one zero of the two
+            value.number.appendKey(key);
             break;
         case ValueType::Date:
             appendBytes(value.date);
@@ -41,22 +41,34 @@ void AggregateState::restart(std::size_t first) {
     range = {first, first};
 }
 
-void AggregateState::addNumber(double number) {
-    const double sum = sum_ + number;
+void AggregateState::addNumber(const Number& number) {
+    const Decimal* const decimal = number.decimal();
+    if (decimal != nullptr && sum_.add(*decimal)) return;
+    const double added = number.toDouble();
+    const double sum = doubles_ + added;
     if (std::isfinite(sum)) {
-        correction_ += std::fabs(sum_) >= std::fabs(number) ? (sum_ - sum) + number : (number - sum) + sum_;
+        correction_ +=
+            std::fabs(doubles_) >= std::fabs(added) ? (doubles_ - sum) + added : (added - sum) + doubles_;
     }
-    sum_ = sum;
+    doubles_ = sum;
+    hasDoubles_ = true;
+}
+
+Number AggregateState::sum() const {
+    if (!hasDoubles_) return sum_;
+    return doubles_ + (correction_ + sum_.toDouble());
 }
 
 void AggregateState::add(AggregateKind kind, const Value& value, TextArena& arena) {
     if (value.isNull() || (value.type == ValueType::Text && value.text.empty())) return;
-    double number = 0;
+    Number room;
+    const Number* number = nullptr;
     switch (kind) {
         case AggregateKind::Sum:
         case AggregateKind::Average:
-            if (!toNumber(value, number)) return;
-            addNumber(number);
+            number = numberOf(value, room);
+            if (number == nullptr) return;
+            addNumber(*number);
             break;
         case AggregateKind::Minimum:
             if (count_ == 0 || compareValues(value, best_.get(), arena) < 0) best_ = OwnedValue(value);
@@ -77,19 +89,19 @@ void AggregateState::add(AggregateKind kind, const Value& value, TextArena& aren
 Value AggregateState::result(AggregateKind kind) const {
     switch (kind) {
         case AggregateKind::Sum:
-            return makeNumber(sum_ + correction_);
+            return makeNumber(sum());
         case AggregateKind::Average:
-            return count_ == 0 ? Value() : makeNumber((sum_ + correction_) / static_cast<double>(count_));
+            return count_ == 0 ? Value() : makeNumber(sum() / count_);
         case AggregateKind::Minimum:
         case AggregateKind::Maximum:
             return best_.get();
         case AggregateKind::CountDistinct:
-            return makeNumber(static_cast<double>(distinct_.size()));
+            return makeNumber(distinct_.size());
         case AggregateKind::Count:
         case AggregateKind::RowNumber:
             break;
     }
-    return makeNumber(static_cast<double>(count_));
+    return makeNumber(count_);
 }
 
 }  // namespace qbsvrl6

@@ -29,11 +29,15 @@ public:
     Value result(AggregateKind kind) const;
 
 private:
-    void addNumber(double number);
+    void addNumber(const Number& number);
+    Number sum() const;
 
     std::size_t count_ = 0;
-    double sum_ = 0;
-    double correction_ = 0;  // what rounding has cost the sum (Neumaier)
+    Decimal sum_;
+    // Of what is no decimal, or no longer fits.
+    bool hasDoubles_ = false;
+    double doubles_ = 0;
+    double correction_ = 0;  // what rounding has cost the sum of doubles (Neumaier)
     OwnedValue best_;
     std::unordered_set<std::u16string> distinct_;
 };

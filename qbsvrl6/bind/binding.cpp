@@ -40,12 +40,12 @@ Value convertTo(const Value& value, DataType type, TextArena& arena) {
                 converted.type = ValueType::Date;
             break;
         case DataType::Boolean: {
-            double number = 0;
+            Number number;
             if (value.type == ValueType::Text && parseBoolean(value.text, converted.boolean)) {
                 converted.type = ValueType::Boolean;
             } else if (value.type != ValueType::Boolean && toNumber(value, number)) {
                 converted.type = ValueType::Boolean;
-                converted.boolean = number != 0;
+                converted.boolean = !number.isZero();
             }
             break;
         }

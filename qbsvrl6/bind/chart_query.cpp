@@ -35,13 +35,13 @@ AggregateKind kindOf(ChartAggregate aggregate) {
 // Where a category stands: numbers and dates ahead of texts, and these ahead of what has nothing.
 struct SortKey {
     enum class Kind { Number, Text, Nothing } kind = Kind::Nothing;
-    double number = 0;
+    Number number;
     std::u16string text;
 
     static SortKey of(const Value& value) {
         SortKey key;
         if (value.type == ValueType::Date) {
-            key = {Kind::Number, static_cast<double>(value.date), {}};
+            key = {Kind::Number, value.date, {}};
         } else if (toNumber(value, key.number)) {
             key.kind = Kind::Number;
         } else if (!value.isNull() && !value.text.empty()) {
@@ -50,7 +50,8 @@ struct SortKey {
         return key;
     }
     bool operator<(const SortKey& other) const {
-        return std::tie(kind, number, text) < std::tie(other.kind, other.number, other.text);
+        if (kind != other.kind) return kind < other.kind;
+        return kind == Kind::Number ? compare(number, other.number) < 0 : text < other.text;
     }
 };
 
@@ -168,7 +169,7 @@ private:
         AggregateState& state = gathered.values[category];
         if (!series.value) return state.countRow();
         Value value = view_.evaluate(*series.value, position_);
-        double number = 0;
+        Number number;
         if (series.aggregate != AggregateKind::Count) {
             if (!toNumber(value, number)) return;
             value = makeNumber(number);

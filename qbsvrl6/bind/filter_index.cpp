@@ -1,6 +1,5 @@
 #include "qbsvrl6/bind/filter_index.h"
 
-#include <cstring>
 #include <utility>
 
 #include "qbsvrl6/bind/binding.h"
@@ -12,7 +11,7 @@ namespace {
 
 // Values that compare as equal have one key; false for values whose equals aren't told by a key.
 bool keyOf(const Value& value, std::u16string& key) {
-    double number = 0;
+    Number number;
     switch (value.type) {
         case ValueType::Null:
             key.clear();
@@ -23,10 +22,8 @@ bool keyOf(const Value& value, std::u16string& key) {
                 key = value.text;
                 return true;
             }
-            number += 0.0;  // makes one zero of the two
             key.assign(1, u'\0');
-            key.append(sizeof(number) / sizeof(char16_t), u'\0');
-            std::memcpy(key.data() + 1, &number, sizeof(number));
+            number.appendKey(key);
             return true;
         default:
             return false;

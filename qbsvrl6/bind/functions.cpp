@@ -98,7 +98,7 @@ Value mid(Arguments arguments, FunctionContext& context) {
 }
 
 Value length(Arguments arguments, FunctionContext& context) {
-    return makeNumber(static_cast<double>(lengthOf(textOf(arguments, 0, context))));
+    return makeNumber(lengthOf(textOf(arguments, 0, context)));
 }
 
 // Find(text, part): the position of the part from 1, or 0.
@@ -106,7 +106,7 @@ Value find(Arguments arguments, FunctionContext& context) {
     const std::u16string_view text = textOf(arguments, 0, context);
     const std::size_t found = text.find(textOf(arguments, 1, context));
     if (found == std::u16string_view::npos) return makeNumber(0);
-    return makeNumber(static_cast<double>(lengthOf(text.substr(0, found)) + 1));
+    return makeNumber(lengthOf(text.substr(0, found)) + 1);
 }
 
 Value contains(Arguments arguments, FunctionContext& context) {
@@ -158,50 +158,33 @@ Value text(Arguments arguments, FunctionContext& context) {
 
 // --- Numbers. What isn't a number gives null; so does a result that isn't finite. ---
 
-Value finite(double number) { return std::isfinite(number) ? makeNumber(number) : Value(); }
-
-template <double (*Operation)(double)>
+template <Number (*Operation)(const Number&)>
 Value unary(Arguments arguments, FunctionContext&) {
-    double number = 0;
-    return toNumber(arguments[0], number) ? finite(Operation(number)) : Value();
+    Number number;
+    return toNumber(arguments[0], number) ? makeNumber(Operation(number)) : Value();
 }
 
-template <double (*Operation)(double, double)>
+template <Number (*Operation)(const Number&, const Number&)>
 Value binary(Arguments arguments, FunctionContext&) {
-    double a = 0;
-    double b = 0;
-    return toNumber(arguments[0], a) && toNumber(arguments[1], b) ? finite(Operation(a, b)) : Value();
+    Number a;
+    Number b;
+    return toNumber(arguments[0], a) && toNumber(arguments[1], b) ? makeNumber(Operation(a, b)) : Value();
 }
 
-double magnitude(double a) { return std::fabs(a); }
-double floorOf(double a) { return std::floor(a); }
-double ceilingOf(double a) { return std::ceil(a); }
-double squareRoot(double a) { return std::sqrt(a); }
-double power(double a, double b) { return std::pow(a, b); }
-// The sign of the divisor, so that Mod(-1, 7) is 6.
-double modulo(double a, double b) { return b == 0 ? std::nan("") : a - b * std::floor(a / b); }
+Number magnitude(const Number& a) { return compare(a, 0) < 0 ? -a : a; }
+Number floorOf(const Number& a) { return a.floor(); }
+Number ceilingOf(const Number& a) { return -(-a).floor(); }
+Number squareRoot(const Number& a) { return std::sqrt(a.toDouble()); }
+Number valueOf(const Number& a) { return a; }
 
 // Round(number) or Round(number, digits): halves away from zero.
 Value round(Arguments arguments, FunctionContext&) {
-    double number = 0;
+    Number number;
     double digits = 0;
     if (!toNumber(arguments[0], number)) return {};
     if (arguments.size() > 1 && !toNumber(arguments[1], digits)) return {};
-    constexpr double kMostDigits = 15;
-    digits = std::clamp(digits, -kMostDigits, kMostDigits);
-    const double scale = std::pow(10.0, std::trunc(std::fabs(digits)));
-    if (digits < 0) return finite(std::round(number / scale) * scale);
-    // What lies a hair below a half is a half that binary fractions can't hold: 1.005 rounds to 1.01.
-    const double scaled = number * scale;
-    if (!std::isfinite(scaled)) return makeNumber(number);
-    constexpr double kHair = 1e-9;
-    return finite(std::round(scaled + std::copysign(kHair, scaled)) / scale);
-}
-
-// Number(value): null for what has no reading as a number.
-Value number(Arguments arguments, FunctionContext&) {
-    double result = 0;
-    return toNumber(arguments[0], result) ? makeNumber(result) : Value();
+    constexpr double kMost = Decimal::kMostPlaces;
+    return makeNumber(number.rounded(static_cast<int>(std::clamp(digits, -kMost, kMost))));
 }
 
 // --- Dates. What isn't a date gives null. ---
@@ -306,7 +289,7 @@ constexpr Function kFunctions[] = {
     {u"Mod", 2, 2, binary<modulo>},
     {u"Month", 1, 1, part<&ClkDateTime::GetMonth>},
     {u"Now", 0, 0, now},
-    {u"Number", 1, 1, number},
+    {u"Number", 1, 1, unary<valueOf>},
     {u"Power", 2, 2, binary<power>},
     {u"Replace", 3, 3, replace},
     {u"Right", 2, 2, right},

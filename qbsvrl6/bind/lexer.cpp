@@ -38,7 +38,7 @@ void Lexer::fail(const char* message, std::size_t column) const {
 
 Token Lexer::next() {
     while (index_ < text_.size() && isBlank(text_[index_])) ++index_;
-    if (index_ == text_.size()) return {TokenKind::End, index_ + 1, {}, 0};
+    if (index_ == text_.size()) return {TokenKind::End, index_ + 1, {}, {}};
     const char16_t unit = text_[index_];
     if (unit == u'\'' || unit == u'"') return quoted(TokenKind::Text);
     if (unit == u'`') return quoted(TokenKind::QuotedName);
@@ -51,7 +51,7 @@ Token Lexer::next() {
 
 // A quote inside is written twice.
 Token Lexer::quoted(TokenKind kind) {
-    Token token{kind, index_ + 1, {}, 0};
+    Token token{kind, index_ + 1, {}, {}};
     const char16_t quote = text_[index_];
     for (++index_; index_ < text_.size(); ++index_) {
         if (text_[index_] == quote) {
@@ -69,13 +69,13 @@ Token Lexer::bracketed() {
     if (close == std::u16string_view::npos) fail("the closing \"]\" is missing", index_ + 1);
     const std::u16string_view name = trimmed(text_.substr(index_ + 1, close - index_ - 1));
     if (name.empty()) fail("a name is expected", index_ + 2);
-    Token token{TokenKind::QuotedName, index_ + 1, std::u16string(name), 0};
+    Token token{TokenKind::QuotedName, index_ + 1, std::u16string(name), {}};
     index_ = close + 1;
     return token;
 }
 
 Token Lexer::number() {
-    Token token{TokenKind::Number, index_ + 1, {}, 0};
+    Token token{TokenKind::Number, index_ + 1, {}, {}};
     const std::size_t start = index_;
     const auto skipDigits = [this] {
         while (index_ < text_.size() && isDigit(text_[index_])) ++index_;
@@ -99,7 +99,7 @@ Token Lexer::number() {
 
 // A point inside a name, as in the columns of nested objects, belongs to it.
 Token Lexer::name() {
-    Token token{TokenKind::Name, index_ + 1, {}, 0};
+    Token token{TokenKind::Name, index_ + 1, {}, {}};
     const std::size_t start = index_;
     while (index_ < text_.size()) {
         const char16_t unit = text_[index_];
@@ -118,7 +118,7 @@ Token Lexer::symbol() {
     const std::u16string_view rest = text_.substr(index_);
     for (const std::u16string_view symbol : kSymbols) {
         if (rest.substr(0, symbol.size()) != symbol) continue;
-        Token token{TokenKind::Symbol, index_ + 1, std::u16string(symbol), 0};
+        Token token{TokenKind::Symbol, index_ + 1, std::u16string(symbol), {}};
         index_ += symbol.size();
         return token;
     }

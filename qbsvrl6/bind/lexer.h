@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "qbsvrl6/support/number.h"
+
 namespace qbsvrl6 {
 
 enum class TokenKind : std::uint8_t { End, Number, Text, Name, QuotedName, Symbol };
@@ -15,7 +17,7 @@ struct Token {
     TokenKind kind = TokenKind::End;
     std::size_t column = 1;  // of its first unit, from 1
     std::u16string text;     // of texts and quoted names without quotes; else as written
-    double number = 0;
+    Number number;
     bool isSymbol(std::u16string_view symbol) const { return kind == TokenKind::Symbol && text == symbol; }
     // A plain name equal to the ASCII word, in any case.
     bool isWord(std::u16string_view word) const;

@@ -1,10 +1,13 @@
 #include "qbsvrl6/bind/number_format.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <utility>
 
+#include "format/locale_settings.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -45,8 +48,8 @@ NumberFormat::NumberFormat(std::u16string text) : text_(std::move(text)) {
     sections_ = cutNumberFormat(sectionsOf(words_, text_));
 }
 
-void NumberFormat::append(double number, std::u16string& out, std::optional<Color>& color) {
-    if (!std::isfinite(number)) return;
+void NumberFormat::append(const Number& number, std::u16string& out, std::optional<Color>& color) {
+    if (!number.isFinite()) return;
     if (isWords()) {
         appendWords(number, out, color);
     } else {
@@ -54,16 +57,17 @@ void NumberFormat::append(double number, std::u16string& out, std::optional<Colo
     }
 }
 
-void NumberFormat::appendDigits(double number, std::u16string& out, std::optional<Color>& color) {
+void NumberFormat::appendDigits(const Number& number, std::u16string& out, std::optional<Color>& color) {
+    const bool negative = compare(number, 0) < 0;
     const NumberSection* section =
-        number < 0 && sections_.negative ? sections_.negative.get() : &sections_.normal;
-    std::u16string_view digits = digitsOf(*section, std::fabs(number));
-    const bool isZero = section->hasDigits ? showsZero(digits) : number == 0;
+        negative && sections_.negative ? sections_.negative.get() : &sections_.normal;
+    std::u16string_view digits = digitsOf(*section, negative ? -number : number);
+    const bool isZero = section->hasDigits ? showsZero(digits) : number.isZero();
     NumberSection::Sign sign = NumberSection::Plus;
     if (isZero && sections_.zero) {
         section = sections_.zero.get();
         digits = digitsOf(*section, 0);
-    } else if (number < 0) {
+    } else if (negative) {
         sign = isZero ? NumberSection::RoundedMinus : NumberSection::Minus;
     }
     out += section->around[sign].before.shown;
@@ -72,13 +76,43 @@ void NumberFormat::appendDigits(double number, std::u16string& out, std::optiona
     if (section->color && !color) color = section->color;
 }
 
-std::u16string_view NumberFormat::digitsOf(const NumberSection& section, double magnitude) {
+// Halves are those of the decimal: the double nearest to 1.005 lies below it.
+std::u16string_view NumberFormat::digitsOf(const NumberSection& section, const Number& magnitude) {
     if (!section.hasDigits) return {};
-    const double scaled = section.percent ? magnitude * 100 : magnitude;
-    if (!section.exponent && scaled < kFirstScientific) return section.digits.Format(scaled);
+    const Number exact = section.percent ? magnitude * 100 : magnitude;
+    const double scaled = exact.toDouble();
+    if (!section.exponent && scaled < kFirstScientific) {
+        const Number shown = exact.rounded(std::max(section.digits.m_Normal.m_MaxDecimals, 0));
+        const Decimal* const decimal = shown.decimal();
+        if (decimal != nullptr && scaled >= 1 && decimal->isWide()) return wideDigitsOf(section, *decimal);
+        return section.digits.Format(shown.toDouble());
+    }
     // 1e308 is a percentage that no double holds.
     return std::isfinite(scaled) ? scientificDigitsOf(section, scaled, 0)
-                                 : scientificDigitsOf(section, magnitude, 2);
+                                 : scientificDigitsOf(section, magnitude.toDouble(), 2);
+}
+
+// Digits that a double would lose, from 1 up and rounded already.
+std::u16string_view NumberFormat::wideDigitsOf(const NumberSection& section, const Decimal& magnitude) {
+    const auto& form = section.digits.m_Normal;
+    std::array<char16_t, Decimal::kLongestText> room;
+    const char16_t* const end = magnitude.write(room.data());
+    const std::u16string_view text(room.data(), static_cast<std::size_t>(end - room.data()));
+    const std::size_t point = std::min(text.find(u'.'), text.size());
+    std::u16string integers(text.substr(0, point));
+    const auto least = static_cast<std::size_t>(std::max(form.m_MinIntegerDigits, 0));
+    if (integers.size() < least) integers.insert(0, least - integers.size(), u'0');
+    std::u16string decimals(text.substr(std::min(point + 1, text.size())));
+    const auto leastDecimals = static_cast<std::size_t>(std::max(form.m_MinDecimals, 0));
+    if (decimals.size() < leastDecimals) decimals.append(leastDecimals - decimals.size(), u'0');
+    scratch_.clear();
+    const auto group = static_cast<std::size_t>(std::max(form.m_GroupSize, 0));
+    for (std::size_t i = 0; i < integers.size(); ++i) {
+        if (i > 0 && group > 0 && (integers.size() - i) % group == 0) scratch_ += larkspur::g_c_ThousandSep;
+        scratch_ += integers[i];
+    }
+    if (!decimals.empty()) scratch_ += larkspur::g_c_DecimalSep + decimals;
+    return scratch_;
 }
 
 std::u16string_view NumberFormat::scientificDigitsOf(const NumberSection& section, double magnitude,
@@ -106,17 +140,18 @@ std::u16string_view NumberFormat::scientificDigitsOf(const NumberSection& sectio
     return scratch_;
 }
 
-void NumberFormat::appendWords(double number, std::u16string& out, std::optional<Color>& color) {
+void NumberFormat::appendWords(const Number& exact, std::u16string& out, std::optional<Color>& color) {
+    const double number = exact.toDouble();
     if (words_.m_Kind == larkspur::NumericKindIntEnum) {
         const auto& items = words_.m_IntEnum->m_Items;
         const bool isInt = std::fabs(number) <= std::numeric_limits<int>::max();
         const auto item = isInt ? items.find(static_cast<int>(number)) : items.end();
-        if (item == items.end()) return appendDigits(number, out, color);
+        if (item == items.end()) return appendDigits(exact, out, color);
         out += item->second;
         return;
     }
     std::u16string digits;
-    appendDigits(number, digits, color);
+    appendDigits(exact, digits, color);
     const std::u16string words = chineseWords(number, digits);
     // The language marks a place without a word by a zero unit.
     if (words.find(u'\0') == std::u16string::npos) {

@@ -8,6 +8,7 @@
 
 #include "format/numeric_format.h"
 #include "qbsvrl6/bind/number_section.h"
+#include "qbsvrl6/support/number.h"
 #include "qbsvrl6/support/units.h"
 
 namespace qbsvrl6 {
@@ -20,7 +21,7 @@ public:
 
     // Appends the number as it is shown, nothing for one that isn't finite. Gives the colour of its section
     // in `color`, where that is empty.
-    void append(double number, std::u16string& out, std::optional<Color>& color);
+    void append(const Number& number, std::u16string& out, std::optional<Color>& color);
 
     // Whether numbers become words or Chinese numerals, which no number of a spreadsheet can show.
     bool isWords() const { return words_.m_Kind != larkspur::NumericKindNormal; }
@@ -29,10 +30,11 @@ public:
     std::u16string spreadsheetFormat() const;
 
 private:
-    void appendDigits(double number, std::u16string& out, std::optional<Color>& color);
-    void appendWords(double number, std::u16string& out, std::optional<Color>& color);
+    void appendDigits(const Number& number, std::u16string& out, std::optional<Color>& color);
+    void appendWords(const Number& number, std::u16string& out, std::optional<Color>& color);
     // Valid until the next call.
-    std::u16string_view digitsOf(const NumberSection& section, double magnitude);
+    std::u16string_view digitsOf(const NumberSection& section, const Number& magnitude);
+    std::u16string_view wideDigitsOf(const NumberSection& section, const Decimal& magnitude);
     std::u16string_view scientificDigitsOf(const NumberSection& section, double magnitude, int power);
     // With a zero unit where the language has no words for the number.
     std::u16string chineseWords(double number, const std::u16string& digits) const;

@@ -19,38 +19,34 @@ constexpr double kLargestDays = 1e7;
 Value calculated(Operation operation, const Value& left, const Value& right) {
     const bool leftDate = left.type == ValueType::Date;
     const bool rightDate = right.type == ValueType::Date;
-    double a = 0;
-    double b = 0;
     if (leftDate && rightDate) {
         if (operation != Operation::Subtract) return {};
-        return makeNumber((static_cast<double>(left.date) - static_cast<double>(right.date)) / kSecondsADay);
+        return makeNumber((Number(left.date) - Number(right.date)) / kSecondsADay);
     }
     if (leftDate || rightDate) {
         const bool adds = operation == Operation::Add;
         if (!adds && !(operation == Operation::Subtract && leftDate)) return {};
         double days = 0;
         if (!toNumber(leftDate ? right : left, days) || !(std::fabs(days) <= kLargestDays)) return {};
-        const auto seconds = static_cast<std::int64_t>(std::llround(days * kSecondsADay));
+        const auto seconds =
+            static_cast<std::int64_t>(std::llround(days * static_cast<double>(kSecondsADay)));
         return makeDate((leftDate ? left : right).date + (adds ? seconds : -seconds));
     }
-    if (!toNumber(left, a) || !toNumber(right, b)) return {};
-    double result = 0;
+    Number leftRoom;
+    Number rightRoom;
+    const Number* const a = numberOf(left, leftRoom);
+    const Number* const b = numberOf(right, rightRoom);
+    if (a == nullptr || b == nullptr) return {};
     switch (operation) {
         case Operation::Add:
-            result = a + b;
-            break;
+            return makeNumber(*a + *b);
         case Operation::Subtract:
-            result = a - b;
-            break;
+            return makeNumber(*a - *b);
         case Operation::Multiply:
-            result = a * b;
-            break;
+            return makeNumber(*a * *b);
         default:
-            if (b == 0) return {};
-            result = a / b;
-            break;
+            return makeNumber(*a / *b);
     }
-    return std::isfinite(result) ? makeNumber(result) : Value();
 }
 
 bool compares(Operation operation, int order) {
@@ -232,7 +228,7 @@ Value RowView::run(const Expression& expression, const Position& position) {
                 call(instruction);
                 break;
             case Operation::Negate: {
-                double number = 0;
+                Number number;
                 stack_.back() = toNumber(stack_.back(), number) ? makeNumber(-number) : Value();
                 break;
             }
@@ -373,10 +369,9 @@ Value RowView::aggregate(const Aggregate& aggregate, const Position& position) {
     const RowRange range = rangeOf(aggregate.scope, position);
     if (aggregate.kind == AggregateKind::RowNumber) {
         if (position.row < range.first || position.row >= range.end) return {};
-        return makeNumber(static_cast<double>(position.row - range.first + 1));
+        return makeNumber(position.row - range.first + 1);
     }
-    if (!aggregate.argument)
-        return makeNumber(static_cast<double>(range.end - std::min(range.first, range.end)));
+    if (!aggregate.argument) return makeNumber(range.end - std::min(range.first, range.end));
     Slot& slot = slots_[aggregate.slot];
     // A range that starts where an earlier one did takes only the rows that are new, so that running totals
     // are linear.

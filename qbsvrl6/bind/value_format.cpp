@@ -67,11 +67,11 @@ const larkspur::ClkBooleanFormatParser& ValueFormat::booleanFormat() {
 
 Value ValueFormat::converted(const Value& value) const {
     if (value.type == ValueType::Number && purpose_ == Purpose::Boolean)
-        return makeBoolean(value.number != 0);
+        return makeBoolean(!value.number.isZero());
     if (value.type != ValueType::Text) return value;
     switch (purpose_) {
         case Purpose::Number: {
-            double number = 0;
+            Number number;
             if (hasAnyOf(text_, u"#0$") && parseNumber(value.text, number)) return makeNumber(number);
             if (text_.front() == u'{' && parseNumber(value.text, number)) return makeNumber(number);
             break;
@@ -140,7 +140,7 @@ CellValue ValueFormat::cell(const Value& value) {
             }
             break;
         case ValueType::Number:
-            cell.number = typed.number;
+            cell.number = typed.number.toDouble();
             if (text_.empty()) {
                 if (digitCount(typed.text) > kDoubleDigits) {
                     cell.type = ValueType::Text;

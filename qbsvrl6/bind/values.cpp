@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "format/boolean_format.h"
 #include "format/date_time.h"
@@ -16,7 +15,6 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr std::size_t kBlockUnits = 4096;
-constexpr std::size_t kLongestNumber = 400;
 
 template <typename T>
 int sign(const T& left, const T& right) {
@@ -65,10 +63,12 @@ void TextArena::release(Mark mark) {
     used_ = mark.used;
 }
 
-Value makeNumber(double number) { return {ValueType::Number, false, number, 0, {}}; }
-Value makeBoolean(bool boolean) { return {ValueType::Boolean, boolean, 0, 0, {}}; }
-Value makeDate(std::int64_t seconds) { return {ValueType::Date, false, 0, seconds, {}}; }
-Value makeText(std::u16string_view text) { return {ValueType::Text, false, 0, 0, text}; }
+Value makeNumber(const Number& number) {
+    return number.isFinite() ? Value{ValueType::Number, false, number, 0, {}} : Value();
+}
+Value makeBoolean(bool boolean) { return {ValueType::Boolean, boolean, {}, 0, {}}; }
+Value makeDate(std::int64_t seconds) { return {ValueType::Date, false, {}, seconds, {}}; }
+Value makeText(std::u16string_view text) { return {ValueType::Text, false, {}, 0, text}; }
 
 bool isBlank(char16_t unit) {
     if (unit < 0x80) return unit == u' ' || (unit >= 9 && unit <= 13);
@@ -88,25 +88,13 @@ bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right) {
                       [](char16_t a, char16_t b) { return lowered(a) == lowered(b); });
 }
 
-bool parseNumber(std::u16string_view text, double& number) {
+bool parseNumber(std::u16string_view text, Number& number) {
     text = trimmed(text);
     if (!text.empty() && text.front() == u'+') {
         text.remove_prefix(1);
         if (!text.empty() && text.front() == u'-') return false;
     }
-    if (text.empty() || text.size() > kLongestNumber) return false;
-    std::array<char, kLongestNumber> bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char16_t unit = text[i];
-        // from_chars also knows "inf" and "nan", which data never means.
-        const bool fits = (unit >= u'0' && unit <= u'9') || unit == u'.' || unit == u'-' || unit == u'+' ||
-                          unit == u'e' || unit == u'E';
-        if (!fits) return false;
-        bytes[i] = static_cast<char>(unit);
-    }
-    const char* const end = bytes.data() + text.size();
-    const auto [stop, error] = std::from_chars(bytes.data(), end, number);
-    return error == std::errc() && stop == end;
+    return Number::parse(text, number);
 }
 
 bool parseBoolean(std::u16string_view text, bool& boolean) {
@@ -115,19 +103,32 @@ bool parseBoolean(std::u16string_view text, bool& boolean) {
     return boolean || equalsIgnoringCase(text, u"false") || text == larkspur::GetLocalFalseText();
 }
 
-bool toNumber(const Value& value, double& number) {
+const Number* numberOf(const Value& value, Number& room) {
     switch (value.type) {
         case ValueType::Number:
-            number = value.number;
-            return true;
+            return &value.number;
         case ValueType::Boolean:
-            number = value.boolean ? 1 : 0;
-            return true;
+            room = value.boolean ? 1 : 0;
+            return &room;
         case ValueType::Text:
-            return parseNumber(value.text, number);
+            return parseNumber(value.text, room) ? &room : nullptr;
         default:
-            return false;
+            return nullptr;
     }
+}
+
+bool toNumber(const Value& value, Number& number) {
+    const Number* const read = numberOf(value, number);
+    if (read == nullptr) return false;
+    number = *read;
+    return true;
+}
+
+bool toNumber(const Value& value, double& number) {
+    Number read;
+    if (!toNumber(value, read)) return false;
+    number = read.toDouble();
+    return true;
 }
 
 bool toDate(const Value& value, std::int64_t& seconds) {
@@ -143,12 +144,12 @@ bool toBoolean(const Value& value) {
         case ValueType::Boolean:
             return value.boolean;
         case ValueType::Number:
-            return value.number != 0;
+            return !value.number.isZero();
         case ValueType::Text: {
             bool boolean = false;
-            double number = 0;
+            Number number;
             if (parseBoolean(value.text, boolean)) return boolean;
-            return parseNumber(value.text, number) && number != 0;
+            return parseNumber(value.text, number) && !number.isZero();
         }
         default:
             return false;
@@ -165,8 +166,13 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
             return value.text;
         case ValueType::Number: {
             if (!value.text.empty()) return value.text;
+            if (const Decimal* const decimal = value.number.decimal()) {
+                std::array<char16_t, Decimal::kLongestText> digits;
+                const char16_t* const end = decimal->write(digits.data());
+                return arena.copy({digits.data(), static_cast<std::size_t>(end - digits.data())});
+            }
             thread_local const larkspur::ClkNumericFormatParser plain;
-            return arena.copy(plain.Format(value.number));
+            return arena.copy(plain.Format(value.number.toDouble()));
         }
         case ValueType::Date: {
             if (!value.text.empty()) return value.text;
@@ -200,9 +206,11 @@ int compareValues(const Value& left, const Value& right, TextArena& arena) {
             return static_cast<int>(toBoolean(left)) - static_cast<int>(toBoolean(right));
         }
     } else {
-        double a = 0;
-        double b = 0;
-        if (toNumber(left, a) && toNumber(right, b)) return sign(a, b);
+        Number leftRoom;
+        Number rightRoom;
+        const Number* const a = numberOf(left, leftRoom);
+        const Number* const b = numberOf(right, rightRoom);
+        if (a != nullptr && b != nullptr) return compare(*a, *b);
     }
     return sign(toText(left, arena), toText(right, arena));
 }

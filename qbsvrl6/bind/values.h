@@ -39,7 +39,7 @@ private:
     std::size_t used_ = 0;
 };
 
-Value makeNumber(double number);
+Value makeNumber(const Number& number);  // null for what isn't finite
 Value makeBoolean(bool boolean);
 Value makeDate(std::int64_t seconds);
 Value makeText(std::u16string_view text);
@@ -49,12 +49,15 @@ std::u16string_view trimmed(std::u16string_view text);
 bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right);  // ASCII case
 
 // A whole text as a number: a sign, digits with at most one point, an exponent; blanks around it.
-bool parseNumber(std::u16string_view text, double& number);
+bool parseNumber(std::u16string_view text, Number& number);
 // "true" or "false" in any case, or the local words for them.
 bool parseBoolean(std::u16string_view text, bool& boolean);
 
 // False where the value has no such reading.
-bool toNumber(const Value& value, double& number);
+// The value's number, where it stands or in `room`.
+const Number* numberOf(const Value& value, Number& room);
+bool toNumber(const Value& value, Number& number);
+bool toNumber(const Value& value, double& number);  // the nearest
 bool toDate(const Value& value, std::int64_t& seconds);
 // True for true, numbers other than 0, and texts that read as either.
 bool toBoolean(const Value& value);

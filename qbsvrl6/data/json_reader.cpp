@@ -48,7 +48,7 @@ bool isNumber(std::string_view token) {
 struct Scalar {
     ValueType type = ValueType::Null;
     bool boolean = false;
-    double number = 0;
+    Number number;
     std::u16string_view text;  // in the reader's buffer
 };
 
@@ -195,8 +195,7 @@ private:
             scalar.text = widen(token, buffer_);
         } else if (isNumber(token)) {
             // What no double can hold even nearly stays text.
-            const auto result = std::from_chars(token.data(), token.data() + token.size(), scalar.number);
-            scalar.type = result.ec == std::errc() ? ValueType::Number : ValueType::Text;
+            scalar.type = Number::parse(token, scalar.number) ? ValueType::Number : ValueType::Text;
             scalar.text = widen(token, buffer_);
         } else if (token != "null") {
             fail("a value is none of JSON's", token.data());

@@ -20,40 +20,61 @@ bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
                       [](char16_t x, char16_t y) { return lowered(x) == lowered(y); });
 }
 
+// The type of a stored value and the places of its number, in a byte.
+class Kind {
+public:
+    static constexpr int kMostPlaces = 30;
+    static constexpr int kReadFromText = 31;  // in the place of places: a number that no word holds
+
+    constexpr Kind(ValueType type = ValueType::Null, int places = 0)
+        : bits_(static_cast<std::uint8_t>(places << kTypeBits | static_cast<int>(type))) {}
+    constexpr ValueType type() const { return static_cast<ValueType>(bits_ & ((1 << kTypeBits) - 1)); }
+    constexpr int places() const { return bits_ >> kTypeBits; }
+
+private:
+    static constexpr int kTypeBits = 3;
+    std::uint8_t bits_;
+};
+
 // One column. Its vectors end at the last row that has a value, so that a column which appears late or is
 // mostly absent costs little; `numbers` is empty as long as there are texts only.
 struct ColumnStorage {
     std::u16string name;
-    std::vector<ValueType> types;
+    std::vector<Kind> kinds;
     std::vector<std::uint32_t> textEnds;  // of each row in `texts`; the next row's text starts there
-    std::vector<double> numbers;          // of numbers and booleans
+    std::vector<std::int64_t> numbers;    // of numbers, without their places, and booleans
     std::u16string texts;
 
     std::uint32_t textStart(std::size_t row) const { return row == 0 ? 0 : textEnds[row - 1]; }
 
     // Makes `row` the last one; a value that it had is dropped.
     void openRow(std::size_t row) {
-        const std::size_t count = std::min(types.size(), row);
+        const std::size_t count = std::min(kinds.size(), row);
         texts.resize(textStart(count));
-        types.resize(count);
+        kinds.resize(count);
         textEnds.resize(count);
-        types.resize(row, ValueType::Null);
+        kinds.resize(row);
         textEnds.resize(row, static_cast<std::uint32_t>(texts.size()));
     }
 
-    void close(ValueType type, std::u16string_view text) {
+    void close(Kind kind, std::u16string_view text) {
         if (text.size() > std::numeric_limits<std::uint32_t>::max() - texts.size()) {
             throw EngineError(ErrorCode::LimitExceeded,
                               "a column of data holds more than 4 billion characters");
         }
         texts.append(text);
-        types.push_back(type);
+        kinds.push_back(kind);
         textEnds.push_back(static_cast<std::uint32_t>(texts.size()));
     }
 
-    void setNumber(std::size_t row, double number) {
+    void setNumber(std::size_t row, std::int64_t number) {
         numbers.resize(row);
         numbers.push_back(number);
+    }
+
+    std::u16string_view text(std::size_t row) const {
+        const std::uint32_t start = textStart(row);
+        return std::u16string_view(texts).substr(start, textEnds[row] - start);
     }
 };
 
@@ -99,25 +120,27 @@ std::size_t Table::findColumn(std::u16string_view name) const {
 Value Table::value(std::size_t row, std::size_t column) const {
     if (column >= storage_->columns.size()) return {};
     const ColumnStorage& stored = storage_->columns[column];
-    if (row >= stored.types.size()) return {};
-    Value value;
-    value.type = stored.types[row];
-    switch (value.type) {
+    if (row >= stored.kinds.size()) return {};
+    const Kind kind = stored.kinds[row];
+    switch (kind.type()) {
         case ValueType::Null:
-            break;
-        case ValueType::Boolean:
-            value.boolean = stored.numbers[row] != 0;
-            value.text = value.boolean ? u"true" : u"false";
-            break;
-        case ValueType::Number:
-            value.number = stored.numbers[row];
-            [[fallthrough]];
-        default: {
-            const std::uint32_t start = stored.textStart(row);
-            value.text = std::u16string_view(stored.texts).substr(start, stored.textEnds[row] - start);
+            return {};
+        case ValueType::Boolean: {
+            const bool boolean = stored.numbers[row] != 0;
+            return {ValueType::Boolean, boolean, {}, 0, boolean ? u"true" : u"false"};
         }
+        case ValueType::Number: {
+            if (kind.places() != Kind::kReadFromText) {
+                return {ValueType::Number, false, Decimal(stored.numbers[row], kind.places()), 0,
+                        stored.text(row)};
+            }
+            Value value{ValueType::Number, false, {}, 0, stored.text(row)};
+            Number::parse(value.text, value.number);
+            return value;
+        }
+        default:
+            return {kind.type(), false, {}, 0, stored.text(row)};
     }
-    return value;
 }
 
 std::size_t Table::addColumn(std::u16string name) {
@@ -141,11 +164,18 @@ void Table::setBoolean(std::size_t column, bool value) {
     }
 }
 
-void Table::setNumber(std::size_t column, double value, std::u16string_view asWritten) {
-    if (ColumnStorage* stored = storage_->open(column)) {
-        stored->setNumber(storage_->rowCount - 1, value);
-        stored->close(ValueType::Number, asWritten);
+void Table::setNumber(std::size_t column, const Number& value, std::u16string_view asWritten) {
+    ColumnStorage* const stored = storage_->open(column);
+    if (stored == nullptr) return;
+    int places = Kind::kReadFromText;
+    std::int64_t number = 0;
+    if (const Decimal* const decimal = value.decimal()) {
+        number = static_cast<std::int64_t>(decimal->coefficient());
+        if (number == decimal->coefficient() && decimal->places() <= Kind::kMostPlaces)
+            places = decimal->places();
     }
+    stored->setNumber(storage_->rowCount - 1, number);
+    stored->close({ValueType::Number, places}, asWritten);
 }
 
 void Table::setText(std::size_t column, std::u16string_view value) {

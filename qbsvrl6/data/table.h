@@ -9,17 +9,19 @@
 #include <string_view>
 #include <vector>
 
+#include "qbsvrl6/support/number.h"
+
 namespace qbsvrl6 {
 
 enum class ValueType : std::uint8_t { Null, Boolean, Number, Date, Text };
 
 // One value, light enough to pass by value. `text` is the value as the data wrote it ("1.10", "2024-03-05",
 // "12345678901234567890"): it belongs to the table (or to whoever made the value) and is what shows where no
-// format is given. Numbers that a double can't hold exactly keep all their digits there.
+// format is given.
 struct Value {
     ValueType type = ValueType::Null;
     bool boolean = false;
-    double number = 0;
+    Number number;
     std::int64_t date = 0;  // seconds since 1970-01-01 of the wall clock, as larkspur::ClkDateTime counts
     std::u16string_view text;
 
@@ -51,7 +53,8 @@ public:
     void beginRow();
     void setNull(std::size_t column);
     void setBoolean(std::size_t column, bool value);
-    void setNumber(std::size_t column, double value, std::u16string_view asWritten);
+    // `asWritten` reads as the number.
+    void setNumber(std::size_t column, const Number& value, std::u16string_view asWritten);
     void setText(std::size_t column, std::u16string_view value);
 
 private:
@@ -62,7 +65,7 @@ private:
 struct DataParameter {
     std::u16string name;
     ValueType type = ValueType::Text;
-    double number = 0;
+    Number number;
     bool boolean = false;
     std::u16string text;
 

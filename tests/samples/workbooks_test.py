@@ -5,6 +5,7 @@ usage: workbooks_test.py MAKE_DOCUMENTS QBSVRTEST SAMPLES
 """
 
 import datetime
+import decimal
 import itertools
 import json
 import math
@@ -308,6 +309,22 @@ class Workbooks(unittest.TestCase):
                 expected = re.sub("[\ufffe\uffff]", "\ufffd", text[:32_767])
                 with self.subTest(kind=kind, text=text[:20]):
                     self.assertEqual(row[0].value, expected)
+
+    def test_numbers_are_the_nearest_to_their_decimals(self):
+        expressions = ["[Sum(N, Running)]", "[N * 100]", "[If(Sum(N, Running) = 0.3, 1, 0)]", "[Round(N, 2):0.00]"]
+        columns = "".join(f'<Column name="{i}" width="30mm"><Content text="{text}"/></Column>'
+                          for i, text in enumerate(expressions))
+        numbers = ["0.1", "0.2", "1.005", "103018.95", "0.07"]
+        for kind in FORMATS:
+            sheet = Sheet(self.book(kind, columns, [{"N": float(number)} for number in numbers]))
+            total = decimal.Decimal()
+            self.assertEqual(len(sheet.rows), len(numbers))
+            for row, number in zip(sheet.rows, map(decimal.Decimal, numbers)):
+                total += number
+                rounded = number.quantize(decimal.Decimal("0.01"), decimal.ROUND_HALF_UP)
+                expected = [total, number * 100, total == decimal.Decimal("0.3"), rounded]
+                with self.subTest(kind=kind, number=number):
+                    self.assertEqual([cell.value for cell in row.values()], [float(value) for value in expected])
 
     def test_paddings_dashes_and_slanted_lines_show(self):
         columns = ('<Column name="A" width="40mm"><Content text="[A]" padding="6mm 0mm 0mm 0mm"/></Column>'

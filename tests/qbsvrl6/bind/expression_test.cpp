@@ -86,6 +86,85 @@ TEST(Expression, GivesValues) {
     }
 }
 
+// What decimals say, not what their binary fractions do.
+TEST(Expression, CalculatesInDecimals) {
+    const Case cases[] = {
+        {u"0.1 + 0.2 = 0.3", "是"},
+        {u"0.1 + 0.2", "0.3"},
+        {u"0.3 - 0.1 - 0.2 = 0", "是"},
+        {u"1.10 = 1.1 and 1e2 = 100 and -0.0 = 0", "是"},
+        {u"'1.10' = 1.1 and '0.3' = 0.1 + 0.2 and In(0.1 * 3, 0.3)", "是"},
+        {u"0.07 * 100", "7"},
+        {u"1.1 * 1.1", "1.21"},
+        {u"Price * 0.000001", "0.0000011"},
+        {u"-(0.1 * 3) + 0.3", "0"},
+        {u"12345678901234567.89 + 0.01", "12345678901234567.9"},
+        {u"9007199254740993 = 9007199254740992", "否"},
+        {u"9999999999999999999 * 9999999999999999999", "99999999999999999980000000000000000001"},
+        {u"0.1 + 1e20 - 1e20", "0.1"},
+        // A quotient that ends is a decimal, any other a double.
+        {u"0.3 / 3 = 0.1 and 0.7 / 0.07 = 10 and 1 / 8 = 0.125 and -6 / -0.75 = 8", "是"},
+        {u"1 / 3 * 3 = 1 and 1 / 3 <> 0.333 and 0.1 / 3 * 3 = 0.1", "是"},
+        {u"2 / 3", "0.666666667"},
+        {u"98765432109876543.21 / 3", "32921810703292181.07"},
+        {u"-98765432109876543.21 / 7", "-14109347444268077.601"},
+        {u"Round(123456789012345.67 / 3, 2)", "41152263004115.22"},
+        // Beyond what a decimal holds, the nearest double.
+        {u"1e308 > 1e307 and 1e-300 > 0 and 1e-300 * 1e300 = 1", "是"},
+        {u"1e30 * 1e30 > 9e59 and 1e38 + 1e38 = 2e38", "是"},
+        {u"1e308 + 1e308", ""},
+        {u"Abs(-0.3) = 0.1 + 0.2 and Floor(-0.5) = -1 and Ceiling(0.7 / 0.1) = 7", "是"},
+        {u"Mod(5.5, 0.1) = 0 and Mod(-0.3, 0.7) = 0.4 and Mod(1, 0.1) = 0 and Mod(7, -3) = -2", "是"},
+        {u"Power(1.1, 2) = 1.21 and Power(2, -1) = 0.5 and Power(10, 400) = null", "是"},
+        {u"Round(1.005, 2) & ' ' & Round(-0.285, 2) & ' ' & Round(2.5 * 0.03, 2)", "1.01 -0.29 0.08"},
+        {u"Round(1.00499999999, 2) & ' ' & Round(10000000.005, 2)", "1 10000000.01"},
+        {u"Round(0.49999999999999999999) & Round(5e30, -31) / 1e31", "01"},
+        {u"Round(201 / 7 * 7 / 200, 2) & ' ' & Round(12345678901.67 / 3, 2)", "1.01 4115226300.56"},
+        {u"Floor(1 / 49 * 49)", "1"},
+        // What a format shows are the decimal's digits, however many.
+        {u"Text(12345678901234567.89, '#,##0.00')", "12,345,678,901,234,567.89"},
+        {u"Text(-1234567890123456.785, '#,##0.00;(#,##0.00)')", "(1,234,567,890,123,456.79)"},
+        {u"Text(9007199254740993, '0.00')", "9007199254740993.00"},
+        {u"Text(100000000.005, '0.00') & ' ' & Text(0.28505, '0.00%')", "100000000.01 28.51%"},
+    };
+    Orders orders;
+    for (const Case& test : cases) {
+        EXPECT_EQ(orders.show(u"[" + std::u16string(test.expression) + u"]"), test.shown)
+            << toUtf8(test.expression);
+    }
+}
+
+// Data of many forms: mixed places, texts, exponents, digits that no word and no double holds.
+TEST(Expression, SumsDecimalsOfData) {
+    constexpr const char* kAmounts = R"([
+      {"A": 0.1, "B": "0.10", "W": 12345678901234567890.01, "S": 1e2},
+      {"A": 0.2, "B": "0.2", "W": 0.00000000000000001, "S": 100.00},
+      {"A": -0.3, "B": "-0.300", "W": -12345678901234567890, "S": "100"},
+      {"A": -0.0, "B": "x", "W": 1E-2, "S": 1.5e-7}])";
+    const Case cases[] = {
+        {u"Sum(A)", "0"},
+        {u"Sum(B) = 0 and Sum(A) = Sum(B)", "是"},
+        {u"Sum(W)", "0.02000000000000001"},
+        {u"Sum(S)", "300.00000015"},
+        {u"Average(If(A > 0, A, null))", "0.15"},
+        {u"Sum(A, Running)", "0.1"},
+        {u"Sum(Abs(A) * 1.5)", "0.9"},
+        {u"CountDistinct(A * 10)", "4"},
+        {u"CountDistinct(S)", "3"},
+        {u"CountDistinct(A - A)", "1"},
+        {u"Minimum(A + 0.1) = -0.2", "是"},
+        {u"Sum(A / 3) + 1", "1"},
+        {u"Sum(1e308)", ""},
+        {u"A", "0.1"},
+        {u"W", "12345678901234567890.01"},
+    };
+    Orders orders({}, kAmounts);
+    for (const Case& test : cases) {
+        EXPECT_EQ(orders.show(u"[" + std::u16string(test.expression) + u"]"), test.shown)
+            << toUtf8(test.expression);
+    }
+}
+
 TEST(Expression, CallsFunctions) {
     const Case cases[] = {
         {u"Upper('abcé é')", "ABCÉ É"},

@@ -75,7 +75,7 @@ TEST(RowView, AggregatesInAnyOrderOfRows) {
     for (const std::size_t row : {0u, 1u, 4u, 2u, 3u, 0u, 4u}) {
         Position position;
         position.row = row;
-        EXPECT_EQ(view.evaluate(running, position).number, expected[row]) << row;
+        EXPECT_EQ(view.evaluate(running, position).number.toDouble(), expected[row]) << row;
     }
 }
 
@@ -101,8 +101,8 @@ TEST(RowView, FiltersByParameters) {
     const OwnedValue where(makeText(u"北京"));
     RowView view(binding, {&where, 1}, 0);
     EXPECT_EQ(view.rowCount(), 2u);
-    EXPECT_EQ(view.evaluate(sum, {}).number, 8);
-    EXPECT_EQ(view.evaluate(count, {}).number, 3);
+    EXPECT_EQ(view.evaluate(sum, {}).number.toDouble(), 8);
+    EXPECT_EQ(view.evaluate(count, {}).number.toDouble(), 3);
     EXPECT_EQ(view.startingLevel(0), 0);
 }
 
@@ -120,7 +120,7 @@ std::vector<double> keptRows(const DataSet& data, const std::u16string& filter, 
     RowView view(binding, {&argument, 1}, 0);
     std::vector<double> rows;
     for (Position position; position.row < view.rowCount(); ++position.row) {
-        rows.push_back(view.evaluate(number, position).number);
+        rows.push_back(view.evaluate(number, position).number.toDouble());
     }
     return rows;
 }
@@ -152,7 +152,8 @@ TEST(RowView, FiltersByIndexAsByLooking) {
             for (const std::u16string& filter : filters) {
                 EXPECT_EQ(keptRows(data, filter, value, fields),
                           keptRows(data, u"false or (" + filter + u")", value, fields))
-                    << toUtf8(filter) << " " << toUtf8(value.text) << value.number << " " << fields.size();
+                    << toUtf8(filter) << " " << toUtf8(value.text) << value.number.toDouble() << " "
+                    << fields.size();
             }
         }
     }

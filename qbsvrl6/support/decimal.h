@@ -1,0 +1,109 @@
+// Decimal numbers: what is written 1.10 is 110 hundredths, to the last digit.
+#ifndef QBSVR_QBSVRL6_SUPPORT_DECIMAL_H
+#define QBSVR_QBSVRL6_SUPPORT_DECIMAL_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+__extension__ using Int128 = __int128;
+
+// coefficient / 10^places, with |coefficient| < 2^127 and 0 <= places <= kMostPlaces: 38 digits always fit.
+// Equal numbers may have different places, as 1.1 and 1.10 have. What calculates gives false, and leaves its
+// result alone, where no decimal is the exact result.
+class Decimal {
+public:
+    static constexpr int kMostPlaces = 38;
+    static constexpr std::size_t kLongestText = kMostPlaces + 4;  // "-", "0." and a digit more than places
+
+    constexpr Decimal() = default;
+    constexpr Decimal(Int128 coefficient, int places)
+        : low_(static_cast<std::uint64_t>(coefficient)),
+          high_(static_cast<std::int64_t>(coefficient >> 64)),
+          places_(static_cast<std::uint8_t>(places)) {}
+
+    constexpr Int128 coefficient() const { return (static_cast<Int128>(high_) << 64) | low_; }
+    constexpr int places() const { return places_; }
+    // Whether a double may miss some of its digits.
+    bool isWide() const;
+    constexpr bool isZero() const { return low_ == 0 && high_ == 0; }
+
+    // A whole text: "-", digits with at most one point, an exponent.
+    static bool parse(std::string_view text, Decimal& decimal);
+    static bool parse(std::u16string_view text, Decimal& decimal);
+    // The shortest decimal that reads back as the double, or the nearest of so many digits.
+    static bool ofDouble(double number, Decimal& decimal);
+    static bool ofDouble(double number, int digits, Decimal& decimal);
+
+    // The nearest double.
+    double toDouble() const;
+    // Digits with a point among them, no zeros behind the last decimal and no exponent; the end of the text.
+    // There is room for kLongestText characters.
+    char* write(char* out) const;
+    char16_t* write(char16_t* out) const;
+    // Without zeros behind the last decimal.
+    Decimal reduced() const;
+
+    // Adds to this one in place: what long sums need.
+    [[nodiscard]] bool add(const Decimal& other);
+
+    constexpr Decimal negated() const { return {-coefficient(), places_}; }
+    // The greatest whole number that isn't above.
+    Decimal floor() const;
+    // Halves go away from zero; negative places round to tens, hundreds ...
+    [[nodiscard]] bool rounded(int places, Decimal& result) const;
+
+private:
+    constexpr void set(Int128 coefficient) {
+        low_ = static_cast<std::uint64_t>(coefficient);
+        high_ = static_cast<std::int64_t>(coefficient >> 64);
+    }
+
+    // Two words, so that values which hold a decimal need no alignment of 16 bytes.
+    std::uint64_t low_ = 0;
+    std::int64_t high_ = 0;
+    std::uint8_t places_ = 0;
+};
+
+[[nodiscard]] bool addAligned(Decimal left, Decimal right, Decimal& sum);
+
+inline bool Decimal::add(const Decimal& other) {
+    Int128 sum = 0;
+    if (places_ != other.places_ || __builtin_add_overflow(coefficient(), other.coefficient(), &sum) ||
+        sum == std::numeric_limits<Int128>::min()) {
+        return addAligned(*this, other, *this);
+    }
+    set(sum);
+    return true;
+}
+
+[[nodiscard]] inline bool add(const Decimal& left, const Decimal& right, Decimal& sum) {
+    Decimal result = left;
+    if (!result.add(right)) return false;
+    sum = result;
+    return true;
+}
+
+[[nodiscard]] inline bool subtract(const Decimal& left, const Decimal& right, Decimal& difference) {
+    return add(left, right.negated(), difference);
+}
+
+[[nodiscard]] bool multiply(const Decimal& left, const Decimal& right, Decimal& product);
+// False also for quotients without an end. The divisor isn't 0.
+[[nodiscard]] bool divide(const Decimal& dividend, const Decimal& divisor, Decimal& quotient);
+// The remainder with the sign of the divisor, which isn't 0.
+[[nodiscard]] bool modulo(const Decimal& dividend, const Decimal& divisor, Decimal& remainder);
+// The nearest decimal of up to 20 digits; false where fewer than 17 would fit. The divisor isn't 0.
+[[nodiscard]] bool divideRounded(const Decimal& dividend, const Decimal& divisor, Decimal& quotient);
+// The double nearest to the quotient, but for rare ties. The divisor isn't 0.
+double nearestQuotient(const Decimal& dividend, const Decimal& divisor);
+// Below, at or above zero.
+int compare(const Decimal& left, const Decimal& right);
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,63 @@
+// Numbers as reports calculate with them.
+#ifndef QBSVR_QBSVRL6_SUPPORT_NUMBER_H
+#define QBSVR_QBSVRL6_SUPPORT_NUMBER_H
+
+#include <concepts>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "qbsvrl6/support/decimal.h"
+
+namespace qbsvrl6 {
+
+// A decimal, and exact, wherever it can be one: what data and templates write, whole numbers, and the sums,
+// differences, products and finite quotients of these as long as they fit. All else is the nearest double:
+// 1 / 3, a square root, 1e308. Only quotients of amounts too wide for a double are rounded decimals.
+class Number {
+public:
+    constexpr Number() = default;
+    constexpr Number(const Decimal& decimal) : number_(decimal) {}
+    constexpr Number(std::integral auto whole) : number_(Decimal(whole, 0)) {}
+    Number(double number);
+
+    // A whole text: "-", digits with at most one point, an exponent. False for other texts, and where not
+    // even a double comes near.
+    static bool parse(std::string_view text, Number& number);
+    static bool parse(std::u16string_view text, Number& number);
+
+    const Decimal* decimal() const { return std::get_if<Decimal>(&number_); }
+    double toDouble() const;
+    bool isZero() const;
+    bool isFinite() const;
+
+    Number operator-() const;
+    friend Number operator+(const Number& left, const Number& right);
+    friend Number operator-(const Number& left, const Number& right);
+    friend Number operator*(const Number& left, const Number& right);
+    friend Number operator/(const Number& left, const Number& right);  // by 0: not finite
+
+    // Halves go away from zero; negative places round to tens, hundreds ...
+    Number rounded(int places) const;
+    Number floor() const;
+    // The remainder with the sign of the divisor; not finite where that is 0.
+    friend Number modulo(const Number& dividend, const Number& divisor);
+    friend Number power(const Number& base, const Number& exponent);
+
+    // Below, at or above zero. A double compares as the shortest decimal that reads back as it.
+    friend int compare(const Number& left, const Number& right);
+    // Numbers that compare as equal, and no others, append the same.
+    void appendKey(std::u16string& key) const;
+
+private:
+    std::variant<Decimal, double> number_;
+};
+
+Number modulo(const Number& dividend, const Number& divisor);
+Number power(const Number& base, const Number& exponent);
+int compare(const Number& left, const Number& right);
+
+}  // namespace qbsvrl6
+
+#endif
