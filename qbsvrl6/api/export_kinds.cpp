@@ -37,7 +37,8 @@ SheetOptions sheetOptions(const ExportJob& job) {
             job.layout.paged,
             job.options.pageBreaks,
             job.background,
-            job.report.watermark};
+            job.report.watermark,
+            job.options.onlyDetailGrid};
 }
 
 Sink makeXlsx(const ExportJob& job, std::string& output) { return makeXlsxWriter(sheetOptions(job), output); }

@@ -132,12 +132,7 @@ CellValue ValueFormat::cell(const Value& value) {
             cell.type = ValueType::Text;
             break;
         case ValueType::Boolean:
-            // Spreadsheets have words of their own for booleans; the words of the format are text.
-            if (text_.empty()) {
-                cell.boolean = typed.boolean;
-            } else {
-                cell.type = ValueType::Text;
-            }
+            cell.boolean = typed.boolean;
             break;
         case ValueType::Number:
             cell.number = typed.number.toDouble();

@@ -21,6 +21,7 @@ struct SheetOptions {
     // Behind each page as printed, in HTM.
     std::shared_ptr<const Picture> background;  // may be null
     Watermark watermark;
+    bool rawValues = false;  // CSV: typed values in place of the texts that show them
 };
 
 // `output` holds the whole document after finish().

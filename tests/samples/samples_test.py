@@ -154,6 +154,7 @@ class Samples(unittest.TestCase):
         self.assertEqual(len(rows), len(customers) + 1)
         for row, customer in zip(rows[1:], customers):
             self.assertEqual(row[:4], [customer[key] for key in ("CustomerID", "CompanyName", "ContactName", "City")])
+            self.assertEqual(row[5:7], [f"{customer['Credit']:.15g}", str(customer["Active"]).lower()])
 
     def test_page_is_closed_and_holds_the_data(self):
         for file in sorted(self.auto.rglob("*.htm")):

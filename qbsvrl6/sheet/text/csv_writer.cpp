@@ -3,6 +3,11 @@
 // looks like a formula is written as it is: a sign put ahead of it would falsify numbers and identifiers for
 // all readers, for the sake of one that runs what it should only show.
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
 
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
@@ -32,10 +37,62 @@ void appendField(std::string& out, std::u16string_view text) {
     out += '"';
 }
 
+// The shortest digits that read as the number, without an exponent where that stays short.
+void appendNumber(std::string& out, double number) {
+    constexpr double kSmallest = 1e-7;
+    constexpr double kLargest = 1e21;
+    const double magnitude = std::fabs(number);
+    const bool isFixed = magnitude == 0 || (magnitude >= kSmallest && magnitude < kLargest);
+    std::array<char, 40> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number,
+                                   isFixed ? std::chars_format::fixed : std::chars_format::scientific);
+    out.append(digits.data(), end.ptr);
+}
+
+// "2024-03-05" or "2024-03-05T14:07:09"; false for years that have no four digits.
+bool appendDate(std::string& out, std::int64_t seconds) {
+    using namespace std::chrono;
+    constexpr std::int64_t kFirst = -62'167'219'200;  // 0000-01-01
+    constexpr std::int64_t kEnd = 253'402'300'800;    // 10000-01-01
+    if (seconds < kFirst || seconds >= kEnd) return false;
+    const sys_seconds moment{std::chrono::seconds(seconds)};
+    const auto day = floor<days>(moment);
+    const year_month_day date(day);
+    const hh_mm_ss time(moment - day);
+    std::array<char, 32> text;
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
+    out += text.data();
+    if (moment == day) return true;
+    std::snprintf(text.data(), text.size(), "T%02d:%02d:%02d", static_cast<int>(time.hours().count()),
+                  static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
+    out += text.data();
+    return true;
+}
+
+// False for what has no value but its text, and for what is shown blank.
+bool appendRawValue(std::string& out, const Item& item) {
+    const auto* const text = std::get_if<TextItem>(&item.content);
+    if (text == nullptr || text->text.empty()) return false;
+    switch (text->value.type) {
+        case ValueType::Number:
+            if (!std::isfinite(text->value.number)) return false;
+            appendNumber(out, text->value.number);
+            return true;
+        case ValueType::Date:
+            return appendDate(out, text->value.date);
+        case ValueType::Boolean:
+            out += text->value.boolean ? "true" : "false";
+            return true;
+        default:
+            return false;
+    }
+}
+
 class CsvWriter final : public CellSink {
 public:
     CsvWriter(const SheetOptions& options, std::string& output)
-        : CellSink(options, GridFit::Lines), output_(output) {
+        : CellSink(options, GridFit::Lines), rawValues_(options.rawValues), output_(output) {
         stream_.text() = "\xEF\xBB\xBF";
     }
 
@@ -63,7 +120,7 @@ private:
             if (isPending(*cell.item)) {
                 stream_.mark();
                 late_.push_back(std::move(*cell.item));
-            } else {
+            } else if (!rawValues_ || !appendRawValue(stream_.text(), *cell.item)) {
                 appendField(stream_.text(), textOf(*cell.item));
             }
         }
@@ -78,6 +135,7 @@ private:
         });
     }
 
+    bool rawValues_;
     std::string& output_;
     TextStream stream_;
     std::vector<Item> late_;

@@ -41,7 +41,7 @@ std::string expectedText(const std::string& cell) {
 }
 
 std::string workbookFormat(const CellValue& cell) {
-    if (cell.type == ValueType::Text) return "text";
+    if (cell.type == ValueType::Text || cell.type == ValueType::Boolean) return "text";
     return toUtf8(cell.spreadsheetFormat);
 }
 

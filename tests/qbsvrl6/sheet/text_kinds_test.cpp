@@ -63,6 +63,30 @@ TEST(Csv, HoldsOnlyRealRows) {
         "\xEF\xBB\xBF,\"page 1, of \"\"2\"\"\",\r\nName,Note,Sum\r\n中,\"two\nlines\",\"1,5\"\r\nx,,\r\n");
 }
 
+TEST(Csv, OfRawValuesHasNoFormats) {
+    const auto typed = [](Micrometres x, ValueType type, std::int64_t date, bool boolean) {
+        Item item = textAt({x, 0, 30, 6}, u"shown, so");
+        std::get<TextItem>(item.content).value = {type, 0, boolean, date, {}};
+        return item;
+    };
+    const auto written = [&](bool raw) {
+        SheetFeed feed(&makeCsvWriter, {0, 30, 60, 90, 120}, false,
+                       [raw](SheetOptions& options) { options.rawValues = raw; });
+        for (const double number : {2184.0, -0.1, 1e5, 1e300}) {
+            feed.put(bandOf(BandKind::Row, 6, {numberAt({0, 0, 30, 6}, number, u"shown", u"")}));
+        }
+        feed.put(bandOf(BandKind::Row, 6,
+                        {typed(0, ValueType::Date, 1'709'596'800, false),
+                         typed(30, ValueType::Date, 1'709'647'629, false),
+                         typed(60, ValueType::Boolean, 0, true), typed(90, ValueType::Text, 0, false)}));
+        return feed.finish().substr(3);
+    };
+    EXPECT_EQ(written(true),
+              "2184,,,\r\n-0.1,,,\r\n100000,,,\r\n1e+300,,,\r\n"
+              "2024-03-05,2024-03-05T14:07:09,true,\"shown, so\"\r\n");
+    EXPECT_TRUE(written(false).starts_with("shown,,,\r\n"));
+}
+
 TEST(Csv, KeepsHostileTextAsData) {
     SheetFeed feed(&makeCsvWriter, {0, 30, 60});
     for (const std::u16string& text : kHostile) feed.row(BandKind::Row, {u"x", text});
