@@ -121,7 +121,7 @@ void SectionCutter::findExponent() {
     }
     for (std::size_t i = 1; i + 2 < meaning_.size(); ++i) {
         const bool isMark = (meaning_[i] == u'E' || meaning_[i] == u'e') &&
-                            (isPlace(i - 1) || meaning_[i - 1] == u'.') &&
+                            (isPlace(i - 1) || (i > 1 && meaning_[i - 1] == u'.' && isPlace(i - 2))) &&
                             (meaning_[i + 1] == u'+' || meaning_[i + 1] == u'-') && meaning_[i + 2] == u'0';
         if (!isMark) continue;
         const std::size_t zerosEnd = std::min(meaning_.find_first_not_of(u'0', i + 2), meaning_.size());
