@@ -10,6 +10,7 @@
 #include <set>
 #include <tuple>
 #include <unordered_map>
+#include <utility>
 
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/fonts/catalogue.h"
@@ -83,6 +84,7 @@ private:
         const std::string wanted = foldFamily(request.family);
         const FamilyKind kind = familyKind(wanted);
         FontSet set;
+        set.language = languageOfFamily(wanted);
         add(set, catalogue_.find(wanted, request.bold, request.italic), request.bold, request.italic);
         const bool installed = !set.members.empty();
         if (!installed) addFirst(set, kind, request);
@@ -132,9 +134,10 @@ private:
 
     // Equal sets are one, so that any number of unknown names costs no memory.
     const FontSet& intern(FontSet set) {
-        std::vector<MemberKey> key;
+        SetKey key;
+        key.first = set.language;
         for (const FontSet::Member& member : set.members) {
-            key.emplace_back(member.face, member.syntheticBold, member.syntheticItalic);
+            key.second.emplace_back(member.face, member.syntheticBold, member.syntheticItalic);
         }
         std::unique_ptr<const FontSet>& kept = sets_[key];
         if (kept == nullptr) {
@@ -169,12 +172,13 @@ private:
         bool bold = false;
     };
     using MemberKey = std::tuple<const FontFace*, bool, bool>;
+    using SetKey = std::pair<TextLanguage, std::vector<MemberKey>>;
 
     std::mutex mutex_;
     FontCatalogue catalogue_;
     RequestMap resolved_;
     std::map<std::pair<std::string, int>, OpenFace> faces_;
-    std::map<std::vector<MemberKey>, std::unique_ptr<const FontSet>> sets_;
+    std::map<SetKey, std::unique_ptr<const FontSet>> sets_;
     std::map<std::tuple<char32_t, bool, bool>, const FontSet::Member*> covering_;
     std::set<std::string> replaced_;
     std::set<char32_t> lacking_;  // that the log told of

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "qbsvrl6/fonts/text_language.h"
+
 struct hb_face_t;
 struct hb_font_t;
 
@@ -44,6 +46,7 @@ struct FontSet {
     double ascent = 0;            // of the first member, in ems
     double descent = 0;
     double lineHeight = 0;
+    TextLanguage language = TextLanguage::Unknown;  // that the family's name stands for
 
     // The member that has a glyph for the character, else another font of the machine that has one, else the
     // first member.

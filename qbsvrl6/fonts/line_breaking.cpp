@@ -27,7 +27,7 @@ Micrometres toWidth(float thousandths, double fontSize) {
 class LineBreaker {
 public:
     LineBreaker(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width)
-        : fonts_(fonts), fontSize_(fontSize), text_(text), width_(width) {}
+        : fonts_(fonts), fontSize_(fontSize), text_(text), width_(width), language_(languageOfText(text)) {}
 
     std::vector<TextLine> run() {
         for (std::size_t first = 0; first < text_.size();) {
@@ -76,7 +76,8 @@ private:
     }
 
     ShapedTextPtr shapeStretch(std::size_t first, std::size_t end) const {
-        return shape(fonts_, text_.substr(first, withoutBlanksAtEnd(text_, first, end) - first), direction_);
+        return shape(fonts_, text_.substr(first, withoutBlanksAtEnd(text_, first, end) - first), direction_,
+                     language_);
     }
 
     void addLine(std::size_t first, std::size_t end, ShapedTextPtr shaped) {
@@ -140,6 +141,7 @@ private:
     double fontSize_;
     std::u16string_view text_;
     Micrometres width_;
+    TextLanguage language_;  // of the text as a whole: its lines needn't all have letters that tell it
     std::vector<TextLine> lines_;
 
     std::u16string_view paragraph_;

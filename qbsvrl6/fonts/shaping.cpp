@@ -25,6 +25,7 @@ struct BufferDeleter {
 struct CachedText {
     const FontSet* fonts = nullptr;
     BaseDirection base = BaseDirection::FirstStrong;
+    TextLanguage language = TextLanguage::Unknown;
     std::u16string text;
     ShapedTextPtr shaped;
 };
@@ -144,7 +145,8 @@ bool hasGlyph(const FontFace& face, char32_t character) {
 
 // Splits the line where font or direction change and has each part shaped.
 std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string_view text,
-                                            BaseDirection base, ShapingState& state) {
+                                            BaseDirection base, TextLanguage language, ShapingState& state) {
+    if (language == TextLanguage::Unknown) language = languageOfText(text);
     state.cleaned.assign(text);
     for (char16_t& unit : state.cleaned) {
         if (isControl(unit)) unit = u' ';
@@ -179,7 +181,7 @@ std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string
         GlyphRun& run = shaped->runs[i];
         const hb_direction_t direction = levelsOfRuns[i] % 2 == 1 ? HB_DIRECTION_RTL : HB_DIRECTION_LTR;
         shapeRun(*run.member.face, line, run.firstUnit, run.unitCount, direction, state.buffer.get(),
-                 run.glyphs);
+                 run.glyphs, language);
         for (const Glyph& glyph : run.glyphs) width += glyph.advance;
     }
     if (!levels.empty()) toVisualOrder(shaped->runs, std::move(levelsOfRuns));
@@ -204,18 +206,31 @@ bool sharesLatinRules(hb_script_t script) {
     }
 }
 
+hb_language_t libraryLanguage(TextLanguage language) {
+    static const hb_language_t chinese = hb_language_from_string("zh-hans", -1);
+    static const hb_language_t japanese = hb_language_from_string("ja", -1);
+    static const hb_language_t korean = hb_language_from_string("ko", -1);
+    switch (language) {
+        case TextLanguage::Japanese:
+            return japanese;
+        case TextLanguage::Korean:
+            return korean;
+        default:
+            return chinese;
+    }
+}
+
 }  // namespace
 
 void shapeRun(const FontFace& face, std::u16string_view line, std::size_t first, std::size_t count,
-              hb_direction_t direction, hb_buffer_t* scratch, std::vector<Glyph>& glyphs) {
-    // Chinese forms of the characters that Chinese and Japanese draw differently.
-    static const hb_language_t language = hb_language_from_string("zh-hans", -1);
+              hb_direction_t direction, hb_buffer_t* scratch, std::vector<Glyph>& glyphs,
+              TextLanguage language) {
     hb_buffer_clear_contents(scratch);
     hb_buffer_add_utf16(scratch, reinterpret_cast<const std::uint16_t*>(line.data()),
                         static_cast<int>(line.size()), static_cast<unsigned>(first), static_cast<int>(count));
     hb_buffer_guess_segment_properties(scratch);
     hb_buffer_set_direction(scratch, direction);
-    hb_buffer_set_language(scratch, language);
+    hb_buffer_set_language(scratch, libraryLanguage(language));
     if (sharesLatinRules(hb_buffer_get_script(scratch))) hb_buffer_set_script(scratch, HB_SCRIPT_LATIN);
     hb_shape(face.font, scratch, nullptr, 0);
     unsigned glyphCount = 0;
@@ -231,21 +246,27 @@ void shapeRun(const FontFace& face, std::u16string_view line, std::size_t first,
     }
 }
 
-ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirection base) {
+ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirection base,
+                    TextLanguage language) {
     ShapingState& state = shapingState();
+    if (language == TextLanguage::Unknown) language = fonts.language;
     const auto shapeNow = [&]() -> ShapedTextPtr {
         // A line of Latin words in a paragraph from right to left has its words the other way round.
-        if (base != BaseDirection::RightToLeft) {
+        // The tables hold Chinese forms, and no letters that tell another language.
+        if (base != BaseDirection::RightToLeft &&
+            (language == TextLanguage::Unknown || language == TextLanguage::Chinese)) {
             if (ShapedTextPtr plain = shapePlain(fonts, text, state)) return plain;
         }
-        return shapeByHarfBuzz(fonts, text, base, state);
+        return shapeByHarfBuzz(fonts, text, base, language, state);
     };
     if (text.size() > kCachedTextLength) return shapeNow();
     CachedText& slot = state.slot(fonts, text);
-    if (slot.fonts == &fonts && slot.base == base && slot.text == text) return slot.shaped;
+    if (slot.fonts == &fonts && slot.base == base && slot.language == language && slot.text == text)
+        return slot.shaped;
     slot.shaped = shapeNow();
     slot.fonts = &fonts;
     slot.base = base;
+    slot.language = language;
     slot.text.assign(text);
     return slot.shaped;
 }

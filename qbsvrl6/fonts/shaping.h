@@ -39,9 +39,12 @@ using ShapedTextPtr = std::shared_ptr<const ShapedText>;
 enum class BaseDirection { FirstStrong, LeftToRight, RightToLeft };
 
 // Shapes one line of text; control characters show as blanks. Runs and their glyphs come in the order in
-// which they are drawn, from left to right. Results come from a bounded cache of the calling thread.
+// which they are drawn, from left to right. Ideographs have the forms of `language`; where it is unknown, of
+// the language that the text's letters or the font's name tell, else of Chinese. Results come from a bounded
+// cache of the calling thread.
 ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text,
-                    BaseDirection base = BaseDirection::FirstStrong);
+                    BaseDirection base = BaseDirection::FirstStrong,
+                    TextLanguage language = TextLanguage::Unknown);
 
 // The width that shape() gives, without making glyphs.
 float widthOf(const FontSet& fonts, std::u16string_view text);

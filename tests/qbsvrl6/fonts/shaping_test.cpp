@@ -5,6 +5,7 @@
 
 #include <random>
 #include <string>
+#include <utility>
 
 #include "qbsvrl6/support/utf.h"
 
@@ -18,7 +19,8 @@ std::vector<Glyph> reference(const GlyphRun& run, std::u16string_view line) {
                         static_cast<int>(line.size()), run.firstUnit, static_cast<int>(run.unitCount));
     hb_buffer_guess_segment_properties(buffer);
     hb_buffer_set_script(buffer, HB_SCRIPT_LATIN);
-    hb_buffer_set_language(buffer, hb_language_from_string("zh-hans", -1));
+    const bool kana = line.find_first_of(u"かがアィーゃ") != line.npos;
+    hb_buffer_set_language(buffer, hb_language_from_string(kana ? "ja" : "zh-hans", -1));
     hb_shape(run.member.face->font, buffer, nullptr, 0);
     unsigned count = 0;
     const hb_glyph_info_t* infos = hb_buffer_get_glyph_infos(buffer, &count);
@@ -81,6 +83,38 @@ TEST(Shaping, EqualsHarfBuzzForAnyText) {
             }
         }
     }
+}
+
+// By kana in the text or by the font's name; in all lines of a text, and nowhere else.
+TEST(Shaping, DrawsJapaneseFormsInJapaneseText) {
+    const auto formOf = [](const char16_t* family, std::u16string_view text) {
+        for (const TextLine& line : breakLines(resolveFont(family, false, false), 10, text, 10'000)) {
+            for (const GlyphRun& run : line.shaped->runs) {
+                for (const Glyph& glyph : run.glyphs) {
+                    if (text[line.firstUnit + glyph.cluster] == u'直') return glyph.id;
+                }
+            }
+        }
+        return std::uint32_t{0};
+    };
+    for (const char16_t* family : {u"SimSun", u"SimHei"}) {
+        const std::uint32_t chinese = formOf(family, u"直");
+        const std::uint32_t japanese = formOf(family, u"直かな");
+        EXPECT_NE(japanese, chinese);
+        const std::pair<std::u16string_view, std::uint32_t> cases[] = {
+            {u"直角", chinese},
+            {u"直・角", chinese},
+            {u"角度は直", japanese},
+            {u"かな\n直", japanese},
+            {u"直角直角直角直角かな", japanese},
+            {u"abc カ 直", japanese},
+        };
+        for (const auto& [text, expected] : cases)
+            EXPECT_EQ(formOf(family, text), expected) << toUtf8(family) << ' ' << toUtf8(text);
+    }
+    EXPECT_EQ(formOf(u"MS Mincho", u"直"), formOf(u"SimSun", u"直かな"));
+    EXPECT_EQ(formOf(u"Meiryo", u"直"), formOf(u"SimHei", u"直かな"));
+    EXPECT_EQ(formOf(u"SimHei", u"直"), formOf(u"Microsoft YaHei", u"直"));
 }
 
 TEST(Shaping, RunsFollowFontsAndDirections) {

@@ -1,0 +1,51 @@
+#include "qbsvrl6/fonts/text_language.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr auto kWords = std::to_array<std::pair<std::string_view, TextLanguage>>({
+    {"mincho", TextLanguage::Japanese},
+    {"明朝", TextLanguage::Japanese},
+    {"meiryo", TextLanguage::Japanese},
+    {"ms gothic", TextLanguage::Japanese},
+    {"ms pgothic", TextLanguage::Japanese},
+    {"yu gothic", TextLanguage::Japanese},
+    {"ゴシック", TextLanguage::Japanese},
+    {"sans jp", TextLanguage::Japanese},
+    {"serif jp", TextLanguage::Japanese},
+    {"cjk jp", TextLanguage::Japanese},
+    {"batang", TextLanguage::Korean},
+    {"gulim", TextLanguage::Korean},
+    {"dotum", TextLanguage::Korean},
+    {"malgun", TextLanguage::Korean},
+    {"sans kr", TextLanguage::Korean},
+    {"serif kr", TextLanguage::Korean},
+    {"cjk kr", TextLanguage::Korean},
+});
+
+// The middle dot of katakana is also written between the parts of names in Chinese.
+bool isKana(char16_t unit) { return unit >= 0x3041 && unit <= 0x30FF && unit != 0x30FB; }
+
+bool isHangul(char16_t unit) { return unit >= 0xAC00 && unit <= 0xD7A3; }
+
+}  // namespace
+
+TextLanguage languageOfText(std::u16string_view text) {
+    if (std::any_of(text.begin(), text.end(), isKana)) return TextLanguage::Japanese;
+    if (std::any_of(text.begin(), text.end(), isHangul)) return TextLanguage::Korean;
+    return TextLanguage::Unknown;
+}
+
+TextLanguage languageOfFamily(std::string_view folded) {
+    for (const auto& [word, language] : kWords) {
+        if (folded.find(word) != std::string_view::npos) return language;
+    }
+    return TextLanguage::Unknown;
+}
+
+}  // namespace qbsvrl6
