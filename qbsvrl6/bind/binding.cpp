@@ -119,14 +119,16 @@ void Binding::bind(Expression& expression, std::u16string_view text) {
     for (BoundName& name : expression.names) bindName(name, expression);
     for (Aggregate& aggregate : expression.aggregates) {
         bindScope(aggregate, text);
-        expression.usesPage |= aggregate.scope.kind == ScopeKind::Page;
+        expression.usesPageRows |= aggregate.scope.kind == ScopeKind::Page;
         expression.usesDefaultScope |= aggregate.scope.kind == ScopeKind::Default;
         aggregate.slot = slots_++;
         if (!aggregate.argument) continue;
         bind(*aggregate.argument, text);
         expression.usesPage |= aggregate.argument->usesPage;
+        expression.usesPageRows |= aggregate.argument->usesPageRows;
         expression.usesPageCount |= aggregate.argument->usesPageCount;
     }
+    expression.usesPage |= expression.usesPageRows;
 }
 
 void Binding::bindName(BoundName& name, Expression& expression) {
@@ -141,6 +143,7 @@ void Binding::bindName(BoundName& name, Expression& expression) {
         found(NameKind::Calculated, calculatedField(*field));
         const Expression& needed = calculated_[name.index].expression;
         expression.usesPage |= needed.usesPage;
+        expression.usesPageRows |= needed.usesPageRows;
         expression.usesPageCount |= needed.usesPageCount;
         expression.usesDefaultScope |= needed.usesDefaultScope;
         expression.dependsOnAggregate |= needed.dependsOnAggregate;

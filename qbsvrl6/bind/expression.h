@@ -111,6 +111,7 @@ struct Expression {
     std::vector<Aggregate> aggregates;
     // What the value depends on besides the row; set by binding for names and default scopes.
     bool usesPage = false;            // page number or rows of the page, spelt out
+    bool usesPageRows = false;        // rows of the page; usesPage is set as well
     bool usesPageCount = false;       // page count
     bool usesDefaultScope = false;    // an aggregate without a scope
     bool dependsOnAggregate = false;  // any aggregate

@@ -50,14 +50,14 @@ std::u16string ChartSketch::fitted(const std::u16string& text, double points, do
     if (textWidth(text, points) <= width) return text;
     const double room = width - textWidth(u"…", points);
     if (room < 1) return {};
-    const auto lines = breakLines(fonts_, points, text, breakingWidth(room));
+    const auto lines = breakLines(fonts_, points, text, breakingWidth(room), Numbers::Cut);
     return text.substr(lines[0].firstUnit, lines[0].unitCount) + u"…";
 }
 
 std::vector<std::u16string> ChartSketch::twoLines(const std::u16string& text, double points,
                                                   double width) const {
     if (textWidth(text, points) <= width) return {text};
-    const auto lines = breakLines(fonts_, points, text, breakingWidth(width));
+    const auto lines = breakLines(fonts_, points, text, breakingWidth(width), Numbers::Cut);
     std::vector<std::u16string> result{text.substr(lines[0].firstUnit, lines[0].unitCount)};
     if (lines.size() > 1) result.push_back(fitted(text.substr(lines[1].firstUnit), points, width));
     return result;

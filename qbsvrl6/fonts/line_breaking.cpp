@@ -4,11 +4,14 @@
 #include <mutex>
 
 #include "qbsvrl6/fonts/bidi.h"
+#include "qbsvrl6/fonts/number_spans.h"
 #include "qbsvrl6/fonts/shaping.h"
 
 namespace qbsvrl6 {
 
 namespace {
+
+constexpr char kInsideNumber = 100;  // beside libunibreak's marks: nothing may break here
 
 bool isBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\u3000'; }
 
@@ -26,8 +29,14 @@ Micrometres toWidth(float thousandths, double fontSize) {
 
 class LineBreaker {
 public:
-    LineBreaker(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width)
-        : fonts_(fonts), fontSize_(fontSize), text_(text), width_(width), language_(languageOfText(text)) {}
+    LineBreaker(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width,
+                Numbers numbers)
+        : fonts_(fonts),
+          fontSize_(fontSize),
+          text_(text),
+          width_(width),
+          numbers_(numbers),
+          language_(languageOfText(text)) {}
 
     std::vector<TextLine> run() {
         for (std::size_t first = 0; first < text_.size();) {
@@ -94,6 +103,12 @@ private:
         breaks_.resize(count);
         set_linebreaks_utf16(reinterpret_cast<const utf16_t*>(text_.data() + first_), count, "zh",
                              breaks_.data());
+        if (numbers_ == Numbers::Cut) return;
+        NumberFinder numbers(text_.substr(first_, count));
+        for (NumberSpan number = numbers.next(); !number.isEmpty(); number = numbers.next()) {
+            std::fill_n(breaks_.begin() + static_cast<std::ptrdiff_t>(number.first), number.size() - 1,
+                        kInsideNumber);
+        }
     }
 
     void measure(std::size_t count, const ShapedText& shaped) {
@@ -120,14 +135,18 @@ private:
         }
     }
 
+    bool mayCutBefore(std::size_t unit) const {
+        return startsCluster(unit) && breaks_[unit - 1] != kInsideNumber;
+    }
+
     // Where the line that starts here ends: the last opportunity that fits, else between characters, at least
-    // one of them.
+    // one of them. A number that is wider than the line has it to itself.
     std::size_t lineEnd(std::size_t start, float limit) const {
         float width = 0;
         std::size_t opportunity = start;
         std::size_t fitting = start;
         for (std::size_t i = start; i < advances_.size(); ++i) {
-            if (i > start && startsCluster(i)) fitting = i;
+            if (i > start && mayCutBefore(i)) fitting = i;
             width += std::max(advances_[i], 0.0f);
             const bool hangs = isBlank(text_[first_ + i]);  // blanks at a line's end need no room
             if (width > limit && !hangs && fitting > start)
@@ -141,15 +160,16 @@ private:
     double fontSize_;
     std::u16string_view text_;
     Micrometres width_;
+    Numbers numbers_;
     TextLanguage language_;  // of the text as a whole: its lines needn't all have letters that tell it
     std::vector<TextLine> lines_;
 
     std::u16string_view paragraph_;
     BaseDirection direction_ = BaseDirection::FirstStrong;  // of the paragraph, once it matters
 
-    // The part that is being broken: where it starts, what stands behind each of its units (libunibreak's
-    // marks), and what each unit adds to its line (a cluster's glyphs count at its first unit, the others are
-    // negative).
+    // The part that is being broken: where it starts, what follows each of its units (libunibreak's
+    // marks and kInsideNumber), and what each unit adds to its line (a cluster's glyphs count at its first
+    // unit, the others are negative).
     std::size_t first_ = 0;
     std::vector<char> breaks_;
     std::vector<float> advances_;
@@ -158,15 +178,19 @@ private:
 }  // namespace
 
 std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
-                                 Micrometres width) {
-    return LineBreaker(fonts, fontSize, text, width).run();
+                                 Micrometres width, Numbers numbers) {
+    return LineBreaker(fonts, fontSize, text, width, numbers).run();
+}
+
+Micrometres lineWidth(const FontSet& fonts, double fontSize, std::u16string_view text) {
+    return toWidth(widthOf(fonts, text), fontSize);
 }
 
 bool fitsOneLine(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width) {
     const auto breaks = [](char16_t unit) { return unit == u'\r' || unit == u'\n'; };
     if (text.empty() || std::any_of(text.begin(), text.end(), breaks)) return false;
     const std::u16string_view line = text.substr(0, withoutBlanksAtEnd(text, 0, text.size()));
-    return toWidth(widthOf(fonts, line), fontSize) <= width;
+    return lineWidth(fonts, fontSize, line) <= width;
 }
 
 }  // namespace qbsvrl6

@@ -58,11 +58,20 @@ struct TextLine {
     bool endsParagraph = false;
 };
 
+// What becomes of a number (number_spans.h) that is wider than the line.
+enum class Numbers {
+    Whole,  // it overflows, on a line to itself
+    Cut,    // as any word
+};
+
 // Breaks text into lines no wider than `width` by the Unicode line breaking rules (UAX 14): CR, LF and CR LF
 // always break; a word that is wider than the line is cut between characters. A width below 1 means
 // unbounded. Empty text has no lines, and a line end at the text's end starts none.
 std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
-                                 Micrometres width);
+                                 Micrometres width, Numbers numbers = Numbers::Whole);
+
+// The width of a text on one line.
+Micrometres lineWidth(const FontSet& fonts, double fontSize, std::u16string_view text);
 
 // Whether breakLines() makes one line of the text, and it is no wider than `width`.
 bool fitsOneLine(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width);

@@ -31,7 +31,8 @@ struct PlacedLine {
 
 struct TextItem {
     std::u16string text;
-    std::u16string shown;  // what the lines are of, where it isn't `text`: cut with an ellipsis
+    std::u16string shown;  // what the lines are of, where it isn't `text`: cut with an ellipsis, or with ####
+                           // in place of a number that is wider than the box
     CellValue value;
     double fontSize = 10;        // after shrinking to fit
     std::optional<Color> color;  // where a format's colour mark or condition overrides the style's
@@ -42,6 +43,7 @@ struct TextItem {
     // keeps the item and asks PageSink's `settle` at the end.
     bool pending = false;
     std::uint32_t pendingKey = 0;  // names it to PendingTexts
+    bool masked = false;           // `shown` has ####
 
     const std::u16string& lineText() const { return shown.empty() ? text : shown; }
 };

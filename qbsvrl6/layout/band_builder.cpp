@@ -39,8 +39,16 @@ Position BandBuilder::rowPosition(std::size_t row) const {
     return position;
 }
 
-bool BandBuilder::isVisible(const std::optional<Expression>& condition, const Position& position) {
-    return !condition || view_.isTrue(*condition, position);
+bool BandBuilder::isVisible(const Visibility& visible, const Position& position) {
+    return !visible.when || visible.isLate() || view_.isTrue(*visible.when, position);
+}
+
+LateItem& BandBuilder::lateOf(Piece& piece) {
+    if (!piece.late) {
+        piece.late.emplace();
+        piece.late->control = piece.control;
+    }
+    return *piece.late;
 }
 
 const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position& position) {
@@ -48,17 +56,9 @@ const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position&
     std::vector<bool> holds;
     holds.reserve(control.conditions.size());
     for (const PlannedCondition& condition : control.conditions) {
-        holds.push_back(view_.isTrue(condition.when, position));
+        holds.push_back(condition.known == Known::Now && view_.isTrue(condition.when, position));
     }
-    const PooledStyle*& variant = control.variants[holds];
-    if (variant == nullptr) {
-        ResolvedStyle style = *control.style;
-        for (std::size_t i = 0; i < holds.size(); ++i) {
-            if (holds[i]) applyNamedStyle(*instance_.plan.report, *control.conditions[i].style, style);
-        }
-        variant = context_.styles.intern(style);
-    }
-    return variant;
+    return styleUnder(control, std::move(holds), *instance_.plan.report, context_.styles);
 }
 
 // Totals ahead of their rows: the data is there, so that a text which waits for its group or report reads as
@@ -85,7 +85,13 @@ Position BandBuilder::evaluationPosition(const PlannedText& text, const Position
 
 bool BandBuilder::makePiece(const Rect& box, const Position& position, Piece& piece) {
     PlannedControl& control = *piece.control;
-    if (!isVisible(control.visibleWhen, position)) return false;
+    if (!isVisible(control.visible, position)) return false;
+    if (control.visible.isLate())
+        lateOf(piece).visibleWhen.push_back({&*control.visible.when, late(position)});
+    if (control.hasLateStyle()) {
+        lateOf(piece).styles = instance_.plan.report;
+        lateOf(piece).at = late(position);
+    }
     piece.style = styleOf(control, position);
     piece.item.box = box;
     piece.item.style = piece.style;
@@ -128,7 +134,8 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
         item.link = std::move(evaluated_.text);
     }
     if (context_.options.paged && (text.needsPage || text.needsPageCount)) {
-        piece.late = LateText{0, &text, piece.style, at, instance_.view, instance_.isSubReport};
+        lateOf(piece).text = &text;
+        lateOf(piece).textAt = late(at);
     } else {
         piece.removed = text.removeWhenBlank && isBlank(item.text);
     }
@@ -196,7 +203,7 @@ std::shared_ptr<const ChartData> BandBuilder::numbersOf(PlannedChart& chart, con
 
 std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position) {
     PlannedSubReport& content = std::get<PlannedSubReport>(control.content);
-    if (!content.plan || !isVisible(control.visibleWhen, position)) return std::nullopt;
+    if (!content.plan || !isVisible(control.visible, position)) return std::nullopt;
     std::vector<OwnedValue> arguments;
     for (const Expression& argument : content.arguments) {
         arguments.emplace_back(view_.evaluate(argument, position));
@@ -217,7 +224,7 @@ void BandBuilder::makeSubReport(PlannedControl& control, const Position& positio
 
 std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind kind,
                                               const Position& position, const SectionSlice* slice) {
-    if (!isVisible(section.visibleWhen, position)) return std::nullopt;
+    if (!isVisible(section.visible, position)) return std::nullopt;
     pieces_.clear();
     const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
     for (std::size_t i = 0; i < count; ++i) {
@@ -237,6 +244,7 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
     draft.band.height = arrange(*section.section, slice == nullptr ? section.height : slice->height, pieces_);
     draft.mayBreak = !section.section->keepTogether;
     draft.row = position.row;
+    if (section.visible.isLate()) draft.visibleWhen = LateCondition{&*section.visible.when, late(position)};
     place(draft, pieces_);
     return draft;
 }
@@ -279,27 +287,34 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
                 const bool otherHeight = size.height != piece.control->box.height;
                 if (otherHeight && isTurned(*piece.style)) breakText(*text, *piece.style, size);
                 placeText(*text, *piece.style, size);
+                const bool settlesLate =
+                    piece.late && (piece.late->text != nullptr || piece.late->styles != nullptr);
+                if (text->masked && !settlesLate) context_.notes.hiddenNumber(*piece.control, item);
             }
             const bool shows = item.column >= 0 || piece.late || !text->text.empty() || hasLook(*item.style);
             if (!shows) continue;
         } else if (isWhole(item)) {
             fitIntoBox(item, context_.options.drawings);
         }
-        if (piece.late) {
-            piece.late->item = draft.band.items.size();
-            draft.lates.push_back(std::move(*piece.late));
-        }
+        std::vector<LateCondition> around;
+        if (piece.late && !piece.nested.empty()) around = piece.late->visibleWhen;
         const bool isSubReport = std::holds_alternative<PlannedSubReport>(piece.control->content);
         if (!isSubReport || hasLook(*item.style)) {
+            if (piece.late) {
+                piece.late->item = draft.band.items.size();
+                draft.lates.push_back(std::move(*piece.late));
+            }
             draft.band.items.push_back(std::move(item));
             if (hasSets()) draft.sets.push_back(piece.control->set);
         }
-        if (!piece.nested.empty()) placeNested(draft, piece);
+        if (!piece.nested.empty()) placeNested(draft, piece, around);
     }
 }
 
 // The bands of a sub-report become items of the band around it; between them is where a page may end.
-void BandBuilder::placeNested(BandDraft& draft, Piece& piece) const {
+// `around` says when they are shown.
+void BandBuilder::placeNested(BandDraft& draft, Piece& piece,
+                              const std::vector<LateCondition>& around) const {
     const Rect box = piece.item.box;
     for (CollectingFlow::Placed& placed : piece.nested) {
         const Micrometres left = box.x + placed.draft.x;
@@ -307,19 +322,26 @@ void BandBuilder::placeNested(BandDraft& draft, Piece& piece) const {
         Band& band = placed.draft.band;
         if (placed.y + band.height > box.height) break;  // of a section that can't grow
         if (top > 0) draft.cuts.push_back(top);
+        std::vector<LateCondition> conditions = around;
+        if (placed.draft.visibleWhen) conditions.push_back(*placed.draft.visibleWhen);
         if (band.background) {
             Item fill;
-            fill.box = {left, top, band.width, band.height};
+            fill.box = {0, 0, band.width, band.height};
             fill.style = context_.styles.intern({});
             fill.content = BoxItem{{{0, {}}, band.background, 0}};
-            draft.band.items.push_back(std::move(fill));
-            if (hasSets()) draft.sets.push_back(piece.control->set);
+            band.items.insert(band.items.begin(), std::move(fill));
+            for (LateItem& late : placed.draft.lates) ++late.item;
         }
-        for (LateText& late : placed.draft.lates) {
-            late.item += draft.band.items.size();
-            draft.lates.push_back(std::move(late));
-        }
-        for (Item& item : band.items) {
+        auto late = placed.draft.lates.begin();
+        for (std::size_t i = 0; i < band.items.size(); ++i) {
+            const bool isLate = late != placed.draft.lates.end() && late->item == i;
+            if (isLate || !conditions.empty()) {
+                LateItem& own = draft.lates.emplace_back(isLate ? std::move(*late++) : LateItem{});
+                own.item = draft.band.items.size();
+                if (own.control == nullptr) own.control = piece.control;
+                own.visibleWhen.insert(own.visibleWhen.end(), conditions.begin(), conditions.end());
+            }
+            Item& item = band.items[i];
             item.box.x += left;
             item.box.y += top;
             item.column = item.lastColumn = piece.control->firstColumn;
@@ -425,7 +447,7 @@ void BandBuilder::suppress(Piece& piece, const Position& position, std::size_t p
     auto* const planned = std::get_if<PlannedText>(&piece.control->content);
     if (planned == nullptr || !planned->suppressRepeated) return;
     TextItem& text = std::get<TextItem>(piece.item.content);
-    if (text.text.empty() || piece.late) return;
+    if (text.text.empty() || (piece.late && piece.late->text != nullptr)) return;
     Position above = position;
     above.row = previous;
     view_.evaluateText(planned->text, evaluationPosition(*planned, above), evaluated_);

@@ -36,6 +36,9 @@ public:
     Position groupPosition(int level, std::size_t row) const;
     Position rowPosition(std::size_t row) const;
 
+    // Whether there is anything to build: also where the page decides whether it is shown.
+    bool isVisible(const Visibility& visible, const Position& position);
+
     // The set of columns that rows are made of; kEverySet: of all, to be taken apart later.
     int activeSet = kEverySet;
 
@@ -52,14 +55,17 @@ private:
 
         PlannedControl* control;
         const PooledStyle* style = nullptr;
-        std::optional<LateText> late;
+        std::optional<LateItem> late;
         Item item;
         Micrometres needed = 0;  // height that a growing text needs
         bool removed = false;    // takes no height since it is blank
         std::vector<CollectingFlow::Placed> nested;
     };
 
-    bool isVisible(const std::optional<Expression>& condition, const Position& position);
+    LatePosition late(const Position& position) const {
+        return {position, instance_.view, instance_.isSubReport};
+    }
+    static LateItem& lateOf(Piece& piece);
     const PooledStyle* styleOf(PlannedControl& control, const Position& position);
     bool makePiece(const Rect& box, const Position& position, Piece& piece);
     void makeText(PlannedText& text, const Position& position, Piece& piece);
@@ -76,7 +82,7 @@ private:
                     BandKind kind, const Position& position, std::optional<std::size_t> previous);
     void suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft);
     void place(BandDraft& draft, std::vector<Piece>& pieces) const;
-    void placeNested(BandDraft& draft, Piece& piece) const;
+    void placeNested(BandDraft& draft, Piece& piece, const std::vector<LateCondition>& around) const;
     std::optional<Color> alternate(std::size_t row, std::size_t behind) const;
     void finishGridBand(BandDraft& draft) const;
     bool hasSets() const;

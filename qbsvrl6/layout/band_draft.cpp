@@ -41,6 +41,7 @@ public:
         rest_.owner = draft_.owner;
         rest_.ofSubReport = draft_.ofSubReport;
         rest_.isRest = true;
+        rest_.visibleWhen = draft_.visibleWhen;
         divide();
         rest_.band.height = draft_.band.height - cut_ + extra_;
         for (const Micrometres cut : draft_.cuts) {
@@ -85,14 +86,14 @@ private:
     void divide() {
         std::vector<Item> items = std::move(draft_.band.items);
         std::vector<int> sets = std::move(draft_.sets);
-        std::vector<LateText> lates = std::move(draft_.lates);
+        std::vector<LateItem> lates = std::move(draft_.lates);
         draft_.band.items.clear();
         draft_.sets.clear();
         draft_.lates.clear();
         std::vector<std::size_t> below;
         auto late = lates.begin();
         for (std::size_t i = 0; i < items.size(); ++i) {
-            LateText* const own = late != lates.end() && late->item == i ? &*late++ : nullptr;
+            LateItem* const own = late != lates.end() && late->item == i ? &*late++ : nullptr;
             const int set = sets.empty() ? 0 : sets[i];
             Item& item = items[i];
             if (item.box.y >= cut_) {
@@ -131,7 +132,15 @@ private:
         crossing_.push_back(rest_.band.items.size());
     }
 
-    static void put(BandDraft& draft, Item item, const int* set, LateText* late) {
+    // What stays true of a part of an item: whether it is shown, and its style.
+    static std::optional<LateItem> partOf(const LateItem* late) {
+        if (late == nullptr || (late->visibleWhen.empty() && late->styles == nullptr)) return std::nullopt;
+        LateItem part = *late;
+        part.text = nullptr;
+        return part;
+    }
+
+    static void put(BandDraft& draft, Item item, const int* set, LateItem* late) {
         if (late != nullptr) {
             late->item = draft.band.items.size();
             draft.lates.push_back(std::move(*late));
@@ -144,7 +153,7 @@ private:
         extra_ = std::max(extra_, height - available);
     }
 
-    void cross(Item& item, const int* set, LateText* late) {
+    void cross(Item& item, const int* set, LateItem* late) {
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
         if (isWhole(item)) return crossWhole(item, set, late);
@@ -164,9 +173,10 @@ private:
             lower.content = item.content;
         }
         item.box.height = above;
+        std::optional<LateItem> lowerLate = partOf(late);
         put(draft_, std::move(item), set, late);
         noteCell(remaining);
-        put(rest_, std::move(lower), set, nullptr);
+        put(rest_, std::move(lower), set, lowerLate ? &*lowerLate : nullptr);
     }
 
     // The lower part of an item's box, with nothing in it.
@@ -180,11 +190,13 @@ private:
     }
 
     // On one side, in a row with its empty cell on the other.
-    void crossWhole(Item& item, const int* set, LateText* late) {
+    void crossWhole(Item& item, const int* set, LateItem* late) {
         const bool ofRow = draft_.band.kind == BandKind::Row && hasLook(*item.style);
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
         const bool fits = staysWhole(item);
+        std::optional<LateItem> frameLate = partOf(late);
+        LateItem* const ofFrame = frameLate ? &*frameLate : nullptr;
         if (fits || (force_ && item.box.y == 0)) {
             Item below = frameBelow(item, remaining);
             if (!fits) saved_ = std::max(saved_, remaining);
@@ -194,13 +206,13 @@ private:
             put(draft_, std::move(item), set, late);
             if (!ofRow) return;
             noteCell(remaining);
-            put(rest_, std::move(below), set, nullptr);
+            put(rest_, std::move(below), set, ofFrame);
             return;
         }
         if (ofRow) {
             Item upper = frameBelow(item, above);
             upper.box.y = item.box.y;
-            put(draft_, std::move(upper), set, nullptr);
+            put(draft_, std::move(upper), set, ofFrame);
             item.box.height = std::max(usedHeight(item), remaining);
             fitIntoBox(item, drawings_);
         }
@@ -218,6 +230,7 @@ private:
             rest_.band.background.reset();
             items.clear();
             rest_.sets.clear();
+            rest_.lates.clear();
         }
         Micrometres gap = std::min(saved_, rest_.band.height);
         for (const Item& item : items) gap = std::min(gap, item.box.y);
@@ -260,6 +273,7 @@ BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int s
     BandDraft part;
     part.x = draft.x;
     part.row = draft.row;
+    part.visibleWhen = draft.visibleWhen;
     const Band& whole = draft.band;
     part.band.kind = whole.kind;
     part.band.inGrid = whole.inGrid;

@@ -27,27 +27,43 @@ public:
     virtual BandDraft revealed(const BandDraft& row) = 0;
 };
 
-// A text that is settled when its page, or the whole report, is complete.
-struct LateText {
-    std::size_t item = 0;  // of the band
-    PlannedText* text = nullptr;
-    const PooledStyle* style = nullptr;
+// What its page is needed for: an expression is evaluated where it stands in the rows, and again when the
+// page is complete.
+struct LatePosition {
     Position position;
     std::shared_ptr<RowView> view;
     bool ofSubReport = false;  // rows of the page are its own rows
 };
 
+struct LateCondition {
+    const Expression* when = nullptr;
+    LatePosition at;
+};
+
+// An item that is settled when its page, or the whole report, is complete.
+struct LateItem {
+    std::size_t item = 0;  // of the band
+    PlannedControl* control = nullptr;
+    PlannedText* text = nullptr;  // the control's, where it isn't known yet
+    LatePosition textAt;
+    std::vector<LateCondition>
+        visibleWhen;  // shown where all hold: the control's, and those of what is around it
+    const ReportDefinition* styles = nullptr;  // of the control's late conditional styles; null: it has none
+    LatePosition at;                           // of the conditions of the styles
+};
+
 struct BandDraft {
     Band band;
-    Micrometres x = 0;  // from the left edge of the flow
-    std::vector<LateText> lates;
-    std::vector<int> sets;          // of columns, one for each item; empty where there is one set
-    std::vector<Micrometres> cuts;  // heights at which a cut divides nothing, ascending
-    bool mayBreak = false;          // may be cut even where it would fit on the next page
-    std::size_t row = 0;            // of the grid's walk
-    bool hidesRepeated = false;     // a row with suppressed values
-    bool isRest = false;            // the lower part of one that began on an earlier page
-    bool madeSmaller = false;       // something above the cut is no longer as large as it was designed
+    Micrometres x = 0;                         // from the left edge of the flow
+    std::vector<LateItem> lates;               // in the order of their items
+    std::optional<LateCondition> visibleWhen;  // of the band: without it there are no items, only their room
+    std::vector<int> sets;                     // of columns, one for each item; empty where there is one set
+    std::vector<Micrometres> cuts;             // heights at which a cut divides nothing, ascending
+    bool mayBreak = false;                     // may be cut even where it would fit on the next page
+    std::size_t row = 0;                       // of the grid's walk
+    bool hidesRepeated = false;                // a row with suppressed values
+    bool isRest = false;                       // the lower part of one that began on an earlier page
+    bool madeSmaller = false;  // something above the cut is no longer as large as it was designed
     std::shared_ptr<RepeatSource> owner;
     bool ofSubReport = false;
     std::vector<std::uint64_t> keeps;  // the flow's: first bands of what must not be broken ahead of this one

@@ -18,6 +18,23 @@ void layOutPaged(LayoutContext& context, const ReportInstance& instance, PageSin
     pager.finish();
 }
 
+class NoSink : public PageSink {
+public:
+    void beginPage(const PageInfo&) override {}
+    void band(Band&&, Micrometres, Micrometres) override {}
+    void endPage() override {}
+    void finish(PendingTexts&) override {}
+};
+
+void countPages(LayoutContext& context, const ReportInstance& instance) {
+    DrawingSource* const drawings = std::exchange(context.options.drawings, nullptr);
+    context.late.beginCounting();
+    NoSink sink;
+    layOutPaged(context, instance, sink);
+    context.late.endCounting();
+    context.options.drawings = drawings;
+}
+
 // Page header and footer stand once, at the start and at the end.
 void layOutContinuous(LayoutContext& context, const ReportInstance& instance, PageSink& sink) {
     ContinuousFlow flow(sink, instance.plan.report->page);
@@ -45,6 +62,7 @@ void layOut(const ReportDefinition& report, const ReportData& data, const Layout
     ReportInstance instance{
         *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false};
     if (options.paged) {
+        if (plan->needsPageCount) countPages(context, instance);
         layOutPaged(context, instance, sink);
     } else {
         layOutContinuous(context, instance, sink);

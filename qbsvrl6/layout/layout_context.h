@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 #include "qbsvrl6/items/items.h"
@@ -21,41 +22,74 @@ struct PageNumbers {
     RowRange rows;   // of the report's grid
 };
 
-// Settles texts that had to wait.
-class LateTexts : public PendingTexts {
+// What goes to the log once, however many rows it is true of.
+class LayoutNotes {
 public:
-    explicit LateTexts(bool measure) : measure_(measure) {}
+    // The item, placed in its box, shows #### in place of a number.
+    void hiddenNumber(const PlannedControl& control, const Item& item);
+    void madeSmaller();
 
-    // Settles the draft's late texts for its page, but for those that show the page count: they become
-    // pending items.
+private:
+    std::unordered_set<const Control*> hidden_;
+    bool madeSmaller_ = false;
+};
+
+struct LayoutContext;
+
+// Settles items that had to wait. Conditions with the page count can't wait for the end: they decide what a
+// sink gets at all. So the pages are counted first, in a layout that no sink sees; it has the same pages,
+// since the room of what may turn out to be invisible is kept.
+class LateItems : public PendingTexts {
+public:
+    explicit LateItems(LayoutContext& context) : context_(context) {}
+
+    void beginCounting() { counting_ = true; }
+    void endCounting();
+
+    // Settles the draft's late items for its page: hides, restyles, evaluates. Texts with a page count that
+    // isn't known yet become pending items.
     void settleForPage(BandDraft& draft, const PageNumbers& page);
     void countPage(int run);
     void settle(Item& item) override;
 
 private:
     struct Waiting {
-        LateText late;
+        LateItem late;
         int run = 0;
     };
 
-    void settleNow(Item& item, const LateText& late);
+    bool holds(const LateCondition& condition, const PageNumbers& page) const;
+    void moveTo(LatePosition& at, const PageNumbers& page) const;
+    int pageCount(int run) const;
+    bool settleItem(Item& item, LateItem& late, const PageNumbers& page);
+    void restyle(Item& item, LateItem& late, const PageNumbers& page);
+    void settleText(Item& item, const LateItem& late);
+    void fit(Item& item, const LateItem& late);
 
-    bool measure_;
+    LayoutContext& context_;
+    bool counting_ = false;
+    bool counted_ = false;
     std::deque<Waiting> waiting_;
     std::vector<int> pagesOfRun_;
     EvaluatedText evaluated_;
 };
 
 struct LayoutContext {
-    explicit LayoutContext(const LayoutOptions& layoutOptions)
-        : options(layoutOptions), late(layoutOptions.measureText) {}
+    explicit LayoutContext(const LayoutOptions& layoutOptions) : options(layoutOptions), late(*this) {}
+    LayoutContext(const LayoutContext&) = delete;
+    LayoutContext& operator=(const LayoutContext&) = delete;
 
-    const LayoutOptions& options;
+    LayoutOptions options;
     std::int64_t now = 0;
     StylePool styles;
     PictureStore pictures;
-    LateTexts late;
+    LayoutNotes notes;
+    LateItems late;
 };
+
+// The control's style with its conditional ones on top, for those of its conditions that hold.
+const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds,
+                              const ReportDefinition& report, StylePool& styles);
 
 // A plan with the rows that it is walked for.
 struct ReportInstance {

@@ -6,7 +6,6 @@
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
-#include "qbsvrl6/support/log.h"
 
 namespace qbsvrl6 {
 
@@ -91,11 +90,7 @@ void Pager::place(BandDraft draft) {
             std::optional<BandDraft> rest = splitDraft(draft, left(), mustStay, context_.options.drawings);
             if (rest) {
                 rest->sequence = nextSequence_++;
-                if (rest->madeSmaller && !std::exchange(toldSmaller_, true)) {
-                    logWarning(
-                        "a picture, chart, barcode or turned text is higher than its page: it is "
-                        "made smaller");
-                }
+                if (rest->madeSmaller) context_.notes.madeSmaller();
                 append(std::move(draft));
                 if (isEmpty(*rest)) return;  // the blank end of a section needs no page
                 nextFragment(*rest);

@@ -100,7 +100,6 @@ private:
     std::vector<Keep> keeps_;
     std::uint64_t nextKeep_ = 1;
     std::uint64_t nextSequence_ = 1;
-    bool toldSmaller_ = false;
 };
 
 }  // namespace qbsvrl6

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "qbsvrl6/layout/log_words.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -51,14 +52,17 @@ public:
             for (const SectionPtr& section : report_.reportFooters) addSection(plan_->reportFooters, section);
         }
         if (sections && !nested && source_.options.pageHeadersAndFooters) {
-            if (report_.pageHeader) plan_->pageHeader = planSection(*report_.pageHeader, true);
-            if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, true);
+            if (report_.pageHeader) plan_->pageHeader = planSection(*report_.pageHeader, Page::IsOwn);
+            if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, Page::IsOwn);
         }
         if (report_.grid) planGrid();
         return std::move(plan_);
     }
 
 private:
+    // Whose scope the page is: that of page headers and footers.
+    enum class Page { IsOwn, IsNot };
+
     // The grid's own data leads; the report's is there for its parameters and, where its table is another,
     // for the fields of that table's first row.
     DataSources dataSources() {
@@ -79,29 +83,42 @@ private:
     }
 
     void addSection(std::vector<PlannedSection>& sections, const SectionPtr& section) {
-        if (section) sections.push_back(planSection(*section, false));
+        if (section) sections.push_back(planSection(*section, Page::IsNot));
     }
 
-    std::optional<Expression> condition(const std::u16string& text) {
-        if (trimmed(text).empty()) return std::nullopt;
-        return plan_->binding->compile(text);
+    Visibility visibility(const std::u16string& text, Page page) {
+        if (trimmed(text).empty()) return {};
+        Visibility visible{plan_->binding->compile(text)};
+        visible.known = whenKnown(*visible.when, page);
+        return visible;
     }
 
-    PlannedSection planSection(const Section& section, bool ofPage) {
-        PlannedSection planned = emptySection(section, 1);
+    // Page headers and footers know the number of their page from the start; nothing else does.
+    Known whenKnown(const Expression& condition, Page page) {
+        if (!source_.options.paged) return Known::Now;
+        plan_->needsPageCount = plan_->needsPageCount || condition.usesPageCount;
+        const bool ofPage = page == Page::IsOwn;
+        const bool late = condition.usesPageCount || condition.usesPageRows ||
+                          (ofPage ? condition.usesDefaultScope : condition.usesPage);
+        return late ? Known::OnPage : Known::Now;
+    }
+
+    PlannedSection planSection(const Section& section, Page page) {
+        PlannedSection planned = emptySection(section, 1, page);
         for (const auto& control : section.controls.items) {
             const Rect& box = control->box;
             const Rect sound{soundOffset(box.x), soundOffset(box.y), soundLength(box.width),
                              soundLength(box.height)};
-            planned.controls.push_back(planControl(*control, sound, 1, ofPage));
+            planned.controls.push_back(planControl(*control, sound, 1, page));
         }
         slice(planned);
         return planned;
     }
 
-    // Divides a section at those sub-reports that nothing stands beside.
+    // Divides a section at those sub-reports that nothing stands beside. What may turn out to be invisible
+    // keeps its place as a whole.
     static void slice(PlannedSection& section) {
-        if (!section.section->canGrow) return;
+        if (!section.section->canGrow || section.visible.isLate()) return;
         std::vector<std::size_t> order(section.controls.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
         const auto top = [&](std::size_t i) { return section.controls[i].box.y; };
@@ -119,7 +136,8 @@ private:
         for (std::size_t i = 0; i < order.size(); ++i) {
             const std::size_t control = order[i];
             const bool subReport =
-                std::holds_alternative<PlannedSubReport>(section.controls[control].content);
+                std::holds_alternative<PlannedSubReport>(section.controls[control].content) &&
+                !section.controls[control].visible.isLate();
             const bool alone = subReport && top(control) >= std::max(reached, 0) &&
                                (i + 1 == order.size() || top(order[i + 1]) >= bottom(control));
             reached = std::max(reached, bottom(control));
@@ -139,37 +157,39 @@ private:
         for (SectionSlice& made : section.slices) std::sort(made.controls.begin(), made.controls.end());
     }
 
-    PlannedSection emptySection(const Section& section, double scale) {
+    PlannedSection emptySection(const Section& section, double scale, Page page) {
         PlannedSection planned;
         planned.section = &section;
         planned.height = scaledLength(soundLength(section.height), scale);
-        planned.visibleWhen = condition(section.visibleWhen);
+        planned.visible = visibility(section.visibleWhen, page);
         return planned;
     }
 
-    PlannedControl planControl(const Control& control, const Rect& box, double scale, bool ofPage) {
+    PlannedControl planControl(const Control& control, const Rect& box, double scale, Page page) {
         PlannedControl planned;
         planned.control = &control;
         planned.box = box;
         planned.style = source_.styles.intern(
             scaledStyle(resolveStyle(report_, control.styleName, control.style), scale));
         for (const ConditionalStyle& conditional : control.conditions) {
-            planned.conditions.push_back({plan_->binding->compile(conditional.when), &conditional.style});
+            Expression when = plan_->binding->compile(conditional.when);
+            const Known known = whenKnown(when, page);
+            planned.conditions.push_back({std::move(when), &conditional.style, known});
         }
-        planned.visibleWhen = condition(control.visibleWhen);
-        planned.content = std::visit([&](const auto& content) { return planContent(content, box, ofPage); },
-                                     control.content);
+        planned.visible = visibility(control.visibleWhen, page);
+        planned.content =
+            std::visit([&](const auto& content) { return planContent(content, box, page); }, control.content);
         return planned;
     }
 
-    PlannedContent planContent(const TextContent& content, const Rect&, bool ofPage) {
+    PlannedContent planContent(const TextContent& content, const Rect&, Page page) {
         PlannedText planned;
         planned.text = plan_->binding->compileText(content.text);
         if (!content.link.empty()) planned.link = plan_->binding->compileText(content.link);
         planned.evaluate = content.evaluate;
         planned.suppressRepeated = content.suppressRepeated;
         planned.removeWhenBlank = content.removeWhenBlank;
-        const bool pageScope = ofPage || content.evaluate == TextContent::Evaluate::Page;
+        const bool pageScope = page == Page::IsOwn || content.evaluate == TextContent::Evaluate::Page;
         planned.needsPage = planned.text.any(&Expression::usesPage) ||
                             content.evaluate == TextContent::Evaluate::Page ||
                             (pageScope && planned.text.any(&Expression::usesDefaultScope));
@@ -177,19 +197,19 @@ private:
         return planned;
     }
 
-    PlannedContent planContent(const LineContent& content, const Rect&, bool) { return content; }
-    PlannedContent planContent(const BoxContent& content, const Rect&, bool) { return content; }
+    PlannedContent planContent(const LineContent& content, const Rect&, Page) { return content; }
+    PlannedContent planContent(const BoxContent& content, const Rect&, Page) { return content; }
 
-    PlannedContent planContent(const PictureContent& content, const Rect&, bool) {
+    PlannedContent planContent(const PictureContent& content, const Rect&, Page) {
         return PlannedPicture{&content, plan_->binding->compileText(content.source),
                               plan_->binding->compileText(content.alternateText)};
     }
 
-    PlannedContent planContent(const BarcodeContent& content, const Rect&, bool) {
+    PlannedContent planContent(const BarcodeContent& content, const Rect&, Page) {
         return PlannedBarcode{&content, plan_->binding->compileText(content.text)};
     }
 
-    PlannedContent planContent(const ChartContent& content, const Rect&, bool) {
+    PlannedContent planContent(const ChartContent& content, const Rect&, Page) {
         PlannedChart planned;
         planned.content = &content;
         planned.title = plan_->binding->compileText(content.settings.title);
@@ -221,7 +241,7 @@ private:
         return sources;
     }
 
-    PlannedContent planContent(const SubReportContent& content, const Rect& box, bool) {
+    PlannedContent planContent(const SubReportContent& content, const Rect& box, Page) {
         PlannedSubReport planned;
         if (depth_ + 1 > limits::kSubReportDepth) {
             logWarning("sub-reports are nested more than " + std::to_string(limits::kSubReportDepth) +
@@ -234,6 +254,7 @@ private:
         const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
         planned.plan =
             Planner(content.report->definition, source_, depth_ + 1).plan(width, data_, content.parameters);
+        plan_->needsPageCount = plan_->needsPageCount || planned.plan->needsPageCount;
         return planned;
     }
 
@@ -253,7 +274,7 @@ private:
             available = detailWidth(report_.page);
         }
         planned.geometry = placeColumns(grid, available, surroundings);
-        warnOfDiscarded(grid, planned.geometry);
+        warnOfDiscarded(grid, planned.geometry, available);
         const double scale = planned.geometry.scale;
         planned.titleHeight = scaledLength(soundLength(grid.titleHeight), scale);
         planned.rowHeight = scaledLength(soundLength(grid.rowHeight), scale);
@@ -262,7 +283,9 @@ private:
             columnIndex_.emplace(grid.columns[i]->name, i);
             if (!place.visible) continue;
             const auto cell = [&](const Control& control, Micrometres height) {
-                PlannedControl made = planControl(control, {place.x, 0, place.width, height}, scale, false);
+                PlannedControl made =
+                    planControl(control, {place.x, 0, place.width, height}, scale, Page::IsNot);
+                made.gridColumn = &grid.columns[i]->name;
                 made.firstColumn = made.lastColumn = static_cast<int>(i);
                 made.set = place.set;
                 return made;
@@ -280,19 +303,27 @@ private:
         }
     }
 
-    static void warnOfDiscarded(const DetailGrid& grid, const GridGeometry& geometry) {
-        const auto visible = [](const PlacedColumn& column) { return column.visible; };
-        const auto count = std::count_if(geometry.columns.begin(), geometry.columns.end(), visible);
-        if (count == std::ssize(geometry.columns)) return;
-        logWarning("the detail grid is wider than its page: of " + std::to_string(geometry.columns.size()) +
-                   " columns those from \"" + toUtf8(grid.columns[static_cast<std::size_t>(count)]->name) +
-                   "\" on are discarded");
+    static void warnOfDiscarded(const DetailGrid& grid, const GridGeometry& geometry, Micrometres available) {
+        constexpr std::size_t kMostNames = 10;
+        std::int64_t needed = 0;
+        std::size_t lost = 0;
+        std::string names;
+        for (std::size_t i = 0; i < geometry.columns.size(); ++i) {
+            needed += soundLength(grid.columns[i]->width);
+            if (geometry.columns[i].visible) continue;
+            if (++lost <= kMostNames) names += (lost == 1 ? "" : ", ") + quoted(grid.columns[i]->name);
+        }
+        if (lost == 0) return;
+        if (lost > kMostNames) names += " and " + std::to_string(lost - kMostNames) + " more";
+        logWarning("the columns need " + inMillimetres(needed) + " and have " + inMillimetres(available) +
+                   ": adapt=\"discard\" leaves out " + names +
+                   "; another adapt, narrower columns or wider paper would keep them");
     }
 
     // Controls that name columns follow them: to their line where group sections wrap, and to each page that
     // holds some of them.
     PlannedSection planGroupSection(const Section& section, const GridGeometry& geometry) {
-        PlannedSection planned = emptySection(section, geometry.scale);
+        PlannedSection planned = emptySection(section, geometry.scale, Page::IsNot);
         int lines = 1;
         for (const auto& control : section.controls.items) {
             Rect box = control->box;
@@ -302,7 +333,7 @@ private:
                    scaledLength(soundLength(box.height), geometry.scale)};
             const auto first = columnIndex_.find(control->column);
             if (control->column.empty() || first == columnIndex_.end()) {
-                planned.controls.push_back(planControl(*control, box, geometry.scale, false));
+                planned.controls.push_back(planControl(*control, box, geometry.scale, Page::IsNot));
                 planned.controls.back().set = 0;
                 continue;
             }
@@ -321,7 +352,7 @@ private:
                     own.y += left.line * planned.height;
                     lines = std::max(lines, left.line + 1);
                 }
-                PlannedControl made = planControl(*control, own, geometry.scale, false);
+                PlannedControl made = planControl(*control, own, geometry.scale, Page::IsNot);
                 made.firstColumn = static_cast<int>(span->first);
                 made.lastColumn = static_cast<int>(span->second);
                 const bool everywhere = geometry.columns[last].set == kEverySet;

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
 #define QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <optional>
@@ -54,9 +55,23 @@ struct PlannedSubReport {
     std::vector<Expression> arguments;
 };
 
+// When what a condition reads is known.
+enum class Known {
+    Now,     // as the band is made
+    OnPage,  // when its page is complete: the page's number, its rows, the page count
+};
+
 struct PlannedCondition {
     Expression when;
     const std::u16string* style = nullptr;  // name
+    Known known = Known::Now;
+};
+
+struct Visibility {
+    std::optional<Expression> when;  // none: always
+    Known known = Known::Now;
+
+    bool isLate() const { return when && known == Known::OnPage; }
 };
 
 using PlannedContent = std::variant<PlannedText, LineContent, BoxContent, PlannedPicture, PlannedBarcode,
@@ -64,14 +79,20 @@ using PlannedContent = std::variant<PlannedText, LineContent, BoxContent, Planne
 
 struct PlannedControl {
     const Control* control = nullptr;
-    Rect box;  // in its section or row
+    Rect box;                                    // in its section or row
+    const std::u16string* gridColumn = nullptr;  // name of the column that this is the title or cell of
     int firstColumn = -1, lastColumn = -1;
     int set = kEverySet;  // of columns, where the grid goes on to pages of their own
     const PooledStyle* style = nullptr;
     std::vector<PlannedCondition> conditions;
     std::map<std::vector<bool>, const PooledStyle*> variants;  // by the conditions that hold
-    std::optional<Expression> visibleWhen;
+    Visibility visible;
     PlannedContent content;
+
+    bool hasLateStyle() const {
+        return std::any_of(conditions.begin(), conditions.end(),
+                           [](const PlannedCondition& condition) { return condition.known != Known::Now; });
+    }
 };
 
 // A stretch of a section's height: either a sub-report alone, whose bands can so go on from page to page, or
@@ -86,7 +107,7 @@ struct SectionSlice {
 struct PlannedSection {
     const Section* section = nullptr;
     Micrometres height = 0;
-    std::optional<Expression> visibleWhen;
+    Visibility visible;
     std::vector<PlannedControl> controls;
     std::vector<SectionSlice> slices;  // from the top down; empty: no sub-report stands alone in its stretch
 };
@@ -112,6 +133,7 @@ struct ReportPlan {
     std::optional<PlannedSection> pageHeader, pageFooter;
     std::vector<PlannedSection> reportHeaders, reportFooters;
     std::unique_ptr<PlannedGrid> grid;
+    bool needsPageCount = false;  // a condition of it or of its sub-reports does
 };
 
 // What an export's plan is made from.

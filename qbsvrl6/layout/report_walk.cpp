@@ -57,7 +57,7 @@ void ReportWalk::addSection(PlannedSection& section, BandKind kind, const Positi
     if (section.slices.empty()) {
         std::optional<BandDraft> draft = build(section, kind, position, nullptr);
         if (draft) add(std::move(*draft));
-    } else if (!section.visibleWhen || view_.isTrue(*section.visibleWhen, position)) {
+    } else if (builder_.isVisible(section.visible, position)) {
         addSlices(section, kind, position);
     }
     if (section.section->newPageAfter) flow_->startPage();

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "qbsvrl6/fonts/number_spans.h"
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -15,6 +16,13 @@ namespace {
 
 constexpr std::u16string_view kEllipsis = u"…";
 constexpr double kSmallestShare = 1.0 / 3;  // of its size that a shrinking font keeps
+constexpr double kSizeStep = 0.05;          // to which font sizes are found
+
+// A number that is wider than its box shrinks to this share of its size, but to no less than these points. A
+// font that is as small already keeps the larger share.
+constexpr double kSmallestNumberShare = 0.6;
+constexpr double kSmallestNumberSize = 5;
+constexpr double kSmallFontShare = 0.9;
 
 // The box as the text sees it, ahead of rotation.
 Size unturned(const ResolvedStyle& style, Size box) {
@@ -120,6 +128,168 @@ std::size_t fittingUnits(const TextLine& line, double ems) {
     return advances.size();
 }
 
+const TextLine& lineOf(const TextLine& line) { return line; }
+const TextLine& lineOf(const PlacedLine& placed) { return placed.line; }
+
+template <typename Line>
+Micrometres widest(const std::vector<Line>& lines) {
+    Micrometres width = 0;
+    for (const Line& line : lines) width = std::max(width, lineOf(line).width);
+    return width;
+}
+
+// Whether the text is one value that is to stay on one line.
+bool isLoneValue(const TextItem& item) {
+    const ValueType type = item.value.type;
+    return type == ValueType::Number || type == ValueType::Date || isLoneNumber(item.text);
+}
+
+// Whether a lone value may still be wrapped at its blanks: between the parts of a date, before the words of a
+// number's format, not between groups of digits.
+bool hasParts(const TextItem& item) {
+    const ValueType type = item.value.type;
+    if (type == ValueType::Date) return !isLoneNumber(item.text);
+    const std::u16string& text = item.text;
+    const auto isDigit = [](char16_t unit) { return unit >= u'0' && unit <= u'9'; };
+    std::size_t blanks = 0;
+    for (std::size_t i = 1; i + 1 < text.size(); ++i) {
+        if (text[i] != u' ') continue;
+        if (isDigit(text[i - 1]) && isDigit(text[i + 1])) return false;
+        ++blanks;
+    }
+    return blanks > 0;
+}
+
+bool holdsNumber(std::u16string_view text) { return !NumberFinder(text).next().isEmpty(); }
+
+// The widest of the lines that overflow because of a number; 0 where none does.
+Micrometres overflowingNumber(std::u16string_view text, bool isLone, const std::vector<TextLine>& lines,
+                              Micrometres width) {
+    Micrometres widest = 0;
+    for (const TextLine& line : lines) {
+        if (line.width <= std::max(width, widest)) continue;
+        if (isLone || holdsNumber(text.substr(line.firstUnit, line.unitCount))) widest = line.width;
+    }
+    return widest;
+}
+
+// #### as wide as a stretch that doesn't fit, at least one.
+void appendMask(std::u16string& shown, const PooledStyle& style, double fontSize, Micrometres width) {
+    constexpr std::u16string_view kMask = u"#";
+    const Micrometres one = std::max(lineWidth(style.fonts(), fontSize, kMask), 1);
+    shown.append(static_cast<std::size_t>(std::max(width / one, 1)), kMask.front());
+}
+
+// Shows #### in place of the numbers that are wider than the box at this font size.
+void mask(TextItem& item, const PooledStyle& style, double fontSize, Micrometres width) {
+    item.masked = true;
+    item.fontSize = fontSize;
+    item.shown.clear();
+    const std::u16string_view text = item.text;
+    if (isLoneValue(item)) {
+        appendMask(item.shown, style, fontSize, width);
+    } else {
+        std::size_t copied = 0;
+        NumberFinder numbers(text);
+        for (NumberSpan number = numbers.next(); !number.isEmpty(); number = numbers.next()) {
+            const std::u16string_view span = text.substr(number.first, number.size());
+            if (lineWidth(style.fonts(), fontSize, span) <= width) continue;
+            item.shown += text.substr(copied, number.first - copied);
+            appendMask(item.shown, style, fontSize, width);
+            copied = number.end;
+        }
+        item.shown += text.substr(copied);
+    }
+    takeLines(item, breakLines(style.fonts(), fontSize, item.shown, width));
+}
+
+// What a masked text's stretch up to a place in `shown` stands for, as a length in `text`.
+std::size_t unmaskedLength(const TextItem& item, std::size_t length) {
+    std::size_t shown = 0;
+    std::size_t copied = 0;
+    NumberFinder numbers(item.text);
+    for (NumberSpan number = numbers.next(); !number.isEmpty(); number = numbers.next()) {
+        shown += number.first - copied;
+        if (shown >= length) return number.first - (shown - length);
+        const std::u16string_view span = std::u16string_view(item.text).substr(number.first, number.size());
+        const std::u16string_view there = std::u16string_view(item.shown).substr(shown);
+        copied = number.end;
+        shown += there.substr(0, span.size()) == span ? span.size()
+                                                      : std::min(there.find_first_not_of(u'#'), there.size());
+        if (shown >= length) return number.end;
+    }
+    return copied + (length - shown);
+}
+
+double smallestNumberSize(double full) {
+    return std::max(full * kSmallestNumberShare, std::min(full * kSmallFontShare, kSmallestNumberSize));
+}
+
+// Wraps texts whose numbers stay whole.
+class NumberWrapper {
+public:
+    NumberWrapper(TextItem& item, const PooledStyle& style, Micrometres width)
+        : item_(item), style_(style), width_(width) {}
+
+    // A lone value stays on one line unless it would be too small there and has parts.
+    void wrap() {
+        item_.fontSize = style_.fontSize;
+        std::vector<TextLine> lines = broken(width_);
+        if (lines.size() == 1 && lines.front().width <= width_) return takeLines(item_, std::move(lines));
+        isLone_ = isLoneValue(item_);
+        if (!isLone_) {
+            if (takeOrShrink(std::move(lines), width_)) return;
+        } else {
+            if (takeOrShrink(broken(0), 0)) return;
+            if (hasParts(item_) && takeOrShrink(std::move(lines), width_)) return;
+        }
+        mask(item_, style_, smallestNumberSize(style_.fontSize), width_);
+    }
+
+private:
+    std::vector<TextLine> broken(Micrometres limit) const {
+        return breakLines(style_.fonts(), item_.fontSize, item_.text, limit);
+    }
+
+    Micrometres overflow(const std::vector<TextLine>& lines) const {
+        return overflowingNumber(item_.text, isLone_, lines, width_);
+    }
+
+    // Takes the lines, which were broken at this limit, at a smaller size where a number needs it. Gives
+    // whether all numbers fit.
+    bool takeOrShrink(std::vector<TextLine> lines, Micrometres limit) {
+        const double full = style_.fontSize;
+        item_.fontSize = full;
+        if (const Micrometres needed = overflow(lines); needed > 0) {
+            item_.fontSize = std::floor(full * width_ / needed / kSizeStep) * kSizeStep;
+            if (item_.fontSize < smallestNumberSize(full)) return false;
+            lines = broken(limit);
+            if (overflow(lines) > 0) return false;
+        }
+        takeLines(item_, std::move(lines));
+        return true;
+    }
+
+    TextItem& item_;
+    const PooledStyle& style_;
+    Micrometres width_;
+    bool isLone_ = false;
+};
+
+void breakWrapped(TextItem& item, const PooledStyle& style, Micrometres width) {
+    NumberWrapper(item, style, width).wrap();
+}
+
+// Where an ellipsis may cut a line that has room for so many units: not within a number.
+std::size_t cutBeforeNumber(std::u16string_view text, std::size_t fitting) {
+    NumberFinder numbers(text);
+    for (NumberSpan number = numbers.next(); !number.isEmpty(); number = numbers.next()) {
+        if (number.first >= fitting) break;
+        if (number.end > fitting) return number.first;
+    }
+    return fitting;
+}
+
 // One line a paragraph. Where one is too long, the lines are of a text of their own, cut and marked.
 void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres width) {
     const FontSet& fonts = style.fonts();
@@ -129,13 +299,14 @@ void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres wid
         takeLines(item, std::move(lines));
         return;
     }
+    if (isLoneValue(item)) return breakWrapped(item, style, width);
     const double room = toEms(width, item.fontSize) - shape(fonts, kEllipsis)->width;
     std::u16string shown;
     for (const TextLine& line : lines) {
         const std::u16string_view text =
             std::u16string_view(item.text).substr(line.firstUnit, line.unitCount);
         if (tooLong(line)) {
-            shown += text.substr(0, fittingUnits(line, room));
+            shown += text.substr(0, cutBeforeNumber(text, fittingUnits(line, room)));
             while (!shown.empty() && shown.back() == u' ') shown.pop_back();
             shown += kEllipsis;
         } else {
@@ -158,7 +329,9 @@ std::size_t fittingLines(const PooledStyle& style, double fontSize, Micrometres 
 }
 
 bool fitsShrunk(TextItem& item, const PooledStyle& style, Size inner, double fontSize) {
-    std::vector<TextLine> lines = breakLines(style.fonts(), fontSize, item.text, inner.width);
+    const bool staysOnLine = item.value.type == ValueType::Number && !hasParts(item);
+    std::vector<TextLine> lines =
+        breakLines(style.fonts(), fontSize, item.text, staysOnLine ? 0 : inner.width);
     const bool fits = lines.size() <= fittingLines(style, fontSize, inner.height) &&
                       std::none_of(lines.begin(), lines.end(),
                                    [&](const TextLine& line) { return line.width > inner.width; });
@@ -179,19 +352,18 @@ void breakShrunk(TextItem& item, const PooledStyle& style, Size inner) {
     if (fitsShrunk(item, style, inner, full)) return;
     double fitting = full * kSmallestShare;
     double tooLarge = full;
-    if (!fitsShrunk(item, style, inner, fitting)) return;
-    constexpr double kStep = 0.05;
-    while (tooLarge - fitting > kStep) {
+    if (!fitsShrunk(item, style, inner, fitting)) {
+        const auto tooWide = [&](const PlacedLine& line) { return line.line.width > inner.width; };
+        const bool overflows = std::any_of(item.lines.begin(), item.lines.end(), tooWide);
+        if (overflows && (isLoneValue(item) || holdsNumber(item.text)))
+            mask(item, style, fitting, inner.width);
+        return;
+    }
+    while (tooLarge - fitting > kSizeStep) {
         const double middle = (fitting + tooLarge) / 2;
         (fitsShrunk(item, style, inner, middle) ? fitting : tooLarge) = middle;
     }
     fitsShrunk(item, style, inner, fitting);
-}
-
-Micrometres widest(const std::vector<TextLine>& lines) {
-    Micrometres width = 0;
-    for (const TextLine& line : lines) width = std::max(width, line.width);
-    return width;
 }
 
 // A text along the height of its box grows until its lines are few enough for the box's width.
@@ -218,6 +390,15 @@ void breakTurned(TextItem& item, const PooledStyle& style, Size inner) {
         }
     }
     takeLines(item, std::move(lines));
+}
+
+// What has grown as far as it may shrinks like any other.
+void fitTurned(TextItem& item, const PooledStyle& style, Size box) {
+    const Micrometres width = innerWidth(style, box);
+    if (width <= 0 || widest(item.lines) <= width) return;
+    if (!isLoneValue(item) && !holdsNumber(item.text)) return;
+    breakWrapped(item, style, width);
+    align(item, style, box);
 }
 
 Micrometres checkedHeight(std::int64_t height) {
@@ -252,6 +433,7 @@ bool isTurned(const ResolvedStyle& style) { return style.rotation == 90 || style
 Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
     item.fontSize = style.fontSize;
     item.shown.clear();
+    item.masked = false;
     item.lines.clear();
     if (item.text.size() > limits::kTextUnits) {
         throw EngineError(ErrorCode::LimitExceeded, "a text has " + std::to_string(item.text.size()) +
@@ -270,7 +452,7 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
             }
             [[fallthrough]];
         case TextFit::Clip:
-            takeLines(item, breakLines(style.fonts(), item.fontSize, item.text, inner.width));
+            breakWrapped(item, style, inner.width);
             break;
         case TextFit::Ellipsis:
             breakWithEllipsis(item, style, inner.width);
@@ -290,19 +472,36 @@ Micrometres measureText(TextItem& item, const PooledStyle& style, Size box) {
     if (!isOneLine) return breakText(item, style, box);
     item.fontSize = style.fontSize;
     item.shown.clear();
+    item.masked = false;
     item.lines.clear();
     return neededHeight(1, item, style, box);
 }
 
 Micrometres placedHeight(const TextItem& item, const PooledStyle& style) {
     if (!isTurned(style)) return linesHeight(item.lines.size(), item, style);
-    Micrometres height = 0;
-    for (const PlacedLine& line : item.lines) height = std::max(height, line.line.width);
-    return height;
+    return widest(item.lines);
+}
+
+WideNumber widestNumber(const TextItem& item, const PooledStyle& style, Size box) {
+    WideNumber result{item.text, 0, innerWidth(style, box)};
+    if (isLoneValue(item)) {
+        result.needed = lineWidth(style.fonts(), style.fontSize, item.text);
+        return result;
+    }
+    NumberFinder numbers(item.text);
+    for (NumberSpan number = numbers.next(); !number.isEmpty(); number = numbers.next()) {
+        const std::u16string_view span = std::u16string_view(item.text).substr(number.first, number.size());
+        const Micrometres width = lineWidth(style.fonts(), style.fontSize, span);
+        if (width <= result.needed) continue;
+        result.text = span;
+        result.needed = width;
+    }
+    return result;
 }
 
 void placeText(TextItem& item, const PooledStyle& style, Size box) {
     if (item.lines.empty()) return;
+    if (isTurned(style) && !item.masked && item.shown.empty()) fitTurned(item, style, box);
     const Size turned = unturned(style, box);
     const std::size_t fitting = fittingLines(style, item.fontSize, turned.height);
     if (item.lines.size() > fitting) item.lines.resize(fitting);
@@ -329,6 +528,17 @@ void placeText(TextItem& item, const PooledStyle& style, Size box) {
     }
 }
 
+namespace {
+
+// Leaves so much of the text and gives the rest.
+std::u16string divided(std::u16string& text, std::size_t length) {
+    std::u16string rest = text.substr(std::min(length, text.size()));
+    text.resize(text.size() - rest.size());
+    return rest;
+}
+
+}  // namespace
+
 Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, Size box, Micrometres height,
                       bool atLeastOne) {
     const Edges padding = unturnedPadding(style);
@@ -345,12 +555,15 @@ Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, 
     }
     item.pageFields.clear();  // of a text that is in one piece
     // Each part takes its own stretch of the text with it, so that no cell holds any of it twice.
-    std::u16string whole = std::move(item.shown.empty() ? item.text : item.shown);
-    item.shown.clear();
     const std::uint32_t cut = item.lines[kept].line.firstUnit;
-    rest.text = whole.substr(cut);
-    whole.resize(cut);
-    item.text = std::move(whole);
+    if (item.masked) {
+        rest.text = divided(item.text, unmaskedLength(item, cut));
+        rest.shown = divided(item.shown, cut);
+        rest.masked = true;
+    } else {
+        if (!item.shown.empty()) item.text = std::exchange(item.shown, {});
+        rest.text = divided(item.text, cut);
+    }
     rest.lines.assign(std::make_move_iterator(item.lines.begin() + static_cast<std::ptrdiff_t>(kept)),
                       std::make_move_iterator(item.lines.end()));
     item.lines.resize(kept);

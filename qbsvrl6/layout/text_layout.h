@@ -11,16 +11,27 @@ namespace qbsvrl6 {
 bool isTurned(const ResolvedStyle& style);
 
 // Breaks the item's text into lines for a box of this size, as the style's fit says, and sets the font size
-// after shrinking. Gives the height that the box needs to show all of a text that may grow, at least 0; a
-// text that is as good as fitting needs the box's own height. Texts that don't grow need none.
+// after shrinking. A number that is wider than the box shrinks, and then shows as ####. Gives the height that
+// the box needs to show all of a text that may grow, at least 0; a text that is as good as fitting needs the
+// box's own height. Texts that don't grow need none.
 Micrometres breakText(TextItem& item, const PooledStyle& style, Size box);
 
 // The same height, for whoever draws no text: one that fits on one line gets none.
 Micrometres measureText(TextItem& item, const PooledStyle& style, Size box);
 
 // Gives the broken lines their place in the box, whose height may have grown by now. Lines that don't fit are
-// dropped.
+// dropped; turned numbers have their last chance to fit.
 void placeText(TextItem& item, const PooledStyle& style, Size box);
+
+// A number in a box, at the size that the style asks for.
+struct WideNumber {
+    std::u16string_view text;  // of the item's
+    Micrometres needed = 0;
+    Micrometres available = 0;
+};
+
+// The widest number of the item's text, or all of it where it is a lone value.
+WideNumber widestNumber(const TextItem& item, const PooledStyle& style, Size box);
 
 // The height of what the lines take up in the box, without paddings.
 Micrometres placedHeight(const TextItem& item, const PooledStyle& style);

@@ -172,7 +172,7 @@ struct DetailGrid {
     bool rowCanGrow = true;
     std::optional<Color> alternateBackground;    // of each second row
     std::vector<std::unique_ptr<Group>> groups;  // outermost first
-    ColumnAdapt adapt = ColumnAdapt::Discard;
+    ColumnAdapt adapt = ColumnAdapt::ShrinkToFit;
     int fixedColumns = 0;        // repeated by the "repeat fixed" methods
     bool fillBlankRows = false;  // blank rows to the page's end
     bool centered = false;       // between the margins

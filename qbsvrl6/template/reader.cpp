@@ -28,6 +28,7 @@ struct NotedExpression {
     std::string attribute;
     std::u16string text;
     bool hasPlaceholders;
+    bool knowsPage;
     std::size_t offset;
 };
 
@@ -228,7 +229,9 @@ private:
             constexpr bool hasPlaceholders = std::is_same_v<Codec, PlaceholderCodec>;
             if constexpr (hasPlaceholders || std::is_same_v<Codec, ExpressionCodec>) {
                 const std::size_t offset = offsetOfAttribute(reading_.source.text(), node_, found.name());
-                reading_.expressions.push_back({found.name(), value, hasPlaceholders, offset});
+                bool knowsPage = true;
+                if constexpr (!hasPlaceholders) knowsPage = codec.knowsPage;
+                reading_.expressions.push_back({found.name(), value, hasPlaceholders, knowsPage, offset});
             }
             return value;
         } catch (const ValueFault& fault) {
@@ -399,8 +402,13 @@ void ReadElement::checkExpressions(const ReportDefinition& report) {
         try {
             if (noted.hasPlaceholders) {
                 binding.compileText(noted.text);
-            } else {
-                binding.compile(noted.text);
+                continue;
+            }
+            const Expression expression = binding.compile(noted.text);
+            if (!noted.knowsPage && (expression.usesPage || expression.usesPageCount)) {
+                throw EngineError(
+                    ErrorCode::BadExpression,
+                    "rows are chosen before there are pages: no page number, page count or page total");
             }
         } catch (const EngineError& error) {
             reading_.source.fail(

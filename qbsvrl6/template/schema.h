@@ -175,9 +175,9 @@ void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
 template <class Element, class RowsLike>
 void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
     element.attribute("table", rows.table, {}, TextCodec{});
-    element.attribute("filter", rows.filter, {}, ExpressionCodec{});
+    element.attribute("filter", rows.filter, {}, ExpressionCodec{.knowsPage = false});
     element.attribute("category", rows.category, {}, PlaceholderCodec{});
-    element.attribute("sort", rows.sort, {}, ExpressionCodec{});
+    element.attribute("sort", rows.sort, {}, ExpressionCodec{.knowsPage = false});
     const auto marked = [](const auto& child) { return child.hasAny(kRowSeriesMarks); };
     element.listOf("Series", rows.series, marked,
                    [=](auto& child, auto& series) { describeRowSeries(child, series, kind); });
@@ -293,7 +293,7 @@ template <class Element, class GroupLike>
 void describeGroup(Element& element, GroupLike& group) {
     static const Group defaults;
     element.attribute("name", group.name, {}, TextCodec{});
-    element.required("by", group.by, ExpressionCodec{.mayBeBlank = false});
+    element.required("by", group.by, ExpressionCodec{.mayBeBlank = false, .knowsPage = false});
     element.attribute("repeatHeader", group.repeatHeader, defaults.repeatHeader, SwitchCodec{});
     element.attribute("keepTogether", group.keepTogether, defaults.keepTogether, SwitchCodec{});
     element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});
@@ -317,7 +317,7 @@ void describeGrid(Element& element, GridLike& grid) {
                       IntegerCodec{0, static_cast<int>(limits::kGridColumns)});
     element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
     element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
-    element.attribute("filter", grid.filter, {}, ExpressionCodec{});
+    element.attribute("filter", grid.filter, {}, ExpressionCodec{.knowsPage = false});
     element.child("Recordset", [&](auto& child) { describeDataSource(child, grid.recordset); });
     element.child("Columns", [&](auto& columns) {
         columns.namedList("Column", grid.columns, limits::kGridColumns, [](auto& child, auto& column) {

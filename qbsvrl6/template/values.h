@@ -41,6 +41,7 @@ std::string expressionFault(const EngineError& error);
 
 struct ExpressionCodec {
     bool mayBeBlank = true;  // which is as if it weren't there
+    bool knowsPage = true;   // false: it chooses or orders rows, before there are pages
 
     std::u16string read(std::string_view text) const;
     std::string write(const std::u16string& value) const;

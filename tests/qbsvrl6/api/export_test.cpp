@@ -197,6 +197,29 @@ TEST_F(ApiTest, AMissingBackgroundPictureIsLeftOutAndTold) {
     EXPECT_GT(exported(report, QBExportType_PDF).size(), plain.size() + 1000);
 }
 
+TEST_F(ApiTest, WhatAPageCannotShowIsLoggedOnceAndKeptInCells) {
+    write("narrow.qbf", R"(<Report version="1"><Page width="60mm" height="60mm" margins="5mm"/>
+        <DefaultStyle font="DejaVu Sans Mono"/><Grid adapt="discard"><Columns>
+        <Column name="amount" width="9mm"><Content text="[A:#,##0.00]"/></Column>
+        <Column name="wide" width="60mm"/><Column name="last" width="6mm"/></Columns></Grid></Report>)");
+    write("narrow.txt", R"([{"A":1234567.89},{"A":-1234567.89},{"A":1}])");
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("narrow.qbf").c_str());
+    const std::string csv = exported(report, QBExportType_CSV);
+    EXPECT_NE(csv.find("-1,234,567.89"), std::string::npos) << csv;
+    takeLog();
+    exported(report, QBExportType_PDF);
+    const std::string log = takeLog();
+    for (const char* const line :
+         {"\"1,234,567.89\" in column \"amount\" needs 25.5 mm and has 8.4 mm: it shows as ####",
+          "the columns need 75.0 mm and have 50.0 mm: adapt=\"discard\" leaves out \"wide\", \"last\""}) {
+        const std::size_t place = log.find(line);
+        EXPECT_NE(place, std::string::npos) << line << "\n" << log;
+        EXPECT_EQ(log.find(line, place + 1), std::string::npos) << log;
+    }
+    EXPECT_EQ(log.find("-1,234,567.89"), std::string::npos) << "once per column: " << log;
+}
+
 TEST_F(ApiTest, AnEmptyReportIsExportedToo) {
     const OwnReport report;
     EXPECT_EQ(exported(report, QBExportType_PDF).substr(0, 5), "%PDF-") << takeLog();

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/fonts/number_spans.h"
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -20,7 +21,7 @@ std::vector<std::u16string> broken(const std::u16string& text, double ems) {
         std::u16string content = text.substr(line.firstUnit, line.unitCount);
         if (line.endsParagraph) content += u'|';
         lines.push_back(std::move(content));
-        if (width > 0 && line.unitCount > 2) {
+        if (width > 0 && line.unitCount > 2 && !isLoneNumber(text.substr(line.firstUnit, line.unitCount))) {
             EXPECT_LE(line.width, width + 40) << toUtf8(text);
         }
     }
@@ -54,8 +55,42 @@ TEST(LineBreaking, LinesBreakWhereUnicodeAllows) {
         {"only blanks", u"          ", 1, {u"|"}},
         {"blanks at the start stay", u"  一二", 5, {u"  一二|"}},
         {"a number stays whole", u"共1,234.50元", 4, {u"共", u"1,234.50", u"元|"}},
+        {"a number wider than the line", u"abc 1,234.50 d", 2, {u"abc", u"1,234.50", u"d|"}},
+        {"an address breaks anywhere", u"https://a.b/12345678", 5, {u"https://", u"a.b/12345", u"678|"}},
     };
     for (const Case& c : cases) EXPECT_EQ(broken(c.text, c.ems), c.expected) << c.name;
+}
+
+TEST(NumberFinder, FindsNumbersAndCodes) {
+    struct Case {
+        std::u16string text;
+        std::vector<std::u16string> numbers;
+    };
+    const Case cases[] = {
+        {u"no digit - at all, (none)", {}},
+        {u"Total: -1,234,567.89, due", {u"-1,234,567.89"}},
+        {u"($1,234.50) 12.5% +3 −4 5- 1'000.–", {u"($1,234.50)", u"12.5%", u"+3", u"−4", u"5-", u"1'000"}},
+        {u"¥14,569.54元 1.234,50€ US$12", {u"¥14,569.54", u"1.234,50€", u"US$12"}},
+        {u"1\u00A0234\u202F567,8 12 345", {u"1\u00A0234\u202F567,8", u"12", u"345"}},
+        {u"2026-11-05 12:30 5/11/26", {u"2026-11-05", u"12:30", u"5/11/26"}},
+        {u"于2026年11月5日开票", {u"2026年11月5日"}},
+        {u"INV-2026-00418, 12kg, v1.2.3", {u"INV-2026-00418", u"12kg", u"v1.2.3"}},
+        {u"one,2,three,four5", {u"2", u"four5"}},
+        {u"page..........12", {u".12"}},
+        {u"Rechnungsnummer-4711", {u"-4711"}},
+        {std::u16string(40, u'1'), {std::u16string(40, u'1')}},
+        {u"0f" + std::u16string(40, u'a') + u"7", {u"0", u"7"}},
+        {u"https://a.b/2026/11 www.c.d/7 12", {u"12"}},
+        {u"١٬٢٣٤٫٥٠ and １２", {u"١٬٢٣٤٫٥٠", u"１２"}},
+    };
+    for (const Case& test : cases) {
+        std::vector<std::u16string> numbers;
+        NumberFinder finder(test.text);
+        for (NumberSpan span = finder.next(); !span.isEmpty(); span = finder.next()) {
+            numbers.push_back(test.text.substr(span.first, span.size()));
+        }
+        EXPECT_EQ(numbers, test.numbers) << toUtf8(test.text);
+    }
 }
 
 TEST(LineBreaking, LongParagraphsBreakAsShortOnes) {

@@ -83,11 +83,12 @@ TEST(ColumnAdapt, GivesColumnCuts) {
     const std::string header =
         "<ReportHeader height='5mm'><Text x='29.5mm' width='20mm' height='5mm' text='H'/></ReportHeader>";
     const Case cases[] = {
-        {"a grid and a control", grid("") + header, true, {5000, 20000, 35000, 54500, 65000}},
+        {"a grid and a control", grid("adapt='discard'") + header, true, {5000, 20000, 35000, 54500, 65000}},
         {"as wide as it is", grid(""), false, {5000, 20000, 35000, 65000, 95000, 125000, 155000}},
+        {"shrunk by default", grid(""), true, {5000, 19000, 33000, 47000, 61000, 75000}},
         {"resized", grid("adapt='resizeToFit'"), true, {5000, 19000, 33000, 47000, 61000, 75000}},
         {"wrapped", grid("adapt='wrap'"), true, {5000, 20000, 35000, 65000}},
-        {"centred", grid("centered='true'"), true, {10000, 25000, 40000, 70000}},
+        {"centred", grid("centered='true' adapt='discard'"), true, {10000, 25000, 40000, 70000}},
         {"no grid", header, true, {34500, 54500}},
         {"a sub-report",
          "<ReportHeader height='5mm'><SubReport x='10mm' width='50mm' "

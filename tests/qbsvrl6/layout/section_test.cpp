@@ -136,6 +136,105 @@ TEST(Section, ShowsControlsByConditions) {
 constexpr const char* kPicture =
     "iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAIAAAB7QOjdAAAADUlEQVR4nGP4z8AARAAI/gH/xp559wAAAABJRU5ErkJggg==";
 
+// Three rows a page, numbered by n; the page's own texts tell which page they are on.
+TEST(Section, ConditionsOfThePageAreDecidedWithIt) {
+    struct Case {
+        const char* name;
+        std::string elements;
+        std::vector<std::string> pages;
+    };
+    const auto page = [](const std::string& header, const std::string& footer) {
+        return "<PageHeader height='5mm' " + header + "</PageHeader><PageFooter height='5mm' " + footer +
+               "</PageFooter>";
+    };
+    const auto grid = [](const std::string& content, const std::string& more = "") {
+        return "<Grid titleHeight='0mm' rowHeight='10mm'><Columns><Column name='n' width='20mm'>" + content +
+               "</Column></Columns>" + more + "</Grid>";
+    };
+    const std::string rows = grid("<Content text='[n]'/>");
+    const auto text = [](const std::string& attributes, const std::string& content = "") {
+        return "<Text width='30mm' height='5mm' " + attributes + ">" + content + "</Text>";
+    };
+    const auto section = [&](const std::string& name, const std::string& attributes,
+                             const std::string& content) {
+        return "<" + name + " " + attributes + ">" + content + "</" + name + ">";
+    };
+    const Case cases[] = {
+        {"a footer on the last page",
+         page(">" + text("text='h'"),
+              "visibleWhen='PageNumber = PageCount'>" + text("text='last [PageCount]'")) +
+             rows,
+         {"h 1 2 3", "h 4 5 6", "h 7 last 3"}},
+        {"a header on all but the last, with a count of its own",
+         page("visibleWhen='PageNumber &lt; PageCount'>" + text("text='h'"), ">") + rows,
+         {"h 1 2 3", "h 4 5 6", "7"}},
+        {"controls of a page footer",
+         page(">", ">" + text("text='more' visibleWhen='PageNumber &lt; PageCount'") +
+                       text("x='30mm' text='end' visibleWhen='PageNumber = PageCount'")) +
+             rows,
+         {"1 2 3 more", "4 5 6 more", "7 end"}},
+        {"by the page's total",
+         page("visibleWhen='Sum(n, Page) > 10'>" + text("text='h'"),
+              ">" + text("text='big' visibleWhen='Sum(n) > 7'")) +
+             rows,
+         {"1 2 3", "h 4 5 6 big", "7"}},
+        {"by the page's number alone, room given back",
+         "<PageHeader height='10mm' visibleWhen='PageNumber = 2'>" + text("text='h'") + "</PageHeader>" +
+             rows,
+         {"1 2 3 4", "h 5 6 7"}},
+        {"cells",
+         grid("<Content text='[n]' visibleWhen='PageNumber = PageCount or n = 2'/>"),
+         {"2", "5 6 7"}},
+        {"a group's header",
+         grid("<Content text='[n]'/>",
+              "<Groups><Group by='n'><Header height='10mm' visibleWhen='PageNumber = PageCount'>" +
+                  text("text='g[n]'") + "</Header></Group></Groups>"),
+         {"1 2", "3 4", "5 6", "g7 7"}},
+        {"a report's footer",
+         rows + section("ReportFooter", "height='5mm' visibleWhen='PageCount = 1'", text("text='one'")),
+         {"1 2 3 4", "5 6 7"}},
+        {"a sub-report in a late section",
+         section(
+             "ReportHeader", "height='5mm' visibleWhen='PageNumber &lt; PageCount'",
+             "<SubReport width='40mm' height='5mm'><Report><ReportHeader height='5mm' background='#ff0000'>" +
+                 text("text='in' visibleWhen='PageCount = 2'") +
+                 text("x='20mm' text='out' visibleWhen='PageCount = 9'") +
+                 "</ReportHeader></Report></SubReport>") +
+             rows,
+         {"in 1 2 3", "4 5 6 7"}},
+        {"numbers of a group's run",
+         page(">", ">" + text("text='[PageNumber]/[PageCount]' visibleWhen='PageNumber = PageCount'")) +
+             grid(
+                 "<Content text='[n]'/>",
+                 "<Groups><Group by='If(n &lt; 5, 1, 2)' newPage='true' restartPageNumber='true'/></Groups>"),
+         {"1 2 3", "4 2/2", "5 6 7 1/1"}},
+    };
+    for (const Case& test : cases) {
+        const RecordingSink sink =
+            layOutText("<Page width='80mm' height='50mm' margins='5mm'/>" + test.elements, numberedRows(7));
+        EXPECT_EQ(sink.pageTexts(), test.pages) << test.name << "\n" << sink.everything();
+    }
+}
+
+TEST(Section, StylesByThePageAreDecidedWithIt) {
+    const RecordingSink sink = layOutText(
+        "<Page width='80mm' height='50mm' margins='5mm'/><Styles><Style name='r' color='#ff0000' "
+        "fontSize='4pt'/></Styles>"
+        "<PageFooter height='5mm'><Text width='30mm' height='5mm' text='x'><When test='PageNumber = "
+        "PageCount' style='r'/>"
+        "</Text></PageFooter><Grid titleHeight='0mm' rowHeight='20mm'><Columns><Column name='n' width='20mm'>"
+        "<Content text='[n]'><When test='PageNumber = 1' style='r'/></Content></Column></Columns></Grid>",
+        numberedRows(2));
+    ASSERT_EQ(sink.pages.size(), 2u);
+    for (std::size_t page = 0; page < 2; ++page) {
+        for (const auto& recorded : sink.pages[page]) {
+            const Item& item = recorded.band.items.at(0);
+            const bool small = recorded.band.kind == BandKind::PageFooter ? page == 1 : page == 0;
+            EXPECT_EQ(std::get<TextItem>(item.content).fontSize, small ? 4 : 8) << sink.everything();
+        }
+    }
+}
+
 TEST(Section, KeepsPicturesAndDrawingsInsideTheirPaddings) {
     class Source : public DrawingSource {
     public:

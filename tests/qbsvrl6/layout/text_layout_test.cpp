@@ -74,6 +74,71 @@ TEST_F(TextLayout, BreaksByTheFit) {
     }
 }
 
+TEST_F(TextLayout, NumbersStayWhole) {
+    struct Case {
+        const char* name;
+        TextFit fit;
+        ValueType type;
+        const char16_t* text;
+        double characters;  // that the box is wide
+        const char* lines;
+        double fontSize;
+    };
+    using enum TextFit;
+    constexpr ValueType kText = ValueType::Text;
+    constexpr ValueType kNumber = ValueType::Number;
+    constexpr ValueType kDate = ValueType::Date;
+    const Case cases[] = {
+        {"fits", Grow, kNumber, u"-1,234.50", 9.1, "-1,234.50", 10},
+        {"shrinks", Grow, kNumber, u"-1,234.50", 7, "-1,234.50", 7.75},
+        {"shrinks, clipped", Clip, kNumber, u"-1,234.50", 7, "-1,234.50", 7.75},
+        {"shrinks, no ellipsis", Ellipsis, kNumber, u"-1,234.50", 7, "-1,234.50", 7.75},
+        {"masked", Grow, kNumber, u"-1,234.50", 5, "########", 6},
+        {"masked, clipped", Clip, kNumber, u"-1,234.50", 5, "########", 6},
+        {"masked, no ellipsis", Ellipsis, kNumber, u"-1,234.50", 5, "########", 6},
+        {"shrunk to a third", Shrink, kNumber, u"-1,234.50", 3.2, "-1,234.50", 3.5},
+        {"masked at a third", Shrink, kNumber, u"-1,234.50", 2, "######", 10 / 3.0},
+        {"no room at all", Grow, kNumber, u"12", 0.1, "#", 6},
+        {"groups apart by blanks", Grow, kNumber, u"1 234 567", 5, "########", 6},
+        {"a format with words", Grow, kNumber, u"1234 pieces", 6, "1234|pieces", 10},
+        {"a date", Grow, kDate, u"2026-11-05 12:30", 10.5, "2026-11-05 12:30", 6.55},
+        {"a date in parts", Grow, kDate, u"2026-11-05 12:30", 9.5, "2026-11-05|12:30", 9.5},
+        {"a long date", Grow, kDate, u"Thursday, 5 November 2026", 9.5, "Thursday,|5|November|2026", 10},
+        {"a code", Grow, kText, u"INV-2026-00418", 12, "INV-2026-00418", 8.55},
+        {"a long text", Grow, kText, u"sum 1234567890 of", 7, "sum|1234567890|of", 7},
+        {"masked within", Grow, kText, u"sum 1234567890123 of", 7, "sum|###########|of", 6},
+        {"ellipsis before it", Ellipsis, kText, u"sum 1234567 of", 8, "sum…", 10},
+        {"a word", Grow, kText, u"abcdefghij", 5, "abcde|fghij", 10},
+    };
+    for (const Case& test : cases) {
+        style.fit = test.fit;
+        item = {};
+        item.text = test.text;
+        item.value.type = test.type;
+        const Size box{static_cast<Micrometres>(test.characters * kCharacter), 4 * kLine};
+        const PooledStyle pooled(style);
+        breakText(item, pooled, box);
+        placeText(item, pooled, box);
+        Item whole;
+        whole.content = item;
+        EXPECT_EQ(textOf(whole), test.lines) << test.name;
+        EXPECT_NEAR(item.fontSize, test.fontSize, 0.051) << test.name;
+        EXPECT_EQ(toUtf8(item.text), toUtf8(test.text)) << test.name;
+    }
+}
+
+TEST_F(TextLayout, MaskedTextsSplitWithTheirOwnStretches) {
+    style.fit = TextFit::Grow;
+    const Size box{7 * kCharacter, 20'000};
+    layOut(u"a 1234567890123 b 9876543210987 c", box);
+    const PooledStyle pooled(style);
+    TextItem rest;
+    ASSERT_GT(splitText(item, rest, pooled, box, 3 * pooled.lineHeight(item.fontSize), true), 0);
+    EXPECT_EQ(toUtf8(item.text), "a 1234567890123 b ");
+    EXPECT_EQ(toUtf8(rest.text), "9876543210987 c");
+    EXPECT_EQ(toUtf8(rest.shown), "########### c");
+}
+
 TEST_F(TextLayout, ShrinksNoFurtherThanNeeded) {
     style.fit = TextFit::Shrink;
     layOut(u"0123456789", {10 * kCharacter / 2, 3'600});  // one line at half the size, two lines do not fit

@@ -43,6 +43,8 @@ TEST(TemplateFaults, NamePlaceAndFault) {
         manyColumns += "<Column name=\"c" + std::to_string(i) + "\" width=\"1mm\"/>\n";
     }
     const Case cases[] = {
+        {"<Report version=\"1\"><Grid\nfilter=\"n = PageCount\"/></Report>", ErrorCode::BadTemplate,
+         "2:1: filter=\"n = PageCount\": rows are chosen before there are pages"},
         // not XML
         {"", ErrorCode::NotXml, "1:1: not XML: no root element"},
         {" \n ", ErrorCode::NotXml, "2:2: not XML: no root element"},

@@ -1,0 +1,140 @@
+#include <algorithm>
+#include <utility>
+
+#include "qbsvrl6/layout/layout_context.h"
+#include "qbsvrl6/layout/text_layout.h"
+#include "qbsvrl6/layout/whole_items.h"
+
+namespace qbsvrl6 {
+
+void LateItems::countPage(int run) {
+    if (counted_) return;
+    const auto index = static_cast<std::size_t>(run);
+    if (pagesOfRun_.size() <= index) pagesOfRun_.resize(index + 1);
+    ++pagesOfRun_[index];
+}
+
+void LateItems::endCounting() {
+    counting_ = false;
+    counted_ = true;
+}
+
+int LateItems::pageCount(int run) const { return pagesOfRun_.at(static_cast<std::size_t>(run)); }
+
+void LateItems::moveTo(LatePosition& at, const PageNumbers& page) const {
+    at.position.pageNumber = page.number;
+    if (!at.ofSubReport) at.position.pageRows = page.rows;
+    if (counted_) at.position.pageCount = pageCount(page.run);
+}
+
+bool LateItems::holds(const LateCondition& condition, const PageNumbers& page) const {
+    LatePosition at = condition.at;
+    moveTo(at, page);
+    return at.view->isTrue(*condition.when, at.position);
+}
+
+void LateItems::settleForPage(BandDraft& draft, const PageNumbers& page) {
+    if (counting_) return;
+    Band& band = draft.band;
+    if (draft.visibleWhen && !holds(*draft.visibleWhen, page)) {
+        band.items.clear();
+        band.background.reset();
+        band.bookmark.clear();
+        draft.lates.clear();
+    }
+    if (draft.lates.empty()) return;
+    std::size_t kept = draft.lates.front().item;
+    auto late = draft.lates.begin();
+    for (std::size_t i = kept; i < band.items.size(); ++i) {
+        const bool isLate = late != draft.lates.end() && late->item == i;
+        if (isLate && !settleItem(band.items[i], *late++, page)) continue;
+        if (kept != i) band.items[kept] = std::move(band.items[i]);
+        ++kept;
+    }
+    band.items.resize(kept);
+    draft.lates.clear();
+}
+
+// Gives whether the item is shown.
+bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) {
+    const auto isTrue = [&](const LateCondition& condition) { return holds(condition, page); };
+    if (!std::all_of(late.visibleWhen.begin(), late.visibleWhen.end(), isTrue)) return false;
+    if (late.styles != nullptr) restyle(item, late, page);
+    if (late.text == nullptr) {
+        if (late.styles != nullptr) fit(item, late);
+        return true;
+    }
+    LatePosition& at = late.textAt;
+    moveTo(at, page);
+    const bool ofPage = late.text->evaluate == TextContent::Evaluate::Page;
+    if (ofPage && !at.ofSubReport && page.rows.end > page.rows.first) at.position.row = page.rows.end - 1;
+    if (!late.text->needsPageCount || counted_) {
+        settleText(item, late);
+        return true;
+    }
+    TextItem& text = std::get<TextItem>(item.content);
+    text.text.clear();
+    text.pageFields.clear();
+    text.lines.clear();
+    text.pending = true;
+    text.pendingKey = static_cast<std::uint32_t>(waiting_.size());
+    waiting_.push_back({std::move(late), page.run});
+    return true;
+}
+
+void LateItems::restyle(Item& item, LateItem& late, const PageNumbers& page) {
+    std::vector<bool> conditions;
+    for (const PlannedCondition& condition : late.control->conditions) {
+        conditions.push_back(holds({&condition.when, late.at}, page));
+    }
+    item.style = styleUnder(*late.control, std::move(conditions), *late.styles, context_.styles);
+}
+
+void LateItems::settle(Item& item) {
+    auto* const text = std::get_if<TextItem>(&item.content);
+    if (text == nullptr || !text->pending || text->pendingKey >= waiting_.size()) return;
+    Waiting& waiting = waiting_[text->pendingKey];
+    waiting.late.textAt.position.pageCount = pageCount(waiting.run);
+    settleText(item, waiting.late);
+}
+
+void LateItems::settleText(Item& item, const LateItem& late) {
+    TextItem& text = std::get<TextItem>(item.content);
+    late.textAt.view->evaluateText(late.text->text, late.textAt.position, evaluated_);
+    text.text = evaluated_.text;
+    text.pageFields = evaluated_.pageFields;
+    text.value = evaluated_.cell;
+    if (evaluated_.color) text.color = evaluated_.color;
+    text.pending = false;
+    fit(item, late);
+}
+
+void LateItems::fit(Item& item, const LateItem& late) {
+    auto* const text = std::get_if<TextItem>(&item.content);
+    if (text == nullptr) {
+        if (isWhole(item)) fitIntoBox(item, context_.options.drawings);
+        return;
+    }
+    const PooledStyle& style = PooledStyle::of(*item.style);
+    text->fontSize = style.fontSize;
+    if (!context_.options.measureText) return;
+    const Size box{item.box.width, item.box.height};
+    breakText(*text, style, box);
+    placeText(*text, style, box);
+    if (text->masked) context_.notes.hiddenNumber(*late.control, item);
+}
+
+const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds,
+                              const ReportDefinition& report, StylePool& styles) {
+    const PooledStyle*& variant = control.variants[holds];
+    if (variant == nullptr) {
+        ResolvedStyle style = *control.style;
+        for (std::size_t i = 0; i < holds.size(); ++i) {
+            if (holds[i]) applyNamedStyle(report, *control.conditions[i].style, style);
+        }
+        variant = styles.intern(style);
+    }
+    return variant;
+}
+
+}  // namespace qbsvrl6

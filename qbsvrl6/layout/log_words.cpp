@@ -1,0 +1,21 @@
+#include "qbsvrl6/layout/log_words.h"
+
+#include <array>
+#include <cstdio>
+
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+std::string inMillimetres(std::int64_t micrometres) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f mm", static_cast<double>(micrometres) / 1000);
+    return text.data();
+}
+
+std::string quoted(std::u16string_view text) {
+    constexpr std::size_t kQuotedUnits = 80;
+    return '"' + toUtf8(text.substr(0, kQuotedUnits)) + (text.size() > kQuotedUnits ? "…\"" : "\"");
+}
+
+}  // namespace qbsvrl6
