@@ -1,4 +1,6 @@
-# cmake --install: the program, the engine, larkspur with its headers, and a CMake package.
+# cmake --install: the program, the engine, larkspur with its headers, a CMake package, and the samples as a set-up
+# directory: the default prefix puts it where the program looks when no set-up path is given.
+install(DIRECTORY samples/Samples DESTINATION qbsvr6)
 install(TARGETS larkspur EXPORT qbsvrtest-targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES larkspur.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qbsvrtest)
 foreach(folder common json format engine driver)
