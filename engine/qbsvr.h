@@ -28,6 +28,12 @@
 // copy what is to be kept. The text of QBRecordsetGetQuerySQL also outlives QBRecordsetSetConnectionString on
 // its record set.
 //
+// Addresses. A path that a program passes (of a template, of data, of output, in a query, of the background
+// picture) starts at the working directory if it is relative. A name inside a template starts at the
+// template's folder, and so does what a field gives as the source of a picture. Nothing is tried elsewhere. A
+// template that is saved names the same files as before, as they are seen from its new folder; absolute paths
+// and URLs stay.
+//
 // Orders. A prepared export is QBReportPrepareExport, the option setters, QBReportExportToBinaryObject (or
 // QBExportOptionSetFileName ahead and QBReportExport), the use of the result, and QBReportUnprepareExport,
 // the last one on success and on failure alike. Handlers are attached before the export or load that fires
@@ -187,7 +193,8 @@ QBSVR_API const quillbrook::lkchar* QBReportExtractXMLFromURL(quillbrook::tagQBR
 // The report's own query; never null. With the connection string "xml" a query is the path of a data file.
 QBSVR_API const quillbrook::lkchar* QBReportGetQuerySQL(quillbrook::tagQBReport* report);
 QBSVR_API void QBReportSetQuerySQL(quillbrook::tagQBReport* report, const quillbrook::lkchar* query);
-// "xml" reads from a text file; the empty text clears it.
+// "xml" reads from a text file; the empty text clears it. A query without a connection string has that of the
+// report around it: the record set that of its report, a sub-report that of its parent.
 QBSVR_API void QBReportSetConnectionString(quillbrook::tagQBReport* report,
                                            const quillbrook::lkchar* connection);
 

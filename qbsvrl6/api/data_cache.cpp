@@ -4,21 +4,20 @@
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/limits.h"
-#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
-std::shared_ptr<const DataSet> fetchData(std::u16string_view address, const std::string& baseDirectory) {
+std::shared_ptr<const DataSet> fetchData(const Address& address) {
     return std::make_shared<const DataSet>(
-        readData(fetch(address, baseDirectory, limits::kDataBytes), toUtf8(address)));
+        readData(fetch(address, limits::kDataBytes), shownAddress(address)));
 }
 
-std::shared_ptr<const DataSet> DataCache::get(std::u16string_view address, const std::string& baseDirectory) {
-    const std::string path = localPath(address, baseDirectory);
+std::shared_ptr<const DataSet> DataCache::get(const Address& address) {
+    const std::string path = localPath(address);
     Stamp stamp;
-    if (!stampOf(path, stamp)) return fetchData(address, baseDirectory);
+    if (!stampOf(path, stamp)) return fetchData(address);
     Entry& entry = entries_[path];
-    if (!entry.data || entry.stamp != stamp) entry = {stamp, fetchData(address, baseDirectory)};
+    if (!entry.data || entry.stamp != stamp) entry = {stamp, fetchData(address)};
     return entry.data;
 }
 

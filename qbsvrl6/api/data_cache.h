@@ -7,19 +7,19 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/support/address.h"
 
 namespace qbsvrl6 {
 
 // The data behind an address, as fetch() and readData() give it. Raises EngineError.
-std::shared_ptr<const DataSet> fetchData(std::u16string_view address, const std::string& baseDirectory);
+std::shared_ptr<const DataSet> fetchData(const Address& address);
 
 class DataCache {
 public:
     // As fetchData. Of what isn't a local file nothing is kept.
-    std::shared_ptr<const DataSet> get(std::u16string_view address, const std::string& baseDirectory);
+    std::shared_ptr<const DataSet> get(const Address& address);
     void clear() { entries_.clear(); }
 
 private:

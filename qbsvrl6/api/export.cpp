@@ -12,7 +12,6 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
-#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -117,8 +116,8 @@ void requestChartData(Report& report, Runtime* handlerOwner, ChartDataRestorer& 
 std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
     if (report.backgroundPicture.empty()) return nullptr;
     try {
-        const std::string origin = toUtf8(report.backgroundPicture);
-        return loadPicture(fetch(report.backgroundPicture, report.directory, limits::kPictureBytes), origin);
+        return loadPicture(fetch(report.backgroundPicture, limits::kPictureBytes),
+                           shownAddress(report.backgroundPicture));
     } catch (const EngineError& error) {
         logWarning(std::string("no background picture: ") + error.what());
         return nullptr;

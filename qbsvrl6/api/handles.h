@@ -68,6 +68,9 @@ Report* reportFrom(Handle* handle) {
 // A text argument: null reads as empty.
 inline std::u16string textFrom(const char16_t* text) { return text == nullptr ? std::u16string() : text; }
 
+// A path or URL argument: a relative path of a program starts at the working directory.
+inline Address addressFrom(const char16_t* text) { return {textFrom(text), ""}; }
+
 }  // namespace qbsvrl6
 
 #endif

@@ -6,7 +6,6 @@
 #include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/limits.h"
-#include "qbsvrl6/support/utf.h"
 
 using namespace qbsvrl6;
 using namespace quillbrook;
@@ -17,7 +16,7 @@ int QBReportLoadDataFromURL(tagQBReport* handle, const lkchar* url) {
         if (report == nullptr) return 0;
         Runtime& runtime = runtimeOf(*report);
         runtime.loadedData.reset();
-        runtime.loadedData = runtime.dataCache.get(textFrom(url), report->definition.directory);
+        runtime.loadedData = runtime.dataCache.get(addressFrom(url));
         return 1;
     });
 }
@@ -26,10 +25,10 @@ const lkchar* QBReportExtractXMLFromURL(tagQBReport* handle, const lkchar* url) 
     return guarded("QBReportExtractXMLFromURL", static_cast<const lkchar*>(nullptr), [&]() -> const lkchar* {
         Report* report = reportFrom(handle);
         if (report == nullptr) return nullptr;
-        const std::u16string address = textFrom(url);
-        std::string bytes = fetch(address, report->definition.directory, limits::kDataBytes);
+        const Address address = addressFrom(url);
+        std::string bytes = fetch(address, limits::kDataBytes);
         std::u16string& kept = runtimeOf(*report).extractedXml;
-        kept = readXmlText(std::move(bytes), toUtf8(address));
+        kept = readXmlText(std::move(bytes), shownAddress(address));
         return kept.c_str();
     });
 }
@@ -37,13 +36,13 @@ const lkchar* QBReportExtractXMLFromURL(tagQBReport* handle, const lkchar* url) 
 const lkchar* QBReportGetQuerySQL(tagQBReport* handle) {
     return guarded("QBReportGetQuerySQL", u"", [&] {
         const Report* report = reportFrom(handle);
-        return report == nullptr ? u"" : report->definition.data.query.c_str();
+        return report == nullptr ? u"" : report->definition.data.query.name.c_str();
     });
 }
 
 void QBReportSetQuerySQL(tagQBReport* handle, const lkchar* query) {
     guarded("QBReportSetQuerySQL", [&] {
-        if (Report* report = reportFrom(handle)) report->definition.data.query = textFrom(query);
+        if (Report* report = reportFrom(handle)) report->definition.data.query = addressFrom(query);
     });
 }
 
@@ -77,12 +76,12 @@ void QBDetailGridSetPrintAdaptMethod(tagQBDetailGrid* handle, tagQBColumnPrintAd
 
 const lkchar* QBRecordsetGetQuerySQL(tagQBRecordset* handle) {
     const DataSource* recordset = fromHandle(handle);
-    return recordset == nullptr ? u"" : recordset->query.c_str();
+    return recordset == nullptr ? u"" : recordset->query.name.c_str();
 }
 
 void QBRecordsetSetQuerySQL(tagQBRecordset* handle, const lkchar* query) {
     guarded("QBRecordsetSetQuerySQL", [&] {
-        if (DataSource* recordset = fromHandle(handle)) recordset->query = textFrom(query);
+        if (DataSource* recordset = fromHandle(handle)) recordset->query = addressFrom(query);
     });
 }
 

@@ -80,6 +80,6 @@ int QBReportSaveToFile(tagQBReport* handle, const lkchar* path) {
 
 void QBReportSetBackImageFile(tagQBReport* handle, const lkchar* path) {
     guarded("QBReportSetBackImageFile", [&] {
-        if (Report* report = reportFrom(handle)) report->definition.backgroundPicture = textFrom(path);
+        if (Report* report = reportFrom(handle)) report->definition.backgroundPicture = addressFrom(path);
     });
 }

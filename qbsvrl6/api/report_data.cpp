@@ -2,43 +2,76 @@
 
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-// The data of a source, or null where it leaves its data open.
-std::shared_ptr<const DataSet> dataOf(const DataSource& source, const std::string& directory,
-                                      DataCache& cache) {
-    if (source.connectionString.empty()) return nullptr;
-    if (source.connectionString != u"xml") {
-        throw EngineError(ErrorCode::NotSupported, "the connection \"" + toUtf8(source.connectionString) +
-                                                       "\" is of no kind that this engine knows");
-    }
-    return source.query.empty() ? nullptr : cache.get(source.query, directory);
+// The connection of a source: its own, or that of the report around it.
+std::u16string_view connectionOf(const DataSource& source, std::u16string_view outer) {
+    return source.connectionString.empty() ? outer : source.connectionString;
 }
 
-void collect(Report& report, DataCache& cache, ReportData& data) {
+// The data of a source, or null where it leaves its data open.
+std::shared_ptr<const DataSet> dataOf(const DataSource& source, std::u16string_view connection,
+                                      DataCache& cache) {
+    if (source.query.empty() && source.connectionString.empty()) return nullptr;
+    if (!connection.empty() && connection != u"xml") {
+        throw EngineError(ErrorCode::NotSupported, "the connection \"" + toUtf8(connection) +
+                                                       "\" is of no kind that this engine knows");
+    }
+    if (source.query.empty()) return nullptr;
+    const std::string query = "the query \"" + shownAddress(source.query) + "\"";
+    if (connection.empty()) {
+        logError(query + " is not read: neither it nor a report around it has the connection \"xml\"");
+        return nullptr;
+    }
+    try {
+        return cache.get(source.query);
+    } catch (const EngineError& error) {
+        throw EngineError(error.code(), query + ": " + error.what());
+    }
+}
+
+void collect(Report& report, std::u16string_view outerConnection, DataCache& cache, ReportData& data) {
     ReportDefinition& definition = report.definition;
+    const std::u16string_view connection = connectionOf(definition.data, outerConnection);
     const Runtime* runtime = findRuntime(report);
     const bool loaded = runtime != nullptr && runtime->loadedData;
-    if (auto set = loaded ? runtime->loadedData : dataOf(definition.data, definition.directory, cache)) {
+    if (auto set = loaded ? runtime->loadedData : dataOf(definition.data, connection, cache)) {
         data.sets[&definition] = std::move(set);
     }
     if (definition.grid && !loaded) {
-        if (auto set = dataOf(definition.grid->recordset, definition.directory, cache)) {
+        const DataSource& recordset = definition.grid->recordset;
+        if (auto set = dataOf(recordset, connectionOf(recordset, connection), cache)) {
             data.gridSets[definition.grid.get()] = std::move(set);
         }
     }
-    forEachSubReport(definition, [&](Control&, Report& inner) { collect(inner, cache, data); });
+    forEachSubReport(definition, [&](Control&, Report& inner) { collect(inner, connection, cache, data); });
+}
+
+bool isEmpty(const ReportDefinition& report) {
+    return !report.grid && !report.pageHeader && !report.pageFooter && report.reportHeaders.empty() &&
+           report.reportFooters.empty();
+}
+
+// A document without contents is made as asked, but nobody should have to guess why.
+void logIfWithoutContents(const ReportDefinition& report, const ReportData& data) {
+    if (isEmpty(report)) {
+        logWarning("the report is empty: no template is loaded");
+    } else if (report.grid && data.sets.empty() && data.gridSets.empty()) {
+        logWarning("the grid has no rows: there is no data");
+    }
 }
 
 }  // namespace
 
 ReportData collectData(Report& report) {
     ReportData data;
-    collect(report, runtimeOf(report).dataCache, data);
+    collect(report, {}, runtimeOf(report).dataCache, data);
+    logIfWithoutContents(report.definition, data);
     return data;
 }
 

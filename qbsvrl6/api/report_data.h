@@ -9,9 +9,11 @@
 
 namespace qbsvrl6 {
 
-// Fetches what the report, its grid and its sub-reports name. Loaded data stands in for the connections of
-// the report and its grid; sub-reports keep connections of their own. Raises EngineError for data that can't
-// be had and for connections of an unknown kind.
+// Fetches what the report, its grid and its sub-reports name. A query without a connection has that of the
+// report around it: the grid that of its report, a sub-report that of its parent. Loaded data stands in for
+// the queries of the report and its grid; sub-reports keep queries of their own. Raises EngineError, which
+// names the query, for data that can't be had, and for connections of an unknown kind. A query without any
+// connection gives no data and an error in the log; a report with nothing to show is a warning there.
 ReportData collectData(Report& report);
 
 // Calls `visit` for each sub-report that hangs from the report directly, with its control.

@@ -119,7 +119,9 @@ std::size_t ColumnFinder::find(Table& table, const std::string& name) {
 
 DataSet readData(std::string bytes, const std::string& origin) {
     const SourceText source(std::move(bytes), origin);
-    return formOf(source) == Form::Xml ? readXml(source) : readJson(source);
+    DataSet data = formOf(source) == Form::Xml ? readXml(source) : readJson(source);
+    data.origin = origin;
+    return data;
 }
 
 std::u16string readXmlText(std::string bytes, const std::string& origin) {

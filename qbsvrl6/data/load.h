@@ -3,21 +3,15 @@
 #define QBSVR_QBSVRL6_DATA_LOAD_H
 
 #include <string>
-#include <string_view>
 
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/support/address.h"
 
 namespace qbsvrl6 {
 
-// The path (UTF-8) behind a local path or a file: address; empty for http: and https:. A relative path starts
-// at `baseDirectory` (UTF-8, closed by "/") or, where there is no such file, at the working directory:
-// templates name their files from where they stand, programs from where they run. Raises EngineError for an
-// empty address and where a relative path leads to nothing.
-std::string localPath(std::u16string_view address, const std::string& baseDirectory);
-
-// The bytes behind a local path, file:, http: or https: address. Raises EngineError that names the address:
-// not found, unreadable, larger than `maxBytes`, slow beyond limits::kFetchSeconds.
-std::string fetch(std::u16string_view address, const std::string& baseDirectory, std::size_t maxBytes);
+// The bytes at a local path, file:, http: or https: address. Raises EngineError that names the address: not
+// found, unreadable, larger than `maxBytes`, slow beyond limits::kFetchSeconds.
+std::string fetch(const Address& address, std::size_t maxBytes);
 
 // JSON or XML text as tables and parameters.
 //

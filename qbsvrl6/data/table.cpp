@@ -6,6 +6,9 @@
 #include <utility>
 
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/suggestion.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -187,6 +190,16 @@ const Table* DataSet::table(std::u16string_view name) const {
     const auto found =
         std::find_if(tables.begin(), tables.end(), [&](const Table& table) { return table.name() == name; });
     return found == tables.end() ? nullptr : &*found;
+}
+
+void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user) {
+    std::vector<std::u16string_view> names;
+    for (const Table& table : data.tables) {
+        if (!table.name().empty()) names.push_back(table.name());
+    }
+    const bool nameless = names.empty() && !data.tables.empty();
+    logError(data.origin + " has no table \"" + toUtf8(name) + "\" for " + std::string(user) + "; " +
+             (nameless ? "its one table has no name" : suggestion(name, names)));
 }
 
 const DataParameter* DataSet::parameter(std::u16string_view name) const {

@@ -75,11 +75,16 @@ struct DataParameter {
 struct DataSet {
     std::vector<Table> tables;
     std::vector<DataParameter> parameters;
+    std::string origin;  // file or URL, for messages
 
     // The table of this name; the first table for an empty name; null if there is none.
     const Table* table(std::u16string_view name) const;
     const DataParameter* parameter(std::u16string_view name) const;
 };
+
+// Says in the log that the data has no such table, which tables it has, and which one may be meant. `user` is
+// what asks for it: "the grid".
+void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user);
 
 }  // namespace qbsvrl6
 

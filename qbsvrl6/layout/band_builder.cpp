@@ -152,7 +152,7 @@ void BandBuilder::makePicture(PlannedPicture& picture, const Position& position,
         item.picture = context_.pictures.embedded(*picture.content);
     } else {
         view_.evaluateText(picture.source, position, evaluated_);
-        item.picture = context_.pictures.find(evaluated_.text, instance_.plan.report->directory);
+        item.picture = context_.pictures.find(evaluated_.text, picture.folder);
     }
     item.fit = picture.content->fit;
     if (!picture.alternateText.parts.empty()) {

@@ -40,34 +40,30 @@ std::string shownSource(std::u16string_view source) {
     return toUtf8(source.substr(0, kShown)) + (source.size() > kShown ? "..." : "");
 }
 
-bool isRemote(std::u16string_view source) {
-    std::string scheme = toUtf8(source.substr(0, source.find(u':')).substr(0, 6));
-    for (char& c : scheme) c = static_cast<char>(c | 0x20);
-    return scheme == "http" || scheme == "https";
-}
-
 }  // namespace
 
-std::shared_ptr<const Picture> PictureStore::find(std::u16string_view source, const std::string& directory) {
+std::shared_ptr<const Picture> PictureStore::find(std::u16string_view source, const std::string& folder) {
     if (source.empty()) return nullptr;
     std::u16string key;
     if (source.size() <= kLongestKey) {
         key = source;
+        key += u'\0';
+        key.append(folder.begin(), folder.end());
         const auto known = known_.find(key);
         if (known != known_.end()) return known->second;
     }
     std::shared_ptr<const Picture> picture;
     try {
-        picture = load(source, directory);
+        picture = load(source, folder);
     } catch (const EngineError& error) {
-        if (isRemote(source)) ++failedFetches_;
+        if (isWebAddress(source)) ++failedFetches_;
         logWarning("picture \"" + shownSource(source) + "\" is left out: " + error.what());
     }
     if (!key.empty()) keep(key, picture);
     return picture;
 }
 
-std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, const std::string& directory) {
+std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, const std::string& folder) {
     std::u16string_view encoded;
     if (source.starts_with(u"data:")) {
         const std::size_t comma = source.find(u',');
@@ -80,10 +76,11 @@ std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, co
     }
     if (!encoded.empty()) return loadPicture(decodeBase64(encoded), "picture in the data");
     // A server that hangs would hold the export up for each row.
-    if (isRemote(source) && failedFetches_ >= kMostFailedFetches) {
+    if (isWebAddress(source) && failedFetches_ >= kMostFailedFetches) {
         throw EngineError(ErrorCode::LimitExceeded, "too many pictures could not be fetched already");
     }
-    return loadPicture(fetch(source, directory, limits::kPictureBytes), toUtf8(source));
+    const Address address{std::u16string(source), folder};
+    return loadPicture(fetch(address, limits::kPictureBytes), shownAddress(address));
 }
 
 // Once there are too many, all go: sinks hold on to those that they need.

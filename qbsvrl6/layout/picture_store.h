@@ -16,18 +16,18 @@ namespace qbsvrl6 {
 
 class PictureStore {
 public:
-    // `source` is a path or URL, relative to `directory`, a "data:" URL, or the Base64 text of a PNG or JPEG
+    // `source` is a path or URL, relative to `folder`, a "data:" URL, or the Base64 text of a PNG or JPEG
     // file. Null, with a line in the log, for what can't be read; the same source is then not tried again.
-    std::shared_ptr<const Picture> find(std::u16string_view source, const std::string& directory);
+    std::shared_ptr<const Picture> find(std::u16string_view source, const std::string& folder);
 
     // The picture that a template holds itself.
     std::shared_ptr<const Picture> embedded(const PictureContent& content);
 
 private:
-    std::shared_ptr<const Picture> load(std::u16string_view source, const std::string& directory);
+    std::shared_ptr<const Picture> load(std::u16string_view source, const std::string& folder);
     void keep(const std::u16string& key, const std::shared_ptr<const Picture>& picture);
 
-    std::unordered_map<std::u16string, std::shared_ptr<const Picture>> known_;
+    std::unordered_map<std::u16string, std::shared_ptr<const Picture>> known_;  // by source and folder
     std::unordered_map<const PictureContent*, std::shared_ptr<const Picture>> embedded_;
     std::size_t keptBytes_ = 0;
     int failedFetches_ = 0;

@@ -68,7 +68,7 @@ private:
     DataSources dataSources() {
         DataSources sources;
         sources.data = data_;
-        const Table* const reportTable = data_ == nullptr ? nullptr : data_->table(report_.data.table);
+        const Table* const reportTable = tableOf(data_, report_.data.table, "the report");
         sources.rows = reportTable;
         if (!report_.grid) return sources;
         const auto own = source_.data.gridSets.find(report_.grid.get());
@@ -76,10 +76,17 @@ private:
         const DataSet* const gridData = hasOwn ? own->second.get() : data_;
         const std::u16string& name = report_.grid->recordset.table;
         const bool same = !hasOwn && name.empty();
-        if (!same) sources.rows = gridData == nullptr ? nullptr : gridData->table(name);
+        if (!same) sources.rows = tableOf(gridData, name, "the grid");
         if (sources.rows != reportTable) sources.head = reportTable;
         if (sources.data == nullptr) sources.data = gridData;
         return sources;
+    }
+
+    static const Table* tableOf(const DataSet* data, const std::u16string& name, const char* user) {
+        if (data == nullptr) return nullptr;
+        const Table* const table = data->table(name);
+        if (table == nullptr && !name.empty()) logMissingTable(*data, name, user);
+        return table;
     }
 
     void addSection(std::vector<PlannedSection>& sections, const SectionPtr& section) {
@@ -201,7 +208,7 @@ private:
     PlannedContent planContent(const BoxContent& content, const Rect&, Page) { return content; }
 
     PlannedContent planContent(const PictureContent& content, const Rect&, Page) {
-        return PlannedPicture{&content, plan_->binding->compileText(content.source),
+        return PlannedPicture{&content, plan_->binding->compileText(content.source), folderAt(content.folder),
                               plan_->binding->compileText(content.alternateText)};
     }
 
@@ -233,7 +240,9 @@ private:
         sources.rows = data_ == nullptr ? nullptr : data_->table(name);
         if (sources.rows == nullptr && gridData != nullptr) sources.rows = gridData->table(name);
         if (sources.rows == nullptr) {
-            logWarning("the data has no table \"" + toUtf8(name) + "\" for a chart: it stays empty");
+            if (const DataSet* const data = data_ != nullptr ? data_ : gridData) {
+                logMissingTable(*data, name, "a chart");
+            }
             return std::nullopt;
         }
         const Table* const reportTable = data_ == nullptr ? nullptr : data_->table(report_.data.table);

@@ -35,6 +35,7 @@ struct PlannedText {
 struct PlannedPicture {
     const PictureContent* content = nullptr;
     TextTemplate source;
+    std::string folder;  // where a relative source starts
     TextTemplate alternateText;
 };
 

@@ -140,7 +140,6 @@ ReportDefinition cloneDefinition(const ReportDefinition& source) {
     copy.reportHeaders = cloneSections(source.reportHeaders);
     copy.reportFooters = cloneSections(source.reportFooters);
     if (source.grid) copy.grid = cloneGrid(*source.grid);
-    copy.directory = source.directory;
     return copy;
 }
 

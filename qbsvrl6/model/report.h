@@ -18,6 +18,7 @@
 
 #include "qbsvrl6/model/chart.h"
 #include "qbsvrl6/model/style.h"
+#include "qbsvrl6/support/address.h"
 #include "qbsvrl6/support/units.h"
 
 namespace qbsvrl6 {
@@ -53,7 +54,8 @@ struct BoxContent {
 enum class PictureFit { Contain, Stretch, Clip };
 
 struct PictureContent {
-    std::u16string source;  // file or URL with placeholders; relative to the template; or Base64 data
+    std::u16string source;  // file or URL with placeholders, or Base64 data
+    Address folder;         // where a relative source starts; without a name at the template's folder
     std::string embedded;   // bytes of a picture held in the template itself; used when source is empty
     PictureFit fit = PictureFit::Contain;
     std::u16string alternateText;  // with placeholders; read where the picture can't be seen
@@ -144,8 +146,8 @@ struct Column {
 
 // A place where rows come from. Each text is empty where the template leaves it open.
 struct DataSource {
-    std::u16string connectionString;  // "xml": the query is the path or URL of a data file
-    std::u16string query;
+    std::u16string connectionString;  // "xml": the query is the address of a data file; empty: inherited
+    Address query;
     std::u16string table;  // name of the table in the data; empty: the first
 };
 
@@ -222,14 +224,12 @@ struct ReportDefinition {
     std::vector<Parameter> parameters;
     std::vector<Field> fields;
     DataSource data;
-    std::u16string backgroundPicture;
+    Address backgroundPicture;
     Watermark watermark;
     Printer printer;
     SectionPtr pageHeader, pageFooter;  // may be null
     std::vector<SectionPtr> reportHeaders, reportFooters;
     std::unique_ptr<DetailGrid> grid;  // may be null
-    std::string
-        directory;  // of the template file (UTF-8, closed by "/"); not saved; relative names start here
 };
 
 // State that the C interface keeps with a report: event handlers, the walk's position, the export under way.

@@ -34,6 +34,7 @@ struct NotedExpression {
 
 struct Reading {
     const SourceText& source;
+    std::string folder;  // of the template, where its relative names start
     std::vector<Reference> references;
     std::vector<NotedExpression> expressions;
     int reportDepth = 0;
@@ -109,6 +110,12 @@ public:
         }
         value = decode(found, codec);
     }
+
+    void address(const char* name, Address& value) {
+        attribute(name, value.name, {}, TextCodec{});
+        value.folder = reading_.folder;
+    }
+    void startingFolder(const char* name, Address& value, const std::u16string&) { address(name, value); }
 
     void styleReference(const char* name, std::u16string& value) {
         reference(name, Reference::To::Style, value);
@@ -493,22 +500,13 @@ pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
     return root;
 }
 
-void setDirectory(ReportDefinition& definition, const std::string& directory) {
-    definition.directory = directory;
-    for (Control* control : allControls(definition)) {
-        if (auto* subReport = std::get_if<SubReportContent>(&control->content)) {
-            setDirectory(subReport->report->definition, directory);
-        }
-    }
-}
-
 }  // namespace
 
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin) {
     const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
-    Reading reading{source, {}, {}, 0};
+    Reading reading{source, directoryOf(origin), {}, {}, 0};
     ReadElement element(reading, root);
     if (std::strcmp(root.name(), "Report") != 0) {
         element.fail("the root element is " + tag(root.name()) + ", not <Report>");
@@ -521,9 +519,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
 }
 
 ReportDefinition loadTemplate(const std::string& path) {
-    ReportDefinition definition = readTemplate(readFile(path, limits::kTemplateBytes), path);
-    setDirectory(definition, directoryOf(path));
-    return definition;
+    return readTemplate(readFile(path, limits::kTemplateBytes), path);
 }
 
 }  // namespace qbsvrl6

@@ -98,7 +98,7 @@ void describeStyle(Element& element, StyleLike& style) {
 template <class Element, class SourceLike>
 void describeDataSource(Element& element, SourceLike& source) {
     element.attribute("connection", source.connectionString, {}, TextCodec{});
-    element.attribute("query", source.query, {}, TextCodec{});
+    element.address("query", source.query);
     element.attribute("table", source.table, {}, TextCodec{});
 }
 
@@ -137,6 +137,7 @@ template <class Element, class ContentLike>
 void describePicture(Element& element, ContentLike& picture) {
     static const PictureContent defaults;
     element.attribute("source", picture.source, {}, PlaceholderCodec{});
+    element.startingFolder("folder", picture.folder, picture.source);
     element.attribute("scale", picture.fit, defaults.fit, WordCodec<PictureFit>{kPictureFits});
     element.attribute("alternateText", picture.alternateText, {}, PlaceholderCodec{});
     element.bytes("Embedded", picture.embedded);
@@ -344,9 +345,8 @@ void describePage(Element& element, PageLike& page) {
 template <class Element, class ReportLike>
 void describePaper(Element& element, ReportLike& report) {
     static const ReportDefinition defaults;
-    element.child("Background", [&](auto& background) {
-        background.attribute("picture", report.backgroundPicture, {}, TextCodec{});
-    });
+    element.child("Background",
+                  [&](auto& background) { background.address("picture", report.backgroundPicture); });
     element.child("Watermark", [&](auto& watermark) {
         watermark.attribute("text", report.watermark.text, {}, TextCodec{});
         watermark.attribute("color", report.watermark.color, defaults.watermark.color, ColorCodec{});

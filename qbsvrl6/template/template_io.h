@@ -9,16 +9,18 @@
 
 namespace qbsvrl6 {
 
-// Reads a template. `origin` names its source in messages. Raises EngineError with file, line and column:
+// Reads a template. `origin` is its file, from whose folder relative names start, and names it in messages.
+// Raises EngineError with file, line and column:
 // NotXml, BadEncoding, UnknownVersion, LimitExceeded, and BadTemplate for whatever else the format forbids.
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin);
 
-// The text of a template, in UTF-8: the same definition gives the same bytes. Characters that XML can't hold
+// The text of a template for a file in this folder (UTF-8, closed by "/"; empty: the working directory), in
+// UTF-8: the same definition gives the same bytes. What it names by a relative path is named as it is seen
+// from there. Characters that XML can't hold
 // become U+FFFD. Raises EngineError where sub-reports are nested deeper than a template may be.
-std::string writeTemplate(const ReportDefinition& definition);
+std::string writeTemplate(const ReportDefinition& definition, const std::string& folder = {});
 
-// The same from and to a file (UTF-8 path). Loading sets the definition's directory, sub-reports included;
-// saving makes missing directories and never leaves half a file.
+// The same from and to a file (UTF-8 path). Saving makes missing directories and never leaves half a file.
 ReportDefinition loadTemplate(const std::string& path);
 void saveTemplate(const ReportDefinition& definition, const std::string& path);
 

@@ -2,6 +2,7 @@
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/schema.h"
 #include "qbsvrl6/template/template_io.h"
 
@@ -65,8 +66,8 @@ const T& valueOf(const std::unique_ptr<T>& item) {
 // One element being written: its start tag stays open until the first child.
 class WriteElement {
 public:
-    WriteElement(std::string& out, int depth, const char* name, int reportDepth)
-        : out_(out), depth_(depth), name_(name), reportDepth_(reportDepth) {
+    WriteElement(std::string& out, Relocation& relocation, int depth, const char* name, int reportDepth)
+        : out_(out), relocation_(relocation), depth_(depth), name_(name), reportDepth_(reportDepth) {
         out_.append(2 * static_cast<std::size_t>(depth_), ' ');
         out_ += '<';
         out_ += name_;
@@ -86,6 +87,15 @@ public:
     template <class T, class Codec>
     void required(const char* name, const T& value, const Codec& codec) {
         write(name, codec.write(value));
+    }
+
+    void address(const char* name, const Address& value) {
+        if (!value.empty()) write(name, toUtf8(relocation_.nameOf(value)));
+    }
+    void startingFolder(const char* name, const Address& value, const std::u16string& source) {
+        if (!isRelative(source)) return;
+        const std::u16string folder = relocation_.nameOf(value);
+        if (!folder.empty()) write(name, toUtf8(folder));
     }
 
     void styleReference(const char* name, const std::u16string& value) {
@@ -169,7 +179,7 @@ private:
     WriteElement begin(const char* name) {
         if (!hasContent_) out_ += ">\n";
         hasContent_ = true;
-        return {out_, depth_ + 1, name, reportDepth_};
+        return {out_, relocation_, depth_ + 1, name, reportDepth_};
     }
 
     template <class Describe>
@@ -182,6 +192,7 @@ private:
     void writeControl(const Control& control, bool inCell);
 
     std::string& out_;
+    Relocation& relocation_;
     int depth_;
     const char* name_;
     int reportDepth_;
@@ -273,9 +284,10 @@ void WriteElement::nestedReport(const char* name, const std::unique_ptr<Report>&
 
 }  // namespace
 
-std::string writeTemplate(const ReportDefinition& definition) {
+std::string writeTemplate(const ReportDefinition& definition, const std::string& folder) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    WriteElement root(text, 0, "Report", 0);
+    Relocation relocation(folder);
+    WriteElement root(text, relocation, 0, "Report", 0);
     root.required("version", kTemplateVersion, IntegerCodec{0, kTemplateVersion});
     describeReport(root, definition, ReportPlace::Root);
     root.end();
@@ -283,7 +295,7 @@ std::string writeTemplate(const ReportDefinition& definition) {
 }
 
 void saveTemplate(const ReportDefinition& definition, const std::string& path) {
-    writeFile(path, writeTemplate(definition));
+    writeFile(path, writeTemplate(definition, directoryOf(path)));
 }
 
 }  // namespace qbsvrl6

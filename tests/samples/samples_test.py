@@ -17,8 +17,8 @@ import unittest
 
 import openpyxl
 
-PROGRAM = pathlib.Path(sys.argv[1])
-SAMPLES = pathlib.Path(sys.argv[2])
+PROGRAM = pathlib.Path(sys.argv[1]).resolve()
+SAMPLES = pathlib.Path(sys.argv[2]).resolve()
 DATA = SAMPLES / "Samples" / "Data" / "json"
 
 KINDS = {
@@ -167,17 +167,21 @@ class Samples(unittest.TestCase):
             self.assertIn(product["ProductName"], reader.cells)
             self.assertIn({1: "低 low", 2: "中 mid", 3: "高 high"}[product["Level"]], reader.cells)
 
-    def test_saved_templates_give_the_same_report(self):
-        setup = self.directory / "again"
-        shutil.copytree(SAMPLES / "Samples", setup / "Samples")
-        lines = run("-s", setup / "out", setup).splitlines()
+    def test_saved_templates_give_the_same_report_from_their_own_folder(self):
+        saved = self.directory / "saved"
+        lines = run("-s", saved).splitlines()
         self.assertEqual(len([line for line in lines if line.endswith("成功")]), len(report_names()))
-        for saved in (setup / "out/auto/qbf").iterdir():
-            original = next((setup / "Samples/Reports").rglob(saved.name))
-            original.write_bytes(saved.read_bytes())
-        run("-a", setup / "out", setup)
-        for file in sorted((self.auto / "pdf").iterdir()):
-            self.assertEqual(file.read_bytes(), (setup / "out/auto/pdf" / file.name).read_bytes(), file.name)
+        for name in report_names():
+            template, pdf = saved / "auto/qbf" / f"{name}.qbf", self.directory / "copy.pdf"
+            subprocess.run([PROGRAM, "-gen_full", SAMPLES, template, "none.txt", pdf, "pdf"], check=True,
+                           capture_output=True, cwd="/")
+            self.assertEqual(self.made("pdf", name).read_bytes(), pdf.read_bytes(), name)
+
+    def test_installed_samples_are_where_the_program_looks(self):
+        prefix = self.directory / "usr"
+        output_of("cmake", "--install", PROGRAM.parent.parent, "--prefix", prefix)
+        result = output_of(prefix / "bin/qbsvrtest", "-s", prefix / "qbsvr6", self.directory / "installed").decode()
+        self.assertIn(f"ReportCount={len(report_names())}.", result)
 
 
 if __name__ == "__main__":

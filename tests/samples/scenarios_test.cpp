@@ -94,8 +94,13 @@ const std::string kPdf = "%PDF-", kZip = "PK\x03\x04", kTiff = "II*", kXls = "\x
 TEST_F(Scenarios, PrintTheirLinesAndWriteTheirFiles) {
     const std::string simple = "SETUP/Samples/Reports/1a.简单表格.qbf";
     const std::string stock = "SETUP/Samples/Reports/7a.stock.qbf";
+    const std::string grid = "SETUP/Samples/Reports/grid.qbf";
+    WriteFile(root() / grid, R"(<Report version="1"><Grid><Recordset connection="xml" query="rows.txt"/>
+        <Columns><Column name="n" width="50mm"><Content text="[n]"/></Column></Columns></Grid></Report>)");
+    WriteFile(setup() / "Samples/Reports/rows.txt", R"([{"n":"of the grid"}])");
     const std::string customers = "SETUP/Samples/Data/json/jsonCustomer.txt";
     const std::string fired = "OnInitialize fired from CqbInitializeEventInfo.\n";
+    const wstr gridPath = wide(root() / grid);
     const wstr stockPath = wide(root() / stock), simplePath = wide(root() / simple);
     const wstr customersPath = wide(root() / customers);
     const wstr image = wide(out() / "新/x.tif"), pages = wide(out() / "x.pdf");
@@ -119,7 +124,7 @@ TEST_F(Scenarios, PrintTheirLinesAndWriteTheirFiles) {
         {"TestPrint",
          [] { TestPrint(u"打印机"); },
          "Print SETUP/Samples/Reports/1a.smalll-a.qbf on 打印机.\n",
-         {{"CWD/d:/qb-print.pdf", kPdf, ""}},
+         {{"CWD/d:/qb-print.pdf", kPdf, "新世纪食品有限公司"}},
          {"QBReportPrint: no print service answers"}},
         {"TestPrint_CPP",
          [] { TestPrint_CPP(nullptr); },
@@ -140,6 +145,11 @@ TEST_F(Scenarios, PrintTheirLinesAndWriteTheirFiles) {
          [&] { Test_DataTextFile(stockPath.c_str(), QBExportType_PDF, pages.c_str()); },
          "模板：" + stock + "，导出：OUT/x.pdf\n",
          {{"OUT/x.pdf", kPdf, "龙井绿茶"}},
+         {}},
+        {"Test_DataTextFile, rows of the grid",
+         [&] { Test_DataTextFile(gridPath.c_str(), QBExportType_CSV, image.c_str()); },
+         "模板：" + grid + "，导出：OUT/新/x.tif\n",
+         {{"OUT/新/x.tif", "\xEF\xBB\xBF", "of the grid"}},
          {}},
         {"Test_DataTextFile, image",
          [&] { Test_DataTextFile(stockPath.c_str(), QBExportType_IMG, image.c_str()); },

@@ -58,9 +58,10 @@ constexpr const char* kData =
 std::u16string wide(const std::string& utf8) { return qbsvrl6::toUtf16(utf8); }
 std::string narrow(const lkchar* text) { return text == nullptr ? "(null)" : qbsvrl6::toUtf8(text); }
 
-ApiTest::ApiTest() {
+ApiTest::ApiTest() : before_(std::filesystem::current_path()) {
     char pattern[] = "/tmp/qbsvr-api-XXXXXX";
     directory_ = std::string(::mkdtemp(&pattern[0])) + "/";
+    std::filesystem::current_path(directory_);
     QBInitConfig(path("").c_str());
     write("list.qbf", kList);
     write("bare.qbf", kBare);
@@ -69,6 +70,7 @@ ApiTest::ApiTest() {
 
 ApiTest::~ApiTest() {
     QBInitConfig(u"/dev/null");
+    std::filesystem::current_path(before_);
     std::filesystem::remove_all(directory_);
 }
 

@@ -1,9 +1,11 @@
-// A scratch directory with a small report and its data, and the engine's log in it.
+// A scratch directory with a small report and its data, and the engine's log in it. It is the working
+// directory.
 #ifndef QBSVR_TESTS_QBSVRL6_API_API_FIXTURE_H
 #define QBSVR_TESTS_QBSVRL6_API_API_FIXTURE_H
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include "engine/qbsvr.h"
@@ -38,6 +40,7 @@ protected:
     std::string directory_;
 
 private:
+    std::filesystem::path before_;  // the working directory
     std::size_t logRead_ = 0;
 };
 

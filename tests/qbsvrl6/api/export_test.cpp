@@ -53,7 +53,7 @@ TEST_F(ApiTest, ReadsTheDataThatTheQueriesName) {
 
     tagQBRecordset* recordset = QBDetailGridGetRecordset(QBReportGetDetailGrid(report));
     QBRecordsetSetQuerySQL(recordset, path("rows.txt").c_str());
-    EXPECT_EQ(csv().find("grid"), std::string::npos) << "without a connection the query is nothing";
+    EXPECT_NE(csv().find("grid"), std::string::npos) << "the connection is the report's";
     QBRecordsetSetConnectionString(recordset, u"xml");
     EXPECT_NE(csv().find("grid"), std::string::npos);
     EXPECT_NE(csv().find("Report of 2025"), std::string::npos);
@@ -62,16 +62,6 @@ TEST_F(ApiTest, ReadsTheDataThatTheQueriesName) {
     EXPECT_NE(csv().find("other"), std::string::npos) << "loaded data stands in for all connections";
     EXPECT_EQ(QBReportLoadDataFromURL(report, u"absent.txt"), 0);
     EXPECT_NE(csv().find("grid"), std::string::npos) << "what failed to load leaves no old data behind";
-
-    const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::create_directory(directory_ + "sub");
-    write("sub/deep.txt", R"([{"Name":"from the working directory"}])");
-    std::filesystem::current_path(directory_ + "sub");
-    QBRecordsetSetQuerySQL(recordset, u"deep.txt");
-    EXPECT_NE(csv().find("from the working directory"), std::string::npos);
-    write("deep.txt", R"([{"Name":"beside the template"}])");
-    EXPECT_NE(csv().find("beside the template"), std::string::npos);
-    std::filesystem::current_path(before);
 
     QBRecordsetSetConnectionString(recordset, u"");
     QBReportSetConnectionString(report, u"");

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "qbsvrl6/support/address.h"
 #include "qbsvrl6/support/clock.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
@@ -86,6 +87,43 @@ TEST(Utf, ConvertsAndReplacesEachBadPartOnce) {
         }
     }
     EXPECT_EQ(toUtf8(u"a\xD840z\xDC00"), "a\xEF\xBF\xBDz\xEF\xBF\xBD");
+}
+
+TEST_F(InDirectory, NamesTheSameFileFromAnotherFolder) {
+    fs::create_directories(directory_ + "a/deep");
+    fs::create_directory_symlink("a/deep", directory_ + "link");
+    fs::create_directory_symlink("b", directory_ + "out");
+    const fs::path before = fs::current_path();
+    fs::current_path(directory_);
+    const struct {
+        std::string from;
+        std::u16string name;
+        std::string to;
+        std::string expected;
+    } cases[] = {
+        {"a/", u"x.txt", "a/", "x.txt"},
+        {"a/", u"x.txt", directory_ + "a/", "x.txt"},
+        {"a/", u"./x.txt", "./a/", "./x.txt"},
+        {"a/", u"x.txt", "", "a/x.txt"},
+        {"", u"a/x.txt", "a/", "x.txt"},
+        {"", u"数/x.txt", "b/c/", "../../数/x.txt"},
+        {directory_ + "a/", u"../D/x.jpg", "b/", "../D/x.jpg"},
+        {"a/", u"D/../x.jpg", "b/", "../a/D/../x.jpg"},
+        {"a/", u".//x.txt", "b/", "../a/x.txt"},
+        {"link/", u"../x.txt", "b/", "../a/x.txt"},
+        {"a/", u"x.txt", "out/new/", "../../a/x.txt"},
+        {"a/", u"file:x%20y", "b/", "../a/x y"},
+        {"a/", u"/abs/x.txt", "b/", "/abs/x.txt"},
+        {"a/", u"File:///x%20y", "b/", "File:///x%20y"},
+        {"a/", u"HTTPS://h/x", "b/", "HTTPS://h/x"},
+        {"a/", u"", "b/", "../a/"},
+        {"b/", u"../a/", "a/", ""},
+    };
+    for (const auto& test : cases) {
+        EXPECT_EQ(toUtf8(Relocation(test.to).nameOf({test.name, test.from})), test.expected)
+            << test.from << ' ' << toUtf8(test.name) << ' ' << test.to;
+    }
+    fs::current_path(before);
 }
 
 TEST(Suggestion, NamesTheNearestAndListsSome) {

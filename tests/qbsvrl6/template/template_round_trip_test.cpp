@@ -149,18 +149,44 @@ TEST(TemplateRoundTrip, RefusesToSaveWhatCouldNotBeLoaded) {
     EXPECT_THROW(writeTemplate(report), EngineError);
 }
 
-TEST(TemplateFiles, SaveIntoNewDirectoriesAndRememberTheirOwn) {
+// The files and folders behind the queries, the background and the pictures.
+std::vector<std::string> namedFiles(const ReportDefinition& report) {
+    std::vector<std::string> files;
+    const auto add = [&](const std::string& path) {
+        files.push_back(fs::weakly_canonical(fs::absolute(path)));
+    };
+    const auto addNamed = [&](const Address& address) {
+        if (!address.empty()) add(localPath(address));
+    };
+    addNamed(report.data.query);
+    addNamed(report.backgroundPicture);
+    if (report.grid) addNamed(report.grid->recordset.query);
+    for (const Control* control : allControls(const_cast<ReportDefinition&>(report))) {
+        if (const auto* inner = std::get_if<SubReportContent>(&control->content)) {
+            for (const std::string& file : namedFiles(inner->report->definition)) files.push_back(file);
+        } else if (const auto* picture = std::get_if<PictureContent>(&control->content)) {
+            if (!picture->source.empty()) add(folderAt(picture->folder) + "photo");
+        }
+    }
+    return files;
+}
+
+TEST(TemplateFiles, SavedElsewhereNameTheSameFiles) {
     char pattern[] = "/tmp/qbsvr-template-XXXXXX";
     const std::string directory = std::string(::mkdtemp(&pattern[0])) + "/";
     ReportDefinition report = loadTemplate(kEverything);
-    EXPECT_EQ(report.directory, QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/");
-    for (const Control* control : allControls(report)) {
-        if (const auto* inner = std::get_if<SubReportContent>(&control->content)) {
-            EXPECT_EQ(inner->report->definition.directory, report.directory);
-        }
-    }
+    const Address background = report.backgroundPicture;
+    report.backgroundPicture = {u"back.png", ""};
     saveTemplate(report, directory + "新/dir/a.qbf");
-    EXPECT_EQ(contents(directory + "新/dir/a.qbf"), contents(kEverything));
+    const ReportDefinition saved = loadTemplate(directory + "新/dir/a.qbf");
+    EXPECT_EQ(namedFiles(saved), namedFiles(report));
+    EXPECT_EQ(namedFiles(saved).size(), 6u);
+    // Back in its folder it is as it was.
+    report.backgroundPicture = background;
+    saveTemplate(report, directory + "a.qbf");
+    EXPECT_EQ(
+        writeTemplate(loadTemplate(directory + "a.qbf"), fs::path(kEverything).parent_path().string() + "/"),
+        contents(kEverything));
     fs::remove_all(directory);
 }
 

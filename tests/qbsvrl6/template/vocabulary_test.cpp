@@ -33,6 +33,8 @@ public:
     void required(const char* name, T&, const Codec&) {
         note(name);
     }
+    void address(const char* name, const Address&) { note(name); }
+    void startingFolder(const char* name, const Address&, const std::u16string&) { note(name); }
     void styleReference(const char* name, const std::u16string&) { note(name); }
     void columnReference(const char* name, const std::u16string&) { note(name); }
     template <class... Lines>

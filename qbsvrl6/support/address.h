@@ -1,0 +1,50 @@
+// Names of files and URLs, and the one rule for where a relative one starts: a name in a template starts at
+// the template's folder, a path from a program at the working directory. Nothing is tried elsewhere.
+#ifndef QBSVR_QBSVRL6_SUPPORT_ADDRESS_H
+#define QBSVR_QBSVRL6_SUPPORT_ADDRESS_H
+
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+struct Address {
+    std::u16string name;  // as given: a path, or a file:, http: or https: URL; empty: none
+    std::string folder;   // where a relative path starts (UTF-8, closed by "/"); empty: the working directory
+
+    bool empty() const { return name.empty(); }
+};
+
+// The path (UTF-8) of a local address; empty for http: and https:. Raises EngineError for an empty address
+// and for a path that no file can have.
+std::string localPath(const Address& address);
+
+// The folder (UTF-8, closed by "/") that a local address names: its own starting folder if the name is empty.
+std::string folderAt(const Address& address);
+
+// For messages: the path, or the URL without its user and password.
+std::string shownAddress(const Address& address);
+
+bool isWebAddress(std::u16string_view name);
+
+// Whether the folder where names start matters to this one.
+bool isRelative(std::u16string_view name);
+
+// Addresses as a file in one folder has to name them. Web addresses and absolute paths stay as they are.
+class Relocation {
+public:
+    // The folder as in Address.
+    explicit Relocation(std::string folder);
+    std::u16string nameOf(const Address& address);
+
+private:
+    const std::string& canonical(const std::string& folder);
+
+    std::string folder_;
+    std::map<std::string, std::string> canonical_;  // by folder
+};
+
+}  // namespace qbsvrl6
+
+#endif
