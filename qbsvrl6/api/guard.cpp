@@ -5,6 +5,7 @@
 #include <string>
 
 #include "qbsvrl6/support/log.h"
+#include "qbsvrl6/template/template_io.h"
 
 namespace qbsvrl6 {
 
@@ -25,6 +26,8 @@ void logCaughtException(std::string_view function) noexcept {
         throw;
     } catch (const std::bad_alloc&) {
         logFailure(function, "out of memory");
+    } catch (const TemplateError& failure) {
+        for (const EngineError& error : failure.errors()) logFailure(function, error.what());
     } catch (const std::exception& error) {
         logFailure(function, error.what());
     } catch (...) {

@@ -63,8 +63,11 @@ int QBReportLoadFromFile(tagQBReport* handle, const lkchar* path) {
         // A report whose template doesn't load is empty: it must not pass for the one that was there before.
         replaceDefinition(*report, {});
         const std::string file = toUtf8(textFrom(path));
+        Runtime& runtime = runtimeOf(*report);
+        runtime.failedTemplate = file;
         report->definition = loadTemplate(file);
-        runtimeOf(*report).templateFile = file;
+        runtime.failedTemplate.clear();
+        runtime.templateFile = file;
         return 1;
     });
 }

@@ -58,8 +58,11 @@ bool isEmpty(const ReportDefinition& report) {
 }
 
 // A document without contents is made as asked, but nobody should have to guess why.
-void logIfWithoutContents(const ReportDefinition& report, const ReportData& data) {
-    if (isEmpty(report)) {
+void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime, const ReportData& data) {
+    if (isEmpty(report) && !runtime.failedTemplate.empty()) {
+        logError("the document is empty: its template \"" + runtime.failedTemplate +
+                 "\" could not be loaded");
+    } else if (isEmpty(report)) {
         logWarning("the report is empty: no template is loaded");
     } else if (report.grid && data.sets.empty() && data.gridSets.empty()) {
         logWarning("the grid has no rows: there is no data");
@@ -70,8 +73,9 @@ void logIfWithoutContents(const ReportDefinition& report, const ReportData& data
 
 ReportData collectData(Report& report) {
     ReportData data;
-    collect(report, {}, runtimeOf(report).dataCache, data);
-    logIfWithoutContents(report.definition, data);
+    Runtime& runtime = runtimeOf(report);
+    collect(report, {}, runtime.dataCache, data);
+    logIfWithoutContents(report.definition, runtime, data);
     return data;
 }
 

@@ -13,6 +13,7 @@ Runtime::~Runtime() { removeLiveReport(&report); }
 
 void Runtime::forgetTemplate() {
     templateFile.clear();
+    failedTemplate.clear();
     walk.clear();
     walkPosition = 0;
     prepared = false;

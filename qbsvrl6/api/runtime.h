@@ -43,8 +43,9 @@ struct Runtime : ReportRuntime {
     void dropResults();
 
     Report& report;
-    bool created = false;      // by QBReportCreate, so that QBReportRelease may free it
-    std::string templateFile;  // where the definition came from (UTF-8), for the log; empty: from nowhere
+    bool created = false;        // by QBReportCreate, so that QBReportRelease may free it
+    std::string templateFile;    // where the definition came from (UTF-8), for the log; empty: from nowhere
+    std::string failedTemplate;  // the file that the last call could not load; empty: it could
 
     EventHandlers handlers;
     std::vector<EventHandlers> retiredHandlers;  // replaced during an export

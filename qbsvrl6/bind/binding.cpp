@@ -220,9 +220,16 @@ std::uint32_t Binding::calculatedField(const Field& field) {
                                                         std::to_string(limits::kExpressionDepth) +
                                                         " deep at \"" + toUtf8(field.name) + "\"");
     }
-    underWay_.push_back(&field);
-    Expression expression = compile(field.expression);
-    underWay_.pop_back();
+    struct UnderWay {
+        std::vector<const Field*>& fields;
+        UnderWay(std::vector<const Field*>& all, const Field& field) : fields(all) { all.push_back(&field); }
+        ~UnderWay() { fields.pop_back(); }
+    };
+    Expression expression;
+    {
+        const UnderWay underWay(underWay_, field);
+        expression = compile(field.expression);
+    }
     const auto index = static_cast<std::uint32_t>(calculated_.size());
     calculated_.push_back({&field, std::move(expression)});
     calculatedIndex_.emplace(&field, index);

@@ -10,6 +10,7 @@ namespace qbsvrl6::limits {
 
 inline constexpr std::size_t kTemplateBytes = 64u << 20;
 inline constexpr std::size_t kTemplateElements = 1'000'000;
+inline constexpr std::size_t kTemplateErrors = 50;  // reported of one template
 inline constexpr std::size_t kDataBytes = 1u << 30;
 inline constexpr std::size_t kPictureBytes = 64u << 20;
 inline constexpr std::int64_t kPicturePixels = 100'000'000;

@@ -73,17 +73,23 @@ SourceText::SourceText(std::string bytes, std::string origin)
     text_.reserve(text_.size() + kReadAhead);
 }
 
-SourcePlace SourceText::place(std::size_t offset) const {
-    const std::string_view before = std::string_view(text_).substr(0, offset);
-    const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0
-    const auto isCharacterStart = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
-    return {origin_, 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n')),
-            1 + static_cast<int>(std::count_if(before.begin() + static_cast<std::ptrdiff_t>(lineStart),
-                                               before.end(), isCharacterStart))};
-}
+SourcePlace SourceText::place(std::size_t offset) const { return PlaceCursor(*this).place(offset); }
 
 void SourceText::fail(ErrorCode code, const std::string& message, std::size_t offset) const {
     throw EngineError(code, message, place(offset));
+}
+
+SourcePlace PlaceCursor::place(std::size_t offset) {
+    const std::string& text = source_.text();
+    for (const std::size_t end = std::min(offset, text.size()); at_ < end; ++at_) {
+        if (text[at_] == '\n') {
+            ++line_;
+            column_ = 1;
+        } else if ((static_cast<unsigned char>(text[at_]) & 0xC0) != 0x80) {  // not within a character
+            ++column_;
+        }
+    }
+    return {source_.origin(), line_, column_};
 }
 
 void SourceText::checkUtf8() const {

@@ -37,6 +37,20 @@ private:
     std::string text_;
 };
 
+// The places of bytes that are asked for in ascending order: together they take one pass over the text.
+class PlaceCursor {
+public:
+    explicit PlaceCursor(const SourceText& source) : source_(source) {}
+
+    SourcePlace place(std::size_t offset);
+
+private:
+    const SourceText& source_;
+    std::size_t at_ = 0;
+    int line_ = 1;
+    int column_ = 1;
+};
+
 }  // namespace qbsvrl6
 
 #endif

@@ -32,13 +32,48 @@ struct NotedExpression {
     std::size_t offset;
 };
 
+struct FoundError {
+    ErrorCode code;
+    std::string message;
+    std::size_t offset;
+};
+
+// Ends the reading of a template whose errors are many or whose rest means nothing.
+struct ReadingEnds {};
+
 struct Reading {
     const SourceText& source;
     std::string folder;  // of the template, where its relative names start
     std::vector<Reference> references;
     std::vector<NotedExpression> expressions;
+    std::vector<FoundError> errors;
     int reportDepth = 0;
+
+    // Reading goes on after most errors, so that all of them are reported.
+    void addError(ErrorCode code, std::string message, std::size_t offset) {
+        errors.push_back({code, std::move(message), offset});
+        const bool restIsUnknown = code == ErrorCode::LimitExceeded || code == ErrorCode::UnknownVersion;
+        if (restIsUnknown || errors.size() > limits::kTemplateErrors) throw ReadingEnds();
+    }
+    [[noreturn]] void fail();
 };
+
+void Reading::fail() {
+    std::stable_sort(errors.begin(), errors.end(), [](const FoundError& left, const FoundError& right) {
+        return left.offset < right.offset;
+    });
+    PlaceCursor cursor(source);
+    std::vector<EngineError> placed;
+    for (const FoundError& error : errors) {
+        if (placed.size() == limits::kTemplateErrors) {
+            placed.emplace_back(ErrorCode::BadTemplate, "there are more errors",
+                                SourcePlace{source.origin()});
+            break;
+        }
+        placed.emplace_back(error.code, error.message, cursor.place(error.offset));
+    }
+    throw TemplateError(std::move(placed));
+}
 
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 std::string tag(std::string_view name) { return '<' + std::string(name) + '>'; }
@@ -94,21 +129,22 @@ public:
 
     template <class T, class Codec>
     void attribute(const char* name, T& value, const T&, const Codec& codec) {
-        if (const pugi::xml_attribute found = take(name)) value = decode(found, codec);
+        if (const pugi::xml_attribute found = take(name)) decode(found, value, codec);
     }
 
     template <class T, class Codec>
     void attribute(const char* name, std::optional<T>& value, const Codec& codec) {
-        if (const pugi::xml_attribute found = take(name)) value = decode(found, codec);
+        if (const pugi::xml_attribute found = take(name)) decode(found, value, codec);
     }
 
     template <class T, class Codec>
     void required(const char* name, T& value, const Codec& codec) {
         const pugi::xml_attribute found = take(name);
         if (!found || *found.value() == '\0') {
-            fail("the attribute " + quoted(name) + " of " + tag(node_.name()) + " is missing or empty");
+            addError("the attribute " + quoted(name) + " of " + tag(node_.name()) + " is missing or empty");
+        } else {
+            decode(found, value, codec);
         }
-        value = decode(found, codec);
     }
 
     void address(const char* name, Address& value) {
@@ -169,12 +205,13 @@ public:
         std::unordered_set<std::u16string> names;
         list(name, values, [&](ReadElement& element, auto& value) {
             describe(element, value);
-            if (!names.insert(nameOf(values.back())).second) {
-                element.failAt("name",
-                               "another " + tag(name) + " is named " + quoted(toUtf8(nameOf(values.back()))));
+            const std::u16string& itemName = nameOf(values.back());
+            if (!itemName.empty() && !names.insert(itemName).second) {
+                element.addErrorAt("name", "another " + tag(name) + " is named " + quoted(toUtf8(itemName)));
             }
             if (values.size() > most) {
-                element.fail("more than " + std::to_string(most) + " " + tag(name), ErrorCode::LimitExceeded);
+                element.addError("more than " + std::to_string(most) + " " + tag(name),
+                                 ErrorCode::LimitExceeded);
             }
         });
     }
@@ -184,15 +221,16 @@ public:
                            [this](const char* name) { return node_.attribute(name); });
     }
     void refuse(bool wrong, const char* message) const {
-        if (wrong) fail(message);
+        if (wrong) addError(message);
     }
 
     void bytes(const char* name, std::string& value);
     // Children that would be known elsewhere.
-    void refuseChildren(std::initializer_list<const char*> names, const char* why) const {
+    void refuseChildren(std::initializer_list<const char*> names, const char* why) {
         for (const char* const name : names) {
+            children_.push_back(name);
             if (const pugi::xml_node found = node_.child(name)) {
-                ReadElement(reading_, found).fail(tag(name) + " has no place in a sub-report: " + why);
+                ReadElement(reading_, found).addError(tag(name) + " has no place in a sub-report: " + why);
             }
         }
     }
@@ -206,12 +244,12 @@ public:
     void finish();
 
     void readVersion();
-    [[noreturn]] void fail(const std::string& message, ErrorCode code = ErrorCode::BadTemplate) const {
-        reading_.source.fail(code, message, offsetOf(reading_.source.text(), node_));
+    void addError(const std::string& message, ErrorCode code = ErrorCode::BadTemplate) const {
+        reading_.addError(code, message, offsetOf(reading_.source.text(), node_));
     }
-    [[noreturn]] void failAt(const char* name, const std::string& message,
-                             ErrorCode code = ErrorCode::BadTemplate) const {
-        reading_.source.fail(code, message, offsetOfAttribute(reading_.source.text(), node_, name));
+    void addErrorAt(const char* name, const std::string& message,
+                    ErrorCode code = ErrorCode::BadTemplate) const {
+        reading_.addError(code, message, offsetOfAttribute(reading_.source.text(), node_, name));
     }
 
 private:
@@ -224,15 +262,16 @@ private:
         children_.push_back(name);
         const pugi::xml_node found = node_.child(name);
         if (const pugi::xml_node second = found.next_sibling(name)) {
-            ReadElement(reading_, second).fail("a second " + tag(name) + " in " + tag(node_.name()));
+            ReadElement(reading_, second).addError("a second " + tag(name) + " in " + tag(node_.name()));
         }
         return found;
     }
 
-    template <class Codec>
-    auto decode(pugi::xml_attribute found, const Codec& codec) const {
+    // A value that can't be read stays as it is.
+    template <class T, class Codec>
+    void decode(pugi::xml_attribute found, T& value, const Codec& codec) const {
         try {
-            auto value = codec.read(found.value());
+            value = codec.read(found.value());
             constexpr bool hasPlaceholders = std::is_same_v<Codec, PlaceholderCodec>;
             if constexpr (hasPlaceholders || std::is_same_v<Codec, ExpressionCodec>) {
                 const std::size_t offset = offsetOfAttribute(reading_.source.text(), node_, found.name());
@@ -240,10 +279,9 @@ private:
                 if constexpr (!hasPlaceholders) knowsPage = codec.knowsPage;
                 reading_.expressions.push_back({found.name(), value, hasPlaceholders, knowsPage, offset});
             }
-            return value;
         } catch (const ValueFault& fault) {
-            failAt(found.name(),
-                   std::string(found.name()) + "=" + quoted(found.value()) + ": " + fault.what());
+            addErrorAt(found.name(),
+                       std::string(found.name()) + "=" + quoted(found.value()) + ": " + fault.what());
         }
     }
 
@@ -277,15 +315,17 @@ void ReadElement::paper(PageSetup& page) {
     std::optional<bool> landscape;
     std::optional<Micrometres> width;
     std::optional<Micrometres> height;
+    const std::size_t errorsBefore = reading_.errors.size();
     constexpr LengthCodec kPaper{10'000, limits::kPaperMicrometres};
     attribute("size", size, WordCodec<Size>{kPaperSizes});
     attribute("orientation", landscape, WordCodec<bool>{kOrientations});
     attribute("width", width, kPaper);
     attribute("height", height, kPaper);
     attribute("margins", page.margins, defaults.margins, EdgesCodec{});
+    if (reading_.errors.size() > errorsBefore) return;
     if (width || height) {
-        if (!width || !height) fail("width and height of the paper stand together");
-        if (size || landscape) fail("a paper with width and height has no size and orientation");
+        if (!width || !height) return addError("width and height of the paper stand together");
+        if (size || landscape) return addError("a paper with width and height has no size and orientation");
         page.paper = {*width, *height};
     } else {
         page.paper = size.value_or(defaults.paper);
@@ -295,7 +335,7 @@ void ReadElement::paper(PageSetup& page) {
     const std::int64_t least = kMicrometresPerMillimetre;
     if (std::int64_t{page.paper.width} - margins.left - margins.right < least ||
         std::int64_t{page.paper.height} - margins.top - margins.bottom < least) {
-        fail("the margins leave no room on the page");
+        addError("the margins leave no room on the page");
     }
 }
 
@@ -306,7 +346,7 @@ void ReadElement::bytes(const char* name, std::string& value) {
             for (const pugi::xml_node part : element.node_.children()) value += part.value();
             value = readBase64(value);
         } catch (const ValueFault& fault) {
-            element.fail(tag(name) + ": " + fault.what());
+            element.addError(tag(name) + ": " + fault.what());
         }
     });
 }
@@ -342,7 +382,7 @@ void ReadElement::cell(const char* name, Control& control) {
         const pugi::xml_node first = element.node_.first_child();
         if (!element.node_.first_attribute() && element.readControlContent(first, control, true)) {
             element.children_.emplace_back(first.name());
-            if (first.next_sibling()) element.fail(tag(name) + " holds more than one control");
+            if (first.next_sibling()) element.addError(tag(name) + " holds more than one control");
             return;
         }
         describeControlFrame(element, control, true);
@@ -357,8 +397,8 @@ void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report
     report = std::make_unique<Report>();
     child(name, [&](ReadElement& element) {
         if (++reading_.reportDepth > limits::kSubReportDepth) {
-            element.fail("sub-reports are nested deeper than " + std::to_string(limits::kSubReportDepth),
-                         ErrorCode::LimitExceeded);
+            element.addError("sub-reports are nested deeper than " + std::to_string(limits::kSubReportDepth),
+                             ErrorCode::LimitExceeded);
         }
         std::vector<Reference> outer;
         std::vector<NotedExpression> outerExpressions;
@@ -381,10 +421,10 @@ void ReadElement::checkReferences(const ReportDefinition& report) {
     for (const Reference& reference : reading_.references) {
         const bool toStyle = reference.to == Reference::To::Style;
         if ((toStyle ? styles : columns).contains(reference.name)) continue;
-        reading_.source.fail(ErrorCode::BadTemplate,
-                             std::string("no ") + (toStyle ? "style" : "column") + " is named " +
-                                 quoted(toUtf8(reference.name)),
-                             reference.offset);
+        reading_.addError(ErrorCode::BadTemplate,
+                          std::string("no ") + (toStyle ? "style" : "column") + " is named " +
+                              quoted(toUtf8(reference.name)),
+                          reference.offset);
     }
     checkExpressions(report);
 }
@@ -418,10 +458,14 @@ void ReadElement::checkExpressions(const ReportDefinition& report) {
                     "rows are chosen before there are pages: no page number, page count or page total");
             }
         } catch (const EngineError& error) {
-            reading_.source.fail(
+            reading_.addError(
                 error.code() == ErrorCode::BadExpression ? ErrorCode::BadTemplate : error.code(),
                 noted.attribute + "=" + quoted(toUtf8(noted.text)) + ": " + expressionFault(error),
                 noted.offset);
+            // Texts that show a calculated field are not reported for its error.
+            for (Field& field : names.fields) {
+                if (field.expression == noted.text) field.expression.clear();
+            }
         }
     }
 }
@@ -432,24 +476,24 @@ void ReadElement::finish() {
     };
     for (pugi::xml_attribute attribute : node_.attributes()) {
         if (!known(attributes_, attribute.name())) {
-            failAt(attribute.name(),
-                   "unknown attribute " + quoted(attribute.name()) + " of " + tag(node_.name()));
+            addErrorAt(attribute.name(),
+                       "unknown attribute " + quoted(attribute.name()) + " of " + tag(node_.name()));
         }
         if (node_.attribute(attribute.name()) != attribute) {
-            reading_.source.fail(ErrorCode::NotXml,
-                                 "the attribute " + quoted(attribute.name()) + " stands twice",
-                                 offsetOfAttribute(reading_.source.text(), node_, attribute.name(), 1));
+            reading_.addError(ErrorCode::NotXml,
+                              "the attribute " + quoted(attribute.name()) + " stands twice",
+                              offsetOfAttribute(reading_.source.text(), node_, attribute.name(), 1));
         }
     }
     for (const pugi::xml_node child : node_.children()) {
         if (child.type() != pugi::node_element) {
             if (text_) continue;
-            reading_.source.fail(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
-                                 offsetOf(reading_.source.text(), child));
+            reading_.addError(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
+                              offsetOf(reading_.source.text(), child));
         }
         if (!known(children_, child.name())) {
             ReadElement(reading_, child)
-                .fail("unknown element " + tag(child.name()) + " in " + tag(node_.name()));
+                .addError("unknown element " + tag(child.name()) + " in " + tag(node_.name()));
         }
     }
 }
@@ -458,10 +502,10 @@ void ReadElement::readVersion() {
     int version = 0;
     required("version", version, IntegerCodec{0, std::numeric_limits<int>::max()});
     if (version != kTemplateVersion) {
-        failAt("version",
-               "unknown version " + std::to_string(version) + "; this engine reads version " +
-                   std::to_string(kTemplateVersion),
-               ErrorCode::UnknownVersion);
+        addErrorAt("version",
+                   "unknown version " + std::to_string(version) + "; this engine reads version " +
+                       std::to_string(kTemplateVersion),
+                   ErrorCode::UnknownVersion);
     }
 }
 
@@ -506,15 +550,21 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
-    Reading reading{source, directoryOf(origin), {}, {}, 0};
-    ReadElement element(reading, root);
-    if (std::strcmp(root.name(), "Report") != 0) {
-        element.fail("the root element is " + tag(root.name()) + ", not <Report>");
-    }
-    element.readVersion();
+    Reading reading{source, directoryOf(origin), {}, {}, {}, 0};
     ReportDefinition definition;
-    describeReport(element, definition, ReportPlace::Root);
-    element.finish();
+    try {
+        ReadElement element(reading, root);
+        if (std::strcmp(root.name(), "Report") != 0) {
+            element.addError("the root element is " + tag(root.name()) + ", not <Report>");
+            throw ReadingEnds();
+        }
+        element.readVersion();
+        describeReport(element, definition, ReportPlace::Root);
+        element.finish();
+    } catch (const ReadingEnds&) {
+        reading.fail();
+    }
+    if (!reading.errors.empty()) reading.fail();
     return definition;
 }
 

@@ -4,14 +4,30 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
+
+// All errors of a template in the order of its text: what(), code() and place() are those of the first one.
+class TemplateError : public EngineError {
+public:
+    explicit TemplateError(std::vector<EngineError> errors)  // not empty
+        : EngineError(errors.front()), errors_(std::move(errors)) {}
+
+    const std::vector<EngineError>& errors() const { return errors_; }
+
+private:
+    std::vector<EngineError> errors_;
+};
 
 // Reads a template. `origin` is its file, from whose folder relative names start, and names it in messages.
 // Raises EngineError with file, line and column:
 // NotXml, BadEncoding, UnknownVersion, LimitExceeded, and BadTemplate for whatever else the format forbids.
+// Where the text is XML, it is a TemplateError with all of them, up to limits::kTemplateErrors.
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin);
 
 // The text of a template for a file in this folder (UTF-8, closed by "/"; empty: the working directory), in

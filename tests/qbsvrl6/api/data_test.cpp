@@ -170,6 +170,15 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
     const OwnReport nothing;
     exported(nothing, QBExportType_PDF);
     EXPECT_NE(takeLog().find("the report is empty: no template is loaded"), std::string::npos);
+    write("bad.qbf", "<Report version=\"1\">\n<Pages/>\n<Page columns=\"0\"/></Report>");
+    EXPECT_EQ(QBReportLoadFromFile(nothing, u"bad.qbf"), 0);
+    const std::string errors = takeLog();
+    EXPECT_NE(errors.find("QBReportLoadFromFile: bad.qbf:2:1: unknown element <Pages>"), std::string::npos)
+        << errors;
+    EXPECT_NE(errors.find("QBReportLoadFromFile: bad.qbf:3:7: columns=\"0\""), std::string::npos) << errors;
+    exported(nothing, QBExportType_PDF);
+    EXPECT_NE(takeLog().find("the document is empty: its template \"bad.qbf\" could not be loaded"),
+              std::string::npos);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -194,6 +195,54 @@ TEST(TemplateFaults, NamePlaceAndFault) {
             EXPECT_EQ(error.code(), test.code) << input << "\n" << error.what();
         }
     }
+}
+
+// The places and causes of all errors, with ";" after each.
+std::string errorsOf(const std::string& input) {
+    std::string all;
+    try {
+        readTemplate(input, "");
+    } catch (const TemplateError& failure) {
+        for (const EngineError& error : failure.errors()) all += std::string(error.what()) + ";\n";
+    }
+    return all;
+}
+
+TEST(TemplateFaults, AreAllReportedInTheOrderOfTheText) {
+    const struct {
+        std::string input;
+        const char* errors;
+    } cases[] = {
+        {inReport(
+             "<Page sizes='A4' columns='0'/>\n<Styles><Style name='a' bold='yes'/></Styles>\n"
+             "<ReportHeader><Text text='[1 +]' style='b'/>\n<Text style='a' x='1'/><Button/></ReportHeader>"),
+         "2:7: unknown attribute \"sizes\" of <Page>;\n"
+         "2:18: columns=\"0\": out of range: expected 1 to 100;\n"
+         "3:25: bold=\"yes\": expected \"true\" or \"false\";\n"
+         "4:21: text=\"[1 +]\": column 5: a value is expected;\n"
+         "4:34: no style is named \"b\";\n"
+         "5:17: x=\"1\": expected a length with its unit, like \"12.5mm\" (mm, cm, in, pt);\n"
+         "5:24: unknown element <Button> in <ReportHeader>;\n"},
+        // one cause, one error
+        {inReport("<Fields><Field name='a' expression='b + 1'/><Field name='b' expression='a'/></Fields>\n"
+                  "<ReportHeader><Text text='[a]'/><Text text='[b]'/></ReportHeader>"),
+         "2:25: expression=\"b + 1\": the calculated field \"b\" needs itself;\n"},
+        {inReport("<Page width='50mm' margins='90mm'/>"),
+         "2:1: width and height of the paper stand together;\n"},
+        {inHeader("<SubReport><Report><Page/></Report></SubReport>"),
+         "3:20: <Page> has no place in a sub-report: pages are those of the outermost "
+         "report;\n"},
+        {inReport("<Fields><Field/><Field/></Fields>"),
+         "2:9: the attribute \"name\" of <Field> is missing or empty;\n"
+         "2:17: the attribute \"name\" of <Field> is missing or empty;\n"},
+        {"<Report version=\"2\" x=\"\"/>", "1:9: unknown version 2; this engine reads version 1;\n"},
+    };
+    for (const auto& test : cases) EXPECT_EQ(errorsOf(test.input), test.errors) << test.input;
+
+    const int most = limits::kTemplateErrors;
+    const std::string many = errorsOf(inReport(repeated("<a/>\n", most + 5)));
+    EXPECT_EQ(std::count(many.begin(), many.end(), ';'), most + 1);
+    EXPECT_TRUE(many.ends_with(";\nthere are more errors;\n")) << many;
 }
 
 TEST(TemplateFaults, EveryTruncationIsRefused) {
