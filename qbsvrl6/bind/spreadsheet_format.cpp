@@ -28,8 +28,8 @@ void appendSpreadsheetLiteral(std::u16string& format, std::u16string_view text) 
     }
 }
 
-// The letters of the date language mean the same in a spreadsheet, but that months and minutes share a letter
-// and that all else is quoted.
+// The letters of the date language mean the same in a spreadsheet, but that one letter shows two digits, that
+// months and minutes share a letter, and that all else is quoted.
 std::u16string spreadsheetDateFormat(std::u16string_view format) {
     std::u16string result;
     std::u16string literal;
@@ -42,8 +42,8 @@ std::u16string spreadsheetDateFormat(std::u16string_view format) {
         if (std::u16string_view(u"yMdHhms").find(unit) != std::u16string_view::npos) {
             const char16_t lower = unit == u'M' ? u'm' : (unit == u'H' ? u'h' : unit);
             flush();
-            result +=
-                std::u16string(unit == u'y' ? (run < 3 ? 2u : 4u) : std::min<std::size_t>(run, 4), lower);
+            result += std::u16string(unit == u'y' ? (run < 3 ? 2u : 4u) : std::clamp<std::size_t>(run, 2, 4),
+                                     lower);
             i = end;
         } else if (unit == u't') {
             flush();

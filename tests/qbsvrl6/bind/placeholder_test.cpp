@@ -95,7 +95,7 @@ TEST(Placeholder, AloneKeepsItsTypedValue) {
         {u"[Price]", ValueType::Number, "0.00"},
         {u"[Count]", ValueType::Number, ""},
         {u"[No]", ValueType::Text, "", 4},
-        {u"[When:yyyy年M月d日 HH:mm:ss]", ValueType::Date, "yyyy\"年\"m\"月\"d\"日\" hh:mm:ss"},
+        {u"[When:yyyy年M月d日 HH:mm:ss]", ValueType::Date, "yyyy\"年\"mm\"月\"dd\"日\" hh:mm:ss"},
         {u"[When:dd//MM/yy t]", ValueType::Date, "dd/mm-yy AM/PM"},
         {u"[When]", ValueType::Date, "yyyy-mm-dd"},
         {u"[When]", ValueType::Date, "yyyy-mm-dd hh:mm:ss", 4},
