@@ -3,7 +3,7 @@
 install(DIRECTORY samples/Samples DESTINATION qbsvr6)
 install(TARGETS larkspur EXPORT qbsvrtest-targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES larkspur.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qbsvrtest)
-foreach(folder common json format engine driver)
+foreach(folder common json format engine)
   file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
   install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qbsvrtest/${folder})
 endforeach()
