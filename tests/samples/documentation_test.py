@@ -38,7 +38,8 @@ def examples(page):
                 part = f'<ReportHeader height="100mm">{part}</ReportHeader>'
             # What an example refers to and another one defines.
             styles = "" if "<Styles>" in part else '<Styles><Style name="negative"/></Styles>'
-            yield f'<Report version="1">{styles}{part}</Report>'
+            contents = "" if re.search("<(Grid|Report[HF]|Page[HF])", part) else '<ReportHeader height="1mm"/>'
+            yield f'<Report version="1">{styles}{part}{contents}</Report>'
 
 
 def faults(program, schema, directory, example):

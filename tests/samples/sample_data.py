@@ -9,21 +9,36 @@ import shutil
 import subprocess
 import xml.etree.ElementTree as ElementTree
 
+class Words(str):
+    """A boolean as the report shows it, and as a table of data holds it."""
+
+    def __new__(cls, words, as_data):
+        text = super().__new__(cls, words)
+        text.as_data = as_data
+        return text
+
+
 # Contents of columns that are more than a field of the data, and what stands in their cells.
 CONTENTS = {
     "[RowNumber]": lambda row, number: number,
-    "[Active:是:否]": lambda row, number: "是" if row["Active"] else "否",
+    "[Active:是:否]": lambda row, number: Words("是", "true") if row["Active"] else Words("否", "false"),
+    "[Active:yes:no]": lambda row, number: Words("yes", "true") if row["Active"] else Words("no", "false"),
     "[Level:{1=低 low,2=中 mid,3=高 high}]": lambda row, number: {1: "低 low", 2: "中 mid", 3: "高 high"}[row["Level"]],
     "[Quarter:{1=第一季度,2=第二季度,3=第三季度,4=第四季度}]":
         lambda row, number: "第" + "一二三四"[row["Quarter"] - 1] + "季度",
-    "[Stock * Price:#,##0.00]": lambda row, number: row["Stock"] * row["Price"],
-    "[Quantity * Price:#,##0.00]": lambda row, number: row["Quantity"] * row["Price"],
+    "[Stock * Price:#,##0.00]": lambda row, number: product(row["Stock"], row["Price"]),
+    "[Quantity * Price:#,##0.00]": lambda row, number: product(row["Quantity"], row["Price"]),
     "[Actual - Plan:+#,##0;-#,##0]": lambda row, number: row["Actual"] - row["Plan"],
     "[Actual / Plan:0.0%]": lambda row, number: row["Actual"] / row["Plan"],
     "[Quantity:#,##0] [Unit]": lambda row, number: f"{row['Quantity']:,} {row['Unit']}",
     "¥[Price:#,##0.00]": lambda row, number: f"¥{row['Price']:,.2f}",
     "[Address]\n[Company]": lambda row, number: f"{row['Address']}\n{row['Company']}",
 }
+
+
+def product(left, right):
+    """Of decimals, as they are written in the data."""
+    return float(decimal.Decimal(str(left)) * decimal.Decimal(str(right)))
 
 
 def length(text):
@@ -46,6 +61,17 @@ def shown(value, form):
     size = size.quantize(decimal.Decimal(1).scaleb(-len(number.partition(".")[2])), decimal.ROUND_HALF_UP)
     digits = f"{size:,}" if "," in number else str(size)
     return sign + part.replace(number, digits)
+
+
+def raw(value):
+    """A value as a table of data holds it."""
+    if isinstance(value, Words):
+        return value.as_data
+    if isinstance(value, datetime.datetime):
+        return value.date().isoformat() if value.time() == datetime.time() else value.isoformat()
+    if isinstance(value, float):
+        return repr(value).removesuffix(".0")
+    return str(value)
 
 
 def pages_of(pdf):
@@ -106,15 +132,16 @@ class Sample:
             yield group, [[row for _, row in run] for _, run in itertools.groupby(
                 numbered, lambda item, keys=tuple(keys): [key(*item) for key in keys])]
 
-    def shown_rows(self):
+    def shown_rows(self, as_data=False):
         """The texts of each row, without those that may be blank."""
         for row in self.expected_rows():
-            yield [shown(value, form) for value, form, may_be_blank in row if not may_be_blank and value is not None]
+            yield [raw(value) if as_data else shown(value, form)
+                   for value, form, may_be_blank in row if not may_be_blank and value is not None]
 
-    def shown_parts(self):
+    def shown_parts(self, as_data=False):
         """The lines of all texts of the rows."""
         if self.is_plain:
-            for text in itertools.chain(*self.shown_rows()):
+            for text in itertools.chain(*self.shown_rows(as_data)):
                 yield from text.split("\n")
 
     def is_wide(self, layout):

@@ -105,7 +105,7 @@ class Sheet:
 def same(value, expected):
     if isinstance(expected, (int, float)) and not isinstance(expected, bool):
         return isinstance(value, (int, float)) and math.isclose(value, expected, rel_tol=1e-9, abs_tol=1e-9)
-    return type(value) is type(expected) and value == expected
+    return isinstance(expected, type(value)) and value == expected
 
 
 class Workbooks(unittest.TestCase):
