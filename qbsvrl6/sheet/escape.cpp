@@ -158,7 +158,9 @@ std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer) 
 }
 
 bool isSafeLink(std::u16string_view link) {
-    if (link.empty()) return false;
+    const bool hasControl =
+        std::any_of(link.begin(), link.end(), [](char16_t c) { return c < 0x20 || c == 0x7F; });
+    if (link.empty() || hasControl) return false;
     for (const std::u16string_view scheme : {u"http://", u"https://", u"mailto:", u"tel:", u"ftp://"}) {
         if (link.size() < scheme.size()) continue;
         const bool equal = std::equal(scheme.begin(), scheme.end(), link.begin(), [](char16_t a, char16_t b) {

@@ -25,7 +25,8 @@ void appendXstring(std::string& out, std::u16string_view text);
 // U+FFFF become U+FFFD. Shows `text` itself where that changes nothing, else `buffer`.
 std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer);
 
-// Whether an address that came with data may stand in a document: nothing that runs where it is opened.
+// Whether an address that came with data may be a link of a document: nothing that runs where it is opened,
+// and no control characters.
 bool isSafeLink(std::u16string_view link);
 
 }  // namespace qbsvrl6

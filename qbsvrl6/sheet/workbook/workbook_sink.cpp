@@ -17,6 +17,9 @@ constexpr Micrometres kMaxFrozenHeight = 100'000;
 // More space than this between two rows is what the page has left.
 constexpr Micrometres kMaxGrowth = 12'000;
 
+// Longer addresses make a spreadsheet program repair the whole workbook.
+constexpr std::size_t kMaxLinkUnits = 2'079;
+
 // A text may stand this far from its place before it is held to the side that is nearer.
 constexpr Micrometres kMaxDrift = 1'500;
 
@@ -145,7 +148,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
     if (text != nullptr) {
         if (text->text.size() > limits_.units) ++cutTexts_;
-        if (!text->link.empty() && isSafeLink(text->link) && !link(cell.column, text->link)) ++lostLinks_;
+        if (isSafeLink(text->link)) writeLink(cell, columnSpan, text->link);
     }
     if (columnSpan > 1 || cell.rowSpan > 1) merge(cell.column, columnSpan, cell.rowSpan);
     if (text != nullptr && text->pending) {
@@ -158,6 +161,10 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     for (int column = cell.column; cell.rowSpan > 1 && column < cell.column + columnSpan; ++column) {
         newBelow_.push_back({column, style, cell.rowSpan - 1});
     }
+}
+
+void WorkbookSink::writeLink(const Cell& cell, int columnSpan, std::u16string_view address) {
+    if (address.size() > kMaxLinkUnits || !link(cell.column, columnSpan, cell.rowSpan, address)) ++lostLinks_;
 }
 
 void WorkbookSink::writeBelowUpTo(int column) {

@@ -47,7 +47,8 @@ private:
     virtual void addLate(int column, int style, Item&& item) = 0;
     virtual void endRow() = 0;
     virtual void merge(int column, int columnSpan, int rowSpan) = 0;
-    virtual bool link(int column, std::u16string_view address) = 0;  // whether there was room
+    // Of a whole span; whether there was room.
+    virtual bool link(int column, int columnSpan, int rowSpan, std::u16string_view address) = 0;
     virtual void addFloating(const Floating& floating) = 0;
     virtual void breakPage() = 0;
     virtual void freezeAbove(std::int64_t row) = 0;
@@ -66,6 +67,7 @@ private:
     Growth growthOf(std::span<const CellRow> rows, std::size_t index) const;
     void writeRow(const CellRow& row, const Growth& growth);
     void writeCell(const Cell& cell, const Growth& growth);
+    void writeLink(const Cell& cell, int columnSpan, std::u16string_view address);
     void writeBelowUpTo(int column);
     void keepBelow();
     void padBelow(Micrometres height);

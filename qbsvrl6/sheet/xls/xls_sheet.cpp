@@ -84,24 +84,26 @@ void XlsSheet::addText(int column, u16 style, u32 text) {
     putCell(cells_, biff::kLabelSst, static_cast<u16>(rows_), static_cast<u16>(column), style, text);
 }
 
+XlsSheet::Range XlsSheet::rangeOf(int column, int columnSpan, int rowSpan) const {
+    return {static_cast<u16>(rows_), static_cast<u16>(std::min(rows_ + rowSpan, kMaxRows) - 1),
+            static_cast<u16>(column), static_cast<u16>(column + columnSpan - 1)};
+}
+
 void XlsSheet::merge(int column, int columnSpan, int rowSpan) {
-    merges_.push_back({static_cast<u16>(rows_), static_cast<u16>(std::min(rows_ + rowSpan, kMaxRows) - 1),
-                       static_cast<u16>(column), static_cast<u16>(column + columnSpan - 1)});
+    merges_.push_back(rangeOf(column, columnSpan, rowSpan));
 }
 
 // HLINK: the cell, the marks of a standard link and of an address, and the address, closed by a zero.
-bool XlsSheet::link(int column, std::u16string_view address) {
+void XlsSheet::link(int column, int columnSpan, int rowSpan, std::u16string_view address) {
     constexpr std::array<u32, 4> kStandardLink = {0x79EAC9D0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
     constexpr std::array<u32, 4> kAddress = {0x79EAC9E0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
-    if (address.size() > kMaxLinkUnits) return false;
-    const auto row = static_cast<u16>(rows_);
+    const Range range = rangeOf(column, columnSpan, rowSpan);
     BiffRecord record(links_, biff::kHyperlink);
-    record.put(row, row, static_cast<u16>(column), static_cast<u16>(column));
+    record.put(range.firstRow, range.lastRow, range.firstColumn, range.lastColumn);
     for (const u32 part : kStandardLink) record.put(part);
     record.put(u32{2}, u32{3});
     for (const u32 part : kAddress) record.put(part);
     record.put(static_cast<u32>(2 * (address.size() + 1))).utf16(address).put(u16{0});
-    return true;
 }
 
 void XlsSheet::breakPage() {
@@ -187,7 +189,7 @@ void XlsSheet::writeTail(std::string& out, const PageLook& look, const EscherShe
         BiffRecord record(out, biff::kMergeCells);
         record.put(static_cast<u16>(end - i));
         for (std::size_t k = i; k < end; ++k) {
-            const Merge& merge = merges_[k];
+            const Range& merge = merges_[k];
             record.put(merge.firstRow, merge.lastRow, merge.firstColumn, merge.lastColumn);
         }
     }

@@ -28,7 +28,6 @@ public:
     static constexpr int kMaxRows = 65'536;
     static constexpr int kMaxColumns = 256;
     static constexpr std::size_t kMaxUnits = 32'767;  // of a text
-    static constexpr std::size_t kMaxLinkUnits = 2'000;
 
     void beginRow(Micrometres height);
     void addBlank(int column, std::uint16_t style);
@@ -41,8 +40,7 @@ public:
 
     // Of the row under way.
     void merge(int column, int columnSpan, int rowSpan);
-    // False for an address that is too long.
-    bool link(int column, std::u16string_view address);
+    void link(int column, int columnSpan, int rowSpan, std::u16string_view address);
     void breakPage();
     void add(const XlsShape& shape) { shapes_.push_back(shape); }
 
@@ -65,9 +63,10 @@ private:
     void writeDrawing(std::string& out, const PageLook& look, const EscherSheet& drawing) const;
     std::string anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const;
 
-    struct Merge {
+    struct Range {
         std::uint16_t firstRow, lastRow, firstColumn, lastColumn;
     };
+    Range rangeOf(int column, int columnSpan, int rowSpan) const;
 
     std::string cells_;
     std::string links_;
@@ -75,7 +74,7 @@ private:
     int columns_ = 0;
     int frozenRows_ = 0;
     std::vector<Micrometres> rowHeights_;
-    std::vector<Merge> merges_;
+    std::vector<Range> merges_;
     std::vector<std::uint16_t> breaks_;
     std::vector<XlsShape> shapes_;
 };

@@ -123,17 +123,21 @@ void XlsxSheet::flush() {
     buffer_.clear();
 }
 
+std::string XlsxSheet::rangeName(int column, int columnSpan, int rowSpan) const {
+    std::string name = columnName(column) + std::to_string(rows_ + 1);
+    if (columnSpan == 1 && rowSpan == 1) return name;
+    return name + ':' + columnName(column + columnSpan - 1) + std::to_string(rows_ + rowSpan);
+}
+
 void XlsxSheet::merge(int column, int columnSpan, int rowSpan) {
-    merges_ += "<mergeCell ref=\"" + columnName(column) + std::to_string(rows_ + 1) + ':' +
-               columnName(column + columnSpan - 1) + std::to_string(rows_ + rowSpan) + "\"/>";
+    merges_ += "<mergeCell ref=\"" + rangeName(column, columnSpan, rowSpan) + "\"/>";
     ++mergeCount_;
 }
 
-bool XlsxSheet::link(int column, std::u16string_view address) {
+bool XlsxSheet::link(int column, int columnSpan, int rowSpan, std::u16string_view address) {
     if (linkCount_ == kMaxLinks) return false;
     const std::string id = "rIdLink" + std::to_string(++linkCount_);
-    links_ +=
-        "<hyperlink ref=\"" + columnName(column) + std::to_string(rows_ + 1) + "\" r:id=\"" + id + "\"/>";
+    links_ += "<hyperlink ref=\"" + rangeName(column, columnSpan, rowSpan) + "\" r:id=\"" + id + "\"/>";
     linkRelations_ += "<Relationship Id=\"" + id + "\" Type=\"" + kRelations + "/hyperlink\" Target=\"";
     appendMarkup(linkRelations_, address);
     linkRelations_ += "\" TargetMode=\"External\"/>\n";

@@ -34,8 +34,8 @@ public:
 
     // Of the row under way.
     void merge(int column, int columnSpan, int rowSpan);
-    // False if the sheet holds no more.
-    bool link(int column, std::u16string_view address);
+    // False if the sheet holds no more. The link is that of the whole span.
+    bool link(int column, int columnSpan, int rowSpan, std::u16string_view address);
     void breakPage();
     void add(const Floating& floating, const std::string& relation) {
         drawing_.add(floating, rows_, relation);
@@ -56,6 +56,8 @@ public:
 
 private:
     void openCell(int column, int style);
+    // "A1", or "A1:B2", from the row under way down.
+    std::string rangeName(int column, int columnSpan, int rowSpan) const;
     void flush();
     std::string head(const PageLook& look) const;
     std::string tail(const PageLook& look) const;

@@ -46,7 +46,9 @@ private:
     void merge(int column, int columnSpan, int rowSpan) override {
         sheet().merge(column, columnSpan, rowSpan);
     }
-    bool link(int column, std::u16string_view address) override { return sheet().link(column, address); }
+    bool link(int column, int columnSpan, int rowSpan, std::u16string_view address) override {
+        return sheet().link(column, columnSpan, rowSpan, address);
+    }
     void breakPage() override { sheet().breakPage(); }
     void freezeAbove(std::int64_t row) override { sheet().freezeAbove(row); }
 
