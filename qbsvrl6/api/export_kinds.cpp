@@ -30,15 +30,18 @@ Sink makeTiff(const ExportJob& job, std::string& output) {
 }
 
 SheetOptions sheetOptions(const ExportJob& job) {
-    const bool isData = job.options.kind == ExportKind::Xls || job.options.kind == ExportKind::Csv;
+    const CellColumns columns = job.options.kind == ExportKind::Xls   ? CellColumns::Grid
+                                : job.options.kind == ExportKind::Csv ? CellColumns::Records
+                                                                      : CellColumns::Page;
     return {job.report.info,
-            columnCuts(job.report, job.layout, isData ? FreeEdges::Yield : FreeEdges::Cut),
+            columnCuts(job.report, job.layout, columns),
             job.report.page,
             job.layout.paged,
             job.options.pageBreaks,
             job.background,
             job.report.watermark,
-            job.options.onlyDetailGrid};
+            job.options.onlyDetailGrid,
+            columnMoves(job.report, job.layout, columns)};
 }
 
 Sink makeXlsx(const ExportJob& job, std::string& output) { return makeXlsxWriter(sheetOptions(job), output); }

@@ -137,6 +137,12 @@ struct Band {
     std::vector<Item> items;
 };
 
+// A column of the detail grid with another place in the cells than on paper: x from the grid's left edge.
+struct ColumnMove {
+    Micrometres x = 0, width = 0;
+    Micrometres newX = 0, newWidth = 0;
+};
+
 struct PageInfo {
     int number = 1;  // counted from 1 over the whole report
     Size paper;

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <map>
+#include <string_view>
 #include <vector>
 
 #include "qbsvrl6/layout/grid_geometry.h"
@@ -13,21 +15,32 @@ constexpr Micrometres kNear = 1'000;
 
 class Cuts {
 public:
-    void addGridEdge(std::int64_t edge) { gridEdges_.push_back(onDrawing(edge)); }
-    void addFreeEdge(std::int64_t edge) { freeEdges_.push_back(onDrawing(edge)); }
+    explicit Cuts(CellColumns columns) : columns_(columns) {}
+
+    void addGridBox(std::int64_t left, Micrometres width) {
+        add(gridEdges_, left, width);
+        gridStart_ = std::min(gridStart_, onDrawing(left));
+        gridEnd_ = std::max(gridEnd_, onDrawing(left + width));
+    }
+    void addFreeBox(std::int64_t left, std::int64_t width) { add(freeEdges_, left, width); }
 
     // Make cuts of the edges collected so far that no earlier cut is near to: what comes first leads.
     void takeGridEdges() { take(gridEdges_); }
-    void takeFreeEdges(FreeEdges freeEdges) {
-        if (freeEdges == FreeEdges::Yield && !cuts_.empty()) {
-            std::erase_if(freeEdges_, [first = cuts_.front(), last = cuts_.back()](Micrometres edge) {
-                return edge > first && edge < last;
-            });
+    void takeFreeEdges() {
+        if (columns_ != CellColumns::Page) {
+            std::erase_if(freeEdges_,
+                          [this](Micrometres edge) { return edge > gridStart_ && edge < gridEnd_; });
         }
         take(freeEdges_);
     }
 
-    std::vector<Micrometres> done() && { return std::move(cuts_); }
+    std::vector<Micrometres> done() && {
+        if (columns_ == CellColumns::Records && !cuts_.empty()) {
+            if (cuts_.size() > 1 && end_ - cuts_.back() <= kNear) cuts_.pop_back();
+            cuts_.push_back(std::max(end_, cuts_.back() + kNear));
+        }
+        return std::move(cuts_);
+    }
 
 private:
     static Micrometres onDrawing(std::int64_t edge) {
@@ -35,20 +48,31 @@ private:
         return static_cast<Micrometres>(std::clamp<std::int64_t>(edge, 0, kFarthest));
     }
 
+    void add(std::vector<Micrometres>& edges, std::int64_t left, std::int64_t width) {
+        const Micrometres end = onDrawing(left + width);
+        edges.push_back(onDrawing(left));
+        if (columns_ != CellColumns::Records) edges.push_back(end);
+        end_ = std::max(end_, end);
+    }
+
     void take(std::vector<Micrometres>& edges) {
         std::sort(edges.begin(), edges.end());
         for (const Micrometres edge : edges) {
-            const auto behind = std::lower_bound(cuts_.begin(), cuts_.end(), edge);
-            if (behind != cuts_.end() && *behind - edge <= kNear) continue;
-            if (behind != cuts_.begin() && edge - *(behind - 1) <= kNear) continue;
-            cuts_.insert(behind, edge);
+            const auto after = std::lower_bound(cuts_.begin(), cuts_.end(), edge);
+            if (after != cuts_.end() && *after - edge <= kNear) continue;
+            if (after != cuts_.begin() && edge - *(after - 1) <= kNear) continue;
+            cuts_.insert(after, edge);
         }
         edges.clear();
     }
 
+    CellColumns columns_;
     std::vector<Micrometres> gridEdges_;
     std::vector<Micrometres> freeEdges_;
     std::vector<Micrometres> cuts_;
+    Micrometres gridStart_ = limits::kBandMicrometres;
+    Micrometres gridEnd_ = 0;
+    Micrometres end_ = 0;
 };
 
 // Where a report stands on the paper.
@@ -58,32 +82,69 @@ struct Place {
     int depth = 0;  // of sub-reports
 };
 
+GridGeometry geometryOf(const ReportDefinition& report, const LayoutOptions& options, const Place& place) {
+    GridSurroundings surroundings = GridSurroundings::Page;
+    if (!options.paged) {
+        surroundings = GridSurroundings::Endless;
+    } else if (place.depth > 0 || detailColumns(report.page) > 1) {
+        surroundings = GridSurroundings::Box;
+    }
+    return placeColumns(*report.grid, place.width, surroundings);
+}
+
+// Whether the grid shows rows or titles: else its columns are no more than places for the controls of groups.
+bool showsRows(const DetailGrid& grid) {
+    if (std::max(grid.rowHeight, grid.titleHeight) >= kNear) return true;
+    return grid.rowCanGrow && std::any_of(grid.columns.begin(), grid.columns.end(), [](const auto& column) {
+               const auto* const text = std::get_if<TextContent>(&column->content.content);
+               return text == nullptr || !text->text.empty();
+           });
+}
+
+// The sets of columns that go to pages of their own, on top of each other.
+std::vector<ColumnMove> movesOf(const GridGeometry& geometry) {
+    std::vector<ColumnMove> moves(geometry.columns.size());
+    std::vector<std::size_t> slots(moves.size());
+    std::vector<Micrometres> widths;  // of the slots
+    const auto isFixed = [](const PlacedColumn& column) { return column.set == kEverySet; };
+    const auto fixed =
+        static_cast<std::size_t>(std::count_if(geometry.columns.begin(), geometry.columns.end(), isFixed));
+    std::size_t slot = 0;
+    for (std::size_t i = 0; i < moves.size(); ++i) {
+        const PlacedColumn& column = geometry.columns[i];
+        const bool beginsSet = i > fixed && column.set != geometry.columns[i - 1].set;
+        slots[i] = slot = i == 0 ? 0 : beginsSet ? fixed : slot + 1;
+        if (slot == widths.size()) widths.push_back(0);
+        widths[slot] = std::max(widths[slot], column.width);
+    }
+    std::vector<Micrometres> lefts(widths.size());
+    for (std::size_t i = 1; i < widths.size(); ++i) lefts[i] = lefts[i - 1] + widths[i - 1];
+    for (std::size_t i = 0; i < moves.size(); ++i) {
+        const PlacedColumn& column = geometry.columns[i];
+        moves[i] = {column.x, column.width, lefts[slots[i]], widths[slots[i]]};
+    }
+    return moves;
+}
+
+// The columns of the grid by name; of those with the same name the first one counts.
+using ColumnNames = std::map<std::u16string_view, std::size_t>;
+
 class Collector {
 public:
-    Collector(const LayoutOptions& options, Cuts& cuts) : options_(options), cuts_(cuts) {}
-
-    GridGeometry geometryOf(const ReportDefinition& report, const Place& place) const {
-        GridSurroundings surroundings = GridSurroundings::Page;
-        if (!options_.paged) {
-            surroundings = GridSurroundings::Endless;
-        } else if (place.depth > 0 || detailColumns(report.page) > 1) {
-            surroundings = GridSurroundings::Box;
-        }
-        return placeColumns(*report.grid, place.width, surroundings);
-    }
+    Collector(const LayoutOptions& options, CellColumns columns, Cuts& cuts)
+        : options_(options), columns_(columns), cuts_(cuts) {}
 
     void addColumns(const ReportDefinition& report, const Place& place) {
         if (!report.grid) return;
-        const GridGeometry geometry = geometryOf(report, place);
-        const bool repeats = options_.paged && place.depth == 0;
-        std::int64_t left = place.left + geometry.x;
-        for (int i = repeats ? detailColumns(report.page) : 1; i > 0; --i) {
-            for (const PlacedColumn& column : geometry.columns) {
-                if (!column.visible) continue;
-                cuts_.addGridEdge(left + column.x);
-                cuts_.addGridEdge(left + column.x + column.width);
+        const std::vector<ColumnBox> boxes = boxesOf(report, place);
+        if (!showsRows(*report.grid)) {
+            addOuterEdges(report, place, boxes);
+            return;
+        }
+        for (const std::int64_t left : placesOf(report, place)) {
+            for (const ColumnBox& box : boxes) {
+                if (box.visible) cuts_.addGridBox(left + box.x, box.width);
             }
-            left += std::int64_t{place.width} + std::max(report.page.columnGap, 0);
         }
     }
 
@@ -98,29 +159,97 @@ public:
     }
 
 private:
+    struct ColumnBox {
+        std::int64_t x;  // from the left edge of the page's column
+        Micrometres width;
+        bool visible;
+    };
+
+    std::vector<ColumnBox> boxesOf(const ReportDefinition& report, const Place& place) const {
+        const GridGeometry geometry = geometryOf(report, options_, place);
+        const bool moves = geometry.sets > 1 && columns_ != CellColumns::Page;
+        std::vector<ColumnBox> boxes;
+        for (const PlacedColumn& column : geometry.columns) {
+            boxes.push_back({std::int64_t{geometry.x} + column.x, column.width, column.visible});
+        }
+        if (!moves) return boxes;
+        const std::vector<ColumnMove> moved = movesOf(geometry);
+        for (std::size_t i = 0; i < boxes.size(); ++i) {
+            boxes[i] = {std::int64_t{geometry.x} + moved[i].newX, moved[i].newWidth, true};
+        }
+        return boxes;
+    }
+
+    // The left edge of each of the page's columns of detail.
+    std::vector<std::int64_t> placesOf(const ReportDefinition& report, const Place& place) const {
+        const bool repeats = options_.paged && place.depth == 0;
+        const std::int64_t step = std::int64_t{place.width} + std::max(report.page.columnGap, 0);
+        std::vector<std::int64_t> lefts;
+        for (int i = 0; i < (repeats ? detailColumns(report.page) : 1); ++i)
+            lefts.push_back(place.left + i * step);
+        return lefts;
+    }
+
+    // A grid without rows still is what the page begins and ends with.
+    void addOuterEdges(const ReportDefinition& report, const Place& place,
+                       const std::vector<ColumnBox>& boxes) {
+        if (place.depth > 0 || columns_ == CellColumns::Records || boxes.empty()) return;
+        const std::vector<std::int64_t> lefts = placesOf(report, place);
+        const std::int64_t left = lefts.front() + boxes.front().x;
+        std::int64_t right = left;
+        for (const ColumnBox& box : boxes) {
+            if (box.visible) right = std::max(right, lefts.back() + box.x + box.width);
+        }
+        cuts_.addFreeBox(left, right - left);
+    }
+
     void addGridControls(const ReportDefinition& report, const Place& place) {
         if (!report.grid) return;
-        const GridGeometry geometry = geometryOf(report, place);
-        const std::int64_t left = place.left + geometry.x;
-        for (std::size_t i = 0; i < report.grid->columns.size(); ++i) {
-            const PlacedColumn& column = geometry.columns[i];
-            if (!column.visible) continue;
-            addSubReport(report.grid->columns[i]->content, {left + column.x, column.width, place.depth});
-        }
-        for (const auto& group : report.grid->groups) {
-            addSection(group->header, {left, place.width, place.depth});
-            addSection(group->footer, {left, place.width, place.depth});
+        const DetailGrid& grid = *report.grid;
+        const std::vector<ColumnBox> boxes = boxesOf(report, place);
+        const std::int64_t gridX = geometryOf(report, options_, place).x;
+        ColumnNames names;
+        for (std::size_t i = 0; i < boxes.size(); ++i) names.emplace(grid.columns[i]->name, i);
+        const bool columnsShow = showsRows(grid);
+        for (const std::int64_t left : placesOf(report, place)) {
+            for (std::size_t i = 0; i < boxes.size(); ++i) {
+                if (!boxes[i].visible) continue;
+                addSubReport(grid.columns[i]->content, {left + boxes[i].x, boxes[i].width, place.depth});
+            }
+            const auto addGroupSection = [&](const SectionPtr& section) {
+                addSection(section, {left + gridX, place.width, place.depth}, names);
+                if (!columnsShow) addNamedColumns(section, left, names, boxes);
+            };
+            for (const auto& group : grid.groups) {
+                addGroupSection(group->header);
+                addGroupSection(group->footer);
+            }
         }
     }
 
-    void addSection(const SectionPtr& section, const Place& place) {
+    void addSection(const SectionPtr& section, const Place& place, const ColumnNames& columns = {}) {
         if (!section) return;
         for (const auto& control : section->controls.items) {
-            if (!control->column.empty()) continue;  // stands on edges of the grid
+            if (!control->column.empty() && columns.contains(control->column))
+                continue;  // on the grid's edges
             const std::int64_t left = place.left + control->box.x;
-            cuts_.addFreeEdge(left);
-            cuts_.addFreeEdge(left + control->box.width);
+            cuts_.addFreeBox(left, control->box.width);
             addSubReport(*control, {left, control->box.width, place.depth});
+        }
+    }
+
+    // Of a grid without rows the columns that controls name are places like those of free controls.
+    void addNamedColumns(const SectionPtr& section, std::int64_t left, const ColumnNames& names,
+                         const std::vector<ColumnBox>& boxes) {
+        if (!section) return;
+        for (const auto& control : section->controls.items) {
+            const auto first = names.find(control->column);
+            if (control->column.empty() || first == names.end()) continue;
+            const auto to = names.find(control->toColumn);
+            const std::size_t last = to == names.end() ? first->second : std::max(first->second, to->second);
+            const ColumnBox& box = boxes[first->second];
+            const std::int64_t width = boxes[last].x + boxes[last].width - box.x;
+            cuts_.addFreeBox(left + box.x, width);
         }
     }
 
@@ -132,23 +261,36 @@ private:
     }
 
     const LayoutOptions& options_;
+    CellColumns columns_;
     Cuts& cuts_;
 };
+
+Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
+    return {report.page.margins.left, options.paged ? detailWidth(report.page) : printableWidth(report.page),
+            0};
+}
 
 }  // namespace
 
 std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options,
-                                    FreeEdges freeEdges) {
-    Cuts cuts;
-    Collector collector(options, cuts);
-    const Micrometres width = options.paged ? detailWidth(report.page) : printableWidth(report.page);
-    const Place place{report.page.margins.left, width, 0};
+                                    CellColumns columns) {
+    Cuts cuts(columns);
+    Collector collector(options, columns, cuts);
+    const Place place = placeOf(report, options);
     collector.addColumns(report, place);
     cuts.takeGridEdges();
     collector.addControls(report, place);
     cuts.takeGridEdges();  // of sub-reports
-    cuts.takeFreeEdges(freeEdges);
+    cuts.takeFreeEdges();
     return std::move(cuts).done();
+}
+
+std::vector<ColumnMove> columnMoves(const ReportDefinition& report, const LayoutOptions& options,
+                                    CellColumns columns) {
+    if (!report.grid || columns == CellColumns::Page) return {};
+    const GridGeometry geometry = geometryOf(report, options, placeOf(report, options));
+    if (geometry.sets < 2) return {};
+    return movesOf(geometry);
 }
 
 }  // namespace qbsvrl6

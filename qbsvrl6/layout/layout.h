@@ -48,17 +48,25 @@ struct ReportData {
 void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
             PageSink& sink);
 
-// Whether free controls cut the columns of a cell document.
-enum class FreeEdges {
-    Cut,    // yes: for documents that look like the page
-    Yield,  // only beside the detail grids, whose cells then never span columns: for tables of data
+// What the columns of a cell document follow.
+enum class CellColumns {
+    Page,     // each edge on paper is one of a column: for documents that look like the page
+    Grid,     // the detail grids, whose cells then never span columns; free controls have columns of their
+              // own beside them only, or where the grid shows no rows: for workbooks
+    Records,  // the same, and each column ends where the next one begins, so that none is empty: for CSV
 };
 
 // x of each column edge that the detail grids (those of sub-reports among them) and the free controls of the
 // report use, in micrometres from the paper's left edge, ascending and without repeats: the cuts of a cell
 // document. Edges up to a millimetre apart are one; the grids' lead.
 std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options,
-                                    FreeEdges freeEdges = FreeEdges::Cut);
+                                    CellColumns columns = CellColumns::Page);
+
+// Where the cells have each column of a grid that goes on to further pages: but for documents that look like
+// the page, the first columns of all pages are one column of cells, as wide as the widest, and so are the
+// second ones. Empty: no column moves.
+std::vector<ColumnMove> columnMoves(const ReportDefinition& report, const LayoutOptions& options,
+                                    CellColumns columns);
 
 }  // namespace qbsvrl6
 

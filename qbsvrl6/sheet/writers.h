@@ -22,6 +22,8 @@ struct SheetOptions {
     std::shared_ptr<const Picture> background;  // may be null
     Watermark watermark;
     bool rawValues = false;  // CSV: typed values in place of the texts that show them
+    // Of each column of the detail grid; empty: they are where they are on the paper.
+    std::vector<ColumnMove> columnMoves = {};
 };
 
 // `output` holds the whole document after finish().

@@ -13,6 +13,9 @@ namespace {
 // Edges nearer than this are meant to be one.
 constexpr Micrometres kTolerance = kMicrometresPerMillimetre;
 
+// What ends this near to the edge of a cell fills the cell.
+constexpr Micrometres kReach = 3 * kTolerance;
+
 bool isDecoration(const Item& item) {
     return std::holds_alternative<LineItem>(item.content) || std::holds_alternative<BoxItem>(item.content);
 }
@@ -113,8 +116,7 @@ bool CellGrid::placeLikeBefore(Band& band) {
             return false;
         }
     }
-    extents_.clear();
-    addExtent({0, 0, band.width, band.height});
+    extents_.assign(1, {0, band.height, band.height, band.height});
     hasFloats_ = false;
     for (const std::size_t i : pattern_.order) {
         const Region& region = pattern_.regions[i];
@@ -199,7 +201,7 @@ void CellGrid::setRows(Region& region, const Rect& box) const {
 // one of its own only where there is none. Lines and boxes make a row only where nothing else stands in the
 // band.
 void CellGrid::makeRows(const Band& band) {
-    extents_.clear();
+    itemExtents_.clear();
     hasFloats_ = false;
     for (const Item& item : band.items) {
         if (!isPicture(item) && takesCells(item)) addExtent(item.box);
@@ -222,7 +224,7 @@ void CellGrid::makeRows(const Band& band) {
     }
     closeGapsInBoxes(band);
     if (extents_.empty() && std::any_of(band.items.begin(), band.items.end(), isDecoration)) {
-        addExtent({0, 0, band.width, band.height});
+        extents_.push_back({0, band.height, band.height, band.height});
     }
     if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
 }
@@ -238,6 +240,10 @@ void CellGrid::makeExactRows(const Band& band) {
         edges_.push_back(item.box.bottom());
     }
     if (edges_.empty()) return;
+    for (const Item& item : band.items) {
+        if (!std::holds_alternative<LineItem>(item.content) || item.box.height > kTolerance) continue;
+        edges_.push_back(item.box.y);
+    }
     if (band.background) edges_.insert(edges_.end(), {0, band.height});
     std::sort(edges_.begin(), edges_.end());
     std::size_t count = 1;
@@ -247,7 +253,7 @@ void CellGrid::makeExactRows(const Band& band) {
     if (count == 1) edges_[count++] = edges_[0] + kTolerance;
     edges_.resize(count);
     for (std::size_t i = 1; i < count; ++i) {
-        addExtent({0, edges_[i - 1], band.width, edges_[i] - edges_[i - 1]});
+        extents_.push_back({edges_[i - 1], edges_[i], edges_[i], edges_[i] - edges_[i - 1]});
     }
     if (rows_.size() < extents_.size()) rows_.resize(extents_.size());
 }
@@ -267,32 +273,37 @@ void CellGrid::closeGapsInBoxes(const Band& band) {
 }
 
 void CellGrid::addExtent(const Rect& box) {
-    extents_.push_back({box.y, box.bottom(), box.bottom(), box.height, box.x, box.right()});
+    itemExtents_.push_back({box.y, box.bottom(), box.x, box.right()});
 }
 
+// Makes the rows of all extents so far.
 void CellGrid::joinExtents() {
-    std::sort(extents_.begin(), extents_.end(),
-              [](const RowExtent& a, const RowExtent& b) { return a.top < b.top; });
-    std::size_t count = 0;
-    for (const RowExtent& extent : extents_) {
-        if (count > 0 && belongsTo(extents_[count - 1], extent)) {
-            RowExtent& row = extents_[count - 1];
-            row.bottom = std::max(row.bottom, extent.bottom);
-            row.leastBottom = std::min(row.leastBottom, extent.leastBottom);
-            row.leastHeight = std::min(row.leastHeight, extent.leastHeight);
-            row.left = std::min(row.left, extent.left);
-            row.right = std::max(row.right, extent.right);
-        } else {
-            extents_[count++] = extent;
+    std::stable_sort(itemExtents_.begin(), itemExtents_.end(),
+                     [](const ItemExtent& a, const ItemExtent& b) { return a.top < b.top; });
+    extents_.clear();
+    std::size_t rowStart = 0;
+    for (std::size_t i = 0; i < itemExtents_.size(); ++i) {
+        const ItemExtent& item = itemExtents_[i];
+        if (extents_.empty() || !belongsToRow({&itemExtents_[rowStart], i - rowStart}, item)) {
+            rowStart = i;
+            extents_.push_back({item.top, item.bottom, item.bottom, item.bottom - item.top});
+            continue;
         }
+        RowExtent& row = extents_.back();
+        row.bottom = std::max(row.bottom, item.bottom);
+        row.leastBottom = std::min(row.leastBottom, item.bottom);
+        row.leastHeight = std::min(row.leastHeight, item.bottom - item.top);
     }
-    extents_.resize(count);
 }
 
-bool CellGrid::belongsTo(const RowExtent& row, const RowExtent& next) {
-    if (next.top - row.top <= kTolerance) return true;
-    const bool isBeside = next.left >= row.right - kTolerance || next.right <= row.left + kTolerance;
-    return isBeside && 2 * (row.leastBottom - next.top) > std::min(row.leastHeight, next.leastHeight);
+bool CellGrid::belongsToRow(std::span<const ItemExtent> row, const ItemExtent& next) const {
+    const RowExtent& extent = extents_.back();
+    if (next.top - extent.top <= kTolerance) return true;
+    if (2 * (extent.leastBottom - next.top) <= std::min(extent.leastHeight, next.bottom - next.top))
+        return false;
+    return std::all_of(row.begin(), row.end(), [&](const ItemExtent& item) {
+        return next.left >= item.right - kTolerance || next.right <= item.left + kTolerance;
+    });
 }
 
 // A row ends with the lowest of its items, at the latest where the next one begins; what is left between them
@@ -345,7 +356,8 @@ bool CellGrid::takesCells(const Item& item) const {
     if (isDecoration(item)) return false;
     if (isPicture(item)) return fit_ != GridFit::Floating;
     const auto& text = std::get<TextItem>(item.content);
-    if (!text.text.empty() || text.pending || (item.column >= 0 && item.box.height > 0)) return true;
+    if (!text.text.empty() || text.pending || (item.column >= 0 && item.box.height >= kTolerance))
+        return true;
     return item.style != nullptr && (item.style->background || item.style->border != Border{});
 }
 
@@ -399,7 +411,6 @@ void CellGrid::trimRows(Region& region) const {
 
 // What begins or ends well within a column takes all of it where it is free: then it can stand in its place.
 void CellGrid::reachOut() {
-    constexpr Micrometres kReach = 3 * kTolerance;
     for (std::size_t i = 0; i < placed_.size(); ++i) {
         const Item& item = *placed_[i].item;
         if (item.column >= 0 || !isFlush(item)) continue;
@@ -493,6 +504,8 @@ void CellGrid::join(const Region& region, const Item& item) {
     }
     there->text += text;
     there->value = {};
+    const auto* const joined = std::get_if<TextItem>(&item.content);
+    if (joined != nullptr && there->link.empty()) there->link = joined->link;
 }
 
 void CellGrid::addFloat(const Item& item) {
@@ -545,23 +558,16 @@ void CellGrid::fillBackground(const Band& band) {
     }
 }
 
-// Level and upright lines become borders of the cells beside them; slanted ones have no place in a grid.
+// Horizontal and vertical lines become borders of the cells beside them; slanted ones have no place in a
+// grid.
 void CellGrid::drawLine(const Item& item, const LineContent& content) {
     const Rect& box = item.box;
     const BorderLine line{std::max(content.width, 1), content.color, content.dashed};
-    Region region;
-    setColumns(region, box);
-    setRows(region, box);
     if (box.height <= kTolerance) {
-        const bool isAbove = box.y <= extents_[static_cast<std::size_t>(region.row)].top + kTolerance;
-        for (int column = region.column; column < region.columnEnd; ++column) {
-            Cell& cell = cellAt(region.row, column);
-            const Region& around = regions_[static_cast<std::size_t>(owner(region.row, column))];
-            // Through a cell that spans rows there is no line.
-            if (isAbove && around.row == region.row) strengthen(cell.border.top, line);
-            if (!isAbove && around.rowEnd == region.row + 1) strengthen(cell.border.bottom, line);
-        }
+        drawHorizontalLine(item, line);
     } else if (box.width <= kTolerance) {
+        Region region;
+        setRows(region, box);
         const int cut = cutNear(x_ + box.x);
         for (int row = region.row; row < region.rowEnd; ++row) {
             if (cut < columnCount()) {
@@ -571,10 +577,59 @@ void CellGrid::drawLine(const Item& item, const LineContent& content) {
             }
         }
     } else if (fit_ == GridFit::Floating) {
-        addFloat(item);
+        floatLine(item);
     } else {
-        ++slantedLines_;
+        ++lostLines_;
     }
+}
+
+// The rows keep the room that the line has on paper.
+void CellGrid::floatLine(const Item& item) {
+    hasFloats_ = true;
+    extents_.front().top = std::min(extents_.front().top, item.box.y);
+    addFloat(item);
+}
+
+// A line that ends within a cell, or goes through one that spans rows, is no border: it lies above the cells,
+// or, where nothing does, becomes the border of the cells that it covers for the most part.
+void CellGrid::drawHorizontalLine(const Item& item, const BorderLine& line) {
+    const Rect& box = item.box;
+    Region region;
+    setColumns(region, box);
+    setRows(region, box);
+    const bool isAbove = box.y <= extents_[static_cast<std::size_t>(region.row)].top + kTolerance;
+    const Micrometres left = x_ + box.x;
+    const Micrometres right = x_ + box.right();
+    const auto cutAt = [&](int cut) { return cuts_[static_cast<std::size_t>(cut)]; };
+    const auto regionAt = [&](int column) {
+        const int index = owner(region.row, column);
+        return index < 0 ? Region{column, column + 1, region.row, region.row + 1}
+                         : regions_[static_cast<std::size_t>(index)];
+    };
+    const auto hasEdge = [&](const Region& cell) {
+        return isAbove ? cell.row == region.row : cell.rowEnd == region.row + 1;
+    };
+    const auto covered = [&](const Region& cell) {
+        return std::min(right, cutAt(cell.columnEnd)) - std::max(left, cutAt(cell.column));
+    };
+    const auto width = [&](const Region& cell) { return cutAt(cell.columnEnd) - cutAt(cell.column); };
+    bool isBorder = true;
+    for (int column = region.column; column < region.columnEnd;) {
+        const Region cell = regionAt(column);
+        isBorder = isBorder && hasEdge(cell) && width(cell) - covered(cell) <= kReach;
+        column = cell.columnEnd;
+    }
+    if (!isBorder && fit_ == GridFit::Floating) return floatLine(item);
+    bool isLost = true;
+    for (int column = region.column; column < region.columnEnd;) {
+        const Region cell = regionAt(column);
+        column = cell.columnEnd;
+        if (!hasEdge(cell) || 2 * std::int64_t{covered(cell)} < width(cell)) continue;
+        Border& border = cellAt(region.row, cell.column).border;
+        strengthen(isAbove ? border.top : border.bottom, line);
+        isLost = false;
+    }
+    lostLines_ += isLost ? 1 : 0;
 }
 
 void CellGrid::drawBox(const Rect& box, const Border& border, const std::optional<Color>& fill) {
@@ -618,8 +673,10 @@ void CellGrid::reportLosses() const {
                    " items overlap in the cells of the export and were moved or joined; the first reads \"" +
                    firstOverlap_ + "\"");
     }
-    if (slantedLines_ > 0) {
-        logWarning(std::to_string(slantedLines_) + " slanted lines have no place in the cells of the export");
+    if (lostLines_ > 0) {
+        logWarning(std::to_string(lostLines_) +
+                   " lines, slanted or shorter than the cells beside them, have no place in the cells of the "
+                   "export");
     }
 }
 

@@ -87,6 +87,10 @@ private:
         Micrometres top = 0, bottom = 0;
         // Of the items that begin here.
         Micrometres leastBottom = 0, leastHeight = 0;
+    };
+    // What makes a row.
+    struct ItemExtent {
+        Micrometres top = 0, bottom = 0;
         Micrometres left = 0, right = 0;
     };
     // Columns of the items of the last row band, which the next one mostly repeats.
@@ -113,7 +117,7 @@ private:
     void closeGapsInBoxes(const Band& band);
     void addExtent(const Rect& box);
     void joinExtents();
-    static bool belongsTo(const RowExtent& row, const RowExtent& next);
+    bool belongsToRow(std::span<const ItemExtent> row, const ItemExtent& next) const;
     void settleHeights(const Band& band, Micrometres y);
     void settleInsets();
     bool takesCells(const Item& item) const;
@@ -127,6 +131,8 @@ private:
     void addFloat(const Item& item);
     void fillBackground(const Band& band);
     void drawLine(const Item& item, const LineContent& line);
+    void drawHorizontalLine(const Item& item, const BorderLine& line);
+    void floatLine(const Item& item);
     void drawBox(const Rect& box, const Border& border, const std::optional<Color>& fill);
     void collectCells();
     void styleCell(Cell& cell, const Band& band) const;
@@ -150,6 +156,7 @@ private:
 
     // Of the band under way.
     Micrometres x_ = 0;
+    std::vector<ItemExtent> itemExtents_;  // by top
     std::vector<RowExtent> extents_;
     std::vector<Micrometres> edges_;  // of exact rows
     bool hasFloats_ = false;
@@ -159,7 +166,7 @@ private:
     std::vector<CellRow> rows_;    // never shrinks; the first rowCount() are the result
 
     int overlaps_ = 0;
-    int slantedLines_ = 0;
+    int lostLines_ = 0;
     std::string firstOverlap_;
 };
 

@@ -1,10 +1,20 @@
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace qbsvrl6 {
+
+namespace {
+
+// On a page, rows without height show no text.
+void removeHiddenTexts(Band& band) {
+    if (band.height > 0) return;
+    std::erase_if(band.items,
+                  [](const Item& item) { return std::holds_alternative<TextItem>(item.content); });
+}
+
+}  // namespace
 
 void CellSink::beginPage(const PageInfo& page) {
     grid_.beginPage(page.margins.top);
@@ -12,34 +22,42 @@ void CellSink::beginPage(const PageInfo& page) {
 }
 
 void CellSink::band(Band&& band, Micrometres x, Micrometres y) {
-    const bool standsBeside = held_ && y == heldY_ && band.kind == held_->kind && x >= heldX_ + held_->width;
-    if (!standsBeside) {
-        writeHeld();
-        held_ = std::move(band);
-        heldX_ = x;
-        heldY_ = y;
-        return;
-    }
-    for (Item& item : band.items) item.box.x += x - heldX_;
-    held_->items.insert(held_->items.end(), std::make_move_iterator(band.items.begin()),
-                        std::make_move_iterator(band.items.end()));
-    held_->width = x - heldX_ + band.width;
-    held_->height = std::max(held_->height, band.height);
+    if (isPaged_) removeHiddenTexts(band);
+    if (band.items.empty() && band.height == 0) return;
+    if (!columnMoves_.empty() && band.inGrid) moveColumns(band);
+    // Nothing is side by side where there are no pages, though many rows without height have one place.
+    if (!isPaged_ || !strip_.takes(band, x, y)) writeStrip();
+    strip_.add(std::move(band), x, y);
 }
 
-void CellSink::writeHeld() {
-    if (!held_) return;
-    if (keepBand(*held_, heldX_, heldY_)) {
-        held_.reset();
-        return;
+// Puts items of moved columns where the cells have these columns.
+void CellSink::moveColumns(Band& band) const {
+    const auto count = static_cast<int>(columnMoves_.size());
+    for (Item& item : band.items) {
+        if (item.column < 0 || item.column >= count || item.lastColumn >= count) continue;
+        const ColumnMove& first = columnMoves_[static_cast<std::size_t>(item.column)];
+        const ColumnMove& last =
+            columnMoves_[static_cast<std::size_t>(std::max(item.column, item.lastColumn))];
+        const bool fills = item.box.x == first.x && item.box.right() == last.x + last.width;
+        item.box.x += first.newX - first.x;
+        // What fills columns fills them in the cells too; parts of a cell keep their width.
+        if (fills) item.box.width = last.newX + last.newWidth - item.box.x;
+        band.width = std::max(band.width, item.box.right());
     }
-    const std::span<const CellRow> rows = grid_.place(*held_, heldX_, heldY_);
-    if (!rows.empty()) writeRows(*held_, rows);
-    held_.reset();
+}
+
+void CellSink::writeStrip() {
+    if (strip_.isEmpty()) return;
+    Band& band = strip_.band();
+    if (!keepBand(band, strip_.x(), strip_.y())) {
+        const std::span<const CellRow> rows = grid_.place(band, strip_.x(), strip_.y());
+        if (!rows.empty()) writeRows(band, rows);
+    }
+    strip_.clear();
 }
 
 void CellSink::endPage() {
-    writeHeld();
+    writeStrip();
     closePage();
 }
 

@@ -2,9 +2,10 @@
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_SINK_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_SINK_H
 
-#include <optional>
 #include <span>
+#include <vector>
 
+#include "qbsvrl6/sheet/grid/band_strip.h"
 #include "qbsvrl6/sheet/grid/cell_grid.h"
 #include "qbsvrl6/sheet/writers.h"
 
@@ -18,7 +19,10 @@ public:
     void finish(PendingTexts& pending) final;
 
 protected:
-    CellSink(const SheetOptions& options, GridFit fit) : grid_(options.cuts, options.page.paper.width, fit) {}
+    CellSink(const SheetOptions& options, GridFit fit)
+        : grid_(options.cuts, options.page.paper.width, fit),
+          columnMoves_(options.columnMoves),
+          isPaged_(options.paged) {}
 
     const CellGrid& grid() const { return grid_; }
 
@@ -32,14 +36,14 @@ private:
     // Settles the late texts and completes the document.
     virtual void close(PendingTexts& pending) = 0;
 
-    void writeHeld();
+    void moveColumns(Band& band) const;
+    void writeStrip();
 
     CellGrid grid_;
+    std::vector<ColumnMove> columnMoves_;
+    bool isPaged_;
     int pages_ = 0;
-    // The last band, since what comes next may stand beside it: labels, and columns of detail.
-    std::optional<Band> held_;
-    Micrometres heldX_ = 0;
-    Micrometres heldY_ = 0;
+    BandStrip strip_;
 };
 
 }  // namespace qbsvrl6

@@ -39,14 +39,76 @@ TEST(ColumnCuts, LetTheGridsLead) {
     report.pageHeader = sectionWith({{100, 20}});
     const LayoutOptions all;
     EXPECT_EQ(millimetres(columnCuts(report, all)), (std::vector<int>{15, 45, 60, 75, 105, 115, 135, 195}));
-    EXPECT_EQ(millimetres(columnCuts(report, all, FreeEdges::Yield)),
+    EXPECT_EQ(millimetres(columnCuts(report, all, CellColumns::Grid)),
               (std::vector<int>{15, 45, 105, 115, 135, 195}));
     LayoutOptions onlyGrid;
     onlyGrid.onlyDetailGrid = true;
     EXPECT_EQ(millimetres(columnCuts(report, onlyGrid)), (std::vector<int>{15, 45, 105}));
     report.grid = nullptr;
-    EXPECT_EQ(millimetres(columnCuts(report, all, FreeEdges::Yield)),
+    EXPECT_EQ(millimetres(columnCuts(report, all, CellColumns::Grid)),
               (std::vector<int>{15, 60, 75, 115, 135, 195}));
+}
+
+// Labels: a grid that shows no rows leads no longer, and each of the page's columns has the same edges.
+TEST(ColumnCuts, RepeatInThePagesColumns) {
+    ReportDefinition report;
+    report.page.columns = 3;
+    report.page.columnGap = 0;
+    report.grid = gridOf({34, 26});
+    report.grid->columns[0]->name = u"A";
+    report.grid->columns[1]->name = u"B";
+    report.grid->groups.push_back(std::make_unique<Group>());
+    SectionPtr& header = report.grid->groups[0]->header;
+    const struct {
+        const char* name;
+        int rowHeight;
+        bool namesColumn;
+        CellColumns columns;
+        std::vector<int> expected;
+    } cases[] = {
+        {"rows", 6, false, CellColumns::Grid, {15, 49, 75, 109, 135, 169, 195}},
+        {"rows, as records", 6, false, CellColumns::Records, {15, 49, 75, 109, 135, 169, 195}},
+        {"rows and free edges",
+         6,
+         false,
+         CellColumns::Page,
+         {15, 17, 47, 49, 51, 73, 75, 77, 107, 109, 111, 133, 135, 137, 167, 169, 171, 193, 195}},
+        {"no rows",
+         0,
+         false,
+         CellColumns::Grid,
+         {15, 17, 47, 51, 73, 77, 107, 111, 133, 137, 167, 171, 193, 195}},
+        {"no rows, as records", 0, false, CellColumns::Records, {17, 51, 77, 111, 137, 171, 193}},
+        {"no rows, a named column", 0, true, CellColumns::Records, {15, 51, 75, 111, 135, 171, 193}},
+    };
+    for (const auto& one : cases) {
+        report.grid->titleHeight = 0;
+        report.grid->rowHeight = one.rowHeight * kMm;
+        header = sectionWith({{2, 30}, {36, 22}});
+        if (one.namesColumn) header->controls.items[0]->column = u"A";
+        EXPECT_EQ(millimetres(columnCuts(report, {}, one.columns)), one.expected) << one.name;
+    }
+}
+
+// Columns that go on to further pages are those of the first page, as wide as the widest.
+TEST(ColumnCuts, ShareTheColumnsOfAllPages) {
+    ReportDefinition report;  // 180 mm between its margins
+    report.grid = gridOf({40, 60, 70, 80, 30});
+    report.grid->adapt = ColumnAdapt::ToNewPageRepeatFixed;
+    report.grid->fixedColumns = 1;
+    EXPECT_EQ(millimetres(columnCuts(report, {})), (std::vector<int>{15, 55, 115, 135, 165, 185}));
+    for (const CellColumns columns : {CellColumns::Grid, CellColumns::Records}) {
+        EXPECT_EQ(millimetres(columnCuts(report, {}, columns)), (std::vector<int>{15, 55, 135, 205}));
+    }
+    std::vector<int> moved;
+    for (const ColumnMove& move : columnMoves(report, {}, CellColumns::Grid)) {
+        moved.insert(moved.end(), {move.x / kMm, move.newX / kMm, move.newWidth / kMm});
+    }
+    EXPECT_EQ(moved, (std::vector<int>{0, 0, 40, 40, 40, 80, 100, 120, 70, 40, 40, 80, 120, 120, 70}));
+    EXPECT_TRUE(columnMoves(report, {}, CellColumns::Page).empty());
+    LayoutOptions continuous;
+    continuous.paged = false;
+    EXPECT_TRUE(columnMoves(report, continuous, CellColumns::Grid).empty());
 }
 
 TEST(ColumnCuts, TakeInSubReports) {
@@ -62,7 +124,7 @@ TEST(ColumnCuts, TakeInSubReports) {
     report.reportHeaders.push_back(sectionWith({{10, 60}}));
     subReport(*report.reportHeaders[0]->controls.items[0], {40});
     // The grid 15, 45, 135; its cell's 45, 65, 90; the header's 25, 65.
-    EXPECT_EQ(millimetres(columnCuts(report, {}, FreeEdges::Yield)),
+    EXPECT_EQ(millimetres(columnCuts(report, {}, CellColumns::Grid)),
               (std::vector<int>{15, 25, 45, 65, 90, 135}));
 }
 

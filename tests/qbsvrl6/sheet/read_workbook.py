@@ -1,6 +1,8 @@
 """Prints what a spreadsheet program sees in a workbook, one fact a line: python3 read_workbook.py FILE"""
 import datetime
+import re
 import sys
+import zipfile
 
 
 def show(value):
@@ -26,6 +28,13 @@ def read_xlsx(path):
 
     book = openpyxl.load_workbook(path)
     print("title", book.properties.title)
+    # The reader makes a link of several cells one of each.
+    with zipfile.ZipFile(path) as package:
+        parts = {name: package.read(name).decode() for name in package.namelist() if name.endswith(("xml", "rels"))}
+    targets = dict(re.findall(r'Id="(rIdLink\d+)"[^>]* Target="([^"]*)"', "".join(parts.values())))
+    print("links", sorted((area, targets[number][:30]) for area, number in
+                          re.findall(r'<hyperlink ref="([^"]*)" r:id="([^"]*)"', "".join(parts.values()))))
+    print("lines", "".join(parts.values()).count("<xdr:cxnSp>"))
     for sheet in book.worksheets:
         print("sheet", sheet.title, "freeze", sheet.freeze_panes, "titles", sheet.print_title_rows)
         print("page", sheet.page_setup.paperSize, sheet.page_setup.orientation, sheet.page_setup.scale,
@@ -71,6 +80,8 @@ def read_xls(path):
         names = lambda r, c: xlrd.cellname(r, c)
         print("merged", sorted("%s:%s" % (names(r1, c1), names(r2 - 1, c2 - 1))
                                for r1, r2, c1, c2 in sheet.merged_cells))
+        areas = [((n.frowx, n.fcolx), (n.lrowx, n.lcolx), n.url_or_path[:30]) for n in sheet.hyperlink_list]
+        print("links", sorted((names(*a) if a == b else names(*a) + ":" + names(*b), url) for a, b, url in areas))
         for row in range(sheet.nrows):
             for column in range(sheet.ncols):
                 cell = sheet.cell(row, column)

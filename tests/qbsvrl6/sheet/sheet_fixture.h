@@ -99,17 +99,9 @@ public:
         sink_->band(std::move(band), 15 * kMm, y_);
         y_ += height;
     }
-    // Bands side by side, from left to right.
-    void putBeside(std::vector<Band> bands) {
-        Micrometres x = 15 * kMm;
-        Micrometres height = 0;
-        for (Band& band : bands) {
-            height = std::max(height, band.height);
-            const Micrometres width = band.width;
-            sink_->band(std::move(band), x, y_);
-            x += width;
-        }
-        y_ += height;
+    // In millimetres from the page's upper left corner between the margins.
+    void putAt(Micrometres x, Micrometres y, Band band) {
+        sink_->band(std::move(band), (15 + x) * kMm, page_.margins.top + y * kMm);
     }
     // Texts side by side in columns of 30 mm, 6 mm high.
     void row(BandKind kind, const std::vector<std::u16string>& texts, const ResolvedStyle* style = nullptr) {

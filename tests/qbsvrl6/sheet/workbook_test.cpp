@@ -267,6 +267,58 @@ TEST_P(Workbook, KeepsHostileTextAsData) {
     EXPECT_EQ(facts.find("javascript"), std::string::npos);
 }
 
+// Of a span the link is that of all its cells, and of texts that are joined the first one that has any. What
+// a spreadsheet program would take for damage is none.
+TEST_P(Workbook, KeepsLinksThatASheetCanHold) {
+    const auto linked = [](Rect box, const char16_t* text, std::u16string address) {
+        Item item = textAt(box, text);
+        std::get<TextItem>(item.content).link = std::move(address);
+        return item;
+    };
+    const std::u16string longest = u"https://x/" + std::u16string(2'079 - 10, u'y');
+    SheetFeed feed = Workbook::feed({0, 30, 60});
+    feed.put(
+        bandOf(BandKind::ReportHeader, 12,
+               {linked({0, 0, 60, 6}, u"wide", u"https://wide/"), linked({0, 0, 30, 6}, u"joined", u"tel:2"),
+                linked({0, 6, 30, 6}, u"b", u"https://one/")}));
+    feed.put(bandOf(BandKind::ReportHeader, 12,
+                    {textAt({0, 0, 60, 6}, u"plain"), linked({0, 0, 30, 6}, u"joined", u"https://joined/"),
+                     linked({0, 6, 30, 6}, u"b", longest), linked({30, 6, 30, 6}, u"c", longest + u"z")}));
+    feed.put(bandOf(
+        BandKind::ReportHeader, 12,
+        {linked({0, 0, 30, 12}, u"tall", u"https://tall/"), linked({30, 0, 30, 6}, u"d", u"https://x/\ny"),
+         linked({30, 6, 30, 6}, u"e", u"https://x/\x1")}));
+    EXPECT_EQ(only(factsOf(feed), {"links"}),
+              "links [('A1:B1', 'https://wide/'), ('A2', 'https://one/'), ('A3:B3', 'https://joined/'), "
+              "('A4', 'https://x/yyyyyyyyyyyyyyyyyyyy'), ('A5:A6', 'https://tall/')]\n");
+}
+
+// A line that ends within a cell lies above the cells, where it is on paper; one that ends with them is a
+// border.
+TEST_P(Workbook, DrawsLinesAsLongAsTheyAre) {
+    const auto lineAt = [](Rect box) {
+        Item line = textAt(box, u"");
+        line.content = LineItem{};
+        return line;
+    };
+    SheetFeed feed = Workbook::feed({0, 30, 60, 90});
+    feed.put(
+        bandOf(BandKind::ReportHeader, 14,
+               {textAt({0, 0, 90, 6}, u"wide"), lineAt({30, 6, 30, 0}), textAt({0, 8, 90, 6}, u"below")}));
+    feed.put(bandOf(BandKind::ReportHeader, 6, {textAt({0, 0, 90, 6}, u"wide"), lineAt({1, 6, 88, 0})}));
+    feed.put(bandOf(BandKind::ReportHeader, 6, {textAt({30, 0, 30, 6}, u"one"), lineAt({30, 6, 30, 0})}));
+    const std::string all = factsOf(feed);
+    const std::string facts = only(all, {"A1", "A2", "A3", "B4"});
+    std::string borders;
+    for (std::size_t place = 0; (place = facts.find(" h", place)) != std::string::npos; ++place) {
+        borders += facts.substr(place - 4, 4) + ' ';
+    }
+    EXPECT_EQ(borders, "---- ---- ---t ---t ") << facts;
+    if (isXlsx()) {
+        EXPECT_EQ(only(all, {"lines"}), "lines 1\n");
+    }
+}
+
 TEST_P(Workbook, GivesTheSameBytesAgain) {
     const auto write = [] {
         SheetFeed feed = Workbook::feed({0, 30, 60, 90}, true);
