@@ -132,7 +132,8 @@ enum tagQBBarcodeType : std::int32_t {
 };
 
 // Event handlers. The engine calls through the virtual table, whose order is part of the interface:
-// destructor, deleting destructor, Execute. Derive singly, and let no exception leave Execute.
+// destructor, deleting destructor, Execute. Derive singly, An exception
+// that leaves Execute ends the export that called it, with its message in the log.
 
 // An export begins; the options may still be changed.
 class CqbExportEventInfo {
@@ -163,7 +164,7 @@ extern "C" {
 
 // Names the directory in which the engine is set up, without closing separator.
 QBSVR_API int QBInitConfig(const quillbrook::lkchar* setupPath);
-// Path of the engine's library file, its version, and its architecture.
+// Path of the engine's library file, its version, and the architecture that it was built for.
 QBSVR_API const quillbrook::lkchar* QBGetModulePath();
 QBSVR_API const quillbrook::lkchar* QBGetModuleVersion();
 QBSVR_API const quillbrook::lkchar* QBGetModuleInfo();
@@ -179,6 +180,7 @@ QBSVR_API void QBObjectAssign(quillbrook::tagQBReport* target, quillbrook::tagQB
 
 // Replaces the report's template by the one in the file. The report may be loaded any number of times.
 QBSVR_API int QBReportLoadFromFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
+// Files are written whole or not at all, here and by exports: a failure, or a kill, leaves what was there.
 QBSVR_API int QBReportSaveToFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 // Sets the picture behind every page.
 QBSVR_API void QBReportSetBackImageFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
@@ -226,7 +228,9 @@ QBSVR_API quillbrook::tagQBExportOption* QBReportPrepareExport(quillbrook::tagQB
 QBSVR_API quillbrook::tagQBBinaryObject* QBReportExportToBinaryObject(quillbrook::tagQBReport* report);
 QBSVR_API int QBReportExport(quillbrook::tagQBReport* report, int showOptions);
 QBSVR_API int QBReportUnprepareExport(quillbrook::tagQBReport* report);
-// Length in bytes, and the bytes.
+// Length in bytes, and the bytes. A binary object lives until QBReportUnprepareExport, which may be called
+// without a prepared export, or QBReportRelease of its report, whatever else is exported or loaded meanwhile.
+// Beyond 256 MB a report's objects go to temporary files without a name.
 QBSVR_API int QBBinaryObjectGetDataSize(quillbrook::tagQBBinaryObject* object);
 QBSVR_API const void* QBBinaryObjectGetDataBuf(quillbrook::tagQBBinaryObject* object);
 
@@ -264,6 +268,7 @@ QBSVR_API quillbrook::tagQBSection* QBReportHeadersAdd(quillbrook::tagQBReportHe
 QBSVR_API void QBSectionSetHeight(quillbrook::tagQBSection* section, double height);
 QBSVR_API void QBSectionSetCanGrow(quillbrook::tagQBSection* section, int on);
 QBSVR_API quillbrook::tagQBControls* QBSectionGetControls(quillbrook::tagQBSection* section);
+// Null where sub-reports would be nested more than 16 deep.
 QBSVR_API quillbrook::tagQBControl* QBControlsAdd(quillbrook::tagQBControls* controls,
                                                   quillbrook::tagQBControlType type);
 QBSVR_API quillbrook::tagQBControlType QBControlGetControlType(quillbrook::tagQBControl* control);
@@ -301,8 +306,8 @@ QBSVR_API void QBChartSetSeriesLabel(quillbrook::tagQBChart* chart, int seriesIn
 
 // ---- Events
 
-// Each takes ownership of the handler, which a null report deletes at once, and replaces the one attached
-// before.
+// Each takes ownership of the handler, which a null report deletes at once. Of several handlers of one event
+// the last one is called, of a null one none. All of them live as long as the report.
 QBSVR_API void QBAttachEventExportBegin(quillbrook::tagQBReport* report,
                                         quillbrook::CqbExportEventInfo* handler);
 QBSVR_API void QBAttachEventInitialize(quillbrook::tagQBReport* report,
@@ -317,6 +322,7 @@ QBSVR_API quillbrook::tagQBUtility* QBReportGetUtility(quillbrook::tagQBReport* 
 QBSVR_API const quillbrook::lkchar* QBUtilityNumberFormat(quillbrook::tagQBUtility* utility,
                                                           const quillbrook::lkchar* format, double number);
 // The SVG text of a barcode, or null. `json` is an object with "codepage", "requireShowText", "text", "type".
+// The text is shown below bars only: symbols of two dimensions (types 50 to 55) have no line for it.
 // Needs no report.
 QBSVR_API const quillbrook::lkchar* QBGenerateBarcodeGraph(const quillbrook::lkchar* json);
 

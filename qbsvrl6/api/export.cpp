@@ -1,6 +1,7 @@
 #include "qbsvrl6/api/export.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "qbsvrl6/api/drawings.h"
@@ -79,33 +80,39 @@ private:
     std::vector<std::pair<ChartContent*, ChartData>> kept_;
 };
 
-// Handlers are the caller's code and must not raise: where one does, the process ends with what it raised.
-
-void fireInitialize(const RunningExport& running) noexcept {
-    for (Report* report : running.reports()) {
-        Runtime* runtime = findRuntime(*report);
-        if (runtime != nullptr && runtime->handlers.initialize) runtime->handlers.initialize->Execute();
+// Handlers are the caller's code. What one raises ends this export, and goes to the log with the event's
+// name.
+template <class Handler, class... Arguments>
+void fire(const char* event, const HandlerSlot<Handler>& slot, Arguments... arguments) {
+    if (slot.current() == nullptr) return;
+    const auto failed = [&](const std::string& cause) {
+        return EngineError(ErrorCode::NotSupported,
+                           "the handler of the event " + std::string(event) + " raised " + cause);
+    };
+    try {
+        slot.current()->Execute(arguments...);
+    } catch (const std::exception& error) {
+        throw failed(std::string("an exception: ") + error.what());
+    } catch (...) {
+        throw failed("something that is no exception");
     }
 }
 
-void fireExportBegin(Runtime& runtime, ExportOptions& options) noexcept {
-    if (runtime.handlers.exportBegin)
-        runtime.handlers.exportBegin->Execute(toHandle<tagQBExportOption>(&options));
-}
-
-void fireChartRequest(CqbChartEventInfo& handler, Control& control) noexcept {
-    handler.Execute(toHandle<tagQBChart>(&control));
+void fireInitialize(const RunningExport& running) {
+    for (Report* report : running.reports()) {
+        if (const Runtime* runtime = findRuntime(*report)) fire("Initialize", runtime->handlers.initialize);
+    }
 }
 
 // Each chart asks the handler of its own report, or of the nearest one around that has a handler.
 void requestChartData(Report& report, Runtime* handlerOwner, ChartDataRestorer& restorer) {
     Runtime* own = findRuntime(report);
-    if (own != nullptr && own->handlers.chartRequestData) handlerOwner = own;
+    if (own != nullptr && own->handlers.chartRequestData.current()) handlerOwner = own;
     for (Control* control : allControls(report.definition)) {
         if (auto* chart = std::get_if<ChartContent>(&control->content)) {
-            if (handlerOwner == nullptr || !handlerOwner->handlers.chartRequestData) continue;
+            if (handlerOwner == nullptr || !handlerOwner->handlers.chartRequestData.current()) continue;
             restorer.keep(*chart);
-            fireChartRequest(*handlerOwner->handlers.chartRequestData, *control);
+            fire("ChartRequestData", handlerOwner->handlers.chartRequestData, toHandle<tagQBChart>(control));
         } else if (auto* subReport = std::get_if<SubReportContent>(&control->content)) {
             requestChartData(*subReport->report, handlerOwner, restorer);
         }
@@ -183,7 +190,7 @@ std::string exportReport(Runtime& runtime, ExportOptions& options, std::vector<s
     return aboutTemplate(runtime, [&] {
         const RunningExport running(runtime.report);
         fireInitialize(running);
-        fireExportBegin(runtime, options);
+        fire("ExportBegin", runtime.handlers.exportBegin, toHandle<tagQBExportOption>(&options));
         std::string document = makeDocument(runtime.report, options, furtherFiles);
         running.refuseIfReleased();
         return document;

@@ -1,9 +1,13 @@
-// What stands around the body of every exported function: no exception leaves the library.
+// What stands around the body of every exported function: no exception leaves the library, and a null handle
+// is nothing to work on.
 #ifndef QBSVR_QBSVRL6_API_GUARD_H
 #define QBSVR_QBSVRL6_API_GUARD_H
 
 #include <string_view>
+#include <type_traits>
 #include <utility>
+
+#include "qbsvrl6/api/handles.h"
 
 namespace qbsvrl6 {
 
@@ -27,6 +31,29 @@ void guarded(const char* function, Body&& body) noexcept {
         std::forward<Body>(body)();
     } catch (...) {
         logCaughtException(function);
+    }
+}
+
+// The body is given the object behind the handle. Its result; `failure` for a handle of nothing and where it
+// raises.
+template <class Handle, class Result, class Body>
+Result withObjectOr(const char* function, Handle* handle, Result failure, Body&& body) noexcept {
+    return guarded(function, failure, [&]() -> Result {
+        auto* const object = fromHandle(handle);
+        return object == nullptr ? failure : std::forward<Body>(body)(*object);
+    });
+}
+
+// The same with null, zero or nothing as the failure.
+template <class Handle, class Body>
+auto withObject(const char* function, Handle* handle, Body&& body) noexcept {
+    using Result = std::invoke_result_t<Body&, decltype(*fromHandle(handle))>;
+    if constexpr (std::is_void_v<Result>) {
+        guarded(function, [&] {
+            if (auto* const object = fromHandle(handle)) body(*object);
+        });
+    } else {
+        return withObjectOr(function, handle, Result{}, std::forward<Body>(body));
     }
 }
 

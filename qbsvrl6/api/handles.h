@@ -1,9 +1,9 @@
 // Handles of the C interface and the objects behind them.
 //
-//   tagQBReport, tagQBPrinter, tagQBUtility     Report: checked to be alive
+//   tagQBReport, tagQBReportHeaders,
+//   tagQBPrinter, tagQBUtility                  Report: checked to be alive
 //   tagQBDetailGrid                             DetailGrid
 //   tagQBRecordset                              DataSource, of a grid
-//   tagQBReportHeaders                          std::vector<SectionPtr>
 //   tagQBSection                                Section
 //   tagQBControls                               ControlList
 //   tagQBControl, tagQBChart                    Control
@@ -35,9 +35,6 @@ inline DetailGrid* fromHandle(quillbrook::tagQBDetailGrid* handle) {
 inline DataSource* fromHandle(quillbrook::tagQBRecordset* handle) {
     return reinterpret_cast<DataSource*>(handle);
 }
-inline std::vector<SectionPtr>* fromHandle(quillbrook::tagQBReportHeaders* handle) {
-    return reinterpret_cast<std::vector<SectionPtr>*>(handle);
-}
 inline Section* fromHandle(quillbrook::tagQBSection* handle) { return reinterpret_cast<Section*>(handle); }
 inline ControlList* fromHandle(quillbrook::tagQBControls* handle) {
     return reinterpret_cast<ControlList*>(handle);
@@ -52,17 +49,37 @@ inline BinaryObject* fromHandle(quillbrook::tagQBBinaryObject* handle) {
 }
 
 // The export option handles are one object seen in five ways.
-template <class Handle>
-ExportOptions* optionsFrom(Handle* handle) {
+inline ExportOptions* fromHandle(quillbrook::tagQBExportOption* handle) {
+    return reinterpret_cast<ExportOptions*>(handle);
+}
+inline ExportOptions* fromHandle(quillbrook::tagQBE2CellOption* handle) {
+    return reinterpret_cast<ExportOptions*>(handle);
+}
+inline ExportOptions* fromHandle(quillbrook::tagQBE2XLSOption* handle) {
+    return reinterpret_cast<ExportOptions*>(handle);
+}
+inline ExportOptions* fromHandle(quillbrook::tagQBE2IMGOption* handle) {
+    return reinterpret_cast<ExportOptions*>(handle);
+}
+inline ExportOptions* fromHandle(quillbrook::tagQBE2PDFOption* handle) {
     return reinterpret_cast<ExportOptions*>(handle);
 }
 
-// The report behind a handle of a report, a printer or a utility; null for null and for a report that is
-// gone.
-template <class Handle>
-Report* reportFrom(Handle* handle) {
-    auto* report = reinterpret_cast<Report*>(handle);
+// A report, its headers, a printer and a utility are the report; null for a report that is gone.
+inline Report* liveReport(Report* report) {
     return report != nullptr && isLiveReport(report) ? report : nullptr;
+}
+inline Report* fromHandle(quillbrook::tagQBReport* handle) {
+    return liveReport(reinterpret_cast<Report*>(handle));
+}
+inline Report* fromHandle(quillbrook::tagQBReportHeaders* handle) {
+    return liveReport(reinterpret_cast<Report*>(handle));
+}
+inline Report* fromHandle(quillbrook::tagQBPrinter* handle) {
+    return liveReport(reinterpret_cast<Report*>(handle));
+}
+inline Report* fromHandle(quillbrook::tagQBUtility* handle) {
+    return liveReport(reinterpret_cast<Report*>(handle));
 }
 
 // A text argument: null reads as empty.

@@ -17,7 +17,7 @@ namespace {
 // A control that nobody has sized yet should be seen.
 constexpr Rect kNewControlBox{0, 0, 50'000, 10'000};
 
-ControlContent emptyContent(tagQBControlType type) {
+ControlContent emptyContent(tagQBControlType type, int reportDepth) {
     switch (type) {
         case QBControlType_StaticText:
             return TextContent{};
@@ -32,8 +32,13 @@ ControlContent emptyContent(tagQBControlType type) {
         case QBControlType_Chart:
             return ChartContent{};
         case QBControlType_SubReport: {
+            if (reportDepth >= limits::kSubReportDepth) {
+                throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +
+                                                                std::to_string(limits::kSubReportDepth));
+            }
             SubReportContent content;
             content.report = std::make_unique<Report>();
+            content.report->depth = reportDepth + 1;
             return content;
         }
     }
@@ -53,89 +58,76 @@ tagQBControl* nextOfWalk(Runtime& runtime) {
 }  // namespace
 
 tagQBReportHeaders* QBReportGetReportHeaders(tagQBReport* handle) {
-    return guarded("QBReportGetReportHeaders", static_cast<tagQBReportHeaders*>(nullptr),
-                   [&]() -> tagQBReportHeaders* {
-                       Report* report = reportFrom(handle);
-                       if (report == nullptr) return nullptr;
-                       return toHandle<tagQBReportHeaders>(&report->definition.reportHeaders);
-                   });
+    return withObject(__func__, handle, [](Report& report) { return toHandle<tagQBReportHeaders>(&report); });
 }
 
 tagQBSection* QBReportHeadersAdd(tagQBReportHeaders* handle) {
-    return guarded("QBReportHeadersAdd", static_cast<tagQBSection*>(nullptr), [&]() -> tagQBSection* {
-        auto* headers = fromHandle(handle);
-        if (headers == nullptr) return nullptr;
-        return toHandle<tagQBSection>(headers->emplace_back(std::make_unique<Section>()).get());
+    return withObject(__func__, handle, [](Report& report) {
+        auto section = std::make_unique<Section>();
+        section->controls.reportDepth = report.depth;
+        return toHandle<tagQBSection>(report.definition.reportHeaders.emplace_back(std::move(section)).get());
     });
 }
 
 void QBSectionSetHeight(tagQBSection* handle, double height) {
-    Section* section = fromHandle(handle);
-    if (section == nullptr || std::isnan(height)) return;
-    constexpr double kMicrometresPerCentimetre = 10'000;
-    section->height = static_cast<Micrometres>(
-        std::round(std::clamp(height * kMicrometresPerCentimetre, 0.0, double{limits::kPaperMicrometres})));
+    withObject(__func__, handle, [&](Section& section) {
+        if (std::isnan(height)) return;
+        constexpr double kMicrometresPerCentimetre = 10'000;
+        section.height = static_cast<Micrometres>(std::round(
+            std::clamp(height * kMicrometresPerCentimetre, 0.0, double{limits::kPaperMicrometres})));
+    });
 }
 
 void QBSectionSetCanGrow(tagQBSection* handle, int on) {
-    if (Section* section = fromHandle(handle)) section->canGrow = on != 0;
+    withObject(__func__, handle, [&](Section& section) { section.canGrow = on != 0; });
 }
 
 tagQBControls* QBSectionGetControls(tagQBSection* handle) {
-    Section* section = fromHandle(handle);
-    return section == nullptr ? nullptr : toHandle<tagQBControls>(&section->controls);
+    return withObject(__func__, handle,
+                      [](Section& section) { return toHandle<tagQBControls>(&section.controls); });
 }
 
 tagQBControl* QBControlsAdd(tagQBControls* handle, tagQBControlType type) {
-    return guarded("QBControlsAdd", static_cast<tagQBControl*>(nullptr), [&]() -> tagQBControl* {
-        ControlList* controls = fromHandle(handle);
-        if (controls == nullptr) return nullptr;
+    return withObject(__func__, handle, [&](ControlList& controls) {
         auto control = std::make_unique<Control>();
-        control->content = emptyContent(type);
+        control->content = emptyContent(type, controls.reportDepth);
         control->box = kNewControlBox;
-        return toHandle<tagQBControl>(controls->items.emplace_back(std::move(control)).get());
+        return toHandle<tagQBControl>(controls.items.emplace_back(std::move(control)).get());
     });
 }
 
 tagQBControlType QBControlGetControlType(tagQBControl* handle) {
-    const Control* control = fromHandle(handle);
-    return static_cast<tagQBControlType>(control == nullptr ? 0 : static_cast<int>(control->kind()));
+    return withObject(__func__, handle, [](const Control& control) {
+        return static_cast<tagQBControlType>(static_cast<int>(control.kind()));
+    });
 }
 
 const lkchar* QBControlGetName(tagQBControl* handle) {
-    const Control* control = fromHandle(handle);
-    return control == nullptr ? u"" : control->name.c_str();
+    return withObjectOr(__func__, handle, u"", [](const Control& control) { return control.name.c_str(); });
 }
 
 tagQBSubReport* QBControlGetAsSubReport(tagQBControl* handle) {
-    Control* control = fromHandle(handle);
-    return control == nullptr ? nullptr
-                              : toHandle<tagQBSubReport>(std::get_if<SubReportContent>(&control->content));
+    return withObject(__func__, handle, [](Control& control) {
+        return toHandle<tagQBSubReport>(std::get_if<SubReportContent>(&control.content));
+    });
 }
 
 tagQBReport* QBSubReportGetReport(tagQBSubReport* handle) {
-    return guarded("QBSubReportGetReport", static_cast<tagQBReport*>(nullptr), [&]() -> tagQBReport* {
-        const SubReportContent* content = fromHandle(handle);
-        if (content == nullptr) return nullptr;
-        runtimeOf(*content->report);  // makes the handle known
-        return toHandle<tagQBReport>(content->report.get());
+    return withObject(__func__, handle, [](const SubReportContent& content) {
+        runtimeOf(*content.report);  // makes the handle known
+        return toHandle<tagQBReport>(content.report.get());
     });
 }
 
 tagQBControl* QBReportFindFirstControl(tagQBReport* handle) {
-    return guarded("QBReportFindFirstControl", static_cast<tagQBControl*>(nullptr), [&]() -> tagQBControl* {
-        Report* report = reportFrom(handle);
-        if (report == nullptr) return nullptr;
-        Runtime& runtime = runtimeOf(*report);
-        runtime.walk = allControls(report->definition);
+    return withObject(__func__, handle, [](Report& report) {
+        Runtime& runtime = runtimeOf(report);
+        runtime.walk = allControls(report.definition);
         runtime.walkPosition = 0;
         return nextOfWalk(runtime);
     });
 }
 
 tagQBControl* QBReportFindNextControl(tagQBReport* handle) {
-    return guarded("QBReportFindNextControl", static_cast<tagQBControl*>(nullptr), [&]() -> tagQBControl* {
-        Report* report = reportFrom(handle);
-        return report == nullptr ? nullptr : nextOfWalk(runtimeOf(*report));
-    });
+    return withObject(__func__, handle, [](Report& report) { return nextOfWalk(runtimeOf(report)); });
 }

@@ -51,83 +51,69 @@ void exportToFile(Runtime& runtime, ExportOptions& options) {
 }  // namespace
 
 tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* handle, tagQBExportType type) {
-    return guarded("QBReportExportDirectToBinaryObject", static_cast<tagQBBinaryObject*>(nullptr),
-                   [&]() -> tagQBBinaryObject* {
-                       Report* report = reportFrom(handle);
-                       if (report == nullptr) return nullptr;
-                       Runtime& runtime = runtimeOf(*report);
-                       std::string document = exportReport(runtime, directOptions(runtime, type));
-                       return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)));
-                   });
+    return withObject(__func__, handle, [&](Report& report) {
+        Runtime& runtime = runtimeOf(report);
+        std::string document = exportReport(runtime, directOptions(runtime, type));
+        return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)));
+    });
 }
 
 // The switches would show the options ahead and the document afterwards, on a machine with a desktop.
 int QBReportExportDirect(tagQBReport* handle, tagQBExportType type, const lkchar* file, int, int) {
-    return guarded("QBReportExportDirect", 0, [&] {
-        Report* report = reportFrom(handle);
-        if (report == nullptr) return 0;
-        Runtime& runtime = runtimeOf(*report);
+    return withObject(__func__, handle, [&](Report& report) {
+        Runtime& runtime = runtimeOf(report);
+        std::u16string fileName = textFrom(file);
         ExportOptions& options = directOptions(runtime, type);
-        options.fileName = textFrom(file);
+        options.fileName = std::move(fileName);
         exportToFile(runtime, options);
         return 1;
     });
 }
 
 tagQBExportOption* QBReportPrepareExport(tagQBReport* handle, tagQBExportType type) {
-    return guarded("QBReportPrepareExport", static_cast<tagQBExportOption*>(nullptr),
-                   [&]() -> tagQBExportOption* {
-                       Report* report = reportFrom(handle);
-                       if (report == nullptr) return nullptr;
-                       refuseDuringExport(*report);
-                       Runtime& runtime = runtimeOf(*report);
-                       runtime.preparedOptions = {};
-                       runtime.preparedOptions.kind = static_cast<ExportKind>(type);
-                       runtime.prepared = true;
-                       return toHandle<tagQBExportOption>(&runtime.preparedOptions);
-                   });
+    return withObject(__func__, handle, [&](Report& report) {
+        refuseDuringExport(report);
+        Runtime& runtime = runtimeOf(report);
+        runtime.preparedOptions = {};
+        runtime.preparedOptions.kind = static_cast<ExportKind>(type);
+        runtime.prepared = true;
+        return toHandle<tagQBExportOption>(&runtime.preparedOptions);
+    });
 }
 
 tagQBBinaryObject* QBReportExportToBinaryObject(tagQBReport* handle) {
-    return guarded("QBReportExportToBinaryObject", static_cast<tagQBBinaryObject*>(nullptr),
-                   [&]() -> tagQBBinaryObject* {
-                       Report* report = reportFrom(handle);
-                       if (report == nullptr) return nullptr;
-                       Runtime& runtime = runtimeOf(*report);
-                       std::string document = exportReport(runtime, preparedOptions(runtime));
-                       return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)));
-                   });
+    return withObject(__func__, handle, [](Report& report) {
+        Runtime& runtime = runtimeOf(report);
+        std::string document = exportReport(runtime, preparedOptions(runtime));
+        return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)));
+    });
 }
 
 // The switch would show the options ahead, on a machine with a desktop.
 int QBReportExport(tagQBReport* handle, int) {
-    return guarded("QBReportExport", 0, [&] {
-        Report* report = reportFrom(handle);
-        if (report == nullptr) return 0;
-        Runtime& runtime = runtimeOf(*report);
-        ExportOptions& options = preparedOptions(runtime);
-        exportToFile(runtime, options);
+    return withObject(__func__, handle, [](Report& report) {
+        Runtime& runtime = runtimeOf(report);
+        exportToFile(runtime, preparedOptions(runtime));
         return 1;
     });
 }
 
 int QBReportUnprepareExport(tagQBReport* handle) {
-    return guarded("QBReportUnprepareExport", 0, [&] {
-        Report* report = reportFrom(handle);
-        if (report == nullptr) return 0;
-        refuseDuringExport(*report);
-        Runtime& runtime = runtimeOf(*report);
+    return withObject(__func__, handle, [](Report& report) {
+        refuseDuringExport(report);
+        Runtime& runtime = runtimeOf(report);
         runtime.dropResults();
         return std::exchange(runtime.prepared, false) ? 1 : 0;
     });
 }
 
 int QBBinaryObjectGetDataSize(tagQBBinaryObject* handle) {
-    const BinaryObject* object = fromHandle(handle);
-    return object == nullptr ? 0 : static_cast<int>(object->bytes.size());
+    return withObject(__func__, handle,
+                      [](const BinaryObject& object) { return static_cast<int>(object.bytes().size()); });
 }
 
 const void* QBBinaryObjectGetDataBuf(tagQBBinaryObject* handle) {
-    const BinaryObject* object = fromHandle(handle);
-    return object == nullptr ? nullptr : object->bytes.data();
+    return withObject(__func__, handle, [](const BinaryObject& object) {
+        return static_cast<const void*>(object.bytes().data());
+    });
 }

@@ -1,6 +1,5 @@
 // QBInitConfig, QBGetModule...
 #include <dlfcn.h>
-#include <sys/utsname.h>
 
 #include <cstdlib>
 #include <memory>
@@ -24,33 +23,50 @@ std::u16string modulePath() {
     return toUtf16(resolved ? resolved.get() : info.dli_fname);
 }
 
-std::u16string moduleInfo() {
-    utsname system{};
-    if (uname(&system) != 0) return u"unknown";
-    return toUtf16(std::string(system.machine) + " " + system.sysname);
-}
+// What the library was compiled for, which the system may run beside another architecture of its own.
+constexpr const lkchar* kModuleInfo =
+#if defined(__x86_64__) && defined(__ILP32__)
+    u"x32 Linux";
+#elif defined(__x86_64__)
+    u"x86_64 Linux";
+#elif defined(__i386__)
+    u"i686 Linux";
+#elif defined(__aarch64__)
+    u"aarch64 Linux";
+#elif defined(__arm__)
+    u"arm Linux";
+#elif defined(__riscv) && __riscv_xlen == 64
+    u"riscv64 Linux";
+#elif defined(__loongarch64)
+    u"loongarch64 Linux";
+#elif defined(__powerpc64__) && defined(__LITTLE_ENDIAN__)
+    u"ppc64le Linux";
+#elif defined(__s390x__)
+    u"s390x Linux";
+#else
+    u"unknown Linux";
+#endif
 
 }  // namespace
 
 int QBInitConfig(const lkchar* setupPath) {
-    return guarded("QBInitConfig", 0, [&] {
+    return guarded(__func__, 0, [&] {
         setLogSetupPath(toUtf8(textFrom(setupPath)));
         return 1;
     });
 }
 
 const lkchar* QBGetModulePath() {
-    return guarded("QBGetModulePath", u"", [] {
+    return guarded(__func__, u"", [] {
         static const std::u16string path = modulePath();
         return path.c_str();
     });
 }
 
-const lkchar* QBGetModuleVersion() { return QBSVR_VERSION; }
+const lkchar* QBGetModuleVersion() {
+    return guarded(__func__, u"", [] { return QBSVR_VERSION; });
+}
 
 const lkchar* QBGetModuleInfo() {
-    return guarded("QBGetModuleInfo", u"", [] {
-        static const std::u16string info = moduleInfo();
-        return info.c_str();
-    });
+    return guarded(__func__, u"", [] { return kModuleInfo; });
 }

@@ -5,6 +5,9 @@
 #include "qbsvrl6/api/export.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/report_data.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/template_io.h"
@@ -14,16 +17,31 @@ using namespace quillbrook;
 
 namespace {
 
-// What hangs from the old definition goes with it; so does what was kept for the caller.
-void replaceDefinition(Report& report, ReportDefinition&& definition) {
-    runtimeOf(report).forgetTemplate();
+// Tells each sub-report how deep it is, `depth` being that of the report whose definition this is.
+void setDepths(ReportDefinition& definition, int depth) {
+    forEachSubReport(definition, [&](Control&, Report& inner) {
+        inner.depth = depth + 1;
+        if (inner.depth > limits::kSubReportDepth) {
+            throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +
+                                                            std::to_string(limits::kSubReportDepth));
+        }
+        setDepths(inner.definition, inner.depth);
+    });
+}
+
+// What hangs from the old definition goes with it, but for results of exports.
+void replaceDefinition(Report& report, ReportDefinition&& definition, std::string templateFile) {
+    setDepths(definition, report.depth);
+    Runtime& runtime = runtimeOf(report);
+    runtime.forgetTemplate();
+    runtime.templateFile = std::move(templateFile);
     report.definition = std::move(definition);
 }
 
 }  // namespace
 
 tagQBReport* QBReportCreate() {
-    return guarded("QBReportCreate", static_cast<tagQBReport*>(nullptr), [] {
+    return guarded(__func__, static_cast<tagQBReport*>(nullptr), [] {
         auto report = std::make_unique<Report>();
         runtimeOf(*report).created = true;
         return toHandle<tagQBReport>(report.release());
@@ -31,11 +49,9 @@ tagQBReport* QBReportCreate() {
 }
 
 void QBReportRelease(tagQBReport* handle) {
-    guarded("QBReportRelease", [&] {
-        Report* report = reportFrom(handle);
-        if (report == nullptr) return;
-        if (runtimeOf(*report).created) {
-            releaseReport(report);
+    withObject(__func__, handle, [](Report& report) {
+        if (runtimeOf(report).created) {
+            releaseReport(&report);
         } else {
             logWarning("QBReportRelease: a sub-report belongs to its parent and stays");
         }
@@ -43,46 +59,35 @@ void QBReportRelease(tagQBReport* handle) {
 }
 
 void QBObjectAssign(tagQBReport* target, tagQBReport* source) {
-    guarded("QBObjectAssign", [&] {
-        Report* to = reportFrom(target);
-        Report* from = reportFrom(source);
-        if (to == nullptr || from == nullptr || to == from) return;
-        refuseDuringExport(*to);
+    withObject(__func__, target, [&](Report& to) {
+        Report* from = fromHandle(source);
+        if (from == nullptr || &to == from) return;
+        refuseDuringExport(to);
         // The source may be a part of the target: it is copied whole before that goes.
-        std::string templateFile = runtimeOf(*from).templateFile;
-        replaceDefinition(*to, cloneDefinition(from->definition));
-        runtimeOf(*to).templateFile = std::move(templateFile);
+        replaceDefinition(to, cloneDefinition(from->definition), runtimeOf(*from).templateFile);
     });
 }
 
 int QBReportLoadFromFile(tagQBReport* handle, const lkchar* path) {
-    return guarded("QBReportLoadFromFile", 0, [&] {
-        Report* report = reportFrom(handle);
-        if (report == nullptr) return 0;
-        refuseDuringExport(*report);
+    return withObject(__func__, handle, [&](Report& report) {
+        refuseDuringExport(report);
+        const std::string file = toUtf8(textFrom(path));  // before the text goes with the template
         // A report whose template doesn't load is empty: it must not pass for the one that was there before.
-        replaceDefinition(*report, {});
-        const std::string file = toUtf8(textFrom(path));
-        Runtime& runtime = runtimeOf(*report);
-        runtime.failedTemplate = file;
-        report->definition = loadTemplate(file);
-        runtime.failedTemplate.clear();
-        runtime.templateFile = file;
+        replaceDefinition(report, {}, {});
+        runtimeOf(report).failedTemplate = file;
+        replaceDefinition(report, loadTemplate(file), file);
         return 1;
     });
 }
 
 int QBReportSaveToFile(tagQBReport* handle, const lkchar* path) {
-    return guarded("QBReportSaveToFile", 0, [&] {
-        const Report* report = reportFrom(handle);
-        if (report == nullptr) return 0;
-        saveTemplate(report->definition, toUtf8(textFrom(path)));
+    return withObject(__func__, handle, [&](const Report& report) {
+        saveTemplate(report.definition, toUtf8(textFrom(path)));
         return 1;
     });
 }
 
 void QBReportSetBackImageFile(tagQBReport* handle, const lkchar* path) {
-    guarded("QBReportSetBackImageFile", [&] {
-        if (Report* report = reportFrom(handle)) report->definition.backgroundPicture = addressFrom(path);
-    });
+    withObject(__func__, handle,
+               [&](Report& report) { report.definition.backgroundPicture = addressFrom(path); });
 }

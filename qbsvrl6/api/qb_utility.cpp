@@ -10,22 +10,19 @@ using namespace qbsvrl6;
 using namespace quillbrook;
 
 tagQBUtility* QBReportGetUtility(tagQBReport* handle) {
-    return guarded("QBReportGetUtility", static_cast<tagQBUtility*>(nullptr),
-                   [&] { return toHandle<tagQBUtility>(reportFrom(handle)); });
+    return withObject(__func__, handle, [](Report& report) { return toHandle<tagQBUtility>(&report); });
 }
 
 const lkchar* QBUtilityNumberFormat(tagQBUtility* handle, const lkchar* format, double number) {
-    return guarded("QBUtilityNumberFormat", static_cast<const lkchar*>(nullptr), [&]() -> const lkchar* {
-        Report* report = reportFrom(handle);
-        if (report == nullptr) return nullptr;
-        std::u16string& kept = runtimeOf(*report).formattedNumber;
+    return withObject(__func__, handle, [&](Report& report) {
+        std::u16string& kept = runtimeOf(report).formattedNumber;
         kept = larkspur::FormatNumber(number, format == nullptr ? u"" : format);
         return kept.c_str();
     });
 }
 
 const lkchar* QBGenerateBarcodeGraph(const lkchar* json) {
-    return guarded("QBGenerateBarcodeGraph", static_cast<const lkchar*>(nullptr), [&]() -> const lkchar* {
+    return guarded(__func__, static_cast<const lkchar*>(nullptr), [&] {
         thread_local std::u16string kept;
         kept = barcodeSvg(parseBarcodeRequest(textFrom(json)));
         // NOLINTNEXTLINE(clang-analyzer-cplusplus.InnerPointer): kept lives as long as the thread

@@ -1,11 +1,40 @@
 #include "qbsvrl6/api/runtime.h"
 
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdio>
 #include <utility>
 
 #include "qbsvrl6/api/live_reports.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
+
+namespace {
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+}  // namespace
+
+BinaryObject::~BinaryObject() {
+    if (!mapped_.empty()) ::munmap(const_cast<char*>(mapped_.data()), mapped_.size());
+}
+
+bool BinaryObject::moveToFile() {
+    const std::size_t size = memory_.size();
+    const std::unique_ptr<std::FILE, CloseFile> file(size == 0 ? nullptr : std::tmpfile());
+    if (!file || std::fwrite(memory_.data(), 1, size, file.get()) != size || std::fflush(file.get()) != 0) {
+        return false;
+    }
+    void* const address = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, ::fileno(file.get()), 0);
+    if (address == MAP_FAILED) return false;
+    mapped_ = {static_cast<const char*>(address), size};
+    memory_ = {};
+    return true;
+}
 
 Runtime::Runtime(Report& owner) : report(owner) { addLiveReport(&report); }
 
@@ -23,18 +52,17 @@ void Runtime::forgetTemplate() {
 }
 
 BinaryObject* Runtime::keepResult(std::string bytes) {
-    keptBytes_ += bytes.size();
-    results_.push_back({std::move(bytes)});
-    while (results_.size() > limits::kKeptResults && keptBytes_ > limits::kKeptBytes) {
-        keptBytes_ -= results_.front().bytes.size();
-        results_.pop_front();
-    }
-    return &results_.back();
+    BinaryObject& result = results_.emplace_back(std::move(bytes));
+    const std::size_t size = result.bytes().size();
+    const bool fits =
+        size <= limits::kResultBytesInMemory - std::min(bytesInMemory_, limits::kResultBytesInMemory);
+    if (fits || !result.moveToFile()) bytesInMemory_ += size;
+    return &result;
 }
 
 void Runtime::dropResults() {
     results_.clear();
-    keptBytes_ = 0;
+    bytesInMemory_ = 0;
 }
 
 Runtime& runtimeOf(Report& report) {

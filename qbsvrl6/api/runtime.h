@@ -6,6 +6,9 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "engine/qbsvr.h"
@@ -16,15 +19,49 @@
 
 namespace qbsvrl6 {
 
-struct BinaryObject {
-    std::string bytes;
+// The result of an export. Its bytes stay at one address for as long as it lives.
+class BinaryObject {
+public:
+    explicit BinaryObject(std::string bytes) : memory_(std::move(bytes)) {}
+    ~BinaryObject();
+    BinaryObject(const BinaryObject&) = delete;
+    BinaryObject& operator=(const BinaryObject&) = delete;
+
+    std::string_view bytes() const { return mapped_.empty() ? std::string_view(memory_) : mapped_; }
+    // Moves the bytes to a file without a name in the system's folder for temporary files. Where that can't
+    // be, they stay in memory, and the answer is false. Only before anybody has their address.
+    bool moveToFile();
+
+private:
+    std::string memory_;
+    std::string_view mapped_;
+};
+
+// The handlers of one event. The last one attached is called; the others live on with the report, since they
+// may be running, and since whoever attached them may still refer to them.
+template <class Handler>
+class HandlerSlot {
+public:
+    // Takes ownership, unless it raises. Null: none is called.
+    void set(Handler* handler) {
+        if (handler != nullptr) {
+            const auto [place, isNew] = owned_.try_emplace(handler);
+            if (isNew) place->second.reset(handler);
+        }
+        current_ = handler;
+    }
+    Handler* current() const { return current_; }
+
+private:
+    Handler* current_ = nullptr;
+    std::unordered_map<Handler*, std::unique_ptr<Handler>> owned_;
 };
 
 // Event handlers that belong to a report.
 struct EventHandlers {
-    std::unique_ptr<quillbrook::CqbExportEventInfo> exportBegin;
-    std::unique_ptr<quillbrook::CqbGeneralEventInfo> initialize;
-    std::unique_ptr<quillbrook::CqbChartEventInfo> chartRequestData;
+    HandlerSlot<quillbrook::CqbExportEventInfo> exportBegin;
+    HandlerSlot<quillbrook::CqbGeneralEventInfo> initialize;
+    HandlerSlot<quillbrook::CqbChartEventInfo> chartRequestData;
 };
 
 struct Runtime : ReportRuntime {
@@ -37,8 +74,8 @@ struct Runtime : ReportRuntime {
     // Forgets what belongs to the template that is about to be replaced; handlers stay.
     void forgetTemplate();
 
-    // Keeps the bytes of an export for the caller until they are dropped. limits.h tells how much is kept for
-    // a caller that never drops them.
+    // Keeps the bytes of an export for the caller until they are dropped: in memory up to a limit, the others
+    // in files.
     BinaryObject* keepResult(std::string bytes);
     void dropResults();
 
@@ -48,7 +85,6 @@ struct Runtime : ReportRuntime {
     std::string failedTemplate;  // the file that the last call could not load; empty: it could
 
     EventHandlers handlers;
-    std::vector<EventHandlers> retiredHandlers;  // replaced during an export
 
     std::vector<Control*> walk;    // the controls of the walk under way ...
     std::size_t walkPosition = 0;  // ... and the next one
@@ -67,7 +103,7 @@ struct Runtime : ReportRuntime {
 
 private:
     std::deque<BinaryObject> results_;
-    std::size_t keptBytes_ = 0;
+    std::size_t bytesInMemory_ = 0;
 };
 
 // The report's runtime, made if there is none yet.

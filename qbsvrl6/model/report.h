@@ -109,6 +109,7 @@ struct Control {
 
 struct ControlList {
     std::vector<std::unique_ptr<Control>> items;
+    int reportDepth = 0;  // of its report, where a program added the section
 };
 
 struct Section {
@@ -239,6 +240,7 @@ struct ReportRuntime {
 
 struct Report {
     ReportDefinition definition;
+    int depth = 0;  // reports around it, as far as programs reach it through the C interface
     std::unique_ptr<ReportRuntime> runtime;  // made on need; not copied with the definition
 };
 

@@ -26,12 +26,9 @@ inline constexpr std::size_t kGridColumns = 2'000;
 inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kDataColumns = 16'384;
 inline constexpr std::size_t kChartSeries = 1'000;
-inline constexpr std::size_t kChartPoints = 100'000;  // or values, of all series together
-// Results of exports that a report keeps for a caller that never closes an export: the latest ones always,
-// older ones while all together stay below the bytes.
-inline constexpr std::size_t kKeptResults = 16;
-inline constexpr std::size_t kKeptBytes = 1u << 28;
-inline constexpr std::size_t kDocumentBytes = 0x7FFF'FFFF;  // the interface gives sizes as int
+inline constexpr std::size_t kChartPoints = 100'000;           // or values, of all series together
+inline constexpr std::size_t kResultBytesInMemory = 1u << 28;  // of one report; further ones go to files
+inline constexpr std::size_t kDocumentBytes = 0x7FFF'FFFF;     // the interface gives sizes as int
 inline constexpr int kPages = 1'000'000;
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid

@@ -1,4 +1,5 @@
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -73,16 +74,62 @@ TEST_F(ApiTest, EventsComeInOrderAndHandlersDieOnceWithTheirReport) {
     QBReportUnprepareExport(report);
     EXPECT_EQ(std::exchange(journal, ""), "init begin:2 ChartBar InnerChart ");
 
-    QBAttachEventInitialize(report, new OnInitialize(journal));
-    EXPECT_EQ(std::exchange(journal, ""), "~init ") << "the one that was replaced";
-    auto* same = new OnExportBegin(journal);
-    QBAttachEventExportBegin(report, same);
-    QBAttachEventExportBegin(report, same);
-    EXPECT_EQ(std::exchange(journal, ""), "~begin ");
+    // What is replaced is no longer called, and may be attached again; all live as long as the report.
+    auto* first = new OnExportBegin(journal, [&](tagQBExportOption*) { journal += "first "; });
+    QBAttachEventExportBegin(report, first);
+    auto* second = new OnExportBegin(journal, [&](tagQBExportOption*) { journal += "second "; });
+    QBAttachEventExportBegin(report, second);
+    QBAttachEventExportBegin(report, second);
     QBAttachEventInitialize(report, nullptr);
-    EXPECT_EQ(std::exchange(journal, ""), "~init ") << "detached";
+    EXPECT_NE(exported(report, QBExportType_CSV), "(null)");
+    EXPECT_EQ(std::exchange(journal, ""), "begin:6 second ChartBar InnerChart ");
+    QBAttachEventExportBegin(report, first);
+    EXPECT_NE(exported(report, QBExportType_CSV), "(null)");
+    EXPECT_EQ(std::exchange(journal, ""), "begin:6 first ChartBar InnerChart ");
     QBReportRelease(report);
-    EXPECT_EQ(journal, "~chart ~begin ");
+    EXPECT_EQ(journal, "~chart ~init ~begin ~begin ~begin ");
+}
+
+TEST_F(ApiTest, WhatAHandlerRaisesEndsItsExportOnly) {
+    Journal journal;
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("list.qbf").c_str());
+    QBReportSaveToFile(report, path("before.qbf").c_str());
+    write("kept.csv", "old");
+    bool raises = true;
+    const auto raise = [&] {
+        if (raises) throw std::runtime_error("no luck");
+    };
+    const struct {
+        const char* event;
+        std::function<void()> attach;
+    } cases[] = {
+        {"Initialize", [&] { QBAttachEventInitialize(report, new OnInitialize(journal, raise)); }},
+        {"ExportBegin",
+         [&] {
+             QBAttachEventExportBegin(report,
+                                      new OnExportBegin(journal, [&](tagQBExportOption*) { raise(); }));
+         }},
+        {"ChartRequestData",
+         [&] {
+             QBAttachEventChartRequestData(report, new OnChart(journal, [&](tagQBChart* chart) {
+                                               QBChartSetSeriesCount(chart, 7);
+                                               if (raises) throw 7;
+                                           }));
+         }},
+    };
+    for (const auto& test : cases) {
+        test.attach();
+        raises = true;
+        EXPECT_EQ(QBReportExportDirectToBinaryObject(report, QBExportType_CSV), nullptr) << test.event;
+        EXPECT_NE(takeLog().find(std::string("the handler of the event ") + test.event), std::string::npos);
+        EXPECT_EQ(QBReportExportDirect(report, QBExportType_CSV, path("kept.csv").c_str(), 0, 0), 0);
+        EXPECT_EQ(read("kept.csv"), "old");
+        QBReportSaveToFile(report, path("after.qbf").c_str());
+        EXPECT_EQ(read("after.qbf"), read("before.qbf")) << test.event;
+        raises = false;
+        EXPECT_NE(exported(report, QBExportType_CSV), "(null)") << test.event;
+    }
 }
 
 void exportOnlyGrid(tagQBExportOption* option) {
@@ -201,9 +248,8 @@ TEST_F(ApiTest, HandlersCantPullTheReportAwayFromUnderItsExport) {
     EXPECT_EQ(std::exchange(journal, ""), "ChartBar InnerChart ");
 
     QBAttachEventInitialize(report, new OnInitialize(journal, [&] { QBReportRelease(report); }));
-    EXPECT_EQ(std::exchange(journal, ""), "~chart ");
     EXPECT_EQ(QBReportExportToBinaryObject(report), nullptr);
-    EXPECT_EQ(journal, "init ChartBar InnerChart ~chart ~init ") << "released when its export ends";
+    EXPECT_EQ(journal, "init ChartBar InnerChart ~chart ~chart ~init ") << "released when its export ends";
     EXPECT_EQ(QBReportGetDetailGrid(report), nullptr);
 }
 

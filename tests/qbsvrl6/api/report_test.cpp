@@ -156,6 +156,59 @@ TEST_F(ApiTest, AssignCopiesTheDefinition) {
     EXPECT_EQ(names(first), "InnerChart:6 ") << "a part of itself";
 }
 
+TEST_F(ApiTest, TakesTextsThatBelongToWhatTheyReplace) {
+    write("named.qbf",
+          "<Report version=\"1\"><Data query=\"rows.txt\"/><ReportHeader height=\"10mm\"><Text name=\"" +
+              directory_ + "list.qbf\" width=\"9mm\" height=\"5mm\"/></ReportHeader></Report>");
+    const OwnReport report;
+    ASSERT_EQ(QBReportLoadFromFile(report, path("named.qbf").c_str()), 1);
+    QBReportSetQuerySQL(report, QBReportGetQuerySQL(report) + 4);
+    EXPECT_EQ(narrow(QBReportGetQuerySQL(report)), ".txt");
+    EXPECT_EQ(QBReportLoadFromFile(report, QBControlGetName(QBReportFindFirstControl(report))), 1)
+        << takeLog();
+    tagQBRecordset* recordset = QBDetailGridGetRecordset(QBReportGetDetailGrid(report));
+    QBRecordsetSetQuerySQL(recordset, u"a path longer than what a text holds in itself");
+    QBRecordsetSetQuerySQL(recordset, QBRecordsetGetQuerySQL(recordset) + 2);
+    EXPECT_EQ(narrow(QBRecordsetGetQuerySQL(recordset)), "path longer than what a text holds in itself");
+    tagQBPrinter* printer = QBReportGetPrinter(report);
+    QBPrinterSetPrinterName(printer, u"a printer in an office on the second floor");
+    QBPrinterSetPrinterName(printer, QBPrinterGetPrinterName(printer) + 2);
+    EXPECT_EQ(narrow(QBPrinterGetPrinterName(printer)), "printer in an office on the second floor");
+    tagQBUtility* utility = QBReportGetUtility(report);
+    const lkchar* format = QBUtilityNumberFormat(utility, u"\"0.000000000000000000\"", 0);
+    EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, format, 2)).substr(0, 3), "2.0");
+}
+
+// A report around a sub-report around a sub-report, as deep as a program can make it.
+TEST_F(ApiTest, NestingEndsAtItsLimit) {
+    const auto addInner = [](tagQBReport* report) {
+        tagQBSection* section = QBReportHeadersAdd(QBReportGetReportHeaders(report));
+        return QBSubReportGetReport(
+            QBControlGetAsSubReport(QBControlsAdd(QBSectionGetControls(section), QBControlType_SubReport)));
+    };
+    const OwnReport outer;
+    tagQBReport* innermost = outer;
+    int depth = 0;
+    for (tagQBReport* next = outer; depth < 20'000 && (next = addInner(next)) != nullptr; ++depth)
+        innermost = next;
+    EXPECT_EQ(depth, 16);
+    EXPECT_NE(takeLog().find("QBControlsAdd: sub-reports are nested deeper than 16"), std::string::npos);
+    EXPECT_EQ(QBReportLoadFromFile(innermost, path("list.qbf").c_str()), 0) << "with a sub-report of its own";
+    EXPECT_NE(takeLog().find("nested deeper"), std::string::npos);
+    EXPECT_EQ(QBReportLoadFromFile(innermost, path("bare.qbf").c_str()), 1);
+    ASSERT_EQ(QBReportSaveToFile(outer, path("deep.qbf").c_str()), 1) << takeLog();
+    const OwnReport again;
+    EXPECT_EQ(QBReportLoadFromFile(again, path("deep.qbf").c_str()), 1);
+    // A report into a part of itself, over and over: each time as deep again.
+    const OwnReport doubled;
+    tagQBReport* part = addInner(doubled);
+    for (int i = 0; i < 8; ++i) {
+        QBObjectAssign(part, doubled);
+        QBReportSaveToFile(doubled, path("doubled.qbf").c_str());
+    }
+    EXPECT_EQ(QBReportLoadFromFile(again, path("doubled.qbf").c_str()), 1) << takeLog();
+}
+
 TEST_F(ApiTest, FormatsNumbersAndDrawsBarcodes) {
     const OwnReport report;
     tagQBUtility* utility = QBReportGetUtility(report);
