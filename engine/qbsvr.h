@@ -162,7 +162,8 @@ extern "C" {
 
 // ---- Configuration and module information
 
-// Names the directory in which the engine is set up, without closing separator.
+// Names the directory in which the engine is set up, without closing separator. If it exists, the log is
+// log/qbsvrl6.log in it; else qbsvrl6/qbsvrl6.log in $XDG_STATE_HOME or ~/.local/state, if there is one.
 QBSVR_API int QBInitConfig(const quillbrook::lkchar* setupPath);
 // Path of the engine's library file, its version, and the architecture that it was built for.
 QBSVR_API const quillbrook::lkchar* QBGetModulePath();

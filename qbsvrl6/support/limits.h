@@ -27,6 +27,7 @@ inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kDataColumns = 16'384;
 inline constexpr std::size_t kChartSeries = 1'000;
 inline constexpr std::size_t kChartPoints = 100'000;           // or values, of all series together
+inline constexpr std::size_t kLogBytes = 8u << 20;             // then it becomes the old log
 inline constexpr std::size_t kResultBytesInMemory = 1u << 28;  // of one report; further ones go to files
 inline constexpr std::size_t kDocumentBytes = 0x7FFF'FFFF;     // the interface gives sizes as int
 inline constexpr int kPages = 1'000'000;

@@ -1,41 +1,111 @@
 #include "qbsvrl6/support/log.h"
 
-#include <spdlog/sinks/basic_file_sink.h>
+#include <fcntl.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <new>
-#include <system_error>
 #include <utility>
 
+#include "qbsvrl6/support/descriptor.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-fs::path stateDirectory() {
-    const char* state = std::getenv("XDG_STATE_HOME");
-    if (state != nullptr && *state == '/') return fs::path(state) / "qbsvrl6";
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && *home == '/') return fs::path(home) / ".local/state/qbsvrl6";
-    std::error_code ignored;
-    return fs::temp_directory_path(ignored) / "qbsvrl6";
+// The directory `name` in `parent`, made for the user alone where it is missing. A link isn't
+// followed.
+Descriptor openDirectory(const Descriptor& parent, const char* name) {
+    if (!parent.valid()) return Descriptor();
+    ::mkdirat(parent.number(), name, 0700);
+    return Descriptor(::openat(parent.number(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
+// One that has to be there: what a mistyped word names is not made.
+Descriptor openExisting(const std::string& path) {
+    return Descriptor(path.empty() ? -1 : ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+// Not valid where the user has no such directory.
+Descriptor stateDirectory() {
+    // A program that runs with more rights than its caller doesn't go where that one points.
+    const char* state = ::secure_getenv("XDG_STATE_HOME");
+    if (state != nullptr && *state == '/') {
+        ::mkdir(state, 0700);
+        return openDirectory(openExisting(state), "qbsvrl6");
+    }
+    const char* home = ::secure_getenv("HOME");
+    if (home == nullptr || *home != '/') return Descriptor();
+    const Descriptor local = openDirectory(openExisting(home), ".local");
+    return openDirectory(openDirectory(local, "state"), "qbsvrl6");
+}
+
+// Appends lines to a file that no link leads to. A file that has grown to its limit becomes the old one.
+class RotatingFile : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    // Raises spdlog_ex where the file can't be opened.
+    explicit RotatingFile(Descriptor directory) : directory_(std::move(directory)) {
+        if (!open()) throw spdlog::spdlog_ex("no log file");
+    }
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& message) override {
+        spdlog::memory_buf_t line;
+        formatter_->format(message, line);
+        struct stat status {};
+        if (::fstat(file_.number(), &status) == 0 &&
+            static_cast<std::size_t>(status.st_size) + line.size() > limits::kLogBytes) {
+            rotate();
+        }
+        // One write, so that lines of several processes don't mix.
+        if (::write(file_.number(), line.data(), line.size()) < 0) return;
+    }
+    void flush_() override {}
+
+private:
+    static constexpr const char* kName = "qbsvrl6.log";
+    static constexpr const char* kOldName = "qbsvrl6.log.1";
+
+    bool open() {
+        if (!directory_.valid()) return false;
+        file_ =
+            Descriptor(::openat(directory_.number(), kName,
+                                O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0640));
+        struct stat status {};
+        return file_.valid() && ::fstat(file_.number(), &status) == 0 && S_ISREG(status.st_mode) &&
+               status.st_nlink == 1;
+    }
+
+    // Another process may have done it already; then its new file is taken.
+    void rotate() {
+        ::flock(directory_.number(), LOCK_EX);
+        struct stat mine {
+        }, current{};
+        const bool isCurrent = ::fstat(file_.number(), &mine) == 0 &&
+                               ::fstatat(directory_.number(), kName, &current, AT_SYMLINK_NOFOLLOW) == 0 &&
+                               mine.st_ino == current.st_ino && mine.st_dev == current.st_dev;
+        if (isCurrent) ::renameat(directory_.number(), kName, directory_.number(), kOldName);
+        Descriptor former = std::move(file_);
+        if (!open()) file_ = std::move(former);
+        ::flock(directory_.number(), LOCK_UN);
+    }
+
+    Descriptor directory_;
+    Descriptor file_;
+};
+
 // Null where the file can't be opened for appending.
-std::shared_ptr<spdlog::logger> openLogger(const fs::path& directory) {
+std::shared_ptr<spdlog::logger> openLogger(Descriptor directory) {
     try {
-        auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>((directory / "qbsvrl6.log").string());
+        auto sink = std::make_shared<RotatingFile>(std::move(directory));
         auto logger = std::make_shared<spdlog::logger>("qbsvrl6", std::move(sink));
         logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %t %v");
-        // A line that tells of a failure is on disk when the caller reads "view log file".
-        logger->flush_on(spdlog::level::info);
         logger->set_error_handler([](const std::string&) {});
         return logger;
     } catch (const std::exception&) {
@@ -62,7 +132,7 @@ private:
         const std::lock_guard lock(mutex_);
         if (!opened_) {
             opened_ = true;
-            if (!setupPath_.empty()) logger_ = openLogger(fs::path(setupPath_) / "log");
+            logger_ = openLogger(openDirectory(openExisting(setupPath_), "log"));
             if (!logger_) logger_ = openLogger(stateDirectory());
         }
         return logger_;
@@ -80,6 +150,33 @@ Log& theLog() {
     return *log;
 }
 
+// Control characters as "\n" or "\x1b"; the second half of them (U+0080 to U+009F) and the separators of
+// lines and paragraphs (U+2028, U+2029) too.
+std::string withoutControls(std::string_view text) {
+    std::string shown;
+    shown.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const std::string_view rest = text.substr(i);
+        const bool isLateControl =
+            byte == 0xC2 && rest.size() > 1 && static_cast<unsigned char>(rest[1]) < 0xA0;
+        if (byte == '\n') {
+            shown += "\\n";
+        } else if (byte < 0x20 || byte == 0x7F || isLateControl) {
+            constexpr const char* kDigits = "0123456789abcdef";
+            const auto code = isLateControl ? static_cast<unsigned char>(rest[1]) : byte;
+            ((shown += "\\x") += kDigits[code >> 4]) += kDigits[code & 15];
+            if (isLateControl) ++i;
+        } else if (rest.starts_with("\xE2\x80\xA8") || rest.starts_with("\xE2\x80\xA9")) {
+            shown += "\\n";
+            i += 2;
+        } else {
+            shown += text[i];
+        }
+    }
+    return shown;
+}
+
 // One event is one line that can be read, whatever file names and texts it quotes.
 std::string asOneLine(std::string_view message) {
     constexpr std::size_t kLongest = 4'000;
@@ -89,10 +186,7 @@ std::string asOneLine(std::string_view message) {
         while (end > 0 && (line[end] & 0xC0) == 0x80) --end;  // not within a character
         line.replace(end, std::string::npos, "...");
     }
-    for (char& character : line) {
-        if (static_cast<unsigned char>(character) < 0x20) character = ' ';
-    }
-    return line;
+    return withoutControls(line);
 }
 
 thread_local LogSubject* innermostSubject = nullptr;

@@ -1,6 +1,9 @@
-// The engine's log: one line an event, "date time level thread message", in log/qbsvrl6.log below the set-up
-// path, or in the user's state directory ($XDG_STATE_HOME or ~/.local/state, then "qbsvrl6/qbsvrl6.log")
-// where that can't be written. Safe from any thread; logging never fails the caller.
+// The engine's log: one line per event, "date time level thread message", with control characters escaped.
+//
+// The file is log/qbsvrl6.log in the set-up folder, which has to be there, or else qbsvrl6/qbsvrl6.log in the
+// user's state folder ($XDG_STATE_HOME or ~/.local/state); without either there is none. At 8 MB it becomes
+// qbsvrl6.log.1. It is never opened through a symbolic link. Safe from any thread and in several processes at
+// once; logging never fails the caller.
 #ifndef QBSVR_QBSVRL6_SUPPORT_LOG_H
 #define QBSVR_QBSVRL6_SUPPORT_LOG_H
 

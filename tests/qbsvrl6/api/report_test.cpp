@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <string>
 
 #include "tests/qbsvrl6/api/api_fixture.h"
@@ -236,6 +237,7 @@ TEST_F(ApiTest, PrintingWithoutAPrinterIsLoggedAndKeepsTheName) {
 
 TEST_F(ApiTest, TheLogFollowsTheSetupPath) {
     const OwnReport report;
+    std::filesystem::create_directory(directory_ + "elsewhere");
     QBInitConfig(path("elsewhere").c_str());
     QBReportLoadFromFile(report, u"/nowhere.qbf");
     EXPECT_NE(read("elsewhere/log/qbsvrl6.log").find("/nowhere.qbf"), std::string::npos);

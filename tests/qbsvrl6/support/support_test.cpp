@@ -15,6 +15,7 @@
 #include "qbsvrl6/support/clock.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
@@ -201,7 +202,7 @@ TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
     for (int i = 0; i < 16; ++i) {
         threads.emplace_back([i] {
             const LogSubject subject(i % 2 == 0 ? "" : "a.qbf");
-            for (int line = 0; line < 50; ++line) logError("two\nlines 中");
+            for (int line = 0; line < 50; ++line) logError("two\nlines\x1b \u0085\u2028中");
         });
     }
     for (std::thread& thread : threads) thread.join();
@@ -209,8 +210,8 @@ TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
     int count = 0, withSubject = 0;
     for (std::string line; std::getline(log, line); ++count) {
         EXPECT_NE(line.find(" error "), std::string::npos) << line;
-        EXPECT_TRUE(line.ends_with(" two lines 中")) << line;
-        if (line.ends_with(" a.qbf: two lines 中")) ++withSubject;
+        EXPECT_TRUE(line.ends_with(" two\\nlines\\x1b \\x85\\n中")) << line;
+        if (line.ends_with(" a.qbf: two\\nlines\\x1b \\x85\\n中")) ++withSubject;
     }
     EXPECT_EQ(count, 16 * 50);
     EXPECT_EQ(withSubject, 8 * 50);
@@ -228,9 +229,36 @@ TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
     setLogSetupPath("/dev/null");
     logWarning("elsewhere");
     EXPECT_NE(contents(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" elsewhere"), std::string::npos);
-    ::setenv("XDG_STATE_HOME", "/dev/null", 1);
+    // A mistyped set-up folder isn't made, and no link is followed, be it the file or its folder.
+    setLogSetupPath(directory_ + "mistyped");
+    logWarning("mistyped");
+    EXPECT_FALSE(fs::exists(directory_ + "mistyped"));
+    EXPECT_NE(contents(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" mistyped"), std::string::npos);
+    for (const char* planted : {"a/log/qbsvrl6.log", "b/log"}) {
+        const fs::path link = directory_ + planted;
+        fs::create_directories(link.parent_path());
+        fs::create_directory(directory_ + "victim");
+        fs::create_symlink(directory_ + (link.extension() == ".log" ? "victim/file" : "victim"), link);
+        setLogSetupPath(directory_ + planted[0]);
+        logWarning(planted);
+        EXPECT_TRUE(fs::is_empty(directory_ + "victim")) << planted;
+    }
+    ::unsetenv("XDG_STATE_HOME");
+    ::unsetenv("HOME");
     setLogSetupPath("/dev/null");
     logWarning("nowhere");  // and nothing is thrown
+}
+
+TEST_F(InDirectory, TheLogStartsAnewAtItsLimit) {
+    setLogSetupPath(directory_);
+    const std::string line(3'900, 'x');
+    for (int i = 0; i < 2'300; ++i) logError(line);
+    const fs::path log = directory_ + "log/qbsvrl6.log";
+    EXPECT_LE(fs::file_size(log), limits::kLogBytes);
+    EXPECT_LE(fs::file_size(log.string() + ".1"), limits::kLogBytes);
+    EXPECT_GT(fs::file_size(log.string() + ".1"), limits::kLogBytes - 5'000);
+    EXPECT_EQ(std::distance(fs::directory_iterator(log.parent_path()), {}), 2);
+    setLogSetupPath("/dev/null");
 }
 
 }  // namespace
