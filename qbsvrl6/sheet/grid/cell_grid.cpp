@@ -638,6 +638,12 @@ void CellGrid::drawBox(const Rect& box, const Border& border, const std::optiona
     Region region;
     setColumns(region, box);
     setRows(region, box);
+    // A box begins a little above its own text, which may be beside the end of a higher row.
+    const auto next = static_cast<std::size_t>(region.row) + 1;
+    if (region.rowEnd > region.row + 1 && extents_[next].top - box.y <= 2 * kTolerance &&
+        box.y - extents_[next - 1].top > 2 * kTolerance) {
+        ++region.row;
+    }
     for (int row = region.row; row < region.rowEnd; ++row) {
         for (int column = region.column; column < region.columnEnd; ++column) {
             const bool isEdge = row == region.row || row == region.rowEnd - 1 || column == region.column ||

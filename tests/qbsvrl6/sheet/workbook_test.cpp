@@ -319,6 +319,27 @@ TEST_P(Workbook, DrawsLinesAsLongAsTheyAre) {
     }
 }
 
+// A group's header in one of the page's columns, beside the end of a higher row in the other.
+TEST_P(Workbook, PaintsNoNeighboursOfABand) {
+    SheetFeed feed = Workbook::feed({0, 30, 60}, true);
+    const auto narrow = [](Band band) {
+        band.width = 30 * kMm;
+        return band;
+    };
+    Band header = bandOf(BandKind::GroupHeader, 9, {textAt({0, 1, 30, 6}, u"header")});
+    header.background = Color{255, 0, 16};
+    feed.putAt(0, 0, narrow(bandOf(BandKind::Row, 8, {textAt({0, 0, 30, 8}, u"high")})));
+    feed.putAt(30, 0, narrow(bandOf(BandKind::Row, 6, {textAt({0, 0, 30, 6}, u"low")})));
+    feed.putAt(30, 6, narrow(std::move(header)));
+    std::string painted;
+    const std::string facts = only(factsOf(feed), {"A", "B"});
+    for (std::size_t end = 0, from = 0; (end = facts.find('\n', from)) != std::string::npos; from = end + 1) {
+        const std::string line = facts.substr(from, end - from);
+        if (line.find("FFFF0010") != std::string::npos) painted += line.substr(0, line.find(' ')) + ' ';
+    }
+    EXPECT_EQ(painted, "B2 ") << facts;
+}
+
 TEST_P(Workbook, GivesTheSameBytesAgain) {
     const auto write = [] {
         SheetFeed feed = Workbook::feed({0, 30, 60, 90}, true);
