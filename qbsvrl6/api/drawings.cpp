@@ -11,7 +11,25 @@
 namespace qbsvrl6 {
 
 namespace {
-constexpr int kFaultsTold = 10;
+
+constexpr int kLoggedErrors = 10;
+constexpr std::size_t kShownUnits = 80;
+
+// The report, of this one and its sub-reports, that holds the control.
+const ReportDefinition* reportOf(const Control& control, ReportDefinition& report) {
+    for (const Control* own : allControls(report)) {
+        if (own == &control) return &report;
+    }
+    const ReportDefinition* found = nullptr;
+    forEachSubReport(report, [&](Control&, Report& inner) {
+        if (found == nullptr) found = reportOf(control, inner.definition);
+    });
+    return found;
+}
+
+std::string shown(std::u16string_view text) {
+    return '"' + toUtf8(text.substr(0, kShownUnits)) + (text.size() > kShownUnits ? "...\"" : "\"");
+}
 
 std::shared_ptr<const Drawing> placed(Drawing drawing, const Rect& place) {
     moveBy(drawing, place.x, place.y);
@@ -20,18 +38,28 @@ std::shared_ptr<const Drawing> placed(Drawing drawing, const Rect& place) {
 
 }  // namespace
 
-Drawings::Drawings(ReportDefinition& report) { addCharts(report); }
+Drawings::Drawings(ReportDefinition& report) : report_(report) { addCharts(report); }
 
-std::shared_ptr<const Drawing> Drawings::barcode(const BarcodeContent& content, std::u16string_view text,
+std::shared_ptr<const Drawing> Drawings::barcode(const Control& control, std::u16string_view text,
                                                  const Rect& place) {
+    const auto& content = std::get<BarcodeContent>(control.content);
     try {
         return placed(
             drawBarcode({content.type, std::u16string(text), content.showText}, {place.width, place.height}),
             place);
     } catch (const EngineError& error) {
-        tell(std::string("not drawn: ") + error.what());
+        if (errors_ < kLoggedErrors) logBadBarcode(control, error.what());
         return nullptr;
     }
+}
+
+void Drawings::logBadBarcode(const Control& control, const std::string& cause) {
+    const std::u16string& source = std::get<BarcodeContent>(control.content).text;
+    const ReportDefinition* const report = reportOf(control, report_);
+    const SubjectPlace place =
+        report == nullptr ? SubjectPlace{} : report->placesOf(source, TextUse::Report).front();
+    const std::string name = control.name.empty() ? shown(source) : shown(control.name);
+    log("the barcode " + name + " is left out: " + cause, place);
 }
 
 std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const ChartSettings& settings,
@@ -39,8 +67,8 @@ std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const Cha
     std::size_t leftOut = 0;
     Drawing drawing = drawChart(settings, data, {place.width, place.height}, chartFonts_[&control], &leftOut);
     if (leftOut > 0) {
-        tell("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(leftOut) +
-             " values have no label for lack of room; make the chart larger or its valueFormat shorter");
+        log("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(leftOut) +
+            " values have no label for lack of room; make the chart larger or its valueFormat shorter");
     }
     return placed(std::move(drawing), place);
 }
@@ -54,9 +82,9 @@ void Drawings::addCharts(ReportDefinition& report) {
     forEachSubReport(report, [&](Control&, Report& inner) { addCharts(inner.definition); });
 }
 
-void Drawings::tell(const std::string& what) {
-    if (++faults_ <= kFaultsTold) logWarning(what);
-    if (faults_ == kFaultsTold) logWarning("further faults of drawings in this export are not told");
+void Drawings::log(const std::string& what, SubjectPlace place) {
+    if (++errors_ <= kLoggedErrors) logWarning(what, place);
+    if (errors_ == kLoggedErrors) logWarning("further errors of drawings in this export are not logged");
 }
 
 }  // namespace qbsvrl6

@@ -12,22 +12,24 @@
 namespace qbsvrl6 {
 
 // Serves one export. What can't be drawn (a text that a barcode can't hold, a chart's labels without room) is
-// left out with a line in the log; of many such faults only the first ones are told.
+// left out with a line in the log; of many such errors only the first ones are logged.
 class Drawings : public DrawingSource {
 public:
     explicit Drawings(ReportDefinition& report);
 
-    std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
+    std::shared_ptr<const Drawing> barcode(const Control& control, std::u16string_view text,
                                            const Rect& place) override;
     std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
                                          const ChartData& data, const Rect& place) override;
 
 private:
     void addCharts(ReportDefinition& report);
-    void tell(const std::string& what);
+    void logBadBarcode(const Control& control, const std::string& cause);
+    void log(const std::string& what, SubjectPlace place = {});
 
+    ReportDefinition& report_;
     std::map<const Control*, std::u16string> chartFonts_;  // sub-reports have styles of their own
-    int faults_ = 0;
+    int errors_ = 0;
 };
 
 }  // namespace qbsvrl6

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <unordered_set>
 #include <utility>
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -69,7 +72,7 @@ Binding::Binding(const ReportDefinition& report, const DataSources& sources,
 
 Binding::Binding(const ReportDefinition& report, const DataSources& sources,
                  std::span<const SubReportParameter> passed, std::u16string_view filter)
-    : report_(report), sources_(sources) {
+    : report_(report), sources_(sources), use_(TextUse::ChartRows) {
     addNames(passed);
     if (!trimmed(filter).empty()) filter_ = compile(filter);
 }
@@ -103,27 +106,29 @@ std::size_t Binding::addParameter(const std::u16string& name, std::optional<Data
 
 Expression Binding::compile(std::u16string_view text) {
     Expression expression = Expression::parse(text);
-    bind(expression, text);
+    bind(expression, {text, text});
     return expression;
 }
 
 TextTemplate Binding::compileText(std::u16string_view text) {
     TextTemplate compiled = TextTemplate::parse(text);
     for (TextPart& part : compiled.parts) {
-        if (part.expression) bind(*part.expression, text);
+        if (part.expression) {
+            bind(*part.expression, {text, text.substr(part.start, part.end - part.start)});
+        }
     }
     return compiled;
 }
 
-void Binding::bind(Expression& expression, std::u16string_view text) {
-    for (BoundName& name : expression.names) bindName(name, expression);
+void Binding::bind(Expression& expression, const Origin& origin) {
+    for (BoundName& name : expression.names) bindName(name, expression, origin);
     for (Aggregate& aggregate : expression.aggregates) {
-        bindScope(aggregate, text);
+        bindScope(aggregate, origin.text);
         expression.usesPageRows |= aggregate.scope.kind == ScopeKind::Page;
         expression.usesDefaultScope |= aggregate.scope.kind == ScopeKind::Default;
         aggregate.slot = slots_++;
         if (!aggregate.argument) continue;
-        bind(*aggregate.argument, text);
+        bind(*aggregate.argument, origin);
         expression.usesPage |= aggregate.argument->usesPage;
         expression.usesPageRows |= aggregate.argument->usesPageRows;
         expression.usesPageCount |= aggregate.argument->usesPageCount;
@@ -131,7 +136,7 @@ void Binding::bind(Expression& expression, std::u16string_view text) {
     expression.usesPage |= expression.usesPageRows;
 }
 
-void Binding::bindName(BoundName& name, Expression& expression) {
+void Binding::bindName(BoundName& name, Expression& expression, const Origin& origin) {
     const auto declared = fields_.find(lowerCase(name.name));
     const Field* const field = declared == fields_.end() ? nullptr : declared->second;
     const auto found = [&](NameKind kind, std::size_t index) {
@@ -160,11 +165,39 @@ void Binding::bindName(BoundName& name, Expression& expression) {
         found(NameKind::Parameter, parameter->second);
         return;
     }
-    // A table without rows has no columns either: its names are no mistake.
-    const bool mayBeKnown = sources_.rows != nullptr && sources_.rows->columnCount() == 0;
-    if (field == nullptr && !mayBeKnown && unknown_.emplace(name.name, true).second) {
-        logWarning("unknown name \"" + toUtf8(name.name) + "\" in an expression: shown as empty");
+    // A table without rows has no columns either, and a grid without a table is reported itself.
+    const bool mayBeKnown =
+        sources_.rows != nullptr ? sources_.rows->columnCount() == 0 : report_.grid != nullptr;
+    if (field == nullptr && !mayBeKnown) logUnknown(name.name, origin);
+}
+
+void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
+    constexpr std::size_t kShown = 80;
+    const std::string key = std::to_string(TextPlaces::keyOf(origin.text, use_)) + ' ' +
+                            std::to_string(reinterpret_cast<std::uintptr_t>(&report_)) + ' ' + toUtf8(name);
+    if (!isNewWarning(key)) return;
+    const bool isPlaceholder = origin.shown.starts_with(u'[');
+    std::string where = toUtf8(origin.shown.substr(0, kShown)) + (origin.shown.size() > kShown ? "..." : "");
+    if (!isPlaceholder) where = '"' + where + '"';
+    const std::string message = "unknown field \"" + toUtf8(name) + "\" in " + where + " is read as empty; " +
+                                suggestion(name, knownNames());
+    for (const SubjectPlace& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
+}
+
+// As they are looked up, each once.
+std::vector<std::u16string_view> Binding::knownNames() const {
+    std::vector<std::u16string_view> names;
+    std::unordered_set<std::u16string> known;
+    const auto add = [&](std::u16string_view name) {
+        if (known.insert(lowerCase(name)).second) names.push_back(name);
+    };
+    for (const Table* table : {sources_.rows, sources_.head}) {
+        if (table == nullptr) continue;
+        for (std::size_t column = 0; column < table->columnCount(); ++column) add(table->columnName(column));
     }
+    for (const Field& field : report_.fields) add(field.name);
+    for (const BoundParameter& parameter : parameters_) add(parameter.name);
+    return names;
 }
 
 void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {

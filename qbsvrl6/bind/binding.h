@@ -67,8 +67,8 @@ public:
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed, std::u16string_view filter);
 
-    // Parses and binds. A name that nothing has reads as null and is logged once. Raises
-    // EngineError(BadExpression), also for calculated fields that need themselves.
+    // Parses and binds. A name that nothing has reads as null; each place of it is logged once per export.
+    // Raises EngineError(BadExpression), also for calculated fields that need themselves.
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
 
@@ -89,18 +89,26 @@ public:
 private:
     void addNames(std::span<const SubReportParameter> passed);
     std::size_t addParameter(const std::u16string& name, std::optional<DataType> type, const Value& value);
-    void bind(Expression& expression, std::u16string_view text);
-    void bindName(BoundName& name, Expression& expression);
+    // Where an expression is from: a text of the template, and the part of it that messages show.
+    struct Origin {
+        std::u16string_view text;
+        std::u16string_view shown;
+    };
+
+    void bind(Expression& expression, const Origin& origin);
+    void bindName(BoundName& name, Expression& expression, const Origin& origin);
+    void logUnknown(std::u16string_view name, const Origin& origin) const;
+    std::vector<std::u16string_view> knownNames() const;
     void bindScope(Aggregate& aggregate, std::u16string_view text) const;
     std::uint32_t calculatedField(const Field& field);
 
     const ReportDefinition& report_;
     const DetailGrid* grid_ = nullptr;  // whose groups scopes may name
     DataSources sources_;
+    TextUse use_ = TextUse::Report;
     std::unordered_map<std::u16string, const Field*> fields_;  // by name in lower case
     std::unordered_map<std::u16string, std::size_t> parameterIndex_;
     std::unordered_map<const Field*, std::uint32_t> calculatedIndex_;
-    std::unordered_map<std::u16string, bool> unknown_;
     std::deque<Calculated> calculated_;
     std::vector<const Field*> underWay_;  // calculated fields being compiled
     std::vector<BoundParameter> parameters_;

@@ -103,6 +103,8 @@ TextTemplate TextTemplate::parse(std::u16string_view text) {
         flush();
         TextPart part;
         part.expression = parseAt(text, open + 1, end);
+        part.start = open;
+        part.end = close + 1;
         const std::u16string_view format = text.substr(end, close - end).substr(end < close ? 1 : 0);
         part.pageField = pageFieldOf(*part.expression, format);
         if (!format.empty()) part.format = ValueFormat(std::u16string(format));

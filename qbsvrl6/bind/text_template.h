@@ -16,6 +16,8 @@ namespace qbsvrl6 {
 struct TextPart {
     std::u16string literal;
     std::optional<Expression> expression;  // else the part is the literal
+    std::size_t start = 0;                 // of the placeholder in the text, with its brackets
+    std::size_t end = 0;
     ValueFormat format{{}};
     std::optional<PageField::Kind> pageField;  // the placeholder is nothing but that number, in plain digits
 };

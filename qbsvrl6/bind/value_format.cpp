@@ -17,6 +17,23 @@ bool hasAnyOf(std::u16string_view text, std::u16string_view units) {
     return text.find_first_of(units) != std::u16string_view::npos;
 }
 
+bool isLetter(char16_t unit) {
+    const char16_t lower = unit | 0x20;
+    return (lower >= u'a' && lower <= u'z') || (unit >= 0xC0 && unit < 0x250);  // of Latin script
+}
+
+// Whether one of the words is of date letters alone, as in "HH:mm" or "yyyy-MM-ddTHH:mm"; "yes:no" has none.
+bool hasDatePart(std::u16string_view format) {
+    for (std::size_t start = 0; start < format.size();) {
+        std::size_t end = start;
+        while (end < format.size() && isLetter(format[end])) ++end;
+        const std::u16string_view word = format.substr(start, end - start);
+        if (!word.empty() && word.find_first_not_of(u"yMdHhmstT") == std::u16string_view::npos) return true;
+        start = end + 1;
+    }
+    return false;
+}
+
 // A number without a format shows as the data wrote it: where general format would drop zeros behind the
 // point, the cell gets as many places.
 std::u16string_view formatAsWritten(std::u16string_view written) {
@@ -37,10 +54,10 @@ ValueFormat::ValueFormat(std::u16string text) : text_(std::move(text)) {
     const bool enumerated = text_.size() > 1 && text_.front() == u'{' && text_.back() == u'}';
     if (enumerated || hasAnyOf(text_, u"#0") || text_.find(u"$$") != std::u16string::npos) {
         purpose_ = Purpose::Number;
+    } else if (hasAnyOf(text_, u":") && !hasDatePart(text_)) {
+        purpose_ = Purpose::Boolean;
     } else if (hasAnyOf(text_, u"yMdHhms")) {
         purpose_ = Purpose::Date;
-    } else if (hasAnyOf(text_, u":")) {
-        purpose_ = Purpose::Boolean;
     }
 }
 

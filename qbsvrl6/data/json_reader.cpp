@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <utility>
+#include <vector>
 
 #include "qbsvrl6/data/readers.h"
 #include "qbsvrl6/support/limits.h"
@@ -313,7 +314,19 @@ private:
             default:
                 break;
         }
-        if (location == end_) fail("the data ends early", end_);
+        const Outline found = outline();
+        if (found.wrong != end_ && found.wrong <= location) {
+            fail(std::string("this bracket closes the \"") + *found.opened + "\" of line " +
+                     lineOf(found.opened) + "; write \"" + closerOf(*found.opened) + "\"",
+                 found.wrong);
+        }
+        if (location == end_) {
+            const bool isOpen = found.opened != end_;
+            fail(isOpen ? std::string("the data ends early: the \"") + *found.opened + "\" of line " +
+                              lineOf(found.opened) + " is not closed"
+                        : "the data ends early",
+                 end_);
+        }
         fail("the data is not valid JSON here", location);
     }
 
@@ -321,12 +334,18 @@ private:
     struct Outline {
         const char* control;  // the first control character in a string
         const char* behind;   // the first character behind the closed root
+        const char* wrong;    // the first bracket that closes one of the other form
+        const char* opened;   // the bracket that `wrong` closes, else the innermost one that is never closed
     };
+    static char closerOf(char bracket) { return bracket == '[' ? ']' : '}'; }
+    std::string lineOf(const char* location) const {
+        return std::to_string(source_.place(static_cast<std::size_t>(location - text_.data())).line);
+    }
     Outline outline() const {
-        Outline found{end_, end_};
+        Outline found{end_, end_, end_, end_};
         bool inString = false;
         bool started = false;
-        int depth = 0;
+        std::vector<const char*> open;
         for (const char* at = text_.data(); at < end_; ++at) {
             const char c = *at;
             if (inString) {
@@ -334,13 +353,20 @@ private:
                 if (c == '\\') ++at;
                 inString = c != '"';
             } else if (c != ' ' && c != '\t' && c != '\r' && c != '\n') {
-                if (started && depth <= 0 && found.behind == end_) found.behind = at;
+                if (started && open.empty() && found.behind == end_) found.behind = at;
                 started = true;
                 inString = c == '"';
-                if (c == '[' || c == '{') ++depth;
-                if (c == ']' || c == '}') --depth;
+                if (c == '[' || c == '{') open.push_back(at);
+                if ((c == ']' || c == '}') && !open.empty()) {
+                    if (c != closerOf(*open.back()) && found.wrong == end_) {
+                        found.wrong = at;
+                        found.opened = open.back();
+                    }
+                    open.pop_back();
+                }
             }
         }
+        if (found.wrong == end_ && !open.empty()) found.opened = open.back();
         return found;
     }
 

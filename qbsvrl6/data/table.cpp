@@ -192,14 +192,16 @@ const Table* DataSet::table(std::u16string_view name) const {
     return found == tables.end() ? nullptr : &*found;
 }
 
-void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user) {
+void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user,
+                     SubjectPlace place) {
     std::vector<std::u16string_view> names;
     for (const Table& table : data.tables) {
         if (!table.name().empty()) names.push_back(table.name());
     }
     const bool nameless = names.empty() && !data.tables.empty();
     logError(data.origin + " has no table \"" + toUtf8(name) + "\" for " + std::string(user) + "; " +
-             (nameless ? "its one table has no name" : suggestion(name, names)));
+                 (nameless ? "its one table has no name" : suggestion(name, names)),
+             place);
 }
 
 const DataParameter* DataSet::parameter(std::u16string_view name) const {

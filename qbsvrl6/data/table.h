@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/number.h"
 
 namespace qbsvrl6 {
@@ -84,7 +85,8 @@ struct DataSet {
 
 // Says in the log that the data has no such table, which tables it has, and which one may be meant. `user` is
 // what asks for it: "the grid".
-void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user);
+void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user,
+                     SubjectPlace place = {});
 
 }  // namespace qbsvrl6
 

@@ -19,7 +19,7 @@ namespace qbsvrl6 {
 class DrawingSource {
 public:
     virtual ~DrawingSource() = default;
-    virtual std::shared_ptr<const Drawing> barcode(const BarcodeContent& content, std::u16string_view text,
+    virtual std::shared_ptr<const Drawing> barcode(const Control& control, std::u16string_view text,
                                                    const Rect& place) = 0;
     // `control` is the chart's control; settings and data are what it shows at this place.
     virtual std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,

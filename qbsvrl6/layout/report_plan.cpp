@@ -68,7 +68,7 @@ private:
     DataSources dataSources() {
         DataSources sources;
         sources.data = data_;
-        const Table* const reportTable = tableOf(data_, report_.data.table, "the report");
+        const Table* const reportTable = tableOf(data_, report_.data.table, TextUse::ReportTable);
         sources.rows = reportTable;
         if (!report_.grid) return sources;
         const auto own = source_.data.gridSets.find(report_.grid.get());
@@ -76,17 +76,26 @@ private:
         const DataSet* const gridData = hasOwn ? own->second.get() : data_;
         const std::u16string& name = report_.grid->recordset.table;
         const bool same = !hasOwn && name.empty();
-        if (!same) sources.rows = tableOf(gridData, name, "the grid");
+        if (!same) sources.rows = tableOf(gridData, name, TextUse::GridTable);
         if (sources.rows != reportTable) sources.head = reportTable;
         if (sources.data == nullptr) sources.data = gridData;
         return sources;
     }
 
-    static const Table* tableOf(const DataSet* data, const std::u16string& name, const char* user) {
+    const Table* tableOf(const DataSet* data, const std::u16string& name, TextUse use) const {
         if (data == nullptr) return nullptr;
         const Table* const table = data->table(name);
-        if (table == nullptr && !name.empty()) logMissingTable(*data, name, user);
+        if (table == nullptr && !name.empty()) logMissing(*data, name, use);
         return table;
+    }
+
+    void logMissing(const DataSet& data, const std::u16string& name, TextUse use) const {
+        const char* const user = use == TextUse::ReportTable ? "the report"
+                                 : use == TextUse::GridTable ? "the grid"
+                                                             : "a chart";
+        for (const SubjectPlace& place : report_.placesOf(name, use)) {
+            logMissingTable(data, name, user, place);
+        }
     }
 
     void addSection(std::vector<PlannedSection>& sections, const SectionPtr& section) {
@@ -241,7 +250,7 @@ private:
         if (sources.rows == nullptr && gridData != nullptr) sources.rows = gridData->table(name);
         if (sources.rows == nullptr) {
             if (const DataSet* const data = data_ != nullptr ? data_ : gridData) {
-                logMissingTable(*data, name, "a chart");
+                logMissing(*data, name, TextUse::ChartTable);
             }
             return std::nullopt;
         }

@@ -28,9 +28,8 @@ void draw(DrawingItem& item, const Rect& place, DrawingSource* drawings) {
     if (drawings == nullptr || item.control == nullptr) return;
     if (item.chart) {
         item.drawing = drawings->chart(*item.control, item.chart->settings, *item.chart->data, place);
-    } else if (const auto* const barcode = std::get_if<BarcodeContent>(&item.control->content)) {
-        if (!item.alternateText.empty())
-            item.drawing = drawings->barcode(*barcode, item.alternateText, place);
+    } else if (item.control->kind() == ControlKind::Barcode && !item.alternateText.empty()) {
+        item.drawing = drawings->barcode(*item.control, item.alternateText, place);
     }
 }
 

@@ -140,7 +140,15 @@ ReportDefinition cloneDefinition(const ReportDefinition& source) {
     copy.reportHeaders = cloneSections(source.reportHeaders);
     copy.reportFooters = cloneSections(source.reportFooters);
     if (source.grid) copy.grid = cloneGrid(*source.grid);
+    copy.places = source.places;
     return copy;
+}
+
+std::vector<SubjectPlace> ReportDefinition::placesOf(std::u16string_view text, TextUse use) const {
+    std::vector<SubjectPlace> found;
+    if (places) found = places->of(text, use);
+    if (found.empty()) found.emplace_back();
+    return found;
 }
 
 ResolvedStyle resolveStyle(const ReportDefinition& report, const std::u16string& styleName,

@@ -18,6 +18,7 @@
 
 #include "qbsvrl6/model/chart.h"
 #include "qbsvrl6/model/style.h"
+#include "qbsvrl6/model/text_places.h"
 #include "qbsvrl6/support/address.h"
 #include "qbsvrl6/support/units.h"
 
@@ -230,7 +231,11 @@ struct ReportDefinition {
     Printer printer;
     SectionPtr pageHeader, pageFooter;  // may be null
     std::vector<SectionPtr> reportHeaders, reportFooters;
-    std::unique_ptr<DetailGrid> grid;  // may be null
+    std::unique_ptr<DetailGrid> grid;          // may be null
+    std::shared_ptr<const TextPlaces> places;  // null where the report is from no file; never saved
+
+    // Where its file has the text; one unknown place if it has not.
+    std::vector<SubjectPlace> placesOf(std::u16string_view text, TextUse use) const;
 };
 
 // State that the C interface keeps with a report: event handlers, the walk's position, the export under way.

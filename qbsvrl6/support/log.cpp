@@ -191,9 +191,20 @@ std::string asOneLine(std::string_view message) {
 
 thread_local LogSubject* innermostSubject = nullptr;
 
-void write(spdlog::level::level_enum level, std::string_view message) {
+std::string placed(const std::string& subject, std::string_view message, SubjectPlace place) {
+    std::string line = subject;
+    if (place.line > 0) {
+        if (!line.empty()) line += ':';
+        line += std::to_string(place.line) + ':' + std::to_string(place.column);
+    }
+    if (!line.empty()) line += ": ";
+    return line.append(message);
+}
+
+void write(spdlog::level::level_enum level, std::string_view message, SubjectPlace place = {}) {
     try {
-        theLog().write(level, asOneLine(innermostSubject ? innermostSubject->with(message) : message));
+        theLog().write(level, asOneLine(innermostSubject ? innermostSubject->with(message, place)
+                                                         : placed({}, message, place)));
     } catch (...) {  // NOLINT(bugprone-empty-catch): logging never fails the caller
     }
 }
@@ -202,15 +213,19 @@ void write(spdlog::level::level_enum level, std::string_view message) {
 
 void setLogSetupPath(const std::string& setupPath) { theLog().setSetupPath(setupPath); }
 
-void logError(std::string_view message) { write(spdlog::level::err, message); }
-void logWarning(std::string_view message) { write(spdlog::level::warn, message); }
+void logError(std::string_view message, SubjectPlace place) { write(spdlog::level::err, message, place); }
+void logWarning(std::string_view message, SubjectPlace place) { write(spdlog::level::warn, message, place); }
 void logInfo(std::string_view message) { write(spdlog::level::info, message); }
 
 void logWarningOnce(std::string_view message) {
     try {
-        if (innermostSubject == nullptr || innermostSubject->isNew(message)) logWarning(message);
+        if (isNewWarning(message)) logWarning(message);
     } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): as above
     }
+}
+
+bool isNewWarning(std::string_view key) {
+    return innermostSubject == nullptr || innermostSubject->isNew(key);
 }
 
 LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), outer_(innermostSubject) {
@@ -219,8 +234,8 @@ LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), oute
 
 LogSubject::~LogSubject() { innermostSubject = outer_; }
 
-std::string LogSubject::with(std::string_view message) const {
-    return subject_.empty() ? std::string(message) : subject_ + ": " + std::string(message);
+std::string LogSubject::with(std::string_view message, SubjectPlace place) const {
+    return placed(subject_, message, place);
 }
 
 bool LogSubject::isNew(std::string_view message) {

@@ -17,14 +17,23 @@ namespace qbsvrl6 {
 // by the first line that is written.
 void setLogSetupPath(const std::string& setupPath);
 
-void logError(std::string_view message);
-void logWarning(std::string_view message);
+// A place in the file that is the subject (below), both from 1; 0: unknown.
+struct SubjectPlace {
+    int line = 0;
+    int column = 0;
+};
+
+void logError(std::string_view message, SubjectPlace place = {});
+void logWarning(std::string_view message, SubjectPlace place = {});
 void logInfo(std::string_view message);
 // A warning that the innermost subject (below) has had already says nothing more.
 void logWarningOnce(std::string_view message);
 
-// While it lives, the lines of its thread say first what they are about: "subject: message". The innermost
-// one counts; an empty one says nothing.
+// Whether a warning with this key is new to the innermost subject: for messages that cost more than a look.
+bool isNewWarning(std::string_view key);
+
+// While it lives, the lines of its thread say first what they are about: "subject: message", or with a place
+// "subject:12:9: message". The innermost one counts; an empty one says nothing.
 class LogSubject {
 public:
     explicit LogSubject(std::string subject);
@@ -33,7 +42,7 @@ public:
     LogSubject& operator=(const LogSubject&) = delete;
 
     // The message as such a line has it.
-    std::string with(std::string_view message) const;
+    std::string with(std::string_view message, SubjectPlace place = {}) const;
 
     // Whether the message is new to this subject.
     bool isNew(std::string_view message);

@@ -1,6 +1,7 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <span>
 #include <unordered_set>
@@ -32,6 +33,13 @@ struct NotedExpression {
     std::size_t offset;
 };
 
+// A text whose place the report keeps for messages.
+struct PlacedText {
+    std::size_t offset;
+    std::size_t key;
+    TextPlaces* places;
+};
+
 struct FoundError {
     ErrorCode code;
     std::string message;
@@ -47,6 +55,8 @@ struct Reading {
     std::vector<Reference> references;
     std::vector<NotedExpression> expressions;
     std::vector<FoundError> errors;
+    std::vector<PlacedText> texts;
+    TextPlaces* places = nullptr;  // of the report that is being read
     int reportDepth = 0;
 
     // Reading goes on after most errors, so that all of them are reported.
@@ -56,7 +66,24 @@ struct Reading {
         if (restIsUnknown || errors.size() > limits::kTemplateErrors) throw ReadingEnds();
     }
     [[noreturn]] void fail();
+
+    void addText(std::u16string_view text, TextUse use, std::size_t offset) {
+        texts.push_back({offset, TextPlaces::keyOf(text, use), places});
+    }
+    void settlePlaces();
 };
+
+// The places of all reports in one pass over the text.
+void Reading::settlePlaces() {
+    std::stable_sort(texts.begin(), texts.end(), [](const PlacedText& left, const PlacedText& right) {
+        return left.offset < right.offset;
+    });
+    PlaceCursor cursor(source);
+    for (const PlacedText& text : texts) {
+        const SourcePlace place = cursor.place(text.offset);
+        text.places->add(text.key, {place.line, place.column});
+    }
+}
 
 void Reading::fail() {
     std::stable_sort(errors.begin(), errors.end(), [](const FoundError& left, const FoundError& right) {
@@ -158,6 +185,13 @@ public:
     }
     void columnReference(const char* name, std::u16string& value) {
         reference(name, Reference::To::Column, value);
+    }
+
+    void tableName(const char* name, std::u16string& value, TextUse use) {
+        attribute(name, value, {}, TextCodec{});
+        if (!value.empty()) {
+            reading_.addText(value, use, offsetOfAttribute(reading_.source.text(), node_, name));
+        }
     }
 
     void borders(std::optional<BorderLine>& left, std::optional<BorderLine>& top,
@@ -277,12 +311,27 @@ private:
                 const std::size_t offset = offsetOfAttribute(reading_.source.text(), node_, found.name());
                 bool knowsPage = true;
                 if constexpr (!hasPlaceholders) knowsPage = codec.knowsPage;
+                if (!hasPlaceholders || value.find(u'[') != std::u16string::npos) {
+                    reading_.addText(value, useOf(found), offset);
+                }
                 reading_.expressions.push_back({found.name(), value, hasPlaceholders, knowsPage, offset});
             }
         } catch (const ValueFault& fault) {
             addErrorAt(found.name(),
                        std::string(found.name()) + "=" + quoted(found.value()) + ": " + fault.what());
         }
+    }
+
+    // Charts may look at a table of their own; their titles never do.
+    TextUse useOf(pugi::xml_attribute text) const {
+        const bool isSeries = std::strcmp(node_.name(), "Series") == 0;
+        const pugi::xml_node chart = isSeries ? node_.parent() : node_;
+        constexpr std::array<std::string_view, 3> kOfRows = {"filter", "category", "sort"};
+        const bool ofRows =
+            isSeries || std::find(kOfRows.begin(), kOfRows.end(), text.name()) != kOfRows.end();
+        return ofRows && *chart.attribute("table").value() != '\0' && std::strcmp(chart.name(), "Chart") == 0
+                   ? TextUse::ChartRows
+                   : TextUse::Report;
     }
 
     template <class Describe>
@@ -400,6 +449,9 @@ void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report
             element.addError("sub-reports are nested deeper than " + std::to_string(limits::kSubReportDepth),
                              ErrorCode::LimitExceeded);
         }
+        const auto places = std::make_shared<TextPlaces>();
+        report->definition.places = places;
+        TextPlaces* const outerPlaces = std::exchange(reading_.places, places.get());
         std::vector<Reference> outer;
         std::vector<NotedExpression> outerExpressions;
         outer.swap(reading_.references);
@@ -407,6 +459,7 @@ void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report
         describeReport(element, report->definition, ReportPlace::SubReport);
         outer.swap(reading_.references);
         outerExpressions.swap(reading_.expressions);
+        reading_.places = outerPlaces;
         --reading_.reportDepth;
     });
 }
@@ -550,8 +603,11 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
-    Reading reading{source, directoryOf(origin), {}, {}, {}, 0};
+    Reading reading{source, directoryOf(origin), {}, {}, {}, {}};
     ReportDefinition definition;
+    const auto places = std::make_shared<TextPlaces>();
+    definition.places = places;
+    reading.places = places.get();
     try {
         ReadElement element(reading, root);
         if (std::strcmp(root.name(), "Report") != 0) {
@@ -565,6 +621,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
         reading.fail();
     }
     if (!reading.errors.empty()) reading.fail();
+    reading.settlePlaces();
     return definition;
 }
 

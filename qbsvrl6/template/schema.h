@@ -96,10 +96,10 @@ void describeStyle(Element& element, StyleLike& style) {
 }
 
 template <class Element, class SourceLike>
-void describeDataSource(Element& element, SourceLike& source) {
+void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) {
     element.attribute("connection", source.connectionString, {}, TextCodec{});
     element.address("query", source.query);
-    element.attribute("table", source.table, {}, TextCodec{});
+    element.tableName("table", source.table, tableUse);
 }
 
 // The content of each kind of control. Attributes that a style has too bear other names here.
@@ -175,7 +175,7 @@ void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
 
 template <class Element, class RowsLike>
 void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
-    element.attribute("table", rows.table, {}, TextCodec{});
+    element.tableName("table", rows.table, TextUse::ChartTable);
     element.attribute("filter", rows.filter, {}, ExpressionCodec{.knowsPage = false});
     element.attribute("category", rows.category, {}, PlaceholderCodec{});
     element.attribute("sort", rows.sort, {}, ExpressionCodec{.knowsPage = false});
@@ -319,7 +319,8 @@ void describeGrid(Element& element, GridLike& grid) {
     element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
     element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
     element.attribute("filter", grid.filter, {}, ExpressionCodec{.knowsPage = false});
-    element.child("Recordset", [&](auto& child) { describeDataSource(child, grid.recordset); });
+    element.child("Recordset",
+                  [&](auto& child) { describeDataSource(child, grid.recordset, TextUse::GridTable); });
     element.child("Columns", [&](auto& columns) {
         columns.namedList("Column", grid.columns, limits::kGridColumns, [](auto& child, auto& column) {
             child.required("name", column.name, TextCodec{});
@@ -398,7 +399,7 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
             child.attribute("expression", field.expression, {}, ExpressionCodec{});
         });
     });
-    element.child("Data", [&](auto& data) { describeDataSource(data, report.data); });
+    element.child("Data", [&](auto& data) { describeDataSource(data, report.data, TextUse::ReportTable); });
     if (hasPages) describePaper(element, report);
     if (hasPages) element.pointer("PageHeader", report.pageHeader, kSection);
     element.list("ReportHeader", report.reportHeaders, kSection);

@@ -105,6 +105,10 @@ public:
         attribute(name, value, {}, TextCodec{});
     }
 
+    void tableName(const char* name, const std::u16string& value, TextUse) {
+        attribute(name, value, {}, TextCodec{});
+    }
+
     void borders(const std::optional<BorderLine>& left, const std::optional<BorderLine>& top,
                  const std::optional<BorderLine>& right, const std::optional<BorderLine>& bottom) {
         if (left && left == top && left == right && left == bottom) {

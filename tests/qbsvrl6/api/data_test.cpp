@@ -139,15 +139,18 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
         const char* log;
     } cases[] = {
         {R"(connection="xml" query="a.txt" table="Ordres")", "", "",
-         " error T tpl/t.qbf: tpl/a.txt has no table \"Ordres\" for the report; did you mean \"Orders\"? "
+         " error T tpl/t.qbf:1:58: tpl/a.txt has no table \"Ordres\" for the report; did you mean "
+         "\"Orders\"? "
          "There are: Orders, Lines"},
         {R"(connection="xml" query="a.txt")", R"(table="x")", "",
-         " error T tpl/t.qbf: tpl/a.txt has no table \"x\" for the grid; there are: Orders, Lines"},
+         " error T tpl/t.qbf:1:94: tpl/a.txt has no table \"x\" for the grid; there are: Orders, Lines"},
         {R"(connection="xml" query="a.txt" table="Orders")", "", chart,
-         " error T tpl/t.qbf: tpl/a.txt has no table \"Line\" for a chart; did you mean \"Lines\"? There "
+         " error T tpl/t.qbf:1:133: tpl/a.txt has no table \"Line\" for a chart; did you mean \"Lines\"? "
+         "There "
          "are: Orders, Lines"},
         {R"(connection="xml" query="list.txt" table="x")", "", "",
-         " error T tpl/t.qbf: tpl/list.txt has no table \"x\" for the report; its one table has no name"},
+         " error T tpl/t.qbf:1:61: tpl/list.txt has no table \"x\" for the report; its one table has no "
+         "name"},
         {"", "", "", " warning T tpl/t.qbf: the grid has no rows: there is no data"},
         {R"(connection="xml" query="a.txt" table="Lines")", "", "", ""},
     };
@@ -179,6 +182,58 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
     exported(nothing, QBExportType_PDF);
     EXPECT_NE(takeLog().find("the document is empty: its template \"bad.qbf\" could not be loaded"),
               std::string::npos);
+}
+
+// A line of the log without the time, the level, the thread's number and the template's folder.
+std::string messagesOf(const std::string& log) {
+    std::string messages;
+    for (std::size_t at = 0; (at = log.find("tpl/", at)) != std::string::npos;) {
+        const std::size_t end = std::min(log.find('\n', at), log.size());
+        messages += log.substr(at + 4, end - at - 4) + '\n';
+        at = end;
+    }
+    return messages;
+}
+
+TEST_F(DataTest, UnknownFieldsAndBadBarcodesNameTheirPlaceOnce) {
+    write("tpl/a.txt", R"({"Orders":[{"Id":1,"Amount":2},{"Id":3,"Amount":4}],"Lines":[{"Price":5}]})");
+    const struct {
+        const char* body;
+        const char* messages;
+    } cases[] = {
+        {"<ReportHeader><Text text='Sum: [Amout:0.00]'/>\n<Text text='[Id]' visibleWhen='Idd &gt; "
+         "1'/></ReportHeader>",
+         "t.qbf:2:21: unknown field \"Amout\" in [Amout:0.00] is read as empty; did you mean \"Amount\"? "
+         "There are: Id, Amount, Double, City\n"
+         "t.qbf:3:19: unknown field \"Idd\" in \"Idd > 1\" is read as empty; did you mean \"Id\"? "
+         "There are: Id, Amount, Double, City\n"},
+        {"<Grid><Columns><Column name='a' width='9mm'><Content text='[x]'/></Column>\n"
+         "<Column name='b' width='9mm'><Content text='[x]'/></Column></Columns></Grid>",
+         "t.qbf:2:54: unknown field \"x\" in [x] is read as empty; there are: Id, Amount, Double, City\n"
+         "t.qbf:3:39: unknown field \"x\" in [x] is read as empty; there are: Id, Amount, Double, City\n"},
+        // the same text over two tables
+        {"<ReportHeader><Text text='[Price]'/>\n<Chart width='50mm' height='50mm' table='Lines' "
+         "category='[Price]'><Series value='Price'/></Chart></ReportHeader>",
+         "t.qbf:2:21: unknown field \"Price\" in [Price] is read as empty; there are: Id, Amount, Double, "
+         "City\n"},
+        {"<ReportHeader><SubReport><Parameter name='p' expression='1'/><Report>\n"
+         "<ReportHeader><Text text='[q]'/></ReportHeader></Report></SubReport></ReportHeader>",
+         "t.qbf:3:21: unknown field \"q\" in [q] is read as empty; there are: Id, Amount, p\n"},
+        {"<ReportHeader>\n<Barcode name='Label' type='2' text='A[Id]' width='30mm' "
+         "height='9mm'/></ReportHeader>",
+         "t.qbf:3:32: the barcode \"Label\" is left out: barcode of type 2 for \"A1\": digits only\n"},
+    };
+    for (const auto& test : cases) {
+        write("tpl/t.qbf",
+              std::string("<Report version='1'><Fields><Field name='Double' expression='2 * Amount'/>"
+                          "</Fields><Parameters><Parameter name='City'/></Parameters>"
+                          "<Data connection='xml' query='a.txt'/>\n") +
+                  test.body + "</Report>");
+        const OwnReport report;
+        ASSERT_EQ(QBReportLoadFromFile(report, u"tpl/t.qbf"), 1) << takeLog();
+        exported(report, QBExportType_PDF);
+        EXPECT_EQ(messagesOf(takeLog()), test.messages);
+    }
 }
 
 }  // namespace

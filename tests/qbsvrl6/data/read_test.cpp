@@ -116,7 +116,10 @@ TEST(ReadData, TellsThePlaceOfAFault) {
         {"[{\"a\":1}\n] x", "! f:2:3: text behind the end of the data"},
         {"[{\"a\":1}] []", "! f:1:11: text behind the end of the data"},
         {"{}]", "! f:1:3: text behind the end of the data"},
-        {"[{\"a\":1},\n{\"a\":", "! f:2:6: the data ends early"},
+        {"[{\"a\":1},\n{\"a\":", "! f:2:6: the data ends early: the \"{\" of line 2 is not closed"},
+        {"[{\"a\":1},\n{\"a\":2}\n}", "! f:3:1: this bracket closes the \"[\" of line 1; write \"]\""},
+        {"{\"Rows\":\n[{\"a\":2}\n}}", "! f:3:1: this bracket closes the \"[\" of line 2; write \"]\""},
+        {"{\"Rows\":[\n{\"a\":2]\n]}", "! f:2:7: this bracket closes the \"{\" of line 2; write \"}\""},
         {"[{\"a\":1},\n{\"a\":\"x]}", "! f:2:10: a string has no closing quote"},
         {"[{\"a\":1}\n,{\"中\" 2}]", "! f:2:7: the data is not valid JSON here"},
         {"[{\"a\":tru}]", "! f:1:7: a value is none of JSON's"},
@@ -152,7 +155,8 @@ TEST(ReadData, RefusesWhatPassesALimit) {
     EXPECT_EQ(read(repeated("{\"a\":", 500) + "1" + repeated("}", 500)),
               "! f:1:1001: nested deeper than 200 levels");
     EXPECT_EQ(read(repeated("<a>", 500) + repeated("</a>", 500)), "! f:1:602: nested deeper than 200 levels");
-    EXPECT_EQ(read(repeated("[", 100'000)), "! f:1:100001: the data ends early");
+    EXPECT_EQ(read(repeated("[", 100'000)),
+              "! f:1:100001: the data ends early: the \"[\" of line 1 is not closed");
     std::string wide = "[{";
     for (std::size_t i = 0; i <= limits::kDataColumns; ++i) wide += "\"c" + std::to_string(i) + "\":1,";
     wide.back() = '}';

@@ -14,7 +14,7 @@ namespace {
 // Writes down each chart that is drawn: "title: a b; label 1 2; label (x,y,size)".
 class ChartNotes : public DrawingSource {
 public:
-    std::shared_ptr<const Drawing> barcode(const BarcodeContent&, std::u16string_view, const Rect&) override {
+    std::shared_ptr<const Drawing> barcode(const Control&, std::u16string_view, const Rect&) override {
         return nullptr;
     }
     std::shared_ptr<const Drawing> chart(const Control&, const ChartSettings& settings, const ChartData& data,

@@ -238,7 +238,7 @@ TEST(Section, StylesByThePageAreDecidedWithIt) {
 TEST(Section, KeepsPicturesAndDrawingsInsideTheirPaddings) {
     class Source : public DrawingSource {
     public:
-        std::shared_ptr<const Drawing> barcode(const BarcodeContent&, std::u16string_view,
+        std::shared_ptr<const Drawing> barcode(const Control&, std::u16string_view,
                                                const Rect& place) override {
             return tell("barcode", place);
         }

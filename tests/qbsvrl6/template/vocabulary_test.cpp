@@ -36,6 +36,7 @@ public:
     void address(const char* name, const Address&) { note(name); }
     void startingFolder(const char* name, const Address&, const std::u16string&) { note(name); }
     void styleReference(const char* name, const std::u16string&) { note(name); }
+    void tableName(const char* name, const std::u16string&, TextUse) { note(name); }
     void columnReference(const char* name, const std::u16string&) { note(name); }
     template <class... Lines>
     void borders(const Lines&...) {
