@@ -1,8 +1,5 @@
 #include <filesystem>
 #include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 #include "tests/qbsvrl6/api/api_fixture.h"
 #include "tests/source_directory.h"
@@ -116,31 +113,6 @@ TEST_F(ApiTest, ResultsStayUntilTheExportIsUnprepared) {
     EXPECT_EQ(exported(report, QBExportType_CSV), first) << "options don't outlive their export";
     EXPECT_EQ(exported(report, QBExportType_PDF), exported(report, QBExportType_PDF))
         << "the same bytes each time";
-}
-
-// Forty results of 8 MB each: more than a report keeps in memory.
-TEST_F(ApiTest, ManyLargeResultsStayReadable) {
-    write("large.qbf",
-          "<Report version=\"1\"><Data connection=\"xml\" query=\"large.txt\"/><ReportHeader "
-          "height=\"9mm\"><Text width=\"90mm\" height=\"5mm\" text=\"[Large]\"/></ReportHeader></Report>");
-    const OwnReport report;
-    std::vector<std::pair<tagQBBinaryObject*, const void*>> results;
-    constexpr std::size_t kSize = 8 << 20;
-    for (int i = 0; i < 40; ++i) {
-        write("large.txt", "{\"Large\":\"" + std::string(kSize, static_cast<char>('A' + i)) + "\"}");
-        QBReportLoadFromFile(report, path("large.qbf").c_str());
-        tagQBBinaryObject* result = QBReportExportDirectToBinaryObject(report, QBExportType_CSV);
-        ASSERT_NE(result, nullptr) << takeLog();
-        results.emplace_back(result, QBBinaryObjectGetDataBuf(result));
-    }
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        const auto& [result, address] = results[i];
-        EXPECT_EQ(QBBinaryObjectGetDataBuf(result), address);
-        const std::string_view bytes(static_cast<const char*>(address),
-                                     static_cast<std::size_t>(QBBinaryObjectGetDataSize(result)));
-        EXPECT_GE(bytes.size(), kSize);
-        EXPECT_EQ(bytes[kSize / 2], static_cast<char>('A' + i));
-    }
 }
 
 TEST_F(ApiTest, OptionsAreSeenByTheirKindOnly) {

@@ -176,7 +176,7 @@ TEST_F(ApiTest, TakesTextsThatBelongToWhatTheyReplace) {
     QBPrinterSetPrinterName(printer, QBPrinterGetPrinterName(printer) + 2);
     EXPECT_EQ(narrow(QBPrinterGetPrinterName(printer)), "printer in an office on the second floor");
     tagQBUtility* utility = QBReportGetUtility(report);
-    const lkchar* format = QBUtilityNumberFormat(utility, u"\"0.000000000000000000\"", 0);
+    const lkchar* format = QBUtilityNumberFormat(utility, u"0.000000000000000000", 0);
     EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, format, 2)).substr(0, 3), "2.0");
 }
 

@@ -1,0 +1,35 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/api/runtime.h"
+
+namespace qbsvrl6 {
+namespace {
+
+// Forty results of 10 MB: more than a report keeps in memory, and each at the address it was first given at.
+TEST(Results, StayReadableBeyondWhatIsKeptInMemory) {
+    Report report;
+    Runtime& runtime = runtimeOf(report);
+    for (const char* round : {"first", "after dropping"}) {
+        SCOPED_TRACE(round);
+        constexpr std::size_t kSize = 10'000'000;
+        std::vector<BinaryObject*> results;
+        std::vector<const char*> addresses;
+        for (int i = 0; i < 40; ++i) {
+            results.push_back(runtime.keepResult(std::string(kSize, static_cast<char>('A' + i))));
+            addresses.push_back(results.back()->bytes().data());
+        }
+        EXPECT_EQ(runtime.keepResult("")->bytes(), "");
+        for (std::size_t i = 0; i < results.size(); ++i) {
+            EXPECT_EQ(results[i]->bytes().data(), addresses[i]);
+            EXPECT_EQ(results[i]->bytes(), std::string(kSize, static_cast<char>('A' + i)));
+        }
+        runtime.dropResults();
+    }
+}
+
+}  // namespace
+}  // namespace qbsvrl6
