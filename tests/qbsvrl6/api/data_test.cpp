@@ -96,7 +96,7 @@ TEST_F(DataTest, QueriesInheritTheirConnection) {
         {R"(connection="xml")", R"(query="b.txt")", "", "b;", ""},
         {R"(connection="xml" query="a.txt")", R"(query="b.txt")", "", "b;", ""},
         {R"(connection="xml" query="a.txt")", "", "", "a;", ""},
-        {R"(connection="xml" query="a.txt")", "", inner, "b,;a,;", ""},
+        {R"(connection="xml" query="a.txt")", "", inner, "b;a;", ""},
         {"", R"(connection="xml" query="b.txt")", "", "b;", ""},
         {"", R"(query="b.txt")", "", "", "the query \"tpl/b.txt\" is not read"},
         {R"(query="a.txt")", "", "", "", "the query \"tpl/a.txt\" is not read"},
