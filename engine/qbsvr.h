@@ -1,85 +1,83 @@
-// The report engine: the 71 functions of libqbsvrl6.so, their handles, enumerations and event handlers.
+// The report engine: the 71 functions of libqbsvrl6.so, with their handles, enumerations and event handlers.
 //
-//     QBInitConfig(u"/opt/qb");
-//     quillbrook::tagQBReport* report = QBReportCreate();
-//     if (report && QBReportLoadFromFile(report, u"/opt/qb/Samples/Reports/list.qbf")) {
-//         quillbrook::tagQBBinaryObject* pdf =
-//             QBReportExportDirectToBinaryObject(report, quillbrook::QBExportType_PDF);
-//         if (pdf) Save(QBBinaryObjectGetDataBuf(pdf), QBBinaryObjectGetDataSize(pdf));
+//     QBInitConfig(u"samples");
+//     tagQBReport* report = QBReportCreate();
+//     if (QBReportLoadFromFile(report, u"samples/Samples/Reports/7a.stock.qbf") != 0) {
+//         QBReportLoadDataFromURL(report, u"samples/Samples/Reports/7a.stock.txt");
+//         QBReportExportDirect(report, QBExportType_PDF, u"stock.pdf", 0, 0);
 //     }
 //     QBReportRelease(report);
+//
+// The examples assume `using namespace quillbrook`. In those below, `report` is a report that is loaded.
 //
 // Conventions
 //
 // Start. QBInitConfig comes once, before every other function. There is no shutdown.
 //
-// Ownership. A caller owns the reports that it got from QBReportCreate and gives each back through
-// QBReportRelease, which frees all that hangs from it. Every other handle, a sub-report's report among them,
-// is borrowed: it belongs to what it was taken from, lives as long as that does, and is never released.
-// Loading a template replaces the report's contents, so that sections, controls, grids and record sets taken
-// before it are gone; the report itself stays. A binary object has no release function: its bytes are valid
-// until the next QBReportUnprepareExport or QBReportRelease on its report. An event handler is
-// made with `new` and belongs to the report from the attaching on: the engine deletes it. Handlers stay
-// attached across loads, as long as their report lives.
+// Ownership. The caller owns the reports that QBReportCreate returns and passes each one to
+// QBReportRelease, which frees everything that belongs to it. Every other handle is borrowed, including a
+// sub-report's report: it belongs to the object it was obtained from and is never released. Loading or
+// assigning a template replaces the report's contents. Handles of sections, controls, grids and record sets
+// obtained before are then invalid; the report's own handle stays valid.
 //
-// Texts are 16-bit and end at a zero unit, in both directions. A text passed in is read during the call only.
-// A text handed out stays the engine's, may be null where that is said, and is valid until the next call with
-// the same handle (for functions without a handle: the next call of the same function on the same thread);
-// copy what is to be kept. The text of QBRecordsetGetQuerySQL also outlives QBRecordsetSetConnectionString on
-// its record set.
+// Texts are UTF-16 and end with a zero unit, in both directions. The engine reads a text argument during the
+// call only. A returned text belongs to the engine. It is valid until the next call with the same handle,
+// or, for functions without a handle, until the next call of the same function on the same thread. The text
+// of QBRecordsetGetQuerySQL also stays valid across QBRecordsetSetConnectionString on its record set. A
+// returned text may be passed to any function as an argument, even to one that replaces it.
 //
-// Addresses. A path that a program passes (of a template, of data, of output, in a query, of the background
-// picture) starts at the working directory if it is relative. A name inside a template starts at the
-// template's folder, and so does what a field gives as the source of a picture. Nothing is tried elsewhere. A
-// template that is saved names the same files as before, as they are seen from its new folder; absolute paths
-// and URLs stay.
+// Results. An `int` result is zero for failure or false, and any other value for success or true. An `int`
+// argument is a switch, zero for off, unless its name says otherwise.
 //
-// Orders. A prepared export is QBReportPrepareExport, the option setters, QBReportExportToBinaryObject (or
-// QBExportOptionSetFileName ahead and QBReportExport), the use of the result, and QBReportUnprepareExport,
-// the last one on success and on failure alike. Handlers are attached before the export or load that fires
-// them. A walk over controls is QBReportFindFirstControl, then QBReportFindNextControl until null; its
-// position belongs to the report, so that a walk over a sub-report leaves its parent's alone.
+// Errors. No exception leaves a function. Failure is a null handle, a null text or zero; the cause is a line
+// in the engine's log (see QBInitConfig).
 //
-// Threads. Different reports may be used on different threads at once, creation and release included. One
-// report, with all that hangs from it, belongs to one thread at a time.
+// Null and invalid values. Every function accepts a null handle, does nothing, and returns null, zero or the
+// empty text. A report that has been released is treated as null. Other borrowed handles are not checked:
+// using one after its owner is gone, or a handle of another type, is undefined. A null text argument is
+// the empty text. Values outside an enumeration are ignored unless the function says otherwise.
 //
-// Errors. Nothing is thrown across this interface. Failure is a null handle, a null text or a zero; the cause
-// is written to the engine's own log. Results declared `int` are switches: zero for false or failure, any
-// other value for true or success. Arguments declared `int` are switches too unless their name says
-// otherwise.
+// Paths. A relative path that a program passes (a template, data, output, a query, the background picture)
+// starts from the working directory. A relative path inside a template, or in a field that names a picture,
+// starts from the template's folder. Nothing is tried elsewhere. An address is a path, or a file:, http: or
+// https: address.
 //
-// Nulls. Every function takes a null handle: it then does nothing and gives null, zero or the empty text. A
-// null text reads as the empty text. Values outside an enumeration are passed through and count as unknown.
+// Threads. Different reports may be used on different threads at the same time, including creation and
+// release. One report, with everything that belongs to it, must be used by one thread at a time.
+//
+// Blocking. Loads, exports and prints run to their end before they return. They wait for files, for web
+// addresses up to the time limit of the engine, and for the print service. All other functions return at
+// once.
 #ifndef QBSVR_ENGINE_QBSVR_H
 #define QBSVR_ENGINE_QBSVR_H
 
 #include <cstdint>
 
-// Marks the functions that leave the library, also where an engine is built with hidden visibility.
+// Exports a function from the library, even if an engine is built with hidden visibility.
 #define QBSVR_API __attribute__((visibility("default")))
 
 namespace quillbrook {
 
 using lkchar = char16_t;
 
-struct tagQBReport;         // one report: template, data, state
-struct tagQBDetailGrid;     // a report's detail grid
+struct tagQBReport;         // one report: template, data and state
+struct tagQBDetailGrid;     // the report's detail grid
 struct tagQBRecordset;      // the detail grid's record set
-struct tagQBReportHeaders;  // a report's collection of header sections
+struct tagQBReportHeaders;  // the report's list of header sections
 struct tagQBSection;        // one section
-struct tagQBControls;       // a section's collection of controls
+struct tagQBControls;       // a section's list of controls
 struct tagQBControl;        // one control
-struct tagQBSubReport;      // a control of type QBControlType_SubReport seen as a sub-report
-struct tagQBExportOption;   // options of the export in progress
-struct tagQBE2CellOption;   // the same options for outputs made of cells: XLS, TXT, HTM, RTF, CSV
-struct tagQBE2XLSOption;    // ... for spreadsheets
-struct tagQBE2IMGOption;    // ... for images
-struct tagQBE2PDFOption;    // ... for PDF
-struct tagQBBinaryObject;   // a block of finished output in memory
-struct tagQBPrinter;        // a report's printer settings
-struct tagQBFont;           // a report's font
-struct tagQBChart;          // a chart, as the argument of the chart data event only
-struct tagQBUtility;        // number formatting service of a report
+struct tagQBSubReport;      // a control of type QBControlType_SubReport, seen as a sub-report
+struct tagQBExportOption;   // options of an export
+struct tagQBE2CellOption;   // the same options, for formats made of cells: XLS, TXT, HTM, RTF, CSV
+struct tagQBE2XLSOption;    // the same options, for spreadsheets
+struct tagQBE2IMGOption;    // the same options, for images
+struct tagQBE2PDFOption;    // the same options, for PDF
+struct tagQBBinaryObject;   // a finished document in memory
+struct tagQBPrinter;        // the report's printer settings
+struct tagQBFont;           // the report's font
+struct tagQBChart;          // a chart; exists as the argument of the chart data event only
+struct tagQBUtility;        // number formatting of a report
 
 enum tagQBExportType : std::int32_t {
     QBExportType_XLS = 1,  // .xls, or .xlsx after QBE2XLSOptionSetToXlsxFormat
@@ -88,7 +86,7 @@ enum tagQBExportType : std::int32_t {
     QBExportType_RTF = 4,
     QBExportType_PDF = 5,
     QBExportType_CSV = 6,
-    QBExportType_IMG = 7,  // TIFF unless QBE2IMGOptionSetImageType says otherwise
+    QBExportType_IMG = 7,  // TIFF, or PNG after QBE2IMGOptionSetImageType
 };
 
 enum tagQBImageType : std::int32_t {
@@ -96,7 +94,7 @@ enum tagQBImageType : std::int32_t {
     QBImageType_PNG = 2,
 };
 
-// What becomes of the columns of a detail grid that is wider than the page.
+// How a detail grid that is wider than the page is printed. docs/column-adapt.md shows each method.
 enum tagQBColumnPrintAdaptMethod : std::int32_t {
     QBColumnPrintAdaptMethod_Discard = 1,
     QBColumnPrintAdaptMethod_Wrap = 2,
@@ -119,37 +117,35 @@ enum tagQBControlType : std::int32_t {
     QBControlType_SubReport = 9,
 };
 
-// The numbers that barcode requests carry under "type"; the engine knows more symbologies than have a name
-// here.
+// Values for "type" in barcode requests. The engine knows more symbologies than are named here.
 enum tagQBBarcodeType : std::int32_t {
     QBBarcodeType_Digits = 1,            // digits only
     QBBarcodeType_AppIdentifier = 25,    // digits, or bracketed application identifiers
-    QBBarcodeType_LongText50 = 50,       // long mixed text, Chinese included
+    QBBarcodeType_LongText50 = 50,       // long mixed text, including Chinese
     QBBarcodeType_LongText51 = 51,       // long mixed text of Latin letters
-    QBBarcodeType_LongText52 = 52,       // long mixed text, Chinese included
+    QBBarcodeType_LongText52 = 52,       // long mixed text, including Chinese
     QBBarcodeType_AppIdentifier53 = 53,  // bracketed application identifiers
     QBBarcodeType_AppIdentifier54 = 54,  // bracketed application identifiers
 };
 
-// Event handlers. The engine calls through the virtual table, whose order is part of the interface:
-// destructor, deleting destructor, Execute. Derive singly, An exception
-// that leaves Execute ends the export that called it, with its message in the log.
+// Event handlers. The engine calls them through the virtual table, whose order is part of the interface:
+// destructor, deleting destructor, Execute. Use single inheritance.
 
-// An export begins; the options may still be changed.
+// An export begins. Its options may still be changed.
 class CqbExportEventInfo {
 public:
     virtual ~CqbExportEventInfo() = default;
     virtual void Execute(tagQBExportOption* option) = 0;
 };
 
-// The report initialises.
+// The report is initialised, at the start of an export or print.
 class CqbGeneralEventInfo {
 public:
     virtual ~CqbGeneralEventInfo() = default;
     virtual void Execute() = 0;
 };
 
-// A chart asks for its data.
+// A chart requests its data.
 class CqbChartEventInfo {
 public:
     virtual ~CqbChartEventInfo() = default;
@@ -161,170 +157,361 @@ public:
 extern "C" {
 
 // ---- Configuration and module information
+//
+//     QBInitConfig(u"samples");
+//     const lkchar* version = QBGetModuleVersion();  // "1.0.0"
 
-// Names the directory in which the engine is set up, without closing separator. If it exists, the log is
-// log/qbsvrl6.log in it; else qbsvrl6/qbsvrl6.log in $XDG_STATE_HOME or ~/.local/state, if there is one.
+// Sets the set-up directory, without a closing separator. If it exists, the log is log/qbsvrl6.log in it;
+// otherwise qbsvrl6/qbsvrl6.log in $XDG_STATE_HOME or ~/.local/state, if there is one. Returns non-zero.
 QBSVR_API int QBInitConfig(const quillbrook::lkchar* setupPath);
-// Path of the engine's library file, its version, and the architecture that it was built for.
+
+// The full path of the engine's library file.
 QBSVR_API const quillbrook::lkchar* QBGetModulePath();
+
+// The engine's version, "major.minor.patch".
 QBSVR_API const quillbrook::lkchar* QBGetModuleVersion();
+
+// The architecture that the library was built for, and its operating system: "x86_64 Linux".
 QBSVR_API const quillbrook::lkchar* QBGetModuleInfo();
 
 // ---- Reports
+//
+//     tagQBReport* copy = QBReportCreate();
+//     QBObjectAssign(copy, report);
+//     QBReportSetBackImageFile(copy, u"samples/Samples/Data/Picture/Seal.png");
+//     QBReportSaveToFile(copy, u"copy.qbf");
+//     QBReportRelease(copy);
 
-// An empty report, or null on failure. Callable on any thread.
+// Creates an empty report. Returns null if memory runs out. May be called on any thread.
 QBSVR_API quillbrook::tagQBReport* QBReportCreate();
-// Frees the report with its template, data, binary objects and event handlers. Does nothing for null.
+
+// Frees the report with its template, data, documents and event handlers. A sub-report's report stays: it
+// belongs to its parent, and the log says so. A report that is being exported is freed when its export ends.
 QBSVR_API void QBReportRelease(quillbrook::tagQBReport* report);
-// Makes `target` a copy of `source`'s definition.
+
+// Makes `target` a copy of the definition of `source`. Handlers, loaded data and documents are not copied.
+// Does nothing if the two are the same report. Fails while `target` is being exported.
 QBSVR_API void QBObjectAssign(quillbrook::tagQBReport* target, quillbrook::tagQBReport* source);
 
-// Replaces the report's template by the one in the file. The report may be loaded any number of times.
+// Replaces the report's template with the one in the file. Event handlers stay. Returns zero if the file
+// cannot be read or is not a valid template; the report is then empty. A report may be loaded any number of
+// times. Fails while the report is being exported.
 QBSVR_API int QBReportLoadFromFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
-// Files are written whole or not at all, here and by exports: a failure, or a kill, leaves what was there.
+
+// Writes the report's definition as a template. The file is replaced as a whole or not at all, missing
+// folders are created, and relative names in the template are rewritten so that they still lead to the same
+// files. Returns zero if the file cannot be written.
 QBSVR_API int QBReportSaveToFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
-// Sets the picture behind every page.
+
+// Sets the picture behind every page: PNG or JPEG. The empty text removes it. The file is read by each
+// export; if that fails, the document has no background and the log says why.
 QBSVR_API void QBReportSetBackImageFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 
 // ---- Data
+//
+//     QBReportSetConnectionString(report, u"xml");
+//     QBReportSetQuerySQL(report, u"samples/Samples/Reports/7a.stock.txt");
+//     tagQBDetailGrid* grid = QBReportGetDetailGrid(report);
+//     QBDetailGridSetPrintAdaptMethod(grid, QBColumnPrintAdaptMethod_ShrinkToFit);
+//     QBReportExportDirect(report, QBExportType_CSV, u"stock.csv", 0, 0);
 
-// Loads all of the report's data from a JSON or XML text: a local path or a URL.
+// Loads all of the report's data from JSON or XML text and uses it in place of every query until the next
+// template is loaded. Returns zero if the text cannot be fetched or read; the report then has no loaded data.
 QBSVR_API int QBReportLoadDataFromURL(quillbrook::tagQBReport* report, const quillbrook::lkchar* url);
-// The XML text that a path or URL delivers, for charts; null when it delivers none.
+
+// Fetches JSON or XML text and returns it as XML, for charts. Returns null if it cannot be fetched or read.
 QBSVR_API const quillbrook::lkchar* QBReportExtractXMLFromURL(quillbrook::tagQBReport* report,
                                                               const quillbrook::lkchar* url);
-// The report's own query; never null. With the connection string "xml" a query is the path of a data file.
+
+// The report's query; never null. With the connection "xml" a query is the address of a data file.
 QBSVR_API const quillbrook::lkchar* QBReportGetQuerySQL(quillbrook::tagQBReport* report);
+
+// Sets the report's query; the empty text clears it. The data is read by each export.
 QBSVR_API void QBReportSetQuerySQL(quillbrook::tagQBReport* report, const quillbrook::lkchar* query);
-// "xml" reads from a text file; the empty text clears it. A query without a connection string has that of the
-// report around it: the record set that of its report, a sub-report that of its parent.
+
+// Sets the report's connection: "xml" for data files, the empty text for none. A query without a connection
+// uses that of the report around it: the record set that of its report, a sub-report that of its parent. An
+// export fails with any other value.
 QBSVR_API void QBReportSetConnectionString(quillbrook::tagQBReport* report,
                                            const quillbrook::lkchar* connection);
 
-// Null when the report has no detail grid.
+// The report's detail grid, or null if it has none.
 QBSVR_API quillbrook::tagQBDetailGrid* QBReportGetDetailGrid(quillbrook::tagQBReport* report);
-// Never null for a grid.
+
+// The grid's record set; never null for a grid. It overrides the report's data for the rows of the grid.
 QBSVR_API quillbrook::tagQBRecordset* QBDetailGridGetRecordset(quillbrook::tagQBDetailGrid* grid);
+
+// Sets how columns that are wider than the page are printed. An unknown method is Discard.
 QBSVR_API void QBDetailGridSetPrintAdaptMethod(quillbrook::tagQBDetailGrid* grid,
                                                quillbrook::tagQBColumnPrintAdaptMethod method);
-// Query and connection string of the record set, as for the report; the query is never null and stays
-// readable across QBRecordsetSetConnectionString.
+
+// The record set's query; never null.
 QBSVR_API const quillbrook::lkchar* QBRecordsetGetQuerySQL(quillbrook::tagQBRecordset* recordset);
+
+// Sets the record set's query; the empty text clears it.
 QBSVR_API void QBRecordsetSetQuerySQL(quillbrook::tagQBRecordset* recordset, const quillbrook::lkchar* query);
+
+// Sets the record set's connection. With the empty text, its query uses the report's connection.
 QBSVR_API void QBRecordsetSetConnectionString(quillbrook::tagQBRecordset* recordset,
                                               const quillbrook::lkchar* connection);
 
 // ---- Export
+//
+//     tagQBExportOption* option = QBReportPrepareExport(report, QBExportType_XLS);
+//     QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
+//     tagQBBinaryObject* workbook = QBReportExportToBinaryObject(report);
+//     const void* bytes = QBBinaryObjectGetDataBuf(workbook);
+//     int size = QBBinaryObjectGetDataSize(workbook);
+//     QBReportUnprepareExport(report);  // `bytes` are gone
+//
+// A prepared export runs in this order: QBReportPrepareExport; option setters; QBReportExportToBinaryObject,
+// or QBExportOptionSetFileName and QBReportExport; use of the result; QBReportUnprepareExport, on success and
+// on failure. Files are replaced as a whole or not at all, and missing folders are created.
 
-// Exports with default options, into memory (null on failure) or into a file. What the two switches of the
-// file form mean is the engine's: spreadsheets are asked for with 1 and 1, PDF with 0 and 0.
+// Exports into memory with default options. Returns null on failure.
 QBSVR_API quillbrook::tagQBBinaryObject* QBReportExportDirectToBinaryObject(quillbrook::tagQBReport* report,
                                                                             quillbrook::tagQBExportType type);
+
+// Exports into a file with default options. `showOptions` and `openDocument` have no effect: the engine has
+// no desktop to show a dialog or a document on. Returns zero on failure.
 QBSVR_API int QBReportExportDirect(quillbrook::tagQBReport* report, quillbrook::tagQBExportType type,
-                                   const quillbrook::lkchar* file, int firstSwitch, int secondSwitch);
-// The prepared export: opens one and gives its options, runs it into memory (null on failure) or into the
-// file named by the options, and closes it.
+                                   const quillbrook::lkchar* file, int showOptions, int openDocument);
+
+// Opens a prepared export with default options and returns them. They are valid until the next
+// QBReportPrepareExport, template load or release on the report. An unknown type is accepted here and fails
+// when the export runs.
 QBSVR_API quillbrook::tagQBExportOption* QBReportPrepareExport(quillbrook::tagQBReport* report,
                                                                quillbrook::tagQBExportType type);
+
+// Runs the prepared export into memory. Returns null on failure, or if no export is prepared.
 QBSVR_API quillbrook::tagQBBinaryObject* QBReportExportToBinaryObject(quillbrook::tagQBReport* report);
+
+// Runs the prepared export into the file that its options name. `showOptions` has no effect. Returns zero on
+// failure, or if no export is prepared or no file is named.
 QBSVR_API int QBReportExport(quillbrook::tagQBReport* report, int showOptions);
+
+// Closes the prepared export and frees all documents that the report has made in memory. Returns zero if no
+// export was prepared.
 QBSVR_API int QBReportUnprepareExport(quillbrook::tagQBReport* report);
-// Length in bytes, and the bytes. A binary object lives until QBReportUnprepareExport, which may be called
-// without a prepared export, or QBReportRelease of its report, whatever else is exported or loaded meanwhile.
-// Beyond 256 MB a report's objects go to temporary files without a name.
+
+// The document's length in bytes, at most 2 GB.
 QBSVR_API int QBBinaryObjectGetDataSize(quillbrook::tagQBBinaryObject* object);
+
+// The document's bytes. They are valid until the next QBReportUnprepareExport or QBReportRelease on the
+// report, however many documents are made until then. Beyond 256 MB they are kept in temporary files.
 QBSVR_API const void* QBBinaryObjectGetDataBuf(quillbrook::tagQBBinaryObject* object);
 
 // ---- Export options
+//
+//     tagQBExportOption* option = QBReportPrepareExport(report, QBExportType_IMG);
+//     tagQBE2IMGOption* image = QBExportOptionGetAsE2IMGOption(option);
+//     QBE2IMGOptionSetImageType(image, QBImageType_PNG);
+//     QBE2IMGOptionSetAllInOne(image, 1);
+//     QBExportOptionSetFileName(option, u"stock.png");
+//     QBReportExport(report, 0);
+//     QBReportUnprepareExport(report);
 
+// The type of the export; 0 for null.
 QBSVR_API quillbrook::tagQBExportType QBExportOptionGetExportType(quillbrook::tagQBExportOption* option);
-// Target of QBReportExport. Where a document is a file a page (PNG, unless all pages are in one image), the
-// pages behind the first go beside it as "name-2.png", "name-3.png" and so on; a binary object holds the
-// first page only.
+
+// Names the file of QBReportExport. Default: none. If the document has one file per page (PNG, unless all
+// pages are in one image), the pages after the first are written beside it as "name-2.png", "name-3.png" and
+// so on. A document in memory has the first page only.
 QBSVR_API void QBExportOptionSetFileName(quillbrook::tagQBExportOption* option,
                                          const quillbrook::lkchar* file);
-// The same options by kind of output; null when the export is of another kind.
+
+// The same options, seen by format; null if the export has another format.
 QBSVR_API quillbrook::tagQBE2CellOption* QBExportOptionGetAsE2CellOption(
     quillbrook::tagQBExportOption* option);
 QBSVR_API quillbrook::tagQBE2XLSOption* QBExportOptionGetAsE2XLSOption(quillbrook::tagQBExportOption* option);
 QBSVR_API quillbrook::tagQBE2IMGOption* QBExportOptionGetAsE2IMGOption(quillbrook::tagQBExportOption* option);
 QBSVR_API quillbrook::tagQBE2PDFOption* QBExportOptionGetAsE2PDFOption(quillbrook::tagQBExportOption* option);
-// Cells follow the printed layout.
+
+// On: cells follow the printed pages. Off: one continuous table. Default: on.
 QBSVR_API void QBE2CellOptionSetSameAsPrint(quillbrook::tagQBE2CellOption* option, int on);
+
+// Page breaks between printed pages. Default: on.
 QBSVR_API void QBE2CellOptionSetExportPageBreak(quillbrook::tagQBE2CellOption* option, int on);
+
+// Page headers and footers. Default: on.
 QBSVR_API void QBE2CellOptionSetExportPageHeaderFooter(quillbrook::tagQBE2CellOption* option, int on);
+
+// Only the detail grid, as one continuous table. Overrides QBE2CellOptionSetSameAsPrint. Default: off.
 QBSVR_API void QBE2CellOptionSetOnlyExportDetailGrid(quillbrook::tagQBE2CellOption* option, int on);
+
+// On: .xlsx. Off: .xls. Default: off.
 QBSVR_API void QBE2XLSOptionSetToXlsxFormat(quillbrook::tagQBE2XLSOption* option, int on);
+
+// The image format. Every value but QBImageType_PNG is TIFF. Default: TIFF.
 QBSVR_API void QBE2IMGOptionSetImageType(quillbrook::tagQBE2IMGOption* option,
                                          quillbrook::tagQBImageType type);
-// All pages in one image.
+
+// All pages in one image, one below the other. Default: off.
 QBSVR_API void QBE2IMGOptionSetAllInOne(quillbrook::tagQBE2IMGOption* option, int on);
+
+// On: whole fonts are embedded, for documents that others edit; such documents are large. Off: subsets of the
+// glyphs in use are embedded, so that every document shows its own fonts anywhere. Default: off.
 QBSVR_API void QBE2PDFOptionSetFontEmbedding(quillbrook::tagQBE2PDFOption* option, int on);
 
 // ---- Sections and controls
+//
+//     tagQBSection* section = QBReportHeadersAdd(QBReportGetReportHeaders(report));
+//     QBSectionSetHeight(section, 1.0);
+//     QBSectionSetCanGrow(section, 1);
+//     tagQBControl* control = QBControlsAdd(QBSectionGetControls(section), QBControlType_SubReport);
+//     tagQBReport* inner = QBSubReportGetReport(QBControlGetAsSubReport(control));
+//     QBObjectAssign(inner, report);
+//
+// A walk over all controls:
+//
+//     for (tagQBControl* control = QBReportFindFirstControl(report); control != nullptr;
+//          control = QBReportFindNextControl(report)) {
+//         if (QBControlGetControlType(control) == QBControlType_SubReport) QBControlGetName(control);
+//     }
 
+// The report's list of header sections.
 QBSVR_API quillbrook::tagQBReportHeaders* QBReportGetReportHeaders(quillbrook::tagQBReport* report);
+
+// Appends an empty section. Returns null if memory runs out.
 QBSVR_API quillbrook::tagQBSection* QBReportHeadersAdd(quillbrook::tagQBReportHeaders* headers);
-// Height in centimetres.
+
+// Sets the height in centimetres, clamped to 0 and the largest paper. Default: 0. Not-a-number is ignored.
 QBSVR_API void QBSectionSetHeight(quillbrook::tagQBSection* section, double height);
+
+// On: the section grows with its content. Default: on.
 QBSVR_API void QBSectionSetCanGrow(quillbrook::tagQBSection* section, int on);
+
+// The section's list of controls.
 QBSVR_API quillbrook::tagQBControls* QBSectionGetControls(quillbrook::tagQBSection* section);
-// Null where sub-reports would be nested more than 16 deep.
+
+// Appends an empty control of 5 by 1 cm at the section's corner. Returns null for an unknown type, and for a
+// sub-report that would be nested more than 16 deep.
 QBSVR_API quillbrook::tagQBControl* QBControlsAdd(quillbrook::tagQBControls* controls,
                                                   quillbrook::tagQBControlType type);
+
+// The control's type; 0 for null.
 QBSVR_API quillbrook::tagQBControlType QBControlGetControlType(quillbrook::tagQBControl* control);
-// Also takes the chart handle of the chart data event.
+
+// The control's name; empty if it has none. Also accepts the chart handle of the chart data event.
 QBSVR_API const quillbrook::lkchar* QBControlGetName(quillbrook::tagQBControl* control);
-// Null for a control of another type.
+
+// The control as a sub-report; null for a control of another type.
 QBSVR_API quillbrook::tagQBSubReport* QBControlGetAsSubReport(quillbrook::tagQBControl* control);
-// The sub-report's report; belongs to its parent.
+
+// The sub-report's report. It belongs to its parent; every function accepts it, but QBReportRelease ignores
+// it.
 QBSVR_API quillbrook::tagQBReport* QBSubReportGetReport(quillbrook::tagQBSubReport* subReport);
-// Walk over all controls of the report: the first, and the next; null at the end.
+
+// The first control of a walk over all controls of the report, in the order of the template, or null. The
+// controls of sub-reports are not included. Each report has one walk of its own: a walk over a sub-report
+// does not disturb the walk over its parent.
 QBSVR_API quillbrook::tagQBControl* QBReportFindFirstControl(quillbrook::tagQBReport* report);
+
+// The next control of the walk; null at its end.
 QBSVR_API quillbrook::tagQBControl* QBReportFindNextControl(quillbrook::tagQBReport* report);
 
 // ---- Printing
+//
+//     QBPrinterSetPrinterName(QBReportGetPrinter(report), u"office");
+//     const lkchar* printer = QBPrinterGetPrinterName(QBReportGetPrinter(report));  // "office"
 
+// The report's printer settings.
 QBSVR_API quillbrook::tagQBPrinter* QBReportGetPrinter(quillbrook::tagQBReport* report);
-// After printing, the printer that was used.
+
+// The printer that was used last, or else the one that is set; empty for the system's default printer.
 QBSVR_API const quillbrook::lkchar* QBPrinterGetPrinterName(quillbrook::tagQBPrinter* printer);
+
+// Selects a printer by name; the empty text selects the system's default printer.
 QBSVR_API void QBPrinterSetPrinterName(quillbrook::tagQBPrinter* printer, const quillbrook::lkchar* name);
+
+// Prints the report. `showDialog` has no effect: the engine has no desktop to show a dialog on. If there is
+// no print service or no such printer, the log says so.
 QBSVR_API void QBReportPrint(quillbrook::tagQBReport* report, int showDialog);
+
+// The report's font. No function reads or changes it.
 QBSVR_API quillbrook::tagQBFont* QBReportGetFont(quillbrook::tagQBReport* report);
 
-// ---- Charts (inside the chart data event only)
+// ---- Charts, inside the chart data event only
+//
+//     struct Sales : CqbChartEventInfo {
+//         void Execute(tagQBChart* chart) override {
+//             QBChartSetSeriesCount(chart, 1);
+//             QBChartSetSeriesLabel(chart, 0, u"Sales");
+//             QBChartLoadDataFromXML(chart, u"<Data><Row Quarter='Q1' Value='12'/></Data>", 0, 0, 1);
+//         }
+//     };
+//     QBAttachEventChartRequestData(report, new Sales);
+//
+// docs/chart-data.md describes the XML text. Data given to a chart is used for the current export only. The
+// switches select what the data replaces; what is not replaced keeps its order and is filled with the new
+// values. The three functions return zero if the text cannot be read or exceeds a limit.
 
+// Bars, pies and lines.
 QBSVR_API int QBChartLoadDataFromXML(quillbrook::tagQBChart* chart, const quillbrook::lkchar* xml,
-                                     int firstSwitch, int secondSwitch, int thirdSwitch);
+                                     int replaceSeriesCount, int replaceSeriesLabels, int replaceCategories);
+
+// Points with x and y.
 QBSVR_API int QBChartLoadXYDataFromXML(quillbrook::tagQBChart* chart, const quillbrook::lkchar* xml,
-                                       int firstSwitch);
+                                       int replaceSeriesLabels);
+
+// Bubbles: points with x, y and size.
 QBSVR_API int QBChartLoadXYZDataFromXML(quillbrook::tagQBChart* chart, const quillbrook::lkchar* xml,
-                                        int firstSwitch);
+                                        int replaceSeriesLabels);
+
+// Sets the number of series, from 0 to 1,000; values beyond are clamped. New series have no label and no
+// values.
 QBSVR_API void QBChartSetSeriesCount(quillbrook::tagQBChart* chart, int seriesCount);
-// Series count from 0.
+
+// Sets the label of a series, counted from 0. An index without a series is ignored.
 QBSVR_API void QBChartSetSeriesLabel(quillbrook::tagQBChart* chart, int seriesIndex,
                                      const quillbrook::lkchar* label);
 
 // ---- Events
+//
+//     struct Xlsx : CqbExportEventInfo {
+//         void Execute(tagQBExportOption* option) override {
+//             QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
+//         }
+//     };
+//     QBAttachEventExportBegin(report, new Xlsx);
+//     QBReportExportDirect(report, QBExportType_XLS, u"stock.xlsx", 0, 0);
+//
+// A handler is created with `new`. From the call on it belongs to the report, which deletes it when the
+// report is released; null for the report deletes it at once. It stays attached when another template is
+// loaded. Of several handlers for the same event, only the last is called; after a null handler, none is. A
+// handler may use any function except those that replace or export its own report: they fail. An exception
+// that leaves Execute is logged and ends the export.
 
-// Each takes ownership of the handler, which a null report deletes at once. Of several handlers of one event
-// the last one is called, of a null one none. All of them live as long as the report.
+// Called when an export of the report begins. Its argument is the options of that export.
 QBSVR_API void QBAttachEventExportBegin(quillbrook::tagQBReport* report,
                                         quillbrook::CqbExportEventInfo* handler);
+
+// Called when an export or print of the report begins, before the data is read. Sub-reports have events of
+// their own.
 QBSVR_API void QBAttachEventInitialize(quillbrook::tagQBReport* report,
                                        quillbrook::CqbGeneralEventInfo* handler);
+
+// Called once per chart and export. A sub-report without a handler uses that of the nearest report around it.
 QBSVR_API void QBAttachEventChartRequestData(quillbrook::tagQBReport* report,
                                              quillbrook::CqbChartEventInfo* handler);
 
 // ---- Utility
+//
+//     tagQBUtility* utility = QBReportGetUtility(report);
+//     const lkchar* amount = QBUtilityNumberFormat(utility, u"#,##0.00", 1234.5);  // 1,234.50
+//     const lkchar* svg = QBGenerateBarcodeGraph(u"{\"type\": 52, \"text\": \"报表\"}");
 
+// The number formatting of the report.
 QBSVR_API quillbrook::tagQBUtility* QBReportGetUtility(quillbrook::tagQBReport* report);
-// The number by the format, or null.
+
+// The number as text. docs/formats.md describes the formats. Null for a null handle.
 QBSVR_API const quillbrook::lkchar* QBUtilityNumberFormat(quillbrook::tagQBUtility* utility,
                                                           const quillbrook::lkchar* format, double number);
-// The SVG text of a barcode, or null. `json` is an object with "codepage", "requireShowText", "text", "type".
-// The text is shown below bars only: symbols of two dimensions (types 50 to 55) have no line for it.
-// Needs no report.
+
+// A barcode as SVG text, or null if the request is invalid or the symbol cannot hold the text. `json` is an
+// object with "type" (a number, see docs/template-format.md) and "text"; optional are "requireShowText"
+// (default true: the text is shown below the bars; two-dimensional symbols have none) and "codepage" (65001,
+// the only one).
 QBSVR_API const quillbrook::lkchar* QBGenerateBarcodeGraph(const quillbrook::lkchar* json);
 
 }  // extern "C"

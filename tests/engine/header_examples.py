@@ -1,0 +1,45 @@
+#!/usr/bin/env python3
+"""Turns the examples in the comments of a header into functions of a C++ file.
+
+    header_examples.py HEADER OUTPUT
+
+An example is a run of comment lines that are indented by five spaces. It becomes the body of
+`void exampleN(tagQBReport* report)`; one that creates its own `report` takes no parameter.
+"""
+import pathlib
+import sys
+
+CODE = "//     "
+
+
+def examples(header):
+    """Pairs of the first line's number and the code."""
+    found, first, code = [], 0, []
+    for number, line in enumerate(header.splitlines() + [""], 1):
+        if line.startswith(CODE) or (code and line == "//"):
+            first = first if code else number
+            code.append(line[len(CODE):])
+        elif code:
+            found.append((first, "\n".join(code).rstrip()))
+            code = []
+    return found
+
+
+def main():
+    header, output = sys.argv[1:]
+    found = examples(pathlib.Path(header).read_text(encoding="utf-8"))
+    text = ['#include "tests/engine/header_examples.h"', "", '#include "engine/qbsvr.h"', "",
+            "using namespace quillbrook;", "", "namespace {"]
+    rows = []
+    for line, code in found:
+        creates = "tagQBReport* report =" in code
+        text.append(f"\nvoid exampleAtLine{line}(tagQBReport*{'' if creates else ' report'}) {{")
+        text += ["    " + part if part else "" for part in code.splitlines()]
+        text.append("}")
+        rows.append(f"    {{{line}, exampleAtLine{line}}},")
+    text += ["", "}  // namespace", "", "const std::vector<HeaderExample> kHeaderExamples = {", *rows, "};", ""]
+    pathlib.Path(output).write_text("\n".join(text), encoding="utf-8")
+
+
+if __name__ == "__main__":
+    main()

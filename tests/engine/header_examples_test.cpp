@@ -1,0 +1,35 @@
+// Every example of engine/qbsvr.h compiles, runs, and does what it says: the engine has nothing to complain about.
+#include "tests/engine/header_examples.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/driver/scratch_directory.h"
+#include "tests/source_directory.h"
+
+using namespace quillbrook;
+
+TEST(HeaderExamples, RunWithoutAComplaint) {
+    const ScratchDirectory scratch;
+    std::filesystem::copy(QBSVR_SOURCE_DIR "/samples", scratch.path / "samples",
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::create_directories(scratch.path / "samples/log");
+    std::filesystem::current_path(scratch.path);
+    QBInitConfig(u"samples");
+    ASSERT_GE(kHeaderExamples.size(), 10u);
+    for (const HeaderExample& example : kHeaderExamples) {
+        SCOPED_TRACE("engine/qbsvr.h:" + std::to_string(example.line));
+        tagQBReport* const report = QBReportCreate();
+        ASSERT_NE(QBReportLoadFromFile(report, u"samples/Samples/Reports/7a.stock.qbf"), 0);
+        ASSERT_NE(QBReportLoadDataFromURL(report, u"samples/Samples/Reports/7a.stock.txt"), 0);
+        example.run(report);
+        EXPECT_NE(QBReportExportDirectToBinaryObject(report, QBExportType_CSV), nullptr);
+        QBReportRelease(report);
+        EXPECT_EQ(ReadFile("samples/log/qbsvrl6.log"), "");
+    }
+    for (const char* file : {"stock.pdf", "copy.qbf", "stock.csv", "stock.png", "stock.xlsx"}) {
+        EXPECT_TRUE(std::filesystem::exists(file)) << file;
+    }
+    std::filesystem::current_path("/");
+}
