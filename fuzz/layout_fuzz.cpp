@@ -54,7 +54,7 @@ private:
 // Draws nothing, but has charts gather their numbers.
 class CheckingDrawings : public DrawingSource {
 public:
-    std::shared_ptr<const Drawing> barcode(const BarcodeContent&, std::u16string_view, const Rect&) override {
+    std::shared_ptr<const Drawing> barcode(const Control&, std::u16string_view, const Rect&) override {
         return nullptr;
     }
     std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
