@@ -21,11 +21,15 @@ struct GenerationFiles {
     lkstr templateFile;
     lkstr dataFile;
     lkstr outFile;
+    bool isWritten = true;  // false: the name that was asked for can't be told, and another one isn't written
 };
 
 lkstr WordToText(const char* word) {
     return word ? MbsToUnicode(word, static_cast<int>(std::strlen(word))) : lkstr();
 }
+
+// Whether all of the word has come over. A character above U+FFFF empties it.
+bool IsWhole(const char* word, const lkstr& text) { return !text.empty() || !word || !*word; }
 
 void Generate(const GenerationFiles& files, tagQBExportType type, const lkstr& typeText) {
     // A report that wasn't created is the engine's affair: it takes null, and the closing line comes in all
@@ -37,7 +41,8 @@ void Generate(const GenerationFiles& files, tagQBExportType type, const lkstr& t
         PrintDataLoadFailed(files.dataFile);
     }
     if (typeText == u"xlsx") QBAttachEventExportBegin(report, new CqbExportBeginEventXLSX);
-    SaveBinaryObject(QBReportExportDirectToBinaryObject(report, type), files.outFile);
+    tagQBBinaryObject* const document = QBReportExportDirectToBinaryObject(report, type);
+    if (files.isWritten) SaveBinaryObject(document, files.outFile);
     QBReportRelease(report);
     std::printf("模板：%s，数据: %s, 导出：%s\n", UnicodeTextToPrintf(files.templateFile).c_str(),
                 UnicodeTextToPrintf(files.dataFile).c_str(), UnicodeTextToPrintf(files.outFile).c_str());
@@ -71,12 +76,14 @@ tagQBExportType ParseExportType(const char* type, lkstr& typeText) {
 
 void Test_GenShort(const char* dir, const char* fileName, const char* type) {
     lkstr directory = WordToText(dir);
+    const lkstr name = WordToText(fileName);
+    const bool isWhole = IsWhole(dir, directory) && IsWhole(fileName, name);
     // Only "/" counts as closed, unlike in ConfigPath.
     if (directory.empty() || directory.back() != u'/') directory += u'/';
-    const lkstr base = directory + WordToText(fileName);
+    const lkstr base = directory + name;
     lkstr typeText;
     const tagQBExportType exportType = ParseExportType(type, typeText);
-    Generate({base + u".qbf", base + u".txt", base + u"." + typeText}, exportType, typeText);
+    Generate({base + u".qbf", base + u".txt", base + u"." + typeText, isWhole}, exportType, typeText);
 }
 
 void Test_GenFull(const char* templateFile, const char* dataFile, const char* outFile, const char* type) {

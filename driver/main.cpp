@@ -4,6 +4,7 @@
 #include "driver/actions.h"
 #include "driver/engine_text.h"
 #include "driver/finish_files.h"
+#include "driver/messages.h"
 #include "driver/sample_tree.h"
 
 namespace {
@@ -25,7 +26,9 @@ void ConfigEngine(const str& setupPath) {
 
 void RunOnSampleTree(const str& action, const str& setupPath, const str& outputPath) {
     ConfigPath(setupPath.c_str(), outputPath.c_str());
-    ReportsJson.LoadFromFile(EngineText(dataPath + L"ReportListJson.txt").c_str());
+    const lkstr list = EngineText(dataPath + L"ReportListJson.txt");
+    WarnOfText(list);
+    ReportsJson.LoadFromFile(list.c_str());
     DoAction(action);
     DoPrintPathInfo();
 }
@@ -37,6 +40,7 @@ int main(int argc, char** argv) {
     // A run that ends by an exception loses no line.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     FinishFilesBeforeTheEnd();
+    WarnOfWords(argc, argv);
 
     const str action = argc > 1 ? argv[1] : "-m";
     const str setupPath = PathWord(argc, argv, 2);

@@ -5,6 +5,11 @@
 
 #include "driver/driver_types.h"
 
+// On standard error: the words, and places of a text file, that hold what no 16-bit unit can: characters above
+// U+FFFF and bytes that are no UTF-8.
+void WarnOfWords(int argc, char** argv);
+void WarnOfText(const lkstr& path);
+
 void PrintCreateFailed();
 void PrintTemplateLoadFailed(const lkstr& templateFile);
 void PrintDataLoadFailed(const lkstr& dataFile);

@@ -86,6 +86,36 @@ const std::string kPaths = Paths("OUT/");
 const std::string kCreated = "Report object created successfully.\n";
 const std::string kCreateCalls = "QBReportCreate() = report1\nQBReportRelease(report1)\n";
 
+TEST_F(Program, NamesWhatItCannotRead) {
+    const struct {
+        const char* words;
+        const char* list;
+        const char* errors;
+    } cases[] = {
+        {"-gen_short SETUP OUT/名 n pdf", "[]", ""},
+        {"-gen_short SETUP OUT/𠮷 n pdf", "[]",
+         "qbsvrtest: word 3, \"OUT/𠮷\", can't be used: byte @ begins a character above U+FFFF or is not "
+         "UTF-8\n"},
+        {"-gen_short SETUP OUT $(printf 'a\\377') pdf", "[]",
+         "qbsvrtest: word 4, \"a\xFF\", can't be used: byte 2 begins a character above U+FFFF or is not "
+         "UTF-8\n"},
+        {"-create SETUP OUT", "[\n{\"Items\":[],\"名😀\":1}]",
+         "qbsvrtest: SETUP/Samples/Data/ReportListJson.txt:2:15: a character above U+FFFF, or bytes that are "
+         "not "
+         "UTF-8: the file can't be read whole\n"},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.words);
+        SetList(test.list);
+        std::filesystem::remove_all(out);
+        std::string expected = test.errors;
+        Replace(expected, "@", std::to_string(out.string().size() + 2));
+        const Finished run = RunProgram(test.words);
+        EXPECT_EQ(run.errors.substr(0, run.errors.find('\n') + 1), expected);
+        EXPECT_EQ(FilesBelow(out).empty(), *test.errors != 0);
+    }
+}
+
 TEST_F(Program, Actions) {
     const struct {
         std::string words;
