@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "format/numeric_format.h"
 #include "qbsvrl6/drawing/path_builder.h"
 #include "qbsvrl6/fonts/shaping.h"
 
@@ -29,7 +28,8 @@ ChartSketch::ChartSketch(const ChartSettings& chartSettings, Size box, const std
     : settings(chartSettings),
       plot{kGap, kGap, box.width - kGap, box.height - kGap},
       fontFamily_(fontFamily),
-      fonts_(resolveFont(fontFamily, false, false)) {}
+      fonts_(resolveFont(fontFamily, false, false)),
+      format_(settings.valueFormat.empty() ? u"#,##0.######" : settings.valueFormat) {}
 
 Color ChartSketch::colorOf(std::size_t series) {
     constexpr std::size_t kCount = std::size(kSeriesColors);
@@ -63,9 +63,11 @@ std::vector<std::u16string> ChartSketch::twoLines(const std::u16string& text, do
     return result;
 }
 
-std::u16string ChartSketch::number(double value) const {
-    return larkspur::FormatNumber(
-        value, settings.valueFormat.empty() ? u"#,##0.######" : settings.valueFormat.c_str());
+std::u16string ChartSketch::number(double value) {
+    std::u16string shown;
+    std::optional<Color> color;
+    format_.append(value, shown, color);
+    return shown;
 }
 
 void ChartSketch::label(double x, double y, Anchor anchor, double points, std::u16string text, bool bold,

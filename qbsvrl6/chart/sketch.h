@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/bind/number_format.h"
 #include "qbsvrl6/fonts/font_library.h"
 #include "qbsvrl6/items/items.h"
 #include "qbsvrl6/model/chart.h"
@@ -42,7 +43,8 @@ public:
     std::u16string fitted(const std::u16string& text, double points, double width) const;
     // The text on one line, or broken into two, of which the second is fitted.
     std::vector<std::u16string> twoLines(const std::u16string& text, double points, double width) const;
-    std::u16string number(double value) const;
+    // By the chart's format for values.
+    std::u16string number(double value);
 
     void add(Drawing::Path path) { drawing_.elements.emplace_back(std::move(path)); }
     void label(double x, double y, Anchor anchor, double points, std::u16string text, bool bold = false,
@@ -60,6 +62,7 @@ public:
 private:
     const std::u16string& fontFamily_;
     const FontSet& fonts_;
+    NumberFormat format_;
     Drawing drawing_;
 };
 
