@@ -43,9 +43,16 @@ std::u16string_view formatAsWritten(std::u16string_view written) {
     return kPlaces.substr(0, written.size() - point + 1);
 }
 
-std::size_t digitCount(std::u16string_view written) {
-    return static_cast<std::size_t>(std::count_if(
-        written.begin(), written.end(), [](char16_t unit) { return unit >= u'0' && unit <= u'9'; }));
+// Of the number as it is shown without a format.
+std::size_t digitCount(const Value& value) {
+    char computed[Decimal::kLongestText];
+    std::string_view digits;
+    if (value.text.empty() && value.number.decimal() != nullptr) {
+        digits = {computed, static_cast<std::size_t>(value.number.decimal()->write(computed) - computed)};
+    }
+    const auto isDigit = [](auto unit) { return unit >= '0' && unit <= '9'; };
+    return static_cast<std::size_t>(std::count_if(value.text.begin(), value.text.end(), isDigit) +
+                                    std::count_if(digits.begin(), digits.end(), isDigit));
 }
 
 }  // namespace
@@ -152,9 +159,9 @@ CellValue ValueFormat::cell(const Value& value) {
             cell.boolean = typed.boolean;
             break;
         case ValueType::Number:
-            cell.number = typed.number.toDouble();
+            cell.number = typed.number;
             if (text_.empty()) {
-                if (digitCount(typed.text) > kDoubleDigits) {
+                if (digitCount(typed) > kDoubleDigits) {
                     cell.type = ValueType::Text;
                 } else if (!typed.text.empty()) {
                     cell.spreadsheetFormat = formatAsWritten(typed.text);

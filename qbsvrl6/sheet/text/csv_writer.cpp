@@ -37,8 +37,15 @@ void appendField(std::string& out, std::u16string_view text) {
     out += '"';
 }
 
-// The shortest digits that read as the number, without an exponent where that stays short.
-void appendNumber(std::string& out, double number) {
+// All digits of a decimal; else the shortest that read as the number, without an exponent where that stays
+// short.
+void appendNumber(std::string& out, const Number& value) {
+    if (const Decimal* const decimal = value.decimal()) {
+        char digits[Decimal::kLongestText];
+        out.append(digits, decimal->write(digits));
+        return;
+    }
+    const double number = value.toDouble();
     constexpr double kSmallest = 1e-7;
     constexpr double kLargest = 1e21;
     const double magnitude = std::fabs(number);
@@ -76,7 +83,7 @@ bool appendRawValue(std::string& out, const Item& item) {
     if (text == nullptr || text->text.empty()) return false;
     switch (text->value.type) {
         case ValueType::Number:
-            if (!std::isfinite(text->value.number)) return false;
+            if (!text->value.number.isFinite()) return false;
             appendNumber(out, text->value.number);
             return true;
         case ValueType::Date:

@@ -22,12 +22,13 @@ bool equalsIgnoringCase(std::u16string_view text, std::u16string_view lower) {
 }
 
 void setNumber(SheetValue& value, const CellValue& cell) {
-    if (!std::isfinite(cell.number) || std::abs(cell.number) >= kLastExactDigits) return;
+    const double number = cell.number.toDouble();
+    if (!std::isfinite(number) || std::abs(number) >= kLastExactDigits) return;
     value.kind = SheetValue::Kind::Number;
-    value.number = cell.number;
+    value.number = number;
     value.format = cell.spreadsheetFormat;
-    if (value.format.empty() && std::abs(cell.number) >= kLastGeneralInteger) {
-        value.format = cell.number == std::trunc(cell.number) ? u"0" : u"0.#########";
+    if (value.format.empty() && std::abs(number) >= kLastGeneralInteger) {
+        value.format = number == std::trunc(number) ? u"0" : u"0.#########";
     }
 }
 
