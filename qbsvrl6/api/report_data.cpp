@@ -57,6 +57,17 @@ bool isEmpty(const ReportDefinition& report) {
            report.reportFooters.empty();
 }
 
+// Of the report's grid; null where it has none, or there is no such table.
+const Table* rowsOf(const ReportDefinition& report, const ReportData& data) {
+    if (!report.grid) return nullptr;
+    const auto own = data.gridSets.find(report.grid.get());
+    if (own != data.gridSets.end()) return own->second->table(report.grid->recordset.table);
+    const auto set = data.sets.find(&report);
+    if (set == data.sets.end()) return nullptr;
+    const std::u16string& table = report.grid->recordset.table;
+    return set->second->table(table.empty() ? report.data.table : table);
+}
+
 // A document without contents is made as asked, but nobody should have to guess why.
 void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime, const ReportData& data) {
     if (isEmpty(report) && !runtime.failedTemplate.empty()) {
@@ -66,6 +77,10 @@ void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime
         logWarning("the report is empty: no template is loaded");
     } else if (report.grid && data.sets.empty() && data.gridSets.empty()) {
         logWarning("the grid has no rows: there is no data");
+    } else if (const Table* const rows = rowsOf(report, data); rows != nullptr && rows->rowCount() == 0) {
+        const std::string name = toUtf8(rows->name());
+        logWarning("the grid has no rows: " + (name.empty() ? "the data" : "the table \"" + name + "\"") +
+                   " is empty");
     }
 }
 

@@ -152,7 +152,9 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
          " error T tpl/t.qbf:1:61: tpl/list.txt has no table \"x\" for the report; its one table has no "
          "name"},
         {"", "", "", " warning T tpl/t.qbf: the grid has no rows: there is no data"},
-        {R"(connection="xml" query="a.txt" table="Lines")", "", "", ""},
+        {R"(connection="xml" query="a.txt" table="Lines")", "", "",
+         " warning T tpl/t.qbf: the grid has no rows: the table \"Lines\" is empty"},
+        {R"(connection="xml" query="a.txt" table="Orders")", "", "", ""},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(std::string(test.data) + " / " + test.recordset + " / " + test.header);
