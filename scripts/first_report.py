@@ -6,7 +6,7 @@ import subprocess
 
 PAGE = pathlib.Path(__file__).resolve().parent.parent / "docs/first-report.md"
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$", re.M | re.S)  # blocks without a language are the reader's own affair
-PLACE = re.compile(r"(as|behind)\s+`([^`]+)`")
+PLACE = re.compile(r"(as|after)\s+`([^`]+)`")
 
 
 def follow(folder, path, build):
