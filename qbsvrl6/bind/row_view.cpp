@@ -346,7 +346,7 @@ RowRange RowView::rangeOf(Scope scope, const Position& position) const {
         const Scope& own = position.scope;
         return group(own.kind == ScopeKind::Group ? own.level : groupCount() - 1, position.row);
     };
-    const std::size_t behindRow = std::min(position.row + 1, rowCount_);
+    const std::size_t runningEnd = std::min(position.row + (position.isBeforeRow ? 0 : 1), rowCount_);
     switch (scope.kind) {
         case ScopeKind::Group:
             return group(scope.level, position.row);
@@ -355,9 +355,9 @@ RowRange RowView::rangeOf(Scope scope, const Position& position) const {
         case ScopeKind::Page:
             return {position.pageRows.first, std::min(position.pageRows.end, rowCount_)};
         case ScopeKind::Running:
-            return {0, behindRow};
+            return {0, runningEnd};
         case ScopeKind::GroupRunning:
-            return {innermost().first, behindRow};
+            return {std::min(innermost().first, runningEnd), runningEnd};
         case ScopeKind::Default:
         case ScopeKind::Report:
             break;
@@ -369,7 +369,7 @@ Value RowView::aggregate(const Aggregate& aggregate, const Position& position) {
     const RowRange range = rangeOf(aggregate.scope, position);
     if (aggregate.kind == AggregateKind::RowNumber) {
         if (position.row < range.first || position.row >= range.end) return {};
-        return makeNumber(position.row - range.first + 1);
+        return makeNumber(position.row - range.first + (position.isBeforeRow ? 0 : 1));
     }
     if (!aggregate.argument) return makeNumber(range.end - std::min(range.first, range.end));
     Slot& slot = slots_[aggregate.slot];

@@ -23,6 +23,7 @@ struct Position {
     std::size_t row = 0;                // a view without rows reads every column as null
     Scope scope{ScopeKind::Report, 0};  // of aggregates that name none; never Default
     RowRange pageRows;                  // rows on the page
+    bool isBeforeRow = false;           // on a page before the row: running totals don't include it yet
     int pageNumber = 1;
     int pageCount = 1;
 };

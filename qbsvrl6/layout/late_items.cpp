@@ -67,7 +67,12 @@ bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) 
     LatePosition& at = late.textAt;
     moveTo(at, page);
     const bool ofPage = late.text->evaluate == TextContent::Evaluate::Page;
-    if (ofPage && !at.ofSubReport && page.rows.end > page.rows.first) at.position.row = page.rows.end - 1;
+    if (ofPage && !at.ofSubReport) {
+        const std::size_t count = at.view->rowCount();
+        const bool hasRows = page.rows.end > page.rows.first;
+        at.position.row = hasRows ? page.rows.end - 1 : std::min(page.rows.first, count > 0 ? count - 1 : 0);
+        at.position.isBeforeRow = !hasRows && page.rows.first < count;
+    }
     if (!late.text->needsPageCount || counted_) {
         settleText(item, late);
         return true;

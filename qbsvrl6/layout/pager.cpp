@@ -275,6 +275,7 @@ std::optional<BandDraft> Pager::makePart(std::optional<PlannedSection>& part, Ba
     const std::size_t count = instance_.view->rowCount();
     Position position;
     position.row = std::min(atEnd ? rows.end - 1 : rows.first, count > 0 ? count - 1 : 0);
+    position.isBeforeRow = kind == BandKind::PageFooter && rows.end == rows.first && rows.first < count;
     position.scope = {ScopeKind::Page, 0};
     position.pageRows = rows;
     position.pageNumber = numbers.number;

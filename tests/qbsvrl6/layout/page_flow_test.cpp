@@ -156,6 +156,25 @@ TEST(PageFlow, BreaksPages) {
     });
 }
 
+// A cover has no rows yet, a page after the last row has had them all.
+TEST(PageFlow, CarriesRunningTotalsOverPagesWithoutRows) {
+    const RecordingSink sink = layOutText(
+        kPage + R"(<ReportHeader height="9mm" newPageAfter="true"/>)" + grid() +
+            R"(<ReportFooter height="9mm" newPageBefore="true"/><PageFooter height="8mm">)"
+            R"(<Text width="70mm" height="4mm" text="late [Sum(n,Running)]" evaluate="page"/>)"
+            R"(<Text y="4mm" width="70mm" height="4mm" text="now [Sum(n,Running)]"/></PageFooter>)",
+        numberedRows(6));
+    std::string footers;
+    const std::string all = sink.everything();
+    for (std::size_t at = all.find('"'); at != std::string::npos; at = all.find('"', at + 1)) {
+        const std::size_t end = all.find('"', at + 1);
+        const std::string text = all.substr(at + 1, end - at - 1);
+        if (text.starts_with("late") || text.starts_with("now")) footers += text + ";";
+        at = end;
+    }
+    EXPECT_EQ(footers, "late 0;now 0;late 10;now 10;late 21;now 21;late 21;now 21;");
+}
+
 TEST(PageFlow, FillsThePageWithBlankRows) {
     const RecordingSink sink =
         layOutText(kPage + grid("fillBlankRows='true'") + section("ReportFooter", "height='12mm'", "F"),
