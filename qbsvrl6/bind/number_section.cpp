@@ -115,7 +115,7 @@ private:
 void SectionCutter::findExponent() {
     const std::size_t signs = meaningAt(1) == u'+' || meaningAt(1) == u'-' ? 1 : 0;
     if (meaningAt(0) == u'e' && (isPlace(1 + signs) || meaningAt(1 + signs) == u'.')) {
-        section_.exponent.emplace();
+        section_.exponent = NumberSection::Exponent{};
         start_ = 1;
         return;
     }
