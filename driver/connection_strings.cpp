@@ -1,7 +1,5 @@
 #include "driver/connection_strings.h"
 
-#include "driver/engine_text.h"
-#include "driver/list_walk.h"
 #include "driver/sample_tree.h"
 
 using namespace quillbrook;

@@ -3,7 +3,7 @@
 #ifndef QBSVR_DRIVER_CONNECTION_STRINGS_H
 #define QBSVR_DRIVER_CONNECTION_STRINGS_H
 
-#include "driver/driver_types.h"
+#include "driver/engine.h"
 
 // A `dataName` makes dataPath + "json/json" + dataName + ".txt" the report's data. Without one, a query of
 // the report or of its record set is kept as a file name relative to `reportDir` when it is short enough to

@@ -3,16 +3,13 @@
 #include <cstdio>
 
 #include "common/files.h"
-#include "driver/batch.h"
-#include "driver/engine_text.h"
+#include "driver/batches.h"
 #include "driver/finish_files.h"
 #include "driver/sample_tree.h"
 
 using namespace larkspur;
 using namespace quillbrook;
 
-// Both forms of a task are one line each over the form that takes the report in front, or over a worker of
-// this file where their labels differ.
 namespace {
 
 struct AdaptMethod {
@@ -37,7 +34,7 @@ wstr OutputFile(const wchar_t* directory, const wstr& reportName, const wchar_t*
     return exportBatchDir + directory + reportName + extension;
 }
 
-// The engine frees a prepared export's object with the export, so that the saving comes between.
+// The engine frees a prepared export's object with the export: it is saved before.
 void SavePreparedExport(tagQBReport* report, const wstr& templateFile, const wstr& outputFile,
                         const char* label) {
     DoSaveBinaryObject(QBReportExportToBinaryObject(report), templateFile, outputFile, label);
@@ -50,6 +47,14 @@ void ExportPDFEmbeddingFont(tagQBReport* report, const wstr& templateFile, const
     QBE2PDFOptionSetFontEmbedding(QBExportOptionGetAsE2PDFOption(option), true);
     SavePreparedExport(report, templateFile, OutputFile(L"pdf_EmbeddingFont/", reportName, L".pdf"), label);
 }
+
+struct CellLayout {
+    bool asEntireTable;
+    bool onlyDetailGrid;
+};
+constexpr CellLayout kAsPrinted = {false, false};
+constexpr CellLayout kEntireTable = {true, false};
+constexpr CellLayout kOnlyDetailGrid = {false, true};
 
 void SetCellLayout(tagQBE2CellOption* option, bool asEntireTable, bool onlyDetailGrid) {
     if (asEntireTable) {
@@ -68,24 +73,15 @@ const wchar_t* CellDirectorySuffix(bool asEntireTable, bool onlyDetailGrid) {
 
 }  // namespace
 
-// ---- PDF and images
+// ---- Tasks on a report
 
 void TaskExportPDF(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
     DoSaveBinaryObject(QBReportExportDirectToBinaryObject(report, QBExportType_PDF), templateFile,
                        OutputFile(L"pdf/", reportName, L".pdf"), "PDF");
 }
 
-void TaskExportPDF(const wstr& templateFile, const wstr& reportName) {
-    TaskExportPDF(Report, templateFile, reportName);
-}
-
-// The one task whose forms label their lines differently.
 void TaskExportPDFEmbeddingFont(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
     ExportPDFEmbeddingFont(report, templateFile, reportName, "PDF_EmbeddingFont");
-}
-
-void TaskExportPDFEmbeddingFont(const wstr& templateFile, const wstr& reportName) {
-    ExportPDFEmbeddingFont(Report, templateFile, reportName, "PDF(Embedding Font)");
 }
 
 void TaskExportPDFPrintAdapt(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
@@ -99,10 +95,6 @@ void TaskExportPDFPrintAdapt(tagQBReport* report, const wstr& templateFile, cons
     }
 }
 
-void TaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName) {
-    TaskExportPDFPrintAdapt(Report, templateFile, reportName);
-}
-
 void DoTaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName,
                                tagQBColumnPrintAdaptMethod method, const char* methodName,
                                tagQBReport* report) {
@@ -113,35 +105,18 @@ void DoTaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName,
                        (str(methodName) + " to PDF").c_str());
 }
 
-void DoTaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName,
-                               tagQBColumnPrintAdaptMethod method, const char* methodName) {
-    DoTaskExportPDFPrintAdapt(templateFile, reportName, method, methodName, Report);
-}
-
 // An image export that sets no type is TIFF.
 void TaskExportImgTif(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
     DoSaveBinaryObject(QBReportExportDirectToBinaryObject(report, QBExportType_IMG), templateFile,
                        OutputFile(L"img-tif/", reportName, L".tif"), ".tif image");
 }
 
-void TaskExportImgTif(const wstr& templateFile, const wstr& reportName) {
-    TaskExportImgTif(Report, templateFile, reportName);
-}
-
 void TaskExportImgPng(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
     DoTaskExportImgPng(templateFile, reportName, false, report);
 }
 
-void TaskExportImgPng(const wstr& templateFile, const wstr& reportName) {
-    TaskExportImgPng(Report, templateFile, reportName);
-}
-
 void TaskExportImgPngOnePage(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
     DoTaskExportImgPng(templateFile, reportName, true, report);
-}
-
-void TaskExportImgPngOnePage(const wstr& templateFile, const wstr& reportName) {
-    TaskExportImgPngOnePage(Report, templateFile, reportName);
 }
 
 void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool allInOne,
@@ -153,12 +128,6 @@ void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool a
     if (allInOne) QBE2IMGOptionSetAllInOne(option, true);
     SavePreparedExport(report, templateFile, outputFile, allInOne ? ".png(AllinOne)" : ".png");
 }
-
-void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool allInOne) {
-    DoTaskExportImgPng(templateFile, reportName, allInOne, Report);
-}
-
-// ---- Formats made of cells
 
 void TaskExportCell(tagQBReport* report, const wstr& templateFile, const wstr& reportName,
                     tagQBExportType type, bool asEntireTable, bool onlyDetailGrid, bool toXlsx) {
@@ -176,138 +145,76 @@ void TaskExportCell(tagQBReport* report, const wstr& templateFile, const wstr& r
     SavePreparedExport(report, templateFile, outputFile, label.c_str());
 }
 
+// The other tasks are one call of TaskExportCell each.
+#define CELL_TASK(Task, type, layout, toXlsx)                                                               \
+    void Task(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {                      \
+        TaskExportCell(report, templateFile, reportName, type, layout.asEntireTable, layout.onlyDetailGrid, \
+                       toXlsx);                                                                             \
+    }
+CELL_TASK(TaskExportXLS, QBExportType_XLS, kAsPrinted, false)
+CELL_TASK(TaskExportXLSX, QBExportType_XLS, kAsPrinted, true)
+CELL_TASK(TaskExportXLSXAsEntireTable, QBExportType_XLS, kEntireTable, false)
+CELL_TASK(TaskExportXLSXOnlyDetailGrid, QBExportType_XLS, kOnlyDetailGrid, false)
+CELL_TASK(TaskExportRTF, QBExportType_RTF, kAsPrinted, false)
+CELL_TASK(TaskExportRTFAsEntireTable, QBExportType_RTF, kEntireTable, false)
+CELL_TASK(TaskExportRTFOnlyDetailGrid, QBExportType_RTF, kOnlyDetailGrid, false)
+CELL_TASK(TaskExportHTM, QBExportType_HTM, kAsPrinted, false)
+CELL_TASK(TaskExportHTMAsEntireTable, QBExportType_HTM, kEntireTable, false)
+CELL_TASK(TaskExportHTMOnlyDetailGrid, QBExportType_HTM, kOnlyDetailGrid, false)
+CELL_TASK(TaskExportTXT, QBExportType_TXT, kAsPrinted, false)
+CELL_TASK(TaskExportTXTAsEntireTable, QBExportType_TXT, kEntireTable, false)
+CELL_TASK(TaskExportTXTOnlyDetailGrid, QBExportType_TXT, kOnlyDetailGrid, false)
+CELL_TASK(TaskExportCSV, QBExportType_CSV, kAsPrinted, false)
+CELL_TASK(TaskExportCSVAsEntireTable, QBExportType_CSV, kEntireTable, false)
+CELL_TASK(TaskExportCSVOnlyDetailGrid, QBExportType_CSV, kOnlyDetailGrid, false)
+#undef CELL_TASK
+
+// ---- The batch forms: the same on the global report
+
+void DoTaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName,
+                               tagQBColumnPrintAdaptMethod method, const char* methodName) {
+    DoTaskExportPDFPrintAdapt(templateFile, reportName, method, methodName, Report);
+}
+
+void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool allInOne) {
+    DoTaskExportImgPng(templateFile, reportName, allInOne, Report);
+}
+
 void TaskExportCell(const wstr& templateFile, const wstr& reportName, tagQBExportType type,
                     bool asEntireTable, bool onlyDetailGrid, bool toXlsx) {
     TaskExportCell(Report, templateFile, reportName, type, asEntireTable, onlyDetailGrid, toXlsx);
 }
 
-void TaskExportXLS(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_XLS, false, false, false);
+// The one task whose two forms label their lines differently.
+void TaskExportPDFEmbeddingFont(const wstr& templateFile, const wstr& reportName) {
+    ExportPDFEmbeddingFont(Report, templateFile, reportName, "PDF(Embedding Font)");
 }
 
-void TaskExportXLS(const wstr& templateFile, const wstr& reportName) {
-    TaskExportXLS(Report, templateFile, reportName);
-}
-
-void TaskExportXLSX(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_XLS, false, false, true);
-}
-
-void TaskExportXLSX(const wstr& templateFile, const wstr& reportName) {
-    TaskExportXLSX(Report, templateFile, reportName);
-}
-
-void TaskExportXLSXAsEntireTable(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_XLS, true, false, false);
-}
-
-void TaskExportXLSXAsEntireTable(const wstr& templateFile, const wstr& reportName) {
-    TaskExportXLSXAsEntireTable(Report, templateFile, reportName);
-}
-
-void TaskExportXLSXOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_XLS, false, true, false);
-}
-
-void TaskExportXLSXOnlyDetailGrid(const wstr& templateFile, const wstr& reportName) {
-    TaskExportXLSXOnlyDetailGrid(Report, templateFile, reportName);
-}
-
-void TaskExportRTF(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_RTF, false, false, false);
-}
-
-void TaskExportRTF(const wstr& templateFile, const wstr& reportName) {
-    TaskExportRTF(Report, templateFile, reportName);
-}
-
-void TaskExportRTFAsEntireTable(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_RTF, true, false, false);
-}
-
-void TaskExportRTFAsEntireTable(const wstr& templateFile, const wstr& reportName) {
-    TaskExportRTFAsEntireTable(Report, templateFile, reportName);
-}
-
-void TaskExportRTFOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_RTF, false, true, false);
-}
-
-void TaskExportRTFOnlyDetailGrid(const wstr& templateFile, const wstr& reportName) {
-    TaskExportRTFOnlyDetailGrid(Report, templateFile, reportName);
-}
-
-void TaskExportHTM(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_HTM, false, false, false);
-}
-
-void TaskExportHTM(const wstr& templateFile, const wstr& reportName) {
-    TaskExportHTM(Report, templateFile, reportName);
-}
-
-void TaskExportHTMAsEntireTable(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_HTM, true, false, false);
-}
-
-void TaskExportHTMAsEntireTable(const wstr& templateFile, const wstr& reportName) {
-    TaskExportHTMAsEntireTable(Report, templateFile, reportName);
-}
-
-void TaskExportHTMOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_HTM, false, true, false);
-}
-
-void TaskExportHTMOnlyDetailGrid(const wstr& templateFile, const wstr& reportName) {
-    TaskExportHTMOnlyDetailGrid(Report, templateFile, reportName);
-}
-
-void TaskExportTXT(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_TXT, false, false, false);
-}
-
-void TaskExportTXT(const wstr& templateFile, const wstr& reportName) {
-    TaskExportTXT(Report, templateFile, reportName);
-}
-
-void TaskExportTXTAsEntireTable(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_TXT, true, false, false);
-}
-
-void TaskExportTXTAsEntireTable(const wstr& templateFile, const wstr& reportName) {
-    TaskExportTXTAsEntireTable(Report, templateFile, reportName);
-}
-
-void TaskExportTXTOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_TXT, false, true, false);
-}
-
-void TaskExportTXTOnlyDetailGrid(const wstr& templateFile, const wstr& reportName) {
-    TaskExportTXTOnlyDetailGrid(Report, templateFile, reportName);
-}
-
-void TaskExportCSV(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_CSV, false, false, false);
-}
-
-void TaskExportCSV(const wstr& templateFile, const wstr& reportName) {
-    TaskExportCSV(Report, templateFile, reportName);
-}
-
-void TaskExportCSVAsEntireTable(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_CSV, true, false, false);
-}
-
-void TaskExportCSVAsEntireTable(const wstr& templateFile, const wstr& reportName) {
-    TaskExportCSVAsEntireTable(Report, templateFile, reportName);
-}
-
-void TaskExportCSVOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {
-    TaskExportCell(report, templateFile, reportName, QBExportType_CSV, false, true, false);
-}
-
-void TaskExportCSVOnlyDetailGrid(const wstr& templateFile, const wstr& reportName) {
-    TaskExportCSVOnlyDetailGrid(Report, templateFile, reportName);
-}
+// All others are one call of the task each.
+#define BATCH_FORM(Task) \
+    void Task(const wstr& templateFile, const wstr& reportName) { Task(Report, templateFile, reportName); }
+BATCH_FORM(TaskExportPDF)
+BATCH_FORM(TaskExportPDFPrintAdapt)
+BATCH_FORM(TaskExportImgTif)
+BATCH_FORM(TaskExportImgPng)
+BATCH_FORM(TaskExportImgPngOnePage)
+BATCH_FORM(TaskExportXLS)
+BATCH_FORM(TaskExportXLSX)
+BATCH_FORM(TaskExportXLSXAsEntireTable)
+BATCH_FORM(TaskExportXLSXOnlyDetailGrid)
+BATCH_FORM(TaskExportRTF)
+BATCH_FORM(TaskExportRTFAsEntireTable)
+BATCH_FORM(TaskExportRTFOnlyDetailGrid)
+BATCH_FORM(TaskExportHTM)
+BATCH_FORM(TaskExportHTMAsEntireTable)
+BATCH_FORM(TaskExportHTMOnlyDetailGrid)
+BATCH_FORM(TaskExportTXT)
+BATCH_FORM(TaskExportTXTAsEntireTable)
+BATCH_FORM(TaskExportTXTOnlyDetailGrid)
+BATCH_FORM(TaskExportCSV)
+BATCH_FORM(TaskExportCSVAsEntireTable)
+BATCH_FORM(TaskExportCSVOnlyDetailGrid)
+#undef BATCH_FORM
 
 // ---- Saving
 
@@ -338,7 +245,7 @@ bool SaveBinaryObject(tagQBBinaryObject* object, const lkstr& outputFile) {
         const FileInTheMaking file;
         SaveWholeBinDataToLocalFile(outputFile.c_str(), bytes, size);
     } catch (...) {
-        throw;  // with the file out of the making
+        throw;  // after the file's scope has ended
     }
     return true;
 }

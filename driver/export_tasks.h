@@ -1,15 +1,15 @@
-// Export tasks: each exports one report, whose template is loaded already, in one format with one set of
+// Export tasks: each exports one report, whose template is already loaded, in one format with one set of
 // options into a file below exportBatchDir, and prints one line about it.
 //
 // Every task has two forms that do the same. The batch form works on the global `Report` and belongs to one
-// thread; the form that is handed a report touches no global but exportBatchDir, so that threads can export
-// at once, each with its own report. `templateFile` is the template's full path and stands in the printed
-// lines only; `reportName` is its bare name and names the output. Missing directories are made. A file that
-// can't be written raises ClkException, with a prepared export left open.
+// thread; the form with a report parameter uses no global but exportBatchDir, so that threads can export at
+// once, each with its own report. `templateFile` is the template's full path and occurs in the printed lines
+// only; `reportName` is its bare name and names the output. Missing directories are made. A file that can't be
+// written raises ClkException; a prepared export remains open.
 #ifndef QBSVR_DRIVER_EXPORT_TASKS_H
 #define QBSVR_DRIVER_EXPORT_TASKS_H
 
-#include "driver/driver_types.h"
+#include "driver/engine.h"
 
 // "pdf/", and "pdf_EmbeddingFont/" with the fonts embedded.
 void TaskExportPDF(const wstr& templateFile, const wstr& reportName);
@@ -37,8 +37,8 @@ void TaskExportImgPngOnePage(tagQBReport* report, const wstr& templateFile, cons
 void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool allInOne);
 void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool allInOne, tagQBReport* report);
 
-// The formats made of cells, in a directory that bears the extension: as printed; "-one-table" as one
-// continuous table; "-only-detail" with nothing but the detail grid. `asEntireTable` wins where both are set.
+// The formats made of cells, in a directory named after the extension: as printed; "-one-table" as one
+// continuous table; "-only-detail" with nothing but the detail grid. `asEntireTable` wins if both are set.
 void TaskExportCell(const wstr& templateFile, const wstr& reportName, tagQBExportType type,
                     bool asEntireTable, bool onlyDetailGrid, bool toXlsx);
 void TaskExportCell(tagQBReport* report, const wstr& templateFile, const wstr& reportName,
@@ -85,12 +85,12 @@ void TaskExportCSVOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, 
 // The extension of a cell format or of PDF, without dot; empty for every other value, images included.
 wstr ExportExtFileName(tagQBExportType type);
 
-// Writes the object's bytes to `outputFile` and says whether there was an object, `label` naming the kind of
-// export. The object stays the engine's and may be null.
+// Writes the object's bytes to `outputFile` and prints whether there was an object; `label` names the task. The
+// object may be null and remains the engine's.
 void DoSaveBinaryObject(tagQBBinaryObject* object, const wstr& templateFile, const wstr& outputFile,
                         const char* label);
 
-// The writing alone: false, and no file, for a null object.
+// Writes without printing. Returns false, and writes no file, for a null object.
 bool SaveBinaryObject(tagQBBinaryObject* object, const lkstr& outputFile);
 
 #endif

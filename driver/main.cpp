@@ -2,9 +2,8 @@
 #include <cstdio>
 
 #include "driver/actions.h"
-#include "driver/engine_text.h"
+#include "driver/console.h"
 #include "driver/finish_files.h"
-#include "driver/messages.h"
 #include "driver/sample_tree.h"
 
 namespace {

@@ -1,5 +1,7 @@
 #include "driver/sample_tree.h"
 
+#include <stdexcept>
+
 using namespace larkspur;
 
 wstr setupRoot = L"/usr/local/qbsvr6/";
@@ -18,6 +20,27 @@ void SetRoot(wstr& root, const char* path) {
     if (root.back() != L'/' && root.back() != L'\\') root += L'/';
 }
 
+ClkJsonObjectNode& RequireObject(ClkJsonNode& node, const char* what) {
+    auto* object = dynamic_cast<ClkJsonObjectNode*>(&node);
+    if (!object) throw std::logic_error(str("report list: ") + what + " is no object");
+    return *object;
+}
+
+const ClkJsonArrayNode& RequireItems(ClkJsonObjectNode& group) {
+    const ClkJsonArrayNode* items = group.ArrayByName(u"Items");
+    if (!items) throw std::logic_error("report list: a group has no \"Items\" array");
+    return *items;
+}
+
+lkstr TextOrEmpty(const ClkJsonObjectNode& object, const lkchar* name) {
+    const ClkJsonAtomNode* atom = object.AtomByName(name);
+    return atom ? atom->Text() : lkstr();
+}
+
+wstr WideTextOrEmpty(const ClkJsonObjectNode& object, const lkchar* name) {
+    return lkstr_tow(TextOrEmpty(object, name).c_str());
+}
+
 }  // namespace
 
 void ConfigPath(const char* setupPath, const char* outputPath) {
@@ -31,4 +54,15 @@ void DoUpdatePath() {
     reportPath = samplesRoot + L"Reports/";
     dataPath = samplesRoot + L"Data/";
     exportBatchDir = outPath + L"auto/";
+}
+
+void WalkReportList(const std::function<bool(const ReportListItem&)>& visit) {
+    for (const auto& groupNode : ReportsJson.Root().Items()) {
+        ClkJsonObjectNode& group = RequireObject(*groupNode, "a group");
+        const lkstr dir = TextOrEmpty(group, u"Dir");
+        for (const auto& itemNode : RequireItems(group).Items()) {
+            const ClkJsonObjectNode& item = RequireObject(*itemNode, "an item");
+            if (!visit({dir, WideTextOrEmpty(item, u"Name"), WideTextOrEmpty(item, u"Data")})) return;
+        }
+    }
 }

@@ -1,5 +1,5 @@
-// The two trees that the driver works on: samples below a set-up directory, results below an output
-// directory; and the report list, which names the templates of a batch and the data of each.
+// The two trees that the driver works on, samples below a set-up directory and results below an output
+// directory, and the report list, which names the templates of a batch and the data of each.
 //
 //     ConfigPath("/opt/qb", "/tmp/out");
 //     ReportsJson.LoadFromFile(...);      // dataPath + "ReportListJson.txt"
@@ -8,7 +8,9 @@
 #ifndef QBSVR_DRIVER_SAMPLE_TREE_H
 #define QBSVR_DRIVER_SAMPLE_TREE_H
 
-#include "driver/driver_types.h"
+#include <functional>
+
+#include "driver/engine.h"
 #include "json/json_tree.h"
 
 // Directories, each closed by "/". The two roots have defaults from the start; the rest is empty until the
@@ -20,12 +22,24 @@ extern wstr reportPath;      // samplesRoot + "Reports/": the templates, Name.qb
 extern wstr dataPath;        // samplesRoot + "Data/": the report list, and data files in "json/"
 extern wstr exportBatchDir;  // outPath + "auto/": output of the batches
 
-// An array of groups {"Dir": sub-directory of reportPath, "Items": [{"Name": template, "Data": data name}]}.
-extern larkspur::ClkArrayJson ReportsJson;
-
 // Sets the two roots, adding a closing "/" where there is neither "/" nor a backslash, and derives the rest.
 // Null or empty keeps a root. Each byte becomes one character: only ASCII paths are meant to work.
 void ConfigPath(const char* setupPath, const char* outputPath);
 void DoUpdatePath();
+
+// The report list: an array of groups
+// {"Dir": sub-directory of reportPath, "Items": [{"Name": template, "Data": data name}]}.
+extern larkspur::ClkArrayJson ReportsJson;
+
+struct ReportListItem {
+    lkstr dir;  // as written in the group
+    wstr name;
+    wstr data;
+};
+
+// Calls `visit` for each item of ReportsJson, in list order, until it returns false. Absent texts are empty.
+// Raises std::logic_error when it reaches a group or an item that is no object, or a group without an "Items"
+// array.
+void WalkReportList(const std::function<bool(const ReportListItem&)>& visit);
 
 #endif

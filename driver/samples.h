@@ -1,10 +1,10 @@
 // Samples that exercise one feature of the engine each. No action leads to them; those that use the paths of
-// the sample tree need ConfigPath to have run. They print what failed to load and go on, unless said
+// the sample tree need a ConfigPath first. They print what failed to load and continue, unless documented
 // otherwise, and raise ClkException when an output can't be written.
 #ifndef QBSVR_DRIVER_SAMPLES_H
 #define QBSVR_DRIVER_SAMPLES_H
 
-#include "driver/driver_types.h"
+#include "driver/engine.h"
 
 // Builds a report around a sub-report, and loads and saves the sub-report.
 void TestSubReportLoadSave();
@@ -13,12 +13,11 @@ void TestSubReportLoadSave();
 void TestLoadDataFromURL();
 
 // Prints a template on a printer, the default one for null or the empty text, and exports it to a fixed path.
-// The twin holds its report in a handle, prints another template and looks at the report's font.
+// TestPrint_CPP holds its report in a handle, prints another template and reads the report's font.
 void TestPrint(const lkchar* printerName);
 void TestPrint_CPP(const lkchar* printerName);
 
-// Loads a template, gives a copy of it a life of its own, and saves it as "save.qbf" with a picture behind
-// it.
+// Loads a template, copies it, and saves it as "save.qbf" with a background picture.
 void TestLoadSave();
 
 // Exports straight into files: "qb-direct.xls", and "qb.xlsx" with options. Ends at a template that doesn't
@@ -31,12 +30,25 @@ void Test_DataTextFile(const wchar_t* templateFile, tagQBExportType type, const 
 void Test_DataTextFile2(const wchar_t* templateFile, const wchar_t* dataFile, tagQBExportType type,
                         const wchar_t* outFile);
 
-// Export with a handler for the initialize event, as "qb-event.pdf". The twin's handle releases the report on
-// every way out.
+// Exports "qb-event.pdf" with a handler for the initialize event. The handle of TestEvent_CPP releases the
+// report even when the file can't be written.
 void TestEvent();
 void TestEvent_CPP();
 
-// Export of fixed files with a handler that is called and finds nothing to do, as "qb-custom-export.xls".
+// Exports fixed files as "qb-custom-export.xls", with a handler that is called and finds nothing to do.
 void TestExportCustom();
+
+// Exports "Chart.qbf" as "qb-datafromurl.pdf"; its charts are filled by CqbChartRequestDataEventInfo.
+void TestChartLoadDataFromURL();
+
+// Asks the engine for a barcode by a JSON request, prints both and returns the graph. Raises std::logic_error
+// when the engine gives none.
+wstr GenBarcodeGraphText(tagQBBarcodeType type, const wchar_t* text);
+// Nine barcodes of different types, one line each.
+void TestBarcode();
+
+// Prints `value` as the engine renders it by `format`. Raises std::logic_error when the engine gives no text.
+void DoTestFormat(tagQBUtility* utility, double value, const wchar_t* format);
+void TestFormat();
 
 #endif

@@ -1,9 +1,8 @@
-#include "driver/batch.h"
+#include "driver/batches.h"
 
 #include <map>
 #include <stdexcept>
 
-#include "driver/batch_threads.h"
 #include "tests/driver/driver_test.h"
 
 namespace {

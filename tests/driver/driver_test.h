@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "common/unicode.h"
-#include "driver/batch.h"
+#include "driver/batches.h"
 #include "driver/sample_tree.h"
 #include "tests/driver/scratch_directory.h"
 #include "tests/engine/recording_engine.h"

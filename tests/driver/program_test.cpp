@@ -7,7 +7,7 @@
 #include <map>
 #include <set>
 
-#include "driver/generate.h"
+#include "driver/actions.h"
 #include "tests/driver/driver_test.h"
 
 namespace {

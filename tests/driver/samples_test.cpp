@@ -4,8 +4,6 @@
 
 #include "common/errors.h"
 #include "driver/actions.h"
-#include "driver/barcode_samples.h"
-#include "driver/chart_data.h"
 #include "driver/events.h"
 #include "tests/driver/driver_test.h"
 

@@ -9,8 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "driver/batch_threads.h"
-#include "driver/engine_text.h"
+#include "driver/batches.h"
 #include "driver/export_tasks.h"
 #include "driver/sample_tree.h"
 

@@ -10,9 +10,8 @@
 #include <vector>
 
 #include "common/unicode.h"
-#include "driver/barcode_samples.h"
-#include "driver/batch_threads.h"
-#include "driver/chart_data.h"
+#include "driver/batches.h"
+#include "driver/events.h"
 #include "driver/sample_tree.h"
 #include "driver/samples.h"
 #include "tests/driver/scratch_directory.h"

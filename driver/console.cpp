@@ -1,4 +1,7 @@
-#include "driver/messages.h"
+#include "driver/console.h"
+
+#include <termios.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -13,7 +16,7 @@ using larkspur::UnicodeTextToPrintf;
 
 namespace {
 
-// Bytes of the longest start that 16-bit units can hold.
+// The length in bytes of the longest prefix that 16-bit units can represent.
 std::size_t RepresentableBytes(std::string_view text) {
     std::size_t at = 0;
     while (at < text.size()) {
@@ -49,7 +52,7 @@ void WarnOfText(const lkstr& path) {
     larkspur::LoadBinDataFromLocalFile(path.c_str(), bytes);
     const std::string_view text(static_cast<const char*>(bytes.Data()),
                                 static_cast<std::size_t>(bytes.Size()));
-    // A file of 16-bit units has no byte that they can't hold.
+    // A file of 16-bit units contains nothing else.
     if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) return;
     const std::size_t read = RepresentableBytes(text);
     if (read == text.size()) return;
@@ -83,4 +86,14 @@ void PrintTemplateLoaded(const lkstr& templateFile, bool succeeded) {
 void PrintTemplateSaved(const lkstr& templateFile, bool succeeded) {
     std::printf("保存报表模板文件 %s %s\n", UnicodeTextToPrintf(templateFile).c_str(),
                 OutcomeWord(succeeded));
+}
+
+int _getch() {
+    termios saved;
+    if (tcgetattr(STDIN_FILENO, &saved) != 0) return -1;
+    termios raw = saved;
+    cfmakeraw(&raw);
+    if (tcsetattr(STDIN_FILENO, TCSANOW, &raw) != 0) return -1;
+    const int key = std::getc(stdin);
+    return tcsetattr(STDIN_FILENO, TCSANOW, &saved) == 0 ? key : -1;
 }

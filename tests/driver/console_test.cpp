@@ -1,4 +1,4 @@
-#include "driver/terminal.h"
+#include "driver/console.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
