@@ -1,8 +1,11 @@
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "qbsvrl6/layout/column_splits.h"
 #include "qbsvrl6/layout/grid_geometry.h"
 #include "qbsvrl6/layout/layout.h"
 #include "qbsvrl6/support/limits.h"
@@ -23,6 +26,10 @@ public:
         gridEnd_ = std::max(gridEnd_, onDrawing(left + width));
     }
     void addFreeBox(std::int64_t left, std::int64_t width) { add(freeEdges_, left, width); }
+    // The boxes of a section that have cells.
+    void addCells(std::vector<CellBox> boxes) {
+        if (columns_ != CellColumns::Page) cells_.push_back(std::move(boxes));
+    }
 
     // Make cuts of the edges collected so far that no earlier cut is near to: what comes first leads.
     void takeGridEdges() { take(gridEdges_); }
@@ -39,15 +46,16 @@ public:
             if (cuts_.size() > 1 && end_ - cuts_.back() <= kNear) cuts_.pop_back();
             cuts_.push_back(std::max(end_, cuts_.back() + kNear));
         }
+        for (std::vector<CellBox>& boxes : cells_) splitColumns(cuts_, std::move(boxes), kNear);
         return std::move(cuts_);
     }
 
-private:
     static Micrometres onDrawing(std::int64_t edge) {
         constexpr std::int64_t kFarthest = limits::kBandMicrometres;
         return static_cast<Micrometres>(std::clamp<std::int64_t>(edge, 0, kFarthest));
     }
 
+private:
     void add(std::vector<Micrometres>& edges, std::int64_t left, std::int64_t width) {
         const Micrometres end = onDrawing(left + width);
         edges.push_back(onDrawing(left));
@@ -69,6 +77,7 @@ private:
     CellColumns columns_;
     std::vector<Micrometres> gridEdges_;
     std::vector<Micrometres> freeEdges_;
+    std::vector<std::vector<CellBox>> cells_;  // of each section
     std::vector<Micrometres> cuts_;
     Micrometres gridStart_ = limits::kBandMicrometres;
     Micrometres gridEnd_ = 0;
@@ -129,6 +138,32 @@ std::vector<ColumnMove> movesOf(const GridGeometry& geometry) {
 // The columns of the grid by name; of those with the same name the first one counts.
 using ColumnNames = std::map<std::u16string_view, std::size_t>;
 
+struct ColumnBox {
+    std::int64_t x;  // from the left edge of the page's column
+    Micrometres width;
+    bool visible;
+};
+struct Span {
+    std::int64_t left, width;
+};
+// The grid's columns that the controls of a group's section may name.
+struct NamedColumns {
+    const ColumnNames* names = nullptr;
+    const std::vector<ColumnBox>* boxes = nullptr;
+    std::int64_t left = 0;
+    bool show = true;
+
+    std::optional<Span> spanOf(const Control& control) const {
+        if (names == nullptr || control.column.empty()) return std::nullopt;
+        const auto first = names->find(control.column);
+        if (first == names->end()) return std::nullopt;
+        const auto to = names->find(control.toColumn);
+        const std::size_t last = to == names->end() ? first->second : std::max(first->second, to->second);
+        const ColumnBox& box = (*boxes)[first->second];
+        return Span{left + box.x, (*boxes)[last].x + (*boxes)[last].width - box.x};
+    }
+};
+
 class Collector {
 public:
     Collector(const LayoutOptions& options, CellColumns columns, Cuts& cuts)
@@ -159,12 +194,6 @@ public:
     }
 
 private:
-    struct ColumnBox {
-        std::int64_t x;  // from the left edge of the page's column
-        Micrometres width;
-        bool visible;
-    };
-
     std::vector<ColumnBox> boxesOf(const ReportDefinition& report, const Place& place) const {
         const GridGeometry geometry = geometryOf(report, options_, place);
         const bool moves = geometry.sets > 1 && columns_ != CellColumns::Page;
@@ -217,8 +246,8 @@ private:
                 addSubReport(grid.columns[i]->content, {left + boxes[i].x, boxes[i].width, place.depth});
             }
             const auto addGroupSection = [&](const SectionPtr& section) {
-                addSection(section, {left + gridX, place.width, place.depth}, names);
-                if (!columnsShow) addNamedColumns(section, left, names, boxes);
+                addSection(section, {left + gridX, place.width, place.depth},
+                           {&names, &boxes, left, columnsShow});
             };
             for (const auto& group : grid.groups) {
                 addGroupSection(group->header);
@@ -227,29 +256,34 @@ private:
         }
     }
 
-    void addSection(const SectionPtr& section, const Place& place, const ColumnNames& columns = {}) {
+    void addSection(const SectionPtr& section, const Place& place, const NamedColumns& columns = {}) {
         if (!section) return;
+        std::vector<CellBox> cells;
         for (const auto& control : section->controls.items) {
-            if (!control->column.empty() && columns.contains(control->column))
-                continue;  // on the grid's edges
-            const std::int64_t left = place.left + control->box.x;
-            cuts_.addFreeBox(left, control->box.width);
-            addSubReport(*control, {left, control->box.width, place.depth});
+            const std::optional<Span> named = columns.spanOf(*control);
+            const Span span = named.value_or(Span{place.left + control->box.x, control->box.width});
+            // Of a grid without rows the columns that controls name are places like those of free controls.
+            if (!named || !columns.show) cuts_.addFreeBox(span.left, span.width);
+            if (!named) addSubReport(*control, {span.left, control->box.width, place.depth});
+            if (hasCell(*control)) {
+                cells.push_back({Cuts::onDrawing(span.left), Cuts::onDrawing(span.left + span.width),
+                                 control->box.y, control->box.bottom()});
+            }
         }
+        cuts_.addCells(std::move(cells));
     }
 
-    // Of a grid without rows the columns that controls name are places like those of free controls.
-    void addNamedColumns(const SectionPtr& section, std::int64_t left, const ColumnNames& names,
-                         const std::vector<ColumnBox>& boxes) {
-        if (!section) return;
-        for (const auto& control : section->controls.items) {
-            const auto first = names.find(control->column);
-            if (control->column.empty() || first == names.end()) continue;
-            const auto to = names.find(control->toColumn);
-            const std::size_t last = to == names.end() ? first->second : std::max(first->second, to->second);
-            const ColumnBox& box = boxes[first->second];
-            const std::int64_t width = boxes[last].x + boxes[last].width - box.x;
-            cuts_.addFreeBox(left + box.x, width);
+    // Pictures and drawings overlay the cells of workbooks; in records they have their cells.
+    bool hasCell(const Control& control) const {
+        switch (control.kind()) {
+            case ControlKind::Line:
+            case ControlKind::Box:
+                return false;
+            case ControlKind::Text:
+            case ControlKind::SubReport:
+                return true;
+            default:
+                return columns_ == CellColumns::Records;
         }
     }
 

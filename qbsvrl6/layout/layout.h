@@ -51,9 +51,9 @@ void layOut(const ReportDefinition& report, const ReportData& data, const Layout
 // What the columns of a cell document follow.
 enum class CellColumns {
     Page,     // each edge on paper is one of a column: for documents that look like the page
-    Grid,     // the detail grids, whose cells then never span columns; free controls have columns of their
-              // own beside them only, or where the grid shows no rows: for workbooks
-    Records,  // the same, and each column ends where the next one begins, so that none is empty: for CSV
+    Grid,     // the detail grids. Free controls have columns of their own beside the grids, where the grid
+              // shows no rows, and where two of one row would share a cell: for workbooks
+    Records,  // the same, and each column ends where the next one begins: for CSV
 };
 
 // x of each column edge that the detail grids (those of sub-reports among them) and the free controls of the

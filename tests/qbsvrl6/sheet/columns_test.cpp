@@ -49,6 +49,41 @@ TEST(ColumnCuts, LetTheGridsLead) {
               (std::vector<int>{15, 60, 75, 115, 135, 195}));
 }
 
+// A column of the grid is divided only where texts of one row would share a cell.
+TEST(ColumnCuts, KeepTextsOfOneRowApart) {
+    const struct {
+        const char* name;
+        std::vector<Rect> boxes;  // above columns from 15 to 95 and to 195
+        std::vector<int> expected;
+    } cases[] = {
+        {"three", {{0, 0, 20, 6}, {22, 0, 20, 6}, {44, 0, 20, 6}}, {15, 37, 59, 95, 195}},
+        {"out of order", {{44, 0, 20, 6}, {0, 0, 20, 6}, {22, 0, 20, 6}}, {15, 37, 59, 95, 195}},
+        {"nearly the same edges in the next row",
+         {{0, 0, 20, 6}, {22, 0, 20, 6}, {0, 7, 20, 6}, {22, 7, 20, 6}, {0, 14, 23, 6}, {24, 14, 20, 6}},
+         {15, 37, 95, 195}},
+        {"each in its column", {{0, 0, 30, 6}, {85, 0, 30, 6}}, {15, 95, 195}},
+        {"over the edge of a column", {{0, 0, 150, 6}, {155, 0, 20, 6}}, {15, 95, 170, 195}},
+        {"in different rows", {{0, 0, 20, 6}, {22, 6, 20, 6}, {44, 12, 20, 6}}, {15, 95, 195}},
+        {"half beside each other", {{0, 0, 20, 6}, {22, 2, 20, 6}}, {15, 37, 95, 195}},
+        {"a high one beside the second row", {{30, 0, 20, 12}, {0, 6, 20, 6}}, {15, 45, 95, 195}},
+        {"on top of each other", {{0, 0, 80, 6}, {60, 0, 20, 6}}, {15, 95, 195}},
+        {"without height", {{0, 0, 20, 0}, {22, 0, 20, 0}}, {15, 95, 195}},
+    };
+    for (const auto& one : cases) {
+        ReportDefinition report;
+        report.grid = gridOf({80, 100});
+        report.reportHeaders.push_back(sectionWith({}));
+        for (const Rect& box : one.boxes) {
+            auto& controls = report.reportHeaders[0]->controls.items;
+            controls.push_back(std::make_unique<Control>());
+            controls.back()->box = {box.x * kMm, box.y * kMm, box.width * kMm, box.height * kMm};
+        }
+        for (const CellColumns columns : {CellColumns::Grid, CellColumns::Records}) {
+            EXPECT_EQ(millimetres(columnCuts(report, {}, columns)), one.expected) << one.name;
+        }
+    }
+}
+
 // Labels: a grid that shows no rows leads no longer, and each of the page's columns has the same edges.
 TEST(ColumnCuts, RepeatInThePagesColumns) {
     ReportDefinition report;
