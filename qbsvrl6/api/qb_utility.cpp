@@ -2,9 +2,9 @@
 #include <string>
 
 #include "format/numeric_format.h"
+#include "qbsvrl6/api/barcode_request.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
-#include "qbsvrl6/barcode/barcode.h"
 
 using namespace qbsvrl6;
 using namespace quillbrook;

@@ -2,28 +2,29 @@
 //
 // A type is a number of the engine interface:
 //
-//     type  symbol            takes
+//     type  symbol            accepts
 //     1     Code 128          digits
 //     2     EAN-13            12 digits, or 13 with the check digit
 //     3     EAN-8             7 or 8 digits
 //     4     UPC-A             11 or 12 digits
-//     5     Code 39           digits, capitals and - . $ / + % blank
+//     5     Code 39           digits, capitals and - . $ / + % space
 //     6     Code 93           ASCII
 //     7     ITF-14            13 or 14 digits
 //     8     Codabar           digits and - $ : / . + between A to D
-//     9     Code 128          ASCII
-//     25    GS1-128           bracketed application identifiers, "(11)190419"; without brackets plain Code
-//     128 50    PDF417            any text 51    Data Matrix       any text 52    QR Code           any text
+//     9     Code 128          Latin-1 text
+//     25    GS1-128           bracketed application identifiers, "(11)190419"; plain Code 128 without brackets
+//     50    PDF417            any text
+//     51    Data Matrix       any text
+//     52    QR Code           any text
 //     53    GS1 Data Matrix   bracketed application identifiers
 //     54    GS1 QR Code       bracketed application identifiers
 //     55    Aztec             any text
 //
-// Text beyond ASCII is encoded as UTF-8 with its designator, so that readers show it as it was.
+// Text beyond ASCII is encoded as UTF-8 with its designator, so that scanners show it unchanged.
 #ifndef QBSVR_QBSVRL6_BARCODE_BARCODE_H
 #define QBSVR_QBSVRL6_BARCODE_BARCODE_H
 
 #include <string>
-#include <string_view>
 
 #include "qbsvrl6/items/items.h"
 
@@ -32,15 +33,11 @@ namespace qbsvrl6 {
 struct BarcodeRequest {
     int type = 0;
     std::u16string text;
-    bool showText = true;  // below the bars; symbols of two dimensions have none
+    bool showText = true;  // below the bars; two-dimensional symbols have none
 };
 
-// Reads a request: a JSON object with "type" (a number) and "text", and, if wanted, "requireShowText" (true)
-// and "codepage" (65001, the only one there is). Raises EngineError(BadData).
-BarcodeRequest parseBarcodeRequest(std::u16string_view json);
-
-// The symbol fitted into `box`, quiet zones included: bars fill its height, symbols of two dimensions keep
-// their squares and are centred. Raises EngineError(NotSupported) for an unknown type and
+// The symbol fitted into `box`, quiet zones included: bars fill its height, two-dimensional symbols keep
+// square modules and are centred. Raises EngineError(NotSupported) for an unknown type and
 // EngineError(BadData) for a text that the symbol can't hold.
 Drawing drawBarcode(const BarcodeRequest& request, Size box);
 

@@ -215,12 +215,25 @@ TEST_F(ApiTest, FormatsNumbersAndDrawsBarcodes) {
     tagQBUtility* utility = QBReportGetUtility(report);
     EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"#,##0.00", 1234.5)), "1,234.50");
     EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"#,##0.00;;#", 0)), "");
-    const std::string graph = narrow(QBGenerateBarcodeGraph(
-        u"{\"codepage\":65001,\"requireShowText\":true,\"text\":\"123456\",\"type\":1}"));
-    EXPECT_NE(graph.find("<svg"), std::string::npos) << graph;
-    EXPECT_EQ(QBGenerateBarcodeGraph(u"{\"text\":\"123456\",\"type\":1000}"), nullptr);
-    EXPECT_EQ(QBGenerateBarcodeGraph(u"{\"text"), nullptr);
-    EXPECT_NE(takeLog().find("QBGenerateBarcodeGraph: "), std::string::npos);
+
+    const struct {
+        const char16_t* request;
+        bool showsText;
+    } requests[] = {{uR"({"codepage":65001,"requireShowText":true,"text":"123456","type":1})", true},
+                    {uR"({"text":"123456","type":1})", true},
+                    {uR"({"requireShowText":false,"text":"123456","type":1})", false},
+                    {uR"({"requireShowText":true,"text":"a\"b","type":52})", false}};
+    for (const auto& test : requests) {
+        const std::string graph = narrow(QBGenerateBarcodeGraph(test.request));
+        EXPECT_TRUE(graph.starts_with("<svg ")) << narrow(test.request) << ": " << graph;
+        EXPECT_EQ(graph.find("<text") != std::string::npos, test.showsText) << narrow(test.request);
+    }
+    for (const char16_t* bad :
+         {u"", u"[]", u"{\"text", uR"({"type":1})", uR"({"text":"1"})", uR"({"text":"123456","type":1000})",
+          uR"({"text":"1","type":1,"codepage":936})"}) {
+        EXPECT_EQ(QBGenerateBarcodeGraph(bad), nullptr) << narrow(bad);
+        EXPECT_NE(takeLog().find("QBGenerateBarcodeGraph: "), std::string::npos) << narrow(bad);
+    }
 }
 
 TEST_F(ApiTest, PrintingWithoutAPrinterIsLoggedAndKeepsTheName) {

@@ -168,18 +168,6 @@ TEST(Barcode, RefusesWhatTheSymbolCantHold) {
     }
 }
 
-TEST(Barcode, ReadsRequests) {
-    const BarcodeRequest request =
-        parseBarcodeRequest(uR"({"codepage":65001,"requireShowText":false,"text":"a\"b","type":52})");
-    EXPECT_EQ(request.type, 52);
-    EXPECT_EQ(request.text, u"a\"b");
-    EXPECT_FALSE(request.showText);
-    for (const char16_t* bad : {u"", u"[]", u"{", u"{\"type\":1}", u"{\"text\":\"1\"}",
-                                u"{\"codepage\":936,\"text\":\"1\",\"type\":1}"}) {
-        EXPECT_THROW(parseBarcodeRequest(bad), EngineError) << toUtf8(bad);
-    }
-}
-
 TEST(Barcode, SvgShowsTheTextOnRequest) {
     const std::u16string with = barcodeSvg({1, u"123456", true});
     const std::u16string without = barcodeSvg({1, u"123456", false});

@@ -1,0 +1,17 @@
+// The JSON request of a barcode outside of reports.
+#ifndef QBSVR_QBSVRL6_API_BARCODE_REQUEST_H
+#define QBSVR_QBSVRL6_API_BARCODE_REQUEST_H
+
+#include <string_view>
+
+#include "qbsvrl6/barcode/barcode.h"
+
+namespace qbsvrl6 {
+
+// Reads an object with "type" (a number) and "text"; optional are "requireShowText" (default true) and
+// "codepage" (65001, the only one). Raises EngineError: NotSupported for another code page, otherwise BadData.
+BarcodeRequest parseBarcodeRequest(std::u16string_view json);
+
+}  // namespace qbsvrl6
+
+#endif
