@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "qbsvrl6/data/load.h"
+#include "qbsvrl6/layout/cell_columns.h"
 #include "qbsvrl6/layout/layout.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/template/template_io.h"
@@ -85,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             options.drawings = &drawings;
             CheckingSink sink;
             layOut(report, sets, options, sink);
-            columnCuts(report, options);
+            columnEdges(report, options);
         }
     } catch (const EngineError&) {
     } catch (const TooManyPages&) {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/layout/drawing_source.h"
 
 namespace qbsvrl6 {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "qbsvrl6/layout/cell_columns.h"
 #include "qbsvrl6/paint/pdf/pdf.h"
 #include "qbsvrl6/paint/raster/raster.h"
 #include "qbsvrl6/sheet/writers.h"
@@ -34,7 +35,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
                                 : job.options.kind == ExportKind::Csv ? CellColumns::Records
                                                                       : CellColumns::Page;
     return {job.report.info,
-            columnCuts(job.report, job.layout, columns),
+            columnEdges(job.report, job.layout, columns),
             job.report.page,
             job.layout.paged,
             job.options.pageBreaks,

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/items/page_sink.h"
+#include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
 

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/layout/report_data.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {

@@ -26,7 +26,7 @@
 
 #include <string>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/drawing.h"
 
 namespace qbsvrl6 {
 

@@ -3,7 +3,7 @@
 #ifndef QBSVR_QBSVRL6_CHART_CHART_H
 #define QBSVR_QBSVRL6_CHART_CHART_H
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/drawing.h"
 #include "qbsvrl6/model/chart.h"
 
 namespace qbsvrl6 {

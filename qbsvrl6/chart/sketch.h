@@ -8,7 +8,7 @@
 
 #include "qbsvrl6/bind/number_format.h"
 #include "qbsvrl6/fonts/font_library.h"
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/drawing.h"
 #include "qbsvrl6/model/chart.h"
 
 namespace qbsvrl6 {

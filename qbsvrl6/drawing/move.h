@@ -2,7 +2,7 @@
 #ifndef QBSVR_QBSVRL6_DRAWING_MOVE_H
 #define QBSVR_QBSVRL6_DRAWING_MOVE_H
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/drawing.h"
 
 namespace qbsvrl6 {
 

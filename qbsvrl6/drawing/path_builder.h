@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/drawing.h"
 
 namespace qbsvrl6 {
 

@@ -4,7 +4,6 @@
 #include <type_traits>
 #include <utility>
 
-#include "qbsvrl6/layout/report_walk.h"
 #include "qbsvrl6/layout/section_arrangement.h"
 #include "qbsvrl6/layout/text_layout.h"
 #include "qbsvrl6/layout/whole_items.h"
@@ -217,7 +216,7 @@ void BandBuilder::makeSubReport(PlannedControl& control, const Position& positio
     std::optional<ReportInstance> instance = subReport(control, position);
     if (!instance) return;
     CollectingFlow flow;
-    ReportWalk::walk(context_, std::move(*instance), flow);
+    context_.walk(context_, std::move(*instance), flow);
     piece.needed = flow.height;
     piece.nested = std::move(flow.bands);
 }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "qbsvrl6/bind/row_view.h"
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/band.h"
 #include "qbsvrl6/layout/report_plan.h"
 #include "qbsvrl6/layout/style_pool.h"
 

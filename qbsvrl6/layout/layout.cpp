@@ -56,7 +56,7 @@ void layOutContinuous(LayoutContext& context, const ReportInstance& instance, Pa
 
 void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
             PageSink& sink) {
-    LayoutContext context(options);
+    LayoutContext context(options, ReportWalk::walk);
     context.now = localTime();
     const std::unique_ptr<ReportPlan> plan = planReport(report, {data, options, context.styles});
     ReportInstance instance{

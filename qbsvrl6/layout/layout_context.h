@@ -8,9 +8,9 @@
 #include <unordered_set>
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/layout/band_draft.h"
-#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/layout/picture_store.h"
 
 namespace qbsvrl6 {
@@ -74,12 +74,21 @@ private:
     EvaluatedText evaluated_;
 };
 
+class Flow;
+struct ReportInstance;
+
+// Walks a report into a flow. Bands hold sub-reports, which are walked like the report that consists of bands:
+// this is how a band's builder reaches the walk that has built it.
+using WalkReport = void (*)(LayoutContext& context, ReportInstance instance, Flow& flow);
+
 struct LayoutContext {
-    explicit LayoutContext(const LayoutOptions& layoutOptions) : options(layoutOptions), late(*this) {}
+    LayoutContext(const LayoutOptions& layoutOptions, WalkReport walkReport)
+        : options(layoutOptions), walk(walkReport), late(*this) {}
     LayoutContext(const LayoutContext&) = delete;
     LayoutContext& operator=(const LayoutContext&) = delete;
 
     LayoutOptions options;
+    const WalkReport walk;
     std::int64_t now = 0;
     StylePool styles;
     PictureStore pictures;

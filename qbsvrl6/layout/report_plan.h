@@ -14,7 +14,8 @@
 #include "qbsvrl6/bind/chart_query.h"
 #include "qbsvrl6/bind/row_view.h"
 #include "qbsvrl6/layout/grid_geometry.h"
-#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/layout/layout_options.h"
+#include "qbsvrl6/layout/report_data.h"
 #include "qbsvrl6/layout/style_pool.h"
 #include "qbsvrl6/model/report.h"
 

@@ -2,7 +2,7 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_TEXT_LAYOUT_H
 #define QBSVR_QBSVRL6_LAYOUT_TEXT_LAYOUT_H
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/item.h"
 #include "qbsvrl6/layout/style_pool.h"
 
 namespace qbsvrl6 {

@@ -2,8 +2,8 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
 #define QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
 
-#include "qbsvrl6/items/items.h"
-#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/items/item.h"
+#include "qbsvrl6/layout/drawing_source.h"
 
 namespace qbsvrl6 {
 

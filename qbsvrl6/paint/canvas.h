@@ -6,7 +6,8 @@
 #include <string_view>
 
 #include "qbsvrl6/fonts/shaping.h"
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/drawing.h"
+#include "qbsvrl6/items/item.h"
 
 namespace qbsvrl6 {
 

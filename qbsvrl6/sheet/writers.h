@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/column_move.h"
+#include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {

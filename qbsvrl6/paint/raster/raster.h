@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/band.h"
 
 namespace qbsvrl6 {
 

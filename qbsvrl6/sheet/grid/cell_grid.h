@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/band.h"
 
 namespace qbsvrl6 {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/band.h"
 
 namespace qbsvrl6 {
 

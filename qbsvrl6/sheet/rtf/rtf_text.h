@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/item.h"
 
 namespace qbsvrl6 {
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <memory>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/item.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {

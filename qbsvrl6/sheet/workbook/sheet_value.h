@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/item.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/item.h"
 
 namespace qbsvrl6 {
 

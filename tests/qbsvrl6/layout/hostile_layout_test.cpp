@@ -51,7 +51,7 @@ std::string outcome(const ReportDefinition& report, const std::string& json) {
         RecordingSink sink;
         try {
             layOut(report, data, options, sink);
-            columnCuts(report, options);
+            columnEdges(report, options);
         } catch (const EngineError& error) {
             if (paged) first = error.code() == ErrorCode::LimitExceeded ? "limit" : error.what();
         }

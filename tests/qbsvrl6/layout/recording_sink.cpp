@@ -172,7 +172,7 @@ void layOutInto(const std::string& elements, const std::string& json, const Layo
 }
 
 std::vector<Micrometres> cutsOf(const std::string& elements, const LayoutOptions& options) {
-    return columnCuts(reportOf(elements), options);
+    return columnEdges(reportOf(elements), options);
 }
 
 std::string numberedRows(int count) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/layout/cell_columns.h"
 #include "qbsvrl6/layout/layout.h"
 
 namespace qbsvrl6 {

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "qbsvrl6/items/items.h"
+#include "qbsvrl6/items/page_sink.h"
 
 namespace qbsvrl6::handmade {
 

@@ -1,7 +1,7 @@
 // The columns of cell documents, from the report's definition.
 #include <gtest/gtest.h>
 
-#include "qbsvrl6/layout/layout.h"
+#include "qbsvrl6/layout/cell_columns.h"
 #include "sheet_fixture.h"
 
 namespace qbsvrl6 {
@@ -38,14 +38,14 @@ TEST(ColumnCuts, LetTheGridsLead) {
     report.reportHeaders.push_back(sectionWith({{0, 45}, {60, 120}}));
     report.pageHeader = sectionWith({{100, 20}});
     const LayoutOptions all;
-    EXPECT_EQ(millimetres(columnCuts(report, all)), (std::vector<int>{15, 45, 60, 75, 105, 115, 135, 195}));
-    EXPECT_EQ(millimetres(columnCuts(report, all, CellColumns::Grid)),
+    EXPECT_EQ(millimetres(columnEdges(report, all)), (std::vector<int>{15, 45, 60, 75, 105, 115, 135, 195}));
+    EXPECT_EQ(millimetres(columnEdges(report, all, CellColumns::Grid)),
               (std::vector<int>{15, 45, 105, 115, 135, 195}));
     LayoutOptions onlyGrid;
     onlyGrid.onlyDetailGrid = true;
-    EXPECT_EQ(millimetres(columnCuts(report, onlyGrid)), (std::vector<int>{15, 45, 105}));
+    EXPECT_EQ(millimetres(columnEdges(report, onlyGrid)), (std::vector<int>{15, 45, 105}));
     report.grid = nullptr;
-    EXPECT_EQ(millimetres(columnCuts(report, all, CellColumns::Grid)),
+    EXPECT_EQ(millimetres(columnEdges(report, all, CellColumns::Grid)),
               (std::vector<int>{15, 60, 75, 115, 135, 195}));
 }
 
@@ -79,7 +79,7 @@ TEST(ColumnCuts, KeepTextsOfOneRowApart) {
             controls.back()->box = {box.x * kMm, box.y * kMm, box.width * kMm, box.height * kMm};
         }
         for (const CellColumns columns : {CellColumns::Grid, CellColumns::Records}) {
-            EXPECT_EQ(millimetres(columnCuts(report, {}, columns)), one.expected) << one.name;
+            EXPECT_EQ(millimetres(columnEdges(report, {}, columns)), one.expected) << one.name;
         }
     }
 }
@@ -121,7 +121,7 @@ TEST(ColumnCuts, RepeatInThePagesColumns) {
         report.grid->rowHeight = one.rowHeight * kMm;
         header = sectionWith({{2, 30}, {36, 22}});
         if (one.namesColumn) header->controls.items[0]->column = u"A";
-        EXPECT_EQ(millimetres(columnCuts(report, {}, one.columns)), one.expected) << one.name;
+        EXPECT_EQ(millimetres(columnEdges(report, {}, one.columns)), one.expected) << one.name;
     }
 }
 
@@ -131,9 +131,9 @@ TEST(ColumnCuts, ShareTheColumnsOfAllPages) {
     report.grid = gridOf({40, 60, 70, 80, 30});
     report.grid->adapt = ColumnAdapt::ToNewPageRepeatFixed;
     report.grid->fixedColumns = 1;
-    EXPECT_EQ(millimetres(columnCuts(report, {})), (std::vector<int>{15, 55, 115, 135, 165, 185}));
+    EXPECT_EQ(millimetres(columnEdges(report, {})), (std::vector<int>{15, 55, 115, 135, 165, 185}));
     for (const CellColumns columns : {CellColumns::Grid, CellColumns::Records}) {
-        EXPECT_EQ(millimetres(columnCuts(report, {}, columns)), (std::vector<int>{15, 55, 135, 205}));
+        EXPECT_EQ(millimetres(columnEdges(report, {}, columns)), (std::vector<int>{15, 55, 135, 205}));
     }
     std::vector<int> moved;
     for (const ColumnMove& move : columnMoves(report, {}, CellColumns::Grid)) {
@@ -159,7 +159,7 @@ TEST(ColumnCuts, TakeInSubReports) {
     report.reportHeaders.push_back(sectionWith({{10, 60}}));
     subReport(*report.reportHeaders[0]->controls.items[0], {40});
     // The grid 15, 45, 135; its cell's 45, 65, 90; the header's 25, 65.
-    EXPECT_EQ(millimetres(columnCuts(report, {}, CellColumns::Grid)),
+    EXPECT_EQ(millimetres(columnEdges(report, {}, CellColumns::Grid)),
               (std::vector<int>{15, 25, 45, 65, 90, 135}));
 }
 

@@ -1,3 +1,5 @@
+#include "qbsvrl6/layout/cell_columns.h"
+
 #include <algorithm>
 #include <map>
 #include <optional>
@@ -7,7 +9,6 @@
 
 #include "qbsvrl6/layout/column_splits.h"
 #include "qbsvrl6/layout/grid_geometry.h"
-#include "qbsvrl6/layout/layout.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
@@ -306,8 +307,8 @@ Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
 
 }  // namespace
 
-std::vector<Micrometres> columnCuts(const ReportDefinition& report, const LayoutOptions& options,
-                                    CellColumns columns) {
+std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
+                                     CellColumns columns) {
     Cuts cuts(columns);
     Collector collector(options, columns, cuts);
     const Place place = placeOf(report, options);

@@ -1,0 +1,44 @@
+// Bands: the sections, titles and rows of a laid-out report, from the top of a page to its bottom.
+#ifndef QBSVR_QBSVRL6_ITEMS_BAND_H
+#define QBSVR_QBSVRL6_ITEMS_BAND_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/items/item.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+enum class BandKind {
+    PageHeader,
+    ReportHeader,
+    GridTitle,
+    GroupHeader,
+    Row,
+    BlankRow,  // fills the page after the last row
+    GroupFooter,
+    ReportFooter,
+    PageFooter,
+};
+
+// One section or row. It is complete: every item has its final position, and every text but the pending ones
+// has its lines. Bands of one page do not overlap, except in columns of detail, which are side by side.
+struct Band {
+    BandKind kind = BandKind::Row;
+    bool inGrid = false;    // part of the detail grid: title, row, group header or group footer
+    bool repeated = false;  // a title or group header that is repeated on a later page
+    int groupLevel = 0;     // of a group's band: 0 is the outermost group
+
+    std::u16string bookmark;  // the value of a group, where its header begins; empty: none
+    std::optional<Color> background;
+
+    Micrometres width = 0;    // items may be wider, as far as the report's paper
+    Micrometres height = 0;   // all items are above this edge
+    std::vector<Item> items;  // later ones are painted on top
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,106 @@
+// Positioned items: what the bands of a laid-out report consist of.
+//
+// Layout makes items, sinks paint them or turn them into cells. Lengths are whole micrometres, so that equal
+// edges are equal; y grows downwards. An item's box is relative to its band. What is in the box (lines of
+// text, the picture, the drawing) is relative to the box.
+#ifndef QBSVR_QBSVRL6_ITEMS_ITEM_H
+#define QBSVR_QBSVRL6_ITEMS_ITEM_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/items/cell_value.h"
+#include "qbsvrl6/items/drawing.h"
+#include "qbsvrl6/items/page_field.h"
+#include "qbsvrl6/model/report.h"
+#include "qbsvrl6/model/style.h"
+#include "qbsvrl6/picture/picture.h"
+
+namespace qbsvrl6 {
+
+// One line of a text, at its position. The position is in the box before rotation: at 90 and 270 degrees that
+// box has width and height exchanged, and the rotated box fills the item's.
+struct PlacedLine {
+    TextLine line;             // its units count in TextItem::lineText()
+    Micrometres x = 0;         // of the line's start
+    Micrometres baseline = 0;  // y of the base line
+    float wordSpacing = 0;     // 1/1000 em that a justified line adds at each space
+    float letterSpacing = 0;   // 1/1000 em that a justified line without spaces adds after each character
+};
+
+// A text. There are three of it: `text` is what the report says, complete; `shown` is what the lines show,
+// where that is less; `value` is the number or date that the text formats, for spreadsheets.
+struct TextItem {
+    std::u16string text;
+
+    // What the lines consist of, where it is not `text`: cut with an ellipsis, or with #### in place of a
+    // number that is wider than the box.
+    std::u16string shown;
+    bool masked = false;  // `shown` has ####
+
+    CellValue value;
+    double fontSize = 10;               // points, after shrinking to fit
+    std::optional<Color> color;         // replaces the style's: from the value's number format
+    std::u16string link;                // address; empty: none
+    std::vector<PageField> pageFields;  // in `text`, ascending
+
+    // From the top down. Empty where the text is empty or pending, and for sinks that draw no text
+    // (LayoutOptions::measureText, drawText). Lines that do not fit the box's height are left out.
+    std::vector<PlacedLine> lines;
+
+    // The text shows the page count or another total of the whole report and is not laid out yet. A sink
+    // keeps the item and has PendingTexts settle it in PageSink::finish.
+    bool pending = false;
+    std::uint32_t pendingKey = 0;  // identifies it to PendingTexts
+
+    const std::u16string& lineText() const { return shown.empty() ? text : shown; }
+};
+
+struct LineItem {
+    LineContent line;  // a diagonal of the box
+};
+
+struct BoxItem {
+    BoxContent box;
+};
+
+struct PictureItem {
+    std::shared_ptr<const Picture> picture;  // null: nothing that could be read
+    Rect placed;                             // relative to the item's box, after fitting
+    PictureFit fit = PictureFit::Contain;    // with Clip, `placed` may be larger than the box
+    std::u16string alternateText = {};       // shown by text formats, read by screen readers
+};
+
+// What a chart shows at its position.
+struct ShownChart {
+    ChartSettings settings;  // texts without placeholders
+    std::shared_ptr<const ChartData> data;
+};
+
+// A chart or barcode. `control` and `chart` are there so that it can be drawn again in another size.
+struct DrawingItem {
+    std::shared_ptr<const Drawing> drawing;  // null: nothing that could be drawn
+    std::u16string alternateText;            // like a picture's; the text of a barcode
+    const Control* control = nullptr;        // of the barcode or chart; null: it cannot be drawn again
+    std::shared_ptr<const ShownChart> chart = nullptr;  // null: no chart
+};
+
+struct Item {
+    Rect box;  // relative to the band
+    // Background and border of the box, font of its text. Never null in a band that a sink receives; lives
+    // as long as the export.
+    const ResolvedStyle* style = nullptr;
+    std::variant<TextItem, LineItem, BoxItem, PictureItem, DrawingItem> content;
+    // Columns of the detail grid that a cell, or a control of a group section, covers; -1: a free control.
+    int column = -1;
+    int lastColumn = -1;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,35 @@
+// The columns of cell documents, from the columns and controls of a report.
+#ifndef QBSVR_QBSVRL6_LAYOUT_CELL_COLUMNS_H
+#define QBSVR_QBSVRL6_LAYOUT_CELL_COLUMNS_H
+
+#include <vector>
+
+#include "qbsvrl6/items/column_move.h"
+#include "qbsvrl6/layout/layout_options.h"
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+// What the columns of a cell document follow.
+enum class CellColumns {
+    Page,     // every edge on paper is an edge of a column: for documents that resemble the page
+    Grid,     // the detail grids. Free controls have their own columns beside the grids, where the grid shows
+              // no rows, and where two of one row would share a cell: for workbooks
+    Records,  // the same, and each column ends where the next one begins: for CSV
+};
+
+// x of each column edge that the detail grids (including those of sub-reports) and the free controls of the
+// report use, in micrometres from the paper's left edge, ascending and without repeats. Edges up to a
+// millimetre apart become one; the edges of grids take precedence.
+std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
+                                     CellColumns columns = CellColumns::Page);
+
+// Where the cells have each column of a grid that continues on further pages: except in documents that
+// resemble the page, the first columns of all pages are one column of cells, as wide as the widest, and so are
+// the second ones. Empty: no column moves.
+std::vector<ColumnMove> columnMoves(const ReportDefinition& report, const LayoutOptions& options,
+                                    CellColumns columns);
+
+}  // namespace qbsvrl6
+
+#endif

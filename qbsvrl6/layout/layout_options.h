@@ -1,0 +1,20 @@
+// What the sink of an export wants from layout.
+#ifndef QBSVR_QBSVRL6_LAYOUT_LAYOUT_OPTIONS_H
+#define QBSVR_QBSVRL6_LAYOUT_LAYOUT_OPTIONS_H
+
+#include "qbsvrl6/layout/drawing_source.h"
+
+namespace qbsvrl6 {
+
+struct LayoutOptions {
+    bool paged = true;  // false: one continuous page of unbounded height, in logical order
+    bool pageHeadersAndFooters = true;
+    bool onlyDetailGrid = false;
+    bool measureText = true;  // false: texts have no lines and nothing grows; for sinks that use texts alone
+    bool drawText = true;     // false: texts on one line have no lines; for sinks that draw none
+    DrawingSource* drawings = nullptr;  // null: barcodes and charts remain empty boxes
+};
+
+}  // namespace qbsvrl6
+
+#endif
