@@ -1,7 +1,6 @@
 #include "driver/batches.h"
 
 #include <map>
-#include <stdexcept>
 
 #include "tests/driver/driver_test.h"
 
@@ -45,17 +44,6 @@ const std::string kCreateFailed = "Create report failed, please view log file to
 
 class Batch : public DriverTest {
 protected:
-    // The load calls of a report, with nothing but the paths.
-    std::string LoadedPaths(const std::string& report) const {
-        std::istringstream calls(Calls());
-        const std::string ahead = "QBReportLoadFromFile(" + report + ", ";
-        std::string paths;
-        for (std::string line; std::getline(calls, line);) {
-            if (line.starts_with(ahead)) paths += line.substr(ahead.size()) + "\n";
-        }
-        return paths;
-    }
-
     std::vector<std::string> Directories() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(scratch.path / "out/auto")) {
@@ -95,46 +83,6 @@ TEST_F(Batch, WalkersBuildPathsAndCountEveryItem) {
     EXPECT_NE(Calls().find("QBReportSetQuerySQL(report1, \"/qb/Samples/Data/json/jsonD.txt\")"),
               std::string::npos);
     QBReportRelease(Report);
-}
-
-TEST_F(Batch, ListsThatNoWalkSurvives) {
-    for (const std::string list :
-         {R"([{"Items":[{"Name":"1"}]},{"Dir":"x"}])", R"([{"Items":[{"Name":"1"}]},{"Items":{}}])",
-          R"([{"Items":[{"Name":"1"}]},5])", R"([{"Items":[{"Name":"1"},"x"]}])"}) {
-        SCOPED_TRACE(list);
-        recording::Reset(true);
-        SetList(list);
-        Report = QBReportCreate();
-        // The good item ahead of the fault is done, and nothing behind it.
-        EXPECT_EQ(Output([] { EXPECT_THROW(ReportBatchTask(NoTask), std::logic_error); }),
-                  "/qb/Samples/Reports/1.qbf 1\n");
-        EXPECT_EQ(LoadedPaths("report1"), "\"/qb/Samples/Reports/1.qbf\")\n");
-        QBReportRelease(Report);
-    }
-}
-
-TEST_F(Batch, SingleThreadRunsTheSixteenOnOneReport) {
-    SetList(R"([{"Items":[{"Name":"bad"},{"Name":"n"}]}])");
-    recording::Fail("QBReportLoadFromFile", "*bad*");
-    const std::string output = Output(TestBatch);
-    std::string loads;
-    for (int i = 0; i < kStarted; ++i)
-        loads += "\"/qb/Samples/Reports/bad.qbf\")\n\"/qb/Samples/Reports/n.qbf\")\n";
-    EXPECT_EQ(LoadedPaths("report1"), loads);
-    const std::vector<std::string> files = WrittenFiles();
-    EXPECT_EQ(files.size(), 15U + 9U);
-    EXPECT_EQ(Join(recording::Violations()), "");
-    std::filesystem::remove_all(scratch.path / "out");
-    Output(TestBatch_MThread);
-    EXPECT_EQ(WrittenFiles(), files) << "the threads make the same";
-
-    recording::Reset(true);
-    recording::Fail("QBReportLoadFromFile", "*bad*");
-    std::string expected = "开始单线程成批生成报表...\n";
-    Report = QBReportCreate();
-    for (int i = 0; i < kStarted; ++i) expected += Output(kKinds[i].batch);
-    QBReportRelease(Report);
-    EXPECT_EQ(output, expected) << "the lines of the kinds, in their order";
 }
 
 TEST_F(Batch, EachKindByItself) {
@@ -185,29 +133,6 @@ TEST_F(Batch, ThreadsKeepToTheirOwnReports) {
     EXPECT_EQ(Join(recording::Violations()), "");
     EXPECT_EQ(Report, nullptr);
     EXPECT_EQ(ReportCount, -1);
-}
-
-TEST_F(Batch, LoadAndSave) {
-    SetList(R"([{"Dir":"d","Items":[{"Name":"bad"},{"Name":"n"},{"Name":"full"}]}])");
-    recording::Fail("QBReportLoadFromFile", "*bad*");
-    recording::Fail("QBReportSaveToFile", "*full*");
-    EXPECT_EQ(Output(TestBatch_ReportLoadSave),
-              "load report '/qb/Samples/Reports/d/bad.qbf' failed.\n"
-              "保存报表模板文件 OUT/auto/qbf/n.qbf 成功\n"
-              "保存报表模板文件 OUT/auto/qbf/full.qbf 失败\n"
-              "Batch Export Load & Save Report Template finished, ReportCount=3.\n");
-    EXPECT_NE(Calls().find("QBReportSaveToFile(report1, \"OUT/auto/qbf/n.qbf\")"), std::string::npos);
-    EXPECT_EQ(Join(recording::Violations()), "");
-}
-
-TEST_F(Batch, CreationIsSaidOnce) {
-    recording::Fail("QBReportCreate", "*");
-    EXPECT_EQ(Output(TestBatch), kCreateFailed);
-    // The load-and-save pass goes on without a report.
-    SetList(R"([{"Items":[{"Name":"n"}]}])");
-    EXPECT_EQ(Output(TestBatch_ReportLoadSave),
-              "load report '/qb/Samples/Reports/n.qbf' failed.\n"
-              "Batch Export Load & Save Report Template finished, ReportCount=1.\n");
 }
 
 TEST_F(Batch, ThreadBodyThatCounts) {

@@ -238,6 +238,8 @@ TEST_F(Program, AbnormalEndsSayWhyAndLoseNoLine) {
         {kTwo, "-s SETUP OUT", "保存报表模板文件 OUT/auto/qbf/n.qbf 成功\n",
          "QBReportSaveToFile(report1, \"OUT/auto/qbf/n.qbf\")\n", "no \"Items\" array"},
         {"[5]", "-s SETUP OUT", "", "QBReportCreate() = report1\n", "a group is no object"},
+        {R"([{"Items":{}}])", "-s SETUP OUT", "", "QBReportCreate() = report1\n", "no \"Items\" array"},
+        {R"([{"Items":["x"]}])", "-s SETUP OUT", "", "QBReportCreate() = report1\n", "is no object"},
         {"[]", "-gen_short SETUP OUT n", "", "QBInitConfig(\"SETUP\")\n",
          "the word for the export type is missing"},
         {"[]", "-gen_full SETUP a.qbf b.txt c.pdf", "", "QBInitConfig(\"SETUP\")\n",

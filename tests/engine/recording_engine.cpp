@@ -1,4 +1,5 @@
-// The recording engine: handles, the books of the calls made with them, and the 71 functions.
+// The recording engine: handles of one type, the journal of the calls made with them, and a table of the 71
+// functions.
 #include "tests/engine/recording_engine.h"
 
 #include <fcntl.h>
@@ -15,80 +16,94 @@
 #include <mutex>
 #include <sstream>
 #include <thread>
+#include <tuple>
 #include <utility>
 
-namespace recording {
+using namespace quillbrook;
 
-using quillbrook::lkchar;
-using quillbrook::tagQBReport;
+namespace recording {
+namespace {
 
 struct Entry {
-    unsigned order = 0;
-    bool violation = false;
+    unsigned order;
+    bool violation;
     std::string text;
 };
 
-// The books of one created report and all that hangs from it, or of the calls that concern no report. Without
-// a lock, so that the engine puts no order between threads that its caller didn't: a race in the caller stays
-// visible to ThreadSanitizer.
-struct Books {
-    std::string name;
+struct Node;
+
+// The calls of one created report and of all that hangs from it, or those that concern no report. Without a
+// lock, so that the engine orders no threads that its caller doesn't: a race in the caller stays visible to
+// ThreadSanitizer.
+struct Journal {
     std::thread::id thread = std::this_thread::get_id();
     bool released = false;
-    std::shared_ptr<tagQBReport> report;  // kept beyond its release, so that later calls are seen
-    std::vector<Entry> entries;
+    std::shared_ptr<Node> report{};  // kept after its release, so that later calls are seen
+    std::vector<Entry> entries{};
 
     void Add(bool violation, const std::string& text);
-    void Violation(const std::string& text) { Add(true, text); }
 };
 
-// What every handle points at. Its last text is freed at the next call, so that a caller who keeps it is
-// found out.
+// What every handle points to.
 struct Node {
-    virtual ~Node() = default;
+    Node(Journal* ownJournal, std::string ownName, Node* ownReport)
+        : journal(ownJournal), name(std::move(ownName)), report(ownReport) {}
 
-    Books* books = nullptr;
+    Journal* journal;
     std::string name;
-    tagQBReport* report = nullptr;  // from which it hangs; a report's own is itself
-    int type = 0;                   // of a control or an export
-    std::u16string value;           // query, label or printer's name
+    Node* report;          // from which it hangs; a report's own is itself
+    int type = 0;          // of a control or an export
+    std::u16string value;  // query, label or printer's name
+    std::string bytes;     // of a document; of a report the path of its template
     std::map<std::string, std::unique_ptr<Node>> parts;
-    std::unique_ptr<lkchar[]> text;
+    std::unique_ptr<lkchar[]> text;  // freed at the next call, so that a caller who keeps it is found out
 
-    const lkchar* Give(const std::u16string& answer) {
-        text = std::make_unique<lkchar[]>(answer.size() + 1);
-        std::copy(answer.begin(), answer.end(), text.get());
-        return text.get();
-    }
+    // Of a report.
+    std::vector<Node*> controls, charts;
+    std::size_t walk = 0;
+    Node* option = nullptr;    // the latest
+    Node* document = nullptr;  // the latest
+    std::unique_ptr<CqbExportEventInfo> exportBegin;
+    std::unique_ptr<CqbGeneralEventInfo> initialize;
+    std::unique_ptr<CqbChartEventInfo> chartRequestData;
 
     // The part of that name, made when it is first asked for.
-    template <class Part>
-    Part* Get(const std::string& part) {
+    Node* Get(const std::string& part) {
         std::unique_ptr<Node>& node = parts[part];
-        if (!node) {
-            node = std::make_unique<Part>();
-            node->books = books;
-            node->name = name + "." + part;
-            node->report = report;
-        }
-        return static_cast<Part*>(node.get());
+        if (!node) node = std::make_unique<Node>(journal, name + "." + part, report);
+        return node.get();
     }
-
     // One more part of a kind: kind1, kind2 ...
-    template <class Part>
-    Part* Add(const std::string& kind) {
+    Node* Add(const std::string& kind) {
         int number = 1;
         while (parts.contains(kind + std::to_string(number))) ++number;
-        return Get<Part>(kind + std::to_string(number));
+        return Get(kind + std::to_string(number));
     }
+    Node* AddControl(int controlType) {
+        Node* const control = controls.emplace_back(Add("control"));
+        control->type = controlType;
+        if (controlType == QBControlType_SubReport) {
+            Node* const inner = Add("sub");
+            control->Get("sub")->report = inner->report = inner;
+        }
+        return control;
+    }
+    Node* AddOption(int exportType) {
+        option = Add("option");
+        option->type = exportType;
+        return option;
+    }
+    void Fill(const Template& content);
+    void EndDocument() {
+        if (document) std::string().swap(document->bytes);
+    }
+    Node* Export(const char* function);
 };
 
-namespace {
-
 struct State {
-    std::mutex mutex;  // guards the two lists of books
-    std::deque<Books> reports;
-    Books global;
+    std::mutex mutex;  // guards the two lists of journals
+    std::deque<Journal> reports;
+    Journal global;
     std::vector<std::pair<std::string, std::string>> failures;
     std::vector<std::pair<std::string, Template>> templates;
     std::atomic<bool> configured{false};
@@ -104,8 +119,8 @@ struct State {
             failures.emplace_back(function, pattern);
     }
     ~State() {
-        for (Books& books : reports) {
-            if (!books.released) books.Violation(books.name + " was never released");
+        for (Journal& journal : reports) {
+            if (!journal.released) journal.Add(true, journal.report->name + " was never released");
         }
         if (log >= 0) close(log);
     }
@@ -116,8 +131,16 @@ State& TheState() {
     return state;
 }
 
-// The state must be there before any thread and be gone at exit only.
+// The state must be there before any thread, and until the process exits.
 [[maybe_unused]] const State& g_State = TheState();
+
+void Journal::Add(bool violation, const std::string& text) {
+    State& state = TheState();
+    entries.push_back({state.order.fetch_add(1, std::memory_order_relaxed), violation, text});
+    if (state.log < 0) return;
+    const std::string line = (violation ? "VIOLATION " : "") + text + "\n";
+    if (write(state.log, line.data(), line.size()) < 0) std::abort();
+}
 
 bool Fits(const std::string& pattern, const std::string& subject) {
     return fnmatch(pattern.c_str(), subject.c_str(), 0) == 0;
@@ -130,87 +153,178 @@ bool Fails(const std::string& function, const std::string& subject) {
     });
 }
 
-Template TemplateOf(const std::string& path) {
+void Node::Fill(const Template& content) {
+    // Options and documents stay, so that later calls with them are seen.
+    std::erase_if(parts, [](const auto& part) {
+        return !part.first.starts_with("option") && !part.first.starts_with("object");
+    });
+    controls.clear();
+    charts.clear();
+    value = content.query;
+    if (content.hasGrid) Get("grid")->Get("recordset")->value = content.gridQuery;
+    AddControl(QBControlType_StaticText);
+    for (const Template& inner : content.subReports)
+        AddControl(QBControlType_SubReport)->Get("sub")->report->Fill(inner);
+    for (const std::u16string& chart : content.charts) charts.emplace_back(Add("chart"))->value = chart;
+}
+
+// Runs the handlers as an export does; null if this export is told to fail.
+Node* Node::Export(const char* function) {
+    EndDocument();
+    if (initialize) initialize->Execute();
+    if (exportBegin) exportBegin->Execute(reinterpret_cast<tagQBExportOption*>(option));
+    for (Node* chart : charts) {
+        if (chartRequestData) chartRequestData->Execute(reinterpret_cast<tagQBChart*>(chart));
+    }
+    if (Fails(function, bytes)) return nullptr;
+    document = Add("object");
+    document->bytes = "type " + std::to_string(option->type) + " of " + bytes;
+    return document;
+}
+
+std::string Utf8(const lkchar* text) { return std::filesystem::path(text ? text : u"").string(); }
+
+template <class Handle>
+Node* NodeOf(Handle* handle) {
+    return reinterpret_cast<Node*>(handle);
+}
+
+template <class Argument>
+constexpr bool IsHandle = std::is_pointer_v<Argument> && !std::is_same_v<Argument, const lkchar*>;
+
+template <class Argument>
+void Show(std::ostream& out, Argument argument) {
+    if constexpr (std::is_same_v<Argument, const lkchar*>) {
+        out << (argument ? '"' + Utf8(argument) + '"' : "null");
+    } else if constexpr (IsHandle<Argument>) {
+        out << (argument ? NodeOf(argument)->name : "null");
+    } else {
+        out << argument;
+    }
+}
+
+// Writes a call down, and whether it is allowed at all.
+void Record(const std::string& function, Node* node, const std::string& text) {
+    State& state = TheState();
+    std::unique_lock<std::mutex> lock;
+    if (!node) lock = std::unique_lock(state.mutex);
+    Journal& journal = node ? *node->journal : state.global;
+    journal.Add(false, text);
+    if (!state.configured.load(std::memory_order_relaxed) && function != "QBInitConfig")
+        journal.Add(true, text + " ahead of QBInitConfig");
+    if (!node) return;
+    if (journal.released) journal.Add(true, text + " after the release");
+    if (journal.thread != std::this_thread::get_id()) journal.Add(true, text + " on another thread");
+    // The one text that outlives a call with its handle.
+    if (function != "QBRecordsetSetConnectionString") node->text.reset();
+}
+
+// Whether the call has something to act on and isn't told to fail.
+template <class... Arguments>
+bool Call(const char* function, Arguments... arguments) {
+    std::ostringstream out;
+    const char* separator = "(";
+    Node* node = nullptr;
+    std::string subject;
+    [[maybe_unused]] const auto look = [&](auto argument) {
+        using Argument = decltype(argument);
+        out << std::exchange(separator, ", ");
+        Show(out, argument);
+        if constexpr (std::is_same_v<Argument, const lkchar*>) {
+            subject = Utf8(argument);
+        } else if constexpr (IsHandle<Argument>) {
+            node = node ? node : NodeOf(argument);
+            if (node) subject = node->report->bytes;
+        }
+    };
+    (look(arguments), ...);
+    Record(function, node, function + out.str() + (sizeof...(arguments) == 0 ? "()" : ")"));
+    return (node || !(IsHandle<Arguments> || ...)) && !Fails(function, subject);
+}
+
+// Converts to the handle that a function gives.
+struct Handle {
+    Node* node;
+    template <class Type>
+    operator Type*() const {
+        return reinterpret_cast<Type*>(node);
+    }
+};
+
+Handle Part(Node* node, const char* name) { return {node ? node->Get(name) : nullptr}; }
+
+const lkchar* Give(Node* node, const std::u16string& answer) {
+    node->text = std::make_unique<lkchar[]>(answer.size() + 1);
+    std::copy(answer.begin(), answer.end(), node->text.get());
+    return node->text.get();
+}
+
+Handle Create() {
+    State& state = TheState();
+    const auto report = std::make_shared<Node>(nullptr, "report", nullptr);
+    report->report = report.get();
+    {
+        const std::lock_guard lock(state.mutex);
+        report->name += std::to_string(state.reports.size() + 1);
+        if (!Fails("QBReportCreate", report->name)) report->journal = &state.reports.emplace_back();
+    }
+    if (!report->journal) return Record("QBReportCreate", nullptr, "QBReportCreate() = null"), Handle{};
+    report->journal->report = report;
+    report->Fill({});
+    Record("QBReportCreate", report.get(), "QBReportCreate() = " + report->name);
+    return {report.get()};
+}
+
+void Release(Node* report) {
+    if (!report) return;
+    if (report->journal->report.get() != report)
+        return report->journal->Add(true, report->name + " released without having been created");
+    report->journal->released = true;
+    report->EndDocument();
+    report->exportBegin.reset();
+    report->initialize.reset();
+    report->chartRequestData.reset();
+}
+
+// Also a load that is told to fail, so that a caller who goes on can be followed.
+void Load(Node* report, const lkchar* path) {
+    if (!report) return;
+    report->EndDocument();
+    report->bytes = Utf8(path);
     const auto& templates = TheState().templates;
     const auto found = std::find_if(templates.rbegin(), templates.rend(),
-                                    [&](const auto& entry) { return Fits(entry.first, path); });
-    return found == templates.rend() ? Template() : found->second;
+                                    [&](const auto& entry) { return Fits(entry.first, report->bytes); });
+    report->Fill(found == templates.rend() ? Template() : found->second);
+}
+
+Handle Walk(Node* report, std::size_t to) {
+    if (!report || to >= report->controls.size()) return {};
+    report->walk = to;
+    return {report->controls[to]};
+}
+
+// Attaches, or deletes a handler that no report wants.
+template <class Handler>
+void Attach(Node* report, Handler* handler, std::unique_ptr<Handler> Node::*slot) {
+    std::unique_ptr<Handler> owned(handler);
+    if (report) report->*slot = std::move(owned);
 }
 
 std::vector<std::string> Texts(bool violations) {
     std::map<unsigned, std::string> texts;
-    const auto take = [&](const Books& books) {
-        for (const Entry& entry : books.entries) {
+    const auto take = [&](const Journal& journal) {
+        for (const Entry& entry : journal.entries) {
             if (entry.violation == violations) texts[entry.order] = entry.text;
         }
     };
     take(TheState().global);
-    for (const Books& books : TheState().reports) take(books);
+    for (const Journal& journal : TheState().reports) take(journal);
     std::vector<std::string> sorted;
     for (const auto& [order, text] : texts) sorted.push_back(text);
     return sorted;
 }
 
-std::string Utf8(const lkchar* text) { return std::filesystem::path(text ? text : u"").string(); }
-
-void Show(std::ostream& out, const Node* handle) { out << (handle ? handle->name : "null"); }
-void Show(std::ostream& out, const lkchar* text) { out << (text ? '"' + Utf8(text) + '"' : "null"); }
-void Show(std::ostream& out, int value) { out << value; }
-void Show(std::ostream& out, double value) { out << value; }
-
-// Writes a call down that concerns no report.
-void RecordGlobal(const std::string& function, const std::string& text) {
-    State& state = TheState();
-    const std::lock_guard lock(state.mutex);
-    state.global.Add(false, text);
-    if (!state.configured && function != "QBInitConfig")
-        state.global.Violation(text + " ahead of QBInitConfig");
-}
-
-// Writes a call down and looks whether it may come at all.
-void Record(const std::string& function, Node* handle, const std::string& text) {
-    if (!handle) return RecordGlobal(function, text);
-    Books& books = *handle->books;
-    books.Add(false, text);
-    if (!TheState().configured.load(std::memory_order_relaxed))
-        books.Violation(text + " ahead of QBInitConfig");
-    if (books.released) books.Violation(text + " after the release");
-    if (books.thread != std::this_thread::get_id()) books.Violation(text + " on another thread");
-    // The one text that outlives a call with its handle.
-    if (function != "QBRecordsetSetConnectionString") handle->text.reset();
-}
-
-template <class... Arguments>
-std::string CallText(const std::string& function, const Arguments&... arguments) {
-    std::ostringstream out;
-    out << function << '(';
-    [[maybe_unused]] const char* separator = "";
-    ((out << separator, Show(out, arguments), separator = ", "), ...);
-    out << ')';
-    return out.str();
-}
-
-// False for a null handle, with which an engine does nothing.
-template <class... Arguments>
-bool Call(const char* function, Node* handle, const Arguments&... arguments) {
-    Record(function, handle, CallText(function, handle, arguments...));
-    return handle != nullptr;
-}
-
-template <class Part>
-Part* CallForPart(const char* function, Node* handle, const char* part) {
-    return Call(function, handle) ? handle->Get<Part>(part) : nullptr;
-}
-
 }  // namespace
-
-void Books::Add(bool violation, const std::string& text) {
-    State& state = TheState();
-    entries.push_back({state.order.fetch_add(1, std::memory_order_relaxed), violation, text});
-    if (state.log < 0) return;
-    const std::string line = (violation ? "VIOLATION " : "") + text + "\n";
-    if (write(state.log, line.data(), line.size()) < 0) std::abort();
-}
 
 void Reset(bool configured) {
     State& state = TheState();
@@ -233,390 +347,134 @@ std::vector<std::string> Calls() { return Texts(false); }
 
 std::vector<std::string> Violations() {
     std::vector<std::string> texts = Texts(true);
-    for (const Books& books : TheState().reports) {
-        if (!books.released) texts.push_back(books.name + " was never released");
+    for (const Journal& journal : TheState().reports) {
+        if (!journal.released) texts.push_back(journal.report->name + " was never released");
     }
     return texts;
 }
 
 }  // namespace recording
 
-namespace quillbrook {
-
-using recording::Node;
-
-struct tagQBRecordset : Node {};
-struct tagQBDetailGrid : Node {};
-struct tagQBSubReport : Node {};
-struct tagQBControl : Node {};
-struct tagQBChart : tagQBControl {};  // a control, as QBControlGetName wants it
-struct tagQBControls : Node {};
-struct tagQBSection : Node {};
-struct tagQBReportHeaders : Node {};
-struct tagQBExportOption : Node {};
-struct tagQBE2CellOption : Node {};
-struct tagQBE2XLSOption : Node {};
-struct tagQBE2IMGOption : Node {};
-struct tagQBE2PDFOption : Node {};
-struct tagQBPrinter : Node {};
-struct tagQBFont : Node {};
-struct tagQBUtility : Node {};
-struct tagQBBinaryObject : Node {
-    std::string bytes;
-};
-
-struct tagQBReport : Node {
-    std::string path;
-    std::vector<tagQBControl*> controls;
-    std::vector<tagQBChart*> charts;
-    std::size_t walk = 0;
-    tagQBExportOption* option = nullptr;  // the latest
-    tagQBBinaryObject* object = nullptr;  // the latest
-    std::unique_ptr<CqbExportEventInfo> exportBegin;
-    std::unique_ptr<CqbGeneralEventInfo> initialize;
-    std::unique_ptr<CqbChartEventInfo> chartRequestData;
-
-    tagQBReport() { report = this; }
-
-    tagQBControl* AddControl(int controlType) {
-        tagQBControl* control = controls.emplace_back(Add<tagQBControl>("control"));
-        control->type = controlType;
-        if (controlType == QBControlType_SubReport) {
-            tagQBReport* inner = Add<tagQBReport>("sub");
-            inner->report = inner;
-            control->Get<tagQBSubReport>("sub")->report = inner;
-        }
-        return control;
-    }
-
-    void Fill(const recording::Template& content) {
-        // Options and objects stay behind their end, so that later calls with them are seen.
-        std::erase_if(parts, [](const auto& part) {
-            return !part.first.starts_with("option") && !part.first.starts_with("object");
-        });
-        controls.clear();
-        charts.clear();
-        value = content.query;
-        if (content.hasGrid)
-            Get<tagQBDetailGrid>("grid")->Get<tagQBRecordset>("recordset")->value = content.gridQuery;
-        AddControl(QBControlType_StaticText);
-        for (const recording::Template& inner : content.subReports) {
-            AddControl(QBControlType_SubReport)->Get<tagQBSubReport>("sub")->report->Fill(inner);
-        }
-        for (const std::u16string& chart : content.charts) {
-            charts.emplace_back(Add<tagQBChart>("chart"))->value = chart;
-        }
-    }
-
-    // What a load, an export or the end of one makes of the bytes handed out before.
-    void EndObject() {
-        if (object) std::string().swap(object->bytes);
-    }
-
-    tagQBExportOption* AddOption(tagQBExportType exportType) {
-        option = Add<tagQBExportOption>("option");
-        option->type = exportType;
-        return option;
-    }
-
-    // Runs the handlers as an export does; null when this export was told to fail.
-    tagQBBinaryObject* Export(const char* function) {
-        EndObject();
-        if (initialize) initialize->Execute();
-        if (exportBegin) exportBegin->Execute(option);
-        for (tagQBChart* chart : charts) {
-            if (chartRequestData) chartRequestData->Execute(chart);
-        }
-        if (recording::Fails(function, path)) return nullptr;
-        object = Add<tagQBBinaryObject>("object");
-        object->bytes = "type " + std::to_string(option->type) + " of " + path;
-        return object;
-    }
-};
-
-}  // namespace quillbrook
-
-using namespace quillbrook;
-using recording::Call;
-using recording::CallForPart;
-using recording::Fails;
-using recording::Utf8;
+using namespace recording;
 
 namespace {
 
-template <class... Arguments>
-void GlobalCall(const char* function, const Arguments&... arguments) {
-    recording::RecordGlobal(function, recording::CallText(function, arguments...));
-}
-
-const lkchar* ModuleText(const char* function, const lkchar* text) {
-    GlobalCall(function);
-    return Fails(function, "") ? nullptr : text;
-}
-
-// Attaches, or deletes a handler that no report wants.
-template <class Handler>
-void Attach(const char* function, tagQBReport* report, std::unique_ptr<Handler> tagQBReport::*slot,
-            Handler* handler) {
-    std::unique_ptr<Handler> owned(handler);
-    if (Call(function, report)) report->*slot = std::move(owned);
-}
+template <class Function>
+struct Signature;
+template <class Answer, class... Arguments>
+struct Signature<Answer(Arguments...)> {
+    using Result = Answer;
+    template <std::size_t i>
+    using Argument = std::tuple_element_t<i, std::tuple<Arguments...>>;
+};
 
 }  // namespace
 
-// ---- Configuration and module information
-
-int QBInitConfig(const lkchar* setupPath) {
-    GlobalCall(__func__, setupPath);
-    return !recording::TheState().configured.exchange(true);
-}
-const lkchar* QBGetModulePath() { return ModuleText(__func__, u"/引擎/libqbsvrl6.so"); }
-const lkchar* QBGetModuleVersion() { return ModuleText(__func__, u"6.0 recording"); }
-const lkchar* QBGetModuleInfo() { return ModuleText(__func__, u"any"); }
-
-// ---- Reports
-
-tagQBReport* QBReportCreate() {
-    const auto report = std::make_shared<tagQBReport>();
-    {
-        recording::State& state = recording::TheState();
-        const std::lock_guard lock(state.mutex);
-        report->name = "report" + std::to_string(state.reports.size() + 1);
-        if (!Fails(__func__, report->name)) report->books = &state.reports.emplace_back();
+// One line of the table per function: its name, and what it answers after the call is recorded. There, `node`
+// is the first argument, b, c, d and e are the others, and `done` is the result of Call.
+#define ANSWER(name) Signature<decltype(name)>::Result
+#define ARGUMENT(name, i) Signature<decltype(name)>::Argument<i>
+#define BODY(name, answer, ...)                                      \
+    {                                                                \
+        [[maybe_unused]] const bool done = Call(#name, __VA_ARGS__); \
+        [[maybe_unused]] Node* const node = NodeOf(a);               \
+        return static_cast<ANSWER(name)>(answer);                    \
     }
-    if (!report->books) {
-        recording::RecordGlobal(__func__, "QBReportCreate() = null");
-        return nullptr;
-    }
-    report->books->name = report->name;
-    report->books->report = report;
-    report->Fill({});
-    recording::Record(__func__, report.get(), "QBReportCreate() = " + report->name);
-    return report.get();
-}
-void QBReportRelease(tagQBReport* report) {
-    if (!Call(__func__, report)) return;
-    if (report->books->report.get() != report) {
-        report->books->Violation(report->name + " released without having been created");
-        return;
-    }
-    report->books->released = true;
-    report->EndObject();
-    report->exportBegin.reset();
-    report->initialize.reset();
-    report->chartRequestData.reset();
-}
-void QBObjectAssign(tagQBReport* target, tagQBReport* source) {
-    if (Call(__func__, target, source) && source) target->path = source->path;
-}
-int QBReportLoadFromFile(tagQBReport* report, const lkchar* path) {
-    if (!Call(__func__, report, path)) return 0;
-    report->EndObject();
-    report->path = Utf8(path);
-    // Also of a load that is told to fail, so that a caller who goes on can be followed.
-    report->Fill(recording::TemplateOf(report->path));
-    return !Fails(__func__, report->path);
-}
-int QBReportSaveToFile(tagQBReport* report, const lkchar* path) {
-    return Call(__func__, report, path) && !Fails(__func__, Utf8(path));
-}
-void QBReportSetBackImageFile(tagQBReport* report, const lkchar* path) { Call(__func__, report, path); }
+#define FUNCTION1(name, answer) ANSWER(name) name(ARGUMENT(name, 0) a) BODY(name, answer, a)
+#define FUNCTION2(name, answer) \
+    ANSWER(name) name(ARGUMENT(name, 0) a, ARGUMENT(name, 1) b) BODY(name, answer, a, b)
+#define FUNCTION3(name, answer) \
+    ANSWER(name)                \
+    name(ARGUMENT(name, 0) a, ARGUMENT(name, 1) b, ARGUMENT(name, 2) c) BODY(name, answer, a, b, c)
+#define FUNCTION5(name, answer)                                                              \
+    ANSWER(name)                                                                             \
+    name(ARGUMENT(name, 0) a, ARGUMENT(name, 1) b, ARGUMENT(name, 2) c, ARGUMENT(name, 3) d, \
+         ARGUMENT(name, 4) e) BODY(name, answer, a, b, c, d, e)
+#define MODULE_TEXT(name, text) \
+    const lkchar* name() { return Call(#name) ? text : nullptr; }
+// The handler belongs to the engine; it is no part of the call that is written down.
+#define EVENT(name, slot) \
+    void name(ARGUMENT(name, 0) a, ARGUMENT(name, 1) b) { Call(#name, a), Attach(NodeOf(a), b, &Node::slot); }
 
-// ---- Data
+// clang-format off
+int QBInitConfig(const lkchar* a) { Call(__func__, a); return !TheState().configured.exchange(true); }
+MODULE_TEXT(QBGetModulePath, u"/引擎/libqbsvrl6.so")
+MODULE_TEXT(QBGetModuleVersion, u"6.0 recording")
+MODULE_TEXT(QBGetModuleInfo, u"any")
 
-int QBReportLoadDataFromURL(tagQBReport* report, const lkchar* url) {
-    return Call(__func__, report, url) && !Fails(__func__, Utf8(url));
-}
-const lkchar* QBReportExtractXMLFromURL(tagQBReport* report, const lkchar* url) {
-    if (!Call(__func__, report, url) || Fails(__func__, Utf8(url))) return nullptr;
-    return report->Give(u"<数据 of=\"" + std::u16string(url) + u"\"/>");
-}
-const lkchar* QBReportGetQuerySQL(tagQBReport* report) {
-    if (!Call(__func__, report)) return u"";
-    return Fails(__func__, report->path) ? nullptr : report->Give(report->value);
-}
-void QBReportSetQuerySQL(tagQBReport* report, const lkchar* query) {
-    if (Call(__func__, report, query)) report->value = query;
-}
-void QBReportSetConnectionString(tagQBReport* report, const lkchar* connection) {
-    Call(__func__, report, connection);
-}
-tagQBDetailGrid* QBReportGetDetailGrid(tagQBReport* report) {
-    if (!Call(__func__, report) || !report->parts.contains("grid")) return nullptr;
-    return report->Get<tagQBDetailGrid>("grid");
-}
-tagQBRecordset* QBDetailGridGetRecordset(tagQBDetailGrid* grid) {
-    return CallForPart<tagQBRecordset>(__func__, grid, "recordset");
-}
-void QBDetailGridSetPrintAdaptMethod(tagQBDetailGrid* grid, tagQBColumnPrintAdaptMethod method) {
-    Call(__func__, grid, method);
-}
-const lkchar* QBRecordsetGetQuerySQL(tagQBRecordset* recordset) {
-    return Call(__func__, recordset) ? recordset->Give(recordset->value) : u"";
-}
-void QBRecordsetSetQuerySQL(tagQBRecordset* recordset, const lkchar* query) {
-    if (Call(__func__, recordset, query)) recordset->value = query;
-}
-void QBRecordsetSetConnectionString(tagQBRecordset* recordset, const lkchar* connection) {
-    Call(__func__, recordset, connection);
-}
+tagQBReport* QBReportCreate() { return Create(); }
+FUNCTION1(QBReportRelease, Release(node))
+FUNCTION2(QBObjectAssign, node && b ? node->bytes = NodeOf(b)->bytes : "")
+FUNCTION2(QBReportLoadFromFile, (Load(node, b), done))
+FUNCTION2(QBReportSaveToFile, done)
+FUNCTION2(QBReportSetBackImageFile, done)
 
-// ---- Export
+FUNCTION2(QBReportLoadDataFromURL, done)
+FUNCTION2(QBReportExtractXMLFromURL, done ? Give(node, u"<数据 of=\"" + std::u16string(b) + u"\"/>") : nullptr)
+FUNCTION1(QBReportGetQuerySQL, done ? Give(node, node->value) : node ? nullptr : u"")
+FUNCTION2(QBReportSetQuerySQL, node ? node->value = b : u"")
+FUNCTION2(QBReportSetConnectionString, done)
+FUNCTION1(QBReportGetDetailGrid, node && node->parts.contains("grid") ? Part(node, "grid") : Handle{})
+FUNCTION1(QBDetailGridGetRecordset, Part(node, "recordset"))
+FUNCTION2(QBDetailGridSetPrintAdaptMethod, done)
+FUNCTION1(QBRecordsetGetQuerySQL, done ? Give(node, node->value) : u"")
+FUNCTION2(QBRecordsetSetQuerySQL, node ? node->value = b : u"")
+FUNCTION2(QBRecordsetSetConnectionString, done)
 
-tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* report, tagQBExportType type) {
-    return Call(__func__, report, type) ? report->AddOption(type)->report->Export(__func__) : nullptr;
-}
-int QBReportExportDirect(tagQBReport* report, tagQBExportType type, const lkchar* file, int firstSwitch,
-                         int secondSwitch) {
-    return Call(__func__, report, type, file, firstSwitch, secondSwitch) &&
-           report->AddOption(type)->report->Export(__func__);
-}
-tagQBExportOption* QBReportPrepareExport(tagQBReport* report, tagQBExportType type) {
-    return Call(__func__, report, type) ? report->AddOption(type) : nullptr;
-}
-tagQBBinaryObject* QBReportExportToBinaryObject(tagQBReport* report) {
-    return Call(__func__, report) ? report->Export(__func__) : nullptr;
-}
-int QBReportExport(tagQBReport* report, int showOptions) {
-    return Call(__func__, report, showOptions) && report->Export(__func__);
-}
-int QBReportUnprepareExport(tagQBReport* report) {
-    if (!Call(__func__, report)) return 0;
-    report->EndObject();
-    return 1;
-}
-int QBBinaryObjectGetDataSize(tagQBBinaryObject* object) {
-    return Call(__func__, object) ? static_cast<int>(object->bytes.size()) : 0;
-}
-const void* QBBinaryObjectGetDataBuf(tagQBBinaryObject* object) {
-    return Call(__func__, object) ? object->bytes.data() : nullptr;
-}
+FUNCTION2(QBReportExportDirectToBinaryObject, (node ? Handle{node->AddOption(b)->report->Export(__func__)} : Handle{}))
+FUNCTION5(QBReportExportDirect, node && node->AddOption(b)->report->Export(__func__))
+FUNCTION2(QBReportPrepareExport, (node ? Handle{node->AddOption(b)} : Handle{}))
+FUNCTION1(QBReportExportToBinaryObject, (node ? Handle{node->Export(__func__)} : Handle{}))
+FUNCTION2(QBReportExport, node && node->Export(__func__))
+FUNCTION1(QBReportUnprepareExport, node && (node->EndDocument(), true))
+FUNCTION1(QBBinaryObjectGetDataSize, node ? node->bytes.size() : 0)
+FUNCTION1(QBBinaryObjectGetDataBuf, node ? node->bytes.data() : nullptr)
 
-// ---- Export options
+FUNCTION1(QBExportOptionGetExportType, node ? node->type : 0)
+FUNCTION2(QBExportOptionSetFileName, done)
+FUNCTION1(QBExportOptionGetAsE2CellOption, Part(node, "cell"))
+FUNCTION1(QBExportOptionGetAsE2XLSOption, Part(node, "xls"))
+FUNCTION1(QBExportOptionGetAsE2IMGOption, Part(node, "img"))
+FUNCTION1(QBExportOptionGetAsE2PDFOption, Part(node, "pdf"))
+FUNCTION2(QBE2CellOptionSetSameAsPrint, done)
+FUNCTION2(QBE2CellOptionSetExportPageBreak, done)
+FUNCTION2(QBE2CellOptionSetExportPageHeaderFooter, done)
+FUNCTION2(QBE2CellOptionSetOnlyExportDetailGrid, done)
+FUNCTION2(QBE2XLSOptionSetToXlsxFormat, done)
+FUNCTION2(QBE2IMGOptionSetImageType, done)
+FUNCTION2(QBE2IMGOptionSetAllInOne, done)
+FUNCTION2(QBE2PDFOptionSetFontEmbedding, done)
 
-tagQBExportType QBExportOptionGetExportType(tagQBExportOption* option) {
-    return Call(__func__, option) ? static_cast<tagQBExportType>(option->type) : tagQBExportType{};
-}
-void QBExportOptionSetFileName(tagQBExportOption* option, const lkchar* file) {
-    Call(__func__, option, file);
-}
-tagQBE2CellOption* QBExportOptionGetAsE2CellOption(tagQBExportOption* option) {
-    return CallForPart<tagQBE2CellOption>(__func__, option, "cell");
-}
-tagQBE2XLSOption* QBExportOptionGetAsE2XLSOption(tagQBExportOption* option) {
-    return CallForPart<tagQBE2XLSOption>(__func__, option, "xls");
-}
-tagQBE2IMGOption* QBExportOptionGetAsE2IMGOption(tagQBExportOption* option) {
-    return CallForPart<tagQBE2IMGOption>(__func__, option, "img");
-}
-tagQBE2PDFOption* QBExportOptionGetAsE2PDFOption(tagQBExportOption* option) {
-    return CallForPart<tagQBE2PDFOption>(__func__, option, "pdf");
-}
-void QBE2CellOptionSetSameAsPrint(tagQBE2CellOption* option, int on) { Call(__func__, option, on); }
-void QBE2CellOptionSetExportPageBreak(tagQBE2CellOption* option, int on) { Call(__func__, option, on); }
-void QBE2CellOptionSetExportPageHeaderFooter(tagQBE2CellOption* option, int on) {
-    Call(__func__, option, on);
-}
-void QBE2CellOptionSetOnlyExportDetailGrid(tagQBE2CellOption* option, int on) { Call(__func__, option, on); }
-void QBE2XLSOptionSetToXlsxFormat(tagQBE2XLSOption* option, int on) { Call(__func__, option, on); }
-void QBE2IMGOptionSetImageType(tagQBE2IMGOption* option, tagQBImageType type) {
-    Call(__func__, option, type);
-}
-void QBE2IMGOptionSetAllInOne(tagQBE2IMGOption* option, int on) { Call(__func__, option, on); }
-void QBE2PDFOptionSetFontEmbedding(tagQBE2PDFOption* option, int on) { Call(__func__, option, on); }
+FUNCTION1(QBReportGetReportHeaders, Part(node, "headers"))
+FUNCTION1(QBReportHeadersAdd, (node ? Handle{node->report->Add("section")} : Handle{}))
+FUNCTION2(QBSectionSetHeight, done)
+FUNCTION2(QBSectionSetCanGrow, done)
+FUNCTION1(QBSectionGetControls, Part(node, "controls"))
+FUNCTION2(QBControlsAdd, (node ? Handle{node->report->AddControl(b)} : Handle{}))
+FUNCTION1(QBControlGetControlType, node ? node->type : 0)
+FUNCTION1(QBControlGetName, done ? Give(node, node->value) : nullptr)
+FUNCTION1(QBControlGetAsSubReport, Part(node, "sub"))
+FUNCTION1(QBSubReportGetReport, (node ? Handle{node->report} : Handle{}))
+FUNCTION1(QBReportFindFirstControl, Walk(node, 0))
+FUNCTION1(QBReportFindNextControl, Walk(node, node ? node->walk + 1 : 0))
 
-// ---- Sections and controls
+FUNCTION1(QBReportGetPrinter, Part(node, "printer"))
+FUNCTION1(QBPrinterGetPrinterName, !done ? nullptr : Give(node, node->value.empty() ? u"recording printer" : node->value))
+FUNCTION2(QBPrinterSetPrinterName, node ? node->value = b : u"")
+FUNCTION2(QBReportPrint, done)
+FUNCTION1(QBReportGetFont, Part(node, "font"))
 
-tagQBReportHeaders* QBReportGetReportHeaders(tagQBReport* report) {
-    return CallForPart<tagQBReportHeaders>(__func__, report, "headers");
-}
-tagQBSection* QBReportHeadersAdd(tagQBReportHeaders* headers) {
-    return Call(__func__, headers) ? headers->report->Add<tagQBSection>("section") : nullptr;
-}
-void QBSectionSetHeight(tagQBSection* section, double height) { Call(__func__, section, height); }
-void QBSectionSetCanGrow(tagQBSection* section, int on) { Call(__func__, section, on); }
-tagQBControls* QBSectionGetControls(tagQBSection* section) {
-    return CallForPart<tagQBControls>(__func__, section, "controls");
-}
-tagQBControl* QBControlsAdd(tagQBControls* controls, tagQBControlType type) {
-    return Call(__func__, controls, type) ? controls->report->AddControl(type) : nullptr;
-}
-tagQBControlType QBControlGetControlType(tagQBControl* control) {
-    return Call(__func__, control) ? static_cast<tagQBControlType>(control->type) : tagQBControlType{};
-}
-const lkchar* QBControlGetName(tagQBControl* control) {
-    return Call(__func__, control) ? control->Give(control->value) : nullptr;
-}
-tagQBSubReport* QBControlGetAsSubReport(tagQBControl* control) {
-    return CallForPart<tagQBSubReport>(__func__, control, "sub");
-}
-tagQBReport* QBSubReportGetReport(tagQBSubReport* subReport) {
-    return Call(__func__, subReport) ? subReport->report : nullptr;
-}
-tagQBControl* QBReportFindFirstControl(tagQBReport* report) {
-    if (!Call(__func__, report)) return nullptr;
-    report->walk = 0;
-    return report->controls.front();
-}
-tagQBControl* QBReportFindNextControl(tagQBReport* report) {
-    if (!Call(__func__, report) || report->walk + 1 >= report->controls.size()) return nullptr;
-    return report->controls[++report->walk];
-}
+FUNCTION5(QBChartLoadDataFromXML, done)
+FUNCTION3(QBChartLoadXYDataFromXML, done)
+FUNCTION3(QBChartLoadXYZDataFromXML, done)
+FUNCTION2(QBChartSetSeriesCount, done)
+FUNCTION3(QBChartSetSeriesLabel, done)
 
-// ---- Printing
+EVENT(QBAttachEventExportBegin, exportBegin)
+EVENT(QBAttachEventInitialize, initialize)
+EVENT(QBAttachEventChartRequestData, chartRequestData)
 
-tagQBPrinter* QBReportGetPrinter(tagQBReport* report) {
-    return CallForPart<tagQBPrinter>(__func__, report, "printer");
-}
-const lkchar* QBPrinterGetPrinterName(tagQBPrinter* printer) {
-    if (!Call(__func__, printer) || Fails(__func__, "")) return nullptr;
-    return printer->Give(printer->value.empty() ? u"recording printer" : printer->value);
-}
-void QBPrinterSetPrinterName(tagQBPrinter* printer, const lkchar* name) {
-    if (Call(__func__, printer, name)) printer->value = name;
-}
-void QBReportPrint(tagQBReport* report, int showDialog) { Call(__func__, report, showDialog); }
-tagQBFont* QBReportGetFont(tagQBReport* report) { return CallForPart<tagQBFont>(__func__, report, "font"); }
-
-// ---- Charts
-
-int QBChartLoadDataFromXML(tagQBChart* chart, const lkchar* xml, int firstSwitch, int secondSwitch,
-                           int thirdSwitch) {
-    return Call(__func__, chart, xml, firstSwitch, secondSwitch, thirdSwitch);
-}
-int QBChartLoadXYDataFromXML(tagQBChart* chart, const lkchar* xml, int firstSwitch) {
-    return Call(__func__, chart, xml, firstSwitch);
-}
-int QBChartLoadXYZDataFromXML(tagQBChart* chart, const lkchar* xml, int firstSwitch) {
-    return Call(__func__, chart, xml, firstSwitch);
-}
-void QBChartSetSeriesCount(tagQBChart* chart, int seriesCount) { Call(__func__, chart, seriesCount); }
-void QBChartSetSeriesLabel(tagQBChart* chart, int seriesIndex, const lkchar* label) {
-    Call(__func__, chart, seriesIndex, label);
-}
-
-// ---- Events
-
-void QBAttachEventExportBegin(tagQBReport* report, CqbExportEventInfo* handler) {
-    Attach(__func__, report, &tagQBReport::exportBegin, handler);
-}
-void QBAttachEventInitialize(tagQBReport* report, CqbGeneralEventInfo* handler) {
-    Attach(__func__, report, &tagQBReport::initialize, handler);
-}
-void QBAttachEventChartRequestData(tagQBReport* report, CqbChartEventInfo* handler) {
-    Attach(__func__, report, &tagQBReport::chartRequestData, handler);
-}
-
-// ---- Utility
-
-tagQBUtility* QBReportGetUtility(tagQBReport* report) {
-    return CallForPart<tagQBUtility>(__func__, report, "utility");
-}
-const lkchar* QBUtilityNumberFormat(tagQBUtility* utility, const lkchar* format, double number) {
-    if (!Call(__func__, utility, format, number)) return nullptr;
-    return Fails(__func__, "") ? nullptr : utility->Give(u"一个数");
-}
-const lkchar* QBGenerateBarcodeGraph(const lkchar* json) {
-    GlobalCall(__func__, json);
-    return Fails(__func__, Utf8(json)) ? nullptr : u"<svg>条码</svg>";
-}
+FUNCTION1(QBReportGetUtility, Part(node, "utility"))
+FUNCTION3(QBUtilityNumberFormat, done ? Give(node, u"一个数") : nullptr)
+const lkchar* QBGenerateBarcodeGraph(const lkchar* a) { return Call(__func__, a) ? u"<svg>条码</svg>" : nullptr; }
+// clang-format on
