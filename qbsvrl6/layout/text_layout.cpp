@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "qbsvrl6/fonts/number_spans.h"
 #include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/items/unbroken_spans.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -138,28 +138,6 @@ Micrometres widest(const std::vector<Line>& lines) {
     return width;
 }
 
-// Whether the text is one value that is to stay on one line.
-bool isLoneValue(const TextItem& item) {
-    const ValueType type = item.value.type;
-    return type == ValueType::Number || type == ValueType::Date || isLoneNumber(item.text);
-}
-
-// Whether a lone value may still be wrapped at its blanks: between the parts of a date, before the words of a
-// number's format, not between groups of digits.
-bool hasParts(const TextItem& item) {
-    const ValueType type = item.value.type;
-    if (type == ValueType::Date) return !isLoneNumber(item.text);
-    const std::u16string& text = item.text;
-    const auto isDigit = [](char16_t unit) { return unit >= u'0' && unit <= u'9'; };
-    std::size_t blanks = 0;
-    for (std::size_t i = 1; i + 1 < text.size(); ++i) {
-        if (text[i] != u' ') continue;
-        if (isDigit(text[i - 1]) && isDigit(text[i + 1])) return false;
-        ++blanks;
-    }
-    return blanks > 0;
-}
-
 bool holdsNumber(std::u16string_view text) { return !NumberFinder(text).next().isEmpty(); }
 
 // The widest of the lines that overflow because of a number; 0 where none does.
@@ -186,7 +164,7 @@ void mask(TextItem& item, const PooledStyle& style, double fontSize, Micrometres
     item.fontSize = fontSize;
     item.shown.clear();
     const std::u16string_view text = item.text;
-    if (isLoneValue(item)) {
+    if (isOneValue(item)) {
         appendMask(item.shown, style, fontSize, width);
     } else {
         std::size_t copied = 0;
@@ -236,12 +214,12 @@ public:
         item_.fontSize = style_.fontSize;
         std::vector<TextLine> lines = broken(width_);
         if (lines.size() == 1 && lines.front().width <= width_) return takeLines(item_, std::move(lines));
-        isLone_ = isLoneValue(item_);
+        isLone_ = isOneValue(item_);
         if (!isLone_) {
             if (takeOrShrink(std::move(lines), width_)) return;
         } else {
             if (takeOrShrink(broken(0), 0)) return;
-            if (hasParts(item_) && takeOrShrink(std::move(lines), width_)) return;
+            if (breaksAtSpaces(item_) && takeOrShrink(std::move(lines), width_)) return;
         }
         mask(item_, style_, smallestNumberSize(style_.fontSize), width_);
     }
@@ -299,7 +277,7 @@ void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres wid
         takeLines(item, std::move(lines));
         return;
     }
-    if (isLoneValue(item)) return breakWrapped(item, style, width);
+    if (isOneValue(item)) return breakWrapped(item, style, width);
     const double room = toEms(width, item.fontSize) - shape(fonts, kEllipsis)->width;
     std::u16string shown;
     for (const TextLine& line : lines) {
@@ -329,7 +307,7 @@ std::size_t fittingLines(const PooledStyle& style, double fontSize, Micrometres 
 }
 
 bool fitsShrunk(TextItem& item, const PooledStyle& style, Size inner, double fontSize) {
-    const bool staysOnLine = item.value.type == ValueType::Number && !hasParts(item);
+    const bool staysOnLine = item.value.type == ValueType::Number && !breaksAtSpaces(item);
     std::vector<TextLine> lines =
         breakLines(style.fonts(), fontSize, item.text, staysOnLine ? 0 : inner.width);
     const bool fits = lines.size() <= fittingLines(style, fontSize, inner.height) &&
@@ -355,7 +333,7 @@ void breakShrunk(TextItem& item, const PooledStyle& style, Size inner) {
     if (!fitsShrunk(item, style, inner, fitting)) {
         const auto tooWide = [&](const PlacedLine& line) { return line.line.width > inner.width; };
         const bool overflows = std::any_of(item.lines.begin(), item.lines.end(), tooWide);
-        if (overflows && (isLoneValue(item) || holdsNumber(item.text)))
+        if (overflows && (isOneValue(item) || holdsNumber(item.text)))
             mask(item, style, fitting, inner.width);
         return;
     }
@@ -396,7 +374,7 @@ void breakTurned(TextItem& item, const PooledStyle& style, Size inner) {
 void fitTurned(TextItem& item, const PooledStyle& style, Size box) {
     const Micrometres width = innerWidth(style, box);
     if (width <= 0 || widest(item.lines) <= width) return;
-    if (!isLoneValue(item) && !holdsNumber(item.text)) return;
+    if (!isOneValue(item) && !holdsNumber(item.text)) return;
     breakWrapped(item, style, width);
     align(item, style, box);
 }
@@ -484,7 +462,7 @@ Micrometres placedHeight(const TextItem& item, const PooledStyle& style) {
 
 WideNumber widestNumber(const TextItem& item, const PooledStyle& style, Size box) {
     WideNumber result{item.text, 0, innerWidth(style, box)};
-    if (isLoneValue(item)) {
+    if (isOneValue(item)) {
         result.needed = lineWidth(style.fonts(), style.fontSize, item.text);
         return result;
     }
