@@ -1,7 +1,6 @@
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace qbsvrl6 {
@@ -89,34 +88,6 @@ std::u16string sheetName(std::u16string_view title) {
     const std::size_t first = name.find_first_not_of(u" '");
     if (first == std::u16string::npos) return u"Sheet1";
     return name.substr(first, name.find_last_not_of(u" '") + 1 - first);
-}
-
-int paperNumber(Size paper) {
-    struct Known {
-        int number;
-        Micrometres shortSide, longSide;
-    };
-    constexpr std::array kPapers = {
-        Known{9, 210'000, 297'000},  Known{8, 297'000, 420'000},  Known{11, 148'000, 210'000},
-        Known{12, 257'000, 364'000}, Known{13, 182'000, 257'000}, Known{1, 215'900, 279'400},
-        Known{5, 215'900, 355'600},
-    };
-    const auto [shortSide, longSide] = std::minmax(paper.width, paper.height);
-    for (const Known& known : kPapers) {
-        if (std::abs(known.shortSide - shortSide) <= kMicrometresPerMillimetre &&
-            std::abs(known.longSide - longSide) <= kMicrometresPerMillimetre) {
-            return known.number;
-        }
-    }
-    return 0;
-}
-
-int printScale(const std::vector<Micrometres>& columnWidths, const PageSetup& setup, bool paged) {
-    if (!paged) return 100;
-    std::int64_t total = 1;
-    for (const Micrometres width : columnWidths) total += width;
-    const std::int64_t printable = std::max(setup.paper.width - setup.margins.left - setup.margins.right, 1);
-    return static_cast<int>(std::clamp<std::int64_t>(95 * printable / total, 10, 100));
 }
 
 LineWeight lineWeight(Micrometres width) {

@@ -1,13 +1,11 @@
-// What a cell of a spreadsheet holds, and how a spreadsheet counts and measures.
+// What a cell of a spreadsheet holds, and how a spreadsheet measures.
 #ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "qbsvrl6/items/item.h"
-#include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {
 
@@ -28,14 +26,6 @@ SheetValue sheetValue(const Item* item, std::size_t maxUnits);
 
 // A name that a sheet may bear, made from the report's title.
 std::u16string sheetName(std::u16string_view title);
-
-// The paper's number in a workbook; 0: none of the common ones.
-int paperNumber(Size paper);
-
-// Percent by which the columns are printed. Pages as printed bring their own breaks, which hold only where
-// the sheet isn't fitted to pages; they take a little less than what fits, since printers measure text in
-// their own way.
-int printScale(const std::vector<Micrometres>& columnWidths, const PageSetup& setup, bool paged);
 
 // Rows are not higher than this: 409.5 points.
 inline constexpr Micrometres kMaxRowHeight = 144'462;

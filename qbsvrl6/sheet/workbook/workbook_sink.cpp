@@ -61,15 +61,33 @@ int indentOf(const Cell& cell) {
 }  // namespace
 
 WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits)
-    : CellSink(options, GridFit::Floating), options_(options), limits_(limits) {
+    : CellSink(options, GridFit::Floating), options_(options), limits_(limits) {}
+
+PrintSetup WorkbookSink::printSetup(bool isFirstSheet) const {
+    PrintSetup setup;
     for (int column = 0; column < std::min(grid().columnCount(), limits_.columns); ++column) {
-        columnWidths_.push_back(grid().columnWidth(column));
+        setup.columnWidths.push_back(grid().columnWidth(column));
     }
+    setup.page = options_.page;
+    setup.paged = options_.paged && options_.pageBreaks;
+    setup.isFirstSheet = isFirstSheet;
+    setup.header = header_;
+    setup.footer = footer_;
+    return setup;
 }
 
 void WorkbookSink::openPage(const PageInfo&, bool isFirst) {
     if (!isFirst && options_.paged && options_.pageBreaks) breakPage();
     startsPage_ = true;
+}
+
+// The cells of printed pages hold their numbers. Where tables run on, the spreadsheet makes the pages.
+bool WorkbookSink::keepBand(Band& band, Micrometres, Micrometres) {
+    const bool isHeader = band.kind == BandKind::PageHeader;
+    if (options_.paged || (!isHeader && band.kind != BandKind::PageFooter)) return false;
+    const Edges& margins = options_.page.margins;
+    (isHeader ? header_ : footer_).takeFrom(band, options_.page.paper.width - margins.left - margins.right);
+    return band.items.empty();
 }
 
 void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {

@@ -9,6 +9,7 @@
 
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/grid/cell_style.h"
+#include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 
 namespace qbsvrl6 {
@@ -31,9 +32,9 @@ protected:
     WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits);
 
     const SheetOptions& options() const { return options_; }
-    const std::vector<Micrometres>& columnWidths() const { return columnWidths_; }
     const StyleTable& styles() const { return styles_; }
     const TitleRows& titles() const { return titles_; }
+    PrintSetup printSetup(bool isFirstSheet) const;
     // Puts into the log what a workbook of this kind could not take.
     void reportLosses() const;
 
@@ -59,6 +60,7 @@ private:
     };
 
     void openPage(const PageInfo& page, bool isFirst) final;
+    bool keepBand(Band& band, Micrometres x, Micrometres y) final;
     void writeRows(const Band& band, std::span<const CellRow> rows) final;
     void noteTitle(std::int64_t rows);
     struct Growth {
@@ -74,9 +76,10 @@ private:
 
     SheetOptions options_;
     WorkbookLimits limits_;
-    std::vector<Micrometres> columnWidths_;
     StyleTable styles_;
     TitleRows titles_;
+    PageNumberCode header_;
+    PageNumberCode footer_;
     bool onFirstSheet_ = true;
     bool startsPage_ = true;    // the next row
     Micrometres taken_ = 0;     // of the space below the last row by that row

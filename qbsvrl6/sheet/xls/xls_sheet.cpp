@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 #include "qbsvrl6/sheet/xls/biff.h"
 #include "qbsvrl6/sheet/xls/xls_styles.h"
@@ -16,7 +17,6 @@ using u8 = std::uint8_t;
 using u16 = std::uint16_t;
 using u32 = std::uint32_t;
 
-double pixels(Micrometres length) { return length * 96.0 / 25400; }
 double inches(Micrometres length) { return std::max(length, 0) / 25400.0; }
 
 // A row's height in twentieths of a point; quarters of a point, rounded up, keep the text whole.
@@ -46,6 +46,16 @@ bool shortForm(double number, u32& rk) {
     if (std::abs(number) >= 1 << 29 || number != std::trunc(number)) return false;
     rk = static_cast<u32>(static_cast<std::int32_t>(number)) << 2 | 2;
     return true;
+}
+
+void putPageNumbers(std::string& out, u16 number, const PageNumberCode& code) {
+    if (code.text().empty()) {
+        putEmptyRecord(out, number);
+        return;
+    }
+    std::u16string buffer;
+    const std::u16string_view text = cleanText(code.text(), buffer);
+    BiffRecord(out, number).put(static_cast<u16>(text.size()), u8{1}).utf16(text);
 }
 
 }  // namespace
@@ -112,11 +122,11 @@ void XlsSheet::breakPage() {
     if (breaks_.empty() || breaks_.back() != rows_) breaks_.push_back(static_cast<u16>(rows_));
 }
 
-std::string XlsSheet::records(const PageLook& look, const EscherSheet& drawing) {
+std::string XlsSheet::records(const PrintSetup& print, const EscherSheet& drawing) {
     std::string out;
-    writeHead(out, look);
+    writeHead(out, print);
     std::string tail;
-    writeTail(tail, look, drawing);
+    writeTail(tail, print, drawing);
     out.reserve(out.size() + cells_.size() + tail.size());
     out += cells_;
     cells_ = {};
@@ -124,60 +134,53 @@ std::string XlsSheet::records(const PageLook& look, const EscherSheet& drawing) 
     return out;
 }
 
-void XlsSheet::writeHead(std::string& out, const PageLook& look) const {
+void XlsSheet::writeHead(std::string& out, const PrintSetup& print) const {
     constexpr u16 kSheet = 0x0010;
     constexpr u16 kFitToPages = 0x0100;
     constexpr u16 kOutlineBelow = 0x00C1;
     BiffRecord(out, biff::kBof).put(u16{0x0600}, kSheet, u16{0x0DBB}, u16{0x07CC}, u32{0}, u32{6});
-    BiffRecord(out, biff::kWsBool).put(static_cast<u16>(kOutlineBelow | (look.paged ? 0 : kFitToPages)));
+    BiffRecord(out, biff::kWsBool).put(static_cast<u16>(kOutlineBelow | (print.paged ? 0 : kFitToPages)));
     if (!breaks_.empty()) {
         BiffRecord record(out, biff::kHorizontalPageBreaks);
         record.put(static_cast<u16>(breaks_.size()));
         for (const u16 row : breaks_) record.put(row, u16{0}, u16{kMaxColumns - 1});
     }
-    writePageSetup(out, look);
-    // Edges are rounded, not widths, so that rounding doesn't add up. Widths count in 1/256 of a digit, which
-    // in Arial 10, the workbook's own font, is 7 pixels wide.
-    double edge = 0;
-    double lastPixel = 0;
-    for (std::size_t i = 0; i < look.columnWidths.size(); ++i) {
-        edge += pixels(look.columnWidths[i]);
-        const double width = std::clamp(std::round(edge) - lastPixel, 1.0, 1785.0);
-        lastPixel = std::round(edge);
-        const auto column = static_cast<u16>(i);
-        BiffRecord(out, biff::kColInfo)
-            .put(column, column, static_cast<u16>(std::lround(width * 256 / 7)), kXlsPlainStyle, u16{0},
-                 u16{0});
+    writePageSetup(out, print);
+    u16 column = 0;
+    for (const int pixels : print.columnPixels()) {
+        // In 1/256 of a digit.
+        const auto width = static_cast<u16>(std::lround(pixels * 256.0 / kPixelsPerDigit));
+        BiffRecord(out, biff::kColInfo).put(column, column, width, kXlsPlainStyle, u16{0}, u16{0});
+        ++column;
     }
     BiffRecord(out, biff::kDimensions)
         .put(u32{0}, static_cast<u32>(rows_), u16{0}, static_cast<u16>(columns_), u16{0});
 }
 
-void XlsSheet::writePageSetup(std::string& out, const PageLook& look) const {
-    const Size paper = look.setup.paper;
-    const Edges& margins = look.setup.margins;
-    putEmptyRecord(out, biff::kHeader);
-    putEmptyRecord(out, biff::kFooter);
+void XlsSheet::writePageSetup(std::string& out, const PrintSetup& print) const {
+    const Size paper = print.page.paper;
+    const Edges margins = print.margins();
+    putPageNumbers(out, biff::kHeader, print.header);
+    putPageNumbers(out, biff::kFooter, print.footer);
     BiffRecord(out, biff::kLeftMargin).put(inches(margins.left));
     BiffRecord(out, biff::kRightMargin).put(inches(margins.right));
     BiffRecord(out, biff::kTopMargin).put(inches(margins.top));
     BiffRecord(out, biff::kBottomMargin).put(inches(margins.bottom));
     const bool portrait = paper.width <= paper.height;
     BiffRecord(out, biff::kSetup)
-        .put(static_cast<u16>(paperNumber(paper)),
-             static_cast<u16>(printScale(look.columnWidths, look.setup, look.paged)), u16{1}, u16{1}, u16{0},
-             static_cast<u16>(portrait ? 2 : 0), u16{600}, u16{600}, inches(std::min(margins.top, 7500)),
-             inches(std::min(margins.bottom, 7500)), u16{1});
+        .put(static_cast<u16>(print.paperNumber()), static_cast<u16>(print.scale()), u16{1}, u16{1}, u16{0},
+             static_cast<u16>(portrait ? 2 : 0), u16{600}, u16{600}, inches(print.headerMargin()),
+             inches(print.footerMargin()), u16{1});
 }
 
-void XlsSheet::writeTail(std::string& out, const PageLook& look, const EscherSheet& drawing) const {
+void XlsSheet::writeTail(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const {
     constexpr u16 kLook = 0x04B6;  // visible, with grid lines, headings, zeros and default colours
     constexpr u16 kFrozen = 0x0108;
     constexpr u16 kSelected = 0x0200;
     constexpr u8 kLowerPane = 2;
-    if (!shapes_.empty()) writeDrawing(out, look, drawing);
+    if (!shapes_.empty()) writeDrawing(out, print, drawing);
     BiffRecord(out, biff::kWindow2)
-        .put(static_cast<u16>(kLook | (frozenRows_ > 0 ? kFrozen : 0) | (look.isFirst ? kSelected : 0)),
+        .put(static_cast<u16>(kLook | (frozenRows_ > 0 ? kFrozen : 0) | (print.isFirstSheet ? kSelected : 0)),
              u16{0}, u16{0}, u32{64}, u16{0}, u16{0}, u32{0});
     if (frozenRows_ > 0) {
         const auto rows = static_cast<u16>(frozenRows_);
@@ -198,12 +201,12 @@ void XlsSheet::writeTail(std::string& out, const PageLook& look, const EscherShe
 }
 
 // The first record holds the frame of all shapes; each shape is followed by its object.
-void XlsSheet::writeDrawing(std::string& out, const PageLook& look, const EscherSheet& drawing) const {
+void XlsSheet::writeDrawing(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const {
     std::vector<std::string> shapes;
     std::size_t shapeBytes = 0;
     for (const XlsShape& shape : shapes_) {
         const auto number = static_cast<u32>(shapes.size()) + 1;
-        const std::string place = anchor(shape, look.columnWidths);
+        const std::string place = anchor(shape, print.columnWidths);
         shapes.push_back(shape.line ? escherLine(drawing, number, *shape.line, place)
                                     : escherPicture(drawing, number, shape.picture, place));
         shapeBytes += shapes.back().size();

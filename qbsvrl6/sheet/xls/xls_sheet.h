@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/model/report.h"
 #include "qbsvrl6/sheet/grid/cell_grid.h"
+#include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/xls/escher.h"
 
 namespace qbsvrl6 {
@@ -46,21 +46,15 @@ public:
 
     void freezeAbove(int row) { frozenRows_ = row; }
 
-    struct PageLook {
-        std::vector<Micrometres> columnWidths;
-        PageSetup setup;
-        bool paged = false;
-        bool isFirst = false;  // of the workbook
-    };
     std::size_t shapeCount() const { return shapes_.size(); }
     // All records of the sheet, which is empty then.
-    std::string records(const PageLook& look, const EscherSheet& drawing);
+    std::string records(const PrintSetup& print, const EscherSheet& drawing);
 
 private:
-    void writeHead(std::string& out, const PageLook& look) const;
-    void writePageSetup(std::string& out, const PageLook& look) const;
-    void writeTail(std::string& out, const PageLook& look, const EscherSheet& drawing) const;
-    void writeDrawing(std::string& out, const PageLook& look, const EscherSheet& drawing) const;
+    void writeHead(std::string& out, const PrintSetup& print) const;
+    void writePageSetup(std::string& out, const PrintSetup& print) const;
+    void writeTail(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const;
+    void writeDrawing(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const;
     std::string anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const;
 
     struct Range {

@@ -93,9 +93,8 @@ private:
         std::size_t nextDrawing = 0;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             const bool hasDrawing = sheets_[i].shapeCount() > 0;
-            parts.push_back(sheets_[i].records(
-                {columnWidths(), options().page, options().paged && options().pageBreaks, i == 0},
-                hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
+            parts.push_back(
+                sheets_[i].records(printSetup(i == 0), hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
         }
         parts[0] = workbookPart(parts, drawings);
         writeCompoundFile(output_, u"Workbook", std::move(parts));

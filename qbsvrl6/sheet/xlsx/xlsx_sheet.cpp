@@ -37,8 +37,6 @@ void appendDouble(std::string& out, double value) {
     out.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
 }
 
-double pixels(double micrometres) { return micrometres * 96 / 25400; }
-
 // Heights come in quarters of a point; rounding up keeps the text whole.
 double rowHeight(Micrometres height) {
     return std::clamp(std::ceil(points(height) * 4) / 4, 0.25, points(kMaxRowHeight));
@@ -148,19 +146,19 @@ void XlsxSheet::breakPage() {
     if (rows_ > 0 && (breaks_.empty() || breaks_.back() != rows_)) breaks_.push_back(rows_);
 }
 
-std::string XlsxSheet::head(const PageLook& look) const {
+std::string XlsxSheet::head(const PrintSetup& print) const {
     std::string xml = kXmlHead;
     xml += "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" xmlns:r=\"";
     xml += kRelations;
     xml += "\">\n";
     // With page breaks of its own a sheet keeps them only if it isn't fitted to pages.
-    if (!look.paged) xml += "<sheetPr><pageSetUpPr fitToPage=\"1\"/></sheetPr>";
+    if (!print.paged) xml += "<sheetPr><pageSetUpPr fitToPage=\"1\"/></sheetPr>";
     xml += "<dimension ref=\"A1";
     if (rows_ > 1 || columns_ > 1) {
         xml += ":" + columnName(std::max(columns_ - 1, 0)) + std::to_string(std::max<std::int64_t>(rows_, 1));
     }
     xml += "\"/><sheetViews><sheetView workbookViewId=\"0\"";
-    if (look.isFirst) xml += " tabSelected=\"1\"";
+    if (print.isFirstSheet) xml += " tabSelected=\"1\"";
     if (frozenRows_ > 0) {
         xml += "><pane ySplit=\"" + std::to_string(frozenRows_) + "\" topLeftCell=\"A" +
                std::to_string(frozenRows_ + 1) +
@@ -169,32 +167,27 @@ std::string XlsxSheet::head(const PageLook& look) const {
         xml += "/>";
     }
     xml += "</sheetViews><sheetFormatPr defaultRowHeight=\"12.75\"/><cols>";
-    // Edges are rounded, not widths, so that rounding doesn't add up.
-    double edge = 0;
-    double lastPixel = 0;
-    for (std::size_t i = 0; i < look.columnWidths.size(); ++i) {
-        edge += pixels(look.columnWidths[i]);
-        const double width = std::clamp(std::round(edge) - lastPixel, 1.0, 1790.0);
-        lastPixel = std::round(edge);
+    const std::vector<int> pixels = print.columnPixels();
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
         const std::string number = std::to_string(i + 1);
         xml += "<col min=\"";
         xml += number;
         xml += "\" max=\"";
         xml += number;
         xml += "\" width=\"";
-        appendNumber(xml, width / 7);  // a digit of Arial 10, the workbook's own font, is 7 pixels wide
+        appendNumber(xml, 1.0 * pixels[i] / kPixelsPerDigit);
         xml += "\" customWidth=\"1\"/>";
     }
     return xml + "</cols>\n<sheetData>\n";
 }
 
-std::string XlsxSheet::tail(const PageLook& look) const {
+std::string XlsxSheet::tail(const PrintSetup& print) const {
     std::string xml = "</sheetData>\n";
     if (mergeCount_ > 0) {
         xml += "<mergeCells count=\"" + std::to_string(mergeCount_) + "\">" + merges_ + "</mergeCells>\n";
     }
     if (linkCount_ > 0) xml += "<hyperlinks>" + links_ + "</hyperlinks>\n";
-    appendPageSetup(xml, look);
+    appendPageSetup(xml, print);
     if (!breaks_.empty()) {
         const std::string count = std::to_string(breaks_.size());
         xml += "<rowBreaks count=\"" + count + "\" manualBreakCount=\"" + count + "\">";
@@ -207,18 +200,18 @@ std::string XlsxSheet::tail(const PageLook& look) const {
     return xml + "</worksheet>\n";
 }
 
-void XlsxSheet::appendPageSetup(std::string& xml, const PageLook& look) const {
-    const Size paper = look.setup.paper;
-    const Edges& margins = look.setup.margins;
+void XlsxSheet::appendPageSetup(std::string& xml, const PrintSetup& print) const {
+    const Size paper = print.page.paper;
+    const Edges margins = print.margins();
     xml += "<pageMargins";
     appendMargin(xml, "left", margins.left);
     appendMargin(xml, "right", margins.right);
     appendMargin(xml, "top", margins.top);
     appendMargin(xml, "bottom", margins.bottom);
-    appendMargin(xml, "header", std::min(margins.top, 7500));
-    appendMargin(xml, "footer", std::min(margins.bottom, 7500));
+    appendMargin(xml, "header", print.headerMargin());
+    appendMargin(xml, "footer", print.footerMargin());
     xml += "/>\n<pageSetup";
-    const int number = paperNumber(paper);
+    const int number = print.paperNumber();
     if (number != 0) {
         xml += " paperSize=\"" + std::to_string(number) + '"';
     } else {
@@ -228,19 +221,30 @@ void XlsxSheet::appendPageSetup(std::string& xml, const PageLook& look) const {
         appendMillimetres(xml, std::max(paper.width, paper.height));
         xml += '"';
     }
-    if (look.paged) {
-        xml += " scale=\"" + std::to_string(printScale(look.columnWidths, look.setup, true)) + '"';
+    if (print.paged) {
+        xml += " scale=\"" + std::to_string(print.scale()) + '"';
     } else {
         xml += " fitToHeight=\"0\"";
     }
     xml += paper.width > paper.height ? " orientation=\"landscape\"/>\n" : " orientation=\"portrait\"/>\n";
+    const auto add = [&](const std::string& element, const PageNumberCode& code) {
+        if (code.text().empty()) return;
+        xml += "<" + element + ">";
+        appendXstring(xml, code.text());
+        xml += "</" + element + ">";
+    };
+    if (print.header.text().empty() && print.footer.text().empty()) return;
+    xml += "<headerFooter>";
+    add("oddHeader", print.header);
+    add("oddFooter", print.footer);
+    xml += "</headerFooter>\n";
 }
 
-void XlsxSheet::writeTo(ZipWriter& zip, int number, const PageLook& look, const std::string& pictures) {
-    buffer_ += tail(look);
+void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print, const std::string& pictures) {
+    buffer_ += tail(print);
     flush();
     DeflateStream first;
-    first.append(head(look));
+    first.append(head(print));
     const std::string name = std::to_string(number);
     zip.add("xl/worksheets/sheet" + name + ".xml", std::move(first), std::move(body_));
     const std::string relationsHead =

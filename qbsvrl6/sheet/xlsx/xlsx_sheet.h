@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_drawing.h"
 #include "qbsvrl6/sheet/xlsx/zip.h"
@@ -43,15 +44,9 @@ public:
 
     void freezeAbove(std::int64_t row) { frozenRows_ = row; }
 
-    struct PageLook {
-        std::vector<Micrometres> columnWidths;
-        PageSetup setup;
-        bool paged = false;
-        bool isFirst = false;  // of the workbook
-    };
     // Puts the sheet with the number, its relations and its drawing into the archive. `pictures` are
     // relations of the drawing.
-    void writeTo(ZipWriter& zip, int number, const PageLook& look, const std::string& pictures);
+    void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const std::string& pictures);
     bool hasDrawing() const { return !drawing_.isEmpty(); }
 
 private:
@@ -59,9 +54,9 @@ private:
     // "A1", or "A1:B2", from the row under way down.
     std::string rangeName(int column, int columnSpan, int rowSpan) const;
     void flush();
-    std::string head(const PageLook& look) const;
-    std::string tail(const PageLook& look) const;
-    void appendPageSetup(std::string& xml, const PageLook& look) const;
+    std::string head(const PrintSetup& print) const;
+    std::string tail(const PrintSetup& print) const;
+    void appendPageSetup(std::string& xml, const PrintSetup& print) const;
 
     DeflateStream body_;
     std::string buffer_;

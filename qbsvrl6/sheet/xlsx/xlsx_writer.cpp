@@ -80,9 +80,7 @@ private:
                         "/image\" Target=\"../media/" + mediaName(*picture) + "\"/>\n";
         }
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
-            sheets_[i].writeTo(
-                zip, static_cast<int>(i) + 1,
-                {columnWidths(), options().page, options().paged && options().pageBreaks, i == 0}, pictures);
+            sheets_[i].writeTo(zip, static_cast<int>(i) + 1, printSetup(i == 0), pictures);
         }
         zip.finish();
         reportLosses();

@@ -1,6 +1,8 @@
 """Prints what a spreadsheet program sees in a workbook, one fact a line: python3 read_workbook.py FILE"""
 import datetime
+import html
 import re
+import struct
 import sys
 import zipfile
 
@@ -40,6 +42,9 @@ def read_xlsx(path):
         print("page", sheet.page_setup.paperSize, sheet.page_setup.orientation, sheet.page_setup.scale,
               "fit", bool(sheet.sheet_properties.pageSetUpPr.fitToPage), "left %.3f" % sheet.page_margins.left)
         print("breaks", [b.id for b in sheet.row_breaks.brk])
+        printed = [re.search("<odd%s>([^<]*)<" % part, parts["xl/worksheets/sheet1.xml"]) for part in ("Header", "Footer")]
+        if any(printed):
+            print("printed", *(ascii(code and html.unescape(code[1])) for code in printed))
         print("widths", ["%.2f" % sheet.column_dimensions[c].width for c in sorted(sheet.column_dimensions)])
         print("merged", sorted(str(r) for r in sheet.merged_cells.ranges))
         for image in sheet._images:
@@ -64,6 +69,21 @@ def read_xlsx(path):
                       cell.hyperlink.target if cell.hyperlink is not None else "")
 
 
+def printed_codes(path):
+    """The header and footer of the first sheet of an old workbook; xlrd does not read them."""
+    import xlrd.compdoc
+
+    with open(path, "rb") as file:
+        stream, at, size = xlrd.compdoc.CompDoc(file.read()).locate_named_stream("Workbook")
+    codes, end = {}, at + size
+    while at < end:
+        number, length = struct.unpack_from("<HH", stream, at)
+        if number in (0x14, 0x15) and length > 0:
+            codes.setdefault(number, bytes(stream[at + 7:at + 4 + length]).decode("utf-16-le"))
+        at += 4 + length
+    return codes.get(0x14), codes.get(0x15)
+
+
 def read_xls(path):
     """The same facts from the old format, in the words of the new one."""
     import xlrd
@@ -76,6 +96,9 @@ def read_xls(path):
         title_rows = "$%d:$%d" % (titles[0].area2d()[1] + 1, titles[0].area2d()[2]) if titles else None
         print("sheet", sheet.name, "freeze", frozen, "titles", title_rows)
         print("breaks", [b[0] for b in sheet.horizontal_page_breaks])
+        printed = printed_codes(path)
+        if any(printed):
+            print("printed", *map(ascii, printed))
         print("widths", ["%.2f" % (sheet.colinfo_map[c].width / 256) for c in sorted(sheet.colinfo_map)])
         names = lambda r, c: xlrd.cellname(r, c)
         print("merged", sorted("%s:%s" % (names(r1, c1), names(r2 - 1, c2 - 1))

@@ -138,27 +138,6 @@ TEST(Rtf, MakesTables) {
     EXPECT_NE(rtf.find("\\cellx1701\\"), std::string::npos) << "30 mm";
 }
 
-// A text with "{n}" for its page's number and "{c}" for the count.
-Item numberedAt(Rect box, std::u16string_view form, int number, int count) {
-    Item item = textAt(box, u"");
-    auto& text = std::get<TextItem>(item.content);
-    while (!form.empty()) {
-        if (form.starts_with(u"{n}") || form.starts_with(u"{c}")) {
-            const bool isNumber = form[1] == u'n';
-            const int value = isNumber ? number : count;
-            const std::string digits = std::to_string(value);
-            text.pageFields.push_back({isNumber ? PageField::Kind::Number : PageField::Kind::Count,
-                                       text.text.size(), digits.size(), value});
-            text.text.append(digits.begin(), digits.end());
-            form.remove_prefix(3);
-        } else {
-            text.text += form.front();
-            form.remove_prefix(1);
-        }
-    }
-    return item;
-}
-
 TEST(Rtf, CountsPagesByFields) {
     struct Page {
         const char16_t* header;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -56,6 +57,28 @@ inline Item numberAt(Rect box, double number, std::u16string shown, std::u16stri
 inline Item pendingAt(Rect box, std::u16string text, const ResolvedStyle* style = nullptr) {
     Item item = textAt(box, std::move(text), style);
     std::get<TextItem>(item.content).pending = true;
+    return item;
+}
+
+// A text with "{n}" for its page's number and "{c}" for the count.
+inline Item numberedAt(Rect box, std::u16string_view form, int number, int count,
+                       const ResolvedStyle* style = nullptr) {
+    Item item = textAt(box, u"", style);
+    auto& text = std::get<TextItem>(item.content);
+    while (!form.empty()) {
+        if (form.starts_with(u"{n}") || form.starts_with(u"{c}")) {
+            const bool isNumber = form[1] == u'n';
+            const int value = isNumber ? number : count;
+            const std::string digits = std::to_string(value);
+            text.pageFields.push_back({isNumber ? PageField::Kind::Number : PageField::Kind::Count,
+                                       text.text.size(), digits.size(), value});
+            text.text.append(digits.begin(), digits.end());
+            form.remove_prefix(3);
+        } else {
+            text.text += form.front();
+            form.remove_prefix(1);
+        }
+    }
     return item;
 }
 

@@ -122,6 +122,60 @@ TEST_P(Workbook, KeepsTypedValuesAndLooks) {
               "C3 n #0.3 General | SimSun 10.0 FF000000 -  left center 0 ---- h17.25 \n");
 }
 
+// Where tables run on, the spreadsheet makes the pages and counts them.
+TEST_P(Workbook, PrintsPageNumbers) {
+    ResolvedStyle right, bold, unsafe;
+    right.align = HorizontalAlign::Right;
+    right.fontSize = 8;
+    bold.bold = bold.italic = true;
+    unsafe.fontFamily = u"x\",&y";
+    const auto line = [] {
+        Item item = textAt({0, 6, 60, 0}, u"");
+        item.content = LineItem{};
+        return item;
+    };
+    const struct {
+        const char* name;
+        std::vector<Item> header;
+        bool paged;
+        const char* printed;
+        const char* rows;  // of the header
+    } cases[] = {
+        {"beside a title",
+         {textAt({0, 0, 30, 6}, u"A"), numberedAt({30, 0, 150, 6}, u"2 & {n}+1", 1, 1, &right)},
+         false,
+         "'&R&8&\"SimSun,Regular\"2 && &P +1' None",
+         "A1 s 'A'"},
+        {"with a line alone",
+         {numberedAt({70, 0, 60, 6}, u"{n} / {c}", 1, 1, &bold), line()},
+         false,
+         "'&C&10&\"SimSun,Bold Italic\"&P / &N' None",
+         ""},
+        {"two on the left",
+         {numberedAt({0, 6, 30, 6}, u"{c}", 1, 1), numberedAt({0, 0, 30, 6}, u"{n}<", 1, 1, &unsafe)},
+         false,
+         "'&L&10&\"-,Regular\"&P<\\n&10&\"-,Regular\"&N' None",
+         ""},
+        {"too long for a code",
+         {numberedAt({0, 0, 60, 6}, std::u16string(250, u'x') + u"{n}", 1, 1)},
+         false,
+         nullptr,
+         "A1 s '"},
+        {"printed pages", {numberedAt({0, 0, 60, 6}, u"{n}", 1, 1)}, true, nullptr, "A1 s '1'"},
+    };
+    for (const auto& one : cases) {
+        SheetFeed feed = Workbook::feed({0, 30, 60}, one.paged);
+        feed.put(bandOf(BandKind::PageHeader, 12, one.header));
+        feed.row(BandKind::Row, {u"row"});
+        const std::string facts = factsOf(feed);
+        EXPECT_EQ(only(facts, {"printed"}),
+                  one.printed == nullptr ? "" : "printed " + std::string(one.printed) + "\n")
+            << one.name;
+        const std::string firstRow = *one.rows == '\0' ? "A1 s 'row'" : one.rows;
+        EXPECT_TRUE(only(facts, {"A1"}).starts_with(firstRow)) << one.name << "\n" << facts;
+    }
+}
+
 void feedPages(SheetFeed& feed) {
     feed.put(bandOf(BandKind::PageHeader, 8, {pendingAt({30, 0, 60, 6}, u"1 of #")}));
     feed.row(BandKind::GridTitle, {u"Name", u"Sum", u"Note"});
