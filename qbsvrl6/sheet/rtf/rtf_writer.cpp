@@ -27,9 +27,13 @@ constexpr Micrometres kLine = 1'000;
 // The widest paper that word processors take: 22 inches.
 constexpr Micrometres kMaxPaper = 558'800;
 
-// A paragraph of just this height; it ends the table before it.
-void appendGap(std::string& out, Micrometres height, std::string_view content = "") {
-    appendCommand(out, "\\pard\\plain\\fs2\\sl-", std::max(twips(height), 20));
+// A paragraph of just this height; it ends the table before it. A page is broken by a property of the
+// paragraph: after a break as a character, some word processors lose the height of the next paragraph.
+void appendGap(std::string& out, Micrometres height, std::string_view content = "",
+               std::string_view properties = "") {
+    out += "\\pard\\plain";
+    out += properties;
+    appendCommand(out, "\\fs2\\sl-", std::max(twips(height), 20));
     out += "\\slmult0";
     out += content;
     out += "\\par\n";
@@ -154,11 +158,7 @@ private:
         for (std::size_t i = 0; i < pages_.size(); ++i) {
             const bool goesOn = !sections.empty() && isContinued(pages_[sections.back()], pages_[i],
                                                                  static_cast<int>(i - sections.back()));
-            if (!goesOn) {
-                sections.push_back(i);
-            } else if (options_.pageBreaks) {
-                appendGap(beginnings[i], 0, "\\page");
-            }
+            if (!goesOn) sections.push_back(i);
         }
         const std::string backdrop = makeBackdrop(sections.size());
         int number = 1;  // as the word processor counts
@@ -176,7 +176,9 @@ private:
             appendSection(out, pages_[sections[i]], backdrop);
         }
         for (std::size_t i = 0; i < pages_.size(); ++i) {
-            if (!shapes_[i].empty()) appendGap(beginnings[i], 0, std::exchange(shapes_[i], {}));
+            const bool breaksPage = options_.pageBreaks && beginnings[i].empty();
+            if (!breaksPage && shapes_[i].empty()) continue;
+            appendGap(beginnings[i], 0, std::exchange(shapes_[i], {}), breaksPage ? "\\pagebb" : "");
         }
         return beginnings;
     }

@@ -88,7 +88,7 @@ private:
             text_ += '/';
         } else if (word == "tab") {
             text_ += '\t';
-        } else if (word == "page") {
+        } else if (word == "pagebb") {
             text_ += "<page>";
         } else if (word == "sect") {
             text_ += "<section>";
@@ -229,7 +229,7 @@ TEST(Rtf, KeepsFloatingPicturesOnTheirPage) {
         feed.put(bandOf(BandKind::ReportHeader, 60, {textAt({0, 30, 60, 30}, u"over all"), seal}));
         const std::string rtf = feed.finish();
         const std::string place = "\\shpleft3118\\shptop3685\\shpright3685\\shpbottom3968\\shpbxpage";
-        const std::size_t page = rtf.find("\\page\\par\n");
+        const std::size_t page = rtf.find("\\pagebb");
         const std::size_t shape = rtf.find(place);  // 55 mm and 65 mm
         EXPECT_EQ(shape != std::string::npos && shape > page && shape < rtf.find("over all"), paged) << rtf;
         EXPECT_EQ(rtf.find("\\shpbxcolumn") == std::string::npos, paged) << rtf;
