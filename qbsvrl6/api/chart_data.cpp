@@ -1,12 +1,12 @@
 #include "qbsvrl6/api/chart_data.h"
 
-#include <charconv>
-#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "qbsvrl6/bind/name_list.h"
+#include "qbsvrl6/bind/unread_values.h"
+#include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -15,18 +15,6 @@
 namespace qbsvrl6 {
 
 namespace {
-
-// XML data is text; what is no number counts as zero.
-double numberOf(const Value& value) {
-    if (value.type == ValueType::Number) return value.number.toDouble();
-    const std::string text = toUtf8(value.text);
-    const char* first = text.data();
-    const char* const last = first + text.size();
-    while (first != last && (*first == ' ' || *first == '\t' || *first == '\n' || *first == '\r')) ++first;
-    double number = 0;
-    const auto result = std::from_chars(first, last, number);
-    return result.ec == std::errc() && std::isfinite(number) ? number : 0;
-}
 
 class ChartTable {
 public:
@@ -51,9 +39,20 @@ public:
         return found;
     }
 
+    // A missing value is 0, and a text that is no number counts as 0.
+    double number(std::size_t row, std::size_t column) {
+        const Value value = table_->value(row, column);
+        double number = 0;
+        if (toNumber(value, number) || value.type != ValueType::Text) return number;
+        unread_.add({"the chart data's column", table_->columnName(column), row}, value.text,
+                    DataType::Number);
+        return 0;
+    }
+
 private:
     DataSet data_;
     const Table* table_;
+    UnreadValues unread_{"it counts as 0"};
 };
 
 // Puts series that were read in the place of the present ones, as far as these aren't to stay.
@@ -75,7 +74,7 @@ void checkSize(std::size_t series, std::size_t categories) {
 }
 
 // One row a value: category, series (may be absent) and value.
-std::vector<ChartSeries> readLongRows(const ChartTable& table, std::vector<std::u16string>& categories) {
+std::vector<ChartSeries> readLongRows(ChartTable& table, std::vector<std::u16string>& categories) {
     const std::size_t categoryColumn = table.requiredColumn(u"Category");
     const std::size_t seriesColumn = table.column(u"Series");
     const std::size_t valueColumn = table.requiredColumn(u"Value");
@@ -97,13 +96,13 @@ std::vector<ChartSeries> readLongRows(const ChartTable& table, std::vector<std::
         series[i].values.resize(categories.size());
     }
     for (std::size_t row = 0; row < places.size(); ++row) {
-        series[places[row].series].values[places[row].category] = numberOf(table->value(row, valueColumn));
+        series[places[row].series].values[places[row].category] = table.number(row, valueColumn);
     }
     return series;
 }
 
 // One row a category: its name in the first column, then a column for each series.
-std::vector<ChartSeries> readWideRows(const ChartTable& table, std::vector<std::u16string>& categories) {
+std::vector<ChartSeries> readWideRows(ChartTable& table, std::vector<std::u16string>& categories) {
     const std::size_t count = table->columnCount() == 0 ? 0 : table->columnCount() - 1;
     checkSize(count, table->rowCount());
     std::vector<ChartSeries> series(count);
@@ -111,8 +110,7 @@ std::vector<ChartSeries> readWideRows(const ChartTable& table, std::vector<std::
     categories.clear();
     for (std::size_t row = 0; row < table->rowCount(); ++row) {
         categories.emplace_back(table->value(row, 0).text);
-        for (std::size_t i = 0; i < count; ++i)
-            series[i].values.push_back(numberOf(table->value(row, i + 1)));
+        for (std::size_t i = 0; i < count; ++i) series[i].values.push_back(table.number(row, i + 1));
     }
     return series;
 }
@@ -120,7 +118,7 @@ std::vector<ChartSeries> readWideRows(const ChartTable& table, std::vector<std::
 }  // namespace
 
 void readChartValues(std::u16string_view xml, const ChartDataUse& use, ChartData& data) {
-    const ChartTable table(xml);
+    ChartTable table(xml);
     std::vector<std::u16string> categories;
     const bool wide = table.column(u"Value") == Table::npos;
     std::vector<ChartSeries> series =
@@ -130,7 +128,7 @@ void readChartValues(std::u16string_view xml, const ChartDataUse& use, ChartData
 }
 
 void readChartPoints(std::u16string_view xml, bool sizes, bool replaceLabels, ChartData& data) {
-    const ChartTable table(xml);
+    ChartTable table(xml);
     const std::size_t seriesColumn = table.column(u"Series");
     const std::size_t xColumn = table.requiredColumn(u"X");
     const std::size_t yColumn = table.requiredColumn(u"Y");
@@ -141,9 +139,8 @@ void readChartPoints(std::u16string_view xml, bool sizes, bool replaceLabels, Ch
         const std::size_t index = names.indexOf(std::u16string(table->value(row, seriesColumn).text));
         if (index == series.size()) series.emplace_back().label = names.names()[index];
         checkSize(series.size(), 1);
-        series[index].points.push_back({numberOf(table->value(row, xColumn)),
-                                        numberOf(table->value(row, yColumn)),
-                                        numberOf(table->value(row, sizeColumn))});
+        series[index].points.push_back(
+            {table.number(row, xColumn), table.number(row, yColumn), table.number(row, sizeColumn)});
     }
     data.categories.clear();
     takeSeries(std::move(series), true, replaceLabels, data);

@@ -59,22 +59,36 @@ Number AggregateState::sum() const {
     return doubles_ + (correction_ + sum_.toDouble());
 }
 
-void AggregateState::add(AggregateKind kind, const Value& value, TextArena& arena) {
-    if (value.isNull() || (value.type == ValueType::Text && value.text.empty())) return;
+// XML has nothing but texts: as texts, 9 would be greater than 10.
+void AggregateState::compareWithBest(int wantedOrder, const Value& value, TextArena& arena) {
+    if (count_ == 0 || compareValues(value, best_.get(), arena) * wantedOrder > 0) best_ = OwnedValue(value);
+    if (!areNumbers_) return;
+    Number room;
+    Number bestRoom;
+    const Number* const number = numberOf(value, room);
+    areNumbers_ = number != nullptr;
+    if (!areNumbers_) return;
+    const Value best = bestNumber_.get();
+    if (count_ == 0 || compare(*number, *numberOf(best, bestRoom)) * wantedOrder > 0)
+        bestNumber_ = OwnedValue(value);
+}
+
+bool AggregateState::add(AggregateKind kind, const Value& value, TextArena& arena) {
+    if (value.isNull() || (value.type == ValueType::Text && value.text.empty())) return true;
     Number room;
     const Number* number = nullptr;
     switch (kind) {
         case AggregateKind::Sum:
         case AggregateKind::Average:
             number = numberOf(value, room);
-            if (number == nullptr) return;
+            if (number == nullptr) return false;
             addNumber(*number);
             break;
         case AggregateKind::Minimum:
-            if (count_ == 0 || compareValues(value, best_.get(), arena) < 0) best_ = OwnedValue(value);
+            compareWithBest(-1, value, arena);
             break;
         case AggregateKind::Maximum:
-            if (count_ == 0 || compareValues(value, best_.get(), arena) > 0) best_ = OwnedValue(value);
+            compareWithBest(1, value, arena);
             break;
         case AggregateKind::CountDistinct:
             distinct_.insert(distinctKey(value));
@@ -84,6 +98,7 @@ void AggregateState::add(AggregateKind kind, const Value& value, TextArena& aren
             break;
     }
     ++count_;
+    return true;
 }
 
 Value AggregateState::result(AggregateKind kind) const {
@@ -94,7 +109,7 @@ Value AggregateState::result(AggregateKind kind) const {
             return count_ == 0 ? Value() : makeNumber(sum() / count_);
         case AggregateKind::Minimum:
         case AggregateKind::Maximum:
-            return best_.get();
+            return (areNumbers_ ? bestNumber_ : best_).get();
         case AggregateKind::CountDistinct:
             return makeNumber(distinct_.size());
         case AggregateKind::Count:

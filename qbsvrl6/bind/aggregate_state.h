@@ -23,13 +23,16 @@ public:
     RowRange range;  // rows taken in so far
 
     void restart(std::size_t first);
-    void add(AggregateKind kind, const Value& value, TextArena& arena);
+    // False, and nothing is added, for a text that is not the number that is needed.
+    bool add(AggregateKind kind, const Value& value, TextArena& arena);
     void countRow() { ++count_; }
-    // Sum of nothing is 0; average, minimum and maximum of nothing are null.
+    // Sum of nothing is 0; average, minimum and maximum of nothing are null. Texts have a least and a greatest
+    // number if all of them read as numbers.
     Value result(AggregateKind kind) const;
 
 private:
     void addNumber(const Number& number);
+    void compareWithBest(int wantedOrder, const Value& value, TextArena& arena);
     Number sum() const;
 
     std::size_t count_ = 0;
@@ -38,7 +41,10 @@ private:
     bool hasDoubles_ = false;
     double doubles_ = 0;
     double correction_ = 0;  // what rounding has cost the sum of doubles (Neumaier)
+    // Least or greatest: of the values, and of their numbers as long as all of them have one.
     OwnedValue best_;
+    OwnedValue bestNumber_;
+    bool areNumbers_ = true;
     std::unordered_set<std::u16string> distinct_;
 };
 

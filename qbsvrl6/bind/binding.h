@@ -15,6 +15,7 @@
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/bind/filter_index.h"
 #include "qbsvrl6/bind/text_template.h"
+#include "qbsvrl6/bind/unread_values.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/model/report.h"
 
@@ -85,6 +86,8 @@ public:
     // Made at the first call; null where the filter is of another form.
     const FilterIndex* filterIndex() const;
     const std::vector<Expression>& groupKeys() const { return groupKeys_; }
+    // Of all views of the binding.
+    UnreadValues& unreadValues() const { return unread_; }
 
 private:
     void addNames(std::span<const SubReportParameter> passed);
@@ -116,6 +119,7 @@ private:
     std::optional<Expression> filter_;
     mutable std::optional<std::unique_ptr<FilterIndex>> filterIndex_;
     std::vector<Expression> groupKeys_;
+    mutable UnreadValues unread_{"calculations treat it as empty"};
     std::uint32_t slots_ = 0;
 };
 

@@ -171,7 +171,9 @@ private:
         Value value = view_.evaluate(*series.value, position_);
         Number number;
         if (series.aggregate != AggregateKind::Count) {
-            if (!toNumber(value, number)) return;
+            if (!toNumber(value, number)) {
+                return view_.noteIfUnread(*series.value, value, DataType::Number, position_);
+            }
             value = makeNumber(number);
         }
         state.add(series.aggregate, value, arena_);
@@ -181,7 +183,11 @@ private:
         Series& series = query_.series_[index];
         ChartPoint point;
         const auto read = [&](std::optional<Expression>& expression, double& number) {
-            return !expression || toNumber(view_.evaluate(*expression, position_), number);
+            if (!expression) return true;
+            const Value value = view_.evaluate(*expression, position_);
+            const bool isNumber = toNumber(value, number);
+            if (!isNumber) view_.noteIfUnread(*expression, value, DataType::Number, position_);
+            return isNumber;
         };
         if (!read(series.x, point.x) || !read(series.y, point.y) || !read(series.size, point.size)) return;
         check(++points_, limits::kChartPoints, "points");

@@ -1,19 +1,13 @@
 #include "qbsvrl6/bind/dates.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
-
-#include "format/date_time_format.h"
-#include "qbsvrl6/bind/values.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
 namespace chrono = std::chrono;
-
-constexpr std::size_t kLongestDate = 64;
 
 constexpr chrono::sys_days kFirstDay = chrono::year::min() / chrono::January / 1;
 constexpr chrono::sys_days kLastDay = chrono::year::max() / chrono::December / 31;
@@ -31,18 +25,6 @@ std::optional<chrono::year_month> monthAt(std::int64_t year, std::int64_t months
 std::int64_t secondsOf(chrono::sys_days day) { return chrono::sys_seconds(day).time_since_epoch().count(); }
 
 }  // namespace
-
-bool parseDate(std::u16string_view text, std::int64_t& seconds) {
-    text = trimmed(text);
-    if (text.empty() || text.size() >= kLongestDate) return false;
-    std::array<char16_t, kLongestDate> ended;
-    std::copy(text.begin(), text.end(), ended.begin());
-    ended[text.size()] = 0;
-    bool ok = false;
-    const larkspur::ClkDateTime date = larkspur::ParseDateTime(ended.data(), ok);
-    if (ok) seconds = date.m_Time;
-    return ok;
-}
 
 std::int64_t startOfDay(std::int64_t seconds) {
     return secondsOf(chrono::floor<chrono::days>(chrono::sys_seconds(chrono::seconds(seconds))));

@@ -4,14 +4,10 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
 
 namespace qbsvrl6 {
 
 inline constexpr std::int64_t kSecondsADay = 86'400;
-
-// A whole text as a date, in the orders that larkspur::ParseDateTime accepts.
-bool parseDate(std::u16string_view text, std::int64_t& seconds);
 
 inline bool isWholeDay(std::int64_t seconds) { return seconds % kSecondsADay == 0; }
 std::int64_t startOfDay(std::int64_t seconds);

@@ -16,11 +16,15 @@ struct FunctionContext {
     std::int64_t now = 0;  // of the wall clock, the same for a whole export
 };
 
+// What a function reads its arguments as; one that can't is empty, and so is the result.
+enum class Reads : std::uint8_t { Anything, Numbers, Dates };
+
 struct Function {
     std::u16string_view name;
     int minimumArguments = 0;
     int maximumArguments = 0;  // -1: any number
     Value (*call)(std::span<const Value> arguments, FunctionContext& context) = nullptr;
+    Reads reads = Reads::Anything;
 };
 
 // All of them, in a fixed order; indices into it stand in compiled expressions.

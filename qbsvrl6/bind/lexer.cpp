@@ -93,7 +93,7 @@ Token Lexer::number() {
         if (index_ == digits) index_ = exponent;  // "2em" is 2 and a name, which the parser refuses
     }
     token.text = text_.substr(start, index_ - start);
-    if (!parseNumber(token.text, token.number)) fail("the number is out of range", token.column);
+    if (!Number::parse(token.text, token.number)) fail("the number is out of range", token.column);
     return token;
 }
 

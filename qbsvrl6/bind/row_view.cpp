@@ -225,11 +225,13 @@ Value RowView::run(const Expression& expression, const Position& position) {
                 stack_.push_back(aggregate(expression.aggregates[instruction.operand], position));
                 break;
             case Operation::Call:
-                call(instruction);
+                call(expression, instruction, position);
                 break;
             case Operation::Negate: {
                 Number number;
-                stack_.back() = toNumber(stack_.back(), number) ? makeNumber(-number) : Value();
+                const bool isNumber = toNumber(stack_.back(), number);
+                if (!isNumber) noteIfUnread(expression, stack_.back(), DataType::Number, position);
+                stack_.back() = isNumber ? makeNumber(-number) : Value();
                 break;
             }
             case Operation::Not:
@@ -248,7 +250,7 @@ Value RowView::run(const Expression& expression, const Position& position) {
                 if (toBoolean(pop())) next = instruction.operand;
                 break;
             default:
-                binary(instruction.operation);
+                binary(expression, instruction.operation, position);
                 break;
         }
     }
@@ -257,7 +259,7 @@ Value RowView::run(const Expression& expression, const Position& position) {
     return result;
 }
 
-void RowView::binary(Operation operation) {
+void RowView::binary(const Expression& expression, Operation operation, const Position& position) {
     const Value right = stack_.back();
     stack_.pop_back();
     Value& left = stack_.back();
@@ -265,9 +267,15 @@ void RowView::binary(Operation operation) {
         case Operation::Add:
         case Operation::Subtract:
         case Operation::Multiply:
-        case Operation::Divide:
-            left = calculated(operation, left, right);
+        case Operation::Divide: {
+            const Value result = calculated(operation, left, right);
+            if (result.isNull()) {
+                noteIfUnread(expression, left, DataType::Number, position);
+                noteIfUnread(expression, right, DataType::Number, position);
+            }
+            left = result;
             break;
+        }
         case Operation::Join: {
             const std::u16string_view a = toText(left, arena_);
             const std::u16string_view b = toText(right, arena_);
@@ -282,19 +290,67 @@ void RowView::binary(Operation operation) {
     }
 }
 
-void RowView::call(const Instruction& instruction) {
+void RowView::call(const Expression& expression, const Instruction& instruction, const Position& position) {
     FunctionContext context{arena_, now_};
     const std::size_t first = stack_.size() - instruction.count;
-    const Value result =
-        functions()[instruction.operand].call({stack_.data() + first, instruction.count}, context);
+    const Function& function = functions()[instruction.operand];
+    const std::span<const Value> arguments(stack_.data() + first, instruction.count);
+    const Value result = function.call(arguments, context);
+    if (result.isNull() && function.reads != Reads::Anything) {
+        const DataType needed = function.reads == Reads::Dates ? DataType::Date : DataType::Number;
+        for (const Value& argument : arguments) noteIfUnread(expression, argument, needed, position);
+    }
     stack_.resize(first);
     stack_.push_back(result);
 }
 
 Value RowView::readName(const BoundName& name, const Position& position) {
     if (name.kind == NameKind::Calculated) return readCalculated(name, position);
-    if (name.declaredType < 0) return readSource(name, position);
-    return convertTo(readSource(name, position), static_cast<DataType>(name.declaredType), arena_);
+    const Value value = readSource(name, position);
+    if (name.declaredType < 0) return value;
+    return converted(name, value, static_cast<DataType>(name.declaredType), position);
+}
+
+Value RowView::converted(const BoundName& name, const Value& value, DataType type, const Position& position) {
+    const Value converted = convertTo(value, type, arena_);
+    if (converted.type == ValueType::Text && type != DataType::Text)
+        binding_.unreadValues().add(sourceOf(name, position), converted.text, type);
+    return converted;
+}
+
+UnreadValues::Source RowView::sourceOf(const BoundName& name, const Position& position) const {
+    switch (name.kind) {
+        case NameKind::Column:
+            return {"the field", name.name, hasFilter_ ? filtered_[position.row] : position.row};
+        case NameKind::HeadColumn:
+            return {"the field", name.name, 0};
+        case NameKind::Parameter:
+            return {"the parameter", name.name};
+        case NameKind::Calculated:
+        case NameKind::Unknown:
+            break;
+    }
+    return {"the field", name.name};
+}
+
+// The value's text is that of the column or parameter from which it is.
+void RowView::noteIfUnread(const Expression& expression, const Value& value, DataType needed,
+                           const Position& position) {
+    if (value.type != ValueType::Text) return;
+    Number number;
+    std::int64_t date = 0;
+    if (toNumber(value, number) || (needed == DataType::Date && toDate(value, date))) return;
+    const auto isSource = [&](const BoundName& name) {
+        const bool isCalculated = name.kind == NameKind::Calculated;
+        if (isCalculated && !isFresh(memos_[name.index], position)) return false;
+        const Value source = isCalculated ? memos_[name.index].value : readSource(name, position);
+        return source.text.data() == value.text.data() && source.text.size() == value.text.size();
+    };
+    const auto source = std::find_if(expression.names.begin(), expression.names.end(), isSource);
+    const bool isName = source != expression.names.end();
+    binding_.unreadValues().add(
+        isName ? sourceOf(*source, position) : UnreadValues::Source{"a calculated text", {}}, value.text,
+        needed);
 }
 
 Value RowView::readSource(const BoundName& name, const Position& position) const {
@@ -315,15 +371,16 @@ Value RowView::readColumn(std::uint32_t column, std::size_t row) const {
     return binding_.sources().rows->value(hasFilter_ ? filtered_[row] : row, column);
 }
 
+bool RowView::isFresh(const Memo& memo, const Position& position) const {
+    return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope;
+}
+
 // Once for a row and scope within one evaluation: fields that need one another many times over would take
 // exponential time otherwise.
 Value RowView::readCalculated(const BoundName& name, const Position& position) {
-    const auto fresh = [&](const Memo& memo) {
-        return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope;
-    };
-    if (fresh(memos_[name.index])) return memos_[name.index].value;
+    if (isFresh(memos_[name.index], position)) return memos_[name.index].value;
     const Binding::Calculated& field = binding_.calculated(name.index);
-    const Value value = convertTo(run(field.expression, position), field.field->type, arena_);
+    const Value value = converted(name, run(field.expression, position), field.field->type, position);
     memos_[name.index] = {epoch_, position.row, position.scope, value};
     return value;
 }
@@ -402,7 +459,9 @@ void RowView::extend(AggregateState& state, const Aggregate& aggregate, const Po
     const TextArena::Mark mark = arena_.mark();
     for (std::size_t row = state.range.end; row < end; ++row) {
         inside.row = row;
-        state.add(aggregate.kind, run(*aggregate.argument, inside), arena_);
+        const Value value = run(*aggregate.argument, inside);
+        if (!state.add(aggregate.kind, value, arena_))
+            noteIfUnread(*aggregate.argument, value, DataType::Number, inside);
         arena_.release(mark);
     }
     state.range.end = end;

@@ -59,6 +59,9 @@ public:
     Value evaluate(const Expression& expression, const Position& position);
     bool isTrue(const Expression& expression, const Position& position);
     void evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result);
+    // For the log, where a value that the expression has just given is a text instead of what is needed.
+    void noteIfUnread(const Expression& expression, const Value& value, DataType needed,
+                      const Position& position);
 
 private:
     struct Memo {
@@ -81,13 +84,16 @@ private:
     Value readName(const BoundName& name, const Position& position);
     Value readSource(const BoundName& name, const Position& position) const;
     Value readColumn(std::uint32_t column, std::size_t row) const;
+    bool isFresh(const Memo& memo, const Position& position) const;
     Value readCalculated(const BoundName& name, const Position& position);
     Value readSystem(SystemValue system, const Position& position) const;
     Value aggregate(const Aggregate& aggregate, const Position& position);
     void extend(AggregateState& state, const Aggregate& aggregate, const Position& position, std::size_t end);
     RowRange rangeOf(Scope scope, const Position& position) const;
-    void call(const Instruction& instruction);
-    void binary(Operation operation);
+    UnreadValues::Source sourceOf(const BoundName& name, const Position& position) const;
+    Value converted(const BoundName& name, const Value& value, DataType type, const Position& position);
+    void call(const Expression& expression, const Instruction& instruction, const Position& position);
+    void binary(const Expression& expression, Operation operation, const Position& position);
 
     const Binding& binding_;
     std::int64_t now_;

@@ -34,13 +34,18 @@ bool hasDatePart(std::u16string_view format) {
     return false;
 }
 
-// A number without a format shows as the data wrote it: where general format would drop zeros behind the
-// point, the cell gets as many places.
+// A number without a format shows as the data wrote it. Where general format would drop its thousands
+// separators or zeros at its end, the cell gets a format that has them.
 std::u16string_view formatAsWritten(std::u16string_view written) {
-    constexpr std::u16string_view kPlaces = u"0.000000000000000";  // kDoubleDigits of them
-    const std::size_t point = written.find(u'.');
-    if (point == std::u16string_view::npos || written.back() != u'0' || hasAnyOf(written, u"eE")) return {};
-    return kPlaces.substr(0, written.size() - point + 1);
+    constexpr std::u16string_view kPlaces = u"#,##0.000000000000000";  // kDoubleDigits of them
+    constexpr std::size_t kGrouping = 4;
+    const bool isPlain = written.find_first_not_of(u"+-0123456789,.") == std::u16string_view::npos;
+    const bool isGrouped = hasAnyOf(written, u",");
+    const std::size_t point = std::min(written.find(u'.'), written.size());
+    const bool endsWithZero = point < written.size() && written.back() == u'0';
+    if (!isPlain || !(isGrouped || endsWithZero)) return {};
+    const std::size_t places = point == written.size() ? 1 : written.size() - point + 1;
+    return kPlaces.substr(isGrouped ? 0 : kGrouping, places + (isGrouped ? kGrouping : 0));
 }
 
 // Of the number as it is shown without a format.

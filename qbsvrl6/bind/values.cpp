@@ -88,15 +88,6 @@ bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right) {
                       [](char16_t a, char16_t b) { return lowered(a) == lowered(b); });
 }
 
-bool parseNumber(std::u16string_view text, Number& number) {
-    text = trimmed(text);
-    if (!text.empty() && text.front() == u'+') {
-        text.remove_prefix(1);
-        if (!text.empty() && text.front() == u'-') return false;
-    }
-    return Number::parse(text, number);
-}
-
 bool parseBoolean(std::u16string_view text, bool& boolean) {
     text = trimmed(text);
     boolean = equalsIgnoringCase(text, u"true") || text == larkspur::GetLocalTrueText();

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "qbsvrl6/bind/date_text.h"
+#include "qbsvrl6/bind/number_text.h"
 #include "qbsvrl6/data/table.h"
 
 namespace qbsvrl6 {
@@ -48,8 +50,6 @@ bool isBlank(char16_t unit);  // white space of ASCII and of Unicode
 std::u16string_view trimmed(std::u16string_view text);
 bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right);  // ASCII case
 
-// A whole text as a number: a sign, digits with at most one point, an exponent; blanks around it.
-bool parseNumber(std::u16string_view text, Number& number);
 // "true" or "false" in any case, or the local words for them.
 bool parseBoolean(std::u16string_view text, bool& boolean);
 

@@ -41,14 +41,14 @@ TEST(ChartData, ReadsRowsInTheirForms) {
     };
     const char* kLong =
         "<Chart><Row><Category>Q1</Category><Series>A</Series><Value> 1.5 </Value></Row>"
-        "<Row><Category>Q2</Category><Series>B</Series><Value>x</Value></Row>"
+        "<Row><Category>Q2</Category><Series>B</Series><Value>12abc</Value></Row>"
         "<Row><Category>Q1</Category><Series>B</Series><Value>-2e1</Value></Row></Chart>";
     const Case cases[] = {
         {kLong, {}, "Q1 Q2 | A: 1.5 0 | B: -20 0 "},
         {"<Chart><Row Category='Q1' A='1' B='2'/><Row Category='Q2' A='3'/></Chart>",
          {},
          "Q1 Q2 | A: 1 3 | B: 2 0 "},
-        {"<c><r category='Q1' value='1'/><r category='Q2' value='2'/></c>", {}, "Q1 Q2 | : 1 2 "},
+        {"<c><r category='Q1' value='+1'/><r category='Q2' value='1,234.5'/></c>", {}, "Q1 Q2 | : 1 1234.5 "},
         {kLong, {false, false, true}, "Q1 Q2 | 甲: 1.5 0 | 乙: -20 0 | 丙: "},
         {kLong, {false, true, false}, "old | A: 1.5 0 | B: -20 0 | 丙: "},
         {kLong, {true, false, false}, "old | 甲: 1.5 0 | 乙: -20 0 "},

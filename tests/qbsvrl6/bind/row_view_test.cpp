@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include "qbsvrl6/support/log.h"
 #include "tests/qbsvrl6/bind/sample_data.h"
 
 namespace qbsvrl6 {
@@ -162,6 +168,97 @@ TEST(RowView, FiltersByIndexAsByLooking) {
 TEST(RowView, HasNoRows) {
     Orders orders(ordersReport(), "[]");
     EXPECT_EQ(orders.show(u"[City][Sum(Count)][Average(Count)]-[RowNumber][Count(*)][Limit]"), "0-03");
+}
+
+// As numbers of sums, comparisons and formats.
+TEST(RowView, ReadsTextsAsNumbers) {
+    const struct {
+        const char16_t* text;
+        const char* number;  // empty: it is none
+    } cases[] = {
+        {u" 12.5 ", "12.5"},
+        {u"+5", "5"},
+        {u"-1e3", "-1000"},
+        {u"1,234", "1234"},
+        {u"-1,234,567.89", "-1234567.89"},
+        {u"￥ 1,234.50", "1234.5"},
+        {u"-$12", "-12"},
+        {u"€-12.5", "-12.5"},
+        {u"1,200元", "1200"},
+        {u"(1,234.56)", "-1234.56"},
+        {u"($ 7)", "-7"},
+        {u"12345678901234567890123456,789", ""},
+        {u"1,234,", ""},
+        {u"1,23", ""},
+        {u"0,123", ""},
+        {u",123", ""},
+        {u"1234,567", ""},
+        {u"1.234,56", ""},
+        {u"1,234.5.6", ""},
+        {u"1,234e2", ""},
+        {u"12abc", ""},
+        {u"--5", ""},
+        {u"+-5", ""},
+        {u"-(5)", ""},
+        {u"(-5)", ""},
+        {u"()", ""},
+        {u"$", ""},
+        {u"$$5", ""},
+        {u"-", ""},
+        {u".", ""},
+        {u"inf", ""},
+    };
+    Orders orders;
+    for (const auto& [text, number] : cases) {
+        const std::u16string quoted = u"'" + std::u16string(text) + u"'";
+        EXPECT_EQ(orders.show(u"[" + quoted + u" * 1]"), number) << toUtf8(text);
+        const bool isNumber = *number != '\0';
+        EXPECT_EQ(orders.show(u"[If(Count(Number(" + quoted + u")) > 0, " + quoted + u" <= 1e6, 'none')]"),
+                  isNumber ? "是" : "none")
+            << toUtf8(text);
+    }
+}
+
+TEST(RowView, LogsTextsThatAreNoNumbers) {
+    char pattern[] = "/tmp/qbsvr-bind-XXXXXX";
+    const std::string directory = ::mkdtemp(&pattern[0]);
+    std::filesystem::create_directory(directory + "/log");
+    setLogSetupPath(directory);
+    ReportDefinition report;
+    report.fields = {{u"Due", DataType::Date, u""}, {u"Twice", DataType::Number, u"Amount * 2"}};
+    report.parameters = {{u"Rate", DataType::Text, u"low"}};
+    {
+        Orders orders(std::move(report), R"([
+          {"Amount": "1,000.5", "Code": "9", "Due": "2024-02-29"}, {"Amount": "", "Code": "10", "Due": ""},
+          {"Amount": "12abc", "Code": "9", "Due": "2023-02-29"}, {"Amount": null, "Code": "x", "Due": null},
+          {"Amount": "n/a", "Code": "10", "Due": "soon"}])");
+        const std::pair<const char16_t*, const char*> cases[] = {
+            {u"Sum(Amount)", "1000.5"},
+            {u"Sum(Amount * Rate) + Sum(Amount, Running) + Sum(Twice)", "3001.5"},
+            {u"Maximum(Code) & Minimum(Code)", "x10"},
+            {u"Maximum(If(Code = 'x', null, Code))", "10"},
+            {u"Year(Due) & -Left('ab', 1)", "2024"},
+            {u"Count(Year(Due))", "1"},
+        };
+        for (const auto& [expression, shown] : cases) {
+            EXPECT_EQ(orders.show(u"[" + std::u16string(expression) + u"]"), shown) << toUtf8(expression);
+        }
+    }
+    std::ifstream file(directory + "/log/qbsvrl6.log");
+    std::string log;
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t message =
+            line.find("the ") < line.find("a calc") ? line.find("the ") : line.find("a calc");
+        log += line.substr(message) + '\n';
+    }
+    EXPECT_EQ(log,
+              "a calculated text is not a number: \"a\"; calculations treat it as empty\n"
+              "the field \"Amount\" is not a number in 2 rows, first in row 3: \"12abc\"; "
+              "calculations treat it as empty\n"
+              "the field \"Due\" is not a date in 2 rows, first in row 3: \"2023-02-29\"; "
+              "calculations treat it as empty\n"
+              "the parameter \"Rate\" is not a number: \"low\"; calculations treat it as empty\n");
+    std::filesystem::remove_all(directory);
 }
 
 }  // namespace

@@ -1,0 +1,55 @@
+// Texts that stand where a number, a date or a boolean is needed, for the log.
+#ifndef QBSVR_QBSVRL6_BIND_UNREAD_VALUES_H
+#define QBSVR_QBSVRL6_BIND_UNREAD_VALUES_H
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "qbsvrl6/model/report.h"
+
+namespace qbsvrl6 {
+
+// Its destructor writes one warning per field: the first such text, its row, and how many rows have one.
+class UnreadValues {
+public:
+    // Where a text is from.
+    struct Source {
+        static constexpr std::size_t kNoRow = static_cast<std::size_t>(-1);
+
+        std::string_view kind;     // "the field"
+        std::u16string_view name;  // may be empty
+        std::size_t row = kNoRow;  // of the table, from 0
+    };
+
+    // `consequence` is what the warnings say of such texts.
+    explicit UnreadValues(std::string_view consequence) : consequence_(consequence) {}
+    UnreadValues(const UnreadValues&) = delete;
+    UnreadValues& operator=(const UnreadValues&) = delete;
+    ~UnreadValues();
+
+    // White space alone is an empty value and is not counted. A row counts once, however often it is added.
+    void add(const Source& source, std::u16string_view text, DataType needed);
+
+private:
+    struct Field {
+        std::string_view kind;
+        std::u16string text;
+        std::size_t row = Source::kNoRow;  // of the text
+        std::vector<bool> rows;
+        std::size_t rowCount = 0;
+    };
+    using Key = std::pair<std::u16string, DataType>;
+
+    std::string warning(const Key& key, const Field& field) const;
+
+    std::string_view consequence_;
+    std::map<Key, Field> fields_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
