@@ -5,6 +5,7 @@
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/template_io.h"
 #include "tests/qbsvrl6/layout/recording_sink.h"
@@ -241,6 +242,29 @@ TEST(HostileLayout, RefusesFaultyExpressions) {
         report.grid->columns[0]->content.content =
             TextContent{fault, u"", false, false, TextContent::Evaluate::Now};
         EXPECT_NE(outcome(report, "[]").find("column"), std::string::npos) << toUtf8(fault);
+    }
+}
+
+TEST(HostileLayout, LimitsChartsOfRows) {
+    const struct {
+        const char* chart;
+        std::size_t most;  // rows
+    } cases[] = {
+        {"<Chart><Series label='[n]' value='n'/></Chart>", limits::kChartSeries},
+        {"<Chart category='[n]'><Series value='n' label='[Mod(n, 1000)]'/></Chart>", 316},  // 316² values
+        {"<Chart kind='scatterLine'><Series x='n' y='n'/><Series x='n' y='n'/></Chart>",
+         limits::kChartPoints / 2},
+    };
+    for (const auto& test : cases) {
+        const std::string elements =
+            "<ReportHeader height='50mm'>" + std::string(test.chart) + "</ReportHeader>";
+        EXPECT_NO_THROW(layOutText(elements, numberedRows(static_cast<int>(test.most)))) << test.chart;
+        try {
+            layOutText(elements, numberedRows(static_cast<int>(test.most + 1)));
+            ADD_FAILURE() << test.chart;
+        } catch (const EngineError& error) {
+            EXPECT_EQ(error.code(), ErrorCode::LimitExceeded) << error.what();
+        }
     }
 }
 

@@ -150,11 +150,7 @@ TEST(RandomLayout, LosesNothingAndOverlapsNothing) {
                 "\nseed " + std::to_string(seed) + (paged ? " on pages" : " continuous");
             checkRows(sink, kRows, report, trace);
             if (paged) checkPages(sink, report, trace);
-            if (testing::Test::HasFailure()) {
-                std::string lines;
-                for (const std::string& line : sink.bandLines()) lines += line + "\n";
-                FAIL() << lines;
-            }
+            if (testing::Test::HasFailure()) FAIL() << sink.everything();
         }
     }
 }

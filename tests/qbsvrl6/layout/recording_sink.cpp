@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <sstream>
+
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/template_io.h"
@@ -47,19 +50,92 @@ std::string place(Micrometres x, Micrometres y, Micrometres width, Micrometres h
     return millimetres(x) + "," + millimetres(y) + " " + millimetres(width) + "x" + millimetres(height);
 }
 
+std::string points(double size) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.4gpt", size);
+    return text;
+}
+
+std::string hexadecimal(const Color& color) {
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02x%02x%02x", color.red, color.green, color.blue);
+    return text;
+}
+
 std::string lineOf(const RecordingSink::RecordedBand& recorded) {
     const Band& band = recorded.band;
     return std::string(nameOf(band.kind)) + " " + place(recorded.x, recorded.y, band.width, band.height) +
-           (band.inGrid ? " grid" : "") + (band.repeated ? " again" : "");
+           (band.inGrid ? " grid" : "") + (band.repeated ? " again" : "") +
+           (band.groupLevel > 0 ? " level " + std::to_string(band.groupLevel) : "") +
+           (band.bookmark.empty() ? "" : " mark " + toUtf8(band.bookmark)) +
+           (band.background ? " " + hexadecimal(*band.background) : "");
+}
+
+std::string describe(const TextItem& text, const Item& item) {
+    std::string all = " \"" + textOf(item) + "\"";
+    if (text.fontSize != 8) all += " " + points(text.fontSize);
+    if (!text.link.empty()) all += " to " + toUtf8(text.link);
+    return all;
+}
+std::string describe(const LineItem& item, const Item&) {
+    return " " + millimetres(item.line.width) + (item.line.dashed ? " dashed" : "") +
+           (item.line.rising ? " rising" : "");
+}
+std::string describe(const BoxItem& item, const Item&) {
+    return " " + millimetres(item.box.line.width) + (item.box.fill ? " " + hexadecimal(*item.box.fill) : "") +
+           (item.box.cornerRadius > 0 ? " round " + millimetres(item.box.cornerRadius) : "");
+}
+std::string describe(const PictureItem& item, const Item&) {
+    return " at " + place(item.placed.x, item.placed.y, item.placed.width, item.placed.height) +
+           (item.picture ? "" : " none") + " \"" + toUtf8(item.alternateText) + "\"";
+}
+std::string describe(const DrawingItem& item, const Item&) {
+    std::string all = " \"" + toUtf8(item.alternateText) + "\"";
+    if (item.drawing != nullptr && item.drawing->elements.size() == 1) {
+        const auto* const note = std::get_if<Drawing::Label>(&item.drawing->elements[0]);
+        if (note != nullptr) all += " " + toUtf8(note->text);
+    }
+    return all;
 }
 
 std::string describe(const Item& item) {
     static constexpr const char* kNames[] = {"text", "line", "box", "picture", "drawing"};
-    std::string text = std::string(kNames[item.content.index()]) + " " +
-                       place(item.box.x, item.box.y, item.box.width, item.box.height);
-    if (std::holds_alternative<TextItem>(item.content)) text += " \"" + textOf(item) + "\"";
-    return text;
+    return std::string(kNames[item.content.index()]) + " " +
+           place(item.box.x, item.box.y, item.box.width, item.box.height) +
+           std::visit([&](const auto& content) { return describe(content, item); }, item.content);
 }
+
+// In place of a drawing, what it would be made of: its place, and of a chart "title: a b; label 1 2; label
+// (x,y,size)".
+class DrawingNotes : public DrawingSource {
+public:
+    std::shared_ptr<const Drawing> barcode(const Control&, std::u16string_view text,
+                                           const Rect& place) override {
+        return note(place, toUtf8(text));
+    }
+    std::shared_ptr<const Drawing> chart(const Control&, const ChartSettings& settings, const ChartData& data,
+                                         const Rect& at) override {
+        std::ostringstream text;
+        text << toUtf8(settings.title) << ':';
+        for (const std::u16string& name : data.categories) text << ' ' << toUtf8(name);
+        for (const ChartSeries& series : data.series) {
+            text << "; " << toUtf8(series.label);
+            for (const double value : series.values) text << ' ' << value;
+            for (const ChartPoint& p : series.points)
+                text << " (" << p.x << ',' << p.y << ',' << p.size << ')';
+        }
+        return note(at, text.str());
+    }
+
+private:
+    static std::shared_ptr<const Drawing> note(const Rect& at, const std::string& text) {
+        Drawing::Label label;
+        label.text = toUtf16("at " + place(at.x, at.y, at.width, at.height) + " " + text);
+        auto drawing = std::make_shared<Drawing>();
+        drawing->elements.emplace_back(std::move(label));
+        return drawing;
+    }
+};
 
 ReportDefinition reportOf(const std::string& elements) {
     const std::string head =
@@ -94,10 +170,17 @@ void RecordingSink::band(Band&& band, Micrometres x, Micrometres y) {
     EXPECT_TRUE(pages.back().empty() || y >= pages.back().back().y);
     for (const Item& item : band.items) {
         EXPECT_NE(item.style, nullptr);
-        EXPECT_GE(item.box.y, 0) << lineOf({band, x, y});
-        EXPECT_LE(item.box.bottom(), band.height) << lineOf({band, x, y}) << describe(item);
+        EXPECT_GE(item.box.y, 0);
+        EXPECT_LE(item.box.bottom(), band.height) << describe(item);
     }
-    pages.back().push_back({std::move(band), x, y});
+    std::vector<std::string> looks;
+    for (const Item& item : band.items) {
+        const auto* const text = std::get_if<TextItem>(&item.content);
+        const Color color = text != nullptr ? text->color.value_or(item.style->color) : Color{};
+        looks.push_back((color == Color{} ? "" : " " + hexadecimal(color)) +
+                        (item.style->background ? " on " + hexadecimal(*item.style->background) : ""));
+    }
+    pages.back().push_back({std::move(band), x, y, std::move(looks)});
 }
 
 void RecordingSink::endPage() {
@@ -135,44 +218,49 @@ std::vector<std::string> RecordingSink::pageTexts() const {
     return texts;
 }
 
-std::vector<std::string> RecordingSink::bandLines() const {
-    std::vector<std::string> lines;
-    for (const auto& page : pages) {
-        lines.push_back("page " + std::to_string(&page - pages.data() + 1));
-        for (const RecordedBand& recorded : page) lines.push_back(lineOf(recorded));
-    }
-    return lines;
-}
-
 std::string RecordingSink::everything() const {
     std::string all;
     for (const auto& page : pages) {
         all += "page " + std::to_string(&page - pages.data() + 1) + "\n";
         for (const RecordedBand& recorded : page) {
             all += " " + lineOf(recorded) + "\n";
-            for (const Item& item : recorded.band.items) all += "  " + describe(item) + "\n";
+            for (std::size_t i = 0; i < recorded.band.items.size(); ++i)
+                all += "  " + describe(recorded.band.items[i]) + recorded.looks[i] + "\n";
         }
     }
     return all;
 }
 
-RecordingSink layOutText(const std::string& elements, const std::string& json, const LayoutOptions& options) {
+RecordingSink layOutText(const std::string& elements, const std::string& json, LayoutOptions options) {
+    const ReportDefinition report = reportOf(elements);
+    ReportData data;
+    data.sets[&report] = std::make_shared<DataSet>(readData(json, "data"));
+    DrawingNotes notes;
+    options.drawings = &notes;
     RecordingSink sink;
-    layOutInto(elements, json, options, sink);
+    layOut(report, data, options, sink);
     EXPECT_TRUE(sink.finished);
     return sink;
 }
 
-void layOutInto(const std::string& elements, const std::string& json, const LayoutOptions& options,
-                PageSink& sink) {
+std::string columnsOf(const std::string& elements, const LayoutOptions& options) {
+    static constexpr std::pair<CellColumns, const char*> kKinds[] = {
+        {CellColumns::Page, "edges"},
+        {CellColumns::Grid, "edges of the grid"},
+        {CellColumns::Records, "edges of records"}};
     const ReportDefinition report = reportOf(elements);
-    ReportData data;
-    data.sets[&report] = std::make_shared<DataSet>(readData(json, "data"));
-    layOut(report, data, options, sink);
-}
-
-std::vector<Micrometres> cutsOf(const std::string& elements, const LayoutOptions& options) {
-    return columnEdges(reportOf(elements), options);
+    std::string all, before;
+    for (const auto& [kind, name] : kKinds) {
+        std::string line;
+        for (const Micrometres edge : columnEdges(report, options, kind)) line += " " + millimetres(edge);
+        if (line != before) all += name + line + "\n";
+        before = line;
+        if (kind == CellColumns::Page) continue;
+        for (const ColumnMove& move : columnMoves(report, options, kind))
+            all += " " + millimetres(move.x) + "+" + millimetres(move.width) + " is at " +
+                   millimetres(move.newX) + "+" + millimetres(move.newWidth) + "\n";
+    }
+    return all;
 }
 
 std::string numberedRows(int count) {

@@ -16,8 +16,9 @@ namespace qbsvrl6 {
 //      ReportHeader 15,15 180x10
 //       text 0,0 60x6 "Title"
 //
-// Lengths are in millimetres; a text shows its lines, "a|b". Bands that lie in the grid end in " grid",
-// repeated ones in " again".
+// Lengths are in millimetres. A text shows its lines, "a|b", with its size unless that is 8 pt. Bands of the grid
+// end in " grid", repeated ones in " again"; groups' levels and bookmarks, links and colours follow where there are
+// any.
 class RecordingSink : public PageSink {
 public:
     void beginPage(const PageInfo& page) override;
@@ -27,14 +28,13 @@ public:
 
     // The texts of each page in order, apart by blanks: "Title 1 2 3".
     std::vector<std::string> pageTexts() const;
-    // One line a band, without its items.
-    std::vector<std::string> bandLines() const;
     std::string everything() const;
 
     struct RecordedBand {
         Band band;
         Micrometres x = 0;
         Micrometres y = 0;
+        std::vector<std::string> looks;  // colours of its items
     };
     std::vector<std::vector<RecordedBand>> pages;
     bool finished = false;
@@ -46,12 +46,10 @@ private:
 // Elements of a template's Report, and the data as JSON. Fonts and sizes that make a line of text 4 mm high
 // at most are the default.
 RecordingSink layOutText(const std::string& elements, const std::string& json = "[]",
-                         const LayoutOptions& options = {});
+                         LayoutOptions options = {});
 
-void layOutInto(const std::string& elements, const std::string& json, const LayoutOptions& options,
-                PageSink& sink);
-
-std::vector<Micrometres> cutsOf(const std::string& elements, const LayoutOptions& options);
+// The column edges of cell documents: those of the page, then those of workbooks and CSV where they differ.
+std::string columnsOf(const std::string& elements, const LayoutOptions& options);
 
 // A list of `count` objects {"n": 1}, {"n": 2} and so on.
 std::string numberedRows(int count);
