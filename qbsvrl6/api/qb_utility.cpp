@@ -1,10 +1,11 @@
 // Number formatting and barcodes outside of reports.
+#include <optional>
 #include <string>
 
-#include "format/numeric_format.h"
 #include "qbsvrl6/api/barcode_request.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/bind/number_format.h"
 
 using namespace qbsvrl6;
 using namespace quillbrook;
@@ -15,8 +16,11 @@ tagQBUtility* QBReportGetUtility(tagQBReport* handle) {
 
 const lkchar* QBUtilityNumberFormat(tagQBUtility* handle, const lkchar* format, double number) {
     return withObject(__func__, handle, [&](Report& report) {
+        NumberFormat parsed(textFrom(format));
         std::u16string& kept = runtimeOf(report).formattedNumber;
-        kept = larkspur::FormatNumber(number, format == nullptr ? u"" : format);
+        std::optional<Color> color;
+        kept.clear();
+        parsed.append(number, kept, color);
         return kept.c_str();
     });
 }

@@ -76,7 +76,11 @@ void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime
     } else if (isEmpty(report)) {
         logWarning("the report is empty: no template is loaded");
     } else if (report.grid && data.sets.empty() && data.gridSets.empty()) {
-        logWarning("the grid has no rows: there is no data");
+        // Programs may load no file where it does not exist, and then its name never gets here.
+        const bool hasQuery = !report.data.query.empty() || !report.grid->recordset.query.empty();
+        logWarning(hasQuery ? "the grid has no rows: the data of its query is not read"
+                            : "the grid has no rows: no data is loaded (QBReportLoadDataFromURL; does the "
+                              "data file exist?), and neither the template nor the program sets a query");
     } else if (const Table* const rows = rowsOf(report, data); rows != nullptr && rows->rowCount() == 0) {
         const std::string name = toUtf8(rows->name());
         logWarning("the grid has no rows: " + (name.empty() ? "the data" : "the table \"" + name + "\"") +

@@ -16,6 +16,7 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr double kFirstScientific = 1e64;
+constexpr int kSurePlaces = 15;  // behind which a double shows digits of its binary fraction
 constexpr std::size_t kLongestSpreadsheetFormat = 255;
 
 // The sections of a format of words: those of "0$$$$$" and "$$0" are their own.
@@ -82,17 +83,20 @@ std::u16string_view NumberFormat::digitsOf(const NumberSection& section, const N
     const Number exact = section.percent ? magnitude * 100 : magnitude;
     const double scaled = exact.toDouble();
     if (!section.exponent && scaled < kFirstScientific) {
-        const Number shown = exact.rounded(std::max(section.digits.m_Normal.m_MaxDecimals, 0));
+        const int places = std::max(section.digits.m_Normal.m_MaxDecimals, 0);
+        const Number shown = exact.rounded(places);
         const Decimal* const decimal = shown.decimal();
-        if (decimal != nullptr && scaled >= 1 && decimal->isWide()) return wideDigitsOf(section, *decimal);
-        return section.digits.Format(shown.toDouble());
+        const bool isDouble =
+            places <= kSurePlaces && (scaled < 1 || decimal == nullptr || !decimal->isWide());
+        if (isDouble || decimal == nullptr) return section.digits.Format(shown.toDouble());
+        return wideDigitsOf(section, *decimal);
     }
     // 1e308 is a percentage that no double holds.
     return std::isfinite(scaled) ? scientificDigitsOf(section, scaled, 0)
                                  : scientificDigitsOf(section, magnitude.toDouble(), 2);
 }
 
-// Digits that a double would lose, from 1 up and rounded already.
+// Digits that a double would lose, rounded already.
 std::u16string_view NumberFormat::wideDigitsOf(const NumberSection& section, const Decimal& magnitude) {
     const auto& form = section.digits.m_Normal;
     std::array<char16_t, Decimal::kLongestText> room;
@@ -101,6 +105,7 @@ std::u16string_view NumberFormat::wideDigitsOf(const NumberSection& section, con
     const std::size_t point = std::min(text.find(u'.'), text.size());
     std::u16string integers(text.substr(0, point));
     const auto least = static_cast<std::size_t>(std::max(form.m_MinIntegerDigits, 0));
+    if (integers == u"0") integers.clear();
     if (integers.size() < least) integers.insert(0, least - integers.size(), u'0');
     std::u16string decimals(text.substr(std::min(point + 1, text.size())));
     const auto leastDecimals = static_cast<std::size_t>(std::max(form.m_MinDecimals, 0));

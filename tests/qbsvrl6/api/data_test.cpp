@@ -151,7 +151,10 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
         {R"(connection="xml" query="list.txt" table="x")", "", "",
          " error T tpl/t.qbf:1:61: tpl/list.txt has no table \"x\" for the report; its one table has no "
          "name"},
-        {"", "", "", " warning T tpl/t.qbf: the grid has no rows: there is no data"},
+        {"", "", "",
+         " warning T tpl/t.qbf: the grid has no rows: no data is loaded (QBReportLoadDataFromURL; does the "
+         "data "
+         "file exist?), and neither the template nor the program sets a query"},
         {R"(connection="xml" query="a.txt" table="Lines")", "", "",
          " warning T tpl/t.qbf: the grid has no rows: the table \"Lines\" is empty"},
         {R"(connection="xml" query="a.txt" table="Orders")", "", "", ""},

@@ -215,6 +215,8 @@ TEST_F(ApiTest, FormatsNumbersAndDrawsBarcodes) {
     tagQBUtility* utility = QBReportGetUtility(report);
     EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"#,##0.00", 1234.5)), "1,234.50");
     EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"#,##0.00;;#", 0)), "");
+    EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"#,##0 kg", -1234567.5)), "-1,234,568 kg");
+    EXPECT_EQ(narrow(QBUtilityNumberFormat(utility, u"", 0.25)), "0.25");
 
     const struct {
         const char16_t* request;
