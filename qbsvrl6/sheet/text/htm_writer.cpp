@@ -10,10 +10,11 @@
 #include "common/base64.h"
 #include "qbsvrl6/drawing/svg.h"
 #include "qbsvrl6/fonts/bidi.h"
+#include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/items/unbroken_spans.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/text/css.h"
-#include "qbsvrl6/sheet/text/lone_value.h"
 #include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/sheet/text_stream.h"
 
@@ -48,12 +49,13 @@ constexpr const char* kNarrowRules =
 .page::before{content:none!important}
 .page{--rows:.5}
 .grid{--rows:1;overflow-x:auto}
-.free{width:100%;max-width:var(--table);--text:.8;--rows:.6}
+.free{width:100%;max-width:var(--table);--text:.75;--rows:.6}
 .free svg{max-width:100%;height:auto!important}
 )";
 // Of the paper's width: on a screen narrower than that, columns in proportion are too narrow to read.
 constexpr double kPhoneShare = 0.75;
-constexpr const char* kPhoneRules = R"(.free,.free tbody{display:block}
+constexpr const char* kPhoneRules = R"(.free{--text:.8}
+.free,.free tbody{display:block}
 .free colgroup,.free td:empty{display:none}
 .free tr{display:flex;flex-wrap:wrap;column-gap:2mm;height:auto}
 .free td{flex:1 1 auto;min-width:0;max-width:100%}
@@ -116,12 +118,70 @@ const char* directionOf(const Item& item) {
                                                            : " dir=\"auto\" lang=\"ar\"";
 }
 
-// A value that has room in its box: on one line, a wider one would cover its neighbour.
-bool isUnbroken(const Item& item) {
-    constexpr double kDigitWidth = 0.5;  // em
-    const auto* text = std::get_if<TextItem>(&item.content);
-    if (text == nullptr || !isLoneValue(text->text)) return false;
-    return displayWidth(text->text) * text->fontSize * kMicrometresPerPoint * kDigitWidth <= item.box.width;
+// No font that is common for text is wider.
+Micrometres widthLimit(std::u16string_view text, double fontSize) {
+    constexpr double kWidestColumn = 0.7;  // em
+    return static_cast<Micrometres>(
+        std::min(displayWidth(text) * fontSize * kMicrometresPerPoint * kWidestColumn, 1e9));
+}
+
+// Of a text's box, along its lines.
+Micrometres lineRoom(const Item& item) {
+    if (item.style == nullptr) return item.box.width;
+    const Edges& padding = item.style->padding;
+    const bool isTurned = item.style->rotation == 90 || item.style->rotation == 270;
+    return isTurned ? item.box.height - padding.top - padding.bottom
+                    : item.box.width - padding.left - padding.right;
+}
+
+// Makes a text so small that each of its numbers has room on one line. Layout has done so for printed pages,
+// but shows #### where print would be too small to read; a screen enlarges it.
+void shrinkToNumbers(const Item& item, TextItem& text) {
+    const Micrometres room = lineRoom(item);
+    if (room <= 0 || widthLimit(text.text, text.fontSize) <= room) return;
+    Micrometres widest = 0;
+    forEachUnbrokenSpan(text, [&](std::size_t first, std::size_t end) {
+        const std::u16string_view span = std::u16string_view(text.text).substr(first, end - first);
+        if (widthLimit(span, text.fontSize) <= std::max(room, widest)) return;
+        const ResolvedStyle& style = *item.style;
+        const FontSet& fonts = resolveFont(style.fontFamily, style.bold, style.italic);
+        widest = std::max(widest, lineWidth(fonts, text.fontSize, span));
+    });
+    // Whole tenths of a point, so that the document has few styles.
+    if (widest > room) text.fontSize = std::max(std::floor(10 * text.fontSize * room / widest) / 10, 1.0);
+}
+
+// What a browser may do with the line of a text.
+enum class Wrapping {
+    None,      // nothing: it has room
+    Any,       // break it, but not its numbers
+    Forbidden  // it is a number
+};
+
+// A cell of the grid always has its width, a free one has less on a phone.
+Wrapping wrappingOf(const Item& item) {
+    const auto* const text = std::get_if<TextItem>(&item.content);
+    if (text == nullptr || text->text.empty()) return Wrapping::None;
+    const bool mayBreak =
+        item.column < 0 || text->lines.size() > 1 || widthLimit(text->text, text->fontSize) > lineRoom(item);
+    if (!mayBreak) return Wrapping::None;
+    const bool isNumber = isOneValue(*text) && !breaksAtSpaces(*text);
+    return isNumber ? Wrapping::Forbidden : Wrapping::Any;
+}
+
+// A text whose numbers stay whole.
+void appendWithWholeNumbers(std::string& out, const TextItem& item) {
+    const std::u16string_view text = item.text;
+    std::size_t done = 0;
+    forEachUnbrokenSpan(item, [&](std::size_t first, std::size_t end) {
+        if (end - first == 1) return;
+        appendMarkup(out, text.substr(done, first - done));
+        out += "<span class=\"n\">";
+        appendMarkup(out, text.substr(first, end - first));
+        out += "</span>";
+        done = end;
+    });
+    appendMarkup(out, text.substr(done));
 }
 
 // The rows of a report's footer that are below the grid's columns: those down to the last one with a number.
@@ -130,8 +190,7 @@ std::size_t countSumRows(std::span<const CellRow> rows) {
     for (std::size_t row = 0; row < rows.size(); ++row) {
         for (const Cell& cell : rows[row].cells) {
             const auto* text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
-            const bool isSum = text != nullptr && !text->pending &&
-                               (text->value.type == ValueType::Number || isLoneValue(text->text));
+            const bool isSum = text != nullptr && !text->pending && isOneValue(*text);
             // No cell is divided.
             if (isSum || row < end) end = std::max(end, row + static_cast<std::size_t>(cell.rowSpan));
         }
@@ -339,24 +398,29 @@ private:
     }
 
     void writeCell(const Band& band, const Cell& cell) {
+        if (cell.item != nullptr && cell.item->style != nullptr) {
+            auto* const text = std::get_if<TextItem>(&cell.item->content);
+            const bool needsRoom = text != nullptr && (text->masked || !options_.paged);
+            if (needsRoom && !text->pending) shrinkToNumbers(*cell.item, *text);
+        }
         const bool isTitle = band.kind == BandKind::GridTitle && cell.item != nullptr &&
                              (isPending(*cell.item) || !textOf(*cell.item).empty());
         out() += !isTitle ? "<td" : cell.columnSpan > 1 ? "<th scope=\"colgroup\"" : "<th scope=\"col\"";
-        out() += classOf(cell);
+        const Wrapping wrapping = cell.item == nullptr ? Wrapping::None : wrappingOf(*cell.item);
+        out() += classOf(cell, wrapping == Wrapping::Forbidden);
         if (cell.item != nullptr) out() += directionOf(*cell.item);
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
         if (!floats_.empty()) out() += " style=\"position:relative\"";
         out() += '>';
-        if (cell.item != nullptr) writeContent(*cell.item);
+        if (cell.item != nullptr) writeContent(*cell.item, wrapping);
         writeFloats(cell.column);
         out() += isTitle ? "</th>" : "</td>";
     }
 
     // The attribute that gives a cell its look.
-    const std::string& classOf(const Cell& cell) {
-        const bool isValue = cell.item != nullptr && isUnbroken(*cell.item);
-        const std::size_t id = 2 * static_cast<std::size_t>(styles_.idOf(cell)) + (isValue ? 1 : 0);
+    const std::string& classOf(const Cell& cell, bool isNumber) {
+        const std::size_t id = 2 * static_cast<std::size_t>(styles_.idOf(cell)) + (isNumber ? 1 : 0);
         while (classes_.size() <= id) {
             const std::string name = " class=\"s" + std::to_string(classes_.size() / 2);
             classes_.push_back(name + '"');
@@ -365,14 +429,14 @@ private:
         return classes_[id];
     }
 
-    void writeContent(Item& item) {
+    void writeContent(Item& item, Wrapping wrapping) {
         if (const auto* text = std::get_if<TextItem>(&item.content)) {
             language_.see(text->text);
             if (text->pending) {
                 stream_.mark();
                 late_.push_back(std::move(item));
             } else {
-                appendText(out(), item);
+                appendText(out(), item, wrapping);
             }
         } else {
             writePicture(item);
@@ -428,7 +492,7 @@ private:
         out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
     }
 
-    static void appendText(std::string& out, const Item& item) {
+    static void appendText(std::string& out, const Item& item, Wrapping wrapping) {
         const auto& text = std::get<TextItem>(item.content);
         const int rotation = item.style == nullptr ? 0 : item.style->rotation;
         const bool isLink = !text.link.empty() && isSafeLink(text.link);
@@ -438,7 +502,11 @@ private:
             appendMarkup(out, text.link);
             out += "\">";
         }
-        appendMarkup(out, text.text);
+        if (wrapping == Wrapping::Any) {
+            appendWithWholeNumbers(out, text);
+        } else {
+            appendMarkup(out, text.text);
+        }
         if (isLink) out += "</a>";
         if (rotation != 0) out += "</span>";
     }
@@ -447,7 +515,7 @@ private:
         appendHead(output_);
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
             pending.settle(late_[place]);
-            appendText(out, late_[place]);
+            appendText(out, late_[place], Wrapping::Any);
         });
         output_ += "</main>\n</body>\n</html>\n";
     }

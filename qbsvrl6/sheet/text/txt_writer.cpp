@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "qbsvrl6/items/unbroken_spans.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
-#include "qbsvrl6/sheet/text/lone_value.h"
 #include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/sheet/text_stream.h"
 
@@ -119,7 +119,9 @@ private:
 
     // Numbers and what a barcode holds are worth nothing in parts.
     static int lineWidth(const TextCell& cell, std::u16string_view text) {
-        const bool isWhole = std::holds_alternative<DrawingItem>(cell.item->content) || isLoneValue(text);
+        const auto* const item = std::get_if<TextItem>(&cell.item->content);
+        const bool isWhole =
+            item != nullptr ? isOneValue(*item) : std::holds_alternative<DrawingItem>(cell.item->content);
         return isWhole ? std::max(cell.width, widestWord(text)) : cell.width;
     }
 

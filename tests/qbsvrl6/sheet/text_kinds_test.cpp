@@ -3,7 +3,6 @@
 
 #include <pugixml.hpp>
 
-#include "qbsvrl6/sheet/text/lone_value.h"
 #include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/support/utf.h"
 #include "sheet_fixture.h"
@@ -182,17 +181,6 @@ TEST(Txt, SetsTallRecordsApartAndKeepsIndents) {
               "a\n    inside\n\n                    below\n\nb\n    inside\n\n                    below\n");
 }
 
-TEST(LoneValue, IsOneWordWithADigit) {
-    for (const char16_t* text : {u"¥14,569.54", u"(1,520)", u"2024-03-05", u"2024年3月5日", u"INV-2024/017",
-                                 u"12%", u"−3.5", u"1\u00A0234", u"￥5元"}) {
-        EXPECT_TRUE(isLoneValue(text)) << toUtf8(text);
-    }
-    for (const char16_t* text :
-         {u"", u"total", u"12 pieces", u"第3页", u"1\n2", u"https://example.com/certificates/2024-00017"}) {
-        EXPECT_FALSE(isLoneValue(text)) << toUtf8(text);
-    }
-}
-
 TEST(Txt, KeepsBarcodesAndNumbersWhole) {
     ResolvedStyle right;
     right.align = HorizontalAlign::Right;
@@ -241,7 +229,7 @@ public:
     std::string texts(const char* xpath) const {
         std::string all;
         for (const auto& node : document_.select_nodes(xpath)) {
-            all += node.attribute() ? node.attribute().value() : node.node().text().get();
+            all += pugi::xpath_query("string()").evaluate_string(node);
             all += '|';
         }
         return all;
@@ -303,7 +291,54 @@ TEST(HtmWriter, KeepsTotalsWithTheirColumns) {
               "form|This is due in 30 days.|Thanks|x|5|y|SN-0001-2222-3333-4444|");
     EXPECT_EQ(htm.texts("//div[@class='grid']/table[1]//td[node()]"), "form|a|1 2|");
     EXPECT_EQ(htm.texts("//div[@class='grid']/table[2][@role='presentation']//td[node()]"), "all|¥1,234.50|");
-    EXPECT_EQ(htm.texts("//td[contains(@class, ' n')]"), "¥1,234.50|5|");
+    EXPECT_EQ(htm.texts("//td[contains(@class, ' n')]"), "¥1,234.50|SN-0001-2222-3333-4444|");
+}
+
+// A number with room in a cell of the grid needs nothing. One without room becomes smaller where layout has
+// not measured it, or shows it as ####.
+TEST(HtmWriter, BreaksNoNumbers) {
+    Item masked = textAt({0, 0, 8, 6}, u"123,456,789.00");
+    std::get<TextItem>(masked.content).shown = u"####";
+    std::get<TextItem>(masked.content).masked = true;
+    const struct {
+        const char* name;
+        Item item;
+        bool paged;
+        int column;           // of the grid
+        const char* whole;    // cells on one line
+        const char* numbers;  // in running text
+        const char* size;     // of the font
+    } cases[] = {
+        {"has room", textAt({0, 0, 60, 6}, u"1,234.50"), false, 0, "", "", "10pt"},
+        {"free, has room on paper", textAt({0, 0, 60, 6}, u"1,234.50"), false, -1, "1,234.50|", "", "10pt"},
+        {"a tenth of the room", textAt({0, 0, 8, 6}, u"123,456,789,012,345,678,901.00"), false, 0,
+         "123,456,789,012,345,678,901.00|", "", ""},
+        {"measured", textAt({0, 0, 8, 6}, u"123,456,789.00"), true, 0, "123,456,789.00|", "", "10pt"},
+        {"masked", masked, true, 0, "123,456,789.00|", "", ""},
+        {"among words", textAt({0, 0, 30, 6}, u"No. 5 of 2026-05-17: 1,234.50 net, 7 pieces"), false, 0, "",
+         "2026-05-17|1,234.50|", "10pt"},
+        {"an address", textAt({0, 0, 60, 6}, u"https://example.com/2024-00017"), false, -1, "", "", "10pt"},
+        {"late", pendingAt({0, 0, 60, 6}, u"page 12/#"), false, -1, "", "12/99|", "10pt"},
+    };
+    for (const auto& one : cases) {
+        SheetFeed feed(&makeHtmWriter, {0, 60}, one.paged);
+        ResolvedStyle style;
+        Band band = bandOf(BandKind::Row, 6, {one.item});
+        band.items[0].column = band.items[0].lastColumn = one.column;
+        band.items[0].style = &style;
+        feed.put(std::move(band));
+        const std::string text = feed.finish(u"99");
+        const Htm htm(text);
+        EXPECT_EQ(htm.texts("//td[contains(@class, ' n')]"), one.whole) << one.name;
+        EXPECT_EQ(htm.texts("//td//span[@class='n']"), one.numbers) << one.name;
+        const std::size_t rule = text.find(".s0{font:calc(var(--text)*") + 26;
+        const std::string size = text.substr(rule, text.find(')', rule) - rule);
+        if (*one.size != '\0') {
+            EXPECT_EQ(size, one.size) << one.name;
+        } else {
+            EXPECT_LT(std::stod(size), 4) << one.name;
+        }
+    }
 }
 
 TEST(HtmWriter, GivesDirections) {
