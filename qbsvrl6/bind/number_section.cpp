@@ -15,6 +15,7 @@ namespace qbsvrl6 {
 
 namespace {
 
+constexpr int kMostSections = 3;
 constexpr std::size_t npos = std::u16string_view::npos;
 constexpr char16_t kQuoted = u'\0';  // the meaning of what is quoted
 
@@ -275,6 +276,22 @@ std::u16string NumberSection::spreadsheetFormat(Sign sign) const {
         format.append(exponent->places, u'0');
     }
     return format + around[sign].after.spreadsheet;
+}
+
+std::string numberFormatProblem(std::u16string_view text) {
+    if (text.starts_with(u'{') && !text.ends_with(u'}')) return "has no \"}\" after its words";
+    const MarkedText whole = withoutQuotes(text);
+    if (whole.meaning.find_first_of(u"\"'") != npos) return "has a quote without a closing quote";
+    int sections = 0;
+    for (std::size_t start = 0; start <= whole.size(); ++sections) {
+        const std::size_t end = std::min(whole.meaning.find(u';', start), whole.size());
+        const std::u16string_view section = std::u16string_view(whole.meaning).substr(start, end - start);
+        const std::size_t first = std::min(section.find_first_of(u"#0"), section.size());
+        const std::u16string_view places = section.substr(first, section.find_last_of(u"#0") - first);
+        if (std::count(places.begin(), places.end(), u'.') > 1) return "has two decimal points";
+        start = end + 1;
+    }
+    return sections > kMostSections ? "has more than three sections" : "";
 }
 
 NumberSections cutNumberFormat(std::u16string_view text) {

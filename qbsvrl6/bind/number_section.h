@@ -55,6 +55,9 @@ struct NumberSections {
 // Every text is a format.
 NumberSections cutNumberFormat(std::u16string_view text);
 
+// What is probably a mistake in a format: "has two decimal points"; empty if nothing is.
+std::string numberFormatProblem(std::u16string_view text);
+
 }  // namespace qbsvrl6
 
 #endif

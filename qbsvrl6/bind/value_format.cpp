@@ -6,6 +6,7 @@
 #include "format/date_time.h"
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/spreadsheet_format.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -32,6 +33,24 @@ bool hasDatePart(std::u16string_view format) {
         start = end + 1;
     }
     return false;
+}
+
+// Letters that repeat too often for a part of a date, or that are none: "yyyyy", "qq".
+std::string dateFormatProblem(std::u16string_view format) {
+    const auto isWordLetter = [&](std::size_t index) {
+        return index < format.size() && isLetter(format[index]);
+    };
+    for (std::size_t start = 0; start < format.size();) {
+        const char16_t letter = format[start];
+        const std::size_t end = std::min(format.find_first_not_of(letter, start), format.size());
+        const bool isWord = !(start > 0 && isWordLetter(start - 1)) && !isWordLetter(end);
+        const std::size_t most =
+            hasAnyOf(u"yMd", {&letter, 1}) ? 4 : (hasAnyOf(u"Hhmst", {&letter, 1}) ? 2 : 1);
+        if (isLetter(letter) && end - start > most && (most > 1 || isWord))
+            return "has no part \"" + toUtf8(format.substr(start, end - start)) + '"';
+        start = end;
+    }
+    return {};
 }
 
 // A number without a format shows as the data wrote it. Where general format would drop its thousands
@@ -71,6 +90,18 @@ ValueFormat::ValueFormat(std::u16string text) : text_(std::move(text)) {
     } else if (hasAnyOf(text_, u"yMdHhms")) {
         purpose_ = Purpose::Date;
     }
+}
+
+std::string ValueFormat::problem() const {
+    switch (purpose_) {
+        case Purpose::Number:
+            return numberFormatProblem(text_);
+        case Purpose::Date:
+            return dateFormatProblem(text_);
+        case Purpose::Boolean:
+            break;
+    }
+    return {};
 }
 
 NumberFormat& ValueFormat::numberFormat() {

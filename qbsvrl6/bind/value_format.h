@@ -32,6 +32,10 @@ public:
     // where it is.
     CellValue cell(const Value& value);
 
+    // What is probably a mistake in the format, as in "has two decimal points"; empty if nothing is.
+    std::string problem() const;
+    const std::u16string& text() const { return text_; }
+
 private:
     enum class Purpose { Number, Date, Boolean };
 

@@ -8,8 +8,10 @@
 
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/source_text.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/raw_characters.h"
 #include "qbsvrl6/template/schema.h"
 #include "qbsvrl6/template/template_io.h"
 
@@ -46,6 +48,12 @@ struct FoundError {
     std::size_t offset;
 };
 
+struct FoundWarning {
+    std::string message;
+    std::size_t offset;
+    bool operator<(const FoundWarning& other) const { return offset < other.offset; }
+};
+
 // Ends the reading of a template whose errors are many or whose rest means nothing.
 struct ReadingEnds {};
 
@@ -55,6 +63,7 @@ struct Reading {
     std::vector<Reference> references;
     std::vector<NotedExpression> expressions;
     std::vector<FoundError> errors;
+    std::vector<FoundWarning> warnings;
     std::vector<PlacedText> texts;
     TextPlaces* places = nullptr;  // of the report that is being read
     int reportDepth = 0;
@@ -66,6 +75,7 @@ struct Reading {
         if (restIsUnknown || errors.size() > limits::kTemplateErrors) throw ReadingEnds();
     }
     [[noreturn]] void fail();
+    void logWarnings();
 
     void addText(std::u16string_view text, TextUse use, std::size_t offset) {
         texts.push_back({offset, TextPlaces::keyOf(text, use), places});
@@ -100,6 +110,23 @@ void Reading::fail() {
         placed.emplace_back(error.code, error.message, cursor.place(error.offset));
     }
     throw TemplateError(std::move(placed));
+}
+
+void Reading::logWarnings() {
+    for (const RawCharacter& raw : findRawCharacters(source.text(), limits::kTemplateErrors)) {
+        warnings.push_back({std::string("a raw \"") + raw.character +
+                                "\" in an attribute is not XML; write \"" +
+                                (raw.character == '<' ? "&lt;" : "&amp;") + '"',
+                            raw.offset});
+    }
+    std::stable_sort(warnings.begin(), warnings.end());
+    if (warnings.size() > limits::kTemplateErrors) warnings.resize(limits::kTemplateErrors);
+    const LogSubject subject(source.origin());
+    PlaceCursor cursor(source);
+    for (const FoundWarning& warning : warnings) {
+        const SourcePlace place = cursor.place(warning.offset);
+        logWarning(warning.message, {place.line, place.column});
+    }
 }
 
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
@@ -501,7 +528,12 @@ void ReadElement::checkExpressions(const ReportDefinition& report) {
         if (trimmed(noted.text).empty()) continue;
         try {
             if (noted.hasPlaceholders) {
-                binding.compileText(noted.text);
+                for (const TextPart& part : binding.compileText(noted.text).parts) {
+                    const std::string problem = part.format.problem();
+                    if (problem.empty()) continue;
+                    reading_.warnings.push_back(
+                        {"the format " + quoted(toUtf8(part.format.text())) + ' ' + problem, noted.offset});
+                }
                 continue;
             }
             const Expression expression = binding.compile(noted.text);
@@ -603,7 +635,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
-    Reading reading{source, directoryOf(origin), {}, {}, {}, {}};
+    Reading reading{source, directoryOf(origin), {}, {}, {}, {}, {}};
     ReportDefinition definition;
     const auto places = std::make_shared<TextPlaces>();
     definition.places = places;
@@ -622,6 +654,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     }
     if (!reading.errors.empty()) reading.fail();
     reading.settlePlaces();
+    reading.logWarnings();
     return definition;
 }
 

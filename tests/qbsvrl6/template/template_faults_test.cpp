@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/log.h"
 #include "qbsvrl6/template/template_io.h"
 #include "tests/source_directory.h"
 
@@ -274,6 +277,32 @@ TEST(TemplateFaults, ChangedBytesNeverDoHarm) {
         }
     }
     EXPECT_GT(loaded, 100);
+}
+
+TEST(TemplateFaults, WarningsNamePlaceAndMistake) {
+    char pattern[] = "/tmp/qbsvr-template-XXXXXX";
+    const std::string directory = ::mkdtemp(&pattern[0]);
+    std::filesystem::create_directory(directory + "/log");
+    setLogSetupPath(directory);
+    readTemplate(R"(<Report version="1">
+<!-- "a < b" & c --><ReportHeader>
+  <Text text="[n:#,##0.00.0] [n:0.0;-0.0] [n:0 'C#']" link='a&b&amp;c&#x41;&#10;'/>
+  <Text text="[n:0&quot;] [n:0;0;0;0]" visibleWhen="1 < 2 and 3 > 2"/>
+  <Text text="[d:yyyy-MM-ddTHH:mm] [d:yyyyy-qq] [d:Week d] [n:{0=no]"/>
+</ReportHeader></Report>)",
+                 "t.qbf");
+    std::ifstream file(directory + "/log/qbsvrl6.log");
+    std::string log;
+    for (std::string line; std::getline(file, line);) log += line.substr(line.find("t.qbf")) + '\n';
+    EXPECT_EQ(log,
+              "t.qbf:3:9: the format \"#,##0.00.0\" has two decimal points\n"
+              "t.qbf:3:62: a raw \"&\" in an attribute is not XML; write \"&amp;\"\n"
+              "t.qbf:4:9: the format \"0\"\" has a quote without a closing quote\n"
+              "t.qbf:4:9: the format \"0;0;0;0\" has more than three sections\n"
+              "t.qbf:4:55: a raw \"<\" in an attribute is not XML; write \"&lt;\"\n"
+              "t.qbf:5:9: the format \"yyyyy-qq\" has no part \"yyyyy\"\n"
+              "t.qbf:5:9: the format \"{0=no\" has no \"}\" after its words\n");
+    std::filesystem::remove_all(directory);
 }
 
 }  // namespace
