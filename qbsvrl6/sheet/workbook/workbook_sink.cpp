@@ -14,7 +14,8 @@ namespace {
 // Titles that end lower than this would leave little of a screen to the rows that move below them.
 constexpr Micrometres kMaxFrozenHeight = 100'000;
 
-// More space than this between two rows is what the page has left.
+// Of the space between two rows where the paper doesn't matter: above a page's footer, and in tables that run
+// on.
 constexpr Micrometres kMaxGrowth = 12'000;
 
 // Longer addresses make a spreadsheet program repair the whole workbook.
@@ -79,6 +80,7 @@ PrintSetup WorkbookSink::printSetup(bool isFirstSheet) const {
 void WorkbookSink::openPage(const PageInfo&, bool isFirst) {
     if (!isFirst && options_.paged && options_.pageBreaks) breakPage();
     startsPage_ = true;
+    taken_ = 0;
 }
 
 // The cells of printed pages hold their numbers. Where tables run on, the spreadsheet makes the pages.
@@ -96,7 +98,10 @@ void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
         onFirstSheet_ = false;
     }
     below_.clear();
-    for (std::size_t i = 0; i < rows.size(); ++i) writeRow(rows[i], growthOf(rows, i));
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const bool isLeftOver = i == 0 && band.kind == BandKind::PageFooter;
+        writeRow(rows[i], growthOf(rows, i, options_.paged && !isLeftOver ? kMaxRowHeight : kMaxGrowth));
+    }
     if (!rows.back().floats.empty()) padBelow(rows.back().height);
     if (band.kind == BandKind::GridTitle && onFirstSheet_) noteTitle(static_cast<std::int64_t>(rows.size()));
 }
@@ -115,18 +120,19 @@ void WorkbookSink::noteTitle(std::int64_t rows) {
 
 // No row is empty: the space between two rows goes to the one where it shows least. What follows the last row
 // isn't known yet, but that what is left of its band belongs to it.
-WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::size_t index) const {
+WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::size_t index,
+                                            Micrometres most) const {
     const CellRow& row = rows[index];
     const CellRow* const next = index + 1 < rows.size() ? &rows[index + 1] : nullptr;
-    const Micrometres above = startsPage_ ? 0 : row.gap - taken_;
+    const Micrometres above = startsPage_ && !options_.paged ? 0 : row.gap - taken_;
     const Micrometres below = next != nullptr ? next->gap : row.tail;
     Growth growth;
     if (above >= kMicrometresPerMillimetre && roomAt(Side::Top, row) != Room::FillsBox) {
-        growth.above = std::min(above, kMaxGrowth - taken_);
+        growth.above = std::min(above, most - taken_);
     }
     if (below >= kMicrometresPerMillimetre && roomAt(Side::Bottom, row) != Room::FillsBox &&
         (next == nullptr || roomAt(Side::Top, *next) != Room::Blank)) {
-        growth.below = std::min(below, kMaxGrowth);
+        growth.below = std::min(below, most);
     }
     return growth;
 }

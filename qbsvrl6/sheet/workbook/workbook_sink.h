@@ -66,7 +66,7 @@ private:
     struct Growth {
         Micrometres above = 0, below = 0;
     };
-    Growth growthOf(std::span<const CellRow> rows, std::size_t index) const;
+    Growth growthOf(std::span<const CellRow> rows, std::size_t index, Micrometres most) const;
     void writeRow(const CellRow& row, const Growth& growth);
     void writeCell(const Cell& cell, const Growth& growth);
     void writeLink(const Cell& cell, int columnSpan, std::u16string_view address);

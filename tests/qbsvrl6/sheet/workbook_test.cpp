@@ -262,6 +262,30 @@ TEST_P(Workbook, PlacesPicturesExactly) {
               "A4 s 'next' General | SimSun 10.0 FF000000 -  left center 0 ---- h17.25 \n");
 }
 
+// Printed labels are as far apart as on paper; where tables run on, large gaps are cut.
+TEST_P(Workbook, KeepsThePitchOfLabels) {
+    for (const bool paged : {true, false}) {
+        SheetFeed feed = Workbook::feed({0, 30}, paged);
+        for (int page = 0; page < 2; ++page) {
+            if (page > 0) feed.newPage();
+            for (const char16_t* const name : {u"a", u"b"}) {
+                feed.put(bandOf(BandKind::GroupHeader, 40,
+                                {textAt({0, 3, 30, 6}, name), textAt({0, 30, 30, 6}, u"place")}));
+            }
+            feed.skip(50);
+            feed.put(bandOf(BandKind::PageFooter, 6, {textAt({0, 0, 30, 6}, u"footer")}));
+        }
+        std::string heights;
+        const std::string facts = only(factsOf(feed), {"A"});
+        for (std::size_t at = 0; (at = facts.find(" h", at)) != std::string::npos; ++at) {
+            heights += facts.substr(at + 2, facts.find(' ', at + 1) - at - 2) + ' ';
+        }
+        EXPECT_EQ(heights, paged ? "25.75 88.00 25.75 88.00 39.75 25.75 88.00 25.75 88.00 39.75 "
+                                 : "17.25 62.50 25.75 62.50 39.75 17.25 62.50 25.75 62.50 39.75 ")
+            << facts;
+    }
+}
+
 // A frame goes on over the space between two texts, and cells under a picture bear the borders of its style.
 TEST_P(Workbook, DrawsFramesWhole) {
     Item frame;
