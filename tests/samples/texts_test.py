@@ -163,7 +163,7 @@ class Texts(unittest.TestCase):
                     self.assertGreaterEqual(len(rows), len(sample.rows))
 
     def test_pages_are_those_of_the_report(self):
-        breaks = {"htm": rb'<section class="page">', "rtf": rb"\\page\\par|\\sect\b", "txt": rb"\f"}
+        breaks = {"htm": rb'<section class="page">', "rtf": rb"\\pagebb\b|\\sect\b", "txt": rb"\f"}
         for sample, file, layout in self.each(("htm", "rtf", "txt")):
             with self.naming(file):
                 found = len(re.findall(breaks[file.suffix[1:]], file.read_bytes())) + (file.suffix != ".htm")
