@@ -274,6 +274,13 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
     return height;
 }
 
+// Whether the box is too narrow for any line. Columns without width are hidden on purpose.
+bool BandBuilder::hasNoWidth(const Piece& piece, const TextItem& text) const {
+    const bool isHidden =
+        piece.item.box.width == 0 && (piece.item.column >= 0 || piece.control->offPaper > 0);
+    return context_.options.drawText && text.lines.empty() && !isHidden && !isBlank(text.text);
+}
+
 // Fixes texts, pictures and drawings in their final boxes and hands the items over.
 void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
     draft.band.items.reserve(draft.band.items.size() + pieces.size());
@@ -285,10 +292,11 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
             if (context_.options.measureText) {
                 const bool otherHeight = size.height != piece.control->box.height;
                 if (otherHeight && isTurned(*piece.style)) breakText(*text, *piece.style, size);
-                placeText(*text, *piece.style, size);
+                std::size_t leftOut = placeText(*text, *piece.style, size);
+                if (leftOut == 0 && hasNoWidth(piece, *text)) leftOut = 1;
                 const bool settlesLate =
                     piece.late && (piece.late->text != nullptr || piece.late->styles != nullptr);
-                if (text->masked && !settlesLate) context_.notes.hiddenNumber(*piece.control, item);
+                if (!settlesLate) context_.notes.placed(*piece.control, item, leftOut);
             }
             const bool shows = item.column >= 0 || piece.late || !text->text.empty() || hasLook(*item.style);
             if (!shows) continue;

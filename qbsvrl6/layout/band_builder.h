@@ -81,6 +81,7 @@ private:
     BandDraft cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
                     BandKind kind, const Position& position, std::optional<std::size_t> previous);
     void suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft);
+    bool hasNoWidth(const Piece& piece, const TextItem& text) const;
     void place(BandDraft& draft, std::vector<Piece>& pieces) const;
     void placeNested(BandDraft& draft, Piece& piece, const std::vector<LateCondition>& around) const;
     std::optional<Color> alternate(std::size_t row, std::size_t behind) const;

@@ -9,6 +9,7 @@
 
 #include "qbsvrl6/layout/column_splits.h"
 #include "qbsvrl6/layout/grid_geometry.h"
+#include "qbsvrl6/layout/paper_edge.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
@@ -144,9 +145,6 @@ struct ColumnBox {
     Micrometres width;
     bool visible;
 };
-struct Span {
-    std::int64_t left, width;
-};
 // The grid's columns that the controls of a group's section may name.
 struct NamedColumns {
     const ColumnNames* names = nullptr;
@@ -154,21 +152,21 @@ struct NamedColumns {
     std::int64_t left = 0;
     bool show = true;
 
-    std::optional<Span> spanOf(const Control& control) const {
+    std::optional<Extent> spanOf(const Control& control) const {
         if (names == nullptr || control.column.empty()) return std::nullopt;
         const auto first = names->find(control.column);
         if (first == names->end()) return std::nullopt;
         const auto to = names->find(control.toColumn);
         const std::size_t last = to == names->end() ? first->second : std::max(first->second, to->second);
         const ColumnBox& box = (*boxes)[first->second];
-        return Span{left + box.x, (*boxes)[last].x + (*boxes)[last].width - box.x};
+        return Extent{left + box.x, (*boxes)[last].x + (*boxes)[last].width - box.x};
     }
 };
 
 class Collector {
 public:
-    Collector(const LayoutOptions& options, CellColumns columns, Cuts& cuts)
-        : options_(options), columns_(columns), cuts_(cuts) {}
+    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, Cuts& cuts)
+        : options_(options), paperWidth_(paperWidth), columns_(columns), cuts_(cuts) {}
 
     void addColumns(const ReportDefinition& report, const Place& place) {
         if (!report.grid) return;
@@ -261,17 +259,23 @@ private:
         if (!section) return;
         std::vector<CellBox> cells;
         for (const auto& control : section->controls.items) {
-            const std::optional<Span> named = columns.spanOf(*control);
-            const Span span = named.value_or(Span{place.left + control->box.x, control->box.width});
+            const std::optional<Extent> named = columns.spanOf(*control);
+            const Extent span = named ? *named : freeSpan(*control, place);
             // Of a grid without rows the columns that controls name are places like those of free controls.
             if (!named || !columns.show) cuts_.addFreeBox(span.left, span.width);
-            if (!named) addSubReport(*control, {span.left, control->box.width, place.depth});
+            if (!named)
+                addSubReport(*control, {span.left, static_cast<Micrometres>(span.width), place.depth});
             if (hasCell(*control)) {
                 cells.push_back({Cuts::onDrawing(span.left), Cuts::onDrawing(span.left + span.width),
                                  control->box.y, control->box.bottom()});
             }
         }
         cuts_.addCells(std::move(cells));
+    }
+
+    Extent freeSpan(const Control& control, const Place& place) const {
+        const Extent span{place.left + control.box.x, control.box.width};
+        return options_.paged ? extentOnPaper(control, span, paperWidth_) : span;
     }
 
     // Pictures and drawings overlay the cells of workbooks; in records they have their cells.
@@ -296,6 +300,7 @@ private:
     }
 
     const LayoutOptions& options_;
+    const Micrometres paperWidth_;
     CellColumns columns_;
     Cuts& cuts_;
 };
@@ -310,7 +315,7 @@ Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
 std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
                                      CellColumns columns) {
     Cuts cuts(columns);
-    Collector collector(options, columns, cuts);
+    Collector collector(options, report.page.paper.width, columns, cuts);
     const Place place = placeOf(report, options);
     collector.addColumns(report, place);
     cuts.takeGridEdges();

@@ -187,4 +187,8 @@ Micrometres detailWidth(const PageSetup& page) {
     return (printableWidth(page) - (columns - 1) * std::max<Micrometres>(page.columnGap, 0)) / columns;
 }
 
+Micrometres lastDetailColumn(const PageSetup& page) {
+    return (detailColumns(page) - 1) * (detailWidth(page) + std::max<Micrometres>(page.columnGap, 0));
+}
+
 }  // namespace qbsvrl6

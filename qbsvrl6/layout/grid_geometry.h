@@ -51,6 +51,8 @@ GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSur
 Micrometres detailWidth(const PageSetup& page);
 // How many of them there are: at least one, and no more than have a width.
 int detailColumns(const PageSetup& page);
+// Where the last of them begins, from the first one.
+Micrometres lastDetailColumn(const PageSetup& page);
 Micrometres printableWidth(const PageSetup& page);  // between the margins
 
 }  // namespace qbsvrl6

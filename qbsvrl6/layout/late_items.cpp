@@ -125,8 +125,7 @@ void LateItems::fit(Item& item, const LateItem& late) {
     if (!context_.options.measureText) return;
     const Size box{item.box.width, item.box.height};
     breakText(*text, style, box);
-    placeText(*text, style, box);
-    if (text->masked) context_.notes.hiddenNumber(*late.control, item);
+    context_.notes.placed(*late.control, item, placeText(*text, style, box));
 }
 
 const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds,

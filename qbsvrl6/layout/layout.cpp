@@ -58,7 +58,7 @@ void layOut(const ReportDefinition& report, const ReportData& data, const Layout
             PageSink& sink) {
     LayoutContext context(options, ReportWalk::walk);
     context.now = localTime();
-    const std::unique_ptr<ReportPlan> plan = planReport(report, {data, options, context.styles});
+    const std::unique_ptr<ReportPlan> plan = planReport(report, {data, options, context.styles, report.page});
     ReportInstance instance{
         *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false};
     if (options.paged) {

@@ -25,12 +25,16 @@ struct PageNumbers {
 // What goes to the log once, however many rows it is true of.
 class LayoutNotes {
 public:
-    // The item, placed in its box, shows #### in place of a number.
-    void hiddenNumber(const PlannedControl& control, const Item& item);
+    // The item's text is placed in its box, and the box does not grow: reports #### in place of a number, and
+    // lines that have no room.
+    void placed(const PlannedControl& control, const Item& item, std::size_t linesLeftOut);
     void madeSmaller();
 
 private:
-    std::unordered_set<const Control*> hidden_;
+    void hiddenNumber(const PlannedControl& control, const Item& item);
+
+    std::unordered_set<const Control*> hidden_;   // numbers
+    std::unordered_set<const Control*> leftOut_;  // lines
     bool madeSmaller_ = false;
 };
 

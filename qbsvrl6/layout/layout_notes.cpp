@@ -8,14 +8,37 @@
 
 namespace qbsvrl6 {
 
+namespace {
+
+std::string shownName(const PlannedControl& control) {
+    return control.gridColumn ? "column " + quoted(*control.gridColumn) : nameForLog(*control.control);
+}
+
+}  // namespace
+
+void LayoutNotes::placed(const PlannedControl& control, const Item& item, std::size_t linesLeftOut) {
+    const TextItem& text = std::get<TextItem>(item.content);
+    if (text.masked) hiddenNumber(control, item);
+    const bool isWanted = item.style->fit == TextFit::Clip;
+    if (linesLeftOut == 0 || isWanted || !leftOut_.insert(control.control).second) return;
+    logWarning(shownName(control) + " is " + inMillimetres(item.box.width) + " wide and " +
+                   inMillimetres(item.box.height) + " high and cannot grow: " + std::to_string(linesLeftOut) +
+                   (linesLeftOut == 1 ? " line" : " lines") + " of " + quoted(text.text) +
+                   (linesLeftOut == 1 ? " is" : " are") + " left out",
+               control.control->place);
+}
+
 void LayoutNotes::hiddenNumber(const PlannedControl& control, const Item& item) {
     if (!hidden_.insert(control.control).second) return;
     const WideNumber number = widestNumber(std::get<TextItem>(item.content), PooledStyle::of(*item.style),
                                            {item.box.width, item.box.height});
-    logWarning(quoted(number.text) + " in " + (control.gridColumn ? "column " : "control ") +
-               quoted(control.gridColumn ? *control.gridColumn : control.control->name) + " needs " +
-               inMillimetres(number.needed) + " and has " + inMillimetres(number.available) +
-               ": it shows as ####");
+    std::string message = quoted(number.text) + " in " + shownName(control) + " needs " +
+                          inMillimetres(number.needed) + " and has " + inMillimetres(number.available);
+    if (control.offPaper > 0) {
+        message += ", since " + inMillimetres(control.offPaper) + " of its box are off the paper";
+    }
+    logWarning(message + ": it shows as ####; a wider box or a smaller font shows it",
+               control.control->place);
 }
 
 void LayoutNotes::madeSmaller() {

@@ -18,4 +18,10 @@ std::string quoted(std::u16string_view text) {
     return '"' + toUtf8(text.substr(0, kQuotedUnits)) + (text.size() > kQuotedUnits ? "…\"" : "\"");
 }
 
+std::string nameForLog(const Control& control) {
+    constexpr std::array<const char*, 7> kKinds = {"a text",    "a line",  "a box",       "a picture",
+                                                   "a barcode", "a chart", "a sub-report"};
+    return control.name.empty() ? kKinds.at(control.content.index()) : "control " + quoted(control.name);
+}
+
 }  // namespace qbsvrl6

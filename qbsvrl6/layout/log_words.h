@@ -6,12 +6,17 @@
 #include <string>
 #include <string_view>
 
+#include "qbsvrl6/model/report.h"
+
 namespace qbsvrl6 {
 
 std::string inMillimetres(std::int64_t micrometres);
 
 // In quotes, and no longer than a line bears.
 std::string quoted(std::u16string_view text);
+
+// What a control is called: by its name, or by its kind.
+std::string nameForLog(const Control& control);
 
 }  // namespace qbsvrl6
 

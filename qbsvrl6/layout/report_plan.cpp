@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "qbsvrl6/layout/log_words.h"
+#include "qbsvrl6/layout/paper_edge.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -32,8 +33,9 @@ const T* found(const std::map<const ReportDefinition*, std::shared_ptr<const T>>
 
 class Planner {
 public:
-    Planner(const ReportDefinition& report, const PlanSource& source, int depth)
-        : report_(report), source_(source), depth_(depth) {}
+    // `left` is where the report's sections begin on the paper.
+    Planner(const ReportDefinition& report, const PlanSource& source, Micrometres left, int depth)
+        : report_(report), source_(source), left_(left), depth_(depth) {}
 
     // A sub-report is planned for a box of this width and reads the outer report's data where it has none of
     // its own.
@@ -52,8 +54,9 @@ public:
             for (const SectionPtr& section : report_.reportFooters) addSection(plan_->reportFooters, section);
         }
         if (sections && !nested && source_.options.pageHeadersAndFooters) {
-            if (report_.pageHeader) plan_->pageHeader = planSection(*report_.pageHeader, Page::IsOwn);
-            if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, Page::IsOwn);
+            const Site page{left_, 1, Page::IsOwn};
+            if (report_.pageHeader) plan_->pageHeader = planSection(*report_.pageHeader, page);
+            if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, page);
         }
         if (report_.grid) planGrid();
         return std::move(plan_);
@@ -62,6 +65,13 @@ public:
 private:
     // Whose scope the page is: that of page headers and footers.
     enum class Page { IsOwn, IsNot };
+
+    // Where a section or row is planned.
+    struct Site {
+        Micrometres left = 0;  // its left edge on the paper; in columns of detail, that of the last one
+        double scale = 1;      // of its lengths and fonts
+        Page page = Page::IsNot;
+    };
 
     // The grid's own data leads; the report's is there for its parameters and, where its table is another,
     // for the fields of that table's first row.
@@ -99,7 +109,7 @@ private:
     }
 
     void addSection(std::vector<PlannedSection>& sections, const SectionPtr& section) {
-        if (section) sections.push_back(planSection(*section, Page::IsNot));
+        if (section) sections.push_back(planSection(*section, {left_}));
     }
 
     Visibility visibility(const std::u16string& text, Page page) {
@@ -119,13 +129,13 @@ private:
         return late ? Known::OnPage : Known::Now;
     }
 
-    PlannedSection planSection(const Section& section, Page page) {
-        PlannedSection planned = emptySection(section, 1, page);
+    PlannedSection planSection(const Section& section, const Site& site) {
+        PlannedSection planned = emptySection(section, site);
         for (const auto& control : section.controls.items) {
             const Rect& box = control->box;
             const Rect sound{soundOffset(box.x), soundOffset(box.y), soundLength(box.width),
                              soundLength(box.height)};
-            planned.controls.push_back(planControl(*control, sound, 1, page));
+            planned.controls.push_back(planFreeControl(*control, sound, site));
         }
         slice(planned);
         return planned;
@@ -173,39 +183,53 @@ private:
         for (SectionSlice& made : section.slices) std::sort(made.controls.begin(), made.controls.end());
     }
 
-    PlannedSection emptySection(const Section& section, double scale, Page page) {
+    PlannedSection emptySection(const Section& section, const Site& site) {
         PlannedSection planned;
         planned.section = &section;
-        planned.height = scaledLength(soundLength(section.height), scale);
-        planned.visible = visibility(section.visibleWhen, page);
+        planned.height = scaledLength(soundLength(section.height), site.scale);
+        planned.visible = visibility(section.visibleWhen, site.page);
         return planned;
     }
 
-    PlannedControl planControl(const Control& control, const Rect& box, double scale, Page page) {
+    // A control whose position is its own affair: it may reach beyond the paper.
+    PlannedControl planFreeControl(const Control& control, Rect box, const Site& site) {
+        if (!source_.options.paged) return planControl(control, box, site);
+        const Micrometres paper = soundLength(source_.page.paper.width);
+        const Extent whole{std::int64_t{site.left} + box.x, box.width};
+        const Extent visible = extentOnPaper(control, whole, paper);
+        warnOfOverhang(control, whole, paper);
+        box.x = static_cast<Micrometres>(visible.left - site.left);
+        box.width = static_cast<Micrometres>(visible.width);
+        PlannedControl planned = planControl(control, box, site);
+        planned.offPaper = static_cast<Micrometres>(whole.width - visible.width);
+        return planned;
+    }
+
+    PlannedControl planControl(const Control& control, const Rect& box, const Site& site) {
         PlannedControl planned;
         planned.control = &control;
         planned.box = box;
         planned.style = source_.styles.intern(
-            scaledStyle(resolveStyle(report_, control.styleName, control.style), scale));
+            scaledStyle(resolveStyle(report_, control.styleName, control.style), site.scale));
         for (const ConditionalStyle& conditional : control.conditions) {
             Expression when = plan_->binding->compile(conditional.when);
-            const Known known = whenKnown(when, page);
+            const Known known = whenKnown(when, site.page);
             planned.conditions.push_back({std::move(when), &conditional.style, known});
         }
-        planned.visible = visibility(control.visibleWhen, page);
+        planned.visible = visibility(control.visibleWhen, site.page);
         planned.content =
-            std::visit([&](const auto& content) { return planContent(content, box, page); }, control.content);
+            std::visit([&](const auto& content) { return planContent(content, box, site); }, control.content);
         return planned;
     }
 
-    PlannedContent planContent(const TextContent& content, const Rect&, Page page) {
+    PlannedContent planContent(const TextContent& content, const Rect&, const Site& site) {
         PlannedText planned;
         planned.text = plan_->binding->compileText(content.text);
         if (!content.link.empty()) planned.link = plan_->binding->compileText(content.link);
         planned.evaluate = content.evaluate;
         planned.suppressRepeated = content.suppressRepeated;
         planned.removeWhenBlank = content.removeWhenBlank;
-        const bool pageScope = page == Page::IsOwn || content.evaluate == TextContent::Evaluate::Page;
+        const bool pageScope = site.page == Page::IsOwn || content.evaluate == TextContent::Evaluate::Page;
         planned.needsPage = planned.text.any(&Expression::usesPage) ||
                             content.evaluate == TextContent::Evaluate::Page ||
                             (pageScope && planned.text.any(&Expression::usesDefaultScope));
@@ -213,19 +237,19 @@ private:
         return planned;
     }
 
-    PlannedContent planContent(const LineContent& content, const Rect&, Page) { return content; }
-    PlannedContent planContent(const BoxContent& content, const Rect&, Page) { return content; }
+    PlannedContent planContent(const LineContent& content, const Rect&, const Site&) { return content; }
+    PlannedContent planContent(const BoxContent& content, const Rect&, const Site&) { return content; }
 
-    PlannedContent planContent(const PictureContent& content, const Rect&, Page) {
+    PlannedContent planContent(const PictureContent& content, const Rect&, const Site&) {
         return PlannedPicture{&content, plan_->binding->compileText(content.source), folderAt(content.folder),
                               plan_->binding->compileText(content.alternateText)};
     }
 
-    PlannedContent planContent(const BarcodeContent& content, const Rect&, Page) {
+    PlannedContent planContent(const BarcodeContent& content, const Rect&, const Site&) {
         return PlannedBarcode{&content, plan_->binding->compileText(content.text)};
     }
 
-    PlannedContent planContent(const ChartContent& content, const Rect&, Page) {
+    PlannedContent planContent(const ChartContent& content, const Rect&, const Site&) {
         PlannedChart planned;
         planned.content = &content;
         planned.title = plan_->binding->compileText(content.settings.title);
@@ -259,7 +283,7 @@ private:
         return sources;
     }
 
-    PlannedContent planContent(const SubReportContent& content, const Rect& box, Page) {
+    PlannedContent planContent(const SubReportContent& content, const Rect& box, const Site& site) {
         PlannedSubReport planned;
         if (depth_ + 1 > limits::kSubReportDepth) {
             logWarning("sub-reports are nested more than " + std::to_string(limits::kSubReportDepth) +
@@ -270,8 +294,8 @@ private:
             planned.arguments.push_back(plan_->binding->compile(parameter.expression));
         }
         const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
-        planned.plan =
-            Planner(content.report->definition, source_, depth_ + 1).plan(width, data_, content.parameters);
+        planned.plan = Planner(content.report->definition, source_, site.left + box.x, depth_ + 1)
+                           .plan(width, data_, content.parameters);
         plan_->needsPageCount = plan_->needsPageCount || planned.plan->needsPageCount;
         return planned;
     }
@@ -293,16 +317,16 @@ private:
         }
         planned.geometry = placeColumns(grid, available, surroundings);
         warnOfDiscarded(grid, planned.geometry, available);
-        const double scale = planned.geometry.scale;
-        planned.titleHeight = scaledLength(soundLength(grid.titleHeight), scale);
-        planned.rowHeight = scaledLength(soundLength(grid.rowHeight), scale);
+        Site site{left_ + planned.geometry.x, planned.geometry.scale};
+        if (depth_ == 0 && source_.options.paged) site.left += lastDetailColumn(report_.page);
+        planned.titleHeight = scaledLength(soundLength(grid.titleHeight), site.scale);
+        planned.rowHeight = scaledLength(soundLength(grid.rowHeight), site.scale);
         for (std::size_t i = 0; i < grid.columns.size(); ++i) {
             const PlacedColumn& place = planned.geometry.columns[i];
             columnIndex_.emplace(grid.columns[i]->name, i);
             if (!place.visible) continue;
             const auto cell = [&](const Control& control, Micrometres height) {
-                PlannedControl made =
-                    planControl(control, {place.x, 0, place.width, height}, scale, Page::IsNot);
+                PlannedControl made = planControl(control, {place.x, 0, place.width, height}, site);
                 made.gridColumn = &grid.columns[i]->name;
                 made.firstColumn = made.lastColumn = static_cast<int>(i);
                 made.set = place.set;
@@ -315,8 +339,8 @@ private:
         for (const auto& group : grid.groups) {
             PlannedGroup made;
             made.group = group.get();
-            if (group->header) made.header = planGroupSection(*group->header, planned.geometry);
-            if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry);
+            if (group->header) made.header = planGroupSection(*group->header, planned.geometry, site);
+            if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry, site);
             planned.groups.push_back(std::move(made));
         }
     }
@@ -340,8 +364,8 @@ private:
 
     // Controls that name columns follow them: to their line where group sections wrap, and to each page that
     // holds some of them.
-    PlannedSection planGroupSection(const Section& section, const GridGeometry& geometry) {
-        PlannedSection planned = emptySection(section, geometry.scale, Page::IsNot);
+    PlannedSection planGroupSection(const Section& section, const GridGeometry& geometry, const Site& site) {
+        PlannedSection planned = emptySection(section, site);
         int lines = 1;
         for (const auto& control : section.controls.items) {
             Rect box = control->box;
@@ -351,7 +375,7 @@ private:
                    scaledLength(soundLength(box.height), geometry.scale)};
             const auto first = columnIndex_.find(control->column);
             if (control->column.empty() || first == columnIndex_.end()) {
-                planned.controls.push_back(planControl(*control, box, geometry.scale, Page::IsNot));
+                planned.controls.push_back(planFreeControl(*control, box, site));
                 planned.controls.back().set = 0;
                 continue;
             }
@@ -370,7 +394,7 @@ private:
                     own.y += left.line * planned.height;
                     lines = std::max(lines, left.line + 1);
                 }
-                PlannedControl made = planControl(*control, own, geometry.scale, Page::IsNot);
+                PlannedControl made = planControl(*control, own, site);
                 made.firstColumn = static_cast<int>(span->first);
                 made.lastColumn = static_cast<int>(span->second);
                 const bool everywhere = geometry.columns[last].set == kEverySet;
@@ -404,6 +428,7 @@ private:
 
     const ReportDefinition& report_;
     const PlanSource& source_;
+    Micrometres left_;
     int depth_;
     std::unique_ptr<ReportPlan> plan_;
     const DataSet* data_ = nullptr;
@@ -414,7 +439,8 @@ private:
 }  // namespace
 
 std::unique_ptr<ReportPlan> planReport(const ReportDefinition& report, const PlanSource& source) {
-    return Planner(report, source, 0).plan(printableWidth(report.page), nullptr, {});
+    return Planner(report, source, soundOffset(report.page.margins.left), 0)
+        .plan(printableWidth(report.page), nullptr, {});
 }
 
 }  // namespace qbsvrl6

@@ -81,7 +81,8 @@ using PlannedContent = std::variant<PlannedText, LineContent, BoxContent, Planne
 
 struct PlannedControl {
     const Control* control = nullptr;
-    Rect box;                                    // in its section or row
+    Rect box;                                    // in its section or row, as far as it is on the paper
+    Micrometres offPaper = 0;                    // width that it would have beyond the paper's edges
     const std::u16string* gridColumn = nullptr;  // name of the column that this is the title or cell of
     int firstColumn = -1, lastColumn = -1;
     int set = kEverySet;  // of columns, where the grid goes on to pages of their own
@@ -143,6 +144,7 @@ struct PlanSource {
     const ReportData& data;
     const LayoutOptions& options;
     StylePool& styles;
+    const PageSetup& page;  // of the outermost report
 };
 
 // Raises EngineError for faulty expressions and passed limits.

@@ -477,12 +477,18 @@ WideNumber widestNumber(const TextItem& item, const PooledStyle& style, Size box
     return result;
 }
 
-void placeText(TextItem& item, const PooledStyle& style, Size box) {
-    if (item.lines.empty()) return;
+std::size_t placeText(TextItem& item, const PooledStyle& style, Size box) {
+    if (item.lines.empty()) return 0;
     if (isTurned(style) && !item.masked && item.shown.empty()) fitTurned(item, style, box);
     const Size turned = unturned(style, box);
-    const std::size_t fitting = fittingLines(style, item.fontSize, turned.height);
-    if (item.lines.size() > fitting) item.lines.resize(fitting);
+    std::size_t fitting = fittingLines(style, item.fontSize, turned.height);
+    if (item.lines.size() > fitting && fitting > 0 && !item.masked && isOneValue(item)) {
+        mask(item, style, smallestNumberSize(style.fontSize), innerWidth(style, box));
+        align(item, style, box);
+        fitting = fittingLines(style, item.fontSize, turned.height);
+    }
+    const std::size_t leftOut = item.lines.size() - std::min(item.lines.size(), fitting);
+    item.lines.resize(item.lines.size() - leftOut);
     const Edges padding = unturnedPadding(style);
     const Micrometres lineHeight = style.lineHeight(item.fontSize);
     const Micrometres height = linesHeight(item.lines.size(), item, style);
@@ -504,6 +510,7 @@ void placeText(TextItem& item, const PooledStyle& style, Size box) {
         line.baseline = top + ascent;
         top += lineHeight;
     }
+    return leftOut;
 }
 
 namespace {

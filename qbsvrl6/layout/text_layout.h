@@ -19,9 +19,10 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box);
 // The same height, for whoever draws no text: one that fits on one line gets none.
 Micrometres measureText(TextItem& item, const PooledStyle& style, Size box);
 
-// Gives the broken lines their place in the box, whose height may have grown by now. Lines that don't fit are
-// dropped; turned numbers have their last chance to fit.
-void placeText(TextItem& item, const PooledStyle& style, Size box);
+// Gives the broken lines their position in the box, whose height may have grown by now. Lines that do not fit are
+// left out: gives their number. One value is not cut there: it shows as #### unless all of its lines fit. Turned
+// numbers have their last chance to fit.
+std::size_t placeText(TextItem& item, const PooledStyle& style, Size box);
 
 // A number in a box, at the size that the style asks for.
 struct WideNumber {

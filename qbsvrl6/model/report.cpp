@@ -102,7 +102,8 @@ ControlKind Control::kind() const {
 Control cloneControl(const Control& source) {
     return {source.name,       source.box,         source.column,
             source.toColumn,   source.styleName,   source.style,
-            source.conditions, source.visibleWhen, cloneContent(source.content)};
+            source.conditions, source.visibleWhen, cloneContent(source.content),
+            source.place};
 }
 
 SectionPtr cloneSection(const Section& source) {

@@ -104,6 +104,7 @@ struct Control {
     std::vector<ConditionalStyle> conditions;
     std::u16string visibleWhen;  // an expression; empty: always
     ControlContent content;
+    SubjectPlace place = {};  // of its element in the template's file, for messages; never saved
 
     ControlKind kind() const;
 };

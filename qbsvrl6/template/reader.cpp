@@ -11,6 +11,7 @@
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/source_text.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/hidden_controls.h"
 #include "qbsvrl6/template/raw_characters.h"
 #include "qbsvrl6/template/schema.h"
 #include "qbsvrl6/template/template_io.h"
@@ -42,6 +43,12 @@ struct PlacedText {
     TextPlaces* places;
 };
 
+// A control whose place the report keeps for messages.
+struct PlacedControl {
+    std::size_t offset;
+    Control* control;
+};
+
 struct FoundError {
     ErrorCode code;
     std::string message;
@@ -65,6 +72,7 @@ struct Reading {
     std::vector<FoundError> errors;
     std::vector<FoundWarning> warnings;
     std::vector<PlacedText> texts;
+    std::vector<PlacedControl> controls;
     TextPlaces* places = nullptr;  // of the report that is being read
     int reportDepth = 0;
 
@@ -83,16 +91,19 @@ struct Reading {
     void settlePlaces();
 };
 
-// The places of all reports in one pass over the text.
+// The places of all reports: one pass over the text for their texts, one for their controls.
 void Reading::settlePlaces() {
-    std::stable_sort(texts.begin(), texts.end(), [](const PlacedText& left, const PlacedText& right) {
-        return left.offset < right.offset;
-    });
-    PlaceCursor cursor(source);
-    for (const PlacedText& text : texts) {
-        const SourcePlace place = cursor.place(text.offset);
-        text.places->add(text.key, {place.line, place.column});
-    }
+    const auto settle = [this](auto& found, auto&& take) {
+        std::stable_sort(found.begin(), found.end(),
+                         [](const auto& left, const auto& right) { return left.offset < right.offset; });
+        PlaceCursor cursor(source);
+        for (auto& one : found) {
+            const SourcePlace place = cursor.place(one.offset);
+            take(one, SubjectPlace{place.line, place.column});
+        }
+    };
+    settle(texts, [](PlacedText& text, SubjectPlace place) { text.places->add(text.key, place); });
+    settle(controls, [](PlacedControl& found, SubjectPlace place) { found.control->place = place; });
 }
 
 void Reading::fail() {
@@ -435,6 +446,7 @@ bool ReadElement::readControlContent(pugi::xml_node node, Control& control, bool
         found = true;
         using Content = std::decay_t<decltype(empty)>;
         describeNode(node, [&](ReadElement& element) {
+            reading_.controls.push_back({offsetOf(reading_.source.text(), node), &control});
             describeControlFrame(element, control, inCell);
             Content content;
             describeContent(element, content);
@@ -461,6 +473,7 @@ void ReadElement::cell(const char* name, Control& control) {
             if (first.next_sibling()) element.addError(tag(name) + " holds more than one control");
             return;
         }
+        reading_.controls.push_back({offsetOf(reading_.source.text(), element.node_), &control});
         describeControlFrame(element, control, true);
         TextContent content;
         describeText(element, content);
@@ -635,7 +648,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
-    Reading reading{source, directoryOf(origin), {}, {}, {}, {}, {}};
+    Reading reading{source, directoryOf(origin), {}, {}, {}, {}, {}, {}};
     ReportDefinition definition;
     const auto places = std::make_shared<TextPlaces>();
     definition.places = places;
@@ -655,6 +668,8 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     if (!reading.errors.empty()) reading.fail();
     reading.settlePlaces();
     reading.logWarnings();
+    const LogSubject subject(origin);
+    warnOfHiddenControls(definition);
     return definition;
 }
 

@@ -206,7 +206,8 @@ TEST_F(DataTest, UnknownFieldsAndBadBarcodesNameTheirPlaceOnce) {
         const char* body;
         const char* messages;
     } cases[] = {
-        {"<ReportHeader><Text text='Sum: [Amout:0.00]'/>\n<Text text='[Id]' visibleWhen='Idd &gt; "
+        {"<ReportHeader><Text text='Sum: [Amout:0.00]' width='9mm'/>\n<Text text='[Id]' visibleWhen='Idd "
+         "&gt; "
          "1'/></ReportHeader>",
          "t.qbf:2:21: unknown field \"Amout\" in [Amout:0.00] is read as empty; did you mean \"Amount\"? "
          "There are: Id, Amount, Double, City\n"
@@ -217,7 +218,7 @@ TEST_F(DataTest, UnknownFieldsAndBadBarcodesNameTheirPlaceOnce) {
          "t.qbf:2:54: unknown field \"x\" in [x] is read as empty; there are: Id, Amount, Double, City\n"
          "t.qbf:3:39: unknown field \"x\" in [x] is read as empty; there are: Id, Amount, Double, City\n"},
         // the same text over two tables
-        {"<ReportHeader><Text text='[Price]'/>\n<Chart width='50mm' height='50mm' table='Lines' "
+        {"<ReportHeader><Text text='[Price]' width='9mm'/>\n<Chart width='50mm' height='50mm' table='Lines' "
          "category='[Price]'><Series value='Price'/></Chart></ReportHeader>",
          "t.qbf:2:21: unknown field \"Price\" in [Price] is read as empty; there are: Id, Amount, Double, "
          "City\n"},

@@ -189,12 +189,22 @@ TEST_F(ApiTest, AMissingBackgroundPictureIsLeftOutAndTold) {
 
 TEST_F(ApiTest, WhatAPageCannotShowIsLoggedOnceAndKeptInCells) {
     write("narrow.qbf", R"(<Report version="1"><Page width="60mm" height="60mm" margins="5mm"/>
-        <DefaultStyle font="DejaVu Sans Mono"/><Grid adapt="discard"><Columns>
+        <DefaultStyle font="DejaVu Sans Mono"/>
+        <ReportHeader height="9mm" canGrow="false"><Text x="45mm" width="20mm" height="4mm" text="[1234567.89:#,##0.00]"/>
+        <Text name="off" x="55mm" width="9mm" height="4mm" text="off"/><Text name="low" y="9mm" width="9mm" height="4mm"/>
+        <Text name="two" width="9mm" height="4mm" text="one two"/></ReportHeader>
+        <Grid adapt="discard"><Columns>
         <Column name="amount" width="9mm"><Content text="[A:#,##0.00]"/></Column>
         <Column name="wide" width="60mm"/><Column name="last" width="6mm"/></Columns></Grid></Report>)");
     write("narrow.txt", R"([{"A":1234567.89},{"A":-1234567.89},{"A":1}])");
     const OwnReport report;
+    takeLog();
     QBReportLoadFromFile(report, path("narrow.qbf").c_str());
+    const std::string loading = takeLog();
+    EXPECT_NE(loading.find("narrow.qbf:4:9: control \"off\" is beside the paper"), std::string::npos)
+        << loading;
+    EXPECT_NE(loading.find("narrow.qbf:4:72: control \"low\" is below its section"), std::string::npos)
+        << loading;
     QBReportSetConnectionString(report, u"xml");
     QBReportSetQuerySQL(report, u"narrow.txt");
     const std::string csv = exported(report, QBExportType_CSV);
@@ -204,6 +214,10 @@ TEST_F(ApiTest, WhatAPageCannotShowIsLoggedOnceAndKeptInCells) {
     const std::string log = takeLog();
     for (const char* const line :
          {"\"1,234,567.89\" in column \"amount\" needs 25.5 mm and has 8.0 mm: it shows as ####",
+          "narrow.qbf:3:52: a text reaches from 50.0 mm to 70.0 mm on paper that is 60.0 mm wide",
+          "narrow.qbf:3:52: \"1,234,567.89\" in a text needs 25.5 mm and has 9.0 mm, since 10.0 mm of its "
+          "box",
+          "control \"two\" is 9.0 mm wide and 4.0 mm high and cannot grow: 1 line of \"one two\" is left out",
           "the columns need 75.0 mm and have 50.0 mm: adapt=\"discard\" leaves out \"wide\", \"last\""}) {
         const std::size_t place = log.find(line);
         EXPECT_NE(place, std::string::npos) << line << "\n" << log;
