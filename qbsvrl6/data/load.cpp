@@ -5,6 +5,7 @@
 #include "qbsvrl6/data/readers.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/xml_writer.h"
 
 namespace qbsvrl6 {
 
@@ -26,35 +27,8 @@ Form formOf(const SourceText& source) {
     }
 }
 
-bool isXmlCharacter(char32_t c) {
-    return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c != 0xFFFE && c != 0xFFFF && c != 0xFFFD);
-}
-
-// Characters that XML can't hold become U+FFFD.
-void appendText(std::u16string& xml, std::u16string_view text) {
-    for (std::size_t i = 0; i < text.size();) {
-        const char32_t c = nextCharacter(text, i);
-        switch (c) {
-            case '&':
-                xml += u"&amp;";
-                break;
-            case '<':
-                xml += u"&lt;";
-                break;
-            case '>':
-                xml += u"&gt;";
-                break;
-            case '\r':
-                xml += u"&#13;";
-                break;
-            default:
-                appendCharacter(xml, isXmlCharacter(c) ? c : 0xFFFD);
-        }
-    }
-}
-
 // A name of ours as one of XML's: other characters become "_".
-std::u16string elementName(std::u16string_view name, std::u16string_view fallback) {
+std::string elementName(std::u16string_view name, std::u16string_view fallback) {
     const auto isStart = [](char16_t c) {
         return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c == u'_' ||
                (c >= 0xC0 && c < 0x2000) || (c >= 0x3001 && c < 0xD800) || (c >= 0xF900 && c < 0xFDD0);
@@ -67,36 +41,22 @@ std::u16string elementName(std::u16string_view name, std::u16string_view fallbac
         if (!isPart(c)) c = u'_';
     }
     if (!isStart(result.front())) result.insert(0, 1, u'_');
-    return result;
+    return toUtf8(result);
 }
 
-void appendElement(std::u16string& xml, const std::u16string& name, std::u16string_view text) {
-    xml += u'<';
-    xml += name;
-    xml += u'>';
-    appendText(xml, text);
-    xml += u"</";
-    xml += name;
-    xml += u'>';
-}
-
-void appendRows(std::u16string& xml, const Table& table) {
-    const std::u16string rowName = elementName(table.name(), u"row");
-    std::vector<std::u16string> names;
+void writeRows(XmlWriter& xml, const Table& table) {
+    const std::string rowName = elementName(table.name(), u"row");
+    std::vector<std::string> names;
     for (std::size_t column = 0; column < table.columnCount(); ++column) {
         names.push_back(elementName(table.columnName(column), u"column"));
     }
     for (std::size_t row = 0; row < table.rowCount(); ++row) {
-        xml += u'<';
-        xml += rowName;
-        xml += u'>';
+        xml.open(rowName).text();  // two tags, even for a row of nothing but nulls
         for (std::size_t column = 0; column < names.size(); ++column) {
             const Value value = table.value(row, column);
-            if (!value.isNull()) appendElement(xml, names[column], value.text);
+            if (!value.isNull()) xml.element(names[column], value.text);
         }
-        xml += u"</";
-        xml += rowName;
-        xml += u">\n";
+        xml.close().lineEnd();
     }
 }
 
@@ -131,14 +91,15 @@ std::u16string readXmlText(std::string bytes, const std::string& origin) {
         return toUtf16(source.text());
     }
     const DataSet data = readJson(source);
-    std::u16string xml = u"<data>\n";
+    std::string text;
+    XmlWriter xml(text);
+    xml.open("data").lineEnd();
     for (const DataParameter& parameter : data.parameters) {
-        appendElement(xml, elementName(parameter.name, u"parameter"), parameter.text);
-        xml += u'\n';
+        xml.element(elementName(parameter.name, u"parameter"), parameter.text).lineEnd();
     }
-    for (const Table& table : data.tables) appendRows(xml, table);
-    xml += u"</data>\n";
-    return xml;
+    for (const Table& table : data.tables) writeRows(xml, table);
+    xml.close().lineEnd();
+    return toUtf16(text);
 }
 
 }  // namespace qbsvrl6

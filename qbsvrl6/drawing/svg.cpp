@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "qbsvrl6/fonts/aliases.h"
-#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -27,10 +26,6 @@ void appendNumber(std::string& out, double value) {
     out.append(static_cast<const char*>(buffer), end);
 }
 
-void appendLength(std::string& out, double micrometres) {
-    appendNumber(out, micrometres / kMicrometresPerUnit);
-}
-
 void appendColor(std::string& out, Color color) {
     static constexpr char digits[] = "0123456789abcdef";
     out += '#';
@@ -40,143 +35,101 @@ void appendColor(std::string& out, Color color) {
     }
 }
 
-void appendEscaped(std::string& out, std::u16string_view text) {
-    for (const char c : toUtf8(text)) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            // XML has no way to write the other control characters.
-            default:
-                out += (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n') ? ' ' : c;
-        }
-    }
-}
+// Lengths and colours as parts of values.
+struct Length {
+    double micrometres;
+    void appendTo(std::string& out) const { appendNumber(out, micrometres / kMicrometresPerUnit); }
+};
+struct Plain {
+    double number;
+    void appendTo(std::string& out) const { appendNumber(out, number); }
+};
+struct Paint {
+    Color color;
+    void appendTo(std::string& out) const { appendColor(out, color); }
+};
 
-void appendPath(std::string& out, const Drawing::Path& path) {
-    out += "<path d=\"";
+void writePath(XmlWriter& svg, const Drawing::Path& path) {
+    std::string& commands = svg.open("path").beginAttribute("d");
     std::size_t next = 0;
     for (const char command : path.commands) {
         const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
         if (next + count > path.points.size()) break;
-        out += command;
+        commands += command;
         for (std::size_t i = 0; i < count; ++i, ++next) {
-            if (i > 0) out += ' ';
-            appendLength(out, path.points[next].x);
-            out += ' ';
-            appendLength(out, path.points[next].y);
+            if (i > 0) commands += ' ';
+            Length{path.points[next].x}.appendTo(commands);
+            commands += ' ';
+            Length{path.points[next].y}.appendTo(commands);
         }
     }
-    out += "\" fill=\"";
+    svg.endAttribute();
     if (path.fill) {
-        appendColor(out, *path.fill);
-        if (path.fillOpacity < 1) {
-            out += "\" fill-opacity=\"";
-            appendNumber(out, path.fillOpacity);
-        }
+        svg.attribute("fill", Paint{*path.fill});
+        if (path.fillOpacity < 1) svg.attribute("fill-opacity", Plain{path.fillOpacity});
     } else {
-        out += "none";
+        svg.attribute("fill", "none");
     }
     if (path.stroke) {
-        out += "\" stroke=\"";
-        appendColor(out, *path.stroke);
-        out += "\" stroke-width=\"";
-        appendLength(out, path.strokeWidth);
+        svg.attribute("stroke", Paint{*path.stroke}).attribute("stroke-width", Length{path.strokeWidth});
     }
-    out += "\"/>";
+    svg.close();
 }
 
-void appendLabel(std::string& out, const Drawing::Label& label) {
-    static constexpr const char* anchors[] = {"start", "middle", "end"};
-    out += "<text x=\"";
-    appendLength(out, label.x);
-    out += "\" y=\"";
-    appendLength(out, label.y);
-    out += "\" font-size=\"";
-    appendLength(out, label.fontSize * kMicrometresPerPoint);
-    out += "\" text-anchor=\"";
-    out += anchors[static_cast<int>(label.anchor)];
-    out += "\" fill=\"";
-    appendColor(out, label.color);
-    out += "\" font-family=\"";
-    appendEscaped(out, label.fontFamily);
-    if (!label.fontFamily.empty()) out += ", ";
-    out += genericFamily(familyKind(foldFamily(label.fontFamily)));
-    out += '"';
-    if (label.bold) out += " font-weight=\"bold\"";
+void writeLabel(XmlWriter& svg, const Drawing::Label& label) {
+    static constexpr const char* kAnchors[] = {"start", "middle", "end"};
+    svg.open("text").attribute("x", Length{label.x}).attribute("y", Length{label.y});
+    svg.attribute("font-size", Length{label.fontSize * kMicrometresPerPoint});
+    svg.attribute("text-anchor", kAnchors[static_cast<int>(label.anchor)]);
+    svg.attribute("fill", Paint{label.color});
+    svg.attribute("font-family", label.fontFamily, label.fontFamily.empty() ? "" : ", ",
+                  genericFamily(familyKind(foldFamily(label.fontFamily))));
+    if (label.bold) svg.attribute("font-weight", "bold");
     if (label.rotation != 0) {
-        out += " transform=\"rotate(";
-        appendNumber(out, label.rotation);
-        out += ' ';
-        appendLength(out, label.x);
-        out += ' ';
-        appendLength(out, label.y);
-        out += ")\"";
+        svg.attribute("transform", "rotate(", Plain{label.rotation}, " ", Length{label.x}, " ",
+                      Length{label.y}, ")");
     }
-    out += '>';
-    appendEscaped(out, label.text);
-    out += "</text>";
+    svg.text(label.text).close();
 }
 
-void appendSize(std::string& out, Size box, const char* width, const char* height) {
-    out += width;
-    appendNumber(out, box.width / 1000.0);
-    out += height;
-    appendNumber(out, box.height / 1000.0);
-}
-
-void appendContent(std::string& out, const Drawing& drawing, Size box, std::u16string_view alternateText) {
-    out += " viewBox=\"0 0 ";
-    appendLength(out, box.width);
-    out += ' ';
-    appendLength(out, box.height);
-    out += '"';
-    endSvgTag(out, alternateText);
+void writeContent(XmlWriter& svg, const Drawing& drawing, Size box, std::u16string_view alternateText) {
+    svg.attribute("viewBox", "0 0 ", Length{1.0 * box.width}, " ", Length{1.0 * box.height});
+    writeAlternateText(svg, alternateText);
     for (const auto& element : drawing.elements) {
         if (const auto* path = std::get_if<Drawing::Path>(&element)) {
-            appendPath(out, *path);
+            writePath(svg, *path);
         } else {
-            appendLabel(out, std::get<Drawing::Label>(element));
+            writeLabel(svg, std::get<Drawing::Label>(element));
         }
     }
-    out += "</svg>";
+    svg.content();
+    svg.close();
 }
 
 }  // namespace
 
-void endSvgTag(std::string& out, std::u16string_view alternateText) {
+void writeAlternateText(XmlWriter& svg, std::u16string_view alternateText) {
     if (alternateText.empty()) {
-        out += " aria-hidden=\"true\">";
-        return;
+        svg.attribute("aria-hidden", "true");
+    } else {
+        svg.attribute("role", "img").element("title", alternateText);
     }
-    out += " role=\"img\"><title>";
-    appendEscaped(out, alternateText);
-    out += "</title>";
 }
 
 std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText) {
-    std::string out = "<svg xmlns=\"http://www.w3.org/2000/svg\"";
-    appendSize(out, box, " width=\"", "mm\" height=\"");
-    out += "mm\"";
-    appendContent(out, drawing, box, alternateText);
+    std::string out;
+    XmlWriter svg(out);
+    svg.open("svg").attribute("xmlns", "http://www.w3.org/2000/svg");
+    svg.attribute("width", Plain{box.width / 1000.0}, "mm")
+        .attribute("height", Plain{box.height / 1000.0}, "mm");
+    writeContent(svg, drawing, box, alternateText);
     return out;
 }
 
-std::string toInlineSvg(const Drawing& drawing, Size box, std::u16string_view alternateText) {
-    std::string out = "<svg";
-    appendSize(out, box, " style=\"width:", "mm;height:");
-    out += "mm\"";
-    appendContent(out, drawing, box, alternateText);
-    return out;
+void writeInlineSvg(XmlWriter& html, const Drawing& drawing, Size box, std::u16string_view alternateText) {
+    html.open("svg").attribute("style", "width:", Plain{box.width / 1000.0},
+                               "mm;height:", Plain{box.height / 1000.0}, "mm");
+    writeContent(html, drawing, box, alternateText);
 }
 
 }  // namespace qbsvrl6

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "qbsvrl6/items/drawing.h"
+#include "qbsvrl6/support/xml_writer.h"
 
 namespace qbsvrl6 {
 
@@ -13,12 +14,11 @@ namespace qbsvrl6 {
 // the same text.
 std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText = {});
 
-// Ends the opening tag of an <svg>: `alternateText` is what is read aloud in its place; without one it is
-// passed over.
-void endSvgTag(std::string& out, std::u16string_view alternateText);
+// The same as an element of an HTML page, which requires lengths in a style.
+void writeInlineSvg(XmlWriter& html, const Drawing& drawing, Size box, std::u16string_view alternateText);
 
-// The same as an element of an HTML page, which wants lengths in a style.
-std::string toInlineSvg(const Drawing& drawing, Size box, std::u16string_view alternateText);
+// What is read aloud in place of an <svg> whose tag is open; without a text it is passed over.
+void writeAlternateText(XmlWriter& svg, std::u16string_view alternateText);
 
 }  // namespace qbsvrl6
 

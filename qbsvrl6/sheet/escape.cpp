@@ -2,50 +2,26 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
+#include "qbsvrl6/support/character_forms.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+constexpr CharacterForms kPlain;
 
-// What stands for each ASCII character.
-struct AsciiTable {
-    std::array<std::string_view, 128> forms{};  // empty: itself
-    std::array<bool, 128> isPlain{};
-    bool joinsLineEnds = false;  // CR LF is LF
+constexpr CharacterForms kPrintable = CharacterForms().setControls(" ");
 
-    constexpr AsciiTable& done() {
-        for (std::size_t c = 0; c < forms.size(); ++c) isPlain[c] = forms[c].empty();
-        return *this;
-    }
-};
-
-constexpr AsciiTable kPlain = AsciiTable().done();
-
-constexpr AsciiTable kPrintable = [] {
-    AsciiTable table;
-    for (std::size_t c = 0; c < 0x20; ++c) table.forms[c] = " ";
-    table.forms[0x7F] = " ";
-    return table.done();
-}();
-
-constexpr AsciiTable kMarkup = [] {
-    AsciiTable table;
-    for (std::size_t c = 0; c < 0x20; ++c) table.forms[c] = kReplacement;
-    table.forms[0x7F] = kReplacement;
-    table.forms['\t'] = table.forms['\n'] = {};
-    table.forms['\r'] = "\n";
-    table.forms['&'] = "&amp;";
-    table.forms['<'] = "&lt;";
-    table.forms['>'] = "&gt;";
-    table.forms['"'] = "&quot;";
-    table.joinsLineEnds = true;
-    return table.done();
-}();
+constexpr CharacterForms kMarkup = CharacterForms()
+                                       .setControls(kReplacementCharacter)
+                                       .keep("\t\n")
+                                       .joinLineEnds()
+                                       .set('&', "&amp;")
+                                       .set('<', "&lt;")
+                                       .set('>', "&gt;")
+                                       .set('"', "&quot;");
 
 constexpr std::array<std::string_view, 32> kControlForms = {
     "_x0000_", "_x0001_", "_x0002_", "_x0003_", "_x0004_", "_x0005_", "_x0006_", "_x0007_",
@@ -53,62 +29,11 @@ constexpr std::array<std::string_view, 32> kControlForms = {
     "_x0010_", "_x0011_", "_x0012_", "_x0013_", "_x0014_", "_x0015_", "_x0016_", "_x0017_",
     "_x0018_", "_x0019_", "_x001A_", "_x001B_", "_x001C_", "_x001D_", "_x001E_", "_x001F_"};
 
-constexpr AsciiTable kXstring = [] {
-    AsciiTable table = kMarkup;
-    for (std::size_t c = 0; c < 0x20; ++c) table.forms[c] = kControlForms[c];
-    table.forms['\t'] = table.forms['\n'] = table.forms[0x7F] = {};
-    table.forms['\r'] = "\n";
-    return table.done();
+constexpr CharacterForms kXstring = [] {
+    CharacterForms forms = kMarkup;
+    for (char c = 0; c < 0x20; ++c) forms.set(c, kControlForms[static_cast<std::size_t>(c)]);
+    return forms.keep("\t\n\x7F").joinLineEnds();
 }();
-
-// Puts a character beyond ASCII and tells its length.
-std::size_t putUtf8(char* place, char32_t c) {
-    std::size_t used = 0;
-    const auto put = [&](char32_t byte) { place[used++] = static_cast<char>(byte); };
-    if (c < 0x800) {
-        put(0xC0 | (c >> 6));
-    } else if (c < 0x10000) {
-        put(0xE0 | (c >> 12));
-        put(0x80 | ((c >> 6) & 0x3F));
-    } else {
-        put(0xF0 | (c >> 18));
-        put(0x80 | ((c >> 12) & 0x3F));
-        put(0x80 | ((c >> 6) & 0x3F));
-    }
-    put(0x80 | (c & 0x3F));
-    return used;
-}
-
-// Appends by blocks through a buffer of fixed size: nothing is allocated besides `out`.
-void appendBy(const AsciiTable& table, std::string& out, std::u16string_view text) {
-    constexpr std::size_t kLongestForm = 16;
-    std::array<char, 512> buffer;
-    std::size_t used = 0;
-    std::size_t i = 0;
-    while (i < text.size()) {
-        if (used > buffer.size() - kLongestForm) {
-            out.append(buffer.data(), used);
-            used = 0;
-        }
-        const std::size_t runEnd = std::min(text.size(), i + buffer.size() - used);
-        while (i < runEnd && text[i] < 0x80 && table.isPlain[text[i]]) {
-            buffer[used++] = static_cast<char>(text[i++]);
-        }
-        if (i == runEnd || used > buffer.size() - kLongestForm) continue;
-        const char16_t unit = text[i];
-        if (unit >= 0x80) {
-            const char32_t c = nextCharacter(text, i);
-            used += putUtf8(&buffer[used], c == 0xFFFE || c == 0xFFFF ? 0xFFFD : c);
-            continue;
-        }
-        ++i;
-        if (table.joinsLineEnds && unit == u'\r' && i < text.size() && text[i] == u'\n') continue;
-        const std::string_view form = table.forms[unit];
-        std::memcpy(&buffer[used], form.data(), form.size());
-        used += form.size();
-    }
-    out.append(buffer.data(), used);
-}
 
 bool isHexDigit(char16_t c) {
     return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
@@ -123,21 +48,21 @@ bool isEscapeForm(std::u16string_view text, std::size_t index) {
 
 }  // namespace
 
-void appendUtf8(std::string& out, std::u16string_view text) { appendBy(kPlain, out, text); }
+void appendUtf8(std::string& out, std::u16string_view text) { appendForms(out, text, kPlain); }
 
-void appendPrintable(std::string& out, std::u16string_view text) { appendBy(kPrintable, out, text); }
+void appendPrintable(std::string& out, std::u16string_view text) { appendForms(out, text, kPrintable); }
 
-void appendMarkup(std::string& out, std::u16string_view text) { appendBy(kMarkup, out, text); }
+void appendMarkup(std::string& out, std::u16string_view text) { appendForms(out, text, kMarkup); }
 
 void appendXstring(std::string& out, std::u16string_view text) {
     std::size_t from = 0;
     for (std::size_t at = text.find(u'_'); at != std::u16string_view::npos; at = text.find(u'_', at + 1)) {
         if (!isEscapeForm(text, at)) continue;
-        appendBy(kXstring, out, text.substr(from, at - from));
+        appendForms(out, text.substr(from, at - from), kXstring);
         out += "_x005F_";
         from = at + 1;
     }
-    appendBy(kXstring, out, text.substr(from));
+    appendForms(out, text.substr(from), kXstring);
 }
 
 std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer) {

@@ -3,56 +3,13 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/xml_writer.h"
 #include "qbsvrl6/template/schema.h"
 #include "qbsvrl6/template/template_io.h"
 
 namespace qbsvrl6 {
 
 namespace {
-
-// An attribute's value. White space is written as references, since readers turn it into blanks; characters
-// that XML has no way to write become U+FFFD.
-void appendEscaped(std::string& out, std::string_view text) {
-    static constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char character = text[i];
-        switch (character) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            case '\t':
-                out += "&#9;";
-                break;
-            case '\n':
-                out += "&#10;";
-                break;
-            case '\r':
-                out += "&#13;";
-                break;
-            default: {
-                const bool control = static_cast<unsigned char>(character) < 0x20;
-                // U+FFFE and U+FFFF
-                const bool noncharacter = text.compare(i, 2, "\xEF\xBF") == 0 && i + 2 < text.size() &&
-                                          static_cast<unsigned char>(text[i + 2]) >= 0xBE;
-                if (control || noncharacter) {
-                    out += kReplacement;
-                    if (noncharacter) i += 2;
-                } else {
-                    out += character;
-                }
-            }
-        }
-    }
-}
 
 template <class T>
 const T& valueOf(const T& item) {
@@ -176,7 +133,7 @@ private:
         out_ += ' ';
         out_ += name;
         out_ += "=\"";
-        appendEscaped(out_, value);
+        appendXmlValue(out_, value);
         out_ += '"';
     }
 

@@ -452,8 +452,8 @@ private:
             if (drawing->drawing == nullptr) return;
             const bool isWide = item.box.width > kWideDrawing;
             if (isWide) out() += "<div class=\"wide\">";
-            out() +=
-                toInlineSvg(*drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
+            XmlWriter svg(out());
+            writeInlineSvg(svg, *drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
             if (isWide) out() += "</div>";
         }
     }
@@ -461,29 +461,31 @@ private:
     // The first time the picture's bytes are written; later ones refer to that one by its id.
     static void appendPicture(std::string& out, const PictureItem& item, bool isFirst) {
         const Picture& picture = *item.picture;
-        const std::string id = "p" + std::to_string(picture.id);
-        out += "<svg viewBox=\"0 0 1 1\" preserveAspectRatio=\"none\" style=\"width:";
-        appendMillimetres(out, item.placed.width);
-        out += ";height:";
-        appendMillimetres(out, item.placed.height);
-        out += ";aspect-ratio:";
-        appendNumber(out, item.placed.width);
-        out += '/';
-        appendNumber(out, item.placed.height);
-        out += ";margin:";
-        appendMillimetres(out, std::max(item.placed.y, 0));
-        out += " 0 -1mm ";
-        appendMillimetres(out, std::max(item.placed.x, 0));
-        out += '"';
-        endSvgTag(out, item.alternateText);
+        XmlWriter svg(out);
+        svg.open("svg").attribute("viewBox", "0 0 1 1").attribute("preserveAspectRatio", "none");
+        std::string& style = svg.beginAttribute("style");
+        style += "width:";
+        appendMillimetres(style, item.placed.width);
+        style += ";height:";
+        appendMillimetres(style, item.placed.height);
+        style += ";aspect-ratio:";
+        appendNumber(style, item.placed.width);
+        style += '/';
+        appendNumber(style, item.placed.height);
+        style += ";margin:";
+        appendMillimetres(style, std::max(item.placed.y, 0));
+        style += " 0 -1mm ";
+        appendMillimetres(style, std::max(item.placed.x, 0));
+        svg.endAttribute();
+        writeAlternateText(svg, item.alternateText);
         if (isFirst) {
-            out += "<image id=\"" + id + "\" width=\"1\" height=\"1\" preserveAspectRatio=\"none\" href=\"";
-            appendData(out, picture);
-            out += "\"/>";
+            svg.open("image").attribute("id", "p", picture.id).attribute("width", 1).attribute("height", 1);
+            appendData(svg.attribute("preserveAspectRatio", "none").beginAttribute("href"), picture);
+            svg.endAttribute().close();
         } else {
-            out += "<use href=\"#" + id + "\"/>";
+            svg.open("use").attribute("href", "#p", picture.id).close();
         }
-        out += "</svg>";
+        svg.close();
     }
 
     static void appendData(std::string& out, const Picture& picture) {

@@ -309,7 +309,8 @@ TEST(Svg, EscapesTexts) {
               "<title>x&lt;y</title>"
               "<text x=\"0\" y=\"0\" font-size=\"28.22\" text-anchor=\"middle\" fill=\"#000000\" "
               "font-family=\"A&quot;B, "
-              "sans-serif\" font-weight=\"bold\" transform=\"rotate(90 0 0)\">&lt;a&gt;&amp; </text></svg>");
+              "sans-serif\" font-weight=\"bold\" transform=\"rotate(90 0 "
+              "0)\">&lt;a&gt;&amp;\xEF\xBF\xBD</text></svg>");
 }
 
 }  // namespace

@@ -1,0 +1,157 @@
+// XML, written element by element at the end of a string.
+#ifndef QBSVR_QBSVRL6_SUPPORT_XML_WRITER_H
+#define QBSVR_QBSVRL6_SUPPORT_XML_WRITER_H
+
+#include <charconv>
+#include <concepts>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qbsvrl6 {
+
+// Text and quoted values as XML writes them. Characters that it cannot hold become U+FFFD. Readers give back
+// the rest as it is: line ends in text are references where a reader would change them, and so are all line
+// ends and tabs in values. 8-bit text is UTF-8.
+void appendXmlText(std::string& out, std::u16string_view text);
+void appendXmlText(std::string& out, std::string_view text);
+void appendXmlValue(std::string& out, std::u16string_view value);
+void appendXmlValue(std::string& out, std::string_view value);
+
+// Something that writes itself as part of a value or text, without characters that need escapes.
+template <class T>
+concept XmlPart = requires(const T& part, std::string& out) {
+    part.appendTo(out);
+};
+
+template <class T>
+concept XmlNumber = (std::integral<T> || std::floating_point<T>)&&!std::same_as<T, bool> &&
+                    !std::same_as<T, char>;
+
+// A tag stays open for attributes until content follows:
+//
+//     XmlWriter xml(out);
+//     xml.open("row").attribute("r", 7).open("c").text(u"a < b").close().close();
+//
+// writes <row r="7"><c>a &lt; b</c></row>. Names are not copied; they live until their element is closed.
+class XmlWriter {
+public:
+    explicit XmlWriter(std::string& out) : out_(out) {}
+
+    // The declaration of a standalone document in UTF-8.
+    XmlWriter& declare();
+
+    XmlWriter& open(std::string_view name) {
+        endTag();
+        out_ += '<';
+        out_ += name;
+        names_.push_back(name);
+        tagIsOpen_ = true;
+        return *this;
+    }
+
+    // The value consists of the parts: texts, which are escaped, numbers, and what has appendTo().
+    template <class... Parts>
+    XmlWriter& attribute(std::string_view name, const Parts&... parts) {
+        beginAttribute(name);
+        (appendValue(parts), ...);
+        return endAttribute();
+    }
+    // The value is written to the string, by pieces that need no escapes, before endAttribute().
+    std::string& beginAttribute(std::string_view name) {
+        out_ += ' ';
+        out_ += name;
+        out_ += "=\"";
+        return out_;
+    }
+    XmlWriter& endAttribute() {
+        out_ += '"';
+        return *this;
+    }
+
+    template <class... Parts>
+    XmlWriter& text(const Parts&... parts) {
+        endTag();
+        (appendText(parts), ...);
+        return *this;
+    }
+
+    // For content that is XML already.
+    std::string& content() {
+        endTag();
+        return out_;
+    }
+
+    XmlWriter& close() {
+        if (tagIsOpen_) {
+            out_ += "/>";
+            tagIsOpen_ = false;
+        } else {
+            out_ += "</";
+            out_ += names_.back();
+            out_ += '>';
+        }
+        names_.pop_back();
+        return *this;
+    }
+
+    // An element with text alone.
+    template <class... Parts>
+    XmlWriter& element(std::string_view name, const Parts&... parts) {
+        return open(name).text(parts...).close();
+    }
+
+    XmlWriter& lineEnd() {
+        endTag();
+        out_ += '\n';
+        return *this;
+    }
+
+    // Takes an element to be open whose tag is written elsewhere.
+    XmlWriter& resume(std::string_view name) {
+        names_.push_back(name);
+        return *this;
+    }
+
+private:
+    void endTag() {
+        if (!tagIsOpen_) return;
+        out_ += '>';
+        tagIsOpen_ = false;
+    }
+
+    template <XmlNumber Number>
+    void appendNumber(Number number) {
+        char digits[32];
+        out_.append(&digits[0], std::to_chars(&digits[0], &digits[sizeof digits], number).ptr);
+    }
+
+    template <class Part>
+    void appendValue(const Part& part) {
+        if constexpr (XmlPart<Part>) {
+            part.appendTo(out_);
+        } else if constexpr (XmlNumber<Part>) {
+            appendNumber(part);
+        } else {
+            appendXmlValue(out_, part);
+        }
+    }
+    template <class Part>
+    void appendText(const Part& part) {
+        if constexpr (XmlPart<Part>) {
+            part.appendTo(out_);
+        } else if constexpr (XmlNumber<Part>) {
+            appendNumber(part);
+        } else {
+            appendXmlText(out_, part);
+        }
+    }
+
+    std::string& out_;
+    std::vector<std::string_view> names_;  // of the open elements
+    bool tagIsOpen_ = false;
+};
+
+}  // namespace qbsvrl6
+
+#endif
