@@ -4,6 +4,7 @@
 #include <new>
 #include <string>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -61,8 +62,7 @@ const Symbology& symbologyOf(int type) {
 SymbolPtr encode(const BarcodeRequest& request, const Symbology& symbology) {
     const std::string text = toUtf8(request.text);
     if (text.empty()) refuse(request, "the text is empty");
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    if (symbology.digitsOnly && !std::all_of(text.begin(), text.end(), isDigit))
+    if (symbology.digitsOnly && !std::all_of(text.begin(), text.end(), isDigit<char>))
         refuse(request, "digits only");
     if (!lengthFits(request.type, text.size())) refuse(request, "wrong number of digits");
     // zint reads seven digits as an EAN-8, but eight as the end of an EAN-13.

@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
@@ -13,18 +14,6 @@
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
-
-namespace {
-
-std::u16string lowerCase(std::u16string_view name) {
-    std::u16string lowered(name);
-    for (char16_t& unit : lowered) {
-        if (unit >= u'A' && unit <= u'Z') unit = static_cast<char16_t>(unit + 32);
-    }
-    return lowered;
-}
-
-}  // namespace
 
 Value convertTo(const Value& value, DataType type, TextArena& arena) {
     if (value.isNull()) return value;

@@ -5,7 +5,8 @@
 #include <chrono>
 #include <cstddef>
 
-#include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/white_space.h"
 
 namespace qbsvrl6 {
 
@@ -16,9 +17,6 @@ namespace chrono = std::chrono;
 using TextView = std::u16string_view;
 
 constexpr std::size_t kYearDigits = 4;
-
-bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-bool isLatinLetter(char16_t unit) { return (unit | 0x20) >= u'a' && (unit | 0x20) <= u'z'; }
 
 // A number and the text up to the next digit.
 struct Part {
@@ -31,8 +29,8 @@ struct Part {
 Part takePart(TextView& text) {
     constexpr std::size_t kMostDigits = 9;
     Part part;
-    part.digits =
-        static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isDigit) - text.begin());
+    part.digits = static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isDigit<char16_t>) -
+                                           text.begin());
     for (std::size_t i = 0; i < std::min(part.digits, kMostDigits); ++i)
         part.number = part.number * 10 + (text[i] - u'0');
     text.remove_prefix(part.digits);
@@ -90,10 +88,10 @@ private:
             const TextView rest = text.substr(i);
             if (rest.starts_with(u"上午")) half_ = Half::Morning;
             if (rest.starts_with(u"下午")) half_ = Half::Afternoon;
-            const char16_t first = text[i] | 0x20;
+            const char16_t first = lowered(text[i]);
             if ((first != u'a' && first != u'p') || (i > 0 && isLatinLetter(text[i - 1]))) continue;
             const TextView second = rest.substr(rest[1] == u'.' ? 2 : 1);
-            if (second.empty() || (second[0] | 0x20) != u'm') continue;
+            if (second.empty() || lowered(second[0]) != u'm') continue;
             if (second.size() == 1 || !isLatinLetter(second[1]))
                 half_ = first == u'a' ? Half::Morning : Half::Afternoon;
         }

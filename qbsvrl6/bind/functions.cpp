@@ -9,6 +9,7 @@
 #include "format/date_time.h"
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/value_format.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {

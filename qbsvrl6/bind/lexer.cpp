@@ -4,21 +4,18 @@
 #include <array>
 
 #include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/white_space.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-
 // Letters, "_" and everything beyond ASCII but blanks: names in any script, full-width brackets included.
 bool startsName(char16_t unit) {
-    if (unit < 0x80) {
-        return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') || unit == u'_';
-    }
-    return !isBlank(unit);
+    return unit < 0x80 ? isLatinLetter(unit) || unit == u'_' : !isWhiteSpace(unit);
 }
 
 }  // namespace
@@ -37,7 +34,7 @@ void Lexer::fail(const char* message, std::size_t column) const {
 }
 
 Token Lexer::next() {
-    while (index_ < text_.size() && isBlank(text_[index_])) ++index_;
+    while (index_ < text_.size() && isWhiteSpace(text_[index_])) ++index_;
     if (index_ == text_.size()) return {TokenKind::End, index_ + 1, {}, {}};
     const char16_t unit = text_[index_];
     if (unit == u'\'' || unit == u'"') return quoted(TokenKind::Text);

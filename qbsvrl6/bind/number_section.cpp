@@ -10,6 +10,7 @@
 
 #include "format/locale_settings.h"
 #include "qbsvrl6/bind/spreadsheet_format.h"
+#include "qbsvrl6/support/ascii.h"
 
 namespace qbsvrl6 {
 
@@ -53,8 +54,7 @@ MarkedText withoutQuotes(std::u16string_view text) {
 }
 
 bool isLetter(char16_t unit) {
-    const bool ascii = (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
-    return ascii || (unit >= 0xC0 && unit < 0x2000) || (unit >= 0x2E80 && unit < 0xFF00);
+    return isLatinLetter(unit) || (unit >= 0xC0 && unit < 0x2000) || (unit >= 0x2E80 && unit < 0xFF00);
 }
 
 // As many digits as follow the last comma ahead of the point; three where there is a comma after it alone.

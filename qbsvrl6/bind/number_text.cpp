@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/white_space.h"
 
 namespace qbsvrl6 {
 
@@ -11,11 +12,10 @@ namespace {
 
 using TextView = std::u16string_view;
 
-bool isDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-
 // Length of the digits at the start.
 std::size_t digitsOf(TextView text) {
-    return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isDigit) - text.begin());
+    return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isDigit<char16_t>) -
+                                    text.begin());
 }
 
 bool takeCurrencySign(TextView& text, bool fromStart) {

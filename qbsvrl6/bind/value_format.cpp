@@ -6,6 +6,7 @@
 #include "format/date_time.h"
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/spreadsheet_format.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -19,8 +20,7 @@ bool hasAnyOf(std::u16string_view text, std::u16string_view units) {
 }
 
 bool isLetter(char16_t unit) {
-    const char16_t lower = unit | 0x20;
-    return (lower >= u'a' && lower <= u'z') || (unit >= 0xC0 && unit < 0x250);  // of Latin script
+    return isLatinLetter(unit) || (unit >= 0xC0 && unit < 0x250);  // of Latin script
 }
 
 // Whether one of the words is of date letters alone, as in "HH:mm" or "yyyy-MM-ddTHH:mm"; "yes:no" has none.
@@ -74,9 +74,8 @@ std::size_t digitCount(const Value& value) {
     if (value.text.empty() && value.number.decimal() != nullptr) {
         digits = {computed, static_cast<std::size_t>(value.number.decimal()->write(computed) - computed)};
     }
-    const auto isDigit = [](auto unit) { return unit >= '0' && unit <= '9'; };
-    return static_cast<std::size_t>(std::count_if(value.text.begin(), value.text.end(), isDigit) +
-                                    std::count_if(digits.begin(), digits.end(), isDigit));
+    return static_cast<std::size_t>(std::count_if(value.text.begin(), value.text.end(), isDigit<char16_t>) +
+                                    std::count_if(digits.begin(), digits.end(), isDigit<char>));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "format/date_time.h"
 #include "format/numeric_format.h"
 #include "qbsvrl6/bind/dates.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -19,10 +20,6 @@ constexpr std::size_t kBlockUnits = 4096;
 template <typename T>
 int sign(const T& left, const T& right) {
     return left < right ? -1 : (right < left ? 1 : 0);
-}
-
-char16_t lowered(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
 
 }  // namespace
@@ -69,24 +66,6 @@ Value makeNumber(const Number& number) {
 Value makeBoolean(bool boolean) { return {ValueType::Boolean, boolean, {}, 0, {}}; }
 Value makeDate(std::int64_t seconds) { return {ValueType::Date, false, {}, seconds, {}}; }
 Value makeText(std::u16string_view text) { return {ValueType::Text, false, {}, 0, text}; }
-
-bool isBlank(char16_t unit) {
-    if (unit < 0x80) return unit == u' ' || (unit >= 9 && unit <= 13);
-    return unit == 0x85 || unit == 0xA0 || unit == 0x3000 || (unit >= 0x2000 && unit <= 0x200B) ||
-           unit == 0x2028 || unit == 0x2029 || unit == 0x202F || unit == 0xFEFF;
-}
-
-std::u16string_view trimmed(std::u16string_view text) {
-    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-    return text;
-}
-
-bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right) {
-    return left.size() == right.size() &&
-           std::equal(left.begin(), left.end(), right.begin(),
-                      [](char16_t a, char16_t b) { return lowered(a) == lowered(b); });
-}
 
 bool parseBoolean(std::u16string_view text, bool& boolean) {
     text = trimmed(text);

@@ -12,6 +12,7 @@
 #include "qbsvrl6/bind/date_text.h"
 #include "qbsvrl6/bind/number_text.h"
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/support/white_space.h"
 
 namespace qbsvrl6 {
 
@@ -45,10 +46,6 @@ Value makeNumber(const Number& number);  // null for what isn't finite
 Value makeBoolean(bool boolean);
 Value makeDate(std::int64_t seconds);
 Value makeText(std::u16string_view text);
-
-bool isBlank(char16_t unit);  // white space of ASCII and of Unicode
-std::u16string_view trimmed(std::u16string_view text);
-bool equalsIgnoringCase(std::u16string_view left, std::u16string_view right);  // ASCII case
 
 // "true" or "false" in any case, or the local words for them.
 bool parseBoolean(std::u16string_view text, bool& boolean);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "qbsvrl6/data/readers.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -16,8 +17,6 @@ namespace qbsvrl6 {
 namespace {
 
 namespace ondemand = simdjson::ondemand;
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // number = [ "-" ] ( "0" / digit1-9 *digit ) [ "." 1*digit ] [ ( "e" / "E" ) [ "+" / "-" ] 1*digit ]
 bool isNumber(std::string_view token) {

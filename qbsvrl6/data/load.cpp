@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "qbsvrl6/data/readers.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_writer.h"
@@ -30,12 +31,10 @@ Form formOf(const SourceText& source) {
 // A name of ours as one of XML's: other characters become "_".
 std::string elementName(std::u16string_view name, std::u16string_view fallback) {
     const auto isStart = [](char16_t c) {
-        return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c == u'_' ||
-               (c >= 0xC0 && c < 0x2000) || (c >= 0x3001 && c < 0xD800) || (c >= 0xF900 && c < 0xFDD0);
+        return isLatinLetter(c) || c == u'_' || (c >= 0xC0 && c < 0x2000) || (c >= 0x3001 && c < 0xD800) ||
+               (c >= 0xF900 && c < 0xFDD0);
     };
-    const auto isPart = [&](char16_t c) {
-        return isStart(c) || (c >= u'0' && c <= u'9') || c == u'-' || c == u'.';
-    };
+    const auto isPart = [&](char16_t c) { return isStart(c) || isDigit(c) || c == u'-' || c == u'.'; };
     std::u16string result(name.empty() ? fallback : name);
     for (char16_t& c : result) {
         if (!isPart(c)) c = u'_';

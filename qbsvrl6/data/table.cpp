@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/suggestion.h"
@@ -13,15 +14,6 @@
 namespace qbsvrl6 {
 
 namespace {
-
-constexpr char16_t lowered(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-}
-
-bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char16_t x, char16_t y) { return lowered(x) == lowered(y); });
-}
 
 // The type of a stored value and the places of its number, in a byte.
 class Kind {

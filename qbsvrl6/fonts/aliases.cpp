@@ -4,7 +4,9 @@
 #include <array>
 #include <utility>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/white_space.h"
 
 namespace qbsvrl6 {
 
@@ -127,14 +129,9 @@ bool isAscii(std::string_view text) {
 }  // namespace
 
 std::string foldFamily(std::u16string_view family) {
-    const auto isBlank = [](char16_t unit) { return unit <= u' ' || unit == u'\u3000'; };
-    while (!family.empty() && (isBlank(family.front()) || family.front() == u'@')) family.remove_prefix(1);
-    while (!family.empty() && isBlank(family.back())) family.remove_suffix(1);
-    std::string folded = toUtf8(family);
-    for (char& c : folded) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return folded;
+    family = trimmed(family);
+    while (family.starts_with(u'@')) family = trimmed(family.substr(1));
+    return toUtf8(lowerCase(family));
 }
 
 FamilyKind familyKind(std::string_view folded) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "qbsvrl6/support/ascii.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -13,14 +15,14 @@ bool isWithin(char16_t unit, char16_t first, char16_t last) { return unit >= fir
 
 bool isAnyOf(char16_t unit, std::u16string_view units) { return units.find(unit) != units.npos; }
 
-bool isDigit(char16_t unit) {
-    if (unit < 0x80) return isWithin(unit, u'0', u'9');
+bool isDecimalDigit(char16_t unit) {
+    if (unit < 0x80) return isDigit(unit);
     return isWithin(unit, 0x660, 0x669) || isWithin(unit, 0x6F0, 0x6F9) || isWithin(unit, 0x966, 0x96F) ||
            isWithin(unit, 0xFF10, 0xFF19);
 }
 
 bool isLetter(char16_t unit) {
-    if (unit < 0x80) return isWithin(unit | 0x20, u'a', u'z');
+    if (unit < 0x80) return isLatinLetter(unit);
     return isAnyOf(unit, u"µ²³¹") || (isWithin(unit, 0xC0, 0x24F) && unit != u'×' && unit != u'÷') ||
            isWithin(unit, 0x370, 0x52F) || isWithin(unit, 0x5D0, 0x5EA) || isWithin(unit, 0x620, 0x64A);
 }
@@ -53,23 +55,23 @@ public:
         const char16_t right = text_[at];
         if (isPart(left) && isPart(right)) return true;
         if (joins(at) || (at > 1 && joins(at - 1))) return true;
-        if (startsNumber(left) && (isDigit(right) || leads(at))) return true;
+        if (startsNumber(left) && (isDecimalDigit(right) || leads(at))) return true;
         if (endsNumber(right) && (isPart(left) || (endsNumber(left) && left != right))) return true;
-        if (isDateUnit(right)) return isDigit(left);
-        if (isDateUnit(left)) return isDigit(right);
+        if (isDateUnit(right)) return isDecimalDigit(left);
+        if (isDateUnit(left)) return isDecimalDigit(right);
         const bool last = at + 1 == text_.size() || text_[at + 1] == u' ' || text_[at + 1] == u')';
-        return isDigit(left) && isSign(right) && last;
+        return isDecimalDigit(left) && isSign(right) && last;
     }
 
 private:
-    bool isPart(char16_t unit) const { return isDigit(unit) || (withLetters_ && isLetter(unit)); }
+    bool isPart(char16_t unit) const { return isDecimalDigit(unit) || (withLetters_ && isLetter(unit)); }
 
     // Whether the unit leads to a number by another such unit or none: leader dots are no part of it.
     bool leads(std::size_t unit) const {
         if (!startsNumber(text_[unit]) || text_[unit] == text_[unit - 1] || unit + 1 >= text_.size())
             return false;
         const char16_t next = text_[unit + 1];
-        return isDigit(next) || (startsNumber(next) && next != text_[unit]);
+        return isDecimalDigit(next) || (startsNumber(next) && next != text_[unit]);
     }
 
     // Whether the unit is a separator between two parts of one number.
@@ -77,10 +79,10 @@ private:
         if (unit == 0 || unit + 1 >= text_.size()) return false;
         const char16_t before = text_[unit - 1];
         const char16_t after = text_[unit + 1];
-        if (isDigit(text_[unit]) || isLetter(text_[unit])) return false;
+        if (isDecimalDigit(text_[unit]) || isLetter(text_[unit])) return false;
         if (isSign(text_[unit]) || text_[unit] == u'_') return isPart(before) && isPart(after);
-        if (joinsDigitsToCodes(text_[unit])) return isPart(before) && isDigit(after);
-        return joinsDigits(text_[unit]) && isDigit(before) && isDigit(after);
+        if (joinsDigitsToCodes(text_[unit])) return isPart(before) && isDecimalDigit(after);
+        return joinsDigits(text_[unit]) && isDecimalDigit(before) && isDecimalDigit(after);
     }
 
     std::u16string_view text_;
@@ -129,7 +131,7 @@ NumberSpan NumberFinder::next() {
     while (from_ < text_.size()) {
         const auto start = text_.begin() + static_cast<std::ptrdiff_t>(from_);
         const auto digit =
-            static_cast<std::size_t>(std::find_if(start, text_.end(), isDigit) - text_.begin());
+            static_cast<std::size_t>(std::find_if(start, text_.end(), isDecimalDigit) - text_.begin());
         if (digit == text_.size()) break;
         if (isInAddress(digit)) {
             from_ = std::max(wordEnd_, digit + 1);

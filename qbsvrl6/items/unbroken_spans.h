@@ -11,6 +11,7 @@
 
 #include "qbsvrl6/fonts/number_spans.h"
 #include "qbsvrl6/items/item.h"
+#include "qbsvrl6/support/ascii.h"
 
 namespace qbsvrl6 {
 
@@ -24,7 +25,6 @@ inline bool isOneValue(const TextItem& item) {
 // words of a number's format ("12 pieces"), but not between groups of digits ("1 234 567").
 inline bool breaksAtSpaces(const TextItem& item) {
     if (item.value.type == ValueType::Date) return !isLoneNumber(item.text);
-    const auto isDigit = [](char16_t unit) { return unit >= u'0' && unit <= u'9'; };
     const std::u16string& text = item.text;
     bool found = false;
     for (std::size_t i = 1; i + 1 < text.size(); ++i) {

@@ -10,12 +10,6 @@
 
 namespace qbsvrl6 {
 
-namespace {
-
-bool isBlank(const std::u16string& text) { return trimmed(text).empty(); }
-
-}  // namespace
-
 BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
     : context_(context), instance_(std::move(instance)), view_(*instance_.view) {}
 
@@ -136,7 +130,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
         lateOf(piece).text = &text;
         lateOf(piece).textAt = late(at);
     } else {
-        piece.removed = text.removeWhenBlank && isBlank(item.text);
+        piece.removed = text.removeWhenBlank && trimmed(item.text).empty();
     }
     if (context_.options.measureText) {
         const Size box{piece.item.box.width, piece.item.box.height};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/character_forms.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -35,15 +36,11 @@ constexpr CharacterForms kXstring = [] {
     return forms.keep("\t\n\x7F").joinLineEnds();
 }();
 
-bool isHexDigit(char16_t c) {
-    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
-}
-
 // Whether the text at `index` reads as "_x0041_".
 bool isEscapeForm(std::u16string_view text, std::size_t index) {
-    return text.size() - index >= 7 && text[index + 1] == u'x' && isHexDigit(text[index + 2]) &&
-           isHexDigit(text[index + 3]) && isHexDigit(text[index + 4]) && isHexDigit(text[index + 5]) &&
-           text[index + 6] == u'_';
+    if (text.size() - index < 7 || text[index + 1] != u'x' || text[index + 6] != u'_') return false;
+    const std::u16string_view digits = text.substr(index + 2, 4);
+    return std::all_of(digits.begin(), digits.end(), [](char16_t unit) { return hexValue(unit) >= 0; });
 }
 
 }  // namespace
@@ -87,11 +84,7 @@ bool isSafeLink(std::u16string_view link) {
         std::any_of(link.begin(), link.end(), [](char16_t c) { return c < 0x20 || c == 0x7F; });
     if (link.empty() || hasControl) return false;
     for (const std::u16string_view scheme : {u"http://", u"https://", u"mailto:", u"tel:", u"ftp://"}) {
-        if (link.size() < scheme.size()) continue;
-        const bool equal = std::equal(scheme.begin(), scheme.end(), link.begin(), [](char16_t a, char16_t b) {
-            return a == b || (b >= u'A' && b <= u'Z' && a == b + (u'a' - u'A'));
-        });
-        if (equal) return true;
+        if (startsIgnoringCase(link, scheme)) return true;
     }
     return false;
 }

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -13,20 +14,6 @@ namespace qbsvrl6 {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool hasScheme(std::u16string_view name, std::u16string_view scheme) {
-    return name.size() >= scheme.size() &&
-           std::equal(scheme.begin(), scheme.end(), name.begin(), [](char16_t a, char16_t b) {
-               return a == b || (b >= u'A' && b <= u'Z' && a == b + (u'a' - u'A'));
-           });
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
 
 // Path of a file: address: "file:///a%20b", "file://localhost/a", "file:a".
 std::string pathOfFileUrl(std::string_view address) {
@@ -37,8 +24,8 @@ std::string pathOfFileUrl(std::string_view address) {
     }
     std::string path;
     for (std::size_t i = 0; i < rest.size(); ++i) {
-        const int high = rest[i] == '%' && i + 2 < rest.size() ? hexDigit(rest[i + 1]) : -1;
-        const int low = high >= 0 ? hexDigit(rest[i + 2]) : -1;
+        const int high = rest[i] == '%' && i + 2 < rest.size() ? hexValue(rest[i + 1]) : -1;
+        const int low = high >= 0 ? hexValue(rest[i + 2]) : -1;
         if (low >= 0) {
             path += static_cast<char>(high * 16 + low);
             i += 2;
@@ -52,7 +39,7 @@ std::string pathOfFileUrl(std::string_view address) {
 // The path that a local name says, wherever it starts.
 std::string namedPath(std::u16string_view name) {
     std::string path = toUtf8(name);
-    return hasScheme(name, u"file:") ? pathOfFileUrl(path) : path;
+    return startsIgnoringCase(name, u"file:") ? pathOfFileUrl(path) : path;
 }
 
 std::string startedAt(const std::string& folder, const std::string& path) {
@@ -70,11 +57,11 @@ std::string withoutCredentials(const std::string& url) {
 }  // namespace
 
 bool isWebAddress(std::u16string_view name) {
-    return hasScheme(name, u"http://") || hasScheme(name, u"https://");
+    return startsIgnoringCase(name, u"http://") || startsIgnoringCase(name, u"https://");
 }
 
 bool isRelative(std::u16string_view name) {
-    return !name.empty() && !isWebAddress(name) && !hasScheme(name, u"data:") &&
+    return !name.empty() && !isWebAddress(name) && !startsIgnoringCase(name, u"data:") &&
            !namedPath(name).starts_with('/');
 }
 

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <system_error>
 
+#include "qbsvrl6/support/ascii.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -69,11 +71,6 @@ bool make(Int128 coefficient, std::int64_t places, Decimal& decimal) {
     }
     decimal = {coefficient, static_cast<int>(places)};
     return true;
-}
-
-template <class Unit>
-bool isDigit(Unit unit) {
-    return unit >= Unit('0') && unit <= Unit('9');
 }
 
 // The exponent of a number, which has at least one digit; what is too much for any decimal stays so.

@@ -12,6 +12,7 @@
 #include <new>
 #include <utility>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/descriptor.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -163,9 +164,8 @@ std::string withoutControls(std::string_view text) {
         if (byte == '\n') {
             shown += "\\n";
         } else if (byte < 0x20 || byte == 0x7F || isLateControl) {
-            constexpr const char* kDigits = "0123456789abcdef";
             const auto code = isLateControl ? static_cast<unsigned char>(rest[1]) : byte;
-            ((shown += "\\x") += kDigits[code >> 4]) += kDigits[code & 15];
+            ((shown += "\\x") += kHexDigits[code >> 4]) += kHexDigits[code & 15];
             if (isLateControl) ++i;
         } else if (rest.starts_with("\xE2\x80\xA8") || rest.starts_with("\xE2\x80\xA9")) {
             shown += "\\n";

@@ -8,6 +8,7 @@
 #include <memory>
 #include <utility>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -40,8 +41,7 @@ std::string declaredEncoding(std::string_view bytes) {
     const std::size_t close = declaration.find(declaration[open], open + 1);
     if (close == std::string_view::npos) return {};
     std::string name(declaration.substr(open + 1, close - open - 1));
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
+    std::transform(name.begin(), name.end(), name.begin(), lowered<char>);
     return name;
 }
 

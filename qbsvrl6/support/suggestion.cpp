@@ -4,6 +4,7 @@
 #include <array>
 #include <numeric>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -16,8 +17,6 @@ constexpr std::size_t kComparedUnits = 64;
 constexpr std::size_t kListedNames = 12;
 constexpr std::size_t kListedUnits = 48;
 
-char16_t folded(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c; }
-
 // Letters inserted, left out, replaced or swapped with the next one. Neither text exceeds kComparedUnits.
 std::size_t editDistance(std::u16string_view a, std::u16string_view b) {
     using Row = std::array<std::size_t, kComparedUnits + 1>;
@@ -28,9 +27,9 @@ std::size_t editDistance(std::u16string_view a, std::u16string_view b) {
     for (std::size_t i = 0; i < a.size(); ++i) {
         row[0] = i + 1;
         for (std::size_t j = 0; j < b.size(); ++j) {
-            const bool same = folded(a[i]) == folded(b[j]);
+            const bool same = lowered(a[i]) == lowered(b[j]);
             row[j + 1] = std::min({last[j + 1] + 1, row[j] + 1, last[j] + (same ? 0 : 1)});
-            if (i > 0 && j > 0 && folded(a[i]) == folded(b[j - 1]) && folded(a[i - 1]) == folded(b[j])) {
+            if (i > 0 && j > 0 && lowered(a[i]) == lowered(b[j - 1]) && lowered(a[i - 1]) == lowered(b[j])) {
                 row[j + 1] = std::min(row[j + 1], beforeLast[j - 1] + 1);
             }
         }

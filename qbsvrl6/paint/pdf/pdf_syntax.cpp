@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
 namespace {
-
-constexpr char kHexDigits[] = "0123456789ABCDEF";
 
 void appendColor(ByteBuffer& out, Color color, std::string_view grey, std::string_view rgb) {
     constexpr int kDecimals = 3;
@@ -99,15 +98,14 @@ void appendByteString(ByteBuffer& out, std::string_view bytes) {
 std::string toName(std::string_view text) {
     std::string name;
     for (const char c : text) {
-        const bool plain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
-                           c == '-' || c == '_' || c == '.';
+        const bool plain = isLatinLetter(c) || isDigit(c) || c == '-' || c == '_' || c == '.';
         if (plain) name += c;
     }
     return name.empty() ? "Font" : name;
 }
 
 void appendHex(ByteBuffer& out, unsigned value, int digits) {
-    while (digits-- > 0) out.append(kHexDigits[(value >> (4 * digits)) & 0xF]);
+    while (digits-- > 0) out.append(kUpperHexDigits[(value >> (4 * digits)) & 0xF]);
 }
 
 }  // namespace qbsvrl6

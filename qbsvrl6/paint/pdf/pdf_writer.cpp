@@ -11,6 +11,7 @@
 #include "qbsvrl6/paint/pdf/pdf_outline.h"
 #include "qbsvrl6/paint/pdf/pdf_pictures.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -26,7 +27,6 @@ std::string reference(int number) { return std::to_string(number) + " 0 R"; }
 
 // Addresses are ASCII: other characters are written as their UTF-8 bytes, "%E4%B8%AD".
 std::string toUri(std::u16string_view address) {
-    constexpr char kHex[] = "0123456789ABCDEF";
     std::string uri;
     for (const char c : toUtf8(address)) {
         const auto byte = static_cast<unsigned char>(c);
@@ -34,8 +34,8 @@ std::string toUri(std::u16string_view address) {
             uri += c;
         } else {
             uri += '%';
-            uri += kHex[byte >> 4];
-            uri += kHex[byte & 0xF];
+            uri += kUpperHexDigits[byte >> 4];
+            uri += kUpperHexDigits[byte & 0xF];
         }
     }
     return uri;

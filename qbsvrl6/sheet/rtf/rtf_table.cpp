@@ -4,6 +4,7 @@
 
 #include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/ascii.h"
 
 namespace qbsvrl6 {
 
@@ -187,7 +188,6 @@ void RtfTable::appendPicture(std::string& out, const Item& item) {
 }
 
 void RtfTable::appendBytes(std::string& out, const Item& item, std::uint32_t number) {
-    constexpr char kDigits[] = "0123456789abcdef";
     const Picture& picture = *pictures_.pictures()[number - 1];
     const Rect box = pictureBox(item);
     const int width = twips(box.width);
@@ -201,8 +201,8 @@ void RtfTable::appendBytes(std::string& out, const Item& item, std::uint32_t num
     out += '\n';
     for (std::size_t i = 0; i < picture.bytes.size(); ++i) {
         const auto byte = static_cast<unsigned char>(picture.bytes[i]);
-        out += kDigits[byte >> 4];
-        out += kDigits[byte & 0xF];
+        out += kHexDigits[byte >> 4];
+        out += kHexDigits[byte & 0xF];
         if (i % 64 == 63) out += '\n';
     }
     out += '}';

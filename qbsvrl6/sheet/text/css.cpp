@@ -7,6 +7,7 @@
 
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -64,8 +65,8 @@ void appendCssText(std::string& out, std::u16string_view text) {
 void appendFontFamily(std::string& out, std::u16string_view family) {
     std::u16string name;
     for (const char16_t c : family) {
-        const bool isPlain = (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') ||
-                             (c >= u'a' && c <= u'z') || c == u' ' || c == u'-' || c == u'_' || c >= 0xA0;
+        const bool isPlain =
+            isDigit(c) || isLatinLetter(c) || c == u' ' || c == u'-' || c == u'_' || c >= 0xA0;
         if (isPlain) name += c;
     }
     if (!name.empty()) {

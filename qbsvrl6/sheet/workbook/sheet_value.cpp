@@ -1,7 +1,8 @@
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 
-#include <algorithm>
 #include <cmath>
+
+#include "qbsvrl6/support/ascii.h"
 
 namespace qbsvrl6 {
 
@@ -13,12 +14,6 @@ constexpr double kFirstSafeSerial = 61;       // 1900-03-01
 constexpr double kLastSerial = 2958466;       // 10000-01-01
 constexpr double kLastExactDigits = 1e15;     // numbers of more digits lose the last ones
 constexpr double kLastGeneralInteger = 1e11;  // beyond, the general format turns to powers of ten
-
-bool equalsIgnoringCase(std::u16string_view text, std::u16string_view lower) {
-    return std::equal(text.begin(), text.end(), lower.begin(), lower.end(), [](char16_t a, char16_t b) {
-        return a == b || (a >= u'A' && a <= u'Z' && a + (u'a' - u'A') == b);
-    });
-}
 
 void setNumber(SheetValue& value, const CellValue& cell) {
     const double number = cell.number.toDouble();
