@@ -272,7 +272,7 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
 bool BandBuilder::hasNoWidth(const Piece& piece, const TextItem& text) const {
     const bool isHidden =
         piece.item.box.width == 0 && (piece.item.column >= 0 || piece.control->offPaper > 0);
-    return context_.options.drawText && text.lines.empty() && !isHidden && !isBlank(text.text);
+    return context_.options.drawText && text.lines.empty() && !isHidden && !trimmed(text.text).empty();
 }
 
 // Fixes texts, pictures and drawings in their final boxes and hands the items over.
