@@ -28,6 +28,11 @@ void appendSpreadsheetLiteral(std::u16string& format, std::u16string_view text) 
     }
 }
 
+bool hasSpreadsheetHours(std::u16string_view format) {
+    const auto has = [format](char16_t letter) { return format.find(letter) != std::u16string_view::npos; };
+    return has(u't') ? !has(u'H') : !has(u'h');
+}
+
 // The letters of the date language mean the same in a spreadsheet, but that one letter shows two digits, that
 // months and minutes share a letter, and that all else is quoted.
 std::u16string spreadsheetDateFormat(std::u16string_view format) {

@@ -10,6 +10,10 @@ namespace qbsvrl6 {
 // Appends text that a spreadsheet's format shows as it is: quoted, with quotes themselves escaped.
 void appendSpreadsheetLiteral(std::u16string& format, std::u16string_view text);
 
+// Whether a spreadsheet shows the hours of a date format as the page does: its clock has 12 hours if, and only
+// if, the format has AM or PM. "h:mm" and "HH:mm t" have no equal.
+bool hasSpreadsheetHours(std::u16string_view format);
+
 // "yyyy年M月" gives "yyyy\"年\"m\"月\"".
 std::u16string spreadsheetDateFormat(std::u16string_view format);
 

@@ -217,6 +217,10 @@ CellValue ValueFormat::cell(const Value& value) {
                 cell.spreadsheetFormat = isWholeDay(typed.date) ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
                 break;
             }
+            if (!hasSpreadsheetHours(text_)) {
+                cell.type = ValueType::Text;
+                break;
+            }
             if (!dateSpreadsheetFormat_) dateSpreadsheetFormat_ = spreadsheetDateFormat(text_);
             cell.spreadsheetFormat = *dateSpreadsheetFormat_;
             break;

@@ -11,7 +11,10 @@
 namespace qbsvrl6 {
 
 BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
-    : context_(context), instance_(std::move(instance)), view_(*instance_.view) {}
+    : context_(context),
+      instance_(std::move(instance)),
+      view_(*instance_.view),
+      chartNumbers_(view_, context.now) {}
 
 Position BandBuilder::reportPosition(std::size_t row) const {
     Position position;
@@ -100,16 +103,21 @@ bool BandBuilder::makePiece(const Rect& box, const Position& position, Piece& pi
             } else if constexpr (std::is_same_v<Content, BoxContent>) {
                 piece.item.content = BoxItem{content};
             } else if constexpr (std::is_same_v<Content, PlannedPicture>) {
-                makePicture(content, position, piece);
+                piece.item.content = PictureItem{nullptr, {}, content.content->fit};
             } else if constexpr (std::is_same_v<Content, PlannedBarcode>) {
-                makeBarcode(content, position, piece);
+                piece.item.content = DrawingItem{nullptr, {}, control.control, nullptr};
             } else if constexpr (std::is_same_v<Content, PlannedChart>) {
-                makeChart(content, position, piece);
+                piece.item.content = makeChart(content, *control.control, position);
             } else {
                 makeSubReport(control, position, piece);
             }
         },
         control.content);
+    if (control.contentNeedsPage) {
+        lateOf(piece).contentAt = late(position);
+    } else {
+        context_.contentTexts.evaluate(control, view_, position, piece.item);
+    }
     return true;
 }
 
@@ -122,10 +130,6 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
     item.pageFields = std::move(evaluated_.pageFields);
     item.color = evaluated_.color;
     item.fontSize = piece.style->fontSize;
-    if (text.link) {
-        view_.evaluateText(*text.link, position, evaluated_);
-        item.link = std::move(evaluated_.text);
-    }
     if (context_.options.paged && (text.needsPage || text.needsPageCount)) {
         lateOf(piece).text = &text;
         lateOf(piece).textAt = late(at);
@@ -139,59 +143,13 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& p
     }
 }
 
-void BandBuilder::makePicture(PlannedPicture& picture, const Position& position, Piece& piece) {
-    PictureItem item;
-    if (picture.source.parts.empty()) {
-        item.picture = context_.pictures.embedded(*picture.content);
-    } else {
-        view_.evaluateText(picture.source, position, evaluated_);
-        item.picture = context_.pictures.find(evaluated_.text, picture.folder);
-    }
-    item.fit = picture.content->fit;
-    if (!picture.alternateText.parts.empty()) {
-        view_.evaluateText(picture.alternateText, position, evaluated_);
-        item.alternateText = std::move(evaluated_.text);
-    }
-    piece.item.content = std::move(item);
-}
-
-void BandBuilder::makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece) {
-    view_.evaluateText(barcode.text, position, evaluated_);
-    piece.item.content = DrawingItem{nullptr, evaluated_.text, piece.control->control, nullptr};
-}
-
-void BandBuilder::makeChart(PlannedChart& chart, const Position& position, Piece& piece) {
-    auto shown = std::make_shared<ShownChart>();
-    shown->settings = chart.content->settings;
-    const auto evaluate = [&](TextTemplate& text, std::u16string& result) {
-        view_.evaluateText(text, position, evaluated_);
-        result = evaluated_.text;
-    };
-    evaluate(chart.title, shown->settings.title);
-    evaluate(chart.xTitle, shown->settings.xTitle);
-    evaluate(chart.yTitle, shown->settings.yTitle);
-    DrawingItem item{nullptr, shown->settings.title, piece.control->control, nullptr};
+DrawingItem BandBuilder::makeChart(PlannedChart& chart, const Control& control, const Position& position) {
+    DrawingItem item{nullptr, {}, &control, nullptr};
     if (context_.options.drawings != nullptr) {
-        shown->data = numbersOf(chart, position, piece.control->control->name);
-        item.chart = std::move(shown);
+        item.chart =
+            std::make_shared<ShownChart>(ShownChart{{}, chartNumbers_.of(chart, position, control.name)});
     }
-    piece.item.content = std::move(item);
-}
-
-std::shared_ptr<const ChartData> BandBuilder::numbersOf(PlannedChart& chart, const Position& position,
-                                                        const std::u16string& name) {
-    if (!chart.query) return {std::shared_ptr<void>(), &chart.content->data};
-    const RowRange rows = chart.table ? RowRange{} : view_.rowsOf(position.scope, position.row);
-    KnownNumbers& known = knownNumbers_[&chart];
-    if (known.data && known.rows == rows) return known.data;
-    known.rows = rows;
-    if (chart.table) {
-        RowView view(*chart.table, view_.passed(), context_.now);
-        known.data = std::make_shared<ChartData>(chart.query->evaluate(view, {0, view.rowCount()}, name));
-    } else {
-        known.data = std::make_shared<ChartData>(chart.query->evaluate(view_, rows, name));
-    }
-    return known.data;
+    return item;
 }
 
 std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position) {
@@ -294,7 +252,7 @@ void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
             }
             const bool shows = item.column >= 0 || piece.late || !text->text.empty() || hasLook(*item.style);
             if (!shows) continue;
-        } else if (isWhole(item)) {
+        } else if (isWhole(item) && !(piece.late && piece.late->contentAt)) {
             fitIntoBox(item, context_.options.drawings);
         }
         std::vector<LateCondition> around;
@@ -455,6 +413,7 @@ void BandBuilder::suppress(Piece& piece, const Position& position, std::size_t p
     if (evaluated_.text != text.text) return;
     text = {};
     text.fontSize = piece.style->fontSize;
+    if (piece.late) piece.late->contentAt.reset();
     piece.needed = 0;
     draft.hidesRepeated = true;
 }

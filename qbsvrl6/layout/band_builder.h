@@ -5,10 +5,10 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "qbsvrl6/layout/band_draft.h"
+#include "qbsvrl6/layout/chart_numbers.h"
 #include "qbsvrl6/layout/flow.h"
 #include "qbsvrl6/layout/layout_context.h"
 
@@ -43,12 +43,6 @@ public:
     int activeSet = kEverySet;
 
 private:
-    // The numbers that a chart of rows has shown last: a header that is repeated on each page, and all cells
-    // of a group, show the same ones.
-    struct KnownNumbers {
-        RowRange rows;
-        std::shared_ptr<const ChartData> data;
-    };
     // A control's item before the band's final heights are known.
     struct Piece {
         explicit Piece(PlannedControl& ownControl) : control(&ownControl) {}
@@ -69,11 +63,7 @@ private:
     const PooledStyle* styleOf(PlannedControl& control, const Position& position);
     bool makePiece(const Rect& box, const Position& position, Piece& piece);
     void makeText(PlannedText& text, const Position& position, Piece& piece);
-    void makePicture(PlannedPicture& picture, const Position& position, Piece& piece);
-    void makeBarcode(PlannedBarcode& barcode, const Position& position, Piece& piece);
-    void makeChart(PlannedChart& chart, const Position& position, Piece& piece);
-    std::shared_ptr<const ChartData> numbersOf(PlannedChart& chart, const Position& position,
-                                               const std::u16string& name);
+    DrawingItem makeChart(PlannedChart& chart, const Control& control, const Position& position);
     void makeSubReport(PlannedControl& control, const Position& position, Piece& piece);
     Position evaluationPosition(const PlannedText& text, const Position& position) const;
 
@@ -93,7 +83,7 @@ private:
     RowView& view_;
     EvaluatedText evaluated_;
     std::vector<Piece> pieces_;
-    std::unordered_map<const PlannedChart*, KnownNumbers> knownNumbers_;
+    ChartNumbers chartNumbers_;
 };
 
 }  // namespace qbsvrl6

@@ -132,11 +132,14 @@ private:
         crossing_.push_back(rest_.band.items.size());
     }
 
-    // What stays true of a part of an item: whether it is shown, and its style.
-    static std::optional<LateItem> partOf(const LateItem* late) {
-        if (late == nullptr || (late->visibleWhen.empty() && late->styles == nullptr)) return std::nullopt;
+    // What stays true of a part of an item: whether it is shown, its style, and the link of a text.
+    static std::optional<LateItem> partOf(const LateItem* late, bool ofText) {
+        if (late == nullptr) return std::nullopt;
+        const bool hasLink = ofText && late->contentAt;
+        if (late->visibleWhen.empty() && late->styles == nullptr && !hasLink) return std::nullopt;
         LateItem part = *late;
         part.text = nullptr;
+        if (!hasLink) part.contentAt.reset();
         return part;
     }
 
@@ -173,7 +176,7 @@ private:
             lower.content = item.content;
         }
         item.box.height = above;
-        std::optional<LateItem> lowerLate = partOf(late);
+        std::optional<LateItem> lowerLate = partOf(late, std::holds_alternative<TextItem>(item.content));
         put(draft_, std::move(item), set, late);
         noteCell(remaining);
         put(rest_, std::move(lower), set, lowerLate ? &*lowerLate : nullptr);
@@ -195,7 +198,7 @@ private:
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
         const bool fits = staysWhole(item);
-        std::optional<LateItem> frameLate = partOf(late);
+        std::optional<LateItem> frameLate = partOf(late, false);
         LateItem* const ofFrame = frameLate ? &*frameLate : nullptr;
         if (fits || (force_ && item.box.y == 0)) {
             Item below = frameBelow(item, remaining);

@@ -48,6 +48,8 @@ struct LateItem {
     LatePosition textAt;
     std::vector<LateCondition>
         visibleWhen;  // shown where all hold: the control's, and those of what is around it
+    std::optional<LatePosition>
+        contentAt;  // of the content's other texts (ContentTexts); none: they are known
     const ReportDefinition* styles = nullptr;  // of the control's late conditional styles; null: it has none
     LatePosition at;                           // of the conditions of the styles
 };

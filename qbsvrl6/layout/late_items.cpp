@@ -60,8 +60,10 @@ bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) 
     const auto isTrue = [&](const LateCondition& condition) { return holds(condition, page); };
     if (!std::all_of(late.visibleWhen.begin(), late.visibleWhen.end(), isTrue)) return false;
     if (late.styles != nullptr) restyle(item, late, page);
+    if (late.contentAt) settleContent(item, late, page);
     if (late.text == nullptr) {
-        if (late.styles != nullptr) fit(item, late);
+        const bool redraws = late.contentAt && !std::holds_alternative<TextItem>(item.content);
+        if (late.styles != nullptr || redraws) fit(item, late);
         return true;
     }
     LatePosition& at = late.textAt;
@@ -93,6 +95,11 @@ void LateItems::restyle(Item& item, LateItem& late, const PageNumbers& page) {
         conditions.push_back(holds({&condition.when, late.at}, page));
     }
     item.style = styleUnder(*late.control, std::move(conditions), *late.styles, context_.styles);
+}
+
+void LateItems::settleContent(Item& item, LateItem& late, const PageNumbers& page) {
+    moveTo(*late.contentAt, page);
+    context_.contentTexts.evaluate(*late.control, *late.contentAt->view, late.contentAt->position, item);
 }
 
 void LateItems::settle(Item& item) {

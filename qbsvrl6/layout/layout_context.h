@@ -10,6 +10,7 @@
 
 #include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/layout/band_draft.h"
+#include "qbsvrl6/layout/content_texts.h"
 #include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/layout/picture_store.h"
 
@@ -67,6 +68,7 @@ private:
     int pageCount(int run) const;
     bool settleItem(Item& item, LateItem& late, const PageNumbers& page);
     void restyle(Item& item, LateItem& late, const PageNumbers& page);
+    void settleContent(Item& item, LateItem& late, const PageNumbers& page);
     void settleText(Item& item, const LateItem& late);
     void fit(Item& item, const LateItem& late);
 
@@ -96,6 +98,7 @@ struct LayoutContext {
     std::int64_t now = 0;
     StylePool styles;
     PictureStore pictures;
+    ContentTexts contentTexts{pictures};
     LayoutNotes notes;
     LateItems late;
 };

@@ -219,7 +219,28 @@ private:
         planned.visible = visibility(control.visibleWhen, site.page);
         planned.content =
             std::visit([&](const auto& content) { return planContent(content, box, site); }, control.content);
+        for (const TextTemplate* const text : contentTexts(planned.content)) {
+            if (!source_.options.paged) break;
+            const bool usesCount = text->any(&Expression::usesPageCount);
+            plan_->needsPageCount = plan_->needsPageCount || usesCount;
+            planned.contentNeedsPage =
+                planned.contentNeedsPage || usesCount || text->any(&Expression::usesPage);
+        }
         return planned;
+    }
+
+    // The texts that ContentTexts evaluates.
+    static std::vector<const TextTemplate*> contentTexts(const PlannedContent& content) {
+        if (const auto* const text = std::get_if<PlannedText>(&content)) {
+            if (text->link) return {&*text->link};
+        } else if (const auto* const picture = std::get_if<PlannedPicture>(&content)) {
+            return {&picture->source, &picture->alternateText};
+        } else if (const auto* const barcode = std::get_if<PlannedBarcode>(&content)) {
+            return {&barcode->text};
+        } else if (const auto* const chart = std::get_if<PlannedChart>(&content)) {
+            return {&chart->title, &chart->xTitle, &chart->yTitle};
+        }
+        return {};
     }
 
     PlannedContent planContent(const TextContent& content, const Rect&, const Site& site) {

@@ -91,6 +91,7 @@ struct PlannedControl {
     std::map<std::vector<bool>, const PooledStyle*> variants;  // by the conditions that hold
     Visibility visible;
     PlannedContent content;
+    bool contentNeedsPage = false;  // its link, barcode, picture or titles show the page's number or rows
 
     bool hasLateStyle() const {
         return std::any_of(conditions.begin(), conditions.end(),
@@ -136,7 +137,9 @@ struct ReportPlan {
     std::optional<PlannedSection> pageHeader, pageFooter;
     std::vector<PlannedSection> reportHeaders, reportFooters;
     std::unique_ptr<PlannedGrid> grid;
-    bool needsPageCount = false;  // a condition of it or of its sub-reports does
+    // A condition, link, barcode, picture or chart of it or of its sub-reports shows the page count. Other
+    // texts can wait for it.
+    bool needsPageCount = false;
 };
 
 // What an export's plan is made from.

@@ -1,0 +1,44 @@
+#include "qbsvrl6/layout/content_texts.h"
+
+namespace qbsvrl6 {
+
+void ContentTexts::evaluate(PlannedControl& control, RowView& view, const Position& position, Item& item) {
+    if (auto* const text = std::get_if<PlannedText>(&control.content)) {
+        if (text->link) std::get<TextItem>(item.content).link = read(*text->link, view, position);
+    } else if (auto* const picture = std::get_if<PlannedPicture>(&control.content)) {
+        evaluate(*picture, view, position, std::get<PictureItem>(item.content));
+    } else if (auto* const barcode = std::get_if<PlannedBarcode>(&control.content)) {
+        std::get<DrawingItem>(item.content).alternateText = read(barcode->text, view, position);
+    } else if (auto* const chart = std::get_if<PlannedChart>(&control.content)) {
+        evaluate(*chart, view, position, std::get<DrawingItem>(item.content));
+    }
+}
+
+void ContentTexts::evaluate(PlannedPicture& planned, RowView& view, const Position& position,
+                            PictureItem& picture) {
+    picture.picture = planned.source.parts.empty()
+                          ? pictures_.embedded(*planned.content)
+                          : pictures_.find(read(planned.source, view, position), planned.folder);
+    if (!planned.alternateText.parts.empty()) {
+        picture.alternateText = read(planned.alternateText, view, position);
+    }
+}
+
+void ContentTexts::evaluate(PlannedChart& planned, RowView& view, const Position& position,
+                            DrawingItem& drawing) {
+    ChartSettings settings = planned.content->settings;
+    settings.title = read(planned.title, view, position);
+    settings.xTitle = read(planned.xTitle, view, position);
+    settings.yTitle = read(planned.yTitle, view, position);
+    drawing.alternateText = settings.title;
+    if (drawing.chart) {
+        drawing.chart = std::make_shared<ShownChart>(ShownChart{std::move(settings), drawing.chart->data});
+    }
+}
+
+const std::u16string& ContentTexts::read(TextTemplate& text, RowView& view, const Position& position) {
+    view.evaluateText(text, position, evaluated_);
+    return evaluated_.text;
+}
+
+}  // namespace qbsvrl6

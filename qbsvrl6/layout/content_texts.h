@@ -1,0 +1,30 @@
+// The texts of an item's content besides the text of a control itself: links, the texts of barcodes, the
+// sources of pictures, the titles of charts.
+#ifndef QBSVR_QBSVRL6_LAYOUT_CONTENT_TEXTS_H
+#define QBSVR_QBSVRL6_LAYOUT_CONTENT_TEXTS_H
+
+#include "qbsvrl6/items/item.h"
+#include "qbsvrl6/layout/picture_store.h"
+#include "qbsvrl6/layout/report_plan.h"
+
+namespace qbsvrl6 {
+
+class ContentTexts {
+public:
+    explicit ContentTexts(PictureStore& pictures) : pictures_(pictures) {}
+
+    // Puts what they read at the position into the item, whose content is that of the control. Nothing is drawn.
+    void evaluate(PlannedControl& control, RowView& view, const Position& position, Item& item);
+
+private:
+    void evaluate(PlannedPicture& planned, RowView& view, const Position& position, PictureItem& picture);
+    void evaluate(PlannedChart& planned, RowView& view, const Position& position, DrawingItem& drawing);
+    const std::u16string& read(TextTemplate& text, RowView& view, const Position& position);
+
+    PictureStore& pictures_;
+    EvaluatedText evaluated_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
