@@ -110,41 +110,6 @@ TEST(Barcode, IsReadBack) {
     }
 }
 
-// The digits' groups, each within its gap between the guards, and the bars that reach down between them.
-TEST(Barcode, RetailNumbersStandBetweenTheGuards) {
-    const struct {
-        int type;
-        std::u16string text;
-        std::vector<std::pair<std::u16string, double>> groups;  // and their places, in modules
-        double left;                                            // quiet zone, in modules
-        double modules;
-        std::size_t guardBars;
-    } cases[] = {
-        {2, u"690123456789", {{u"6", -2}, {u"901234", 24}, {u"567892", 71}}, 11, 113, 6},
-        {3, u"1234567", {{u"1234", 17}, {u"5670", 50}}, 7, 81, 6},
-        {4, u"01234567890", {{u"0", -2}, {u"12345", 27.5}, {u"67890", 67.5}, {u"5", 97}}, 9, 113, 10},
-    };
-    const Size box{60'000, 25'000};
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.type);
-        const double module = box.width / test.modules;
-        std::vector<std::pair<std::u16string, double>> groups;
-        std::vector<double> bottoms;
-        for (const auto& element : drawBarcode({test.type, test.text, true}, box).elements) {
-            if (const auto* label = std::get_if<Drawing::Label>(&element)) {
-                groups.emplace_back(label->text, std::round((label->x / module - test.left) * 2) / 2);
-            } else if (const auto* path = std::get_if<Drawing::Path>(&element)) {
-                for (std::size_t i = 2; i < path->points.size(); i += 4) bottoms.push_back(path->points[i].y);
-            }
-        }
-        EXPECT_EQ(groups, test.groups);
-        const double longest = *std::max_element(bottoms.begin(), bottoms.end());
-        EXPECT_EQ(std::count(bottoms.begin(), bottoms.end(), longest), test.guardBars);
-        for (const auto& element : drawBarcode({test.type, test.text, false}, box).elements)
-            EXPECT_FALSE(std::holds_alternative<Drawing::Label>(element));
-    }
-}
-
 TEST(Barcode, RefusesWhatTheSymbolCantHold) {
     const struct {
         int type;
@@ -166,14 +131,6 @@ TEST(Barcode, RefusesWhatTheSymbolCantHold) {
         EXPECT_THROW(drawBarcode({test.type, test.text, true}, {50'000, 20'000}), EngineError)
             << test.type << ' ' << toUtf8(test.text.substr(0, 20));
     }
-}
-
-TEST(Barcode, SvgShowsTheTextOnRequest) {
-    const std::u16string with = barcodeSvg({1, u"123456", true});
-    const std::u16string without = barcodeSvg({1, u"123456", false});
-    EXPECT_NE(with.find(u">123456</text>"), std::u16string::npos);
-    EXPECT_EQ(without.find(u"<text"), std::u16string::npos);
-    EXPECT_EQ(with.substr(0, 5), u"<svg ");
 }
 
 }  // namespace

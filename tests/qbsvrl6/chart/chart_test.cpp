@@ -58,54 +58,6 @@ TEST(Axis, BearsAnyRange) {
     }
 }
 
-std::size_t count(const Drawing& drawing, char16_t kind) {
-    std::size_t result = 0;
-    for (const auto& element : drawing.elements) {
-        const auto* path = std::get_if<Drawing::Path>(&element);
-        if (path != nullptr && kind == u'C' && path->fill && path->commands.find('C') != std::string::npos)
-            ++result;
-        if (path != nullptr && kind == u'R' && path->fill && path->commands == "MLLLZ") ++result;
-    }
-    return result;
-}
-
-bool shows(const Drawing& drawing, std::u16string_view text) {
-    for (const auto& element : drawing.elements) {
-        const auto* label = std::get_if<Drawing::Label>(&element);
-        if (label != nullptr && label->text == text) return true;
-    }
-    return false;
-}
-
-TEST(Chart, DrawsEachValueOnce) {
-    ChartData data;
-    data.categories = {u"一季度", u"二季度", u"三季度"};
-    data.series = {{u"张三", {1, 2, 3}, {}}, {u"李四", {4, kNan, 6}, {}}};
-    ChartSettings settings;
-    settings.title = u"业绩";
-    const Size box{120'000, 80'000};
-
-    // Five finite values and two keys of the legend.
-    const Drawing bars = drawChart(settings, data, box, u"SimSun");
-    EXPECT_EQ(count(bars, u'R'), 7u);
-    for (const char16_t* text : {u"业绩", u"一季度", u"三季度", u"张三", u"李四", u"0", u"6"}) {
-        EXPECT_TRUE(shows(bars, text)) << toUtf8(text);
-    }
-
-    settings.kind = ChartKind::Line;
-    EXPECT_EQ(count(drawChart(settings, data, box, u"SimSun"), u'C'), 5u);
-
-    settings.kind = ChartKind::Pie;
-    data.series.resize(1);
-    const Drawing pie = drawChart(settings, data, box, u"SimSun");
-    EXPECT_EQ(count(pie, u'C'), 3u);
-    EXPECT_TRUE(shows(pie, u"50.0%"));
-
-    settings.kind = ChartKind::Bubble;
-    data.series = {{u"A", {}, {{1, 1, 4}, {2, 3, 1}, {3, kNan, 1}, {4, 4, -1}}}};
-    EXPECT_EQ(count(drawChart(settings, data, box, u"SimSun"), u'C'), 2u);
-}
-
 TEST(Chart, BearsAnyDataInAnyBox) {
     ChartData odd;
     odd.categories.assign(500, u"a long name of a category");
@@ -264,28 +216,6 @@ TEST(Chart, KeepsLabelsApartAndInside) {
                 << test.name << " in " << box.width;
         }
     }
-}
-
-TEST(Chart, KeepsPointsOffTheFrameAndNumbersApart) {
-    ChartData data{{u"a", u"b"}, {{u"s", {4.1, 4.6}, {}}}};
-    ChartSettings settings;
-    settings.kind = ChartKind::Line;
-    const Drawing line = drawChart(settings, data, {90'000, 60'000}, u"SimSun");
-    EXPECT_TRUE(shows(line, u"4")) << "below 4.1";
-    data.series[0].values = {0, 0.6};
-    settings.valueFormat = u"0";
-    const Drawing rounded = drawChart(settings, data, {90'000, 60'000}, u"SimSun");
-    std::size_t ones = 0;
-    for (const auto& element : rounded.elements) {
-        const auto* const label = std::get_if<Drawing::Label>(&element);
-        if (label != nullptr && label->text == u"1") ++ones;
-    }
-    EXPECT_EQ(ones, 1u);
-    EXPECT_FALSE(shows(rounded, u"-1"));
-    settings = {};
-    settings.kind = ChartKind::Bubble;
-    const ChartData bubbles{{}, {{u"s", {}, {{1, 1, 1}, {60, 40, 9}}}}};
-    EXPECT_FALSE(shows(drawChart(settings, bubbles, {90'000, 60'000}, u"SimSun"), u"-20"));
 }
 
 TEST(Drawing, MovesAsAWhole) {

@@ -66,7 +66,7 @@ def read_xlsx(path):
                       alignment.horizontal, alignment.vertical, alignment.text_rotation,
                       "".join(line_of(s) for s in (border.left, border.top, border.right, border.bottom)),
                       "h%.2f" % sheet.row_dimensions[cell.row].height,
-                      cell.hyperlink.target if cell.hyperlink is not None else "")
+                      cell.hyperlink.target[:60] if cell.hyperlink is not None else "")
 
 
 def printed_codes(path):
@@ -131,7 +131,7 @@ def read_xls(path):
                       lines[border.left_line_style] + lines[border.top_line_style] +
                       lines[border.right_line_style] + lines[border.bottom_line_style],
                       "h%.2f" % (sheet.rowinfo_map[row].height / 20),
-                      link.url_or_path if link is not None else "")
+                      link.url_or_path[:60] if link is not None else "")
 
 
 if __name__ == "__main__":

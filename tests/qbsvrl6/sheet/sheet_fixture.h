@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -43,42 +42,9 @@ inline Item textAt(Rect box, std::u16string text, const ResolvedStyle* style = n
     return item;
 }
 
-// `format` outlives the item.
-inline Item numberAt(Rect box, double number, std::u16string shown, std::u16string_view format,
-                     const ResolvedStyle* style = nullptr) {
-    Item item = textAt(box, std::move(shown), style);
-    auto& text = std::get<TextItem>(item.content);
-    text.value.type = ValueType::Number;
-    text.value.number = number;
-    text.value.spreadsheetFormat = format;
-    return item;
-}
-
 inline Item pendingAt(Rect box, std::u16string text, const ResolvedStyle* style = nullptr) {
     Item item = textAt(box, std::move(text), style);
     std::get<TextItem>(item.content).pending = true;
-    return item;
-}
-
-// A text with "{n}" for its page's number and "{c}" for the count.
-inline Item numberedAt(Rect box, std::u16string_view form, int number, int count,
-                       const ResolvedStyle* style = nullptr) {
-    Item item = textAt(box, u"", style);
-    auto& text = std::get<TextItem>(item.content);
-    while (!form.empty()) {
-        if (form.starts_with(u"{n}") || form.starts_with(u"{c}")) {
-            const bool isNumber = form[1] == u'n';
-            const int value = isNumber ? number : count;
-            const std::string digits = std::to_string(value);
-            text.pageFields.push_back({isNumber ? PageField::Kind::Number : PageField::Kind::Count,
-                                       text.text.size(), digits.size(), value});
-            text.text.append(digits.begin(), digits.end());
-            form.remove_prefix(3);
-        } else {
-            text.text += form.front();
-            form.remove_prefix(1);
-        }
-    }
     return item;
 }
 
@@ -135,7 +101,6 @@ public:
         }
         put(bandOf(kind, 6, std::move(items)));
     }
-    void skip(Micrometres millimetres) { y_ += millimetres * kMm; }
 
     std::string finish(std::u16string total = u"9") {
         sink_->endPage();
