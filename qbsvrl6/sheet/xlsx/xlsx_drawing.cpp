@@ -6,129 +6,160 @@
 #include <cmath>
 #include <numbers>
 
-#include "qbsvrl6/sheet/escape.h"
-#include "qbsvrl6/sheet/text/css.h"
+#include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-std::string emu(double micrometres) {
+std::int64_t emu(double micrometres) {
     if (!std::isfinite(micrometres)) micrometres = 0;
-    return std::to_string(std::llround(std::clamp(micrometres, -1e9, 1e9) * 36));
+    return std::llround(std::clamp(micrometres, -1e9, 1e9) * 36);
 }
 
-std::string position(const char* name, double x, double y) {
-    return std::string("<") + name + " x=\"" + emu(x) + "\" y=\"" + emu(y) + "\"/>";
+void writePosition(XmlWriter& xml, std::string_view name, double x, double y) {
+    xml.open(name).attribute("x", emu(x)).attribute("y", emu(y)).close();
 }
 
-std::string extent(const char* name, double width, double height) {
-    return std::string("<") + name + " cx=\"" + emu(std::max(width, 0.0)) + "\" cy=\"" +
-           emu(std::max(height, 0.0)) + "\"/>";
+void writeExtent(XmlWriter& xml, std::string_view name, double width, double height) {
+    xml.open(name).attribute("cx", emu(std::max(width, 0.0)));
+    xml.attribute("cy", emu(std::max(height, 0.0))).close();
 }
 
-std::string solidFill(const Color& color, double opacity = 1) {
-    std::string text;
-    appendColor(text, color);
-    std::string xml = "<a:solidFill><a:srgbClr val=\"" + text.substr(1) + "\">";
+// The rest of an open <a:xfrm>.
+void endTransform(XmlWriter& xml, double x, double y, double width, double height) {
+    writePosition(xml, "a:off", x, y);
+    writeExtent(xml, "a:ext", width, height);
+    xml.close();
+}
+
+void writePresetShape(XmlWriter& xml, std::string_view shape) {
+    xml.open("a:prstGeom").attribute("prst", shape).open("a:avLst").close().close();
+}
+
+void writeFill(XmlWriter& xml, const Color& color, double opacity = 1) {
+    xml.open("a:solidFill").open("a:srgbClr").attribute("val", HexColor{color});
     if (opacity < 1) {
-        xml +=
-            "<a:alpha val=\"" + std::to_string(std::lround(std::clamp(opacity, 0.0, 1.0) * 100'000)) + "\"/>";
+        const long share = std::lround(std::clamp(opacity, 0.0, 1.0) * 100'000);
+        xml.open("a:alpha").attribute("val", share).close();
     }
-    return xml + "</a:srgbClr></a:solidFill>";
+    xml.close().close();
 }
 
 // A command without its points ends the path.
-std::string pathCommands(const Drawing::Path& path) {
-    std::string xml;
+void writeCommands(XmlWriter& xml, const Drawing::Path& path) {
     std::size_t next = 0;
     for (const char command : path.commands) {
         const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
         if (next + count > path.points.size()) break;
-        const char* const name = command == 'M'   ? "a:moveTo"
-                                 : command == 'L' ? "a:lnTo"
-                                 : command == 'C' ? "a:cubicBezTo"
-                                                  : "a:close";
-        xml += std::string("<") + name + ">";
+        xml.open(command == 'M'   ? "a:moveTo"
+                 : command == 'L' ? "a:lnTo"
+                 : command == 'C' ? "a:cubicBezTo"
+                                  : "a:close");
         for (std::size_t i = 0; i < count; ++i, ++next) {
-            xml += position("a:pt", path.points[next].x, path.points[next].y);
+            writePosition(xml, "a:pt", path.points[next].x, path.points[next].y);
         }
-        xml += std::string("</") + name + ">";
+        xml.close();
     }
-    return xml;
 }
 
 }  // namespace
 
-void XlsxDrawing::add(const Floating& floating, std::int64_t row, const std::string& relation) {
+void XlsxDrawing::add(const Floating& floating, std::int64_t row, std::string_view relation) {
     const auto* picture = std::get_if<PictureItem>(&floating.item->content);
     const auto* drawing = std::get_if<DrawingItem>(&floating.item->content);
     Rect box{0, 0, floating.item->box.width, floating.item->box.height};
     if (picture != nullptr) box = picture->placed;
-    anchors_ += "<xdr:oneCellAnchor><xdr:from><xdr:col>" + std::to_string(floating.column) +
-                "</xdr:col><xdr:colOff>" + emu(std::max(floating.x + box.x, 0)) + "</xdr:colOff><xdr:row>" +
-                std::to_string(row) + "</xdr:row><xdr:rowOff>" + emu(std::max(floating.y + box.y, 0)) +
-                "</xdr:rowOff></xdr:from>" + extent("xdr:ext", box.width, box.height);
+    anchors_.open("xdr:oneCellAnchor").open("xdr:from");
+    anchors_.element("xdr:col", floating.column);
+    anchors_.element("xdr:colOff", emu(std::max(floating.x + box.x, 0)));
+    anchors_.element("xdr:row", row);
+    anchors_.element("xdr:rowOff", emu(std::max(floating.y + box.y, 0)));
+    anchors_.close();
+    writeExtent(anchors_, "xdr:ext", box.width, box.height);
     if (picture != nullptr) addPicture(*picture, relation);
     if (drawing != nullptr) addDrawing(*drawing->drawing, {box.width, box.height}, drawing->alternateText);
     if (const auto* line = std::get_if<LineItem>(&floating.item->content)) {
         addLine(line->line, {box.width, box.height});
     }
-    anchors_ += "<xdr:clientData/></xdr:oneCellAnchor>\n";
+    anchors_.open("xdr:clientData").close().close().lineEnd();
+}
+
+XmlWriter& XlsxDrawing::openProperties(std::string_view name) {
+    ++objects_;
+    return anchors_.open("xdr:cNvPr").attribute("id", objects_).attribute("name", name, " ", objects_);
 }
 
 void XlsxDrawing::addLine(const LineContent& line, Size size) {
-    const std::string id = nextId();
-    anchors_ += "<xdr:cxnSp><xdr:nvCxnSpPr><xdr:cNvPr id=\"" + id + "\" name=\"Line " + id +
-                "\"/><xdr:cNvCxnSpPr/></xdr:nvCxnSpPr><xdr:spPr><a:xfrm" +
-                (line.rising ? " flipV=\"1\">" : ">") + position("a:off", 0, 0) +
-                extent("a:ext", size.width, size.height) +
-                "</a:xfrm><a:prstGeom prst=\"line\"><a:avLst/></a:prstGeom><a:ln w=\"" +
-                emu(std::max(line.width, 0)) + "\">" + solidFill(line.color) +
-                (line.dashed ? "<a:prstDash val=\"dash\"/>" : "") + "</a:ln></xdr:spPr></xdr:cxnSp>";
+    XmlWriter& xml = anchors_;
+    xml.open("xdr:cxnSp").open("xdr:nvCxnSpPr");
+    openProperties("Line").close().open("xdr:cNvCxnSpPr").close().close();
+    xml.open("xdr:spPr").open("a:xfrm");
+    if (line.rising) xml.attribute("flipV", 1);
+    endTransform(xml, 0, 0, size.width, size.height);
+    writePresetShape(xml, "line");
+    xml.open("a:ln").attribute("w", emu(std::max(line.width, 0)));
+    writeFill(xml, line.color);
+    if (line.dashed) xml.open("a:prstDash").attribute("val", "dash").close();
+    xml.close().close().close();
 }
 
-void XlsxDrawing::addPicture(const PictureItem& item, const std::string& relation) {
-    const std::string id = nextId();
-    anchors_ += "<xdr:pic><xdr:nvPicPr><xdr:cNvPr id=\"" + id + "\" name=\"Picture " + id + "\" descr=\"";
-    appendMarkup(anchors_, item.alternateText);
-    anchors_ += "\"/><xdr:cNvPicPr/></xdr:nvPicPr><xdr:blipFill><a:blip r:embed=\"" + relation +
-                "\"/><a:stretch><a:fillRect/></a:stretch></xdr:blipFill><xdr:spPr><a:xfrm>" +
-                position("a:off", 0, 0) + extent("a:ext", item.placed.width, item.placed.height) +
-                "</a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></xdr:spPr></xdr:pic>";
+void XlsxDrawing::addPicture(const PictureItem& item, std::string_view relation) {
+    XmlWriter& xml = anchors_;
+    xml.open("xdr:pic").open("xdr:nvPicPr");
+    openProperties("Picture").attribute("descr", item.alternateText).close();
+    xml.open("xdr:cNvPicPr").close().close();
+    xml.open("xdr:blipFill").open("a:blip").attribute("r:embed", relation).close();
+    xml.open("a:stretch").open("a:fillRect").close().close().close();
+    xml.open("xdr:spPr").open("a:xfrm");
+    endTransform(xml, 0, 0, item.placed.width, item.placed.height);
+    writePresetShape(xml, "rect");
+    xml.close().close();
 }
 
 void XlsxDrawing::addDrawing(const Drawing& drawing, Size size, std::u16string_view alternateText) {
-    const std::string id = nextId();
-    anchors_ += "<xdr:grpSp><xdr:nvGrpSpPr><xdr:cNvPr id=\"" + id + "\" name=\"Drawing " + id + "\" descr=\"";
-    appendMarkup(anchors_, alternateText);
-    anchors_ += "\"/><xdr:cNvGrpSpPr/></xdr:nvGrpSpPr><xdr:grpSpPr><a:xfrm>" + position("a:off", 0, 0) +
-                extent("a:ext", size.width, size.height) + position("a:chOff", 0, 0) +
-                extent("a:chExt", size.width, size.height) + "</a:xfrm></xdr:grpSpPr>";
+    XmlWriter& xml = anchors_;
+    xml.open("xdr:grpSp").open("xdr:nvGrpSpPr");
+    openProperties("Drawing").attribute("descr", alternateText).close();
+    xml.open("xdr:cNvGrpSpPr").close().close();
+    xml.open("xdr:grpSpPr").open("a:xfrm");
+    writePosition(xml, "a:off", 0, 0);
+    writeExtent(xml, "a:ext", size.width, size.height);
+    writePosition(xml, "a:chOff", 0, 0);
+    writeExtent(xml, "a:chExt", size.width, size.height);
+    xml.close().close();
     for (const auto& element : drawing.elements) {
         if (const auto* path = std::get_if<Drawing::Path>(&element)) addPath(*path, size);
         if (const auto* label = std::get_if<Drawing::Label>(&element)) addLabel(*label);
     }
-    anchors_ += "</xdr:grpSp>";
+    xml.close();
 }
 
 void XlsxDrawing::addPath(const Drawing::Path& path, Size size) {
-    const std::string id = nextId();
-    anchors_ += "<xdr:sp><xdr:nvSpPr><xdr:cNvPr id=\"" + id + "\" name=\"Shape " + id +
-                "\"/><xdr:cNvSpPr/></xdr:nvSpPr><xdr:spPr><a:xfrm>" + position("a:off", 0, 0) +
-                extent("a:ext", size.width, size.height) +
-                "</a:xfrm><a:custGeom><a:avLst/><a:gdLst/><a:ahLst/><a:cxnLst/>"
-                "<a:rect l=\"0\" t=\"0\" r=\"r\" b=\"b\"/><a:pathLst><a:path w=\"" +
-                emu(size.width) + "\" h=\"" + emu(size.height) + "\">" + pathCommands(path) +
-                "</a:path></a:pathLst></a:custGeom>" +
-                (path.fill ? solidFill(*path.fill, path.fillOpacity) : "<a:noFill/>") + "<a:ln";
-    if (path.stroke) {
-        anchors_ +=
-            " w=\"" + emu(std::max(path.strokeWidth, 0.0)) + "\">" + solidFill(*path.stroke) + "</a:ln>";
+    XmlWriter& xml = anchors_;
+    xml.open("xdr:sp").open("xdr:nvSpPr");
+    openProperties("Shape").close().open("xdr:cNvSpPr").close().close();
+    xml.open("xdr:spPr").open("a:xfrm");
+    endTransform(xml, 0, 0, size.width, size.height);
+    xml.open("a:custGeom");
+    for (const char* const list : {"a:avLst", "a:gdLst", "a:ahLst", "a:cxnLst"}) xml.open(list).close();
+    xml.open("a:rect").attribute("l", 0).attribute("t", 0).attribute("r", "r").attribute("b", "b").close();
+    xml.open("a:pathLst").open("a:path").attribute("w", emu(size.width)).attribute("h", emu(size.height));
+    writeCommands(xml, path);
+    xml.text().close().close().close();
+    if (path.fill) {
+        writeFill(xml, *path.fill, path.fillOpacity);
     } else {
-        anchors_ += "><a:noFill/></a:ln>";
+        xml.open("a:noFill").close();
     }
-    anchors_ += "</xdr:spPr></xdr:sp>";
+    xml.open("a:ln");
+    if (path.stroke) {
+        xml.attribute("w", emu(std::max(path.strokeWidth, 0.0)));
+        writeFill(xml, *path.stroke);
+    } else {
+        xml.open("a:noFill").close();
+    }
+    xml.close().close().close();
 }
 
 // A text box without margins, wide enough for its text and turned about its own centre, so that the anchor on
@@ -149,37 +180,40 @@ void XlsxDrawing::addLabel(const Drawing::Label& label) {
     const double dy = height / 2 - em * kAscent;
     const double centerX = label.x + dx * std::cos(turn) - dy * std::sin(turn);
     const double centerY = label.y + dx * std::sin(turn) + dy * std::cos(turn);
-    const std::string id = nextId();
-    anchors_ += "<xdr:sp><xdr:nvSpPr><xdr:cNvPr id=\"" + id + "\" name=\"Label " + id +
-                "\"/><xdr:cNvSpPr txBox=\"1\"/></xdr:nvSpPr><xdr:spPr><a:xfrm";
-    if (degrees != 0) {
-        anchors_ += " rot=\"" + std::to_string(std::lround(degrees * 60'000)) + '"';
-    }
-    anchors_ += ">" + position("a:off", centerX - width / 2, centerY - height / 2) +
-                extent("a:ext", width, height) +
-                "</a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom><a:noFill/></xdr:spPr><xdr:txBody>"
-                "<a:bodyPr wrap=\"square\" lIns=\"0\" tIns=\"0\" rIns=\"0\" bIns=\"0\"/><a:p><a:pPr algn=\"" +
-                kAligns[static_cast<std::size_t>(label.anchor)] + "\"/><a:r><a:rPr sz=\"" +
-                std::to_string(std::lround(std::clamp(label.fontSize, 1.0, 400.0) * 100)) + '"' +
-                (label.bold ? " b=\"1\">" : ">") + solidFill(label.color);
+    XmlWriter& xml = anchors_;
+    xml.open("xdr:sp").open("xdr:nvSpPr");
+    openProperties("Label").close().open("xdr:cNvSpPr").attribute("txBox", 1).close().close();
+    xml.open("xdr:spPr").open("a:xfrm");
+    if (degrees != 0) xml.attribute("rot", std::lround(degrees * 60'000));
+    endTransform(xml, centerX - width / 2, centerY - height / 2, width, height);
+    writePresetShape(xml, "rect");
+    xml.open("a:noFill").close().close();
+    xml.open("xdr:txBody").open("a:bodyPr").attribute("wrap", "square");
+    for (const char* const side : {"lIns", "tIns", "rIns", "bIns"}) xml.attribute(side, 0);
+    xml.close().open("a:p").open("a:pPr");
+    xml.attribute("algn", kAligns[static_cast<std::size_t>(label.anchor)]).close();
+    xml.open("a:r").open("a:rPr");
+    xml.attribute("sz", std::lround(std::clamp(label.fontSize, 1.0, 400.0) * 100));
+    if (label.bold) xml.attribute("b", 1);
+    writeFill(xml, label.color);
     if (!label.fontFamily.empty()) {
-        for (const char* script : {"latin", "ea"}) {
-            anchors_ += std::string("<a:") + script + " typeface=\"";
-            appendMarkup(anchors_, label.fontFamily);
-            anchors_ += "\"/>";
+        for (const char* const script : {"a:latin", "a:ea"}) {
+            xml.open(script).attribute("typeface", label.fontFamily).close();
         }
     }
-    anchors_ += "</a:rPr><a:t>";
-    appendMarkup(anchors_, label.text);
-    anchors_ += "</a:t></a:r></a:p></xdr:txBody></xdr:sp>";
+    xml.close().element("a:t", label.text).close().close().close().close();
 }
 
 std::string XlsxDrawing::xml() const {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-           "<xdr:wsDr xmlns:xdr=\"http://schemas.openxmlformats.org/drawingml/2006/spreadsheetDrawing\" "
-           "xmlns:a=\"http://schemas.openxmlformats.org/drawingml/2006/main\" "
-           "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\">\n" +
-           anchors_ + "</xdr:wsDr>\n";
+    std::string part;
+    XmlWriter xml(part);
+    xml.declare().open("xdr:wsDr");
+    xml.attribute("xmlns:xdr", "http://schemas.openxmlformats.org/drawingml/2006/spreadsheetDrawing");
+    xml.attribute("xmlns:a", "http://schemas.openxmlformats.org/drawingml/2006/main");
+    xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
+    xml.content() += anchorElements_;
+    xml.close().lineEnd();
+    return part;
 }
 
 }  // namespace qbsvrl6

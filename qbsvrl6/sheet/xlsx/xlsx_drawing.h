@@ -6,6 +6,7 @@
 #include <string>
 
 #include "qbsvrl6/sheet/grid/cell_grid.h"
+#include "qbsvrl6/support/xml_writer.h"
 
 namespace qbsvrl6 {
 
@@ -13,21 +14,23 @@ namespace qbsvrl6 {
 class XlsxDrawing {
 public:
     // `row` counts from 0 in the sheet. `relation` names the picture's relation; unused for a drawing.
-    void add(const Floating& floating, std::int64_t row, const std::string& relation);
+    void add(const Floating& floating, std::int64_t row, std::string_view relation);
 
     bool isEmpty() const { return objects_ == 0; }
     // The whole part, xl/drawings/drawingN.xml.
     std::string xml() const;
 
 private:
-    void addPicture(const PictureItem& item, const std::string& relation);
+    void addPicture(const PictureItem& item, std::string_view relation);
     void addDrawing(const Drawing& drawing, Size size, std::u16string_view alternateText);
     void addLine(const LineContent& line, Size size);
     void addPath(const Drawing::Path& path, Size size);
     void addLabel(const Drawing::Label& label);
-    std::string nextId() { return std::to_string(++objects_); }
+    // The number and name that each object has; its tag stays open.
+    XmlWriter& openProperties(std::string_view name);
 
-    std::string anchors_;
+    std::string anchorElements_;
+    XmlWriter anchors_{anchorElements_};
     int objects_ = 0;
 };
 

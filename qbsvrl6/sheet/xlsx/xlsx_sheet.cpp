@@ -4,11 +4,8 @@
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 
-#include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/text/css.h"
 
 namespace qbsvrl6 {
@@ -16,9 +13,6 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr std::size_t kBufferBytes = 64 * 1024;
-constexpr const char* kXmlHead = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
-constexpr const char* kRelations = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
-
 // "A" ... "Z", "AA" ...
 std::string columnName(int column) {
     std::string name;
@@ -27,91 +21,75 @@ std::string columnName(int column) {
     return name;
 }
 
-void appendInteger(std::string& out, std::int64_t value) {
-    std::array<char, 24> digits;
-    out.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
-}
-
-void appendDouble(std::string& out, double value) {
-    std::array<char, 32> digits;
-    out.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
-}
-
 // Heights come in quarters of a point; rounding up keeps the text whole.
 double rowHeight(Micrometres height) {
     return std::clamp(std::ceil(points(height) * 4) / 4, 0.25, points(kMaxRowHeight));
 }
 
-// A margin in inches.
-void appendMargin(std::string& xml, const char* name, Micrometres length) {
-    xml += std::string(" ") + name + "=\"";
-    appendNumber(xml, std::max(length, 0) / 25400.0);
-    xml += '"';
-}
+Rounded inches(Micrometres length) { return {std::max(length, 0) / 25400.0}; }
+
+struct Millimetres {
+    Micrometres length;
+    void appendTo(std::string& out) const { appendMillimetres(out, length); }
+};
 
 }  // namespace
 
-XlsxSheet::XlsxSheet() { buffer_.reserve(kBufferBytes + kBufferBytes / 4); }
-
-void XlsxSheet::beginRow(Micrometres height) {
-    rowName_.clear();
-    appendInteger(rowName_, rows_ + 1);
-    buffer_ += "<row r=\"";
-    buffer_ += rowName_;
-    buffer_ += "\" ht=\"";
-    appendDouble(buffer_, rowHeight(height));
-    buffer_ += "\" customHeight=\"1\">";
+XlsxSheet::XlsxSheet() {
+    buffer_.reserve(kBufferBytes + kBufferBytes / 4);
+    xml_.resume("worksheet").resume("sheetData");
 }
 
-void XlsxSheet::openCell(int column, int style) {
+void XlsxSheet::beginRow(Micrometres height) {
+    rowName_ = std::to_string(rows_ + 1);
+    xml_.open("row").attribute("r", rowName_).attribute("ht", rowHeight(height)).attribute("customHeight", 1);
+}
+
+XmlWriter& XlsxSheet::openCell(int column, int style) {
     while (static_cast<int>(columnNames_.size()) <= column) {
         columnNames_.push_back(columnName(static_cast<int>(columnNames_.size())));
     }
     columns_ = std::max(columns_, column + 1);
-    buffer_ += "<c r=\"";
-    buffer_ += columnNames_[static_cast<std::size_t>(column)];
-    buffer_ += rowName_;
-    buffer_ += "\" s=\"";
-    appendInteger(buffer_, style);
+    xml_.open("c")
+        .beginAttribute("r")
+        .append(columnNames_[static_cast<std::size_t>(column)])
+        .append(rowName_);
+    return xml_.endAttribute().attribute("s", style);
 }
 
-void XlsxSheet::addBlank(int column, int style) {
-    openCell(column, style);
-    buffer_ += "\"/>";
-}
+void XlsxSheet::addBlank(int column, int style) { openCell(column, style).close(); }
 
 void XlsxSheet::addValue(int column, int style, const SheetValue& value) {
     openCell(column, style);
     switch (value.kind) {
         case SheetValue::Kind::Blank:
-            buffer_ += "\"/>";
-            return;
-        case SheetValue::Kind::Number:
-            buffer_ += "\"><v>";
-            appendDouble(buffer_, value.number);
-            buffer_ += "</v></c>";
-            return;
-        case SheetValue::Kind::Boolean:
-            buffer_ += value.boolean ? "\" t=\"b\"><v>1</v></c>" : "\" t=\"b\"><v>0</v></c>";
-            return;
-        case SheetValue::Kind::Text:
             break;
+        case SheetValue::Kind::Number:
+            xml_.element("v", value.number);
+            break;
+        case SheetValue::Kind::Boolean:
+            xml_.attribute("t", "b").element("v", value.boolean ? 1 : 0);
+            break;
+        case SheetValue::Kind::Text: {
+            const auto isSpace = [](char16_t c) {
+                return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
+            };
+            xml_.attribute("t", "inlineStr").open("is").open("t");
+            if (isSpace(value.text.front()) || isSpace(value.text.back()))
+                xml_.attribute("xml:space", "preserve");
+            xml_.text(Xstring{value.text}).close().close();
+            break;
+        }
     }
-    const auto isSpace = [](char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; };
-    const bool keepsSpace = isSpace(value.text.front()) || isSpace(value.text.back());
-    buffer_ +=
-        keepsSpace ? "\" t=\"inlineStr\"><is><t xml:space=\"preserve\">" : "\" t=\"inlineStr\"><is><t>";
-    appendXstring(buffer_, value.text);
-    buffer_ += "</t></is></c>";
+    xml_.close();
 }
 
 void XlsxSheet::addShared(int column, int style, std::size_t sharedText) {
-    openCell(column, style);
-    buffer_ += "\" t=\"s\"><v>" + std::to_string(sharedText) + "</v></c>";
+    openCell(column, style).attribute("t", "s").element("v", sharedText).close();
 }
 
 void XlsxSheet::endRow() {
-    buffer_ += "</row>\n";
+    xml_.text().close().lineEnd();
     ++rows_;
     if (buffer_.size() >= kBufferBytes) flush();
 }
@@ -128,17 +106,19 @@ std::string XlsxSheet::rangeName(int column, int columnSpan, int rowSpan) const 
 }
 
 void XlsxSheet::merge(int column, int columnSpan, int rowSpan) {
-    merges_ += "<mergeCell ref=\"" + rangeName(column, columnSpan, rowSpan) + "\"/>";
+    XmlWriter(merges_).open("mergeCell").attribute("ref", rangeName(column, columnSpan, rowSpan)).close();
     ++mergeCount_;
 }
 
 bool XlsxSheet::link(int column, int columnSpan, int rowSpan, std::u16string_view address) {
     if (linkCount_ == kMaxLinks) return false;
     const std::string id = "rIdLink" + std::to_string(++linkCount_);
-    links_ += "<hyperlink ref=\"" + rangeName(column, columnSpan, rowSpan) + "\" r:id=\"" + id + "\"/>";
-    linkRelations_ += "<Relationship Id=\"" + id + "\" Type=\"" + kRelations + "/hyperlink\" Target=\"";
-    appendMarkup(linkRelations_, address);
-    linkRelations_ += "\" TargetMode=\"External\"/>\n";
+    XmlWriter xml(links_);
+    xml.open("hyperlink")
+        .attribute("ref", rangeName(column, columnSpan, rowSpan))
+        .attribute("r:id", id)
+        .close();
+    relations_.addLink(id, address);
     return true;
 }
 
@@ -147,121 +127,106 @@ void XlsxSheet::breakPage() {
 }
 
 std::string XlsxSheet::head(const PrintSetup& print) const {
-    std::string xml = kXmlHead;
-    xml += "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" xmlns:r=\"";
-    xml += kRelations;
-    xml += "\">\n";
+    std::string part;
+    XmlWriter xml(part);
+    xml.declare().open("worksheet").attribute("xmlns", kSpreadsheetNamespace);
+    xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
     // With page breaks of its own a sheet keeps them only if it isn't fitted to pages.
-    if (!print.paged) xml += "<sheetPr><pageSetUpPr fitToPage=\"1\"/></sheetPr>";
-    xml += "<dimension ref=\"A1";
-    if (rows_ > 1 || columns_ > 1) {
-        xml += ":" + columnName(std::max(columns_ - 1, 0)) + std::to_string(std::max<std::int64_t>(rows_, 1));
-    }
-    xml += "\"/><sheetViews><sheetView workbookViewId=\"0\"";
-    if (print.isFirstSheet) xml += " tabSelected=\"1\"";
+    if (!print.paged) xml.open("sheetPr").open("pageSetUpPr").attribute("fitToPage", 1).close().close();
+    const auto lastRow = static_cast<int>(std::max<std::int64_t>(rows_, 1));
+    const std::string last = columnName(std::max(columns_ - 1, 0)) + std::to_string(lastRow);
+    xml.open("dimension").attribute("ref", "A1", last == "A1" ? "" : ":" + last).close();
+    xml.open("sheetViews").open("sheetView").attribute("workbookViewId", 0);
+    if (print.isFirstSheet) xml.attribute("tabSelected", 1);
     if (frozenRows_ > 0) {
-        xml += "><pane ySplit=\"" + std::to_string(frozenRows_) + "\" topLeftCell=\"A" +
-               std::to_string(frozenRows_ + 1) +
-               "\" activePane=\"bottomLeft\" state=\"frozen\"/><selection pane=\"bottomLeft\"/></sheetView>";
-    } else {
-        xml += "/>";
+        xml.open("pane").attribute("ySplit", frozenRows_).attribute("topLeftCell", "A", frozenRows_ + 1);
+        xml.attribute("activePane", "bottomLeft").attribute("state", "frozen").close();
+        xml.open("selection").attribute("pane", "bottomLeft").close();
     }
-    xml += "</sheetViews><sheetFormatPr defaultRowHeight=\"12.75\"/><cols>";
+    xml.close().close().open("sheetFormatPr").attribute("defaultRowHeight", "12.75").close().open("cols");
     const std::vector<int> pixels = print.columnPixels();
     for (std::size_t i = 0; i < pixels.size(); ++i) {
-        const std::string number = std::to_string(i + 1);
-        xml += "<col min=\"";
-        xml += number;
-        xml += "\" max=\"";
-        xml += number;
-        xml += "\" width=\"";
-        appendNumber(xml, 1.0 * pixels[i] / kPixelsPerDigit);
-        xml += "\" customWidth=\"1\"/>";
+        xml.open("col").attribute("min", i + 1).attribute("max", i + 1);
+        xml.attribute("width", Rounded{1.0 * pixels[i] / kPixelsPerDigit})
+            .attribute("customWidth", 1)
+            .close();
     }
-    return xml + "</cols>\n<sheetData>\n";
+    xml.close().lineEnd().open("sheetData").lineEnd();
+    return part;
 }
 
-std::string XlsxSheet::tail(const PrintSetup& print) const {
-    std::string xml = "</sheetData>\n";
+void XlsxSheet::writeTail(const PrintSetup& print) {
+    xml_.close().lineEnd();
     if (mergeCount_ > 0) {
-        xml += "<mergeCells count=\"" + std::to_string(mergeCount_) + "\">" + merges_ + "</mergeCells>\n";
+        xml_.open("mergeCells").attribute("count", mergeCount_).content() += merges_;
+        xml_.close().lineEnd();
     }
-    if (linkCount_ > 0) xml += "<hyperlinks>" + links_ + "</hyperlinks>\n";
-    appendPageSetup(xml, print);
+    if (linkCount_ > 0) {
+        xml_.open("hyperlinks").content() += links_;
+        xml_.close().lineEnd();
+    }
+    writePageSetup(print);
     if (!breaks_.empty()) {
-        const std::string count = std::to_string(breaks_.size());
-        xml += "<rowBreaks count=\"" + count + "\" manualBreakCount=\"" + count + "\">";
+        xml_.open("rowBreaks")
+            .attribute("count", breaks_.size())
+            .attribute("manualBreakCount", breaks_.size());
         for (const std::int64_t row : breaks_) {
-            xml += "<brk id=\"" + std::to_string(row) + "\" max=\"16383\" man=\"1\"/>";
+            xml_.open("brk")
+                .attribute("id", row)
+                .attribute("max", kMaxColumns - 1)
+                .attribute("man", 1)
+                .close();
         }
-        xml += "</rowBreaks>\n";
+        xml_.close().lineEnd();
     }
-    if (hasDrawing()) xml += "<drawing r:id=\"rIdDrawing\"/>\n";
-    return xml + "</worksheet>\n";
+    if (hasDrawing()) xml_.open("drawing").attribute("r:id", "rIdDrawing").close().lineEnd();
+    xml_.close().lineEnd();
 }
 
-void XlsxSheet::appendPageSetup(std::string& xml, const PrintSetup& print) const {
+void XlsxSheet::writePageSetup(const PrintSetup& print) {
     const Size paper = print.page.paper;
     const Edges margins = print.margins();
-    xml += "<pageMargins";
-    appendMargin(xml, "left", margins.left);
-    appendMargin(xml, "right", margins.right);
-    appendMargin(xml, "top", margins.top);
-    appendMargin(xml, "bottom", margins.bottom);
-    appendMargin(xml, "header", print.headerMargin());
-    appendMargin(xml, "footer", print.footerMargin());
-    xml += "/>\n<pageSetup";
+    xml_.open("pageMargins");
+    xml_.attribute("left", inches(margins.left)).attribute("right", inches(margins.right));
+    xml_.attribute("top", inches(margins.top)).attribute("bottom", inches(margins.bottom));
+    xml_.attribute("header", inches(print.headerMargin())).attribute("footer", inches(print.footerMargin()));
+    xml_.close().lineEnd().open("pageSetup");
     const int number = print.paperNumber();
     if (number != 0) {
-        xml += " paperSize=\"" + std::to_string(number) + '"';
+        xml_.attribute("paperSize", number);
     } else {
-        xml += " paperWidth=\"";
-        appendMillimetres(xml, std::min(paper.width, paper.height));
-        xml += "\" paperHeight=\"";
-        appendMillimetres(xml, std::max(paper.width, paper.height));
-        xml += '"';
+        xml_.attribute("paperWidth", Millimetres{std::min(paper.width, paper.height)});
+        xml_.attribute("paperHeight", Millimetres{std::max(paper.width, paper.height)});
     }
     if (print.paged) {
-        xml += " scale=\"" + std::to_string(print.scale()) + '"';
+        xml_.attribute("scale", print.scale());
     } else {
-        xml += " fitToHeight=\"0\"";
+        xml_.attribute("fitToHeight", 0);
     }
-    xml += paper.width > paper.height ? " orientation=\"landscape\"/>\n" : " orientation=\"portrait\"/>\n";
-    const auto add = [&](const std::string& element, const PageNumberCode& code) {
-        if (code.text().empty()) return;
-        xml += "<" + element + ">";
-        appendXstring(xml, code.text());
-        xml += "</" + element + ">";
-    };
-    if (print.header.text().empty() && print.footer.text().empty()) return;
-    xml += "<headerFooter>";
-    add("oddHeader", print.header);
-    add("oddFooter", print.footer);
-    xml += "</headerFooter>\n";
+    xml_.attribute("orientation", paper.width > paper.height ? "landscape" : "portrait").close().lineEnd();
+    const std::u16string& header = print.header.text();
+    const std::u16string& footer = print.footer.text();
+    if (header.empty() && footer.empty()) return;
+    xml_.open("headerFooter");
+    if (!header.empty()) xml_.element("oddHeader", Xstring{header});
+    if (!footer.empty()) xml_.element("oddFooter", Xstring{footer});
+    xml_.close().lineEnd();
 }
 
-void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print, const std::string& pictures) {
-    buffer_ += tail(print);
+void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print, const XlsxRelations& pictures) {
+    writeTail(print);
     flush();
     DeflateStream first;
     first.append(head(print));
     const std::string name = std::to_string(number);
     zip.add("xl/worksheets/sheet" + name + ".xml", std::move(first), std::move(body_));
-    const std::string relationsHead =
-        std::string(kXmlHead) +
-        "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">\n";
-    std::string relations;
     if (hasDrawing()) {
-        relations += std::string("<Relationship Id=\"rIdDrawing\" Type=\"") + kRelations +
-                     "/drawing\" Target=\"../drawings/drawing" + name + ".xml\"/>\n";
+        relations_.add("rIdDrawing", "drawing", "../drawings/drawing" + name + ".xml");
         zip.add("xl/drawings/drawing" + name + ".xml", drawing_.xml());
-        zip.add("xl/drawings/_rels/drawing" + name + ".xml.rels",
-                relationsHead + pictures + "</Relationships>\n");
+        zip.add("xl/drawings/_rels/drawing" + name + ".xml.rels", pictures.xml());
     }
-    relations += linkRelations_;
-    if (!relations.empty()) {
-        zip.add("xl/worksheets/_rels/sheet" + name + ".xml.rels",
-                relationsHead + relations + "</Relationships>\n");
+    if (!relations_.isEmpty()) {
+        zip.add("xl/worksheets/_rels/sheet" + name + ".xml.rels", relations_.xml());
     }
 }
 

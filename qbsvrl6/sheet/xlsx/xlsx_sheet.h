@@ -9,6 +9,7 @@
 #include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_drawing.h"
+#include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
 #include "qbsvrl6/sheet/xlsx/zip.h"
 
 namespace qbsvrl6 {
@@ -23,6 +24,8 @@ public:
     static constexpr std::size_t kMaxLinks = 65'530;
 
     XlsxSheet();
+    XlsxSheet(const XlsxSheet&) = delete;
+    XlsxSheet& operator=(const XlsxSheet&) = delete;
 
     // Cells of a row come between beginRow and endRow, from left to right.
     void beginRow(Micrometres height);
@@ -38,28 +41,27 @@ public:
     // False if the sheet holds no more. The link is that of the whole span.
     bool link(int column, int columnSpan, int rowSpan, std::u16string_view address);
     void breakPage();
-    void add(const Floating& floating, const std::string& relation) {
-        drawing_.add(floating, rows_, relation);
-    }
+    void add(const Floating& floating, std::string_view relation) { drawing_.add(floating, rows_, relation); }
 
     void freezeAbove(std::int64_t row) { frozenRows_ = row; }
 
-    // Puts the sheet with the number, its relations and its drawing into the archive. `pictures` are
+    // Puts the sheet with the number, its relations and its drawing into the archive. `pictures` are the
     // relations of the drawing.
-    void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const std::string& pictures);
+    void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const XlsxRelations& pictures);
     bool hasDrawing() const { return !drawing_.isEmpty(); }
 
 private:
-    void openCell(int column, int style);
+    XmlWriter& openCell(int column, int style);
     // "A1", or "A1:B2", from the row under way down.
     std::string rangeName(int column, int columnSpan, int rowSpan) const;
     void flush();
     std::string head(const PrintSetup& print) const;
-    std::string tail(const PrintSetup& print) const;
-    void appendPageSetup(std::string& xml, const PrintSetup& print) const;
+    void writeTail(const PrintSetup& print);
+    void writePageSetup(const PrintSetup& print);
 
     DeflateStream body_;
-    std::string buffer_;
+    std::string buffer_;  // of the rows that are not compressed yet
+    XmlWriter xml_{buffer_};
     std::vector<std::string> columnNames_;
     std::string rowName_;
     std::int64_t rows_ = 0;  // complete ones
@@ -68,8 +70,8 @@ private:
     std::string merges_;
     std::size_t mergeCount_ = 0;
     std::string links_;
-    std::string linkRelations_;
     std::size_t linkCount_ = 0;
+    XlsxRelations relations_;
     std::vector<std::int64_t> breaks_;
     XlsxDrawing drawing_;
 };

@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <unordered_map>
 
-#include "qbsvrl6/sheet/escape.h"
-#include "qbsvrl6/sheet/text/css.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
+#include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
 
 namespace qbsvrl6 {
 
@@ -16,134 +14,186 @@ namespace {
 // Elements of one list of the style sheet, each held once.
 class ElementList {
 public:
-    explicit ElementList(std::initializer_list<const char*> fixed) {
-        for (const char* xml : fixed) add(xml);
-    }
-    std::size_t add(const std::string& xml) {
-        const auto [entry, isNew] = numbers_.try_emplace(xml, numbers_.size());
-        if (isNew) all_ += xml;
+    template <class Write, class... Arguments>
+    std::size_t add(Write writeElement, const Arguments&... arguments) {
+        element_.clear();
+        XmlWriter xml(element_);
+        writeElement(xml, arguments...);
+        const auto [entry, isNew] = numbers_.try_emplace(element_, numbers_.size());
+        if (isNew) all_ += element_;
         return entry->second;
     }
-    std::string list(const std::string& name) const {
-        return "<" + name + " count=\"" + std::to_string(numbers_.size()) + "\">" + all_ + "</" + name +
-               ">\n";
+    void write(XmlWriter& xml, std::string_view name) const {
+        xml.open(name).attribute("count", numbers_.size()).content() += all_;
+        xml.close().lineEnd();
     }
 
 private:
     std::unordered_map<std::string, std::size_t> numbers_;
     std::string all_;
+    std::string element_;
 };
 
-std::string rgb(const Color& color) {
-    std::array<char, 16> text;
-    std::snprintf(text.data(), text.size(), "rgb=\"FF%02X%02X%02X\"", color.red, color.green, color.blue);
-    return text.data();
+void writeColor(XmlWriter& xml, std::string_view name, const Color& color) {
+    xml.open(name).attribute("rgb", "FF", HexColor{color}).close();
 }
 
-std::string fontElement(const CellStyle& style) {
+void writeFont(XmlWriter& xml, const CellStyle& style) {
     constexpr std::size_t kMaxName = 31;
-    std::string xml = "<font>";
-    if (style.bold) xml += "<b/>";
-    if (style.italic) xml += "<i/>";
-    if (style.underline) xml += "<u/>";
-    xml += "<sz val=\"";
-    appendNumber(xml, std::clamp(style.fontSize, 1.0, 409.0));
-    xml += "\"/><color " + rgb(style.color) + "/><name val=\"";
-    appendMarkup(xml, std::u16string_view(style.fontFamily).substr(0, kMaxName));
-    return xml + "\"/></font>";
+    xml.open("font");
+    if (style.bold) xml.open("b").close();
+    if (style.italic) xml.open("i").close();
+    if (style.underline) xml.open("u").close();
+    xml.open("sz").attribute("val", Rounded{std::clamp(style.fontSize, 1.0, 409.0)}).close();
+    writeColor(xml, "color", style.color);
+    xml.open("name").attribute("val", std::u16string_view(style.fontFamily).substr(0, kMaxName)).close();
+    xml.close();
 }
 
-std::string fillElement(const Color& color) {
-    return "<fill><patternFill patternType=\"solid\"><fgColor " + rgb(color) +
-           "/><bgColor indexed=\"64\"/></patternFill></fill>";
+void writePlainFont(XmlWriter& xml) {
+    xml.open("font").open("sz").attribute("val", 10).close();
+    xml.open("name").attribute("val", "Arial").close().open("family").attribute("val", 2).close().close();
 }
 
-std::string borderElement(const Border& border) {
+void writeFill(XmlWriter& xml, const Color& color) {
+    xml.open("fill").open("patternFill").attribute("patternType", "solid");
+    writeColor(xml, "fgColor", color);
+    xml.open("bgColor").attribute("indexed", 64).close().close().close();
+}
+
+void writePattern(XmlWriter& xml, const char* pattern) {
+    xml.open("fill").open("patternFill").attribute("patternType", pattern).close().close();
+}
+
+void writeBorderSide(XmlWriter& xml, std::string_view name, const BorderLine& line) {
     constexpr std::array kWeights = {"none", "hair", "thin", "medium", "thick"};
-    std::string xml = "<border>";
-    const auto side = [&](const char* name, const BorderLine& line) {
-        const LineWeight weight = lineWeight(line.width);
-        const char* const kind = !line.dashed                  ? kWeights[static_cast<std::size_t>(weight)]
-                                 : weight < LineWeight::Medium ? "dashed"
-                                                               : "mediumDashed";
-        xml += std::string("<") + name;
-        if (weight != LineWeight::None) {
-            xml += std::string(" style=\"") + kind + "\"><color " + rgb(line.color) + "/></" + name + ">";
-        } else {
-            xml += "/>";
-        }
-    };
-    side("left", border.left);
-    side("right", border.right);
-    side("top", border.top);
-    side("bottom", border.bottom);
-    return xml + "<diagonal/></border>";
+    const LineWeight weight = lineWeight(line.width);
+    xml.open(name);
+    if (weight != LineWeight::None) {
+        xml.attribute("style", !line.dashed                  ? kWeights[static_cast<std::size_t>(weight)]
+                               : weight < LineWeight::Medium ? "dashed"
+                                                             : "mediumDashed");
+        writeColor(xml, "color", line.color);
+    }
+    xml.close();
+}
+
+void writeBorder(XmlWriter& xml, const Border& border) {
+    xml.open("border");
+    writeBorderSide(xml, "left", border.left);
+    writeBorderSide(xml, "right", border.right);
+    writeBorderSide(xml, "top", border.top);
+    writeBorderSide(xml, "bottom", border.bottom);
+    xml.open("diagonal").close().close();
 }
 
 // Degrees upwards from 0 to 90; from 91 on, degrees downwards.
 int rotationNumber(int clockwise) { return clockwise == 90 ? 180 : clockwise == 270 ? 90 : 0; }
 
-std::string alignmentElement(const CellStyle& style) {
+void writeAlignment(XmlWriter& xml, const CellStyle& style) {
     constexpr std::array kAligns = {"left", "center", "right", "justify"};
     constexpr std::array kVerticals = {"top", "center", "bottom"};
-    std::string xml = std::string("<alignment horizontal=\"") +
-                      kAligns[static_cast<std::size_t>(style.align)] + "\" vertical=\"" +
-                      kVerticals[static_cast<std::size_t>(style.verticalAlign)] + '"';
+    xml.open("alignment");
+    xml.attribute("horizontal", kAligns[static_cast<std::size_t>(style.align)]);
+    xml.attribute("vertical", kVerticals[static_cast<std::size_t>(style.verticalAlign)]);
     const int rotation = rotationNumber(style.rotation);
-    if (rotation != 0) xml += " textRotation=\"" + std::to_string(rotation) + '"';
-    if (style.indent != 0) xml += " indent=\"" + std::to_string(style.indent) + '"';
-    if (style.wraps) xml += " wrapText=\"1\"";
+    if (rotation != 0) xml.attribute("textRotation", rotation);
+    if (style.indent != 0) xml.attribute("indent", style.indent);
+    if (style.wraps) xml.attribute("wrapText", 1);
     // A number that is a trace too wide would read "####".
-    if (style.isNumber) xml += " shrinkToFit=\"1\"";
-    return xml + "/>";
+    if (style.isNumber) xml.attribute("shrinkToFit", 1);
+    xml.close();
 }
+
+// The number format and the numbers of the lists' elements that a cell has.
+struct CellFormat {
+    std::size_t number = 0, font = 0, fill = 0, border = 0;
+};
+
+XmlWriter& openFormat(XmlWriter& xml, const CellFormat& format) {
+    return xml.open("xf")
+        .attribute("numFmtId", format.number)
+        .attribute("fontId", format.font)
+        .attribute("fillId", format.fill)
+        .attribute("borderId", format.border);
+}
+
+class StyleSheet {
+public:
+    StyleSheet() {
+        fonts_.add(writePlainFont);
+        fills_.add(writePattern, "none");
+        fills_.add(writePattern, "gray125");
+        borders_.add(writeBorder, Border());
+        openFormat(cells_, {}).attribute("xfId", 0).close();
+    }
+
+    void add(const CellStyle& style) {
+        CellFormat format;
+        format.number = numberFormat(style.numberFormat);
+        format.font = fonts_.add(writeFont, style);
+        if (style.background) format.fill = fills_.add(writeFill, *style.background);
+        format.border = borders_.add(writeBorder, style.border);
+        openFormat(cells_, format).attribute("xfId", 0);
+        for (const char* const use :
+             {"applyNumberFormat", "applyFont", "applyFill", "applyBorder", "applyAlignment"}) {
+            cells_.attribute(use, 1);
+        }
+        writeAlignment(cells_, style);
+        cells_.close();
+        ++count_;
+    }
+
+    std::string xml() const {
+        std::string part;
+        XmlWriter xml(part);
+        xml.declare().open("styleSheet").attribute("xmlns", kSpreadsheetNamespace).lineEnd();
+        if (!formats_.empty()) {
+            xml.open("numFmts").attribute("count", formats_.size()).content() += formatElements_;
+            xml.close().lineEnd();
+        }
+        fonts_.write(xml, "fonts");
+        fills_.write(xml, "fills");
+        borders_.write(xml, "borders");
+        openFormat(xml.open("cellStyleXfs").attribute("count", 1), {}).close().close().lineEnd();
+        xml.open("cellXfs").attribute("count", count_).content() += cellElements_;
+        xml.close().lineEnd();
+        xml.open("cellStyles").attribute("count", 1).open("cellStyle").attribute("name", "Normal");
+        xml.attribute("xfId", 0).attribute("builtinId", 0).close().close().lineEnd();
+        xml.close().lineEnd();
+        return part;
+    }
+
+private:
+    std::size_t numberFormat(const std::u16string& code) {
+        constexpr std::size_t kFirstFormat = 164;  // those before are built in
+        constexpr std::size_t kMaxUnits = 255;
+        if (code.empty()) return 0;
+        const auto [entry, isNew] = formats_.try_emplace(code, kFirstFormat + formats_.size());
+        if (isNew) {
+            XmlWriter(formatElements_)
+                .open("numFmt")
+                .attribute("numFmtId", entry->second)
+                .attribute("formatCode", std::u16string_view(code).substr(0, kMaxUnits))
+                .close();
+        }
+        return entry->second;
+    }
+
+    ElementList fonts_, fills_, borders_;
+    std::unordered_map<std::u16string, std::size_t> formats_;
+    std::string formatElements_;
+    std::string cellElements_;
+    XmlWriter cells_{cellElements_};
+    std::size_t count_ = 1;
+};
 
 }  // namespace
 
 std::string xlsxStyles(const std::vector<const CellStyle*>& styles) {
-    constexpr std::size_t kFirstFormat = 164;  // those before are built in
-    ElementList fonts{"<font><sz val=\"10\"/><name val=\"Arial\"/><family val=\"2\"/></font>"};
-    ElementList fills{"<fill><patternFill patternType=\"none\"/></fill>",
-                      "<fill><patternFill patternType=\"gray125\"/></fill>"};
-    ElementList borders{"<border><left/><right/><top/><bottom/><diagonal/></border>"};
-    std::unordered_map<std::u16string, std::size_t> formats;
-    std::string formatElements;
-    std::string cells = "<xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" borderId=\"0\" xfId=\"0\"/>";
-    for (const CellStyle* style : styles) {
-        std::size_t format = 0;
-        if (!style->numberFormat.empty()) {
-            const auto [entry, isNew] =
-                formats.try_emplace(style->numberFormat, kFirstFormat + formats.size());
-            format = entry->second;
-            if (isNew) {
-                formatElements += "<numFmt numFmtId=\"" + std::to_string(format) + "\" formatCode=\"";
-                appendMarkup(formatElements, std::u16string_view(style->numberFormat).substr(0, 255));
-                formatElements += "\"/>";
-            }
-        }
-        cells += "<xf numFmtId=\"" + std::to_string(format) + "\" fontId=\"" +
-                 std::to_string(fonts.add(fontElement(*style))) + "\" fillId=\"" +
-                 std::to_string(style->background ? fills.add(fillElement(*style->background)) : 0) +
-                 "\" borderId=\"" + std::to_string(borders.add(borderElement(style->border))) +
-                 "\" xfId=\"0\" applyNumberFormat=\"1\" applyFont=\"1\" applyFill=\"1\" applyBorder=\"1\" "
-                 "applyAlignment=\"1\">" +
-                 alignmentElement(*style) + "</xf>";
-    }
-    std::string xml =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-        "<styleSheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">\n";
-    if (!formats.empty()) {
-        xml += "<numFmts count=\"" + std::to_string(formats.size()) + "\">" + formatElements + "</numFmts>\n";
-    }
-    xml += fonts.list("fonts") + fills.list("fills") + borders.list("borders") +
-           "<cellStyleXfs count=\"1\"><xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" "
-           "borderId=\"0\"/></cellStyleXfs>\n"
-           "<cellXfs count=\"" +
-           std::to_string(styles.size() + 1) + "\">" + cells +
-           "</cellXfs>\n<cellStyles count=\"1\"><cellStyle name=\"Normal\" xfId=\"0\" "
-           "builtinId=\"0\"/></cellStyles>\n"
-           "</styleSheet>\n";
-    return xml;
+    StyleSheet sheet;
+    for (const CellStyle* style : styles) sheet.add(*style);
+    return sheet.xml();
 }
 
 }  // namespace qbsvrl6

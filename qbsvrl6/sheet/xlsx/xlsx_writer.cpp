@@ -2,9 +2,9 @@
 // writes rows in order couldn't take texts that are settled at the end (the page count), nor the sizes of
 // pictures in rows that it has forgotten; both are simple here, since the parts of the package may be written
 // in any order.
+#include <deque>
 #include <map>
 
-#include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/workbook/workbook_sink.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_styles.h"
@@ -13,10 +13,6 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr const char* kXmlHead = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
-constexpr const char* kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
-constexpr const char* kPackage = "http://schemas.openxmlformats.org/package/2006";
-constexpr const char* kDocument = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 class XlsxWriter final : public WorkbookSink {
 public:
     XlsxWriter(const SheetOptions& options, std::string& output)
@@ -73,11 +69,10 @@ private:
         zip.add("xl/_rels/workbook.xml.rels", workbookRelations());
         zip.add("xl/styles.xml", xlsxStyles(styles().styles()));
         if (!late_.empty()) zip.add("xl/sharedStrings.xml", sharedTexts(pending));
-        std::string pictures;
+        XlsxRelations pictures;
         for (const auto& [id, picture] : pictures_) {
             zip.addStored("xl/media/" + mediaName(*picture), picture->bytes);
-            pictures += "<Relationship Id=\"rId" + std::to_string(id) + "\" Type=\"" + kDocument +
-                        "/image\" Target=\"../media/" + mediaName(*picture) + "\"/>\n";
+            pictures.add("rId" + std::to_string(id), "image", "../media/" + mediaName(*picture));
         }
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             sheets_[i].writeTo(zip, static_cast<int>(i) + 1, printSetup(i == 0), pictures);
@@ -92,115 +87,120 @@ private:
     }
 
     std::string contentTypes() const {
-        const std::string sheetType = "application/vnd.openxmlformats-officedocument.spreadsheetml.";
-        std::string xml = std::string(kXmlHead) + "<Types xmlns=\"" + kPackage + "/content-types\">\n" +
-                          "<Default Extension=\"rels\" "
-                          "ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>\n"
-                          "<Default Extension=\"xml\" ContentType=\"application/xml\"/>\n"
-                          "<Default Extension=\"png\" ContentType=\"image/png\"/>\n"
-                          "<Default Extension=\"jpeg\" ContentType=\"image/jpeg\"/>\n";
-        const auto add = [&](const std::string& part, const std::string& type) {
-            xml += "<Override PartName=\"" + part + "\" ContentType=\"" + type + "\"/>\n";
+        std::string part;
+        XmlWriter xml(part);
+        xml.declare().open("Types").attribute("xmlns", kPackageNamespace, "/content-types").lineEnd();
+        const auto addDefault = [&](const char* extension, const char* type) {
+            xml.open("Default")
+                .attribute("Extension", extension)
+                .attribute("ContentType", type)
+                .close()
+                .lineEnd();
         };
-        add("/docProps/core.xml", "application/vnd.openxmlformats-package.core-properties+xml");
-        add("/xl/workbook.xml", sheetType + "sheet.main+xml");
-        add("/xl/styles.xml", sheetType + "styles+xml");
-        if (!late_.empty()) add("/xl/sharedStrings.xml", sheetType + "sharedStrings+xml");
+        addDefault("rels", "application/vnd.openxmlformats-package.relationships+xml");
+        addDefault("xml", "application/xml");
+        addDefault("png", "image/png");
+        addDefault("jpeg", "image/jpeg");
+        const auto add = [&](std::string_view name, std::string_view type) {
+            xml.open("Override").attribute("PartName", name);
+            xml.attribute("ContentType", "application/vnd.openxmlformats-", type, "+xml").close().lineEnd();
+        };
+        add("/docProps/core.xml", "package.core-properties");
+        add("/xl/workbook.xml", "officedocument.spreadsheetml.sheet.main");
+        add("/xl/styles.xml", "officedocument.spreadsheetml.styles");
+        if (!late_.empty()) add("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
-            add("/xl/worksheets/sheet" + std::to_string(i) + ".xml", sheetType + "worksheet+xml");
+            const std::string number = std::to_string(i) + ".xml";
+            add("/xl/worksheets/sheet" + number, "officedocument.spreadsheetml.worksheet");
             if (sheets_[i - 1].hasDrawing()) {
-                add("/xl/drawings/drawing" + std::to_string(i) + ".xml",
-                    "application/vnd.openxmlformats-officedocument.drawing+xml");
+                add("/xl/drawings/drawing" + number, "officedocument.drawing");
             }
         }
-        return xml + "</Types>\n";
-    }
-
-    static std::string relation(const std::string& id, const std::string& type, const std::string& target) {
-        return "<Relationship Id=\"" + id + "\" Type=\"" + type + "\" Target=\"" + target + "\"/>\n";
-    }
-    static std::string relations(const std::string& elements) {
-        return std::string(kXmlHead) + "<Relationships xmlns=\"" + kPackage + "/relationships\">\n" +
-               elements + "</Relationships>\n";
+        xml.close().lineEnd();
+        return part;
     }
 
     static std::string packageRelations() {
-        return relations(relation("rId1", std::string(kDocument) + "/officeDocument", "xl/workbook.xml") +
-                         relation("rId2", std::string(kPackage) + "/relationships/metadata/core-properties",
-                                  "docProps/core.xml"));
+        XlsxRelations relations;
+        relations.add("rId1", "officeDocument", "xl/workbook.xml");
+        relations.add("rId2", std::string(kPackageNamespace) + "/relationships/metadata/core-properties",
+                      "docProps/core.xml");
+        return relations.xml();
     }
 
     std::string workbookRelations() const {
-        const std::string type = std::string(kDocument) + "/";
-        std::string elements = relation("rIdStyles", type + "styles", "styles.xml");
-        if (!late_.empty()) elements += relation("rIdTexts", type + "sharedStrings", "sharedStrings.xml");
+        XlsxRelations relations;
+        relations.add("rIdStyles", "styles", "styles.xml");
+        if (!late_.empty()) relations.add("rIdTexts", "sharedStrings", "sharedStrings.xml");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
             const std::string number = std::to_string(i);
-            elements += relation("rId" + number, type + "worksheet", "worksheets/sheet" + number + ".xml");
+            relations.add("rId" + number, "worksheet", "worksheets/sheet" + number + ".xml");
         }
-        return relations(elements);
+        return relations.xml();
     }
 
     // No times: the same report gives the same bytes.
     std::string coreProperties() const {
-        std::string xml = std::string(kXmlHead) + "<cp:coreProperties xmlns:cp=\"" + kPackage +
-                          "/metadata/core-properties\" xmlns:dc=\"http://purl.org/dc/elements/1.1/\">\n";
-        const auto add = [&](const std::string& element, const std::u16string& text) {
-            if (text.empty()) return;
-            xml += "<" + element + ">";
-            appendMarkup(xml, text);
-            xml += "</" + element + ">\n";
+        std::string part;
+        XmlWriter xml(part);
+        xml.declare().open("cp:coreProperties");
+        xml.attribute("xmlns:cp", kPackageNamespace, "/metadata/core-properties");
+        xml.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/").lineEnd();
+        const auto add = [&](std::string_view name, const std::u16string& text) {
+            if (!text.empty()) xml.element(name, text).lineEnd();
         };
         add("dc:title", options().info.title);
         add("dc:subject", options().info.subject);
         add("dc:creator", options().info.author);
         add("cp:keywords", options().info.keywords);
-        return xml + "</cp:coreProperties>\n";
+        xml.close().lineEnd();
+        return part;
     }
 
     std::string workbook() const {
         const std::u16string name = sheetName(options().info.title);
-        std::string xml = std::string(kXmlHead) + "<workbook xmlns=\"" + kMain + "\" xmlns:r=\"" + kDocument +
-                          "\">\n<bookViews><workbookView/></bookViews>\n<sheets>";
+        std::string part;
+        XmlWriter xml(part);
+        xml.declare().open("workbook").attribute("xmlns", kSpreadsheetNamespace);
+        xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
+        xml.open("bookViews").open("workbookView").close().close().lineEnd();
+        xml.open("sheets");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
-            const std::string number = std::to_string(i);
-            xml += "<sheet name=\"";
-            appendMarkup(xml, name);
-            if (i > 1) xml += " (" + number + ")";
-            xml += "\" sheetId=\"";
-            xml += number;
-            xml += "\" r:id=\"rId";
-            xml += number;
-            xml += "\"/>";
+            xml.open("sheet").attribute("name", name, i > 1 ? " (" + std::to_string(i) + ")" : "");
+            xml.attribute("sheetId", i).attribute("r:id", "rId", i).close();
         }
-        xml += "</sheets>\n";
+        xml.close().lineEnd();
         // Printed pages bring their titles with them.
         if (titles().last >= titles().first && !options().paged) {
             std::u16string quoted;
             for (const char16_t c : name) quoted.append(c == u'\'' ? 2 : 1, c);
-            xml += "<definedNames><definedName name=\"_xlnm.Print_Titles\" localSheetId=\"0\">'";
-            appendMarkup(xml, quoted);
-            xml += "'!$" + std::to_string(titles().first + 1) + ":$" + std::to_string(titles().last + 1) +
-                   "</definedName></definedNames>\n";
+            xml.open("definedNames").open("definedName").attribute("name", "_xlnm.Print_Titles");
+            xml.attribute("localSheetId", 0);
+            xml.text("'", quoted, "'!$", titles().first + 1, ":$", titles().last + 1)
+                .close()
+                .close()
+                .lineEnd();
         }
-        return xml + "</workbook>\n";
+        xml.close().lineEnd();
+        return part;
     }
 
     std::string sharedTexts(PendingTexts& pending) {
-        const std::string count = std::to_string(late_.size());
-        std::string xml = std::string(kXmlHead) + "<sst xmlns=\"" + kMain + "\" count=\"" + count +
-                          "\" uniqueCount=\"" + count + "\">\n";
+        std::string part;
+        XmlWriter xml(part);
+        xml.declare().open("sst").attribute("xmlns", kSpreadsheetNamespace);
+        xml.attribute("count", late_.size()).attribute("uniqueCount", late_.size()).lineEnd();
         for (Item& item : late_) {
             pending.settle(item);
-            xml += "<si><t xml:space=\"preserve\">";
-            appendXstring(xml, sheetValue(&item, XlsxSheet::kMaxUnits).text);
-            xml += "</t></si>\n";
+            xml.open("si").open("t").attribute("xml:space", "preserve");
+            xml.text(Xstring{sheetValue(&item, XlsxSheet::kMaxUnits).text}).close().close().lineEnd();
         }
-        return xml + "</sst>\n";
+        xml.close().lineEnd();
+        return part;
     }
 
     std::string& output_;
-    std::vector<XlsxSheet> sheets_;
+    std::deque<XlsxSheet> sheets_;
     std::map<std::uint64_t, std::shared_ptr<const Picture>> pictures_;
     std::vector<Item> late_;
 };

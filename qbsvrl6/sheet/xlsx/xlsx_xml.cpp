@@ -1,0 +1,43 @@
+#include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
+
+#include "qbsvrl6/sheet/text/css.h"
+
+namespace qbsvrl6 {
+
+void HexColor::appendTo(std::string& out) const {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    for (const std::uint8_t part : {color.red, color.green, color.blue}) {
+        out += kDigits[part >> 4];
+        out += kDigits[part & 0xF];
+    }
+}
+
+void Rounded::appendTo(std::string& out) const { appendNumber(out, number); }
+
+void XlsxRelations::add(std::string_view id, std::string_view type, std::string_view target) {
+    XmlWriter xml(elements_);
+    xml.open("Relationship").attribute("Id", id);
+    if (type.starts_with("http:")) {
+        xml.attribute("Type", type);
+    } else {
+        xml.attribute("Type", kRelationNamespace, "/", type);
+    }
+    xml.attribute("Target", target).close().lineEnd();
+}
+
+void XlsxRelations::addLink(std::string_view id, std::u16string_view address) {
+    XmlWriter xml(elements_);
+    xml.open("Relationship").attribute("Id", id).attribute("Type", kRelationNamespace, "/hyperlink");
+    xml.attribute("Target", address).attribute("TargetMode", "External").close().lineEnd();
+}
+
+std::string XlsxRelations::xml() const {
+    std::string part;
+    XmlWriter xml(part);
+    xml.declare().open("Relationships").attribute("xmlns", kPackageNamespace, "/relationships").lineEnd();
+    xml.content() += elements_;
+    xml.close().lineEnd();
+    return part;
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,55 @@
+// What the XML parts of a workbook have in common.
+#ifndef QBSVR_QBSVRL6_SHEET_XLSX_XLSX_XML_H
+#define QBSVR_QBSVRL6_SHEET_XLSX_XLSX_XML_H
+
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/units.h"
+#include "qbsvrl6/support/xml_writer.h"
+
+namespace qbsvrl6 {
+
+inline constexpr std::string_view kSpreadsheetNamespace =
+    "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+inline constexpr std::string_view kRelationNamespace =
+    "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+inline constexpr std::string_view kPackageNamespace = "http://schemas.openxmlformats.org/package/2006";
+
+// A part of values: "1A2B3C".
+struct HexColor {
+    Color color;
+    void appendTo(std::string& out) const;
+};
+
+// A part of values: three decimals at most.
+struct Rounded {
+    double number;
+    void appendTo(std::string& out) const;
+};
+
+// A part of texts: ST_Xstring.
+struct Xstring {
+    std::u16string_view text;
+    void appendTo(std::string& out) const { appendXstring(out, text); }
+};
+
+// The relations of one part of the package, in which it names other parts and addresses.
+class XlsxRelations {
+public:
+    // `type` is the end of a type of office documents, or a whole type.
+    void add(std::string_view id, std::string_view type, std::string_view target);
+    void addLink(std::string_view id, std::u16string_view address);
+
+    bool isEmpty() const { return elements_.empty(); }
+    // The whole part, NAME.rels.
+    std::string xml() const;
+
+private:
+    std::string elements_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
