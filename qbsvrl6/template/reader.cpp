@@ -585,11 +585,11 @@ void ReadElement::finish() {
     }
     for (const pugi::xml_node child : node_.children()) {
         if (child.type() != pugi::node_element) {
-            if (text_) continue;
-            reading_.addError(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
-                              offsetOf(reading_.source.text(), child));
-        }
-        if (!known(children_, child.name())) {
+            if (!text_) {
+                reading_.addError(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
+                                  offsetOf(reading_.source.text(), child));
+            }
+        } else if (!known(children_, child.name())) {
             ReadElement(reading_, child)
                 .addError("unknown element " + tag(child.name()) + " in " + tag(node_.name()));
         }
@@ -597,7 +597,7 @@ void ReadElement::finish() {
 }
 
 void ReadElement::readVersion() {
-    int version = 0;
+    int version = kTemplateVersion;
     required("version", version, IntegerCodec{0, std::numeric_limits<int>::max()});
     if (version != kTemplateVersion) {
         addErrorAt("version",
