@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <optional>
 
-namespace qbsvrl6 {
+#include "qbsvrl6/support/clock.h"
 
-inline constexpr std::int64_t kSecondsADay = 86'400;
+namespace qbsvrl6 {
 
 inline bool isWholeDay(std::int64_t seconds) { return seconds % kSecondsADay == 0; }
 std::int64_t startOfDay(std::int64_t seconds);

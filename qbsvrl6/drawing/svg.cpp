@@ -1,48 +1,25 @@
 #include "qbsvrl6/drawing/svg.h"
 
-#include <charconv>
 #include <cmath>
 
 #include "qbsvrl6/fonts/aliases.h"
+#include "qbsvrl6/support/append.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
 constexpr double kMicrometresPerUnit = 100.0;
-
-// At most two decimals, without zeros at the end: a hundredth of a unit is a micrometre.
-void appendNumber(std::string& out, double value) {
-    char buffer[64];
-    const double rounded = std::isfinite(value) ? std::round(value * 100) / 100 + 0.0 : 0.0;
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, rounded, std::chars_format::fixed, 2);
-    const char* end = result.ec == std::errc() ? result.ptr : buffer;
-    if (end == buffer) {
-        out += '0';
-        return;
-    }
-    while (end[-1] == '0') --end;
-    if (end[-1] == '.') --end;
-    out.append(static_cast<const char*>(buffer), end);
-}
-
-void appendColor(std::string& out, Color color) {
-    static constexpr char digits[] = "0123456789abcdef";
-    out += '#';
-    for (const std::uint8_t part : {color.red, color.green, color.blue}) {
-        out += digits[part >> 4];
-        out += digits[part & 15];
-    }
-}
+constexpr int kDecimals = 2;  // a hundredth of a unit is a micrometre
 
 // Lengths and colours as parts of values.
 struct Length {
     double micrometres;
-    void appendTo(std::string& out) const { appendNumber(out, micrometres / kMicrometresPerUnit); }
+    void appendTo(std::string& out) const { appendNumber(out, micrometres / kMicrometresPerUnit, kDecimals); }
 };
 struct Plain {
     double number;
-    void appendTo(std::string& out) const { appendNumber(out, number); }
+    void appendTo(std::string& out) const { appendNumber(out, number, kDecimals); }
 };
 struct Paint {
     Color color;

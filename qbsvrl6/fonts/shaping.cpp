@@ -10,6 +10,7 @@
 #include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/fonts/character_table.h"
 #include "qbsvrl6/fonts/harfbuzz_run.h"
+#include "qbsvrl6/support/hash.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -60,7 +61,7 @@ struct ShapingState {
 
     CachedText& slot(const FontSet& fonts, std::u16string_view text) {
         std::size_t hash = reinterpret_cast<std::size_t>(&fonts) >> 4;
-        for (const char16_t unit : text) hash = (hash ^ unit) * 0x9E3779B97F4A7C15u;
+        for (const char16_t unit : text) mixHash(hash, unit);
         return cache[(hash >> 40) & (kCachedTexts - 1)];
     }
 };

@@ -5,6 +5,8 @@
 #include <functional>
 #include <vector>
 
+#include "qbsvrl6/support/hash.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -14,9 +16,7 @@ constexpr double kLargestFont = 2000;
 
 std::size_t hashOf(const ResolvedStyle& style) {
     std::size_t hash = std::hash<std::u16string>()(style.fontFamily);
-    const auto mix = [&hash](int value) {
-        hash = (hash ^ static_cast<std::size_t>(static_cast<unsigned>(value))) * 0x9E3779B97F4A7C15u;
-    };
+    const auto mix = [&hash](int value) { mixHash(hash, static_cast<unsigned>(value)); };
     mix(static_cast<int>(style.fontSize * 64));
     for (const bool flag : {style.bold, style.italic, style.underline}) mix(flag ? 1 : 0);
     for (const int part : {style.color.red, style.color.green, style.color.blue}) mix(part);

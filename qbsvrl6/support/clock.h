@@ -5,6 +5,8 @@
 
 namespace qbsvrl6 {
 
+inline constexpr std::int64_t kSecondsADay = 86'400;
+
 // What a clock on the wall shows now, summer time included, as seconds since its own 1970-01-01 00:00:00.
 std::int64_t localTime();
 

@@ -9,6 +9,7 @@
 #include "common/base64.h"
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/support/append.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -211,12 +212,8 @@ Color ColorCodec::read(std::string_view text) const {
 }
 
 std::string ColorCodec::write(const Color& value) const {
-    static constexpr std::string_view kDigits = "0123456789abcdef";
-    std::string text = "#";
-    for (const std::uint8_t part : {value.red, value.green, value.blue}) {
-        text += kDigits[part >> 4];
-        text += kDigits[part & 15];
-    }
+    std::string text;
+    appendColor(text, value);
     return text;
 }
 

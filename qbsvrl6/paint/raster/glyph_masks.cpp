@@ -9,6 +9,8 @@
 #include <memory>
 #include <unordered_map>
 
+#include "qbsvrl6/support/hash.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -41,10 +43,10 @@ struct Key {
 struct KeyHash {
     std::size_t operator()(const Key& key) const {
         std::size_t hash = reinterpret_cast<std::size_t>(key.face) >> 4;
-        const auto mix = [&hash](std::size_t value) { hash = (hash ^ value) * 0x9E3779B97F4A7C15u; };
-        mix(key.glyph | (static_cast<std::size_t>(key.size) << 32));
-        mix(static_cast<std::size_t>(key.directionX) * 31 + static_cast<std::size_t>(key.directionY));
-        mix(static_cast<std::size_t>(key.stepX * 64 + key.stepY * 4 + key.bold * 2 + key.italic));
+        mixHash(hash, key.glyph | (static_cast<std::size_t>(key.size) << 32));
+        mixHash(hash,
+                static_cast<std::size_t>(key.directionX) * 31 + static_cast<std::size_t>(key.directionY));
+        mixHash(hash, static_cast<std::size_t>(key.stepX * 64 + key.stepY * 4 + key.bold * 2 + key.italic));
         return hash ^ (hash >> 32);
     }
 };

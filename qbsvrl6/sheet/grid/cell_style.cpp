@@ -4,40 +4,40 @@
 #include <functional>
 #include <utility>
 
+#include "qbsvrl6/support/hash.h"
+
 namespace qbsvrl6 {
 
 namespace {
 
 const ResolvedStyle kDefaultStyle;
 
-void mix(std::size_t& hash, std::size_t value) { hash = (hash ^ value) * 0x9E3779B97F4A7C15u; }
-
 std::size_t packed(const Color& color) {
     return static_cast<std::size_t>(color.red) << 16 | static_cast<std::size_t>(color.green) << 8 |
            color.blue;
 }
 
-void mix(std::size_t& hash, const BorderLine& line) {
-    mix(hash,
-        static_cast<std::size_t>(line.width) << 25 | (line.dashed ? 1u << 24 : 0u) | packed(line.color));
+void mixLine(std::size_t& hash, const BorderLine& line) {
+    mixHash(hash,
+            static_cast<std::size_t>(line.width) << 25 | (line.dashed ? 1u << 24 : 0u) | packed(line.color));
 }
 
 }  // namespace
 
 std::size_t CellStyleHash::operator()(const CellStyle& style) const {
     std::size_t hash = std::hash<std::u16string>()(style.fontFamily);
-    mix(hash, std::hash<double>()(style.fontSize));
-    mix(hash, (style.bold ? 1u : 0u) | (style.italic ? 2u : 0u) | (style.underline ? 4u : 0u) |
-                  (style.wraps ? 8u : 0u) | (style.isNumber ? 16u : 0u));
-    mix(hash, packed(style.color));
-    mix(hash, style.background ? packed(*style.background) : SIZE_MAX);
-    mix(hash, style.border.left);
-    mix(hash, style.border.top);
-    mix(hash, style.border.right);
-    mix(hash, style.border.bottom);
-    mix(hash, static_cast<std::size_t>(style.align) * 8 + static_cast<std::size_t>(style.verticalAlign));
-    mix(hash, static_cast<std::size_t>(style.rotation) * 16 + static_cast<std::size_t>(style.indent));
-    mix(hash, std::hash<std::u16string>()(style.numberFormat));
+    mixHash(hash, std::hash<double>()(style.fontSize));
+    mixHash(hash, (style.bold ? 1u : 0u) | (style.italic ? 2u : 0u) | (style.underline ? 4u : 0u) |
+                      (style.wraps ? 8u : 0u) | (style.isNumber ? 16u : 0u));
+    mixHash(hash, packed(style.color));
+    mixHash(hash, style.background ? packed(*style.background) : SIZE_MAX);
+    mixLine(hash, style.border.left);
+    mixLine(hash, style.border.top);
+    mixLine(hash, style.border.right);
+    mixLine(hash, style.border.bottom);
+    mixHash(hash, static_cast<std::size_t>(style.align) * 8 + static_cast<std::size_t>(style.verticalAlign));
+    mixHash(hash, static_cast<std::size_t>(style.rotation) * 16 + static_cast<std::size_t>(style.indent));
+    mixHash(hash, std::hash<std::u16string>()(style.numberFormat));
     return hash;
 }
 
@@ -63,7 +63,8 @@ int StyleTable::idOf(const Cell& cell, const SheetLook& look) {
     const bool isPadded = cell.item == nullptr || text != nullptr;
 
     std::size_t slot = reinterpret_cast<std::uintptr_t>(resolved) + (isWrapped ? 1 : 0);
-    mix(slot, static_cast<std::size_t>(cell.column) + (cell.background ? packed(*cell.background) << 16 : 0));
+    mixHash(slot,
+            static_cast<std::size_t>(cell.column) + (cell.background ? packed(*cell.background) << 16 : 0));
     Answer& answer = answers_[slot >> 56];
     static_assert(std::tuple_size_v<decltype(answers_)> == 256);
     const Key& known = answer.key;

@@ -7,6 +7,7 @@
 
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/append.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -30,25 +31,8 @@ void appendLine(std::string& out, const char* side, const BorderLine& line) {
 double inMillimetres(Micrometres length) { return std::round(length / 10.0) / 100.0; }
 
 void appendMillimetres(std::string& out, Micrometres length) {
-    appendNumber(out, inMillimetres(length));
+    appendNumber(out, inMillimetres(length), kCssDecimals);
     out += "mm";
-}
-
-void appendColor(std::string& out, const Color& color) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    out += '#';
-    for (const std::uint8_t part : {color.red, color.green, color.blue}) {
-        out += kDigits[part >> 4];
-        out += kDigits[part & 0xF];
-    }
-}
-
-void appendNumber(std::string& out, double number) {
-    if (!std::isfinite(number)) number = 0;
-    std::array<char, 64> digits;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
-                                   std::round(std::clamp(number, -1e15, 1e15) * 1000) / 1000);
-    out.append(digits.data(), end.ptr);
 }
 
 void appendCssText(std::string& out, std::u16string_view text) {
@@ -85,9 +69,9 @@ void appendDeclarations(std::string& out, const CellStyle& style) {
     if (style.bold) out += "bold ";
     // A style sheet may make all texts of a part smaller.
     out += "calc(var(--text)*";
-    appendNumber(out, style.fontSize);
+    appendNumber(out, style.fontSize, kCssDecimals);
     out += "pt)/";
-    appendNumber(out, 1.2 * style.lineSpacing);
+    appendNumber(out, 1.2 * style.lineSpacing, kCssDecimals);
     out += ' ';
     appendFontFamily(out, style.fontFamily);
     out += ";color:";

@@ -9,13 +9,12 @@
 
 namespace qbsvrl6 {
 
+inline constexpr int kCssDecimals = 3;
+
 // A hundredth of a millimetre is finer than any screen.
 double inMillimetres(Micrometres length);
 // "12.3mm"
 void appendMillimetres(std::string& out, Micrometres length);
-void appendColor(std::string& out, const Color& color);
-// Three decimals at most; what is not finite is 0.
-void appendNumber(std::string& out, double number);
 // The inside of a quoted string, each character by its number.
 void appendCssText(std::string& out, std::u16string_view text);
 // The family and a general one behind it. What could end a value or an attribute is left out of the name.

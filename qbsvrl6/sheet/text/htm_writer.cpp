@@ -17,6 +17,7 @@
 #include "qbsvrl6/sheet/text/css.h"
 #include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/sheet/text_stream.h"
+#include "qbsvrl6/support/append.h"
 
 namespace qbsvrl6 {
 
@@ -469,9 +470,9 @@ private:
         style += ";height:";
         appendMillimetres(style, item.placed.height);
         style += ";aspect-ratio:";
-        appendNumber(style, item.placed.width);
+        appendNumber(style, item.placed.width, kCssDecimals);
         style += '/';
-        appendNumber(style, item.placed.height);
+        appendNumber(style, item.placed.height, kCssDecimals);
         style += ";margin:";
         appendMillimetres(style, std::max(item.placed.y, 0));
         style += " 0 -1mm ";
@@ -591,7 +592,7 @@ private:
         out += kNarrowRules;
         for (int column = 0; column < grid().columnCount(); ++column) {
             out += ".free .c" + std::to_string(column) + "{width:";
-            appendNumber(out, 100.0 * grid().columnWidth(column) / std::max(width, 1));
+            appendNumber(out, 100.0 * grid().columnWidth(column) / std::max(width, 1), kCssDecimals);
             out += "%}\n";
         }
         out += "}\n@media screen and (max-width:";
@@ -623,9 +624,9 @@ private:
         out +=
             "';position:absolute;z-index:-1;left:calc(var(--paper)/2);top:calc(var(--height)/2);transform:"
             "translate(-50%,-50%) rotate(";
-        appendNumber(out, -std::atan2(options_.page.paper.height, options_.page.paper.width));
+        appendNumber(out, -std::atan2(options_.page.paper.height, options_.page.paper.width), kCssDecimals);
         out += "rad);white-space:pre;font:";
-        appendNumber(out, watermark.fontSize);
+        appendNumber(out, watermark.fontSize, kCssDecimals);
         out += "pt/1 ";
         appendFontFamily(out, u"SimHei");
         out += ";color:";

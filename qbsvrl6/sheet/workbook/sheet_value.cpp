@@ -3,13 +3,13 @@
 #include <cmath>
 
 #include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/clock.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
 constexpr double kSerialOf1970 = 25569;
-constexpr double kSecondsPerDay = 86400;
 constexpr double kFirstSafeSerial = 61;       // 1900-03-01
 constexpr double kLastSerial = 2958466;       // 10000-01-01
 constexpr double kLastExactDigits = 1e15;     // numbers of more digits lose the last ones
@@ -27,7 +27,7 @@ void setNumber(SheetValue& value, const CellValue& cell) {
 }
 
 void setDate(SheetValue& value, const CellValue& cell) {
-    const double serial = static_cast<double>(cell.date) / kSecondsPerDay + kSerialOf1970;
+    const double serial = static_cast<double>(cell.date) / kSecondsADay + kSerialOf1970;
     if (serial < kFirstSafeSerial || serial >= kLastSerial) return;
     value.kind = SheetValue::Kind::Number;
     value.number = serial;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "qbsvrl6/support/append.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
@@ -25,10 +26,6 @@ constexpr std::uint32_t kEndOfChain = 0xFFFFFFFE;
 constexpr std::uint32_t kFree = 0xFFFFFFFF;
 
 std::size_t divideUp(std::size_t a, std::size_t b) { return (a + b - 1) / b; }
-
-void put(std::string& out, int bytes, std::uint64_t value) {
-    for (int i = 0; i < bytes; ++i) out += static_cast<char>(value >> (8 * i) & 0xFF);
-}
 
 struct Shape {
     std::size_t streamSectors, tableSectors, furtherSectors;
@@ -52,40 +49,40 @@ Shape shapeFor(std::size_t streamBytes) {
 }
 
 void putHeader(std::string& out, const Shape& shape) {
-    put(out, 8, 0xE11AB1A1E011CFD0);  // the container's mark
+    appendLittleEndian(out, 8, 0xE11AB1A1E011CFD0);  // the container's mark
     out.append(16, '\0');
-    put(out, 2, 0x3E);    // minor version
-    put(out, 2, 3);       // major version
-    put(out, 2, 0xFFFE);  // little-endian
-    put(out, 2, 9);       // sectors of 2^9 bytes
-    put(out, 2, 6);       // and small ones of 2^6
+    appendLittleEndian(out, 2, 0x3E);    // minor version
+    appendLittleEndian(out, 2, 3);       // major version
+    appendLittleEndian(out, 2, 0xFFFE);  // little-endian
+    appendLittleEndian(out, 2, 9);       // sectors of 2^9 bytes
+    appendLittleEndian(out, 2, 6);       // and small ones of 2^6
     out.append(6, '\0');
-    put(out, 4, 0);  // directory sectors, not counted in this version
-    put(out, 4, shape.tableSectors);
-    put(out, 4, shape.directory());
-    put(out, 4, 0);
-    put(out, 4, kLeastStreamBytes);
-    put(out, 4, kEndOfChain);  // no small sectors
-    put(out, 4, 0);
-    put(out, 4, shape.furtherSectors > 0 ? shape.further() : kEndOfChain);
-    put(out, 4, shape.furtherSectors);
+    appendLittleEndian(out, 4, 0);  // directory sectors, not counted in this version
+    appendLittleEndian(out, 4, shape.tableSectors);
+    appendLittleEndian(out, 4, shape.directory());
+    appendLittleEndian(out, 4, 0);
+    appendLittleEndian(out, 4, kLeastStreamBytes);
+    appendLittleEndian(out, 4, kEndOfChain);  // no small sectors
+    appendLittleEndian(out, 4, 0);
+    appendLittleEndian(out, 4, shape.furtherSectors > 0 ? shape.further() : kEndOfChain);
+    appendLittleEndian(out, 4, shape.furtherSectors);
     for (std::size_t i = 0; i < kTableSectorsInHeader; ++i) {
-        put(out, 4, i < shape.tableSectors ? shape.table() + i : kFree);
+        appendLittleEndian(out, 4, i < shape.tableSectors ? shape.table() + i : kFree);
     }
 }
 
 void putDirectoryEntry(std::string& out, std::u16string_view name, int type, std::uint32_t child,
                        std::uint32_t start, std::size_t size) {
-    for (std::size_t i = 0; i < 32; ++i) put(out, 2, i < name.size() ? name[i] : 0);
-    put(out, 2, name.empty() ? 0 : 2 * (name.size() + 1));
-    put(out, 1, static_cast<std::uint64_t>(type));
-    put(out, 1, 1);      // black, in a tree of one
-    put(out, 4, kFree);  // no siblings
-    put(out, 4, kFree);
-    put(out, 4, child);
+    for (std::size_t i = 0; i < 32; ++i) appendLittleEndian(out, 2, i < name.size() ? name[i] : 0);
+    appendLittleEndian(out, 2, name.empty() ? 0 : 2 * (name.size() + 1));
+    appendLittleEndian(out, 1, static_cast<std::uint64_t>(type));
+    appendLittleEndian(out, 1, 1);      // black, in a tree of one
+    appendLittleEndian(out, 4, kFree);  // no siblings
+    appendLittleEndian(out, 4, kFree);
+    appendLittleEndian(out, 4, child);
     out.append(36, '\0');  // class, state and times
-    put(out, 4, start);
-    put(out, 8, size);
+    appendLittleEndian(out, 4, start);
+    appendLittleEndian(out, 8, size);
 }
 
 void putDirectory(std::string& out, std::u16string_view streamName, std::size_t streamBytes) {
@@ -96,21 +93,24 @@ void putDirectory(std::string& out, std::u16string_view streamName, std::size_t 
 }
 
 void putTable(std::string& out, const Shape& shape) {
-    for (std::size_t sector = 0; sector + 1 < shape.streamSectors; ++sector) put(out, 4, sector + 1);
-    put(out, 4, kEndOfChain);  // of the stream
-    put(out, 4, kEndOfChain);  // of the directory
-    for (std::size_t i = 0; i < shape.tableSectors; ++i) put(out, 4, kTableSector);
-    for (std::size_t i = 0; i < shape.furtherSectors; ++i) put(out, 4, kFurtherSector);
-    for (std::size_t i = shape.count(); i < shape.tableSectors * kEntriesPerSector; ++i) put(out, 4, kFree);
+    for (std::size_t sector = 0; sector + 1 < shape.streamSectors; ++sector)
+        appendLittleEndian(out, 4, sector + 1);
+    appendLittleEndian(out, 4, kEndOfChain);  // of the stream
+    appendLittleEndian(out, 4, kEndOfChain);  // of the directory
+    for (std::size_t i = 0; i < shape.tableSectors; ++i) appendLittleEndian(out, 4, kTableSector);
+    for (std::size_t i = 0; i < shape.furtherSectors; ++i) appendLittleEndian(out, 4, kFurtherSector);
+    for (std::size_t i = shape.count(); i < shape.tableSectors * kEntriesPerSector; ++i)
+        appendLittleEndian(out, 4, kFree);
 }
 
 void putFurtherList(std::string& out, const Shape& shape) {
     for (std::size_t sector = 0; sector < shape.furtherSectors; ++sector) {
         for (std::size_t i = 0; i < kFurtherPerSector; ++i) {
             const std::size_t index = kTableSectorsInHeader + sector * kFurtherPerSector + i;
-            put(out, 4, index < shape.tableSectors ? shape.table() + index : kFree);
+            appendLittleEndian(out, 4, index < shape.tableSectors ? shape.table() + index : kFree);
         }
-        put(out, 4, sector + 1 < shape.furtherSectors ? shape.further() + sector + 1 : kEndOfChain);
+        appendLittleEndian(out, 4,
+                           sector + 1 < shape.furtherSectors ? shape.further() + sector + 1 : kEndOfChain);
     }
 }
 

@@ -3,31 +3,11 @@
 #include <algorithm>
 
 #include "qbsvrl6/sheet/xls/biff.h"
+#include "qbsvrl6/support/hash.h"
 
 namespace qbsvrl6 {
 
 namespace {
-
-// Four units at a time.
-std::uint64_t hashOf(std::u16string_view text) {
-    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15u;
-    std::uint64_t hash = text.size() * kFactor;
-    const auto mix = [&](std::uint64_t block) {
-        hash = (hash ^ block) * kFactor;
-        hash ^= hash >> 29;
-    };
-    const char16_t* at = text.data();
-    std::size_t left = text.size();
-    for (; left >= 4; left -= 4, at += 4) {
-        std::uint64_t block = 0;
-        std::memcpy(&block, at, 8);
-        mix(block);
-    }
-    std::uint64_t last = 0;
-    if (left > 0) std::memcpy(&last, at, 2 * left);
-    mix(last);
-    return hash;
-}
 
 bool isNarrow(std::u16string_view text) {
     return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x100; });
@@ -101,7 +81,7 @@ SharedTexts::SharedTexts() : slots_(1024) {}
 
 std::uint32_t SharedTexts::add(std::u16string_view text) {
     ++uses_;
-    const std::uint64_t hash = hashOf(text);
+    const std::uint64_t hash = hashBytes(text.data(), text.size() * sizeof(char16_t));
     const std::size_t mask = slots_.size() - 1;
     std::size_t slot = hash & mask;
     for (; slots_[slot] != 0; slot = (slot + 1) & mask) {

@@ -1,18 +1,18 @@
 #include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
 
-#include "qbsvrl6/sheet/text/css.h"
+#include "qbsvrl6/support/append.h"
+#include "qbsvrl6/support/ascii.h"
 
 namespace qbsvrl6 {
 
 void HexColor::appendTo(std::string& out) const {
-    constexpr char kDigits[] = "0123456789ABCDEF";
     for (const std::uint8_t part : {color.red, color.green, color.blue}) {
-        out += kDigits[part >> 4];
-        out += kDigits[part & 0xF];
+        out += kUpperHexDigits[part >> 4];
+        out += kUpperHexDigits[part & 0xF];
     }
 }
 
-void Rounded::appendTo(std::string& out) const { appendNumber(out, number); }
+void Rounded::appendTo(std::string& out) const { appendNumber(out, number, 3); }
 
 void XlsxRelations::add(std::string_view id, std::string_view type, std::string_view target) {
     XmlWriter xml(elements_);

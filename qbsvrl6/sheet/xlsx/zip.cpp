@@ -10,6 +10,7 @@
 #include <new>
 #include <utility>
 
+#include "qbsvrl6/support/append.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
@@ -22,10 +23,6 @@ constexpr std::uint32_t kStored = 0;
 constexpr std::uint32_t kDeflated = 8;
 constexpr std::uint32_t kVersion = 20;
 constexpr std::uint32_t kFirstDay = 0x21;  // 1980-01-01, the earliest that the format knows
-
-void put(std::string& out, int bytes, std::uint64_t value) {
-    for (int i = 0; i < bytes; ++i) out += static_cast<char>(value >> (8 * i) & 0xFF);
-}
 
 std::uint32_t checksum(std::uint32_t crc, std::string_view bytes) {
     return static_cast<std::uint32_t>(
@@ -85,17 +82,17 @@ void ZipWriter::begin(Entry entry) {
     if ((entry.size | entry.compressedSize | (entry.offset + entry.compressedSize)) >= UINT32_MAX) {
         throw EngineError(ErrorCode::LimitExceeded, "the workbook is larger than 4 GiB");
     }
-    put(output_, 4, 0x04034B50);
-    put(output_, 2, kVersion);
-    put(output_, 2, 0);
-    put(output_, 2, entry.method);
-    put(output_, 2, 0);
-    put(output_, 2, kFirstDay);
-    put(output_, 4, entry.crc);
-    put(output_, 4, entry.compressedSize);
-    put(output_, 4, entry.size);
-    put(output_, 2, entry.name.size());
-    put(output_, 2, 0);
+    appendLittleEndian(output_, 4, 0x04034B50);
+    appendLittleEndian(output_, 2, kVersion);
+    appendLittleEndian(output_, 2, 0);
+    appendLittleEndian(output_, 2, entry.method);
+    appendLittleEndian(output_, 2, 0);
+    appendLittleEndian(output_, 2, kFirstDay);
+    appendLittleEndian(output_, 4, entry.crc);
+    appendLittleEndian(output_, 4, entry.compressedSize);
+    appendLittleEndian(output_, 4, entry.size);
+    appendLittleEndian(output_, 2, entry.name.size());
+    appendLittleEndian(output_, 2, 0);
     output_ += entry.name;
     entries_.push_back(std::move(entry));
 }
@@ -127,29 +124,29 @@ void ZipWriter::add(const std::string& name, DeflateStream first, DeflateStream 
 void ZipWriter::finish() {
     const std::uint64_t start = output_.size();
     for (const Entry& entry : entries_) {
-        put(output_, 4, 0x02014B50);
-        put(output_, 2, kVersion);
-        put(output_, 2, kVersion);
-        put(output_, 2, 0);
-        put(output_, 2, entry.method);
-        put(output_, 2, 0);
-        put(output_, 2, kFirstDay);
-        put(output_, 4, entry.crc);
-        put(output_, 4, entry.compressedSize);
-        put(output_, 4, entry.size);
-        put(output_, 2, entry.name.size());
+        appendLittleEndian(output_, 4, 0x02014B50);
+        appendLittleEndian(output_, 2, kVersion);
+        appendLittleEndian(output_, 2, kVersion);
+        appendLittleEndian(output_, 2, 0);
+        appendLittleEndian(output_, 2, entry.method);
+        appendLittleEndian(output_, 2, 0);
+        appendLittleEndian(output_, 2, kFirstDay);
+        appendLittleEndian(output_, 4, entry.crc);
+        appendLittleEndian(output_, 4, entry.compressedSize);
+        appendLittleEndian(output_, 4, entry.size);
+        appendLittleEndian(output_, 2, entry.name.size());
         output_.append(12, '\0');  // no extra field, comment, disk number or attributes
-        put(output_, 4, entry.offset);
+        appendLittleEndian(output_, 4, entry.offset);
         output_ += entry.name;
     }
     const std::uint64_t size = output_.size() - start;
-    put(output_, 4, 0x06054B50);
-    put(output_, 4, 0);
-    put(output_, 2, entries_.size());
-    put(output_, 2, entries_.size());
-    put(output_, 4, size);
-    put(output_, 4, start);
-    put(output_, 2, 0);
+    appendLittleEndian(output_, 4, 0x06054B50);
+    appendLittleEndian(output_, 4, 0);
+    appendLittleEndian(output_, 2, entries_.size());
+    appendLittleEndian(output_, 2, entries_.size());
+    appendLittleEndian(output_, 4, size);
+    appendLittleEndian(output_, 4, start);
+    appendLittleEndian(output_, 2, 0);
 }
 
 }  // namespace qbsvrl6

@@ -1,0 +1,26 @@
+// Numbers, colours and bytes as the writers of documents append them.
+#ifndef QBSVR_QBSVRL6_SUPPORT_APPEND_H
+#define QBSVR_QBSVRL6_SUPPORT_APPEND_H
+
+#include <cstdint>
+#include <string>
+
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+// With up to `decimals` decimals, at most 9, and no zeros after the last one: "12.5", "-0.25", "0". Never an
+// exponent: magnitudes above 1e9 are written as 1e9, and what is no number as 0.
+void appendNumber(std::string& out, double number, int decimals);
+
+// "#1f3a5f".
+void appendColor(std::string& out, const Color& color);
+
+// So many bytes of a number, the least significant one first.
+inline void appendLittleEndian(std::string& out, int bytes, std::uint64_t value) {
+    for (int i = 0; i < bytes; ++i) out += static_cast<char>(value >> (8 * i) & 0xFF);
+}
+
+}  // namespace qbsvrl6
+
+#endif
