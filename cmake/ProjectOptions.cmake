@@ -1,4 +1,4 @@
-# Compiler flags of our own targets. Installed targets don't pass them on. The presets make warnings errors.
+# Compiler flags of the project's targets. Installed targets don't export them. The presets make warnings errors.
 add_library(project_options INTERFACE)
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor

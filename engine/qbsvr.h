@@ -53,6 +53,9 @@
 
 #include <cstdint>
 
+// The version of this header, "major.minor.patch". QBGetModuleVersion returns that of the library.
+#define QBSVR_VERSION "1.0.0"
+
 // Exports a function from the library, even if an engine is built with hidden visibility.
 #define QBSVR_API __attribute__((visibility("default")))
 

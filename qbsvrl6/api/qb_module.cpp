@@ -23,7 +23,7 @@ std::u16string modulePath() {
     return toUtf16(resolved ? resolved.get() : info.dli_fname);
 }
 
-// What the library was compiled for, which the system may run beside another architecture of its own.
+// What the library was compiled for. The kernel's architecture may be another.
 constexpr const lkchar* kModuleInfo =
 #if defined(__x86_64__) && defined(__ILP32__)
     u"x32 Linux";
@@ -64,7 +64,7 @@ const lkchar* QBGetModulePath() {
 }
 
 const lkchar* QBGetModuleVersion() {
-    return guarded(__func__, u"", [] { return QBSVR_VERSION; });
+    return guarded(__func__, u"", [] { return u"" QBSVR_VERSION; });
 }
 
 const lkchar* QBGetModuleInfo() {
