@@ -72,7 +72,7 @@ void EncodeGroups(const Byte* data, std::size_t groups, char* out) {
     for (; groups > 0; --groups, data += 3, out += 4) EncodeGroup(data, out);
 }
 
-// Decodes whole groups with nothing between them, and stops ahead of the first that isn't one.
+// Decodes whole groups with nothing between them, and stops before the first that isn't one.
 void DecodeCleanGroups(const Byte*& p, const Byte* end, Byte*& out) {
     while (end - p >= 4) {
         const std::uint32_t bits =
@@ -152,7 +152,7 @@ str Base64_Encode(const void* data, int size) {
 
 bool Base64_Decode(const char* text, int size, ClkMemory& out) {
     if (text == nullptr) return false;
-    ClkMemory old;  // where the text may lie
+    ClkMemory old;  // where the text may be
     old.Swap(out);
     if (size < 1) return true;
     const auto* p = reinterpret_cast<const Byte*>(text);

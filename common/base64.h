@@ -11,7 +11,7 @@
 namespace larkspur {
 
 // Upper bound for n bytes as Base64, with a reserve for a line end each 76 characters though none is written.
-// Negative counts read as 0; beyond INT_MAX the answer stays there.
+// Negative counts read as 0; beyond INT_MAX the result stays there.
 int Base64_EncodeLength(int n);
 
 // Upper bound for the bytes in n characters.
@@ -20,7 +20,7 @@ int Base64_DecodeLength(int n);
 // A size below 1 gives empty text. Raises type 2 with the hint "Base64Encode" for null data.
 str Base64_Encode(const void* data, int size);
 
-// False for null text only. The text ends at its size, or at a zero byte that stands right behind a group of
+// False for null text only. The text ends at its size, or at a zero byte directly after a group of
 // four characters or at the start; a zero byte elsewhere is skipped. A last group of 2 or 3 characters gives
 // 1 or 2 bytes. No bytes leave out empty.
 bool Base64_Decode(const char* text, int size, ClkMemory& out);
@@ -29,12 +29,12 @@ bool Base64_Decode(const char* text, int size, ClkMemory& out);
 bool Base64_DecodeFromWideText(const lkchar* text, int size, ClkMemory& out);
 
 // A quick test, not proof: the last two units are letters, digits, "+", "/" or "=", and so are, without "=",
-// those ahead of the last one up to the 64th. Short text that ends in "==" is refused, and less than two
+// those before the last one up to the 64th. Short text that ends in "==" is refused, and less than two
 // units. Wide units are tested by their low bytes.
 bool IsBase64TextCode(const char* text, int size);
 bool IsBase64TextCode(const lkchar* text, int size);
 
-// Where the Base64 of an image starts: at the text itself when it passes IsBase64TextCode, else behind the
+// Where the Base64 of an image starts: at the text itself when it passes IsBase64TextCode, else after the
 // first "," in units 10 to 29 of a text that starts with "data:image", in any case. size shrinks to what is
 // left; it becomes 0 with the result null when there is none.
 const lkchar* ConfirmImageBase64(const lkchar* text, int& size);

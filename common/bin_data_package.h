@@ -11,7 +11,7 @@ namespace larkspur {
 class ClkBinDataPackage : private ClkMemory {
 public:
     // Both take over a block of memalloc. DirectAttach raises ClkException of type 1 when n is not the sum of
-    // sizes, or bytes are told where there is no block; the package is empty then and the block stays the
+    // sizes, or sizes are given without a block; the package is empty then and the block stays the
     // caller's.
     void Attach(void* block, int n);
     void DirectAttach(void* block, int n, const std::vector<int>& sizes);
@@ -20,7 +20,7 @@ public:
     void AppendData(const void* data, int n);  // adds one package
     void ShrinkToFirstPackage();
 
-    // Hands the block to the caller, who frees it with memfree.
+    // Passes the block to the caller, who frees it with memfree.
     void* Detach(int& n);
 
     using ClkMemory::Data;

@@ -34,7 +34,7 @@ public:
     ~ClkException() override;
 
     // "Occured <fixed text>, hint text: <hint in UTF-8>", the hint part only when there is one. The text is
-    // built anew on each call and holds until the next call on this thread, for any exception.
+    // built again on each call and holds until the next call on this thread, for any exception.
     const char* what() const noexcept override;
 
     LKExceptionType Type() const { return m_Type; }

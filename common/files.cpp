@@ -114,7 +114,7 @@ void SaveWholeBinDataToLocalFile(const lkchar* path, const void* data, int n) {
 
 void LoadBinDataFromLocalFile(const lkchar* path, ClkMemory& out) {
     if (IsEmpty(path)) throw ClkException(LKExceptionFileNameNull);
-    ClkMemory old;  // where the path may lie
+    ClkMemory old;  // where the path may be
     old.Swap(out);
     ClkFile file;
     file.Open(path, ClkFile::OpenReadBinary);
@@ -161,7 +161,7 @@ void LoadStrFromMemoryBuf(const void* data, int n, lkstr& out, TextEncodeMode& m
     if (bytes.starts_with(kUtf16Mark)) {
         mode = TextEncodeUtf16Bom;
         lkstr text((bytes.size() - kUtf16Mark.size()) / sizeof(lkchar), 0);
-        // The units may lie at an odd address.
+        // The units may be at an odd address.
         std::memcpy(text.data(), bytes.data() + kUtf16Mark.size(), text.size() * sizeof(lkchar));
         out = std::move(text);
     } else if (bytes.starts_with(kUtf8Mark)) {

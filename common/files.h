@@ -12,7 +12,7 @@
 
 namespace larkspur {
 
-// How text lies in a file.
+// The encoding of text in a file.
 enum TextEncodeMode : int {
     TextEncodeMbs = 1,   // the system's multibyte encoding, no mark; can be read only
     TextEncodeUtf8Bom,   // EF BB BF, then UTF-8
@@ -60,7 +60,7 @@ void LoadBinDataFromLocalFile(const lkchar* path, ClkMemory& out);
 // Exactly n units. No units give an empty block, with no mark. TextEncodeMbs raises type 2.
 void SaveStrToMemoryBuf(const lkchar* text, int n, TextEncodeMode mode, ClkMemory& out);
 
-// Tells the encoding by mark or content, decodes, and sets mode; an empty block leaves mode alone. Bad UTF-8
+// Detects the encoding by mark or content, decodes, and sets mode unless the block is empty. Bad UTF-8
 // gives empty text.
 void LoadStrFromMemoryBuf(const void* data, int n, lkstr& out, TextEncodeMode& mode);
 

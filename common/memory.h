@@ -1,4 +1,4 @@
-// Allocation that never answers null, and the block of bytes that converters and file functions hand out.
+// Allocation that never returns null, and the block of bytes that converters and file functions return.
 #ifndef QBSVR_COMMON_MEMORY_H
 #define QBSVR_COMMON_MEMORY_H
 
@@ -43,7 +43,7 @@ protected:
     void* m_Data = nullptr;
 };
 
-// A block that loads and saves itself: LoadBinDataFromLocalFile and SaveBinDataToLocalFile.
+// A block that can be loaded and saved: LoadBinDataFromLocalFile and SaveBinDataToLocalFile.
 class ClkBinaryData : public ClkMemory {
 public:
     void LoadFromFile(const lkchar* path);

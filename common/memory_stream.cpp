@@ -91,7 +91,7 @@ int ClkMemoryStream::Seek(int offset, int origin) {
 int ClkMemoryStream::Resize(int capacity) {
     capacity = std::max(capacity, 0);
     if (capacity == 0 && m_Data != nullptr) {
-        // A live block can't become one of no bytes: the allocator frees it and answers null.
+        // A live block can't become one of no bytes: the allocator frees it and returns null.
         Reset();
         throw std::bad_alloc();
     }

@@ -23,7 +23,7 @@ public:
     int WriteC(unsigned char value);
     int AppendTrailData(unsigned char value, int count);  // count times the value, at the end
 
-    // For callers that made room with Resize: never grow the block. A byte that finds no room is dropped.
+    // For callers that have made room with Resize: never grow the block. A byte without room is dropped.
     void AppendByte(unsigned char value) {
         if (m_Size < m_Capacity) m_Data[m_Size++] = value;
         m_Position = m_Size;
@@ -32,7 +32,7 @@ public:
         if (index >= 0 && index < m_Capacity) m_Data[index] = value;
     }
 
-    // Origin 0 counts from the start, 1 from the position, any other back from the end. A target behind the
+    // Origin 0 counts from the start, 1 from the position, any other back from the end. A target after the
     // end grows the size; the bytes between are undefined.
     int Seek(int offset, int origin);
 
@@ -40,7 +40,7 @@ public:
     int Resize(int capacity);
     int ExpandBuffer(int n);  // grows by 50 KiB when empty, else by the capacity up to 1000 KiB or by 2 n
 
-    // Hands the block, cut to the size that n receives, to the caller, who frees it with memfree; the stream
+    // Passes the block, cut to the size that n receives, to the caller, who frees it with memfree; the stream
     // is empty then. Raises std::bad_alloc when a live block has size 0.
     void* Detach(int& n);
     void AttachData(void* block, int n);  // takes over a block of memalloc; the position is its end

@@ -27,13 +27,13 @@ struct CNameIntValuePair {
 using ClkNameValueSlots = std::map<lkstr, lkstr*, lkstricmper>;
 
 // Fills the slots from pieces "name=value" between ";", CR and LF. Unknown names and pieces without "=" are
-// skipped; the last piece of a name stays.
+// skipped; the last value of a name wins.
 void DecodeTextToNameValues(const lkchar* text, const ClkNameValueSlots& slots);
 
 // The slots that aren't empty, in order, each as name, "=", value, ";", CR, LF.
 lkstr BuildNameValuesText(const ClkNameValueSlots& slots);
 
-// Of several matches the last counts. Without one the answer is false and the out argument stays. Names
+// Of several matches the last one wins. Without one the result is false and the out argument stays. Names
 // compare case-blind.
 bool NameToIntValue(const lkchar* name, const CNameIntValuePair* table, int& value);
 bool IntValueToName(int value, const CNameIntValuePair* table, lkstr& name);

@@ -69,7 +69,7 @@ void lk_makepath(lkchar* to, const lkchar* drive, const lkchar* dir, const lkcha
         if (!driveText.empty() && dirText.front() != u'/') *to++ = u'/';
         append(dirText);
         if (dirText.back() != u'/') {
-            // The text ends at this "/": what follows lies behind the zero unit. Kept, callers that want a
+            // The text ends at this "/": what follows is after the zero unit. Callers that want a
             // name in it pass a directory that ends in "/".
             *to++ = u'/';
             *to++ = 0;
@@ -120,7 +120,7 @@ lkstr GetCurrentWorkPath() {
 
 bool CreateLocalDir(const lkchar* path) {
     if (path == nullptr) return false;
-    // Looking again behind a failure: another thread may have made the directory in between.
+    // Looking again after a failure: another thread may have made the directory in between.
     return IsFileExist(path) || mkdir(UnicodeTextToPrintf(path).c_str(), 0775) == 0 || IsFileExist(path);
 }
 

@@ -12,7 +12,7 @@ namespace larkspur {
 void lk_splitpath(const lkchar* path, lkchar* drive, lkchar* dir, lkchar* name, lkchar* ext);
 
 // Joins the parts in a buffer that has room for them. A directory that doesn't end in "/" gets one with a
-// zero unit behind it, so that name and extension then lie behind the end of the text.
+// zero unit after it, so that name and extension then lie after the end of the text.
 void lk_makepath(lkchar* to, const lkchar* drive, const lkchar* dir, const lkchar* name, const lkchar* ext);
 
 lkstr ExtractFilePath(const lkchar* path);  // "/home/x/a.txt" gives "/home/x", "/a.txt" gives empty text
@@ -21,7 +21,7 @@ bool IsExistExtFileName(const lkchar* path);
 
 bool IsFileExist(const lkchar* path);  // directories count
 int GetFileSize(const lkchar* path);   // cut to 32 bits; -1 for a file that is missing or can't be read
-lkstr GetCurrentWorkPath();            // raises std::logic_error when the system can't tell it
+lkstr GetCurrentWorkPath();            // raises std::logic_error when the system can't give it
 
 // True when the directory exists afterwards, whoever made it. OnNeed makes missing parents too.
 bool CreateLocalDir(const lkchar* path);
@@ -32,7 +32,7 @@ bool IsValidPathNameChar(lkchar c);
 bool IsValidFileNameChar(lkchar c);
 bool IsValidPathFileChar(lkchar c);
 
-// Every unit passes IsValidPathFileChar or is "/", or is one ":" ahead of the first "/". Empty text is not
+// Every unit passes IsValidPathFileChar or is "/", or is one ":" before the first "/". Empty text is not
 // valid.
 bool IsPathFileValid(const lkchar* path);
 

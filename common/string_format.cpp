@@ -1,8 +1,8 @@
-// The walk behind StringFormat.
+// The implementation of StringFormat.
 //
 //     form = "%" ( "s" | "d" | "f" | "." digit* ( "d" | "f" | "x" ) )
 //
-// Everything else is plain text, and so is a "%" that another "%" follows. A bad form ends behind its first
+// Everything else is plain text, and so is a "%" that another "%" follows. A bad form ends after its first
 // unit that doesn't fit, or at the end of the text.
 #include <climits>
 #include <string_view>
@@ -31,7 +31,7 @@ private:
     const StringFormatArgument* m_End;
 };
 
-// Appends the argument by the form at p, its "%" already behind, and moves p behind the form. False for a bad
+// Appends the argument by the form at p, after its "%", and moves p past the form. False for a bad
 // form.
 template <typename Char>
 bool AppendForm(lkstr& out, const Char*& p, ArgumentReader& arguments) {

@@ -200,7 +200,7 @@ int lkstr_toi(const lkchar* text) {
     const bool negative = *text == u'-';
     if (negative) ++text;
     unsigned int value = 0;
-    // A "." counts as a digit of value -2, since it stands two places ahead of "0"; kept, callers rely on it.
+    // A "." counts as a digit of value -2, since it stands two places before "0".
     for (; IsDigit(*text) || *text == u'.'; ++text) value = value * 10 + *text - u'0';
     return static_cast<int>(negative ? 0 - value : value);
 }
@@ -228,7 +228,7 @@ lkstr lkstr_fromi(int value) { return lkstr_fromascii(i2str(value).c_str()); }
 wstr i2wstr(int value) { return wstr_fromascii(i2str(value).c_str()); }
 
 lkstr lkstr_fromf(double value) {
-    char digits[336];  // the largest double has 309 digits ahead of the point
+    char digits[336];  // the largest double has 309 digits before the point
     char* const end = std::to_chars(digits, std::end(digits), value, std::chars_format::fixed, 6).ptr;
     return AsciiStr2LKStr(digits, static_cast<int>(end - digits));
 }
@@ -256,7 +256,7 @@ void StringReplace(lkstr& text, const lkchar* oldText, const lkchar* newText) {
     if (hit == View::npos) return;
     lkstr result;
     std::size_t rest = 0;
-    // The search goes on one unit behind each hit, so it sees hits that overlap the one before; the stretch
+    // The search goes on one unit after each hit, so it sees hits that overlap the one before; the stretch
     // between them has no length then.
     for (; hit < text.size(); hit = text.find(wanted, hit + 1)) {
         if (hit < rest) throw std::length_error("basic_string::append");
@@ -296,7 +296,7 @@ bool SplitNameValueText(const lkchar* text, lkstr& name, lkstr& value) {
     if (divider == View::npos) return false;
     View nameStretch;
     std::size_t start = 0;
-    // The unit behind a divider is stepped over unseen: a second "=" there belongs to what follows.
+    // The unit after a divider is stepped over unseen: a second "=" there belongs to what follows.
     for (; divider != View::npos; divider = whole.find(u'=', divider + 2)) {
         nameStretch = whole.substr(start, divider - start);
         start = divider + 1;

@@ -62,7 +62,7 @@ lkstr lkstr_fromf(double value);  // "%f": six decimals, with a "." in every loc
 str i2str(int value);
 wstr i2wstr(int value);
 
-// Trim blanks (unit 32, nothing else) in place. StrTrimLeft leaves a text of nothing but blanks alone;
+// Trim spaces (unit 32, nothing else) in place. StrTrimLeft leaves a text of nothing but spaces alone;
 // StrTrimRight and StringTrim, which trims left, then right, make it empty.
 void StrTrimLeft(lkstr& text);
 void StrTrimLeft(str& text);
@@ -89,7 +89,7 @@ void SplitText(const char* text, char separator, std::vector<str>& out);
 void SplitTextLine(const lkchar* text, std::vector<lkstr>& out);
 
 // Splits "name=value" and trims both. False, with both untouched, for a text without "=". Of several "=" the
-// last one divides, the name going back to the one before it; a "=" right behind another is no divider.
+// last one divides, the name going back to the one before it; a "=" directly after another is no divider.
 bool SplitNameValueText(const lkchar* text, lkstr& name, lkstr& value);
 
 // Splits at the first separator and trims both parts; without one, first takes all and second becomes empty.

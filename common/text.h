@@ -55,13 +55,13 @@ void lkstr_append(lkstr& to, const char* text, int n);     // exactly n bytes; n
 void lkstr_append(lkstr& to, const wchar_t* text, int n);  // exactly n units; n below 1 does nothing
 void lkstr_assign(lkstr& to, const char* text);
 
-// Copies into a buffer that has room for the text and the zero unit that is written behind it.
+// Copies into a buffer that has room for the text and the zero unit that is written after it.
 void lkstr_cpy(lkchar* to, const char* text);
 void lkstr_cpy(lkchar* to, const lkchar* text);
 void lkstr_cpy(lkchar* to, const lkstr& text);  // all of its units, zero units included
 void lkstr_ncpy(lkchar* to, const lkchar* text, int n);
 
-// Units ahead of the first zero unit.
+// Units before the first zero unit.
 int lkstr_len(const lkchar* text);
 
 // Compares the text up to the first zero unit with ASCII text. A byte of 0x80 or more counts as negative and

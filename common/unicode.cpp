@@ -44,7 +44,7 @@ std::size_t AsciiLength(const Byte* from, std::size_t n) {
     return i;
 }
 
-// Copies the bytes below 0x80 at the start of a block as units and answers how many.
+// Copies the bytes below 0x80 at the start of a block as units and returns how many.
 std::size_t WidenAscii(const Byte* from, std::size_t n, lkchar* to) {
     std::size_t i = 0;
 #ifdef __SSE2__
@@ -61,7 +61,7 @@ std::size_t WidenAscii(const Byte* from, std::size_t n, lkchar* to) {
         widen(bytes, i);
         const int high = _mm_movemask_epi8(bytes);
         if (high != 0) return i + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned int>(high)));
-        // Behind a block without a break a long run is likely.
+        // After a block without a break a long run is likely.
         for (i += 16; i + 64 <= n; i += 64) {
             const __m128i blocks[4] = {load(i), load(i + 16), load(i + 32), load(i + 48)};
             const __m128i any =
@@ -75,7 +75,7 @@ std::size_t WidenAscii(const Byte* from, std::size_t n, lkchar* to) {
     return i;
 }
 
-// Copies the units below 0x80 at the start of a block as bytes and answers how many.
+// Copies the units below 0x80 at the start of a block as bytes and returns how many.
 std::size_t NarrowAscii(const lkchar* from, std::size_t n, Byte* to) {
     std::size_t i = 0;
 #ifdef __SSE2__
@@ -115,7 +115,7 @@ std::size_t ThreeByteLength(const Byte* from, std::size_t n) {
     return i;
 }
 
-// Decodes such pairs and answers the bytes used, three for each unit written.
+// Decodes such pairs and returns the bytes used, three for each unit written.
 std::size_t DecodeThreeByteRun(const Byte* from, std::size_t n, lkchar* to) {
     std::size_t i = 0;
     if constexpr (kLittleEndian) {
@@ -131,8 +131,8 @@ std::size_t DecodeThreeByteRun(const Byte* from, std::size_t n, lkchar* to) {
     return i;
 }
 
-// Encodes pairs of units from 0x800 up, three bytes each, and answers the units used. Leaves the last three
-// units of a block alone, so that a store of eight bytes stays inside three bytes a unit.
+// Encodes pairs of units from 0x800 up, three bytes each, and returns the units used. Leaves the last three
+// units of a block alone, so that a store of eight bytes stays inside three bytes per unit.
 std::size_t EncodeThreeByteRun(const lkchar* from, std::size_t n, Byte* to) {
     std::size_t i = 0;
     if constexpr (kLittleEndian) {
@@ -153,7 +153,7 @@ std::size_t EncodeThreeByteRun(const lkchar* from, std::size_t n, Byte* to) {
 
 // ---- Single units
 
-// Decodes the sequence at the start of n bytes (n of 1 or more) and answers its length, or 0 when it is bad
+// Decodes the sequence at the start of n bytes (n of 1 or more) and returns its length, or 0 when it is bad
 // or runs over the end. The second byte of a two-byte sequence is not examined, and no form is too long: what
 // the encoder writes for a lone surrogate comes back.
 std::size_t DecodeUnit(const Byte* from, std::size_t n, lkchar& out) {
@@ -195,8 +195,8 @@ std::size_t EncodeUnit(lkchar unit, Byte* to) {
 
 // ---- Blocks
 
-// Decodes the sequences that start ahead of limit; the last one may reach up to end. Moves from and to behind
-// what was read and written, and answers false at a bad sequence. There is room for a unit a byte.
+// Decodes the sequences that start before limit; the last one may reach up to end. Moves from and to past
+// what was read and written, and returns false at a bad sequence. There is room for one unit per byte.
 bool DecodeBlock(const Byte*& from, const Byte* limit, const Byte* end, lkchar*& to) {
     while (from < limit) {
         const auto left = static_cast<std::size_t>(limit - from);
@@ -220,7 +220,7 @@ bool DecodeBlock(const Byte*& from, const Byte* limit, const Byte* end, lkchar*&
     return true;
 }
 
-// Encodes n units and answers the end of the bytes. There is room for three bytes a unit.
+// Encodes n units and returns the end of the bytes. There is room for three bytes per unit.
 Byte* EncodeBlock(const lkchar* from, std::size_t n, Byte* to) {
     const lkchar* const end = from + n;
     while (from < end) {
@@ -349,7 +349,7 @@ int UnicodeCharToUtf8(lkchar unit, char* to, int) {
 
 int Utf8ToUnicodeChar(const char* text, lkchar& out) {
     if (text == nullptr) text = gc_char_empty;
-    // A sequence that the zero byte cuts short ends there: no byte behind one that doesn't fit is read.
+    // A sequence that the zero byte cuts short ends there: no byte after one that doesn't fit is read.
     return static_cast<int>(DecodeUnit(reinterpret_cast<const Byte*>(text), 3, out));
 }
 
@@ -372,7 +372,7 @@ bool DetectIsUTF8(const void* data, int n) {
 }
 
 bool IsValidUtf8Str(const char* text, int n) {
-    // Some leads narrow the second byte down; behind the others it is not examined.
+    // Some leads narrow the second byte down; after the others it is not examined.
     const auto isPair = [](Byte lead, Byte second) {
         switch (lead) {
             case 0xE0:

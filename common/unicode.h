@@ -15,7 +15,7 @@ int UnicodeCharToUtf8(lkchar unit, char* to, int size);
 // sequence. The second byte of a two-byte sequence is not examined, and overlong forms are accepted.
 int Utf8ToUnicodeChar(const char* text, lkchar& out);
 
-// The test by which text files are told apart. True as soon as a sequence is cut off by the end of the block,
+// The test that distinguishes text files. True as soon as a sequence is cut off by the end of the block,
 // since a block may be part of a longer text.
 bool DetectIsUTF8(const void* data, int n);
 

@@ -16,10 +16,10 @@ void DoPrintVersion();
 // Creates and releases one report and prints the outcome.
 void DoReportCreate();
 
-// "-gen_short setupPath dir filename type" and "-gen_full setupPath template data output type", with the words
-// that `main` received, including the null at their end. Too few words, or an empty one among the first two
-// after setupPath, print the action's usage line. The word `type` isn't checked: without it the run ends as
-// ParseExportType does for null.
+// "-gen_short setupPath dir filename type" and "-gen_full setupPath template data output type", with the
+// words that `main` received, including the null at their end. Too few words, or an empty one among the first
+// two after setupPath, print the action's usage line. The word `type` isn't checked: without it the run ends
+// as ParseExportType does for null.
 void DoGenOneReportShort(int argc, char** argv);
 void DoGenOneReportFull(int argc, char** argv);
 
@@ -31,12 +31,12 @@ tagQBExportType ParseExportType(const char* type, lkstr& typeText);
 //
 //     Test_GenFull("sales.qbf", "sales.txt", "out/sales.pdf", "pdf");
 //
-// Words are UTF-8. The data file is loaded if it exists; a template or data file that doesn't load is reported
-// and the export is attempted all the same. Raises what ParseExportType does, before any report is created, and
-// ClkException when the output can't be written.
+// Words are UTF-8. The data file is loaded if it exists; a template or data file that doesn't load is
+// reported and the export is attempted all the same. Raises what ParseExportType does, before any report is
+// created, and ClkException when the output can't be written.
 //
-// Test_GenShort makes dir/fileName.type from dir/fileName.qbf and dir/fileName.txt. Test_GenFull uses all paths
-// as given; `type` adds no extension.
+// Test_GenShort makes dir/fileName.type from dir/fileName.qbf and dir/fileName.txt. Test_GenFull uses all
+// paths as given; `type` adds no extension.
 void Test_GenShort(const char* dir, const char* fileName, const char* type);
 void Test_GenFull(const char* templateFile, const char* dataFile, const char* outFile, const char* type);
 

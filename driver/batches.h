@@ -1,5 +1,5 @@
-// Batches: the whole report list, exported in sixteen variants on one report or with a thread per variant; and
-// the load-and-save pass over the same list.
+// Batches: the whole report list, exported in sixteen variants on one report or with a thread per variant;
+// and the load-and-save pass over the same list.
 #ifndef QBSVR_DRIVER_BATCHES_H
 #define QBSVR_DRIVER_BATCHES_H
 
@@ -12,8 +12,8 @@
 extern tagQBReport* Report;
 extern int ReportCount;
 
-// Creates `Report`, exports the sixteen variants in the order below, and releases it. `Report` keeps its stale
-// value.
+// Creates `Report`, exports the sixteen variants in the order below, and releases it. `Report` keeps its
+// stale value.
 void TestBatch();
 
 // Loads each template of the list into `Report`, points it at its data and runs `task` on it, then prints the
@@ -47,8 +47,8 @@ void BatchExportCSVOnlyDetailGrid();
 // Starts the sixteen and joins them in the same order. An exception on one of the threads ends the process.
 void TestBatch_MThread();
 
-// ReportBatchTask with the report as a parameter and a count of its own; `title` names the variant in the last
-// line.
+// ReportBatchTask with the report as a parameter and a count of its own; `title` names the variant in the
+// last line.
 void MT_ReportBatchTask(tagQBReport* report,
                         void (*task)(tagQBReport* report, const wstr& templateFile, const wstr& reportName),
                         const char* title);

@@ -56,7 +56,7 @@ void ClearSubReports(Report& report) {
     });
 }
 
-// What an own query of the template becomes when the report list names no data.
+// What a query of the template becomes when the report list names no data.
 lkstr LocalQuery(const lkstr& query, const wstr& reportDir, const wstr& reportName) {
     if (larkspur::lkstr_len(query.c_str()) > kMaxFileNameLength) {
         return EngineText(reportDir + reportName + L".txt");

@@ -14,13 +14,13 @@ void UpdateConnectionString_Ok(tagQBReport* report, const wstr& reportDir, const
 void UpdateConnectionString_Ok_CPP(CQBReportHandle& report, const wstr& reportDir, const wstr& dataName,
                                    const wstr& reportName);
 
-// The same with the data name of the first item of ReportsJson that bears `reportName`, none when there is
+// The same with the data name of the first item of ReportsJson named `reportName`, none when there is
 // none, and with reportPath as the directory, whatever the item's group.
 void UpdateConnectionStringByReportName(tagQBReport* report, const wstr& reportName);
 void UpdateConnectionStringByReportName_CPP(CQBReportHandle& report, const wstr& reportName);
 
-// Puts `prefix` ahead of every query that isn't empty, in the report and in its sub-reports at any depth. The
-// reports get "xml" as their connection string, the record sets none.
+// Puts `prefix` in front of every query that isn't empty, in the report and in its sub-reports at any depth.
+// The reports get "xml" as their connection string, the record sets none.
 void ReportExport_UpdateConnectionString(tagQBReport* report, const wstr& prefix);
 
 // Empties connection strings and queries of all sub-reports, at any depth; the report itself stays.

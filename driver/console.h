@@ -1,5 +1,5 @@
-// The console: the lines that several parts of the driver print, warnings on standard error, and the keyboard.
-// Each line is one call of the C library, so that lines of different threads never mix.
+// The console: the lines that several parts of the driver print, warnings on standard error, and the
+// keyboard. Each line is one call of the C library, so that lines of different threads never mix.
 #ifndef QBSVR_DRIVER_CONSOLE_H
 #define QBSVR_DRIVER_CONSOLE_H
 

@@ -31,8 +31,8 @@ const lkchar* RequireText(const lkchar* text, const char* function);
 // A new report, which the caller releases. Prints a line and returns null when the engine creates none.
 [[nodiscard]] tagQBReport* CreateReport();
 
-// Calls use(report) with a new report, releases it and returns true. Without a report it returns false, after the
-// line of CreateReport.
+// Calls use(report) with a new report, releases it and returns true. Without a report it returns false, after
+// the line of CreateReport.
 template <class Use>
 bool WithNewReport(Use use) {
     tagQBReport* const report = CreateReport();

@@ -4,8 +4,8 @@
 // Every task has two forms that do the same. The batch form works on the global `Report` and belongs to one
 // thread; the form with a report parameter uses no global but exportBatchDir, so that threads can export at
 // once, each with its own report. `templateFile` is the template's full path and occurs in the printed lines
-// only; `reportName` is its bare name and names the output. Missing directories are made. A file that can't be
-// written raises ClkException; a prepared export remains open.
+// only; `reportName` is its bare name and names the output. Missing directories are made. A file that can't
+// be written raises ClkException; a prepared export remains open.
 #ifndef QBSVR_DRIVER_EXPORT_TASKS_H
 #define QBSVR_DRIVER_EXPORT_TASKS_H
 
@@ -85,8 +85,8 @@ void TaskExportCSVOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, 
 // The extension of a cell format or of PDF, without dot; empty for every other value, images included.
 wstr ExportExtFileName(tagQBExportType type);
 
-// Writes the object's bytes to `outputFile` and prints whether there was an object; `label` names the task. The
-// object may be null and remains the engine's.
+// Writes the object's bytes to `outputFile` and prints whether there was an object; `label` names the task.
+// The object may be null and remains the engine's.
 void DoSaveBinaryObject(tagQBBinaryObject* object, const wstr& templateFile, const wstr& outputFile,
                         const char* label);
 

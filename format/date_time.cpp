@@ -153,7 +153,7 @@ std::optional<lkstr> FormatDigitFields(const lkchar* format, const std::tm& tm) 
     return lkstr(text, to);
 }
 
-// wcsftime gives 0 both for no room and for an empty text: a unit behind the format tells them apart. Fields
+// wcsftime gives 0 both for no room and for an empty text: a unit after the format tells them apart. Fields
 // of a locale are short, so that only a field width can ask for more than the largest room; the text is then
 // empty.
 lkstr FormatByLibrary(const lkchar* format, const std::tm& tm) {

@@ -35,7 +35,7 @@ const RunForms* FindRunForms(lkchar letter) {
     return found != std::end(kRunForms) ? found : nullptr;
 }
 
-// The form behind a "%"; empty for one that isn't ours.
+// The form after a "%"; empty for one that isn't ours.
 TextView LocaleForm(lkchar letter) {
     switch (letter) {
         case u'd':

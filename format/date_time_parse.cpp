@@ -1,6 +1,6 @@
 // Reading dates. The numbers of the text are taken in order, whatever separates them, and then find their
-// places: a ":" behind the first one means that the time comes first; a third date number that can't be a
-// year means that the date was year first; a month may be a Chinese numeral behind a year of four digits.
+// places: a ":" after the first one means that the time comes first; a third date number that can't be a
+// year means that the date was year first; a month may be a Chinese numeral after a year of four digits.
 #include <string_view>
 #include <utility>
 
@@ -19,7 +19,7 @@ struct DateTimeFields {
 struct Numbers {
     int values[kMaxNumbers] = {};
     int count = 0;
-    lkchar separator = u'\0';  // behind the first number
+    lkchar separator = u'\0';  // after the first number
 };
 
 bool IsDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
@@ -53,7 +53,7 @@ void OrderDate(DateTimeFields& date) {
 bool IsMonth(int month) { return month >= 1 && month <= 12; }
 bool IsDay(int day) { return day >= 1 && day <= 31; }
 
-// Month and day are right, or get right by a month in Chinese behind "2024年".
+// Month and day are right, or get right by a month in Chinese after "2024年".
 bool CompleteByChineseMonth(std::u16string_view text, DateTimeFields& date) {
     constexpr std::u16string_view kMonths = u"一二三四五六七八九十";
     constexpr std::size_t kMonthAt = 5;

@@ -31,20 +31,20 @@ public:
     using ClkIntEnumAnalyser = larkspur::ClkIntEnumAnalyser;
 
     // One section of a format text, decoded. "#" and "0" are digit places and "." divides them; the presence
-    // of "+", "-", "(", "$", "%", "," or a blank anywhere in the section, and the order in which they first
-    // appear, set the flags. The characters ahead of the first of these and behind the last are literal.
+    // of "+", "-", "(", "$", "%", "," or a space anywhere in the section, and the order in which they first
+    // appear, set the flags. The characters before the first of these and after the last are literal.
     class ClkFormatAnalyser {
     public:
         int m_MaxDecimals;
-        int m_MinDecimals;       // zeros behind these decimals are dropped
+        int m_MinDecimals;       // zeros after these decimals are dropped
         int m_MinIntegerDigits;  // filled with "0" on the left
         bool m_ExplicitSign;     // "+" for values that aren't negative, "-" in spite of a colour
-        bool m_SignLeading;      // sign and currency stand before the digits, else behind them
+        bool m_SignLeading;      // sign and currency stand before the digits, else after them
         bool m_Parenthesis;      // "(" and ")" in place of "-"
         int m_GroupSize;         // integer digits between thousands separators; 0 for none
         bool m_Currency;
         bool m_Percent;  // multiplied by 100, with "%"
-        bool m_Space;    // a blank between the sign and the digits
+        bool m_Space;    // a space between the sign and the digits
         bool m_CurrencyBeforeSign;
         bool m_Exponent;
         unsigned int m_TextColor;  // red in bits 0 to 7, then green and blue; 0 for none
@@ -67,7 +67,7 @@ public:
 
         lkstr InternalGetNumericFormatText() const;  // the digit places and "%" alone
 
-        // A canonical section text for the fields. A "-" and a trailing sign next to a blank are lost.
+        // A canonical section text for the fields. A "-" and a trailing sign next to a space are lost.
         lkstr GetFormatText() const;
 
         // As number format of a spreadsheet cell: digit places and currency; empty for the default.

@@ -62,7 +62,7 @@ lkstr ClkNumericFormatParser::ToBigMoney(double value) {
     if (value > -0.005 && value < 0.005) return u"零元整";
     const bool negative = value < 0.0;
     const FixedDigits cents(std::fabs(value) + 1e-11, 2);
-    // Below one yuan the digits start behind the point.
+    // Below one yuan the digits start after the point.
     std::string_view digits = cents.Digits();
     const std::size_t integers = static_cast<std::size_t>(std::max(cents.PointPosition(), 0));
     const char fen = digits.back();

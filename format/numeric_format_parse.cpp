@@ -33,7 +33,7 @@ int CountOf(TextView text, lkchar unit) {
     return static_cast<int>(std::count(text.begin(), text.end(), unit));
 }
 
-// Where the format characters stand first; npos, which is behind everything, for those that are missing.
+// Where the format characters stand first; npos, which is after everything, for those that are missing.
 struct FirstPositions {
     explicit FirstPositions(TextView body)
         : plus(body.find(u'+')),
@@ -92,7 +92,7 @@ void ParseDigitPlaces(Analyser& section, TextView body, const FirstPositions& at
     section.m_MaxDecimals = section.m_MinDecimals + CountOf(decimals, u'#');
 }
 
-// The text behind the section must be readable up to a ";" or the zero unit.
+// The text after the section must be readable up to a ";" or the zero unit.
 void ParseSection(Analyser& section, TextView text) {
     section.DefaultMe();
     if (text.empty()) return;

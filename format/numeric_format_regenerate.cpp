@@ -60,9 +60,9 @@ lkstr ClkNumericFormatParser::ClkFormatAnalyser::InternalGetNumericFormatText() 
     return text;
 }
 
-// A trailing currency is told by a sign behind the digits, so that one stands there even if the section had
-// none; a blank behind the digits takes the place of the sign. Both lose part of the section and are kept so,
-// since stored format texts have passed through here.
+// A trailing currency is marked by a sign after the digits, so that one is there even if the section had none;
+// a space after the digits replaces the sign. Both lose part of the section, and stored format texts depend on
+// that.
 lkstr ClkNumericFormatParser::ClkFormatAnalyser::GetFormatText() const {
     lkstr lead;
     lkstr trail;

@@ -15,12 +15,12 @@ lkstr DecodedOnNeed(const lkstr& text) {
     return JSON_HasEscapeChar(text.c_str()) ? JSON_Decode(text.c_str(), static_cast<int>(text.size())) : text;
 }
 
-// Reads the value at p and moves behind it.
+// Reads the value at p and moves past it.
 lkstr ReadValue(const lkchar*& p, const lkchar* end) {
     if (p < end && *p == u'"') {
         const lkchar* begin = p + 1;
         const lkchar* stop = FindFirstOf<u'"', u'\\'>(begin, end);
-        if (stop < end && *stop == u'\\') ++stop;  // the scan ends at the unit behind a backslash
+        if (stop < end && *stop == u'\\') ++stop;  // the scan ends at the unit after a backslash
         p = stop < end ? stop + 1 : end;
         return DecodedOnNeed(lkstr(begin, stop));
     }

@@ -12,9 +12,9 @@
 
 namespace larkspur {
 
-// Reads exactly n units up to the object's "}". False for anything else; members ahead of the fault stay in
-// the map. Values are scanned simply: a quoted one ends at the unit behind its first backslash, so one with
-// an escape is a fault that leaves what stands ahead of the backslash, and a nested object or array is cut at
+// Reads exactly n units up to the object's "}". False for anything else; members before the error stay in
+// the map. Values are scanned simply: a quoted one ends at the unit after its first backslash, so one with
+// an escape is an error that leaves what is before the backslash, and a nested object or array is cut at
 // its first space, comma or "}". "}" must follow "{" or "," directly.
 bool JSON_DecodeNameValues(const lkchar* text, int n, std::map<lkstr, lkstr>& values);
 
@@ -24,7 +24,7 @@ lkstr JSON_EncodeNameValues(const std::vector<ClkNameValuePair>& pairs);
 // True when the name is absent; the text "null" is a value like any other.
 bool JSON_ValueIsNull(const std::map<lkstr, lkstr>& values, const lkchar* name);
 
-// The value with its escapes taken out, or the default text, null for empty, when the name is absent.
+// The value with its escapes decoded, or the default text, null for empty, when the name is absent.
 lkstr JSON_ValueAsString(const std::map<lkstr, lkstr>& values, const lkchar* name, const lkchar* defaultText);
 
 // Empty text and an absent name give the default. Numbers are read by lkstr_toi and lkstr_tof; any text but

@@ -38,12 +38,12 @@ constexpr const lkchar* kBadEscape = u"在转义引导符号‘\\’之后应该
     throw ClkException(LKExceptionJson, BuildFailedMsg(position, end, message).c_str());
 }
 
-// A string or literal as it lies in the text.
+// A string or literal as it is in the text.
 struct AtomScan {
     ClkJsonKind kind;
     const lkchar* begin;  // of its units, without quotes
     const lkchar* end;
-    const lkchar* next;             // behind the value, or where the fault is
+    const lkchar* next;             // after the value, or where the error is
     const lkchar* fault = nullptr;  // message
     bool hasEscape = false;
 
@@ -131,7 +131,7 @@ private:
         std::size_t firstEntry;
     };
 
-    // Behind the unit at p and the space that follows.
+    // After the unit at p and the space that follows.
     const lkchar* Behind(const lkchar* p) const { return p < m_End ? SkipSpace(p + 1, m_End) : p; }
 
     // From the place of a name to the value.
@@ -206,7 +206,7 @@ private:
         }
     }
 
-    // Puts the members that an object has ahead of those that were read, which so replace them.
+    // Inserts the members of an object before those that were read: of equal names the last one stays.
     void MoveToEntries(ClkJsonMembers::List& members, std::size_t firstEntry) {
         std::vector<Entry> former;
         for (ClkJsonMember& member : members) {

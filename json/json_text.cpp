@@ -31,7 +31,7 @@ bool TextIsJson(const Char* text, int n) {
     return *first == Char('{') && *last == Char('}');
 }
 
-// From the quote of a name to the value behind its ":", or null.
+// From the quote of a name to the value after its ":", or null.
 const lkchar* SkipName(const lkchar* p, const lkchar* end) {
     if (*p != u'"') return nullptr;
     p = FindFirstOf<u'"'>(p + 1, end);
@@ -46,7 +46,7 @@ const lkchar* SkipComma(const lkchar* p, const lkchar* end) {
     return p < end && *p == u',' ? SkipSpace(p + 1, end) : p;
 }
 
-// From the opening bracket at p to behind its closing one, or null:
+// From the opening bracket at p to after its closing one, or null:
 //
 //     object  = "{" { name ":" value [ "," ] } "}"
 //     array   = "[" { value [ "," ] } "]"
@@ -83,7 +83,7 @@ const lkchar* FindContainerEnd(const lkchar* p, const lkchar* end, bool isObject
     return nullptr;
 }
 
-// FindContainerEnd when the text starts with the bracket, behind space.
+// FindContainerEnd when the text starts with the bracket, after space.
 const lkchar* FindEnd(const lkchar* text, int n, bool wantObject, bool wantArray) {
     if (text == nullptr || n < 1) return nullptr;
     const lkchar* end = text + n;

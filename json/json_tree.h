@@ -1,4 +1,4 @@
-// JSON documents as trees: parsed in one pass, looked up by name, built by hand, written back.
+// JSON documents as trees: parsed in one pass, looked up by name, built manually, written back.
 //
 //     ClkObjectJson json;
 //     json.Parse(text.c_str(), static_cast<int>(text.size()));
@@ -10,8 +10,8 @@
 // destroys all below it. Reading writes nothing, so any number of threads may read one tree; a thread that
 // changes one must be alone with it. Nesting is bounded by memory only.
 //
-// Faults in a text raise ClkException of type 9; its hint tells the fault and the text that stands there. The
-// document then holds what was read ahead of the fault.
+// Errors in a text raise ClkException of type 9; its hint has the error and the text at its position. The
+// document then holds what was read before the error.
 #ifndef QBSVR_JSON_JSON_TREE_H
 #define QBSVR_JSON_JSON_TREE_H
 
@@ -63,8 +63,8 @@ public:
     ClkJsonNode(const ClkJsonNode&) = delete;
     ClkJsonNode& operator=(const ClkJsonNode&) = delete;
 
-    // Appends the node as JSON text. No blank is written; the separator, null for none, is put ahead of each
-    // member and item, behind each atom and ahead of each closing bracket.
+    // Appends the node as JSON text. No space is written; the separator, null for none, is put before each
+    // member and item, after each atom and before each closing bracket.
     virtual void StringifyAppend(lkstr& out, const lkchar* separator) const = 0;
 
     ClkJsonKind Kind() const { return m_Kind; }
@@ -97,7 +97,7 @@ public:
     const lkstr& Text() const { return m_Text; }
     void SetText(const lkstr& text) { m_Text = text; }
 
-    // Reads the string or literal at p and gives the position behind it. The text of a string ends at its
+    // Reads the string or literal at p and returns the position after it. The text of a string ends at its
     // first zero unit.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
@@ -155,7 +155,7 @@ private:
     void DropName() noexcept;
 };
 
-// The members of an object in the order of their names: unit by unit, a shorter name ahead of its extension.
+// The members of an object in the order of their names: unit by unit, a shorter name before its extension.
 class ClkJsonMembers {
     using List = std::vector<ClkJsonMember, json_internal::PoolAllocator<ClkJsonMember>>;
 
@@ -207,7 +207,7 @@ public:
     ClkJsonObjectNode* ObjectByName(const lkstr& name) const;
     ClkJsonArrayNode* ArrayByName(const lkstr& name) const;
 
-    // Reads the object whose "{" stands at p and gives the position behind its "}". Members are added to
+    // Reads the object whose "{" stands at p and returns the position after its "}". Members are added to
     // those that are there; the last one of a name stays.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
@@ -235,7 +235,7 @@ public:
 
     const std::vector<std::unique_ptr<ClkJsonNode>>& Items() const { return m_Items; }
 
-    // Reads the array whose "[" stands at p and gives the position behind its "]". Items are appended, which
+    // Reads the array whose "[" stands at p and returns the position after its "]". Items are appended, which
     // is the way to add them: Parse u"[1]" to append a 1.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
@@ -255,7 +255,7 @@ public:
     ClkBaseJson(const ClkBaseJson&) = delete;
     ClkBaseJson& operator=(const ClkBaseJson&) = delete;
 
-    // Reads the root at start and gives the position behind it; null when its bracket doesn't stand there.
+    // Reads the root at start and returns the position after it; null when its bracket doesn't is there.
     virtual const lkchar* DoParse(const lkchar* start, const lkchar* end) = 0;
 
     // Reads a whole text. The document is empty, with nothing raised, when the text is null, empty or doesn't
@@ -300,7 +300,7 @@ private:
     ClkJsonArrayNode m_RootNode;
 };
 
-// The hint of a fault: the message, "。\r\n数据：" with backslashes and letters as visible units, and at most
+// The hint of an error: the message, "。\r\n数据：" with backslashes and letters as visible units, and at most
 // 128 units of the text from the position on.
 lkstr BuildFailedMsg(const lkchar* position, const lkchar* end, const lkchar* message);
 

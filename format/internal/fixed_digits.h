@@ -24,7 +24,7 @@ public:
     // Infinities and NaN have their names, with PointPosition 0 and no sign bit.
     std::string_view Digits() const { return m_Digits; }
 
-    // How many digits stand ahead of the point; negative for zeros between the point and the first digit.
+    // The number of digits before the point; negative for zeros between the point and the first digit.
     int PointPosition() const { return m_PointPosition; }
 
     bool IsNegative() const { return m_IsNegative; }  // the sign bit: true for -0.0

@@ -1,5 +1,5 @@
-// Where the nodes of one tree and the member lists of its objects live: slots cut from growing chunks, reused
-// when they come back.
+// The memory of the nodes of one tree and the member lists of its objects: slots of growing chunks, reused
+// when they are returned.
 #ifndef QBSVR_JSON_INTERNAL_NODE_POOL_H
 #define QBSVR_JSON_INTERNAL_NODE_POOL_H
 

@@ -37,7 +37,7 @@ public:
     // Null when it owns nothing.
     const lkstr* Get() const { return m_Name; }
 
-    // Hands the ownership over to the bare reference, and takes it back.
+    // Passes the ownership to the bare reference, and takes it back.
     const lkstr& Release() { return *std::exchange(m_Name, nullptr); }
     static NameRef Adopt(const lkstr& released) {
         NameRef name;

@@ -17,7 +17,7 @@ inline const lkchar* SkipSpace(const lkchar* p, const lkchar* end) {
     return p;
 }
 
-// The letter that is written behind a backslash for the unit, or 0 when the unit needs no escape.
+// The letter that is written after a backslash for the unit, or 0 when the unit needs no escape.
 constexpr lkchar EscapeLetter(lkchar unit) {
     switch (unit) {
         case u'"':

@@ -1,4 +1,4 @@
-// Collects JSON text ahead of the string that it goes to, so that small pieces cost little more than their
+// Buffers JSON text in front of its string, so that small pieces cost little more than their
 // units.
 #ifndef QBSVR_JSON_INTERNAL_TEXT_WRITER_H
 #define QBSVR_JSON_INTERNAL_TEXT_WRITER_H
@@ -36,7 +36,7 @@ public:
         m_To += n;
     }
 
-    // The units in [p, end), up to the first zero unit, with escapes put in.
+    // The units in [p, end), up to the first zero unit, with its escapes.
     void PutEncoded(const lkchar* p, const lkchar* end) {
         constexpr std::ptrdiff_t kStep = 8;
         while (p != end) {
