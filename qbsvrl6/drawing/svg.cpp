@@ -1,6 +1,7 @@
 #include "qbsvrl6/drawing/svg.h"
 
 #include <cmath>
+#include <utility>
 
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/support/append.h"
@@ -28,18 +29,16 @@ struct Paint {
 
 void writePath(XmlWriter& svg, const Drawing::Path& path) {
     std::string& commands = svg.open("path").beginAttribute("d");
-    std::size_t next = 0;
-    for (const char command : path.commands) {
-        const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
-        if (next + count > path.points.size()) break;
+    forEachStep(path, [&commands](char command, const auto& points) {
         commands += command;
-        for (std::size_t i = 0; i < count; ++i, ++next) {
-            if (i > 0) commands += ' ';
-            Length{path.points[next].x}.appendTo(commands);
+        const char* separator = "";
+        for (const Drawing::Path::Point& point : points) {
+            commands += std::exchange(separator, " ");
+            Length{point.x}.appendTo(commands);
             commands += ' ';
-            Length{path.points[next].y}.appendTo(commands);
+            Length{point.y}.appendTo(commands);
         }
-    }
+    });
     svg.endAttribute();
     if (path.fill) {
         svg.attribute("fill", Paint{*path.fill});

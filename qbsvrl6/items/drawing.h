@@ -5,7 +5,9 @@
 #ifndef QBSVR_QBSVRL6_ITEMS_DRAWING_H
 #define QBSVR_QBSVRL6_ITEMS_DRAWING_H
 
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -45,6 +47,19 @@ struct Drawing {
 
     std::vector<std::variant<Path, Label>> elements;  // later ones are painted on top
 };
+
+// Calls visit(command, points) for each step of a path, with the points that the step has. A step without its
+// points ends the walk.
+template <class Visit>
+void forEachStep(const Drawing::Path& path, Visit&& visit) {
+    std::span<const Drawing::Path::Point> rest = path.points;
+    for (const char command : path.commands) {
+        const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
+        if (rest.size() < count) return;
+        visit(command, rest.first(count));
+        rest = rest.subspan(count);
+    }
+}
 
 }  // namespace qbsvrl6
 

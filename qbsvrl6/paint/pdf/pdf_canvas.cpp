@@ -11,7 +11,7 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr double kItalicSlant = 0.2126;  // twelve degrees
-constexpr int kBoldStroke = 30;          // a made bold's stroke is this part of the font size
+constexpr int kBoldStroke = 30;          // the stroke of a synthetic bold is this part of the font size
 constexpr double kCircle = 0.5523;       // control points of a quarter circle
 
 }  // namespace
@@ -39,7 +39,7 @@ void PdfCanvas::nextLayer() {
     if (text_.size() > 0) page_.add("BT\n"sv, text_.view(), "ET\n"sv);
     shapes_.clear();
     text_.clear();
-    // What the texts have set stays, and the next shapes begin with it.
+    // The shapes of the next layer begin with the state that the texts have set.
     shapeState_ = {textState_.color, textState_.boldColor, textState_.boldWidth, false};
     lineX_ = lineY_ = 0;
     lineUpright_ = true;
@@ -241,18 +241,14 @@ void PdfCanvas::path(const Drawing::Path& path, Point origin) {
     if (stroked) {
         setStroke(*path.stroke, std::max<std::int64_t>(toUnits(path.strokeWidth), 1), false);
     }
-    std::size_t next = 0;
-    for (const char command : path.commands) {
-        const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
-        if (path.points.size() - next < count) break;
-        for (std::size_t i = 0; i < count; ++i, ++next) {
-            appendPoint({origin.x + path.points[next].x, origin.y + path.points[next].y});
-        }
+    forEachStep(path, [&](char command, const auto& points) {
+        for (const Drawing::Path::Point& point : points)
+            appendPoint({origin.x + point.x, origin.y + point.y});
         shapes_.append(command == 'M'   ? "m\n"sv
                        : command == 'L' ? "l\n"sv
                        : command == 'C' ? "c\n"sv
                                         : "h\n"sv);
-    }
+    });
     shapes_.append(path.fill && stroked ? "B\n"sv : path.fill ? "f\n"sv : "S\n"sv);
     if (transparent) {
         shapes_.append("Q\n"sv);
@@ -332,7 +328,7 @@ void PdfCanvas::moveTo(Point origin, Direction direction, bool italic) {
     if (upright && lineUpright_) {
         text_.add(x - lineX_, ' ', y - lineY_, " Td"sv);
     } else {
-        // The text's axes: along its direction, and up, slanted along.
+        // The axes of the text: along its direction, and up, with the slant.
         const double slant = italic ? kItalicSlant : 0;
         const double a = direction.x;
         const double b = -direction.y;
@@ -383,8 +379,7 @@ void PdfCanvas::text(const TextRun& run) {
     }
 }
 
-// Writes "(codes)Tj", or "[(codes)number(codes)]TJ" where glyphs stand elsewhere than their widths would put
-// them.
+// Writes "(codes)Tj", or "[(codes)number(codes)]TJ" if glyphs are not where their widths put them.
 void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast) {
     constexpr std::size_t kBytesPerGlyph = 40;
     constexpr float kNoticeable = 0.5f;  // 1/1000 em
@@ -393,7 +388,7 @@ void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun&
     char* to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
     bool moved = false;  // an array was begun
     float rise = 0;
-    float lead = 0;  // how far the next glyph stands right of where the widths put it
+    float lead = 0;  // the next glyph's distance to the right of where the widths put it
     const auto add = [&](std::string_view text) {
         std::memcpy(to, text.data(), text.size());
         to += text.size();

@@ -19,7 +19,7 @@ std::uint32_t pixelOf(Color color) {
     return (std::uint32_t{color.red} << 16) | (std::uint32_t{color.green} << 8) | color.blue;
 }
 
-// Colours multiplied by their alpha, as cairo wants them.
+// Colours multiplied by their alpha, as in cairo.
 cairo_surface_t* toSurface(const Pixels& pixels) {
     const Cairo& lib = cairoLibrary();
     const bool opaque = pixels.alpha.empty();
@@ -49,7 +49,7 @@ cairo_surface_t* toSurface(const Pixels& pixels) {
     return surface;
 }
 
-// Blends `color` over a pixel; 255 covers it. Each part by the same steps, so that grey stays grey.
+// Blends `color` over a pixel; 255 covers it. All parts are computed alike, so that grey stays grey.
 std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t coverage) {
     const int a = static_cast<int>(coverage + (coverage >> 7));  // of 256
     const auto part = [&](int shift) {
@@ -140,7 +140,7 @@ void RasterCanvas::fillArea(Area area, Color color) {
 
 void RasterCanvas::fill(const Rect& rect, Color color) { fillArea(areaOf(rect), color); }
 
-// Lines along the axes take whole pixels, at least one, so that a table's lines look alike.
+// Horizontal and vertical lines are whole pixels, at least one, so that all lines of a table look the same.
 void RasterCanvas::strokeUpright(double at, double from, double to, double width, Color color) {
     const int pixels = std::max(static_cast<int>(std::lround(std::clamp(toPixels(width), 1.0, 1e6))), 1);
     const int left = snapped(at) - pixels / 2;
@@ -174,7 +174,7 @@ void RasterCanvas::line(Point from, Point to, const LineContent& line) {
         const double dashes[] = {toPixels(3 * kMicrometresPerPoint), toPixels(2 * kMicrometresPerPoint)};
         lib_.cairo_set_dash(cairo, dashes, 2, 0);
     }
-    // A level or upright line gets whole pixels.
+    // A horizontal or vertical line is whole pixels.
     const auto place = [&](double at, bool along) {
         if (along) return toPixels(at);
         return std::round(toPixels(at) - width / 2) + std::round(width) / 2;
@@ -253,25 +253,21 @@ void RasterCanvas::picture(const std::shared_ptr<const Picture>& picture, const 
 void RasterCanvas::path(const Drawing::Path& path, Point origin) {
     cairo_t* cairo = this->cairo();
     lib_.cairo_new_path(cairo);
-    const auto at = [&](std::size_t i) {
-        return Point{toPixels(origin.x + path.points[i].x), toPixels(origin.y + path.points[i].y)};
-    };
-    std::size_t next = 0;
-    for (const char command : path.commands) {
-        const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
-        if (path.points.size() - next < count) break;
+    forEachStep(path, [&](char command, const auto& points) {
+        const auto at = [&](std::size_t i) {
+            return Point{toPixels(origin.x + points[i].x), toPixels(origin.y + points[i].y)};
+        };
         if (command == 'Z') {
             lib_.cairo_close_path(cairo);
         } else if (command == 'C') {
-            const Point a = at(next), b = at(next + 1), end = at(next + 2);
+            const Point a = at(0), b = at(1), end = at(2);
             lib_.cairo_curve_to(cairo, a.x, a.y, b.x, b.y, end.x, end.y);
         } else if (command == 'M') {
-            lib_.cairo_move_to(cairo, at(next).x, at(next).y);
+            lib_.cairo_move_to(cairo, at(0).x, at(0).y);
         } else {
-            lib_.cairo_line_to(cairo, at(next).x, at(next).y);
+            lib_.cairo_line_to(cairo, at(0).x, at(0).y);
         }
-        next += count;
-    }
+    });
     paintPath(path.fill, std::clamp(path.fillOpacity, 0.0, 1.0), path.stroke, path.strokeWidth);
 }
 

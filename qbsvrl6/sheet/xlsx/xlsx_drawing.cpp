@@ -46,21 +46,15 @@ void writeFill(XmlWriter& xml, const Color& color, double opacity = 1) {
     xml.close().close();
 }
 
-// A command without its points ends the path.
 void writeCommands(XmlWriter& xml, const Drawing::Path& path) {
-    std::size_t next = 0;
-    for (const char command : path.commands) {
-        const std::size_t count = command == 'C' ? 3 : command == 'Z' ? 0 : 1;
-        if (next + count > path.points.size()) break;
+    forEachStep(path, [&xml](char command, const auto& points) {
         xml.open(command == 'M'   ? "a:moveTo"
                  : command == 'L' ? "a:lnTo"
                  : command == 'C' ? "a:cubicBezTo"
                                   : "a:close");
-        for (std::size_t i = 0; i < count; ++i, ++next) {
-            writePosition(xml, "a:pt", path.points[next].x, path.points[next].y);
-        }
+        for (const Drawing::Path::Point& point : points) writePosition(xml, "a:pt", point.x, point.y);
         xml.close();
-    }
+    });
 }
 
 }  // namespace
