@@ -40,8 +40,8 @@ Rect around(const Rect& a, const Rect& b) {
     return {x, y, std::max(a.right(), b.right()) - x, std::max(a.bottom(), b.bottom()) - y};
 }
 
-// A text's own upright coordinates put onto the page: turned clockwise by quarter turns so that the turned
-// box fills the item's.
+// Maps the coordinates of an unrotated text onto the page: rotated clockwise by quarter turns so that the
+// rotated box fills the item's.
 class TurnedBox {
 public:
     TurnedBox(const Rect& box, int degrees) : box_(box), turns_(((degrees / 90) % 4 + 4) % 4) {}
@@ -84,7 +84,7 @@ void paintLines(Canvas& canvas, const TextItem& item, const ResolvedStyle& style
     if (item.lines.empty()) return;
     const TurnedBox turned(box, style.rotation);
     const double em = item.fontSize * kMicrometresPerPoint;
-    const double slack = em / 20;  // what hangs over the edge by less than this is no cut text
+    const double slack = em / 20;  // a text that exceeds the edge by less than this is not cut
     const Color color = item.color.value_or(style.color);
     const std::u16string_view whole = item.lineText();
 
@@ -202,7 +202,7 @@ void paintItem(Canvas& canvas, const Item& item, const Rect& box) {
 
 void paintBand(Canvas& canvas, Band&& band, Micrometres x, Micrometres y, std::vector<PendingItem>& pending) {
     if (band.background) canvas.fill({x, y, band.width, band.height}, *band.background);
-    // Cells of the grid lie side by side; free controls may lie on each other, and the later one is on top.
+    // Cells of the grid don't overlap; free controls may, and the later one is painted on top.
     Rect texts;
     for (Item& item : band.items) {
         const Rect box = movedBy(item.box, x, y);
@@ -232,7 +232,7 @@ void paintWatermark(Canvas& canvas, const Watermark& watermark, Size paper) {
     const double half = static_cast<double>(shaped->width) * em / 1000 / 2;
     const double angle = -std::atan2(paper.height, paper.width);
     const Direction direction{std::cos(angle), std::sin(angle)};
-    // The middle of the letters' height, not the base line, goes through the middle of the page.
+    // The letters are centred on the middle of the page by half their height, not by the base line.
     constexpr double kHalfHeight = 0.36;
     const Point start{paper.width / 2.0 - half * direction.x - kHalfHeight * em * direction.y,
                       paper.height / 2.0 - half * direction.y + kHalfHeight * em * direction.x};

@@ -10,7 +10,7 @@
 
 namespace qbsvrl6 {
 
-// A text that isn't laid out yet, and the place of its band.
+// A text that isn't laid out yet, and the position of its band.
 struct PendingItem {
     Item item;
     Micrometres x = 0;

@@ -30,8 +30,8 @@ struct TextRun {
     Direction direction;
     double fontSize = 10;  // points
     Color color;
-    float wordSpacing = 0;    // 1/1000 em added at each blank
-    float letterSpacing = 0;  // 1/1000 em added behind each character
+    float wordSpacing = 0;    // 1/1000 em added at each space
+    float letterSpacing = 0;  // 1/1000 em added after each character
 };
 
 class Canvas {
@@ -39,25 +39,25 @@ public:
     virtual ~Canvas() = default;
 
     virtual void fill(const Rect& rect, Color color) = 0;
-    // One line of a border: level or upright, centred on the two points.
+    // One line of a border: horizontal or vertical, centred on the two points.
     virtual void edge(Point from, Point to, const BorderLine& line) = 0;
     virtual void line(Point from, Point to, const LineContent& line) = 0;
     virtual void box(const Rect& rect, const BoxContent& box) = 0;
     virtual void picture(const std::shared_ptr<const Picture>& picture, const Rect& rect) = 0;
-    // `origin` is the place of the path's (0, 0).
+    // `origin` is the position of the path's (0, 0).
     virtual void path(const Drawing::Path& path, Point origin) = 0;
     virtual void text(const TextRun& run) = 0;
     // The underline of a text: a bar along the direction.
     virtual void bar(Point from, Direction direction, double length, double thickness, Color color) = 0;
-    // A place on the page that opens an address.
+    // An area of the page that opens an address.
     virtual void link(const Rect& rect, std::u16string_view address) = 0;
 
-    // What is drawn in between shows inside the rectangle only. Clips don't nest.
+    // Everything drawn in between is visible inside the rectangle only. Clips are not nested.
     virtual void beginClip(const Rect& rect) = 0;
     virtual void endClip() = 0;
 
-    // What follows covers what was drawn so far. Without this call a canvas may draw shapes ahead of the
-    // texts that came before them.
+    // What follows is painted on top of what was drawn so far. Without this call a canvas may draw shapes
+    // before the texts that precede them.
     virtual void nextLayer() = 0;
 };
 

@@ -30,7 +30,7 @@ struct ThreadCompressor {
 // The highest level before time doubles for the last percent of size.
 constexpr int kLevel = 6;
 
-// A picture's buffer isn't kept for the pages that come after it.
+// The buffer of a picture is freed: the pages after it don't need one of that size.
 constexpr std::size_t kKeptBytes = 1 << 20;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Deflate in the zlib form, by one compressor a thread.
+// Deflate in the zlib format, by one compressor per thread.
 #ifndef QBSVR_QBSVRL6_PAINT_COMPRESSOR_H
 #define QBSVR_QBSVRL6_PAINT_COMPRESSOR_H
 
@@ -7,10 +7,10 @@
 
 namespace qbsvrl6 {
 
-// The compressed bytes, good until the thread's next call. Raises std::bad_alloc.
+// The compressed bytes, valid until the thread's next call. Raises std::bad_alloc.
 std::string_view compress(std::string_view bytes);
 
-// Fills exactly `size` bytes at `to` from what compress() gave.
+// Decompresses a result of compress() into exactly `size` bytes at `to`.
 void decompress(std::string_view compressed, void* to, std::size_t size);
 
 }  // namespace qbsvrl6

@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// libjpeg leaves a fault by a long jump, over frames that own nothing.
+// libjpeg reports an error by a long jump, over frames that own nothing.
 struct Reader {
     jpeg_decompress_struct jpeg{};
     jpeg_error_mgr errors{};
@@ -57,7 +57,7 @@ bool readRow(Reader& reader, JSAMPROW row) {
     return true;
 }
 
-// A row of ink as one of light.
+// Converts a row from ink to light.
 void toRgb(const std::vector<std::uint8_t>& row, std::uint8_t* to, bool inverted) {
     for (std::size_t i = 0; i + 4 <= row.size(); i += 4) {
         const auto light = [&](std::size_t at) { return inverted ? row[i + at] : 255 - row[i + at]; };

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "qbsvrl6/picture/jpeg.h"
 #include "qbsvrl6/picture/png.h"
+#include "qbsvrl6/support/byte_words.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -16,7 +16,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Big-endian fields; what lies behind the end reads as 0.
+// Big-endian fields; bytes after the end read as 0.
 class Bytes {
 public:
     explicit Bytes(std::string_view bytes) : bytes_(bytes) {}
@@ -46,7 +46,7 @@ struct Head {
 
 constexpr double kInchesPerMetre = 1 / 0.0254;
 
-// Signature, then chunks of length, name, content and checksum; IHDR is the first, pHYs stands ahead of IDAT.
+// Signature, then chunks of length, name, content and checksum; IHDR is the first, pHYs comes before IDAT.
 std::optional<Head> readPng(const Bytes& file) {
     if (!file.holds(0, "\x89PNG\r\n\x1A\n") || !file.holds(12, "IHDR")) return std::nullopt;
     Head head;
@@ -64,8 +64,8 @@ std::optional<Head> readPng(const Bytes& file) {
     return head;
 }
 
-// Segments of a mark (FF and a code), a length and content, up to the frame's head: C0 to C2 are the kinds of
-// frame that readers of documents know; the others are lossless, hierarchical or coded by arithmetic.
+// Segments of a marker (FF and a code), a length and content, up to the frame header: C0 to C2 are the types
+// of frame that readers of documents support; the others are lossless, hierarchical or arithmetically coded.
 std::optional<Head> readJpeg(const Bytes& file) {
     if (!file.holds(0, "\xFF\xD8\xFF")) return std::nullopt;
     Head head;
@@ -73,7 +73,7 @@ std::optional<Head> readJpeg(const Bytes& file) {
     for (std::size_t at = 2; at + 4 <= file.size();) {
         if (file.u8(at) != 0xFF) return std::nullopt;
         const unsigned code = file.u8(at + 1);
-        if (code == 0xFF) {  // filling
+        if (code == 0xFF) {  // padding
             ++at;
             continue;
         }
@@ -82,7 +82,7 @@ std::optional<Head> readJpeg(const Bytes& file) {
             if (unit == 1) head.dotsPerInch = file.u16(at + 12);
             if (unit == 2) head.dotsPerInch = file.u16(at + 12) * 2.54;
         }
-        // Who writes this segment writes ink the other way round.
+        // Programs that write this segment invert the ink.
         if (code == 0xEE && file.holds(at + 4, "Adobe")) head.inverted = true;
         if (code >= 0xC0 && code <= 0xC2) {
             constexpr unsigned kBits = 8;
@@ -104,17 +104,10 @@ std::optional<Head> readJpeg(const Bytes& file) {
 // FNV-1a over words of eight bytes.
 std::uint64_t hashOf(std::string_view bytes) {
     std::uint64_t hash = 0xCBF29CE484222325u ^ bytes.size();
-    std::size_t at = 0;
-    const auto mix = [&hash](std::uint64_t word) {
+    forEachWord(bytes, [&hash](std::uint64_t word) {
         hash = (hash ^ word) * 0x100000001B3u;
         hash ^= hash >> 29;
-    };
-    for (; at + 8 <= bytes.size(); at += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bytes.data() + at, 8);
-        mix(word);
-    }
-    for (; at < bytes.size(); ++at) mix(static_cast<unsigned char>(bytes[at]));
+    });
     return hash;
 }
 

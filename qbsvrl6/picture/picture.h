@@ -1,4 +1,4 @@
-// PNG and JPEG files as reports carry them: kept as they are, known by their size.
+// PNG and JPEG files in reports: their bytes unchanged, and what their headers say.
 #ifndef QBSVR_QBSVRL6_PICTURE_PICTURE_H
 #define QBSVR_QBSVRL6_PICTURE_PICTURE_H
 
@@ -19,8 +19,8 @@ struct Picture {
     std::uint64_t id = 0;     // equal pictures of one export have one id
 };
 
-// Takes the bytes of a picture file. Only its head is read: what is broken further on shows when the picture
-// is drawn. `origin` names the source in messages. Raises EngineError: BadPicture for what is neither PNG nor
+// Makes a picture of a file's bytes. Only the header is read: errors after it are found when the picture is
+// drawn. `origin` names the source in messages. Raises EngineError: BadPicture for anything but PNG and
 // JPEG, LimitExceeded beyond limits::kPictureBytes and limits::kPicturePixels.
 std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string& origin);
 

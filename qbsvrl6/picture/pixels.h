@@ -13,9 +13,9 @@ struct Picture;
 struct Pixels {
     int width = 0;
     int height = 0;
-    int channels = 3;                 // 1 grey, 3 red green blue; a byte each
+    int channels = 3;                 // 1 grey, 3 red green blue; one byte each
     std::vector<std::uint8_t> color;  // width * height * channels
-    std::vector<std::uint8_t> alpha;  // width * height; empty where all is opaque
+    std::vector<std::uint8_t> alpha;  // width * height; empty if all is opaque
 };
 
 // Raises EngineError (BadPicture).

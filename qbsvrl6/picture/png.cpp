@@ -23,8 +23,8 @@ void readFrom(png_structp png, png_bytep to, png_size_t count) {
     source->at += count;
 }
 
-// libpng leaves a fault by a long jump, over frames that own nothing: each step of the work is a function of
-// its own that takes what it fills by reference and keeps nothing with a destructor.
+// libpng reports an error by a long jump, over frames that own nothing: each step is a function without
+// objects that have destructors.
 struct Reader {
     png_structp png = nullptr;
     png_infop info = nullptr;
@@ -62,7 +62,7 @@ bool readHead(Reader& reader) {
     return true;
 }
 
-// Has each pixel come as 8 bits of grey or of red, green and blue, with alpha where the file has any.
+// Makes libpng give each pixel as 8 bits of grey or of red, green and blue, with alpha if the file has any.
 bool askForBytes(Reader& reader) {
     if (setjmp(png_jmpbuf(reader.png)) != 0) return false;
     png_set_expand(reader.png);

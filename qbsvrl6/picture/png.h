@@ -1,4 +1,4 @@
-// PNG files taken apart, by libpng.
+// PNG files decoded, by libpng.
 #ifndef QBSVR_QBSVRL6_PICTURE_PNG_H
 #define QBSVR_QBSVRL6_PICTURE_PNG_H
 
@@ -12,17 +12,16 @@ namespace qbsvrl6 {
 // Raises EngineError (BadPicture) for a file that can't be read to its end.
 Pixels decodePng(std::string_view file);
 
-// A PNG whose compressed rows other formats can take over as they are: not interlaced and without
-// transparency.
+// A PNG whose compressed rows other formats can use unchanged: not interlaced and without transparency.
 struct PngRows {
     bool usable = false;
     int bitDepth = 8;
     int channels = 3;      // samples of a pixel; 1 with a palette too
-    std::string palette;   // three bytes an entry; empty where there is none
+    std::string palette;   // three bytes per entry; empty if there is none
     std::string deflated;  // the contents of the IDAT chunks
 };
 
-// Reads through the whole file, so that what comes back is known to be sound. Raises as decodePng does.
+// Reads the whole file, so that the result is known to be valid. Raises as decodePng does.
 PngRows extractPngRows(std::string_view file);
 
 }  // namespace qbsvrl6

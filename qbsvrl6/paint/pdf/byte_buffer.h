@@ -1,4 +1,4 @@
-// Bytes under construction: appending costs a comparison and a copy.
+// A growing block of bytes: appending costs a comparison and a copy.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_BYTE_BUFFER_H
 #define QBSVR_QBSVRL6_PAINT_PDF_BYTE_BUFFER_H
 

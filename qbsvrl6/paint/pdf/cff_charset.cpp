@@ -16,7 +16,7 @@ class Reader {
 public:
     Reader(std::string_view bytes, std::size_t at) : bytes_(bytes), at_(at) {}
 
-    // What lies behind the end reads as 0.
+    // Bytes after the end read as 0.
     std::uint32_t number(int width) {
         std::uint32_t value = 0;
         while (width-- > 0) {
@@ -76,7 +76,7 @@ TopDictionary readTopDictionary(std::string_view bytes) {
             operand = reader.number(2);
         } else if (b == 29) {
             operand = reader.number(4);
-        } else if (b == 30) {  // a real number: two digits a byte up to one that holds F
+        } else if (b == 30) {  // a real number: two digits per byte, to the first F
             for (std::uint32_t pair = 0; !reader.atEnd();) {
                 pair = reader.number(1);
                 if ((pair & 0xF) == 0xF || (pair >> 4) == 0xF) break;
@@ -100,7 +100,7 @@ CffCharset CffCharset::read(std::string_view table, unsigned glyphCount) {
     const Index names = readIndex(table, header.number(1));
     const TopDictionary top = readTopDictionary(readIndex(table, names.end).first);
     charset.cidKeyed_ = top.cidKeyed;
-    constexpr std::size_t kLastPredefined = 2;  // those are of fonts whose glyphs have names
+    constexpr std::size_t kLastPredefined = 2;  // these are for fonts whose glyphs have names
     if (!top.cidKeyed || top.charset <= kLastPredefined) return charset;
     Reader reader(table, top.charset);
     const std::uint32_t format = reader.number(1);

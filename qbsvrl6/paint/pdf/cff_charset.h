@@ -1,4 +1,4 @@
-// The part of a CFF table that says which character identifier (CID) each glyph has.
+// The part of a CFF table that gives each glyph its character identifier (CID).
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_CFF_CHARSET_H
 #define QBSVR_QBSVRL6_PAINT_PDF_CFF_CHARSET_H
 
@@ -10,10 +10,10 @@ namespace qbsvrl6 {
 
 class CffCharset {
 public:
-    // Reads the charset of a whole "CFF " table. What is broken reads as a font that isn't CID-keyed.
+    // Reads the charset of a complete "CFF " table. A broken table reads as a font that isn't CID-keyed.
     static CffCharset read(std::string_view table, unsigned glyphCount);
 
-    // Whether glyphs are known by CIDs; else by names, and a PDF counts in glyph numbers.
+    // Whether glyphs have CIDs; otherwise they have names, and a PDF uses glyph numbers.
     bool isCidKeyed() const { return cidKeyed_; }
     std::uint32_t cidOf(std::uint32_t glyph) const;
 

@@ -1,4 +1,4 @@
-// Borders of neighbouring cells put together to long lines: a table's grid is a line a column and a line a
+// Joins the borders of neighbouring cells into long lines: a table's grid is one line per column and one per
 // row.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_EDGE_COLLECTOR_H
 #define QBSVR_QBSVRL6_PAINT_PDF_EDGE_COLLECTOR_H
@@ -11,14 +11,14 @@
 
 namespace qbsvrl6 {
 
-// Coordinates are whole units of the caller's.
+// Coordinates are integers in the caller's unit.
 class EdgeCollector {
 public:
     struct Line {
         bool upright = false;
-        std::int64_t at = 0;  // x of an upright line, y of a level one
+        std::int64_t at = 0;  // x of a vertical line, y of a horizontal one
         std::int64_t from = 0;
-        std::int64_t to = 0;  // not below `from`
+        std::int64_t to = 0;  // at least `from`
         std::int64_t width = 0;
         Color color;
     };
@@ -26,7 +26,7 @@ public:
     void add(const Line& line) {
         std::vector<Line>& lines = line.upright ? upright_ : level_;
         std::size_t& next = line.upright ? nextUpright_ : nextLevel_;
-        // Rows repeat their edges in the same order: the edge to lengthen is mostly the one behind the last.
+        // Rows repeat their edges in the same order: the edge to lengthen is mostly the one after the last.
         const std::size_t tries = std::min<std::size_t>(lines.size(), kTries);
         for (std::size_t i = 0; i < tries; ++i) {
             if (next >= lines.size()) next = lines.size() - tries;
@@ -50,7 +50,7 @@ public:
     }
 
 private:
-    // How many of the newest lines are looked at: more than a table has columns, mostly.
+    // How many of the newest lines are searched: more than most tables have columns.
     static constexpr std::size_t kTries = 64;
 
     static bool lengthen(Line& line, const Line& by) {

@@ -29,7 +29,7 @@ using PlanPtr = std::unique_ptr<hb_subset_plan_t, Destroyer<hb_subset_plan_destr
 
 constexpr hb_tag_t kCff = HB_TAG('C', 'F', 'F', ' ');
 
-// The tables that drawing glyphs by number needs.
+// The tables needed to draw glyphs by number.
 constexpr hb_tag_t kTables[] = {
     kCff,
     HB_TAG('g', 'l', 'y', 'f'),
@@ -57,7 +57,7 @@ std::string bytesOf(hb_blob_t* blob) {
     return {data, length};
 }
 
-// What a PDF embeds of a face: the bare CFF table, or the whole file.
+// What a PDF embeds of a face: the CFF table alone, or the whole file.
 std::string fileOf(hb_face_t* face, bool cff) {
     return bytesOf(cff ? hb_face_reference_table(face, kCff) : hb_face_reference_blob(face));
 }
@@ -112,15 +112,15 @@ private:
 }  // namespace
 
 EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
-    // The subsetter keeps what all tables together need, and walks a font's whole character map to find out:
-    // seen without that map and the layout tables, the face is cut in a third of the time.
+    // The subsetter includes glyphs that any table needs, and searches the font's whole character map for them:
+    // without that map and the layout tables it needs a third of the time.
     const FacePtr bare(hb_face_create_for_tables(referenceNeededTable, face.face, nullptr));
     hb_face_set_upem(bare.get(), face.unitsPerEm);
     const InputPtr input(hb_subset_input_create_or_fail());
     if (input == nullptr) throw std::bad_alloc();
     hb_set_t* wanted = hb_subset_input_glyph_set(input.get());
     for (const std::uint32_t glyph : glyphs) hb_set_add(wanted, glyph);
-    // Subroutines are worth their search in whole fonts only: cut fonts are as small without them, sooner.
+    // Subroutines are worth their search in whole fonts only: a subset is as small without them, and faster.
     unsigned flags =
         HB_SUBSET_FLAGS_NO_HINTING | HB_SUBSET_FLAGS_NOTDEF_OUTLINE | HB_SUBSET_FLAGS_DESUBROUTINIZE;
     if (keepNumbers) flags |= HB_SUBSET_FLAGS_RETAIN_GIDS;
@@ -142,7 +142,8 @@ EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& 
 }
 
 std::shared_ptr<const CompressedFont> compressedWholeFont(const FontFace& face) {
-    static WholeFonts& fonts = *new WholeFonts;  // for threads that still write while the process ends
+    // Never destroyed: threads may still write while the process ends.
+    static WholeFonts& fonts = *new WholeFonts;
     return fonts.find(face);
 }
 

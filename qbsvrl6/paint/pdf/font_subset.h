@@ -1,4 +1,4 @@
-// Font files cut down to the glyphs that a document uses.
+// Font files reduced to the glyphs that a document uses.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_FONT_SUBSET_H
 #define QBSVR_QBSVRL6_PAINT_PDF_FONT_SUBSET_H
 
@@ -13,16 +13,16 @@
 namespace qbsvrl6 {
 
 struct EmbeddedFont {
-    std::string bytes;                     // a bare CFF table or a TrueType file
-    std::vector<std::uint32_t> newGlyphs;  // for each glyph asked for, in that order, its number in `bytes`
+    std::string bytes;                     // a CFF table or a TrueType file
+    std::vector<std::uint32_t> newGlyphs;  // for each requested glyph, in that order, its number in `bytes`
 };
 
-// `keepNumbers`: glyphs keep their numbers, and those in between stay empty. Falls back to the whole font
-// where the subsetter refuses it.
+// `keepNumbers`: glyphs keep their numbers, and unused glyphs are empty. Falls back to the whole font if the
+// subsetter fails.
 EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers);
 
-// The face with all its glyphs, taken out of its collection and compressed as a PDF wants it. A Chinese font
-// takes a quarter of a second and 20 MB, so that the process keeps the last few for the exports to come.
+// The face with all its glyphs, extracted from its collection and compressed for a PDF. A Chinese font takes
+// a quarter of a second and 20 MB, so the process caches the last few.
 struct CompressedFont {
     std::string bytes;
     std::size_t plainSize = 0;

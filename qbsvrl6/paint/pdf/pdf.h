@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 struct PdfOptions {
     DocumentInfo info;
     bool embedWholeFonts = false;
-    std::shared_ptr<const Picture> background;  // behind each page; may be null
+    std::shared_ptr<const Picture> background;  // below the bands of each page; may be null
     Watermark watermark;
 };
 

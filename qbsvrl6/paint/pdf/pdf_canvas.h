@@ -22,21 +22,21 @@ struct PdfLink {
     std::u16string address;
 };
 
-// Texts of a layer are written behind its shapes, as one text object: readers meet them in the order in which
-// they were drawn, and moving on to the next one takes few bytes.
+// The texts of a layer are written after its shapes, so they are painted on top. They are one text object:
+// readers find them in the order of drawing, and moving to the next text takes few bytes.
 class PdfCanvas : public Canvas {
 public:
     PdfCanvas(PdfFonts& fonts, PdfPictures& pictures) : fonts_(fonts), pictures_(pictures) {}
 
     void begin(Micrometres pageHeight);
-    // The whole stream, good until the next begin().
+    // The whole stream, valid until the next begin().
     std::string_view end();
 
-    // What is drawn in between is there to be seen, not to be read.
+    // What is drawn in between is decoration: readers don't read it aloud.
     void beginDecoration();
     void endDecoration();
 
-    // What the page needs beside its content.
+    // What the page needs besides its content.
     const std::vector<PdfLink>& links() const { return links_; }
     const std::set<int>& usedPictures() const { return usedPictures_; }
     // Opacities of the whole document, in percent: the names of graphics states are "G" and these numbers.
@@ -101,7 +101,7 @@ private:
     std::optional<PendingFill> pendingFill_;
     ShapeState shapeState_;
     TextState textState_;
-    // Where the text line under way starts, and whether its matrix is one without turn and slant.
+    // Where the current text line starts, and whether its matrix has neither rotation nor slant.
     std::int64_t lineX_ = 0, lineY_ = 0;
     bool lineUpright_ = true;
 

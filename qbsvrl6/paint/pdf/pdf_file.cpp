@@ -1,25 +1,24 @@
 #include "qbsvrl6/paint/pdf/pdf_file.h"
 
-#include <cstring>
-
 #include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
+#include "qbsvrl6/support/byte_words.h"
 
 namespace qbsvrl6 {
 
-// The file: a head, streams ("5 0 obj<<...>>stream ... endstream endobj") among them object streams that hold
-// all other objects, the cross-reference stream, and its offset.
+// The file: a header, streams ("5 0 obj<<...>>stream ... endstream endobj") among them object streams that
+// hold all other objects, the cross-reference stream, and its offset.
 
 namespace {
 
-constexpr std::size_t kWorthCompressing = 96;  // below it the filter's own words cost more than it saves
+constexpr std::size_t kWorthCompressing = 96;  // below it the filter's entry costs more than it saves
 constexpr int kObjectsPerStream = 200;
 constexpr std::size_t kObjectStreamBytes = 64 << 10;
 
 }  // namespace
 
 PdfFile::PdfFile(std::string& output) : output_(output), places_(1) {
-    // Four bytes above 127 tell transfer programs that this is no text.
+    // Four bytes above 127 mark the file as binary.
     output_ = "%PDF-1.7\n%\xE2\xE3\xCF\xD3\n";
 }
 
@@ -82,7 +81,7 @@ void PdfFile::finish(int catalog, int info) {
     output_ += "startxref\n" + std::to_string(start) + "\n%%EOF\n";
 }
 
-// Rows of kind, offset or stream, and index, in one, `width` and two bytes.
+// Rows of type, offset or stream, and index, in one, `width` and two bytes.
 void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
     places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size(), 0};
     int width = 2;
@@ -103,22 +102,15 @@ void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
     writeStream(number, entries, rows.view());
 }
 
-// Names the document by what it holds: the same input gives the same file, another input another name.
+// The document's identifier, from its content: the same input gives the same file.
 std::string PdfFile::contentHash() const {
     std::uint64_t low = 0xCBF29CE484222325u;
     std::uint64_t high = 0x9E3779B97F4A7C15u;
-    std::size_t at = 0;
-    const auto mix = [&](std::uint64_t word) {
+    forEachWord(output_, [&](std::uint64_t word) {
         low = (low ^ word) * 0x100000001B3u;
         high = (high + word) * 0xD6E8FEB86659FD93u;
         high ^= high >> 32;
-    };
-    for (; at + 8 <= output_.size(); at += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, output_.data() + at, 8);
-        mix(word);
-    }
-    for (; at < output_.size(); ++at) mix(static_cast<unsigned char>(output_[at]));
+    });
     ByteBuffer hex;
     for (const std::uint64_t half : {low, high}) {
         appendHex(hex, static_cast<unsigned>(half >> 32), 8);

@@ -1,4 +1,4 @@
-// The frame of a PDF 1.7 file: numbered objects, object streams, the cross-reference stream.
+// The structure of a PDF 1.7 file: numbered objects, object streams, the cross-reference stream.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_FILE_H
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_FILE_H
 
@@ -17,20 +17,20 @@ public:
     explicit PdfFile(std::string& output);
 
     // The number of an object that is written later.
-    int reserve();
+    [[nodiscard]] int reserve();
 
     // An object that isn't a stream; `body` is a dictionary, an array or the like.
     void writeObject(int number, std::string_view body);
 
-    // A stream, compressed where that is worth it. `entries` are those of its dictionary besides length and
-    // filter. `encoded` streams are written as they are: their entries name their filter.
+    // A stream, compressed if that makes it smaller. `entries` are those of its dictionary besides length and
+    // filter. `encoded` streams are written unchanged: their entries name their filter.
     void writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded = false);
 
-    // Writes what is left. Reserved objects that were never written are free.
+    // Writes the rest of the file. Reserved objects that were never written are free.
     void finish(int catalog, int info);
 
 private:
-    // Where an object stands: at an offset of the file, or at an index of an object stream.
+    // Where an object is: at an offset of the file, or at an index of an object stream.
     struct Place {
         enum class Kind : std::uint8_t { Free, Offset, InStream } kind = Kind::Free;
         std::uint64_t offsetOrStream = 0;
@@ -44,7 +44,7 @@ private:
 
     std::string& output_;
     std::vector<Place> places_;  // by number
-    ByteBuffer objects_;         // of the object stream under way
+    ByteBuffer objects_;         // of the current object stream
     ByteBuffer objectIndex_;     // its pairs of number and offset
     int objectCount_ = 0;
     int objectStream_ = 0;

@@ -17,7 +17,7 @@ constexpr int kDefaultWidth = 1000;
 
 bool isBlank(char16_t unit) { return unit <= u' ' || unit == 0x7F || unit == 0xA0 || unit == 0x3000; }
 
-// What fonts draw as a blank without a width: soft hyphens, joiners, byte order marks.
+// Characters that fonts draw empty and without a width: soft hyphens, joiners, byte order marks.
 bool isInvisible(char16_t unit) {
     return unit == 0xAD || (unit >= 0x200B && unit <= 0x200F) || (unit >= 0x2060 && unit <= 0x2064) ||
            unit == 0xFEFF;
@@ -27,7 +27,7 @@ bool isBlank(std::u16string_view text) { return text.size() == 1 && isBlank(text
 
 std::string reference(int number) { return std::to_string(number) + " 0 R"; }
 
-// Six letters that tell subsets of one font apart.
+// Six letters that distinguish subsets of one font.
 std::string subsetTag(const std::vector<std::uint32_t>& glyphs) {
     std::uint64_t hash = 0xCBF29CE484222325u;
     for (const std::uint32_t glyph : glyphs) hash = (hash ^ glyph) * 0x100000001B3u;
@@ -83,7 +83,7 @@ bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
         Code& code = codeOf(glyphs[i].id);
         const bool shared = (i > 0 && glyphs[i - 1].cluster == glyphs[i].cluster) ||
                             (i + 1 < glyphs.size() && glyphs[i + 1].cluster == glyphs[i].cluster);
-        if (shared) {  // one of several glyphs for its text: none of them stands for all of it
+        if (shared) {  // one of several glyphs for its text: none of them represents all of it
             reads = false;
             continue;
         }
@@ -97,11 +97,11 @@ bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
     return reads;
 }
 
-// The first text that a glyph stands for is the code's.
+// The text of a code is the first one that its glyph represents.
 bool PdfFont::standsFor(Code& code, std::u16string_view text) {
     constexpr std::size_t kLongest = 200;
     if (text.empty() || text.size() > kLongest) return false;
-    if (text.size() == 1 && isInvisible(text.front())) return false;  // the code is the blank's
+    if (text.size() == 1 && isInvisible(text.front())) return false;  // the code is that of the space
     if (code.unitCount == 0) {
         code.text = isBlank(text) ? u" " : std::u16string(text);
         code.firstUnit = code.text.front();
@@ -169,7 +169,7 @@ std::string PdfFont::descriptor(const std::string& name, int fontFile) const {
     constexpr int kItalic = 64;
     const int flags = kSymbolic + (face_.fixedPitch ? kFixedPitch : 0) + (face_.serif ? kSerif : 0) +
                       (face_.italicAngle != 0 ? kItalic : 0);
-    constexpr int kStem = 80;  // of no consequence for embedded fonts, but asked for
+    constexpr int kStem = 80;  // required, though without effect for embedded fonts
     ByteBuffer out;
     const auto scaled = [&](std::string_view key, int value) {
         out.append(key);
@@ -192,7 +192,7 @@ std::string PdfFont::descriptor(const std::string& name, int fontFile) const {
     return std::string(out.view());
 }
 
-// Gives the numbers that the glyphs have in the embedded file.
+// The numbers of the glyphs in the embedded file.
 std::vector<std::uint32_t> PdfFont::writeFontFile(PdfFile& file, int number,
                                                   const std::vector<std::uint32_t>& glyphs,
                                                   bool whole) const {
@@ -204,7 +204,7 @@ std::vector<std::uint32_t> PdfFont::writeFontFile(PdfFile& file, int number,
         file.writeStream(number, entries(font->plainSize) + "/Filter/FlateDecode", font->bytes, true);
         return glyphs;
     }
-    // A CFF font whose glyphs have names is shown by glyph numbers, so that they have to stay.
+    // A CFF font whose glyphs have names is addressed by glyph numbers, so they must not change.
     const bool keepNumbers = face_.cff && !charset_.isCidKeyed();
     const EmbeddedFont font = subsetFont(face_, glyphs, keepNumbers);
     file.writeStream(number, entries(font.bytes.size()), font.bytes);

@@ -1,4 +1,4 @@
-// The fonts of one PDF: which glyphs are used, what text they stand for, and their font objects.
+// The fonts of one PDF: which glyphs are used, what text they represent, and their font objects.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_FONTS_H
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_FONTS_H
 
@@ -14,8 +14,8 @@
 
 namespace qbsvrl6 {
 
-// A face as a composite font whose codes have two bytes: of a CFF font its own numbers of glyphs, of a
-// TrueType font numbers in the order of use, with a map that leads to the glyphs.
+// A face as a composite font with codes of two bytes: the glyph numbers of a CFF font; for a TrueType font
+// numbers in the order of use, with a map to the glyphs.
 class PdfFont {
 public:
     PdfFont(const FontFace& face, int resource);
@@ -24,18 +24,18 @@ public:
         std::uint32_t glyph = 0;
         std::uint16_t code = 0;
         float width = 0;             // 1/1000 em
-        char16_t firstUnit = 0;      // of the text that it stands for
-        std::uint8_t unitCount = 0;  // 0: none of its own
+        char16_t firstUnit = 0;      // of the text that it represents
+        std::uint8_t unitCount = 0;  // 0: none
         std::uint8_t byteCount = 2;
         char bytes[4] = {};  // the code inside a literal string, escaped
         std::u16string text;
     };
 
-    // Makes sure that the run's glyphs have codes. Whether the codes' own texts read as the run's text; where
-    // not, the text has to stand beside the glyphs.
+    // Gives the run's glyphs codes. Returns whether the texts of the codes add up to the run's text; if not,
+    // the text must be written with the glyphs.
     bool take(const GlyphRun& run, std::u16string_view text);
 
-    // Of a glyph that was taken.
+    // Of a glyph that has a code.
     const Code& code(std::uint32_t glyph) const { return codes_[indexes_[glyph]]; }
 
     int resource() const { return resource_; }  // its name is "F" and this number
@@ -70,7 +70,7 @@ public:
         return *last_;
     }
 
-    // Writes all fonts and gives the dictionary that names them.
+    // Writes all fonts and returns the dictionary that names them.
     std::string write(PdfFile& file) const;
 
 private:

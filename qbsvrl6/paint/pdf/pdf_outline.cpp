@@ -70,7 +70,7 @@ int writeOutline(PdfFile& file, const std::vector<PdfBookmark>& bookmarks) {
         addReference(out, "/Next"sv, node.next);
         addReference(out, "/First"sv, node.first);
         addReference(out, "/Last"sv, node.last);
-        // The first level is open, what lies below it closed: a negative count.
+        // The first level is open, the levels below it are closed: a negative count.
         if (i == 0) {
             std::int64_t shown = 0;
             for (std::size_t k = 1; k < nodes.size(); ++k) shown += nodes[k].parent == node.number ? 1 : 0;

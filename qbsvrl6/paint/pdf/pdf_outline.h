@@ -1,4 +1,4 @@
-// The tree of bookmarks beside a PDF's pages.
+// The tree of bookmarks of a PDF.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_OUTLINE_H
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_OUTLINE_H
 
@@ -12,12 +12,12 @@ namespace qbsvrl6 {
 
 struct PdfBookmark {
     std::u16string title;
-    int level = 0;   // from 0; one that skips a level hangs below the last shallower one
+    int level = 0;   // from 0; one that skips a level belongs to the last one of a lower level
     int page = 0;    // number of the page's object
     double top = 0;  // points above the page's lower edge
 };
 
-// Writes the tree, in the order of the document, and gives its root's number; 0 where there are no bookmarks.
+// Writes the tree, in the order of the document, and returns its root's number; 0 without bookmarks.
 int writeOutline(PdfFile& file, const std::vector<PdfBookmark>& bookmarks);
 
 }  // namespace qbsvrl6

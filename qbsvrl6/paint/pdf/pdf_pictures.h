@@ -14,7 +14,7 @@ class PdfPictures {
 public:
     explicit PdfPictures(PdfFile& file) : file_(file) {}
 
-    // The number of the picture's object, written on first use; 0 where the picture can't be read, which is
+    // The number of the picture's object, written on first use; 0 if the picture can't be read, which is
     // logged once.
     int use(const Picture& picture);
 

@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 inline constexpr double kUnitsPerPoint = 100;
 inline constexpr double kUnitsPerMicrometre = kUnitsPerPoint / kMicrometresPerPoint;
 
-// To the nearest unit; what no page holds (a drawing may come from broken numbers) is 0.
+// To the nearest unit; lengths beyond any page (a drawing may contain broken numbers) are 0.
 inline std::int64_t toUnits(double micrometres) {
     constexpr double kFarthest = 1e12;
     if (!(micrometres > -kFarthest && micrometres < kFarthest)) return 0;
@@ -23,23 +23,23 @@ inline std::int64_t toUnits(double micrometres) {
     return static_cast<std::int64_t>(units < 0 ? units - 0.5 : units + 0.5);
 }
 
-// A number with up to `decimals` digits behind the point (at most 6), none of them a needless zero.
+// A number with up to `decimals` digits after the point (at most 6), without zeros at its end.
 void appendNumber(ByteBuffer& out, double value, int decimals);
 
-// Points with two decimals, as page dictionaries want them.
+// Points with two decimals, as in page dictionaries.
 void appendPoints(ByteBuffer& out, double micrometres);
 
 // "r g b rg" or "g g" with the operator's letter small for filling, capital for stroking.
 void appendFillColor(ByteBuffer& out, Color color);
 void appendStrokeColor(ByteBuffer& out, Color color);
 
-// A string that people read: ASCII as it is, other text as UTF-16.
+// A text string: ASCII unchanged, other text as UTF-16.
 void appendTextString(ByteBuffer& out, std::u16string_view text);
 
 // A string of bytes.
 void appendByteString(ByteBuffer& out, std::string_view bytes);
 
-// A name without what names can't hold.
+// A name without the characters that names can't hold.
 std::string toName(std::string_view text);
 
 // Big-endian UTF-16 in hexadecimal digits; lone surrogates become U+FFFD.

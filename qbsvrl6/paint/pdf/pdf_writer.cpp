@@ -20,7 +20,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Pages hang on a tree, so that a reader finds one of thousands in a few steps.
+// Pages form a tree, so that a reader finds one of thousands in a few steps.
 constexpr std::size_t kFanOut = 64;
 
 std::string reference(int number) { return std::to_string(number) + " 0 R"; }
@@ -81,7 +81,7 @@ public:
         file_.writeStream(content, "", canvas_.end());
         std::string contents = reference(content);
         if (!page_.pending.empty()) {
-            // What is settled at the end goes into a second stream; the page can be written all the same.
+            // Texts that are known at the end go into a second stream, so the page can be written now.
             const int late = file_.reserve();
             contents = "[" + contents + " " + reference(late) + "]";
             latePages_.push_back({late, page_.paper.height, std::move(page_.pending)});
@@ -121,7 +121,7 @@ private:
         Micrometres paperHeight = 0;
         std::vector<PendingItem> items;
     };
-    // A node of the page tree whose children are complete or under way.
+    // A node of the page tree, complete or open.
     struct TreeNode {
         int number = 0;
         std::vector<int> children;
@@ -195,7 +195,7 @@ private:
             }
             level = std::move(above);
         }
-        // A lone leaf, or none, hangs on the root.
+        // The root holds a single leaf, or none.
         TreeNode root;
         if (level.size() == 1 && level.front().number == root_) {
             root = std::move(level.front());

@@ -1,4 +1,4 @@
-// What is used of cairo, which is loaded when an image is first drawn.
+// The functions of cairo that are used; it is loaded when an image is first drawn.
 #ifndef QBSVR_QBSVRL6_PAINT_RASTER_CAIRO_LIBRARY_H
 #define QBSVR_QBSVRL6_PAINT_RASTER_CAIRO_LIBRARY_H
 
@@ -49,7 +49,7 @@ struct Cairo {
     QBSVR_LAZY_FUNCTION(library, cairo_translate);
 };
 
-// Raises EngineError(NotSupported) where there is no cairo.
+// Raises EngineError(NotSupported) without cairo.
 const Cairo& cairoLibrary();
 
 }  // namespace qbsvrl6

@@ -19,7 +19,7 @@ constexpr int kSteps = 4;                     // positions inside a pixel
 constexpr double kLargestEm = 4000;           // pixels; no page shows more of a letter
 constexpr std::size_t kKeptBytes = 16 << 20;  // of masks, in one thread
 constexpr double kItalicSlant = 0.2126;
-constexpr double kBoldPart = 30;  // a made bold is wider by this part of the em
+constexpr double kBoldPart = 30;  // a synthetic bold is wider by this part of the em
 
 struct LibraryDeleter {
     void operator()(FT_Library library) const { FT_Done_FreeType(library); }
@@ -90,7 +90,7 @@ private:
         FT_Face face = open(*key.face);
         if (face == nullptr || FT_Set_Char_Size(face, key.size, key.size, 72, 72) != 0) return {};
         const bool upright = key.directionY == 0 && key.directionX > 0;
-        // Upright text gets its level strokes onto whole rows of pixels; widths stay as they were measured.
+        // Unrotated text gets its horizontal strokes on whole rows of pixels; widths stay as measured.
         const FT_Int32 hints = upright && !key.italic ? FT_LOAD_TARGET_LIGHT : FT_LOAD_NO_HINTING;
         if (FT_Load_Glyph(face, key.glyph, FT_LOAD_NO_BITMAP | hints) != 0) return {};
         FT_GlyphSlot slot = face->glyph;
@@ -126,7 +126,7 @@ private:
     }
 
     LibraryPtr library_;
-    std::unordered_map<const FontFace*, FacePtr> faces_;  // dies before the library
+    std::unordered_map<const FontFace*, FacePtr> faces_;  // destroyed before the library
     std::unordered_map<Key, GlyphMask, KeyHash> masks_;
     std::size_t bytes_ = 0;
 };

@@ -1,4 +1,4 @@
-// Glyphs as grey masks, drawn by FreeType and kept by each thread for itself.
+// Glyphs as grey masks, drawn by FreeType and cached per thread.
 #ifndef QBSVR_QBSVRL6_PAINT_RASTER_GLYPH_MASKS_H
 #define QBSVR_QBSVRL6_PAINT_RASTER_GLYPH_MASKS_H
 
@@ -25,8 +25,8 @@ struct GlyphLook {
     double directionY = 0;
 };
 
-// `fractionX` and `fractionY` (0 to 1) are where in its pixel the origin lies, told apart to quarters. The
-// mask is good until the thread's next call. An unreadable glyph gives an empty one.
+// `fractionX` and `fractionY` (0 to 1) are the origin's position in its pixel, rounded to quarters. The mask
+// is valid until the thread's next call. An unreadable glyph gives an empty one.
 const GlyphMask& glyphMask(const GlyphLook& look, std::uint32_t glyph, double fractionX, double fractionY);
 
 }  // namespace qbsvrl6

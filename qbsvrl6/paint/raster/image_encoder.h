@@ -9,7 +9,7 @@
 namespace qbsvrl6 {
 
 // Takes images row by row: begin, `height` rows, and again for the next image, then finish once. Raises
-// EngineError where the format's library fails.
+// EngineError if the format's library fails.
 class ImageEncoder {
 public:
     virtual ~ImageEncoder() = default;
@@ -19,7 +19,7 @@ public:
     virtual void finish() = 0;
 };
 
-// `output` holds the file after finish(). A PNG takes one image.
+// `output` holds the file after finish(). A PNG holds one image.
 std::unique_ptr<ImageEncoder> makePngEncoder(double resolution, std::string& output);
 std::unique_ptr<ImageEncoder> makeTiffEncoder(double resolution, std::string& output);
 

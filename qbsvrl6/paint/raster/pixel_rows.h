@@ -1,4 +1,4 @@
-// Rows of pixels as files keep them.
+// Rows of pixels as in files.
 #ifndef QBSVR_QBSVRL6_PAINT_RASTER_PIXEL_ROWS_H
 #define QBSVR_QBSVRL6_PAINT_RASTER_PIXEL_ROWS_H
 
@@ -11,7 +11,7 @@ inline std::size_t packedBytes(int width, bool grey) {
     return static_cast<std::size_t>(width) * (grey ? 1 : 3);
 }
 
-// One byte a pixel for grey, else red, green and blue.
+// One byte per pixel for grey, otherwise red, green and blue.
 inline void packRow(const std::uint32_t* pixels, int width, bool grey, std::uint8_t* to) {
     for (int x = 0; x < width; ++x) {
         const std::uint32_t pixel = pixels[x];

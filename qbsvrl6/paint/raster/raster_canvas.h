@@ -1,4 +1,4 @@
-// A page drawn into pixels: glyphs and rectangles by ourselves, paths and pictures by cairo.
+// A page drawn into pixels: glyphs and rectangles here, paths and pictures by cairo.
 #ifndef QBSVR_QBSVRL6_PAINT_RASTER_RASTER_CANVAS_H
 #define QBSVR_QBSVRL6_PAINT_RASTER_RASTER_CANVAS_H
 
@@ -20,10 +20,10 @@ struct PixelPage {
     std::vector<std::uint32_t> pixels;
 };
 
-// Pictures as cairo reads them, the ones used last.
+// A cache of decoded pictures.
 class DecodedPictures {
 public:
-    // Null where the picture can't be read, which is logged once. Good until the next call.
+    // Null if the picture can't be read, which is logged once. Valid until the next call.
     cairo_surface_t* find(const Picture& picture);
 
 private:
@@ -42,7 +42,7 @@ private:
 
 class RasterCanvas : public Canvas {
 public:
-    // Draws on `page`, whose pixels are there already.
+    // Draws on `page`, which already has its pixels.
     RasterCanvas(PixelPage& page, double resolution, DecodedPictures& pictures);
 
     void fill(const Rect& rect, Color color) override;
@@ -59,14 +59,14 @@ public:
     void nextLayer() override {}
 
 private:
-    struct Area {  // of whole pixels; right and bottom are behind the last
+    struct Area {  // of whole pixels; right and bottom are exclusive
         int left = 0, top = 0, right = 0, bottom = 0;
     };
     struct ContextDeleter {
         void operator()(cairo_t* context) const { cairoLibrary().cairo_destroy(context); }
     };
 
-    // cairo wants to know who writes the pixels: each side takes them through its own of these.
+    // cairo must be notified of pixels that are written without it: both sides get access through these.
     cairo_t* cairo();
     std::uint32_t* ownRow(int y);
 
@@ -83,7 +83,7 @@ private:
 
     const Cairo& lib_ = cairoLibrary();
     PixelPage& page_;
-    double scale_;  // pixels a micrometre
+    double scale_;  // pixels per micrometre
     DecodedPictures& pictures_;
     std::unique_ptr<cairo_t, ContextDeleter> context_;
     bool cairoWrote_ = false, weWrote_ = false;

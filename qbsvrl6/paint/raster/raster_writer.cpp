@@ -25,7 +25,7 @@ constexpr std::uint32_t kWhite = 0xFFFFFF;
 
 bool isGrey(const std::vector<std::uint32_t>& pixels) {
     return std::all_of(pixels.begin(), pixels.end(),
-                       [](std::uint32_t p) {  // cairo uses the fourth byte as it likes
+                       [](std::uint32_t p) {  // cairo does not define the fourth byte
                            return ((p >> 8) & 0xFF) == (p & 0xFF) && ((p >> 16) & 0xFF) == (p & 0xFF);
                        });
 }
@@ -53,7 +53,7 @@ public:
 
     void endPage() override {
         if (isLeftOut()) return;
-        // Pages leave in their order: one whose texts aren't settled keeps those behind it waiting.
+        // Pages are written in order: one with pending texts delays those after it.
         if (pages_ != Pages::AllInOne && pending_.empty() && waiting_.empty()) {
             encode();
         } else {
@@ -62,7 +62,7 @@ public:
     }
 
     void finish(PendingTexts& pending) override {
-        if (pageCount_ == 0) {  // no image has no size
+        if (pageCount_ == 0) {  // an image has at least one pixel
             beginPage({1, PageSetup().paper, {}});
             endPage();
         }
@@ -87,8 +87,7 @@ public:
     }
 
 private:
-    // A page whose texts aren't settled or whose image isn't begun yet; compressed, it is a hundredth as
-    // large.
+    // A page with pending texts, or whose image isn't begun yet; compressed, it is a hundredth as large.
     struct WaitingPage {
         int width = 0, height = 0;
         bool grey = false;

@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// A file in memory, as libtiff's callbacks want it.
+// A file in memory, for libtiff's callbacks.
 struct MemoryFile {
     std::string& bytes;
     std::size_t at = 0;
@@ -51,7 +51,7 @@ struct MemoryFile {
     static void unmap(thandle_t, void*, toff_t) {}
 };
 
-// What is used of libtiff.
+// The functions of libtiff that are used.
 struct Tiff {
     LazyLibrary library{"libtiff.so.6"};
     QBSVR_LAZY_FUNCTION(library, TIFFClientOpen);
@@ -100,7 +100,7 @@ public:
         set(TIFFTAG_PHOTOMETRIC, grey ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
         set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
         set(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
-        set(TIFFTAG_COMPRESSION, COMPRESSION_LZW);  // what every reader of TIFF knows
+        set(TIFFTAG_COMPRESSION, COMPRESSION_LZW);  // supported by every reader of TIFF
         set(TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(stripRows_));
         set(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
         set(TIFFTAG_XRESOLUTION, resolution_);
