@@ -9,7 +9,8 @@
 namespace qbsvrl6 {
 
 // Reads an object with "type" (a number) and "text"; optional are "requireShowText" (default true) and
-// "codepage" (65001, the only one). Raises EngineError: NotSupported for another code page, otherwise BadData.
+// "codepage" (65001, the only one). Raises EngineError: NotSupported for another code page, otherwise
+// BadData.
 BarcodeRequest parseBarcodeRequest(std::u16string_view json);
 
 }  // namespace qbsvrl6

@@ -55,7 +55,7 @@ private:
     UnreadValues unread_{"it counts as 0"};
 };
 
-// Puts series that were read in the place of the present ones, as far as these aren't to stay.
+// Replaces the present series with those that were read, as far as `replace` asks for it.
 void takeSeries(std::vector<ChartSeries>&& read, bool replaceNumber, bool replaceLabels, ChartData& data) {
     if (replaceNumber) data.series.resize(read.size());
     for (std::size_t i = 0; i < data.series.size(); ++i) {
@@ -73,7 +73,7 @@ void checkSize(std::size_t series, std::size_t categories) {
     }
 }
 
-// One row a value: category, series (may be absent) and value.
+// One row per value: category, series (may be absent) and value.
 std::vector<ChartSeries> readLongRows(ChartTable& table, std::vector<std::u16string>& categories) {
     const std::size_t categoryColumn = table.requiredColumn(u"Category");
     const std::size_t seriesColumn = table.column(u"Series");
@@ -101,7 +101,7 @@ std::vector<ChartSeries> readLongRows(ChartTable& table, std::vector<std::u16str
     return series;
 }
 
-// One row a category: its name in the first column, then a column for each series.
+// One row per category: its name in the first column, then one column per series.
 std::vector<ChartSeries> readWideRows(ChartTable& table, std::vector<std::u16string>& categories) {
     const std::size_t count = table->columnCount() == 0 ? 0 : table->columnCount() - 1;
     checkSize(count, table->rowCount());

@@ -1,4 +1,4 @@
-// Chart data from the XML text that a program hands over. docs/chart-data.md describes the forms.
+// Chart data from the XML text that a program passes. docs/chart-data.md describes the forms.
 #ifndef QBSVR_QBSVRL6_API_CHART_DATA_H
 #define QBSVR_QBSVRL6_API_CHART_DATA_H
 

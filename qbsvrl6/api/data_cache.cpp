@@ -21,7 +21,7 @@ std::shared_ptr<const DataSet> DataCache::get(const Address& address) {
     return entry.data;
 }
 
-// False for what isn't a regular file, addresses of the web among them.
+// False for anything but a regular file, addresses of the web included.
 bool DataCache::stampOf(const std::string& path, Stamp& stamp) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;

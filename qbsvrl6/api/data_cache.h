@@ -1,5 +1,5 @@
-// Data sets of local files, kept while their files stay as they are: one template is often exported many
-// times over the same data.
+// Data sets of local files, kept while their files don't change: one template is often exported many times
+// over the same data.
 #ifndef QBSVR_QBSVRL6_API_DATA_CACHE_H
 #define QBSVR_QBSVRL6_API_DATA_CACHE_H
 
@@ -13,17 +13,17 @@
 
 namespace qbsvrl6 {
 
-// The data behind an address, as fetch() and readData() give it. Raises EngineError.
+// The data at an address, fetched and read. Raises EngineError.
 std::shared_ptr<const DataSet> fetchData(const Address& address);
 
 class DataCache {
 public:
-    // As fetchData. Of what isn't a local file nothing is kept.
+    // As fetchData. Only data of local files is kept.
     std::shared_ptr<const DataSet> get(const Address& address);
     void clear() { entries_.clear(); }
 
 private:
-    // What tells one state of a file from another.
+    // Differs between two states of a file.
     struct Stamp {
         std::uint64_t device = 0, file = 0, size = 0;
         std::int64_t seconds = 0, nanoseconds = 0;

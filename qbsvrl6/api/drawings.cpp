@@ -15,7 +15,7 @@ namespace {
 constexpr int kLoggedErrors = 10;
 constexpr std::size_t kShownUnits = 80;
 
-// The report, of this one and its sub-reports, that holds the control.
+// This report or the one of its sub-reports that holds the control.
 const ReportDefinition* reportOf(const Control& control, ReportDefinition& report) {
     for (const Control* own : allControls(report)) {
         if (own == &control) return &report;
@@ -56,8 +56,8 @@ std::shared_ptr<const Drawing> Drawings::barcode(const Control& control, std::u1
 void Drawings::logBadBarcode(const Control& control, const std::string& cause) {
     const std::u16string& source = std::get<BarcodeContent>(control.content).text;
     const ReportDefinition* const report = reportOf(control, report_);
-    const SubjectPlace place =
-        report == nullptr ? SubjectPlace{} : report->placesOf(source, TextUse::Report).front();
+    const TextPosition place =
+        report == nullptr ? TextPosition{} : report->placesOf(source, TextUse::Report).front();
     const std::string name = control.name.empty() ? shown(source) : shown(control.name);
     log("the barcode " + name + " is left out: " + cause, place);
 }
@@ -82,7 +82,7 @@ void Drawings::addCharts(ReportDefinition& report) {
     forEachSubReport(report, [&](Control&, Report& inner) { addCharts(inner.definition); });
 }
 
-void Drawings::log(const std::string& what, SubjectPlace place) {
+void Drawings::log(const std::string& what, TextPosition place) {
     if (++errors_ <= kLoggedErrors) logWarning(what, place);
     if (errors_ == kLoggedErrors) logWarning("further errors of drawings in this export are not logged");
 }

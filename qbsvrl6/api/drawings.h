@@ -1,4 +1,4 @@
-// Barcodes and charts for layout, drawn by their own stations.
+// Barcodes and charts for layout.
 #ifndef QBSVR_QBSVRL6_API_DRAWINGS_H
 #define QBSVR_QBSVRL6_API_DRAWINGS_H
 
@@ -25,10 +25,10 @@ public:
 private:
     void addCharts(ReportDefinition& report);
     void logBadBarcode(const Control& control, const std::string& cause);
-    void log(const std::string& what, SubjectPlace place = {});
+    void log(const std::string& what, TextPosition place = {});
 
     ReportDefinition& report_;
-    std::map<const Control*, std::u16string> chartFonts_;  // sub-reports have styles of their own
+    std::map<const Control*, std::u16string> chartFonts_;  // sub-reports have their own styles
     int errors_ = 0;
 };
 

@@ -25,8 +25,8 @@ void addReports(Report& report, std::vector<Report*>& reports) {
     forEachSubReport(report.definition, [&](Control&, Report& inner) { addReports(inner, reports); });
 }
 
-// An export under way on this thread: the report with all of its sub-reports. Event handlers call back into
-// the library, exports of other reports among it, so that several may be open, one inside the other.
+// An export that runs on this thread: the report with all of its sub-reports. Event handlers call back into
+// the library and may export other reports, so that exports are nested.
 class RunningExport {
 public:
     explicit RunningExport(Report& root) : outer_(innermost) {
@@ -50,7 +50,7 @@ public:
         return running;
     }
     void deleteAtEnd(Report* report) { releasedMeanwhile_.push_back(report); }
-    // Whether the caller still has a report to take the result from.
+    // Whether the report still exists to own the result.
     void refuseIfReleased() const {
         if (!releasedMeanwhile_.empty()) {
             throw EngineError(ErrorCode::NotSupported, "the report was released during its own export");
@@ -68,7 +68,7 @@ private:
 
 thread_local RunningExport* RunningExport::innermost = nullptr;
 
-// The data that charts get by request holds for one export.
+// The data that charts get by request is for one export only.
 class ChartDataRestorer {
 public:
     void keep(ChartContent& chart) { kept_.emplace_back(&chart, chart.data); }
@@ -80,7 +80,7 @@ private:
     std::vector<std::pair<ChartContent*, ChartData>> kept_;
 };
 
-// Handlers are the caller's code. What one raises ends this export, and goes to the log with the event's
+// Handlers are the caller's code. An exception of theirs ends this export and is logged with the event's
 // name.
 template <class Handler, class... Arguments>
 void fire(const char* event, const HandlerSlot<Handler>& slot, Arguments... arguments) {
@@ -119,7 +119,7 @@ void requestChartData(Report& report, Runtime* handlerOwner, ChartDataRestorer& 
     }
 }
 
-// A picture that can't be had is told and left out: the report is readable without it.
+// A picture that can't be loaded is logged and left out: the report is readable without it.
 std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
     if (report.backgroundPicture.empty()) return nullptr;
     try {
@@ -131,7 +131,7 @@ std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
     }
 }
 
-// Ends an export whose document grows beyond what a caller could take.
+// Ends an export whose document grows beyond what a result can hold.
 class SizeGuard : public PageSink {
 public:
     SizeGuard(std::unique_ptr<PageSink> sink, const std::string& output)
@@ -173,7 +173,7 @@ std::string makeDocument(Report& report, const ExportOptions& options,
     return output;
 }
 
-// All that goes to the log of an export names the template: many reports may be under way at once.
+// Every log line of an export names the template: many reports may be exported at once.
 template <class Export>
 std::string aboutTemplate(const Runtime& runtime, Export run) {
     const LogSubject subject(runtime.templateFile);

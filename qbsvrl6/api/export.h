@@ -12,18 +12,18 @@ namespace qbsvrl6 {
 
 // Fires the events (initialize; export begins, which may change `options`; chart data) and makes the
 // document. Pages that need files of their own go to `furtherFiles`; null: they are left out. Raises
-// EngineError for whatever stands in the way; the report's definition is as before in any case.
+// EngineError on failure; the report's definition is unchanged in any case.
 std::string exportReport(Runtime& runtime, ExportOptions& options,
                          std::vector<std::string>* furtherFiles = nullptr);
 
-// The same without the event that an export begins: printing is no export.
+// The same without the event that an export begins: printing is not an export.
 std::string printedReport(Runtime& runtime);
 
-// True while an export of the report, or of one that it belongs to, runs on this thread. What hangs from the
-// report must then stay as it is.
+// True while an export of the report, or of one that it belongs to, runs on this thread. What belongs to
+// the report must then not be replaced.
 bool isBeingExported(const Report& report) noexcept;
 
-// Raises EngineError while the report is being exported, for what event handlers can't be allowed.
+// Raises EngineError while the report is being exported: for functions that event handlers may not call.
 void refuseDuringExport(const Report& report);
 
 // Frees a report that QBReportCreate made; during its own export, when that ends.

@@ -63,7 +63,7 @@ struct ExportForm {
     Sink (*make)(const ExportJob& job, std::string& output);
 };
 
-// The first form of its kind that the options choose makes the document.
+// The first entry that fits the options makes the document.
 constexpr ExportForm kForms[] = {
     {ExportKind::Pdf, false, always, makePdf},    {ExportKind::Xls, true, asXlsx, makeXlsx},
     {ExportKind::Xls, true, always, makeXls},     {ExportKind::Htm, true, always, makeHtm},
@@ -83,11 +83,11 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     LayoutOptions layout;
     if (!isCellKind(options.kind)) return layout;
     layout.drawText = false;
-    // The grid alone is a table of data, which no page interrupts.
+    // The grid alone is a table of data without pages.
     layout.paged = options.sameAsPrint && !options.onlyDetailGrid;
     layout.pageHeadersAndFooters = options.pageHeadersAndFooters;
     layout.onlyDetailGrid = options.onlyDetailGrid;
-    // Where lines end and pages break is of no interest to a table of plain text.
+    // Lines and page breaks don't matter to a table of plain text.
     layout.measureText = layout.paged || options.kind == ExportKind::Xls || options.kind == ExportKind::Rtf;
     return layout;
 }

@@ -1,4 +1,4 @@
-// The kinds of documents that the engine makes, in one list.
+// The document formats that the engine makes, in one list.
 #ifndef QBSVR_QBSVRL6_API_EXPORT_KINDS_H
 #define QBSVR_QBSVRL6_API_EXPORT_KINDS_H
 
@@ -13,24 +13,24 @@
 
 namespace qbsvrl6 {
 
-// What a writer may want to know of the export that it serves.
+// What a writer may need to know of its export.
 struct ExportJob {
     const ReportDefinition& report;
     const ExportOptions& options;
     LayoutOptions layout;
     std::shared_ptr<const Picture> background;  // may be null
-    std::vector<std::string>* furtherFiles =
-        nullptr;  // of a kind that has a file a page; null: the first only
+    // Of a format with one file per page: the files after the first; null: the first only.
+    std::vector<std::string>* furtherFiles = nullptr;
 };
 
-// True for the kinds made of cells, whose layout the cell options choose.
+// True for the formats made of cells, whose layout the cell options choose.
 bool isCellKind(ExportKind kind);
 
 // How the report is laid out for these options.
 LayoutOptions layoutOptionsFor(const ExportOptions& options);
 
-// The sink for the options' kind and form, which writes into `output`. Raises EngineError (NotSupported) for
-// a kind that the engine has no writer for.
+// The sink for the format of the options, which writes into `output`. Raises EngineError (NotSupported) for a
+// format without a writer.
 std::unique_ptr<PageSink> makeSink(const ExportJob& job, std::string& output);
 
 }  // namespace qbsvrl6

@@ -1,5 +1,5 @@
-// What stands around the body of every exported function: no exception leaves the library, and a null handle
-// is nothing to work on.
+// What encloses the body of every exported function: no exception leaves the library, and a null handle
+// fails.
 #ifndef QBSVR_QBSVRL6_API_GUARD_H
 #define QBSVR_QBSVRL6_API_GUARD_H
 
@@ -14,7 +14,7 @@ namespace qbsvrl6 {
 // Writes the exception in flight to the log, as the cause why `function` failed.
 void logCaughtException(std::string_view function) noexcept;
 
-// The body's result; `failure`, and a line in the log, where it raises.
+// The body's result; if it raises, `failure` and a line in the log.
 template <class Result, class Body>
 Result guarded(const char* function, Result failure, Body&& body) noexcept {
     try {
@@ -34,7 +34,7 @@ void guarded(const char* function, Body&& body) noexcept {
     }
 }
 
-// The body is given the object behind the handle. Its result; `failure` for a handle of nothing and where it
+// The result of the body, which is given the object behind the handle; `failure` for a null handle and if it
 // raises.
 template <class Handle, class Result, class Body>
 Result withObjectOr(const char* function, Handle* handle, Result failure, Body&& body) noexcept {

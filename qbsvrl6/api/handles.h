@@ -1,21 +1,9 @@
-// Handles of the C interface and the objects behind them.
-//
-//   tagQBReport, tagQBReportHeaders,
-//   tagQBPrinter, tagQBUtility                  Report: checked to be alive
-//   tagQBDetailGrid                             DetailGrid
-//   tagQBRecordset                              DataSource, of a grid
-//   tagQBSection                                Section
-//   tagQBControls                               ControlList
-//   tagQBControl, tagQBChart                    Control
-//   tagQBSubReport                              SubReportContent
-//   tagQBFont                                   Style
-//   tagQBExportOption and its views by kind     ExportOptions
-//   tagQBBinaryObject                           BinaryObject
+// Handles of the C interface and the objects that they point at.
 #ifndef QBSVR_QBSVRL6_API_HANDLES_H
 #define QBSVR_QBSVRL6_API_HANDLES_H
 
 #include <string>
-#include <vector>
+#include <type_traits>
 
 #include "engine/qbsvr.h"
 #include "qbsvrl6/api/live_reports.h"
@@ -24,62 +12,41 @@
 
 namespace qbsvrl6 {
 
+// The object behind each handle: the result type. Never called.
+Report objectBehind(quillbrook::tagQBReport*);
+Report objectBehind(quillbrook::tagQBReportHeaders*);
+Report objectBehind(quillbrook::tagQBPrinter*);
+Report objectBehind(quillbrook::tagQBUtility*);
+DetailGrid objectBehind(quillbrook::tagQBDetailGrid*);
+DataSource objectBehind(quillbrook::tagQBRecordset*);  // of a grid
+Section objectBehind(quillbrook::tagQBSection*);
+ControlList objectBehind(quillbrook::tagQBControls*);
+Control objectBehind(quillbrook::tagQBControl*);
+Control objectBehind(quillbrook::tagQBChart*);
+SubReportContent objectBehind(quillbrook::tagQBSubReport*);
+BinaryObject objectBehind(quillbrook::tagQBBinaryObject*);
+ExportOptions objectBehind(quillbrook::tagQBExportOption*);
+ExportOptions objectBehind(quillbrook::tagQBE2CellOption*);
+ExportOptions objectBehind(quillbrook::tagQBE2XLSOption*);
+ExportOptions objectBehind(quillbrook::tagQBE2IMGOption*);
+ExportOptions objectBehind(quillbrook::tagQBE2PDFOption*);
+
+template <class Handle>
+using ObjectBehind = decltype(objectBehind(static_cast<Handle*>(nullptr)));
+
 template <class Handle, class Object>
 Handle* toHandle(Object* object) {
     return reinterpret_cast<Handle*>(object);
 }
 
-inline DetailGrid* fromHandle(quillbrook::tagQBDetailGrid* handle) {
-    return reinterpret_cast<DetailGrid*>(handle);
-}
-inline DataSource* fromHandle(quillbrook::tagQBRecordset* handle) {
-    return reinterpret_cast<DataSource*>(handle);
-}
-inline Section* fromHandle(quillbrook::tagQBSection* handle) { return reinterpret_cast<Section*>(handle); }
-inline ControlList* fromHandle(quillbrook::tagQBControls* handle) {
-    return reinterpret_cast<ControlList*>(handle);
-}
-inline Control* fromHandle(quillbrook::tagQBControl* handle) { return reinterpret_cast<Control*>(handle); }
-inline Control* fromHandle(quillbrook::tagQBChart* handle) { return reinterpret_cast<Control*>(handle); }
-inline SubReportContent* fromHandle(quillbrook::tagQBSubReport* handle) {
-    return reinterpret_cast<SubReportContent*>(handle);
-}
-inline BinaryObject* fromHandle(quillbrook::tagQBBinaryObject* handle) {
-    return reinterpret_cast<BinaryObject*>(handle);
-}
-
-// The export option handles are one object seen in five ways.
-inline ExportOptions* fromHandle(quillbrook::tagQBExportOption* handle) {
-    return reinterpret_cast<ExportOptions*>(handle);
-}
-inline ExportOptions* fromHandle(quillbrook::tagQBE2CellOption* handle) {
-    return reinterpret_cast<ExportOptions*>(handle);
-}
-inline ExportOptions* fromHandle(quillbrook::tagQBE2XLSOption* handle) {
-    return reinterpret_cast<ExportOptions*>(handle);
-}
-inline ExportOptions* fromHandle(quillbrook::tagQBE2IMGOption* handle) {
-    return reinterpret_cast<ExportOptions*>(handle);
-}
-inline ExportOptions* fromHandle(quillbrook::tagQBE2PDFOption* handle) {
-    return reinterpret_cast<ExportOptions*>(handle);
-}
-
-// A report, its headers, a printer and a utility are the report; null for a report that is gone.
-inline Report* liveReport(Report* report) {
-    return report != nullptr && isLiveReport(report) ? report : nullptr;
-}
-inline Report* fromHandle(quillbrook::tagQBReport* handle) {
-    return liveReport(reinterpret_cast<Report*>(handle));
-}
-inline Report* fromHandle(quillbrook::tagQBReportHeaders* handle) {
-    return liveReport(reinterpret_cast<Report*>(handle));
-}
-inline Report* fromHandle(quillbrook::tagQBPrinter* handle) {
-    return liveReport(reinterpret_cast<Report*>(handle));
-}
-inline Report* fromHandle(quillbrook::tagQBUtility* handle) {
-    return liveReport(reinterpret_cast<Report*>(handle));
+// Null for null, and for a report that has been released.
+template <class Handle>
+ObjectBehind<Handle>* fromHandle(Handle* handle) {
+    auto* const object = reinterpret_cast<ObjectBehind<Handle>*>(handle);
+    if constexpr (std::is_same_v<ObjectBehind<Handle>, Report>) {
+        if (object != nullptr && !isLiveReport(object)) return nullptr;
+    }
+    return object;
 }
 
 // A text argument: null reads as empty.

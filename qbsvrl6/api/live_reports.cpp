@@ -17,7 +17,7 @@ struct alignas(64) Shard {
 // Never destroyed: callers may release reports while the process ends.
 Shard& shardOf(const Report* report) {
     static auto* const shards = new std::array<Shard, 32>;
-    // The lower bits of addresses are alike.
+    // The lower bits of addresses hardly differ.
     return (*shards)[(reinterpret_cast<std::uintptr_t>(report) >> 6) % shards->size()];
 }
 

@@ -1,4 +1,4 @@
-// Which reports are alive, so that the handle of a report that is gone reads as null.
+// Which reports exist, so that the handle of a released report reads as null.
 #ifndef QBSVR_QBSVRL6_API_LIVE_REPORTS_H
 #define QBSVR_QBSVRL6_API_LIVE_REPORTS_H
 
@@ -6,7 +6,7 @@
 
 namespace qbsvrl6 {
 
-// Safe from any thread; reports of different threads seldom meet at a lock.
+// Safe from any thread; threads rarely wait for each other's locks.
 void addLiveReport(const Report* report);
 void removeLiveReport(const Report* report) noexcept;
 bool isLiveReport(const Report* report) noexcept;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kConnectMilliseconds = 5000;
 
-// What is used of libcups.
+// The functions of libcups that are used.
 struct Cups {
     LazyLibrary library{"libcups.so.2"};
     QBSVR_LAZY_FUNCTION(library, httpConnect2);

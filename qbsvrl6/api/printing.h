@@ -7,9 +7,9 @@
 
 namespace qbsvrl6 {
 
-// Sends a PDF document to the printer of this name, to the default one for an empty name. Gives the name of
-// the printer that took it. Raises EngineError where there is no print service, no such printer, or where the
-// document is refused.
+// Sends a PDF document to the printer of this name, to the default one for an empty name. Returns the name of
+// the printer. Raises EngineError if there is no print service or no such printer, or if the document is
+// rejected.
 std::string printDocument(const std::string& printer, const std::string& title, std::string_view pdf);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Sections and controls: added, looked at and walked over.
+// Sections and controls: adding, reading and visiting them.
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -14,7 +14,7 @@ using namespace quillbrook;
 
 namespace {
 
-// A control that nobody has sized yet should be seen.
+// A new control is visible before a program sets its size.
 constexpr Rect kNewControlBox{0, 0, 50'000, 10'000};
 
 ControlContent emptyContent(tagQBControlType type, int reportDepth) {
@@ -45,7 +45,7 @@ ControlContent emptyContent(tagQBControlType type, int reportDepth) {
     throw EngineError(ErrorCode::NotSupported, "there is no control of type " + std::to_string(type));
 }
 
-// The next control of the report's walk; at its end the walk is forgotten.
+// The next control of the report's walk; at its end the walk is reset.
 tagQBControl* nextOfWalk(Runtime& runtime) {
     if (runtime.walkPosition < runtime.walk.size()) {
         return toHandle<tagQBControl>(runtime.walk[runtime.walkPosition++]);
@@ -113,7 +113,7 @@ tagQBSubReport* QBControlGetAsSubReport(tagQBControl* handle) {
 }
 
 tagQBReport* QBSubReportGetReport(tagQBSubReport* handle) {
-    return withObject(__func__, handle, [](const SubReportContent& content) {
+    return withObject(__func__, handle, [](SubReportContent& content) {
         runtimeOf(*content.report);  // makes the handle known
         return toHandle<tagQBReport>(content.report.get());
     });

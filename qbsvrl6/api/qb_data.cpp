@@ -44,9 +44,8 @@ void QBReportSetConnectionString(tagQBReport* handle, const lkchar* connection) 
 }
 
 tagQBDetailGrid* QBReportGetDetailGrid(tagQBReport* handle) {
-    return withObject(__func__, handle, [](const Report& report) {
-        return toHandle<tagQBDetailGrid>(report.definition.grid.get());
-    });
+    return withObject(__func__, handle,
+                      [](Report& report) { return toHandle<tagQBDetailGrid>(report.definition.grid.get()); });
 }
 
 tagQBRecordset* QBDetailGridGetRecordset(tagQBDetailGrid* handle) {

@@ -58,7 +58,7 @@ tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* handle, tagQB
     });
 }
 
-// The switches would show the options ahead and the document afterwards, on a machine with a desktop.
+// The switches ask for a dialog of the options and for a view of the document: there is no desktop here.
 int QBReportExportDirect(tagQBReport* handle, tagQBExportType type, const lkchar* file, int, int) {
     return withObject(__func__, handle, [&](Report& report) {
         Runtime& runtime = runtimeOf(report);
@@ -89,7 +89,7 @@ tagQBBinaryObject* QBReportExportToBinaryObject(tagQBReport* handle) {
     });
 }
 
-// The switch would show the options ahead, on a machine with a desktop.
+// The switch asks for a dialog of the options: there is no desktop here.
 int QBReportExport(tagQBReport* handle, int) {
     return withObject(__func__, handle, [](Report& report) {
         Runtime& runtime = runtimeOf(report);

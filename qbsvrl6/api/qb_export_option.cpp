@@ -8,7 +8,7 @@ using namespace quillbrook;
 
 namespace {
 
-// The options behind the handle under another type, if they are of a fitting kind.
+// The options behind the handle as another type of handle, if the format fits it.
 template <class View, class Fits>
 View* viewIf(const char* function, tagQBExportOption* handle, Fits&& fits) {
     return withObject(function, handle, [&](ExportOptions& options) {

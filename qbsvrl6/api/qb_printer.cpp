@@ -28,7 +28,7 @@ void QBPrinterSetPrinterName(tagQBPrinter* handle, const lkchar* name) {
     });
 }
 
-// The switch would show the printer's dialog ahead, on a machine with a desktop.
+// The switch asks for the printer's dialog: there is no desktop here.
 void QBReportPrint(tagQBReport* handle, int) {
     withObject(__func__, handle, [](Report& report) {
         Runtime& runtime = runtimeOf(report);

@@ -17,7 +17,7 @@ using namespace quillbrook;
 
 namespace {
 
-// Tells each sub-report how deep it is, `depth` being that of the report whose definition this is.
+// Sets the depth of each sub-report; `depth` is that of the report with this definition.
 void setDepths(ReportDefinition& definition, int depth) {
     forEachSubReport(definition, [&](Control&, Report& inner) {
         inner.depth = depth + 1;
@@ -29,7 +29,7 @@ void setDepths(ReportDefinition& definition, int depth) {
     });
 }
 
-// What hangs from the old definition goes with it, but for results of exports.
+// What belongs to the old definition goes with it, except for results of exports.
 void replaceDefinition(Report& report, ReportDefinition&& definition, std::string templateFile) {
     setDepths(definition, report.depth);
     Runtime& runtime = runtimeOf(report);
@@ -63,8 +63,8 @@ void QBObjectAssign(tagQBReport* target, tagQBReport* source) {
         Report* from = fromHandle(source);
         if (from == nullptr || &to == from) return;
         refuseDuringExport(to);
-        // The source may be a part of the target: it is copied whole before that goes.
-        replaceDefinition(to, cloneDefinition(from->definition), runtimeOf(*from).templateFile);
+        // The source may be a part of the target: it is copied before the target's definition is replaced.
+        replaceDefinition(to, ReportDefinition(from->definition), runtimeOf(*from).templateFile);
     });
 }
 
@@ -72,7 +72,7 @@ int QBReportLoadFromFile(tagQBReport* handle, const lkchar* path) {
     return withObject(__func__, handle, [&](Report& report) {
         refuseDuringExport(report);
         const std::string file = toUtf8(textFrom(path));  // before the text goes with the template
-        // A report whose template doesn't load is empty: it must not pass for the one that was there before.
+        // A report whose template doesn't load is empty: it must not be mistaken for the one before.
         replaceDefinition(report, {}, {});
         runtimeOf(report).failedTemplate = file;
         replaceDefinition(report, loadTemplate(file), file);

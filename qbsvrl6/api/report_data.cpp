@@ -14,7 +14,7 @@ std::u16string_view connectionOf(const DataSource& source, std::u16string_view o
     return source.connectionString.empty() ? outer : source.connectionString;
 }
 
-// The data of a source, or null where it leaves its data open.
+// The data of a source, or null where it names none.
 std::shared_ptr<const DataSet> dataOf(const DataSource& source, std::u16string_view connection,
                                       DataCache& cache) {
     if (source.query.empty() && source.connectionString.empty()) return nullptr;
@@ -57,7 +57,7 @@ bool isEmpty(const ReportDefinition& report) {
            report.reportFooters.empty();
 }
 
-// Of the report's grid; null where it has none, or there is no such table.
+// The table of the report's grid; null without a grid or without such a table.
 const Table* rowsOf(const ReportDefinition& report, const ReportData& data) {
     if (!report.grid) return nullptr;
     const auto own = data.gridSets.find(report.grid.get());
@@ -68,7 +68,7 @@ const Table* rowsOf(const ReportDefinition& report, const ReportData& data) {
     return set->second->table(table.empty() ? report.data.table : table);
 }
 
-// A document without contents is made as asked, but nobody should have to guess why.
+// A document without contents is made as asked, and the log explains why it is empty.
 void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime, const ReportData& data) {
     if (isEmpty(report) && !runtime.failedTemplate.empty()) {
         logError("the document is empty: its template \"" + runtime.failedTemplate +

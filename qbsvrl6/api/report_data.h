@@ -10,13 +10,13 @@
 namespace qbsvrl6 {
 
 // Fetches what the report, its grid and its sub-reports name. A query without a connection has that of the
-// report around it: the grid that of its report, a sub-report that of its parent. Loaded data stands in for
-// the queries of the report and its grid; sub-reports keep queries of their own. Raises EngineError, which
-// names the query, for data that can't be had, and for connections of an unknown kind. A query without any
+// report around it: the grid that of its report, a sub-report that of its parent. Loaded data replaces the
+// queries of the report and its grid; sub-reports have their own queries. Raises EngineError, which
+// names the query, for data that can't be loaded, and for connections of an unknown type. A query without any
 // connection gives no data and an error in the log; a report with nothing to show is a warning there.
 ReportData collectData(Report& report);
 
-// Calls `visit` for each sub-report that hangs from the report directly, with its control.
+// Calls `visit` for each direct sub-report of the report, with its control.
 void forEachSubReport(ReportDefinition& report, const std::function<void(Control&, Report&)>& visit);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// What the C interface keeps with a report besides its definition.
+// What the C interface stores with a report besides its definition.
 #ifndef QBSVR_QBSVRL6_API_RUNTIME_H
 #define QBSVR_QBSVRL6_API_RUNTIME_H
 
@@ -19,7 +19,7 @@
 
 namespace qbsvrl6 {
 
-// The result of an export. Its bytes stay at one address for as long as it lives.
+// The result of an export. Its bytes never move.
 class BinaryObject {
 public:
     explicit BinaryObject(std::string bytes) : memory_(std::move(bytes)) {}
@@ -28,17 +28,17 @@ public:
     BinaryObject& operator=(const BinaryObject&) = delete;
 
     std::string_view bytes() const { return mapped_.empty() ? std::string_view(memory_) : mapped_; }
-    // Moves the bytes to a file without a name in the system's folder for temporary files. Where that can't
-    // be, they stay in memory, and the answer is false. Only before anybody has their address.
-    bool moveToFile();
+    // Moves the bytes to a file without a name in the system's folder for temporary files. If that
+    // fails, they stay in memory and the result is false. Call it before the address is passed on.
+    [[nodiscard]] bool moveToFile();
 
 private:
     std::string memory_;
     std::string_view mapped_;
 };
 
-// The handlers of one event. The last one attached is called; the others live on with the report, since they
-// may be running, and since whoever attached them may still refer to them.
+// The handlers of one event. The last one attached is called; the others live as long as the report, since
+// they may be running, and since the program may still refer to them.
 template <class Handler>
 class HandlerSlot {
 public:
@@ -65,7 +65,7 @@ struct EventHandlers {
 };
 
 struct Runtime : ReportRuntime {
-    // Makes the report known as alive, for as long as its runtime lives.
+    // Registers the report as live for its own lifetime.
     explicit Runtime(Report& owner);
     ~Runtime() override;
     Runtime(const Runtime&) = delete;
@@ -74,8 +74,8 @@ struct Runtime : ReportRuntime {
     // Forgets what belongs to the template that is about to be replaced; handlers stay.
     void forgetTemplate();
 
-    // Keeps the bytes of an export for the caller until they are dropped: in memory up to a limit, the others
-    // in files.
+    // Stores the bytes of an export for the caller until they are dropped: in memory up to a limit, the
+    // others in files.
     BinaryObject* keepResult(std::string bytes);
     void dropResults();
 
@@ -86,17 +86,17 @@ struct Runtime : ReportRuntime {
 
     EventHandlers handlers;
 
-    std::vector<Control*> walk;    // the controls of the walk under way ...
+    std::vector<Control*> walk;    // the controls of the current walk ...
     std::size_t walkPosition = 0;  // ... and the next one
 
     bool prepared = false;
     ExportOptions preparedOptions;
-    ExportOptions directOptions;  // handed to the event of an export without a prepare
+    ExportOptions directOptions;  // passed to the event of an export without a prepare
 
     std::shared_ptr<const DataSet> loadedData;  // of QBReportLoadDataFromURL
     DataCache dataCache;
 
-    // Texts handed out.
+    // Texts returned to the caller.
     std::u16string extractedXml;
     std::u16string formattedNumber;
     std::u16string printerUsed;
@@ -106,10 +106,10 @@ private:
     std::size_t bytesInMemory_ = 0;
 };
 
-// The report's runtime, made if there is none yet.
+// The report's runtime, made on first use.
 Runtime& runtimeOf(Report& report);
 
-// Null where the report has none, as sub-reports that nobody has asked for.
+// Null for a report without one, such as a sub-report that no program has asked for.
 Runtime* findRuntime(Report& report);
 
 }  // namespace qbsvrl6

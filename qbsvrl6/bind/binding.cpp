@@ -170,7 +170,7 @@ void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     if (!isPlaceholder) where = '"' + where + '"';
     const std::string message = "unknown field \"" + toUtf8(name) + "\" in " + where + " is read as empty; " +
                                 suggestion(name, knownNames());
-    for (const SubjectPlace& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
+    for (const TextPosition& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
 }
 
 // As they are looked up, each once.

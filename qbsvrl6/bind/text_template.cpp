@@ -57,13 +57,13 @@ std::optional<PageField::Kind> pageFieldOf(const Expression& expression, std::u1
     return std::nullopt;
 }
 
-// Tells a fault's column in the whole text.
+// The column of an error counts in the whole text.
 Expression parseAt(std::u16string_view text, std::size_t start, std::size_t end) {
     try {
         return Expression::parse(text.substr(start, end - start));
     } catch (const EngineError& error) {
         SourcePlace place = error.place();
-        place.column += static_cast<int>(start);
+        place.position.column += static_cast<int>(start);
         throw EngineError(error.code(), error.what(), place);
     }
 }

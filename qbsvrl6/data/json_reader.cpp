@@ -338,7 +338,7 @@ private:
     };
     static char closerOf(char bracket) { return bracket == '[' ? ']' : '}'; }
     std::string lineOf(const char* location) const {
-        return std::to_string(source_.place(static_cast<std::size_t>(location - text_.data())).line);
+        return std::to_string(source_.place(static_cast<std::size_t>(location - text_.data())).position.line);
     }
     Outline outline() const {
         Outline found{end_, end_, end_, end_};

@@ -185,7 +185,7 @@ const Table* DataSet::table(std::u16string_view name) const {
 }
 
 void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user,
-                     SubjectPlace place) {
+                     TextPosition place) {
     std::vector<std::u16string_view> names;
     for (const Table& table : data.tables) {
         if (!table.name().empty()) names.push_back(table.name());

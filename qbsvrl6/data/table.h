@@ -86,7 +86,7 @@ struct DataSet {
 // Says in the log that the data has no such table, which tables it has, and which one may be meant. `user` is
 // what asks for it: "the grid".
 void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user,
-                     SubjectPlace place = {});
+                     TextPosition place = {});
 
 }  // namespace qbsvrl6
 

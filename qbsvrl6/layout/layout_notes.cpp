@@ -25,7 +25,7 @@ void LayoutNotes::placed(const PlannedControl& control, const Item& item, std::s
                    inMillimetres(item.box.height) + " high and cannot grow: " + std::to_string(linesLeftOut) +
                    (linesLeftOut == 1 ? " line" : " lines") + " of " + quoted(text.text) +
                    (linesLeftOut == 1 ? " is" : " are") + " left out",
-               control.control->place);
+               control.control->position);
 }
 
 void LayoutNotes::hiddenNumber(const PlannedControl& control, const Item& item) {
@@ -38,7 +38,7 @@ void LayoutNotes::hiddenNumber(const PlannedControl& control, const Item& item) 
         message += ", since " + inMillimetres(control.offPaper) + " of its box are off the paper";
     }
     logWarning(message + ": it shows as ####; a wider box or a smaller font shows it",
-               control.control->place);
+               control.control->position);
 }
 
 void LayoutNotes::madeSmaller() {

@@ -53,7 +53,7 @@ void warnOfOverhang(const Control& control, const Extent& extent, Micrometres pa
     } else {
         message += inMillimetres(overhang) + " of it are cut off";
     }
-    logWarning(message + "; move it, make it narrower or the paper wider", control.place);
+    logWarning(message + "; move it, make it narrower or the paper wider", control.position);
 }
 
 }  // namespace qbsvrl6

@@ -103,7 +103,7 @@ private:
         const char* const user = use == TextUse::ReportTable ? "the report"
                                  : use == TextUse::GridTable ? "the grid"
                                                              : "a chart";
-        for (const SubjectPlace& place : report_.placesOf(name, use)) {
+        for (const TextPosition& place : report_.placesOf(name, use)) {
             logMissingTable(data, name, user, place);
         }
     }

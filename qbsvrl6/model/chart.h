@@ -31,7 +31,7 @@ struct ChartPoint {
 
 struct ChartSeries {
     std::u16string label;
-    std::vector<double> values;      // one for each category: bar, line, pie
+    std::vector<double> values;      // one per category: bar, line, pie
     std::vector<ChartPoint> points;  // scatter and bubble
 };
 
@@ -45,18 +45,19 @@ struct ChartData {
 enum class ChartAggregate { Sum, Average, Count, Minimum, Maximum };
 
 struct ChartRowSeries {
-    std::u16string label;  // with placeholders: one series for each text that it shows
-    std::u16string value;  // an expression, gathered over the rows of a category: bar, line, pie
+    std::u16string label;  // with placeholders: one series per text
+    std::u16string value;  // an expression, aggregated over the rows of a category: bar, line, pie
     ChartAggregate aggregate = ChartAggregate::Sum;
-    std::u16string x, y, size;  // expressions, a point for each row: scatter and bubble
+    std::u16string x, y, size;  // expressions, one point per row: scatter and bubble
 };
 
-// How rows become numbers. Without series the chart isn't one of rows.
+// How rows become numbers. Without series the chart does not read rows.
 struct ChartRows {
     std::u16string table;     // name of another table of the data; empty: the rows of the chart's section
     std::u16string filter;    // an expression; rows where it isn't true are left out; empty: all rows
-    std::u16string category;  // with placeholders: one category for each text that it shows
-    std::u16string sort;      // an expression; categories go by its smallest value; empty: as they come up
+    std::u16string category;  // with placeholders: one category per text
+    std::u16string
+        sort;  // an expression; categories are sorted by its smallest value; empty: in order of occurrence
     std::vector<ChartRowSeries> series;
 };
 

@@ -5,8 +5,9 @@
 // each page, then groups and rows), report footers (once), page footer. Texts hold placeholders,
 // "[Amount:#,##0.00]", that bind/ compiles.
 //
-// Controls, sections and grids live behind pointers, since handles of the C interface point at them: an
-// address stays good until the object is removed or the definition replaced.
+// All of it is values: a copy of a definition is a report of its own. Controls, sections and grids are Owned
+// because handles of the C interface point at them: an address is valid until the object is removed or the
+// definition replaced.
 #ifndef QBSVR_QBSVRL6_MODEL_REPORT_H
 #define QBSVR_QBSVRL6_MODEL_REPORT_H
 
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "qbsvrl6/model/chart.h"
+#include "qbsvrl6/model/owned.h"
 #include "qbsvrl6/model/style.h"
 #include "qbsvrl6/model/text_places.h"
 #include "qbsvrl6/support/address.h"
@@ -32,9 +34,9 @@ enum class ControlKind { Text = 1, Line = 2, Box = 3, Picture = 4, Barcode = 5, 
 struct TextContent {
     std::u16string text;            // with placeholders
     std::u16string link;            // with placeholders; empty: none
-    bool suppressRepeated = false;  // shown as blank where it equals the row above
-    bool removeWhenBlank = false;   // takes no height where the text is blank
-    // The text is settled when this scope is complete, so that totals can stand ahead of their rows.
+    bool suppressRepeated = false;  // not shown where it equals the row above
+    bool removeWhenBlank = false;   // needs no height where the text is empty
+    // The text is evaluated when this scope is complete, so that totals can come before their rows.
     enum class Evaluate { Now, Page, Group, Report } evaluate = Evaluate::Now;
 };
 
@@ -42,8 +44,8 @@ struct LineContent {
     Color color;
     Micrometres width = 250;
     bool dashed = false;
-    bool rising =
-        false;  // from the lower left to the upper right corner of the box; else from the upper left
+    // From the lower left to the upper right corner of the box; otherwise from the upper left.
+    bool rising = false;
 };
 
 struct BoxContent {
@@ -56,10 +58,10 @@ enum class PictureFit { Contain, Stretch, Clip };
 
 struct PictureContent {
     std::u16string source;  // file or URL with placeholders, or Base64 data
-    Address folder;         // where a relative source starts; without a name at the template's folder
+    Address folder;         // where a relative source starts; without a name: the template's folder
     std::string embedded;   // bytes of a picture held in the template itself; used when source is empty
     PictureFit fit = PictureFit::Contain;
-    std::u16string alternateText;  // with placeholders; read where the picture can't be seen
+    std::u16string alternateText;  // with placeholders; read aloud in place of the picture
 };
 
 struct BarcodeContent {
@@ -71,8 +73,8 @@ struct BarcodeContent {
 struct ChartContent {
     ChartSettings settings;
     ChartRows rows;
-    ChartData
-        data;  // what the template holds; a data request replaces it, and what rows give, for one export
+    // What the template holds; a data request replaces it, and what rows give, for one export.
+    ChartData data;
 };
 
 // Passes values of the parent's row into a sub-report.
@@ -82,7 +84,7 @@ struct SubReportParameter {
 };
 
 struct SubReportContent {
-    std::unique_ptr<Report> report;  // never null
+    Owned<Report> report;  // never null
     std::vector<SubReportParameter> parameters;
 };
 
@@ -90,27 +92,27 @@ using ControlContent = std::variant<TextContent, LineContent, BoxContent, Pictur
                                     ChartContent, SubReportContent>;
 
 struct ConditionalStyle {
-    std::u16string when;   // an expression; the style holds where it is true
+    std::u16string when;   // an expression; the style applies where it is true
     std::u16string style;  // name
 };
 
 struct Control {
     std::u16string name;
-    Rect box;                 // in its section; of a grid cell not used: the cell is the box
-    std::u16string column;    // in sections of the grid: takes x and width from this column ...
-    std::u16string toColumn;  // ... up to and with this one; empty: the one column
+    Rect box;                 // in its section; not used for a grid cell: the cell is the box
+    std::u16string column;    // in sections of the grid: x and width are those of this column ...
+    std::u16string toColumn;  // ... to this one; empty: the one column
     std::u16string styleName;
     Style style;  // on top of the named one
     std::vector<ConditionalStyle> conditions;
     std::u16string visibleWhen;  // an expression; empty: always
     ControlContent content;
-    SubjectPlace place = {};  // of its element in the template's file, for messages; never saved
+    TextPosition position = {};  // of its element in the template's file, for messages; never saved
 
     ControlKind kind() const;
 };
 
 struct ControlList {
-    std::vector<std::unique_ptr<Control>> items;
+    std::vector<Owned<Control>> items;
     int reportDepth = 0;  // of its report, where a program added the section
 };
 
@@ -127,13 +129,13 @@ struct Section {
     ControlList controls;
 };
 
-using SectionPtr = std::unique_ptr<Section>;
+using SectionPtr = Owned<Section>;
 
 struct Group {
     std::u16string name;
     std::u16string by;          // an expression; a change of its value starts a new group
     SectionPtr header, footer;  // may be null
-    bool repeatHeader = false;  // on each page that the group goes on to
+    bool repeatHeader = false;  // on each page where the group continues
     bool keepTogether = false;
     bool newPage = false;  // each group but the first starts a page
     bool restartPageNumber = false;
@@ -147,7 +149,7 @@ struct Column {
     Control content;
 };
 
-// A place where rows come from. Each text is empty where the template leaves it open.
+// Where rows come from. A text is empty where the template does not set it.
 struct DataSource {
     std::u16string connectionString;  // "xml": the query is the address of a data file; empty: inherited
     Address query;
@@ -170,16 +172,16 @@ enum class ColumnAdapt {
 struct DetailGrid {
     DataSource recordset;
     std::u16string filter;  // an expression; rows where it isn't true are left out; empty: all rows
-    std::vector<std::unique_ptr<Column>> columns;
+    std::vector<Owned<Column>> columns;
     Micrometres titleHeight = 7000;  // 0: no title row
     bool repeatTitle = true;
     Micrometres rowHeight = 6000;
     bool rowCanGrow = true;
-    std::optional<Color> alternateBackground;    // of each second row
-    std::vector<std::unique_ptr<Group>> groups;  // outermost first
+    std::optional<Color> alternateBackground;  // of each second row
+    std::vector<Owned<Group>> groups;          // outermost first
     ColumnAdapt adapt = ColumnAdapt::ShrinkToFit;
     int fixedColumns = 0;        // repeated by the "repeat fixed" methods
-    bool fillBlankRows = false;  // blank rows to the page's end
+    bool fillBlankRows = false;  // empty rows to the end of the page
     bool centered = false;       // between the margins
 };
 
@@ -221,7 +223,7 @@ struct Printer {
 struct ReportDefinition {
     DocumentInfo info;
     PageSetup page;
-    double imageResolution = 150;  // dots an inch
+    double imageResolution = 150;  // dots per inch
     Style font;                    // of the whole report: the root of all styles
     std::vector<NamedStyle> styles;
     std::vector<Parameter> parameters;
@@ -232,11 +234,11 @@ struct ReportDefinition {
     Printer printer;
     SectionPtr pageHeader, pageFooter;  // may be null
     std::vector<SectionPtr> reportHeaders, reportFooters;
-    std::unique_ptr<DetailGrid> grid;          // may be null
+    Owned<DetailGrid> grid;                    // may be null
     std::shared_ptr<const TextPlaces> places;  // null where the report is from no file; never saved
 
-    // Where its file has the text; one unknown place if it has not.
-    std::vector<SubjectPlace> placesOf(std::u16string_view text, TextUse use) const;
+    // The positions of the text in the template's file; one unknown position if it has none.
+    std::vector<TextPosition> placesOf(std::u16string_view text, TextUse use) const;
 };
 
 // State that the C interface keeps with a report: event handlers, the walk's position, the export under way.
@@ -244,16 +246,17 @@ struct ReportRuntime {
     virtual ~ReportRuntime() = default;
 };
 
+// A copy has the definition alone: nothing of the original's run time.
 struct Report {
+    Report() = default;
+    Report(const Report& other) : definition(other.definition) {}
+    Report& operator=(const Report&) = delete;
+    ~Report() = default;
+
     ReportDefinition definition;
     int depth = 0;  // reports around it, as far as programs reach it through the C interface
-    std::unique_ptr<ReportRuntime> runtime;  // made on need; not copied with the definition
+    std::unique_ptr<ReportRuntime> runtime;  // made on first use
 };
-
-// A copy down to the sub-reports; theirs have no runtime yet.
-ReportDefinition cloneDefinition(const ReportDefinition& source);
-std::unique_ptr<Section> cloneSection(const Section& source);
-Control cloneControl(const Control& source);
 
 // The report's font, then the named style with its parents (a cycle ends where it closes), then `own`.
 ResolvedStyle resolveStyle(const ReportDefinition& report, const std::u16string& styleName, const Style& own);

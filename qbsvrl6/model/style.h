@@ -12,11 +12,11 @@ namespace qbsvrl6 {
 enum class HorizontalAlign { Left, Center, Right, Justify };
 enum class VerticalAlign { Top, Middle, Bottom };
 
-// What a text does that needs more room than its box has.
+// What happens to a text that needs more room than its box has.
 enum class TextFit {
-    Grow,      // wraps; the box and its section grow where the section may, and the text is cut where not
+    Grow,      // wraps; the box and its section grow; where the section must not, the text is cut
     Clip,      // wraps and is cut at the box
-    Ellipsis,  // one line a paragraph, cut with an ellipsis
+    Ellipsis,  // each paragraph on one line, cut with an ellipsis
     Shrink,    // the font shrinks, down to a third, until the text fits
 };
 
@@ -57,7 +57,7 @@ struct NamedStyle {
     bool operator==(const NamedStyle&) const = default;
 };
 
-// A style with nothing left open.
+// A style with every value set.
 struct ResolvedStyle {
     std::u16string fontFamily = u"SimSun";
     double fontSize = 10.0;
@@ -74,7 +74,7 @@ struct ResolvedStyle {
     bool operator==(const ResolvedStyle&) const = default;
 };
 
-// Puts what `over` sets on top of `base`.
+// Overwrites `base` with what `over` sets.
 void applyStyle(ResolvedStyle& base, const Style& over);
 
 }  // namespace qbsvrl6

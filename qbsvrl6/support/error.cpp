@@ -4,22 +4,20 @@
 
 namespace qbsvrl6 {
 
-namespace {
-
-std::string describe(const std::string& message, const SourcePlace& place) {
-    std::string text = place.file;
-    if (place.line > 0) {
+std::string placedMessage(std::string_view file, TextPosition position, std::string_view message) {
+    std::string text(file);
+    if (position.line > 0) {
         if (!text.empty()) text += ':';
-        text += std::to_string(place.line);
-        if (place.column > 0) text += ':' + std::to_string(place.column);
+        text += std::to_string(position.line);
+        if (position.column > 0) text += ':' + std::to_string(position.column);
     }
     if (!text.empty()) text += ": ";
-    return text + message;
+    return text.append(message);
 }
 
-}  // namespace
-
 EngineError::EngineError(ErrorCode code, const std::string& message, SourcePlace place)
-    : std::runtime_error(describe(message, place)), code_(code), place_(std::move(place)) {}
+    : std::runtime_error(placedMessage(place.file, place.position, message)),
+      code_(code),
+      place_(std::move(place)) {}
 
 }  // namespace qbsvrl6

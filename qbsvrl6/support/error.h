@@ -1,10 +1,11 @@
-// The one exception of the engine's inside. It never leaves the library: each entry point turns it into a
-// null or a false and a line of the log.
+// The engine's only exception. It never leaves the library: each entry point turns it into a null or a false
+// and a line of the log.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ERROR_H
 #define QBSVR_QBSVRL6_SUPPORT_ERROR_H
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace qbsvrl6 {
 
@@ -25,14 +26,22 @@ enum class ErrorCode {
     Internal,
 };
 
-// Where an error was found. Lines and columns count from 1; 0 means unknown.
-struct SourcePlace {
-    std::string file;
+// A position in a text. Lines and columns (in characters) count from 1; 0 means unknown.
+struct TextPosition {
     int line = 0;
     int column = 0;
 };
 
-// what() reads "file:line:column: message", without the parts that are unknown. All text is UTF-8.
+// Where an error was found.
+struct SourcePlace {
+    std::string file;
+    TextPosition position = {};
+};
+
+// "file:line:column: message", without the parts that are unknown.
+std::string placedMessage(std::string_view file, TextPosition position, std::string_view message);
+
+// what() reads as placedMessage. All text is UTF-8.
 class EngineError : public std::runtime_error {
 public:
     EngineError(ErrorCode code, const std::string& message, SourcePlace place = {});

@@ -191,20 +191,10 @@ std::string asOneLine(std::string_view message) {
 
 thread_local LogSubject* innermostSubject = nullptr;
 
-std::string placed(const std::string& subject, std::string_view message, SubjectPlace place) {
-    std::string line = subject;
-    if (place.line > 0) {
-        if (!line.empty()) line += ':';
-        line += std::to_string(place.line) + ':' + std::to_string(place.column);
-    }
-    if (!line.empty()) line += ": ";
-    return line.append(message);
-}
-
-void write(spdlog::level::level_enum level, std::string_view message, SubjectPlace place = {}) {
+void write(spdlog::level::level_enum level, std::string_view message, TextPosition position = {}) {
     try {
-        theLog().write(level, asOneLine(innermostSubject ? innermostSubject->with(message, place)
-                                                         : placed({}, message, place)));
+        theLog().write(level, asOneLine(innermostSubject ? innermostSubject->with(message, position)
+                                                         : placedMessage({}, position, message)));
     } catch (...) {  // NOLINT(bugprone-empty-catch): logging never fails the caller
     }
 }
@@ -213,8 +203,12 @@ void write(spdlog::level::level_enum level, std::string_view message, SubjectPla
 
 void setLogSetupPath(const std::string& setupPath) { theLog().setSetupPath(setupPath); }
 
-void logError(std::string_view message, SubjectPlace place) { write(spdlog::level::err, message, place); }
-void logWarning(std::string_view message, SubjectPlace place) { write(spdlog::level::warn, message, place); }
+void logError(std::string_view message, TextPosition position) {
+    write(spdlog::level::err, message, position);
+}
+void logWarning(std::string_view message, TextPosition position) {
+    write(spdlog::level::warn, message, position);
+}
 void logInfo(std::string_view message) { write(spdlog::level::info, message); }
 
 void logWarningOnce(std::string_view message) {
@@ -234,8 +228,8 @@ LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), oute
 
 LogSubject::~LogSubject() { innermostSubject = outer_; }
 
-std::string LogSubject::with(std::string_view message, SubjectPlace place) const {
-    return placed(subject_, message, place);
+std::string LogSubject::with(std::string_view message, TextPosition position) const {
+    return placedMessage(subject_, position, message);
 }
 
 bool LogSubject::isNew(std::string_view message) {

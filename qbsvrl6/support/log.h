@@ -11,20 +11,17 @@
 #include <string>
 #include <string_view>
 
+#include "qbsvrl6/support/error.h"
+
 namespace qbsvrl6 {
 
 // Chooses the log's place. Until it is called, the user's state directory holds the log. The file is opened
 // by the first line that is written.
 void setLogSetupPath(const std::string& setupPath);
 
-// A place in the file that is the subject (below), both from 1; 0: unknown.
-struct SubjectPlace {
-    int line = 0;
-    int column = 0;
-};
-
-void logError(std::string_view message, SubjectPlace place = {});
-void logWarning(std::string_view message, SubjectPlace place = {});
+// A position is one in the file that is the subject (below).
+void logError(std::string_view message, TextPosition position = {});
+void logWarning(std::string_view message, TextPosition position = {});
 void logInfo(std::string_view message);
 // A warning that the innermost subject (below) has had already says nothing more.
 void logWarningOnce(std::string_view message);
@@ -42,7 +39,7 @@ public:
     LogSubject& operator=(const LogSubject&) = delete;
 
     // The message as such a line has it.
-    std::string with(std::string_view message, SubjectPlace place = {}) const;
+    std::string with(std::string_view message, TextPosition position = {}) const;
 
     // Whether the message is new to this subject.
     bool isNew(std::string_view message);

@@ -89,7 +89,7 @@ SourcePlace PlaceCursor::place(std::size_t offset) {
             ++column_;
         }
     }
-    return {source_.origin(), line_, column_};
+    return {source_.origin(), {line_, column_}};
 }
 
 void SourceText::checkUtf8() const {

@@ -28,7 +28,7 @@ public:
                                            ? "is below its section, which cannot grow"
                                            : nullptr;
             if (reason != nullptr)
-                logWarning(nameOf(*control) + ' ' + reason + ": it does not show", control->place);
+                logWarning(nameOf(*control) + ' ' + reason + ": it does not show", control->position);
         }
     }
 

@@ -27,7 +27,7 @@ struct Reference {
     std::size_t offset;
 };
 
-// An expression or a text with placeholders that has to be right together with the rest of its report.
+// An expression or a text with placeholders, which is checked against the whole report.
 struct NotedExpression {
     std::string attribute;
     std::u16string text;
@@ -36,7 +36,7 @@ struct NotedExpression {
     std::size_t offset;
 };
 
-// A text whose place the report keeps for messages.
+// A text whose position the report stores for messages.
 struct PlacedText {
     std::size_t offset;
     std::size_t key;
@@ -61,12 +61,12 @@ struct FoundWarning {
     bool operator<(const FoundWarning& other) const { return offset < other.offset; }
 };
 
-// Ends the reading of a template whose errors are many or whose rest means nothing.
+// Ends the reading of a template with too many errors, or with one that makes the rest meaningless.
 struct ReadingEnds {};
 
 struct Reading {
     const SourceText& source;
-    std::string folder;  // of the template, where its relative names start
+    std::string folder;  // of the template; its relative names start there
     std::vector<Reference> references;
     std::vector<NotedExpression> expressions;
     std::vector<FoundError> errors;
@@ -76,7 +76,7 @@ struct Reading {
     TextPlaces* places = nullptr;  // of the report that is being read
     int reportDepth = 0;
 
-    // Reading goes on after most errors, so that all of them are reported.
+    // Reading continues after most errors, so that all of them are reported.
     void addError(ErrorCode code, std::string message, std::size_t offset) {
         errors.push_back({code, std::move(message), offset});
         const bool restIsUnknown = code == ErrorCode::LimitExceeded || code == ErrorCode::UnknownVersion;
@@ -97,13 +97,10 @@ void Reading::settlePlaces() {
         std::stable_sort(found.begin(), found.end(),
                          [](const auto& left, const auto& right) { return left.offset < right.offset; });
         PlaceCursor cursor(source);
-        for (auto& one : found) {
-            const SourcePlace place = cursor.place(one.offset);
-            take(one, SubjectPlace{place.line, place.column});
-        }
+        for (auto& one : found) take(one, cursor.place(one.offset).position);
     };
-    settle(texts, [](PlacedText& text, SubjectPlace place) { text.places->add(text.key, place); });
-    settle(controls, [](PlacedControl& found, SubjectPlace place) { found.control->place = place; });
+    settle(texts, [](PlacedText& text, TextPosition position) { text.places->add(text.key, position); });
+    settle(controls, [](PlacedControl& found, TextPosition position) { found.control->position = position; });
 }
 
 void Reading::fail() {
@@ -135,8 +132,7 @@ void Reading::logWarnings() {
     const LogSubject subject(source.origin());
     PlaceCursor cursor(source);
     for (const FoundWarning& warning : warnings) {
-        const SourcePlace place = cursor.place(warning.offset);
-        logWarning(warning.message, {place.line, place.column});
+        logWarning(warning.message, cursor.place(warning.offset).position);
     }
 }
 
@@ -148,12 +144,12 @@ constexpr const char* kBlanks = " \t\r\n";
 // Where an element's tag or a text begins.
 std::size_t offsetOf(const std::string& text, pugi::xml_node node) {
     const auto offset = static_cast<std::size_t>(std::max<std::ptrdiff_t>(node.offset_debug(), 0));
-    if (node.type() == pugi::node_element) return offset - 1;  // the parser tells the name's place
+    if (node.type() == pugi::node_element) return offset - 1;  // the parser gives the position of the name
     return std::min(text.find_first_not_of(kBlanks, offset), text.size());
 }
 
-// Where the attribute's name stands: the parser keeps no places of attributes, but the text is well-formed by
-// now. The `skip`th attribute of this name is meant.
+// Where the attribute's name begins, of the `skip`th attribute of this name: the parser does not store it,
+// but the text is known to be well-formed.
 std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std::string_view name,
                               int skip = 0) {
     std::size_t at = text.find_first_of(" \t\r\n/>", offsetOf(text, node));
@@ -174,20 +170,19 @@ std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std:
 const std::u16string& nameOf(const NamedStyle& item) { return item.name; }
 const std::u16string& nameOf(const Parameter& item) { return item.name; }
 const std::u16string& nameOf(const Field& item) { return item.name; }
-const std::u16string& nameOf(const std::unique_ptr<Column>& item) { return item->name; }
+const std::u16string& nameOf(const Owned<Column>& item) { return item->name; }
 
 template <class T>
 T& made(T& item) {
     return item;
 }
 template <class T>
-T& made(std::unique_ptr<T>& item) {
+T& made(Owned<T>& item) {
     item = std::make_unique<T>();
     return *item;
 }
 
-// One element under the reader's eyes. What describe asks for is noted; finish() refuses whatever else there
-// is.
+// One element being read. What the describe functions ask for is noted; finish() rejects everything else.
 class ReadElement {
 public:
     ReadElement(Reading& reading, pugi::xml_node node) : reading_(reading), node_(node) {}
@@ -250,7 +245,7 @@ public:
     }
 
     template <class T, class Describe>
-    void pointer(const char* name, std::unique_ptr<T>& value, Describe&& describe) {
+    void pointer(const char* name, Owned<T>& value, Describe&& describe) {
         child(name, [&](ReadElement& element) { describe(element, made(value)); });
     }
 
@@ -260,7 +255,7 @@ public:
             name, values, [](const ReadElement&) { return true; }, describe);
     }
 
-    // Only those children that are of a kind.
+    // Only those children that the predicate accepts.
     template <class T, class IsOfKind, class Describe>
     void listOf(const char* name, std::vector<T>& values, IsOfKind&& isOfKind, Describe&& describe) {
         children_.push_back(name);
@@ -271,7 +266,7 @@ public:
         }
     }
 
-    // A list whose items have names of their own.
+    // A list of items with unique names.
     template <class T, class Describe>
     void namedList(const char* name, std::vector<T>& values, std::size_t most, Describe&& describe) {
         std::unordered_set<std::u16string> names;
@@ -297,7 +292,7 @@ public:
     }
 
     void bytes(const char* name, std::string& value);
-    // Children that would be known elsewhere.
+    // Rejects children that only the outermost report may have.
     void refuseChildren(std::initializer_list<const char*> names, const char* why) {
         for (const char* const name : names) {
             children_.push_back(name);
@@ -308,11 +303,11 @@ public:
     }
     void controls(ControlList& list);
     void cell(const char* name, Control& control);
-    void nestedReport(const char* name, std::unique_ptr<Report>& report);
+    void nestedReport(const char* name, Owned<Report>& report);
     void checkReferences(const ReportDefinition& report);
     void checkExpressions(const ReportDefinition& report);
 
-    // Refuses attributes, elements and text that nobody asked for.
+    // Rejects attributes, elements and text that nothing has asked for.
     void finish();
 
     void readVersion();
@@ -339,7 +334,7 @@ private:
         return found;
     }
 
-    // A value that can't be read stays as it is.
+    // A value that can't be read leaves the default.
     template <class T, class Codec>
     void decode(pugi::xml_attribute found, T& value, const Codec& codec) const {
         try {
@@ -360,7 +355,7 @@ private:
         }
     }
 
-    // Charts may look at a table of their own; their titles never do.
+    // Charts may read another table; their titles never do.
     TextUse useOf(pugi::xml_attribute text) const {
         const bool isSeries = std::strcmp(node_.name(), "Series") == 0;
         const pugi::xml_node chart = isSeries ? node_.parent() : node_;
@@ -438,7 +433,7 @@ void ReadElement::bytes(const char* name, std::string& value) {
     });
 }
 
-// False where the element is no control.
+// False if the element is no control.
 bool ReadElement::readControlContent(pugi::xml_node node, Control& control, bool inCell) {
     bool found = false;
     forEachControlKind([&](std::string_view name, auto&& empty, auto describeContent) {
@@ -482,7 +477,7 @@ void ReadElement::cell(const char* name, Control& control) {
     });
 }
 
-void ReadElement::nestedReport(const char* name, std::unique_ptr<Report>& report) {
+void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
     report = std::make_unique<Report>();
     child(name, [&](ReadElement& element) {
         if (++reading_.reportDepth > limits::kSubReportDepth) {
@@ -522,8 +517,8 @@ void ReadElement::checkReferences(const ReportDefinition& report) {
     checkExpressions(report);
 }
 
-// Binds them all to the report without its data: aggregates over groups that there aren't, and calculated
-// fields that need themselves, show then.
+// Binds them all to the report without its data. This finds aggregates over groups that don't exist, and
+// calculated fields that need themselves.
 void ReadElement::checkExpressions(const ReportDefinition& report) {
     ReportDefinition names;
     names.fields = report.fields;
@@ -607,7 +602,7 @@ void ReadElement::readVersion() {
     }
 }
 
-// Parses leniently so that what is outside the root stays visible, and refuses it here.
+// Parses leniently, so that content outside the root is found, and rejects it here.
 pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
     const std::string& text = source.text();
     const auto elements = static_cast<std::size_t>(std::count(text.begin(), text.end(), '<'));

@@ -1,8 +1,8 @@
-// The vocabulary of templates, told once for reading and writing.
+// The vocabulary of templates, defined once for reading and writing.
 //
 // Each describe function names the attributes and children of one element in the order in which they are
 // written. `Element` is ReadElement or WriteElement, which have the same members; a described value is const
-// when it is written. A model field that stands here is both read and saved.
+// when it is written. A model field that is named here is both read and saved.
 #ifndef QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 #define QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 
@@ -71,7 +71,7 @@ inline constexpr LengthCodec kPosition{-limits::kPaperMicrometres, limits::kPape
 inline constexpr NumberCodec kAnyNumber{-std::numeric_limits<double>::max(),
                                         std::numeric_limits<double>::max()};
 
-// Pages are those of the outermost report.
+// The page set-up is that of the outermost report.
 enum class ReportPlace { Root, SubReport };
 
 template <class Element, class ReportLike>
@@ -102,7 +102,7 @@ void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) 
     element.tableName("table", source.table, tableUse);
 }
 
-// The content of each kind of control. Attributes that a style has too bear other names here.
+// The content of each type of control. No attribute has the name of one of a style.
 
 template <class Element, class ContentLike>
 void describeText(Element& element, ContentLike& text) {
@@ -151,7 +151,7 @@ void describeBarcode(Element& element, ContentLike& barcode) {
     element.attribute("showText", barcode.showText, defaults.showText, SwitchCodec{});
 }
 
-// A series takes its numbers from rows where it has one of these attributes.
+// A series with one of these attributes reads its numbers from rows.
 inline constexpr std::array<const char*, 5> kRowSeriesMarks = {"value", "aggregate", "x", "y", "size"};
 
 template <class Element, class SeriesLike>
@@ -219,7 +219,7 @@ void describeChart(Element& element, ContentLike& chart) {
     element.attribute("showLegend", settings.showLegend, defaults.showLegend, SwitchCodec{});
     element.attribute("showValues", settings.showValues, defaults.showValues, SwitchCodec{});
     element.attribute("valueFormat", settings.valueFormat, {}, TextCodec{});
-    // Numbers that a program has put in the place of the rows' are what is saved.
+    // If a program has replaced the numbers of the rows, its numbers are saved.
     if (chart.data.empty()) describeChartRows(element, chart.rows, settings.kind);
     describeChartData(element, chart.data, !chart.rows.series.empty());
 }
@@ -233,7 +233,7 @@ void describeSubReport(Element& element, ContentLike& subReport) {
     element.nestedReport("Report", subReport.report);
 }
 
-// What a control is besides its content. Cells have no place of their own.
+// What a control has besides its content. The position of a cell is that of its column.
 template <class Element, class ControlLike>
 void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
     element.attribute("name", control.name, {}, TextCodec{});
@@ -258,7 +258,7 @@ void describeConditions(Element& element, ControlLike& control) {
     });
 }
 
-// One row a kind of control: its element's name, and what it holds.
+// One row per type of control: its element's name, and its content.
 template <class Visitor>
 void forEachControlKind(Visitor&& visit) {
     visit("Text", TextContent{}, [](auto& element, auto& content) { describeText(element, content); });
@@ -342,7 +342,7 @@ void describePage(Element& element, PageLike& page) {
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
 }
 
-// What stands behind the bands of each page, and where it is printed.
+// What is painted below the bands of each page, and the printer.
 template <class Element, class ReportLike>
 void describePaper(Element& element, ReportLike& report) {
     static const ReportDefinition defaults;

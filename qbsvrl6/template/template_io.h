@@ -25,18 +25,17 @@ private:
 };
 
 // Reads a template. `origin` is its file, from whose folder relative names start, and names it in messages.
-// Raises EngineError with file, line and column:
-// NotXml, BadEncoding, UnknownVersion, LimitExceeded, and BadTemplate for whatever else the format forbids.
-// Where the text is XML, it is a TemplateError with all of them, up to limits::kTemplateErrors.
+// Raises EngineError with file, line and column: NotXml, BadEncoding, UnknownVersion, LimitExceeded, and
+// BadTemplate for everything else that the format forbids. If the text is XML, it is a TemplateError with all
+// errors, up to limits::kTemplateErrors.
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin);
 
 // The text of a template for a file in this folder (UTF-8, closed by "/"; empty: the working directory), in
-// UTF-8: the same definition gives the same bytes. What it names by a relative path is named as it is seen
-// from there. Characters that XML can't hold
-// become U+FFFD. Raises EngineError where sub-reports are nested deeper than a template may be.
+// UTF-8: the same definition gives the same bytes. Relative paths are rewritten to start there. Characters
+// that XML can't hold become U+FFFD. Raises EngineError if sub-reports are nested too deeply.
 std::string writeTemplate(const ReportDefinition& definition, const std::string& folder = {});
 
-// The same from and to a file (UTF-8 path). Saving makes missing directories and never leaves half a file.
+// The same from and to a file (UTF-8 path). Saving makes missing directories and never leaves a partial file.
 ReportDefinition loadTemplate(const std::string& path);
 void saveTemplate(const ReportDefinition& definition, const std::string& path);
 

@@ -35,7 +35,7 @@ void checkGrammar(const Parse& parse) {
     throw ValueFault("out of range: expected " + least + " to " + most);
 }
 
-// A number at the start of `text`, which is moved behind it. "1e999" and its like are none.
+// A number at the start of `text`, which is removed from it. Numbers out of range, such as "1e999", are none.
 double takeNumber(std::string_view& text, std::string_view expected) {
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -69,7 +69,7 @@ Measure readMeasure(std::string_view text) {
     return {number, &*unit};
 }
 
-// The parts of a text apart by blanks.
+// The parts of a text, separated by spaces.
 std::vector<std::string_view> split(std::string_view text) {
     std::vector<std::string_view> parts;
     while (true) {
@@ -83,14 +83,14 @@ std::vector<std::string_view> split(std::string_view text) {
 
 }  // namespace
 
-// The message of a fault with a place ends in "column 4: what is wrong". The text ahead of that is told by
-// the reader, and the column may count in one placeholder of the text.
+// The message of an error with a position ends in "column 4: the cause". The reader reports the text before
+// that itself, and the column may count within one placeholder of the text.
 std::string expressionFault(const EngineError& error) {
     const std::string_view message = error.what();
-    if (error.place().column == 0) return std::string(message);
+    if (error.place().position.column == 0) return std::string(message);
     const std::size_t column = std::min(message.rfind("column "), message.size());
     const std::size_t colon = std::min(message.find(": ", column), message.size());
-    return "column " + std::to_string(error.place().column) + std::string(message.substr(colon));
+    return "column " + std::to_string(error.place().position.column) + std::string(message.substr(colon));
 }
 
 std::u16string TextCodec::read(std::string_view text) const { return toUtf16(text); }
@@ -174,7 +174,7 @@ std::string LengthCodec::write(Micrometres value) const {
 
 double FontSizeCodec::read(std::string_view text) const {
     const Measure measure = readMeasure(text);
-    // Points stay as they are written; a detour over micrometres would blur them.
+    // Points are read as written: a conversion to micrometres and back would round them.
     const double points = measure.unit->name == "pt"
                               ? measure.number
                               : measure.number * measure.unit->micrometres / kMicrometresPerPoint;
@@ -246,7 +246,7 @@ std::string wordsFault(std::span<const std::string_view> words) {
 std::string readBase64(std::string_view text) {
     static constexpr std::string_view kExpected =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/= \t\r\n";
-    // The decoder skips what it doesn't know.
+    // The decoder skips characters outside the alphabet.
     if (text.find_first_not_of(kExpected) != std::string_view::npos) fault("Base64 text");
     larkspur::ClkMemory bytes;
     larkspur::Base64_Decode(text.data(), static_cast<int>(text.size()), bytes);

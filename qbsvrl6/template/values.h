@@ -1,4 +1,4 @@
-// How single values are written in a template: one codec a kind of value, with the range that it allows.
+// How single values are written in a template: one codec per type of value, with the range that it allows.
 //
 //   length  = number ( "mm" | "cm" | "in" | "pt" )
 //   edges   = length | length " " length " " length " " length      (left, top, right, bottom)
@@ -21,27 +21,28 @@
 
 namespace qbsvrl6 {
 
-// A text that isn't a value of its kind; what() says what would be one: "a length like \"12.5mm\"".
+// A text that is not a value of its type; what() describes one: "a length like \"12.5mm\"".
 class ValueFault : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
 // Each codec has `Value read(std::string_view) const`, which raises ValueFault, and
-// `std::string write(const Value&) const`; what was written reads as the same value.
+// `std::string write(const Value&) const`; a written value reads as the same value.
 
 struct TextCodec {
     std::u16string read(std::string_view text) const;
     std::string write(const std::u16string& value) const;
 };
 
-// An expression, and a text with placeholders: checked for faults of their grammar, kept as they are written.
-// Names and scopes are looked up when the report is exported.
 // What is wrong with an expression, without the expression.
 std::string expressionFault(const EngineError& error);
 
+// An expression, and a text with placeholders: only their grammar is checked, and the text is not changed.
+// Names and scopes are resolved when the report is exported.
+
 struct ExpressionCodec {
-    bool mayBeBlank = true;  // which is as if it weren't there
-    bool knowsPage = true;   // false: it chooses or orders rows, before there are pages
+    bool mayBeBlank = true;  // a blank one is the same as none
+    bool knowsPage = true;   // false: it selects or sorts rows, before there are pages
 
     std::u16string read(std::string_view text) const;
     std::string write(const std::u16string& value) const;
@@ -69,7 +70,7 @@ struct NumberCodec {
     std::string write(double value) const;
 };
 
-// Numbers apart by blanks.
+// Numbers separated by spaces.
 struct NumberListCodec {
     std::vector<double> read(std::string_view text) const;
     std::string write(const std::vector<double>& values) const;
@@ -111,7 +112,7 @@ struct Word {
 
 std::string wordsFault(std::span<const std::string_view> words);
 
-// One of a few words, each of which stands for a value.
+// One of a few words, each with its value.
 template <class Enum>
 struct WordCodec {
     std::span<const Word<Enum>> words;
@@ -124,7 +125,7 @@ struct WordCodec {
         }
         throw ValueFault(wordsFault(known));
     }
-    // A value without a word (the C interface passes any number on) is written as the first one.
+    // A value without a word (the C interface accepts any number) is written as the first one.
     std::string write(Enum value) const {
         for (const Word<Enum>& word : words) {
             if (word.value == value) return std::string(word.text);

@@ -16,7 +16,7 @@ const T& valueOf(const T& item) {
     return item;
 }
 template <class T>
-const T& valueOf(const std::unique_ptr<T>& item) {
+const T& valueOf(const Owned<T>& item) {
     return *item;
 }
 
@@ -96,7 +96,7 @@ public:
     }
 
     template <class T, class Describe>
-    void pointer(const char* name, const std::unique_ptr<T>& value, Describe&& describe) {
+    void pointer(const char* name, const Owned<T>& value, Describe&& describe) {
         if (value) always(name, [&](WriteElement& element) { describe(element, *value); });
     }
 
@@ -122,7 +122,7 @@ public:
     void bytes(const char* name, const std::string& value);
     void controls(const ControlList& list);
     void cell(const char* name, const Control& control);
-    void nestedReport(const char* name, const std::unique_ptr<Report>& report);
+    void nestedReport(const char* name, const Owned<Report>& report);
     void checkReferences(const ReportDefinition&) {}
     void refuseChildren(std::initializer_list<const char*>, const char*) {}
 
@@ -157,7 +157,7 @@ private:
     int depth_;
     const char* name_;
     int reportDepth_;
-    std::size_t bare_ = 0;  // the output's size behind the element's name
+    std::size_t bare_ = 0;  // the output's size after the element's name
     bool hasContent_ = false;
 };
 
@@ -233,7 +233,7 @@ void WriteElement::cell(const char* name, const Control& control) {
     });
 }
 
-void WriteElement::nestedReport(const char* name, const std::unique_ptr<Report>& report) {
+void WriteElement::nestedReport(const char* name, const Owned<Report>& report) {
     child(name, [&](WriteElement& element) {
         if (++element.reportDepth_ > limits::kSubReportDepth) {
             throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +

@@ -253,7 +253,7 @@ TEST(Expression, TellsFaultsWithTheirColumn) {
             ADD_FAILURE() << shown << " was accepted";
         } catch (const EngineError& error) {
             EXPECT_EQ(error.code(), ErrorCode::BadExpression) << shown;
-            EXPECT_EQ(error.place().column, fault.column) << shown << ": " << error.what();
+            EXPECT_EQ(error.place().position.column, fault.column) << shown << ": " << error.what();
         }
     }
 }

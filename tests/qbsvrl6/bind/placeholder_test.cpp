@@ -133,7 +133,8 @@ TEST(Placeholder, TellsFaultsWithTheirColumnInTheText) {
             ADD_FAILURE() << toUtf8(fault.text) << " was accepted";
         } catch (const EngineError& error) {
             EXPECT_EQ(error.code(), ErrorCode::BadExpression) << toUtf8(fault.text);
-            EXPECT_EQ(error.place().column, fault.column) << toUtf8(fault.text) << ": " << error.what();
+            EXPECT_EQ(error.place().position.column, fault.column)
+                << toUtf8(fault.text) << ": " << error.what();
         }
     }
 }

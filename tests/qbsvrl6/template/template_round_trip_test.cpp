@@ -51,7 +51,11 @@ TEST(TemplateRoundTrip, KeepsEverything) {
 
 TEST(TemplateRoundTrip, CopiesKeepEverything) {
     const std::string file = contents(kEverything);
-    EXPECT_EQ(writeTemplate(cloneDefinition(readTemplate(file, "everything"))), file);
+    const auto original = std::make_unique<ReportDefinition>(readTemplate(file, "everything"));
+    ReportDefinition copy = *original;
+    // The copy shares nothing that can change.
+    for (Control* control : allControls(*original)) *control = {};
+    EXPECT_EQ(writeTemplate(copy), file);
 }
 
 std::vector<std::string> samples() {
