@@ -161,25 +161,6 @@ TEST_F(ExportTasks, PrintAdaptPassesOverAReportWithoutGrid) {
     EXPECT_TRUE(WrittenFiles().empty());
 }
 
-// The workers that no table row reaches with these arguments, in their batch forms.
-TEST_F(ExportTasks, WorkersOnTheGlobalReport) {
-    Report = LoadedReport();
-    EXPECT_EQ(Output([&] {
-                  TaskExportCell(L"t.qbf", L"n", QBExportType_HTM, true, true, false);
-                  DoTaskExportImgPng(L"t.qbf", L"n", true);
-                  DoTaskExportPDFPrintAdapt(L"t.qbf", L"n", QBColumnPrintAdaptMethod_Wrap, "Own");
-                  DoSaveBinaryObject(nullptr, L"t.qbf", L"", "Nothing");
-              }),
-              "Export AsEntireTable OnlyDetail  .htm 't.qbf' succeeded.\n"
-              "Export .png(AllinOne) 't.qbf' succeeded.\n"
-              "Export Own to PDF 't.qbf' succeeded.\n"
-              "Export Nothing 't.qbf' failed.\n");
-    EXPECT_EQ(Calls().find("QBE2CellOptionSetOnlyExportDetailGrid"), std::string::npos);
-    EXPECT_EQ(WrittenFiles(),
-              (std::vector<std::string>{"auto/htm-one-table/n.htm", "auto/img-png-allin/n.png",
-                                        "auto/pdf_adapt/nOwn.pdf"}));
-}
-
 TEST_F(ExportTasks, AnUnwritableFileEndsTheTaskWithoutALine) {
     WriteFile(scratch.path / "out/auto/xls", "a file where the directory should be");
     tagQBReport* report = LoadedReport();

@@ -150,42 +150,6 @@ TEST_F(Samples, AChartWithoutDataEndsTheProcess) {
     EXPECT_DEATH(TestChartLoadDataFromURL(), "QBReportExtractXMLFromURL gave no text");
 }
 
-TEST_F(Samples, NumbersAndBarcodes) {
-    EXPECT_EQ(Output(TestFormat), "0.000000 foramtted by #,##0.00;;# is 一个数\n");
-    EXPECT_EQ(Calls(),
-              "QBReportCreate() = report1\nQBReportGetUtility(report1)\n"
-              "QBUtilityNumberFormat(report1.utility, \"#,##0.00;;#\", 0)\nQBReportRelease(report1)\n");
-    Begin();
-
-    const std::string kGs1 = "\"(01)03453120000011(17)120508(10)ABCD1234(410)9501101020917\"";
-    const std::pair<int, std::string> kRequests[] = {
-        {1, "\"123456\""},
-        {25, "\"190419\""},
-        {25, "\"(11)190419\""},
-        {52, "\"Quillbrook 可用于C/S报表与WEB报表，开发桌面报表与WEB报表共享相同的开发知识与资源\""},
-        {50,
-         "\"Quillbrook "
-         "可用于开发桌面C/S报表与WEB报表(B/S报表)，开发桌面报表与WEB报表共享相同的开发知识与资源\""},
-        {51, "\"Quillbrook is the best report tools,larkspur(2003-2010)\""},
-        {53, kGs1},
-        {54, kGs1},
-        {25, "\"(01)26932992101633(11)190419(17)220410(91)09A(21)0001\""},
-    };
-    std::string lines, calls;
-    for (const auto& [type, text] : kRequests) {
-        const std::string request = R"({"codepage":65001,"requireShowText":true,"text":)" + text +
-                                    R"(,"type":)" + std::to_string(type) + "}";
-        lines += "params=" + request + ", graph=<svg>条码</svg>\n";
-        calls += "QBGenerateBarcodeGraph(\"" + request + "\")\n";
-    }
-    EXPECT_EQ(Output(TestBarcode), lines);
-    EXPECT_EQ(Calls(), calls);
-    EXPECT_EQ(
-        Output([] { EXPECT_EQ(GenBarcodeGraphText(QBBarcodeType_Digits, L"a\"b"), L"<svg>条码</svg>"); }),
-        R"(params={"codepage":65001,"requireShowText":true,"text":"a\"b","type":1}, graph=<svg>条码</svg>)"
-        "\n");
-}
-
 // A text that the engine doesn't give is an exception that nothing catches, ahead of any further line.
 TEST_F(Samples, NullTextsRaise) {
     const struct {

@@ -85,33 +85,6 @@ TEST(RowView, AggregatesInAnyOrderOfRows) {
     }
 }
 
-TEST(RowView, FindsGroups) {
-    Orders orders;
-    RowView view(orders.binding, {}, 0);
-    ASSERT_EQ(view.rowCount(), 5u);
-    const int starting[] = {0, 2, 1, 0, 1};  // a new city starts a new kind, though its kind is the same
-    for (std::size_t row = 0; row < 5; ++row) EXPECT_EQ(view.startingLevel(row), starting[row]) << row;
-    EXPECT_EQ(view.group(0, 2), (RowRange{0, 3}));
-    EXPECT_EQ(view.group(1, 1), (RowRange{0, 2}));
-    EXPECT_EQ(view.group(1, 4), (RowRange{4, 5}));
-}
-
-TEST(RowView, FiltersByParameters) {
-    ReportDefinition report = ordersReport();
-    report.grid->filter = u"Count >= Limit and City = Where";
-    DataSet data = readData(kOrders, "orders");
-    const SubReportParameter passed[] = {{u"Where", u""}};
-    Binding binding(report, {&data, data.table(u""), nullptr}, passed);
-    const Expression sum = binding.compile(u"Sum(Count)");
-    const Expression count = binding.compile(u"Count");
-    const OwnedValue where(makeText(u"北京"));
-    RowView view(binding, {&where, 1}, 0);
-    EXPECT_EQ(view.rowCount(), 2u);
-    EXPECT_EQ(view.evaluate(sum, {}).number.toDouble(), 8);
-    EXPECT_EQ(view.evaluate(count, {}).number.toDouble(), 3);
-    EXPECT_EQ(view.startingLevel(0), 0);
-}
-
 // The rows, by their numbers, that the filter keeps where p has the value.
 std::vector<double> keptRows(const DataSet& data, const std::u16string& filter, const Value& p,
                              const std::vector<Field>& fields) {
@@ -163,11 +136,6 @@ TEST(RowView, FiltersByIndexAsByLooking) {
             }
         }
     }
-}
-
-TEST(RowView, HasNoRows) {
-    Orders orders(ordersReport(), "[]");
-    EXPECT_EQ(orders.show(u"[City][Sum(Count)][Average(Count)]-[RowNumber][Count(*)][Limit]"), "0-03");
 }
 
 // As numbers of sums, comparisons and formats.

@@ -45,7 +45,8 @@ def dump_pdf(path):
         stream = stream.rpartition(b"\nendstream")[0]
         if re.fullmatch(rb"\d+ 0 obj\n\d+\nendobj", part):
             continue  # a stream's length
-        print(" ".join(head.removesuffix(b"endobj").decode("latin-1").split()))
+        head = re.sub(r"(?<=/)[A-Z]{6}\+|/Length1 \d+", "", head.removesuffix(b"endobj").decode("latin-1"))
+        print(" ".join(head.split()))
         if stream:
             print(stream.strip().decode() if is_text(stream) else "(binary)")
 

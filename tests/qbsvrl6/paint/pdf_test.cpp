@@ -136,35 +136,6 @@ Document table(int rows, const ResolvedStyle& style) {
     return document;
 }
 
-TEST(Pdf, TablesReadRowByRow) {
-    const ResolvedStyle style = handmade::style();
-    const TemporaryFile file("a.pdf", write(table(81, style)));
-    checked(file);
-    std::istringstream lines(textOf(file, "-layout"));
-    std::string line;
-    for (int row = 0; row < 81; ++row) {
-        do {
-            ASSERT_TRUE(std::getline(lines, line)) << row;
-        } while (line.find_first_not_of(' ') == std::string::npos);
-        std::istringstream words(line);
-        const std::string number = std::to_string(row);
-        for (const std::string& expected :
-             {"v" + number + ".0", "名称" + number + ".1", "v" + number + ".2"}) {
-            std::string word;
-            words >> word;
-            EXPECT_EQ(word, expected);
-        }
-    }
-}
-
-TEST(Pdf, EqualInputGivesEqualBytes) {
-    const ResolvedStyle style = handmade::style();
-    const std::string once = write(table(100, style));
-    EXPECT_EQ(once, write(table(100, style)));
-    const std::string other = write(table(101, style));
-    EXPECT_NE(once.substr(once.find("/ID")), other.substr(other.find("/ID")));
-}
-
 TEST(Pdf, PagesHangOnATree) {
     const ResolvedStyle style = handmade::style();
     for (const int pages : {0, 1, 64, 65, 200}) {  // a document without pages gets an empty one
@@ -178,65 +149,6 @@ TEST(Pdf, PagesHangOnATree) {
     }
     EXPECT_EQ(textOf(TemporaryFile("a.pdf", write(table(200 * 40, style))), "-f 200 -l 200").substr(0, 7),
               "v7960.0");
-}
-
-TEST(Pdf, InformationBookmarksAndLinks) {
-    const ResolvedStyle style = handmade::style();
-    Document document;
-    document.options.info = {u"标题 Title", u"A (B) \\ C", u"", u"k"};
-    document.pages.resize(2);
-    const auto add = [&](std::size_t page, const char16_t* bookmark, int level, bool repeated) {
-        Band band = bandOf(handmade::text({10'000, 0, 100'000, 10'000}, u"x", style));
-        band.bookmark = bookmark;
-        band.groupLevel = level;
-        band.repeated = repeated;
-        std::get<TextItem>(band.items[0].content).link = u"https://example.com/中?a=(1)&b=%20";
-        document.pages[page].push_back(std::move(band));
-    };
-    add(0, u"华北", 0, false);
-    add(0, u"北京", 1, false);
-    add(0, u"天津", 1, false);
-    add(1, u"华北", 0, true);
-    add(1, u"East", 0, false);
-    const TemporaryFile file("a.pdf", write(std::move(document)));
-    checked(file);
-    const std::string info = programs::run("pdfinfo " + file.path()).output;
-    EXPECT_NE(info.find("Title:           标题 Title\n"), std::string::npos) << info;
-    EXPECT_NE(info.find("Author:          A (B) \\ C\n"), std::string::npos) << info;
-    EXPECT_EQ(info.find("Date"), std::string::npos) << info;
-    const std::string objects = plain(file);
-    EXPECT_EQ(countOf(objects, "/Dest"), 4u);
-    EXPECT_EQ(countOf(objects, "/Count -2"), 1u);
-    EXPECT_EQ(countOf(objects, "/URI (https://example.com/%E4%B8%AD?a=\\(1\\)&b=%20)"), 5u);
-    EXPECT_NE(objects.find("/Lang (zh-CN)"), std::string::npos);
-}
-
-TEST(Pdf, PendingTextsAppearOnTheirPages) {
-    ResolvedStyle style = handmade::style();
-    style.border.top = {200, {}};
-    Document document = table(120, style);
-    document.settled = u"第 1 页，共 3 页";
-    for (const std::size_t page : {0u, 2u}) {
-        Item item = handmade::text({10'000, 0, 100'000, 10'000}, u"", style);
-        std::get<TextItem>(item.content).pending = true;
-        document.pages[page].push_back(bandOf(std::move(item)));
-    }
-    const TemporaryFile file("a.pdf", write(std::move(document)));
-    checked(file);
-    for (int page = 1; page <= 3; ++page) {
-        const std::string number = std::to_string(page);
-        EXPECT_EQ(countOf(textOf(file, "-f " + number + " -l " + number), "共 3 页"), page == 2 ? 0u : 1u);
-    }
-}
-
-TEST(Pdf, WatermarkIsSeenAndNotRead) {
-    const ResolvedStyle style = handmade::style();
-    Document document = table(1, style);
-    document.options.watermark.text = u"机密";
-    const TemporaryFile file("a.pdf", write(std::move(document)));
-    checked(file);
-    EXPECT_EQ(textOf(file), "v0.0\n\n名称0.1\n\nv0.2");
-    EXPECT_NE(programs::run("pdffonts " + file.path()).output.find("NotoSans"), std::string::npos);
 }
 
 TEST(Pdf, WholeFontsAreEmbeddedOnRequest) {
