@@ -76,9 +76,10 @@ public:
 
     int m_Kind;                  // a NumericKind
     ClkFormatAnalyser m_Normal;  // the first section, and the only one that kinds other than 0 and 1 read
-    std::unique_ptr<ClkFormatAnalyser>
-        m_Negative;                             // for values below zero, which keep their sign; may be null
-    std::unique_ptr<ClkFormatAnalyser> m_Zero;  // for values that would show as zero; may be null
+    // For values below zero, which keep their sign; may be null.
+    std::unique_ptr<ClkFormatAnalyser> m_Negative;
+    // For values that would show as zero; may be null.
+    std::unique_ptr<ClkFormatAnalyser> m_Zero;
     std::unique_ptr<ClkIntEnumAnalyser> m_IntEnum;  // set for kind 4
 
     ClkNumericFormatParser() { DefaultMe(); }

@@ -46,10 +46,9 @@ struct LateItem {
     PlannedControl* control = nullptr;
     PlannedText* text = nullptr;  // the control's, where it isn't known yet
     LatePosition textAt;
-    std::vector<LateCondition>
-        visibleWhen;  // shown where all hold: the control's, and those of what is around it
-    std::optional<LatePosition>
-        contentAt;  // of the content's other texts (ContentTexts); none: they are known
+    // All must be true for the item to be shown: the control's condition, and those of what is around it.
+    std::vector<LateCondition> visibleWhen;
+    std::optional<LatePosition> contentAt;     // of the content's other texts (ContentTexts); none: known
     const ReportDefinition* styles = nullptr;  // of the control's late conditional styles; null: it has none
     LatePosition at;                           // of the conditions of the styles
 };
