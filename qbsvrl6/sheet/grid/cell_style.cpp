@@ -49,71 +49,61 @@ bool wraps(const Item& item) {
            });
 }
 
-int StyleTable::idOf(const Cell& cell, const SheetLook& look) {
-    const ResolvedStyle* resolved = &kDefaultStyle;
-    const TextItem* text = nullptr;
-    if (cell.item != nullptr) {
-        if (cell.item->style != nullptr) resolved = cell.item->style;
-        text = std::get_if<TextItem>(&cell.item->content);
-    }
-    const double fontSize = text != nullptr ? text->fontSize : resolved->fontSize;
-    const Color color = text != nullptr && text->color ? *text->color : resolved->color;
-    const bool isWrapped = text != nullptr && !look.isNumber && wraps(*cell.item);
-    // Pictures and drawings have their places in themselves.
-    const bool isPadded = cell.item == nullptr || text != nullptr;
+StyleTable::Source StyleTable::sourceOf(const Cell& cell, const SheetFormat& format) {
+    const bool isStyled = cell.item != nullptr && cell.item->style != nullptr;
+    const TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
+    Source source;
+    source.style = isStyled ? cell.item->style : &kDefaultStyle;
+    source.fontSize = text != nullptr ? text->fontSize : source.style->fontSize;
+    source.color = text != nullptr && text->color ? *text->color : source.style->color;
+    source.background = cell.background;
+    source.border = cell.border;
+    source.wraps = text != nullptr && !format.isNumber && wraps(*cell.item);
+    // Pictures and drawings contain their padding.
+    source.isPadded = cell.item == nullptr || text != nullptr;
+    source.format = format;
+    return source;
+}
 
-    std::size_t slot = reinterpret_cast<std::uintptr_t>(resolved) + (isWrapped ? 1 : 0);
+CellStyle StyleTable::styleOf(const Source& source) {
+    const ResolvedStyle& resolved = *source.style;
+    CellStyle style;
+    style.fontFamily = resolved.fontFamily;
+    style.fontSize = source.fontSize;
+    style.bold = resolved.bold;
+    style.italic = resolved.italic;
+    style.underline = resolved.underline;
+    style.color = source.color;
+    style.background = source.background;
+    style.border = source.border;
+    style.rotation = resolved.rotation;
+    style.indent = source.format.indent;
+    style.lineSpacing = resolved.lineSpacing;
+    style.verticalAlign = VerticalAlign::Top;
+    if (source.isPadded) {
+        style.align = resolved.align;
+        style.verticalAlign = source.format.verticalAlign.value_or(resolved.verticalAlign);
+        style.padding = resolved.padding;
+    }
+    style.wraps = source.wraps;
+    style.isNumber = source.format.isNumber;
+    style.numberFormat = source.format.numberFormat;
+    return style;
+}
+
+int StyleTable::idOf(const Cell& cell, const SheetFormat& format) {
+    Source source = sourceOf(cell, format);
+    std::size_t slot = reinterpret_cast<std::uintptr_t>(source.style) + (source.wraps ? 1 : 0);
     mixHash(slot,
             static_cast<std::size_t>(cell.column) + (cell.background ? packed(*cell.background) << 16 : 0));
     Answer& answer = answers_[slot >> 56];
     static_assert(std::tuple_size_v<decltype(answers_)> == 256);
-    const Key& known = answer.key;
-    if (answer.id >= 0 && known.style == resolved && known.fontSize == fontSize && known.color == color &&
-        known.background == cell.background && known.border == cell.border && known.wraps == isWrapped &&
-        known.isPadded == isPadded && known.isNumber == look.isNumber && known.indent == look.indent &&
-        known.verticalAlign == look.verticalAlign && known.numberFormat == look.numberFormat) {
-        return answer.id;
-    }
-    CellStyle style;
-    style.fontFamily = resolved->fontFamily;
-    style.fontSize = fontSize;
-    style.bold = resolved->bold;
-    style.italic = resolved->italic;
-    style.underline = resolved->underline;
-    style.color = color;
-    style.background = cell.background;
-    style.border = cell.border;
-    style.rotation = resolved->rotation;
-    style.indent = look.indent;
-    style.lineSpacing = resolved->lineSpacing;
-    style.verticalAlign = VerticalAlign::Top;
-    if (isPadded) {
-        style.align = resolved->align;
-        style.verticalAlign = look.verticalAlign.value_or(resolved->verticalAlign);
-        style.padding = resolved->padding;
-    }
-    style.wraps = isWrapped;
-    style.isNumber = look.isNumber;
-    style.numberFormat = look.numberFormat;
-    answer.id = idOf(std::move(style));
-    answer.key = {resolved,
-                  fontSize,
-                  color,
-                  cell.background,
-                  cell.border,
-                  isWrapped,
-                  isPadded,
-                  look.isNumber,
-                  look.indent,
-                  look.verticalAlign,
-                  std::u16string(look.numberFormat)};
-    return answer.id;
-}
-
-int StyleTable::idOf(CellStyle style) {
-    const auto [entry, isNew] = ids_.try_emplace(std::move(style), static_cast<int>(styles_.size()));
+    if (answer.id >= 0 && answer.source == source) return answer.id;
+    const auto [entry, isNew] = ids_.try_emplace(styleOf(source), static_cast<int>(styles_.size()));
     if (isNew) styles_.push_back(&entry->first);
-    return entry->second;
+    source.format.numberFormat = entry->first.numberFormat;  // which lives as long as the table
+    answer = {source, entry->second};
+    return answer.id;
 }
 
 }  // namespace qbsvrl6

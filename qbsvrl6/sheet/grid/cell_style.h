@@ -1,4 +1,4 @@
-// Looks of cells, each held once.
+// Styles of cells, each held once.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_STYLE_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_STYLE_H
 
@@ -35,28 +35,28 @@ struct CellStyleHash {
     std::size_t operator()(const CellStyle& style) const;
 };
 
-// Whether the cell's text stands on several lines.
+// Whether the item's text has several lines.
 bool wraps(const Item& item);
 
-// What a spreadsheet makes of a cell's value and place.
-struct SheetLook {
+// What a spreadsheet adds to a cell's style, by the cell's value and position.
+struct SheetFormat {
     bool isNumber = false;
     std::u16string_view numberFormat;
     int indent = 0;
-    std::optional<VerticalAlign> verticalAlign;  // instead of the style's
+    std::optional<VerticalAlign> verticalAlign;  // replaces the style's
+    bool operator==(const SheetFormat&) const = default;
 };
 
 class StyleTable {
 public:
-    // The number of the cell's look, counted from 0 in the order of appearance.
-    int idOf(const Cell& cell, const SheetLook& look = {});
+    // The number of the cell's style, counted from 0 in the order of first use.
+    int idOf(const Cell& cell, const SheetFormat& format = {});
 
     const std::vector<const CellStyle*>& styles() const { return styles_; }
 
 private:
-    // What a cell's look depends on. Rows repeat the looks of the row before, column by column, so that the
-    // last answers stand in a small table by style and column.
-    struct Key {
+    // What a cell's style depends on. It refers to the number format.
+    struct Source {
         const ResolvedStyle* style = nullptr;
         double fontSize = 0;
         Color color;
@@ -64,18 +64,18 @@ private:
         Border border;
         bool wraps = false;
         bool isPadded = true;
-        bool isNumber = false;
-        int indent = 0;
-        std::optional<VerticalAlign> verticalAlign;
-        std::u16string numberFormat;
-        bool operator==(const Key&) const = default;
+        SheetFormat format;
+        bool operator==(const Source&) const = default;
     };
+    // Rows repeat the styles of the row before, column by column, so that the last answers are kept in a small
+    // table by style and column.
     struct Answer {
-        Key key;
+        Source source;
         int id = -1;
     };
 
-    int idOf(CellStyle style);
+    static Source sourceOf(const Cell& cell, const SheetFormat& format);
+    static CellStyle styleOf(const Source& source);
 
     std::unordered_map<CellStyle, int, CellStyleHash> ids_;
     std::vector<const CellStyle*> styles_;  // keys of ids_

@@ -40,8 +40,8 @@ bool showsNothing(const Item& item) {
 
 }  // namespace
 
-RtfTable::RtfTable(const CellGrid& grid, Micrometres left, bool floatsInCells)
-    : left_(twips(left)), floatsInCells_(floatsInCells) {
+RtfTable::RtfTable(const CellGrid& grid, Micrometres left, bool overlaysInCells)
+    : left_(twips(left)), overlaysInCells_(overlaysInCells) {
     Micrometres edge = left;
     for (int column = 0; column < grid.columnCount(); ++column) {
         edge += grid.columnWidth(column);
@@ -95,7 +95,7 @@ void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repea
             } else if (slot.cell->rowSpan > 1) {
                 out += "\\clvmgf";
             }
-            out += looks_.frame(*slot.cell);
+            out += entries_.frame(*slot.cell);
         }
         appendCommand(out, "\\cellx", edges_[static_cast<std::size_t>(slot.columnEnd) - 1]);
     }
@@ -103,16 +103,16 @@ void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repea
 }
 
 void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWriter& text) {
-    const std::size_t host = row.floats.empty() || !floatsInCells_ ? slots_.size() : hostOfFloats();
+    const std::size_t host = row.overlays.empty() || !overlaysInCells_ ? slots_.size() : hostOfOverlays();
     int left = left_;
     for (std::size_t i = 0; i < slots_.size(); ++i) {
         const Slot& slot = slots_[i];
         const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn ||
                              showsNothing(*slot.cell->item);
-        out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : looks_.paragraph(*slot.cell);
-        if (!isEmpty && hasOwnDirection(*slot.cell->item)) out += looks_.associated(*slot.cell);
+        out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : entries_.paragraph(*slot.cell);
+        if (!isEmpty && hasOwnDirection(*slot.cell->item)) out += entries_.associated(*slot.cell);
         if (i == host) {
-            for (const Floating& floating : row.floats) appendFloat(out, floating, left);
+            for (const Overlay& overlay : row.overlays) appendOverlay(out, overlay, left);
         }
         if (!isEmpty) appendContent(out, *slot.cell->item, text);
         out += "\\cell\n";
@@ -121,28 +121,28 @@ void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWrite
 }
 
 // A free cell, whose paragraph stands at the top, if there is one.
-std::size_t RtfTable::hostOfFloats() const {
+std::size_t RtfTable::hostOfOverlays() const {
     const auto free =
         std::find_if(slots_.begin(), slots_.end(), [](const Slot& slot) { return slot.cell == nullptr; });
     return free == slots_.end() ? 0 : static_cast<std::size_t>(free - slots_.begin());
 }
 
-int RtfTable::columnLeft(const Floating& floating) const {
-    return floating.column == 0 ? left_ : edges_[static_cast<std::size_t>(floating.column) - 1];
+int RtfTable::columnLeft(const Overlay& overlay) const {
+    return overlay.column == 0 ? left_ : edges_[static_cast<std::size_t>(overlay.column) - 1];
 }
 
 // Counted from the cell that it hangs on.
-void RtfTable::appendFloat(std::string& out, const Floating& floating, int cellLeft) {
-    const Rect box = pictureBox(*floating.item);
-    appendShape(out, *floating.item, columnLeft(floating) - cellLeft + twips(floating.x + box.x),
-                twips(floating.y + box.y), "\\shpbxcolumn\\shpbypara\\shpwr3\\shpfblwtxt0");
+void RtfTable::appendOverlay(std::string& out, const Overlay& overlay, int cellLeft) {
+    const Rect box = pictureBox(*overlay.item);
+    appendShape(out, *overlay.item, columnLeft(overlay) - cellLeft + twips(overlay.x + box.x),
+                twips(overlay.y + box.y), "\\shpbxcolumn\\shpbypara\\shpwr3\\shpfblwtxt0");
 }
 
-void RtfTable::appendFloats(std::string& out, const CellRow& row, Micrometres margin, Micrometres top) {
-    for (const Floating& floating : row.floats) {
-        const Rect box = pictureBox(*floating.item);
-        appendShape(out, *floating.item, twips(margin) + columnLeft(floating) + twips(floating.x + box.x),
-                    twips(top + floating.y + box.y), "\\shpbxpage\\shpbypage\\shpwr3\\shpfblwtxt0");
+void RtfTable::appendOverlays(std::string& out, const CellRow& row, Micrometres margin, Micrometres top) {
+    for (const Overlay& overlay : row.overlays) {
+        const Rect box = pictureBox(*overlay.item);
+        appendShape(out, *overlay.item, twips(margin) + columnLeft(overlay) + twips(overlay.x + box.x),
+                    twips(top + overlay.y + box.y), "\\shpbxpage\\shpbypage\\shpwr3\\shpfblwtxt0");
     }
 }
 

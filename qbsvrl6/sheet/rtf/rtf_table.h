@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/sheet/rtf/rtf_look.h"
+#include "qbsvrl6/sheet/rtf/rtf_styles.h"
 #include "qbsvrl6/sheet/workbook/drawing_picture.h"
 
 namespace qbsvrl6 {
@@ -19,18 +19,18 @@ public:
 
     // `left` is the grid's left edge, from the page's margin. What floats hangs on a cell of its row, or is
     // left out of the rows.
-    RtfTable(const CellGrid& grid, Micrometres left, bool floatsInCells);
+    RtfTable(const CellGrid& grid, Micrometres left, bool overlaysInCells);
 
     // The rows of one band. Rows that repeat stand again on each page; they must be their table's first.
     void append(std::string& out, std::span<const CellRow> rows, bool repeats, const TextWriter& text);
 
-    // What floats above the row, for a paragraph outside of tables: in its place on the page, from the page's
+    // What overlays the row, for a paragraph outside of tables: in its place on the page, from the page's
     // left margin and the row's top.
-    void appendFloats(std::string& out, const CellRow& row, Micrometres margin, Micrometres top);
+    void appendOverlays(std::string& out, const CellRow& row, Micrometres margin, Micrometres top);
     // A picture below the texts of its page, from the paper's corner.
     void appendBackdrop(std::string& out, const Item& item);
 
-    const RtfLooks& looks() const { return looks_; }
+    const RtfStyles& styles() const { return entries_; }
 
 private:
     // One cell of a row's definition.
@@ -48,18 +48,18 @@ private:
     void findSlots(const CellRow& row);
     void appendDefinition(std::string& out, const CellRow& row, bool repeats);
     void appendCells(std::string& out, const CellRow& row, const TextWriter& text);
-    std::size_t hostOfFloats() const;
-    int columnLeft(const Floating& floating) const;
-    void appendFloat(std::string& out, const Floating& floating, int cellLeft);
+    std::size_t hostOfOverlays() const;
+    int columnLeft(const Overlay& overlay) const;
+    void appendOverlay(std::string& out, const Overlay& overlay, int cellLeft);
     void appendShape(std::string& out, const Item& item, int left, int top, const char* anchor);
     void appendContent(std::string& out, Item& item, const TextWriter& text);
     void appendPicture(std::string& out, const Item& item);
     void appendBytes(std::string& out, const Item& item, std::uint32_t number);
 
     int left_;
-    bool floatsInCells_;
+    bool overlaysInCells_;
     std::vector<int> edges_;  // right edge of each column
-    RtfLooks looks_;
+    RtfStyles entries_;
     PictureList pictures_;
     std::vector<Below> below_;  // by column
     std::vector<Slot> slots_;

@@ -102,19 +102,19 @@ private:
         stream_.breathe();
     }
 
-    // What floats above the rows, which begin below `top` and move it to their end.
+    // What overlays the rows, which begin below `top` and move it to their end.
     void appendShapes(std::string& out, std::span<const CellRow> rows, Micrometres& top) {
         for (const CellRow& row : rows) {
             top += row.gap;
-            table_.appendFloats(out, row, options_.page.margins.left, top);
+            table_.appendOverlays(out, row, options_.page.margins.left, top);
             top += row.height;
         }
     }
 
     void appendText(std::string& out, Item& item) {
         if (isPending(item)) {
-            open({false, late_.size()});
-            late_.push_back(std::move(item));
+            open({false, pending_.size()});
+            pending_.push_back(std::move(item));
         } else {
             appendItemText(out, item);
         }
@@ -127,7 +127,7 @@ private:
         }
         const std::vector<std::string> pages = pageBeginnings();
         output_ += "{\\rtf1\\ansi\\ansicpg1252\\uc1\\deff0\n";
-        table_.looks().appendTables(output_);
+        table_.styles().appendTables(output_);
         appendInfo(output_);
         appendPaper(output_);
         stream_.moveTo(output_, [&](std::size_t number, std::string& out) {
@@ -135,8 +135,8 @@ private:
             if (place.isPage) {
                 out += pages[place.index];
             } else {
-                pending.settle(late_[place.index]);
-                appendItemText(out, late_[place.index]);
+                pending.settle(pending_[place.index]);
+                appendItemText(out, pending_[place.index]);
             }
         });
         // The last paragraph, which must not make a page of its own.
@@ -301,11 +301,11 @@ private:
     TextStream stream_;
     std::vector<OpenPlace> places_;  // by the stream's marks
     std::vector<PageHeaderFooter> pages_;
-    std::vector<std::string> shapes_;  // what floats on each page
+    std::vector<std::string> shapes_;  // overlays of each page
     Micrometres top_ = 0;              // of the next row on the page under way
     bool hasHeader_ = false;           // of any section so far
     bool hasFooter_ = false;
-    std::vector<Item> late_;
+    std::vector<Item> pending_;
     Micrometres headerHeight_ = 0;  // of the page under way
     Part part_ = Part::None;
 };

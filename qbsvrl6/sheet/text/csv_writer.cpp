@@ -126,7 +126,7 @@ private:
             if (cell.item == nullptr) continue;
             if (isPending(*cell.item)) {
                 stream_.mark();
-                late_.push_back(std::move(*cell.item));
+                pending_.push_back(std::move(*cell.item));
             } else if (!rawValues_ || !appendRawValue(stream_.text(), *cell.item)) {
                 appendField(stream_.text(), textOf(*cell.item));
             }
@@ -137,15 +137,15 @@ private:
 
     void close(PendingTexts& pending) override {
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
-            pending.settle(late_[place]);
-            appendField(out, std::get<TextItem>(late_[place].content).text);
+            pending.settle(pending_[place]);
+            appendField(out, std::get<TextItem>(pending_[place].content).text);
         });
     }
 
     bool rawValues_;
     std::string& output_;
     TextStream stream_;
-    std::vector<Item> late_;
+    std::vector<Item> pending_;
 };
 
 }  // namespace

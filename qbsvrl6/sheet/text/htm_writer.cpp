@@ -238,12 +238,12 @@ private:
     void writePart(Part part, const Band& band, std::span<const CellRow> rows) {
         if (rows.empty()) return;
         enter(part, rows.front().gap);
-        hangFloats(rows);
+        attachOverlays(rows);
         for (std::size_t row = 0; row < rows.size(); ++row) {
             if (row > 0 || !partIsNew_) writeGap(rows[row].gap);
             partIsNew_ = false;
-            floats_ = {};
-            if (!floatsOf_.empty()) floats_ = floatsOf_[row];
+            overlays_ = {};
+            if (!overlaysOf_.empty()) overlays_ = overlaysOf_[row];
             writeRow(band, rows[row]);
         }
     }
@@ -340,10 +340,10 @@ private:
 
     // What lies above the cells hangs on a cell of the row in which it begins, or of the nearest one above
     // that has any: where rows wrap, it stays with what is around it.
-    void hangFloats(std::span<const CellRow> rows) {
-        floatsOf_.clear();
-        if (rows.front().floats.empty()) return;
-        floatsOf_.resize(rows.size());
+    void attachOverlays(std::span<const CellRow> rows) {
+        overlaysOf_.clear();
+        if (rows.front().overlays.empty()) return;
+        overlaysOf_.resize(rows.size());
         std::vector<int> free(rows.size(), grid().columnCount());  // of cells from above
         std::vector<Micrometres> tops(rows.size(), 0);
         for (std::size_t row = 0; row < rows.size(); ++row) {
@@ -353,25 +353,25 @@ private:
                 for (std::size_t below = row + 1; below < end; ++below) free[below] -= cell.columnSpan;
             }
         }
-        for (Floating floating : rows.front().floats) {
+        for (Overlay overlay : rows.front().overlays) {
             std::size_t row = rows.size() - 1;
-            while (row > 0 && (free[row] <= 0 || tops[row] > floating.y)) --row;
-            floating.y -= tops[row];
-            floatsOf_[row].push_back(floating);
+            while (row > 0 && (free[row] <= 0 || tops[row] > overlay.y)) --row;
+            overlay.y -= tops[row];
+            overlaysOf_[row].push_back(overlay);
         }
     }
 
-    void writeFloats(int column) {
-        for (const Floating& floating : std::exchange(floats_, {})) {
-            Micrometres x = floating.x;
-            for (int i = column; i < floating.column; ++i) x += grid().columnWidth(i);
-            for (int i = floating.column; i < column; ++i) x -= grid().columnWidth(i);
+    void writeOverlays(int column) {
+        for (const Overlay& overlay : std::exchange(overlays_, {})) {
+            Micrometres x = overlay.x;
+            for (int i = column; i < overlay.column; ++i) x += grid().columnWidth(i);
+            for (int i = overlay.column; i < column; ++i) x -= grid().columnWidth(i);
             out() += "<div style=\"position:absolute;left:";
             appendMillimetres(out(), x);
             out() += ";top:";
-            appendMillimetres(out(), floating.y);
+            appendMillimetres(out(), overlay.y);
             out() += "\">";
-            writePicture(*floating.item);
+            writePicture(*overlay.item);
             out() += "</div>";
         }
     }
@@ -381,11 +381,11 @@ private:
         while (column < end && rowsLeft_[static_cast<std::size_t>(column)] == 0) ++column;
         out() += "<td";
         writeSpan("colspan", column - start);
-        if (floats_.empty()) {
+        if (overlays_.empty()) {
             out() += "></td>";
         } else {
             out() += " style=\"position:relative\">";
-            writeFloats(start);
+            writeOverlays(start);
             out() += "</td>";
         }
         return column;
@@ -412,10 +412,10 @@ private:
         if (cell.item != nullptr) out() += directionOf(*cell.item);
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
-        if (!floats_.empty()) out() += " style=\"position:relative\"";
+        if (!overlays_.empty()) out() += " style=\"position:relative\"";
         out() += '>';
         if (cell.item != nullptr) writeContent(*cell.item, wrapping);
-        writeFloats(cell.column);
+        writeOverlays(cell.column);
         out() += isTitle ? "</th>" : "</td>";
     }
 
@@ -435,7 +435,7 @@ private:
             language_.see(text->text);
             if (text->pending) {
                 stream_.mark();
-                late_.push_back(std::move(item));
+                pending_.push_back(std::move(item));
             } else {
                 appendText(out(), item, wrapping);
             }
@@ -517,8 +517,8 @@ private:
     void close(PendingTexts& pending) override {
         appendHead(output_);
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
-            pending.settle(late_[place]);
-            appendText(out, late_[place], Wrapping::Any);
+            pending.settle(pending_[place]);
+            appendText(out, pending_[place], Wrapping::Any);
         });
         output_ += "</main>\n</body>\n</html>\n";
     }
@@ -657,10 +657,11 @@ private:
     LanguageGuess language_;
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;
-    std::vector<int> rowsLeft_;                    // of each column: rows that a cell above still covers
-    std::vector<std::vector<Floating>> floatsOf_;  // by row of the part under way; empty where there are none
-    std::span<const Floating> floats_;             // of the row under way, until its first cell takes them
-    std::vector<Item> late_;
+    std::vector<int> rowsLeft_;  // of each column: rows that a cell above still covers
+    std::vector<std::vector<Overlay>>
+        overlaysOf_;                     // by row of the part under way; empty where there are none
+    std::span<const Overlay> overlays_;  // of the row under way, until its first cell takes them
+    std::vector<Item> pending_;
     Part part_ = Part::None;
     bool partIsNew_ = false;
 };

@@ -187,7 +187,7 @@ private:
             cell.item = &block_.late.back();
         }
         stream_.mark();
-        lateBlocks_.push_back(std::exchange(block_, TextBlock()));
+        pendingBlocks_.push_back(std::exchange(block_, TextBlock()));
     }
 
     void addCell(const Cell& cell, std::size_t row) {
@@ -213,7 +213,7 @@ private:
 
     void close(PendingTexts& pending) override {
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
-            TextBlock& block = lateBlocks_[place];
+            TextBlock& block = pendingBlocks_[place];
             for (Item& item : block.late) {
                 if (isPending(item)) pending.settle(item);
             }
@@ -230,7 +230,7 @@ private:
     TextStream stream_;
     TextBlock block_;
     BlockRenderer renderer_;
-    std::vector<TextBlock> lateBlocks_;
+    std::vector<TextBlock> pendingBlocks_;
 };
 
 }  // namespace

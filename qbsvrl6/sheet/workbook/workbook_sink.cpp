@@ -62,7 +62,7 @@ int indentOf(const Cell& cell) {
 }  // namespace
 
 WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits)
-    : CellSink(options, GridFit::Floating), options_(options), limits_(limits) {}
+    : CellSink(options, GridFit::Overlay), options_(options), limits_(limits) {}
 
 PrintSetup WorkbookSink::printSetup(bool isFirstSheet) const {
     PrintSetup setup;
@@ -102,7 +102,7 @@ void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
         const bool isLeftOver = i == 0 && band.kind == BandKind::PageFooter;
         writeRow(rows[i], growthOf(rows, i, options_.paged && !isLeftOver ? kMaxRowHeight : kMaxGrowth));
     }
-    if (!rows.back().floats.empty()) padBelow(rows.back().height);
+    if (!rows.back().overlays.empty()) padBelow(rows.back().height);
     if (band.kind == BandKind::GridTitle && onFirstSheet_) noteTitle(static_cast<std::int64_t>(rows.size()));
 }
 
@@ -154,9 +154,9 @@ void WorkbookSink::writeRow(const CellRow& row, const Growth& growth) {
     }
     writeBelowUpTo(limits_.columns);
     keepBelow();
-    for (Floating floating : row.floats) {
-        floating.y += growth.above;
-        addFloating(floating);
+    for (Overlay overlay : row.overlays) {
+        overlay.y += growth.above;
+        addOverlay(overlay);
     }
     endRow();
     height_ = std::min(height_ + height, kMaxFrozenHeight + 1);
@@ -165,10 +165,10 @@ void WorkbookSink::writeRow(const CellRow& row, const Growth& growth) {
 void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     const int columnSpan = std::min(cell.columnSpan, limits_.columns - cell.column);
     const SheetValue value = sheetValue(cell.item, limits_.units);
-    const SheetLook look{value.isNumber(), value.format, indentOf(cell),
-                         nearerSide(cell.inset.top + growth.above,
-                                    cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
-    const int style = std::min(styles_.idOf(cell, look), limits_.styles - 1);
+    const SheetFormat format{value.isNumber(), value.format, indentOf(cell),
+                             nearerSide(cell.inset.top + growth.above,
+                                        cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
+    const int style = std::min(styles_.idOf(cell, format), limits_.styles - 1);
     TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
     if (text != nullptr) {
         if (text->text.size() > limits_.units) ++cutTexts_;
@@ -176,7 +176,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     }
     if (columnSpan > 1 || cell.rowSpan > 1) merge(cell.column, columnSpan, cell.rowSpan);
     if (text != nullptr && text->pending) {
-        addLate(cell.column, style, std::move(*cell.item));
+        addPending(cell.column, style, std::move(*cell.item));
     } else {
         addValue(cell.column, style, value);
     }
@@ -207,7 +207,7 @@ void WorkbookSink::keepBelow() {
               [](const Below& a, const Below& b) { return a.column < b.column; });
 }
 
-// What floats may be higher than any row can be.
+// An overlay may be higher than any row can be.
 void WorkbookSink::padBelow(Micrometres height) {
     while ((height -= kMaxRowHeight) > 0) {
         beginRow(height);

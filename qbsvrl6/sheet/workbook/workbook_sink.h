@@ -45,12 +45,12 @@ private:
     virtual void beginRow(Micrometres height) = 0;
     virtual void addBlank(int column, int style) = 0;
     virtual void addValue(int column, int style, const SheetValue& value) = 0;
-    virtual void addLate(int column, int style, Item&& item) = 0;
+    virtual void addPending(int column, int style, Item&& item) = 0;
     virtual void endRow() = 0;
     virtual void merge(int column, int columnSpan, int rowSpan) = 0;
     // Of a whole span; whether there was room.
     virtual bool link(int column, int columnSpan, int rowSpan, std::u16string_view address) = 0;
-    virtual void addFloating(const Floating& floating) = 0;
+    virtual void addOverlay(const Overlay& overlay) = 0;
     virtual void breakPage() = 0;
     virtual void freezeAbove(std::int64_t row) = 0;
 

@@ -55,9 +55,9 @@ private:
                 break;
         }
     }
-    void addLate(int column, int style, Item&& item) override {
-        late_.emplace_back(texts_.reserve(), std::move(item));
-        sheet().addText(column, lookOf(style), late_.back().first);
+    void addPending(int column, int style, Item&& item) override {
+        pending_.emplace_back(texts_.reserve(), std::move(item));
+        sheet().addText(column, lookOf(style), pending_.back().first);
     }
     void endRow() override { sheet().endRow(); }
     void merge(int column, int columnSpan, int rowSpan) override {
@@ -70,21 +70,21 @@ private:
     void breakPage() override { sheet().breakPage(); }
     void freezeAbove(std::int64_t row) override { sheet().freezeAbove(static_cast<int>(row)); }
 
-    void addFloating(const Floating& floating) override {
+    void addOverlay(const Overlay& overlay) override {
         std::optional<LineContent> line;
         std::uint32_t picture = 0;
-        if (const auto* item = std::get_if<LineItem>(&floating.item->content)) {
+        if (const auto* item = std::get_if<LineItem>(&overlay.item->content)) {
             line = item->line;
-        } else if ((picture = pictures_.numberOf(*floating.item)) == 0) {
+        } else if ((picture = pictures_.numberOf(*overlay.item)) == 0) {
             return;
         }
-        const Rect box = pictureBox(*floating.item);
-        sheet().add({picture, line, sheet().rowCount(), floating.column, std::max(floating.x + box.x, 0),
-                     std::max(floating.y + box.y, 0), box.width, box.height});
+        const Rect box = pictureBox(*overlay.item);
+        sheet().add({picture, line, sheet().rowCount(), overlay.column, std::max(overlay.x + box.x, 0),
+                     std::max(overlay.y + box.y, 0), box.width, box.height});
     }
 
     void close(PendingTexts& pending) override {
-        for (auto& [number, item] : late_) {
+        for (auto& [number, item] : pending_) {
             pending.settle(item);
             texts_.set(number, cleanText(sheetValue(&item, XlsSheet::kMaxUnits).text, buffer_));
         }
@@ -172,7 +172,7 @@ private:
     SharedTexts texts_;
     std::u16string buffer_;
     PictureList pictures_;
-    std::vector<std::pair<u32, Item>> late_;  // with the text's number
+    std::vector<std::pair<u32, Item>> pending_;  // with the text's number
 };
 
 }  // namespace

@@ -59,21 +59,21 @@ void writeCommands(XmlWriter& xml, const Drawing::Path& path) {
 
 }  // namespace
 
-void XlsxDrawing::add(const Floating& floating, std::int64_t row, std::string_view relation) {
-    const auto* picture = std::get_if<PictureItem>(&floating.item->content);
-    const auto* drawing = std::get_if<DrawingItem>(&floating.item->content);
-    Rect box{0, 0, floating.item->box.width, floating.item->box.height};
+void XlsxDrawing::add(const Overlay& overlay, std::int64_t row, std::string_view relation) {
+    const auto* picture = std::get_if<PictureItem>(&overlay.item->content);
+    const auto* drawing = std::get_if<DrawingItem>(&overlay.item->content);
+    Rect box{0, 0, overlay.item->box.width, overlay.item->box.height};
     if (picture != nullptr) box = picture->placed;
     anchors_.open("xdr:oneCellAnchor").open("xdr:from");
-    anchors_.element("xdr:col", floating.column);
-    anchors_.element("xdr:colOff", emu(std::max(floating.x + box.x, 0)));
+    anchors_.element("xdr:col", overlay.column);
+    anchors_.element("xdr:colOff", emu(std::max(overlay.x + box.x, 0)));
     anchors_.element("xdr:row", row);
-    anchors_.element("xdr:rowOff", emu(std::max(floating.y + box.y, 0)));
+    anchors_.element("xdr:rowOff", emu(std::max(overlay.y + box.y, 0)));
     anchors_.close();
     writeExtent(anchors_, "xdr:ext", box.width, box.height);
     if (picture != nullptr) addPicture(*picture, relation);
     if (drawing != nullptr) addDrawing(*drawing->drawing, {box.width, box.height}, drawing->alternateText);
-    if (const auto* line = std::get_if<LineItem>(&floating.item->content)) {
+    if (const auto* line = std::get_if<LineItem>(&overlay.item->content)) {
         addLine(line->line, {box.width, box.height});
     }
     anchors_.open("xdr:clientData").close().close().lineEnd();

@@ -14,7 +14,7 @@ namespace qbsvrl6 {
 class XlsxDrawing {
 public:
     // `row` counts from 0 in the sheet. `relation` names the picture's relation; unused for a drawing.
-    void add(const Floating& floating, std::int64_t row, std::string_view relation);
+    void add(const Overlay& overlay, std::int64_t row, std::string_view relation);
 
     bool isEmpty() const { return objects_ == 0; }
     // The whole part, xl/drawings/drawingN.xml.

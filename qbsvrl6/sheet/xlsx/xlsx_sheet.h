@@ -41,7 +41,7 @@ public:
     // False if the sheet holds no more. The link is that of the whole span.
     bool link(int column, int columnSpan, int rowSpan, std::u16string_view address);
     void breakPage();
-    void add(const Floating& floating, std::string_view relation) { drawing_.add(floating, rows_, relation); }
+    void add(const Overlay& overlay, std::string_view relation) { drawing_.add(overlay, rows_, relation); }
 
     void freezeAbove(std::int64_t row) { frozenRows_ = row; }
 

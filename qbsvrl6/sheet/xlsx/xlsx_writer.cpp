@@ -34,9 +34,9 @@ private:
     void addValue(int column, int style, const SheetValue& value) override {
         sheet().addValue(column, style + 1, value);
     }
-    void addLate(int column, int style, Item&& item) override {
-        sheet().addShared(column, style + 1, late_.size());
-        late_.push_back(std::move(item));
+    void addPending(int column, int style, Item&& item) override {
+        sheet().addShared(column, style + 1, pending_.size());
+        pending_.push_back(std::move(item));
     }
     void endRow() override { sheet().endRow(); }
     void merge(int column, int columnSpan, int rowSpan) override {
@@ -48,16 +48,16 @@ private:
     void breakPage() override { sheet().breakPage(); }
     void freezeAbove(std::int64_t row) override { sheet().freezeAbove(row); }
 
-    void addFloating(const Floating& floating) override {
+    void addOverlay(const Overlay& overlay) override {
         std::string relation;
-        if (const auto* item = std::get_if<PictureItem>(&floating.item->content)) {
+        if (const auto* item = std::get_if<PictureItem>(&overlay.item->content)) {
             if (item->picture == nullptr) return;
             pictures_.try_emplace(item->picture->id, item->picture);
             relation = "rId" + std::to_string(item->picture->id);
-        } else if (const auto* drawing = std::get_if<DrawingItem>(&floating.item->content)) {
+        } else if (const auto* drawing = std::get_if<DrawingItem>(&overlay.item->content)) {
             if (drawing->drawing == nullptr) return;
         }
-        sheet().add(floating, relation);
+        sheet().add(overlay, relation);
     }
 
     void close(PendingTexts& pending) override {
@@ -68,7 +68,7 @@ private:
         zip.add("xl/workbook.xml", workbook());
         zip.add("xl/_rels/workbook.xml.rels", workbookRelations());
         zip.add("xl/styles.xml", xlsxStyles(styles().styles()));
-        if (!late_.empty()) zip.add("xl/sharedStrings.xml", sharedTexts(pending));
+        if (!pending_.empty()) zip.add("xl/sharedStrings.xml", sharedTexts(pending));
         XlsxRelations pictures;
         for (const auto& [id, picture] : pictures_) {
             zip.addStored("xl/media/" + mediaName(*picture), picture->bytes);
@@ -108,7 +108,7 @@ private:
         add("/docProps/core.xml", "package.core-properties");
         add("/xl/workbook.xml", "officedocument.spreadsheetml.sheet.main");
         add("/xl/styles.xml", "officedocument.spreadsheetml.styles");
-        if (!late_.empty()) add("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings");
+        if (!pending_.empty()) add("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
             const std::string number = std::to_string(i) + ".xml";
             add("/xl/worksheets/sheet" + number, "officedocument.spreadsheetml.worksheet");
@@ -131,7 +131,7 @@ private:
     std::string workbookRelations() const {
         XlsxRelations relations;
         relations.add("rIdStyles", "styles", "styles.xml");
-        if (!late_.empty()) relations.add("rIdTexts", "sharedStrings", "sharedStrings.xml");
+        if (!pending_.empty()) relations.add("rIdTexts", "sharedStrings", "sharedStrings.xml");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
             const std::string number = std::to_string(i);
             relations.add("rId" + number, "worksheet", "worksheets/sheet" + number + ".xml");
@@ -189,8 +189,8 @@ private:
         std::string part;
         XmlWriter xml(part);
         xml.declare().open("sst").attribute("xmlns", kSpreadsheetNamespace);
-        xml.attribute("count", late_.size()).attribute("uniqueCount", late_.size()).lineEnd();
-        for (Item& item : late_) {
+        xml.attribute("count", pending_.size()).attribute("uniqueCount", pending_.size()).lineEnd();
+        for (Item& item : pending_) {
             pending.settle(item);
             xml.open("si").open("t").attribute("xml:space", "preserve");
             xml.text(Xstring{sheetValue(&item, XlsxSheet::kMaxUnits).text}).close().close().lineEnd();
@@ -202,7 +202,7 @@ private:
     std::string& output_;
     std::deque<XlsxSheet> sheets_;
     std::map<std::uint64_t, std::shared_ptr<const Picture>> pictures_;
-    std::vector<Item> late_;
+    std::vector<Item> pending_;
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "qbsvrl6/sheet/rtf/rtf_look.h"
+#include "qbsvrl6/sheet/rtf/rtf_styles.h"
 
 #include <algorithm>
 #include <array>
@@ -18,26 +18,26 @@ bool isChinese(FamilyKind kind) {
 
 }  // namespace
 
-RtfLooks::RtfLooks() { fontOf(u"SimSun"); }
+RtfStyles::RtfStyles() { fontOf(u"SimSun"); }
 
-std::size_t RtfLooks::lookOf(const Cell& cell) {
+std::size_t RtfStyles::indexOf(const Cell& cell) {
     const auto number = static_cast<std::size_t>(styles_.idOf(cell));
-    while (looks_.size() <= number) looks_.push_back(makeLook(*styles_.styles()[looks_.size()]));
+    while (entries_.size() <= number) entries_.push_back(makeWords(*styles_.styles()[entries_.size()]));
     return number;
 }
 
-int RtfLooks::fontOf(const std::u16string& family) {
+int RtfStyles::fontOf(const std::u16string& family) {
     return fonts_.try_emplace(family, static_cast<int>(fonts_.size())).first->second;
 }
 
-int RtfLooks::colorOf(const Color& color) {
+int RtfStyles::colorOf(const Color& color) {
     const auto known = std::find(colors_.begin(), colors_.end(), color);
     if (known != colors_.end()) return static_cast<int>(known - colors_.begin()) + 1;
     colors_.push_back(color);
     return static_cast<int>(colors_.size());
 }
 
-void RtfLooks::appendBorder(std::string& out, const char* side, const BorderLine& line) {
+void RtfStyles::appendBorder(std::string& out, const char* side, const BorderLine& line) {
     if (line.width <= 0) return;
     constexpr int kMaxWidth = 75;  // twips
     out += side;
@@ -45,11 +45,11 @@ void RtfLooks::appendBorder(std::string& out, const char* side, const BorderLine
     appendCommand(out, "\\brdrcf", colorOf(line.color));
 }
 
-RtfLooks::Look RtfLooks::makeLook(const CellStyle& style) {
+RtfStyles::Words RtfStyles::makeWords(const CellStyle& style) {
     constexpr std::array kAligns = {"\\ql", "\\qc", "\\qr", "\\qj"};
     constexpr std::array kVerticals = {"\\clvertalt", "\\clvertalc", "\\clvertalb"};
-    Look look;
-    std::string& paragraph = look.paragraph;
+    Words words;
+    std::string& paragraph = words.paragraph;
     paragraph = "\\pard\\plain\\intbl";
     paragraph += kAligns[static_cast<std::size_t>(style.align)];
     appendCommand(paragraph, "\\li", twips(std::max(style.padding.left, 0)));
@@ -69,24 +69,24 @@ RtfLooks::Look RtfLooks::makeLook(const CellStyle& style) {
     appendCommand(paragraph, "\\cf", colorOf(style.color));
     paragraph += ' ';
 
-    appendCommand(look.associated, "\\af", font);
-    appendCommand(look.associated, "\\afs", size);
-    if (style.bold) look.associated += "\\ab";
-    if (style.italic) look.associated += "\\ai";
-    look.associated += ' ';
+    appendCommand(words.associated, "\\af", font);
+    appendCommand(words.associated, "\\afs", size);
+    if (style.bold) words.associated += "\\ab";
+    if (style.italic) words.associated += "\\ai";
+    words.associated += ' ';
 
-    look.frame = kVerticals[static_cast<std::size_t>(style.verticalAlign)];
-    if (style.rotation == 90) look.frame += "\\cltxtbrl";
-    if (style.rotation == 270) look.frame += "\\cltxbtlr";
-    appendBorder(look.frame, "\\clbrdrt", style.border.top);
-    appendBorder(look.frame, "\\clbrdrl", style.border.left);
-    appendBorder(look.frame, "\\clbrdrb", style.border.bottom);
-    appendBorder(look.frame, "\\clbrdrr", style.border.right);
-    if (style.background) appendCommand(look.frame, "\\clcbpat", colorOf(*style.background));
-    return look;
+    words.frame = kVerticals[static_cast<std::size_t>(style.verticalAlign)];
+    if (style.rotation == 90) words.frame += "\\cltxtbrl";
+    if (style.rotation == 270) words.frame += "\\cltxbtlr";
+    appendBorder(words.frame, "\\clbrdrt", style.border.top);
+    appendBorder(words.frame, "\\clbrdrl", style.border.left);
+    appendBorder(words.frame, "\\clbrdrb", style.border.bottom);
+    appendBorder(words.frame, "\\clbrdrr", style.border.right);
+    if (style.background) appendCommand(words.frame, "\\clcbpat", colorOf(*style.background));
+    return words;
 }
 
-void RtfLooks::appendTables(std::string& out) const {
+void RtfStyles::appendTables(std::string& out) const {
     out += "{\\fonttbl";
     for (const auto& [family, number] : fonts_) {
         const FamilyKind kind = familyKind(foldFamily(family));

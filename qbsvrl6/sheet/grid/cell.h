@@ -1,0 +1,72 @@
+// Cells and rows of cells, as the writers of cell documents receive them.
+#ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_H
+#define QBSVR_QBSVRL6_SHEET_GRID_CELL_H
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "qbsvrl6/items/band.h"
+
+namespace qbsvrl6 {
+
+// The text is known at the end of the report only.
+bool isPending(const Item& item);
+// What an item reads: its text, or the alternate text of a picture or drawing.
+std::u16string_view textOf(const Item& item);
+
+bool isPicture(const Item& item);     // or a drawing
+bool isDecoration(const Item& item);  // a line or box
+
+struct Cell {
+    int column = 0;
+    int columnSpan = 1;
+    int rowSpan = 1;
+    Item* item = nullptr;  // of the band; null: background and borders only
+    std::optional<Color> background;
+    Border border;
+    Edges inset;  // from the cell's edges to the item's box inside
+};
+
+// A picture, a drawing or a slanted line on top of the cells.
+struct Overlay {
+    const Item* item = nullptr;
+    int column = 0;
+    Micrometres x = 0;  // from the column's left edge
+    Micrometres y = 0;  // from the row's top
+};
+
+struct CellRow {
+    Micrometres height = 0;
+    Micrometres gap = 0;      // between the row and the one above it
+    Micrometres tail = 0;     // of the band's last row: from there to the band's end
+    std::vector<Cell> cells;  // those that begin in this row, by column
+    std::vector<Overlay> overlays;
+
+    void clear() {
+        cells.clear();
+        overlays.clear();
+    }
+};
+
+// How the rows follow the paper.
+enum class GridFit {
+    Lines,    // items side by side are one row
+    Exact,    // each top and bottom is the edge of a row, so that all items keep their place on paper; a
+              // picture or drawing whose cells are taken overlays them
+    Overlay,  // like Lines; pictures, drawings and slanted lines overlay the cells and take none
+};
+
+// Whether the item has cells. A text that shows nothing has none, unless it belongs to the detail grid and its
+// row is not flat.
+bool takesCells(const Item& item, GridFit fit);
+
+// Edges nearer than this are meant to be one.
+inline constexpr Micrometres kEdgeTolerance = kMicrometresPerMillimetre;
+
+// What ends this near to the edge of a cell fills the cell.
+inline constexpr Micrometres kEdgeReach = 3 * kEdgeTolerance;
+
+}  // namespace qbsvrl6
+
+#endif

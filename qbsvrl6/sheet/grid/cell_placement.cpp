@@ -1,0 +1,198 @@
+#include "qbsvrl6/sheet/grid/cell_placement.h"
+
+#include <algorithm>
+
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+// Whether a spreadsheet can hold the item's text off its side of the cell.
+bool isFlush(const Item& item) {
+    return item.style == nullptr || item.style->align == HorizontalAlign::Left ||
+           item.style->align == HorizontalAlign::Right;
+}
+
+}  // namespace
+
+void CellPlacement::place(Band& band, Micrometres x) {
+    x_ = x;
+    owners_.assign(static_cast<std::size_t>(rows_.count()) * static_cast<std::size_t>(columns_.count()), -1);
+    cells_.clear();
+    regions_.clear();
+    overlays_.clear();
+    // Pending texts come first: they can't join another text. Pictures come last: they may overlay texts.
+    for (const bool pending : {true, false}) {
+        for (Item& item : band.items) {
+            if (takesCells(item, fit_) && !isPicture(item) && isPending(item) == pending) claim(item);
+        }
+    }
+    for (Item& item : band.items) {
+        if (takesCells(item, fit_) && isPicture(item)) claim(item);
+    }
+    if (fit_ == GridFit::Overlay) reachOut();
+}
+
+bool CellPlacement::isComplete() const {
+    return std::find(owners_.begin(), owners_.end(), -1) == owners_.end();
+}
+
+Cell& CellPlacement::cellAt(int row, int column) {
+    int& index = owner(row, column);
+    if (index < 0) {
+        index = static_cast<int>(cells_.size());
+        cells_.emplace_back().column = column;
+        regions_.push_back({column, column + 1, row, row + 1});
+    }
+    return cells_[static_cast<std::size_t>(index)];
+}
+
+void CellPlacement::claim(Item& item) {
+    Region region;
+    columns_.locate(region, x_ + item.box.x, x_ + item.box.right());
+    rows_.locate(region, item.box);
+    if (fit_ == GridFit::Exact) {
+        if (isPicture(item) && !isWhollyFree(region)) {
+            overlays_.push_back(&item);
+            return;
+        }
+        trimRows(region);
+    }
+    const Region wanted = region;
+    if (findRoom(region)) {
+        take(region, item);
+    } else {
+        join(wanted, item);
+    }
+    if (region.column == wanted.column && region.columnEnd == wanted.columnEnd &&
+        region.rowEnd == wanted.rowEnd) {
+        return;
+    }
+    if (overlaps_++ == 0) firstOverlap_ = toUtf8(textOf(item).substr(0, 80));
+}
+
+bool CellPlacement::isWhollyFree(const Region& region) const {
+    for (int column = region.column; column < region.columnEnd; ++column) {
+        if (!isFree(column, region)) return false;
+    }
+    return true;
+}
+
+// Leaves the first and last rows to what stands there, if that makes room.
+void CellPlacement::trimRows(Region& region) const {
+    const auto isTaken = [&](int row) {
+        for (int column = region.column; column < region.columnEnd; ++column) {
+            if (indexAt(row, column) >= 0) return true;
+        }
+        return false;
+    };
+    Region trimmed = region;
+    while (trimmed.row < trimmed.rowEnd && isTaken(trimmed.row)) ++trimmed.row;
+    while (trimmed.row < trimmed.rowEnd && isTaken(trimmed.rowEnd - 1)) --trimmed.rowEnd;
+    for (int row = trimmed.row; row < trimmed.rowEnd; ++row) {
+        if (isTaken(row)) return;
+    }
+    if (trimmed.row < trimmed.rowEnd) region = trimmed;
+}
+
+// What begins or ends well within a column takes all of it where it is free: then it can stand in its place.
+void CellPlacement::reachOut() {
+    for (std::size_t i = 0; i < cells_.size(); ++i) {
+        const Item& item = *cells_[i].item;
+        if (item.column >= 0 || !isFlush(item)) continue;
+        Region& region = regions_[i];
+        while (region.column > 0 && x_ + item.box.x < columns_.edge(region.column) - kEdgeReach &&
+               isFree(region.column - 1, region)) {
+            --region.column;
+        }
+        while (region.columnEnd < columns_.count() &&
+               x_ + item.box.right() > columns_.edge(region.columnEnd) + kEdgeReach &&
+               isFree(region.columnEnd, region)) {
+            ++region.columnEnd;
+        }
+        cells_[i].column = region.column;
+        cells_[i].columnSpan = region.columnEnd - region.column;
+        for (int row = region.row; row < region.rowEnd; ++row) {
+            for (int column = region.column; column < region.columnEnd; ++column) {
+                owner(row, column) = static_cast<int>(i);
+            }
+        }
+    }
+}
+
+bool CellPlacement::isFree(int column, const Region& rows) const {
+    for (int row = rows.row; row < rows.rowEnd; ++row) {
+        if (indexAt(row, column) >= 0) return false;
+    }
+    return true;
+}
+
+// Narrows the region to its longest stretch of columns that are free in all its rows.
+bool CellPlacement::narrow(Region& region) const {
+    int bestStart = 0;
+    int bestLength = 0;
+    int start = region.column;
+    for (int column = region.column; column <= region.columnEnd; ++column) {
+        if (column < region.columnEnd && isFree(column, region)) continue;
+        if (column - start > bestLength) {
+            bestStart = start;
+            bestLength = column - start;
+        }
+        start = column + 1;
+    }
+    if (bestLength == 0) return false;
+    region.column = bestStart;
+    region.columnEnd = bestStart + bestLength;
+    return true;
+}
+
+// Of all rows, or the first one; without room there, moves the region to the next free cell on its right.
+bool CellPlacement::findRoom(Region& region) const {
+    if (narrow(region)) return true;
+    region.rowEnd = region.row + 1;
+    if (narrow(region)) return true;
+    for (int column = region.columnEnd; column < columns_.count(); ++column) {
+        if (!isFree(column, region)) continue;
+        region.column = column;
+        region.columnEnd = column + 1;
+        return true;
+    }
+    region.columnEnd = region.column;  // nowhere
+    return false;
+}
+
+void CellPlacement::take(const Region& region, Item& item) {
+    const auto index = static_cast<int>(cells_.size());
+    Cell& cell = cells_.emplace_back();
+    cell.column = region.column;
+    cell.columnSpan = region.columnEnd - region.column;
+    cell.rowSpan = region.rowEnd - region.row;
+    cell.item = &item;
+    regions_.push_back(region);
+    for (int row = region.row; row < region.rowEnd; ++row) {
+        for (int column = region.column; column < region.columnEnd; ++column) owner(row, column) = index;
+    }
+}
+
+// Adds what the item reads to the text of the cell that stands there. Late texts and pictures can't take it:
+// then the warning is all that is left of it.
+void CellPlacement::join(const Region& region, const Item& item) {
+    const std::u16string_view text = textOf(item);
+    Item& owning = *cells_[static_cast<std::size_t>(indexAt(region.row, region.column))].item;
+    auto* there = std::get_if<TextItem>(&owning.content);
+    if (text.empty() || there == nullptr || there->pending) return;
+    if (!there->text.empty()) there->text += u' ';
+    if (const auto* joined = std::get_if<TextItem>(&item.content)) {
+        for (PageField field : joined->pageFields) {
+            field.start += there->text.size();
+            there->pageFields.push_back(field);
+        }
+    }
+    there->text += text;
+    there->value = {};
+    const auto* const joined = std::get_if<TextItem>(&item.content);
+    if (joined != nullptr && there->link.empty()) there->link = joined->link;
+}
+
+}  // namespace qbsvrl6
