@@ -6,19 +6,18 @@
 
 namespace qbsvrl6 {
 
-// The range that an axis shows and the numbers that stand along it: multiples of 1, 2 or 5 times a power of
-// ten.
+// The range that an axis shows and the numbers along it: multiples of 1, 2 or 5 times a power of ten.
 struct Axis {
     double low = 0;
     double high = 1;
     std::vector<double> ticks;
 
-    // Where a value stands between low (0) and high (1).
+    // The position of a value between low (0) and high (1).
     double position(double value) const { return (value - low) / (high - low); }
 };
 
-// An axis for values from `low` to `high` with about `count` ticks; `withZero` takes zero in. Both ends fall
-// on ticks. A range without extent is widened.
+// An axis for values from `low` to `high` with about `count` ticks; `withZero` includes zero. Both ends are
+// ticks. A range without extent is widened.
 Axis makeAxis(double low, double high, int count, bool withZero);
 
 }  // namespace qbsvrl6

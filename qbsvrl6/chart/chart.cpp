@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "qbsvrl6/chart/axis.h"
+#include "qbsvrl6/chart/chart_style.h"
 #include "qbsvrl6/chart/pie.h"
 #include "qbsvrl6/drawing/path_builder.h"
 
@@ -12,29 +13,27 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr Color kGridLine{222, 226, 230};
-constexpr double kLabelPoints = ChartSketch::kLabelPoints;
 constexpr double kValuePoints = 7.2;
-constexpr double kLeastShrink = 0.65;  // of value labels that have little room
-constexpr double kBarShare = 0.72;     // of a category's room
-constexpr double kThin = ChartSketch::kThin;
-constexpr double kGap = ChartSketch::kGap;
+constexpr double kLeastShrink = 0.65;  // of value labels that have little space
+constexpr double kBarShare = 0.72;     // of a category's width
 constexpr double kMarkRadius = kThin * 4;
 constexpr double kUnbounded = 1e9;
 constexpr double kPointRoom = 0.05;  // beyond the outermost points, of the range
 constexpr double kValueRoom = 0.08;
 
-using Anchor = ChartSketch::Anchor;
+using Anchor = ChartBuilder::Anchor;
 
 // The kinds with axes.
 class Plot {
 public:
-    Plot(ChartSketch& sketch, const ChartData& data)
-        : sketch_(sketch), settings_(sketch.settings), data_(data), plot_(sketch.plot) {}
+    Plot(ChartBuilder& builder, const ChartData& data)
+        : builder_(builder), settings_(builder.settings()), data_(data) {}
 
     void paint() {
         std::vector<std::u16string> labels;
         for (const auto& series : data_.series) labels.push_back(series.label);
-        sketch_.paintLegend(labels);
+        builder_.addLegend(labels);
+        plot_ = builder_.plot();
         paintPlot();
     }
 
@@ -61,8 +60,8 @@ private:
         return {range.low - extent * below, range.high + extent * above};
     }
 
-    // Points don't lie on the frame, yet values that are never negative get no axis that is. Bubbles have
-    // room of their own. Below bars that hang down is room for their values.
+    // Points are not on the frame, but values that are never negative have no negative axis. Bubbles are inset
+    // instead. Negative bars have space for their values below them.
     Range shownValues(const Range& range) const {
         switch (settings_.kind) {
             case ChartKind::Bubble:
@@ -79,7 +78,9 @@ private:
     // With fewer ticks where the number format would make neighbours read the same.
     Axis readableAxis(const Range& range, int count, bool withZero) const {
         Axis axis = makeAxis(range.low, range.high, count, withZero);
-        const auto alike = [this](double a, double b) { return sketch_.number(a) == sketch_.number(b); };
+        const auto alike = [this](double a, double b) {
+            return builder_.text().number(a) == builder_.text().number(b);
+        };
         while (--count > 0 &&
                std::adjacent_find(axis.ticks.begin(), axis.ticks.end(), alike) != axis.ticks.end()) {
             axis = makeAxis(range.low, range.high, count, withZero);
@@ -90,7 +91,7 @@ private:
     double widestOf(const std::vector<double>& ticks) const {
         double widest = 0;
         for (const double tick : ticks)
-            widest = std::max(widest, sketch_.textWidth(sketch_.number(tick), kLabelPoints));
+            widest = std::max(widest, builder_.text().width(builder_.text().number(tick), kLabelPoints));
         return widest;
     }
 
@@ -106,7 +107,7 @@ private:
         }
         yRange = yRange.empty() ? Range{0, 1} : shownValues(yRange);
         if (xRange.empty()) xRange = {0, 1};
-        const double labelHeight = ChartSketch::lineHeight(kLabelPoints);
+        const double labelHeight = ChartText::lineHeight(kLabelPoints);
         const int yTicks = std::clamp(static_cast<int>(plot_.height() / (labelHeight * 2.2)), 2, 8);
         yAxis_ = readableAxis(yRange, yTicks, settings_.kind == ChartKind::Bar);
         reserveValueAxis();
@@ -138,24 +139,26 @@ private:
     }
 
     void reserveValueAxis() {
-        const double labelHeight = ChartSketch::lineHeight(kLabelPoints);
+        const double labelHeight = ChartText::lineHeight(kLabelPoints);
         if (!settings_.yTitle.empty()) {
-            sketch_.label(plot_.left + labelHeight * 0.75, (plot_.top + plot_.bottom - labelHeight) / 2,
-                          Anchor::Middle, kLabelPoints,
-                          sketch_.fitted(settings_.yTitle, kLabelPoints, plot_.height()), false, -90);
+            builder_.addLabel(plot_.left + labelHeight * 0.75, (plot_.top + plot_.bottom - labelHeight) / 2,
+                              Anchor::Middle, kLabelPoints,
+                              builder_.text().fitted(settings_.yTitle, kLabelPoints, plot_.height()), false,
+                              -90);
             plot_.left += labelHeight * 1.2;
         }
         plot_.left += widestOf(yAxis_.ticks) + kGap * 0.7;
         plot_.right -= kGap;
         plot_.top += labelHeight * (settings_.showValues ? 1 : 0.5);
         if (!settings_.xTitle.empty()) {
-            sketch_.label((plot_.left + plot_.right) / 2, plot_.bottom - labelHeight * 0.25, Anchor::Middle,
-                          kLabelPoints, sketch_.fitted(settings_.xTitle, kLabelPoints, plot_.width()));
+            builder_.addLabel((plot_.left + plot_.right) / 2, plot_.bottom - labelHeight * 0.25,
+                              Anchor::Middle, kLabelPoints,
+                              builder_.text().fitted(settings_.xTitle, kLabelPoints, plot_.width()));
             plot_.bottom -= labelHeight * 1.1;
         }
     }
 
-    // With as many ticks as stand beside each other.
+    // With as many ticks as fit beside each other.
     void reserveNumberAxis(const Range& range) {
         int count = 6;
         double widest = 0;
@@ -163,19 +166,20 @@ private:
             xAxis_ = readableAxis(range, count, false);
             widest = widestOf(xAxis_.ticks);
         } while (--count > 0 && widest * 1.3 * static_cast<double>(xAxis_.ticks.size()) > plot_.width());
-        plot_.right -= std::max(sketch_.textWidth(sketch_.number(xAxis_.high), kLabelPoints) / 2 - kGap, 0.0);
-        plot_.bottom -= ChartSketch::lineHeight(kLabelPoints) * 1.3;
+        plot_.right -= std::max(
+            builder_.text().width(builder_.text().number(xAxis_.high), kLabelPoints) / 2 - kGap, 0.0);
+        plot_.bottom -= ChartText::lineHeight(kLabelPoints) * 1.3;
     }
 
-    // Names that would run into each other get a little smaller, or are broken into two lines; where not even
-    // that serves, every second, third ... one is kept, none of them beyond the chart's edges.
+    // Names that would overlap become a little smaller, or are broken into two lines. If that is not enough, only
+    // every second, third ... name is shown, within the chart's edges.
     void reserveCategoryAxis() {
         const auto count = std::max<std::size_t>(categoryCount(), 1);
         const double step = plot_.width() / static_cast<double>(count);
         const double least = 4 * kLabelPoints * kMicrometresPerPoint;  // worth breaking for
         double widest = 0;
         for (const auto& name : data_.categories)
-            widest = std::max(widest, sketch_.textWidth(name, kLabelPoints));
+            widest = std::max(widest, builder_.text().width(name, kLabelPoints));
         double room = step - kGap * 0.5;
         categoryPoints_ = kLabelPoints * std::clamp(room / std::max(widest, 1.0), 0.85, 1.0);
         widest *= categoryPoints_ / kLabelPoints;
@@ -189,16 +193,16 @@ private:
         std::size_t lines = 1;
         for (std::size_t i = firstCategory_; i < data_.categories.size(); i += categoryStep_) {
             const double behind = (static_cast<double>(count - i) - 0.5) * step + kGap;
-            categoryLines_.push_back(categoryStep_ > 1
-                                         ? std::vector{sketch_.fitted(data_.categories[i], categoryPoints_,
-                                                                      std::min(room, 2 * behind))}
-                                         : sketch_.twoLines(data_.categories[i], categoryPoints_, room));
+            categoryLines_.push_back(
+                categoryStep_ > 1 ? std::vector{builder_.text().fitted(data_.categories[i], categoryPoints_,
+                                                                       std::min(room, 2 * behind))}
+                                  : builder_.text().twoLines(data_.categories[i], categoryPoints_, room));
             lines = std::max(lines, categoryLines_.back().size());
         }
-        plot_.bottom -= ChartSketch::lineHeight(kLabelPoints) * (static_cast<double>(lines) + 0.3);
+        plot_.bottom -= ChartText::lineHeight(kLabelPoints) * (static_cast<double>(lines) + 0.3);
     }
 
-    // What is too large for an axis stands at its end.
+    // A value that is too large for the axis is at its end.
     static double placeOn(const Axis& axis, double value) {
         return std::clamp(axis.position(value), 0.0, 1.0);
     }
@@ -216,35 +220,35 @@ private:
         for (const double tick : yAxis_.ticks) {
             const double y = yOf(tick);
             const bool base = tick == 0 || tick == yAxis_.low;
-            sketch_.add(PathBuilder()
-                            .moveTo(plot_.left, y)
-                            .lineTo(plot_.right, y)
-                            .stroke(base ? ChartSketch::kAxisLine : kGridLine, base ? kThin * 1.5 : kThin)
-                            .take());
-            sketch_.label(plot_.left - kGap * 0.6, y + ChartSketch::halfLetter(kLabelPoints), Anchor::End,
-                          kLabelPoints, sketch_.number(tick));
+            builder_.add(PathBuilder()
+                             .moveTo(plot_.left, y)
+                             .lineTo(plot_.right, y)
+                             .stroke(base ? kAxisLine : kGridLine, base ? kThin * 1.5 : kThin)
+                             .take());
+            builder_.addLabel(plot_.left - kGap * 0.6, y + ChartText::halfLetter(kLabelPoints), Anchor::End,
+                              kLabelPoints, builder_.text().number(tick));
         }
     }
 
     void paintNumberAxis() {
         for (const double tick : xAxis_.ticks) {
             const double x = xOf(tick);
-            sketch_.add(
+            builder_.add(
                 PathBuilder().moveTo(x, plot_.top).lineTo(x, plot_.bottom).stroke(kGridLine, kThin).take());
-            sketch_.label(x, plot_.bottom + ChartSketch::lineHeight(kLabelPoints) * 1.05, Anchor::Middle,
-                          kLabelPoints, sketch_.number(tick));
+            builder_.addLabel(x, plot_.bottom + ChartText::lineHeight(kLabelPoints) * 1.05, Anchor::Middle,
+                              kLabelPoints, builder_.text().number(tick));
         }
     }
 
     void paintCategoryAxis() {
-        const double height = ChartSketch::lineHeight(kLabelPoints);
+        const double height = ChartText::lineHeight(kLabelPoints);
         const double step = plot_.width() / static_cast<double>(std::max<std::size_t>(categoryCount(), 1));
         for (std::size_t i = 0; i < categoryLines_.size(); ++i) {
             const double x =
                 plot_.left + (static_cast<double>(firstCategory_ + i * categoryStep_) + 0.5) * step;
             double y = plot_.bottom + height * 1.05;
             for (const auto& line : categoryLines_[i]) {
-                sketch_.label(x, y, Anchor::Middle, categoryPoints_, line);
+                builder_.addLabel(x, y, Anchor::Middle, categoryPoints_, line);
                 y += height;
             }
         }
@@ -257,38 +261,38 @@ private:
 
     // ---- Values
 
-    void leaveLabelOut() { sketch_.labelsLeftOut += settings_.showValues ? 1 : 0; }
+    void leaveLabelOut() { builder_.leaveOutLabels(settings_.showValues ? 1 : 0); }
 
     // Above the place, or below it.
     void valueLabel(double x, double y, double value, bool below = false) {
         const double away = below ? kGap * 0.4 + valuePoints_ * kMicrometresPerPoint * 0.8 : -kGap * 0.4;
-        sketch_.label(x, y + away, Anchor::Middle, valuePoints_, sketch_.number(value));
+        builder_.addLabel(x, y + away, Anchor::Middle, valuePoints_, builder_.text().number(value));
     }
 
-    // Above the bar that ends at y, or below one that hangs down. Upright labels of those stand on the base,
-    // where their names can't be in the way.
+    // Above the bar that ends at y, or below a negative one. Vertical labels of negative bars begin at the base,
+    // where no names are.
     void barLabel(double x, double y, double base, double value) {
         if (valuePoints_ <= 0) return leaveLabelOut();
-        if (!upright_) return valueLabel(x, y, value, y > base);
-        sketch_.label(x + ChartSketch::halfLetter(valuePoints_), std::min(y, base) - kGap * 0.4,
-                      Anchor::Start, valuePoints_, sketch_.number(value), false, -90);
+        if (!vertical_) return valueLabel(x, y, value, y > base);
+        builder_.addLabel(x + ChartText::halfLetter(valuePoints_), std::min(y, base) - kGap * 0.4,
+                          Anchor::Start, valuePoints_, builder_.text().number(value), false, -90);
     }
 
-    static constexpr auto kFree = [](const Frame&) { return false; };
+    static constexpr auto kFree = [](const Area&) { return false; };
 
     // Above a point, or below it where another label is there or `isTaken` says so; left out where both
     // places are taken.
     template <typename IsTaken>
     void pointLabel(double x, double y, double radius, double value, IsTaken isTaken) {
         if (valuePoints_ <= 0) return leaveLabelOut();
-        const double half = sketch_.textWidth(sketch_.number(value), valuePoints_) / 2;
+        const double half = builder_.text().width(builder_.text().number(value), valuePoints_) / 2;
         const double height = valuePoints_ * kMicrometresPerPoint;
         for (const bool below : {false, true}) {
             const double edge = below ? y + radius : y - radius;
             const double top = below ? edge + kGap * 0.4 : edge - height - kGap * 0.4;
-            const Frame frame{x - half, top, x + half, top + height};
+            const Area frame{x - half, top, x + half, top + height};
             if (below && frame.bottom > plot_.bottom) break;
-            const auto meets = [&frame](const Frame& other) {
+            const auto meets = [&frame](const Area& other) {
                 return frame.left < other.right && other.left < frame.right && frame.top < other.bottom &&
                        other.top < frame.bottom;
             };
@@ -304,20 +308,21 @@ private:
         for (const auto& series : data_.series) {
             for (const double value : series.values) {
                 if (std::isfinite(value))
-                    widest = std::max(widest, sketch_.textWidth(sketch_.number(value), kValuePoints));
+                    widest =
+                        std::max(widest, builder_.text().width(builder_.text().number(value), kValuePoints));
             }
         }
         return widest;
     }
 
-    // Value labels get smaller where they have less than `room` beside each other, and are left out where
-    // they would be too small to read.
+    // Value labels become smaller if they have less than `room` beside each other, and are left out if they would
+    // be too small to read.
     void sizeValueLabels(double room, double wanted) {
         const double share = std::min(room / wanted, 1.0);
         valuePoints_ = settings_.showValues && share >= kLeastShrink ? kValuePoints * share : 0;
     }
 
-    // Labels that are wider than their bars stand upright, and take their length from the plot's height as
+    // Labels that are wider than their bars are vertical, and take their length from the plot's height as
     // long as that leaves most of it.
     void sizeBarLabels() {
         const auto groups = static_cast<double>(categoryCount());
@@ -329,8 +334,8 @@ private:
         sizeValueLabels(room, widest);
         if (valuePoints_ > 0 || widest > plot_.height() / 3) return;
         sizeValueLabels(room, kValuePoints * kMicrometresPerPoint);
-        upright_ = valuePoints_ > 0;
-        if (upright_) plot_.top += widest * valuePoints_ / kValuePoints;
+        vertical_ = valuePoints_ > 0;
+        if (vertical_) plot_.top += widest * valuePoints_ / kValuePoints;
     }
 
     void paintBars() {
@@ -347,10 +352,10 @@ private:
                 const double x =
                     plot_.left + (static_cast<double>(i) + 0.14) * step + static_cast<double>(s) * width;
                 const double y = yOf(values[i]);
-                sketch_.add(PathBuilder()
-                                .rectangle(x, std::min(y, base), width * 0.94, std::abs(base - y))
-                                .fill(ChartSketch::colorOf(s))
-                                .take());
+                builder_.add(PathBuilder()
+                                 .rectangle(x, std::min(y, base), width * 0.94, std::abs(base - y))
+                                 .fill(seriesColor(s))
+                                 .take());
                 barLabel(x + width * 0.47, y, base, values[i]);
             }
         }
@@ -369,18 +374,16 @@ private:
             drawing ? line.lineTo(xAt(i), yOf(ys[i])) : line.moveTo(xAt(i), yOf(ys[i]));
             drawing = true;
         }
-        sketch_.add(line.stroke(ChartSketch::colorOf(series), kThin * 3).take());
+        builder_.add(line.stroke(seriesColor(series), kThin * 3).take());
         for (std::size_t i = 0; i < count; ++i) {
             if (!std::isfinite(ys[i])) continue;
-            sketch_.add(PathBuilder()
-                            .circle(xAt(i), yOf(ys[i]), kMarkRadius)
-                            .fill(ChartSketch::colorOf(series))
-                            .take());
+            builder_.add(
+                PathBuilder().circle(xAt(i), yOf(ys[i]), kMarkRadius).fill(seriesColor(series)).take());
         }
     }
 
     // Whether the line of another series runs through the frame, which is about as wide as a category.
-    bool meetsOtherLine(const Frame& frame, std::size_t series, std::size_t category) const {
+    bool meetsOtherLine(const Area& frame, std::size_t series, std::size_t category) const {
         const auto x = [this](std::size_t i) { return categoryX(i); };
         const std::size_t first = category > 0 ? category - 1 : 0;
         for (std::size_t s = 0; s < data_.series.size(); ++s) {
@@ -412,7 +415,7 @@ private:
             for (std::size_t i = 0; i < values.size(); ++i) {
                 if (!std::isfinite(values[i])) continue;
                 pointLabel(categoryX(i), yOf(values[i]), kMarkRadius, values[i],
-                           [&](const Frame& frame) { return meetsOtherLine(frame, s, i); });
+                           [&](const Area& frame) { return meetsOtherLine(frame, s, i); });
             }
         }
     }
@@ -448,43 +451,43 @@ private:
             for (const auto& point : data_.series[s].points) {
                 if (!std::isfinite(point.x) || !std::isfinite(point.y) || !(point.size > 0)) continue;
                 const double r = radius * std::sqrt(std::min(point.size / largest, 1.0));
-                sketch_.add(PathBuilder()
-                                .circle(xOf(point.x), yOf(point.y), r)
-                                .fill(ChartSketch::colorOf(s), 0.65)
-                                .stroke(ChartSketch::colorOf(s), kThin)
-                                .take());
+                builder_.add(PathBuilder()
+                                 .circle(xOf(point.x), yOf(point.y), r)
+                                 .fill(seriesColor(s), 0.65)
+                                 .stroke(seriesColor(s), kThin)
+                                 .take());
                 pointLabel(xOf(point.x), yOf(point.y), r, point.size, kFree);
             }
         }
     }
 
-    ChartSketch& sketch_;
+    ChartBuilder& builder_;
     const ChartSettings& settings_;
     const ChartData& data_;
-    Frame& plot_;
+    Area plot_;  // what the axes leave of it, once they are reserved
     Axis xAxis_, yAxis_;
     double categoryPoints_ = kLabelPoints;
     std::size_t firstCategory_ = 0;  // that is named
     std::size_t categoryStep_ = 1;
     std::vector<std::vector<std::u16string>> categoryLines_;  // of each categoryStep_-th category
-    std::vector<Frame> labelled_;                             // where labels of points stand
+    std::vector<Area> labelled_;                              // the labels of points so far
     double valuePoints_ = 0;                                  // font size of value labels; 0: none
-    bool upright_ = false;                                    // value labels of bars
+    bool vertical_ = false;                                   // value labels of bars
 };
 
 }  // namespace
 
 Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box,
                   const std::u16string& fontFamily, std::size_t* labelsLeftOut) {
-    ChartSketch sketch(settings, box, fontFamily);
-    sketch.paintTitle();
+    ChartBuilder builder(settings, box, fontFamily);
+    builder.addTitle();
     if (settings.kind == ChartKind::Pie) {
-        paintPie(sketch, data);
+        paintPie(builder, data);
     } else {
-        Plot(sketch, data).paint();
+        Plot(builder, data).paint();
     }
-    if (labelsLeftOut != nullptr) *labelsLeftOut = sketch.labelsLeftOut;
-    return sketch.take();
+    if (labelsLeftOut != nullptr) *labelsLeftOut = builder.labelsLeftOut();
+    return builder.take();
 }
 
 }  // namespace qbsvrl6

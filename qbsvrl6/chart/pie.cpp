@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "format/numeric_format.h"
+#include "qbsvrl6/chart/chart_style.h"
 #include "qbsvrl6/drawing/path_builder.h"
 
 namespace qbsvrl6 {
@@ -16,7 +17,7 @@ struct Slice {
     double value = 0;
 };
 
-// What stands beside a slice.
+// The label beside a slice.
 struct SliceLabel {
     std::u16string text;
     double value = 0;
@@ -45,18 +46,18 @@ std::vector<Slice> slicesOf(const ChartData& data) {
 
 class Pie {
 public:
-    explicit Pie(ChartSketch& sketch) : sketch_(sketch) {}
+    explicit Pie(ChartBuilder& builder) : builder_(builder) {}
 
     void paint(const std::vector<Slice>& slices);
 
 private:
     std::u16string textOf(double value) const {
-        return sketch_.settings.showValues ? sketch_.number(value)
-                                           : larkspur::FormatNumber(value / total_, u"0.0%");
+        return builder_.settings().showValues ? builder_.text().number(value)
+                                              : larkspur::FormatNumber(value / total_, u"0.0%");
     }
     void paintLabels(std::vector<SliceLabel>& labels, int side);
 
-    ChartSketch& sketch_;
+    ChartBuilder& builder_;
     double total_ = 0;
     double x_ = 0, y_ = 0, radius_ = 0;
 };
@@ -67,13 +68,13 @@ void Pie::paint(const std::vector<Slice>& slices) {
     if (!isShown(total_)) return;
     for (const Slice& slice : slices) {
         if (!isShown(slice.value)) continue;
-        widest = std::max(widest, sketch_.textWidth(textOf(slice.value), ChartSketch::kLabelPoints));
+        widest = std::max(widest, builder_.text().width(textOf(slice.value), kLabelPoints));
     }
-    const double line = ChartSketch::lineHeight(ChartSketch::kLabelPoints);
-    const Frame& plot = sketch_.plot;
+    const double line = ChartText::lineHeight(kLabelPoints);
+    const Area& plot = builder_.plot();
     x_ = (plot.left + plot.right) / 2;
     y_ = (plot.top + plot.bottom) / 2;
-    radius_ = std::min(plot.width() / 2 - widest - ChartSketch::kGap * 1.5, plot.height() / 2 - line * 1.2);
+    radius_ = std::min(plot.width() / 2 - widest - kGap * 1.5, plot.height() / 2 - line * 1.2);
     if (radius_ <= 0) return;
     std::vector<SliceLabel> left, right;
     double angle = 0;
@@ -81,11 +82,11 @@ void Pie::paint(const std::vector<Slice>& slices) {
         const double value = slices[i].value;
         if (!isShown(value)) continue;
         const double next = angle + value / total_ * 2 * std::numbers::pi;
-        constexpr double kSeam = ChartSketch::kThin * 2;
+        constexpr double kSeam = kThin * 2;
         PathBuilder wedge;
-        wedge.wedge(x_, y_, radius_, angle, next).fill(ChartSketch::colorOf(i));
+        wedge.wedge(x_, y_, radius_, angle, next).fill(seriesColor(i));
         if ((next - angle) * radius_ > kSeam * 3) wedge.stroke({255, 255, 255}, kSeam);  // else all is seam
-        sketch_.add(wedge.take());
+        builder_.add(wedge.take());
         const double middle = (angle + next) / 2;
         (middle < std::numbers::pi ? right : left)
             .push_back({textOf(value), value, x_ + radius_ * std::sin(middle),
@@ -93,8 +94,8 @@ void Pie::paint(const std::vector<Slice>& slices) {
         angle = next;
     }
     if (left.size() + right.size() == 1) {
-        sketch_.label(x_, y_ + radius_ + line * 0.9, ChartSketch::Anchor::Middle, ChartSketch::kLabelPoints,
-                      textOf(total_));
+        builder_.addLabel(x_, y_ + radius_ + line * 0.9, ChartBuilder::Anchor::Middle, kLabelPoints,
+                          textOf(total_));
         return;
     }
     std::reverse(left.begin(), left.end());
@@ -115,21 +116,19 @@ std::size_t keepLargest(std::vector<SliceLabel>& labels, std::size_t most) {
     return all - labels.size();
 }
 
-// The labels of one side, from top to bottom: moved apart where they would lie on each other, with a line to
-// their slices then.
+// The labels of one side, from top to bottom. Those that would overlap are moved, with a line to their slices.
 void Pie::paintLabels(std::vector<SliceLabel>& labels, int side) {
-    constexpr double kGap = ChartSketch::kGap;
-    constexpr double kPoints = ChartSketch::kLabelPoints;
+    constexpr double kPoints = kLabelPoints;
     const double height = kPoints * kMicrometresPerPoint * 1.15;
-    sketch_.labelsLeftOut += keepLargest(labels, static_cast<std::size_t>(sketch_.plot.height() / height));
+    builder_.leaveOutLabels(keepLargest(labels, static_cast<std::size_t>(builder_.plot().height() / height)));
     std::vector<double> wanted;
-    double least = sketch_.plot.top + height / 2;
+    double least = builder_.plot().top + height / 2;
     for (SliceLabel& label : labels) {
         wanted.push_back(label.y);
         label.y = std::max(label.y, least);
         least = label.y + height;
     }
-    double largest = sketch_.plot.bottom - height / 2;
+    double largest = builder_.plot().bottom - height / 2;
     for (auto label = labels.rbegin(); label != labels.rend(); ++label) {
         label->y = std::min(label->y, largest);
         largest = label->y - height;
@@ -142,26 +141,27 @@ void Pie::paintLabels(std::vector<SliceLabel>& labels, int side) {
         const double aside = std::sqrt(std::max(reach * reach - down * down, 0.0));
         const double start = x_ + side * std::max(aside, std::abs(label.rimX - x_) + (moved ? kGap : 0));
         if (moved) {
-            sketch_.add(PathBuilder()
-                            .moveTo(label.rimX, label.rimY)
-                            .lineTo(start - side * kGap * 0.3, label.y)
-                            .stroke(ChartSketch::kAxisLine, ChartSketch::kThin * 0.7)
-                            .take());
+            builder_.add(PathBuilder()
+                             .moveTo(label.rimX, label.rimY)
+                             .lineTo(start - side * kGap * 0.3, label.y)
+                             .stroke(kAxisLine, kThin * 0.7)
+                             .take());
         }
-        sketch_.label(start, label.y + ChartSketch::halfLetter(kPoints),
-                      side > 0 ? ChartSketch::Anchor::Start : ChartSketch::Anchor::End, kPoints, label.text);
+        builder_.addLabel(start, label.y + ChartText::halfLetter(kPoints),
+                          side > 0 ? ChartBuilder::Anchor::Start : ChartBuilder::Anchor::End, kPoints,
+                          label.text);
     }
 }
 
 }  // namespace
 
-void paintPie(ChartSketch& sketch, const ChartData& data) {
+void paintPie(ChartBuilder& builder, const ChartData& data) {
     const std::vector<Slice> slices = slicesOf(data);
     std::vector<std::u16string> labels;
     labels.reserve(slices.size());
     for (const Slice& slice : slices) labels.push_back(slice.label);
-    sketch.paintLegend(labels);
-    Pie(sketch).paint(slices);
+    builder.addLegend(labels);
+    Pie(builder).paint(slices);
 }
 
 }  // namespace qbsvrl6

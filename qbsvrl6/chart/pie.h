@@ -2,12 +2,12 @@
 #ifndef QBSVR_QBSVRL6_CHART_PIE_H
 #define QBSVR_QBSVRL6_CHART_PIE_H
 
-#include "qbsvrl6/chart/sketch.h"
+#include "qbsvrl6/chart/chart_builder.h"
 
 namespace qbsvrl6 {
 
 // Draws legend, slices and their labels into the plot.
-void paintPie(ChartSketch& sketch, const ChartData& data);
+void paintPie(ChartBuilder& builder, const ChartData& data);
 
 }  // namespace qbsvrl6
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <vector>
 
 #include "qbsvrl6/support/hash.h"
 
@@ -11,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr double kSmallestFont = 0.5;  // points; what other people's numbers and shrinking may come to
+constexpr double kSmallestFont = 0.5;  // points; limits for what templates ask for and for shrinking
 constexpr double kLargestFont = 2000;
 
 std::size_t hashOf(const ResolvedStyle& style) {
@@ -60,20 +59,6 @@ const PooledStyle* StylePool::intern(const ResolvedStyle& style) {
     const PooledStyle* const added = &styles_.emplace_back(std::move(sound));
     byHash_.emplace(hash, added);
     return added;
-}
-
-void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base) {
-    std::vector<const NamedStyle*> chain;
-    const std::u16string* wanted = &name;
-    while (!wanted->empty()) {
-        const auto found = std::find_if(report.styles.begin(), report.styles.end(),
-                                        [&](const NamedStyle& style) { return style.name == *wanted; });
-        if (found == report.styles.end()) break;
-        if (std::find(chain.begin(), chain.end(), &*found) != chain.end()) break;  // a cycle ends here
-        chain.push_back(&*found);
-        wanted = &found->parent;
-    }
-    for (auto style = chain.rbegin(); style != chain.rend(); ++style) applyStyle(base, (*style)->style);
 }
 
 Micrometres scaledLength(Micrometres length, double factor) {

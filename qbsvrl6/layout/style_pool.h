@@ -46,9 +46,6 @@ private:
 // Whether a box of this style shows without content.
 inline bool hasLook(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
 
-// Puts what the named style and its parents set on top of `base`; nothing where there is no such style.
-void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base);
-
 // The style with its font, paddings and borders times `factor`.
 ResolvedStyle scaledStyle(ResolvedStyle style, double factor);
 

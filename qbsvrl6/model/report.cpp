@@ -39,22 +39,25 @@ std::vector<TextPosition> ReportDefinition::placesOf(std::u16string_view text, T
     return found;
 }
 
-ResolvedStyle resolveStyle(const ReportDefinition& report, const std::u16string& styleName,
-                           const Style& own) {
-    // From the named style up to its outermost parent.
-    std::vector<const NamedStyle*> chain;
-    const std::u16string* name = &styleName;
-    while (!name->empty()) {
+void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base) {
+    std::vector<const NamedStyle*> chain;  // from the style up to its outermost parent
+    const std::u16string* wanted = &name;
+    while (!wanted->empty()) {
         const auto found = std::find_if(report.styles.begin(), report.styles.end(),
-                                        [&](const NamedStyle& style) { return style.name == *name; });
+                                        [&](const NamedStyle& style) { return style.name == *wanted; });
         if (found == report.styles.end()) break;
         if (std::find(chain.begin(), chain.end(), &*found) != chain.end()) break;
         chain.push_back(&*found);
-        name = &found->parent;
+        wanted = &found->parent;
     }
+    for (auto style = chain.rbegin(); style != chain.rend(); ++style) applyStyle(base, (*style)->style);
+}
+
+ResolvedStyle resolveStyle(const ReportDefinition& report, const std::u16string& styleName,
+                           const Style& own) {
     ResolvedStyle resolved;
     applyStyle(resolved, report.font);
-    for (auto style = chain.rbegin(); style != chain.rend(); ++style) applyStyle(resolved, (*style)->style);
+    applyNamedStyle(report, styleName, resolved);
     applyStyle(resolved, own);
     return resolved;
 }

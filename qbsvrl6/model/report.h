@@ -258,7 +258,11 @@ struct Report {
     std::unique_ptr<ReportRuntime> runtime;  // made on first use
 };
 
-// The report's font, then the named style with its parents (a cycle ends where it closes), then `own`.
+// Puts what the named style and its parents set on top of `base`, the outermost parent first. A cycle ends where
+// it closes. Nothing happens if there is no such style.
+void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base);
+
+// The report's font, then the named style with its parents, then `own`.
 ResolvedStyle resolveStyle(const ReportDefinition& report, const std::u16string& styleName, const Style& own);
 
 // Every control of the report itself (not of its sub-reports), in the order of the template: report headers,

@@ -1,0 +1,39 @@
+// The texts of a chart: measured, shortened, and formatted from numbers.
+#ifndef QBSVR_QBSVRL6_CHART_CHART_TEXT_H
+#define QBSVR_QBSVRL6_CHART_CHART_TEXT_H
+
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/bind/number_format.h"
+#include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+// Widths and heights are micrometres, font sizes points.
+class ChartText {
+public:
+    // An empty format shows numbers with up to six decimals.
+    ChartText(const std::u16string& fontFamily, const std::u16string& valueFormat);
+
+    static double lineHeight(double points) { return points * kMicrometresPerPoint * 1.3; }
+    // From the middle of a line of text down to its base line.
+    static double halfLetter(double points) { return points * kMicrometresPerPoint * 0.35; }
+
+    double width(const std::u16string& text, double points) const;
+    // The text, or as much of it as fits into the width, with an ellipsis.
+    std::u16string fitted(const std::u16string& text, double points, double width) const;
+    // The text on one line, or broken into two, of which the second is fitted.
+    std::vector<std::u16string> twoLines(const std::u16string& text, double points, double width) const;
+    // By the chart's format for values.
+    std::u16string number(double value);
+
+private:
+    const FontSet& fonts_;
+    NumberFormat format_;
+};
+
+}  // namespace qbsvrl6
+
+#endif
