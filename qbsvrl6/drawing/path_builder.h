@@ -1,4 +1,4 @@
-// Makes the paths of vector drawings.
+// Builds the paths of vector drawings.
 #ifndef QBSVR_QBSVRL6_DRAWING_PATH_BUILDER_H
 #define QBSVR_QBSVRL6_DRAWING_PATH_BUILDER_H
 
@@ -18,7 +18,7 @@ public:
 
     PathBuilder& rectangle(double x, double y, double width, double height);
     PathBuilder& circle(double x, double y, double radius);
-    // A piece of a round cake; a whole turn gives the circle.
+    // A sector of a circle; a full turn gives the circle.
     PathBuilder& wedge(double x, double y, double radius, double fromAngle, double toAngle);
 
     PathBuilder& fill(Color color, double opacity = 1);

@@ -99,7 +99,7 @@ constexpr auto kWords = std::to_array<std::pair<std::string_view, FamilyKind>>({
 struct KindFamilies {
     FamilyKind kind;
     std::array<std::string_view, 7> families;  // folded, best first
-    FamilyKind next;                           // goes on after them; the same kind: nothing does
+    FamilyKind next;                           // follows them; the same kind: none does
 };
 
 constexpr KindFamilies kFamilies[] = {
@@ -146,7 +146,7 @@ FamilyKind familyKind(std::string_view folded) {
 
 std::vector<std::string_view> familiesOf(FamilyKind kind) {
     std::vector<std::string_view> families;
-    for (const KindFamilies& row : kFamilies) {  // each row stands ahead of its next one
+    for (const KindFamilies& row : kFamilies) {  // each row is before its next one
         if (row.kind != kind) continue;
         for (const std::string_view family : row.families) {
             if (!family.empty()) families.push_back(family);

@@ -1,4 +1,4 @@
-// What stands in for the font families that reports name but that few machines have.
+// Substitutes for font families that reports name but few machines have.
 #ifndef QBSVR_QBSVRL6_FONTS_ALIASES_H
 #define QBSVR_QBSVRL6_FONTS_ALIASES_H
 
@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 // Kinds of families that replace each other.
 enum class FamilyKind { Song, FangSong, Kai, Hei, Sans, Serif, Mono, Calibri, Cambria, Verdana };
 
-// A name as the tables hold it: UTF-8, ASCII letters small, without blanks around it and the "@" of vertical
+// A name as the tables hold it: UTF-8, in ASCII lower case, without spaces around it and the "@" of vertical
 // faces.
 std::string foldFamily(std::u16string_view family);
 

@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The characters of a text as FriBidi takes them, with where each begins.
+// The characters of a text for FriBidi, with the position of each.
 struct Characters {
     explicit Characters(std::u16string_view text) {
         codes.reserve(text.size());

@@ -10,7 +10,7 @@
 
 namespace qbsvrl6 {
 
-// A quick look for characters that could make the text run from right to left.
+// Whether the text has characters that could make it run from right to left; a quick test.
 bool mayRunRightToLeft(std::u16string_view text);
 
 // The way in which a paragraph runs: that of its first strong character, else from left to right.

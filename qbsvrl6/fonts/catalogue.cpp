@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 namespace {
 
 // The machine's full configuration is some forty files of rules for desktops, which take several times longer
-// to read than the list of fonts; names are looked up by our own table of aliases, so that the directories
+// to read than the list of fonts; names are looked up by the table of aliases, so that the directories
 // are enough.
 constexpr const char* kDirectories =
     "<?xml version=\"1.0\"?><fontconfig>"
@@ -38,8 +38,8 @@ bool flagOf(FcPattern* pattern, const char* object) {
     return FcPatternGetBool(pattern, object, 0, &flag) == FcResultMatch && flag == FcTrue;
 }
 
-// Files with TrueType or CFF outlines that stand still; named instances of variable fonts are left out, since
-// their outlines depend on settings that painting doesn't keep.
+// Files with fixed TrueType or CFF outlines; named instances of variable fonts are left out, since
+// their outlines depend on settings that painting does not have.
 bool isUsable(FcPattern* pattern) {
     const std::string format = textOf(pattern, FC_FONTFORMAT);
     if (format != "TrueType" && format != "CFF") return false;
@@ -94,7 +94,7 @@ FontCatalogue::FontCatalogue() {
     for (int i = 0; i < fonts->nfont; ++i) {
         if (isUsable(fonts->fonts[i])) faces_.push_back(describe(fonts->fonts[i]));
     }
-    // In an order of our own, so that equal machines choose equal fonts.
+    // Sorted, so that equal machines choose equal fonts.
     std::sort(faces_.begin(), faces_.end(), [](const InstalledFace& a, const InstalledFace& b) {
         return a.file != b.file ? a.file < b.file : a.index < b.index;
     });

@@ -19,7 +19,7 @@ bool standsAlone(char16_t unit) {
            (unit >= 0x3000 && unit <= 0x3029) || (unit >= 0xFF01 && unit <= 0xFF5E);
 }
 
-// A cell's tabs and other controls show as blanks: fonts have boxes or nothing for them.
+// Tabs and other control characters show as spaces: fonts have boxes or nothing for them.
 char16_t withoutControl(char16_t unit) { return unit < u' ' || unit == 0x7F ? u' ' : unit; }
 
 }  // namespace

@@ -17,7 +17,7 @@ struct PlainCharacter {
     enum class Kind : std::uint8_t {
         Unknown,
         Ascii,    // its place depends on its ASCII neighbours: see PairEffect
-        Alone,    // ideographs and their punctuation: one glyph, whatever stands beside it
+        Alone,    // ideographs and their punctuation: one glyph, whatever is beside it
         Complex,  // left to HarfBuzz
     };
     std::uint32_t glyph = 0;
@@ -26,7 +26,7 @@ struct PlainCharacter {
     Kind kind = Kind::Unknown;
 };
 
-// What HarfBuzz makes of two ASCII characters side by side, beyond their own advances (1/1000 em).
+// What HarfBuzz adds to the advances of two ASCII characters side by side (1/1000 em).
 struct PairEffect {
     enum class Kind : std::uint8_t { Unknown, Moves, Complex };
     float firstAdvance = 0;

@@ -27,7 +27,7 @@ std::string_view mapFile(const std::string& file) {
     return {static_cast<const char*>(address), static_cast<std::size_t>(status.st_size)};
 }
 
-// A table of big-endian fields; what lies behind its end reads as 0.
+// A table of big-endian fields; beyond its end everything reads as 0.
 class FontTable {
 public:
     FontTable(hb_face_t* face, hb_tag_t tag) : blob_(hb_face_reference_table(face, tag)) {
@@ -120,8 +120,8 @@ LineMetrics lineMetricsOf(const FontFace& face) {
     const FontTable os2(face.face, HB_TAG('O', 'S', '/', '2'));
     const int typoAscent = os2.i16(68);
     const int typoDescent = std::abs(os2.i16(70));
-    // Fonts for Chinese draw each character in a square of one em and leave room around it in their other
-    // metrics for scripts of the whole world: set by those, a table's lines would stand half an em apart.
+    // Fonts for Chinese draw each character in a square of one em and have more space around it in their other
+    // metrics for scripts of the whole world: with those, a table's lines would be separated by half an em.
     const bool square = typoAscent > 0 && typoAscent + typoDescent == static_cast<int>(face.unitsPerEm);
     if (square && face.ascent + face.descent > 1.3 * em) return {typoAscent / em, typoDescent / em, 1.2};
     return {face.ascent / em, face.descent / em, (face.ascent + face.descent + face.lineGap) / em};

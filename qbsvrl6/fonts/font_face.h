@@ -9,7 +9,7 @@
 
 namespace qbsvrl6 {
 
-// Maps the file and reads what the face tells of itself. The mapping is never undone: faces live as long as
+// Maps the file and reads the properties of the face. The mapping is never undone: faces live as long as
 // the process. Null where the file can't be read or holds no such face.
 std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index);
 

@@ -37,7 +37,7 @@ struct Request {
 // By "family", then one unit for the style.
 using RequestMap = std::unordered_map<std::u16string, const FontSet*>;
 
-// The key of a request, in a buffer of the thread: looking a known font up allocates nothing.
+// The key of a request, in a buffer of the thread: finding a known font allocates nothing.
 const std::u16string& keyOf(const Request& request) {
     thread_local std::u16string key;
     key.assign(request.family);
@@ -78,8 +78,8 @@ public:
     }
 
 private:
-    // The families of a request in the order in which they are tried: the one that was asked for, what stands
-    // in for it, and what its lacking characters come from.
+    // The families of a request in the order in which they are tried: the requested one, its
+    // substitutes, and those that supply missing characters.
     FontSet choose(const Request& request) {
         const std::string wanted = foldFamily(request.family);
         const FamilyKind kind = familyKind(wanted);
@@ -181,7 +181,7 @@ private:
     std::map<SetKey, std::unique_ptr<const FontSet>> sets_;
     std::map<std::tuple<char32_t, bool, bool>, const FontSet::Member*> covering_;
     std::set<std::string> replaced_;
-    std::set<char32_t> lacking_;  // that the log told of
+    std::set<char32_t> lacking_;  // that the log has reported
 };
 
 // Never destroyed: threads may still draw while the process ends.

@@ -35,7 +35,7 @@ struct FontFace {
 };
 
 // What a style asked for, resolved: the face of the family and the faces to fall back on for characters that
-// it lacks. Where the family has no bold or italic face, painting makes one.
+// it lacks. Where the family has no bold or italic face, painting synthesizes one.
 struct FontSet {
     struct Member {
         const FontFace* face = nullptr;
@@ -46,7 +46,7 @@ struct FontSet {
     double ascent = 0;            // of the first member, in ems
     double descent = 0;
     double lineHeight = 0;
-    TextLanguage language = TextLanguage::Unknown;  // that the family's name stands for
+    TextLanguage language = TextLanguage::Unknown;  // that the family's name implies
 
     // The member that has a glyph for the character, else another font of the machine that has one, else the
     // first member.
@@ -55,7 +55,7 @@ struct FontSet {
 
 // Resolves a family: itself where it is installed, else what the table of aliases puts in its place ("宋体"
 // and "SimSun", "黑体", "楷体", "仿宋", "微软雅黑", "Arial" ...), else what the words in its name hint at;
-// then what the machine has for Chinese and for symbols. Cached for the process under a lock; a thread's own
+// then the machine's fonts for Chinese and for symbols. Cached for the process under a lock; a thread's own
 // cache answers repeated requests without it. A replaced family is logged once. Raises EngineError where the
 // machine has no usable font at all.
 const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic);

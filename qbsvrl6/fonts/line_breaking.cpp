@@ -23,7 +23,7 @@ std::size_t withoutBlanksAtEnd(std::u16string_view text, std::size_t first, std:
 Micrometres toWidth(float thousandths, double fontSize) {
     constexpr double kWidest = 2e9;
     const double width = static_cast<double>(thousandths) * fontSize * kMicrometresPerPoint / 1000.0;
-    // NOLINTNEXTLINE(bugprone-incorrect-roundings): lround costs a call for each piece of text
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): lround costs a call for each width
     return static_cast<Micrometres>(std::clamp(width, 0.0, kWidest) + 0.5);
 }
 
@@ -130,7 +130,7 @@ private:
             const std::size_t end = lineEnd(start, limit);
             addLine(first_ + start, first_ + end, shapeStretch(first_ + start, first_ + end));
             start = end;
-            // Blanks that the break took in belong to neither line.
+            // Spaces at the break belong to neither line.
             while (start < count && isBlank(text_[first_ + start])) ++start;
         }
     }
@@ -148,7 +148,7 @@ private:
         for (std::size_t i = start; i < advances_.size(); ++i) {
             if (i > start && mayCutBefore(i)) fitting = i;
             width += std::max(advances_[i], 0.0f);
-            const bool hangs = isBlank(text_[first_ + i]);  // blanks at a line's end need no room
+            const bool hangs = isBlank(text_[first_ + i]);  // spaces at a line's end need no width
             if (width > limit && !hangs && fitting > start)
                 return opportunity > start ? opportunity : fitting;
             if (breaks_[i] == LINEBREAK_ALLOWBREAK || breaks_[i] == LINEBREAK_MUSTBREAK) opportunity = i + 1;
@@ -161,7 +161,7 @@ private:
     std::u16string_view text_;
     Micrometres width_;
     Numbers numbers_;
-    TextLanguage language_;  // of the text as a whole: its lines needn't all have letters that tell it
+    TextLanguage language_;  // of the whole text: not every line has letters that show it
     std::vector<TextLine> lines_;
 
     std::u16string_view paragraph_;

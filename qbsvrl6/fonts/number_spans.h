@@ -30,7 +30,7 @@ private:
 
     std::u16string_view text_;
     std::size_t from_ = 0;
-    std::size_t wordEnd_ = 0;  // of the word that was looked at last
+    std::size_t wordEnd_ = 0;  // of the last word that was examined
     bool isAddress_ = false;   // that word
 };
 

@@ -33,11 +33,11 @@ struct CachedText {
 constexpr std::size_t kCachedTexts = 2048;      // a power of two
 constexpr std::size_t kCachedTextLength = 128;  // longer ones are rarely repeated
 
-// Room made at a run's start: cells are short, and text that changes its font all the time must not get room
+// Space reserved at a run's start: cells are short, and text that changes its font all the time must not reserve it
 // for all the rest each time.
 constexpr std::size_t kLikelyRun = 32;
 
-// Tables of font sets that a thread keeps; they are as large as the text's choice of characters.
+// Tables of font sets per thread; they are as large as the text's choice of characters.
 constexpr std::size_t kKeptTables = 64;
 
 struct ShapingState {
@@ -124,11 +124,11 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
 
 bool isControl(char16_t unit) { return unit < u' ' || unit == 0x7F; }
 
-// Blanks and punctuation between words from right to left, and marks and joiners, take the font of what they
+// Spaces and punctuation between words from right to left, and marks and joiners, take the font of what they
 // follow.
 bool isNeutral(char32_t c) { return c < U'0' || (c > U'9' && c < U'A') || (c >= 0x2000 && c <= 0x206F); }
 
-// Soft hyphens, byte order marks within texts and the like: no font need have them.
+// Soft hyphens, byte order marks within texts and similar characters, which fonts need not have.
 bool isInvisible(char32_t c) {
     return c == 0xAD || c == 0x200B || (c >= 0x2060 && c <= 0x2064) || c == 0xFEFF;
 }
@@ -162,7 +162,7 @@ std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string
         const char32_t character = nextCharacter(line, i);
         const std::uint8_t level = levels.empty() ? std::uint8_t{0} : levels[start];
         const bool begins = shaped->runs.empty() || level != levelsOfRuns.back();
-        // Words from right to left have to stay in one run with the blanks between them.
+        // Words from right to left stay in one run with the spaces between them.
         const bool stays =
             !begins && (joinsBefore(character) || (level % 2 == 1 && isNeutral(character) &&
                                                    hasGlyph(*shaped->runs.back().member.face, character)));
@@ -190,8 +190,8 @@ std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string
     return shaped;
 }
 
-// One set of rules for what reports mix within a word: the look of a digit or a quotation mark must not
-// depend on whether a letter or an ideograph stands beside it.
+// One set of rules for scripts that are mixed within a word: the form of a digit or a quotation mark must not
+// depend on whether a letter or an ideograph is beside it.
 bool sharesLatinRules(hb_script_t script) {
     switch (script) {
         case HB_SCRIPT_INVALID:
@@ -253,7 +253,7 @@ ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirectio
     if (language == TextLanguage::Unknown) language = fonts.language;
     const auto shapeNow = [&]() -> ShapedTextPtr {
         // A line of Latin words in a paragraph from right to left has its words the other way round.
-        // The tables hold Chinese forms, and no letters that tell another language.
+        // The tables hold Chinese forms, and no letters of another language.
         if (base != BaseDirection::RightToLeft &&
             (language == TextLanguage::Unknown || language == TextLanguage::Chinese)) {
             if (ShapedTextPtr plain = shapePlain(fonts, text, state)) return plain;

@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 // Distances are in 1/1000 em, so that one shaping serves every size.
 struct Glyph {
     std::uint32_t id = 0;
-    std::uint32_t cluster = 0;  // index of the first UTF-16 unit that the glyph stands for
+    std::uint32_t cluster = 0;  // index of the first UTF-16 unit that the glyph represents
     float advance = 0;
     float xOffset = 0;
     float yOffset = 0;  // upwards
@@ -38,9 +38,9 @@ using ShapedTextPtr = std::shared_ptr<const ShapedText>;
 // The way in which a paragraph runs as a whole.
 enum class BaseDirection { FirstStrong, LeftToRight, RightToLeft };
 
-// Shapes one line of text; control characters show as blanks. Runs and their glyphs come in the order in
+// Shapes one line of text; control characters show as spaces. Runs and their glyphs come in the order in
 // which they are drawn, from left to right. Ideographs have the forms of `language`; where it is unknown, of
-// the language that the text's letters or the font's name tell, else of Chinese. Results come from a bounded
+// the language that the text's letters or the font's name imply, else of Chinese. Results come from a bounded
 // cache of the calling thread.
 ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text,
                     BaseDirection base = BaseDirection::FirstStrong,
@@ -49,7 +49,7 @@ ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text,
 // The width that shape() gives, without making glyphs.
 float widthOf(const FontSet& fonts, std::u16string_view text);
 
-// A stretch of text that stands on one line; blanks at its end are cut off from `unitCount`.
+// A span of text on one line; spaces at its end do not count in `unitCount`.
 struct TextLine {
     std::uint32_t firstUnit = 0;
     std::uint32_t unitCount = 0;
@@ -58,7 +58,7 @@ struct TextLine {
     bool endsParagraph = false;
 };
 
-// What becomes of a number (number_spans.h) that is wider than the line.
+// How a number (number_spans.h) that is wider than the line is broken.
 enum class Numbers {
     Whole,  // it overflows, on a line to itself
     Cut,    // as any word
@@ -73,7 +73,7 @@ std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16
 // The width of a text on one line.
 Micrometres lineWidth(const FontSet& fonts, double fontSize, std::u16string_view text);
 
-// Whether breakLines() makes one line of the text, and it is no wider than `width`.
+// Whether breakLines() gives one line for the text, which is no wider than `width`.
 bool fitsOneLine(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// What a spreadsheet makes of a text that is one lone placeholder.
+// The typed value of a text that consists of a single placeholder.
 #ifndef QBSVR_QBSVRL6_ITEMS_CELL_VALUE_H
 #define QBSVR_QBSVRL6_ITEMS_CELL_VALUE_H
 
@@ -10,9 +10,10 @@
 
 namespace qbsvrl6 {
 
-// A typed value behind a text that is one lone placeholder; spreadsheets show it as a real number or date.
+// The value that the text formats. Spreadsheets store it as a number or date, with a format that shows what the
+// page shows. Only the member that `type` names is valid.
 struct CellValue {
-    ValueType type = ValueType::Text;  // Text: the item's text is the value
+    ValueType type = ValueType::Text;  // Text: the value is the item's text
     Number number;
     bool boolean = false;
     std::int64_t date = 0;

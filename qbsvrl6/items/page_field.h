@@ -7,11 +7,11 @@
 
 namespace qbsvrl6 {
 
-// A stretch of a text that shows the page number or the page count in plain digits, so that a program which
-// counts pages itself can show its own number there.
+// A span of a text that shows the page number or the page count in plain digits. A program that counts pages
+// itself, such as a word processor, replaces it with a field.
 struct PageField {
     enum class Kind : std::uint8_t { Number, Count } kind = Kind::Number;
-    std::size_t start = 0;
+    std::size_t start = 0;  // first UTF-16 unit of the text
     std::size_t length = 0;
     int value = 0;
 

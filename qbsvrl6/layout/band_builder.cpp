@@ -39,12 +39,12 @@ bool BandBuilder::isVisible(const Visibility& visible, const Position& position)
     return !visible.when || visible.isLate() || view_.isTrue(*visible.when, position);
 }
 
-LateItem& BandBuilder::lateOf(Piece& piece) {
-    if (!piece.late) {
-        piece.late.emplace();
-        piece.late->control = piece.control;
+LateItem& BandBuilder::lateOf(UnplacedItem& unplaced) {
+    if (!unplaced.late) {
+        unplaced.late.emplace();
+        unplaced.late->control = unplaced.control;
     }
-    return *piece.late;
+    return *unplaced.late;
 }
 
 const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position& position) {
@@ -57,8 +57,8 @@ const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position&
     return styleUnder(control, std::move(holds), *instance_.plan.report, context_.styles);
 }
 
-// Totals ahead of their rows: the data is there, so that a text which waits for its group or report reads as
-// from its last row.
+// Totals before their rows: all data is there already, so a text that waits for its group or report is evaluated
+// at the last row of it.
 Position BandBuilder::evaluationPosition(const PlannedText& text, const Position& position) const {
     Position settled = position;
     switch (text.evaluate) {
@@ -79,67 +79,67 @@ Position BandBuilder::evaluationPosition(const PlannedText& text, const Position
     return settled;
 }
 
-bool BandBuilder::makePiece(const Rect& box, const Position& position, Piece& piece) {
-    PlannedControl& control = *piece.control;
+bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedItem& unplaced) {
+    PlannedControl& control = *unplaced.control;
     if (!isVisible(control.visible, position)) return false;
     if (control.visible.isLate())
-        lateOf(piece).visibleWhen.push_back({&*control.visible.when, late(position)});
+        lateOf(unplaced).visibleWhen.push_back({&*control.visible.when, late(position)});
     if (control.hasLateStyle()) {
-        lateOf(piece).styles = instance_.plan.report;
-        lateOf(piece).at = late(position);
+        lateOf(unplaced).styles = instance_.plan.report;
+        lateOf(unplaced).at = late(position);
     }
-    piece.style = styleOf(control, position);
-    piece.item.box = box;
-    piece.item.style = piece.style;
-    piece.item.column = control.firstColumn;
-    piece.item.lastColumn = control.lastColumn;
+    unplaced.style = styleOf(control, position);
+    unplaced.item.box = box;
+    unplaced.item.style = unplaced.style;
+    unplaced.item.column = control.firstColumn;
+    unplaced.item.lastColumn = control.lastColumn;
     std::visit(
         [&](auto& content) {
             using Content = std::decay_t<decltype(content)>;
             if constexpr (std::is_same_v<Content, PlannedText>) {
-                makeText(content, position, piece);
+                makeText(content, position, unplaced);
             } else if constexpr (std::is_same_v<Content, LineContent>) {
-                piece.item.content = LineItem{content};
+                unplaced.item.content = LineItem{content};
             } else if constexpr (std::is_same_v<Content, BoxContent>) {
-                piece.item.content = BoxItem{content};
+                unplaced.item.content = BoxItem{content};
             } else if constexpr (std::is_same_v<Content, PlannedPicture>) {
-                piece.item.content = PictureItem{nullptr, {}, content.content->fit};
+                unplaced.item.content = PictureItem{nullptr, {}, content.content->fit};
             } else if constexpr (std::is_same_v<Content, PlannedBarcode>) {
-                piece.item.content = DrawingItem{nullptr, {}, control.control, nullptr};
+                unplaced.item.content = DrawingItem{nullptr, {}, control.control, nullptr};
             } else if constexpr (std::is_same_v<Content, PlannedChart>) {
-                piece.item.content = makeChart(content, *control.control, position);
+                unplaced.item.content = makeChart(content, *control.control, position);
             } else {
-                makeSubReport(control, position, piece);
+                makeSubReport(control, position, unplaced);
             }
         },
         control.content);
     if (control.contentNeedsPage) {
-        lateOf(piece).contentAt = late(position);
+        lateOf(unplaced).contentAt = late(position);
     } else {
-        context_.contentTexts.evaluate(control, view_, position, piece.item);
+        context_.contentTexts.evaluate(control, view_, position, unplaced.item);
     }
     return true;
 }
 
-void BandBuilder::makeText(PlannedText& text, const Position& position, Piece& piece) {
+void BandBuilder::makeText(PlannedText& text, const Position& position, UnplacedItem& unplaced) {
     const Position at = evaluationPosition(text, position);
     view_.evaluateText(text.text, at, evaluated_);
-    TextItem& item = std::get<TextItem>(piece.item.content);
+    TextItem& item = std::get<TextItem>(unplaced.item.content);
     item.text = std::exchange(evaluated_.text, {});
     item.value = evaluated_.cell;
     item.pageFields = std::move(evaluated_.pageFields);
     item.color = evaluated_.color;
-    item.fontSize = piece.style->fontSize;
+    item.fontSize = unplaced.style->fontSize;
     if (context_.options.paged && (text.needsPage || text.needsPageCount)) {
-        lateOf(piece).text = &text;
-        lateOf(piece).textAt = late(at);
+        lateOf(unplaced).text = &text;
+        lateOf(unplaced).textAt = late(at);
     } else {
-        piece.removed = text.removeWhenBlank && trimmed(item.text).empty();
+        unplaced.removed = text.removeWhenBlank && trimmed(item.text).empty();
     }
     if (context_.options.measureText) {
-        const Size box{piece.item.box.width, piece.item.box.height};
-        piece.needed = context_.options.drawText ? breakText(item, *piece.style, box)
-                                                 : measureText(item, *piece.style, box);
+        const Size box{unplaced.item.box.width, unplaced.item.box.height};
+        unplaced.needed = context_.options.drawText ? breakText(item, *unplaced.style, box)
+                                                    : measureText(item, *unplaced.style, box);
     }
 }
 
@@ -163,20 +163,20 @@ std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, co
                           std::make_shared<RowView>(*content.plan->binding, arguments, context_.now), true};
 }
 
-void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, Piece& piece) {
-    piece.item.content = BoxItem{{{0, {}}, std::nullopt, 0}};
+void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced) {
+    unplaced.item.content = BoxItem{{{0, {}}, std::nullopt, 0}};
     std::optional<ReportInstance> instance = subReport(control, position);
     if (!instance) return;
     CollectingFlow flow;
     context_.walk(context_, std::move(*instance), flow);
-    piece.needed = flow.height;
-    piece.nested = std::move(flow.bands);
+    unplaced.needed = flow.height;
+    unplaced.nested = std::move(flow.bands);
 }
 
 std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind kind,
                                               const Position& position, const SectionSlice* slice) {
     if (!isVisible(section.visible, position)) return std::nullopt;
-    pieces_.clear();
+    unplacedItems_.clear();
     const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
     for (std::size_t i = 0; i < count; ++i) {
         PlannedControl& control = section.controls[slice == nullptr ? i : slice->controls[i]];
@@ -184,42 +184,43 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
         if (!inSet) continue;
         Rect box = control.box;
         if (slice != nullptr) box.y -= slice->top;
-        Piece piece(control);
-        if (!makePiece(box, position, piece)) continue;
-        pieces_.push_back(std::move(piece));
+        UnplacedItem unplaced(control);
+        if (!makeItem(box, position, unplaced)) continue;
+        unplacedItems_.push_back(std::move(unplaced));
     }
     BandDraft draft;
     draft.band.kind = kind;
     draft.band.background = section.section->background;
     draft.band.width = instance_.plan.width;
-    draft.band.height = arrange(*section.section, slice == nullptr ? section.height : slice->height, pieces_);
+    draft.band.height =
+        arrange(*section.section, slice == nullptr ? section.height : slice->height, unplacedItems_);
     draft.mayBreak = !section.section->keepTogether;
     draft.row = position.row;
     if (section.visible.isLate()) draft.visibleWhen = LateCondition{&*section.visible.when, late(position)};
-    place(draft, pieces_);
+    place(draft, unplacedItems_);
     return draft;
 }
 
 Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
-                                 std::vector<Piece>& pieces) const {
+                                 std::vector<UnplacedItem>& unplacedItems) const {
     std::vector<ArrangedBox> boxes;
-    boxes.reserve(pieces.size());
-    for (const Piece& piece : pieces) {
-        const Rect& box = piece.item.box;
-        const PlannedContent& content = piece.control->content;
+    boxes.reserve(unplacedItems.size());
+    for (const UnplacedItem& unplaced : unplacedItems) {
+        const Rect& box = unplaced.item.box;
+        const PlannedContent& content = unplaced.control->content;
         const bool shape =
             std::holds_alternative<LineContent>(content) || std::holds_alternative<BoxContent>(content);
         const bool grows = std::holds_alternative<PlannedSubReport>(content) ||
                            (std::holds_alternative<PlannedText>(content) &&
-                            piece.style->fit == TextFit::Grow && context_.options.measureText);
-        const bool shrinks = piece.removed || (section.canShrink && grows);
-        const Micrometres needed = piece.removed ? 0 : piece.needed;
+                            unplaced.style->fit == TextFit::Grow && context_.options.measureText);
+        const bool shrinks = unplaced.removed || (section.canShrink && grows);
+        const Micrometres needed = unplaced.removed ? 0 : unplaced.needed;
         boxes.push_back({std::max(box.y, 0), box.height, needed, shrinks, shape});
-        if (section.canGrow && !piece.removed) height = std::max(height, boxes.back().top + box.height);
+        if (section.canGrow && !unplaced.removed) height = std::max(height, boxes.back().top + box.height);
     }
     height = arrangeBoxes(boxes, height, section.canGrow);
-    for (std::size_t i = 0; i < pieces.size(); ++i) {
-        Rect& box = pieces[i].item.box;
+    for (std::size_t i = 0; i < unplacedItems.size(); ++i) {
+        Rect& box = unplacedItems[i].item.box;
         box.y = std::min(boxes[i].top, height);
         box.height = std::min(boxes[i].height, height - box.y);
     }
@@ -227,55 +228,56 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
 }
 
 // Whether the box is too narrow for any line. Columns without width are hidden on purpose.
-bool BandBuilder::hasNoWidth(const Piece& piece, const TextItem& text) const {
+bool BandBuilder::hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const {
     const bool isHidden =
-        piece.item.box.width == 0 && (piece.item.column >= 0 || piece.control->offPaper > 0);
+        unplaced.item.box.width == 0 && (unplaced.item.column >= 0 || unplaced.control->offPaper > 0);
     return context_.options.drawText && text.lines.empty() && !isHidden && !trimmed(text.text).empty();
 }
 
-// Fixes texts, pictures and drawings in their final boxes and hands the items over.
-void BandBuilder::place(BandDraft& draft, std::vector<Piece>& pieces) const {
-    draft.band.items.reserve(draft.band.items.size() + pieces.size());
-    for (Piece& piece : pieces) {
-        if (piece.removed) continue;
-        Item& item = piece.item;
+// Fits texts, pictures and drawings into their final boxes and moves the items into the band.
+void BandBuilder::place(BandDraft& draft, std::vector<UnplacedItem>& unplacedItems) const {
+    draft.band.items.reserve(draft.band.items.size() + unplacedItems.size());
+    for (UnplacedItem& unplaced : unplacedItems) {
+        if (unplaced.removed) continue;
+        Item& item = unplaced.item;
         const Size size{item.box.width, item.box.height};
         if (auto* const text = std::get_if<TextItem>(&item.content)) {
             if (context_.options.measureText) {
-                const bool otherHeight = size.height != piece.control->box.height;
-                if (otherHeight && isTurned(*piece.style)) breakText(*text, *piece.style, size);
-                std::size_t leftOut = placeText(*text, *piece.style, size);
-                if (leftOut == 0 && hasNoWidth(piece, *text)) leftOut = 1;
+                const bool otherHeight = size.height != unplaced.control->box.height;
+                if (otherHeight && isTurned(*unplaced.style)) breakText(*text, *unplaced.style, size);
+                std::size_t leftOut = placeText(*text, *unplaced.style, size);
+                if (leftOut == 0 && hasNoWidth(unplaced, *text)) leftOut = 1;
                 const bool settlesLate =
-                    piece.late && (piece.late->text != nullptr || piece.late->styles != nullptr);
-                if (!settlesLate) context_.notes.placed(*piece.control, item, leftOut);
+                    unplaced.late && (unplaced.late->text != nullptr || unplaced.late->styles != nullptr);
+                if (!settlesLate) context_.notes.placed(*unplaced.control, item, leftOut);
             }
-            const bool shows = item.column >= 0 || piece.late || !text->text.empty() || hasLook(*item.style);
+            const bool shows =
+                item.column >= 0 || unplaced.late || !text->text.empty() || hasLook(*item.style);
             if (!shows) continue;
-        } else if (isWhole(item) && !(piece.late && piece.late->contentAt)) {
+        } else if (isWhole(item) && !(unplaced.late && unplaced.late->contentAt)) {
             fitIntoBox(item, context_.options.drawings);
         }
         std::vector<LateCondition> around;
-        if (piece.late && !piece.nested.empty()) around = piece.late->visibleWhen;
-        const bool isSubReport = std::holds_alternative<PlannedSubReport>(piece.control->content);
+        if (unplaced.late && !unplaced.nested.empty()) around = unplaced.late->visibleWhen;
+        const bool isSubReport = std::holds_alternative<PlannedSubReport>(unplaced.control->content);
         if (!isSubReport || hasLook(*item.style)) {
-            if (piece.late) {
-                piece.late->item = draft.band.items.size();
-                draft.lates.push_back(std::move(*piece.late));
+            if (unplaced.late) {
+                unplaced.late->item = draft.band.items.size();
+                draft.deferred.push_back(std::move(*unplaced.late));
             }
             draft.band.items.push_back(std::move(item));
-            if (hasSets()) draft.sets.push_back(piece.control->set);
+            if (hasSets()) draft.sets.push_back(unplaced.control->set);
         }
-        if (!piece.nested.empty()) placeNested(draft, piece, around);
+        if (!unplaced.nested.empty()) placeNested(draft, unplaced, around);
     }
 }
 
 // The bands of a sub-report become items of the band around it; between them is where a page may end.
 // `around` says when they are shown.
-void BandBuilder::placeNested(BandDraft& draft, Piece& piece,
+void BandBuilder::placeNested(BandDraft& draft, UnplacedItem& unplaced,
                               const std::vector<LateCondition>& around) const {
-    const Rect box = piece.item.box;
-    for (CollectingFlow::Placed& placed : piece.nested) {
+    const Rect box = unplaced.item.box;
+    for (CollectingFlow::Placed& placed : unplaced.nested) {
         const Micrometres left = box.x + placed.draft.x;
         const Micrometres top = box.y + placed.y;
         Band& band = placed.draft.band;
@@ -289,23 +291,23 @@ void BandBuilder::placeNested(BandDraft& draft, Piece& piece,
             fill.style = context_.styles.intern({});
             fill.content = BoxItem{{{0, {}}, band.background, 0}};
             band.items.insert(band.items.begin(), std::move(fill));
-            for (LateItem& late : placed.draft.lates) ++late.item;
+            for (LateItem& late : placed.draft.deferred) ++late.item;
         }
-        auto late = placed.draft.lates.begin();
+        auto late = placed.draft.deferred.begin();
         for (std::size_t i = 0; i < band.items.size(); ++i) {
-            const bool isLate = late != placed.draft.lates.end() && late->item == i;
+            const bool isLate = late != placed.draft.deferred.end() && late->item == i;
             if (isLate || !conditions.empty()) {
-                LateItem& own = draft.lates.emplace_back(isLate ? std::move(*late++) : LateItem{});
+                LateItem& own = draft.deferred.emplace_back(isLate ? std::move(*late++) : LateItem{});
                 own.item = draft.band.items.size();
-                if (own.control == nullptr) own.control = piece.control;
+                if (own.control == nullptr) own.control = unplaced.control;
                 own.visibleWhen.insert(own.visibleWhen.end(), conditions.begin(), conditions.end());
             }
             Item& item = band.items[i];
             item.box.x += left;
             item.box.y += top;
-            item.column = item.lastColumn = piece.control->firstColumn;
+            item.column = item.lastColumn = unplaced.control->firstColumn;
             draft.band.items.push_back(std::move(item));
-            if (hasSets()) draft.sets.push_back(piece.control->set);
+            if (hasSets()) draft.sets.push_back(unplaced.control->set);
         }
     }
     std::sort(draft.cuts.begin(), draft.cuts.end());
@@ -352,7 +354,7 @@ BandDraft BandBuilder::row(std::size_t row, std::optional<std::size_t> previous)
     return draft;
 }
 
-// The colour of the row so many rows behind another one.
+// The background of the row that is so many rows after another one.
 std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t behind) const {
     const bool grouped = view_.groupCount() > 0 && row < view_.rowCount();
     const std::size_t first = grouped ? view_.group(view_.groupCount() - 1, row).first : 0;
@@ -360,29 +362,29 @@ std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t behind)
     return second ? instance_.plan.grid->grid->alternateBackground : std::nullopt;
 }
 
-// All the cells of a title or row; the lines of a wrapped one stand below one another.
+// All cells of a title or row. If the columns wrap, its lines are below one another.
 BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
                              BandKind kind, const Position& position, std::optional<std::size_t> previous) {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     BandDraft draft;
     draft.band.kind = kind;
     draft.row = position.row;
-    pieces_.clear();
-    pieces_.reserve(controls.size());
+    unplacedItems_.clear();
+    unplacedItems_.reserve(controls.size());
     std::vector<Micrometres> lines(static_cast<std::size_t>(geometry.lines), lineHeight);
     for (PlannedControl& control : controls) {
         const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
         if (!inSet) continue;
-        Piece& piece = pieces_.emplace_back(control);
-        if (!makePiece(control.box, position, piece)) {
-            pieces_.pop_back();
+        UnplacedItem& unplaced = unplacedItems_.emplace_back(control);
+        if (!makeItem(control.box, position, unplaced)) {
+            unplacedItems_.pop_back();
             continue;
         }
-        piece.removed = false;  // a cell has no line of its own to give up
-        if (previous) suppress(piece, position, *previous, draft);
+        unplaced.removed = false;  // a cell has the height of its row, which cannot go
+        if (previous) suppress(unplaced, position, *previous, draft);
         Micrometres& line = lines[static_cast<std::size_t>(
             geometry.columns[static_cast<std::size_t>(control.firstColumn)].line)];
-        if (canGrow) line = std::max(line, piece.needed);
+        if (canGrow) line = std::max(line, unplaced.needed);
     }
     std::vector<Micrometres> tops;
     for (const Micrometres line : lines) {
@@ -390,31 +392,32 @@ BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres 
         if (draft.band.height > 0) draft.cuts.push_back(draft.band.height);
         draft.band.height += line;
     }
-    for (Piece& piece : pieces_) {
+    for (UnplacedItem& unplaced : unplacedItems_) {
         const auto line = static_cast<std::size_t>(
-            geometry.columns[static_cast<std::size_t>(piece.control->firstColumn)].line);
-        piece.item.box.y = tops[line];
-        piece.item.box.height = lines[line];
+            geometry.columns[static_cast<std::size_t>(unplaced.control->firstColumn)].line);
+        unplaced.item.box.y = tops[line];
+        unplaced.item.box.height = lines[line];
     }
-    place(draft, pieces_);
+    place(draft, unplacedItems_);
     finishGridBand(draft);
     return draft;
 }
 
-// Blank where the row above shows the same.
-void BandBuilder::suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft) {
-    auto* const planned = std::get_if<PlannedText>(&piece.control->content);
+// Empties a cell whose text equals that of the row above.
+void BandBuilder::suppress(UnplacedItem& unplaced, const Position& position, std::size_t previous,
+                           BandDraft& draft) {
+    auto* const planned = std::get_if<PlannedText>(&unplaced.control->content);
     if (planned == nullptr || !planned->suppressRepeated) return;
-    TextItem& text = std::get<TextItem>(piece.item.content);
-    if (text.text.empty() || (piece.late && piece.late->text != nullptr)) return;
+    TextItem& text = std::get<TextItem>(unplaced.item.content);
+    if (text.text.empty() || (unplaced.late && unplaced.late->text != nullptr)) return;
     Position above = position;
     above.row = previous;
     view_.evaluateText(planned->text, evaluationPosition(*planned, above), evaluated_);
     if (evaluated_.text != text.text) return;
     text = {};
-    text.fontSize = piece.style->fontSize;
-    if (piece.late) piece.late->contentAt.reset();
-    piece.needed = 0;
+    text.fontSize = unplaced.style->fontSize;
+    if (unplaced.late) unplaced.late->contentAt.reset();
+    unplaced.needed = 0;
     draft.hidesRepeated = true;
 }
 

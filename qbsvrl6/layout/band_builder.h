@@ -1,4 +1,4 @@
-// Makes bands from sections, titles and rows.
+// Builds bands from sections, titles and rows.
 #ifndef QBSVR_QBSVRL6_LAYOUT_BAND_BUILDER_H
 #define QBSVR_QBSVRL6_LAYOUT_BAND_BUILDER_H
 
@@ -29,7 +29,7 @@ public:
     BandDraft title();
     // `previous` is the row above that suppressed values are compared with; none: all values show.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);
-    // Blank row number `number` behind the last row, from 1.
+    // The empty row with this number after the last row, from 1.
     BandDraft blankRow(Micrometres height, std::size_t number);
 
     Position reportPosition(std::size_t row) const;
@@ -39,41 +39,43 @@ public:
     // Whether there is anything to build: also where the page decides whether it is shown.
     bool isVisible(const Visibility& visible, const Position& position);
 
-    // The set of columns that rows are made of; kEverySet: of all, to be taken apart later.
+    // The group of columns that rows consist of; kEverySet: of all, and the pager divides them.
     int activeSet = kEverySet;
 
 private:
     // A control's item before the band's final heights are known.
-    struct Piece {
-        explicit Piece(PlannedControl& ownControl) : control(&ownControl) {}
+    struct UnplacedItem {
+        explicit UnplacedItem(PlannedControl& ownControl) : control(&ownControl) {}
 
         PlannedControl* control;
         const PooledStyle* style = nullptr;
         std::optional<LateItem> late;
         Item item;
         Micrometres needed = 0;  // height that a growing text needs
-        bool removed = false;    // takes no height since it is blank
+        bool removed = false;    // takes no height, because it is empty
         std::vector<CollectingFlow::Placed> nested;
     };
 
     LatePosition late(const Position& position) const {
         return {position, instance_.view, instance_.isSubReport};
     }
-    static LateItem& lateOf(Piece& piece);
+    static LateItem& lateOf(UnplacedItem& unplaced);
     const PooledStyle* styleOf(PlannedControl& control, const Position& position);
-    bool makePiece(const Rect& box, const Position& position, Piece& piece);
-    void makeText(PlannedText& text, const Position& position, Piece& piece);
+    bool makeItem(const Rect& box, const Position& position, UnplacedItem& unplaced);
+    void makeText(PlannedText& text, const Position& position, UnplacedItem& unplaced);
     DrawingItem makeChart(PlannedChart& chart, const Control& control, const Position& position);
-    void makeSubReport(PlannedControl& control, const Position& position, Piece& piece);
+    void makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced);
     Position evaluationPosition(const PlannedText& text, const Position& position) const;
 
-    Micrometres arrange(const Section& section, Micrometres height, std::vector<Piece>& pieces) const;
+    Micrometres arrange(const Section& section, Micrometres height,
+                        std::vector<UnplacedItem>& unplacedItems) const;
     BandDraft cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
                     BandKind kind, const Position& position, std::optional<std::size_t> previous);
-    void suppress(Piece& piece, const Position& position, std::size_t previous, BandDraft& draft);
-    bool hasNoWidth(const Piece& piece, const TextItem& text) const;
-    void place(BandDraft& draft, std::vector<Piece>& pieces) const;
-    void placeNested(BandDraft& draft, Piece& piece, const std::vector<LateCondition>& around) const;
+    void suppress(UnplacedItem& unplaced, const Position& position, std::size_t previous, BandDraft& draft);
+    bool hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const;
+    void place(BandDraft& draft, std::vector<UnplacedItem>& unplacedItems) const;
+    void placeNested(BandDraft& draft, UnplacedItem& unplaced,
+                     const std::vector<LateCondition>& around) const;
     std::optional<Color> alternate(std::size_t row, std::size_t behind) const;
     void finishGridBand(BandDraft& draft) const;
     bool hasSets() const;
@@ -82,7 +84,7 @@ private:
     const ReportInstance instance_;
     RowView& view_;
     EvaluatedText evaluated_;
-    std::vector<Piece> pieces_;
+    std::vector<UnplacedItem> unplacedItems_;
     ChartNumbers chartNumbers_;
 };
 

@@ -16,7 +16,7 @@ bool isEmptyCell(const Item& item) {
     return text != nullptr && text->text.empty() && !text->pending;
 }
 
-// Takes a draft's items apart into those above and those below a cut.
+// Divides a draft's items into those above and those below a cut.
 class Splitter {
 public:
     Splitter(BandDraft& draft, Micrometres height, bool force, DrawingSource* drawings)
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    // Texts may have come without lines where nobody draws them; to be divided they need some.
+    // Texts may have no lines if the sink draws none; to be divided they need them.
     void breakCrossingTexts() {
         for (Item& item : draft_.band.items) {
             auto* const text = std::get_if<TextItem>(&item.content);
@@ -86,14 +86,14 @@ private:
     void divide() {
         std::vector<Item> items = std::move(draft_.band.items);
         std::vector<int> sets = std::move(draft_.sets);
-        std::vector<LateItem> lates = std::move(draft_.lates);
+        std::vector<LateItem> deferred = std::move(draft_.deferred);
         draft_.band.items.clear();
         draft_.sets.clear();
-        draft_.lates.clear();
+        draft_.deferred.clear();
         std::vector<std::size_t> below;
-        auto late = lates.begin();
+        auto late = deferred.begin();
         for (std::size_t i = 0; i < items.size(); ++i) {
-            LateItem* const own = late != lates.end() && late->item == i ? &*late++ : nullptr;
+            LateItem* const own = late != deferred.end() && late->item == i ? &*late++ : nullptr;
             const int set = sets.empty() ? 0 : sets[i];
             Item& item = items[i];
             if (item.box.y >= cut_) {
@@ -124,7 +124,7 @@ private:
         }
     }
 
-    // Notes that the next item of the rest goes on with a cell; only the highest are cells of the row itself.
+    // Notes that the next item of the rest continues a cell; only the highest are cells of the row itself.
     void noteCell(Micrometres remaining) {
         if (remaining < remaining_) return;
         if (remaining > remaining_) crossing_.clear();
@@ -146,7 +146,7 @@ private:
     static void put(BandDraft& draft, Item item, const int* set, LateItem* late) {
         if (late != nullptr) {
             late->item = draft.band.items.size();
-            draft.lates.push_back(std::move(*late));
+            draft.deferred.push_back(std::move(*late));
         }
         draft.band.items.push_back(std::move(item));
         if (set != nullptr) draft.sets.push_back(*set);
@@ -225,15 +225,15 @@ private:
         put(rest_, std::move(item), set, late);
     }
 
-    // What has become smaller leaves room behind: the lower part moves up, and is nothing where it has
-    // nothing to show.
+    // Items that became smaller leave a gap: the lower part moves up, and is dropped if it has nothing to
+    // show.
     void closeGap() {
         std::vector<Item>& items = rest_.band.items;
         if (std::all_of(items.begin(), items.end(), isEmptyCell)) {
             rest_.band.background.reset();
             items.clear();
             rest_.sets.clear();
-            rest_.lates.clear();
+            rest_.deferred.clear();
         }
         Micrometres gap = std::min(saved_, rest_.band.height);
         for (const Item& item : items) gap = std::min(gap, item.box.y);
@@ -261,7 +261,7 @@ private:
     Micrometres remaining_ = 0;          // what was left of their height
     Micrometres saved_ = 0;              // height of the lower part that went with what became smaller
     bool nothingStays_ = false;          // then each text leaves a line above, or no page would ever take it
-    Micrometres extra_ = 0;  // room that the lower part needs on top of what was left of the height
+    Micrometres extra_ = 0;              // height that the lower part needs in addition to the rest
     BandDraft rest_;
 };
 
@@ -286,13 +286,13 @@ BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int s
     part.band.width = geometry.widthOf(set);
     part.band.height = whole.height;
     if (set == 0) part.band.bookmark = whole.bookmark;
-    auto late = draft.lates.begin();
+    auto late = draft.deferred.begin();
     for (std::size_t i = 0; i < whole.items.size(); ++i) {
-        const bool isLate = late != draft.lates.end() && late->item == i;
+        const bool isLate = late != draft.deferred.end() && late->item == i;
         const bool inSet = draft.sets.empty() ? set == 0 : draft.sets[i] == set || draft.sets[i] == kEverySet;
         if (inSet && isLate) {
-            part.lates.push_back(*late);
-            part.lates.back().item = part.band.items.size();
+            part.deferred.push_back(*late);
+            part.deferred.back().item = part.band.items.size();
         }
         if (isLate) ++late;
         if (!inSet) continue;

@@ -1,4 +1,4 @@
-// A band under way to its page.
+// A band under construction, until it has its page.
 #ifndef QBSVR_QBSVRL6_LAYOUT_BAND_DRAFT_H
 #define QBSVR_QBSVRL6_LAYOUT_BAND_DRAFT_H
 
@@ -17,22 +17,21 @@ namespace qbsvrl6 {
 
 struct BandDraft;
 
-// Makes bands again for a page that goes on with a grid.
+// Builds bands again for a page that continues a grid.
 class RepeatSource {
 public:
     virtual ~RepeatSource() = default;
-    // What stands at the top of a page that goes on with `lead`: title and group headers.
+    // The bands at the top of a page that continues with `lead`: title and group headers.
     virtual std::vector<BandDraft> repeats(const BandDraft& lead) = 0;
     // The row again, with nothing suppressed.
     virtual BandDraft revealed(const BandDraft& row) = 0;
 };
 
-// What its page is needed for: an expression is evaluated where it stands in the rows, and again when the
-// page is complete.
+// The position of an expression that needs its page: it is evaluated there when the page is complete.
 struct LatePosition {
     Position position;
     std::shared_ptr<RowView> view;
-    bool ofSubReport = false;  // rows of the page are its own rows
+    bool ofSubReport = false;  // its own rows are the rows of the page
 };
 
 struct LateCondition {
@@ -56,8 +55,8 @@ struct LateItem {
 struct BandDraft {
     Band band;
     Micrometres x = 0;                         // from the left edge of the flow
-    std::vector<LateItem> lates;               // in the order of their items
-    std::optional<LateCondition> visibleWhen;  // of the band: without it there are no items, only their room
+    std::vector<LateItem> deferred;            // in the order of their items
+    std::optional<LateCondition> visibleWhen;  // of the band; where it does not hold, the band is empty space
     std::vector<int> sets;                     // of columns, one for each item; empty where there is one set
     std::vector<Micrometres> cuts;             // heights at which a cut divides nothing, ascending
     bool mayBreak = false;                     // may be cut even where it would fit on the next page
@@ -67,8 +66,9 @@ struct BandDraft {
     bool madeSmaller = false;  // something above the cut is no longer as large as it was designed
     std::shared_ptr<RepeatSource> owner;
     bool ofSubReport = false;
-    std::vector<std::uint64_t> keeps;  // the flow's: first bands of what must not be broken ahead of this one
-    std::uint64_t sequence = 0;        // the flow's: counts the bands
+    std::vector<std::uint64_t>
+        keeps;  // the flow's: first bands of the ranges that no break before this one may divide
+    std::uint64_t sequence = 0;  // the flow's: counts the bands
 };
 
 // Cuts a draft at `height` or, better, a little above where nothing is divided; the upper part stays in

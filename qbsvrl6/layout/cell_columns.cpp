@@ -18,9 +18,9 @@ namespace {
 
 constexpr Micrometres kNear = 1'000;
 
-class Cuts {
+class EdgeCollector {
 public:
-    explicit Cuts(CellColumns columns) : columns_(columns) {}
+    explicit EdgeCollector(CellColumns columns) : columns_(columns) {}
 
     void addGridBox(std::int64_t left, Micrometres width) {
         add(gridEdges_, left, width);
@@ -33,7 +33,7 @@ public:
         if (columns_ != CellColumns::Page) cells_.push_back(std::move(boxes));
     }
 
-    // Make cuts of the edges collected so far that no earlier cut is near to: what comes first leads.
+    // Take the edges collected so far, except those near to an earlier one: the first ones take precedence.
     void takeGridEdges() { take(gridEdges_); }
     void takeFreeEdges() {
         if (columns_ != CellColumns::Page) {
@@ -86,7 +86,7 @@ private:
     Micrometres end_ = 0;
 };
 
-// Where a report stands on the paper.
+// The extent of a report on the paper.
 struct Place {
     std::int64_t left = 0;
     Micrometres width = 0;
@@ -112,7 +112,7 @@ bool showsRows(const DetailGrid& grid) {
            });
 }
 
-// The sets of columns that go to pages of their own, on top of each other.
+// The groups of columns that have their own pages, one over the other.
 std::vector<ColumnMove> movesOf(const GridGeometry& geometry) {
     std::vector<ColumnMove> moves(geometry.columns.size());
     std::vector<std::size_t> slots(moves.size());
@@ -165,7 +165,7 @@ struct NamedColumns {
 
 class Collector {
 public:
-    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, Cuts& cuts)
+    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, EdgeCollector& cuts)
         : options_(options), paperWidth_(paperWidth), columns_(columns), cuts_(cuts) {}
 
     void addColumns(const ReportDefinition& report, const Place& place) {
@@ -261,13 +261,14 @@ private:
         for (const auto& control : section->controls.items) {
             const std::optional<Extent> named = columns.spanOf(*control);
             const Extent span = named ? *named : freeSpan(*control, place);
-            // Of a grid without rows the columns that controls name are places like those of free controls.
+            // The columns of a grid without rows count like free controls where controls name them.
             if (!named || !columns.show) cuts_.addFreeBox(span.left, span.width);
             if (!named)
                 addSubReport(*control, {span.left, static_cast<Micrometres>(span.width), place.depth});
             if (hasCell(*control)) {
-                cells.push_back({Cuts::onDrawing(span.left), Cuts::onDrawing(span.left + span.width),
-                                 control->box.y, control->box.bottom()});
+                cells.push_back({EdgeCollector::onDrawing(span.left),
+                                 EdgeCollector::onDrawing(span.left + span.width), control->box.y,
+                                 control->box.bottom()});
             }
         }
         cuts_.addCells(std::move(cells));
@@ -302,7 +303,7 @@ private:
     const LayoutOptions& options_;
     const Micrometres paperWidth_;
     CellColumns columns_;
-    Cuts& cuts_;
+    EdgeCollector& cuts_;
 };
 
 Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
@@ -314,7 +315,7 @@ Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
 
 std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
                                      CellColumns columns) {
-    Cuts cuts(columns);
+    EdgeCollector cuts(columns);
     Collector collector(options, report.page.paper.width, columns, cuts);
     const Place place = placeOf(report, options);
     collector.addColumns(report, place);

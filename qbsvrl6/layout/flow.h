@@ -19,7 +19,7 @@ public:
 
     // The rest does nothing where there are no pages.
 
-    // What follows starts a page, unless nothing stands on this one yet.
+    // The next band starts a page, unless the page is still empty.
     virtual void startPage() {}
     virtual void startPageNumbers() {}  // and is page 1
     // Bands from now on until `endKeep` stay on one page, as far as that is possible.
@@ -44,10 +44,10 @@ public:
     Micrometres height = 0;
 };
 
-// Makes a band of a sub-report one of the report around it, which has a grid and columns of its own.
+// Turns a band of a sub-report into one of the report around it, which has another grid and other columns.
 void takeIn(BandDraft& draft);
 
-// Bands of a sub-report that stands alone in its stretch of a section: into the flow around it.
+// Passes the bands of a sub-report that is alone at its height of a section to the flow around it.
 class InnerFlow : public Flow {
 public:
     InnerFlow(Flow& outer, Micrometres x) : outer_(outer), x_(x) {}

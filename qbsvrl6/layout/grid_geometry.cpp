@@ -104,7 +104,7 @@ private:
         }
     }
 
-    // Puts columns side by side until one doesn't fit, then begins again behind the fixed ones. Gives the
+    // Puts columns side by side until one doesn't fit, then begins again after the fixed ones. Gives the
     // number of beginnings.
     template <typename Assign>
     int fill(std::size_t fixed, Assign assign) {
@@ -135,7 +135,7 @@ private:
         if (surroundings_ == GridSurroundings::Box) return wrap();
         geometry_.setsFollowRows =
             grid_.adapt == ColumnAdapt::ToNewPageEx || grid_.adapt == ColumnAdapt::ToNewPageRepeatFixedEx;
-        // The fixed columns leave room for the others: no more than half of the page is theirs.
+        // The fixed columns use half of the page at most and leave the rest to the others.
         std::size_t fixed = 0;
         Micrometres width = 0;
         while (fixed < std::min(wanted, geometry_.columns.size()) &&

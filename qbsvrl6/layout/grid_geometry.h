@@ -1,4 +1,4 @@
-// Where the columns of a detail grid stand, by the way in which the grid adapts to its page.
+// The positions of the columns of a detail grid, by the way in which the grid adapts to its page.
 #ifndef QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 #define QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 
@@ -13,7 +13,7 @@ struct PlacedColumn {
     Micrometres x = 0;  // from the grid's left edge
     Micrometres width = 0;
     int line = 0;         // of the lines that a wrapped row has
-    int set = 0;          // of the sets that go to pages of their own; kEverySet: on all of them
+    int set = 0;          // of the groups that have their own pages; kEverySet: on all of them
     bool visible = true;  // false: left out
 };
 

@@ -40,19 +40,19 @@ void LateItems::settleForPage(BandDraft& draft, const PageNumbers& page) {
         band.items.clear();
         band.background.reset();
         band.bookmark.clear();
-        draft.lates.clear();
+        draft.deferred.clear();
     }
-    if (draft.lates.empty()) return;
-    std::size_t kept = draft.lates.front().item;
-    auto late = draft.lates.begin();
+    if (draft.deferred.empty()) return;
+    std::size_t kept = draft.deferred.front().item;
+    auto late = draft.deferred.begin();
     for (std::size_t i = kept; i < band.items.size(); ++i) {
-        const bool isLate = late != draft.lates.end() && late->item == i;
+        const bool isLate = late != draft.deferred.end() && late->item == i;
         if (isLate && !settleItem(band.items[i], *late++, page)) continue;
         if (kept != i) band.items[kept] = std::move(band.items[i]);
         ++kept;
     }
     band.items.resize(kept);
-    draft.lates.clear();
+    draft.deferred.clear();
 }
 
 // Gives whether the item is shown.

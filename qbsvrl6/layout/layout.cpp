@@ -35,7 +35,7 @@ void countPages(LayoutContext& context, const ReportInstance& instance) {
     context.options.drawings = drawings;
 }
 
-// Page header and footer stand once, at the start and at the end.
+// Page header and footer appear once, at the start and at the end.
 void layOutContinuous(LayoutContext& context, const ReportInstance& instance, PageSink& sink) {
     ContinuousFlow flow(sink, instance.plan.report->page);
     BandBuilder builder(context, instance);

@@ -23,11 +23,11 @@ struct PageNumbers {
     RowRange rows;   // of the report's grid
 };
 
-// What goes to the log once, however many rows it is true of.
+// Messages that the log has once per control, however many rows they apply to.
 class LayoutNotes {
 public:
     // The item's text is placed in its box, and the box does not grow: reports #### in place of a number, and
-    // lines that have no room.
+    // lines that do not fit.
     void placed(const PlannedControl& control, const Item& item, std::size_t linesLeftOut);
     void madeSmaller();
 
@@ -41,9 +41,9 @@ private:
 
 struct LayoutContext;
 
-// Settles items that had to wait. Conditions with the page count can't wait for the end: they decide what a
-// sink gets at all. So the pages are counted first, in a layout that no sink sees; it has the same pages,
-// since the room of what may turn out to be invisible is kept.
+// Settles deferred items. Conditions on the page count cannot wait for the end, because they decide what a sink
+// receives: the pages are counted first, in a layout that no sink sees. It has the same pages, since hidden items
+// leave their space empty.
 class LateItems : public PendingTexts {
 public:
     explicit LateItems(LayoutContext& context) : context_(context) {}
@@ -83,8 +83,8 @@ private:
 class Flow;
 struct ReportInstance;
 
-// Walks a report into a flow. Bands hold sub-reports, which are walked like the report that consists of bands:
-// this is how a band's builder reaches the walk that has built it.
+// Walks a report into a flow. A band may contain a sub-report, which is walked like the report itself: through
+// this function, the builder of bands reaches the walk that uses it.
 using WalkReport = void (*)(LayoutContext& context, ReportInstance instance, Flow& flow);
 
 struct LayoutContext {

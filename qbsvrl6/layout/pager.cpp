@@ -43,10 +43,10 @@ std::uint64_t Pager::beginKeep() {
 }
 
 void Pager::endKeep(std::uint64_t keep) {
-    std::erase_if(keeps_, [keep](const Keep& open) { return open.id == keep; });
+    std::erase_if(keeps_, [keep](const KeepTogether& open) { return open.id == keep; });
 }
 
-// A title that nothing follows yet goes along.
+// A title that nothing follows yet moves to the new page.
 void Pager::beginAskedPage(const BandDraft& lead) {
     std::vector<BandDraft> titles;
     while (hasContent() && fragment_.back().band.kind == BandKind::GridTitle) {
@@ -67,7 +67,7 @@ void Pager::add(BandDraft draft) {
     if (std::exchange(startPending_, false)) beginAskedPage(draft);
     if (!pageOpen_) openPage(draft.row);
     draft.sequence = nextSequence_++;
-    for (const Keep& keep : keeps_) {
+    for (const KeepTogether& keep : keeps_) {
         if (keep.first < draft.sequence) draft.keeps.push_back(keep.first);
     }
     place(std::move(draft));
@@ -92,7 +92,7 @@ void Pager::place(BandDraft draft) {
                 rest->sequence = nextSequence_++;
                 if (rest->madeSmaller) context_.notes.madeSmaller();
                 append(std::move(draft));
-                if (isEmpty(*rest)) return;  // the blank end of a section needs no page
+                if (isEmpty(*rest)) return;  // the empty end of a section needs no page
                 nextFragment(*rest);
                 draft = std::move(*rest);
                 continue;
@@ -104,7 +104,7 @@ void Pager::place(BandDraft draft) {
     }
 }
 
-// A row that has no room even right below its title and headers would find no more on any other page.
+// A row that does not fit even directly below its title and headers fits on no other page.
 bool Pager::standsUnderHeadersAlone(const BandDraft& draft) const {
     if (draft.band.kind != BandKind::Row || top_ != bodyTop_ || left() < kUsefulCut) return false;
     return std::all_of(fragment_.begin(), fragment_.end(), [](const BandDraft& band) {
@@ -118,12 +118,12 @@ void Pager::append(BandDraft draft) {
     fragment_.push_back(std::move(draft));
 }
 
-// A band that no page can hold is cut where it stands, if that fills the page any better.
+// A band that no page can hold is split in place, if that fills the page better.
 bool Pager::cutsInPlace(const BandDraft& draft) const {
     return (draft.mayBreak || draft.band.height > bottom_ - bodyTop_) && left() >= kUsefulCut;
 }
 
-// Breaks the fragment where it does least harm and goes on with the rest behind it.
+// Breaks the fragment where it divides least and moves the rest to the next one.
 void Pager::moveOn(BandDraft draft) {
     const std::size_t from = chooseBreak(draft);
     std::vector<BandDraft> carried(
@@ -193,7 +193,7 @@ void Pager::addRepeats(const BandDraft& lead) {
     std::int64_t height = 0;
     for (const BandDraft& band : repeats) height += band.band.height;
     while (static_cast<double>(height) > kMostRepeated * capacity()) {
-        height -= repeats.back().band.height;  // inner headers make room first
+        height -= repeats.back().band.height;  // inner headers are dropped first
         repeats.pop_back();
     }
     for (BandDraft& band : repeats) {
@@ -216,7 +216,7 @@ void Pager::beginDetailColumns() {
     columnsTop_ = columnsBottom_ = top_;
 }
 
-// What follows stands below the longest column.
+// The next band is below the longest column.
 void Pager::endDetailColumns() {
     if (detailColumn_ < 0) return;
     if (pageOpen_) {
@@ -260,7 +260,7 @@ void Pager::openPage(std::size_t row) {
     if (detailColumn_ > 0) detailColumn_ = 0;
 }
 
-// Headers and footers are laid out twice: ahead of the page for their heights, and behind it for good.
+// Headers and footers are laid out twice: before the page for their heights, and after it to be shown.
 Micrometres Pager::partHeight(std::optional<PlannedSection>& part, BandKind kind,
                               const PageNumbers& numbers) {
     const std::optional<BandDraft> draft = makePart(part, kind, numbers);
@@ -297,7 +297,7 @@ void Pager::closePage() {
     }
     nextRow_ = rows.end;
     numbers_.rows = rows;
-    // Columns of detail come one after the other; sinks go down the page.
+    // Columns of detail follow one another, but sinks receive bands from the top down.
     const auto higher = [](const Placed& a, const Placed& b) { return a.y < b.y; };
     if (!std::is_sorted(placed_.begin(), placed_.end(), higher)) {
         std::stable_sort(placed_.begin(), placed_.end(), higher);

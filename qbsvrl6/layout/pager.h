@@ -1,4 +1,12 @@
-// The paged flow: fills pages with bands and hands each page, complete, to the sink.
+// The paged flow: fills pages with bands and passes each page to the sink when it is complete.
+//
+// Bands fill a fragment from its top down. A fragment is the height between page header and page footer, or one
+// of the page's columns of detail. A band that does not fit moves to the next fragment, together with the bands
+// before it that have to stay with it; a band that no fragment can hold is split (band_draft.h).
+//
+// One page is held back until it is complete. Until then a break can still move up to a better position, and the
+// texts that show the number or totals of the page can be settled. No page is ever changed after it has been
+// passed on, so memory use does not grow with their number.
 #ifndef QBSVR_QBSVRL6_LAYOUT_PAGER_H
 #define QBSVR_QBSVRL6_LAYOUT_PAGER_H
 
@@ -13,12 +21,11 @@
 
 namespace qbsvrl6 {
 
-// Bands fill a fragment: the page's height, or one of its columns of detail. One page is held back until it
-// is complete, so that a break can be moved up to where it does least harm, and what shows the page's number
-// or totals can be settled.
+// Invariants: a fragment never becomes higher than its page, unless a single band cannot be divided; and each
+// page accepts some part of what is placed on it, so that every layout ends.
 class Pager : public Flow {
 public:
-    // Raises EngineError(LimitExceeded) for paper without room between its margins.
+    // Raises EngineError(LimitExceeded) for paper without space between its margins.
     Pager(LayoutContext& context, const ReportInstance& instance, PageSink& sink);
 
     void add(BandDraft draft) override;
@@ -30,18 +37,20 @@ public:
     void endDetailColumns() override;
     Micrometres room() override;
 
-    // Ends the last page; a report without any band has one blank page.
+    // Ends the last page. A report without any band has one empty page.
     void finish();
 
 private:
+    // A band of the page, at its position on the paper.
     struct Placed {
         BandDraft draft;
         Micrometres x = 0;
         Micrometres y = 0;
     };
-    struct Keep {
+    // Bands that stay on one page, as far as that is possible.
+    struct KeepTogether {
         std::uint64_t id = 0;
-        std::uint64_t first = 0;  // sequence of its first band
+        std::uint64_t first = 0;  // sequence number of its first band
     };
 
     void beginAskedPage(const BandDraft& lead);
@@ -77,27 +86,31 @@ private:
     const PageSetup& setup_;
     BandBuilder builder_;
 
-    // The fragment being filled.
+    // The fragment that is being filled. Its bands have no positions yet: they follow one another from `top_`.
     std::vector<BandDraft> fragment_;
     std::size_t repeated_ = 0;  // bands at its start that are repeated from earlier pages
-    Micrometres top_ = 0, bottom_ = 0, used_ = 0;
-    bool fragmentHasRow_ = false;
+    Micrometres top_ = 0;       // edges on the paper
+    Micrometres bottom_ = 0;
+    Micrometres used_ = 0;         // height of its bands
+    bool fragmentHasRow_ = false;  // then a row may suppress repeated values
 
-    // The page: fragments that are complete.
+    // The page: its fragments that are complete.
     bool pageOpen_ = false;
     std::vector<Placed> placed_;
     Micrometres headerHeight_ = 0, footerHeight_ = 0;
-    Micrometres bodyTop_ = 0;
-    PageNumbers numbers_{0, 0, {}};
-    int pages_ = 0;
-    std::size_t nextRow_ = 0;  // of the grid, behind the rows of the pages before
+    Micrometres bodyTop_ = 0;        // lower edge of the page header
+    PageNumbers numbers_{0, 0, {}};  // what the page shows
+    int pages_ = 0;                  // sheets of paper so far, whatever numbers they show
+    std::size_t nextRow_ = 0;        // of the grid: the first one after the rows of earlier pages
 
+    // Requests that take effect with the next band, so that no empty page results.
     bool startPending_ = false;
     bool restartPending_ = false;
-    int detailColumn_ = -1;  // -1: the whole width
-    Micrometres columnsTop_ = 0, columnsBottom_ = 0;
 
-    std::vector<Keep> keeps_;
+    int detailColumn_ = -1;                           // the page's column of detail; -1: the whole width
+    Micrometres columnsTop_ = 0, columnsBottom_ = 0;  // of the columns of detail on this page
+
+    std::vector<KeepTogether> keeps_;  // open: bands that are added now belong to all of them
     std::uint64_t nextKeep_ = 1;
     std::uint64_t nextSequence_ = 1;
 };

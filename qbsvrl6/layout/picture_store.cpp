@@ -113,7 +113,7 @@ Rect fitPicture(const Picture& picture, PictureFit fit, const Rect& place) {
     double width = picture.pixelWidth * kMicrometresPerInch / dots;
     double height = picture.pixelHeight * kMicrometresPerInch / dots;
     if (fit == PictureFit::Clip) {
-        // The sink cuts what goes beyond the box.
+        // The sink clips what is beyond the box.
         const double most = limits::kBandMicrometres;
         return {place.x, place.y, static_cast<Micrometres>(std::min(width, most)),
                 static_cast<Micrometres>(std::min(height, most))};

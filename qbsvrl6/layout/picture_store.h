@@ -33,7 +33,7 @@ private:
     int failedFetches_ = 0;
 };
 
-// Where the picture stands that has this place for it.
+// The position of a picture that is fitted into `place`.
 Rect fitPicture(const Picture& picture, PictureFit fit, const Rect& place);
 
 }  // namespace qbsvrl6

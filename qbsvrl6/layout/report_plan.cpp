@@ -37,8 +37,7 @@ public:
     Planner(const ReportDefinition& report, const PlanSource& source, Micrometres left, int depth)
         : report_(report), source_(source), left_(left), depth_(depth) {}
 
-    // A sub-report is planned for a box of this width and reads the outer report's data where it has none of
-    // its own.
+    // A sub-report is planned for a box of this width. It reads the outer report's data if it has none itself.
     std::unique_ptr<ReportPlan> plan(Micrometres width, const DataSet* outerData,
                                      std::span<const SubReportParameter> passed) {
         plan_ = std::make_unique<ReportPlan>();
@@ -73,7 +72,7 @@ private:
         Page page = Page::IsNot;
     };
 
-    // The grid's own data leads; the report's is there for its parameters and, where its table is another,
+    // The grid's data takes precedence; the report's supplies parameters and, if its table is another one,
     // for the fields of that table's first row.
     DataSources dataSources() {
         DataSources sources;
@@ -141,8 +140,8 @@ private:
         return planned;
     }
 
-    // Divides a section at those sub-reports that nothing stands beside. What may turn out to be invisible
-    // keeps its place as a whole.
+    // Divides a section at the sub-reports that are alone at their height. A section or sub-report that may turn
+    // out to be invisible is not divided.
     static void slice(PlannedSection& section) {
         if (!section.section->canGrow || section.visible.isLate()) return;
         std::vector<std::size_t> order(section.controls.size());
@@ -191,7 +190,7 @@ private:
         return planned;
     }
 
-    // A control whose position is its own affair: it may reach beyond the paper.
+    // A control with its own position, which may reach beyond the paper.
     PlannedControl planFreeControl(const Control& control, Rect box, const Site& site) {
         if (!source_.options.paged) return planControl(control, box, site);
         const Micrometres paper = soundLength(source_.page.paper.width);
@@ -429,8 +428,8 @@ private:
         return planned;
     }
 
-    // First and last of the columns of a range that stand in the set, on the line of the first; none where
-    // the set has only fixed columns of a range that goes beyond them.
+    // First and last column of a range within the group of columns, on the line of the first; none if the group
+    // has only fixed columns of a range that extends beyond them.
     static std::optional<std::pair<std::size_t, std::size_t>> columnSpan(const GridGeometry& geometry,
                                                                          std::size_t first, std::size_t last,
                                                                          int set) {
@@ -442,7 +441,7 @@ private:
             own = own || geometry.columns[i].set == set;
             span = {span ? span->first : i, i};
         }
-        // Where group sections don't wrap, what stands on a later line has no place.
+        // If group sections do not wrap, columns on later lines have no position in them.
         if (span && !geometry.wrapGroups && geometry.columns[span->first].line > 0) return std::nullopt;
         return own ? span : std::nullopt;
     }

@@ -1,4 +1,11 @@
-// A report made ready for its walk: texts compiled, styles resolved, columns placed. Made once for an export.
+// A report prepared for its walk: texts compiled, styles resolved, columns placed. Made once per export.
+//
+// The plan mirrors the definition, and points into it: the definition outlives the plan and does not change
+// meanwhile. Lengths are micrometres. They are valid, whatever a program has put into the definition: within
+// limits::kPaperMicrometres, and scaled already where the grid shrinks to the page.
+//
+// Texts parse their formats, and controls resolve their conditional styles, on first use: a plan belongs to one
+// export and one thread.
 #ifndef QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
 #define QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
 
@@ -25,18 +32,20 @@ struct ReportPlan;
 
 struct PlannedText {
     TextTemplate text;
-    std::optional<TextTemplate> link;
+    std::optional<TextTemplate> link;  // none: no link
     TextContent::Evaluate evaluate = TextContent::Evaluate::Now;
     bool suppressRepeated = false;
     bool removeWhenBlank = false;
-    bool needsPage = false;  // its page's number or rows: settled when the page is complete
+    // What the text shows that is not known while its band is made. The number and the rows of the page are
+    // known when the page is complete, the page count when the report is.
+    bool needsPage = false;
     bool needsPageCount = false;
 };
 
 struct PlannedPicture {
     const PictureContent* content = nullptr;
-    TextTemplate source;
-    std::string folder;  // where a relative source starts
+    TextTemplate source;  // no parts: the picture that the template holds
+    std::string folder;   // where a relative source starts
     TextTemplate alternateText;
 };
 
@@ -48,13 +57,13 @@ struct PlannedBarcode {
 struct PlannedChart {
     const ChartContent* content = nullptr;
     TextTemplate title, xTitle, yTitle;
-    std::unique_ptr<Binding> table;   // of a chart that looks at another table than its section
-    std::optional<ChartQuery> query;  // none: the content's own data is shown
+    std::unique_ptr<Binding> table;  // of a chart that reads another table than its section does; may be null
+    std::optional<ChartQuery> query;  // none: the chart shows the numbers of the template
 };
 
 struct PlannedSubReport {
-    std::unique_ptr<ReportPlan> plan;  // null: beyond the limit of depth
-    std::vector<Expression> arguments;
+    std::unique_ptr<ReportPlan> plan;   // null: nested deeper than limits::kSubReportDepth
+    std::vector<Expression> arguments;  // in the scope of the parent, in the order of the parameters
 };
 
 // When what a condition reads is known.
@@ -63,9 +72,10 @@ enum class Known {
     OnPage,  // when its page is complete: the page's number, its rows, the page count
 };
 
+// A conditional style.
 struct PlannedCondition {
     Expression when;
-    const std::u16string* style = nullptr;  // name
+    const std::u16string* style = nullptr;  // its name; never null
     Known known = Known::Now;
 };
 
@@ -81,14 +91,17 @@ using PlannedContent = std::variant<PlannedText, LineContent, BoxContent, Planne
 
 struct PlannedControl {
     const Control* control = nullptr;
-    Rect box;                                    // in its section or row, as far as it is on the paper
-    Micrometres offPaper = 0;                    // width that it would have beyond the paper's edges
-    const std::u16string* gridColumn = nullptr;  // name of the column that this is the title or cell of
-    int firstColumn = -1, lastColumn = -1;
-    int set = kEverySet;  // of columns, where the grid goes on to pages of their own
-    const PooledStyle* style = nullptr;
+    Rect box;                  // in its section or row, as far as it is on the paper
+    Micrometres offPaper = 0;  // the width of it that is not
+    const std::u16string* gridColumn =
+        nullptr;                            // name of the column whose title or cell this is; null: neither
+    int firstColumn = -1, lastColumn = -1;  // of the grid that it covers; -1: a free control
+    int set =
+        kEverySet;  // the group of columns whose pages show it, where the grid continues on further pages
+    const PooledStyle* style = nullptr;  // without the conditional ones; never null
     std::vector<PlannedCondition> conditions;
-    std::map<std::vector<bool>, const PooledStyle*> variants;  // by the conditions that hold
+    // Styles with conditional ones on top, by the conditions that hold; filled as they occur.
+    std::map<std::vector<bool>, const PooledStyle*> variants;
     Visibility visible;
     PlannedContent content;
     bool contentNeedsPage = false;  // its link, barcode, picture or titles show the page's number or rows
@@ -99,12 +112,13 @@ struct PlannedControl {
     }
 };
 
-// A stretch of a section's height: either a sub-report alone, whose bands can so go on from page to page, or
-// what stands above, between and below those.
+// A part of a section's height, over its whole width: either a sub-report alone, whose bands can then continue
+// from page to page, or what is above, between and below such sub-reports. The slices of a section do not
+// overlap, and each control is in one of them.
 struct SectionSlice {
     Micrometres top = 0;
     Micrometres height = 0;
-    std::vector<std::size_t> controls;  // indices
+    std::vector<std::size_t> controls;  // indices into the section's, ascending: the order of painting
     bool isSubReport = false;
 };
 
@@ -113,30 +127,30 @@ struct PlannedSection {
     Micrometres height = 0;
     Visibility visible;
     std::vector<PlannedControl> controls;
-    std::vector<SectionSlice> slices;  // from the top down; empty: no sub-report stands alone in its stretch
+    std::vector<SectionSlice> slices;  // from the top down; empty: no sub-report is alone at its height
 };
 
 struct PlannedGroup {
     const Group* group = nullptr;
-    std::optional<PlannedSection> header, footer;
+    std::optional<PlannedSection> header, footer;  // none: the group has none
 };
 
 struct PlannedGrid {
     const DetailGrid* grid = nullptr;
     GridGeometry geometry;
-    Micrometres titleHeight = 0;  // of one line
-    Micrometres rowHeight = 0;
-    std::vector<PlannedControl> titles, cells;  // visible columns only
-    std::vector<PlannedGroup> groups;
+    Micrometres titleHeight = 0;                // of one line, where the columns wrap; 0: no titles
+    Micrometres rowHeight = 0;                  // the same, of a row that does not grow
+    std::vector<PlannedControl> titles, cells;  // of visible columns, in their order
+    std::vector<PlannedGroup> groups;           // outermost first
 };
 
 struct ReportPlan {
     const ReportDefinition* report = nullptr;
     std::unique_ptr<Binding> binding;
-    Micrometres width = 0;  // of its sections
+    Micrometres width = 0;  // of its sections: between the margins, or of the sub-report's box
     std::optional<PlannedSection> pageHeader, pageFooter;
     std::vector<PlannedSection> reportHeaders, reportFooters;
-    std::unique_ptr<PlannedGrid> grid;
+    std::unique_ptr<PlannedGrid> grid;  // null: the report has none
     // A condition, link, barcode, picture or chart of it or of its sub-reports shows the page count. Other
     // texts can wait for it.
     bool needsPageCount = false;
@@ -150,7 +164,8 @@ struct PlanSource {
     const PageSetup& page;  // of the outermost report
 };
 
-// Raises EngineError for faulty expressions and passed limits.
+// Raises EngineError for invalid expressions and exceeded limits. Logs what the pages cannot show: missing tables,
+// columns that are left out, controls beside the paper.
 std::unique_ptr<ReportPlan> planReport(const ReportDefinition& report, const PlanSource& source);
 
 }  // namespace qbsvrl6

@@ -78,8 +78,8 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
     }
 }
 
-// The bands of a sub-report follow one another as the report's own; what they leave of its designed height
-// stays blank.
+// The bands of a sub-report follow one another like those of the report. The rest of its designed height remains
+// empty.
 void ReportWalk::addSubReport(PlannedControl& control, Micrometres left, const Position& position,
                               Micrometres height) {
     InnerFlow flow(*flow_, left);
@@ -197,7 +197,7 @@ void ReportWalk::endRowKeeps(int fromLevel) {
     });
 }
 
-// Blank rows down to where the report footers stand, or to the page's end where these don't fit.
+// Empty rows down to the report footers, or to the end of the page if these do not fit.
 void ReportWalk::fillPage() {
     ReportPlan& plan = instance_.plan;
     const Micrometres height = std::max(plan.grid->rowHeight, kLowestBlankRow);

@@ -16,7 +16,7 @@ namespace qbsvrl6 {
 // It lives as long as its bands: pages that go on with its grid ask it for titles and headers.
 class ReportWalk : public RepeatSource, public std::enable_shared_from_this<ReportWalk> {
 public:
-    // Report headers, grid and report footers; page headers and footers are the flow's affair.
+    // Report headers, grid and report footers; the flow adds page headers and footers.
     static void walk(LayoutContext& context, ReportInstance instance, Flow& flow);
 
     ReportWalk(LayoutContext& context, ReportInstance instance);
@@ -25,7 +25,7 @@ public:
     BandDraft revealed(const BandDraft& row) override;
 
 private:
-    // A flow's keep that ends with the group of its level, or when so many more rows have been added.
+    // Bands that stay together until the group of this level ends, or so many more rows have been added.
     struct RowKeep {
         std::uint64_t keep = 0;
         int level = 0;

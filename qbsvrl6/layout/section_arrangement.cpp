@@ -98,7 +98,7 @@ void collapse(std::vector<ArrangedBox>& boxes, Micrometres& sectionHeight) {
     sectionHeight = map(sectionHeight);
 }
 
-// How far what stands at a height is pushed down by the boxes above it.
+// How far the boxes above push down what is at a height.
 class Push {
 public:
     void add(Micrometres bottom, Micrometres by) { pushes_.push_back({bottom, by}); }
@@ -128,7 +128,7 @@ void checkHeight(std::int64_t height) {
         "a section is higher than " + std::to_string(limits::kBandMicrometres / 1'000'000) + " metres");
 }
 
-// Boxes in the order of their tops; each is pushed by those whose lower edge lies above it.
+// Boxes in the order of their tops; each is pushed by those whose lower edge is above it.
 Micrometres grow(std::vector<ArrangedBox>& boxes, Micrometres sectionHeight) {
     std::vector<std::size_t> order(boxes.size());
     std::iota(order.begin(), order.end(), std::size_t{0});

@@ -12,8 +12,8 @@ struct ArrangedBox {
     Micrometres top = 0;
     Micrometres height = 0;  // as designed
     Micrometres needed = 0;  // where the box grows: the height that it needs
-    bool shrinks = false;    // gives up what it doesn't need, where nothing else stands beside it
-    bool stretches = false;  // a line or box: its lower edge moves with what stands above that
+    bool shrinks = false;    // gives up the height that it does not need, if nothing else is beside it
+    bool stretches = false;  // a line or box: its lower edge moves with what is above that edge
 };
 
 // Sets the tops and heights that the boxes end up with, and gives the section's height. Boxes below one that

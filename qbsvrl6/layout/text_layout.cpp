@@ -19,12 +19,12 @@ constexpr double kSmallestShare = 1.0 / 3;  // of its size that a shrinking font
 constexpr double kSizeStep = 0.05;          // to which font sizes are found
 
 // A number that is wider than its box shrinks to this share of its size, but to no less than these points. A
-// font that is as small already keeps the larger share.
+// font that is as small already shrinks less.
 constexpr double kSmallestNumberShare = 0.6;
 constexpr double kSmallestNumberSize = 5;
 constexpr double kSmallFontShare = 0.9;
 
-// The box as the text sees it, ahead of rotation.
+// The box before rotation.
 Size unturned(const ResolvedStyle& style, Size box) {
     return isTurned(style) ? Size{box.height, box.width} : box;
 }
@@ -53,10 +53,10 @@ double toEms(Micrometres length, double fontSize) {
     return length * 1000.0 / (fontSize * kMicrometresPerPoint);
 }
 
-bool isIdeographic(char16_t unit) { return unit >= 0x2E80; }  // and what else needs no blanks
+bool isIdeographic(char16_t unit) { return unit >= 0x2E80; }  // and other scripts without spaces
 
-// Spreads a line over the width: between words, or between all characters where the line has Chinese in it,
-// whose blanks are few and mean nothing.
+// Spreads a line over the width: between words, or between all characters if the line has Chinese in it, where
+// spaces are rare.
 void justify(PlacedLine& line, std::u16string_view text, double ems) {
     if (ems <= 0) return;
     std::size_t first = 0;
@@ -109,8 +109,8 @@ void takeLines(TextItem& item, std::vector<TextLine>&& lines) {
 
 // Units of the line's text whose glyphs fit into the width.
 std::size_t fittingUnits(const TextLine& line, double ems) {
-    // Glyphs come as they are drawn, which isn't the order of text from right to left.
-    std::vector<float> advances(line.unitCount, -1.0f);  // negative: goes with the unit before
+    // Glyphs are in drawing order, which is not the order of text from right to left.
+    std::vector<float> advances(line.unitCount, -1.0f);  // negative: part of the cluster of the unit before
     for (const GlyphRun& run : line.shaped->runs) {
         for (const Glyph& glyph : run.glyphs) {
             if (glyph.cluster >= advances.size()) continue;
@@ -181,7 +181,7 @@ void mask(TextItem& item, const PooledStyle& style, double fontSize, Micrometres
     takeLines(item, breakLines(style.fonts(), fontSize, item.shown, width));
 }
 
-// What a masked text's stretch up to a place in `shown` stands for, as a length in `text`.
+// The length of `text` that a length of a masked text's `shown` represents.
 std::size_t unmaskedLength(const TextItem& item, std::size_t length) {
     std::size_t shown = 0;
     std::size_t copied = 0;
@@ -233,7 +233,7 @@ private:
         return overflowingNumber(item_.text, isLone_, lines, width_);
     }
 
-    // Takes the lines, which were broken at this limit, at a smaller size where a number needs it. Gives
+    // Uses the lines, which were broken at this limit, at a smaller size if a number needs it. Gives
     // whether all numbers fit.
     bool takeOrShrink(std::vector<TextLine> lines, Micrometres limit) {
         const double full = style_.fontSize;
@@ -258,7 +258,7 @@ void breakWrapped(TextItem& item, const PooledStyle& style, Micrometres width) {
     NumberWrapper(item, style, width).wrap();
 }
 
-// Where an ellipsis may cut a line that has room for so many units: not within a number.
+// Where an ellipsis may cut a line that has space for so many units: not within a number.
 std::size_t cutBeforeNumber(std::u16string_view text, std::size_t fitting) {
     NumberFinder numbers(text);
     for (NumberSpan number = numbers.next(); !number.isEmpty(); number = numbers.next()) {
@@ -268,7 +268,7 @@ std::size_t cutBeforeNumber(std::u16string_view text, std::size_t fitting) {
     return fitting;
 }
 
-// One line a paragraph. Where one is too long, the lines are of a text of their own, cut and marked.
+// One line per paragraph. If one is too long, the lines consist of `shown`, where an ellipsis marks the cut.
 void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres width) {
     const FontSet& fonts = style.fonts();
     std::vector<TextLine> lines = breakLines(fonts, item.fontSize, item.text, 0);
@@ -297,8 +297,8 @@ void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres wid
     takeLines(item, breakLines(fonts, item.fontSize, item.shown, 0));
 }
 
-// How many lines of the height fit: the first always does where half of it would, and the last needs room
-// for its letters only, not for the space between lines.
+// How many lines fit the height: the first does if half of it fits, and the last needs the height of its letters
+// only, not the space between lines.
 std::size_t fittingLines(const PooledStyle& style, double fontSize, Micrometres height) {
     const auto em = static_cast<Micrometres>(fontSize * kMicrometresPerPoint);
     if (height < em / 2) return 0;
@@ -370,7 +370,7 @@ void breakTurned(TextItem& item, const PooledStyle& style, Size inner) {
     takeLines(item, std::move(lines));
 }
 
-// What has grown as far as it may shrinks like any other.
+// A text that cannot grow any further shrinks like any other.
 void fitTurned(TextItem& item, const PooledStyle& style, Size box) {
     const Micrometres width = innerWidth(style, box);
     if (width <= 0 || widest(item.lines) <= width) return;
@@ -495,13 +495,13 @@ std::size_t placeText(TextItem& item, const PooledStyle& style, Size box) {
     const Micrometres room = turned.height - height;
     Micrometres top = padding.top;
     if (room < padding.top + padding.bottom) {
-        top = room / 2;  // too little for the paddings: what there is goes to both sides
+        top = room / 2;  // too little for the paddings: both sides share it
     } else if (style.verticalAlign == VerticalAlign::Middle) {
         top += (room - padding.top - padding.bottom) / 2;
     } else if (style.verticalAlign == VerticalAlign::Bottom) {
         top = room - padding.bottom;
     }
-    // The letters stand in the middle of their line.
+    // The letters are in the middle of their line.
     const FontSet& fonts = style.fonts();
     const double unit = item.fontSize * kMicrometresPerPoint;
     const auto ascent = static_cast<Micrometres>(
@@ -538,8 +538,8 @@ Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, 
         placeText(item, style, {box.width, height});
         return 0;
     }
-    item.pageFields.clear();  // of a text that is in one piece
-    // Each part takes its own stretch of the text with it, so that no cell holds any of it twice.
+    item.pageFields.clear();  // they count in the undivided text
+    // Each part has its span of the text, so that no cell repeats any of it.
     const std::uint32_t cut = item.lines[kept].line.firstUnit;
     if (item.masked) {
         rest.text = divided(item.text, unmaskedLength(item, cut));

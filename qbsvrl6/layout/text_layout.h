@@ -13,10 +13,10 @@ bool isTurned(const ResolvedStyle& style);
 // Breaks the item's text into lines for a box of this size, as the style's fit says, and sets the font size
 // after shrinking. A number that is wider than the box shrinks, and then shows as ####. Gives the height that
 // the box needs to show all of a text that may grow, at least 0; a text that is as good as fitting needs the
-// box's own height. Texts that don't grow need none.
+// height of the box. Texts that do not grow need none.
 Micrometres breakText(TextItem& item, const PooledStyle& style, Size box);
 
-// The same height, for whoever draws no text: one that fits on one line gets none.
+// The same height, for sinks that draw no text: a text that fits on one line gets no lines.
 Micrometres measureText(TextItem& item, const PooledStyle& style, Size box);
 
 // Gives the broken lines their position in the box, whose height may have grown by now. Lines that do not fit are
@@ -37,9 +37,9 @@ WideNumber widestNumber(const TextItem& item, const PooledStyle& style, Size box
 // The height of what the lines take up in the box, without paddings.
 Micrometres placedHeight(const TextItem& item, const PooledStyle& style);
 
-// Cuts a placed text between two lines: what doesn't fit into the first `height` of the box goes to `rest`,
+// Divides a placed text between two lines: what does not fit into the first `height` of the box moves to `rest`,
 // with its stretch of the text. With `atLeastOne`, one line stays even if it doesn't fit. Both are placed
-// anew. Gives the height that `rest` needs; 0 where all lines stay.
+// again. Gives the height that `rest` needs; 0 if all lines stay.
 Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, Size box, Micrometres height,
                       bool atLeastOne);
 

@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The box without its paddings, counted from its own corner. Paddings that would leave nothing are left out.
+// The box without its paddings, relative to its corner. Paddings that would leave nothing are ignored.
 Rect insidePaddings(Size box, const Edges& padding) {
     Rect inner{0, 0, box.width, box.height};
     if (padding.left + padding.right < box.width) {

@@ -1,8 +1,18 @@
 // The vocabulary of templates, defined once for reading and writing.
 //
-// Each describe function names the attributes and children of one element in the order in which they are
-// written. `Element` is ReadElement or WriteElement, which have the same members; a described value is const
-// when it is written. A model field that is named here is both read and saved.
+// Each describe function names the attributes and children of one element, in the order in which they are
+// written. `Element` is ReadElement (reader.cpp) or WriteElement (writer.cpp), which have the same members; a
+// described value is const when it is written. A field of the model that is named here is both read and saved.
+//
+// An attribute has a name, a field, a default and a codec (values.h). An attribute that is absent leaves the field
+// at its default; a field that equals its default is not written. `attribute` without a default is for optional
+// fields: absent means unset. `required` rejects an attribute that is absent or empty. The codec defines the units
+// and the range: lengths are micrometres in the model and have a unit in the file, font sizes are points, and
+// values out of range are errors with line and column.
+//
+// The order of the calls is the order in saved files. It also matters where one attribute decides how the next
+// ones are read, as the kind of a chart does. docs/template-format.xsd and docs/template-format.md describe the
+// same vocabulary; a test compares the three.
 #ifndef QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 #define QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 
@@ -14,8 +24,10 @@
 
 namespace qbsvrl6 {
 
+// Of the format, in the attribute `version`. Other versions are rejected.
 inline constexpr int kTemplateVersion = 1;
 
+// The words of attributes that have a choice, with their values.
 inline constexpr std::array<Word<Size>, 6> kPaperSizes = {{{"A3", {297'000, 420'000}},
                                                            {"A4", {210'000, 297'000}},
                                                            {"A5", {148'000, 210'000}},
@@ -67,16 +79,18 @@ inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
      {"toNewPageRepeatFixedEx", ColumnAdapt::ToNewPageRepeatFixedEx},
      {"wrapExcludeGroup", ColumnAdapt::WrapExcludeGroup}}};
 
+// x and y may be negative: controls may begin in the margin.
 inline constexpr LengthCodec kPosition{-limits::kPaperMicrometres, limits::kPaperMicrometres};
 inline constexpr NumberCodec kAnyNumber{-std::numeric_limits<double>::max(),
                                         std::numeric_limits<double>::max()};
 
-// The page set-up is that of the outermost report.
+// Paper, margins, page headers and footers belong to the outermost report alone.
 enum class ReportPlace { Root, SubReport };
 
 template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place);
 
+// All style attributes are optional: an unset one is inherited (model/style.h).
 template <class Element, class StyleLike>
 void describeStyle(Element& element, StyleLike& style) {
     element.attribute("font", style.fontFamily, TextCodec{});
@@ -95,6 +109,7 @@ void describeStyle(Element& element, StyleLike& style) {
     element.borders(style.borderLeft, style.borderTop, style.borderRight, style.borderBottom);
 }
 
+// `tableUse` distinguishes equal table names in messages.
 template <class Element, class SourceLike>
 void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) {
     element.attribute("connection", source.connectionString, {}, TextCodec{});
@@ -102,7 +117,8 @@ void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) 
     element.tableName("table", source.table, tableUse);
 }
 
-// The content of each type of control. No attribute has the name of one of a style.
+// The content of each type of control. Its attributes share one element with those of the style and of the
+// control itself, so their names differ: a line has `lineColor`, since `color` belongs to the style.
 
 template <class Element, class ContentLike>
 void describeText(Element& element, ContentLike& text) {
@@ -154,6 +170,7 @@ void describeBarcode(Element& element, ContentLike& barcode) {
 // A series with one of these attributes reads its numbers from rows.
 inline constexpr std::array<const char*, 5> kRowSeriesMarks = {"value", "aggregate", "x", "y", "size"};
 
+// The numbers of the series are expressions over rows: one per category, or one point per row.
 template <class Element, class SeriesLike>
 void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
     constexpr ExpressionCodec kNeeded{.mayBeBlank = false};
@@ -188,6 +205,7 @@ void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
     element.refuse(hasCategories && hasPoints(kind), "scatter lines and bubbles have no categories");
 }
 
+// The numbers are in the template itself.
 template <class Element, class DataLike>
 void describeChartData(Element& element, DataLike& data, bool isOfRows) {
     constexpr const char* kMixed = "the numbers of a chart are either all of rows or all in the template";
@@ -233,7 +251,7 @@ void describeSubReport(Element& element, ContentLike& subReport) {
     element.nestedReport("Report", subReport.report);
 }
 
-// What a control has besides its content. The position of a cell is that of its column.
+// What a control has besides its content. The position of a cell is that of its column and row.
 template <class Element, class ControlLike>
 void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
     element.attribute("name", control.name, {}, TextCodec{});
@@ -258,7 +276,8 @@ void describeConditions(Element& element, ControlLike& control) {
     });
 }
 
-// One row per type of control: its element's name, and its content.
+// Calls `visit` for each type of control: with the name of its element, an empty content, and the function that
+// describes such content.
 template <class Visitor>
 void forEachControlKind(Visitor&& visit) {
     visit("Text", TextContent{}, [](auto& element, auto& content) { describeText(element, content); });
@@ -290,6 +309,7 @@ void describeSection(Element& element, SectionLike& section) {
 
 inline constexpr auto kSection = [](auto& element, auto& section) { describeSection(element, section); };
 
+// The order of <Group> elements is the order of the groups, outermost first.
 template <class Element, class GroupLike>
 void describeGroup(Element& element, GroupLike& group) {
     static const Group defaults;
@@ -342,7 +362,7 @@ void describePage(Element& element, PageLike& page) {
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
 }
 
-// What is painted below the bands of each page, and the printer.
+// What is painted below the bands of each page, and where pages are printed.
 template <class Element, class ReportLike>
 void describePaper(Element& element, ReportLike& report) {
     static const ReportDefinition defaults;
@@ -358,6 +378,8 @@ void describePaper(Element& element, ReportLike& report) {
                   [&](auto& printer) { printer.attribute("name", report.printer.name, {}, TextCodec{}); });
 }
 
+// The root, and the report of a sub-report. References to styles and columns are checked at its end, when all of
+// them are known.
 template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     static const ReportDefinition defaults;
