@@ -1,8 +1,7 @@
-// Numbers, colours and bytes as the writers of documents append them.
+// Numbers and colours as the writers of documents append them.
 #ifndef QBSVR_QBSVRL6_SUPPORT_APPEND_H
 #define QBSVR_QBSVRL6_SUPPORT_APPEND_H
 
-#include <cstdint>
 #include <string>
 
 #include "qbsvrl6/support/units.h"
@@ -15,11 +14,6 @@ void appendNumber(std::string& out, double number, int decimals);
 
 // "#1f3a5f".
 void appendColor(std::string& out, const Color& color);
-
-// So many bytes of a number, the least significant one first.
-inline void appendLittleEndian(std::string& out, int bytes, std::uint64_t value) {
-    for (int i = 0; i < bytes; ++i) out += static_cast<char>(value >> (8 * i) & 0xFF);
-}
 
 }  // namespace qbsvrl6
 

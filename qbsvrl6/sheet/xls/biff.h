@@ -2,11 +2,12 @@
 #ifndef QBSVR_QBSVRL6_SHEET_XLS_BIFF_H
 #define QBSVR_QBSVRL6_SHEET_XLS_BIFF_H
 
-#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
+
+#include "qbsvrl6/support/byte_writer.h"
 
 namespace qbsvrl6 {
 
@@ -58,42 +59,6 @@ inline constexpr std::uint16_t kFormat = 0x041E;
 inline constexpr std::uint16_t kBof = 0x0809;
 
 }  // namespace biff
-
-// Little-endian values at the end of a string.
-class ByteWriter {
-public:
-    explicit ByteWriter(std::string& out) : out_(out) {}
-
-    // Integers by their own size: u16{7}.
-    template <typename... Values>
-    ByteWriter& put(Values... values) {
-        (putOne(values), ...);
-        return *this;
-    }
-    ByteWriter& zeros(std::size_t count) {
-        out_.append(count, '\0');
-        return *this;
-    }
-    ByteWriter& bytes(std::string_view bytes) {
-        out_ += bytes;
-        return *this;
-    }
-    ByteWriter& utf16(std::u16string_view text) {
-        for (const char16_t unit : text) putOne(static_cast<std::uint16_t>(unit));
-        return *this;
-    }
-
-private:
-    template <typename Value>
-    void putOne(Value value) {
-        static_assert(std::endian::native == std::endian::little);
-        char raw[sizeof value];
-        std::memcpy(&raw[0], &value, sizeof value);
-        out_.append(&raw[0], sizeof value);
-    }
-
-    std::string& out_;
-};
 
 // A record at the end of a string: its head at once, its length when it is complete.
 class BiffRecord : public ByteWriter {

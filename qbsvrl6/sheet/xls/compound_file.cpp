@@ -6,12 +6,17 @@
 
 #include <cstdint>
 
-#include "qbsvrl6/support/append.h"
+#include "qbsvrl6/support/byte_writer.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
 
 namespace {
+
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+using u64 = std::uint64_t;
 
 constexpr std::size_t kSectorBytes = 512;
 constexpr std::size_t kEntriesPerSector = kSectorBytes / 4;
@@ -20,10 +25,13 @@ constexpr std::size_t kFurtherPerSector = kEntriesPerSector - 1;  // the last en
 // A shorter stream would have to live in a container of its own.
 constexpr std::size_t kLeastStreamBytes = 4096;
 
-constexpr std::uint32_t kFurtherSector = 0xFFFFFFFC;
-constexpr std::uint32_t kTableSector = 0xFFFFFFFD;
-constexpr std::uint32_t kEndOfChain = 0xFFFFFFFE;
-constexpr std::uint32_t kFree = 0xFFFFFFFF;
+constexpr u32 kFurtherSector = 0xFFFFFFFC;
+constexpr u32 kTableSector = 0xFFFFFFFD;
+constexpr u32 kEndOfChain = 0xFFFFFFFE;
+constexpr u32 kFree = 0xFFFFFFFF;
+
+// Of a sector, or a count of them: below 2^22, since a container is smaller than 2 GiB.
+u32 number(std::size_t sector) { return static_cast<u32>(sector); }
 
 std::size_t divideUp(std::size_t a, std::size_t b) { return (a + b - 1) / b; }
 
@@ -48,69 +56,70 @@ Shape shapeFor(std::size_t streamBytes) {
     return shape;
 }
 
-void putHeader(std::string& out, const Shape& shape) {
-    appendLittleEndian(out, 8, 0xE11AB1A1E011CFD0);  // the container's mark
-    out.append(16, '\0');
-    appendLittleEndian(out, 2, 0x3E);    // minor version
-    appendLittleEndian(out, 2, 3);       // major version
-    appendLittleEndian(out, 2, 0xFFFE);  // little-endian
-    appendLittleEndian(out, 2, 9);       // sectors of 2^9 bytes
-    appendLittleEndian(out, 2, 6);       // and small ones of 2^6
-    out.append(6, '\0');
-    appendLittleEndian(out, 4, 0);  // directory sectors, not counted in this version
-    appendLittleEndian(out, 4, shape.tableSectors);
-    appendLittleEndian(out, 4, shape.directory());
-    appendLittleEndian(out, 4, 0);
-    appendLittleEndian(out, 4, kLeastStreamBytes);
-    appendLittleEndian(out, 4, kEndOfChain);  // no small sectors
-    appendLittleEndian(out, 4, 0);
-    appendLittleEndian(out, 4, shape.furtherSectors > 0 ? shape.further() : kEndOfChain);
-    appendLittleEndian(out, 4, shape.furtherSectors);
+// Header, 512 bytes:
+//   u64 mark | 16 bytes class | u16 minor, major version | u16 byte order | u16 sector size, small sector size
+//   (powers of 2) | 6 bytes | u32 directory sectors | u32 table sectors | u32 directory | u32 transaction
+//   u32 least bytes of a stream in full sectors | u32 first sector, count of the small sectors' table
+//   u32 first sector, count of the table's further list | 109 u32 sectors of the table
+void putHeader(ByteWriter& out, const Shape& shape) {
+    constexpr u64 kMark = 0xE11AB1A1E011CFD0;
+    constexpr u16 kMinorVersion = 0x3E;
+    constexpr u16 kMajorVersion = 3;
+    constexpr u16 kLittleEndian = 0xFFFE;
+    constexpr u16 kSectorShift = 9;
+    constexpr u16 kSmallSectorShift = 6;
+    constexpr u32 kNotCounted = 0;
+    out.put(kMark).zeros(16).put(kMinorVersion, kMajorVersion, kLittleEndian, kSectorShift,
+                                 kSmallSectorShift);
+    out.zeros(6).put(kNotCounted, number(shape.tableSectors), number(shape.directory()), u32{0});
+    out.put(number(kLeastStreamBytes), kEndOfChain, u32{0});
+    out.put(shape.furtherSectors > 0 ? number(shape.further()) : kEndOfChain, number(shape.furtherSectors));
     for (std::size_t i = 0; i < kTableSectorsInHeader; ++i) {
-        appendLittleEndian(out, 4, i < shape.tableSectors ? shape.table() + i : kFree);
+        out.put(i < shape.tableSectors ? number(shape.table() + i) : kFree);
     }
 }
 
-void putDirectoryEntry(std::string& out, std::u16string_view name, int type, std::uint32_t child,
-                       std::uint32_t start, std::size_t size) {
-    for (std::size_t i = 0; i < 32; ++i) appendLittleEndian(out, 2, i < name.size() ? name[i] : 0);
-    appendLittleEndian(out, 2, name.empty() ? 0 : 2 * (name.size() + 1));
-    appendLittleEndian(out, 1, static_cast<std::uint64_t>(type));
-    appendLittleEndian(out, 1, 1);      // black, in a tree of one
-    appendLittleEndian(out, 4, kFree);  // no siblings
-    appendLittleEndian(out, 4, kFree);
-    appendLittleEndian(out, 4, child);
-    out.append(36, '\0');  // class, state and times
-    appendLittleEndian(out, 4, start);
-    appendLittleEndian(out, 8, size);
+enum class EntryType : u8 { None = 0, Stream = 2, Root = 5 };
+
+// Directory entry, 128 bytes:
+//   32 u16 name | u16 bytes of the name with its zero | u8 type | u8 colour | u32 left, right sibling, child
+//   16 bytes class | u32 state | u64 times of creation and change | u32 first sector | u64 bytes
+void putDirectoryEntry(ByteWriter& out, std::u16string_view name, EntryType type, u32 child, u32 start,
+                       std::size_t size) {
+    constexpr std::size_t kNameUnits = 32;
+    constexpr u8 kBlack = 1;  // in a tree of one
+    const std::size_t nameBytes = name.empty() ? 0 : 2 * (name.size() + 1);
+    out.utf16(name).zeros(2 * (kNameUnits - name.size()));
+    out.put(static_cast<u16>(nameBytes), static_cast<u8>(type), kBlack, kFree, kFree, child);
+    out.zeros(36).put(start, static_cast<u64>(size));
 }
 
-void putDirectory(std::string& out, std::u16string_view streamName, std::size_t streamBytes) {
-    putDirectoryEntry(out, u"Root Entry", 5, 1, kEndOfChain, 0);
-    putDirectoryEntry(out, streamName, 2, kFree, 0, streamBytes);
-    putDirectoryEntry(out, {}, 0, kFree, 0, 0);
-    putDirectoryEntry(out, {}, 0, kFree, 0, 0);
+// A sector has four entries.
+void putDirectory(ByteWriter& out, std::u16string_view streamName, std::size_t streamBytes) {
+    constexpr u32 kStreamEntry = 1;
+    putDirectoryEntry(out, u"Root Entry", EntryType::Root, kStreamEntry, kEndOfChain, 0);
+    putDirectoryEntry(out, streamName, EntryType::Stream, kFree, 0, streamBytes);
+    putDirectoryEntry(out, {}, EntryType::None, kFree, 0, 0);
+    putDirectoryEntry(out, {}, EntryType::None, kFree, 0, 0);
 }
 
-void putTable(std::string& out, const Shape& shape) {
-    for (std::size_t sector = 0; sector + 1 < shape.streamSectors; ++sector)
-        appendLittleEndian(out, 4, sector + 1);
-    appendLittleEndian(out, 4, kEndOfChain);  // of the stream
-    appendLittleEndian(out, 4, kEndOfChain);  // of the directory
-    for (std::size_t i = 0; i < shape.tableSectors; ++i) appendLittleEndian(out, 4, kTableSector);
-    for (std::size_t i = 0; i < shape.furtherSectors; ++i) appendLittleEndian(out, 4, kFurtherSector);
-    for (std::size_t i = shape.count(); i < shape.tableSectors * kEntriesPerSector; ++i)
-        appendLittleEndian(out, 4, kFree);
+void putTable(ByteWriter& out, const Shape& shape) {
+    for (std::size_t sector = 0; sector + 1 < shape.streamSectors; ++sector) out.put(number(sector + 1));
+    out.put(kEndOfChain);  // of the stream
+    out.put(kEndOfChain);  // of the directory
+    for (std::size_t i = 0; i < shape.tableSectors; ++i) out.put(kTableSector);
+    for (std::size_t i = 0; i < shape.furtherSectors; ++i) out.put(kFurtherSector);
+    for (std::size_t i = shape.count(); i < shape.tableSectors * kEntriesPerSector; ++i) out.put(kFree);
 }
 
-void putFurtherList(std::string& out, const Shape& shape) {
+void putFurtherList(ByteWriter& out, const Shape& shape) {
     for (std::size_t sector = 0; sector < shape.furtherSectors; ++sector) {
         for (std::size_t i = 0; i < kFurtherPerSector; ++i) {
             const std::size_t index = kTableSectorsInHeader + sector * kFurtherPerSector + i;
-            appendLittleEndian(out, 4, index < shape.tableSectors ? shape.table() + index : kFree);
+            out.put(index < shape.tableSectors ? number(shape.table() + index) : kFree);
         }
-        appendLittleEndian(out, 4,
-                           sector + 1 < shape.furtherSectors ? shape.further() + sector + 1 : kEndOfChain);
+        const bool isLast = sector + 1 == shape.furtherSectors;
+        out.put(isLast ? kEndOfChain : number(shape.further() + sector + 1));
     }
 }
 
@@ -125,15 +134,16 @@ void writeCompoundFile(std::string& output, std::u16string_view streamName, std:
     const std::size_t streamBytes = std::max(size, kLeastStreamBytes);
     const Shape shape = shapeFor(streamBytes);
     output.reserve(output.size() + (shape.count() + 1) * kSectorBytes);
-    putHeader(output, shape);
+    ByteWriter out(output);
+    putHeader(out, shape);
     for (std::string& part : parts) {
         output += part;
         part = {};
     }
-    output.append(shape.streamSectors * kSectorBytes - size, '\0');
-    putDirectory(output, streamName, streamBytes);
-    putTable(output, shape);
-    putFurtherList(output, shape);
+    out.zeros(shape.streamSectors * kSectorBytes - size);
+    putDirectory(out, streamName, streamBytes);
+    putTable(out, shape);
+    putFurtherList(out, shape);
 }
 
 }  // namespace qbsvrl6

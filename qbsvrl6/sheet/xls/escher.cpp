@@ -1,9 +1,11 @@
+// clang-format off
 // Nesting of the records:
 //   workbook  DggContainer { Dgg, BStoreContainer { BSE { Blip } ... }, Opt, SplitMenuColors }
-//   sheet     DgContainer { Dg, SpgrContainer { SpContainer { Spgr, Sp }, SpContainer { Sp, Opt,
-//   ClientAnchor,
-//             ClientData } ... } }
-// A record is version and instance (4 and 12 bits), its type, the length of what is in it, and that.
+//   sheet     DgContainer { Dg, SpgrContainer { SpContainer { Spgr, Sp },
+//                                               SpContainer { Sp, Opt, ClientAnchor, ClientData } ... } }
+// A record:
+//   u16 version (4 bits), instance (12 bits) | u16 type | u32 length of the content | content
+// clang-format on
 #include "qbsvrl6/sheet/xls/escher.h"
 
 #include <algorithm>
@@ -18,7 +20,42 @@ using u8 = std::uint8_t;
 using u16 = std::uint16_t;
 using u32 = std::uint32_t;
 
-constexpr u16 kContainer = 0xF;  // the version of records that hold records
+// Types of records.
+constexpr u16 kDggContainer = 0xF000;
+constexpr u16 kBStoreContainer = 0xF001;
+constexpr u16 kDgContainer = 0xF002;
+constexpr u16 kSpgrContainer = 0xF003;
+constexpr u16 kSpContainer = 0xF004;
+constexpr u16 kDgg = 0xF006;
+constexpr u16 kBse = 0xF007;
+constexpr u16 kDg = 0xF008;
+constexpr u16 kSpgr = 0xF009;
+constexpr u16 kSp = 0xF00A;
+constexpr u16 kOpt = 0xF00B;
+constexpr u16 kClientAnchor = 0xF010;
+constexpr u16 kClientData = 0xF011;
+constexpr u16 kBlipJpeg = 0xF01D;
+constexpr u16 kBlipPng = 0xF01E;
+constexpr u16 kSplitMenuColors = 0xF11E;
+
+constexpr u16 kContainerVersion = 0xF;  // of records that contain records
+
+// Properties of shapes (Opt), each with a value of 32 bits. Of flags, the upper half says which ones the
+// lower half sets.
+constexpr u16 kTextFlags = 0x00BF;
+constexpr u16 kPicture = 0x4104;  // its number
+constexpr u16 kFillColor = 0x0181;
+constexpr u16 kFillFlags = 0x01BF;
+constexpr u16 kLineColor = 0x01C0;
+constexpr u16 kLineWidth = 0x01CB;
+constexpr u16 kLineDash = 0x01CE;
+constexpr u16 kLineFlags = 0x01FF;
+
+constexpr u32 kFitsShapeToText = 0x00080008;
+constexpr u32 kNotFilled = 0x00100000;
+constexpr u32 kHasNoLine = 0x00080000;
+constexpr u32 kHasLine = 0x00080008;
+constexpr u32 kSystemColor = 0x08000000;  // with its number
 
 std::string head(u16 version, u16 instance, u16 type, std::size_t length) {
     std::string out;
@@ -37,91 +74,138 @@ std::string packed(Values... values) {
     return out;
 }
 
-// A picture with its entry in the list. Equal marks would be taken for equal pictures; ours are their ids.
+std::string container(u16 instance, u16 type, const std::string& content) {
+    return record(kContainerVersion, instance, type, content);
+}
+
+// Sp, a shape: its kind is the instance.
+//   u32 id | u32 flags
+std::string shape(u16 kind, u32 id, u32 flags) {
+    constexpr u16 kVersion = 2;
+    return record(kVersion, kind, kSp, packed(id, flags));
+}
+
+// Opt, the properties of a shape: their count is the instance.
+//   u16 property | u32 value, for each
+template <typename... Values>
+std::string properties(Values... propertiesAndValues) {
+    constexpr u16 kVersion = 3;
+    return record(kVersion, sizeof...(Values) / 2, kOpt, packed(propertiesAndValues...));
+}
+
+// BSE, an entry of the list of pictures, and in it the picture. Equal marks would be taken for equal pictures;
+// ours are their ids.
+//   u8 format on Windows, on the Macintosh | 16 bytes mark | u16 tag | u32 bytes of the picture's record
+//   u32 uses | u32 offset in another stream | u32 usage, length of the name, unused
+// Blip:
+//   16 bytes mark | u8 tag | the picture's file
 std::string listedPicture(const Picture& picture) {
+    constexpr u8 kJpeg = 5;
+    constexpr u8 kPng = 6;
+    constexpr u16 kJpegInstance = 0x46A;
+    constexpr u16 kPngInstance = 0x6E0;
+    constexpr u16 kEntryVersion = 2;
+    constexpr char kTag = '\xFF';
     const bool isJpeg = picture.encoding == Picture::Encoding::Jpeg;
-    const u8 kind = isJpeg ? 5 : 6;
+    const u8 format = isJpeg ? kJpeg : kPng;
     const std::string mark = packed(picture.id, std::uint64_t{0});
-    const std::string blip = isJpeg ? record(0, 0x46A, 0xF01D, mark + '\xFF' + picture.bytes)
-                                    : record(0, 0x6E0, 0xF01E, mark + '\xFF' + picture.bytes);
-    return record(2, kind, 0xF007,
-                  packed(kind, kind) + mark +
-                      packed(u16{0xFF}, static_cast<u32>(blip.size()), u32{1}, u32{0}, u32{0}) + blip);
+    const std::string blip = record(0, isJpeg ? kJpegInstance : kPngInstance, isJpeg ? kBlipJpeg : kBlipPng,
+                                    mark + kTag + picture.bytes);
+    const std::string entry = packed(format, format) + mark +
+                              packed(u16{0xFF}, static_cast<u32>(blip.size()), u32{1}, u32{0}, u32{0});
+    return record(kEntryVersion, format, kBse, entry + blip);
 }
 
-// `type` and `flags` of the shape, its options and how many they are.
-std::string shapeRecord(u32 id, u16 type, u32 flags, u16 optionCount, const std::string& options,
-                        std::string_view anchor) {
-    constexpr u16 kMoveOnly = 2;
-    return record(kContainer, 0, 0xF004,
-                  record(2, type, 0xF00A, packed(id, flags)) + record(3, optionCount, 0xF00B, options) +
-                      record(0, 0, 0xF010, packed(kMoveOnly) + std::string(anchor)) +
-                      record(0, 0, 0xF011, {}));
+// ClientAnchor:
+//   u16 flags | 16 bytes anchor
+std::string anchoredShape(const std::string& shape, const std::string& properties, std::string_view anchor) {
+    constexpr u16 kMovesWithCells = 2;
+    return container(0, kSpContainer,
+                     shape + properties +
+                         record(0, 0, kClientAnchor, packed(kMovesWithCells) + std::string(anchor)) +
+                         record(0, 0, kClientData, {}));
 }
 
-constexpr u32 kAnchoredShape = 0x0A00;
+// Flags of shapes.
+constexpr u32 kIsGroup = 0x0001;
+constexpr u32 kIsTopmost = 0x0004;
+constexpr u32 kIsUpsideDown = 0x0080;
+constexpr u32 kHasAnchorAndKind = 0x0A00;
 
 }  // namespace
 
-std::string escherPicture(const EscherSheet& sheet, u32 shape, u32 picture, std::string_view anchor) {
-    constexpr u16 kPicture = 75;
-    const std::string options = packed(u16{0x4104}, picture,        // the picture
-                                       u16{0x01BF}, u32{0x100000},  // no fill behind it
-                                       u16{0x01FF}, u32{0x80000});  // no line around it
-    return shapeRecord(sheet.shapeId(shape), kPicture, kAnchoredShape, 3, options, anchor);
+std::string escherPicture(const EscherSheet& sheet, u32 number, u32 picture, std::string_view anchor) {
+    constexpr u16 kPictureFrame = 75;
+    return anchoredShape(shape(kPictureFrame, sheet.shapeId(number), kHasAnchorAndKind),
+                         properties(kPicture, picture, kFillFlags, kNotFilled, kLineFlags, kHasNoLine),
+                         anchor);
 }
 
-std::string escherLine(const EscherSheet& sheet, u32 shape, const LineContent& line,
+std::string escherLine(const EscherSheet& sheet, u32 number, const LineContent& line,
                        std::string_view anchor) {
-    constexpr u16 kLine = 20;
-    constexpr u32 kUpsideDown = 0x80;
+    constexpr u16 kStraightLine = 20;
     constexpr u32 kEmuPerMicrometre = 36;
-    constexpr u32 kDash = 6;
+    constexpr u32 kSolid = 0;
+    constexpr u32 kDashed = 6;
     const Color& color = line.color;
     const u32 bgr = color.red | static_cast<u32>(color.green) << 8 | static_cast<u32>(color.blue) << 16;
-    const std::string options =
-        packed(u16{0x01C0}, bgr, u16{0x01CB}, static_cast<u32>(std::max(line.width, 0)) * kEmuPerMicrometre,
-               u16{0x01CE}, line.dashed ? kDash : u32{0}, u16{0x01FF}, u32{0x80008});
-    return shapeRecord(sheet.shapeId(shape), kLine, kAnchoredShape | (line.rising ? kUpsideDown : 0), 4,
-                       options, anchor);
+    const u32 width = static_cast<u32>(std::max(line.width, 0)) * kEmuPerMicrometre;
+    const u32 flags = kHasAnchorAndKind | (line.rising ? kIsUpsideDown : 0);
+    return anchoredShape(shape(kStraightLine, sheet.shapeId(number), flags),
+                         properties(kLineColor, bgr, kLineWidth, width, kLineDash,
+                                    line.dashed ? kDashed : kSolid, kLineFlags, kHasLine),
+                         anchor);
 }
 
+// Spgr, the coordinates of the group of all shapes:
+//   u32 left, top, right, bottom
+// Dg, the drawing; its number is the instance:
+//   u32 shapes | u32 id of the last one
 std::string escherFrame(const EscherSheet& sheet, std::size_t shapeBytes) {
-    const std::string group = record(kContainer, 0, 0xF004,
-                                     record(1, 0, 0xF009, packed(u32{0}, u32{0}, u32{0}, u32{0})) +
-                                         record(2, 0, 0xF00A, packed(sheet.shapeId(0), u32{5})));
-    const std::string drawing = record(0, static_cast<u16>(sheet.number), 0xF008,
-                                       packed(sheet.shapes, sheet.shapeId(sheet.shapes - 1)));
-    const std::string groupHead = head(kContainer, 0, 0xF003, group.size() + shapeBytes);
-    return head(kContainer, 0, 0xF002, drawing.size() + groupHead.size() + group.size() + shapeBytes) +
-           drawing + groupHead + group;
+    constexpr u16 kSpgrVersion = 1;
+    const std::string frame =
+        container(0, kSpContainer,
+                  record(kSpgrVersion, 0, kSpgr, packed(u32{0}, u32{0}, u32{0}, u32{0})) +
+                      shape(0, sheet.shapeId(0), kIsGroup | kIsTopmost));
+    const std::string drawing =
+        record(0, static_cast<u16>(sheet.number), kDg, packed(sheet.shapes, sheet.shapeId(sheet.shapes - 1)));
+    const std::string group = head(kContainerVersion, 0, kSpgrContainer, frame.size() + shapeBytes) + frame;
+    return head(kContainerVersion, 0, kDgContainer, drawing.size() + group.size() + shapeBytes) + drawing +
+           group;
 }
 
+// Dgg, what all drawings share:
+//   u32 an id above all others | u32 clusters + 1 | u32 shapes | u32 drawings
+//   u32 number of the drawing | u32 shapes in use, for each cluster
+// SplitMenuColors:
+//   u32 colour of fills, lines, shadows and solids, as the program would suggest them
 std::string escherWorkbook(const std::vector<EscherSheet>& sheets,
                            const std::vector<std::shared_ptr<const Picture>>& pictures) {
+    constexpr u16 kSplitMenuCount = 4;
     u32 shapes = 0;
     u32 clusterCount = 0;
-    u32 lastId = 0;
+    u32 nextId = 0;
     std::string clusters;
     for (const EscherSheet& sheet : sheets) {
         for (u32 i = 0; i < sheet.clusters(); ++i) {
-            const u32 used = std::min<u32>(sheet.shapes - 1024 * i, 1024);
+            const u32 used = std::min(sheet.shapes - kShapesPerCluster * i, kShapesPerCluster);
             ByteWriter(clusters).put(static_cast<u32>(sheet.number), used);
         }
         shapes += sheet.shapes;
         clusterCount += sheet.clusters();
-        lastId = sheet.shapeId(sheet.shapes);
+        nextId = sheet.shapeId(sheet.shapes);
     }
+    const std::string drawings =
+        packed(nextId, clusterCount + 1, shapes, static_cast<u32>(sheets.size())) + clusters;
     std::string list;
     for (const auto& picture : pictures) list += listedPicture(*picture);
-    return record(
-        kContainer, 0, 0xF000,
-        record(0, 0, 0xF006,
-               packed(lastId, clusterCount + 1, shapes, static_cast<u32>(sheets.size())) + clusters) +
-            record(kContainer, static_cast<u16>(pictures.size()), 0xF001, list) +
-            record(3, 3, 0xF00B,
-                   packed(u16{0xBF}, u32{0x80008}, u16{0x181}, u32{0x8000041}, u16{0x1C0}, u32{0x8000040})) +
-            record(0, 4, 0xF11E, packed(u32{0x800000D}, u32{0x800000C}, u32{0x8000017}, u32{0x100000F7})));
+    return container(
+        0, kDggContainer,
+        record(0, 0, kDgg, drawings) + container(static_cast<u16>(pictures.size()), kBStoreContainer, list) +
+            properties(kTextFlags, kFitsShapeToText, kFillColor, kSystemColor | 0x41, kLineColor,
+                       kSystemColor | 0x40) +
+            record(0, kSplitMenuCount, kSplitMenuColors,
+                   packed(kSystemColor | 0x0D, kSystemColor | 0x0C, kSystemColor | 0x17, u32{0x100000F7})));
 }
 
 }  // namespace qbsvrl6

@@ -12,27 +12,29 @@
 
 namespace qbsvrl6 {
 
-// Shapes are numbered in clusters of 1024; each sheet with pictures has clusters of its own, its frame being
-// the first shape.
+inline constexpr std::uint32_t kShapesPerCluster = 1024;
+
+// Shapes are numbered in clusters. Each sheet with pictures has its own clusters; its frame is the first
+// shape.
 struct EscherSheet {
     int number = 1;                  // of the sheet, from 1
     std::uint32_t firstCluster = 1;  // from 1
     std::uint32_t shapes = 1;        // with the frame
 
-    std::uint32_t clusters() const { return (shapes + 1023) / 1024; }
-    std::uint32_t shapeId(std::uint32_t shape) const { return (firstCluster << 10) + shape; }
+    std::uint32_t clusters() const { return (shapes + kShapesPerCluster - 1) / kShapesPerCluster; }
+    std::uint32_t shapeId(std::uint32_t shape) const { return firstCluster * kShapesPerCluster + shape; }
 };
 
-// One picture of a sheet: `shape` counts from 1, `picture` is its number in the workbook's list, from 1, and
-// `anchor` 16 bytes: column, part of it, row, part of it, for both corners.
-std::string escherPicture(const EscherSheet& sheet, std::uint32_t shape, std::uint32_t picture,
+// One picture of a sheet: `number` is that of the shape, from 1, and `picture` that of the picture in the
+// workbook's list, from 1. `anchor` is 16 bytes: u16 column, part of it, row, part of it, for both corners.
+std::string escherPicture(const EscherSheet& sheet, std::uint32_t number, std::uint32_t picture,
                           std::string_view anchor);
 
 // A slanted line in the same way.
-std::string escherLine(const EscherSheet& sheet, std::uint32_t shape, const LineContent& line,
+std::string escherLine(const EscherSheet& sheet, std::uint32_t number, const LineContent& line,
                        std::string_view anchor);
 
-// What stands ahead of a sheet's shapes, whose records are `shapeBytes` long together.
+// The records before a sheet's shapes, whose own records are `shapeBytes` long in all.
 std::string escherFrame(const EscherSheet& sheet, std::size_t shapeBytes);
 
 // The workbook's list of pictures.

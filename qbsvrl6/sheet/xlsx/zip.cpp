@@ -10,7 +10,7 @@
 #include <new>
 #include <utility>
 
-#include "qbsvrl6/support/append.h"
+#include "qbsvrl6/support/byte_writer.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
@@ -19,10 +19,16 @@ namespace {
 
 // Sheets are so repetitive that more effort gains a few percent of size for twice the time.
 constexpr int kLevel = 4;
-constexpr std::uint32_t kStored = 0;
-constexpr std::uint32_t kDeflated = 8;
-constexpr std::uint32_t kVersion = 20;
-constexpr std::uint32_t kFirstDay = 0x21;  // 1980-01-01, the earliest that the format knows
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+
+constexpr u32 kLocalHeader = 0x04034B50;
+constexpr u32 kCentralHeader = 0x02014B50;
+constexpr u32 kEndOfDirectory = 0x06054B50;
+
+constexpr u16 kStored = 0;
+constexpr u16 kDeflated = 8;
+constexpr u16 kVersion = 20;  // 2.0
 
 std::uint32_t checksum(std::uint32_t crc, std::string_view bytes) {
     return static_cast<std::uint32_t>(
@@ -77,23 +83,29 @@ void DeflateStream::end(bool isLast) {
     state_.reset();
 }
 
+// The fields of an entry that both of its headers have:
+//   u16 version that reads it | u16 flags | u16 method | u16 time | u16 date
+//   u32 checksum | u32 compressed size | u32 size | u16 length of the name
+void ZipWriter::putCommonFields(ByteWriter& out, const Entry& entry) {
+    constexpr u16 kNoFlags = 0;
+    constexpr u16 kMidnight = 0;
+    constexpr u16 kFirstDay = 0x21;  // 1980-01-01, the earliest that the format knows
+    out.put(kVersion, kNoFlags, entry.method, kMidnight, kFirstDay, entry.crc,
+            static_cast<u32>(entry.compressedSize), static_cast<u32>(entry.size),
+            static_cast<u16>(entry.name.size()));
+}
+
 void ZipWriter::begin(Entry entry) {
     entry.offset = output_.size();
     if ((entry.size | entry.compressedSize | (entry.offset + entry.compressedSize)) >= UINT32_MAX) {
         throw EngineError(ErrorCode::LimitExceeded, "the workbook is larger than 4 GiB");
     }
-    appendLittleEndian(output_, 4, 0x04034B50);
-    appendLittleEndian(output_, 2, kVersion);
-    appendLittleEndian(output_, 2, 0);
-    appendLittleEndian(output_, 2, entry.method);
-    appendLittleEndian(output_, 2, 0);
-    appendLittleEndian(output_, 2, kFirstDay);
-    appendLittleEndian(output_, 4, entry.crc);
-    appendLittleEndian(output_, 4, entry.compressedSize);
-    appendLittleEndian(output_, 4, entry.size);
-    appendLittleEndian(output_, 2, entry.name.size());
-    appendLittleEndian(output_, 2, 0);
-    output_ += entry.name;
+    // Local header:
+    //   u32 mark | the common fields | u16 length of extra fields | name
+    ByteWriter out(output_);
+    out.put(kLocalHeader);
+    putCommonFields(out, entry);
+    out.put(u16{0}).bytes(entry.name);
     entries_.push_back(std::move(entry));
 }
 
@@ -122,31 +134,23 @@ void ZipWriter::add(const std::string& name, DeflateStream first, DeflateStream 
 }
 
 void ZipWriter::finish() {
-    const std::uint64_t start = output_.size();
+    const std::size_t start = output_.size();
+    ByteWriter out(output_);
     for (const Entry& entry : entries_) {
-        appendLittleEndian(output_, 4, 0x02014B50);
-        appendLittleEndian(output_, 2, kVersion);
-        appendLittleEndian(output_, 2, kVersion);
-        appendLittleEndian(output_, 2, 0);
-        appendLittleEndian(output_, 2, entry.method);
-        appendLittleEndian(output_, 2, 0);
-        appendLittleEndian(output_, 2, kFirstDay);
-        appendLittleEndian(output_, 4, entry.crc);
-        appendLittleEndian(output_, 4, entry.compressedSize);
-        appendLittleEndian(output_, 4, entry.size);
-        appendLittleEndian(output_, 2, entry.name.size());
-        output_.append(12, '\0');  // no extra field, comment, disk number or attributes
-        appendLittleEndian(output_, 4, entry.offset);
-        output_ += entry.name;
+        // Central header:
+        //   u32 mark | u16 version that wrote it | the common fields
+        //   u16 lengths of extra fields and comment | u16 disk | u16, u32 attributes | u32 offset of the local
+        //   header | name
+        out.put(kCentralHeader, kVersion);
+        putCommonFields(out, entry);
+        out.put(u16{0}, u16{0}, u16{0}, u16{0}, u32{0}, static_cast<u32>(entry.offset)).bytes(entry.name);
     }
-    const std::uint64_t size = output_.size() - start;
-    appendLittleEndian(output_, 4, 0x06054B50);
-    appendLittleEndian(output_, 4, 0);
-    appendLittleEndian(output_, 2, entries_.size());
-    appendLittleEndian(output_, 2, entries_.size());
-    appendLittleEndian(output_, 4, size);
-    appendLittleEndian(output_, 4, start);
-    appendLittleEndian(output_, 2, 0);
+    // End of the central directory:
+    //   u32 mark | u16 this disk, disk of the directory | u16 entries on this disk, in all
+    //   u32 bytes of the directory, its offset | u16 length of the comment
+    const auto count = static_cast<u16>(entries_.size());
+    const auto bytes = static_cast<u32>(output_.size() - start);
+    out.put(kEndOfDirectory, u16{0}, u16{0}, count, count, bytes, static_cast<u32>(start), u16{0});
 }
 
 }  // namespace qbsvrl6

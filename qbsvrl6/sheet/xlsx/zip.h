@@ -10,6 +10,8 @@
 
 namespace qbsvrl6 {
 
+class ByteWriter;
+
 // Bytes that are compressed as they come. Held: what is compressed so far.
 class DeflateStream {
 public:
@@ -48,13 +50,14 @@ public:
 private:
     struct Entry {
         std::string name;
-        std::uint32_t method = 0;
+        std::uint16_t method = 0;
         std::uint32_t crc = 0;
         std::uint64_t compressedSize = 0;
         std::uint64_t size = 0;
         std::uint64_t offset = 0;
     };
     void begin(Entry entry);
+    static void putCommonFields(ByteWriter& out, const Entry& entry);
 
     std::string& output_;
     std::vector<Entry> entries_;
