@@ -48,6 +48,7 @@ void ExportPDFEmbeddingFont(tagQBReport* report, const wstr& templateFile, const
     SavePreparedExport(report, templateFile, OutputFile(L"pdf_EmbeddingFont/", reportName, L".pdf"), label);
 }
 
+// If both are set, the entire table wins, but the label names both.
 struct CellLayout {
     bool asEntireTable;
     bool onlyDetailGrid;
@@ -56,19 +57,35 @@ constexpr CellLayout kAsPrinted = {false, false};
 constexpr CellLayout kEntireTable = {true, false};
 constexpr CellLayout kOnlyDetailGrid = {false, true};
 
-void SetCellLayout(tagQBE2CellOption* option, bool asEntireTable, bool onlyDetailGrid) {
-    if (asEntireTable) {
+void SetCellLayout(tagQBE2CellOption* option, CellLayout layout) {
+    if (layout.asEntireTable) {
         QBE2CellOptionSetSameAsPrint(option, false);
         QBE2CellOptionSetExportPageBreak(option, false);
         QBE2CellOptionSetExportPageHeaderFooter(option, false);
-    } else if (onlyDetailGrid) {
+    } else if (layout.onlyDetailGrid) {
         QBE2CellOptionSetOnlyExportDetailGrid(option, true);
     }
 }
 
-const wchar_t* CellDirectorySuffix(bool asEntireTable, bool onlyDetailGrid) {
-    if (asEntireTable) return L"-one-table";
-    return onlyDetailGrid ? L"-only-detail" : L"";
+const wchar_t* CellDirectorySuffix(CellLayout layout) {
+    if (layout.asEntireTable) return L"-one-table";
+    return layout.onlyDetailGrid ? L"-only-detail" : L"";
+}
+
+void ExportCell(tagQBReport* report, const wstr& templateFile, const wstr& reportName, tagQBExportType type,
+                CellLayout layout, bool toXlsx) {
+    const wstr extension = ExportExtFileName(type) + (toXlsx ? L"x" : L"");
+    const wstr directory = extension + CellDirectorySuffix(layout) + L"/";
+    const wstr outputFile = OutputFile(directory.c_str(), reportName, (L"." + extension).c_str());
+
+    tagQBExportOption* option = QBReportPrepareExport(report, type);
+    SetCellLayout(QBExportOptionGetAsE2CellOption(option), layout);
+    if (toXlsx) QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), true);
+
+    const str label = str(layout.asEntireTable ? "AsEntireTable " : "") +
+                      (layout.onlyDetailGrid ? "OnlyDetail " : "") + " ." +
+                      WStr2AsciiStr(extension.c_str(), 0);
+    SavePreparedExport(report, templateFile, outputFile, label.c_str());
 }
 
 }  // namespace
@@ -131,25 +148,13 @@ void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool a
 
 void TaskExportCell(tagQBReport* report, const wstr& templateFile, const wstr& reportName,
                     tagQBExportType type, bool asEntireTable, bool onlyDetailGrid, bool toXlsx) {
-    const wstr extension = ExportExtFileName(type) + (toXlsx ? L"x" : L"");
-    const wstr directory = extension + CellDirectorySuffix(asEntireTable, onlyDetailGrid) + L"/";
-    const wstr outputFile = OutputFile(directory.c_str(), reportName, (L"." + extension).c_str());
-
-    tagQBExportOption* option = QBReportPrepareExport(report, type);
-    SetCellLayout(QBExportOptionGetAsE2CellOption(option), asEntireTable, onlyDetailGrid);
-    if (toXlsx) QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), true);
-
-    // Unlike the directory, the label names both layouts where both are asked for.
-    const str label = str(asEntireTable ? "AsEntireTable " : "") + (onlyDetailGrid ? "OnlyDetail " : "") +
-                      " ." + WStr2AsciiStr(extension.c_str(), 0);
-    SavePreparedExport(report, templateFile, outputFile, label.c_str());
+    ExportCell(report, templateFile, reportName, type, {asEntireTable, onlyDetailGrid}, toXlsx);
 }
 
-// The other tasks are one call of TaskExportCell each.
-#define CELL_TASK(Task, type, layout, toXlsx)                                                               \
-    void Task(tagQBReport* report, const wstr& templateFile, const wstr& reportName) {                      \
-        TaskExportCell(report, templateFile, reportName, type, layout.asEntireTable, layout.onlyDetailGrid, \
-                       toXlsx);                                                                             \
+// The other tasks are one export of cells each.
+#define CELL_TASK(Task, type, layout, toXlsx)                                          \
+    void Task(tagQBReport* report, const wstr& templateFile, const wstr& reportName) { \
+        ExportCell(report, templateFile, reportName, type, layout, toXlsx);            \
     }
 CELL_TASK(TaskExportXLS, QBExportType_XLS, kAsPrinted, false)
 CELL_TASK(TaskExportXLSX, QBExportType_XLS, kAsPrinted, true)
