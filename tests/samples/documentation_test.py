@@ -32,7 +32,9 @@ def examples(page):
         first = re.match(r"<(\w+)", block).group(1)
         parts = re.findall(r"^<Page .*?/>$", block, re.M) if first == "Page" else [block]
         for part in parts:
-            if first in IN_GRID:
+            if first == "Column":
+                part = f"<Grid><Columns>{part}</Columns></Grid>"
+            elif first in IN_GRID:
                 part = f"<Grid>{part}</Grid>"
             elif first not in IN_REPORT and not first.startswith(("Report", "Page")):
                 part = f'<ReportHeader height="100mm">{part}</ReportHeader>'
