@@ -32,6 +32,7 @@ struct Request {
     std::u16string_view family;
     bool bold = false;
     bool italic = false;
+    TextLanguage language = TextLanguage::Unknown;
 };
 
 // By "family", then one unit for the style.
@@ -41,7 +42,8 @@ using RequestMap = std::unordered_map<std::u16string, const FontSet*>;
 const std::u16string& keyOf(const Request& request) {
     thread_local std::u16string key;
     key.assign(request.family);
-    key += static_cast<char16_t>((request.bold ? 1 : 0) + (request.italic ? 2 : 0));
+    key += static_cast<char16_t>((request.bold ? 1 : 0) + (request.italic ? 2 : 0) +
+                                 4 * static_cast<int>(request.language));
     return key;
 }
 
@@ -84,7 +86,8 @@ private:
         const std::string wanted = foldFamily(request.family);
         const FamilyKind kind = familyKind(wanted);
         FontSet set;
-        set.language = languageOfFamily(wanted);
+        set.isLanguageGiven = request.language != TextLanguage::Unknown;
+        set.language = set.isLanguageGiven ? request.language : languageOfFamily(wanted);
         add(set, catalogue_.find(wanted, request.bold, request.italic), request.bold, request.italic);
         const bool installed = !set.members.empty();
         if (!installed) addFirst(set, kind, request);
@@ -135,7 +138,7 @@ private:
     // Equal sets are one, so that any number of unknown names costs no memory.
     const FontSet& intern(FontSet set) {
         SetKey key;
-        key.first = set.language;
+        key.first = {set.language, set.isLanguageGiven};
         for (const FontSet::Member& member : set.members) {
             key.second.emplace_back(member.face, member.syntheticBold, member.syntheticItalic);
         }
@@ -172,7 +175,7 @@ private:
         bool bold = false;
     };
     using MemberKey = std::tuple<const FontFace*, bool, bool>;
-    using SetKey = std::pair<TextLanguage, std::vector<MemberKey>>;
+    using SetKey = std::pair<std::pair<TextLanguage, bool>, std::vector<MemberKey>>;
 
     std::mutex mutex_;
     FontCatalogue catalogue_;
@@ -201,9 +204,9 @@ const FontSet::Member& FontSet::memberFor(char32_t character) const {
     return other != nullptr ? *other : members.front();
 }
 
-const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic) {
+const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic, TextLanguage language) {
     thread_local RequestMap known;
-    const Request request{family, bold, italic};
+    const Request request{family, bold, italic, language};
     if (const auto found = known.find(keyOf(request)); found != known.end()) return *found->second;
     const FontSet& set = fontLibrary().resolve(request);
     if (known.size() >= kRememberedNames) known.clear();

@@ -46,7 +46,8 @@ struct FontSet {
     double ascent = 0;            // of the first member, in ems
     double descent = 0;
     double lineHeight = 0;
-    TextLanguage language = TextLanguage::Unknown;  // that the family's name implies
+    TextLanguage language = TextLanguage::Unknown;  // that was asked for, or that the family's name implies
+    bool isLanguageGiven = false;                   // asked for: the letters of a text do not matter
 
     // The member that has a glyph for the character, else another font of the machine that has one, else the
     // first member.
@@ -57,8 +58,9 @@ struct FontSet {
 // and "SimSun", "黑体", "楷体", "仿宋", "微软雅黑", "Arial" ...), else what the words in its name hint at;
 // then the machine's fonts for Chinese and for symbols. Cached for the process under a lock; a thread's own
 // cache answers repeated requests without it. A replaced family is logged once. Raises EngineError where the
-// machine has no usable font at all.
-const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic);
+// machine has no usable font at all. With a language, ideographs have its forms in any text.
+const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic,
+                           TextLanguage language = TextLanguage::Unknown);
 
 }  // namespace qbsvrl6
 

@@ -36,7 +36,7 @@ public:
           text_(text),
           width_(width),
           numbers_(numbers),
-          language_(languageOfText(text)) {}
+          language_(fonts.isLanguageGiven ? fonts.language : languageOfText(text)) {}
 
     std::vector<TextLine> run() {
         for (std::size_t first = 0; first < text_.size();) {

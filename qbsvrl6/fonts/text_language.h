@@ -2,12 +2,11 @@
 #ifndef QBSVR_QBSVRL6_FONTS_TEXT_LANGUAGE_H
 #define QBSVR_QBSVRL6_FONTS_TEXT_LANGUAGE_H
 
-#include <cstdint>
 #include <string_view>
 
-namespace qbsvrl6 {
+#include "qbsvrl6/support/text_language.h"
 
-enum class TextLanguage : std::uint8_t { Unknown, Chinese, Japanese, Korean };
+namespace qbsvrl6 {
 
 // By the letters: Japanese with kana, else Korean with hangul, else unknown.
 TextLanguage languageOfText(std::u16string_view text);

@@ -36,7 +36,8 @@ Extent onPaper(const Extent& extent, Micrometres paperWidth) {
 }  // namespace
 
 Extent extentOnPaper(const Control& control, const Extent& extent, Micrometres paperWidth) {
-    return staysOnPaper(control.kind()) ? onPaper(extent, paperWidth) : extent;
+    const Extent visible = onPaper(extent, paperWidth);
+    return staysOnPaper(control.kind()) && visible.width > 0 ? visible : extent;
 }
 
 void warnOfOverhang(const Control& control, const Extent& extent, Micrometres paperWidth) {

@@ -18,7 +18,7 @@ struct Extent {
 
 // The extent that a control's content has: texts, barcodes, charts and sub-reports have what is on the paper,
 // 0 to `paperWidth`, so that none of their numbers is cut. Lines, boxes and pictures have all of it, for they
-// may run off the paper on purpose.
+// may run off the paper on purpose. So have controls that are beside the paper: nothing of them shows.
 Extent extentOnPaper(const Control& control, const Extent& extent, Micrometres paperWidth);
 
 // Logs how far a control reaches beyond the paper, unless it is no more than printers cut off.

@@ -17,6 +17,7 @@ std::size_t hashOf(const ResolvedStyle& style) {
     std::size_t hash = std::hash<std::u16string>()(style.fontFamily);
     const auto mix = [&hash](int value) { mixHash(hash, static_cast<unsigned>(value)); };
     mix(static_cast<int>(style.fontSize * 64));
+    mix(static_cast<int>(style.language));
     for (const bool flag : {style.bold, style.italic, style.underline}) mix(flag ? 1 : 0);
     for (const int part : {style.color.red, style.color.green, style.color.blue}) mix(part);
     mix(static_cast<int>(style.align));
@@ -30,7 +31,7 @@ std::size_t hashOf(const ResolvedStyle& style) {
 }  // namespace
 
 const FontSet& PooledStyle::fonts() const {
-    if (fonts_ == nullptr) fonts_ = &resolveFont(fontFamily, bold, italic);
+    if (fonts_ == nullptr) fonts_ = &resolveFont(fontFamily, bold, italic, language);
     return *fonts_;
 }
 

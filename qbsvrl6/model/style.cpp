@@ -7,6 +7,7 @@ void applyStyle(ResolvedStyle& base, const Style& over) {
         if (source) target = *source;
     };
     take(base.fontFamily, over.fontFamily);
+    take(base.language, over.language);
     take(base.fontSize, over.fontSize);
     take(base.bold, over.bold);
     take(base.italic, over.italic);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "qbsvrl6/support/text_language.h"
 #include "qbsvrl6/support/units.h"
 
 namespace qbsvrl6 {
@@ -36,6 +37,7 @@ struct Border {
 // built-in defaults.
 struct Style {
     std::optional<std::u16string> fontFamily;
+    std::optional<TextLanguage> language;
     std::optional<double> fontSize;  // points
     std::optional<bool> bold, italic, underline;
     std::optional<Color> color;
@@ -60,6 +62,7 @@ struct NamedStyle {
 // A style with every value set.
 struct ResolvedStyle {
     std::u16string fontFamily = u"SimSun";
+    TextLanguage language = TextLanguage::Unknown;  // of ideographs; unknown: the text or the font decides
     double fontSize = 10.0;
     bool bold = false, italic = false, underline = false;
     Color color;

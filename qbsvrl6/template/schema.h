@@ -39,6 +39,10 @@ inline constexpr std::array<Word<DataType>, 4> kDataTypes = {{{"text", DataType:
                                                               {"number", DataType::Number},
                                                               {"boolean", DataType::Boolean},
                                                               {"date", DataType::Date}}};
+inline constexpr std::array<Word<TextLanguage>, 4> kLanguages = {{{"auto", TextLanguage::Unknown},
+                                                                  {"zh", TextLanguage::Chinese},
+                                                                  {"ja", TextLanguage::Japanese},
+                                                                  {"ko", TextLanguage::Korean}}};
 inline constexpr std::array<Word<HorizontalAlign>, 4> kAligns = {{{"left", HorizontalAlign::Left},
                                                                   {"center", HorizontalAlign::Center},
                                                                   {"right", HorizontalAlign::Right},
@@ -94,6 +98,7 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place);
 template <class Element, class StyleLike>
 void describeStyle(Element& element, StyleLike& style) {
     element.attribute("font", style.fontFamily, TextCodec{});
+    element.attribute("language", style.language, WordCodec<TextLanguage>{kLanguages});
     element.attribute("fontSize", style.fontSize, FontSizeCodec{});
     element.attribute("bold", style.bold, SwitchCodec{});
     element.attribute("italic", style.italic, SwitchCodec{});

@@ -119,6 +119,23 @@ const char* directionOf(const Item& item) {
                                                            : " dir=\"auto\" lang=\"ar\"";
 }
 
+// The direction that the text needs, else the language that the style asks for.
+const char* languageOf(const Item& item) {
+    const char* const direction = directionOf(item);
+    if (*direction != '\0') return direction;
+    switch (item.style == nullptr ? TextLanguage::Unknown : item.style->language) {
+        case TextLanguage::Chinese:
+            return " lang=\"zh-CN\"";
+        case TextLanguage::Japanese:
+            return " lang=\"ja\"";
+        case TextLanguage::Korean:
+            return " lang=\"ko\"";
+        case TextLanguage::Unknown:
+            break;
+    }
+    return "";
+}
+
 // No font that is common for text is wider.
 Micrometres widthLimit(std::u16string_view text, double fontSize) {
     constexpr double kWidestColumn = 0.7;  // em
@@ -409,7 +426,7 @@ private:
         out() += !isTitle ? "<td" : cell.columnSpan > 1 ? "<th scope=\"colgroup\"" : "<th scope=\"col\"";
         const Wrapping wrapping = cell.item == nullptr ? Wrapping::None : wrappingOf(*cell.item);
         out() += classOf(cell, wrapping == Wrapping::Forbidden);
-        if (cell.item != nullptr) out() += directionOf(*cell.item);
+        if (cell.item != nullptr) out() += languageOf(*cell.item);
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
         if (!overlays_.empty()) out() += " style=\"position:relative\"";

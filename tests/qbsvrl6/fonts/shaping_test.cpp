@@ -87,8 +87,10 @@ TEST(Shaping, EqualsHarfBuzzForAnyText) {
 
 // By kana in the text or by the font's name; in all lines of a text, and nowhere else.
 TEST(Shaping, DrawsJapaneseFormsInJapaneseText) {
-    const auto formOf = [](const char16_t* family, std::u16string_view text) {
-        for (const TextLine& line : breakLines(resolveFont(family, false, false), 10, text, 10'000)) {
+    const auto formOf = [](const char16_t* family, std::u16string_view text,
+                           TextLanguage language = TextLanguage::Unknown) {
+        const FontSet& fonts = resolveFont(family, false, false, language);
+        for (const TextLine& line : breakLines(fonts, 10, text, 10'000)) {
             for (const GlyphRun& run : line.shaped->runs) {
                 for (const Glyph& glyph : run.glyphs) {
                     if (text[line.firstUnit + glyph.cluster] == u'直') return glyph.id;
@@ -113,6 +115,9 @@ TEST(Shaping, DrawsJapaneseFormsInJapaneseText) {
             EXPECT_EQ(formOf(family, text), expected) << toUtf8(family) << ' ' << toUtf8(text);
     }
     EXPECT_EQ(formOf(u"MS Mincho", u"直"), formOf(u"SimSun", u"直かな"));
+    // A language that is asked for wins over both.
+    EXPECT_EQ(formOf(u"SimSun", u"直", TextLanguage::Japanese), formOf(u"SimSun", u"直かな"));
+    EXPECT_EQ(formOf(u"SimSun", u"直かな", TextLanguage::Chinese), formOf(u"SimSun", u"直"));
     EXPECT_EQ(formOf(u"Meiryo", u"直"), formOf(u"SimHei", u"直かな"));
     EXPECT_EQ(formOf(u"SimHei", u"直"), formOf(u"Microsoft YaHei", u"直"));
 }
