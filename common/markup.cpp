@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/errors.h"
+#include "common/internal/ascii.h"
 #include "common/string_ops.h"
 
 namespace larkspur {
@@ -49,9 +50,6 @@ lkstr EncodeMarkup(const lkchar* text, int size) {
     }
     return encoded.append(stretch, end);
 }
-
-constexpr bool IsAsciiDigit(lkchar c) { return c >= u'0' && c <= u'9'; }
-constexpr bool IsAsciiLetter(lkchar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
 
 constexpr bool IsNodeNameChar(lkchar c) {
     return IsAsciiLetter(c) || IsAsciiDigit(c) || c == u'-' || c == u'.' || c == u'_' || c == 183 || c > 192;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "common/internal/ascii.h"
 #include "common/string_ops.h"
 
 namespace larkspur {
@@ -50,11 +51,9 @@ bool IntValueToName(int value, const CNameIntValuePair* table, lkstr& name) {
     return found;
 }
 
-bool IsFirstNameChar(lkchar c) {
-    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_' || c >= 256;
-}
+bool IsFirstNameChar(lkchar c) { return IsAsciiLetter(c) || c == u'_' || c >= 256; }
 
-bool IsNameChar(lkchar c) { return IsFirstNameChar(c) || (c >= u'0' && c <= u'9'); }
+bool IsNameChar(lkchar c) { return IsFirstNameChar(c) || IsAsciiDigit(c); }
 
 bool IsGoodNameText(const lkchar* text) {
     if (text == nullptr || !IsFirstNameChar(*text)) return false;

@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "common/internal/ascii.h"
+
 namespace larkspur {
 
 namespace {
@@ -105,8 +107,6 @@ const lkchar* FindText(const lkchar* p, View q) {
     return at == View::npos ? nullptr : p + at;
 }
 
-bool IsDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
-
 template <typename Text>
 void TrimLeft(Text& text) {
     const std::size_t first = text.find_first_not_of(typename Text::value_type(' '));
@@ -201,7 +201,7 @@ int lkstr_toi(const lkchar* text) {
     if (negative) ++text;
     unsigned int value = 0;
     // A "." counts as a digit of value -2, since it stands two places before "0".
-    for (; IsDigit(*text) || *text == u'.'; ++text) value = value * 10 + *text - u'0';
+    for (; IsAsciiDigit(*text) || *text == u'.'; ++text) value = value * 10 + *text - u'0';
     return static_cast<int>(negative ? 0 - value : value);
 }
 
@@ -210,11 +210,11 @@ double lkstr_tof(const lkchar* text) {
     const bool negative = *text == u'-';
     if (negative) ++text;
     double integer = 0;
-    for (; IsDigit(*text); ++text) integer = integer * 10 + (*text - u'0');
+    for (; IsAsciiDigit(*text); ++text) integer = integer * 10 + (*text - u'0');
     double fraction = 0;
     if (*text == u'.') {
         double weight = 0.1;
-        for (++text; IsDigit(*text); ++text, weight /= 10) fraction += (*text - u'0') * weight;
+        for (++text; IsAsciiDigit(*text); ++text, weight /= 10) fraction += (*text - u'0') * weight;
     }
     return negative ? -(integer + fraction) : integer + fraction;
 }

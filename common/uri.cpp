@@ -1,5 +1,6 @@
 #include "common/uri.h"
 
+#include "common/internal/ascii.h"
 #include "common/string_ops.h"
 
 namespace larkspur {
@@ -17,7 +18,7 @@ constexpr unsigned char Further(unsigned int code, int shift) {
 }  // namespace
 
 bool URIComponent_unescape(lkchar c) {
-    if ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9')) return true;
+    if (IsAsciiLetter(c) || IsAsciiDigit(c)) return true;
     switch (c) {
         case u'-':
         case u'_':

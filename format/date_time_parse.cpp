@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/internal/ascii.h"
 #include "format/date_time_format.h"
 
 namespace larkspur {
@@ -22,15 +23,13 @@ struct Numbers {
     lkchar separator = u'\0';  // after the first number
 };
 
-bool IsDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
-
 // A read that comes to the end without a digit counts as a number too, of value 0.
 Numbers ReadNumbers(const lkchar* text) {
     Numbers numbers;
     while (numbers.count < kMaxNumbers) {
-        while (*text != u'\0' && !IsDigit(*text)) ++text;
+        while (*text != u'\0' && !IsAsciiDigit(*text)) ++text;
         unsigned int value = 0;  // wraps as lkstr_toi does
-        for (; IsDigit(*text); ++text) value = value * 10 + (*text - u'0');
+        for (; IsAsciiDigit(*text); ++text) value = value * 10 + (*text - u'0');
         if (numbers.count == 0) numbers.separator = *text;
         numbers.values[numbers.count++] = static_cast<int>(value);
         if (*text == u'\0') break;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "common/internal/ascii.h"
 #include "common/string_ops.h"
 #include "format/internal/fixed_digits.h"
 #include "format/numeric_format.h"
@@ -100,7 +101,7 @@ lkstr ClkNumericFormatParser::ToBigNumeric(double value, const ClkFormatAnalyser
 lkstr ClkNumericFormatParser::ToBigNumericDigit(const lkchar* text) {
     lkstr digits;
     for (; text != nullptr && *text != u'\0'; ++text) {
-        if (*text >= u'0' && *text <= u'9') digits += BigDigit(static_cast<char>(*text));
+        if (IsAsciiDigit(*text)) digits += BigDigit(static_cast<char>(*text));
     }
     return digits;
 }

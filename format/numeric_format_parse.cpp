@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "common/internal/ascii.h"
 #include "common/string_ops.h"
 #include "format/numeric_format.h"
 
@@ -26,8 +27,6 @@ using TextView = std::u16string_view;
 constexpr TextView kFormatCharacters = u"#(+-.0$%),";
 
 bool IsFormatCharacter(lkchar unit) { return kFormatCharacters.find(unit) != TextView::npos; }
-
-bool IsDigit(lkchar unit) { return unit >= u'0' && unit <= u'9'; }
 
 int CountOf(TextView text, lkchar unit) {
     return static_cast<int>(std::count(text.begin(), text.end(), unit));
@@ -108,7 +107,7 @@ void ParseSection(Analyser& section, TextView text) {
 }
 
 const lkchar* SkipDigits(const lkchar* text) {
-    while (IsDigit(*text)) ++text;
+    while (IsAsciiDigit(*text)) ++text;
     return text;
 }
 

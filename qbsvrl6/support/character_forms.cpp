@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "qbsvrl6/support/put_utf8.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -10,24 +11,6 @@ namespace qbsvrl6 {
 namespace {
 
 bool isNoncharacter(char32_t c) { return c == 0xFFFE || c == 0xFFFF; }
-
-// Writes a character beyond ASCII and gives its length.
-std::size_t putUtf8(char* place, char32_t c) {
-    std::size_t used = 0;
-    const auto put = [&](char32_t byte) { place[used++] = static_cast<char>(byte); };
-    if (c < 0x800) {
-        put(0xC0 | (c >> 6));
-    } else if (c < 0x10000) {
-        put(0xE0 | (c >> 12));
-        put(0x80 | ((c >> 6) & 0x3F));
-    } else {
-        put(0xF0 | (c >> 18));
-        put(0x80 | ((c >> 12) & 0x3F));
-        put(0x80 | ((c >> 6) & 0x3F));
-    }
-    put(0x80 | (c & 0x3F));
-    return used;
-}
 
 }  // namespace
 

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "qbsvrl6/support/put_utf8.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -91,23 +93,13 @@ std::u16string toUtf16(std::string_view utf8) {
 std::string toUtf8(std::u16string_view utf16) {
     std::string bytes;
     bytes.reserve(utf16.size());
-    const auto append = [&](char32_t value) { bytes += static_cast<char>(value); };
     for (std::size_t index = 0; index < utf16.size();) {
         const char32_t character = nextCharacter(utf16, index);
         if (character < 0x80) {
-            append(character);
-        } else if (character < 0x800) {
-            append(0xC0 | (character >> 6));
-            append(0x80 | (character & 0x3F));
-        } else if (character < 0x10000) {
-            append(0xE0 | (character >> 12));
-            append(0x80 | ((character >> 6) & 0x3F));
-            append(0x80 | (character & 0x3F));
+            bytes += static_cast<char>(character);
         } else {
-            append(0xF0 | (character >> 18));
-            append(0x80 | ((character >> 12) & 0x3F));
-            append(0x80 | ((character >> 6) & 0x3F));
-            append(0x80 | (character & 0x3F));
+            char units[4];
+            bytes.append(&units[0], putUtf8(&units[0], character));
         }
     }
     return bytes;
