@@ -7,16 +7,10 @@
 #include <unordered_set>
 
 #include "qbsvrl6/bind/binding.h"
-#include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/bind/position.h"
 #include "qbsvrl6/bind/values.h"
 
 namespace qbsvrl6 {
-
-struct RowRange {
-    std::size_t first = 0;
-    std::size_t end = 0;  // behind the last
-    bool operator==(const RowRange&) const = default;
-};
 
 class AggregateState {
 public:

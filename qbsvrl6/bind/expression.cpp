@@ -1,18 +1,21 @@
 // Compiles by recursive descent straight into the program:
 //
-//     expression = conjunction { "or" conjunction }
+// clang-format off
+//     expression  = conjunction { "or" conjunction }
 //     conjunction = negation { "and" negation }
-//     negation   = { "not" } comparison
-//     comparison = join [ ( "=" | "<>" | "<" | "<=" | ">" | ">=" ) join ]
-//     join       = sum { "&" sum }
-//     sum        = product { ( "+" | "-" ) product }
-//     product    = factor { ( "*" | "/" ) factor }
-//     factor     = { "+" | "-" } primary
-//     primary    = number | text | "true" | "false" | "null" | name | `name` | "[" name "]" | "(" expression
-//     ")"
-//                | "If" "(" expression "," expression "," expression ")"
-//                | aggregate "(" [ "*" | expression ] [ "," scope ] ")"
-//                | function "(" [ expression { "," expression } ] ")"
+//     negation    = { "not" } comparison
+//     comparison  = join [ ( "=" | "<>" | "<" | "<=" | ">" | ">=" ) join ]
+//     join        = sum { "&" sum }
+//     sum         = product { ( "+" | "-" ) product }
+//     product     = factor { ( "*" | "/" ) factor }
+//     factor      = { "+" | "-" } primary
+//     primary     = number | text | "true" | "false" | "null"
+//                 | name | `name` | "[" name "]"
+//                 | "(" expression ")"
+//                 | "If" "(" expression "," expression "," expression ")"
+//                 | aggregate "(" [ "*" | expression ] [ "," scope ] ")"
+//                 | function "(" [ expression { "," expression } ] ")"
+// clang-format on
 #include "qbsvrl6/bind/expression.h"
 
 #include <array>
@@ -117,7 +120,7 @@ private:
         emitConstant(makeText(*expression_->constantTexts.back()));
     }
 
-    // "a or b": where a is true, b is not looked at.
+    // "a or b": if a is true, b is not evaluated.
     void expression() {
         const Level level(*this);
         conjunction();
@@ -276,7 +279,7 @@ private:
         emit(Operation::Name, index);
     }
 
-    // Behind the opening bracket.
+    // After the opening bracket.
     void call(const Token& name) {
         const Level level(*this);
         if (name.isWord(u"If")) return choice();
@@ -316,7 +319,7 @@ private:
     }
 
     void aggregate(AggregateKind kind, std::size_t column) {
-        if (insideAggregate_) lexer_.fail("an aggregate can't stand inside another", column);
+        if (insideAggregate_) lexer_.fail("an aggregate cannot contain another", column);
         Aggregate made{kind, nullptr, {}, column, {ScopeKind::Default, 0}, 0};
         if (kind == AggregateKind::RowNumber) {
             made.scopeName = u"Report";

@@ -58,11 +58,11 @@ std::string dateFormatProblem(std::u16string_view format) {
 std::u16string_view formatAsWritten(std::u16string_view written) {
     constexpr std::u16string_view kPlaces = u"#,##0.000000000000000";  // kDoubleDigits of them
     constexpr std::size_t kGrouping = 4;
-    const bool isPlain = written.find_first_not_of(u"+-0123456789,.") == std::u16string_view::npos;
-    const bool isGrouped = hasAnyOf(written, u",");
+    const bool isGrouped = written.find(u',') != std::u16string_view::npos;
     const std::size_t point = std::min(written.find(u'.'), written.size());
     const bool endsWithZero = point < written.size() && written.back() == u'0';
-    if (!isPlain || !(isGrouped || endsWithZero)) return {};
+    if (!isGrouped && !endsWithZero) return {};
+    if (written.find_first_not_of(u"+-0123456789,.") != std::u16string_view::npos) return {};
     const std::size_t places = point == written.size() ? 1 : written.size() - point + 1;
     return kPlaces.substr(isGrouped ? 0 : kGrouping, places + (isGrouped ? kGrouping : 0));
 }
@@ -174,7 +174,7 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
             try {
                 out += dateFormat().Format(date);
             } catch (const std::exception&) {
-                out += toText(shown, arena);  // a year that the calendar doesn't reach
+                out += toText(shown, arena);  // a year outside the calendar
             }
             break;
         }
@@ -203,7 +203,7 @@ CellValue ValueFormat::cell(const Value& value) {
                 }
                 break;
             }
-            // Words, Chinese numerals and money aren't forms that a spreadsheet's number can take.
+            // A spreadsheet cannot show a number as words, Chinese numerals or an amount in words.
             if (numberFormat().isWords()) {
                 cell.type = ValueType::Text;
                 break;

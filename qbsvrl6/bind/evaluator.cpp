@@ -1,0 +1,352 @@
+#include "qbsvrl6/bind/evaluator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "qbsvrl6/bind/dates.h"
+#include "qbsvrl6/bind/functions.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr double kLargestDays = 1e7;
+
+// Dates take days: "Due + 14", "Due - Ordered". Everything else calculates with numbers; null, and a result
+// that isn't finite, are null.
+Value calculated(Operation operation, const Value& left, const Value& right) {
+    const bool leftDate = left.type == ValueType::Date;
+    const bool rightDate = right.type == ValueType::Date;
+    if (leftDate && rightDate) {
+        if (operation != Operation::Subtract) return {};
+        return makeNumber((Number(left.date) - Number(right.date)) / kSecondsADay);
+    }
+    if (leftDate || rightDate) {
+        const bool adds = operation == Operation::Add;
+        if (!adds && !(operation == Operation::Subtract && leftDate)) return {};
+        double days = 0;
+        if (!toNumber(leftDate ? right : left, days) || !(std::fabs(days) <= kLargestDays)) return {};
+        const auto seconds =
+            static_cast<std::int64_t>(std::llround(days * static_cast<double>(kSecondsADay)));
+        return makeDate((leftDate ? left : right).date + (adds ? seconds : -seconds));
+    }
+    Number leftRoom;
+    Number rightRoom;
+    const Number* const a = numberOf(left, leftRoom);
+    const Number* const b = numberOf(right, rightRoom);
+    if (a == nullptr || b == nullptr) return {};
+    switch (operation) {
+        case Operation::Add:
+            return makeNumber(*a + *b);
+        case Operation::Subtract:
+            return makeNumber(*a - *b);
+        case Operation::Multiply:
+            return makeNumber(*a * *b);
+        default:
+            return makeNumber(*a / *b);
+    }
+}
+
+bool compares(Operation operation, int order) {
+    switch (operation) {
+        case Operation::Equal:
+            return order == 0;
+        case Operation::NotEqual:
+            return order != 0;
+        case Operation::Less:
+            return order < 0;
+        case Operation::LessOrEqual:
+            return order <= 0;
+        case Operation::Greater:
+            return order > 0;
+        default:
+            return order >= 0;
+    }
+}
+
+}  // namespace
+
+Evaluator::Evaluator(const Binding& binding, const WalkedRows& rows, std::span<const OwnedValue> passed,
+                     std::int64_t now)
+    : binding_(binding),
+      rows_(rows),
+      now_(now),
+      memos_(binding.calculatedCount()),
+      aggregates_(binding.aggregateSlots()) {
+    for (const Binding::BoundParameter& parameter : binding.parameters()) {
+        parameters_.push_back(parameter.value);
+    }
+    for (std::size_t i = 0; i < passed.size(); ++i) parameters_[binding.passedParameter(i)] = passed[i];
+    for (std::size_t i = 0; i < parameters_.size(); ++i) {
+        const std::optional<DataType>& type = binding.parameters()[i].type;
+        if (type) parameters_[i] = OwnedValue(convertTo(parameters_[i].get(), *type, arena_));
+    }
+}
+
+// What earlier evaluations made is gone from here on.
+void Evaluator::begin() {
+    stack_.clear();
+    arena_.reset();
+    ++epoch_;
+}
+
+Value Evaluator::evaluate(const Expression& expression, const Position& position) {
+    begin();
+    return run(expression, position);
+}
+
+bool Evaluator::isTrue(const Expression& expression, const Position& position) {
+    return toBoolean(evaluate(expression, position));
+}
+
+void Evaluator::evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result) {
+    result.text.clear();
+    result.color.reset();
+    result.cell = {};
+    result.pageFields.clear();
+    begin();
+    for (TextPart& part : text.parts) {
+        if (!part.expression) {
+            result.text += part.literal;
+            continue;
+        }
+        const Value value = run(*part.expression, position);
+        const std::size_t start = result.text.size();
+        part.format.append(value, arena_, result.text, result.color);
+        if (part.pageField) {
+            const bool isNumber = *part.pageField == PageField::Kind::Number;
+            result.pageFields.push_back({*part.pageField, start, result.text.size() - start,
+                                         isNumber ? position.pageNumber : position.pageCount});
+        }
+        if (text.parts.size() == 1) result.cell = part.format.cell(value);
+    }
+}
+
+Value Evaluator::run(const Expression& expression, const Position& position) {
+    if (const BoundName* const name = expression.loneName()) return readName(*name, position);
+    const std::vector<Instruction>& code = expression.code;
+    for (std::size_t next = 0; next < code.size();) {
+        const Instruction& instruction = code[next++];
+        const auto pop = [this] {
+            const Value value = stack_.back();
+            stack_.pop_back();
+            return value;
+        };
+        switch (instruction.operation) {
+            case Operation::Constant:
+                stack_.push_back(expression.constants[instruction.operand]);
+                break;
+            case Operation::Name:
+                stack_.push_back(readName(expression.names[instruction.operand], position));
+                break;
+            case Operation::System:
+                stack_.push_back(readSystem(static_cast<SystemValue>(instruction.operand), position));
+                break;
+            case Operation::Aggregate:
+                stack_.push_back(aggregate(expression.aggregates[instruction.operand], position));
+                break;
+            case Operation::Call:
+                call(expression, instruction, position);
+                break;
+            case Operation::Negate: {
+                Number number;
+                const bool isNumber = toNumber(stack_.back(), number);
+                if (!isNumber) noteIfUnread(expression, stack_.back(), DataType::Number, position);
+                stack_.back() = isNumber ? makeNumber(-number) : Value();
+                break;
+            }
+            case Operation::Not:
+                stack_.back() = makeBoolean(!toBoolean(stack_.back()));
+                break;
+            case Operation::ToBoolean:
+                stack_.back() = makeBoolean(toBoolean(stack_.back()));
+                break;
+            case Operation::Jump:
+                next = instruction.operand;
+                break;
+            case Operation::JumpIfFalse:
+                if (!toBoolean(pop())) next = instruction.operand;
+                break;
+            case Operation::JumpIfTrue:
+                if (toBoolean(pop())) next = instruction.operand;
+                break;
+            default:
+                binary(expression, instruction.operation, position);
+                break;
+        }
+    }
+    const Value result = stack_.back();
+    stack_.pop_back();
+    return result;
+}
+
+void Evaluator::binary(const Expression& expression, Operation operation, const Position& position) {
+    const Value right = stack_.back();
+    stack_.pop_back();
+    Value& left = stack_.back();
+    switch (operation) {
+        case Operation::Add:
+        case Operation::Subtract:
+        case Operation::Multiply:
+        case Operation::Divide: {
+            const Value result = calculated(operation, left, right);
+            if (result.isNull()) {
+                noteIfUnread(expression, left, DataType::Number, position);
+                noteIfUnread(expression, right, DataType::Number, position);
+            }
+            left = result;
+            break;
+        }
+        case Operation::Join: {
+            const std::u16string_view a = toText(left, arena_);
+            const std::u16string_view b = toText(right, arena_);
+            char16_t* const joined = arena_.allocate(a.size() + b.size());
+            std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), joined));
+            left = makeText({joined, a.size() + b.size()});
+            break;
+        }
+        default:
+            left = makeBoolean(compares(operation, compareValues(left, right, arena_)));
+            break;
+    }
+}
+
+void Evaluator::call(const Expression& expression, const Instruction& instruction, const Position& position) {
+    FunctionContext context{arena_, now_};
+    const std::size_t first = stack_.size() - instruction.count;
+    const Function& function = functions()[instruction.operand];
+    const std::span<const Value> arguments(stack_.data() + first, instruction.count);
+    const Value result = function.call(arguments, context);
+    if (result.isNull() && function.reads != Reads::Anything) {
+        const DataType needed = function.reads == Reads::Dates ? DataType::Date : DataType::Number;
+        for (const Value& argument : arguments) noteIfUnread(expression, argument, needed, position);
+    }
+    stack_.resize(first);
+    stack_.push_back(result);
+}
+
+Value Evaluator::readName(const BoundName& name, const Position& position) {
+    if (name.kind == NameKind::Calculated) return readCalculated(name, position);
+    const Value value = readSource(name, position);
+    if (name.declaredType < 0) return value;
+    return converted(name, value, static_cast<DataType>(name.declaredType), position);
+}
+
+Value Evaluator::converted(const BoundName& name, const Value& value, DataType type,
+                           const Position& position) {
+    const Value converted = convertTo(value, type, arena_);
+    if (converted.type == ValueType::Text && type != DataType::Text)
+        binding_.unreadValues().add(sourceOf(name, position), converted.text, type);
+    return converted;
+}
+
+UnreadValues::Source Evaluator::sourceOf(const BoundName& name, const Position& position) const {
+    switch (name.kind) {
+        case NameKind::Column:
+            return {"the field", name.name, rows_.tableRow(position.row)};
+        case NameKind::HeadColumn:
+            return {"the field", name.name, 0};
+        case NameKind::Parameter:
+            return {"the parameter", name.name};
+        case NameKind::Calculated:
+        case NameKind::Unknown:
+            break;
+    }
+    return {"the field", name.name};
+}
+
+// The value's text is that of the column or parameter from which it is.
+void Evaluator::noteIfUnread(const Expression& expression, const Value& value, DataType needed,
+                             const Position& position) {
+    if (value.type != ValueType::Text) return;
+    Number number;
+    std::int64_t date = 0;
+    if (toNumber(value, number) || (needed == DataType::Date && toDate(value, date))) return;
+    const auto isSource = [&](const BoundName& name) {
+        const bool isCalculated = name.kind == NameKind::Calculated;
+        if (isCalculated && !isFresh(memos_[name.index], position)) return false;
+        const Value source = isCalculated ? memos_[name.index].value : readSource(name, position);
+        return source.text.data() == value.text.data() && source.text.size() == value.text.size();
+    };
+    const auto source = std::find_if(expression.names.begin(), expression.names.end(), isSource);
+    const bool isName = source != expression.names.end();
+    binding_.unreadValues().add(
+        isName ? sourceOf(*source, position) : UnreadValues::Source{"a calculated text", {}}, value.text,
+        needed);
+}
+
+Value Evaluator::readSource(const BoundName& name, const Position& position) const {
+    switch (name.kind) {
+        case NameKind::Column:
+            return readColumn(name.index, position.row);
+        case NameKind::HeadColumn:
+            return binding_.sources().head->value(0, name.index);
+        case NameKind::Parameter:
+            return parameters_[name.index].get();
+        default:
+            return {};
+    }
+}
+
+Value Evaluator::readColumn(std::uint32_t column, std::size_t row) const {
+    if (row >= rows_.count()) return {};
+    return binding_.sources().rows->value(rows_.tableRow(row), column);
+}
+
+bool Evaluator::isFresh(const Memo& memo, const Position& position) const {
+    return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope;
+}
+
+// Once for a row and scope within one evaluation: fields that need one another many times over would take
+// exponential time otherwise.
+Value Evaluator::readCalculated(const BoundName& name, const Position& position) {
+    if (isFresh(memos_[name.index], position)) return memos_[name.index].value;
+    const Binding::Calculated& field = binding_.calculated(name.index);
+    const Value value = converted(name, run(field.expression, position), field.field->type, position);
+    memos_[name.index] = {epoch_, position.row, position.scope, value};
+    return value;
+}
+
+Value Evaluator::readSystem(SystemValue system, const Position& position) const {
+    switch (system) {
+        case SystemValue::PageNumber:
+            return makeNumber(position.pageNumber);
+        case SystemValue::PageCount:
+            return makeNumber(position.pageCount);
+        case SystemValue::ReportTitle:
+            return makeText(binding_.report().info.title);
+    }
+    return {};
+}
+
+Value Evaluator::aggregate(const Aggregate& aggregate, const Position& position) {
+    const RowRange range = rows_.rangeOf(aggregate.scope, position);
+    if (aggregate.kind == AggregateKind::RowNumber) {
+        if (position.row < range.first || position.row >= range.end) return {};
+        return makeNumber(position.row - range.first + (position.isBeforeRow ? 0 : 1));
+    }
+    if (!aggregate.argument) return makeNumber(range.end - std::min(range.first, range.end));
+    const auto takeMissing = [&](AggregateState& state) { extend(state, aggregate, position, range.end); };
+    Value result = aggregates_.stateOf(aggregate.slot, range, takeMissing).result(aggregate.kind);
+    if (!result.text.empty()) result.text = arena_.copy(result.text);  // the state may go on to other rows
+    return result;
+}
+
+void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const Position& position,
+                       std::size_t end) {
+    Position inside = position;
+    inside.scope = rows_.rowScope();
+    const TextArena::Mark mark = arena_.mark();
+    for (std::size_t row = state.range.end; row < end; ++row) {
+        inside.row = row;
+        const Value value = run(*aggregate.argument, inside);
+        if (!state.add(aggregate.kind, value, arena_))
+            noteIfUnread(*aggregate.argument, value, DataType::Number, inside);
+        arena_.release(mark);
+    }
+    state.range.end = end;
+    ++epoch_;  // what calculated fields remember may lie in the texts that were given back
+}
+
+}  // namespace qbsvrl6

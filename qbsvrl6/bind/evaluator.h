@@ -1,0 +1,90 @@
+// Runs the programs of expressions at rows.
+#ifndef QBSVR_QBSVRL6_BIND_EVALUATOR_H
+#define QBSVR_QBSVRL6_BIND_EVALUATOR_H
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/bind/aggregate_cache.h"
+#include "qbsvrl6/bind/binding.h"
+#include "qbsvrl6/bind/position.h"
+#include "qbsvrl6/bind/walked_rows.h"
+#include "qbsvrl6/items/cell_value.h"
+#include "qbsvrl6/items/page_field.h"
+#include "qbsvrl6/support/units.h"
+
+namespace qbsvrl6 {
+
+struct EvaluatedText {
+    std::u16string text;
+    std::optional<Color> color;  // of a number format's colour mark
+    CellValue cell;
+    std::vector<PageField> pageFields;
+};
+
+// A machine with a stack of values. An evaluation ends with the stack as empty as it began; the texts that it
+// makes live in an arena until the next one. Results of calculated fields are valid within one evaluation,
+// for one row and scope.
+class Evaluator {
+public:
+    // `passed` holds a value for each parameter that the outer report passes. `now` is the wall clock's
+    // reading. `binding` and `rows` outlive the evaluator, which knows the expressions that the binding has
+    // compiled by then.
+    Evaluator(const Binding& binding, const WalkedRows& rows, std::span<const OwnedValue> passed,
+              std::int64_t now);
+
+    // The value's text lives until the next evaluation.
+    Value evaluate(const Expression& expression, const Position& position);
+    bool isTrue(const Expression& expression, const Position& position);
+    void evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result);
+    // For the log, where a value that the expression has just given is a text instead of what is needed.
+    void noteIfUnread(const Expression& expression, const Value& value, DataType needed,
+                      const Position& position);
+
+    // Where the rows have changed.
+    void forgetAggregates() { aggregates_.clear(); }
+    Value read(const BoundName& name, const Position& position) { return readName(name, position); }
+    const OwnedValue& parameter(std::size_t index) const { return parameters_[index]; }
+    TextArena& arena() { return arena_; }
+
+private:
+    // What a calculated field gave at a row; valid in the evaluation of its epoch.
+    struct Memo {
+        std::uint64_t epoch = 0;
+        std::size_t row = 0;
+        Scope scope;
+        Value value;
+    };
+
+    void begin();
+    Value run(const Expression& expression, const Position& position);
+    Value readName(const BoundName& name, const Position& position);
+    Value readSource(const BoundName& name, const Position& position) const;
+    Value readColumn(std::uint32_t column, std::size_t row) const;
+    bool isFresh(const Memo& memo, const Position& position) const;
+    Value readCalculated(const BoundName& name, const Position& position);
+    Value readSystem(SystemValue system, const Position& position) const;
+    Value aggregate(const Aggregate& aggregate, const Position& position);
+    void extend(AggregateState& state, const Aggregate& aggregate, const Position& position, std::size_t end);
+    UnreadValues::Source sourceOf(const BoundName& name, const Position& position) const;
+    Value converted(const BoundName& name, const Value& value, DataType type, const Position& position);
+    void call(const Expression& expression, const Instruction& instruction, const Position& position);
+    void binary(const Expression& expression, Operation operation, const Position& position);
+
+    const Binding& binding_;
+    const WalkedRows& rows_;
+    std::int64_t now_;
+    std::vector<OwnedValue> parameters_;
+    std::vector<Memo> memos_;  // per calculated field
+    AggregateCache aggregates_;
+    std::vector<Value> stack_;
+    TextArena arena_;
+    std::uint64_t epoch_ = 0;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,30 @@
+// Where an expression is evaluated.
+#ifndef QBSVR_QBSVRL6_BIND_POSITION_H
+#define QBSVR_QBSVRL6_BIND_POSITION_H
+
+#include <cstddef>
+
+#include "qbsvrl6/bind/expression.h"
+
+namespace qbsvrl6 {
+
+// Rows in the order of the walk. Never more than the walk has, but for a page that is still being filled.
+struct RowRange {
+    std::size_t first = 0;
+    std::size_t end = 0;  // after the last one
+    bool operator==(const RowRange&) const = default;
+};
+
+// All that a value depends on besides the data.
+struct Position {
+    std::size_t row = 0;                // without rows, every column reads as null
+    Scope scope{ScopeKind::Report, 0};  // of aggregates that name none; never Default
+    RowRange pageRows;                  // rows on the page
+    bool isBeforeRow = false;           // on a page before the row: running totals don't include it yet
+    int pageNumber = 1;
+    int pageCount = 1;
+};
+
+}  // namespace qbsvrl6
+
+#endif
