@@ -25,17 +25,23 @@ struct Part {
     TextView after;
 };
 
+// Takes what is before the first unit that is a digit, or that is none.
+TextView takeUntil(bool digit, TextView& text) {
+    const auto end =
+        std::find_if(text.begin(), text.end(), [digit](char16_t unit) { return isDigit(unit) == digit; });
+    const TextView taken = text.substr(0, static_cast<std::size_t>(end - text.begin()));
+    text.remove_prefix(taken.size());
+    return taken;
+}
+
 // Takes the number and the text after it from the start.
 Part takePart(TextView& text) {
-    constexpr std::size_t kMostDigits = 9;
+    constexpr int kTooLarge = 10'000;
     Part part;
-    part.digits = static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isDigit<char16_t>) -
-                                           text.begin());
-    for (std::size_t i = 0; i < std::min(part.digits, kMostDigits); ++i)
-        part.number = part.number * 10 + (text[i] - u'0');
-    text.remove_prefix(part.digits);
-    part.after = text.substr(0, std::min(text.find_first_of(u"0123456789"), text.size()));
-    text.remove_prefix(part.after.size());
+    const TextView digits = takeUntil(false, text);
+    part.digits = digits.size();
+    for (const char16_t digit : digits) part.number = std::min(part.number * 10 + (digit - u'0'), kTooLarge);
+    part.after = takeUntil(true, text);
     return part;
 }
 
@@ -63,8 +69,7 @@ public:
     explicit Reader(TextView text) : rest_(text) {}
 
     bool read(std::int64_t& seconds) {
-        const TextView before = rest_.substr(0, rest_.find_first_of(u"0123456789"));
-        rest_.remove_prefix(before.size());
+        const TextView before = takeUntil(true, rest_);
         Part first = takePart(rest_);
         const bool isTimeFirst = isColon(first.after) || isHour(first.after);
         if (isTimeFirst) {
@@ -174,11 +179,28 @@ private:
     Half half_ = Half::Whole;
 };
 
+std::int64_t secondsOf(chrono::sys_days day) { return chrono::sys_seconds(day).time_since_epoch().count(); }
+
+// "2024-03-05": most dates of data, many times faster.
+bool readIsoDay(TextView text, std::int64_t& seconds) {
+    constexpr TextView kForm = u"dddd-dd-dd";
+    if (text.size() != kForm.size() || text[4] != u'-' || text[7] != u'-') return false;
+    int number = 0;
+    for (std::size_t i = 0; i < kForm.size(); ++i) {
+        if (kForm[i] != u'd') continue;
+        if (!isDigit(text[i])) return false;
+        number = number * 10 + (text[i] - u'0');
+    }
+    const chrono::year_month_day date = chrono::year(number / 10'000) / (number / 100 % 100) / (number % 100);
+    if (date.ok()) seconds = secondsOf(date);
+    return date.ok();
+}
+
 }  // namespace
 
 bool parseDate(TextView text, std::int64_t& seconds) {
     constexpr std::size_t kLongest = 64;
-    return text.size() <= kLongest && Reader(text).read(seconds);
+    return readIsoDay(text, seconds) || (text.size() <= kLongest && Reader(text).read(seconds));
 }
 
 }  // namespace qbsvrl6
