@@ -173,7 +173,7 @@ void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     for (const TextPosition& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
 }
 
-// As they are looked up, each once.
+// In the order of the search, each once.
 std::vector<std::u16string_view> Binding::knownNames() const {
     std::vector<std::u16string_view> names;
     std::unordered_set<std::u16string> known;

@@ -1,5 +1,5 @@
-// The names of one report bound to its data: what each name of an expression stands for, and which rows each
-// aggregate looks at.
+// The names of one report bound to its data: what each name of an expression refers to, and which rows each
+// aggregate reads.
 #ifndef QBSVR_QBSVRL6_BIND_BINDING_H
 #define QBSVR_QBSVRL6_BIND_BINDING_H
 
@@ -28,7 +28,7 @@ struct DataSources {
     const Table* head = nullptr;    // a table whose first row is there for all sections
 };
 
-// A value that keeps its text.
+// A value that owns its text.
 class OwnedValue {
 public:
     OwnedValue() = default;
@@ -59,16 +59,16 @@ public:
         OwnedValue value;  // of the data, else the default
     };
 
-    // `report` outlives the binding. `passed` are the parameters that an outer report hands in. Compiles the
-    // grid's filter and group keys. Raises EngineError(BadExpression) for faulty ones.
+    // `report` outlives the binding. `passed` are the parameters that an outer report passes. Compiles the
+    // grid's filter and group keys. Raises EngineError(BadExpression) if one of them is invalid.
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed);
 
-    // The same for rows beside the grid's: they have a filter (empty: none) of their own and no groups.
+    // The same for other rows than the grid's: with another filter (empty: none) and without groups.
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed, std::u16string_view filter);
 
-    // Parses and binds. A name that nothing has reads as null; each place of it is logged once per export.
+    // Parses and binds. An unknown name reads as null; each occurrence is logged once per export.
     // Raises EngineError(BadExpression), also for calculated fields that need themselves.
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
@@ -78,7 +78,7 @@ public:
     const Calculated& calculated(std::uint32_t index) const { return calculated_[index]; }
     std::size_t calculatedCount() const { return calculated_.size(); }
     const std::vector<BoundParameter>& parameters() const { return parameters_; }
-    // Index of the parameter that the outer report hands in.
+    // Index in parameters() of a parameter that the outer report passes.
     std::size_t passedParameter(std::size_t index) const { return passed_[index]; }
     std::size_t passedCount() const { return passed_.size(); }
     std::uint32_t aggregateSlots() const { return slots_; }

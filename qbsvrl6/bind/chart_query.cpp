@@ -32,7 +32,7 @@ AggregateKind kindOf(ChartAggregate aggregate) {
     return AggregateKind::Sum;
 }
 
-// Where a category stands: numbers and dates ahead of texts, and these ahead of what has nothing.
+// The order of categories: numbers and dates, then texts, then empty values.
 struct SortKey {
     enum class Kind { Number, Text, Nothing } kind = Kind::Nothing;
     Number number;
@@ -65,14 +65,14 @@ std::vector<T> inOrder(std::vector<T>&& items, const std::vector<std::size_t>& o
 
 }  // namespace
 
-// The rows of one evaluation as they are taken in.
+// Collects the rows of one evaluation.
 class ChartQuery::Gathering {
 public:
     Gathering(ChartQuery& query, RowView& view, const std::u16string& name)
         : query_(query), view_(view), name_(name), made_(query.series_.size()) {
         position_.scope = view.rowScope();
         position_.pageRows = {0, view.rowCount()};
-        // A series whose label doesn't depend on rows is there without any.
+        // A series whose label has no placeholders exists even without rows.
         for (std::size_t i = 0; i < made_.size(); ++i) {
             if (query.series_[i].label.isConstant()) made(i);
         }
@@ -117,12 +117,12 @@ public:
 
 private:
     struct Gathered {
-        std::vector<AggregateState> values;  // a category each; those behind the last have no rows
+        std::vector<AggregateState> values;  // per category; those after the last one have no rows
         std::vector<ChartPoint> points;
     };
     struct Made {
         NameList labels;
-        std::vector<Gathered> gathered;  // a label each
+        std::vector<Gathered> gathered;  // per label
     };
 
     void check(std::size_t count, std::size_t most, const char* what) const {
@@ -163,7 +163,7 @@ private:
         for (ChartSeries& series : data.series) series.values = inOrder(std::move(series.values), order);
     }
 
-    // What is no number is left out, and nothing of it counts.
+    // Rows without a number are left out; only counts include them.
     void takeValue(Series& series, Gathered& gathered, std::size_t category) {
         if (gathered.values.size() <= category) gathered.values.resize(category + 1);
         AggregateState& state = gathered.values[category];
@@ -199,7 +199,7 @@ private:
     const std::u16string& name_;
     Position position_;
     NameList categories_;
-    std::vector<SortKey> sortKeys_;  // a category each
+    std::vector<SortKey> sortKeys_;  // per category
     std::vector<Made> made_;         // for each series of the template
     std::size_t count_ = 0;          // of the chart's series
     std::size_t points_ = 0;

@@ -17,7 +17,7 @@ public:
     ChartQuery(const ChartRows& rows, Binding& binding);
 
     // The numbers of a range of rows, in time linear in them. `view` is of the binding. Raises
-    // EngineError(LimitExceeded), which tells the chart's name, for too many series, values or points.
+    // EngineError(LimitExceeded), which names the chart, for too many series, values or points.
     ChartData evaluate(RowView& view, RowRange range, const std::u16string& name);
 
 private:

@@ -12,12 +12,12 @@ namespace qbsvrl6 {
 inline bool isWholeDay(std::int64_t seconds) { return seconds % kSecondsADay == 0; }
 std::int64_t startOfDay(std::int64_t seconds);
 
-// Midnight of a date; months and days out of range carry over. Nothing for years that std::chrono doesn't
-// reach.
-std::optional<std::int64_t> midnightOf(std::int64_t year, std::int64_t month, std::int64_t day);
+// Midnight of a date; months and days out of range carry over. Empty for years outside the range of
+// std::chrono.
+[[nodiscard]] std::optional<std::int64_t> midnightOf(std::int64_t year, std::int64_t month, std::int64_t day);
 
 // The same day and time of another month; the 31st of a shorter month becomes its last day.
-std::optional<std::int64_t> monthsLater(std::int64_t seconds, std::int64_t months);
+[[nodiscard]] std::optional<std::int64_t> monthsLater(std::int64_t seconds, std::int64_t months);
 
 }  // namespace qbsvrl6
 

@@ -1,4 +1,4 @@
-// The expression language: a text compiled once into a short program. docs/expressions.md tells the language.
+// The expression language: a text compiled once into a short program. docs/expressions.md describes the language.
 #ifndef QBSVR_QBSVRL6_BIND_EXPRESSION_H
 #define QBSVR_QBSVRL6_BIND_EXPRESSION_H
 
@@ -26,9 +26,9 @@ enum class AggregateKind : std::uint8_t {
     RowNumber,  // of the current row in the scope, from 1
 };
 
-// Which rows an aggregate looks at.
+// The rows of an aggregate.
 enum class ScopeKind : std::uint8_t {
-    Default,       // the scope of the section that the expression stands in
+    Default,       // the scope of the section that holds the expression
     Innermost,     // the group that the section belongs to, the innermost one for rows
     Group,         // the group of `level`
     Page,          // rows on the page
@@ -43,7 +43,7 @@ struct Scope {
     bool operator==(const Scope&) const = default;
 };
 
-// What a name stands for, once it is bound to a report's data.
+// What a name refers to, once it is bound to a report's data.
 enum class NameKind : std::uint8_t {
     Unknown,
     Calculated,  // index: of the calculated field
@@ -65,7 +65,7 @@ struct Aggregate {
     AggregateKind kind = AggregateKind::Sum;
     std::unique_ptr<Expression> argument;  // null: the rows themselves
     std::u16string scopeName;              // a word of ScopeKind or the name of a group; empty: default
-    std::size_t scopeColumn = 0;           // where it stands in the text, from 1
+    std::size_t scopeColumn = 0;           // its column in the text, from 1
     Scope scope{ScopeKind::Default, 0};    // set by binding
     std::uint32_t slot = 0;                // of its state; set by binding
 };
@@ -120,7 +120,7 @@ struct Expression {
     Expression(Expression&&) = default;
     Expression& operator=(Expression&&) = default;
 
-    // Raises EngineError(BadExpression) that tells the text and the column; TextPosition::column holds the
+    // Raises EngineError(BadExpression) with the text and the column; TextPosition::column holds the
     // column, counted in UTF-16 units from 1.
     static Expression parse(std::u16string_view text);
 

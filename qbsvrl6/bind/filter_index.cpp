@@ -9,7 +9,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Values that compare as equal have one key; false for values whose equals aren't told by a key.
+// Values that compare as equal have one key; false for values without such a key.
 bool keyOf(const Value& value, std::u16string& key) {
     Number number;
     switch (value.type) {
@@ -30,8 +30,8 @@ bool keyOf(const Value& value, std::u16string& key) {
     }
 }
 
-// Whether the filter is false wherever the comparison that ends ahead of `next` is: each "and" behind it
-// jumps to a false of its own.
+// Whether the filter is false wherever the comparison that ends before `next` is: each "and" after it jumps
+// to a constant false.
 bool isDecidedByFalse(const std::vector<Instruction>& code, std::size_t next,
                       const std::vector<Value>& constants) {
     while (next < code.size()) {

@@ -1,5 +1,5 @@
 // Rows by the value of a column, for filters such as "OrderId = Id": a sub-report in each row of a long table
-// would look at all of its own rows each time otherwise.
+// would test all of its rows each time otherwise.
 #ifndef QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
 #define QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
 
@@ -17,12 +17,12 @@ namespace qbsvrl6 {
 class FilterIndex {
 public:
     // Null unless the filter compares a column with a parameter by "=", first of all and with nothing but
-    // "and" behind it. The filter outlives the index.
+    // "and" after it. The filter outlives the index.
     static std::unique_ptr<FilterIndex> make(const Expression& filter, const Table& rows);
 
     const BoundName& parameter() const { return *parameter_; }
-    // Rows in order, among them all whose column equals the value; null where the value may equal in ways
-    // that the index doesn't know.
+    // Rows in order, among them all whose column equals the value; null if the value may equal others in
+    // ways that the index does not cover.
     const std::vector<std::uint32_t>* candidates(const Value& value) const;
 
 private:

@@ -26,14 +26,14 @@ std::u16string_view textOf(Arguments arguments, std::size_t index, FunctionConte
     return index < arguments.size() ? toText(arguments[index], context.arena) : std::u16string_view();
 }
 
-// A count of characters: what isn't a number, or is below 0, reads as 0.
+// A count of characters: values that are not numbers, or are below 0, read as 0.
 std::size_t countOf(const Value& value) {
     double number = 0;
     if (!toNumber(value, number) || !(number > 0)) return 0;
     return static_cast<std::size_t>(std::min(number, kLargestCount));
 }
 
-// Index of the unit behind the first `characters` characters.
+// Index of the unit after the first `characters` characters.
 std::size_t unitsOf(std::u16string_view text, std::size_t characters) {
     std::size_t index = 0;
     while (index < text.size() && characters-- > 0) nextCharacter(text, index);
@@ -157,7 +157,7 @@ Value text(Arguments arguments, FunctionContext& context) {
     return makeText(context.arena.copy(shown));
 }
 
-// --- Numbers. What isn't a number gives null; so does a result that isn't finite. ---
+// --- Numbers. Other arguments give null; so does a result that is not finite. ---
 
 template <Number (*Operation)(const Number&)>
 Value unary(Arguments arguments, FunctionContext&) {
@@ -188,7 +188,7 @@ Value round(Arguments arguments, FunctionContext&) {
     return makeNumber(number.rounded(static_cast<int>(std::clamp(digits, -kMost, kMost))));
 }
 
-// --- Dates. What isn't a date gives null. ---
+// --- Dates. Other arguments give null. ---
 
 Value dateOrNull(std::optional<std::int64_t> seconds) { return seconds ? makeDate(*seconds) : Value(); }
 
@@ -199,7 +199,7 @@ Value part(Arguments arguments, FunctionContext&) {
     try {
         return makeNumber((date.*Part)());
     } catch (const std::exception&) {
-        return {};  // a year that the calendar doesn't reach
+        return {};  // a year outside the calendar
     }
 }
 

@@ -16,7 +16,7 @@ struct FunctionContext {
     std::int64_t now = 0;  // of the wall clock, the same for a whole export
 };
 
-// What a function reads its arguments as; one that can't is empty, and so is the result.
+// What a function reads its arguments as. If an argument does not read so, the result is empty.
 enum class Reads : std::uint8_t { Anything, Numbers, Dates };
 
 struct Function {
@@ -27,7 +27,7 @@ struct Function {
     Reads reads = Reads::Anything;
 };
 
-// All of them, in a fixed order; indices into it stand in compiled expressions.
+// All of them, in a fixed order; compiled expressions hold indices into it.
 std::span<const Function> functions();
 
 // Index of the function, its name in any case, or npos.

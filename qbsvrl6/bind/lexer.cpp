@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Letters, "_" and everything beyond ASCII but blanks: names in any script, full-width brackets included.
+// Letters, "_" and everything beyond ASCII but white space: names in any script, full-width brackets included.
 bool startsName(char16_t unit) {
     return unit < 0x80 ? isLatinLetter(unit) || unit == u'_' : !isWhiteSpace(unit);
 }

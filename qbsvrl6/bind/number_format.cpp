@@ -16,7 +16,7 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr double kFirstScientific = 1e64;
-constexpr int kSurePlaces = 15;  // behind which a double shows digits of its binary fraction
+constexpr int kSurePlaces = 15;  // after these, a double shows digits of its binary fraction
 constexpr std::size_t kLongestSpreadsheetFormat = 255;
 
 // The sections of a format of words: those of "0$$$$$" and "$$0" are their own.
@@ -181,7 +181,7 @@ std::u16string NumberFormat::chineseWords(double number, const std::u16string& d
     }
 }
 
-// A spreadsheet puts the minus ahead of everything where there is no section for negative numbers.
+// Without a section for negative numbers, a spreadsheet writes the minus before everything else.
 std::u16string NumberFormat::spreadsheetFormat() const {
     using Section = NumberSection;
     if (isWords()) return {};

@@ -19,8 +19,8 @@ public:
     // Every text is a format.
     explicit NumberFormat(std::u16string text);
 
-    // Appends the number as it is shown, nothing for one that isn't finite. Gives the colour of its section
-    // in `color`, where that is empty.
+    // Appends the number as it is shown; nothing if it is not finite. Gives the colour of its section in
+    // `color`, if that is empty.
     void append(const Number& number, std::u16string& out, std::optional<Color>& color);
 
     // Whether numbers become words or Chinese numerals, which no number of a spreadsheet can show.

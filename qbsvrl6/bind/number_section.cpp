@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kMostSections = 3;
 constexpr std::size_t npos = std::u16string_view::npos;
-constexpr char16_t kQuoted = u'\0';  // the meaning of what is quoted
+constexpr char16_t kQuoted = u'\0';  // the meaning of quoted characters
 
 // A text and the meaning of each of its characters: itself, unless it is quoted.
 struct MarkedText {
@@ -57,7 +57,7 @@ bool isLetter(char16_t unit) {
     return isLatinLetter(unit) || (unit >= 0xC0 && unit < 0x2000) || (unit >= 0x2E80 && unit < 0xFF00);
 }
 
-// As many digits as follow the last comma ahead of the point; three where there is a comma after it alone.
+// The number of digits between the last comma and the point; three if the only comma is after the point.
 int groupSize(std::u16string_view places) {
     const std::size_t point = std::min(places.find(u'.'), places.size());
     int count = 0;
@@ -215,7 +215,7 @@ void SectionCutter::writeUnit(std::size_t index, NumberSection::Sign sign,
 void SectionCutter::write(NumberSection::Sign sign) {
     NumberSection::Around& around = section_.around[sign];
     for (std::size_t i = start_; i < first_; ++i) writeUnit(i, sign, around.before);
-    // Where nothing else tells numbers below zero.
+    // If nothing else marks numbers below zero.
     if (sign == NumberSection::Minus && sign_ == npos && open_ == npos && !section_.color) {
         around.before.shown += u'-';
         around.before.spreadsheet += u'-';
@@ -308,7 +308,7 @@ NumberSections cutNumberFormat(std::u16string_view text) {
     if (hasNegative) {
         sections.negative = std::make_unique<NumberSection>();
         MarkedText negative = whole.part(secondStart, secondEnd);
-        // Parentheses stand for the minus here, quoted or not.
+        // Parentheses replace the minus here, quoted or not.
         for (std::size_t i = 0; i < negative.size(); ++i) {
             const char16_t unit = negative.text[i];
             if (unit == u'(' || unit == u')') negative.meaning[i] = unit;

@@ -1,6 +1,6 @@
 // The sections of a number format, each cut into its digit places and the text around them.
 //
-// Larkspur counts the places of a section over all of its text and shows signs by rules of its own. Here the
+// Larkspur counts the places of a section over all of its text and shows signs by other rules. Here the
 // text around the digits is taken as it is written and only the digits are larkspur's. The page's text and
 // the spreadsheet's format come from the same cut, so that both show the same.
 #ifndef QBSVR_QBSVRL6_BIND_NUMBER_SECTION_H

@@ -48,7 +48,7 @@ std::size_t expressionEnd(std::u16string_view text, std::size_t start) {
                       {"", 0, static_cast<int>(open + 1)});
 }
 
-// A number in another form, or a calculation with it, isn't what a program that counts pages would show.
+// A program that counts pages itself shows plain digits: other formats and calculations are text.
 std::optional<PageField::Kind> pageFieldOf(const Expression& expression, std::u16string_view format) {
     if (!format.empty() && format != u"0" && format != u"#") return std::nullopt;
     const std::optional<SystemValue> system = expression.loneSystemValue();

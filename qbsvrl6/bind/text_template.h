@@ -22,7 +22,7 @@ struct TextPart {
     std::optional<PageField::Kind> pageField;  // the placeholder is nothing but that number, in plain digits
 };
 
-// Texts that lie side by side as parts, in order. A "[" of the text itself is written "[[".
+// The parts of a text, in order. A "[" of the text itself is written "[[".
 struct TextTemplate {
     std::vector<TextPart> parts;
 
@@ -31,7 +31,7 @@ struct TextTemplate {
     // Whether any placeholder has the property.
     bool any(bool Expression::*property) const;
 
-    // Raises EngineError(BadExpression) that tells the text and the column in the whole text.
+    // Raises EngineError(BadExpression) with the text, and the column in the whole text.
     static TextTemplate parse(std::u16string_view text);
 };
 

@@ -1,4 +1,4 @@
-// Texts that stand where a number, a date or a boolean is needed, for the log.
+// For the log: texts in the place of a number, a date or a boolean.
 #ifndef QBSVR_QBSVRL6_BIND_UNREAD_VALUES_H
 #define QBSVR_QBSVRL6_BIND_UNREAD_VALUES_H
 
@@ -25,7 +25,7 @@ public:
         std::size_t row = kNoRow;  // of the table, from 0
     };
 
-    // `consequence` is what the warnings say of such texts.
+    // `consequence` ends each warning.
     explicit UnreadValues(std::string_view consequence) : consequence_(consequence) {}
     UnreadValues(const UnreadValues&) = delete;
     UnreadValues& operator=(const UnreadValues&) = delete;

@@ -24,8 +24,8 @@ public:
     // An empty text shows values as the data wrote them.
     explicit ValueFormat(std::u16string text);
 
-    // Appends the value as it is shown. A colour mark that a number format gives isn't shown but handed back
-    // in `color`, where that is empty.
+    // Appends the value as it is shown. The colour of a number format is not shown: it is returned in
+    // `color`, if that is empty.
     void append(const Value& value, TextArena& arena, std::u16string& out, std::optional<Color>& color);
 
     // The value for a spreadsheet's cell, with its number format, which lives as long as this object stays

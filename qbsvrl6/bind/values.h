@@ -48,22 +48,22 @@ Value makeDate(std::int64_t seconds);
 Value makeText(std::u16string_view text);
 
 // "true" or "false" in any case, or the local words for them.
-bool parseBoolean(std::u16string_view text, bool& boolean);
+[[nodiscard]] bool parseBoolean(std::u16string_view text, bool& boolean);
 
-// False where the value has no such reading.
-// The value's number, where it stands or in `room`.
-const Number* numberOf(const Value& value, Number& room);
-bool toNumber(const Value& value, Number& number);
-bool toNumber(const Value& value, double& number);  // the nearest
-bool toDate(const Value& value, std::int64_t& seconds);
+// The number that the value reads as, in the value or in `room`; null if there is none. The others give false
+// then, and leave their result unchanged.
+[[nodiscard]] const Number* numberOf(const Value& value, Number& room);
+[[nodiscard]] bool toNumber(const Value& value, Number& number);
+[[nodiscard]] bool toNumber(const Value& value, double& number);  // the nearest
+[[nodiscard]] bool toDate(const Value& value, std::int64_t& seconds);
 // True for true, numbers other than 0, and texts that read as either.
-bool toBoolean(const Value& value);
+[[nodiscard]] bool toBoolean(const Value& value);
 // As shown without a format. The result lives in the value's own text, in the arena or for ever.
 std::u16string_view toText(const Value& value, TextArena& arena);
 
 // Below, at or above zero. Null equals null and the empty text and comes first; numbers, dates and booleans
 // compare with a text that reads as one; all else compares as text, unit by unit.
-int compareValues(const Value& left, const Value& right, TextArena& arena);
+[[nodiscard]] int compareValues(const Value& left, const Value& right, TextArena& arena);
 
 }  // namespace qbsvrl6
 

@@ -36,7 +36,7 @@ std::size_t receive(char* data, std::size_t one, std::size_t count, void* target
     return 0;
 }
 
-// What is used of libcurl.
+// The functions of libcurl that are used.
 struct Curl {
     LazyLibrary library{"libcurl.so.4"};
     QBSVR_LAZY_FUNCTION(library, curl_easy_init);
@@ -67,7 +67,7 @@ std::string downloadUrl(const Address& address, std::size_t maxBytes) {
     set(CURLOPT_FOLLOWLOCATION, 1L);
     set(CURLOPT_MAXREDIRS, static_cast<long>(limits::kFetchRedirects));
     set(CURLOPT_TIMEOUT, static_cast<long>(limits::kFetchSeconds));
-    // A server can't send us on to a file of this machine or to another kind of server.
+    // A server cannot redirect to a file of this machine or to another protocol.
     set(CURLOPT_PROTOCOLS_STR, "http,https");
     set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     set(CURLOPT_ACCEPT_ENCODING, "");

@@ -1,4 +1,4 @@
-// JSON by simdjson's on-demand parser. It checks only what is looked at, so everything is: each scalar's
+// JSON by simdjson's on-demand parser. It checks only what is read, so everything is read: each scalar's
 // spelling is checked here, by the grammar of RFC 8259, and values that are kept as text are walked as well.
 #include <simdjson.h>
 
@@ -233,7 +233,7 @@ private:
         for (auto element : array.get_array()) check(element.value(), depth);
         const char* behind = end_;
         if (document_.current_location().get(behind) != simdjson::SUCCESS) behind = end_;
-        // The parser stands at the next token; the bracket is the last one before it.
+        // The parser is at the next token; the bracket is the last one before it.
         while (behind[-1] != ']') --behind;
         return behind;
     }
@@ -329,10 +329,10 @@ private:
         fail("the data is not valid JSON here", location);
     }
 
-    // What the parser finds before it reads, and doesn't tell the place of.
+    // Errors that the parser finds before it reads, without a position.
     struct Outline {
         const char* control;  // the first control character in a string
-        const char* behind;   // the first character behind the closed root
+        const char* behind;   // the first character after the closed root
         const char* wrong;    // the first bracket that closes one of the other form
         const char* opened;   // the bracket that `wrong` closes, else the innermost one that is never closed
     };

@@ -26,7 +26,7 @@ std::string fetch(const Address& address, std::size_t maxBytes);
 //
 // UTF-8, UTF-16 with a mark and, where an XML declaration names them, GB18030, GBK and GB2312 (and Big5 and
 // Latin-1) are read. `origin` names the source in messages. Raises EngineError with line and column for
-// malformed text, and for text behind the end.
+// malformed text, and for text after the end.
 DataSet readData(std::string bytes, const std::string& origin);
 
 // The same data as XML text, for callers that asked for XML. XML comes back as it is, as UTF-16; JSON becomes

@@ -1,4 +1,4 @@
-// The two text formats of data. Each raises EngineError with the place of the fault.
+// The two text formats of data. Each raises EngineError with the position of the error.
 #ifndef QBSVR_QBSVRL6_DATA_READERS_H
 #define QBSVR_QBSVRL6_DATA_READERS_H
 
@@ -19,7 +19,7 @@ DataSet readXml(const SourceText& source);
 void checkXml(const SourceText& source);
 
 // Columns of one table by their UTF-8 names, made as they first appear. Rows mostly repeat the names of the
-// row before in the same order, so that the name behind the last one is tried first.
+// row before in the same order, so that the name after the last one is tried first.
 class ColumnFinder {
 public:
     void beginRow(Table& table) {

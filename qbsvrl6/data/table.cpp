@@ -19,7 +19,7 @@ namespace {
 class Kind {
 public:
     static constexpr int kMostPlaces = 30;
-    static constexpr int kReadFromText = 31;  // in the place of places: a number that no word holds
+    static constexpr int kReadFromText = 31;  // instead of places: the number does not fit into a word
 
     constexpr Kind(ValueType type = ValueType::Null, int places = 0)
         : bits_(static_cast<std::uint8_t>(places << kTypeBits | static_cast<int>(type))) {}

@@ -20,7 +20,7 @@ inline void putCharacter(char16_t*& out, char32_t character) {
     }
 }
 
-// Copies the run of ASCII characters that `stop` doesn't want to see, then returns where it ended.
+// Copies ASCII characters up to the first one for which `stop` is true, and returns the position after them.
 template <typename Stop>
 inline const char* copyAscii(const char* from, const char* end, char16_t*& out, Stop stop) {
     while (from != end && static_cast<unsigned char>(*from) < 0x80 && !stop(*from)) {
@@ -29,7 +29,7 @@ inline const char* copyAscii(const char* from, const char* end, char16_t*& out, 
     return from;
 }
 
-// Reads one character of valid UTF-8 that isn't ASCII.
+// Reads one character of valid UTF-8 beyond ASCII.
 inline char32_t takeCharacter(const char*& from) {
     const auto next = [&] { return static_cast<char32_t>(static_cast<unsigned char>(*from++)); };
     const char32_t lead = next();

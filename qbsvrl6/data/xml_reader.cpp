@@ -200,7 +200,7 @@ private:
         path_.resize(outer);
     }
 
-    // A name that comes again in one row adds to the first one's text, so that nothing is lost.
+    // A name that is repeated in one row adds to the text of the first, so that nothing is lost.
     void setCell(const pugi::xml_node& place, Rows& rows, std::string_view text) {
         const std::size_t column = rows.columns.find(rows.table, path_);
         if (column == Table::npos) document_.refuseColumn(place);

@@ -36,7 +36,7 @@ std::string pathOfFileUrl(std::string_view address) {
     return path;
 }
 
-// The path that a local name says, wherever it starts.
+// The path that a local name contains, wherever it starts.
 std::string namedPath(std::u16string_view name) {
     std::string path = toUtf8(name);
     return startsIgnoringCase(name, u"file:") ? pathOfFileUrl(path) : path;
@@ -90,7 +90,7 @@ std::string folderAt(const Address& address) {
 
 Relocation::Relocation(std::string folder) : folder_(std::move(folder)) {}
 
-// Absolute and without links, so that ".." leads up by name. Empty where the system can't tell.
+// Absolute and without links, so that ".." leads up by name. Empty if the system does not know.
 const std::string& Relocation::canonical(const std::string& folder) {
     const auto [known, isNew] = canonical_.try_emplace(folder);
     if (isNew) {

@@ -31,7 +31,7 @@ bool isWebAddress(std::u16string_view name);
 // Whether the folder where names start matters to this one.
 bool isRelative(std::u16string_view name);
 
-// Addresses as a file in one folder has to name them. Web addresses and absolute paths stay as they are.
+// Addresses as a file in one folder names them. Web addresses and absolute paths are unchanged.
 class Relocation {
 public:
     // The folder as in Address.

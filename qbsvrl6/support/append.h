@@ -9,7 +9,7 @@
 namespace qbsvrl6 {
 
 // With up to `decimals` decimals, at most 9, and no zeros after the last one: "12.5", "-0.25", "0". Never an
-// exponent: magnitudes above 1e9 are written as 1e9, and what is no number as 0.
+// exponent: magnitudes above 1e9 are written as 1e9, and NaN as 0.
 void appendNumber(std::string& out, double number, int decimals);
 
 // "#1f3a5f".

@@ -27,7 +27,7 @@ constexpr bool isLatinLetter(Unit unit) {
     return lowered(unit) >= Unit('a') && lowered(unit) <= Unit('z');
 }
 
-// 0 to 15, or -1 for what is no hexadecimal digit.
+// 0 to 15, or -1 for other characters.
 template <class Unit>
 constexpr int hexValue(Unit unit) {
     if (isDigit(unit)) return static_cast<int>(unit - Unit('0'));

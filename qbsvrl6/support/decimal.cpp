@@ -73,7 +73,7 @@ bool make(Int128 coefficient, std::int64_t places, Decimal& decimal) {
     return true;
 }
 
-// The exponent of a number, which has at least one digit; what is too much for any decimal stays so.
+// The exponent of a number, which has at least one digit; a value too large for any decimal stays too large.
 template <class Unit>
 bool parseExponent(const Unit* at, const Unit* end, std::int64_t& exponent) {
     constexpr std::int64_t kTooMuch = 1'000'000;
@@ -223,7 +223,7 @@ bool Decimal::rounded(int places, Decimal& result) const {
     return make(units, places, result);
 }
 
-// Where the places of the one don't fit the other, zeros behind the last decimal may be what is too much.
+// If the operands cannot be aligned, they may fit without the zeros after their last decimals.
 bool addAligned(Decimal left, Decimal right, Decimal& sum) {
     Int128 a = 0;
     Int128 b = 0;
@@ -305,7 +305,7 @@ bool modulo(const Decimal& dividend, const Decimal& divisor, Decimal& remainder)
     return true;
 }
 
-// More bits than a double has, where the machine has them: what is rounded on the way shows nowhere.
+// With more bits than a double has, if the machine has them, so that intermediate rounding is not visible.
 double nearestQuotient(const Decimal& dividend, const Decimal& divisor) {
     auto quotient =
         static_cast<long double>(dividend.coefficient()) / static_cast<long double>(divisor.coefficient());

@@ -1,4 +1,4 @@
-// Decimal numbers: what is written 1.10 is 110 hundredths, to the last digit.
+// Exact decimal numbers: 1.10 is 110 hundredths.
 #ifndef QBSVR_QBSVRL6_SUPPORT_DECIMAL_H
 #define QBSVR_QBSVRL6_SUPPORT_DECIMAL_H
 
@@ -13,8 +13,8 @@ namespace qbsvrl6 {
 __extension__ using Int128 = __int128;
 
 // coefficient / 10^places, with |coefficient| < 2^127 and 0 <= places <= kMostPlaces: 38 digits always fit.
-// Equal numbers may have different places, as 1.1 and 1.10 have. What calculates gives false, and leaves its
-// result alone, where no decimal is the exact result.
+// Equal numbers may have different places, as 1.1 and 1.10 have. Calculations give false, and leave their
+// result unchanged, if no decimal is the exact result.
 class Decimal {
 public:
     static constexpr int kMostPlaces = 38;
@@ -41,18 +41,18 @@ public:
 
     // The nearest double.
     double toDouble() const;
-    // Digits with a point among them, no zeros behind the last decimal and no exponent; the end of the text.
+    // Writes digits with a point, without zeros after the last decimal and without an exponent, and gives the end.
     // There is room for kLongestText characters.
     char* write(char* out) const;
     char16_t* write(char16_t* out) const;
-    // Without zeros behind the last decimal.
+    // Without zeros after the last decimal.
     Decimal reduced() const;
 
     // Adds to this one in place: what long sums need.
     [[nodiscard]] bool add(const Decimal& other);
 
     constexpr Decimal negated() const { return {-coefficient(), places_}; }
-    // The greatest whole number that isn't above.
+    // The greatest whole number that is not greater.
     Decimal floor() const;
     // Halves go away from zero; negative places round to tens, hundreds ...
     [[nodiscard]] bool rounded(int places, Decimal& result) const;
@@ -93,15 +93,15 @@ inline bool Decimal::add(const Decimal& other) {
 }
 
 [[nodiscard]] bool multiply(const Decimal& left, const Decimal& right, Decimal& product);
-// False also for quotients without an end. The divisor isn't 0.
+// False also for non-terminating quotients. The divisor is not 0.
 [[nodiscard]] bool divide(const Decimal& dividend, const Decimal& divisor, Decimal& quotient);
-// The remainder with the sign of the divisor, which isn't 0.
+// The remainder with the sign of the divisor, which is not 0.
 [[nodiscard]] bool modulo(const Decimal& dividend, const Decimal& divisor, Decimal& remainder);
-// The nearest decimal of up to 20 digits; false where fewer than 17 would fit. The divisor isn't 0.
+// The nearest decimal of up to 20 digits; false if fewer than 17 would fit. The divisor is not 0.
 [[nodiscard]] bool divideRounded(const Decimal& dividend, const Decimal& divisor, Decimal& quotient);
-// The double nearest to the quotient, but for rare ties. The divisor isn't 0.
+// The double nearest to the quotient, except for rare ties. The divisor is not 0.
 double nearestQuotient(const Decimal& dividend, const Decimal& divisor);
-// Below, at or above zero.
+// Below zero, zero, or above zero.
 int compare(const Decimal& left, const Decimal& right);
 
 }  // namespace qbsvrl6

@@ -8,7 +8,7 @@
 
 namespace qbsvrl6 {
 
-// The bytes of a file, with SourceText::kReadAhead bytes of capacity behind them. Raises EngineError that
+// The bytes of a file, with SourceText::kReadAhead bytes of capacity after them. Raises EngineError that
 // names the path: FileNotFound, FileUnreadable (a directory too), LimitExceeded beyond `maxBytes`.
 std::string readFile(const std::string& path, std::size_t maxBytes);
 

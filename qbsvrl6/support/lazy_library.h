@@ -1,6 +1,6 @@
 // A shared library of the system that is loaded when something first needs it. Few reports fetch from the
 // web, print or become images, and the libraries for that bring dozens of others along: linked, they would
-// take half of a small report's time, and an engine without a print service would need one's library.
+// take half of a small report's time, and an engine without a print service would need the library of one.
 #ifndef QBSVR_QBSVRL6_SUPPORT_LAZY_LIBRARY_H
 #define QBSVR_QBSVRL6_SUPPORT_LAZY_LIBRARY_H
 

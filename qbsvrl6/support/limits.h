@@ -1,5 +1,5 @@
-// The named limits of the engine. Templates and data come from elsewhere: what passes a limit is refused with
-// ErrorCode::LimitExceeded and a cause in the log, and never takes the process down.
+// The named limits of the engine. Templates and data are untrusted: whatever exceeds a limit is rejected with
+// ErrorCode::LimitExceeded and a cause in the log, and never ends the process.
 #ifndef QBSVR_QBSVRL6_SUPPORT_LIMITS_H
 #define QBSVR_QBSVRL6_SUPPORT_LIMITS_H
 
@@ -33,7 +33,7 @@ inline constexpr std::size_t kDocumentBytes = 0x7FFF'FFFF;     // the interface 
 inline constexpr int kPages = 1'000'000;
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid
-inline constexpr std::size_t kKnownWarnings = 1'000;           // of one export, each said once
+inline constexpr std::size_t kKnownWarnings = 1'000;           // of one export, each reported once
 inline constexpr int kFetchSeconds = 30;
 inline constexpr int kFetchRedirects = 5;
 

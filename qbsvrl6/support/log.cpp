@@ -20,7 +20,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The directory `name` in `parent`, made for the user alone where it is missing. A link isn't
+// The directory `name` in `parent`, created for the user alone if it is missing. A link isn't
 // followed.
 Descriptor openDirectory(const Descriptor& parent, const char* name) {
     if (!parent.valid()) return Descriptor();
@@ -28,14 +28,14 @@ Descriptor openDirectory(const Descriptor& parent, const char* name) {
     return Descriptor(::openat(parent.number(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-// One that has to be there: what a mistyped word names is not made.
+// Only a folder that exists: a mistyped name makes none.
 Descriptor openExisting(const std::string& path) {
     return Descriptor(path.empty() ? -1 : ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
 // Not valid where the user has no such directory.
 Descriptor stateDirectory() {
-    // A program that runs with more rights than its caller doesn't go where that one points.
+    // A program that runs with more rights than its caller ignores the caller's environment.
     const char* state = ::secure_getenv("XDG_STATE_HOME");
     if (state != nullptr && *state == '/') {
         ::mkdir(state, 0700);

@@ -1,6 +1,6 @@
 // The engine's log: one line per event, "date time level thread message", with control characters escaped.
 //
-// The file is log/qbsvrl6.log in the set-up folder, which has to be there, or else qbsvrl6/qbsvrl6.log in the
+// The file is log/qbsvrl6.log in the set-up folder, if that exists, or else qbsvrl6/qbsvrl6.log in the
 // user's state folder ($XDG_STATE_HOME or ~/.local/state); without either there is none. At 8 MB it becomes
 // qbsvrl6.log.1. It is never opened through a symbolic link. Safe from any thread and in several processes at
 // once; logging never fails the caller.
@@ -23,14 +23,14 @@ void setLogSetupPath(const std::string& setupPath);
 void logError(std::string_view message, TextPosition position = {});
 void logWarning(std::string_view message, TextPosition position = {});
 void logInfo(std::string_view message);
-// A warning that the innermost subject (below) has had already says nothing more.
+// Written once per innermost subject (below).
 void logWarningOnce(std::string_view message);
 
-// Whether a warning with this key is new to the innermost subject: for messages that cost more than a look.
+// Whether a warning with this key is new to the innermost subject: for messages that are expensive to make.
 bool isNewWarning(std::string_view key);
 
-// While it lives, the lines of its thread say first what they are about: "subject: message", or with a place
-// "subject:12:9: message". The innermost one counts; an empty one says nothing.
+// While it lives, the lines of its thread begin with what they are about: "subject: message", or with a place
+// "subject:12:9: message". The innermost one counts; an empty one adds nothing.
 class LogSubject {
 public:
     explicit LogSubject(std::string subject);

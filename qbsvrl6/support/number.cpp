@@ -35,8 +35,8 @@ Number calculate(const Number& left, const Number& right,
     return nearest(left.toDouble(), right.toDouble());
 }
 
-// What a double stands for where digits are dropped behind so many places. Its digits beyond the first 15
-// are what its making has left, so these decide alone what a half or a whole is, as far as they reach.
+// The decimal that a double means when it is rounded to so many places. Its digits after the first 15 are
+// left over from calculating, so the first 15 alone decide what a half or a whole is, as far as they reach.
 bool readForPlaces(double number, int places, Decimal& decimal) {
     constexpr int kSureDigits = 15;
     const bool reach = std::fabs(number) < std::pow(10.0, kSureDigits - 1 - places);
@@ -159,7 +159,7 @@ int compare(const Number& left, const Number& right) {
     const Decimal* a = left.decimal();
     const Decimal* b = right.decimal();
     if (a != nullptr && b != nullptr) return compare(*a, *b);
-    // Doubles that differ tell: reading back keeps the order.
+    // Doubles that differ have the order of their shortest decimals.
     const double x = left.toDouble();
     const double y = right.toDouble();
     if (x != y) return x < y ? -1 : 1;

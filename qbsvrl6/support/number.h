@@ -12,8 +12,8 @@
 
 namespace qbsvrl6 {
 
-// A decimal, and exact, wherever it can be one: what data and templates write, whole numbers, and the sums,
-// differences, products and finite quotients of these as long as they fit. All else is the nearest double:
+// An exact decimal wherever possible: what data and templates write, whole numbers, and the sums,
+// differences, products and finite quotients of these as long as they fit. Everything else is the nearest double:
 // 1 / 3, a square root, 1e308. Only quotients of amounts too wide for a double are rounded decimals.
 class Number {
 public:

@@ -45,7 +45,7 @@ std::string declaredEncoding(std::string_view bytes) {
     return name;
 }
 
-// Where the first character that isn't UTF-8 begins.
+// Where the first invalid character begins.
 std::size_t firstBadCharacter(std::string_view bytes) {
     std::size_t index = 0;
     while (index < bytes.size()) {
@@ -129,7 +129,7 @@ void SourceText::convert(std::string_view bytes, const char* encoding) {
     if (converter.get() == reinterpret_cast<iconv_t>(-1)) {
         throw EngineError(ErrorCode::NotSupported, std::string("no converter for ") + encoding, {origin_});
     }
-    char* in = const_cast<char*>(bytes.data());  // iconv's signature; it doesn't write there
+    char* in = const_cast<char*>(bytes.data());  // iconv's signature; it does not write there
     std::size_t inLeft = bytes.size();
     std::array<char, 64 * 1024> block;
     bool good = true;

@@ -1,4 +1,4 @@
-// Other people's text as UTF-8, with places in it for messages.
+// Text of templates and data as UTF-8, with positions for messages.
 #ifndef QBSVR_QBSVRL6_SUPPORT_SOURCE_TEXT_H
 #define QBSVR_QBSVRL6_SUPPORT_SOURCE_TEXT_H
 
@@ -13,10 +13,10 @@ namespace qbsvrl6 {
 class SourceText {
 public:
     // UTF-8 and UTF-16 by their marks, else what an XML declaration names, else UTF-8. Raises EngineError
-    // (BadEncoding) with the place of the first bad sequence, and NotSupported for an encoding we don't know.
+    // (BadEncoding) with the place of the first bad sequence, and NotSupported for an unknown encoding.
     SourceText(std::string bytes, std::string origin);
 
-    // With kReadAhead bytes of capacity behind its end.
+    // With kReadAhead bytes of capacity after its end.
     const std::string& text() const { return text_; }
     const std::string& origin() const { return origin_; }
 
@@ -24,7 +24,7 @@ public:
     SourcePlace place(std::size_t offset) const;
     [[noreturn]] void fail(ErrorCode code, const std::string& message, std::size_t offset) const;
 
-    // Parsers that read by blocks look so far behind the end.
+    // Parsers that read by blocks read so far after the end.
     static constexpr std::size_t kReadAhead = 64;
 
 private:
@@ -37,7 +37,7 @@ private:
     std::string text_;
 };
 
-// The places of bytes that are asked for in ascending order: together they take one pass over the text.
+// Positions of bytes in ascending order: all of them take one pass over the text.
 class PlaceCursor {
 public:
     explicit PlaceCursor(const SourceText& source) : source_(source) {}
