@@ -120,7 +120,7 @@ struct Expression {
     Expression(Expression&&) = default;
     Expression& operator=(Expression&&) = default;
 
-    // Raises EngineError(BadExpression) with the text and the column; TextPosition::column holds the
+    // Raises EngineError(BadExpression) with the text and the column; SourcePlace::column holds the
     // column, counted in UTF-16 units from 1.
     static Expression parse(std::u16string_view text);
 
