@@ -42,6 +42,20 @@ void setBoolean(SheetValue& value, const CellValue& cell) {
     value.boolean = cell.boolean;
 }
 
+// What a sheet may be called.
+std::u16string plainName(std::u16string_view title) {
+    constexpr std::size_t kMaxUnits = 24;  // of 31, which leaves room for a number
+    std::u16string name;
+    for (const char16_t c : title.substr(0, kMaxUnits)) {
+        const bool isForbidden = c < 0x20 || c == 0x7F || (c >= 0xD800 && c < 0xE000) || c >= 0xFFFE ||
+                                 std::u16string_view(u"[]:*?/\\").find(c) != std::u16string_view::npos;
+        name += isForbidden ? u' ' : c;
+    }
+    const std::size_t first = name.find_first_not_of(u" '");
+    if (first == std::u16string::npos) return u"Sheet1";
+    return name.substr(first, name.find_last_not_of(u" '") + 1 - first);
+}
+
 }  // namespace
 
 SheetValue sheetValue(const Item* item, std::size_t maxUnits) {
@@ -72,17 +86,12 @@ SheetValue sheetValue(const Item* item, std::size_t maxUnits) {
     return value;
 }
 
-std::u16string sheetName(std::u16string_view title) {
-    constexpr std::size_t kMaxUnits = 24;  // of 31, which leaves room for a number
-    std::u16string name;
-    for (const char16_t c : title.substr(0, kMaxUnits)) {
-        const bool isForbidden = c < 0x20 || c == 0x7F || (c >= 0xD800 && c < 0xE000) || c >= 0xFFFE ||
-                                 std::u16string_view(u"[]:*?/\\").find(c) != std::u16string_view::npos;
-        name += isForbidden ? u' ' : c;
-    }
-    const std::size_t first = name.find_first_not_of(u" '");
-    if (first == std::u16string::npos) return u"Sheet1";
-    return name.substr(first, name.find_last_not_of(u" '") + 1 - first);
+std::u16string sheetName(std::u16string_view title, std::size_t number) {
+    std::u16string name = plainName(title);
+    if (number == 1) return name;
+    name += u" (";
+    for (const char digit : std::to_string(number)) name += static_cast<char16_t>(digit);
+    return name + u")";
 }
 
 LineWeight lineWeight(Micrometres width) {

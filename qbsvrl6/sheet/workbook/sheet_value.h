@@ -24,8 +24,11 @@ struct SheetValue {
 // values that the report words in its own way. Texts end at `maxUnits`.
 SheetValue sheetValue(const Item* item, std::size_t maxUnits);
 
-// A name that a sheet may bear, made from the report's title.
-std::u16string sheetName(std::u16string_view title);
+// The name of the sheet with the number, from 1, made from the report's title.
+std::u16string sheetName(std::u16string_view title, std::size_t number);
+
+// A rotation as workbooks count it: degrees upwards from 0 to 90; from 91 on, degrees downwards.
+constexpr int rotationNumber(int clockwise) { return clockwise == 90 ? 180 : clockwise == 270 ? 90 : 0; }
 
 // Rows are not higher than this: 409.5 points.
 inline constexpr Micrometres kMaxRowHeight = 144'462;

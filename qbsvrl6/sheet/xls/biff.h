@@ -58,6 +58,10 @@ inline constexpr std::uint16_t kStyle = 0x0293;
 inline constexpr std::uint16_t kFormat = 0x041E;
 inline constexpr std::uint16_t kBof = 0x0809;
 
+// Parts of the stream.
+inline constexpr std::uint16_t kWorkbookPart = 0x0005;
+inline constexpr std::uint16_t kSheetPart = 0x0010;
+
 }  // namespace biff
 
 // A record at the end of a string: its head at once, its length when it is complete.
@@ -81,6 +85,15 @@ private:
 // A record without bytes.
 inline void putEmptyRecord(std::string& out, std::uint16_t number) {
     ByteWriter(out).put(number, std::uint16_t{0});
+}
+
+// BOF, which begins a part of the stream:
+//   u16 version | u16 part | u16 build, year of the program | u32 history | u32 lowest version that reads it
+inline void putBof(std::string& out, std::uint16_t part) {
+    constexpr std::uint16_t kVersion = 0x0600;  // BIFF8
+    constexpr std::uint16_t kBuild = 0x0DBB;
+    constexpr std::uint16_t kYear = 1996;
+    BiffRecord(out, biff::kBof).put(kVersion, part, kBuild, kYear, std::uint32_t{0}, std::uint32_t{6});
 }
 
 // The bytes of a record of any length, cut into a first record and CONTINUE records behind it.

@@ -60,6 +60,8 @@ void putPageNumbers(std::string& out, u16 number, const PageNumberCode& code) {
 
 }  // namespace
 
+// ROW:
+//   u16 row | u16 first column, end | u16 height | u16 unused, unused | u16 flags | u16 style
 void XlsSheet::beginRow(Micrometres height) {
     constexpr u16 kCustomHeight = 0x0140;
     const auto row = static_cast<u16>(rows_);
@@ -68,6 +70,10 @@ void XlsSheet::beginRow(Micrometres height) {
             kXlsPlainStyle);
 }
 
+// All cells begin with their place and style:
+//   u16 row | u16 column | u16 style
+// BLANK has nothing more, RK a short number (u32), NUMBER a double, BOOLERR u8 value and u8 "is an error",
+// LABELSST the number of a shared text (u32).
 void XlsSheet::addBlank(int column, u16 style) {
     columns_ = std::max(columns_, column + 1);
     putCell(cells_, biff::kBlank, static_cast<u16>(rows_), static_cast<u16>(column), style);
@@ -103,15 +109,19 @@ void XlsSheet::merge(int column, int columnSpan, int rowSpan) {
     merges_.push_back(rangeOf(column, columnSpan, rowSpan));
 }
 
-// HLINK: the cell, the marks of a standard link and of an address, and the address, closed by a zero.
+// HLINK:
+//   u16 first row, last row, first column, last column | 16 bytes class | u32 version | u32 flags
+//   16 bytes class of the address | u32 its bytes | the address with a zero
 void XlsSheet::link(int column, int columnSpan, int rowSpan, std::u16string_view address) {
+    constexpr u32 kVersion = 2;
+    constexpr u32 kIsAbsoluteAddress = 3;
     constexpr std::array<u32, 4> kStandardLink = {0x79EAC9D0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
     constexpr std::array<u32, 4> kAddress = {0x79EAC9E0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
     const Range range = rangeOf(column, columnSpan, rowSpan);
     BiffRecord record(links_, biff::kHyperlink);
     record.put(range.firstRow, range.lastRow, range.firstColumn, range.lastColumn);
     for (const u32 part : kStandardLink) record.put(part);
-    record.put(u32{2}, u32{3});
+    record.put(kVersion, kIsAbsoluteAddress);
     for (const u32 part : kAddress) record.put(part);
     record.put(static_cast<u32>(2 * (address.size() + 1))).utf16(address).put(u16{0});
 }
@@ -134,11 +144,17 @@ std::string XlsSheet::records(const PrintSetup& print, const EscherSheet& drawin
     return out;
 }
 
+// WSBOOL: u16 flags.
+// HORIZONTALPAGEBREAKS: u16 count, and for each
+//   u16 first row of the page | u16 first column, last column
+// COLINFO:
+//   u16 first column, last column | u16 width in 1/256 of a digit | u16 style | u16 flags | u16 unused
+// DIMENSIONS:
+//   u32 first row, end | u16 first column, end | u16 unused
 void XlsSheet::writeHead(std::string& out, const PrintSetup& print) const {
-    constexpr u16 kSheet = 0x0010;
     constexpr u16 kFitToPages = 0x0100;
     constexpr u16 kOutlineBelow = 0x00C1;
-    BiffRecord(out, biff::kBof).put(u16{0x0600}, kSheet, u16{0x0DBB}, u16{0x07CC}, u32{0}, u32{6});
+    putBof(out, biff::kSheetPart);
     BiffRecord(out, biff::kWsBool).put(static_cast<u16>(kOutlineBelow | (print.paged ? 0 : kFitToPages)));
     if (!breaks_.empty()) {
         BiffRecord record(out, biff::kHorizontalPageBreaks);
@@ -157,6 +173,11 @@ void XlsSheet::writeHead(std::string& out, const PrintSetup& print) const {
         .put(u32{0}, static_cast<u32>(rows_), u16{0}, static_cast<u16>(columns_), u16{0});
 }
 
+// HEADER, FOOTER: the code as a text of two bytes a unit; empty: none.
+// LEFTMARGIN, RIGHTMARGIN, TOPMARGIN, BOTTOMMARGIN: a double, in inches.
+// SETUP:
+//   u16 paper | u16 scale in percent | u16 number of the first page | u16 pages in width, in height
+//   u16 flags | u16 resolution across, down | double margin of the header, of the footer | u16 copies
 void XlsSheet::writePageSetup(std::string& out, const PrintSetup& print) const {
     const Size paper = print.page.paper;
     const Edges margins = print.margins();
@@ -166,22 +187,38 @@ void XlsSheet::writePageSetup(std::string& out, const PrintSetup& print) const {
     BiffRecord(out, biff::kRightMargin).put(inches(margins.right));
     BiffRecord(out, biff::kTopMargin).put(inches(margins.top));
     BiffRecord(out, biff::kBottomMargin).put(inches(margins.bottom));
-    const bool portrait = paper.width <= paper.height;
+    constexpr u16 kFirstPage = 1;
+    constexpr u16 kOnePageWide = 1;
+    constexpr u16 kAnyHeight = 0;
+    constexpr u16 kPortrait = 2;
+    constexpr u16 kResolution = 600;
+    constexpr u16 kCopies = 1;
+    const u16 flags = paper.width <= paper.height ? kPortrait : 0;
     BiffRecord(out, biff::kSetup)
-        .put(static_cast<u16>(print.paperNumber()), static_cast<u16>(print.scale()), u16{1}, u16{1}, u16{0},
-             static_cast<u16>(portrait ? 2 : 0), u16{600}, u16{600}, inches(print.headerMargin()),
-             inches(print.footerMargin()), u16{1});
+        .put(static_cast<u16>(print.paperNumber()), static_cast<u16>(print.scale()), kFirstPage, kOnePageWide,
+             kAnyHeight, flags, kResolution, kResolution, inches(print.headerMargin()),
+             inches(print.footerMargin()), kCopies);
 }
 
+// WINDOW2:
+//   u16 flags | u16 first row, column in view | u32 colour of grid lines | u16 zoom as pages, as usual
+//   u32 unused
+// PANE:
+//   u16 columns at the left | u16 rows at the top | u16 first row below, column at the right | u8 active pane
+//   u8 unused
+// MERGECELLS: u16 count, and for each
+//   u16 first row, last row, first column, last column
 void XlsSheet::writeTail(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const {
-    constexpr u16 kLook = 0x04B6;  // visible, with grid lines, headings, zeros and default colours
+    constexpr u16 kUsualView = 0x04B6;  // visible, with grid lines, headings, zeros and default colours
+    constexpr u32 kAutomaticColor = 64;
     constexpr u16 kFrozen = 0x0108;
     constexpr u16 kSelected = 0x0200;
     constexpr u8 kLowerPane = 2;
     if (!shapes_.empty()) writeDrawing(out, print, drawing);
     BiffRecord(out, biff::kWindow2)
-        .put(static_cast<u16>(kLook | (frozenRows_ > 0 ? kFrozen : 0) | (print.isFirstSheet ? kSelected : 0)),
-             u16{0}, u16{0}, u32{64}, u16{0}, u16{0}, u32{0});
+        .put(static_cast<u16>(kUsualView | (frozenRows_ > 0 ? kFrozen : 0) |
+                              (print.isFirstSheet ? kSelected : 0)),
+             u16{0}, u16{0}, kAutomaticColor, u16{0}, u16{0}, u32{0});
     if (frozenRows_ > 0) {
         const auto rows = static_cast<u16>(frozenRows_);
         BiffRecord(out, biff::kPane).put(u16{0}, rows, rows, u16{0}, kLowerPane, u8{0});
@@ -200,8 +237,21 @@ void XlsSheet::writeTail(std::string& out, const PrintSetup& print, const Escher
     putEmptyRecord(out, biff::kEof);
 }
 
-// The first record holds the frame of all shapes; each shape is followed by its object.
+// The first MSODRAWING record holds the frame of all shapes; each shape is followed by its OBJ, whose parts are
+// a number, a length and bytes:
+//   common data    u16 type | u16 number | u16 flags | 12 bytes unused
+//   clipboard      u16 format
+//   picture flags  u16
+//   end
 void XlsSheet::writeDrawing(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const {
+    constexpr u16 kEnd = 0x0000;
+    constexpr u16 kClipboardFormat = 0x0007;
+    constexpr u16 kPictureFlags = 0x0008;
+    constexpr u16 kCommonData = 0x0015;
+    constexpr u16 kPictureType = 8;
+    constexpr u16 kUsualFlags = 0x6011;  // locked, printed, with automatic fill and line
+    constexpr u16 kNoFormat = 0xFFFF;
+    constexpr u16 kIsSized = 1;
     std::vector<std::string> shapes;
     std::size_t shapeBytes = 0;
     for (const XlsShape& shape : shapes_) {
@@ -214,11 +264,10 @@ void XlsSheet::writeDrawing(std::string& out, const PrintSetup& print, const Esc
     const std::string frame = escherFrame(drawing, shapeBytes);
     for (std::size_t i = 0; i < shapes.size(); ++i) {
         BiffRecord(out, biff::kDrawing).bytes(i == 0 ? frame + shapes[0] : shapes[i]);
-        // The object's kind (8: picture), number and options; what pictures have beside; the end.
         BiffRecord(out, biff::kObj)
-            .put(u16{0x15}, u16{18}, u16{8}, static_cast<u16>(i + 1), u16{0x6011})
+            .put(kCommonData, u16{18}, kPictureType, static_cast<u16>(i + 1), kUsualFlags)
             .zeros(12)
-            .put(u16{7}, u16{2}, u16{0xFFFF}, u16{8}, u16{2}, u16{1}, u16{0}, u16{0});
+            .put(kClipboardFormat, u16{2}, kNoFormat, kPictureFlags, u16{2}, kIsSized, kEnd, u16{0});
     }
 }
 

@@ -87,6 +87,9 @@ private:
         append(record, u"Arial", 10, kAutomaticText, {});
         return record;
     }
+    // FONT:
+    //   u16 height in 1/20 point | u16 flags (2: italic) | u16 colour | u16 weight | u16 raised or lowered
+    //   u8 underline | u8 family | u8 character set | u8 unused | u8 length of the name | u8 two bytes a unit | name
     static void append(std::string& out, std::u16string_view name, double points, u16 color,
                        const CellStyle& style) {
         const std::u16string_view shortName = name.substr(0, 31);
@@ -110,6 +113,7 @@ public:
             numbers_.try_emplace(format, static_cast<u16>(kFirstFormat + numbers_.size()));
         if (isNew) {
             const std::u16string_view text = std::u16string_view(format).substr(0, 255);
+            // FORMAT: u16 number | u16 length | u8 two bytes a unit | code
             BiffRecord(records_, biff::kFormat)
                 .put(entry->second, static_cast<u16>(text.size()), u8{1})
                 .utf16(text);
@@ -144,11 +148,8 @@ u32 lineStyle(const BorderLine& line) {
     return 0;
 }
 
-// Degrees upwards from 0 to 90; from 91 on, degrees downwards.
-u8 rotationNumber(int clockwise) { return clockwise == 90 ? 180 : clockwise == 270 ? 90 : 0; }
-
-// XF: font, format, protection and parent, alignment, rotation, indent, used groups, then lines and fill as
-// bits:
+// XF:
+//   u16 font | u16 format | u16 protection and parent | u8 alignment | u8 rotation | u8 indent | u8 groups in use
 //   u32  left, right, top, bottom style (4 bits each); left, right colour (7 bits each)
 //   u32  top, bottom, diagonal colour (7 bits each); diagonal style (4); one bit; fill pattern (6)
 //   u16  fill colour, its background colour (7 bits each)
@@ -166,8 +167,9 @@ void appendCellXf(std::string& out, const CellStyle& style, u16 font, u16 format
     const u32 fill = style.background ? palette.indexOf(*style.background) : kAutomaticLine;
     BiffRecord(out, biff::kXf)
         .put(font, format, u16{1}, static_cast<u8>(horizontal | (style.wraps ? 8u : 0u) | vertical << 4),
-             rotationNumber(style.rotation), static_cast<u8>((style.isNumber ? 0x10 : 0) | style.indent),
-             u8{0xFC}, styles | color(border.left) << 16 | color(border.right) << 23,
+             static_cast<u8>(rotationNumber(style.rotation)),
+             static_cast<u8>((style.isNumber ? 0x10 : 0) | style.indent), u8{0xFC},
+             styles | color(border.left) << 16 | color(border.right) << 23,
              color(border.top) | color(border.bottom) << 7 | solid << 26, static_cast<u16>(fill | 65u << 7));
 }
 

@@ -115,17 +115,25 @@ private:
 
     std::string workbookPart(const std::vector<std::string>& parts,
                              const std::vector<EscherSheet>& drawings) const {
-        constexpr u16 kWorkbook = 0x0005;
         std::string out;
-        BiffRecord(out, biff::kBof).put(u16{0x0600}, kWorkbook, u16{0x0DBB}, u16{0x07CC}, u32{0}, u32{6});
-        BiffRecord(out, biff::kCodePage).put(u16{1200});  // UTF-16
+        putBof(out, biff::kWorkbookPart);
+        // CODEPAGE: u16.
+        constexpr u16 kUtf16 = 1200;
+        BiffRecord(out, biff::kCodePage).put(kUtf16);
+        // WINDOW1:
+        //   u16 left, top, width, height in 1/20 point | u16 flags | u16 sheet in view, first tab in view
+        //   u16 selected sheets | u16 width of the tabs in 1/1000
+        constexpr u16 kScrollBarsAndTabs = 0x0038;
         BiffRecord(out, biff::kWindow1)
-            .put(u16{0}, u16{0}, u16{0x4000}, u16{0x2000}, u16{0x0038}, u16{0}, u16{0}, u16{1}, u16{600});
+            .put(u16{0}, u16{0}, u16{0x4000}, u16{0x2000}, kScrollBarsAndTabs, u16{0}, u16{0}, u16{1},
+                 u16{600});
         writeXlsStyles(out, styles().styles());
+        // BOUNDSHEET, for each sheet:
+        //   u32 offset of its part | u8 visibility | u8 type | u8 length of the name | u8 two bytes a unit | name
         std::vector<std::size_t> offsetPlaces;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             offsetPlaces.push_back(out.size() + 4);
-            const std::u16string name = nameOfSheet(i);
+            const std::u16string name = sheetName(options().info.title, i + 1);
             BiffRecord(out, biff::kBoundSheet)
                 .put(u32{0}, u8{0}, u8{0}, static_cast<u8>(name.size()), u8{1})
                 .utf16(name);
@@ -144,16 +152,15 @@ private:
         return out;
     }
 
-    std::u16string nameOfSheet(std::size_t index) const {
-        std::u16string name = sheetName(options().info.title);
-        if (index == 0) return name;
-        name += u" (";
-        for (const char c : std::to_string(index + 1)) name += static_cast<char16_t>(c);
-        return name + u")";
-    }
-
-    // Printed pages bring their titles with them; where rows run on, the titles repeat on each page. That is
-    // a name (7: print titles) for an area of whole rows, which refers to the workbook's own list of sheets.
+    // Printed pages contain their titles; where rows run on, the titles repeat on each page. Their rows are the
+    // area of a built-in name, which refers to the workbook's own list of sheets.
+    // SUPBOOK: u16 sheets | u16 mark of the workbook itself
+    // EXTERNSHEET: u16 count, and for each u16 SUPBOOK | u16 first sheet, last sheet
+    // NAME:
+    //   u16 flags | u8 shortcut | u8 length of the name | u16 bytes of the formula | u16 unused | u16 sheet, from 1
+    //   u8 lengths of menu, description, help, status text | u8 one byte a unit | name | formula
+    // The formula is one area:
+    //   u8 token | u16 EXTERNSHEET's entry | u16 first row, last row, first column, last column
     void writePrintTitles(std::string& out) const {
         constexpr u8 kArea = 0x3B;
         constexpr u8 kTitles = 7;

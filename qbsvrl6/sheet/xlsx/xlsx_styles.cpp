@@ -87,9 +87,6 @@ void writeBorder(XmlWriter& xml, const Border& border) {
     xml.open("diagonal").close().close();
 }
 
-// Degrees upwards from 0 to 90; from 91 on, degrees downwards.
-int rotationNumber(int clockwise) { return clockwise == 90 ? 180 : clockwise == 270 ? 90 : 0; }
-
 void writeAlignment(XmlWriter& xml, const CellStyle& style) {
     constexpr std::array kAligns = {"left", "center", "right", "justify"};
     constexpr std::array kVerticals = {"top", "center", "bottom"};

@@ -158,7 +158,6 @@ private:
     }
 
     std::string workbook() const {
-        const std::u16string name = sheetName(options().info.title);
         std::string part;
         XmlWriter xml(part);
         xml.declare().open("workbook").attribute("xmlns", kSpreadsheetNamespace);
@@ -166,14 +165,14 @@ private:
         xml.open("bookViews").open("workbookView").close().close().lineEnd();
         xml.open("sheets");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
-            xml.open("sheet").attribute("name", name, i > 1 ? " (" + std::to_string(i) + ")" : "");
+            xml.open("sheet").attribute("name", sheetName(options().info.title, i));
             xml.attribute("sheetId", i).attribute("r:id", "rId", i).close();
         }
         xml.close().lineEnd();
         // Printed pages bring their titles with them.
         if (titles().last >= titles().first && !options().paged) {
             std::u16string quoted;
-            for (const char16_t c : name) quoted.append(c == u'\'' ? 2 : 1, c);
+            for (const char16_t c : sheetName(options().info.title, 1)) quoted.append(c == u'\'' ? 2 : 1, c);
             xml.open("definedNames").open("definedName").attribute("name", "_xlnm.Print_Titles");
             xml.attribute("localSheetId", 0);
             xml.text("'", quoted, "'!$", titles().first + 1, ":$", titles().last + 1)
