@@ -18,7 +18,7 @@ void appendPrintable(std::string& out, std::u16string_view text);
 void appendMarkup(std::string& out, std::u16string_view text);
 
 // A text of a spreadsheet package (ST_Xstring): control characters become "_x0001_", and what a text holds in
-// that form already is kept apart from it; line ends as above.
+// that form already is escaped; line ends as above.
 void appendXstring(std::string& out, std::u16string_view text);
 
 // The text for formats that hold UTF-16 as it is: a line end is one line feed, lone surrogates and U+FFFE,

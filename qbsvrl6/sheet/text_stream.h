@@ -1,4 +1,4 @@
-// Text of a document that grows at its end, with places that are filled in at last.
+// Text of a document that grows at its end, with gaps that are filled at the end.
 #ifndef QBSVR_QBSVRL6_SHEET_TEXT_STREAM_H
 #define QBSVR_QBSVRL6_SHEET_TEXT_STREAM_H
 
@@ -20,13 +20,13 @@ public:
         if (block_.size() >= kBlockBytes) putAside();
     }
 
-    // Leaves a place open; places are numbered from 0, and the number is told.
+    // Leaves a gap and returns its number, counted from 0.
     std::size_t mark() {
         marks_.push_back({blocks_.size(), block_.size()});
         return marks_.size() - 1;
     }
 
-    // Puts everything behind `output`, each marked place filled by `fill(place, output)`, and is empty then.
+    // Appends everything to `output`, each gap filled by `fill(number, output)`, and is empty then.
     void moveTo(std::string& output, const std::function<void(std::size_t, std::string&)>& fill);
 
 private:

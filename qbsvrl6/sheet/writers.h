@@ -19,10 +19,10 @@ struct SheetOptions {
     PageSetup page;
     bool paged = true;  // as printed
     bool pageBreaks = true;
-    // Behind each page as printed, in HTM.
+    // Below the texts of each printed page, in HTM and RTF.
     std::shared_ptr<const Picture> background;  // may be null
     Watermark watermark;
-    bool rawValues = false;  // CSV: typed values in place of the texts that show them
+    bool rawValues = false;  // CSV: typed values instead of the texts that show them
     // Of each column of the detail grid; empty: they are where they are on the paper.
     std::vector<ColumnMove> columnMoves = {};
 };

@@ -55,7 +55,7 @@ void BandStrip::add(Band&& band, Micrometres x, Micrometres y) {
 void BandStrip::join(Band&& band, Micrometres x, Micrometres y) {
     makeBackgroundItem(band_);
     makeBackgroundItem(band);
-    // Blank rows and bands without height are the lesser part of what they are joined with.
+    // The joined band has the kind of the other band, not that of filling rows and of bands without height.
     if (band_.kind == BandKind::BlankRow || band_.height == 0) {
         band_.kind = band.kind;
         band_.inGrid = band.inGrid;

@@ -18,7 +18,7 @@ public:
     void add(Band&& band, Micrometres x, Micrometres y);
     void clear() { isEmpty_ = true; }
 
-    // All bands as one, and the place of its upper left corner on the paper. Items of bands further to the
+    // All bands as one, and the position of its upper left corner on the paper. Items of bands further to the
     // left than the first one have negative x.
     Band& band() { return band_; }
     Micrometres x() const { return x_; }

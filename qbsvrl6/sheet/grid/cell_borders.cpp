@@ -32,7 +32,7 @@ void CellBorders::fillBackground(const Band& band, Micrometres x) {
     }
 }
 
-// Horizontal and vertical lines become borders of the cells beside them.
+// Horizontal and vertical lines become borders of the adjacent cells.
 LineResult CellBorders::drawLine(const Rect& box, const LineContent& content, Micrometres x) {
     const BorderLine line{std::max(content.width, 1), content.color, content.dashed};
     if (box.height <= kEdgeTolerance) return drawHorizontalLine(box, line, x);
@@ -54,7 +54,7 @@ void CellBorders::drawVerticalLine(const Rect& box, const BorderLine& line, Micr
     }
 }
 
-// A line that ends within a cell, or goes through one that spans rows, is no border: it lies above the cells,
+// A line that ends within a cell, or goes through one that spans rows, is not a border: it overlays the cells,
 // or, where nothing does, becomes the border of the cells that it covers for the most part.
 LineResult CellBorders::drawHorizontalLine(const Rect& box, const BorderLine& line, Micrometres x) {
     const Region region = regionOf(box, x);
@@ -99,7 +99,7 @@ void CellBorders::drawBox(const Rect& box, const Border& border, const std::opti
     if (!fill && border == Border{}) return;
 
     Region region = regionOf(box, x);
-    // A box begins a little above its own text, which may be beside the end of a higher row.
+    // A box begins a little above its own text, which may be next to the end of a higher row.
     const int next = region.row + 1;
     if (region.rowEnd > region.row + 1 && rows_[next].top - box.y <= 2 * kEdgeTolerance &&
         box.y - rows_[next - 1].top > 2 * kEdgeTolerance) {

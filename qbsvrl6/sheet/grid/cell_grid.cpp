@@ -111,8 +111,8 @@ void CellGrid::collectCells() {
 }
 
 // A row ends with the lowest of its items, at the latest where the next one begins; what is left between them
-// is the next row's gap. Below something that floats there are no gaps: it keeps its size, and the rows must
-// keep its room.
+// is the next row's gap. Below an overlay there are no gaps: it has a fixed size, and the rows must
+// provide its room.
 void CellGrid::settleHeights(const Band& band, Micrometres y) {
     Micrometres lowest = 0;
     for (const Item& item : band.items) lowest = std::max(lowest, item.box.bottom());
@@ -134,7 +134,7 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
         bottom_ = std::max(bottom_, top + row.height);
     }
     if (extents_.count() < 2 || fit_ == GridFit::Exact) return;
-    // An item that reaches a little into the next row has no part in it: its own row must hold it.
+    // An item that reaches a little into the next row does not belong to it: the row of the item must be high enough.
     for (CellRow& row : std::span(rows_).first(static_cast<std::size_t>(extents_.count()))) {
         for (const Cell& cell : row.cells) {
             if (cell.item == nullptr || cell.rowSpan > 1) continue;

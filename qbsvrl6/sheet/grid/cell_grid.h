@@ -34,7 +34,7 @@ public:
     // The rows of a band whose upper left corner is at x, y; valid until the next call.
     std::span<const CellRow> place(Band& band, Micrometres x, Micrometres y);
 
-    // Logs a warning if anything could not keep its place.
+    // Logs a warning if anything could not stay at its position.
     void reportLosses() const;
 
 private:

@@ -79,7 +79,7 @@ bool CellPlacement::isWhollyFree(const Region& region) const {
     return true;
 }
 
-// Leaves the first and last rows to what stands there, if that makes room.
+// Leaves the first and last rows to the items that have them, if that makes room.
 void CellPlacement::trimRows(Region& region) const {
     const auto isTaken = [&](int row) {
         for (int column = region.column; column < region.columnEnd; ++column) {
@@ -96,7 +96,7 @@ void CellPlacement::trimRows(Region& region) const {
     if (trimmed.row < trimmed.rowEnd) region = trimmed;
 }
 
-// What begins or ends well within a column takes all of it where it is free: then it can stand in its place.
+// What begins or ends well within a column takes all of it where it is free: then it can have its position on paper.
 void CellPlacement::reachOut() {
     for (std::size_t i = 0; i < cells_.size(); ++i) {
         const Item& item = *cells_[i].item;
@@ -175,7 +175,7 @@ void CellPlacement::take(const Region& region, Item& item) {
     }
 }
 
-// Adds what the item reads to the text of the cell that stands there. Late texts and pictures can't take it:
+// Adds what the item reads to the text of the cell at that position. Pending texts and pictures can't take it:
 // then the warning is all that is left of it.
 void CellPlacement::join(const Region& region, const Item& item) {
     const std::u16string_view text = textOf(item);

@@ -25,7 +25,7 @@ void CellSink::band(Band&& band, Micrometres x, Micrometres y) {
     if (isPaged_) removeHiddenTexts(band);
     if (band.items.empty() && band.height == 0) return;
     if (!columnMoves_.empty() && band.inGrid) moveColumns(band);
-    // Nothing is side by side where there are no pages, though many rows without height have one place.
+    // Nothing is side by side where there are no pages, although many rows without height have the same position.
     if (!isPaged_ || !strip_.takes(band, x, y)) writeStrip();
     strip_.add(std::move(band), x, y);
 }
@@ -40,7 +40,7 @@ void CellSink::moveColumns(Band& band) const {
             columnMoves_[static_cast<std::size_t>(std::max(item.column, item.lastColumn))];
         const bool fills = item.box.x == first.x && item.box.right() == last.x + last.width;
         item.box.x += first.newX - first.x;
-        // What fills columns fills them in the cells too; parts of a cell keep their width.
+        // What fills columns fills them in the cells too; parts of a cell have the width of the paper.
         if (fills) item.box.width = last.newX + last.newWidth - item.box.x;
         band.width = std::max(band.width, item.box.right());
     }

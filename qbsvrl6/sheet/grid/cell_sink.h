@@ -28,12 +28,12 @@ protected:
 
 private:
     virtual void openPage(const PageInfo&, bool /*isFirst*/) {}
-    // Whether the sink keeps the band for itself; then it may move it, and no rows are made of it.
+    // Whether the sink takes the band; it may then move it, and no rows are made of it.
     virtual bool keepBand(Band&, Micrometres /*x*/, Micrometres /*y*/) { return false; }
-    // At least one row. Late texts may be moved out of their items.
+    // At least one row. Pending texts may be moved out of their items.
     virtual void writeRows(const Band& band, std::span<const CellRow> rows) = 0;
     virtual void closePage() {}
-    // Settles the late texts and completes the document.
+    // Settles the pending texts and completes the document.
     virtual void close(PendingTexts& pending) = 0;
 
     void moveColumns(Band& band) const;

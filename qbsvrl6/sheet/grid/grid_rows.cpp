@@ -23,10 +23,9 @@ void GridRows::addOverlay(Micrometres top) {
     extents_.front().top = std::min(extents_.front().top, top);
 }
 
-// Texts whose tops are within the tolerance of each other are one row, and so are those that stand beside
-// each other for more than half of their height. A picture begins in a row that it stands beside, and makes
-// one of its own only where there is none. Lines and boxes make a row only where nothing else stands in the
-// band.
+// Texts whose tops are within the tolerance of each other are one row, and so are those that are side
+// by side for more than half of their height. A picture begins in a row that is next to it, and makes a row
+// only if there is none. Lines and boxes make a row only if the band has nothing else.
 void GridRows::findLines(const Band& band) {
     itemExtents_.clear();
     for (const Item& item : band.items) {
@@ -81,7 +80,7 @@ void GridRows::findEdges(const Band& band) {
     }
 }
 
-// A box that goes on over the space between two rows is whole only if the upper one ends at the lower one.
+// A box that continues over the space between two rows is whole only if the upper one ends at the lower one.
 void GridRows::closeGapsInBoxes(const Band& band) {
     for (std::size_t row = 1; row < extents_.size(); ++row) {
         const Micrometres top = extents_[row - 1].bottom;

@@ -17,7 +17,7 @@ public:
 
     // The control words before a cell's text.
     const std::string& paragraph(const Cell& cell) { return entries_[indexOf(cell)].paragraph; }
-    // The font again, which word processors keep apart for text from right to left; after `paragraph`.
+    // The font again, which word processors hold separately for right-to-left text; after `paragraph`.
     const std::string& associated(const Cell& cell) { return entries_[indexOf(cell)].associated; }
     // The control words before the cell's right edge in the definition of its row.
     const std::string& frame(const Cell& cell) { return entries_[indexOf(cell)].frame; }
@@ -41,7 +41,7 @@ private:
     StyleTable styles_;
     std::vector<Words> entries_;  // by the style's number
     std::map<std::u16string, int> fonts_;
-    std::vector<Color> colors_;  // from number 1 on; 0 is the reader's own
+    std::vector<Color> colors_;  // from number 1 on; 0 is the reader's default
 };
 
 }  // namespace qbsvrl6

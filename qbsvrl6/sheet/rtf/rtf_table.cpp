@@ -120,7 +120,7 @@ void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWrite
     }
 }
 
-// A free cell, whose paragraph stands at the top, if there is one.
+// A free cell, whose paragraph is at the top, if there is one.
 std::size_t RtfTable::hostOfOverlays() const {
     const auto free =
         std::find_if(slots_.begin(), slots_.end(), [](const Slot& slot) { return slot.cell == nullptr; });

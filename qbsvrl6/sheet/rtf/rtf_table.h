@@ -17,14 +17,14 @@ public:
     // Writes the text of an item; may move the item.
     using TextWriter = std::function<void(std::string& out, Item& item)>;
 
-    // `left` is the grid's left edge, from the page's margin. What floats hangs on a cell of its row, or is
+    // `left` is the grid's left edge, from the page's margin. Overlays are anchored in a cell of their row, or
     // left out of the rows.
     RtfTable(const CellGrid& grid, Micrometres left, bool overlaysInCells);
 
-    // The rows of one band. Rows that repeat stand again on each page; they must be their table's first.
+    // The rows of one band. Rows that repeat are shown again on each page; they must be their table's first.
     void append(std::string& out, std::span<const CellRow> rows, bool repeats, const TextWriter& text);
 
-    // What overlays the row, for a paragraph outside of tables: in its place on the page, from the page's
+    // What overlays the row, for a paragraph outside of tables: at its position on the page, from the page's
     // left margin and the row's top.
     void appendOverlays(std::string& out, const CellRow& row, Micrometres margin, Micrometres top);
     // A picture below the texts of its page, from the paper's corner.

@@ -1,4 +1,4 @@
-// RTF with real tables. Page headers and footers are those of a section, which goes on as long as the next
+// RTF with real tables. Page headers and footers are those of a section, which continues as long as the next
 // page has the same ones but for its number; page numbers are fields that the word processor counts. Whether
 // the page count of a field is that of the document is known when all pages are there, so that what is
 // between pages is written last, as is the head of the file with its tables of fonts and colours.
@@ -50,15 +50,15 @@ public:
                  !hasOwnPages()) {}
 
 private:
-    // What is written last: the beginning of a page, or a late text.
+    // What is written last: the beginning of a page, or a pending text.
     struct OpenPlace {
         bool isPage;
         std::size_t index;
     };
     enum class Part { None, Rows, Titles };
 
-    // The word processor's pages are ours, so that pictures have their places on them. Bound to cells, some
-    // would be moved to a page of their own.
+    // The word processor's pages are ours, so that pictures have fixed positions on them. Anchored in cells,
+    // some would be moved to a separate page.
     bool hasOwnPages() const { return options_.paged && options_.pageBreaks; }
 
     void openPage(const PageInfo&, bool) override {
@@ -139,7 +139,7 @@ private:
                 appendItemText(out, pending_[place.index]);
             }
         });
-        // The last paragraph, which must not make a page of its own.
+        // The last paragraph, which must not start another page.
         output_ += "\\pard\\plain\\fs2\\sl-20\\slmult0\n}\n";
     }
 
@@ -226,7 +226,7 @@ private:
             for (const PlacedBand& placed : footer) bottom += placed.band.height;
             return bottom;
         }
-        // Where no footer stands, all of the margin is left: the page ends by its break.
+        // Without a footer, all of the margin is left: the page ends by its break.
         if (footer.empty()) return 0;
         for (const PlacedBand& placed : footer) bottom = std::max(bottom, page.paper.height - placed.y);
         return bottom - kSlack;

@@ -17,10 +17,10 @@ double inMillimetres(Micrometres length);
 void appendMillimetres(std::string& out, Micrometres length);
 // The inside of a quoted string, each character by its number.
 void appendCssText(std::string& out, std::u16string_view text);
-// The family and a general one behind it. What could end a value or an attribute is left out of the name.
+// The family, followed by a generic one. What could end a value or an attribute is left out of the name.
 void appendFontFamily(std::string& out, std::u16string_view family);
 
-// The declarations of a cell's look.
+// The declarations of a cell's style.
 void appendDeclarations(std::string& out, const CellStyle& style);
 
 }  // namespace qbsvrl6

@@ -1,6 +1,6 @@
 // CSV by RFC 4180: CR LF ends, every record with all columns, in UTF-8 with a mark, since spreadsheets take a
-// file without one for the machine's own code page. A cell that spans columns fills the first. A text that
-// looks like a formula is written as it is: a sign put ahead of it would falsify numbers and identifiers for
+// file without one for the code page of the machine. A cell that spans columns fills the first. A text that
+// looks like a formula is written as it is: a sign before it would falsify numbers and identifiers for
 // all readers, for the sake of one that runs what it should only show.
 #include <algorithm>
 #include <array>
@@ -77,7 +77,7 @@ bool appendDate(std::string& out, std::int64_t seconds) {
     return true;
 }
 
-// False for what has no value but its text, and for what is shown blank.
+// False for what has no value but its text, and for what shows nothing.
 bool appendRawValue(std::string& out, const Item& item) {
     const auto* const text = std::get_if<TextItem>(&item.content);
     if (text == nullptr || text->text.empty()) return false;

@@ -1,5 +1,5 @@
-// One HTML file that stands by itself, and is XML as well. Bands of free controls are layout tables, the
-// detail grid is a table with its titles as headings; all share the grid's columns. The looks are classes,
+// One HTML file without further files, which is also XML. Bands of free controls are layout tables, the
+// detail grid is a table with its titles as headings; all share the grid's columns. The styles are classes,
 // known at the end, so that the head is written last.
 #include <algorithm>
 #include <cmath>
@@ -67,7 +67,7 @@ constexpr const char* kPhoneRules = R"(.free{--text:.8}
 // Shrunk to a phone's width, the letters of a wider drawing can't be read: it moves sideways.
 constexpr Micrometres kWideDrawing = 120'000;
 
-// A rounding error must not make a page of its own.
+// A rounding error must not start another page.
 constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--height) - 2px)}
 .page:not(:last-child){break-after:page}}
 )";
@@ -272,7 +272,7 @@ private:
     }
 
     // A group's header or footer of free controls before any titles or rows, as that of a certificate. Labels
-    // side by side would be torn apart.
+    // side by side would be separated.
     bool isForm(const Band& band) const {
         const bool ofGroup = band.kind == BandKind::GroupHeader || band.kind == BandKind::GroupFooter;
         const bool inTable = part_ == Part::Head || part_ == Part::Body;
@@ -355,7 +355,7 @@ private:
         out() += "</tr>\n";
     }
 
-    // What lies above the cells hangs on a cell of the row in which it begins, or of the nearest one above
+    // An overlay is anchored in a cell of the row in which it begins, or of the nearest one above
     // that has any: where rows wrap, it stays with what is around it.
     void attachOverlays(std::span<const CellRow> rows) {
         overlaysOf_.clear();
@@ -436,7 +436,7 @@ private:
         out() += isTitle ? "</th>" : "</td>";
     }
 
-    // The attribute that gives a cell its look.
+    // The attribute that gives a cell its style.
     const std::string& classOf(const Cell& cell, bool isNumber) {
         const std::size_t id = 2 * static_cast<std::size_t>(styles_.idOf(cell)) + (isNumber ? 1 : 0);
         while (classes_.size() <= id) {
@@ -627,7 +627,7 @@ private:
         out += sheets ? kSheetRules : kRunOnRules;
     }
 
-    // What lies behind the texts of a sheet of paper.
+    // What is painted below the texts of a page.
     void appendBackdrop(std::string& out) const {
         if (options_.background != nullptr) {
             out += ".page{background:#fff 0 0/var(--paper) var(--height) no-repeat url(";

@@ -16,8 +16,8 @@ int displayWidth(std::u16string_view text);
 int widestWord(std::u16string_view text);
 
 // Appends the lines of a text, each at most `width` columns wide. Line ends always break; else lines break
-// behind blanks and beside wide characters, a closing mark staying with what it closes, and inside a word
-// that is wider than the line. Blanks at a break are dropped.
+// after spaces and next to wide characters, a closing mark staying with what it closes, and inside a word
+// that is wider than the line. Spaces at a break are dropped.
 void wrapText(std::u16string_view text, int width, std::vector<std::u16string_view>& lines);
 
 }  // namespace qbsvrl6

@@ -14,10 +14,10 @@ namespace {
 
 // A character is as wide as a digit of a font of 8.5 points, so that what fits its cell on paper fits here.
 constexpr Micrometres kCharacterWidth = 1500;
-// A gap from this height on is a blank line.
+// A gap from this height on is an empty line.
 constexpr Micrometres kBlankLineGap = 4000;
 
-// A cell with all that is needed to write it, at once or late.
+// A cell with all that is needed to write it, at once or at the end.
 struct TextCell {
     int offset = 0;
     int width = 0;
@@ -30,14 +30,14 @@ struct TextCell {
 
 struct TextRow {
     bool stands = false;    // even without text
-    bool gapAbove = false;  // a blank line
+    bool gapAbove = false;  // an empty line
 };
 
 // The rows of one band. Rendering it is the same now or at the end of the report.
 struct TextBlock {
     std::vector<TextCell> cells;  // by row, then offset
     std::vector<TextRow> rows;
-    std::vector<Item> late;  // the items, where one of them is settled late
+    std::vector<Item> late;  // the items, where one of them is pending
 
     TextBlock() = default;
     TextBlock(TextBlock&&) = default;  // the items stay where they are: cells point at them
@@ -73,7 +73,7 @@ public:
 
 private:
     // A row is as high as its highest cell; the last row of a cell that spans several takes what is left of
-    // it. Tells the number of lines.
+    // it. Returns the number of lines.
     std::size_t setRowStarts(const TextBlock& block) {
         rowStarts_.clear();
         rowEnds_.assign(block.rows.size(), 0);
@@ -161,7 +161,7 @@ private:
     void writeRows(const Band& band, std::span<const CellRow> rows) override {
         if (band.kind == BandKind::BlankRow) return;
         block_.clear();
-        // A record of several lines stands apart from the next one.
+        // A record of several lines is separated from the next one.
         const bool isTall = band.kind == BandKind::Row && rows.size() > 1;
         for (std::size_t row = 0; row < rows.size(); ++row) {
             const bool isApart = rows[row].gap >= kBlankLineGap || (row == 0 && isTall && followsTall_);

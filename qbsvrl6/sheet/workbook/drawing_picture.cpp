@@ -70,7 +70,7 @@ std::uint32_t PictureList::numberOf(const Item& item) {
     try {
         auto picture = std::make_shared<Picture>();
         picture->bytes = drawAsPng(item);
-        // Apart from the ids of the report's own pictures, which count from below.
+        // Ids from above: those of the report's pictures count from below.
         picture->id = UINT64_MAX - byDrawing_.size();
         entry->second = add(std::move(picture));
     } catch (const EngineError& error) {

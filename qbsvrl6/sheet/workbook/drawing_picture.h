@@ -23,7 +23,7 @@ private:
 
     std::vector<std::shared_ptr<const Picture>> pictures_;
     std::map<std::uint64_t, std::uint32_t> byId_;
-    // A drawing is kept with its number, so that its address stays its own.
+    // A drawing is held with its number, so that no other one gets its address.
     std::map<std::shared_ptr<const Drawing>, std::uint32_t> byDrawing_;
 };
 
@@ -32,7 +32,7 @@ private:
 std::shared_ptr<const Picture> backdropOf(const std::shared_ptr<const Picture>& background,
                                           const Watermark& watermark, Size paper);
 
-// Where in the item's box its picture lies.
+// The position of the picture in the item's box.
 Rect pictureBox(const Item& item);
 
 }  // namespace qbsvrl6

@@ -43,9 +43,9 @@ struct PrintSetup {
     // The number of the paper in a workbook; 0: none of the common ones.
     int paperNumber() const;
 
-    // Percent by which the columns are printed. Pages as printed bring their own breaks, which hold only where
-    // the sheet isn't fitted to pages; they take a little less than what fits, since printers measure text in
-    // their own way.
+    // Percent by which the columns are printed. Printed pages have manual breaks, which apply only if the
+    // sheet isn't fitted to pages; the percentage is a little lower than what fits, since printers measure text
+    // differently.
     int scale() const;
 
     // Widths of the columns. Edges are rounded, not widths, so that rounding doesn't add up.

@@ -21,7 +21,7 @@ struct SheetValue {
 
 // The value of an item (null: blank). A number that a spreadsheet would not show whole stays text: long
 // identifiers, and what is not finite. So do dates before March 1900, where spreadsheets disagree, and truth
-// values that the report words in its own way. Texts end at `maxUnits`.
+// values for which the report has its own words. Texts end at `maxUnits`.
 SheetValue sheetValue(const Item* item, std::size_t maxUnits);
 
 // The name of the sheet with the number, from 1, made from the report's title.

@@ -21,7 +21,7 @@ constexpr Micrometres kMaxGrowth = 12'000;
 // Longer addresses make a spreadsheet program repair the whole workbook.
 constexpr std::size_t kMaxLinkUnits = 2'079;
 
-// A text may stand this far from its place before it is held to the side that is nearer.
+// A text may be this far from its position before it is aligned to the nearer side.
 constexpr Micrometres kMaxDrift = 1'500;
 
 enum class Side { Top, Bottom };
@@ -44,7 +44,7 @@ std::optional<VerticalAlign> nearerSide(Micrometres above, Micrometres below) {
     return above < below ? VerticalAlign::Top : VerticalAlign::Bottom;
 }
 
-// Steps of indentation: a workbook's is about 2.5 mm, beside half a millimetre that all cells have. What is
+// Steps of indentation: one is about 2.5 mm, after the half millimetre that all cells have. What is
 // nearer to none stays without.
 int indentOf(const Cell& cell) {
     constexpr Micrometres kStep = 2'500;
@@ -180,7 +180,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     } else {
         addValue(cell.column, style, value);
     }
-    // The other cells of a span bear its borders.
+    // The other cells of a span have its borders.
     for (int column = cell.column + 1; column < cell.column + columnSpan; ++column) addBlank(column, style);
     for (int column = cell.column; cell.rowSpan > 1 && column < cell.column + columnSpan; ++column) {
         newBelow_.push_back({column, style, cell.rowSpan - 1});

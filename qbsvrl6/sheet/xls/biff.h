@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace biff {
 
-// Bytes of a record; what is longer goes on in CONTINUE records.
+// Bytes of a record; longer ones continue in CONTINUE records.
 inline constexpr std::size_t kMaxRecord = 8224;
 
 inline constexpr std::uint16_t kFormula = 0x0006;
@@ -96,7 +96,7 @@ inline void putBof(std::string& out, std::uint16_t part) {
     BiffRecord(out, biff::kBof).put(kVersion, part, kBuild, kYear, std::uint32_t{0}, std::uint32_t{6});
 }
 
-// The bytes of a record of any length, cut into a first record and CONTINUE records behind it.
+// The bytes of a record of any length, cut into a first record and CONTINUE records after it.
 void putLongRecord(std::string& out, std::uint16_t number, std::string_view bytes);
 
 }  // namespace qbsvrl6

@@ -22,7 +22,7 @@ constexpr std::size_t kSectorBytes = 512;
 constexpr std::size_t kEntriesPerSector = kSectorBytes / 4;
 constexpr std::size_t kTableSectorsInHeader = 109;
 constexpr std::size_t kFurtherPerSector = kEntriesPerSector - 1;  // the last entry leads to the next sector
-// A shorter stream would have to live in a container of its own.
+// A shorter stream would have to be in a container within the container.
 constexpr std::size_t kLeastStreamBytes = 4096;
 
 constexpr u32 kFurtherSector = 0xFFFFFFFC;

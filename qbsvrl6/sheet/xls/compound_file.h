@@ -8,7 +8,7 @@
 
 namespace qbsvrl6 {
 
-// Writes a container with one stream, whose bytes are the parts one behind the other, to the end of `output`.
+// Writes a container with one stream, whose bytes are the parts in order, to the end of `output`.
 // Raises EngineError for 2 GiB and more. Each part is freed once it is written.
 void writeCompoundFile(std::string& output, std::u16string_view streamName, std::vector<std::string> parts);
 

@@ -22,7 +22,7 @@ void appendUnits(std::string& out, std::u16string_view text, bool narrow) {
 }
 
 // A text is its length, a mark (1: two bytes a unit) and its units. It begins where it fits whole; one that
-// fits nowhere is cut between units, and the mark stands again where it goes on.
+// fits nowhere is cut between units, and the mark is repeated where it continues.
 class TableWriter {
 public:
     TableWriter(std::string& out, std::uint32_t uses, std::size_t count) : out_(out), start_(out.size()) {

@@ -16,7 +16,7 @@ public:
     // The text's number; the same text has the same one.
     std::uint32_t add(std::u16string_view text);
 
-    // A number of its own for a text that comes later, by set().
+    // The number of a text that is set later.
     std::uint32_t reserve();
     void set(std::uint32_t number, std::u16string_view text);
 

@@ -70,7 +70,7 @@ void XlsSheet::beginRow(Micrometres height) {
             kXlsPlainStyle);
 }
 
-// All cells begin with their place and style:
+// All cells begin with their position and style:
 //   u16 row | u16 column | u16 style
 // BLANK has nothing more, RK a short number (u32), NUMBER a double, BOOLERR u8 value and u8 "is an error",
 // LABELSST the number of a shared text (u32).
@@ -288,7 +288,7 @@ std::string XlsSheet::anchor(const XlsShape& shape, const std::vector<Micrometre
         int cell;
         std::int64_t offset;
     };
-    // A corner on an edge belongs to the cell ahead of it: what ends there must not reach into the next one.
+    // A corner on an edge belongs to the cell before it: what ends there must not reach into the next one.
     const auto walk = [](Point point, int last, auto sizeOf) {
         while (point.cell < last && point.offset > sizeOf(point.cell)) point.offset -= sizeOf(point.cell++);
         point.offset = std::min<std::int64_t>(point.offset, sizeOf(point.cell));

@@ -13,7 +13,7 @@
 
 namespace qbsvrl6 {
 
-// A picture, by its number in the workbook's list, from 1, or a slanted line, and where it lies.
+// A picture, by its number in the workbook's list, from 1, or a slanted line, and its position.
 struct XlsShape {
     std::uint32_t picture = 0;
     std::optional<LineContent> line;

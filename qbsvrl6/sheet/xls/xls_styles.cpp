@@ -49,7 +49,7 @@ private:
     u32 indexAt(std::vector<Color>::const_iterator place) const {
         return static_cast<u32>(kFirstColor + static_cast<std::size_t>(place - colors_.begin()));
     }
-    // The eye tells greens apart best, blues worst.
+    // The eye distinguishes greens best, blues worst.
     static int distance(const Color& a, const Color& b) {
         const int red = a.red - b.red;
         const int green = a.green - b.green;
@@ -60,7 +60,7 @@ private:
     std::vector<Color> colors_;
 };
 
-// FONT records, each kept once. The number 4 is skipped: it never stands for a font.
+// FONT records, each stored once. The number 4 is skipped: it is never that of a font.
 class Fonts {
 public:
     Fonts() {

@@ -1,4 +1,4 @@
-// Fonts, number formats, cell looks and the palette of an old workbook.
+// Fonts, number formats, cell styles and the palette of an old workbook.
 #ifndef QBSVR_QBSVRL6_SHEET_XLS_XLS_STYLES_H
 #define QBSVR_QBSVRL6_SHEET_XLS_XLS_STYLES_H
 
@@ -10,12 +10,12 @@
 
 namespace qbsvrl6 {
 
-// Looks that a workbook may have; the format's own limit is a little higher.
+// Cell styles that a workbook may have; the limit of the format is a little higher.
 inline constexpr int kXlsMaxStyles = 4'000;
 
-// Number of the first look of ours in the workbook; those before are the format's own.
+// Number of the first of our styles in the workbook; those before are built in.
 inline constexpr std::uint16_t kXlsFirstStyle = 16;
-// The look of a cell without one.
+// The style of a cell without one.
 inline constexpr std::uint16_t kXlsPlainStyle = 15;
 
 // FONT, FORMAT, XF, STYLE and PALETTE records at the end of `out`; style i is number kXlsFirstStyle + i. Of

@@ -1,5 +1,5 @@
-// The old workbook. The stream is the workbook's part (looks, names of sheets, texts), then each sheet's;
-// since the former tells where the latter begin and holds what is known at the end only, it is made last.
+// The old workbook. The stream is the workbook's part (styles, names of sheets, texts), then each sheet's.
+// The former contains the offsets of the latter, and texts that are known at the end only: it is made last.
 #include <algorithm>
 #include <optional>
 #include <utility>

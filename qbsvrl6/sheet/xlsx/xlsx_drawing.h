@@ -10,7 +10,7 @@
 
 namespace qbsvrl6 {
 
-// The drawing part of one sheet. Each object hangs at the upper left corner of its cell and keeps its size.
+// The drawing part of one sheet. Each object is anchored at the upper left corner of its cell and has a fixed size.
 class XlsxDrawing {
 public:
     // `row` counts from 0 in the sheet. `relation` names the picture's relation; unused for a drawing.

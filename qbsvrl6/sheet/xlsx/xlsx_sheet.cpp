@@ -1,6 +1,5 @@
-// SpreadsheetML worksheets (ECMA-376 part 1, 18.3). Texts stand in their cells ("inlineStr"), so that no
-// table of all texts has to be held; only texts that are settled late stand in the shared table, which is
-// written last.
+// SpreadsheetML worksheets (ECMA-376 part 1, 18.3). Texts are in their cells ("inlineStr"), so that no
+// table of all texts has to be held; only pending texts are in the shared table, which is written last.
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 
 #include <algorithm>
@@ -131,7 +130,7 @@ std::string XlsxSheet::head(const PrintSetup& print) const {
     XmlWriter xml(part);
     xml.declare().open("worksheet").attribute("xmlns", kSpreadsheetNamespace);
     xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
-    // With page breaks of its own a sheet keeps them only if it isn't fitted to pages.
+    // Manual page breaks apply only if the sheet isn't fitted to pages.
     if (!print.paged) xml.open("sheetPr").open("pageSetUpPr").attribute("fitToPage", 1).close().close();
     const auto lastRow = static_cast<int>(std::max<std::int64_t>(rows_, 1));
     const std::string last = columnName(std::max(columns_ - 1, 0)) + std::to_string(lastRow);

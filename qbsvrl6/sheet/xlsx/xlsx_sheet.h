@@ -14,8 +14,8 @@
 
 namespace qbsvrl6 {
 
-// Rows and columns count from 0. What grows with the rows is compressed at once; kept besides are merged
-// cells, links and page breaks.
+// Rows and columns count from 0. What grows with the rows is compressed at once; only merged cells, links
+// and page breaks are held.
 class XlsxSheet {
 public:
     static constexpr std::int64_t kMaxRows = 1'048'576;

@@ -9,7 +9,7 @@
 
 namespace qbsvrl6 {
 
-// xl/styles.xml. Style 0 is the workbook's own; style i + 1 is styles[i].
+// xl/styles.xml. Style 0 is the default; style i + 1 is styles[i].
 std::string xlsxStyles(const std::vector<const CellStyle*>& styles);
 
 }  // namespace qbsvrl6

@@ -77,7 +77,7 @@ void DeflateStream::append(std::string_view bytes) {
     state_->run(bytes, Z_NO_FLUSH, compressed_);
 }
 
-// A full flush ends at a whole byte, and nothing behind it refers to what is before.
+// A full flush ends at a whole byte, and nothing after it refers to what is before.
 void DeflateStream::end(bool isLast) {
     state_->run({}, isLast ? Z_FINISH : Z_FULL_FLUSH, compressed_);
     state_.reset();

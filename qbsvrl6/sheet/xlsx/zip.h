@@ -25,7 +25,7 @@ public:
 private:
     friend class ZipWriter;
     struct State;
-    // Ends the stream, either for good or so that another one may follow right behind it.
+    // Ends the stream, either for good or so that another one may follow.
     void end(bool isLast);
 
     std::unique_ptr<State> state_;
@@ -34,7 +34,7 @@ private:
     std::uint32_t crc_ = 0;
 };
 
-// Writes an archive into a string, entry by entry. The same entries give the same bytes: no times are kept.
+// Writes an archive into a string, entry by entry. The same entries give the same bytes: no times are stored.
 // Raises EngineError for an entry or an archive of 4 GiB and more.
 class ZipWriter {
 public:
@@ -43,7 +43,7 @@ public:
     void add(const std::string& name, std::string_view bytes);
     // As it is: for pictures, which are compressed already.
     void addStored(const std::string& name, std::string_view bytes);
-    // One entry of two streams, so that what stands first can be made last.
+    // One entry of two streams, so that its beginning can be made last.
     void add(const std::string& name, DeflateStream first, DeflateStream second);
     void finish();
 
