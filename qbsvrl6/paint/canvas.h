@@ -20,7 +20,7 @@ struct Point {
 struct Direction {
     double x = 1;
     double y = 0;
-    bool isUpright() const { return x == 1 && y == 0; }
+    bool isUnrotated() const { return x == 1 && y == 0; }
 };
 
 struct TextRun {

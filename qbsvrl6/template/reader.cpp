@@ -349,9 +349,9 @@ private:
                 }
                 reading_.expressions.push_back({found.name(), value, hasPlaceholders, knowsPage, offset});
             }
-        } catch (const ValueFault& fault) {
+        } catch (const ValueError& error) {
             addErrorAt(found.name(),
-                       std::string(found.name()) + "=" + quoted(found.value()) + ": " + fault.what());
+                       std::string(found.name()) + "=" + quoted(found.value()) + ": " + error.what());
         }
     }
 
@@ -427,8 +427,8 @@ void ReadElement::bytes(const char* name, std::string& value) {
         try {
             for (const pugi::xml_node part : element.node_.children()) value += part.value();
             value = readBase64(value);
-        } catch (const ValueFault& fault) {
-            element.addError(tag(name) + ": " + fault.what());
+        } catch (const ValueError& error) {
+            element.addError(tag(name) + ": " + error.what());
         }
     });
 }
@@ -553,7 +553,7 @@ void ReadElement::checkExpressions(const ReportDefinition& report) {
         } catch (const EngineError& error) {
             reading_.addError(
                 error.code() == ErrorCode::BadExpression ? ErrorCode::BadTemplate : error.code(),
-                noted.attribute + "=" + quoted(toUtf8(noted.text)) + ": " + expressionFault(error),
+                noted.attribute + "=" + quoted(toUtf8(noted.text)) + ": " + expressionError(error),
                 noted.offset);
             // Texts that show a calculated field are not reported for its error.
             for (Field& field : names.fields) {

@@ -25,21 +25,21 @@ void checkGrammar(const Parse& parse) {
     try {
         parse();
     } catch (const EngineError& error) {
-        throw ValueFault(expressionFault(error));
+        throw ValueError(expressionError(error));
     }
 }
 
-[[noreturn]] void fault(std::string_view expected) { throw ValueFault("expected " + std::string(expected)); }
+[[noreturn]] void reject(std::string_view expected) { throw ValueError("expected " + std::string(expected)); }
 
 [[noreturn]] void outOfRange(const std::string& least, const std::string& most) {
-    throw ValueFault("out of range: expected " + least + " to " + most);
+    throw ValueError("out of range: expected " + least + " to " + most);
 }
 
 // A number at the start of `text`, which is removed from it. Numbers out of range, such as "1e999", are none.
 double takeNumber(std::string_view& text, std::string_view expected) {
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || !std::isfinite(value)) fault(expected);
+    if (error != std::errc() || !std::isfinite(value)) reject(expected);
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
     return value;
 }
@@ -65,7 +65,7 @@ Measure readMeasure(std::string_view text) {
     const double number = takeNumber(text, kLengthForm);
     const auto unit =
         std::find_if(kUnits.begin(), kUnits.end(), [&](const Unit& known) { return known.name == text; });
-    if (unit == kUnits.end()) fault(kLengthForm);
+    if (unit == kUnits.end()) reject(kLengthForm);
     return {number, &*unit};
 }
 
@@ -85,7 +85,7 @@ std::vector<std::string_view> split(std::string_view text) {
 
 // The message of an error with a position ends in "column 4: the cause". The reader reports the text before
 // that itself, and the column may count within one placeholder of the text.
-std::string expressionFault(const EngineError& error) {
+std::string expressionError(const EngineError& error) {
     const std::string_view message = error.what();
     if (error.place().position.column == 0) return std::string(message);
     const std::size_t column = std::min(message.rfind("column "), message.size());
@@ -115,13 +115,13 @@ std::string PlaceholderCodec::write(const std::u16string& value) const { return 
 bool SwitchCodec::read(std::string_view text) const {
     if (text == "true") return true;
     if (text == "false") return false;
-    fault("\"true\" or \"false\"");
+    reject("\"true\" or \"false\"");
 }
 
 int IntegerCodec::read(std::string_view text) const {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc::invalid_argument || end != text.data() + text.size()) fault("a whole number");
+    if (error == std::errc::invalid_argument || end != text.data() + text.size()) reject("a whole number");
     if (error != std::errc() || value < least || value > most) {
         outOfRange(std::to_string(least), std::to_string(most));
     }
@@ -130,7 +130,7 @@ int IntegerCodec::read(std::string_view text) const {
 
 double NumberCodec::read(std::string_view text) const {
     const double value = takeNumber(text, kNumberForm);
-    if (!text.empty()) fault(kNumberForm);
+    if (!text.empty()) reject(kNumberForm);
     if (value < least || value > most) outOfRange(shortest(least), shortest(most));
     return value;
 }
@@ -141,7 +141,7 @@ std::vector<double> NumberListCodec::read(std::string_view text) const {
     std::vector<double> values;
     for (std::string_view part : split(text)) {
         values.push_back(takeNumber(part, kNumberForm));
-        if (!part.empty()) fault(kNumberForm);
+        if (!part.empty()) reject(kNumberForm);
     }
     return values;
 }
@@ -191,7 +191,7 @@ Edges EdgesCodec::read(std::string_view text) const {
         const Micrometres all = length.read(parts[0]);
         return {all, all, all, all};
     }
-    if (parts.size() != 4) fault("one length, or four: left, top, right, bottom");
+    if (parts.size() != 4) reject("one length, or four: left, top, right, bottom");
     return {length.read(parts[0]), length.read(parts[1]), length.read(parts[2]), length.read(parts[3])};
 }
 
@@ -204,9 +204,9 @@ std::string EdgesCodec::write(const Edges& value) const {
 
 Color ColorCodec::read(std::string_view text) const {
     unsigned value = 0;
-    if (text.size() != 7 || text[0] != '#') fault(kColorForm);
+    if (text.size() != 7 || text[0] != '#') reject(kColorForm);
     const auto [end, error] = std::from_chars(text.data() + 1, text.data() + 7, value, 16);
-    if (error != std::errc() || end != text.data() + 7) fault(kColorForm);
+    if (error != std::errc() || end != text.data() + 7) reject(kColorForm);
     return {static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 8 & 0xFF),
             static_cast<std::uint8_t>(value & 0xFF)};
 }
@@ -220,7 +220,7 @@ std::string ColorCodec::write(const Color& value) const {
 BorderLine BorderLineCodec::read(std::string_view text) const {
     if (text == "none") return {};
     const std::vector<std::string_view> parts = split(text);
-    if (parts.empty() || parts.size() > 2) fault("\"none\", or a width and a colour like \"0.2mm #808080\"");
+    if (parts.empty() || parts.size() > 2) reject("\"none\", or a width and a colour like \"0.2mm #808080\"");
     BorderLine line{LengthCodec{0, 20'000}.read(parts[0]), {}};
     if (parts.size() == 2) line.color = ColorCodec{}.read(parts[1]);
     return line;
@@ -232,7 +232,7 @@ std::string BorderLineCodec::write(const BorderLine& value) const {
     return value.color == Color{} ? width : width + ' ' + ColorCodec{}.write(value.color);
 }
 
-std::string wordsFault(std::span<const std::string_view> words) {
+std::string wordsError(std::span<const std::string_view> words) {
     std::string text = "expected ";
     for (std::size_t i = 0; i < words.size(); ++i) {
         if (i > 0) text += i + 1 == words.size() ? " or " : ", ";
@@ -247,7 +247,7 @@ std::string readBase64(std::string_view text) {
     static constexpr std::string_view kExpected =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/= \t\r\n";
     // The decoder skips characters outside the alphabet.
-    if (text.find_first_not_of(kExpected) != std::string_view::npos) fault("Base64 text");
+    if (text.find_first_not_of(kExpected) != std::string_view::npos) reject("Base64 text");
     larkspur::ClkMemory bytes;
     larkspur::Base64_Decode(text.data(), static_cast<int>(text.size()), bytes);
     return {static_cast<const char*>(bytes.Data()), static_cast<std::size_t>(bytes.Size())};

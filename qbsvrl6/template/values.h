@@ -22,11 +22,11 @@
 namespace qbsvrl6 {
 
 // A text that is not a value of its type; what() describes one: "a length like \"12.5mm\"".
-class ValueFault : public std::runtime_error {
+class ValueError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Each codec has `Value read(std::string_view) const`, which raises ValueFault, and
+// Each codec has `Value read(std::string_view) const`, which raises ValueError, and
 // `std::string write(const Value&) const`; a written value reads as the same value.
 
 struct TextCodec {
@@ -35,7 +35,7 @@ struct TextCodec {
 };
 
 // What is wrong with an expression, without the expression.
-std::string expressionFault(const EngineError& error);
+std::string expressionError(const EngineError& error);
 
 // An expression, and a text with placeholders: only their grammar is checked, and the text is not changed.
 // Names and scopes are resolved when the report is exported.
@@ -110,7 +110,7 @@ struct Word {
     Enum value;
 };
 
-std::string wordsFault(std::span<const std::string_view> words);
+std::string wordsError(std::span<const std::string_view> words);
 
 // One of a few words, each with its value.
 template <class Enum>
@@ -123,7 +123,7 @@ struct WordCodec {
             if (word.text == text) return word.value;
             known.push_back(word.text);
         }
-        throw ValueFault(wordsFault(known));
+        throw ValueError(wordsError(known));
     }
     // A value without a word (the C interface accepts any number) is written as the first one.
     std::string write(Enum value) const {
@@ -134,7 +134,7 @@ struct WordCodec {
     }
 };
 
-// Base64; white space is skipped when reading. Raises ValueFault for any other character.
+// Base64; white space is skipped when reading. Raises ValueError for any other character.
 std::string readBase64(std::string_view text);
 std::string writeBase64(std::string_view bytes);
 

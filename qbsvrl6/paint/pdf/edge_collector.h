@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 class EdgeCollector {
 public:
     struct Line {
-        bool upright = false;
+        bool vertical = false;
         std::int64_t at = 0;  // x of a vertical line, y of a horizontal one
         std::int64_t from = 0;
         std::int64_t to = 0;  // at least `from`
@@ -24,8 +24,8 @@ public:
     };
 
     void add(const Line& line) {
-        std::vector<Line>& lines = line.upright ? upright_ : level_;
-        std::size_t& next = line.upright ? nextUpright_ : nextLevel_;
+        std::vector<Line>& lines = line.vertical ? vertical_ : horizontal_;
+        std::size_t& next = line.vertical ? nextVertical_ : nextHorizontal_;
         // Rows repeat their edges in the same order: the edge to lengthen is mostly the one after the last.
         const std::size_t tries = std::min<std::size_t>(lines.size(), kTries);
         for (std::size_t i = 0; i < tries; ++i) {
@@ -40,13 +40,13 @@ public:
         next = lines.size();
     }
 
-    const std::vector<Line>& upright() const { return upright_; }
-    const std::vector<Line>& level() const { return level_; }
-    bool empty() const { return upright_.empty() && level_.empty(); }
+    const std::vector<Line>& vertical() const { return vertical_; }
+    const std::vector<Line>& horizontal() const { return horizontal_; }
+    bool empty() const { return vertical_.empty() && horizontal_.empty(); }
     void clear() {
-        upright_.clear();
-        level_.clear();
-        nextUpright_ = nextLevel_ = 0;
+        vertical_.clear();
+        horizontal_.clear();
+        nextVertical_ = nextHorizontal_ = 0;
     }
 
 private:
@@ -63,8 +63,8 @@ private:
         return joins;
     }
 
-    std::vector<Line> upright_, level_;
-    std::size_t nextUpright_ = 0, nextLevel_ = 0;
+    std::vector<Line> vertical_, horizontal_;
+    std::size_t nextVertical_ = 0, nextHorizontal_ = 0;
 };
 
 }  // namespace qbsvrl6

@@ -42,7 +42,7 @@ void PdfCanvas::nextLayer() {
     // The shapes of the next layer begin with the state that the texts have set.
     shapeState_ = {textState_.color, textState_.boldColor, textState_.boldWidth, false};
     lineX_ = lineY_ = 0;
-    lineUpright_ = true;
+    linePlain_ = true;
 }
 
 void PdfCanvas::beginDecoration() {
@@ -86,7 +86,7 @@ void PdfCanvas::endClip() {
         text_.append("ET Q BT\n"sv);
         textState_ = textStateOutside_;
         lineX_ = lineY_ = 0;
-        lineUpright_ = true;
+        linePlain_ = true;
     }
     shapesClipped_ = textClipped_ = false;
     clip_.reset();
@@ -132,11 +132,11 @@ void PdfCanvas::flushFill() {
 }
 
 void PdfCanvas::edge(Point from, Point to, const BorderLine& line) {
-    const bool upright = from.x == to.x;
-    const std::int64_t at = upright ? unitsX(from.x) : unitsY(from.y);
-    const std::int64_t start = upright ? unitsY(from.y) : unitsX(from.x);
-    const std::int64_t end = upright ? unitsY(to.y) : unitsX(to.x);
-    edges_.add({upright, at, std::min(start, end), std::max(start, end),
+    const bool vertical = from.x == to.x;
+    const std::int64_t at = vertical ? unitsX(from.x) : unitsY(from.y);
+    const std::int64_t start = vertical ? unitsY(from.y) : unitsX(from.x);
+    const std::int64_t end = vertical ? unitsY(to.y) : unitsX(to.x);
+    edges_.add({vertical, at, std::min(start, end), std::max(start, end),
                 std::max<std::int64_t>(toUnits(line.width), 1), line.color});
 }
 
@@ -150,14 +150,14 @@ void PdfCanvas::flushEdges() {
         if (open && !same) shapes_.append("S\n"sv);
         setStroke(line.color, line.width, false);
         open = true;
-        if (line.upright) {
+        if (line.vertical) {
             shapes_.add(line.at, ' ', line.from, " m "sv, line.at, ' ', line.to, " l\n"sv);
         } else {
             shapes_.add(line.from, ' ', line.at, " m "sv, line.to, ' ', line.at, " l\n"sv);
         }
     };
-    for (const EdgeCollector::Line& line : edges_.level()) add(line);
-    for (const EdgeCollector::Line& line : edges_.upright()) add(line);
+    for (const EdgeCollector::Line& line : edges_.horizontal()) add(line);
+    for (const EdgeCollector::Line& line : edges_.vertical()) add(line);
     shapes_.append("S\n"sv);
     edges_.clear();
 }
@@ -287,7 +287,7 @@ void PdfCanvas::openTextClip() {
     openClip(text_);
     text_.append("BT\n"sv);
     lineX_ = lineY_ = 0;
-    lineUpright_ = true;
+    linePlain_ = true;
 }
 
 void PdfCanvas::setTextState(const PdfFont& font, const TextRun& run, bool bold) {
@@ -324,8 +324,8 @@ void PdfCanvas::setTextState(const PdfFont& font, const TextRun& run, bool bold)
 void PdfCanvas::moveTo(Point origin, Direction direction, bool italic) {
     const std::int64_t x = unitsX(origin.x);
     const std::int64_t y = unitsY(origin.y);
-    const bool upright = direction.isUpright() && !italic;
-    if (upright && lineUpright_) {
+    const bool plain = direction.isUnrotated() && !italic;
+    if (plain && linePlain_) {
         text_.add(x - lineX_, ' ', y - lineY_, " Td"sv);
     } else {
         // The axes of the text: along its direction, and up, with the slant.
@@ -338,7 +338,7 @@ void PdfCanvas::moveTo(Point origin, Direction direction, bool italic) {
             text_.append(' ');
         }
         text_.add(x, ' ', y, " Tm"sv);
-        lineUpright_ = upright;
+        linePlain_ = plain;
     }
     lineX_ = x;
     lineY_ = y;

@@ -103,7 +103,7 @@ private:
     TextState textState_;
     // Where the current text line starts, and whether its matrix has neither rotation nor slant.
     std::int64_t lineX_ = 0, lineY_ = 0;
-    bool lineUpright_ = true;
+    bool linePlain_ = true;
 
     std::optional<Rect> clip_;
     bool shapesClipped_ = false, textClipped_ = false;

@@ -89,9 +89,9 @@ private:
     GlyphMask draw(const Key& key) {
         FT_Face face = open(*key.face);
         if (face == nullptr || FT_Set_Char_Size(face, key.size, key.size, 72, 72) != 0) return {};
-        const bool upright = key.directionY == 0 && key.directionX > 0;
+        const bool unrotated = key.directionY == 0 && key.directionX > 0;
         // Unrotated text gets its horizontal strokes on whole rows of pixels; widths stay as measured.
-        const FT_Int32 hints = upright && !key.italic ? FT_LOAD_TARGET_LIGHT : FT_LOAD_NO_HINTING;
+        const FT_Int32 hints = unrotated && !key.italic ? FT_LOAD_TARGET_LIGHT : FT_LOAD_NO_HINTING;
         if (FT_Load_Glyph(face, key.glyph, FT_LOAD_NO_BITMAP | hints) != 0) return {};
         FT_GlyphSlot slot = face->glyph;
         if (slot->format != FT_GLYPH_FORMAT_OUTLINE) return {};
@@ -101,7 +101,7 @@ private:
             const FT_Matrix slant{toFixed(1), toFixed(kItalicSlant), 0, toFixed(1)};
             FT_Outline_Transform(&outline, &slant);
         }
-        if (!upright) {
+        if (!unrotated) {
             const FT_Matrix turn{key.directionX, key.directionY, -key.directionY, key.directionX};
             FT_Outline_Transform(&outline, &turn);
         }

@@ -141,13 +141,13 @@ void RasterCanvas::fillArea(Area area, Color color) {
 void RasterCanvas::fill(const Rect& rect, Color color) { fillArea(areaOf(rect), color); }
 
 // Horizontal and vertical lines are whole pixels, at least one, so that all lines of a table look the same.
-void RasterCanvas::strokeUpright(double at, double from, double to, double width, Color color) {
+void RasterCanvas::strokeVertical(double at, double from, double to, double width, Color color) {
     const int pixels = std::max(static_cast<int>(std::lround(std::clamp(toPixels(width), 1.0, 1e6))), 1);
     const int left = snapped(at) - pixels / 2;
     fillArea({left, snapped(from) - pixels / 2, left + pixels, snapped(to) - pixels / 2 + pixels}, color);
 }
 
-void RasterCanvas::strokeLevel(double at, double from, double to, double width, Color color) {
+void RasterCanvas::strokeHorizontal(double at, double from, double to, double width, Color color) {
     const int pixels = std::max(static_cast<int>(std::lround(std::clamp(toPixels(width), 1.0, 1e6))), 1);
     const int top = snapped(at) - pixels / 2;
     fillArea({snapped(from) - pixels / 2, top, snapped(to) - pixels / 2 + pixels, top + pixels}, color);
@@ -155,9 +155,9 @@ void RasterCanvas::strokeLevel(double at, double from, double to, double width, 
 
 void RasterCanvas::edge(Point from, Point to, const BorderLine& line) {
     if (from.x == to.x) {
-        strokeUpright(from.x, std::min(from.y, to.y), std::max(from.y, to.y), line.width, line.color);
+        strokeVertical(from.x, std::min(from.y, to.y), std::max(from.y, to.y), line.width, line.color);
     } else {
-        strokeLevel(from.y, std::min(from.x, to.x), std::max(from.x, to.x), line.width, line.color);
+        strokeHorizontal(from.y, std::min(from.x, to.x), std::max(from.x, to.x), line.width, line.color);
     }
 }
 
@@ -179,12 +179,12 @@ void RasterCanvas::line(Point from, Point to, const LineContent& line) {
         if (along) return toPixels(at);
         return std::round(toPixels(at) - width / 2) + std::round(width) / 2;
     };
-    const bool upright = from.x == to.x;
-    const bool level = from.y == to.y;
-    lib_.cairo_move_to(cairo, place(from.x, !upright), place(from.y, !level));
-    lib_.cairo_line_to(cairo, place(to.x, !upright), place(to.y, !level));
+    const bool vertical = from.x == to.x;
+    const bool horizontal = from.y == to.y;
+    lib_.cairo_move_to(cairo, place(from.x, !vertical), place(from.y, !horizontal));
+    lib_.cairo_line_to(cairo, place(to.x, !vertical), place(to.y, !horizontal));
     setColor(line.color);
-    lib_.cairo_set_line_width(cairo, upright || level ? std::round(width) : width);
+    lib_.cairo_set_line_width(cairo, vertical || horizontal ? std::round(width) : width);
     lib_.cairo_stroke(cairo);
     lib_.cairo_set_dash(cairo, nullptr, 0, 0);
 }
@@ -210,10 +210,10 @@ void RasterCanvas::box(const Rect& rect, const BoxContent& box) {
     if (radius <= 0) {
         if (box.fill) fill(rect, *box.fill);
         if (stroke) {
-            strokeLevel(rect.y, rect.x, rect.right(), box.line.width, *stroke);
-            strokeLevel(rect.bottom(), rect.x, rect.right(), box.line.width, *stroke);
-            strokeUpright(rect.x, rect.y, rect.bottom(), box.line.width, *stroke);
-            strokeUpright(rect.right(), rect.y, rect.bottom(), box.line.width, *stroke);
+            strokeHorizontal(rect.y, rect.x, rect.right(), box.line.width, *stroke);
+            strokeHorizontal(rect.bottom(), rect.x, rect.right(), box.line.width, *stroke);
+            strokeVertical(rect.x, rect.y, rect.bottom(), box.line.width, *stroke);
+            strokeVertical(rect.right(), rect.y, rect.bottom(), box.line.width, *stroke);
         }
         return;
     }
@@ -272,8 +272,8 @@ void RasterCanvas::path(const Drawing::Path& path, Point origin) {
 }
 
 void RasterCanvas::bar(Point from, Direction direction, double length, double thickness, Color color) {
-    if (direction.isUpright()) {
-        strokeLevel(from.y + thickness / 2, from.x, from.x + length, thickness, color);
+    if (direction.isUnrotated()) {
+        strokeHorizontal(from.y + thickness / 2, from.x, from.x + length, thickness, color);
         return;
     }
     cairo_t* cairo = this->cairo();
@@ -294,10 +294,10 @@ void RasterCanvas::text(const TextRun& run) {
     look.pixelsPerEm = em;
     look.directionX = run.direction.x;
     look.directionY = run.direction.y;
-    const bool upright = run.direction.isUpright();
+    const bool unrotated = run.direction.isUnrotated();
     double x = toPixels(run.origin.x);
     double y = toPixels(run.origin.y);
-    if (upright) y = std::round(y);
+    if (unrotated) y = std::round(y);
     constexpr double kFarthest = 1e6;
     for (const GlyphRun& part : run.shaped.runs) {
         look.member = &part.member;

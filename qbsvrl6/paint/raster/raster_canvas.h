@@ -74,8 +74,8 @@ private:
     int snapped(double micrometres) const;
     Area areaOf(const Rect& rect) const;
     void fillArea(Area area, Color color);
-    void strokeUpright(double at, double from, double to, double width, Color color);
-    void strokeLevel(double at, double from, double to, double width, Color color);
+    void strokeVertical(double at, double from, double to, double width, Color color);
+    void strokeHorizontal(double at, double from, double to, double width, Color color);
     void setColor(Color color, double opacity = 1);
     void paintPath(const std::optional<Color>& fill, double opacity, const std::optional<Color>& stroke,
                    double width);
