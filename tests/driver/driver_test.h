@@ -10,8 +10,8 @@
 #include "common/unicode.h"
 #include "driver/batches.h"
 #include "driver/sample_tree.h"
-#include "tests/driver/scratch_directory.h"
 #include "tests/engine/recording_engine.h"
+#include "tests/scratch_directory.h"
 
 inline std::string Join(const std::vector<std::string>& lines) {
     std::string text;

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <string>
 
-#include "tests/driver/scratch_directory.h"
+#include "tests/scratch_directory.h"
 #include "tests/source_directory.h"
 
 using namespace quillbrook;

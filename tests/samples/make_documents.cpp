@@ -1,7 +1,7 @@
 // Makes documents, also of the kinds that no batch makes:
 // make_documents SETUP OUT texts: of all samples HTM, RTF, TXT and CSV in the three layouts, and PDF
 // make_documents SETUP OUT workbooks: of all samples XLS and XLSX in the three layouts, and PDF
-// make_documents SETUP OUT formats: of all samples every format but pictures, in the environment's locale
+// make_documents SETUP OUT formats: of all samples every format, in the environment's locale
 // make_documents SETUP OUT TEMPLATE DATA: OUT.htm, OUT.rtf, OUT.txt and OUT.csv of one report
 #include <clocale>
 #include <cstring>
@@ -36,7 +36,7 @@ void makeSamples(std::string_view what) {
     if (what == "formats") {
         std::setlocale(LC_ALL, "");
         tasks.insert(tasks.end(), {&TaskExportXLS, &TaskExportXLSX, &TaskExportHTM, &TaskExportRTF,
-                                   &TaskExportTXT, &TaskExportCSV});
+                                   &TaskExportTXT, &TaskExportCSV, &TaskExportImgTif, &TaskExportImgPng});
     } else if (what == "workbooks") {
         addLayouts<QBExportType_XLS>(tasks);
         addLayouts<QBExportType_XLS, true>(tasks);

@@ -14,8 +14,8 @@
 #include "driver/events.h"
 #include "driver/sample_tree.h"
 #include "driver/samples.h"
-#include "tests/driver/scratch_directory.h"
 #include "tests/qbsvrl6/paint/programs.h"
+#include "tests/scratch_directory.h"
 #include "tests/source_directory.h"
 
 using namespace quillbrook;

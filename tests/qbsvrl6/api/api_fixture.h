@@ -9,6 +9,7 @@
 #include <string>
 
 #include "engine/qbsvr.h"
+#include "tests/scratch_directory.h"
 
 namespace api_test {
 
@@ -29,7 +30,7 @@ protected:
     bool exists(const std::string& name) const;
     std::u16string path(const std::string& name) const { return wide(directory_ + name); }
 
-    // What the engine has logged since the last call.
+    // What the engine has logged since the last call, without fonts that stand in for others.
     std::string takeLog();
 
     static std::string bytesOf(tagQBBinaryObject* object);
@@ -37,7 +38,11 @@ protected:
         return bytesOf(QBReportExportDirectToBinaryObject(report, type));
     }
 
-    std::string directory_;
+private:
+    ScratchDirectory scratch_;
+
+protected:
+    std::string directory_ = scratch_.path.string() + "/";
 
 private:
     std::filesystem::path before_;  // the working directory

@@ -245,6 +245,8 @@ TEST_F(ApiTest, HandlersCantPullTheReportAwayFromUnderItsExport) {
             QBReportLoadFromFile(other, path("bare.qbf").c_str());
             EXPECT_NE(exported(other, QBExportType_CSV), "(null)")
                 << "another report may be exported meanwhile";
+            QBObjectAssign(report, other);
+            EXPECT_NE(QBReportGetDetailGrid(report), nullptr) << "a report without a grid is assigned";
             QBAttachEventChartRequestData(report, new OnChart(journal));  // in the place of the running one
         }));
     EXPECT_NE(QBReportExportToBinaryObject(report), nullptr);

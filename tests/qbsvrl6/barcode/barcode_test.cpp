@@ -16,6 +16,7 @@
 
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
+#include "tests/scratch_directory.h"
 
 namespace qbsvrl6 {
 namespace {
@@ -57,12 +58,10 @@ std::string outputOf(const std::string& command) {
 // open length.
 std::string readBack(const BarcodeRequest& request) {
     const Size box = request.type < 50 ? Size{90'000, 25'000} : Size{60'000, 60'000};
-    const std::string path =
-        (std::filesystem::temp_directory_path() / ("barcode_test." + std::to_string(getpid()) + ".pgm"))
-            .string();
+    const ScratchDirectory scratch;
+    const std::string path = scratch.path / "symbol.pgm";
     saveAsPgm(drawBarcode(request, box), box, path);
     const std::string output = outputOf("ZXingReader " + path + " 2>/dev/null");
-    std::filesystem::remove(path);
     const std::size_t start = output.find("Text:");
     if (start == std::string::npos) return "unreadable: " + output;
     const std::size_t open = output.find('"', start);

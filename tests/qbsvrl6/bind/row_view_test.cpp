@@ -9,6 +9,7 @@
 
 #include "qbsvrl6/support/log.h"
 #include "tests/qbsvrl6/bind/sample_data.h"
+#include "tests/scratch_directory.h"
 
 namespace qbsvrl6 {
 namespace {
@@ -188,10 +189,8 @@ TEST(RowView, ReadsTextsAsNumbers) {
 }
 
 TEST(RowView, LogsTextsThatAreNoNumbers) {
-    char pattern[] = "/tmp/qbsvr-bind-XXXXXX";
-    const std::string directory = ::mkdtemp(&pattern[0]);
-    std::filesystem::create_directory(directory + "/log");
-    setLogSetupPath(directory);
+    const ScratchDirectory scratch;
+    setLogSetupPath(scratch.path);
     ReportDefinition report;
     report.fields = {{u"Due", DataType::Date, u""}, {u"Twice", DataType::Number, u"Amount * 2"}};
     report.parameters = {{u"Rate", DataType::Text, u"low"}};
@@ -212,7 +211,7 @@ TEST(RowView, LogsTextsThatAreNoNumbers) {
             EXPECT_EQ(orders.show(u"[" + std::u16string(expression) + u"]"), shown) << toUtf8(expression);
         }
     }
-    std::ifstream file(directory + "/log/qbsvrl6.log");
+    std::ifstream file(scratch.path / "log/qbsvrl6.log");
     std::string log;
     for (std::string line; std::getline(file, line);) {
         const std::size_t message =
@@ -226,7 +225,6 @@ TEST(RowView, LogsTextsThatAreNoNumbers) {
               "the field \"Due\" is not a date in 2 rows, first in row 3: \"2023-02-29\"; "
               "calculations treat it as empty\n"
               "the parameter \"Rate\" is not a number: \"low\"; calculations treat it as empty\n");
-    std::filesystem::remove_all(directory);
 }
 
 }  // namespace

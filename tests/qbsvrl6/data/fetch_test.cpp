@@ -13,6 +13,7 @@
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
+#include "tests/scratch_directory.h"
 
 namespace qbsvrl6 {
 namespace {
@@ -20,13 +21,10 @@ namespace {
 class FetchFile : public testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/qbsvr-fetch-XXXXXX";
-        directory_ = std::string(::mkdtemp(&pattern[0])) + "/";
         std::ofstream(directory_ + "数 据.txt") << "hello";
         std::ofstream(directory_ + "empty.txt") << "";
         ::mkfifo((directory_ + "pipe").c_str(), 0600);
     }
-    void TearDown() override { std::filesystem::remove_all(directory_); }
 
     std::string get(const std::string& address, std::size_t maxBytes = 5) {
         try {
@@ -38,7 +36,8 @@ protected:
         }
     }
 
-    std::string directory_;
+    ScratchDirectory scratch_;
+    std::string directory_ = scratch_.path.string() + "/";
 };
 
 TEST_F(FetchFile, ReadsRegularFilesUpToTheLimit) {

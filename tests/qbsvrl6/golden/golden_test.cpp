@@ -139,12 +139,11 @@ TEST(Golden, ReportsComeOutAsBefore) {
         if (expected.filename() == "template.qbf" || expected.filename() == "data.json") continue;
         if (!fs::exists(folder / "template.qbf")) continue;
         const std::string actual = viewOf(
-            {programs::readFile(folder / "template.qbf"), programs::readFile(folder / "data.json"), folder},
-            expected.filename());
+            {ReadFile(folder / "template.qbf"), ReadFile(folder / "data.json"), folder}, expected.filename());
         ++compared;
         if (updatesTests()) {
             std::ofstream(expected, std::ios::binary) << actual;
-        } else if (programs::readFile(expected) != actual) {
+        } else if (ReadFile(expected) != actual) {
             const TemporaryFile file(expected.filename(), actual);
             ADD_FAILURE() << run("diff -u '" + expected.string() + "' '" + file.path() + "'").output;
         }

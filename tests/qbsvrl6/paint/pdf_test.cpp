@@ -195,9 +195,11 @@ TEST(Pdf, PicturesKeepTheirKind) {
         bool mask;
     };
     const std::string photo =
-        programs::readFile(std::string(QBSVR_SOURCE_DIR) + "/samples/Samples/Data/Picture/Butterfly.jpg");
+        ReadFile(std::string(QBSVR_SOURCE_DIR) + "/samples/Samples/Data/Picture/Butterfly.jpg");
     const Case cases[] = {
         {"JPEG", photo, "rgb     3   8  jpeg", false},
+        {"JPEG in four colours", ReadFile(QBSVR_SOURCE_DIR "/fuzz/seeds/picture_fuzz/cmyk.jpg"),
+         "cmyk    4   8  jpeg", false},
         {"grey PNG", makePng(PNG_FORMAT_GRAY, 0), "gray    1   8  image", false},
         {"colour PNG", makePng(PNG_FORMAT_RGB, 0), "rgb     3   8  image", false},
         {"palette PNG", makePng(PNG_FORMAT_RGB_COLORMAP, 0), "index   1   8  image", false},

@@ -7,9 +7,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
+
+#include "tests/scratch_directory.h"
 
 namespace qbsvrl6::programs {
 
@@ -34,28 +34,16 @@ inline Outcome run(const std::string& command) {
 class TemporaryFile {
 public:
     TemporaryFile(const std::string& name, const std::string& bytes) {
-        std::string pattern = ::testing::TempDir() + "paintXXXXXX";
-        directory_ = ::mkdtemp(pattern.data());
-        path_ = directory_ + "/" + name;
-        std::ofstream(path_, std::ios::binary) << bytes;
+        path_ = scratch_.path / name;
+        WriteFile(path_, bytes);
     }
-    ~TemporaryFile() {
-        std::error_code ignored;
-        std::filesystem::remove_all(directory_, ignored);
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const std::string& path() const { return path_; }
 
 private:
-    std::string directory_, path_;
+    ScratchDirectory scratch_;
+    std::string path_;
 };
-
-inline std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 }  // namespace qbsvrl6::programs
 

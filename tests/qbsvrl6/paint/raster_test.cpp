@@ -170,7 +170,7 @@ TEST(Raster, MatchesThePdfOfTheSamePages) {
     const programs::TemporaryFile file("a.pdf", pdf);
     const std::string drawn = file.path() + ".png";
     ASSERT_EQ(programs::run("pdftoppm -r 100 -png -singlefile " + file.path() + " " + file.path()).status, 0);
-    const Pixels theirs = decodePng(programs::readFile(drawn));
+    const Pixels theirs = decodePng(ReadFile(drawn));
     const Pixels ours = decodePng(png);
     ASSERT_EQ(ours.width, theirs.width);
     ASSERT_LE(std::abs(ours.height - theirs.height), 1);
@@ -254,8 +254,7 @@ TEST(Raster, PagesAndResolution) {
 
 TEST(Raster, PicturesAreDrawn) {
     const std::string root = QBSVR_SOURCE_DIR;
-    const auto picture =
-        loadPicture(programs::readFile(root + "/fuzz/seeds/picture_fuzz/color.jpg"), "no white in it");
+    const auto picture = loadPicture(ReadFile(root + "/fuzz/seeds/picture_fuzz/color.jpg"), "no white in it");
     const Pixels whole = decodePicture(*picture);
     const Pixels drawn =
         decodePng(image(makePngWriter, {one(handmade::other({10'000, 5'000, 20'000, 10'000},
@@ -270,7 +269,7 @@ TEST(Raster, PicturesAreDrawn) {
     };
     EXPECT_NEAR(mean(drawn, {100, 50, 200, 100}), mean(whole, {0, 0, whole.width, whole.height}), 3);
 
-    const std::string photo = programs::readFile(root + "/samples/Samples/Data/Picture/Butterfly.jpg");
+    const std::string photo = ReadFile(root + "/samples/Samples/Data/Picture/Butterfly.jpg");
     // One that is cut short is drawn as far as it goes or left out; the page comes either way.
     for (const std::size_t length : {photo.size() / 2, photo.size() - 1, std::size_t{700}}) {
         std::shared_ptr<const Picture> cut;

@@ -39,21 +39,28 @@ std::string frame(int code, unsigned width, unsigned height, int channels, int b
 std::string jpeg(const std::string& segments) { return "\xFF\xD8" + segments; }
 
 TEST(Picture, HeadsAreRead) {
-    const std::string jfif =
-        std::string("JFIF\0\1\1\1", 8) + big(300, 2) + big(300, 2) + std::string(2, '\0');
+    const auto jfif = [](const char* unit) {
+        return std::string("JFIF\0\1\1", 7) + unit + big(200, 2) + big(200, 2) + std::string(2, '\0');
+    };
     const std::string exif(40, '\xC0');
     struct Case {
         const char* name;
         std::string bytes;
         int width, height, channels;
         double dotsPerInch;
+        bool inverted = false;
     };
     const Case cases[] = {
         {"PNG", png(640, 480), 640, 480, 3, 96},
         {"JPEG", jpeg(frame(0xC0, 640, 480, 3)), 640, 480, 3, 96},
         {"JPEG behind other segments",
-         jpeg(segment(0xE0, jfif) + segment(0xE1, exif) + "\xFF" + frame(0xC2, 3, 2, 1)), 3, 2, 1, 300},
-        {"JPEG in four colours", jpeg(segment(0xEE, "Adobe") + frame(0xC1, 3, 2, 4)), 3, 2, 4, 96},
+         jpeg(segment(0xE0, jfif("\1")) + segment(0xE1, exif) + "\xFF" + frame(0xC2, 3, 2, 1)), 3, 2, 1, 200},
+        {"JPEG with dots per centimetre", jpeg(segment(0xE0, jfif("\2")) + frame(0xC0, 3, 2, 1)), 3, 2, 1,
+         508},
+        {"JPEG in four colours", jpeg(segment(0xEE, "Adobe") + frame(0xC1, 3, 2, 4)), 3, 2, 4, 96, true},
+        {"JPEG in three, by the same program", jpeg(segment(0xEE, "Adobe") + frame(0xC1, 3, 2, 3)), 3, 2, 3,
+         96},
+        {"JPEG in four colours as they are", jpeg(frame(0xC1, 3, 2, 4)), 3, 2, 4, 96},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -62,6 +69,7 @@ TEST(Picture, HeadsAreRead) {
         EXPECT_EQ(picture->pixelHeight, c.height);
         EXPECT_EQ(picture->channels, c.channels);
         EXPECT_NEAR(picture->dotsPerInch, c.dotsPerInch, 0.01);
+        EXPECT_EQ(picture->inverted, c.inverted);
         EXPECT_EQ(picture->bytes, c.bytes);
         EXPECT_EQ(picture->id, loadPicture(c.bytes, "y")->id);
         EXPECT_NE(picture->id, loadPicture(c.bytes + "x", "y")->id);

@@ -7,6 +7,7 @@
 
 #include "qbsvrl6/support/log.h"
 #include "sheet_fixture.h"
+#include "tests/scratch_directory.h"
 
 namespace qbsvrl6 {
 namespace {
@@ -163,20 +164,18 @@ TEST(CellGrid, TakesEachRowAsItIs) {
 }
 
 TEST(CellGrid, LogsWhatCouldNotStay) {
-    char pattern[] = "/tmp/qbsvr-sheet-XXXXXX";
-    const std::string directory = ::mkdtemp(&pattern[0]);
-    setLogSetupPath(directory);
+    const ScratchDirectory scratch;
+    setLogSetupPath(scratch.path);
     Item slanted;
     slanted.box = {0, 0, 20 * kMm, 20 * kMm};
     slanted.content = LineItem{};
     cells({0, 30, 60}, bandOf(BandKind::ReportHeader, 20,
                               {textAt({0, 0, 60, 6}, u"first"), textAt({0, 0, 30, 6}, u"second"), slanted}));
-    std::ifstream log(directory + "/log/qbsvrl6.log");
-    const std::string text{std::istreambuf_iterator<char>(log), {}};
+    const std::string text = ReadFile(scratch.path / "log/qbsvrl6.log");
+    setLogSetupPath("");
     EXPECT_NE(text.find("1 items overlap"), std::string::npos) << text;
     EXPECT_NE(text.find("\"second\""), std::string::npos) << text;
     EXPECT_NE(text.find("1 lines, slanted or shorter"), std::string::npos) << text;
-    std::filesystem::remove_all(directory);
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
+#include "tests/scratch_directory.h"
 
 namespace qbsvrl6 {
 namespace {
@@ -27,22 +28,12 @@ namespace fs = std::filesystem;
 
 class InDirectory : public testing::Test {
 protected:
-    InDirectory() {
-        char pattern[] = "/tmp/qbsvr-support-XXXXXX";
-        directory_ = std::string(::mkdtemp(&pattern[0])) + "/";
-    }
-    ~InDirectory() override { fs::remove_all(directory_); }
-
-    static std::string contents(const fs::path& path) {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
     std::size_t fileCount() const {
         return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory_), {}));
     }
 
-    std::string directory_;
+    ScratchDirectory scratch_;
+    std::string directory_ = scratch_.path.string() + "/";
 };
 
 // Nothing but the call itself reads the zone, which may change while the process runs.
@@ -165,7 +156,7 @@ TEST_F(InDirectory, WritesWholeFilesAndLeavesNothingElse) {
     writeFile(path, "first");
     ::chmod(path.c_str(), 0640);
     writeFile(path, "second");
-    EXPECT_EQ(contents(path), "second");
+    EXPECT_EQ(ReadFile(path), "second");
     EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
     EXPECT_EQ(std::distance(fs::directory_iterator(directory_ + "a/b"), {}), 1);
 }
@@ -192,7 +183,7 @@ TEST_F(InDirectory, TellsWhyAFileCantBeReadOrWritten) {
     EXPECT_EQ(codeOf([&] { writeFile("", "x"); }), ErrorCode::FileUnwritable);
     EXPECT_EQ(codeOf([&] { writeFile(directory_, "x"); }), ErrorCode::FileUnwritable);
 
-    EXPECT_EQ(contents(directory_ + "file"), "12345");
+    EXPECT_EQ(ReadFile(directory_ + "file"), "12345");
     EXPECT_EQ(fileCount(), 2u);
 }
 
@@ -206,7 +197,7 @@ TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
         });
     }
     for (std::thread& thread : threads) thread.join();
-    std::istringstream log(contents(directory_ + "log/qbsvrl6.log"));
+    std::istringstream log(ReadFile(directory_ + "log/qbsvrl6.log"));
     int count = 0, withSubject = 0;
     for (std::string line; std::getline(log, line); ++count) {
         EXPECT_NE(line.find(" error "), std::string::npos) << line;
@@ -219,7 +210,7 @@ TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
     std::string endless = "x";
     for (int i = 0; i < 10'000; ++i) endless += "中";
     logError(endless);
-    const std::string all = contents(directory_ + "log/qbsvrl6.log");
+    const std::string all = ReadFile(directory_ + "log/qbsvrl6.log");
     const std::string last = all.substr(all.rfind('\n', all.size() - 2));
     EXPECT_TRUE(last.size() < 5'000 && last.ends_with("中...\n")) << last;
 }
@@ -228,12 +219,12 @@ TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
     ::setenv("XDG_STATE_HOME", (directory_ + "state").c_str(), 1);
     setLogSetupPath("/dev/null");
     logWarning("elsewhere");
-    EXPECT_NE(contents(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" elsewhere"), std::string::npos);
+    EXPECT_NE(ReadFile(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" elsewhere"), std::string::npos);
     // A mistyped set-up folder isn't made, and no link is followed, be it the file or its folder.
     setLogSetupPath(directory_ + "mistyped");
     logWarning("mistyped");
     EXPECT_FALSE(fs::exists(directory_ + "mistyped"));
-    EXPECT_NE(contents(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" mistyped"), std::string::npos);
+    EXPECT_NE(ReadFile(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" mistyped"), std::string::npos);
     for (const char* planted : {"a/log/qbsvrl6.log", "b/log"}) {
         const fs::path link = directory_ + planted;
         fs::create_directories(link.parent_path());

@@ -10,7 +10,7 @@
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/template/template_io.h"
 #include "tests/cases.h"
-#include "tests/driver/scratch_directory.h"
+#include "tests/scratch_directory.h"
 #include "tests/source_directory.h"
 
 namespace qbsvrl6 {

@@ -13,6 +13,7 @@
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/template_io.h"
+#include "tests/scratch_directory.h"
 #include "tests/source_directory.h"
 
 namespace qbsvrl6 {
@@ -21,12 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kEverything = QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/everything.qbf";
-
-std::string contents(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 std::string encoded(const std::string& utf8, const char* encoding) {
     iconv_t converter = iconv_open(encoding, "UTF-8");
@@ -44,13 +39,13 @@ std::string encoded(const std::string& utf8, const char* encoding) {
 // The file sets every attribute and child that the format knows to something that isn't its default, and is
 // in the form that the engine saves, so that whatever gets lost on the way shows.
 TEST(TemplateRoundTrip, KeepsEverything) {
-    const std::string file = contents(kEverything);
+    const std::string file = ReadFile(kEverything);
     ASSERT_FALSE(file.empty());
     EXPECT_EQ(writeTemplate(readTemplate(file, "everything")), file);
 }
 
 TEST(TemplateRoundTrip, CopiesKeepEverything) {
-    const std::string file = contents(kEverything);
+    const std::string file = ReadFile(kEverything);
     const auto original = std::make_unique<ReportDefinition>(readTemplate(file, "everything"));
     ReportDefinition copy = *original;
     // The copy shares nothing that can change.
@@ -104,7 +99,7 @@ TEST(TemplateRoundTrip, SavesTheNumbersThatReplaceRows) {
 }
 
 TEST(TemplateRoundTrip, ReadsOtherEncodings) {
-    const std::string expected = contents(kEverything);
+    const std::string expected = ReadFile(kEverything);
     const auto replaced = [](std::string text, const std::string& from, const std::string& to) {
         for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
             text.replace(at, from.size(), to);
@@ -176,8 +171,8 @@ std::vector<std::string> namedFiles(const ReportDefinition& report) {
 }
 
 TEST(TemplateFiles, SavedElsewhereNameTheSameFiles) {
-    char pattern[] = "/tmp/qbsvr-template-XXXXXX";
-    const std::string directory = std::string(::mkdtemp(&pattern[0])) + "/";
+    const ScratchDirectory scratch;
+    const std::string directory = scratch.path.string() + "/";
     ReportDefinition report = loadTemplate(kEverything);
     const Address background = report.backgroundPicture;
     report.backgroundPicture = {u"back.png", ""};
@@ -190,8 +185,7 @@ TEST(TemplateFiles, SavedElsewhereNameTheSameFiles) {
     saveTemplate(report, directory + "a.qbf");
     EXPECT_EQ(
         writeTemplate(loadTemplate(directory + "a.qbf"), fs::path(kEverything).parent_path().string() + "/"),
-        contents(kEverything));
-    fs::remove_all(directory);
+        ReadFile(kEverything));
 }
 
 // The schema beside the format's description accepts what the engine writes.

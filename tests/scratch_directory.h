@@ -1,6 +1,6 @@
 // A directory for one test, gone with it, and the files in it.
-#ifndef QBSVR_TESTS_DRIVER_SCRATCH_DIRECTORY_H
-#define QBSVR_TESTS_DRIVER_SCRATCH_DIRECTORY_H
+#ifndef QBSVR_TESTS_SCRATCH_DIRECTORY_H
+#define QBSVR_TESTS_SCRATCH_DIRECTORY_H
 
 #include <algorithm>
 #include <cstdlib>
