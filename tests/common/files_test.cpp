@@ -107,7 +107,7 @@ TEST(Paths, Join) {
         {u"C", u"d/", u"n", u"e", u"C:/d/n.e"},
         {u"C:", u"/d/", u"n", u".e", u"C:/d/n.e"},
         {nullptr, nullptr, u"n", nullptr, u"n"},
-        // What follows a directory without "/" lies behind a zero unit.
+        // What follows a directory without "/" follows a zero unit.
         {u"", u"d", u"n", u"e", lkstr(u"d/\0n.e", 6)},
     };
     for (const Case& c : cases) {
@@ -358,7 +358,7 @@ TEST_F(Files, TextFilesKeepTheirEncoding) {
         SaveStrToTextFile(u"", 0, static_cast<TextEncodeMode>(mode), Path(u"e.txt").c_str());
         EXPECT_EQ(Load(u"e.txt"), "") << mode;
     }
-    // Units at an odd address, and nothing behind the block.
+    // Units at an odd address, and nothing after the block.
     const std::vector<char> block = {0, '\xFF', '\xFE', 'a', 0};
     lkstr text;
     auto mode = TextEncodeUtf8;

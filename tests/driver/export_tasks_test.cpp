@@ -169,7 +169,7 @@ TEST_F(ExportTasks, AnUnwritableFileEndsTheTaskWithoutALine) {
     EXPECT_EQ(TaskCalls().find("QBReportUnprepareExport"), std::string::npos);
 }
 
-// The cell formats' own stand in the files of the table.
+// Those of the cell formats are in the files of the table.
 TEST_F(ExportTasks, OtherTypesHaveNoExtension) {
     EXPECT_EQ(ExportExtFileName(QBExportType_PDF), L"pdf");
     for (const int type : {0, 7, 8})

@@ -13,7 +13,7 @@
 namespace {
 
 struct Finished {
-    int status = 0;  // as waitpid tells it
+    int status = 0;  // as waitpid reports it
     std::string output;
     std::string errors;
     std::string record;  // the calls and broken promises of the recording engine
@@ -227,7 +227,7 @@ TEST_F(Program, AbnormalEndsSayWhyAndLoseNoLine) {
     const struct {
         std::string list;  // empty for none
         std::string words;
-        std::string output;  // all that may stand on standard output
+        std::string output;  // all that standard output may hold
         std::string lastCall;
         std::string error;
         std::string fail = "";

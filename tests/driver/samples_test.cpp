@@ -22,7 +22,7 @@ std::string LoadFailed(const std::string& path) { return "载入报表模板文�
 // null.
 enum WithoutReport { kEnds, kEndsAndReleases, kGoesOn };
 
-// What the samples make is tested over the embedded engine, in tests/samples/scenarios_test.cpp. Here stands
+// What the samples make is tested over the embedded engine, in tests/samples/scenarios_test.cpp. Here is
 // what shows in no document.
 struct SampleCase {
     const char* name;
@@ -150,7 +150,7 @@ TEST_F(Samples, AChartWithoutDataEndsTheProcess) {
     EXPECT_DEATH(TestChartLoadDataFromURL(), "QBReportExtractXMLFromURL gave no text");
 }
 
-// A text that the engine doesn't give is an exception that nothing catches, ahead of any further line.
+// A text that the engine doesn't give is an exception that nothing catches, before any further line.
 TEST_F(Samples, NullTextsRaise) {
     const struct {
         const char* function;

@@ -168,7 +168,7 @@ void Node::Fill(const Template& content) {
     for (const std::u16string& chart : content.charts) charts.emplace_back(Add("chart"))->value = chart;
 }
 
-// Runs the handlers as an export does; null if this export is told to fail.
+// Runs the handlers as an export does; null if this export is to fail.
 Node* Node::Export(const char* function) {
     EndDocument();
     if (initialize) initialize->Execute();
@@ -219,7 +219,7 @@ void Record(const std::string& function, Node* node, const std::string& text) {
     if (function != "QBRecordsetSetConnectionString") node->text.reset();
 }
 
-// Whether the call has something to act on and isn't told to fail.
+// Whether the call has something to act on and is not to fail.
 template <class... Arguments>
 bool Call(const char* function, Arguments... arguments) {
     std::ostringstream out;
@@ -286,7 +286,7 @@ void Release(Node* report) {
     report->chartRequestData.reset();
 }
 
-// Also a load that is told to fail, so that a caller who goes on can be followed.
+// Also a load that is to fail, so that a caller who goes on can be followed.
 void Load(Node* report, const lkchar* path) {
     if (!report) return;
     report->EndDocument();

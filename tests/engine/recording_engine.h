@@ -1,9 +1,9 @@
-// An engine for tests: a libqbsvrl6.so that renders nothing, writes down every call, answers as it is told,
-// and finds broken promises: a call ahead of QBInitConfig, after a report's release or on another thread than
+// An engine for tests: a libqbsvrl6.so that renders nothing, records every call, answers as it is set up,
+// and finds broken promises: a call before QBInitConfig, after a report's release or on another thread than
 // its own, and a report that is never released.
 //
 // A call reads `QBReportLoadFromFile(report1, "/x/a.qbf")`. Reports are numbered as they are created; what
-// hangs from a report bears its name in front: report1.grid, report1.control2, report1.sub1.
+// hangs from a report is named after it: report1.grid, report1.control2, report1.sub1.
 //
 // A test that links the library steers it by the functions below. A program that merely runs on it is steered
 // by its environment:
@@ -33,11 +33,10 @@ struct Template {
 QBSVR_API void Reset(bool configured);
 
 // Makes a function give null or false where the shell pattern fits: the path that it is given, otherwise the
-// path of the report's template, otherwise (QBReportCreate) the name that the report would bear.
+// path of the report's template, otherwise (QBReportCreate) the name that the report would have.
 QBSVR_API void Fail(const std::string& function, const std::string& pattern);
 
-// The template behind all paths that fit the pattern; the last one told wins, and Template() is behind the
-// rest.
+// The template of all paths that fit the pattern; the last one set wins, and the rest have Template().
 QBSVR_API void SetTemplate(const std::string& pattern, const Template& content);
 
 // All calls since the last Reset, in their order.

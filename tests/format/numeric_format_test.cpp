@@ -95,7 +95,7 @@ TEST(NumericFormat, TextsParseToKindsAndSections) {
     };
     Parser parser;
     for (const auto& c : cases) {
-        parser.Parse(u"1;2;3");  // leaves nothing behind
+        parser.Parse(u"1;2;3");  // leaves nothing of it
         parser.Parse(c.text);
         str forms = i2str(parser.m_Kind) + " " + describe(parser.m_Normal);
         if (parser.m_Negative) forms += " neg " + describe(*parser.m_Negative);
@@ -105,7 +105,7 @@ TEST(NumericFormat, TextsParseToKindsAndSections) {
     }
 }
 
-// What single sections do is told by the reference in numeric_reference_test.cpp; here stand examples of it,
+// What single sections do is documented by the reference in numeric_reference_test.cpp; here are examples of it,
 // and what it leaves out.
 TEST(NumericFormat, RendersNumbers) {
     const YuanCurrency currency;

@@ -54,7 +54,7 @@ TEST(FixedDigits, AreThoseOfFcvt) {
 }
 
 // The exact decimals of a finite value, rounded half to even by hand: digits without a point. The point
-// stands ahead of the last `decimals` of them.
+// is before the last `decimals` of them.
 str exactDigits(double value, int decimals) {
     char exact[1500];
     std::snprintf(exact, sizeof exact, "%.1100f", std::fabs(value));
@@ -165,7 +165,7 @@ TEST(NumericFormat, RendersAsTheReference) {
         }
         // What regeneration gives, it gives again for itself, unless the section has what it is known to
         // lose: a sign next to a blank, all commas but the first, and for a group without decimals what
-        // stands behind it.
+        // follows it.
         const lkstr text = parser.GetFormatText();
         const Analyser& n = parser.m_Normal;
         if (n.m_Space || !n.m_SignLeading || n.m_TextColor != 0 || n.m_Exponent) continue;

@@ -16,7 +16,7 @@ auto OnExactUnits(const lkstr& text, Function function) {
     return function(units.data(), Size(text));
 }
 
-// Units ahead of the position, or -1 for none.
+// Units before the position, or -1 for none.
 std::ptrdiff_t FindEnd(const lkchar* (*find)(const lkchar*, int), const lkstr& text) {
     return OnExactUnits(text, [find](const lkchar* p, int n) {
         const lkchar* end = find(p, n);

@@ -80,7 +80,7 @@ TEST(JsonTree, ReadsTheDialect) {
     EXPECT_TRUE(json.Root().Items().empty());
 }
 
-// A fault leaves what was read ahead of it.
+// An error leaves what was read before it.
 TEST(JsonTree, TellsFaults) {
     const lkchar* const kData = u"。\\r\\n数据：";
     const lkchar* const kNoQuote = u"此位置预料的 '\"' 字符没有出现";

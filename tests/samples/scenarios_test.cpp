@@ -82,7 +82,7 @@ private:
     ScratchDirectory scratch_;
 };
 
-// A file that a scenario writes: what it starts with, and what stands in it, as text where it is a PDF.
+// A file that a scenario writes: what it starts with, and what it holds, as text where it is a PDF.
 struct Written {
     std::string name, start, text;
 };

@@ -23,7 +23,7 @@ namespace {
 
 constexpr double kPixel = 100;  // micrometres
 
-// A grey picture, as a PGM file, of a drawing that is made of upright rectangles.
+// A grey picture, as a PGM file, of a drawing that is made of rectangles.
 void saveAsPgm(const Drawing& drawing, Size box, const std::string& path) {
     const auto width = static_cast<std::size_t>(box.width / kPixel);
     const auto height = static_cast<std::size_t>(box.height / kPixel);
@@ -54,7 +54,7 @@ std::string outputOf(const std::string& command) {
     return output;
 }
 
-// The line "Text: ..." of the reader, which shows identifiers without brackets and GS (29) behind those of
+// The line "Text: ..." of the reader, which shows identifiers without brackets and GS (29) after those of
 // open length.
 std::string readBack(const BarcodeRequest& request) {
     const Size box = request.type < 50 ? Size{90'000, 25'000} : Size{60'000, 60'000};

@@ -63,7 +63,7 @@ TEST(Placeholder, StandsInTexts) {
         {u"[Paid]", "否", 1},
         {u"[Count:{2=两个,4=四个}]", "两个"},
         {u"[No]", "12345678901234567890", 4},
-        {u"[1:.E+0]", ".E+1"},  // no places ahead of the exponent
+        {u"[1:.E+0]", ".E+1"},  // no places before the exponent
         // Texts that read as what the format is for.
         {u"['2024-03-05':M/d]", "03-05"},
         {u"['1234.5':#,##0.00]", "1,234.50"},

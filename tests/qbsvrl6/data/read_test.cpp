@@ -163,7 +163,7 @@ TEST(ReadData, RefusesWhatPassesALimit) {
     EXPECT_NE(read(wide + "]").find("more than 16384 columns"), std::string::npos);
 }
 
-// A cut file is told as such wherever it is cut, and never read beyond.
+// A cut file is reported as such wherever it is cut, and never read beyond.
 TEST(ReadData, RefusesEveryTruncation) {
     const std::string json =
         R"({"t":[{"a":"\u4e2dx","b":-1.5e3,"c":[true,{"d":null}]},{"a":"y"}],"p":{"q":false}})";

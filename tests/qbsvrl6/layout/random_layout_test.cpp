@@ -1,4 +1,4 @@
-// What holds for every report: rows come whole, once and in order, and pages hold what stands on them.
+// What holds for every report: rows come whole, once and in order, and pages hold what is on them.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -121,7 +121,7 @@ void checkPages(const RecordingSink& sink, const ReportDefinition& report, const
             if (recorded.band.kind == BandKind::PageHeader) headerBottom = recorded.y + recorded.band.height;
             if (recorded.band.kind == BandKind::PageFooter) footerTop = recorded.y;
         }
-        std::map<Micrometres, Micrometres> bottoms;  // by x, since columns of detail stand side by side
+        std::map<Micrometres, Micrometres> bottoms;  // by x, since columns of detail are side by side
         for (const auto& recorded : page) {
             const Band& band = recorded.band;
             if (band.kind == BandKind::PageHeader || band.kind == BandKind::PageFooter) continue;
@@ -155,7 +155,7 @@ TEST(RandomLayout, LosesNothingAndOverlapsNothing) {
     }
 }
 
-// Where every text stands, in which size, and whether it wraps.
+// Where every text is, in which size, and whether it wraps.
 std::string places(const RecordingSink& sink) {
     std::string all;
     for (const auto& page : sink.pages) {

@@ -26,7 +26,7 @@ public:
     void endPage() override;
     void finish(PendingTexts& pending) override;
 
-    // The texts of each page in order, apart by blanks: "Title 1 2 3".
+    // The texts of each page in order, separated by spaces: "Title 1 2 3".
     std::vector<std::string> pageTexts() const;
     std::string everything() const;
 

@@ -148,7 +148,7 @@ TEST(TemplateRoundTrip, RefusesToSaveWhatCouldNotBeLoaded) {
     EXPECT_THROW(writeTemplate(report), EngineError);
 }
 
-// The files and folders behind the queries, the background and the pictures.
+// The files and folders of the queries, the background and the pictures.
 std::vector<std::string> namedFiles(const ReportDefinition& report) {
     std::vector<std::string> files;
     const auto add = [&](const std::string& path) {
