@@ -4,9 +4,10 @@ target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
     $<$<CONFIG:Debug>:-O1;-g1>)
 
-# GCC 12 takes joined strings for overlapping copies (GCC bug 105651).
+# GCC 12 takes joined strings for overlapping copies (GCC bug 105651), and the payload of an empty std::optional
+# or std::variant for an uninitialized value that is used (GCC bug 80635).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  target_compile_options(project_options INTERFACE -Wno-restrict)
+  target_compile_options(project_options INTERFACE -Wno-restrict -Wno-maybe-uninitialized)
 endif()
 
 if(QBSVR_SANITIZE)
