@@ -188,7 +188,9 @@ Micrometres detailWidth(const PageSetup& page) {
 }
 
 Micrometres lastDetailColumn(const PageSetup& page) {
-    return (detailColumns(page) - 1) * (detailWidth(page) + std::max<Micrometres>(page.columnGap, 0));
+    const int columns = detailColumns(page);
+    if (columns == 1) return 0;  // whatever the gap
+    return (columns - 1) * (detailWidth(page) + std::max<Micrometres>(page.columnGap, 0));
 }
 
 }  // namespace qbsvrl6

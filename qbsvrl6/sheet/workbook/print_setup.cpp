@@ -43,7 +43,8 @@ void appendFont(std::u16string& out, const Item& item) {
         out += static_cast<char16_t>(digit);
     }
     out += u"&\"";
-    const std::u16string_view family = item.style == nullptr ? u"" : item.style->fontFamily;
+    std::u16string_view family;
+    if (item.style != nullptr) family = item.style->fontFamily;
     const bool isSafe = !family.empty() && family.find_first_of(u"\",&") == family.npos;
     out += isSafe ? family : u"-";
     const bool bold = item.style != nullptr && item.style->bold;
