@@ -219,7 +219,7 @@ void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {
                       "bad expression \"" + toUtf8(text.substr(0, 200)) + "\", column " +
                           std::to_string(aggregate.scopeColumn) + ": there is no group named \"" +
                           toUtf8(aggregate.scopeName) + "\"",
-                      {"", 0, static_cast<int>(aggregate.scopeColumn)});
+                      {"", {0, static_cast<int>(aggregate.scopeColumn)}});
 }
 
 const FilterIndex* Binding::filterIndex() const {

@@ -30,7 +30,7 @@ void Lexer::fail(const char* message, std::size_t column) const {
     const std::string shown = toUtf8(text_.substr(0, kShown)) + (text_.size() > kShown ? "..." : "");
     throw EngineError(ErrorCode::BadExpression,
                       "bad expression \"" + shown + "\", column " + std::to_string(column) + ": " + message,
-                      {"", 0, static_cast<int>(std::min<std::size_t>(column, 1'000'000'000))});
+                      {"", {0, static_cast<int>(std::min<std::size_t>(column, 1'000'000'000))}});
 }
 
 Token Lexer::next() {

@@ -45,7 +45,7 @@ std::size_t expressionEnd(std::u16string_view text, std::size_t start) {
                       "bad text \"" + toUtf8(text.substr(0, kShown)) + "\", column " +
                           std::to_string(open + 1) +
                           ": the placeholder has no \"]\" (a \"[\" of the text itself is written \"[[\")",
-                      {"", 0, static_cast<int>(open + 1)});
+                      {"", {0, static_cast<int>(open + 1)}});
 }
 
 // A program that counts pages itself shows plain digits: other formats and calculations are text.

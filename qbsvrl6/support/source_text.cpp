@@ -117,7 +117,7 @@ void SourceText::readDeclared() {
                                     [&](const KnownEncoding& encoding) { return encoding.name == name; });
     if (known == kEncodings.end()) {
         throw EngineError(ErrorCode::NotSupported, "the encoding \"" + name + "\" is not supported",
-                          {origin_, 1, 1});
+                          {origin_, {1, 1}});
     }
     if (known->converter == nullptr) return checkUtf8();
     const std::string encoded = std::exchange(text_, {});
