@@ -29,7 +29,7 @@ const std::string& Bytes() {
     return bytes;
 }
 
-// The Base64 of the bytes, with a line end behind each lineLength characters when that isn't 0.
+// The Base64 of the bytes, with a line end after each lineLength characters when that isn't 0.
 std::string Encoded(std::size_t lineLength) {
     const std::string text = larkspur::Base64_Encode(Bytes().data(), kSize);
     if (lineLength == 0) return text;

@@ -218,7 +218,7 @@ void ReadingTheData(benchmark::State& state) {
 }
 BENCHMARK(ReadingTheData)->Arg(5'000)->Arg(50'000)->Unit(benchmark::kMillisecond);
 
-// What stands around the cells of a document.
+// The text around the cells of a document.
 struct Frame {
     std::string_view row, cell, behindCell, behindRow;
 };

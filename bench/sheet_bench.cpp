@@ -156,7 +156,7 @@ void Kind(benchmark::State& state, Maker make, const char* last) {
         bytes = output.size();
         benchmark::DoNotOptimize(output.data());
     }
-    // A text of the last row is there, or the document is packed and stands whole.
+    // A text of the last row is there, or the document is compressed and complete.
     const std::string output = document(make);
     if (output.find(last) == std::string::npos) state.SkipWithError("the document lacks its last row");
     countRows(state, bytes);

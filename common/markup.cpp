@@ -10,7 +10,7 @@ namespace larkspur {
 
 namespace {
 
-// What stands for the unit, or null when it stands for itself.
+// The reference that represents the unit, or null when the unit represents itself.
 const lkchar* XmlEntity(lkchar c) {
     switch (c) {
         case u'"':

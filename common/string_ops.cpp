@@ -200,7 +200,7 @@ int lkstr_toi(const lkchar* text) {
     const bool negative = *text == u'-';
     if (negative) ++text;
     unsigned int value = 0;
-    // A "." counts as a digit of value -2, since it stands two places before "0".
+    // A "." counts as a digit of value -2, since it is two places before "0".
     for (; IsAsciiDigit(*text) || *text == u'.'; ++text) value = value * 10 + *text - u'0';
     return static_cast<int>(negative ? 0 - value : value);
 }

@@ -206,7 +206,7 @@ QBSVR_API int QBReportLoadFromFile(quillbrook::tagQBReport* report, const quillb
 // files. Returns zero if the file cannot be written.
 QBSVR_API int QBReportSaveToFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 
-// Sets the picture behind every page: PNG or JPEG. The empty text removes it. The file is read by each
+// Sets the picture below every page: PNG or JPEG. The empty text removes it. The file is read by each
 // export; if that fails, the document has no background and the log says why.
 QBSVR_API void QBReportSetBackImageFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 

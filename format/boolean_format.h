@@ -12,7 +12,7 @@ public:
     lkstr m_TrueText;
     lkstr m_FalseText;
 
-    // Splits the text at its first ":"; without one the whole text stands for true and false is empty. Null
+    // Splits the text at its first ":"; without one the whole text is used for true and false is empty. Null
     // or empty text gives the local words.
     void Parse(const lkchar* format);
 };

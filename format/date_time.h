@@ -40,7 +40,7 @@ public:
     int GetDayOfYear() const;  // 1 for January 1
 
     // Values out of range roll over, as mktime has it in UTC. False when the value has become -1, which is
-    // the last second of 1969 and what stands for a year that no int can hold.
+    // the last second of 1969 and the substitute for a year that no int can hold.
     bool SetDateTime(int year, int month, int day, int hour, int minute, int second);
     bool SetDate(int year, int month, int day);
     bool SetTime(int hour, int minute, int second);  // on 1899-12-30

@@ -19,7 +19,7 @@ namespace larkspur {
 //     %d       the locale's date      %t       its time           %g       both
 //
 // Longer runs of y, M, m and d mean the same as the longest above; longer runs of h, H and s show nothing.
-// Short forms have their leading zero too. Any other unit stands for itself.
+// Short forms have their leading zero too. Any other unit represents itself.
 class ClkDateTimeFormatParser {
 public:
     bool m_HasMonthInMinuteRun = false;  // a run of three or more "m" stood for a month's name
@@ -41,7 +41,7 @@ lkstr FormatDateTime(const ClkDateTime& value, const lkchar* format);
 // Only y, M, d, H and m are looked for.
 int DecodeDateTimeFormatPrecision(const lkchar* format);
 
-// Reads up to six numbers, whatever stands between them, and finds out their order: 2024-03-05 12:34:56,
+// Reads up to six numbers, whatever is between them, and finds out their order: 2024-03-05 12:34:56,
 // 12:34:56 2024-03-05, 01/02/2024 (month first where it can be), 2024年十二月5日. A text without a date
 // isn't accepted; null and empty ones aren't either. When ok is false the result is 1970-01-01.
 ClkDateTime ParseDateTime(const lkchar* text, bool& ok);

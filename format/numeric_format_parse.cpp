@@ -8,7 +8,7 @@
 //     section  = [ "rgb(" digits "," digits "," digits ")" ] body
 //     body     = [ "e" ] { any unit }
 //
-// A body is not walked symbol by symbol. What counts is where each format character stands first and how
+// A body is not walked symbol by symbol. What counts is where each format character occurs first and how
 // many "0" and "#" stand on either side of the first ".".
 #include <algorithm>
 #include <string_view>
@@ -82,7 +82,7 @@ void ParseFlags(Analyser& section, TextView body, const FirstPositions& at) {
 
 void ParseDigitPlaces(Analyser& section, TextView body, const FirstPositions& at) {
     if (at.comma != TextView::npos) {
-        // Whatever stands between comma and point counts, literal text and "%" included.
+        // Everything between comma and point counts, literal text and "%" included.
         section.m_GroupSize = at.comma < at.point ? static_cast<int>(at.point - 1 - at.comma) : 3;
     }
     section.m_MinIntegerDigits = CountOf(body.substr(0, at.point), u'0');

@@ -81,8 +81,8 @@ AtomScan ScanString(const lkchar* p, const lkchar* end) {
 
 AtomScan ScanAtom(const lkchar* p, const lkchar* end) {
     if (p < end && *p == u'"') return ScanString(p, end);
-    const lkchar* behind = FindLiteralEnd(p, end);
-    return {ClkJsonLiteral, p, behind, behind};
+    const lkchar* after = FindLiteralEnd(p, end);
+    return {ClkJsonLiteral, p, after, after};
 }
 
 }  // namespace
@@ -96,9 +96,9 @@ public:
         m_Open.push_back({&top, 0});
     }
 
-    // p stands at the opening bracket of top.
+    // p is at the opening bracket of top.
     const lkchar* Parse(const lkchar* p) {
-        p = Behind(p);
+        p = After(p);
         while (!m_Open.empty()) {
             const bool inObject = m_Open.back().node->Kind() == ClkJsonObject;
             if (p < m_End && *p == (inObject ? u'}' : u']')) {
@@ -114,13 +114,13 @@ public:
                 }
                 if (p < m_End && (*p == u'{' || *p == u'[')) {
                     Open(std::move(name), *p == u'{');
-                    p = Behind(p);
+                    p = After(p);
                     continue;
                 }
                 p = ReadAtom(p, std::move(name));
             }
             p = SkipSpace(p, m_End);
-            if (p < m_End && *p == u',') p = Behind(p);
+            if (p < m_End && *p == u',') p = After(p);
         }
         return p;
     }
@@ -132,7 +132,7 @@ private:
     };
 
     // After the unit at p and the space that follows.
-    const lkchar* Behind(const lkchar* p) const { return p < m_End ? SkipSpace(p + 1, m_End) : p; }
+    const lkchar* After(const lkchar* p) const { return p < m_End ? SkipSpace(p + 1, m_End) : p; }
 
     // From the place of a name to the value.
     const lkchar* ReadName(const lkchar* p, NameRef& name) {
@@ -142,9 +142,9 @@ private:
         p = FindFirstOf<u'"'>(begin, m_End);
         if (p == m_End) Fail(p, kNoQuote);
         name = m_Names.Get(begin, static_cast<std::size_t>(p - begin));
-        p = Behind(p);
+        p = After(p);
         if (p == m_End || *p != u':') Fail(p, kNoColon);
-        return Behind(p);
+        return After(p);
     }
 
     const lkchar* ReadAtom(const lkchar* p, NameRef&& name) {

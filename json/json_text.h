@@ -42,7 +42,7 @@ lkstr JSON_Encode(const lkchar* text);
 lkstr JSON_Decode(const lkchar* text, int n);
 
 // The position after the bracket that closes the object or array at the start of the text, after leading
-// space; null when there is none or what stands in it isn't JSON. Nesting is bounded by memory only.
+// space; null when there is none or its content is not JSON. Nesting is bounded by memory only.
 const lkchar* FindJsonTextEnd(const lkchar* text, int n);
 const lkchar* FindJsonObjectTextEnd(const lkchar* text, int n);
 const lkchar* FindJsonArrayTextEnd(const lkchar* text, int n);

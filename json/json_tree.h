@@ -207,7 +207,7 @@ public:
     ClkJsonObjectNode* ObjectByName(const lkstr& name) const;
     ClkJsonArrayNode* ArrayByName(const lkstr& name) const;
 
-    // Reads the object whose "{" stands at p and returns the position after its "}". Members are added to
+    // Reads the object whose "{" is at p and returns the position after its "}". Members are added to
     // those that are there; the last one of a name stays.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
@@ -235,7 +235,7 @@ public:
 
     const std::vector<std::unique_ptr<ClkJsonNode>>& Items() const { return m_Items; }
 
-    // Reads the array whose "[" stands at p and returns the position after its "]". Items are appended, which
+    // Reads the array whose "[" is at p and returns the position after its "]". Items are appended, which
     // is the way to add them: Parse u"[1]" to append a 1.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 

@@ -337,7 +337,7 @@ def frame(path):
     for inset, line in ((48, 4), (104, 2)):
         drawing.rectangle([inset * scale, inset * scale, (width - inset) * scale - 1, (height - inset) * scale - 1],
                           outline=gold, width=line * scale)
-    for upright, length, far in ((False, width, height), (True, height, width)):
+    for vertical, length, far in ((False, width, height), (True, height, width)):
         waves = round((length - 2 * middle) / 90)
         for phase in range(8):
             points = []
@@ -345,7 +345,7 @@ def frame(path):
                 turn = 2 * math.pi * waves * (along - middle) / (length - 2 * middle)
                 points.append((along, swing * math.sin(turn + phase * math.pi / 4)))
             for place in (middle, far - middle):
-                drawing.line([((place + off) * scale, along * scale) if upright else (along * scale, (place + off) * scale)
+                drawing.line([((place + off) * scale, along * scale) if vertical else (along * scale, (place + off) * scale)
                               for along, off in points], fill=gold if phase % 2 else pale, width=scale, joint="curve")
     for x in (middle, width - middle):
         for y in (middle, height - middle):

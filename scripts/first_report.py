@@ -10,7 +10,7 @@ PLACE = re.compile(r"(as|after)\s+`([^`]+)`")
 
 
 def follow(folder, path, build):
-    """Works in `folder` with `path` as PATH; yields the number of each run behind it. `build` gets each C++ source."""
+    """Works in `folder` with `path` as PATH; yields the number of each run after it. `build` gets each C++ source."""
     text = PAGE.read_text(encoding="utf-8")
     template, end, runs = folder / "sales.qbf", 0, 0
     for block in BLOCK.finditer(text):
@@ -31,5 +31,5 @@ def follow(folder, path, build):
         else:
             whole = template.read_text(encoding="utf-8")
             if whole.count(name + "\n") != 1:
-                raise ValueError(f"{name} stands {whole.count(name)} times in the template")
+                raise ValueError(f"{name} occurs {whole.count(name)} times in the template")
             template.write_text(whole.replace(name + "\n", name + "\n" + content), encoding="utf-8")

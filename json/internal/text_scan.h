@@ -34,7 +34,7 @@ constexpr lkchar EscapeLetter(lkchar unit) {
     }
 }
 
-// The unit that a backslash with this letter stands for, or 0 when there is no such escape.
+// The unit that a backslash with this letter represents, or 0 when there is no such escape.
 constexpr lkchar EscapedUnit(lkchar letter) {
     switch (letter) {
         case u'"':

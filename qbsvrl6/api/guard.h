@@ -34,7 +34,7 @@ void guarded(const char* function, Body&& body) noexcept {
     }
 }
 
-// The result of the body, which is given the object behind the handle; `failure` for a null handle and if it
+// The result of the body, which is given the object of the handle; `failure` for a null handle and if it
 // raises.
 template <class Handle, class Result, class Body>
 Result withObjectOr(const char* function, Handle* handle, Result failure, Body&& body) noexcept {

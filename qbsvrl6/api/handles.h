@@ -12,7 +12,7 @@
 
 namespace qbsvrl6 {
 
-// The object behind each handle: the result type. Never called.
+// The object of each handle: the result type. Never called.
 Report objectBehind(quillbrook::tagQBReport*);
 Report objectBehind(quillbrook::tagQBReportHeaders*);
 Report objectBehind(quillbrook::tagQBPrinter*);

@@ -12,7 +12,7 @@ using namespace quillbrook;
 
 namespace {
 
-// The body is given the data of the chart behind the handle.
+// The body is given the data of the handle's chart.
 template <class Body>
 auto withData(const char* function, tagQBChart* handle, Body body) noexcept {
     return withObject(function, handle, [&](Control& control) {

@@ -8,7 +8,7 @@ using namespace quillbrook;
 
 namespace {
 
-// The options behind the handle as another type of handle, if the format fits it.
+// The handle's options as another type of handle, if the format fits it.
 template <class View, class Fits>
 View* viewIf(const char* function, tagQBExportOption* handle, Fits&& fits) {
     return withObject(function, handle, [&](ExportOptions& options) {

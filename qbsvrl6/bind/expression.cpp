@@ -144,10 +144,10 @@ private:
 
     void shortCut(std::size_t jump, bool result) {
         emit(Operation::ToBoolean);
-        const std::size_t behind = emitJump(Operation::Jump);
+        const std::size_t toEnd = emitJump(Operation::Jump);
         land(jump);
         emitConstant(makeBoolean(result));
-        land(behind);
+        land(toEnd);
     }
 
     void negation() {
@@ -311,11 +311,11 @@ private:
         const std::size_t whenFalse = emitJump(Operation::JumpIfFalse);
         expression();
         expect(u",", "If takes three arguments");
-        const std::size_t behind = emitJump(Operation::Jump);
+        const std::size_t toEnd = emitJump(Operation::Jump);
         land(whenFalse);
         expression();
         expect(u")", "If takes three arguments");
-        land(behind);
+        land(toEnd);
     }
 
     void aggregate(AggregateKind kind, std::size_t column) {

@@ -192,10 +192,10 @@ private:
         }
         std::size_t lines = 1;
         for (std::size_t i = firstCategory_; i < data_.categories.size(); i += categoryStep_) {
-            const double behind = (static_cast<double>(count - i) - 0.5) * step + kGap;
+            const double spaceAfter = (static_cast<double>(count - i) - 0.5) * step + kGap;
             categoryLines_.push_back(
                 categoryStep_ > 1 ? std::vector{builder_.text().fitted(data_.categories[i], categoryPoints_,
-                                                                       std::min(room, 2 * behind))}
+                                                                       std::min(room, 2 * spaceAfter))}
                                   : builder_.text().twoLines(data_.categories[i], categoryPoints_, room));
             lines = std::max(lines, categoryLines_.back().size());
         }

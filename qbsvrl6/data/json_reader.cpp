@@ -80,7 +80,7 @@ private:
             readObject(document_.get_object(), 1);
         }
         const char* rest = nullptr;  // there is no location once all is read
-        if (document_.current_location().get(rest) == simdjson::SUCCESS) fail(kTextBehind, rest);
+        if (document_.current_location().get(rest) == simdjson::SUCCESS) fail(kTextAfter, rest);
     }
 
     // An object that isn't a row: tables and parameters, their names led by `path_`.
@@ -231,11 +231,11 @@ private:
     const char* checkArray(ondemand::value& array, int depth) {
         checkDepth(depth, array);
         for (auto element : array.get_array()) check(element.value(), depth);
-        const char* behind = end_;
-        if (document_.current_location().get(behind) != simdjson::SUCCESS) behind = end_;
+        const char* after = end_;
+        if (document_.current_location().get(after) != simdjson::SUCCESS) after = end_;
         // The parser is at the next token; the bracket is the last one before it.
-        while (behind[-1] != ']') --behind;
-        return behind;
+        while (after[-1] != ']') --after;
+        return after;
     }
 
     // string = *( unescaped / "\" ( one of "\/bfnrt or quote / "u" 4HEXDIG ) ); control characters were
@@ -305,9 +305,9 @@ private:
             case simdjson::UNCLOSED_STRING:
                 fail("a string has no closing quote", end_);
             case simdjson::UNESCAPED_CHARS:
-                fail("a control character stands in a string", outline().control);
+                fail("a control character in a string", outline().control);
             case simdjson::INCOMPLETE_ARRAY_OR_OBJECT:
-                if (outline().behind != end_) fail(kTextBehind, outline().behind);
+                if (outline().after != end_) fail(kTextAfter, outline().after);
                 location = end_;
                 break;
             default:
@@ -332,7 +332,7 @@ private:
     // Errors that the parser finds before it reads, without a position.
     struct Outline {
         const char* control;  // the first control character in a string
-        const char* behind;   // the first character after the closed root
+        const char* after;    // the first character after the closed root
         const char* wrong;    // the first bracket that closes one of the other form
         const char* opened;   // the bracket that `wrong` closes, else the innermost one that is never closed
     };
@@ -352,7 +352,7 @@ private:
                 if (c == '\\') ++at;
                 inString = c != '"';
             } else if (c != ' ' && c != '\t' && c != '\r' && c != '\n') {
-                if (started && open.empty() && found.behind == end_) found.behind = at;
+                if (started && open.empty() && found.after == end_) found.after = at;
                 started = true;
                 inString = c == '"';
                 if (c == '[' || c == '{') open.push_back(at);
@@ -369,7 +369,7 @@ private:
         return found;
     }
 
-    static constexpr const char* kTextBehind = "text behind the end of the data";
+    static constexpr const char* kTextAfter = "text after the end of the data";
 
     const SourceText& source_;
     static_assert(SourceText::kReadAhead >= simdjson::SIMDJSON_PADDING);

@@ -156,7 +156,7 @@ private:
     void tellReplaced(std::u16string_view family, const std::string& folded, const FontSet& set) {
         if (replaced_.size() >= kRememberedNames || !replaced_.insert(folded).second) return;
         logWarning("font \"" + toUtf8(family) + "\" is not installed; \"" +
-                   set.members.front().face->familyName + "\" stands in for it");
+                   set.members.front().face->familyName + "\" is used instead");
     }
 
     void tellLacking(char32_t character) {
@@ -166,8 +166,8 @@ private:
         char code[16];
         std::snprintf(code, sizeof code, "U+%04X", static_cast<unsigned>(character));
         logWarning("no installed font has " + std::string(code) + " \"" + toUtf8(text) +
-                   "\": a box stands in for it" +
-                   (lacking_.size() == kToldCharacters ? "; further characters are not told" : ""));
+                   "\": a box is shown instead" +
+                   (lacking_.size() == kToldCharacters ? "; further characters are not reported" : ""));
     }
 
     struct OpenFace {

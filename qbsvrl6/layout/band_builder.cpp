@@ -355,10 +355,10 @@ BandDraft BandBuilder::row(std::size_t row, std::optional<std::size_t> previous)
 }
 
 // The background of the row that is so many rows after another one.
-std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t behind) const {
+std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t blanks) const {
     const bool grouped = view_.groupCount() > 0 && row < view_.rowCount();
     const std::size_t first = grouped ? view_.group(view_.groupCount() - 1, row).first : 0;
-    const bool second = (row - first + behind) % 2 == 1;
+    const bool second = (row - first + blanks) % 2 == 1;
     return second ? instance_.plan.grid->grid->alternateBackground : std::nullopt;
 }
 

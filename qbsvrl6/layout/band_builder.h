@@ -76,7 +76,7 @@ private:
     void place(BandDraft& draft, std::vector<UnplacedItem>& unplacedItems) const;
     void placeNested(BandDraft& draft, UnplacedItem& unplaced,
                      const std::vector<LateCondition>& around) const;
-    std::optional<Color> alternate(std::size_t row, std::size_t behind) const;
+    std::optional<Color> alternate(std::size_t row, std::size_t blanks) const;
     void finishGridBand(BandDraft& draft) const;
     bool hasSets() const;
 

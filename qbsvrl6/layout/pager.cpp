@@ -142,9 +142,10 @@ std::size_t Pager::chooseBreak(const BandDraft& draft) const {
     std::size_t best = fragment_.size();
     std::size_t bestDivided = static_cast<std::size_t>(-1);
     for (std::size_t i = fragment_.size(); i > repeated_; --i) {
-        const BandDraft& behind = i == fragment_.size() ? draft : fragment_[i];
-        const auto divided = static_cast<std::size_t>(std::count_if(
-            behind.keeps.begin(), behind.keeps.end(), [first](std::uint64_t keep) { return keep >= first; }));
+        const BandDraft& following = i == fragment_.size() ? draft : fragment_[i];
+        const auto divided =
+            static_cast<std::size_t>(std::count_if(following.keeps.begin(), following.keeps.end(),
+                                                   [first](std::uint64_t keep) { return keep >= first; }));
         if (divided < bestDivided) {
             best = i;
             bestDivided = divided;

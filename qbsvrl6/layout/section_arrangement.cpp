@@ -111,10 +111,10 @@ public:
     }
 
     Micrometres at(Micrometres y) const {
-        const auto behind =
+        const auto next =
             std::upper_bound(pushes_.begin(), pushes_.end(), y,
                              [](Micrometres at, const Interval& push) { return at < push.from; });
-        return behind == pushes_.begin() ? 0 : (behind - 1)->to;
+        return next == pushes_.begin() ? 0 : (next - 1)->to;
     }
 
 private:

@@ -574,7 +574,7 @@ void ReadElement::finish() {
         }
         if (node_.attribute(attribute.name()) != attribute) {
             reading_.addError(ErrorCode::NotXml,
-                              "the attribute " + quoted(attribute.name()) + " stands twice",
+                              "the attribute " + quoted(attribute.name()) + " is given twice",
                               offsetOfAttribute(reading_.source.text(), node_, attribute.name(), 1));
         }
     }

@@ -52,8 +52,8 @@ TEST(Unicode, DecodesUtf8) {
         {"surrogates come back", "\xED\xA0\xBD\xED\xB8\x80", u"\U0001F600"},
         {"four bytes are bad", "\xF0\x9F\x98\x80", u""},
         {"lone continuation", "a\x80", u""},
-        {"cut off behind two of three", "\xE4\xB8", u""},
-        {"cut off behind one of two", "a\xC3", u""},
+        {"cut off after two of three", "\xE4\xB8", u""},
+        {"cut off after one of two", "a\xC3", u""},
         {"bad third byte", "\xE4\xB8\x41", u""},
     };
     for (const Case& c : cases) EXPECT_EQ(Decode(c.bytes), c.text) << c.name;

@@ -211,7 +211,7 @@ void Record(const std::string& function, Node* node, const std::string& text) {
     Journal& journal = node ? *node->journal : state.global;
     journal.Add(false, text);
     if (!state.configured.load(std::memory_order_relaxed) && function != "QBInitConfig")
-        journal.Add(true, text + " ahead of QBInitConfig");
+        journal.Add(true, text + " before QBInitConfig");
     if (!node) return;
     if (journal.released) journal.Add(true, text + " after the release");
     if (journal.thread != std::this_thread::get_id()) journal.Add(true, text + " on another thread");

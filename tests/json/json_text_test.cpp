@@ -90,8 +90,8 @@ TEST(JsonText, EscapesAndBack) {
         {u"a\"b", u"a\\\"b"},
         {u"\\\r\n\t", u"\\\\\\r\\n\\t"},
         {u"\u0001\b/中\xD83D", u"\u0001\b/中\xD83D"},
-        {u"a long text with its \"quotes\" behind several blocks of eight",
-         u"a long text with its \\\"quotes\\\" behind several blocks of eight"},
+        {u"a long text with its \"quotes\" after several blocks of eight",
+         u"a long text with its \\\"quotes\\\" after several blocks of eight"},
         {u"", u""},
     };
     for (const auto& c : cases) {

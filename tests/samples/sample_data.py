@@ -18,7 +18,7 @@ class Words(str):
         return text
 
 
-# Contents of columns that are more than a field of the data, and what stands in their cells.
+# Contents of columns that are more than a field of the data, and the texts of their cells.
 CONTENTS = {
     "[RowNumber]": lambda row, number: number,
     "[Active:是:否]": lambda row, number: Words("是", "true") if row["Active"] else Words("否", "false"),

@@ -142,7 +142,7 @@ class Texts(unittest.TestCase):
                 for texts in sample.shown_rows(as_data):
                     wanted = squeezed("".join(texts))
                     place = next((i for i in range(place, len(records)) if wanted in records[i]), None)
-                    self.assertIsNotNone(place, f"{texts} isn't there, or not behind the row before it")
+                    self.assertIsNotNone(place, f"{texts} isn't there, or not after the previous row")
 
     def test_other_texts_are_there(self):
         for sample, file, layout in self.each(layouts=("printed", "continuous")):

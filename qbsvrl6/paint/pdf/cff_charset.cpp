@@ -116,11 +116,11 @@ CffCharset CffCharset::read(std::string_view table, unsigned glyphCount) {
 
 std::uint32_t CffCharset::cidOf(std::uint32_t glyph) const {
     if (!cidKeyed_) return glyph;
-    const auto behind =
+    const auto next =
         std::upper_bound(ranges_.begin(), ranges_.end(), glyph,
                          [](std::uint32_t g, const Range& range) { return g < range.firstGlyph; });
-    if (behind == ranges_.begin()) return 0;
-    const Range& range = *(behind - 1);
+    if (next == ranges_.begin()) return 0;
+    const Range& range = *(next - 1);
     const std::uint32_t offset = glyph - range.firstGlyph;
     return offset < range.count ? range.firstCid + offset : 0;
 }

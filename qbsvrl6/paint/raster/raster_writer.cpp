@@ -81,7 +81,7 @@ public:
         if (pages_ == Pages::FirstOnly && pageCount_ > 1) {
             logWarning(
                 "a PNG holds one picture: " + std::to_string(pageCount_ - 1) +
-                " pages behind the first are left out; a file a page, all pages in one image, or TIFF have "
+                " pages after the first are left out; a file per page, all pages in one image, or TIFF have "
                 "them all");
         }
     }

@@ -29,7 +29,7 @@ struct TextCell {
 };
 
 struct TextRow {
-    bool stands = false;    // even without text
+    bool isUsed = false;    // even without text
     bool gapAbove = false;  // an empty line
 };
 
@@ -87,7 +87,7 @@ private:
                 std::size_t& cellEnd = rowEnds_[cell.rowEnd - 1];
                 cellEnd = std::max(cellEnd, start + cell.lineCount);
             }
-            end = std::max(start + (block.rows[row].stands ? 1 : 0), rowEnds_[row]);
+            end = std::max(start + (block.rows[row].isUsed ? 1 : 0), rowEnds_[row]);
         }
         return end;
     }

@@ -59,9 +59,9 @@ TEST_F(ApiTest, ReadsTheDataThatTheQueriesName) {
     EXPECT_NE(csv().find("Report of 2025"), std::string::npos);
 
     EXPECT_EQ(QBReportLoadDataFromURL(report, u"other.txt"), 1);
-    EXPECT_NE(csv().find("other"), std::string::npos) << "loaded data stands in for all connections";
+    EXPECT_NE(csv().find("other"), std::string::npos) << "loaded data replaces all connections";
     EXPECT_EQ(QBReportLoadDataFromURL(report, u"absent.txt"), 0);
-    EXPECT_NE(csv().find("grid"), std::string::npos) << "what failed to load leaves no old data behind";
+    EXPECT_NE(csv().find("grid"), std::string::npos) << "what failed to load keeps no old data";
 
     QBRecordsetSetConnectionString(recordset, u"");
     QBReportSetConnectionString(report, u"");
@@ -167,7 +167,7 @@ TEST_F(ApiTest, PagesThatNeedFilesOfTheirOwnAreNumbered) {
     QBExportOptionSetFileName(option, path("page.png").c_str());
     EXPECT_EQ(QBReportExport(report, 0), 1) << takeLog();
     EXPECT_EQ(bytesOf(QBReportExportToBinaryObject(report)), read("page.png"));
-    EXPECT_NE(takeLog().find("1 pages behind the first are left out"), std::string::npos);
+    EXPECT_NE(takeLog().find("1 pages after the first are left out"), std::string::npos);
     EXPECT_EQ(read("page-2.png").size(), read("page.png").size());
     QBE2IMGOptionSetAllInOne(image, 1);
     std::filesystem::remove(directory_ + "page-2.png");

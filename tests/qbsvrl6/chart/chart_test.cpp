@@ -100,8 +100,8 @@ TEST(Chart, CountsValuesWithoutALabel) {
     const struct {
         ChartKind kind;
         std::size_t series;
-        std::size_t labels;   // of values
-        std::size_t upright;  // of these
+        std::size_t labels;    // of values
+        std::size_t vertical;  // of these
     } cases[] = {
         {ChartKind::Bar, 1, 12, 0},  {ChartKind::Bar, 2, 24, 24}, {ChartKind::Bar, 5, 0, 0},
         {ChartKind::Line, 1, 12, 0}, {ChartKind::Line, 5, 3, 0},
@@ -112,17 +112,17 @@ TEST(Chart, CountsValuesWithoutALabel) {
     for (const auto& test : cases) {
         SCOPED_TRACE(testing::Message() << static_cast<int>(test.kind) << ' ' << test.series);
         settings.kind = test.kind;
-        std::size_t leftOut = 0, labels = 0, upright = 0;
+        std::size_t leftOut = 0, labels = 0, vertical = 0;
         const Drawing drawing =
             drawChart(settings, dataOf(test.series), {136'000, 60'000}, u"SimSun", &leftOut);
         for (const auto& element : drawing.elements) {
             const auto* label = std::get_if<Drawing::Label>(&element);
             if (label == nullptr || label->fontSize >= 8) continue;
             ++labels;
-            if (label->rotation == -90) ++upright;
+            if (label->rotation == -90) ++vertical;
         }
         EXPECT_EQ(labels, test.labels);
-        EXPECT_EQ(upright, test.upright);
+        EXPECT_EQ(vertical, test.vertical);
         EXPECT_EQ(leftOut, test.series * 12 - test.labels);
     }
 }

@@ -86,7 +86,7 @@ TEST(PdfCanvas, DrawsInFewOperators) {
          "q\n2 J\n28 w\n0 28346 m 5669 28346 l\n0 26929 m 5669 26929 l\n0 25511 m 5669 25511 l\n"
          "0 24094 m 5669 24094 l\n0 24094 m 0 28346 l\n2835 24094 m 2835 28346 l\n5669 24094 m 5669 28346 "
          "l\nS\nQ\n"},
-        {"texts share one text object and stand behind the shapes",
+        {"texts share one text object and are painted on top of the shapes",
          [&](Canvas& c) {
              write(c, u"ab", {10'000, 10'000});
              write(c, u"ba", {20'000, 10'000});
@@ -112,7 +112,7 @@ TEST(PdfCanvas, DrawsInFewOperators) {
          "BT\n/F1 1000 Tf\n0 25511 Td(01)Tj\nET q 0 25511 2835 2835 re W n\nBT\n0 25511 Td(01)Tj\n0 -2834 "
          "Td(02)Tj\n"
          "ET Q BT\n0 25511 Td(02)Tj\nET\n"},
-        {"a turned text, then an upright one",
+        {"a turned text, then a horizontal one",
          [&](Canvas& c) {
              write(c, u"a", {10'000, 10'000}, {0, 1});
              write(c, u"a", {10'000, 10'000});

@@ -53,7 +53,7 @@ TEST(Picture, HeadsAreRead) {
     const Case cases[] = {
         {"PNG", png(640, 480), 640, 480, 3, 96},
         {"JPEG", jpeg(frame(0xC0, 640, 480, 3)), 640, 480, 3, 96},
-        {"JPEG behind other segments",
+        {"JPEG after other segments",
          jpeg(segment(0xE0, jfif("\1")) + segment(0xE1, exif) + "\xFF" + frame(0xC2, 3, 2, 1)), 3, 2, 1, 200},
         {"JPEG with dots per centimetre", jpeg(segment(0xE0, jfif("\2")) + frame(0xC0, 3, 2, 1)), 3, 2, 1,
          508},
