@@ -8,6 +8,7 @@
 #include "qbsvrl6/api/export_kinds.h"
 #include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/api/report_data.h"
+#include "qbsvrl6/api/report_work.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/layout/layout.h"
 #include "qbsvrl6/support/error.h"
@@ -131,13 +132,16 @@ std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
     }
 }
 
-// Ends an export whose document grows beyond what a result can hold.
-class SizeGuard : public PageSink {
+// Ends an export whose document or time grows beyond its budget.
+class BudgetGuard : public PageSink {
 public:
-    SizeGuard(std::unique_ptr<PageSink> sink, const std::string& output)
+    BudgetGuard(std::unique_ptr<PageSink> sink, const std::string& output)
         : sink_(std::move(sink)), output_(output) {}
     void beginPage(const PageInfo& page) override { sink_->beginPage(page); }
-    void band(Band&& band, Micrometres x, Micrometres y) override { sink_->band(std::move(band), x, y); }
+    void band(Band&& band, Micrometres x, Micrometres y) override {
+        checkFigure(&Budget::pageItems, band.items.size(), "one band");
+        sink_->band(std::move(band), x, y);
+    }
     void endPage() override {
         sink_->endPage();
         check();
@@ -149,9 +153,8 @@ public:
 
 private:
     void check() const {
-        if (output_.size() > limits::kDocumentBytes) {
-            throw EngineError(ErrorCode::LimitExceeded, "the document is larger than 2 GB");
-        }
+        checkTime();
+        checkFigure(&Budget::documentBytes, output_.size());
     }
 
     std::unique_ptr<PageSink> sink_;
@@ -165,7 +168,7 @@ std::string makeDocument(Report& report, const ExportOptions& options,
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
     std::string output;
-    SizeGuard sink(makeSink(job, output), output);
+    BudgetGuard sink(makeSink(job, output), output);
     const ReportData data = collectData(report);
     ChartDataRestorer restorer;
     requestChartData(report, nullptr, restorer);
@@ -188,6 +191,7 @@ std::string aboutTemplate(const Runtime& runtime, Export run) {
 
 std::string exportReport(Runtime& runtime, ExportOptions& options, std::vector<std::string>* furtherFiles) {
     return aboutTemplate(runtime, [&] {
+        const ReportWork work(runtime);
         const RunningExport running(runtime.report);
         fireInitialize(running);
         fire("ExportBegin", runtime.handlers.exportBegin, toHandle<tagQBExportOption>(&options));
@@ -199,6 +203,7 @@ std::string exportReport(Runtime& runtime, ExportOptions& options, std::vector<s
 
 std::string printedReport(Runtime& runtime) {
     return aboutTemplate(runtime, [&] {
+        const ReportWork work(runtime);
         const RunningExport running(runtime.report);
         fireInitialize(running);
         std::string document = makeDocument(runtime.report, {}, nullptr);

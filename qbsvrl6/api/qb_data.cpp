@@ -4,6 +4,7 @@
 
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/report_work.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -13,6 +14,7 @@ using namespace quillbrook;
 int QBReportLoadDataFromURL(tagQBReport* handle, const lkchar* url) {
     return withObject(__func__, handle, [&](Report& report) {
         Runtime& runtime = runtimeOf(report);
+        const ReportWork work(runtime);
         runtime.loadedData.reset();
         runtime.loadedData = runtime.dataCache.get(addressFrom(url));
         return 1;
@@ -21,6 +23,7 @@ int QBReportLoadDataFromURL(tagQBReport* handle, const lkchar* url) {
 
 const lkchar* QBReportExtractXMLFromURL(tagQBReport* handle, const lkchar* url) {
     return withObject(__func__, handle, [&](Report& report) {
+        const ReportWork work(runtimeOf(report));
         const Address address = addressFrom(url);
         std::string bytes = fetch(address, limits::kDataBytes);
         std::u16string& kept = runtimeOf(report).extractedXml;

@@ -7,6 +7,7 @@
 
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/process_settings.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -51,7 +52,9 @@ constexpr const lkchar* kModuleInfo =
 
 int QBInitConfig(const lkchar* setupPath) {
     return guarded(__func__, 0, [&] {
-        setLogSetupPath(toUtf8(textFrom(setupPath)));
+        const std::string path = toUtf8(textFrom(setupPath));
+        setLogSetupPath(path);
+        loadProcessSettings(path);
         return 1;
     });
 }

@@ -6,6 +6,7 @@
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/api/report_data.h"
+#include "qbsvrl6/api/report_work.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
@@ -71,6 +72,7 @@ void QBObjectAssign(tagQBReport* target, tagQBReport* source) {
 int QBReportLoadFromFile(tagQBReport* handle, const lkchar* path) {
     return withObject(__func__, handle, [&](Report& report) {
         refuseDuringExport(report);
+        const ReportWork work(runtimeOf(report));
         const std::string file = toUtf8(textFrom(path));  // before the text goes with the template
         // A report whose template doesn't load is empty: it must not be mistaken for the one before.
         replaceDefinition(report, {}, {});

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -16,6 +17,7 @@
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/budget.h"
 
 namespace qbsvrl6 {
 
@@ -80,9 +82,10 @@ struct Runtime : ReportRuntime {
     void dropResults();
 
     Report& report;
-    bool created = false;        // by QBReportCreate, so that QBReportRelease may free it
-    std::string templateFile;    // where the definition came from (UTF-8), for the log; empty: from nowhere
-    std::string failedTemplate;  // the file that the last call could not load; empty: it could
+    bool created = false;          // by QBReportCreate, so that QBReportRelease may free it
+    std::string templateFile;      // where the definition came from (UTF-8), for the log; empty: from nowhere
+    std::optional<Budget> budget;  // of this report's exports; none: that of the process
+    std::string failedTemplate;    // the file that the last call could not load; empty: it could
 
     EventHandlers handlers;
 

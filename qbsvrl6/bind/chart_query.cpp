@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "qbsvrl6/bind/name_list.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
@@ -223,7 +224,10 @@ ChartQuery::ChartQuery(const ChartRows& rows, Binding& binding)
 
 ChartData ChartQuery::evaluate(RowView& view, RowRange range, const std::u16string& name) {
     Gathering gathering(*this, view, name);
-    for (std::size_t row = range.first; row < range.end; ++row) gathering.takeRow(row);
+    for (std::size_t row = range.first; row < range.end; ++row) {
+        goOn();
+        gathering.takeRow(row);
+    }
     return std::move(gathering).take();
 }
 

@@ -6,6 +6,7 @@
 
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/functions.h"
+#include "qbsvrl6/support/budget.h"
 
 namespace qbsvrl6 {
 
@@ -339,6 +340,7 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
     inside.scope = rows_.rowScope();
     const TextArena::Mark mark = arena_.mark();
     for (std::size_t row = state.range.end; row < end; ++row) {
+        goOn();
         inside.row = row;
         const Value value = run(*aggregate.argument, inside);
         if (!state.add(aggregate.kind, value, arena_))

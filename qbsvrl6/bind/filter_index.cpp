@@ -4,6 +4,7 @@
 
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/support/budget.h"
 
 namespace qbsvrl6 {
 
@@ -61,6 +62,7 @@ std::unique_ptr<FilterIndex> FilterIndex::make(const Expression& filter, const T
     std::u16string key;
     TextArena scratch;
     for (std::size_t row = 0; row < rows.rowCount(); ++row) {
+        goOn();
         Value value = rows.value(row, column->index);
         if (column->declaredType >= 0) {
             value = convertTo(value, static_cast<DataType>(column->declaredType), scratch);

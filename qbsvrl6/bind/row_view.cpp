@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
@@ -51,6 +52,7 @@ void RowView::findGroups() {
     std::vector<std::uint8_t> levels(rows_.count());
     std::vector<OwnedValue> current(keys.size());
     for (std::size_t row = 0; row < rows_.count(); ++row) {
+        goOn();
         Position position;
         position.row = row;
         std::size_t starting = keys.size();

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -234,10 +235,7 @@ Micrometres Pager::room() {
 }
 
 void Pager::nextPageNumber() {
-    if (++pages_ > limits::kPages) {
-        throw EngineError(ErrorCode::LimitExceeded,
-                          "the report has more than " + std::to_string(limits::kPages) + " pages");
-    }
+    spend(&Budget::pages, 1);
     ++numbers_.number;
 }
 

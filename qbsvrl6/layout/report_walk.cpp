@@ -4,6 +4,8 @@
 #include <limits>
 #include <utility>
 
+#include "qbsvrl6/support/budget.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -41,6 +43,7 @@ void ReportWalk::walkReport() {
 }
 
 void ReportWalk::add(BandDraft draft) {
+    goOn();
     draft.owner = shared_from_this();
     flow_->add(std::move(draft));
 }

@@ -22,6 +22,7 @@ enum class ErrorCode {
     BadPicture,
     FetchFailed,
     LimitExceeded,
+    Cancelled,
     NotSupported,
     Internal,
 };

@@ -1,4 +1,4 @@
-// The named limits of the engine. Templates and data are untrusted: whatever exceeds a limit is rejected with
+// The named limits of the engine that never change (budget.h has those that an export's keeper sets). Templates and data are untrusted: whatever exceeds a limit is rejected with
 // ErrorCode::LimitExceeded and a cause in the log, and never ends the process.
 #ifndef QBSVR_QBSVRL6_SUPPORT_LIMITS_H
 #define QBSVR_QBSVRL6_SUPPORT_LIMITS_H
@@ -29,8 +29,6 @@ inline constexpr std::size_t kChartSeries = 1'000;
 inline constexpr std::size_t kChartPoints = 100'000;           // or values, of all series together
 inline constexpr std::size_t kLogBytes = 8u << 20;             // then it becomes the old log
 inline constexpr std::size_t kResultBytesInMemory = 1u << 28;  // of one report; further ones go to files
-inline constexpr std::size_t kDocumentBytes = 0x7FFF'FFFF;     // the interface gives sizes as int
-inline constexpr int kPages = 1'000'000;
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid
 inline constexpr std::size_t kKnownWarnings = 1'000;           // of one export, each reported once

@@ -11,6 +11,7 @@
 #include "qbsvrl6/paint/raster/pixel_rows.h"
 #include "qbsvrl6/paint/raster/raster.h"
 #include "qbsvrl6/paint/raster/raster_canvas.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
@@ -137,9 +138,7 @@ private:
         waiting_.push_back(
             {page_.width, page_.height, grey, std::string(compress(bytes)), std::move(pending_)});
         waitingBytes_ += waiting_.back().compressed.size();
-        if (waitingBytes_ > limits::kDocumentBytes) {
-            throw EngineError(ErrorCode::LimitExceeded, "the pages of one image need more than 2 GB");
-        }
+        checkFigure(&Budget::documentBytes, waitingBytes_, "the pages of one image");
     }
 
     void restore(WaitingPage& page) {

@@ -1,0 +1,33 @@
+// Work on a report that takes time: an export, or loading a template or data. It has a budget, and any thread
+// may cancel it.
+#ifndef QBSVR_QBSVRL6_API_REPORT_WORK_H
+#define QBSVR_QBSVRL6_API_REPORT_WORK_H
+
+#include <atomic>
+
+#include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/support/budget.h"
+
+namespace qbsvrl6 {
+
+class ReportWork {
+public:
+    // With the budget of the report, or else of the process.
+    explicit ReportWork(const Runtime& runtime);
+    ~ReportWork();
+    ReportWork(const ReportWork&) = delete;
+    ReportWork& operator=(const ReportWork&) = delete;
+
+    // Ends the work on this report, if there is any, from any thread. The report is only compared, never
+    // read, so that it may be gone. Whether there was any.
+    static bool cancel(const Report* report);
+
+private:
+    const Report* report_;
+    std::atomic<bool> cancelled_ = false;
+    Spending spending_;
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,118 @@
+// What one export may use of time, memory and everything else that grows with its input. Templates and data
+// are untrusted: a figure that is passed ends the export with the figure's name, and the next export begins
+// anew. Loading a template or data on its own counts as an export of its own.
+//
+// Code that does what a figure counts says so where it does it (spend, checkFigure), and long loops ask
+// whether there is time left (goOn). The running export is found by thread; nothing is passed around. Where
+// none runs on the thread, each call is measured by itself against the default figures.
+#ifndef QBSVR_QBSVRL6_SUPPORT_BUDGET_H
+#define QBSVR_QBSVRL6_SUPPORT_BUDGET_H
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace qbsvrl6 {
+
+// The figures of one export, with their defaults: far above what ordinary reports use, and low enough that
+// hostile ones leave the machine alive. A program that serves strangers sets less.
+struct Budget {
+    std::uint64_t wallMilliseconds = 3'600'000;
+    std::uint64_t cpuMilliseconds = 3'600'000;  // of the thread that exports
+    std::uint64_t dataBytes = 4ull << 30;       // of the tables in memory
+    std::uint64_t cells = 400'000'000;          // of all tables: values that exist, and rows
+    std::uint64_t nameUnits = 4'096;            // UTF-16 units of one name in data
+    std::uint64_t fetches = 10'000;             // pictures, data and other files, wherever they are
+    std::uint64_t fetchMilliseconds = 300'000;  // of all of them together
+    std::uint64_t fetchedBytes = 4ull << 30;    // of all of them together
+    std::uint64_t pages = 1'000'000;            // of the document
+    std::uint64_t pageItems = 1'000'000;        // texts, lines, boxes and pictures of one page or band
+    std::uint64_t pixels = 400'000'000;         // decoded, of all pictures together
+    std::uint64_t pictureScans = 100;           // of one progressive picture
+    std::uint64_t templateElements = 250'000;   // controls, styles and all other elements of a template
+    std::uint64_t documentBytes = 0x7FFF'FFFF;  // the interface gives sizes as int
+};
+
+using BudgetFigure = std::uint64_t Budget::*;
+
+// The figures by the names that settings, messages and docs use.
+struct NamedFigure {
+    std::string_view name;
+    BudgetFigure figure;
+};
+inline constexpr std::array kBudgetFigures{
+    NamedFigure{"wall-time", &Budget::wallMilliseconds},
+    NamedFigure{"cpu-time", &Budget::cpuMilliseconds},
+    NamedFigure{"data-memory", &Budget::dataBytes},
+    NamedFigure{"cells", &Budget::cells},
+    NamedFigure{"name-length", &Budget::nameUnits},
+    NamedFigure{"fetches", &Budget::fetches},
+    NamedFigure{"fetch-time", &Budget::fetchMilliseconds},
+    NamedFigure{"fetched-bytes", &Budget::fetchedBytes},
+    NamedFigure{"pages", &Budget::pages},
+    NamedFigure{"page-items", &Budget::pageItems},
+    NamedFigure{"pixels", &Budget::pixels},
+    NamedFigure{"picture-scans", &Budget::pictureScans},
+    NamedFigure{"template-elements", &Budget::templateElements},
+    NamedFigure{"document-size", &Budget::documentBytes},
+};
+
+// "60 s", "4 GiB", "1,000,000": a value of the figure as messages show it.
+std::string shownFigure(BudgetFigure figure, std::uint64_t value);
+
+// The value that a text gives: a whole number, or one with a unit of the figure: ms, s, min, h for times; KiB,
+// MiB, GiB, KB, MB, GB for bytes. Raises EngineError that says what is expected.
+std::uint64_t figureFrom(BudgetFigure figure, std::string_view text);
+
+// The running export of a thread. Exports nest, since handlers of events may export other reports: what ends
+// the outer one ends the inner one too.
+class Spending {
+public:
+    // `cancelled`, if it is given, may be set by any thread and ends the export. It outlives the object.
+    explicit Spending(const Budget& budget, const std::atomic<bool>* cancelled = nullptr);
+    ~Spending();
+    Spending(const Spending&) = delete;
+    Spending& operator=(const Spending&) = delete;
+
+    // Null where no export runs on the thread.
+    static Spending* current() noexcept;
+
+    const Budget& budget() const { return budget_; }
+    // How much of the figure is left.
+    std::uint64_t left(BudgetFigure figure) const;
+
+    void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where);
+    void checkTime();
+    std::chrono::milliseconds timeLeft() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    Budget budget_;
+    Budget used_;
+    const std::atomic<bool>* cancelled_;
+    Clock::time_point started_;
+    std::chrono::nanoseconds cpuStarted_;
+    Clock::time_point nextCpuCheck_;
+    Spending* outer_;
+};
+
+// Adds to what the export has used. Raises EngineError (LimitExceeded) when that passes the figure; `where`
+// says at what, if it isn't plain: "the table Orders".
+void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where = {});
+
+// Raises the same error if one value passes the figure. Adds nothing.
+void checkFigure(BudgetFigure figure, std::uint64_t value, std::string_view where = {});
+
+// Raises EngineError if the time is used up (LimitExceeded) or somebody cancelled the export (Cancelled).
+void checkTime();
+
+// The same at every sixteenth call: for loops whose rounds are short.
+void goOn();
+
+}  // namespace qbsvrl6
+
+#endif
