@@ -165,7 +165,9 @@ extern "C" {
 //     const lkchar* version = QBGetModuleVersion();  // "1.0.0"
 
 // Sets the set-up directory, without a closing separator. If it exists, the log is log/qbsvrl6.log in it;
-// otherwise qbsvrl6/qbsvrl6.log in $XDG_STATE_HOME or ~/.local/state, if there is one. Returns non-zero.
+// otherwise qbsvrl6/qbsvrl6.log in $XDG_STATE_HOME or ~/.local/state, if there is one. Reads the settings of
+// this machine, qbsvrl6.conf in the directory or else in $XDG_CONFIG_HOME or ~/.config (docs/settings.md).
+// Returns non-zero.
 QBSVR_API int QBInitConfig(const quillbrook::lkchar* setupPath);
 
 // The full path of the engine's library file.

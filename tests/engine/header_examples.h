@@ -1,4 +1,4 @@
-// The examples in the comments of engine/qbsvr.h, made into functions when the build is configured.
+// The examples in the comments of the headers in engine/, made into functions when the build is configured.
 #ifndef QBSVR_TESTS_ENGINE_HEADER_EXAMPLES_H
 #define QBSVR_TESTS_ENGINE_HEADER_EXAMPLES_H
 
@@ -7,7 +7,8 @@
 #include "engine/qbsvr.h"
 
 struct HeaderExample {
-    int line;  // of the header
+    const char* header;
+    int line;
     void (*run)(quillbrook::tagQBReport* report);
 };
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Turns the examples in the comments of a header into functions of a C++ file.
+"""Turns the examples in the comments of headers into functions of a C++ file.
 
-    header_examples.py HEADER OUTPUT
+    header_examples.py OUTPUT HEADER...
 
 An example is a run of comment lines that are indented by five spaces. It becomes the body of
 `void exampleN(tagQBReport* report)`; one that creates its own `report` takes no parameter.
@@ -26,19 +26,21 @@ def examples(header):
 
 
 def main():
-    header, output = sys.argv[1:]
-    found = examples(pathlib.Path(header).read_text(encoding="utf-8"))
-    text = ['#include "tests/engine/header_examples.h"', "", '#include "engine/qbsvr.h"', "",
+    output, *headers = (pathlib.Path(argument) for argument in sys.argv[1:])
+    text = ['#include "tests/engine/header_examples.h"', "",
+            *(f'#include "engine/{header.name}"' for header in headers), "",
             "using namespace quillbrook;", "", "namespace {"]
     rows = []
-    for line, code in found:
-        creates = "tagQBReport* report =" in code
-        text.append(f"\nvoid exampleAtLine{line}(tagQBReport*{'' if creates else ' report'}) {{")
-        text += ["    " + part if part else "" for part in code.splitlines()]
-        text.append("}")
-        rows.append(f"    {{{line}, exampleAtLine{line}}},")
+    for header in headers:
+        for line, code in examples(header.read_text(encoding="utf-8")):
+            creates = "tagQBReport* report =" in code
+            name = f"{header.stem}AtLine{line}"
+            text.append(f"\nvoid {name}(tagQBReport*{'' if creates else ' report'}) {{")
+            text += ["    " + part if part else "" for part in code.splitlines()]
+            text.append("}")
+            rows.append(f'    {{"{header.name}", {line}, {name}}},')
     text += ["", "}  // namespace", "", "const std::vector<HeaderExample> kHeaderExamples = {", *rows, "};", ""]
-    pathlib.Path(output).write_text("\n".join(text), encoding="utf-8")
+    output.write_text("\n".join(text), encoding="utf-8")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-// Every example of engine/qbsvr.h compiles, runs, and does what it says: the engine has nothing to complain about.
+// Every example of the headers in engine/ compiles, runs, and does what it says: the engine has nothing to complain about.
 #include "tests/engine/header_examples.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ TEST(HeaderExamples, RunWithoutAComplaint) {
     QBInitConfig(u"samples");
     ASSERT_GE(kHeaderExamples.size(), 10u);
     for (const HeaderExample& example : kHeaderExamples) {
-        SCOPED_TRACE("engine/qbsvr.h:" + std::to_string(example.line));
+        SCOPED_TRACE(std::string(example.header) + ":" + std::to_string(example.line));
         tagQBReport* const report = QBReportCreate();
         ASSERT_NE(QBReportLoadFromFile(report, u"samples/Samples/Reports/7a.stock.qbf"), 0);
         ASSERT_NE(QBReportLoadDataFromURL(report, u"samples/Samples/Reports/7a.stock.txt"), 0);
