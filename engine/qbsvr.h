@@ -12,7 +12,7 @@
 //
 // Conventions
 //
-// Start. QBInitConfig comes once, before every other function. There is no shutdown.
+// Start. Call QBInitConfig once, before any other function. There is no shutdown function.
 //
 // Ownership. The caller owns the reports that QBReportCreate returns and passes each one to
 // QBReportRelease, which frees everything that belongs to it. Every other handle is borrowed, including a
@@ -39,15 +39,14 @@
 //
 // Paths. A relative path that a program passes (a template, data, output, a query, the background picture)
 // starts from the working directory. A relative path inside a template, or in a field that names a picture,
-// starts from the template's folder. Nothing is tried elsewhere. An address is a path, or a file:, http: or
-// https: address.
+// starts from the template's folder. No other folder is searched. A `url` argument and a query are a path, or
+// a file:, http: or https: address.
 //
 // Threads. Different reports may be used on different threads at the same time, including creation and
 // release. One report, with everything that belongs to it, must be used by one thread at a time.
 //
-// Blocking. Loads, exports and prints run to their end before they return. They wait for files, for web
-// addresses up to the time limit of the engine, and for the print service. All other functions return at
-// once.
+// Blocking. Loads, exports and prints return when they are complete. They wait for files, for web addresses
+// up to the engine's time limit, and for the print service. All other functions return at once.
 #ifndef QBSVR_ENGINE_QBSVR_H
 #define QBSVR_ENGINE_QBSVR_H
 
@@ -164,10 +163,10 @@ extern "C" {
 //     QBInitConfig(u"samples");
 //     const lkchar* version = QBGetModuleVersion();  // "1.0.0"
 
-// Sets the set-up directory, without a closing separator. If it exists, the log is log/qbsvrl6.log in it;
-// otherwise qbsvrl6/qbsvrl6.log in $XDG_STATE_HOME or ~/.local/state, if there is one. Reads the settings of
-// this machine, qbsvrl6.conf in the directory or else in $XDG_CONFIG_HOME or ~/.config (docs/settings.md).
-// Returns non-zero.
+// Sets the set-up directory: a path without a trailing separator. If the directory exists, the engine's log
+// is log/qbsvrl6.log in it; otherwise qbsvrl6/qbsvrl6.log in $XDG_STATE_HOME or ~/.local/state, if there is
+// one. Also reads the settings file qbsvrl6.conf from the directory, or else from $XDG_CONFIG_HOME or
+// ~/.config (docs/settings.md). Returns non-zero.
 QBSVR_API int QBInitConfig(const quillbrook::lkchar* setupPath);
 
 // The full path of the engine's library file.
@@ -176,7 +175,7 @@ QBSVR_API const quillbrook::lkchar* QBGetModulePath();
 // The engine's version, "major.minor.patch".
 QBSVR_API const quillbrook::lkchar* QBGetModuleVersion();
 
-// The architecture that the library was built for, and its operating system: "x86_64 Linux".
+// The architecture and operating system that the library was built for: "x86_64 Linux".
 QBSVR_API const quillbrook::lkchar* QBGetModuleInfo();
 
 // ---- Reports
@@ -190,17 +189,18 @@ QBSVR_API const quillbrook::lkchar* QBGetModuleInfo();
 // Creates an empty report. Returns null if memory runs out. May be called on any thread.
 QBSVR_API quillbrook::tagQBReport* QBReportCreate();
 
-// Frees the report with its template, data, documents and event handlers. A sub-report's report stays: it
-// belongs to its parent, and the log says so. A report that is being exported is freed when its export ends.
+// Frees the report with its template, data, documents and event handlers. A sub-report's report belongs to
+// its parent: it is not freed, and the call is logged as a warning. A report that is being exported is freed
+// when its export ends.
 QBSVR_API void QBReportRelease(quillbrook::tagQBReport* report);
 
 // Makes `target` a copy of the definition of `source`. Handlers, loaded data and documents are not copied.
 // Does nothing if the two are the same report. Fails while `target` is being exported.
 QBSVR_API void QBObjectAssign(quillbrook::tagQBReport* target, quillbrook::tagQBReport* source);
 
-// Replaces the report's template with the one in the file. Event handlers stay. Returns zero if the file
-// cannot be read or is not a valid template; the report is then empty. A report may be loaded any number of
-// times. Fails while the report is being exported.
+// Replaces the report's template with the one in the file. Event handlers stay attached. Returns zero if the
+// file cannot be read or is not a valid template; the report is then empty. A report may be loaded any number
+// of times. Fails while the report is being exported.
 QBSVR_API int QBReportLoadFromFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 
 // Writes the report's definition as a template. The file is replaced as a whole or not at all, missing
@@ -208,8 +208,8 @@ QBSVR_API int QBReportLoadFromFile(quillbrook::tagQBReport* report, const quillb
 // files. Returns zero if the file cannot be written.
 QBSVR_API int QBReportSaveToFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 
-// Sets the picture below every page: PNG or JPEG. The empty text removes it. The file is read by each
-// export; if that fails, the document has no background and the log says why.
+// Sets the PNG or JPEG picture that is painted on every page, below all else. The empty text removes it. Each
+// export reads the file; if that fails, the document has no background and the log says why.
 QBSVR_API void QBReportSetBackImageFile(quillbrook::tagQBReport* report, const quillbrook::lkchar* path);
 
 // ---- Data
@@ -231,22 +231,23 @@ QBSVR_API const quillbrook::lkchar* QBReportExtractXMLFromURL(quillbrook::tagQBR
 // The report's query; never null. With the connection "xml" a query is the address of a data file.
 QBSVR_API const quillbrook::lkchar* QBReportGetQuerySQL(quillbrook::tagQBReport* report);
 
-// Sets the report's query; the empty text clears it. The data is read by each export.
+// Sets the report's query; the empty text clears it. Each export reads the data.
 QBSVR_API void QBReportSetQuerySQL(quillbrook::tagQBReport* report, const quillbrook::lkchar* query);
 
-// Sets the report's connection: "xml" for data files, the empty text for none. A query without a connection
-// uses that of the report around it: the record set that of its report, a sub-report that of its parent. An
-// export fails with any other value.
+// Sets the report's connection: "xml" for data files, the empty text for none. An export fails with any other
+// value. A query without a connection uses that of the enclosing report: a record set that of its report, a
+// sub-report that of its parent.
 QBSVR_API void QBReportSetConnectionString(quillbrook::tagQBReport* report,
                                            const quillbrook::lkchar* connection);
 
 // The report's detail grid, or null if it has none.
 QBSVR_API quillbrook::tagQBDetailGrid* QBReportGetDetailGrid(quillbrook::tagQBReport* report);
 
-// The grid's record set; never null for a grid. It overrides the report's data for the rows of the grid.
+// The grid's record set; never null for a grid. If it has a query, the grid's rows come from there instead of
+// the report's data.
 QBSVR_API quillbrook::tagQBRecordset* QBDetailGridGetRecordset(quillbrook::tagQBDetailGrid* grid);
 
-// Sets how columns that are wider than the page are printed. An unknown method is Discard.
+// Sets how columns that are wider than the page are printed. An unknown method counts as Discard.
 QBSVR_API void QBDetailGridSetPrintAdaptMethod(quillbrook::tagQBDetailGrid* grid,
                                                quillbrook::tagQBColumnPrintAdaptMethod method);
 
@@ -299,11 +300,12 @@ QBSVR_API int QBReportExport(quillbrook::tagQBReport* report, int showOptions);
 // export was prepared.
 QBSVR_API int QBReportUnprepareExport(quillbrook::tagQBReport* report);
 
-// The document's length in bytes, at most 2 GB.
+// The document's length in bytes, at most INT32_MAX.
 QBSVR_API int QBBinaryObjectGetDataSize(quillbrook::tagQBBinaryObject* object);
 
 // The document's bytes. They are valid until the next QBReportUnprepareExport or QBReportRelease on the
-// report, however many documents are made until then. Beyond 256 MB they are kept in temporary files.
+// report, however many documents are made until then. If a report's documents exceed 256 MB together, further
+// ones are kept in temporary files.
 QBSVR_API const void* QBBinaryObjectGetDataBuf(quillbrook::tagQBBinaryObject* object);
 
 // ---- Export options
@@ -325,7 +327,7 @@ QBSVR_API quillbrook::tagQBExportType QBExportOptionGetExportType(quillbrook::ta
 QBSVR_API void QBExportOptionSetFileName(quillbrook::tagQBExportOption* option,
                                          const quillbrook::lkchar* file);
 
-// The same options, seen by format; null if the export has another format.
+// The options of one format, or null if the export has another format.
 QBSVR_API quillbrook::tagQBE2CellOption* QBExportOptionGetAsE2CellOption(
     quillbrook::tagQBExportOption* option);
 QBSVR_API quillbrook::tagQBE2XLSOption* QBExportOptionGetAsE2XLSOption(quillbrook::tagQBExportOption* option);
@@ -354,8 +356,8 @@ QBSVR_API void QBE2IMGOptionSetImageType(quillbrook::tagQBE2IMGOption* option,
 // All pages in one image, one below the other. Default: off.
 QBSVR_API void QBE2IMGOptionSetAllInOne(quillbrook::tagQBE2IMGOption* option, int on);
 
-// On: whole fonts are embedded, for documents that others edit; such documents are large. Off: subsets of the
-// glyphs in use are embedded, so that every document shows its own fonts anywhere. Default: off.
+// On: whole fonts are embedded, for documents that others edit; such documents are large. Off: only the
+// glyphs in use are embedded. Either way, a document looks the same on every machine. Default: off.
 QBSVR_API void QBE2PDFOptionSetFontEmbedding(quillbrook::tagQBE2PDFOption* option, int on);
 
 // ---- Sections and controls
@@ -389,8 +391,8 @@ QBSVR_API void QBSectionSetCanGrow(quillbrook::tagQBSection* section, int on);
 // The section's list of controls.
 QBSVR_API quillbrook::tagQBControls* QBSectionGetControls(quillbrook::tagQBSection* section);
 
-// Appends an empty control of 5 by 1 cm at the section's corner. Returns null for an unknown type, and for a
-// sub-report that would be nested more than 16 deep.
+// Appends an empty control of 5 by 1 cm in the section's upper left corner. Returns null for an unknown type,
+// and for a sub-report that would be nested more than 16 deep.
 QBSVR_API quillbrook::tagQBControl* QBControlsAdd(quillbrook::tagQBControls* controls,
                                                   quillbrook::tagQBControlType type);
 
@@ -408,8 +410,8 @@ QBSVR_API quillbrook::tagQBSubReport* QBControlGetAsSubReport(quillbrook::tagQBC
 QBSVR_API quillbrook::tagQBReport* QBSubReportGetReport(quillbrook::tagQBSubReport* subReport);
 
 // The first control of a walk over all controls of the report, in the order of the template, or null. The
-// controls of sub-reports are not included. Each report has one walk of its own: a walk over a sub-report
-// does not disturb the walk over its parent.
+// controls of sub-reports are not included. Each report has its own walk: a walk over a sub-report does not
+// affect the walk over its parent.
 QBSVR_API quillbrook::tagQBControl* QBReportFindFirstControl(quillbrook::tagQBReport* report);
 
 // The next control of the walk; null at its end.
@@ -447,9 +449,9 @@ QBSVR_API quillbrook::tagQBFont* QBReportGetFont(quillbrook::tagQBReport* report
 //     };
 //     QBAttachEventChartRequestData(report, new Sales);
 //
-// docs/chart-data.md describes the XML text. Data given to a chart is used for the current export only. The
-// switches select what the data replaces; what is not replaced keeps its order and is filled with the new
-// values. The three functions return zero if the text cannot be read or exceeds a limit.
+// docs/chart-data.md describes the XML text. The data is used for the current export only. The switches
+// select what the data replaces in the chart; all else keeps its order and is filled with the new values. The
+// three functions return zero if the text cannot be read or exceeds a limit.
 
 // Bars, pies and lines.
 QBSVR_API int QBChartLoadDataFromXML(quillbrook::tagQBChart* chart, const quillbrook::lkchar* xml,
@@ -463,8 +465,7 @@ QBSVR_API int QBChartLoadXYDataFromXML(quillbrook::tagQBChart* chart, const quil
 QBSVR_API int QBChartLoadXYZDataFromXML(quillbrook::tagQBChart* chart, const quillbrook::lkchar* xml,
                                         int replaceSeriesLabels);
 
-// Sets the number of series, from 0 to 1,000; values beyond are clamped. New series have no label and no
-// values.
+// Sets the number of series, clamped to 0 to 1,000. New series have no label and no values.
 QBSVR_API void QBChartSetSeriesCount(quillbrook::tagQBChart* chart, int seriesCount);
 
 // Sets the label of a series, counted from 0. An index without a series is ignored.
@@ -481,22 +482,22 @@ QBSVR_API void QBChartSetSeriesLabel(quillbrook::tagQBChart* chart, int seriesIn
 //     QBAttachEventExportBegin(report, new Xlsx);
 //     QBReportExportDirect(report, QBExportType_XLS, u"stock.xlsx", 0, 0);
 //
-// A handler is created with `new`. From the call on it belongs to the report, which deletes it when the
-// report is released; null for the report deletes it at once. It stays attached when another template is
-// loaded. Of several handlers for the same event, only the last is called; after a null handler, none is. A
-// handler may use any function except those that replace or export its own report: they fail. An exception
-// that leaves Execute is logged and ends the export.
+// Create a handler with `new`. Once attached, it belongs to the report, which deletes it when the report is
+// released; if the report is null, the handler is deleted at once. It stays attached when another template is
+// loaded. Of several handlers for the same event, only the last is called; a null handler switches the event
+// off. A handler may use any function except those that replace or export its own report: they fail. An
+// exception that leaves Execute is logged and ends the export.
 
 // Called when an export of the report begins. Its argument is the options of that export.
 QBSVR_API void QBAttachEventExportBegin(quillbrook::tagQBReport* report,
                                         quillbrook::CqbExportEventInfo* handler);
 
-// Called when an export or print of the report begins, before the data is read. Sub-reports have events of
-// their own.
+// Called when an export or print of the report begins, before the data is read. Sub-reports have their own
+// events.
 QBSVR_API void QBAttachEventInitialize(quillbrook::tagQBReport* report,
                                        quillbrook::CqbGeneralEventInfo* handler);
 
-// Called once per chart and export. A sub-report without a handler uses that of the nearest report around it.
+// Called once per chart and export. A sub-report without a handler uses that of the nearest enclosing report.
 QBSVR_API void QBAttachEventChartRequestData(quillbrook::tagQBReport* report,
                                              quillbrook::CqbChartEventInfo* handler);
 
@@ -514,9 +515,9 @@ QBSVR_API const quillbrook::lkchar* QBUtilityNumberFormat(quillbrook::tagQBUtili
                                                           const quillbrook::lkchar* format, double number);
 
 // A barcode as SVG text, or null if the request is invalid or the symbol cannot hold the text. `json` is an
-// object with "type" (a number, see docs/template-format.md) and "text"; optional are "requireShowText"
-// (default true: the text is shown below the bars; two-dimensional symbols have none) and "codepage" (65001,
-// the only one).
+// object with "type" (a number, see docs/template-format.md) and "text". Optional members: "requireShowText"
+// (default true: the text is shown below the bars; two-dimensional symbols have none) and "codepage" (must be
+// 65001, UTF-8).
 QBSVR_API const quillbrook::lkchar* QBGenerateBarcodeGraph(const quillbrook::lkchar* json);
 
 }  // extern "C"

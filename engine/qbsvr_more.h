@@ -1,4 +1,5 @@
-// What this engine offers beyond the 71 functions of qbsvr.h: what an export may use, and how to end one.
+// What this engine offers beyond the 71 functions of qbsvr.h: limits on what an export may use, and a way to
+// cancel one.
 //
 //     QBXBudget budget = {sizeof budget};
 //     budget.wallMilliseconds = 10'000;
@@ -7,8 +8,8 @@
 //
 // The conventions are those of qbsvr.h. Another engine of that interface may lack these functions.
 //
-// Structures grow at their end. Their first member, `size`, is the caller's sizeof: members beyond it are
-// neither read nor written.
+// Later versions may append members to a structure. The first member, `size`, is the sizeof that the caller
+// was compiled with: members beyond it are neither read nor written.
 #ifndef QBSVR_ENGINE_QBSVR_MORE_H
 #define QBSVR_ENGINE_QBSVR_MORE_H
 
@@ -16,14 +17,14 @@
 
 #include "engine/qbsvr.h"
 
-// What one export may use. An export that needs more fails: the log names the figure and where it was passed,
-// everything is released, and the next export begins anew. Loading a template or data has the same budget, on
-// its own. docs/trust.md has the table with the defaults and what they were measured to cost.
+// What one export may use. An export that needs more fails: the log names the figure and where it was
+// exceeded, everything the export held is released, and the next export starts from zero. Each load of a
+// template or of data counts as an export of its own. docs/settings.md lists the defaults.
 //
-// Zero keeps a figure as it is; UINT64_MAX lifts it.
+// Setters leave a figure unchanged if its member is zero; UINT64_MAX removes the limit.
 struct QBXBudget {
     uint64_t size;               // sizeof(QBXBudget)
-    uint64_t wallMilliseconds;   // from the begin of the export to its end
+    uint64_t wallMilliseconds;   // from the beginning of the export to its end
     uint64_t cpuMilliseconds;    // of the thread that exports
     uint64_t dataBytes;          // of the tables in memory
     uint64_t cells;              // of all tables: values that exist, and rows
@@ -36,26 +37,29 @@ struct QBXBudget {
     uint64_t pixels;             // decoded, of all pictures together
     uint64_t pictureScans;       // of one progressive picture
     uint64_t templateElements;   // controls, styles and all other elements of a template
-    uint64_t documentBytes;      // at most INT32_MAX counts, since results have sizes of type int
+    uint64_t documentBytes;      // clamped to INT32_MAX, since results have sizes of type int
 };
 
 extern "C" {
 
-// Fills the members with what holds for reports that have no budget of their own: the settings file's figures,
-// or the defaults. Zero if `budget` is null, or if the settings file is wrong (the log says where).
+// Gets the budget of all reports without their own: what QBXSetBudget has set, or the figures of the settings
+// file, or the defaults. The caller sets `size` before the call. Returns zero if `budget` is null, if `size`
+// is too small, or if the settings file has an error (the log says where).
 QBSVR_API int QBXGetBudget(QBXBudget* budget);
 
-// Sets what holds for them, for exports that begin later. Null means the settings file's figures again. Zero
-// if the structure has no size, or if the settings file is wrong: then no export begins.
+// Sets the budget of all reports without their own, for exports that begin later. Null restores the figures
+// of the settings file. Returns zero if `size` is too small, or if the settings file has an error; in the
+// latter case every export fails until it is fixed.
 QBSVR_API int QBXSetBudget(const QBXBudget* budget);
 
-// Sets the budget of one report, whole: figures of zero are those of the process now. Null takes it away.
+// Sets the complete budget of one report: figures of zero are copied from the budget of the process at this
+// moment. Null removes the report's budget. Returns zero on failure.
 QBSVR_API int QBXReportSetBudget(quillbrook::tagQBReport* report, const QBXBudget* budget);
 
-// Ends the export or load of the report that runs now, if there is one: soon after, that call fails with
-// "cancelled" in the log. This function alone may be called while another thread uses the report, and from
-// the report's own event handlers. A report that is gone is treated as one that does nothing. Whether
-// something ran.
+// Cancels the export or load that the report is running, if any: that call soon fails with "cancelled" in the
+// log. Unlike all other functions, this one may be called while another thread uses the report, and also from
+// the report's own event handlers. A released report counts as idle. Returns non-zero if something was
+// running.
 QBSVR_API int QBXReportCancel(quillbrook::tagQBReport* report);
 
 }  // extern "C"

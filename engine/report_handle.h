@@ -1,4 +1,4 @@
-// Owning wrapper of a report: releases on scope exit what it created, and nothing that it only wraps.
+// A report that is released at the end of the scope, unless it was only wrapped.
 #ifndef QBSVR_ENGINE_REPORT_HANDLE_H
 #define QBSVR_ENGINE_REPORT_HANDLE_H
 
@@ -9,9 +9,9 @@ namespace quillbrook {
 // The two fields, in this order and with no virtual functions, are part of the interface.
 class CQBReportHandle {
 public:
-    // Creates a report of its own; `m_report` is null when that fails.
+    // Creates a report; `m_report` is null if that fails.
     CQBReportHandle() : m_owned(true), m_report(QBReportCreate()) {}
-    // Wraps a report that somebody else releases.
+    // Wraps a report that its owner releases.
     explicit CQBReportHandle(tagQBReport* report) : m_owned(false), m_report(report) {}
     ~CQBReportHandle() {
         if (m_owned) QBReportRelease(m_report);
