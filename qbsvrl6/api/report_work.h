@@ -18,8 +18,8 @@ public:
     ReportWork(const ReportWork&) = delete;
     ReportWork& operator=(const ReportWork&) = delete;
 
-    // Ends the work on this report, if there is any, from any thread. The report is only compared, never
-    // read, so that it may be gone. Whether there was any.
+    // Ends the work on this report, if there is any. Safe from any thread: only the report's address is used.
+    // Returns whether there was any.
     static bool cancel(const Report* report);
 
 private:

@@ -1,4 +1,5 @@
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <thread>
@@ -20,6 +21,12 @@ public:
 private:
     std::function<void()> action_;
 };
+
+QBXBudget sized() {
+    QBXBudget budget = {};
+    budget.size = sizeof budget;
+    return budget;
+}
 
 class BudgetTest : public ApiTest {
 protected:
@@ -52,7 +59,7 @@ TEST_F(BudgetTest, EndsAnExportAtEachFigureAndIsForgotten) {
     };
     QBAttachEventExportBegin(report_, new OnBegin([] { std::this_thread::sleep_for(5ms); }));
     for (const Case& c : cases) {
-        QBXBudget budget = {sizeof budget};
+        QBXBudget budget = sized();
         budget.*c.figure = c.value;
         EXPECT_EQ(QBXReportSetBudget(report_, &budget), 1);
         EXPECT_EQ(exported(report_, c.type), "(null)") << c.told;
@@ -94,13 +101,15 @@ TEST_F(BudgetTest, TheSettingsFileIsReadWithTheSetUpFolder) {
         EXPECT_NE(exportWith(settings).find(told), std::string::npos) << settings;
     }
     EXPECT_EQ(exportWith("budget.wall-time = 1 min\nbudget.document-size = 1 GiB"), "");
-    QBXBudget budget = {sizeof budget};
+    QBXBudget budget = sized();
     EXPECT_EQ(QBXGetBudget(&budget), 1);
     EXPECT_EQ(budget.wallMilliseconds, 60'000u);
     EXPECT_EQ(budget.documentBytes, 1u << 30);
-    budget = {offsetof(QBXBudget, cpuMilliseconds), 7, 8};
+    budget.size = offsetof(QBXBudget, cpuMilliseconds);
+    budget.wallMilliseconds = 7;
+    budget.cpuMilliseconds = 8;
     EXPECT_EQ(QBXSetBudget(&budget), 1) << "a caller of an older, shorter structure";
-    budget = {sizeof budget};
+    budget = sized();
     EXPECT_EQ(QBXGetBudget(&budget), 1);
     EXPECT_EQ(budget.wallMilliseconds, 7u);
     EXPECT_EQ(budget.cpuMilliseconds, 3'600'000u);

@@ -1,12 +1,19 @@
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "engine/qbsvr_more.h"
 #include "tests/qbsvrl6/api/api_fixture.h"
+#include "tests/source_directory.h"
 
 namespace api_test {
 namespace {
+
+constexpr int kThreads = 16;
 
 void onThreads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
@@ -19,33 +26,65 @@ public:
     void Execute() override {}
 };
 
+// Templates and data that were found to do harm, in files of this directory.
+std::vector<std::string> writeHostileReports(const std::string& directory) {
+    std::vector<std::string> names;
+    for (const std::string& seed : FilesBelow(QBSVR_SOURCE_DIR "/fuzz/seeds/engine_fuzz")) {
+        const std::string text = ReadFile(QBSVR_SOURCE_DIR "/fuzz/seeds/engine_fuzz/" + seed).substr(1);
+        const std::string line = "\n=== data\n";
+        const std::size_t end = text.find(line);
+        WriteFile(directory + seed + ".qbf", text.substr(0, end));
+        WriteFile(directory + seed + ".txt",
+                  end == std::string::npos ? "[]" : text.substr(end + line.size()));
+        names.push_back(seed);
+    }
+    return names;
+}
+
+// Good exports give the bytes that they give alone, whatever happens on other threads: hostile reports, budgets
+// that are passed, exports that are cancelled. QBSVR_SOAK_SECONDS in the environment makes it go on for as long.
 TEST_F(ApiTest, ReportsOfManyThreadsDontMeet) {
-    const tagQBExportType types[] = {QBExportType_PDF, QBExportType_CSV, QBExportType_HTM, QBExportType_TXT};
-    std::string expected[4];
-    {
+    using Clock = std::chrono::steady_clock;
+    const char* const soak = std::getenv("QBSVR_SOAK_SECONDS");
+    const Clock::time_point end = Clock::now() + std::chrono::seconds(soak != nullptr ? std::atoi(soak) : 0);
+    const std::vector<std::string> hostile = writeHostileReports(directory_);
+    ASSERT_FALSE(hostile.empty());
+    std::vector<std::string> expected;
+    for (int type = QBExportType_XLS; type <= QBExportType_IMG; ++type) {
         const OwnReport report;
         QBReportLoadFromFile(report, path("list.qbf").c_str());
-        for (int i = 0; i < 4; ++i) expected[i] = exported(report, types[i]);
+        expected.push_back(exported(report, static_cast<tagQBExportType>(type)));
     }
-    std::vector<std::string> results(16);
-    onThreads(16, [&](int thread) {
-        const OwnReport reused;
-        for (int round = 0; round < 4; ++round) {
-            tagQBReport* report = QBReportCreate();
-            QBAttachEventInitialize(report, new Quiet);
-            QBReportLoadFromFile(report, path("list.qbf").c_str());
-            QBReportLoadFromFile(reused, path("list.qbf").c_str());
-            const auto index = static_cast<std::size_t>(thread + round) % 4;
-            if (exported(report, types[index]) != expected[index] ||
-                exported(reused, types[index]) != expected[index]) {
-                results[static_cast<std::size_t>(thread)] += "differs ";
-            }
-            QBReportLoadFromFile(reused, u"/absent.qbf");  // logs
-            QBReportRelease(report);
-            if (QBReportGetDetailGrid(reused) != nullptr)
-                results[static_cast<std::size_t>(thread)] += "not empty ";
+    const auto good = [&](std::size_t round) {
+        const OwnReport report;
+        QBAttachEventInitialize(report, new Quiet);
+        QBReportLoadFromFile(report, path("list.qbf").c_str());
+        const std::size_t type = round % expected.size();
+        return exported(report, static_cast<tagQBExportType>(QBExportType_XLS + type)) == expected[type];
+    };
+    const std::vector<OwnReport> badReports(kThreads);
+    const auto bad = [&](std::size_t round) {
+        tagQBReport* const report = badReports[round % kThreads];
+        const std::string& name = hostile[round / kThreads % hostile.size()];
+        QBXBudget budget = {};
+        budget.size = sizeof budget;
+        budget.pages = 1 + round % 3;
+        QBXReportSetBudget(report, &budget);
+        QBReportLoadFromFile(report, path(name + ".qbf").c_str());
+        QBReportLoadDataFromURL(report, path(name + ".txt").c_str());
+        exported(report, static_cast<tagQBExportType>(QBExportType_XLS + round % expected.size()));
+        QBXReportCancel(badReports[(round + 1) % kThreads]);
+        QBReportLoadFromFile(report, u"/absent.qbf");  // logs
+        return QBReportGetDetailGrid(report) == nullptr;
+    };
+    std::vector<std::string> results(kThreads);
+    onThreads(kThreads, [&](int thread) {
+        const auto number = static_cast<std::size_t>(thread);
+        for (std::size_t round = 0; round < 4 || Clock::now() < end; ++round) {
+            if (!good(round + number)) results[number] += "differs ";
+            if (!bad(round * kThreads + number)) results[number] += "not empty ";
         }
-        if (narrow(QBGetModulePath()).empty()) results[static_cast<std::size_t>(thread)] += "no path ";
+        if (narrow(QBGetModulePath()).empty()) results[number] += "no path ";
     });
     for (const std::string& result : results) EXPECT_EQ(result, "");
 }

@@ -1,0 +1,116 @@
+// The whole engine: a template and data into any document, within a small budget and without fetching anything.
+// The input is a letter for the kind of document, the template, and after the line "=== data" the data. It is
+// refused with EngineError, or it is a document that begins as its kind does.
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "qbsvrl6/api/export.h"
+#include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/template/template_io.h"
+
+using namespace qbsvrl6;
+
+namespace {
+
+constexpr std::size_t kMaxSize = 16'384;
+constexpr std::string_view kDataLine = "\n=== data\n";
+constexpr std::string_view kRows =
+    R"({"p": 1, "rows": [{"n": 1, "t": "a"}, {"n": 2, "t": "中文 and a longer text"}, {"n": 3, "t": ""}]})";
+
+struct Kind {
+    ExportOptions options;
+    std::string_view start;  // of the document; empty: anything
+};
+
+ExportOptions cells(ExportKind kind, bool sameAsPrint, bool onlyDetailGrid, bool xlsx = false) {
+    ExportOptions options;
+    options.kind = kind;
+    options.sameAsPrint = sameAsPrint;
+    options.onlyDetailGrid = onlyDetailGrid;
+    options.xlsx = xlsx;
+    return options;
+}
+
+ExportOptions image(ImageKind kind) {
+    ExportOptions options;
+    options.kind = ExportKind::Image;
+    options.imageKind = kind;
+    return options;
+}
+
+// By the first byte of the input, which is any letter. Pages cost more than texts, and images most.
+const std::array<Kind, 13>& kinds() {
+    static const std::array<Kind, 13> kinds{{
+        {cells(ExportKind::Csv, false, true), ""},
+        {cells(ExportKind::Txt, true, false), ""},
+        {cells(ExportKind::Htm, false, false), "<!DOCTYPE html>"},
+        {cells(ExportKind::Csv, true, false), ""},
+        {cells(ExportKind::Rtf, true, false), "{\\rtf1"},
+        {cells(ExportKind::Xls, false, false), "\xD0\xCF\x11\xE0"},
+        {cells(ExportKind::Pdf, true, false), "%PDF-"},
+        {cells(ExportKind::Txt, false, true), ""},
+        {cells(ExportKind::Xls, true, false, true), "PK"},
+        {cells(ExportKind::Htm, true, false), "<!DOCTYPE html>"},
+        {cells(ExportKind::Rtf, false, true), "{\\rtf1"},
+        {image(ImageKind::Png), ""},
+        {image(ImageKind::Tiff), ""},
+    }};
+    return kinds;
+}
+
+Budget smallBudget() {
+    Budget budget;
+    budget.wallMilliseconds = 10'000;
+    budget.dataBytes = 4u << 20;
+    budget.cells = 2'000;
+    budget.nameUnits = 200;
+    budget.fetches = 0;
+    budget.pages = 4;
+    budget.pageItems = 500;
+    budget.pixels = 1'000'000;
+    budget.templateElements = 300;
+    budget.documentBytes = 4u << 20;
+    return budget;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    ::unsetenv("HOME");  // nor is there a log
+    ::unsetenv("XDG_STATE_HOME");
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    if (size == 0 || size > kMaxSize) return 0;
+    const Kind& kind = kinds()[bytes[0] % kinds().size()];
+    const std::string_view input(reinterpret_cast<const char*>(bytes) + 1, size - 1);
+    const std::size_t line = input.find(kDataLine);
+    const std::string_view data =
+        line == std::string_view::npos ? kRows : input.substr(line + kDataLine.size());
+    Report report;
+    Runtime& runtime = runtimeOf(report);
+    runtime.budget = smallBudget();
+    try {
+        const Spending spending(*runtime.budget);
+        report.definition = readTemplate(input.substr(0, line), "fuzz");
+        runtime.loadedData = std::make_shared<DataSet>(readData(std::string(data), "data"));
+    } catch (const EngineError&) {
+        return 0;
+    }
+    ExportOptions options = kind.options;
+    std::string document;
+    try {
+        document = exportReport(runtime, options);
+    } catch (const EngineError&) {
+        return 0;
+    }
+    if (!std::string_view(document).starts_with(kind.start)) std::abort();
+    return 0;
+}
