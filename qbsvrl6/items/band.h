@@ -23,18 +23,18 @@ enum class BandKind {
     PageFooter,
 };
 
-// One section or row. It is complete: every item has its final position, and every text but the pending ones
-// has its lines. Bands of one page do not overlap, except in columns of detail, which are side by side.
+// One section or row. Everything in it is final, except texts that are pending. Bands of one page do not
+// overlap, except in columns of detail, which are side by side.
 struct Band {
     BandKind kind = BandKind::Row;
     bool inGrid = false;    // part of the detail grid: title, row, group header or group footer
     bool repeated = false;  // a title or group header that is repeated on a later page
-    int groupLevel = 0;     // of a group's band: 0 is the outermost group
+    int groupLevel = 0;     // of a group's header or footer: 0 is the outermost group
 
-    std::u16string bookmark;  // the value of a group, where its header begins; empty: none
+    std::u16string bookmark;  // of a group's first header: the value of the group; empty: none
     std::optional<Color> background;
 
-    Micrometres width = 0;    // items may be wider, as far as the report's paper
+    Micrometres width = 0;    // items may extend beyond it, up to the edge of the paper
     Micrometres height = 0;   // all items are above this edge
     std::vector<Item> items;  // later ones are painted on top
 };

@@ -17,7 +17,7 @@ struct CellValue {
     Number number;
     bool boolean = false;
     std::int64_t date = 0;
-    std::u16string_view spreadsheetFormat;  // number format, owned by the text's; empty: general
+    std::u16string_view spreadsheetFormat;  // owned by the plan of the text; empty: general
 };
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Columns of the detail grid that cell documents show at another position than paper does.
+// Columns of the detail grid whose position in cell documents differs from that on paper.
 #ifndef QBSVR_QBSVRL6_ITEMS_COLUMN_MOVE_H
 #define QBSVR_QBSVRL6_ITEMS_COLUMN_MOVE_H
 

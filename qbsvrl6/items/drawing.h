@@ -1,7 +1,7 @@
-// Vector drawings: what charts and barcodes are on every canvas.
+// Vector drawings: the form in which charts and barcodes reach every canvas.
 //
 // A drawing belongs to the box of one item. Lengths are micrometres from the box's upper left corner, and y
-// grows downwards. They are floating point, unlike the lengths of items: curves end between micrometres.
+// grows downwards. Unlike the lengths of items, they are floating point: curves end between micrometres.
 #ifndef QBSVR_QBSVRL6_ITEMS_DRAWING_H
 #define QBSVR_QBSVRL6_ITEMS_DRAWING_H
 
@@ -29,7 +29,7 @@ struct Drawing {
         std::vector<Point> points;
 
         std::optional<Color> fill;    // by the non-zero winding rule; none: not filled
-        std::optional<Color> stroke;  // painted after the filling; none: no line
+        std::optional<Color> stroke;  // painted on top of the fill; none: no line
         double strokeWidth = 0;
         double fillOpacity = 1;  // 0 to 1
     };
@@ -48,8 +48,8 @@ struct Drawing {
     std::vector<std::variant<Path, Label>> elements;  // later ones are painted on top
 };
 
-// Calls visit(command, points) for each step of a path, with the points that the step has. A step without its
-// points ends the walk.
+// Calls visit(command, points) for each step of a path, with the step's points. Stops at a step whose points
+// are missing.
 template <class Visit>
 void forEachStep(const Drawing::Path& path, Visit&& visit) {
     std::span<const Drawing::Path::Point> rest = path.points;

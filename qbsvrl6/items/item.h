@@ -1,7 +1,7 @@
-// Positioned items: what the bands of a laid-out report consist of.
+// Positioned items: the contents of the bands of a laid-out report.
 //
-// Layout makes items, sinks paint them or turn them into cells. Lengths are whole micrometres, so that equal
-// edges are equal; y grows downwards. An item's box is relative to its band. What is in the box (lines of
+// Layout makes items; sinks paint them or convert them into cells. Lengths are whole micrometres, so that
+// equal edges are equal; y grows downwards. An item's box is relative to its band. Its content (lines of
 // text, the picture, the drawing) is relative to the box.
 #ifndef QBSVR_QBSVRL6_ITEMS_ITEM_H
 #define QBSVR_QBSVRL6_ITEMS_ITEM_H
@@ -23,34 +23,34 @@
 
 namespace qbsvrl6 {
 
-// One line of a text, at its position. The position is in the box before rotation: at 90 and 270 degrees that
-// box has width and height exchanged, and the rotated box fills the item's.
+// One line of a text, at its position. The position is in the box before rotation: at 90 and 270 degrees,
+// this box has the width and height of the item's box exchanged.
 struct PlacedLine {
-    TextLine line;             // its units count in TextItem::lineText()
+    TextLine line;             // its units are indices into TextItem::lineText()
     Micrometres x = 0;         // of the line's start
     Micrometres baseline = 0;  // y of the base line
     float wordSpacing = 0;     // 1/1000 em that a justified line adds at each space
     float letterSpacing = 0;   // 1/1000 em that a justified line without spaces adds after each character
 };
 
-// A text. There are three of it: `text` is what the report says, complete; `shown` is what the lines show,
-// where that is less; `value` is the number or date that the text formats, for spreadsheets.
+// A text, in three forms: `text` is complete; `shown` is what the lines show, if that is less; `value` is the
+// number or date that the text formats, for spreadsheets.
 struct TextItem {
     std::u16string text;
 
-    // What the lines consist of, where it is not `text`: cut with an ellipsis, or with #### in place of a
-    // number that is wider than the box.
+    // The text of the lines if it differs from `text`: cut with an ellipsis, or with #### in place of a
+    // number that is wider than the box. Otherwise empty.
     std::u16string shown;
     bool masked = false;  // `shown` has ####
 
     CellValue value;
     double fontSize = 10;               // points, after shrinking to fit
-    std::optional<Color> color;         // replaces the style's: from the value's number format
+    std::optional<Color> color;         // from the value's number format; replaces the style's
     std::u16string link;                // address; empty: none
     std::vector<PageField> pageFields;  // in `text`, ascending
 
-    // From the top down. Empty where the text is empty or pending, and for sinks that draw no text
-    // (LayoutOptions::measureText, drawText). Lines that do not fit the box's height are left out.
+    // From the top down. Empty if the text is empty or pending, and for sinks that draw no text
+    // (LayoutOptions::measureText, drawText). Lines that do not fit the height of the box are left out.
     std::vector<PlacedLine> lines;
 
     // The text shows the page count or another total of the whole report and is not laid out yet. A sink
@@ -70,21 +70,21 @@ struct BoxItem {
 };
 
 struct PictureItem {
-    std::shared_ptr<const Picture> picture;  // null: nothing that could be read
+    std::shared_ptr<const Picture> picture;  // null: it could not be read
     Rect placed;                             // relative to the item's box, after fitting
     PictureFit fit = PictureFit::Contain;    // with Clip, `placed` may be larger than the box
     std::u16string alternateText = {};       // shown by text formats, read by screen readers
 };
 
-// What a chart shows at its position.
+// The settings and numbers of a chart for one position.
 struct ShownChart {
     ChartSettings settings;  // texts without placeholders
     std::shared_ptr<const ChartData> data;
 };
 
-// A chart or barcode. `control` and `chart` are there so that it can be drawn again in another size.
+// A chart or barcode. `control` and `chart` serve to draw it again at another size.
 struct DrawingItem {
-    std::shared_ptr<const Drawing> drawing;  // null: nothing that could be drawn
+    std::shared_ptr<const Drawing> drawing;  // null: it could not be drawn
     std::u16string alternateText;            // like a picture's; the text of a barcode
     const Control* control = nullptr;        // of the barcode or chart; null: it cannot be drawn again
     std::shared_ptr<const ShownChart> chart = nullptr;  // null: no chart
@@ -92,8 +92,8 @@ struct DrawingItem {
 
 struct Item {
     Rect box;  // relative to the band
-    // Background and border of the box, font of its text. Never null in a band that a sink receives; lives
-    // as long as the export.
+    // Background and border of the box, font of its text. Never null in a band that a sink receives. Valid
+    // for the whole export.
     const ResolvedStyle* style = nullptr;
     std::variant<TextItem, LineItem, BoxItem, PictureItem, DrawingItem> content;
     // Columns of the detail grid that a cell, or a control of a group section, covers; -1: a free control.

@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 // itself, such as a word processor, replaces it with a field.
 struct PageField {
     enum class Kind : std::uint8_t { Number, Count } kind = Kind::Number;
-    std::size_t start = 0;  // first UTF-16 unit of the text
+    std::size_t start = 0;  // in UTF-16 units of the text
     std::size_t length = 0;
     int value = 0;
 

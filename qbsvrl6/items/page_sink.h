@@ -9,25 +9,24 @@
 namespace qbsvrl6 {
 
 struct PageInfo {
-    int number = 1;  // sheet of paper, from 1 over the whole report, whatever number the page shows
+    int number = 1;  // of the sheet of paper in the document, from 1, whatever number the page shows
     Size paper;
     Edges margins;
 };
 
-// Settles pending items, once the whole report is laid out.
+// Settles pending items when the whole report has been laid out.
 class PendingTexts {
 public:
     virtual ~PendingTexts() = default;
-    // Lays out the item's text; after that it is not pending. Does nothing for an item that is not pending.
+    // Lays out the item's text, which is no longer pending then. Does nothing for any other item.
     virtual void settle(Item& item) = 0;
 };
 
-// Receives a report while it is laid out: for each page beginPage, its bands, endPage; after the last page
-// finish, once. A sink keeps what it needs: a band is its own after the call, and styles live as long as the
-// export. Memory is the sink's affair: layout forgets each band that it has passed on.
+// Receives a report while it is laid out: beginPage, the bands and endPage for each page, then finish once. A
+// sink owns the bands that it receives; layout keeps none of them. Styles are valid for the whole export.
 //
 // The bands of a page come from top to bottom: page header, body, page footer. The continuous layout has one
-// page of unbounded height; there y stops growing at a large value, and the order of the bands counts.
+// page of unbounded height: y stops growing at a large value, and the order of the bands counts instead.
 class PageSink {
 public:
     virtual ~PageSink() = default;

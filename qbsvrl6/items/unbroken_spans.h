@@ -1,5 +1,5 @@
-// The parts of a text that stay on one line, whatever the format: a number, date, amount or code that is broken
-// into two lines reads as two others.
+// The parts of a text that stay on one line in every document format: a number, date, amount or code that is
+// broken into two lines reads as two different ones.
 //
 // Layout breaks its lines by these functions. Sinks that leave line breaks to their reader (HTML, RTF, cells
 // that wrap) use them to forbid the same breaks.
@@ -36,7 +36,7 @@ inline bool breaksAtSpaces(const TextItem& item) {
 }
 
 // Calls `take(first, end)` for each span of the item's text that stays on one line: positions in `text`,
-// ascending, without overlaps. Everything between the spans is broken like any text.
+// ascending, without overlaps. The text between the spans is broken as usual.
 template <typename Take>
 void forEachUnbrokenSpan(const TextItem& item, Take&& take) {
     if (!item.text.empty() && isOneValue(item) && !breaksAtSpaces(item)) {

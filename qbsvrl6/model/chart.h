@@ -1,4 +1,4 @@
-// A chart's settings, its numbers, and the rows that they are taken from.
+// A chart's settings, its numbers, and how rows become its numbers.
 #ifndef QBSVR_QBSVRL6_MODEL_CHART_H
 #define QBSVR_QBSVRL6_MODEL_CHART_H
 
@@ -54,7 +54,7 @@ struct ChartRowSeries {
 // How rows become numbers. Without series the chart does not read rows.
 struct ChartRows {
     std::u16string table;     // name of another table of the data; empty: the rows of the chart's section
-    std::u16string filter;    // an expression; rows where it isn't true are left out; empty: all rows
+    std::u16string filter;    // an expression; rows for which it isn't true are left out; empty: all rows
     std::u16string category;  // with placeholders: one category per text
     std::u16string
         sort;  // an expression; categories are sorted by its smallest value; empty: in order of occurrence

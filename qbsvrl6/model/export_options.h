@@ -1,4 +1,4 @@
-// What an export is asked to be.
+// The options of an export.
 #ifndef QBSVR_QBSVRL6_MODEL_EXPORT_OPTIONS_H
 #define QBSVR_QBSVRL6_MODEL_EXPORT_OPTIONS_H
 
@@ -14,12 +14,12 @@ struct ExportOptions {
     ExportKind kind = ExportKind::Pdf;
     std::u16string fileName;  // target of an export into a file
 
-    // Cell kinds (XLS, TXT, HTM, RTF, CSV).
+    // For cell documents (XLS, TXT, HTM, RTF, CSV).
     bool sameAsPrint = true;  // false: one continuous table from logical rows
     bool pageBreaks = true;
     bool pageHeadersAndFooters = true;
     bool onlyDetailGrid = false;  // as one table, whatever sameAsPrint says
-    bool xlsx = false;            // the spreadsheet kind's form
+    bool xlsx = false;            // for Xls: .xlsx instead of .xls
 
     ImageKind imageKind = ImageKind::Tiff;
     bool allPagesInOneImage = false;

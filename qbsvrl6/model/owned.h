@@ -1,5 +1,5 @@
-// An owned object at an address of its own, with the semantics of a value: a copy copies the object, and a
-// const Owned gives a const object.
+// An owned object at a fixed address, with the semantics of a value: a copy copies the object, and a const
+// Owned gives const access to it.
 #ifndef QBSVR_QBSVRL6_MODEL_OWNED_H
 #define QBSVR_QBSVRL6_MODEL_OWNED_H
 

@@ -34,8 +34,8 @@ enum class ControlKind { Text = 1, Line = 2, Box = 3, Picture = 4, Barcode = 5, 
 struct TextContent {
     std::u16string text;            // with placeholders
     std::u16string link;            // with placeholders; empty: none
-    bool suppressRepeated = false;  // not shown where it equals the row above
-    bool removeWhenBlank = false;   // needs no height where the text is empty
+    bool suppressRepeated = false;  // not shown if it equals the row above
+    bool removeWhenBlank = false;   // takes up no height if the text is empty
     // The text is evaluated when this scope is complete, so that totals can come before their rows.
     enum class Evaluate { Now, Page, Group, Report } evaluate = Evaluate::Now;
 };
@@ -92,7 +92,7 @@ using ControlContent = std::variant<TextContent, LineContent, BoxContent, Pictur
                                     ChartContent, SubReportContent>;
 
 struct ConditionalStyle {
-    std::u16string when;   // an expression; the style applies where it is true
+    std::u16string when;   // an expression; the style applies if it is true
     std::u16string style;  // name
 };
 
@@ -137,7 +137,7 @@ struct Group {
     SectionPtr header, footer;  // may be null
     bool repeatHeader = false;  // on each page where the group continues
     bool keepTogether = false;
-    bool newPage = false;  // each group but the first starts a page
+    bool newPage = false;  // each group except the first starts a page
     bool restartPageNumber = false;
     int minimumRows = 1;  // rows that must follow the header on its page
 };
@@ -149,7 +149,7 @@ struct Column {
     Control content;
 };
 
-// Where rows come from. A text is empty where the template does not set it.
+// Where rows come from. A text is empty if the template does not set it.
 struct DataSource {
     std::u16string connectionString;  // "xml": the query is the address of a data file; empty: inherited
     Address query;
@@ -171,7 +171,7 @@ enum class ColumnAdapt {
 
 struct DetailGrid {
     DataSource recordset;
-    std::u16string filter;  // an expression; rows where it isn't true are left out; empty: all rows
+    std::u16string filter;  // an expression; rows for which it isn't true are left out; empty: all rows
     std::vector<Owned<Column>> columns;
     Micrometres titleHeight = 7000;  // 0: no title row
     bool repeatTitle = true;
@@ -237,7 +237,7 @@ struct ReportDefinition {
     Owned<DetailGrid> grid;                    // may be null
     std::shared_ptr<const TextPlaces> places;  // null where the report is from no file; never saved
 
-    // The positions of the text in the template's file; one unknown position if it has none.
+    // The positions of the text in the template's file; a single unknown position if it has none.
     std::vector<TextPosition> placesOf(std::u16string_view text, TextUse use) const;
 };
 
@@ -246,7 +246,7 @@ struct ReportRuntime {
     virtual ~ReportRuntime() = default;
 };
 
-// A copy has the definition alone: nothing of the original's run time.
+// A copy copies only the definition, not the state of the C interface.
 struct Report {
     Report() = default;
     Report(const Report& other) : definition(other.definition) {}
@@ -254,12 +254,12 @@ struct Report {
     ~Report() = default;
 
     ReportDefinition definition;
-    int depth = 0;  // reports around it, as far as programs reach it through the C interface
+    int depth = 0;  // number of enclosing reports, for those that programs reach through the C interface
     std::unique_ptr<ReportRuntime> runtime;  // made on first use
 };
 
-// Puts what the named style and its parents set on top of `base`, the outermost parent first. A cycle ends where
-// it closes. Nothing happens if there is no such style.
+// Applies the named style and its parents to `base`, the outermost parent first. A cycle of parents ends
+// where it closes. Does nothing if there is no such style.
 void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base);
 
 // The report's font, then the named style with its parents, then `own`.

@@ -13,9 +13,9 @@ namespace qbsvrl6 {
 enum class HorizontalAlign { Left, Center, Right, Justify };
 enum class VerticalAlign { Top, Middle, Bottom };
 
-// What happens to a text that needs more room than its box has.
+// How to fit a text that is larger than its box.
 enum class TextFit {
-    Grow,      // wraps; the box and its section grow; where the section must not, the text is cut
+    Grow,      // wraps; the box and its section grow, or the text is cut if the section can't grow
     Clip,      // wraps and is cut at the box
     Ellipsis,  // each paragraph on one line, cut with an ellipsis
     Shrink,    // the font shrinks, down to a third, until the text fits
@@ -33,8 +33,8 @@ struct Border {
     bool operator==(const Border&) const = default;
 };
 
-// A style as written: what is not set comes from the parent style, then from the report's own font and the
-// built-in defaults.
+// A style as written. Members that are not set come from the parent style, then from the report's default
+// style, then from the built-in defaults.
 struct Style {
     std::optional<std::u16string> fontFamily;
     std::optional<TextLanguage> language;
@@ -62,7 +62,7 @@ struct NamedStyle {
 // A style with every value set.
 struct ResolvedStyle {
     std::u16string fontFamily = u"SimSun";
-    TextLanguage language = TextLanguage::Unknown;  // of ideographs; unknown: the text or the font decides
+    TextLanguage language = TextLanguage::Unknown;  // of ideographs; unknown: from the text or font
     double fontSize = 10.0;
     bool bold = false, italic = false, underline = false;
     Color color;
