@@ -57,8 +57,8 @@ const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position&
     return styleUnder(control, std::move(holds), *instance_.plan.report, context_.styles);
 }
 
-// Totals before their rows: all data is there already, so a text that waits for its group or report is evaluated
-// at the last row of it.
+// All data is available before the walk, so a text that waits for its group or report is evaluated at the
+// last row of it.
 Position BandBuilder::evaluationPosition(const PlannedText& text, const Position& position) const {
     Position settled = position;
     switch (text.evaluate) {
@@ -227,7 +227,7 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
     return height;
 }
 
-// Whether the box is too narrow for any line. Columns without width are hidden on purpose.
+// Whether the text has no width to be drawn in. Columns without width are hidden on purpose.
 bool BandBuilder::hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const {
     const bool isHidden =
         unplaced.item.box.width == 0 && (unplaced.item.column >= 0 || unplaced.control->offPaper > 0);
@@ -272,8 +272,8 @@ void BandBuilder::place(BandDraft& draft, std::vector<UnplacedItem>& unplacedIte
     }
 }
 
-// The bands of a sub-report become items of the band around it; between them is where a page may end.
-// `around` says when they are shown.
+// The bands of a sub-report become items of the enclosing band, which may be cut between them. `around` holds
+// the conditions under which they are shown.
 void BandBuilder::placeNested(BandDraft& draft, UnplacedItem& unplaced,
                               const std::vector<LateCondition>& around) const {
     const Rect box = unplaced.item.box;
@@ -354,7 +354,7 @@ BandDraft BandBuilder::row(std::size_t row, std::optional<std::size_t> previous)
     return draft;
 }
 
-// The background of the row that is so many rows after another one.
+// The alternating background of the blank row that is `blanks` rows after `row`.
 std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t blanks) const {
     const bool grouped = view_.groupCount() > 0 && row < view_.rowCount();
     const std::size_t first = grouped ? view_.group(view_.groupCount() - 1, row).first : 0;
@@ -362,7 +362,7 @@ std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t blanks)
     return second ? instance_.plan.grid->grid->alternateBackground : std::nullopt;
 }
 
-// All cells of a title or row. If the columns wrap, its lines are below one another.
+// All cells of a title or row. If the columns wrap, they form several lines.
 BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
                              BandKind kind, const Position& position, std::optional<std::size_t> previous) {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
@@ -380,7 +380,7 @@ BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres 
             unplacedItems_.pop_back();
             continue;
         }
-        unplaced.removed = false;  // a cell has the height of its row, which cannot go
+        unplaced.removed = false;  // a cell always has the height of its row
         if (previous) suppress(unplaced, position, *previous, draft);
         Micrometres& line = lines[static_cast<std::size_t>(
             geometry.columns[static_cast<std::size_t>(control.firstColumn)].line)];

@@ -18,32 +18,32 @@ class BandBuilder {
 public:
     BandBuilder(LayoutContext& context, ReportInstance instance);
 
-    // None where the section isn't visible. With a slice, only that stretch of the section.
+    // Nothing if the section isn't visible. With a slice, only that part of the section.
     std::optional<BandDraft> section(PlannedSection& section, BandKind kind, const Position& position,
                                      const SectionSlice* slice = nullptr);
     // A header or footer of a group; the position's scope is the group.
     std::optional<BandDraft> groupSection(PlannedSection& section, BandKind kind, const Position& position,
                                           const SectionSlice* slice = nullptr);
-    // What a sub-report is walked with; none where it isn't visible or nested too deep.
+    // The plan and rows of a sub-report; nothing if it isn't visible or is nested too deep.
     std::optional<ReportInstance> subReport(PlannedControl& control, const Position& position);
     BandDraft title();
-    // `previous` is the row above that suppressed values are compared with; none: all values show.
+    // `previous` is the row above, with which suppressed values are compared; none: all values are shown.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);
-    // The empty row with this number after the last row, from 1.
+    // A blank row after the last row; `number` counts them from 1.
     BandDraft blankRow(Micrometres height, std::size_t number);
 
     Position reportPosition(std::size_t row) const;
     Position groupPosition(int level, std::size_t row) const;
     Position rowPosition(std::size_t row) const;
 
-    // Whether there is anything to build: also where the page decides whether it is shown.
+    // Whether to build it: it is visible, or that is decided when its page is complete.
     bool isVisible(const Visibility& visible, const Position& position);
 
-    // The group of columns that rows consist of; kEverySet: of all, and the pager divides them.
+    // The column group that rows consist of; kEverySet: all columns, which the pager divides.
     int activeSet = kEverySet;
 
 private:
-    // A control's item before the band's final heights are known.
+    // A control's item while the final heights in the band are unknown.
     struct UnplacedItem {
         explicit UnplacedItem(PlannedControl& ownControl) : control(&ownControl) {}
 
@@ -52,7 +52,7 @@ private:
         std::optional<LateItem> late;
         Item item;
         Micrometres needed = 0;  // height that a growing text needs
-        bool removed = false;    // takes no height, because it is empty
+        bool removed = false;    // takes up no height, because it is empty
         std::vector<CollectingFlow::Placed> nested;
     };
 

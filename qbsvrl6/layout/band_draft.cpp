@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    // Texts may have no lines if the sink draws none; to be divided they need them.
+    // Texts are broken into lines here if the sink draws none, because they are divided between lines.
     void breakCrossingTexts() {
         for (Item& item : draft_.band.items) {
             auto* const text = std::get_if<TextItem>(&item.content);
@@ -66,7 +66,7 @@ private:
         }
     }
 
-    // Whether a page would be any fuller for the upper part.
+    // Whether any content would remain in the upper part.
     bool somethingStays() const {
         return std::any_of(draft_.band.items.begin(), draft_.band.items.end(), [&](const Item& item) {
             if (item.box.bottom() <= cut_) return true;
@@ -78,7 +78,7 @@ private:
         });
     }
 
-    // A cell is as high as its row: what it holds may need less.
+    // A cell is as high as its row, but its content may need less.
     bool staysWhole(const Item& item) const {
         return draft_.band.kind == BandKind::Row && usedHeight(item) <= cut_ - item.box.y;
     }
@@ -110,7 +110,7 @@ private:
         if (extra_ > 0 && draft_.band.kind == BandKind::Row) evenCells();
     }
 
-    // The cells of a row stay as high as one another.
+    // Makes all cells of the row equally high again.
     void evenCells() {
         for (const std::size_t index : crossing_) {
             Item& item = rest_.band.items[index];
@@ -124,7 +124,8 @@ private:
         }
     }
 
-    // Notes that the next item of the rest continues a cell; only the highest are cells of the row itself.
+    // Notes that the next item of the lower part continues a cell. Only the highest items are cells of the
+    // row itself.
     void noteCell(Micrometres remaining) {
         if (remaining < remaining_) return;
         if (remaining > remaining_) crossing_.clear();
@@ -132,7 +133,8 @@ private:
         crossing_.push_back(rest_.band.items.size());
     }
 
-    // What stays true of a part of an item: whether it is shown, its style, and the link of a text.
+    // The deferred properties that also apply to a part of an item: visibility, style, and the link of a
+    // text.
     static std::optional<LateItem> partOf(const LateItem* late, bool ofText) {
         if (late == nullptr) return std::nullopt;
         const bool hasLink = ofText && late->contentAt;
@@ -182,7 +184,7 @@ private:
         put(rest_, std::move(lower), set, lowerLate ? &*lowerLate : nullptr);
     }
 
-    // The lower part of an item's box, with nothing in it.
+    // The lower part of an item's box, without content.
     static Item frameBelow(const Item& item, Micrometres height) {
         Item frame;
         frame.box = {item.box.x, 0, item.box.width, height};
@@ -192,7 +194,7 @@ private:
         return frame;
     }
 
-    // On one side, in a row with its empty cell on the other.
+    // Puts an undivided item on one side of the cut; in a row, its empty cell is on the other.
     void crossWhole(Item& item, const int* set, LateItem* late) {
         const bool ofRow = draft_.band.kind == BandKind::Row && hasLook(*item.style);
         const Micrometres above = cut_ - item.box.y;
@@ -225,8 +227,7 @@ private:
         put(rest_, std::move(item), set, late);
     }
 
-    // Items that became smaller leave a gap: the lower part moves up, and is dropped if it has nothing to
-    // show.
+    // Items that were scaled down leave a gap: the lower part moves up, and is dropped if it has no content.
     void closeGap() {
         std::vector<Item>& items = rest_.band.items;
         if (std::all_of(items.begin(), items.end(), isEmptyCell)) {
@@ -257,10 +258,10 @@ private:
     bool force_;
     Micrometres cut_;
     DrawingSource* drawings_;
-    std::vector<std::size_t> crossing_;  // of the rest's items: those that go on with a cell
-    Micrometres remaining_ = 0;          // what was left of their height
-    Micrometres saved_ = 0;              // height of the lower part that went with what became smaller
-    bool nothingStays_ = false;          // then each text leaves a line above, or no page would ever take it
+    std::vector<std::size_t> crossing_;  // indices of items of the lower part that continue a cell
+    Micrometres remaining_ = 0;          // the rest of their height
+    Micrometres saved_ = 0;              // height of the lower part that scaled-down items no longer need
+    bool nothingStays_ = false;          // if so, each text leaves a line above, or no page would accept it
     Micrometres extra_ = 0;              // height that the lower part needs in addition to the rest
     BandDraft rest_;
 };

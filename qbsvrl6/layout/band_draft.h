@@ -1,4 +1,4 @@
-// A band under construction, until it has its page.
+// A band under construction, until it is placed on a page.
 #ifndef QBSVR_QBSVRL6_LAYOUT_BAND_DRAFT_H
 #define QBSVR_QBSVRL6_LAYOUT_BAND_DRAFT_H
 
@@ -27,11 +27,11 @@ public:
     virtual BandDraft revealed(const BandDraft& row) = 0;
 };
 
-// The position of an expression that needs its page: it is evaluated there when the page is complete.
+// The position of an expression that depends on its page: it is evaluated when the page is complete.
 struct LatePosition {
     Position position;
     std::shared_ptr<RowView> view;
-    bool ofSubReport = false;  // its own rows are the rows of the page
+    bool ofSubReport = false;  // then the rows of the page are all of its rows
 };
 
 struct LateCondition {
@@ -43,9 +43,9 @@ struct LateCondition {
 struct LateItem {
     std::size_t item = 0;  // of the band
     PlannedControl* control = nullptr;
-    PlannedText* text = nullptr;  // the control's, where it isn't known yet
+    PlannedText* text = nullptr;  // the control's, if it isn't known yet
     LatePosition textAt;
-    // All must be true for the item to be shown: the control's condition, and those of what is around it.
+    // All must be true for the item to be shown: the control's condition, and those of enclosing bands.
     std::vector<LateCondition> visibleWhen;
     std::optional<LatePosition> contentAt;     // of the content's other texts (ContentTexts); none: known
     const ReportDefinition* styles = nullptr;  // of the control's late conditional styles; null: it has none
@@ -56,14 +56,14 @@ struct BandDraft {
     Band band;
     Micrometres x = 0;                         // from the left edge of the flow
     std::vector<LateItem> deferred;            // in the order of their items
-    std::optional<LateCondition> visibleWhen;  // of the band; where it does not hold, the band is empty space
-    std::vector<int> sets;                     // of columns, one for each item; empty where there is one set
+    std::optional<LateCondition> visibleWhen;  // of the band: if it is false, the band is left blank
+    std::vector<int> sets;                     // the column group of each item; empty if there is only one
     std::vector<Micrometres> cuts;             // heights at which a cut divides nothing, ascending
-    bool mayBreak = false;                     // may be cut even where it would fit on the next page
+    bool mayBreak = false;                     // may be cut even if it would fit on the next page
     std::size_t row = 0;                       // of the grid's walk
     bool hidesRepeated = false;                // a row with suppressed values
-    bool isRest = false;                       // the lower part of one that began on an earlier page
-    bool madeSmaller = false;  // something above the cut is no longer as large as it was designed
+    bool isRest = false;                       // the lower part of a band that began on an earlier page
+    bool madeSmaller = false;                  // something above the cut was scaled down
     std::shared_ptr<RepeatSource> owner;
     bool ofSubReport = false;
     std::vector<std::uint64_t>
@@ -71,14 +71,14 @@ struct BandDraft {
     std::uint64_t sequence = 0;  // the flow's: counts the bands
 };
 
-// Cuts a draft at `height` or, better, a little above where nothing is divided; the upper part stays in
-// `draft`. With `force`, something stays even if nothing fits: what can't be divided becomes as small as the
-// upper part. Gives the lower part, without items where all has found its place; null, with the draft as it
-// was, where nothing would stay. `drawings` draws what changes its size.
+// Cuts a draft at `height`, or a little above if nothing is divided there. The upper part remains in `draft`;
+// the lower part is returned, without items if everything fits in the upper one. Returns nothing, and leaves
+// the draft unchanged, if no content would remain. With `force`, some content always remains: items that
+// can't be divided are scaled down to the upper part. `drawings` redraws items that change their size.
 std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force,
                                     DrawingSource* drawings);
 
-// The part of a draft of the grid that belongs to a set of columns, fixed columns included.
+// The part of a band of the grid that belongs to a column group, fixed columns included.
 BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int set);
 
 }  // namespace qbsvrl6

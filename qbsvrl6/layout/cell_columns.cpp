@@ -33,7 +33,7 @@ public:
         if (columns_ != CellColumns::Page) cells_.push_back(std::move(boxes));
     }
 
-    // Take the edges collected so far, except those near to an earlier one: the first ones take precedence.
+    // Adopt the edges collected so far, except those close to an adopted one: earlier edges take precedence.
     void takeGridEdges() { take(gridEdges_); }
     void takeFreeEdges() {
         if (columns_ != CellColumns::Page) {
@@ -103,7 +103,7 @@ GridGeometry geometryOf(const ReportDefinition& report, const LayoutOptions& opt
     return placeColumns(*report.grid, place.width, surroundings);
 }
 
-// Whether the grid shows rows or titles: else its columns are no more than places for the controls of groups.
+// Whether the grid shows rows or titles. If not, its columns only position the controls of groups.
 bool showsRows(const DetailGrid& grid) {
     if (std::max(grid.rowHeight, grid.titleHeight) >= kNear) return true;
     return grid.rowCanGrow && std::any_of(grid.columns.begin(), grid.columns.end(), [](const auto& column) {
@@ -112,7 +112,7 @@ bool showsRows(const DetailGrid& grid) {
            });
 }
 
-// The groups of columns that have their own pages, one over the other.
+// Lays the column groups of a grid, which have separate pages, over one another.
 std::vector<ColumnMove> movesOf(const GridGeometry& geometry) {
     std::vector<ColumnMove> moves(geometry.columns.size());
     std::vector<std::size_t> slots(moves.size());
@@ -137,7 +137,7 @@ std::vector<ColumnMove> movesOf(const GridGeometry& geometry) {
     return moves;
 }
 
-// The columns of the grid by name; of those with the same name the first one counts.
+// The columns of the grid by name; if several have the same name, the first one.
 using ColumnNames = std::map<std::u16string_view, std::size_t>;
 
 struct ColumnBox {
@@ -145,7 +145,7 @@ struct ColumnBox {
     Micrometres width;
     bool visible;
 };
-// The grid's columns that the controls of a group's section may name.
+// The columns of the grid that the controls of a group section can name.
 struct NamedColumns {
     const ColumnNames* names = nullptr;
     const std::vector<ColumnBox>* boxes = nullptr;
@@ -218,7 +218,7 @@ private:
         return lefts;
     }
 
-    // A grid without rows still is what the page begins and ends with.
+    // A grid without rows still defines the left and right edge of the content.
     void addOuterEdges(const ReportDefinition& report, const Place& place,
                        const std::vector<ColumnBox>& boxes) {
         if (place.depth > 0 || columns_ == CellColumns::Records || boxes.empty()) return;
@@ -261,7 +261,7 @@ private:
         for (const auto& control : section->controls.items) {
             const std::optional<Extent> named = columns.spanOf(*control);
             const Extent span = named ? *named : freeSpan(*control, place);
-            // The columns of a grid without rows count like free controls where controls name them.
+            // If the grid shows no rows, the columns that controls name count as free controls.
             if (!named || !columns.show) cuts_.addFreeBox(span.left, span.width);
             if (!named)
                 addSubReport(*control, {span.left, static_cast<Micrometres>(span.width), place.depth});
@@ -279,7 +279,7 @@ private:
         return options_.paged ? extentOnPaper(control, span, paperWidth_) : span;
     }
 
-    // Pictures and drawings overlay the cells of workbooks; in records they have their cells.
+    // Pictures and drawings overlay the cells of workbooks; in records they have cells.
     bool hasCell(const Control& control) const {
         switch (control.kind()) {
             case ControlKind::Line:

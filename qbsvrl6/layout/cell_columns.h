@@ -10,7 +10,7 @@
 
 namespace qbsvrl6 {
 
-// What the columns of a cell document follow.
+// How the columns of a cell document are chosen.
 enum class CellColumns {
     Page,     // every edge on paper is an edge of a column: for documents that resemble the page
     Grid,     // the detail grids. Free controls have their own columns beside the grids, where the grid shows
@@ -24,9 +24,9 @@ enum class CellColumns {
 std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
                                      CellColumns columns = CellColumns::Page);
 
-// Where the cells have each column of a grid that continues on further pages: except in documents that
-// resemble the page, the first columns of all pages are one column of cells, as wide as the widest, and so are
-// the second ones. Empty: no column moves.
+// The position in the cells of each column of a grid that continues on further pages. Except in documents
+// that resemble the page, the first columns of all pages share one column of cells, as wide as the widest of
+// them, and so on for the second ones. Empty: no column moves.
 std::vector<ColumnMove> columnMoves(const ReportDefinition& report, const LayoutOptions& options,
                                     CellColumns columns);
 

@@ -10,14 +10,14 @@
 
 namespace qbsvrl6 {
 
-// Remembers the numbers that each chart has shown last: a header that is repeated on each page, and all cells
-// of a group, show the same ones.
+// Caches the last numbers of each chart: a header that is repeated on each page, and all cells of a group,
+// show the same numbers.
 class ChartNumbers {
 public:
     // `now` is the time of the export, for charts that read another table.
     ChartNumbers(RowView& view, std::int64_t now) : view_(view), now_(now) {}
 
-    // Those that the chart shows at the position. `name` is the control's, for messages.
+    // The numbers of the chart at the position. `name` is the control's, for messages.
     std::shared_ptr<const ChartData> of(PlannedChart& chart, const Position& position,
                                         const std::u16string& name);
 

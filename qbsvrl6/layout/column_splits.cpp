@@ -20,13 +20,13 @@ public:
     void splitRow(std::span<const CellBox> row) {
         for (std::size_t i = 1; i < row.size(); ++i) {
             if (hasColumn(row, i) || addEdge(row[i].left)) continue;
-            // Its edge is that of a column, which the box before it has been moved to.
+            // There is an edge already, but the previous box was moved to its column.
             addEdge(row[i - 1].left);
         }
     }
 
 private:
-    // Whether a column of the box is right of all boxes that are beside it.
+    // Whether the box has a column to the right of all boxes beside it.
     bool hasColumn(std::span<const CellBox> row, std::size_t index) const {
         const CellBox& box = row[index];
         const std::size_t end = columnsOf(box).end;
@@ -41,7 +41,7 @@ private:
         return left.right - right.left <= std::max(tolerance_, narrower / 2);
     }
 
-    // The columns that the cells give to the box: those from the edge nearest to its left side.
+    // The columns of the box's cell, which begins at the edge nearest to the box's left side.
     Columns columnsOf(const CellBox& box) const {
         const std::size_t first = std::min(edgeNear(box.left), edges_.size() - 2);
         return {first, std::max(edgeNear(box.right), first + 1)};
@@ -80,7 +80,7 @@ void splitColumns(std::vector<Micrometres>& edges, std::vector<CellBox> boxes, M
     Splitter splitter(edges, tolerance);
     std::vector<CellBox> row;
     for (std::size_t i = 0; i < boxes.size();) {
-        // High boxes of the rows above go on.
+        // High boxes of the rows above extend into this one.
         const CellBox& first = boxes[i];
         std::erase_if(row, [&](const CellBox& box) { return !sharesRow(box, first); });
         do {

@@ -1,4 +1,4 @@
-// Columns of a table divided where texts of one row would share a cell.
+// Divides columns of a table where texts of one row would share a cell.
 #ifndef QBSVR_QBSVRL6_LAYOUT_COLUMN_SPLITS_H
 #define QBSVR_QBSVRL6_LAYOUT_COLUMN_SPLITS_H
 
@@ -8,15 +8,15 @@
 
 namespace qbsvrl6 {
 
-// The place of a control that has a cell.
+// The box of a control that has a cell.
 struct CellBox {
     Micrometres left = 0, right = 0;
     Micrometres top = 0, bottom = 0;
 };
 
-// Adds to the edges of columns, which are ascending, the left edges of those boxes of one section that have no
-// column to themselves beside the boxes on their left. Boxes share a row if they are beside each other for
-// more than half of their height. No edge is added within `tolerance` of another one.
+// Adds column edges for the boxes of one section that have no column of their own next to the boxes on their
+// left. `edges` is ascending and stays so. Boxes share a row if they overlap vertically for more than half of
+// their height. No edge is added within `tolerance` of another one.
 void splitColumns(std::vector<Micrometres>& edges, std::vector<CellBox> boxes, Micrometres tolerance);
 
 }  // namespace qbsvrl6

@@ -13,7 +13,8 @@ class ContentTexts {
 public:
     explicit ContentTexts(PictureStore& pictures) : pictures_(pictures) {}
 
-    // Puts what they read at the position into the item, whose content is that of the control. Nothing is drawn.
+    // Evaluates the texts at the position and stores them in the item, whose content is that of the control.
+    // Draws nothing.
     void evaluate(PlannedControl& control, RowView& view, const Position& position, Item& item);
 
 private:

@@ -1,4 +1,4 @@
-// The drawings that layout places without knowing how they are made.
+// The source of charts and barcodes, which layout places but does not draw.
 #ifndef QBSVR_QBSVRL6_LAYOUT_DRAWING_SOURCE_H
 #define QBSVR_QBSVRL6_LAYOUT_DRAWING_SOURCE_H
 
@@ -11,14 +11,14 @@
 namespace qbsvrl6 {
 
 // Draws barcodes and charts. `place` is the part of the item's box that the drawing fills: the box without
-// its paddings. The drawing's coordinates start at the corner of the box, not at that of `place`. A null result
-// leaves the box without a drawing.
+// its paddings. The origin of the drawing is the corner of the box, not that of `place`. A null result leaves
+// the box empty.
 class DrawingSource {
 public:
     virtual ~DrawingSource() = default;
     virtual std::shared_ptr<const Drawing> barcode(const Control& control, std::u16string_view text,
                                                    const Rect& place) = 0;
-    // `control` is the chart's control; settings and data are what it shows at this position.
+    // `control` is the chart's control; `settings` and `data` are those of this position.
     virtual std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
                                                  const ChartData& data, const Rect& place) = 0;
 };

@@ -40,7 +40,7 @@ void ContinuousFlow::begin() {
 }
 
 void ContinuousFlow::add(BandDraft draft) {
-    // Heights of a million rows pass what fits: sinks of this layout count bands, not lengths.
+    // The height of a million rows would overflow; sinks of this layout depend on the order of bands only.
     constexpr std::int64_t kLowest = std::numeric_limits<Micrometres>::max() / 2;
     const Micrometres height = draft.band.height;
     sink_.band(std::move(draft.band), page_.margins.left + draft.x,

@@ -1,4 +1,4 @@
-// Where bands go, one below the other.
+// Receivers of bands, which place them one below the other.
 #ifndef QBSVR_QBSVRL6_LAYOUT_FLOW_H
 #define QBSVR_QBSVRL6_LAYOUT_FLOW_H
 
@@ -17,21 +17,21 @@ public:
 
     virtual void add(BandDraft draft) = 0;
 
-    // The rest does nothing where there are no pages.
+    // Without pages, the other functions do nothing.
 
     // The next band starts a page, unless the page is still empty.
     virtual void startPage() {}
     virtual void startPageNumbers() {}  // and is page 1
-    // Bands from now on until `endKeep` stay on one page, as far as that is possible.
+    // Bands that are added before the matching `endKeep` stay on one page if possible.
     virtual std::uint64_t beginKeep() { return 0; }
     virtual void endKeep(std::uint64_t) {}
     virtual void beginDetailColumns() {}
     virtual void endDetailColumns() {}
-    // What is left of the page.
+    // The height that is left on the page.
     virtual Micrometres room() { return 0; }
 };
 
-// Bands of a sub-report, to be taken into a band of the report around it.
+// Collects the bands of a sub-report, which become part of a band of the enclosing report.
 class CollectingFlow : public Flow {
 public:
     void add(BandDraft draft) override;
@@ -44,10 +44,10 @@ public:
     Micrometres height = 0;
 };
 
-// Turns a band of a sub-report into one of the report around it, which has another grid and other columns.
+// Makes a band of a sub-report one of the enclosing report, which has a different grid and columns.
 void takeIn(BandDraft& draft);
 
-// Passes the bands of a sub-report that is alone at its height of a section to the flow around it.
+// Passes the bands of a sub-report that is alone at its height in a section to the outer flow.
 class InnerFlow : public Flow {
 public:
     InnerFlow(Flow& outer, Micrometres x) : outer_(outer), x_(x) {}
@@ -64,7 +64,7 @@ private:
     Micrometres x_;
 };
 
-// The continuous layout: straight to the sink.
+// The continuous layout: bands go straight to the sink.
 class ContinuousFlow : public Flow {
 public:
     ContinuousFlow(PageSink& sink, const PageSetup& page) : sink_(sink), page_(page) {}

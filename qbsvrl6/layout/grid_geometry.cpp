@@ -79,7 +79,7 @@ private:
         }
     }
 
-    // Whatever doesn't fit is left out; a first column that is wider than the page is cut.
+    // Columns that don't fit are left out; a first column that is wider than the page is cut.
     void discard() {
         sideBySide();
         bool fits = true;
@@ -91,7 +91,8 @@ private:
         }
     }
 
-    // All widths by the same factor; edges are rounded, not widths, so that the sum is the page's.
+    // Scales all widths by the same factor. It rounds edges rather than widths, so that their sum is the page
+    // width.
     void squeeze() {
         std::int64_t edge = 0;
         Micrometres x = 0;
@@ -104,8 +105,8 @@ private:
         }
     }
 
-    // Puts columns side by side until one doesn't fit, then begins again after the fixed ones. Gives the
-    // number of beginnings.
+    // Puts columns side by side until one doesn't fit, then starts again after the fixed ones. Returns the
+    // number of starts.
     template <typename Assign>
     int fill(std::size_t fixed, Assign assign) {
         Micrometres left = 0;
@@ -135,7 +136,7 @@ private:
         if (surroundings_ == GridSurroundings::Box) return wrap();
         geometry_.setsFollowRows =
             grid_.adapt == ColumnAdapt::ToNewPageEx || grid_.adapt == ColumnAdapt::ToNewPageRepeatFixedEx;
-        // The fixed columns use half of the page at most and leave the rest to the others.
+        // The fixed columns use at most half of the page.
         std::size_t fixed = 0;
         Micrometres width = 0;
         while (fixed < std::min(wanted, geometry_.columns.size()) &&

@@ -1,4 +1,4 @@
-// The positions of the columns of a detail grid, by the way in which the grid adapts to its page.
+// The positions of the columns of a detail grid, which depend on how the grid adapts to its page.
 #ifndef QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 #define QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 
@@ -12,8 +12,8 @@ namespace qbsvrl6 {
 struct PlacedColumn {
     Micrometres x = 0;  // from the grid's left edge
     Micrometres width = 0;
-    int line = 0;         // of the lines that a wrapped row has
-    int set = 0;          // of the groups that have their own pages; kEverySet: on all of them
+    int line = 0;         // in a wrapped row, from 0
+    int set = 0;          // the column group, which has its own pages; kEverySet: in all of them
     bool visible = true;  // false: left out
 };
 
@@ -23,11 +23,11 @@ struct GridGeometry {
     std::vector<PlacedColumn> columns;  // one for each column of the grid
     int lines = 1;
     int sets = 1;
-    bool setsFollowRows = false;  // all rows of one set, then all of the next; else page by page
-    bool wrapGroups = false;      // group sections follow the lines of the columns
+    bool setsFollowRows = false;  // all rows of one column group, then of the next; otherwise page by page
+    bool wrapGroups = false;      // group sections wrap with the columns
     double scale = 1;             // of fonts, paddings and heights
     Micrometres x = 0;            // of the grid in the available width
-    Micrometres width = 0;        // of the widest line or set
+    Micrometres width = 0;        // of the widest line or column group
 
     Micrometres widthOf(int set) const;
 
@@ -39,8 +39,8 @@ struct GridGeometry {
 enum class GridSurroundings {
     Endless,  // the continuous layout: every column keeps its width beside the one before it
     Page,
-    Box,  // a sub-report, or one of several columns of detail: no pages to go on to, what would go there
-          // wraps
+    Box,  // a sub-report, or one of several columns of detail: columns wrap instead of continuing on further
+          // pages
 };
 
 // `available` is the width between the margins, of one of the page's columns, or of the box. Raises
@@ -49,9 +49,9 @@ GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSur
 
 // Width of one of the page's columns of detail.
 Micrometres detailWidth(const PageSetup& page);
-// How many of them there are: at least one, and no more than have a width.
+// Number of columns of detail: at least one, and no more than the page has space for.
 int detailColumns(const PageSetup& page);
-// Where the last of them begins, from the first one.
+// Left edge of the last one, relative to the first.
 Micrometres lastDetailColumn(const PageSetup& page);
 Micrometres printableWidth(const PageSetup& page);  // between the margins
 

@@ -55,7 +55,7 @@ void LateItems::settleForPage(BandDraft& draft, const PageNumbers& page) {
     draft.deferred.clear();
 }
 
-// Gives whether the item is shown.
+// Returns whether the item is shown.
 bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) {
     const auto isTrue = [&](const LateCondition& condition) { return holds(condition, page); };
     if (!std::all_of(late.visibleWhen.begin(), late.visibleWhen.end(), isTrue)) return false;

@@ -1,4 +1,4 @@
-// From a definition and its data to pages of items.
+// Converts a definition and its data into pages of items.
 #ifndef QBSVR_QBSVRL6_LAYOUT_LAYOUT_H
 #define QBSVR_QBSVRL6_LAYOUT_LAYOUT_H
 
@@ -9,9 +9,8 @@
 
 namespace qbsvrl6 {
 
-// Lays out the whole report into the sink, page by page. Memory use does not grow with the number of pages,
-// except for texts that wait for the page count. Raises EngineError for invalid expressions and for exceeded
-// limits.
+// Lays out the whole report into the sink, page by page. Only texts that wait for the page count make memory
+// use grow with the number of pages. Raises EngineError for invalid expressions and for exceeded limits.
 void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
             PageSink& sink);
 

@@ -1,4 +1,4 @@
-// What the parts of one export's layout share.
+// The shared state of one export's layout.
 #ifndef QBSVR_QBSVRL6_LAYOUT_LAYOUT_CONTEXT_H
 #define QBSVR_QBSVRL6_LAYOUT_LAYOUT_CONTEXT_H
 
@@ -16,17 +16,17 @@
 
 namespace qbsvrl6 {
 
-// Numbers of a page that texts may show.
+// The numbers of a page.
 struct PageNumbers {
     int number = 1;  // as the report counts it
-    int run = 0;     // the run of numbers that it belongs to: a group may start a new one
+    int run = 0;     // index of its run of page numbers: a group may start a new run
     RowRange rows;   // of the report's grid
 };
 
-// Messages that the log has once per control, however many rows they apply to.
+// Writes messages to the log once per control, however many rows they apply to.
 class LayoutNotes {
 public:
-    // The item's text is placed in its box, and the box does not grow: reports #### in place of a number, and
+    // Call it when the item's text has been placed in its final box: reports #### in place of a number, and
     // lines that do not fit.
     void placed(const PlannedControl& control, const Item& item, std::size_t linesLeftOut);
     void madeSmaller();
@@ -41,8 +41,8 @@ private:
 
 struct LayoutContext;
 
-// Settles deferred items. Conditions on the page count cannot wait for the end, because they decide what a sink
-// receives: the pages are counted first, in a layout that no sink sees. It has the same pages, since hidden items
+// Settles deferred items. Conditions on the page count cannot wait for the end, because they decide what a
+// sink receives: a first layout without a sink counts the pages. Its pages are the same, since hidden items
 // leave their space empty.
 class LateItems : public PendingTexts {
 public:
@@ -83,8 +83,8 @@ private:
 class Flow;
 struct ReportInstance;
 
-// Walks a report into a flow. A band may contain a sub-report, which is walked like the report itself: through
-// this function, the builder of bands reaches the walk that uses it.
+// Walks a report into a flow. The builder of bands calls it for sub-reports, which are walked like the report
+// itself.
 using WalkReport = void (*)(LayoutContext& context, ReportInstance instance, Flow& flow);
 
 struct LayoutContext {
@@ -103,11 +103,11 @@ struct LayoutContext {
     LateItems late;
 };
 
-// The control's style with its conditional ones on top, for those of its conditions that hold.
+// The control's style with the conditional styles whose conditions hold applied to it.
 const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds,
                               const ReportDefinition& report, StylePool& styles);
 
-// A plan with the rows that it is walked for.
+// A plan, and the rows to walk it with.
 struct ReportInstance {
     ReportPlan& plan;
     std::shared_ptr<RowView> view;

@@ -1,4 +1,4 @@
-// What the sink of an export wants from layout.
+// What the sink of an export needs from layout.
 #ifndef QBSVR_QBSVRL6_LAYOUT_LAYOUT_OPTIONS_H
 #define QBSVR_QBSVRL6_LAYOUT_LAYOUT_OPTIONS_H
 

@@ -12,10 +12,10 @@ namespace qbsvrl6 {
 
 std::string inMillimetres(std::int64_t micrometres);
 
-// In quotes, and no longer than a line bears.
+// In quotes, shortened if it is too long for a line.
 std::string quoted(std::u16string_view text);
 
-// What a control is called: by its name, or by its kind.
+// The control's name, or else its type.
 std::string nameForLog(const Control& control);
 
 }  // namespace qbsvrl6

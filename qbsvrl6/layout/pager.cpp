@@ -13,8 +13,8 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr Micrometres kSmallestPage = 1'000;  // width and height between the margins
-constexpr Micrometres kUsefulCut = 15'000;    // what is left of a page is worth filling with part of a band
-constexpr double kMostRepeated = 0.6;         // of a page's height that titles and group headers may take
+constexpr Micrometres kUsefulCut = 15'000;    // height that is worth filling with a part of a band
+constexpr double kMostRepeated = 0.6;         // share of a page that titles and group headers may take up
 
 bool isEmpty(const BandDraft& draft) { return draft.band.items.empty() && !draft.band.background; }
 
@@ -47,7 +47,7 @@ void Pager::endKeep(std::uint64_t keep) {
     std::erase_if(keeps_, [keep](const KeepTogether& open) { return open.id == keep; });
 }
 
-// A title that nothing follows yet moves to the new page.
+// A title without content below it moves to the new page.
 void Pager::beginAskedPage(const BandDraft& lead) {
     std::vector<BandDraft> titles;
     while (hasContent() && fragment_.back().band.kind == BandKind::GridTitle) {
@@ -93,7 +93,7 @@ void Pager::place(BandDraft draft) {
                 rest->sequence = nextSequence_++;
                 if (rest->madeSmaller) context_.notes.madeSmaller();
                 append(std::move(draft));
-                if (isEmpty(*rest)) return;  // the empty end of a section needs no page
+                if (isEmpty(*rest)) return;  // the rest of a section is empty and needs no page
                 nextFragment(*rest);
                 draft = std::move(*rest);
                 continue;
@@ -105,7 +105,7 @@ void Pager::place(BandDraft draft) {
     }
 }
 
-// A row that does not fit even directly below its title and headers fits on no other page.
+// A row that does not fit directly below its title and headers does not fit on any page.
 bool Pager::standsUnderHeadersAlone(const BandDraft& draft) const {
     if (draft.band.kind != BandKind::Row || top_ != bodyTop_ || left() < kUsefulCut) return false;
     return std::all_of(fragment_.begin(), fragment_.end(), [](const BandDraft& band) {
@@ -119,12 +119,12 @@ void Pager::append(BandDraft draft) {
     fragment_.push_back(std::move(draft));
 }
 
-// A band that no page can hold is split in place, if that fills the page better.
+// A band that no page can hold is split where it is, if that fills the page better.
 bool Pager::cutsInPlace(const BandDraft& draft) const {
     return (draft.mayBreak || draft.band.height > bottom_ - bodyTop_) && left() >= kUsefulCut;
 }
 
-// Breaks the fragment where it divides least and moves the rest to the next one.
+// Breaks the fragment at the best place and moves the rest to the next one.
 void Pager::moveOn(BandDraft draft) {
     const std::size_t from = chooseBreak(draft);
     std::vector<BandDraft> carried(
@@ -136,8 +136,8 @@ void Pager::moveOn(BandDraft draft) {
     for (BandDraft& band : carried) place(std::move(band));
 }
 
-// The latest break that keeps together what is to stay together, or, where there is none, the one that
-// divides least. What was begun on an earlier page is divided already.
+// The latest break that divides no group of bands that must stay together; if there is none, the break that
+// divides the fewest. Groups that began on an earlier page are divided already.
 std::size_t Pager::chooseBreak(const BandDraft& draft) const {
     const std::uint64_t first = fragment_[repeated_].sequence;
     std::size_t best = fragment_.size();
@@ -259,7 +259,7 @@ void Pager::openPage(std::size_t row) {
     if (detailColumn_ > 0) detailColumn_ = 0;
 }
 
-// Headers and footers are laid out twice: before the page for their heights, and after it to be shown.
+// Headers and footers are laid out twice: before the page for their heights, and after it for the sink.
 Micrometres Pager::partHeight(std::optional<PlannedSection>& part, BandKind kind,
                               const PageNumbers& numbers) {
     const std::optional<BandDraft> draft = makePart(part, kind, numbers);
@@ -286,7 +286,7 @@ void Pager::closePage() {
     RowRange rows{nextRow_, nextRow_};
     bool anyRow = false;
     for (const Placed& placed : placed_) {
-        // A row belongs to the page that it begins on.
+        // A row belongs to the page on which it begins.
         const bool begins = placed.draft.band.kind == BandKind::Row && !placed.draft.isRest;
         if (!begins || placed.draft.ofSubReport) continue;
         const std::size_t row = placed.draft.row;

@@ -1,11 +1,11 @@
 // The paged flow: fills pages with bands and passes each page to the sink when it is complete.
 //
-// Bands fill a fragment from its top down. A fragment is the height between page header and page footer, or one
-// of the page's columns of detail. A band that does not fit moves to the next fragment, together with the bands
-// before it that have to stay with it; a band that no fragment can hold is split (band_draft.h).
+// Bands fill a fragment from its top down. A fragment is the height between page header and page footer, or
+// one of the page's columns of detail. A band that does not fit moves to the next fragment, together with
+// preceding bands that must stay with it; a band that no fragment can hold is split (band_draft.h).
 //
-// One page is held back until it is complete. Until then a break can still move up to a better position, and the
-// texts that show the number or totals of the page can be settled. No page is ever changed after it has been
+// One page is held back until it is complete. Until then a break can still move up to a better position, and
+// the texts that show the number or totals of the page can be settled. Pages are final once they have been
 // passed on, so memory use does not grow with their number.
 #ifndef QBSVR_QBSVRL6_LAYOUT_PAGER_H
 #define QBSVR_QBSVRL6_LAYOUT_PAGER_H
@@ -22,7 +22,7 @@
 namespace qbsvrl6 {
 
 // Invariants: a fragment never becomes higher than its page, unless a single band cannot be divided; and each
-// page accepts some part of what is placed on it, so that every layout ends.
+// page accepts at least some of the content placed on it, so that every layout ends.
 class Pager : public Flow {
 public:
     // Raises EngineError(LimitExceeded) for paper without space between its margins.
@@ -47,7 +47,7 @@ private:
         Micrometres x = 0;
         Micrometres y = 0;
     };
-    // Bands that stay on one page, as far as that is possible.
+    // Bands that stay on one page if possible.
     struct KeepTogether {
         std::uint64_t id = 0;
         std::uint64_t first = 0;  // sequence number of its first band
@@ -89,19 +89,19 @@ private:
     // The fragment that is being filled. Its bands have no positions yet: they follow one another from `top_`.
     std::vector<BandDraft> fragment_;
     std::size_t repeated_ = 0;  // bands at its start that are repeated from earlier pages
-    Micrometres top_ = 0;       // edges on the paper
+    Micrometres top_ = 0;       // on the paper
     Micrometres bottom_ = 0;
     Micrometres used_ = 0;         // height of its bands
-    bool fragmentHasRow_ = false;  // then a row may suppress repeated values
+    bool fragmentHasRow_ = false;  // if so, a row may suppress repeated values
 
-    // The page: its fragments that are complete.
+    // The current page: the bands of its complete fragments.
     bool pageOpen_ = false;
     std::vector<Placed> placed_;
     Micrometres headerHeight_ = 0, footerHeight_ = 0;
     Micrometres bodyTop_ = 0;        // lower edge of the page header
     PageNumbers numbers_{0, 0, {}};  // what the page shows
     int pages_ = 0;                  // sheets of paper so far, whatever numbers they show
-    std::size_t nextRow_ = 0;        // of the grid: the first one after the rows of earlier pages
+    std::size_t nextRow_ = 0;        // of the grid: the first row of the current page
 
     // Requests that take effect with the next band, so that no empty page results.
     bool startPending_ = false;

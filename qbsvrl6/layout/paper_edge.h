@@ -1,4 +1,4 @@
-// Controls at the edges of the paper: what reaches beyond them is lost on every page.
+// Controls that reach beyond the edges of the paper, where their content would be lost.
 #ifndef QBSVR_QBSVRL6_LAYOUT_PAPER_EDGE_H
 #define QBSVR_QBSVRL6_LAYOUT_PAPER_EDGE_H
 
@@ -8,7 +8,7 @@
 
 namespace qbsvrl6 {
 
-// A horizontal extent on the paper, or relative to what the caller counts from.
+// A horizontal extent, on the paper or relative to an origin that the caller chooses.
 struct Extent {
     std::int64_t left = 0;
     std::int64_t width = 0;
@@ -16,12 +16,13 @@ struct Extent {
     std::int64_t right() const { return left + width; }
 };
 
-// The extent that a control's content has: texts, barcodes, charts and sub-reports have what is on the paper,
-// 0 to `paperWidth`, so that none of their numbers is cut. Lines, boxes and pictures have all of it, for they
-// may run off the paper on purpose. So have controls that are beside the paper: nothing of them shows.
+// The extent in which a control's content is laid out. Texts, barcodes, charts and sub-reports use the part
+// on the paper, 0 to `paperWidth`, so that none of their numbers is cut. Lines, boxes and pictures, which may
+// run off the paper on purpose, use all of it, as do controls that are wholly beside the paper and so
+// invisible.
 Extent extentOnPaper(const Control& control, const Extent& extent, Micrometres paperWidth);
 
-// Logs how far a control reaches beyond the paper, unless it is no more than printers cut off.
+// Logs how far a control reaches beyond the paper, unless that is within the usual bleed.
 void warnOfOverhang(const Control& control, const Extent& extent, Micrometres paperWidth);
 
 }  // namespace qbsvrl6

@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr std::size_t kKeptBytes = 64u << 20;
-constexpr std::size_t kLongestKey = 4'096;  // pictures written out in the data are rarely repeated
+constexpr std::size_t kLongestKey = 4'096;  // pictures inside the data are rarely repeated
 constexpr int kMostFailedFetches = 20;
 constexpr double kMicrometresPerInch = 25'400;
 
@@ -28,7 +28,8 @@ std::string decodeBase64(std::u16string_view text) {
     return {static_cast<const char*>(bytes.Data()), static_cast<std::size_t>(bytes.Size())};
 }
 
-// Base64 text of a PNG or JPEG file, known by its first bytes; no path is as long as the shortest picture.
+// Recognises Base64 text of a PNG or JPEG file by its first bytes. No path is as long as the shortest
+// picture.
 bool looksLikeBase64(std::u16string_view source) {
     constexpr std::size_t kShortestPicture = 64;
     return source.size() >= kShortestPicture &&
@@ -75,7 +76,7 @@ std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, co
         encoded = source;
     }
     if (!encoded.empty()) return loadPicture(decodeBase64(encoded), "picture in the data");
-    // A server that hangs would hold the export up for each row.
+    // A server that does not answer would delay the export at each row.
     if (isWebAddress(source) && failedFetches_ >= kMostFailedFetches) {
         throw EngineError(ErrorCode::LimitExceeded, "too many pictures could not be fetched already");
     }
@@ -83,7 +84,7 @@ std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, co
     return loadPicture(fetch(address, limits::kPictureBytes), shownAddress(address));
 }
 
-// Once there are too many, all go: sinks hold on to those that they need.
+// When the store is full, all pictures are dropped: sinks hold references to those that they need.
 void PictureStore::keep(const std::u16string& key, const std::shared_ptr<const Picture>& picture) {
     const std::size_t bytes = key.size() * 2 + (picture ? picture->bytes.size() : 0);
     if (keptBytes_ + bytes > kKeptBytes) {

@@ -17,10 +17,10 @@ namespace qbsvrl6 {
 class PictureStore {
 public:
     // `source` is a path or URL, relative to `folder`, a "data:" URL, or the Base64 text of a PNG or JPEG
-    // file. Null, with a line in the log, for what can't be read; the same source is then not tried again.
+    // file. Null, with a line in the log, if it can't be read; the same source is then not tried again.
     std::shared_ptr<const Picture> find(std::u16string_view source, const std::string& folder);
 
-    // The picture that a template holds itself.
+    // The picture that the template itself contains.
     std::shared_ptr<const Picture> embedded(const PictureContent& content);
 
 private:

@@ -14,7 +14,7 @@ namespace qbsvrl6 {
 // reads its parent's data. A null pointer means that there is none.
 struct ReportData {
     std::map<const ReportDefinition*, std::shared_ptr<const DataSet>> sets;
-    // The recordsets of grids that have their own.
+    // The record sets of grids that have their own.
     std::map<const DetailGrid*, std::shared_ptr<const DataSet>> gridSets;
 };
 

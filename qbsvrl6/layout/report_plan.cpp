@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// A length that isn't what a template could hold reads as the nearest that is.
+// The nearest length that a template can hold.
 Micrometres soundLength(Micrometres length) {
     return std::clamp<Micrometres>(length, 0, limits::kPaperMicrometres);
 }
@@ -62,18 +62,18 @@ public:
     }
 
 private:
-    // Whose scope the page is: that of page headers and footers.
+    // Whether the planned section is a page header or footer, whose scope is the page.
     enum class Page { IsOwn, IsNot };
 
-    // Where a section or row is planned.
+    // The surroundings of a section or row.
     struct Site {
         Micrometres left = 0;  // its left edge on the paper; in columns of detail, that of the last one
         double scale = 1;      // of its lengths and fonts
         Page page = Page::IsNot;
     };
 
-    // The grid's data takes precedence; the report's supplies parameters and, if its table is another one,
-    // for the fields of that table's first row.
+    // The grid's data takes precedence; the report's data supplies parameters and, if it has another table,
+    // the fields of that table's first row.
     DataSources dataSources() {
         DataSources sources;
         sources.data = data_;
@@ -140,8 +140,8 @@ private:
         return planned;
     }
 
-    // Divides a section at the sub-reports that are alone at their height. A section or sub-report that may turn
-    // out to be invisible is not divided.
+    // Divides a section at the sub-reports that are alone at their height, unless the section or sub-report
+    // may become invisible later.
     static void slice(PlannedSection& section) {
         if (!section.section->canGrow || section.visible.isLate()) return;
         std::vector<std::size_t> order(section.controls.size());
@@ -285,7 +285,7 @@ private:
         return planned;
     }
 
-    // Another table of the data that the report or its grid has.
+    // Another table in the data of the report or its grid.
     std::optional<DataSources> tableSources(const std::u16string& name) {
         DataSources sources = plan_->binding->sources();
         const auto own = source_.data.gridSets.find(report_.grid.get());
@@ -428,8 +428,8 @@ private:
         return planned;
     }
 
-    // First and last column of a range within the group of columns, on the line of the first; none if the group
-    // has only fixed columns of a range that extends beyond them.
+    // The first and last column of the range that are in the column group, on the line of the first; none if
+    // only fixed columns are in it and the range extends beyond them.
     static std::optional<std::pair<std::size_t, std::size_t>> columnSpan(const GridGeometry& geometry,
                                                                          std::size_t first, std::size_t last,
                                                                          int set) {

@@ -1,8 +1,8 @@
-// A report prepared for its walk: texts compiled, styles resolved, columns placed. Made once per export.
+// A report prepared for its walk: texts are compiled, styles resolved, columns placed. Made once per export.
 //
-// The plan mirrors the definition, and points into it: the definition outlives the plan and does not change
-// meanwhile. Lengths are micrometres. They are valid, whatever a program has put into the definition: within
-// limits::kPaperMicrometres, and scaled already where the grid shrinks to the page.
+// The plan mirrors the definition and points into it: the definition outlives the plan and does not change
+// meanwhile. Lengths are micrometres. They are valid whatever a program has put into the definition: clamped
+// to limits::kPaperMicrometres, and already scaled if the grid shrinks to the page.
 //
 // Texts parse their formats, and controls resolve their conditional styles, on first use: a plan belongs to one
 // export and one thread.
@@ -36,15 +36,15 @@ struct PlannedText {
     TextContent::Evaluate evaluate = TextContent::Evaluate::Now;
     bool suppressRepeated = false;
     bool removeWhenBlank = false;
-    // What the text shows that is not known while its band is made. The number and the rows of the page are
-    // known when the page is complete, the page count when the report is.
+    // Whether the text shows values that are not known while its band is made: the number and rows of the
+    // page, known when the page is complete, or the page count, known when the report is.
     bool needsPage = false;
     bool needsPageCount = false;
 };
 
 struct PlannedPicture {
     const PictureContent* content = nullptr;
-    TextTemplate source;  // no parts: the picture that the template holds
+    TextTemplate source;  // no parts: the picture in the template
     std::string folder;   // where a relative source starts
     TextTemplate alternateText;
 };
@@ -66,9 +66,9 @@ struct PlannedSubReport {
     std::vector<Expression> arguments;  // in the scope of the parent, in the order of the parameters
 };
 
-// When what a condition reads is known.
+// When the value of a condition is known.
 enum class Known {
-    Now,     // as the band is made
+    Now,     // while the band is made
     OnPage,  // when its page is complete: the page's number, its rows, the page count
 };
 
@@ -91,8 +91,8 @@ using PlannedContent = std::variant<PlannedText, LineContent, BoxContent, Planne
 
 struct PlannedControl {
     const Control* control = nullptr;
-    Rect box;                  // in its section or row, as far as it is on the paper
-    Micrometres offPaper = 0;  // the width of it that is not
+    Rect box;                  // in its section or row: the part on the paper
+    Micrometres offPaper = 0;  // width of the part beyond the paper
     const std::u16string* gridColumn =
         nullptr;                            // name of the column whose title or cell this is; null: neither
     int firstColumn = -1, lastColumn = -1;  // of the grid that it covers; -1: a free control
@@ -100,7 +100,7 @@ struct PlannedControl {
         kEverySet;  // the group of columns whose pages show it, where the grid continues on further pages
     const PooledStyle* style = nullptr;  // without the conditional ones; never null
     std::vector<PlannedCondition> conditions;
-    // Styles with conditional ones on top, by the conditions that hold; filled as they occur.
+    // Styles with conditional ones applied, by the conditions that hold; filled as they occur.
     std::map<std::vector<bool>, const PooledStyle*> variants;
     Visibility visible;
     PlannedContent content;
@@ -112,9 +112,9 @@ struct PlannedControl {
     }
 };
 
-// A part of a section's height, over its whole width: either a sub-report alone, whose bands can then continue
-// from page to page, or what is above, between and below such sub-reports. The slices of a section do not
-// overlap, and each control is in one of them.
+// A part of a section's height, over its whole width: either a lone sub-report, whose bands can then continue
+// from page to page, or the controls above, between and below such sub-reports. The slices of a section do
+// not overlap, and each control is in one of them.
 struct SectionSlice {
     Micrometres top = 0;
     Micrometres height = 0;
@@ -151,12 +151,12 @@ struct ReportPlan {
     std::optional<PlannedSection> pageHeader, pageFooter;
     std::vector<PlannedSection> reportHeaders, reportFooters;
     std::unique_ptr<PlannedGrid> grid;  // null: the report has none
-    // A condition, link, barcode, picture or chart of it or of its sub-reports shows the page count. Other
-    // texts can wait for it.
+    // Whether a condition, link, barcode, picture or chart uses the page count, here or in a sub-report.
+    // Other texts can wait for it.
     bool needsPageCount = false;
 };
 
-// What an export's plan is made from.
+// The input of a plan.
 struct PlanSource {
     const ReportData& data;
     const LayoutOptions& options;
@@ -164,8 +164,8 @@ struct PlanSource {
     const PageSetup& page;  // of the outermost report
 };
 
-// Raises EngineError for invalid expressions and exceeded limits. Logs what the pages cannot show: missing tables,
-// columns that are left out, controls beside the paper.
+// Raises EngineError for invalid expressions and exceeded limits. Logs missing tables, columns that are left
+// out, and controls beside the paper.
 std::unique_ptr<ReportPlan> planReport(const ReportDefinition& report, const PlanSource& source);
 
 }  // namespace qbsvrl6

@@ -81,7 +81,7 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
     }
 }
 
-// The bands of a sub-report follow one another like those of the report. The rest of its designed height remains
+// Walks a sub-report that is alone at its height, band by band. The rest of its designed height remains
 // empty.
 void ReportWalk::addSubReport(PlannedControl& control, Micrometres left, const Position& position,
                               Micrometres height) {
@@ -162,7 +162,7 @@ void ReportWalk::openGroups(int from, std::size_t row) {
     }
 }
 
-// Innermost first. The rows that a header must stay with can't be more than the group has.
+// Innermost first. Ends the wait for rows that a header must stay with: the group has no more.
 void ReportWalk::closeGroups(int from, std::size_t row) {
     std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     for (std::size_t level = groups.size(); level-- > static_cast<std::size_t>(from);) {
@@ -200,7 +200,7 @@ void ReportWalk::endRowKeeps(int fromLevel) {
     });
 }
 
-// Empty rows down to the report footers, or to the end of the page if these do not fit.
+// Adds blank rows down to the report footers, or to the end of the page if these do not fit.
 void ReportWalk::fillPage() {
     ReportPlan& plan = instance_.plan;
     const Micrometres height = std::max(plan.grid->rowHeight, kLowestBlankRow);
@@ -231,7 +231,7 @@ std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
     for (int level = 0; level < levels; ++level) {
         PlannedGroup& group = grid.groups[static_cast<std::size_t>(level)];
         if (!group.group->repeatHeader || !group.header) continue;
-        // It reads as where it stood first.
+        // It shows the values of its first occurrence.
         const std::size_t first = view_.group(level, lead.row).first;
         auto header =
             builder_.groupSection(*group.header, BandKind::GroupHeader, builder_.groupPosition(level, first));

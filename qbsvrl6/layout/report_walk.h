@@ -13,7 +13,7 @@
 
 namespace qbsvrl6 {
 
-// It lives as long as its bands: pages that go on with its grid ask it for titles and headers.
+// Lives as long as its bands: pages on which its grid continues get titles and headers from it.
 class ReportWalk : public RepeatSource, public std::enable_shared_from_this<ReportWalk> {
 public:
     // Report headers, grid and report footers; the flow adds page headers and footers.
@@ -25,7 +25,8 @@ public:
     BandDraft revealed(const BandDraft& row) override;
 
 private:
-    // Bands that stay together until the group of this level ends, or so many more rows have been added.
+    // Bands that stay together until the group of this level ends, or until `rowsLeft` more rows have been
+    // added.
     struct RowKeep {
         std::uint64_t keep = 0;
         int level = 0;

@@ -31,7 +31,7 @@ std::vector<Interval> merged(std::vector<Interval> intervals) {
     return result;
 }
 
-// The stretches of height that boxes give up and that nothing else needs, from the top down.
+// The intervals of height that boxes give up and that no other box needs, from the top down.
 std::vector<Interval> collapsible(const std::vector<ArrangedBox>& boxes) {
     std::vector<Interval> offered;
     std::vector<Interval> taken;
@@ -59,7 +59,7 @@ std::vector<Interval> collapsible(const std::vector<ArrangedBox>& boxes) {
     return free;
 }
 
-// Where heights go when the stretches are taken out.
+// Maps a y to its position after the intervals have been removed.
 class Collapse {
 public:
     explicit Collapse(std::vector<Interval> taken) : taken_(std::move(taken)) {
@@ -98,7 +98,7 @@ void collapse(std::vector<ArrangedBox>& boxes, Micrometres& sectionHeight) {
     sectionHeight = map(sectionHeight);
 }
 
-// How far the boxes above push down what is at a height.
+// How far the boxes above push down a y.
 class Push {
 public:
     void add(Micrometres bottom, Micrometres by) { pushes_.push_back({bottom, by}); }
@@ -169,7 +169,7 @@ Micrometres grow(std::vector<ArrangedBox>& boxes, Micrometres sectionHeight) {
     for (const std::size_t index : stretching) {
         ArrangedBox& box = boxes[index];
         const Micrometres bottom = box.top + box.height;
-        // The edges of a flat line move as one.
+        // Both edges of a flat line move by the same distance.
         box.top += push.at(box.top);
         box.height = std::max(0, bottom + push.at(bottom) - box.top);
     }

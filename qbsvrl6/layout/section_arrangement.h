@@ -1,4 +1,4 @@
-// How the controls of a section move when some of them grow, shrink or go.
+// Moves the controls of a section when some of them grow, shrink or disappear.
 #ifndef QBSVR_QBSVRL6_LAYOUT_SECTION_ARRANGEMENT_H
 #define QBSVR_QBSVRL6_LAYOUT_SECTION_ARRANGEMENT_H
 
@@ -11,13 +11,13 @@ namespace qbsvrl6 {
 struct ArrangedBox {
     Micrometres top = 0;
     Micrometres height = 0;  // as designed
-    Micrometres needed = 0;  // where the box grows: the height that it needs
+    Micrometres needed = 0;  // the height that its content needs
     bool shrinks = false;    // gives up the height that it does not need, if nothing else is beside it
-    bool stretches = false;  // a line or box: its lower edge moves with what is above that edge
+    bool stretches = false;  // a line or box: its lower edge moves with the controls above that edge
 };
 
-// Sets the tops and heights that the boxes end up with, and gives the section's height. Boxes below one that
-// grows move down by as much, boxes below a removed line move up.
+// Sets the final tops and heights of the boxes and returns the section's height. Boxes below a box that grows
+// move down with its lower edge; boxes below a removed line move up.
 Micrometres arrangeBoxes(std::vector<ArrangedBox>& boxes, Micrometres sectionHeight, bool canGrow);
 
 }  // namespace qbsvrl6

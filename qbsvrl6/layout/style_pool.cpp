@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr double kSmallestFont = 0.5;  // points; limits for what templates ask for and for shrinking
+constexpr double kSmallestFont = 0.5;  // points; limits for templates and for shrinking
 constexpr double kLargestFont = 2000;
 
 std::size_t hashOf(const ResolvedStyle& style) {
@@ -46,7 +46,7 @@ Micrometres PooledStyle::lineHeight(double size) const {
 
 const PooledStyle* StylePool::intern(const ResolvedStyle& style) {
     ResolvedStyle sound = style;
-    // NaN compares with nothing: it becomes the smallest.
+    // Written so that NaN becomes the smallest size.
     if (!(sound.fontSize >= kSmallestFont)) sound.fontSize = kSmallestFont;
     sound.fontSize = std::min(sound.fontSize, kLargestFont);
     if (!(sound.lineSpacing >= 0.1)) sound.lineSpacing = 0.1;

@@ -1,4 +1,4 @@
-// The styles of one export: each resolved once, equal ones shared, with their fonts.
+// The styles of one export, with their fonts: each is resolved once, and equal ones are shared.
 #ifndef QBSVR_QBSVRL6_LAYOUT_STYLE_POOL_H
 #define QBSVR_QBSVRL6_LAYOUT_STYLE_POOL_H
 
@@ -14,7 +14,7 @@
 
 namespace qbsvrl6 {
 
-// Every style that an item points at is one of these.
+// Every style that an item points at is a PooledStyle.
 class PooledStyle : public ResolvedStyle {
 public:
     explicit PooledStyle(ResolvedStyle style) : ResolvedStyle(std::move(style)) {}
@@ -29,7 +29,7 @@ public:
 
 private:
     mutable const FontSet* fonts_ = nullptr;
-    mutable double knownSize_ = 0;  // the last one that was asked for
+    mutable double knownSize_ = 0;  // of the last call
     mutable Micrometres knownLineHeight_ = 1;
 };
 
@@ -43,7 +43,7 @@ private:
     std::unordered_multimap<std::size_t, const PooledStyle*> byHash_;
 };
 
-// Whether a box of this style shows without content.
+// Whether a box of this style is visible without content.
 inline bool hasLook(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
 
 // The style with its font, paddings and borders times `factor`.

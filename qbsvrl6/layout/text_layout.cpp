@@ -15,11 +15,11 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr std::u16string_view kEllipsis = u"…";
-constexpr double kSmallestShare = 1.0 / 3;  // of its size that a shrinking font keeps
-constexpr double kSizeStep = 0.05;          // to which font sizes are found
+constexpr double kSmallestShare = 1.0 / 3;  // of its size, below which a font does not shrink
+constexpr double kSizeStep = 0.05;          // precision of shrunk font sizes, in points
 
-// A number that is wider than its box shrinks to this share of its size, but to no less than these points. A
-// font that is as small already shrinks less.
+// A number that is wider than its box shrinks to no less than this share of its size and no less than these
+// points. A font that is already this small shrinks less.
 constexpr double kSmallestNumberShare = 0.6;
 constexpr double kSmallestNumberSize = 5;
 constexpr double kSmallFontShare = 0.9;
@@ -29,7 +29,7 @@ Size unturned(const ResolvedStyle& style, Size box) {
     return isTurned(style) ? Size{box.height, box.width} : box;
 }
 
-// Paddings stay at their sides of the page, whichever way the text is turned.
+// Paddings stay at their sides of the box, whichever way the text is turned.
 Edges unturnedPadding(const ResolvedStyle& style) {
     const Edges& p = style.padding;
     switch (style.rotation) {
@@ -55,8 +55,8 @@ double toEms(Micrometres length, double fontSize) {
 
 bool isIdeographic(char16_t unit) { return unit >= 0x2E80; }  // and other scripts without spaces
 
-// Spreads a line over the width: between words, or between all characters if the line has Chinese in it, where
-// spaces are rare.
+// Spreads a line over the width: between words, or between all characters if the line contains Chinese, in
+// which spaces are rare.
 void justify(PlacedLine& line, std::u16string_view text, double ems) {
     if (ems <= 0) return;
     std::size_t first = 0;
@@ -107,10 +107,10 @@ void takeLines(TextItem& item, std::vector<TextLine>&& lines) {
     for (TextLine& line : lines) item.lines.push_back({std::move(line), 0, 0, 0, 0});
 }
 
-// Units of the line's text whose glyphs fit into the width.
+// How many units of the line's text have glyphs that fit into the width.
 std::size_t fittingUnits(const TextLine& line, double ems) {
     // Glyphs are in drawing order, which is not the order of text from right to left.
-    std::vector<float> advances(line.unitCount, -1.0f);  // negative: part of the cluster of the unit before
+    std::vector<float> advances(line.unitCount, -1.0f);  // negative: part of the previous unit's cluster
     for (const GlyphRun& run : line.shaped->runs) {
         for (const Glyph& glyph : run.glyphs) {
             if (glyph.cluster >= advances.size()) continue;
@@ -140,7 +140,7 @@ Micrometres widest(const std::vector<Line>& lines) {
 
 bool holdsNumber(std::u16string_view text) { return !NumberFinder(text).next().isEmpty(); }
 
-// The widest of the lines that overflow because of a number; 0 where none does.
+// The width of the widest line that overflows because of a number; 0 if there is none.
 Micrometres overflowingNumber(std::u16string_view text, bool isLone, const std::vector<TextLine>& lines,
                               Micrometres width) {
     Micrometres widest = 0;
@@ -151,7 +151,7 @@ Micrometres overflowingNumber(std::u16string_view text, bool isLone, const std::
     return widest;
 }
 
-// #### as wide as a stretch that doesn't fit, at least one.
+// Appends as many # as fit the width, at least one.
 void appendMask(std::u16string& shown, const PooledStyle& style, double fontSize, Micrometres width) {
     constexpr std::u16string_view kMask = u"#";
     const Micrometres one = std::max(lineWidth(style.fonts(), fontSize, kMask), 1);
@@ -181,7 +181,7 @@ void mask(TextItem& item, const PooledStyle& style, double fontSize, Micrometres
     takeLines(item, breakLines(style.fonts(), fontSize, item.shown, width));
 }
 
-// The length of `text` that a length of a masked text's `shown` represents.
+// Converts a length in a masked text's `shown` to the length in `text`.
 std::size_t unmaskedLength(const TextItem& item, std::size_t length) {
     std::size_t shown = 0;
     std::size_t copied = 0;
@@ -209,7 +209,7 @@ public:
     NumberWrapper(TextItem& item, const PooledStyle& style, Micrometres width)
         : item_(item), style_(style), width_(width) {}
 
-    // A lone value stays on one line unless it would be too small there and has parts.
+    // A lone value stays on one line, unless it would be too small there and has spaces to break at.
     void wrap() {
         item_.fontSize = style_.fontSize;
         std::vector<TextLine> lines = broken(width_);
@@ -233,8 +233,8 @@ private:
         return overflowingNumber(item_.text, isLone_, lines, width_);
     }
 
-    // Uses the lines, which were broken at this limit, at a smaller size if a number needs it. Gives
-    // whether all numbers fit.
+    // Uses these lines, at a smaller size if a number needs it. `limit` is the width that they were broken
+    // at. Returns whether all numbers fit.
     bool takeOrShrink(std::vector<TextLine> lines, Micrometres limit) {
         const double full = style_.fontSize;
         item_.fontSize = full;
@@ -258,7 +258,7 @@ void breakWrapped(TextItem& item, const PooledStyle& style, Micrometres width) {
     NumberWrapper(item, style, width).wrap();
 }
 
-// Where an ellipsis may cut a line that has space for so many units: not within a number.
+// The position, at most `fitting`, at which an ellipsis may cut a line: not within a number.
 std::size_t cutBeforeNumber(std::u16string_view text, std::size_t fitting) {
     NumberFinder numbers(text);
     for (NumberSpan number = numbers.next(); !number.isEmpty(); number = numbers.next()) {
@@ -297,8 +297,8 @@ void breakWithEllipsis(TextItem& item, const PooledStyle& style, Micrometres wid
     takeLines(item, breakLines(fonts, item.fontSize, item.shown, 0));
 }
 
-// How many lines fit the height: the first does if half of it fits, and the last needs the height of its letters
-// only, not the space between lines.
+// How many lines fit the height. The first fits if half of it does; the last needs only the height of its
+// letters, not the space between lines.
 std::size_t fittingLines(const PooledStyle& style, double fontSize, Micrometres height) {
     const auto em = static_cast<Micrometres>(fontSize * kMicrometresPerPoint);
     if (height < em / 2) return 0;
@@ -318,7 +318,7 @@ bool fitsShrunk(TextItem& item, const PooledStyle& style, Size inner, double fon
     return fits;
 }
 
-// Paddings above and below that would leave nothing don't count.
+// Ignores paddings above and below that would leave no space.
 Size withoutPaddings(Size inner, const Edges& padding) {
     const Micrometres height = inner.height - padding.top - padding.bottom;
     return {inner.width, height > 0 ? height : inner.height};
@@ -392,7 +392,7 @@ Micrometres linesHeight(std::size_t lines, const TextItem& item, const PooledSty
     return checkedHeight(static_cast<std::int64_t>(lines) * style.lineHeight(item.fontSize));
 }
 
-// The height that the box needs for so many lines: 0 where it doesn't grow.
+// The height that the box needs for so many lines; 0 if it doesn't grow.
 Micrometres neededHeight(std::size_t lines, const TextItem& item, const PooledStyle& style, Size box) {
     if (lines == 0 || style.fit != TextFit::Grow) return 0;
     if (isTurned(style)) {
@@ -495,7 +495,7 @@ std::size_t placeText(TextItem& item, const PooledStyle& style, Size box) {
     const Micrometres room = turned.height - height;
     Micrometres top = padding.top;
     if (room < padding.top + padding.bottom) {
-        top = room / 2;  // too little for the paddings: both sides share it
+        top = room / 2;  // too little for the paddings: centred
     } else if (style.verticalAlign == VerticalAlign::Middle) {
         top += (room - padding.top - padding.bottom) / 2;
     } else if (style.verticalAlign == VerticalAlign::Bottom) {
@@ -515,7 +515,7 @@ std::size_t placeText(TextItem& item, const PooledStyle& style, Size box) {
 
 namespace {
 
-// Leaves so much of the text and gives the rest.
+// Shortens the text to `length` and returns the rest.
 std::u16string divided(std::u16string& text, std::size_t length) {
     std::u16string rest = text.substr(std::min(length, text.size()));
     text.resize(text.size() - rest.size());
@@ -538,7 +538,7 @@ Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, 
         placeText(item, style, {box.width, height});
         return 0;
     }
-    item.pageFields.clear();  // they count in the undivided text
+    item.pageFields.clear();  // they are positions in the undivided text
     // Each part has its span of the text, so that no cell repeats any of it.
     const std::uint32_t cut = item.lines[kept].line.firstUnit;
     if (item.masked) {

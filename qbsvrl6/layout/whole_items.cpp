@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The box without its paddings, relative to its corner. Paddings that would leave nothing are ignored.
+// The box without its paddings, relative to its corner. Paddings that would leave no space are ignored.
 Rect insidePaddings(Size box, const Edges& padding) {
     Rect inner{0, 0, box.width, box.height};
     if (padding.left + padding.right < box.width) {

@@ -1,4 +1,4 @@
-// Items that the end of a page does not divide: pictures, drawings and rotated texts.
+// Items that are never divided between pages: pictures, drawings and rotated texts.
 #ifndef QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
 #define QBSVR_QBSVRL6_LAYOUT_WHOLE_ITEMS_H
 
@@ -9,8 +9,8 @@ namespace qbsvrl6 {
 
 bool isWhole(const Item& item);
 
-// Fits the item's content into the item's box: a picture is placed, a barcode or chart drawn (not without
-// `drawings`), a rotated text broken again.
+// Fits the item's content into the item's box: places a picture, draws a barcode or chart (only if `drawings`
+// is not null), breaks a rotated text into lines again.
 void fitIntoBox(Item& item, DrawingSource* drawings);
 
 // The height of the box that its content uses.
