@@ -1,6 +1,8 @@
 #include "qbsvrl6/fonts/number_spans.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 
 #include "qbsvrl6/support/ascii.h"
 
@@ -11,82 +13,110 @@ namespace {
 constexpr std::size_t kLongestCode = 30;     // with letters in it; what is longer reads as a word
 constexpr std::size_t kLongestLetters = 12;  // in a row within a code
 
-bool isWithin(char16_t unit, char16_t first, char16_t last) { return unit >= first && unit <= last; }
+constexpr bool isWithin(char16_t unit, char16_t first, char16_t last) {
+    return unit >= first && unit <= last;
+}
 
-bool isAnyOf(char16_t unit, std::u16string_view units) { return units.find(unit) != units.npos; }
+constexpr bool isAnyOf(char16_t unit, std::u16string_view units) { return units.find(unit) != units.npos; }
 
-bool isDecimalDigit(char16_t unit) {
+// What a character may be in a number: several of these, or none.
+using Roles = unsigned;
+constexpr Roles kDigit = 1 << 0;
+constexpr Roles kLetter = 1 << 1;
+constexpr Roles kSign = 1 << 2;
+constexpr Roles kUnderscore = 1 << 3;
+constexpr Roles kStart = 1 << 4;      // leads to the first digit
+constexpr Roles kEnd = 1 << 5;        // follows the last digit
+constexpr Roles kSeparator = 1 << 6;  // between digits
+constexpr Roles kCodeJoint = 1 << 7;  // between a part of a code and its digits
+constexpr Roles kDateUnit = 1 << 8;   // follows the digits of a date
+
+constexpr bool isCurrency(char16_t unit) {
+    return unit == u'$' || isWithin(unit, u'¢', u'¥') || isWithin(unit, 0x20A0, 0x20CF) ||
+           isAnyOf(unit, u"\uFF04\uFFE0\uFFE1\uFFE5");
+}
+
+constexpr bool isDecimalDigit(char16_t unit) {
     if (unit < 0x80) return isDigit(unit);
     return isWithin(unit, 0x660, 0x669) || isWithin(unit, 0x6F0, 0x6F9) || isWithin(unit, 0x966, 0x96F) ||
            isWithin(unit, 0xFF10, 0xFF19);
 }
 
-bool isLetter(char16_t unit) {
-    if (unit < 0x80) return isLatinLetter(unit);
-    return isAnyOf(unit, u"µ²³¹") || (isWithin(unit, 0xC0, 0x24F) && unit != u'×' && unit != u'÷') ||
-           isWithin(unit, 0x370, 0x52F) || isWithin(unit, 0x5D0, 0x5EA) || isWithin(unit, 0x620, 0x64A);
+constexpr bool isLetter(char16_t unit) {
+    return isLatinLetter(unit) || isAnyOf(unit, u"µ²³¹") ||
+           (isWithin(unit, 0xC0, 0x24F) && unit != u'×' && unit != u'÷') || isWithin(unit, 0x370, 0x52F) ||
+           isWithin(unit, 0x5D0, 0x5EA) || isWithin(unit, 0x620, 0x64A);
 }
 
-bool isCurrency(char16_t unit) {
-    return unit == u'$' || isWithin(unit, u'¢', u'¥') || isWithin(unit, 0x20A0, 0x20CF) ||
-           isAnyOf(unit, u"\uFF04\uFFE0\uFFE1\uFFE5");
+constexpr Roles findRoles(char16_t unit) {
+    Roles roles = 0;
+    if (isDecimalDigit(unit)) roles |= kDigit;
+    if (isLetter(unit)) roles |= kLetter;
+    if (isAnyOf(unit, u"+-\u00B1\u2010\u2011\u2013\u2212~≈")) roles |= kSign | kStart;
+    if (unit == u'_') roles |= kUnderscore;
+    if (isCurrency(unit)) roles |= kStart | kEnd;
+    if (isAnyOf(unit, u"([#.№")) roles |= kStart;
+    if (isAnyOf(unit, u"%‰°)]′″٪％")) roles |= kEnd;
+    if (isAnyOf(unit, u",'’\u00A0\u2007\u2009\u202F٫٬")) roles |= kSeparator;
+    if (isAnyOf(unit, u".:/")) roles |= kCodeJoint;
+    if (isAnyOf(unit, u"年月日时時分秒")) roles |= kDateUnit;
+    return roles;
 }
 
-bool isSign(char16_t unit) { return isAnyOf(unit, u"+-\u00B1\u2010\u2011\u2013\u2212~≈"); }
+constexpr auto kAsciiRoles = [] {
+    std::array<std::uint16_t, 128> table{};
+    for (char16_t unit = 0; unit < table.size(); ++unit)
+        table[unit] = static_cast<std::uint16_t>(findRoles(unit));
+    return table;
+}();
 
-bool startsNumber(char16_t unit) { return isSign(unit) || isCurrency(unit) || isAnyOf(unit, u"([#.№"); }
-
-bool endsNumber(char16_t unit) { return isCurrency(unit) || isAnyOf(unit, u"%‰°)]′″٪％"); }
-
-bool joinsDigits(char16_t unit) { return isAnyOf(unit, u",'’\u00A0\u2007\u2009\u202F٫٬"); }
-
-bool joinsDigitsToCodes(char16_t unit) { return isAnyOf(unit, u".:/"); }
-
-bool isDateUnit(char16_t unit) { return isAnyOf(unit, u"年月日时時分秒"); }
+Roles rolesOf(char16_t unit) { return unit < kAsciiRoles.size() ? kAsciiRoles[unit] : findRoles(unit); }
 
 // The rules for one stretch of text, with letters as parts of codes or as the end of a number.
 class Joints {
 public:
-    Joints(std::u16string_view text, bool withLetters) : text_(text), withLetters_(withLetters) {}
+    Joints(std::u16string_view text, bool withLetters)
+        : text_(text), part_(withLetters ? kDigit | kLetter : kDigit) {}
 
     // Whether the units on both sides of `at` belong to one number.
     bool holds(std::size_t at) const {
-        const char16_t left = text_[at - 1];
-        const char16_t right = text_[at];
-        if (isPart(left) && isPart(right)) return true;
+        const Roles left = roles(at - 1);
+        const Roles right = roles(at);
+        if ((left & part_) && (right & part_)) return true;
         if (joins(at) || (at > 1 && joins(at - 1))) return true;
-        if (startsNumber(left) && (isDecimalDigit(right) || leads(at))) return true;
-        if (endsNumber(right) && (isPart(left) || (endsNumber(left) && left != right))) return true;
-        if (isDateUnit(right)) return isDecimalDigit(left);
-        if (isDateUnit(left)) return isDecimalDigit(right);
+        if ((left & kStart) && ((right & kDigit) || leads(at))) return true;
+        if ((right & kEnd) && ((left & part_) || ((left & kEnd) && text_[at - 1] != text_[at]))) return true;
+        if (right & kDateUnit) return left & kDigit;
+        if (left & kDateUnit) return right & kDigit;
         const bool last = at + 1 == text_.size() || text_[at + 1] == u' ' || text_[at + 1] == u')';
-        return isDecimalDigit(left) && isSign(right) && last;
+        return (left & kDigit) && (right & kSign) && last;
     }
 
 private:
-    bool isPart(char16_t unit) const { return isDecimalDigit(unit) || (withLetters_ && isLetter(unit)); }
+    Roles roles(std::size_t unit) const { return rolesOf(text_[unit]); }
 
     // Whether the unit leads to a number by another such unit or none: leader dots are no part of it.
     bool leads(std::size_t unit) const {
-        if (!startsNumber(text_[unit]) || text_[unit] == text_[unit - 1] || unit + 1 >= text_.size())
+        if (!(roles(unit) & kStart) || text_[unit] == text_[unit - 1] || unit + 1 >= text_.size())
             return false;
-        const char16_t next = text_[unit + 1];
-        return isDecimalDigit(next) || (startsNumber(next) && next != text_[unit]);
+        const Roles next = roles(unit + 1);
+        return (next & kDigit) || ((next & kStart) && text_[unit + 1] != text_[unit]);
     }
 
     // Whether the unit is a separator between two parts of one number.
     bool joins(std::size_t unit) const {
+        const Roles own = roles(unit);
+        if (!(own & (kSign | kUnderscore | kCodeJoint | kSeparator))) return false;
         if (unit == 0 || unit + 1 >= text_.size()) return false;
-        const char16_t before = text_[unit - 1];
-        const char16_t after = text_[unit + 1];
-        if (isDecimalDigit(text_[unit]) || isLetter(text_[unit])) return false;
-        if (isSign(text_[unit]) || text_[unit] == u'_') return isPart(before) && isPart(after);
-        if (joinsDigitsToCodes(text_[unit])) return isPart(before) && isDecimalDigit(after);
-        return joinsDigits(text_[unit]) && isDecimalDigit(before) && isDecimalDigit(after);
+        const Roles before = roles(unit - 1);
+        const Roles after = roles(unit + 1);
+        if (own & (kSign | kUnderscore)) return (before & part_) && (after & part_);
+        if (own & kCodeJoint) return (before & part_) && (after & kDigit);
+        return (before & kDigit) && (after & kDigit);
     }
 
     std::u16string_view text_;
-    bool withLetters_;
+    Roles part_;  // what the parts consist of
 };
 
 bool endsWord(char16_t unit) { return unit <= u' ' || unit >= 0x2E80; }
@@ -105,7 +135,7 @@ bool isCode(std::u16string_view span) {
     if (span.size() > kLongestCode) return false;
     std::size_t letters = 0;
     for (const char16_t unit : span) {
-        letters = isLetter(unit) ? letters + 1 : 0;
+        letters = rolesOf(unit) & kLetter ? letters + 1 : 0;
         if (letters > kLongestLetters) return false;
     }
     return true;
@@ -146,8 +176,15 @@ NumberSpan NumberFinder::next() {
     return {from_, from_};
 }
 
+// Most texts have a character that is no part of any number, such as a space, near their beginning.
 bool isLoneNumber(std::u16string_view text) {
-    return !text.empty() && NumberFinder(text).next().size() == text.size();
+    Roles all = 0;
+    for (const char16_t unit : text) {
+        const Roles roles = rolesOf(unit);
+        if (roles == 0) return false;
+        all |= roles;
+    }
+    return (all & kDigit) && NumberFinder(text).next().size() == text.size();
 }
 
 }  // namespace qbsvrl6

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "qbsvrl6/fonts/number_spans.h"
 #include "qbsvrl6/items/item.h"
@@ -15,11 +16,12 @@
 
 namespace qbsvrl6 {
 
-// Whether the whole text is one value: a typed number or date, or one number or code.
-inline bool isOneValue(const TextItem& item) {
-    const ValueType type = item.value.type;
-    return type == ValueType::Number || type == ValueType::Date || isLoneNumber(item.text);
+inline bool formatsNumberOrDate(const TextItem& item) {
+    return item.value.type == ValueType::Number || item.value.type == ValueType::Date;
 }
+
+// Whether the whole text is one value: a typed number or date, or one number or code.
+inline bool isOneValue(const TextItem& item) { return formatsNumberOrDate(item) || isLoneNumber(item.text); }
 
 // Whether a text that is one value may still be broken at its spaces: between the parts of a date, or before the
 // words of a number's format ("12 pieces"), but not between groups of digits ("1 234 567").
@@ -35,16 +37,16 @@ inline bool breaksAtSpaces(const TextItem& item) {
     return found;
 }
 
-// Calls `take(first, end)` for each span of the item's text that stays on one line: positions in `text`,
-// ascending, without overlaps. The text between the spans is broken as usual.
-template <typename Take>
-void forEachUnbrokenSpan(const TextItem& item, Take&& take) {
-    if (!item.text.empty() && isOneValue(item) && !breaksAtSpaces(item)) {
-        take(std::size_t{0}, item.text.size());
+// Replaces `spans` with those of the item's text that stay on one line: ascending, without overlaps. The text
+// between them is broken as usual.
+inline void findUnbrokenSpans(const TextItem& item, std::vector<NumberSpan>& spans) {
+    spans.clear();
+    if (!item.text.empty() && formatsNumberOrDate(item) && !breaksAtSpaces(item)) {
+        spans.push_back({0, item.text.size()});
         return;
     }
     NumberFinder numbers(item.text);
-    for (NumberSpan span = numbers.next(); !span.isEmpty(); span = numbers.next()) take(span.first, span.end);
+    for (NumberSpan span = numbers.next(); !span.isEmpty(); span = numbers.next()) spans.push_back(span);
 }
 
 }  // namespace qbsvrl6

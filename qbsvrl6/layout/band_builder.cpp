@@ -125,7 +125,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Unplaced
     const Position at = evaluationPosition(text, position);
     view_.evaluateText(text.text, at, evaluated_);
     TextItem& item = std::get<TextItem>(unplaced.item.content);
-    item.text = std::exchange(evaluated_.text, {});
+    item.text = std::move(evaluated_.text);
     item.value = evaluated_.cell;
     item.pageFields = std::move(evaluated_.pageFields);
     item.color = evaluated_.color;
@@ -249,7 +249,8 @@ void BandBuilder::place(BandDraft& draft, std::vector<UnplacedItem>& unplacedIte
                 if (leftOut == 0 && hasNoWidth(unplaced, *text)) leftOut = 1;
                 const bool settlesLate =
                     unplaced.late && (unplaced.late->text != nullptr || unplaced.late->styles != nullptr);
-                if (!settlesLate) context_.notes.placed(*unplaced.control, item, leftOut);
+                if (!settlesLate && (leftOut > 0 || text->masked))
+                    context_.notes.placed(*unplaced.control, item, leftOut);
             }
             const bool shows =
                 item.column >= 0 || unplaced.late || !text->text.empty() || hasLook(*item.style);
@@ -371,7 +372,7 @@ BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres 
     draft.row = position.row;
     unplacedItems_.clear();
     unplacedItems_.reserve(controls.size());
-    std::vector<Micrometres> lines(static_cast<std::size_t>(geometry.lines), lineHeight);
+    lineHeights_.assign(static_cast<std::size_t>(geometry.lines), lineHeight);
     for (PlannedControl& control : controls) {
         const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
         if (!inSet) continue;
@@ -382,21 +383,21 @@ BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres 
         }
         unplaced.removed = false;  // a cell always has the height of its row
         if (previous) suppress(unplaced, position, *previous, draft);
-        Micrometres& line = lines[static_cast<std::size_t>(
+        Micrometres& line = lineHeights_[static_cast<std::size_t>(
             geometry.columns[static_cast<std::size_t>(control.firstColumn)].line)];
         if (canGrow) line = std::max(line, unplaced.needed);
     }
-    std::vector<Micrometres> tops;
-    for (const Micrometres line : lines) {
-        tops.push_back(draft.band.height);
+    lineTops_.clear();
+    for (const Micrometres line : lineHeights_) {
+        lineTops_.push_back(draft.band.height);
         if (draft.band.height > 0) draft.cuts.push_back(draft.band.height);
         draft.band.height += line;
     }
     for (UnplacedItem& unplaced : unplacedItems_) {
         const auto line = static_cast<std::size_t>(
             geometry.columns[static_cast<std::size_t>(unplaced.control->firstColumn)].line);
-        unplaced.item.box.y = tops[line];
-        unplaced.item.box.height = lines[line];
+        unplaced.item.box.y = lineTops_[line];
+        unplaced.item.box.height = lineHeights_[line];
     }
     place(draft, unplacedItems_);
     finishGridBand(draft);

@@ -84,7 +84,10 @@ private:
     const ReportInstance instance_;
     RowView& view_;
     EvaluatedText evaluated_;
+    // Of the band under way.
     std::vector<UnplacedItem> unplacedItems_;
+    std::vector<Micrometres> lineHeights_;
+    std::vector<Micrometres> lineTops_;
     ChartNumbers chartNumbers_;
 };
 

@@ -2,8 +2,10 @@
 #ifndef QBSVR_QBSVRL6_MODEL_STYLE_H
 #define QBSVR_QBSVRL6_MODEL_STYLE_H
 
+#include <cstring>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 #include "qbsvrl6/support/text_language.h"
 #include "qbsvrl6/support/units.h"
@@ -30,8 +32,10 @@ struct BorderLine {
 
 struct Border {
     BorderLine left, top, right, bottom;
-    bool operator==(const Border&) const = default;
+    // As one block of memory: cells compare theirs with that of the row above.
+    bool operator==(const Border& other) const { return std::memcmp(this, &other, sizeof other) == 0; }
 };
+static_assert(std::has_unique_object_representations_v<Border>);
 
 // A style as written. Members that are not set come from the parent style, then from the report's default
 // style, then from the built-in defaults.

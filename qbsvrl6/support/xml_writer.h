@@ -28,6 +28,12 @@ template <class T>
 concept XmlNumber = (std::integral<T> || std::floating_point<T>)&&!std::same_as<T, bool> &&
                     !std::same_as<T, char>;
 
+template <XmlNumber Number>
+void appendXmlNumber(std::string& out, Number number) {
+    char digits[32];
+    out.append(&digits[0], std::to_chars(&digits[0], &digits[sizeof digits], number).ptr);
+}
+
 // A tag stays open for attributes until content follows:
 //
 //     XmlWriter xml(out);
@@ -120,18 +126,12 @@ private:
         tagIsOpen_ = false;
     }
 
-    template <XmlNumber Number>
-    void appendNumber(Number number) {
-        char digits[32];
-        out_.append(&digits[0], std::to_chars(&digits[0], &digits[sizeof digits], number).ptr);
-    }
-
     template <class Part>
     void appendValue(const Part& part) {
         if constexpr (XmlPart<Part>) {
             part.appendTo(out_);
         } else if constexpr (XmlNumber<Part>) {
-            appendNumber(part);
+            appendXmlNumber(out_, part);
         } else {
             appendXmlValue(out_, part);
         }
@@ -141,7 +141,7 @@ private:
         if constexpr (XmlPart<Part>) {
             part.appendTo(out_);
         } else if constexpr (XmlNumber<Part>) {
-            appendNumber(part);
+            appendXmlNumber(out_, part);
         } else {
             appendXmlText(out_, part);
         }

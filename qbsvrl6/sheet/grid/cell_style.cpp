@@ -44,9 +44,8 @@ std::size_t CellStyleHash::operator()(const CellStyle& style) const {
 bool wraps(const Item& item) {
     const auto* text = std::get_if<TextItem>(&item.content);
     if (text == nullptr) return false;
-    return text->lines.size() > 1 || std::any_of(text->text.begin(), text->text.end(), [](char16_t unit) {
-               return unit == u'\n' || unit == u'\r';
-           });
+    const auto isLineEnd = [](char16_t unit) { return unit <= u'\r' && (unit == u'\n' || unit == u'\r'); };
+    return text->lines.size() > 1 || std::any_of(text->text.begin(), text->text.end(), isLineEnd);
 }
 
 StyleTable::Source StyleTable::sourceOf(const Cell& cell, const SheetFormat& format) {

@@ -5,7 +5,10 @@
 #include <cmath>
 #include <map>
 #include <set>
+#include <span>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "common/base64.h"
 #include "qbsvrl6/drawing/svg.h"
@@ -20,6 +23,8 @@
 #include "qbsvrl6/support/append.h"
 
 namespace qbsvrl6 {
+
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -111,7 +116,7 @@ private:
 
 // The attributes of an element whose text, or some of it, runs from right to left: each of its paragraphs has
 // the direction of its first letter.
-const char* directionOf(const Item& item) {
+std::string_view directionOf(const Item& item) {
     if (isPending(item)) return " dir=\"auto\"";
     const std::u16string_view text = textOf(item);
     if (!std::holds_alternative<TextItem>(item.content) || !mayRunRightToLeft(text)) return "";
@@ -120,9 +125,9 @@ const char* directionOf(const Item& item) {
 }
 
 // The direction that the text needs, else the language that the style asks for.
-const char* languageOf(const Item& item) {
-    const char* const direction = directionOf(item);
-    if (*direction != '\0') return direction;
+std::string_view languageOf(const Item& item) {
+    const std::string_view direction = directionOf(item);
+    if (!direction.empty()) return direction;
     switch (item.style == nullptr ? TextLanguage::Unknown : item.style->language) {
         case TextLanguage::Chinese:
             return " lang=\"zh-CN\"";
@@ -137,10 +142,14 @@ const char* languageOf(const Item& item) {
 }
 
 // No font that is common for text is wider.
-Micrometres widthLimit(std::u16string_view text, double fontSize) {
+Micrometres widthLimit(double columns, double fontSize) {
     constexpr double kWidestColumn = 0.7;  // em
-    return static_cast<Micrometres>(
-        std::min(displayWidth(text) * fontSize * kMicrometresPerPoint * kWidestColumn, 1e9));
+    return static_cast<Micrometres>(std::min(columns * fontSize * kMicrometresPerPoint * kWidestColumn, 1e9));
+}
+
+bool mayBeWider(std::u16string_view text, double fontSize, Micrometres room) {
+    const auto mostColumns = 2.0 * static_cast<double>(text.size());
+    return widthLimit(mostColumns, fontSize) > room && widthLimit(displayWidth(text), fontSize) > room;
 }
 
 // Of a text's box, along its lines.
@@ -154,17 +163,15 @@ Micrometres lineRoom(const Item& item) {
 
 // Makes a text so small that each of its numbers has room on one line. Layout has done so for printed pages,
 // but shows #### where print would be too small to read; a screen enlarges it.
-void shrinkToNumbers(const Item& item, TextItem& text) {
-    const Micrometres room = lineRoom(item);
-    if (room <= 0 || widthLimit(text.text, text.fontSize) <= room) return;
-    Micrometres widest = 0;
-    forEachUnbrokenSpan(text, [&](std::size_t first, std::size_t end) {
-        const std::u16string_view span = std::u16string_view(text.text).substr(first, end - first);
-        if (widthLimit(span, text.fontSize) <= std::max(room, widest)) return;
-        const ResolvedStyle& style = *item.style;
+void shrinkToNumbers(TextItem& text, const ResolvedStyle& style, Micrometres room,
+                     std::span<const NumberSpan> numbers) {
+    Micrometres widest = room;
+    for (const NumberSpan& number : numbers) {
+        const auto span = std::u16string_view(text.text).substr(number.first, number.size());
+        if (!mayBeWider(span, text.fontSize, widest)) continue;
         const FontSet& fonts = resolveFont(style.fontFamily, style.bold, style.italic);
         widest = std::max(widest, lineWidth(fonts, text.fontSize, span));
-    });
+    }
     // Whole tenths of a point, so that the document has few styles.
     if (widest > room) text.fontSize = std::max(std::floor(10 * text.fontSize * room / widest) / 10, 1.0);
 }
@@ -176,29 +183,17 @@ enum class Wrapping {
     Forbidden  // it is a number
 };
 
-// A cell of the grid always has its width, a free one has less on a phone.
-Wrapping wrappingOf(const Item& item) {
-    const auto* const text = std::get_if<TextItem>(&item.content);
-    if (text == nullptr || text->text.empty()) return Wrapping::None;
-    const bool mayBreak =
-        item.column < 0 || text->lines.size() > 1 || widthLimit(text->text, text->fontSize) > lineRoom(item);
-    if (!mayBreak) return Wrapping::None;
-    const bool isNumber = isOneValue(*text) && !breaksAtSpaces(*text);
-    return isNumber ? Wrapping::Forbidden : Wrapping::Any;
-}
-
 // A text whose numbers stay whole.
-void appendWithWholeNumbers(std::string& out, const TextItem& item) {
-    const std::u16string_view text = item.text;
+void appendWithWholeNumbers(std::string& out, std::u16string_view text, std::span<const NumberSpan> numbers) {
     std::size_t done = 0;
-    forEachUnbrokenSpan(item, [&](std::size_t first, std::size_t end) {
-        if (end - first == 1) return;
-        appendMarkup(out, text.substr(done, first - done));
+    for (const NumberSpan& number : numbers) {
+        if (number.size() == 1) continue;
+        appendMarkup(out, text.substr(done, number.first - done));
         out += "<span class=\"n\">";
-        appendMarkup(out, text.substr(first, end - first));
+        appendMarkup(out, text.substr(number.first, number.size()));
         out += "</span>";
-        done = end;
-    });
+        done = number.end;
+    }
     appendMarkup(out, text.substr(done));
 }
 
@@ -232,6 +227,8 @@ public:
     }
 
 private:
+    static constexpr std::string_view kCell = "<td";
+
     enum class Part { None, Free, Footer, Head, Body, Sums };
 
     void openPage(const PageInfo&, bool) override { out() += "<section class=\"page\">\n"; }
@@ -416,35 +413,55 @@ private:
     }
 
     void writeCell(const Band& band, const Cell& cell) {
-        if (cell.item != nullptr && cell.item->style != nullptr) {
-            auto* const text = std::get_if<TextItem>(&cell.item->content);
-            const bool needsRoom = text != nullptr && (text->masked || !options_.paged);
-            if (needsRoom && !text->pending) shrinkToNumbers(*cell.item, *text);
-        }
+        const Wrapping wrapping = cell.item == nullptr ? Wrapping::None : settleWrapping(*cell.item);
         const bool isTitle = band.kind == BandKind::GridTitle && cell.item != nullptr &&
                              (isPending(*cell.item) || !textOf(*cell.item).empty());
-        out() += !isTitle ? "<td" : cell.columnSpan > 1 ? "<th scope=\"colgroup\"" : "<th scope=\"col\"";
-        const Wrapping wrapping = cell.item == nullptr ? Wrapping::None : wrappingOf(*cell.item);
-        out() += classOf(cell, wrapping == Wrapping::Forbidden);
-        if (cell.item != nullptr) out() += languageOf(*cell.item);
+        const std::string_view start = startOf(cell, wrapping == Wrapping::Forbidden);
+        if (isTitle) {
+            out() += cell.columnSpan > 1 ? "<th scope=\"colgroup\""sv : "<th scope=\"col\""sv;
+            out() += start.substr(kCell.size());
+        } else {
+            out() += start;
+        }
+        const std::string_view language = cell.item == nullptr ? "" : languageOf(*cell.item);
+        if (!language.empty()) out() += language;
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
         if (!overlays_.empty()) out() += " style=\"position:relative\"";
         out() += '>';
         if (cell.item != nullptr) writeContent(*cell.item, wrapping);
         writeOverlays(cell.column);
-        out() += isTitle ? "</th>" : "</td>";
+        out() += isTitle ? "</th>"sv : "</td>"sv;
     }
 
-    // The attribute that gives a cell its style.
-    const std::string& classOf(const Cell& cell, bool isNumber) {
-        const std::size_t id = 2 * static_cast<std::size_t>(styles_.idOf(cell)) + (isNumber ? 1 : 0);
-        while (classes_.size() <= id) {
-            const std::string name = " class=\"s" + std::to_string(classes_.size() / 2);
-            classes_.push_back(name + '"');
-            classes_.push_back(name + " n\"");
+    // Finds the numbers of a text that may not have room on one line, once for all, and makes room for each. A
+    // cell of the grid always has its width, a free one has less on a phone.
+    Wrapping settleWrapping(Item& item) {
+        auto* const text = std::get_if<TextItem>(&item.content);
+        if (text == nullptr || text->text.empty()) return Wrapping::None;
+        const Micrometres room = lineRoom(item);
+        const bool breaksAnyway = item.column < 0 || text->lines.size() > 1;
+        const bool isTooWide = mayBeWider(text->text, text->fontSize, room);
+        if (!breaksAnyway && !isTooWide) return Wrapping::None;
+        findUnbrokenSpans(*text, numbers_);
+        const bool needsRoom = isTooWide && room > 0 && (text->masked || !options_.paged);
+        if (needsRoom && !text->pending && item.style != nullptr) {
+            shrinkToNumbers(*text, *item.style, room, numbers_);
+            if (!breaksAnyway && !mayBeWider(text->text, text->fontSize, room)) return Wrapping::None;
         }
-        return classes_[id];
+        const bool isNumber = numbers_.size() == 1 && numbers_.front().size() == text->text.size();
+        return isNumber ? Wrapping::Forbidden : Wrapping::Any;
+    }
+
+    // The start of a cell's tag, with its style.
+    std::string_view startOf(const Cell& cell, bool isNumber) {
+        const std::size_t id = 2 * static_cast<std::size_t>(styles_.idOf(cell)) + (isNumber ? 1 : 0);
+        while (starts_.size() <= id) {
+            const std::string start = std::string(kCell) + " class=\"s" + std::to_string(starts_.size() / 2);
+            starts_.push_back(start + '"');
+            starts_.push_back(start + " n\"");
+        }
+        return starts_[id];
     }
 
     void writeContent(Item& item, Wrapping wrapping) {
@@ -454,7 +471,7 @@ private:
                 stream_.mark();
                 pending_.push_back(std::move(item));
             } else {
-                appendText(out(), item, wrapping);
+                appendText(out(), item, wrapping, numbers_);
             }
         } else {
             writePicture(item);
@@ -512,7 +529,9 @@ private:
         out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
     }
 
-    static void appendText(std::string& out, const Item& item, Wrapping wrapping) {
+    // `numbers` are those of the text, if it may be wrapped.
+    static void appendText(std::string& out, const Item& item, Wrapping wrapping,
+                           std::span<const NumberSpan> numbers) {
         const auto& text = std::get<TextItem>(item.content);
         const int rotation = item.style == nullptr ? 0 : item.style->rotation;
         const bool isLink = !text.link.empty() && isSafeLink(text.link);
@@ -523,7 +542,7 @@ private:
             out += "\">";
         }
         if (wrapping == Wrapping::Any) {
-            appendWithWholeNumbers(out, text);
+            appendWithWholeNumbers(out, text.text, numbers);
         } else {
             appendMarkup(out, text.text);
         }
@@ -534,8 +553,10 @@ private:
     void close(PendingTexts& pending) override {
         appendHead(output_);
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
-            pending.settle(pending_[place]);
-            appendText(out, pending_[place], Wrapping::Any);
+            Item& item = pending_[place];
+            pending.settle(item);
+            findUnbrokenSpans(std::get<TextItem>(item.content), numbers_);
+            appendText(out, item, Wrapping::Any, numbers_);
         });
         output_ += "</main>\n</body>\n</html>\n";
     }
@@ -670,7 +691,8 @@ private:
     Micrometres lastHeight_ = -1;
     std::string rowStart_;  // of a row of the last height
     StyleTable styles_;
-    std::vector<std::string> classes_;  // by style, each for texts and for lone values
+    std::vector<std::string> starts_;  // of cells, by style; each for texts and for lone values
+    std::vector<NumberSpan> numbers_;  // of the text under way
     LanguageGuess language_;
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;

@@ -9,6 +9,8 @@
 
 namespace qbsvrl6 {
 
+using namespace std::string_view_literals;
+
 namespace {
 
 constexpr std::size_t kBufferBytes = 64 * 1024;
@@ -44,47 +46,55 @@ void XlsxSheet::beginRow(Micrometres height) {
     xml_.open("row").attribute("r", rowName_).attribute("ht", rowHeight(height)).attribute("customHeight", 1);
 }
 
-XmlWriter& XlsxSheet::openCell(int column, int style) {
-    while (static_cast<int>(columnNames_.size()) <= column) {
-        columnNames_.push_back(columnName(static_cast<int>(columnNames_.size())));
+// Cells are most of a workbook. Their tags are written as they are, without an XmlWriter's record of them.
+std::string& XlsxSheet::openCell(int column, int style) {
+    while (static_cast<int>(cellStarts_.size()) <= column) {
+        cellStarts_.push_back("<c r=\"" + columnName(static_cast<int>(cellStarts_.size())));
     }
     columns_ = std::max(columns_, column + 1);
-    xml_.open("c")
-        .beginAttribute("r")
-        .append(columnNames_[static_cast<std::size_t>(column)])
-        .append(rowName_);
-    return xml_.endAttribute().attribute("s", style);
+    std::string& out = xml_.content();
+    out += cellStarts_[static_cast<std::size_t>(column)];
+    out += rowName_;
+    out += "\" s=\""sv;
+    appendXmlNumber(out, style);
+    return out;
 }
 
-void XlsxSheet::addBlank(int column, int style) { openCell(column, style).close(); }
+void XlsxSheet::addBlank(int column, int style) { openCell(column, style) += "\"/>"sv; }
 
 void XlsxSheet::addValue(int column, int style, const SheetValue& value) {
-    openCell(column, style);
+    std::string& out = openCell(column, style);
     switch (value.kind) {
         case SheetValue::Kind::Blank:
+            out += "\"/>"sv;
             break;
         case SheetValue::Kind::Number:
-            xml_.element("v", value.number);
+            out += "\"><v>"sv;
+            appendXmlNumber(out, value.number);
+            out += "</v></c>"sv;
             break;
         case SheetValue::Kind::Boolean:
-            xml_.attribute("t", "b").element("v", value.boolean ? 1 : 0);
+            out += value.boolean ? "\" t=\"b\"><v>1</v></c>"sv : "\" t=\"b\"><v>0</v></c>"sv;
             break;
         case SheetValue::Kind::Text: {
             const auto isSpace = [](char16_t c) {
                 return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
             };
-            xml_.attribute("t", "inlineStr").open("is").open("t");
-            if (isSpace(value.text.front()) || isSpace(value.text.back()))
-                xml_.attribute("xml:space", "preserve");
-            xml_.text(Xstring{value.text}).close().close();
+            const bool hasSpaces = isSpace(value.text.front()) || isSpace(value.text.back());
+            out += hasSpaces ? "\" t=\"inlineStr\"><is><t xml:space=\"preserve\">"sv
+                             : "\" t=\"inlineStr\"><is><t>"sv;
+            appendXstring(out, value.text);
+            out += "</t></is></c>"sv;
             break;
         }
     }
-    xml_.close();
 }
 
 void XlsxSheet::addShared(int column, int style, std::size_t sharedText) {
-    openCell(column, style).attribute("t", "s").element("v", sharedText).close();
+    std::string& out = openCell(column, style);
+    out += "\" t=\"s\"><v>"sv;
+    appendXmlNumber(out, sharedText);
+    out += "</v></c>"sv;
 }
 
 void XlsxSheet::endRow() {

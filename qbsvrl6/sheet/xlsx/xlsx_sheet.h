@@ -51,7 +51,7 @@ public:
     bool hasDrawing() const { return !drawing_.isEmpty(); }
 
 private:
-    XmlWriter& openCell(int column, int style);
+    std::string& openCell(int column, int style);
     // "A1", or "A1:B2", from the row under way down.
     std::string rangeName(int column, int columnSpan, int rowSpan) const;
     void flush();
@@ -62,7 +62,7 @@ private:
     DeflateStream body_;
     std::string buffer_;  // of the rows that are not compressed yet
     XmlWriter xml_{buffer_};
-    std::vector<std::string> columnNames_;
+    std::vector<std::string> cellStarts_;  // by column
     std::string rowName_;
     std::int64_t rows_ = 0;  // complete ones
     int columns_ = 0;
