@@ -23,7 +23,7 @@ inline void WriteFile(const std::filesystem::path& path, const std::string& text
 // All files below a directory, relative to it, in order.
 inline std::vector<std::string> FilesBelow(const std::filesystem::path& directory) {
     std::vector<std::string> files;
-    if (!std::filesystem::exists(directory)) return files;
+    if (!std::filesystem::is_directory(directory)) return files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
         if (entry.is_regular_file()) files.push_back(entry.path().lexically_relative(directory).string());
     }

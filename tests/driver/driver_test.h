@@ -21,6 +21,12 @@ inline std::string Join(const std::vector<std::string>& lines) {
 
 // The set-up directory is "/qb/", which need not exist: the recording engine loads whatever it is asked for.
 class DriverTest : public testing::Test {
+public:
+    static void SetList(const std::string& json) {
+        const lkstr text = larkspur::Utf8ToUnicode(json.data(), static_cast<int>(json.size()));
+        ReportsJson.Parse(text.c_str(), static_cast<int>(text.size()));
+    }
+
 protected:
     void SetUp() override {
         recording::Reset(true);
@@ -28,11 +34,6 @@ protected:
         SetList("[]");
         Report = nullptr;
         ReportCount = -1;
-    }
-
-    static void SetList(const std::string& json) {
-        const lkstr text = larkspur::Utf8ToUnicode(json.data(), static_cast<int>(json.size()));
-        ReportsJson.Parse(text.c_str(), static_cast<int>(text.size()));
     }
 
     // Runs it and gives what it printed, with the scratch directory written as OUT.
