@@ -1,4 +1,4 @@
-// The states of a report's aggregates, so that rows are taken once where ranges grow.
+// The states of a report's aggregates, so that growing ranges add each row only once.
 #ifndef QBSVR_QBSVRL6_BIND_AGGREGATE_CACHE_H
 #define QBSVR_QBSVRL6_BIND_AGGREGATE_CACHE_H
 
@@ -12,16 +12,16 @@
 
 namespace qbsvrl6 {
 
-// A slot per aggregate holds the ranges that it was last asked for: sections of several levels may share an
-// aggregate through a calculated field.
+// Each aggregate has a slot with its last few ranges: sections of several levels may share an aggregate
+// through a calculated field.
 class AggregateCache {
 public:
     explicit AggregateCache(std::size_t slots = 0) : slots_(slots) {}
     void clear() { slots_.assign(slots_.size(), {}); }
 
-    // The state of exactly these rows. A range that starts where an earlier one did takes only the rows that
-    // are new, so that running totals are linear: `extend(state)` takes them, up to range.end. It may use the
-    // cache, even this slot.
+    // The state of exactly these rows. If a cached range has the same start, `extend(state)` adds only the
+    // new rows, up to range.end, so that running totals take linear time. `extend` may use the cache, even
+    // this slot.
     template <class Extend>
     const AggregateState& stateOf(std::uint32_t slot, RowRange range, Extend&& extend) {
         const std::size_t index = indexOf(slots_[slot], range);
@@ -36,10 +36,11 @@ public:
 private:
     struct Slot {
         std::array<AggregateState, 4> states;
-        std::size_t next = 0;  // that gives way
+        std::size_t next = 0;  // to be replaced
     };
 
-    // Of a state that begins with the range and does not exceed it; an empty one if there is none.
+    // The index of a state that has the start of the range and does not exceed it, or else of a new, empty
+    // one.
     static std::size_t indexOf(Slot& slot, RowRange range);
 
     std::vector<Slot> slots_;

@@ -7,7 +7,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Equal values have equal keys, values of different types different ones.
+// Equal values have equal keys; values of different types have different keys.
 std::u16string distinctKey(const Value& value) {
     std::u16string key(1, static_cast<char16_t>(value.type));
     const auto appendBytes = [&key](const auto& number) {
@@ -59,7 +59,7 @@ Number AggregateState::sum() const {
     return doubles_ + (correction_ + sum_.toDouble());
 }
 
-// XML has nothing but texts: as texts, 9 would be greater than 10.
+// Texts that read as numbers are compared as numbers: XML has only texts, and as texts, 9 is greater than 10.
 void AggregateState::compareWithBest(int wantedOrder, const Value& value, TextArena& arena) {
     if (count_ == 0 || compareValues(value, best_.get(), arena) * wantedOrder > 0) best_ = OwnedValue(value);
     if (!areNumbers_) return;

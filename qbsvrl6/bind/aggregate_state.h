@@ -14,14 +14,14 @@ namespace qbsvrl6 {
 
 class AggregateState {
 public:
-    RowRange range;  // rows taken in so far
+    RowRange range;  // rows added so far
 
     void restart(std::size_t first);
-    // False, and nothing is added, for a text that is not the number that is needed.
+    // Returns false and adds nothing if a number is needed and a text does not read as one.
     bool add(AggregateKind kind, const Value& value, TextArena& arena);
     void countRow() { ++count_; }
-    // Sum of nothing is 0; average, minimum and maximum of nothing are null. Texts have a least and a greatest
-    // number if all of them read as numbers.
+    // The sum of no values is 0; their average, minimum and maximum are null. The minimum and maximum of
+    // texts are numbers if all of them read as numbers.
     Value result(AggregateKind kind) const;
 
 private:
@@ -31,11 +31,11 @@ private:
 
     std::size_t count_ = 0;
     Decimal sum_;
-    // Of what is no decimal, or no longer fits.
+    // The sum of values that are not decimals, or that no longer fit.
     bool hasDoubles_ = false;
     double doubles_ = 0;
-    double correction_ = 0;  // what rounding has cost the sum of doubles (Neumaier)
-    // Least or greatest: of the values, and of their numbers as long as all of them have one.
+    double correction_ = 0;  // the rounding error of `doubles_` (Neumaier)
+    // The minimum or maximum: of the values, and of their numbers as long as all of them read as one.
     OwnedValue best_;
     OwnedValue bestNumber_;
     bool areNumbers_ = true;

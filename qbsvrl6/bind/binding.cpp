@@ -154,7 +154,7 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
         found(NameKind::Parameter, parameter->second);
         return;
     }
-    // A table without rows has no columns either, and a grid without a table is reported itself.
+    // A table without rows has no columns either, and a missing table is reported already.
     const bool mayBeKnown =
         sources_.rows != nullptr ? sources_.rows->columnCount() == 0 : report_.grid != nullptr;
     if (field == nullptr && !mayBeKnown) logUnknown(name.name, origin);
@@ -173,7 +173,7 @@ void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     for (const TextPosition& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
 }
 
-// In the order of the search, each once.
+// In the order in which names are looked up, without repeats.
 std::vector<std::u16string_view> Binding::knownNames() const {
     std::vector<std::u16string_view> names;
     std::unordered_set<std::u16string> known;

@@ -25,7 +25,7 @@ namespace qbsvrl6 {
 struct DataSources {
     const DataSet* data = nullptr;  // its parameters
     const Table* rows = nullptr;    // the rows that are walked
-    const Table* head = nullptr;    // a table whose first row is there for all sections
+    const Table* head = nullptr;    // a table whose first row can be read in all sections
 };
 
 // A value that owns its text.
@@ -44,7 +44,7 @@ private:
     std::u16string text_;
 };
 
-// The value as the declared type; unchanged where it has no such reading.
+// The value as the declared type; unchanged if it does not read as one.
 Value convertTo(const Value& value, DataType type, TextArena& arena);
 
 class Binding {
@@ -56,7 +56,7 @@ public:
     struct BoundParameter {
         std::u16string name;
         std::optional<DataType> type;
-        OwnedValue value;  // of the data, else the default
+        OwnedValue value;  // from the data, or else the default
     };
 
     // `report` outlives the binding. `passed` are the parameters that an outer report passes. Compiles the
@@ -64,12 +64,12 @@ public:
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed);
 
-    // The same for other rows than the grid's: with another filter (empty: none) and without groups.
+    // The same for rows that are not the grid's: with another filter (empty: none) and without groups.
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed, std::u16string_view filter);
 
-    // Parses and binds. An unknown name reads as null; each occurrence is logged once per export.
-    // Raises EngineError(BadExpression), also for calculated fields that need themselves.
+    // Parses and binds. An unknown name reads as null; each occurrence is logged once per export. Raises
+    // EngineError(BadExpression), also for calculated fields that depend on themselves.
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
 
@@ -83,16 +83,16 @@ public:
     std::size_t passedCount() const { return passed_.size(); }
     std::uint32_t aggregateSlots() const { return slots_; }
     const std::optional<Expression>& filter() const { return filter_; }
-    // Made at the first call; null where the filter is of another form.
+    // Made at the first call; null if FilterIndex does not support the filter.
     const FilterIndex* filterIndex() const;
     const std::vector<Expression>& groupKeys() const { return groupKeys_; }
-    // Of all views of the binding.
+    // Shared by all views of the binding.
     UnreadValues& unreadValues() const { return unread_; }
 
 private:
     void addNames(std::span<const SubReportParameter> passed);
     std::size_t addParameter(const std::u16string& name, std::optional<DataType> type, const Value& value);
-    // Where an expression is from: a text of the template, and the part of it that messages show.
+    // The origin of an expression: a text of the template, and the part of it that messages show.
     struct Origin {
         std::u16string_view text;
         std::u16string_view shown;
@@ -106,7 +106,7 @@ private:
     std::uint32_t calculatedField(const Field& field);
 
     const ReportDefinition& report_;
-    const DetailGrid* grid_ = nullptr;  // whose groups scopes may name
+    const DetailGrid* grid_ = nullptr;  // scopes may name its groups
     DataSources sources_;
     TextUse use_ = TextUse::Report;
     std::unordered_map<std::u16string, const Field*> fields_;  // by name in lower case

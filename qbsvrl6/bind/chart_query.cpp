@@ -118,7 +118,7 @@ public:
 
 private:
     struct Gathered {
-        std::vector<AggregateState> values;  // per category; those after the last one have no rows
+        std::vector<AggregateState> values;  // per category; missing ones at the end have no rows
         std::vector<ChartPoint> points;
     };
     struct Made {

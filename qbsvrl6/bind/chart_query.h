@@ -1,4 +1,4 @@
-// A chart of rows: how its template describes the numbers, compiled, and the numbers of some rows.
+// The compiled description of a chart of rows, which collects the chart's numbers from rows.
 #ifndef QBSVR_QBSVRL6_BIND_CHART_QUERY_H
 #define QBSVR_QBSVRL6_BIND_CHART_QUERY_H
 
@@ -12,12 +12,12 @@ namespace qbsvrl6 {
 
 class ChartQuery {
 public:
-    // `rows` outlives the query. Its filter is compiled where it names no table: the rows of another table
-    // come filtered, by their binding. Raises EngineError(BadExpression).
+    // `rows` outlives the query. Its filter is compiled only if it names no table: another table's binding
+    // filters its rows. Raises EngineError(BadExpression).
     ChartQuery(const ChartRows& rows, Binding& binding);
 
-    // The numbers of a range of rows, in time linear in them. `view` is of the binding. Raises
-    // EngineError(LimitExceeded), which names the chart, for too many series, values or points.
+    // The numbers of a range of rows, in time linear in them. `view` is a view of the binding. `name` is the
+    // chart's, for messages. Raises EngineError(LimitExceeded) for too many series, values or points.
     ChartData evaluate(RowView& view, RowRange range, const std::u16string& name);
 
 private:

@@ -25,7 +25,7 @@ struct Part {
     TextView after;
 };
 
-// Takes what is before the first unit that is a digit, or that is none.
+// Removes and returns the text before the first unit that is a digit (or, if `digit` is false, is not one).
 TextView takeUntil(bool digit, TextView& text) {
     const auto end =
         std::find_if(text.begin(), text.end(), [digit](char16_t unit) { return isDigit(unit) == digit; });
@@ -34,7 +34,7 @@ TextView takeUntil(bool digit, TextView& text) {
     return taken;
 }
 
-// Takes the number and the text after it from the start.
+// Removes the leading number and the text after it, and returns them.
 Part takePart(TextView& text) {
     constexpr int kTooLarge = 10'000;
     Part part;
@@ -54,7 +54,7 @@ bool isDateSeparator(TextView after, bool isYearFirst) {
     return !after.empty() && sign.size() < 2 && (sign.empty() || signs.find(sign) != TextView::npos);
 }
 
-// "3月" in words, as it follows "2024年".
+// A month in words, as in "2024年三月".
 bool readChineseMonth(TextView text, int& month) {
     constexpr std::array<TextView, 12> kMonths = {u"一月", u"二月", u"三月", u"四月", u"五月",   u"六月",
                                                   u"七月", u"八月", u"九月", u"十月", u"十一月", u"十二月"};
@@ -181,7 +181,7 @@ private:
 
 std::int64_t secondsOf(chrono::sys_days day) { return chrono::sys_seconds(day).time_since_epoch().count(); }
 
-// "2024-03-05": most dates of data, many times faster.
+// "2024-03-05": a fast path for the form of most dates.
 bool readIsoDay(TextView text, std::int64_t& seconds) {
     constexpr TextView kForm = u"dddd-dd-dd";
     if (text.size() != kForm.size() || text[4] != u'-' || text[7] != u'-') return false;

@@ -12,7 +12,7 @@ namespace chrono = std::chrono;
 constexpr chrono::sys_days kFirstDay = chrono::year::min() / chrono::January / 1;
 constexpr chrono::sys_days kLastDay = chrono::year::max() / chrono::December / 31;
 
-// The month that a count of months from January of a year leads to.
+// The month that is so many months after January of the year.
 std::optional<chrono::year_month> monthAt(std::int64_t year, std::int64_t monthsFromJanuary) {
     const std::int64_t months = year * 12 + monthsFromJanuary;
     const std::int64_t month = (months % 12 + 12) % 12;

@@ -1,4 +1,4 @@
-// Dates of expressions: seconds since 1970-01-01 of a wall clock's reading. No time zone is involved.
+// Dates of expressions: seconds of wall-clock time since 1970-01-01. No time zone is involved.
 #ifndef QBSVR_QBSVRL6_BIND_DATES_H
 #define QBSVR_QBSVRL6_BIND_DATES_H
 
@@ -16,7 +16,7 @@ std::int64_t startOfDay(std::int64_t seconds);
 // std::chrono.
 [[nodiscard]] std::optional<std::int64_t> midnightOf(std::int64_t year, std::int64_t month, std::int64_t day);
 
-// The same day and time of another month; the 31st of a shorter month becomes its last day.
+// The same day and time so many months later; in a shorter month, the 31st becomes the last day.
 [[nodiscard]] std::optional<std::int64_t> monthsLater(std::int64_t seconds, std::int64_t months);
 
 }  // namespace qbsvrl6

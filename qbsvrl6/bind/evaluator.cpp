@@ -14,8 +14,8 @@ namespace {
 
 constexpr double kLargestDays = 1e7;
 
-// Dates take days: "Due + 14", "Due - Ordered". Everything else calculates with numbers; null, and a result
-// that isn't finite, are null.
+// Dates calculate in days: "Due + 14", "Due - Ordered". All other values calculate as numbers; the result is
+// null if an operand is, or if it is not finite.
 Value calculated(Operation operation, const Value& left, const Value& right) {
     const bool leftDate = left.type == ValueType::Date;
     const bool rightDate = right.type == ValueType::Date;
@@ -85,7 +85,7 @@ Evaluator::Evaluator(const Binding& binding, const WalkedRows& rows, std::span<c
     }
 }
 
-// What earlier evaluations made is gone from here on.
+// Frees the texts of earlier evaluations.
 void Evaluator::begin() {
     stack_.clear();
     arena_.reset();
@@ -257,7 +257,7 @@ UnreadValues::Source Evaluator::sourceOf(const BoundName& name, const Position& 
     return {"the field", name.name};
 }
 
-// The value's text is that of the column or parameter from which it is.
+// Finds the source of the value by its text, which is that of a column or parameter.
 void Evaluator::noteIfUnread(const Expression& expression, const Value& value, DataType needed,
                              const Position& position) {
     if (value.type != ValueType::Text) return;
@@ -299,8 +299,8 @@ bool Evaluator::isFresh(const Memo& memo, const Position& position) const {
     return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope;
 }
 
-// Once for a row and scope within one evaluation: fields that need one another many times over would take
-// exponential time otherwise.
+// Evaluates the field once per row and scope within one evaluation. Otherwise fields that use one another
+// repeatedly would take exponential time.
 Value Evaluator::readCalculated(const BoundName& name, const Position& position) {
     if (isFresh(memos_[name.index], position)) return memos_[name.index].value;
     const Binding::Calculated& field = binding_.calculated(name.index);
@@ -330,7 +330,7 @@ Value Evaluator::aggregate(const Aggregate& aggregate, const Position& position)
     if (!aggregate.argument) return makeNumber(range.end - std::min(range.first, range.end));
     const auto takeMissing = [&](AggregateState& state) { extend(state, aggregate, position, range.end); };
     Value result = aggregates_.stateOf(aggregate.slot, range, takeMissing).result(aggregate.kind);
-    if (!result.text.empty()) result.text = arena_.copy(result.text);  // the state may go on to other rows
+    if (!result.text.empty()) result.text = arena_.copy(result.text);  // the state may advance to other rows
     return result;
 }
 
@@ -348,7 +348,7 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
         arena_.release(mark);
     }
     state.range.end = end;
-    ++epoch_;  // what calculated fields remember may lie in the texts that were given back
+    ++epoch_;  // memos of calculated fields may refer to texts that were just freed
 }
 
 }  // namespace qbsvrl6

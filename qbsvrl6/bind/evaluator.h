@@ -1,4 +1,4 @@
-// Runs the programs of expressions at rows.
+// Evaluates compiled expressions at rows.
 #ifndef QBSVR_QBSVRL6_BIND_EVALUATOR_H
 #define QBSVR_QBSVRL6_BIND_EVALUATOR_H
 
@@ -25,14 +25,13 @@ struct EvaluatedText {
     std::vector<PageField> pageFields;
 };
 
-// A machine with a stack of values. An evaluation ends with the stack as empty as it began; the texts that it
-// makes live in an arena until the next one. Results of calculated fields are valid within one evaluation,
-// for one row and scope.
+// A stack machine. The texts that an evaluation makes live in an arena until the next evaluation. Cached
+// results of calculated fields are valid within one evaluation, for one row and scope.
 class Evaluator {
 public:
-    // `passed` holds a value for each parameter that the outer report passes. `now` is the wall clock's
-    // reading. `binding` and `rows` outlive the evaluator, which knows the expressions that the binding has
-    // compiled by then.
+    // `passed` holds a value for each parameter that the outer report passes. `now` is the wall-clock time in
+    // seconds. `binding` and `rows` outlive the evaluator, which accepts only expressions that the binding
+    // has already compiled.
     Evaluator(const Binding& binding, const WalkedRows& rows, std::span<const OwnedValue> passed,
               std::int64_t now);
 
@@ -40,18 +39,19 @@ public:
     Value evaluate(const Expression& expression, const Position& position);
     bool isTrue(const Expression& expression, const Position& position);
     void evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result);
-    // For the log, where a value that the expression has just given is a text instead of what is needed.
+    // Notes for the log if `value`, the expression's latest result, is a text that does not read as the type
+    // that is needed.
     void noteIfUnread(const Expression& expression, const Value& value, DataType needed,
                       const Position& position);
 
-    // Where the rows have changed.
+    // To be called when the rows have changed.
     void forgetAggregates() { aggregates_.clear(); }
     Value read(const BoundName& name, const Position& position) { return readName(name, position); }
     const OwnedValue& parameter(std::size_t index) const { return parameters_[index]; }
     TextArena& arena() { return arena_; }
 
 private:
-    // What a calculated field gave at a row; valid in the evaluation of its epoch.
+    // The result of a calculated field at a row; valid in the evaluation of its epoch.
     struct Memo {
         std::uint64_t epoch = 0;
         std::size_t row = 0;

@@ -67,7 +67,7 @@ public:
     }
 
 private:
-    // Counts how deep the rules are nested, so that hostile text can't exhaust the stack.
+    // Limits the nesting of rules, so that hostile text can't exhaust the stack.
     class Level {
     public:
         explicit Level(Parser& parser) : parser_(parser) {
@@ -100,7 +100,7 @@ private:
             {operation, static_cast<std::uint8_t>(count), static_cast<std::uint32_t>(operand)});
     }
 
-    // A jump whose target `land` fills in.
+    // Emits a jump whose target `land` sets later.
     std::size_t emitJump(Operation operation) {
         emit(operation);
         return expression_->code.size() - 1;
@@ -279,7 +279,7 @@ private:
         emit(Operation::Name, index);
     }
 
-    // After the opening bracket.
+    // Parses from the token after the opening parenthesis.
     void call(const Token& name) {
         const Level level(*this);
         if (name.isWord(u"If")) return choice();
@@ -304,7 +304,7 @@ private:
         emit(Operation::Call, function, static_cast<std::size_t>(count));
     }
 
-    // "If(c, a, b)": only the branch that is taken is evaluated.
+    // "If(c, a, b)": only the selected branch is evaluated.
     void choice() {
         expression();
         expect(u",", "If takes three arguments");

@@ -1,4 +1,4 @@
-// The expression language: a text compiled once into a short program. docs/expressions.md describes the language.
+// Compiles the text of an expression into a short program. docs/expressions.md describes the language.
 #ifndef QBSVR_QBSVRL6_BIND_EXPRESSION_H
 #define QBSVR_QBSVRL6_BIND_EXPRESSION_H
 
@@ -29,7 +29,7 @@ enum class AggregateKind : std::uint8_t {
 // The rows of an aggregate.
 enum class ScopeKind : std::uint8_t {
     Default,       // the scope of the section that holds the expression
-    Innermost,     // the group that the section belongs to, the innermost one for rows
+    Innermost,     // the group that the section belongs to; for rows, the innermost group
     Group,         // the group of `level`
     Page,          // rows on the page
     Report,        // all rows
@@ -43,7 +43,7 @@ struct Scope {
     bool operator==(const Scope&) const = default;
 };
 
-// What a name refers to, once it is bound to a report's data.
+// What a name refers to after binding.
 enum class NameKind : std::uint8_t {
     Unknown,
     Calculated,  // index: of the calculated field
@@ -101,16 +101,16 @@ struct Instruction {
     std::uint32_t operand = 0;
 };
 
-// A program for a stack of values: it leaves exactly one. Jumps lead forwards only, so that every program
-// ends.
+// A program for a stack machine, which leaves exactly one value on the stack. Jumps lead forwards only, so
+// that every program ends.
 struct Expression {
     std::vector<Instruction> code;
     std::vector<Value> constants;
-    std::vector<std::unique_ptr<const std::u16string>> constantTexts;  // what the constants' texts point into
+    std::vector<std::unique_ptr<const std::u16string>> constantTexts;  // owns the texts of the constants
     std::vector<BoundName> names;
     std::vector<Aggregate> aggregates;
-    // What the value depends on besides the row; set by binding for names and default scopes.
-    bool usesPage = false;            // page number or rows of the page, spelt out
+    // What the value depends on besides the row. Binding adds what names and default scopes depend on.
+    bool usesPage = false;            // page number, or rows of the page by an explicit scope
     bool usesPageRows = false;        // rows of the page; usesPage is set as well
     bool usesPageCount = false;       // page count
     bool usesDefaultScope = false;    // an aggregate without a scope
@@ -120,13 +120,13 @@ struct Expression {
     Expression(Expression&&) = default;
     Expression& operator=(Expression&&) = default;
 
-    // Raises EngineError(BadExpression) with the text and the column; SourcePlace::column holds the
-    // column, counted in UTF-16 units from 1.
+    // Raises EngineError(BadExpression) with the text; SourcePlace::column is the column in UTF-16 units,
+    // from 1.
     static Expression parse(std::u16string_view text);
 
-    // The name, where the expression is nothing but a name; else null.
+    // The name, if the expression consists only of a name; otherwise null.
     const BoundName* loneName() const;
-    // The system value, where the expression is nothing but that.
+    // The system value, if the expression consists only of one.
     std::optional<SystemValue> loneSystemValue() const;
 };
 

@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Values that compare as equal have one key; false for values without such a key.
+// Values that compare as equal have the same key. Returns false for values without a key.
 bool keyOf(const Value& value, std::u16string& key) {
     Number number;
     switch (value.type) {
@@ -31,7 +31,7 @@ bool keyOf(const Value& value, std::u16string& key) {
     }
 }
 
-// Whether the filter is false wherever the comparison that ends before `next` is: each "and" after it jumps
+// Whether the filter is false whenever the comparison that ends before `next` is: each "and" after it jumps
 // to a constant false.
 bool isDecidedByFalse(const std::vector<Instruction>& code, std::size_t next,
                       const std::vector<Value>& constants) {

@@ -1,5 +1,5 @@
-// Rows by the value of a column, for filters such as "OrderId = Id": a sub-report in each row of a long table
-// would test all of its rows each time otherwise.
+// Rows by the value of a column, for filters such as "OrderId = Id". Without it, a sub-report in each row of
+// a long table would test all of its own rows each time.
 #ifndef QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
 #define QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
 
@@ -16,13 +16,13 @@ namespace qbsvrl6 {
 
 class FilterIndex {
 public:
-    // Null unless the filter compares a column with a parameter by "=", first of all and with nothing but
-    // "and" after it. The filter outlives the index.
+    // Null unless the filter begins with a comparison of a column and a parameter by "=", followed only by
+    // "and". The filter outlives the index.
     static std::unique_ptr<FilterIndex> make(const Expression& filter, const Table& rows);
 
     const BoundName& parameter() const { return *parameter_; }
-    // Rows in order, among them all whose column equals the value; null if the value may equal others in
-    // ways that the index does not cover.
+    // A superset of the rows whose column equals the value, in order; null if the index cannot find all
+    // values that compare as equal.
     const std::vector<std::uint32_t>* candidates(const Value& value) const;
 
 private:

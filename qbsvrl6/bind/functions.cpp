@@ -199,11 +199,11 @@ Value part(Arguments arguments, FunctionContext&) {
     try {
         return makeNumber((date.*Part)());
     } catch (const std::exception&) {
-        return {};  // a year outside the calendar
+        return {};  // the year is out of range
     }
 }
 
-// A number that calendar arithmetic can bear.
+// Accepts only numbers that do not overflow in calendar arithmetic.
 bool toCalendarNumber(const Value& value, std::int64_t& number) {
     constexpr double kLargest = 1e7;
     double read = 0;
@@ -212,7 +212,7 @@ bool toCalendarNumber(const Value& value, std::int64_t& number) {
     return true;
 }
 
-// Date(text) or Date(year, month, day); months and days that run over are carried on.
+// Date(text) or Date(year, month, day); months and days out of range are carried over.
 Value date(Arguments arguments, FunctionContext&) {
     if (arguments.size() == 1) {
         std::int64_t seconds = 0;

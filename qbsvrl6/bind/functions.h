@@ -13,10 +13,10 @@ namespace qbsvrl6 {
 
 struct FunctionContext {
     TextArena& arena;
-    std::int64_t now = 0;  // of the wall clock, the same for a whole export
+    std::int64_t now = 0;  // wall-clock seconds, constant within an export
 };
 
-// What a function reads its arguments as. If an argument does not read so, the result is empty.
+// The type that a function reads its arguments as. If an argument does not read as it, the result is empty.
 enum class Reads : std::uint8_t { Anything, Numbers, Dates };
 
 struct Function {
@@ -30,7 +30,7 @@ struct Function {
 // All of them, in a fixed order; compiled expressions hold indices into it.
 std::span<const Function> functions();
 
-// Index of the function, its name in any case, or npos.
+// Index of the function, or npos. The name's case does not matter.
 std::size_t findFunction(std::u16string_view name);
 
 }  // namespace qbsvrl6

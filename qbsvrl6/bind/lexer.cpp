@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Letters, "_" and everything beyond ASCII but white space: names in any script, full-width brackets included.
+// Letters, "_" and everything beyond ASCII except white space: names in any script, even full-width brackets.
 bool startsName(char16_t unit) {
     return unit < 0x80 ? isLatinLetter(unit) || unit == u'_' : !isWhiteSpace(unit);
 }
@@ -25,7 +25,7 @@ bool Token::isWord(std::u16string_view word) const {
 }
 
 void Lexer::fail(const char* message, std::size_t column) const {
-    // Enough of a hostile text to find it by.
+    // Enough to find the text by; a hostile one is longer.
     constexpr std::size_t kShown = 200;
     const std::string shown = toUtf8(text_.substr(0, kShown)) + (text_.size() > kShown ? "..." : "");
     throw EngineError(ErrorCode::BadExpression,
@@ -87,14 +87,14 @@ Token Lexer::number() {
         if (index_ < text_.size() && (text_[index_] == u'+' || text_[index_] == u'-')) ++index_;
         const std::size_t digits = index_;
         skipDigits();
-        if (index_ == digits) index_ = exponent;  // "2em" is 2 and a name, which the parser refuses
+        if (index_ == digits) index_ = exponent;  // "2em" is 2 and a name, which the parser rejects
     }
     token.text = text_.substr(start, index_ - start);
     if (!Number::parse(token.text, token.number)) fail("the number is out of range", token.column);
     return token;
 }
 
-// A point inside a name, as in the columns of nested objects, belongs to it.
+// A period inside a name belongs to it, as in the columns of nested objects.
 Token Lexer::name() {
     Token token{TokenKind::Name, index_ + 1, {}, {}};
     const std::size_t start = index_;

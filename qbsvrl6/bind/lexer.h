@@ -1,4 +1,4 @@
-// Expression text as tokens.
+// Splits the text of an expression into tokens.
 #ifndef QBSVR_QBSVRL6_BIND_LEXER_H
 #define QBSVR_QBSVRL6_BIND_LEXER_H
 
@@ -16,10 +16,10 @@ enum class TokenKind : std::uint8_t { End, Number, Text, Name, QuotedName, Symbo
 struct Token {
     TokenKind kind = TokenKind::End;
     std::size_t column = 1;  // of its first unit, from 1
-    std::u16string text;     // of texts and quoted names without quotes; else as written
+    std::u16string text;     // without the quotes of texts and quoted names
     Number number;
     bool isSymbol(std::u16string_view symbol) const { return kind == TokenKind::Symbol && text == symbol; }
-    // A plain name equal to the ASCII word, in any case.
+    // Whether it is an unquoted name that equals the ASCII word, ignoring case.
     bool isWord(std::u16string_view word) const;
 };
 

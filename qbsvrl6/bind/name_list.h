@@ -1,4 +1,4 @@
-// Names numbered in the order in which they first come up.
+// Names, numbered in the order in which they first occur.
 #ifndef QBSVR_QBSVRL6_BIND_NAME_LIST_H
 #define QBSVR_QBSVRL6_BIND_NAME_LIST_H
 

@@ -16,10 +16,10 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr double kFirstScientific = 1e64;
-constexpr int kSurePlaces = 15;  // after these, a double shows digits of its binary fraction
+constexpr int kSurePlaces = 15;  // further digits of a double are artefacts of its binary fraction
 constexpr std::size_t kLongestSpreadsheetFormat = 255;
 
-// The sections of a format of words: those of "0$$$$$" and "$$0" are their own.
+// The number format for numbers without words: "0$$$$$" and "$$0" without their markers.
 std::u16string sectionsOf(const larkspur::ClkNumericFormatParser& words, std::u16string_view text) {
     constexpr std::u16string_view kDigitMarker = u"$$$$$";
     constexpr std::u16string_view kMarker = u"$$";
@@ -77,7 +77,7 @@ void NumberFormat::appendDigits(const Number& number, std::u16string& out, std::
     if (section->color && !color) color = section->color;
 }
 
-// Halves are those of the decimal: the double nearest to 1.005 lies below it.
+// Rounds the decimal rather than the double: the double nearest to 1.005 is less than 1.005.
 std::u16string_view NumberFormat::digitsOf(const NumberSection& section, const Number& magnitude) {
     if (!section.hasDigits) return {};
     const Number exact = section.percent ? magnitude * 100 : magnitude;
@@ -91,12 +91,12 @@ std::u16string_view NumberFormat::digitsOf(const NumberSection& section, const N
         if (isDouble || decimal == nullptr) return section.digits.Format(shown.toDouble());
         return wideDigitsOf(section, *decimal);
     }
-    // 1e308 is a percentage that no double holds.
+    // As a percentage, 1e308 exceeds the range of double.
     return std::isfinite(scaled) ? scientificDigitsOf(section, scaled, 0)
                                  : scientificDigitsOf(section, magnitude.toDouble(), 2);
 }
 
-// Digits that a double would lose, rounded already.
+// For numbers with more digits than a double holds. The digits are already rounded.
 std::u16string_view NumberFormat::wideDigitsOf(const NumberSection& section, const Decimal& magnitude) {
     const auto& form = section.digits.m_Normal;
     std::array<char16_t, Decimal::kLongestText> room;
@@ -158,7 +158,7 @@ void NumberFormat::appendWords(const Number& exact, std::u16string& out, std::op
     std::u16string digits;
     appendDigits(exact, digits, color);
     const std::u16string words = chineseWords(number, digits);
-    // The language marks a place without a word by a zero unit.
+    // A zero unit marks a digit place without a word.
     if (words.find(u'\0') == std::u16string::npos) {
         out += words;
         return;
@@ -181,7 +181,7 @@ std::u16string NumberFormat::chineseWords(double number, const std::u16string& d
     }
 }
 
-// Without a section for negative numbers, a spreadsheet writes the minus before everything else.
+// Spreadsheets put the minus sign before everything else if the format has no section for negative numbers.
 std::u16string NumberFormat::spreadsheetFormat() const {
     using Section = NumberSection;
     if (isWords()) return {};
@@ -192,7 +192,7 @@ std::u16string NumberFormat::spreadsheetFormat() const {
     if (!zero && minus == u'-' + plus) return plus == u"General" ? std::u16string() : plus;
     std::u16string format = plus + u';' + minus;
     if (zero) format += u';' + zero->spreadsheetFormat(Section::Plus);
-    // A longer one would be cut by the spreadsheet, within a literal perhaps.
+    // Spreadsheets would cut a longer format, perhaps within a literal.
     if (format.size() > kLongestSpreadsheetFormat) return normal.digits.m_Normal.GetExportXlsFormatText();
     return format;
 }

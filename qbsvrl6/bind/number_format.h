@@ -19,14 +19,14 @@ public:
     // Every text is a format.
     explicit NumberFormat(std::u16string text);
 
-    // Appends the number as it is shown; nothing if it is not finite. Gives the colour of its section in
-    // `color`, if that is empty.
+    // Appends the number as it is shown, or nothing if it is not finite. If `color` is empty, sets it to the
+    // colour of the number's section.
     void append(const Number& number, std::u16string& out, std::optional<Color>& color);
 
-    // Whether numbers become words or Chinese numerals, which no number of a spreadsheet can show.
+    // Whether numbers become words or Chinese numerals, which number formats of spreadsheets cannot show.
     bool isWords() const { return words_.m_Kind != larkspur::NumericKindNormal; }
 
-    // The spreadsheet's format that shows the same; empty where that is its general format.
+    // The spreadsheet format that shows the same; empty for the general format.
     std::u16string spreadsheetFormat() const;
 
 private:
@@ -36,12 +36,12 @@ private:
     std::u16string_view digitsOf(const NumberSection& section, const Number& magnitude);
     std::u16string_view wideDigitsOf(const NumberSection& section, const Decimal& magnitude);
     std::u16string_view scientificDigitsOf(const NumberSection& section, double magnitude, int power);
-    // With a zero unit where the language has no words for the number.
+    // Contains a zero unit if there are no words for the number.
     std::u16string chineseWords(double number, const std::u16string& digits) const;
 
     std::u16string text_;
-    larkspur::ClkNumericFormatParser words_;  // of the kinds that are words
-    NumberSections sections_;                 // for words: what shows the numbers that have none
+    larkspur::ClkNumericFormatParser words_;  // for formats of words
+    NumberSections sections_;                 // for formats of words: shows the numbers that have none
     std::u16string scratch_;
 };
 

@@ -1,4 +1,4 @@
-// A format is up to three sections with ";" between them, a section
+// A format has up to three sections separated by ";". A section is
 //
 //     [ "rgb(" r "," g "," b ")" ] [ "e" ] before places [ "E" sign zeros ] after
 //
@@ -35,7 +35,8 @@ struct MarkedText {
     }
 };
 
-// "kg", 'kg' and \k are literal. A quote without a second one and a backslash at the end are themselves.
+// "kg", 'kg' and \k are literal. A quote without a closing one and a backslash at the end stand for
+// themselves.
 MarkedText withoutQuotes(std::u16string_view text) {
     MarkedText result;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -102,17 +103,17 @@ private:
     const std::u16string& text_;
     const std::u16string& meaning_;
     NumberSection& section_;
-    std::size_t start_ = 0;  // of the text before the places
-    std::size_t first_ = 0;  // the places
+    std::size_t start_ = 0;  // start of the text before the digit places
+    std::size_t first_ = 0;  // start of the digit places
     std::size_t end_ = 0;
-    std::size_t after_ = 0;  // the text after them
+    std::size_t after_ = 0;  // start of the text after them
     std::size_t sign_ = npos;
     std::size_t open_ = npos;
     std::size_t close_ = npos;
     std::size_t percent_ = npos;
 };
 
-// "e0.00", or "0.00E+00" as spreadsheets have it.
+// "e0.00", or "0.00E+00" as in spreadsheets.
 void SectionCutter::findExponent() {
     const std::size_t signs = meaningAt(1) == u'+' || meaningAt(1) == u'-' ? 1 : 0;
     if (meaningAt(0) == u'e' && (isPlace(1 + signs) || meaningAt(1 + signs) == u'.')) {
@@ -155,7 +156,8 @@ bool SectionCutter::isHyphen(std::size_t index) const {
     return index > 0 && index + 1 < text_.size() && isLetter(text_[index - 1]) && isLetter(text_[index + 1]);
 }
 
-// Of several signs the first "+" counts, else the first "-". Parentheses count where they enclose the digits.
+// If there are several signs, the first "+" counts, or else the first "-". Parentheses count only if they
+// enclose the digits.
 void SectionCutter::findSigns() {
     std::size_t minus = npos;
     for (std::size_t i = start_; i < meaning_.size(); ++i) {
@@ -215,7 +217,7 @@ void SectionCutter::writeUnit(std::size_t index, NumberSection::Sign sign,
 void SectionCutter::write(NumberSection::Sign sign) {
     NumberSection::Around& around = section_.around[sign];
     for (std::size_t i = start_; i < first_; ++i) writeUnit(i, sign, around.before);
-    // If nothing else marks numbers below zero.
+    // Nothing else marks numbers below zero.
     if (sign == NumberSection::Minus && sign_ == npos && open_ == npos && !section_.color) {
         around.before.shown += u'-';
         around.before.spreadsheet += u'-';
@@ -223,7 +225,7 @@ void SectionCutter::write(NumberSection::Sign sign) {
     for (std::size_t i = after_; i < text_.size(); ++i) writeUnit(i, sign, around.after);
 }
 
-// Shows the text and, where `showsNumber`, the number after it as it is without a format.
+// The section shows its text and, if `showsNumber`, the number after it as without a format.
 void takeAsText(const MarkedText& body, bool showsNumber, NumberSection& section) {
     section.hasDigits = showsNumber;
     for (NumberSection::Around& around : section.around) {
@@ -236,7 +238,7 @@ void takeAsText(const MarkedText& body, bool showsNumber, NumberSection& section
     minus.spreadsheet += u'-';
 }
 
-// Takes the colour from the start of the section.
+// Reads the colour at the start of the section, and returns the rest.
 MarkedText takeColor(const MarkedText& section, std::optional<Color>& color) {
     unsigned int decoded = 0;
     const char16_t* const rest =
@@ -249,7 +251,7 @@ MarkedText takeColor(const MarkedText& section, std::optional<Color>& color) {
     return section.part(static_cast<std::size_t>(rest - section.meaning.c_str()));
 }
 
-// A section that is a colour alone has the body of the first one.
+// A section that consists of a colour alone uses the body of the first section.
 void cutSection(const MarkedText& text, const MarkedText& first, bool isOnlyOne, NumberSection& section) {
     MarkedText body = takeColor(text, section.color);
     if (body.size() == 0 && section.color) {
@@ -308,7 +310,7 @@ NumberSections cutNumberFormat(std::u16string_view text) {
     if (hasNegative) {
         sections.negative = std::make_unique<NumberSection>();
         MarkedText negative = whole.part(secondStart, secondEnd);
-        // Parentheses replace the minus here, quoted or not.
+        // Parentheses, quoted or not, replace the minus sign.
         for (std::size_t i = 0; i < negative.size(); ++i) {
             const char16_t unit = negative.text[i];
             if (unit == u'(' || unit == u')') negative.meaning[i] = unit;

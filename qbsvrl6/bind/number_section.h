@@ -1,8 +1,8 @@
-// The sections of a number format, each cut into its digit places and the text around them.
+// The sections of a number format, each split into its digit places and the text around them.
 //
-// Larkspur counts the places of a section over all of its text and shows signs by other rules. Here the
-// text around the digits is taken as it is written and only the digits are larkspur's. The page's text and
-// the spreadsheet's format come from the same cut, so that both show the same.
+// Larkspur counts digit places over all of a section's text and has different rules for signs. Here, larkspur
+// formats only the digits, and the text around them is shown as it is written. The text on the page and the
+// spreadsheet format are made from the same split, so that both show the same.
 #ifndef QBSVR_QBSVRL6_BIND_NUMBER_SECTION_H
 #define QBSVR_QBSVRL6_BIND_NUMBER_SECTION_H
 
@@ -32,13 +32,13 @@ struct NumberSection {
     };
     struct Exponent {
         char16_t letter = u'e';
-        bool plus = true;  // is shown for exponents that aren't negative
+        bool plus = true;  // whether non-negative exponents have a plus sign
         std::size_t places = 1;
     };
 
     std::array<Around, 3> around;             // by Sign
-    larkspur::ClkNumericFormatParser digits;  // of a magnitude
-    bool hasDigits = true;                    // else the text is all that is shown
+    larkspur::ClkNumericFormatParser digits;  // for the absolute value
+    bool hasDigits = true;                    // otherwise only the text is shown
     bool percent = false;
     std::optional<Exponent> exponent;
     std::optional<Color> color;
@@ -48,14 +48,14 @@ struct NumberSection {
 
 struct NumberSections {
     NumberSection normal;
-    std::unique_ptr<NumberSection> negative;  // null where `normal` shows them too
-    std::unique_ptr<NumberSection> zero;      // null where the others do
+    std::unique_ptr<NumberSection> negative;  // null: `normal` applies
+    std::unique_ptr<NumberSection> zero;      // null: the others apply
 };
 
 // Every text is a format.
 NumberSections cutNumberFormat(std::u16string_view text);
 
-// What is probably a mistake in a format: "has two decimal points"; empty if nothing is.
+// Describes a probable mistake in the format: "has two decimal points"; empty if there is none.
 std::string numberFormatProblem(std::u16string_view text);
 
 }  // namespace qbsvrl6

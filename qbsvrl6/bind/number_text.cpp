@@ -12,7 +12,7 @@ namespace {
 
 using TextView = std::u16string_view;
 
-// Length of the digits at the start.
+// The number of leading digits.
 std::size_t digitsOf(TextView text) {
     return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isDigit<char16_t>) -
                                     text.begin());
@@ -33,7 +33,7 @@ bool takeSign(TextView& text, bool& negative) {
     return true;
 }
 
-// Digits in groups of three or without groups, and decimals.
+// Digits, with or without groups of three, and decimal places.
 bool parseAmount(TextView text, Number& number) {
     constexpr std::size_t kGroup = 3;
     std::array<char16_t, 64> plain;

@@ -1,4 +1,4 @@
-// Numbers that data holds as text.
+// Reads texts of the data as numbers.
 #ifndef QBSVR_QBSVRL6_BIND_NUMBER_TEXT_H
 #define QBSVR_QBSVRL6_BIND_NUMBER_TEXT_H
 
@@ -14,8 +14,8 @@ namespace qbsvrl6 {
 //     of money   the same without an exponent, in groups of three digits, with a currency sign before or
 //                after it, in parentheses for a minus: "1,234.56", "-￥1,234", "(12.50)", "12 €"
 //
-// A comma is only ever a thousands separator: "1,23" and "0,123" are no numbers. `number` is unchanged unless
-// the result is true.
+// A comma is always a thousands separator: "1,23" and "0,123" are not numbers. If the result is false,
+// `number` is unchanged.
 [[nodiscard]] bool parseNumber(std::u16string_view text, Number& number);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Where an expression is evaluated.
+// The position at which an expression is evaluated.
 #ifndef QBSVR_QBSVRL6_BIND_POSITION_H
 #define QBSVR_QBSVRL6_BIND_POSITION_H
 
@@ -8,19 +8,20 @@
 
 namespace qbsvrl6 {
 
-// Rows in the order of the walk. Never more than the walk has, but for a page that is still being filled.
+// Rows in the order of the walk. Only the range of a page that is still being filled may extend beyond the
+// last row.
 struct RowRange {
     std::size_t first = 0;
     std::size_t end = 0;  // after the last one
     bool operator==(const RowRange&) const = default;
 };
 
-// All that a value depends on besides the data.
+// Everything that a value depends on besides the data.
 struct Position {
     std::size_t row = 0;                // without rows, every column reads as null
-    Scope scope{ScopeKind::Report, 0};  // of aggregates that name none; never Default
+    Scope scope{ScopeKind::Report, 0};  // of aggregates without a scope; never Default
     RowRange pageRows;                  // rows on the page
-    bool isBeforeRow = false;           // on a page before the row: running totals don't include it yet
+    bool isBeforeRow = false;           // for a page before the row: running totals don't include it yet
     int pageNumber = 1;
     int pageCount = 1;
 };

@@ -28,7 +28,7 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
     findGroups();
 }
 
-// The filter sees the rows one by one: its aggregates, if it has any, are over all of them.
+// While the filter runs, all rows are walked: its aggregates, if any, cover all of them.
 void RowView::applyFilter() {
     if (!binding_.filter()) return;
     const FilterIndex* const index = binding_.filterIndex();

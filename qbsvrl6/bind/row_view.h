@@ -1,4 +1,5 @@
-// The rows of one report or sub-report as they are walked: filtered, grouped, and evaluated against.
+// The rows of one report or sub-report as layout walks them: filtered and grouped, with expressions evaluated
+// at them.
 #ifndef QBSVR_QBSVRL6_BIND_ROW_VIEW_H
 #define QBSVR_QBSVRL6_BIND_ROW_VIEW_H
 
@@ -14,13 +15,13 @@
 
 namespace qbsvrl6 {
 
-// Positions count the rows that the filter leaves. Belongs to one thread.
+// Row indices count only the rows that the filter accepts. An object belongs to one thread.
 class RowView {
 public:
-    // Applies the filter and finds the groups. `passed` holds a value for each parameter that the outer report
-    // passes. `now` is the wall clock's reading, in seconds, for the whole export. `binding` outlives the
-    // view, which knows the expressions that it has compiled by then. Raises EngineError(LimitExceeded) for
-    // tables of more than 4 billion rows.
+    // Applies the filter and finds the groups. `passed` holds a value for each parameter that the outer
+    // report passes. `now` is the wall-clock time in seconds, constant within an export. `binding` outlives
+    // the view, which accepts only expressions that the binding has already compiled. Raises
+    // EngineError(LimitExceeded) for tables of more than 4 billion rows.
     RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now);
     RowView(const RowView&) = delete;
     RowView& operator=(const RowView&) = delete;

@@ -9,7 +9,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// What a spreadsheet takes as it is, without quotes.
+// Characters that need no quotes in a spreadsheet format.
 bool isSign(char16_t unit) { return unit == u'-' || unit == u':' || unit == u'/' || unit == u' '; }
 
 }  // namespace
@@ -33,8 +33,8 @@ bool hasSpreadsheetHours(std::u16string_view format) {
     return has(u't') ? !has(u'H') : !has(u'h');
 }
 
-// The letters of the date language mean the same in a spreadsheet, but that one letter shows two digits, that
-// months and minutes share a letter, and that all else is quoted.
+// The letters of date formats mean the same in a spreadsheet, with three differences: two digits need two
+// letters, months and minutes share a letter, and all other text is quoted.
 std::u16string spreadsheetDateFormat(std::u16string_view format) {
     std::u16string result;
     std::u16string literal;

@@ -1,4 +1,4 @@
-// Formats as spreadsheets write them.
+// Formats in the language of spreadsheets.
 #ifndef QBSVR_QBSVRL6_BIND_SPREADSHEET_FORMAT_H
 #define QBSVR_QBSVRL6_BIND_SPREADSHEET_FORMAT_H
 
@@ -7,11 +7,11 @@
 
 namespace qbsvrl6 {
 
-// Appends text that a spreadsheet's format shows as it is: quoted, with quotes themselves escaped.
+// Appends literal text to a spreadsheet format: quoted, with quotes escaped.
 void appendSpreadsheetLiteral(std::u16string& format, std::u16string_view text);
 
-// Whether a spreadsheet shows the hours of a date format as the page does: its clock has 12 hours if, and only
-// if, the format has AM or PM. "h:mm" and "HH:mm t" have no equal.
+// Whether a spreadsheet shows the hours of a date format as the page does: its clock has 12 hours if, and
+// only if, the format has AM or PM. "h:mm" and "HH:mm t" have no equivalent.
 bool hasSpreadsheetHours(std::u16string_view format);
 
 // "yyyy年M月" gives "yyyy\"年\"m\"月\"".

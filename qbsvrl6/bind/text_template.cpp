@@ -1,4 +1,4 @@
-// A text is made of
+// A text consists of
 //
 //     "[["                             one "["
 //     "[" expression [ ":" format ] "]"   a placeholder
@@ -18,7 +18,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Index of the ":" or "]" that ends the expression which starts at `start`; npos: there is none.
+// Index of the ":" or "]" that ends the expression at `start`; npos if there is none.
 std::size_t expressionEnd(std::u16string_view text, std::size_t start) {
     char16_t quote = 0;
     bool bracketed = false;
@@ -48,7 +48,8 @@ std::size_t expressionEnd(std::u16string_view text, std::size_t start) {
                       {"", {0, static_cast<int>(open + 1)}});
 }
 
-// A program that counts pages itself shows plain digits: other formats and calculations are text.
+// A program that counts pages itself shows plain digits: numbers in other formats and calculated numbers stay
+// text.
 std::optional<PageField::Kind> pageFieldOf(const Expression& expression, std::u16string_view format) {
     if (!format.empty() && format != u"0" && format != u"#") return std::nullopt;
     const std::optional<SystemValue> system = expression.loneSystemValue();
@@ -57,7 +58,7 @@ std::optional<PageField::Kind> pageFieldOf(const Expression& expression, std::u1
     return std::nullopt;
 }
 
-// The column of an error counts in the whole text.
+// Errors report the column in the whole text.
 Expression parseAt(std::u16string_view text, std::size_t start, std::size_t end) {
     try {
         return Expression::parse(text.substr(start, end - start));

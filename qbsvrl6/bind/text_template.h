@@ -15,23 +15,23 @@ namespace qbsvrl6 {
 
 struct TextPart {
     std::u16string literal;
-    std::optional<Expression> expression;  // else the part is the literal
+    std::optional<Expression> expression;  // none: the part is the literal
     std::size_t start = 0;                 // of the placeholder in the text, with its brackets
     std::size_t end = 0;
     ValueFormat format{{}};
-    std::optional<PageField::Kind> pageField;  // the placeholder is nothing but that number, in plain digits
+    std::optional<PageField::Kind> pageField;  // the placeholder is only this number, in plain digits
 };
 
-// The parts of a text, in order. A "[" of the text itself is written "[[".
+// The parts of a text, in order. "[[" stands for a literal "[".
 struct TextTemplate {
     std::vector<TextPart> parts;
 
-    bool isConstant() const;  // holds no placeholder
+    bool isConstant() const;  // has no placeholder
     bool isLone() const { return parts.size() == 1 && parts[0].expression; }
-    // Whether any placeholder has the property.
+    // Whether the property is true for any placeholder's expression.
     bool any(bool Expression::*property) const;
 
-    // Raises EngineError(BadExpression) with the text, and the column in the whole text.
+    // Raises EngineError(BadExpression) with the text and the column in the whole text.
     static TextTemplate parse(std::u16string_view text);
 };
 

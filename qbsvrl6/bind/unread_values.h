@@ -1,4 +1,4 @@
-// For the log: texts in the place of a number, a date or a boolean.
+// Collects texts that do not read as the number, date or boolean that is needed, for the log.
 #ifndef QBSVR_QBSVRL6_BIND_UNREAD_VALUES_H
 #define QBSVR_QBSVRL6_BIND_UNREAD_VALUES_H
 
@@ -13,10 +13,10 @@
 
 namespace qbsvrl6 {
 
-// Its destructor writes one warning per field: the first such text, its row, and how many rows have one.
+// The destructor logs one warning per field: the first such text, its row, and the number of rows with one.
 class UnreadValues {
 public:
-    // Where a text is from.
+    // The origin of a text.
     struct Source {
         static constexpr std::size_t kNoRow = static_cast<std::size_t>(-1);
 
@@ -31,7 +31,7 @@ public:
     UnreadValues& operator=(const UnreadValues&) = delete;
     ~UnreadValues();
 
-    // White space alone is an empty value and is not counted. A row counts once, however often it is added.
+    // White space alone is an empty value and is ignored. A row that is added several times counts once.
     void add(const Source& source, std::u16string_view text, DataType needed);
 
 private:

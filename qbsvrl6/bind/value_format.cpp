@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr std::size_t kDoubleDigits = 15;  // that survive the way through a double
+constexpr std::size_t kDoubleDigits = 15;  // significant digits that a double preserves
 
 bool hasAnyOf(std::u16string_view text, std::u16string_view units) {
     return text.find_first_of(units) != std::u16string_view::npos;
@@ -23,7 +23,8 @@ bool isLetter(char16_t unit) {
     return isLatinLetter(unit) || (unit >= 0xC0 && unit < 0x250);  // of Latin script
 }
 
-// Whether one of the words is of date letters alone, as in "HH:mm" or "yyyy-MM-ddTHH:mm"; "yes:no" has none.
+// Whether one of the words consists of date letters alone, as in "HH:mm" or "yyyy-MM-ddTHH:mm", but not
+// "yes:no".
 bool hasDatePart(std::u16string_view format) {
     for (std::size_t start = 0; start < format.size();) {
         std::size_t end = start;
@@ -35,7 +36,7 @@ bool hasDatePart(std::u16string_view format) {
     return false;
 }
 
-// Letters that repeat too often for a part of a date, or that are none: "yyyyy", "qq".
+// Reports letters that repeat too often or are not part of any date: "yyyyy", "qq".
 std::string dateFormatProblem(std::u16string_view format) {
     const auto isWordLetter = [&](std::size_t index) {
         return index < format.size() && isLetter(format[index]);
@@ -53,8 +54,8 @@ std::string dateFormatProblem(std::u16string_view format) {
     return {};
 }
 
-// A number without a format shows as the data wrote it. Where general format would drop its thousands
-// separators or zeros at its end, the cell gets a format that has them.
+// A number without a format is shown as it is written in the data. If the general format would drop thousands
+// separators or trailing zeros, the cell gets a format that shows them.
 std::u16string_view formatAsWritten(std::u16string_view written) {
     constexpr std::u16string_view kPlaces = u"#,##0.000000000000000";  // kDoubleDigits of them
     constexpr std::size_t kGrouping = 4;
@@ -174,7 +175,7 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
             try {
                 out += dateFormat().Format(date);
             } catch (const std::exception&) {
-                out += toText(shown, arena);  // a year outside the calendar
+                out += toText(shown, arena);  // the year is out of range
             }
             break;
         }

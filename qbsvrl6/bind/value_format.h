@@ -1,4 +1,4 @@
-// A format text, parsed once and applied to values by their type.
+// A format, parsed once and applied to values according to their type.
 #ifndef QBSVR_QBSVRL6_BIND_VALUE_FORMAT_H
 #define QBSVR_QBSVRL6_BIND_VALUE_FORMAT_H
 
@@ -16,30 +16,29 @@
 
 namespace qbsvrl6 {
 
-// Numbers take the text as a number format, dates as a date format, booleans as "true:false" words. A text
-// value that reads as what the format is for is taken for one: a date under "yyyy-MM-dd", a number under
-// "0.00", "true" under "是:否". One object belongs to one thread at a time.
+// Numbers use the text as a number format, dates as a date format, booleans as "true:false" words. A text
+// value that reads as a value of the format's type is formatted as one: a date under "yyyy-MM-dd", a number
+// under "0.00", "true" under "是:否". One object belongs to one thread at a time.
 class ValueFormat {
 public:
-    // An empty text shows values as the data wrote them.
+    // With an empty text, values are shown as they are written in the data.
     explicit ValueFormat(std::u16string text);
 
-    // Appends the value as it is shown. The colour of a number format is not shown: it is returned in
-    // `color`, if that is empty.
+    // Appends the value as it is shown. If `color` is empty, sets it to the colour of the number format, if
+    // any.
     void append(const Value& value, TextArena& arena, std::u16string& out, std::optional<Color>& color);
 
-    // The value for a spreadsheet's cell, with its number format, which lives as long as this object stays
-    // where it is.
+    // The value for a spreadsheet cell. Its number format is valid until this object is moved or destroyed.
     CellValue cell(const Value& value);
 
-    // What is probably a mistake in the format, as in "has two decimal points"; empty if nothing is.
+    // Describes a probable mistake in the format: "has two decimal points"; empty if there is none.
     std::string problem() const;
     const std::u16string& text() const { return text_; }
 
 private:
     enum class Purpose { Number, Date, Boolean };
 
-    // The value, or what a text value reads as under this format.
+    // The value; a text value is converted to the type of the format if it reads as one.
     Value converted(const Value& value) const;
     NumberFormat& numberFormat();
     const larkspur::ClkDateTimeFormatParser& dateFormat();
@@ -47,7 +46,7 @@ private:
 
     std::u16string text_;
     Purpose purpose_ = Purpose::Number;
-    // Made on first use: most formats meet one type of value.
+    // Made on first use: most formats are applied to one type of value.
     std::unique_ptr<NumberFormat> number_;
     std::unique_ptr<larkspur::ClkDateTimeFormatParser> date_;
     std::unique_ptr<larkspur::ClkBooleanFormatParser> boolean_;

@@ -50,7 +50,8 @@ std::u16string_view TextArena::copy(std::u16string_view text) {
     return {units, text.size()};
 }
 
-// Blocks of the usual size are reused; longer ones are freed, so that one long text does not hold its memory.
+// Blocks of the usual size are reused; longer ones are freed, so that one long text does not keep its memory
+// allocated.
 void TextArena::release(Mark mark) {
     for (std::size_t i = blocks_.size(); i > mark.block + 1; --i) {
         if (blocks_[i - 1].size > kBlockUnits)
@@ -151,7 +152,7 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
             try {
                 return arena.copy(date.Format(isWholeDay(value.date) ? u"%Y-%m-%d" : u"%Y-%m-%d %H:%M:%S"));
             } catch (const std::exception&) {
-                return {};  // a year outside the calendar
+                return {};  // the year is out of range
             }
         }
     }

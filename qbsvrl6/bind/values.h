@@ -1,4 +1,4 @@
-// What expressions do with values: conversions, comparison, and room for the texts that they make.
+// Operations on values: conversions, comparison, and an arena for the texts that they make.
 #ifndef QBSVR_QBSVRL6_BIND_VALUES_H
 #define QBSVR_QBSVRL6_BIND_VALUES_H
 
@@ -16,8 +16,8 @@
 
 namespace qbsvrl6 {
 
-// Owns the texts that evaluating makes until `reset`. Raises EngineError(LimitExceeded) for a text beyond
-// limits::kTextUnits.
+// Owns the texts that an evaluation makes, until `reset`. Raises EngineError(LimitExceeded) for a text of
+// more than limits::kTextUnits.
 class TextArena {
 public:
     struct Mark {
@@ -28,7 +28,7 @@ public:
     std::u16string_view copy(std::u16string_view text);
     char16_t* allocate(std::size_t units);
     Mark mark() const { return {current_, used_}; }
-    // Gives back what was made since the mark.
+    // Frees the texts made since the mark.
     void release(Mark mark);
     void reset() { release({}); }
 
@@ -42,7 +42,7 @@ private:
     std::size_t used_ = 0;
 };
 
-Value makeNumber(const Number& number);  // null for what isn't finite
+Value makeNumber(const Number& number);  // null if it isn't finite
 Value makeBoolean(bool boolean);
 Value makeDate(std::int64_t seconds);
 Value makeText(std::u16string_view text);
@@ -50,19 +50,20 @@ Value makeText(std::u16string_view text);
 // "true" or "false" in any case, or the local words for them.
 [[nodiscard]] bool parseBoolean(std::u16string_view text, bool& boolean);
 
-// The number that the value reads as, in the value or in `room`; null if there is none. The others give false
-// then, and leave their result unchanged.
+// The number that the value reads as, in the value itself or in `room`; null if there is none. In that case
+// the other functions return false and leave their result unchanged.
 [[nodiscard]] const Number* numberOf(const Value& value, Number& room);
 [[nodiscard]] bool toNumber(const Value& value, Number& number);
 [[nodiscard]] bool toNumber(const Value& value, double& number);  // the nearest
 [[nodiscard]] bool toDate(const Value& value, std::int64_t& seconds);
 // True for true, numbers other than 0, and texts that read as either.
 [[nodiscard]] bool toBoolean(const Value& value);
-// As shown without a format. The result lives in the value's own text, in the arena or for ever.
+// The value as it is shown without a format. The result is part of the value's own text, in the arena, or
+// static.
 std::u16string_view toText(const Value& value, TextArena& arena);
 
-// Below, at or above zero. Null equals null and the empty text and comes first; numbers, dates and booleans
-// compare with a text that reads as one; all else compares as text, unit by unit.
+// Negative, zero or positive. Null equals null and the empty text, and sorts first. Numbers, dates and
+// booleans compare with a text that reads as one; all other values compare as text, unit by unit.
 [[nodiscard]] int compareValues(const Value& left, const Value& right, TextArena& arena);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// The rows of a table in the order of the walk: those that the filter leaves, in groups.
+// The rows of a table in the order of the walk: those that the filter accepts, in groups.
 #ifndef QBSVR_QBSVRL6_BIND_WALKED_ROWS_H
 #define QBSVR_QBSVRL6_BIND_WALKED_ROWS_H
 
@@ -10,8 +10,8 @@
 
 namespace qbsvrl6 {
 
-// Groups of one level follow one another without gaps, and each of them is within one group of the level
-// before: a new outer group starts a new inner one.
+// Groups of one level follow one another without gaps, and each is within one group of the next outer level:
+// a new outer group starts a new inner one.
 class WalkedRows {
 public:
     // All rows of the table, without groups.
@@ -22,7 +22,7 @@ public:
     std::size_t tableRow(std::size_t row) const { return isFiltered_ ? kept_[row] : row; }
     int groupCount() const { return static_cast<int>(groupStarts_.size()); }
 
-    // Leaves these rows of the table. Before there are groups.
+    // Keeps only these rows of the table. Call it before setGroups.
     void keep(std::vector<std::uint32_t> tableRows);
     // `starts` are the first rows of the groups, per level; `startingLevels` is, per row, the outermost level
     // whose group starts there.
@@ -32,7 +32,7 @@ public:
     RowRange group(int level, std::size_t row) const;
     // The outermost level whose group starts at the row; groupCount() if none does.
     int startingLevel(std::size_t row) const;
-    // The scope of aggregates in a row's own texts: its innermost group, else the report.
+    // The scope of aggregates in a row's own texts: its innermost group, or else the report.
     Scope rowScope() const;
     // The rows of any scope at the position.
     RowRange rangeOf(Scope scope, const Position& position) const;
