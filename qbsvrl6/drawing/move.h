@@ -1,4 +1,4 @@
-// Puts a drawing elsewhere in its box.
+// Moves a drawing within its box.
 #ifndef QBSVR_QBSVRL6_DRAWING_MOVE_H
 #define QBSVR_QBSVRL6_DRAWING_MOVE_H
 
@@ -6,7 +6,7 @@
 
 namespace qbsvrl6 {
 
-// Moves all that is drawn to the right and down, in micrometres.
+// Moves everything by `x` to the right and `y` down, in micrometres.
 void moveBy(Drawing& drawing, double x, double y);
 
 }  // namespace qbsvrl6

@@ -13,7 +13,7 @@ namespace {
 constexpr double kMicrometresPerUnit = 100.0;
 constexpr int kDecimals = 2;  // a hundredth of a unit is a micrometre
 
-// Lengths and colours as parts of values.
+// Lengths and colours inside attribute values.
 struct Length {
     double micrometres;
     void appendTo(std::string& out) const { appendNumber(out, micrometres / kMicrometresPerUnit, kDecimals); }

@@ -9,15 +9,15 @@
 
 namespace qbsvrl6 {
 
-// One <svg> element (UTF-8, no XML declaration) whose picture is `box` wide and high; its user unit is 0.1
-// mm. `alternateText` becomes its title for readers that can't see it; empty: none. The same drawing gives
-// the same text.
+// One <svg> element (UTF-8, no XML declaration) of the size of `box`; its user unit is 0.1 mm.
+// `alternateText` becomes its title, for screen readers; empty: none. The same drawing gives the same text.
 std::string toSvg(const Drawing& drawing, Size box, std::u16string_view alternateText = {});
 
 // The same as an element of an HTML page, which requires lengths in a style.
 void writeInlineSvg(XmlWriter& html, const Drawing& drawing, Size box, std::u16string_view alternateText);
 
-// What is read aloud in place of an <svg> whose tag is open; without a text it is passed over.
+// Writes the text that screen readers read instead of the <svg>, whose start tag is still open. Without a
+// text, they skip the drawing.
 void writeAlternateText(XmlWriter& svg, std::u16string_view alternateText);
 
 }  // namespace qbsvrl6

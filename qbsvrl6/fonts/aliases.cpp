@@ -77,7 +77,7 @@ constexpr auto kNames = std::to_array<std::pair<std::string_view, FamilyKind>>({
     {"cambria", FamilyKind::Cambria},
 });
 
-// Parts of names ("华文楷体", "方正仿宋简体", "Foo Mono"); the first row that a name holds decides.
+// Parts of names ("华文楷体", "方正仿宋简体", "Foo Mono"); the first row that occurs in a name decides.
 constexpr auto kWords = std::to_array<std::pair<std::string_view, FamilyKind>>({
     {"仿宋", FamilyKind::FangSong},
     {"fangsong", FamilyKind::FangSong},
@@ -99,7 +99,7 @@ constexpr auto kWords = std::to_array<std::pair<std::string_view, FamilyKind>>({
 struct KindFamilies {
     FamilyKind kind;
     std::array<std::string_view, 7> families;  // folded, best first
-    FamilyKind next;                           // follows them; the same kind: none does
+    FamilyKind next;                           // tried after them; the same kind: none
 };
 
 constexpr KindFamilies kFamilies[] = {

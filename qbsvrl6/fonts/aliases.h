@@ -1,4 +1,4 @@
-// Substitutes for font families that reports name but few machines have.
+// Substitutes for font families that reports name but that few machines have.
 #ifndef QBSVR_QBSVRL6_FONTS_ALIASES_H
 #define QBSVR_QBSVRL6_FONTS_ALIASES_H
 
@@ -11,20 +11,20 @@ namespace qbsvrl6 {
 // Kinds of families that replace each other.
 enum class FamilyKind { Song, FangSong, Kai, Hei, Sans, Serif, Mono, Calibri, Cambria, Verdana };
 
-// A name as the tables hold it: UTF-8, in ASCII lower case, without spaces around it and the "@" of vertical
-// faces.
+// The form of a name in the tables: UTF-8, in ASCII lower case, without surrounding spaces and without the
+// "@" of vertical faces.
 std::string foldFamily(std::u16string_view family);
 
-// The kind of a folded name: by the table of names, else by the words in it; any name has one.
+// The kind of a folded name, by the table of names or else by the words in it. Any name has one.
 FamilyKind familyKind(std::string_view folded);
 
 // Folded families that serve for a kind, best first.
 std::vector<std::string_view> familiesOf(FamilyKind kind);
 
-// The kind of Chinese family that fits beside one of this kind, for the characters that it lacks.
+// The kind of Chinese family that best matches this kind, for characters that it lacks.
 FamilyKind fallbackOf(FamilyKind kind);
 
-// The generic family of style sheets that is nearest: "serif", "sans-serif" or "monospace".
+// The nearest generic family of style sheets: "serif", "sans-serif" or "monospace".
 std::string_view genericFamily(FamilyKind kind);
 
 }  // namespace qbsvrl6

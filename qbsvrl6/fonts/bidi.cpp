@@ -72,8 +72,8 @@ std::vector<std::uint8_t> embeddingLevels(std::u16string_view line, BaseDirectio
     return ofUnits;
 }
 
-// From the highest level down to the lowest odd one, each stretch of that level or a higher one is turned
-// round.
+// From the highest level down to the lowest odd one, reverses each sequence of runs at that level or a higher
+// one.
 void toVisualOrder(std::vector<GlyphRun>& runs, std::vector<std::uint8_t> levels) {
     if (levels.empty()) return;
     for (int level = *std::max_element(levels.begin(), levels.end()); level > 0; --level) {

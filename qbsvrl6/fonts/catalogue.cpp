@@ -12,9 +12,9 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The machine's full configuration is some forty files of rules for desktops, which take several times longer
-// to read than the list of fonts; names are looked up by the table of aliases, so that the directories
-// are enough.
+// The full configuration of a machine is some forty files of rules for desktops, which take several times
+// longer to read than the list of fonts. The table of aliases resolves names here, so the directories are
+// enough.
 constexpr const char* kDirectories =
     "<?xml version=\"1.0\"?><fontconfig>"
     "<dir>/usr/share/fonts</dir><dir>/usr/local/share/fonts</dir>"
@@ -75,10 +75,10 @@ FcConfig* loadFonts() {
         }
         FcConfigDestroy(config);
     }
-    return FcInitLoadConfigAndFonts();  // fonts in places that only the configuration knows
+    return FcInitLoadConfigAndFonts();  // fonts in directories that only the configuration names
 }
 
-// A wrong slant shows more than a wrong weight, which is easily made.
+// A wrong slant is worse than a wrong weight: bold is easily synthesized.
 int mismatch(const InstalledFace& face, bool bold, bool italic) {
     return (face.italic != italic ? (face.italic ? 4000 : 2000) : 0) + (face.bold != bold ? 1000 : 0) +
            face.rank;

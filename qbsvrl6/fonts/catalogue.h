@@ -1,4 +1,4 @@
-// The fonts that are installed. Only here is fontconfig called; the caller holds one lock around every call.
+// The installed fonts. All calls of fontconfig are here; the caller holds the same lock during every call.
 #ifndef QBSVR_QBSVRL6_FONTS_CATALOGUE_H
 #define QBSVR_QBSVRL6_FONTS_CATALOGUE_H
 
@@ -15,7 +15,7 @@ struct InstalledFace {
     std::string family;
     bool bold = false;
     bool italic = false;
-    int rank = 0;             // smaller is plainer: distance from regular or bold weight and normal width
+    int rank = 0;             // distance from regular or bold weight and normal width: smaller is plainer
     void* pattern = nullptr;  // fontconfig's
 };
 
@@ -24,10 +24,10 @@ public:
     // Reads the list of fonts.
     FontCatalogue();
 
-    // The face of a folded family nearest to what is asked for; null where the family isn't installed.
+    // The nearest face of a folded family; null if the family isn't installed.
     const InstalledFace* find(std::string_view foldedFamily, bool bold, bool italic) const;
 
-    // A face that has the character; null where none has.
+    // A face that has the character; null if there is none.
     const InstalledFace* covering(char32_t character, bool bold, bool italic) const;
 
 private:

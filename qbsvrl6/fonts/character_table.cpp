@@ -11,15 +11,15 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Characters that fonts draw one by one: ideographs, kana, and the punctuation and full-width forms between
-// them. Left out are those that join with their neighbours: voiced sound marks, ideographic description, and
-// the dashes and ellipses that come in pairs.
+// Characters that do not interact with others: ideographs, kana, and their punctuation and full-width forms.
+// Excluded are characters that join with adjacent ones: voiced sound marks, ideographic description, and the
+// dashes and ellipses that occur in pairs.
 bool standsAlone(char16_t unit) {
     return (unit >= 0x4E00 && unit <= 0x9FFF) || (unit >= 0x3400 && unit <= 0x4DBF) ||
            (unit >= 0x3000 && unit <= 0x3029) || (unit >= 0xFF01 && unit <= 0xFF5E);
 }
 
-// Tabs and other control characters show as spaces: fonts have boxes or nothing for them.
+// Tabs and other control characters are shown as spaces: fonts have boxes or nothing for them.
 char16_t withoutControl(char16_t unit) { return unit < u' ' || unit == 0x7F ? u' ' : unit; }
 
 }  // namespace

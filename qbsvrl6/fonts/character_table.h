@@ -1,5 +1,5 @@
-// What one thread knows of the characters of one font set: glyphs and advances of plain ones, and how
-// neighbouring ASCII characters move each other.
+// One thread's cache of the characters of one font set: glyphs and advances of plain characters, and how
+// adjacent ASCII characters move each other.
 #ifndef QBSVR_QBSVRL6_FONTS_CHARACTER_TABLE_H
 #define QBSVR_QBSVRL6_FONTS_CHARACTER_TABLE_H
 
@@ -16,8 +16,8 @@ namespace qbsvrl6 {
 struct PlainCharacter {
     enum class Kind : std::uint8_t {
         Unknown,
-        Ascii,    // its place depends on its ASCII neighbours: see PairEffect
-        Alone,    // ideographs and their punctuation: one glyph, whatever is beside it
+        Ascii,    // its position depends on adjacent ASCII characters: see PairEffect
+        Alone,    // ideographs and their punctuation: one glyph, whatever is next to it
         Complex,  // left to HarfBuzz
     };
     std::uint32_t glyph = 0;
@@ -26,7 +26,7 @@ struct PlainCharacter {
     Kind kind = Kind::Unknown;
 };
 
-// What HarfBuzz adds to the advances of two ASCII characters side by side (1/1000 em).
+// The change that HarfBuzz makes to two adjacent ASCII characters, in 1/1000 em.
 struct PairEffect {
     enum class Kind : std::uint8_t { Unknown, Moves, Complex };
     float firstAdvance = 0;
@@ -48,7 +48,7 @@ public:
         return known;
     }
 
-    // Of two units whose kind is Ascii.
+    // Both units must be of the kind Ascii.
     const PairEffect& pair(char16_t first, char16_t second, hb_buffer_t* scratch) {
         std::unique_ptr<PairRow>& row = pairs_[first & 0x7F];
         if (row == nullptr) row = std::make_unique<PairRow>();

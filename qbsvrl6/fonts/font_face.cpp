@@ -120,8 +120,8 @@ LineMetrics lineMetricsOf(const FontFace& face) {
     const FontTable os2(face.face, HB_TAG('O', 'S', '/', '2'));
     const int typoAscent = os2.i16(68);
     const int typoDescent = std::abs(os2.i16(70));
-    // Fonts for Chinese draw each character in a square of one em and have more space around it in their other
-    // metrics for scripts of the whole world: with those, a table's lines would be separated by half an em.
+    // Chinese fonts draw each character in a square of one em. Their other metrics leave space for all
+    // scripts of the world and would put half an em between the lines of a table.
     const bool square = typoAscent > 0 && typoAscent + typoDescent == static_cast<int>(face.unitsPerEm);
     if (square && face.ascent + face.descent > 1.3 * em) return {typoAscent / em, typoDescent / em, 1.2};
     return {face.ascent / em, face.descent / em, (face.ascent + face.descent + face.lineGap) / em};

@@ -9,11 +9,11 @@
 
 namespace qbsvrl6 {
 
-// Maps the file and reads the properties of the face. The mapping is never undone: faces live as long as
-// the process. Null where the file can't be read or holds no such face.
+// Maps the file and reads the properties of the face. The file stays mapped: faces live as long as the
+// process. Returns null if the file can't be read or has no such face.
 std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index);
 
-// The distances of lines of text in the face, in ems.
+// The vertical metrics of lines in the face, in ems.
 struct LineMetrics {
     double ascent = 0;
     double descent = 0;

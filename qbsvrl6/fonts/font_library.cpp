@@ -23,7 +23,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// More names than any honest set of reports uses: hostile ones can't make the tables grow without end.
+// More names than ordinary reports use; bounds the tables if hostile reports use any number of names.
 constexpr std::size_t kRememberedNames = 1024;
 constexpr std::size_t kRememberedCharacters = 65'536;
 constexpr std::size_t kToldCharacters = 50;
@@ -35,7 +35,7 @@ struct Request {
     TextLanguage language = TextLanguage::Unknown;
 };
 
-// By "family", then one unit for the style.
+// The key is the family name and one unit for the style.
 using RequestMap = std::unordered_map<std::u16string, const FontSet*>;
 
 // The key of a request, in a buffer of the thread: finding a known font allocates nothing.
@@ -47,8 +47,8 @@ const std::u16string& keyOf(const Request& request) {
     return key;
 }
 
-// What the process knows of fonts. Everything that is handed out stays for good, so that nobody counts
-// references; the number of font files bounds it.
+// The process-wide cache of fonts. Returned objects are never freed, so no references are counted; the number
+// of font files bounds them.
 class FontLibrary {
 public:
     const FontSet& resolve(const Request& request) {
@@ -135,7 +135,7 @@ private:
         return found != faces_.end() && found->second.bold;
     }
 
-    // Equal sets are one, so that any number of unknown names costs no memory.
+    // Equal sets are shared, so that any number of unknown names costs no memory.
     const FontSet& intern(FontSet set) {
         SetKey key;
         key.first = {set.language, set.isLanguageGiven};
@@ -184,7 +184,7 @@ private:
     std::map<SetKey, std::unique_ptr<const FontSet>> sets_;
     std::map<std::tuple<char32_t, bool, bool>, const FontSet::Member*> covering_;
     std::set<std::string> replaced_;
-    std::set<char32_t> lacking_;  // that the log has reported
+    std::set<char32_t> lacking_;  // reported in the log
 };
 
 // Never destroyed: threads may still draw while the process ends.

@@ -1,5 +1,5 @@
-// Fonts of the machine: found once by name, mapped once into memory, shared by all threads for the process's
-// life.
+// The fonts of the machine: each is found by name once, mapped into memory once, and shared by all threads
+// for the life of the process.
 #ifndef QBSVR_QBSVRL6_FONTS_FONT_LIBRARY_H
 #define QBSVR_QBSVRL6_FONTS_FONT_LIBRARY_H
 
@@ -15,7 +15,7 @@ struct hb_font_t;
 
 namespace qbsvrl6 {
 
-// One face of one font file. Immutable; every pointer stays good for the process's life.
+// One face of one font file. Immutable; all pointers are valid for the life of the process.
 struct FontFace {
     std::string file;
     int index = 0;  // in a collection
@@ -25,7 +25,7 @@ struct FontFace {
     hb_face_t* face = nullptr;  // made immutable
     hb_font_t* font = nullptr;  // at unitsPerEm, made immutable
     unsigned unitsPerEm = 1000;
-    bool cff = false;  // outlines are CFF, else TrueType
+    bool cff = false;  // outlines are CFF; otherwise TrueType
     bool fixedPitch = false;
     bool serif = false;
     double italicAngle = 0;
@@ -34,8 +34,8 @@ struct FontFace {
     int xMin = 0, yMin = 0, xMax = 0, yMax = 0;
 };
 
-// What a style asked for, resolved: the face of the family and the faces to fall back on for characters that
-// it lacks. Where the family has no bold or italic face, painting synthesizes one.
+// The faces for the font of a style: that of the family, and those to fall back on for characters that it
+// lacks. If the family has no bold or italic face, painting synthesizes one.
 struct FontSet {
     struct Member {
         const FontFace* face = nullptr;
@@ -46,19 +46,20 @@ struct FontSet {
     double ascent = 0;            // of the first member, in ems
     double descent = 0;
     double lineHeight = 0;
-    TextLanguage language = TextLanguage::Unknown;  // that was asked for, or that the family's name implies
-    bool isLanguageGiven = false;                   // asked for: the letters of a text do not matter
+    TextLanguage language = TextLanguage::Unknown;  // requested, or implied by the family's name
+    bool isLanguageGiven = false;                   // requested: the letters of a text do not change it
 
-    // The member that has a glyph for the character, else another font of the machine that has one, else the
-    // first member.
+    // The first member with a glyph for the character, or else another font of the machine with one, or else
+    // the first member.
     const Member& memberFor(char32_t character) const;
 };
 
-// Resolves a family: itself where it is installed, else what the table of aliases puts in its place ("宋体"
-// and "SimSun", "黑体", "楷体", "仿宋", "微软雅黑", "Arial" ...), else what the words in its name hint at;
-// then the machine's fonts for Chinese and for symbols. Cached for the process under a lock; a thread's own
-// cache answers repeated requests without it. A replaced family is logged once. Raises EngineError where the
-// machine has no usable font at all. With a language, ideographs have its forms in any text.
+// Resolves a family: to itself if it is installed, or else to its substitute in the table of aliases ("宋体"
+// and "SimSun", "黑体", "楷体", "仿宋", "微软雅黑", "Arial" ...), or else to a family that the words in its name
+// suggest; followed by the machine's fonts for Chinese and for symbols. The process caches results under a
+// lock; each thread caches them again, to avoid the lock. A replaced family is logged once. Raises
+// EngineError if the machine has no usable font at all. If a language is given, ideographs have its forms in
+// any text.
 const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic,
                            TextLanguage language = TextLanguage::Unknown);
 

@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr char kInsideNumber = 100;  // beside libunibreak's marks: nothing may break here
+constexpr char kInsideNumber = 100;  // in addition to libunibreak's marks: no break allowed
 
 bool isBlank(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\u3000'; }
 
@@ -49,8 +49,8 @@ public:
     }
 
 private:
-    // A long paragraph is broken a part at a time, so that little besides its lines takes memory. The last
-    // line of a part may go on in the next one.
+    // A long paragraph is broken part by part, so that its lines take up most of the memory. The last line of
+    // a part may continue in the next one.
     void addParagraph(std::size_t first, std::size_t end) {
         constexpr std::size_t kPart = 1u << 14;
         paragraph_ = text_.substr(first, end - first);
@@ -139,8 +139,8 @@ private:
         return startsCluster(unit) && breaks_[unit - 1] != kInsideNumber;
     }
 
-    // Where the line that starts here ends: the last opportunity that fits, else between characters, at least
-    // one of them. A number that is wider than the line has it to itself.
+    // The end of the line that starts here: the last break opportunity that fits, or else a position between
+    // characters, after at least one. A number that is wider than the line has a line to itself.
     std::size_t lineEnd(std::size_t start, float limit) const {
         float width = 0;
         std::size_t opportunity = start;
@@ -161,15 +161,15 @@ private:
     std::u16string_view text_;
     Micrometres width_;
     Numbers numbers_;
-    TextLanguage language_;  // of the whole text: not every line has letters that show it
+    TextLanguage language_;  // of the whole text: a single line may lack the letters that imply it
     std::vector<TextLine> lines_;
 
     std::u16string_view paragraph_;
-    BaseDirection direction_ = BaseDirection::FirstStrong;  // of the paragraph, once it matters
+    BaseDirection direction_ = BaseDirection::FirstStrong;  // of the paragraph, set when it matters
 
-    // The part that is being broken: where it starts, what follows each of its units (libunibreak's
-    // marks and kInsideNumber), and what each unit adds to its line (a cluster's glyphs count at its first
-    // unit, the others are negative).
+    // The current part: its start, the mark after each of its units (libunibreak's, or kInsideNumber), and
+    // the width that each unit adds to its line (a cluster's glyphs count at its first unit; its other units
+    // are negative).
     std::size_t first_ = 0;
     std::vector<char> breaks_;
     std::vector<float> advances_;

@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr std::size_t kLongestCode = 30;     // with letters in it; what is longer reads as a word
+constexpr std::size_t kLongestCode = 30;     // with letters in it; anything longer counts as a word
 constexpr std::size_t kLongestLetters = 12;  // in a row within a code
 
 constexpr bool isWithin(char16_t unit, char16_t first, char16_t last) {
@@ -19,7 +19,7 @@ constexpr bool isWithin(char16_t unit, char16_t first, char16_t last) {
 
 constexpr bool isAnyOf(char16_t unit, std::u16string_view units) { return units.find(unit) != units.npos; }
 
-// What a character may be in a number: several of these, or none.
+// The roles that a character can have in a number: any number of these.
 using Roles = unsigned;
 constexpr Roles kDigit = 1 << 0;
 constexpr Roles kLetter = 1 << 1;
@@ -72,7 +72,7 @@ constexpr auto kAsciiRoles = [] {
 
 Roles rolesOf(char16_t unit) { return unit < kAsciiRoles.size() ? kAsciiRoles[unit] : findRoles(unit); }
 
-// The rules for one stretch of text, with letters as parts of codes or as the end of a number.
+// The rules for one span of text, in which letters are parts of codes or the end of a number.
 class Joints {
 public:
     Joints(std::u16string_view text, bool withLetters)
@@ -95,7 +95,8 @@ public:
 private:
     Roles roles(std::size_t unit) const { return rolesOf(text_[unit]); }
 
-    // Whether the unit leads to a number by another such unit or none: leader dots are no part of it.
+    // Whether the unit leads to a number, with at most one other such unit between: leader dots are not part
+    // of it.
     bool leads(std::size_t unit) const {
         if (!(roles(unit) & kStart) || text_[unit] == text_[unit - 1] || unit + 1 >= text_.size())
             return false;
@@ -121,7 +122,7 @@ private:
 
 bool endsWord(char16_t unit) { return unit <= u' ' || unit >= 0x2E80; }
 
-// The run around a digit. Letters are followed no further than a code may reach.
+// The run around a digit. Letters are examined only as far as a code can reach.
 NumberSpan spanAround(std::u16string_view text, std::size_t digit, std::size_t from, bool withLetters) {
     const Joints joints(text, withLetters);
     const std::size_t most = withLetters ? kLongestCode + 1 : text.size();
@@ -176,7 +177,7 @@ NumberSpan NumberFinder::next() {
     return {from_, from_};
 }
 
-// Most texts have a character that is no part of any number, such as a space, near their beginning.
+// Fast for most texts: near their beginning is a character that cannot be part of a number, such as a space.
 bool isLoneNumber(std::u16string_view text) {
     Roles all = 0;
     for (const char16_t unit : text) {

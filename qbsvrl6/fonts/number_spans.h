@@ -1,4 +1,5 @@
-// Numbers, dates, amounts and codes within a text: what a line break or a cut would turn into another one.
+// Numbers, dates, amounts and codes within a text, which a line break or a cut would turn into different
+// ones.
 #ifndef QBSVR_QBSVRL6_FONTS_NUMBER_SPANS_H
 #define QBSVR_QBSVRL6_FONTS_NUMBER_SPANS_H
 
@@ -16,8 +17,9 @@ struct NumberSpan {
 };
 
 // Finds the numbers of a text, one after the other. A number is a run of digits with its signs, separators,
-// brackets, currency and percent signs. Letters that touch it, or that hyphens and slashes join to it, belong
-// to it while the whole is no longer than a code ("12kg", "INV-2026-00418"). Web addresses hold none.
+// brackets, currency and percent signs. Letters that touch it, or that are joined to it by hyphens, slashes
+// and the like, belong to it if the whole is no longer than a code ("12kg", "INV-2026-00418"). Web addresses
+// contain no numbers.
 class NumberFinder {
 public:
     explicit NumberFinder(std::u16string_view text) : text_(text) {}

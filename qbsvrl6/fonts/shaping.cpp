@@ -21,8 +21,8 @@ struct BufferDeleter {
     void operator()(hb_buffer_t* buffer) const { hb_buffer_destroy(buffer); }
 };
 
-// One slot a hash value: the newest text wins. Reports repeat their titles, units and names, mostly soon;
-// more than this many different short texts are as fast to shape again as to find.
+// One slot per hash value, in which the newest text replaces the older one. Reports repeat titles, units and
+// names, mostly soon; with more different texts than this, shaping again is as fast as looking up.
 struct CachedText {
     const FontSet* fonts = nullptr;
     BaseDirection base = BaseDirection::FirstStrong;
@@ -33,11 +33,11 @@ struct CachedText {
 constexpr std::size_t kCachedTexts = 2048;      // a power of two
 constexpr std::size_t kCachedTextLength = 128;  // longer ones are rarely repeated
 
-// Space reserved at a run's start: cells are short, and text that changes its font all the time must not reserve it
-// for all the rest each time.
+// Glyphs reserved at the start of a run. Cells are short, and reserving for the rest of the line would be
+// quadratic in text that often changes its font.
 constexpr std::size_t kLikelyRun = 32;
 
-// Tables of font sets per thread; they are as large as the text's choice of characters.
+// Tables of font sets per thread. Their size depends on how many different characters occur.
 constexpr std::size_t kKeptTables = 64;
 
 struct ShapingState {
@@ -71,8 +71,8 @@ ShapingState& shapingState() {
     return state;
 }
 
-// Walks a line of plain characters by the thread's tables and gives each to `place` with what it and the one
-// before it do to each other. False where HarfBuzz has to see the text.
+// Looks up each character of a line in the thread's tables and passes it to `place`, with its effect on the
+// previous one. Returns false if the text needs HarfBuzz.
 template <typename Place>
 bool walkPlain(const FontSet& fonts, std::u16string_view text, ShapingState& state, Place place) {
     using Kind = PlainCharacter::Kind;
@@ -93,7 +93,7 @@ bool walkPlain(const FontSet& fonts, std::u16string_view text, ShapingState& sta
     return true;
 }
 
-// Puts a line together from the thread's tables. Null where HarfBuzz has to see the text.
+// Shapes a line from the thread's tables. Returns null if the text needs HarfBuzz.
 std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view text, ShapingState& state) {
     auto shaped = std::make_shared<ShapedText>();
     GlyphRun* run = nullptr;
@@ -107,7 +107,7 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
             run->firstUnit = static_cast<std::uint32_t>(i);
             run->glyphs.reserve(std::min(text.size() - i, kLikelyRun));
         }
-        if (effect.firstAdvance != 0) {  // of the same run: characters of different fonts have no effect
+        if (effect.firstAdvance != 0) {  // in the same run: characters of different fonts have no effect
             run->glyphs.back().advance += effect.firstAdvance;
             width += effect.firstAdvance;
         }
@@ -124,8 +124,7 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
 
 bool isControl(char16_t unit) { return unit < u' ' || unit == 0x7F; }
 
-// Spaces and punctuation between words from right to left, and marks and joiners, take the font of what they
-// follow.
+// Spaces, punctuation, marks and joiners use the font of the preceding character in right-to-left text.
 bool isNeutral(char32_t c) { return c < U'0' || (c > U'9' && c < U'A') || (c >= 0x2000 && c <= 0x206F); }
 
 // Soft hyphens, byte order marks within texts and similar characters, which fonts need not have.
@@ -144,7 +143,7 @@ bool hasGlyph(const FontFace& face, char32_t character) {
     return hb_font_get_nominal_glyph(face.font, character, &glyph) != 0;
 }
 
-// Splits the line where font or direction change and has each part shaped.
+// Splits the line where the font or the direction changes, and shapes each part.
 std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string_view text,
                                             BaseDirection base, TextLanguage language, ShapingState& state) {
     if (language == TextLanguage::Unknown) language = languageOfText(text);
@@ -162,7 +161,7 @@ std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string
         const char32_t character = nextCharacter(line, i);
         const std::uint8_t level = levels.empty() ? std::uint8_t{0} : levels[start];
         const bool begins = shaped->runs.empty() || level != levelsOfRuns.back();
-        // Words from right to left stay in one run with the spaces between them.
+        // Right-to-left words stay in one run with the spaces between them.
         const bool stays =
             !begins && (joinsBefore(character) || (level % 2 == 1 && isNeutral(character) &&
                                                    hasGlyph(*shaped->runs.back().member.face, character)));
@@ -190,8 +189,8 @@ std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string
     return shaped;
 }
 
-// One set of rules for scripts that are mixed within a word: the form of a digit or a quotation mark must not
-// depend on whether a letter or an ideograph is beside it.
+// Scripts that are mixed within a word share one set of rules: the form of a digit or a quotation mark must
+// not depend on whether a letter or an ideograph is next to it.
 bool sharesLatinRules(hb_script_t script) {
     switch (script) {
         case HB_SCRIPT_INVALID:
@@ -252,8 +251,8 @@ ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirectio
     ShapingState& state = shapingState();
     if (language == TextLanguage::Unknown) language = fonts.language;
     const auto shapeNow = [&]() -> ShapedTextPtr {
-        // A line of Latin words in a paragraph from right to left has its words the other way round.
-        // The tables hold Chinese forms, and no letters of another language.
+        // In a right-to-left paragraph, the words of a Latin line run from right to left. The tables hold
+        // Chinese forms only.
         if (base != BaseDirection::RightToLeft &&
             (language == TextLanguage::Unknown || language == TextLanguage::Chinese)) {
             if (ShapedTextPtr plain = shapePlain(fonts, text, state)) return plain;

@@ -8,7 +8,7 @@
 
 namespace qbsvrl6 {
 
-// By the letters: Japanese with kana, else Korean with hangul, else unknown.
+// By its letters: Japanese if it has kana, or else Korean if it has hangul, or else unknown.
 TextLanguage languageOfText(std::u16string_view text);
 
 // By words in the name of a folded font family: "ms mincho", "noto sans cjk jp", "batang".

@@ -40,8 +40,8 @@ Rect around(const Rect& a, const Rect& b) {
     return {x, y, std::max(a.right(), b.right()) - x, std::max(a.bottom(), b.bottom()) - y};
 }
 
-// Maps the coordinates of an unrotated text onto the page: rotated clockwise by quarter turns so that the
-// rotated box fills the item's.
+// Maps the coordinates of an unrotated text onto the page: rotates them clockwise by quarter turns, so that
+// the rotated box fills the item's box.
 class TurnedBox {
 public:
     TurnedBox(const Rect& box, int degrees) : box_(box), turns_(((degrees / 90) % 4 + 4) % 4) {}
@@ -84,7 +84,7 @@ void paintLines(Canvas& canvas, const TextItem& item, const ResolvedStyle& style
     if (item.lines.empty()) return;
     const TurnedBox turned(box, style.rotation);
     const double em = item.fontSize * kMicrometresPerPoint;
-    const double slack = em / 20;  // a text that exceeds the edge by less than this is not cut
+    const double slack = em / 20;  // a text that crosses the edge by less is not clipped
     const Color color = item.color.value_or(style.color);
     const std::u16string_view whole = item.lineText();
 
@@ -232,7 +232,7 @@ void paintWatermark(Canvas& canvas, const Watermark& watermark, Size paper) {
     const double half = static_cast<double>(shaped->width) * em / 1000 / 2;
     const double angle = -std::atan2(paper.height, paper.width);
     const Direction direction{std::cos(angle), std::sin(angle)};
-    // The letters are centred on the middle of the page by half their height, not by the base line.
+    // Centres the letters vertically: the base line is half their height below the middle of the page.
     constexpr double kHalfHeight = 0.36;
     const Point start{paper.width / 2.0 - half * direction.x - kHalfHeight * em * direction.y,
                       paper.height / 2.0 - half * direction.y + kHalfHeight * em * direction.x};

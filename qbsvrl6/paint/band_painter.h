@@ -17,14 +17,14 @@ struct PendingItem {
     Micrometres y = 0;
 };
 
-// Draws a band whose upper left corner is (x, y) on the page. Items whose text is pending are moved to
-// `pending` with their background and border drawn.
+// Draws a band whose upper left corner is (x, y) on the page. Of an item whose text is pending, draws the
+// background and border, and moves the item to `pending`.
 void paintBand(Canvas& canvas, Band&& band, Micrometres x, Micrometres y, std::vector<PendingItem>& pending);
 
-// Draws the text of an item that was pending.
+// Draws the text of an item that was pending and has been settled.
 void paintText(Canvas& canvas, const PendingItem& settled);
 
-// Draws the watermark across the middle of the page, rising.
+// Draws the watermark across the middle of the page, from the lower left to the upper right.
 void paintWatermark(Canvas& canvas, const Watermark& watermark, Size paper);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// What pages are drawn on. Coordinates are micrometres on the paper, y downwards.
+// The surface that pages are drawn on. Coordinates are micrometres on the paper; y grows downwards.
 #ifndef QBSVR_QBSVRL6_PAINT_CANVAS_H
 #define QBSVR_QBSVRL6_PAINT_CANVAS_H
 
@@ -25,7 +25,7 @@ struct Direction {
 
 struct TextRun {
     const ShapedText& shaped;
-    std::u16string_view text;  // what the glyphs' clusters count in
+    std::u16string_view text;  // the clusters of the glyphs are indices into it
     Point origin;              // of the base line's start
     Direction direction;
     double fontSize = 10;  // points
@@ -52,12 +52,12 @@ public:
     // An area of the page that opens an address.
     virtual void link(const Rect& rect, std::u16string_view address) = 0;
 
-    // Everything drawn in between is visible inside the rectangle only. Clips are not nested.
+    // Drawing between the two calls is visible inside the rectangle only. Clips are not nested.
     virtual void beginClip(const Rect& rect) = 0;
     virtual void endClip() = 0;
 
-    // What follows is painted on top of what was drawn so far. Without this call a canvas may draw shapes
-    // before the texts that precede them.
+    // All further drawing is painted on top of the drawing so far. Within a layer, a canvas may draw shapes
+    // before texts, whatever the order of the calls.
     virtual void nextLayer() = 0;
 };
 

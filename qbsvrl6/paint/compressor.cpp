@@ -27,10 +27,10 @@ struct ThreadCompressor {
     std::size_t capacity = 0;
 };
 
-// The highest level before time doubles for the last percent of size.
+// Higher levels double the time for the last percent of size.
 constexpr int kLevel = 6;
 
-// The buffer of a picture is freed: the pages after it don't need one of that size.
+// A larger buffer, as for a picture, is freed: pages don't need it.
 constexpr std::size_t kKeptBytes = 1 << 20;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Deflate in the zlib format, by one compressor per thread.
+// Deflate compression in the zlib format, with one compressor per thread.
 #ifndef QBSVR_QBSVRL6_PAINT_COMPRESSOR_H
 #define QBSVR_QBSVRL6_PAINT_COMPRESSOR_H
 

@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// libjpeg reports an error by a long jump, over frames that own nothing.
+// libjpeg reports errors by a long jump, so the frames that it skips own nothing.
 struct Reader {
     jpeg_decompress_struct jpeg{};
     jpeg_error_mgr errors{};

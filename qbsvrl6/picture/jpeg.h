@@ -1,4 +1,4 @@
-// JPEG files decoded, by libjpeg.
+// Decodes JPEG files with libjpeg.
 #ifndef QBSVR_QBSVRL6_PICTURE_JPEG_H
 #define QBSVR_QBSVRL6_PICTURE_JPEG_H
 
@@ -8,8 +8,8 @@
 
 namespace qbsvrl6 {
 
-// Raises EngineError (BadPicture) for a file that can't be read; what is missing at the end of one that is
-// cut short is grey. `inverted` is Picture::inverted.
+// Raises EngineError (BadPicture) for a file that can't be read. The missing part of a truncated file is
+// grey. `inverted` is Picture::inverted.
 Pixels decodeJpeg(std::string_view file, bool inverted);
 
 }  // namespace qbsvrl6

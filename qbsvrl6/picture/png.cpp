@@ -23,8 +23,8 @@ void readFrom(png_structp png, png_bytep to, png_size_t count) {
     source->at += count;
 }
 
-// libpng reports an error by a long jump, over frames that own nothing: each step is a function without
-// objects that have destructors.
+// libpng reports errors by a long jump, so the frames that it skips own nothing: each step is a function
+// without objects that have destructors.
 struct Reader {
     png_structp png = nullptr;
     png_infop info = nullptr;
@@ -62,7 +62,8 @@ bool readHead(Reader& reader) {
     return true;
 }
 
-// Makes libpng give each pixel as 8 bits of grey or of red, green and blue, with alpha if the file has any.
+// Makes libpng return each pixel as 8 bits of grey, or of red, green and blue, with alpha if the file has
+// any.
 bool askForBytes(Reader& reader) {
     if (setjmp(png_jmpbuf(reader.png)) != 0) return false;
     png_set_expand(reader.png);

@@ -1,4 +1,4 @@
-// PNG files decoded, by libpng.
+// Decodes PNG files with libpng.
 #ifndef QBSVR_QBSVRL6_PICTURE_PNG_H
 #define QBSVR_QBSVRL6_PICTURE_PNG_H
 
@@ -16,7 +16,7 @@ Pixels decodePng(std::string_view file);
 struct PngRows {
     bool usable = false;
     int bitDepth = 8;
-    int channels = 3;      // samples of a pixel; 1 with a palette too
+    int channels = 3;      // samples per pixel; also 1 with a palette
     std::string palette;   // three bytes per entry; empty if there is none
     std::string deflated;  // the contents of the IDAT chunks
 };

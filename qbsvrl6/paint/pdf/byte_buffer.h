@@ -14,7 +14,7 @@ namespace qbsvrl6 {
 
 class ByteBuffer {
 public:
-    // Room for at least `count` more bytes; what was written there counts after commit().
+    // Space for at least `count` more bytes, which become part of the buffer with commit().
     char* room(std::size_t count) {
         if (capacity_ - size_ < count) grow(count);
         return bytes_.get() + size_;

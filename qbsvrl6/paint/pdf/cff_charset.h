@@ -1,4 +1,4 @@
-// The part of a CFF table that gives each glyph its character identifier (CID).
+// The part of a CFF table that maps each glyph to its character identifier (CID).
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_CFF_CHARSET_H
 #define QBSVR_QBSVRL6_PAINT_PDF_CFF_CHARSET_H
 
@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 class CffCharset {
 public:
-    // Reads the charset of a complete "CFF " table. A broken table reads as a font that isn't CID-keyed.
+    // Reads the charset of a complete "CFF " table. A malformed table counts as a font that isn't CID-keyed.
     static CffCharset read(std::string_view table, unsigned glyphCount);
 
     // Whether glyphs have CIDs; otherwise they have names, and a PDF uses glyph numbers.

@@ -26,7 +26,7 @@ public:
     void add(const Line& line) {
         std::vector<Line>& lines = line.vertical ? vertical_ : horizontal_;
         std::size_t& next = line.vertical ? nextVertical_ : nextHorizontal_;
-        // Rows repeat their edges in the same order: the edge to lengthen is mostly the one after the last.
+        // Rows repeat their edges in the same order, so the edge to extend is usually the one after the last.
         const std::size_t tries = std::min<std::size_t>(lines.size(), kTries);
         for (std::size_t i = 0; i < tries; ++i) {
             if (next >= lines.size()) next = lines.size() - tries;

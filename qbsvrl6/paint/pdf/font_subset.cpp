@@ -57,7 +57,7 @@ std::string bytesOf(hb_blob_t* blob) {
     return {data, length};
 }
 
-// What a PDF embeds of a face: the CFF table alone, or the whole file.
+// The part of a face that a PDF embeds: the CFF table alone, or the whole file.
 std::string fileOf(hb_face_t* face, bool cff) {
     return bytesOf(cff ? hb_face_reference_table(face, kCff) : hb_face_reference_blob(face));
 }
@@ -112,15 +112,16 @@ private:
 }  // namespace
 
 EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
-    // The subsetter includes glyphs that any table needs, and searches the font's whole character map for them:
-    // without that map and the layout tables it needs a third of the time.
+    // The subsetter adds glyphs that any table refers to, and searches the whole character map for them.
+    // Without that map and the layout tables, it takes a third of the time.
     const FacePtr bare(hb_face_create_for_tables(referenceNeededTable, face.face, nullptr));
     hb_face_set_upem(bare.get(), face.unitsPerEm);
     const InputPtr input(hb_subset_input_create_or_fail());
     if (input == nullptr) throw std::bad_alloc();
     hb_set_t* wanted = hb_subset_input_glyph_set(input.get());
     for (const std::uint32_t glyph : glyphs) hb_set_add(wanted, glyph);
-    // Subroutines are worth their search in whole fonts only: a subset is as small without them, and faster.
+    // Finding subroutines pays off in whole fonts only: a subset is just as small without them, and made
+    // faster.
     unsigned flags =
         HB_SUBSET_FLAGS_NO_HINTING | HB_SUBSET_FLAGS_NOTDEF_OUTLINE | HB_SUBSET_FLAGS_DESUBROUTINIZE;
     if (keepNumbers) flags |= HB_SUBSET_FLAGS_RETAIN_GIDS;

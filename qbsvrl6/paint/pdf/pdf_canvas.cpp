@@ -39,7 +39,7 @@ void PdfCanvas::nextLayer() {
     if (text_.size() > 0) page_.add("BT\n"sv, text_.view(), "ET\n"sv);
     shapes_.clear();
     text_.clear();
-    // The shapes of the next layer begin with the state that the texts have set.
+    // The shapes of the next layer start with the state that the texts leave.
     shapeState_ = {textState_.color, textState_.boldColor, textState_.boldWidth, false};
     lineX_ = lineY_ = 0;
     linePlain_ = true;
@@ -112,7 +112,7 @@ void PdfCanvas::appendPoint(Point point) { shapes_.add(unitsX(point.x), ' ', uni
 void PdfCanvas::fill(const Rect& rect, Color color) {
     const PendingFill next{unitsX(rect.x), unitsY(rect.y), unitsX(rect.right()), unitsY(rect.bottom()),
                            color};
-    // Cells of one colour side by side are one area, without a seam.
+    // Adjacent cells of the same colour become one area, without a seam.
     if (pendingFill_ && !clip_ && pendingFill_->color == color && pendingFill_->right == next.left &&
         pendingFill_->top == next.top && pendingFill_->bottom == next.bottom) {
         pendingFill_->right = next.right;
@@ -192,7 +192,7 @@ void PdfCanvas::box(const Rect& rect, const BoxContent& box) {
 
 void PdfCanvas::appendRoundedRect(const Rect& rect, Micrometres radius) {
     const double r = radius;
-    const double c = r * (1 - kCircle);  // of a control point from the corner
+    const double c = r * (1 - kCircle);  // distance of a control point from the corner
     const double left = rect.x, top = rect.y, right = rect.right(), bottom = rect.bottom();
     const auto corner = [&](Point control1, Point control2, Point end) {
         appendPoint(control1);

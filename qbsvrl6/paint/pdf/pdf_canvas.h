@@ -22,8 +22,8 @@ struct PdfLink {
     std::u16string address;
 };
 
-// The texts of a layer are written after its shapes, so they are painted on top. They are one text object:
-// readers find them in the order of drawing, and moving to the next text takes few bytes.
+// The texts of a layer are written after its shapes, so they are painted on top. They form one text object:
+// readers get them in the order of drawing, and moving to the next text takes few bytes.
 class PdfCanvas : public Canvas {
 public:
     PdfCanvas(PdfFonts& fonts, PdfPictures& pictures) : fonts_(fonts), pictures_(pictures) {}
@@ -32,14 +32,14 @@ public:
     // The whole stream, valid until the next begin().
     std::string_view end();
 
-    // What is drawn in between is decoration: readers don't read it aloud.
+    // Drawing between the two calls is decoration, which screen readers skip.
     void beginDecoration();
     void endDecoration();
 
-    // What the page needs besides its content.
+    // The page's annotations and resources.
     const std::vector<PdfLink>& links() const { return links_; }
     const std::set<int>& usedPictures() const { return usedPictures_; }
-    // Opacities of the whole document, in percent: the names of graphics states are "G" and these numbers.
+    // In percent, over the whole document. The graphics state of an opacity is named "G" and this number.
     const std::set<int>& usedOpacities() const { return usedOpacities_; }
 
     void fill(const Rect& rect, Color color) override;

@@ -6,12 +6,12 @@
 
 namespace qbsvrl6 {
 
-// The file: a header, streams ("5 0 obj<<...>>stream ... endstream endobj") among them object streams that
-// hold all other objects, the cross-reference stream, and its offset.
+// The file consists of a header, streams ("5 0 obj<<...>>stream ... endstream endobj"), among them object
+// streams that hold all other objects, the cross-reference stream, and its offset.
 
 namespace {
 
-constexpr std::size_t kWorthCompressing = 96;  // below it the filter's entry costs more than it saves
+constexpr std::size_t kWorthCompressing = 96;  // below it, the filter's entry costs more than it saves
 constexpr int kObjectsPerStream = 200;
 constexpr std::size_t kObjectStreamBytes = 64 << 10;
 
@@ -81,7 +81,7 @@ void PdfFile::finish(int catalog, int info) {
     output_ += "startxref\n" + std::to_string(start) + "\n%%EOF\n";
 }
 
-// Rows of type, offset or stream, and index, in one, `width` and two bytes.
+// Rows of type (1 byte), offset or stream (`width` bytes) and index (2 bytes).
 void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
     places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size(), 0};
     int width = 2;

@@ -22,11 +22,12 @@ public:
     // An object that isn't a stream; `body` is a dictionary, an array or the like.
     void writeObject(int number, std::string_view body);
 
-    // A stream, compressed if that makes it smaller. `entries` are those of its dictionary besides length and
-    // filter. `encoded` streams are written unchanged: their entries name their filter.
+    // A stream, compressed if that makes it smaller. `entries` are the entries of its dictionary except
+    // length and filter. A stream that is already `encoded` is written unchanged; its entries name its
+    // filter.
     void writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded = false);
 
-    // Writes the rest of the file. Reserved objects that were never written are free.
+    // Writes the rest of the file. Reserved objects that were never written are marked as free.
     void finish(int catalog, int info);
 
 private:

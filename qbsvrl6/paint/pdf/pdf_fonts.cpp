@@ -17,7 +17,7 @@ constexpr int kDefaultWidth = 1000;
 
 bool isBlank(char16_t unit) { return unit <= u' ' || unit == 0x7F || unit == 0xA0 || unit == 0x3000; }
 
-// Characters that fonts draw empty and without a width: soft hyphens, joiners, byte order marks.
+// Characters without ink and width: soft hyphens, joiners, byte order marks.
 bool isInvisible(char16_t unit) {
     return unit == 0xAD || (unit >= 0x200B && unit <= 0x200F) || (unit >= 0x2060 && unit <= 0x2064) ||
            unit == 0xFEFF;
@@ -83,7 +83,7 @@ bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
         Code& code = codeOf(glyphs[i].id);
         const bool shared = (i > 0 && glyphs[i - 1].cluster == glyphs[i].cluster) ||
                             (i + 1 < glyphs.size() && glyphs[i + 1].cluster == glyphs[i].cluster);
-        if (shared) {  // one of several glyphs for its text: none of them represents all of it
+        if (shared) {  // several glyphs share the text: none of them represents all of it
             reads = false;
             continue;
         }
@@ -169,7 +169,7 @@ std::string PdfFont::descriptor(const std::string& name, int fontFile) const {
     constexpr int kItalic = 64;
     const int flags = kSymbolic + (face_.fixedPitch ? kFixedPitch : 0) + (face_.serif ? kSerif : 0) +
                       (face_.italicAngle != 0 ? kItalic : 0);
-    constexpr int kStem = 80;  // required, though without effect for embedded fonts
+    constexpr int kStem = 80;  // required, but without effect for embedded fonts
     ByteBuffer out;
     const auto scaled = [&](std::string_view key, int value) {
         out.append(key);

@@ -1,4 +1,4 @@
-// The fonts of one PDF: which glyphs are used, what text they represent, and their font objects.
+// The fonts of one PDF: the used glyphs, the texts that they represent, and the font objects.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_FONTS_H
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_FONTS_H
 
@@ -14,8 +14,8 @@
 
 namespace qbsvrl6 {
 
-// A face as a composite font with codes of two bytes: the glyph numbers of a CFF font; for a TrueType font
-// numbers in the order of use, with a map to the glyphs.
+// A face as a composite font with codes of two bytes: the CIDs of a CFF font, or its glyph numbers if it has
+// none; for a TrueType font, numbers in the order of use, with a map to the glyphs.
 class PdfFont {
 public:
     PdfFont(const FontFace& face, int resource);
@@ -31,8 +31,8 @@ public:
         std::u16string text;
     };
 
-    // Gives the run's glyphs codes. Returns whether the texts of the codes add up to the run's text; if not,
-    // the text must be written with the glyphs.
+    // Assigns codes to the glyphs of the run. Returns whether the texts of the codes add up to the run's
+    // text; if not, the text must be written with the glyphs.
     bool take(const GlyphRun& run, std::u16string_view text);
 
     // Of a glyph that has a code.
@@ -41,7 +41,7 @@ public:
     int resource() const { return resource_; }  // its name is "F" and this number
     const FontFace& face() const { return face_; }
 
-    // Writes the font's objects, the font itself as `number`.
+    // Writes the font's objects; `number` is that of the font itself.
     void write(PdfFile& file, int number, bool whole) const;
 
 private:

@@ -12,12 +12,13 @@ namespace qbsvrl6 {
 
 struct PdfBookmark {
     std::u16string title;
-    int level = 0;   // from 0; one that skips a level belongs to the last one of a lower level
+    int level = 0;   // from 0; after a skipped level, a bookmark belongs to the last one of a lower level
     int page = 0;    // number of the page's object
     double top = 0;  // points above the page's lower edge
 };
 
-// Writes the tree, in the order of the document, and returns its root's number; 0 without bookmarks.
+// Writes the tree of bookmarks, given in document order, and returns the number of its root; 0 if there are
+// none.
 int writeOutline(PdfFile& file, const std::vector<PdfBookmark>& bookmarks);
 
 }  // namespace qbsvrl6

@@ -62,7 +62,7 @@ int PdfPictures::writeJpeg(const Picture& picture) {
     return number;
 }
 
-// The rows of a PNG are what PDF calls predictor 15, and already compressed.
+// The rows of a PNG are already compressed, in the form that PDF calls predictor 15.
 int PdfPictures::writePng(const Picture& picture) {
     if (const PngRows rows = extractPngRows(picture.bytes); rows.usable) {
         std::string space(deviceSpace(rows.channels));

@@ -1,4 +1,4 @@
-// Values as PDF writes them.
+// Values in the syntax of PDF.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_SYNTAX_H
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_SYNTAX_H
 
@@ -11,11 +11,12 @@
 
 namespace qbsvrl6 {
 
-// Content streams count in hundredths of a point, so that nearly all their numbers are short and whole.
+// The unit of content streams is a hundredth of a point, so that nearly all their numbers are short and
+// whole.
 inline constexpr double kUnitsPerPoint = 100;
 inline constexpr double kUnitsPerMicrometre = kUnitsPerPoint / kMicrometresPerPoint;
 
-// To the nearest unit; lengths beyond any page (a drawing may contain broken numbers) are 0.
+// Rounds to the nearest unit. Lengths beyond any page become 0: a drawing may contain invalid numbers.
 inline std::int64_t toUnits(double micrometres) {
     constexpr double kFarthest = 1e12;
     if (!(micrometres > -kFarthest && micrometres < kFarthest)) return 0;
@@ -23,13 +24,13 @@ inline std::int64_t toUnits(double micrometres) {
     return static_cast<std::int64_t>(units < 0 ? units - 0.5 : units + 0.5);
 }
 
-// A number with up to `decimals` digits after the point (at most 6), without zeros at its end.
+// A number with up to `decimals` digits after the point (at most 6), without trailing zeros.
 void appendNumber(ByteBuffer& out, double value, int decimals);
 
 // Points with two decimals, as in page dictionaries.
 void appendPoints(ByteBuffer& out, double micrometres);
 
-// "r g b rg" or "g g" with the operator's letter small for filling, capital for stroking.
+// "r g b rg" or "g g": the operator is in lower case for filling and in capitals for stroking.
 void appendFillColor(ByteBuffer& out, Color color);
 void appendStrokeColor(ByteBuffer& out, Color color);
 

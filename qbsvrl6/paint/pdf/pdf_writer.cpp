@@ -90,7 +90,7 @@ public:
     }
 
     void finish(PendingTexts& pending) override {
-        if (leaves_.empty()) {  // readers refuse a document without pages
+        if (leaves_.empty()) {  // readers reject a document without pages
             beginPage({1, PageSetup().paper, {}});
             endPage();
         }

@@ -19,7 +19,7 @@ constexpr int kSteps = 4;                     // positions inside a pixel
 constexpr double kLargestEm = 4000;           // pixels; no page shows more of a letter
 constexpr std::size_t kKeptBytes = 16 << 20;  // of masks, in one thread
 constexpr double kItalicSlant = 0.2126;
-constexpr double kBoldPart = 30;  // a synthetic bold is wider by this part of the em
+constexpr double kBoldPart = 30;  // a synthetic bold is wider by 1/30 em
 
 struct LibraryDeleter {
     void operator()(FT_Library library) const { FT_Done_FreeType(library); }
@@ -90,7 +90,7 @@ private:
         FT_Face face = open(*key.face);
         if (face == nullptr || FT_Set_Char_Size(face, key.size, key.size, 72, 72) != 0) return {};
         const bool unrotated = key.directionY == 0 && key.directionX > 0;
-        // Unrotated text gets its horizontal strokes on whole rows of pixels; widths stay as measured.
+        // In unrotated text, hinting moves horizontal strokes to whole rows of pixels; widths do not change.
         const FT_Int32 hints = unrotated && !key.italic ? FT_LOAD_TARGET_LIGHT : FT_LOAD_NO_HINTING;
         if (FT_Load_Glyph(face, key.glyph, FT_LOAD_NO_BITMAP | hints) != 0) return {};
         FT_GlyphSlot slot = face->glyph;

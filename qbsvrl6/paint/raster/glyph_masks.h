@@ -10,11 +10,11 @@
 namespace qbsvrl6 {
 
 struct GlyphMask {
-    int left = 0;  // of the mask's first column, from the pixel that the glyph's origin is in
-    int top = 0;   // of its first row, upwards
+    int left = 0;  // of the first column, relative to the pixel of the glyph's origin
+    int top = 0;   // of the first row, upwards from there
     int width = 0;
     int height = 0;
-    std::vector<std::uint8_t> coverage;  // width * height; 255 is all ink
+    std::vector<std::uint8_t> coverage;  // width * height; 255 is full ink
 };
 
 // How a glyph is drawn.
@@ -26,7 +26,7 @@ struct GlyphLook {
 };
 
 // `fractionX` and `fractionY` (0 to 1) are the origin's position in its pixel, rounded to quarters. The mask
-// is valid until the thread's next call. An unreadable glyph gives an empty one.
+// is valid until the thread's next call. The mask of an unreadable glyph is empty.
 const GlyphMask& glyphMask(const GlyphLook& look, std::uint32_t glyph, double fractionX, double fractionY);
 
 }  // namespace qbsvrl6

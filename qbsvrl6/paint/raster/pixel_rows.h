@@ -1,4 +1,4 @@
-// Rows of pixels as in files.
+// Rows of pixels as files store them.
 #ifndef QBSVR_QBSVRL6_PAINT_RASTER_PIXEL_ROWS_H
 #define QBSVR_QBSVRL6_PAINT_RASTER_PIXEL_ROWS_H
 

@@ -12,7 +12,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// libpng reports an error by a long jump: its functions are called by functions that own nothing.
+// libpng reports errors by a long jump, so only functions without owned objects call it.
 class PngEncoder : public ImageEncoder {
 public:
     PngEncoder(double resolution, std::string& output) : resolution_(resolution), output_(output) {
@@ -53,7 +53,7 @@ private:
                      PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         const auto dotsPerMetre = static_cast<png_uint_32>(std::lround(resolution_ / 0.0254));
         png_set_pHYs(png_, info_, dotsPerMetre, dotsPerMetre, PNG_RESOLUTION_METER);
-        // Pages are white with letters: filters don't make them smaller, and higher levels are slow.
+        // Pages are mostly white: filters don't make them smaller, and higher levels are slow.
         png_set_filter(png_, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
         png_set_compression_level(png_, 4);
         png_write_info(png_, info_);

@@ -22,11 +22,11 @@ struct RasterOptions {
 // Sinks whose `output` holds the whole file after finish(). They raise EngineError (LimitExceeded) beyond
 // limits::kImagePagePixels and limits::kImageRows.
 
-// A PNG holds one image. Unless all pages are to be in one, it is the first page's, and those of the other
-// pages are appended to `furtherPages`; if that is null, they are left out, with a line in the log.
+// A PNG holds one image. Unless it shows all pages, it shows the first, and the files of the other pages are
+// appended to `furtherPages`; if that is null, they are left out, with a line in the log.
 std::unique_ptr<PageSink> makePngWriter(const RasterOptions& options, std::string& output);
 
-// One image per page, or one of all.
+// One image per page, or a single image of all pages.
 std::unique_ptr<PageSink> makeTiffWriter(const RasterOptions& options, std::string& output);
 
 }  // namespace qbsvrl6

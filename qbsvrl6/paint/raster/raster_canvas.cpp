@@ -49,7 +49,8 @@ cairo_surface_t* toSurface(const Pixels& pixels) {
     return surface;
 }
 
-// Blends `color` over a pixel; 255 covers it. All parts are computed alike, so that grey stays grey.
+// Blends `color` over a pixel; a coverage of 255 replaces it. Red, green and blue are computed alike, so that
+// grey stays grey.
 std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t coverage) {
     const int a = static_cast<int>(coverage + (coverage >> 7));  // of 256
     const auto part = [&](int shift) {
@@ -140,7 +141,8 @@ void RasterCanvas::fillArea(Area area, Color color) {
 
 void RasterCanvas::fill(const Rect& rect, Color color) { fillArea(areaOf(rect), color); }
 
-// Horizontal and vertical lines are whole pixels, at least one, so that all lines of a table look the same.
+// Horizontal and vertical lines are whole pixels wide, at least one, so that all lines of a table look the
+// same.
 void RasterCanvas::strokeVertical(double at, double from, double to, double width, Color color) {
     const int pixels = std::max(static_cast<int>(std::lround(std::clamp(toPixels(width), 1.0, 1e6))), 1);
     const int left = snapped(at) - pixels / 2;
@@ -174,7 +176,7 @@ void RasterCanvas::line(Point from, Point to, const LineContent& line) {
         const double dashes[] = {toPixels(3 * kMicrometresPerPoint), toPixels(2 * kMicrometresPerPoint)};
         lib_.cairo_set_dash(cairo, dashes, 2, 0);
     }
-    // A horizontal or vertical line is whole pixels.
+    // A horizontal or vertical line is whole pixels wide.
     const auto place = [&](double at, bool along) {
         if (along) return toPixels(at);
         return std::round(toPixels(at) - width / 2) + std::round(width) / 2;

@@ -1,4 +1,4 @@
-// A page drawn into pixels: glyphs and rectangles here, paths and pictures by cairo.
+// Draws a page into pixels: glyphs and rectangles here, paths and pictures with cairo.
 #ifndef QBSVR_QBSVRL6_PAINT_RASTER_RASTER_CANVAS_H
 #define QBSVR_QBSVRL6_PAINT_RASTER_RASTER_CANVAS_H
 
@@ -59,14 +59,14 @@ public:
     void nextLayer() override {}
 
 private:
-    struct Area {  // of whole pixels; right and bottom are exclusive
+    struct Area {  // in whole pixels; right and bottom are exclusive
         int left = 0, top = 0, right = 0, bottom = 0;
     };
     struct ContextDeleter {
         void operator()(cairo_t* context) const { cairoLibrary().cairo_destroy(context); }
     };
 
-    // cairo must be notified of pixels that are written without it: both sides get access through these.
+    // cairo must be notified of pixels that are written without it, so both kinds of access go through these.
     cairo_t* cairo();
     std::uint32_t* ownRow(int y);
 

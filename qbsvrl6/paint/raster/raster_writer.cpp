@@ -88,7 +88,8 @@ public:
     }
 
 private:
-    // A page with pending texts, or whose image isn't begun yet; compressed, it is a hundredth as large.
+    // A page with pending texts, or one after such a page. Compressed, it takes about a hundredth of the
+    // memory.
     struct WaitingPage {
         int width = 0, height = 0;
         bool grey = false;
@@ -162,7 +163,7 @@ private:
     void encode() {
         if (pages_ == Pages::EachAFile && isFileBegun_) {
             encoder_->finish();
-            // The files before it are complete and may be moved.
+            // The earlier files are complete, so appending may move them.
             encoder_ = makePngEncoder(options_.resolution, options_.furtherPages->emplace_back());
         }
         isFileBegun_ = true;
