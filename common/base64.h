@@ -1,7 +1,7 @@
-// Base64, plain and inside image texts, and MyHex, the library's letter form of bytes.
+// Base64, plain and inside image texts, and MyHex, which encodes bytes as letters.
 //
-// Encoding writes one line of the standard alphabet, filled with "=". Decoding skips whatever isn't of the
-// alphabet, "=" and line breaks among it, and never fails on it. Blocks are read exactly.
+// Encoding writes a single line in the standard alphabet, padded with "=". Decoding skips all other
+// characters, "=" and line breaks included, and never fails because of them. No unit beyond a block is read.
 #ifndef QBSVR_COMMON_BASE64_H
 #define QBSVR_COMMON_BASE64_H
 
@@ -10,39 +10,40 @@
 
 namespace larkspur {
 
-// Upper bound for n bytes as Base64, with a reserve for a line end each 76 characters though none is written.
-// Negative counts read as 0; beyond INT_MAX the result stays there.
+// Upper bound of the length of n bytes as Base64. It allows for a line end per 76 characters, although none
+// is written. A negative count reads as 0; the result is at most INT_MAX.
 int Base64_EncodeLength(int n);
 
-// Upper bound for the bytes in n characters.
+// Upper bound of the number of bytes that n characters encode.
 int Base64_DecodeLength(int n);
 
 // A size below 1 gives empty text. Raises type 2 with the hint "Base64Encode" for null data.
 str Base64_Encode(const void* data, int size);
 
-// False for null text only. The text ends at its size, or at a zero byte directly after a group of
-// four characters or at the start; a zero byte elsewhere is skipped. A last group of 2 or 3 characters gives
-// 1 or 2 bytes. No bytes leave out empty.
+// False for null text only. The text ends at its size, or at a zero byte at the start or directly after a
+// group of four characters; a zero byte elsewhere is skipped. A last group of 2 or 3 characters gives 1 or 2
+// bytes. If there are no bytes, `out` is empty.
 bool Base64_Decode(const char* text, int size, ClkMemory& out);
 
 // Base64_Decode of the low bytes. A size below 1 means "up to the zero unit"; null text is empty.
 bool Base64_DecodeFromWideText(const lkchar* text, int size, ClkMemory& out);
 
-// A quick test, not proof: the last two units are letters, digits, "+", "/" or "=", and so are, without "=",
-// those before the last one up to the 64th. Short text that ends in "==" is refused, and less than two
-// units. Wide units are tested by their low bytes.
+// A quick test, not proof: the last two units are letters, digits, "+", "/" or "=", and those before the last
+// one, up to the 64th, are the same without "=". Rejects short text that ends in "==", and text of fewer than
+// two units. Tests only the low bytes of wide units.
 bool IsBase64TextCode(const char* text, int size);
 bool IsBase64TextCode(const lkchar* text, int size);
 
-// Where the Base64 of an image starts: at the text itself when it passes IsBase64TextCode, else after the
-// first "," in units 10 to 29 of a text that starts with "data:image", in any case. size shrinks to what is
-// left; it becomes 0 with the result null when there is none.
+// The start of the Base64 of an image: the text itself if it passes IsBase64TextCode; otherwise the unit
+// after the first "," in units 10 to 29 of a text that starts with "data:image", ignoring case. Sets `size`
+// to the length from there; if there is no Base64, returns null and sets `size` to 0.
 const lkchar* ConfirmImageBase64(const lkchar* text, int& size);
 
-// Each byte as two letters "C" to "R", high half first.
+// Each byte as two of the letters "C" to "R", high half first.
 str MyHexEncode(const char* text, int size);
 
-// Letters aren't validated: high part times 16 plus low part, modulo 256. An odd size gives empty text.
+// Letters aren't validated: a byte is the high part times 16 plus the low part, modulo 256. An odd size gives
+// empty text.
 str MyHexDecode(const char* text, int size);
 
 // Base64 as MyHex, and back.

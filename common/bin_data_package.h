@@ -1,4 +1,4 @@
-// A block of bytes that remembers the sizes of the pieces it was put together from.
+// A block of bytes that records the sizes of the packages that it consists of.
 #ifndef QBSVR_COMMON_BIN_DATA_PACKAGE_H
 #define QBSVR_COMMON_BIN_DATA_PACKAGE_H
 
@@ -10,9 +10,9 @@ namespace larkspur {
 
 class ClkBinDataPackage : private ClkMemory {
 public:
-    // Both take over a block of memalloc. DirectAttach raises ClkException of type 1 when n is not the sum of
-    // sizes, or sizes are given without a block; the package is empty then and the block stays the
-    // caller's.
+    // Both take ownership of a block from memalloc. DirectAttach raises ClkException of type 1 if n is not
+    // the sum of the sizes, or if sizes are given without a block; the object is then empty and the block
+    // still belongs to the caller.
     void Attach(void* block, int n);
     void DirectAttach(void* block, int n, const std::vector<int>& sizes);
 

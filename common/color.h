@@ -4,7 +4,7 @@
 
 namespace larkspur {
 
-// The grey of the same brightness. Almost white becomes white.
+// The grey value of the same brightness. Nearly white becomes white.
 unsigned int RGBColorToGray(unsigned int color);
 
 }  // namespace larkspur

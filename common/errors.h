@@ -10,8 +10,7 @@
 
 namespace larkspur {
 
-// Chooses the fixed text of an exception. Values outside the enumerators are legal and have the text of
-// std::exception.
+// Selects the fixed text of an exception. Other values are allowed and have the text of std::exception.
 enum LKExceptionType : int {
     LKExceptionNone = 0,
     LKExceptionArgument = 1,       // "function argument invalid"
@@ -33,8 +32,8 @@ public:
     explicit ClkException(LKExceptionType type, std::nullptr_t = nullptr);
     ~ClkException() override;
 
-    // "Occured <fixed text>, hint text: <hint in UTF-8>", the hint part only when there is one. The text is
-    // built again on each call and holds until the next call on this thread, for any exception.
+    // "Occured <fixed text>, hint text: <hint in UTF-8>"; the hint part only if there is a hint. The text is
+    // built on each call and is valid until the next call on this thread, for any exception.
     const char* what() const noexcept override;
 
     LKExceptionType Type() const { return m_Type; }

@@ -6,23 +6,23 @@
 
 namespace larkspur {
 
-// The text holds one of " & < >, for HTML also the space. Null text and a size below 1 hold none.
+// Whether the text contains one of " & < > or, for HTML, a space. False for null text or a size below 1.
 bool XmlHasSpecialChar(const lkchar* text, int size);
 bool HtmlHasSpecialChar(const lkchar* text, int size);
 
-// Replace those by &quot; &amp; &lt; &gt; and, for HTML, the space by &nbsp;. The apostrophe stays.
+// Replace these characters by &quot; &amp; &lt; &gt; and, for HTML, &nbsp;. The apostrophe is not replaced.
 lkstr XmlEncode(const lkchar* text, int size);
 lkstr HtmlEncode(const lkchar* text, int size);
 
-// Always false: every value is decoded the same way, whether it holds an "&" or not.
+// Always false: every value is decoded in the same way, with or without an "&".
 bool XML_ValueHasSpecialChar(const lkchar* text);
 
-// Decodes one entity, amp lt gt apos or quot, at the end of the text. An "&" with anything else after it, an
-// entity with text after it too, raises type 9 with the text from the "&" on as hint.
+// Decodes a single entity (amp, lt, gt, apos or quot) at the end of the text. An "&" followed by anything
+// else, including an entity followed by more text, raises type 9; the hint is the text from the "&" on.
 lkstr XML_DecodeValue(const lkchar* text);
 
-// Every unit is an ASCII letter or digit, - . _, unit 183 or above 192, and the first no digit, - or dot.
-// False for null, true for the empty name.
+// Whether every unit is an ASCII letter or digit, - . _, unit 183 or above 192, and the first is not a digit,
+// - or dot. False for null, true for the empty name.
 bool XmlCheckNodeName(const lkchar* name);
 
 }  // namespace larkspur

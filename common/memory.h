@@ -13,8 +13,8 @@ void* memalloc(int size);
 void* memrealloc(void* block, int size);  // size 0 on a live block frees it and raises
 void memfree(void* block);                // null does nothing
 
-// Where an address lies in a block of size bytes, or -1 for outside: growth may move a block that its own
-// growth reads.
+// The offset of an address in a block of `size` bytes, or -1 outside. For data that is appended to its own
+// block: growing may move it.
 std::ptrdiff_t OffsetInBlock(const void* block, int size, const void* address);
 
 class ClkNonCopyable {
@@ -24,7 +24,7 @@ public:
     ClkNonCopyable& operator=(const ClkNonCopyable&) = delete;
 };
 
-// Owns one block of bytes. Text in it counts its zero terminator in the size.
+// Owns a block of bytes. The size of text in it includes its zero terminator.
 class ClkMemory : public ClkNonCopyable {
 public:
     ClkMemory() = default;

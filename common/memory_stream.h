@@ -6,8 +6,8 @@
 
 namespace larkspur {
 
-// Counts, sizes and positions are bytes; a negative one reads as 0. Operations that return int, besides Read,
-// return 0 for success. Every growth may raise std::bad_alloc.
+// Counts, sizes and positions are in bytes; a negative one reads as 0. Operations that return int, except
+// Read, return 0 for success. All that grow the block may raise std::bad_alloc.
 class ClkMemoryStream : public ClkNonCopyable {
 public:
     ClkMemoryStream() = default;
@@ -23,12 +23,13 @@ public:
     int WriteC(unsigned char value);
     int AppendTrailData(unsigned char value, int count);  // count times the value, at the end
 
-    // For callers that have made room with Resize: never grow the block. A byte without room is dropped.
+    // For callers that have reserved space with Resize: these never grow the block. A byte without space is
+    // dropped.
     void AppendByte(unsigned char value) {
         if (m_Size < m_Capacity) m_Data[m_Size++] = value;
         m_Position = m_Size;
     }
-    void WriteByte(unsigned char value, int index) {  // anywhere in the capacity; size and position stay
+    void WriteByte(unsigned char value, int index) {  // anywhere in the capacity; keeps size and position
         if (index >= 0 && index < m_Capacity) m_Data[index] = value;
     }
 
@@ -36,14 +37,14 @@ public:
     // end grows the size; the bytes between are undefined.
     int Seek(int offset, int origin);
 
-    // Cuts size and position when they exceed it. 0 frees a live block and raises std::bad_alloc.
+    // Reduces size and position if they exceed the capacity. 0 frees a live block and raises std::bad_alloc.
     int Resize(int capacity);
     int ExpandBuffer(int n);  // grows by 50 KiB when empty, else by the capacity up to 1000 KiB or by 2 n
 
-    // Passes the block, cut to the size that n receives, to the caller, who frees it with memfree; the stream
-    // is empty then. Raises std::bad_alloc when a live block has size 0.
+    // Passes the block, cut to the size that n receives, to the caller, who frees it with memfree. The stream
+    // is then empty. Raises std::bad_alloc if a live block has size 0.
     void* Detach(int& n);
-    void AttachData(void* block, int n);  // takes over a block of memalloc; the position is its end
+    void AttachData(void* block, int n);  // owns a block from memalloc; the position is its end
 
     int Size() const { return m_Size; }
     int Capacity() const { return m_Capacity; }

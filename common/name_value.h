@@ -1,4 +1,4 @@
-// Settings as a text of name and value pairs, and tables of names and integers.
+// Settings as a text of name-value pairs, and tables of names and integers.
 #ifndef QBSVR_COMMON_NAME_VALUE_H
 #define QBSVR_COMMON_NAME_VALUE_H
 
@@ -8,7 +8,7 @@
 
 namespace larkspur {
 
-// Orders names case-blind.
+// Orders names, ignoring case.
 struct lkstricmper {
     bool operator()(const lkstr& a, const lkstr& b) const;
 };
@@ -23,27 +23,28 @@ struct CNameIntValuePair {
     int value;
 };
 
-// Slots that the caller prepares and owns: the functions here fill and read them, and add none.
+// Slots that the caller prepares and owns. The functions here fill and read them, but add none.
 using ClkNameValueSlots = std::map<lkstr, lkstr*, lkstricmper>;
 
-// Fills the slots from pieces "name=value" between ";", CR and LF. Unknown names and pieces without "=" are
-// skipped; the last value of a name wins.
+// Fills the slots from parts "name=value", separated by ";", CR and LF. Unknown names and parts without "="
+// are skipped; the last value of a name wins.
 void DecodeTextToNameValues(const lkchar* text, const ClkNameValueSlots& slots);
 
-// The slots that aren't empty, in order, each as name, "=", value, ";", CR, LF.
+// The non-empty slots, in order, each as name, "=", value, ";", CR, LF.
 lkstr BuildNameValuesText(const ClkNameValueSlots& slots);
 
-// Of several matches the last one wins. Without one the result is false and the out argument stays. Names
-// compare case-blind.
+// If there are several matches, the last one wins. Without a match, returns false and does not change the out
+// argument. Names are compared ignoring case.
 bool NameToIntValue(const lkchar* name, const CNameIntValuePair* table, int& value);
 bool IntValueToName(int value, const CNameIntValuePair* table, lkstr& name);
 
-// ASCII letters, digits, "_" and any unit from 256 up; a name doesn't start with a digit and isn't empty.
+// Names consist of ASCII letters, digits, "_" and any unit from 256 up. A name doesn't start with a digit and
+// isn't empty.
 bool IsNameChar(lkchar c);
 bool IsFirstNameChar(lkchar c);
 bool IsGoodNameText(const lkchar* text);
 
-// Puts a name that isn't good in square brackets.
+// Puts a name in square brackets unless IsGoodNameText accepts it.
 void EnsureNameText(lkstr& name);
 
 }  // namespace larkspur

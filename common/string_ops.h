@@ -1,9 +1,9 @@
-// Everyday operations on text: comparing, searching, numbers, trimming, replacing, splitting, hexadecimal
-// digits and a small type-safe printf.
+// Operations on text: comparing, searching, numbers, trimming, replacing, splitting, hexadecimal digits and a
+// small type-safe printf.
 //
-// A found position is a pointer into the searched text, null for not found. An 8-bit argument is compared
-// byte by byte, each sign-extended to 16 bits. Case-blind forms fold each unit with towlower, against 8-bit
-// text only A to Z.
+// A found position is a pointer into the searched text, or null. The bytes of an 8-bit argument are compared
+// sign-extended to 16 bits. Forms that ignore case fold each unit with towlower; against 8-bit text, they
+// fold only A to Z.
 #ifndef QBSVR_COMMON_STRING_OPS_H
 #define QBSVR_COMMON_STRING_OPS_H
 
@@ -14,13 +14,13 @@
 
 namespace larkspur {
 
-// Zero when equal, otherwise the first unit of p that differs minus that of q; a text that ends first goes on
-// with zero units. Never a prefix test.
+// Zero if equal; otherwise the first unit of p that differs minus that of q. A shorter text is compared as if
+// zero units followed it, so a prefix is not equal.
 int lkstr_cmp(const lkchar* p, const lkchar* q);
 int lkstr_cmp(const lkchar* p, const char* q);
 int lkstr_cmp(const lkstr& p, const lkstr& q);
 
-// As lkstr_cmp, case-blind. Against 8-bit text a difference inside both texts is 1 or -1.
+// Like lkstr_cmp, ignoring case. Against 8-bit text, a difference inside both texts is 1 or -1.
 int lkstr_icmp(const lkchar* p, const lkchar* q);
 int lkstr_icmp(const lkchar* p, const char* q);
 int lkstr_icmp(const lkstr& p, const lkstr& q);
@@ -34,19 +34,19 @@ int lkstr_nicmp(const lkchar* p, const char* q, int n);
 bool lkstr_eq(const lkstr& a, const lkstr& b);
 bool lkstr_ieq(const lkstr& a, const lkstr& b);
 
-// First occurrence of q. An empty p has none; an empty q is found at the start of any other p.
+// First occurrence of q. In an empty p, nothing is found; an empty q is found at the start of any other p.
 const lkchar* lkstr_sstr(const lkchar* p, const lkchar* q);
 const lkchar* lkstr_sstr(const lkchar* p, const char* q);
 
 // First unit equal to c. The zero unit is never found.
 const lkchar* lkstr_charat(const lkchar* p, lkchar c);
 
-// First occurrence of q in n units, or up to the zero unit with n below 1. With n of 1 or more an occurrence
+// First occurrence of q in n units, or up to the zero unit if n is below 1. If n is 1 or more, an occurrence
 // that ends exactly at unit n is not found. A null argument gives null.
 const lkchar* StringFind(const lkchar* p, int n, const lkchar* q);
 const lkchar* StringFindI(const lkchar* p, int n, const lkchar* q);
 
-// Last occurrence of q that lies whole in [begin, end). A null argument gives null.
+// Last occurrence of q that is completely in [begin, end). A null argument gives null.
 const lkchar* StringReverseFind(const lkchar* begin, const lkchar* end, const lkchar* q);
 const lkchar* StringReverseFindI(const lkchar* begin, const lkchar* end, const lkchar* q);
 
@@ -62,7 +62,7 @@ lkstr lkstr_fromf(double value);  // "%f": six decimals, with a "." in every loc
 str i2str(int value);
 wstr i2wstr(int value);
 
-// Trim spaces (unit 32, nothing else) in place. StrTrimLeft leaves a text of nothing but spaces alone;
+// Trim spaces (only unit 32) in place. StrTrimLeft does not change a text that consists of spaces alone;
 // StrTrimRight and StringTrim, which trims left, then right, make it empty.
 void StrTrimLeft(lkstr& text);
 void StrTrimLeft(str& text);
@@ -71,28 +71,30 @@ void StrTrimRight(str& text);
 void StringTrim(lkstr& text);
 void StringTrim(str& text);
 
-// Replaces every occurrence of oldText. Either text null does nothing; an empty oldText puts newText in front
-// of each unit. Raises std::length_error("basic_string::append"), text untouched, when two occurrences
-// overlap.
+// Replaces every occurrence of oldText. Does nothing if either text is null; an empty oldText inserts newText
+// before each unit. If two occurrences overlap, raises std::length_error("basic_string::append") and leaves
+// the text unchanged.
 void StringReplace(lkstr& text, const lkchar* oldText, const lkchar* newText);
 
-// Appends the pieces of text between separators (any unit of a set, or one unit) to out. Separators at the
-// start of the text are skipped; a separator at the start of a later piece belongs to that piece: "a,,b"
-// gives "a" and ",b". No piece is empty. Null text does nothing.
+// Appends the parts of the text between separators (any unit of a set, or one unit) to `out`. Separators at
+// the start of the text are skipped; a separator at the start of a later part belongs to that part: "a,,b"
+// gives "a" and ",b". No part is empty. Null text does nothing.
 void SplitText(const lkchar* text, const lkchar* separators, std::vector<lkstr>& out);
 void SplitText(const char* text, const char* separators, std::vector<str>& out);
 void SplitText(const lkchar* text, lkchar separator, std::vector<lkstr>& out);
 void SplitText(const char* text, char separator, std::vector<str>& out);
 
-// Appends the lines of text to out. CR, LF and CR LF end a line; what follows the last line end is a line
-// only if it isn't empty.
+// Appends the lines of the text to `out`. CR, LF and CR LF end a line. The text after the last line end is a
+// line only if it isn't empty.
 void SplitTextLine(const lkchar* text, std::vector<lkstr>& out);
 
-// Splits "name=value" and trims both. False, with both untouched, for a text without "=". Of several "=" the
-// last one divides, the name going back to the one before it; a "=" directly after another is no divider.
+// Splits "name=value" and trims both. Returns false and changes neither if the text has no "=". If there are
+// several "=", the last one divides, and the name starts after the one before it; a "=" directly after
+// another does not divide.
 bool SplitNameValueText(const lkchar* text, lkstr& name, lkstr& value);
 
-// Splits at the first separator and trims both parts; without one, first takes all and second becomes empty.
+// Splits at the first separator and trims both parts. Without a separator, `first` is the whole text and
+// `second` is empty.
 void SplitTextToTwo(const lkchar* text, lkchar separator, lkstr& first, lkstr& second);
 
 // Hexadecimal digits, upper case. HexCharToByte maps a lower-case digit to a meaningless value.
@@ -102,8 +104,8 @@ void ByteToHex(unsigned char value, lkchar* buffer);             // writes buffe
 void WordToHex(unsigned short value, lkchar* buffer);            // four digits and a zero unit
 void DWordToHex(unsigned int value, int count, lkchar* buffer);  // the low count bytes, no zero unit
 
-// One argument of StringFormat: an integer, a floating-point number, or zero-ended text that the caller keeps
-// alive during the call.
+// One argument of StringFormat: an integer, a floating-point number, or zero-ended text that is valid during
+// the call.
 class StringFormatArgument {
 public:
     enum class Kind { kInteger, kFloat, kText };
@@ -133,7 +135,7 @@ lkstr StringFormatList(const lkchar* format, const StringFormatArgument* argumen
 // Formats its arguments: "%s" zero-ended lkchar text, "%d" integer, "%f" number with six decimals, "%.Nd"
 // FormatIntegerFixed, "%.Nf" FormatNumberFixed, "%.Nx" FormatIntegerHexFixed, each with N. The first of two
 // "%" is plain text and the second starts a form. Any other form replaces the output so far by "StringFormat
-// '<format>' failed " and takes no argument. A missing argument reads as 0 or empty text, one of another kind
+// '<format>' failed " and uses no argument. A missing argument reads as 0 or empty text; one of another type
 // is converted.
 template <typename... Arguments>
 lkstr StringFormat(const char* format, const Arguments&... arguments) {

@@ -1,4 +1,4 @@
-// The text kinds of the library and the plain conversions between them.
+// The text types of the library and the plain conversions between them.
 //
 // Conversions here move units, not characters: widening a byte sign-extends it (0xE4 becomes 0xFFE4),
 // narrowing keeps the low bits. Character-set conversion is in unicode.h.
@@ -35,8 +35,8 @@ str wstr_toascii(const wchar_t* text);
 // Exactly count units, zero units included.
 str lkstr_toascii(const lkchar* text, int count);
 
-// Conversions of a counted block, zero units included. The forms with an out argument take a count below 1 as
-// empty; the forms that return their result take it as "up to the zero unit".
+// Conversions of a counted block, zero units included. A count below 1 means an empty block in the forms with
+// an out argument, and "up to the zero unit" in the forms that return their result.
 void AsciiStr2LKStr(const char* text, int n, lkstr& out);
 lkstr AsciiStr2LKStr(const char* text, int n);
 void LKStr2AsciiStr(const lkchar* text, int n, str& out);
@@ -55,17 +55,17 @@ void lkstr_append(lkstr& to, const char* text, int n);     // exactly n bytes; n
 void lkstr_append(lkstr& to, const wchar_t* text, int n);  // exactly n units; n below 1 does nothing
 void lkstr_assign(lkstr& to, const char* text);
 
-// Copies into a buffer that has room for the text and the zero unit that is written after it.
+// Copies into a buffer that has space for the text and a terminating zero unit.
 void lkstr_cpy(lkchar* to, const char* text);
 void lkstr_cpy(lkchar* to, const lkchar* text);
 void lkstr_cpy(lkchar* to, const lkstr& text);  // all of its units, zero units included
 void lkstr_ncpy(lkchar* to, const lkchar* text, int n);
 
-// Units before the first zero unit.
+// The number of units before the first zero unit.
 int lkstr_len(const lkchar* text);
 
-// Compares the text up to the first zero unit with ASCII text. A byte of 0x80 or more counts as negative and
-// so equals no unit: the comparison is meant for ASCII literals.
+// Compares the text up to the first zero unit with an ASCII literal. A byte of 0x80 or more is negative and
+// so equals no unit.
 bool operator==(const lkstr& left, const char* right);
 bool operator!=(const lkstr& left, const char* right);
 
@@ -74,8 +74,8 @@ lkstr& operator+=(lkstr& left, const char* right);
 lkstr operator+(lkstr& left, const wchar_t* right);
 lkstr& operator+=(lkstr& left, const wchar_t* right);
 
-// The UTF-8 that the standard output functions are given. Pointers, and wide text of either form, end at the
-// first zero unit; an lkstr goes whole. Wide units are cut to 16 bits first.
+// The text as UTF-8, for standard output. Pointers and wide text of either form end at the first zero unit;
+// an lkstr is converted completely. Wide units are first cut to 16 bits.
 str UnicodeTextToPrintf(const lkchar* text);
 str UnicodeTextToPrintf(const lkstr& text);
 str UnicodeTextToPrintf(const wchar_t* text);

@@ -1,5 +1,6 @@
-// UTF-8 and 16-bit text, unit by unit: a surrogate is three bytes like any other unit above 0x7FF, and
-// four-byte sequences don't exist. Bad UTF-8 gives empty text, never part of it and never an error.
+// Converts between UTF-8 and 16-bit text, unit by unit: a surrogate is three bytes like any other unit above
+// 0x7FF, and there are no four-byte sequences. Invalid UTF-8 gives empty text, never a part of the text and
+// never an error.
 #ifndef QBSVR_COMMON_UNICODE_H
 #define QBSVR_COMMON_UNICODE_H
 
@@ -8,29 +9,30 @@
 
 namespace larkspur {
 
-// Writes 1 to 3 bytes and returns how many. The buffer has room for 3; size is not looked at.
+// Writes 1 to 3 bytes and returns their number. The buffer must have space for 3; `size` is ignored.
 int UnicodeCharToUtf8(lkchar unit, char* to, int size);
 
-// Decodes one unit of zero-ended text. Returns the bytes used, 1 to 3, or 0 with out set to 0 for a bad
-// sequence. The second byte of a two-byte sequence is not examined, and overlong forms are accepted.
+// Decodes one unit of zero-ended text. Returns the number of bytes read, 1 to 3; for an invalid sequence,
+// returns 0 and sets `out` to 0. The second byte of a two-byte sequence is not examined, and overlong forms
+// are accepted.
 int Utf8ToUnicodeChar(const char* text, lkchar& out);
 
-// The test that distinguishes text files. True as soon as a sequence is cut off by the end of the block,
-// since a block may be part of a longer text.
+// The test that detects the encoding of text files. A sequence that is cut off by the end of the block is
+// valid, since the block may be part of a longer text.
 bool DetectIsUTF8(const void* data, int n);
 
-// A coarse test that takes every sequence for two bytes: text with a whole three-byte sequence is refused.
+// A coarse test that treats every sequence as two bytes: it rejects text with a complete three-byte sequence.
 // Use DetectIsUTF8 for real input.
 bool IsValidUtf8Str(const char* text, int n);
 
-// Exactly n bytes, zero bytes included; n below 1 or null text gives empty text. A last sequence that would
-// run over the end is bad input. The memory block ends in a zero unit, which its size counts.
+// Exactly n bytes, zero bytes included; n below 1 or null text gives empty text. A sequence that is cut off
+// by the end is invalid. The memory block ends in a zero unit, which its size includes.
 void Utf8ToUnicode(const char* text, int n, ClkMemory& out);
 void Utf8ToUnicode(const char* text, int n, lkstr& out);
 lkstr Utf8ToUnicode(const char* text, int n);
 
 // Exactly n units, zero units included; n below 1 or null text gives empty text. The memory block ends in a
-// zero byte, which its size counts.
+// zero byte, which its size includes.
 void UnicodeToUtf8(const lkchar* text, int n, ClkMemory& out);
 void UnicodeToUtf8(const lkchar* text, int n, str& out);
 str UnicodeToUtf8(const lkchar* text, int n);
