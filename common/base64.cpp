@@ -18,7 +18,7 @@ using Byte = unsigned char;
 
 constexpr char s_chBase64EncodingTable[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// Two characters for each twelve bits: a group of three bytes takes two steps.
+// Two characters for each value of twelve bits: a group of three bytes takes two steps.
 using CharPair = std::array<char, 2>;
 constexpr auto kEncodePairs = [] {
     std::array<CharPair, 4096> table{};
@@ -57,7 +57,7 @@ void EncodeGroup(const Byte* data, char* out) {
     std::memcpy(out + 2, &kEncodePairs[bits & 0xFFF], 2);
 }
 
-// Writes the eight characters of six bytes, and reads eight: one load where the compiler sees it as such.
+// Writes the eight characters of six bytes. Reads eight bytes, so that the compiler can use a single load.
 void EncodeTwoGroups(const Byte* data, char* out) {
     std::uint64_t bits = 0;
     for (int i = 0; i < 8; ++i) bits |= std::uint64_t{data[i]} << (56 - 8 * i);
@@ -72,7 +72,7 @@ void EncodeGroups(const Byte* data, std::size_t groups, char* out) {
     for (; groups > 0; --groups, data += 3, out += 4) EncodeGroup(data, out);
 }
 
-// Decodes whole groups with nothing between them, and stops before the first that isn't one.
+// Decodes whole groups with nothing between them, and stops before the first other one.
 void DecodeCleanGroups(const Byte*& p, const Byte* end, Byte*& out) {
     while (end - p >= 4) {
         const std::uint32_t bits =
@@ -86,7 +86,7 @@ void DecodeCleanGroups(const Byte*& p, const Byte* end, Byte*& out) {
     }
 }
 
-// Decodes one group, skipping what is between its characters. False when the text ended in it.
+// Decodes one group, skipping other characters. Returns false if the text ends within it.
 bool DecodeGroup(const Byte*& p, const Byte* end, Byte*& out) {
     unsigned bits = 0;
     int count = 0;
@@ -132,7 +132,7 @@ str Base64_Encode(const void* data, int size) {
     const int tail = size % 3;
     text.reserve((groups + 1) * 4);
 
-    // By blocks, since a string can't be grown without being filled first.
+    // In blocks, since a string can't grow without being filled first.
     char block[kBlockGroups * 4];
     while (groups > 0) {
         const std::size_t count = std::min(groups, kBlockGroups);

@@ -4,7 +4,7 @@
 
 namespace larkspur {
 
-// One buffer per thread, so that two threads that fail at once don't race.
+// One buffer per thread, so that two threads that fail at the same time don't race.
 thread_local str ClkException::m_s_v_WhatText;
 std::mutex ClkAutoMutex::m_s_metux;
 

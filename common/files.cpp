@@ -35,7 +35,7 @@ void WriteStream(const lkchar* path, const void* data, int n, ClkFile::OpenMode 
     ClkFile file;
     file.Open(path, mode);
     if (!file.IsOpen()) throw ClkException(LKExceptionFileOpenWrite, path);
-    // A full disk may show only when the stream's buffer is flushed.
+    // A full disk may be detected only when the stream's buffer is flushed.
     if (file.Write(data, n) != std::max(n, 0) || !file.Flush())
         throw ClkException(LKExceptionFileWrite, path);
 }

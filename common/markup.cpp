@@ -76,7 +76,7 @@ lkstr XML_DecodeValue(const lkchar* text) {
     const lkchar* amp = lkstr_charat(text, u'&');
     if (amp == nullptr) return text;
     decoded.assign(text, amp);
-    // The rest is compared whole: an entity is one only where it ends the text.
+    // Compares the whole rest: an entity counts only at the end of the text.
     for (const auto& [entity, unit] : kEntities) {
         if (lkstr_cmp(amp + 1, entity) == 0) return decoded + unit;
     }

@@ -69,8 +69,8 @@ void lk_makepath(lkchar* to, const lkchar* drive, const lkchar* dir, const lkcha
         if (!driveText.empty() && dirText.front() != u'/') *to++ = u'/';
         append(dirText);
         if (dirText.back() != u'/') {
-            // The text ends at this "/": what follows is after the zero unit. Callers that want a
-            // name in it pass a directory that ends in "/".
+            // The text ends at this "/": the name comes after the zero unit. To include the name, callers
+            // pass a directory that ends in "/".
             *to++ = u'/';
             *to++ = 0;
         }
@@ -113,14 +113,14 @@ int GetFileSize(const lkchar* path) {
 lkstr GetCurrentWorkPath() {
     char path[4096];
     const auto length = static_cast<unsigned int>(readlink("/proc/self/cwd", path, sizeof path));
-    // A failure is -1 and so a length above every other.
+    // A failure is -1, which exceeds every length.
     if (length > sizeof path - 1) throw std::logic_error("basic_string::_M_construct null not valid");
     return Utf8ToUnicode(path, static_cast<int>(length));
 }
 
 bool CreateLocalDir(const lkchar* path) {
     if (path == nullptr) return false;
-    // Looking again after a failure: another thread may have made the directory in between.
+    // Checks again after a failure: another thread may have created the directory meanwhile.
     return IsFileExist(path) || mkdir(UnicodeTextToPrintf(path).c_str(), 0775) == 0 || IsFileExist(path);
 }
 

@@ -2,8 +2,8 @@
 //
 //     form = "%" ( "s" | "d" | "f" | "." digit* ( "d" | "f" | "x" ) )
 //
-// Everything else is plain text, and so is a "%" that another "%" follows. A bad form ends after its first
-// unit that doesn't fit, or at the end of the text.
+// Everything else is plain text, as is a "%" before another "%". An invalid form ends after the first unit
+// that doesn't match, or at the end of the text.
 #include <climits>
 #include <string_view>
 
@@ -31,8 +31,8 @@ private:
     const StringFormatArgument* m_End;
 };
 
-// Appends the argument by the form at p, after its "%", and moves p past the form. False for a bad
-// form.
+// Appends the argument according to the form at p, which is after the "%", and moves p past the form. Returns
+// false for an invalid form.
 template <typename Char>
 bool AppendForm(lkstr& out, const Char*& p, ArgumentReader& arguments) {
     const auto take = [&p] { return *p == 0 ? Char(0) : *p++; };
@@ -92,7 +92,7 @@ int StringFormatArgument::AsInteger() const {
         case Kind::kInteger:
             return static_cast<int>(m_Integer);
         case Kind::kFloat:
-            // Out of int's range, not-a-number included, there is nothing to convert to.
+            // Values out of the range of int, not-a-number included, become 0.
             return m_Float > INT_MIN - 1.0 && m_Float < INT_MAX + 1.0 ? static_cast<int>(m_Float) : 0;
         default:
             return 0;

@@ -17,7 +17,7 @@ using View = std::u16string_view;
 
 View ViewOf(const lkchar* text) { return text == nullptr ? View() : View(text); }
 
-// How units compare: as they are, folded as wide characters, or, against 8-bit text, folded in A to Z only.
+// Units are compared unchanged, folded as wide characters, or, against 8-bit text, with only A to Z folded.
 int Plain(lkchar unit) { return unit; }
 int FoldWide(lkchar unit) { return static_cast<int>(std::towlower(unit)); }
 int FoldAscii(lkchar unit) { return unit >= u'A' && unit <= u'Z' ? unit + ('a' - 'A') : unit; }
@@ -32,7 +32,7 @@ int Difference(lkchar p, lkchar q) {
     return p == q ? 0 : fold(p) - fold(q);
 }
 
-// The difference of zero-ended texts. At the end of either, what the other has there is compared with zero.
+// The difference of zero-ended texts. The end of the shorter text compares as zero.
 template <Fold fold, typename Char>
 int CompareText(const lkchar* p, const Char* q) {
     static constexpr Char kEmpty[1] = {};
@@ -44,7 +44,7 @@ int CompareText(const lkchar* p, const Char* q) {
     }
 }
 
-// The same over whole strings, zero units inside included.
+// The same for whole strings, including zero units in them.
 template <Fold fold>
 int CompareStrings(const lkstr& p, const lkstr& q) {
     for (std::size_t i = 0; i < std::max(p.size(), q.size()); ++i) {
@@ -69,7 +69,7 @@ bool StartsWith(const lkchar* text, View q) {
     return CompareCounted<fold>(text, q.data(), static_cast<int>(q.size())) == 0;
 }
 
-// Tries the starts from first on; last is the first one that isn't tried.
+// Tries the positions in [first, last).
 template <Fold fold>
 const lkchar* FindForward(const lkchar* first, const lkchar* last, View q) {
     for (; first < last; ++first) {
@@ -83,7 +83,7 @@ const lkchar* FindCounted(const lkchar* p, int n, const lkchar* q) {
     if (p == nullptr || q == nullptr) return nullptr;
     const View wanted(q);
     const std::ptrdiff_t length = static_cast<std::ptrdiff_t>(wanted.size());
-    // With a count the start whose occurrence would end exactly at n isn't tried.
+    // With a count, an occurrence that would end exactly at n isn't tried.
     const std::ptrdiff_t starts =
         n < 1 ? static_cast<std::ptrdiff_t>(View(p).size()) - std::max<std::ptrdiff_t>(length - 1, 0)
               : n - length;
@@ -118,13 +118,13 @@ void TrimRight(Text& text) {
     text.erase(text.find_last_not_of(typename Text::value_type(' ')) + 1);
 }
 
-// The pieces of text between units that isSeparator picks out.
+// The parts of the text between units for which isSeparator is true.
 template <typename Char, typename IsSeparator>
 void SplitPieces(const Char* text, IsSeparator isSeparator, std::vector<std::basic_string<Char>>& out) {
     if (text == nullptr) return;
     while (*text != 0 && isSeparator(*text)) ++text;
     while (*text != 0) {
-        // The first unit of a piece is never looked at: a separator there stays in the piece.
+        // The first unit of a part is not examined: a separator there belongs to the part.
         const Char* end = text + 1;
         while (*end != 0 && !isSeparator(*end)) ++end;
         out.emplace_back(text, end);
@@ -256,8 +256,8 @@ void StringReplace(lkstr& text, const lkchar* oldText, const lkchar* newText) {
     if (hit == View::npos) return;
     lkstr result;
     std::size_t rest = 0;
-    // The search goes on one unit after each hit, so it sees hits that overlap the one before; the stretch
-    // between them has no length then.
+    // The search continues one unit after each match and so finds overlapping matches, for which the length
+    // between them is negative.
     for (; hit < text.size(); hit = text.find(wanted, hit + 1)) {
         if (hit < rest) throw std::length_error("basic_string::append");
         result.append(text, rest, hit - rest).append(replacement);
@@ -296,7 +296,7 @@ bool SplitNameValueText(const lkchar* text, lkstr& name, lkstr& value) {
     if (divider == View::npos) return false;
     View nameStretch;
     std::size_t start = 0;
-    // The unit after a divider is stepped over unseen: a second "=" there belongs to what follows.
+    // The unit after a divider is not examined: a second "=" there belongs to the text after it.
     for (; divider != View::npos; divider = whole.find(u'=', divider + 2)) {
         nameStretch = whole.substr(start, divider - start);
         start = divider + 1;

@@ -22,7 +22,7 @@ std::size_t CountOf(const Char* text, int n) {
     return text == nullptr || n < 1 ? 0 : static_cast<std::size_t>(n);
 }
 
-// The reading of a count by the functions that return their result: below 1 it means "up to the zero unit".
+// The count in functions that return their result: below 1, it means "up to the zero unit".
 template <typename Char>
 std::size_t CountOrLength(const Char* text, int n) {
     return n < 1 ? LengthOf(text) : CountOf(text, n);
@@ -88,7 +88,7 @@ int lkstr_len(const lkchar* text) { return static_cast<int>(std::min<std::size_t
 
 bool operator==(const lkstr& left, const char* right) {
     const std::size_t length = LengthOf(left.c_str());
-    // Sign-extended to an int a byte of 0x80 or more is negative, which no unit is.
+    // A byte of 0x80 or more, sign-extended to an int, is negative and so equals no unit.
     return length == LengthOf(right) && std::equal(left.data(), left.data() + length, Units(right),
                                                    [](int unit, int byte) { return unit == byte; });
 }

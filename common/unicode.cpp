@@ -21,7 +21,7 @@ using Byte = unsigned char;
 
 bool IsContinuation(Byte byte) { return (byte & 0xC0) == 0x80; }
 
-// The sequence lengths that the decoder knows; 0 for continuation bytes and everything from 0xF0 up.
+// The length of the sequence with this lead byte; 0 for continuation bytes and everything from 0xF0 up.
 std::size_t SequenceLength(Byte lead) {
     if (lead < 0x80) return 1;
     if (lead < 0xC0) return 0;
@@ -29,9 +29,9 @@ std::size_t SequenceLength(Byte lead) {
     return lead < 0xF0 ? 3 : 0;
 }
 
-// ---- Runs of ASCII. The copies may write beyond what they answer, up to the n that they are given.
+// ---- Runs of ASCII. The copies may write more than the count that they return, up to n.
 
-// Bytes below 0x80 at the start of a block.
+// The number of bytes below 0x80 at the start of a block.
 std::size_t AsciiLength(const Byte* from, std::size_t n) {
     std::size_t i = 0;
 #ifdef __SSE2__
@@ -61,7 +61,7 @@ std::size_t WidenAscii(const Byte* from, std::size_t n, lkchar* to) {
         widen(bytes, i);
         const int high = _mm_movemask_epi8(bytes);
         if (high != 0) return i + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned int>(high)));
-        // After a block without a break a long run is likely.
+        // After 16 such bytes, a long run is likely.
         for (i += 16; i + 64 <= n; i += 64) {
             const __m128i blocks[4] = {load(i), load(i + 16), load(i + 32), load(i + 48)};
             const __m128i any =
@@ -105,7 +105,7 @@ bool LoadsTwoSequences(const Byte* from, std::uint64_t& word) {
     return (word & (0xC0C0F0 * kBothLanes)) == 0x8080E0 * kBothLanes;
 }
 
-// Bytes of whole pairs of three-byte sequences at the start of a block.
+// The number of bytes in whole pairs of three-byte sequences at the start of a block.
 std::size_t ThreeByteLength(const Byte* from, std::size_t n) {
     std::size_t i = 0;
     if constexpr (kLittleEndian) {
@@ -131,8 +131,8 @@ std::size_t DecodeThreeByteRun(const Byte* from, std::size_t n, lkchar* to) {
     return i;
 }
 
-// Encodes pairs of units from 0x800 up, three bytes each, and returns the units used. Leaves the last three
-// units of a block alone, so that a store of eight bytes stays inside three bytes per unit.
+// Encodes pairs of units from 0x800 up, three bytes each, and returns the units used. Skips the last three
+// units of a block, so that stores of eight bytes stay within three bytes per unit.
 std::size_t EncodeThreeByteRun(const lkchar* from, std::size_t n, Byte* to) {
     std::size_t i = 0;
     if constexpr (kLittleEndian) {
@@ -153,9 +153,9 @@ std::size_t EncodeThreeByteRun(const lkchar* from, std::size_t n, Byte* to) {
 
 // ---- Single units
 
-// Decodes the sequence at the start of n bytes (n of 1 or more) and returns its length, or 0 when it is bad
-// or runs over the end. The second byte of a two-byte sequence is not examined, and no form is too long: what
-// the encoder writes for a lone surrogate comes back.
+// Decodes the sequence at the start of n bytes (at least 1) and returns its length, or 0 if it is invalid or
+// cut off. The second byte of a two-byte sequence is not examined, and overlong forms are accepted. Lone
+// surrogates survive a round trip.
 std::size_t DecodeUnit(const Byte* from, std::size_t n, lkchar& out) {
     out = 0;
     const std::size_t length = SequenceLength(from[0]);
@@ -195,8 +195,8 @@ std::size_t EncodeUnit(lkchar unit, Byte* to) {
 
 // ---- Blocks
 
-// Decodes the sequences that start before limit; the last one may reach up to end. Moves from and to past
-// what was read and written, and returns false at a bad sequence. There is room for one unit per byte.
+// Decodes the sequences that start before `limit`; the last one may extend to `end`. Advances `from` and
+// `to`, and returns false at an invalid sequence. The output has space for one unit per byte.
 bool DecodeBlock(const Byte*& from, const Byte* limit, const Byte* end, lkchar*& to) {
     while (from < limit) {
         const auto left = static_cast<std::size_t>(limit - from);
@@ -220,7 +220,7 @@ bool DecodeBlock(const Byte*& from, const Byte* limit, const Byte* end, lkchar*&
     return true;
 }
 
-// Encodes n units and returns the end of the bytes. There is room for three bytes per unit.
+// Encodes n units and returns the end of the bytes. The output has space for three bytes per unit.
 Byte* EncodeBlock(const lkchar* from, std::size_t n, Byte* to) {
     const lkchar* const end = from + n;
     while (from < end) {
@@ -242,20 +242,20 @@ Byte* EncodeBlock(const lkchar* from, std::size_t n, Byte* to) {
     return to;
 }
 
-// ---- Whole texts: a chunk at a time, into room that is made by what the chunks before took
+// ---- Whole texts: chunk by chunk, with output space estimated from the earlier chunks
 
 constexpr std::size_t kChunk = 4096;
 
-// What n units of input take if they go on like the first ones, which took size.
+// The estimated output size of n input units, of which the first `done` took `size`.
 std::size_t EstimateSize(std::size_t size, std::size_t done, std::size_t n) {
     const double each = done == 0 ? 0 : static_cast<double>(size) / static_cast<double>(done);
     return size + static_cast<std::size_t>(each * static_cast<double>(n - done));
 }
 
-// The converters ask for room for a chunk, with an estimate of the whole, and then tell how much of it they
+// The converters request space for a chunk, with an estimate of the whole, and then commit the part that they
 // used.
 
-// Into a memory block, ended by a zero unit.
+// Writes into a memory block that ends in a zero unit.
 template <typename Unit>
 class MemoryOutput {
 public:
@@ -288,8 +288,8 @@ private:
     std::size_t m_Size = 0;
 };
 
-// Into a string. It can't grow without being filled, so a chunk passes through a buffer that stays in the
-// nearest cache.
+// Writes into a string. A string can't grow without being filled, so chunks pass through a buffer that stays
+// in the first-level cache.
 template <typename Text, std::size_t room>
 class StringOutput {
 public:
@@ -349,7 +349,7 @@ int UnicodeCharToUtf8(lkchar unit, char* to, int) {
 
 int Utf8ToUnicodeChar(const char* text, lkchar& out) {
     if (text == nullptr) text = gc_char_empty;
-    // A sequence that the zero byte cuts short ends there: no byte after one that doesn't fit is read.
+    // The zero byte ends a truncated sequence: no byte after an invalid one is read.
     return static_cast<int>(DecodeUnit(reinterpret_cast<const Byte*>(text), 3, out));
 }
 
@@ -372,7 +372,7 @@ bool DetectIsUTF8(const void* data, int n) {
 }
 
 bool IsValidUtf8Str(const char* text, int n) {
-    // Some leads narrow the second byte down; after the others it is not examined.
+    // Some lead bytes restrict the second byte; after the others, it is not examined.
     const auto isPair = [](Byte lead, Byte second) {
         switch (lead) {
             case 0xE0:

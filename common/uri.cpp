@@ -10,7 +10,7 @@ namespace {
 constexpr bool IsHighSurrogate(lkchar c) { return c >= 0xD800 && c <= 0xDBFF; }
 constexpr bool IsLowSurrogate(lkchar c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
-// A further octet of a UTF-8 sequence: six bits from the given one up.
+// A continuation octet of a UTF-8 sequence: six bits of the code from bit `shift` up.
 constexpr unsigned char Further(unsigned int code, int shift) {
     return static_cast<unsigned char>(0x80 | (code >> shift & 0x3F));
 }

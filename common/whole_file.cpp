@@ -28,7 +28,7 @@ public:
 
     bool IsOpen() const { return m_Number >= 0; }
     int Number() const { return m_Number; }
-    // False where the system reports only now that a write was lost.
+    // Returns false if the system reports only now that a write was lost.
     bool Close() { return m_Number < 0 || ::close(std::exchange(m_Number, -1)) == 0; }
 
 private:
@@ -52,7 +52,7 @@ str DirectoryOf(const str& path) {
     return slash == str::npos ? "./" : path.substr(0, slash + 1);
 }
 
-// A new file in the directory of the one that it is going to be.
+// A new file in the directory of the file that it will replace.
 class Draft {
 public:
     explicit Draft(const str& target) : m_Target(target), m_Directory(DirectoryOf(target)) {}
@@ -64,7 +64,8 @@ public:
 
     int Number() const { return m_File.Number(); }
 
-    // Without a name. False where the system has no such files, or no way to name them later.
+    // Opens a file without a name. Returns false if the system does not support such files, or can't name
+    // them later.
     bool OpenUnnamed() {
         m_File = Descriptor(::open(m_Directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
         return m_File.IsOpen() && ::access(Link().c_str(), F_OK) == 0;
@@ -76,7 +77,7 @@ public:
         });
     }
 
-    // Moves it to its target; `replaces` where one is known to be there.
+    // Moves it to its target. `replaces` means that the target is known to exist.
     bool Place(bool replaces) {
         const auto link = [this](const str& name) {
             return ::linkat(AT_FDCWD, Link().c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
@@ -96,7 +97,7 @@ private:
     template <class Make>
     bool MakeName(Make make) {
         static std::atomic<unsigned> counter{0};
-        constexpr int kTries = 1000;  // names that killed processes of the same number may have left
+        constexpr int kTries = 1000;  // killed processes with the same number may have left files
         for (int i = 0; i < kTries; ++i) {
             str name = m_Directory + ".qbsvr-" + std::to_string(::getpid()) + "-" +
                        std::to_string(counter++) + ".tmp";
@@ -115,7 +116,7 @@ private:
 };
 
 void KeepRights(int descriptor, const struct stat& before) {
-    // The bits that lend an owner's rights are for the owner's own file only.
+    // Set-user-ID and set-group-ID bits are kept only if the file keeps its owner.
     const bool sameOwner = ::fchown(descriptor, before.st_uid, before.st_gid) == 0;
     ::fchmod(descriptor, before.st_mode & (sameOwner ? 07777 : 0777));
 }
@@ -138,16 +139,16 @@ WholeFileResult WriteInPlace(Descriptor& file, bool regular, std::string_view by
     return {};
 }
 
-// What refuses a new entry in the directory, though the file itself may be written. Of no other failure: a
-// full disk would leave a part of the file.
+// Whether the error means that the directory accepts no new entry, although the file itself may be writable.
+// False for all other errors: on a full disk, writing in place would leave part of the file.
 bool CanOnlyBeWrittenInPlace(int error) {
     return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == ELOOP;
 }
 
-// Follows links to the name that a replacement has to take, also where nothing is there yet. False where
-// there is no such name: a link of /proc leads to an open file.
+// Follows links to the name that a replacement must have, even if no file exists there yet. Returns false if
+// there is no such name: a link in /proc can lead to an open file.
 bool ResolveLinks(str& path) {
-    constexpr int kMostLinks = 40;  // as the kernel has it
+    constexpr int kMostLinks = 40;  // the kernel's limit
     char to[PATH_MAX];
     for (int i = 0; i < kMostLinks; ++i) {
         if (path.starts_with("/proc/")) return false;
@@ -163,7 +164,7 @@ bool ResolveLinks(str& path) {
 
 WholeFileResult WriteWholeFile(const str& path, const void* data, std::size_t size) {
     const std::string_view bytes(static_cast<const char*>(data), size);
-    // Not blocking: opening a pipe would wait for its reader.
+    // Non-blocking: otherwise, opening a pipe would wait for its reader.
     Descriptor present(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     const int openError = errno;
     struct stat before {};

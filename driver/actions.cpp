@@ -23,7 +23,7 @@ struct GenerationFiles {
     lkstr templateFile;
     lkstr dataFile;
     lkstr outFile;
-    bool isWritten = true;  // false when a word was lost: no file is written under another name
+    bool isWritten = true;  // false if a word was not representable: no file is written under another name
 };
 
 lkstr WordToText(const char* word) {
@@ -34,7 +34,7 @@ lkstr WordToText(const char* word) {
 bool IsWhole(const char* word, const lkstr& text) { return !text.empty() || !word || !*word; }
 
 void Generate(const GenerationFiles& files, tagQBExportType type, const lkstr& typeText) {
-    // The engine accepts a null report, and the last line is printed in all cases.
+    // The engine accepts a null report, and the last line is printed in any case.
     tagQBReport* report = QBReportCreate();
     if (!QBReportLoadFromFile(report, files.templateFile.c_str()))
         PrintTemplateLoadFailed(files.templateFile);

@@ -22,7 +22,7 @@ namespace {
 using BatchTask = void (*)(const wstr& templateFile, const wstr& reportName);
 using ReportTask = void (*)(tagQBReport* report, const wstr& templateFile, const wstr& reportName);
 
-// Lists may be written with backslashes; a "Dir" that is closed already gets a second separator.
+// Lists may use backslashes. A "Dir" that already ends in a separator gets a second one.
 wstr TemplateDirectory(lkstr dir) {
     if (dir.empty()) return reportPath;
     StringReplace(dir, u"\\", u"/");
@@ -30,7 +30,7 @@ wstr TemplateDirectory(lkstr dir) {
 }
 
 // The walk of all batches: loads the template of each item into `report`, then points it at its data and runs
-// `task`, or calls `loadFailed`. `count` is set to 0 and goes up with every item, loaded or not.
+// `task`, or calls `loadFailed`. `count` starts at 0 and increases with every item, loaded or not.
 struct BatchWalk {
     tagQBReport* report;
     int& count;

@@ -7,8 +7,8 @@
 
 // ---- On one thread
 
-// The report of this batch, on which the batch forms of the export tasks work, and the number of list items
-// that the current walk has finished. The multi-thread batch uses neither.
+// The report that the batch forms of the export tasks use, and the number of list items that the current walk
+// has finished. The multi-thread batch uses neither.
 extern tagQBReport* Report;
 extern int ReportCount;
 
@@ -20,8 +20,8 @@ void TestBatch();
 // count. Templates that don't load are reported and counted. Raises what the task and WalkReportList raise.
 void ReportBatchTask(void (*task)(const wstr& templateFile, const wstr& reportName));
 
-// One variant each: ReportBatchTask with the task of the same name. Without a `Report` they create one and
-// release it at the end, leaving `Report` stale: callable alone once only.
+// One variant each: ReportBatchTask with the task of the same name. If `Report` is null, they create a report
+// and release it at the end, but leave `Report` stale: call only one of them on its own, and only once.
 void BatchExportPDF();
 void BatchExportPDFEmbeddingFont();
 void BatchExportPDFPrintAdapt();
@@ -41,20 +41,21 @@ void BatchExportCSVOnlyDetailGrid();
 
 // ---- With a thread per variant, each with its own report
 //
-// No lock is taken. The threads share the paths and the report list, which nobody writes any more, and
-// standard output, where lines of different variants interleave; their output directories are disjoint.
+// There is no lock. The threads share the paths and the report list, which no longer change, and standard
+// output, where lines of different variants interleave. Their output directories are disjoint.
 
-// Starts the sixteen and joins them in the same order. An exception on one of the threads ends the process.
+// Starts the sixteen threads and joins them in the same order. An exception on one of the threads ends the
+// process.
 void TestBatch_MThread();
 
-// ReportBatchTask with the report as a parameter and a count of its own; `title` names the variant in the
-// last line.
+// Like ReportBatchTask, but with the report as a parameter and a local count; `title` names the variant in
+// the last line.
 void MT_ReportBatchTask(tagQBReport* report,
                         void (*task)(tagQBReport* report, const wstr& templateFile, const wstr& reportName),
                         const char* title);
 
 // Saves a copy of every template of the list, pointed at its data, in "qbf/" below exportBatchDir, on the
-// calling thread. The engine makes that directory.
+// calling thread. The engine creates that directory.
 void TestBatch_ReportLoadSave();
 void TaskLoadSaveReport(tagQBReport* report, const wstr& templateFile, const wstr& reportName);
 

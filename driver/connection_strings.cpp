@@ -4,13 +4,13 @@
 
 using namespace quillbrook;
 
-// The plain functions and their _CPP twins share templates over `Report`: tagQBReport* or CQBReportHandle.
+// The plain functions and their _CPP forms share templates over `Report`: tagQBReport* or CQBReportHandle.
 namespace {
 
 constexpr lkchar kTextFile[] = u"xml";
 constexpr lkchar kNone[] = u"";
 
-// The longest query, in 16-bit units, that is taken for a file name.
+// The longest query, in 16-bit units, that counts as a file name.
 constexpr int kMaxFileNameLength = 24;
 
 tagQBReport* Raw(tagQBReport* report) { return report; }
@@ -34,7 +34,7 @@ void ClearRecordset(tagQBRecordset* recordset) {
     QBRecordsetSetQuerySQL(recordset, kNone);
 }
 
-// Calls visit(subReport) for each sub-report of `report`, the next level only.
+// Calls visit(subReport) for each direct sub-report of `report`.
 template <class Visit>
 void ForEachSubReport(tagQBReport* report, Visit visit) {
     for (tagQBControl* control = QBReportFindFirstControl(report); control;
@@ -51,12 +51,12 @@ void ClearSubReports(Report& report) {
         QBReportSetConnectionString(raw, kNone);
         QBReportSetQuerySQL(raw, kNone);
         if (grid) ClearRecordset(QBDetailGridGetRecordset(grid));
-        Report subReport(raw);  // a handle made so owns nothing
+        Report subReport(raw);  // this handle does not own the report
         ClearSubReports(subReport);
     });
 }
 
-// What a query of the template becomes when the report list names no data.
+// The replacement for a query of the template if the report list names no data.
 lkstr LocalQuery(const lkstr& query, const wstr& reportDir, const wstr& reportName) {
     if (larkspur::lkstr_len(query.c_str()) > kMaxFileNameLength) {
         return EngineText(reportDir + reportName + L".txt");

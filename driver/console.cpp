@@ -52,7 +52,7 @@ void WarnOfText(const lkstr& path) {
     larkspur::LoadBinDataFromLocalFile(path.c_str(), bytes);
     const std::string_view text(static_cast<const char*>(bytes.Data()),
                                 static_cast<std::size_t>(bytes.Size()));
-    // A file of 16-bit units contains nothing else.
+    // A file in UTF-16 has only 16-bit units.
     if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF")) return;
     const std::size_t read = RepresentableBytes(text);
     if (read == text.size()) return;

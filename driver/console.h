@@ -5,7 +5,7 @@
 
 #include "driver/engine.h"
 
-// Warns of the words, and of the first place in a text file, that 16-bit units cannot represent: characters
+// Warn of arguments, and of the first position in a text file, that 16-bit units cannot represent: characters
 // above U+FFFF and bytes that are not UTF-8.
 void WarnOfWords(int argc, char** argv);
 void WarnOfText(const lkstr& path);
@@ -16,8 +16,8 @@ void PrintDataLoadFailed(const lkstr& dataFile);
 void PrintTemplateLoaded(const lkstr& templateFile, bool succeeded);
 void PrintTemplateSaved(const lkstr& templateFile, bool succeeded);
 
-// Waits for one key, without a line end, and returns it; -1 when standard input is no terminal or at its end,
-// or when the terminal's settings can't be changed or restored.
+// Waits for one key, without a line end, and returns it; -1 if standard input is not a terminal or is at its
+// end, or if the settings of the terminal can't be changed or restored.
 int _getch();
 
 #endif

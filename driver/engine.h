@@ -24,15 +24,15 @@ using quillbrook::tagQBUtility;
 // The 16-bit form in which the engine accepts a path or another text of the driver.
 inline lkstr EngineText(const wstr& text) { return larkspur::lkstr_fromw(text.c_str()); }
 
-// Returns a text that the engine gave. Raises std::logic_error, which names `function`, for null: the driver
-// has no use of a text that is missing, and nothing in it catches that.
+// Returns a text that the engine returned. For null, raises std::logic_error, which names `function`: the
+// driver cannot continue without the text, and does not catch the exception.
 const lkchar* RequireText(const lkchar* text, const char* function);
 
-// A new report, which the caller releases. Prints a line and returns null when the engine creates none.
+// Creates a report, which the caller releases. If the engine creates none, prints a line and returns null.
 [[nodiscard]] tagQBReport* CreateReport();
 
-// Calls use(report) with a new report, releases it and returns true. Without a report it returns false, after
-// the line of CreateReport.
+// Calls use(report) with a new report, releases it and returns true. Returns false if CreateReport returns
+// null.
 template <class Use>
 bool WithNewReport(Use use) {
     tagQBReport* const report = CreateReport();

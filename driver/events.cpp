@@ -23,7 +23,7 @@ void PreparePie(tagQBChart* chart) {
 struct ChartFeed {
     const lkchar* chartName;
     const wchar_t* dataFile;
-    void (*prepare)(tagQBChart* chart);  // null for nothing to prepare
+    void (*prepare)(tagQBChart* chart);  // null: nothing to prepare
     void (*feed)(tagQBChart* chart, const lkchar* xml);
 };
 

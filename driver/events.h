@@ -1,23 +1,23 @@
-// Event handlers that the driver attaches to reports. A handler is made with `new` just before it is attached
-// and belongs to the report from then on.
+// Event handlers that the driver attaches to reports. A handler is created with `new` just before it is
+// attached; from then on, it belongs to the report.
 #ifndef QBSVR_DRIVER_EVENTS_H
 #define QBSVR_DRIVER_EVENTS_H
 
 #include "driver/engine.h"
 
-// Images are exported with all pages in one.
+// Exports images with all pages in one.
 class CqbExportBeginEventInfo : public quillbrook::CqbExportEventInfo {
 public:
     void Execute(tagQBExportOption* option) override;
 };
 
-// PDF is exported with its fonts embedded.
+// Exports PDF with embedded fonts.
 class CqbExportBeginEventInfo2 : public quillbrook::CqbExportEventInfo {
 public:
     void Execute(tagQBExportOption* option) override;
 };
 
-// Spreadsheets are exported as .xlsx, also by an export that has no step at which to set options.
+// Exports spreadsheets as .xlsx, even in exports that have no step for setting options.
 class CqbExportBeginEventXLSX : public quillbrook::CqbExportEventInfo {
 public:
     void Execute(tagQBExportOption* option) override;
@@ -32,15 +32,15 @@ public:
 // The directory of "Chart.qbf" and its four data files, closed by "/". Independent of the command line.
 extern wstr chartDataPath;
 
-// Fills a chart that asks for its data while its report is exported, by its name: "ChartBar", "ChartPie",
-// "ChartScatterLine" or "ChartBubble", case included. Other charts stay as they are.
+// Fills a chart during the export of its report, according to the chart's name: "ChartBar", "ChartPie",
+// "ChartScatterLine" or "ChartBubble", case-sensitive. Other charts are not changed.
 class CqbChartRequestDataEventInfo : public quillbrook::CqbChartEventInfo {
 public:
     // `servedReport` is the report to which the handler is attached; the data is read through it.
     explicit CqbChartRequestDataEventInfo(tagQBReport* servedReport = nullptr) : report(servedReport) {}
 
-    // Ends the process with a clear message when the engine gives no name or no data: an exception must not
-    // pass through the engine, which is the caller.
+    // Ends the process with a message if the engine returns no name or no data: an exception must not pass
+    // through the engine, which is the caller.
     void Execute(tagQBChart* chart) noexcept override;
 
     tagQBReport* report;

@@ -34,7 +34,7 @@ wstr OutputFile(const wchar_t* directory, const wstr& reportName, const wchar_t*
     return exportBatchDir + directory + reportName + extension;
 }
 
-// The engine frees a prepared export's object with the export: it is saved before.
+// The engine frees the object of a prepared export together with the export, so it is saved first.
 void SavePreparedExport(tagQBReport* report, const wstr& templateFile, const wstr& outputFile,
                         const char* label) {
     DoSaveBinaryObject(QBReportExportToBinaryObject(report), templateFile, outputFile, label);
@@ -115,7 +115,7 @@ void TaskExportPDFPrintAdapt(tagQBReport* report, const wstr& templateFile, cons
 void DoTaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName,
                                tagQBColumnPrintAdaptMethod method, const char* methodName,
                                tagQBReport* report) {
-    // The method stays with the report until its next template.
+    // The report keeps the method until its next template is loaded.
     QBDetailGridSetPrintAdaptMethod(QBReportGetDetailGrid(report), method);
     const wstr outputFile = OutputFile(L"pdf_adapt/", reportName + AsciiStr2WStr(methodName, 0), L".pdf");
     DoSaveBinaryObject(QBReportExportDirectToBinaryObject(report, QBExportType_PDF), templateFile, outputFile,
@@ -195,7 +195,7 @@ void TaskExportPDFEmbeddingFont(const wstr& templateFile, const wstr& reportName
     ExportPDFEmbeddingFont(Report, templateFile, reportName, "PDF(Embedding Font)");
 }
 
-// All others are one call of the task each.
+// All others are a single call of the task.
 #define BATCH_FORM(Task) \
     void Task(const wstr& templateFile, const wstr& reportName) { Task(Report, templateFile, reportName); }
 BATCH_FORM(TaskExportPDF)

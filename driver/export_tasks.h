@@ -3,9 +3,9 @@
 //
 // Every task has two forms that do the same. The batch form works on the global `Report` and belongs to one
 // thread; the form with a report parameter uses no global but exportBatchDir, so that threads can export at
-// once, each with its own report. `templateFile` is the template's full path and occurs in the printed lines
-// only; `reportName` is its bare name and names the output. Missing directories are made. A file that can't
-// be written raises ClkException; a prepared export remains open.
+// once, each with its own report. `templateFile` is the template's full path and is used in the printed lines
+// only; `reportName` is its bare name and names the output. Missing directories are created. If a file can't
+// be written, ClkException is raised and a prepared export remains open.
 #ifndef QBSVR_DRIVER_EXPORT_TASKS_H
 #define QBSVR_DRIVER_EXPORT_TASKS_H
 
@@ -17,8 +17,8 @@ void TaskExportPDF(tagQBReport* report, const wstr& templateFile, const wstr& re
 void TaskExportPDFEmbeddingFont(const wstr& templateFile, const wstr& reportName);
 void TaskExportPDFEmbeddingFont(tagQBReport* report, const wstr& templateFile, const wstr& reportName);
 
-// "pdf_adapt/": nine files, one for each way of fitting wide columns on the page. A report without a detail
-// grid gets a line instead.
+// "pdf_adapt/": nine files, one for each way of fitting wide columns on the page. For a report without a
+// detail grid, only prints a line.
 void TaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName);
 void TaskExportPDFPrintAdapt(tagQBReport* report, const wstr& templateFile, const wstr& reportName);
 void DoTaskExportPDFPrintAdapt(const wstr& templateFile, const wstr& reportName,
@@ -38,7 +38,7 @@ void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool a
 void DoTaskExportImgPng(const wstr& templateFile, const wstr& reportName, bool allInOne, tagQBReport* report);
 
 // The formats made of cells, in a directory named after the extension: as printed; "-one-table" as one
-// continuous table; "-only-detail" with nothing but the detail grid. `asEntireTable` wins if both are set.
+// continuous table; "-only-detail" with the detail grid alone. `asEntireTable` wins if both are set.
 void TaskExportCell(const wstr& templateFile, const wstr& reportName, tagQBExportType type,
                     bool asEntireTable, bool onlyDetailGrid, bool toXlsx);
 void TaskExportCell(tagQBReport* report, const wstr& templateFile, const wstr& reportName,
@@ -86,7 +86,7 @@ void TaskExportCSVOnlyDetailGrid(tagQBReport* report, const wstr& templateFile, 
 wstr ExportExtFileName(tagQBExportType type);
 
 // Writes the object's bytes to `outputFile` and prints whether there was an object; `label` names the task.
-// The object may be null and remains the engine's.
+// The object may be null and still belongs to the engine.
 void DoSaveBinaryObject(tagQBBinaryObject* object, const wstr& templateFile, const wstr& outputFile,
                         const char* label);
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr lkchar kDefaultEnginePath[] = u"/usr/local/qbsvr6";
 
-// A word of two quote characters is how a script passes an empty one.
+// Scripts pass an empty path as a word of two quote characters.
 str PathWord(int argc, char** argv, int index) {
     const str word = argc > index ? argv[index] : "";
     return word == "\"\"" ? str() : word;
@@ -34,9 +34,9 @@ void RunOnSampleTree(const str& action, const str& setupPath, const str& outputP
 
 }  // namespace
 
-// The status is 0 whatever came of the reports: results are read from the lines.
+// The status is 0 whether or not reports succeed: the printed lines are the results.
 int main(int argc, char** argv) {
-    // A run that ends by an exception loses no line.
+    // Line buffering: a run that ends with an exception loses no line.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     FinishFilesBeforeTheEnd();
     WarnOfWords(argc, argv);

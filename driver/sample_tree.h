@@ -4,7 +4,7 @@
 //     ConfigPath("/opt/qb", "/tmp/out");
 //     ReportsJson.LoadFromFile(...);      // dataPath + "ReportListJson.txt"
 //
-// All of it is written on the initial thread before any other starts, and only read afterwards.
+// All of this is written on the initial thread before any other thread starts, and only read afterwards.
 #ifndef QBSVR_DRIVER_SAMPLE_TREE_H
 #define QBSVR_DRIVER_SAMPLE_TREE_H
 
@@ -13,8 +13,8 @@
 #include "driver/engine.h"
 #include "json/json_tree.h"
 
-// Directories, each closed by "/". The two roots have defaults from the start; the rest is empty until the
-// first ConfigPath or DoUpdatePath.
+// Directories, each ending in "/". The two roots have defaults; the others are empty until the first
+// ConfigPath or DoUpdatePath.
 extern wstr setupRoot;       // "/usr/local/qbsvr6/"
 extern wstr outPath;         // "/usr/local/qbsvr6/out/"
 extern wstr samplesRoot;     // setupRoot + "Samples/"
@@ -22,8 +22,8 @@ extern wstr reportPath;      // samplesRoot + "Reports/": the templates, Name.qb
 extern wstr dataPath;        // samplesRoot + "Data/": the report list, and data files in "json/"
 extern wstr exportBatchDir;  // outPath + "auto/": output of the batches
 
-// Sets the two roots, adding a closing "/" where there is neither "/" nor a backslash, and derives the rest.
-// Null or empty keeps a root. Each byte becomes one character: only ASCII paths are meant to work.
+// Sets the two roots, with a "/" appended unless they end in "/" or a backslash, and derives the others. Null
+// or empty keeps a root. Each byte becomes one character, so only ASCII paths work.
 void ConfigPath(const char* setupPath, const char* outputPath);
 void DoUpdatePath();
 
@@ -38,8 +38,8 @@ struct ReportListItem {
 };
 
 // Calls `visit` for each item of ReportsJson, in list order, until it returns false. Absent texts are empty.
-// Raises std::logic_error when it reaches a group or an item that is no object, or a group without an "Items"
-// array.
+// Raises std::logic_error if it reaches a group or an item that is not an object, or a group without an
+// "Items" array.
 void WalkReportList(const std::function<bool(const ReportListItem&)>& visit);
 
 #endif

@@ -17,8 +17,8 @@ namespace {
 
 constexpr wchar_t kSimpleTable[] = L"1a.简单表格";
 
-// The scenarios come from a Windows desktop and name its files. Elsewhere these loads and saves fail, which
-// shows that an export is attempted all the same.
+// The scenarios come from a Windows desktop and name its files. On other machines, these loads and saves
+// fail, which shows that an export is attempted all the same.
 constexpr lkchar kDesktopSubReport[] = u"D:/UserFiles/qb7/Reports/1a.简单表格.qbf";
 constexpr lkchar kDesktopSubReportCopy[] = u"D:/UserFiles/qb7/Reports/1a.简单表格-sr.qbf";
 constexpr lkchar kDesktopData[] = u"C:/Quillbrook 6/WebSamples/data/json/jsonCustomer-err.txt";
@@ -41,7 +41,7 @@ void ExportTo(tagQBReport* report, tagQBExportType type, const wstr& outFile) {
     SaveBinaryObject(QBReportExportDirectToBinaryObject(report, type), EngineText(outFile));
 }
 
-// What the printing samples share: all between creation and release.
+// The part that the printing samples share, from creation to release.
 template <class Update>
 void PrintSample(tagQBReport* report, const wchar_t* reportName, Update updateConnectionString,
                  const lkchar* printerName) {
@@ -65,7 +65,7 @@ void EventSample(tagQBReport* report, Update updateConnectionString) {
     ExportTo(report, QBExportType_PDF, outPath + L"qb-event.pdf");
 }
 
-// Written with its members in the order of their names, whatever the order here.
+// The members are written in the order of their names, whatever the order here.
 lkstr BarcodeRequest(tagQBBarcodeType type, const wchar_t* text) {
     ClkObjectJson request;
     ClkJsonObjectNode& root = request.Root();
@@ -192,7 +192,7 @@ void TestExportCustom() {
     tagQBReport* report = QBReportCreate();
     if (!QBReportLoadFromFile(report, kDesktopCustomTemplate)) std::puts("load failed.");
     if (!QBReportLoadDataFromURL(report, kDesktopCustomData)) std::puts("load data failed.");
-    // Called back, it finds no image and leaves the spreadsheet alone.
+    // The handler finds no image options and does not change the spreadsheet.
     QBAttachEventExportBegin(report, new CqbExportBeginEventInfo);
     ExportTo(report, QBExportType_XLS, outPath + L"qb-custom-export.xls");
     QBReportRelease(report);
@@ -200,7 +200,7 @@ void TestExportCustom() {
 
 void TestChartLoadDataFromURL() {
     WithNewReport([](tagQBReport* report) {
-        // Handlers survive a load, so that this one may be attached first.
+        // Handlers stay attached when a template is loaded, so this one may be attached first.
         QBAttachEventChartRequestData(report, new CqbChartRequestDataEventInfo(report));
         LoadTemplate(report, EngineText(chartDataPath + L"Chart.qbf"));
         ExportTo(report, QBExportType_PDF, outPath + L"qb-datafromurl.pdf");

@@ -1,6 +1,6 @@
-// Samples that exercise one feature of the engine each. No action leads to them; those that use the paths of
-// the sample tree need a ConfigPath first. They print what failed to load and continue, unless documented
-// otherwise, and raise ClkException when an output can't be written.
+// Samples, each of which exercises one feature of the engine. No action calls them; those that use the paths
+// of the sample tree require a call of ConfigPath first. If something fails to load, they print a line and
+// continue, unless documented otherwise. They raise ClkException if an output can't be written.
 #ifndef QBSVR_DRIVER_SAMPLES_H
 #define QBSVR_DRIVER_SAMPLES_H
 
@@ -13,14 +13,14 @@ void TestSubReportLoadSave();
 void TestLoadDataFromURL();
 
 // Prints a template on a printer, the default one for null or the empty text, and exports it to a fixed path.
-// TestPrint_CPP holds its report in a handle, prints another template and reads the report's font.
+// TestPrint_CPP uses a CQBReportHandle, prints another template and reads the report's font.
 void TestPrint(const lkchar* printerName);
 void TestPrint_CPP(const lkchar* printerName);
 
 // Loads a template, copies it, and saves it as "save.qbf" with a background picture.
 void TestLoadSave();
 
-// Exports straight into files: "qb-direct.xls", and "qb.xlsx" with options. Ends at a template that doesn't
+// Exports straight into files: "qb-direct.xls", and "qb.xlsx" with options. Returns if the template doesn't
 // load.
 void TestExport();
 
@@ -30,24 +30,25 @@ void Test_DataTextFile(const wchar_t* templateFile, tagQBExportType type, const 
 void Test_DataTextFile2(const wchar_t* templateFile, const wchar_t* dataFile, tagQBExportType type,
                         const wchar_t* outFile);
 
-// Exports "qb-event.pdf" with a handler for the initialize event. The handle of TestEvent_CPP releases the
-// report even when the file can't be written.
+// Exports "qb-event.pdf" with a handler for the initialize event. TestEvent_CPP releases the report even if
+// the file can't be written.
 void TestEvent();
 void TestEvent_CPP();
 
-// Exports fixed files as "qb-custom-export.xls", with a handler that is called and finds nothing to do.
+// Exports fixed files as "qb-custom-export.xls", with a handler that has nothing to do.
 void TestExportCustom();
 
 // Exports "Chart.qbf" as "qb-datafromurl.pdf"; its charts are filled by CqbChartRequestDataEventInfo.
 void TestChartLoadDataFromURL();
 
-// Asks the engine for a barcode by a JSON request, prints both and returns the graph. Raises std::logic_error
-// when the engine gives none.
+// Requests a barcode from the engine as JSON, prints the request and the graph, and returns the graph. Raises
+// std::logic_error if the engine returns none.
 wstr GenBarcodeGraphText(tagQBBarcodeType type, const wchar_t* text);
 // Nine barcodes of different types, one line each.
 void TestBarcode();
 
-// Prints `value` as the engine renders it by `format`. Raises std::logic_error when the engine gives no text.
+// Prints `value` as the engine formats it with `format`. Raises std::logic_error if the engine returns no
+// text.
 void DoTestFormat(tagQBUtility* utility, double value, const wchar_t* format);
 void TestFormat();
 

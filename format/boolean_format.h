@@ -1,4 +1,4 @@
-// Boolean formats: "真:假" names the words for true and false.
+// Boolean formats: "真:假" gives the words for true and false.
 #ifndef QBSVR_FORMAT_BOOLEAN_FORMAT_H
 #define QBSVR_FORMAT_BOOLEAN_FORMAT_H
 
@@ -12,8 +12,8 @@ public:
     lkstr m_TrueText;
     lkstr m_FalseText;
 
-    // Splits the text at its first ":"; without one the whole text is used for true and false is empty. Null
-    // or empty text gives the local words.
+    // Splits the text at its first ":". Without one, the whole text is the word for true, and the word for
+    // false is empty. Null or empty text gives the local words.
     void Parse(const lkchar* format);
 };
 

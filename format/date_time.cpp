@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::int64_t kSecondsPerDay = 86400;
 
-// The calendar is walked in eras of 400 years, which repeat to the day, and in years that begin on March 1,
-// so that the leap day is the last of its year.
+// The calendar is computed in eras of 400 years, which repeat to the day, and in years that begin on March 1,
+// so that the leap day is the last day of its year.
 constexpr std::int64_t kDaysPerEra = 146097;
 constexpr std::int64_t kDaysToEpoch = 719468;  // from 0000-03-01 to 1970-01-01
 
@@ -41,7 +41,7 @@ constexpr std::int64_t kTimeEnd = DaysToMonth(std::int64_t{INT_MAX} + 1901, 0) *
 
 bool IsInCalendar(std::int64_t time) { return time >= kTimeBegin && time < kTimeEnd; }
 
-// What gmtime_r gives, without the time-zone lock that it takes. False for a year out of range.
+// The result of gmtime_r, without its time-zone lock. Returns false for a year out of range.
 bool DecodeUtc(std::int64_t time, std::tm& tm) {
     if (!IsInCalendar(time)) return false;
     std::int64_t days = time / kSecondsPerDay;
@@ -72,8 +72,8 @@ bool DecodeUtc(std::int64_t time, std::tm& tm) {
     return true;
 }
 
-// What mktime gives in UTC, fields out of range included; nothing for a year out of range. Seconds are added
-// last, as mktime does: they can't bring back a year that the other fields have left.
+// The result of mktime in UTC, even for fields out of range; nothing for a year out of range. As in mktime,
+// seconds are added last: they can't bring the year back into range.
 std::optional<std::int64_t> EncodeUtc(const std::tm& tm) {
     constexpr std::int64_t kDaylightShift = 3600;
     const int month = (tm.tm_mon % 12 + 12) % 12;
@@ -90,7 +90,7 @@ std::optional<std::int64_t> EncodeUtc(const std::tm& tm) {
     return time;
 }
 
-// CurrentTime counts on the C library's timezone, which is local once something has read the zone.
+// CurrentTime relies on the C library's `timezone`, which is set when the zone is first read.
 void ReadZoneOnce() { [[maybe_unused]] static const bool isRead = (tzset(), true); }
 
 int ClampToInt(std::int64_t value) {
@@ -125,8 +125,8 @@ int TwoDigitField(lkchar field, const std::tm& tm) {
     }
 }
 
-// Formats of literals and plain digit fields, which no locale changes; nothing for any other. The "#" flag
-// changes the case of letters only.
+// Formats literals and plain digit fields, which do not depend on the locale; returns nothing if there are
+// other fields. The "#" flag changes only the case of letters.
 std::optional<lkstr> FormatDigitFields(const lkchar* format, const std::tm& tm) {
     lkchar text[64];
     constexpr std::ptrdiff_t kLongestField = 4;
@@ -153,9 +153,9 @@ std::optional<lkstr> FormatDigitFields(const lkchar* format, const std::tm& tm) 
     return lkstr(text, to);
 }
 
-// wcsftime gives 0 both for no room and for an empty text: a unit after the format tells them apart. Fields
-// of a locale are short, so that only a field width can ask for more than the largest room; the text is then
-// empty.
+// wcsftime returns 0 both if the buffer is too small and for an empty text: a unit appended to the format
+// distinguishes the two. Fields of a locale are short, so only a field width can exceed the largest buffer;
+// the text is then empty.
 lkstr FormatByLibrary(const lkchar* format, const std::tm& tm) {
     constexpr wchar_t kEnd = L'.';
     wstr wideFormat = lkstr_tow(format);

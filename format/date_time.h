@@ -9,21 +9,22 @@
 
 namespace larkspur {
 
-// The value is a clock's reading, not an instant: it has no zone and no daylight flag, and 12:00 stays 12:00
-// wherever it is read. In floating form it counts days since 1970-01-01, the time of day being the fraction.
+// The value is the time that a clock shows, not an instant: it has no time zone and no daylight flag, and
+// 12:00 is 12:00 everywhere. As a floating-point number, it is the days since 1970-01-01, with the time of
+// day as fraction.
 //
-// Reading fills a cache, also through a const reference: one object belongs to one thread at a time.
+// Even const members fill a cache, so one object belongs to one thread at a time.
 class ClkDateTime {
 public:
-    std::int64_t m_Time = 0;  // seconds since 1970-01-01 00:00:00 of the reading taken as UTC
+    std::int64_t m_Time = 0;  // seconds since 1970-01-01 00:00:00, of the clock's time taken as UTC
 
     ClkDateTime() = default;
     ClkDateTime(const ClkDateTime& other) : m_Time(other.m_Time) {}
     virtual ~ClkDateTime() = default;
     ClkDateTime& operator=(const ClkDateTime& other);
 
-    // Fills the cache that the reading members share. Raises ClkException for a year that no int can hold;
-    // the cache holds zeros then, and the next reading sees these.
+    // Fills the cache from which the other members read. Raises ClkException if the year exceeds the range of
+    // int; the cache then holds zeros, which later reads return.
     void DoDecode() const;
 
     void Decode(int& year, int& month, int& day, int& hour, int& minute, int& second) const;
@@ -39,25 +40,25 @@ public:
     int GetDayOfWeek() const;  // 1 for Sunday to 7 for Saturday
     int GetDayOfYear() const;  // 1 for January 1
 
-    // Values out of range roll over, as mktime has it in UTC. False when the value has become -1, which is
-    // the last second of 1969 and the substitute for a year that no int can hold.
+    // Values out of range carry over, as with mktime in UTC. Return false if the value is now -1, which is
+    // the last second of 1969 and also replaces a year that exceeds the range of int.
     bool SetDateTime(int year, int month, int day, int hour, int minute, int second);
     bool SetDate(int year, int month, int day);
     bool SetTime(int hour, int minute, int second);  // on 1899-12-30
     bool TrimToDate();                               // drops the time of day
 
-    // With a format of the C library's strftime, under the process's locale.
+    // Formats as strftime of the C library does, in the locale of the process.
     lkstr Format(const lkchar* format) const;
     lkstr AsString() const;  // "%c"
 
     double AsFloat() const { return DateTimeToFloat(m_Time); }
     void IncDays(int days);
 
-    // The local standard time by the C library's timezone, which is UTC until something reads the zone:
-    // tzset, mktime, or setting a date here.
+    // The current local standard time according to the C library's `timezone`, which is UTC until the zone is
+    // read by tzset, mktime, or setting a date here.
     static std::int64_t CurrentTime();
     static std::int64_t IntToDateTime(int days);
-    static std::int64_t FloatToDateTime(double days);  // cut towards zero, held to 64 bits; NaN gives 0
+    static std::int64_t FloatToDateTime(double days);  // cut towards zero, clamped to 64 bits; NaN gives 0
     static double DateTimeToFloat(std::int64_t time);
 
 private:
@@ -67,8 +68,9 @@ private:
     mutable std::tm m_Decoded;  // meaningful once m_IsDecoded
 };
 
-// Broken-down time read as UTC, in the Gregorian calendar of all years: what mktime gives in UTC, in any
-// zone. Normalises its argument; gives -1 and leaves the argument alone for a year that no int can hold.
+// Converts broken-down UTC, in the Gregorian calendar for all years: the result of mktime in UTC, in any
+// zone. Normalises its argument. If the year exceeds the range of int, returns -1 and does not change the
+// argument.
 std::int64_t _mkgmtime(std::tm* tm);
 
 }  // namespace larkspur

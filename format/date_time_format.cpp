@@ -35,7 +35,7 @@ const RunForms* FindRunForms(lkchar letter) {
     return found != std::end(kRunForms) ? found : nullptr;
 }
 
-// The form after a "%"; empty for one that isn't ours.
+// The form for the letter after a "%"; empty if it has none.
 TextView LocaleForm(lkchar letter) {
     switch (letter) {
         case u'd':

@@ -1,6 +1,6 @@
-// Reading dates. The numbers of the text are taken in order, whatever separates them, and then find their
-// places: a ":" after the first one means that the time comes first; a third date number that can't be a
-// year means that the date was year first; a month may be a Chinese numeral after a year of four digits.
+// Reads dates. The numbers of the text are read in order, whatever separates them, and then assigned: a ":"
+// after the first one means that the time comes first; if the third number of the date can't be a year, the
+// year comes first; after a year of four digits, the month may be a Chinese numeral.
 #include <string_view>
 #include <utility>
 
@@ -23,7 +23,7 @@ struct Numbers {
     lkchar separator = u'\0';  // after the first number
 };
 
-// A read that comes to the end without a digit counts as a number too, of value 0.
+// If the text ends without another digit, that counts as a number of value 0.
 Numbers ReadNumbers(const lkchar* text) {
     Numbers numbers;
     while (numbers.count < kMaxNumbers) {
@@ -37,8 +37,8 @@ Numbers ReadNumbers(const lkchar* text) {
     return numbers;
 }
 
-// Year, month and day are in their places, or day, month and year are. A date that begins with its month is
-// preferred to one that begins with its day.
+// On entry, `day`, `month` and `year` hold the three numbers in the order of the text. If the last can't be a
+// year, the year comes first; otherwise month first is preferred to day first.
 void OrderDate(DateTimeFields& date) {
     if (date.year <= 31) {
         const int oldYear = date.year;
@@ -52,7 +52,7 @@ void OrderDate(DateTimeFields& date) {
 bool IsMonth(int month) { return month >= 1 && month <= 12; }
 bool IsDay(int day) { return day >= 1 && day <= 31; }
 
-// Month and day are right, or get right by a month in Chinese after "2024年".
+// Whether month and day are valid, if necessary after reading a Chinese month after "2024年".
 bool CompleteByChineseMonth(std::u16string_view text, DateTimeFields& date) {
     constexpr std::u16string_view kMonths = u"一二三四五六七八九十";
     constexpr std::size_t kMonthAt = 5;
@@ -109,7 +109,7 @@ bool ReadDateTime(const lkchar* text, DateTimeFields& date) {
     if (next == NextStep::kOrder) OrderDate(date);
     if (next != NextStep::kChineseMonth) {
         if (IsMonth(date.month) && IsDay(date.day)) return true;
-        // The order step has taken a lone day for the month.
+        // OrderDate has assigned a lone day to the month.
         if (date.day == 0) date.day = date.month;
     }
     return CompleteByChineseMonth(text, date);

@@ -16,7 +16,7 @@ constexpr double kPowersOfTen[] = {1e0, 1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17};
 static_assert(std::size(kPowersOfTen) == FixedDigits::kMaxDecimals + 1);
 
-// Below this a double has a bit for the half, and from it on none for any fraction.
+// Below this, a double has a bit for halves; from this on, it has no fraction.
 constexpr double kScaledLimit = 4503599627370496.0;  // 2^52
 
 // The integer nearest to the exact value * power, ties to even. The product must lie below kScaledLimit.
@@ -24,8 +24,8 @@ std::int64_t Scale(double value, double power) {
     const double product = value * power;
     double nearest = product + kScaledLimit - kScaledLimit;
     if (std::fabs(product - nearest) == 0.5) {
-        // The rounded product is a tie. The exact one is product + rest, and the sign of the rest tells on
-        // which side of the tie it lies.
+        // The rounded product is a tie. The exact product is product + rest, so the sign of `rest` decides on
+        // which side of the tie it is.
         const double rest = std::fma(value, power, -product);
         if (rest > 0.0) nearest = product + 0.5;
         if (rest < 0.0) nearest = product - 0.5;

@@ -8,17 +8,17 @@
 
 namespace larkspur {
 
-// Known to callers as ClkNumericFormatParser::ClkIntEnumAnalyser. Immutable in use, so that any number of
-// threads may format with one object.
+// Callers know it as ClkNumericFormatParser::ClkIntEnumAnalyser. Formatting does not change the object, so
+// any number of threads may share it.
 class ClkIntEnumAnalyser {
 public:
     std::map<int, lkstr> m_Items;
 
-    // Reads the whole text, braces included. Pieces without "=" are skipped, the last of equal keys wins, and
-    // nothing is trimmed. Text that is null or not enclosed in braces gives an empty table.
+    // Reads the whole text, braces included. Entries without "=" are skipped, the last of equal keys wins,
+    // and nothing is trimmed. Text that is null or not enclosed in braces gives an empty table.
     explicit ClkIntEnumAnalyser(const lkchar* text);
 
-    // The word of the value, or its decimal digits when it has none.
+    // The word for the value, or its decimal digits if there is none.
     lkstr Format(int value) const;
 
     // The table as format text, in ascending order of the keys.

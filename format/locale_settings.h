@@ -1,7 +1,7 @@
 // The process-wide texts that all formatting reads.
 //
-// A host may assign them, or call InitLocaleSettings, before any formatting starts; afterwards they are read
-// from any thread without a lock. Each is a whole text: a separator of several units is written whole.
+// A program may assign them, or call InitLocaleSettings, before any formatting starts; afterwards, all
+// threads read them without a lock. A separator may have several units.
 #ifndef QBSVR_FORMAT_LOCALE_SETTINGS_H
 #define QBSVR_FORMAT_LOCALE_SETTINGS_H
 
@@ -17,11 +17,11 @@ extern lkstr g_c_SCurrency;       // empty
 extern lkstr g_c_DateSep;         // "-"
 extern lkstr g_c_TimeSep;         // ":"
 
-// Takes decimal point, monetary thousands separator and currency symbol from the C locale, empty ones
-// included. A currency symbol of U+00A5 alone becomes its full-width form U+FFE5.
+// Copies the decimal point, monetary thousands separator and currency symbol of the C locale, even if they
+// are empty. The currency symbol U+00A5 becomes its full-width form U+FFE5.
 void InitLocaleSettings();
 
-// Does nothing; for hosts that want a symmetric shut-down.
+// Does nothing; the counterpart of InitLocaleSettings.
 void UninitLocaleSettings();
 
 }  // namespace larkspur

@@ -6,7 +6,7 @@ namespace larkspur {
 
 namespace {
 
-// From here up a double has no fraction.
+// From this value on, a double has no fraction.
 constexpr double kNoFraction = 4503599627370496.0;
 
 double FloorKeepingSign(double value) {
@@ -24,7 +24,7 @@ double round465(double value, int digits) {
     const double power = std::pow(10.0, digits);
     double integer = 0;
     const double fraction = std::modf(power * value, &integer);
-    // A negative value has a negative fraction and so is always cut; not-a-number goes the same way.
+    // A negative value has a negative fraction and is therefore always cut, as is not-a-number.
     const int hundredths = fraction > 0 ? static_cast<int>(fraction * 100.0) : 0;
     if (hundredths > 50) return (1.0 + integer) / power;
     if (hundredths == 50) {

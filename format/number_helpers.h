@@ -10,7 +10,7 @@ namespace larkspur {
 // Rounds half up, towards positive infinity, in plain binary floating point. Digits may be negative.
 double round45(double value, int digits);
 
-// Rounds half to even, judged by two fractional digits only: 2.5000001 is a tie. Negative values are cut
+// Rounds half to even, but considers only two fractional digits: 2.5000001 is a tie. Negative values are cut
 // towards zero.
 double round465(double value, int digits);
 

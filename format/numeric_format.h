@@ -4,9 +4,9 @@
 //     format.Parse(u"#,##0.00");
 //     format.Format(1234567.891);  // 1,234,567.89
 //
-// Every text is a format and every value gives some text: nothing here fails. Rendering reads the separators
-// and the currency text of format/locale_settings.h and nothing of the host's locale. Threads may work at
-// once, each with objects of its own.
+// Every text is a format and every value has a text: nothing here fails. Rendering uses the separators and
+// the currency symbol of format/locale_settings.h, and not the locale of the process. Each thread needs its
+// own objects.
 #ifndef QBSVR_FORMAT_NUMERIC_FORMAT_H
 #define QBSVR_FORMAT_NUMERIC_FORMAT_H
 
@@ -17,10 +17,10 @@
 
 namespace larkspur {
 
-// The forms of a format text, in the order in which they are recognised.
+// The forms of a format text.
 enum NumericKind : int {
     NumericKindNormal = 0,      // "positive;negative;zero", one to three sections
-    NumericKindBigDigit = 1,    // holds "$$$$$": rendered, then digit by digit in Chinese capitals
+    NumericKindBigDigit = 1,    // contains "$$$$$": rendered, then each digit becomes a Chinese capital
     NumericKindBigMoney = 2,    // "$$": an amount in Chinese capitals
     NumericKindBigNumeric = 3,  // "$$" and sections: an integer in Chinese capitals
     NumericKindIntEnum = 4,     // "{1=a,2=b}": words for integers
@@ -36,10 +36,10 @@ public:
     class ClkFormatAnalyser {
     public:
         int m_MaxDecimals;
-        int m_MinDecimals;       // zeros after these decimals are dropped
-        int m_MinIntegerDigits;  // filled with "0" on the left
-        bool m_ExplicitSign;     // "+" for values that aren't negative, "-" in spite of a colour
-        bool m_SignLeading;      // sign and currency stand before the digits, else after them
+        int m_MinDecimals;       // further decimals are dropped if they are zeros
+        int m_MinIntegerDigits;  // padded with "0" on the left
+        bool m_ExplicitSign;     // "+" for non-negative values, "-" even with a colour
+        bool m_SignLeading;      // sign and currency are before the digits; otherwise after them
         bool m_Parenthesis;      // "(" and ")" in place of "-"
         int m_GroupSize;         // integer digits between thousands separators; 0 for none
         bool m_Currency;
@@ -53,10 +53,10 @@ public:
 
         ClkFormatAnalyser() { DefaultMe(); }
 
-        // Up to nine decimals and no more: what an empty format text means.
+        // The meaning of an empty format text: up to nine decimals, and nothing else.
         void DefaultMe();
 
-        // Takes one section; ";" is a literal here. Null or empty text gives the defaults.
+        // Parses one section; ";" is a literal here. Null or empty text gives the defaults.
         void Parse(const lkchar* text);
 
         // Writes at most 128 units, the zero unit included; longer text is cut.
@@ -70,15 +70,15 @@ public:
         // A canonical section text for the fields. A "-" and a trailing sign next to a space are lost.
         lkstr GetFormatText() const;
 
-        // As number format of a spreadsheet cell: digit places and currency; empty for the default.
+        // The number format of a spreadsheet cell: digit places and currency; empty for the default.
         lkstr GetExportXlsFormatText() const;
     };
 
     int m_Kind;                  // a NumericKind
-    ClkFormatAnalyser m_Normal;  // the first section, and the only one that kinds other than 0 and 1 read
+    ClkFormatAnalyser m_Normal;  // the first section; the only one for kinds other than 0 and 1
     // For values below zero, which keep their sign; may be null.
     std::unique_ptr<ClkFormatAnalyser> m_Negative;
-    // For values that would show as zero; may be null.
+    // For values that would be shown as zero; may be null.
     std::unique_ptr<ClkFormatAnalyser> m_Zero;
     std::unique_ptr<ClkIntEnumAnalyser> m_IntEnum;  // set for kind 4
 
@@ -89,43 +89,43 @@ public:
     // Null or empty text gives the defaults. An object may parse any number of texts.
     void Parse(const lkchar* text);
 
-    // The sections of a text that is of no special kind; the rest of the object stays.
+    // Parses the text as sections; changes nothing else in the object.
     void DoNormalParse(const lkchar* text);
 
-    // Reads "rgb(r,g,b)", each component a run of digits up to 255, at the start of the text. Gives what
-    // follows it; null, with color untouched, when it isn't there.
+    // Reads "rgb(r,g,b)" at the start of the text; each component is a run of digits up to 255. Returns the
+    // text after it; if it isn't there, returns null and does not change `color`.
     static const lkchar* DecodeTextColor(const lkchar* text, unsigned int& color);
 
-    // The text stays valid until the next Format or the end of the object.
+    // The result is valid until the next Format or the end of the object.
     const lkchar* Format(double value) const;
 
     lkstr DoGetNormalFormatText() const;  // the sections alone
     lkstr GetFormatText() const;          // a canonical format text for the fields
 
-    // As number format of a spreadsheet cell; empty for the default and for the kinds that no cell can show.
+    // The number format of a spreadsheet cell; empty for the default and for kinds that no cell can show.
     lkstr GetExportXlsFormatText() const;
 
-    // The amount in yuan, jiao and fen: 1234.5 gives 壹仟贰佰叁拾肆元伍角整. There are units for 12 integer
-    // digits; with more, a zero unit follows the first capital, and Format ends there.
+    // The amount in yuan, jiao and fen: 1234.5 gives 壹仟贰佰叁拾肆元伍角整. There are Chinese units for 12 integer
+    // digits; with more digits, a zero unit follows the first capital, and Format ends there.
     static lkstr ToBigMoney(double value);
 
-    // The rounded integer between the section's prefix and suffix, with the same units. Negative by the
-    // section's decimals: -0.3 under "0.00" gives 负零.
+    // The rounded integer between the section's prefix and suffix, with the same units. The sign is that of
+    // the value rounded to the section's decimals: -0.3 under "0.00" gives 负零.
     static lkstr ToBigNumeric(double value, const ClkFormatAnalyser& analyser);
 
-    // The capital of each digit; every other unit is dropped. Null reads as empty text.
+    // The capital of each digit; all other units are dropped. Null reads as empty text.
     static lkstr ToBigNumericDigit(const lkchar* text);
 
 private:
-    // Room for a rendered text, which is kept for the next one.
+    // A buffer for a rendered text, which is reused for the next one.
     lkchar* Room(std::size_t size) const;
     const lkchar* Keep(const lkstr& text) const;
 
     mutable lkchar m_Result[128] = {};
-    mutable lkstr m_LongResult;  // in its place where a text may need more
+    mutable lkstr m_LongResult;  // used instead if a text may be longer
 };
 
-// Parses and renders in one call. To render many values, keep a parser.
+// Parses and renders in one call. For many values, use a parser.
 lkstr FormatNumber(double value, const lkchar* format);
 
 lkstr FormatNumberToBigHZAmount(double value);          // the format "$$"

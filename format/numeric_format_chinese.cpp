@@ -20,11 +20,11 @@ constexpr std::size_t kGroupPlaces = 4;
 
 lkchar BigDigit(char digit) { return BigDigitChars[digit - '0']; }
 
-// Places that have no unit give a zero unit, where text functions end: a number beyond the units never reads
-// as a smaller one with all its digits.
+// Places beyond the named units give a zero unit, at which text functions end, so that a number that is too
+// large never reads as a smaller one.
 lkchar BigUnit(std::size_t place) { return place < BigUnitChars.size() ? BigUnitChars[place] : u'\0'; }
 
-// Walks from the ones upward and builds the text in that order, last unit first.
+// Builds the text from the ones upward, so its last unit comes first.
 lkstr BigInteger(std::string_view digits) {
     lkstr reversed;
     reversed.reserve(2 * digits.size() + digits.size() / kGroupPlaces);

@@ -1,4 +1,4 @@
-// Reading number formats.
+// Parses number formats.
 //
 //     format   = [ anything "$$$$$" anything ]     the marker is cut out, the rest are sections
 //              | "$$" [ sections ]
@@ -8,8 +8,8 @@
 //     section  = [ "rgb(" digits "," digits "," digits ")" ] body
 //     body     = [ "e" ] { any unit }
 //
-// A body is not walked symbol by symbol. What counts is where each format character occurs first and how
-// many "0" and "#" stand on either side of the first ".".
+// A body is not parsed symbol by symbol. Only the first position of each format character and the number of
+// "0" and "#" on either side of the first "." matter.
 #include <algorithm>
 #include <string_view>
 
@@ -32,7 +32,7 @@ int CountOf(TextView text, lkchar unit) {
     return static_cast<int>(std::count(text.begin(), text.end(), unit));
 }
 
-// Where the format characters stand first; npos, which is after everything, for those that are missing.
+// The first position of each format character. Missing ones have npos, which is greater than every position.
 struct FirstPositions {
     explicit FirstPositions(TextView body)
         : plus(body.find(u'+')),
@@ -82,7 +82,7 @@ void ParseFlags(Analyser& section, TextView body, const FirstPositions& at) {
 
 void ParseDigitPlaces(Analyser& section, TextView body, const FirstPositions& at) {
     if (at.comma != TextView::npos) {
-        // Everything between comma and point counts, literal text and "%" included.
+        // Counts everything between comma and point, even literal text and "%".
         section.m_GroupSize = at.comma < at.point ? static_cast<int>(at.point - 1 - at.comma) : 3;
     }
     section.m_MinIntegerDigits = CountOf(body.substr(0, at.point), u'0');
@@ -91,7 +91,7 @@ void ParseDigitPlaces(Analyser& section, TextView body, const FirstPositions& at
     section.m_MaxDecimals = section.m_MinDecimals + CountOf(decimals, u'#');
 }
 
-// The text after the section must be readable up to a ";" or the zero unit.
+// The text after the section must be readable up to a ";" or a zero unit.
 void ParseSection(Analyser& section, TextView text) {
     section.DefaultMe();
     if (text.empty()) return;

@@ -1,5 +1,5 @@
-// Number formats back as text, in this language and in a spreadsheet's. A parsed section holds counts and
-// flags, not its text, so that what comes out is a canonical form.
+// Converts number formats back into text, in this language and in that of spreadsheets. A parsed section has
+// counts and flags, not its text, so the result is a canonical form.
 #include <algorithm>
 #include <cstdint>
 
@@ -24,7 +24,8 @@ lkstr ColourForm(unsigned int color) {
     return u"rgb(" + DecimalOf(color) + u"," + DecimalOf(color >> 8) + u"," + DecimalOf(color >> 16) + u")";
 }
 
-// Places and separators of the integer pattern: enough to show the required zeros and one whole group.
+// The number of places and separators in the integer pattern: enough for the required zeros and one whole
+// group.
 std::int64_t IntegerPatternLength(std::int64_t zeros, std::int64_t groupSize) {
     if (groupSize < 1) return std::max<std::int64_t>(zeros, 1);
     if (zeros < 1) return groupSize + 2;
@@ -60,9 +61,8 @@ lkstr ClkNumericFormatParser::ClkFormatAnalyser::InternalGetNumericFormatText() 
     return text;
 }
 
-// A trailing currency is marked by a sign after the digits, so that one is there even if the section had none;
-// a space after the digits replaces the sign. Both lose part of the section, and stored format texts depend on
-// that.
+// A trailing currency is marked by a sign after the digits, even if the section had none; a space after the
+// digits replaces the sign. Both lose part of the section, and stored format texts depend on this.
 lkstr ClkNumericFormatParser::ClkFormatAnalyser::GetFormatText() const {
     lkstr lead;
     lkstr trail;

@@ -1,4 +1,4 @@
-// Rendering numbers by decoded format sections.
+// Renders numbers according to parsed format sections.
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -53,7 +53,7 @@ public:
 private:
     void Put(lkchar unit) { *m_At++ = unit; }
     void Put(const lkstr& text) {
-        if (text.size() == 1) return Put(text.front());  // as most separators
+        if (text.size() == 1) return Put(text.front());  // like most separators
         if (!text.empty()) m_At = std::copy(text.begin(), text.end(), m_At);
     }
     void PutZeros(int count) {
@@ -88,14 +88,14 @@ void SectionWriter::PutColourMark() {
     Put(u']');
 }
 
-// Digits are those of the exact binary value, which lies below many a decimal tie. A little more magnitude
-// lets ties round away from zero, as people expect.
+// The digits are those of the exact binary value, which is often slightly below a decimal tie. Slightly
+// increasing the magnitude makes ties round away from zero, as people expect.
 double AwayFromTies(double value, int decimals) {
     if (decimals > 10 || value == 0.0) return value;
     return value + std::copysign(decimals <= 3 ? 1e-09 : 1e-11, value);
 }
 
-// Each form within another starts with the colour mark again.
+// Each nested form starts with the colour mark again.
 void SectionWriter::Render(double value, bool percent, bool exponent) {
     if (m_Section.m_TextColor != 0) PutColourMark();
     if (percent) value *= 100.0;
@@ -106,7 +106,7 @@ void SectionWriter::Render(double value, bool percent, bool exponent) {
     RenderDigits(value, digits, percent);
 }
 
-// The mantissa is rendered as a value of its own and not brought back below 10 when it rounds up to it.
+// The mantissa is rendered as a separate value and is not normalised if it rounds up to 10.
 void SectionWriter::RenderScientific(double value, bool percent) {
     int power = 0;
     double mantissa = std::fabs(value);
@@ -164,7 +164,7 @@ void SectionWriter::PutLeadingSign(bool negative, bool hasDigits) {
     if (m_Section.m_Space && m_At != begin) Put(u' ');
 }
 
-// Unlike the leading sign this one goes by the value, so that -0.001 keeps its "-" under "0.00-".
+// Unlike the leading sign, this one depends on the unrounded value: -0.001 keeps its "-" under "0.00-".
 void SectionWriter::PutTrailingSign(double value, bool negative) {
     if (m_Section.m_Space) Put(u' ');
     if (m_Section.m_Currency && m_Section.m_CurrencyBeforeSign) Put(g_c_SCurrency);
@@ -176,7 +176,7 @@ void SectionWriter::PutTrailingSign(double value, bool negative) {
     if (m_Section.m_Currency && !m_Section.m_CurrencyBeforeSign) Put(g_c_SCurrency);
 }
 
-// Groups are counted from the point, over zeros that fill up and digits alike.
+// Groups are counted from the point and include padding zeros.
 void SectionWriter::PutIntegers(const char* digits, int count) {
     int places = std::max(m_Section.m_MinIntegerDigits, count);
     int zeros = places - count;
@@ -209,7 +209,7 @@ void SectionWriter::PutDecimals(std::string_view digits, int leadingZeros) {
     if (m_At == begin) m_At -= g_c_DecimalSep.size();
 }
 
-// pow(0.1, exponent) to the last bit, since it decides which values count as zero.
+// Equals pow(0.1, exponent) to the last bit, since it decides which values count as zero.
 double PowerOfTenth(int exponent) {
     static const auto powers = [] {
         std::array<double, 24> table;

@@ -53,7 +53,7 @@ bool JSON_DecodeNameValues(const lkchar* text, int n, std::map<lkstr, lkstr>& va
         p = SkipSpace(p + 1, end);
         values[lkstr(nameBegin, nameEnd)] = ReadValue(p, end);
         p = SkipSpace(p, end);
-        if (p == end || *p != u',') break;  // here, unlike in a tree, commas can't be left out
+        if (p == end || *p != u',') break;  // unlike in a tree, commas are required
         ++p;
     }
     return p < end && *p == u'}';

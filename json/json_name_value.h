@@ -1,6 +1,6 @@
-// A flat JSON object as a light way to pass a few named values: read straight into a map, with no tree.
+// A flat JSON object, for a few named values: read straight into a map, without a tree.
 //
-// The map holds a quoted value without quotes, an unquoted one as its raw text. Names have no escapes.
+// The map contains quoted values without their quotes, and unquoted ones as raw text. Names have no escapes.
 #ifndef QBSVR_JSON_JSON_NAME_VALUE_H
 #define QBSVR_JSON_JSON_NAME_VALUE_H
 
@@ -12,23 +12,23 @@
 
 namespace larkspur {
 
-// Reads exactly n units up to the object's "}". False for anything else; members before the error stay in
-// the map. Values are scanned simply: a quoted one ends at the unit after its first backslash, so one with
-// an escape is an error that leaves what is before the backslash, and a nested object or array is cut at
-// its first space, comma or "}". "}" must follow "{" or "," directly.
+// Reads up to the object's "}", within n units. Returns false for anything else; members before the error
+// remain in the map. Values are scanned simply: a quoted one ends at the unit after its first backslash, so
+// that an escape is an error, after which the map has the part before the backslash; a nested object or array
+// is cut at its first space, comma or "}". There may be no space between "{" or "," and "}".
 bool JSON_DecodeNameValues(const lkchar* text, int n, std::map<lkstr, lkstr>& values);
 
-// The pairs as an object. Neither name nor value is escaped or quoted: a value is JSON text already.
+// The pairs as an object. Neither names nor values are escaped or quoted: a value must already be JSON text.
 lkstr JSON_EncodeNameValues(const std::vector<ClkNameValuePair>& pairs);
 
-// True when the name is absent; the text "null" is a value like any other.
+// True if the name is absent. The text "null" is a value like any other.
 bool JSON_ValueIsNull(const std::map<lkstr, lkstr>& values, const lkchar* name);
 
-// The value with its escapes decoded, or the default text, null for empty, when the name is absent.
+// The value with its escapes decoded; if the name is absent, the default text, where null means empty.
 lkstr JSON_ValueAsString(const std::map<lkstr, lkstr>& values, const lkchar* name, const lkchar* defaultText);
 
-// Empty text and an absent name give the default. Numbers are read by lkstr_toi and lkstr_tof; any text but
-// "false" is true.
+// Empty text and an absent name give the default. Numbers are read by lkstr_toi and lkstr_tof; any text
+// except "false" is true.
 int JSON_ValueAsInteger(const std::map<lkstr, lkstr>& values, const lkchar* name, int defaultValue);
 double JSON_ValueAsFloat(const std::map<lkstr, lkstr>& values, const lkchar* name, double defaultValue);
 bool JSON_ValueAsBoolean(const std::map<lkstr, lkstr>& values, const lkchar* name, bool defaultValue);

@@ -38,12 +38,12 @@ constexpr const lkchar* kBadEscape = u"在转义引导符号‘\\’之后应该
     throw ClkException(LKExceptionJson, BuildFailedMsg(position, end, message).c_str());
 }
 
-// A string or literal as it is in the text.
+// The extent of a string or literal in the text.
 struct AtomScan {
     ClkJsonKind kind;
     const lkchar* begin;  // of its units, without quotes
     const lkchar* end;
-    const lkchar* next;             // after the value, or where the error is
+    const lkchar* next;             // after the value, or at the error
     const lkchar* fault = nullptr;  // message
     bool hasEscape = false;
 
@@ -62,7 +62,7 @@ AtomScan ScanString(const lkchar* p, const lkchar* end) {
         }
         if (*p == u'"') break;
         if (*p == 0) {
-            if (scan.end == nullptr) scan.end = p;  // the text ends here, the string goes on
+            if (scan.end == nullptr) scan.end = p;  // the text ends here, but the string continues
             ++p;
             continue;
         }
@@ -87,16 +87,15 @@ AtomScan ScanAtom(const lkchar* p, const lkchar* end) {
 
 }  // namespace
 
-// Builds the tree below one object or array. The containers that are open stand in a list instead of on the
-// stack, and the values read for them in another, so that each container is filled at once, with its exact
-// size, when it closes.
+// Builds the tree below one object or array. Open containers are in a list instead of on the stack, and their
+// values in another, so that each container is filled in one step, with its exact size, when it closes.
 class TreeParser {
 public:
     TreeParser(ClkJsonComplexNode& top, const lkchar* end) : m_Pool(top.m_Pool), m_End(end) {
         m_Open.push_back({&top, 0});
     }
 
-    // p is at the opening bracket of top.
+    // p is at the opening bracket of the outermost container.
     const lkchar* Parse(const lkchar* p) {
         p = After(p);
         while (!m_Open.empty()) {
@@ -131,10 +130,10 @@ private:
         std::size_t firstEntry;
     };
 
-    // After the unit at p and the space that follows.
+    // The position after the unit at p and the white space after it.
     const lkchar* After(const lkchar* p) const { return p < m_End ? SkipSpace(p + 1, m_End) : p; }
 
-    // From the place of a name to the value.
+    // Reads the name at p and returns the position of the value.
     const lkchar* ReadName(const lkchar* p, NameRef& name) {
         if (p >= m_End) Fail(p, kNoObjectEnd);
         if (*p != u'"') Fail(p, kNoQuote);
@@ -206,7 +205,7 @@ private:
         }
     }
 
-    // Inserts the members of an object before those that were read: of equal names the last one stays.
+    // Inserts the existing members of an object before the new ones: of equal names, the last one remains.
     void MoveToEntries(ClkJsonMembers::List& members, std::size_t firstEntry) {
         std::vector<Entry> former;
         for (ClkJsonMember& member : members) {
@@ -217,7 +216,7 @@ private:
                          std::make_move_iterator(former.begin()), std::make_move_iterator(former.end()));
     }
 
-    // Leaves what was read in the tree, and raises.
+    // Moves the values read so far into the tree, and raises.
     [[noreturn]] void Fail(const lkchar* position, const lkchar* message) {
         while (!m_Open.empty()) CloseInnermost();
         Raise(position, m_End, message);

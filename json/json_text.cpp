@@ -31,7 +31,7 @@ bool TextIsJson(const Char* text, int n) {
     return *first == Char('{') && *last == Char('}');
 }
 
-// From the quote of a name to the value after its ":", or null.
+// Skips the name whose quote is at p and its ":"; returns the position of the value, or null.
 const lkchar* SkipName(const lkchar* p, const lkchar* end) {
     if (*p != u'"') return nullptr;
     p = FindFirstOf<u'"'>(p + 1, end);
@@ -46,13 +46,13 @@ const lkchar* SkipComma(const lkchar* p, const lkchar* end) {
     return p < end && *p == u',' ? SkipSpace(p + 1, end) : p;
 }
 
-// From the opening bracket at p to after its closing one, or null:
+// Returns the position after the object or array whose opening bracket is at p, or null:
 //
 //     object  = "{" { name ":" value [ "," ] } "}"
 //     array   = "[" { value [ "," ] } "]"
 //     value   = object | array | string | literal
 //
-// The containers that are open stand in a list: no recursion, so any depth is fine.
+// Open containers are in a list instead of on the stack, so any depth is possible.
 const lkchar* FindContainerEnd(const lkchar* p, const lkchar* end, bool isObject) {
     if (p == nullptr || p >= end) return nullptr;
     std::vector<bool> openIsObject{isObject};
@@ -69,7 +69,7 @@ const lkchar* FindContainerEnd(const lkchar* p, const lkchar* end, bool isObject
             p = SkipName(p, end);
             if (p == nullptr) return nullptr;
         } else if (*p == u'}') {
-            return nullptr;  // an empty literal here would never move on
+            return nullptr;  // an empty literal here would loop forever
         }
         if (p < end && (*p == u'{' || *p == u'[')) {
             openIsObject.push_back(*p == u'{');
@@ -83,7 +83,7 @@ const lkchar* FindContainerEnd(const lkchar* p, const lkchar* end, bool isObject
     return nullptr;
 }
 
-// FindContainerEnd when the text starts with the bracket, after space.
+// FindContainerEnd for a text that starts, after white space, with a wanted bracket.
 const lkchar* FindEnd(const lkchar* text, int n, bool wantObject, bool wantArray) {
     if (text == nullptr || n < 1) return nullptr;
     const lkchar* end = text + n;

@@ -1,4 +1,4 @@
-// JSON documents as trees: parsed in one pass, looked up by name, built manually, written back.
+// JSON documents as trees: parsed in one pass, looked up by name, built by hand, written back.
 //
 //     ClkObjectJson json;
 //     json.Parse(text.c_str(), static_cast<int>(text.size()));
@@ -6,12 +6,12 @@
 //     json.Root().AddIntegerMember(u"count", 3);
 //     lkstr compact = json.Stringify(nullptr);
 //
-// A node belongs to the object or array that holds it, a tree to its root: destroying or clearing a node
-// destroys all below it. Reading writes nothing, so any number of threads may read one tree; a thread that
-// changes one must be alone with it. Nesting is bounded by memory only.
+// A node belongs to the object or array that contains it, a tree to its root: destroying or clearing a node
+// destroys all nodes below it. Any number of threads may read a tree at the same time; a thread that changes
+// it needs exclusive access. Only memory limits the nesting.
 //
-// Errors in a text raise ClkException of type 9; its hint has the error and the text at its position. The
-// document then holds what was read before the error.
+// Errors in a text raise ClkException of type 9, whose hint contains the error and the text at its position.
+// The document then contains what was read before the error.
 #ifndef QBSVR_JSON_JSON_TREE_H
 #define QBSVR_JSON_JSON_TREE_H
 
@@ -31,7 +31,7 @@ class NameRef;
 class NodePool;
 class TreeParser;
 
-// Lets a container of a tree take its memory from the tree's pool.
+// Allocates the memory of a container in a tree from the tree's pool.
 template <class T>
 class PoolAllocator {
 public:
@@ -63,14 +63,14 @@ public:
     ClkJsonNode(const ClkJsonNode&) = delete;
     ClkJsonNode& operator=(const ClkJsonNode&) = delete;
 
-    // Appends the node as JSON text. No space is written; the separator, null for none, is put before each
+    // Appends the node as JSON text, without spaces. The separator (null for none) is written before each
     // member and item, after each atom and before each closing bracket.
     virtual void StringifyAppend(lkstr& out, const lkchar* separator) const = 0;
 
     ClkJsonKind Kind() const { return m_Kind; }
     ClkJsonNode* Parent() const { return m_Parent; }  // null for a root
 
-    // Nodes without a parent are made on the stack or the heap, all others in the pool of their tree.
+    // Nodes without a parent are on the stack or the heap, all others in the pool of their tree.
     static void* operator new(std::size_t size) { return ::operator new(size); }
     static inline void* operator new(std::size_t size, json_internal::NodePool& pool);
     static void operator delete(void* place) noexcept { ::operator delete(place); }
@@ -86,8 +86,8 @@ protected:
     friend class ClkJsonComplexNode;
 };
 
-// A value without children. A string holds its text decoded; a literal holds the units that stood there:
-// numbers, true, false, null and whatever else, even none.
+// A value without children. A string has its decoded text; a literal has its units unchanged: a number, true,
+// false, null or anything else, even nothing.
 class ClkJsonAtomNode final : public ClkJsonNode {
 public:
     ClkJsonAtomNode() : ClkJsonNode(ClkJsonString, nullptr) {}
@@ -124,14 +124,14 @@ public:
 protected:
     ClkJsonComplexNode(ClkJsonKind kind, ClkJsonComplexNode* parent);
 
-    // Destroys all nodes below this one, with no recursion.
+    // Destroys all nodes below this one, without recursion.
     void DestroyChildren() noexcept;
 
     json_internal::NodePool& m_Pool;  // of the tree; the root owns it
 
 private:
-    // Empties this node: its atoms go at once, its objects and arrays come first in the list that is
-    // returned, linked by m_Parent and followed by next.
+    // Empties this node: destroys its atoms, and returns a list of its objects and arrays, linked by m_Parent
+    // and followed by `next`.
     ClkJsonNode* ReleaseChildren(ClkJsonNode* next) noexcept;
 
     friend class ClkJsonNode;
@@ -192,8 +192,8 @@ public:
 
     const ClkJsonMembers& Members() const { return m_Members; }
 
-    // Each makes the member and returns it; a member that had this name is destroyed. Members that follow by
-    // name move up for it, so that thousands are best added in the order of their names.
+    // Each creates a member and returns it; an existing member with this name is destroyed. Members with
+    // greater names are moved, so add thousands of members in the order of their names.
     ClkJsonAtomNode* AddStringMember(const lkstr& name, const lkchar* text);  // null raises std::logic_error
     ClkJsonAtomNode* AddBooleanMember(const lkstr& name, bool value);
     ClkJsonAtomNode* AddIntegerMember(const lkstr& name, int value);
@@ -202,13 +202,13 @@ public:
     ClkJsonObjectNode* AddObjectMember(const lkstr& name);
     ClkJsonArrayNode* AddArrayMember(const lkstr& name);
 
-    // The member of that name and kind, or null.
+    // The member with that name and of that kind, or null.
     ClkJsonAtomNode* AtomByName(const lkstr& name) const;
     ClkJsonObjectNode* ObjectByName(const lkstr& name) const;
     ClkJsonArrayNode* ArrayByName(const lkstr& name) const;
 
-    // Reads the object whose "{" is at p and returns the position after its "}". Members are added to
-    // those that are there; the last one of a name stays.
+    // Reads the object whose "{" is at p and returns the position after its "}". Members are added to the
+    // existing ones; of several with the same name, the last one remains.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
 private:
@@ -235,8 +235,8 @@ public:
 
     const std::vector<std::unique_ptr<ClkJsonNode>>& Items() const { return m_Items; }
 
-    // Reads the array whose "[" is at p and returns the position after its "]". Items are appended, which
-    // is the way to add them: Parse u"[1]" to append a 1.
+    // Reads the array whose "[" is at p and returns the position after its "]". Items are appended. This is
+    // also how to add items: parse u"[1]" to append a 1.
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
 private:
@@ -255,11 +255,12 @@ public:
     ClkBaseJson(const ClkBaseJson&) = delete;
     ClkBaseJson& operator=(const ClkBaseJson&) = delete;
 
-    // Reads the root at start and returns the position after it; null when its bracket doesn't is there.
+    // Reads the root at start and returns the position after it; null if there is no opening bracket of its
+    // kind.
     virtual const lkchar* DoParse(const lkchar* start, const lkchar* end) = 0;
 
-    // Reads a whole text. The document is empty, with nothing raised, when the text is null, empty or doesn't
-    // start with the bracket of this kind of document.
+    // Reads a whole text. If the text is null, empty or doesn't start with the opening bracket of this kind
+    // of document, the document is empty and nothing is raised.
     void Parse(const lkchar* text, int n);
 
     lkstr Stringify(const lkchar* separator) const;
@@ -300,8 +301,8 @@ private:
     ClkJsonArrayNode m_RootNode;
 };
 
-// The hint of an error: the message, "。\r\n数据：" with backslashes and letters as visible units, and at most
-// 128 units of the text from the position on.
+// The hint of an error: the message, the literal characters "。\r\n数据：" (with visible backslashes), and at
+// most 128 units of the text from the position on.
 lkstr BuildFailedMsg(const lkchar* position, const lkchar* end, const lkchar* message);
 
 }  // namespace larkspur

@@ -8,7 +8,7 @@ namespace larkspur {
 
 namespace {
 
-// Writes a node and all below it. The containers that are open stand in a list instead of on the stack.
+// Writes a node and all nodes below it. Open containers are in a list instead of on the stack.
 class TreeWriter {
 public:
     TreeWriter(lkstr& out, const lkchar* separator)
@@ -34,7 +34,7 @@ private:
         std::size_t next;  // child to write
     };
 
-    // An atom whole; of an object or array the opening bracket.
+    // Writes an atom, or the opening bracket of an object or array.
     void WriteValue(const ClkJsonNode& node) {
         switch (node.Kind()) {
             case ClkJsonString: {

@@ -7,21 +7,20 @@
 
 namespace larkspur {
 
-// Rounds as printf does: correctly, exact ties to even, with at most kMaxDecimals decimals. Gives the digits
-// in the form of the C library's fcvt, without its static buffer, so that any thread may use it without a
-// lock.
+// Rounds as printf does: correctly, with exact ties to even, and at most kMaxDecimals decimals. The digits
+// have the form of the C library's fcvt. Unlike fcvt, it has no static buffer, so threads need no lock.
 class FixedDigits {
 public:
     static constexpr int kMaxDecimals = 17;
 
-    // Decimals are held to 0 to kMaxDecimals.
+    // `decimals` is clamped to 0 to kMaxDecimals.
     FixedDigits(double value, int decimals);
     FixedDigits(const FixedDigits&) = delete;
     FixedDigits& operator=(const FixedDigits&) = delete;
 
-    // Integer digits and decimals without a point. A value below 1 that isn't zero has no leading zeros, so
-    // that one that rounds to nothing has no digits; without decimals such a value has the digit "0".
-    // Infinities and NaN have their names, with PointPosition 0 and no sign bit.
+    // Integer digits and decimals without a point. A non-zero value below 1 has no leading zeros, and so no
+    // digits if it rounds to zero; but without decimals, it has the digit "0". Infinities and NaN have their
+    // names, with PointPosition 0 and no sign bit.
     std::string_view Digits() const { return m_Digits; }
 
     // The number of digits before the point; negative for zeros between the point and the first digit.

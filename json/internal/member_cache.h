@@ -1,4 +1,4 @@
-// What the parser remembers of the objects that it met, since most texts are lists of like objects.
+// The parser's caches of names and member orders, since most texts are lists of similar objects.
 #ifndef QBSVR_JSON_INTERNAL_MEMBER_CACHE_H
 #define QBSVR_JSON_INTERNAL_MEMBER_CACHE_H
 
@@ -16,14 +16,14 @@
 
 namespace larkspur::json_internal {
 
-// A value that was read, with its name when it is a member.
+// A value that was read, and its name if it is a member.
 struct Entry {
     NameRef name;
     std::unique_ptr<ClkJsonNode> node;
 };
 
-// The names that were met lately, in a small table: like objects share their names, and texts with ever new
-// names cost no more than making them.
+// The latest names, in a small table: similar objects share their names, and texts whose names are all
+// different pay only for creating them.
 class NameCache {
 public:
     NameRef Get(const lkchar* text, std::size_t n) {
@@ -38,8 +38,8 @@ public:
     }
 
 private:
-    // The length and up to four units at both ends: all of a name of up to eight units, and where longer
-    // names differ most.
+    // The length and up to four units at both ends: the whole of a name of up to eight units, and the parts
+    // in which longer names differ most.
     struct Ends {
         std::uint64_t head = 0;
         std::uint64_t tail = 0;
@@ -76,16 +76,16 @@ private:
         return std::memcmp(name.data() + 4, text + 4, (name.size() - 8) * sizeof(lkchar)) == 0;
     }
 
-    static constexpr std::size_t kProbes = 8;  // from the slot of the hash value on
+    static constexpr std::size_t kProbes = 8;  // starting at the slot of the hash value
 
     std::array<Slot, 256 + kProbes> m_Slots;
 };
 
-// The order by name of the member lists that were met lately, so that a list of like objects is sorted once.
+// The order by name of the latest member lists, so that the members of similar objects are sorted once.
 class OrderCache {
 public:
-    // The indices of the members that stay, in the order of their names; of equal names the last stays. The
-    // result holds until the next call.
+    // The indices of the members in the order of their names; of equal names, only the last one. The result
+    // is valid until the next call.
     const std::vector<std::uint32_t>& Get(const Entry* entries, std::size_t n) {
         if (n > kMostNames) {
             Sort(entries, n, m_LongOrder);
@@ -97,7 +97,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kMostNames = 256;  // longer lists are rarely met twice
+    static constexpr std::size_t kMostNames = 256;  // longer lists rarely occur twice
 
     struct Slot {
         std::vector<NameRef> names;  // in the order of the text
@@ -126,7 +126,7 @@ private:
         if (!std::is_sorted(order.begin(), order.end(), less)) {
             std::stable_sort(order.begin(), order.end(), less);
         }
-        // Backwards, so that of equal names the last is met first and stays.
+        // Backwards, so that the last of equal names remains.
         order.erase(order.begin(), std::unique(order.rbegin(), order.rend(), equal).base());
     }
 

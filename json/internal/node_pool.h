@@ -1,5 +1,5 @@
-// The memory of the nodes of one tree and the member lists of its objects: slots of growing chunks, reused
-// when they are returned.
+// The memory of the nodes of one tree and of its objects' member lists: slots in growing chunks, which are
+// reused after they are returned.
 #ifndef QBSVR_JSON_INTERNAL_NODE_POOL_H
 #define QBSVR_JSON_INTERNAL_NODE_POOL_H
 
@@ -15,17 +15,17 @@
 
 namespace larkspur::json_internal {
 
-// Used by one thread at a time, like the tree that it belongs to. Must outlive what it has given.
+// Used by one thread at a time, like its tree. Must outlive everything allocated from it.
 class NodePool {
 public:
-    // A cache line, which is what a node or the list of four members takes.
+    // A cache line: the size of a node, or of a list of four members.
     static constexpr std::size_t kSlotSize = 64;
 
     NodePool() = default;
     NodePool(const NodePool&) = delete;
     NodePool& operator=(const NodePool&) = delete;
 
-    // Room that is aligned as a slot. Much of it comes from the heap.
+    // Allocates memory with the alignment of a slot. Large blocks come from the heap.
     void* Take(std::size_t bytes) {
         const std::size_t slots = SlotsFor(bytes);
         if (slots > kMostSlots) return ::operator new (bytes, std::align_val_t{alignof(Slot)});
@@ -34,7 +34,7 @@ public:
         return std::exchange(m_Unused, m_Unused + slots);
     }
 
-    // With the bytes that it was taken for.
+    // `bytes` must be the number passed to Take.
     void GiveBack(void* place, std::size_t bytes) noexcept {
         const std::size_t slots = SlotsFor(bytes);
         if (slots > kMostSlots) return ::operator delete (place, std::align_val_t{alignof(Slot)});
@@ -53,8 +53,8 @@ private:
 
     static constexpr std::size_t SlotsFor(std::size_t bytes) { return (bytes + kSlotSize - 1) / kSlotSize; }
 
-    // Chunks double, so that a document of three values is as cheap as one of three million. Large ones teach
-    // the C library to keep memory for the next document instead of giving it back to the system each time.
+    // Chunks double in size, so that small and large documents cost the same per value. Large chunks make the
+    // C library keep memory for the next document instead of returning it to the system each time.
     void AddChunk() {
         const std::size_t count = kFirstChunk << std::min(m_Chunks.size(), kMostDoublings);
         m_Chunks.push_back(std::make_unique_for_overwrite<Slot[]>(count));

@@ -1,4 +1,5 @@
-// Names of members. A list of like objects has few different names, so members share the text of theirs.
+// Names of members. A list of similar objects has few different names, so members share the text of equal
+// names.
 #ifndef QBSVR_JSON_INTERNAL_SHARED_NAME_H
 #define QBSVR_JSON_INTERNAL_SHARED_NAME_H
 
@@ -10,14 +11,14 @@
 
 namespace larkspur::json_internal {
 
-// Derived from the text, so that the reference that a member shows leads back to the count.
+// Derived from the text type, so that a member's reference to the text leads to the count.
 struct SharedName : lkstr {
     SharedName(const lkchar* text, std::size_t n) : lkstr(text, n) {}
     std::size_t owners = 1;
 };
 
-// One of the owners of a name. The count is plain: the owners belong to one tree or the parser that builds
-// it.
+// A counted reference to a name. The count is not atomic: all owners belong to one tree or to the parser that
+// builds it.
 class NameRef {
 public:
     NameRef() = default;
@@ -37,7 +38,7 @@ public:
     // Null when it owns nothing.
     const lkstr* Get() const { return m_Name; }
 
-    // Passes the ownership to the bare reference, and takes it back.
+    // Release passes the ownership to the returned reference; Adopt takes it back.
     const lkstr& Release() { return *std::exchange(m_Name, nullptr); }
     static NameRef Adopt(const lkstr& released) {
         NameRef name;

@@ -1,4 +1,4 @@
-// Scanning of JSON text: spaces, and the search for the next unit that matters, eight units at a step.
+// Scanning of JSON text: spaces, and the search for the next relevant unit, eight units per step.
 #ifndef QBSVR_JSON_INTERNAL_TEXT_SCAN_H
 #define QBSVR_JSON_INTERNAL_TEXT_SCAN_H
 
@@ -17,7 +17,7 @@ inline const lkchar* SkipSpace(const lkchar* p, const lkchar* end) {
     return p;
 }
 
-// The letter that is written after a backslash for the unit, or 0 when the unit needs no escape.
+// The letter that is written after a backslash for the unit, or 0 if the unit needs no escape.
 constexpr lkchar EscapeLetter(lkchar unit) {
     switch (unit) {
         case u'"':
@@ -34,7 +34,7 @@ constexpr lkchar EscapeLetter(lkchar unit) {
     }
 }
 
-// The unit that a backslash with this letter represents, or 0 when there is no such escape.
+// The unit that a backslash with this letter represents, or 0 if there is no such escape.
 constexpr lkchar EscapedUnit(lkchar letter) {
     switch (letter) {
         case u'"':

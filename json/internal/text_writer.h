@@ -1,5 +1,4 @@
-// Buffers JSON text in front of its string, so that small pieces cost little more than their
-// units.
+// Buffers JSON text before it is appended to a string, so that appending short texts is cheap.
 #ifndef QBSVR_JSON_INTERNAL_TEXT_WRITER_H
 #define QBSVR_JSON_INTERNAL_TEXT_WRITER_H
 
@@ -36,7 +35,7 @@ public:
         m_To += n;
     }
 
-    // The units in [p, end), up to the first zero unit, with its escapes.
+    // Writes the units in [p, end), up to the first zero unit, escaped.
     void PutEncoded(const lkchar* p, const lkchar* end) {
         constexpr std::ptrdiff_t kStep = 8;
         while (p != end) {
@@ -57,7 +56,7 @@ public:
         }
     }
 
-    // To be called last.
+    // Must be called at the end.
     void Flush() {
         m_Out.append(m_Block, static_cast<std::size_t>(m_To - m_Block));
         m_To = m_Block;
@@ -68,7 +67,7 @@ private:
 
     std::size_t Room() const { return static_cast<std::size_t>(m_Block + kBlock - m_To); }
 
-    // memcpy, without a call for the short pieces that most are: two copies that overlap.
+    // memcpy, but without a call for short texts, which are the most frequent: two overlapping copies.
     static void Copy(const lkchar* from, std::size_t n, lkchar* to) {
         if (n > 16) {
             std::memcpy(to, from, n * sizeof(lkchar));
