@@ -33,6 +33,7 @@ public:
     explicit RunningExport(Report& root) : outer_(innermost) {
         refuseDuringExport(root);
         addReports(root, reports_);
+        releasedMeanwhile_.reserve(reports_.size());  // releasing never fails
         innermost = this;
     }
     ~RunningExport() {
@@ -184,6 +185,8 @@ std::string aboutTemplate(const Runtime& runtime, Export run) {
         return run();
     } catch (const EngineError& error) {
         throw EngineError(error.code(), subject.with(error.what()));
+    } catch (const MachineError& error) {
+        throw MachineError(subject.with(error.what()));
     }
 }
 

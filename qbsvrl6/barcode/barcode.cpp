@@ -8,6 +8,7 @@
 #include "qbsvrl6/barcode/symbol.h"
 #include "qbsvrl6/drawing/path_builder.h"
 #include "qbsvrl6/drawing/svg.h"
+#include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -155,12 +156,13 @@ Drawing drawSymbol(const zint_symbol& symbol, const Symbology& symbology, const 
 
 Drawing drawBarcode(const BarcodeRequest& request, Size box) {
     const Symbology& symbology = symbologyOf(request.type);
-    return drawSymbol(*encode(request, symbology), symbology, request, box);
+    const SymbolPtr symbol = withEnoughMemory([&] { return encode(request, symbology); });
+    return drawSymbol(*symbol, symbology, request, box);
 }
 
 std::u16string barcodeSvg(const BarcodeRequest& request) {
     const Symbology& symbology = symbologyOf(request.type);
-    const SymbolPtr symbol = encode(request, symbology);
+    const SymbolPtr symbol = withEnoughMemory([&] { return encode(request, symbology); });
     const auto length = [](double units) {
         return static_cast<Micrometres>(units / kUnitsPerModule * kModule);
     };

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "common/errors.h"
 #include "format/date_time.h"
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/value_format.h"
@@ -198,7 +199,7 @@ Value part(Arguments arguments, FunctionContext&) {
     if (!toDate(arguments[0], date.m_Time)) return {};
     try {
         return makeNumber((date.*Part)());
-    } catch (const std::exception&) {
+    } catch (const larkspur::ClkException&) {
         return {};  // the year is out of range
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/errors.h"
 #include "format/date_time.h"
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/spreadsheet_format.h"
@@ -174,7 +175,7 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
             date.m_Time = shown.date;
             try {
                 out += dateFormat().Format(date);
-            } catch (const std::exception&) {
+            } catch (const larkspur::ClkException&) {
                 out += toText(shown, arena);  // the year is out of range
             }
             break;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "common/errors.h"
 #include "format/boolean_format.h"
 #include "format/date_time.h"
 #include "format/numeric_format.h"
@@ -151,7 +152,7 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
             date.m_Time = value.date;
             try {
                 return arena.copy(date.Format(isWholeDay(value.date) ? u"%Y-%m-%d" : u"%Y-%m-%d %H:%M:%S"));
-            } catch (const std::exception&) {
+            } catch (const larkspur::ClkException&) {
                 return {};  // the year is out of range
             }
         }

@@ -21,6 +21,7 @@ struct Download {
     std::string bytes;
     std::size_t maxBytes = 0;
     bool tooLarge = false;
+    bool outOfMemory = false;
 };
 
 // No exception may cross the C library.
@@ -33,6 +34,7 @@ std::size_t receive(char* data, std::size_t one, std::size_t count, void* target
     download.bytes.append(data, one * count);
     return one * count;
 } catch (const std::bad_alloc&) {
+    static_cast<Download*>(target)->outOfMemory = true;
     return 0;
 }
 
@@ -45,7 +47,10 @@ struct Curl {
     QBSVR_LAZY_FUNCTION(library, curl_easy_cleanup);
     QBSVR_LAZY_FUNCTION(library, curl_easy_strerror);
 
-    Curl() { library.function<decltype(curl_global_init)>("curl_global_init")(CURL_GLOBAL_DEFAULT); }
+    Curl() {
+        const auto init = library.function<decltype(curl_global_init)>("curl_global_init");
+        if (init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw MachineError("curl can't be initialised");
+    }
 };
 
 std::string downloadUrl(const Address& address, std::size_t maxBytes) {
@@ -53,7 +58,7 @@ std::string downloadUrl(const Address& address, std::size_t maxBytes) {
     const std::string shown = shownAddress(address);  // its user and password are no business of a log
     static const Curl curl;
     const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl.curl_easy_init(), curl.curl_easy_cleanup);
-    if (!handle) throw EngineError(ErrorCode::FetchFailed, "no connection handle", {shown});
+    if (!handle) throw std::bad_alloc();
 
     Download download;
     download.maxBytes = maxBytes;
@@ -76,6 +81,7 @@ std::string downloadUrl(const Address& address, std::size_t maxBytes) {
     set(CURLOPT_WRITEDATA, static_cast<void*>(&download));
     const CURLcode result = curl.curl_easy_perform(handle.get());
     if (download.tooLarge) failTooLarge(maxBytes, shown);
+    if (result == CURLE_OUT_OF_MEMORY || download.outOfMemory) throw std::bad_alloc();
     if (result != CURLE_OK) {
         throw EngineError(ErrorCode::FetchFailed, cause[0] != '\0' ? cause : curl.curl_easy_strerror(result),
                           {shown});

@@ -1,11 +1,21 @@
 #include "qbsvrl6/fonts/catalogue.h"
 
 #include <fontconfig/fontconfig.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <memory>
+#include <new>
+#include <set>
+#include <system_error>
+#include <utility>
 
 #include "qbsvrl6/fonts/aliases.h"
+#include "qbsvrl6/support/enough_memory.h"
+#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -64,18 +74,103 @@ InstalledFace describe(FcPattern* pattern) {
     return face;
 }
 
-FcConfig* loadFonts() {
-    FcConfig* config = FcConfigCreate();
-    if (config != nullptr) {
-        const bool parsed = FcConfigParseAndLoadFromMemory(
-                                config, reinterpret_cast<const FcChar8*>(kDirectories), FcTrue) != FcFalse;
-        if (parsed && FcConfigBuildFonts(config) != FcFalse) {
-            const FcFontSet* fonts = FcConfigGetFonts(config, FcSetSystem);
-            if (fonts != nullptr && fonts->nfont > 0) return config;
-        }
-        FcConfigDestroy(config);
+struct ConfigDeleter {
+    void operator()(FcConfig* config) const { FcConfigDestroy(config); }
+};
+struct FontSetDeleter {
+    void operator()(FcFontSet* set) const { FcFontSetDestroy(set); }
+};
+struct StringListDeleter {
+    void operator()(FcStrList* list) const { FcStrListDone(list); }
+};
+struct CacheDeleter {
+    void operator()(FcCache* cache) const { FcDirCacheUnload(cache); }
+};
+using ConfigPtr = std::unique_ptr<FcConfig, ConfigDeleter>;
+using FontSetPtr = std::unique_ptr<FcFontSet, FontSetDeleter>;
+using CachePtr = std::unique_ptr<FcCache, CacheDeleter>;
+
+// fontconfig ends the process where it lacks memory, so that it is called with some at hand: in blocks below one
+// that keeps them from going back to the system when they are freed.
+class MemoryAtHand {
+public:
+    MemoryAtHand() {
+        constexpr std::size_t kBlocks = 32, kBlockBytes = 32 << 10;
+        std::vector<std::unique_ptr<char[]>> blocks(kBlocks);
+        for (auto& block : blocks) block.reset(new char[kBlockBytes]);
+        lid_.reset(new char[kBlockBytes]);
     }
-    return FcInitLoadConfigAndFonts();  // fonts in directories that only the configuration names
+
+private:
+    std::unique_ptr<char[]> lid_;
+};
+
+template <class Pointer>
+Pointer required(Pointer pointer) {
+    if (pointer == nullptr) throw std::bad_alloc();
+    return pointer;
+}
+
+// The patterns of the fonts in some directories and in those below them. fontconfig's own walk passes over
+// whatever it fails to open, so that a moment without descriptors or memory would look like fewer fonts.
+class DirectoryWalk {
+public:
+    explicit DirectoryWalk(FcConfig* config) : config_(config) {
+        const std::unique_ptr<FcStrList, StringListDeleter> directories(
+            required(FcConfigGetFontDirs(config)));
+        while (const FcChar8* directory = FcStrListNext(directories.get())) visit(directory);
+    }
+
+    std::vector<FcPattern*> patterns() const {
+        std::vector<FcPattern*> all;
+        for (const FontSetPtr& set : sets_) all.insert(all.end(), set->fonts, set->fonts + set->nfont);
+        return all;
+    }
+    // From here on the patterns live as long as the process.
+    void keepForGood() {
+        for (FontSetPtr& set : sets_) static_cast<void>(set.release());
+    }
+
+private:
+    void visit(const FcChar8* directory) {
+        struct stat status {};
+        const FcChar8* const root = FcConfigGetSysRoot(config_);
+        const std::string path = std::string(root != nullptr ? reinterpret_cast<const char*>(root) : "") +
+                                 reinterpret_cast<const char*>(directory);
+        if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) ||
+            ::access(path.c_str(), R_OK | X_OK) != 0) {
+            if (isShortage(errno)) fail(path);
+            return;
+        }
+        if (!visited_.emplace(status.st_dev, status.st_ino).second) return;  // links may lead round
+        // The second attempt lists the directory anew, where no list of it was saved.
+        CachePtr list(FcDirCacheLoad(directory, config_, nullptr));
+        if (list == nullptr) list.reset(FcDirCacheRead(directory, FcFalse, config_));
+        if (list == nullptr) fail(path);
+        add(*list);
+        for (int i = 0; i < FcCacheNumSubdir(list.get()); ++i) visit(FcCacheSubdir(list.get(), i));
+    }
+
+    void add(const FcCache& list) {
+        const FontSetPtr& set = sets_.emplace_back(FcCacheCopySet(&list));
+        if (set == nullptr || set->nfont != FcCacheNumFont(&list)) throw std::bad_alloc();
+    }
+
+    [[noreturn]] static void fail(const std::string& directory) {
+        throw MachineError("the fonts in " + directory + " can't be listed" +
+                           (isShortage(errno) ? ": " + std::generic_category().message(errno) : ""));
+    }
+
+    FcConfig* config_;
+    std::set<std::pair<dev_t, ino_t>> visited_;
+    std::vector<FontSetPtr> sets_;
+};
+
+ConfigPtr directoriesOnly() {
+    ConfigPtr config(required(FcConfigCreate()));
+    const auto* const text = reinterpret_cast<const FcChar8*>(kDirectories);
+    if (FcConfigParseAndLoadFromMemory(config.get(), text, FcTrue) == FcFalse) throw std::bad_alloc();
+    return config;
 }
 
 // A wrong slant is worse than a wrong weight: bold is easily synthesized.
@@ -87,12 +182,22 @@ int mismatch(const InstalledFace& face, bool bold, bool italic) {
 }  // namespace
 
 FontCatalogue::FontCatalogue() {
-    FcConfig* config = loadFonts();
-    config_ = config;
-    const FcFontSet* fonts = config != nullptr ? FcConfigGetFonts(config, FcSetSystem) : nullptr;
-    if (fonts == nullptr) return;
-    for (int i = 0; i < fonts->nfont; ++i) {
-        if (isUsable(fonts->fonts[i])) faces_.push_back(describe(fonts->fonts[i]));
+    const MemoryAtHand memory;
+    // A configuration that the user names is the one to use.
+    if (::secure_getenv("FONTCONFIG_FILE") == nullptr) {
+        const ConfigPtr config = withEnoughMemory(directoriesOnly);
+        read(config.get());
+    }
+    if (!faces_.empty()) return;
+    // Fonts in places that only the configuration knows.
+    const ConfigPtr config(required(FcInitLoadConfig()));
+    read(config.get());
+}
+
+void FontCatalogue::read(_FcConfig* config) {
+    DirectoryWalk walk(config);
+    for (FcPattern* pattern : walk.patterns()) {
+        if (isUsable(pattern)) faces_.push_back(describe(pattern));
     }
     // Sorted, so that equal machines choose equal fonts.
     std::sort(faces_.begin(), faces_.end(), [](const InstalledFace& a, const InstalledFace& b) {
@@ -106,6 +211,7 @@ FontCatalogue::FontCatalogue() {
             byFamily_[foldFamily(toUtf16(family))].push_back(i);
         }
     }
+    walk.keepForGood();
 }
 
 const InstalledFace* FontCatalogue::find(std::string_view foldedFamily, bool bold, bool italic) const {

@@ -7,6 +7,8 @@
 #include <unordered_map>
 #include <vector>
 
+struct _FcConfig;
+
 namespace qbsvrl6 {
 
 struct InstalledFace {
@@ -16,13 +18,15 @@ struct InstalledFace {
     bool bold = false;
     bool italic = false;
     int rank = 0;             // distance from regular or bold weight and normal width: smaller is plainer
-    void* pattern = nullptr;  // fontconfig's
+    void* pattern = nullptr;  // fontconfig's; never freed
 };
 
 class FontCatalogue {
 public:
-    // Reads the list of fonts.
+    // Reads the list of fonts. Raises MachineError or std::bad_alloc where it can't be read completely.
     FontCatalogue();
+
+    bool empty() const { return faces_.empty(); }
 
     // The nearest face of a folded family; null if the family isn't installed.
     const InstalledFace* find(std::string_view foldedFamily, bool bold, bool italic) const;
@@ -31,7 +35,8 @@ public:
     const InstalledFace* covering(char32_t character, bool bold, bool italic) const;
 
 private:
-    void* config_ = nullptr;  // fontconfig's; never freed, since the patterns belong to it
+    void read(_FcConfig* config);
+
     std::vector<InstalledFace> faces_;
     std::unordered_map<std::string, std::vector<std::size_t>> byFamily_;  // folded name: indexes in faces_
 };

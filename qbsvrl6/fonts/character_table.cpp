@@ -24,7 +24,7 @@ char16_t withoutControl(char16_t unit) { return unit < u' ' || unit == 0x7F ? u'
 
 }  // namespace
 
-PlainCharacter CharacterTable::lookUp(char16_t unit, hb_buffer_t* scratch) const {
+PlainCharacter CharacterTable::lookUp(char16_t unit, RunShaper& runs) const {
     const char16_t shown = withoutControl(unit);
     PlainCharacter character;
     character.kind = PlainCharacter::Kind::Complex;
@@ -37,7 +37,7 @@ PlainCharacter CharacterTable::lookUp(char16_t unit, hb_buffer_t* scratch) const
         character.member = static_cast<std::uint16_t>(i);
         if (ascii) {
             std::vector<Glyph> glyphs;  // a font may have another form of the character for the language
-            shapeRun(face, {&shown, 1}, 0, 1, HB_DIRECTION_LTR, scratch, glyphs);
+            runs.shape(face, {&shown, 1}, 0, 1, HB_DIRECTION_LTR, glyphs);
             if (glyphs.size() != 1 || glyphs[0].xOffset != 0 || glyphs[0].yOffset != 0) break;
             character.glyph = glyphs[0].id;
             character.advance = glyphs[0].advance;
@@ -53,15 +53,15 @@ PlainCharacter CharacterTable::lookUp(char16_t unit, hb_buffer_t* scratch) const
     return character;
 }
 
-PairEffect CharacterTable::measurePair(char16_t first, char16_t second, hb_buffer_t* scratch) {
+PairEffect CharacterTable::measurePair(char16_t first, char16_t second, RunShaper& runs) {
     PairEffect effect;
-    const PlainCharacter left = character(first, scratch);
-    const PlainCharacter right = character(second, scratch);
+    const PlainCharacter left = character(first, runs);
+    const PlainCharacter right = character(second, runs);
     effect.kind = PairEffect::Kind::Moves;
     if (left.member != right.member) return effect;
     const char16_t text[] = {withoutControl(first), withoutControl(second)};
     std::vector<Glyph> glyphs;
-    shapeRun(*fonts_.members[left.member].face, {text, 2}, 0, 2, HB_DIRECTION_LTR, scratch, glyphs);
+    runs.shape(*fonts_.members[left.member].face, {text, 2}, 0, 2, HB_DIRECTION_LTR, glyphs);
     const bool same = glyphs.size() == 2 && glyphs[0].id == left.glyph && glyphs[1].id == right.glyph &&
                       glyphs[0].xOffset == 0 && glyphs[0].yOffset == 0 && glyphs[1].yOffset == 0;
     if (!same) {

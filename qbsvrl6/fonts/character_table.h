@@ -9,8 +9,6 @@
 
 #include "qbsvrl6/fonts/font_library.h"
 
-struct hb_buffer_t;
-
 namespace qbsvrl6 {
 
 struct PlainCharacter {
@@ -26,6 +24,8 @@ struct PlainCharacter {
     Kind kind = Kind::Unknown;
 };
 
+class RunShaper;
+
 // The change that HarfBuzz makes to two adjacent ASCII characters, in 1/1000 em.
 struct PairEffect {
     enum class Kind : std::uint8_t { Unknown, Moves, Complex };
@@ -39,21 +39,21 @@ class CharacterTable {
 public:
     explicit CharacterTable(const FontSet& fonts) : fonts_(fonts) {}
 
-    // `scratch` is a buffer of the thread.
-    const PlainCharacter& character(char16_t unit, hb_buffer_t* scratch) {
+    // `runs` is the thread's.
+    const PlainCharacter& character(char16_t unit, RunShaper& runs) {
         std::unique_ptr<Page>& page = pages_[unit >> 8];
         if (page == nullptr) page = std::make_unique<Page>();
         PlainCharacter& known = (*page)[unit & 0xFF];
-        if (known.kind == PlainCharacter::Kind::Unknown) known = lookUp(unit, scratch);
+        if (known.kind == PlainCharacter::Kind::Unknown) known = lookUp(unit, runs);
         return known;
     }
 
     // Both units must be of the kind Ascii.
-    const PairEffect& pair(char16_t first, char16_t second, hb_buffer_t* scratch) {
+    const PairEffect& pair(char16_t first, char16_t second, RunShaper& runs) {
         std::unique_ptr<PairRow>& row = pairs_[first & 0x7F];
         if (row == nullptr) row = std::make_unique<PairRow>();
         PairEffect& known = (*row)[second & 0x7F];
-        if (known.kind == PairEffect::Kind::Unknown) known = measurePair(first, second, scratch);
+        if (known.kind == PairEffect::Kind::Unknown) known = measurePair(first, second, runs);
         return known;
     }
 
@@ -61,8 +61,8 @@ private:
     using Page = std::array<PlainCharacter, 256>;
     using PairRow = std::array<PairEffect, 128>;
 
-    PlainCharacter lookUp(char16_t unit, hb_buffer_t* scratch) const;
-    PairEffect measurePair(char16_t first, char16_t second, hb_buffer_t* scratch);
+    PlainCharacter lookUp(char16_t unit, RunShaper& runs) const;
+    PairEffect measurePair(char16_t first, char16_t second, RunShaper& runs);
 
     const FontSet& fonts_;
     std::array<std::unique_ptr<Page>, 256> pages_;

@@ -7,25 +7,56 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <system_error>
+#include <utility>
+
+#include "qbsvrl6/support/descriptor.h"
+#include "qbsvrl6/support/enough_memory.h"
+#include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-std::string_view mapFile(const std::string& file) {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return {};
-    struct stat status {};
-    void* address = MAP_FAILED;
-    if (::fstat(descriptor, &status) == 0 && status.st_size > 0) {
-        address =
-            ::mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ, MAP_PRIVATE, descriptor, 0);
+// The bytes of a file, in memory while it lives or for good.
+class MappedFile {
+public:
+    // Without bytes where the file can't be read. Raises MachineError for a shortage, which says nothing of the
+    // file.
+    explicit MappedFile(const std::string& file) {
+        const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+        struct stat status {};
+        if (!descriptor.valid() || ::fstat(descriptor.number(), &status) != 0) {
+            failIfShort(file);
+        } else if (status.st_size > 0) {
+            const auto size = static_cast<std::size_t>(status.st_size);
+            void* const address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor.number(), 0);
+            if (address == MAP_FAILED) {
+                failIfShort(file);
+            } else {
+                bytes_ = {static_cast<const char*>(address), size};
+            }
+        }
     }
-    ::close(descriptor);
-    if (address == MAP_FAILED) return {};
-    return {static_cast<const char*>(address), static_cast<std::size_t>(status.st_size)};
-}
+    ~MappedFile() {
+        if (!bytes_.empty()) ::munmap(const_cast<char*>(bytes_.data()), bytes_.size());
+    }
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+
+    std::string_view bytes() const { return bytes_; }
+    std::string_view keepForGood() { return std::exchange(bytes_, {}); }
+
+private:
+    static void failIfShort(const std::string& file) {
+        if (!isShortage(errno)) return;
+        throw MachineError("font file " + file + ": " + std::generic_category().message(errno));
+    }
+
+    std::string_view bytes_;
+};
 
 // A table of big-endian fields; beyond its end everything reads as 0.
 class FontTable {
@@ -78,6 +109,8 @@ void readTables(FontFace& face) {
     face.ascent = hhea.i16(4);
     face.descent = std::abs(hhea.i16(6));
     face.lineGap = hhea.i16(8);
+    face.typoAscent = os2.i16(68);
+    face.typoDescent = std::abs(os2.i16(70));
     face.capHeight = os2.u16(0) >= 2 ? os2.i16(88) : 0;
     if (face.capHeight <= 0) face.capHeight = face.ascent * 3 / 4;
     face.italicAngle = post.i16(4) + post.u16(6) / 65536.0;
@@ -87,24 +120,33 @@ void readTables(FontFace& face) {
 
 bool hasTable(hb_face_t* face, hb_tag_t tag) { return !FontTable(face, tag).empty(); }
 
-}  // namespace
+// HarfBuzz reads each table when it is first needed, and one that memory was lacking for stays empty. So all
+// that shaping needs is read here.
+void readAhead(const FontFace& face) {
+    hb_face_get_glyph_count(face.face);
+    hb_codepoint_t glyph = 0;
+    hb_font_get_nominal_glyph(face.font, U'A', &glyph);
+    hb_font_get_glyph_h_advance(face.font, glyph);
+    hb_glyph_extents_t extents;
+    hb_font_get_glyph_extents(face.font, glyph, &extents);
+    hb_segment_properties_t properties = HB_SEGMENT_PROPERTIES_DEFAULT;
+    properties.direction = HB_DIRECTION_LTR;
+    properties.script = HB_SCRIPT_LATIN;
+    hb_shape_plan_destroy(hb_shape_plan_create(face.face, &properties, nullptr, 0, nullptr));
+}
 
-std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index) {
+// Null where the bytes hold no such face.
+std::unique_ptr<const FontFace> readFace(const std::string& file, int index, std::string_view bytes) {
     auto face = std::make_unique<FontFace>();
     face->file = file;
     face->index = index;
-    face->bytes = mapFile(file);
-    if (face->bytes.empty()) return nullptr;
-    hb_blob_t* blob = hb_blob_create(face->bytes.data(), static_cast<unsigned>(face->bytes.size()),
+    face->bytes = bytes;
+    hb_blob_t* blob = hb_blob_create(bytes.data(), static_cast<unsigned>(bytes.size()),
                                      HB_MEMORY_MODE_READONLY, nullptr, nullptr);
     face->face = hb_face_create(blob, static_cast<unsigned>(index));
     hb_blob_destroy(blob);
     face->cff = hasTable(face->face, HB_TAG('C', 'F', 'F', ' '));
-    if (!face->cff && !hasTable(face->face, HB_TAG('g', 'l', 'y', 'f'))) {
-        hb_face_destroy(face->face);
-        ::munmap(const_cast<char*>(face->bytes.data()), face->bytes.size());
-        return nullptr;
-    }
+    if (!face->cff && !hasTable(face->face, HB_TAG('g', 'l', 'y', 'f'))) return nullptr;
     face->unitsPerEm = hb_face_get_upem(face->face);
     face->familyName = nameOf(face->face, HB_OT_NAME_ID_FONT_FAMILY);
     face->postScriptName = nameOf(face->face, HB_OT_NAME_ID_POSTSCRIPT_NAME);
@@ -112,18 +154,33 @@ std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index)
     hb_face_make_immutable(face->face);
     face->font = hb_font_create(face->face);
     hb_font_make_immutable(face->font);
+    readAhead(*face);
+    return face;
+}
+
+}  // namespace
+
+FontFace::~FontFace() {
+    hb_font_destroy(font);
+    hb_face_destroy(face);
+}
+
+std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index) {
+    MappedFile mapped(file);
+    if (mapped.bytes().empty()) return nullptr;
+    auto face = withEnoughMemory([&] { return readFace(file, index, mapped.bytes()); });
+    if (face != nullptr) mapped.keepForGood();
     return face;
 }
 
 LineMetrics lineMetricsOf(const FontFace& face) {
     const double em = face.unitsPerEm;
-    const FontTable os2(face.face, HB_TAG('O', 'S', '/', '2'));
-    const int typoAscent = os2.i16(68);
-    const int typoDescent = std::abs(os2.i16(70));
     // Chinese fonts draw each character in a square of one em. Their other metrics leave space for all
     // scripts of the world and would put half an em between the lines of a table.
-    const bool square = typoAscent > 0 && typoAscent + typoDescent == static_cast<int>(face.unitsPerEm);
-    if (square && face.ascent + face.descent > 1.3 * em) return {typoAscent / em, typoDescent / em, 1.2};
+    const bool square =
+        face.typoAscent > 0 && face.typoAscent + face.typoDescent == static_cast<int>(face.unitsPerEm);
+    if (square && face.ascent + face.descent > 1.3 * em)
+        return {face.typoAscent / em, face.typoDescent / em, 1.2};
     return {face.ascent / em, face.descent / em, (face.ascent + face.descent + face.lineGap) / em};
 }
 

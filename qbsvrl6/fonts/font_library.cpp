@@ -28,6 +28,11 @@ constexpr std::size_t kRememberedNames = 1024;
 constexpr std::size_t kRememberedCharacters = 65'536;
 constexpr std::size_t kToldCharacters = 50;
 
+constexpr const char* kNoFont =
+    "no font is installed that can be used; install fonts such as the packages fonts-dejavu and "
+    "fonts-noto-cjk, and "
+    "start the program again";
+
 struct Request {
     std::u16string_view family;
     bool bold = false;
@@ -66,17 +71,16 @@ public:
         const bool bold = like.syntheticBold || isBold(like.face);
         const bool italic = like.syntheticItalic || like.face->italicAngle != 0;
         if (covering_.size() >= kRememberedCharacters) covering_.clear();
-        const auto [place, isNew] = covering_.try_emplace({character, bold, italic}, nullptr);
-        if (isNew) {
-            const InstalledFace* installed = catalogue_.covering(character, bold, italic);
-            if (installed != nullptr) {
-                FontSet set;
-                if (add(set, installed, bold, italic))
-                    place->second = &intern(std::move(set)).members.front();
-            }
-            if (place->second == nullptr) tellLacking(character);
+        const std::tuple key(character, bold, italic);
+        if (const auto known = covering_.find(key); known != covering_.end()) return known->second;
+        const FontSet::Member* member = nullptr;
+        FontSet set;
+        if (add(set, catalogue_.covering(character, bold, italic), bold, italic)) {
+            member = &intern(std::move(set)).members.front();
         }
-        return place->second;
+        if (member == nullptr) tellLacking(character);
+        covering_.emplace(key, member);
+        return member;
     }
 
 private:
@@ -97,7 +101,8 @@ private:
             add(set, catalogue_.covering(U'A', request.bold, request.italic), request.bold, request.italic);
         }
         if (set.members.empty()) {
-            throw EngineError(ErrorCode::NotSupported, "this machine has no font that can be used");
+            set.members.push_back({&builtIn(), false, false});
+            return set;
         }
         if (!installed) tellReplaced(request.family, wanted, set);
         return set;
@@ -121,13 +126,22 @@ private:
         return true;
     }
 
+    // Null where the file holds no such face, which is remembered.
     const FontFace* open(const InstalledFace& installed) {
-        const auto [place, isNew] = faces_.try_emplace({installed.file, installed.index});
-        if (isNew) {
-            place->second = {openFontFace(installed.file, installed.index), installed.bold};
-            if (place->second.face == nullptr) logWarning("font file " + installed.file + " can't be used");
+        const std::pair key(installed.file, installed.index);
+        if (const auto known = faces_.find(key); known != faces_.end()) return known->second.face.get();
+        auto face = openFontFace(installed.file, installed.index);
+        if (face == nullptr) logWarning("font file " + installed.file + " can't be used");
+        const OpenFace& kept = faces_[key] = {std::move(face), installed.bold};
+        return kept.face.get();
+    }
+
+    const FontFace& builtIn() {
+        if (builtIn_ == nullptr) {
+            builtIn_ = makeBuiltInFace();
+            logWarning(std::string("columns and lines have estimated widths: ") + kNoFont);
         }
-        return place->second.face.get();
+        return *builtIn_;
     }
 
     bool isBold(const FontFace* face) const {
@@ -181,6 +195,7 @@ private:
     FontCatalogue catalogue_;
     RequestMap resolved_;
     std::map<std::pair<std::string, int>, OpenFace> faces_;
+    std::unique_ptr<const FontFace> builtIn_;
     std::map<SetKey, std::unique_ptr<const FontSet>> sets_;
     std::map<std::tuple<char32_t, bool, bool>, const FontSet::Member*> covering_;
     std::set<std::string> replaced_;
@@ -194,6 +209,10 @@ FontLibrary& fontLibrary() {
 }
 
 }  // namespace
+
+void requireDrawable(const FontFace& face) {
+    if (face.bytes.empty()) throw MachineError(kNoFont);
+}
 
 const FontSet::Member& FontSet::memberFor(char32_t character) const {
     hb_codepoint_t glyph = 0;

@@ -17,11 +17,16 @@ namespace qbsvrl6 {
 
 // One face of one font file. Immutable; all pointers are valid for the life of the process.
 struct FontFace {
+    FontFace() = default;
+    ~FontFace();
+    FontFace(const FontFace&) = delete;
+    FontFace& operator=(const FontFace&) = delete;
+
     std::string file;
     int index = 0;  // in a collection
     std::string postScriptName;
     std::string familyName;
-    std::string_view bytes;     // the whole mapped file
+    std::string_view bytes;     // the whole mapped file; none: only widths are known
     hb_face_t* face = nullptr;  // made immutable
     hb_font_t* font = nullptr;  // at unitsPerEm, made immutable
     unsigned unitsPerEm = 1000;
@@ -29,7 +34,8 @@ struct FontFace {
     bool fixedPitch = false;
     bool serif = false;
     double italicAngle = 0;
-    int ascent = 0, descent = 0, lineGap = 0;  // font units; descent is positive below the base line
+    int ascent = 0, descent = 0, lineGap = 0;  // font units; descents are positive below the base line
+    int typoAscent = 0, typoDescent = 0;
     int capHeight = 0;
     int xMin = 0, yMin = 0, xMax = 0, yMax = 0;
 };
@@ -57,11 +63,15 @@ struct FontSet {
 // Resolves a family: to itself if it is installed, or else to its substitute in the table of aliases ("宋体"
 // and "SimSun", "黑体", "楷体", "仿宋", "微软雅黑", "Arial" ...), or else to a family that the words in its name
 // suggest; followed by the machine's fonts for Chinese and for symbols. The process caches results under a
-// lock; each thread caches them again, to avoid the lock. A replaced family is logged once. Raises
-// EngineError if the machine has no usable font at all. If a language is given, ideographs have its forms in
+// lock; each thread caches them again, to avoid the lock. A replaced family is logged once. If the machine has
+// no usable font at all, the face has widths only. Raises MachineError or std::bad_alloc if a font can't be
+// opened now: another typeface must not appear by chance. If a language is given, ideographs have its forms in
 // any text.
 const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic,
                            TextLanguage language = TextLanguage::Unknown);
+
+// Raises MachineError for a face of which only widths are known.
+void requireDrawable(const FontFace& face);
 
 }  // namespace qbsvrl6
 

@@ -17,10 +17,6 @@ namespace qbsvrl6 {
 
 namespace {
 
-struct BufferDeleter {
-    void operator()(hb_buffer_t* buffer) const { hb_buffer_destroy(buffer); }
-};
-
 // One slot per hash value, in which the newest text replaces the older one. Reports repeat titles, units and
 // names, mostly soon; with more different texts than this, shaping again is as fast as looking up.
 struct CachedText {
@@ -45,11 +41,12 @@ struct ShapingState {
     const FontSet* lastFonts = nullptr;
     CharacterTable* lastTable = nullptr;
     std::vector<CachedText> cache{kCachedTexts};
-    std::unique_ptr<hb_buffer_t, BufferDeleter> buffer{hb_buffer_create()};
+    RunShaper runs;
     std::u16string cleaned;
 
     CharacterTable& table(const FontSet& fonts) {
         if (lastFonts != &fonts) {
+            lastFonts = nullptr;
             if (tables.size() >= kKeptTables && tables.count(&fonts) == 0) tables.clear();
             std::unique_ptr<CharacterTable>& place = tables[&fonts];
             if (place == nullptr) place = std::make_unique<CharacterTable>(fonts);
@@ -78,14 +75,13 @@ bool walkPlain(const FontSet& fonts, std::u16string_view text, ShapingState& sta
     using Kind = PlainCharacter::Kind;
     static constexpr PairEffect kNoEffect;
     CharacterTable& table = state.table(fonts);
-    hb_buffer_t* const scratch = state.buffer.get();
     bool afterAscii = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const PlainCharacter& character = table.character(text[i], scratch);
+        const PlainCharacter& character = table.character(text[i], state.runs);
         if (character.kind == Kind::Complex) return false;
         const bool ascii = character.kind == Kind::Ascii;
         const PairEffect& effect =
-            ascii && afterAscii ? table.pair(text[i - 1], text[i], scratch) : kNoEffect;
+            ascii && afterAscii ? table.pair(text[i - 1], text[i], state.runs) : kNoEffect;
         if (effect.kind == PairEffect::Kind::Complex) return false;
         afterAscii = ascii;
         place(i, character, effect);
@@ -180,8 +176,8 @@ std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string
     for (std::size_t i = 0; i < shaped->runs.size(); ++i) {
         GlyphRun& run = shaped->runs[i];
         const hb_direction_t direction = levelsOfRuns[i] % 2 == 1 ? HB_DIRECTION_RTL : HB_DIRECTION_LTR;
-        shapeRun(*run.member.face, line, run.firstUnit, run.unitCount, direction, state.buffer.get(),
-                 run.glyphs, language);
+        state.runs.shape(*run.member.face, line, run.firstUnit, run.unitCount, direction, run.glyphs,
+                         language);
         for (const Glyph& glyph : run.glyphs) width += glyph.advance;
     }
     if (!levels.empty()) toVisualOrder(shaped->runs, std::move(levelsOfRuns));
@@ -189,62 +185,7 @@ std::shared_ptr<ShapedText> shapeByHarfBuzz(const FontSet& fonts, std::u16string
     return shaped;
 }
 
-// Scripts that are mixed within a word share one set of rules: the form of a digit or a quotation mark must
-// not depend on whether a letter or an ideograph is next to it.
-bool sharesLatinRules(hb_script_t script) {
-    switch (script) {
-        case HB_SCRIPT_INVALID:
-        case HB_SCRIPT_COMMON:
-        case HB_SCRIPT_INHERITED:
-        case HB_SCRIPT_HAN:
-        case HB_SCRIPT_HIRAGANA:
-        case HB_SCRIPT_KATAKANA:
-        case HB_SCRIPT_BOPOMOFO:
-            return true;
-        default:
-            return false;
-    }
-}
-
-hb_language_t libraryLanguage(TextLanguage language) {
-    static const hb_language_t chinese = hb_language_from_string("zh-hans", -1);
-    static const hb_language_t japanese = hb_language_from_string("ja", -1);
-    static const hb_language_t korean = hb_language_from_string("ko", -1);
-    switch (language) {
-        case TextLanguage::Japanese:
-            return japanese;
-        case TextLanguage::Korean:
-            return korean;
-        default:
-            return chinese;
-    }
-}
-
 }  // namespace
-
-void shapeRun(const FontFace& face, std::u16string_view line, std::size_t first, std::size_t count,
-              hb_direction_t direction, hb_buffer_t* scratch, std::vector<Glyph>& glyphs,
-              TextLanguage language) {
-    hb_buffer_clear_contents(scratch);
-    hb_buffer_add_utf16(scratch, reinterpret_cast<const std::uint16_t*>(line.data()),
-                        static_cast<int>(line.size()), static_cast<unsigned>(first), static_cast<int>(count));
-    hb_buffer_guess_segment_properties(scratch);
-    hb_buffer_set_direction(scratch, direction);
-    hb_buffer_set_language(scratch, libraryLanguage(language));
-    if (sharesLatinRules(hb_buffer_get_script(scratch))) hb_buffer_set_script(scratch, HB_SCRIPT_LATIN);
-    hb_shape(face.font, scratch, nullptr, 0);
-    unsigned glyphCount = 0;
-    const hb_glyph_info_t* infos = hb_buffer_get_glyph_infos(scratch, &glyphCount);
-    const hb_glyph_position_t* positions = hb_buffer_get_glyph_positions(scratch, &glyphCount);
-    const float scale = 1000.0f / static_cast<float>(face.unitsPerEm);
-    glyphs.reserve(glyphs.size() + glyphCount);
-    for (unsigned i = 0; i < glyphCount; ++i) {
-        glyphs.push_back({infos[i].codepoint, infos[i].cluster,
-                          static_cast<float>(positions[i].x_advance) * scale,
-                          static_cast<float>(positions[i].x_offset) * scale,
-                          static_cast<float>(positions[i].y_offset) * scale});
-    }
-}
 
 ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirection base,
                     TextLanguage language) {
@@ -263,11 +204,12 @@ ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirectio
     CachedText& slot = state.slot(fonts, text);
     if (slot.fonts == &fonts && slot.base == base && slot.language == language && slot.text == text)
         return slot.shaped;
+    slot.fonts = nullptr;  // no text's, should memory be lacking
+    slot.text.assign(text);
     slot.shaped = shapeNow();
     slot.fonts = &fonts;
     slot.base = base;
     slot.language = language;
-    slot.text.assign(text);
     return slot.shaped;
 }
 

@@ -9,6 +9,7 @@
 #include "qbsvrl6/picture/jpeg.h"
 #include "qbsvrl6/picture/png.h"
 #include "qbsvrl6/support/byte_words.h"
+#include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -144,8 +145,10 @@ std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string&
 }
 
 Pixels decodePicture(const Picture& picture) {
-    return picture.encoding == Picture::Encoding::Png ? decodePng(picture.bytes)
-                                                      : decodeJpeg(picture.bytes, picture.inverted);
+    return withEnoughMemory([&] {
+        return picture.encoding == Picture::Encoding::Png ? decodePng(picture.bytes)
+                                                          : decodeJpeg(picture.bytes, picture.inverted);
+    });
 }
 
 }  // namespace qbsvrl6

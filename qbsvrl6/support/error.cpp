@@ -1,5 +1,6 @@
 #include "qbsvrl6/support/error.h"
 
+#include <cerrno>
 #include <utility>
 
 namespace qbsvrl6 {
@@ -19,5 +20,20 @@ EngineError::EngineError(ErrorCode code, const std::string& message, SourcePlace
     : std::runtime_error(placedMessage(place.file, place.position, message)),
       code_(code),
       place_(std::move(place)) {}
+
+bool isShortage(int systemError) {
+    switch (systemError) {
+        case EMFILE:
+        case ENFILE:
+        case ENOMEM:
+        case ENOBUFS:
+        case EAGAIN:
+        case EINTR:
+        case EIO:
+            return true;
+        default:
+            return false;
+    }
+}
 
 }  // namespace qbsvrl6

@@ -1,5 +1,5 @@
-// The engine's only exception. It never leaves the library: each entry point turns it into a null or a false
-// and a line of the log.
+// The engine's exceptions. They never leave the library: each entry point turns them into a null or a false and
+// a line of the log.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ERROR_H
 #define QBSVR_QBSVRL6_SUPPORT_ERROR_H
 
@@ -54,6 +54,17 @@ private:
     ErrorCode code_;
     SourcePlace place_;
 };
+
+// What the machine lacks: memory, open files, room on a disk, a font. It is no property of what was being read,
+// so that nothing may remember it, and no EngineError, so that it passes those who leave out what can't be read:
+// the export ends with this cause, and the next one starts afresh.
+class MachineError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Whether an errno says that the machine lacks something, rather than something about a file.
+bool isShortage(int systemError);
 
 }  // namespace qbsvrl6
 

@@ -19,7 +19,9 @@ namespace qbsvrl6 {
 namespace {
 
 [[noreturn]] void fail(ErrorCode code, const std::string& path, int cause) {
-    throw EngineError(code, std::generic_category().message(cause), {path});
+    const std::string message = std::generic_category().message(cause);
+    if (isShortage(cause)) throw MachineError(placedMessage(path, {}, message));
+    throw EngineError(code, message, {path});
 }
 
 }  // namespace
@@ -32,7 +34,8 @@ std::string readFile(const std::string& path, std::size_t maxBytes) {
              errno);
     }
     struct stat status {};
-    if (::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::fstat(file.number(), &status) != 0) fail(ErrorCode::FileUnreadable, path, errno);
+    if (!S_ISREG(status.st_mode)) {
         throw EngineError(ErrorCode::FileUnreadable, "not a regular file", {path});
     }
     if (static_cast<std::uintmax_t>(status.st_size) > maxBytes) {

@@ -9,7 +9,8 @@
 namespace qbsvrl6 {
 
 // The bytes of a file, with SourceText::kReadAhead bytes of capacity after them. Raises EngineError that
-// names the path: FileNotFound, FileUnreadable (a directory too), LimitExceeded beyond `maxBytes`.
+// names the path: FileNotFound, FileUnreadable (a directory too), LimitExceeded beyond `maxBytes`; MachineError
+// for want of descriptors or memory.
 std::string readFile(const std::string& path, std::size_t maxBytes);
 
 // Writes the whole file or leaves what was there, as larkspur::WriteWholeFile does. Makes missing

@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 class LazyLibrary {
 public:
     // Loads the library, for the process's life. Raises EngineError(NotSupported) with the cause where it
-    // isn't there.
+    // isn't there, and MachineError where memory or descriptors were lacking.
     explicit LazyLibrary(const std::string& soname);
 
     // The function of this name: `library.function<decltype(curl_easy_init)>("curl_easy_init")`. Raises

@@ -31,7 +31,8 @@ inline constexpr std::size_t kLogBytes = 8u << 20;             // then it become
 inline constexpr std::size_t kResultBytesInMemory = 1u << 28;  // of one report; further ones go to files
 inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid
-inline constexpr std::size_t kKnownWarnings = 1'000;           // of one export, each reported once
+inline constexpr std::size_t kLinesOfAKind = 50;      // in the log, of one export; the others are counted
+inline constexpr std::size_t kKnownWarnings = 1'000;  // of one export, each reported once
 inline constexpr int kFetchSeconds = 30;
 inline constexpr int kFetchRedirects = 5;
 

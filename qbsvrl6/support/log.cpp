@@ -51,7 +51,7 @@ Descriptor stateDirectory() {
 class RotatingFile : public spdlog::sinks::base_sink<std::mutex> {
 public:
     // Raises spdlog_ex where the file can't be opened.
-    explicit RotatingFile(Descriptor directory) : directory_(std::move(directory)) {
+    RotatingFile(Descriptor directory, mode_t rights) : directory_(std::move(directory)), rights_(rights) {
         if (!open()) throw spdlog::spdlog_ex("no log file");
     }
 
@@ -75,9 +75,9 @@ private:
 
     bool open() {
         if (!directory_.valid()) return false;
-        file_ =
-            Descriptor(::openat(directory_.number(), kName,
-                                O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0640));
+        file_ = Descriptor(::openat(directory_.number(), kName,
+                                    O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                                    rights_));
         struct stat status {};
         return file_.valid() && ::fstat(file_.number(), &status) == 0 && S_ISREG(status.st_mode) &&
                status.st_nlink == 1;
@@ -98,13 +98,14 @@ private:
     }
 
     Descriptor directory_;
+    mode_t rights_;
     Descriptor file_;
 };
 
 // Null where the file can't be opened for appending.
-std::shared_ptr<spdlog::logger> openLogger(Descriptor directory) {
+std::shared_ptr<spdlog::logger> openLogger(Descriptor directory, mode_t rights) {
     try {
-        auto sink = std::make_shared<RotatingFile>(std::move(directory));
+        auto sink = std::make_shared<RotatingFile>(std::move(directory), rights);
         auto logger = std::make_shared<spdlog::logger>("qbsvrl6", std::move(sink));
         logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %t %v");
         logger->set_error_handler([](const std::string&) {});
@@ -120,7 +121,6 @@ public:
         const std::lock_guard lock(mutex_);
         setupPath_ = setupPath;
         logger_.reset();
-        opened_ = false;
     }
 
     void write(spdlog::level::level_enum level, std::string_view message) {
@@ -131,17 +131,15 @@ public:
 private:
     std::shared_ptr<spdlog::logger> current() {
         const std::lock_guard lock(mutex_);
-        if (!opened_) {
-            opened_ = true;
-            logger_ = openLogger(openDirectory(openExisting(setupPath_), "log"));
-            if (!logger_) logger_ = openLogger(stateDirectory());
+        if (!logger_) {  // each line tries again: what lacked once may be there now
+            logger_ = openLogger(openDirectory(openExisting(setupPath_), "log"), 0640);
+            if (!logger_) logger_ = openLogger(stateDirectory(), 0600);
         }
         return logger_;
     }
 
     std::mutex mutex_;
     std::string setupPath_;
-    bool opened_ = false;
     std::shared_ptr<spdlog::logger> logger_;
 };
 
@@ -191,8 +189,10 @@ std::string asOneLine(std::string_view message) {
 
 thread_local LogSubject* innermostSubject = nullptr;
 
-void write(spdlog::level::level_enum level, std::string_view message, TextPosition position = {}) {
+void write(spdlog::level::level_enum level, std::string_view message, TextPosition position,
+           const LogKind& kind) {
     try {
+        if (innermostSubject != nullptr && !innermostSubject->hasRoomFor(kind, message)) return;
         theLog().write(level, asOneLine(innermostSubject ? innermostSubject->with(message, position)
                                                          : placedMessage({}, position, message)));
     } catch (...) {  // NOLINT(bugprone-empty-catch): logging never fails the caller
@@ -203,17 +203,17 @@ void write(spdlog::level::level_enum level, std::string_view message, TextPositi
 
 void setLogSetupPath(const std::string& setupPath) { theLog().setSetupPath(setupPath); }
 
-void logError(std::string_view message, TextPosition position) {
-    write(spdlog::level::err, message, position);
+void logError(std::string_view message, TextPosition position, const char* file, int line) {
+    write(spdlog::level::err, message, position, {file, line});
 }
-void logWarning(std::string_view message, TextPosition position) {
-    write(spdlog::level::warn, message, position);
+void logWarning(std::string_view message, TextPosition position, const char* file, int line) {
+    write(spdlog::level::warn, message, position, {file, line});
 }
-void logInfo(std::string_view message) { write(spdlog::level::info, message); }
+void logInfo(std::string_view message) { write(spdlog::level::info, message, {}, {"", 0}); }
 
-void logWarningOnce(std::string_view message) {
+void logWarningOnce(std::string_view message, const char* file, int line) {
     try {
-        if (isNewWarning(message)) logWarning(message);
+        if (isNewWarning(message)) logWarning(message, {}, file, line);
     } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): as above
     }
 }
@@ -226,10 +226,28 @@ LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), oute
     innermostSubject = this;
 }
 
-LogSubject::~LogSubject() { innermostSubject = outer_; }
+LogSubject::~LogSubject() {
+    try {
+        for (const auto& [kind, count] : counts_) {
+            if (count.lines <= limits::kLinesOfAKind) continue;
+            const std::size_t more = count.lines - limits::kLinesOfAKind;
+            theLog().write(spdlog::level::warn,
+                           asOneLine(with(std::to_string(more) + " more lines such as: " + count.first)));
+        }
+    } catch (...) {  // NOLINT(bugprone-empty-catch): logging never fails the caller
+    }
+    innermostSubject = outer_;
+}
 
 std::string LogSubject::with(std::string_view message, TextPosition position) const {
     return placedMessage(subject_, position, message);
+}
+
+bool LogSubject::hasRoomFor(const LogKind& kind, std::string_view message) {
+    constexpr std::size_t kQuoted = 300;
+    Count& count = counts_[kind];
+    if (++count.lines == 1) count.first = message.substr(0, kQuoted);
+    return count.lines <= limits::kLinesOfAKind;
 }
 
 bool LogSubject::isNew(std::string_view message) {

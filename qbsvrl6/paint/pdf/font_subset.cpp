@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "qbsvrl6/paint/compressor.h"
+#include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/log.h"
 
 namespace qbsvrl6 {
@@ -63,13 +64,46 @@ std::string fileOf(hb_face_t* face, bool cff) {
 }
 
 std::string wholeFontBytes(const FontFace& face) {
-    if (face.cff) return fileOf(face.face, true);
-    const FacePtr builder(hb_face_builder_create());
-    for (const hb_tag_t tag : kTables) {
-        const BlobPtr table(hb_face_reference_table(face.face, tag));
-        if (hb_blob_get_length(table.get()) > 0) hb_face_builder_add_table(builder.get(), tag, table.get());
+    return withEnoughMemory([&] {
+        if (face.cff) return fileOf(face.face, true);
+        const FacePtr builder(hb_face_builder_create());
+        for (const hb_tag_t tag : kTables) {
+            const BlobPtr table(hb_face_reference_table(face.face, tag));
+            if (hb_blob_get_length(table.get()) > 0) {
+                hb_face_builder_add_table(builder.get(), tag, table.get());
+            }
+        }
+        return fileOf(builder.get(), false);
+    });
+}
+
+// Without bytes where the subsetter can't.
+EmbeddedFont cutDown(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
+    // The subsetter adds glyphs that any table refers to, and searches the whole character map for them.
+    // Without that map and the layout tables, it takes a third of the time.
+    const FacePtr bare(hb_face_create_for_tables(referenceNeededTable, face.face, nullptr));
+    hb_face_set_upem(bare.get(), face.unitsPerEm);
+    const InputPtr input(hb_subset_input_create_or_fail());
+    if (input == nullptr) return {};
+    hb_set_t* wanted = hb_subset_input_glyph_set(input.get());
+    for (const std::uint32_t glyph : glyphs) hb_set_add(wanted, glyph);
+    // Finding subroutines pays off in whole fonts only: a subset is just as small without them, and made
+    // faster.
+    unsigned flags =
+        HB_SUBSET_FLAGS_NO_HINTING | HB_SUBSET_FLAGS_NOTDEF_OUTLINE | HB_SUBSET_FLAGS_DESUBROUTINIZE;
+    if (keepNumbers) flags |= HB_SUBSET_FLAGS_RETAIN_GIDS;
+    hb_subset_input_set_flags(input.get(), flags);
+    const PlanPtr plan(hb_subset_plan_create_or_fail(bare.get(), input.get()));
+    const FacePtr cut(plan != nullptr ? hb_subset_plan_execute_or_fail(plan.get()) : nullptr);
+    EmbeddedFont font;
+    if (cut == nullptr) return font;
+    font.bytes = fileOf(cut.get(), face.cff);
+    const hb_map_t* numbers = hb_subset_plan_old_to_new_glyph_mapping(plan.get());
+    for (const std::uint32_t glyph : glyphs) {
+        const hb_codepoint_t number = hb_map_get(numbers, glyph);
+        font.newGlyphs.push_back(number == HB_MAP_VALUE_INVALID ? 0 : number);
     }
-    return fileOf(builder.get(), false);
+    return font;
 }
 
 constexpr std::size_t kKeptFontBytes = 64 << 20;
@@ -112,34 +146,10 @@ private:
 }  // namespace
 
 EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
-    // The subsetter adds glyphs that any table refers to, and searches the whole character map for them.
-    // Without that map and the layout tables, it takes a third of the time.
-    const FacePtr bare(hb_face_create_for_tables(referenceNeededTable, face.face, nullptr));
-    hb_face_set_upem(bare.get(), face.unitsPerEm);
-    const InputPtr input(hb_subset_input_create_or_fail());
-    if (input == nullptr) throw std::bad_alloc();
-    hb_set_t* wanted = hb_subset_input_glyph_set(input.get());
-    for (const std::uint32_t glyph : glyphs) hb_set_add(wanted, glyph);
-    // Finding subroutines pays off in whole fonts only: a subset is just as small without them, and made
-    // faster.
-    unsigned flags =
-        HB_SUBSET_FLAGS_NO_HINTING | HB_SUBSET_FLAGS_NOTDEF_OUTLINE | HB_SUBSET_FLAGS_DESUBROUTINIZE;
-    if (keepNumbers) flags |= HB_SUBSET_FLAGS_RETAIN_GIDS;
-    hb_subset_input_set_flags(input.get(), flags);
-    const PlanPtr plan(hb_subset_plan_create_or_fail(bare.get(), input.get()));
-    const FacePtr cut(plan != nullptr ? hb_subset_plan_execute_or_fail(plan.get()) : nullptr);
-    EmbeddedFont font;
-    if (cut != nullptr) font.bytes = fileOf(cut.get(), face.cff);
-    if (font.bytes.empty()) {
-        logWarning("font " + face.file + " can't be cut down and is embedded whole");
-        return {wholeFontBytes(face), glyphs};
-    }
-    const hb_map_t* numbers = hb_subset_plan_old_to_new_glyph_mapping(plan.get());
-    for (const std::uint32_t glyph : glyphs) {
-        const hb_codepoint_t number = hb_map_get(numbers, glyph);
-        font.newGlyphs.push_back(number == HB_MAP_VALUE_INVALID ? 0 : number);
-    }
-    return font;
+    EmbeddedFont font = withEnoughMemory([&] { return cutDown(face, glyphs, keepNumbers); });
+    if (!font.bytes.empty()) return font;
+    logWarning("font " + face.file + " can't be cut down and is embedded whole");
+    return {wholeFontBytes(face), glyphs};
 }
 
 std::shared_ptr<const CompressedFont> compressedWholeFont(const FontFace& face) {

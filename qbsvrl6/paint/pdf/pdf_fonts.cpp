@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/paint/pdf/font_subset.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
+#include "qbsvrl6/support/enough_memory.h"
 
 namespace qbsvrl6 {
 
@@ -45,8 +46,10 @@ std::string subsetTag(const std::vector<std::uint32_t>& glyphs) {
 PdfFont::PdfFont(const FontFace& face, int resource)
     : face_(face), resource_(resource), indexes_(hb_face_get_glyph_count(face.face)), codes_(1) {
     if (!face.cff) return;
-    const std::unique_ptr<hb_blob_t, void (*)(hb_blob_t*)> table(
-        hb_face_reference_table(face.face, HB_TAG('C', 'F', 'F', ' ')), hb_blob_destroy);
+    const auto table = withEnoughMemory([&] {
+        return std::unique_ptr<hb_blob_t, void (*)(hb_blob_t*)>(
+            hb_face_reference_table(face.face, HB_TAG('C', 'F', 'F', ' ')), hb_blob_destroy);
+    });
     unsigned length = 0;
     const char* data = hb_blob_get_data(table.get(), &length);
     charset_ = CffCharset::read({data, length}, static_cast<unsigned>(indexes_.size()));
@@ -251,6 +254,7 @@ void PdfFont::write(PdfFile& file, int number, bool whole) const {
 }
 
 PdfFont& PdfFonts::find(const FontFace& face) {
+    requireDrawable(face);
     for (const std::unique_ptr<PdfFont>& font : fonts_) {
         if (&font->face() == &face) return *font;
     }

@@ -6,6 +6,7 @@
 #include "qbsvrl6/paint/pdf/byte_buffer.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/picture/png.h"
+#include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
 
@@ -64,7 +65,8 @@ int PdfPictures::writeJpeg(const Picture& picture) {
 
 // The rows of a PNG are already compressed, in the form that PDF calls predictor 15.
 int PdfPictures::writePng(const Picture& picture) {
-    if (const PngRows rows = extractPngRows(picture.bytes); rows.usable) {
+    const PngRows rows = withEnoughMemory([&] { return extractPngRows(picture.bytes); });
+    if (rows.usable) {
         std::string space(deviceSpace(rows.channels));
         if (!rows.palette.empty()) {
             ByteBuffer palette;

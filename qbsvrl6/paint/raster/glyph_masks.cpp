@@ -5,10 +5,12 @@
 #include FT_OUTLINE_H
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <memory>
 #include <unordered_map>
 
+#include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/hash.h"
 
 namespace qbsvrl6 {
@@ -58,7 +60,11 @@ public:
     const GlyphMask& find(const Key& key) {
         const auto found = masks_.find(key);
         if (found != masks_.end()) return found->second;
-        GlyphMask mask = draw(key);
+        GlyphMask mask = withEnoughMemory([&] {
+            GlyphMask drawn = draw(key);
+            if (errno == ENOMEM) forgetFaces();  // FreeType goes on without parts that it could not make
+            return drawn;
+        });
         bytes_ += mask.coverage.size() + sizeof(GlyphMask);
         if (bytes_ > kKeptBytes) {
             masks_.clear();
@@ -84,6 +90,11 @@ private:
             }
         }
         return place->second.get();
+    }
+
+    void forgetFaces() {
+        faces_.clear();
+        library_.reset();
     }
 
     GlyphMask draw(const Key& key) {
@@ -138,6 +149,7 @@ std::uint8_t stepOf(double fraction) {
 }  // namespace
 
 const GlyphMask& glyphMask(const GlyphLook& look, std::uint32_t glyph, double fractionX, double fractionY) {
+    requireDrawable(*look.member->face);
     thread_local MaskCache cache;
     Key key;
     key.face = look.member->face;

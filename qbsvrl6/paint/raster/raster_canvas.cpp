@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -25,8 +26,10 @@ cairo_surface_t* toSurface(const Pixels& pixels) {
     const bool opaque = pixels.alpha.empty();
     cairo_surface_t* surface = lib.cairo_image_surface_create(
         opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, pixels.width, pixels.height);
-    if (lib.cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
+    const cairo_status_t status = lib.cairo_surface_status(surface);
+    if (status != CAIRO_STATUS_SUCCESS) {
         lib.cairo_surface_destroy(surface);
+        if (status == CAIRO_STATUS_NO_MEMORY) throw std::bad_alloc();
         throw EngineError(ErrorCode::BadPicture, "the picture is too large to be drawn");
     }
     unsigned char* rows = lib.cairo_image_surface_get_data(surface);
@@ -100,6 +103,10 @@ RasterCanvas::RasterCanvas(PixelPage& page, double resolution, DecodedPictures& 
                                                  CAIRO_FORMAT_RGB24, page.width, page.height, page.width * 4);
     context_.reset(lib_.cairo_create(surface));
     lib_.cairo_surface_destroy(surface);
+    finish();
+}
+
+void RasterCanvas::finish() {
     if (lib_.cairo_status(context_.get()) != CAIRO_STATUS_SUCCESS) throw std::bad_alloc();
 }
 

@@ -45,6 +45,9 @@ public:
     // Draws on `page`, which already has its pixels.
     RasterCanvas(PixelPage& page, double resolution, DecodedPictures& pictures);
 
+    // Raises std::bad_alloc where memory was lacking for what has been drawn: cairo goes on without it.
+    void finish();
+
     void fill(const Rect& rect, Color color) override;
     void edge(Point from, Point to, const BorderLine& line) override;
     void line(Point from, Point to, const LineContent& line) override;

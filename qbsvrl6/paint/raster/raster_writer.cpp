@@ -54,6 +54,7 @@ public:
 
     void endPage() override {
         if (isLeftOut()) return;
+        canvas_->finish();
         // Pages are written in order: one with pending texts delays those after it.
         if (pages_ != Pages::AllInOne && pending_.empty() && waiting_.empty()) {
             encode();
@@ -157,6 +158,7 @@ private:
         page.compressed = {};
         RasterCanvas canvas(page_, options_.resolution, pictures_);
         for (const PendingItem& item : page.pending) paintText(canvas, item);
+        canvas.finish();
         page.pending = {};
     }
 

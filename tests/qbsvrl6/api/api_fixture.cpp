@@ -54,6 +54,27 @@ constexpr const char* kData =
 
 }  // namespace
 
+const char* const kEverything = R"(<Report version="1" imageResolution="10">
+  <Info title="T"/><Page width="100mm" height="60mm" margins="5mm"/><Watermark text="W"/>
+  <Data connection="xml" query="list.txt" table="Rows"/>
+  <PageFooter height="5mm"><Text width="50mm" height="5mm" text="[PageNumber]/[PageCount]"/></PageFooter>
+  <ReportHeader height="20mm">
+    <Text width="30mm" height="5mm" text="链接 [Year]" link="http://a/" underline="true" border="0.2mm"/>
+    <Line x="30mm" width="5mm" height="5mm"/><Box x="35mm" width="5mm" height="5mm" fill="#ff0000"/>
+    <Barcode x="40mm" width="20mm" height="8mm" type="52" text="[Year]"/>
+    <Picture x="60mm" width="5mm" height="5mm"><Embedded>iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAYAAAD0In+KAAAAEUlEQVR4nGP4z8DQwMDw/z8ADX4DfuoeFyEAAAAASUVORK5CYII=</Embedded></Picture>
+    <Chart y="8mm" width="30mm" height="10mm"><Category name="c"/><Series label="s" values="1"/></Chart>
+  </ReportHeader>
+  <Grid>
+    <Columns><Column name="N" width="40mm"><Title text="N"/><Content text="[Name]"/></Column></Columns>
+    <Groups><Group name="G" by="Name"><Footer height="5mm">
+      <Text column="N" height="5mm" text="[Sum(Amount):0.00]"/></Footer></Group></Groups>
+  </Grid>
+  <ReportFooter height="5mm"><SubReport width="50mm" height="5mm"><Report>
+    <ReportHeader height="5mm"><Text width="20mm" height="5mm" text="inner"/></ReportHeader>
+  </Report></SubReport></ReportFooter>
+</Report>)";
+
 std::u16string wide(const std::string& utf8) { return qbsvrl6::toUtf16(utf8); }
 std::string narrow(const lkchar* text) { return text == nullptr ? "(null)" : qbsvrl6::toUtf8(text); }
 

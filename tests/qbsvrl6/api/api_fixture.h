@@ -18,6 +18,10 @@ using namespace quillbrook;
 std::u16string wide(const std::string& utf8);
 std::string narrow(const lkchar* text);
 
+// A template over "list.txt" that has something of all that a page shows, and is small: tests export it as often as
+// it allocates.
+extern const char* const kEverything;
+
 // "list.qbf" has a detail grid over "list.txt", a chart, and a sub-report with a chart; "bare.qbf" has no
 // grid.
 class ApiTest : public testing::Test {

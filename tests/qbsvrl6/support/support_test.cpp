@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -213,6 +215,16 @@ TEST_F(InDirectory, LogsALineAnEventFromManyThreads) {
     const std::string all = ReadFile(directory_ + "log/qbsvrl6.log");
     const std::string last = all.substr(all.rfind('\n', all.size() - 2));
     EXPECT_TRUE(last.size() < 5'000 && last.ends_with("中...\n")) << last;
+
+    {
+        const LogSubject subject("b.qbf");
+        for (int i = 0; i < 100'000; ++i) logWarning("no picture " + std::to_string(i));
+        logWarning("another kind");
+    }
+    const std::string few = ReadFile(directory_ + "log/qbsvrl6.log").substr(all.size());
+    EXPECT_EQ(std::count(few.begin(), few.end(), '\n'), static_cast<long>(limits::kLinesOfAKind) + 2);
+    EXPECT_NE(few.find("another kind"), std::string::npos);
+    EXPECT_TRUE(few.ends_with(" b.qbf: 99950 more lines such as: no picture 0\n")) << few;
 }
 
 TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
@@ -220,6 +232,7 @@ TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
     setLogSetupPath("/dev/null");
     logWarning("elsewhere");
     EXPECT_NE(ReadFile(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" elsewhere"), std::string::npos);
+    EXPECT_EQ(fs::status(directory_ + "state/qbsvrl6/qbsvrl6.log").permissions(), fs::perms(0600));
     // A mistyped set-up folder isn't made, and no link is followed, be it the file or its folder.
     setLogSetupPath(directory_ + "mistyped");
     logWarning("mistyped");
@@ -240,14 +253,27 @@ TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
     logWarning("nowhere");  // and nothing is thrown
 }
 
-TEST_F(InDirectory, TheLogStartsAnewAtItsLimit) {
+TEST_F(InDirectory, TheLogStartsAnewAtItsLimitInSeveralProcesses) {
+    constexpr int kProcesses = 2, kThreads = 16, kLines = 72, kLine = 3'900;
     setLogSetupPath(directory_);
-    const std::string line(3'900, 'x');
-    for (int i = 0; i < 2'300; ++i) logError(line);
+    const auto writeLines = [] {
+        for (int i = 0; i < kLines; ++i) logError(std::string(kLine, 'x'));
+    };
+    for (int process = 0; process < kProcesses; ++process) {
+        if (::fork() != 0) continue;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kThreads; ++i) threads.emplace_back(writeLines);
+        for (std::thread& thread : threads) thread.join();
+        ::_exit(0);
+    }
+    while (::wait(nullptr) > 0) {
+    }
     const fs::path log = directory_ + "log/qbsvrl6.log";
-    EXPECT_LE(fs::file_size(log), limits::kLogBytes);
-    EXPECT_LE(fs::file_size(log.string() + ".1"), limits::kLogBytes);
-    EXPECT_GT(fs::file_size(log.string() + ".1"), limits::kLogBytes - 5'000);
+    const std::string old = ReadFile(log.string() + ".1");
+    const std::string both = old + ReadFile(log);
+    EXPECT_LE(old.size(), limits::kLogBytes + kProcesses * 5'000);
+    EXPECT_GT(old.size(), limits::kLogBytes - 5'000);
+    EXPECT_EQ(std::count(both.begin(), both.end(), '\n'), kProcesses * kThreads * kLines);
     EXPECT_EQ(std::distance(fs::directory_iterator(log.parent_path()), {}), 2);
     setLogSetupPath("/dev/null");
 }

@@ -1,0 +1,254 @@
+// Exports at moments in which the machine lacks something: the n-th allocation, open file, mapping or read fails,
+// once or from then on. Such an export ends with a cause in the log or gives its document whole, and the next one
+// is as if nothing had happened. Each case is a process of its own, forked from one that has exported before (warm)
+// or has not (cold).
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <fontconfig/fontconfig.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <utility>
+
+#include "tests/qbsvrl6/api/api_fixture.h"
+
+namespace {
+
+enum class Lack { Nothing, Memory, Files, Mappings, Reads };
+struct Moment {
+    Lack lack = Lack::Nothing;
+    bool lasting = false;  // until the export ends
+    long left = 0;         // calls that succeed
+    bool came = false;
+} moment;
+
+bool fails(Lack lack, int error) {
+    if (moment.lack != lack) return false;
+    if (moment.left-- > 0) return false;
+    moment.came = true;
+    if (!moment.lasting) moment.left = 1L << 40;
+    errno = error;
+    return true;
+}
+
+struct EnoughMemory {
+    Lack before = std::exchange(moment.lack, moment.lack == Lack::Memory ? Lack::Nothing : moment.lack);
+    ~EnoughMemory() { moment.lack = before; }
+};
+
+// The next definition of a function: the system's, or that of a sanitizer.
+template <class Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+// Functions of the program come before those of libraries, for every library of the process.
+extern "C" {
+[[gnu::weak]] void* __interceptor_malloc(std::size_t);
+[[gnu::weak]] void* __interceptor_calloc(std::size_t, std::size_t);
+[[gnu::weak]] void* __interceptor_realloc(void*, std::size_t);
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+
+void* malloc(std::size_t size) noexcept {
+    if (fails(Lack::Memory, ENOMEM)) return nullptr;
+    return __interceptor_malloc != nullptr ? __interceptor_malloc(size) : __libc_malloc(size);
+}
+void* calloc(std::size_t count, std::size_t size) noexcept {
+    if (fails(Lack::Memory, ENOMEM)) return nullptr;
+    return __interceptor_calloc != nullptr ? __interceptor_calloc(count, size) : __libc_calloc(count, size);
+}
+void* realloc(void* block, std::size_t size) noexcept {
+    if (size > 0 && fails(Lack::Memory, ENOMEM)) return nullptr;
+    return __interceptor_realloc != nullptr ? __interceptor_realloc(block, size)
+                                            : __libc_realloc(block, size);
+}
+
+int open(const char* path, int flags, ...) {
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    if (fails(Lack::Files, EMFILE)) return -1;
+    static auto* const real = next<int(const char*, int, ...)>("open");
+    return real(path, flags, mode);
+}
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
+FILE* fopen(const char* path, const char* mode) {
+    if (fails(Lack::Files, EMFILE)) return nullptr;
+    static auto* const real = next<FILE*(const char*, const char*)>("fopen");
+    return real(path, mode);
+}
+FILE* fopen64(const char* path, const char* mode) __attribute__((alias("fopen")));
+DIR* opendir(const char* path) {
+    if (fails(Lack::Files, EMFILE)) return nullptr;
+    static auto* const real = next<DIR*(const char*)>("opendir");
+    return real(path);
+}
+void* mmap(void* at, std::size_t size, int protection, int flags, int file, off_t offset) noexcept {
+    if (fails(Lack::Mappings, ENOMEM)) return MAP_FAILED;
+    static auto* const real = next<void*(void*, std::size_t, int, int, int, off_t)>("mmap");
+    return real(at, size, protection, flags, file, offset);
+}
+void* mmap64(void*, std::size_t, int, int, int, off_t) noexcept __attribute__((alias("mmap")));
+ssize_t read(int file, void* to, std::size_t size) {
+    if (fails(Lack::Reads, EIO)) return -1;
+    static auto* const real = next<ssize_t(int, void*, std::size_t)>("read");
+    return real(file, to, size);
+}
+
+// fontconfig does not survive a lack of memory: here it fails as a whole.
+FcBool FcConfigParseAndLoadFromMemory(FcConfig* config, const FcChar8* text, FcBool complain) {
+    if (fails(Lack::Memory, ENOMEM)) return FcFalse;
+    static auto* const real =
+        next<decltype(FcConfigParseAndLoadFromMemory)>("FcConfigParseAndLoadFromMemory");
+    const EnoughMemory enough;
+    return real(config, text, complain);
+}
+FcCache* FcDirCacheLoad(const FcChar8* directory, FcConfig* config, FcChar8** file) {
+    if (fails(Lack::Memory, ENOMEM)) return nullptr;
+    static auto* const real = next<decltype(FcDirCacheLoad)>("FcDirCacheLoad");
+    const EnoughMemory enough;
+    return real(directory, config, file);
+}
+FcCache* FcDirCacheRead(const FcChar8* directory, FcBool force, FcConfig* config) {
+    return force ? nullptr : FcDirCacheLoad(directory, config, nullptr);
+}
+}
+
+namespace api_test {
+namespace {
+
+struct Format {
+    const char* name;
+    tagQBExportType type;
+    bool xlsx;
+    bool png;
+};
+constexpr Format kFormats[] = {
+    {"CSV", QBExportType_CSV, false, false}, {"TXT", QBExportType_TXT, false, false},
+    {"HTM", QBExportType_HTM, false, false}, {"PDF", QBExportType_PDF, false, false},
+    {"RTF", QBExportType_RTF, false, false}, {"XLS", QBExportType_XLS, false, false},
+    {"XLSX", QBExportType_XLS, true, false}, {"TIFF", QBExportType_IMG, false, false},
+    {"PNG", QBExportType_IMG, false, true},
+};
+
+struct Case {
+    const char* name;
+    Lack lack;
+    bool lasting;
+};
+constexpr Case kCases[] = {
+    {"one allocation", Lack::Memory, false}, {"all allocations", Lack::Memory, true},
+    {"one file", Lack::Files, false},        {"all files", Lack::Files, true},
+    {"one mapping", Lack::Mappings, false},  {"all mappings", Lack::Mappings, true},
+    {"one read", Lack::Reads, false},
+};
+
+class BadMomentsTest : public ApiTest {
+protected:
+    BadMomentsTest() { write("everything.qbf", kEverything); }
+
+    // A report of its own: what is remembered is the process's.
+    std::string document(const Format& format, const Moment& during = {}) const {
+        const OwnReport report;
+        moment = during;
+        tagQBBinaryObject* const object = exported(report, format);
+        moment.lack = Lack::Nothing;
+        return bytesOf(object);
+    }
+
+    tagQBBinaryObject* exported(tagQBReport* report, const Format& format) const {
+        if (QBReportLoadFromFile(report, template_.c_str()) == 0) return nullptr;
+        tagQBExportOption* const option = QBReportPrepareExport(report, format.type);
+        if (format.xlsx) QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
+        if (format.png) {
+            QBE2IMGOptionSetImageType(QBExportOptionGetAsE2IMGOption(option), QBImageType_PNG);
+            QBE2IMGOptionSetAllInOne(QBExportOptionGetAsE2IMGOption(option), 1);
+        }
+        return QBReportExportToBinaryObject(report);
+    }
+
+    // What a child process has to say; it ends without destructors, as memory may have been lacking for them.
+    template <class Action>
+    static std::string inChild(Action action) {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            const std::string said = action();
+            const ssize_t written = ::write(ends[1], said.data(), said.size());
+            _exit(written == static_cast<ssize_t>(said.size()) ? 0 : 1);
+        }
+        close(ends[1]);
+        std::string said;
+        char block[4096];
+        for (ssize_t count = 0; (count = ::read(ends[0], block, sizeof block)) > 0;) {
+            said.append(block, static_cast<std::size_t>(count));
+        }
+        close(ends[0]);
+        int status = 0;
+        waitpid(child, &status, 0);
+        return status == 0 ? said : "the process ended with status " + std::to_string(status);
+    }
+
+    // Empty, or what is wrong; "." when the export did not come to the n-th call.
+    std::string atMoment(const Format& format, const Case& c, long n, const std::string& good) {
+        return inChild([&]() -> std::string {
+            takeLog();
+            const std::string first = document(format, {c.lack, c.lasting, n});
+            const bool came = moment.came;
+            if (first == "(null)" && takeLog().empty()) return "no cause is logged";
+            if (first != "(null)" && first != good) return "another document";
+            if (document(format) != good) return "the next export has another document";
+            return came ? "" : ".";
+        });
+    }
+
+    const std::u16string template_ = path("everything.qbf");
+
+    // Every n, or enough of them: the tables of the first calls matter most.
+    void walk(const char* state, const Format& format, const std::string& good) {
+        const bool full =
+            std::getenv("QBSVR_FULL_TESTS") != nullptr && *std::getenv("QBSVR_FULL_TESTS") == '1';
+        for (const Case& c : kCases) {
+            long step = 1;
+            for (long n = 0;; n += step) {
+                const std::string wrong = atMoment(format, c, n, good);
+                if (wrong == ".") break;
+                EXPECT_EQ(wrong, "") << format.name << ", " << state << ": " << c.name << " after " << n;
+                if (!full && n >= 8 * step) step = step * 3 / 2 + 1;
+            }
+        }
+    }
+};
+
+TEST_F(BadMomentsTest, EndOneExportAtMost) {
+    // The log is open before files are lacking.
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("none.qbf").c_str());
+    std::map<std::string, std::string> good;
+    for (const Format& format : kFormats) {
+        good[format.name] = inChild([&] { return document(format); });
+        ASSERT_GT(good[format.name].size(), 50u) << good[format.name];
+    }
+    for (const Format& format : kFormats) walk("cold", format, good[format.name]);
+    for (const Format& format : kFormats) EXPECT_EQ(document(format), good[format.name]);
+    for (const Format& format : kFormats) walk("warm", format, good[format.name]);
+}
+
+}  // namespace
+}  // namespace api_test
