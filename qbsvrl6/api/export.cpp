@@ -14,6 +14,7 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/thread_memory.h"
 
 namespace qbsvrl6 {
 
@@ -180,6 +181,7 @@ std::string makeDocument(Report& report, const ExportOptions& options,
 // Every log line of an export names the template: many reports may be exported at once.
 template <class Export>
 std::string aboutTemplate(const Runtime& runtime, Export run) {
+    returnMemoryAtThreadEnd();
     const LogSubject subject(runtime.templateFile);
     try {
         return run();

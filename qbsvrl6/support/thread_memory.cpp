@@ -1,0 +1,56 @@
+#include "qbsvrl6/support/thread_memory.h"
+
+#include <malloc.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::size_t kWorthReturning = 32u << 20;
+constexpr std::time_t kSecondsBetween = 1;  // while other threads work on
+
+std::atomic<int> threads{0};
+std::atomic<std::size_t> residentBefore{0};  // after the last return
+std::atomic<std::time_t> lastReturn{0};
+
+std::size_t residentBytes() {
+    struct CloseFile {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen("/proc/self/statm", "re"));
+    unsigned long all = 0, resident = 0;
+    if (!file || std::fscanf(file.get(), "%lu %lu", &all, &resident) != 2) return 0;
+    return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+struct ThreadEnd {
+    ThreadEnd() { ++threads; }
+    ~ThreadEnd() {
+        const bool isLast = --threads == 0;
+        const std::time_t now = std::time(nullptr);
+        if (!isLast && now < lastReturn + kSecondsBetween) return;
+        if (residentBytes() < residentBefore + kWorthReturning) return;
+        lastReturn = now;
+        ::malloc_trim(0);
+        residentBefore = residentBytes();
+    }
+    ThreadEnd(const ThreadEnd&) = delete;
+    ThreadEnd& operator=(const ThreadEnd&) = delete;
+};
+
+}  // namespace
+
+void returnMemoryAtThreadEnd() {
+    if (::gettid() == ::getpid()) return;
+    thread_local const ThreadEnd end;
+    static_cast<void>(&end);
+}
+
+}  // namespace qbsvrl6
