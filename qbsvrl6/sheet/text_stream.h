@@ -1,4 +1,4 @@
-// Text of a document that grows at its end, with gaps that are filled at the end.
+// The growing text of a document, with gaps that are filled when it is complete.
 #ifndef QBSVR_QBSVRL6_SHEET_TEXT_STREAM_H
 #define QBSVR_QBSVRL6_SHEET_TEXT_STREAM_H
 
@@ -11,11 +11,10 @@ namespace qbsvrl6 {
 
 class TextStream {
 public:
-    // What is appended here follows all that came before. The reference is good until the next mark() or
-    // breathe().
+    // Append to this string. The reference is valid until the next mark() or breathe().
     std::string& text() { return block_; }
 
-    // Call now and then: puts a full block aside, so that growing never copies what is written.
+    // Call it now and then: it stores a full block, so that growth never copies written text.
     void breathe() {
         if (block_.size() >= kBlockBytes) putAside();
     }
@@ -26,7 +25,7 @@ public:
         return marks_.size() - 1;
     }
 
-    // Appends everything to `output`, each gap filled by `fill(number, output)`, and is empty then.
+    // Appends everything to `output`, calling `fill(number, output)` for each gap. The stream is then empty.
     void moveTo(std::string& output, const std::function<void(std::size_t, std::string&)>& fill);
 
 private:

@@ -1,4 +1,4 @@
-// Cell documents from laid-out bands: each kind is one sink.
+// The sinks that write cell documents, one per format.
 #ifndef QBSVR_QBSVRL6_SHEET_WRITERS_H
 #define QBSVR_QBSVRL6_SHEET_WRITERS_H
 
@@ -23,7 +23,7 @@ struct SheetOptions {
     std::shared_ptr<const Picture> background;  // may be null
     Watermark watermark;
     bool rawValues = false;  // CSV: typed values instead of the texts that show them
-    // Of each column of the detail grid; empty: they are where they are on the paper.
+    // The columns of the detail grid that move; empty: all are where they are on the paper.
     std::vector<ColumnMove> columnMoves = {};
 };
 

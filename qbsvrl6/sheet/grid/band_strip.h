@@ -1,4 +1,4 @@
-// Bands that are side by side on paper, as one band: labels and the page's columns of detail.
+// Joins bands that are side by side on paper into one band: labels and the page's columns of detail.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_BAND_STRIP_H
 #define QBSVR_QBSVRL6_SHEET_GRID_BAND_STRIP_H
 
@@ -8,9 +8,9 @@
 
 namespace qbsvrl6 {
 
-// Bands come from top to bottom. The strip takes each band that begins above its lower edge and overlaps none
-// of its bands; a band without height joins the one that begins where it is. What the strip doesn't take
-// belongs to the next strip.
+// Bands arrive from top to bottom. The strip accepts each band that begins above its lower edge and overlaps
+// none of its bands; a band without height joins the band that begins at the same height. A band that the
+// strip does not accept starts the next strip.
 class BandStrip {
 public:
     bool isEmpty() const { return isEmpty_; }
@@ -18,8 +18,8 @@ public:
     void add(Band&& band, Micrometres x, Micrometres y);
     void clear() { isEmpty_ = true; }
 
-    // All bands as one, and the position of its upper left corner on the paper. Items of bands further to the
-    // left than the first one have negative x.
+    // All bands as one, and the position of its upper left corner on the paper. Items of bands to the left of
+    // the first one have negative x.
     Band& band() { return band_; }
     Micrometres x() const { return x_; }
     Micrometres y() const { return y_; }
@@ -34,7 +34,7 @@ private:
     bool isEmpty_ = true;
     Band band_;
     Micrometres x_ = 0, y_ = 0, bottom_ = 0;
-    std::vector<Extent> open_;  // of the bands that reach below the last one's top
+    std::vector<Extent> open_;  // of bands that extend below the top of the last one
 };
 
 }  // namespace qbsvrl6

@@ -10,9 +10,9 @@
 
 namespace qbsvrl6 {
 
-// The text is known at the end of the report only.
+// Whether its text is known only at the end of the report.
 bool isPending(const Item& item);
-// What an item reads: its text, or the alternate text of a picture or drawing.
+// The text of an item, or the alternate text of a picture or drawing.
 std::u16string_view textOf(const Item& item);
 
 bool isPicture(const Item& item);     // or a drawing
@@ -40,7 +40,7 @@ struct CellRow {
     Micrometres height = 0;
     Micrometres gap = 0;      // between the row and the one above it
     Micrometres tail = 0;     // of the band's last row: from there to the band's end
-    std::vector<Cell> cells;  // those that begin in this row, by column
+    std::vector<Cell> cells;  // the cells that begin in this row, by column
     std::vector<Overlay> overlays;
 
     void clear() {
@@ -49,22 +49,22 @@ struct CellRow {
     }
 };
 
-// How the rows follow the paper.
+// How closely the rows follow the paper.
 enum class GridFit {
-    Lines,    // items side by side are one row
-    Exact,    // each top and bottom is the edge of a row, so that all items keep their place on paper; a
-              // picture or drawing whose cells are taken overlays them
-    Overlay,  // like Lines; pictures, drawings and slanted lines overlay the cells and take none
+    Lines,    // items side by side form one row
+    Exact,    // each top and bottom is the edge of a row, so that all items keep their position on paper;
+              // a picture or drawing whose cells are taken overlays them
+    Overlay,  // like Lines, but pictures, drawings and slanted lines overlay the cells
 };
 
-// Whether the item has cells. A text that shows nothing has none, unless it belongs to the detail grid and its
-// row is not flat.
+// Whether the item has cells. An empty text has none, unless it belongs to the detail grid and its row has
+// height.
 bool takesCells(const Item& item, GridFit fit);
 
-// Edges nearer than this are meant to be one.
+// Edges closer than this count as one.
 inline constexpr Micrometres kEdgeTolerance = kMicrometresPerMillimetre;
 
-// What ends this near to the edge of a cell fills the cell.
+// An item whose edge is this close to the edge of a cell fills the cell.
 inline constexpr Micrometres kEdgeReach = 3 * kEdgeTolerance;
 
 }  // namespace qbsvrl6

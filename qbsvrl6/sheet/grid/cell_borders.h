@@ -1,4 +1,4 @@
-// Lines, boxes and backgrounds of a band as borders and backgrounds of its cells.
+// Converts lines, boxes and backgrounds of a band into borders and backgrounds of its cells.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_BORDERS_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_BORDERS_H
 
@@ -11,10 +11,10 @@ namespace qbsvrl6 {
 enum class LineResult {
     Border,   // the line is the border of cells
     Overlay,  // it overlays the cells
-    Lost,     // the cells have no place for it
+    Lost,     // the cells cannot show it
 };
 
-// x is that of the band.
+// `x` is the band's position.
 class CellBorders {
 public:
     CellBorders(const GridColumns& columns, const GridRows& rows, CellPlacement& placement, GridFit fit)

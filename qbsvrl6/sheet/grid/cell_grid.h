@@ -1,5 +1,5 @@
-// Items of a band as cells of one grid. Columns are fixed for the document; the tops of a band's items make
-// its rows, so that a row is never empty; each item becomes a span of cells.
+// Converts the items of a band into cells of one grid. The columns are fixed for the document. The tops of a
+// band's items define its rows, so no row is empty. Each item becomes a span of cells.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_GRID_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_GRID_H
 
@@ -19,7 +19,8 @@ namespace qbsvrl6 {
 
 class CellGrid {
 public:
-    // `edges` are those of the columns, ascending; fewer than two make one column as wide as `paperWidth`.
+    // `edges` are the column edges, ascending; if there are fewer than two, there is one column as wide as
+    // `paperWidth`.
     CellGrid(std::vector<Micrometres> edges, Micrometres paperWidth, GridFit fit)
         : columns_(std::move(edges), paperWidth), fit_(fit) {}
     CellGrid(const CellGrid&) = delete;
@@ -52,7 +53,7 @@ private:
     std::int64_t bottom_ = 0;
     RowPattern pattern_;
 
-    // Of the band under way.
+    // For the current band.
     Micrometres x_ = 0;
     GridRows extents_{fit_};
     CellPlacement placement_{columns_, extents_, fit_};

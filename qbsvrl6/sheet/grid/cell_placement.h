@@ -1,4 +1,4 @@
-// Which cells the items of a band have.
+// Assigns cells to the items of a band.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_PLACEMENT_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_PLACEMENT_H
 
@@ -16,7 +16,7 @@ public:
     CellPlacement(const GridColumns& columns, const GridRows& rows, GridFit fit)
         : columns_(columns), rows_(rows), fit_(fit) {}
 
-    // Gives cells to the items of a band at x, whose rows have been found.
+    // Assigns cells to the items of a band at x, whose rows have been found.
     void place(Band& band, Micrometres x);
 
     // In the order in which they were taken.
@@ -27,13 +27,13 @@ public:
     int indexAt(int row, int column) const { return owners_[position(row, column)]; }
     bool isComplete() const;
 
-    // The cell that covers a position; a free position becomes a cell of its own.
+    // The cell that covers a position; for a free position, makes a new cell.
     Cell& cellAt(int row, int column);
 
     // Pictures and drawings that found no free cells.
     const std::vector<const Item*>& overlays() const { return overlays_; }
 
-    // In all bands: items that have not all of their cells, and the text of the first one.
+    // The number of items in all bands that did not get all of their cells, and the text of the first one.
     int overlapCount() const { return overlaps_; }
     const std::string& firstOverlap() const { return firstOverlap_; }
 

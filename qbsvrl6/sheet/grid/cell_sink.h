@@ -1,4 +1,4 @@
-// What all cell documents share: a sink that turns bands into rows of one grid.
+// The base of all sinks for cell documents: converts bands into rows of one grid.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_SINK_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_SINK_H
 
@@ -28,9 +28,9 @@ protected:
 
 private:
     virtual void openPage(const PageInfo&, bool /*isFirst*/) {}
-    // Whether the sink takes the band; it may then move it, and no rows are made of it.
+    // Whether the sink handles the band itself: it may then move from it, and no rows are made.
     virtual bool keepBand(Band&, Micrometres /*x*/, Micrometres /*y*/) { return false; }
-    // At least one row. Pending texts may be moved out of their items.
+    // Writes the rows of a band, at least one. It may move pending texts out of their items.
     virtual void writeRows(const Band& band, std::span<const CellRow> rows) = 0;
     virtual void closePage() {}
     // Settles the pending texts and completes the document.

@@ -1,4 +1,4 @@
-// Styles of cells, each held once.
+// The styles of cells, each stored once.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_STYLE_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_STYLE_H
 
@@ -22,7 +22,7 @@ struct CellStyle {
     HorizontalAlign align = HorizontalAlign::Left;
     VerticalAlign verticalAlign = VerticalAlign::Middle;
     int rotation = 0;  // degrees clockwise
-    int indent = 0;    // steps of a spreadsheet's, from the side that the text is aligned to
+    int indent = 0;    // in the steps of spreadsheets, from the side to which the text is aligned
     double lineSpacing = 1;
     Edges padding;
     bool wraps = false;
@@ -38,7 +38,7 @@ struct CellStyleHash {
 // Whether the item's text has several lines.
 bool wraps(const Item& item);
 
-// What a spreadsheet adds to a cell's style, by the cell's value and position.
+// The additions of a spreadsheet to a cell's style, which depend on the cell's value and position.
 struct SheetFormat {
     bool isNumber = false;
     std::u16string_view numberFormat;
@@ -55,7 +55,7 @@ public:
     const std::vector<const CellStyle*>& styles() const { return styles_; }
 
 private:
-    // What a cell's style depends on. It refers to the number format.
+    // Everything that a cell's style depends on. It does not own the number format.
     struct Source {
         const ResolvedStyle* style = nullptr;
         double fontSize = 0;
@@ -67,8 +67,8 @@ private:
         SheetFormat format;
         bool operator==(const Source&) const = default;
     };
-    // Rows repeat the styles of the row before, column by column, so that the last answers are kept in a small
-    // table by style and column.
+    // Rows repeat the styles of the previous row, column by column, so a small table by style and column
+    // caches the last answers.
     struct Answer {
         Source source;
         int id = -1;

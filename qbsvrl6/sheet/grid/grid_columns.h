@@ -16,7 +16,7 @@ struct Region {
 
 class GridColumns {
 public:
-    // The edges are ascending; fewer than two make one column as wide as the paper.
+    // The edges are ascending; if there are fewer than two, there is one column as wide as the paper.
     GridColumns(std::vector<Micrometres> edges, Micrometres paperWidth);
 
     int count() const { return static_cast<int>(edges_.size()) - 1; }
@@ -25,7 +25,7 @@ public:
 
     // The index of the nearest edge.
     int edgeNear(Micrometres x) const;
-    // Sets the columns of a box between these sides: at least one.
+    // Sets the columns of a box with these sides: at least one.
     void locate(Region& region, Micrometres left, Micrometres right) const;
 
 private:

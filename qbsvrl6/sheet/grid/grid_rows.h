@@ -12,7 +12,7 @@ namespace qbsvrl6 {
 
 struct RowExtent {
     Micrometres top = 0, bottom = 0;
-    // Of the items that begin here.
+    // The least values of the items that begin here.
     Micrometres leastBottom = 0, leastHeight = 0;
 };
 
@@ -21,20 +21,20 @@ public:
     explicit GridRows(GridFit fit) : fit_(fit) {}
 
     void find(const Band& band);
-    // One row.
+    // Makes a single row.
     void set(Micrometres height);
 
     int count() const { return static_cast<int>(extents_.size()); }
     const RowExtent& operator[](int row) const { return extents_[static_cast<std::size_t>(row)]; }
 
-    // The row that holds y, or the first one.
+    // The row that contains y, or the first one.
     int rowAt(Micrometres y) const;
     // Sets the rows of a box: at least one.
     void locate(Region& region, const Rect& box) const;
 
-    // Something overlays the cells, so that the rows keep all of their room.
+    // Whether something overlays the cells, so that the rows must keep their full height.
     bool haveOverlays() const { return haveOverlays_; }
-    // Makes room from `top` down.
+    // Reserves height for an overlay from `top` down.
     void addOverlay(Micrometres top);
 
 private:

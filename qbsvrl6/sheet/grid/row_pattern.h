@@ -1,4 +1,4 @@
-// The cells of a detail row, which the next one mostly repeats.
+// Remembers the cells of a detail row, which the next row usually repeats.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_ROW_PATTERN_H
 #define QBSVR_QBSVRL6_SHEET_GRID_ROW_PATTERN_H
 
@@ -10,10 +10,10 @@ namespace qbsvrl6 {
 
 class RowPattern {
 public:
-    // Whether the items of a band at x have the boxes of the remembered row, but for the height.
+    // Whether the items of a band at x have the same boxes as the remembered row, apart from their height.
     bool matches(const Band& band, Micrometres x, GridFit fit) const;
 
-    // Forgets the row before. Only a single row of texts is remembered.
+    // Replaces the remembered row. Only bands that are a single row of texts are remembered.
     void remember(const Band& band, Micrometres x, const GridRows& rows, CellPlacement& placement);
 
     // The items from left to right, and the columns of each.

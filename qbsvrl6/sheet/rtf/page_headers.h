@@ -1,4 +1,5 @@
-// Page headers and footers as a word processor repeats them: the same on each page but for the page number.
+// Page headers and footers that a word processor can repeat: the same on each page except for the page
+// number.
 #ifndef QBSVR_QBSVRL6_SHEET_RTF_PAGE_HEADERS_H
 #define QBSVR_QBSVRL6_SHEET_RTF_PAGE_HEADERS_H
 
@@ -15,13 +16,14 @@ struct PlacedBand {
     Micrometres y = 0;
 };
 
-// The header and footer of one page, all of their texts settled.
+// The header and footer of one page, with all texts settled.
 struct PageHeaderFooter {
     std::vector<PlacedBand> header;
     std::vector<PlacedBand> footer;
 };
 
-// Whether `later`, which is `pages` pages after `first`, shows the same once page numbers are counted on.
+// Whether `later`, which is `pages` pages after `first`, differs from it only by the page numbers that
+// follow.
 bool isContinued(const PageHeaderFooter& first, const PageHeaderFooter& later, int pages);
 
 // The page number that the header or footer shows.

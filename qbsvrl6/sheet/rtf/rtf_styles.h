@@ -1,4 +1,4 @@
-// Cell styles in RTF, with the tables of fonts and colours that they refer to.
+// Cell styles as RTF, with the tables of fonts and colours that they refer to.
 #ifndef QBSVR_QBSVRL6_SHEET_RTF_RTF_STYLES_H
 #define QBSVR_QBSVRL6_SHEET_RTF_RTF_STYLES_H
 
@@ -17,7 +17,8 @@ public:
 
     // The control words before a cell's text.
     const std::string& paragraph(const Cell& cell) { return entries_[indexOf(cell)].paragraph; }
-    // The font again, which word processors hold separately for right-to-left text; after `paragraph`.
+    // The font again, which word processors store separately for right-to-left text. Written after
+    // `paragraph`.
     const std::string& associated(const Cell& cell) { return entries_[indexOf(cell)].associated; }
     // The control words before the cell's right edge in the definition of its row.
     const std::string& frame(const Cell& cell) { return entries_[indexOf(cell)].frame; }
@@ -41,7 +42,7 @@ private:
     StyleTable styles_;
     std::vector<Words> entries_;  // by the style's number
     std::map<std::u16string, int> fonts_;
-    std::vector<Color> colors_;  // from number 1 on; 0 is the reader's default
+    std::vector<Color> colors_;  // numbered from 1; 0 is the reader's default
 };
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Rows of the grid as rows of RTF tables.
+// Writes rows of the grid as rows of RTF tables.
 #ifndef QBSVR_QBSVRL6_SHEET_RTF_RTF_TABLE_H
 #define QBSVR_QBSVRL6_SHEET_RTF_RTF_TABLE_H
 
@@ -17,17 +17,18 @@ public:
     // Writes the text of an item; may move the item.
     using TextWriter = std::function<void(std::string& out, Item& item)>;
 
-    // `left` is the grid's left edge, from the page's margin. Overlays are anchored in a cell of their row, or
-    // left out of the rows.
+    // `left` is the grid's left edge, from the page margin. With `overlaysInCells`, overlays are anchored in
+    // a cell of their row; otherwise the rows do not include them.
     RtfTable(const CellGrid& grid, Micrometres left, bool overlaysInCells);
 
-    // The rows of one band. Rows that repeat are shown again on each page; they must be their table's first.
+    // Appends the rows of one band. With `repeats`, they are shown again on each page; such rows must be the
+    // first of their table.
     void append(std::string& out, std::span<const CellRow> rows, bool repeats, const TextWriter& text);
 
-    // What overlays the row, for a paragraph outside of tables: at its position on the page, from the page's
-    // left margin and the row's top.
+    // Appends the overlays of a row, for a paragraph outside of tables. Their positions on the page are
+    // relative to its left margin and the row's top.
     void appendOverlays(std::string& out, const CellRow& row, Micrometres margin, Micrometres top);
-    // A picture below the texts of its page, from the paper's corner.
+    // Appends a picture below the texts of its page, positioned from the corner of the paper.
     void appendBackdrop(std::string& out, const Item& item);
 
     const RtfStyles& styles() const { return entries_; }
@@ -37,9 +38,9 @@ private:
     struct Slot {
         const Cell* cell;  // null: free
         int columnEnd;
-        bool goesOn;  // from the row above
+        bool goesOn;  // continues a cell of the row above
     };
-    // A cell of a row above that reaches down to here.
+    // A cell of an earlier row that spans the current one.
     struct Below {
         const Cell* cell = nullptr;
         int rowsLeft = 0;

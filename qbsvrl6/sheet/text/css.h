@@ -15,9 +15,10 @@ inline constexpr int kCssDecimals = 3;
 double inMillimetres(Micrometres length);
 // "12.3mm"
 void appendMillimetres(std::string& out, Micrometres length);
-// The inside of a quoted string, each character by its number.
+// Appends the inside of a quoted string, each character as its number.
 void appendCssText(std::string& out, std::u16string_view text);
-// The family, followed by a generic one. What could end a value or an attribute is left out of the name.
+// Appends the family, followed by a generic one, without the characters of the name that could end a value or
+// an attribute.
 void appendFontFamily(std::string& out, std::u16string_view family);
 
 // The declarations of a cell's style.

@@ -1,4 +1,4 @@
-// Drawings for documents that know pictures only.
+// Drawings as pictures, for formats without vector drawings.
 #ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_DRAWING_PICTURE_H
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_DRAWING_PICTURE_H
 
@@ -10,10 +10,11 @@
 
 namespace qbsvrl6 {
 
-// Pictures and drawings of one document as pictures, each once, numbered from 1 in the order of use.
+// The pictures and drawings of one document, as pictures. Each is stored once and numbered from 1 in the
+// order of use.
 class PictureList {
 public:
-    // The number of an item's picture; 0 where it has none, or it can't be drawn (which is logged).
+    // The number of an item's picture; 0 if it has none or can't be drawn (which is logged).
     std::uint32_t numberOf(const Item& item);
 
     const std::vector<std::shared_ptr<const Picture>>& pictures() const { return pictures_; }
@@ -23,12 +24,12 @@ private:
 
     std::vector<std::shared_ptr<const Picture>> pictures_;
     std::map<std::uint64_t, std::uint32_t> byId_;
-    // A drawing is held with its number, so that no other one gets its address.
+    // Holds the drawings, so that no other one gets the same address.
     std::map<std::shared_ptr<const Drawing>, std::uint32_t> byDrawing_;
 };
 
-// What is below the texts of a page, as one picture of the paper's size: the background, and on top of it the
-// watermark. Null where there is neither; without a watermark it is the background itself.
+// The background, with the watermark on top of it, as one picture of the size of the paper. Without a
+// watermark, the background itself; null if there is neither.
 std::shared_ptr<const Picture> backdropOf(const std::shared_ptr<const Picture>& background,
                                           const Watermark& watermark, Size paper);
 

@@ -11,11 +11,11 @@
 
 namespace qbsvrl6 {
 
-// The page numbers of a page header or footer, in the code of spreadsheets: "&L&P / &N".
+// The page numbers of a page header or footer in the syntax of spreadsheets: "&L&P / &N".
 class PageNumberCode {
 public:
-    // Moves the texts with page numbers out of a band, `page` wide: as cells they would count one page. They
-    // stay in the band if the code has no room for them.
+    // Moves the texts with page numbers out of a band; `page` is the width of the page. As cells, they would
+    // show page 1 of 1. They remain in the band if the code would be too long.
     void takeFrom(Band& band, Micrometres page);
 
     // Empty: none.
@@ -35,24 +35,23 @@ struct PrintSetup {
     bool isFirstSheet = false;  // of the workbook
     PageNumberCode header, footer;
 
-    // Of the cells: header and footer are printed beyond them.
+    // The margins of the cells: header and footer are printed outside of them.
     Edges margins() const;
     Micrometres headerMargin() const;
     Micrometres footerMargin() const;
 
-    // The number of the paper in a workbook; 0: none of the common ones.
+    // The number of the paper size in workbooks; 0 for uncommon sizes.
     int paperNumber() const;
 
-    // Percent by which the columns are printed. Printed pages have manual breaks, which apply only if the
-    // sheet isn't fitted to pages; the percentage is a little lower than what fits, since printers measure text
-    // differently.
+    // The print scale in percent. Printed pages have manual breaks, which apply only if the sheet isn't
+    // fitted to pages. The scale is a little smaller than necessary, since printers measure text differently.
     int scale() const;
 
-    // Widths of the columns. Edges are rounded, not widths, so that rounding doesn't add up.
+    // The widths of the columns. Rounds edges rather than widths, so that rounding errors don't add up.
     std::vector<int> columnPixels() const;
 };
 
-// A digit of Arial 10, a workbook's default font, is this wide.
+// The width of a digit in Arial 10, the default font of workbooks.
 inline constexpr int kPixelsPerDigit = 7;
 
 }  // namespace qbsvrl6

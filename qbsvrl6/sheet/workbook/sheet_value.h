@@ -1,4 +1,4 @@
-// What a cell of a spreadsheet holds, and how a spreadsheet measures.
+// Values of spreadsheet cells, and the measures of spreadsheets.
 #ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 
@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 
 struct SheetValue {
     enum class Kind { Blank, Text, Number, Boolean } kind = Kind::Blank;
-    double number = 0;  // of a date its serial number
+    double number = 0;  // for a date, its serial number
     bool boolean = false;
     std::u16string_view text;
     std::u16string_view format;  // number format; empty: general
@@ -19,23 +19,23 @@ struct SheetValue {
     bool isNumber() const { return kind == Kind::Number; }
 };
 
-// The value of an item (null: blank). A number that a spreadsheet would not show whole stays text: long
-// identifiers, and what is not finite. So do dates before March 1900, where spreadsheets disagree, and truth
-// values for which the report has its own words. Texts end at `maxUnits`.
+// The value of an item (null: blank). A number that a spreadsheet would not show completely stays text: long
+// identifiers, and values that are not finite. So do dates before March 1900, about which spreadsheets
+// disagree, and booleans for which the report has its own words. Texts are cut at `maxUnits`.
 SheetValue sheetValue(const Item* item, std::size_t maxUnits);
 
 // The name of the sheet with the number, from 1, made from the report's title.
 std::u16string sheetName(std::u16string_view title, std::size_t number);
 
-// A rotation as workbooks count it: degrees upwards from 0 to 90; from 91 on, degrees downwards.
+// A rotation in the numbers of workbooks: 0 to 90 are degrees upwards; from 91 on, degrees downwards.
 constexpr int rotationNumber(int clockwise) { return clockwise == 90 ? 180 : clockwise == 270 ? 90 : 0; }
 
-// Rows are not higher than this: 409.5 points.
+// The greatest height of a row: 409.5 points.
 inline constexpr Micrometres kMaxRowHeight = 144'462;
 
 inline double points(Micrometres length) { return length / kMicrometresPerPoint; }
 
-// Weights of lines that a spreadsheet knows.
+// The line weights of spreadsheets.
 enum class LineWeight { None, Hair, Thin, Medium, Thick };
 LineWeight lineWeight(Micrometres width);
 

@@ -1,4 +1,4 @@
-// What workbooks of both kinds share: rows of the grid as rows of sheets.
+// The shared part of both workbook sinks: writes rows of the grid as rows of sheets.
 #ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_WORKBOOK_SINK_H
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_WORKBOOK_SINK_H
 
@@ -21,7 +21,7 @@ struct WorkbookLimits {
     int styles;
 };
 
-// The rows of the grid's titles, from 0; none where last < first.
+// The rows of the grid's titles, from 0; none if last < first.
 struct TitleRows {
     std::int64_t first = 0;
     std::int64_t last = -1;
@@ -35,11 +35,12 @@ protected:
     const StyleTable& styles() const { return styles_; }
     const TitleRows& titles() const { return titles_; }
     PrintSetup printSetup(bool isFirstSheet) const;
-    // Puts into the log what a workbook of this kind could not take.
+    // Logs what the format could not hold.
     void reportLosses() const;
 
 private:
-    // The workbook; all calls but the first are about its last sheet. Cells of a row come from left to right.
+    // Functions that write the workbook. All except beginSheet apply to its last sheet. Cells of a row are
+    // added from left to right.
     virtual void beginSheet() = 0;
     virtual std::int64_t rowCount() const = 0;
     virtual void beginRow(Micrometres height) = 0;
@@ -48,7 +49,7 @@ private:
     virtual void addPending(int column, int style, Item&& item) = 0;
     virtual void endRow() = 0;
     virtual void merge(int column, int columnSpan, int rowSpan) = 0;
-    // Of a whole span; whether there was room.
+    // The link of a whole span. Returns false if the sheet has no space for more.
     virtual bool link(int column, int columnSpan, int rowSpan, std::u16string_view address) = 0;
     virtual void addOverlay(const Overlay& overlay) = 0;
     virtual void breakPage() = 0;
@@ -82,8 +83,8 @@ private:
     PageNumberCode footer_;
     bool onFirstSheet_ = true;
     bool startsPage_ = true;    // the next row
-    Micrometres taken_ = 0;     // of the space below the last row by that row
-    Micrometres height_ = 0;    // of the rows so far, while they might be frozen
+    Micrometres taken_ = 0;     // the part of the space below the last row that this row uses
+    Micrometres height_ = 0;    // of the rows so far, as long as they might be frozen
     std::vector<Below> below_;  // by column
     std::size_t nextBelow_ = 0;
     std::vector<Below> newBelow_;

@@ -1,4 +1,4 @@
-// Records of the old workbook format, BIFF8 ([MS-XLS]): a number, a length and bytes, all little-endian.
+// Records of XLS workbooks, BIFF8 ([MS-XLS]): a number, a length and bytes, all little-endian.
 #ifndef QBSVR_QBSVRL6_SHEET_XLS_BIFF_H
 #define QBSVR_QBSVRL6_SHEET_XLS_BIFF_H
 
@@ -64,7 +64,7 @@ inline constexpr std::uint16_t kSheetPart = 0x0010;
 
 }  // namespace biff
 
-// A record at the end of a string: its head at once, its length when it is complete.
+// Appends a record to a string: its header at once, its length when the object is destroyed.
 class BiffRecord : public ByteWriter {
 public:
     BiffRecord(std::string& out, std::uint16_t number) : ByteWriter(out), out_(out), start_(out.size()) {
@@ -96,7 +96,7 @@ inline void putBof(std::string& out, std::uint16_t part) {
     BiffRecord(out, biff::kBof).put(kVersion, part, kBuild, kYear, std::uint32_t{0}, std::uint32_t{6});
 }
 
-// The bytes of a record of any length, cut into a first record and CONTINUE records after it.
+// Appends a record of any length, divided into a first record and CONTINUE records.
 void putLongRecord(std::string& out, std::uint16_t number, std::string_view bytes);
 
 }  // namespace qbsvrl6

@@ -8,8 +8,8 @@
 
 namespace qbsvrl6 {
 
-// Writes a container with one stream, whose bytes are the parts in order, to the end of `output`.
-// Raises EngineError for 2 GiB and more. Each part is freed once it is written.
+// Appends a container with one stream to `output`. The stream consists of the parts in order; each is freed
+// when it has been written. Raises EngineError for 2 GiB and more.
 void writeCompoundFile(std::string& output, std::u16string_view streamName, std::vector<std::string> parts);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Pictures and lines in old workbooks: drawing records inside of drawing records ([MS-ODRAW]).
+// Pictures and lines in XLS workbooks: nested drawing records ([MS-ODRAW]).
 #ifndef QBSVR_QBSVRL6_SHEET_XLS_ESCHER_H
 #define QBSVR_QBSVRL6_SHEET_XLS_ESCHER_H
 
@@ -19,7 +19,7 @@ inline constexpr std::uint32_t kShapesPerCluster = 1024;
 struct EscherSheet {
     int number = 1;                  // of the sheet, from 1
     std::uint32_t firstCluster = 1;  // from 1
-    std::uint32_t shapes = 1;        // with the frame
+    std::uint32_t shapes = 1;        // including the frame
 
     std::uint32_t clusters() const { return (shapes + kShapesPerCluster - 1) / kShapesPerCluster; }
     std::uint32_t shapeId(std::uint32_t shape) const { return firstCluster * kShapesPerCluster + shape; }

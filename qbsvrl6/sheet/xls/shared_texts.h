@@ -1,4 +1,4 @@
-// The texts of an old workbook, each held once.
+// The texts of an XLS workbook, each stored once.
 #ifndef QBSVR_QBSVRL6_SHEET_XLS_SHARED_TEXTS_H
 #define QBSVR_QBSVRL6_SHEET_XLS_SHARED_TEXTS_H
 
@@ -13,14 +13,14 @@ class SharedTexts {
 public:
     SharedTexts();
 
-    // The text's number; the same text has the same one.
+    // The text's number. Equal texts have the same number.
     std::uint32_t add(std::u16string_view text);
 
     // The number of a text that is set later.
     std::uint32_t reserve();
     void set(std::uint32_t number, std::u16string_view text);
 
-    // The table of all texts (SST with its CONTINUE records), at the end of `out`.
+    // Appends the table of all texts (SST with its CONTINUE records) to `out`.
     void write(std::string& out) const;
 
 private:

@@ -1,4 +1,4 @@
-// One sheet of an old workbook, as the records of its part of the stream.
+// One sheet of an XLS workbook: the records of its part of the stream.
 #ifndef QBSVR_QBSVRL6_SHEET_XLS_XLS_SHEET_H
 #define QBSVR_QBSVRL6_SHEET_XLS_XLS_SHEET_H
 
@@ -13,7 +13,7 @@
 
 namespace qbsvrl6 {
 
-// A picture, by its number in the workbook's list, from 1, or a slanted line, and its position.
+// A picture, given by its number in the workbook's list (from 1), or a slanted line, with its position.
 struct XlsShape {
     std::uint32_t picture = 0;
     std::optional<LineContent> line;
@@ -38,7 +38,7 @@ public:
 
     int rowCount() const { return rows_; }
 
-    // Of the row under way.
+    // These apply to the current row.
     void merge(int column, int columnSpan, int rowSpan);
     void link(int column, int columnSpan, int rowSpan, std::u16string_view address);
     void breakPage();
@@ -47,7 +47,7 @@ public:
     void freezeAbove(int row) { frozenRows_ = row; }
 
     std::size_t shapeCount() const { return shapes_.size(); }
-    // All records of the sheet, which is empty then.
+    // Returns all records of the sheet, which is then empty.
     std::string records(const PrintSetup& print, const EscherSheet& drawing);
 
 private:

@@ -1,4 +1,4 @@
-// Fonts, number formats, cell styles and the palette of an old workbook.
+// Fonts, number formats, cell styles and the palette of an XLS workbook.
 #ifndef QBSVR_QBSVRL6_SHEET_XLS_XLS_STYLES_H
 #define QBSVR_QBSVRL6_SHEET_XLS_XLS_STYLES_H
 
@@ -13,13 +13,13 @@ namespace qbsvrl6 {
 // Cell styles that a workbook may have; the limit of the format is a little higher.
 inline constexpr int kXlsMaxStyles = 4'000;
 
-// Number of the first of our styles in the workbook; those before are built in.
+// The number of our first style in the workbook; lower numbers are built in.
 inline constexpr std::uint16_t kXlsFirstStyle = 16;
 // The style of a cell without one.
 inline constexpr std::uint16_t kXlsPlainStyle = 15;
 
-// FONT, FORMAT, XF, STYLE and PALETTE records at the end of `out`; style i is number kXlsFirstStyle + i. Of
-// the colours the first 56 are exact, the others the nearest of these.
+// Appends FONT, FORMAT, XF, STYLE and PALETTE records to `out`; style i has the number kXlsFirstStyle + i.
+// The first 56 colours are exact; further ones become the nearest of these.
 void writeXlsStyles(std::string& out, const std::vector<const CellStyle*>& styles);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Pictures, drawings and slanted lines above the cells of a worksheet.
+// Pictures, drawings and slanted lines on top of the cells of a worksheet.
 #ifndef QBSVR_QBSVRL6_SHEET_XLSX_XLSX_DRAWING_H
 #define QBSVR_QBSVRL6_SHEET_XLSX_XLSX_DRAWING_H
 
@@ -26,7 +26,7 @@ private:
     void addLine(const LineContent& line, Size size);
     void addPath(const Drawing::Path& path, Size size);
     void addLabel(const Drawing::Label& label);
-    // The number and name that each object has; its tag stays open.
+    // Writes the number and name of an object; leaves its tag open.
     XmlWriter& openProperties(std::string_view name);
 
     std::string anchorElements_;

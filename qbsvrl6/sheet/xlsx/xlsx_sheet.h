@@ -14,8 +14,8 @@
 
 namespace qbsvrl6 {
 
-// Rows and columns count from 0. What grows with the rows is compressed at once; only merged cells, links
-// and page breaks are held.
+// Rows and columns count from 0. Rows are compressed at once; only merged cells, links and page breaks are
+// held in memory.
 class XlsxSheet {
 public:
     static constexpr std::int64_t kMaxRows = 1'048'576;
@@ -36,23 +36,23 @@ public:
 
     std::int64_t rowCount() const { return rows_; }
 
-    // Of the row under way.
+    // Applies to the current row.
     void merge(int column, int columnSpan, int rowSpan);
-    // False if the sheet holds no more. The link is that of the whole span.
+    // The link of a whole span. Returns false if the sheet can't hold more links.
     bool link(int column, int columnSpan, int rowSpan, std::u16string_view address);
     void breakPage();
     void add(const Overlay& overlay, std::string_view relation) { drawing_.add(overlay, rows_, relation); }
 
     void freezeAbove(std::int64_t row) { frozenRows_ = row; }
 
-    // Puts the sheet with the number, its relations and its drawing into the archive. `pictures` are the
-    // relations of the drawing.
+    // Writes the sheet, its relations and its drawing to the archive. `number` is the sheet's, from 1;
+    // `pictures` are the relations of the drawing.
     void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const XlsxRelations& pictures);
     bool hasDrawing() const { return !drawing_.isEmpty(); }
 
 private:
     std::string& openCell(int column, int style);
-    // "A1", or "A1:B2", from the row under way down.
+    // "A1", or "A1:B2", from the current row down.
     std::string rangeName(int column, int columnSpan, int rowSpan) const;
     void flush();
     std::string head(const PrintSetup& print) const;

@@ -1,4 +1,4 @@
-// What the XML parts of a workbook have in common.
+// Shared code of the XML parts of a workbook.
 #ifndef QBSVR_QBSVRL6_SHEET_XLSX_XLSX_XML_H
 #define QBSVR_QBSVRL6_SHEET_XLSX_XLSX_XML_H
 
@@ -17,25 +17,25 @@ inline constexpr std::string_view kRelationNamespace =
     "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 inline constexpr std::string_view kPackageNamespace = "http://schemas.openxmlformats.org/package/2006";
 
-// A part of values: "1A2B3C".
+// A colour in an attribute value: "1A2B3C".
 struct HexColor {
     Color color;
     void appendTo(std::string& out) const;
 };
 
-// A part of values: three decimals at most.
+// A number in an attribute value, with at most three decimals.
 struct Rounded {
     double number;
     void appendTo(std::string& out) const;
 };
 
-// A part of texts: ST_Xstring.
+// A text of the type ST_Xstring.
 struct Xstring {
     std::u16string_view text;
     void appendTo(std::string& out) const { appendXstring(out, text); }
 };
 
-// The relations of one part of the package, in which it names other parts and addresses.
+// The relations of one part of the package, which name other parts and addresses.
 class XlsxRelations {
 public:
     // `type` is the end of a type of office documents, or a whole type.

@@ -1,4 +1,4 @@
-// ZIP archives in memory, as the packages of office documents are.
+// ZIP archives in memory: the packages of office documents.
 #ifndef QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
 #define QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
 
@@ -12,7 +12,7 @@ namespace qbsvrl6 {
 
 class ByteWriter;
 
-// Bytes that are compressed as they come. Held: what is compressed so far.
+// Compresses bytes as they arrive, and holds the compressed ones.
 class DeflateStream {
 public:
     DeflateStream();
@@ -25,7 +25,7 @@ public:
 private:
     friend class ZipWriter;
     struct State;
-    // Ends the stream, either for good or so that another one may follow.
+    // Ends the stream, for good or (unless `isLast`) so that another one may follow.
     void end(bool isLast);
 
     std::unique_ptr<State> state_;
@@ -41,9 +41,9 @@ public:
     explicit ZipWriter(std::string& output) : output_(output) {}
 
     void add(const std::string& name, std::string_view bytes);
-    // As it is: for pictures, which are compressed already.
+    // Without compression: for pictures, which are already compressed.
     void addStored(const std::string& name, std::string_view bytes);
-    // One entry of two streams, so that its beginning can be made last.
+    // One entry from two streams, so that its beginning can be written last.
     void add(const std::string& name, DeflateStream first, DeflateStream second);
     void finish();
 
