@@ -8,8 +8,8 @@
 
 namespace qbsvrl6 {
 
-// Reads an object with "type" (a number) and "text"; optional are "requireShowText" (default true) and
-// "codepage" (65001, the only one). Raises EngineError: NotSupported for another code page, otherwise
+// Reads an object with "type" (a number) and "text", and optionally "requireShowText" (default true) and
+// "codepage" (must be 65001, UTF-8). Raises EngineError: NotSupported for another code page, otherwise
 // BadData.
 BarcodeRequest parseBarcodeRequest(std::u16string_view json);
 

@@ -1,4 +1,4 @@
-// Chart data from the XML text that a program passes. docs/chart-data.md describes the forms.
+// Reads chart data from the XML text that a program passes. docs/chart-data.md describes the forms.
 #ifndef QBSVR_QBSVRL6_API_CHART_DATA_H
 #define QBSVR_QBSVRL6_API_CHART_DATA_H
 
@@ -8,8 +8,8 @@
 
 namespace qbsvrl6 {
 
-// What of the chart's present series and categories new data replaces. What isn't replaced stays, and the
-// values fill the present series in order; values of further series are left out.
+// The parts of a chart that new data replaces. If the series are not replaced, the values fill the existing
+// ones in order, and values of further series are ignored.
 struct ChartDataUse {
     bool series = true;      // their number
     bool labels = true;      // their labels
@@ -17,10 +17,10 @@ struct ChartDataUse {
 };
 
 // Rows of category, series and value for bars, pies and lines. Raises EngineError for text that isn't XML,
-// has no table, or passes a limit.
+// has no table, or exceeds a limit.
 void readChartValues(std::u16string_view xml, const ChartDataUse& use, ChartData& data);
 
-// Rows of series, x and y, and with `sizes` of the size of a bubble.
+// Rows of series, x and y; with `sizes`, also of the size of a bubble.
 void readChartPoints(std::u16string_view xml, bool sizes, bool replaceLabels, ChartData& data);
 
 }  // namespace qbsvrl6

@@ -1,5 +1,5 @@
-// Data sets of local files, kept while their files don't change: one template is often exported many times
-// over the same data.
+// Caches data sets of local files until the files change: a template is often exported many times with the
+// same data.
 #ifndef QBSVR_QBSVRL6_API_DATA_CACHE_H
 #define QBSVR_QBSVRL6_API_DATA_CACHE_H
 
@@ -18,12 +18,12 @@ std::shared_ptr<const DataSet> fetchData(const Address& address);
 
 class DataCache {
 public:
-    // As fetchData. Only data of local files is kept.
+    // Like fetchData, but caches the data of local files.
     std::shared_ptr<const DataSet> get(const Address& address);
     void clear() { entries_.clear(); }
 
 private:
-    // Differs between two states of a file.
+    // Identifies a version of a file.
     struct Stamp {
         std::uint64_t device = 0, file = 0, size = 0;
         std::int64_t seconds = 0, nanoseconds = 0;

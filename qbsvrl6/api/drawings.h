@@ -1,4 +1,4 @@
-// Barcodes and charts for layout.
+// Draws barcodes and charts for layout.
 #ifndef QBSVR_QBSVRL6_API_DRAWINGS_H
 #define QBSVR_QBSVRL6_API_DRAWINGS_H
 
@@ -11,8 +11,8 @@
 
 namespace qbsvrl6 {
 
-// Serves one export. What can't be drawn (a text that a barcode can't hold, a chart's labels without room) is
-// left out with a line in the log; of many such errors only the first ones are logged.
+// Serves one export. Whatever can't be drawn (a text that a barcode can't hold, a chart's labels without
+// space) is left out and logged; only the first of many such errors are logged.
 class Drawings : public DrawingSource {
 public:
     explicit Drawings(ReportDefinition& report);

@@ -10,23 +10,23 @@
 
 namespace qbsvrl6 {
 
-// Fires the events (initialize; export begins, which may change `options`; chart data) and makes the
-// document. Pages that need files of their own go to `furtherFiles`; null: they are left out. Raises
-// EngineError on failure; the report's definition is unchanged in any case.
+// Calls the event handlers (initialize; export begins, which may change `options`; chart data) and makes the
+// document. Further files of a format with one file per page are appended to `furtherFiles`; null: they are
+// left out. Raises EngineError on failure; the report's definition is unchanged in any case.
 std::string exportReport(Runtime& runtime, ExportOptions& options,
                          std::vector<std::string>* furtherFiles = nullptr);
 
-// The same without the event that an export begins: printing is not an export.
+// The same, as PDF and without the export-begins event, since printing is not an export.
 std::string printedReport(Runtime& runtime);
 
-// True while an export of the report, or of one that it belongs to, runs on this thread. What belongs to
-// the report must then not be replaced.
+// True while an export of the report, or of one that contains it, runs on this thread. The contents of the
+// report must not be replaced then.
 bool isBeingExported(const Report& report) noexcept;
 
 // Raises EngineError while the report is being exported: for functions that event handlers may not call.
 void refuseDuringExport(const Report& report);
 
-// Frees a report that QBReportCreate made; during its own export, when that ends.
+// Frees a report that QBReportCreate made. During its own export, frees it when the export ends.
 void releaseReport(Report* report) noexcept;
 
 }  // namespace qbsvrl6

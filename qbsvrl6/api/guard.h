@@ -1,5 +1,5 @@
-// What encloses the body of every exported function: no exception leaves the library, and a null handle
-// fails.
+// Guards around the body of every exported function: no exception leaves the library, and a null handle means
+// failure.
 #ifndef QBSVR_QBSVRL6_API_GUARD_H
 #define QBSVR_QBSVRL6_API_GUARD_H
 
@@ -11,10 +11,10 @@
 
 namespace qbsvrl6 {
 
-// Writes the exception in flight to the log, as the cause why `function` failed.
+// Logs the current exception as the cause of the failure of `function`.
 void logCaughtException(std::string_view function) noexcept;
 
-// The body's result; if it raises, `failure` and a line in the log.
+// Returns the body's result. If the body raises, logs the exception and returns `failure`.
 template <class Result, class Body>
 Result guarded(const char* function, Result failure, Body&& body) noexcept {
     try {
@@ -34,8 +34,8 @@ void guarded(const char* function, Body&& body) noexcept {
     }
 }
 
-// The result of the body, which is given the object of the handle; `failure` for a null handle and if it
-// raises.
+// Calls the body with the object of the handle and returns its result; returns `failure` for a null handle
+// and if the body raises.
 template <class Handle, class Result, class Body>
 Result withObjectOr(const char* function, Handle* handle, Result failure, Body&& body) noexcept {
     return guarded(function, failure, [&]() -> Result {
@@ -44,7 +44,7 @@ Result withObjectOr(const char* function, Handle* handle, Result failure, Body&&
     });
 }
 
-// The same with null, zero or nothing as the failure.
+// The same, with null, zero or nothing as `failure`.
 template <class Handle, class Body>
 auto withObject(const char* function, Handle* handle, Body&& body) noexcept {
     using Result = std::invoke_result_t<Body&, decltype(*fromHandle(handle))>;

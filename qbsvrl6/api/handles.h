@@ -1,4 +1,4 @@
-// Handles of the C interface and the objects that they point at.
+// Maps the handles of the C interface to the objects that they point at.
 #ifndef QBSVR_QBSVRL6_API_HANDLES_H
 #define QBSVR_QBSVRL6_API_HANDLES_H
 
@@ -12,7 +12,7 @@
 
 namespace qbsvrl6 {
 
-// The object of each handle: the result type. Never called.
+// The result type is the type of the handle's object. Never called.
 Report objectBehind(quillbrook::tagQBReport*);
 Report objectBehind(quillbrook::tagQBReportHeaders*);
 Report objectBehind(quillbrook::tagQBPrinter*);

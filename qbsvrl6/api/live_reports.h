@@ -1,4 +1,4 @@
-// Which reports exist, so that the handle of a released report reads as null.
+// The set of existing reports, so that the handle of a released report reads as null.
 #ifndef QBSVR_QBSVRL6_API_LIVE_REPORTS_H
 #define QBSVR_QBSVRL6_API_LIVE_REPORTS_H
 

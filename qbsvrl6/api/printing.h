@@ -7,8 +7,8 @@
 
 namespace qbsvrl6 {
 
-// Sends a PDF document to the printer of this name, to the default one for an empty name. Returns the name of
-// the printer. Raises EngineError if there is no print service or no such printer, or if the document is
+// Sends a PDF document to the printer of this name; an empty name means the default printer. Returns the name
+// of the printer. Raises EngineError if there is no print service or no such printer, or if the document is
 // rejected.
 std::string printDocument(const std::string& printer, const std::string& title, std::string_view pdf);
 

@@ -1,4 +1,4 @@
-// What holds for all reports of the process: the settings file's word, and what the program sets after it.
+// The settings of the whole process: those of the settings file, and the program's changes to them.
 #ifndef QBSVR_QBSVRL6_API_PROCESS_SETTINGS_H
 #define QBSVR_QBSVRL6_API_PROCESS_SETTINGS_H
 
@@ -13,16 +13,16 @@ struct ProcessSettings {
     Budget budget;
 };
 
-// Reads the settings of this set-up folder anew. Errors in them are logged, and hold up every export until
-// they are mended: a limit that is misspelt must not be missing in silence.
+// Reads the settings file of this set-up folder again. If it has an error, that is logged and every export
+// fails until it is fixed: a misspelt limit must not be ignored silently.
 void loadProcessSettings(const std::string& setupPath);
 
-// A copy, since any thread may change them. Without a set-up folder the user's own settings hold. Raises
-// EngineError where the settings file is wrong.
+// A copy, since any thread may change them. If no set-up folder was set, the user's own settings file
+// applies. Raises EngineError if the settings file has an error.
 ProcessSettings processSettings();
 
-// Changes them from now on; work that runs keeps what it began with. `change` also gets what the settings file
-// says. Raises as processSettings does.
+// Changes them for work that starts later. `change` also receives the settings of the file. Raises as
+// processSettings does.
 void changeProcessSettings(
     const std::function<void(ProcessSettings& settings, const ProcessSettings& fromFile)>& change);
 

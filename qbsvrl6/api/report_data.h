@@ -1,4 +1,4 @@
-// The data that one export of a report reads.
+// Collects the data that one export of a report reads.
 #ifndef QBSVR_QBSVRL6_API_REPORT_DATA_H
 #define QBSVR_QBSVRL6_API_REPORT_DATA_H
 
@@ -9,11 +9,11 @@
 
 namespace qbsvrl6 {
 
-// Fetches what the report, its grid and its sub-reports name. A query without a connection has that of the
-// report around it: the grid that of its report, a sub-report that of its parent. Loaded data replaces the
-// queries of the report and its grid; sub-reports have their own queries. Raises EngineError, which
-// names the query, for data that can't be loaded, and for connections of an unknown type. A query without any
-// connection gives no data and an error in the log; a report with nothing to show is a warning there.
+// Fetches the data of the report, its grid and its sub-reports. A query without a connection uses that of the
+// enclosing report: the grid that of its report, a sub-report that of its parent. Loaded data replaces the
+// queries of the report and its grid; sub-reports have their own queries. Raises EngineError, which names the
+// query, for data that can't be loaded and for unknown connections. A query without any connection gives no
+// data and is logged as an error; a report with nothing to show is logged as a warning.
 ReportData collectData(Report& report);
 
 // Calls `visit` for each direct sub-report of the report, with its control.

@@ -1,5 +1,4 @@
-// Work on a report that takes time: an export, or loading a template or data. It has a budget, and any thread
-// may cancel it.
+// A running export, or load of a template or data. It has a budget, and any thread may cancel it.
 #ifndef QBSVR_QBSVRL6_API_REPORT_WORK_H
 #define QBSVR_QBSVRL6_API_REPORT_WORK_H
 
@@ -12,7 +11,7 @@ namespace qbsvrl6 {
 
 class ReportWork {
 public:
-    // With the budget of the report, or else of the process.
+    // Uses the budget of the report, or else that of the process.
     explicit ReportWork(const Runtime& runtime);
     ~ReportWork();
     ReportWork(const ReportWork&) = delete;

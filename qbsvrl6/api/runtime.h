@@ -1,4 +1,4 @@
-// What the C interface stores with a report besides its definition.
+// The state that the C interface stores with a report besides its definition.
 #ifndef QBSVR_QBSVRL6_API_RUNTIME_H
 #define QBSVR_QBSVRL6_API_RUNTIME_H
 
@@ -30,8 +30,8 @@ public:
     BinaryObject& operator=(const BinaryObject&) = delete;
 
     std::string_view bytes() const { return mapped_.empty() ? std::string_view(memory_) : mapped_; }
-    // Moves the bytes to a file without a name in the system's folder for temporary files. If that
-    // fails, they stay in memory and the result is false. Call it before the address is passed on.
+    // Moves the bytes to an unnamed file in the system's folder for temporary files. If that fails, they stay
+    // in memory and the result is false. Call it before the address of the bytes is passed on.
     [[nodiscard]] bool moveToFile();
 
 private:
@@ -39,8 +39,8 @@ private:
     std::string_view mapped_;
 };
 
-// The handlers of one event. The last one attached is called; the others live as long as the report, since
-// they may be running, and since the program may still refer to them.
+// The handlers of one event. Only the last one attached is called. The others live as long as the report:
+// they may be running, and the program may still refer to them.
 template <class Handler>
 class HandlerSlot {
 public:
@@ -73,19 +73,19 @@ struct Runtime : ReportRuntime {
     Runtime(const Runtime&) = delete;
     Runtime& operator=(const Runtime&) = delete;
 
-    // Forgets what belongs to the template that is about to be replaced; handlers stay.
+    // Drops everything that belongs to the template, which is about to be replaced. Handlers stay attached.
     void forgetTemplate();
 
-    // Stores the bytes of an export for the caller until they are dropped: in memory up to a limit, the
-    // others in files.
+    // Stores the bytes of an export for the caller until they are dropped: in memory up to a limit, after
+    // that in files.
     BinaryObject* keepResult(std::string bytes);
     void dropResults();
 
     Report& report;
     bool created = false;          // by QBReportCreate, so that QBReportRelease may free it
-    std::string templateFile;      // where the definition came from (UTF-8), for the log; empty: from nowhere
+    std::string templateFile;      // the definition's file (UTF-8), for the log; empty: none
     std::optional<Budget> budget;  // of this report's exports; none: that of the process
-    std::string failedTemplate;    // the file that the last call could not load; empty: it could
+    std::string failedTemplate;    // the file that the last load failed to load; empty: it succeeded
 
     EventHandlers handlers;
 
@@ -112,7 +112,7 @@ private:
 // The report's runtime, made on first use.
 Runtime& runtimeOf(Report& report);
 
-// Null for a report without one, such as a sub-report that no program has asked for.
+// Null for a report without one, such as a sub-report that no program has accessed.
 Runtime* findRuntime(Report& report);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Barcodes as vector drawings; zint encodes them.
+// Barcodes as vector drawings. libzint encodes them.
 //
 // A type is a number of the engine interface:
 //
@@ -36,7 +36,7 @@ struct BarcodeRequest {
     bool showText = true;  // below the bars; two-dimensional symbols have none
 };
 
-// The symbol fitted into `box`, quiet zones included: bars fill its height, two-dimensional symbols keep
+// The symbol fitted into `box`, including quiet zones. Bars fill the height; two-dimensional symbols keep
 // square modules and are centred. Raises EngineError(NotSupported) for an unknown type and
 // EngineError(BadData) for a text that the symbol can't hold.
 Drawing drawBarcode(const BarcodeRequest& request, Size box);

@@ -6,7 +6,7 @@
 
 namespace qbsvrl6 {
 
-// The range that an axis shows and the numbers along it: multiples of 1, 2 or 5 times a power of ten.
+// The range of an axis and the numbers along it: multiples of 1, 2 or 5 times a power of ten.
 struct Axis {
     double low = 0;
     double high = 1;
@@ -17,7 +17,7 @@ struct Axis {
 };
 
 // An axis for values from `low` to `high` with about `count` ticks; `withZero` includes zero. Both ends are
-// ticks. A range without extent is widened.
+// ticks. An empty range is widened.
 Axis makeAxis(double low, double high, int count, bool withZero);
 
 }  // namespace qbsvrl6

@@ -8,10 +8,10 @@
 
 namespace qbsvrl6 {
 
-// Draws the chart into a box of this size. Values that aren't finite are left out; a chart without any value
-// is its title and an empty frame. A pie shows the categories of its first series, or, where there is one
-// category or none, one slice a series; negative values have no slice.
-// `labelsLeftOut`, if given, becomes the number of values that should have a label and have no room for it.
+// Draws the chart into a box of this size. Values that aren't finite are left out; a chart without values is
+// its title and an empty frame. A pie has a slice per category of its first series or, if there is at most
+// one category, a slice per series. Negative values have no slice. `labelsLeftOut`, if not null, receives the
+// number of value labels that had no space.
 Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box,
                   const std::u16string& fontFamily, std::size_t* labelsLeftOut = nullptr);
 

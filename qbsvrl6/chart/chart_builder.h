@@ -1,4 +1,4 @@
-// A chart under construction: what bars, lines, bubbles and pies have in common.
+// A chart under construction: the common parts of bars, lines, bubbles and pies.
 #ifndef QBSVR_QBSVRL6_CHART_CHART_BUILDER_H
 #define QBSVR_QBSVRL6_CHART_CHART_BUILDER_H
 
@@ -20,8 +20,8 @@ struct Area {
     double height() const { return std::max(bottom - top, 0.0); }
 };
 
-// Collects the parts of one chart. The title and the legend take their space from the plot, in the order in
-// which they are added; what they leave is for the chart itself.
+// Collects the parts of one chart. The title and the legend reduce the plot, in the order in which they are
+// added; the rest is for the chart itself.
 class ChartBuilder {
 public:
     using Anchor = Drawing::Label::Anchor;
@@ -42,7 +42,7 @@ public:
     void addLabel(double x, double y, Anchor anchor, double points, std::u16string text, bool bold = false,
                   double rotation = 0);
 
-    // Values that should have a label and have no room for it.
+    // Counts value labels that had no space.
     void leaveOutLabels(std::size_t count) { labelsLeftOut_ += count; }
     std::size_t labelsLeftOut() const { return labelsLeftOut_; }
 

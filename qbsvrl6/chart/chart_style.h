@@ -13,7 +13,7 @@ inline constexpr double kLabelPoints = 8;  // font size of labels and legends
 inline constexpr double kThin = 150;       // a thin line
 inline constexpr double kGap = 1'500;      // between parts of a chart
 
-// The colour of a series or slice. The first fifty differ; after that they repeat.
+// The colour of a series or slice. The first fifty are distinct; further ones repeat.
 Color seriesColor(std::size_t series);
 
 }  // namespace qbsvrl6

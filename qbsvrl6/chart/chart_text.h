@@ -1,4 +1,4 @@
-// The texts of a chart: measured, shortened, and formatted from numbers.
+// Measures and shortens the texts of a chart, and formats its numbers.
 #ifndef QBSVR_QBSVRL6_CHART_CHART_TEXT_H
 #define QBSVR_QBSVRL6_CHART_CHART_TEXT_H
 
@@ -22,11 +22,11 @@ public:
     static double halfLetter(double points) { return points * kMicrometresPerPoint * 0.35; }
 
     double width(const std::u16string& text, double points) const;
-    // The text, or as much of it as fits into the width, with an ellipsis.
+    // The text, shortened with an ellipsis if it exceeds the width.
     std::u16string fitted(const std::u16string& text, double points, double width) const;
     // The text on one line, or broken into two, of which the second is fitted.
     std::vector<std::u16string> twoLines(const std::u16string& text, double points, double width) const;
-    // By the chart's format for values.
+    // The number in the chart's value format.
     std::u16string number(double value);
 
 private:

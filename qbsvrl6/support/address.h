@@ -1,5 +1,5 @@
 // Names of files and URLs, and the one rule for where a relative one starts: a name in a template starts at
-// the template's folder, a path from a program at the working directory. Nothing is tried elsewhere.
+// the template's folder, a path from a program at the working directory. No other folder is searched.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ADDRESS_H
 #define QBSVR_QBSVRL6_SUPPORT_ADDRESS_H
 
@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 
 struct Address {
     std::u16string name;  // as given: a path, or a file:, http: or https: URL; empty: none
-    std::string folder;   // where a relative path starts (UTF-8, closed by "/"); empty: the working directory
+    std::string folder;   // where a relative path starts (UTF-8, ending in "/"); empty: the working directory
 
     bool empty() const { return name.empty(); }
 };
@@ -20,7 +20,7 @@ struct Address {
 // and for a path that no file can have.
 std::string localPath(const Address& address);
 
-// The folder (UTF-8, closed by "/") that a local address names: its own starting folder if the name is empty.
+// The folder (UTF-8, ending in "/") that a local address names; its starting folder if the name is empty.
 std::string folderAt(const Address& address);
 
 // For messages: the path, or the URL without its user and password.
@@ -28,10 +28,11 @@ std::string shownAddress(const Address& address);
 
 bool isWebAddress(std::u16string_view name);
 
-// Whether the folder where names start matters to this one.
+// Whether the name depends on the folder where it starts.
 bool isRelative(std::u16string_view name);
 
-// Addresses as a file in one folder names them. Web addresses and absolute paths are unchanged.
+// Converts addresses to names that are relative to one folder. Web addresses and absolute paths are
+// unchanged.
 class Relocation {
 public:
     // The folder as in Address.

@@ -1,5 +1,5 @@
-// The letters and digits of ASCII, in text of bytes and of UTF-16 units alike. Other characters are never
-// letters or digits, and have no cases: nothing here depends on a locale.
+// ASCII letters and digits, in bytes and in UTF-16 units. Other characters are never letters or digits and
+// have no case: nothing here depends on a locale.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ASCII_H
 #define QBSVR_QBSVRL6_SUPPORT_ASCII_H
 

@@ -1,10 +1,10 @@
 // What one export may use of time, memory and everything else that grows with its input. Templates and data
-// are untrusted: a figure that is passed ends the export with the figure's name, and the next export begins
-// anew. Loading a template or data on its own counts as an export of its own.
+// are untrusted: an export that exceeds a figure fails with the figure's name, and the next export starts
+// from zero. Loading a template or data counts as a separate export.
 //
-// Code that does what a figure counts says so where it does it (spend, checkFigure), and long loops ask
-// whether there is time left (goOn). The running export is found by thread; nothing is passed around. Where
-// none runs on the thread, each call is measured by itself against the default figures.
+// Code that uses up a figure reports it (spend, checkFigure), and long loops check the time (goOn). The
+// running export is found by thread, so no object is passed around. If no export runs on the thread, each
+// call is checked separately against the default figures.
 #ifndef QBSVR_QBSVRL6_SUPPORT_BUDGET_H
 #define QBSVR_QBSVRL6_SUPPORT_BUDGET_H
 
@@ -17,8 +17,8 @@
 
 namespace qbsvrl6 {
 
-// The figures of one export, with their defaults: far above what ordinary reports use, and low enough that
-// hostile ones leave the machine alive. A program that serves strangers sets less.
+// The figures of one export, with their defaults: far above the needs of ordinary reports, and low enough to
+// protect the machine from hostile ones. A program that serves untrusted users should set lower figures.
 struct Budget {
     std::uint64_t wallMilliseconds = 3'600'000;
     std::uint64_t cpuMilliseconds = 3'600'000;  // of the thread that exports
@@ -33,7 +33,7 @@ struct Budget {
     std::uint64_t pixels = 400'000'000;         // decoded, of all pictures together
     std::uint64_t pictureScans = 100;           // of one progressive picture
     std::uint64_t templateElements = 250'000;   // controls, styles and all other elements of a template
-    std::uint64_t documentBytes = 0x7FFF'FFFF;  // the interface gives sizes as int
+    std::uint64_t documentBytes = 0x7FFF'FFFF;  // the interface returns sizes as int
 };
 
 using BudgetFigure = std::uint64_t Budget::*;
@@ -63,12 +63,12 @@ inline constexpr std::array kBudgetFigures{
 // "60 s", "4 GiB", "1,000,000": a value of the figure as messages show it.
 std::string shownFigure(BudgetFigure figure, std::uint64_t value);
 
-// The value that a text gives: a whole number, or one with a unit of the figure: ms, s, min, h for times; KiB,
-// MiB, GiB, KB, MB, GB for bytes. Raises EngineError that says what is expected.
+// Parses a value: a whole number, optionally with a unit of the figure: ms, s, min, h for times; bytes, KiB,
+// MiB, GiB, KB, MB, GB for sizes. Raises EngineError, which names the expected form.
 std::uint64_t figureFrom(BudgetFigure figure, std::string_view text);
 
-// The running export of a thread. Exports nest, since handlers of events may export other reports: what ends
-// the outer one ends the inner one too.
+// The running export of a thread. Exports nest, since event handlers may export other reports; whatever ends
+// the outer export also ends the inner one.
 class Spending {
 public:
     // `cancelled`, if it is given, may be set by any thread and ends the export. It outlives the object.
@@ -77,7 +77,7 @@ public:
     Spending(const Spending&) = delete;
     Spending& operator=(const Spending&) = delete;
 
-    // Null where no export runs on the thread.
+    // Null if no export runs on the thread.
     static Spending* current() noexcept;
 
     const Budget& budget() const { return budget_; }
@@ -100,17 +100,17 @@ private:
     Spending* outer_;
 };
 
-// Adds to what the export has used. Raises EngineError (LimitExceeded) when that passes the figure; `where`
-// says at what, if it isn't plain: "the table Orders".
+// Adds to the amount that the export has used. Raises EngineError (LimitExceeded) if it exceeds the figure;
+// `where` names the place for the message: "the table Orders".
 void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where = {});
 
-// Raises the same error if one value passes the figure. Adds nothing.
+// Raises the same error if a single value exceeds the figure. Adds nothing.
 void checkFigure(BudgetFigure figure, std::uint64_t value, std::string_view where = {});
 
-// Raises EngineError if the time is used up (LimitExceeded) or somebody cancelled the export (Cancelled).
+// Raises EngineError if the time is used up (LimitExceeded) or the export was cancelled (Cancelled).
 void checkTime();
 
-// The same at every sixteenth call: for loops whose rounds are short.
+// Calls checkTime at every sixteenth call: for loops with short iterations.
 void goOn();
 
 }  // namespace qbsvrl6

@@ -8,7 +8,7 @@
 
 namespace qbsvrl6 {
 
-// Calls visit(word) for each eight bytes, as the machine reads them, then for each byte of the rest.
+// Calls visit(word) for each eight bytes, in the byte order of the machine, then for each remaining byte.
 template <class Visit>
 void forEachWord(std::string_view bytes, Visit&& visit) {
     for (; bytes.size() >= sizeof(std::uint64_t); bytes.remove_prefix(sizeof(std::uint64_t))) {

@@ -1,4 +1,4 @@
-// Records of binary formats: little-endian values, one after the other.
+// Records of binary formats.
 #ifndef QBSVR_QBSVRL6_SUPPORT_BYTE_WRITER_H
 #define QBSVR_QBSVRL6_SUPPORT_BYTE_WRITER_H
 
@@ -11,12 +11,12 @@
 
 namespace qbsvrl6 {
 
-// Little-endian values at the end of a string.
+// Appends little-endian values to a string.
 class ByteWriter {
 public:
     explicit ByteWriter(std::string& out) : out_(out) {}
 
-    // Each value by its own size: std::uint16_t{7}.
+    // Each value has the size of its type: std::uint16_t{7}.
     template <typename... Values>
     ByteWriter& put(Values... values) {
         (putOne(values), ...);

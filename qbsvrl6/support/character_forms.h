@@ -1,4 +1,4 @@
-// UTF-16 appended as UTF-8, with other forms for the characters that a format cannot hold as they are.
+// Appends text as UTF-8, with other forms for the characters that a format cannot hold.
 #ifndef QBSVR_QBSVRL6_SUPPORT_CHARACTER_FORMS_H
 #define QBSVR_QBSVRL6_SUPPORT_CHARACTER_FORMS_H
 
@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 
 inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 
-// What is written for each ASCII character. No form is longer than kLongestForm.
+// The form of each ASCII character. No form is longer than kLongestForm.
 class CharacterForms {
 public:
     static constexpr std::size_t kLongestForm = 16;
@@ -22,7 +22,7 @@ public:
         isPlain_[index] = false;
         return *this;
     }
-    // The control characters, DEL among them.
+    // All control characters, including DEL.
     constexpr CharacterForms& setControls(std::string_view form) {
         for (char c = 0; c < 0x20; ++c) set(c, form);
         return set(0x7F, form);
@@ -31,7 +31,7 @@ public:
         for (const char c : characters) isPlain_[static_cast<std::size_t>(c)] = true;
         return *this;
     }
-    // CR LF is LF.
+    // Writes CR LF as LF.
     constexpr CharacterForms& joinLineEnds() {
         joinsLineEnds_ = true;
         return set('\r', "\n");

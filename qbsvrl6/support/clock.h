@@ -7,7 +7,8 @@ namespace qbsvrl6 {
 
 inline constexpr std::int64_t kSecondsADay = 86'400;
 
-// What a clock on the wall shows now, summer time included, as seconds since its own 1970-01-01 00:00:00.
+// The current local time of a wall clock, including summer time, in seconds since 1970-01-01 00:00:00 local
+// time.
 std::int64_t localTime();
 
 }  // namespace qbsvrl6

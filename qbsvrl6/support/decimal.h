@@ -13,12 +13,12 @@ namespace qbsvrl6 {
 __extension__ using Int128 = __int128;
 
 // coefficient / 10^places, with |coefficient| < 2^127 and 0 <= places <= kMostPlaces: 38 digits always fit.
-// Equal numbers may have different places, as 1.1 and 1.10 have. Calculations give false, and leave their
-// result unchanged, if no decimal is the exact result.
+// Equal numbers may have different places: 1.1 and 1.10. Calculations return false, and leave their result
+// unchanged, if the exact result is not such a decimal.
 class Decimal {
 public:
     static constexpr int kMostPlaces = 38;
-    static constexpr std::size_t kLongestText = kMostPlaces + 4;  // "-", "0." and a digit more than places
+    static constexpr std::size_t kLongestText = kMostPlaces + 4;  // "-", "0." and one digit more than places
 
     constexpr Decimal() = default;
     constexpr Decimal(Int128 coefficient, int places)
@@ -28,33 +28,33 @@ public:
 
     constexpr Int128 coefficient() const { return (static_cast<Int128>(high_) << 64) | low_; }
     constexpr int places() const { return places_; }
-    // Whether a double may miss some of its digits.
+    // Whether a double may lose some of its digits.
     bool isWide() const;
     constexpr bool isZero() const { return low_ == 0 && high_ == 0; }
 
     // A whole text: "-", digits with at most one point, an exponent.
     static bool parse(std::string_view text, Decimal& decimal);
     static bool parse(std::u16string_view text, Decimal& decimal);
-    // The shortest decimal that reads back as the double, or the nearest of so many digits.
+    // The shortest decimal that reads back as the double, or the nearest one with so many digits.
     static bool ofDouble(double number, Decimal& decimal);
     static bool ofDouble(double number, int digits, Decimal& decimal);
 
     // The nearest double.
     double toDouble() const;
-    // Writes digits with a point, without zeros after the last decimal and without an exponent, and gives the end.
-    // There is room for kLongestText characters.
+    // Writes digits with a point, without trailing zeros and without an exponent, and returns the end. `out`
+    // must have space for kLongestText characters.
     char* write(char* out) const;
     char16_t* write(char16_t* out) const;
-    // Without zeros after the last decimal.
+    // Without trailing zeros.
     Decimal reduced() const;
 
-    // Adds to this one in place: what long sums need.
+    // Adds in place, for long sums.
     [[nodiscard]] bool add(const Decimal& other);
 
     constexpr Decimal negated() const { return {-coefficient(), places_}; }
-    // The greatest whole number that is not greater.
+    // The greatest whole number that is not greater than this one.
     Decimal floor() const;
-    // Halves go away from zero; negative places round to tens, hundreds ...
+    // Rounds halves away from zero; negative places round to tens, hundreds ...
     [[nodiscard]] bool rounded(int places, Decimal& result) const;
 
 private:
@@ -63,7 +63,7 @@ private:
         high_ = static_cast<std::int64_t>(coefficient >> 64);
     }
 
-    // Two words, so that values which hold a decimal need no alignment of 16 bytes.
+    // Two words, so that types with a decimal need no 16-byte alignment.
     std::uint64_t low_ = 0;
     std::int64_t high_ = 0;
     std::uint8_t places_ = 0;

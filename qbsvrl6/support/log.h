@@ -1,7 +1,7 @@
 // The engine's log: one line per event, "date time level thread message", with control characters escaped.
 //
-// The file is log/qbsvrl6.log in the set-up folder, if that exists, or else qbsvrl6/qbsvrl6.log in the
-// user's state folder ($XDG_STATE_HOME or ~/.local/state); without either there is none. At 8 MB it becomes
+// The file is log/qbsvrl6.log in the set-up folder, if that exists, or else qbsvrl6/qbsvrl6.log in the user's
+// state folder ($XDG_STATE_HOME or ~/.local/state); without either, nothing is logged. At 8 MB it becomes
 // qbsvrl6.log.1. It is never opened through a symbolic link. Safe from any thread and in several processes at
 // once; logging never fails the caller.
 //
@@ -21,11 +21,11 @@
 
 namespace qbsvrl6 {
 
-// Chooses the log's place. Until it is called, the user's state directory holds the log. The file is opened
-// by the first line that is written.
+// Sets the folder of the log. Until it is called, the log is in the user's state folder. The file is opened
+// when the first line is written.
 void setLogSetupPath(const std::string& setupPath);
 
-// A position is one in the file that is the subject (below).
+// `position` is a position in the file that is the subject (below).
 struct LogKind {
     const char* file;
     int line;
@@ -40,11 +40,11 @@ void logInfo(std::string_view message);
 void logWarningOnce(std::string_view message, const char* file = __builtin_FILE(),
                     int line = __builtin_LINE());
 
-// Whether a warning with this key is new to the innermost subject: for messages that are expensive to make.
+// Whether a warning with this key is new for the innermost subject. For messages that are expensive to make.
 bool isNewWarning(std::string_view key);
 
-// While it lives, the lines of its thread begin with what they are about: "subject: message", or with a place
-// "subject:12:9: message". The innermost one counts; an empty one adds nothing.
+// While it exists, the lines of its thread begin with the subject: "subject: message", or with a position
+// "subject:12:9: message". Only the innermost subject is used; an empty one adds nothing.
 class LogSubject {
 public:
     explicit LogSubject(std::string subject);
@@ -52,10 +52,10 @@ public:
     LogSubject(const LogSubject&) = delete;
     LogSubject& operator=(const LogSubject&) = delete;
 
-    // The message as such a line has it.
+    // The message with the subject.
     std::string with(std::string_view message, TextPosition position = {}) const;
 
-    // Whether the message is new to this subject.
+    // Whether the message is new for this subject.
     bool isNew(std::string_view message);
 
     // Counts a line of the kind. False if there were enough.

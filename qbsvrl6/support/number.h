@@ -12,9 +12,9 @@
 
 namespace qbsvrl6 {
 
-// An exact decimal wherever possible: what data and templates write, whole numbers, and the sums,
-// differences, products and finite quotients of these as long as they fit. Everything else is the nearest double:
-// 1 / 3, a square root, 1e308. Only quotients of amounts too wide for a double are rounded decimals.
+// An exact decimal if possible: numbers in data and templates, whole numbers, and their sums, differences,
+// products and terminating quotients as long as they fit. All other numbers are the nearest double: 1 / 3, a
+// square root, 1e308. Only quotients of amounts too wide for a double are rounded decimals.
 class Number {
 public:
     constexpr Number() = default;
@@ -22,8 +22,8 @@ public:
     constexpr Number(std::integral auto whole) : number_(Decimal(whole, 0)) {}
     Number(double number);
 
-    // A whole text: "-", digits with at most one point, an exponent. False for other texts, and where not
-    // even a double comes near.
+    // A whole text: "-", digits with at most one point, an exponent. Returns false for other texts, and for
+    // numbers beyond the range of double.
     static bool parse(std::string_view text, Number& number);
     static bool parse(std::u16string_view text, Number& number);
 
@@ -38,16 +38,17 @@ public:
     friend Number operator*(const Number& left, const Number& right);
     friend Number operator/(const Number& left, const Number& right);  // by 0: not finite
 
-    // Halves go away from zero; negative places round to tens, hundreds ...
+    // Rounds halves away from zero; negative places round to tens, hundreds ...
     Number rounded(int places) const;
     Number floor() const;
-    // The remainder with the sign of the divisor; not finite where that is 0.
+    // The remainder with the sign of the divisor; not finite if the divisor is 0.
     friend Number modulo(const Number& dividend, const Number& divisor);
     friend Number power(const Number& base, const Number& exponent);
 
-    // Below, at or above zero. A double compares as the shortest decimal that reads back as it.
+    // Negative, zero or positive. A double compares as the shortest decimal that reads back as the same
+    // double.
     friend int compare(const Number& left, const Number& right);
-    // Numbers that compare as equal, and no others, append the same.
+    // Appends a key that is the same for equal numbers and different for others.
     void appendKey(std::u16string& key) const;
 
 private:

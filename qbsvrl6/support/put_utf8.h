@@ -1,4 +1,4 @@
-// One character as UTF-8, in the inner loops of what converts text.
+// One character as UTF-8, for the inner loops of conversions.
 #ifndef QBSVR_QBSVRL6_SUPPORT_PUT_UTF8_H
 #define QBSVR_QBSVRL6_SUPPORT_PUT_UTF8_H
 
@@ -6,7 +6,7 @@
 
 namespace qbsvrl6 {
 
-// Writes a character beyond ASCII to a place of four bytes and gives its length.
+// Writes a character beyond ASCII to a buffer of four bytes and returns its length.
 inline std::size_t putUtf8(char* place, char32_t c) {
     std::size_t used = 0;
     const auto put = [&](char32_t byte) { place[used++] = static_cast<char>(byte); };

@@ -9,14 +9,15 @@
 
 namespace qbsvrl6 {
 
-// Bytes of a template or data file, turned into valid UTF-8 without a mark.
+// The text of a template or data file, converted to valid UTF-8 without a byte order mark.
 class SourceText {
 public:
-    // UTF-8 and UTF-16 by their marks, else what an XML declaration names, else UTF-8. Raises EngineError
-    // (BadEncoding) with the place of the first bad sequence, and NotSupported for an unknown encoding.
+    // The encoding is UTF-8 or UTF-16 according to the byte order mark, or else the one that the XML
+    // declaration names, or else UTF-8. Raises EngineError: BadEncoding with the position of the first
+    // invalid sequence, NotSupported for an unknown encoding.
     SourceText(std::string bytes, std::string origin);
 
-    // With kReadAhead bytes of capacity after its end.
+    // Has kReadAhead bytes of capacity after its end.
     const std::string& text() const { return text_; }
     const std::string& origin() const { return origin_; }
 
@@ -24,7 +25,7 @@ public:
     SourcePlace place(std::size_t offset) const;
     [[noreturn]] void fail(ErrorCode code, const std::string& message, std::size_t offset) const;
 
-    // Parsers that read by blocks read so far after the end.
+    // How far parsers that read in blocks read beyond the end.
     static constexpr std::size_t kReadAhead = 64;
 
 private:
@@ -37,7 +38,7 @@ private:
     std::string text_;
 };
 
-// Positions of bytes in ascending order: all of them take one pass over the text.
+// Finds the positions of bytes in ascending order, in one pass over the text.
 class PlaceCursor {
 public:
     explicit PlaceCursor(const SourceText& source) : source_(source) {}

@@ -1,4 +1,4 @@
-// Lengths and colours that every station of the engine shares.
+// Lengths and colours, for all folders of the engine.
 #ifndef QBSVR_QBSVRL6_SUPPORT_UNITS_H
 #define QBSVR_QBSVRL6_SUPPORT_UNITS_H
 

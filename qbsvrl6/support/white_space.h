@@ -1,4 +1,4 @@
-// White space of ASCII and of Unicode.
+// White space in ASCII and Unicode.
 #ifndef QBSVR_QBSVRL6_SUPPORT_WHITE_SPACE_H
 #define QBSVR_QBSVRL6_SUPPORT_WHITE_SPACE_H
 
@@ -6,14 +6,14 @@
 
 namespace qbsvrl6 {
 
-// Spaces of any width, the zero-width one and the byte order mark, tabs and line ends.
+// Spaces of any width, including the zero-width space and the byte order mark, tabs and line ends.
 constexpr bool isWhiteSpace(char16_t unit) {
     if (unit < 0x80) return unit == u' ' || (unit >= 9 && unit <= 13);
     return unit == 0x85 || unit == 0xA0 || unit == 0x3000 || (unit >= 0x2000 && unit <= 0x200B) ||
            unit == 0x2028 || unit == 0x2029 || unit == 0x202F || unit == 0xFEFF;
 }
 
-// Without the white space at both ends.
+// The text without white space at both ends.
 constexpr std::u16string_view trimmed(std::u16string_view text) {
     while (!text.empty() && isWhiteSpace(text.front())) text.remove_prefix(1);
     while (!text.empty() && isWhiteSpace(text.back())) text.remove_suffix(1);

@@ -1,4 +1,4 @@
-// XML, written element by element at the end of a string.
+// Appends XML to a string, element by element.
 #ifndef QBSVR_QBSVRL6_SUPPORT_XML_WRITER_H
 #define QBSVR_QBSVRL6_SUPPORT_XML_WRITER_H
 
@@ -10,15 +10,15 @@
 
 namespace qbsvrl6 {
 
-// Text and quoted values as XML writes them. Characters that it cannot hold become U+FFFD. Readers give back
-// the rest as it is: line ends in text are references where a reader would change them, and so are all line
-// ends and tabs in values. 8-bit text is UTF-8.
+// Append escaped text and quoted attribute values. Characters that XML cannot hold become U+FFFD; readers
+// return all others unchanged: line ends in text that a reader would change are written as references, as are
+// all line ends and tabs in values. 8-bit text is UTF-8.
 void appendXmlText(std::string& out, std::u16string_view text);
 void appendXmlText(std::string& out, std::string_view text);
 void appendXmlValue(std::string& out, std::u16string_view value);
 void appendXmlValue(std::string& out, std::string_view value);
 
-// Something that writes itself as part of a value or text, without characters that need escapes.
+// An object that appends itself as part of a value or text, without characters that need escapes.
 template <class T>
 concept XmlPart = requires(const T& part, std::string& out) {
     part.appendTo(out);
@@ -56,14 +56,14 @@ public:
         return *this;
     }
 
-    // The value consists of the parts: texts, which are escaped, numbers, and what has appendTo().
+    // The value consists of the parts: texts, which are escaped, numbers, and objects with appendTo().
     template <class... Parts>
     XmlWriter& attribute(std::string_view name, const Parts&... parts) {
         beginAttribute(name);
         (appendValue(parts), ...);
         return endAttribute();
     }
-    // The value is written to the string, by pieces that need no escapes, before endAttribute().
+    // Append the value to the returned string, without characters that need escapes, and call endAttribute().
     std::string& beginAttribute(std::string_view name) {
         out_ += ' ';
         out_ += name;
@@ -82,7 +82,7 @@ public:
         return *this;
     }
 
-    // For content that is XML already.
+    // For content that is already XML.
     std::string& content() {
         endTag();
         return out_;
@@ -101,7 +101,7 @@ public:
         return *this;
     }
 
-    // An element with text alone.
+    // An element that contains only text.
     template <class... Parts>
     XmlWriter& element(std::string_view name, const Parts&... parts) {
         return open(name).text(parts...).close();
@@ -113,7 +113,7 @@ public:
         return *this;
     }
 
-    // Takes an element to be open whose tag is written elsewhere.
+    // Treats as open an element whose tag was written elsewhere.
     XmlWriter& resume(std::string_view name) {
         names_.push_back(name);
         return *this;

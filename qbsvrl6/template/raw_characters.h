@@ -1,4 +1,4 @@
-// What the parser accepts in attributes although XML does not.
+// Characters in attributes that the parser accepts although XML does not.
 #ifndef QBSVR_QBSVRL6_TEMPLATE_RAW_CHARACTERS_H
 #define QBSVR_QBSVRL6_TEMPLATE_RAW_CHARACTERS_H
 
@@ -13,8 +13,8 @@ struct RawCharacter {
     std::size_t offset = 0;
 };
 
-// Each "<" in an attribute, and each "&" that begins no entity, up to `most` of them. The text is that of a
-// document which the parser has accepted.
+// Each "<" in an attribute and each "&" that does not begin an entity, at most `most`. The parser must have
+// accepted `xml`.
 std::vector<RawCharacter> findRawCharacters(std::string_view xml, std::size_t most);
 
 }  // namespace qbsvrl6

@@ -24,10 +24,10 @@
 
 namespace qbsvrl6 {
 
-// Of the format, in the attribute `version`. Other versions are rejected.
+// The version of the format, in the attribute `version`. Other versions are rejected.
 inline constexpr int kTemplateVersion = 1;
 
-// The words of attributes that have a choice, with their values.
+// The words of enumerated attributes, with their values.
 inline constexpr std::array<Word<Size>, 6> kPaperSizes = {{{"A3", {297'000, 420'000}},
                                                            {"A4", {210'000, 297'000}},
                                                            {"A5", {148'000, 210'000}},
@@ -256,7 +256,8 @@ void describeSubReport(Element& element, ContentLike& subReport) {
     element.nestedReport("Report", subReport.report);
 }
 
-// What a control has besides its content. The position of a cell is that of its column and row.
+// The attributes of a control apart from its content. A cell has no position: it is that of its column and
+// row.
 template <class Element, class ControlLike>
 void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
     element.attribute("name", control.name, {}, TextCodec{});
@@ -367,7 +368,7 @@ void describePage(Element& element, PageLike& page) {
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
 }
 
-// What is painted below the bands of each page, and where pages are printed.
+// The background and watermark of each page, and the printer.
 template <class Element, class ReportLike>
 void describePaper(Element& element, ReportLike& report) {
     static const ReportDefinition defaults;
