@@ -1,4 +1,4 @@
-// Fetching and reading data.
+// Fetches and reads data.
 #ifndef QBSVR_QBSVRL6_DATA_LOAD_H
 #define QBSVR_QBSVRL6_DATA_LOAD_H
 
@@ -16,21 +16,21 @@ std::string fetch(const Address& address, std::size_t maxBytes);
 // JSON or XML text as tables and parameters.
 //
 // JSON: a root array is one table without a name; in a root object each array is a table by its name and each
-// scalar a parameter. Names of nested objects lead: column, parameter or table "outer.inner". An element that
-// is no object has the one column "value"; an array within a row is its text.
+// scalar a parameter. The members of nested objects become columns, parameters or tables named "outer.inner".
+// An element that is not an object has the single column "value"; an array within a row is its JSON text.
 //
-// XML: elements that repeat one name are rows of a table of that name, and so is a lone element with leaves
-// of its own that isn't the root; a row's columns are its attributes and child elements, "outer.inner" where
-// they nest. Single leaf elements below the root are parameters, as are attributes outside of rows. All is
-// text.
+// XML: elements that repeat a name are rows of a table of that name, as is a single element that has leaves
+// and isn't the root. The columns of a row are its attributes and child elements, "outer.inner" if they are
+// nested. Single leaf elements below the root are parameters, as are attributes outside of rows. All values
+// are text.
 //
-// UTF-8, UTF-16 with a mark and, where an XML declaration names them, GB18030, GBK and GB2312 (and Big5 and
-// Latin-1) are read. `origin` names the source in messages. Raises EngineError with line and column for
+// The encoding is UTF-8, UTF-16 with a byte order mark, or one that the XML declaration names: GB18030, GBK,
+// GB2312, Big5, Latin-1. `origin` names the source in messages. Raises EngineError with line and column for
 // malformed text, and for text after the end.
 DataSet readData(std::string bytes, const std::string& origin);
 
-// The same data as XML text, for callers that asked for XML. XML comes back as it is, as UTF-16; JSON becomes
-// a root "data" of parameters and rows, a row named like its table ("row" where it has no name).
+// The same data as XML text, in UTF-16. XML is returned unchanged; JSON becomes a root "data" with the
+// parameters and rows, in which a row has the name of its table ("row" if that has none).
 std::u16string readXmlText(std::string bytes, const std::string& origin);
 
 }  // namespace qbsvrl6

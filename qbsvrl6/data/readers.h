@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 DataSet readJson(const SourceText& source);
 DataSet readXml(const SourceText& source);
 
-// Refuses what readXml would refuse, without making tables.
+// Raises what readXml would raise, without making tables.
 void checkXml(const SourceText& source);
 
 // Columns of one table by their UTF-8 names, made as they first appear. Rows mostly repeat the names of the

@@ -16,9 +16,9 @@ namespace qbsvrl6 {
 
 enum class ValueType : std::uint8_t { Null, Boolean, Number, Date, Text };
 
-// One value, light enough to pass by value. `text` is the value as the data wrote it ("1.10", "2024-03-05",
-// "12345678901234567890"): it belongs to the table (or to whoever made the value) and is what shows where no
-// format is given.
+// One value, small enough to pass by value. `text` is the value as it is written in the data ("1.10",
+// "2024-03-05", "12345678901234567890") and as it is shown without a format. It belongs to the table, or to
+// the creator of the value.
 struct Value {
     ValueType type = ValueType::Null;
     bool boolean = false;
@@ -29,7 +29,7 @@ struct Value {
     bool isNull() const { return type == ValueType::Null; }
 };
 
-// One table, held column by column.
+// One table, stored by column.
 class Table {
 public:
     explicit Table(std::u16string name);
@@ -42,14 +42,15 @@ public:
     std::size_t rowCount() const;
     std::size_t columnCount() const;
     const std::u16string& columnName(std::size_t column) const;
-    // Index of the column, or npos. Names compare exactly first, then without regard to ASCII case.
+    // Index of the column, or npos. Looks for the exact name first, then ignores ASCII case.
     std::size_t findColumn(std::u16string_view name) const;
     // A row or column out of range reads as null.
     Value value(std::size_t row, std::size_t column) const;
 
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
-    // Building. Columns appear in the order of their first value; rows that lack one read as null there.
+    // Functions that build the table. Columns are in the order of their first value; a row without a value
+    // reads as null.
     std::size_t addColumn(std::u16string name);
     void beginRow();
     void setNull(std::size_t column);
@@ -83,8 +84,8 @@ struct DataSet {
     const DataParameter* parameter(std::u16string_view name) const;
 };
 
-// Says in the log that the data has no such table, which tables it has, and which one may be meant. `user` is
-// what asks for it: "the grid".
+// Logs that the data has no such table, which tables it has, and which one may be meant. `user` names the
+// reader of the table: "the grid".
 void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user,
                      TextPosition place = {});
 

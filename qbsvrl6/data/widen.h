@@ -7,10 +7,10 @@
 
 namespace qbsvrl6 {
 
-// Writes valid UTF-8 as UTF-16 into `buffer`, which only ever grows, and shows what was written.
+// Converts valid UTF-8 to UTF-16 in `buffer`, which only grows, and returns the result, a part of the buffer.
 std::u16string_view widen(std::string_view utf8, std::u16string& buffer);
 
-// Appends one character as UTF-16 at `out` and moves it on.
+// Writes one character as UTF-16 to `out` and advances `out`.
 inline void putCharacter(char16_t*& out, char32_t character) {
     if (character < 0x10000) {
         *out++ = static_cast<char16_t>(character);

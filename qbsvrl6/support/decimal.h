@@ -93,15 +93,15 @@ inline bool Decimal::add(const Decimal& other) {
 }
 
 [[nodiscard]] bool multiply(const Decimal& left, const Decimal& right, Decimal& product);
-// False also for non-terminating quotients. The divisor is not 0.
+// Also returns false for non-terminating quotients. The divisor must not be 0.
 [[nodiscard]] bool divide(const Decimal& dividend, const Decimal& divisor, Decimal& quotient);
-// The remainder with the sign of the divisor, which is not 0.
+// The remainder with the sign of the divisor, which must not be 0.
 [[nodiscard]] bool modulo(const Decimal& dividend, const Decimal& divisor, Decimal& remainder);
-// The nearest decimal of up to 20 digits; false if fewer than 17 would fit. The divisor is not 0.
+// The nearest decimal of up to 20 digits; false if fewer than 17 would fit. The divisor must not be 0.
 [[nodiscard]] bool divideRounded(const Decimal& dividend, const Decimal& divisor, Decimal& quotient);
-// The double nearest to the quotient, except for rare ties. The divisor is not 0.
+// The double nearest to the quotient, except for rare ties. The divisor must not be 0.
 double nearestQuotient(const Decimal& dividend, const Decimal& divisor);
-// Below zero, zero, or above zero.
+// Negative, zero or positive.
 int compare(const Decimal& left, const Decimal& right);
 
 }  // namespace qbsvrl6

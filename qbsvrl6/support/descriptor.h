@@ -1,4 +1,4 @@
-// An open file of the system, closed at the end.
+// A file descriptor that is closed by the destructor.
 #ifndef QBSVR_QBSVRL6_SUPPORT_DESCRIPTOR_H
 #define QBSVR_QBSVRL6_SUPPORT_DESCRIPTOR_H
 

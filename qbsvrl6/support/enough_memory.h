@@ -1,5 +1,5 @@
-// Steps of C libraries that go on without memory and then yield less than they should: boxes instead of
-// letters, half a list of fonts.
+// For C libraries that continue without memory and return wrong results: boxes instead of letters, half a
+// list of fonts.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ENOUGH_MEMORY_H
 #define QBSVR_QBSVRL6_SUPPORT_ENOUGH_MEMORY_H
 
@@ -10,9 +10,10 @@
 
 namespace qbsvrl6 {
 
-// The step's result, of an attempt in which every allocation succeeded; std::bad_alloc if two attempts don't.
-// Each attempt starts afresh and makes no system call that can fail. The second one is for allocators that set
-// errno and then find memory elsewhere. An EngineError of such an attempt says nothing of the input.
+// Returns the result of an attempt in which every allocation succeeded; raises std::bad_alloc after two other
+// attempts. Each attempt must start from the beginning and make no system call that can fail. The second one
+// is for allocators that set errno and then find memory elsewhere. Without memory, an EngineError is not an
+// error of the input and is not passed on.
 template <class Step>
 auto withEnoughMemory(Step step) {
     const int before = errno;  // steps may be nested

@@ -1,5 +1,5 @@
-// The engine's exceptions. They never leave the library: each entry point turns them into a null or a false and
-// a line of the log.
+// The engine's exceptions. They never leave the library: each entry point converts them into null or zero and
+// a line in the log.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ERROR_H
 #define QBSVR_QBSVRL6_SUPPORT_ERROR_H
 
@@ -55,15 +55,15 @@ private:
     SourcePlace place_;
 };
 
-// What the machine lacks: memory, open files, room on a disk, a font. It is no property of what was being read,
-// so that nothing may remember it, and no EngineError, so that it passes those who leave out what can't be read:
-// the export ends with this cause, and the next one starts afresh.
+// A shortage of the machine: memory, open files, disk space, a font. It is not a property of the input, so no
+// cache may store it. It is not an EngineError, so that code which leaves out unreadable input does not catch
+// it: the export fails with this cause, and the next one tries again.
 class MachineError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// Whether an errno says that the machine lacks something, rather than something about a file.
+// Whether an errno means a shortage of the machine rather than a problem with a file.
 bool isShortage(int systemError);
 
 }  // namespace qbsvrl6

@@ -1,4 +1,4 @@
-// Hashes for tables of one run: nothing stores them.
+// Hashes for tables in memory. They may change between versions.
 #ifndef QBSVR_QBSVRL6_SUPPORT_HASH_H
 #define QBSVR_QBSVRL6_SUPPORT_HASH_H
 
@@ -10,10 +10,10 @@ namespace qbsvrl6 {
 
 inline constexpr std::uint64_t kHashFactor = 0x9E3779B97F4A7C15u;  // 2^64 divided by the golden ratio
 
-// The high bits are mixed best: the slot of a small table comes from there.
+// The high bits are mixed best: take the slot of a small table from them.
 constexpr void mixHash(std::size_t& hash, std::size_t value) { hash = (hash ^ value) * kHashFactor; }
 
-// Eight bytes at a time.
+// Hashes eight bytes at a time.
 inline std::uint64_t hashBytes(const void* bytes, std::size_t count) {
     const auto* at = static_cast<const unsigned char*>(bytes);
     std::uint64_t hash = count * kHashFactor;

@@ -1,6 +1,6 @@
-// A shared library of the system that is loaded when something first needs it. Few reports fetch from the
-// web, print or become images, and the libraries for that bring dozens of others along: linked, they would
-// take half of a small report's time, and an engine without a print service would need the library of one.
+// A shared library of the system that is loaded on first use. Few reports fetch from the web, print or become
+// images, and the libraries for that load dozens of others: if they were linked, they would take half of the
+// time of a small report, and a machine without a print service would need its library.
 #ifndef QBSVR_QBSVRL6_SUPPORT_LAZY_LIBRARY_H
 #define QBSVR_QBSVRL6_SUPPORT_LAZY_LIBRARY_H
 
@@ -10,12 +10,12 @@ namespace qbsvrl6 {
 
 class LazyLibrary {
 public:
-    // Loads the library, for the process's life. Raises EngineError(NotSupported) with the cause where it
-    // isn't there, and MachineError where memory or descriptors were lacking.
+    // Loads the library for the life of the process. Raises EngineError(NotSupported) with the cause if it is
+    // missing, and MachineError if memory or descriptors run out.
     explicit LazyLibrary(const std::string& soname);
 
     // The function of this name: `library.function<decltype(curl_easy_init)>("curl_easy_init")`. Raises
-    // EngineError where the library has none.
+    // EngineError if the library has none.
     template <typename Function>
     Function* function(const char* name) const {
         return reinterpret_cast<Function*>(symbol(name));
@@ -28,7 +28,7 @@ private:
     std::string soname_;
 };
 
-// The function of the library, named once.
+// Declares and initialises a member with the library's function of this name.
 // NOLINTBEGIN(bugprone-macro-parentheses): a declaration has no place for them
 #define QBSVR_LAZY_FUNCTION(library, name) \
     decltype(::name)* name = (library).function<decltype(::name)>(#name)

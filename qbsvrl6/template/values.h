@@ -1,4 +1,4 @@
-// How single values are written in a template: one codec per type of value, with the range that it allows.
+// The syntax of single values in a template: one codec per type of value, with its range.
 //
 //   length  = number ( "mm" | "cm" | "in" | "pt" )
 //   edges   = length | length " " length " " length " " length      (left, top, right, bottom)
@@ -21,7 +21,8 @@
 
 namespace qbsvrl6 {
 
-// A text that is not a value of its type; what() describes one: "a length like \"12.5mm\"".
+// Raised for a text that is not a value of its type; what() describes a valid one: "a length like
+// \"12.5mm\"".
 class ValueError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -34,14 +35,14 @@ struct TextCodec {
     std::string write(const std::u16string& value) const;
 };
 
-// What is wrong with an expression, without the expression.
+// The cause of an error in an expression, without the text of the expression.
 std::string expressionError(const EngineError& error);
 
-// An expression, and a text with placeholders: only their grammar is checked, and the text is not changed.
-// Names and scopes are resolved when the report is exported.
+// Codecs for an expression and a text with placeholders. They check only the grammar and do not change the
+// text. Names and scopes are resolved when the report is exported.
 
 struct ExpressionCodec {
-    bool mayBeBlank = true;  // a blank one is the same as none
+    bool mayBeBlank = true;  // blank means none
     bool knowsPage = true;   // false: it selects or sorts rows, before there are pages
 
     std::u16string read(std::string_view text) const;
