@@ -1,4 +1,5 @@
-// Base64 of 10 MB, clean and in lines of 76 characters, beside a plain copy and OpenSSL when it was found.
+// Base64 of 10 MB, clean and in lines of 76 characters, compared with a plain copy and, if it is installed,
+// OpenSSL.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -29,7 +30,7 @@ const std::string& Bytes() {
     return bytes;
 }
 
-// The Base64 of the bytes, with a line end after each lineLength characters when that isn't 0.
+// The Base64 of the bytes, with a line end after every lineLength characters unless that is 0.
 std::string Encoded(std::size_t lineLength) {
     const std::string text = larkspur::Base64_Encode(Bytes().data(), kSize);
     if (lineLength == 0) return text;

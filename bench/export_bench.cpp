@@ -1,6 +1,5 @@
-// Whole reports inside one process: the template of sales.qbf over made-up rows, each kind of document. Each
-// document is checked for its last row, where it is text, before it is timed. Items are rows or, for small
-// reports, reports.
+// Whole reports within one process: the template sales.qbf over generated rows, in every document format. The
+// last row of each text document is checked before timing. Items are rows or, for small reports, reports.
 #include <benchmark/benchmark.h>
 
 #include <cmath>

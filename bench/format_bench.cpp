@@ -1,4 +1,4 @@
-// The format language beside what else shows and reads numbers and dates. Items are values.
+// The format language compared with other formatters and parsers of numbers and dates. Items are values.
 #include <benchmark/benchmark.h>
 
 #include <charconv>
@@ -24,7 +24,7 @@ namespace {
 constexpr lkchar kMoneyFormat[] = u"#,##0.00";
 constexpr lkchar kDateFormat[] = u"yyyy-MM-dd HH:mm:ss";
 
-// Amounts of one to nine integer digits, as reports hold them: most with two decimals, some with more.
+// Amounts of one to nine integer digits, as in reports: most with two decimals, some with more.
 const std::vector<double>& amounts() {
     static const std::vector<double> values = [] {
         std::mt19937_64 random(1);

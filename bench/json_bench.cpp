@@ -1,4 +1,4 @@
-// JSON: parsing and writing a list of small objects, beside the peers that were found at configuration.
+// JSON: parsing and writing a list of small objects, compared with the peers found at configuration.
 //
 // Bytes per second count the 16-bit text; nlohmann reads and writes the same document in UTF-8.
 #include <benchmark/benchmark.h>
@@ -23,7 +23,7 @@ namespace {
 
 using larkspur::lkstr;
 
-// Rows as a report reads them: short and long texts, Latin and Chinese, numbers, a nested object; 10 MB.
+// Rows as in reports: short and long texts, Latin and Chinese, numbers, a nested object; 10 MB.
 lkstr MakeRows() {
     lkstr text = u"[";
     for (int i = 0; text.size() < 5'000'000; ++i) {

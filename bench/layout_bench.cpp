@@ -1,4 +1,4 @@
-// From the text of the data to pages: how long until the first one, and until the last.
+// From the text of the data to pages: the time to the first page, and to the last.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Rows to PDF and images, from hand-made bands: shaping, drawing and compressing, without data and layout.
+// Rows to PDF and images, from handmade bands: shaping, drawing and compressing, without data and layout.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -21,7 +21,7 @@ constexpr int kColumns = 8;
 constexpr int kRowsPerPage = 40;
 constexpr Micrometres kRowHeight = 6'500;
 
-// Eight columns as reports have them: numbers, dates, codes, Chinese names of 1,200 different ideographs.
+// Eight columns as in reports: numbers, dates, codes, Chinese names of 1,200 different ideographs.
 class Rows {
 public:
     Rows() : text_(handmade::style(u"SimSun", 9)), number_(handmade::style(u"SimSun", 9)) {

@@ -1,5 +1,5 @@
-// UTF-8 to 16-bit text and back on 10 MB, beside memcpy of the same bytes and, where it is installed, ICU.
-// Every conversion is checked against a plain loop before it is timed.
+// UTF-8 to 16-bit text and back on 10 MB, compared with memcpy of the same bytes and, if it is installed,
+// ICU. Every conversion is checked against a plain loop before it is timed.
 #include <benchmark/benchmark.h>
 
 #include <cstring>

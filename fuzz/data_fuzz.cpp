@@ -1,5 +1,5 @@
-// The bytes of a data file. They are refused with a message, or what they hold can be had as XML text too,
-// which reads again.
+// The bytes of a data file. They are rejected with a message, or can also be converted to XML text, which can
+// be read again.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -1,5 +1,5 @@
-// A date text and a date format, divided by a line feed. What is read and shown in full is read as the same
-// again.
+// A date text and a date format, separated by a line feed. A date that is read and shown completely reads as
+// the same date again.
 #include <cstdint>
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 // A text with placeholders, in UTF-8, shown for each row of a small table. The only error is EngineError, and
-// the same text shows the same twice.
+// evaluating the text twice gives the same result.
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>

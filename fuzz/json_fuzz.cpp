@@ -1,4 +1,4 @@
-// A JSON text, a unit a byte.
+// A JSON text, one unit per byte.
 #include <cstdint>
 #include <cstdlib>
 #include <map>
@@ -16,8 +16,8 @@ void require(bool condition) {
     if (!condition) std::abort();
 }
 
-// An empty literal at the end of an array, "[1,,]", is written as a trailing comma and so is gone when read
-// again.
+// An empty literal at the end of an array, "[1,,]", is written as a trailing comma and is therefore missing
+// when read again.
 bool EndsInEmptyItem(const ClkJsonNode& node) {
     if (node.Kind() == ClkJsonObject) {
         for (const auto& [name, child] : static_cast<const ClkJsonObjectNode&>(node).Members()) {
@@ -35,7 +35,8 @@ bool EndsInEmptyItem(const ClkJsonNode& node) {
     return false;
 }
 
-// What is read is written, and that reads as itself. The scanner that builds no tree agrees with the parser.
+// A document that was read is written, and reads as the same document. The scanner, which builds no tree,
+// agrees with the parser.
 template <class Json>
 void ParseAndWrite(const lkchar* text, int n, const lkchar* scannedEnd) {
     Json json;

@@ -1,5 +1,5 @@
-// A template, laid out over a few rows on pages and without. The only error is EngineError; a sink gets whole
-// pages of whole items.
+// A template, laid out over a few rows with and without pages. The only error is EngineError; a sink receives
+// complete pages of complete items.
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>

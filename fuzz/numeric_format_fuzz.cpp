@@ -1,4 +1,4 @@
-// A number and a format text, divided by a line feed.
+// A number and a format text, separated by a line feed.
 #include <cstdint>
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
-// The bytes of a picture file. It is refused with a message, or its pixels are as many as its head says; what
-// a PDF takes over of a PNG belongs to a file that can be decoded.
+// The bytes of a picture file. It is rejected with a message, or has as many pixels as its header says.
+// Compressed rows that a PDF uses directly come from a PNG that can be decoded.
 #include <cstdint>
 #include <cstdlib>
 
@@ -12,7 +12,7 @@ using namespace qbsvrl6;
 
 namespace {
 
-// Larger ones cost memory and find nothing more.
+// Larger ones take memory and find nothing more.
 constexpr std::int64_t kPixels = 1 << 20;
 
 bool isDecoded(const Picture& picture) {

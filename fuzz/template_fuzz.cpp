@@ -1,5 +1,5 @@
-// The bytes of a template file. It is refused with a message, or what is loaded can be saved, and saving what
-// was loaded from that gives the same bytes.
+// The bytes of a template file. It is rejected with a message, or can be saved; loading the saved template
+// and saving it again gives the same bytes.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -1,5 +1,5 @@
-// The bytes of a text file. What is read is the same in both forms of the conversion, and what is saved back
-// in the encoding that was found is read as the same again.
+// The bytes of a text file. Both forms of the conversion read the same text, and the text saved in the
+// detected encoding reads as the same text again.
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>

@@ -1,4 +1,4 @@
-"""Follows docs/first-report.md: saves the files that it has its reader save, and runs what it has its reader run."""
+"""Follows docs/first-report.md: saves the files and runs the commands that it lists."""
 
 import pathlib
 import re

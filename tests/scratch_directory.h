@@ -1,4 +1,4 @@
-// A directory for one test, gone with it, and the files in it.
+// A directory for one test, removed at its end, and the files in it.
 #ifndef QBSVR_TESTS_SCRATCH_DIRECTORY_H
 #define QBSVR_TESTS_SCRATCH_DIRECTORY_H
 
@@ -20,7 +20,7 @@ inline void WriteFile(const std::filesystem::path& path, const std::string& text
     std::ofstream(path, std::ios::binary) << text;
 }
 
-// All files below a directory, relative to it, in order.
+// All files below a directory, as sorted relative paths.
 inline std::vector<std::string> FilesBelow(const std::filesystem::path& directory) {
     std::vector<std::string> files;
     if (!std::filesystem::is_directory(directory)) return files;

@@ -14,7 +14,7 @@ str Bytes(const ClkMemory& memory) {
                : str(static_cast<const char*>(memory.Data()), static_cast<std::size_t>(memory.Size()));
 }
 
-// What is decoded from a copy of exactly these bytes, so that a step beyond them shows.
+// Decodes a copy of exactly these bytes, so that reads beyond them are detected.
 str Decoded(const str& text) {
     const std::vector<char> exact(text.begin(), text.end());
     ClkMemory memory;
@@ -24,7 +24,7 @@ str Decoded(const str& text) {
     return Bytes(memory);
 }
 
-// A group at a time, by the rules alone.
+// Decodes group by group, following the rules literally.
 str DecodedSlowly(const str& text) {
     const str alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     str bytes;

@@ -22,7 +22,7 @@
 namespace larkspur {
 namespace {
 
-// A directory of its own for each test, removed afterwards.
+// A separate directory for each test, removed afterwards.
 class Files : public testing::Test {
 protected:
     Files() {

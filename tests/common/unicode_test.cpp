@@ -11,7 +11,7 @@
 namespace larkspur {
 namespace {
 
-// A copy of exactly its size on the heap, so that a sanitizer sees a read beyond it.
+// A heap copy of exactly this size, so that a sanitizer detects reads beyond it.
 template <typename Text>
 std::vector<typename Text::value_type> Exact(const Text& text) {
     return {text.begin(), text.end()};

@@ -1,4 +1,4 @@
-// What each function of the driver prints, calls and writes, as the files of cases/ have it.
+// Compares what each function of the driver prints, calls and writes with the files of cases/.
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -18,7 +18,7 @@ using recording::Template;
 
 namespace {
 
-// What is run, each by itself: a function, or two that do the same.
+// The functions under test, run separately: one function, or two that do the same.
 using Scenario = std::vector<std::function<void()>>;
 
 // Both forms of a task, each on a fresh report.
@@ -36,7 +36,7 @@ Scenario Task(void (*batchForm)(const wstr&, const wstr&),
     return {form(true), form(false)};
 }
 
-// The C function and its twin for handles, each on a fresh report over the template.
+// The C function and its _CPP form, each on a fresh report over the template.
 template <class Form, class Twin, class... Arguments>
 Scenario Connect(const Template& content, Form form, Twin twin, Arguments... arguments) {
     const auto loaded = [=](auto call) {

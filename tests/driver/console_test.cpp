@@ -14,7 +14,7 @@ bool IsRaw(int terminal) {
     return tcgetattr(terminal, &settings) == 0 && (settings.c_lflag & (ICANON | ECHO)) == 0;
 }
 
-// A child on a terminal of its own that gives the key as its status, 200 for a key of -1.
+// Runs a child process on a separate terminal; its exit status is the key, or 200 for -1.
 pid_t StartReader(int& terminal) {
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child == 0) {

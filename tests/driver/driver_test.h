@@ -1,4 +1,4 @@
-// Runs functions of the driver over the recording engine, in a tree of its own, and gives what they did.
+// Runs functions of the driver with the recording engine, in a separate tree, and returns what they did.
 #ifndef QBSVR_TESTS_DRIVER_DRIVER_TEST_H
 #define QBSVR_TESTS_DRIVER_DRIVER_TEST_H
 
@@ -19,7 +19,7 @@ inline std::string Join(const std::vector<std::string>& lines) {
     return text;
 }
 
-// The set-up directory is "/qb/", which need not exist: the recording engine loads whatever it is asked for.
+// The set-up directory is "/qb/", which need not exist: the recording engine loads any file.
 class DriverTest : public testing::Test {
 public:
     static void SetList(const std::string& json) {

@@ -1,4 +1,4 @@
-// The program as a shell runs it: argument words, lines, abnormal ends, and what it exports.
+// The program as a shell runs it: arguments, printed lines, abnormal ends, and exports.
 #include <sys/wait.h>
 #include <unistd.h>
 

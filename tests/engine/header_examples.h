@@ -1,4 +1,4 @@
-// The examples in the comments of the headers in engine/, made into functions when the build is configured.
+// The examples in the comments of the headers in engine/, converted to functions at configuration.
 #ifndef QBSVR_TESTS_ENGINE_HEADER_EXAMPLES_H
 #define QBSVR_TESTS_ENGINE_HEADER_EXAMPLES_H
 

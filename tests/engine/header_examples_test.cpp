@@ -1,4 +1,5 @@
-// Every example of the headers in engine/ compiles, runs, and does what it says: the engine has nothing to complain about.
+// Every example of the headers in engine/ compiles, runs, and does what it says, without a warning in the
+// engine's log.
 #include "tests/engine/header_examples.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +15,7 @@ using namespace quillbrook;
 
 namespace {
 
-// The log's lines but for those on fonts that this machine lacks.
+// The lines of the log except those about missing fonts.
 std::string complaints(const std::string& log) {
     std::istringstream lines(log);
     std::string found;

@@ -32,9 +32,8 @@ struct Entry {
 
 struct Node;
 
-// The calls of one created report and of all that hangs from it, or those that concern no report. Without a
-// lock, so that the engine orders no threads that its caller doesn't: a race in the caller stays visible to
-// ThreadSanitizer.
+// The calls of one created report and everything that belongs to it, or the calls without a report. There is
+// no lock, since it would order the caller's threads and hide races of the caller from ThreadSanitizer.
 struct Journal {
     std::thread::id thread = std::this_thread::get_id();
     bool released = false;

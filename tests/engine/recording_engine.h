@@ -1,12 +1,12 @@
-// An engine for tests: a libqbsvrl6.so that renders nothing, records every call, answers as it is set up,
-// and finds broken promises: a call before QBInitConfig, after a report's release or on another thread than
-// its own, and a report that is never released.
+// An engine for tests: a libqbsvrl6.so that renders nothing, records every call, returns configured results,
+// and detects violations of the interface's rules: a call before QBInitConfig, after a report's release or on
+// another thread than the report's, and a report that is never released.
 //
-// A call reads `QBReportLoadFromFile(report1, "/x/a.qbf")`. Reports are numbered as they are created; what
-// hangs from a report is named after it: report1.grid, report1.control2, report1.sub1.
+// A call reads `QBReportLoadFromFile(report1, "/x/a.qbf")`. Reports are numbered in the order of creation;
+// objects that belong to a report are named after it: report1.grid, report1.control2, report1.sub1.
 //
-// A test that links the library steers it by the functions below. A program that merely runs on it is steered
-// by its environment:
+// Tests that link the library configure it with the functions below. Programs that only run with it are
+// configured by environment variables:
 //     QBSVR_RECORDING_LOG    the file to which calls and broken promises are appended as they come
 //     QBSVR_RECORDING_FAIL   lines "FUNCTION PATTERN", as Fail takes them
 #ifndef QBSVR_TESTS_ENGINE_RECORDING_ENGINE_H
@@ -19,8 +19,8 @@
 
 namespace recording {
 
-// What a load puts into a report. Its controls are a static text, which a walk must pass over, and then one
-// for each sub-report.
+// The contents of a loaded report. Its controls are a static text, which a walk must skip, and then one per
+// sub-report.
 struct Template {
     std::u16string query{};
     bool hasGrid = true;
@@ -29,7 +29,7 @@ struct Template {
     std::vector<std::u16string> charts{};  // names; each asks for data during an export
 };
 
-// Forgets all calls, answers and reports. QBInitConfig counts as called when `configured`.
+// Forgets all calls, configured results and reports. If `configured`, QBInitConfig counts as called.
 QBSVR_API void Reset(bool configured);
 
 // Makes a function give null or false where the shell pattern fits: the path that it is given, otherwise the

@@ -9,7 +9,7 @@
 namespace larkspur {
 namespace {
 
-// Puts the process into a time zone while it lives.
+// Sets the time zone of the process during its lifetime.
 struct TimeZone {
     explicit TimeZone(const char* name) { set(name); }
     ~TimeZone() { set("UTC"); }
@@ -19,7 +19,7 @@ struct TimeZone {
     }
 };
 
-// With summer time in both hemispheres, and with standard times that were others once.
+// Zones with summer time in both hemispheres, and with standard times that have changed.
 const char* const kZones[] = {"UTC",           "America/New_York",  "Europe/Berlin",   "Asia/Shanghai",
                               "Europe/Moscow", "Africa/Casablanca", "America/Caracas", "Australia/Lord_Howe"};
 

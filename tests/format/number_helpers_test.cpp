@@ -13,7 +13,7 @@ std::lconv fakeLocale;
 
 }  // namespace
 
-// Takes the place of the C library's own, so that the test needs no locale of the system.
+// Replaces the C library's function, so that the test needs no locale of the system.
 extern "C" std::lconv* localeconv() noexcept { return &fakeLocale; }
 
 namespace larkspur {

@@ -1,5 +1,5 @@
-// The number renderer against slow and obvious ones: its digits against the C library's, and whole texts
-// against a reference over exact decimal arithmetic, for generated format texts and values.
+// Compares the number renderer with slow, obvious ones: its digits with the C library's, and whole texts with
+// a reference in exact decimal arithmetic, for generated formats and values.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,7 +20,7 @@ namespace {
 using Parser = ClkNumericFormatParser;
 using Analyser = Parser::ClkFormatAnalyser;
 
-// Values that people write, ties and their neighbours, every magnitude, every bit pattern.
+// Values as people write them, ties and the values next to them, all magnitudes, random bit patterns.
 double generateValue(std::mt19937_64& random) {
     const auto whole = static_cast<double>(static_cast<std::int64_t>(random()) >> (random() % 64));
     const double decimal = whole / std::pow(10.0, static_cast<double>(random() % 20));

@@ -9,14 +9,14 @@ namespace {
 
 int Size(const lkstr& text) { return static_cast<int>(text.size()); }
 
-// On a copy of exactly these units, so that a step beyond them shows.
+// Uses a copy of exactly these units, so that reads beyond them are detected.
 template <class Function>
 auto OnExactUnits(const lkstr& text, Function function) {
     const std::vector<lkchar> units(text.begin(), text.end());
     return function(units.data(), Size(text));
 }
 
-// Units before the position, or -1 for none.
+// The number of units before the position, or -1 for null.
 std::ptrdiff_t FindEnd(const lkchar* (*find)(const lkchar*, int), const lkstr& text) {
     return OnExactUnits(text, [find](const lkchar* p, int n) {
         const lkchar* end = find(p, n);

@@ -12,7 +12,7 @@
 namespace larkspur {
 namespace {
 
-// The document as JSON text, or what is left of it and the fault.
+// The document as JSON text; after an error, the part that was read, and the error.
 template <class Json>
 lkstr Outcome(Json& json, const lkstr& text, const lkchar* separator = nullptr) {
     const std::vector<lkchar> units(text.begin(), text.end());  // exact, so that a step beyond them shows

@@ -1,4 +1,4 @@
-"""Does what docs/first-report.md tells its reader to do, and looks at what comes out.
+"""Follows the instructions of docs/first-report.md and checks the results.
 
 usage: first_report_test.py QBSVRTEST KINDS, the latter built from the page's program
 """

@@ -1,4 +1,4 @@
-"""Runs qbsvrtest over the samples and opens what it made with other people's programs.
+"""Runs qbsvrtest over the samples and opens the documents with independent programs.
 
 usage: samples_test.py QBSVRTEST SAMPLES
 """

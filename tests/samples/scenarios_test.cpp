@@ -1,4 +1,4 @@
-// Scenarios of the driver that no action starts, over the embedded engine, on a copy of the samples.
+// Samples of the driver that no action calls, run with the embedded engine on a copy of the sample tree.
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Holds every include of the sources against the table of who may include whom in qbsvrl6/README.md.
+"""Checks every include of the sources against the table of permitted includes in qbsvrl6/README.md.
 
     includes_test.py SOURCE_DIRECTORY
 
 A row names a folder and the folders whose headers its files may include; a folder may always include its own
-headers. Folders of tests and benchmarks are free. The check itself is checked: a planted violation has to fail.
+headers. Folders of tests and benchmarks are not checked. The check is tested as well: a planted violation must fail.
 """
 import pathlib
 import re

@@ -1,4 +1,5 @@
-// Each row of the tables in docs/formats.md: what a value shows under a format, and what a workbook gets.
+// Checks each row of the tables in docs/formats.md: the text of a value in a format, and the format in a
+// workbook.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -14,7 +15,7 @@ namespace {
 
 using Cells = std::vector<std::string>;
 
-// The cells of a table's line; none for any other line.
+// The cells of a line of a table; none for any other line.
 Cells cellsOf(const std::string& line) {
     Cells cells;
     if (line.empty() || line.front() != '|') return cells;
@@ -30,7 +31,7 @@ std::string withoutTicks(const std::string& cell) {
                                                                         : cell;
 }
 
-// "`5.00` in `rgb(1,2,3)`" as Orders::show has it.
+// Converts "`5.00` in `rgb(1,2,3)`" to the form of Orders::show.
 std::string expectedText(const std::string& cell) {
     constexpr std::string_view kIn = "` in `rgb(";
     if (cell == "nothing") return "";

@@ -12,7 +12,7 @@
 namespace qbsvrl6 {
 namespace {
 
-// What HarfBuzz makes of a run, with no short cuts.
+// Shapes a run with HarfBuzz, without shortcuts.
 std::vector<Glyph> reference(const GlyphRun& run, std::u16string_view line) {
     hb_buffer_t* buffer = hb_buffer_create();
     hb_buffer_add_utf16(buffer, reinterpret_cast<const std::uint16_t*>(line.data()),

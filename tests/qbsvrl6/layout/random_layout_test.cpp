@@ -1,4 +1,5 @@
-// What holds for every report: rows come whole, once and in order, and pages hold what is on them.
+// Invariants of every report: each row appears once, complete and in order, and the items of a page fit on
+// it.
 #include <gtest/gtest.h>
 
 #include <random>

@@ -1,4 +1,4 @@
-// Lays out a template over data and writes down what a sink gets, as text.
+// Lays out a template over data and records, as text, what a sink receives.
 #ifndef QBSVR_TESTS_QBSVRL6_LAYOUT_RECORDING_SINK_H
 #define QBSVR_TESTS_QBSVRL6_LAYOUT_RECORDING_SINK_H
 
@@ -10,7 +10,7 @@
 
 namespace qbsvrl6 {
 
-// What is written down of each page:
+// The record of each page:
 //
 //     page 1
 //      ReportHeader 15,15 180x10

@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 namespace {
 
 // Header, an INDEX of one name, an INDEX of one top dictionary (an operand of each size, a real number, ROS
-// and the charset's offset, which is 40), filling, the charset.
+// and the charset's offset, which is 40), padding, the charset.
 std::string table(const std::string& charset, bool cidKeyed = true) {
     const std::string ros = cidKeyed ? std::string("\x1C\x01\x00\xF7\x00\xFB\x00\x0C\x1E", 9) : std::string();
     const std::string top = ros + std::string("\x1D\0\0\0\x28\x0F\x1E\x12\x3F\x05", 10);

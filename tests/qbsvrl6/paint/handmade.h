@@ -1,4 +1,4 @@
-// Bands made by hand, for tests and benchmarks of sinks.
+// Handmade bands, for tests and benchmarks of sinks.
 #ifndef QBSVR_TESTS_QBSVRL6_PAINT_HANDMADE_H
 #define QBSVR_TESTS_QBSVRL6_PAINT_HANDMADE_H
 
@@ -18,7 +18,7 @@ inline ResolvedStyle style(std::u16string family = u"SimSun", double size = 10) 
     return made;
 }
 
-// Lays out the text in the item's box as the style says, simply: from the top, aligned, padded.
+// Lays out the text in the item's box in a simple way: from the top, with the style's alignment and padding.
 inline void layOutText(Item& item) {
     const ResolvedStyle& style = *item.style;
     auto& text = std::get<TextItem>(item.content);

@@ -1,4 +1,4 @@
-// Files handed to programs that are not ours.
+// Passes files to independent programs.
 #ifndef QBSVR_TESTS_QBSVRL6_PAINT_PROGRAMS_H
 #define QBSVR_TESTS_QBSVRL6_PAINT_PROGRAMS_H
 
@@ -30,7 +30,7 @@ inline Outcome run(const std::string& command) {
     return outcome;
 }
 
-// A file in a directory of its own, gone with this object.
+// A file in a separate directory, removed by the destructor.
 class TemporaryFile {
 public:
     TemporaryFile(const std::string& name, const std::string& bytes) {

@@ -1,4 +1,4 @@
-// Items as cells, seen through the simplest kind.
+// Items as cells, tested with the simplest format.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -12,7 +12,7 @@
 namespace qbsvrl6 {
 namespace {
 
-// The records, without the mark; "|" between fields and "\n" between records.
+// The records, without the byte order mark; "|" separates fields, "\n" records.
 std::string asTable(const std::string& csv) {
     std::string text;
     for (const char c : csv.substr(3)) {

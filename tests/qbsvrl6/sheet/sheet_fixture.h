@@ -1,4 +1,4 @@
-// Hand-made bands for the cell documents: what layout would send.
+// Handmade bands for cell documents, as layout would send them.
 #ifndef QBSVR_TESTS_QBSVRL6_SHEET_SHEET_FIXTURE_H
 #define QBSVR_TESTS_QBSVRL6_SHEET_SHEET_FIXTURE_H
 
@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 
 inline constexpr Micrometres kMm = kMicrometresPerMillimetre;
 
-// Settles each late text by putting a total in place of its "#".
+// Settles each pending text by replacing its "#" with a total.
 class Totals : public PendingTexts {
 public:
     explicit Totals(std::u16string total) : total_(std::move(total)) {}

@@ -1,4 +1,4 @@
-// What no template of a few lines shows of a workbook; the rest are cases of tests/qbsvrl6/golden/cases.
+// Tests of workbooks that a template of a few lines cannot show; the rest are in tests/qbsvrl6/golden/cases.
 #include <gtest/gtest.h>
 
 #include "sheet_fixture.h"
@@ -8,7 +8,8 @@
 namespace qbsvrl6 {
 namespace {
 
-// Texts that cross the records of the shared texts at every place, and more rows than a sheet holds.
+// Texts that cross the record boundaries of the shared texts at every position, and more rows than fit on a
+// sheet.
 TEST(XlsWriter, GoesOnInFurtherRecordsAndSheets) {
     SheetFeed feed(&makeXlsWriter, {0, 30});
     constexpr int kRows = 66'000;

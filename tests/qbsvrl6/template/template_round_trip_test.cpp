@@ -36,8 +36,8 @@ std::string encoded(const std::string& utf8, const char* encoding) {
     return out;
 }
 
-// The file sets every attribute and child that the format knows to something that isn't its default, and is
-// in the form that the engine saves, so that whatever gets lost on the way shows.
+// The file sets every attribute and child of the format to a value that isn't the default, in the form in
+// which the engine saves it, so that anything lost in a round trip is detected.
 TEST(TemplateRoundTrip, KeepsEverything) {
     const std::string file = ReadFile(kEverything);
     ASSERT_FALSE(file.empty());
