@@ -1,5 +1,5 @@
-# cmake --install: the program, the engine, larkspur with its headers, a CMake package, and the samples as a set-up
-# directory: the default prefix puts it where the program looks when no set-up path is given.
+# cmake --install: the program, the engine, larkspur with its headers, a CMake package, and the samples as a
+# set-up directory. With the default prefix, that is the program's default set-up path.
 install(DIRECTORY samples/Samples DESTINATION qbsvr6)
 install(TARGETS larkspur EXPORT qbsvrtest-targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES larkspur.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qbsvrtest)

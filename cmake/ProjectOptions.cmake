@@ -1,11 +1,12 @@
-# Compiler flags of the project's targets. Installed targets don't export them. The presets make warnings errors.
+# Compiler flags of the project's targets. Installed targets don't export them. The presets turn warnings into
+# errors.
 add_library(project_options INTERFACE)
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
     $<$<CONFIG:Debug>:-O1;-g1>)
 
-# GCC 12 takes joined strings for overlapping copies (GCC bug 105651), and the payload of an empty std::optional
-# or std::variant for an uninitialized value that is used (GCC bug 80635).
+# GCC 12 wrongly reports overlapping copies in joined strings (GCC bug 105651), and the use of an
+# uninitialized value in an empty std::optional or std::variant (GCC bug 80635).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   target_compile_options(project_options INTERFACE -Wno-restrict -Wno-maybe-uninitialized)
 endif()
