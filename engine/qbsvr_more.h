@@ -1,5 +1,5 @@
-// What this engine offers beyond the 71 functions of qbsvr.h: limits on what an export may use, and a way to
-// cancel one.
+// What this engine offers beyond the 71 functions of qbsvr.h: limits on what an export may use and reach, a way
+// to cancel one, and options by name.
 //
 //     QBXBudget budget = {};
 //     budget.size = sizeof budget;
@@ -41,6 +41,16 @@ struct QBXBudget {
     uint64_t documentBytes;      // clamped to INT32_MAX, since results have sizes of type int
 };
 
+// Which files and web addresses the names in templates and data lead to, in the syntax of the settings file
+// (docs/trust.md). Paths and addresses that a program passes lead anywhere.
+//
+// Null keeps a list as it is; the empty text is the default.
+struct QBXReach {
+    uint64_t size;                      // sizeof(QBXReach)
+    const quillbrook::lkchar* folders;  // "/srv/logos:/srv/data"
+    const quillbrook::lkchar* hosts;    // "intranet.example, 10.1.0.0/16"
+};
+
 extern "C" {
 
 // Gets the budget of all reports without their own: what QBXSetBudget has set, or the figures of the settings
@@ -62,6 +72,21 @@ QBSVR_API int QBXReportSetBudget(quillbrook::tagQBReport* report, const QBXBudge
 // the report's own event handlers. The report must not be released meanwhile. Returns non-zero if something
 // was running.
 QBSVR_API int QBXReportCancel(quillbrook::tagQBReport* report);
+
+// Sets the reach of all reports without their own, for exports that begin later. Null, or a null list, restores
+// the settings file's. Returns zero, and changes nothing, if an entry is invalid (the log names it).
+QBSVR_API int QBXSetReach(const QBXReach* reach);
+
+// Sets the reach of one report; a null list is copied from the reach of the process at this moment. Null removes
+// the report's reach. Returns zero on failure.
+QBSVR_API int QBXReportSetReach(quillbrook::tagQBReport* report, const QBXReach* reach);
+
+// Sets an option of an export by its name. Returns zero for an unknown name or value.
+//
+//     csv.defuse  yes or no: in CSV, an apostrophe is put before texts that a spreadsheet would calculate, such
+//                 as "=1+1". If it is not set, the template and the settings file decide.
+QBSVR_API int QBXExportOptionSet(quillbrook::tagQBExportOption* option, const quillbrook::lkchar* name,
+                                 const quillbrook::lkchar* value);
 
 }  // extern "C"
 

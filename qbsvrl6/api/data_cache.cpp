@@ -4,6 +4,7 @@
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/reach.h"
 
 namespace qbsvrl6 {
 
@@ -13,7 +14,7 @@ std::shared_ptr<const DataSet> fetchData(const Address& address) {
 }
 
 std::shared_ptr<const DataSet> DataCache::get(const Address& address) {
-    const std::string path = localPath(address);
+    const std::string path = reachablePath(address);  // also for data in the cache
     Stamp stamp;
     if (!stampOf(path, stamp)) return fetchData(address);
     Entry& entry = entries_[path];

@@ -7,6 +7,7 @@
 #include "qbsvrl6/api/drawings.h"
 #include "qbsvrl6/api/export_kinds.h"
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/process_settings.h"
 #include "qbsvrl6/api/report_data.h"
 #include "qbsvrl6/api/report_work.h"
 #include "qbsvrl6/data/load.h"
@@ -115,7 +116,8 @@ void requestChartData(Report& report, Runtime* handlerOwner, ChartDataRestorer& 
         if (auto* chart = std::get_if<ChartContent>(&control->content)) {
             if (handlerOwner == nullptr || !handlerOwner->handlers.chartRequestData.current()) continue;
             restorer.keep(*chart);
-            fire("ChartRequestData", handlerOwner->handlers.chartRequestData, toHandle<tagQBChart>(control));
+            fire("ChartRequestData", handlerOwner->handlers.chartRequestData,
+                 toHandle<tagQBChart>(control, runtimeOf(report)));
         } else if (auto* subReport = std::get_if<SubReportContent>(&control->content)) {
             requestChartData(*subReport->report, handlerOwner, restorer);
         }
@@ -129,7 +131,14 @@ std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
         return loadPicture(fetch(report.backgroundPicture, limits::kPictureBytes),
                            shownAddress(report.backgroundPicture));
     } catch (const EngineError& error) {
-        logWarning(std::string("no background picture: ") + error.what());
+        if (error.endsExport()) throw;
+        const TextPosition position = placeOf(report.backgroundPicture, report);
+        const std::string message = std::string("no background picture: ") + error.what();
+        if (error.code() == ErrorCode::NotAllowed) {
+            logError(message, position);
+        } else {
+            logWarning(message, position);
+        }
         return nullptr;
     }
 }
@@ -166,7 +175,12 @@ private:
 std::string makeDocument(Report& report, const ExportOptions& options,
                          std::vector<std::string>* furtherFiles) {
     ReportDefinition& definition = report.definition;
-    ExportJob job{definition, options, layoutOptionsFor(options), backgroundOf(definition), furtherFiles};
+    ExportJob job{definition,
+                  options,
+                  layoutOptionsFor(options),
+                  backgroundOf(definition),
+                  furtherFiles,
+                  processSettings().defuseFormulas};
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
     std::string output;
@@ -186,7 +200,11 @@ std::string aboutTemplate(const Runtime& runtime, Export run) {
     try {
         return run();
     } catch (const EngineError& error) {
-        throw EngineError(error.code(), subject.with(error.what()));
+        // The place of an error without a file is one in the template.
+        const bool isInTemplate = error.place().file.empty() && error.place().position.line > 0;
+        throw EngineError(error.code(), isInTemplate && !runtime.templateFile.empty()
+                                            ? runtime.templateFile + ":" + error.what()
+                                            : subject.with(error.what()));
     } catch (const MachineError& error) {
         throw MachineError(subject.with(error.what()));
     }
@@ -199,7 +217,7 @@ std::string exportReport(Runtime& runtime, ExportOptions& options, std::vector<s
         const ReportWork work(runtime);
         const RunningExport running(runtime.report);
         fireInitialize(running);
-        fire("ExportBegin", runtime.handlers.exportBegin, toHandle<tagQBExportOption>(&options));
+        fire("ExportBegin", runtime.handlers.exportBegin, toHandle<tagQBExportOption>(&options, runtime));
         std::string document = makeDocument(runtime.report, options, furtherFiles);
         running.refuseIfReleased();
         return document;
@@ -226,7 +244,7 @@ void refuseDuringExport(const Report& report) {
 }
 
 void releaseReport(Report* report) noexcept {
-    removeLiveReport(report);
+    if (Runtime* const runtime = findRuntime(*report)) runtime->forgetHandles();
     if (RunningExport* running = RunningExport::of(*report)) {
         running->deleteAtEnd(report);
     } else {

@@ -42,6 +42,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
             job.background,
             job.report.watermark,
             job.options.onlyDetailGrid,
+            job.options.defuseFormulas.value_or(job.report.defuseFormulas || job.defuseFormulas),
             columnMoves(job.report, job.layout, columns)};
 }
 
@@ -61,16 +62,35 @@ struct ExportForm {
     bool makesCells;
     bool (*chosen)(const ExportOptions& options);
     Sink (*make)(const ExportJob& job, std::string& output);
+    LinkRules links;
 };
+
+constexpr LinkRules kNoLinks{0, false, false};
+constexpr LinkRules kOfficeLinks{2'079, true, false};
+constexpr LinkRules kHtmLinks{65'536, true, false};  // what every browser opens
+constexpr LinkRules kPdfLinks{32'767, false, true};
 
 // The first entry that fits the options makes the document.
 constexpr ExportForm kForms[] = {
-    {ExportKind::Pdf, false, always, makePdf},    {ExportKind::Xls, true, asXlsx, makeXlsx},
-    {ExportKind::Xls, true, always, makeXls},     {ExportKind::Htm, true, always, makeHtm},
-    {ExportKind::Rtf, true, always, makeRtf},     {ExportKind::Txt, true, always, makeTxt},
-    {ExportKind::Csv, true, always, makeCsv},     {ExportKind::Image, false, asPng, makePng},
-    {ExportKind::Image, false, always, makeTiff},
+    {ExportKind::Pdf, false, always, makePdf, kPdfLinks},
+    {ExportKind::Xls, true, asXlsx, makeXlsx, kOfficeLinks},
+    {ExportKind::Xls, true, always, makeXls, kOfficeLinks},
+    {ExportKind::Htm, true, always, makeHtm, kHtmLinks},
+    {ExportKind::Rtf, true, always, makeRtf, kOfficeLinks},
+    {ExportKind::Txt, true, always, makeTxt, kNoLinks},
+    {ExportKind::Csv, true, always, makeCsv, kNoLinks},
+    {ExportKind::Image, false, asPng, makePng, kNoLinks},
+    {ExportKind::Image, false, always, makeTiff, kNoLinks},
 };
+
+// Null for a format without a writer.
+const ExportForm* formFor(const ExportOptions& options) {
+    const auto* const form =
+        std::find_if(std::begin(kForms), std::end(kForms), [&](const ExportForm& candidate) {
+            return candidate.kind == options.kind && candidate.chosen(options);
+        });
+    return form == std::end(kForms) ? nullptr : form;
+}
 
 }  // namespace
 
@@ -81,6 +101,7 @@ bool isCellKind(ExportKind kind) {
 
 LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     LayoutOptions layout;
+    if (const ExportForm* const form = formFor(options)) layout.links = form->links;
     if (!isCellKind(options.kind)) return layout;
     layout.drawText = false;
     // The grid alone is a table of data without pages.
@@ -93,10 +114,8 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
 }
 
 std::unique_ptr<PageSink> makeSink(const ExportJob& job, std::string& output) {
-    const auto form = std::find_if(std::begin(kForms), std::end(kForms), [&](const ExportForm& candidate) {
-        return candidate.kind == job.options.kind && candidate.chosen(job.options);
-    });
-    if (form == std::end(kForms)) {
+    const ExportForm* const form = formFor(job.options);
+    if (form == nullptr) {
         throw EngineError(ErrorCode::NotSupported, "this engine makes no documents of kind " +
                                                        std::to_string(static_cast<int>(job.options.kind)));
     }

@@ -21,6 +21,7 @@ struct ExportJob {
     std::shared_ptr<const Picture> background;  // may be null
     // Of a format with one file per page: the files after the first; null: the first only.
     std::vector<std::string>* furtherFiles = nullptr;
+    bool defuseFormulas = false;  // of the settings
 };
 
 // True for the formats made of cells, whose layout the cell options choose.

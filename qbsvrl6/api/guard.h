@@ -1,5 +1,5 @@
-// Guards around the body of every exported function: no exception leaves the library, and a null handle means
-// failure.
+// Guards around the body of every exported function: no exception leaves the library, and a handle that is null
+// or unknown means failure.
 #ifndef QBSVR_QBSVRL6_API_GUARD_H
 #define QBSVR_QBSVRL6_API_GUARD_H
 
@@ -34,23 +34,36 @@ void guarded(const char* function, Body&& body) noexcept {
     }
 }
 
-// Calls the body with the object of the handle and returns its result; returns `failure` for a null handle
-// and if the body raises.
+// Calls the body with the object, and with the runtime that it belongs to if the body wants to know it.
+template <class Object, class Body>
+decltype(auto) callWith(Object& object, Runtime& owner, Body& body) {
+    if constexpr (std::is_invocable_v<Body&, Object&, Runtime&>) {
+        return body(object, owner);
+    } else {
+        return body(object);
+    }
+}
+
+// Calls the body with the object of the handle (see callWith) and returns its result; returns `failure` for a
+// handle that reads as null and if the body raises.
 template <class Handle, class Result, class Body>
 Result withObjectOr(const char* function, Handle* handle, Result failure, Body&& body) noexcept {
     return guarded(function, failure, [&]() -> Result {
-        auto* const object = fromHandle(handle);
-        return object == nullptr ? failure : std::forward<Body>(body)(*object);
+        Runtime* const owner = ownerOf(handle);
+        if (owner == nullptr) return failure;
+        return callWith(*reinterpret_cast<ObjectBehind<Handle>*>(handle), *owner, body);
     });
 }
 
 // The same, with null, zero or nothing as `failure`.
 template <class Handle, class Body>
 auto withObject(const char* function, Handle* handle, Body&& body) noexcept {
-    using Result = std::invoke_result_t<Body&, decltype(*fromHandle(handle))>;
+    using Object = ObjectBehind<Handle>;
+    using Result = decltype(callWith(std::declval<Object&>(), std::declval<Runtime&>(), body));
     if constexpr (std::is_void_v<Result>) {
         guarded(function, [&] {
-            if (auto* const object = fromHandle(handle)) body(*object);
+            Runtime* const owner = ownerOf(handle);
+            if (owner != nullptr) callWith(*reinterpret_cast<Object*>(handle), *owner, body);
         });
     } else {
         return withObjectOr(function, handle, Result{}, std::forward<Body>(body));

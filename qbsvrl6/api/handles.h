@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "engine/qbsvr.h"
-#include "qbsvrl6/api/live_reports.h"
+#include "qbsvrl6/api/known_handles.h"
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/model/report.h"
 
@@ -25,6 +25,7 @@ Control objectBehind(quillbrook::tagQBControl*);
 Control objectBehind(quillbrook::tagQBChart*);
 SubReportContent objectBehind(quillbrook::tagQBSubReport*);
 BinaryObject objectBehind(quillbrook::tagQBBinaryObject*);
+Style objectBehind(quillbrook::tagQBFont*);
 ExportOptions objectBehind(quillbrook::tagQBExportOption*);
 ExportOptions objectBehind(quillbrook::tagQBE2CellOption*);
 ExportOptions objectBehind(quillbrook::tagQBE2XLSOption*);
@@ -34,19 +35,40 @@ ExportOptions objectBehind(quillbrook::tagQBE2PDFOption*);
 template <class Handle>
 using ObjectBehind = decltype(objectBehind(static_cast<Handle*>(nullptr)));
 
+template <class Object>
+inline char kObjectKind = 0;
+
+// Differs between handles of different objects. A control may be seen as a chart.
+template <class Handle>
+const void* kindOf() {
+    return &kObjectKind<ObjectBehind<Handle>>;
+}
+
+// A handle for the program, known as long as the owner has the object. Null for null.
 template <class Handle, class Object>
-Handle* toHandle(Object* object) {
+Handle* toHandle(Object* object, Runtime& owner) {
+    using Behind = ObjectBehind<Handle>;
+    static_assert(std::is_same_v<Behind, Object>);
+    if (object == nullptr) return nullptr;
+    if constexpr (!std::is_same_v<Behind, Report>) {
+        constexpr bool isOwn = std::is_same_v<Behind, ExportOptions>;
+        constexpr bool isResult = std::is_same_v<Behind, BinaryObject>;
+        HandleList& list = isOwn ? owner.ownHandles : isResult ? owner.resultHandles : owner.templateHandles;
+        list.add({object, kindOf<Handle>()});
+    }
     return reinterpret_cast<Handle*>(object);
 }
 
-// Null for null, and for a report that has been released.
+// The runtime that the handle's object belongs to. Null for null, for an object that is gone and for a handle
+// of another type.
 template <class Handle>
-ObjectBehind<Handle>* fromHandle(Handle* handle) {
-    auto* const object = reinterpret_cast<ObjectBehind<Handle>*>(handle);
-    if constexpr (std::is_same_v<ObjectBehind<Handle>, Report>) {
-        if (object != nullptr && !isLiveReport(object)) return nullptr;
-    }
-    return object;
+Runtime* ownerOf(Handle* handle) noexcept {
+    return handle == nullptr ? nullptr : ownerOfHandle({handle, kindOf<Handle>()});
+}
+
+template <class Handle>
+ObjectBehind<Handle>* fromHandle(Handle* handle) noexcept {
+    return ownerOf(handle) == nullptr ? nullptr : reinterpret_cast<ObjectBehind<Handle>*>(handle);
 }
 
 // A text argument: null reads as empty.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "qbsvrl6/support/error.h"
@@ -16,32 +17,56 @@ namespace {
 
 std::string settingOf(const NamedFigure& named) { return "budget." + std::string(named.name); }
 
+// Settings as they are read.
+struct Draft {
+    ProcessSettings settings;
+    ReachRules reach;
+};
+
+// The settings that are not figures of the budget.
+struct NamedSetting {
+    const char* name;
+    void (*apply)(Draft& draft, const std::string& value);
+};
+constexpr NamedSetting kSettings[] = {
+    {"reach.folders", [](Draft& draft, const std::string& value) { draft.reach.setFolders(value); }},
+    {"reach.hosts", [](Draft& draft, const std::string& value) { draft.reach.setHosts(value); }},
+    {"csv.defuse",
+     [](Draft& draft, const std::string& value) { draft.settings.defuseFormulas = switchFrom(value); }},
+};
+
 [[noreturn]] void failUnknown(const std::string& name) {
     std::vector<std::u16string> known;
     for (const NamedFigure& named : kBudgetFigures) known.push_back(toUtf16(settingOf(named)));
+    for (const NamedSetting& named : kSettings) known.push_back(toUtf16(named.name));
     const std::vector<std::u16string_view> names(known.begin(), known.end());
     throw EngineError(ErrorCode::NotSupported,
                       "there is no setting \"" + name + "\"; " + suggestion(toUtf16(name), names));
 }
 
-void apply(const Setting& setting, ProcessSettings& settings) {
+void apply(const Setting& setting, Draft& draft) {
+    for (const NamedSetting& named : kSettings) {
+        if (setting.name == named.name) return named.apply(draft, setting.value);
+    }
     const auto named =
         std::find_if(kBudgetFigures.begin(), kBudgetFigures.end(),
                      [&](const NamedFigure& figure) { return setting.name == settingOf(figure); });
     if (named == kBudgetFigures.end()) failUnknown(setting.name);
-    settings.budget.*named->figure = figureFrom(named->figure, setting.value);
+    draft.settings.budget.*named->figure = figureFrom(named->figure, setting.value);
 }
 
 ProcessSettings settingsOf(const std::string& setupPath) {
-    ProcessSettings settings;
+    Draft draft;
+    draft.reach.setSetupFolder(setupPath);
     for (const Setting& setting : readSettings(setupPath)) {
         try {
-            apply(setting, settings);
+            apply(setting, draft);
         } catch (const EngineError& error) {
             throw EngineError(error.code(), error.what(), setting.place);
         }
     }
-    return settings;
+    draft.settings.reach = std::make_shared<const ReachRules>(std::move(draft.reach));
+    return draft.settings;
 }
 
 struct State {
@@ -78,6 +103,12 @@ State& state() {
 }
 
 }  // namespace
+
+bool switchFrom(const std::string& value) {
+    if (value == "yes") return true;
+    if (value == "no") return false;
+    throw EngineError(ErrorCode::NotSupported, "\"" + value + "\" is neither yes nor no");
+}
 
 void loadProcessSettings(const std::string& setupPath) {
     State& kept = state();

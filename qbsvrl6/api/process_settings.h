@@ -3,15 +3,22 @@
 #define QBSVR_QBSVRL6_API_PROCESS_SETTINGS_H
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/reach.h"
 
 namespace qbsvrl6 {
 
 struct ProcessSettings {
     Budget budget;
+    std::shared_ptr<const ReachRules> reach = std::make_shared<const ReachRules>();
+    bool defuseFormulas = false;  // in CSV
 };
+
+// "yes" or "no". Raises EngineError for anything else.
+bool switchFrom(const std::string& value);
 
 // Reads the settings file of this set-up folder again. If it has an error, that is logged and every export
 // fails until it is fixed: a misspelt limit must not be ignored silently.

@@ -48,7 +48,7 @@ ControlContent emptyContent(tagQBControlType type, int reportDepth) {
 // The next control of the report's walk; at its end the walk is reset.
 tagQBControl* nextOfWalk(Runtime& runtime) {
     if (runtime.walkPosition < runtime.walk.size()) {
-        return toHandle<tagQBControl>(runtime.walk[runtime.walkPosition++]);
+        return toHandle<tagQBControl>(runtime.walk[runtime.walkPosition++], runtime);
     }
     runtime.walk.clear();
     runtime.walkPosition = 0;
@@ -58,14 +58,17 @@ tagQBControl* nextOfWalk(Runtime& runtime) {
 }  // namespace
 
 tagQBReportHeaders* QBReportGetReportHeaders(tagQBReport* handle) {
-    return withObject(__func__, handle, [](Report& report) { return toHandle<tagQBReportHeaders>(&report); });
+    return withObject(__func__, handle, [](Report& report, Runtime& owner) {
+        return toHandle<tagQBReportHeaders>(&report, owner);
+    });
 }
 
 tagQBSection* QBReportHeadersAdd(tagQBReportHeaders* handle) {
-    return withObject(__func__, handle, [](Report& report) {
+    return withObject(__func__, handle, [](Report& report, Runtime& owner) {
         auto section = std::make_unique<Section>();
         section->controls.reportDepth = report.depth;
-        return toHandle<tagQBSection>(report.definition.reportHeaders.emplace_back(std::move(section)).get());
+        return toHandle<tagQBSection>(report.definition.reportHeaders.emplace_back(std::move(section)).get(),
+                                      owner);
     });
 }
 
@@ -83,16 +86,17 @@ void QBSectionSetCanGrow(tagQBSection* handle, int on) {
 }
 
 tagQBControls* QBSectionGetControls(tagQBSection* handle) {
-    return withObject(__func__, handle,
-                      [](Section& section) { return toHandle<tagQBControls>(&section.controls); });
+    return withObject(__func__, handle, [](Section& section, Runtime& owner) {
+        return toHandle<tagQBControls>(&section.controls, owner);
+    });
 }
 
 tagQBControl* QBControlsAdd(tagQBControls* handle, tagQBControlType type) {
-    return withObject(__func__, handle, [&](ControlList& controls) {
+    return withObject(__func__, handle, [&](ControlList& controls, Runtime& owner) {
         auto control = std::make_unique<Control>();
         control->content = emptyContent(type, controls.reportDepth);
         control->box = kNewControlBox;
-        return toHandle<tagQBControl>(controls.items.emplace_back(std::move(control)).get());
+        return toHandle<tagQBControl>(controls.items.emplace_back(std::move(control)).get(), owner);
     });
 }
 
@@ -107,15 +111,14 @@ const lkchar* QBControlGetName(tagQBControl* handle) {
 }
 
 tagQBSubReport* QBControlGetAsSubReport(tagQBControl* handle) {
-    return withObject(__func__, handle, [](Control& control) {
-        return toHandle<tagQBSubReport>(std::get_if<SubReportContent>(&control.content));
+    return withObject(__func__, handle, [](Control& control, Runtime& owner) {
+        return toHandle<tagQBSubReport>(std::get_if<SubReportContent>(&control.content), owner);
     });
 }
 
 tagQBReport* QBSubReportGetReport(tagQBSubReport* handle) {
     return withObject(__func__, handle, [](SubReportContent& content) {
-        runtimeOf(*content.report);  // makes the handle known
-        return toHandle<tagQBReport>(content.report.get());
+        return toHandle<tagQBReport>(content.report.get(), runtimeOf(*content.report));
     });
 }
 

@@ -47,13 +47,15 @@ void QBReportSetConnectionString(tagQBReport* handle, const lkchar* connection) 
 }
 
 tagQBDetailGrid* QBReportGetDetailGrid(tagQBReport* handle) {
-    return withObject(__func__, handle,
-                      [](Report& report) { return toHandle<tagQBDetailGrid>(report.definition.grid.get()); });
+    return withObject(__func__, handle, [](Report& report, Runtime& owner) {
+        return toHandle<tagQBDetailGrid>(report.definition.grid.get(), owner);
+    });
 }
 
 tagQBRecordset* QBDetailGridGetRecordset(tagQBDetailGrid* handle) {
-    return withObject(__func__, handle,
-                      [](DetailGrid& grid) { return toHandle<tagQBRecordset>(&grid.recordset); });
+    return withObject(__func__, handle, [](DetailGrid& grid, Runtime& owner) {
+        return toHandle<tagQBRecordset>(&grid.recordset, owner);
+    });
 }
 
 void QBDetailGridSetPrintAdaptMethod(tagQBDetailGrid* handle, tagQBColumnPrintAdaptMethod method) {

@@ -54,7 +54,7 @@ tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* handle, tagQB
     return withObject(__func__, handle, [&](Report& report) {
         Runtime& runtime = runtimeOf(report);
         std::string document = exportReport(runtime, directOptions(runtime, type));
-        return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)));
+        return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)), runtime);
     });
 }
 
@@ -77,7 +77,7 @@ tagQBExportOption* QBReportPrepareExport(tagQBReport* handle, tagQBExportType ty
         runtime.preparedOptions = {};
         runtime.preparedOptions.kind = static_cast<ExportKind>(type);
         runtime.prepared = true;
-        return toHandle<tagQBExportOption>(&runtime.preparedOptions);
+        return toHandle<tagQBExportOption>(&runtime.preparedOptions, runtime);
     });
 }
 
@@ -85,7 +85,7 @@ tagQBBinaryObject* QBReportExportToBinaryObject(tagQBReport* handle) {
     return withObject(__func__, handle, [](Report& report) {
         Runtime& runtime = runtimeOf(report);
         std::string document = exportReport(runtime, preparedOptions(runtime));
-        return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)));
+        return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)), runtime);
     });
 }
 

@@ -11,8 +11,8 @@ namespace {
 // The handle's options as another type of handle, if the format fits it.
 template <class View, class Fits>
 View* viewIf(const char* function, tagQBExportOption* handle, Fits&& fits) {
-    return withObject(function, handle, [&](ExportOptions& options) {
-        return fits(options.kind) ? toHandle<View>(&options) : nullptr;
+    return withObject(function, handle, [&](ExportOptions& options, Runtime& owner) {
+        return fits(options.kind) ? toHandle<View>(&options, owner) : nullptr;
     });
 }
 

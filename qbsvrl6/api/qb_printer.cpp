@@ -11,7 +11,8 @@ using namespace qbsvrl6;
 using namespace quillbrook;
 
 tagQBPrinter* QBReportGetPrinter(tagQBReport* handle) {
-    return withObject(__func__, handle, [](Report& report) { return toHandle<tagQBPrinter>(&report); });
+    return withObject(__func__, handle,
+                      [](Report& report, Runtime& owner) { return toHandle<tagQBPrinter>(&report, owner); });
 }
 
 const lkchar* QBPrinterGetPrinterName(tagQBPrinter* handle) {
@@ -40,6 +41,7 @@ void QBReportPrint(tagQBReport* handle, int) {
 }
 
 tagQBFont* QBReportGetFont(tagQBReport* handle) {
-    return withObject(__func__, handle,
-                      [](Report& report) { return toHandle<tagQBFont>(&report.definition.font); });
+    return withObject(__func__, handle, [](Report& report, Runtime& owner) {
+        return toHandle<tagQBFont>(&report.definition.font, owner);
+    });
 }

@@ -44,8 +44,9 @@ void replaceDefinition(Report& report, ReportDefinition&& definition, std::strin
 tagQBReport* QBReportCreate() {
     return guarded(__func__, static_cast<tagQBReport*>(nullptr), [] {
         auto report = std::make_unique<Report>();
-        runtimeOf(*report).created = true;
-        return toHandle<tagQBReport>(report.release());
+        Runtime& runtime = runtimeOf(*report);
+        runtime.created = true;
+        return toHandle<tagQBReport>(report.release(), runtime);
     });
 }
 

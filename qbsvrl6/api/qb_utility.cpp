@@ -11,7 +11,8 @@ using namespace qbsvrl6;
 using namespace quillbrook;
 
 tagQBUtility* QBReportGetUtility(tagQBReport* handle) {
-    return withObject(__func__, handle, [](Report& report) { return toHandle<tagQBUtility>(&report); });
+    return withObject(__func__, handle,
+                      [](Report& report, Runtime& owner) { return toHandle<tagQBUtility>(&report, owner); });
 }
 
 const lkchar* QBUtilityNumberFormat(tagQBUtility* handle, const lkchar* format, double number) {

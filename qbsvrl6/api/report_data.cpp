@@ -15,8 +15,8 @@ std::u16string_view connectionOf(const DataSource& source, std::u16string_view o
 }
 
 // The data of a source, or null where it names none.
-std::shared_ptr<const DataSet> dataOf(const DataSource& source, std::u16string_view connection,
-                                      DataCache& cache) {
+std::shared_ptr<const DataSet> dataOf(const ReportDefinition& report, const DataSource& source,
+                                      std::u16string_view connection, DataCache& cache) {
     if (source.query.empty() && source.connectionString.empty()) return nullptr;
     if (!connection.empty() && connection != u"xml") {
         throw EngineError(ErrorCode::NotSupported, "the connection \"" + toUtf8(connection) +
@@ -31,7 +31,7 @@ std::shared_ptr<const DataSet> dataOf(const DataSource& source, std::u16string_v
     try {
         return cache.get(source.query);
     } catch (const EngineError& error) {
-        throw EngineError(error.code(), query + ": " + error.what());
+        throw EngineError(error.code(), query + ": " + error.what(), {{}, placeOf(source.query, report)});
     }
 }
 
@@ -40,12 +40,12 @@ void collect(Report& report, std::u16string_view outerConnection, DataCache& cac
     const std::u16string_view connection = connectionOf(definition.data, outerConnection);
     const Runtime* runtime = findRuntime(report);
     const bool loaded = runtime != nullptr && runtime->loadedData;
-    if (auto set = loaded ? runtime->loadedData : dataOf(definition.data, connection, cache)) {
+    if (auto set = loaded ? runtime->loadedData : dataOf(definition, definition.data, connection, cache)) {
         data.sets[&definition] = std::move(set);
     }
     if (definition.grid && !loaded) {
         const DataSource& recordset = definition.grid->recordset;
-        if (auto set = dataOf(recordset, connectionOf(recordset, connection), cache)) {
+        if (auto set = dataOf(definition, recordset, connectionOf(recordset, connection), cache)) {
             data.gridSets[definition.grid.get()] = std::move(set);
         }
     }
@@ -89,6 +89,11 @@ void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime
 }
 
 }  // namespace
+
+TextPosition placeOf(const Address& address, const ReportDefinition& report) {
+    return address.namedBy == NamedBy::Template ? report.placesOf(address.name, TextUse::Address).front()
+                                                : TextPosition();
+}
 
 ReportData collectData(Report& report) {
     ReportData data;

@@ -16,6 +16,9 @@ namespace qbsvrl6 {
 // data and is logged as an error; a report with nothing to show is logged as a warning.
 ReportData collectData(Report& report);
 
+// The position of an address in the template's file; unknown if a program has set it.
+TextPosition placeOf(const Address& address, const ReportDefinition& report);
+
 // Calls `visit` for each direct sub-report of the report, with its control.
 void forEachSubReport(ReportDefinition& report, const std::function<void(Control&, Report&)>& visit);
 

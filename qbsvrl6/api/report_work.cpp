@@ -3,8 +3,6 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "qbsvrl6/api/process_settings.h"
-
 namespace qbsvrl6 {
 
 namespace {
@@ -22,9 +20,12 @@ Running& running() {
 
 }  // namespace
 
-ReportWork::ReportWork(const Runtime& runtime)
+ReportWork::ReportWork(const Runtime& runtime) : ReportWork(runtime, processSettings()) {}
+
+ReportWork::ReportWork(const Runtime& runtime, const ProcessSettings& settings)
     : report_(&runtime.report),
-      spending_(runtime.budget ? *runtime.budget : processSettings().budget, &cancelled_) {
+      spending_(runtime.budget ? *runtime.budget : settings.budget, &cancelled_),
+      reach_(runtime.reach ? runtime.reach : settings.reach) {
     Running& all = running();
     const std::lock_guard lock(all.mutex);
     all.flags.emplace(report_, &cancelled_);

@@ -4,14 +4,16 @@
 
 #include <atomic>
 
+#include "qbsvrl6/api/process_settings.h"
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/reach.h"
 
 namespace qbsvrl6 {
 
 class ReportWork {
 public:
-    // Uses the budget of the report, or else that of the process.
+    // Uses the budget and the reach of the report, or else those of the process.
     explicit ReportWork(const Runtime& runtime);
     ~ReportWork();
     ReportWork(const ReportWork&) = delete;
@@ -22,9 +24,12 @@ public:
     static bool cancel(const Report* report);
 
 private:
+    ReportWork(const Runtime& runtime, const ProcessSettings& settings);
+
     const Report* report_;
     std::atomic<bool> cancelled_ = false;
     Spending spending_;
+    Reach reach_;
 };
 
 }  // namespace qbsvrl6

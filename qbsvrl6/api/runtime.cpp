@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "qbsvrl6/api/live_reports.h"
+#include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
@@ -36,11 +36,12 @@ bool BinaryObject::moveToFile() {
     return true;
 }
 
-Runtime::Runtime(Report& owner) : report(owner) { addLiveReport(&report); }
+using quillbrook::tagQBReport;
 
-Runtime::~Runtime() { removeLiveReport(&report); }
+Runtime::Runtime(Report& owner) : report(owner) { ownHandles.add({&report, kindOf<tagQBReport>()}); }
 
 void Runtime::forgetTemplate() {
+    templateHandles.clear();
     templateFile.clear();
     failedTemplate.clear();
     walk.clear();
@@ -60,7 +61,14 @@ BinaryObject* Runtime::keepResult(std::string bytes) {
     return &result;
 }
 
+void Runtime::forgetHandles() noexcept {
+    ownHandles.clear();
+    templateHandles.clear();
+    resultHandles.clear();
+}
+
 void Runtime::dropResults() {
+    resultHandles.clear();
     results_.clear();
     bytesInMemory_ = 0;
 }

@@ -14,10 +14,12 @@
 
 #include "engine/qbsvr.h"
 #include "qbsvrl6/api/data_cache.h"
+#include "qbsvrl6/api/known_handles.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/reach.h"
 
 namespace qbsvrl6 {
 
@@ -67,9 +69,9 @@ struct EventHandlers {
 };
 
 struct Runtime : ReportRuntime {
-    // Registers the report as live for its own lifetime.
+    // Makes the report's handle known, for the report's lifetime.
     explicit Runtime(Report& owner);
-    ~Runtime() override;
+    ~Runtime() override = default;
     Runtime(const Runtime&) = delete;
     Runtime& operator=(const Runtime&) = delete;
 
@@ -81,11 +83,19 @@ struct Runtime : ReportRuntime {
     BinaryObject* keepResult(std::string bytes);
     void dropResults();
 
+    // The handles of a report that is released read as null from here on.
+    void forgetHandles() noexcept;
+
+    HandleList ownHandles{*this};       // of the report and its export options
+    HandleList templateHandles{*this};  // of what the definition consists of
+    HandleList resultHandles{*this};
+
     Report& report;
-    bool created = false;          // by QBReportCreate, so that QBReportRelease may free it
-    std::string templateFile;      // the definition's file (UTF-8), for the log; empty: none
-    std::optional<Budget> budget;  // of this report's exports; none: that of the process
-    std::string failedTemplate;    // the file that the last load failed to load; empty: it succeeded
+    bool created = false;                     // by QBReportCreate, so that QBReportRelease may free it
+    std::string templateFile;                 // the definition's file (UTF-8), for the log; empty: none
+    std::optional<Budget> budget;             // of this report's exports; none: that of the process
+    std::shared_ptr<const ReachRules> reach;  // the same; null: those of the process
+    std::string failedTemplate;  // the file that the last load failed to load; empty: it succeeded
 
     EventHandlers handlers;
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -34,6 +35,11 @@ public:
     // The rows of a scope that is a group or the report.
     RowRange rowsOf(Scope scope, std::size_t row) const {
         return rows_.group(scope.kind == ScopeKind::Group ? scope.level : -1, row);
+    }
+    // For messages: the row of the table, from 0; none without rows.
+    std::optional<std::size_t> tableRow(const Position& position) const {
+        if (position.row >= rows_.count()) return std::nullopt;
+        return rows_.tableRow(position.row);
     }
     // The values that the outer report has passed.
     std::vector<OwnedValue> passed() const;

@@ -1,99 +1,309 @@
+#include <arpa/inet.h>
 #include <curl/curl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
+#include <algorithm>
+#include <chrono>
+#include <deque>
 #include <memory>
+#include <new>
+#include <optional>
+#include <utility>
 
 #include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/lazy_library.h"
 #include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/reach.h"
+#include "qbsvrl6/support/source_text.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-[[noreturn]] void failTooLarge(std::size_t maxBytes, const std::string& name) {
-    throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes", {name});
-}
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
 
-struct Download {
-    std::string bytes;
-    std::size_t maxBytes = 0;
-    bool tooLarge = false;
-    bool outOfMemory = false;
-};
-
-// No exception may cross the C library.
-std::size_t receive(char* data, std::size_t one, std::size_t count, void* target) noexcept try {
-    auto& download = *static_cast<Download*>(target);
-    if (one * count > download.maxBytes - download.bytes.size()) {
-        download.tooLarge = true;
-        return 0;
-    }
-    download.bytes.append(data, one * count);
-    return one * count;
-} catch (const std::bad_alloc&) {
-    static_cast<Download*>(target)->outOfMemory = true;
-    return 0;
-}
+constexpr milliseconds kBetweenChecks{50};  // of the budget, while a server is silent
 
 // The functions of libcurl that are used.
 struct Curl {
     LazyLibrary library{"libcurl.so.4"};
     QBSVR_LAZY_FUNCTION(library, curl_easy_init);
     QBSVR_LAZY_FUNCTION(library, curl_easy_setopt);
-    QBSVR_LAZY_FUNCTION(library, curl_easy_perform);
+    QBSVR_LAZY_FUNCTION(library, curl_easy_getinfo);
     QBSVR_LAZY_FUNCTION(library, curl_easy_cleanup);
     QBSVR_LAZY_FUNCTION(library, curl_easy_strerror);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_init);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_add_handle);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_remove_handle);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_perform);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_poll);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_info_read);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_cleanup);
+    QBSVR_LAZY_FUNCTION(library, curl_multi_strerror);
+    QBSVR_LAZY_FUNCTION(library, curl_url);
+    QBSVR_LAZY_FUNCTION(library, curl_url_set);
+    QBSVR_LAZY_FUNCTION(library, curl_url_get);
+    QBSVR_LAZY_FUNCTION(library, curl_url_cleanup);
+    QBSVR_LAZY_FUNCTION(library, curl_free);
 
     Curl() {
         const auto init = library.function<decltype(curl_global_init)>("curl_global_init");
         if (init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw MachineError("curl can't be initialised");
     }
+
+    static const Curl& functions() {
+        static const Curl curl;
+        return curl;
+    }
 };
 
-std::string downloadUrl(const Address& address, std::size_t maxBytes) {
-    const std::string url = toUtf8(address.name);
-    const std::string shown = shownAddress(address);  // its user and password are no business of a log
-    static const Curl curl;
-    const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl.curl_easy_init(), curl.curl_easy_cleanup);
-    if (!handle) throw std::bad_alloc();
+// The bytes that have arrived. A body of unknown length is kept in blocks, so that growing never copies it.
+class Body {
+public:
+    explicit Body(std::size_t maxBytes) : maxBytes_(maxBytes) {}
 
-    Download download;
-    download.maxBytes = maxBytes;
-    char cause[CURL_ERROR_SIZE] = "";
-    const auto set = [&](CURLoption option, auto value) {
-        curl.curl_easy_setopt(handle.get(), option, value);
-    };
-    set(CURLOPT_URL, url.c_str());
-    set(CURLOPT_NOSIGNAL, 1L);
-    set(CURLOPT_FAILONERROR, 1L);
-    set(CURLOPT_FOLLOWLOCATION, 1L);
-    set(CURLOPT_MAXREDIRS, static_cast<long>(limits::kFetchRedirects));
-    set(CURLOPT_TIMEOUT, static_cast<long>(limits::kFetchSeconds));
-    // A server cannot redirect to a file of this machine or to another protocol.
-    set(CURLOPT_PROTOCOLS_STR, "http,https");
-    set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    set(CURLOPT_ACCEPT_ENCODING, "");
-    set(CURLOPT_ERRORBUFFER, &cause[0]);
-    set(CURLOPT_WRITEFUNCTION, &receive);
-    set(CURLOPT_WRITEDATA, static_cast<void*>(&download));
-    const CURLcode result = curl.curl_easy_perform(handle.get());
-    if (download.tooLarge) failTooLarge(maxBytes, shown);
-    if (result == CURLE_OUT_OF_MEMORY || download.outOfMemory) throw std::bad_alloc();
-    if (result != CURLE_OK) {
-        throw EngineError(ErrorCode::FetchFailed, cause[0] != '\0' ? cause : curl.curl_easy_strerror(result),
-                          {shown});
+    bool append(std::string_view bytes) {
+        if (bytes.size() > maxBytes_ - size_) return false;
+        size_ += bytes.size();
+        while (!bytes.empty()) {
+            if (blocks_.empty() || blocks_.back().size() == kBlock) blocks_.emplace_back().reserve(kBlock);
+            std::string& block = blocks_.back();
+            const std::size_t part = std::min(bytes.size(), kBlock - block.size());
+            block.append(bytes.substr(0, part));
+            bytes.remove_prefix(part);
+        }
+        return true;
     }
-    return std::move(download.bytes);
+    std::size_t size() const { return size_; }
+
+    // Each block is freed as soon as it is copied.
+    std::string take() {
+        std::string whole;
+        whole.reserve(size_ + SourceText::kReadAhead);
+        for (; !blocks_.empty(); blocks_.pop_front()) whole += blocks_.front();
+        return whole;
+    }
+
+private:
+    static constexpr std::size_t kBlock = 1u << 20;
+
+    std::size_t maxBytes_;
+    std::size_t size_ = 0;
+    std::deque<std::string> blocks_;
+};
+
+[[noreturn]] void failTooLarge(std::size_t maxBytes, const std::string& name) {
+    throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes", {name});
 }
+
+// One download, redirects included. Redirects are followed here: each host is checked before it is asked.
+class Download {
+public:
+    Download(const Address& address, std::size_t maxBytes)
+        : shown_(shownAddress(address)),  // its user and password are no business of a log
+          rules_(address.namedBy == NamedBy::Program ? nullptr : Reach::currentRules()),
+          maxBytes_(maxBytes),
+          until_(Clock::now() + timeLimit()),
+          url_(toUtf8(address.name)),
+          easy_(curl_.curl_easy_init(), curl_.curl_easy_cleanup),
+          multi_(curl_.curl_multi_init(), curl_.curl_multi_cleanup),
+          parsedUrl_(curl_.curl_url(), curl_.curl_url_cleanup) {
+        if (!easy_ || !multi_ || !parsedUrl_) throw std::bad_alloc();
+        setOptions();
+    }
+
+    std::string run() {
+        for (int redirects = 0;; ++redirects) {
+            const std::string host = enterHost();
+            body_.emplace(maxBytes_);
+            check(perform(), host);
+            const char* next = nullptr;
+            curl_.curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &next);
+            if (next == nullptr) break;
+            if (redirects == limits::kFetchRedirects) {
+                fail("Maximum (" + std::to_string(limits::kFetchRedirects) + ") redirects followed");
+            }
+            url_ = next;
+            if (!isWebAddress(toUtf16(url_))) fail("the server redirects to neither http nor https");
+        }
+        if (isRedirect()) fail("the server redirects to nowhere");
+        return body_->take();
+    }
+
+private:
+    template <class Value>
+    void set(CURLoption option, Value value) {
+        curl_.curl_easy_setopt(easy_.get(), option, value);
+    }
+
+    [[noreturn]] void fail(const std::string& cause, ErrorCode code = ErrorCode::FetchFailed) const {
+        throw EngineError(code, cause, {shown_});
+    }
+
+    static milliseconds timeLimit() {
+        const milliseconds limit = std::chrono::seconds(limits::kFetchSeconds);
+        const Spending* const spending = Spending::current();
+        if (spending == nullptr) return limit;
+        const std::uint64_t left = spending->left(&Budget::fetchMilliseconds);
+        return std::min(limit, milliseconds(std::min<std::uint64_t>(left, limits::kFetchSeconds * 1'000)));
+    }
+
+    void setOptions() {
+        set(CURLOPT_NOSIGNAL, 1L);
+        set(CURLOPT_QUICK_EXIT, 1L);  // never waits for the name server
+        set(CURLOPT_FAILONERROR, 1L);
+        // A server cannot redirect to a file of this machine or to another protocol.
+        set(CURLOPT_PROTOCOLS_STR, "http,https");
+        set(CURLOPT_ACCEPT_ENCODING, "");
+        set(CURLOPT_ERRORBUFFER, &cause_[0]);
+        set(CURLOPT_CURLU, parsedUrl_.get());
+        set(CURLOPT_WRITEFUNCTION, &Download::receive);
+        set(CURLOPT_WRITEDATA, static_cast<void*>(this));
+        set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maxBytes_));
+        if (rules_ == nullptr || rules_->allowsAnyHost()) return;
+        // A proxy would connect on its own, to addresses that nobody has checked.
+        set(CURLOPT_PROXY, "");
+        set(CURLOPT_OPENSOCKETFUNCTION, &Download::openSocket);
+        set(CURLOPT_OPENSOCKETDATA, static_cast<void*>(this));
+    }
+
+    // Makes the address the next one to ask; the result is its host.
+    std::string enterHost() {
+        const CURLUcode result =
+            curl_.curl_url_set(parsedUrl_.get(), CURLUPART_URL, url_.c_str(), CURLU_NON_SUPPORT_SCHEME);
+        char* found = nullptr;
+        if (result == CURLUE_OK) curl_.curl_url_get(parsedUrl_.get(), CURLUPART_HOST, &found, 0);
+        const std::unique_ptr<char, decltype(curl_.curl_free)> host(found, curl_.curl_free);
+        if (!host) fail("not a URL");
+        Reach* const reach = Reach::current();
+        if (reach != nullptr && reach->silentHosts().contains(host.get())) {
+            fail("the host " + std::string(host.get()) + " did not answer before and is not asked again");
+        }
+        isHostAllowed_ = rules_ == nullptr || rules_->allowsHost(host.get());
+        return host.get();
+    }
+
+    CURLcode perform() {
+        const auto left = std::chrono::duration_cast<milliseconds>(until_ - Clock::now());
+        set(CURLOPT_TIMEOUT_MS, static_cast<long>(std::max<milliseconds::rep>(left.count(), 1)));
+        if (curl_.curl_multi_add_handle(multi_.get(), easy_.get()) != CURLM_OK) fail("no connection handle");
+        struct Removed {
+            const Download& download;
+            ~Removed() {
+                download.curl_.curl_multi_remove_handle(download.multi_.get(), download.easy_.get());
+            }
+        } const removed{*this};
+        for (int running = 1;;) {
+            const CURLMcode result = curl_.curl_multi_perform(multi_.get(), &running);
+            if (result != CURLM_OK) fail(curl_.curl_multi_strerror(result));
+            checkTime();
+            if (running == 0) break;
+            curl_.curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(kBetweenChecks.count()),
+                                  nullptr);
+        }
+        int further = 0;
+        const CURLMsg* const message = curl_.curl_multi_info_read(multi_.get(), &further);
+        return message == nullptr ? CURLE_FAILED_INIT : message->data.result;
+    }
+
+    void check(CURLcode result, const std::string& host) const {
+        if (isTooLarge_ || result == CURLE_FILESIZE_EXCEEDED) failTooLarge(maxBytes_, shown_);
+        if (result == CURLE_OK) return;
+        if (result == CURLE_OUT_OF_MEMORY || isOutOfMemory_) throw std::bad_alloc();
+        if (refusedAddress_[0] != '\0') {
+            const std::string address(refusedAddress_);
+            fail(rules_->hostRule() + ": " + (host == address ? host : host + " (" + address + ")") +
+                     "; allow it with reach.hosts",
+                 ErrorCode::NotAllowed);
+        }
+        Reach* const reach = Reach::current();
+        if (result == CURLE_OPERATION_TIMEDOUT && reach != nullptr) reach->silentHosts().insert(host);
+        fail(cause_[0] != '\0' ? cause_ : curl_.curl_easy_strerror(result));
+    }
+
+    bool isRedirect() const {
+        long status = 0;
+        curl_.curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
+        return status >= 300 && status < 400;
+    }
+
+    // No exception may cross the C library.
+    static std::size_t receive(char* data, std::size_t one, std::size_t count, void* self) noexcept try {
+        auto& download = *static_cast<Download*>(self);
+        if (download.isRedirect()) return one * count;  // for readers that are not redirected
+        if (download.body_->append({data, one * count})) return one * count;
+        download.isTooLarge_ = true;
+        return 0;
+    } catch (const std::bad_alloc&) {
+        static_cast<Download*>(self)->isOutOfMemory_ = true;
+        return 0;
+    }
+
+    static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address) noexcept {
+        auto& download = *static_cast<Download*>(self);
+        if (!download.isHostAllowed_ && !download.rules_->allowsAddress(address->addr)) {
+            const void* const ip =
+                address->family == AF_INET
+                    ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in&>(address->addr).sin_addr)
+                    : &reinterpret_cast<const sockaddr_in6&>(address->addr).sin6_addr;
+            ::inet_ntop(address->family, ip, download.refusedAddress_, sizeof download.refusedAddress_);
+            return CURL_SOCKET_BAD;
+        }
+        return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    }
+
+    const Curl& curl_ = Curl::functions();
+    std::string shown_;
+    std::shared_ptr<const ReachRules> rules_;  // null: everything
+    std::size_t maxBytes_;
+    Clock::time_point until_;
+    std::string url_;
+    std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
+    std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
+    std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsedUrl_;
+    std::optional<Body> body_;
+    char cause_[CURL_ERROR_SIZE] = "";
+    bool isTooLarge_ = false;
+    bool isOutOfMemory_ = false;
+    bool isHostAllowed_ = true;                   // by its name
+    char refusedAddress_[INET6_ADDRSTRLEN] = "";  // the last one
+};
 
 }  // namespace
 
 std::string fetch(const Address& address, std::size_t maxBytes) {
-    const std::string path = localPath(address);
-    return path.empty() ? downloadUrl(address, maxBytes) : readFile(path, maxBytes);
+    const std::string shown = shownAddress(address);
+    spend(&Budget::fetches, 1, shown);
+    const std::string path = reachablePath(address);
+    const Spending* const spending = Spending::current();
+    const std::size_t allowed = spending == nullptr ? maxBytes
+                                                    : static_cast<std::size_t>(std::min<std::uint64_t>(
+                                                          maxBytes, spending->left(&Budget::fetchedBytes)));
+    const Clock::time_point started = Clock::now();
+    const auto spendTime = [&] {
+        const auto passed = std::chrono::duration_cast<milliseconds>(Clock::now() - started);
+        spend(&Budget::fetchMilliseconds, static_cast<std::uint64_t>(passed.count()), shown);
+    };
+    std::string bytes;
+    try {
+        bytes = path.empty() ? Download(address, allowed).run() : readFile(path, allowed);
+    } catch (const EngineError& error) {
+        if (error.endsExport()) throw;
+        spendTime();
+        if (error.code() == ErrorCode::LimitExceeded && allowed < maxBytes) {
+            spend(&Budget::fetchedBytes, allowed + 1, shown);
+        }
+        throw;
+    }
+    spendTime();
+    spend(&Budget::fetchedBytes, bytes.size(), shown);
+    return bytes;
 }
 
 }  // namespace qbsvrl6

@@ -10,7 +10,8 @@
 namespace qbsvrl6 {
 
 // The bytes at a local path, file:, http: or https: address. Raises EngineError that names the address: not
-// found, unreadable, larger than `maxBytes`, slow beyond limits::kFetchSeconds.
+// found, out of reach (reach.h), unreadable, larger than `maxBytes`, slow beyond limits::kFetchSeconds; and for
+// what ends the whole export (budget.h).
 std::string fetch(const Address& address, std::size_t maxBytes);
 
 // JSON or XML text as tables and parameters.

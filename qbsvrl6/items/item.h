@@ -46,7 +46,7 @@ struct TextItem {
     CellValue value;
     double fontSize = 10;               // points, after shrinking to fit
     std::optional<Color> color;         // from the value's number format; replaces the style's
-    std::u16string link;                // address; empty: none
+    std::u16string link;                // a harmless address, as documents write it; empty: none
     std::vector<PageField> pageFields;  // in `text`, ascending
 
     // From the top down. Empty if the text is empty or pending, and for sinks that draw no text

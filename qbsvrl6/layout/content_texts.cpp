@@ -1,12 +1,19 @@
 #include "qbsvrl6/layout/content_texts.h"
 
+#include <optional>
+#include <utility>
+
+#include "qbsvrl6/layout/links.h"
+#include "qbsvrl6/layout/log_words.h"
+#include "qbsvrl6/support/log.h"
+
 namespace qbsvrl6 {
 
 void ContentTexts::evaluate(PlannedControl& control, RowView& view, const Position& position, Item& item) {
     if (auto* const text = std::get_if<PlannedText>(&control.content)) {
-        if (text->link) std::get<TextItem>(item.content).link = read(*text->link, view, position);
+        if (text->link) std::get<TextItem>(item.content).link = link(control, view, position);
     } else if (auto* const picture = std::get_if<PlannedPicture>(&control.content)) {
-        evaluate(*picture, view, position, std::get<PictureItem>(item.content));
+        evaluate(*control.control, *picture, view, position, std::get<PictureItem>(item.content));
     } else if (auto* const barcode = std::get_if<PlannedBarcode>(&control.content)) {
         std::get<DrawingItem>(item.content).alternateText = read(barcode->text, view, position);
     } else if (auto* const chart = std::get_if<PlannedChart>(&control.content)) {
@@ -14,11 +21,26 @@ void ContentTexts::evaluate(PlannedControl& control, RowView& view, const Positi
     }
 }
 
-void ContentTexts::evaluate(PlannedPicture& planned, RowView& view, const Position& position,
-                            PictureItem& picture) {
-    picture.picture = planned.source.parts.empty()
-                          ? pictures_.embedded(*planned.content)
-                          : pictures_.find(read(planned.source, view, position), planned.folder);
+std::u16string ContentTexts::link(PlannedControl& control, RowView& view, const Position& position) {
+    const std::u16string& address = read(*std::get<PlannedText>(control.content).link, view, position);
+    CheckedLink checked = checkLink(address, options_.links);
+    if (checked.refusal != nullptr && isNewWarning("link " + quoted(address))) {
+        logWarning("the link " + quoted(address) + inRow(view.tableRow(position)) +
+                       " is left out: " + checked.refusal,
+                   control.control->position);
+    }
+    return std::move(checked.address);
+}
+
+void ContentTexts::evaluate(const Control& control, PlannedPicture& planned, RowView& view,
+                            const Position& position, PictureItem& picture) {
+    if (planned.source.parts.empty()) {
+        picture.picture = pictures_.embedded(*planned.content);
+    } else {
+        const PictureSite site{control.position,
+                               planned.source.isConstant() ? std::nullopt : view.tableRow(position)};
+        picture.picture = pictures_.find(read(planned.source, view, position), planned.start, site);
+    }
     if (!planned.alternateText.parts.empty()) {
         picture.alternateText = read(planned.alternateText, view, position);
     }

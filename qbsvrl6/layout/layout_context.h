@@ -98,7 +98,7 @@ struct LayoutContext {
     std::int64_t now = 0;
     StylePool styles;
     PictureStore pictures;
-    ContentTexts contentTexts{pictures};
+    ContentTexts contentTexts{pictures, options};
     LayoutNotes notes;
     LateItems late;
 };

@@ -2,9 +2,18 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_LAYOUT_OPTIONS_H
 #define QBSVR_QBSVRL6_LAYOUT_LAYOUT_OPTIONS_H
 
+#include <cstddef>
+
 #include "qbsvrl6/layout/drawing_source.h"
 
 namespace qbsvrl6 {
+
+// The links that a format holds.
+struct LinkRules {
+    std::size_t maxUnits = 65'536;  // of an address, in UTF-16; 0: the format has no links
+    bool inner = true;              // "#name" leads to a place in the document
+    bool ascii = false;             // other characters are written as their UTF-8 bytes, "%E4%B8%AD"
+};
 
 struct LayoutOptions {
     bool paged = true;  // false: one continuous page of unbounded height, in logical order
@@ -12,6 +21,7 @@ struct LayoutOptions {
     bool onlyDetailGrid = false;
     bool measureText = true;  // false: texts have no lines and nothing grows; for sinks that use texts alone
     bool drawText = true;     // false: texts on one line have no lines; for sinks that draw none
+    LinkRules links;
     DrawingSource* drawings = nullptr;  // null: barcodes and charts remain empty boxes
 };
 

@@ -18,6 +18,10 @@ std::string quoted(std::u16string_view text) {
     return '"' + toUtf8(text.substr(0, kQuotedUnits)) + (text.size() > kQuotedUnits ? "…\"" : "\"");
 }
 
+std::string inRow(std::optional<std::size_t> row) {
+    return row ? " in row " + std::to_string(*row + 1) : std::string();
+}
+
 std::string nameForLog(const Control& control) {
     constexpr std::array<const char*, 7> kKinds = {"a text",    "a line",  "a box",       "a picture",
                                                    "a barcode", "a chart", "a sub-report"};

@@ -5,6 +5,7 @@
 
 #include "common/base64.h"
 #include "qbsvrl6/data/load.h"
+#include "qbsvrl6/layout/log_words.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
@@ -41,30 +42,45 @@ std::string shownSource(std::u16string_view source) {
     return toUtf8(source.substr(0, kShown)) + (source.size() > kShown ? "..." : "");
 }
 
+void logLeftOut(std::u16string_view source, const PictureSite& site, const EngineError& error) {
+    const std::string message =
+        "picture \"" + shownSource(source) + "\"" + inRow(site.row) + " is left out: " + error.what();
+    if (error.code() == ErrorCode::NotAllowed) {
+        logError(message, site.position);
+    } else {
+        logWarning(message, site.position);
+    }
+}
+
 }  // namespace
 
-std::shared_ptr<const Picture> PictureStore::find(std::u16string_view source, const std::string& folder) {
+std::shared_ptr<const Picture> PictureStore::find(std::u16string_view source, const Address& start,
+                                                  const PictureSite& site) {
     if (source.empty()) return nullptr;
     std::u16string key;
     if (source.size() <= kLongestKey) {
         key = source;
         key += u'\0';
-        key.append(folder.begin(), folder.end());
+        for (const std::string* folder : {&start.folder, &start.home}) {
+            key.append(folder->begin(), folder->end());
+            key += u'\0';
+        }
         const auto known = known_.find(key);
         if (known != known_.end()) return known->second;
     }
     std::shared_ptr<const Picture> picture;
     try {
-        picture = load(source, folder);
+        picture = load(source, start);
     } catch (const EngineError& error) {
+        if (error.endsExport()) throw;
         if (isWebAddress(source)) ++failedFetches_;
-        logWarning("picture \"" + shownSource(source) + "\" is left out: " + error.what());
+        logLeftOut(source, site, error);
     }
     if (!key.empty()) keep(key, picture);
     return picture;
 }
 
-std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, const std::string& folder) {
+std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, const Address& start) {
     std::u16string_view encoded;
     if (source.starts_with(u"data:")) {
         const std::size_t comma = source.find(u',');
@@ -80,7 +96,8 @@ std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, co
     if (isWebAddress(source) && failedFetches_ >= kMostFailedFetches) {
         throw EngineError(ErrorCode::LimitExceeded, "too many pictures could not be fetched already");
     }
-    const Address address{std::u16string(source), folder};
+    Address address = start;
+    address.name = source;
     return loadPicture(fetch(address, limits::kPictureBytes), shownAddress(address));
 }
 
@@ -102,6 +119,7 @@ std::shared_ptr<const Picture> PictureStore::embedded(const PictureContent& cont
     try {
         if (!content.embedded.empty()) picture = loadPicture(content.embedded, "picture in the template");
     } catch (const EngineError& error) {
+        if (error.endsExport()) throw;
         logWarning(std::string("a picture in the template is left out: ") + error.what());
     }
     embedded_.emplace(&content, picture);

@@ -261,8 +261,12 @@ private:
     PlannedContent planContent(const BoxContent& content, const Rect&, const Site&) { return content; }
 
     PlannedContent planContent(const PictureContent& content, const Rect&, const Site&) {
-        return PlannedPicture{&content, plan_->binding->compileText(content.source), folderAt(content.folder),
-                              plan_->binding->compileText(content.alternateText)};
+        PlannedPicture planned{&content, plan_->binding->compileText(content.source), content.folder,
+                               plan_->binding->compileText(content.alternateText)};
+        planned.start.folder = folderAt(content.folder);
+        planned.start.name.clear();
+        if (!planned.source.isConstant()) planned.start.namedBy = NamedBy::Data;
+        return planned;
     }
 
     PlannedContent planContent(const BarcodeContent& content, const Rect&, const Site&) {

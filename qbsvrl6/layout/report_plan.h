@@ -45,7 +45,7 @@ struct PlannedText {
 struct PlannedPicture {
     const PictureContent* content = nullptr;
     TextTemplate source;  // no parts: the picture in the template
-    std::string folder;   // where a relative source starts
+    Address start;        // where a relative source starts; who names it
     TextTemplate alternateText;
 };
 

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_MODEL_EXPORT_OPTIONS_H
 #define QBSVR_QBSVRL6_MODEL_EXPORT_OPTIONS_H
 
+#include <optional>
 #include <string>
 
 namespace qbsvrl6 {
@@ -18,8 +19,9 @@ struct ExportOptions {
     bool sameAsPrint = true;  // false: one continuous table from logical rows
     bool pageBreaks = true;
     bool pageHeadersAndFooters = true;
-    bool onlyDetailGrid = false;  // as one table, whatever sameAsPrint says
-    bool xlsx = false;            // for Xls: .xlsx instead of .xls
+    bool onlyDetailGrid = false;         // as one table, whatever sameAsPrint says
+    bool xlsx = false;                   // for Xls: .xlsx instead of .xls
+    std::optional<bool> defuseFormulas;  // CSV; none: as the template and the settings say
 
     ImageKind imageKind = ImageKind::Tiff;
     bool allPagesInOneImage = false;

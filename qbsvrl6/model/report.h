@@ -224,6 +224,7 @@ struct ReportDefinition {
     DocumentInfo info;
     PageSetup page;
     double imageResolution = 150;  // dots per inch
+    bool defuseFormulas = false;   // in CSV: spreadsheets show texts that look like formulas as texts
     Style font;                    // of the whole report: the root of all styles
     std::vector<NamedStyle> styles;
     std::vector<Parameter> parameters;

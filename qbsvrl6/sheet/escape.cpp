@@ -79,14 +79,4 @@ std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer) 
     return buffer;
 }
 
-bool isSafeLink(std::u16string_view link) {
-    const bool hasControl =
-        std::any_of(link.begin(), link.end(), [](char16_t c) { return c < 0x20 || c == 0x7F; });
-    if (link.empty() || hasControl) return false;
-    for (const std::u16string_view scheme : {u"http://", u"https://", u"mailto:", u"tel:", u"ftp://"}) {
-        if (startsIgnoringCase(link, scheme)) return true;
-    }
-    return false;
-}
-
 }  // namespace qbsvrl6

@@ -25,10 +25,6 @@ void appendXstring(std::string& out, std::u16string_view text);
 // U+FFFF become U+FFFD. Returns `text` itself if nothing changes, otherwise `buffer`.
 std::u16string_view cleanText(std::u16string_view text, std::u16string& buffer);
 
-// Whether an address from data may become a link in a document: nothing that executes code when it is opened,
-// and no control characters.
-bool isSafeLink(std::u16string_view link);
-
 }  // namespace qbsvrl6
 
 #endif

@@ -9,9 +9,14 @@
 
 namespace qbsvrl6 {
 
+// Who is trusted with what: reach.h.
+enum class NamedBy { Program, Template, Data };
+
 struct Address {
     std::u16string name;  // as given: a path, or a file:, http: or https: URL; empty: none
     std::string folder;   // where a relative path starts (UTF-8, ending in "/"); empty: the working directory
+    NamedBy namedBy = NamedBy::Program;
+    std::string home = {};  // the folder of the template that it comes with; empty: none
 
     bool empty() const { return name.empty(); }
 };

@@ -88,9 +88,9 @@ std::string listed(const std::array<Unit, count>& units) {
 }
 
 [[noreturn]] void failPassed(BudgetFigure figure, std::uint64_t limit, std::string_view where) {
-    throw EngineError(ErrorCode::LimitExceeded, "the budget " + std::string(nameOf(figure)) + " of " +
-                                                    shownFigure(figure, limit) + " is used up" +
-                                                    (where.empty() ? "" : " at " + std::string(where)));
+    throw EngineError(ErrorCode::BudgetExceeded, "the budget " + std::string(nameOf(figure)) + " of " +
+                                                     shownFigure(figure, limit) + " is used up" +
+                                                     (where.empty() ? "" : " at " + std::string(where)));
 }
 
 std::chrono::nanoseconds threadTime() {

@@ -100,14 +100,14 @@ private:
     Spending* outer_;
 };
 
-// Adds to the amount that the export has used. Raises EngineError (LimitExceeded) if it exceeds the figure;
+// Adds to the amount that the export has used. Raises EngineError (BudgetExceeded) if it exceeds the figure;
 // `where` names the place for the message: "the table Orders".
 void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where = {});
 
 // Raises the same error if a single value exceeds the figure. Adds nothing.
 void checkFigure(BudgetFigure figure, std::uint64_t value, std::string_view where = {});
 
-// Raises EngineError if the time is used up (LimitExceeded) or the export was cancelled (Cancelled).
+// Raises EngineError if the time is used up (BudgetExceeded) or the export was cancelled (Cancelled).
 void checkTime();
 
 // Calls checkTime at every sixteenth call: for loops with short iterations.

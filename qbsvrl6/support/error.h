@@ -22,6 +22,8 @@ enum class ErrorCode {
     BadPicture,
     FetchFailed,
     LimitExceeded,
+    BudgetExceeded,
+    NotAllowed,  // out of reach (reach.h)
     Cancelled,
     NotSupported,
     Internal,
@@ -49,6 +51,8 @@ public:
 
     ErrorCode code() const { return code_; }
     const SourcePlace& place() const { return place_; }
+    // Whether the export ends where other errors only leave a picture out.
+    bool endsExport() const { return code_ == ErrorCode::BudgetExceeded || code_ == ErrorCode::Cancelled; }
 
 private:
     ErrorCode code_;

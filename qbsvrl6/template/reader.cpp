@@ -67,6 +67,7 @@ struct ReadingEnds {};
 struct Reading {
     const SourceText& source;
     std::string folder;  // of the template; its relative names start there
+    std::string home;    // the same for reach.h; empty: the template is from no file
     std::vector<Reference> references;
     std::vector<NotedExpression> expressions;
     std::vector<FoundError> errors;
@@ -208,8 +209,10 @@ public:
     }
 
     void address(const char* name, Address& value) {
-        attribute(name, value.name, {}, TextCodec{});
+        placedText(name, value.name, TextUse::Address);
         value.folder = reading_.folder;
+        value.namedBy = NamedBy::Template;
+        value.home = reading_.home;
     }
     void startingFolder(const char* name, Address& value, const std::u16string&) { address(name, value); }
 
@@ -220,12 +223,7 @@ public:
         reference(name, Reference::To::Column, value);
     }
 
-    void tableName(const char* name, std::u16string& value, TextUse use) {
-        attribute(name, value, {}, TextCodec{});
-        if (!value.empty()) {
-            reading_.addText(value, use, offsetOfAttribute(reading_.source.text(), node_, name));
-        }
-    }
+    void tableName(const char* name, std::u16string& value, TextUse use) { placedText(name, value, use); }
 
     void borders(std::optional<BorderLine>& left, std::optional<BorderLine>& top,
                  std::optional<BorderLine>& right, std::optional<BorderLine>& bottom) {
@@ -320,6 +318,13 @@ public:
     }
 
 private:
+    // A text whose place messages of an export give.
+    void placedText(const char* name, std::u16string& value, TextUse use) {
+        attribute(name, value, {}, TextCodec{});
+        if (!value.empty()) {
+            reading_.addText(value, use, offsetOfAttribute(reading_.source.text(), node_, name));
+        }
+    }
     pugi::xml_attribute take(const char* name) {
         attributes_.push_back(name);
         return node_.attribute(name);
@@ -643,7 +648,9 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const SourceText source(std::string(bytes), origin);
     pugi::xml_document document;
     const pugi::xml_node root = parse(source, document);
-    Reading reading{source, directoryOf(origin), {}, {}, {}, {}, {}, {}};
+    const std::string folder = directoryOf(origin);
+    const std::string home = folder.empty() && !origin.empty() ? "./" : folder;
+    Reading reading{source, folder, home, {}, {}, {}, {}, {}, {}};
     ReportDefinition definition;
     const auto places = std::make_shared<TextPlaces>();
     definition.places = places;

@@ -394,6 +394,7 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     if (hasPages) {
         element.attribute("imageResolution", report.imageResolution, defaults.imageResolution,
                           NumberCodec{10, 2400});
+        element.attribute("defuseFormulas", report.defuseFormulas, defaults.defuseFormulas, SwitchCodec{});
     } else {
         element.refuseChildren({"Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
                                "pages are those of the outermost report");

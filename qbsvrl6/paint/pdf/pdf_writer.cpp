@@ -11,7 +11,6 @@
 #include "qbsvrl6/paint/pdf/pdf_outline.h"
 #include "qbsvrl6/paint/pdf/pdf_pictures.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
-#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -24,22 +23,6 @@ using namespace std::string_view_literals;
 constexpr std::size_t kFanOut = 64;
 
 std::string reference(int number) { return std::to_string(number) + " 0 R"; }
-
-// Addresses are ASCII: other characters are written as their UTF-8 bytes, "%E4%B8%AD".
-std::string toUri(std::u16string_view address) {
-    std::string uri;
-    for (const char c : toUtf8(address)) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte > ' ' && byte < 0x7F) {
-            uri += c;
-        } else {
-            uri += '%';
-            uri += kUpperHexDigits[byte >> 4];
-            uri += kUpperHexDigits[byte & 0xF];
-        }
-    }
-    return uri;
-}
 
 class PdfWriter : public PageSink {
 public:
@@ -164,7 +147,7 @@ private:
                 out.append(' ');
             }
             out.append("]/A<</S/URI/URI"sv);
-            appendByteString(out, toUri(link.address));
+            appendByteString(out, toUtf8(link.address));
             out.append(">>>>"sv);
         }
         out.append("]"sv);

@@ -10,21 +10,12 @@ namespace qbsvrl6 {
 
 namespace {
 
-// A link's address inside of quotes; what would end them is written as addresses write it.
-std::string quotedAddress(std::u16string_view address) {
-    std::u16string plain;
-    for (const char16_t unit : address) {
-        if (unit == u'"') {
-            plain += u"%22";
-        } else if (unit == u'\\') {
-            plain += u"%5C";
-        } else if (unit > 0x20 && unit != 0x7F) {
-            plain += unit;
-        }
-    }
-    std::string out;
-    appendRtf(out, plain);
-    return out;
+// The instruction of a link; "#name" is a bookmark. The address holds neither quotes nor backslashes.
+std::string linkInstruction(std::u16string_view address) {
+    const bool isInner = address.starts_with(u'#');
+    std::string out = isInner ? "HYPERLINK \\\\l \"" : "HYPERLINK \"";
+    appendRtf(out, address.substr(isInner ? 1 : 0));
+    return out += '"';
 }
 
 // Some of it may run from right to left.
@@ -170,9 +161,8 @@ void RtfTable::appendContent(std::string& out, Item& item, const TextWriter& tex
         appendPicture(out, item);
         return;
     }
-    const bool isLink = !content->link.empty() && isSafeLink(content->link);
-    if (isLink)
-        out += "{\\field{\\*\\fldinst{HYPERLINK \"" + quotedAddress(content->link) + "\"}}{\\fldrslt{";
+    const bool isLink = !content->link.empty();
+    if (isLink) out += "{\\field{\\*\\fldinst{" + linkInstruction(content->link) + "}}{\\fldrslt{";
     text(out, item);
     if (isLink) out += "}}}";
 }

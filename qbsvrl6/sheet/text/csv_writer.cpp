@@ -1,7 +1,7 @@
 // CSV by RFC 4180: CR LF ends, every record with all columns, in UTF-8 with a mark, since spreadsheets take a
 // file without one for the code page of the machine. A cell that spans columns fills the first. A text that
-// looks like a formula is written as it is: a sign before it would falsify numbers and identifiers for
-// all readers, for the sake of one that runs what it should only show.
+// a spreadsheet would take for a formula is written as it is, since a sign before it falsifies it for all
+// other readers, unless the export asks to defuse it.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -12,6 +12,7 @@
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/text_stream.h"
+#include "qbsvrl6/support/ascii.h"
 
 namespace qbsvrl6 {
 
@@ -20,6 +21,36 @@ namespace {
 bool needsQuotes(std::u16string_view text) {
     return std::any_of(text.begin(), text.end(),
                        [](char16_t c) { return c == u'"' || c == u',' || c == u'\r' || c == u'\n'; });
+}
+
+// A sign, then nothing but digits with their separators, a currency or a percent sign: "-1,234.50", "+5%".
+bool isSignedNumber(std::u16string_view text) {
+    constexpr std::u16string_view kWithDigits = u".,' \u00A0\u202F%\u2030$\u00A3\u00A5\uFFE5\u20AC";
+    return std::all_of(text.begin() + 1, text.end(), [&](char16_t c) {
+        return isDigit(c) || kWithDigits.find(c) != std::u16string_view::npos;
+    });
+}
+
+// Whether a spreadsheet may calculate it. East Asian ones read the wide signs too.
+bool looksLikeFormula(std::u16string_view text) {
+    if (text.empty()) return false;
+    switch (text.front()) {
+        case u'-':
+        case u'+':
+            return !isSignedNumber(text);
+        case u'=':
+        case u'@':
+        case u'\t':
+        case u'\r':
+        case u'\n':
+        case u'＝':
+        case u'＋':
+        case u'－':
+        case u'＠':
+            return true;
+        default:
+            return false;
+    }
 }
 
 void appendField(std::string& out, std::u16string_view text) {
@@ -99,7 +130,10 @@ bool appendRawValue(std::string& out, const Item& item) {
 class CsvWriter final : public CellSink {
 public:
     CsvWriter(const SheetOptions& options, std::string& output)
-        : CellSink(options, GridFit::Lines), rawValues_(options.rawValues), output_(output) {
+        : CellSink(options, GridFit::Lines),
+          rawValues_(options.rawValues),
+          defuseFormulas_(options.defuseFormulas),
+          output_(output) {
         stream_.text() = "\xEF\xBB\xBF";
     }
 
@@ -128,7 +162,7 @@ private:
                 stream_.mark();
                 pending_.push_back(std::move(*cell.item));
             } else if (!rawValues_ || !appendRawValue(stream_.text(), *cell.item)) {
-                appendField(stream_.text(), textOf(*cell.item));
+                appendText(stream_.text(), textOf(*cell.item));
             }
         }
         stream_.text().append(static_cast<std::size_t>(grid().columnCount() - 1 - column), ',');
@@ -138,11 +172,21 @@ private:
     void close(PendingTexts& pending) override {
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
             pending.settle(pending_[place]);
-            appendField(out, std::get<TextItem>(pending_[place].content).text);
+            appendText(out, std::get<TextItem>(pending_[place].content).text);
         });
     }
 
+    // An apostrophe makes spreadsheets show what follows as it is.
+    void appendText(std::string& out, std::u16string_view text) const {
+        if (defuseFormulas_ && looksLikeFormula(text)) {
+            appendField(out, std::u16string(u"'").append(text));
+        } else {
+            appendField(out, text);
+        }
+    }
+
     bool rawValues_;
+    bool defuseFormulas_;
     std::string& output_;
     TextStream stream_;
     std::vector<Item> pending_;

@@ -534,7 +534,7 @@ private:
                            std::span<const NumberSpan> numbers) {
         const auto& text = std::get<TextItem>(item.content);
         const int rotation = item.style == nullptr ? 0 : item.style->rotation;
-        const bool isLink = !text.link.empty() && isSafeLink(text.link);
+        const bool isLink = !text.link.empty();
         if (rotation != 0) out += "<span class=\"r" + std::to_string(rotation) + "\">";
         if (isLink) {
             out += "<a href=\"";

@@ -19,7 +19,6 @@ constexpr Micrometres kMaxFrozenHeight = 100'000;
 constexpr Micrometres kMaxGrowth = 12'000;
 
 // Longer addresses make a spreadsheet program repair the whole workbook.
-constexpr std::size_t kMaxLinkUnits = 2'079;
 
 // A text may be this far from its position before it is aligned to the nearer side.
 constexpr Micrometres kMaxDrift = 1'500;
@@ -172,7 +171,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
     if (text != nullptr) {
         if (text->text.size() > limits_.units) ++cutTexts_;
-        if (isSafeLink(text->link)) writeLink(cell, columnSpan, text->link);
+        if (!text->link.empty()) writeLink(cell, columnSpan, text->link);
     }
     if (columnSpan > 1 || cell.rowSpan > 1) merge(cell.column, columnSpan, cell.rowSpan);
     if (text != nullptr && text->pending) {
@@ -188,7 +187,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
 }
 
 void WorkbookSink::writeLink(const Cell& cell, int columnSpan, std::u16string_view address) {
-    if (address.size() > kMaxLinkUnits || !link(cell.column, columnSpan, cell.rowSpan, address)) ++lostLinks_;
+    if (!link(cell.column, columnSpan, cell.rowSpan, address)) ++lostLinks_;
 }
 
 void WorkbookSink::writeBelowUpTo(int column) {
@@ -221,7 +220,7 @@ void WorkbookSink::reportLosses() const {
     };
     warn(cutTexts_,
          " texts were cut at the " + std::to_string(limits_.units) + " characters that a cell holds");
-    warn(lostLinks_, " links have no room in their sheet or are too long");
+    warn(lostLinks_, " links have no room in their sheet");
     warn(lostCells_, " cells stand beyond the last column that a sheet has and were left out");
     warn(std::max(static_cast<int>(styles_.styles().size()) - limits_.styles, 0),
          " looks of cells are more than a workbook holds; their cells look like others");

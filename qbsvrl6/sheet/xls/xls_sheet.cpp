@@ -110,18 +110,27 @@ void XlsSheet::merge(int column, int columnSpan, int rowSpan) {
 }
 
 // HLINK:
-//   u16 first row, last row, first column, last column | 16 bytes class | u32 version | u32 flags
-//   16 bytes class of the address | u32 its bytes | the address with a zero
+//   u16 first row, last row, first column, last column | 16 bytes class | u32 version | u32 flags, and then
+//   16 bytes class of the address | u32 its bytes | the address with a zero, or for a place in the workbook
+//   u32 its units | the place with a zero
 void XlsSheet::link(int column, int columnSpan, int rowSpan, std::u16string_view address) {
     constexpr u32 kVersion = 2;
-    constexpr u32 kIsAbsoluteAddress = 3;
+    constexpr u32 kHasAddress = 1;
+    constexpr u32 kIsAbsolute = 2;
+    constexpr u32 kHasPlace = 8;
     constexpr std::array<u32, 4> kStandardLink = {0x79EAC9D0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
     constexpr std::array<u32, 4> kAddress = {0x79EAC9E0, 0x11CEBAF9, 0xAA00828C, 0x0BA94B00};
     const Range range = rangeOf(column, columnSpan, rowSpan);
     BiffRecord record(links_, biff::kHyperlink);
     record.put(range.firstRow, range.lastRow, range.firstColumn, range.lastColumn);
     for (const u32 part : kStandardLink) record.put(part);
-    record.put(kVersion, kIsAbsoluteAddress);
+    if (address.starts_with(u'#')) {
+        record.put(kVersion, kHasPlace).put(static_cast<u32>(address.size()));
+        record.utf16(address.substr(1)).put(u16{0});
+        return;
+    }
+    const bool isAbsolute = address.substr(0, address.find_first_of(u"/?#")).find(u':') != address.npos;
+    record.put(kVersion, isAbsolute ? kHasAddress | kIsAbsolute : kHasAddress);
     for (const u32 part : kAddress) record.put(part);
     record.put(static_cast<u32>(2 * (address.size() + 1))).utf16(address).put(u16{0});
 }

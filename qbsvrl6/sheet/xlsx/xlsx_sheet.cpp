@@ -123,11 +123,14 @@ bool XlsxSheet::link(int column, int columnSpan, int rowSpan, std::u16string_vie
     if (linkCount_ == kMaxLinks) return false;
     const std::string id = "rIdLink" + std::to_string(++linkCount_);
     XmlWriter xml(links_);
-    xml.open("hyperlink")
-        .attribute("ref", rangeName(column, columnSpan, rowSpan))
-        .attribute("r:id", id)
-        .close();
-    relations_.addLink(id, address);
+    xml.open("hyperlink").attribute("ref", rangeName(column, columnSpan, rowSpan));
+    if (address.starts_with(u'#')) {
+        xml.attribute("location", address.substr(1));
+    } else {
+        xml.attribute("r:id", id);
+        relations_.addLink(id, address);
+    }
+    xml.close();
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "engine/qbsvr_more.h"
 #include "tests/qbsvrl6/api/api_fixture.h"
 
 namespace api_test {
@@ -57,9 +58,93 @@ TEST_F(DataTest, ProgramsNameFilesFromTheWorkingDirectoryAndTemplatesFromTheirs)
     takeLog();
     EXPECT_EQ(rows(report), "(null)");
     const std::string log = takeLog();
-    EXPECT_NE(log.find("tpl/t.qbf: the query \"tpl/only.txt\": tpl/only.txt: No such file"),
+    EXPECT_NE(log.find("tpl/t.qbf:1:44: the query \"tpl/only.txt\": tpl/only.txt: No such file"),
               std::string::npos)
         << log;
+}
+
+// A file outside of the template's folder and the set-up folder, by its path and through a link.
+TEST_F(DataTest, TemplatesAndDataReachWhatIsAllowed) {
+    const ScratchDirectory elsewhere;
+    const std::string outside = elsewhere.path.string();
+    WriteFile(outside + "/data.txt", R"([{"n":"outside"}])");
+    fs::create_symlink(outside + "/data.txt", "tpl/link.txt");
+    const OwnReport report;
+    const auto rowsWith = [&](const std::string& settings, const std::string& query) {
+        write("qbsvrl6.conf", settings);
+        QBInitConfig(path("").c_str());
+        writeTemplate("connection=\"xml\" query=\"" + query + "\"", "");
+        EXPECT_EQ(QBReportLoadFromFile(report, u"tpl/t.qbf"), 1);
+        takeLog();
+        return rows(report);
+    };
+    constexpr const char* kRefused =
+        "outside the template's folder and the set-up folder; allow it with reach.folders";
+    for (const std::string& query :
+         {outside + "/data.txt", "file://" + outside + "/data.txt", std::string("link.txt")}) {
+        EXPECT_EQ(rowsWith("", query), "(null)") << query;
+        const std::string log = takeLog();
+        EXPECT_NE(log.find("error"), std::string::npos) << log;
+        EXPECT_NE(log.find("tpl/t.qbf:1:44: the query"), std::string::npos) << log;
+        EXPECT_NE(log.find(kRefused), std::string::npos) << log;
+        EXPECT_EQ(rowsWith("reach.folders = /absent:" + outside, query), "outside;") << query;
+    }
+    EXPECT_EQ(rowsWith("reach.folders = somewhere", "link.txt"), "(null)");
+    EXPECT_NE(takeLog().find("qbsvrl6.conf:1: \"somewhere\" is not an absolute path"), std::string::npos);
+
+    EXPECT_EQ(rowsWith("", "link.txt"), "(null)");
+    const std::u16string folders = wide(outside);
+    const QBXReach reach = {sizeof reach, folders.c_str(), nullptr};
+    EXPECT_EQ(QBXReportSetReach(report, &reach), 1);
+    EXPECT_EQ(rows(report), "outside;");
+    EXPECT_EQ(QBXReportSetReach(report, nullptr), 1);
+    EXPECT_EQ(rows(report), "(null)");
+    EXPECT_EQ(QBXSetReach(&reach), 1);
+    EXPECT_EQ(rows(report), "outside;");
+    EXPECT_EQ(QBXSetReach(nullptr), 1);
+    EXPECT_EQ(rows(report), "(null)");
+    QBReportSetQuerySQL(report, wide(outside + "/data.txt").c_str());
+    EXPECT_EQ(rows(report), "outside;") << "the program";
+
+    write("tpl/t.qbf", R"(<Report version="1"><Grid titleHeight="0mm"><Columns><Column name="n" width="50mm">
+<Content><Picture source="[n]"/></Content></Column></Columns></Grid></Report>)");
+    write("names.txt", R"([{"n":"absent.png"},{"n":"/dev/zero"},{"n":"http://[::1]/a.png"}])");
+    QBReportLoadFromFile(report, u"tpl/t.qbf");
+    QBReportLoadDataFromURL(report, u"names.txt");
+    takeLog();
+    EXPECT_NE(exported(report, QBExportType_PDF), "(null)");
+    const std::string log = takeLog();
+    EXPECT_NE(log.find("tpl/t.qbf:2:11: picture \"absent.png\" in row 1 is left out: "), std::string::npos)
+        << log;
+    EXPECT_NE(log.find("\"/dev/zero\" in row 2 is left out: /dev/zero: outside the"), std::string::npos)
+        << log;
+    EXPECT_NE(log.find("in row 3 is left out: http://[::1]/a.png: not a public address: "), std::string::npos)
+        << log;
+}
+
+TEST_F(DataTest, CsvIsDefusedWhereAskedFor) {
+    write("tpl/a.txt", R"([{"n":"=1+1"},{"n":"-1"}])");
+    const OwnReport report;
+    const auto loadWith = [&](const std::string& settings, const std::string& attribute) {
+        write("qbsvrl6.conf", settings);
+        QBInitConfig(path("").c_str());
+        writeTemplate(R"(connection="xml" query="a.txt")", "");
+        std::string text = read("tpl/t.qbf");
+        write("tpl/t.qbf", text.insert(text.find('>'), attribute));
+        EXPECT_EQ(QBReportLoadFromFile(report, u"tpl/t.qbf"), 1);
+    };
+    loadWith("", "");
+    EXPECT_EQ(rows(report), "=1+1;-1;");
+    loadWith("", " defuseFormulas=\"true\"");
+    EXPECT_EQ(rows(report), "'=1+1;-1;");
+    loadWith("csv.defuse = yes", "");
+    EXPECT_EQ(rows(report), "'=1+1;-1;");
+    tagQBExportOption* const option = QBReportPrepareExport(report, QBExportType_CSV);
+    EXPECT_EQ(QBXExportOptionSet(option, u"csv.defuse", u"no"), 1);
+    EXPECT_NE(bytesOf(QBReportExportToBinaryObject(report)).find("\xBF=1+1"), std::string::npos);
+    EXPECT_EQ(QBXExportOptionSet(option, u"csv.defuse", u"maybe"), 0);
+    EXPECT_EQ(QBXExportOptionSet(option, u"csv.colour", u"no"), 0);
+    EXPECT_EQ(QBXExportOptionSet(nullptr, u"csv.defuse", u"no"), 0);
 }
 
 TEST_F(DataTest, SavedCopiesNameTheFilesOfTheirOriginal) {

@@ -62,6 +62,79 @@ TEST_F(ApiTest, NullReportsAndReleasedOnesDoNothing) {
     QBPrinterSetPrinterName(printer, u"x");
 }
 
+// What belongs to a report reads as null once it is gone, and as another type.
+TEST_F(ApiTest, BorrowedHandlesEndWithTheirOwner) {
+    class Keep : public CqbChartEventInfo {
+    public:
+        explicit Keep(tagQBChart*& kept) : kept_(kept) {}
+        void Execute(tagQBChart* chart) override { kept_ = chart; }
+
+    private:
+        tagQBChart*& kept_;
+    };
+    for (const char* end : {"release", "load"}) {
+        tagQBReport* const report = QBReportCreate();
+        QBReportLoadFromFile(report, u"list.qbf");
+        tagQBRecordset* const rows = QBDetailGridGetRecordset(QBReportGetDetailGrid(report));
+        tagQBSection* const section = QBReportHeadersAdd(QBReportGetReportHeaders(report));
+        tagQBControls* const controls = QBSectionGetControls(section);
+        tagQBControl* const control = QBControlsAdd(controls, QBControlType_SubReport);
+        tagQBSubReport* const content = QBControlGetAsSubReport(control);
+        tagQBReport* const inner = QBSubReportGetReport(content);
+        tagQBSection* const innerSection = QBReportHeadersAdd(QBReportGetReportHeaders(inner));
+        tagQBChart* chart = nullptr;
+        QBAttachEventChartRequestData(report, new Keep(chart));
+        tagQBBinaryObject* const result = QBReportExportDirectToBinaryObject(report, QBExportType_CSV);
+        tagQBExportOption* const option = QBReportPrepareExport(report, QBExportType_PDF);
+        tagQBE2PDFOption* const pdf = QBExportOptionGetAsE2PDFOption(option);
+        QBChartSetSeriesCount(chart, 2);
+        EXPECT_GT(QBBinaryObjectGetDataSize(result), 0);
+        EXPECT_EQ(QBControlGetControlType(reinterpret_cast<tagQBControl*>(section)), 0) << "another type";
+        EXPECT_EQ(QBReportGetDetailGrid(reinterpret_cast<tagQBReport*>(option)), nullptr) << "another type";
+
+        if (std::string(end) == "release") {
+            QBReportRelease(report);
+            EXPECT_EQ(QBExportOptionGetExportType(option), 0);
+            QBE2PDFOptionSetFontEmbedding(pdf, 1);
+        } else {
+            QBReportUnprepareExport(report);
+            QBReportLoadFromFile(report, u"absent.qbf");
+        }
+        EXPECT_EQ(QBBinaryObjectGetDataSize(result), 0) << end;
+        QBRecordsetSetQuerySQL(rows, u"x");
+        EXPECT_EQ(narrow(QBRecordsetGetQuerySQL(rows)), "") << end;
+        QBSectionSetHeight(section, 1);
+        QBSectionSetHeight(innerSection, 1);
+        EXPECT_EQ(QBControlsAdd(controls, QBControlType_Line), nullptr) << end;
+        EXPECT_EQ(QBControlGetControlType(control), 0) << end;
+        EXPECT_EQ(QBSubReportGetReport(content), nullptr) << end;
+        EXPECT_EQ(QBReportGetReportHeaders(inner), nullptr) << end;
+        QBChartSetSeriesCount(chart, 1'000);
+        if (std::string(end) == "load") QBReportRelease(report);
+    }
+}
+
+// As deep as templates may be, by sections that programs add and by reports that they copy.
+TEST_F(ApiTest, ProgramsNestSubReportsAsDeepAsTemplates) {
+    const OwnReport report;
+    tagQBReport* inner = report;
+    int depth = 0;
+    for (; inner != nullptr && depth < 100; ++depth) {
+        tagQBControls* const controls =
+            QBSectionGetControls(QBReportHeadersAdd(QBReportGetReportHeaders(inner)));
+        inner =
+            QBSubReportGetReport(QBControlGetAsSubReport(QBControlsAdd(controls, QBControlType_SubReport)));
+    }
+    EXPECT_EQ(depth, 17);
+    EXPECT_NE(exported(report, QBExportType_CSV), "(null)");
+    const OwnReport outer;
+    tagQBControls* const controls = QBSectionGetControls(QBReportHeadersAdd(QBReportGetReportHeaders(outer)));
+    inner = QBSubReportGetReport(QBControlGetAsSubReport(QBControlsAdd(controls, QBControlType_SubReport)));
+    takeLog();
+    QBObjectAssign(inner, report);
+    EXPECT_NE(takeLog().find("nested deeper than 16"), std::string::npos);
+}
+
 TEST_F(ApiTest, NullHandlesDoNothing) {
     EXPECT_EQ(QBDetailGridGetRecordset(nullptr), nullptr);
     QBDetailGridSetPrintAdaptMethod(nullptr, QBColumnPrintAdaptMethod_Wrap);

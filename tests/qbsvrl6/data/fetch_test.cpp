@@ -5,13 +5,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 
 #include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/reach.h"
 #include "qbsvrl6/support/utf.h"
 #include "tests/scratch_directory.h"
 
@@ -77,16 +81,22 @@ public:
         ::close(socket_);
     }
     const std::string& host() const { return host_; }
+    bool wasAsked() const { return asked_; }
 
 private:
-    void serve() const {
+    void serve() {
         for (int client = 0; (client = ::accept(socket_, nullptr, nullptr)) >= 0; ::close(client)) {
             std::string request(4096, '\0');
             const ssize_t length = ::recv(client, request.data(), request.size(), 0);
             request.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
             const std::string path = request.substr(4, request.find(' ', 4) - 4);
             const std::string answer = answerTo(path);
-            ::send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
+            if (path == "/silent") {
+                asked_ = true;
+                ::recv(client, request.data(), request.size(), 0);  // until the client gives up
+            }
+            while (::send(client, answer.data(), answer.size(), MSG_NOSIGNAL) > 0 && path == "/flood") {
+            }
         }
     }
     static std::string answerTo(const std::string& path) {
@@ -95,18 +105,21 @@ private:
         if (path == "/moved") return "HTTP/1.1 302 Found\r\nLocation: /data\r\n" + end;
         if (path == "/loop") return "HTTP/1.1 302 Found\r\nLocation: /loop\r\n" + end;
         if (path == "/leak") return "HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\n" + end;
+        if (path == "/flood") return "HTTP/1.1 200 OK\r\n" + end + std::string(100'000, 'x');
+        if (path == "/away") return "HTTP/1.1 302 Found\r\nLocation: http://[::1]/\r\n" + end;
         if (path == "/short") return "HTTP/1.1 200 OK\r\nContent-Length: 99\r\n" + end + "hello";
         return "HTTP/1.1 404 Not Found\r\n" + end;
     }
 
     int socket_;
+    std::atomic<bool> asked_ = false;
     std::string host_;
     std::thread thread_;
 };
 
 TEST(FetchUrl, FollowsOnlyTheWeb) {
     ::unsetenv("http_proxy");
-    const Server server;
+    Server server;
     const struct {
         const char* path;
         std::size_t maxBytes;
@@ -117,8 +130,9 @@ TEST(FetchUrl, FollowsOnlyTheWeb) {
         {"/data", 4, "larger than 4 bytes"},
         {"/absent", 5, "404"},
         {"/loop", 5, "Maximum (5) redirects followed"},
-        {"/leak", 5000, "Protocol \"file\" not supported"},
+        {"/leak", 5000, "redirects to neither http nor https"},
         {"/short", 500, "transfer closed"},
+        {"/flood", 3'000'000, "larger than 3000000 bytes"},
     };
     for (const auto& one : cases) {
         std::string result;
@@ -131,6 +145,72 @@ TEST(FetchUrl, FollowsOnlyTheWeb) {
         EXPECT_NE(result.find(one.expected), std::string::npos) << one.path << ": " << result;
     }
     EXPECT_THROW(fetch({u"http://127.0.0.1:1/", ""}, 5), EngineError);
+}
+
+// What data names, and the part of the message or the contents that it leads to.
+TEST(FetchUrl, NamesOfDataReachWhatTheRulesAllow) {
+    Server server;
+    const std::string port = server.host().substr(server.host().find(':'));
+    const struct {
+        const char* hosts;
+        std::string url;
+        const char* expected;
+    } cases[] = {
+        {"", "http://" + server.host() + "/data", "not a public address: 127.0.0.1; allow"},
+        {"", "http://user@0x7f.1" + port + "/data", "not a public address: 127.0.0.1; allow"},
+        {"", "http://localhost" + port + "/data", "not a public address: localhost ("},
+        {"", "http://[::ffff:127.0.0.1]" + port + "/data", "(::ffff:127.0.0.1); allow"},
+        {"", "http://169.254.169.254/latest", "not a public address: 169.254.169.254"},
+        {"127.0.0.0/8", "http://" + server.host() + "/data", "hello"},
+        {"127.0.0.1", "http://" + server.host() + "/moved", "hello"},
+        {"127.0.0.1", "http://" + server.host() + "/away", "not a public address: [::1] (::1)"},
+        {"none,localhost", "http://localhost" + port + "/data", "hello"},
+        {"none", "http://1.1.1.1/", "not among the hosts that are allowed: 1.1.1.1"},
+        {"any", "http://" + server.host() + "/data", "hello"},
+    };
+    for (const auto& one : cases) {
+        ReachRules rules;
+        rules.setHosts(one.hosts);
+        const Reach reach(std::make_shared<const ReachRules>(rules));
+        std::string result;
+        try {
+            result = fetch({toUtf16(one.url), "", NamedBy::Data}, 500);
+        } catch (const EngineError& error) {
+            result = error.what();
+        }
+        EXPECT_NE(result.find(one.expected), std::string::npos)
+            << one.hosts << " " << one.url << ": " << result;
+    }
+}
+
+TEST(FetchUrl, EndsWithItsExport) {
+    Server server;
+    const auto ends = [&](const Budget& budget, const std::atomic<bool>* cancelled, const char* path) {
+        Spending spending(budget, cancelled);
+        try {
+            fetch({toUtf16("http://" + server.host() + path), ""}, 50'000'000);
+            return ErrorCode::Internal;
+        } catch (const EngineError& error) {
+            return error.code();
+        }
+    };
+    Budget budget;
+    std::atomic<bool> cancelled = false;
+    std::thread canceller([&] {
+        while (!server.wasAsked()) std::this_thread::yield();
+        cancelled = true;
+    });
+    EXPECT_EQ(ends(budget, &cancelled, "/silent"), ErrorCode::Cancelled);
+    canceller.join();
+    budget.fetchedBytes = 1'000'000;
+    EXPECT_EQ(ends(budget, nullptr, "/flood"), ErrorCode::BudgetExceeded);
+    budget.fetches = 0;
+    EXPECT_EQ(ends(budget, nullptr, "/data"), ErrorCode::BudgetExceeded);
+
+    Reach reach(std::make_shared<const ReachRules>());
+    reach.silentHosts().insert("127.0.0.1");
+    EXPECT_EQ(ends({}, nullptr, "/data"), ErrorCode::FetchFailed)
+        << "a host that did not answer is not asked again";
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ std::string pdfOf(const GoldenReport& golden) {
     return result;
 }
 
-// Of a view named LAYOUT.FORMAT: paged.csv, continuous.htm, grid.xlsx.txt ...; of workbooks what their readers see:
+// Of a view named LAYOUT.FORMAT (defused: continuous, with formulas as texts): paged.csv, continuous.htm, grid.xlsx.txt ...; of workbooks what their readers see:
 // paged.xls.facts.
 std::string cellsOf(const GoldenReport& golden, const std::string& name) {
     static const std::map<std::string, ExportKind> kKinds = {
@@ -111,6 +111,7 @@ std::string cellsOf(const GoldenReport& golden, const std::string& name) {
     options.xlsx = extension == "xlsx";
     options.sameAsPrint = name.starts_with("paged.");
     options.onlyDetailGrid = name.starts_with("grid.");
+    options.defuseFormulas = name.starts_with("defused.");
     const std::string document = documentOf(golden, options);
     if (name.ends_with(".facts")) {
         const TemporaryFile file("a." + extension, document);

@@ -54,7 +54,9 @@ std::string outcome(const ReportDefinition& report, const std::string& json) {
             layOut(report, data, options, sink);
             columnEdges(report, options);
         } catch (const EngineError& error) {
-            if (paged) first = error.code() == ErrorCode::LimitExceeded ? "limit" : error.what();
+            if (!paged) continue;
+            const bool isLimit = error.code() == ErrorCode::LimitExceeded || error.endsExport();
+            first = isLimit ? "limit" : error.what();
         }
     }
     return first;

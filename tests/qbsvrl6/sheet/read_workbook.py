@@ -66,7 +66,7 @@ def read_xlsx(path):
                       alignment.horizontal, alignment.vertical, alignment.text_rotation,
                       "".join(line_of(s) for s in (border.left, border.top, border.right, border.bottom)),
                       "h%.2f" % sheet.row_dimensions[cell.row].height,
-                      cell.hyperlink.target[:60] if cell.hyperlink is not None else "")
+                      (cell.hyperlink.target or "#" + cell.hyperlink.location)[:60] if cell.hyperlink is not None else "")
 
 
 def printed_codes(path):
@@ -103,7 +103,7 @@ def read_xls(path):
         names = lambda r, c: xlrd.cellname(r, c)
         print("merged", sorted("%s:%s" % (names(r1, c1), names(r2 - 1, c2 - 1))
                                for r1, r2, c1, c2 in sheet.merged_cells))
-        areas = [((n.frowx, n.fcolx), (n.lrowx, n.lcolx), n.url_or_path[:30]) for n in sheet.hyperlink_list]
+        areas = [((n.frowx, n.fcolx), (n.lrowx, n.lcolx), (n.url_or_path or "#" + n.textmark)[:30]) for n in sheet.hyperlink_list]
         print("links", sorted((names(*a) if a == b else names(*a) + ":" + names(*b), url) for a, b, url in areas))
         for row in range(sheet.nrows):
             for column in range(sheet.ncols):
@@ -131,7 +131,7 @@ def read_xls(path):
                       lines[border.left_line_style] + lines[border.top_line_style] +
                       lines[border.right_line_style] + lines[border.bottom_line_style],
                       "h%.2f" % (sheet.rowinfo_map[row].height / 20),
-                      link.url_or_path[:60] if link is not None else "")
+                      (link.url_or_path or "#" + link.textmark)[:60] if link is not None else "")
 
 
 if __name__ == "__main__":

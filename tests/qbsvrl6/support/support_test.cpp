@@ -1,4 +1,6 @@
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,6 +21,7 @@
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/reach.h"
 #include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
 #include "tests/scratch_directory.h"
@@ -118,6 +121,117 @@ TEST_F(InDirectory, NamesTheSameFileFromAnotherFolder) {
             << test.from << ' ' << toUtf8(test.name) << ' ' << test.to;
     }
     fs::current_path(before);
+}
+
+TEST_F(InDirectory, NamesOfTemplatesReachTheirFolders) {
+    for (const char* folder : {"t/in", "setup", "more", "t2"}) {
+        fs::create_directories(directory_ + folder);
+        std::ofstream(directory_ + folder + "/x") << "";
+    }
+    fs::create_symlink("../more/x", directory_ + "t/link");
+    fs::create_directory_symlink("setup", directory_ + "linkedSetup");
+    fs::create_directory_symlink("t", directory_ + "linkedHome");
+    const struct {
+        std::string folders, home, name;
+        bool isReached;
+    } cases[] = {
+        {"", "t/", "in/x", true},
+        {"", "t/", "../t/in/../in/x", true},
+        {"", "linkedHome/", "in/x", true},
+        {"", "t/", "../setup/x", true},
+        {"", "t/", directory_ + "setup/x", true},
+        {"", "t/", "file://" + directory_ + "t/in/x", true},
+        {"", "t/", "../t2/x", false},  // only its name begins as the folder's does
+        {"", "t/", "link", false},
+        {"", "t/", "../more/x", false},
+        {"", "t/", "file:..%2Fmore/x", false},
+        {"", "t/", "/proc/self/environ", false},
+        {"", "", directory_ + "t/in/x", false},
+        {"", "", directory_ + "setup/x", true},
+        {directory_ + "more: /no", "t/", "link", true},
+        {directory_ + "more", "t/", "in/x", true},
+        {"none:" + directory_ + "more", "t/", "in/x", false},
+        {"none:" + directory_ + "more", "t/", "../more/x", true},
+        {"any", "t/", "../t2/x", true},
+    };
+    for (const auto& test : cases) {
+        ReachRules rules;
+        rules.setSetupFolder(directory_ + "linkedSetup");
+        rules.setFolders(test.folders);
+        const Reach reach(std::make_shared<const ReachRules>(rules));
+        const std::string home = test.home.empty() ? "" : directory_ + test.home;
+        ErrorCode code = ErrorCode::Internal;
+        try {
+            reachablePath({toUtf16(test.name), home, NamedBy::Template, home});
+        } catch (const EngineError& error) {
+            code = error.code();
+        }
+        EXPECT_EQ(code, test.isReached ? ErrorCode::Internal : ErrorCode::NotAllowed)
+            << test.folders << ' ' << test.home << ' ' << test.name;
+        EXPECT_NO_THROW(reachablePath({toUtf16(test.name), home})) << "the program";
+    }
+    ReachRules rules;
+    EXPECT_THROW(rules.setFolders("logos"), EngineError);
+    for (const char* wrong : {"10.0.0.0/33", "a b", "10.0.0.0/", "http://h"}) {
+        EXPECT_THROW(rules.setHosts(wrong), EngineError) << wrong;
+    }
+}
+
+TEST(Reach, PublicAddressesAndNamedHosts) {
+    const auto allows = [](const char* hosts, const char* text) {
+        ReachRules rules;
+        rules.setHosts(hosts);
+        sockaddr_in6 v6{};
+        sockaddr_in v4{};
+        v6.sin6_family = AF_INET6;
+        v4.sin_family = AF_INET;
+        if (::inet_pton(AF_INET, text, &v4.sin_addr) == 1) {
+            return rules.allowsAddress(reinterpret_cast<const sockaddr&>(v4));
+        }
+        if (::inet_pton(AF_INET6, text, &v6.sin6_addr) == 1) {
+            return rules.allowsAddress(reinterpret_cast<const sockaddr&>(v6));
+        }
+        return rules.allowsHost(text);
+    };
+    for (const char* yes : {"1.1.1.1", "100.63.255.255", "100.128.0.0", "172.32.0.1", "223.255.255.255",
+                            "2606:4700::1111", "::ffff:1.1.1.1", "64:ff9b::101:101", "2002:101:101::1"}) {
+        EXPECT_TRUE(allows("", yes)) << yes;
+        EXPECT_FALSE(allows("none", yes)) << yes;
+    }
+    for (const char* no : {"0.0.0.0",
+                           "10.255.255.255",
+                           "100.64.0.1",
+                           "127.0.0.2",
+                           "169.254.169.254",
+                           "172.31.255.255",
+                           "192.168.0.1",
+                           "198.19.0.1",
+                           "224.0.0.1",
+                           "255.255.255.255",
+                           "::",
+                           "::1",
+                           "::7f00:1",
+                           "fe80::1",
+                           "fd00::1",
+                           "ff02::1",
+                           "::ffff:10.0.0.1",
+                           "64:ff9b::a00:1",
+                           "64:ff9b:1::1",
+                           "2002:a00:1::1",
+                           "2001:0:1::1",
+                           "2001:db8::1",
+                           "intranet.example"}) {
+        EXPECT_FALSE(allows("", no)) << no;
+        EXPECT_TRUE(allows("any", no)) << no;
+    }
+    const char* const some = "Intranet.example, *.corp.example ,10.1.0.0/16,fd00::/8";
+    for (const char* yes : {"intranet.EXAMPLE", "intranet.example.", "a.b.corp.example", "10.1.255.1",
+                            "fd00::1", "::ffff:10.1.0.1", "64:ff9b::a01:1", "1.1.1.1"}) {
+        EXPECT_TRUE(allows(some, yes)) << yes;
+    }
+    for (const char* no : {"x.intranet.example", "corp.example", "xcorp.example", "10.2.0.1"}) {
+        EXPECT_FALSE(allows(some, no)) << no;
+    }
 }
 
 TEST(Suggestion, NamesTheNearestAndListsSome) {
