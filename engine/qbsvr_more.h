@@ -68,8 +68,8 @@ QBSVR_API int QBXSetBudget(const QBXBudget* budget);
 QBSVR_API int QBXReportSetBudget(quillbrook::tagQBReport* report, const QBXBudget* budget);
 
 // Cancels the export or load that the report is running, if any: that call soon fails with "cancelled" in the
-// log. Unlike all other functions, this one may be called while another thread uses the report, and also from
-// the report's own event handlers. The report must not be released meanwhile. Returns non-zero if something
+// log. Unlike all other functions, this one may be called while another thread uses the report. The report's
+// event handlers may call it, too. The report must not be released meanwhile. Returns non-zero if something
 // was running.
 QBSVR_API int QBXReportCancel(quillbrook::tagQBReport* report);
 

@@ -1,5 +1,5 @@
-// Names of files and web addresses, as templates and data have them. Each has a path or is refused with
-// EngineError, and moved to another folder it still means the same.
+// Names of files and web addresses, as in templates and data. Each has a path or is rejected with
+// EngineError; converted for another folder, it still refers to the same file.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

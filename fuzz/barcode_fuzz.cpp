@@ -1,4 +1,4 @@
-// The JSON request of a barcode. It is refused with EngineError, or drawn as SVG.
+// The JSON request of a barcode. It is rejected with EngineError, or drawn as SVG.
 #include <cstdint>
 #include <string_view>
 

@@ -1,5 +1,5 @@
-// Chart data as a program passes it, drawn. It is refused with EngineError and leaves the chart as it was, or it
-// is drawn in any kind and at any size.
+// Chart data as a program passes it. It is rejected with EngineError and leaves the chart unchanged, or it is
+// drawn as any kind of chart and at any size.
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>

@@ -1,6 +1,6 @@
-// The whole engine: a template and data into any document, within a small budget and without fetching anything.
-// The input is a letter for the kind of document, the template, and after the line "=== data" the data. It is
-// refused with EngineError, or it is a document that begins as its kind does.
+// The whole engine: a template and data become a document of any format, within a small budget and without
+// fetching. The input is a letter for the format, the template and, after the line "=== data", the data. It
+// is rejected with EngineError, or the document begins as its format requires.
 #include <array>
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// The bytes of a font file. They are no font, or every character that it has is embedded in a PDF.
+// The bytes of a font file. They are not a font, or every character of the font is embedded in a PDF.
 #include <hb.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const auto face = openFontFace("/proc/self/fd/" + std::to_string(descriptor), 0);
     if (!face) return 0;
     embed(*face);
-    // A process keeps its fonts; here there would be too many of them.
+    // A process keeps its fonts in memory; here there would be too many of them.
     hb_font_destroy(face->font);
     hb_face_destroy(face->face);
     ::munmap(const_cast<char*>(face->bytes.data()), face->bytes.size());

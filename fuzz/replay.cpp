@@ -1,5 +1,5 @@
-// Runs a fuzz target over its seeds, each of them whole and cut short: at every byte, or at some of them where
-// it is long.
+// Runs a fuzz target over its seeds, each of them complete and truncated: at every byte, or at some bytes of
+// a long one.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Bands with any geometry and texts, into the kind of cell document that the first byte names. None may fail,
-// and what is made again must be the same; some are.
+// Bands with any geometry and texts, written in the cell format that the first byte selects. None may fail;
+// some documents are made twice and must be the same.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -12,7 +12,7 @@ using namespace qbsvrl6;
 
 namespace {
 
-// Takes the input apart; at its end all is zero.
+// Reads values from the input; after its end, all are zero.
 class Source {
 public:
     Source(const std::uint8_t* data, std::size_t size) : data_(data), end_(data + size) {}

@@ -19,7 +19,7 @@ public:
     ReportWork(const ReportWork&) = delete;
     ReportWork& operator=(const ReportWork&) = delete;
 
-    // Ends the work on this report, if there is any. Safe from any thread: only the report's address is used.
+    // Cancels the work on this report, if any. Safe from any thread: only the report's address is used.
     // Returns whether there was any.
     static bool cancel(const Report* report);
 

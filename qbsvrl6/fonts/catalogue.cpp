@@ -90,8 +90,8 @@ using ConfigPtr = std::unique_ptr<FcConfig, ConfigDeleter>;
 using FontSetPtr = std::unique_ptr<FcFontSet, FontSetDeleter>;
 using CachePtr = std::unique_ptr<FcCache, CacheDeleter>;
 
-// fontconfig ends the process where it lacks memory, so that it is called with some at hand: in blocks below one
-// that keeps them from going back to the system when they are freed.
+// fontconfig ends the process if it runs out of memory. So this class reserves memory before it is called:
+// blocks that it then frees, below one that prevents their return to the system.
 class MemoryAtHand {
 public:
     MemoryAtHand() {
@@ -111,8 +111,8 @@ Pointer required(Pointer pointer) {
     return pointer;
 }
 
-// The patterns of the fonts in some directories and in those below them. fontconfig's own walk passes over
-// whatever it fails to open, so that a moment without descriptors or memory would look like fewer fonts.
+// The patterns of the fonts in some directories and their subdirectories. fontconfig's own walk skips
+// directories that it can't open: a shortage of descriptors or memory would look like fewer fonts.
 class DirectoryWalk {
 public:
     explicit DirectoryWalk(FcConfig* config) : config_(config) {
@@ -126,7 +126,7 @@ public:
         for (const FontSetPtr& set : sets_) all.insert(all.end(), set->fonts, set->fonts + set->nfont);
         return all;
     }
-    // From here on the patterns live as long as the process.
+    // From here on, the patterns live as long as the process.
     void keepForGood() {
         for (FontSetPtr& set : sets_) static_cast<void>(set.release());
     }
@@ -142,8 +142,8 @@ private:
             if (isShortage(errno)) fail(path);
             return;
         }
-        if (!visited_.emplace(status.st_dev, status.st_ino).second) return;  // links may lead round
-        // The second attempt lists the directory anew, where no list of it was saved.
+        if (!visited_.emplace(status.st_dev, status.st_ino).second) return;  // links may form a circle
+        // The second attempt lists the directory again if no list of it was saved.
         CachePtr list(FcDirCacheLoad(directory, config_, nullptr));
         if (list == nullptr) list.reset(FcDirCacheRead(directory, FcFalse, config_));
         if (list == nullptr) fail(path);
@@ -183,13 +183,13 @@ int mismatch(const InstalledFace& face, bool bold, bool italic) {
 
 FontCatalogue::FontCatalogue() {
     const MemoryAtHand memory;
-    // A configuration that the user names is the one to use.
+    // If the user names a configuration, it is used.
     if (::secure_getenv("FONTCONFIG_FILE") == nullptr) {
         const ConfigPtr config = withEnoughMemory(directoriesOnly);
         read(config.get());
     }
     if (!faces_.empty()) return;
-    // Fonts in places that only the configuration knows.
+    // Fonts in directories that only the configuration names.
     const ConfigPtr config(required(FcInitLoadConfig()));
     read(config.get());
 }

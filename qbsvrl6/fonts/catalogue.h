@@ -23,7 +23,7 @@ struct InstalledFace {
 
 class FontCatalogue {
 public:
-    // Reads the list of fonts. Raises MachineError or std::bad_alloc where it can't be read completely.
+    // Reads the list of fonts. Raises MachineError or std::bad_alloc if it can't be read completely.
     FontCatalogue();
 
     bool empty() const { return faces_.empty(); }

@@ -39,7 +39,7 @@ class CharacterTable {
 public:
     explicit CharacterTable(const FontSet& fonts) : fonts_(fonts) {}
 
-    // `runs` is the thread's.
+    // `runs` belongs to the thread.
     const PlainCharacter& character(char16_t unit, RunShaper& runs) {
         std::unique_ptr<Page>& page = pages_[unit >> 8];
         if (page == nullptr) page = std::make_unique<Page>();

@@ -20,11 +20,11 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The bytes of a file, in memory while it lives or for good.
+// The bytes of a file, mapped during its lifetime or for the life of the process.
 class MappedFile {
 public:
-    // Without bytes where the file can't be read. Raises MachineError for a shortage, which says nothing of the
-    // file.
+    // Empty if the file can't be read. Raises MachineError for a shortage, which does not mean that the file
+    // is bad.
     explicit MappedFile(const std::string& file) {
         const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
         struct stat status {};
@@ -120,8 +120,8 @@ void readTables(FontFace& face) {
 
 bool hasTable(hb_face_t* face, hb_tag_t tag) { return !FontTable(face, tag).empty(); }
 
-// HarfBuzz reads each table when it is first needed, and one that memory was lacking for stays empty. So all
-// that shaping needs is read here.
+// HarfBuzz reads a table when it first needs it, and if memory runs out then, the table stays empty. So all
+// tables that shaping needs are read here.
 void readAhead(const FontFace& face) {
     hb_face_get_glyph_count(face.face);
     hb_codepoint_t glyph = 0;
@@ -135,7 +135,7 @@ void readAhead(const FontFace& face) {
     hb_shape_plan_destroy(hb_shape_plan_create(face.face, &properties, nullptr, 0, nullptr));
 }
 
-// Null where the bytes hold no such face.
+// Null if the bytes have no such face.
 std::unique_ptr<const FontFace> readFace(const std::string& file, int index, std::string_view bytes) {
     auto face = std::make_unique<FontFace>();
     face->file = file;

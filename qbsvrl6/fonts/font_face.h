@@ -10,12 +10,12 @@
 namespace qbsvrl6 {
 
 // Maps the file and reads the properties of the face. The file stays mapped: faces live as long as the
-// process. Returns null if the file can't be read or has no such face. Raises MachineError or std::bad_alloc if
-// the machine lacks what that takes.
+// process. Returns null if the file can't be read or has no such face. Raises MachineError or std::bad_alloc
+// if descriptors or memory run out.
 std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index);
 
-// Widths by the class of a character, for machines without fonts: enough for documents that readers draw with
-// fonts of their own. Its face has no file.
+// A face for machines without fonts: it has no file, only widths by the class of a character. That is enough
+// for documents that readers draw with their own fonts.
 std::unique_ptr<const FontFace> makeBuiltInFace();
 
 // The vertical metrics of lines in the face, in ems.

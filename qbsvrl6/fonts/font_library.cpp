@@ -126,7 +126,7 @@ private:
         return true;
     }
 
-    // Null where the file holds no such face, which is remembered.
+    // Null if the file has no such face; this is remembered.
     const FontFace* open(const InstalledFace& installed) {
         const std::pair key(installed.file, installed.index);
         if (const auto known = faces_.find(key); known != faces_.end()) return known->second.face.get();

@@ -26,7 +26,7 @@ struct FontFace {
     int index = 0;  // in a collection
     std::string postScriptName;
     std::string familyName;
-    std::string_view bytes;     // the whole mapped file; none: only widths are known
+    std::string_view bytes;     // the whole mapped file; empty: only widths are known
     hb_face_t* face = nullptr;  // made immutable
     hb_font_t* font = nullptr;  // at unitsPerEm, made immutable
     unsigned unitsPerEm = 1000;
@@ -63,10 +63,10 @@ struct FontSet {
 // Resolves a family: to itself if it is installed, or else to its substitute in the table of aliases ("宋体"
 // and "SimSun", "黑体", "楷体", "仿宋", "微软雅黑", "Arial" ...), or else to a family that the words in its name
 // suggest; followed by the machine's fonts for Chinese and for symbols. The process caches results under a
-// lock; each thread caches them again, to avoid the lock. A replaced family is logged once. If the machine has
-// no usable font at all, the face has widths only. Raises MachineError or std::bad_alloc if a font can't be
-// opened now: another typeface must not appear by chance. If a language is given, ideographs have its forms in
-// any text.
+// lock; each thread caches them again, to avoid the lock. A replaced family is logged once. If the machine
+// has no usable font at all, the face has only widths. Raises MachineError or std::bad_alloc if a font can't
+// be opened at the moment, rather than use another typeface by chance. If a language is given, ideographs
+// have its forms in any text.
 const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic,
                            TextLanguage language = TextLanguage::Unknown);
 

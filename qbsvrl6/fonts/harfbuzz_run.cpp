@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::size_t kKeptPlans = 256;
 
-// HarfBuzz makes tables for the whole process when it first needs them, and empty ones stay if memory was
-// lacking. They are made while the library is loaded, which itself can't succeed without memory.
+// HarfBuzz makes tables for the whole process when it first needs them; if memory runs out then, they stay
+// empty. So they are made while the library is loaded, which fails without memory.
 [[maybe_unused]] const bool kProcessTables = [] {
     hb_font_destroy(hb_font_create(hb_face_get_empty()));
     hb_buffer_destroy(hb_buffer_create());

@@ -1,4 +1,4 @@
-// Runs of one face, shaped by HarfBuzz.
+// Shapes runs of one face with HarfBuzz.
 #ifndef QBSVR_QBSVRL6_FONTS_HARFBUZZ_RUN_H
 #define QBSVR_QBSVRL6_FONTS_HARFBUZZ_RUN_H
 
@@ -14,14 +14,15 @@
 
 namespace qbsvrl6 {
 
-// What HarfBuzz needs for runs, kept by a thread. Plans are its own: those that HarfBuzz keeps with a face stay
-// there even if they were made for want of memory.
+// A thread's objects for shaping with HarfBuzz. It has its own plans: HarfBuzz would also keep plans with a
+// face that are incomplete because memory ran out.
 class RunShaper {
 public:
     RunShaper();
 
-    // Shapes the units [first, first + count) of a line in one face, with the rest of the line as context, and
-    // appends the glyphs. Control characters must have been replaced. A language that isn't known is Chinese.
+    // Shapes the units [first, first + count) of a line in one face, with the rest of the line as context,
+    // and appends the glyphs. Control characters must have been replaced. An unknown language counts as
+    // Chinese.
     void shape(const FontFace& face, std::u16string_view line, std::size_t first, std::size_t count,
                hb_direction_t direction, std::vector<Glyph>& glyphs,
                TextLanguage language = TextLanguage::Unknown);

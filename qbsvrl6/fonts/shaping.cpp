@@ -204,7 +204,7 @@ ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirectio
     CachedText& slot = state.slot(fonts, text);
     if (slot.fonts == &fonts && slot.base == base && slot.language == language && slot.text == text)
         return slot.shaped;
-    slot.fonts = nullptr;  // no text's, should memory be lacking
+    slot.fonts = nullptr;  // the slot is empty if an allocation fails
     slot.text.assign(text);
     slot.shaped = shapeNow();
     slot.fonts = &fonts;

@@ -84,7 +84,7 @@ private:
     const ReportInstance instance_;
     RowView& view_;
     EvaluatedText evaluated_;
-    // Of the band under way.
+    // For the current band.
     std::vector<UnplacedItem> unplacedItems_;
     std::vector<Micrometres> lineHeights_;
     std::vector<Micrometres> lineTops_;

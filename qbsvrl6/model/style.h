@@ -32,7 +32,7 @@ struct BorderLine {
 
 struct Border {
     BorderLine left, top, right, bottom;
-    // As one block of memory: cells compare theirs with that of the row above.
+    // Compared as one block of memory, for speed: each cell is compared with the row above.
     bool operator==(const Border& other) const { return std::memcmp(this, &other, sizeof other) == 0; }
 };
 static_assert(std::has_unique_object_representations_v<Border>);

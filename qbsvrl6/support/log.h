@@ -5,8 +5,9 @@
 // qbsvrl6.log.1. It is never opened through a symbolic link. Safe from any thread and in several processes at
 // once; logging never fails the caller.
 //
-// A subject (below) writes few lines of each kind, and at its end the number of the others: data with a hundred
-// thousand wrong pictures must not fill a disk. Lines are of one kind if one statement of the source logs them.
+// A subject (below) logs only a few lines of each kind, and at its end the number of the others: data with a
+// hundred thousand bad pictures must not fill the disk. Lines are of the same kind if the same source line
+// logs them.
 #ifndef QBSVR_QBSVRL6_SUPPORT_LOG_H
 #define QBSVR_QBSVRL6_SUPPORT_LOG_H
 
@@ -58,7 +59,7 @@ public:
     // Whether the message is new for this subject.
     bool isNew(std::string_view message);
 
-    // Counts a line of the kind. False if there were enough.
+    // Counts a line of the kind. Returns false if there were enough already.
     bool hasRoomFor(const LogKind& kind, std::string_view message);
 
 private:

@@ -77,7 +77,7 @@ std::string wholeFontBytes(const FontFace& face) {
     });
 }
 
-// Without bytes where the subsetter can't.
+// Empty if the subsetter fails.
 EmbeddedFont cutDown(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
     // The subsetter adds glyphs that any table refers to, and searches the whole character map for them.
     // Without that map and the layout tables, it takes a third of the time.

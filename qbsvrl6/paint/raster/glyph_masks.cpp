@@ -62,7 +62,7 @@ public:
         if (found != masks_.end()) return found->second;
         GlyphMask mask = withEnoughMemory([&] {
             GlyphMask drawn = draw(key);
-            if (errno == ENOMEM) forgetFaces();  // FreeType goes on without parts that it could not make
+            if (errno == ENOMEM) forgetFaces();  // FreeType continues without the parts that failed
             return drawn;
         });
         bytes_ += mask.coverage.size() + sizeof(GlyphMask);

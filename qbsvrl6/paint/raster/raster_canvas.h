@@ -45,7 +45,7 @@ public:
     // Draws on `page`, which already has its pixels.
     RasterCanvas(PixelPage& page, double resolution, DecodedPictures& pictures);
 
-    // Raises std::bad_alloc where memory was lacking for what has been drawn: cairo goes on without it.
+    // Raises std::bad_alloc if memory ran out while drawing: cairo continues without it.
     void finish();
 
     void fill(const Rect& rect, Color color) override;
