@@ -10,10 +10,10 @@
 
 namespace qbsvrl6 {
 
-// Returns the result of an attempt in which every allocation succeeded; raises std::bad_alloc after two other
-// attempts. Each attempt must start from the beginning and make no system call that can fail. The second one
-// is for allocators that set errno and then find memory elsewhere. Without memory, an EngineError is not an
-// error of the input and is not passed on.
+// Returns the result of an attempt in which every allocation succeeded; raises std::bad_alloc if allocations
+// fail in two attempts. Each attempt must start from the beginning and make no system call that can fail. The
+// second one is for allocators that set errno and then find memory elsewhere. An EngineError of an attempt
+// without enough memory does not mean an error in the input, and is not passed on.
 template <class Step>
 auto withEnoughMemory(Step step) {
     const int before = errno;  // steps may be nested

@@ -1,8 +1,9 @@
-// Makes documents, including the formats that no batch makes: make_documents SETUP OUT texts: of all samples
-// HTM, RTF, TXT and CSV in the three layouts, and PDF make_documents SETUP OUT workbooks: of all samples XLS
-// and XLSX in the three layouts, and PDF make_documents SETUP OUT formats: of all samples every format, in
-// the environment's locale make_documents SETUP OUT TEMPLATE DATA: OUT.htm, OUT.rtf, OUT.txt and OUT.csv of
-// one report
+// Makes documents, including the formats that no batch makes:
+//
+//     make_documents SETUP OUT texts        of all samples, HTM, RTF, TXT and CSV in the three layouts, and PDF
+//     make_documents SETUP OUT workbooks    of all samples, XLS and XLSX in the three layouts, and PDF
+//     make_documents SETUP OUT formats      of all samples, every format, in the environment's locale
+//     make_documents SETUP OUT TEMPLATE DATA    OUT.htm, OUT.rtf, OUT.txt and OUT.csv of one report
 #include <clocale>
 #include <cstring>
 #include <string_view>

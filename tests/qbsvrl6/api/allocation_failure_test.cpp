@@ -1,5 +1,5 @@
-// The n-th allocation of a call fails, for every n: the call gives its failure value or succeeds, nothing
-// leaks (the leak checker watches), and the report works afterwards.
+// The n-th allocation of a call fails, for every n: the call returns its failure value or succeeds, nothing
+// leaks (the leak checker detects it), and the report works afterwards.
 #include <cstdlib>
 #include <new>
 
@@ -32,7 +32,7 @@ void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); 
 namespace api_test {
 namespace {
 
-// Calls `action` with ever more allocations until it gets all that it wants.
+// Calls `action` with one more allowed allocation each time, until it needs no more.
 template <class Action>
 void failEachAllocation(const char* what, Action&& action) {
     for (long allowed = 0;; ++allowed) {

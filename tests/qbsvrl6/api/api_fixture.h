@@ -1,5 +1,4 @@
-// A scratch directory with a small report and its data, and the engine's log in it. It is the working
-// directory.
+// A scratch directory with a small report, its data and the engine's log. It is the working directory.
 #ifndef QBSVR_TESTS_QBSVRL6_API_API_FIXTURE_H
 #define QBSVR_TESTS_QBSVRL6_API_API_FIXTURE_H
 
@@ -18,8 +17,8 @@ using namespace quillbrook;
 std::u16string wide(const std::string& utf8);
 std::string narrow(const lkchar* text);
 
-// A template over "list.txt" that has something of all that a page shows, and is small: tests export it as often as
-// it allocates.
+// A template over "list.txt" with every type of content, and small: tests export it once per allocation that it
+// makes.
 extern const char* const kEverything;
 
 // "list.qbf" has a detail grid over "list.txt", a chart, and a sub-report with a chart; "bare.qbf" has no

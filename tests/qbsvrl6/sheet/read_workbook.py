@@ -1,4 +1,4 @@
-"""Prints what a spreadsheet program sees in a workbook, one fact a line: python3 read_workbook.py FILE"""
+"""Prints what a spreadsheet program reads from a workbook, one fact per line: python3 read_workbook.py FILE"""
 import datetime
 import html
 import re
