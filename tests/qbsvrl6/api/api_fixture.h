@@ -17,8 +17,8 @@ using namespace quillbrook;
 std::u16string wide(const std::string& utf8);
 std::string narrow(const lkchar* text);
 
-// A template over "list.txt" with every type of content, and small: tests export it once per allocation that it
-// makes.
+// A template over "list.txt" with every type of content, and small: tests export it once per allocation that
+// it makes.
 extern const char* const kEverything;
 
 // "list.qbf" has a detail grid over "list.txt", a chart, and a sub-report with a chart; "bare.qbf" has no
