@@ -33,15 +33,15 @@
 // in the engine's log (see QBInitConfig).
 //
 // Null and invalid values. Every function accepts a null handle, does nothing, and returns null, zero or the
-// empty text. A handle of an object that is gone is treated as null, and so is a handle of another type; if the
-// address of the object is in use again, the handle is that of the new object. A null text argument is the
-// empty text. Values outside an enumeration are ignored unless the function says otherwise.
+// empty text. The handle of a destroyed object is treated as null, as is a handle of another type; if the
+// object's address has been reused, the handle refers to the new object. A null text argument is the empty
+// text. Values outside an enumeration are ignored unless the function says otherwise.
 //
 // Paths. A relative path that a program passes (a template, data, output, a query, the background picture)
 // starts from the working directory. A relative path inside a template, or in a field that names a picture,
 // starts from the template's folder. No other folder is searched. A `url` argument and a query are a path, or
-// a file:, http: or https: address. What a program passes leads anywhere; where names in templates and data may
-// lead is explained in docs/trust.md.
+// a file:, http: or https: address. Names from a program may refer to anything; docs/trust.md explains what
+// names in templates and data may refer to.
 //
 // Threads. Different reports may be used on different threads at the same time, including creation and
 // release. One report, with everything that belongs to it, must be used by one thread at a time.

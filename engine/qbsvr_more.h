@@ -41,10 +41,10 @@ struct QBXBudget {
     uint64_t documentBytes;      // clamped to INT32_MAX, since results have sizes of type int
 };
 
-// Which files and web addresses the names in templates and data lead to, in the syntax of the settings file
-// (docs/trust.md). Paths and addresses that a program passes lead anywhere.
+// The files and web addresses that names in templates and data may refer to, in the syntax of the settings
+// file (docs/trust.md). Names from a program may refer to anything.
 //
-// Null keeps a list as it is; the empty text is the default.
+// A null list is taken from the settings that apply otherwise; the empty text is the default.
 struct QBXReach {
     uint64_t size;                      // sizeof(QBXReach)
     const quillbrook::lkchar* folders;  // "/srv/logos:/srv/data"
@@ -73,15 +73,16 @@ QBSVR_API int QBXReportSetBudget(quillbrook::tagQBReport* report, const QBXBudge
 // was running.
 QBSVR_API int QBXReportCancel(quillbrook::tagQBReport* report);
 
-// Sets the reach of all reports without their own, for exports that begin later. Null, or a null list, restores
-// the settings file's. Returns zero, and changes nothing, if an entry is invalid (the log names it).
+// Sets the reach of all reports without their own, for exports that begin later. Null, or a null list,
+// restores that of the settings file. Returns zero, and changes nothing, if an entry is invalid (the log
+// names it).
 QBSVR_API int QBXSetReach(const QBXReach* reach);
 
 // Sets the reach of one report; a null list is copied from the reach of the process at this moment. Null removes
 // the report's reach. Returns zero on failure.
 QBSVR_API int QBXReportSetReach(quillbrook::tagQBReport* report, const QBXReach* reach);
 
-// Sets an option of an export by its name. Returns zero for an unknown name or value.
+// Sets an option of an export by its name. Returns zero for an unknown name or an invalid value.
 //
 //     csv.defuse  yes or no: in CSV, an apostrophe is put before texts that a spreadsheet would calculate, such
 //                 as "=1+1". If it is not set, the template and the settings file decide.

@@ -1,4 +1,5 @@
-// Which handles programs have been given, so that those of what is gone, or of another type, read as null.
+// The set of handles that programs have received, so that handles of destroyed objects, or of another type,
+// read as null.
 #ifndef QBSVR_QBSVRL6_API_KNOWN_HANDLES_H
 #define QBSVR_QBSVRL6_API_KNOWN_HANDLES_H
 
@@ -18,7 +19,7 @@ struct KnownHandle {
 // the lists below; threads rarely wait for each other's locks.
 Runtime* ownerOfHandle(KnownHandle handle) noexcept;
 
-// Handles that end together. They are known as long as the list has them.
+// Handles that become invalid together. They are known as long as they are in the list.
 class HandleList {
 public:
     explicit HandleList(Runtime& owner) : owner_(owner) {}

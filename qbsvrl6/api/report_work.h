@@ -19,8 +19,8 @@ public:
     ReportWork(const ReportWork&) = delete;
     ReportWork& operator=(const ReportWork&) = delete;
 
-    // Cancels the work on this report, if any. Safe from any thread: only the report's address is used.
-    // Returns whether there was any.
+    // Cancels the work on this report, if any. May be called on any thread: it uses only the report's
+    // address. Returns whether there was any.
     static bool cancel(const Report* report);
 
 private:

@@ -36,7 +36,7 @@ public:
     RowRange rowsOf(Scope scope, std::size_t row) const {
         return rows_.group(scope.kind == ScopeKind::Group ? scope.level : -1, row);
     }
-    // For messages: the row of the table, from 0; none without rows.
+    // The row in the table, from 0, for messages; none without rows.
     std::optional<std::size_t> tableRow(const Position& position) const {
         if (position.row >= rows_.count()) return std::nullopt;
         return rows_.tableRow(position.row);

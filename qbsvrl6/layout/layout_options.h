@@ -8,7 +8,7 @@
 
 namespace qbsvrl6 {
 
-// The links that a format holds.
+// The links that a format supports.
 struct LinkRules {
     std::size_t maxUnits = 65'536;  // of an address, in UTF-16; 0: the format has no links
     bool inner = true;              // "#name" leads to a place in the document

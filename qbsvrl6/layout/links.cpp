@@ -20,8 +20,8 @@ bool hasAllowedScheme(std::u16string_view address) {
                        [&](std::u16string_view scheme) { return startsIgnoringCase(address, scheme); });
 }
 
-// Programs that open documents drop spaces before a scheme and read "\" as "/": "//host" and "/\host" would be
-// a share.
+// Programs that open documents ignore spaces before a scheme and read "\" as "/": "//host" and "/\host" would
+// be network shares.
 bool isRelativeLink(std::u16string_view address) {
     const std::u16string_view first = address.substr(0, address.find_first_of(u"/?#"));
     const std::u16string_view path = address.substr(0, address.find_first_of(u"?#"));

@@ -1,5 +1,5 @@
-// The links of texts, filtered before any sink sees them: data names them, and whoever opens the document
-// follows them.
+// Filters the links of texts before any sink receives them: they come from data, and the readers of documents
+// follow them.
 #ifndef QBSVR_QBSVRL6_LAYOUT_LINKS_H
 #define QBSVR_QBSVRL6_LAYOUT_LINKS_H
 
@@ -11,14 +11,14 @@
 namespace qbsvrl6 {
 
 struct CheckedLink {
-    std::u16string address;         // as documents write it; empty: none
-    const char* refusal = nullptr;  // why there is none, for the log; null: nothing is refused
+    std::u16string address;         // as it is written in documents; empty: none
+    const char* refusal = nullptr;  // the cause if it is rejected, for the log; null: it is not
 };
 
-// Allowed are http:, https:, mailto: and tel:, places in the document ("#totals") and relative addresses.
-// Everything else could start a program or leak the reader's name: other schemes however they are hidden,
-// shares of another machine, control characters. What no address can hold is written as "%20"; an address
-// that is then too long for the format is refused, never cut.
+// Allows http:, https:, mailto: and tel:, places in the document ("#totals") and relative addresses. All
+// other links could start a program or reveal the reader's identity: other schemes, even disguised ones,
+// network shares, and control characters. Characters that are not valid in addresses are written like "%20";
+// an address that is then too long for the format is rejected, never cut.
 CheckedLink checkLink(std::u16string_view address, const LinkRules& rules);
 
 }  // namespace qbsvrl6

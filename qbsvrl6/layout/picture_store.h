@@ -17,7 +17,7 @@
 
 namespace qbsvrl6 {
 
-// Where a picture is named, for the log.
+// The position where a picture is named, for the log.
 struct PictureSite {
     TextPosition position = {};
     std::optional<std::size_t> row = {};  // of the data
@@ -25,9 +25,9 @@ struct PictureSite {
 
 class PictureStore {
 public:
-    // `source` is a path or URL, a "data:" URL, or the Base64 text of a PNG or JPEG file; `start` has no name:
-    // a relative path starts in its folder. Null, with a line in the log, if it can't be read or is out of
-    // reach; the same source is then not tried again. Raises EngineError when the export has to end.
+    // `source` is a path or URL, a "data:" URL, or the Base64 text of a PNG or JPEG file; `start` has no
+    // name: a relative path starts at its folder. Null, with a line in the log, if it can't be read or is out
+    // of reach; the same source is then not tried again. Raises EngineError if the export must end.
     std::shared_ptr<const Picture> find(std::u16string_view source, const Address& start,
                                         const PictureSite& site);
 

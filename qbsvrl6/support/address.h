@@ -9,7 +9,7 @@
 
 namespace qbsvrl6 {
 
-// Who is trusted with what: reach.h.
+// reach.h decides which addresses are allowed.
 enum class NamedBy { Program, Template, Data };
 
 struct Address {

@@ -51,7 +51,7 @@ public:
 
     ErrorCode code() const { return code_; }
     const SourcePlace& place() const { return place_; }
-    // Whether the export ends where other errors only leave a picture out.
+    // Whether the error ends the export even where other errors only leave out a picture.
     bool endsExport() const { return code_ == ErrorCode::BudgetExceeded || code_ == ErrorCode::Cancelled; }
 
 private:

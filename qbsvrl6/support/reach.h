@@ -1,9 +1,8 @@
-// Reach: which files and web addresses a name leads to. This is the one place where that is decided, for data,
-// pictures and backgrounds alike.
+// Decides which files and web addresses a name may refer to, for data, pictures and backgrounds alike.
 //
-// Names of the program go anywhere. Names of templates and data lead to files below the template's folder and
-// the set-up folder, symbolic links resolved, and to web addresses whose host has a public address. Settings
-// and programs allow more or less.
+// Names from the program may refer to anything. Names from templates and data may refer to files below the
+// template's folder and the set-up folder, with symbolic links resolved, and to web addresses whose host has
+// a public IP address. Settings and programs can allow more or less.
 #ifndef QBSVR_QBSVRL6_SUPPORT_REACH_H
 #define QBSVR_QBSVRL6_SUPPORT_REACH_H
 
@@ -21,7 +20,7 @@ struct sockaddr;
 
 namespace qbsvrl6 {
 
-// An address of IPv6, or one of IPv4 in its last 4 bytes after ten bytes 0 and two bytes 0xFF.
+// An IPv6 address, or an IPv4 address in its mapped form: ten bytes 0, two bytes 0xFF, then its four bytes.
 using IpAddress = std::array<std::uint8_t, 16>;
 
 // The addresses that share their first `bits` bits.
@@ -32,26 +31,26 @@ struct IpNetwork {
     bool contains(const IpAddress& address) const;
 };
 
-// What names of templates and data reach.
+// What names from templates and data may refer to.
 class ReachRules {
 public:
-    // Nothing is below a folder that does not exist. Empty: none.
+    // No file is below a folder that does not exist. Empty: none.
     void setSetupFolder(const std::string& folder);
 
-    // The folders (UTF-8) besides the template's and the set-up folder, separated by ":". "none" takes those
-    // two away, "any" allows every file. Raises EngineError for a relative path.
+    // Folders (UTF-8) in addition to the template's and the set-up folder, separated by ":". "none" excludes
+    // these two, "any" allows every file. Raises EngineError for a relative path.
     void setFolders(std::string_view list);
 
-    // What is reached besides public addresses, separated by commas: names of hosts ("intranet.example",
-    // "*.example"), addresses and networks ("10.1.0.0/16"). "none" takes the public addresses away, "any"
-    // allows every address. Raises EngineError for anything else.
+    // Hosts in addition to public addresses, separated by commas: host names ("intranet.example",
+    // "*.example"), addresses and networks ("10.1.0.0/16"). "none" excludes public addresses, "any" allows
+    // every address. Raises EngineError for anything else.
     void setHosts(std::string_view list);
 
-    // Whether the name alone suffices, whatever its address is.
+    // Whether the host is allowed by its name, whatever its address is.
     bool allowsHost(std::string_view host) const;
     bool allowsAddress(const sockaddr& address) const;
     bool allowsAnyHost() const { return anyHost_; }
-    // What a host that is not allowed breaks, for messages.
+    // The rule that a rejected host violates, for messages.
     std::string hostRule() const;
 
 private:
@@ -67,7 +66,7 @@ private:
     std::vector<IpNetwork> networks_;
 };
 
-// What the work on a report reaches. It is found by its thread; the innermost one counts.
+// The rules for the current work on a report. It is found by thread; the innermost object applies.
 class Reach {
 public:
     explicit Reach(std::shared_ptr<const ReachRules> rules);
@@ -75,12 +74,12 @@ public:
     Reach(const Reach&) = delete;
     Reach& operator=(const Reach&) = delete;
 
-    // Null where no work is done on the thread.
+    // Null if there is no work on the thread.
     static Reach* current() noexcept;
-    // The default ones where no work is done on the thread.
+    // The default rules if there is no work on the thread.
     static std::shared_ptr<const ReachRules> currentRules();
 
-    // Hosts that let a request wait in vain: the same work asks them nothing further.
+    // Hosts that did not answer a request. The same work does not ask them again.
     std::set<std::string>& silentHosts() { return silentHosts_; }
 
 private:
@@ -89,8 +88,8 @@ private:
     Reach* outer_;
 };
 
-// The path to open for a local address; empty for http: and https:. For names of templates and data it has no
-// symbolic links. Raises EngineError: NotAllowed out of reach, and as localPath.
+// The path to open for a local address; empty for http: and https:. For names from templates and data, it has
+// no symbolic links. Raises EngineError: NotAllowed if the file is out of reach, otherwise as localPath does.
 std::string reachablePath(const Address& address);
 
 }  // namespace qbsvrl6
