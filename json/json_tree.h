@@ -1,4 +1,4 @@
-// JSON documents as trees: parsed in one pass, looked up by name, built by hand, written back.
+// JSON documents as trees: parsed in one pass, looked up by name, built in code, written back.
 //
 //     ClkObjectJson json;
 //     json.Parse(text.c_str(), static_cast<int>(text.size()));

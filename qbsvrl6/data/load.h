@@ -21,9 +21,9 @@ std::string fetch(const Address& address, std::size_t maxBytes);
 // An element that is not an object has the single column "value"; an array within a row is its JSON text.
 //
 // XML: elements that repeat a name are rows of a table of that name, as is a single element that has leaves
-// and isn't the root. The columns of a row are its attributes and child elements, "outer.inner" if they are
-// nested. Single leaf elements below the root are parameters, as are attributes outside of rows. All values
-// are text.
+// or attributes and isn't the root. The columns of a row are its attributes and child elements, "outer.inner"
+// if they are nested. Single leaf elements below the root are parameters, as are attributes outside of rows.
+// All values are text.
 //
 // The encoding is UTF-8, UTF-16 with a byte order mark, or one that the XML declaration names: GB18030, GBK,
 // GB2312, Big5, Latin-1. `origin` names the source in messages. Raises EngineError with line and column for

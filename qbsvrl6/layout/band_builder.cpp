@@ -227,7 +227,8 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
     return height;
 }
 
-// Whether the text has no width to be drawn in. Columns without width are hidden on purpose.
+// Whether a text that should be visible has no width to be drawn in. Columns without width are hidden on
+// purpose.
 bool BandBuilder::hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const {
     const bool isHidden =
         unplaced.item.box.width == 0 && (unplaced.item.column >= 0 || unplaced.control->offPaper > 0);
