@@ -146,11 +146,16 @@ std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
 // Ends an export whose document or time grows beyond its budget.
 class BudgetGuard : public PageSink {
 public:
-    BudgetGuard(std::unique_ptr<PageSink> sink, const std::string& output)
-        : sink_(std::move(sink)), output_(output) {}
-    void beginPage(const PageInfo& page) override { sink_->beginPage(page); }
+    BudgetGuard(std::unique_ptr<PageSink> sink, const std::string& output, bool paged)
+        : sink_(std::move(sink)), output_(output), paged_(paged) {}
+    void beginPage(const PageInfo& page) override {
+        items_ = 0;
+        sink_->beginPage(page);
+    }
     void band(Band&& band, Micrometres x, Micrometres y) override {
-        checkFigure(&Budget::pageItems, band.items.size(), "one band");
+        // One table that runs on has no pages to fill.
+        items_ = band.items.size() + (paged_ ? items_ : 0);
+        checkFigure(&Budget::pageItems, items_, paged_ ? "one page" : "one band");
         sink_->band(std::move(band), x, y);
     }
     void endPage() override {
@@ -170,6 +175,8 @@ private:
 
     std::unique_ptr<PageSink> sink_;
     const std::string& output_;
+    bool paged_;
+    std::size_t items_ = 0;  // of the page or band
 };
 
 std::string makeDocument(Report& report, const ExportOptions& options,
@@ -184,7 +191,7 @@ std::string makeDocument(Report& report, const ExportOptions& options,
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
     std::string output;
-    BudgetGuard sink(makeSink(job, output), output);
+    BudgetGuard sink(makeSink(job, output), output, job.layout.paged);
     const ReportData data = collectData(report);
     ChartDataRestorer restorer;
     requestChartData(report, nullptr, restorer);

@@ -53,7 +53,7 @@ TEST_F(BudgetTest, EndsAnExportAtEachFigureAndIsForgotten) {
     const Case cases[] = {
         {&QBXBudget::wallMilliseconds, 1, QBExportType_CSV, "the budget wall-time of 1 ms is used up"},
         {&QBXBudget::pages, 2, QBExportType_PDF, "the budget pages of 2 is used up"},
-        {&QBXBudget::pageItems, 1, QBExportType_PDF, "the budget page-items of 1 is used up at one band"},
+        {&QBXBudget::pageItems, 1, QBExportType_PDF, "the budget page-items of 1 is used up at one page"},
         {&QBXBudget::documentBytes, 100, QBExportType_CSV,
          "the budget document-size of 100 bytes is used up"},
     };
