@@ -7,12 +7,15 @@
 //     --- view
 //     the expected text; there may be several views
 //
+// A view may also be lines "input => what comes out", with comments between them: see eachLine.
+//
 // With QBSVR_UPDATE_TESTS=1 in the environment, tests write what comes out instead of comparing it.
 #ifndef QBSVR_TESTS_CASES_H
 #define QBSVR_TESTS_CASES_H
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -70,6 +73,21 @@ inline void expectCases(const std::filesystem::path& file,
         }
     }
     if (updatesTests()) std::ofstream(file, std::ios::binary) << updated.str();
+}
+
+// The lines of the case's only view, with what `make` gives for the input in each; "// ..." is a comment.
+inline std::string eachLine(const TextCase& one, const std::function<std::string(const std::string&)>& make) {
+    std::string lines;
+    std::istringstream in(one.views.front().second);
+    for (std::string line; std::getline(in, line);) {
+        if (!line.starts_with("// ")) {
+            line.resize(std::min(line.find(" =>"), line.size()));
+            const std::string output = make(line);
+            line += output.empty() ? " =>" : " => " + output;
+        }
+        lines += line + "\n";
+    }
+    return lines;
 }
 
 }  // namespace qbsvrl6
