@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "qbsvrl6/api/drawings.h"
@@ -214,6 +215,8 @@ std::string aboutTemplate(const Runtime& runtime, Export run) {
                                             : subject.with(error.what()));
     } catch (const MachineError& error) {
         throw MachineError(subject.with(error.what()));
+    } catch (const std::bad_alloc&) {
+        throw MachineError(subject.with("out of memory"));
     }
 }
 

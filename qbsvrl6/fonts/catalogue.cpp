@@ -137,12 +137,12 @@ private:
         const FcChar8* const root = FcConfigGetSysRoot(config_);
         const std::string path = std::string(root != nullptr ? reinterpret_cast<const char*>(root) : "") +
                                  reinterpret_cast<const char*>(directory);
-        if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) ||
-            ::access(path.c_str(), R_OK | X_OK) != 0) {
+        if (::stat(path.c_str(), &status) != 0 || ::access(path.c_str(), R_OK | X_OK) != 0) {
             if (isShortage(errno)) fail(path);
             return;
         }
-        if (!visited_.emplace(status.st_dev, status.st_ino).second) return;  // links may form a circle
+        // Links may form a circle.
+        if (!S_ISDIR(status.st_mode) || !visited_.emplace(status.st_dev, status.st_ino).second) return;
         // The second attempt lists the directory again if no list of it was saved.
         CachePtr list(FcDirCacheLoad(directory, config_, nullptr));
         if (list == nullptr) list.reset(FcDirCacheRead(directory, FcFalse, config_));

@@ -26,8 +26,6 @@ public:
     // Reads the list of fonts. Raises MachineError or std::bad_alloc if it can't be read completely.
     FontCatalogue();
 
-    bool empty() const { return faces_.empty(); }
-
     // The nearest face of a folded family; null if the family isn't installed.
     const InstalledFace* find(std::string_view foldedFamily, bool bold, bool italic) const;
 

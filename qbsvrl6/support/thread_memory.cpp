@@ -17,7 +17,8 @@ constexpr std::size_t kWorthReturning = 32u << 20;
 constexpr std::time_t kSecondsBetween = 1;  // while other threads work on
 
 std::atomic<int> threads{0};
-std::atomic<std::size_t> residentBefore{0};  // after the last return
+std::atomic<std::size_t> residentBusy{0};  // after the last return with other threads at work
+std::atomic<std::size_t> residentIdle{0};  // after the last one without
 std::atomic<std::time_t> lastReturn{0};
 
 std::size_t residentBytes() {
@@ -36,10 +37,11 @@ struct ThreadEnd {
         const bool isLast = --threads == 0;
         const std::time_t now = std::time(nullptr);
         if (!isLast && now < lastReturn + kSecondsBetween) return;
-        if (residentBytes() < residentBefore + kWorthReturning) return;
+        std::atomic<std::size_t>& before = isLast ? residentIdle : residentBusy;
+        if (residentBytes() < before + kWorthReturning) return;
         lastReturn = now;
         ::malloc_trim(0);
-        residentBefore = residentBytes();
+        before = residentBytes();
     }
     ThreadEnd(const ThreadEnd&) = delete;
     ThreadEnd& operator=(const ThreadEnd&) = delete;
