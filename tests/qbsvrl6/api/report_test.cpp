@@ -230,8 +230,11 @@ TEST_F(ApiTest, FormatsNumbersAndDrawsBarcodes) {
         EXPECT_TRUE(graph.starts_with("<svg ")) << narrow(test.request) << ": " << graph;
         EXPECT_EQ(graph.find("<text") != std::string::npos, test.showsText) << narrow(test.request);
     }
+    EXPECT_EQ(narrow(QBGenerateBarcodeGraph(uR"({"text":"\u0041\u00E9\/\u0022\\u0041\"","type":9})")),
+              narrow(QBGenerateBarcodeGraph(u"{\"text\":\"Aé/\\\"\\\\u0041\\\"\",\"type\":9}")));
     for (const char16_t* bad :
-         {u"", u"[]", u"{\"text", uR"({"type":1})", uR"({"text":"1"})", uR"({"text":"123456","type":1000})",
+         {u"", u"[]", uR"({"text":"\u12","type":9})", uR"({"text":"\u0000","type":9})", u"{\"text",
+          uR"({"type":1})", uR"({"text":"1"})", uR"({"text":"123456","type":1000})",
           uR"({"text":"1","type":1,"codepage":936})"}) {
         EXPECT_EQ(QBGenerateBarcodeGraph(bad), nullptr) << narrow(bad);
         EXPECT_NE(takeLog().find("QBGenerateBarcodeGraph: "), std::string::npos) << narrow(bad);
