@@ -8,6 +8,8 @@
 #include "qbsvrl6/barcode/symbol.h"
 #include "qbsvrl6/drawing/path_builder.h"
 #include "qbsvrl6/drawing/svg.h"
+#include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -18,6 +20,7 @@ namespace {
 constexpr double kModule = 330;        // micrometres, at the natural size
 constexpr double kUnitsPerModule = 2;  // of zint's vectors
 constexpr double kNaturalBarHeight = 15'000;
+constexpr const char16_t* kTextFont = u"Arial";
 constexpr double kTextPoints = 8;
 constexpr double kTextHeight = kTextPoints * kMicrometresPerPoint * 1.3;
 
@@ -55,7 +58,7 @@ void appendText(Drawing& drawing, double x, double y, Anchor anchor, double poin
     label.y = y;
     label.anchor = anchor;
     label.fontSize = points;
-    label.fontFamily = u"Arial";
+    label.fontFamily = kTextFont;
     label.text = std::move(text);
     drawing.elements.emplace_back(std::move(label));
 }
@@ -120,6 +123,16 @@ void appendRetailText(Drawing& drawing, const zint_vector& vector, const RetailT
     }
 }
 
+// The size at which a text below the bars is not wider than its box, as long as it can be read.
+double fittingPoints(std::u16string_view text, Micrometres room) {
+    constexpr double kLeastPoints = 4;
+    constexpr double kWidestUnit = 1.1;  // em
+    if (static_cast<double>(text.size()) * kWidestUnit * kTextPoints * kMicrometresPerPoint <= room)
+        return kTextPoints;
+    const Micrometres width = lineWidth(resolveFont(kTextFont, false, false), kTextPoints, text);
+    return width <= room ? kTextPoints : std::max(kTextPoints * room / width, kLeastPoints);
+}
+
 Drawing drawSymbol(const zint_symbol& symbol, const Symbology& symbology, const BarcodeRequest& request,
                    Size box) {
     Drawing drawing;
@@ -147,7 +160,8 @@ Drawing drawSymbol(const zint_symbol& symbol, const Symbology& symbology, const 
         appendRetailText(drawing, vector, *layout, shown, extent.left * scaleX, kUnitsPerModule * scaleX,
                          box.height - kTextHeight, base);
     } else {
-        appendText(drawing, box.width / 2.0, base, Anchor::Middle, kTextPoints, std::move(shown));
+        const double points = fittingPoints(shown, box.width);
+        appendText(drawing, box.width / 2.0, base, Anchor::Middle, points, std::move(shown));
     }
     return drawing;
 }

@@ -17,14 +17,22 @@ constexpr int kEan8 = 3;             // the type
 constexpr std::size_t kEan8Length = 8;
 
 constexpr Symbology kSymbologies[] = {
-    {1, BARCODE_CODE128, true, false, true},   {2, BARCODE_EANX, true, false, true},
-    {3, BARCODE_EANX, true, false, true},      {4, BARCODE_UPCA, true, false, true},
-    {5, BARCODE_CODE39, true, false, false},   {6, BARCODE_CODE93, true, false, false},
-    {7, BARCODE_ITF14, true, false, true},     {8, BARCODE_CODABAR, true, false, false},
-    {9, BARCODE_CODE128, true, false, false},  {25, BARCODE_GS1_128, true, true, false},
-    {50, BARCODE_PDF417, false, false, false}, {51, BARCODE_DATAMATRIX, false, false, false},
-    {52, BARCODE_QRCODE, false, false, false}, {53, BARCODE_DATAMATRIX, false, true, false},
-    {54, BARCODE_QRCODE, false, true, false},  {55, BARCODE_AZTEC, false, false, false},
+    {1, "Code 128 of digits", BARCODE_CODE128, true, false, true},
+    {2, "EAN-13", BARCODE_EANX, true, false, true},
+    {3, "EAN-8", BARCODE_EANX, true, false, true},
+    {4, "UPC-A", BARCODE_UPCA, true, false, true},
+    {5, "Code 39", BARCODE_CODE39, true, false, false},
+    {6, "Code 93", BARCODE_CODE93, true, false, false},
+    {7, "ITF-14", BARCODE_ITF14, true, false, true},
+    {8, "Codabar", BARCODE_CODABAR, true, false, false},
+    {9, "Code 128", BARCODE_CODE128, true, false, false},
+    {25, "GS1-128", BARCODE_GS1_128, true, true, false},
+    {50, "PDF417", BARCODE_PDF417, false, false, false},
+    {51, "Data Matrix", BARCODE_DATAMATRIX, false, false, false},
+    {52, "QR Code", BARCODE_QRCODE, false, false, false},
+    {53, "GS1 Data Matrix", BARCODE_DATAMATRIX, false, true, false},
+    {54, "GS1 QR Code", BARCODE_QRCODE, false, true, false},
+    {55, "Aztec", BARCODE_AZTEC, false, false, false},
 };
 
 // zint pads a short text with zeros, which makes another number of it: the length is checked here.
@@ -43,6 +51,15 @@ bool lengthFits(int type, std::size_t length) {
     }
 }
 
+// "1 (Code 128 of digits), 2 (EAN-13) ..."
+std::string allTypes() {
+    std::string list;
+    for (const Symbology& symbology : kSymbologies) {
+        list += (list.empty() ? "" : ", ") + std::to_string(symbology.type) + " (" + symbology.name + ')';
+    }
+    return list;
+}
+
 [[noreturn]] void refuse(const BarcodeRequest& request, const std::string& why) {
     throw EngineError(ErrorCode::BadData, "barcode of type " + std::to_string(request.type) + " for \"" +
                                               toUtf8(request.text) + "\": " + why);
@@ -54,7 +71,8 @@ const Symbology& symbologyOf(int type) {
     const auto* found = std::find_if(std::begin(kSymbologies), std::end(kSymbologies),
                                      [type](const Symbology& symbology) { return symbology.type == type; });
     if (found == std::end(kSymbologies)) {
-        throw EngineError(ErrorCode::NotSupported, "no barcode has the type " + std::to_string(type));
+        throw EngineError(ErrorCode::NotSupported, "no barcode has the type " + std::to_string(type) +
+                                                       "; the types are " + allTypes());
     }
     return *found;
 }

@@ -12,6 +12,7 @@ namespace qbsvrl6 {
 
 struct Symbology {
     int type;
+    const char* name;
     int zint;
     bool linear;
     bool identifiers;  // bracketed application identifiers

@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 #include "tests/scratch_directory.h"
@@ -106,6 +108,24 @@ TEST(Barcode, IsReadBack) {
     for (const auto& test : cases) {
         EXPECT_EQ(readBack({test.type, test.text, true}), test.expected)
             << test.type << ' ' << toUtf8(test.text);
+    }
+}
+
+TEST(Barcode, TextBelowTheBarsHasTheirWidthOrLess) {
+    const struct {
+        std::u16string text;
+        Micrometres width;
+        double least, most;  // points
+    } cases[] = {{u"1234", 40'000, 8, 8},
+                 {u"WWWWWWWWWWWWWWWW", 30'000, 5, 7},
+                 {std::u16string(60, u'W'), 9'000, 4, 4}};
+    for (const auto& test : cases) {
+        const Drawing drawing = drawBarcode({9, test.text, true}, {test.width, 15'000});
+        const auto& label = std::get<Drawing::Label>(drawing.elements.back());
+        EXPECT_GE(label.fontSize, test.least) << toUtf8(test.text);
+        EXPECT_LE(label.fontSize, test.most) << toUtf8(test.text);
+        const Micrometres width = lineWidth(resolveFont(u"Arial", false, false), label.fontSize, label.text);
+        EXPECT_TRUE(width <= test.width + 1 || label.fontSize == 4) << toUtf8(test.text) << ' ' << width;
     }
 }
 
