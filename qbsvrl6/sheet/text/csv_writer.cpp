@@ -138,18 +138,22 @@ public:
     }
 
 private:
-    // Only what has a text is a record; a title that comes again on a later page is none.
+    // Only what has a text is a record, and a row of detail even without one; a title that comes again on a
+    // later page is none.
     void writeRows(const Band& band, std::span<const CellRow> rows) override {
         if (band.repeated || band.kind == BandKind::BlankRow) return;
+        bool isRecord = false;
         for (const CellRow& row : rows) {
-            bool hasText = false;
-            for (const Cell& cell : row.cells) {
-                hasText = hasText ||
-                          (cell.item != nullptr && (!textOf(*cell.item).empty() || isPending(*cell.item)));
-            }
-            if (hasText) writeRecord(row);
+            if (std::none_of(row.cells.begin(), row.cells.end(), hasText)) continue;
+            writeRecord(row);
+            isRecord = true;
         }
+        if (!isRecord && band.kind == BandKind::Row && band.inGrid) writeRecord(rows.front());
         stream_.breathe();
+    }
+
+    static bool hasText(const Cell& cell) {
+        return cell.item != nullptr && (!textOf(*cell.item).empty() || isPending(*cell.item));
     }
 
     void writeRecord(const CellRow& row) {

@@ -147,6 +147,16 @@ TEST_F(DataTest, CsvIsDefusedWhereAskedFor) {
     EXPECT_EQ(QBXExportOptionSet(nullptr, u"csv.defuse", u"no"), 0);
 }
 
+TEST_F(DataTest, RowsOfEmptyFieldsCount) {
+    write("data.txt", R"([{"n":"a"},{"n":null},{"n":"b"}])");
+    writeTemplate(R"(connection="xml" query="data.txt")", "");
+    const OwnReport report;
+    ASSERT_EQ(QBReportLoadFromFile(report, u"tpl/t.qbf"), 1);
+    QBReportLoadDataFromURL(report, u"data.txt");
+    EXPECT_EQ(rows(report), "a;;b;");
+    EXPECT_EQ(exported(report, QBExportType_TXT), "a\n\nb\n");
+}
+
 TEST_F(DataTest, SavedCopiesNameTheFilesOfTheirOriginal) {
     write("data.txt", R"([{"n":"program"}])");
     write("tpl/data.txt", R"([{"n":"template"}])");
