@@ -7,6 +7,7 @@
 
 #include "qbsvrl6/layout/log_words.h"
 #include "qbsvrl6/layout/paper_edge.h"
+#include "qbsvrl6/model/beside_paper.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -196,7 +197,8 @@ private:
         const Micrometres paper = soundLength(source_.page.paper.width);
         const Extent whole{std::int64_t{site.left} + box.x, box.width};
         const Extent visible = extentOnPaper(control, whole, paper);
-        warnOfOverhang(control, whole, paper);
+        const bool isLogged = site.scale == 1 && isBesidePaper(control, report_.page);
+        if (!isLogged) warnOfOverhang(control, whole, paper);
         box.x = static_cast<Micrometres>(visible.left - site.left);
         box.width = static_cast<Micrometres>(visible.width);
         PlannedControl planned = planControl(control, box, site);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "qbsvrl6/model/beside_paper.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -23,12 +24,13 @@ public:
         for (const auto& control : section->controls.items) {
             const bool followsColumn = !control->column.empty();
             const bool isFree = !followsColumn && !(ofGroup && isShrunk_);
-            const char* const reason = isFree && isOffPaper(*control) ? "is beside the paper"
+            const char* const reason = isFree && isBesidePaper(*control, page_) ? "is beside the paper"
                                        : isBelow(*control, *section)
                                            ? "is below its section, which cannot grow"
                                            : nullptr;
             if (reason != nullptr)
-                logWarning(nameOf(*control) + ' ' + reason + ": it does not show", control->position);
+                logWarning(nameOf(*control) + ' ' + reason + ": it does not show; move it",
+                           control->position);
         }
     }
 
@@ -39,11 +41,6 @@ private:
         std::int64_t width = std::int64_t{report.page.margins.left} + report.page.margins.right;
         for (const auto& column : report.grid->columns) width += column->width;
         return width > report.page.paper.width;
-    }
-
-    bool isOffPaper(const Control& control) const {
-        const std::int64_t left = std::int64_t{page_.margins.left} + control.box.x;
-        return left >= page_.paper.width || (left < 0 && left + control.box.width <= 0);
     }
 
     static bool isBelow(const Control& control, const Section& section) {

@@ -224,6 +224,7 @@ TEST_F(ApiTest, WhatAPageCannotShowIsLoggedOnceAndKeptInCells) {
         EXPECT_EQ(log.find(line, place + 1), std::string::npos) << log;
     }
     EXPECT_EQ(log.find("-1,234,567.89"), std::string::npos) << "once per column: " << log;
+    EXPECT_EQ(log.find("control \"off\""), std::string::npos) << "logged at loading: " << log;
 }
 
 TEST_F(ApiTest, AnEmptyReportIsExportedToo) {
