@@ -24,21 +24,29 @@
 
 namespace qbsvrl6 {
 
-// The version of the format, in the attribute `version`. Other versions are rejected.
+// The version of the format, in the attribute `version` of the root: required, and always 1. Files of another version are
+// rejected rather than read in part. A change that older files survive, such as a new attribute with a default,
+// keeps the version.
 inline constexpr int kTemplateVersion = 1;
 
-// The words of enumerated attributes, with their values.
+// The words of enumerated attributes, with their values. Case matters. The first word is written for a
+// value that has none: programs can set any number through the C interface.
+
+// Vertical formats, in micrometres. Other papers have a width and a height instead of a size.
 inline constexpr std::array<Word<Size>, 6> kPaperSizes = {{{"A3", {297'000, 420'000}},
                                                            {"A4", {210'000, 297'000}},
                                                            {"A5", {148'000, 210'000}},
                                                            {"A6", {105'000, 148'000}},
                                                            {"Letter", {215'900, 279'400}},
                                                            {"Legal", {215'900, 355'600}}}};
+// Whether width and height of the size are exchanged.
 inline constexpr std::array<Word<bool>, 2> kOrientations = {{{"portrait", false}, {"landscape", true}}};
+// The types of fields and parameters. Their values are converted to it when they are read.
 inline constexpr std::array<Word<DataType>, 4> kDataTypes = {{{"text", DataType::Text},
                                                               {"number", DataType::Number},
                                                               {"boolean", DataType::Boolean},
                                                               {"date", DataType::Date}}};
+// Of ideographs, which have other forms in each language. `auto` decides by the text and the font.
 inline constexpr std::array<Word<TextLanguage>, 4> kLanguages = {{{"auto", TextLanguage::Unknown},
                                                                   {"zh", TextLanguage::Chinese},
                                                                   {"ja", TextLanguage::Japanese},
@@ -53,7 +61,9 @@ inline constexpr std::array<Word<TextFit>, 4> kFits = {{{"grow", TextFit::Grow},
                                                         {"clip", TextFit::Clip},
                                                         {"ellipsis", TextFit::Ellipsis},
                                                         {"shrink", TextFit::Shrink}}};
+// Degrees clockwise.
 inline constexpr std::array<Word<int>, 4> kRotations = {{{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}}};
+// The scope that has to be complete before a text is evaluated.
 inline constexpr std::array<Word<TextContent::Evaluate>, 4> kEvaluations = {
     {{"now", TextContent::Evaluate::Now},
      {"page", TextContent::Evaluate::Page},
@@ -66,12 +76,16 @@ inline constexpr std::array<Word<ChartKind>, 5> kChartKinds = {{{"bar", ChartKin
                                                                 {"line", ChartKind::Line},
                                                                 {"scatterLine", ChartKind::ScatterLine},
                                                                 {"bubble", ChartKind::Bubble}}};
+// How the values of the rows of one category become one number.
 inline constexpr std::array<Word<ChartAggregate>, 5> kChartAggregates = {
     {{"sum", ChartAggregate::Sum},
      {"average", ChartAggregate::Average},
      {"count", ChartAggregate::Count},
      {"minimum", ChartAggregate::Minimum},
      {"maximum", ChartAggregate::Maximum}}};
+// What happens to columns that are wider than the page (docs/column-adapt.md). The methods with "Ex"
+// put the remaining columns after all rows, the others after the rows of each page; "RepeatFixed" repeats the
+// first `fixedColumns` columns on them.
 inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
     {{"discard", ColumnAdapt::Discard},
      {"wrap", ColumnAdapt::Wrap},
@@ -83,8 +97,10 @@ inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
      {"toNewPageRepeatFixedEx", ColumnAdapt::ToNewPageRepeatFixedEx},
      {"wrapExcludeGroup", ColumnAdapt::WrapExcludeGroup}}};
 
-// x and y may be negative: controls may begin in the margin.
+// x and y are relative to the upper left corner of the section, which begins at the left margin. They may be
+// negative: controls may begin in the margin.
 inline constexpr LengthCodec kPosition{-limits::kPaperMicrometres, limits::kPaperMicrometres};
+// Finite: the grammar of numbers has no other.
 inline constexpr NumberCodec kAnyNumber{-std::numeric_limits<double>::max(),
                                         std::numeric_limits<double>::max()};
 
@@ -94,7 +110,13 @@ enum class ReportPlace { Root, SubReport };
 template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place);
 
-// All style attributes are optional: an unset one is inherited (model/style.h).
+// All style attributes are optional. An unset one is inherited: from the named style and its parents, then from
+// <DefaultStyle>, then from the built-in defaults of ResolvedStyle (model/style.h). A sub-report starts again with
+// its own <DefaultStyle>.
+//
+// Units: `fontSize` is in points; `lineSpacing` is a multiple of the font's own line height; `padding` has one
+// length for all sides or four, from the left clockwise. `border` sets all four lines, `borderLeft` and so on
+// replace single ones; four equal lines are saved as one `border`.
 template <class Element, class StyleLike>
 void describeStyle(Element& element, StyleLike& style) {
     element.attribute("font", style.fontFamily, TextCodec{});
@@ -114,7 +136,10 @@ void describeStyle(Element& element, StyleLike& style) {
     element.borders(style.borderLeft, style.borderTop, style.borderRight, style.borderBottom);
 }
 
-// `tableUse` distinguishes equal table names in messages.
+// Where rows come from. `connection` is "xml", or empty to inherit that of the enclosing report. `query` is then
+// the address of the data; a relative one starts at the folder of the template, also in a copy that is saved
+// elsewhere. `table` names one table of the data; without it, the first is used. Names of
+// tables are checked at export, when the data is there. `tableUse` distinguishes equal table names in messages.
 template <class Element, class SourceLike>
 void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) {
     element.attribute("connection", source.connectionString, {}, TextCodec{});
@@ -124,7 +149,12 @@ void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) 
 
 // The content of each type of control. Its attributes share one element with those of the style and of the
 // control itself, so their names differ: a line has `lineColor`, since `color` belongs to the style.
+//
+// A PlaceholderCodec is a text with placeholders, "[Amount:#,##0.00]". Only its grammar is checked here. Names are
+// resolved at export, against the data.
 
+// Text in the style of the control. `suppressRepeated` applies to cells: a value that equals that of the row above
+// is not shown. `removeWhenBlank` applies to sections: an empty text takes no height.
 template <class Element, class ContentLike>
 void describeText(Element& element, ContentLike& text) {
     static const TextContent defaults;
@@ -136,6 +166,8 @@ void describeText(Element& element, ContentLike& text) {
     element.attribute("removeWhenBlank", text.removeWhenBlank, defaults.removeWhenBlank, SwitchCodec{});
 }
 
+// A diagonal of the control's box, from the upper left corner or, if `rising`, from the lower left one. A box
+// without height or width makes a horizontal or vertical line.
 template <class Element, class ContentLike>
 void describeLine(Element& element, ContentLike& line) {
     static const LineContent defaults;
@@ -145,6 +177,7 @@ void describeLine(Element& element, ContentLike& line) {
     element.attribute("rising", line.rising, defaults.rising, SwitchCodec{});
 }
 
+// A frame, filled if `fill` is set. `cornerRadius` is a length, limited to half of the shorter side when drawn.
 template <class Element, class ContentLike>
 void describeBox(Element& element, ContentLike& box) {
     static const BoxContent defaults;
@@ -154,6 +187,8 @@ void describeBox(Element& element, ContentLike& box) {
     element.attribute("cornerRadius", box.cornerRadius, defaults.cornerRadius, LengthCodec{});
 }
 
+// `source` is a file, a URL or Base64 data, and wins over the bytes of <Embedded>. `folder` is where a relative
+// source starts. It is saved only if that is not the folder of the saved template.
 template <class Element, class ContentLike>
 void describePicture(Element& element, ContentLike& picture) {
     static const PictureContent defaults;
@@ -164,6 +199,8 @@ void describePicture(Element& element, ContentLike& picture) {
     element.bytes("Embedded", picture.embedded);
 }
 
+// `type` is a number of tagQBBarcodeType. Numbers without a symbol, and texts that the symbol cannot hold, are
+// accepted here and logged at export.
 template <class Element, class ContentLike>
 void describeBarcode(Element& element, ContentLike& barcode) {
     static const BarcodeContent defaults;
@@ -172,10 +209,13 @@ void describeBarcode(Element& element, ContentLike& barcode) {
     element.attribute("showText", barcode.showText, defaults.showText, SwitchCodec{});
 }
 
-// A series with one of these attributes reads its numbers from rows.
+// Charts have their numbers from rows, from the template, or from a program. Both kinds of <Series> have the same
+// name; a series with one of these attributes reads its numbers from rows. The two kinds are not mixed.
 inline constexpr std::array<const char*, 5> kRowSeriesMarks = {"value", "aggregate", "x", "y", "size"};
 
-// The numbers of the series are expressions over rows: one per category, or one point per row.
+// The numbers of the series are expressions over rows: one per category, or one point per row. Which attributes are
+// required depends on the kind of the chart, so <Chart> reads `kind` first. Each distinct `label` becomes a series
+// of its own.
 template <class Element, class SeriesLike>
 void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
     constexpr ExpressionCodec kNeeded{.mayBeBlank = false};
@@ -195,6 +235,8 @@ void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
     }
 }
 
+// The rows are those of the section around the chart, or all rows of `table`. `filter` and `sort` select and order
+// them before there are pages, and therefore don't know the page.
 template <class Element, class RowsLike>
 void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
     element.tableName("table", rows.table, TextUse::ChartTable);
@@ -210,7 +252,8 @@ void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
     element.refuse(hasCategories && hasPoints(kind), "scatter lines and bubbles have no categories");
 }
 
-// The numbers are in the template itself.
+// The numbers are in the template itself: `values` one per category, or <Point> elements. `size` is that of a
+// bubble; other charts ignore it. A list of values may be shorter than that of the categories.
 template <class Element, class DataLike>
 void describeChartData(Element& element, DataLike& data, bool isOfRows) {
     constexpr const char* kMixed = "the numbers of a chart are either all of rows or all in the template";
@@ -231,6 +274,8 @@ void describeChartData(Element& element, DataLike& data, bool isOfRows) {
     });
 }
 
+// `valueFormat` is a number format (docs/formats.md) for axes and value labels; without one, numbers have as many
+// digits as they need.
 template <class Element, class ContentLike>
 void describeChart(Element& element, ContentLike& chart) {
     static const ChartSettings defaults;
@@ -247,6 +292,9 @@ void describeChart(Element& element, ContentLike& chart) {
     describeChartData(element, chart.data, !chart.rows.series.empty());
 }
 
+// Parameters are expressions in the scope of the enclosing report and replace the values of the sub-report's
+// parameters of the same name. The nested report is complete, except that it has no pages; the depth is limited
+// (limits::kSubReportDepth).
 template <class Element, class ContentLike>
 void describeSubReport(Element& element, ContentLike& subReport) {
     element.list("Parameter", subReport.parameters, [](auto& child, auto& parameter) {
@@ -256,8 +304,9 @@ void describeSubReport(Element& element, ContentLike& subReport) {
     element.nestedReport("Report", subReport.report);
 }
 
-// The attributes of a control apart from its content. A cell has no position: it is that of its column and
-// row.
+// The attributes of a control apart from its content. The position of a cell is that of its column and row. In sections of the
+// grid, `column` and `toColumn` replace x and width: the control follows these columns wherever they are. Names of
+// columns and styles must exist. Names of controls need not be unique.
 template <class Element, class ControlLike>
 void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
     element.attribute("name", control.name, {}, TextCodec{});
@@ -274,6 +323,7 @@ void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
     describeStyle(element, control.style);
 }
 
+// Conditional styles, in order: each one whose test is true is applied on top of the ones before.
 template <class Element, class ControlLike>
 void describeConditions(Element& element, ControlLike& control) {
     element.list("When", control.conditions, [](auto& child, auto& condition) {
@@ -298,6 +348,8 @@ void forEachControlKind(Visitor&& visit) {
           [](auto& element, auto& content) { describeSubReport(element, content); });
 }
 
+// A band across the page: headers and footers of the report, of pages and of groups. `height` is what it has
+// before it grows or shrinks with its content. A section that is not kept together may be divided between pages.
 template <class Element, class SectionLike>
 void describeSection(Element& element, SectionLike& section) {
     static const Section defaults;
@@ -315,7 +367,8 @@ void describeSection(Element& element, SectionLike& section) {
 
 inline constexpr auto kSection = [](auto& element, auto& section) { describeSection(element, section); };
 
-// The order of <Group> elements is the order of the groups, outermost first.
+// The order of <Group> elements is the order of the groups, outermost first. A change of the value of `by` from one
+// row to the next begins a group; rows are not sorted. `minimumRows` must follow the header on its page.
 template <class Element, class GroupLike>
 void describeGroup(Element& element, GroupLike& group) {
     static const Group defaults;
@@ -331,6 +384,9 @@ void describeGroup(Element& element, GroupLike& group) {
     element.pointer("Footer", group.footer, kSection);
 }
 
+// The detail grid: at most one per report. A title height of 0 means no titles. The height of rows is the least one
+// if they can grow. Column names are unique, since controls refer to them. `alternateBackground` is that of every
+// second row of the innermost group.
 template <class Element, class GridLike>
 void describeGrid(Element& element, GridLike& grid) {
     static const DetailGrid defaults;
@@ -360,6 +416,9 @@ void describeGrid(Element& element, GridLike& grid) {
     });
 }
 
+// The paper has a `size` with an `orientation`, or a `width` and `height`, never both; `margins` is a list of edges
+// as `padding` is. `columns` divide the space between the margins for the detail, as labels need it; `columnGap` is
+// a length between two of them.
 template <class Element, class PageLike>
 void describePage(Element& element, PageLike& page) {
     static const PageSetup defaults;
@@ -368,7 +427,8 @@ void describePage(Element& element, PageLike& page) {
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
 }
 
-// The background and watermark of each page, and the printer.
+// The background and watermark of each page, and the printer. A watermark without text is none; its
+// size is in points.
 template <class Element, class ReportLike>
 void describePaper(Element& element, ReportLike& report) {
     static const ReportDefinition defaults;
@@ -384,8 +444,10 @@ void describePaper(Element& element, ReportLike& report) {
                   [&](auto& printer) { printer.attribute("name", report.printer.name, {}, TextCodec{}); });
 }
 
-// The root, and the report of a sub-report. References to styles and columns are checked at its end, when all of
-// them are known.
+// The root, and the report of a sub-report. Children are written in this order and may be read in any. Each occurs
+// once, except report headers and footers, which are several sections below one another. Names of styles,
+// parameters and fields are unique within the report. References to styles and columns are checked at its end,
+// when all of them are known. `imageResolution` is in dots per inch, for documents of pictures.
 template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     static const ReportDefinition defaults;
