@@ -110,7 +110,7 @@ void CellGrid::collectCells() {
     }
 }
 
-// A row ends with the lowest of its items, at the latest where the next one begins; what is left between them
+// A row ends with the lowest of its items, at the latest where the next one begins; the space between them
 // is the next row's gap. Below an overlay there are no gaps: it has a fixed size, and the rows must
 // provide its room.
 void CellGrid::settleHeights(const Band& band, Micrometres y) {

@@ -175,7 +175,7 @@ void CellPlacement::take(const Region& region, Item& item) {
     }
 }
 
-// Adds what the item reads to the text of the cell at that position. Pending texts and pictures can't take it:
+// Adds what the item reads to the text of the cell at that position. Pending texts and pictures can't hold it:
 // then the warning is all that is left of it.
 void CellPlacement::join(const Region& region, const Item& item) {
     const std::u16string_view text = textOf(item);

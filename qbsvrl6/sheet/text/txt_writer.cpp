@@ -204,7 +204,7 @@ private:
         added.item = cell.item;
     }
 
-    // A padding of several characters is meant to be seen.
+    // A padding of several characters is visible on paper too, and becomes an indent.
     static int indentOf(const Item& item, int width) {
         if (item.style == nullptr || item.style->align != HorizontalAlign::Left) return 0;
         const int indent = item.style->padding.left / kCharacterWidth;

@@ -21,7 +21,7 @@ using u8 = std::uint8_t;
 using u16 = std::uint16_t;
 using u32 = std::uint32_t;
 
-u16 lookOf(int style) { return static_cast<u16>(kXlsFirstStyle + style); }
+u16 xfOf(int style) { return static_cast<u16>(kXlsFirstStyle + style); }
 
 class XlsWriter final : public WorkbookSink {
 public:
@@ -38,26 +38,26 @@ private:
     void beginSheet() override { sheets_.emplace_back(); }
     std::int64_t rowCount() const override { return sheets_.back().rowCount(); }
     void beginRow(Micrometres height) override { sheet().beginRow(height); }
-    void addBlank(int column, int style) override { sheet().addBlank(column, lookOf(style)); }
+    void addBlank(int column, int style) override { sheet().addBlank(column, xfOf(style)); }
     void addValue(int column, int style, const SheetValue& value) override {
         switch (value.kind) {
             case SheetValue::Kind::Blank:
-                sheet().addBlank(column, lookOf(style));
+                sheet().addBlank(column, xfOf(style));
                 break;
             case SheetValue::Kind::Text:
-                sheet().addText(column, lookOf(style), texts_.add(cleanText(value.text, buffer_)));
+                sheet().addText(column, xfOf(style), texts_.add(cleanText(value.text, buffer_)));
                 break;
             case SheetValue::Kind::Number:
-                sheet().addNumber(column, lookOf(style), value.number);
+                sheet().addNumber(column, xfOf(style), value.number);
                 break;
             case SheetValue::Kind::Boolean:
-                sheet().addBoolean(column, lookOf(style), value.boolean);
+                sheet().addBoolean(column, xfOf(style), value.boolean);
                 break;
         }
     }
     void addPending(int column, int style, Item&& item) override {
         pending_.emplace_back(texts_.reserve(), std::move(item));
-        sheet().addText(column, lookOf(style), pending_.back().first);
+        sheet().addText(column, xfOf(style), pending_.back().first);
     }
     void endRow() override { sheet().endRow(); }
     void merge(int column, int columnSpan, int rowSpan) override {
