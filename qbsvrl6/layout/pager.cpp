@@ -236,6 +236,7 @@ Micrometres Pager::room() {
 
 void Pager::nextPageNumber() {
     spend(&Budget::pages, 1);
+    ++pages_;
     ++numbers_.number;
 }
 
