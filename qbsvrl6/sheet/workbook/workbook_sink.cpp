@@ -221,9 +221,9 @@ void WorkbookSink::reportLosses() const {
     warn(cutTexts_,
          " texts were cut at the " + std::to_string(limits_.units) + " characters that a cell holds");
     warn(lostLinks_, " links have no room in their sheet");
-    warn(lostCells_, " cells stand beyond the last column that a sheet has and were left out");
+    warn(lostCells_, " cells are beyond the last column of a sheet and are left out");
     warn(std::max(static_cast<int>(styles_.styles().size()) - limits_.styles, 0),
-         " looks of cells are more than a workbook holds; their cells look like others");
+         " cell styles are more than a workbook holds; their cells have the style of others");
 }
 
 }  // namespace qbsvrl6
