@@ -16,8 +16,8 @@ namespace qbsvrl6 {
 
 class FilterIndex {
 public:
-    // Null unless the filter begins with a comparison of a column and a parameter by "=", followed only by
-    // "and". The filter outlives the index.
+    // Null unless the filter compares a column with a parameter by "=", alone or as one of several conditions
+    // that "and" joins. The filter outlives the index.
     static std::unique_ptr<FilterIndex> make(const Expression& filter, const Table& rows);
 
     const BoundName& parameter() const { return *parameter_; }

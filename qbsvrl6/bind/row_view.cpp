@@ -37,6 +37,7 @@ void RowView::applyFilter() {
     std::vector<std::uint32_t> kept;
     const std::size_t count = candidates == nullptr ? rows_.count() : candidates->size();
     for (std::size_t i = 0; i < count; ++i) {
+        goOn();
         Position position;
         position.row = candidates == nullptr ? i : (*candidates)[i];
         if (isTrue(*binding_.filter(), position)) kept.push_back(static_cast<std::uint32_t>(position.row));

@@ -123,7 +123,15 @@ TEST(RowView, FiltersByIndexAsByLooking) {
                                       u"k = p and n > 30 or n = 1",
                                       u"k = p or n > 150",
                                       u"if(k = p, n > 30, n > 150)",
-                                      u"not(k = p)"};
+                                      u"not(k = p)",
+                                      u"n > 30 and p = k",
+                                      u"n > 30 and (true and k = p and n < 150) and n > 50",
+                                      u"(n > 30 or n = 1) and k = p",
+                                      u"n > 30 and not(k = p)",
+                                      u"n > 90 or n > 30 and k = p",
+                                      u"if(n > 90, true and k = p, true)",
+                                      u"n > 30 and if(n > 90, k = p, true)",
+                                      u"n > 30 and (k = p) = true"};
     std::vector<Field> declared(1);
     declared[0].name = u"k";
     declared[0].type = DataType::Number;
