@@ -1,5 +1,6 @@
 #include "qbsvrl6/picture/jpeg.h"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdio>
 #include <string>
@@ -7,6 +8,7 @@
 // After <cstdio>, which it needs.
 #include <jpeglib.h>
 
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
@@ -40,13 +42,20 @@ struct Reader {
     }
 };
 
-bool start(Reader& reader, const unsigned char* bytes, unsigned long size) {
+bool readHead(Reader& reader, const unsigned char* bytes, unsigned long size, unsigned reduction) {
     if (setjmp(reader.back) != 0) return false;
     jpeg_create_decompress(&reader.jpeg);
     jpeg_mem_src(&reader.jpeg, bytes, size);
     jpeg_read_header(&reader.jpeg, TRUE);
     const int channels = reader.jpeg.num_components;
     reader.jpeg.out_color_space = channels == 1 ? JCS_GRAYSCALE : channels == 4 ? JCS_CMYK : JCS_RGB;
+    reader.jpeg.scale_denom = reduction;
+    jpeg_calc_output_dimensions(&reader.jpeg);
+    return true;
+}
+
+bool start(Reader& reader) {
+    if (setjmp(reader.back) != 0) return false;
     jpeg_start_decompress(&reader.jpeg);
     return true;
 }
@@ -65,11 +74,37 @@ void toRgb(const std::vector<std::uint8_t>& row, std::uint8_t* to, bool inverted
     }
 }
 
+// Each scan of a progressive picture passes over all of it, however little it holds. Markers are FF and a code;
+// FF 00 and FF D0 to FF D7 are within the scans, where they have no length.
+std::uint64_t countScans(std::string_view file) {
+    constexpr unsigned kScan = 0xDA;
+    constexpr unsigned kEnd = 0xD9;
+    const auto byteAt = [&](std::size_t i) {
+        return i < file.size() ? static_cast<unsigned>(static_cast<unsigned char>(file[i])) : 0;
+    };
+    std::uint64_t scans = 0;
+    for (std::size_t at = 2; (at = file.find('\xFF', at)) != std::string_view::npos;) {
+        const unsigned code = byteAt(++at);
+        if (code == kEnd) break;
+        if (code == 0 || code == 0xFF || code == 1 || (code >= 0xD0 && code <= 0xD8)) continue;
+        if (code == kScan) ++scans;
+        at += 1 + std::max((byteAt(at + 1) << 8) | byteAt(at + 2), 2u);
+    }
+    return scans;
+}
+
 }  // namespace
 
-Pixels decodeJpeg(std::string_view file, bool inverted) {
+Pixels decodeJpeg(std::string_view file, bool inverted, int reduction) {
+    checkFigure(&Budget::pictureScans, countScans(file), "a JPEG file");
     Reader reader;
-    if (!start(reader, reinterpret_cast<const unsigned char*>(file.data()), file.size())) reader.fail();
+    // What libjpeg can do without decoding the rest.
+    const unsigned scale = reduction >= 8 ? 8 : reduction >= 4 ? 4 : reduction >= 2 ? 2 : 1;
+    if (!readHead(reader, reinterpret_cast<const unsigned char*>(file.data()), file.size(), scale)) {
+        reader.fail();
+    }
+    spend(&Budget::pixels, std::uint64_t{reader.jpeg.output_width} * reader.jpeg.output_height);
+    if (!start(reader)) reader.fail();
     Pixels pixels;
     pixels.width = static_cast<int>(reader.jpeg.output_width);
     pixels.height = static_cast<int>(reader.jpeg.output_height);
@@ -81,6 +116,7 @@ Pixels decodeJpeg(std::string_view file, bool inverted) {
     std::vector<std::uint8_t> inkRow(ink ? static_cast<std::size_t>(pixels.width) * 4 : 0);
     for (std::uint8_t* row = pixels.color.data(); reader.jpeg.output_scanline < reader.jpeg.output_height;
          row += rowBytes) {
+        goOn();
         if (!readRow(reader, ink ? inkRow.data() : row)) reader.fail();
         if (ink) toRgb(inkRow, row, inverted);
     }

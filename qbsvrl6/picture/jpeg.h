@@ -8,9 +8,9 @@
 
 namespace qbsvrl6 {
 
-// Raises EngineError (BadPicture) for a file that can't be read. The missing part of a truncated file is
-// grey. `inverted` is Picture::inverted.
-Pixels decodeJpeg(std::string_view file, bool inverted);
+// As decodePicture. Raises EngineError: BadPicture for a file that can't be read, LimitExceeded. The missing
+// part of a truncated file is grey. `inverted` is Picture::inverted.
+Pixels decodeJpeg(std::string_view file, bool inverted, int reduction = 1);
 
 }  // namespace qbsvrl6
 

@@ -144,10 +144,11 @@ std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string&
     return picture;
 }
 
-Pixels decodePicture(const Picture& picture) {
+Pixels decodePicture(const Picture& picture, int reduction) {
     return withEnoughMemory([&] {
-        return picture.encoding == Picture::Encoding::Png ? decodePng(picture.bytes)
-                                                          : decodeJpeg(picture.bytes, picture.inverted);
+        return picture.encoding == Picture::Encoding::Png
+                   ? decodePng(picture.bytes, reduction)
+                   : decodeJpeg(picture.bytes, picture.inverted, reduction);
     });
 }
 

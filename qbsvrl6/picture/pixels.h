@@ -18,8 +18,12 @@ struct Pixels {
     std::vector<std::uint8_t> alpha;  // width * height; empty if all is opaque
 };
 
-// Raises EngineError (BadPicture).
-Pixels decodePicture(const Picture& picture);
+inline constexpr int kMostReduction = 128;
+
+// At least 1/reduction of the picture's width and height, for pictures that are drawn smaller than they are;
+// less memory, and for JPEG less time. What is decoded counts in the budget of the export. Raises EngineError:
+// BadPicture, LimitExceeded.
+Pixels decodePicture(const Picture& picture, int reduction = 1);
 
 }  // namespace qbsvrl6
 

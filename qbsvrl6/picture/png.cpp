@@ -2,9 +2,10 @@
 
 #include <png.h>
 
-#include <algorithm>
 #include <cstring>
 
+#include "qbsvrl6/picture/row_reducer.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
@@ -86,11 +87,25 @@ bool readImage(Reader& reader, png_bytepp rows) {
     return true;
 }
 
-bool readThrough(Reader& reader, png_bytep row, png_uint_32 height) {
+bool readRow(Reader& reader, png_bytep row) {
     if (setjmp(png_jmpbuf(reader.png)) != 0) return false;
-    for (png_uint_32 y = 0; y < height; ++y) png_read_row(reader.png, row, nullptr);
+    png_read_row(reader.png, row, nullptr);
+    return true;
+}
+
+bool readEnd(Reader& reader) {
+    if (setjmp(png_jmpbuf(reader.png)) != 0) return false;
     png_read_end(reader.png, nullptr);
     return true;
+}
+
+bool isInterlaced(const Reader& reader) {
+    return png_get_interlace_type(reader.png, reader.info) != PNG_INTERLACE_NONE;
+}
+
+void spendPixels(const Reader& reader) {
+    spend(&Budget::pixels, std::uint64_t{png_get_image_width(reader.png, reader.info)} *
+                               png_get_image_height(reader.png, reader.info));
 }
 
 std::string concatenateIdat(std::string_view file) {
@@ -112,40 +127,31 @@ std::string concatenateIdat(std::string_view file) {
 
 }  // namespace
 
-Pixels decodePng(std::string_view file) {
+Pixels decodePng(std::string_view file, int reduction) {
     Reader reader(file);
-    if (!readHead(reader) || !askForBytes(reader)) reader.fail();
-    Pixels pixels;
-    pixels.width = static_cast<int>(png_get_image_width(reader.png, reader.info));
-    pixels.height = static_cast<int>(png_get_image_height(reader.png, reader.info));
-    const auto width = static_cast<std::size_t>(pixels.width);
-    const auto height = static_cast<std::size_t>(pixels.height);
-    const std::size_t samples = png_get_channels(reader.png, reader.info);
+    if (!readHead(reader)) reader.fail();
+    spendPixels(reader);
+    if (!askForBytes(reader)) reader.fail();
+    const std::size_t height = png_get_image_height(reader.png, reader.info);
     const std::size_t rowBytes = png_get_rowbytes(reader.png, reader.info);
-    std::vector<std::uint8_t> image(rowBytes * height);
-    std::vector<png_bytep> rows(height);
-    for (std::size_t y = 0; y < height; ++y) rows[y] = image.data() + y * rowBytes;
-    if (!readImage(reader, rows.data())) reader.fail();
-
-    const bool hasAlpha = samples % 2 == 0;
-    pixels.channels = static_cast<int>(hasAlpha ? samples - 1 : samples);
-    if (!hasAlpha) {
-        pixels.color = std::move(image);
-        return pixels;
+    RowReducer reducer(static_cast<int>(png_get_image_width(reader.png, reader.info)),
+                       static_cast<int>(height), png_get_channels(reader.png, reader.info), reduction);
+    if (isInterlaced(reader)) {  // the last pass has pixels of all rows
+        std::vector<std::uint8_t> image(rowBytes * height);
+        std::vector<png_bytep> rows(height);
+        for (std::size_t y = 0; y < height; ++y) rows[y] = image.data() + y * rowBytes;
+        if (!readImage(reader, rows.data())) reader.fail();
+        for (const png_bytep row : rows) reducer.add(row);
+        return reducer.take();
     }
-    const std::size_t colors = samples - 1;
-    const std::size_t count = width * height;
-    pixels.color.resize(count * colors);
-    pixels.alpha.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::uint8_t* pixel = image.data() + i * samples;
-        std::copy(pixel, pixel + colors, pixels.color.data() + i * colors);
-        pixels.alpha[i] = pixel[colors];
+    std::vector<std::uint8_t> row(rowBytes);
+    for (std::size_t y = 0; y < height; ++y) {
+        goOn();
+        if (!readRow(reader, row.data())) reader.fail();
+        reducer.add(row.data());
     }
-    const bool opaque =
-        std::all_of(pixels.alpha.begin(), pixels.alpha.end(), [](std::uint8_t a) { return a == 255; });
-    if (opaque) pixels.alpha.clear();
-    return pixels;
+    if (!readEnd(reader)) reader.fail();
+    return reducer.take();
 }
 
 PngRows extractPngRows(std::string_view file) {
@@ -155,7 +161,8 @@ PngRows extractPngRows(std::string_view file) {
     const int type = png_get_color_type(reader.png, reader.info);
     const bool transparent =
         (type & PNG_COLOR_MASK_ALPHA) != 0 || png_get_valid(reader.png, reader.info, PNG_INFO_tRNS) != 0;
-    if (transparent || png_get_interlace_type(reader.png, reader.info) != PNG_INTERLACE_NONE) return rows;
+    if (transparent || isInterlaced(reader)) return rows;
+    spendPixels(reader);
     rows.bitDepth = png_get_bit_depth(reader.png, reader.info);
     rows.channels = png_get_channels(reader.png, reader.info);
     if (type == PNG_COLOR_TYPE_PALETTE) {
@@ -170,7 +177,11 @@ PngRows extractPngRows(std::string_view file) {
     }
     if (!askForRowsAsTheyAre(reader)) reader.fail();
     std::vector<std::uint8_t> row(png_get_rowbytes(reader.png, reader.info));
-    if (!readThrough(reader, row.data(), png_get_image_height(reader.png, reader.info))) reader.fail();
+    for (png_uint_32 y = png_get_image_height(reader.png, reader.info); y > 0; --y) {
+        goOn();
+        if (!readRow(reader, row.data())) reader.fail();
+    }
+    if (!readEnd(reader)) reader.fail();
     rows.deflated = concatenateIdat(file);
     rows.usable = true;
     return rows;

@@ -9,8 +9,8 @@
 
 namespace qbsvrl6 {
 
-// Raises EngineError (BadPicture) for a file that can't be read to its end.
-Pixels decodePng(std::string_view file);
+// As decodePicture. Raises EngineError: BadPicture for a file that can't be read to its end, LimitExceeded.
+Pixels decodePng(std::string_view file, int reduction = 1);
 
 // A PNG whose compressed rows other formats can use unchanged: not interlaced and without transparency.
 struct PngRows {

@@ -43,6 +43,7 @@ int PdfPictures::use(const Picture& picture) {
         try {
             place->second = write(picture);
         } catch (const EngineError& error) {
+            if (error.code() != ErrorCode::BadPicture) throw;
             logWarning(std::string("a picture is left out: ") + error.what());
         }
     }

@@ -52,6 +52,13 @@ cairo_surface_t* toSurface(const Pixels& pixels) {
     return surface;
 }
 
+// Small pictures are drawn from all of their pixels, which shows their fine lines best.
+int reductionOf(const Picture& picture, int width, int height) {
+    constexpr std::int64_t kSmall = 4'000'000;
+    if (std::int64_t{picture.pixelWidth} * picture.pixelHeight <= kSmall) return 1;
+    return std::clamp(std::min(picture.pixelWidth / width, picture.pixelHeight / height), 1, kMostReduction);
+}
+
 // Blends `color` over a pixel; a coverage of 255 replaces it. Red, green and blue are computed alike, so that
 // grey stays grey.
 std::uint32_t blended(std::uint32_t pixel, std::uint32_t color, std::uint32_t coverage) {
@@ -71,20 +78,24 @@ const Cairo& cairoLibrary() {
     return library;
 }
 
-cairo_surface_t* DecodedPictures::find(const Picture& picture) {
-    const auto found = std::find_if(entries_.begin(), entries_.end(),
-                                    [&](const Entry& entry) { return entry.id == picture.id; });
+cairo_surface_t* DecodedPictures::find(const Picture& picture, int width, int height) {
+    const int reduction = reductionOf(picture, width, height);
+    const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+        return entry.id == picture.id && entry.reduction == reduction;
+    });
     if (found != entries_.end()) {
         entries_.splice(entries_.begin(), entries_, found);
         return entries_.front().surface.get();
     }
     Entry entry;
     entry.id = picture.id;
+    entry.reduction = reduction;
     try {
-        const Pixels pixels = decodePicture(picture);
+        const Pixels pixels = decodePicture(picture, reduction);
         entry.surface.reset(toSurface(pixels));
         entry.bytes = static_cast<std::size_t>(pixels.width) * static_cast<std::size_t>(pixels.height) * 4;
     } catch (const EngineError& error) {
+        if (error.code() != ErrorCode::BadPicture) throw;
         logWarning(std::string("a picture is left out: ") + error.what());
     }
     bytes_ += entry.bytes;
@@ -240,12 +251,13 @@ void RasterCanvas::box(const Rect& rect, const BoxContent& box) {
 }
 
 void RasterCanvas::picture(const std::shared_ptr<const Picture>& picture, const Rect& rect) {
-    cairo_surface_t* surface = pictures_.find(*picture);
-    if (surface == nullptr || rect.width <= 0 || rect.height <= 0) return;
-    cairo_t* cairo = this->cairo();
+    if (rect.width <= 0 || rect.height <= 0) return;
     const Area area = areaOf(rect);
     const int width = std::max(area.right - area.left, 1);
     const int height = std::max(area.bottom - area.top, 1);
+    cairo_surface_t* surface = pictures_.find(*picture, width, height);
+    if (surface == nullptr) return;
+    cairo_t* cairo = this->cairo();
     lib_.cairo_save(cairo);
     lib_.cairo_rectangle(cairo, area.left, area.top, width, height);
     lib_.cairo_clip(cairo);

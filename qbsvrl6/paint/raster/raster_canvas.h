@@ -23,8 +23,9 @@ struct PixelPage {
 // A cache of decoded pictures.
 class DecodedPictures {
 public:
-    // Null if the picture can't be read, which is logged once. Valid until the next call.
-    cairo_surface_t* find(const Picture& picture);
+    // With at least as many pixels as are asked for, as far as the picture has them. Null if it can't be read,
+    // which is logged once. Valid until the next call.
+    cairo_surface_t* find(const Picture& picture, int width, int height);
 
 private:
     struct SurfaceDeleter {
@@ -32,6 +33,7 @@ private:
     };
     struct Entry {
         std::uint64_t id = 0;
+        int reduction = 1;
         std::unique_ptr<cairo_surface_t, SurfaceDeleter> surface;
         std::size_t bytes = 0;
     };

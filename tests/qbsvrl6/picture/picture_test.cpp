@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "qbsvrl6/picture/jpeg.h"
+#include "qbsvrl6/picture/row_reducer.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
@@ -116,6 +120,31 @@ TEST(Picture, OthersAreRefused) {
     for (std::size_t length = 0; length + 10 < whole.size(); ++length) {
         EXPECT_THROW(loadPicture(whole.substr(0, length), "x"), EngineError) << length;
     }
+    std::string scans = jpeg(frame(0xC2, 6, 4, 1));
+    for (int i = 0; i < 100; ++i) scans += segment(0xDA, std::string("\1\1\0\0\x3F\0", 6));
+    for (const auto& [bytes, expected] : {std::pair(scans, ErrorCode::BadPicture),
+                                          std::pair(scans + segment(0xDA, "\1"), ErrorCode::LimitExceeded)}) {
+        try {
+            decodeJpeg(bytes, false);
+            ADD_FAILURE() << "no tables";
+        } catch (const EngineError& error) {
+            EXPECT_EQ(error.code(), expected) << error.what();
+        }
+    }
+}
+
+// Two pixels of two, the last of each row and column alone: grey and alpha.
+TEST(Picture, ReducedPixelsAreMeansByAlpha) {
+    RowReducer reducer(3, 3, 2, 2);
+    for (const std::vector<std::uint8_t>& row : {std::vector<std::uint8_t>{100, 255, 200, 255, 7, 0},
+                                                 {0, 0, 100, 255, 9, 100},
+                                                 {50, 10, 60, 30, 4, 255}}) {
+        reducer.add(row.data());
+    }
+    const Pixels pixels = reducer.take();
+    EXPECT_EQ(pixels.width * 10 + pixels.height, 22);
+    EXPECT_EQ(pixels.color, (std::vector<std::uint8_t>{133, 9, 58, 4}));
+    EXPECT_EQ(pixels.alpha, (std::vector<std::uint8_t>{191, 50, 20, 255}));
 }
 
 }  // namespace
