@@ -184,7 +184,7 @@ void ReadJson(benchmark::State& state) {
     json.back() = ']';
     for (auto _ : state) {
         const DataSet data = readData(json, "bench");
-        if (data.tables.front().rowCount() != kRows) state.SkipWithError("rows are missing");
+        if (data.tables().front().rowCount() != kRows) state.SkipWithError("rows are missing");
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(json.size()) * state.iterations());
     countRows(state, json.size());

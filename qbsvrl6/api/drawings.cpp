@@ -4,6 +4,7 @@
 #include "qbsvrl6/barcode/barcode.h"
 #include "qbsvrl6/chart/chart.h"
 #include "qbsvrl6/drawing/move.h"
+#include "qbsvrl6/model/named_styles.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -74,9 +75,10 @@ std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const Cha
 }
 
 void Drawings::addCharts(ReportDefinition& report) {
+    NamedStyles styles(report);
     for (Control* control : allControls(report)) {
         if (control->kind() == ControlKind::Chart) {
-            chartFonts_[control] = resolveStyle(report, control->styleName, control->style).fontFamily;
+            chartFonts_[control] = styles.resolve(control->styleName, control->style).fontFamily;
         }
     }
     forEachSubReport(report, [&](Control&, Report& inner) { addCharts(inner.definition); });

@@ -47,8 +47,12 @@ Value convertTo(const Value& value, DataType type, TextArena& arena) {
 
 Binding::Binding(const ReportDefinition& report, const DataSources& sources,
                  std::span<const SubReportParameter> passed)
-    : report_(report), grid_(report.grid.get()), sources_(sources) {
-    addNames(passed);
+    : report_(report),
+      grid_(report.grid.get()),
+      sources_(sources),
+      declared_(std::make_shared<Declared>(report)),
+      passedNames_(passed) {
+    addPassed();
     if (grid_ == nullptr) return;
     if (grid_->groups.size() > limits::kGroups) {
         throw EngineError(ErrorCode::LimitExceeded, "the grid has " + std::to_string(grid_->groups.size()) +
@@ -59,38 +63,50 @@ Binding::Binding(const ReportDefinition& report, const DataSources& sources,
     for (const auto& group : grid_->groups) groupKeys_.push_back(compile(group->by));
 }
 
-Binding::Binding(const ReportDefinition& report, const DataSources& sources,
-                 std::span<const SubReportParameter> passed, std::u16string_view filter)
-    : report_(report), sources_(sources), use_(TextUse::ChartRows) {
-    addNames(passed);
+Binding::Binding(const Binding& outer, const DataSources& sources, std::u16string_view filter)
+    : report_(outer.report_),
+      sources_(sources),
+      use_(TextUse::ChartRows),
+      declared_(outer.declared_),
+      passedNames_(outer.passedNames_) {
+    addPassed();
     if (!trimmed(filter).empty()) filter_ = compile(filter);
 }
 
-void Binding::addNames(std::span<const SubReportParameter> passed) {
-    for (const Field& field : report_.fields) fields_.emplace(lowerCase(field.name), &field);
-    for (const Parameter& parameter : report_.parameters) {
-        addParameter(parameter.name, parameter.type, makeText(parameter.value));
-    }
-    if (sources_.data != nullptr) {
-        for (const DataParameter& parameter : sources_.data->parameters) {
-            const auto known = parameterIndex_.find(lowerCase(parameter.name));
-            if (known == parameterIndex_.end()) {
-                addParameter(parameter.name, std::nullopt, parameter.value());
-            } else {
-                parameters_[known->second].value = OwnedValue(parameter.value());
-            }
-        }
-    }
-    for (const SubReportParameter& parameter : passed) {
-        passed_.push_back(addParameter(parameter.name, std::nullopt, {}));
+Binding::Declared::Declared(const ReportDefinition& report) {
+    for (const Field& field : report.fields) fields.emplace(lowerCase(field.name), &field);
+    for (const Parameter& parameter : report.parameters) {
+        parameters.emplace(lowerCase(parameter.name), &parameter);
     }
 }
 
-std::size_t Binding::addParameter(const std::u16string& name, std::optional<DataType> type,
-                                  const Value& value) {
-    const auto [known, added] = parameterIndex_.emplace(lowerCase(name), parameters_.size());
-    if (added) parameters_.push_back({name, type, OwnedValue(value)});
-    return known->second;
+void Binding::addPassed() {
+    for (const SubReportParameter& parameter : passedNames_) {
+        const std::optional<std::size_t> known = findParameter(parameter.name);
+        passed_.push_back(known ? *known : addParameter({parameter.name, {}, {}}, lowerCase(parameter.name)));
+    }
+}
+
+// The data's value replaces the default of a declared parameter.
+std::optional<std::size_t> Binding::findParameter(std::u16string_view name) {
+    std::u16string key = lowerCase(name);
+    const auto known = parameterIndex_.find(key);
+    if (known != parameterIndex_.end()) return known->second;
+    const auto declared = declared_->parameters.find(key);
+    const Parameter* const own = declared == declared_->parameters.end() ? nullptr : declared->second;
+    const DataParameter* const read = sources_.data == nullptr ? nullptr : sources_.data->parameter(name);
+    if (own == nullptr && read == nullptr) return std::nullopt;
+    BoundParameter parameter;
+    parameter.name = own != nullptr ? own->name : read->name;
+    if (own != nullptr) parameter.type = own->type;
+    parameter.value = OwnedValue(read != nullptr ? read->value() : makeText(own->value));
+    return addParameter(std::move(parameter), std::move(key));
+}
+
+std::size_t Binding::addParameter(BoundParameter parameter, std::u16string lowerCaseName) {
+    parameterIndex_.emplace(std::move(lowerCaseName), parameters_.size());
+    parameters_.push_back(std::move(parameter));
+    return parameters_.size() - 1;
 }
 
 Expression Binding::compile(std::u16string_view text) {
@@ -126,8 +142,8 @@ void Binding::bind(Expression& expression, const Origin& origin) {
 }
 
 void Binding::bindName(BoundName& name, Expression& expression, const Origin& origin) {
-    const auto declared = fields_.find(lowerCase(name.name));
-    const Field* const field = declared == fields_.end() ? nullptr : declared->second;
+    const auto declared = declared_->fields.find(lowerCase(name.name));
+    const Field* const field = declared == declared_->fields.end() ? nullptr : declared->second;
     const auto found = [&](NameKind kind, std::size_t index) {
         name.kind = kind;
         name.index = static_cast<std::uint32_t>(index);
@@ -149,9 +165,8 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
         return column != Table::npos;
     };
     if (inTable(sources_.rows, NameKind::Column) || inTable(sources_.head, NameKind::HeadColumn)) return;
-    const auto parameter = parameterIndex_.find(lowerCase(name.name));
-    if (parameter != parameterIndex_.end()) {
-        found(NameKind::Parameter, parameter->second);
+    if (const std::optional<std::size_t> parameter = findParameter(name.name)) {
+        found(NameKind::Parameter, *parameter);
         return;
     }
     // A table without rows has no columns either, and a missing table is reported already.
@@ -168,24 +183,34 @@ void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     const bool isPlaceholder = origin.shown.starts_with(u'[');
     std::string where = toUtf8(origin.shown.substr(0, kShown)) + (origin.shown.size() > kShown ? "..." : "");
     if (!isPlaceholder) where = '"' + where + '"';
-    const std::string message = "unknown field \"" + toUtf8(name) + "\" in " + where + " is read as empty; " +
-                                suggestion(name, knownNames());
+    const std::string message =
+        "unknown field \"" + toUtf8(name) + "\" in " + where + " is read as empty; " +
+        suggestion(name, std::vector<std::u16string_view>(knownNames().begin(), knownNames().end()));
     for (const TextPosition& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
 }
 
-// In the order in which names are looked up, without repeats.
-std::vector<std::u16string_view> Binding::knownNames() const {
-    std::vector<std::u16string_view> names;
+// In the order in which names are looked up, without repeats: as many as a suggestion reads, and one more.
+const std::vector<std::u16string>& Binding::knownNames() const {
+    if (knownNames_) return *knownNames_;
+    std::vector<std::u16string>& names = knownNames_.emplace();
     std::unordered_set<std::u16string> known;
-    const auto add = [&](std::u16string_view name) {
-        if (known.insert(lowerCase(name)).second) names.push_back(name);
+    const auto add = [&](std::size_t count, auto&& nameAt) {
+        for (std::size_t i = 0; i < count && names.size() <= kMostSuggested; ++i) {
+            const auto& name = nameAt(i);
+            if (known.insert(lowerCase(name)).second) names.emplace_back(name);
+        }
+    };
+    const auto addAll = [&](const auto& named) {
+        add(named.size(), [&](std::size_t i) -> const std::u16string& { return named[i].name; });
     };
     for (const Table* table : {sources_.rows, sources_.head}) {
         if (table == nullptr) continue;
-        for (std::size_t column = 0; column < table->columnCount(); ++column) add(table->columnName(column));
+        add(table->columnCount(), [&](std::size_t column) { return table->columnName(column); });
     }
-    for (const Field& field : report_.fields) add(field.name);
-    for (const BoundParameter& parameter : parameters_) add(parameter.name);
+    addAll(report_.fields);
+    addAll(report_.parameters);
+    if (sources_.data != nullptr) addAll(sources_.data->parameters());
+    addAll(passedNames_);
     return names;
 }
 

@@ -64,9 +64,9 @@ public:
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed);
 
-    // The same for rows that are not the grid's: with another filter (empty: none) and without groups.
-    Binding(const ReportDefinition& report, const DataSources& sources,
-            std::span<const SubReportParameter> passed, std::u16string_view filter);
+    // The names of `outer` for rows that are not the grid's: with another filter (empty: none) and without
+    // groups.
+    Binding(const Binding& outer, const DataSources& sources, std::u16string_view filter);
 
     // Parses and binds. An unknown name reads as null; each occurrence is logged once per export. Raises
     // EngineError(BadExpression), also for calculated fields that depend on themselves.
@@ -77,6 +77,7 @@ public:
     const DataSources& sources() const { return sources_; }
     const Calculated& calculated(std::uint32_t index) const { return calculated_[index]; }
     std::size_t calculatedCount() const { return calculated_.size(); }
+    // Those that expressions read or the outer report passes.
     const std::vector<BoundParameter>& parameters() const { return parameters_; }
     // Index in parameters() of a parameter that the outer report passes.
     std::size_t passedParameter(std::size_t index) const { return passed_[index]; }
@@ -90,8 +91,16 @@ public:
     UnreadValues& unreadValues() const { return unread_; }
 
 private:
-    void addNames(std::span<const SubReportParameter> passed);
-    std::size_t addParameter(const std::u16string& name, std::optional<DataType> type, const Value& value);
+    // What the report declares, by names in lower case. All bindings of a report share it.
+    struct Declared {
+        explicit Declared(const ReportDefinition& report);
+        std::unordered_map<std::u16string, const Field*> fields;
+        std::unordered_map<std::u16string, const Parameter*> parameters;
+    };
+
+    void addPassed();
+    std::optional<std::size_t> findParameter(std::u16string_view name);
+    std::size_t addParameter(BoundParameter parameter, std::u16string lowerCaseName);
     // The origin of an expression: a text of the template, and the part of it that messages show.
     struct Origin {
         std::u16string_view text;
@@ -101,7 +110,7 @@ private:
     void bind(Expression& expression, const Origin& origin);
     void bindName(BoundName& name, Expression& expression, const Origin& origin);
     void logUnknown(std::u16string_view name, const Origin& origin) const;
-    std::vector<std::u16string_view> knownNames() const;
+    const std::vector<std::u16string>& knownNames() const;
     void bindScope(Aggregate& aggregate, std::u16string_view text) const;
     std::uint32_t calculatedField(const Field& field);
 
@@ -109,8 +118,9 @@ private:
     const DetailGrid* grid_ = nullptr;  // scopes may name its groups
     DataSources sources_;
     TextUse use_ = TextUse::Report;
-    std::unordered_map<std::u16string, const Field*> fields_;  // by name in lower case
-    std::unordered_map<std::u16string, std::size_t> parameterIndex_;
+    std::shared_ptr<const Declared> declared_;
+    std::span<const SubReportParameter> passedNames_;
+    std::unordered_map<std::u16string, std::size_t> parameterIndex_;  // by name in lower case
     std::unordered_map<const Field*, std::uint32_t> calculatedIndex_;
     std::deque<Calculated> calculated_;
     std::vector<const Field*> underWay_;  // calculated fields being compiled
@@ -119,6 +129,7 @@ private:
     std::optional<Expression> filter_;
     mutable std::optional<std::unique_ptr<FilterIndex>> filterIndex_;
     std::vector<Expression> groupKeys_;
+    mutable std::optional<std::vector<std::u16string>> knownNames_;
     mutable UnreadValues unread_{"calculations treat it as empty"};
     std::uint32_t slots_ = 0;
 };

@@ -21,6 +21,7 @@
 #include <array>
 #include <limits>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 
 #include "qbsvrl6/bind/functions.h"
@@ -273,10 +274,9 @@ private:
 
     void emitName(std::u16string name) {
         auto& names = expression_->names;
-        std::size_t index = 0;
-        while (index < names.size() && names[index].name != name) ++index;
-        if (index == names.size()) names.push_back({std::move(name), NameKind::Unknown, 0, -1});
-        emit(Operation::Name, index);
+        const auto [known, isNew] = nameIndex_.try_emplace(name, names.size());
+        if (isNew) names.push_back({std::move(name), NameKind::Unknown, 0, -1});
+        emit(Operation::Name, known->second);
     }
 
     // Parses from the token after the opening parenthesis.
@@ -330,9 +330,11 @@ private:
             if (!rows) {
                 made.argument = std::make_unique<Expression>();
                 Expression* const outer = std::exchange(expression_, made.argument.get());
+                auto outerNames = std::exchange(nameIndex_, {});
                 insideAggregate_ = true;
                 expression();
                 insideAggregate_ = false;
+                nameIndex_ = std::move(outerNames);
                 expression_ = outer;
             } else if (token_.isSymbol(u"*")) {
                 advance();
@@ -362,6 +364,7 @@ private:
     Lexer& lexer_;
     Token token_;
     Expression* expression_ = nullptr;
+    std::unordered_map<std::u16string, std::size_t> nameIndex_;  // in the names of `expression_`
     int depth_ = 0;
     bool insideAggregate_ = false;
 };

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "qbsvrl6/data/readers.h"
+#include "qbsvrl6/data/widen.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
@@ -105,57 +106,48 @@ private:
     }
 
     void addParameter(const Scalar& scalar) {
-        DataParameter& parameter = data_.parameters.emplace_back();
-        parameter.name = toUtf16(path_);
-        parameter.type = scalar.type;
-        parameter.number = scalar.number;
-        parameter.boolean = scalar.boolean;
-        parameter.text = scalar.text;
+        data_.add({toUtf16(path_), scalar.type, scalar.number, scalar.boolean, std::u16string(scalar.text)});
     }
 
     void readTable(ondemand::array rows, std::u16string name) {
         Table table(std::move(name));
-        ColumnFinder columns;
-        const std::string outer = std::exchange(path_, {});
         for (auto element : rows) {
             ondemand::value value = element.value();
-            columns.beginRow(table);
+            table.beginRow();
             if (value.type() == ondemand::json_type::object) {
-                readRow(value.get_object(), table, columns, 2);
+                readRecord(value.get_object(), table, ColumnNames::kRow, 2);
             } else {
-                path_ = kValueColumn;
-                setCell(value, table, columns, 2);
+                setCell(value, table, table.names().nameOf(ColumnNames::kRow, kValueColumn), 2);
             }
-            path_.clear();
         }
-        path_ = outer;
-        data_.tables.push_back(std::move(table));
+        data_.add(std::move(table));
     }
 
-    void readRow(ondemand::object row, Table& table, ColumnFinder& columns, int depth) {
-        for (auto entry : row) {
+    // The row, or an object within it.
+    void readRecord(ondemand::object record, Table& table, ColumnNames::Id name, int depth) {
+        table.names().beginRecord(name);
+        for (auto entry : record) {
             ondemand::field field = std::move(entry);
-            const std::size_t outer = extendPath(field.unescaped_key());
-            setCell(field.value(), table, columns, depth);
-            path_.resize(outer);
+            const ColumnNames::Id key = table.names().nameOf(name, field.unescaped_key());
+            setCell(field.value(), table, key, depth);
         }
     }
 
-    void setCell(ondemand::value value, Table& table, ColumnFinder& columns, int depth) {
+    void setCell(ondemand::value value, Table& table, ColumnNames::Id name, int depth) {
         switch (value.type()) {
             case ondemand::json_type::object:
                 checkDepth(depth + 1, value);
-                readRow(value.get_object(), table, columns, depth + 1);
+                readRecord(value.get_object(), table, name, depth + 1);
                 return;
             case ondemand::json_type::array: {
-                const std::size_t column = findColumn(table, columns, value);
+                const std::size_t column = columnOf(table, name, value);
                 table.setText(column, takeText(value, depth));
                 return;
             }
             default:
                 break;
         }
-        const std::size_t column = findColumn(table, columns, value);
+        const std::size_t column = columnOf(table, name, value);
         const Scalar scalar = takeScalar(value);
         switch (scalar.type) {
             case ValueType::Boolean:
@@ -172,8 +164,8 @@ private:
         }
     }
 
-    std::size_t findColumn(Table& table, ColumnFinder& columns, ondemand::value& place) {
-        const std::size_t column = columns.find(table, path_);
+    std::size_t columnOf(Table& table, ColumnNames::Id name, ondemand::value& place) {
+        const std::size_t column = table.columnOf(name);
         if (column == Table::npos) {
             source_.fail(ErrorCode::LimitExceeded,
                          "more than " + std::to_string(limits::kDataColumns) + " columns", offset(place));

@@ -4,7 +4,6 @@
 
 #include "qbsvrl6/data/readers.h"
 #include "qbsvrl6/support/ascii.h"
-#include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_writer.h"
 
@@ -61,26 +60,16 @@ void writeRows(XmlWriter& xml, const Table& table) {
 
 }  // namespace
 
-std::size_t ColumnFinder::find(Table& table, const std::string& name) {
-    if (next_ < names_.size() && names_[next_] == name) return next_++;
-    const auto known = byName_.find(name);
-    if (known != byName_.end()) {
-        next_ = known->second + 1;
-        return known->second;
-    }
-    if (names_.size() == limits::kDataColumns) return Table::npos;
-    const std::size_t column = table.addColumn(toUtf16(name));
-    byName_.emplace(name, column);
-    names_.push_back(name);
-    next_ = column + 1;
-    return column;
-}
-
 DataSet readData(std::string bytes, const std::string& origin) {
     const SourceText source(std::move(bytes), origin);
-    DataSet data = formOf(source) == Form::Xml ? readXml(source) : readJson(source);
-    data.origin = origin;
-    return data;
+    try {
+        DataSet data = formOf(source) == Form::Xml ? readXml(source) : readJson(source);
+        data.origin = origin;
+        return data;
+    } catch (const EngineError& error) {
+        if (!error.place().file.empty()) throw;
+        throw EngineError(error.code(), error.what(), {origin});  // a budget knows no places
+    }
 }
 
 std::u16string readXmlText(std::string bytes, const std::string& origin) {
@@ -93,10 +82,10 @@ std::u16string readXmlText(std::string bytes, const std::string& origin) {
     std::string text;
     XmlWriter xml(text);
     xml.open("data").lineEnd();
-    for (const DataParameter& parameter : data.parameters) {
+    for (const DataParameter& parameter : data.parameters()) {
         xml.element(elementName(parameter.name, u"parameter"), parameter.text).lineEnd();
     }
-    for (const Table& table : data.tables) writeRows(xml, table);
+    for (const Table& table : data.tables()) writeRows(xml, table);
     xml.close().lineEnd();
     return toUtf16(text);
 }

@@ -7,8 +7,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "qbsvrl6/data/column_names.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/number.h"
 
@@ -29,7 +31,7 @@ struct Value {
     bool isNull() const { return type == ValueType::Null; }
 };
 
-// One table, stored by column.
+// One table, stored by column. A column takes memory for its values, not for the rows without one.
 class Table {
 public:
     explicit Table(std::u16string name);
@@ -41,7 +43,7 @@ public:
     void rename(std::u16string name);
     std::size_t rowCount() const;
     std::size_t columnCount() const;
-    const std::u16string& columnName(std::size_t column) const;
+    std::u16string columnName(std::size_t column) const;
     // Index of the column, or npos. Looks for the exact name first, then ignores ASCII case.
     std::size_t findColumn(std::u16string_view name) const;
     // A row or column out of range reads as null.
@@ -50,14 +52,20 @@ public:
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     // Functions that build the table. Columns are in the order of their first value; a row without a value
-    // reads as null.
-    std::size_t addColumn(std::u16string name);
+    // reads as null. What the table takes counts in the budget of the export.
     void beginRow();
+    // After the last row.
+    void endRows();
+    ColumnNames& names();
+    // The column of this name, made on first use; npos where the table has as many columns as it may have.
+    std::size_t columnOf(ColumnNames::Id name);
     void setNull(std::size_t column);
     void setBoolean(std::size_t column, bool value);
     // `asWritten` reads as the number.
     void setNumber(std::size_t column, const Number& value, std::u16string_view asWritten);
     void setText(std::size_t column, std::u16string_view value);
+    // Adds to a text that the row has already, after ", ", so that nothing is lost.
+    void addText(std::size_t column, std::u16string_view value);
 
 private:
     struct Storage;
@@ -74,14 +82,25 @@ struct DataParameter {
     Value value() const { return {type, boolean, number, 0, text}; }
 };
 
-struct DataSet {
-    std::vector<Table> tables;
-    std::vector<DataParameter> parameters;
+class DataSet {
+public:
     std::string origin;  // file or URL, for messages
 
-    // The table of this name; the first table for an empty name; null if there is none.
+    const std::vector<Table>& tables() const { return tables_; }
+    // The table of this name, the first of several; the first table for an empty name; null if there is none.
     const Table* table(std::u16string_view name) const;
+    void add(Table table);
+
+    const std::vector<DataParameter>& parameters() const { return parameters_; }
+    // Without regard to ASCII case, the last of several; null if there is none.
     const DataParameter* parameter(std::u16string_view name) const;
+    void add(DataParameter parameter);
+
+private:
+    std::vector<Table> tables_;
+    std::vector<DataParameter> parameters_;
+    std::unordered_map<std::u16string, std::size_t> tableIndex_;
+    std::unordered_map<std::u16string, std::size_t> parameterIndex_;  // by name in lower case
 };
 
 // Logs that the data has no such table, which tables it has, and which one may be meant. `user` names the

@@ -6,11 +6,15 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <cstring>
+#include <array>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "qbsvrl6/data/readers.h"
+#include "qbsvrl6/data/widen.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/xml_attributes.h"
 
 namespace qbsvrl6 {
 
@@ -44,6 +48,26 @@ std::string_view textOf(const pugi::xml_node& element, std::string& joined) {
     return text;
 }
 
+// The first attribute whose name the element has already given.
+pugi::xml_attribute findRepeated(const pugi::xml_node& element) {
+    constexpr std::size_t kFew = 8;
+    std::array<std::string_view, kFew> few;
+    std::unordered_set<std::string_view> many;
+    std::size_t count = 0;
+    for (const pugi::xml_attribute& attribute : element.attributes()) {
+        const std::string_view name = attribute.name();
+        if (count < kFew) {
+            const auto end = few.begin() + static_cast<std::ptrdiff_t>(count);
+            if (std::find(few.begin(), end, name) != end) return attribute;
+            few[count++] = name;
+        } else {
+            if (many.empty()) many.insert(few.begin(), few.end());
+            if (!many.insert(name).second) return attribute;
+        }
+    }
+    return {};
+}
+
 class Document {
 public:
     explicit Document(const SourceText& source) : source_(source) {
@@ -74,10 +98,17 @@ public:
     [[noreturn]] void fail(const std::string& message, std::size_t offset) const {
         source_.fail(ErrorCode::BadData, message, offset);
     }
-    void checkDepth(const pugi::xml_node& node, int depth) const {
-        if (depth <= limits::kXmlDepth) return;
-        source_.fail(ErrorCode::LimitExceeded,
-                     "nested deeper than " + std::to_string(limits::kXmlDepth) + " levels", offset(node));
+    // The parser accepts an attribute that is given twice; XML does not.
+    void checkElement(const pugi::xml_node& element, int depth) const {
+        if (depth > limits::kXmlDepth) {
+            source_.fail(ErrorCode::LimitExceeded,
+                         "nested deeper than " + std::to_string(limits::kXmlDepth) + " levels",
+                         offset(element));
+        }
+        if (const pugi::xml_attribute repeated = findRepeated(element)) {
+            fail("the attribute \"" + std::string(repeated.name()) + "\" is given twice",
+                 findAttribute(source_.text(), offset(element), repeated.name(), 1));
+        }
     }
     void refuseColumn(const pugi::xml_node& node) const {
         source_.fail(ErrorCode::LimitExceeded,
@@ -100,14 +131,8 @@ public:
     }
 
 private:
-    // Rows of one name in one container.
-    struct Rows {
-        Table table;
-        ColumnFinder columns;
-    };
-
     void readContainer(const pugi::xml_node& container, const std::string& path, int depth) {
-        document_.checkDepth(container, depth);
+        document_.checkElement(container, depth);
         const std::string prefix = path.empty() ? path : path + '.';
         for (const pugi::xml_attribute& attribute : container.attributes()) {
             addParameter(prefix + attribute.name(), attribute.value());
@@ -117,14 +142,14 @@ private:
             if (isElement(child)) ++counts[child.name()];
         }
         std::vector<std::string_view> order;
-        std::unordered_map<std::string_view, Rows> tables;
+        std::unordered_map<std::string_view, Table> tables;
         for (const pugi::xml_node& child : container) {
             if (!isElement(child)) continue;
             const std::string_view name = child.name();
             if (counts[name] > 1 || isSingleRow(child)) {
                 auto found = tables.find(name);
                 if (found == tables.end()) {
-                    found = tables.emplace(name, Rows{Table(toUtf16(name)), {}}).first;
+                    found = tables.emplace(name, Table(toUtf16(name))).first;
                     order.push_back(name);
                 }
                 readRow(child, found->second, depth + 1);
@@ -134,7 +159,7 @@ private:
                 readContainer(child, prefix + child.name(), depth + 1);
             }
         }
-        for (const std::string_view name : order) addTable(std::move(tables.at(name).table), prefix);
+        for (const std::string_view name : order) addTable(std::move(tables.at(name)), prefix);
     }
 
     // Whether an element that has no sibling of its name is a row.
@@ -151,71 +176,51 @@ private:
 
     // Rows of one name in two containers are two tables: the later one bears its container's path too.
     void addTable(Table table, const std::string& prefix) {
-        if (data_.table(table.name()) == nullptr) {
-            data_.tables.push_back(std::move(table));
-            return;
-        }
-        table.rename(toUtf16(prefix) + table.name());
-        data_.tables.push_back(std::move(table));
+        if (data_.table(table.name()) != nullptr) table.rename(toUtf16(prefix) + table.name());
+        data_.add(std::move(table));
     }
 
     void addParameter(const std::string& name, std::string_view text) {
-        DataParameter& parameter = data_.parameters.emplace_back();
-        parameter.name = toUtf16(name);
-        parameter.text = widen(text, buffer_);
+        data_.add({toUtf16(name), ValueType::Text, {}, false, std::u16string(widen(text, buffer_))});
     }
 
-    void readRow(const pugi::xml_node& row, Rows& rows, int depth) {
-        rows.columns.beginRow(rows.table);
-        path_.clear();
-        readRecord(row, rows, depth);
+    void readRow(const pugi::xml_node& row, Table& table, int depth) {
+        table.beginRow();
+        readRecord(row, table, ColumnNames::kRow, depth);
     }
 
-    void readRecord(const pugi::xml_node& record, Rows& rows, int depth) {
-        document_.checkDepth(record, depth);
-        const std::size_t outer = path_.size();
+    // The row, or an element within it.
+    void readRecord(const pugi::xml_node& record, Table& table, ColumnNames::Id name, int depth) {
+        document_.checkElement(record, depth);
+        ColumnNames& names = table.names();
+        names.beginRecord(name);
         for (const pugi::xml_attribute& attribute : record.attributes()) {
-            path_ += attribute.name();
-            setCell(record, rows, attribute.value());
-            path_.resize(outer);
+            setCell(record, table, names.nameOf(name, attribute.name()), attribute.value());
         }
         bool hasElements = false;
         for (const pugi::xml_node& child : record) {
             if (!isElement(child)) continue;
             hasElements = true;
-            path_ += child.name();
+            const ColumnNames::Id key = names.nameOf(name, child.name());
             if (isLeaf(child)) {
-                setCell(child, rows, textOf(child, joined_));
+                setCell(child, table, key, textOf(child, joined_));
             } else {
-                path_ += '.';
-                readRecord(child, rows, depth + 1);
+                readRecord(child, table, key, depth + 1);
             }
-            path_.resize(outer);
         }
         if (hasElements) return;
         const std::string_view text = textOf(record, joined_);
-        if (text.empty()) return;
-        path_ += kValueColumn;
-        setCell(record, rows, text);
-        path_.resize(outer);
+        if (!text.empty()) setCell(record, table, names.nameOf(name, kValueColumn), text);
     }
 
-    // A name that is repeated in one row adds to the text of the first, so that nothing is lost.
-    void setCell(const pugi::xml_node& place, Rows& rows, std::string_view text) {
-        const std::size_t column = rows.columns.find(rows.table, path_);
+    void setCell(const pugi::xml_node& place, Table& table, ColumnNames::Id name, std::string_view text) {
+        const std::size_t column = table.columnOf(name);
         if (column == Table::npos) document_.refuseColumn(place);
-        const Value before = rows.table.value(rows.table.rowCount() - 1, column);
-        if (before.isNull()) {
-            rows.table.setText(column, widen(text, buffer_));
-        } else {
-            const std::u16string both = std::u16string(before.text) + u", " + toUtf16(text);
-            rows.table.setText(column, both);
-        }
+        table.addText(column, widen(text, buffer_));
     }
 
     Document document_;
     DataSet data_;
-    std::string path_;
     std::string joined_;
     std::u16string buffer_;
 };

@@ -54,7 +54,7 @@ const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position&
     for (const PlannedCondition& condition : control.conditions) {
         holds.push_back(condition.known == Known::Now && view_.isTrue(condition.when, position));
     }
-    return styleUnder(control, std::move(holds), *instance_.plan.report, context_.styles);
+    return styleUnder(control, std::move(holds), context_.styles);
 }
 
 // All data is available before the walk, so a text that waits for its group or report is evaluated at the
@@ -85,7 +85,7 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
     if (control.visible.isLate())
         lateOf(unplaced).visibleWhen.push_back({&*control.visible.when, late(position)});
     if (control.hasLateStyle()) {
-        lateOf(unplaced).styles = instance_.plan.report;
+        lateOf(unplaced).hasStyles = true;
         lateOf(unplaced).at = late(position);
     }
     unplaced.style = styleOf(control, position);
@@ -249,7 +249,7 @@ void BandBuilder::place(BandDraft& draft, std::vector<UnplacedItem>& unplacedIte
                 std::size_t leftOut = placeText(*text, *unplaced.style, size);
                 if (leftOut == 0 && hasNoWidth(unplaced, *text)) leftOut = 1;
                 const bool settlesLate =
-                    unplaced.late && (unplaced.late->text != nullptr || unplaced.late->styles != nullptr);
+                    unplaced.late && (unplaced.late->text != nullptr || unplaced.late->hasStyles);
                 if (!settlesLate && (leftOut > 0 || text->masked))
                     context_.notes.placed(*unplaced.control, item, leftOut);
             }

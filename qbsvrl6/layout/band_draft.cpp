@@ -138,7 +138,7 @@ private:
     static std::optional<LateItem> partOf(const LateItem* late, bool ofText) {
         if (late == nullptr) return std::nullopt;
         const bool hasLink = ofText && late->contentAt;
-        if (late->visibleWhen.empty() && late->styles == nullptr && !hasLink) return std::nullopt;
+        if (late->visibleWhen.empty() && !late->hasStyles && !hasLink) return std::nullopt;
         LateItem part = *late;
         part.text = nullptr;
         if (!hasLink) part.contentAt.reset();

@@ -47,9 +47,9 @@ struct LateItem {
     LatePosition textAt;
     // All must be true for the item to be shown: the control's condition, and those of enclosing bands.
     std::vector<LateCondition> visibleWhen;
-    std::optional<LatePosition> contentAt;     // of the content's other texts (ContentTexts); none: known
-    const ReportDefinition* styles = nullptr;  // of the control's late conditional styles; null: it has none
-    LatePosition at;                           // of the conditions of the styles
+    std::optional<LatePosition> contentAt;  // of the content's other texts (ContentTexts); none: known
+    bool hasStyles = false;                 // late conditional ones, of the control
+    LatePosition at;                        // of the conditions of the styles
 };
 
 struct BandDraft {

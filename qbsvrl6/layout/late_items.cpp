@@ -59,11 +59,11 @@ void LateItems::settleForPage(BandDraft& draft, const PageNumbers& page) {
 bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) {
     const auto isTrue = [&](const LateCondition& condition) { return holds(condition, page); };
     if (!std::all_of(late.visibleWhen.begin(), late.visibleWhen.end(), isTrue)) return false;
-    if (late.styles != nullptr) restyle(item, late, page);
+    if (late.hasStyles) restyle(item, late, page);
     if (late.contentAt) settleContent(item, late, page);
     if (late.text == nullptr) {
         const bool redraws = late.contentAt && !std::holds_alternative<TextItem>(item.content);
-        if (late.styles != nullptr || redraws) fit(item, late);
+        if (late.hasStyles || redraws) fit(item, late);
         return true;
     }
     LatePosition& at = late.textAt;
@@ -94,7 +94,7 @@ void LateItems::restyle(Item& item, LateItem& late, const PageNumbers& page) {
     for (const PlannedCondition& condition : late.control->conditions) {
         conditions.push_back(holds({&condition.when, late.at}, page));
     }
-    item.style = styleUnder(*late.control, std::move(conditions), *late.styles, context_.styles);
+    item.style = styleUnder(*late.control, std::move(conditions), context_.styles);
 }
 
 void LateItems::settleContent(Item& item, LateItem& late, const PageNumbers& page) {
@@ -135,13 +135,13 @@ void LateItems::fit(Item& item, const LateItem& late) {
     context_.notes.placed(*late.control, item, placeText(*text, style, box));
 }
 
-const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds,
-                              const ReportDefinition& report, StylePool& styles) {
+const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds, StylePool& styles) {
     const PooledStyle*& variant = control.variants[holds];
     if (variant == nullptr) {
         ResolvedStyle style = *control.style;
         for (std::size_t i = 0; i < holds.size(); ++i) {
-            if (holds[i]) applyNamedStyle(report, *control.conditions[i].style, style);
+            const Style* const conditional = control.conditions[i].style;
+            if (holds[i] && conditional != nullptr) applyStyle(style, *conditional);
         }
         variant = styles.intern(style);
     }

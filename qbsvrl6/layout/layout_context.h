@@ -104,8 +104,7 @@ struct LayoutContext {
 };
 
 // The control's style with the conditional styles whose conditions hold applied to it.
-const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds,
-                              const ReportDefinition& report, StylePool& styles);
+const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds, StylePool& styles);
 
 // A plan, and the rows to walk it with.
 struct ReportInstance {

@@ -44,8 +44,8 @@ public:
         plan_ = std::make_unique<ReportPlan>();
         plan_->report = &report_;
         plan_->width = width;
-        passed_ = passed;
         data_ = found(source_.data.sets, &report_, outerData);
+        plan_->styles = std::make_unique<NamedStyles>(report_);
         plan_->binding = std::make_unique<Binding>(report_, dataSources(), passed);
         const bool nested = depth_ > 0;
         const bool sections = nested || !source_.options.onlyDetailGrid;
@@ -103,6 +103,9 @@ private:
         const char* const user = use == TextUse::ReportTable ? "the report"
                                  : use == TextUse::GridTable ? "the grid"
                                                              : "a chart";
+        const std::string key = std::to_string(TextPlaces::keyOf(name, use)) + ' ' +
+                                std::to_string(reinterpret_cast<std::uintptr_t>(&report_));
+        if (!isNewWarning(key)) return;
         for (const TextPosition& place : report_.placesOf(name, use)) {
             logMissingTable(data, name, user, place);
         }
@@ -211,11 +214,11 @@ private:
         planned.control = &control;
         planned.box = box;
         planned.style = source_.styles.intern(
-            scaledStyle(resolveStyle(report_, control.styleName, control.style), site.scale));
+            scaledStyle(plan_->styles->resolve(control.styleName, control.style), site.scale));
         for (const ConditionalStyle& conditional : control.conditions) {
             Expression when = plan_->binding->compile(conditional.when);
             const Known known = whenKnown(when, site.page);
-            planned.conditions.push_back({std::move(when), &conditional.style, known});
+            planned.conditions.push_back({std::move(when), plan_->styles->find(conditional.style), known});
         }
         planned.visible = visibility(control.visibleWhen, site.page);
         planned.content =
@@ -285,7 +288,7 @@ private:
         if (content.rows.table.empty()) {
             planned.query.emplace(content.rows, *plan_->binding);
         } else if (const std::optional<DataSources> sources = tableSources(content.rows.table)) {
-            planned.table = std::make_unique<Binding>(report_, *sources, passed_, content.rows.filter);
+            planned.table = std::make_unique<Binding>(*plan_->binding, *sources, content.rows.filter);
             planned.query.emplace(content.rows, *planned.table);
         }
         return planned;
@@ -458,7 +461,6 @@ private:
     int depth_;
     std::unique_ptr<ReportPlan> plan_;
     const DataSet* data_ = nullptr;
-    std::span<const SubReportParameter> passed_;
     std::unordered_map<std::u16string, std::size_t> columnIndex_;
 };
 

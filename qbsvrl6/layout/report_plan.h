@@ -24,6 +24,7 @@
 #include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/layout/report_data.h"
 #include "qbsvrl6/layout/style_pool.h"
+#include "qbsvrl6/model/named_styles.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {
@@ -75,7 +76,7 @@ enum class Known {
 // A conditional style.
 struct PlannedCondition {
     Expression when;
-    const std::u16string* style = nullptr;  // its name; never null
+    const Style* style = nullptr;  // of the report's `styles`; null: there is no such style
     Known known = Known::Now;
 };
 
@@ -147,6 +148,7 @@ struct PlannedGrid {
 struct ReportPlan {
     const ReportDefinition* report = nullptr;
     std::unique_ptr<Binding> binding;
+    std::unique_ptr<NamedStyles> styles;
     Micrometres width = 0;  // of its sections: between the margins, or of the sub-report's box
     std::optional<PlannedSection> pageHeader, pageFooter;
     std::vector<PlannedSection> reportHeaders, reportFooters;

@@ -1,7 +1,5 @@
 #include "qbsvrl6/model/report.h"
 
-#include <algorithm>
-
 namespace qbsvrl6 {
 
 namespace {
@@ -37,29 +35,6 @@ std::vector<TextPosition> ReportDefinition::placesOf(std::u16string_view text, T
     if (places) found = places->of(text, use);
     if (found.empty()) found.emplace_back();
     return found;
-}
-
-void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base) {
-    std::vector<const NamedStyle*> chain;  // from the style up to its outermost parent
-    const std::u16string* wanted = &name;
-    while (!wanted->empty()) {
-        const auto found = std::find_if(report.styles.begin(), report.styles.end(),
-                                        [&](const NamedStyle& style) { return style.name == *wanted; });
-        if (found == report.styles.end()) break;
-        if (std::find(chain.begin(), chain.end(), &*found) != chain.end()) break;
-        chain.push_back(&*found);
-        wanted = &found->parent;
-    }
-    for (auto style = chain.rbegin(); style != chain.rend(); ++style) applyStyle(base, (*style)->style);
-}
-
-ResolvedStyle resolveStyle(const ReportDefinition& report, const std::u16string& styleName,
-                           const Style& own) {
-    ResolvedStyle resolved;
-    applyStyle(resolved, report.font);
-    applyNamedStyle(report, styleName, resolved);
-    applyStyle(resolved, own);
-    return resolved;
 }
 
 std::vector<Control*> allControls(ReportDefinition& report) {

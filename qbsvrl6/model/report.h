@@ -259,13 +259,6 @@ struct Report {
     std::unique_ptr<ReportRuntime> runtime;  // made on first use
 };
 
-// Applies the named style and its parents to `base`, the outermost parent first. A cycle of parents ends
-// where it closes. Does nothing if there is no such style.
-void applyNamedStyle(const ReportDefinition& report, const std::u16string& name, ResolvedStyle& base);
-
-// The report's font, then the named style with its parents, then `own`.
-ResolvedStyle resolveStyle(const ReportDefinition& report, const std::u16string& styleName, const Style& own);
-
 // Every control of the report itself (not of its sub-reports), in the order of the template: report headers,
 // page header, grid (titles, contents, groups), report footers, page footer.
 std::vector<Control*> allControls(ReportDefinition& report);

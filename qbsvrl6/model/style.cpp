@@ -2,7 +2,11 @@
 
 namespace qbsvrl6 {
 
-void applyStyle(ResolvedStyle& base, const Style& over) {
+namespace {
+
+// The properties that styles as written and styles as resolved have under one name.
+template <class Base>
+void takeCommon(Base& base, const Style& over) {
     const auto take = [](auto& target, const auto& source) {
         if (source) target = *source;
     };
@@ -20,10 +24,24 @@ void applyStyle(ResolvedStyle& base, const Style& over) {
     take(base.rotation, over.rotation);
     take(base.lineSpacing, over.lineSpacing);
     take(base.padding, over.padding);
-    take(base.border.left, over.borderLeft);
-    take(base.border.top, over.borderTop);
-    take(base.border.right, over.borderRight);
-    take(base.border.bottom, over.borderBottom);
+}
+
+}  // namespace
+
+void applyStyle(ResolvedStyle& base, const Style& over) {
+    takeCommon(base, over);
+    if (over.borderLeft) base.border.left = *over.borderLeft;
+    if (over.borderTop) base.border.top = *over.borderTop;
+    if (over.borderRight) base.border.right = *over.borderRight;
+    if (over.borderBottom) base.border.bottom = *over.borderBottom;
+}
+
+void overlay(Style& base, const Style& over) {
+    takeCommon(base, over);
+    if (over.borderLeft) base.borderLeft = over.borderLeft;
+    if (over.borderTop) base.borderTop = over.borderTop;
+    if (over.borderRight) base.borderRight = over.borderRight;
+    if (over.borderBottom) base.borderBottom = over.borderBottom;
 }
 
 }  // namespace qbsvrl6

@@ -83,6 +83,7 @@ struct ResolvedStyle {
 
 // Overwrites `base` with what `over` sets.
 void applyStyle(ResolvedStyle& base, const Style& over);
+void overlay(Style& base, const Style& over);
 
 }  // namespace qbsvrl6
 

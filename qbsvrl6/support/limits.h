@@ -10,7 +10,6 @@
 namespace qbsvrl6::limits {
 
 inline constexpr std::size_t kTemplateBytes = 64u << 20;
-inline constexpr std::size_t kTemplateElements = 1'000'000;
 inline constexpr std::size_t kTemplateErrors = 50;  // reported per template
 inline constexpr std::size_t kDataBytes = 1u << 30;
 inline constexpr std::size_t kPictureBytes = 64u << 20;

@@ -12,7 +12,6 @@ namespace qbsvrl6 {
 namespace {
 
 // Names come from templates and data, which may hold any number of them at any length.
-constexpr std::size_t kComparedNames = 2'000;
 constexpr std::size_t kComparedUnits = 64;
 constexpr std::size_t kListedNames = 12;
 constexpr std::size_t kListedUnits = 48;
@@ -50,7 +49,7 @@ std::u16string_view nearestName(std::u16string_view wrong, std::span<const std::
     if (wrong.size() > kComparedUnits) return {};
     std::u16string_view nearest;
     std::size_t fewest = (wrong.size() + 1) / 3 + 1;
-    for (const std::u16string_view name : names.first(std::min(names.size(), kComparedNames))) {
+    for (const std::u16string_view name : names.first(std::min(names.size(), kMostSuggested))) {
         const std::size_t lengths = std::max(name.size(), wrong.size()) - std::min(name.size(), wrong.size());
         if (name.empty() || name.size() > kComparedUnits || lengths >= fewest) continue;
         const std::size_t distance = editDistance(wrong, name);
@@ -70,7 +69,11 @@ std::string suggestion(std::u16string_view wrong, std::span<const std::u16string
     text += nearest.empty() ? "there are: " : "There are: ";
     const std::size_t listed = std::min(names.size(), kListedNames);
     for (std::size_t i = 0; i < listed; ++i) text += (i > 0 ? ", " : "") + shown(names[i]);
-    if (names.size() > listed) text += " and " + std::to_string(names.size() - listed) + " more";
+    if (names.size() > kMostSuggested) {
+        text += " and more";
+    } else if (names.size() > listed) {
+        text += " and " + std::to_string(names.size() - listed) + " more";
+    }
     return text;
 }
 

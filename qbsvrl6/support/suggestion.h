@@ -2,11 +2,15 @@
 #ifndef QBSVR_QBSVRL6_SUPPORT_SUGGESTION_H
 #define QBSVR_QBSVRL6_SUPPORT_SUGGESTION_H
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
 
 namespace qbsvrl6 {
+
+// Names after these are neither suggested nor counted.
+inline constexpr std::size_t kMostSuggested = 2'000;
 
 // The most likely meaning of a misspelt name: the name with the fewest letters inserted, omitted, replaced or
 // swapped, at most one per three letters, ignoring ASCII case. Of equally near names, the first; empty if

@@ -7,10 +7,12 @@
 #include <unordered_set>
 
 #include "qbsvrl6/bind/binding.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/source_text.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/xml_attributes.h"
 #include "qbsvrl6/template/hidden_controls.h"
 #include "qbsvrl6/template/raw_characters.h"
 #include "qbsvrl6/template/schema.h"
@@ -43,7 +45,7 @@ struct PlacedText {
     TextPlaces* places;
 };
 
-// A control whose place the report keeps for messages.
+// A control whose position the report stores for messages.
 struct PlacedControl {
     std::size_t offset;
     Control* control;
@@ -140,6 +142,15 @@ void Reading::logWarnings() {
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 std::string tag(std::string_view name) { return '<' + std::string(name) + '>'; }
 
+// Whether all characters are XML's: no control characters but tab and line ends, no surrogates.
+bool isXmlText(std::string_view text) {
+    const bool hasControl = std::any_of(text.begin(), text.end(), [](char c) {
+        return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';
+    });
+    return !hasControl && text.find("\xEF\xBF\xBE") == std::string_view::npos &&
+           text.find("\xEF\xBF\xBF") == std::string_view::npos && isValidUtf8(text);
+}
+
 constexpr const char* kBlanks = " \t\r\n";
 
 // Where an element's tag or a text begins.
@@ -149,23 +160,9 @@ std::size_t offsetOf(const std::string& text, pugi::xml_node node) {
     return std::min(text.find_first_not_of(kBlanks, offset), text.size());
 }
 
-// Where the attribute's name begins, of the `skip`th attribute of this name: the parser does not store it,
-// but the text is known to be well-formed.
 std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std::string_view name,
                               int skip = 0) {
-    std::size_t at = text.find_first_of(" \t\r\n/>", offsetOf(text, node));
-    while (at < text.size()) {
-        at = text.find_first_not_of(kBlanks, at);
-        if (at == std::string::npos || text[at] == '/' || text[at] == '>') break;
-        const std::size_t end = text.find_first_of(" \t\r\n=", at);
-        const std::size_t open = text.find_first_of("\"'", at);
-        if (end == std::string::npos || open == std::string::npos) break;
-        if (std::string_view(text).substr(at, end - at) == name && skip-- == 0) return at;
-        const std::size_t close = text.find(text[open], open + 1);
-        if (close == std::string::npos) break;
-        at = close + 1;
-    }
-    return offsetOf(text, node);
+    return findAttribute(text, offsetOf(text, node), name, skip);
 }
 
 const std::u16string& nameOf(const NamedStyle& item) { return item.name; }
@@ -573,6 +570,13 @@ void ReadElement::finish() {
         return std::find(names.begin(), names.end(), std::string_view(name)) != names.end();
     };
     for (pugi::xml_attribute attribute : node_.attributes()) {
+        // The parser accepts them, also as "&#11;", but no XML can hold them: they could not be saved.
+        if (!isXmlText(attribute.value())) {
+            addErrorAt(
+                attribute.name(),
+                "the attribute " + quoted(attribute.name()) + " has a character that XML does not allow",
+                ErrorCode::NotXml);
+        }
         if (!known(attributes_, attribute.name())) {
             addErrorAt(attribute.name(),
                        "unknown attribute " + quoted(attribute.name()) + " of " + tag(node_.name()));
@@ -607,13 +611,22 @@ void ReadElement::readVersion() {
     }
 }
 
+// Before the text is parsed, which takes much more memory than it has.
+std::uint64_t countElements(std::string_view xml) {
+    std::uint64_t count = 0;
+    for (std::size_t at = 0; (at = xml.find('<', at)) != std::string_view::npos; ++at) {
+        count += at + 1 < xml.size() && xml[at + 1] != '/' ? 1 : 0;
+    }
+    return count;
+}
+
 // Parses leniently, so that content outside the root is found, and rejects it here.
 pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
     const std::string& text = source.text();
-    const auto elements = static_cast<std::size_t>(std::count(text.begin(), text.end(), '<'));
-    if (elements > 2 * limits::kTemplateElements) {
-        source.fail(ErrorCode::LimitExceeded,
-                    "more than " + std::to_string(limits::kTemplateElements) + " elements", 0);
+    try {
+        checkFigure(&Budget::templateElements, countElements(text));
+    } catch (const EngineError& error) {
+        source.fail(error.code(), error.what(), 0);
     }
     if (const std::size_t null = text.find('\0'); null != std::string::npos) {
         source.fail(ErrorCode::NotXml, "a null character in the text", null);

@@ -451,7 +451,7 @@ void describePaper(Element& element, ReportLike& report) {
 template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     static const ReportDefinition defaults;
-    constexpr std::size_t kNoLimit = limits::kTemplateElements;
+    constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
     const bool hasPages = place == ReportPlace::Root;
     if (hasPages) {
         element.attribute("imageResolution", report.imageResolution, defaults.imageResolution,

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
@@ -26,10 +27,10 @@ std::string describe(const Value& value) {
 // "name=value" for each parameter; "table(a,b):1,2;3,4" for each table.
 std::string describe(const DataSet& data) {
     std::string text;
-    for (const DataParameter& parameter : data.parameters) {
+    for (const DataParameter& parameter : data.parameters()) {
         text += toUtf8(parameter.name) + "=" + describe(parameter.value()) + " ";
     }
-    for (const Table& table : data.tables) {
+    for (const Table& table : data.tables()) {
         text += toUtf8(table.name()) + "(";
         for (std::size_t c = 0; c < table.columnCount(); ++c)
             text += (c ? "," : "") + toUtf8(table.columnName(c));
@@ -135,6 +136,8 @@ TEST(ReadData, TellsThePlaceOfAFault) {
         {"<a/>\n<b/>", "! f:2:2: a second root element"},
         {"<a/>\nx", "! f:2:1: text outside the root element"},
         {"<!-- -->", "! f:1:9: the data has no root element"},
+        {"<r v='1' v='2'/>", "! f:1:10: the attribute \"v\" is given twice"},
+        {"<r><a b='1'\n c='2' b='3'/><a/></r>", "! f:2:8: the attribute \"b\" is given twice"},
         {"<?xml version='1.0' encoding='klingon'?><a/>",
          "! f:1:1: the encoding \"klingon\" is not supported"},
         {"<?xml version='1.0' encoding='GBK'?><a>\n\xD6\xFF</a>",
@@ -161,6 +164,9 @@ TEST(ReadData, RefusesWhatPassesALimit) {
     for (std::size_t i = 0; i <= limits::kDataColumns; ++i) wide += "\"c" + std::to_string(i) + "\":1,";
     wide.back() = '}';
     EXPECT_NE(read(wide + "]").find("more than 16384 columns"), std::string::npos);
+    const std::string half(2'048, 'k');
+    EXPECT_EQ(read("[{\"" + half + "\":{\"" + half + "\":1}}]"),
+              "! f: the budget name-length of 4,096 is used up at the name of a column");
 }
 
 // A cut file is reported as such wherever it is cut, and never read beyond.
@@ -183,10 +189,47 @@ TEST(ReadData, FindsNamesExactlyThenWithoutCase) {
     EXPECT_EQ(table.findColumn(u"name"), 1u);
     EXPECT_EQ(table.findColumn(u"NAME"), 0u);
     EXPECT_EQ(table.findColumn(u"gröSSe"), Table::npos);
+    const DataSet nested = readData(R"([{"a.b":1,"a":{"B":2,"b":3,"c":{"d":4}},"":{"e":5}}])", "f");
+    EXPECT_EQ(describe(nested), "(a.b,a.B,a.c.d,e):#3,#2,#4,#5 ") << "a point in a name is one between names";
+    EXPECT_EQ(nested.table(u"")->findColumn(u"A.C.D"), 2u);
     EXPECT_EQ(data.table(u""), &table);
     EXPECT_EQ(data.table(u"t"), nullptr);
     EXPECT_TRUE(table.value(0, 7).isNull());
     EXPECT_TRUE(table.value(7, 0).isNull());
+}
+
+// Columns with few values are stored in another way than those with many.
+TEST(ReadData, ReadsColumnsOfAnyDensity) {
+    constexpr std::size_t kPeriods[] = {1, 2, 5, 40, 1'999, 0};
+    const auto written = [](std::size_t row) {
+        return row % 3 == 0 ? std::to_string(row) : row % 3 == 1 ? "\"t" + std::to_string(row) + '"' : "true";
+    };
+    const auto has = [](std::size_t row, std::size_t period) {
+        return period == 0 ? row >= 100 : row % period == period - 1;
+    };
+    std::string json = "[";
+    for (std::size_t row = 0; row < 2'000; ++row) {
+        json += row == 0 ? "{" : "},{";
+        const char* between = "";
+        for (const std::size_t period : kPeriods) {
+            if (!has(row, period)) continue;
+            json += std::exchange(between, ",") + ('"' + std::to_string(period) + "\":0,\"") +
+                    std::to_string(period) + "\":" + written(row);
+        }
+    }
+    const DataSet data = readData(json + "}]", "f");
+    const Table& table = *data.table(u"");
+    for (std::size_t column = 0; column < table.columnCount(); ++column) {
+        const std::size_t period = std::stoul(toUtf8(table.columnName(column)));
+        for (std::size_t row = 0; row < table.rowCount(); ++row) {
+            const Value value = table.value(row, column);
+            const std::string expected = has(row, period) ? written(row) : "";
+            ASSERT_EQ(value.type == ValueType::Text ? '"' + toUtf8(value.text) + '"' : toUtf8(value.text),
+                      expected)
+                << row << " of " << period;
+            if (value.type == ValueType::Number) ASSERT_EQ(value.number.toDouble(), static_cast<double>(row));
+        }
+    }
 }
 
 TEST(ReadData, HoldsLargeData) {
@@ -199,10 +242,10 @@ TEST(ReadData, HoldsLargeData) {
     json.back() = ']';
     ASSERT_GT(json.size(), 50u << 20);
     const DataSet data = readData(json, "f");
-    ASSERT_EQ(data.tables.size(), 1u);
-    EXPECT_EQ(data.tables[0].rowCount(), 450'000u);
-    EXPECT_EQ(data.tables[0].value(449'999, 3).number.toDouble(), 449'999.25);
-    EXPECT_EQ(data.tables[0].value(449'999, 5).text, u"0123456789");
+    ASSERT_EQ(data.tables().size(), 1u);
+    EXPECT_EQ(data.tables()[0].rowCount(), 450'000u);
+    EXPECT_EQ(data.tables()[0].value(449'999, 3).number.toDouble(), 449'999.25);
+    EXPECT_EQ(data.tables()[0].value(449'999, 5).text, u"0123456789");
 }
 
 TEST(ReadXmlText, KeepsXmlAndTurnsJsonIntoIt) {

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
-#include "qbsvrl6/model/report.h"
+#include "qbsvrl6/model/named_styles.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 namespace {
@@ -11,22 +13,29 @@ TEST(Styles, ComeFromTheReportThenTheParentsThenTheControl) {
     ReportDefinition report;
     report.font.fontFamily = u"KaiTi";
     report.font.fontSize = 9;
-    report.styles = {{u"base", u"", {}}, {u"cell", u"base", {}}, {u"a", u"b", {}}, {u"b", u"a", {}}};
+    report.styles = {
+        {u"base", u"", {}}, {u"cell", u"base", {}}, {u"a", u"b", {}}, {u"b", u"a", {}}, {u"tail", u"b", {}}};
     report.styles[0].style.fontSize = 12;
     report.styles[0].style.bold = true;
     report.styles[1].style.bold = false;
     report.styles[2].style.fontSize = 20;
+    report.styles[2].style.underline = true;
     report.styles[3].style.fontSize = 30;
     Style own;
     own.italic = true;
 
-    const ResolvedStyle cell = resolveStyle(report, u"cell", own);
+    NamedStyles styles(report);
+    const ResolvedStyle cell = styles.resolve(u"cell", own);
     EXPECT_EQ(cell.fontFamily, u"KaiTi");
     EXPECT_EQ(cell.fontSize, 12);
     EXPECT_FALSE(cell.bold);
     EXPECT_TRUE(cell.italic);
-    EXPECT_EQ(resolveStyle(report, u"unknown", {}).fontSize, 9);
-    EXPECT_EQ(resolveStyle(report, u"a", {}).fontSize, 20) << "a cycle ends where it closes";
+    EXPECT_EQ(styles.resolve(u"unknown", {}).fontSize, 9);
+    for (const auto& [name, size] : std::map<std::u16string, double>{{u"a", 20}, {u"b", 30}, {u"tail", 30}}) {
+        EXPECT_EQ(styles.resolve(name, {}).fontSize, size)
+            << toUtf8(name) << ": a cycle ends where it closes";
+    }
+    EXPECT_TRUE(styles.resolve(u"b", {}).underline) << "of its parent, which inherits from it";
 }
 
 TEST(Reports, WalkTheirControlsInTheTemplatesOrder) {

@@ -263,8 +263,7 @@ TEST(Suggestion, NamesTheNearestAndListsSome) {
     // Hostile: as many and as long names as data can have.
     const std::u16string longName(1'000'000, u'n');
     const std::vector<std::u16string_view> many(16'384, longName);
-    EXPECT_EQ(suggestion(longName, many).size(),
-              std::string("there are:  and 16372 more").size() + 12 * 53 - 2);
+    EXPECT_EQ(suggestion(longName, many).size(), std::string("there are:  and more").size() + 12 * 53 - 2);
 }
 
 TEST_F(InDirectory, WritesWholeFilesAndLeavesNothingElse) {
