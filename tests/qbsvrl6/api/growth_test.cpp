@@ -1,0 +1,134 @@
+// What an export takes grows with its input and no faster: each shape of input is exported at n, 2n and 4n. Memory
+// is counted, not time, so that the result is the same on every machine.
+#include <cstdlib>
+#include <functional>
+#include <new>
+#include <string>
+
+#include "tests/qbsvrl6/api/api_fixture.h"
+
+namespace {
+
+thread_local std::size_t allocations = 0;
+thread_local std::size_t allocatedBytes = 0;
+
+void* allocate(std::size_t size) {
+    ++allocations;
+    allocatedBytes += size;
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace api_test {
+namespace {
+
+// "#" is the number of the round.
+std::string repeated(int count, const std::string& text, const std::string& between = "") {
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        if (i > 0) all += between;
+        for (const char c : text) all += c == '#' ? std::to_string(i) : std::string(1, c);
+    }
+    return all;
+}
+
+const std::string kText = R"(<Text width="20mm" height="5mm" text="[a]"/>)";
+const std::string kSub = R"(<SubReport width="20mm" height="5mm"><Report><Data table="t#"/><ReportHeader>)" +
+                         kText + "</ReportHeader></Report></SubReport>";
+const std::string kChart = R"(<Chart width="20mm" height="9mm"><Series label="s" value="a"/></Chart>)";
+const std::string kJoined =
+    R"x(<Grid><Recordset table="m"/><Columns><Column name="c" width="80mm"><Content><SubReport><Parameter name="p"
+    expression="id"/><Report><Grid filter="v &gt;= 0 and (k = p and true)"><Recordset table="d"/><Columns>
+    <Column name="v" width="30mm"><Content text="[v]"/></Column></Columns></Grid></Report></SubReport></Content>
+    </Column></Columns></Grid>)x";
+
+struct Shape {
+    const char* name;
+    std::function<std::string(int)> data;
+    std::function<std::string(int)> report;  // the content of its template
+};
+
+std::string header(const std::string& controls) { return "<ReportHeader>" + controls + "</ReportHeader>"; }
+
+const Shape kShapes[] = {
+    {"rows without values, then one with many columns",
+     [](int n) { return "[" + repeated(n, "{},") + "{" + repeated(n, R"("c#":1)", ",") + "}]"; },
+     {}},
+    {"a long key around many",
+     [](int n) { return "[{\"" + std::string(n, 'k') + "\":{" + repeated(n, R"("c#":1)", ",") + "}}]"; },
+     {}},
+    {"a child repeated in a row",
+     [](int n) { return "<d><r>" + repeated(n, "<a>xyz</a>") + "</r><r/></d>"; },
+     {}},
+    {"attributes", [](int n) { return "<d " + repeated(n, "a#='1' ") + "><r a='1'/></d>"; }, {}},
+    {"tables", [](int n) { return "{" + repeated(n, R"("t#":[{"a":1}])", ",") + "}"; },
+     [](int n) { return header(repeated(n, kSub)); }},
+    {"tables of one name", [](int n) { return "<d>" + repeated(n, "<c#><t a='1'/></c#>") + "</d>"; }, {}},
+    {"parameters of the data and sub-reports",
+     [](int n) { return "{" + repeated(n, R"("p#":1)", ",") + R"(,"t":[{"a":1}]})"; },
+     [](int n) { return header(repeated(n, kSub)); }},
+    {"parameters, fields and charts",
+     {},
+     [](int n) {
+         return "<Parameters>" + repeated(n, "<Parameter name='p#'/>") + "</Parameters><Fields>" +
+                repeated(n, "<Field name='f#'/>") + "</Fields>" + header(repeated(n, kChart));
+     }},
+    {"a chain of styles",
+     {},
+     [](int n) {
+         return "<Styles><Style name='s'/>" + repeated(n, "<Style name='s#' parent='s'/>") + "</Styles>" +
+                header(repeated(n, "<Text style='s#' width='20mm' height='5mm'/>"));
+     }},
+    {"a filter for each row",
+     [](int n) {
+         return R"({"m":[)" + repeated(n, R"({"id":#})", ",") + R"(],"d":[)" +
+                repeated(n, R"({"k":#,"v":#})", ",") + "]}";
+     },
+     [](int) { return kJoined; }},
+    {"unknown names", {}, [](int n) { return header(repeated(n, "<Text text='[u#]'/>")); }},
+};
+
+class GrowthTest : public ApiTest {
+protected:
+    // Of loading the template and its data, and exporting the report.
+    void measure(const Shape& shape, int n, std::size_t& count, std::size_t& bytes) {
+        write("growth.txt", shape.data ? shape.data(n) : R"([{"a":1}])");
+        write("growth.qbf", "<Report version='1'><Data connection='xml' query='growth.txt'/>" +
+                                (shape.report ? shape.report(n) : header("<Text text='x'/>")) + "</Report>");
+        const OwnReport report;
+        const std::size_t countBefore = allocations;
+        const std::size_t bytesBefore = allocatedBytes;
+        ASSERT_EQ(QBReportLoadFromFile(report, path("growth.qbf").c_str()), 1) << shape.name << takeLog();
+        ASSERT_NE(exported(report, QBExportType_CSV), "(null)") << shape.name << takeLog();
+        count = allocations - countBefore;
+        bytes = allocatedBytes - bytesBefore;
+    }
+};
+
+TEST_F(GrowthTest, IsLinearInTheInput) {
+    constexpr int kLeast = 150;
+    for (const Shape& shape : kShapes) {
+        std::size_t counts[3] = {};
+        std::size_t bytes[3] = {};
+        measure(shape, kLeast, counts[0], bytes[0]);  // fills what is filled once
+        for (int i = 0; i < 3; ++i) measure(shape, kLeast << i, counts[i], bytes[i]);
+        // What does not grow is in all three. The second step is twice the first if all else is linear, and four
+        // times if it is quadratic.
+        EXPECT_LE(counts[2] - counts[1], 3 * (counts[1] - counts[0]) + 50)
+            << shape.name << ": allocations " << counts[0] << " " << counts[1] << " " << counts[2];
+        EXPECT_LE(bytes[2] - bytes[1], 3 * (bytes[1] - bytes[0]) + 10'000)
+            << shape.name << ": bytes " << bytes[0] << " " << bytes[1] << " " << bytes[2];
+    }
+}
+
+}  // namespace
+}  // namespace api_test
