@@ -84,8 +84,8 @@ QBSVR_API int QBXReportSetReach(quillbrook::tagQBReport* report, const QBXReach*
 
 // Sets an option of an export by its name. Returns zero for an unknown name or an invalid value.
 //
-//     csv.defuse  yes or no: in CSV, an apostrophe is put before texts that a spreadsheet would calculate, such
-//                 as "=1+1". If it is not set, the template and the settings file decide.
+// "csv.defuse" is "yes" or "no": whether, in CSV, an apostrophe is put before texts that a spreadsheet would
+// calculate, such as "=1+1". If it is not set, the template and the settings file decide.
 QBSVR_API int QBXExportOptionSet(quillbrook::tagQBExportOption* option, const quillbrook::lkchar* name,
                                  const quillbrook::lkchar* value);
 
