@@ -68,6 +68,9 @@ TEST_F(ApiTest, EventsComeInOrderAndHandlersDieOnceWithTheirReport) {
     EXPECT_NE(exported(report, QBExportType_CSV), "(null)") << takeLog();
     EXPECT_EQ(std::exchange(journal, ""), "init begin:6 ChartBar InnerChart ");
 
+    QBReportPrint(report, 0);
+    EXPECT_EQ(std::exchange(journal, ""), "init ChartBar InnerChart ") << "printing exports nothing";
+
     QBReportPrepareExport(report, QBExportType_TXT);
     EXPECT_EQ(journal, "") << "an export begins when it runs";
     EXPECT_NE(QBReportExportToBinaryObject(report), nullptr);
@@ -195,21 +198,28 @@ TEST_F(ApiTest, ChartDataHoldsForOneExport) {
         "chart.txt",
         R"(<Chart><Row Category="Q1" Series="A" Value="1"/><Row Category="Q1" Series="B" Value="2"/></Chart>)");
     int loaded = 0;
-    QBAttachEventChartRequestData(report, new OnChart(journal, [&](tagQBChart* chart) {
-                                      QBChartSetSeriesCount(chart, 3);
-                                      QBChartSetSeriesLabel(chart, 0, u"张三");
-                                      QBChartSetSeriesLabel(chart, 3, u"beyond");
-                                      QBChartSetSeriesLabel(chart, -1, u"beyond");
-                                      // Calls back into the report that is being exported.
-                                      loaded += QBChartLoadDataFromXML(
-                                          chart, QBReportExtractXMLFromURL(report, u"chart.txt"), 0, 0, 1);
-                                      EXPECT_EQ(QBChartLoadDataFromXML(chart, u"<Chart", 1, 1, 1), 0);
-                                      QBReportSaveToFile(report, path("during.qbf").c_str());
-                                  }));
+    QBAttachEventChartRequestData(
+        report, new OnChart(journal, [&](tagQBChart* chart) {
+            QBChartSetSeriesCount(chart, 3);
+            QBChartSetSeriesLabel(chart, 0, u"张三");
+            QBChartSetSeriesLabel(chart, 3, u"beyond");
+            QBChartSetSeriesLabel(chart, -1, u"beyond");
+            // Calls back into the report that is being exported.
+            loaded += QBChartLoadDataFromXML(chart, QBReportExtractXMLFromURL(report, u"chart.txt"), 0, 0, 1);
+            EXPECT_EQ(QBChartLoadDataFromXML(chart, u"<Chart", 1, 1, 1), 0);
+            QBReportSaveToFile(report, path("during.qbf").c_str());
+            const auto* points = u"<Chart><Row Series='P' X='1' Y='2' Size='3'/></Chart>";
+            EXPECT_EQ(QBChartLoadXYDataFromXML(chart, points, 1), 1);
+            QBReportSaveToFile(report, path("points.qbf").c_str());
+            EXPECT_EQ(QBChartLoadXYZDataFromXML(chart, points, 1), 1);
+            QBReportSaveToFile(report, path("sized.qbf").c_str());
+        }));
     EXPECT_NE(exported(report, QBExportType_CSV), "(null)") << takeLog();
     EXPECT_EQ(loaded, 2);
     EXPECT_NE(read("during.qbf").find("<Category name=\"Q1\"/>"), std::string::npos);
     EXPECT_NE(read("during.qbf").find("<Series label=\"张三\" values=\"1\"/>"), std::string::npos);
+    EXPECT_NE(read("points.qbf").find("<Point x=\"1\" y=\"2\"/>"), std::string::npos) << read("points.qbf");
+    EXPECT_NE(read("sized.qbf").find("<Point x=\"1\" y=\"2\" size=\"3\"/>"), std::string::npos);
     QBReportSaveToFile(report, path("after.qbf").c_str());
     EXPECT_EQ(read("after.qbf"), read("list.qbf"));
 }

@@ -227,6 +227,28 @@ TEST_F(ApiTest, WhatAPageCannotShowIsLoggedOnceAndKeptInCells) {
     EXPECT_EQ(log.find("control \"off\""), std::string::npos) << "logged at loading: " << log;
 }
 
+TEST_F(ApiTest, SwitchesOfCellDocumentsLeaveOut) {
+    write("two.qbf", R"(<Report version="1">
+      <PageHeader height="5mm"><Text width="50mm" height="5mm" text="head"/></PageHeader>
+      <ReportHeader height="5mm" newPageAfter="true"><Text width="50mm" height="5mm" text="one"/></ReportHeader>
+      <ReportFooter height="5mm"><Text width="50mm" height="5mm" text="two"/></ReportFooter></Report>)");
+    const OwnReport report;
+    QBReportLoadFromFile(report, path("two.qbf").c_str());
+    const struct {
+        void (*set)(tagQBE2CellOption* option, int on);
+        const char* document;
+    } cases[] = {{[](tagQBE2CellOption*, int) {}, "head\none\n\fhead\ntwo\n"},
+                 {QBE2CellOptionSetExportPageBreak, "head\none\nhead\ntwo\n"},
+                 {QBE2CellOptionSetExportPageHeaderFooter, "one\n\ftwo\n"},
+                 {QBE2CellOptionSetSameAsPrint, "head\none\ntwo\n"}};
+    for (const auto& test : cases) {
+        tagQBExportOption* option = QBReportPrepareExport(report, QBExportType_TXT);
+        test.set(QBExportOptionGetAsE2CellOption(option), 0);
+        EXPECT_EQ(bytesOf(QBReportExportToBinaryObject(report)), test.document) << takeLog();
+        QBReportUnprepareExport(report);
+    }
+}
+
 TEST_F(ApiTest, AnEmptyReportIsExportedToo) {
     const OwnReport report;
     EXPECT_EQ(exported(report, QBExportType_PDF).substr(0, 5), "%PDF-") << takeLog();

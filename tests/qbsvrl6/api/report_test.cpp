@@ -221,14 +221,17 @@ TEST_F(ApiTest, FormatsNumbersAndDrawsBarcodes) {
     const struct {
         const char16_t* request;
         bool showsText;
-    } requests[] = {{uR"({"codepage":65001,"requireShowText":true,"text":"123456","type":1})", true},
-                    {uR"({"text":"123456","type":1})", true},
-                    {uR"({"requireShowText":false,"text":"123456","type":1})", false},
-                    {uR"({"requireShowText":true,"text":"a\"b","type":52})", false}};
+        const char* height;
+    } requests[] = {
+        {uR"({"codepage":65001,"requireShowText":true,"text":"123456","type":1})", true, "18.67mm"},
+        {uR"({"text":"123456","type":1})", true, "18.67mm"},
+        {uR"({"requireShowText":false,"text":"123456","type":1})", false, "15mm"},
+        {uR"({"requireShowText":true,"text":"a\"b","type":52})", false, "9.57mm"}};
     for (const auto& test : requests) {
         const std::string graph = narrow(QBGenerateBarcodeGraph(test.request));
         EXPECT_TRUE(graph.starts_with("<svg ")) << narrow(test.request) << ": " << graph;
         EXPECT_EQ(graph.find("<text") != std::string::npos, test.showsText) << narrow(test.request);
+        EXPECT_NE(graph.find(" height=\"" + std::string(test.height)), std::string::npos) << graph;
     }
     EXPECT_EQ(narrow(QBGenerateBarcodeGraph(uR"({"text":"\u0041\u00E9\/\u0022\\u0041\"","type":9})")),
               narrow(QBGenerateBarcodeGraph(u"{\"text\":\"Aé/\\\"\\\\u0041\\\"\",\"type\":9}")));
@@ -242,7 +245,6 @@ TEST_F(ApiTest, FormatsNumbersAndDrawsBarcodes) {
 }
 
 TEST_F(ApiTest, PrintingWithoutAPrinterIsLoggedAndKeepsTheName) {
-    ::setenv("CUPS_SERVER", (directory_ + "no.sock").c_str(), 1);
     const OwnReport report;
     QBReportLoadFromFile(report, path("list.qbf").c_str());
     tagQBPrinter* printer = QBReportGetPrinter(report);

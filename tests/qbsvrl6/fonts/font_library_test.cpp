@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <hb.h>
 
+#include "qbsvrl6/fonts/font_face.h"
 #include "qbsvrl6/support/utf.h"
+#include "tests/source_directory.h"
 
 namespace qbsvrl6 {
 namespace {
@@ -76,6 +78,7 @@ TEST(FontLibrary, FacesTellWhatAPdfNeeds) {
     EXPECT_TRUE(mono.fixedPitch);
     EXPECT_LT(mono.italicAngle, 0);
     EXPECT_FALSE(resolveFont(u"Arial", false, false).members.front().face->serif);
+    EXPECT_EQ(openFontFace(QBSVR_SOURCE_DIR "/README.md", 0), nullptr) << "no outlines";
 }
 
 TEST(FontLibrary, CharactersThatTheFamilyLacksComeFromAnother) {

@@ -57,6 +57,23 @@ def dump_markup(path):
     print(text if path.endswith(".rtf") else lines_of(text), end="")
 
 
+def dump_image(path):
+    """Its pages, a character a pixel: 0 to 9 for grey, a letter for three levels of each colour, a space for white."""
+    from PIL import Image, ImageSequence
+
+    def character(pixel):
+        red, green, blue = (part // 86 for part in pixel)
+        if max(pixel) - min(pixel) > 25:
+            return chr(ord("A") + red * 9 + green * 3 + blue)
+        return " " if pixel == (255, 255, 255) else str(pixel[1] // 26)
+
+    for page in ImageSequence.Iterator(Image.open(path)):
+        print("-- %d x %d %s" % (*page.size, page.mode))
+        pixels = page.convert("RGB").load()
+        for y in range(page.height):
+            print("".join(character(pixels[x, y]) for x in range(page.width)).rstrip())
+
+
 if __name__ == "__main__":
     extension = sys.argv[1].rpartition(".")[2]
-    {"xlsx": dump_xlsx, "xls": dump_xls, "pdf": dump_pdf}.get(extension, dump_markup)(sys.argv[1])
+    {"xlsx": dump_xlsx, "xls": dump_xls, "pdf": dump_pdf, "png": dump_image, "tif": dump_image}.get(extension, dump_markup)(sys.argv[1])

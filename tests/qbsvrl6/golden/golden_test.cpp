@@ -102,13 +102,15 @@ std::string pdfOf(const GoldenReport& golden) {
 // paged.xls.facts.
 std::string cellsOf(const GoldenReport& golden, const std::string& name) {
     static const std::map<std::string, ExportKind> kKinds = {
-        {"csv", ExportKind::Csv}, {"txt", ExportKind::Txt}, {"htm", ExportKind::Htm},
-        {"rtf", ExportKind::Rtf}, {"xls", ExportKind::Xls}, {"xlsx", ExportKind::Xls}};
+        {"csv", ExportKind::Csv},   {"txt", ExportKind::Txt},  {"htm", ExportKind::Htm},
+        {"rtf", ExportKind::Rtf},   {"xls", ExportKind::Xls},  {"xlsx", ExportKind::Xls},
+        {"png", ExportKind::Image}, {"tif", ExportKind::Image}};
     const std::size_t dot = name.find('.') + 1;
     const std::string extension = name.substr(dot, name.find('.', dot) - dot);
     ExportOptions options;
     options.kind = kKinds.at(extension);
     options.xlsx = extension == "xlsx";
+    options.imageKind = extension == "png" ? ImageKind::Png : ImageKind::Tiff;
     options.sameAsPrint = name.starts_with("paged.");
     options.onlyDetailGrid = name.starts_with("grid.");
     options.defuseFormulas = name.starts_with("defused.");

@@ -249,6 +249,13 @@ TEST(Raster, PagesAndResolution) {
     info = describe(image(makeTiffWriter, pages(), true));
     EXPECT_NE(info.find("Image Width: 400 Image Length: 600"), std::string::npos) << info;
     EXPECT_NE(describe(image(makeTiffWriter, {})).find("Image Width"), std::string::npos);
+    // Strips of less than a page hold the same pixels as the PNG.
+    const programs::TemporaryFile large("a.tif", image(makeTiffWriter, pages(), true, 2 * kResolution));
+    const std::string plain = large.path() + "f";
+    programs::run("tiffcp -c none -r 1200 " + large.path() + " " + plain);
+    const Pixels rows = decodePng(image(makePngWriter, pages(), true, 2 * kResolution));
+    ASSERT_EQ(rows.channels, 1);
+    EXPECT_NE(ReadFile(plain).find(std::string(rows.color.begin(), rows.color.end())), std::string::npos);
     EXPECT_EQ(decodePng(image(makePngWriter, {}, true)).width, 2100);  // an empty page of the usual paper
 }
 
