@@ -83,8 +83,8 @@ inline constexpr std::array<Word<ChartAggregate>, 5> kChartAggregates = {
      {"count", ChartAggregate::Count},
      {"minimum", ChartAggregate::Minimum},
      {"maximum", ChartAggregate::Maximum}}};
-// What happens to columns that are wider than the page (docs/column-adapt.md). The methods with "Ex"
-// put the remaining columns after all rows, the others after the rows of each page; "RepeatFixed" repeats the
+// What happens to columns that are wider than the page (docs/column-adapt.md). The methods with `Ex`
+// put the remaining columns after all rows, the others after the rows of each page; `RepeatFixed` repeats the
 // first `fixedColumns` columns on them.
 inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
     {{"discard", ColumnAdapt::Discard},
@@ -136,7 +136,7 @@ void describeStyle(Element& element, StyleLike& style) {
     element.borders(style.borderLeft, style.borderTop, style.borderRight, style.borderBottom);
 }
 
-// Where rows come from. `connection` is "xml", or empty to inherit that of the enclosing report. `query` is then
+// Where rows come from. `connection` is `xml`, or empty to inherit that of the enclosing report. `query` is then
 // the address of the data; a relative one starts at the folder of the template, also in a copy that is saved
 // elsewhere. `table` names one table of the data; without it, the first is used. Names of
 // tables are checked at export, when the data is there. `tableUse` distinguishes equal table names in messages.
