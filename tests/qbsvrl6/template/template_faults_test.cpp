@@ -77,7 +77,7 @@ TEST(TemplateFaults, NameBytesAndLimits) {
         {std::string("<Report\0/>", 10), ErrorCode::NotXml, "1:8: a null character"},
         {"<?xml version=\"1.0\" encoding=\"GBK\"?>\n<Report version=\"1\" a=\"\xFF\xFF\"/>",
          ErrorCode::BadEncoding, "2:24: "},
-        {"<Report version=\"1\">\n \xC3\x28</Report>", ErrorCode::BadEncoding, "2:2: "},
+        {"<Report version=\"1\">\n 𠮷\xC3\x28</Report>", ErrorCode::BadEncoding, "2:3: "},
         {inReport("<Grid><Columns>\n" + manyColumns + "\n</Columns></Grid>\n"), ErrorCode::LimitExceeded,
          "2003:1: more than 2000 <Column>"},
         {inReport(repeated("<a/>", 250'000)), ErrorCode::LimitExceeded, "1:1: the budget template-elements"},
