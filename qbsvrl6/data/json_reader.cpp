@@ -10,6 +10,7 @@
 #include "qbsvrl6/data/readers.h"
 #include "qbsvrl6/data/widen.h"
 #include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -18,6 +19,10 @@ namespace qbsvrl6 {
 namespace {
 
 namespace ondemand = simdjson::ondemand;
+
+// The list of simdjson's implementations is made while the library is loaded: without memory, that ends the
+// process.
+[[maybe_unused]] const bool kProcessTables = !simdjson::get_active_implementation()->name().empty();
 
 // number = [ "-" ] ( "0" / digit1-9 *digit ) [ "." 1*digit ] [ ( "e" / "E" ) [ "+" / "-" ] 1*digit ]
 bool isNumber(std::string_view token) {
@@ -73,7 +78,12 @@ public:
 
 private:
     void readRoot() {
-        document_ = parser_.iterate(text_);
+        // A parser that found no memory for its texts does not report it.
+        const simdjson::error_code error = withEnoughMemory([this] {
+            parser_ = ondemand::parser();
+            return parser_.iterate(text_).get(document_);
+        });
+        if (error != simdjson::SUCCESS) throw simdjson::simdjson_error(error);
         opened_ = true;
         if (document_.type() == ondemand::json_type::array) {
             readTable(document_.get_array(), {});

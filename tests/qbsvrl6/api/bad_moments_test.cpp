@@ -95,6 +95,13 @@ ssize_t read(int file, void* to, std::size_t size) {
     return real(file, to, size);
 }
 
+// The C library ends the process where it lacks memory for this.
+int __cxa_thread_atexit_impl(void (*destroy)(void*), void* object, void* library) {
+    static auto* const real = next<int(void (*)(void*), void*, void*)>("__cxa_thread_atexit_impl");
+    const EnoughMemory enough;
+    return real(destroy, object, library);
+}
+
 // fontconfig does not survive a lack of memory: here it fails as a whole.
 FcBool FcConfigParseAndLoadFromMemory(FcConfig* config, const FcChar8* text, FcBool complain) {
     if (fails(Lack::Memory, ENOMEM)) return FcFalse;
