@@ -615,7 +615,7 @@ void ReadElement::readVersion() {
 std::uint64_t countElements(std::string_view xml) {
     std::uint64_t count = 0;
     for (std::size_t at = 0; (at = xml.find('<', at)) != std::string_view::npos; ++at) {
-        count += at + 1 < xml.size() && xml[at + 1] != '/' ? 1 : 0;
+        if (at + 1 < xml.size() && xml[at + 1] != '/') ++count;
     }
     return count;
 }

@@ -64,7 +64,10 @@ const Shape kShapes[] = {
      [](int n) { return "[" + repeated(n, "{},") + "{" + repeated(n, R"("c#":1)", ",") + "}]"; },
      {}},
     {"a long key around many",
-     [](int n) { return "[{\"" + std::string(n, 'k') + "\":{" + repeated(n, R"("c#":1)", ",") + "}}]"; },
+     [](int n) {
+         return "[{\"" + std::string(static_cast<std::size_t>(n), 'k') + "\":{" +
+                repeated(n, R"("c#":1)", ",") + "}}]";
+     },
      {}},
     {"a child repeated in a row",
      [](int n) { return "<d><r>" + repeated(n, "<a>xyz</a>") + "</r><r/></d>"; },

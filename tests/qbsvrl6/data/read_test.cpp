@@ -227,7 +227,9 @@ TEST(ReadData, ReadsColumnsOfAnyDensity) {
             ASSERT_EQ(value.type == ValueType::Text ? '"' + toUtf8(value.text) + '"' : toUtf8(value.text),
                       expected)
                 << row << " of " << period;
-            if (value.type == ValueType::Number) ASSERT_EQ(value.number.toDouble(), static_cast<double>(row));
+            if (value.type == ValueType::Number) {
+                ASSERT_EQ(value.number.toDouble(), static_cast<double>(row));
+            }
         }
     }
 }
