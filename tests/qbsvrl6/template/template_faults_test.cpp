@@ -80,7 +80,7 @@ TEST(TemplateFaults, NameBytesAndLimits) {
         {"<Report version=\"1\">\n 𠮷\xC3\x28</Report>", ErrorCode::BadEncoding, "2:3: "},
         {inReport("<Grid><Columns>\n" + manyColumns + "\n</Columns></Grid>\n"), ErrorCode::LimitExceeded,
          "2003:1: more than 2000 <Column>"},
-        {inReport(repeated("<a/>", 250'000)), ErrorCode::LimitExceeded, "1:1: the budget template-elements"},
+        {inReport(repeated("<a/>", 250'000)), ErrorCode::BudgetExceeded, "1:1: the budget template-elements"},
         {repeated("<a>", 250'000), ErrorCode::NotXml, "1:750000: not well-formed XML: "},
         {inReport(repeated("<a/>\n", most + 5)), ErrorCode::BadTemplate, "2:1: unknown element <a>"},
     };
