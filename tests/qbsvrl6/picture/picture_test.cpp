@@ -122,8 +122,9 @@ TEST(Picture, OthersAreRefused) {
     }
     std::string scans = jpeg(frame(0xC2, 6, 4, 1));
     for (int i = 0; i < 100; ++i) scans += segment(0xDA, std::string("\1\1\0\0\x3F\0", 6));
-    for (const auto& [bytes, expected] : {std::pair(scans, ErrorCode::BadPicture),
-                                          std::pair(scans + segment(0xDA, "\1"), ErrorCode::LimitExceeded)}) {
+    for (const auto& [bytes, expected] :
+         {std::pair(scans, ErrorCode::BadPicture),
+          std::pair(scans + segment(0xDA, "\1"), ErrorCode::BudgetExceeded)}) {
         try {
             decodeJpeg(bytes, false);
             ADD_FAILURE() << "no tables";
