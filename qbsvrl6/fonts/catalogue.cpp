@@ -126,9 +126,9 @@ public:
         for (const FontSetPtr& set : sets_) all.insert(all.end(), set->fonts, set->fonts + set->nfont);
         return all;
     }
-    // From here on, the patterns live as long as the process.
-    void keepForGood() {
-        for (FontSetPtr& set : sets_) static_cast<void>(set.release());
+    // Moves the owners of the patterns.
+    void moveTo(std::vector<std::shared_ptr<void>>& owners) {
+        for (FontSetPtr& set : sets_) owners.emplace_back(std::move(set));
     }
 
 private:
@@ -211,7 +211,7 @@ void FontCatalogue::read(_FcConfig* config) {
             byFamily_[foldFamily(toUtf16(family))].push_back(i);
         }
     }
-    walk.keepForGood();
+    walk.moveTo(sets_);
 }
 
 const InstalledFace* FontCatalogue::find(std::string_view foldedFamily, bool bold, bool italic) const {

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_FONTS_CATALOGUE_H
 #define QBSVR_QBSVRL6_FONTS_CATALOGUE_H
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -18,7 +19,7 @@ struct InstalledFace {
     bool bold = false;
     bool italic = false;
     int rank = 0;             // distance from regular or bold weight and normal width: smaller is plainer
-    void* pattern = nullptr;  // fontconfig's; never freed
+    void* pattern = nullptr;  // fontconfig's; belongs to the catalogue
 };
 
 class FontCatalogue {
@@ -35,6 +36,7 @@ public:
 private:
     void read(_FcConfig* config);
 
+    std::vector<std::shared_ptr<void>> sets_;  // of fontconfig's patterns
     std::vector<InstalledFace> faces_;
     std::unordered_map<std::string, std::vector<std::size_t>> byFamily_;  // folded name: indexes in faces_
 };
