@@ -90,21 +90,6 @@ using ConfigPtr = std::unique_ptr<FcConfig, ConfigDeleter>;
 using FontSetPtr = std::unique_ptr<FcFontSet, FontSetDeleter>;
 using CachePtr = std::unique_ptr<FcCache, CacheDeleter>;
 
-// fontconfig ends the process if it runs out of memory. So this class reserves memory before it is called:
-// blocks that it then frees, below one that prevents their return to the system.
-class MemoryAtHand {
-public:
-    MemoryAtHand() {
-        constexpr std::size_t kBlocks = 32, kBlockBytes = 32 << 10;
-        std::vector<std::unique_ptr<char[]>> blocks(kBlocks);
-        for (auto& block : blocks) block.reset(new char[kBlockBytes]);
-        lid_.reset(new char[kBlockBytes]);
-    }
-
-private:
-    std::unique_ptr<char[]> lid_;
-};
-
 template <class Pointer>
 Pointer required(Pointer pointer) {
     if (pointer == nullptr) throw std::bad_alloc();
@@ -182,7 +167,7 @@ int mismatch(const InstalledFace& face, bool bold, bool italic) {
 }  // namespace
 
 FontCatalogue::FontCatalogue() {
-    const MemoryAtHand memory;
+    const MemoryAtHand memory;  // fontconfig ends the process without it
     // If the user names a configuration, it is used.
     if (::secure_getenv("FONTCONFIG_FILE") == nullptr) {
         const ConfigPtr config = withEnoughMemory(directoriesOnly);

@@ -4,7 +4,10 @@
 #define QBSVR_QBSVRL6_SUPPORT_ENOUGH_MEMORY_H
 
 #include <cerrno>
+#include <cstddef>
+#include <memory>
 #include <new>
+#include <vector>
 
 #include "qbsvrl6/support/error.h"
 
@@ -31,6 +34,21 @@ auto withEnoughMemory(Step step) {
         if (attempt == 2) throw std::bad_alloc();
     }
 }
+
+// For C libraries that end the process, or harm it, without memory. Reserves a megabyte before they are called:
+// blocks that the constructor frees again, below one that prevents their return to the system.
+class MemoryAtHand {
+public:
+    MemoryAtHand() {
+        constexpr std::size_t kBlocks = 32, kBlockBytes = 32 << 10;
+        std::vector<std::unique_ptr<char[]>> blocks(kBlocks);
+        for (auto& block : blocks) block.reset(new char[kBlockBytes]);
+        lid_.reset(new char[kBlockBytes]);
+    }
+
+private:
+    std::unique_ptr<char[]> lid_;
+};
 
 }  // namespace qbsvrl6
 

@@ -146,6 +146,7 @@ private:
 }  // namespace
 
 EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
+    const MemoryAtHand memory;  // the subsetter frees what it never allocated
     EmbeddedFont font = withEnoughMemory([&] { return cutDown(face, glyphs, keepNumbers); });
     if (!font.bytes.empty()) return font;
     logWarning("font " + face.file + " can't be cut down and is embedded whole");

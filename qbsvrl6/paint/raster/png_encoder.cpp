@@ -1,7 +1,9 @@
 #include <png.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "qbsvrl6/paint/raster/image_encoder.h"
@@ -16,8 +18,9 @@ namespace {
 class PngEncoder : public ImageEncoder {
 public:
     PngEncoder(double resolution, std::string& output) : resolution_(resolution), output_(output) {
-        png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, onError,
-                                       [](png_structp, png_const_charp) {});
+        png_ = png_create_write_struct_2(
+            PNG_LIBPNG_VER_STRING, this, onError, [](png_structp, png_const_charp) {}, this, allocate,
+            [](png_structp, png_voidp memory) { std::free(memory); });
         if (png_ != nullptr) info_ = png_create_info_struct(png_);
         if (info_ == nullptr) {
             png_destroy_write_struct(&png_, nullptr);
@@ -72,13 +75,17 @@ private:
 
     static void write(png_structp png, png_bytep bytes, png_size_t count) {
         auto* self = static_cast<PngEncoder*>(png_get_io_ptr(png));
-        bool full = false;
         try {
             self->output_.append(reinterpret_cast<const char*>(bytes), count);
         } catch (const std::exception&) {  // must not pass through the library
-            full = true;
+            self->outOfMemory_ = true;
         }
-        if (full) png_error(png, "out of memory");
+        if (self->outOfMemory_) png_error(png, "out of memory");
+    }
+    static png_voidp allocate(png_structp png, png_alloc_size_t size) {
+        void* const memory = std::malloc(size);
+        if (memory == nullptr) static_cast<PngEncoder*>(png_get_mem_ptr(png))->outOfMemory_ = true;
+        return memory;
     }
     [[noreturn]] static void onError(png_structp png, png_const_charp text) {
         auto* self = static_cast<PngEncoder*>(png_get_error_ptr(png));
@@ -86,6 +93,7 @@ private:
         png_longjmp(png, 1);
     }
     [[noreturn]] void fail() const {
+        if (outOfMemory_) throw std::bad_alloc();
         throw EngineError(ErrorCode::Internal, std::string("PNG: ") + message_);
     }
 
@@ -97,6 +105,7 @@ private:
     bool grey_ = false;
     std::vector<std::uint8_t> row_;
     char message_[96] = {};
+    bool outOfMemory_ = false;
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <fontconfig/fontconfig.h>
+#include <harfbuzz/hb-subset.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -118,6 +119,21 @@ FcCache* FcDirCacheLoad(const FcChar8* directory, FcConfig* config, FcChar8** fi
 }
 FcCache* FcDirCacheRead(const FcChar8* directory, FcBool force, FcConfig* config) {
     return force ? nullptr : FcDirCacheLoad(directory, config, nullptr);
+}
+
+// Nor does the subsetter.
+hb_subset_plan_t* hb_subset_plan_create_or_fail(hb_face_t* face, const hb_subset_input_t* input) {
+    if (fails(Lack::Memory, ENOMEM)) return nullptr;
+    static auto* const real = next<decltype(hb_subset_plan_create_or_fail)>("hb_subset_plan_create_or_fail");
+    const EnoughMemory enough;
+    return real(face, input);
+}
+hb_face_t* hb_subset_plan_execute_or_fail(hb_subset_plan_t* plan) {
+    if (fails(Lack::Memory, ENOMEM)) return nullptr;
+    static auto* const real =
+        next<decltype(hb_subset_plan_execute_or_fail)>("hb_subset_plan_execute_or_fail");
+    const EnoughMemory enough;
+    return real(plan);
 }
 }
 
