@@ -95,14 +95,16 @@ int StyleTable::idOf(const Cell& cell, const SheetFormat& format) {
     std::size_t slot = reinterpret_cast<std::uintptr_t>(source.style) + (source.wraps ? 1 : 0);
     mixHash(slot,
             static_cast<std::size_t>(cell.column) + (cell.background ? packed(*cell.background) << 16 : 0));
-    Answer& answer = answers_[slot >> 56];
-    static_assert(std::tuple_size_v<decltype(answers_)> == 256);
-    if (answer.id >= 0 && answer.source == source) return answer.id;
+    auto& [recent, older] = answers_[slot >> 57];
+    static_assert(std::tuple_size_v<decltype(answers_)> == 128);
+    for (const Answer* answer : {&recent, &older}) {
+        if (answer->id >= 0 && answer->source == source) return answer->id;
+    }
     const auto [entry, isNew] = ids_.try_emplace(styleOf(source), static_cast<int>(styles_.size()));
     if (isNew) styles_.push_back(&entry->first);
     source.format.numberFormat = entry->first.numberFormat;  // which lives as long as the table
-    answer = {source, entry->second};
-    return answer.id;
+    older = std::exchange(recent, {source, entry->second});
+    return recent.id;
 }
 
 }  // namespace qbsvrl6

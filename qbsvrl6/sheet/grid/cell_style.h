@@ -78,8 +78,8 @@ private:
     static CellStyle styleOf(const Source& source);
 
     std::unordered_map<CellStyle, int, CellStyleHash> ids_;
-    std::vector<const CellStyle*> styles_;  // keys of ids_
-    std::array<Answer, 256> answers_;
+    std::vector<const CellStyle*> styles_;            // keys of ids_
+    std::array<std::array<Answer, 2>, 128> answers_;  // by the hash of their source: the latest first
 };
 
 }  // namespace qbsvrl6
