@@ -1,6 +1,7 @@
 #include "qbsvrl6/api/process_settings.h"
 
 #include <algorithm>
+#include <exception>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -71,14 +72,15 @@ ProcessSettings settingsOf(const std::string& setupPath) {
 
 struct State {
     std::mutex mutex;
+    std::string setupPath;  // empty: the user's own settings hold
     bool isLoaded = false;
     ProcessSettings fromFile;
     ProcessSettings settings;
     std::string error;  // why there are none
 
-    void load(const std::string& setupPath) {
-        isLoaded = true;
-        fromFile = {};
+    // What the machine lacks for reading the file passes: then nothing is loaded, and the next use tries again.
+    void load() {
+        isLoaded = false;
         error.clear();
         try {
             fromFile = settingsOf(setupPath);
@@ -87,11 +89,11 @@ struct State {
             logError(error);
         }
         settings = fromFile;
+        isLoaded = true;
     }
 
-    // Loads the user's own where no set-up folder was named.
     void require() {
-        if (!isLoaded) load({});
+        if (!isLoaded) load();
         if (!error.empty()) throw EngineError(ErrorCode::NotSupported, error);
     }
 };
@@ -113,7 +115,12 @@ bool switchFrom(const std::string& value) {
 void loadProcessSettings(const std::string& setupPath) {
     State& kept = state();
     const std::lock_guard lock(kept.mutex);
-    kept.load(setupPath);
+    kept.setupPath = setupPath;
+    try {
+        kept.load();
+    } catch (const std::exception& failure) {
+        logError(std::string("the settings are not read yet: ") + failure.what());
+    }
 }
 
 ProcessSettings processSettings() {

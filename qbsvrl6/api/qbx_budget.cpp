@@ -51,7 +51,6 @@ Budget budgetFrom(const QBXBudget& given, Budget base) {
     for (std::size_t i = 0; i < count; ++i) {
         if (figures[i] != 0) base.*kMembers[i] = figures[i];
     }
-    base.documentBytes = std::min(base.documentBytes, Budget().documentBytes);
     return base;
 }
 

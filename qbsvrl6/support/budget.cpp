@@ -142,6 +142,8 @@ Spending::Spending(const Budget& budget, const std::atomic<bool>* cancelled)
       cpuStarted_(threadTime()),
       nextCpuCheck_(started_ + kBetweenCpuChecks),
       outer_(innermost) {
+    // Results have sizes of type int, whatever settings and programs allow.
+    budget_.documentBytes = std::min(budget_.documentBytes, Budget().documentBytes);
     innermost = this;
 }
 
@@ -171,12 +173,6 @@ void Spending::checkTime() {
         }
     }
     if (outer_ != nullptr) outer_->checkTime();
-}
-
-std::chrono::milliseconds Spending::timeLeft() const {
-    const auto used = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started_);
-    const auto own = std::max(0ms, milliseconds(budget_.wallMilliseconds) - used);
-    return outer_ == nullptr ? own : std::min(own, outer_->timeLeft());
 }
 
 void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where) {

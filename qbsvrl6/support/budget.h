@@ -86,7 +86,6 @@ public:
 
     void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where);
     void checkTime();
-    std::chrono::milliseconds timeLeft() const;
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -285,5 +285,16 @@ TEST_F(BadMomentsTest, EndOneExportAtMost) {
     for (const Format& format : kFormats) walk("warm", format, good[format.name]);
 }
 
+// Otherwise the limits of the machine's keeper would be missing for the process's life.
+TEST_F(BadMomentsTest, SettingsThatCouldNotBeOpenedAreReadLater) {
+    write("qbsvrl6.conf", "budget.page-items = 1");
+    moment = {Lack::Files, true};
+    QBInitConfig(path("").c_str());
+    EXPECT_TRUE(moment.came);
+    moment = {};
+    EXPECT_EQ(document(kFormats[0]), "(null)");
+    EXPECT_NE(takeLog().find("the budget page-items of 1 is used up"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace api_test
