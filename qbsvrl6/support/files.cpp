@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "common/whole_file.h"
-#include "qbsvrl6/support/descriptor.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/source_text.h"
 
@@ -26,32 +26,43 @@ namespace {
 
 }  // namespace
 
-std::string readFile(const std::string& path, std::size_t maxBytes) {
-    // Not blocking: opening a pipe would wait for its writer.
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file.valid()) {
-        fail(errno == ENOENT || errno == ENOTDIR ? ErrorCode::FileNotFound : ErrorCode::FileUnreadable, path,
+// Not blocking: opening a pipe would wait for its writer.
+InputFile::InputFile(std::string path)
+    : path_(std::move(path)), file_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+    if (!file_.valid()) {
+        fail(errno == ENOENT || errno == ENOTDIR ? ErrorCode::FileNotFound : ErrorCode::FileUnreadable, path_,
              errno);
     }
     struct stat status {};
-    if (::fstat(file.number(), &status) != 0) fail(ErrorCode::FileUnreadable, path, errno);
+    if (::fstat(file_.number(), &status) != 0) fail(ErrorCode::FileUnreadable, path_, errno);
     if (!S_ISREG(status.st_mode)) {
-        throw EngineError(ErrorCode::FileUnreadable, "not a regular file", {path});
+        throw EngineError(ErrorCode::FileUnreadable, "not a regular file", {path_});
     }
-    if (static_cast<std::uintmax_t>(status.st_size) > maxBytes) {
+    size_ = static_cast<std::uintmax_t>(status.st_size);
+}
+
+std::size_t InputFile::read(char* to, std::size_t size) {
+    for (;;) {
+        const ssize_t count = ::read(file_.number(), to, size);
+        if (count >= 0) return static_cast<std::size_t>(count);
+        if (errno != EINTR) fail(ErrorCode::FileUnreadable, path_, errno);
+    }
+}
+
+std::string readFile(const std::string& path, std::size_t maxBytes) {
+    InputFile file(path);
+    if (file.size() > maxBytes) {
         throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes",
                           {path});
     }
     std::string bytes;
-    bytes.reserve(static_cast<std::size_t>(status.st_size) + SourceText::kReadAhead);
-    bytes.resize(static_cast<std::size_t>(status.st_size));
+    bytes.reserve(static_cast<std::size_t>(file.size()) + SourceText::kReadAhead);
+    bytes.resize(static_cast<std::size_t>(file.size()));
     std::size_t length = 0;
     while (length < bytes.size()) {
-        const ssize_t count = ::read(file.number(), bytes.data() + length, bytes.size() - length);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail(ErrorCode::FileUnreadable, path, errno);
+        const std::size_t count = file.read(bytes.data() + length, bytes.size() - length);
         if (count == 0) break;  // the file shrank meanwhile
-        length += static_cast<std::size_t>(count);
+        length += count;
     }
     bytes.resize(length);
     return bytes;

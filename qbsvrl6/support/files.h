@@ -3,10 +3,31 @@
 #define QBSVR_QBSVRL6_SUPPORT_FILES_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "qbsvrl6/support/descriptor.h"
+
 namespace qbsvrl6 {
+
+// A regular file, read from front to end.
+class InputFile {
+public:
+    // Raises EngineError that names the path: FileNotFound, FileUnreadable (also for a directory or a pipe).
+    // Raises MachineError if descriptors run out.
+    explicit InputFile(std::string path);
+
+    // When it was opened.
+    std::uintmax_t size() const { return size_; }
+    // Reads at most `size` bytes; 0 only at the end. Raises EngineError as the constructor does.
+    std::size_t read(char* to, std::size_t size);
+
+private:
+    std::string path_;
+    Descriptor file_;
+    std::uintmax_t size_ = 0;
+};
 
 // The bytes of a file, with SourceText::kReadAhead bytes of capacity after them. Raises EngineError that
 // names the path: FileNotFound, FileUnreadable (also for a directory), LimitExceeded beyond `maxBytes`.

@@ -1,0 +1,62 @@
+#include "qbsvrl6/data/byte_source.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/reach.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+class MemoryBytes final : public ByteSource {
+public:
+    MemoryBytes(std::string bytes, std::string origin)
+        : ByteSource(std::move(origin)), bytes_(std::move(bytes)) {}
+
+    std::size_t read(char* to, std::size_t size) override {
+        const std::size_t count = std::min(size, bytes_.size() - at_);
+        std::memcpy(to, bytes_.data() + at_, count);
+        at_ += count;
+        return count;
+    }
+
+private:
+    std::string bytes_;
+    std::size_t at_ = 0;
+};
+
+class FileBytes final : public ByteSource {
+public:
+    FileBytes(std::string path, std::string origin) : ByteSource(std::move(origin)), file_(std::move(path)) {}
+
+    std::size_t read(char* to, std::size_t size) override {
+        checkTime();
+        const std::size_t count = file_.read(to, size);
+        spend(&Budget::fetchedBytes, count, origin());
+        return count;
+    }
+
+private:
+    InputFile file_;
+};
+
+}  // namespace
+
+std::unique_ptr<ByteSource> openBytes(const Address& address) {
+    std::string path = reachablePath(address);
+    if (path.empty()) return bytesOf(fetch(address, limits::kDataBytes), shownAddress(address));
+    std::string origin = shownAddress(address);
+    spend(&Budget::fetches, 1, origin);
+    return std::make_unique<FileBytes>(std::move(path), std::move(origin));
+}
+
+std::unique_ptr<ByteSource> bytesOf(std::string bytes, std::string origin) {
+    return std::make_unique<MemoryBytes>(std::move(bytes), std::move(origin));
+}
+
+}  // namespace qbsvrl6

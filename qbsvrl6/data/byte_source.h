@@ -1,0 +1,42 @@
+// Bytes of data on their way to a reader.
+#ifndef QBSVR_QBSVRL6_DATA_BYTE_SOURCE_H
+#define QBSVR_QBSVRL6_DATA_BYTE_SOURCE_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "qbsvrl6/support/address.h"
+
+namespace qbsvrl6 {
+
+// Read once, from front to end.
+class ByteSource {
+public:
+    // `origin` is the source's name in messages.
+    explicit ByteSource(std::string origin) : origin_(std::move(origin)) {}
+    virtual ~ByteSource() = default;
+    ByteSource(const ByteSource&) = delete;
+    ByteSource& operator=(const ByteSource&) = delete;
+
+    // Reads at most `size` bytes; 0 only at the end. Raises EngineError that names the origin, and for what
+    // ends the whole export (budget.h).
+    virtual std::size_t read(char* to, std::size_t size) = 0;
+
+    const std::string& origin() const { return origin_; }
+
+private:
+    std::string origin_;
+};
+
+// The bytes at an address, with the errors of `fetch` (load.h) but without a limit of their number. They count
+// in the budget of the export as they are read.
+std::unique_ptr<ByteSource> openBytes(const Address& address);
+
+// Bytes in memory.
+std::unique_ptr<ByteSource> bytesOf(std::string bytes, std::string origin);
+
+}  // namespace qbsvrl6
+
+#endif
