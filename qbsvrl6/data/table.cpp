@@ -42,7 +42,7 @@ struct ColumnStorage {
     std::size_t gaps = 0;  // slots without a value
     std::vector<Kind> kinds;
     std::vector<std::uint32_t> textEnds;  // of each slot in `texts`; the next slot's text starts there
-    std::vector<std::int64_t> numbers;    // of numbers, without their places, and booleans
+    std::vector<std::int64_t> numbers;    // of numbers, without their places, booleans and dates
     std::vector<std::uint32_t> rows;      // of the slots, where they are sparse
     std::u16string texts;
 
@@ -220,6 +220,8 @@ Value Table::value(std::size_t row, std::size_t column) const {
             Number::parse(value.text, value.number);
             return value;
         }
+        case ValueType::Date:
+            return {ValueType::Date, false, {}, stored.numbers[slot], stored.text(slot)};
         default:
             return {kind.type(), false, {}, 0, stored.text(slot)};
     }
@@ -281,6 +283,13 @@ void Table::setNumber(std::size_t column, const Number& value, std::u16string_vi
 
 void Table::setText(std::size_t column, std::u16string_view value) {
     if (ColumnStorage* stored = storage_->open(column, value.size())) stored->close(ValueType::Text, value);
+}
+
+void Table::setDate(std::size_t column, std::int64_t seconds, std::u16string_view asWritten) {
+    if (ColumnStorage* stored = storage_->open(column, asWritten.size())) {
+        stored->setNumber(seconds);
+        stored->close(ValueType::Date, asWritten);
+    }
 }
 
 void Table::addText(std::size_t column, std::u16string_view value) {

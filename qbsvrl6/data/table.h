@@ -64,6 +64,8 @@ public:
     // `asWritten` reads as the number.
     void setNumber(std::size_t column, const Number& value, std::u16string_view asWritten);
     void setText(std::size_t column, std::u16string_view value);
+    // `seconds` as in Value; `asWritten` reads as the date.
+    void setDate(std::size_t column, std::int64_t seconds, std::u16string_view asWritten);
     // Adds to a text that the row has already, after ", ", so that nothing is lost.
     void addText(std::size_t column, std::u16string_view value);
 
