@@ -129,7 +129,7 @@ std::string document(Maker make) {
     const Looks looks;
     SheetOptions options;
     options.paged = false;
-    for (int i = 0; i <= kColumns; ++i) options.cuts.push_back(15'000 + i * kWidth);
+    for (int i = 0; i <= kColumns; ++i) options.columnEdges.push_back(15'000 + i * kWidth);
     std::string output;
     feed(*make(options, output), looks);
     return output;

@@ -81,8 +81,8 @@ std::string document(Source source, std::unique_ptr<PageSink> (*make)(const Shee
     options.paged = source.byte() % 2 == 0;
     options.info.title = source.text();
     for (int left = source.byte() % 6; left > 0; --left)
-        options.cuts.push_back(20'000 * left + source.byte() * 100);
-    std::sort(options.cuts.begin(), options.cuts.end());
+        options.columnEdges.push_back(20'000 * left + source.byte() * 100);
+    std::sort(options.columnEdges.begin(), options.columnEdges.end());
     ResolvedStyle styles[2];
     styles[0].rotation = 90 * (source.byte() % 4);
     styles[0].fontFamily = source.text();

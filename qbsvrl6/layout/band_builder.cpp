@@ -180,8 +180,10 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
     const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
     for (std::size_t i = 0; i < count; ++i) {
         PlannedControl& control = section.controls[slice == nullptr ? i : slice->controls[i]];
-        const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
-        if (!inSet) continue;
+        const bool inColumnGroup = activeColumnGroup == kEveryColumnGroup ||
+                                   control.columnGroup == kEveryColumnGroup ||
+                                   control.columnGroup == activeColumnGroup;
+        if (!inColumnGroup) continue;
         Rect box = control.box;
         if (slice != nullptr) box.y -= slice->top;
         UnplacedItem unplaced(control);
@@ -254,7 +256,7 @@ void BandBuilder::place(BandDraft& draft, std::vector<UnplacedItem>& unplacedIte
                     context_.notes.placed(*unplaced.control, item, leftOut);
             }
             const bool shows =
-                item.column >= 0 || unplaced.late || !text->text.empty() || hasLook(*item.style);
+                item.column >= 0 || unplaced.late || !text->text.empty() || hasVisibleBox(*item.style);
             if (!shows) continue;
         } else if (isWhole(item) && !(unplaced.late && unplaced.late->contentAt)) {
             fitIntoBox(item, context_.options.drawings);
@@ -262,13 +264,13 @@ void BandBuilder::place(BandDraft& draft, std::vector<UnplacedItem>& unplacedIte
         std::vector<LateCondition> around;
         if (unplaced.late && !unplaced.nested.empty()) around = unplaced.late->visibleWhen;
         const bool isSubReport = std::holds_alternative<PlannedSubReport>(unplaced.control->content);
-        if (!isSubReport || hasLook(*item.style)) {
+        if (!isSubReport || hasVisibleBox(*item.style)) {
             if (unplaced.late) {
                 unplaced.late->item = draft.band.items.size();
                 draft.deferred.push_back(std::move(*unplaced.late));
             }
             draft.band.items.push_back(std::move(item));
-            if (hasSets()) draft.sets.push_back(unplaced.control->set);
+            if (hasColumnGroups()) draft.columnGroups.push_back(unplaced.control->columnGroup);
         }
         if (!unplaced.nested.empty()) placeNested(draft, unplaced, around);
     }
@@ -309,22 +311,22 @@ void BandBuilder::placeNested(BandDraft& draft, UnplacedItem& unplaced,
             item.box.y += top;
             item.column = item.lastColumn = unplaced.control->firstColumn;
             draft.band.items.push_back(std::move(item));
-            if (hasSets()) draft.sets.push_back(unplaced.control->set);
+            if (hasColumnGroups()) draft.columnGroups.push_back(unplaced.control->columnGroup);
         }
     }
     std::sort(draft.cuts.begin(), draft.cuts.end());
 }
 
-bool BandBuilder::hasSets() const {
+bool BandBuilder::hasColumnGroups() const {
     const PlannedGrid* const grid = instance_.plan.grid.get();
-    return grid != nullptr && grid->geometry.sets > 1 && activeSet == kEverySet;
+    return grid != nullptr && grid->geometry.columnGroups > 1 && activeColumnGroup == kEveryColumnGroup;
 }
 
 void BandBuilder::finishGridBand(BandDraft& draft) const {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     draft.x = geometry.x;
     draft.band.inGrid = true;
-    draft.band.width = geometry.widthOf(activeSet);
+    draft.band.width = geometry.widthOf(activeColumnGroup);
     for (const Item& item : draft.band.items) draft.band.width = std::max(draft.band.width, item.box.right());
 }
 
@@ -375,8 +377,10 @@ BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres 
     unplacedItems_.reserve(controls.size());
     lineHeights_.assign(static_cast<std::size_t>(geometry.lines), lineHeight);
     for (PlannedControl& control : controls) {
-        const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
-        if (!inSet) continue;
+        const bool inColumnGroup = activeColumnGroup == kEveryColumnGroup ||
+                                   control.columnGroup == kEveryColumnGroup ||
+                                   control.columnGroup == activeColumnGroup;
+        if (!inColumnGroup) continue;
         UnplacedItem& unplaced = unplacedItems_.emplace_back(control);
         if (!makeItem(control.box, position, unplaced)) {
             unplacedItems_.pop_back();
@@ -431,15 +435,17 @@ BandDraft BandBuilder::blankRow(Micrometres height, std::size_t number) {
     draft.row = view_.rowCount();
     draft.band.background = draft.row > 0 ? alternate(draft.row - 1, number) : alternate(0, number - 1);
     for (const PlannedControl& control : grid.cells) {
-        const bool inSet = activeSet == kEverySet || control.set == kEverySet || control.set == activeSet;
+        const bool inColumnGroup = activeColumnGroup == kEveryColumnGroup ||
+                                   control.columnGroup == kEveryColumnGroup ||
+                                   control.columnGroup == activeColumnGroup;
         const PlacedColumn& column = grid.geometry.columns[static_cast<std::size_t>(control.firstColumn)];
-        if (!inSet || column.line > 0) continue;
+        if (!inColumnGroup || column.line > 0) continue;
         Item item;
         item.box = {column.x, 0, column.width, height};
         item.style = control.style;
         item.column = item.lastColumn = control.firstColumn;
         draft.band.items.push_back(std::move(item));
-        if (hasSets()) draft.sets.push_back(control.set);
+        if (hasColumnGroups()) draft.columnGroups.push_back(control.columnGroup);
     }
     finishGridBand(draft);
     return draft;

@@ -39,8 +39,8 @@ public:
     // Whether to build it: it is visible, or that is decided when its page is complete.
     bool isVisible(const Visibility& visible, const Position& position);
 
-    // The column group that rows consist of; kEverySet: all columns, which the pager divides.
-    int activeSet = kEverySet;
+    // The column group that rows consist of; kEveryColumnGroup: all columns, which the pager divides.
+    int activeColumnGroup = kEveryColumnGroup;
 
 private:
     // A control's item while the final heights in the band are unknown.
@@ -78,7 +78,7 @@ private:
                      const std::vector<LateCondition>& around) const;
     std::optional<Color> alternate(std::size_t row, std::size_t blanks) const;
     void finishGridBand(BandDraft& draft) const;
-    bool hasSets() const;
+    bool hasColumnGroups() const;
 
     LayoutContext& context_;
     const ReportInstance instance_;

@@ -85,25 +85,25 @@ private:
 
     void divide() {
         std::vector<Item> items = std::move(draft_.band.items);
-        std::vector<int> sets = std::move(draft_.sets);
+        std::vector<int> columnGroups = std::move(draft_.columnGroups);
         std::vector<LateItem> deferred = std::move(draft_.deferred);
         draft_.band.items.clear();
-        draft_.sets.clear();
+        draft_.columnGroups.clear();
         draft_.deferred.clear();
         std::vector<std::size_t> below;
         auto late = deferred.begin();
         for (std::size_t i = 0; i < items.size(); ++i) {
             LateItem* const own = late != deferred.end() && late->item == i ? &*late++ : nullptr;
-            const int set = sets.empty() ? 0 : sets[i];
+            const int columnGroup = columnGroups.empty() ? 0 : columnGroups[i];
             Item& item = items[i];
             if (item.box.y >= cut_) {
                 below.push_back(rest_.band.items.size());
                 item.box.y -= cut_;
-                put(rest_, std::move(item), sets.empty() ? nullptr : &set, own);
+                put(rest_, std::move(item), columnGroups.empty() ? nullptr : &columnGroup, own);
             } else if (item.box.bottom() <= cut_) {
-                put(draft_, std::move(item), sets.empty() ? nullptr : &set, own);
+                put(draft_, std::move(item), columnGroups.empty() ? nullptr : &columnGroup, own);
             } else {
-                cross(item, sets.empty() ? nullptr : &set, own);
+                cross(item, columnGroups.empty() ? nullptr : &columnGroup, own);
             }
         }
         for (const std::size_t index : below) rest_.band.items[index].box.y += extra_;
@@ -145,23 +145,23 @@ private:
         return part;
     }
 
-    static void put(BandDraft& draft, Item item, const int* set, LateItem* late) {
+    static void put(BandDraft& draft, Item item, const int* columnGroup, LateItem* late) {
         if (late != nullptr) {
             late->item = draft.band.items.size();
             draft.deferred.push_back(std::move(*late));
         }
         draft.band.items.push_back(std::move(item));
-        if (set != nullptr) draft.sets.push_back(*set);
+        if (columnGroup != nullptr) draft.columnGroups.push_back(*columnGroup);
     }
 
     void needBelow(Micrometres height, Micrometres available) {
         extra_ = std::max(extra_, height - available);
     }
 
-    void cross(Item& item, const int* set, LateItem* late) {
+    void cross(Item& item, const int* columnGroup, LateItem* late) {
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
-        if (isWhole(item)) return crossWhole(item, set, late);
+        if (isWhole(item)) return crossWhole(item, columnGroup, late);
         Item lower = frameBelow(item, remaining);
         if (auto* const text = std::get_if<TextItem>(&item.content)) {
             crossText(item, *text, lower, above, remaining);
@@ -179,9 +179,9 @@ private:
         }
         item.box.height = above;
         std::optional<LateItem> lowerLate = partOf(late, std::holds_alternative<TextItem>(item.content));
-        put(draft_, std::move(item), set, late);
+        put(draft_, std::move(item), columnGroup, late);
         noteCell(remaining);
-        put(rest_, std::move(lower), set, lowerLate ? &*lowerLate : nullptr);
+        put(rest_, std::move(lower), columnGroup, lowerLate ? &*lowerLate : nullptr);
     }
 
     // The lower part of an item's box, without content.
@@ -195,8 +195,8 @@ private:
     }
 
     // Puts an undivided item on one side of the cut; in a row, its empty cell is on the other.
-    void crossWhole(Item& item, const int* set, LateItem* late) {
-        const bool ofRow = draft_.band.kind == BandKind::Row && hasLook(*item.style);
+    void crossWhole(Item& item, const int* columnGroup, LateItem* late) {
+        const bool ofRow = draft_.band.kind == BandKind::Row && hasVisibleBox(*item.style);
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
         const bool fits = staysWhole(item);
@@ -208,23 +208,23 @@ private:
             rest_.madeSmaller = rest_.madeSmaller || !fits;
             item.box.height = above;
             fitIntoBox(item, drawings_);
-            put(draft_, std::move(item), set, late);
+            put(draft_, std::move(item), columnGroup, late);
             if (!ofRow) return;
             noteCell(remaining);
-            put(rest_, std::move(below), set, ofFrame);
+            put(rest_, std::move(below), columnGroup, ofFrame);
             return;
         }
         if (ofRow) {
             Item upper = frameBelow(item, above);
             upper.box.y = item.box.y;
-            put(draft_, std::move(upper), set, ofFrame);
+            put(draft_, std::move(upper), columnGroup, ofFrame);
             item.box.height = std::max(usedHeight(item), remaining);
             fitIntoBox(item, drawings_);
         }
         needBelow(item.box.height, remaining);
         item.box.y = 0;
         if (ofRow) noteCell(remaining);
-        put(rest_, std::move(item), set, late);
+        put(rest_, std::move(item), columnGroup, late);
     }
 
     // Items that were scaled down leave a gap: the lower part moves up, and is dropped if it has no content.
@@ -233,7 +233,7 @@ private:
         if (std::all_of(items.begin(), items.end(), isEmptyCell)) {
             rest_.band.background.reset();
             items.clear();
-            rest_.sets.clear();
+            rest_.columnGroups.clear();
             rest_.deferred.clear();
         }
         Micrometres gap = std::min(saved_, rest_.band.height);
@@ -273,7 +273,7 @@ std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool f
     return Splitter(draft, height, force, drawings).split();
 }
 
-BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int set) {
+BandDraft partForColumnGroup(const BandDraft& draft, const GridGeometry& geometry, int columnGroup) {
     BandDraft part;
     part.x = draft.x;
     part.row = draft.row;
@@ -284,19 +284,22 @@ BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int s
     part.band.repeated = whole.repeated;
     part.band.groupLevel = whole.groupLevel;
     part.band.background = whole.background;
-    part.band.width = geometry.widthOf(set);
+    part.band.width = geometry.widthOf(columnGroup);
     part.band.height = whole.height;
-    if (set == 0) part.band.bookmark = whole.bookmark;
+    if (columnGroup == 0) part.band.bookmark = whole.bookmark;
     auto late = draft.deferred.begin();
     for (std::size_t i = 0; i < whole.items.size(); ++i) {
         const bool isLate = late != draft.deferred.end() && late->item == i;
-        const bool inSet = draft.sets.empty() ? set == 0 : draft.sets[i] == set || draft.sets[i] == kEverySet;
-        if (inSet && isLate) {
+        const bool inColumnGroup =
+            draft.columnGroups.empty()
+                ? columnGroup == 0
+                : draft.columnGroups[i] == columnGroup || draft.columnGroups[i] == kEveryColumnGroup;
+        if (inColumnGroup && isLate) {
             part.deferred.push_back(*late);
             part.deferred.back().item = part.band.items.size();
         }
         if (isLate) ++late;
-        if (!inSet) continue;
+        if (!inColumnGroup) continue;
         part.band.width = std::max(part.band.width, whole.items[i].box.right());
         part.band.items.push_back(whole.items[i]);
     }

@@ -57,7 +57,7 @@ struct BandDraft {
     Micrometres x = 0;                         // from the left edge of the flow
     std::vector<LateItem> deferred;            // in the order of their items
     std::optional<LateCondition> visibleWhen;  // of the band: if it is false, the band is left blank
-    std::vector<int> sets;                     // the column group of each item; empty if there is only one
+    std::vector<int> columnGroups;             // the column group of each item; empty if there is only one
     std::vector<Micrometres> cuts;             // heights at which a cut divides nothing, ascending
     bool mayBreak = false;                     // may be cut even if it would fit on the next page
     std::size_t row = 0;                       // of the grid's walk
@@ -79,7 +79,7 @@ std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool f
                                     DrawingSource* drawings);
 
 // The part of a band of the grid that belongs to a column group, fixed columns included.
-BandDraft partForSet(const BandDraft& draft, const GridGeometry& geometry, int set);
+BandDraft partForColumnGroup(const BandDraft& draft, const GridGeometry& geometry, int columnGroup);
 
 }  // namespace qbsvrl6
 

@@ -44,12 +44,12 @@ public:
     }
 
     std::vector<Micrometres> done() && {
-        if (columns_ == CellColumns::Records && !cuts_.empty()) {
-            if (cuts_.size() > 1 && end_ - cuts_.back() <= kNear) cuts_.pop_back();
-            cuts_.push_back(std::max(end_, cuts_.back() + kNear));
+        if (columns_ == CellColumns::Records && !adopted_.empty()) {
+            if (adopted_.size() > 1 && end_ - adopted_.back() <= kNear) adopted_.pop_back();
+            adopted_.push_back(std::max(end_, adopted_.back() + kNear));
         }
-        for (std::vector<CellBox>& boxes : cells_) splitColumns(cuts_, std::move(boxes), kNear);
-        return std::move(cuts_);
+        for (std::vector<CellBox>& boxes : cells_) splitColumns(adopted_, std::move(boxes), kNear);
+        return std::move(adopted_);
     }
 
     static Micrometres onDrawing(std::int64_t edge) {
@@ -68,10 +68,10 @@ private:
     void take(std::vector<Micrometres>& edges) {
         std::sort(edges.begin(), edges.end());
         for (const Micrometres edge : edges) {
-            const auto after = std::lower_bound(cuts_.begin(), cuts_.end(), edge);
-            if (after != cuts_.end() && *after - edge <= kNear) continue;
-            if (after != cuts_.begin() && edge - *(after - 1) <= kNear) continue;
-            cuts_.insert(after, edge);
+            const auto after = std::lower_bound(adopted_.begin(), adopted_.end(), edge);
+            if (after != adopted_.end() && *after - edge <= kNear) continue;
+            if (after != adopted_.begin() && edge - *(after - 1) <= kNear) continue;
+            adopted_.insert(after, edge);
         }
         edges.clear();
     }
@@ -80,7 +80,7 @@ private:
     std::vector<Micrometres> gridEdges_;
     std::vector<Micrometres> freeEdges_;
     std::vector<std::vector<CellBox>> cells_;  // of each section
-    std::vector<Micrometres> cuts_;
+    std::vector<Micrometres> adopted_;
     Micrometres gridStart_ = limits::kBandMicrometres;
     Micrometres gridEnd_ = 0;
     Micrometres end_ = 0;
@@ -117,14 +117,14 @@ std::vector<ColumnMove> movesOf(const GridGeometry& geometry) {
     std::vector<ColumnMove> moves(geometry.columns.size());
     std::vector<std::size_t> slots(moves.size());
     std::vector<Micrometres> widths;  // of the slots
-    const auto isFixed = [](const PlacedColumn& column) { return column.set == kEverySet; };
+    const auto isFixed = [](const PlacedColumn& column) { return column.columnGroup == kEveryColumnGroup; };
     const auto fixed =
         static_cast<std::size_t>(std::count_if(geometry.columns.begin(), geometry.columns.end(), isFixed));
     std::size_t slot = 0;
     for (std::size_t i = 0; i < moves.size(); ++i) {
         const PlacedColumn& column = geometry.columns[i];
-        const bool beginsSet = i > fixed && column.set != geometry.columns[i - 1].set;
-        slots[i] = slot = i == 0 ? 0 : beginsSet ? fixed : slot + 1;
+        const bool beginsColumnGroup = i > fixed && column.columnGroup != geometry.columns[i - 1].columnGroup;
+        slots[i] = slot = i == 0 ? 0 : beginsColumnGroup ? fixed : slot + 1;
         if (slot == widths.size()) widths.push_back(0);
         widths[slot] = std::max(widths[slot], column.width);
     }
@@ -165,8 +165,8 @@ struct NamedColumns {
 
 class Collector {
 public:
-    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, EdgeCollector& cuts)
-        : options_(options), paperWidth_(paperWidth), columns_(columns), cuts_(cuts) {}
+    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, EdgeCollector& edges)
+        : options_(options), paperWidth_(paperWidth), columns_(columns), edges_(edges) {}
 
     void addColumns(const ReportDefinition& report, const Place& place) {
         if (!report.grid) return;
@@ -177,7 +177,7 @@ public:
         }
         for (const std::int64_t left : placesOf(report, place)) {
             for (const ColumnBox& box : boxes) {
-                if (box.visible) cuts_.addGridBox(left + box.x, box.width);
+                if (box.visible) edges_.addGridBox(left + box.x, box.width);
             }
         }
     }
@@ -195,7 +195,7 @@ public:
 private:
     std::vector<ColumnBox> boxesOf(const ReportDefinition& report, const Place& place) const {
         const GridGeometry geometry = geometryOf(report, options_, place);
-        const bool moves = geometry.sets > 1 && columns_ != CellColumns::Page;
+        const bool moves = geometry.columnGroups > 1 && columns_ != CellColumns::Page;
         std::vector<ColumnBox> boxes;
         for (const PlacedColumn& column : geometry.columns) {
             boxes.push_back({std::int64_t{geometry.x} + column.x, column.width, column.visible});
@@ -228,7 +228,7 @@ private:
         for (const ColumnBox& box : boxes) {
             if (box.visible) right = std::max(right, lefts.back() + box.x + box.width);
         }
-        cuts_.addFreeBox(left, right - left);
+        edges_.addFreeBox(left, right - left);
     }
 
     void addGridControls(const ReportDefinition& report, const Place& place) {
@@ -262,7 +262,7 @@ private:
             const std::optional<Extent> named = columns.spanOf(*control);
             const Extent span = named ? *named : freeSpan(*control, place);
             // If the grid shows no rows, the columns that controls name count as free controls.
-            if (!named || !columns.show) cuts_.addFreeBox(span.left, span.width);
+            if (!named || !columns.show) edges_.addFreeBox(span.left, span.width);
             if (!named)
                 addSubReport(*control, {span.left, static_cast<Micrometres>(span.width), place.depth});
             if (hasCell(*control)) {
@@ -271,7 +271,7 @@ private:
                                  control->box.bottom()});
             }
         }
-        cuts_.addCells(std::move(cells));
+        edges_.addCells(std::move(cells));
     }
 
     Extent freeSpan(const Control& control, const Place& place) const {
@@ -303,7 +303,7 @@ private:
     const LayoutOptions& options_;
     const Micrometres paperWidth_;
     CellColumns columns_;
-    EdgeCollector& cuts_;
+    EdgeCollector& edges_;
 };
 
 Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
@@ -315,22 +315,22 @@ Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
 
 std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
                                      CellColumns columns) {
-    EdgeCollector cuts(columns);
-    Collector collector(options, report.page.paper.width, columns, cuts);
+    EdgeCollector edges(columns);
+    Collector collector(options, report.page.paper.width, columns, edges);
     const Place place = placeOf(report, options);
     collector.addColumns(report, place);
-    cuts.takeGridEdges();
+    edges.takeGridEdges();
     collector.addControls(report, place);
-    cuts.takeGridEdges();  // of sub-reports
-    cuts.takeFreeEdges();
-    return std::move(cuts).done();
+    edges.takeGridEdges();  // of sub-reports
+    edges.takeFreeEdges();
+    return std::move(edges).done();
 }
 
 std::vector<ColumnMove> columnMoves(const ReportDefinition& report, const LayoutOptions& options,
                                     CellColumns columns) {
     if (!report.grid || columns == CellColumns::Page) return {};
     const GridGeometry geometry = geometryOf(report, options, placeOf(report, options));
-    if (geometry.sets < 2) return {};
+    if (geometry.columnGroups < 2) return {};
     return movesOf(geometry);
 }
 

@@ -134,7 +134,7 @@ private:
 
     void toNewPages(std::size_t wanted) {
         if (surroundings_ == GridSurroundings::Box) return wrap();
-        geometry_.setsFollowRows =
+        geometry_.columnGroupsInTurn =
             grid_.adapt == ColumnAdapt::ToNewPageEx || grid_.adapt == ColumnAdapt::ToNewPageRepeatFixedEx;
         // The fixed columns use at most half of the page.
         std::size_t fixed = 0;
@@ -142,11 +142,12 @@ private:
         while (fixed < std::min(wanted, geometry_.columns.size()) &&
                width + geometry_.columns[fixed].width <= available_ / 2) {
             geometry_.columns[fixed].x = width;
-            geometry_.columns[fixed].set = kEverySet;
+            geometry_.columns[fixed].columnGroup = kEveryColumnGroup;
             width += geometry_.columns[fixed].width;
             ++fixed;
         }
-        geometry_.sets = fill(fixed, [](PlacedColumn& column, int set) { column.set = set; });
+        geometry_.columnGroups =
+            fill(fixed, [](PlacedColumn& column, int columnGroup) { column.columnGroup = columnGroup; });
     }
 
     const DetailGrid& grid_;
@@ -158,11 +159,11 @@ private:
 
 }  // namespace
 
-Micrometres GridGeometry::widthOf(int set) const {
-    if (set == kEverySet) return width;
+Micrometres GridGeometry::widthOf(int columnGroup) const {
+    if (columnGroup == kEveryColumnGroup) return width;
     Micrometres right = 0;
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        if (inSet(i, set)) right = std::max(right, columns[i].x + columns[i].width);
+        if (inColumnGroup(i, columnGroup)) right = std::max(right, columns[i].x + columns[i].width);
     }
     return right;
 }

@@ -13,26 +13,28 @@ struct PlacedColumn {
     Micrometres x = 0;  // from the grid's left edge
     Micrometres width = 0;
     int line = 0;         // in a wrapped row, from 0
-    int set = 0;          // the column group, which has its own pages; kEverySet: in all of them
+    int columnGroup = 0;  // each has its own pages; kEveryColumnGroup: on the pages of all
     bool visible = true;  // false: left out
 };
 
-inline constexpr int kEverySet = -1;
+inline constexpr int kEveryColumnGroup = -1;
 
 struct GridGeometry {
     std::vector<PlacedColumn> columns;  // one for each column of the grid
     int lines = 1;
-    int sets = 1;
-    bool setsFollowRows = false;  // all rows of one column group, then of the next; otherwise page by page
-    bool wrapGroups = false;      // group sections wrap with the columns
-    double scale = 1;             // of fonts, paddings and heights
-    Micrometres x = 0;            // of the grid in the available width
-    Micrometres width = 0;        // of the widest line or column group
+    int columnGroups = 1;
+    // All rows of one column group, then all rows of the next; false: page by page.
+    bool columnGroupsInTurn = false;
+    bool wrapGroups = false;  // group sections wrap with the columns
+    double scale = 1;         // of fonts, paddings and heights
+    Micrometres x = 0;        // of the grid in the available width
+    Micrometres width = 0;    // of the widest line or column group
 
-    Micrometres widthOf(int set) const;
+    Micrometres widthOf(int columnGroup) const;
 
-    bool inSet(std::size_t column, int set) const {
-        return columns[column].visible && (columns[column].set == set || columns[column].set == kEverySet);
+    bool inColumnGroup(std::size_t column, int columnGroup) const {
+        return columns[column].visible && (columns[column].columnGroup == columnGroup ||
+                                           columns[column].columnGroup == kEveryColumnGroup);
     }
 };
 

@@ -86,7 +86,7 @@ void Pager::place(BandDraft draft) {
         }
         if (draft.band.height <= left()) return append(std::move(draft));
         const bool startsPage = !hasContent() && top_ == bodyTop_;
-        const bool mustStay = startsPage || standsUnderHeadersAlone(draft);
+        const bool mustStay = startsPage || hasOnlyHeadersAbove(draft);
         if (mustStay || cutsInPlace(draft)) {
             std::optional<BandDraft> rest = splitDraft(draft, left(), mustStay, context_.options.drawings);
             if (rest) {
@@ -106,7 +106,7 @@ void Pager::place(BandDraft draft) {
 }
 
 // A row that does not fit directly below its title and headers does not fit on any page.
-bool Pager::standsUnderHeadersAlone(const BandDraft& draft) const {
+bool Pager::hasOnlyHeadersAbove(const BandDraft& draft) const {
     if (draft.band.kind != BandKind::Row || top_ != bodyTop_ || left() < kUsefulCut) return false;
     return std::all_of(fragment_.begin(), fragment_.end(), [](const BandDraft& band) {
         return band.band.kind == BandKind::GridTitle || band.band.kind == BandKind::GroupHeader;
@@ -303,20 +303,22 @@ void Pager::closePage() {
         std::stable_sort(placed_.begin(), placed_.end(), higher);
     }
     const PlannedGrid* const grid = instance_.plan.grid.get();
-    const bool pagesForSets = grid != nullptr && grid->geometry.sets > 1 && !grid->geometry.setsFollowRows &&
-                              std::any_of(placed_.begin(), placed_.end(),
-                                          [](const Placed& placed) { return placed.draft.band.inGrid; });
-    if (!pagesForSets) {
+    const bool pagesForColumnGroups =
+        grid != nullptr && grid->geometry.columnGroups > 1 && !grid->geometry.columnGroupsInTurn &&
+        std::any_of(placed_.begin(), placed_.end(),
+                    [](const Placed& placed) { return placed.draft.band.inGrid; });
+    if (!pagesForColumnGroups) {
         emitPage(placed_, numbers_);
     } else {
-        for (int set = 0; set < grid->geometry.sets; ++set) {
-            if (set > 0) nextPageNumber();
+        for (int columnGroup = 0; columnGroup < grid->geometry.columnGroups; ++columnGroup) {
+            if (columnGroup > 0) nextPageNumber();
             std::vector<Placed> bands;
             for (const Placed& placed : placed_) {
                 const bool inGrid = placed.draft.band.inGrid;
-                if (set > 0 && !inGrid) continue;
-                bands.push_back({inGrid ? partForSet(placed.draft, grid->geometry, set) : placed.draft,
-                                 placed.x, placed.y});
+                if (columnGroup > 0 && !inGrid) continue;
+                bands.push_back(
+                    {inGrid ? partForColumnGroup(placed.draft, grid->geometry, columnGroup) : placed.draft,
+                     placed.x, placed.y});
             }
             emitPage(bands, numbers_);
         }

@@ -56,7 +56,7 @@ private:
     void beginAskedPage(const BandDraft& lead);
     void place(BandDraft draft);
     void append(BandDraft draft);
-    bool standsUnderHeadersAlone(const BandDraft& draft) const;
+    bool hasOnlyHeadersAbove(const BandDraft& draft) const;
     bool cutsInPlace(const BandDraft& draft) const;
     void moveOn(BandDraft draft);
     std::size_t chooseBreak(const BandDraft& draft) const;

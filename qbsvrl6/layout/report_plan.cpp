@@ -358,7 +358,7 @@ private:
                 PlannedControl made = planControl(control, {place.x, 0, place.width, height}, site);
                 made.gridColumn = &grid.columns[i]->name;
                 made.firstColumn = made.lastColumn = static_cast<int>(i);
-                made.set = place.set;
+                made.columnGroup = place.columnGroup;
                 return made;
             };
             if (planned.titleHeight > 0)
@@ -405,14 +405,14 @@ private:
             const auto first = columnIndex_.find(control->column);
             if (control->column.empty() || first == columnIndex_.end()) {
                 planned.controls.push_back(planFreeControl(*control, box, site));
-                planned.controls.back().set = 0;
+                planned.controls.back().columnGroup = 0;
                 continue;
             }
             const auto to = columnIndex_.find(control->toColumn);
             const std::size_t last =
                 to == columnIndex_.end() ? first->second : std::max(first->second, to->second);
-            for (int set = 0; set < geometry.sets; ++set) {
-                const auto span = columnSpan(geometry, first->second, last, set);
+            for (int columnGroup = 0; columnGroup < geometry.columnGroups; ++columnGroup) {
+                const auto span = columnSpan(geometry, first->second, last, columnGroup);
                 if (!span) continue;
                 const PlacedColumn& left = geometry.columns[span->first];
                 const PlacedColumn& right = geometry.columns[span->second];
@@ -426,14 +426,14 @@ private:
                 PlannedControl made = planControl(*control, own, site);
                 made.firstColumn = static_cast<int>(span->first);
                 made.lastColumn = static_cast<int>(span->second);
-                const bool everywhere = geometry.columns[last].set == kEverySet;
-                made.set = everywhere ? kEverySet : set;
+                const bool everywhere = geometry.columns[last].columnGroup == kEveryColumnGroup;
+                made.columnGroup = everywhere ? kEveryColumnGroup : columnGroup;
                 planned.controls.push_back(std::move(made));
                 if (everywhere) break;
             }
         }
         planned.height *= lines;
-        if (geometry.sets == 1) slice(planned);
+        if (geometry.columnGroups == 1) slice(planned);
         return planned;
     }
 
@@ -441,13 +441,13 @@ private:
     // only fixed columns are in it and the range extends beyond them.
     static std::optional<std::pair<std::size_t, std::size_t>> columnSpan(const GridGeometry& geometry,
                                                                          std::size_t first, std::size_t last,
-                                                                         int set) {
+                                                                         int columnGroup) {
         std::optional<std::pair<std::size_t, std::size_t>> span;
-        bool own = geometry.columns[last].set == kEverySet;
+        bool own = geometry.columns[last].columnGroup == kEveryColumnGroup;
         for (std::size_t i = first; i <= last; ++i) {
-            if (!geometry.inSet(i, set)) continue;
+            if (!geometry.inColumnGroup(i, columnGroup)) continue;
             if (span && geometry.columns[i].line != geometry.columns[span->first].line) break;
-            own = own || geometry.columns[i].set == set;
+            own = own || geometry.columns[i].columnGroup == columnGroup;
             span = {span ? span->first : i, i};
         }
         // If group sections do not wrap, columns on later lines have no position in them.

@@ -97,8 +97,8 @@ struct PlannedControl {
     const std::u16string* gridColumn =
         nullptr;                            // name of the column whose title or cell this is; null: neither
     int firstColumn = -1, lastColumn = -1;  // of the grid that it covers; -1: a free control
-    int set =
-        kEverySet;  // the group of columns whose pages show it, where the grid continues on further pages
+    // The column group on whose pages it is shown, if the grid continues on further pages.
+    int columnGroup = kEveryColumnGroup;
     const PooledStyle* style = nullptr;  // without the conditional ones; never null
     std::vector<PlannedCondition> conditions;
     // Styles with conditional ones applied, by the conditions that hold; filled as they occur.

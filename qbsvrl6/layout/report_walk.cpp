@@ -100,13 +100,13 @@ void ReportWalk::addSubReport(PlannedControl& control, Micrometres left, const P
 void ReportWalk::walkGrid() {
     const PlannedGrid& grid = *instance_.plan.grid;
     flow_->beginDetailColumns();
-    const int passes = grid.geometry.setsFollowRows ? grid.geometry.sets : 1;
+    const int passes = grid.geometry.columnGroupsInTurn ? grid.geometry.columnGroups : 1;
     for (int pass = 0; pass < passes; ++pass) {
-        if (passes > 1) builder_.activeSet = pass;
+        if (passes > 1) builder_.activeColumnGroup = pass;
         if (pass > 0) flow_->startPage();
         walkRows();
     }
-    builder_.activeSet = kEverySet;
+    builder_.activeColumnGroup = kEveryColumnGroup;
     flow_->endDetailColumns();
 }
 
@@ -133,7 +133,7 @@ void ReportWalk::walkRow(std::size_t row) {
         openGroups(starting, row);
     }
     const bool first = row == 0 || starting < groups;
-    const bool keepsFooter = hasFooterBehind(row);
+    const bool keepsFooter = isFollowedByFooter(row);
     if (keepsFooter) rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, kNoRowCount});
     add(builder_.row(row, first ? std::nullopt : std::optional(row - 1)));
     countRow();
@@ -176,7 +176,7 @@ void ReportWalk::closeGroups(int from, std::size_t row) {
     endRowKeeps(from);
 }
 
-bool ReportWalk::hasFooterBehind(std::size_t row) const {
+bool ReportWalk::isFollowedByFooter(std::size_t row) const {
     const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     const bool last = row + 1 == view_.rowCount();
     const int closing = last ? 0 : view_.startingLevel(row + 1);

@@ -49,7 +49,7 @@ private:
     void countRow();
     void endRowKeeps(int fromLevel);
     void fillPage();
-    bool hasFooterBehind(std::size_t row) const;
+    bool isFollowedByFooter(std::size_t row) const;
 
     LayoutContext& context_;
     const ReportInstance instance_;

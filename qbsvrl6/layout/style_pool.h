@@ -44,7 +44,7 @@ private:
 };
 
 // Whether a box of this style is visible without content.
-inline bool hasLook(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
+inline bool hasVisibleBox(const ResolvedStyle& style) { return style.background || style.border != Border{}; }
 
 // The style with its font, paddings and borders times `factor`.
 ResolvedStyle scaledStyle(ResolvedStyle style, double factor);

@@ -15,7 +15,7 @@ namespace qbsvrl6 {
 
 struct SheetOptions {
     DocumentInfo info;
-    std::vector<Micrometres> cuts;  // x of the columns' edges on the paper, ascending
+    std::vector<Micrometres> columnEdges;  // x coordinates on the paper, ascending
     PageSetup page;
     bool paged = true;  // as printed
     bool pageBreaks = true;

@@ -95,13 +95,12 @@ bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
         if (rightToLeft && i > 0) next = glyphs[i - 1].cluster;
         if (!rightToLeft && i + 1 < glyphs.size()) next = glyphs[i + 1].cluster;
         const bool known = next == start + 1 && code.unitCount == 1 && code.firstUnit == text[start];
-        if (!known && !standsFor(code, text.substr(start, std::min(next, end) - start))) reads = false;
+        if (!known && !assignText(code, text.substr(start, std::min(next, end) - start))) reads = false;
     }
     return reads;
 }
 
-// The text of a code is the first one that its glyph represents.
-bool PdfFont::standsFor(Code& code, std::u16string_view text) {
+bool PdfFont::assignText(Code& code, std::u16string_view text) {
     constexpr std::size_t kLongest = 200;
     if (text.empty() || text.size() > kLongest) return false;
     if (text.size() == 1 && isInvisible(text.front())) return false;  // the code is that of the space

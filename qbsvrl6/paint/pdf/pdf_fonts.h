@@ -47,7 +47,8 @@ public:
 private:
     Code& codeOf(std::uint32_t glyph);
     void addCode(std::uint32_t glyph);
-    static bool standsFor(Code& code, std::u16string_view text);
+    // Gives the code this text unless it already has one. Returns whether the code now has this text.
+    static bool assignText(Code& code, std::u16string_view text);
     std::string widths(const std::vector<const Code*>& codes) const;
     std::string toUnicode(const std::vector<const Code*>& codes) const;
     std::vector<std::uint32_t> writeFontFile(PdfFile& file, int number,

@@ -148,19 +148,19 @@ std::uint8_t stepOf(double fraction) {
 
 }  // namespace
 
-const GlyphMask& glyphMask(const GlyphLook& look, std::uint32_t glyph, double fractionX, double fractionY) {
-    requireDrawable(*look.member->face);
+const GlyphMask& glyphMask(const GlyphStyle& style, std::uint32_t glyph, double fractionX, double fractionY) {
+    requireDrawable(*style.member->face);
     thread_local MaskCache cache;
     Key key;
-    key.face = look.member->face;
+    key.face = style.member->face;
     key.glyph = glyph;
-    key.size = static_cast<std::int32_t>(std::lround(std::clamp(look.pixelsPerEm, 0.0, kLargestEm) * 64));
-    key.directionX = static_cast<std::int32_t>(toFixed(look.directionX));
-    key.directionY = static_cast<std::int32_t>(toFixed(look.directionY));
+    key.size = static_cast<std::int32_t>(std::lround(std::clamp(style.pixelsPerEm, 0.0, kLargestEm) * 64));
+    key.directionX = static_cast<std::int32_t>(toFixed(style.directionX));
+    key.directionY = static_cast<std::int32_t>(toFixed(style.directionY));
     key.stepX = stepOf(fractionX);
     key.stepY = stepOf(fractionY);
-    key.bold = look.member->syntheticBold;
-    key.italic = look.member->syntheticItalic;
+    key.bold = style.member->syntheticBold;
+    key.italic = style.member->syntheticItalic;
     return cache.find(key);
 }
 

@@ -18,7 +18,7 @@ struct GlyphMask {
 };
 
 // How a glyph is drawn.
-struct GlyphLook {
+struct GlyphStyle {
     const FontSet::Member* member = nullptr;
     double pixelsPerEm = 12;
     double directionX = 1;  // of the text, as a unit vector with y downwards
@@ -28,7 +28,7 @@ struct GlyphLook {
 // `fractionX` and `fractionY` (0 to 1) are the origin's position in its pixel, rounded to quarters. The mask
 // is valid until the thread's next call. The mask of an unreadable glyph is empty. Raises MachineError for a face
 // without a file.
-const GlyphMask& glyphMask(const GlyphLook& look, std::uint32_t glyph, double fractionX, double fractionY);
+const GlyphMask& glyphMask(const GlyphStyle& style, std::uint32_t glyph, double fractionX, double fractionY);
 
 }  // namespace qbsvrl6
 

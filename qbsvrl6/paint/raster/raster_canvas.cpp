@@ -311,17 +311,17 @@ void RasterCanvas::bar(Point from, Direction direction, double length, double th
 void RasterCanvas::text(const TextRun& run) {
     const double em = toPixels(run.fontSize * kMicrometresPerPoint);
     if (!(em > 0)) return;
-    GlyphLook look;
-    look.pixelsPerEm = em;
-    look.directionX = run.direction.x;
-    look.directionY = run.direction.y;
+    GlyphStyle style;
+    style.pixelsPerEm = em;
+    style.directionX = run.direction.x;
+    style.directionY = run.direction.y;
     const bool unrotated = run.direction.isUnrotated();
     double x = toPixels(run.origin.x);
     double y = toPixels(run.origin.y);
     if (unrotated) y = std::round(y);
     constexpr double kFarthest = 1e6;
     for (const GlyphRun& part : run.shaped.runs) {
-        look.member = &part.member;
+        style.member = &part.member;
         for (const Glyph& glyph : part.glyphs) {
             const double right = glyph.xOffset * em / 1000;
             const double up = glyph.yOffset * em / 1000;
@@ -330,7 +330,7 @@ void RasterCanvas::text(const TextRun& run) {
             if (std::abs(glyphX) < kFarthest && std::abs(glyphY) < kFarthest) {
                 const double pixelX = std::floor(glyphX);
                 const double pixelY = std::floor(glyphY);
-                const GlyphMask& mask = glyphMask(look, glyph.id, glyphX - pixelX, glyphY - pixelY);
+                const GlyphMask& mask = glyphMask(style, glyph.id, glyphX - pixelX, glyphY - pixelY);
                 blend(mask, static_cast<int>(pixelX), static_cast<int>(pixelY), run.color);
             }
             const bool blank = glyph.cluster < run.text.size() && run.text[glyph.cluster] == u' ';

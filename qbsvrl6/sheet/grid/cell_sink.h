@@ -20,7 +20,7 @@ public:
 
 protected:
     CellSink(const SheetOptions& options, GridFit fit)
-        : grid_(options.cuts, options.page.paper.width, fit),
+        : grid_(options.columnEdges, options.page.paper.width, fit),
           columnMoves_(options.columnMoves),
           isPaged_(options.paged) {}
 

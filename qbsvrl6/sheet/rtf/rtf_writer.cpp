@@ -45,8 +45,9 @@ public:
         : CellSink(options, GridFit::Exact),
           options_(options),
           output_(output),
-          headerGrid_(options.cuts, options.page.paper.width, GridFit::Exact),
-          table_(grid(), options.cuts.empty() ? 0 : options.cuts.front() - options.page.margins.left,
+          headerGrid_(options.columnEdges, options.page.paper.width, GridFit::Exact),
+          table_(grid(),
+                 options.columnEdges.empty() ? 0 : options.columnEdges.front() - options.page.margins.left,
                  !hasOwnPages()) {}
 
 private:
@@ -277,8 +278,8 @@ private:
 
     // Where tables run on, a paper too narrow for them would cut them off.
     Micrometres paperWidth() const {
-        if (options_.paged || options_.cuts.empty()) return options_.page.paper.width;
-        const Micrometres wanted = options_.cuts.back() + options_.page.margins.right;
+        if (options_.paged || options_.columnEdges.empty()) return options_.page.paper.width;
+        const Micrometres wanted = options_.columnEdges.back() + options_.page.margins.right;
         return std::max(options_.page.paper.width, std::min(wanted, kMaxPaper));
     }
 

@@ -612,7 +612,7 @@ private:
         const Edges& margins = page.margins;
         Micrometres width = 0;
         for (int column = 0; column < grid().columnCount(); ++column) width += grid().columnWidth(column);
-        const Micrometres left = options_.cuts.empty() ? 0 : options_.cuts.front();
+        const Micrometres left = options_.columnEdges.empty() ? 0 : options_.columnEdges.front();
         out += ":root{--text:1;--rows:1}\n";
         appendLength(out, ":root{--table:", width);
         appendLength(out, ":root{--paper:", page.paper.width);

@@ -26,13 +26,13 @@ std::unique_ptr<DetailGrid> gridOf(std::initializer_list<int> widths) {
     return grid;
 }
 
-std::vector<int> millimetres(const std::vector<Micrometres>& cuts) {
+std::vector<int> millimetres(const std::vector<Micrometres>& edges) {
     std::vector<int> result;
-    for (const Micrometres cut : cuts) result.push_back(cut / kMm);
+    for (const Micrometres edge : edges) result.push_back(edge / kMm);
     return result;
 }
 
-TEST(ColumnCuts, LetTheGridsLead) {
+TEST(ColumnEdges, LetTheGridsLead) {
     ReportDefinition report;  // A4, margins of 15 mm
     report.grid = gridOf({30, 60});
     report.reportHeaders.push_back(sectionWith({{0, 45}, {60, 120}}));
@@ -50,7 +50,7 @@ TEST(ColumnCuts, LetTheGridsLead) {
 }
 
 // A column of the grid is divided only where texts of one row would share a cell.
-TEST(ColumnCuts, KeepTextsOfOneRowApart) {
+TEST(ColumnEdges, KeepTextsOfOneRowApart) {
     const struct {
         const char* name;
         std::vector<Rect> boxes;  // above columns from 15 to 95 and to 195
@@ -85,7 +85,7 @@ TEST(ColumnCuts, KeepTextsOfOneRowApart) {
 }
 
 // Labels: a grid that shows no rows leads no longer, and each of the page's columns has the same edges.
-TEST(ColumnCuts, RepeatInThePagesColumns) {
+TEST(ColumnEdges, RepeatInThePagesColumns) {
     ReportDefinition report;
     report.page.columns = 3;
     report.page.columnGap = 0;
@@ -126,7 +126,7 @@ TEST(ColumnCuts, RepeatInThePagesColumns) {
 }
 
 // Columns that go on to further pages are those of the first page, as wide as the widest.
-TEST(ColumnCuts, ShareTheColumnsOfAllPages) {
+TEST(ColumnEdges, ShareTheColumnsOfAllPages) {
     ReportDefinition report;  // 180 mm between its margins
     report.grid = gridOf({40, 60, 70, 80, 30});
     report.grid->adapt = ColumnAdapt::ToNewPageRepeatFixed;
@@ -146,7 +146,7 @@ TEST(ColumnCuts, ShareTheColumnsOfAllPages) {
     EXPECT_TRUE(columnMoves(report, continuous, CellColumns::Grid).empty());
 }
 
-TEST(ColumnCuts, TakeInSubReports) {
+TEST(ColumnEdges, TakeInSubReports) {
     const auto subReport = [](Control& control, std::initializer_list<int> widths) {
         SubReportContent content;
         content.report = std::make_unique<Report>();

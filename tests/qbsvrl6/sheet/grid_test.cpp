@@ -21,8 +21,8 @@ std::string asTable(const std::string& csv) {
     return text;
 }
 
-std::string cells(std::vector<Micrometres> cuts, Band band) {
-    SheetFeed feed(&makeCsvWriter, std::move(cuts));
+std::string cells(std::vector<Micrometres> edges, Band band) {
+    SheetFeed feed(&makeCsvWriter, std::move(edges));
     feed.put(std::move(band));
     return asTable(feed.finish());
 }
@@ -43,7 +43,7 @@ TEST(CellGrid, SnapsItemsToColumnsAndRows) {
         {"span", {textAt({0, 0, 60, 6}, u"a"), textAt({60, 0, 30, 6}, u"b")}, "a||b\n"},
         {"slivers", {textAt({1, 0, 28, 6}, u"a"), textAt({31, 1, 60, 5}, u"b")}, "a|b|\n"},
         {"narrow", {textAt({61, 0, 1, 6}, u"a")}, "||a\n"},
-        {"beyond the cuts", {textAt({-20, 0, 5, 6}, u"a"), textAt({150, 0, 20, 6}, u"b")}, "a||b\n"},
+        {"beyond the edges", {textAt({-20, 0, 5, 6}, u"a"), textAt({150, 0, 20, 6}, u"b")}, "a||b\n"},
         {"out of order", {textAt({60, 0, 30, 6}, u"c"), textAt({0, 0, 30, 6}, u"a")}, "a||c\n"},
         {"rows by tops, none empty",
          {textAt({0, 4, 30, 5}, u"a"), textAt({30, 14, 30, 5}, u"b"), textAt({0, 15, 30, 5}, u"c")},

@@ -64,9 +64,9 @@ class SheetFeed {
 public:
     using Maker = std::unique_ptr<PageSink> (*)(const SheetOptions&, std::string&);
 
-    SheetFeed(Maker make, std::vector<Micrometres> cutsMm, bool paged = false,
+    SheetFeed(Maker make, std::vector<Micrometres> edgesMm, bool paged = false,
               const std::function<void(SheetOptions&)>& change = {}) {
-        for (const Micrometres cut : cutsMm) options.cuts.push_back((cut + 15) * kMm);
+        for (const Micrometres edge : edgesMm) options.columnEdges.push_back((edge + 15) * kMm);
         options.paged = paged;
         options.info.title = u"A <title>";
         if (change) change(options);
