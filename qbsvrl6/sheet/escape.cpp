@@ -36,7 +36,7 @@ constexpr CharacterForms kXstring = [] {
     return forms.keep("\t\n\x7F").joinLineEnds();
 }();
 
-// Whether the text at `index` reads as "_x0041_".
+// Whether the text at `index` has the form "_x0041_".
 bool isEscapeForm(std::u16string_view text, std::size_t index) {
     if (text.size() - index < 7 || text[index + 1] != u'x' || text[index + 6] != u'_') return false;
     const std::u16string_view digits = text.substr(index + 2, 4);

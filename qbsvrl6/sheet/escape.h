@@ -1,4 +1,4 @@
-// Appends UTF-16 as UTF-8, with the characters that a format can't hold escaped in its way.
+// Appends UTF-16 text as UTF-8, and escapes the characters that a format cannot contain.
 #ifndef QBSVR_QBSVRL6_SHEET_ESCAPE_H
 #define QBSVR_QBSVRL6_SHEET_ESCAPE_H
 

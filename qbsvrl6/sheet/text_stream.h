@@ -14,7 +14,7 @@ public:
     // Append to this string. The reference is valid until the next mark() or breathe().
     std::string& text() { return block_; }
 
-    // Call it now and then: it stores a full block, so that growth never copies written text.
+    // Call this regularly: it puts a full block aside, so that the text is never copied as it grows.
     void breathe() {
         if (block_.size() >= kBlockBytes) putAside();
     }

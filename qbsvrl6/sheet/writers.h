@@ -19,12 +19,12 @@ struct SheetOptions {
     PageSetup page;
     bool paged = true;  // as printed
     bool pageBreaks = true;
-    // Below the texts of each printed page, in HTM and RTF.
+    // Painted below the texts of each printed page, in HTM and RTF.
     std::shared_ptr<const Picture> background;  // may be null
     Watermark watermark;
     bool rawValues = false;       // CSV: typed values instead of the texts that show them
     bool defuseFormulas = false;  // CSV: texts that look like formulas begin with an apostrophe
-    // The columns of the detail grid that move; empty: all are where they are on the paper.
+    // By column of the detail grid; empty: all columns have the same position as on the paper.
     std::vector<ColumnMove> columnMoves = {};
 };
 

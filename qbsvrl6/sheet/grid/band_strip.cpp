@@ -8,14 +8,15 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Columns of detail whose rows differ by less than this have common rows.
+// A band that overlaps the strip by no more than this starts the next one: otherwise, columns of detail whose
+// rows differ slightly would form a single strip.
 constexpr Micrometres kTolerance = kMicrometresPerMillimetre;
 
 bool isPagePart(const Band& band) {
     return band.kind == BandKind::PageHeader || band.kind == BandKind::PageFooter;
 }
 
-// A joined band has no background: it would fill the space between its parts too.
+// A joined band has no background, which would also fill the space between its parts.
 void makeBackgroundItem(Band& band) {
     if (!band.background) return;
     Item fill;
@@ -55,7 +56,7 @@ void BandStrip::add(Band&& band, Micrometres x, Micrometres y) {
 void BandStrip::join(Band&& band, Micrometres x, Micrometres y) {
     makeBackgroundItem(band_);
     makeBackgroundItem(band);
-    // The joined band has the kind of the other band, not that of filling rows and of bands without height.
+    // Blank rows and bands without height do not determine the kind of the joined band.
     if (band_.kind == BandKind::BlankRow || band_.height == 0) {
         band_.kind = band.kind;
         band_.inGrid = band.inGrid;

@@ -9,8 +9,8 @@
 namespace qbsvrl6 {
 
 // Bands arrive from top to bottom. The strip accepts each band that begins above its lower edge and overlaps
-// none of its bands; a band without height joins the band that begins at the same height. A band that the
-// strip does not accept starts the next strip.
+// none of its bands; a band without height joins the band that begins at the same height. Page headers and
+// footers are never joined. A band that the strip does not accept starts the next strip.
 class BandStrip {
 public:
     bool isEmpty() const { return isEmpty_; }

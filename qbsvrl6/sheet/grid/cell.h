@@ -15,7 +15,7 @@ bool isPending(const Item& item);
 // The text of an item, or the alternate text of a picture or drawing.
 std::u16string_view textOf(const Item& item);
 
-bool isPicture(const Item& item);     // or a drawing
+bool isPicture(const Item& item);     // a picture or drawing
 bool isDecoration(const Item& item);  // a line or box
 
 struct Cell {
@@ -57,8 +57,8 @@ enum class GridFit {
     Overlay,  // like Lines, but pictures, drawings and slanted lines overlay the cells
 };
 
-// Whether the item has cells. An empty text has none, unless it belongs to the detail grid and its row has
-// height.
+// Whether the item has cells. An empty text has none, unless its style is visible, or it belongs to the
+// detail grid and has height.
 bool takesCells(const Item& item, GridFit fit);
 
 // Edges closer than this count as one.

@@ -7,7 +7,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The stronger line stays.
+// The wider line wins.
 void strengthen(BorderLine& line, const BorderLine& other) {
     if (other.width > line.width) line = other;
 }
@@ -54,8 +54,8 @@ void CellBorders::drawVerticalLine(const Rect& box, const BorderLine& line, Micr
     }
 }
 
-// A line that ends within a cell, or goes through one that spans rows, is not a border: it overlays the cells,
-// or, where nothing does, becomes the border of the cells that it covers for the most part.
+// A line that ends within a cell, or crosses one that spans rows, is not a border. It overlays the cells or,
+// in formats without such overlays, becomes the border of the cells that it covers by at least half.
 LineResult CellBorders::drawHorizontalLine(const Rect& box, const BorderLine& line, Micrometres x) {
     const Region region = regionOf(box, x);
     const bool isAbove = box.y <= rows_[region.row].top + kEdgeTolerance;
@@ -99,7 +99,8 @@ void CellBorders::drawBox(const Rect& box, const Border& border, const std::opti
     if (!fill && border == Border{}) return;
 
     Region region = regionOf(box, x);
-    // A box begins a little above its own text, which may be next to the end of a higher row.
+    // A box begins a little above its own text, which may be next to the end of a taller row: then the box
+    // belongs to the row below that one.
     const int next = region.row + 1;
     if (region.rowEnd > region.row + 1 && rows_[next].top - box.y <= 2 * kEdgeTolerance &&
         box.y - rows_[next - 1].top > 2 * kEdgeTolerance) {

@@ -49,7 +49,7 @@ void CellGrid::placeByPattern(Band& band) {
     }
 }
 
-// What is no text: as borders, or on top of the cells.
+// Lines and boxes become borders; slanted lines, pictures and drawings overlay the cells.
 void CellGrid::draw(const Item& item) {
     if (const auto* line = std::get_if<LineItem>(&item.content)) {
         const LineResult result = borders_.drawLine(item.box, line->line, x_);
@@ -73,9 +73,9 @@ void CellGrid::addOverlay(const Item& item) {
     Region region;
     const Rect& box = item.box;
     columns_.locate(region, x_ + box.x, x_ + box.right());
-    // Among exact rows only the first one is sure to have a cell that begins in it.
+    // Of exact rows, only the first one is sure to have a cell that begins in it.
     const int row = fit_ == GridFit::Exact ? 0 : extents_.rowAt(box.y);
-    // Of the column that holds the left edge, so that the distance isn't negative.
+    // The column that contains the left edge, so that the distance is not negative.
     while (region.column > 0 && columns_.edge(region.column) > x_ + box.x) --region.column;
     rows_[static_cast<std::size_t>(row)].overlays.push_back(
         {&item, region.column, std::max(0, x_ + box.x - columns_.edge(region.column)),
@@ -110,9 +110,9 @@ void CellGrid::collectCells() {
     }
 }
 
-// A row ends with the lowest of its items, at the latest where the next one begins; the space between them
-// is the next row's gap. Below an overlay there are no gaps: it has a fixed size, and the rows must
-// provide its room.
+// A row ends at the bottom of its lowest item, but no later than the next row begins; the space between them
+// is the next row's gap. A band with overlays has no gaps: overlays have a fixed size, and the rows must fill
+// the space that they cover.
 void CellGrid::settleHeights(const Band& band, Micrometres y) {
     Micrometres lowest = 0;
     for (const Item& item : band.items) lowest = std::max(lowest, item.box.bottom());
@@ -134,7 +134,7 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
         bottom_ = std::max(bottom_, top + row.height);
     }
     if (extents_.count() < 2 || fit_ == GridFit::Exact) return;
-    // An item that reaches a little into the next row does not belong to it: the row of the item must be high enough.
+    // An item that extends a little into the next row has no cell there: its own row must be high enough.
     for (CellRow& row : std::span(rows_).first(static_cast<std::size_t>(extents_.count()))) {
         for (const Cell& cell : row.cells) {
             if (cell.item == nullptr || cell.rowSpan > 1) continue;
@@ -143,7 +143,7 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
     }
 }
 
-// Above and below; those on the sides are known from the start.
+// Sets the insets above and below; styleCell has set those at the sides.
 void CellGrid::settleInsets() {
     for (int row = 0; row < extents_.count(); ++row) {
         for (Cell& cell : rows_[static_cast<std::size_t>(row)].cells) {

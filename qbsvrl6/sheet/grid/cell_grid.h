@@ -1,5 +1,6 @@
 // Converts the items of a band into cells of one grid. The columns are fixed for the document. The tops of a
-// band's items define its rows, so no row is empty. Each item becomes a span of cells.
+// band's items define its rows, so no row is empty; exact grids have a row edge at their bottoms as well.
+// Each item becomes a span of cells.
 #ifndef QBSVR_QBSVRL6_SHEET_GRID_CELL_GRID_H
 #define QBSVR_QBSVRL6_SHEET_GRID_CELL_GRID_H
 

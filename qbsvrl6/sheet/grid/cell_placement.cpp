@@ -8,7 +8,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Whether a spreadsheet can hold the item's text off its side of the cell.
+// Whether a spreadsheet can indent the item's text from the side to which it is aligned.
 bool isFlush(const Item& item) {
     return item.style == nullptr || item.style->align == HorizontalAlign::Left ||
            item.style->align == HorizontalAlign::Right;
@@ -22,7 +22,8 @@ void CellPlacement::place(Band& band, Micrometres x) {
     cells_.clear();
     regions_.clear();
     overlays_.clear();
-    // Pending texts come first: they can't join another text. Pictures come last: they may overlay texts.
+    // Pending texts come first: they cannot be joined with another text. Pictures come last: they may overlay
+    // texts.
     for (const bool pending : {true, false}) {
         for (Item& item : band.items) {
             if (takesCells(item, fit_) && !isPicture(item) && isPending(item) == pending) claim(item);
@@ -79,7 +80,7 @@ bool CellPlacement::isWhollyFree(const Region& region) const {
     return true;
 }
 
-// Leaves the first and last rows to the items that have them, if that makes room.
+// Gives up the first and last rows that are taken, if all rows in between are free.
 void CellPlacement::trimRows(Region& region) const {
     const auto isTaken = [&](int row) {
         for (int column = region.column; column < region.columnEnd; ++column) {
@@ -96,7 +97,8 @@ void CellPlacement::trimRows(Region& region) const {
     if (trimmed.row < trimmed.rowEnd) region = trimmed;
 }
 
-// What begins or ends well within a column takes all of it where it is free: then it can have its position on paper.
+// An item that begins or ends well within a column gets all of the column if it is free: an indent then gives
+// it its position on paper.
 void CellPlacement::reachOut() {
     for (std::size_t i = 0; i < cells_.size(); ++i) {
         const Item& item = *cells_[i].item;
@@ -128,7 +130,7 @@ bool CellPlacement::isFree(int column, const Region& rows) const {
     return true;
 }
 
-// Narrows the region to its longest stretch of columns that are free in all its rows.
+// Narrows the region to the longest run of columns that are free in all of its rows.
 bool CellPlacement::narrow(Region& region) const {
     int bestStart = 0;
     int bestLength = 0;
@@ -147,7 +149,8 @@ bool CellPlacement::narrow(Region& region) const {
     return true;
 }
 
-// Of all rows, or the first one; without room there, moves the region to the next free cell on its right.
+// Narrows the region to free columns in all of its rows, or else in the first one. If there are none, moves
+// it to the next free cell to the right.
 bool CellPlacement::findRoom(Region& region) const {
     if (narrow(region)) return true;
     region.rowEnd = region.row + 1;
@@ -175,8 +178,8 @@ void CellPlacement::take(const Region& region, Item& item) {
     }
 }
 
-// Adds what the item reads to the text of the cell at that position. Pending texts and pictures can't hold it:
-// then the warning is all that is left of it.
+// Adds the item's text to that of the cell at this position. If that is a pending text or a picture, the item
+// is lost; only the warning mentions it.
 void CellPlacement::join(const Region& region, const Item& item) {
     const std::u16string_view text = textOf(item);
     Item& owning = *cells_[static_cast<std::size_t>(indexAt(region.row, region.column))].item;

@@ -19,13 +19,13 @@ public:
     // Assigns cells to the items of a band at x, whose rows have been found.
     void place(Band& band, Micrometres x);
 
-    // In the order in which they were taken.
+    // In the order in which they were assigned.
     std::vector<Cell>& cells() { return cells_; }
-    // Of each cell.
+    // The regions of the cells, in the same order.
     const std::vector<Region>& regions() const { return regions_; }
     // The index of the cell that covers a position; -1: free.
     int indexAt(int row, int column) const { return owners_[position(row, column)]; }
-    bool isComplete() const;
+    bool isComplete() const;  // no position is free
 
     // The cell that covers a position; for a free position, makes a new cell.
     Cell& cellAt(int row, int column);
@@ -33,7 +33,7 @@ public:
     // Pictures and drawings that found no free cells.
     const std::vector<const Item*>& overlays() const { return overlays_; }
 
-    // The number of items in all bands that did not get all of their cells, and the text of the first one.
+    // The number of items, in all bands, that did not get all of their cells, and the text of the first one.
     int overlapCount() const { return overlaps_; }
     const std::string& firstOverlap() const { return firstOverlap_; }
 

@@ -25,12 +25,12 @@ void CellSink::band(Band&& band, Micrometres x, Micrometres y) {
     if (isPaged_) removeHiddenTexts(band);
     if (band.items.empty() && band.height == 0) return;
     if (!columnMoves_.empty() && band.inGrid) moveColumns(band);
-    // Nothing is side by side where there are no pages, although many rows without height have the same position.
+    // Without pages, no bands are side by side, although many rows without height have the same position.
     if (!isPaged_ || !strip_.takes(band, x, y)) writeStrip();
     strip_.add(std::move(band), x, y);
 }
 
-// Puts items of moved columns where the cells have these columns.
+// Moves the items of moved columns to the position that these columns have in the cells.
 void CellSink::moveColumns(Band& band) const {
     const auto count = static_cast<int>(columnMoves_.size());
     for (Item& item : band.items) {
@@ -40,7 +40,7 @@ void CellSink::moveColumns(Band& band) const {
             columnMoves_[static_cast<std::size_t>(std::max(item.column, item.lastColumn))];
         const bool fills = item.box.x == first.x && item.box.right() == last.x + last.width;
         item.box.x += first.newX - first.x;
-        // What fills columns fills them in the cells too; parts of a cell have the width of the paper.
+        // An item that fills its columns fills them in the cells as well; any other keeps its width on paper.
         if (fills) item.box.width = last.newX + last.newWidth - item.box.x;
         band.width = std::max(band.width, item.box.right());
     }

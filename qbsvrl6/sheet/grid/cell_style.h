@@ -67,8 +67,8 @@ private:
         SheetFormat format;
         bool operator==(const Source&) const = default;
     };
-    // Rows repeat the styles of the previous row, column by column, so a small table by style and column
-    // caches the last answers.
+    // Most rows repeat the styles of the previous row, column by column, so a small table by style and column
+    // caches the latest answers.
     struct Answer {
         Source source;
         int id = -1;
@@ -79,7 +79,7 @@ private:
 
     std::unordered_map<CellStyle, int, CellStyleHash> ids_;
     std::vector<const CellStyle*> styles_;            // keys of ids_
-    std::array<std::array<Answer, 2>, 128> answers_;  // by the hash of their source: the latest first
+    std::array<std::array<Answer, 2>, 128> answers_;  // by the hash of their source, the latest first
 };
 
 }  // namespace qbsvrl6

@@ -23,9 +23,9 @@ void GridRows::addOverlay(Micrometres top) {
     extents_.front().top = std::min(extents_.front().top, top);
 }
 
-// Texts whose tops are within the tolerance of each other are one row, and so are those that are side
-// by side for more than half of their height. A picture begins in a row that is next to it, and makes a row
-// only if there is none. Lines and boxes make a row only if the band has nothing else.
+// Texts whose tops are within the tolerance of each other form one row, and so do those that are side by side
+// for more than half of their height. A picture begins in a row that is next to it, and makes a row only if
+// there is none. Lines and boxes make a row only if the band has nothing else.
 void GridRows::findLines(const Band& band) {
     itemExtents_.clear();
     for (const Item& item : band.items) {
@@ -36,10 +36,10 @@ void GridRows::findLines(const Band& band) {
         if (!isPicture(item)) continue;
         haveOverlays_ = haveOverlays_ || fit_ == GridFit::Overlay;
         const Rect& box = item.box;
-        const bool standsBeside = std::any_of(extents_.begin(), extents_.end(), [&](const RowExtent& row) {
+        const bool isBesideRow = std::any_of(extents_.begin(), extents_.end(), [&](const RowExtent& row) {
             return row.top < box.bottom() && box.y < row.bottom;
         });
-        if (!standsBeside) addExtent(box);
+        if (!isBesideRow) addExtent(box);
     }
     joinExtents();
     if (haveOverlays_) {
@@ -53,7 +53,7 @@ void GridRows::findLines(const Band& band) {
     }
 }
 
-// Edges within the tolerance are one.
+// Edges within the tolerance of each other count as one.
 void GridRows::findEdges(const Band& band) {
     extents_.clear();
     edges_.clear();
@@ -80,7 +80,7 @@ void GridRows::findEdges(const Band& band) {
     }
 }
 
-// A box that continues over the space between two rows is whole only if the upper one ends at the lower one.
+// A box that spans the space between two rows has no gap only if the upper row extends to the lower one.
 void GridRows::closeGapsInBoxes(const Band& band) {
     for (std::size_t row = 1; row < extents_.size(); ++row) {
         const Micrometres top = extents_[row - 1].bottom;
@@ -98,7 +98,7 @@ void GridRows::addExtent(const Rect& box) {
     itemExtents_.push_back({box.y, box.bottom(), box.x, box.right()});
 }
 
-// Makes the rows of all extents so far.
+// Rebuilds the rows from all extents so far.
 void GridRows::joinExtents() {
     std::stable_sort(itemExtents_.begin(), itemExtents_.end(),
                      [](const ItemExtent& a, const ItemExtent& b) { return a.top < b.top; });
@@ -128,7 +128,8 @@ bool GridRows::belongsToRow(std::span<const ItemExtent> row, const ItemExtent& n
     });
 }
 
-// Whether a box that begins above a row reaches into it: over half of the row's least item.
+// Whether a box that begins above a row extends into it by more than half the height of the row's smallest
+// item.
 bool GridRows::covers(const Rect& box, int row) const {
     const RowExtent& extent = extents_[static_cast<std::size_t>(row)];
     return box.bottom() > extent.top + std::max(kEdgeTolerance, extent.leastHeight / 2);
@@ -141,13 +142,14 @@ int GridRows::rowAt(Micrometres y) const {
     return std::max(static_cast<int>(below - extents_.begin()) - 1, 0);
 }
 
-// The exact row that begins with the edge nearest above `y`; count() for the last edge.
+// The exact row that begins with the last edge at or above `y`; count() for the last edge of all.
 int GridRows::edgeAt(Micrometres y) const {
     const auto after = std::upper_bound(edges_.begin(), edges_.end(), y);
     return std::max(static_cast<int>(after - edges_.begin()) - 1, 0);
 }
 
-// A box begins in the row that holds its top, or, where that row's items end above it, in the next one.
+// A box begins in the row that contains its top or, if the items of that row end above the box, in the next
+// one.
 void GridRows::locate(Region& region, const Rect& box) const {
     if (fit_ == GridFit::Exact) {
         region.row = std::min(edgeAt(box.y), count() - 1);

@@ -12,7 +12,7 @@ namespace qbsvrl6 {
 
 struct RowExtent {
     Micrometres top = 0, bottom = 0;
-    // The least values of the items that begin here.
+    // The smallest values among the items that begin in this row.
     Micrometres leastBottom = 0, leastHeight = 0;
 };
 

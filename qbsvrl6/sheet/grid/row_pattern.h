@@ -21,7 +21,7 @@ public:
     const Region& region(std::size_t item) const { return regions_[item]; }
 
 private:
-    bool isComplete_ = false;  // no cell of the row is free
+    bool isComplete_ = false;  // no position in the row is free
     Micrometres x_ = 0;
     std::vector<Rect> boxes_;      // of each item
     std::vector<Region> regions_;  // of each item

@@ -19,8 +19,8 @@ bool isContinued(const TextItem& first, const TextItem& later, int pages) {
         const PageField& field = first.pageFields[i];
         const PageField& laterField = later.pageFields[i];
         const int wanted = field.kind == PageField::Kind::Number ? field.value + pages : field.value;
-        const bool goesOn = field.kind == laterField.kind && laterField.value == wanted;
-        if (!goesOn || !sameUpTo(field.start, laterField.start)) return false;
+        const bool isExpected = field.kind == laterField.kind && laterField.value == wanted;
+        if (!isExpected || !sameUpTo(field.start, laterField.start)) return false;
         from = field.end();
         laterFrom = laterField.end();
     }

@@ -22,8 +22,8 @@ struct PageHeaderFooter {
     std::vector<PlacedBand> footer;
 };
 
-// Whether `later`, which is `pages` pages after `first`, differs from it only by the page numbers that
-// follow.
+// Whether `later`, which is `pages` pages after `first`, differs from it only in its page number, which must
+// have advanced by as many.
 bool isContinued(const PageHeaderFooter& first, const PageHeaderFooter& later, int pages);
 
 // The page number that the header or footer shows.

@@ -17,8 +17,7 @@ public:
 
     // The control words before a cell's text.
     const std::string& paragraph(const Cell& cell) { return entries_[indexOf(cell)].paragraph; }
-    // The font again, which word processors store separately for right-to-left text. Written after
-    // `paragraph`.
+    // The font again: word processors store it separately for right-to-left text. Written after `paragraph`.
     const std::string& associated(const Cell& cell) { return entries_[indexOf(cell)].associated; }
     // The control words before the cell's right edge in the definition of its row.
     const std::string& frame(const Cell& cell) { return entries_[indexOf(cell)].frame; }

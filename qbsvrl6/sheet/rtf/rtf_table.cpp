@@ -10,7 +10,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The instruction of a link; "#name" is a bookmark. The address holds neither quotes nor backslashes.
+// The instruction of a link; "#name" is a bookmark. The address contains neither quotes nor backslashes.
 std::string linkInstruction(std::u16string_view address) {
     const bool isInner = address.starts_with(u'#');
     std::string out = isInner ? "HYPERLINK \\\\l \"" : "HYPERLINK \"";
@@ -18,13 +18,13 @@ std::string linkInstruction(std::u16string_view address) {
     return out += '"';
 }
 
-// Some of it may run from right to left.
+// Whether parts of the item's text may run from right to left.
 bool hasOwnDirection(const Item& item) {
     return std::holds_alternative<TextItem>(item.content) &&
            (isPending(item) || mayRunRightToLeft(textOf(item)));
 }
 
-// A text without a character must not make its row higher.
+// An empty text must not make its row higher.
 bool showsNothing(const Item& item) {
     return std::holds_alternative<TextItem>(item.content) && textOf(item).empty() && !isPending(item);
 }
@@ -75,13 +75,13 @@ void RtfTable::findSlots(const CellRow& row) {
 }
 
 void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repeats) {
-    // Said of each row, or a paragraph from right to left would turn the order of its table's columns.
+    // Without \ltrrow in each row, a right-to-left paragraph would reverse the order of the columns.
     appendCommand(out, "\\trowd\\ltrrow\\trgaph0\\trkeep\\trleft", left_);
     appendCommand(out, "\\trrh", twips(row.height));
     if (repeats) out += "\\trhdr";
     for (const Slot& slot : slots_) {
         if (slot.cell != nullptr) {
-            if (slot.goesOn) {
+            if (slot.continues) {
                 out += "\\clvmrg";
             } else if (slot.cell->rowSpan > 1) {
                 out += "\\clvmgf";
@@ -98,7 +98,7 @@ void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWrite
     int left = left_;
     for (std::size_t i = 0; i < slots_.size(); ++i) {
         const Slot& slot = slots_[i];
-        const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.goesOn ||
+        const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.continues ||
                              showsNothing(*slot.cell->item);
         out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : entries_.paragraph(*slot.cell);
         if (!isEmpty && hasOwnDirection(*slot.cell->item)) out += entries_.associated(*slot.cell);
@@ -111,7 +111,7 @@ void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWrite
     }
 }
 
-// A free cell, whose paragraph is at the top, if there is one.
+// A free cell if there is one, because its paragraph is at the top of the row; otherwise the first cell.
 std::size_t RtfTable::hostOfOverlays() const {
     const auto free =
         std::find_if(slots_.begin(), slots_.end(), [](const Slot& slot) { return slot.cell == nullptr; });
@@ -122,7 +122,7 @@ int RtfTable::columnLeft(const Overlay& overlay) const {
     return overlay.column == 0 ? left_ : edges_[static_cast<std::size_t>(overlay.column) - 1];
 }
 
-// Counted from the cell that it hangs on.
+// The position is relative to the cell that anchors the overlay.
 void RtfTable::appendOverlay(std::string& out, const Overlay& overlay, int cellLeft) {
     const Rect box = pictureBox(*overlay.item);
     appendShape(out, *overlay.item, columnLeft(overlay) - cellLeft + twips(overlay.x + box.x),
@@ -183,7 +183,7 @@ void RtfTable::appendBytes(std::string& out, const Item& item, std::uint32_t num
     const int width = twips(box.width);
     const int height = twips(box.height);
     out += picture.encoding == Picture::Encoding::Jpeg ? "{\\pict\\jpegblip" : "{\\pict\\pngblip";
-    // Pixels by their usual size, 15 twips, for readers that ignore the size that is wanted.
+    // The size in pixels of 15 twips, for readers that ignore the desired size in twips.
     appendCommand(out, "\\picw", width / 15);
     appendCommand(out, "\\pich", height / 15);
     appendCommand(out, "\\picwgoal", width);

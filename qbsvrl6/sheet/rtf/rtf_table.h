@@ -28,7 +28,7 @@ public:
     // Appends the overlays of a row, for a paragraph outside of tables. Their positions on the page are
     // relative to its left margin and the row's top.
     void appendOverlays(std::string& out, const CellRow& row, Micrometres margin, Micrometres top);
-    // Appends a picture below the texts of its page, positioned from the corner of the paper.
+    // Appends a picture that covers the page from the corner of the paper and is painted below the texts.
     void appendBackdrop(std::string& out, const Item& item);
 
     const RtfStyles& styles() const { return entries_; }
@@ -38,7 +38,7 @@ private:
     struct Slot {
         const Cell* cell;  // null: free
         int columnEnd;
-        bool goesOn;  // continues a cell of the row above
+        bool continues;  // a cell of the row above
     };
     // A cell of an earlier row that spans the current one.
     struct Below {

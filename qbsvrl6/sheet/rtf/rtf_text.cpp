@@ -1,5 +1,6 @@
-// A character beyond ASCII is "\\uN\\'3f", N being its UTF-16 unit as a signed number; after it comes the
-// code of a question mark for readers that don't know it. As a plain "?" some take it with the word after it.
+// A character outside ASCII is written as "\\uN\\'3f": N is its UTF-16 unit as a signed number, and 3f, the
+// code of the question mark, is for readers that don't know it. Some readers would skip a plain "?" together
+// with the word after it.
 #include "qbsvrl6/sheet/rtf/rtf_text.h"
 
 #include <algorithm>
@@ -22,9 +23,9 @@ const char* lineEndOf(const Item& item) {
     return justified ? kParagraph : kLineBreak;
 }
 
-// The stretch from `from` to `to`, in which no field is cut.
-void appendStretch(std::string& out, std::u16string_view text, std::size_t from, std::size_t to,
-                   std::span<const PageField> fields, const char* lineEnd) {
+// Appends the text from `from` to `to`. Numbers that are not wholly within it do not become fields.
+void appendPart(std::string& out, std::u16string_view text, std::size_t from, std::size_t to,
+                std::span<const PageField> fields, const char* lineEnd) {
     for (const PageField& field : fields) {
         if (field.start < from || field.end() > to) continue;
         appendRtf(out, text.substr(from, field.start - from), lineEnd);
@@ -44,11 +45,11 @@ void appendParagraph(std::string& out, std::u16string_view text, std::size_t fro
     out += direction == BaseDirection::RightToLeft ? "\\rtlpar" : "\\ltrpar";
     const std::vector<std::uint8_t> levels = embeddingLevels(paragraph, direction);
     for (std::size_t start = 0; start < levels.size();) {
-        const bool turned = levels[start] % 2 != 0;
+        const bool rightToLeft = levels[start] % 2 != 0;
         std::size_t end = start + 1;
-        while (end < levels.size() && (levels[end] % 2 != 0) == turned) ++end;
-        out += turned ? "{\\rtlch " : "{\\ltrch ";
-        appendStretch(out, text, from + start, from + end, fields, kLineBreak);
+        while (end < levels.size() && (levels[end] % 2 != 0) == rightToLeft) ++end;
+        out += rightToLeft ? "{\\rtlch " : "{\\ltrch ";
+        appendPart(out, text, from + start, from + end, fields, kLineBreak);
         out += '}';
         start = end;
     }
@@ -87,7 +88,7 @@ void appendRtf(std::string& out, std::u16string_view text, const char* lineEnd) 
 void appendItemText(std::string& out, const Item& item, std::span<const PageField> fields) {
     const std::u16string_view text = textOf(item);
     if (!mayRunRightToLeft(text)) {
-        appendStretch(out, text, 0, text.size(), fields, lineEndOf(item));
+        appendPart(out, text, 0, text.size(), fields, lineEndOf(item));
         return;
     }
     for (std::size_t from = 0;;) {

@@ -23,8 +23,8 @@ constexpr const char* kParagraph = "\\par ";
 void appendRtf(std::string& out, std::u16string_view text, const char* lineEnd = kLineBreak);
 
 // Appends the text of an item, with fields for the numbers that the word processor counts. If it has
-// right-to-left text, each line is a paragraph with its direction, and its runs are marked, because word
-// processors follow the marks.
+// right-to-left text, each line becomes a paragraph with its own direction, and its runs are marked, because
+// word processors follow the marks.
 void appendItemText(std::string& out, const Item& item, std::span<const PageField> fields = {});
 
 }  // namespace qbsvrl6

@@ -1,7 +1,8 @@
-// RTF with real tables. Page headers and footers are those of a section, which continues as long as the next
-// page has the same ones but for its number; page numbers are fields that the word processor counts. Whether
-// the page count of a field is that of the document is known when all pages are there, so that what is
-// between pages is written last, as is the head of the file with its tables of fonts and colours.
+// RTF with real tables. Page headers and footers belong to a section, which continues for as long as the next
+// page has the same ones except for the page number; page numbers are fields that the word processor counts.
+// Whether a page count is that of the whole document is known only when all pages are complete. The
+// beginnings of pages are therefore written last, as is the head of the file with its tables of fonts and
+// colours.
 #include <algorithm>
 #include <utility>
 
@@ -16,19 +17,19 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Gaps below this are rounding.
+// Smaller gaps are rounding errors.
 constexpr Micrometres kLeastGap = 500;
-// A page leaves this to the word processor, whose rows are a trace higher than ours.
+// Space left free on each page: the rows of word processors are slightly higher than ours.
 constexpr Micrometres kSlack = 4'000;
 
-// The height of a header without texts, with some room around it.
+// The height of an empty header, with some space around it.
 constexpr Micrometres kLine = 1'000;
 
-// The widest paper that word processors take: 22 inches.
+// The widest paper that word processors accept: 22 inches.
 constexpr Micrometres kMaxPaper = 558'800;
 
-// A paragraph of just this height; it ends the table before it. A page is broken by a property of the
-// paragraph: after a break as a character, some word processors lose the height of the next paragraph.
+// A paragraph of exactly this height, which ends the table before it. A page break is a property of the
+// paragraph: after a break character, some word processors lose the height of the next paragraph.
 void appendGap(std::string& out, Micrometres height, std::string_view content = "",
                std::string_view properties = "") {
     out += "\\pard\\plain";
@@ -51,15 +52,15 @@ public:
                  !hasOwnPages()) {}
 
 private:
-    // What is written last: the beginning of a page, or a pending text.
+    // A part that is written last: the beginning of a page, or a pending text.
     struct OpenPlace {
         bool isPage;
         std::size_t index;
     };
     enum class Part { None, Rows, Titles };
 
-    // The word processor's pages are ours, so that pictures have fixed positions on them. Anchored in cells,
-    // some would be moved to a separate page.
+    // Whether the word processor has the same pages. Pictures then have fixed positions on their page; if
+    // they were anchored in cells, some would be moved to a separate page.
     bool hasOwnPages() const { return options_.paged && options_.pageBreaks; }
 
     void openPage(const PageInfo&, bool) override {
@@ -103,7 +104,7 @@ private:
         stream_.breathe();
     }
 
-    // What overlays the rows, which begin below `top` and move it to their end.
+    // Appends the overlays of rows that begin below `top`, and moves `top` to the end of the rows.
     void appendShapes(std::string& out, std::span<const CellRow> rows, Micrometres& top) {
         for (const CellRow& row : rows) {
             top += row.gap;
@@ -152,14 +153,15 @@ private:
         }
     }
 
-    // For each page: a section's beginning, or a page break within its section.
+    // For each page, the beginning of a section, or a page break within one.
     std::vector<std::string> pageBeginnings() {
         std::vector<std::string> beginnings(pages_.size());
         std::vector<std::size_t> sections;  // their first pages
         for (std::size_t i = 0; i < pages_.size(); ++i) {
-            const bool goesOn = !sections.empty() && isContinued(pages_[sections.back()], pages_[i],
-                                                                 static_cast<int>(i - sections.back()));
-            if (!goesOn) sections.push_back(i);
+            const bool isContinuation =
+                !sections.empty() &&
+                isContinued(pages_[sections.back()], pages_[i], static_cast<int>(i - sections.back()));
+            if (!isContinuation) sections.push_back(i);
         }
         const std::string backdrop = makeBackdrop(sections.size());
         int number = 1;  // as the word processor counts
@@ -184,7 +186,7 @@ private:
         return beginnings;
     }
 
-    // The background and watermark, which each section holds anew.
+    // The background and watermark, which every section repeats.
     std::string makeBackdrop(std::size_t sections) {
         constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // in all sections
         std::string out;
@@ -209,7 +211,7 @@ private:
         const PageSetup& page = options_.page;
         Micrometres top = page.margins.top;
         for (const PlacedBand& placed : parts.header) top = std::max(top, placed.y + placed.band.height);
-        // A header without texts is a line above the margin.
+        // An empty header is above the margin.
         const Micrometres headerTop = parts.header.empty() ? page.margins.top - kLine : page.margins.top;
         appendCommand(out, "\\headery", twips(std::max(headerTop, 0)));
         appendCommand(out, "\\footery", twips(std::max(page.margins.bottom - kSlack, 0)));
@@ -227,13 +229,13 @@ private:
             for (const PlacedBand& placed : footer) bottom += placed.band.height;
             return bottom;
         }
-        // Without a footer, all of the margin is left: the page ends by its break.
+        // Without a footer, the page needs no margin: its page break ends it.
         if (footer.empty()) return 0;
         for (const PlacedBand& placed : footer) bottom = std::max(bottom, page.paper.height - placed.y);
         return bottom - kSlack;
     }
 
-    // A section without a header or footer would have that of the section before it: `inherits`.
+    // `inherits` is whether an earlier section has this part: a section without it would inherit that one.
     void appendPart(std::string& out, const char* start, std::vector<PlacedBand>& bands,
                     std::string_view backdrop, bool& inherits) {
         if (bands.empty() && backdrop.empty() && !inherits) return;
@@ -252,7 +254,7 @@ private:
         out += "}\n";
     }
 
-    // The count of a run of pages stays a text: the word processor's is that of the document.
+    // The page count of a group stays text: the word processor counts the pages of the document.
     void appendWithFields(std::string& out, const Item& item) const {
         std::vector<PageField> fields = std::get<TextItem>(item.content).pageFields;
         std::erase_if(fields, [&](const PageField& field) {
@@ -276,7 +278,7 @@ private:
         out += "}\n";
     }
 
-    // Where tables run on, a paper too narrow for them would cut them off.
+    // Without pages, tables may be wider than the paper, which would cut them off.
     Micrometres paperWidth() const {
         if (options_.paged || options_.columnEdges.empty()) return options_.page.paper.width;
         const Micrometres wanted = options_.columnEdges.back() + options_.page.margins.right;
@@ -300,14 +302,14 @@ private:
     CellGrid headerGrid_;
     RtfTable table_;
     TextStream stream_;
-    std::vector<OpenPlace> places_;  // by the stream's marks
+    std::vector<OpenPlace> places_;  // of each gap in the stream
     std::vector<PageHeaderFooter> pages_;
     std::vector<std::string> shapes_;  // overlays of each page
-    Micrometres top_ = 0;              // of the next row on the page under way
+    Micrometres top_ = 0;              // of the next row on the current page
     bool hasHeader_ = false;           // of any section so far
     bool hasFooter_ = false;
     std::vector<Item> pending_;
-    Micrometres headerHeight_ = 0;  // of the page under way
+    Micrometres headerHeight_ = 0;  // of the current page
     Part part_ = Part::None;
 };
 

@@ -67,7 +67,7 @@ void appendDeclarations(std::string& out, const CellStyle& style) {
     out += "font:";
     if (style.italic) out += "italic ";
     if (style.bold) out += "bold ";
-    // A style sheet may make all texts of a part smaller.
+    // --text lets the style sheet shrink all texts of a part of the page.
     out += "calc(var(--text)*";
     appendNumber(out, style.fontSize, kCssDecimals);
     out += "pt)/";

@@ -11,14 +11,14 @@ namespace qbsvrl6 {
 
 inline constexpr int kCssDecimals = 3;
 
-// A hundredth of a millimetre is finer than any screen.
+// Rounded to hundredths of a millimetre, finer than any screen.
 double inMillimetres(Micrometres length);
 // "12.3mm"
 void appendMillimetres(std::string& out, Micrometres length);
-// Appends the inside of a quoted string, each character as its number.
+// Appends the content of a quoted string, with each character as its code.
 void appendCssText(std::string& out, std::u16string_view text);
-// Appends the family, followed by a generic one, without the characters of the name that could end a value or
-// an attribute.
+// Appends the font family, followed by a generic one. Leaves out the characters of its name that could end a
+// value or an attribute.
 void appendFontFamily(std::string& out, std::u16string_view family);
 
 // The declarations of a cell's style.

@@ -1,7 +1,7 @@
-// CSV by RFC 4180: CR LF ends, every record with all columns, in UTF-8 with a mark, since spreadsheets take a
-// file without one for the code page of the machine. A cell that spans columns fills the first. A text that
-// a spreadsheet would take for a formula is written as it is, since a sign before it falsifies it for all
-// other readers, unless the export asks to defuse it.
+// CSV according to RFC 4180: lines end with CR LF, and every record has all columns. The text is UTF-8 with a
+// byte order mark, because spreadsheets read a file without one in the code page of the machine. A cell that
+// spans columns fills the first. A text that a spreadsheet would read as a formula is written unchanged
+// unless the export defuses formulas, because an apostrophe before it would falsify it for all other readers.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -23,7 +23,7 @@ bool needsQuotes(std::u16string_view text) {
                        [](char16_t c) { return c == u'"' || c == u',' || c == u'\r' || c == u'\n'; });
 }
 
-// A sign, then nothing but digits with their separators, a currency or a percent sign: "-1,234.50", "+5%".
+// A sign, followed only by digits with their separators, a currency or a percent sign: "-1,234.50", "+5%".
 bool isSignedNumber(std::u16string_view text) {
     constexpr std::u16string_view kWithDigits = u".,' \u00A0\u202F%\u2030$\u00A3\u00A5\uFFE5\u20AC";
     return std::all_of(text.begin() + 1, text.end(), [&](char16_t c) {
@@ -31,7 +31,7 @@ bool isSignedNumber(std::u16string_view text) {
     });
 }
 
-// Whether a spreadsheet may calculate it. East Asian ones read the wide signs too.
+// Whether a spreadsheet may evaluate the text. East Asian ones also accept full-width signs.
 bool looksLikeFormula(std::u16string_view text) {
     if (text.empty()) return false;
     switch (text.front()) {
@@ -68,8 +68,8 @@ void appendField(std::string& out, std::u16string_view text) {
     out += '"';
 }
 
-// All digits of a decimal; else the shortest that read as the number, without an exponent where that stays
-// short.
+// All digits of a decimal; otherwise the shortest text that reads back as the same number, with an exponent
+// only if it is very small or very large.
 void appendNumber(std::string& out, const Number& value) {
     if (const Decimal* const decimal = value.decimal()) {
         char digits[Decimal::kLongestText];
@@ -87,7 +87,7 @@ void appendNumber(std::string& out, const Number& value) {
     out.append(digits.data(), end.ptr);
 }
 
-// "2024-03-05" or "2024-03-05T14:07:09"; false for years that have no four digits.
+// Appends "2024-03-05" or "2024-03-05T14:07:09". Returns false for years that do not have four digits.
 bool appendDate(std::string& out, std::int64_t seconds) {
     using namespace std::chrono;
     constexpr std::int64_t kFirst = -62'167'219'200;  // 0000-01-01
@@ -108,7 +108,7 @@ bool appendDate(std::string& out, std::int64_t seconds) {
     return true;
 }
 
-// False for what has no value but its text, and for what shows nothing.
+// Returns false if the item has no value other than its text, or shows nothing.
 bool appendRawValue(std::string& out, const Item& item) {
     const auto* const text = std::get_if<TextItem>(&item.content);
     if (text == nullptr || text->text.empty()) return false;
@@ -138,8 +138,8 @@ public:
     }
 
 private:
-    // Only what has a text is a record, and a row of detail even without one; a title that comes again on a
-    // later page is none.
+    // Only rows with texts are records; a detail row is one even without texts. Titles that are repeated on a
+    // later page are left out.
     void writeRows(const Band& band, std::span<const CellRow> rows) override {
         if (band.repeated || band.kind == BandKind::BlankRow) return;
         bool isRecord = false;
@@ -180,7 +180,7 @@ private:
         });
     }
 
-    // An apostrophe makes spreadsheets show what follows as it is.
+    // An apostrophe makes spreadsheets show the rest of the text unchanged.
     void appendText(std::string& out, std::u16string_view text) const {
         if (defuseFormulas_ && looksLikeFormula(text)) {
             appendField(out, std::u16string(u"'").append(text));

@@ -1,6 +1,6 @@
-// One HTML file without further files, which is also XML. Bands of free controls are layout tables, the
-// detail grid is a table with its titles as headings; all share the grid's columns. The styles are classes,
-// known at the end, so that the head is written last.
+// A single, self-contained HTML file that is also well-formed XML. Bands of free controls become layout
+// tables, the detail grid becomes a table with its titles as headings; all of them share the grid's columns.
+// Styles are classes, which are known only at the end, so the head is written last.
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -28,12 +28,12 @@ using namespace std::string_view_literals;
 
 namespace {
 
-// Gaps below this are rounding.
+// Smaller gaps are rounding errors.
 constexpr Micrometres kLeastGap = 500;
 
-// On a screen each page is a sheet of paper. Where the screen is narrower than that, the detail grid moves
-// sideways, with the totals below it, and free controls take the screen's width, their columns in proportion;
-// on a phone they wrap, row by row.
+// On a screen, each page is a sheet of paper. If the screen is narrower than that, the detail grid scrolls
+// sideways, together with the totals below it, and the columns of free controls share the width of the screen
+// in proportion; on a phone, free controls wrap row by row.
 constexpr const char* kRules = R"(body{margin:0;background:#e8e8e8;color:#000}
 .page{display:flex;flex-direction:column;box-sizing:border-box;width:max-content;min-width:var(--paper);
 min-height:var(--height);padding:var(--padding);margin:4mm auto;background:#fff;box-shadow:0 0 2mm #999}
@@ -58,7 +58,7 @@ constexpr const char* kNarrowRules =
 .free{width:100%;max-width:var(--table);--text:.75;--rows:.6}
 .free svg{max-width:100%;height:auto!important}
 )";
-// Of the paper's width: on a screen narrower than that, columns in proportion are too narrow to read.
+// Of the paper's width: on a narrower screen, proportional columns would be too narrow to read.
 constexpr double kPhoneShare = 0.75;
 constexpr const char* kPhoneRules = R"(.free{--text:.8}
 .free,.free tbody{display:block}
@@ -69,21 +69,22 @@ constexpr const char* kPhoneRules = R"(.free{--text:.8}
 .free .wide{overflow-x:auto}
 .free .wide svg{max-width:none}
 )";
-// Shrunk to a phone's width, the letters of a wider drawing can't be read: it moves sideways.
+// A wider drawing would be unreadable if shrunk to the width of a phone, so it scrolls sideways.
 constexpr Micrometres kWideDrawing = 120'000;
 
 // A rounding error must not start another page.
 constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--height) - 2px)}
 .page:not(:last-child){break-after:page}}
 )";
-constexpr const char* kRunOnRules = R"(@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
+constexpr const char* kContinuousRules =
+    R"(@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
 )";
 
 bool isHebrew(char16_t unit) {
     return (unit >= 0x590 && unit <= 0x5FF) || (unit >= 0xFB1D && unit <= 0xFB4F);
 }
 
-// The language of the texts, by their script: a report doesn't say it.
+// Guesses the language of the document from the script of its texts.
 class LanguageGuess {
 public:
     void see(std::u16string_view text) {
@@ -124,7 +125,7 @@ std::string_view directionOf(const Item& item) {
                                                            : " dir=\"auto\" lang=\"ar\"";
 }
 
-// The direction that the text needs, else the language that the style asks for.
+// The attributes for the direction of the text, or else for the language of its style.
 std::string_view languageOf(const Item& item) {
     const std::string_view direction = directionOf(item);
     if (!direction.empty()) return direction;
@@ -141,7 +142,7 @@ std::string_view languageOf(const Item& item) {
     return "";
 }
 
-// No font that is common for text is wider.
+// An upper limit for the width of a text: no common text font is wider.
 Micrometres widthLimit(double columns, double fontSize) {
     constexpr double kWidestColumn = 0.7;  // em
     return static_cast<Micrometres>(std::min(columns * fontSize * kMicrometresPerPoint * kWidestColumn, 1e9));
@@ -152,7 +153,7 @@ bool mayBeWider(std::u16string_view text, double fontSize, Micrometres room) {
     return widthLimit(mostColumns, fontSize) > room && widthLimit(displayWidth(text), fontSize) > room;
 }
 
-// Of a text's box, along its lines.
+// The length of a line in the item's box.
 Micrometres lineRoom(const Item& item) {
     if (item.style == nullptr) return item.box.width;
     const Edges& padding = item.style->padding;
@@ -161,8 +162,8 @@ Micrometres lineRoom(const Item& item) {
                     : item.box.width - padding.left - padding.right;
 }
 
-// Makes a text so small that each of its numbers has room on one line. Layout has done so for printed pages,
-// but shows #### where print would be too small to read; a screen enlarges it.
+// Shrinks a text until each of its numbers fits on one line. Layout has already done so for printed pages,
+// but shows #### if the print would be too small to read; on a screen, the reader can zoom in.
 void shrinkToNumbers(TextItem& text, const ResolvedStyle& style, Micrometres room,
                      std::span<const NumberSpan> numbers) {
     Micrometres widest = room;
@@ -176,14 +177,14 @@ void shrinkToNumbers(TextItem& text, const ResolvedStyle& style, Micrometres roo
     if (widest > room) text.fontSize = std::max(std::floor(10 * text.fontSize * room / widest) / 10, 1.0);
 }
 
-// What a browser may do with the line of a text.
+// How a browser may wrap a text.
 enum class Wrapping {
-    None,      // nothing: it has room
-    Any,       // break it, but not its numbers
-    Forbidden  // it is a number
+    None,      // not needed: the text fits on one line
+    Any,       // anywhere except in its numbers
+    Forbidden  // not at all: the text is a number
 };
 
-// A text whose numbers stay whole.
+// Appends a text whose numbers must not be broken.
 void appendWithWholeNumbers(std::string& out, std::u16string_view text, std::span<const NumberSpan> numbers) {
     std::size_t done = 0;
     for (const NumberSpan& number : numbers) {
@@ -197,14 +198,14 @@ void appendWithWholeNumbers(std::string& out, std::u16string_view text, std::spa
     appendMarkup(out, text.substr(done));
 }
 
-// The rows of a report's footer that are below the grid's columns: those down to the last one with a number.
+// The number of rows of a report footer that hold totals: all rows down to the last one with a single value.
 std::size_t countSumRows(std::span<const CellRow> rows) {
     std::size_t end = 0;
     for (std::size_t row = 0; row < rows.size(); ++row) {
         for (const Cell& cell : rows[row].cells) {
             const auto* text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
             const bool isSum = text != nullptr && !text->pending && isOneValue(*text);
-            // No cell is divided.
+            // A cell that spans rows is not divided.
             if (isSum || row < end) end = std::max(end, row + static_cast<std::size_t>(cell.rowSpan));
         }
     }
@@ -268,8 +269,8 @@ private:
         return band.kind == BandKind::GridTitle ? Part::Head : Part::Body;
     }
 
-    // A group's header or footer of free controls before any titles or rows, as that of a certificate. Labels
-    // side by side would be separated.
+    // Whether the band is a group header or footer of free controls outside of the grid's table, as in a
+    // certificate. Does not apply to several columns of detail: labels side by side would be separated.
     bool isForm(const Band& band) const {
         const bool ofGroup = band.kind == BandKind::GroupHeader || band.kind == BandKind::GroupFooter;
         const bool inTable = part_ == Part::Head || part_ == Part::Body;
@@ -278,8 +279,8 @@ private:
                            [](const Item& item) { return item.column < 0; });
     }
 
-    // Closes the table or the part of a table under way, and opens the one that the band belongs to. Rows of
-    // the grid follow its titles in the same table; titles begin a new one.
+    // Closes the current table or part of a table, and opens the one that the band belongs to. Rows of the
+    // grid follow its titles in the same table; titles begin a new table.
     void enter(Part part, Micrometres gap) {
         if (part == part_) return;
         partIsNew_ = true;
@@ -335,7 +336,7 @@ private:
         std::size_t next = 0;
         for (int column = 0; column < grid().columnCount();) {
             int& left = rowsLeft_[static_cast<std::size_t>(column)];
-            if (left > 0) {  // a cell of a row above reaches down to here
+            if (left > 0) {  // a cell of a row above extends to this row
                 --left;
                 ++column;
             } else if (next < row.cells.size() && row.cells[next].column == column) {
@@ -352,13 +353,13 @@ private:
         out() += "</tr>\n";
     }
 
-    // An overlay is anchored in a cell of the row in which it begins, or of the nearest one above
-    // that has any: where rows wrap, it stays with what is around it.
+    // An overlay is anchored in a cell of the row in which it begins, or of the nearest row above that has a
+    // cell: when rows wrap, it stays with the cells around it.
     void attachOverlays(std::span<const CellRow> rows) {
         overlaysOf_.clear();
         if (rows.front().overlays.empty()) return;
         overlaysOf_.resize(rows.size());
-        std::vector<int> free(rows.size(), grid().columnCount());  // of cells from above
+        std::vector<int> free(rows.size(), grid().columnCount());  // columns that no cell from above covers
         std::vector<Micrometres> tops(rows.size(), 0);
         for (std::size_t row = 0; row < rows.size(); ++row) {
             if (row > 0) tops[row] = tops[row - 1] + rows[row - 1].height + rows[row].gap;
@@ -434,8 +435,8 @@ private:
         out() += isTitle ? "</th>"sv : "</td>"sv;
     }
 
-    // Finds the numbers of a text that may not have room on one line, once for all, and makes room for each. A
-    // cell of the grid always has its width, a free one has less on a phone.
+    // Finds the numbers of a text that may not fit on one line, and shrinks the text if they must fit. A cell
+    // of the grid always has its full width; a free one is narrower on a phone.
     Wrapping settleWrapping(Item& item) {
         auto* const text = std::get_if<TextItem>(&item.content);
         if (text == nullptr || text->text.empty()) return Wrapping::None;
@@ -493,7 +494,7 @@ private:
         }
     }
 
-    // The first time the picture's bytes are written; later ones refer to that one by its id.
+    // The first use of a picture contains its bytes; later uses refer to it by its id.
     static void appendPicture(std::string& out, const PictureItem& item, bool isFirst) {
         const Picture& picture = *item.picture;
         XmlWriter svg(out);
@@ -638,17 +639,18 @@ private:
         out += "){";
         out += kPhoneRules;
         out += "}\n";
-        // One sheet a page carries its margins itself; where tables run on, the printer makes the pages.
+        // Pages of the report contain their margins; without them, the printer makes the pages and the
+        // margins.
         out += "@page{size:";
         appendMillimetres(out, page.paper.width);
         out += ' ';
         appendMillimetres(out, page.paper.height);
         const bool sheets = options_.paged && options_.pageBreaks;
         appendEdges(out, ";margin:", sheets ? Edges{} : margins);
-        out += sheets ? kSheetRules : kRunOnRules;
+        out += sheets ? kSheetRules : kContinuousRules;
     }
 
-    // What is painted below the texts of a page.
+    // The background and watermark, which are painted below the texts of each page.
     void appendBackdrop(std::string& out) const {
         if (options_.background != nullptr) {
             out += ".page{background:#fff 0 0/var(--paper) var(--height) no-repeat url(";
@@ -691,15 +693,14 @@ private:
     Micrometres lastHeight_ = -1;
     std::string rowStart_;  // of a row of the last height
     StyleTable styles_;
-    std::vector<std::string> starts_;  // of cells, by style; each for texts and for lone values
-    std::vector<NumberSpan> numbers_;  // of the text under way
+    std::vector<std::string> starts_;  // of cells: two per style, for texts and for numbers
+    std::vector<NumberSpan> numbers_;  // of the current text
     LanguageGuess language_;
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;
-    std::vector<int> rowsLeft_;  // of each column: rows that a cell above still covers
-    std::vector<std::vector<Overlay>>
-        overlaysOf_;                     // by row of the part under way; empty where there are none
-    std::span<const Overlay> overlays_;  // of the row under way, until its first cell takes them
+    std::vector<int> rowsLeft_;                     // of each column: rows that a cell above still covers
+    std::vector<std::vector<Overlay>> overlaysOf_;  // by row of the current part; empty if there are none
+    std::span<const Overlay> overlays_;             // of the current row, until its first cell has them
     std::vector<Item> pending_;
     Part part_ = Part::None;
     bool partIsNew_ = false;

@@ -14,7 +14,7 @@ struct Range {
     char32_t last;
 };
 
-// Width W and F in EastAsianWidth.txt, neighbours joined over unassigned characters.
+// Widths W and F in EastAsianWidth.txt; neighbouring ranges are joined across unassigned characters.
 constexpr std::array kWide = {
     Range{0x1100, 0x115F},   Range{0x231A, 0x231B},   Range{0x2329, 0x232A},   Range{0x23E9, 0x23EC},
     Range{0x23F0, 0x23F0},   Range{0x23F3, 0x23F3},   Range{0x25FD, 0x25FE},   Range{0x2614, 0x2615},
@@ -56,7 +56,7 @@ bool isIn(const std::array<Range, N>& ranges, char32_t c) {
     return after != ranges.begin() && c <= (after - 1)->last;
 }
 
-bool isBlank(char32_t c) { return c == U' ' || c == U'\t'; }
+bool isSpace(char32_t c) { return c == U' ' || c == U'\t'; }
 
 bool mayNotBegin(char32_t c) {
     return std::u32string_view(U",.;:!?)]}%、。〉》」』】〕〗’”…‥：；！？，．）］｝％°℃").find(c) !=
@@ -71,8 +71,8 @@ bool isOneLine(std::u16string_view text) {
     return std::none_of(text.begin(), text.end(), [](char16_t c) { return c == u'\r' || c == u'\n'; });
 }
 
-std::u16string_view withoutBlanksAtEnd(std::u16string_view text) {
-    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+std::u16string_view withoutTrailingSpaces(std::u16string_view text) {
+    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
     return text;
 }
 
@@ -80,24 +80,24 @@ std::u16string_view withoutBlanksAtEnd(std::u16string_view text) {
 void wrapParagraph(std::u16string_view text, int width, std::vector<std::u16string_view>& lines) {
     std::size_t lineStart = 0;
     std::size_t breakEnd = 0;   // the line may end here ...
-    std::size_t breakNext = 0;  // ... and go on here; no break is known where this is lineStart
+    std::size_t breakNext = 0;  // ... and the next one begin here; lineStart: no break is known
     int column = 0;
     char32_t previous = 0;
     for (std::size_t i = 0; i < text.size();) {
         const std::size_t at = i;
         const char32_t c = nextCharacter(text, i);
         const int charWidth = displayWidth(c);
-        if (isBlank(c)) {
-            if (!isBlank(previous)) breakEnd = at;
+        if (isSpace(c)) {
+            if (!isSpace(previous)) breakEnd = at;
             breakNext = i;
-        } else if (at > lineStart && !isBlank(previous) && charWidth > 0 &&
+        } else if (at > lineStart && !isSpace(previous) && charWidth > 0 &&
                    (charWidth == 2 || displayWidth(previous) == 2) && !mayNotBegin(c) &&
                    !mayNotEnd(previous)) {
             breakEnd = breakNext = at;
         }
         previous = c;
         column += charWidth;
-        if (column <= width || isBlank(c)) continue;
+        if (column <= width || isSpace(c)) continue;
         if (breakNext <= lineStart) {  // a word wider than the line
             if (at == lineStart) continue;
             breakEnd = breakNext = at;
@@ -106,7 +106,7 @@ void wrapParagraph(std::u16string_view text, int width, std::vector<std::u16stri
         lineStart = breakNext;
         column = displayWidth(text.substr(lineStart, i - lineStart));
     }
-    lines.push_back(withoutBlanksAtEnd(text.substr(lineStart)));
+    lines.push_back(withoutTrailingSpaces(text.substr(lineStart)));
 }
 
 }  // namespace
@@ -137,7 +137,7 @@ int widestWord(std::u16string_view text) {
     for (std::size_t i = 0; i < text.size();) {
         const char32_t c = nextCharacter(text, i);
         const int charWidth = displayWidth(c);
-        const bool ends = isBlank(c) || c == U'\r' || c == U'\n' || charWidth == 2;
+        const bool ends = isSpace(c) || c == U'\r' || c == U'\n' || charWidth == 2;
         width = ends ? 0 : width + charWidth;
         widest = std::max(widest, ends ? charWidth : width);
     }
@@ -146,7 +146,7 @@ int widestWord(std::u16string_view text) {
 
 void wrapText(std::u16string_view text, int width, std::vector<std::u16string_view>& lines) {
     if (isOneLine(text) && displayWidth(text) <= width) {
-        lines.push_back(withoutBlanksAtEnd(text));
+        lines.push_back(withoutTrailingSpaces(text));
         return;
     }
     while (true) {

@@ -16,8 +16,8 @@ int displayWidth(std::u16string_view text);
 int widestWord(std::u16string_view text);
 
 // Appends the lines of a text, each at most `width` columns wide. Lines break at line ends, after spaces,
-// next to wide characters (but not before closing marks), and inside a word that is wider than the line.
-// Spaces at a break are dropped.
+// next to wide characters (but not before closing or after opening marks), and inside a word that is wider
+// than the line. Spaces at a break are dropped.
 void wrapText(std::u16string_view text, int width, std::vector<std::u16string_view>& lines);
 
 }  // namespace qbsvrl6

@@ -12,12 +12,13 @@ namespace qbsvrl6 {
 
 namespace {
 
-// A character is as wide as a digit of a font of 8.5 points, so that what fits its cell on paper fits here.
+// A character is as wide as a digit in a font of 8.5 points, so that a text that fits its cell on paper fits
+// here as well.
 constexpr Micrometres kCharacterWidth = 1500;
-// A gap from this height on is an empty line.
+// A gap of at least this height becomes an empty line.
 constexpr Micrometres kBlankLineGap = 4000;
 
-// A cell with all that is needed to write it, at once or at the end.
+// A cell with everything that is needed to write it, immediately or at the end.
 struct TextCell {
     int offset = 0;
     int width = 0;
@@ -29,18 +30,18 @@ struct TextCell {
 };
 
 struct TextRow {
-    bool isUsed = false;    // even without text
+    bool isUsed = false;    // has a line even without text
     bool gapAbove = false;  // an empty line
 };
 
-// The rows of one band. Rendering it is the same now or at the end of the report.
+// The rows of one band, which are rendered immediately or at the end of the report.
 struct TextBlock {
     std::vector<TextCell> cells;  // by row, then offset
     std::vector<TextRow> rows;
-    std::vector<Item> late;  // the items, where one of them is pending
+    std::vector<Item> late;  // the items of all cells, if one of them is pending
 
     TextBlock() = default;
-    TextBlock(TextBlock&&) = default;  // the items stay where they are: cells point at them
+    TextBlock(TextBlock&&) = default;  // the items keep their addresses, which the cells store
     TextBlock& operator=(TextBlock&&) = default;
 
     void clear() {
@@ -72,7 +73,7 @@ public:
     }
 
 private:
-    // A row is as high as its highest cell; the last row of a cell that spans several takes what is left of
+    // A row is as high as its highest cell; if a cell spans several rows, the last of them holds the rest of
     // it. Returns the number of lines.
     std::size_t setRowStarts(const TextBlock& block) {
         rowStarts_.clear();
@@ -95,7 +96,7 @@ private:
     void renderLine(std::size_t line, std::string& out) {
         std::erase_if(showing_,
                       [&](const TextCell* cell) { return line >= rowStarts_[cell->row] + cell->lineCount; });
-        // Cells of several rows meet here; each row's own are in order already.
+        // Cells of several rows may share a line; those of a single row are already in order.
         const auto isLeft = [](const TextCell* a, const TextCell* b) { return a->offset < b->offset; };
         if (!std::is_sorted(showing_.begin(), showing_.end(), isLeft)) {
             std::sort(showing_.begin(), showing_.end(), isLeft);
@@ -106,7 +107,7 @@ private:
             const std::u16string_view text = lines_[cell->firstLine + line - rowStarts_[cell->row]];
             if (text.empty()) continue;
             const int width = displayWidth(text);
-            // What is wider than its cell moves what follows.
+            // A text that is wider than its cell moves the texts after it.
             const int least = column > 0 ? column + 1 : 0;
             const int target = std::max(cell->offset + lead(*cell->item, cell->width - width), least);
             out.append(static_cast<std::size_t>(target - column), ' ');
@@ -117,7 +118,7 @@ private:
         out += '\n';
     }
 
-    // Numbers and what a barcode holds are worth nothing in parts.
+    // Values and the content of barcodes are useless in parts, so their words are never broken.
     static int lineWidth(const TextCell& cell, std::u16string_view text) {
         const auto* const item = std::get_if<TextItem>(&cell.item->content);
         const bool isWhole =
@@ -125,7 +126,7 @@ private:
         return isWhole ? std::max(cell.width, widestWord(text)) : cell.width;
     }
 
-    // Negative where a number at the right is wider than its cell.
+    // Negative if a right-aligned text is wider than its cell.
     static int lead(const Item& item, int room) {
         const HorizontalAlign align = item.style == nullptr ? HorizontalAlign::Left : item.style->align;
         if (align == HorizontalAlign::Right) return room;
@@ -135,7 +136,7 @@ private:
     std::vector<std::u16string_view> lines_;
     std::vector<std::size_t> rowStarts_;
     std::vector<std::size_t> rowEnds_;
-    std::vector<const TextCell*> showing_;  // cells of the line under way
+    std::vector<const TextCell*> showing_;  // cells of the current line
 };
 
 class TxtWriter final : public CellSink {
@@ -164,9 +165,9 @@ private:
         // A record of several lines is separated from the next one.
         const bool isTall = band.kind == BandKind::Row && rows.size() > 1;
         for (std::size_t row = 0; row < rows.size(); ++row) {
-            const bool isApart = rows[row].gap >= kBlankLineGap || (row == 0 && isTall && followsTall_);
+            const bool needsGap = rows[row].gap >= kBlankLineGap || (row == 0 && isTall && followsTall_);
             const bool isFirst = row == 0 && pageIsEmpty_;
-            block_.rows.push_back({band.inGrid, isApart && !isFirst});
+            block_.rows.push_back({band.inGrid, needsGap && !isFirst});
             for (const Cell& cell : rows[row].cells) addCell(cell, row);
         }
         followsTall_ = isTall;
@@ -204,7 +205,7 @@ private:
         added.item = cell.item;
     }
 
-    // A padding of several characters is visible on paper too, and becomes an indent.
+    // A padding of two or more characters becomes an indent.
     static int indentOf(const Item& item, int width) {
         if (item.style == nullptr || item.style->align != HorizontalAlign::Left) return 0;
         const int indent = item.style->padding.left / kCharacterWidth;
@@ -225,7 +226,7 @@ private:
     std::string& output_;
     bool formFeeds_;
     bool pageIsEmpty_ = true;
-    bool followsTall_ = false;  // the band before was a record of several lines
+    bool followsTall_ = false;  // the previous band was a record of several lines
     std::vector<int> offsets_;  // of each column edge, in characters
     TextStream stream_;
     TextBlock block_;

@@ -12,7 +12,7 @@ namespace {
 
 // Fine enough for print.
 constexpr double kResolution = 200;
-// A watermark is large and pale.
+// Enough for a watermark, which is large and pale.
 constexpr double kBackdropResolution = 120;
 
 class NothingPending : public PendingTexts {
@@ -70,7 +70,7 @@ std::uint32_t PictureList::numberOf(const Item& item) {
     try {
         auto picture = std::make_shared<Picture>();
         picture->bytes = drawAsPng(item);
-        // Ids from above: those of the report's pictures count from below.
+        // Counts down from the highest id: the ids of the report's pictures count up.
         picture->id = UINT64_MAX - byDrawing_.size();
         entry->second = add(std::move(picture));
     } catch (const EngineError& error) {

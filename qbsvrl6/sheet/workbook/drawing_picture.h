@@ -24,7 +24,7 @@ private:
 
     std::vector<std::shared_ptr<const Picture>> pictures_;
     std::map<std::uint64_t, std::uint32_t> byId_;
-    // Holds the drawings, so that no other one gets the same address.
+    // Owns the drawings, so that no other drawing gets the same address.
     std::map<std::shared_ptr<const Drawing>, std::uint32_t> byDrawing_;
 };
 

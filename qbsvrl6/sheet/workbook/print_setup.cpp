@@ -9,7 +9,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Of a header or footer, with its codes.
+// The longest header or footer, including its codes.
 constexpr std::size_t kMaxUnits = 255;
 
 constexpr Micrometres kUsualHeaderMargin = 7'500;
@@ -25,7 +25,7 @@ bool isDecoration(const Item& item) {
     return std::holds_alternative<LineItem>(item.content) || std::holds_alternative<BoxItem>(item.content);
 }
 
-// The third of the page that holds the point to which the text is aligned.
+// The third of the page that contains the point to which the text is aligned.
 Third thirdOf(const Item& item, Micrometres page) {
     const HorizontalAlign align = item.style == nullptr ? HorizontalAlign::Left : item.style->align;
     const double at = align == HorizontalAlign::Right    ? item.box.right()
@@ -35,7 +35,7 @@ Third thirdOf(const Item& item, Micrometres page) {
     return 3 * at <= 2.0 * page ? Third::Middle : Third::Right;
 }
 
-// "&9&"SimSun,Bold"": the name follows the size, so that a digit of the text doesn't change it.
+// "&9&"SimSun,Bold"": the name follows the size, so that a digit of the text cannot become part of it.
 void appendFont(std::u16string& out, const Item& item) {
     const auto& text = std::get<TextItem>(item.content);
     out += u'&';
@@ -53,7 +53,7 @@ void appendFont(std::u16string& out, const Item& item) {
 }
 
 void appendLiteral(std::u16string& out, std::u16string_view text) {
-    // After a page number a sign would begin a calculation.
+    // After a page number, a sign would begin a calculation.
     const bool followsField = out.ends_with(u"&P") || out.ends_with(u"&N");
     if (followsField && (text.starts_with(u'+') || text.starts_with(u'-'))) out += u' ';
     for (const char16_t unit : text) {
@@ -106,7 +106,7 @@ void PageNumberCode::takeFrom(Band& band, Micrometres page) {
     text_ = std::move(code);
     height_ = band.height;
     std::erase_if(band.items, hasPageNumber);
-    // A line above or below the page number goes with it.
+    // A line above or below the page number is dropped as well.
     if (std::all_of(band.items.begin(), band.items.end(), isDecoration)) band.items.clear();
 }
 

@@ -14,8 +14,8 @@ namespace qbsvrl6 {
 // The page numbers of a page header or footer in the syntax of spreadsheets: "&L&P / &N".
 class PageNumberCode {
 public:
-    // Moves the texts with page numbers out of a band; `page` is the width of the page. As cells, they would
-    // show page 1 of 1. They remain in the band if the code would be too long.
+    // Moves the texts with page numbers out of a band; `page` is the width between the margins. As cells,
+    // they would show page 1 of 1. They remain in the band if the code would be too long.
     void takeFrom(Band& band, Micrometres page);
 
     // Empty: none.
@@ -35,7 +35,7 @@ struct PrintSetup {
     bool isFirstSheet = false;  // of the workbook
     PageNumberCode header, footer;
 
-    // The margins of the cells: header and footer are printed outside of them.
+    // The margins of the cells; the header and footer are printed in them.
     Edges margins() const;
     Micrometres headerMargin() const;
     Micrometres footerMargin() const;
@@ -44,10 +44,12 @@ struct PrintSetup {
     int paperNumber() const;
 
     // The print scale in percent. Printed pages have manual breaks, which apply only if the sheet isn't
-    // fitted to pages. The scale is a little smaller than necessary, since printers measure text differently.
+    // fitted to pages. The scale is slightly smaller than necessary, because printers measure text
+    // differently.
     int scale() const;
 
-    // The widths of the columns. Rounds edges rather than widths, so that rounding errors don't add up.
+    // The widths of the columns in pixels. Rounds edges rather than widths, so that rounding errors don't add
+    // up.
     std::vector<int> columnPixels() const;
 };
 

@@ -12,8 +12,8 @@ namespace {
 constexpr double kSerialOf1970 = 25569;
 constexpr double kFirstSafeSerial = 61;       // 1900-03-01
 constexpr double kLastSerial = 2958466;       // 10000-01-01
-constexpr double kLastExactDigits = 1e15;     // numbers of more digits lose the last ones
-constexpr double kLastGeneralInteger = 1e11;  // beyond, the general format turns to powers of ten
+constexpr double kLastExactDigits = 1e15;     // longer numbers lose their last digits
+constexpr double kLastGeneralInteger = 1e11;  // from here on, the general format uses exponents
 
 void setNumber(SheetValue& value, const CellValue& cell) {
     const double number = cell.number.toDouble();
@@ -42,9 +42,9 @@ void setBoolean(SheetValue& value, const CellValue& cell) {
     value.boolean = cell.boolean;
 }
 
-// What a sheet may be called.
+// The title as the name of a sheet: without the characters that are not allowed in one.
 std::u16string plainName(std::u16string_view title) {
-    constexpr std::size_t kMaxUnits = 24;  // of 31, which leaves room for a number
+    constexpr std::size_t kMaxUnits = 24;  // of 31, which leaves space for a number
     std::u16string name;
     for (const char16_t c : title.substr(0, kMaxUnits)) {
         const bool isForbidden = c < 0x20 || c == 0x7F || (c >= 0xD800 && c < 0xE000) || c >= 0xFFFE ||
@@ -67,7 +67,7 @@ SheetValue sheetValue(const Item* item, std::size_t maxUnits) {
         const bool cutsPair = (value.text[maxUnits - 1] & 0xFC00) == 0xD800;
         value.text = value.text.substr(0, maxUnits - (cutsPair ? 1 : 0));
     }
-    // What shows nothing is blank, whatever its value: a repeated text that is suppressed, say.
+    // A cell that shows nothing is blank, whatever its value: for example, a suppressed repetition.
     if (value.text.empty()) return value;
     value.kind = SheetValue::Kind::Text;
     switch (text->value.type) {

@@ -1,4 +1,4 @@
-// Values of spreadsheet cells, and the measures of spreadsheets.
+// Values of spreadsheet cells, and units of spreadsheets.
 #ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 
@@ -21,10 +21,11 @@ struct SheetValue {
 
 // The value of an item (null: blank). A number that a spreadsheet would not show completely stays text: long
 // identifiers, and values that are not finite. So do dates before March 1900, about which spreadsheets
-// disagree, and booleans for which the report has its own words. Texts are cut at `maxUnits`.
+// disagree, dates after 9999, and booleans for which the report has its own words. Texts are cut at
+// `maxUnits`.
 SheetValue sheetValue(const Item* item, std::size_t maxUnits);
 
-// The name of the sheet with the number, from 1, made from the report's title.
+// The name of a sheet, from the report's title. `number` is that of the sheet, from 1.
 std::u16string sheetName(std::u16string_view title, std::size_t number);
 
 // A rotation in the numbers of workbooks: 0 to 90 are degrees upwards; from 91 on, degrees downwards.

@@ -11,31 +11,29 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Titles that end lower than this would leave little of a screen to the rows that move below them.
+// Titles that end lower than this are not frozen: they would leave little of the screen to the rows.
 constexpr Micrometres kMaxFrozenHeight = 100'000;
 
-// Of the space between two rows where the paper doesn't matter: above a page's footer, and in tables that run
-// on.
+// The most space that is added to a row where positions on the paper don't matter: above page footers, and in
+// documents without pages.
 constexpr Micrometres kMaxGrowth = 12'000;
-
-// Longer addresses make a spreadsheet program repair the whole workbook.
 
 // A text may be this far from its position before it is aligned to the nearer side.
 constexpr Micrometres kMaxDrift = 1'500;
 
 enum class Side { Top, Bottom };
 
-// Whether room at a side of the row would show: as part of a box, or as a line that moves.
-enum class Room { Blank, MovesLine, FillsBox };
+// How space added at a side of a row is visible: not at all, as a line that moves, or as part of a box.
+enum class Space { Invisible, MovesLine, FillsBox };
 
-Room roomAt(Side side, const CellRow& row) {
-    Room room = Room::Blank;
+Space spaceAt(Side side, const CellRow& row) {
+    Space space = Space::Invisible;
     for (const Cell& cell : row.cells) {
         const Border& border = cell.border;
-        if (cell.background || border.left.width > 0 || border.right.width > 0) return Room::FillsBox;
-        if ((side == Side::Top ? border.top : border.bottom).width > 0) room = Room::MovesLine;
+        if (cell.background || border.left.width > 0 || border.right.width > 0) return Space::FillsBox;
+        if ((side == Side::Top ? border.top : border.bottom).width > 0) space = Space::MovesLine;
     }
-    return room;
+    return space;
 }
 
 std::optional<VerticalAlign> nearerSide(Micrometres above, Micrometres below) {
@@ -43,11 +41,11 @@ std::optional<VerticalAlign> nearerSide(Micrometres above, Micrometres below) {
     return above < below ? VerticalAlign::Top : VerticalAlign::Bottom;
 }
 
-// Steps of indentation: one is about 2.5 mm, after the half millimetre that all cells have. What is
-// nearer to none stays without.
+// Steps of indentation. A step is about 2.5 mm, in addition to the half millimetre that all cells have; less
+// than 0.7 of a step is dropped.
 int indentOf(const Cell& cell) {
     constexpr Micrometres kStep = 2'500;
-    constexpr Micrometres kOwn = 500;
+    constexpr Micrometres kCellPadding = 500;
     constexpr int kMaxSteps = 15;
     if (cell.item == nullptr || cell.item->style == nullptr) return 0;
     const ResolvedStyle& style = *cell.item->style;
@@ -55,7 +53,7 @@ int indentOf(const Cell& cell) {
     if (style.rotation != 0 || !isFlush) return 0;
     const Micrometres room = style.align == HorizontalAlign::Right ? cell.inset.right + style.padding.right
                                                                    : cell.inset.left + style.padding.left;
-    return std::clamp((room - kOwn + kStep * 3 / 10) / kStep, 0, kMaxSteps);
+    return std::clamp((room - kCellPadding + kStep * 3 / 10) / kStep, 0, kMaxSteps);
 }
 
 }  // namespace
@@ -82,7 +80,8 @@ void WorkbookSink::openPage(const PageInfo&, bool isFirst) {
     taken_ = 0;
 }
 
-// The cells of printed pages hold their numbers. Where tables run on, the spreadsheet makes the pages.
+// The cells of printed pages contain their numbers. Otherwise the spreadsheet makes the pages and numbers
+// them.
 bool WorkbookSink::keepBand(Band& band, Micrometres, Micrometres) {
     const bool isHeader = band.kind == BandKind::PageHeader;
     if (options_.paged || (!isHeader && band.kind != BandKind::PageFooter)) return false;
@@ -98,14 +97,14 @@ void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
     }
     below_.clear();
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const bool isLeftOver = i == 0 && band.kind == BandKind::PageFooter;
-        writeRow(rows[i], growthOf(rows, i, options_.paged && !isLeftOver ? kMaxRowHeight : kMaxGrowth));
+        const bool isTopOfFooter = i == 0 && band.kind == BandKind::PageFooter;
+        writeRow(rows[i], growthOf(rows, i, options_.paged && !isTopOfFooter ? kMaxRowHeight : kMaxGrowth));
     }
     if (!rows.back().overlays.empty()) padBelow(rows.back().height);
     if (band.kind == BandKind::GridTitle && onFirstSheet_) noteTitle(static_cast<std::int64_t>(rows.size()));
 }
 
-// Title bands that follow each other are the titles, up to the first other band.
+// Consecutive title bands form the titles, up to the first other band.
 void WorkbookSink::noteTitle(std::int64_t rows) {
     const std::int64_t end = rowCount();
     if (titles_.last < titles_.first) {
@@ -117,8 +116,8 @@ void WorkbookSink::noteTitle(std::int64_t rows) {
     if (height_ <= kMaxFrozenHeight) freezeAbove(end);
 }
 
-// No row is empty: the space between two rows goes to the one where it shows least. What follows the last row
-// isn't known yet, but that what is left of its band belongs to it.
+// No row is empty: the space between two rows is added to the one where it is least visible. The row after
+// the last one is not known yet, but the rest of the band belongs to the last row.
 WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::size_t index,
                                             Micrometres most) const {
     const CellRow& row = rows[index];
@@ -126,11 +125,11 @@ WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::
     const Micrometres above = startsPage_ && !options_.paged ? 0 : row.gap - taken_;
     const Micrometres below = next != nullptr ? next->gap : row.tail;
     Growth growth;
-    if (above >= kMicrometresPerMillimetre && roomAt(Side::Top, row) != Room::FillsBox) {
+    if (above >= kMicrometresPerMillimetre && spaceAt(Side::Top, row) != Space::FillsBox) {
         growth.above = std::min(above, most - taken_);
     }
-    if (below >= kMicrometresPerMillimetre && roomAt(Side::Bottom, row) != Room::FillsBox &&
-        (next == nullptr || roomAt(Side::Top, *next) != Room::Blank)) {
+    if (below >= kMicrometresPerMillimetre && spaceAt(Side::Bottom, row) != Space::FillsBox &&
+        (next == nullptr || spaceAt(Side::Top, *next) != Space::Invisible)) {
         growth.below = std::min(below, most);
     }
     return growth;
@@ -179,7 +178,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     } else {
         addValue(cell.column, style, value);
     }
-    // The other cells of a span have its borders.
+    // The other cells of a span need its style for the borders.
     for (int column = cell.column + 1; column < cell.column + columnSpan; ++column) addBlank(column, style);
     for (int column = cell.column; cell.rowSpan > 1 && column < cell.column + columnSpan; ++column) {
         newBelow_.push_back({column, style, cell.rowSpan - 1});
@@ -206,7 +205,7 @@ void WorkbookSink::keepBelow() {
               [](const Below& a, const Below& b) { return a.column < b.column; });
 }
 
-// An overlay may be higher than any row can be.
+// An overlay may be higher than the highest row.
 void WorkbookSink::padBelow(Micrometres height) {
     while ((height -= kMaxRowHeight) > 0) {
         beginRow(height);
@@ -218,12 +217,12 @@ void WorkbookSink::reportLosses() const {
     const auto warn = [](int count, const std::string& what) {
         if (count > 0) logWarning(std::to_string(count) + what);
     };
-    warn(cutTexts_,
-         " texts were cut at the " + std::to_string(limits_.units) + " characters that a cell holds");
-    warn(lostLinks_, " links have no room in their sheet");
+    warn(cutTexts_, " texts were cut off at " + std::to_string(limits_.units) +
+                        " characters, the most that a cell can hold");
+    warn(lostLinks_, " links are more than their sheet can hold and are left out");
     warn(lostCells_, " cells are beyond the last column of a sheet and are left out");
     warn(std::max(static_cast<int>(styles_.styles().size()) - limits_.styles, 0),
-         " cell styles are more than a workbook holds; their cells have the style of others");
+         " cell styles are more than a workbook can hold; their cells have another style");
 }
 
 }  // namespace qbsvrl6

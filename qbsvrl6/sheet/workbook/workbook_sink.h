@@ -83,7 +83,7 @@ private:
     PageNumberCode footer_;
     bool onFirstSheet_ = true;
     bool startsPage_ = true;    // the next row
-    Micrometres taken_ = 0;     // the part of the space below the last row that this row uses
+    Micrometres taken_ = 0;     // the part of the next row's gap that the last row has used
     Micrometres height_ = 0;    // of the rows so far, as long as they might be frozen
     std::vector<Below> below_;  // by column
     std::size_t nextBelow_ = 0;

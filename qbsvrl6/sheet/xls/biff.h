@@ -64,7 +64,7 @@ inline constexpr std::uint16_t kSheetPart = 0x0010;
 
 }  // namespace biff
 
-// Appends a record to a string: its header at once, its length when the object is destroyed.
+// Appends a record to a string: its header immediately, its length when the object is destroyed.
 class BiffRecord : public ByteWriter {
 public:
     BiffRecord(std::string& out, std::uint16_t number) : ByteWriter(out), out_(out), start_(out.size()) {
@@ -96,7 +96,7 @@ inline void putBof(std::string& out, std::uint16_t part) {
     BiffRecord(out, biff::kBof).put(kVersion, part, kBuild, kYear, std::uint32_t{0}, std::uint32_t{6});
 }
 
-// Appends a record of any length, divided into a first record and CONTINUE records.
+// Appends a record of any length, divided into a first record and CONTINUE records if it is too long for one.
 void putLongRecord(std::string& out, std::uint16_t number, std::string_view bytes);
 
 }  // namespace qbsvrl6

@@ -1,5 +1,5 @@
 // Version 3, sectors of 512 bytes, written in this order:
-//   header | the stream's sectors | directory | allocation table (FAT) | its further list (DIFAT)
+//   header | the stream's sectors | directory | allocation table (FAT) | list of its further sectors (DIFAT)
 // A sector's entry in the allocation table is the number of the next one of its chain. The header lists the
 // first 109 sectors of the table itself; the further list names the others.
 #include "qbsvrl6/sheet/xls/compound_file.h"
@@ -22,7 +22,7 @@ constexpr std::size_t kSectorBytes = 512;
 constexpr std::size_t kEntriesPerSector = kSectorBytes / 4;
 constexpr std::size_t kTableSectorsInHeader = 109;
 constexpr std::size_t kFurtherPerSector = kEntriesPerSector - 1;  // the last entry leads to the next sector
-// A shorter stream would have to be in a container within the container.
+// A shorter stream would have to be in a container inside the container.
 constexpr std::size_t kLeastStreamBytes = 4096;
 
 constexpr u32 kFurtherSector = 0xFFFFFFFC;
@@ -30,7 +30,7 @@ constexpr u32 kTableSector = 0xFFFFFFFD;
 constexpr u32 kEndOfChain = 0xFFFFFFFE;
 constexpr u32 kFree = 0xFFFFFFFF;
 
-// Of a sector, or a count of them: below 2^22, since a container is smaller than 2 GiB.
+// The number of a sector, or of sectors: below 2^22, because a container is smaller than 2 GiB.
 u32 number(std::size_t sector) { return static_cast<u32>(sector); }
 
 std::size_t divideUp(std::size_t a, std::size_t b) { return (a + b - 1) / b; }
@@ -44,7 +44,7 @@ struct Shape {
     std::size_t count() const { return further() + furtherSectors; }
 };
 
-// The table lists its own sectors too, so that its size is found by growing it.
+// The table lists its own sectors as well, so its size is found by trying larger and larger ones.
 Shape shapeFor(std::size_t streamBytes) {
     Shape shape{divideUp(streamBytes, kSectorBytes), 0, 0};
     while (shape.tableSectors * kEntriesPerSector < shape.count()) {
@@ -57,20 +57,21 @@ Shape shapeFor(std::size_t streamBytes) {
 }
 
 // Header, 512 bytes:
-//   u64 mark | 16 bytes class | u16 minor, major version | u16 byte order | u16 sector size, small sector size
-//   (powers of 2) | 6 bytes | u32 directory sectors | u32 table sectors | u32 directory | u32 transaction
-//   u32 least bytes of a stream in full sectors | u32 first sector, count of the small sectors' table
+//   u64 signature | 16 bytes class | u16 minor, major version | u16 byte order | u16 sector size, small sector
+//   size (powers of 2) | 6 bytes | u32 directory sectors | u32 table sectors | u32 directory | u32 transaction
+//   u32 smallest size of a stream in full sectors | u32 first sector, count of the small sectors' table
 //   u32 first sector, count of the table's further list | 109 u32 sectors of the table
 void putHeader(ByteWriter& out, const Shape& shape) {
-    constexpr u64 kMark = 0xE11AB1A1E011CFD0;
+    constexpr u64 kSignature = 0xE11AB1A1E011CFD0;
     constexpr u16 kMinorVersion = 0x3E;
     constexpr u16 kMajorVersion = 3;
     constexpr u16 kLittleEndian = 0xFFFE;
     constexpr u16 kSectorShift = 9;
     constexpr u16 kSmallSectorShift = 6;
     constexpr u32 kNotCounted = 0;
-    out.put(kMark).zeros(16).put(kMinorVersion, kMajorVersion, kLittleEndian, kSectorShift,
-                                 kSmallSectorShift);
+    out.put(kSignature)
+        .zeros(16)
+        .put(kMinorVersion, kMajorVersion, kLittleEndian, kSectorShift, kSmallSectorShift);
     out.zeros(6).put(kNotCounted, number(shape.tableSectors), number(shape.directory()), u32{0});
     out.put(number(kLeastStreamBytes), kEndOfChain, u32{0});
     out.put(shape.furtherSectors > 0 ? number(shape.further()) : kEndOfChain, number(shape.furtherSectors));

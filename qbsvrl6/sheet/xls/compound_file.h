@@ -9,7 +9,7 @@
 namespace qbsvrl6 {
 
 // Appends a container with one stream to `output`. The stream consists of the parts in order; each is freed
-// when it has been written. Raises EngineError for 2 GiB and more.
+// when it has been written. Raises EngineError if the container could exceed 2 GiB.
 void writeCompoundFile(std::string& output, std::u16string_view streamName, std::vector<std::string> parts);
 
 }  // namespace qbsvrl6

@@ -40,7 +40,7 @@ constexpr u16 kSplitMenuColors = 0xF11E;
 
 constexpr u16 kContainerVersion = 0xF;  // of records that contain records
 
-// Properties of shapes (Opt), each with a value of 32 bits. Of flags, the upper half says which ones the
+// Properties of shapes (Opt), each with a value of 32 bits. The upper half of flags selects the bits that the
 // lower half sets.
 constexpr u16 kTextFlags = 0x00BF;
 constexpr u16 kPicture = 0x4104;  // its number
@@ -93,12 +93,13 @@ std::string properties(Values... propertiesAndValues) {
     return record(kVersion, sizeof...(Values) / 2, kOpt, packed(propertiesAndValues...));
 }
 
-// BSE, an entry of the list of pictures, and in it the picture. Equal marks would be taken for equal pictures;
-// ours are their ids.
-//   u8 format on Windows, on the Macintosh | 16 bytes mark | u16 tag | u32 bytes of the picture's record
-//   u32 uses | u32 offset in another stream | u32 usage, length of the name, unused
+// BSE, an entry of the list of pictures, which contains the picture. Readers treat pictures with equal
+// identifiers as equal.
+//   u8 format on Windows, on the Macintosh | 16 bytes identifier | u16 tag
+//   u32 bytes of the picture's record | u32 uses | u32 offset in another stream
+//   u32 usage, length of the name, unused
 // Blip:
-//   16 bytes mark | u8 tag | the picture's file
+//   16 bytes identifier | u8 tag | the picture's file
 std::string listedPicture(const Picture& picture) {
     constexpr u8 kJpeg = 5;
     constexpr u8 kPng = 6;
@@ -108,10 +109,10 @@ std::string listedPicture(const Picture& picture) {
     constexpr char kTag = '\xFF';
     const bool isJpeg = picture.encoding == Picture::Encoding::Jpeg;
     const u8 format = isJpeg ? kJpeg : kPng;
-    const std::string mark = packed(picture.id, std::uint64_t{0});
+    const std::string identifier = packed(picture.id, std::uint64_t{0});
     const std::string blip = record(0, isJpeg ? kJpegInstance : kPngInstance, isJpeg ? kBlipJpeg : kBlipPng,
-                                    mark + kTag + picture.bytes);
-    const std::string entry = packed(format, format) + mark +
+                                    identifier + kTag + picture.bytes);
+    const std::string entry = packed(format, format) + identifier +
                               packed(u16{0xFF}, static_cast<u32>(blip.size()), u32{1}, u32{0}, u32{0});
     return record(kEntryVersion, format, kBse, entry + blip);
 }
@@ -178,7 +179,7 @@ std::string escherFrame(const EscherSheet& sheet, std::size_t shapeBytes) {
 //   u32 an id above all others | u32 clusters + 1 | u32 shapes | u32 drawings
 //   u32 number of the drawing | u32 shapes in use, for each cluster
 // SplitMenuColors:
-//   u32 colour of fills, lines, shadows and solids, as the program would suggest them
+//   u32 colours that menus suggest for fills, lines, shadows and 3-D effects
 std::string escherWorkbook(const std::vector<EscherSheet>& sheets,
                            const std::vector<std::shared_ptr<const Picture>>& pictures) {
     constexpr u16 kSplitMenuCount = 4;

@@ -26,15 +26,16 @@ struct EscherSheet {
 };
 
 // One picture of a sheet: `number` is that of the shape, from 1, and `picture` that of the picture in the
-// workbook's list, from 1. `anchor` is 16 bytes: u16 column, part of it, row, part of it, for both corners.
+// workbook's list, from 1. `anchor` is 16 bytes: u16 column, offset in it, row, offset in it, for both
+// corners.
 std::string escherPicture(const EscherSheet& sheet, std::uint32_t number, std::uint32_t picture,
                           std::string_view anchor);
 
-// A slanted line in the same way.
+// A slanted line, with the same parameters.
 std::string escherLine(const EscherSheet& sheet, std::uint32_t number, const LineContent& line,
                        std::string_view anchor);
 
-// The records before a sheet's shapes, whose own records are `shapeBytes` long in all.
+// The records that precede the shapes of a sheet; those of the shapes are `shapeBytes` long in total.
 std::string escherFrame(const EscherSheet& sheet, std::size_t shapeBytes);
 
 // The workbook's list of pictures.

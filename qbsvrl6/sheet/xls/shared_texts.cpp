@@ -21,8 +21,9 @@ void appendUnits(std::string& out, std::u16string_view text, bool narrow) {
     }
 }
 
-// A text is its length, a mark (1: two bytes a unit) and its units. It begins where it fits whole; one that
-// fits nowhere is cut between units, and the mark is repeated where it continues.
+// A text consists of its length, a flag (1: two bytes per unit) and its units. If it does not fit in the
+// current record, it begins in the next one; if it is longer than any record, it is cut between units, and
+// each part after the first begins with the flag.
 class TableWriter {
 public:
     TableWriter(std::string& out, std::uint32_t uses, std::size_t count) : out_(out), start_(out.size()) {
@@ -64,7 +65,7 @@ private:
     }
 
     std::string& out_;
-    std::size_t start_;  // of the record under way
+    std::size_t start_;  // of the current record
 };
 
 }  // namespace

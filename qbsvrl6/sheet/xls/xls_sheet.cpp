@@ -19,12 +19,12 @@ using u32 = std::uint32_t;
 
 double inches(Micrometres length) { return std::max(length, 0) / 25400.0; }
 
-// A row's height in twentieths of a point; quarters of a point, rounded up, keep the text whole.
+// A row's height in twentieths of a point, rounded up to quarters of a point so that no text is cut off.
 u16 twips(Micrometres height) {
     return static_cast<u16>(std::clamp(std::ceil(points(height) * 4) * 5, 5.0, 8190.0));
 }
 
-// Cells have a fixed form and come by the million: they are put together on the stack.
+// Cells have a fixed size and are written by the million: they are assembled on the stack.
 template <typename... Values>
 void putCell(std::string& out, u16 number, Values... values) {
     char raw[4 + (sizeof(Values) + ...)];
@@ -39,8 +39,7 @@ void putCell(std::string& out, u16 number, Values... values) {
     out.append(&raw[0], sizeof raw);
 }
 
-// A whole number of 30 bits, or one that is such a hundredth: the short form that readers know from their own
-// files. Negative zero has none.
+// Whole numbers of 30 bits have a short form. Negative zero has none.
 bool shortForm(double number, u32& rk) {
     if (number == 0 && std::signbit(number)) return false;
     if (std::abs(number) >= 1 << 29 || number != std::trunc(number)) return false;
@@ -182,7 +181,7 @@ void XlsSheet::writeHead(std::string& out, const PrintSetup& print) const {
         .put(u32{0}, static_cast<u32>(rows_), u16{0}, static_cast<u16>(columns_), u16{0});
 }
 
-// HEADER, FOOTER: the code as a text of two bytes a unit; empty: none.
+// HEADER, FOOTER: the code as a text of two bytes per unit; empty: none.
 // LEFTMARGIN, RIGHTMARGIN, TOPMARGIN, BOTTOMMARGIN: a double, in inches.
 // SETUP:
 //   u16 paper | u16 scale in percent | u16 number of the first page | u16 pages in width, in height
@@ -210,7 +209,7 @@ void XlsSheet::writePageSetup(std::string& out, const PrintSetup& print) const {
 }
 
 // WINDOW2:
-//   u16 flags | u16 first row, column in view | u32 colour of grid lines | u16 zoom as pages, as usual
+//   u16 flags | u16 first row, column in view | u32 colour of grid lines | u16 zoom as pages, as a sheet
 //   u32 unused
 // PANE:
 //   u16 columns at the left | u16 rows at the top | u16 first row below, column at the right | u8 active pane
@@ -246,8 +245,8 @@ void XlsSheet::writeTail(std::string& out, const PrintSetup& print, const Escher
     putEmptyRecord(out, biff::kEof);
 }
 
-// The first MSODRAWING record holds the frame of all shapes; each shape is followed by its OBJ, whose parts are
-// a number, a length and bytes:
+// The first MSODRAWING record contains the frame of all shapes; each shape is followed by its OBJ, whose
+// parts are a number, a length and bytes:
 //   common data    u16 type | u16 number | u16 flags | 12 bytes unused
 //   clipboard      u16 format
 //   picture flags  u16
@@ -280,7 +279,7 @@ void XlsSheet::writeDrawing(std::string& out, const PrintSetup& print, const Esc
     }
 }
 
-// From a cell to a cell; inside them a column is 1024 wide and a row 256 high.
+// The cells of two corners, with offsets in 1/1024 of the column's width and 1/256 of the row's height.
 std::string XlsSheet::anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const {
     const auto widthOf = [&](int column) {
         constexpr Micrometres kDefaultWidth = 17'000;
@@ -297,7 +296,8 @@ std::string XlsSheet::anchor(const XlsShape& shape, const std::vector<Micrometre
         int cell;
         std::int64_t offset;
     };
-    // A corner on an edge belongs to the cell before it: what ends there must not reach into the next one.
+    // A corner on an edge belongs to the cell before it: a shape that ends there must not extend into the
+    // next.
     const auto walk = [](Point point, int last, auto sizeOf) {
         while (point.cell < last && point.offset > sizeOf(point.cell)) point.offset -= sizeOf(point.cell++);
         point.offset = std::min<std::int64_t>(point.offset, sizeOf(point.cell));
@@ -307,7 +307,8 @@ std::string XlsSheet::anchor(const XlsShape& shape, const std::vector<Micrometre
     const Point top = walk({shape.row, shape.y}, kMaxRows - 1, heightOf);
     const Point right = walk({left.cell, left.offset + shape.width}, kMaxColumns - 1, widthOf);
     const Point bottom = walk({top.cell, top.offset + shape.height}, kMaxRows - 1, heightOf);
-    // Two parts off the edge: a reader that rounds up would find the next cell used, and print a page for it.
+    // Two units before the edge: a reader that rounds up would count the next cell as used and print a page
+    // for it.
     const auto part = [](const Point& point, std::int64_t whole, Micrometres size) {
         return static_cast<u16>(std::min(point.offset * whole / size, whole - 2));
     };

@@ -47,7 +47,7 @@ public:
     void freezeAbove(int row) { frozenRows_ = row; }
 
     std::size_t shapeCount() const { return shapes_.size(); }
-    // Returns all records of the sheet, which is then empty.
+    // Returns all records of the sheet, and releases its cells.
     std::string records(const PrintSetup& print, const EscherSheet& drawing);
 
 private:

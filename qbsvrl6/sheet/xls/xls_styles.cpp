@@ -60,7 +60,7 @@ private:
     std::vector<Color> colors_;
 };
 
-// FONT records, each stored once. The number 4 is skipped: it is never that of a font.
+// FONT records, each stored once. The format has no font number 4.
 class Fonts {
 public:
     Fonts() {
@@ -89,7 +89,8 @@ private:
     }
     // FONT:
     //   u16 height in 1/20 point | u16 flags (2: italic) | u16 colour | u16 weight | u16 raised or lowered
-    //   u8 underline | u8 family | u8 character set | u8 unused | u8 length of the name | u8 two bytes a unit | name
+    //   u8 underline | u8 family | u8 character set | u8 unused
+    //   u8 length of the name | u8 two bytes per unit | name
     static void append(std::string& out, std::u16string_view name, double points, u16 color,
                        const CellStyle& style) {
         const std::u16string_view shortName = name.substr(0, 31);
@@ -113,7 +114,7 @@ public:
             numbers_.try_emplace(format, static_cast<u16>(kFirstFormat + numbers_.size()));
         if (isNew) {
             const std::u16string_view text = std::u16string_view(format).substr(0, 255);
-            // FORMAT: u16 number | u16 length | u8 two bytes a unit | code
+            // FORMAT: u16 number | u16 length | u8 two bytes per unit | code
             BiffRecord(records_, biff::kFormat)
                 .put(entry->second, static_cast<u16>(text.size()), u8{1})
                 .utf16(text);
@@ -185,17 +186,17 @@ void writeXlsStyles(std::string& out, const std::vector<const CellStyle*>& style
     Palette palette;
     Fonts fonts;
     Formats formats;
-    std::string looks;
-    for (int i = 0; i < kXlsPlainStyle; ++i) appendPlainXf(looks, true);
-    appendPlainXf(looks, false);
+    std::string cellFormats;
+    for (int i = 0; i < kXlsPlainStyle; ++i) appendPlainXf(cellFormats, true);
+    appendPlainXf(cellFormats, false);
     const std::size_t count = std::min<std::size_t>(styles.size(), kXlsMaxStyles);
     for (std::size_t i = 0; i < count; ++i) {
         const u16 font = fonts.numberOf(*styles[i], palette);
-        appendCellXf(looks, *styles[i], font, formats.numberOf(styles[i]->numberFormat), palette);
+        appendCellXf(cellFormats, *styles[i], font, formats.numberOf(styles[i]->numberFormat), palette);
     }
     out += fonts.records();
     out += formats.records();
-    out += looks;
+    out += cellFormats;
     BiffRecord(out, biff::kStyle).put(u16{0x8000}, u8{0}, u8{0xFF});
     palette.write(out);
 }

@@ -10,7 +10,7 @@
 
 namespace qbsvrl6 {
 
-// Cell styles that a workbook may have; the limit of the format is a little higher.
+// The most cell styles in a workbook; the limit of the format is slightly higher.
 inline constexpr int kXlsMaxStyles = 4'000;
 
 // The number of our first style in the workbook; lower numbers are built in.

@@ -1,5 +1,6 @@
-// The old workbook. The stream is the workbook's part (styles, names of sheets, texts), then each sheet's.
-// The former contains the offsets of the latter, and texts that are known at the end only: it is made last.
+// XLS workbooks. The stream consists of the part of the workbook (styles, names of sheets, texts) and one
+// part per sheet. The former is built last: it contains the offsets of the latter, and texts that are known
+// only at the end.
 #include <algorithm>
 #include <optional>
 #include <utility>
@@ -129,10 +130,11 @@ private:
                  u16{600});
         writeXlsStyles(out, styles().styles());
         // BOUNDSHEET, for each sheet:
-        //   u32 offset of its part | u8 visibility | u8 type | u8 length of the name | u8 two bytes a unit | name
-        std::vector<std::size_t> offsetPlaces;
+        //   u32 offset of its part | u8 visibility | u8 type
+        //   u8 length of the name | u8 two bytes per unit | name
+        std::vector<std::size_t> offsetPositions;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
-            offsetPlaces.push_back(out.size() + 4);
+            offsetPositions.push_back(out.size() + 4);
             const std::u16string name = sheetName(options().info.title, i + 1);
             BiffRecord(out, biff::kBoundSheet)
                 .put(u32{0}, u8{0}, u8{0}, static_cast<u8>(name.size()), u8{1})
@@ -146,19 +148,19 @@ private:
         std::size_t offset = out.size();
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             const auto start = static_cast<u32>(offset);
-            std::memcpy(out.data() + offsetPlaces[i], &start, sizeof start);
+            std::memcpy(out.data() + offsetPositions[i], &start, sizeof start);
             offset += parts[i + 1].size();
         }
         return out;
     }
 
-    // Printed pages contain their titles; where rows run on, the titles repeat on each page. Their rows are the
-    // area of a built-in name, which refers to the workbook's own list of sheets.
-    // SUPBOOK: u16 sheets | u16 mark of the workbook itself
+    // Printed pages contain their titles. Otherwise the spreadsheet repeats the title rows on each page: the
+    // area of a built-in name, which refers to the workbook's list of sheets.
+    // SUPBOOK: u16 sheets | u16 code of this workbook
     // EXTERNSHEET: u16 count, and for each u16 SUPBOOK | u16 first sheet, last sheet
     // NAME:
     //   u16 flags | u8 shortcut | u8 length of the name | u16 bytes of the formula | u16 unused | u16 sheet, from 1
-    //   u8 lengths of menu, description, help, status text | u8 one byte a unit | name | formula
+    //   u8 lengths of menu, description, help, status text | u8 one byte per unit | name | formula
     // The formula is one area:
     //   u8 token | u16 EXTERNSHEET's entry | u16 first row, last row, first column, last column
     void writePrintTitles(std::string& out) const {

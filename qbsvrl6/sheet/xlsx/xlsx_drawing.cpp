@@ -156,11 +156,11 @@ void XlsxDrawing::addPath(const Drawing::Path& path, Size size) {
     xml.close().close().close();
 }
 
-// A text box without margins, wide enough for its text and turned about its own centre, so that the anchor on
-// the base line comes to lie where it should.
+// A text box without margins, wide enough for its text. It is rotated about its centre, which is chosen such
+// that the label's anchor, on the baseline, has its position.
 void XlsxDrawing::addLabel(const Drawing::Label& label) {
     constexpr std::array kAligns = {"l", "ctr", "r"};
-    constexpr double kAscent = 0.95;  // of the font size, from the box's top to the base line
+    constexpr double kAscent = 0.95;  // of the font size, from the box's top to the baseline
     constexpr double kLineHeight = 1.2;
     const double em = label.fontSize * kMicrometresPerPoint;
     const double width = em * static_cast<double>(label.text.size() + 1);
@@ -169,7 +169,7 @@ void XlsxDrawing::addLabel(const Drawing::Label& label) {
     const double degrees =
         std::isfinite(label.rotation) ? std::fmod(std::fmod(label.rotation, 360) + 360, 360) : 0;
     const double turn = degrees * std::numbers::pi / 180;
-    // From the anchor to the box's centre, before and after the turn.
+    // From the anchor to the box's centre, before the rotation.
     const double dx = width / 2 - anchorX;
     const double dy = height / 2 - em * kAscent;
     const double centerX = label.x + dx * std::cos(turn) - dy * std::sin(turn);

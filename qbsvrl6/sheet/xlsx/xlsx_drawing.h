@@ -10,10 +10,12 @@
 
 namespace qbsvrl6 {
 
-// The drawing part of one sheet. Each object is anchored at the upper left corner of its cell and has a fixed size.
+// The drawing part of one sheet. Each object is anchored at the upper left corner of its cell and has a fixed
+// size.
 class XlsxDrawing {
 public:
-    // `row` counts from 0 in the sheet. `relation` names the picture's relation; unused for a drawing.
+    // `row` counts from 0 in the sheet. `relation` is the name of a picture's relation; only pictures have
+    // one.
     void add(const Overlay& overlay, std::int64_t row, std::string_view relation);
 
     bool isEmpty() const { return objects_ == 0; }

@@ -1,5 +1,5 @@
-// SpreadsheetML worksheets (ECMA-376 part 1, 18.3). Texts are in their cells ("inlineStr"), so that no
-// table of all texts has to be held; only pending texts are in the shared table, which is written last.
+// SpreadsheetML worksheets (ECMA-376 part 1, 18.3). Texts are in their cells ("inlineStr"), so that no table
+// of all texts is held in memory; only pending texts are in the shared table, which is built at the end.
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 
 #include <algorithm>
@@ -14,6 +14,7 @@ using namespace std::string_view_literals;
 namespace {
 
 constexpr std::size_t kBufferBytes = 64 * 1024;
+
 // "A" ... "Z", "AA" ...
 std::string columnName(int column) {
     std::string name;
@@ -22,7 +23,7 @@ std::string columnName(int column) {
     return name;
 }
 
-// Heights come in quarters of a point; rounding up keeps the text whole.
+// Rounded up to quarters of a point, so that no text is cut off.
 double rowHeight(Micrometres height) {
     return std::clamp(std::ceil(points(height) * 4) / 4, 0.25, points(kMaxRowHeight));
 }
@@ -46,7 +47,7 @@ void XlsxSheet::beginRow(Micrometres height) {
     xml_.open("row").attribute("r", rowName_).attribute("ht", rowHeight(height)).attribute("customHeight", 1);
 }
 
-// Cells are most of a workbook. Their tags are written as they are, without an XmlWriter's record of them.
+// Cells are most of a workbook. For speed, their tags are written without an XmlWriter.
 std::string& XlsxSheet::openCell(int column, int style) {
     while (static_cast<int>(cellStarts_.size()) <= column) {
         cellStarts_.push_back("<c r=\"" + columnName(static_cast<int>(cellStarts_.size())));

@@ -14,8 +14,8 @@
 
 namespace qbsvrl6 {
 
-// Rows and columns count from 0. Rows are compressed at once; only merged cells, links and page breaks are
-// held in memory.
+// Rows and columns count from 0. Rows are compressed as they are written; only merged cells, links, page
+// breaks and overlays are held uncompressed.
 class XlsxSheet {
 public:
     static constexpr std::int64_t kMaxRows = 1'048'576;
@@ -27,7 +27,7 @@ public:
     XlsxSheet(const XlsxSheet&) = delete;
     XlsxSheet& operator=(const XlsxSheet&) = delete;
 
-    // Cells of a row come between beginRow and endRow, from left to right.
+    // The cells of a row are added between beginRow and endRow, from left to right.
     void beginRow(Micrometres height);
     void addBlank(int column, int style);
     void addValue(int column, int style, const SheetValue& value);

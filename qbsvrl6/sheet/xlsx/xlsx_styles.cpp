@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Elements of one list of the style sheet, each held once.
+// The elements of one list of the style sheet, each stored once.
 class ElementList {
 public:
     template <class Write, class... Arguments>
@@ -97,12 +97,12 @@ void writeAlignment(XmlWriter& xml, const CellStyle& style) {
     if (rotation != 0) xml.attribute("textRotation", rotation);
     if (style.indent != 0) xml.attribute("indent", style.indent);
     if (style.wraps) xml.attribute("wrapText", 1);
-    // A number that is a trace too wide would read "####".
+    // A number that is only slightly too wide would be shown as "####".
     if (style.isNumber) xml.attribute("shrinkToFit", 1);
     xml.close();
 }
 
-// The number format and the numbers of the lists' elements that a cell has.
+// The number format of a cell, and the indexes of its font, fill and border in their lists.
 struct CellFormat {
     std::size_t number = 0, font = 0, fill = 0, border = 0;
 };

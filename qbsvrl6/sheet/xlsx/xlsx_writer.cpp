@@ -1,7 +1,5 @@
-// XLSX workbooks, streamed: a row is compressed and forgotten as soon as it is complete. A library that
-// writes rows in order couldn't take texts that are settled at the end (the page count), nor the sizes of
-// pictures in rows that it has forgotten; both are simple here, since the parts of the package may be written
-// in any order.
+// XLSX workbooks, streamed: a row is compressed and forgotten as soon as it is complete. Texts that are
+// settled at the end (the page count) and pictures are in separate parts, which are built after the rows.
 #include <deque>
 #include <map>
 
@@ -169,7 +167,7 @@ private:
             xml.attribute("sheetId", i).attribute("r:id", "rId", i).close();
         }
         xml.close().lineEnd();
-        // Printed pages bring their titles with them.
+        // Printed pages contain their titles.
         if (titles().last >= titles().first && !options().paged) {
             std::u16string quoted;
             for (const char16_t c : sheetName(options().info.title, 1)) quoted.append(c == u'\'' ? 2 : 1, c);

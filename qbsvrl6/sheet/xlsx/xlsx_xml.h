@@ -1,4 +1,4 @@
-// Shared code of the XML parts of a workbook.
+// What the XML parts of a workbook share.
 #ifndef QBSVR_QBSVRL6_SHEET_XLSX_XLSX_XML_H
 #define QBSVR_QBSVRL6_SHEET_XLSX_XLSX_XML_H
 
@@ -38,7 +38,7 @@ struct Xstring {
 // The relations of one part of the package, which name other parts and addresses.
 class XlsxRelations {
 public:
-    // `type` is the end of a type of office documents, or a whole type.
+    // `type` is the last part of an office relation type, or a whole type ("http:...").
     void add(std::string_view id, std::string_view type, std::string_view target);
     void addLink(std::string_view id, std::u16string_view address);
 

@@ -17,7 +17,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Sheets are so repetitive that more effort gains a few percent of size for twice the time.
+// Sheets are so repetitive that a higher level saves a few percent of size for twice the time.
 constexpr int kLevel = 4;
 using u16 = std::uint16_t;
 using u32 = std::uint32_t;
@@ -77,7 +77,7 @@ void DeflateStream::append(std::string_view bytes) {
     state_->run(bytes, Z_NO_FLUSH, compressed_);
 }
 
-// A full flush ends at a whole byte, and nothing after it refers to what is before.
+// A full flush ends on a byte boundary, and nothing after it refers to earlier bytes.
 void DeflateStream::end(bool isLast) {
     state_->run({}, isLast ? Z_FINISH : Z_FULL_FLUSH, compressed_);
     state_.reset();
@@ -89,7 +89,7 @@ void DeflateStream::end(bool isLast) {
 void ZipWriter::putCommonFields(ByteWriter& out, const Entry& entry) {
     constexpr u16 kNoFlags = 0;
     constexpr u16 kMidnight = 0;
-    constexpr u16 kFirstDay = 0x21;  // 1980-01-01, the earliest that the format knows
+    constexpr u16 kFirstDay = 0x21;  // 1980-01-01, the earliest date of the format
     out.put(kVersion, kNoFlags, entry.method, kMidnight, kFirstDay, entry.crc,
             static_cast<u32>(entry.compressedSize), static_cast<u32>(entry.size),
             static_cast<u16>(entry.name.size()));
@@ -101,7 +101,7 @@ void ZipWriter::begin(Entry entry) {
         throw EngineError(ErrorCode::LimitExceeded, "the workbook is larger than 4 GiB");
     }
     // Local header:
-    //   u32 mark | the common fields | u16 length of extra fields | name
+    //   u32 signature | the common fields | u16 length of extra fields | name
     ByteWriter out(output_);
     out.put(kLocalHeader);
     putCommonFields(out, entry);
@@ -138,7 +138,7 @@ void ZipWriter::finish() {
     ByteWriter out(output_);
     for (const Entry& entry : entries_) {
         // Central header:
-        //   u32 mark | u16 version that wrote it | the common fields
+        //   u32 signature | u16 version that wrote it | the common fields
         //   u16 lengths of extra fields and comment | u16 disk | u16, u32 attributes | u32 offset of the local
         //   header | name
         out.put(kCentralHeader, kVersion);
@@ -146,7 +146,7 @@ void ZipWriter::finish() {
         out.put(u16{0}, u16{0}, u16{0}, u16{0}, u32{0}, static_cast<u32>(entry.offset)).bytes(entry.name);
     }
     // End of the central directory:
-    //   u32 mark | u16 this disk, disk of the directory | u16 entries on this disk, in all
+    //   u32 signature | u16 this disk, disk of the directory | u16 entries on this disk, in all
     //   u32 bytes of the directory, its offset | u16 length of the comment
     const auto count = static_cast<u16>(entries_.size());
     const auto bytes = static_cast<u32>(output_.size() - start);

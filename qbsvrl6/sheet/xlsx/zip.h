@@ -12,7 +12,7 @@ namespace qbsvrl6 {
 
 class ByteWriter;
 
-// Compresses bytes as they arrive, and holds the compressed ones.
+// Compresses bytes as they arrive, and holds the result.
 class DeflateStream {
 public:
     DeflateStream();
@@ -25,7 +25,7 @@ public:
 private:
     friend class ZipWriter;
     struct State;
-    // Ends the stream, for good or (unless `isLast`) so that another one may follow.
+    // Ends the stream. Unless `isLast`, another stream may follow it in the same entry.
     void end(bool isLast);
 
     std::unique_ptr<State> state_;
