@@ -40,7 +40,7 @@ Extent extentOf(const zint_vector& vector) {
     return extent;
 }
 
-// All bars in one path: the symbol is one shape, with no seams between its modules.
+// All bars are one path, so that there are no seams between modules.
 void appendBars(Drawing& drawing, const zint_vector& vector, double x, double y, double scaleX,
                 double scaleY) {
     PathBuilder bars;
@@ -94,12 +94,12 @@ const RetailText* retailTextOf(int type) {
     return found != std::end(kRetailTexts) ? found : nullptr;
 }
 
-// `module` is the width of the narrowest bar, `left` the first bar's left edge, `bottom` the lower edge of the
-// bars that are no guards.
+// `module` is the width of the narrowest bar, `left` the first bar's left edge, `bottom` the lower edge of
+// the bars that are not guards.
 void appendRetailText(Drawing& drawing, const zint_vector& vector, const RetailText& layout,
                       const std::u16string& digits, double left, double module, double bottom, double base) {
     constexpr double kGuardModules = 5;
-    constexpr double kDigitModules = 6.5;  // a digit's bars are seven
+    constexpr double kDigitModules = 6.5;  // a digit has seven
     constexpr double kDigitEms = 0.556;
     const double reach = std::min(kGuardModules * module, kTextHeight / 2);
     const double scale = module / kUnitsPerModule;
@@ -123,7 +123,7 @@ void appendRetailText(Drawing& drawing, const zint_vector& vector, const RetailT
     }
 }
 
-// The size at which a text below the bars is not wider than its box, as long as it can be read.
+// The font size at which a text below the bars is not wider than its box, but no smaller than can be read.
 double fittingPoints(std::u16string_view text, Micrometres room) {
     constexpr double kLeastPoints = 4;
     constexpr double kWidestUnit = 1.1;  // em

@@ -12,7 +12,7 @@
 //     7     ITF-14            13 or 14 digits
 //     8     Codabar           digits and - $ : / . + between A to D
 //     9     Code 128          Latin-1 text
-//     25    GS1-128           bracketed application identifiers, "(11)190419"; plain Code 128 without brackets
+//     25    GS1-128           bracketed application identifiers, "(11)190419"; without brackets, Code 128
 //     50    PDF417            any text
 //     51    Data Matrix       any text
 //     52    QR Code           any text
@@ -20,7 +20,8 @@
 //     54    GS1 QR Code       bracketed application identifiers
 //     55    Aztec             any text
 //
-// Text beyond ASCII is encoded as UTF-8 with its designator, so that scanners show it unchanged.
+// In types that accept any text, text outside ASCII is encoded as UTF-8 with its designator, so that scanners
+// show it unchanged.
 #ifndef QBSVR_QBSVRL6_BARCODE_BARCODE_H
 #define QBSVR_QBSVRL6_BARCODE_BARCODE_H
 
@@ -38,7 +39,7 @@ struct BarcodeRequest {
 
 // The symbol fitted into `box`, including quiet zones. Bars fill the height; two-dimensional symbols keep
 // square modules and are centred. Raises EngineError(NotSupported) for an unknown type and
-// EngineError(BadData) for a text that the symbol can't hold.
+// EngineError(BadData) for a text that the symbol cannot encode.
 Drawing drawBarcode(const BarcodeRequest& request, Size box);
 
 // The symbol at its natural size, modules of a third of a millimetre, as SVG.

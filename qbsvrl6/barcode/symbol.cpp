@@ -35,7 +35,7 @@ constexpr Symbology kSymbologies[] = {
     {55, "Aztec", BARCODE_AZTEC, false, false, false},
 };
 
-// zint pads a short text with zeros, which makes another number of it: the length is checked here.
+// zint would pad a short text with zeros and encode a different number, so the length is checked here.
 bool lengthFits(int type, std::size_t length) {
     switch (type) {
         case 2:

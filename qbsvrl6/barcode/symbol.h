@@ -27,7 +27,7 @@ using SymbolPtr = std::unique_ptr<zint_symbol, SymbolDeleter>;
 // Raises EngineError(NotSupported) for an unknown type.
 const Symbology& symbologyOf(int type);
 
-// The symbol with its vectors and quiet zones. Raises EngineError(BadData) for a text that it can't hold.
+// The symbol with its vectors and quiet zones. Raises EngineError(BadData) for a text that it cannot encode.
 SymbolPtr encode(const BarcodeRequest& request, const Symbology& symbology);
 
 }  // namespace qbsvrl6

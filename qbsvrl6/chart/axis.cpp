@@ -7,7 +7,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Beyond this the arithmetic of ticks would overflow.
+// Beyond this, the arithmetic of the ticks would overflow.
 constexpr double kLargest = 1e300;
 
 double roundStep(double raw) {

@@ -17,7 +17,7 @@ namespace {
 constexpr double kBarShare = 0.72;  // of a category's width, for the bars of all series
 constexpr double kMarkRadius = kThin * 4;
 
-// The chart types with axes: their series between the axes.
+// Paints a chart that has axes, and the series between them.
 class Plot {
 public:
     Plot(ChartBuilder& builder, const ChartData& data)
@@ -74,7 +74,7 @@ private:
         }
     }
 
-    // A line with a mark at each point; a value that isn't finite leaves a gap.
+    // A line with a mark at each point; a value that is not finite leaves a gap.
     template <typename XOf>
     void paintPolyline(std::size_t series, std::size_t count, XOf xAt, const std::vector<double>& ys) {
         PathBuilder line;
@@ -95,7 +95,7 @@ private:
         }
     }
 
-    // Whether the line of another series runs through the frame, which is about as wide as a category.
+    // Whether the line of another series crosses the frame, which is about as wide as a category.
     bool meetsOtherLine(const Area& frame, std::size_t series, std::size_t category) const {
         const auto x = [this](std::size_t i) { return axes_.categoryX(i); };
         const std::size_t first = category > 0 ? category - 1 : 0;
@@ -149,7 +149,7 @@ private:
         }
     }
 
-    // The area of a bubble, not its radius, is in proportion to its size.
+    // The area of a bubble, not its radius, is proportional to its size.
     void paintBubbles() {
         double largest = 0;
         for (const auto& series : data_.series) {
@@ -180,7 +180,6 @@ private:
     ValueLabels labels_;
 };
 
-// A key for each series.
 void addLegend(ChartBuilder& builder, const ChartData& data) {
     std::vector<std::u16string> labels;
     for (const auto& series : data.series) labels.push_back(series.label);

@@ -8,10 +8,10 @@
 
 namespace qbsvrl6 {
 
-// Draws the chart into a box of this size. Values that aren't finite are left out; a chart without values is
-// its title and an empty frame. A pie has a slice per category of its first series or, if there is at most
-// one category, a slice per series. Negative values have no slice. `labelsLeftOut`, if not null, receives the
-// number of value labels that had no space.
+// Draws the chart into a box of this size. Values that are not finite are left out; a chart without values is
+// its title and, unless it is a pie, empty axes. A pie has a slice per category if it has a single series and
+// several categories; otherwise it has a slice per series, with the sum of its values. Only positive values
+// have a slice. `labelsLeftOut`, if not null, receives the number of value labels that had no space.
 Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box,
                   const std::u16string& fontFamily, std::size_t* labelsLeftOut = nullptr);
 

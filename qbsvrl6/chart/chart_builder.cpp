@@ -36,7 +36,6 @@ void ChartBuilder::addTitle() {
     plot_.top += height + kGap / 2;
 }
 
-// A row (or rows) of colour keys below the plot_.
 void ChartBuilder::addLegend(const std::vector<std::u16string>& labels) {
     const bool named =
         std::any_of(labels.begin(), labels.end(), [](const auto& text) { return !text.empty(); });

@@ -20,13 +20,13 @@ struct Area {
     double height() const { return std::max(bottom - top, 0.0); }
 };
 
-// Collects the parts of one chart. The title and the legend reduce the plot, in the order in which they are
-// added; the rest is for the chart itself.
+// Collects the parts of one chart. The title and the legend reduce the plot in the order in which they are
+// added; the chart itself uses the rest.
 class ChartBuilder {
 public:
     using Anchor = Drawing::Label::Anchor;
 
-    // Settings and font family outlive the builder.
+    // The settings and the font family must outlive the builder.
     ChartBuilder(const ChartSettings& settings, Size box, const std::u16string& fontFamily);
 
     const ChartSettings& settings() const { return settings_; }

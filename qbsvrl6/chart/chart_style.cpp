@@ -10,7 +10,7 @@ namespace {
 constexpr Color kSeriesColors[] = {{46, 117, 182},  {237, 125, 49}, {84, 160, 80},  {192, 57, 72},
                                    {126, 96, 170},  {64, 165, 170}, {224, 178, 50}, {120, 90, 70},
                                    {214, 110, 160}, {110, 120, 130}};
-// Further rounds of the colours, towards white or, below 0, towards black.
+// The shade of each round of these colours: towards white or, if negative, towards black.
 constexpr double kShades[] = {0, 0.5, -0.4, 0.75, -0.65};
 
 }  // namespace

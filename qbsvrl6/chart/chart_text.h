@@ -18,7 +18,7 @@ public:
     ChartText(const std::u16string& fontFamily, const std::u16string& valueFormat);
 
     static double lineHeight(double points) { return points * kMicrometresPerPoint * 1.3; }
-    // From the middle of a line of text down to its base line.
+    // From the middle of a line of text down to its baseline.
     static double halfLetter(double points) { return points * kMicrometresPerPoint * 0.35; }
 
     double width(const std::u16string& text, double points) const;

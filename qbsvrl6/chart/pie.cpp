@@ -85,7 +85,7 @@ void Pie::paint(const std::vector<Slice>& slices) {
         constexpr double kSeam = kThin * 2;
         PathBuilder wedge;
         wedge.wedge(x_, y_, radius_, angle, next).fill(seriesColor(i));
-        if ((next - angle) * radius_ > kSeam * 3) wedge.stroke({255, 255, 255}, kSeam);  // else all is seam
+        if ((next - angle) * radius_ > kSeam * 3) wedge.stroke({255, 255, 255}, kSeam);  // else all seam
         builder_.add(wedge.take());
         const double middle = (angle + next) / 2;
         (middle < std::numbers::pi ? right : left)
@@ -103,7 +103,7 @@ void Pie::paint(const std::vector<Slice>& slices) {
     paintLabels(left, -1);
 }
 
-// Leaves out the labels of the smallest slices where there are more than `most`; returns how many.
+// Leaves out the labels of the smallest slices if there are more than `most`. Returns how many were left out.
 std::size_t keepLargest(std::vector<SliceLabel>& labels, std::size_t most) {
     if (labels.size() <= most) return 0;
     std::vector<double> values;
@@ -116,7 +116,8 @@ std::size_t keepLargest(std::vector<SliceLabel>& labels, std::size_t most) {
     return all - labels.size();
 }
 
-// The labels of one side, from top to bottom. Those that would overlap are moved, with a line to their slices.
+// The labels of one side, from top to bottom. Those that would overlap are moved, with a line to their
+// slices.
 void Pie::paintLabels(std::vector<SliceLabel>& labels, int side) {
     constexpr double kPoints = kLabelPoints;
     const double height = kPoints * kMicrometresPerPoint * 1.15;

@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr Color kGridLine{222, 226, 230};
-constexpr double kPointRoom = 0.05;  // beyond the outermost points, of the range
+constexpr double kPointRoom = 0.05;  // beyond the outermost points, as a share of the range
 constexpr double kValueRoom = 0.08;
 
 using Anchor = ChartBuilder::Anchor;
@@ -63,8 +63,8 @@ void PlotAxes::reserve() {
     }
 }
 
-// Points are not on the frame, but values that are never negative have no negative axis. Bubbles are inset
-// instead. Negative bars have space for their values below them.
+// Widens the range so that no point is on the frame, except that values which are never negative have no
+// negative axis. Bubbles are inset instead. Negative bars have space for their values below them.
 PlotAxes::Range PlotAxes::shownValues(const Range& range) const {
     switch (settings_.kind) {
         case ChartKind::Bubble:
@@ -78,7 +78,7 @@ PlotAxes::Range PlotAxes::shownValues(const Range& range) const {
     }
 }
 
-// With fewer ticks where the number format would make neighbours read the same.
+// Uses fewer ticks if the number format would show neighbouring ones alike.
 Axis PlotAxes::readableAxis(const Range& range, int count, bool withZero) const {
     Axis axis = makeAxis(range.low, range.high, count, withZero);
     const auto alike = [this](double a, double b) {
@@ -119,7 +119,7 @@ void PlotAxes::reserveValueAxis(const Range& range) {
     }
 }
 
-// With as many ticks as fit beside each other.
+// Uses as many ticks as fit side by side.
 void PlotAxes::reserveNumberAxis(const Range& range) {
     int count = 6;
     double widest = 0;
@@ -171,7 +171,7 @@ double PlotAxes::categoryX(std::size_t category) const {
     return area_.left + (static_cast<double>(category) + 0.5) * categoryWidth();
 }
 
-// Bubbles on the first or the last tick are whole.
+// Keeps bubbles on the first and the last tick inside the area.
 double PlotAxes::inset() const { return settings_.kind == ChartKind::Bubble ? largestRadius() : 0; }
 
 double PlotAxes::largestRadius() const { return std::min(area_.width(), area_.height()) * 0.12; }

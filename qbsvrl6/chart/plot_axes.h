@@ -13,22 +13,23 @@
 
 namespace qbsvrl6 {
 
-// A vertical axis of values, and a horizontal one of categories or, for scatter lines and bubbles, of numbers.
+// A vertical axis of values, and a horizontal one of categories or, for scatter lines and bubbles, of
+// numbers.
 class PlotAxes {
 public:
     PlotAxes(ChartBuilder& builder, const ChartData& data);
 
     // Chooses the axes for the data, takes their space from the builder's plot, and draws their titles.
     void reserve();
-    // Lines and labels. Needs an area that is not empty.
+    // Draws the lines and labels. The area must not be empty.
     void paint() const;
 
-    // What the axes leave of the plot, once they are reserved.
+    // The part of the plot between the axes, after reserve().
     const Area& area() const { return area_; }
     bool hasArea() const { return area_.width() > 0 && area_.height() > 0; }
     void reserveTop(double height) { area_.top += height; }
 
-    // At least as many as any series has values; 0: there are none.
+    // At least as many as the values of any series; 0: none.
     std::size_t categoryCount() const { return categoryCount_; }
     double categoryWidth() const;
     double categoryX(std::size_t category) const;  // its middle

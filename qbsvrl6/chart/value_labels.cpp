@@ -29,7 +29,7 @@ double ValueLabels::widestValue() const {
     return widest;
 }
 
-// Labels become smaller if they have less room than they want beside each other.
+// Labels shrink if they have less space than they need side by side.
 void ValueLabels::size(double room, double wanted) {
     const double share = std::min(room / wanted, 1.0);
     points_ = builder_.settings().showValues && share >= kLeastShrink ? kValuePoints * share : 0;
@@ -57,7 +57,7 @@ void ValueLabels::add(double x, double y, double value, bool below) {
     builder_.addLabel(x, y + away, Anchor::Middle, points_, builder_.text().number(value));
 }
 
-// Vertical labels of negative bars begin at the base, where no names are.
+// Vertical labels of negative bars begin at the base of the bars, away from the names of the categories.
 void ValueLabels::addToBar(double x, double y, double value) {
     const double base = axes_.baseY();
     if (points_ <= 0) return leaveOut();

@@ -9,22 +9,23 @@
 
 namespace qbsvrl6 {
 
-// Labels have one size, which depends on the room for each. Those that have none are left out and counted.
+// All labels have one size, which depends on the space for each. Labels without space are left out and
+// counted.
 class ValueLabels {
 public:
     ValueLabels(ChartBuilder& builder, PlotAxes& axes, const ChartData& data)
         : builder_(builder), axes_(axes), data_(data) {}
 
-    // Labels that are wider than their bars are vertical, and take their length from the plot's height as long as
-    // that leaves most of it. Comes before the axes are painted.
+    // Labels that do not fit above their bars are vertical, and take their length from the plot's height,
+    // unless that is more than a third of it. Must be called before the axes are painted.
     void sizeForBars(double barWidth);
     void sizeForCategories();
-    // Points keep the labels that don't overlap.
+    // Labels of points that would overlap are left out.
     void sizeForPoints();
 
     // Above the bar that ends at y, or below a negative one.
     void addToBar(double x, double y, double value);
-    // Above a point, or below it where another label is there or `isTaken` holds for the place above.
+    // Above a point, or below it if another label is there or `isTaken` returns true for the area above.
     void addToPoint(double x, double y, double radius, double value,
                     const std::function<bool(const Area&)>& isTaken = {});
 

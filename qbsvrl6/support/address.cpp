@@ -36,7 +36,7 @@ std::string pathOfFileUrl(std::string_view address) {
     return path;
 }
 
-// The path that a local name contains, wherever it starts.
+// The path that a local name contains, relative or absolute.
 std::string namedPath(std::u16string_view name) {
     std::string path = toUtf8(name);
     return startsIgnoringCase(name, u"file:") ? pathOfFileUrl(path) : path;
@@ -70,9 +70,10 @@ std::string localPath(const Address& address) {
     std::string path = namedPath(address.name);
     if (path.empty()) throw EngineError(ErrorCode::FileNotFound, "the address of the data is empty");
     path = startedAt(address.folder, path);
-    // The C library would see the path up to the first null only.
+    // The C library would read the path only up to the first null.
     if (const std::size_t null = path.find('\0'); null != std::string::npos) {
-        throw EngineError(ErrorCode::FileNotFound, "the path holds a null character", {path.substr(0, null)});
+        throw EngineError(ErrorCode::FileNotFound, "the path contains a null character",
+                          {path.substr(0, null)});
     }
     return path;
 }
@@ -90,7 +91,8 @@ std::string folderAt(const Address& address) {
 
 Relocation::Relocation(std::string folder) : folder_(std::move(folder)) {}
 
-// Absolute and without links, so that ".." leads up by name. Empty if the system does not know.
+// Absolute and without symbolic links, so that ".." can be resolved by name. Empty if the system cannot
+// resolve the folder.
 const std::string& Relocation::canonical(const std::string& folder) {
     const auto [known, isNew] = canonical_.try_emplace(folder);
     if (isNew) {

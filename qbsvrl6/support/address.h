@@ -1,5 +1,5 @@
-// Names of files and URLs, and the one rule for where a relative one starts: a name in a template starts at
-// the template's folder, a path from a program at the working directory. No other folder is searched.
+// Names of files and URLs, and the one rule for relative names: a name in a template is relative to the
+// template's folder, a path from a program to the working directory. No other folder is searched.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ADDRESS_H
 #define QBSVR_QBSVRL6_SUPPORT_ADDRESS_H
 
@@ -14,9 +14,9 @@ enum class NamedBy { Program, Template, Data };
 
 struct Address {
     std::u16string name;  // as given: a path, or a file:, http: or https: URL; empty: none
-    std::string folder;   // where a relative path starts (UTF-8, ending in "/"); empty: the working directory
+    std::string folder;   // of a relative path (UTF-8, ending in "/"); empty: the working directory
     NamedBy namedBy = NamedBy::Program;
-    std::string home = {};  // the folder of the template that it comes with; empty: none
+    std::string home = {};  // the folder of the template that contains the name; empty: none
 
     bool empty() const { return name.empty(); }
 };
@@ -25,7 +25,7 @@ struct Address {
 // and for a path that no file can have.
 std::string localPath(const Address& address);
 
-// The folder (UTF-8, ending in "/") that a local address names; its starting folder if the name is empty.
+// The folder (UTF-8, ending in "/") that a local address names; the address's folder if the name is empty.
 std::string folderAt(const Address& address);
 
 // For messages: the path, or the URL without its user and password.
@@ -33,7 +33,7 @@ std::string shownAddress(const Address& address);
 
 bool isWebAddress(std::u16string_view name);
 
-// Whether the name depends on the folder where it starts.
+// Whether the name is a path relative to a folder.
 bool isRelative(std::u16string_view name);
 
 // Converts addresses to names that are relative to one folder. Web addresses and absolute paths are

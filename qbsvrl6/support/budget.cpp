@@ -14,8 +14,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::uint64_t kKibibyte = 1'024;
-constexpr std::uint64_t kRounds = 16;     // of goOn, for one look at the clock
-constexpr auto kBetweenCpuChecks = 20ms;  // the clock of the processor costs a system call
+constexpr std::uint64_t kRounds = 16;     // calls of goOn per check of the time
+constexpr auto kBetweenCpuChecks = 20ms;  // reading the CPU clock is a system call
 constexpr Budget kNothing = [] {
     Budget nothing;
     for (const NamedFigure& named : kBudgetFigures) nothing.*named.figure = 0;
@@ -127,7 +127,7 @@ std::uint64_t figureFrom(BudgetFigure figure, std::string_view text) {
         units = " (bytes, or with a unit: " + listed(kByteUnits) + ")";
     }
     if (failed != std::errc() || factor == 0 || value > std::numeric_limits<std::uint64_t>::max() / factor) {
-        throw EngineError(ErrorCode::NotSupported, "\"" + std::string(text) + "\" is no value of " +
+        throw EngineError(ErrorCode::NotSupported, "\"" + std::string(text) + "\" is not a value of " +
                                                        std::string(nameOf(figure)) +
                                                        ": a whole number is expected" + units);
     }
@@ -142,7 +142,7 @@ Spending::Spending(const Budget& budget, const std::atomic<bool>* cancelled)
       cpuStarted_(threadTime()),
       nextCpuCheck_(started_ + kBetweenCpuChecks),
       outer_(innermost) {
-    // Results have sizes of type int, whatever settings and programs allow.
+    // The interface returns sizes as int, whatever settings and programs allow.
     budget_.documentBytes = std::min(budget_.documentBytes, Budget().documentBytes);
     innermost = this;
 }

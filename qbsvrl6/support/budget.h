@@ -2,9 +2,9 @@
 // are untrusted: an export that exceeds a figure fails with the figure's name, and the next export starts
 // from zero. Loading a template or data counts as a separate export.
 //
-// Code that uses up a figure reports it (spend, checkFigure), and long loops check the time (goOn). The
-// running export is found by thread, so no object is passed around. If no export runs on the thread, each
-// call is checked separately against the default figures.
+// Code that uses part of a figure reports it (spend, checkFigure), and long loops check the time (goOn). The
+// running export is stored per thread, so no object is passed around. If no export runs on the thread, each
+// amount is checked separately against the default figures.
 #ifndef QBSVR_QBSVRL6_SUPPORT_BUDGET_H
 #define QBSVR_QBSVRL6_SUPPORT_BUDGET_H
 
@@ -71,7 +71,7 @@ std::uint64_t figureFrom(BudgetFigure figure, std::string_view text);
 // the outer export also ends the inner one.
 class Spending {
 public:
-    // `cancelled`, if it is given, may be set by any thread and ends the export. It outlives the object.
+    // `cancelled`, if not null, may be set by any thread and ends the export. It must outlive the object.
     explicit Spending(const Budget& budget, const std::atomic<bool>* cancelled = nullptr);
     ~Spending();
     Spending(const Spending&) = delete;
@@ -109,7 +109,7 @@ void checkFigure(BudgetFigure figure, std::uint64_t value, std::string_view wher
 // Raises EngineError if the time is used up (BudgetExceeded) or the export was cancelled (Cancelled).
 void checkTime();
 
-// Calls checkTime at every sixteenth call: for loops with short iterations.
+// Calls checkTime on every sixteenth call: for loops with short iterations.
 void goOn();
 
 }  // namespace qbsvrl6

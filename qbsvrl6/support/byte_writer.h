@@ -1,4 +1,4 @@
-// Records of binary formats.
+// Writes records of binary formats.
 #ifndef QBSVR_QBSVRL6_SUPPORT_BYTE_WRITER_H
 #define QBSVR_QBSVRL6_SUPPORT_BYTE_WRITER_H
 

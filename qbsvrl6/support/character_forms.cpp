@@ -14,7 +14,7 @@ bool isNoncharacter(char32_t c) { return c == 0xFFFE || c == 0xFFFF; }
 
 }  // namespace
 
-// By blocks, through a buffer of fixed size.
+// Writes blocks through a buffer of fixed size.
 void appendForms(std::string& out, std::u16string_view text, const CharacterForms& forms) {
     std::array<char, 512> buffer;
     std::size_t used = 0;

@@ -1,4 +1,4 @@
-// Appends text as UTF-8, with other forms for the characters that a format cannot hold.
+// Appends text as UTF-8, with other forms for the characters that a format cannot contain.
 #ifndef QBSVR_QBSVRL6_SUPPORT_CHARACTER_FORMS_H
 #define QBSVR_QBSVRL6_SUPPORT_CHARACTER_FORMS_H
 

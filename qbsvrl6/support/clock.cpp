@@ -7,7 +7,7 @@ namespace qbsvrl6 {
 std::int64_t localTime() {
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
-    tzset();  // localtime_r alone may use the zone as it was first read
+    tzset();  // localtime_r alone may use the time zone of its first call
     return localtime_r(&now, &local) != nullptr ? now + local.tm_gmtoff : now;
 }
 

@@ -7,8 +7,7 @@ namespace qbsvrl6 {
 
 inline constexpr std::int64_t kSecondsADay = 86'400;
 
-// The current local time of a wall clock, including summer time, in seconds since 1970-01-01 00:00:00 local
-// time.
+// The current local time, including daylight saving time, in seconds since 1970-01-01 00:00:00 local time.
 std::int64_t localTime();
 
 }  // namespace qbsvrl6

@@ -33,7 +33,7 @@ bool fitsWord(Int128 number) { return static_cast<std::int64_t>(number) == numbe
 
 Int128 magnitude(Int128 number) { return number < 0 ? -number : number; }
 
-// The compiler's own checked product of 128 bits needs a library that not every linker brings.
+// The compiler's checked product of 128 bits needs a runtime library that is not linked everywhere.
 bool product(Int128 left, Int128 right, Int128& result) {
     const bool small = fitsWord(left) && fitsWord(right);
     if (!small && right != 0 && magnitude(left) > kLargest / magnitude(right)) return false;
@@ -57,7 +57,7 @@ bool align(const Decimal& left, const Decimal& right, Int128& a, Int128& b) {
     return more >= 0 ? scaled(b, more, b) : scaled(a, -more, a);
 }
 
-// The decimal of a coefficient whose places may lie out of range.
+// The decimal of a coefficient whose places may be out of range.
 bool make(Int128 coefficient, std::int64_t places, Decimal& decimal) {
     if (coefficient == 0) places = 0;
     while (places > Decimal::kMostPlaces && coefficient % 10 == 0) {
@@ -73,7 +73,8 @@ bool make(Int128 coefficient, std::int64_t places, Decimal& decimal) {
     return true;
 }
 
-// The exponent of a number, which has at least one digit; a value too large for any decimal stays too large.
+// The exponent of a number, which has at least one digit. Large values are capped: they are too large for any
+// decimal.
 template <class Unit>
 bool parseExponent(const Unit* at, const Unit* end, std::int64_t& exponent) {
     constexpr std::int64_t kTooMuch = 1'000'000;
@@ -94,7 +95,7 @@ bool parseText(std::basic_string_view<Unit> text, Decimal& decimal) {
     const Unit* const end = at + text.size();
     const bool negative = at != end && *at == Unit('-');
     if (negative) ++at;
-    // Digits go through one word as long as they fit there.
+    // Digits are collected in one word as long as they fit.
     constexpr std::uint64_t kRoomForDigit = std::numeric_limits<std::uint64_t>::max() / 10 - 1;
     std::uint64_t word = 0;
     Int128 wide = 0;
@@ -136,7 +137,7 @@ Unit* writeText(const Decimal& decimal, Unit* out) {
     std::size_t count = 0;
     const auto places = static_cast<std::size_t>(reduced.places());
     while (rest != 0 || count <= places) {
-        // A whole word's division is many times faster.
+        // Dividing a word of 64 bits is many times faster.
         const int digit = fitsWord(rest) ? static_cast<int>(static_cast<std::int64_t>(rest) % 10)
                                          : static_cast<int>(rest % 10);
         rest = fitsWord(rest) ? static_cast<std::int64_t>(rest) / 10 : rest / 10;
@@ -223,7 +224,7 @@ bool Decimal::rounded(int places, Decimal& result) const {
     return make(units, places, result);
 }
 
-// If the operands cannot be aligned, they may fit without the zeros after their last decimals.
+// If the operands cannot be aligned, they may fit without their trailing zeros.
 bool addAligned(Decimal left, Decimal right, Decimal& sum) {
     Int128 a = 0;
     Int128 b = 0;
@@ -250,8 +251,8 @@ bool multiply(const Decimal& left, const Decimal& right, Decimal& result) {
            make(coefficient, a.places() + b.places(), result);
 }
 
-// A quotient has an end if the divisor's factors other than 2 and 5 divide the dividend: with the larger
-// number of twos and fives as places it is whole then.
+// A quotient terminates if the divisor's factors other than 2 and 5 divide the dividend. It needs as many
+// more places as the divisor has twos or fives, whichever are more.
 bool divide(const Decimal& dividend, const Decimal& divisor, Decimal& quotient) {
     const Decimal above = dividend.reduced();
     const Decimal below = divisor.reduced();
@@ -305,7 +306,8 @@ bool modulo(const Decimal& dividend, const Decimal& divisor, Decimal& remainder)
     return true;
 }
 
-// With more bits than a double has, if the machine has them, so that intermediate rounding is not visible.
+// Calculates with more bits than a double has, if the machine has them, so that intermediate rounding is not
+// visible.
 double nearestQuotient(const Decimal& dividend, const Decimal& divisor) {
     auto quotient =
         static_cast<long double>(dividend.coefficient()) / static_cast<long double>(divisor.coefficient());
@@ -318,7 +320,7 @@ int compare(const Decimal& left, const Decimal& right) {
     Int128 a = 0;
     Int128 b = 0;
     if (align(left, right, a, b)) return a < b ? -1 : (b < a ? 1 : 0);
-    // The one with fewer places is beyond all that the other can be.
+    // The one with fewer places overflows when it is scaled, so its magnitude is larger.
     const Int128 larger = left.places() < right.places() ? left.coefficient() : -right.coefficient();
     return larger < 0 ? -1 : 1;
 }

@@ -32,10 +32,10 @@ public:
     bool isWide() const;
     constexpr bool isZero() const { return low_ == 0 && high_ == 0; }
 
-    // A whole text: "-", digits with at most one point, an exponent.
+    // The text must consist of "-", digits with at most one point, and an exponent; only digits are required.
     static bool parse(std::string_view text, Decimal& decimal);
     static bool parse(std::u16string_view text, Decimal& decimal);
-    // The shortest decimal that reads back as the double, or the nearest one with so many digits.
+    // The shortest decimal that reads back as the double, or the nearest one with this number of digits.
     static bool ofDouble(double number, Decimal& decimal);
     static bool ofDouble(double number, int digits, Decimal& decimal);
 

@@ -1,5 +1,5 @@
-// For C libraries that continue without memory and return wrong results: boxes instead of letters, half a
-// list of fonts.
+// Protection from C libraries that mishandle a lack of memory. Some continue and return wrong results: boxes
+// instead of letters, half a list of fonts.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ENOUGH_MEMORY_H
 #define QBSVR_QBSVRL6_SUPPORT_ENOUGH_MEMORY_H
 
@@ -35,8 +35,8 @@ auto withEnoughMemory(Step step) {
     }
 }
 
-// For C libraries that end the process, or harm it, without memory. Reserves a megabyte before they are called:
-// blocks that the constructor frees again, below one that prevents their return to the system.
+// For C libraries that end or corrupt the process if memory runs out. Reserves a megabyte before they are
+// called: blocks that the constructor frees again, below one that prevents their return to the system.
 class MemoryAtHand {
 public:
     MemoryAtHand() {

@@ -44,7 +44,7 @@ struct SourcePlace {
 // "file:line:column: message", without the parts that are unknown.
 std::string placedMessage(std::string_view file, TextPosition position, std::string_view message);
 
-// what() reads as placedMessage. All text is UTF-8.
+// what() has the form of placedMessage. All text is UTF-8.
 class EngineError : public std::runtime_error {
 public:
     EngineError(ErrorCode code, const std::string& message, SourcePlace place = {});

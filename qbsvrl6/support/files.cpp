@@ -26,7 +26,7 @@ namespace {
 
 }  // namespace
 
-// Not blocking: opening a pipe would wait for its writer.
+// O_NONBLOCK: otherwise, opening a pipe would wait for its writer.
 InputFile::InputFile(std::string path)
     : path_(std::move(path)), file_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     if (!file_.valid()) {
@@ -61,7 +61,7 @@ std::string readFile(const std::string& path, std::size_t maxBytes) {
     std::size_t length = 0;
     while (length < bytes.size()) {
         const std::size_t count = file.read(bytes.data() + length, bytes.size() - length);
-        if (count == 0) break;  // the file shrank meanwhile
+        if (count == 0) break;  // the file has shrunk in the meantime
         length += count;
     }
     bytes.resize(length);

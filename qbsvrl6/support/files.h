@@ -11,14 +11,14 @@
 
 namespace qbsvrl6 {
 
-// A regular file, read from front to end.
+// A regular file, read from start to end.
 class InputFile {
 public:
     // Raises EngineError that names the path: FileNotFound, FileUnreadable (also for a directory or a pipe).
     // Raises MachineError if descriptors run out.
     explicit InputFile(std::string path);
 
-    // When it was opened.
+    // The size when the file was opened.
     std::uintmax_t size() const { return size_; }
     // Reads at most `size` bytes; 0 only at the end. Raises EngineError as the constructor does.
     std::size_t read(char* to, std::size_t size);
@@ -34,8 +34,8 @@ private:
 // Raises MachineError if descriptors or memory run out.
 std::string readFile(const std::string& path, std::size_t maxBytes);
 
-// Writes the whole file or leaves the old one, as larkspur::WriteWholeFile does. Creates missing directories.
-// Raises EngineError (FileUnwritable) that names the path and the system's cause.
+// Writes the whole file or leaves the old one in place, as larkspur::WriteWholeFile does. Creates missing
+// directories. Raises EngineError (FileUnwritable) that names the path and the system's cause.
 void writeFile(const std::string& path, std::string_view bytes);
 
 // The directory part of a path, ending in "/"; empty if the path has none.

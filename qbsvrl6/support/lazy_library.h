@@ -1,6 +1,6 @@
 // A shared library of the system that is loaded on first use. Few reports fetch from the web, print or become
-// images, and the libraries for that load dozens of others: if they were linked, they would take half of the
-// time of a small report, and a machine without a print service would need its library.
+// images, and the libraries for that load dozens of others. If they were linked, loading them would take half
+// the time of a small report, and a machine without a print service would need its library.
 #ifndef QBSVR_QBSVRL6_SUPPORT_LAZY_LIBRARY_H
 #define QBSVR_QBSVRL6_SUPPORT_LAZY_LIBRARY_H
 
@@ -29,7 +29,7 @@ private:
 };
 
 // Declares and initialises a member with the library's function of this name.
-// NOLINTBEGIN(bugprone-macro-parentheses): a declaration has no place for them
+// NOLINTBEGIN(bugprone-macro-parentheses): a declaration cannot have them
 #define QBSVR_LAZY_FUNCTION(library, name) \
     decltype(::name)* name = (library).function<decltype(::name)>(#name)
 // NOLINTEND(bugprone-macro-parentheses)

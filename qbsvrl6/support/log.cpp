@@ -20,7 +20,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// The directory `name` in `parent`, created for the user alone if it is missing. A link isn't
+// The directory `name` in `parent`, created for the user alone if it is missing. Symbolic links are not
 // followed.
 Descriptor openDirectory(const Descriptor& parent, const char* name) {
     if (!parent.valid()) return Descriptor();
@@ -28,12 +28,12 @@ Descriptor openDirectory(const Descriptor& parent, const char* name) {
     return Descriptor(::openat(parent.number(), name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-// Only a folder that exists: a mistyped name makes none.
+// Opens only a folder that exists, so that a mistyped name does not create one.
 Descriptor openExisting(const std::string& path) {
     return Descriptor(path.empty() ? -1 : ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-// Not valid where the user has no such directory.
+// Not valid if the user has no such directory.
 Descriptor stateDirectory() {
     // A program that runs with more rights than its caller ignores the caller's environment.
     const char* state = ::secure_getenv("XDG_STATE_HOME");
@@ -47,10 +47,10 @@ Descriptor stateDirectory() {
     return openDirectory(openDirectory(local, "state"), "qbsvrl6");
 }
 
-// Appends lines to a file that no link leads to. A file that has grown to its limit becomes the old one.
+// Appends lines to a file that is not a link. A file that reaches its size limit becomes the old one.
 class RotatingFile : public spdlog::sinks::base_sink<std::mutex> {
 public:
-    // Raises spdlog_ex where the file can't be opened.
+    // Raises spdlog_ex if the file cannot be opened.
     RotatingFile(Descriptor directory, mode_t rights) : directory_(std::move(directory)), rights_(rights) {
         if (!open()) throw spdlog::spdlog_ex("no log file");
     }
@@ -83,7 +83,7 @@ private:
                status.st_nlink == 1;
     }
 
-    // Another process may have done it already; then its new file is taken.
+    // If another process has already done so, its new file is opened.
     void rotate() {
         ::flock(directory_.number(), LOCK_EX);
         struct stat mine {
@@ -102,7 +102,7 @@ private:
     Descriptor file_;
 };
 
-// Null where the file can't be opened for appending.
+// Null if the file cannot be opened for appending.
 std::shared_ptr<spdlog::logger> openLogger(Descriptor directory, mode_t rights) {
     try {
         auto sink = std::make_shared<RotatingFile>(std::move(directory), rights);
@@ -131,7 +131,7 @@ public:
 private:
     std::shared_ptr<spdlog::logger> current() {
         const std::lock_guard lock(mutex_);
-        if (!logger_) {  // each line tries again: what lacked once may be there now
+        if (!logger_) {  // each line tries again: the folder may exist by now
             logger_ = openLogger(openDirectory(openExisting(setupPath_), "log"), 0640);
             if (!logger_) logger_ = openLogger(stateDirectory(), 0600);
         }
@@ -149,8 +149,8 @@ Log& theLog() {
     return *log;
 }
 
-// Control characters as "\n" or "\x1b"; the second half of them (U+0080 to U+009F) and the separators of
-// lines and paragraphs (U+2028, U+2029) too.
+// Escapes control characters, including those from U+0080 to U+009F, as "\n" or "\x1b", and the separators of
+// lines and paragraphs (U+2028, U+2029) as "\n".
 std::string withoutControls(std::string_view text) {
     std::string shown;
     shown.reserve(text.size());
@@ -175,7 +175,7 @@ std::string withoutControls(std::string_view text) {
     return shown;
 }
 
-// One event is one line that can be read, whatever file names and texts it quotes.
+// One event is one readable line, whatever file names and texts it quotes.
 std::string asOneLine(std::string_view message) {
     constexpr std::size_t kLongest = 4'000;
     std::string line(message);

@@ -26,18 +26,20 @@ namespace qbsvrl6 {
 // when the first line is written.
 void setLogSetupPath(const std::string& setupPath);
 
-// `position` is a position in the file that is the subject (below).
+// The source line that logs a message.
 struct LogKind {
     const char* file;
     int line;
     auto operator<=>(const LogKind&) const = default;
 };
+
+// `position` is a position in the file that is the subject (below).
 void logError(std::string_view message, TextPosition position = {}, const char* file = __builtin_FILE(),
               int line = __builtin_LINE());
 void logWarning(std::string_view message, TextPosition position = {}, const char* file = __builtin_FILE(),
                 int line = __builtin_LINE());
 void logInfo(std::string_view message);
-// Written once per innermost subject (below).
+// Logs the message once per subject (below).
 void logWarningOnce(std::string_view message, const char* file = __builtin_FILE(),
                     int line = __builtin_LINE());
 
@@ -59,7 +61,7 @@ public:
     // Whether the message is new for this subject.
     bool isNew(std::string_view message);
 
-    // Counts a line of the kind. Returns false if there were enough already.
+    // Counts a line of the kind. Returns false if there have been enough already.
     bool hasRoomFor(const LogKind& kind, std::string_view message);
 
 private:

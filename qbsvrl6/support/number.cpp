@@ -19,7 +19,7 @@ bool parseDouble(std::string_view text, Number& number) {
     double parsed = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, parsed);
-    // from_chars also knows "inf" and "nan", which data never means.
+    // from_chars also accepts "inf" and "nan", which are never numbers in data.
     if (error != std::errc() || stop != end || !std::isfinite(parsed)) return false;
     number = parsed;
     return true;
@@ -35,8 +35,9 @@ Number calculate(const Number& left, const Number& right,
     return nearest(left.toDouble(), right.toDouble());
 }
 
-// The decimal that a double means when it is rounded to so many places. Its digits after the first 15 are
-// left over from calculating, so the first 15 alone decide what a half or a whole is, as far as they reach.
+// The decimal that a double represents when it is rounded to this number of places. Its digits after the
+// first 15 are errors of earlier calculations, so the first 15 alone decide what is a half or a whole number,
+// as far as they reach.
 bool readForPlaces(double number, int places, Decimal& decimal) {
     constexpr int kSureDigits = 15;
     const bool reach = std::fabs(number) < std::pow(10.0, kSureDigits - 1 - places);
@@ -114,7 +115,7 @@ Number operator/(const Number& left, const Number& right) {
     if (a == nullptr || b == nullptr) return left.toDouble() / right.toDouble();
     Decimal quotient;
     if (divide(*a, *b, quotient)) return quotient;
-    // A double would lose what the operands have.
+    // A double would lose digits that the operands have.
     if ((a->isWide() || b->isWide()) && divideRounded(*a, *b, quotient)) return quotient;
     return nearestQuotient(*a, *b);
 }

@@ -1,4 +1,4 @@
-// Numbers as reports calculate with them.
+// The numbers with which reports calculate.
 #ifndef QBSVR_QBSVRL6_SUPPORT_NUMBER_H
 #define QBSVR_QBSVRL6_SUPPORT_NUMBER_H
 
@@ -22,8 +22,8 @@ public:
     constexpr Number(std::integral auto whole) : number_(Decimal(whole, 0)) {}
     Number(double number);
 
-    // A whole text: "-", digits with at most one point, an exponent. Returns false for other texts, and for
-    // numbers beyond the range of double.
+    // The text must consist of "-", digits with at most one point, and an exponent; only digits are required.
+    // Returns false for other texts, and for numbers beyond the range of double.
     static bool parse(std::string_view text, Number& number);
     static bool parse(std::u16string_view text, Number& number);
 

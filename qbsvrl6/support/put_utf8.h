@@ -6,7 +6,7 @@
 
 namespace qbsvrl6 {
 
-// Writes a character beyond ASCII to a buffer of four bytes and returns its length.
+// Writes a character outside ASCII to a buffer of four bytes and returns its length.
 inline std::size_t putUtf8(char* place, char32_t c) {
     std::size_t used = 0;
     const auto put = [&](char32_t byte) { place[used++] = static_cast<char>(byte); };

@@ -22,7 +22,7 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr int kIpv4Bits = 32;
-constexpr int kIpv4Start = 96;  // bits before an address of IPv4
+constexpr int kIpv4Start = 96;  // bits before the IPv4 address
 
 // "10.0.0.0/8", "fc00::/7", "127.0.0.1".
 std::optional<IpNetwork> networkOf(std::string_view text) {
@@ -57,7 +57,7 @@ bool isIn(const std::vector<IpNetwork>& networks, const IpAddress& address) {
                        [&](const IpNetwork& network) { return network.contains(address); });
 }
 
-// The address of IPv4 that begins at a byte of one of IPv6.
+// The IPv4 address that begins at this byte of an IPv6 address.
 IpAddress ipv4At(const IpAddress& address, std::size_t byte) {
     IpAddress inner{};
     inner[10] = inner[11] = 0xFF;
@@ -65,7 +65,7 @@ IpAddress ipv4At(const IpAddress& address, std::size_t byte) {
     return inner;
 }
 
-// The address of IPv4 in an address of a translator (NAT64) or a tunnel (6to4); otherwise the address itself.
+// The IPv4 address in an address of a translator (NAT64) or a tunnel (6to4); otherwise the address itself.
 IpAddress unwrapped(const IpAddress& address) {
     static const IpNetwork kTranslated = networkOf("64:ff9b::/96").value();
     static const IpNetwork kTunnelled = networkOf("2002::/16").value();
@@ -74,8 +74,8 @@ IpAddress unwrapped(const IpAddress& address) {
     return address;
 }
 
-// Whether the whole internet reaches it: it is not private, loop-back, link-local, shared, multicast or reserved,
-// and not such an address of IPv4 wrapped in one of IPv6.
+// Whether the address is reachable from the whole internet: it is not private, loopback, link-local, shared,
+// multicast or reserved, nor an IPv6 address that contains such an IPv4 address.
 bool isPublicAddress(const IpAddress& address) {
     static const std::vector<IpNetwork> kIpv4 = networksOf({"0.0.0.0/0"});
     static const std::vector<IpNetwork> kIpv6 = networksOf({"2000::/3"});

@@ -66,7 +66,7 @@ private:
     std::vector<IpNetwork> networks_;
 };
 
-// The rules for the current work on a report. It is found by thread; the innermost object applies.
+// The rules for the current work on a report. They are stored per thread; the innermost object applies.
 class Reach {
 public:
     explicit Reach(std::shared_ptr<const ReachRules> rules);

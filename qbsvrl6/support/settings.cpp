@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kFile = "qbsvrl6.conf";
 constexpr std::size_t kMostBytes = 1u << 20;
 
-// Empty where the user has no such folder.
+// Empty if the user has no such folder.
 std::string userFolder() {
     // A program that runs with more rights than its caller ignores the caller's environment.
     const char* config = ::secure_getenv("XDG_CONFIG_HOME");
@@ -27,7 +27,7 @@ std::string fileIn(const std::string& folder) {
     return folder.empty() || folder.back() == '/' ? folder + kFile : folder + "/" + kFile;
 }
 
-// Empty where there is none.
+// Empty if there is none.
 std::string settingsFile(const std::string& setupPath) {
     for (const std::string& folder : {setupPath, userFolder()}) {
         if (!folder.empty() && ::access(fileIn(folder).c_str(), F_OK) == 0) return fileIn(folder);
@@ -36,10 +36,10 @@ std::string settingsFile(const std::string& setupPath) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r";
-    const std::size_t first = text.find_first_not_of(kBlanks);
+    constexpr std::string_view kSpaces = " \t\r";
+    const std::size_t first = text.find_first_not_of(kSpaces);
     return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+                                           : text.substr(first, text.find_last_not_of(kSpaces) + 1 - first);
 }
 
 }  // namespace
@@ -62,7 +62,7 @@ std::vector<Setting> readSettings(const std::string& setupPath) {
         const std::string_view value =
             sign == std::string_view::npos ? std::string_view() : trimmed(setting.substr(sign + 1));
         if (name.empty() || value.empty()) {
-            throw EngineError(ErrorCode::NotSupported, "a setting reads name = value", place);
+            throw EngineError(ErrorCode::NotSupported, "a setting has the form name = value", place);
         }
         settings.push_back({std::string(name), std::string(value), place});
     }

@@ -1,6 +1,6 @@
 // The settings file, in which the administrator of a machine limits the engine. It has one setting per line,
-// "name = value"; "#" begins a comment. It is qbsvrl6.conf in the set-up folder, or else in the user's folder
-// of settings ($XDG_CONFIG_HOME or ~/.config).
+// "name = value"; "#" begins a comment. It is qbsvrl6.conf in the set-up folder, or else in the user's
+// configuration folder ($XDG_CONFIG_HOME or ~/.config).
 #ifndef QBSVR_QBSVRL6_SUPPORT_SETTINGS_H
 #define QBSVR_QBSVRL6_SUPPORT_SETTINGS_H
 

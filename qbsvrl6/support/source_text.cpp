@@ -20,7 +20,7 @@ struct KnownEncoding {
     const char* converter;  // for iconv; null: UTF-8 or a part of it
 };
 
-// The names that Chinese files bear all read by GB18030, which holds the older sets.
+// The encodings of simplified Chinese are all read as GB18030, which contains the older ones.
 constexpr std::array kEncodings = {
     KnownEncoding{"utf-8", nullptr},         KnownEncoding{"utf8", nullptr},
     KnownEncoding{"us-ascii", nullptr},      KnownEncoding{"gb18030", "GB18030"},

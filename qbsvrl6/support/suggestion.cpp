@@ -11,7 +11,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Names come from templates and data, which may hold any number of them at any length.
+// Names come from templates and data, which may contain any number of names of any length.
 constexpr std::size_t kComparedUnits = 64;
 constexpr std::size_t kListedNames = 12;
 constexpr std::size_t kListedUnits = 48;

@@ -9,7 +9,7 @@
 
 namespace qbsvrl6 {
 
-// Names after these are neither suggested nor counted.
+// Further names are neither suggested nor counted.
 inline constexpr std::size_t kMostSuggested = 2'000;
 
 // The most likely meaning of a misspelt name: the name with the fewest letters inserted, omitted, replaced or

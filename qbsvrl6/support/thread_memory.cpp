@@ -14,11 +14,11 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr std::size_t kWorthReturning = 32u << 20;
-constexpr std::time_t kSecondsBetween = 1;  // while other threads work on
+constexpr std::time_t kSecondsBetween = 1;  // while other threads are running
 
 std::atomic<int> threads{0};
-std::atomic<std::size_t> residentBusy{0};  // after the last return with other threads at work
-std::atomic<std::size_t> residentIdle{0};  // after the last one without
+std::atomic<std::size_t> residentBusy{0};  // after the last return while other threads were running
+std::atomic<std::size_t> residentIdle{0};  // after the last return without other threads
 std::atomic<std::time_t> lastReturn{0};
 
 std::size_t residentBytes() {

@@ -4,9 +4,9 @@
 
 namespace qbsvrl6 {
 
-// Returns the memory that this thread frees to the system when the thread ends. The allocator would keep it
-// for other threads: hundreds of megabytes after some dozens of threads. Call it before creating objects that
-// live as long as the thread. Does nothing on the first thread of the process.
+// When this thread ends, returns the memory that it has freed to the system. The allocator would keep it for
+// other threads: hundreds of megabytes after a few dozen threads. Call it before creating objects that live
+// as long as the thread. Does nothing on the first thread of the process.
 void returnMemoryAtThreadEnd();
 
 }  // namespace qbsvrl6

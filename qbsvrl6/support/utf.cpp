@@ -17,12 +17,12 @@ constexpr bool isLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 
 
 struct Decoded {
     char32_t character = kReplacement;
-    std::size_t length = 1;  // bytes taken; of a bad sequence its maximal bad part
+    std::size_t length = 1;  // bytes read; of an invalid sequence, its maximal invalid part
     bool valid = false;
 };
 
-// UTF-8 as in table 3-7 of the Unicode standard: the second byte's range depends on the first, which keeps
-// overlong forms, surrogates and numbers beyond U+10FFFF out.
+// UTF-8 as in table 3-7 of the Unicode standard: the second byte's range depends on the first, which excludes
+// overlong forms, surrogates and numbers beyond U+10FFFF.
 Decoded decode(std::string_view bytes, std::size_t index) {
     const auto byteAt = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
     const unsigned char lead = byteAt(index);

@@ -6,7 +6,7 @@
 
 namespace qbsvrl6 {
 
-// Spaces of any width, including the zero-width space and the byte order mark, tabs and line ends.
+// Tabs, line ends and spaces of any width, including the zero-width space and the byte order mark.
 constexpr bool isWhiteSpace(char16_t unit) {
     if (unit < 0x80) return unit == u' ' || (unit >= 9 && unit <= 13);
     return unit == 0x85 || unit == 0xA0 || unit == 0x3000 || (unit >= 0x2000 && unit <= 0x200B) ||

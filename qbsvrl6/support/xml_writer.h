@@ -10,7 +10,7 @@
 
 namespace qbsvrl6 {
 
-// Append escaped text and quoted attribute values. Characters that XML cannot hold become U+FFFD; readers
+// Append escaped text and quoted attribute values. Characters that XML cannot contain become U+FFFD; readers
 // return all others unchanged: line ends in text that a reader would change are written as references, as are
 // all line ends and tabs in values. 8-bit text is UTF-8.
 void appendXmlText(std::string& out, std::u16string_view text);
@@ -113,7 +113,7 @@ public:
         return *this;
     }
 
-    // Treats as open an element whose tag was written elsewhere.
+    // Continues an element whose start tag was written elsewhere.
     XmlWriter& resume(std::string_view name) {
         names_.push_back(name);
         return *this;

@@ -92,10 +92,10 @@ TEST_F(BudgetTest, TheSettingsFileIsReadWithTheSetUpFolder) {
     };
     const std::pair<const char*, const char*> cases[] = {
         {"# few\nbudget.pages = 1 # page\n", "the budget pages of 1 is used up"},
-        {"budget.wall-time = 2 parsecs", R"(qbsvrl6.conf:1: "2 parsecs" is no value of wall-time)"},
+        {"budget.wall-time = 2 parsecs", R"(qbsvrl6.conf:1: "2 parsecs" is not a value of wall-time)"},
         {"\nbudget.page = 1",
          R"(qbsvrl6.conf:2: there is no setting "budget.page"; did you mean "budget.pages"?)"},
-        {"budget.pages", "qbsvrl6.conf:1: a setting reads name = value"},
+        {"budget.pages", "qbsvrl6.conf:1: a setting has the form name = value"},
     };
     for (const auto& [settings, told] : cases) {
         EXPECT_NE(exportWith(settings).find(told), std::string::npos) << settings;

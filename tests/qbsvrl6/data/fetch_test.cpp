@@ -57,7 +57,7 @@ TEST_F(FetchFile, ReadsRegularFilesUpToTheLimit) {
     EXPECT_EQ(get("pipe"), "! pipe: not a regular file");
     EXPECT_EQ(get("/dev/zero"), "! /dev/zero: not a regular file");
     EXPECT_EQ(get(""), "! the address of the data is empty");
-    EXPECT_EQ(get("file:a%00b"), "! a: the path holds a null character");
+    EXPECT_EQ(get("file:a%00b"), "! a: the path contains a null character");
     EXPECT_EQ(get("ftp://h/x").substr(0, 13), "! ftp://h/x: ");
 }
 
