@@ -1,5 +1,5 @@
-// Names of files and web addresses, as in templates and data. Each has a path or is rejected with
-// EngineError; converted for another folder, it still refers to the same file.
+// Names of files and web addresses, as in templates and data. Each is accepted, or rejected with EngineError;
+// only web addresses have no path, and remain web addresses when they are converted for another folder.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

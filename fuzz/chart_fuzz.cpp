@@ -1,5 +1,5 @@
 // Chart data as a program passes it. It is rejected with EngineError and leaves the chart unchanged, or it is
-// drawn as any kind of chart and at any size.
+// drawn as a chart of any kind and width.
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>

@@ -9,7 +9,7 @@ using namespace larkspur;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 4096;  // work is linear in the text: longer ones only take longer
+constexpr std::size_t kMaxSize = 4096;  // time is linear in the length: longer inputs only take longer
 
 void require(bool condition) {
     if (!condition) std::abort();
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 ParseDateTime(FormatDateTime(value, u"yyyy-MM-dd HH:mm:ss").c_str(), ok);
             require(ok && again.m_Time == value.m_Time);
         }
-    } catch (const ClkException&) {  // a year that no int holds
+    } catch (const ClkException&) {  // a year beyond the range of int
     }
     DecodeDateTimeFormatPrecision(format.c_str());
     ClkBooleanFormatParser boolean;

@@ -1,4 +1,5 @@
-// The bytes of a font file. They are not a font, or every character of the font is embedded in a PDF.
+// The bytes of a font file. They are not a font, or a text in it is embedded in a PDF or rejected with
+// EngineError.
 #include <hb.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -52,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const auto face = openFontFace("/proc/self/fd/" + std::to_string(descriptor), 0);
     if (!face) return 0;
     embed(*face);
-    // A process keeps its fonts in memory; here there would be too many of them.
+    // The engine never frees fonts; here there would be too many of them.
     hb_font_destroy(face->font);
     hb_face_destroy(face->face);
     ::munmap(const_cast<char*>(face->bytes.data()), face->bytes.size());

@@ -10,7 +10,7 @@ using namespace larkspur;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 8192;  // passes every limit of the parser, and recursion below is no deeper
+constexpr std::size_t kMaxSize = 8192;  // enough for every limit of the parser, and for the recursion below
 
 void require(bool condition) {
     if (!condition) std::abort();
@@ -35,8 +35,8 @@ bool EndsInEmptyItem(const ClkJsonNode& node) {
     return false;
 }
 
-// A document that was read is written, and reads as the same document. The scanner, which builds no tree,
-// agrees with the parser.
+// A document that has been read and written reads as the same document again. The scanner, which builds no
+// tree, agrees with the parser.
 template <class Json>
 void ParseAndWrite(const lkchar* text, int n, const lkchar* scannedEnd) {
     Json json;
@@ -65,7 +65,7 @@ void ParseAndWrite(const lkchar* text, int n, const lkchar* scannedEnd) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > kMaxSize) return 0;
-    const std::vector<lkchar> units(data, data + size);  // with no terminator, so that an overrun shows
+    const std::vector<lkchar> units(data, data + size);  // no terminator: detects overruns
     const lkchar* text = units.data();
     const int n = static_cast<int>(size);
     ParseAndWrite<ClkObjectJson>(text, n, FindJsonObjectTextEnd(text, n));

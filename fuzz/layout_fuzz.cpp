@@ -15,7 +15,7 @@ using namespace qbsvrl6;
 namespace {
 
 constexpr std::size_t kMaxSize = 8192;  // all elements of the format fit
-constexpr int kMostPages = 2'000;       // tiny pages are sound, and take their time
+constexpr int kMostPages = 2'000;       // tiny pages are valid, but slow
 
 void require(bool condition) {
     if (!condition) std::abort();
@@ -52,7 +52,7 @@ private:
     bool inPage_ = false;
 };
 
-// Draws nothing, but has charts gather their numbers.
+// Draws nothing, but makes charts gather their numbers.
 class CheckingDrawings : public DrawingSource {
 public:
     std::shared_ptr<const Drawing> barcode(const Control&, std::u16string_view, const Rect&) override {

@@ -8,7 +8,7 @@ using namespace larkspur;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 4096;  // work is linear in the text: longer ones only take longer
+constexpr std::size_t kMaxSize = 4096;  // time is linear in the length: longer inputs only take longer
 
 void require(bool condition) {
     if (!condition) std::abort();
@@ -31,7 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     parser.Format(-value);
     require(parser.Format(value) == text);
 
-    // The section in a buffer is the text of a parser that has nothing else, cut to the buffer.
+    // A section formatted into a buffer is the text of a parser with this section only, cut off at the
+    // buffer's size.
     lkchar buffer[128];
     parser.m_Normal.Format(value, buffer);
     ClkNumericFormatParser single;

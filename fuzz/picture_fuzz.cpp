@@ -1,4 +1,4 @@
-// The bytes of a picture file. It is rejected with a message, or has as many pixels as its header says.
+// The bytes of a picture file. It is rejected with EngineError, or has as many pixels as its header declares.
 // Compressed rows that a PDF uses directly come from a PNG that can be decoded.
 #include <cstdint>
 #include <cstdlib>
@@ -12,7 +12,7 @@ using namespace qbsvrl6;
 
 namespace {
 
-// Larger ones take memory and find nothing more.
+// Larger ones only take more memory.
 constexpr std::int64_t kPixels = 1 << 20;
 
 bool isDecoded(const Picture& picture) {

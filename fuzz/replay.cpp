@@ -19,7 +19,7 @@ TEST(FuzzSeeds, Replay) {
         const std::size_t step = 1 + seed.size() / 512;
         for (std::size_t left = 0; left <= seed.size(); left += step) {
             const std::size_t size = seed.size() - left;
-            const std::string input = seed.substr(0, size);  // of its own size, so that an overrun shows
+            const std::string input = seed.substr(0, size);  // an exact copy, so that an overrun is detected
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), size);
         }
         ++count;

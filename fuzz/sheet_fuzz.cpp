@@ -1,5 +1,5 @@
-// Bands with any geometry and texts, written in the cell format that the first byte selects. None may fail;
-// some documents are made twice and must be the same.
+// Bands of any geometry and text, written in the cell format that the first byte selects. No document may
+// fail; some are made twice and must be the same.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -18,7 +18,7 @@ public:
     Source(const std::uint8_t* data, std::size_t size) : data_(data), end_(data + size) {}
     bool isEmpty() const { return data_ == end_; }
     int byte() { return isEmpty() ? 0 : *data_++; }
-    // From -6 m to 26 m in steps that meet each other often.
+    // From -3.7 m to 26 m, in steps that often coincide.
     Micrometres length() { return (byte() - 32) * (byte() % 4 == 0 ? 117'000 : 500); }
     std::u16string text() {
         std::u16string text;
@@ -118,7 +118,7 @@ std::string document(Source source, std::unique_ptr<PageSink> (*make)(const Shee
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > 1000) return 0;  // more bands find nothing new
-    // The fast ones more often: a package of XML is compressed.
+    // The fast ones occur more often: a package of XML is compressed.
     static constexpr std::array kWriters{&makeCsvWriter, &makeTxtWriter, &makeHtmWriter, &makeRtfWriter,
                                          &makeXlsWriter, &makeHtmWriter, &makeTxtWriter, &makeXlsxWriter};
     const auto make = kWriters[data[0] % kWriters.size()];

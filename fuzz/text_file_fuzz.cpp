@@ -18,7 +18,7 @@ void require(bool condition) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::vector<char> bytes(data, data + size);  // a block of its own size: a read past it is seen
+    const std::vector<char> bytes(data, data + size);  // an exact copy, so that an overrun is detected
     const int n = static_cast<int>(bytes.size());
     lkstr text;
     TextEncodeMode mode = TextEncodeUtf8;

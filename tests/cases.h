@@ -1,15 +1,15 @@
-// Cases in files of text, compared with what comes out:
+// Test cases in text files, whose expected texts are compared with the actual ones:
 //
 //     === title
 //     input
 //     --- data
-//     more input; may be left out
+//     more input; optional
 //     --- view
 //     the expected text; there may be several views
 //
-// A view may also be lines "input => what comes out", with comments between them: see eachLine.
+// A view may also consist of lines "input => output", with comments between them: see eachLine.
 //
-// With QBSVR_UPDATE_TESTS=1 in the environment, tests write what comes out instead of comparing it.
+// With QBSVR_UPDATE_TESTS=1 in the environment, tests write the actual texts instead of comparing them.
 #ifndef QBSVR_TESTS_CASES_H
 #define QBSVR_TESTS_CASES_H
 
@@ -53,7 +53,7 @@ inline std::vector<TextCase> readCases(const std::filesystem::path& file) {
     return cases;
 }
 
-// Compares each view of each case of the file with what `make` gives for it.
+// Compares each view of each case of the file with the text that `make` returns for it.
 inline void expectCases(const std::filesystem::path& file,
                         const std::function<std::string(const TextCase&, const std::string& view)>& make) {
     const std::vector<TextCase> cases = readCases(file);
@@ -75,7 +75,7 @@ inline void expectCases(const std::filesystem::path& file,
     if (updatesTests()) std::ofstream(file, std::ios::binary) << updated.str();
 }
 
-// The lines of the case's only view, with what `make` gives for the input in each; "// ..." is a comment.
+// The lines of the case's only view, each with the output of `make` for its input; "// ..." is a comment.
 inline std::string eachLine(const TextCase& one, const std::function<std::string(const std::string&)>& make) {
     std::string lines;
     std::istringstream in(one.views.front().second);

@@ -178,7 +178,7 @@ TEST(MyHex, LettersOfBytes) {
 TEST(Uri, ComponentsAreEncoded) {
     const struct {
         lkstr text;
-        const lkchar* encoded;  // null where it raises
+        const lkchar* encoded;  // null if it raises
     } cases[] = {
         {u"a b", u"a%20b"},
         {u"AZaz09-_.!~*'()", u"AZaz09-_.!~*'()"},

@@ -107,7 +107,7 @@ TEST(Paths, Join) {
         {u"C", u"d/", u"n", u"e", u"C:/d/n.e"},
         {u"C:", u"/d/", u"n", u".e", u"C:/d/n.e"},
         {nullptr, nullptr, u"n", nullptr, u"n"},
-        // What follows a directory without "/" follows a zero unit.
+        // After a directory without "/", the rest follows a zero unit.
         {u"", u"d", u"n", u"e", lkstr(u"d/\0n.e", 6)},
     };
     for (const Case& c : cases) {
@@ -165,7 +165,7 @@ TEST_F(Files, FailuresNameThePath) {
     ClkMemory memory;
     Save(u"file", "x");
     const auto save = [](const lkstr& path) { SaveBinDataToLocalFile(path.c_str(), "ab", 2); };
-    // The path lies in the block that is replaced.
+    // The path is in the block that is replaced.
     const auto load = [&memory](const lkstr& path) {
         memory.SetSize(static_cast<int>((path.size() + 1) * sizeof(lkchar)));
         lkstr_cpy(static_cast<lkchar*>(memory.Data()), path);
@@ -182,15 +182,15 @@ TEST_F(Files, FailuresNameThePath) {
     EXPECT_EQ(Raised([&] { load(Path(u"none")); }),
               "Occured open file failed for read, hint text: " + missing);
     EXPECT_EQ(memory.Size(), 0);
-    // Two bytes stay in the stream's buffer until it is flushed; the disk is full all the same.
+    // Two bytes stay in the stream's buffer until it is flushed; only then is the disk full.
     EXPECT_EQ(Raised([&] { save(u"/dev/full"); }), "Occured write file failed, hint text: /dev/full");
-    // A file of more than 2 GiB; it has no blocks, so it takes no room.
+    // A file of more than 2 GiB; it is sparse and needs no space.
     ASSERT_EQ(truncate(UnicodeTextToPrintf(Path(u"file")).c_str(), (1LL << 32) + 5), 0);
     EXPECT_EQ(GetFileSize(Path(u"file").c_str()), 5);
     EXPECT_EQ(Raised([&] { load(Path(u"file")); }).substr(0, 24), "Occured read file failed");
 }
 
-// How many files of any name lie in a directory.
+// The number of files in a directory, whatever their names.
 std::ptrdiff_t Entries(const lkstr& directory) {
     return std::distance(std::filesystem::directory_iterator(UnicodeTextToPrintf(directory)), {});
 }
@@ -227,7 +227,7 @@ TEST_F(Files, WholeFilesKeepLinksRightsAndWhatTheyFailToReplace) {
     EXPECT_EQ(mode(u"new/f"), 0604U);
     EXPECT_TRUE(std::filesystem::exists(real(u"new/made")));
 
-    // Straight into what is no regular file; a pipe with no reader fails at once.
+    // Files that are not regular are written directly; a pipe without a reader fails immediately.
     ASSERT_EQ(mkfifo(real(u"new/pipe").c_str(), 0600), 0);
     EXPECT_EQ(save(u"new/pipe", "x").substr(0, 34), "Occured open file failed for write");
     const int reader = open(real(u"new/pipe").c_str(), O_RDONLY | O_NONBLOCK);
@@ -246,7 +246,7 @@ TEST_F(Files, WholeFilesKeepLinksRightsAndWhatTheyFailToReplace) {
     EXPECT_EQ(save(u"", "x").substr(0, 7), "Occured");
     EXPECT_EQ(Raised([&] { SaveWholeBinDataToLocalFile(u"", "x", 1); }), "Occured file name null");
 
-    // A disk that fills up in the middle.
+    // A disk that becomes full in the middle of a file.
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
@@ -261,7 +261,7 @@ TEST_F(Files, WholeFilesKeepLinksRightsAndWhatTheyFailToReplace) {
     EXPECT_EQ(Entries(Path(u"new/")), 9) << "no leftovers";
 }
 
-// Rights that root isn't held by.
+// The permissions do not restrict root.
 TEST_F(Files, WholeFilesAreWrittenInPlaceWhereTheDirectoryIsClosed) {
     Save(u"closed/f", "old");
     Save(u"open/f", "old");

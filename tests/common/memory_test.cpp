@@ -89,7 +89,7 @@ TEST(MemoryStream, GrowsByItsRule) {
     ClkMemoryStream stream;
     const str large(60000, 'x');
     stream.Write(large.data(), 60000);
-    EXPECT_EQ(stream.Capacity(), 60000);  // one step isn't enough: exactly what is needed
+    EXPECT_EQ(stream.Capacity(), 60000);  // one step is not enough: exactly as large as needed
     EXPECT_EQ(TextOf(stream), large);
     EXPECT_THROW(stream.AppendTrailData(0, INT_MAX), std::bad_alloc);
     EXPECT_THROW(stream.Write("x", INT_MAX), std::bad_alloc);
@@ -99,10 +99,10 @@ TEST(MemoryStream, GrowsByItsRule) {
     stream.Write(large.data(), 100);
     EXPECT_EQ(stream.Capacity(), 100) << "there was room";
     stream.WriteC('y');
-    EXPECT_EQ(stream.Capacity(), 612);  // by twice the 256 that a single byte asks for at least
+    EXPECT_EQ(stream.Capacity(), 612);  // grows by twice 256, the least for a single byte
     stream.AppendTrailData('x', 3'999'899);
     stream.WriteC('y');
-    EXPECT_EQ(stream.Capacity(), 6'000'000);  // by twice a quarter
+    EXPECT_EQ(stream.Capacity(), 6'000'000);  // grows by twice a quarter
 }
 
 TEST(MemoryStream, ReadsAndWritesAtThePosition) {
@@ -144,7 +144,7 @@ TEST(MemoryStream, SeeksBeyondItsEnd) {
     EXPECT_THROW(stream.Seek(INT_MIN, 2), std::bad_alloc);
     stream.Resize(2);
     EXPECT_EQ(TextOf(stream), "ab");
-    // Without room the unchecked writers drop what they can't store.
+    // The unchecked writers drop bytes for which there is no space.
     stream.AppendByte('x');
     stream.WriteByte('x', 2);
     EXPECT_EQ(TextOf(stream), "ab");

@@ -33,8 +33,8 @@ TEST(StringOps, ComparesWholeTexts) {
         EXPECT_EQ(lkstr_icmp(c.p, c.q), c.folded) << narrow;
         EXPECT_EQ(Sign(lkstr_icmp(p, narrow.c_str())), Sign(c.folded)) << narrow;
     }
-    EXPECT_EQ(lkstr_icmp(u"x", "A"), 1);     // inside both: only the direction
-    EXPECT_EQ(lkstr_icmp(u"xY", "X"), 'y');  // at the end: the folded difference
+    EXPECT_EQ(lkstr_icmp(u"x", "A"), 1);     // a difference inside both texts: only its sign
+    EXPECT_EQ(lkstr_icmp(u"xY", "X"), 'y');  // at the end of one: the folded difference
     EXPECT_EQ(lkstr_cmp(u"\uFFE4", "\xE4"), 0);
     EXPECT_EQ(lkstr_cmp(u"\u00E4", "\xE4"), 0xE4 - 0xFFE4);
     EXPECT_LT(lkstr_cmp(lkstr(u"a\0a", 3), lkstr(u"a\0b", 3)), 0);
@@ -249,7 +249,7 @@ TEST(StringOps, Formats) {
     EXPECT_EQ(StringFormat(u"%5d %d", 1, 2), u"StringFormat '%5d %d' failed d 1");
     EXPECT_EQ(StringFormat("%d%", 1), u"StringFormat '%d%' failed ");
     EXPECT_EQ(StringFormat("%.12", 1), u"StringFormat '%.12' failed ");
-    // Missing arguments and ones of another kind are defined.
+    // The result is defined for missing arguments and for ones of another type.
     EXPECT_EQ(StringFormat("%s|%d|%s", 5, 2.9), u"|2|");
     EXPECT_EQ(StringFormat("%d %f %d", u"x", 3, 1e10), u"0 3.000000 0");
 }

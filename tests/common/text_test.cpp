@@ -78,7 +78,7 @@ TEST(Text, ComparesWithAsciiLiterals) {
     EXPECT_TRUE(lkstr(u"a\0b", 3) == "a");
     EXPECT_TRUE(lkstr(u"ab") != "a");
     EXPECT_TRUE(lkstr() == "");
-    // A byte of 0x80 or more compares as negative, so not even its own widened form equals it.
+    // A byte of 0x80 or more compares as negative, so not even its widened form equals it.
     EXPECT_FALSE(lkstr_fromascii("\xE4") == "\xE4");
     EXPECT_FALSE(lkstr(u"\u00E4") == "\xE4");
 }

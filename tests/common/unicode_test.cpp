@@ -91,8 +91,7 @@ TEST(Unicode, SingleUnitsReadNoByteBehindTheirSequence) {
     }
 }
 
-// The block conversions take short cuts for runs; here they meet runs of all kinds at all lengths and
-// distances.
+// The block conversions have fast paths for runs. Tests runs of all kinds, lengths and distances.
 TEST(Unicode, BlocksAgreeWithSingleUnits) {
     std::mt19937 random(7);
     const lkchar samples[] = {u'a', 0, 0x7F, 0x80, u'é', 0x7FF, 0x800, u'中', u'文', 0xD83D, 0xFFFF};
@@ -112,7 +111,7 @@ TEST(Unicode, BlocksAgreeWithSingleUnits) {
         ASSERT_EQ(Decode(bytes), text) << round;
         ASSERT_TRUE(DetectIsUTF8(Exact(bytes).data(), static_cast<int>(bytes.size()))) << round;
         if (bytes.empty()) continue;
-        // One bad lead byte anywhere is seen.
+        // An invalid lead byte is detected anywhere.
         std::size_t at = random() % bytes.size();
         while ((bytes[at] & 0xC0) == 0x80) --at;
         bytes[at] = '\xFE';
@@ -121,7 +120,7 @@ TEST(Unicode, BlocksAgreeWithSingleUnits) {
     }
 }
 
-// Room for long text is made by estimate; here the estimate is wrong both ways.
+// The space for long texts is estimated; here the estimate is too large and too small.
 TEST(Unicode, LongTextsMayChangeTheirScript) {
     for (const bool asciiFirst : {true, false}) {
         lkstr text = asciiFirst ? lkstr(10000, u'a') : lkstr();

@@ -18,7 +18,7 @@ TEST_F(DriverTest, ThreadsKeepToTheirOwnReports) {
     std::map<std::string, int> lines;
     std::istringstream in(output);
     for (std::string line; std::getline(in, line);) ++lines[line];
-    // One of the sixteen got no report, whichever came last, and is lost alone.
+    // One of the sixteen, whichever came last, got no report; the others are not affected.
     EXPECT_EQ(lines["Create report failed, please view log file to find reason."], 1);
     EXPECT_EQ(lines["load report '/qb/Samples/Reports/bad.qbf' failed."], 15);
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(),

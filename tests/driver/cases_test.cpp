@@ -18,7 +18,7 @@ using recording::Template;
 
 namespace {
 
-// The functions under test, run separately: one function, or two that do the same.
+// The functions under test, each run separately: a single function, or a pair with the same effect.
 using Scenario = std::vector<std::function<void()>>;
 
 // Both forms of a task, each on a fresh report.
@@ -151,7 +151,7 @@ const std::map<std::string, Scenario> kScenarios = {
 };
 // clang-format on
 
-// What doesn't work in a view.
+// The functions that fail in each view.
 const std::map<std::string, std::vector<std::string>> kFailing = {
     {"all works", {}},
     {"no report", {"QBReportCreate"}},

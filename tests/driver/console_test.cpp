@@ -36,7 +36,7 @@ TEST(Getch, TakesOneKeyWithoutALineEndAndRestoresTheTerminal) {
         int terminal = -1;
         const pid_t child = StartReader(terminal);
         if (child < 0) GTEST_SKIP() << "no pseudo-terminal to be had";
-        // A key that comes before the raw mode would be the line discipline's.
+        // The line discipline would handle a key that arrives before the raw mode is set.
         while (!IsRaw(terminal)) usleep(1000);
         ASSERT_EQ(write(terminal, &key, 1), 1);
         EXPECT_EQ(StatusOf(child), key);

@@ -36,7 +36,7 @@ protected:
         ReportCount = -1;
     }
 
-    // Runs it and gives what it printed, with the scratch directory written as OUT.
+    // Runs the function and returns what it printed, with OUT for the output directory.
     template <class Function>
     std::string Output(Function function) {
         testing::internal::CaptureStdout();
@@ -44,7 +44,7 @@ protected:
         return Portable(testing::internal::GetCapturedStdout());
     }
 
-    // The calls since the last Reset, one a line.
+    // The calls since the last Reset, one per line.
     std::string Calls() const { return Portable(Join(recording::Calls())); }
 
     std::string Portable(std::string text) const {

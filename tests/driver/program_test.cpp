@@ -19,7 +19,7 @@ struct Finished {
     int status = 0;  // as waitpid reports it
     std::string output;
     std::string errors;
-    std::string record;  // the calls and broken promises of the recording engine
+    std::string record;  // the calls and violations that the recording engine has recorded
 };
 
 const std::string kModule =
@@ -36,7 +36,7 @@ protected:
 
     void SetList(const std::string& json) { WriteFile(setup / "Samples/Data/ReportListJson.txt", json); }
 
-    // The words are a shell's. SETUP and OUT stand for the two directories, in the results too.
+    // `words` are arguments as in a shell. SETUP and OUT represent the two directories, also in the results.
     Finished RunProgram(const std::string& words, const std::string& fail = "") {
         Finished run;
         waitpid(Start(words, fail), &run.status, 0);
@@ -46,13 +46,14 @@ protected:
         return run;
     }
 
-    // The number of the process that runs the program.
+    // Returns the id of the process that runs the program.
     pid_t Start(std::string words, const std::string& fail = "") {
         Replace(words, "SETUP", setup.string());
         Replace(words, "OUT", out.string());
         const auto at = [this](const char* file) { return (scratch.path / file).string(); };
         std::filesystem::remove(at("record"));
-        // Files, not terminals, take the lines: what an abnormal end leaves in them was flushed line by line.
+        // The output goes to files, not to terminals: lines that are there after an abnormal end were
+        // flushed.
         const std::string command =
             "exec env -i LD_LIBRARY_PATH=" RECORDING_ENGINE_DIR " QBSVR_RECORDING_LOG=" + at("record") +
             " QBSVR_RECORDING_FAIL='" + fail + "' " QBSVRTEST_PROGRAM " " + words + " >" + at("stdout") +
@@ -81,8 +82,8 @@ protected:
     std::filesystem::path setup, out;
 };
 
-// The first line is the words, the others are what fails, and the data is the report list. Every run that ends
-// well ends with the module's texts, which are left out here.
+// The first line contains the arguments, the others the functions that fail; the data is the report list.
+// Every successful run ends with the module's texts, which are left out here.
 TEST_F(Program, RunsAsWritten) {
     qbsvrl6::expectCases(
         QBSVR_SOURCE_DIR "/tests/driver/cases/program.txt",
@@ -131,7 +132,7 @@ TEST_F(Program, ThreadsThatCannotWriteEndIt) {
     EXPECT_EQ(run.output.find("Module"), std::string::npos) << run.output;
 }
 
-// The default tree is rarely there.
+// The default tree rarely exists.
 TEST_F(Program, NoWordMeansTheDefaultTree) {
     const std::string list = "/usr/local/qbsvr6/Samples/Data/ReportListJson.txt";
     if (std::filesystem::exists(list)) GTEST_SKIP() << list << " is there";
@@ -146,7 +147,7 @@ std::map<std::string, std::string> ContentsBelow(const std::filesystem::path& di
     return contents;
 }
 
-// At moments all over a batch, into an empty tree and over the files of a run before.
+// At moments throughout a batch, into an empty tree and over the files of an earlier run.
 TEST_F(Program, AKillLeavesNoPartOfAFile) {
     std::string items;
     for (int i = 0; i < 20; ++i) items += "{\"Name\":\"n" + std::to_string(i) + "\"},";
@@ -201,7 +202,7 @@ std::set<std::string> FunctionNames(const std::string& nmCommand) {
     return names;
 }
 
-// The program holds both libraries whole, and whoever loads it may call them.
+// The program contains both libraries completely, and exports their functions.
 TEST(ProgramFile, ExportsEveryFunction) {
     const std::set<std::string> exported = FunctionNames("nm -D --defined-only " QBSVRTEST_PROGRAM);
     for (const std::string library : {DRIVER_LIBRARY, LARKSPUR_LIBRARY}) {

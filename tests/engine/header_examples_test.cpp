@@ -1,5 +1,5 @@
-// Every example of the headers in engine/ compiles, runs, and does what it says, without a warning in the
-// engine's log.
+// Every example in the headers of engine/ compiles, runs, and does what it documents, without a warning in
+// the engine's log.
 #include "tests/engine/header_examples.h"
 
 #include <gtest/gtest.h>

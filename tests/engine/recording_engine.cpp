@@ -33,11 +33,11 @@ struct Entry {
 struct Node;
 
 // The calls of one created report and everything that belongs to it, or the calls without a report. There is
-// no lock, since it would order the caller's threads and hide races of the caller from ThreadSanitizer.
+// no lock, because it would order the caller's threads and hide the caller's races from ThreadSanitizer.
 struct Journal {
     std::thread::id thread = std::this_thread::get_id();
     bool released = false;
-    std::shared_ptr<Node> report{};  // kept after its release, so that later calls are seen
+    std::shared_ptr<Node> report{};  // kept after its release to detect later calls
     std::vector<Entry> entries{};
 
     void Add(bool violation, const std::string& text);
@@ -50,12 +50,12 @@ struct Node {
 
     Journal* journal;
     std::string name;
-    Node* report;          // from which it hangs; a report's own is itself
+    Node* report;          // that it belongs to; for a report, itself
     int type = 0;          // of a control or an export
     std::u16string value;  // query, label or printer's name
-    std::string bytes;     // of a document; of a report the path of its template
+    std::string bytes;     // of a document; for a report, the path of its template
     std::map<std::string, std::unique_ptr<Node>> parts;
-    std::unique_ptr<lkchar[]> text;  // freed at the next call, so that a caller who keeps it is found out
+    std::unique_ptr<lkchar[]> text;  // freed at the next call, so that its later use is detected
 
     // Of a report.
     std::vector<Node*> controls, charts;
@@ -66,13 +66,13 @@ struct Node {
     std::unique_ptr<CqbGeneralEventInfo> initialize;
     std::unique_ptr<CqbChartEventInfo> chartRequestData;
 
-    // The part of that name, made when it is first asked for.
+    // The part with this name, which is created on first use.
     Node* Get(const std::string& part) {
         std::unique_ptr<Node>& node = parts[part];
         if (!node) node = std::make_unique<Node>(journal, name + "." + part, report);
         return node.get();
     }
-    // One more part of a kind: kind1, kind2 ...
+    // Adds a part of a kind: kind1, kind2 ...
     Node* Add(const std::string& kind) {
         int number = 1;
         while (parts.contains(kind + std::to_string(number))) ++number;
@@ -130,7 +130,7 @@ State& TheState() {
     return state;
 }
 
-// The state must be there before any thread, and until the process exits.
+// The state must exist before any thread, and until the process exits.
 [[maybe_unused]] const State& g_State = TheState();
 
 void Journal::Add(bool violation, const std::string& text) {
@@ -153,7 +153,7 @@ bool Fails(const std::string& function, const std::string& subject) {
 }
 
 void Node::Fill(const Template& content) {
-    // Options and documents stay, so that later calls with them are seen.
+    // Options and documents stay, so that later calls with them are detected.
     std::erase_if(parts, [](const auto& part) {
         return !part.first.starts_with("option") && !part.first.starts_with("object");
     });
@@ -167,7 +167,7 @@ void Node::Fill(const Template& content) {
     for (const std::u16string& chart : content.charts) charts.emplace_back(Add("chart"))->value = chart;
 }
 
-// Runs the handlers as an export does; null if this export is to fail.
+// Runs the handlers as an export does. Returns null if this export must fail.
 Node* Node::Export(const char* function) {
     EndDocument();
     if (initialize) initialize->Execute();
@@ -202,7 +202,7 @@ void Show(std::ostream& out, Argument argument) {
     }
 }
 
-// Writes a call down, and whether it is allowed at all.
+// Records a call, and any violation of the rules.
 void Record(const std::string& function, Node* node, const std::string& text) {
     State& state = TheState();
     std::unique_lock<std::mutex> lock;
@@ -214,11 +214,11 @@ void Record(const std::string& function, Node* node, const std::string& text) {
     if (!node) return;
     if (journal.released) journal.Add(true, text + " after the release");
     if (journal.thread != std::this_thread::get_id()) journal.Add(true, text + " on another thread");
-    // The one text that outlives a call with its handle.
+    // Only this call leaves the text of its handle valid.
     if (function != "QBRecordsetSetConnectionString") node->text.reset();
 }
 
-// Whether the call has something to act on and is not to fail.
+// Records the call. Returns whether it has a handle, if it needs one, and must not fail.
 template <class... Arguments>
 bool Call(const char* function, Arguments... arguments) {
     std::ostringstream out;
@@ -241,7 +241,7 @@ bool Call(const char* function, Arguments... arguments) {
     return (node || !(IsHandle<Arguments> || ...)) && !Fails(function, subject);
 }
 
-// Converts to the handle that a function gives.
+// Converts to the handle that a function returns.
 struct Handle {
     Node* node;
     template <class Type>
@@ -285,7 +285,7 @@ void Release(Node* report) {
     report->chartRequestData.reset();
 }
 
-// Also a load that is to fail, so that a caller who goes on can be followed.
+// Loads even if the call must fail, so that the calls of a caller who continues can be recorded.
 void Load(Node* report, const lkchar* path) {
     if (!report) return;
     report->EndDocument();
@@ -302,7 +302,7 @@ Handle Walk(Node* report, std::size_t to) {
     return {report->controls[to]};
 }
 
-// Attaches, or deletes a handler that no report wants.
+// Attaches the handler, or deletes it if there is no report.
 template <class Handler>
 void Attach(Node* report, Handler* handler, std::unique_ptr<Handler> Node::*slot) {
     std::unique_ptr<Handler> owned(handler);
@@ -369,8 +369,9 @@ struct Signature<Answer(Arguments...)> {
 
 }  // namespace
 
-// One line of the table per function: its name, and what it answers after the call is recorded. There, `node`
-// is the first argument, b, c, d and e are the others, and `done` is the result of Call.
+// The table has one line per function: its name, and the result that it returns after the call is recorded.
+// In the result, `node` is the first argument, b, c, d and e are the others, and `done` is the result of
+// Call.
 #define ANSWER(name) Signature<decltype(name)>::Result
 #define ARGUMENT(name, i) Signature<decltype(name)>::Argument<i>
 #define BODY(name, answer, ...)                                      \
@@ -391,7 +392,7 @@ struct Signature<Answer(Arguments...)> {
          ARGUMENT(name, 4) e) BODY(name, answer, a, b, c, d, e)
 #define MODULE_TEXT(name, text) \
     const lkchar* name() { return Call(#name) ? text : nullptr; }
-// The handler belongs to the engine; it is no part of the call that is written down.
+// The handler belongs to the engine; it is not part of the recorded call.
 #define EVENT(name, slot) \
     void name(ARGUMENT(name, 0) a, ARGUMENT(name, 1) b) { Call(#name, a), Attach(NodeOf(a), b, &Node::slot); }
 

@@ -148,7 +148,7 @@ TEST(DateTime, DecodesAsTheLibraryDoes) {
             << time;
         ASSERT_EQ(value.GetDayOfWeek(), tm.tm_wday + 1) << time;
         ASSERT_EQ(value.GetDayOfYear(), tm.tm_yday + 1) << time;
-        // The short way for digit fields gives what the library gives.
+        // The fast path for digit fields gives the same text as the library.
         constexpr wchar_t kFields[] = L"%Y/%#y-%m-%d年T%#H:%I:%M:%S";
         wchar_t expected[128];
         ASSERT_NE(std::wcsftime(expected, std::size(expected), kFields, &tm), 0U);

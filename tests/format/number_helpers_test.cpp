@@ -1,4 +1,4 @@
-// Rounding, fixed-width numbers, and the texts that the locale gives.
+// Rounding, fixed-width numbers, and texts that depend on the locale.
 #include "format/number_helpers.h"
 
 #include <gtest/gtest.h>

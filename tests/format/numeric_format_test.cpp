@@ -16,7 +16,7 @@ using Analyser = Parser::ClkFormatAnalyser;
 str utf8(const lkstr& text) { return UnicodeTextToPrintf(text); }
 lkstr utf16(const str& text) { return Utf8ToUnicode(text.data(), static_cast<int>(text.size())); }
 
-// Shows "￥" for a "$" while it lives.
+// Shows "￥" for "$" during its lifetime.
 struct YuanCurrency {
     YuanCurrency() { g_c_SCurrency = u"￥"; }
     ~YuanCurrency() { g_c_SCurrency.clear(); }
@@ -47,7 +47,7 @@ str fieldsOf(const lkstr& section) {
 
 str sectionsOf(const lkchar* text) {
     Parser parser;
-    parser.Parse(u"1;2;3");  // leaves nothing of it
+    parser.Parse(u"1;2;3");  // must not affect the next text
     parser.Parse(text);
     EXPECT_EQ(parser.m_IntEnum != nullptr, parser.m_Kind == NumericKindIntEnum);
     str forms = i2str(parser.m_Kind) + " " + describe(parser.m_Normal);
@@ -62,8 +62,8 @@ str writtenAs(const lkstr& text) {
     return utf8(parser.GetFormatText()) + " | " + utf8(parser.GetExportXlsFormatText());
 }
 
-// "VALUE by FORMAT". What single sections do is documented by the reference in numeric_reference_test.cpp; the
-// cases are examples of it, and what it leaves out.
+// "VALUE by FORMAT". What single sections do is documented by the reference in numeric_reference_test.cpp;
+// the cases are examples of it, and what it leaves out.
 str shown(const str& line) {
     const str format = line.substr(line.find(" by ") + 4);
     return utf8(FormatNumber(std::strtod(line.c_str(), nullptr), utf16(format).c_str()));
@@ -103,7 +103,7 @@ TEST(NumericFormat, LongTextComesWholeFromTheParserAndCutIntoABuffer) {
     parser.m_Normal.Format(1.5, buffer);
     EXPECT_EQ(lkstr(buffer), lkstr(127, u'x'));
     EXPECT_EQ(buffer[128], u'!');
-    // Separators alone make it long.
+    // Only the separators make it long.
     EXPECT_EQ(FormatNumber(9.5e63, u"0,0.00").size(), 130u);
 }
 
@@ -113,7 +113,7 @@ TEST(NumericFormat, ChineseNumerals) {
     EXPECT_EQ(FormatNumberToBigHZAmount(1234.56), u"壹仟贰佰叁拾肆元伍角陆分");
     for (const double value : {1e17, -1e300, HUGE_VAL, -HUGE_VAL, std::nan("")}) {
         for (const lkchar* format : {u"$$", u"$$0", u"0$$$$$", u"{1=a}", u"e0", u"0.00-", u"0;(0);-"}) {
-            FormatNumber(value, format);  // some text and no fault
+            FormatNumber(value, format);  // any text; must not crash
         }
     }
 }

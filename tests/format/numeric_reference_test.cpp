@@ -53,8 +53,8 @@ TEST(FixedDigits, AreThoseOfFcvt) {
     }
 }
 
-// The exact decimals of a finite value, rounded half to even by hand: digits without a point. The point
-// is before the last `decimals` of them.
+// The digits of a finite value, rounded half to even from its exact decimals, without a point. The point is
+// before the last `decimals` digits.
 str exactDigits(double value, int decimals) {
     char exact[1500];
     std::snprintf(exact, sizeof exact, "%.1100f", std::fabs(value));
@@ -98,7 +98,7 @@ str reference(const Analyser& section, double value, bool percent, bool exponent
     str fraction = digits.substr(integers.size());
     const bool zero = digits.find_first_not_of('0') == str::npos;
     if (integers.size() > 64) return mark + reference(section, value, false, true);
-    // Below 1 the integers are no digits of the number, but for an exact zero that has decimals.
+    // Below 1, the number has no integer digits, except for an exact zero with decimals.
     if (integers == "0" && !(value == 0.0 && section.m_MaxDecimals > 0)) integers.clear();
     const bool hasDigits = !zero || (value == 0.0 && section.m_MaxDecimals > 0);
     while (static_cast<int>(integers.size()) < section.m_MinIntegerDigits) integers.insert(0, 1, '0');
@@ -163,9 +163,9 @@ TEST(NumericFormat, RendersAsTheReference) {
                 reference(parser.m_Normal, value, parser.m_Normal.m_Percent, parser.m_Normal.m_Exponent))
                 << UnicodeTextToPrintf(format) << " of " << value;
         }
-        // What regeneration gives, it gives again for itself, unless the section has what it is known to
-        // lose: a sign next to a blank, all commas but the first, and for a group without decimals what
-        // follows it.
+        // Regenerating a regenerated format gives the same text, unless the section has parts that are known
+        // to be lost: a sign next to a space, all commas but the first, and the rest after a group without
+        // decimals.
         const lkstr text = parser.GetFormatText();
         const Analyser& n = parser.m_Normal;
         if (n.m_Space || !n.m_SignLeading || n.m_TextColor != 0 || n.m_Exponent) continue;
@@ -182,7 +182,7 @@ TEST(NumericFormat, RendersAsTheReference) {
 }
 
 TEST(NumericFormat, IsTheSameOnManyThreadsAndInEveryLocale) {
-    // A locale with a decimal comma, made here, since few machines have one.
+    // A locale with a decimal comma, compiled here because few machines have one.
     const str locales = testing::TempDir() + "larkspur-locales";
     std::filesystem::create_directories(locales);
     if (std::system(("localedef -i de_DE -f UTF-8 " + locales + "/de_DE.UTF-8").c_str()) == 0) {

@@ -15,7 +15,7 @@ namespace {
 // The document as JSON text; after an error, the part that was read, and the error.
 template <class Json>
 lkstr Outcome(Json& json, const lkstr& text, const lkchar* separator = nullptr) {
-    const std::vector<lkchar> units(text.begin(), text.end());  // exact, so that a step beyond them shows
+    const std::vector<lkchar> units(text.begin(), text.end());  // an exact copy: detects overruns
     lkstr fault;
     try {
         json.Parse(units.data(), static_cast<int>(units.size()));
@@ -80,7 +80,7 @@ TEST(JsonTree, ReadsTheDialect) {
     EXPECT_TRUE(json.Root().Items().empty());
 }
 
-// An error leaves what was read before it.
+// After an error, the part before it remains.
 TEST(JsonTree, TellsFaults) {
     const lkchar* const kData = u"。\\r\\n数据：";
     const lkchar* const kNoQuote = u"此位置预料的 '\"' 字符没有出现";
@@ -151,7 +151,7 @@ TEST(JsonTree, MembersAreAddedReplacedAndFoundByKind) {
     EXPECT_EQ(array->Parent()->Parent(), &root);
     EXPECT_EQ(root.Parent(), nullptr);
 
-    // A replaced member's own name and text may be given.
+    // The name and text of the replaced member may be passed.
     root.AddStringMember(root.Members().begin()->first, root.AtomByName(u"atom")->Text().c_str());
     root.AddIntegerMember(u"object", 1);
     EXPECT_EQ(root.Members().size(), 6u);
@@ -186,7 +186,7 @@ TEST(JsonTree, NodesParseOnTheirOwnAndOntoWhatIsThere) {
     EXPECT_THROW(object->Parse(end, end), ClkException);
 }
 
-// Around the size at which the writer passes its pieces on.
+// Around the size at which the writer flushes its buffer.
 TEST(JsonTree, PiecesOfAnyLengthAreWritten) {
     for (std::size_t n = 2030; n < 2060; ++n) {
         lkstr run(n, u'x');
@@ -248,7 +248,7 @@ TEST(JsonTree, AnyDepthIsReadWrittenAndDestroyed) {
     ClkArrayJson json;
     EXPECT_TRUE(Outcome(json, text) == text);
 
-    // Taken down from the middle, and built up again in what came free.
+    // Destroyed from the middle, and built again in the freed memory.
     ClkJsonObjectNode* outer = static_cast<ClkJsonObjectNode*>(json.Root().Items()[0].get());
     outer->AddIntegerMember(u"a", 1);
     EXPECT_EQ(json.Stringify(nullptr), u"[{\"a\":1}]");
@@ -276,7 +276,7 @@ TEST(JsonTree, FilesKeepTheDocument) {
     }
 }
 
-// Under ThreadSanitizer this shows a lookup that writes.
+// ThreadSanitizer detects a lookup that writes.
 TEST(JsonTree, ThreadsReadOneDocument) {
     lkstr text = u"[";
     for (int i = 0; i < 200; ++i)

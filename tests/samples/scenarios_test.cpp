@@ -54,7 +54,7 @@ private:
     ScratchDirectory scratch_;
 };
 
-// Texts that only the data files hold, or that only a drawn chart makes of them.
+// Texts that are only in the data files, or only in charts drawn from them.
 TEST_F(Scenarios, ChartsShowTheDataThatTheyAskFor) {
     EXPECT_EQ(lines(TestChartLoadDataFromURL), "");
     const std::string text = textOf("OUT/qb-datafromurl.pdf");
@@ -63,7 +63,7 @@ TEST_F(Scenarios, ChartsShowTheDataThatTheyAskFor) {
         EXPECT_NE(text.find(piece), std::string::npos) << piece << " in\n" << text;
 }
 
-// The kinds that the batches leave out.
+// The formats that the batches leave out.
 TEST_F(Scenarios, ThreadsThatNoBatchStartsMakeTheirDocuments) {
     const lkstr list =
         u"[{\"Items\":[{\"Name\":\"1a.简单表格\",\"Data\":\"Customer\"},{\"Name\":\"9d.图表\"}]}]";

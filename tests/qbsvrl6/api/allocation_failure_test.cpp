@@ -7,7 +7,7 @@
 
 namespace {
 
-thread_local long allocationsLeft = -1;  // below 0: as many as wanted
+thread_local long allocationsLeft = -1;  // below 0: unlimited
 
 void* allocate(std::size_t size) {
     if (allocationsLeft == 0) throw std::bad_alloc();

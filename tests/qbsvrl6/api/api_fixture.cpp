@@ -79,7 +79,7 @@ std::u16string wide(const std::string& utf8) { return qbsvrl6::toUtf16(utf8); }
 std::string narrow(const lkchar* text) { return text == nullptr ? "(null)" : qbsvrl6::toUtf8(text); }
 
 ApiTest::ApiTest() : before_(std::filesystem::current_path()) {
-    ::setenv("CUPS_SERVER", (directory_ + "no.sock").c_str(), 1);  // no printer of the machine takes part
+    ::setenv("CUPS_SERVER", (directory_ + "no.sock").c_str(), 1);  // use no printer of the machine
     std::filesystem::current_path(directory_);
     QBInitConfig(path("").c_str());
     write("list.qbf", kList);
@@ -105,7 +105,7 @@ std::string ApiTest::takeLog() {
     std::istringstream lines(log.substr(std::exchange(logRead_, log.size())));
     std::string news;
     for (std::string line; std::getline(lines, line);) {
-        // Said once by the process, in whichever test comes first.
+        // Logged once per process, in whichever test runs first.
         if (line.find(" is not installed; ") == std::string::npos) news += line + "\n";
     }
     return news;

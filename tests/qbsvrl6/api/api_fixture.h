@@ -33,7 +33,7 @@ protected:
     bool exists(const std::string& name) const;
     std::u16string path(const std::string& name) const { return wide(directory_ + name); }
 
-    // What the engine has logged since the last call, without fonts that stand in for others.
+    // The lines that the engine has logged since the last call, except those about substituted fonts.
     std::string takeLog();
 
     static std::string bytesOf(tagQBBinaryObject* object);
@@ -52,7 +52,7 @@ private:
     std::size_t logRead_ = 0;
 };
 
-// The report that is created with it and released at the end of the scope.
+// A report that is created and released with the object.
 class OwnReport {
 public:
     OwnReport() : report_(QBReportCreate()) {}

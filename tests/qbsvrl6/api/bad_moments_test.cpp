@@ -1,7 +1,7 @@
-// Exports at moments in which the machine lacks something: the n-th allocation, open file, mapping or read fails,
-// once or from then on. Such an export ends with a cause in the log or gives its document whole, and the next one
-// is as if nothing had happened. Each case is a process of its own, forked from one that has exported before (warm)
-// or has not (cold).
+// Exports while the machine runs out of something: the n-th allocation, open file, mapping or read fails,
+// once or from then on. Such an export fails with a cause in the log or produces the complete document, and
+// the next one is not affected. Each case is a separate process, forked from one that has exported before
+// (warm) or has not (cold).
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <fontconfig/fontconfig.h>
@@ -43,7 +43,7 @@ struct EnoughMemory {
     ~EnoughMemory() { moment.lack = before; }
 };
 
-// The next definition of a function: the system's, or that of a sanitizer.
+// The next definition of a function: that of the system or of a sanitizer.
 template <class Function>
 Function* next(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -96,14 +96,14 @@ ssize_t read(int file, void* to, std::size_t size) {
     return real(file, to, size);
 }
 
-// The C library ends the process where it lacks memory for this.
+// The C library ends the process if it has no memory for this.
 int __cxa_thread_atexit_impl(void (*destroy)(void*), void* object, void* library) {
     static auto* const real = next<int(void (*)(void*), void*, void*)>("__cxa_thread_atexit_impl");
     const EnoughMemory enough;
     return real(destroy, object, library);
 }
 
-// fontconfig does not survive a lack of memory: here it fails as a whole.
+// fontconfig does not survive a lack of memory, so its calls fail as a whole.
 FcBool FcConfigParseAndLoadFromMemory(FcConfig* config, const FcChar8* text, FcBool complain) {
     if (fails(Lack::Memory, ENOMEM)) return FcFalse;
     static auto* const real =
@@ -121,7 +121,7 @@ FcCache* FcDirCacheRead(const FcChar8* directory, FcBool force, FcConfig* config
     return force ? nullptr : FcDirCacheLoad(directory, config, nullptr);
 }
 
-// Nor does the subsetter.
+// Nor does HarfBuzz's subsetter.
 hb_subset_plan_t* hb_subset_plan_create_or_fail(hb_face_t* face, const hb_subset_input_t* input) {
     if (fails(Lack::Memory, ENOMEM)) return nullptr;
     static auto* const real = next<decltype(hb_subset_plan_create_or_fail)>("hb_subset_plan_create_or_fail");
@@ -170,7 +170,7 @@ class BadMomentsTest : public ApiTest {
 protected:
     BadMomentsTest() { write("everything.qbf", kEverything); }
 
-    // A report of its own: what is remembered is the process's.
+    // Exports a new report: only the caches of the process survive.
     std::string document(const Format& format, const Moment& during = {}) const {
         const OwnReport report;
         moment = during;
@@ -190,7 +190,8 @@ protected:
         return QBReportExportToBinaryObject(report);
     }
 
-    // What a child process has to say; it ends without destructors, as memory may have been lacking for them.
+    // Runs the action in a child process and returns its result. The child exits without destructors, because
+    // there may have been no memory for them.
     template <class Action>
     static std::string inChild(Action action) {
         int ends[2];
@@ -213,7 +214,7 @@ protected:
         return status == 0 ? said : "the process ended with status " + std::to_string(status);
     }
 
-    // Empty, or what is wrong; "." when the export did not come to the n-th call.
+    // Returns what is wrong, "" if nothing is, or "." if the export made fewer than n calls.
     std::string atMoment(const Format& format, const Case& c, long n, const std::string& good) {
         return inChild([&]() -> std::string {
             takeLog();
@@ -228,7 +229,8 @@ protected:
 
     std::u16string template_ = path("everything.qbf");
 
-    // Enough of the n-th calls, most of them early ones; with QBSVR_EVERY_MOMENT all of them, which takes long.
+    // Tries enough values of n, most of them small; with QBSVR_EVERY_MOMENT, all of them, which takes a long
+    // time.
     void walk(const char* state, const Format& format, const std::string& good) {
         const bool every = std::getenv("QBSVR_EVERY_MOMENT") != nullptr;
         for (const Case& c : kCases) {
@@ -243,7 +245,7 @@ protected:
     }
 };
 
-// Must be first: no process that has exported before notices that its fonts are gone.
+// Must be first: a process that has exported before does not notice that its fonts are missing.
 TEST_F(BadMomentsTest, WithoutFontsDrawnDocumentsFailAndOthersHaveEstimatedWidths) {
     write("no-fonts.conf", "<?xml version=\"1.0\"?><fontconfig></fontconfig>");
     const std::string wrong = inChild([&] {
@@ -268,7 +270,7 @@ TEST_F(BadMomentsTest, WithoutFontsDrawnDocumentsFailAndOthersHaveEstimatedWidth
 }
 
 TEST_F(BadMomentsTest, EndOneExportAtMost) {
-    // The log is open before files are lacking.
+    // Opens the log before files run out.
     const OwnReport report;
     QBReportLoadFromFile(report, path("none.qbf").c_str());
     std::map<std::string, std::string> good;
@@ -285,7 +287,7 @@ TEST_F(BadMomentsTest, EndOneExportAtMost) {
     for (const Format& format : kFormats) walk("warm", format, good[format.name]);
 }
 
-// Otherwise the limits of the machine's keeper would be missing for the process's life.
+// Otherwise the administrator's limits would not apply for the rest of the process.
 TEST_F(BadMomentsTest, SettingsThatCouldNotBeOpenedAreReadLater) {
     write("qbsvrl6.conf", "budget.page-items = 1");
     moment = {Lack::Files, true};

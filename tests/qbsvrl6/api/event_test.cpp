@@ -77,7 +77,7 @@ TEST_F(ApiTest, EventsComeInOrderAndHandlersDieOnceWithTheirReport) {
     QBReportUnprepareExport(report);
     EXPECT_EQ(std::exchange(journal, ""), "init begin:2 ChartBar InnerChart ");
 
-    // What is replaced is no longer called, and may be attached again; all live as long as the report.
+    // A replaced handler is no longer called, and may be attached again; all live as long as the report.
     auto* first = new OnExportBegin(journal, [&](tagQBExportOption*) { journal += "first "; });
     QBAttachEventExportBegin(report, first);
     auto* second = new OnExportBegin(journal, [&](tagQBExportOption*) { journal += "second "; });
@@ -257,7 +257,7 @@ TEST_F(ApiTest, HandlersCantPullTheReportAwayFromUnderItsExport) {
                 << "another report may be exported meanwhile";
             QBObjectAssign(report, other);
             EXPECT_NE(QBReportGetDetailGrid(report), nullptr) << "a report without a grid is assigned";
-            QBAttachEventChartRequestData(report, new OnChart(journal));  // in the place of the running one
+            QBAttachEventChartRequestData(report, new OnChart(journal));  // replaces the running one
         }));
     EXPECT_NE(QBReportExportToBinaryObject(report), nullptr);
     EXPECT_EQ(std::exchange(journal, ""), "ChartBar InnerChart ");

@@ -1,5 +1,5 @@
-// What an export takes grows with its input and no faster: each shape of input is exported at n, 2n and 4n. Memory
-// is counted, not time, so that the result is the same on every machine.
+// The cost of an export grows no faster than its input: each shape of input is exported at n, 2n and 4n. The
+// test counts memory rather than time, so that the result is the same on every machine.
 #include <cstdlib>
 #include <functional>
 #include <new>
@@ -104,7 +104,7 @@ const Shape kShapes[] = {
 
 class GrowthTest : public ApiTest {
 protected:
-    // Of loading the template and its data, and exporting the report.
+    // Measures loading the template and its data, and exporting the report.
     void measure(const Shape& shape, int n, std::size_t& count, std::size_t& bytes) {
         write("growth.txt", shape.data ? shape.data(n) : R"([{"a":1}])");
         write("growth.qbf", "<Report version='1'><Data connection='xml' query='growth.txt'/>" +
@@ -124,10 +124,10 @@ TEST_F(GrowthTest, IsLinearInTheInput) {
     for (const Shape& shape : kShapes) {
         std::size_t counts[3] = {};
         std::size_t bytes[3] = {};
-        measure(shape, kLeast, counts[0], bytes[0]);  // fills what is filled once
+        measure(shape, kLeast, counts[0], bytes[0]);  // fills the caches
         for (int i = 0; i < 3; ++i) measure(shape, kLeast << i, counts[i], bytes[i]);
-        // What does not grow is in all three. The second step is twice the first if all else is linear, and four
-        // times if it is quadratic.
+        // All three contain the constant part. The second step is twice the first if the rest is linear, and
+        // four times as large if it is quadratic.
         EXPECT_LE(counts[2] - counts[1], 3 * (counts[1] - counts[0]) + 50)
             << shape.name << ": allocations " << counts[0] << " " << counts[1] << " " << counts[2];
         EXPECT_LE(bytes[2] - bytes[1], 3 * (bytes[1] - bytes[0]) + 10'000)

@@ -62,7 +62,7 @@ TEST_F(ApiTest, NullReportsAndReleasedOnesDoNothing) {
     QBPrinterSetPrinterName(printer, u"x");
 }
 
-// What belongs to a report reads as null once it is gone, and as another type.
+// A handle of a report's object reads as null if the object no longer exists or has another type.
 TEST_F(ApiTest, BorrowedHandlesEndWithTheirOwner) {
     class Keep : public CqbChartEventInfo {
     public:
@@ -114,7 +114,7 @@ TEST_F(ApiTest, BorrowedHandlesEndWithTheirOwner) {
     }
 }
 
-// As deep as templates may be, by sections that programs add and by reports that they copy.
+// As deep as in templates, by adding sections and by copying reports.
 TEST_F(ApiTest, ProgramsNestSubReportsAsDeepAsTemplates) {
     const OwnReport report;
     tagQBReport* inner = report;

@@ -200,7 +200,7 @@ TEST_F(ApiTest, NestingEndsAtItsLimit) {
     ASSERT_EQ(QBReportSaveToFile(outer, path("deep.qbf").c_str()), 1) << takeLog();
     const OwnReport again;
     EXPECT_EQ(QBReportLoadFromFile(again, path("deep.qbf").c_str()), 1);
-    // A report into a part of itself, over and over: each time as deep again.
+    // Copies a report into a part of itself, again and again: each time, it becomes deeper.
     const OwnReport doubled;
     tagQBReport* part = addInner(doubled);
     for (int i = 0; i < 8; ++i) {

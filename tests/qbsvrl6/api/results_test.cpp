@@ -9,7 +9,7 @@
 namespace qbsvrl6 {
 namespace {
 
-// Forty results of 10 MB: more than a report keeps in memory, and each at the address it was first given at.
+// Forty results of 10 MB: more than a report keeps in memory, and each stays at its first address.
 TEST(Results, StayReadableBeyondWhatIsKeptInMemory) {
     Report report;
     Runtime& runtime = runtimeOf(report);

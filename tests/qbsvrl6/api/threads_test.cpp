@@ -26,7 +26,7 @@ public:
     void Execute() override {}
 };
 
-// Templates and data that were found to do harm, in files of this directory.
+// Writes templates and data that have caused harm to files in this directory.
 std::vector<std::string> writeHostileReports(const std::string& directory) {
     std::vector<std::string> names;
     for (const std::string& seed : FilesBelow(QBSVR_SOURCE_DIR "/fuzz/seeds/engine_fuzz")) {
@@ -41,8 +41,8 @@ std::vector<std::string> writeHostileReports(const std::string& directory) {
     return names;
 }
 
-// Good exports give the bytes that they give alone, whatever happens on other threads: hostile reports, budgets
-// that are passed, exports that are cancelled. QBSVR_SOAK_SECONDS in the environment makes it go on for as long.
+// Valid exports give the same bytes as alone, whatever happens on other threads: hostile reports, exceeded
+// budgets, cancelled exports. QBSVR_SOAK_SECONDS in the environment makes the test run for that time.
 TEST_F(ApiTest, ReportsOfManyThreadsDontMeet) {
     using Clock = std::chrono::steady_clock;
     const char* const soak = std::getenv("QBSVR_SOAK_SECONDS");

@@ -1,5 +1,4 @@
-// Symbols are read back by a reader that is not ours: the drawing's rectangles become pixels, ZXingReader the
-// judge.
+// An independent reader, ZXingReader, reads the symbols back from the pixels of the drawing's rectangles.
 #include "qbsvrl6/barcode/barcode.h"
 
 #include <gtest/gtest.h>
@@ -56,8 +55,8 @@ std::string outputOf(const std::string& command) {
     return output;
 }
 
-// The line "Text: ..." of the reader, which shows identifiers without brackets and GS (29) after those of
-// open length.
+// The line "Text: ..." of the reader, which shows identifiers without brackets, and GS (29) after those of
+// variable length.
 std::string readBack(const BarcodeRequest& request) {
     const Size box = request.type < 50 ? Size{90'000, 25'000} : Size{60'000, 60'000};
     const ScratchDirectory scratch;

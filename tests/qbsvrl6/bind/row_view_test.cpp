@@ -73,7 +73,7 @@ TEST(RowView, AggregatesByScope) {
     }
 }
 
-// Kept states are taken on where they fit and started again where they don't.
+// States of aggregates are continued if possible, and otherwise started again.
 TEST(RowView, AggregatesInAnyOrderOfRows) {
     Orders orders;
     const Expression running = orders.binding.compile(u"Sum(Count, Running)");
@@ -86,7 +86,7 @@ TEST(RowView, AggregatesInAnyOrderOfRows) {
     }
 }
 
-// The rows, by their numbers, that the filter keeps where p has the value.
+// The numbers of the rows that the filter keeps if p has the value.
 std::vector<double> keptRows(const DataSet& data, const std::u16string& filter, const Value& p,
                              const std::vector<Field>& fields) {
     ReportDefinition report;
@@ -105,7 +105,7 @@ std::vector<double> keptRows(const DataSet& data, const std::u16string& filter, 
     return rows;
 }
 
-// The index of "column = parameter" gives what looking at every row gives.
+// The index of "column = parameter" gives the same result as checking every row.
 TEST(RowView, FiltersByIndexAsByLooking) {
     std::string json = "[";
     for (const char* const key : {"7", R"("7")", R"("7.0")", R"("x")", "null", R"("")", "0", R"("-0")",
@@ -147,11 +147,11 @@ TEST(RowView, FiltersByIndexAsByLooking) {
     }
 }
 
-// As numbers of sums, comparisons and formats.
+// As numbers in sums, comparisons and formats.
 TEST(RowView, ReadsTextsAsNumbers) {
     const struct {
         const char16_t* text;
-        const char* number;  // empty: it is none
+        const char* number;  // empty: not a number
     } cases[] = {
         {u" 12.5 ", "12.5"},
         {u"+5", "5"},

@@ -46,7 +46,7 @@ public:
           data(readData(json, "orders")),
           binding(report, {&data, data.table(u""), nullptr}, {}) {}
 
-    // What the text shows at the row, "<colour> " before it where there is one.
+    // What the text shows at the row, after "<colour> " if it has one.
     std::string show(const std::u16string& text, Position position = {}) {
         compiled = binding.compileText(text);
         RowView view(binding, {}, kNow);

@@ -146,7 +146,7 @@ struct Extent {
     double left, top, right, bottom;
 };
 
-// Of a label that isn't turned.
+// Of a label that is not rotated.
 Extent extentOf(const Drawing::Label& label) {
     const double em = label.fontSize * kMicrometresPerPoint;
     const double width =
@@ -155,7 +155,7 @@ Extent extentOf(const Drawing::Label& label) {
     return {left, label.y - em * 0.7, left + width, label.y};
 }
 
-// Labels that lie on each other, or stick out of the box.
+// Labels that overlap, or extend beyond the box.
 std::string faultsOf(const Drawing& drawing, Size box) {
     std::string faults;
     std::vector<std::pair<Extent, std::string>> labels;

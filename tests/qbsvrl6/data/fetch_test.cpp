@@ -61,7 +61,7 @@ TEST_F(FetchFile, ReadsRegularFilesUpToTheLimit) {
     EXPECT_EQ(get("ftp://h/x").substr(0, 13), "! ftp://h/x: ");
 }
 
-// Answers each connection with the text that its path asks for.
+// Answers each connection with the text for its path.
 class Server {
 public:
     Server() : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -147,7 +147,7 @@ TEST(FetchUrl, FollowsOnlyTheWeb) {
     EXPECT_THROW(fetch({u"http://127.0.0.1:1/", ""}, 5), EngineError);
 }
 
-// What data names, and the part of the message or the contents that it leads to.
+// A name in data, and a part of the resulting message or content.
 TEST(FetchUrl, NamesOfDataReachWhatTheRulesAllow) {
     Server server;
     const std::string port = server.host().substr(server.host().find(':'));

@@ -10,7 +10,7 @@
 namespace qbsvrl6 {
 namespace {
 
-// The machine has Noto CJK, Liberation and DejaVu: what each name becomes there.
+// The machine has Noto CJK, Liberation and DejaVu: the font that each name becomes there.
 TEST(FontLibrary, FamiliesResolve) {
     struct Case {
         const char16_t* family;

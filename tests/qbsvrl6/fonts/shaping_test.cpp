@@ -85,7 +85,7 @@ TEST(Shaping, EqualsHarfBuzzForAnyText) {
     }
 }
 
-// By kana in the text or by the font's name; in all lines of a text, and nowhere else.
+// Selected by kana in the text or by the font's name; in all lines of a text, and nowhere else.
 TEST(Shaping, DrawsJapaneseFormsInJapaneseText) {
     const auto formOf = [](const char16_t* family, std::u16string_view text,
                            TextLanguage language = TextLanguage::Unknown) {
@@ -115,7 +115,7 @@ TEST(Shaping, DrawsJapaneseFormsInJapaneseText) {
             EXPECT_EQ(formOf(family, text), expected) << toUtf8(family) << ' ' << toUtf8(text);
     }
     EXPECT_EQ(formOf(u"MS Mincho", u"直"), formOf(u"SimSun", u"直かな"));
-    // A language that is asked for wins over both.
+    // An explicit language takes precedence over both.
     EXPECT_EQ(formOf(u"SimSun", u"直", TextLanguage::Japanese), formOf(u"SimSun", u"直かな"));
     EXPECT_EQ(formOf(u"SimSun", u"直かな", TextLanguage::Chinese), formOf(u"SimSun", u"直"));
     EXPECT_EQ(formOf(u"Meiryo", u"直"), formOf(u"SimHei", u"直かな"));
@@ -134,9 +134,9 @@ TEST(Shaping, RunsFollowFontsAndDirections) {
         {u"Arial", u"ab中文cd", {0, 2, 4}},
         {u"SimSun", u"ab中文cd", {0}},
         {u"SimSun", u"中\U00020000文", {0}},
-        {u"SimSun", u"中\uFEFF文\u00ADx", {0}},              // what isn't seen needs no font
+        {u"SimSun", u"中\uFEFF文\u00ADx", {0}},              // invisible characters need no font
         {u"Arial", u"a\u0301\u4E2D\u0301", {0, 2}},          // marks stay with their base
-        {u"Arial", u"ab \u0627\u0628 \u0629 x", {0, 3, 7}},  // Arabic words in one run with their blank
+        {u"Arial", u"ab \u0627\u0628 \u0629 x", {0, 3, 7}},  // Arabic words in one run with their space
     };
     for (const Case& c : cases) {
         const ShapedTextPtr shaped = shape(resolveFont(c.family, false, false), c.text);
@@ -147,7 +147,7 @@ TEST(Shaping, RunsFollowFontsAndDirections) {
 }
 
 TEST(Shaping, DrawsTextThatRunsBothWays) {
-    // Capital letters stand for Hebrew ones; shown from left to right as drawn.
+    // Capital letters represent Hebrew ones; shown from left to right as drawn.
     struct Case {
         const char* text;
         BaseDirection base;
@@ -175,7 +175,7 @@ TEST(Shaping, DrawsTextThatRunsBothWays) {
         for (const GlyphRun& run : shape(fonts, text, c.base)->runs) {
             for (const Glyph& glyph : run.glyphs) drawn += c.text[glyph.cluster];
         }
-        // Brackets change their shape, not their place.
+        // Brackets change their shape, not their position.
         EXPECT_EQ(drawn, c.drawn) << c.text;
     }
     const std::uint32_t open = shape(fonts, u"(")->runs[0].glyphs[0].id;

@@ -41,7 +41,7 @@ ReportDefinition gridReport() {
     return report;
 }
 
-// Lays out in every way; gives what ended the first of them, "" for a sound end.
+// Lays out with and without pages. Returns the error of the layout with pages; "" if there is none.
 std::string outcome(const ReportDefinition& report, const std::string& json) {
     ReportData data;
     data.sets[&report] = std::make_shared<DataSet>(readData(json, "data"));

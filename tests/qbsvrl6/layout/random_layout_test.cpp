@@ -1,5 +1,5 @@
-// Invariants of every report: each row appears once, complete and in order, and the items of a page fit on
-// it.
+// Invariants of every report: all rows appear completely and equally often, and the bands of a page fit on it
+// and do not overlap.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -86,7 +86,7 @@ private:
 std::string data(int rows) {
     std::string json = "[";
     for (int i = 0; i < rows; ++i) {
-        // Now and then a text that needs more than a page.
+        // Occasionally, a text that needs more than a page.
         const std::string words =
             i % 11 == 5 ? std::string(600, 'w') : std::string(static_cast<std::size_t>(i % 5), 'w');
         json += (i > 0 ? ",{\"n\":" : "{\"n\":") + std::to_string(i) + ",\"t\":\"" + words + "\"}";
@@ -94,7 +94,7 @@ std::string data(int rows) {
     return json + "]";
 }
 
-// How often each "<n>" comes, and whether the first column's come in order.
+// Checks that every "<n>" occurs equally often, and at least once per column.
 void checkRows(const RecordingSink& sink, int rows, const ReportDefinition& report,
                const std::string& trace) {
     std::vector<int> counts(static_cast<std::size_t>(rows));
@@ -156,7 +156,7 @@ TEST(RandomLayout, LosesNothingAndOverlapsNothing) {
     }
 }
 
-// Where every text is, in which size, and whether it wraps.
+// The position and font size of every text, and whether it wraps.
 std::string places(const RecordingSink& sink) {
     std::string all;
     for (const auto& page : sink.pages) {

@@ -105,7 +105,7 @@ std::string describe(const Item& item) {
            std::visit([&](const auto& content) { return describe(content, item); }, item.content);
 }
 
-// In place of a drawing, what it would be made of: its place, and of a chart "title: a b; label 1 2; label
+// Replaces a drawing with a text that describes it: its box and, for a chart, "title: a b; label 1 2; label
 // (x,y,size)".
 class DrawingNotes : public DrawingSource {
 public:
@@ -173,14 +173,14 @@ void RecordingSink::band(Band&& band, Micrometres x, Micrometres y) {
         EXPECT_GE(item.box.y, 0);
         EXPECT_LE(item.box.bottom(), band.height) << describe(item);
     }
-    std::vector<std::string> looks;
+    std::vector<std::string> colors;
     for (const Item& item : band.items) {
         const auto* const text = std::get_if<TextItem>(&item.content);
         const Color color = text != nullptr ? text->color.value_or(item.style->color) : Color{};
-        looks.push_back((color == Color{} ? "" : " " + hexadecimal(color)) +
-                        (item.style->background ? " on " + hexadecimal(*item.style->background) : ""));
+        colors.push_back((color == Color{} ? "" : " " + hexadecimal(color)) +
+                         (item.style->background ? " on " + hexadecimal(*item.style->background) : ""));
     }
-    pages.back().push_back({std::move(band), x, y, std::move(looks)});
+    pages.back().push_back({std::move(band), x, y, std::move(colors)});
 }
 
 void RecordingSink::endPage() {
@@ -197,7 +197,7 @@ void RecordingSink::finish(PendingTexts& pending) {
                 pending.settle(item);
                 const auto* const text = std::get_if<TextItem>(&item.content);
                 EXPECT_FALSE(text != nullptr && text->pending);
-                item.style = nullptr;  // dies with the layout
+                item.style = nullptr;  // is destroyed with the layout
             }
         }
     }
@@ -225,7 +225,7 @@ std::string RecordingSink::everything() const {
         for (const RecordedBand& recorded : page) {
             all += " " + lineOf(recorded) + "\n";
             for (std::size_t i = 0; i < recorded.band.items.size(); ++i)
-                all += "  " + describe(recorded.band.items[i]) + recorded.looks[i] + "\n";
+                all += "  " + describe(recorded.band.items[i]) + recorded.colors[i] + "\n";
         }
     }
     return all;

@@ -16,8 +16,8 @@ namespace qbsvrl6 {
 //      ReportHeader 15,15 180x10
 //       text 0,0 60x6 "Title"
 //
-// Lengths are in millimetres. A text shows its lines, "a|b", with its size unless that is 8 pt. Bands of the grid
-// end in " grid", repeated ones in " again"; groups' levels and bookmarks, links and colours follow where there are
+// Lengths are in millimetres. A text shows its lines, "a|b", with its size unless that is 8 pt. Bands of the
+// grid end in " grid", repeated ones in " again"; the group's level, bookmark, link and colour follow, if
 // any.
 class RecordingSink : public PageSink {
 public:
@@ -34,7 +34,7 @@ public:
         Band band;
         Micrometres x = 0;
         Micrometres y = 0;
-        std::vector<std::string> looks;  // colours of its items
+        std::vector<std::string> colors;  // of its items
     };
     std::vector<std::vector<RecordedBand>> pages;
     bool finished = false;
@@ -43,12 +43,12 @@ private:
     bool inPage_ = false;
 };
 
-// Elements of a template's Report, and the data as JSON. Fonts and sizes that make a line of text 4 mm high
-// at most are the default.
+// Lays out the elements of a template's Report over data in JSON. By default, a line of text is at most 4 mm
+// high.
 RecordingSink layOutText(const std::string& elements, const std::string& json = "[]",
                          LayoutOptions options = {});
 
-// The column edges of cell documents: those of the page, then those of workbooks and CSV where they differ.
+// The column edges of cell documents: those of the page, then those of workbooks and CSV if they differ.
 std::string columnsOf(const std::string& elements, const LayoutOptions& options);
 
 // A list of `count` objects {"n": 1}, {"n": 2} and so on.

@@ -155,7 +155,7 @@ TEST(PdfCanvas, OddInputStaysDefined) {
         c.box({0, 0, -5, -5}, {{250, {}}, Color{}, 1'000});
         c.bar({0, 0}, {nan, nan}, 10, 10, {});
         const ShapedTextPtr shaped = shape(resolveFont(u"Arial", false, false), u"abc");
-        c.text({*shaped, u"a", {0, 0}, {}, 10, {}});  // less text than the glyphs stand for
+        c.text({*shaped, u"a", {0, 0}, {}, 10, {}});  // less text than the glyphs represent
         c.text({*shaped, u"abc", {0, 0}, {}, nan, {}});
         c.text({*shaped, u"abc", {0, 0}, {}, 10, {}, 0, std::numeric_limits<float>::infinity()});
     });
@@ -181,7 +181,7 @@ TEST(BandPainter, CoveringItemsAreDrawnOverEarlierTexts) {
     };
     EXPECT_STREQ(layers(place, -1), "text first");
     EXPECT_STREQ(layers(beside, -1), "shape first");
-    EXPECT_STREQ(layers(place, 3), "shape first");  // cells never lie on each other
+    EXPECT_STREQ(layers(place, 3), "shape first");  // cells never overlap
 }
 
 }  // namespace

@@ -15,7 +15,7 @@
 namespace qbsvrl6 {
 namespace {
 
-// At 254 dots an inch, a millimetre is ten pixels.
+// At 254 dots per inch, a millimetre is ten pixels.
 constexpr double kResolution = 254;
 constexpr Size kSmall{40'000, 20'000};
 
@@ -51,7 +51,7 @@ Color at(const Pixels& pixels, int x, int y) {
     return {pixels.color[i], pixels.color[i + step], pixels.color[i + 2 * step]};
 }
 
-// The smallest rectangle of pixels that holds all that isn't white.
+// The smallest rectangle that contains all pixels that are not white.
 Rect inked(const Pixels& pixels) {
     int left = pixels.width, top = pixels.height, right = 0, bottom = 0;
     for (int y = 0; y < pixels.height; ++y) {
@@ -129,7 +129,7 @@ TEST(Raster, TextsStandWhereTheyWereLaidOut) {
         const int height = along ? found.height : found.width;
         EXPECT_NEAR(length, 130, 8) << rotation;
         EXPECT_NEAR(height, 58, 8) << rotation;
-        // The line's place is at the top of the turned box.
+        // The line is at the top of the rotated box.
         const bool nearTop = rotation == 0 ? found.y < 40 : rotation == 180 ? found.bottom() > 140 : true;
         const bool nearSide = rotation == 90 ? found.right() > 220 : rotation == 270 ? found.x < 120 : true;
         EXPECT_TRUE(nearTop && nearSide) << rotation;
@@ -174,7 +174,7 @@ TEST(Raster, MatchesThePdfOfTheSamePages) {
     const Pixels ours = decodePng(png);
     ASSERT_EQ(ours.width, theirs.width);
     ASSERT_LE(std::abs(ours.height - theirs.height), 1);
-    // The two smooth edges differently: areas of eight by eight pixels are compared.
+    // The two renderers smooth edges differently, so areas of eight by eight pixels are compared.
     constexpr int kArea = 8;
     for (int y = 0; y + kArea < ours.height - 1; y += kArea) {
         for (int x = 0; x + kArea < ours.width; x += kArea) {
@@ -249,14 +249,14 @@ TEST(Raster, PagesAndResolution) {
     info = describe(image(makeTiffWriter, pages(), true));
     EXPECT_NE(info.find("Image Width: 400 Image Length: 600"), std::string::npos) << info;
     EXPECT_NE(describe(image(makeTiffWriter, {})).find("Image Width"), std::string::npos);
-    // Strips of less than a page hold the same pixels as the PNG.
+    // Strips of less than a page contain the same pixels as the PNG.
     const programs::TemporaryFile large("a.tif", image(makeTiffWriter, pages(), true, 2 * kResolution));
     const std::string plain = large.path() + "f";
     programs::run("tiffcp -c none -r 1200 " + large.path() + " " + plain);
     const Pixels rows = decodePng(image(makePngWriter, pages(), true, 2 * kResolution));
     ASSERT_EQ(rows.channels, 1);
     EXPECT_NE(ReadFile(plain).find(std::string(rows.color.begin(), rows.color.end())), std::string::npos);
-    EXPECT_EQ(decodePng(image(makePngWriter, {}, true)).width, 2100);  // an empty page of the usual paper
+    EXPECT_EQ(decodePng(image(makePngWriter, {}, true)).width, 2100);  // an empty page of the default paper
 }
 
 TEST(Raster, PicturesAreDrawn) {
@@ -277,7 +277,7 @@ TEST(Raster, PicturesAreDrawn) {
     EXPECT_NEAR(mean(drawn, {100, 50, 200, 100}), mean(whole, {0, 0, whole.width, whole.height}), 3);
 
     const std::string photo = ReadFile(root + "/samples/Samples/Data/Picture/Butterfly.jpg");
-    // One that is cut short is drawn as far as it goes or left out; the page comes either way.
+    // A truncated picture is drawn as far as possible or left out; the page is made in both cases.
     for (const std::size_t length : {photo.size() / 2, photo.size() - 1, std::size_t{700}}) {
         std::shared_ptr<const Picture> cut;
         try {

@@ -46,8 +46,8 @@ std::string image(int kind) {
     return report(*makeTiffWriter(options, output), output, kind);
 }
 
-// Sixteen reports at once, in different fonts and sizes with 1,500 different ideographs, equal those made
-// alone.
+// Sixteen reports at the same time, in different fonts and sizes with 1,500 different ideographs, are equal
+// to those made alone.
 void expectAsAlone(std::string (*make)(int kind)) {
     constexpr std::size_t kThreads = 16;
     std::vector<std::string> together(kThreads);

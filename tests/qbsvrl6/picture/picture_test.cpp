@@ -134,7 +134,7 @@ TEST(Picture, OthersAreRefused) {
     }
 }
 
-// Two pixels of two, the last of each row and column alone: grey and alpha.
+// Reduces blocks of two by two pixels, with single ones at the end of each row and column: grey and alpha.
 TEST(Picture, ReducedPixelsAreMeansByAlpha) {
     RowReducer reducer(3, 3, 2, 2);
     for (const std::vector<std::uint8_t>& row : {std::vector<std::uint8_t>{100, 255, 200, 255, 7, 0},

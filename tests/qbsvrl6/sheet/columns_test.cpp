@@ -49,7 +49,7 @@ TEST(ColumnEdges, LetTheGridsLead) {
               (std::vector<int>{15, 60, 75, 115, 135, 195}));
 }
 
-// A column of the grid is divided only where texts of one row would share a cell.
+// A column of the grid is divided only if texts of one row would share a cell.
 TEST(ColumnEdges, KeepTextsOfOneRowApart) {
     const struct {
         const char* name;
@@ -84,7 +84,7 @@ TEST(ColumnEdges, KeepTextsOfOneRowApart) {
     }
 }
 
-// Labels: a grid that shows no rows leads no longer, and each of the page's columns has the same edges.
+// Labels: a grid without visible rows has no precedence, and each of the page's columns has the same edges.
 TEST(ColumnEdges, RepeatInThePagesColumns) {
     ReportDefinition report;
     report.page.columns = 3;
@@ -125,7 +125,7 @@ TEST(ColumnEdges, RepeatInThePagesColumns) {
     }
 }
 
-// Columns that go on to further pages are those of the first page, as wide as the widest.
+// Columns that continue on further pages share the columns of the first page, each as wide as the widest.
 TEST(ColumnEdges, ShareTheColumnsOfAllPages) {
     ReportDefinition report;  // 180 mm between its margins
     report.grid = gridOf({40, 60, 70, 80, 30});

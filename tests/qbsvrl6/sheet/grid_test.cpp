@@ -145,7 +145,7 @@ TEST(CellGrid, JoinsBandsThatAreSideBySide) {
     }
 }
 
-// A row that repeats the one before takes a short cut; what differs must not.
+// A row that repeats the previous one takes a fast path; a row that differs must not.
 TEST(CellGrid, TakesEachRowAsItIs) {
     SheetFeed feed(&makeCsvWriter, {0, 30, 60});
     feed.row(BandKind::Row, {u"1", u"2"});

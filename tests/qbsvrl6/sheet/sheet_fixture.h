@@ -30,7 +30,7 @@ private:
     std::u16string total_;
 };
 
-// A text of a box in millimetres.
+// A text in a box whose unit is the millimetre.
 inline Item textAt(Rect box, std::u16string text, const ResolvedStyle* style = nullptr) {
     Item item;
     item.box = {box.x * kMm, box.y * kMm, box.width * kMm, box.height * kMm};
@@ -59,7 +59,7 @@ inline Band bandOf(BandKind kind, Micrometres heightMm, std::vector<Item> items)
     return band;
 }
 
-// A sink with the paper's usual frame: bands stack from the top margin, 15 mm in from each side.
+// Feeds bands to a sink, one below the other on A4 paper with margins of 15 mm.
 class SheetFeed {
 public:
     using Maker = std::unique_ptr<PageSink> (*)(const SheetOptions&, std::string&);
@@ -88,7 +88,7 @@ public:
         sink_->band(std::move(band), 15 * kMm, y_);
         y_ += height;
     }
-    // In millimetres from the page's upper left corner between the margins.
+    // In millimetres from the upper left corner of the area between the margins.
     void putAt(Micrometres x, Micrometres y, Band band) {
         sink_->band(std::move(band), (15 + x) * kMm, page_.margins.top + y * kMm);
     }

@@ -1,4 +1,4 @@
-// Widths of texts, in columns of a plain text.
+// Widths of texts, in columns of plain text.
 #include <gtest/gtest.h>
 
 #include "qbsvrl6/sheet/text/text_width.h"

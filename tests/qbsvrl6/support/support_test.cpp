@@ -41,13 +41,13 @@ protected:
     std::string directory_ = scratch_.path.string() + "/";
 };
 
-// Nothing but the call itself reads the zone, which may change while the process runs.
+// Each call reads the time zone, which may change while the process runs.
 TEST(Clock, ShowsLocalTimeWithSummerTime) {
     const std::pair<const char*, int> zones[] = {
         {"UTC", 0},
         {"Asia/Shanghai", 8 * 3600},
         {"<+0545>-5:45", 5 * 3600 + 45 * 60},
-        {"STD4SUM,0/0,J365/25", -3 * 3600},  // summer time all year round
+        {"STD4SUM,0/0,J365/25", -3 * 3600},  // daylight saving time all year round
     };
     for (const auto& [zone, offset] : zones) {
         ::setenv("TZ", zone, 1);
@@ -141,7 +141,7 @@ TEST_F(InDirectory, NamesOfTemplatesReachTheirFolders) {
         {"", "t/", "../setup/x", true},
         {"", "t/", directory_ + "setup/x", true},
         {"", "t/", "file://" + directory_ + "t/in/x", true},
-        {"", "t/", "../t2/x", false},  // only its name begins as the folder's does
+        {"", "t/", "../t2/x", false},  // its name merely begins with that of the folder
         {"", "t/", "link", false},
         {"", "t/", "../more/x", false},
         {"", "t/", "file:..%2Fmore/x", false},
@@ -260,7 +260,7 @@ TEST(Suggestion, NamesTheNearestAndListsSome) {
     EXPECT_EQ(suggestion(u"x", names).substr(0, 22), "there are: Customers, ");
     EXPECT_EQ(suggestion(u"x", {}), "there are none");
 
-    // Hostile: as many and as long names as data can have.
+    // Hostile: as many names as data can have, and as long.
     const std::u16string longName(1'000'000, u'n');
     const std::vector<std::u16string_view> many(16'384, longName);
     EXPECT_EQ(suggestion(longName, many).size(), std::string("there are:  and more").size() + 12 * 53 - 2);
@@ -346,7 +346,8 @@ TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
     logWarning("elsewhere");
     EXPECT_NE(ReadFile(directory_ + "state/qbsvrl6/qbsvrl6.log").find(" elsewhere"), std::string::npos);
     EXPECT_EQ(fs::status(directory_ + "state/qbsvrl6/qbsvrl6.log").permissions(), fs::perms(0600));
-    // A mistyped set-up folder isn't made, and no link is followed, be it the file or its folder.
+    // A mistyped set-up folder is not created, and links are not followed, whether to the file or to its
+    // folder.
     setLogSetupPath(directory_ + "mistyped");
     logWarning("mistyped");
     EXPECT_FALSE(fs::exists(directory_ + "mistyped"));
@@ -363,7 +364,7 @@ TEST_F(InDirectory, LogsToTheStateDirectoryWhereTheSetupPathCantBeWritten) {
     ::unsetenv("XDG_STATE_HOME");
     ::unsetenv("HOME");
     setLogSetupPath("/dev/null");
-    logWarning("nowhere");  // and nothing is thrown
+    logWarning("nowhere");  // must not throw
 }
 
 TEST_F(InDirectory, TheLogStartsAnewAtItsLimitInSeveralProcesses) {

@@ -26,7 +26,7 @@ std::string inReport(const std::string& content) {
     return "<Report version=\"1\">\n" + content + "</Report>";
 }
 
-// The kinds, places and causes of all errors, one per line.
+// The codes, positions and causes of all errors, one per line.
 std::string errorsOf(const std::string& input) {
     std::string all;
     const auto add = [&](const EngineError& error) {
@@ -42,7 +42,7 @@ std::string errorsOf(const std::string& input) {
     return all;
 }
 
-// What reading the template writes into the log, without times.
+// The lines that reading the template writes to the log, without times.
 std::string logOf(const std::string& input) {
     const ScratchDirectory scratch;
     std::filesystem::create_directory(scratch.path / "log");
@@ -70,7 +70,7 @@ TEST(TemplateFaults, NameBytesAndLimits) {
     const struct {
         std::string input;
         ErrorCode code;
-        const char* what;  // the first message begins so, after the file's name
+        const char* what;  // how the first message begins, after the file's name
     } cases[] = {
         {"", ErrorCode::NotXml, "1:1: not XML: no root element"},
         {" \n ", ErrorCode::NotXml, "2:2: not XML: no root element"},
@@ -101,7 +101,7 @@ TEST(TemplateFaults, EveryTruncationIsRefused) {
     }
 }
 
-// Whatever a bit more or less does to a template, it either loads and can be saved again or is refused.
+// A template with changed bytes either loads and can be saved again, or is rejected.
 TEST(TemplateFaults, ChangedBytesNeverDoHarm) {
     const std::string text = ReadFile(QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/everything.qbf");
     int loaded = 0;

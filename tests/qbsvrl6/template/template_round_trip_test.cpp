@@ -180,7 +180,7 @@ TEST(TemplateFiles, SavedElsewhereNameTheSameFiles) {
     const ReportDefinition saved = loadTemplate(directory + "新/dir/a.qbf");
     EXPECT_EQ(namedFiles(saved), namedFiles(report));
     EXPECT_EQ(namedFiles(saved).size(), 6u);
-    // Back in its folder it is as it was.
+    // Back in its folder, it is unchanged.
     report.backgroundPicture = background;
     saveTemplate(report, directory + "a.qbf");
     EXPECT_EQ(
@@ -188,7 +188,7 @@ TEST(TemplateFiles, SavedElsewhereNameTheSameFiles) {
         ReadFile(kEverything));
 }
 
-// The schema beside the format's description accepts what the engine writes.
+// The schema in docs/ accepts the templates that the engine writes.
 TEST(TemplateSchema, AcceptsSavedTemplatesAndSamples) {
     if (std::system("command -v xmllint >/dev/null") != 0) GTEST_SKIP() << "xmllint is not installed";
     std::string files = " '" + kEverything + "'";
