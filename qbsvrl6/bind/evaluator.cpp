@@ -268,7 +268,7 @@ void Evaluator::noteIfUnread(const Expression& expression, const Value& value, D
         const bool isCalculated = name.kind == NameKind::Calculated;
         if (isCalculated && !isFresh(memos_[name.index], position)) return false;
         const Value source = isCalculated ? memos_[name.index].value : readSource(name, position);
-        return source.text.data() == value.text.data() && source.text.size() == value.text.size();
+        return source.text == value.text;
     };
     const auto source = std::find_if(expression.names.begin(), expression.names.end(), isSource);
     const bool isName = source != expression.names.end();
@@ -277,12 +277,13 @@ void Evaluator::noteIfUnread(const Expression& expression, const Value& value, D
         needed);
 }
 
-Value Evaluator::readSource(const BoundName& name, const Position& position) const {
+Value Evaluator::readSource(const BoundName& name, const Position& position) {
     switch (name.kind) {
         case NameKind::Column:
-            return readColumn(name.index, position.row);
+            if (position.row >= rows_.count()) return {};
+            return readTable(*binding_.sources().rows, rows_.tableRow(position.row), name.index);
         case NameKind::HeadColumn:
-            return binding_.sources().head->value(0, name.index);
+            return readTable(*binding_.sources().head, 0, name.index);
         case NameKind::Parameter:
             return parameters_[name.index].get();
         default:
@@ -290,9 +291,10 @@ Value Evaluator::readSource(const BoundName& name, const Position& position) con
     }
 }
 
-Value Evaluator::readColumn(std::uint32_t column, std::size_t row) const {
-    if (row >= rows_.count()) return {};
-    return binding_.sources().rows->value(rows_.tableRow(row), column);
+Value Evaluator::readTable(const Table& table, std::size_t row, std::uint32_t column) {
+    Value value = table.value(row, column);
+    if (table.isPaged()) value.text = arena_.copy(value.text);
+    return value;
 }
 
 bool Evaluator::isFresh(const Memo& memo, const Position& position) const {

@@ -62,8 +62,8 @@ private:
     void begin();
     Value run(const Expression& expression, const Position& position);
     Value readName(const BoundName& name, const Position& position);
-    Value readSource(const BoundName& name, const Position& position) const;
-    Value readColumn(std::uint32_t column, std::size_t row) const;
+    Value readSource(const BoundName& name, const Position& position);
+    Value readTable(const Table& table, std::size_t row, std::uint32_t column);
     bool isFresh(const Memo& memo, const Position& position) const;
     Value readCalculated(const BoundName& name, const Position& position);
     Value readSystem(SystemValue system, const Position& position) const;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "qbsvrl6/data/readers.h"
+#include "qbsvrl6/data/row_groups.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_writer.h"
@@ -61,6 +62,7 @@ void writeRows(XmlWriter& xml, const Table& table) {
 }  // namespace
 
 DataSet readData(std::string bytes, const std::string& origin) {
+    const SharedRowFile rowFile;
     const SourceText source(std::move(bytes), origin);
     try {
         DataSet data = formOf(source) == Form::Xml ? readXml(source) : readJson(source);

@@ -11,27 +11,15 @@
 #include <vector>
 
 #include "qbsvrl6/data/column_names.h"
+#include "qbsvrl6/data/value.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/number.h"
 
 namespace qbsvrl6 {
 
-enum class ValueType : std::uint8_t { Null, Boolean, Number, Date, Text };
-
-// One value, small enough to pass by value. `text` is the value as it is written in the data ("1.10",
-// "2024-03-05", "12345678901234567890") and as it is shown without a format. It belongs to the table, or to
-// the creator of the value.
-struct Value {
-    ValueType type = ValueType::Null;
-    bool boolean = false;
-    Number number;
-    std::int64_t date = 0;  // seconds since 1970-01-01 of the wall clock, as larkspur::ClkDateTime counts
-    std::u16string_view text;
-
-    bool isNull() const { return type == ValueType::Null; }
-};
-
-// One table, stored by column. A column takes memory for its values, not for the rows without one.
+// One table. Its rows are in groups, of which those beyond a limit of memory are in a temporary file
+// (row_groups.h). A table, or a data set with all of its tables, belongs to one thread at a time, also for
+// reading.
 class Table {
 public:
     explicit Table(std::u16string name);
@@ -46,13 +34,17 @@ public:
     std::u16string columnName(std::size_t column) const;
     // Index of the column, or npos. Looks for the exact name first, then ignores ASCII case.
     std::size_t findColumn(std::u16string_view name) const;
-    // A row or column out of range reads as null.
+    // A row or column out of range reads as null, as does every row before endRows(). The text lives as long as
+    // the table; if the table is paged, only until the next call. Raises MachineError if the file of a paged
+    // table can't be read.
     Value value(std::size_t row, std::size_t column) const;
+    bool isPaged() const;
 
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     // Functions that build the table. Columns are in the order of their first value; a row without a value
-    // reads as null. What the table takes counts in the budget of the export.
+    // reads as null. What the table takes counts in the budget of the export. Raise MachineError if rows have
+    // to go to a file that can't be written.
     void beginRow();
     // After the last row.
     void endRows();

@@ -6,6 +6,7 @@
 #include "qbsvrl6/api/drawings.h"
 #include "qbsvrl6/api/export_kinds.h"
 #include "qbsvrl6/data/load.h"
+#include "qbsvrl6/data/row_groups.h"
 #include "qbsvrl6/drawing/svg.h"
 #include "qbsvrl6/template/template_io.h"
 #include "tests/cases.h"
@@ -25,8 +26,7 @@ struct GoldenReport {
 };
 
 // A document of the case, or what `sink` makes of it where there is one.
-std::string documentOf(const GoldenReport& golden, const ExportOptions& options = {},
-                       PageSink* sink = nullptr) {
+std::string layOutOnce(const GoldenReport& golden, const ExportOptions& options, PageSink* sink = nullptr) {
     ReportDefinition report = readTemplate(golden.text, golden.path);
     ReportData data;
     data.sets[&report] = std::make_shared<DataSet>(readData(golden.data, golden.path));
@@ -38,9 +38,20 @@ std::string documentOf(const GoldenReport& golden, const ExportOptions& options 
     return bytes;
 }
 
+// The same, if each row is read from a file and forgotten when another one is read.
+std::string documentOf(const GoldenReport& golden, const ExportOptions& options = {}) {
+    const std::string document = layOutOnce(golden, options);
+    limitRowMemory(0);
+    limitRowGroups(1, 1);
+    EXPECT_TRUE(layOutOnce(golden, options) == document) << golden.path << " with its rows in a file";
+    limitRowMemory(kDefaultRowMemory);
+    limitRowGroups(OpenGroup::kMostRows, kLoadedRowGroups);
+    return document;
+}
+
 std::string itemsOf(const GoldenReport& golden) {
     RecordingSink sink;
-    documentOf(golden, {}, &sink);
+    layOutOnce(golden, {}, &sink);
     return sink.everything();
 }
 
@@ -55,7 +66,7 @@ std::string partsOf(const std::string& extension, const std::string& bytes) {
 
 std::string drawingsOf(const GoldenReport& golden) {
     RecordingSink sink;
-    documentOf(golden, {}, &sink);
+    layOutOnce(golden, {}, &sink);
     std::string all;
     for (const auto& page : sink.pages) {
         for (const auto& recorded : page) {
