@@ -1,12 +1,12 @@
 #include "qbsvrl6/data/byte_source.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/files.h"
-#include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/reach.h"
 
 namespace qbsvrl6 {
@@ -36,21 +36,50 @@ public:
 
     std::size_t read(char* to, std::size_t size) override {
         checkTime();
+        const Clock::time_point started = Clock::now();
         const std::size_t count = file_.read(to, size);
+        spendTime(Clock::now() - started);
         spend(&Budget::fetchedBytes, count, origin());
         return count;
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    // A window takes less than the millisecond that the budget counts in.
+    void spendTime(Clock::duration time) {
+        time_ += time;
+        const auto whole = std::chrono::duration_cast<std::chrono::milliseconds>(time_);
+        if (whole.count() == 0) return;
+        time_ -= whole;
+        spend(&Budget::fetchMilliseconds, static_cast<std::uint64_t>(whole.count()), origin());
+    }
+
     InputFile file_;
+    Clock::duration time_{};  // not yet counted in the budget
+};
+
+class SpooledBytes final : public ByteSource {
+public:
+    SpooledBytes(Spool bytes, std::string origin) : ByteSource(std::move(origin)), bytes_(std::move(bytes)) {}
+
+    std::size_t read(char* to, std::size_t size) override {
+        const std::size_t count = bytes_.read(at_, to, size);
+        at_ += count;
+        return count;
+    }
+
+private:
+    Spool bytes_;
+    std::uint64_t at_ = 0;
 };
 
 }  // namespace
 
 std::unique_ptr<ByteSource> openBytes(const Address& address) {
     std::string path = reachablePath(address);
-    if (path.empty()) return bytesOf(fetch(address, limits::kDataBytes), shownAddress(address));
     std::string origin = shownAddress(address);
+    if (path.empty()) return std::make_unique<SpooledBytes>(download(address), std::move(origin));
     spend(&Budget::fetches, 1, origin);
     return std::make_unique<FileBytes>(std::move(path), std::move(origin));
 }

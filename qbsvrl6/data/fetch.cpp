@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <chrono>
-#include <deque>
+#include <exception>
+#include <limits>
 #include <memory>
 #include <new>
-#include <optional>
 #include <utility>
 
 #include "qbsvrl6/data/load.h"
@@ -63,49 +63,19 @@ struct Curl {
     }
 };
 
-// The bytes that have arrived. A body of unknown length is kept in blocks, so that growing never copies it.
-class Body {
-public:
-    explicit Body(std::size_t maxBytes) : maxBytes_(maxBytes) {}
-
-    bool append(std::string_view bytes) {
-        if (bytes.size() > maxBytes_ - size_) return false;
-        size_ += bytes.size();
-        while (!bytes.empty()) {
-            if (blocks_.empty() || blocks_.back().size() == kBlock) blocks_.emplace_back().reserve(kBlock);
-            std::string& block = blocks_.back();
-            const std::size_t part = std::min(bytes.size(), kBlock - block.size());
-            block.append(bytes.substr(0, part));
-            bytes.remove_prefix(part);
-        }
-        return true;
-    }
-    std::size_t size() const { return size_; }
-
-    // Each block is freed as soon as it is copied.
-    std::string take() {
-        std::string whole;
-        whole.reserve(size_ + SourceText::kReadAhead);
-        for (; !blocks_.empty(); blocks_.pop_front()) whole += blocks_.front();
-        return whole;
-    }
-
-private:
-    static constexpr std::size_t kBlock = 1u << 20;
-
-    std::size_t maxBytes_;
-    std::size_t size_ = 0;
-    std::deque<std::string> blocks_;
-};
-
-[[noreturn]] void failTooLarge(std::size_t maxBytes, const std::string& name) {
+[[noreturn]] void failTooLarge(std::uint64_t maxBytes, const std::string& name) {
     throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes", {name});
+}
+
+curl_off_t curlSize(std::uint64_t bytes) {
+    constexpr std::uint64_t kMost = std::numeric_limits<curl_off_t>::max();
+    return static_cast<curl_off_t>(std::min(bytes, kMost));
 }
 
 // One download, redirects included. Redirects are followed here: each host is checked before it is asked.
 class Download {
 public:
-    Download(const Address& address, std::size_t maxBytes)
+    Download(const Address& address, std::uint64_t maxBytes)
         : shown_(shownAddress(address)),  // its user and password are no business of a log
           rules_(address.namedBy == NamedBy::Program ? nullptr : Reach::currentRules()),
           maxBytes_(maxBytes),
@@ -118,10 +88,10 @@ public:
         setOptions();
     }
 
-    std::string run() {
+    Spool run() {
         for (int redirects = 0;; ++redirects) {
             const std::string host = enterHost();
-            body_.emplace(maxBytes_);
+            body_ = Spool(shown_);
             check(perform(), host);
             const char* next = nullptr;
             curl_.curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &next);
@@ -133,7 +103,7 @@ public:
             if (!isWebAddress(toUtf16(url_))) fail("the server redirects to neither http nor https");
         }
         if (isRedirect()) fail("the server redirects to nowhere");
-        return body_->take();
+        return std::move(body_);
     }
 
 private:
@@ -165,7 +135,7 @@ private:
         set(CURLOPT_CURLU, parsedUrl_.get());
         set(CURLOPT_WRITEFUNCTION, &Download::receive);
         set(CURLOPT_WRITEDATA, static_cast<void*>(this));
-        set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maxBytes_));
+        set(CURLOPT_MAXFILESIZE_LARGE, curlSize(maxBytes_));
         if (rules_ == nullptr || rules_->allowsAnyHost()) return;
         // A proxy would connect on its own, to addresses that nobody has checked.
         set(CURLOPT_PROXY, "");
@@ -215,7 +185,8 @@ private:
     void check(CURLcode result, const std::string& host) const {
         if (isTooLarge_ || result == CURLE_FILESIZE_EXCEEDED) failTooLarge(maxBytes_, shown_);
         if (result == CURLE_OK) return;
-        if (result == CURLE_OUT_OF_MEMORY || isOutOfMemory_) throw std::bad_alloc();
+        if (failure_) std::rethrow_exception(failure_);
+        if (result == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
         if (refusedAddress_[0] != '\0') {
             const std::string address(refusedAddress_);
             fail(rules_->hostRule() + ": " + (host == address ? host : host + " (" + address + ")") +
@@ -237,11 +208,12 @@ private:
     static std::size_t receive(char* data, std::size_t one, std::size_t count, void* self) noexcept try {
         auto& download = *static_cast<Download*>(self);
         if (download.isRedirect()) return one * count;  // for readers that are not redirected
-        if (download.body_->append({data, one * count})) return one * count;
-        download.isTooLarge_ = true;
-        return 0;
-    } catch (const std::bad_alloc&) {
-        static_cast<Download*>(self)->isOutOfMemory_ = true;
+        download.isTooLarge_ = one * count > download.maxBytes_ - download.body_.size();
+        if (download.isTooLarge_) return 0;
+        download.body_.append({data, one * count});
+        return one * count;
+    } catch (...) {
+        static_cast<Download*>(self)->failure_ = std::current_exception();
         return 0;
     }
 
@@ -261,49 +233,67 @@ private:
     const Curl& curl_ = Curl::functions();
     std::string shown_;
     std::shared_ptr<const ReachRules> rules_;  // null: everything
-    std::size_t maxBytes_;
+    std::uint64_t maxBytes_;
     Clock::time_point until_;
     std::string url_;
     std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
     std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
     std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsedUrl_;
-    std::optional<Body> body_;
+    Spool body_;
     char cause_[CURL_ERROR_SIZE] = "";
     bool isTooLarge_ = false;
-    bool isOutOfMemory_ = false;
+    std::exception_ptr failure_;                  // while bytes were received
     bool isHostAllowed_ = true;                   // by its name
     char refusedAddress_[INET6_ADDRSTRLEN] = "";  // the last one
 };
 
-}  // namespace
-
-std::string fetch(const Address& address, std::size_t maxBytes) {
+// Fetches with `receive(path, allowed)` and counts that in the budget. The path is empty for web addresses.
+template <class Receive>
+auto counted(const Address& address, std::uint64_t maxBytes, Receive receive) {
     const std::string shown = shownAddress(address);
     spend(&Budget::fetches, 1, shown);
     const std::string path = reachablePath(address);
     const Spending* const spending = Spending::current();
-    const std::size_t allowed = spending == nullptr ? maxBytes
-                                                    : static_cast<std::size_t>(std::min<std::uint64_t>(
-                                                          maxBytes, spending->left(&Budget::fetchedBytes)));
+    const std::uint64_t allowed = std::min(
+        maxBytes, spending == nullptr ? Budget().fetchedBytes : spending->left(&Budget::fetchedBytes));
     const Clock::time_point started = Clock::now();
     const auto spendTime = [&] {
         const auto passed = std::chrono::duration_cast<milliseconds>(Clock::now() - started);
         spend(&Budget::fetchMilliseconds, static_cast<std::uint64_t>(passed.count()), shown);
     };
-    std::string bytes;
-    try {
-        bytes = path.empty() ? Download(address, allowed).run() : readFile(path, allowed);
-    } catch (const EngineError& error) {
-        if (error.endsExport()) throw;
-        spendTime();
-        if (error.code() == ErrorCode::LimitExceeded && allowed < maxBytes) {
-            spend(&Budget::fetchedBytes, allowed + 1, shown);
+    const auto received = [&] {
+        try {
+            return receive(path, allowed);
+        } catch (const EngineError& error) {
+            if (error.endsExport()) throw;
+            spendTime();
+            if (error.code() == ErrorCode::LimitExceeded && allowed < maxBytes) {
+                spend(&Budget::fetchedBytes, allowed + 1, shown);
+            }
+            throw;
         }
-        throw;
-    }
+    };
+    auto bytes = received();
     spendTime();
     spend(&Budget::fetchedBytes, bytes.size(), shown);
     return bytes;
+}
+
+}  // namespace
+
+std::string fetch(const Address& address, std::size_t maxBytes) {
+    return counted(address, maxBytes, [&](const std::string& path, std::uint64_t allowed) {
+        if (!path.empty()) return readFile(path, static_cast<std::size_t>(allowed));
+        std::string bytes = Download(address, allowed).run().take();
+        bytes.reserve(bytes.size() + SourceText::kReadAhead);
+        return bytes;
+    });
+}
+
+Spool download(const Address& address) {
+    return counted(
+        address, std::numeric_limits<std::uint64_t>::max(),
+        [&](const std::string&, std::uint64_t allowed) { return Download(address, allowed).run(); });
 }
 
 }  // namespace qbsvrl6

@@ -6,6 +6,7 @@
 
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/support/address.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
@@ -13,6 +14,9 @@ namespace qbsvrl6 {
 // found, out of reach (reach.h), unreadable, larger than `maxBytes`, slow beyond limits::kFetchSeconds; and for
 // what ends the whole export (budget.h).
 std::string fetch(const Address& address, std::size_t maxBytes);
+
+// The bytes of a web address, limited only by the budget of the export.
+Spool download(const Address& address);
 
 // JSON or XML text as tables and parameters.
 //
