@@ -5,22 +5,15 @@
 #include <cstddef>
 
 #include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/data/parent_rows.h"
 
 namespace qbsvrl6 {
-
-// Rows in the order of the walk. Only the range of a page that is still being filled may extend beyond the
-// last row.
-struct RowRange {
-    std::size_t first = 0;
-    std::size_t end = 0;  // after the last one
-    bool operator==(const RowRange&) const = default;
-};
 
 // Everything that a value depends on besides the data.
 struct Position {
     std::size_t row = 0;                // without rows, every column reads as null
     Scope scope{ScopeKind::Report, 0};  // of aggregates without a scope; never Default
-    RowRange pageRows;                  // rows on the page
+    RowRange pageRows;                  // on the page; while it is filled, they may end after the last row
     bool isBeforeRow = false;           // for a page before the row: running totals don't include it yet
     int pageNumber = 1;
     int pageCount = 1;

@@ -20,6 +20,9 @@ struct Table::Storage {
     ColumnNames names;
     std::vector<ColumnNames::Id> columns;
     RowGroups rows;
+    const Table* parent = nullptr;
+    std::vector<const Table*> children;
+    ParentRows parentRows;
     // Not yet counted in the budget.
     std::uint64_t cells = 0;
     std::uint64_t bytes = 0;
@@ -71,6 +74,18 @@ Value Table::value(std::size_t row, std::size_t column) const { return storage_-
 
 bool Table::isPaged() const { return storage_->rows.arePaged(); }
 
+const Table* Table::parent() const { return storage_->parent; }
+const std::vector<const Table*>& Table::children() const { return storage_->children; }
+RowRange Table::childrenOf(std::size_t parentRow) const {
+    return storage_->parentRows.childrenOf(parentRow, rowCount());
+}
+std::size_t Table::parentRow(std::size_t row) const { return storage_->parentRows.parentOf(row); }
+
+void Table::setParent(Table& parent) {
+    storage_->parent = &parent;
+    parent.storage_->children.push_back(this);
+}
+
 ColumnNames& Table::names() { return storage_->names; }
 
 std::size_t Table::columnOf(ColumnNames::Id name) {
@@ -89,6 +104,9 @@ void Table::beginRow() {
         throw EngineError(ErrorCode::LimitExceeded, "the data has too many rows");
     }
     goOn();
+    if (const Table* const parent = storage_->parent) {
+        storage_->bytes += storage_->parentRows.add(rowCount(), parent->rowCount() - 1);
+    }
     storage_->rows.beginRow(storage_->count());
     ++storage_->cells;
     storage_->names.beginRecord(ColumnNames::kRow);
@@ -150,8 +168,22 @@ const Table* DataSet::table(std::u16string_view name) const {
 
 void DataSet::add(Table table) {
     table.endRows();
-    tableIndex_.emplace(table.name(), tables_.size());
     tables_.push_back(std::move(table));
+    addToIndex(tables_.size() - 1);
+}
+
+Table& DataSet::open(std::u16string name, Table* parent) {
+    Table& table = tables_.emplace_back(std::move(name));
+    if (parent != nullptr) table.setParent(*parent);
+    addToIndex(tables_.size() - 1);
+    return table;
+}
+
+void DataSet::addToIndex(std::size_t index) {
+    const Table& table = tables_[index];
+    const auto [known, isNew] = tableIndex_.try_emplace(table.name(), index);
+    if (!isNew && table.parent() == nullptr && tables_[known->second].parent() != nullptr)
+        known->second = index;
 }
 
 const DataParameter* DataSet::parameter(std::u16string_view name) const {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "qbsvrl6/data/column_names.h"
+#include "qbsvrl6/data/parent_rows.h"
 #include "qbsvrl6/data/value.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/number.h"
@@ -42,6 +44,14 @@ public:
 
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
+    // The table that holds the rows of this one within its rows; null if there is none.
+    const Table* parent() const;
+    const std::vector<const Table*>& children() const;
+    // The rows that a row of the parent holds.
+    RowRange childrenOf(std::size_t parentRow) const;
+    // The row of the parent that holds the row.
+    std::size_t parentRow(std::size_t row) const;
+
     // Functions that build the table. Columns are in the order of their first value; a row without a value
     // reads as null. What the table takes counts in the budget of the export. Raise MachineError if rows have
     // to go to a file that can't be written.
@@ -62,6 +72,9 @@ public:
     void addText(std::size_t column, std::u16string_view value);
 
 private:
+    friend class DataSet;
+    void setParent(Table& parent);
+
     struct Storage;
     std::unique_ptr<Storage> storage_;
 };
@@ -80,10 +93,14 @@ class DataSet {
 public:
     std::string origin;  // file or URL, for messages
 
-    const std::vector<Table>& tables() const { return tables_; }
-    // The table of this name, the first of several; the first table for an empty name; null if there is none.
+    const std::deque<Table>& tables() const { return tables_; }
+    // The table of this name; the first table for an empty name; null if there is none. Of several, it is the
+    // first one without a parent, or else the first one.
     const Table* table(std::u16string_view name) const;
     void add(Table table);
+    // A new table, which the caller fills and ends. Each of its rows belongs to the last row that `parent`, a
+    // table of this data set, has at that moment.
+    Table& open(std::u16string name, Table* parent = nullptr);
 
     const std::vector<DataParameter>& parameters() const { return parameters_; }
     // Without regard to ASCII case, the last of several; null if there is none.
@@ -91,7 +108,9 @@ public:
     void add(DataParameter parameter);
 
 private:
-    std::vector<Table> tables_;
+    void addToIndex(std::size_t index);
+
+    std::deque<Table> tables_;
     std::vector<DataParameter> parameters_;
     std::unordered_map<std::u16string, std::size_t> tableIndex_;
     std::unordered_map<std::u16string, std::size_t> parameterIndex_;  // by name in lower case
