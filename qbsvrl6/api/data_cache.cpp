@@ -2,15 +2,14 @@
 
 #include <sys/stat.h>
 
+#include "qbsvrl6/data/byte_source.h"
 #include "qbsvrl6/data/load.h"
-#include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/reach.h"
 
 namespace qbsvrl6 {
 
 std::shared_ptr<const DataSet> fetchData(const Address& address) {
-    return std::make_shared<const DataSet>(
-        readData(fetch(address, limits::kDataBytes), shownAddress(address)));
+    return std::make_shared<const DataSet>(readData(*openBytes(address)));
 }
 
 std::shared_ptr<const DataSet> DataCache::get(const Address& address) {

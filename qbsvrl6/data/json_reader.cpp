@@ -1,16 +1,17 @@
-// JSON by simdjson's on-demand parser. It checks only what is read, so everything is read: each scalar's
-// spelling is checked here, by the grammar of RFC 8259, and values that are kept as text are walked as well.
-#include <simdjson.h>
-
-#include <algorithm>
-#include <charconv>
+// Reads JSON in a window. The objects around the tables are read here; of a table, as many rows as the window
+// holds are read at a time, as an array of their own.
+#include <cstring>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/data/json_outline.h"
+#include "qbsvrl6/data/json_rows.h"
+#include "qbsvrl6/data/json_scalar.h"
 #include "qbsvrl6/data/readers.h"
-#include "qbsvrl6/data/widen.h"
-#include "qbsvrl6/support/ascii.h"
-#include "qbsvrl6/support/enough_memory.h"
+#include "qbsvrl6/data/row_splitter.h"
+#include "qbsvrl6/data/utf8_window.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -18,376 +19,243 @@ namespace qbsvrl6 {
 
 namespace {
 
-namespace ondemand = simdjson::ondemand;
-
-// The list of simdjson's implementations is made while the library is loaded: without memory, that ends the
-// process.
-[[maybe_unused]] const bool kProcessTables = !simdjson::get_active_implementation()->name().empty();
-
-// number = [ "-" ] ( "0" / digit1-9 *digit ) [ "." 1*digit ] [ ( "e" / "E" ) [ "+" / "-" ] 1*digit ]
-bool isNumber(std::string_view token) {
-    const char* at = token.data();
-    const char* const end = at + token.size();
-    const auto digits = [&] {
-        const char* const first = at;
-        while (at != end && isDigit(*at)) ++at;
-        return at != first;
-    };
-    if (at != end && *at == '-') ++at;
-    if (at != end && *at == '0') {
-        ++at;
-    } else if (!digits()) {
-        return false;
-    }
-    if (at != end && *at == '.') {
-        ++at;
-        if (!digits()) return false;
-    }
-    if (at != end && (*at == 'e' || *at == 'E')) {
-        ++at;
-        if (at != end && (*at == '+' || *at == '-')) ++at;
-        if (!digits()) return false;
-    }
-    return at == end;
-}
-
-struct Scalar {
-    ValueType type = ValueType::Null;
-    bool boolean = false;
-    Number number;
-    std::u16string_view text;  // in the reader's buffer
-};
+constexpr bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+constexpr std::string_view kEndsWord = " \t\r\n,:\"[]{}";
 
 class JsonReader {
 public:
-    explicit JsonReader(const SourceText& source)
-        : source_(source),
-          text_(source.text().data(), source.text().size(), source.text().capacity()),
-          end_(text_.data() + text_.size()) {}
+    explicit JsonReader(ByteSource& source) : window_(source), rows_(window_), scalars_(window_) {}
 
     DataSet read() {
-        simdjson::error_code error = simdjson::SUCCESS;
-        try {
-            readRoot();
-        } catch (const simdjson::simdjson_error& failure) {
-            error = failure.error();
+        if (next() == '[') {
+            readTable({});
+        } else {
+            readObject();
         }
-        if (error != simdjson::SUCCESS) failBy(error);
+        if (next() != kEnd) window_.fail(ErrorCode::BadData, "text after the end of the data", at_);
+        return std::move(data_);
+    }
+
+    // Each line is a row of a table without a name.
+    DataSet readLines() {
+        JsonTable table(data_, {});
+        while (next() != kEnd) readLine(table, findLineEnd());
+        table.endRows();
         return std::move(data_);
     }
 
 private:
-    void readRoot() {
-        // A parser that found no memory for its texts does not report it.
-        const simdjson::error_code error = withEnoughMemory([this] {
-            parser_ = ondemand::parser();
-            return parser_.iterate(text_).get(document_);
-        });
-        if (error != simdjson::SUCCESS) throw simdjson::simdjson_error(error);
-        opened_ = true;
-        if (document_.type() == ondemand::json_type::array) {
-            readTable(document_.get_array(), {});
-        } else {
-            readObject(document_.get_object(), 1);
+    static constexpr int kEnd = -1;
+
+    struct Bracket {
+        char bracket;
+        std::size_t offset;
+        int line;  // 0: in the window
+    };
+
+    // The next character that is no space.
+    int next() {
+        for (;; ++at_) {
+            if (at_ == window_.end() && !readMore()) return kEnd;
+            const char c = *window_.at(at_);
+            if (!isSpace(c)) return static_cast<unsigned char>(c);
         }
-        const char* rest = nullptr;  // there is no location once all is read
-        if (document_.current_location().get(rest) == simdjson::SUCCESS) fail(kTextAfter, rest);
+    }
+
+    // Drops what is before `at_`.
+    bool readMore() {
+        for (Bracket& open : open_) {
+            if (open.line == 0) open.line = lineOf(open);
+        }
+        window_.dropBefore(at_);
+        return window_.read();
+    }
+
+    int lineOf(const Bracket& open) const {
+        return open.line != 0 ? open.line : window_.place(open.offset).position.line;
+    }
+
+    void open() {
+        open_.push_back({*window_.at(at_), at_, 0});
+        ++at_;
+    }
+
+    void close(char closing) {
+        if (next() != closing) failHere();
+        open_.pop_back();
+        ++at_;
     }
 
     // An object that isn't a row: tables and parameters, their names led by `path_`.
-    void readObject(ondemand::object object, int depth) {
-        for (auto entry : object) {
-            ondemand::field field = std::move(entry);
-            const std::size_t outer = extendPath(field.unescaped_key());
-            ondemand::value value = field.value();
-            switch (value.type()) {
-                case ondemand::json_type::array:
-                    readTable(value.get_array(), toUtf16(path_));
-                    break;
-                case ondemand::json_type::object:
-                    checkDepth(depth + 1, value);
-                    readObject(value.get_object(), depth + 1);
-                    break;
-                default:
-                    addParameter(takeScalar(value));
-            }
-            path_.resize(outer);
+    void readObject() {
+        if (open_.size() >= limits::kDataDepth) {
+            window_.fail(ErrorCode::LimitExceeded,
+                         "nested deeper than " + std::to_string(limits::kDataDepth) + " levels", at_);
         }
+        open();
+        if (next() != '}') {
+            readMember();
+            while (next() == ',') {
+                ++at_;
+                readMember();
+            }
+        }
+        close('}');
     }
 
-    void addParameter(const Scalar& scalar) {
+    void readMember() {
+        if (next() != '"') failHere();
+        const std::size_t outer = path_.size();
+        if (outer > 0) path_ += '.';
+        path_ += toUtf8(scalars_.read(takeString()).text);
+        if (next() != ':') failHere();
+        ++at_;
+        switch (next()) {
+            case '[':
+                readTable(toUtf16(path_));
+                break;
+            case '{':
+                readObject();
+                break;
+            default:
+                readParameter();
+        }
+        path_.resize(outer);
+    }
+
+    void readParameter() {
+        const JsonScalar scalar = scalars_.read(*window_.at(at_) == '"' ? takeString() : takeWord());
         data_.add({toUtf16(path_), scalar.type, scalar.number, scalar.boolean, std::u16string(scalar.text)});
     }
 
-    void readTable(ondemand::array rows, std::u16string name) {
-        Table table(std::move(name));
-        for (auto element : rows) {
-            ondemand::value value = element.value();
-            table.beginRow();
-            if (value.type() == ondemand::json_type::object) {
-                readRecord(value.get_object(), table, ColumnNames::kRow, 2);
-            } else {
-                setCell(value, table, table.names().nameOf(ColumnNames::kRow, kValueColumn), 2);
+    std::string_view takeString() {
+        bool isEscaped = false;
+        for (std::size_t end = at_ + 1;; ++end) {
+            if (end == window_.end() && !readMore()) fail("a string has no closing quote", end);
+            const char c = *window_.at(end);
+            if (static_cast<unsigned char>(c) < ' ') fail("a control character in a string", end);
+            if (c == '"' && !isEscaped) return takeTo(end + 1);
+            isEscaped = c == '\\' && !isEscaped;
+        }
+    }
+
+    std::string_view takeWord() {
+        std::size_t end = at_;
+        while ((end < window_.end() || readMore()) && kEndsWord.find(*window_.at(end)) == kEndsWord.npos)
+            ++end;
+        if (end == at_) failHere();
+        return takeTo(end);
+    }
+
+    std::string_view takeTo(std::size_t end) {
+        const std::size_t start = std::exchange(at_, end);
+        return {window_.at(start), end - start};
+    }
+
+    void readTable(std::u16string name) {
+        JsonTable table(data_, std::move(name));
+        open();
+        const std::size_t first = at_;
+        RowSplitter splitter;
+        std::size_t scanned = at_;
+        std::size_t closing = RowSplitter::kNone;
+        for (bool isLast = false; closing == RowSplitter::kNone; isLast = !readMore()) {
+            std::size_t count = 0;
+            const RowSplitter::Found found =
+                splitter.scan(window_.at(scanned), window_.end() - scanned, isLast, count);
+            if (found.close != RowSplitter::kNone) {
+                closing = scanned + found.close;
+                break;
             }
-        }
-        data_.add(std::move(table));
-    }
-
-    // The row, or an object within it.
-    void readRecord(ondemand::object record, Table& table, ColumnNames::Id name, int depth) {
-        table.names().beginRecord(name);
-        for (auto entry : record) {
-            ondemand::field field = std::move(entry);
-            const ColumnNames::Id key = table.names().nameOf(name, field.unescaped_key());
-            setCell(field.value(), table, key, depth);
-        }
-    }
-
-    void setCell(ondemand::value value, Table& table, ColumnNames::Id name, int depth) {
-        switch (value.type()) {
-            case ondemand::json_type::object:
-                checkDepth(depth + 1, value);
-                readRecord(value.get_object(), table, name, depth + 1);
-                return;
-            case ondemand::json_type::array: {
-                const std::size_t column = columnOf(table, name, value);
-                table.setText(column, takeText(value, depth));
-                return;
+            if (found.comma != RowSplitter::kNone) {
+                readRows(table, scanned + found.comma);
+                ++at_;
             }
-            default:
-                break;
+            if (isLast) failInRows();
+            scanned += count;
         }
-        const std::size_t column = columnOf(table, name, value);
-        const Scalar scalar = takeScalar(value);
-        switch (scalar.type) {
-            case ValueType::Boolean:
-                table.setBoolean(column, scalar.boolean);
-                break;
-            case ValueType::Number:
-                table.setNumber(column, scalar.number, scalar.text);
-                break;
-            case ValueType::Text:
-                table.setText(column, scalar.text);
-                break;
-            default:
-                table.setNull(column);
-        }
+        const std::size_t start = at_;
+        const bool isEmpty = start == first && next() == ']';
+        at_ = start;
+        if (!isEmpty && *window_.at(closing) == ']') readRows(table, closing);
+        at_ = closing;
+        close(']');
+        table.endRows();
     }
 
-    std::size_t columnOf(Table& table, ColumnNames::Id name, ondemand::value& place) {
-        const std::size_t column = table.columnOf(name);
-        if (column == Table::npos) {
-            source_.fail(ErrorCode::LimitExceeded,
-                         "more than " + std::to_string(limits::kDataColumns) + " columns", offset(place));
+    // The rows from here to the comma or bracket at `end`, as an array in the place of the text.
+    void readRows(JsonTable& table, std::size_t end) {
+        char* const text = window_.at(at_) - 1;
+        const std::size_t size = end - at_ + 2;
+        text[0] = '[';
+        text[size - 1] = ']';
+        if (rows_.read({text, size}, table) == 0) failBySyntax(window_, end);
+        at_ = end;
+    }
+
+    // The array is not closed.
+    [[noreturn]] void failInRows() {
+        const std::size_t end = window_.end();
+        const JsonOutline outline({window_.at(at_), end - at_});
+        const auto line = [&](const char* at) { return window_.place(window_.offsetOf(at)).position.line; };
+        if (outline.endsInString) fail("a string has no closing quote", end);
+        if (outline.wrong != window_.at(end)) {
+            failByBracket(window_, window_.offsetOf(outline.wrong), *outline.opened, line(outline.opened));
         }
-        return column;
+        if (outline.opened != window_.at(end)) failByEnd(window_, end, *outline.opened, line(outline.opened));
+        failByEnd(window_, end, open_.back().bracket, lineOf(open_.back()));
     }
 
-    Scalar takeScalar(ondemand::value& value) {
-        std::string_view token = value.raw_json_token();
-        const std::size_t last = token.find_last_not_of(" \t\r\n");
-        token = token.substr(0, last + 1);
-        Scalar scalar;
-        if (token.front() == '"') {
-            scalar.type = ValueType::Text;
-            scalar.text = unescape(token.substr(1, token.size() - 2));
-        } else if (token == "true" || token == "false") {
-            scalar.type = ValueType::Boolean;
-            scalar.boolean = token == "true";
-            scalar.text = widen(token, buffer_);
-        } else if (isNumber(token)) {
-            // What no double can hold even nearly stays text.
-            scalar.type = Number::parse(token, scalar.number) ? ValueType::Number : ValueType::Text;
-            scalar.text = widen(token, buffer_);
-        } else if (token != "null") {
-            fail("a value is none of JSON's", token.data());
-        }
-        return scalar;
-    }
-
-    // A nested array as it is written, once it is checked.
-    std::u16string_view takeText(ondemand::value& value, int depth) {
-        const char* const begin = value.current_location();
-        const char* const last = checkArray(value, depth + 1);
-        return widen({begin, static_cast<std::size_t>(last - begin)}, buffer_);
-    }
-
-    void check(ondemand::value value, int depth) {
-        switch (value.type()) {
-            case ondemand::json_type::array:
-                checkArray(value, depth + 1);
-                break;
-            case ondemand::json_type::object:
-                checkDepth(depth + 1, value);
-                for (auto entry : value.get_object()) {
-                    ondemand::field field = std::move(entry);
-                    (void)std::string_view(field.unescaped_key());
-                    check(field.value(), depth + 1);
-                }
-                break;
-            default:
-                takeScalar(value);
+    std::size_t findLineEnd() {
+        for (std::size_t from = at_;;) {
+            const auto* const found =
+                static_cast<const char*>(std::memchr(window_.at(from), '\n', window_.end() - from));
+            if (found != nullptr) return window_.offsetOf(found);
+            from = window_.end();
+            if (!readMore()) return from;
         }
     }
 
-    const char* checkArray(ondemand::value& array, int depth) {
-        checkDepth(depth, array);
-        for (auto element : array.get_array()) check(element.value(), depth);
-        const char* after = end_;
-        if (document_.current_location().get(after) != simdjson::SUCCESS) after = end_;
-        // The parser is at the next token; the bracket is the last one before it.
-        while (after[-1] != ']') --after;
-        return after;
+    // The line from here to `end`, as an array of one element.
+    void readLine(JsonTable& table, std::size_t end) {
+        window_.dropBefore(at_);
+        char* const text = window_.at(at_) - 1;
+        const std::size_t size = end - at_ + 2;
+        const char after = std::exchange(text[size - 1], ']');
+        text[0] = '[';
+        if (rows_.read({text, size}, table) != 1) fail("a line of more than one value", at_);
+        text[size - 1] = after;
+        at_ = end;
     }
 
-    // string = *( unescaped / "\" ( one of "\/bfnrt or quote / "u" 4HEXDIG ) ); control characters were
-    // refused by the parser.
-    std::u16string_view unescape(std::string_view raw) {
-        if (buffer_.size() < raw.size()) buffer_.resize(raw.size());
-        char16_t* out = buffer_.data();
-        const char* from = raw.data();
-        const char* const end = from + raw.size();
-        while (true) {
-            from = copyAscii(from, end, out, [](char c) { return c == '\\'; });
-            if (from == end) break;
-            if (*from == '\\') {
-                from = unescapeOne(from, end, out);
-            } else {
-                putCharacter(out, takeCharacter(from));
-            }
+    [[noreturn]] void fail(const char* message, std::size_t offset) const {
+        window_.fail(ErrorCode::BadData, message, offset);
+    }
+
+    // Something else is expected at the next character.
+    [[noreturn]] void failHere() {
+        const int found = next();
+        const Bracket& open = open_.back();
+        if (found == kEnd) failByEnd(window_, at_, open.bracket, lineOf(open));
+        if (found == (open.bracket == '[' ? '}' : ']')) {
+            failByBracket(window_, at_, open.bracket, lineOf(open));
         }
-        return {buffer_.data(), static_cast<std::size_t>(out - buffer_.data())};
+        failBySyntax(window_, at_);
     }
 
-    const char* unescapeOne(const char* from, const char* end, char16_t*& out) {
-        constexpr std::string_view kLetters = "\"\\/bfnrt";
-        constexpr std::u16string_view kMeanings = u"\"\\/\b\f\n\r\t";
-        const std::size_t letter = end - from > 1 ? kLetters.find(from[1]) : std::string_view::npos;
-        if (letter != std::string_view::npos) {
-            *out++ = kMeanings[letter];
-            return from + 2;
-        }
-        unsigned unit = 0;
-        if (end - from < 6 || from[1] != 'u' ||
-            std::from_chars(from + 2, from + 6, unit, 16).ptr != from + 6) {
-            fail("a backslash starts no escape that JSON knows", from);
-        }
-        *out++ = static_cast<char16_t>(unit);
-        return from + 6;
-    }
-
-    std::size_t extendPath(std::string_view key) {
-        const std::size_t outer = path_.size();
-        if (outer > 0) path_ += '.';
-        path_ += key;
-        return outer;
-    }
-
-    void checkDepth(int depth, ondemand::value& place) {
-        if (depth <= limits::kDataDepth) return;
-        source_.fail(ErrorCode::LimitExceeded,
-                     "nested deeper than " + std::to_string(limits::kDataDepth) + " levels", offset(place));
-    }
-
-    std::size_t offset(ondemand::value& value) {
-        const char* location = end_;
-        if (value.current_location().get(location) != simdjson::SUCCESS) location = end_;
-        return static_cast<std::size_t>(location - text_.data());
-    }
-
-    [[noreturn]] void fail(const std::string& message, const char* location) {
-        source_.fail(ErrorCode::BadData, message, static_cast<std::size_t>(location - text_.data()));
-    }
-
-    [[noreturn]] void failBy(simdjson::error_code error) {
-        const char* location = end_;
-        if (opened_ && document_.current_location().get(location) != simdjson::SUCCESS) location = end_;
-        location = std::min(location, end_);
-        switch (error) {
-            case simdjson::UNCLOSED_STRING:
-                fail("a string has no closing quote", end_);
-            case simdjson::UNESCAPED_CHARS:
-                fail("a control character in a string", outline().control);
-            case simdjson::INCOMPLETE_ARRAY_OR_OBJECT:
-                if (outline().after != end_) fail(kTextAfter, outline().after);
-                location = end_;
-                break;
-            default:
-                break;
-        }
-        const Outline found = outline();
-        if (found.wrong != end_ && found.wrong <= location) {
-            fail(std::string("this bracket closes the \"") + *found.opened + "\" of line " +
-                     lineOf(found.opened) + "; write \"" + closerOf(*found.opened) + "\"",
-                 found.wrong);
-        }
-        if (location == end_) {
-            const bool isOpen = found.opened != end_;
-            fail(isOpen ? std::string("the data ends early: the \"") + *found.opened + "\" of line " +
-                              lineOf(found.opened) + " is not closed"
-                        : "the data ends early",
-                 end_);
-        }
-        fail("the data is not valid JSON here", location);
-    }
-
-    // Errors that the parser finds before it reads, without a position.
-    struct Outline {
-        const char* control;  // the first control character in a string
-        const char* after;    // the first character after the closed root
-        const char* wrong;    // the first bracket that closes one of the other form
-        const char* opened;   // the bracket that `wrong` closes, else the innermost one that is never closed
-    };
-    static char closerOf(char bracket) { return bracket == '[' ? ']' : '}'; }
-    std::string lineOf(const char* location) const {
-        return std::to_string(source_.place(static_cast<std::size_t>(location - text_.data())).position.line);
-    }
-    Outline outline() const {
-        Outline found{end_, end_, end_, end_};
-        bool inString = false;
-        bool started = false;
-        std::vector<const char*> open;
-        for (const char* at = text_.data(); at < end_; ++at) {
-            const char c = *at;
-            if (inString) {
-                if (static_cast<unsigned char>(c) < 0x20 && found.control == end_) found.control = at;
-                if (c == '\\') ++at;
-                inString = c != '"';
-            } else if (c != ' ' && c != '\t' && c != '\r' && c != '\n') {
-                if (started && open.empty() && found.after == end_) found.after = at;
-                started = true;
-                inString = c == '"';
-                if (c == '[' || c == '{') open.push_back(at);
-                if ((c == ']' || c == '}') && !open.empty()) {
-                    if (c != closerOf(*open.back()) && found.wrong == end_) {
-                        found.wrong = at;
-                        found.opened = open.back();
-                    }
-                    open.pop_back();
-                }
-            }
-        }
-        if (found.wrong == end_ && !open.empty()) found.opened = open.back();
-        return found;
-    }
-
-    static constexpr const char* kTextAfter = "text after the end of the data";
-
-    const SourceText& source_;
-    static_assert(SourceText::kReadAhead >= simdjson::SIMDJSON_PADDING);
-
-    simdjson::padded_string_view text_;
-    const char* end_;
-    ondemand::parser parser_;
-    ondemand::document document_;
-    bool opened_ = false;  // a document that isn't has no location
-    DataSet data_;
+    Utf8Window window_;
+    JsonRows rows_;
+    JsonScalarReader scalars_;
+    std::size_t at_ = 0;
+    std::vector<Bracket> open_;
     std::string path_;
-    std::u16string buffer_;
+    DataSet data_;
 };
 
 }  // namespace
 
-DataSet readJson(const SourceText& source) { return JsonReader(source).read(); }
+DataSet readJson(ByteSource& source) { return JsonReader(source).read(); }
+
+DataSet readLines(ByteSource& source) { return JsonReader(source).readLines(); }
 
 }  // namespace qbsvrl6

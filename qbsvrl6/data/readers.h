@@ -1,13 +1,16 @@
-// The two text formats of data. Each raises EngineError with the position of the error.
+// The text formats of data. Each raises EngineError with the position of the error.
 #ifndef QBSVR_QBSVRL6_DATA_READERS_H
 #define QBSVR_QBSVRL6_DATA_READERS_H
 
+#include "qbsvrl6/data/byte_source.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/support/source_text.h"
 
 namespace qbsvrl6 {
 
-DataSet readJson(const SourceText& source);
+// UTF-8.
+DataSet readJson(ByteSource& source);
+DataSet readLines(ByteSource& source);  // of JSON
 DataSet readXml(const SourceText& source);
 
 // Raises what readXml would raise, without making tables.

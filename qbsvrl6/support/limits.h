@@ -10,8 +10,9 @@
 namespace qbsvrl6::limits {
 
 inline constexpr std::size_t kTemplateBytes = 64u << 20;
-inline constexpr std::size_t kTemplateErrors = 50;  // reported per template
-inline constexpr std::size_t kDataBytes = 1u << 30;
+inline constexpr std::size_t kTemplateErrors = 50;       // reported per template
+inline constexpr std::size_t kDataBytes = 1u << 30;      // of data that is not read in a window
+inline constexpr std::size_t kDataRowBytes = 64u << 20;  // of a row that is read in a window
 inline constexpr std::size_t kPictureBytes = 64u << 20;
 inline constexpr std::int64_t kPicturePixels = 100'000'000;
 inline constexpr std::int64_t kImagePagePixels = 100'000'000;  // of a page as an image

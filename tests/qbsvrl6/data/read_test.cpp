@@ -24,14 +24,21 @@ std::string describe(const Value& value) {
     }
 }
 
-// "name=value" for each parameter; "table(a,b):1,2;3,4" for each table.
+// "name=value" for each parameter; "table(a,b):1,2;3,4" for each table, with the rows of its parent as
+// "table@0,0(a,b)".
 std::string describe(const DataSet& data) {
     std::string text;
     for (const DataParameter& parameter : data.parameters()) {
         text += toUtf8(parameter.name) + "=" + describe(parameter.value()) + " ";
     }
     for (const Table& table : data.tables()) {
-        text += toUtf8(table.name()) + "(";
+        text += toUtf8(table.name());
+        for (std::size_t r = 0; table.parent() != nullptr && r < table.rowCount(); ++r) {
+            text += (r ? "," : "@") + std::to_string(table.parentRow(r));
+            const RowRange rows = table.childrenOf(table.parentRow(r));
+            if (r < rows.first || r >= rows.end) text += "?";
+        }
+        text += "(";
         for (std::size_t c = 0; c < table.columnCount(); ++c)
             text += (c ? "," : "") + toUtf8(table.columnName(c));
         text += "):";
@@ -46,12 +53,37 @@ std::string describe(const DataSet& data) {
     return text;
 }
 
-std::string read(std::string_view bytes) {
+// A server that sends a byte at a time.
+class SlowBytes : public ByteSource {
+public:
+    explicit SlowBytes(std::string_view bytes) : ByteSource("f"), bytes_(bytes) {}
+    std::size_t read(char* to, std::size_t size) override {
+        const std::string_view byte = bytes_.substr(0, std::min<std::size_t>(size, 1));
+        bytes_.remove_prefix(byte.size());
+        return byte.copy(to, 1);
+    }
+
+private:
+    std::string_view bytes_;
+};
+
+using ReadSource = DataSet (*)(ByteSource&);
+
+std::string read(ByteSource& source, ReadSource reads) {
     try {
-        return describe(readData(std::string(bytes), "f"));
+        return describe(reads(source));
     } catch (const EngineError& error) {
         return std::string("! ") + error.what();
     }
+}
+
+std::string read(std::string_view bytes, ReadSource reads = readData) {
+    const std::string result = read(*bytesOf(std::string(bytes), "f"), reads);
+    SlowBytes slow(bytes);
+    if (bytes.size() < 2'000) {
+        EXPECT_EQ(read(slow, reads), result) << "byte by byte";
+    }
+    return result;
 }
 
 std::string utf16(std::u16string_view text, bool bigEndian) {
@@ -78,8 +110,14 @@ TEST(ReadData, GivesTablesAndParameters) {
         {R"([{"n":1e999}])", "(n):1e999 "},
         {R"({"Shop":"A","rows":[{"x":1}],"deep":{"n":2,"more":[{"y":3}]},"none":[]})",
          "Shop=A deep.n=#2 rows(x):#1 deep.more(y):#3 none(): "},
-        {R"([{"o":{"i":1,"j":{"k":"z"}},"l":[1, {"m":[]} , "]"]}])",
-         R"((o.i,o.j.k,l):#1,z,[1, {"m":[]} , "]"] )"},
+        {R"([{"o":{"i":1,"j":{"k":"z"}},"l":[1, [{"m":[]}] , "]"]}])",
+         R"((o.i,o.j.k,l):#1,z,[1, [{"m":[]}] , "]"] )"},
+        {R"({"c":[{"n":1,"o":[{"i":1,"l":[{"a":1},{"a":2}]},{"i":2}]},{"n":2,"o":[]},)"
+         R"({"n":3,"o":[{"l":[{"a":3}]}],"o":[{"i":4}]}]})",
+         "c(n,o):#1,-;#2,[];#3,- c.o@0,0,2,2(i):#1;#2;-;#4 c.o.l@0,0,2(a):#1;#2;#3 "},
+        {R"([{"v":["a"]},{"w":{"v":[1,{"m":[]},[{}],null]}}])",
+         R"((v):["a"];- w.v@1,1,1,1(value,m):#1,-;-,[];[{}],-;-,- )"},
+        {R"({"a":[{"b":[{"x":1}]}],"a.b":[2]})", "a(): a.b@0(x):#1 a.b(value):#2 "},
         {R"([1,"two",{"value":3}])", "(value):#1;two;#3 "},
         {R"([{"a":1,"a":2},{"A":3,"a":4}])", "(a,A):#2,-;#4,#3 "},
         {R"([{"\u0061\n":"\"\\\/\b\f\n\r\t\u4e2d\ud83d\ude00中😀"}])", "(a\n):\"\\/\b\f\n\r\t中😀中😀 "},
@@ -167,6 +205,26 @@ TEST(ReadData, RefusesWhatPassesALimit) {
     const std::string half(2'048, 'k');
     EXPECT_EQ(read("[{\"" + half + "\":{\"" + half + "\":1}}]"),
               "! f: the budget name-length of 4,096 is used up at the name of a column");
+}
+
+TEST(ReadJsonLines, GivesARowForEachLine) {
+    const struct {
+        std::string_view bytes, expected;
+    } cases[] = {
+        {"", "(): "},
+        {"\xEF\xBB\xBF{\"a\":1}\r\n\r\n \t\n  {\"b\":[{\"c\":2}]} \n[3]",
+         "(a,value):#1,-;-,-;-,[3] b@1(c):#2 "},
+        {"{\"a\":1}\n{\"a\":\n", "! f:2:6: the data ends early: the \"{\" of line 2 is not closed"},
+        {"{\"a\":1}\n{\"a\":\"中\n\"}\n", "! f:2:8: a string has no closing quote"},
+        {"{\"a\":1}\n{\"a\":tru}\n", "! f:2:6: a value is none of JSON's"},
+        {"{\"a\":1}}\n{}", "! f:1:8: the data is not valid JSON here"},
+        {"\n1],[2\n", "! f:2:3: the data is not valid JSON here"},
+        {"{} {}", "! f:1:4: the data is not valid JSON here"},
+        {"{},{}", "! f:1:1: a line of more than one value"},
+        {"{}\n\xFF", "! f:2:1: the text is not UTF-8"},
+    };
+    for (const auto& one : cases) EXPECT_EQ(read(one.bytes, readJsonLines), one.expected) << one.bytes;
+    EXPECT_EQ(read(*bytesOf(utf16(u"\uFEFF{\"a\":\"中\"}\n{}", true), "f"), readJsonLines), "(a):中;- ");
 }
 
 // A cut file is reported as such wherever it is cut, and never read beyond.
