@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "qbsvrl6/bind/related_names.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -129,11 +130,14 @@ void Binding::bind(Expression& expression, const Origin& origin) {
     for (BoundName& name : expression.names) bindName(name, expression, origin);
     for (Aggregate& aggregate : expression.aggregates) {
         bindScope(aggregate, origin.text);
+        bindTable(aggregate);
         expression.usesPageRows |= aggregate.scope.kind == ScopeKind::Page;
         expression.usesDefaultScope |= aggregate.scope.kind == ScopeKind::Default;
         aggregate.slot = slots_++;
         if (!aggregate.argument) continue;
+        const Table* const outer = std::exchange(inner_, aggregate.table);
         bind(*aggregate.argument, origin);
+        inner_ = outer;
         expression.usesPage |= aggregate.argument->usesPage;
         expression.usesPageRows |= aggregate.argument->usesPageRows;
         expression.usesPageCount |= aggregate.argument->usesPageCount;
@@ -164,7 +168,14 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
         if (column != Table::npos) found(kind, column);
         return column != Table::npos;
     };
-    if (inTable(sources_.rows, NameKind::Column) || inTable(sources_.head, NameKind::HeadColumn)) return;
+    if (inTable(sources_.rows, NameKind::Column)) return;
+    const RelatedColumn related = findAround(inner_ != nullptr ? inner_ : sources_.rows, name.name);
+    if (related.table != nullptr) {
+        found(related.table == sources_.rows ? NameKind::Column : NameKind::Related, related.column);
+        name.table = related.table;
+        return;
+    }
+    if (inTable(sources_.head, NameKind::HeadColumn)) return;
     if (const std::optional<std::size_t> parameter = findParameter(name.name)) {
         found(NameKind::Parameter, *parameter);
         return;
@@ -175,6 +186,29 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
     if (field == nullptr && !mayBeKnown) logUnknown(name.name, origin);
 }
 
+// Names of columns within the row table make the aggregate one over that table's rows, and so does its own
+// name in Count.
+void Binding::bindTable(Aggregate& aggregate) const {
+    const Table* const rows = sources_.rows;
+    if (rows == nullptr || rows->children().empty() || !aggregate.argument) return;
+    const auto isCalculated = [&](const BoundName& name) {
+        const auto declared = declared_->fields.find(lowerCase(name.name));
+        return declared != declared_->fields.end() && !trimmed(declared->second->expression).empty();
+    };
+    for (const BoundName& name : aggregate.argument->names) {
+        if (isCalculated(name) || rows->findColumn(name.name) != Table::npos) continue;
+        const Table* const table = findTableWithColumn(*rows, name.name);
+        if (table == nullptr) continue;
+        if (aggregate.table == nullptr || table->isWithin(*aggregate.table)) aggregate.table = table;
+    }
+    const BoundName* const lone = aggregate.argument->loneName();
+    if (aggregate.kind != AggregateKind::Count || lone == nullptr || isCalculated(*lone)) return;
+    if (const Table* const table = findTableInside(*rows, lone->name)) {
+        aggregate.table = table;
+        aggregate.argument.reset();
+    }
+}
+
 void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     constexpr std::size_t kShown = 80;
     const std::string key = std::to_string(TextPlaces::keyOf(origin.text, use_)) + ' ' +
@@ -183,9 +217,14 @@ void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     const bool isPlaceholder = origin.shown.starts_with(u'[');
     std::string where = toUtf8(origin.shown.substr(0, kShown)) + (origin.shown.size() > kShown ? "..." : "");
     if (!isPlaceholder) where = '"' + where + '"';
+    const Table* const inside =
+        sources_.rows == nullptr ? nullptr : findTableWithColumn(*sources_.rows, name);
+    const std::string hint =
+        inside != nullptr
+            ? "it is a field of \"" + toUtf8(inside->name()) + "\": read it in an aggregate or a sub-report"
+            : suggestion(name, std::vector<std::u16string_view>(knownNames().begin(), knownNames().end()));
     const std::string message =
-        "unknown field \"" + toUtf8(name) + "\" in " + where + " is read as empty; " +
-        suggestion(name, std::vector<std::u16string_view>(knownNames().begin(), knownNames().end()));
+        "unknown field \"" + toUtf8(name) + "\" in " + where + " is read as empty; " + hint;
     for (const TextPosition& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
 }
 
@@ -203,14 +242,23 @@ const std::vector<std::u16string>& Binding::knownNames() const {
     const auto addAll = [&](const auto& named) {
         add(named.size(), [&](std::size_t i) -> const std::u16string& { return named[i].name; });
     };
-    for (const Table* table : {sources_.rows, sources_.head}) {
-        if (table == nullptr) continue;
-        add(table->columnCount(), [&](std::size_t column) { return table->columnName(column); });
-    }
+    const auto addColumns = [&](const Table& table, const std::u16string& prefix) {
+        add(table.columnCount(), [&](std::size_t column) { return prefix + table.columnName(column); });
+    };
+    for (const Table* table = sources_.rows; table != nullptr; table = table->parent())
+        addColumns(*table, {});
+    if (sources_.head != nullptr) addColumns(*sources_.head, {});
     addAll(report_.fields);
     addAll(report_.parameters);
     if (sources_.data != nullptr) addAll(sources_.data->parameters());
     addAll(passedNames_);
+    const auto addInside = [&](const auto& self, const Table& table) -> void {
+        for (const Table* const child : table.children()) {
+            addColumns(*child, std::u16string(nameInside(*child, *sources_.rows)) + u'.');
+            self(self, *child);
+        }
+    };
+    if (sources_.rows != nullptr) addInside(addInside, *sources_.rows);
     return names;
 }
 
@@ -275,7 +323,9 @@ std::uint32_t Binding::calculatedField(const Field& field) {
     Expression expression;
     {
         const UnderWay underWay(underWay_, field);
+        const Table* const inner = std::exchange(inner_, nullptr);
         expression = compile(field.expression);
+        inner_ = inner;
     }
     const auto index = static_cast<std::uint32_t>(calculated_.size());
     calculated_.push_back({&field, std::move(expression)});

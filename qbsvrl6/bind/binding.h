@@ -111,6 +111,7 @@ private:
     void bindName(BoundName& name, Expression& expression, const Origin& origin);
     void logUnknown(std::u16string_view name, const Origin& origin) const;
     const std::vector<std::u16string>& knownNames() const;
+    void bindTable(Aggregate& aggregate) const;
     void bindScope(Aggregate& aggregate, std::u16string_view text) const;
     std::uint32_t calculatedField(const Field& field);
 
@@ -124,6 +125,7 @@ private:
     std::unordered_map<const Field*, std::uint32_t> calculatedIndex_;
     std::deque<Calculated> calculated_;
     std::vector<const Field*> underWay_;  // calculated fields being compiled
+    const Table* inner_ = nullptr;        // of the aggregate being bound; null: the row table
     std::vector<BoundParameter> parameters_;
     std::vector<std::size_t> passed_;
     std::optional<Expression> filter_;

@@ -72,6 +72,7 @@ public:
     Gathering(ChartQuery& query, RowView& view, const std::u16string& name)
         : query_(query), view_(view), name_(name), made_(query.series_.size()) {
         position_.scope = view.rowScope();
+        position_.ofRow = true;
         position_.pageRows = {0, view.rowCount()};
         // A series whose label has no placeholders exists even without rows.
         for (std::size_t i = 0; i < made_.size(); ++i) {

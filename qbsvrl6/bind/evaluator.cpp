@@ -90,6 +90,7 @@ void Evaluator::begin() {
     stack_.clear();
     arena_.reset();
     ++epoch_;
+    inner_ = {};
 }
 
 Value Evaluator::evaluate(const Expression& expression, const Position& position) {
@@ -246,6 +247,8 @@ UnreadValues::Source Evaluator::sourceOf(const BoundName& name, const Position& 
     switch (name.kind) {
         case NameKind::Column:
             return {"the field", name.name, rows_.tableRow(position.row)};
+        case NameKind::Related:
+            return {"the field", name.name, rowAround(name.table, position).row};
         case NameKind::HeadColumn:
             return {"the field", name.name, 0};
         case NameKind::Parameter:
@@ -282,6 +285,10 @@ Value Evaluator::readSource(const BoundName& name, const Position& position) {
         case NameKind::Column:
             if (position.row >= rows_.count()) return {};
             return readTable(*binding_.sources().rows, rows_.tableRow(position.row), name.index);
+        case NameKind::Related: {
+            const TableRow around = rowAround(name.table, position);
+            return around.table == nullptr ? Value() : readTable(*around.table, around.row, name.index);
+        }
         case NameKind::HeadColumn:
             return readTable(*binding_.sources().head, 0, name.index);
         case NameKind::Parameter:
@@ -291,6 +298,17 @@ Value Evaluator::readSource(const BoundName& name, const Position& position) {
     }
 }
 
+// The row of the table that is, or is around, the current one.
+TableRow Evaluator::rowAround(const Table* table, const Position& position) const {
+    TableRow at = inner_;
+    if (at.table == nullptr) {
+        const bool isRow = position.row < rows_.count();
+        at = isRow ? TableRow{binding_.sources().rows, rows_.tableRow(position.row)} : rows_.holder();
+    }
+    while (at.table != nullptr && at.table != table) at = {at.table->parent(), at.table->parentRow(at.row)};
+    return at;
+}
+
 Value Evaluator::readTable(const Table& table, std::size_t row, std::uint32_t column) {
     Value value = table.value(row, column);
     if (table.isPaged()) value.text = arena_.copy(value.text);
@@ -298,7 +316,8 @@ Value Evaluator::readTable(const Table& table, std::size_t row, std::uint32_t co
 }
 
 bool Evaluator::isFresh(const Memo& memo, const Position& position) const {
-    return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope;
+    return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope &&
+           memo.ofRow == position.ofRow;
 }
 
 // Evaluates the field once per row and scope within one evaluation. Otherwise fields that use one another
@@ -307,7 +326,7 @@ Value Evaluator::readCalculated(const BoundName& name, const Position& position)
     if (isFresh(memos_[name.index], position)) return memos_[name.index].value;
     const Binding::Calculated& field = binding_.calculated(name.index);
     const Value value = converted(name, run(field.expression, position), field.field->type, position);
-    memos_[name.index] = {epoch_, position.row, position.scope, value};
+    memos_[name.index] = {epoch_, position.row, position.scope, position.ofRow, value};
     return value;
 }
 
@@ -324,30 +343,53 @@ Value Evaluator::readSystem(SystemValue system, const Position& position) const 
 }
 
 Value Evaluator::aggregate(const Aggregate& aggregate, const Position& position) {
-    const RowRange range = rows_.rangeOf(aggregate.scope, position);
+    const bool isOfRow =
+        aggregate.table != nullptr && aggregate.scope.kind == ScopeKind::Default && position.ofRow;
+    const RowRange range = isOfRow ? RowRange{position.row, std::min(position.row + 1, rows_.count())}
+                                   : rows_.rangeOf(aggregate.scope, position);
     if (aggregate.kind == AggregateKind::RowNumber) {
         if (position.row < range.first || position.row >= range.end) return {};
         return makeNumber(position.row - range.first + (position.isBeforeRow ? 0 : 1));
     }
-    if (!aggregate.argument) return makeNumber(range.end - std::min(range.first, range.end));
+    if (!aggregate.argument && aggregate.table == nullptr)
+        return makeNumber(range.end - std::min(range.first, range.end));
     const auto takeMissing = [&](AggregateState& state) { extend(state, aggregate, position, range.end); };
     Value result = aggregates_.stateOf(aggregate.slot, range, takeMissing).result(aggregate.kind);
     if (!result.text.empty()) result.text = arena_.copy(result.text);  // the state may advance to other rows
     return result;
 }
 
+void Evaluator::add(AggregateState& state, const Aggregate& aggregate, const Position& position) {
+    if (!aggregate.argument) return state.countRow();
+    const Value value = run(*aggregate.argument, position);
+    if (!state.add(aggregate.kind, value, arena_))
+        noteIfUnread(*aggregate.argument, value, DataType::Number, position);
+}
+
 void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const Position& position,
                        std::size_t end) {
     Position inside = position;
     inside.scope = rows_.rowScope();
+    inside.ofRow = true;
     const TextArena::Mark mark = arena_.mark();
     for (std::size_t row = state.range.end; row < end; ++row) {
         goOn();
         inside.row = row;
-        const Value value = run(*aggregate.argument, inside);
-        if (!state.add(aggregate.kind, value, arena_))
-            noteIfUnread(*aggregate.argument, value, DataType::Number, inside);
-        arena_.release(mark);
+        if (aggregate.table == nullptr) {
+            add(state, aggregate, inside);
+            arena_.release(mark);
+            continue;
+        }
+        const std::size_t tableRow = rows_.tableRow(row);
+        const RowRange inner =
+            aggregate.table->rowsWithin(*binding_.sources().rows, {tableRow, tableRow + 1});
+        for (std::size_t innerRow = inner.first; innerRow < inner.end; ++innerRow) {
+            goOn();
+            const TableRow outer = std::exchange(inner_, TableRow{aggregate.table, innerRow});
+            add(state, aggregate, inside);
+            inner_ = outer;
+            arena_.release(mark);
+        }
     }
     state.range.end = end;
     ++epoch_;  // memos of calculated fields may refer to texts that were just freed

@@ -56,6 +56,7 @@ private:
         std::uint64_t epoch = 0;
         std::size_t row = 0;
         Scope scope;
+        bool ofRow = false;
         Value value;
     };
 
@@ -63,11 +64,13 @@ private:
     Value run(const Expression& expression, const Position& position);
     Value readName(const BoundName& name, const Position& position);
     Value readSource(const BoundName& name, const Position& position);
+    TableRow rowAround(const Table* table, const Position& position) const;
     Value readTable(const Table& table, std::size_t row, std::uint32_t column);
     bool isFresh(const Memo& memo, const Position& position) const;
     Value readCalculated(const BoundName& name, const Position& position);
     Value readSystem(SystemValue system, const Position& position) const;
     Value aggregate(const Aggregate& aggregate, const Position& position);
+    void add(AggregateState& state, const Aggregate& aggregate, const Position& position);
     void extend(AggregateState& state, const Aggregate& aggregate, const Position& position, std::size_t end);
     UnreadValues::Source sourceOf(const BoundName& name, const Position& position) const;
     Value converted(const BoundName& name, const Value& value, DataType type, const Position& position);
@@ -83,6 +86,7 @@ private:
     std::vector<Value> stack_;
     TextArena arena_;
     std::uint64_t epoch_ = 0;
+    TableRow inner_;  // in an aggregate over a table within the row table
 };
 
 }  // namespace qbsvrl6

@@ -48,6 +48,7 @@ enum class NameKind : std::uint8_t {
     Unknown,
     Calculated,  // index: of the calculated field
     Column,      // index: of the row table's column
+    Related,     // index: of a column of `table`: around the row table, or that of the aggregate
     HeadColumn,  // index: of the head table's column; read from its first row
     Parameter,   // index: of the binding's parameter
 };
@@ -57,6 +58,7 @@ struct BoundName {
     NameKind kind = NameKind::Unknown;
     std::uint32_t index = 0;
     std::int8_t declaredType = -1;  // a DataType that the value is converted to; -1: none
+    const Table* table = nullptr;
 };
 
 struct Expression;
@@ -68,6 +70,8 @@ struct Aggregate {
     std::size_t scopeColumn = 0;           // its column in the text, from 1
     Scope scope{ScopeKind::Default, 0};    // set by binding
     std::uint32_t slot = 0;                // of its state; set by binding
+    // The table within the row table whose rows are aggregated; null: the row table. Set by binding.
+    const Table* table = nullptr;
 };
 
 enum class Operation : std::uint8_t {

@@ -14,7 +14,8 @@ struct Position {
     std::size_t row = 0;                // without rows, every column reads as null
     Scope scope{ScopeKind::Report, 0};  // of aggregates without a scope; never Default
     RowRange pageRows;                  // on the page; while it is filled, they may end after the last row
-    bool isBeforeRow = false;           // for a page before the row: running totals don't include it yet
+    bool ofRow = false;        // in texts of a row, aggregates over child tables cover the row's own children
+    bool isBeforeRow = false;  // for a page before the row: running totals don't include it yet
     int pageNumber = 1;
     int pageCount = 1;
 };

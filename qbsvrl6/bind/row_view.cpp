@@ -11,19 +11,22 @@ namespace qbsvrl6 {
 
 namespace {
 
-std::size_t rowsOfTable(const Binding& binding) {
-    const Table* const table = binding.sources().rows;
+WalkedRows allRows(const Table* table) {
     const std::size_t count = table == nullptr ? 0 : table->rowCount();
     if (count > std::numeric_limits<std::uint32_t>::max()) {
         throw EngineError(ErrorCode::LimitExceeded, "the data has too many rows");
     }
-    return count;
+    return WalkedRows({0, count});
 }
 
 }  // namespace
 
 RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now)
-    : binding_(binding), rows_(rowsOfTable(binding)), evaluator_(binding, rows_, passed, now) {
+    : RowView(binding, passed, now, allRows(binding.sources().rows)) {}
+
+RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now,
+                 WalkedRows rows)
+    : binding_(binding), rows_(std::move(rows)), evaluator_(binding, rows_, passed, now) {
     applyFilter();
     findGroups();
 }
@@ -31,18 +34,28 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
 // While the filter runs, all rows are walked: its aggregates, if any, cover all of them.
 void RowView::applyFilter() {
     if (!binding_.filter()) return;
-    const FilterIndex* const index = binding_.filterIndex();
+    const FilterIndex* const index = rows_.isListed() ? nullptr : binding_.filterIndex();
     const std::vector<std::uint32_t>* const candidates =
         index == nullptr ? nullptr : index->candidates(evaluator_.read(index->parameter(), {}));
     std::vector<std::uint32_t> kept;
-    const std::size_t count = candidates == nullptr ? rows_.count() : candidates->size();
-    for (std::size_t i = 0; i < count; ++i) {
+    const auto keepIfTrue = [&](std::size_t row) {
         goOn();
         Position position;
-        position.row = candidates == nullptr ? i : (*candidates)[i];
-        if (isTrue(*binding_.filter(), position)) kept.push_back(static_cast<std::uint32_t>(position.row));
+        position.row = row;
+        position.ofRow = true;
+        if (isTrue(*binding_.filter(), position))
+            kept.push_back(static_cast<std::uint32_t>(rows_.tableRow(row)));
+    };
+    if (candidates == nullptr) {
+        for (std::size_t row = 0; row < rows_.count(); ++row) keepIfTrue(row);
+    } else {
+        const std::size_t first = rows_.tableRow(0);
+        const auto end = std::lower_bound(candidates->begin(), candidates->end(), first + rows_.count());
+        for (auto at = std::lower_bound(candidates->begin(), candidates->end(), first); at != end; ++at) {
+            keepIfTrue(*at - first);
+        }
     }
-    rows_.keep(std::move(kept));
+    rows_.list(std::move(kept));
     evaluator_.forgetAggregates();
 }
 
@@ -56,6 +69,7 @@ void RowView::findGroups() {
         goOn();
         Position position;
         position.row = row;
+        position.ofRow = true;
         std::size_t starting = keys.size();
         for (std::size_t level = 0; level < keys.size(); ++level) {
             const Value key = evaluate(keys[level], position);
@@ -71,6 +85,41 @@ void RowView::findGroups() {
     }
     rows_.setGroups(std::move(starts), std::move(levels));
     evaluator_.forgetAggregates();
+}
+
+RowRange RowView::holders(const Table* table, const Position& position) const {
+    const Table* const own = binding_.sources().rows;
+    if (table == nullptr || own == nullptr || !table->isWithin(*own)) return {};
+    const std::size_t row = std::min(position.row, rows_.count());
+    return position.ofRow ? RowRange{row, std::min(row + 1, rows_.count())} : rowsOf(position.scope, row);
+}
+
+WalkedRows RowView::rowsInside(const Table* table, const Position& position) const {
+    const Table* const own = binding_.sources().rows;
+    if (table == nullptr || own == nullptr || !table->isWithin(*own)) return allRows(table);
+    const RowRange holding = holders(table, position);
+    std::vector<RowRange> ranges;
+    for (std::size_t row = holding.first; row < holding.end; ++row) {
+        const std::size_t tableRow = rows_.tableRow(row);
+        const RowRange inside = table->rowsWithin(*own, {tableRow, tableRow + 1});
+        if (!ranges.empty() && ranges.back().end == inside.first) {
+            ranges.back().end = inside.end;
+        } else if (inside.end > inside.first) {
+            ranges.push_back(inside);
+        }
+    }
+    WalkedRows rows(ranges.empty() ? RowRange{} : ranges.front());
+    if (ranges.size() > 1) {
+        std::vector<std::uint32_t> listed;
+        for (const RowRange& range : ranges) {
+            for (std::size_t row = range.first; row < range.end; ++row) {
+                listed.push_back(static_cast<std::uint32_t>(row));
+            }
+        }
+        rows.list(std::move(listed));
+    }
+    if (holding.end > holding.first) rows.setHolder({own, rows_.tableRow(holding.first)});
+    return rows;
 }
 
 std::vector<OwnedValue> RowView::passed() const {

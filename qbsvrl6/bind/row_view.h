@@ -24,6 +24,8 @@ public:
     // the view, which accepts only expressions that the binding has already compiled. Raises
     // EngineError(LimitExceeded) for tables of more than 4 billion rows.
     RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now);
+    // Walks these rows of the binding's table only.
+    RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now, WalkedRows rows);
     RowView(const RowView&) = delete;
     RowView& operator=(const RowView&) = delete;
 
@@ -36,6 +38,11 @@ public:
     RowRange rowsOf(Scope scope, std::size_t row) const {
         return rows_.group(scope.kind == ScopeKind::Group ? scope.level : -1, row);
     }
+    // The rows of a table that a view inside this one walks: within the rows of the position if the table is
+    // within the binding's, all of them otherwise.
+    WalkedRows rowsInside(const Table* table, const Position& position) const;
+    // The rows that this depends on; none if all rows are walked.
+    RowRange holders(const Table* table, const Position& position) const;
     // The row in the table, from 0, for messages; none without rows.
     std::optional<std::size_t> tableRow(const Position& position) const {
         if (position.row >= rows_.count()) return std::nullopt;

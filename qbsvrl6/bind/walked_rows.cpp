@@ -5,10 +5,10 @@
 
 namespace qbsvrl6 {
 
-void WalkedRows::keep(std::vector<std::uint32_t> tableRows) {
-    kept_ = std::move(tableRows);
-    isFiltered_ = true;
-    count_ = kept_.size();
+void WalkedRows::list(std::vector<std::uint32_t> tableRows) {
+    list_ = std::move(tableRows);
+    isListed_ = true;
+    count_ = list_.size();
 }
 
 void WalkedRows::setGroups(std::vector<std::vector<std::uint32_t>> starts,

@@ -10,20 +10,31 @@
 
 namespace qbsvrl6 {
 
+// A row of any table.
+struct TableRow {
+    const Table* table = nullptr;  // null: none
+    std::size_t row = 0;
+};
+
 // Groups of one level follow one another without gaps, and each is within one group of the next outer level:
 // a new outer group starts a new inner one.
 class WalkedRows {
 public:
-    // All rows of the table, without groups.
-    explicit WalkedRows(std::size_t tableRows = 0) : count_(tableRows) {}
+    // Rows of the table that follow one another, without groups.
+    explicit WalkedRows(RowRange tableRows = {}) : first_(tableRows.first), count_(tableRows.end - first_) {}
 
     std::size_t count() const { return count_; }
     // The row of the table; `row` is less than count().
-    std::size_t tableRow(std::size_t row) const { return isFiltered_ ? kept_[row] : row; }
+    std::size_t tableRow(std::size_t row) const { return isListed_ ? list_[row] : first_ + row; }
     int groupCount() const { return static_cast<int>(groupStarts_.size()); }
 
-    // Keeps only these rows of the table. Call it before setGroups.
-    void keep(std::vector<std::uint32_t> tableRows);
+    // Walks these rows of the table, in this order, without groups. The list takes 4 bytes per row; without a
+    // list, rows take nothing.
+    void list(std::vector<std::uint32_t> tableRows);
+    bool isListed() const { return isListed_; }
+    // The row of an outer report's table that holds the rows, even if there are none.
+    void setHolder(TableRow holder) { holder_ = holder; }
+    TableRow holder() const { return holder_; }
     // `starts` are the first rows of the groups, per level; `startingLevels` is, per row, the outermost level
     // whose group starts there.
     void setGroups(std::vector<std::vector<std::uint32_t>> starts, std::vector<std::uint8_t> startingLevels);
@@ -38,9 +49,11 @@ public:
     RowRange rangeOf(Scope scope, const Position& position) const;
 
 private:
+    std::size_t first_ = 0;
     std::size_t count_ = 0;
-    bool isFiltered_ = false;
-    std::vector<std::uint32_t> kept_;  // rows of the table; empty without a filter
+    bool isListed_ = false;
+    std::vector<std::uint32_t> list_;  // rows of the table
+    TableRow holder_;
     std::vector<std::vector<std::uint32_t>> groupStarts_;
     std::vector<std::uint8_t> startingLevels_;  // empty without groups
 };

@@ -38,7 +38,7 @@ public:
 
     // Each line is a row of a table without a name.
     DataSet readLines() {
-        JsonTable table(data_, {});
+        NestedTable table(data_, {});
         while (next() != kEnd) readLine(table, findLineEnd());
         table.endRows();
         return std::move(data_);
@@ -153,7 +153,7 @@ private:
     }
 
     void readTable(std::u16string name) {
-        JsonTable table(data_, std::move(name));
+        NestedTable table(data_, std::move(name));
         open();
         const std::size_t first = at_;
         RowSplitter splitter;
@@ -184,7 +184,7 @@ private:
     }
 
     // The rows from here to the comma or bracket at `end`, as an array in the place of the text.
-    void readRows(JsonTable& table, std::size_t end) {
+    void readRows(NestedTable& table, std::size_t end) {
         char* const text = window_.at(at_) - 1;
         const std::size_t size = end - at_ + 2;
         text[0] = '[';
@@ -217,7 +217,7 @@ private:
     }
 
     // The line from here to `end`, as an array of one element.
-    void readLine(JsonTable& table, std::size_t end) {
+    void readLine(NestedTable& table, std::size_t end) {
         window_.dropBefore(at_);
         char* const text = window_.at(at_) - 1;
         const std::size_t size = end - at_ + 2;

@@ -12,10 +12,8 @@
 #include "qbsvrl6/data/json_outline.h"
 #include "qbsvrl6/data/json_scalar.h"
 #include "qbsvrl6/data/readers.h"
-#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/enough_memory.h"
 #include "qbsvrl6/support/limits.h"
-#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -63,31 +61,11 @@ bool holdsObjects(std::string_view text) {
 
 }  // namespace
 
-JsonTable::JsonTable(DataSet& data, std::u16string name, JsonTable* parent)
-    : data_(data), table_(data.open(std::move(name), parent == nullptr ? nullptr : &parent->table_)) {
-    spend(&Budget::dataBytes, sizeof *this, "the tables of the data");
-}
-
-JsonTable& JsonTable::child(ColumnNames::Id name) {
-    std::unique_ptr<JsonTable>& child = children_[name];
-    if (!child) {
-        const std::u16string own = toUtf16(table_.names().whole(name));
-        child = std::make_unique<JsonTable>(data_, table_.name().empty() ? own : table_.name() + u'.' + own,
-                                            this);
-    }
-    return *child;
-}
-
-void JsonTable::endRows() {
-    table_.endRows();
-    for (const auto& [name, child] : children_) child->endRows();
-}
-
 class JsonRows::Reader {
 public:
     explicit Reader(const Utf8Window& window) : window_(window), scalars_(window) {}
 
-    std::size_t read(std::string_view text, JsonTable& rows) {
+    std::size_t read(std::string_view text, NestedTable& rows) {
         text_ = text;
         simdjson::error_code error = simdjson::SUCCESS;
         std::size_t count = 0;
@@ -129,7 +107,7 @@ private:
     }
 
     // `depth` is that of the array.
-    std::size_t readRows(ondemand::array array, JsonTable& rows, int depth) {
+    std::size_t readRows(ondemand::array array, NestedTable& rows, int depth) {
         Table& table = rows.table();
         std::size_t count = 0;
         for (auto element : array) {
@@ -153,7 +131,7 @@ private:
     }
 
     // The row, or an object within it.
-    void readRecord(ondemand::object record, JsonTable& rows, ColumnNames::Id name, int depth) {
+    void readRecord(ondemand::object record, NestedTable& rows, ColumnNames::Id name, int depth) {
         ColumnNames& names = rows.table().names();
         names.beginRecord(name);
         for (auto entry : record) {
@@ -163,7 +141,7 @@ private:
         }
     }
 
-    void setCell(ondemand::value value, JsonTable& rows, ColumnNames::Id name, int depth) {
+    void setCell(ondemand::value value, NestedTable& rows, ColumnNames::Id name, int depth) {
         Table& table = rows.table();
         switch (value.type()) {
             case ondemand::json_type::object:
@@ -193,8 +171,8 @@ private:
         }
     }
 
-    // An array with objects is rows of a child table; any other is its text.
-    void setArray(ondemand::value& value, JsonTable& rows, ColumnNames::Id name, int depth) {
+    // An array with objects is rows of a child table; any other is its text, or nothing if it is empty.
+    void setArray(ondemand::value& value, NestedTable& rows, ColumnNames::Id name, int depth) {
         const char* const begin = value.current_location();
         if (holdsObjects({begin, static_cast<std::size_t>(end() - begin)})) {
             checkDepth(depth, value);
@@ -208,7 +186,12 @@ private:
         const std::size_t column = columnOf(table, name, array);
         const char* const begin = array.current_location();
         const char* const last = checkArray(array, depth);
-        table.setText(column, scalars_.widened({begin, static_cast<std::size_t>(last - begin)}));
+        const std::string_view text(begin, static_cast<std::size_t>(last - begin));
+        if (text.find_first_not_of(kSpaces, 1) == text.size() - 1) {
+            table.setNull(column);
+        } else {
+            table.setText(column, scalars_.widened(text));
+        }
     }
 
     std::size_t columnOf(Table& table, ColumnNames::Id name, ondemand::value& place) {
@@ -299,6 +282,6 @@ private:
 JsonRows::JsonRows(const Utf8Window& window) : reader_(std::make_unique<Reader>(window)) {}
 JsonRows::~JsonRows() = default;
 
-std::size_t JsonRows::read(std::string_view text, JsonTable& rows) { return reader_->read(text, rows); }
+std::size_t JsonRows::read(std::string_view text, NestedTable& rows) { return reader_->read(text, rows); }
 
 }  // namespace qbsvrl6

@@ -4,30 +4,12 @@
 
 #include <cstddef>
 #include <memory>
-#include <string>
 #include <string_view>
-#include <unordered_map>
 
-#include "qbsvrl6/data/table.h"
+#include "qbsvrl6/data/nested_table.h"
 #include "qbsvrl6/data/utf8_window.h"
 
 namespace qbsvrl6 {
-
-// A table that is being filled, with its child tables by their names in its rows.
-class JsonTable {
-public:
-    JsonTable(DataSet& data, std::u16string name, JsonTable* parent = nullptr);
-
-    Table& table() { return table_; }
-    JsonTable& child(ColumnNames::Id name);
-    // After the last row of the outermost table.
-    void endRows();
-
-private:
-    DataSet& data_;
-    Table& table_;
-    std::unordered_map<ColumnNames::Id, std::unique_ptr<JsonTable>> children_;
-};
 
 class JsonRows {
 public:
@@ -36,7 +18,7 @@ public:
 
     // Adds a row for each element of an array and returns their number. `text` is all of the array, in the
     // window. Raises EngineError.
-    std::size_t read(std::string_view text, JsonTable& rows);
+    std::size_t read(std::string_view text, NestedTable& rows);
 
 private:
     class Reader;

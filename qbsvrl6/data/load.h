@@ -24,7 +24,7 @@ Spool download(const Address& address);
 // JSON: a root array is one table without a name; in a root object each array is a table by its name and each
 // scalar a parameter. The members of nested objects become columns, parameters or tables named "outer.inner".
 // An element that is not an object has the single column "value". Within a row, an array with objects is rows
-// of a child table named "table.array", and any other array is its JSON text. JSON is read in a window, and a
+// of a child table named "table.array", an empty one is null, and any other array is its JSON text. JSON is read in a window, and a
 // row has at most limits::kDataRowBytes.
 //
 // XML: elements that repeat a name are rows of a table of that name, as is a single element that has leaves

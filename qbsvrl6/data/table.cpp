@@ -79,6 +79,19 @@ const std::vector<const Table*>& Table::children() const { return storage_->chil
 RowRange Table::childrenOf(std::size_t parentRow) const {
     return storage_->parentRows.childrenOf(parentRow, rowCount());
 }
+
+bool Table::isWithin(const Table& other) const {
+    const Table* outer = parent();
+    while (outer != nullptr && outer != &other) outer = outer->parent();
+    return outer != nullptr;
+}
+
+RowRange Table::rowsWithin(const Table& other, RowRange rows) const {
+    if (parent() != &other) rows = parent()->rowsWithin(other, rows);
+    const std::size_t first = childrenOf(rows.first).first;
+    return {first, rows.first < rows.end ? childrenOf(rows.end - 1).end : first};
+}
+
 std::size_t Table::parentRow(std::size_t row) const { return storage_->parentRows.parentOf(row); }
 
 void Table::setParent(Table& parent) {

@@ -49,6 +49,9 @@ public:
     const std::vector<const Table*>& children() const;
     // The rows that a row of the parent holds.
     RowRange childrenOf(std::size_t parentRow) const;
+    bool isWithin(const Table& other) const;
+    // The rows within rows of a table around this one.
+    RowRange rowsWithin(const Table& other, RowRange rows) const;
     // The row of the parent that holds the row.
     std::size_t parentRow(std::size_t row) const;
 

@@ -1,15 +1,19 @@
 // XML by pugixml. An element is one of four things:
 //   leaf       no attributes, no child elements
 //   row        one of several siblings of its name, or, alone, one that has leaves or attributes of its own
-//   record     a part of a row: its leaves and attributes are columns "record.leaf"
+//   record     a part of a row: its leaves and attributes are columns "record.leaf"; where it repeats, it is a
+//              row of a child table
 //   container  any other, the root always: it holds rows, leaves (parameters) and containers
 #include <pugixml.hpp>
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
+#include "qbsvrl6/data/nested_table.h"
 #include "qbsvrl6/data/readers.h"
 #include "qbsvrl6/data/widen.h"
 #include "qbsvrl6/support/limits.h"
@@ -121,6 +125,47 @@ private:
     pugi::xml_node root_;
 };
 
+// Which elements the rows of a table hold, by their names.
+class Shape {
+public:
+    // The elements of a row, or of an element within it.
+    void add(const pugi::xml_node& element, int depth) {
+        if (depth > limits::kXmlDepth) return;  // the reader refuses it
+        begin();
+        for (const pugi::xml_node& inner : element) {
+            if (!isElement(inner)) continue;
+            Shape& shape = child(inner.name());
+            shape.repeats_ = shape.repeats_ || shape.lastIn_ == element;
+            shape.lastIn_ = element;
+            if (isLeaf(inner)) continue;
+            shape.hasParts_ = true;
+            shape.add(inner, depth + 1);
+        }
+    }
+
+    // Whether the elements are rows of a table: they repeat somewhere, and somewhere hold more than a text.
+    bool isTable() const { return repeats_ && hasParts_; }
+
+    // Elements are expected in the order of their first occurrence from now on.
+    void begin() { next_ = 0; }
+    Shape& child(std::string_view name) {
+        if (next_ < children_.size() && children_[next_].name_ == name) return children_[next_++];
+        const auto [known, isNew] = index_.try_emplace(name, children_.size());
+        if (isNew) children_.emplace_back().name_ = name;
+        next_ = known->second + 1;
+        return children_[known->second];
+    }
+
+private:
+    std::string_view name_;  // in the document
+    pugi::xml_node lastIn_;
+    bool repeats_ = false;
+    bool hasParts_ = false;
+    std::size_t next_ = 0;
+    std::vector<Shape> children_;
+    std::unordered_map<std::string_view, std::size_t> index_;
+};
+
 class XmlReader {
 public:
     explicit XmlReader(const SourceText& source) : document_(source) {}
@@ -131,6 +176,11 @@ public:
     }
 
 private:
+    struct Rows {
+        Shape shape;
+        std::optional<NestedTable> table;
+    };
+
     void readContainer(const pugi::xml_node& container, const std::string& path, int depth) {
         document_.checkElement(container, depth);
         const std::string prefix = path.empty() ? path : path + '.';
@@ -141,25 +191,25 @@ private:
         for (const pugi::xml_node& child : container) {
             if (isElement(child)) ++counts[child.name()];
         }
-        std::vector<std::string_view> order;
-        std::unordered_map<std::string_view, Table> tables;
+        std::unordered_map<std::string_view, Rows> tables;
+        for (const pugi::xml_node& child : container) {
+            const bool isRow = isElement(child) && (counts[child.name()] > 1 || isSingleRow(child));
+            if (isRow) tables[child.name()].shape.add(child, depth + 1);
+        }
         for (const pugi::xml_node& child : container) {
             if (!isElement(child)) continue;
-            const std::string_view name = child.name();
-            if (counts[name] > 1 || isSingleRow(child)) {
-                auto found = tables.find(name);
-                if (found == tables.end()) {
-                    found = tables.emplace(name, Table(toUtf16(name))).first;
-                    order.push_back(name);
-                }
-                readRow(child, found->second, depth + 1);
+            const auto rows = tables.find(child.name());
+            if (rows != tables.end()) {
+                Rows& found = rows->second;
+                if (!found.table) found.table.emplace(data_, tableName(child.name(), prefix));
+                readRow(child, *found.table, found.shape, depth + 1);
             } else if (isLeaf(child)) {
                 addParameter(prefix + child.name(), textOf(child, joined_));
             } else {
                 readContainer(child, prefix + child.name(), depth + 1);
             }
         }
-        for (const std::string_view name : order) addTable(std::move(tables.at(name)), prefix);
+        for (auto& [name, rows] : tables) rows.table->endRows();
     }
 
     // Whether an element that has no sibling of its name is a row.
@@ -175,24 +225,27 @@ private:
     }
 
     // Rows of one name in two containers are two tables: the later one bears its container's path too.
-    void addTable(Table table, const std::string& prefix) {
-        if (data_.table(table.name()) != nullptr) table.rename(toUtf16(prefix) + table.name());
-        data_.add(std::move(table));
+    std::u16string tableName(const char* name, const std::string& prefix) const {
+        const std::u16string own = toUtf16(name);
+        return data_.table(own) == nullptr ? own : toUtf16(prefix) + own;
     }
 
     void addParameter(const std::string& name, std::string_view text) {
         data_.add({toUtf16(name), ValueType::Text, {}, false, std::u16string(widen(text, buffer_))});
     }
 
-    void readRow(const pugi::xml_node& row, Table& table, int depth) {
-        table.beginRow();
-        readRecord(row, table, ColumnNames::kRow, depth);
+    void readRow(const pugi::xml_node& row, NestedTable& rows, Shape& shape, int depth) {
+        rows.table().beginRow();
+        readRecord(row, rows, ColumnNames::kRow, shape, depth);
     }
 
     // The row, or an element within it.
-    void readRecord(const pugi::xml_node& record, Table& table, ColumnNames::Id name, int depth) {
+    void readRecord(const pugi::xml_node& record, NestedTable& rows, ColumnNames::Id name, Shape& shape,
+                    int depth) {
         document_.checkElement(record, depth);
+        Table& table = rows.table();
         ColumnNames& names = table.names();
+        shape.begin();
         names.beginRecord(name);
         for (const pugi::xml_attribute& attribute : record.attributes()) {
             setCell(record, table, names.nameOf(name, attribute.name()), attribute.value());
@@ -202,10 +255,13 @@ private:
             if (!isElement(child)) continue;
             hasElements = true;
             const ColumnNames::Id key = names.nameOf(name, child.name());
-            if (isLeaf(child)) {
+            Shape& inner = shape.child(child.name());
+            if (inner.isTable()) {
+                readRow(child, rows.child(key), inner, depth + 1);
+            } else if (isLeaf(child)) {
                 setCell(child, table, key, textOf(child, joined_));
             } else {
-                readRecord(child, table, key, depth + 1);
+                readRecord(child, rows, key, inner, depth + 1);
             }
         }
         if (hasElements) return;

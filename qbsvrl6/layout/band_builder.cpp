@@ -32,6 +32,7 @@ Position BandBuilder::groupPosition(int level, std::size_t row) const {
 Position BandBuilder::rowPosition(std::size_t row) const {
     Position position = reportPosition(row);
     position.scope = view_.rowScope();
+    position.ofRow = true;
     return position;
 }
 
@@ -74,6 +75,7 @@ Position BandBuilder::evaluationPosition(const PlannedText& text, const Position
             settled.scope = {ScopeKind::Report, 0};
             break;
     }
+    settled.ofRow = false;
     const RowRange rows = view_.rowsOf(settled.scope, settled.row);
     if (rows.end > rows.first) settled.row = rows.end - 1;
     return settled;
@@ -159,8 +161,10 @@ std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, co
     for (const Expression& argument : content.arguments) {
         arguments.emplace_back(view_.evaluate(argument, position));
     }
+    const Binding& binding = *content.plan->binding;
+    WalkedRows rows = view_.rowsInside(binding.sources().rows, position);
     return ReportInstance{*content.plan,
-                          std::make_shared<RowView>(*content.plan->binding, arguments, context_.now), true};
+                          std::make_shared<RowView>(binding, arguments, context_.now, std::move(rows)), true};
 }
 
 void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced) {

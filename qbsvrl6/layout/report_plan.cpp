@@ -324,7 +324,7 @@ private:
         }
         const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
         planned.plan = Planner(content.report->definition, source_, site.left + box.x, depth_ + 1)
-                           .plan(width, data_, content.parameters);
+                           .plan(width, plan_->binding->sources().data, content.parameters);
         plan_->needsPageCount = plan_->needsPageCount || planned.plan->needsPageCount;
         return planned;
     }

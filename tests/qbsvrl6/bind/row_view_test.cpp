@@ -73,6 +73,57 @@ TEST(RowView, AggregatesByScope) {
     }
 }
 
+constexpr const char* kCustomers = R"({"total":9,"c":[
+    {"name":"A","orders":[{"no":1,"day":"d1","lines":[{"amount":1},{"amount":2}]},{"no":2,"day":"d2"}]},
+    {"name":"B","orders":[]},
+    {"name":"C","orders":[{"no":3,"day":"d3","rate":2,"lines":[{"amount":4,"a.b":5}]}]}]})";
+
+TEST(RowView, ReadsWithinRowsAndAroundThem) {
+    struct Case {
+        const char16_t* table;
+        const char16_t* expression;
+        std::size_t row;
+        const char* inRow;
+        const char* inReport;
+    };
+    const Case cases[] = {
+        {u"c", u"Sum(orders.lines.amount)", 0, "3", "7"},
+        {u"c", u"Sum(lines.amount)", 1, "0", "7"},
+        {u"c", u"Sum(C.Orders.Lines.amount * orders.rate)", 2, "8", "8"},
+        {u"c", u"Sum(amount & orders.no)", 2, "3", "6"},
+        {u"c", u"Sum(orders.lines.amount, Report)", 0, "7", "7"},
+        {u"c", u"Sum(orders.lines.amount, Running)", 1, "3", "3"},
+        {u"c", u"Count(orders)", 0, "2", "3"},
+        {u"c", u"Count(orders.lines)", 2, "1", "3"},
+        {u"c", u"Maximum(orders.day) & Minimum(name)", 0, "d2A", "d3A"},
+        {u"c", u"Sum(lines.a.b)", 2, "5", "5"},
+        {u"c", u"Count(*)", 0, "3", "3"},
+        {u"c", u"orders.no", 0, "", ""},
+        {u"c.orders", u"no & name & c.name & total", 2,
+         "3C"
+         "C9",
+         "3C"
+         "C9"},
+        {u"c.orders", u"Count(lines) & orders.day", 0, "2d1", "3d1"},
+        {u"c.orders.lines", u"orders.day & name & lines.amount & day", 2, "d3C4d3", "d3C4d3"},
+    };
+    const DataSet data = readData(kCustomers, "data");
+    const ReportDefinition report;
+    for (const Case& test : cases) {
+        Binding binding(report, {&data, data.table(test.table), nullptr}, {});
+        const Expression expression = binding.compile(test.expression);
+        RowView view(binding, {}, 0);
+        Position position;
+        position.row = test.row;
+        TextArena arena;
+        EXPECT_EQ(toUtf8(toText(view.evaluate(expression, position), arena)), test.inReport)
+            << toUtf8(test.expression);
+        position.ofRow = true;
+        EXPECT_EQ(toUtf8(toText(view.evaluate(expression, position), arena)), test.inRow)
+            << toUtf8(test.expression);
+    }
+}
+
 // States of aggregates are continued if possible, and otherwise started again.
 TEST(RowView, AggregatesInAnyOrderOfRows) {
     Orders orders;

@@ -114,9 +114,9 @@ TEST(ReadData, GivesTablesAndParameters) {
          R"((o.i,o.j.k,l):#1,z,[1, [{"m":[]}] , "]"] )"},
         {R"({"c":[{"n":1,"o":[{"i":1,"l":[{"a":1},{"a":2}]},{"i":2}]},{"n":2,"o":[]},)"
          R"({"n":3,"o":[{"l":[{"a":3}]}],"o":[{"i":4}]}]})",
-         "c(n,o):#1,-;#2,[];#3,- c.o@0,0,2,2(i):#1;#2;-;#4 c.o.l@0,0,2(a):#1;#2;#3 "},
+         "c(n,o):#1,-;#2,-;#3,- c.o@0,0,2,2(i):#1;#2;-;#4 c.o.l@0,0,2(a):#1;#2;#3 "},
         {R"([{"v":["a"]},{"w":{"v":[1,{"m":[]},[{}],null]}}])",
-         R"((v):["a"];- w.v@1,1,1,1(value,m):#1,-;-,[];[{}],-;-,- )"},
+         R"((v):["a"];- w.v@1,1,1,1(value,m):#1,-;-,-;[{}],-;-,- )"},
         {R"({"a":[{"b":[{"x":1}]}],"a.b":[2]})", "a(): a.b@0(x):#1 a.b(value):#2 "},
         {R"([1,"two",{"value":3}])", "(value):#1;two;#3 "},
         {R"([{"a":1,"a":2},{"A":3,"a":4}])", "(a,A):#2,-;#4,#3 "},
@@ -133,6 +133,12 @@ TEST(ReadData, GivesTablesAndParameters) {
         {"<r><row><a>1</a><in><c>2</c><d><e>3</e></d></in><a>4</a></row><row/></r>",
          "row(a,in.c,in.d.e):1, 4,2,3;-,-,- "},
         {"<r><v>1</v><v k='x'>2</v></r>", "v(value,k):1,-;2,x "},
+        {"<r><c><n>1</n><o i='1'><l><a>1</a></l><l><a>2</a></l></o></c>"
+         "<c><o i='2'/><o>x</o></c><c><o><l><a>3</a></l></o></c></r>",
+         "c(n):1;-;- c.o@0,1,1,2(i,value):1,-;2,-;-,x;-,- c.o.l@0,0,3(a):1;2;3 "},
+        {"<r><c><os><o><x>1</x></o></os></c><c><os><o><x>2</x></o><o><x>3</x></o><t>4</t><t>5</t></os></c></"
+         "r>",
+         "c(os.t):-;4, 5 c.os.o@0,1,1(x):1;2;3 "},
         {"<r><a><row><x>1</x></row></a><b><row><x>2</x></row></b></r>", "row(x):1 b.row(x):2 "},
         {"\xEF\xBB\xBF<r><!--c--><a> x<b/></a></r>", "a(b): "},
         {"<?xml version=\"1.0\" encoding=\"GB2312\"?><r><a>\xD6\xD0</a></r>", "a=中 "},
@@ -315,6 +321,8 @@ TEST(ReadXmlText, KeepsXmlAndTurnsJsonIntoIt) {
     EXPECT_EQ(xml,
               u"<data>\n<p_1>&lt;&amp;&gt;</p_1>\n<rows><_1st>a\uFFFD&#13;</_1st><n>1.50</n></rows>\n"
               u"<rows></rows>\n</data>\n");
+    EXPECT_EQ(read(toUtf8(readXmlText(R"({"c":[{"n":1,"o":[{"i":1},{"i":2}]},{"o":[{"i":3}]}]})", "f"))),
+              "c(n):1;- c.o@0,0,1(i):1;2;3 ");
     EXPECT_EQ(read(toUtf8(xml)), "p_1=<&> rows(_1st,n):a\xEF\xBF\xBD\r,1.50;-,- ");
     EXPECT_THROW(readXmlText("<r>", "f"), EngineError);
     EXPECT_THROW(readXmlText("[", "f"), EngineError);
