@@ -1,40 +1,8 @@
 #include "qbsvrl6/bind/aggregate_state.h"
 
 #include <cmath>
-#include <cstring>
 
 namespace qbsvrl6 {
-
-namespace {
-
-// Equal values have equal keys; values of different types have different keys.
-std::u16string distinctKey(const Value& value) {
-    std::u16string key(1, static_cast<char16_t>(value.type));
-    const auto appendBytes = [&key](const auto& number) {
-        char16_t units[sizeof(number) / sizeof(char16_t)];
-        std::memcpy(units, &number, sizeof(number));
-        key.append(units, std::size(units));
-    };
-    switch (value.type) {
-        case ValueType::Null:
-            break;
-        case ValueType::Boolean:
-            key += value.boolean ? u'1' : u'0';
-            break;
-        case ValueType::Number:
-            value.number.appendKey(key);
-            break;
-        case ValueType::Date:
-            appendBytes(value.date);
-            break;
-        case ValueType::Text:
-            key += value.text;
-            break;
-    }
-    return key;
-}
-
-}  // namespace
 
 void AggregateState::restart(std::size_t first) {
     *this = {};

@@ -61,7 +61,26 @@ Binding::Binding(const ReportDefinition& report, const DataSources& sources,
                                                         std::to_string(limits::kGroups));
     }
     if (!trimmed(grid_->filter).empty()) filter_ = compile(grid_->filter);
-    for (const auto& group : grid_->groups) groupKeys_.push_back(compile(group->by));
+    sort_ = compileSort(grid_->sort);
+    for (const auto& group : grid_->groups) addGroup(*group);
+}
+
+void Binding::addGroup(const Group& group) {
+    const std::size_t level = groups_.size();
+    groups_.push_back({&group, compile(group.by), compileSort(group.sort)});
+    checkGroupSort(groups_.back().sort, level);
+}
+
+void Binding::checkGroupSort(std::span<const SortTerm> terms, std::size_t level) {
+    for (const SortTerm& term : terms) {
+        for (const Aggregate& aggregate : term.expression.aggregates) {
+            const Scope& scope = aggregate.scope;
+            if (scope.kind != ScopeKind::Group || scope.level <= static_cast<int>(level)) continue;
+            throw EngineError(ErrorCode::BadExpression,
+                              "a group is sorted before the groups inside it are known: no total of \"" +
+                                  toUtf8(aggregate.scopeName) + '"');
+        }
+    }
 }
 
 Binding::Binding(const Binding& outer, const DataSources& sources, std::u16string_view filter)
@@ -124,6 +143,12 @@ TextTemplate Binding::compileText(std::u16string_view text) {
         }
     }
     return compiled;
+}
+
+std::vector<SortTerm> Binding::compileSort(std::u16string_view text) {
+    std::vector<SortTerm> terms = parseSortTerms(text);
+    for (SortTerm& term : terms) bind(term.expression, {text, text});
+    return terms;
 }
 
 void Binding::bind(Expression& expression, const Origin& origin) {

@@ -14,6 +14,7 @@
 
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/bind/filter_index.h"
+#include "qbsvrl6/bind/sort_terms.h"
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/bind/unread_values.h"
 #include "qbsvrl6/data/table.h"
@@ -53,6 +54,11 @@ public:
         const Field* field = nullptr;
         Expression expression;
     };
+    struct BoundGroup {
+        const Group* group = nullptr;
+        Expression key;
+        std::vector<SortTerm> sort;
+    };
     struct BoundParameter {
         std::u16string name;
         std::optional<DataType> type;
@@ -60,7 +66,7 @@ public:
     };
 
     // `report` outlives the binding. `passed` are the parameters that an outer report passes. Compiles the
-    // grid's filter and group keys. Raises EngineError(BadExpression) if one of them is invalid.
+    // grid's filter, sort and groups. Raises EngineError(BadExpression) if one of them is invalid.
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed);
 
@@ -72,6 +78,9 @@ public:
     // EngineError(BadExpression), also for calculated fields that depend on themselves.
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
+    std::vector<SortTerm> compileSort(std::u16string_view text);
+    // Raises the same error for a sort of groups that uses totals of inner groups.
+    static void checkGroupSort(std::span<const SortTerm> terms, std::size_t level);
 
     const ReportDefinition& report() const { return report_; }
     const DataSources& sources() const { return sources_; }
@@ -86,7 +95,8 @@ public:
     const std::optional<Expression>& filter() const { return filter_; }
     // Made at the first call; null if FilterIndex does not support the filter.
     const FilterIndex* filterIndex() const;
-    const std::vector<Expression>& groupKeys() const { return groupKeys_; }
+    const std::vector<SortTerm>& sort() const { return sort_; }
+    const std::vector<BoundGroup>& groups() const { return groups_; }  // outermost first
     // Shared by all views of the binding.
     UnreadValues& unreadValues() const { return unread_; }
 
@@ -113,6 +123,7 @@ private:
     const std::vector<std::u16string>& knownNames() const;
     void bindTable(Aggregate& aggregate) const;
     void bindScope(Aggregate& aggregate, std::u16string_view text) const;
+    void addGroup(const Group& group);
     std::uint32_t calculatedField(const Field& field);
 
     const ReportDefinition& report_;
@@ -130,7 +141,8 @@ private:
     std::vector<std::size_t> passed_;
     std::optional<Expression> filter_;
     mutable std::optional<std::unique_ptr<FilterIndex>> filterIndex_;
-    std::vector<Expression> groupKeys_;
+    std::vector<SortTerm> sort_;
+    std::vector<BoundGroup> groups_;
     mutable std::optional<std::vector<std::u16string>> knownNames_;
     mutable UnreadValues unread_{"calculations treat it as empty"};
     std::uint32_t slots_ = 0;

@@ -229,10 +229,30 @@ void Evaluator::call(const Expression& expression, const Instruction& instructio
 }
 
 Value Evaluator::readName(const BoundName& name, const Position& position) {
+    if (position.ofOthers) {
+        if (const std::optional<Value> value = readOfOthers(name, position)) return *value;
+    }
     if (name.kind == NameKind::Calculated) return readCalculated(name, position);
     const Value value = readSource(name, position);
     if (name.declaredType < 0) return value;
     return converted(name, value, static_cast<DataType>(name.declaredType), position);
+}
+
+// The key of a group of others is the text of `others`. Its other columns are empty, since its rows are of
+// several groups.
+std::optional<Value> Evaluator::readOfOthers(const BoundName& name, const Position& position) const {
+    if (position.scope.kind != ScopeKind::Group) return std::nullopt;
+    const std::vector<Binding::BoundGroup>& groups = binding_.groups();
+    for (int level = 0; level <= position.scope.level; ++level) {
+        const Binding::BoundGroup& group = groups[static_cast<std::size_t>(level)];
+        const BoundName* const key = group.key.loneName();
+        if (key == nullptr || key->kind != name.kind || key->index != name.index) continue;
+        if (!rows_.isOthers(level, position.row)) return std::nullopt;
+        return makeText(group.group->others);
+    }
+    const bool isOfRow = name.kind == NameKind::Column || name.kind == NameKind::Related;
+    return isOfRow && rows_.isOthers(position.scope.level, position.row) ? std::optional(Value())
+                                                                         : std::nullopt;
 }
 
 Value Evaluator::converted(const BoundName& name, const Value& value, DataType type,
@@ -317,7 +337,7 @@ Value Evaluator::readTable(const Table& table, std::size_t row, std::uint32_t co
 
 bool Evaluator::isFresh(const Memo& memo, const Position& position) const {
     return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope &&
-           memo.ofRow == position.ofRow;
+           memo.ofRow == position.ofRow && memo.ofOthers == position.ofOthers;
 }
 
 // Evaluates the field once per row and scope within one evaluation. Otherwise fields that use one another
@@ -326,7 +346,7 @@ Value Evaluator::readCalculated(const BoundName& name, const Position& position)
     if (isFresh(memos_[name.index], position)) return memos_[name.index].value;
     const Binding::Calculated& field = binding_.calculated(name.index);
     const Value value = converted(name, run(field.expression, position), field.field->type, position);
-    memos_[name.index] = {epoch_, position.row, position.scope, position.ofRow, value};
+    memos_[name.index] = {epoch_, position.row, position.scope, position.ofRow, position.ofOthers, value};
     return value;
 }
 
@@ -371,6 +391,7 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
     Position inside = position;
     inside.scope = rows_.rowScope();
     inside.ofRow = true;
+    inside.ofOthers = false;
     const TextArena::Mark mark = arena_.mark();
     for (std::size_t row = state.range.end; row < end; ++row) {
         goOn();

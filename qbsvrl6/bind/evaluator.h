@@ -57,12 +57,14 @@ private:
         std::size_t row = 0;
         Scope scope;
         bool ofRow = false;
+        bool ofOthers = false;
         Value value;
     };
 
     void begin();
     Value run(const Expression& expression, const Position& position);
     Value readName(const BoundName& name, const Position& position);
+    std::optional<Value> readOfOthers(const BoundName& name, const Position& position) const;
     Value readSource(const BoundName& name, const Position& position);
     TableRow rowAround(const Table* table, const Position& position) const;
     Value readTable(const Table& table, std::size_t row, std::uint32_t column);

@@ -15,6 +15,7 @@ struct Position {
     Scope scope{ScopeKind::Report, 0};  // of aggregates without a scope; never Default
     RowRange pageRows;                  // on the page; while it is filled, they may end after the last row
     bool ofRow = false;        // in texts of a row, aggregates over child tables cover the row's own children
+    bool ofOthers = false;     // in the header or footer of a group of others, the row is not read
     bool isBeforeRow = false;  // for a page before the row: running totals don't include it yet
     int pageNumber = 1;
     int pageCount = 1;

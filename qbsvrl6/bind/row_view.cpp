@@ -4,6 +4,8 @@
 #include <limits>
 #include <utility>
 
+#include "qbsvrl6/bind/group_finder.h"
+#include "qbsvrl6/bind/sort_keys.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 
@@ -28,7 +30,8 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
                  WalkedRows rows)
     : binding_(binding), rows_(std::move(rows)), evaluator_(binding, rows_, passed, now) {
     applyFilter();
-    findGroups();
+    sort();
+    if (!binding.groups().empty()) GroupFinder(binding, rows_, evaluator_).find();
 }
 
 // While the filter runs, all rows are walked: its aggregates, if any, cover all of them.
@@ -59,31 +62,23 @@ void RowView::applyFilter() {
     evaluator_.forgetAggregates();
 }
 
-void RowView::findGroups() {
-    const std::vector<Expression>& keys = binding_.groupKeys();
-    if (keys.empty()) return;
-    std::vector<std::vector<std::uint32_t>> starts(keys.size());
-    std::vector<std::uint8_t> levels(rows_.count());
-    std::vector<OwnedValue> current(keys.size());
-    for (std::size_t row = 0; row < rows_.count(); ++row) {
-        goOn();
+// Aggregates in the sort cover all rows that the filter accepts.
+void RowView::sort() {
+    const std::vector<SortTerm>& terms = binding_.sort();
+    if (terms.empty()) return;
+    SortKeys keys(rows_.count(), terms, [&](std::size_t term, std::size_t row) {
         Position position;
         position.row = row;
         position.ofRow = true;
-        std::size_t starting = keys.size();
-        for (std::size_t level = 0; level < keys.size(); ++level) {
-            const Value key = evaluate(keys[level], position);
-            // A change of an outer group starts a new inner one, whatever its key.
-            if (row > 0 && starting > level &&
-                compareValues(key, current[level].get(), evaluator_.arena()) == 0)
-                continue;
-            starting = std::min(starting, level);
-            current[level] = OwnedValue(key);
-            starts[level].push_back(static_cast<std::uint32_t>(row));
-        }
-        levels[row] = static_cast<std::uint8_t>(starting);
+        return evaluator_.evaluate(terms[term].expression, position);
+    });
+    keys.sort(0, keys.size());
+    std::vector<std::uint32_t> sorted;
+    sorted.reserve(keys.size());
+    for (std::size_t at = 0; at < keys.size(); ++at) {
+        sorted.push_back(static_cast<std::uint32_t>(rows_.tableRow(keys.itemAt(at))));
     }
-    rows_.setGroups(std::move(starts), std::move(levels));
+    rows_.list(std::move(sorted));
     evaluator_.forgetAggregates();
 }
 

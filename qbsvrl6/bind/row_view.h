@@ -1,5 +1,5 @@
-// The rows of one report or sub-report as layout walks them: filtered and grouped, with expressions evaluated
-// at them.
+// The rows of one report or sub-report as layout walks them: filtered, sorted and grouped, with expressions
+// evaluated at them.
 #ifndef QBSVR_QBSVRL6_BIND_ROW_VIEW_H
 #define QBSVR_QBSVRL6_BIND_ROW_VIEW_H
 
@@ -19,7 +19,7 @@ namespace qbsvrl6 {
 // Row indices count only the rows that the filter accepts. An object belongs to one thread.
 class RowView {
 public:
-    // Applies the filter and finds the groups. `passed` holds a value for each parameter that the outer
+    // Applies the filter and the sort, and finds the groups. `passed` holds a value for each parameter that the outer
     // report passes. `now` is the wall-clock time in seconds, constant within an export. `binding` outlives
     // the view, which accepts only expressions that the binding has already compiled. Raises
     // EngineError(LimitExceeded) for tables of more than 4 billion rows.
@@ -33,6 +33,7 @@ public:
     int groupCount() const { return rows_.groupCount(); }
     RowRange group(int level, std::size_t row) const { return rows_.group(level, row); }
     int startingLevel(std::size_t row) const { return rows_.startingLevel(row); }
+    bool isOthers(int level, std::size_t row) const { return rows_.isOthers(level, row); }
     Scope rowScope() const { return rows_.rowScope(); }
     // The rows of a scope that is a group or the report.
     RowRange rowsOf(Scope scope, std::size_t row) const {
@@ -43,6 +44,8 @@ public:
     WalkedRows rowsInside(const Table* table, const Position& position) const;
     // The rows that this depends on; none if all rows are walked.
     RowRange holders(const Table* table, const Position& position) const;
+    // The same rows for a view of their own.
+    WalkedRows rowsFor(Scope scope, std::size_t row) const { return rows_.part(rowsOf(scope, row)); }
     // The row in the table, from 0, for messages; none without rows.
     std::optional<std::size_t> tableRow(const Position& position) const {
         if (position.row >= rows_.count()) return std::nullopt;
@@ -68,7 +71,7 @@ public:
 
 private:
     void applyFilter();
-    void findGroups();
+    void sort();
 
     const Binding& binding_;
     WalkedRows rows_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "common/errors.h"
 #include "format/boolean_format.h"
@@ -185,6 +186,33 @@ int compareValues(const Value& left, const Value& right, TextArena& arena) {
         if (a != nullptr && b != nullptr) return compare(*a, *b);
     }
     return sign(toText(left, arena), toText(right, arena));
+}
+
+std::u16string distinctKey(const Value& value) {
+    if (value.isNull()) return distinctKey(makeText({}));
+    std::u16string key(1, static_cast<char16_t>(value.type));
+    const auto appendBytes = [&key](const auto& number) {
+        char16_t units[sizeof(number) / sizeof(char16_t)];
+        std::memcpy(units, &number, sizeof(number));
+        key.append(units, std::size(units));
+    };
+    switch (value.type) {
+        case ValueType::Null:
+            break;
+        case ValueType::Boolean:
+            key += value.boolean ? u'1' : u'0';
+            break;
+        case ValueType::Number:
+            value.number.appendKey(key);
+            break;
+        case ValueType::Date:
+            appendBytes(value.date);
+            break;
+        case ValueType::Text:
+            key += value.text;
+            break;
+    }
+    return key;
 }
 
 }  // namespace qbsvrl6

@@ -66,6 +66,9 @@ std::u16string_view toText(const Value& value, TextArena& arena);
 // booleans compare with a text that reads as one; all other values compare as text, unit by unit.
 [[nodiscard]] int compareValues(const Value& left, const Value& right, TextArena& arena);
 
+// Values have the same key if their types and values are the same; nothing has that of the empty text.
+std::u16string distinctKey(const Value& value);
+
 }  // namespace qbsvrl6
 
 #endif

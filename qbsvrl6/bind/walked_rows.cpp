@@ -5,28 +5,42 @@
 
 namespace qbsvrl6 {
 
+WalkedRows WalkedRows::part(RowRange rows) const {
+    WalkedRows part({first_ + rows.first, first_ + rows.end});
+    const auto at = [this](std::size_t row) { return list_.begin() + static_cast<std::ptrdiff_t>(row); };
+    if (isListed_) part.list({at(rows.first), at(rows.end)});
+    part.holder_ = holder_;
+    return part;
+}
+
 void WalkedRows::list(std::vector<std::uint32_t> tableRows) {
     list_ = std::move(tableRows);
     isListed_ = true;
     count_ = list_.size();
-}
-
-void WalkedRows::setGroups(std::vector<std::vector<std::uint32_t>> starts,
-                           std::vector<std::uint8_t> startingLevels) {
-    groupStarts_ = std::move(starts);
-    startingLevels_ = std::move(startingLevels);
+    levels_.clear();
 }
 
 RowRange WalkedRows::group(int level, std::size_t row) const {
     if (level < 0 || level >= groupCount()) return {0, count_};
-    const std::vector<std::uint32_t>& starts = groupStarts_[static_cast<std::size_t>(level)];
+    const std::vector<std::uint32_t>& starts = levels_[static_cast<std::size_t>(level)].starts;
     const auto next = std::upper_bound(starts.begin(), starts.end(), row);
     if (next == starts.begin()) return {0, 0};
     return {*(next - 1), next == starts.end() ? count_ : *next};
 }
 
+bool WalkedRows::isOthers(int level, std::size_t row) const {
+    if (level < 0 || level >= groupCount()) return false;
+    const std::vector<std::uint32_t>& others = levels_[static_cast<std::size_t>(level)].others;
+    return !others.empty() && std::binary_search(others.begin(), others.end(), group(level, row).first);
+}
+
+// A group of any level starts where one of the innermost level does.
 int WalkedRows::startingLevel(std::size_t row) const {
-    return row < startingLevels_.size() ? startingLevels_[row] : groupCount();
+    const auto starts = [row](const GroupLevel& level) {
+        return std::binary_search(level.starts.begin(), level.starts.end(), row);
+    };
+    if (levels_.empty() || !starts(levels_.back())) return groupCount();
+    return static_cast<int>(std::find_if(levels_.begin(), levels_.end(), starts) - levels_.begin());
 }
 
 Scope WalkedRows::rowScope() const {

@@ -26,6 +26,7 @@ Position BandBuilder::reportPosition(std::size_t row) const {
 Position BandBuilder::groupPosition(int level, std::size_t row) const {
     Position position = reportPosition(row);
     position.scope = {ScopeKind::Group, level};
+    for (int outer = 0; outer <= level; ++outer) position.ofOthers |= view_.isOthers(outer, row);
     return position;
 }
 
@@ -342,7 +343,7 @@ std::optional<BandDraft> BandBuilder::groupSection(PlannedSection& section, Band
     draft->band.groupLevel = position.scope.level;
     if (kind == BandKind::GroupHeader && (slice == nullptr || slice == section.slices.data())) {
         const Expression& key =
-            instance_.plan.binding->groupKeys()[static_cast<std::size_t>(position.scope.level)];
+            instance_.plan.binding->groups()[static_cast<std::size_t>(position.scope.level)].key;
         TextArena arena;
         draft->band.bookmark = toText(view_.evaluate(key, position), arena);
     }

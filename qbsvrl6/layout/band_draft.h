@@ -61,6 +61,7 @@ struct BandDraft {
     std::vector<Micrometres> cuts;             // heights at which a cut divides nothing, ascending
     bool mayBreak = false;                     // may be cut even if it would fit on the next page
     std::size_t row = 0;                       // of the grid's walk
+    RowRange hiddenRows;                       // of a group without rows, in the band that counts them
     bool hidesRepeated = false;                // a row with suppressed values
     bool isRest = false;                       // the lower part of a band that began on an earlier page
     bool madeSmaller = false;                  // something above the cut was scaled down

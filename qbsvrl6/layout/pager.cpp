@@ -288,11 +288,12 @@ void Pager::closePage() {
     bool anyRow = false;
     for (const Placed& placed : placed_) {
         // A row belongs to the page on which it begins.
-        const bool begins = placed.draft.band.kind == BandKind::Row && !placed.draft.isRest;
-        if (!begins || placed.draft.ofSubReport) continue;
-        const std::size_t row = placed.draft.row;
-        rows = anyRow ? RowRange{std::min(rows.first, row), std::max(rows.end, row + 1)}
-                      : RowRange{row, row + 1};
+        const BandDraft& draft = placed.draft;
+        if (draft.isRest || draft.ofSubReport) continue;
+        RowRange own = draft.hiddenRows;
+        if (draft.band.kind == BandKind::Row) own = {draft.row, draft.row + 1};
+        if (own.end == own.first) continue;
+        rows = anyRow ? RowRange{std::min(rows.first, own.first), std::max(rows.end, own.end)} : own;
         anyRow = true;
     }
     nextRow_ = rows.end;

@@ -28,7 +28,13 @@ ReportWalk::ReportWalk(LayoutContext& context, ReportInstance instance)
     : context_(context),
       instance_(std::move(instance)),
       builder_(context, instance_),
-      view_(*instance_.view) {}
+      view_(*instance_.view) {
+    if (!instance_.plan.grid) return;
+    const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
+    const auto hides = [](const PlannedGroup& group) { return !group.group->showRows; };
+    const auto hiding = std::find_if(groups.begin(), groups.end(), hides);
+    shownLevels_ = static_cast<std::size_t>(hiding - groups.begin()) + (hiding == groups.end() ? 0 : 1);
+}
 
 void ReportWalk::walkReport() {
     ReportPlan& plan = instance_.plan;
@@ -45,6 +51,7 @@ void ReportWalk::walkReport() {
 void ReportWalk::add(BandDraft draft) {
     goOn();
     draft.owner = shared_from_this();
+    draft.hiddenRows = std::exchange(hiddenRows_, {});
     flow_->add(std::move(draft));
 }
 
@@ -111,7 +118,7 @@ void ReportWalk::walkGrid() {
 }
 
 // The title stays with the row below it, a group's header with its first rows, a group's last row with its
-// footer.
+// footer. A group without rows counts as one.
 void ReportWalk::walkRows() {
     PlannedGrid& grid = *instance_.plan.grid;
     rowKeeps_.clear();
@@ -119,39 +126,45 @@ void ReportWalk::walkRows() {
         rowKeeps_.push_back({flow_->beginKeep(), kOfTitle, 1});
         add(builder_.title());
     }
-    for (std::size_t row = 0; row < view_.rowCount(); ++row) walkRow(row);
+    for (std::size_t row = 0; row < view_.rowCount();) row = walkRow(row);
     if (view_.rowCount() > 0) closeGroups(0, view_.rowCount() - 1);
     endRowKeeps(kOfTitle);
     if (grid.grid->fillBlankRows) fillPage();
 }
 
-void ReportWalk::walkRow(std::size_t row) {
+std::size_t ReportWalk::walkRow(std::size_t row) {
+    const bool hides = hidesRows();
+    const RowRange rows =
+        hides ? view_.group(static_cast<int>(shownLevels_) - 1, row) : RowRange{row, row + 1};
     const int groups = view_.groupCount();
     const int starting = view_.startingLevel(row);
     if (starting < groups) {
         if (row > 0) closeGroups(starting, row - 1);
         openGroups(starting, row);
     }
+    if (isFollowedByFooter(rows.end - 1)) rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, kNoRowCount});
+    if (hides) return rows.end;
     const bool first = row == 0 || starting < groups;
-    const bool keepsFooter = isFollowedByFooter(row);
-    if (keepsFooter) rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, kNoRowCount});
     add(builder_.row(row, first ? std::nullopt : std::optional(row - 1)));
     countRow();
+    return rows.end;
 }
 
 void ReportWalk::openGroups(int from, std::size_t row) {
     std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     const auto starting = groups.begin() + from;
+    const auto shownEnd = groups.begin() + static_cast<std::ptrdiff_t>(shownLevels_);
     const bool newNumbers = std::any_of(
-        starting, groups.end(), [](const PlannedGroup& group) { return group.group->restartPageNumber; });
-    const bool newPage = newNumbers || std::any_of(starting, groups.end(), [](const PlannedGroup& group) {
+        starting, shownEnd, [](const PlannedGroup& group) { return group.group->restartPageNumber; });
+    const bool newPage = newNumbers || std::any_of(starting, shownEnd, [](const PlannedGroup& group) {
                              return group.group->newPage;
                          });
     if (row > 0 && newPage) flow_->startPage();
     if (row > 0 && newNumbers) flow_->startPageNumbers();
     togetherKeeps_.resize(groups.size());
-    for (std::size_t level = static_cast<std::size_t>(from); level < groups.size(); ++level) {
+    for (std::size_t level = static_cast<std::size_t>(from); level < shownLevels_; ++level) {
         PlannedGroup& group = groups[level];
+        if (!group.group->showRows) hiddenRows_ = view_.group(static_cast<int>(level), row);
         if (group.group->keepTogether) togetherKeeps_[level] = flow_->beginKeep();
         if (!group.header) continue;
         if (group.group->minimumRows > 0) {
@@ -165,13 +178,14 @@ void ReportWalk::openGroups(int from, std::size_t row) {
 // Innermost first. Ends the wait for rows that a header must stay with: the group has no more.
 void ReportWalk::closeGroups(int from, std::size_t row) {
     std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
-    for (std::size_t level = groups.size(); level-- > static_cast<std::size_t>(from);) {
+    for (std::size_t level = shownLevels_; level-- > static_cast<std::size_t>(from);) {
         PlannedGroup& group = groups[level];
         if (group.footer) {
             addSection(*group.footer, BandKind::GroupFooter,
                        builder_.groupPosition(static_cast<int>(level), row));
         }
         if (group.group->keepTogether) flow_->endKeep(togetherKeeps_[level]);
+        if (!group.group->showRows) countRow();
     }
     endRowKeeps(from);
 }
@@ -180,7 +194,8 @@ bool ReportWalk::isFollowedByFooter(std::size_t row) const {
     const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     const bool last = row + 1 == view_.rowCount();
     const int closing = last ? 0 : view_.startingLevel(row + 1);
-    return std::any_of(groups.begin() + std::min<std::ptrdiff_t>(closing, std::ssize(groups)), groups.end(),
+    const auto shown = static_cast<std::ptrdiff_t>(shownLevels_);
+    return std::any_of(groups.begin() + std::min<std::ptrdiff_t>(closing, shown), groups.begin() + shown,
                        [](const PlannedGroup& group) { return group.footer.has_value(); });
 }
 

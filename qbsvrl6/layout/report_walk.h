@@ -43,19 +43,24 @@ private:
                                    const SectionSlice* slice);
     void walkGrid();
     void walkRows();
-    void walkRow(std::size_t row);
+    // Adds the row, or the group without rows that begins with it, and returns the next row.
+    std::size_t walkRow(std::size_t row);
     void openGroups(int from, std::size_t row);
     void closeGroups(int from, std::size_t row);
     void countRow();
     void endRowKeeps(int fromLevel);
     void fillPage();
     bool isFollowedByFooter(std::size_t row) const;
+    bool hidesRows() const { return shownLevels_ > 0 && !groupAt(shownLevels_ - 1).group->showRows; }
+    const PlannedGroup& groupAt(std::size_t level) const { return instance_.plan.grid->groups[level]; }
 
     LayoutContext& context_;
     const ReportInstance instance_;
     Flow* flow_ = nullptr;  // during the walk
     BandBuilder builder_;
     RowView& view_;
+    std::size_t shownLevels_ = 0;  // of groups: those inside a group without rows are hidden as well
+    RowRange hiddenRows_;          // of the group without rows that the next band begins
     std::vector<RowKeep> rowKeeps_;
     std::vector<std::uint64_t> togetherKeeps_;  // of the open groups that are kept together
 };

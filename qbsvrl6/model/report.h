@@ -140,6 +140,11 @@ struct Group {
     bool newPage = false;  // each group except the first starts a page
     bool restartPageNumber = false;
     int minimumRows = 1;  // rows that must follow the header on its page
+    // With a sort or a top, a group has all rows of its key within the outer group.
+    std::u16string sort;  // order of the groups: expressions, "Sum(Amount) desc"; empty: of their first rows
+    int top = 0;          // number of groups; 0: all
+    std::u16string others;  // the key of a group of all others; empty: their rows are left out
+    bool showRows = true;   // false: only the header and footer, not the rows and inner groups
 };
 
 struct Column {
@@ -172,6 +177,7 @@ enum class ColumnAdapt {
 struct DetailGrid {
     DataSource recordset;
     std::u16string filter;  // an expression; rows for which it isn't true are left out; empty: all rows
+    std::u16string sort;    // expressions: "Region, Amount desc"; empty: the order of the data
     std::vector<Owned<Column>> columns;
     Micrometres titleHeight = 7000;  // 0: no title row
     bool repeatTitle = true;

@@ -189,6 +189,11 @@ void checkFigure(BudgetFigure figure, std::uint64_t value, std::string_view wher
     if (value > budget.*figure) failPassed(figure, budget.*figure, where);
 }
 
+void checkLeft(BudgetFigure figure, std::uint64_t amount, std::string_view where) {
+    if (innermost == nullptr) return checkFigure(figure, amount, where);
+    if (amount > innermost->left(figure)) failPassed(figure, innermost->budget().*figure, where);
+}
+
 void checkTime() {
     if (innermost != nullptr) innermost->checkTime();
 }

@@ -106,6 +106,10 @@ void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where = {
 // Raises the same error if a single value exceeds the figure. Adds nothing.
 void checkFigure(BudgetFigure figure, std::uint64_t value, std::string_view where = {});
 
+// Raises the same error if the amount exceeds what is left of the figure: for memory that is soon freed. Adds
+// nothing.
+void checkLeft(BudgetFigure figure, std::uint64_t amount, std::string_view where = {});
+
 // Raises EngineError if the time is used up (BudgetExceeded) or the export was cancelled (Cancelled).
 void checkTime();
 

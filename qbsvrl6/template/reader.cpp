@@ -29,11 +29,13 @@ struct Reference {
     std::size_t offset;
 };
 
-// An expression or a text with placeholders, which is checked against the whole report.
+// An expression, a sort or a text with placeholders, which is checked against the whole report.
 struct NotedExpression {
+    enum class Kind { Expression, Sort, Placeholders };
+
     std::string attribute;
     std::u16string text;
-    bool hasPlaceholders;
+    Kind kind;
     bool knowsPage;
     std::size_t offset;
 };
@@ -301,6 +303,9 @@ public:
     void nestedReport(const char* name, Owned<Report>& report);
     void checkReferences(const ReportDefinition& report);
     void checkExpressions(const ReportDefinition& report);
+    void checkFormats(const TextTemplate& text, std::size_t offset);
+    static void checkSort(Binding& binding, const NotedExpression& noted, const ReportDefinition& report);
+    static void checkPageUse(const Expression& expression, const NotedExpression& noted);
 
     // Rejects attributes, elements and text that nothing has asked for.
     void finish();
@@ -342,14 +347,19 @@ private:
         try {
             value = codec.read(found.value());
             constexpr bool hasPlaceholders = std::is_same_v<Codec, PlaceholderCodec>;
-            if constexpr (hasPlaceholders || std::is_same_v<Codec, ExpressionCodec>) {
+            constexpr bool isSort = std::is_same_v<Codec, SortCodec>;
+            if constexpr (hasPlaceholders || isSort || std::is_same_v<Codec, ExpressionCodec>) {
                 const std::size_t offset = offsetOfAttribute(reading_.source.text(), node_, found.name());
                 bool knowsPage = true;
                 if constexpr (!hasPlaceholders) knowsPage = codec.knowsPage;
                 if (!hasPlaceholders || value.find(u'[') != std::u16string::npos) {
                     reading_.addText(value, useOf(found), offset);
                 }
-                reading_.expressions.push_back({found.name(), value, hasPlaceholders, knowsPage, offset});
+                using Kind = NotedExpression::Kind;
+                constexpr Kind kind = hasPlaceholders ? Kind::Placeholders
+                                      : isSort        ? Kind::Sort
+                                                      : Kind::Expression;
+                reading_.expressions.push_back({found.name(), value, kind, knowsPage, offset});
             }
         } catch (const ValueError& error) {
             addErrorAt(found.name(),
@@ -519,38 +529,39 @@ void ReadElement::checkReferences(const ReportDefinition& report) {
     checkExpressions(report);
 }
 
-// Binds them all to the report without its data. This finds aggregates over groups that don't exist, and
-// calculated fields that need themselves.
-void ReadElement::checkExpressions(const ReportDefinition& report) {
+// The report's names without its data and columns.
+ReportDefinition namesOf(const ReportDefinition& report) {
     ReportDefinition names;
     names.fields = report.fields;
     names.grid = std::make_unique<DetailGrid>();
-    if (report.grid) {
-        for (const auto& group : report.grid->groups) {
-            names.grid->groups.push_back(std::make_unique<Group>());
-            names.grid->groups.back()->name = group->name;
-            names.grid->groups.back()->by = u"null";
-        }
+    if (!report.grid) return names;
+    for (const auto& group : report.grid->groups) {
+        names.grid->groups.push_back(std::make_unique<Group>());
+        names.grid->groups.back()->name = group->name;
+        names.grid->groups.back()->by = u"null";
     }
+    return names;
+}
+
+// Binds them all to the report without its data. This finds aggregates over groups that don't exist, and
+// calculated fields that need themselves.
+void ReadElement::checkExpressions(const ReportDefinition& report) {
+    ReportDefinition names = namesOf(report);
     const Table noRows{u""};
     Binding binding(names, {nullptr, &noRows, nullptr}, {});
     for (const NotedExpression& noted : reading_.expressions) {
         if (trimmed(noted.text).empty()) continue;
         try {
-            if (noted.hasPlaceholders) {
-                for (const TextPart& part : binding.compileText(noted.text).parts) {
-                    const std::string problem = part.format.problem();
-                    if (problem.empty()) continue;
-                    reading_.warnings.push_back(
-                        {"the format " + quoted(toUtf8(part.format.text())) + ' ' + problem, noted.offset});
-                }
-                continue;
-            }
-            const Expression expression = binding.compile(noted.text);
-            if (!noted.knowsPage && (expression.usesPage || expression.usesPageCount)) {
-                throw EngineError(
-                    ErrorCode::BadExpression,
-                    "rows are chosen before there are pages: no page number, page count or page total");
+            switch (noted.kind) {
+                case NotedExpression::Kind::Placeholders:
+                    checkFormats(binding.compileText(noted.text), noted.offset);
+                    break;
+                case NotedExpression::Kind::Sort:
+                    checkSort(binding, noted, report);
+                    break;
+                case NotedExpression::Kind::Expression:
+                    checkPageUse(binding.compile(noted.text), noted);
+                    break;
             }
         } catch (const EngineError& error) {
             reading_.addError(
@@ -563,6 +574,29 @@ void ReadElement::checkExpressions(const ReportDefinition& report) {
             }
         }
     }
+}
+
+void ReadElement::checkFormats(const TextTemplate& text, std::size_t offset) {
+    for (const TextPart& part : text.parts) {
+        const std::string problem = part.format.problem();
+        if (problem.empty()) continue;
+        reading_.warnings.push_back(
+            {"the format " + quoted(toUtf8(part.format.text())) + ' ' + problem, offset});
+    }
+}
+
+void ReadElement::checkSort(Binding& binding, const NotedExpression& noted, const ReportDefinition& report) {
+    const std::vector<SortTerm> terms = binding.compileSort(noted.text);
+    for (const SortTerm& term : terms) checkPageUse(term.expression, noted);
+    for (std::size_t level = 0; report.grid && level < report.grid->groups.size(); ++level) {
+        if (report.grid->groups[level]->sort == noted.text) Binding::checkGroupSort(terms, level);
+    }
+}
+
+void ReadElement::checkPageUse(const Expression& expression, const NotedExpression& noted) {
+    if (noted.knowsPage || (!expression.usesPage && !expression.usesPageCount)) return;
+    throw EngineError(ErrorCode::BadExpression,
+                      "rows are chosen before there are pages: no page number, page count or page total");
 }
 
 void ReadElement::finish() {

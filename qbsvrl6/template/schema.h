@@ -19,7 +19,9 @@
 #include <array>
 #include <limits>
 
+#include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/template/values.h"
 
 namespace qbsvrl6 {
@@ -367,13 +369,33 @@ void describeSection(Element& element, SectionLike& section) {
 
 inline constexpr auto kSection = [](auto& element, auto& section) { describeSection(element, section); };
 
+// Whether the expression is only a name, which headers and footers can show as the key of the group.
+inline bool isName(const std::u16string& expression) {
+    try {
+        return Expression::parse(expression).loneName() != nullptr;
+    } catch (const EngineError&) {
+        return false;
+    }
+}
+
 // The order of <Group> elements is the order of the groups, outermost first. A change of the value of `by` from one
-// row to the next begins a group; rows are not sorted. `minimumRows` must follow the header on its page.
+// row to the next begins a group. With `sort` or `top`, a group has all rows of its key within the outer group:
+// `sort` orders the groups, and those after the first `top` ones are left out or become one group, whose key is
+// `others`. Without `showRows`, the group is only its header and footer. `minimumRows` must follow the header on its
+// page.
 template <class Element, class GroupLike>
 void describeGroup(Element& element, GroupLike& group) {
     static const Group defaults;
     element.attribute("name", group.name, {}, TextCodec{});
     element.required("by", group.by, ExpressionCodec{.mayBeBlank = false, .knowsPage = false});
+    element.attribute("sort", group.sort, {}, SortCodec{});
+    element.attribute("top", group.top, defaults.top, IntegerCodec{1, 1'000'000});
+    element.attribute("others", group.others, {}, TextCodec{});
+    element.refuse(!group.others.empty() && group.top == 0,
+                   "\"others\" needs \"top\", the number of groups before it");
+    element.refuse(!group.others.empty() && !isName(group.by),
+                   "\"others\" needs a \"by\" that is a name: declare a calculated field for the expression");
+    element.attribute("showRows", group.showRows, defaults.showRows, SwitchCodec{});
     element.attribute("repeatHeader", group.repeatHeader, defaults.repeatHeader, SwitchCodec{});
     element.attribute("keepTogether", group.keepTogether, defaults.keepTogether, SwitchCodec{});
     element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});
@@ -385,7 +407,7 @@ void describeGroup(Element& element, GroupLike& group) {
 }
 
 // The detail grid: at most one per report. A title height of 0 means no titles. The height of rows is the least one
-// if they can grow. Column names are unique, since controls refer to them. `alternateBackground` is that of every
+// if they can grow. `sort` is the order of the rows. Column names are unique, since controls refer to them. `alternateBackground` is that of every
 // second row of the innermost group.
 template <class Element, class GridLike>
 void describeGrid(Element& element, GridLike& grid) {
@@ -401,6 +423,7 @@ void describeGrid(Element& element, GridLike& grid) {
     element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
     element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
     element.attribute("filter", grid.filter, {}, ExpressionCodec{.knowsPage = false});
+    element.attribute("sort", grid.sort, {}, SortCodec{});
     element.child("Recordset",
                   [&](auto& child) { describeDataSource(child, grid.recordset, TextUse::GridTable); });
     element.child("Columns", [&](auto& columns) {

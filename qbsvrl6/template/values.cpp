@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "common/base64.h"
+#include "qbsvrl6/bind/sort_terms.h"
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/support/append.h"
@@ -104,6 +105,13 @@ std::u16string ExpressionCodec::read(std::string_view text) const {
     return value;
 }
 std::string ExpressionCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+std::u16string SortCodec::read(std::string_view text) const {
+    std::u16string value = toUtf16(text);
+    checkGrammar([&] { parseSortTerms(value); });
+    return value;
+}
+std::string SortCodec::write(const std::u16string& value) const { return toUtf8(value); }
 
 std::u16string PlaceholderCodec::read(std::string_view text) const {
     std::u16string value = toUtf16(text);

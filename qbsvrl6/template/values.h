@@ -38,12 +38,20 @@ struct TextCodec {
 // The cause of an error in an expression, without the text of the expression.
 std::string expressionError(const EngineError& error);
 
-// Codecs for an expression and a text with placeholders. They check only the grammar and do not change the
+// Codecs for an expression, a sort and a text with placeholders. They check only the grammar and do not change the
 // text. Names and scopes are resolved when the report is exported.
 
 struct ExpressionCodec {
     bool mayBeBlank = true;  // blank means none
     bool knowsPage = true;   // false: it selects or sorts rows, before there are pages
+
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
+// Terms of a sort, which orders rows before there are pages.
+struct SortCodec {
+    static constexpr bool knowsPage = false;
 
     std::u16string read(std::string_view text) const;
     std::string write(const std::u16string& value) const;

@@ -20,7 +20,8 @@ IN_GRID = {"Recordset", "Columns", "Groups"}
 RED_DOT = ("iVBORw0KGgoAAAANSUhEUgAAAAUAAAAFCAYAAACNbyblAAAAHElEQVQI12P4//8/w38GIAXDIBKE0DHxgljNBAAO9TXL0Y4OHwAAAABJ"
            "RU5ErkJggg==")
 ROWS = [{"CompanyName": "蓝海", "Amount": 1250.5, "Price": 2, "Quantity": 3, "OrderDate": "2024-03-05", "Product": "茶",
-         "Photo": RED_DOT, "City": "南京", "Id": 7, "OrderId": 9, "Order": 9, "Region": "华东", "Category": "饮料", "Stock": 12}]
+         "Photo": RED_DOT, "City": "南京", "Id": 7, "OrderId": 9, "Order": 9, "Region": "华东", "Category": "饮料", "Stock": 12,
+         "Customer": "蓝海", "Rate": 0.13}]
 
 
 def examples(page):

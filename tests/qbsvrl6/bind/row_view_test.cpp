@@ -198,6 +198,101 @@ TEST(RowView, FiltersByIndexAsByLooking) {
     }
 }
 
+// The column "id" of the rows in the order of the walk, groups separated by "|".
+std::string walked(const char* json, const char16_t* sort, std::vector<Group> groups = {},
+                   std::vector<Field> fields = {}) {
+    ReportDefinition report;
+    report.fields = std::move(fields);
+    report.grid = std::make_unique<DetailGrid>();
+    report.grid->sort = sort;
+    for (Group& group : groups) report.grid->groups.push_back(std::make_unique<Group>(std::move(group)));
+    Orders rows(std::move(report), json);
+    const Expression id = rows.binding.compile(u"id");
+    RowView view(rows.binding, {}, 0);
+    std::string ids;
+    for (Position position; position.row < view.rowCount(); ++position.row) {
+        const bool starts = position.row > 0 && view.startingLevel(position.row) < view.groupCount();
+        ids += (starts ? "|" : "") + toUtf8(view.evaluate(id, position).text);
+    }
+    return ids;
+}
+
+TEST(RowView, SortsRows) {
+    const char* const mixed = R"([
+      {"id": "a", "n": 2, "t": "10", "d": "2024-03-05", "x": "10", "z": "重庆"},
+      {"id": "b", "n": 10.000000000000000000000000000001, "t": "9", "d": "2023-12-31", "x": true, "z": "张"},
+      {"id": "c", "n": 10, "t": "-1.5", "d": "", "x": 9, "z": "a"},
+      {"id": "d", "n": -3e-5, "t": "1,000", "d": "2024-03-05", "x": "", "z": "𠀀"},
+      {"id": "e", "n": null, "t": "", "d": "soon", "x": -1e300, "z": "\uffee"},
+      {"id": "f", "n": -12, "t": "9.0", "d": "2024-03-04 10:00", "x": "b", "z": ""}])";
+    const struct {
+        const char16_t* sort;
+        const char* ids;
+    } cases[] = {
+        {u"", "abcdef"},
+        {u"n", "efdacb"},
+        {u"n desc", "bcadfe"},
+        {u"t", "ecbfad"},  // equal numbers keep their order
+        {u"t collate root, id", "ecdabf"},
+        {u"Left(t, 1), id desc", "ecdafb"},
+        {u"d", "cbfade"},
+        {u"d desc, id DESC", "edafbc"},
+        {u"x", "dbecaf"},  // nothing, true, numbers, texts
+        {u"z", "fcbaed"},
+        {u"If(n > 2, 'late', null) desc, n", "cbefda"},
+        {u"n - Average(n), id", "efdacb"},
+        {u"Count(*), 'a, b' , `id` asc", "abcdef"},
+        {u"z collate pinyin", "feabdc"},
+        {u"z collate zh@collation=stroke desc", "cdabef"},
+    };
+    for (const auto& [sort, ids] : cases) {
+        EXPECT_EQ(walked(mixed, sort, {}, {{u"d", DataType::Date, u""}}), ids) << toUtf8(sort);
+    }
+    EXPECT_THROW(walked(mixed, u"z collate nowhere"), EngineError);
+}
+
+Group group(const char16_t* by, const char16_t* sort, int top = 0, const char16_t* others = u"") {
+    Group made;
+    made.by = by;
+    made.sort = sort;
+    made.top = top;
+    made.others = others;
+    return made;
+}
+
+TEST(RowView, SortsGroups) {
+    const char* const rows = R"([
+      {"id": "a", "k": "x", "m": 1, "v": 1}, {"id": "b", "k": "y", "m": 2, "v": 5},
+      {"id": "c", "k": "x", "m": 2, "v": 2}, {"id": "d", "k": "z", "m": 1, "v": 9},
+      {"id": "e", "k": "x", "m": 1, "v": 4}, {"id": "f", "k": "y", "m": 2, "v": 3}])";
+    struct Case {
+        const char16_t* sort;
+        std::vector<Group> groups;
+        const char* ids;
+    };
+    const Case cases[] = {
+        {u"", {group(u"k", u"")}, "a|b|c|d|e|f"},
+        {u"k", {group(u"k", u"")}, "ace|bf|d"},
+        {u"", {group(u"k", u"k desc")}, "d|bf|ace"},
+        {u"v desc", {group(u"k", u"k")}, "eca|bf|d"},
+        {u"", {group(u"k", u"Sum(v)")}, "ace|bf|d"},
+        {u"", {group(u"k", u"Sum(v) / Count(*) desc")}, "d|bf|ace"},
+        {u"", {group(u"m", u"m"), group(u"k", u"Sum(v) desc")}, "d|ae|bf|c"},
+        {u"", {group(u"m", u"Sum(v)"), group(u"k", u"k")}, "c|bf|ae|d"},
+        {u"", {group(u"k", u"", 2)}, "ace|bf"},
+        {u"", {group(u"k", u"Count(*)", 1, u"rest")}, "d|bface"},
+        {u"", {group(u"m", u"m", 1), group(u"k", u"k", 1)}, "ae"},
+        {u"", {group(u"m", u"m"), group(u"k", u"k", 1)}, "ae|c"},
+        {u"", {group(u"m", u"m", 5, u"rest"), group(u"k", u"k", 1, u"rest")}, "ae|d|c|bf"},
+    };
+    for (const Case& test : cases) {
+        EXPECT_EQ(walked(rows, test.sort, test.groups), test.ids)
+            << toUtf8(test.sort) << ": " << toUtf8(test.groups.back().sort) << " " << test.groups[0].top;
+    }
+    EXPECT_EQ(walked("[]", u"k", {group(u"k", u"Sum(v)", 1, u"rest")}), "");
+    EXPECT_EQ(walked(R"([{"id": "a"}, {"id": "b", "k": ""}])", u"", {group(u"k", u"k")}), "ab");
+}
+
 // As numbers in sums, comparisons and formats.
 TEST(RowView, ReadsTextsAsNumbers) {
     const struct {
