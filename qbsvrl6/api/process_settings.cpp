@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/support/byte_size.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/settings.h"
@@ -34,6 +35,10 @@ constexpr NamedSetting kSettings[] = {
     {"reach.hosts", [](Draft& draft, const std::string& value) { draft.reach.setHosts(value); }},
     {"csv.defuse",
      [](Draft& draft, const std::string& value) { draft.settings.defuseFormulas = switchFrom(value); }},
+    {"data.memory",
+     [](Draft& draft, const std::string& value) {
+         draft.settings.rowMemory = sizeFrom("data.memory", value);
+     }},
 };
 
 [[noreturn]] void failUnknown(const std::string& name) {
@@ -89,6 +94,7 @@ struct State {
             logError(error);
         }
         settings = fromFile;
+        limitRowMemory(settings.rowMemory);
         isLoaded = true;
     }
 

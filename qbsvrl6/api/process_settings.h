@@ -2,10 +2,12 @@
 #ifndef QBSVR_QBSVRL6_API_PROCESS_SETTINGS_H
 #define QBSVR_QBSVRL6_API_PROCESS_SETTINGS_H
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "qbsvrl6/data/row_groups.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/reach.h"
 
@@ -14,7 +16,8 @@ namespace qbsvrl6 {
 struct ProcessSettings {
     Budget budget;
     std::shared_ptr<const ReachRules> reach = std::make_shared<const ReachRules>();
-    bool defuseFormulas = false;  // in CSV
+    bool defuseFormulas = false;                  // in CSV
+    std::uint64_t rowMemory = kDefaultRowMemory;  // of the rows of all data sets
 };
 
 // "yes" or "no". Raises EngineError for anything else.

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <limits>
 
+#include "qbsvrl6/support/byte_size.h"
 #include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
@@ -87,6 +88,25 @@ std::string listed(const std::array<Unit, count>& units) {
     return list;
 }
 
+// `without` names the unit of values that have none; empty: no value has one.
+template <std::size_t count>
+std::uint64_t valueFrom(std::string_view name, std::string_view text, const std::array<Unit, count>& units,
+                        std::string_view without) {
+    std::uint64_t value = 0;
+    const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), value);
+    std::string_view unit = text.substr(static_cast<std::size_t>(end - text.data()));
+    while (!unit.empty() && unit.front() == ' ') unit.remove_prefix(1);
+    const std::uint64_t factor = unit.empty() ? 1 : factorOf(unit, units);
+    if (failed != std::errc() || factor == 0 || value > std::numeric_limits<std::uint64_t>::max() / factor) {
+        const std::string allowed =
+            without.empty() ? "" : " (" + std::string(without) + ", or with a unit: " + listed(units) + ")";
+        throw EngineError(ErrorCode::NotSupported, "\"" + std::string(text) + "\" is no value of " +
+                                                       std::string(name) + ": a whole number is expected" +
+                                                       allowed);
+    }
+    return value * factor;
+}
+
 [[noreturn]] void failPassed(BudgetFigure figure, std::uint64_t limit, std::string_view where) {
     throw EngineError(ErrorCode::BudgetExceeded, "the budget " + std::string(nameOf(figure)) + " of " +
                                                      shownFigure(figure, limit) + " is used up" +
@@ -113,25 +133,14 @@ std::string shownFigure(BudgetFigure figure, std::uint64_t value) {
 }
 
 std::uint64_t figureFrom(BudgetFigure figure, std::string_view text) {
-    std::uint64_t value = 0;
-    const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), value);
-    std::string_view unit = text.substr(static_cast<std::size_t>(end - text.data()));
-    while (!unit.empty() && unit.front() == ' ') unit.remove_prefix(1);
-    std::uint64_t factor = unit.empty() ? 1 : 0;
-    std::string units;
-    if (isTime(figure)) {
-        if (!unit.empty()) factor = factorOf(unit, kTimeUnits);
-        units = " (milliseconds, or with a unit: " + listed(kTimeUnits) + ")";
-    } else if (isBytes(figure)) {
-        if (!unit.empty()) factor = factorOf(unit, kByteUnits);
-        units = " (bytes, or with a unit: " + listed(kByteUnits) + ")";
-    }
-    if (failed != std::errc() || factor == 0 || value > std::numeric_limits<std::uint64_t>::max() / factor) {
-        throw EngineError(ErrorCode::NotSupported, "\"" + std::string(text) + "\" is not a value of " +
-                                                       std::string(nameOf(figure)) +
-                                                       ": a whole number is expected" + units);
-    }
-    return value * factor;
+    const std::string_view name = nameOf(figure);
+    if (isTime(figure)) return valueFrom(name, text, kTimeUnits, "milliseconds");
+    if (isBytes(figure)) return sizeFrom(name, text);
+    return valueFrom(name, text, std::array<Unit, 0>(), {});
+}
+
+std::uint64_t sizeFrom(std::string_view setting, std::string_view text) {
+    return valueFrom(setting, text, kByteUnits, "bytes");
 }
 
 Spending::Spending(const Budget& budget, const std::atomic<bool>* cancelled)
