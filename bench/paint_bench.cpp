@@ -92,7 +92,7 @@ void BM_RowsToPdf(benchmark::State& state) {
     const Rows rows;
     std::size_t bytes = 0;
     for (auto _ : state) {
-        std::string output;
+        Spool output;
         writePages(*makePdfWriter({}, output), rows, static_cast<int>(state.range(0)));
         bytes = output.size();
     }
@@ -105,7 +105,7 @@ BENCHMARK(BM_RowsToPdf)->Arg(50)->Arg(5'000)->Arg(50'000)->Unit(benchmark::kMill
 void BM_CompressPagesAlone(benchmark::State& state) {
     const Rows rows;
     std::vector<std::string> pages;
-    std::string output;
+    Spool output;
     PdfFile file(output);
     PdfFonts fonts(false);
     PdfPictures pictures(file);
@@ -127,7 +127,7 @@ void BM_CompressPagesAlone(benchmark::State& state) {
 }
 BENCHMARK(BM_CompressPagesAlone)->Arg(5'000)->Unit(benchmark::kMillisecond);
 
-using ImageWriter = std::unique_ptr<PageSink> (*)(const RasterOptions& options, std::string& output);
+using ImageWriter = std::unique_ptr<PageSink> (*)(const RasterOptions& options, Spool& output);
 
 // Pages a second at 150 dots an inch.
 void pagesToImage(benchmark::State& state, ImageWriter makeWriter, bool allInOne) {
@@ -137,7 +137,7 @@ void pagesToImage(benchmark::State& state, ImageWriter makeWriter, bool allInOne
     for (auto _ : state) {
         RasterOptions options;
         options.allPagesInOne = allInOne;
-        std::string output;
+        Spool output;
         writePages(*makeWriter(options, output), rows, kPages * kRowsPerPage);
         bytes = output.size();
     }

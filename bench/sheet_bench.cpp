@@ -123,16 +123,16 @@ void feed(PageSink& sink, const Looks& looks) {
     sink.finish(nothing);
 }
 
-using Maker = std::unique_ptr<PageSink> (*)(const SheetOptions&, std::string&);
+using Maker = std::unique_ptr<PageSink> (*)(const SheetOptions&, Spool&);
 
 std::string document(Maker make) {
     const Looks looks;
     SheetOptions options;
     options.paged = false;
     for (int i = 0; i <= kColumns; ++i) options.columnEdges.push_back(15'000 + i * kWidth);
-    std::string output;
+    Spool output;
     feed(*make(options, output), looks);
-    return output;
+    return output.take();
 }
 
 void countRows(benchmark::State& state, std::size_t bytes) {

@@ -121,19 +121,21 @@ void KeepRights(int descriptor, const struct stat& before) {
     ::fchmod(descriptor, before.st_mode & (sameOwner ? 07777 : 0777));
 }
 
-WholeFileResult Replace(const str& target, const struct stat* before, std::string_view bytes, bool unnamed) {
+using Write = std::function<bool(int descriptor)>;
+
+WholeFileResult Replace(const str& target, const struct stat* before, const Write& write, bool unnamed) {
     Draft draft(target);
     if (!(unnamed ? draft.OpenUnnamed() : draft.OpenNamed())) return {WholeFileStep::Open, errno};
     if (before != nullptr) KeepRights(draft.Number(), *before);
-    if (!WriteAll(draft.Number(), bytes)) return {WholeFileStep::Write, errno};
+    if (!write(draft.Number())) return {WholeFileStep::Write, errno};
     if (!draft.Place(before != nullptr)) return {WholeFileStep::Open, errno};
     return {};
 }
 
-WholeFileResult WriteInPlace(Descriptor& file, bool regular, std::string_view bytes) {
+WholeFileResult WriteInPlace(Descriptor& file, bool regular, const Write& write) {
     const int flags = ::fcntl(file.Number(), F_GETFL);
     if (flags >= 0) ::fcntl(file.Number(), F_SETFL, flags & ~O_NONBLOCK);
-    if ((regular && ::ftruncate(file.Number(), 0) != 0) || !WriteAll(file.Number(), bytes) || !file.Close()) {
+    if ((regular && ::ftruncate(file.Number(), 0) != 0) || !write(file.Number()) || !file.Close()) {
         return {WholeFileStep::Write, errno};
     }
     return {};
@@ -164,13 +166,17 @@ bool ResolveLinks(str& path) {
 
 WholeFileResult WriteWholeFile(const str& path, const void* data, std::size_t size) {
     const std::string_view bytes(static_cast<const char*>(data), size);
+    return WriteWholeFile(path, [bytes](int descriptor) { return WriteAll(descriptor, bytes); });
+}
+
+WholeFileResult WriteWholeFile(const str& path, const Write& write) {
     // Non-blocking: otherwise, opening a pipe would wait for its reader.
     Descriptor present(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     const int openError = errno;
     struct stat before {};
     if (present.IsOpen()) {
         if (::fstat(present.Number(), &before) != 0) return {WholeFileStep::Open, errno};
-        if (!S_ISREG(before.st_mode)) return WriteInPlace(present, false, bytes);
+        if (!S_ISREG(before.st_mode)) return WriteInPlace(present, false, write);
     } else if (openError != ENOENT || path.empty()) {
         return {WholeFileStep::Open, openError};
     }
@@ -179,10 +185,10 @@ WholeFileResult WriteWholeFile(const str& path, const void* data, std::size_t si
     WholeFileResult result{WholeFileStep::Open, ELOOP};
     if (ResolveLinks(target)) {
         const struct stat* const replaced = present.IsOpen() ? &before : nullptr;
-        result = Replace(target, replaced, bytes, true);
-        if (result.step == WholeFileStep::Open) result = Replace(target, replaced, bytes, false);
+        result = Replace(target, replaced, write, true);
+        if (result.step == WholeFileStep::Open) result = Replace(target, replaced, write, false);
     }
-    return present.IsOpen() && CanOnlyBeWrittenInPlace(result.error) ? WriteInPlace(present, true, bytes)
+    return present.IsOpen() && CanOnlyBeWrittenInPlace(result.error) ? WriteInPlace(present, true, write)
                                                                      : result;
 }
 

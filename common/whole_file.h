@@ -4,6 +4,7 @@
 #define QBSVR_COMMON_WHOLE_FILE_H
 
 #include <cstddef>
+#include <functional>
 
 #include "common/text.h"
 
@@ -26,6 +27,11 @@ struct WholeFileResult {
 // - Anything but a regular file, and a file whose directory can't be written, is written in place. A pipe
 //   without a reader fails with ENXIO.
 [[nodiscard]] WholeFileResult WriteWholeFile(const str& path, const void* data, std::size_t size);
+
+// The same for bytes that are not in memory: `write` writes them to a descriptor, or returns false with errno
+// set. It is called once for each file that is tried, and may raise exceptions.
+[[nodiscard]] WholeFileResult WriteWholeFile(const str& path,
+                                             const std::function<bool(int descriptor)>& write);
 
 }  // namespace larkspur
 

@@ -33,7 +33,7 @@ void embed(const FontFace& face) {
     lineMetricsOf(face);
     PdfFonts fonts(false);
     fonts.use(face).take(runOf(face), kText);
-    std::string output;
+    Spool output;
     PdfFile file(output);
     try {
         const std::string dictionary = fonts.write(file);

@@ -88,7 +88,7 @@ std::string document(Source source, std::unique_ptr<PageSink> (*make)(const Shee
     styles[0].fontFamily = source.text();
     styles[1].background = Color{1, 2, 3};
     styles[1].border.top = {static_cast<Micrometres>(source.byte()) * 10, {}};
-    std::string output;
+    Spool output;
     const auto sink = make(options, output);
     PageInfo page;
     page.paper = options.page.paper;
@@ -111,7 +111,7 @@ std::string document(Source source, std::unique_ptr<PageSink> (*make)(const Shee
     sink->endPage();
     Totals totals;
     sink->finish(totals);
-    return output;
+    return output.take();
 }
 
 }  // namespace

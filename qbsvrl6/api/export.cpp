@@ -147,7 +147,7 @@ std::shared_ptr<const Picture> backgroundOf(const ReportDefinition& report) {
 // Ends an export whose document or time grows beyond its budget.
 class BudgetGuard : public PageSink {
 public:
-    BudgetGuard(std::unique_ptr<PageSink> sink, const std::string& output, bool paged)
+    BudgetGuard(std::unique_ptr<PageSink> sink, const Spool& output, bool paged)
         : sink_(std::move(sink)), output_(output), paged_(paged) {}
     void beginPage(const PageInfo& page) override {
         items_ = 0;
@@ -175,13 +175,12 @@ private:
     }
 
     std::unique_ptr<PageSink> sink_;
-    const std::string& output_;
+    const Spool& output_;
     bool paged_;
     std::size_t items_ = 0;  // of the page or band
 };
 
-std::string makeDocument(Report& report, const ExportOptions& options,
-                         std::vector<std::string>* furtherFiles) {
+Spool makeDocument(Report& report, const ExportOptions& options, std::vector<std::string>* furtherFiles) {
     ReportDefinition& definition = report.definition;
     ExportJob job{definition,
                   options,
@@ -191,7 +190,7 @@ std::string makeDocument(Report& report, const ExportOptions& options,
                   processSettings().defuseFormulas};
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
-    std::string output;
+    Spool output;
     BudgetGuard sink(makeSink(job, output), output, job.layout.paged);
     const ReportData data = collectData(report);
     ChartDataRestorer restorer;
@@ -202,7 +201,7 @@ std::string makeDocument(Report& report, const ExportOptions& options,
 
 // Every log line of an export names the template: many reports may be exported at once.
 template <class Export>
-std::string aboutTemplate(const Runtime& runtime, Export run) {
+Spool aboutTemplate(const Runtime& runtime, Export run) {
     returnMemoryAtThreadEnd();
     const LogSubject subject(runtime.templateFile);
     try {
@@ -222,24 +221,24 @@ std::string aboutTemplate(const Runtime& runtime, Export run) {
 
 }  // namespace
 
-std::string exportReport(Runtime& runtime, ExportOptions& options, std::vector<std::string>* furtherFiles) {
+Spool exportReport(Runtime& runtime, ExportOptions& options, std::vector<std::string>* furtherFiles) {
     return aboutTemplate(runtime, [&] {
         const ReportWork work(runtime);
         const RunningExport running(runtime.report);
         fireInitialize(running);
         fire("ExportBegin", runtime.handlers.exportBegin, toHandle<tagQBExportOption>(&options, runtime));
-        std::string document = makeDocument(runtime.report, options, furtherFiles);
+        Spool document = makeDocument(runtime.report, options, furtherFiles);
         running.refuseIfReleased();
         return document;
     });
 }
 
-std::string printedReport(Runtime& runtime) {
+Spool printedReport(Runtime& runtime) {
     return aboutTemplate(runtime, [&] {
         const ReportWork work(runtime);
         const RunningExport running(runtime.report);
         fireInitialize(running);
-        std::string document = makeDocument(runtime.report, {}, nullptr);
+        Spool document = makeDocument(runtime.report, {}, nullptr);
         running.refuseIfReleased();
         return document;
     });

@@ -7,17 +7,18 @@
 
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/model/export_options.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
 // Calls the event handlers (initialize; export begins, which may change `options`; chart data) and makes the
 // document. Further files of a format with one file per page are appended to `furtherFiles`; null: they are
 // left out. Raises EngineError on failure; the report's definition is unchanged in any case.
-std::string exportReport(Runtime& runtime, ExportOptions& options,
-                         std::vector<std::string>* furtherFiles = nullptr);
+Spool exportReport(Runtime& runtime, ExportOptions& options,
+                   std::vector<std::string>* furtherFiles = nullptr);
 
 // The same, as PDF and without the export-begins event, since printing is not an export.
-std::string printedReport(Runtime& runtime);
+Spool printedReport(Runtime& runtime);
 
 // True while an export of the report, or of one that contains it, runs on this thread. The contents of the
 // report must not be replaced then.

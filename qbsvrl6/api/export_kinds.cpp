@@ -15,7 +15,7 @@ namespace {
 
 using Sink = std::unique_ptr<PageSink>;
 
-Sink makePdf(const ExportJob& job, std::string& output) {
+Sink makePdf(const ExportJob& job, Spool& output) {
     return makePdfWriter({job.report.info, job.options.embedWholeFonts, job.background, job.report.watermark},
                          output);
 }
@@ -25,10 +25,8 @@ RasterOptions rasterOptions(const ExportJob& job) {
             job.furtherFiles};
 }
 
-Sink makePng(const ExportJob& job, std::string& output) { return makePngWriter(rasterOptions(job), output); }
-Sink makeTiff(const ExportJob& job, std::string& output) {
-    return makeTiffWriter(rasterOptions(job), output);
-}
+Sink makePng(const ExportJob& job, Spool& output) { return makePngWriter(rasterOptions(job), output); }
+Sink makeTiff(const ExportJob& job, Spool& output) { return makeTiffWriter(rasterOptions(job), output); }
 
 SheetOptions sheetOptions(const ExportJob& job) {
     const CellColumns columns = job.options.kind == ExportKind::Xls   ? CellColumns::Grid
@@ -46,12 +44,12 @@ SheetOptions sheetOptions(const ExportJob& job) {
             columnMoves(job.report, job.layout, columns)};
 }
 
-Sink makeXlsx(const ExportJob& job, std::string& output) { return makeXlsxWriter(sheetOptions(job), output); }
-Sink makeXls(const ExportJob& job, std::string& output) { return makeXlsWriter(sheetOptions(job), output); }
-Sink makeHtm(const ExportJob& job, std::string& output) { return makeHtmWriter(sheetOptions(job), output); }
-Sink makeRtf(const ExportJob& job, std::string& output) { return makeRtfWriter(sheetOptions(job), output); }
-Sink makeTxt(const ExportJob& job, std::string& output) { return makeTxtWriter(sheetOptions(job), output); }
-Sink makeCsv(const ExportJob& job, std::string& output) { return makeCsvWriter(sheetOptions(job), output); }
+Sink makeXlsx(const ExportJob& job, Spool& output) { return makeXlsxWriter(sheetOptions(job), output); }
+Sink makeXls(const ExportJob& job, Spool& output) { return makeXlsWriter(sheetOptions(job), output); }
+Sink makeHtm(const ExportJob& job, Spool& output) { return makeHtmWriter(sheetOptions(job), output); }
+Sink makeRtf(const ExportJob& job, Spool& output) { return makeRtfWriter(sheetOptions(job), output); }
+Sink makeTxt(const ExportJob& job, Spool& output) { return makeTxtWriter(sheetOptions(job), output); }
+Sink makeCsv(const ExportJob& job, Spool& output) { return makeCsvWriter(sheetOptions(job), output); }
 
 bool always(const ExportOptions&) { return true; }
 bool asPng(const ExportOptions& options) { return options.imageKind == ImageKind::Png; }
@@ -61,7 +59,7 @@ struct ExportForm {
     ExportKind kind;
     bool makesCells;
     bool (*chosen)(const ExportOptions& options);
-    Sink (*make)(const ExportJob& job, std::string& output);
+    Sink (*make)(const ExportJob& job, Spool& output);
     LinkRules links;
 };
 
@@ -113,7 +111,7 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     return layout;
 }
 
-std::unique_ptr<PageSink> makeSink(const ExportJob& job, std::string& output) {
+std::unique_ptr<PageSink> makeSink(const ExportJob& job, Spool& output) {
     const ExportForm* const form = formFor(job.options);
     if (form == nullptr) {
         throw EngineError(ErrorCode::NotSupported, "this engine makes no documents of kind " +

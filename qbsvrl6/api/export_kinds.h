@@ -10,6 +10,7 @@
 #include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
@@ -32,7 +33,7 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options);
 
 // The sink for the format of the options, which writes into `output`. Raises EngineError (NotSupported) for a
 // format without a writer.
-std::unique_ptr<PageSink> makeSink(const ExportJob& job, std::string& output);
+std::unique_ptr<PageSink> makeSink(const ExportJob& job, Spool& output);
 
 }  // namespace qbsvrl6
 

@@ -42,7 +42,7 @@ std::string numbered(const std::string& file, std::size_t page) {
 
 void exportToFile(Runtime& runtime, ExportOptions& options) {
     std::vector<std::string> furtherFiles;
-    const std::string document = exportReport(runtime, options, &furtherFiles);
+    const Spool document = exportReport(runtime, options, &furtherFiles);
     const std::string file = fileNameOf(options);
     for (std::size_t i = 0; i < furtherFiles.size(); ++i) writeFile(numbered(file, i + 2), furtherFiles[i]);
     writeFile(file, document);
@@ -53,7 +53,7 @@ void exportToFile(Runtime& runtime, ExportOptions& options) {
 tagQBBinaryObject* QBReportExportDirectToBinaryObject(tagQBReport* handle, tagQBExportType type) {
     return withObject(__func__, handle, [&](Report& report) {
         Runtime& runtime = runtimeOf(report);
-        std::string document = exportReport(runtime, directOptions(runtime, type));
+        Spool document = exportReport(runtime, directOptions(runtime, type));
         return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)), runtime);
     });
 }
@@ -84,7 +84,7 @@ tagQBExportOption* QBReportPrepareExport(tagQBReport* handle, tagQBExportType ty
 tagQBBinaryObject* QBReportExportToBinaryObject(tagQBReport* handle) {
     return withObject(__func__, handle, [](Report& report) {
         Runtime& runtime = runtimeOf(report);
-        std::string document = exportReport(runtime, preparedOptions(runtime));
+        Spool document = exportReport(runtime, preparedOptions(runtime));
         return toHandle<tagQBBinaryObject>(runtime.keepResult(std::move(document)), runtime);
     });
 }

@@ -33,7 +33,7 @@ void QBPrinterSetPrinterName(tagQBPrinter* handle, const lkchar* name) {
 void QBReportPrint(tagQBReport* handle, int) {
     withObject(__func__, handle, [](Report& report) {
         Runtime& runtime = runtimeOf(report);
-        const std::string document = printedReport(runtime);
+        const std::string document = printedReport(runtime).take();
         const ReportDefinition& definition = report.definition;
         const std::string title = definition.info.title.empty() ? "Report" : toUtf8(definition.info.title);
         runtime.printerUsed = toUtf16(printDocument(toUtf8(definition.printer.name), title, document));

@@ -3,35 +3,48 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
 
-namespace {
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-}  // namespace
+BinaryObject::BinaryObject(Spool bytes) {
+    if (const TemporaryFile* const file = bytes.file()) {
+        map(*file);
+    } else {
+        memory_ = bytes.take();
+    }
+}
 
 BinaryObject::~BinaryObject() {
     if (!mapped_.empty()) ::munmap(const_cast<char*>(mapped_.data()), mapped_.size());
 }
 
+void BinaryObject::map(const TemporaryFile& file) {
+    const auto size = static_cast<std::size_t>(file.size());
+    void* const address = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file.descriptor(), 0);
+    if (address == MAP_FAILED) {
+        throw MachineError("the document is not mapped into memory: " +
+                           std::generic_category().message(errno));
+    }
+    mapped_ = {static_cast<const char*>(address), size};
+}
+
 bool BinaryObject::moveToFile() {
-    const std::size_t size = memory_.size();
-    const std::unique_ptr<std::FILE, CloseFile> file(size == 0 ? nullptr : std::tmpfile());
-    if (!file || std::fwrite(memory_.data(), 1, size, file.get()) != size || std::fflush(file.get()) != 0) {
+    if (!mapped_.empty()) return true;
+    if (memory_.empty()) return false;
+    try {
+        TemporaryFile file("the document");
+        file.append(memory_);
+        map(file);
+    } catch (const MachineError&) {
         return false;
     }
-    void* const address = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, ::fileno(file.get()), 0);
-    if (address == MAP_FAILED) return false;
-    mapped_ = {static_cast<const char*>(address), size};
     memory_ = {};
     return true;
 }
@@ -52,7 +65,7 @@ void Runtime::forgetTemplate() {
     printerUsed.clear();
 }
 
-BinaryObject* Runtime::keepResult(std::string bytes) {
+BinaryObject* Runtime::keepResult(Spool bytes) {
     BinaryObject& result = results_.emplace_back(std::move(bytes));
     const std::size_t size = result.bytes().size();
     const bool fits =

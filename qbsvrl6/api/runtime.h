@@ -20,23 +20,26 @@
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/reach.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
 // The result of an export. Its bytes never move.
 class BinaryObject {
 public:
-    explicit BinaryObject(std::string bytes) : memory_(std::move(bytes)) {}
+    // Bytes that are in a file stay there. Raises MachineError if that file can't be mapped into memory.
+    explicit BinaryObject(Spool bytes);
     ~BinaryObject();
     BinaryObject(const BinaryObject&) = delete;
     BinaryObject& operator=(const BinaryObject&) = delete;
 
     std::string_view bytes() const { return mapped_.empty() ? std::string_view(memory_) : mapped_; }
-    // Moves the bytes to an unnamed file in the system's folder for temporary files. If that fails, they stay
-    // in memory and the result is false. Call it before the address of the bytes is passed on.
+    // Moves bytes in memory to a temporary file. If that fails, they stay in memory and the result is false. Call it before the address of the bytes is passed on.
     [[nodiscard]] bool moveToFile();
 
 private:
+    void map(const TemporaryFile& file);
+
     std::string memory_;
     std::string_view mapped_;
 };
@@ -80,7 +83,7 @@ struct Runtime : ReportRuntime {
 
     // Stores the bytes of an export for the caller until they are dropped: in memory up to a limit, after
     // that in files.
-    BinaryObject* keepResult(std::string bytes);
+    BinaryObject* keepResult(Spool bytes);
     void dropResults();
 
     // The handles of a report that is released read as null from here on.

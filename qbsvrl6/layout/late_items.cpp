@@ -63,7 +63,7 @@ bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) 
     if (late.contentAt) settleContent(item, late, page);
     if (late.text == nullptr) {
         const bool redraws = late.contentAt && !std::holds_alternative<TextItem>(item.content);
-        if (late.hasStyles || redraws) fit(item, late);
+        if (late.hasStyles || redraws) fit(item, *late.control);
         return true;
     }
     LatePosition& at = late.textAt;
@@ -76,7 +76,7 @@ bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) 
         at.position.isBeforeRow = !hasRows && page.rows.first < count;
     }
     if (!late.text->needsPageCount || counted_) {
-        settleText(item, late);
+        settleText(item, *late.control, *late.text, *at.view, at.position);
         return true;
     }
     TextItem& text = std::get<TextItem>(item.content);
@@ -85,8 +85,18 @@ bool LateItems::settleItem(Item& item, LateItem& late, const PageNumbers& page) 
     text.lines.clear();
     text.pending = true;
     text.pendingKey = static_cast<std::uint32_t>(waiting_.size());
-    waiting_.push_back({std::move(late), page.run});
+    waiting_.push_back({waitFor(late), page.run, at.position});
     return true;
+}
+
+std::uint32_t LateItems::waitFor(const LateItem& late) {
+    const WaitingText text{late.control, late.text, late.textAt.view};
+    constexpr std::ptrdiff_t kTextsOfAPage = 8;
+    const auto recent = waitingTexts_.end() - std::min(kTextsOfAPage, std::ssize(waitingTexts_));
+    const auto known = std::find(recent, waitingTexts_.end(), text);
+    const auto index = static_cast<std::uint32_t>(known - waitingTexts_.begin());
+    if (known == waitingTexts_.end()) waitingTexts_.push_back(text);
+    return index;
 }
 
 void LateItems::restyle(Item& item, LateItem& late, const PageNumbers& page) {
@@ -106,22 +116,24 @@ void LateItems::settle(Item& item) {
     auto* const text = std::get_if<TextItem>(&item.content);
     if (text == nullptr || !text->pending || text->pendingKey >= waiting_.size()) return;
     Waiting& waiting = waiting_[text->pendingKey];
-    waiting.late.textAt.position.pageCount = pageCount(waiting.run);
-    settleText(item, waiting.late);
+    waiting.position.pageCount = pageCount(waiting.run);
+    const WaitingText& late = waitingTexts_[waiting.text];
+    settleText(item, *late.control, *late.text, *late.view, waiting.position);
 }
 
-void LateItems::settleText(Item& item, const LateItem& late) {
+void LateItems::settleText(Item& item, const PlannedControl& control, PlannedText& planned, RowView& view,
+                           const Position& position) {
     TextItem& text = std::get<TextItem>(item.content);
-    late.textAt.view->evaluateText(late.text->text, late.textAt.position, evaluated_);
+    view.evaluateText(planned.text, position, evaluated_);
     text.text = evaluated_.text;
     text.pageFields = evaluated_.pageFields;
     text.value = evaluated_.cell;
     if (evaluated_.color) text.color = evaluated_.color;
     text.pending = false;
-    fit(item, late);
+    fit(item, control);
 }
 
-void LateItems::fit(Item& item, const LateItem& late) {
+void LateItems::fit(Item& item, const PlannedControl& control) {
     auto* const text = std::get_if<TextItem>(&item.content);
     if (text == nullptr) {
         if (isWhole(item)) fitIntoBox(item, context_.options.drawings);
@@ -132,7 +144,7 @@ void LateItems::fit(Item& item, const LateItem& late) {
     if (!context_.options.measureText) return;
     const Size box{item.box.width, item.box.height};
     breakText(*text, style, box);
-    context_.notes.placed(*late.control, item, placeText(*text, style, box));
+    context_.notes.placed(control, item, placeText(*text, style, box));
 }
 
 const PooledStyle* styleUnder(PlannedControl& control, std::vector<bool> holds, StylePool& styles) {

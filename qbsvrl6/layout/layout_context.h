@@ -58,9 +58,17 @@ public:
     void settle(Item& item) override;
 
 private:
+    // A text that waits for the page count. There may be some per page, so that what they share is kept once.
+    struct WaitingText {
+        const PlannedControl* control = nullptr;
+        PlannedText* text = nullptr;
+        std::shared_ptr<RowView> view;
+        bool operator==(const WaitingText&) const = default;
+    };
     struct Waiting {
-        LateItem late;
+        std::uint32_t text = 0;  // in waitingTexts_
         int run = 0;
+        Position position;
     };
 
     bool holds(const LateCondition& condition, const PageNumbers& page) const;
@@ -69,12 +77,15 @@ private:
     bool settleItem(Item& item, LateItem& late, const PageNumbers& page);
     void restyle(Item& item, LateItem& late, const PageNumbers& page);
     void settleContent(Item& item, LateItem& late, const PageNumbers& page);
-    void settleText(Item& item, const LateItem& late);
-    void fit(Item& item, const LateItem& late);
+    std::uint32_t waitFor(const LateItem& late);
+    void settleText(Item& item, const PlannedControl& control, PlannedText& text, RowView& view,
+                    const Position& position);
+    void fit(Item& item, const PlannedControl& control);
 
     LayoutContext& context_;
     bool counting_ = false;
     bool counted_ = false;
+    std::vector<WaitingText> waitingTexts_;
     std::deque<Waiting> waiting_;
     std::vector<int> pagesOfRun_;
     EvaluatedText evaluated_;

@@ -3,44 +3,43 @@
 #define QBSVR_QBSVRL6_SHEET_TEXT_STREAM_H
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
 class TextStream {
 public:
-    // Append to this string. The reference is valid until the next mark() or breathe().
-    std::string& text() { return block_; }
+    // Text before the first gap goes to `output` at once; null: the document begins with something else, and
+    // all text is kept.
+    explicit TextStream(Spool* output = nullptr) : to_(output == nullptr ? &kept_ : output) {}
+    TextStream(const TextStream&) = delete;
+    TextStream& operator=(const TextStream&) = delete;
 
-    // Call this regularly: it puts a full block aside, so that the text is never copied as it grows.
-    void breathe() {
-        if (block_.size() >= kBlockBytes) putAside();
-    }
+    // Append to this string. The reference stays valid, what it refers to until the next mark() or breathe().
+    std::string& text() { return to_->end(); }
+
+    // Call it now and then: it moves text that takes much memory to a file.
+    void breathe() { to_->breathe(); }
 
     // Leaves a gap and returns its number, counted from 0.
     std::size_t mark() {
-        marks_.push_back({blocks_.size(), block_.size()});
+        to_ = &kept_;
+        marks_.push_back(kept_.size());
         return marks_.size() - 1;
     }
 
-    // Appends everything to `output`, calling `fill(number, output)` for each gap. The stream is then empty.
-    void moveTo(std::string& output, const std::function<void(std::size_t, std::string&)>& fill);
+    // Appends everything that was kept to `output`, calling `fill(number, text)` for each gap.
+    void moveTo(Spool& output, const std::function<void(std::size_t, std::string&)>& fill);
 
 private:
-    static constexpr std::size_t kBlockBytes = 1u << 20;
-
-    struct Mark {
-        std::size_t block;
-        std::size_t offset;
-    };
-
-    void putAside();
-
-    std::string block_;
-    std::vector<std::string> blocks_;
-    std::vector<Mark> marks_;
+    Spool kept_;
+    Spool* to_;
+    std::vector<std::uint64_t> marks_;  // in `kept_`
 };
 
 }  // namespace qbsvrl6

@@ -3,13 +3,13 @@
 #define QBSVR_QBSVRL6_SHEET_WRITERS_H
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "qbsvrl6/items/column_move.h"
 #include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
@@ -29,12 +29,12 @@ struct SheetOptions {
 };
 
 // `output` holds the whole document after finish().
-std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, std::string& output);
-std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, std::string& output);
-std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, std::string& output);
-std::unique_ptr<PageSink> makeRtfWriter(const SheetOptions& options, std::string& output);
-std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, std::string& output);
-std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, std::string& output);
+std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, Spool& output);
+std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, Spool& output);
+std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, Spool& output);
+std::unique_ptr<PageSink> makeRtfWriter(const SheetOptions& options, Spool& output);
+std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, Spool& output);
+std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, Spool& output);
 
 }  // namespace qbsvrl6
 

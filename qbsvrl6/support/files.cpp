@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
@@ -22,6 +23,35 @@ namespace {
     const std::string message = std::generic_category().message(cause);
     if (isShortage(cause)) throw MachineError(placedMessage(path, {}, message));
     throw EngineError(code, message, {path});
+}
+
+void makeDirectoryOf(const std::string& path) {
+    const std::string directory = directoryOf(path);
+    std::error_code failed;
+    if (!directory.empty()) std::filesystem::create_directories(directory, failed);
+    if (failed) {
+        throw EngineError(ErrorCode::FileUnwritable, "its directory can't be made: " + failed.message(),
+                          {path});
+    }
+}
+
+bool writeAll(int descriptor, const Spool& bytes) {
+    constexpr std::size_t kBytesAtOnce = 256u << 10;
+    std::string part(static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), kBytesAtOnce)), '\0');
+    for (std::uint64_t at = 0; at < bytes.size();) {
+        const ssize_t count = ::write(descriptor, part.data(), bytes.read(at, part.data(), part.size()));
+        if (count < 0 && errno != EINTR) return false;
+        if (count > 0) at += static_cast<std::uint64_t>(count);
+    }
+    return true;
+}
+
+void check(const larkspur::WholeFileResult& result, const std::string& path) {
+    if (result.step == larkspur::WholeFileStep::Done) return;
+    if (result.error == ENXIO) {
+        throw EngineError(ErrorCode::FileUnwritable, "nothing reads from this pipe", {path});
+    }
+    fail(ErrorCode::FileUnwritable, path, result.error);
 }
 
 }  // namespace
@@ -69,20 +99,14 @@ std::string readFile(const std::string& path, std::size_t maxBytes) {
 }
 
 void writeFile(const std::string& path, std::string_view bytes) {
-    const std::string directory = directoryOf(path);
-    std::error_code failed;
-    if (!directory.empty()) std::filesystem::create_directories(directory, failed);
-    if (failed) {
-        throw EngineError(ErrorCode::FileUnwritable, "its directory can't be made: " + failed.message(),
-                          {path});
-    }
+    makeDirectoryOf(path);
+    check(larkspur::WriteWholeFile(path, bytes.data(), bytes.size()), path);
+}
 
-    const larkspur::WholeFileResult result = larkspur::WriteWholeFile(path, bytes.data(), bytes.size());
-    if (result.step == larkspur::WholeFileStep::Done) return;
-    if (result.error == ENXIO) {
-        throw EngineError(ErrorCode::FileUnwritable, "nothing reads from this pipe", {path});
-    }
-    fail(ErrorCode::FileUnwritable, path, result.error);
+void writeFile(const std::string& path, const Spool& bytes) {
+    makeDirectoryOf(path);
+    const auto write = [&](int descriptor) { return writeAll(descriptor, bytes); };
+    check(larkspur::WriteWholeFile(path, write), path);
 }
 
 std::string directoryOf(std::string_view path) {

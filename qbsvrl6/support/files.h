@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "qbsvrl6/support/descriptor.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
@@ -37,6 +38,7 @@ std::string readFile(const std::string& path, std::size_t maxBytes);
 // Writes the whole file or leaves the old one in place, as larkspur::WriteWholeFile does. Creates missing
 // directories. Raises EngineError (FileUnwritable) that names the path and the system's cause.
 void writeFile(const std::string& path, std::string_view bytes);
+void writeFile(const std::string& path, const Spool& bytes);
 
 // The directory part of a path, ending in "/"; empty if the path has none.
 std::string directoryOf(std::string_view path);

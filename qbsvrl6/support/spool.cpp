@@ -20,15 +20,21 @@ void Spool::append(Spool&& other) {
         file_ = std::move(other.file_);
         end_ = std::move(other.end_);
     } else {
-        std::string part(std::min<std::uint64_t>(other.size(), kBytesAtOnce), '\0');
-        for (std::uint64_t at = 0; at < other.size();) {
-            const std::size_t count = other.read(at, part.data(), part.size());
-            append({part.data(), count});
-            at += count;
-        }
+        append(other, 0, other.size());
     }
     other.file_.reset();
     other.end_ = {};
+}
+
+void Spool::append(const Spool& other, std::uint64_t first, std::uint64_t end) {
+    while (first < end) {
+        const std::size_t before = end_.size();
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(end - first, kBytesAtOnce));
+        end_.resize(before + count);
+        other.read(first, end_.data() + before, count);
+        first += count;
+        breathe();
+    }
 }
 
 std::size_t Spool::read(std::uint64_t offset, char* to, std::size_t size) const {

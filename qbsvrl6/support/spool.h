@@ -27,8 +27,9 @@ public:
         end_ += bytes;
         breathe();
     }
-    // Appends the other's bytes, which is then empty.
+    // Appends the other's bytes: all of them, and the other is empty then; or those from `first` to before `end`.
     void append(Spool&& other);
+    void append(const Spool& other, std::uint64_t first, std::uint64_t end);
 
     // The bytes at the end, to append to. The reference stays valid, its bytes only until the next call of
     // another function.

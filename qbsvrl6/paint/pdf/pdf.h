@@ -3,10 +3,10 @@
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_H
 
 #include <memory>
-#include <string>
 
 #include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
@@ -19,7 +19,7 @@ struct PdfOptions {
 
 // A sink that writes each page as it ends; `output` holds the whole document after finish(). The same input
 // gives the same bytes: no clock, no random identifiers.
-std::unique_ptr<PageSink> makePdfWriter(const PdfOptions& options, std::string& output);
+std::unique_ptr<PageSink> makePdfWriter(const PdfOptions& options, Spool& output);
 
 }  // namespace qbsvrl6
 

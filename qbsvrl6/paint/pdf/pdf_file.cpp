@@ -12,14 +12,14 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr std::size_t kWorthCompressing = 96;  // below it, the filter's entry costs more than it saves
-constexpr int kObjectsPerStream = 200;
+constexpr int kObjectsPerStream = 200;         // an index has eight bits
 constexpr std::size_t kObjectStreamBytes = 64 << 10;
 
 }  // namespace
 
-PdfFile::PdfFile(std::string& output) : output_(output), places_(1) {
+PdfFile::PdfFile(Spool& output) : output_(output), places_(1) {
     // Four bytes above 127 mark the file as binary.
-    output_ = "%PDF-1.7\n%\xE2\xE3\xCF\xD3\n";
+    output_.append("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
 }
 
 int PdfFile::reserve() {
@@ -28,16 +28,15 @@ int PdfFile::reserve() {
 }
 
 void PdfFile::beginObject(int number) {
-    places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size(), 0};
-    output_ += std::to_string(number);
-    output_ += " 0 obj\n";
+    places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size()};
+    output_.end() += std::to_string(number);
+    output_.end() += " 0 obj\n";
 }
 
 void PdfFile::writeObject(int number, std::string_view body) {
     if (objectCount_ == 0) objectStream_ = reserve();
     places_[static_cast<std::size_t>(number)] = {Place::Kind::InStream,
-                                                 static_cast<std::uint64_t>(objectStream_),
-                                                 static_cast<std::uint16_t>(objectCount_)};
+                                                 static_cast<std::uint64_t>(objectStream_), objectCount_};
     objectIndex_.add(std::int64_t{number}, ' ', static_cast<std::int64_t>(objects_.size()), ' ');
     objects_.add(body, '\n');
     ++objectCount_;
@@ -59,40 +58,44 @@ void PdfFile::writeStream(int number, std::string_view entries, std::string_view
     const bool deflated = !encoded && bytes.size() >= kWorthCompressing;
     if (deflated) bytes = compress(bytes);
     beginObject(number);
-    output_ += "<<";
-    output_ += entries;
-    if (deflated) output_ += "/Filter/FlateDecode";
-    output_ += "/Length ";
-    output_ += std::to_string(bytes.size());
-    output_ += ">>stream\n";
-    output_ += bytes;
-    output_ += "\nendstream\nendobj\n";
+    std::string& out = output_.end();
+    out += "<<";
+    out += entries;
+    if (deflated) out += "/Filter/FlateDecode";
+    out += "/Length ";
+    out += std::to_string(bytes.size());
+    out += ">>stream\n";
+    out += bytes;
+    out += "\nendstream\nendobj\n";
+    output_.breathe();
+    addToHash(entries);
+    addToHash(bytes);
 }
 
 void PdfFile::finish(int catalog, int info) {
     flushObjects();
     const std::string id = contentHash();
     const int number = reserve();
-    const std::size_t start = output_.size();
+    const std::uint64_t start = output_.size();
     std::string trailer = "/Root " + std::to_string(catalog) + " 0 R";
     if (info != 0) trailer += "/Info " + std::to_string(info) + " 0 R";
     trailer += "/ID[<" + id + "><" + id + ">]";
     writeCrossReferences(number, trailer);
-    output_ += "startxref\n" + std::to_string(start) + "\n%%EOF\n";
+    output_.append("startxref\n" + std::to_string(start) + "\n%%EOF\n");
 }
 
 // Rows of type (1 byte), offset or stream (`width` bytes) and index (2 bytes).
 void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
-    places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size(), 0};
+    places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size()};
     int width = 2;
     while (output_.size() >> (8 * width) != 0) ++width;
     ByteBuffer rows;
     for (const Place& place : places_) {
-        rows.append(static_cast<char>(place.kind));
+        rows.append(static_cast<char>(place.kind()));
         for (int shift = width - 1; shift >= 0; --shift) {
-            rows.append(static_cast<char>((place.offsetOrStream >> (8 * shift)) & 0xFF));
+            rows.append(static_cast<char>((place.offsetOrStream() >> (8 * shift)) & 0xFF));
         }
-        const std::uint16_t index = place.kind == Place::Kind::Free ? std::uint16_t{0xFFFF} : place.index;
+        const int index = place.kind() == Place::Kind::Free ? 0xFFFF : place.index();
         rows.append(static_cast<char>(index >> 8));
         rows.append(static_cast<char>(index & 0xFF));
     }
@@ -102,17 +105,22 @@ void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
     writeStream(number, entries, rows.view());
 }
 
-// The document's identifier, from its content: the same input gives the same file.
-std::string PdfFile::contentHash() const {
-    std::uint64_t low = 0xCBF29CE484222325u;
-    std::uint64_t high = 0x9E3779B97F4A7C15u;
-    forEachWord(output_, [&](std::uint64_t word) {
+void PdfFile::addToHash(std::string_view bytes) {
+    std::uint64_t low = lowHash_;
+    std::uint64_t high = highHash_;
+    forEachWord(bytes, [&](std::uint64_t word) {
         low = (low ^ word) * 0x100000001B3u;
         high = (high + word) * 0xD6E8FEB86659FD93u;
         high ^= high >> 32;
     });
+    lowHash_ = low;
+    highHash_ = high;
+}
+
+// The document's identifier, from its content: the same input gives the same file.
+std::string PdfFile::contentHash() const {
     ByteBuffer hex;
-    for (const std::uint64_t half : {low, high}) {
+    for (const std::uint64_t half : {lowHash_, highHash_}) {
         appendHex(hex, static_cast<unsigned>(half >> 32), 8);
         appendHex(hex, static_cast<unsigned>(half), 8);
     }

@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "qbsvrl6/paint/pdf/byte_buffer.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
 class PdfFile {
 public:
-    // Writes to `output` from its start.
-    explicit PdfFile(std::string& output);
+    // Writes to `output`, which is empty.
+    explicit PdfFile(Spool& output);
 
     // The number of an object that is written later.
     [[nodiscard]] int reserve();
@@ -31,24 +32,40 @@ public:
     void finish(int catalog, int info);
 
 private:
-    // Where an object is: at an offset of the file, or at an index of an object stream.
-    struct Place {
-        enum class Kind : std::uint8_t { Free, Offset, InStream } kind = Kind::Free;
-        std::uint64_t offsetOrStream = 0;
-        std::uint16_t index = 0;
+    // Where an object is: at an offset of the file, or at an index of an object stream. In one word, since
+    // there are some per page.
+    class Place {
+    public:
+        enum class Kind { Free, Offset, InStream };
+
+        Place() = default;
+        Place(Kind kind, std::uint64_t offsetOrStream, int index = 0)
+            : bits_(offsetOrStream << kShift | static_cast<std::uint64_t>(index) << kKindBits |
+                    static_cast<std::uint64_t>(kind)) {}
+        Kind kind() const { return static_cast<Kind>(bits_ & ((1 << kKindBits) - 1)); }
+        int index() const { return static_cast<int>(bits_ >> kKindBits & ((1 << kIndexBits) - 1)); }
+        std::uint64_t offsetOrStream() const { return bits_ >> kShift; }
+
+    private:
+        static constexpr int kKindBits = 2, kIndexBits = 8, kShift = kKindBits + kIndexBits;
+        std::uint64_t bits_ = 0;
     };
 
     void beginObject(int number);
     void flushObjects();
     void writeCrossReferences(int number, std::string_view trailer);
+    void addToHash(std::string_view bytes);
     std::string contentHash() const;
 
-    std::string& output_;
+    Spool& output_;
     std::vector<Place> places_;  // by number
     ByteBuffer objects_;         // of the current object stream
     ByteBuffer objectIndex_;     // its pairs of number and offset
     int objectCount_ = 0;
     int objectStream_ = 0;
+    // Of all streams so far.
+    std::uint64_t lowHash_ = 0xCBF29CE484222325u;
+    std::uint64_t highHash_ = 0x9E3779B97F4A7C15u;
 };
 
 }  // namespace qbsvrl6

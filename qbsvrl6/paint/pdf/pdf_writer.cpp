@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/paint/band_painter.h"
 #include "qbsvrl6/paint/pdf/pdf.h"
 #include "qbsvrl6/paint/pdf/pdf_canvas.h"
@@ -26,7 +27,7 @@ std::string reference(int number) { return std::to_string(number) + " 0 R"; }
 
 class PdfWriter : public PageSink {
 public:
-    PdfWriter(const PdfOptions& options, std::string& output)
+    PdfWriter(const PdfOptions& options, Spool& output)
         : options_(options),
           file_(output),
           fonts_(options.embedWholeFonts),
@@ -67,7 +68,11 @@ public:
             // Texts that are known at the end go into a second stream, so the page can be written now.
             const int late = file_.reserve();
             contents = "[" + contents + " " + reference(late) + "]";
-            latePages_.push_back({late, page_.paper.height, std::move(page_.pending)});
+            for (PendingItem& item : page_.pending) {
+                latePlaces_.push_back({item.x, item.y});
+                lateItems_.add(std::move(item.item));
+            }
+            latePages_.push_back({late, page_.paper.height, lateItems_.size()});
         }
         writePage(contents);
     }
@@ -77,15 +82,7 @@ public:
             beginPage({1, PageSetup().paper, {}});
             endPage();
         }
-        for (LatePage& page : latePages_) {
-            canvas_.begin(page.paperHeight);
-            for (PendingItem& item : page.items) {
-                pending.settle(item.item);
-                paintText(canvas_, item);
-            }
-            file_.writeStream(page.content, "", canvas_.end());
-            page.items = {};
-        }
+        writeLatePages(pending);
         writePageTree();
         writeResources();
         const int outline = writeOutline(file_, bookmarks_);
@@ -102,7 +99,10 @@ private:
     struct LatePage {
         int content = 0;
         Micrometres paperHeight = 0;
-        std::vector<PendingItem> items;
+        std::size_t end = 0;  // of its items
+    };
+    struct Point {
+        Micrometres x = 0, y = 0;
     };
     // A node of the page tree, complete or open.
     struct TreeNode {
@@ -110,6 +110,19 @@ private:
         std::vector<int> children;
         std::size_t pages = 0;
     };
+
+    void writeLatePages(PendingTexts& pending) {
+        std::size_t next = 0;
+        for (const LatePage& page : latePages_) {
+            canvas_.begin(page.paperHeight);
+            for (; next < page.end; ++next) {
+                PendingItem item{lateItems_.item(next), latePlaces_[next].x, latePlaces_[next].y};
+                pending.settle(item.item);
+                paintText(canvas_, item);
+            }
+            file_.writeStream(page.content, "", canvas_.end());
+        }
+    }
 
     void writePage(const std::string& contents) {
         if (leaves_.empty() || leaves_.back().children.size() == kFanOut)
@@ -252,13 +265,15 @@ private:
     int fontDictionary_ = 0, stateDictionary_ = 0;
     OpenPage page_;
     std::vector<LatePage> latePages_;
+    PendingItems lateItems_;
+    std::vector<Point> latePlaces_;  // of the bands of the items
     std::vector<TreeNode> leaves_;
     std::vector<PdfBookmark> bookmarks_;
 };
 
 }  // namespace
 
-std::unique_ptr<PageSink> makePdfWriter(const PdfOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makePdfWriter(const PdfOptions& options, Spool& output) {
     return std::make_unique<PdfWriter>(options, output);
 }
 

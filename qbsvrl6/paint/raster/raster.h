@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
@@ -24,10 +25,10 @@ struct RasterOptions {
 
 // A PNG holds one image. Unless it shows all pages, it shows the first, and the files of the other pages are
 // appended to `furtherPages`; if that is null, they are left out, with a line in the log.
-std::unique_ptr<PageSink> makePngWriter(const RasterOptions& options, std::string& output);
+std::unique_ptr<PageSink> makePngWriter(const RasterOptions& options, Spool& output);
 
 // One image per page, or a single image of all pages.
-std::unique_ptr<PageSink> makeTiffWriter(const RasterOptions& options, std::string& output);
+std::unique_ptr<PageSink> makeTiffWriter(const RasterOptions& options, Spool& output);
 
 }  // namespace qbsvrl6
 

@@ -227,18 +227,17 @@ private:
 
 }  // namespace
 
-std::unique_ptr<PageSink> makePngWriter(const RasterOptions& options, std::string& output) {
-    output.clear();
+std::unique_ptr<PageSink> makePngWriter(const RasterOptions& options, Spool& output) {
     const Pages pages = options.allPagesInOne             ? Pages::AllInOne
                         : options.furtherPages != nullptr ? Pages::EachAFile
                                                           : Pages::FirstOnly;
-    return std::make_unique<RasterWriter>(options, pages, makePngEncoder(options.resolution, output));
+    return std::make_unique<RasterWriter>(options, pages, makePngEncoder(options.resolution, output.end()));
 }
 
-std::unique_ptr<PageSink> makeTiffWriter(const RasterOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makeTiffWriter(const RasterOptions& options, Spool& output) {
     return std::make_unique<RasterWriter>(options,
                                           options.allPagesInOne ? Pages::AllInOne : Pages::EachAnImage,
-                                          makeTiffEncoder(options.resolution, output));
+                                          makeTiffEncoder(options.resolution, output.end()));
 }
 
 }  // namespace qbsvrl6

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/rtf/page_headers.h"
 #include "qbsvrl6/sheet/rtf/rtf_table.h"
@@ -42,7 +43,7 @@ void appendGap(std::string& out, Micrometres height, std::string_view content = 
 
 class RtfWriter final : public CellSink {
 public:
-    RtfWriter(const SheetOptions& options, std::string& output)
+    RtfWriter(const SheetOptions& options, Spool& output)
         : CellSink(options, GridFit::Exact),
           options_(options),
           output_(output),
@@ -115,8 +116,7 @@ private:
 
     void appendText(std::string& out, Item& item) {
         if (isPending(item)) {
-            open({false, pending_.size()});
-            pending_.push_back(std::move(item));
+            open({false, pending_.add(std::move(item))});
         } else {
             appendItemText(out, item);
         }
@@ -128,21 +128,23 @@ private:
             settle(page.footer, pending);
         }
         const std::vector<std::string> pages = pageBeginnings();
-        output_ += "{\\rtf1\\ansi\\ansicpg1252\\uc1\\deff0\n";
-        table_.styles().appendTables(output_);
-        appendInfo(output_);
-        appendPaper(output_);
+        std::string& head = output_.end();
+        head += "{\\rtf1\\ansi\\ansicpg1252\\uc1\\deff0\n";
+        table_.styles().appendTables(head);
+        appendInfo(head);
+        appendPaper(head);
         stream_.moveTo(output_, [&](std::size_t number, std::string& out) {
             const OpenPlace& place = places_[number];
             if (place.isPage) {
                 out += pages[place.index];
             } else {
-                pending.settle(pending_[place.index]);
-                appendItemText(out, pending_[place.index]);
+                Item item = pending_.item(place.index);
+                pending.settle(item);
+                appendItemText(out, item);
             }
         });
         // The last paragraph, which must not start another page.
-        output_ += "\\pard\\plain\\fs2\\sl-20\\slmult0\n}\n";
+        output_.append("\\pard\\plain\\fs2\\sl-20\\slmult0\n}\n");
     }
 
     static void settle(std::vector<PlacedBand>& bands, PendingTexts& pending) {
@@ -298,7 +300,7 @@ private:
     }
 
     SheetOptions options_;
-    std::string& output_;
+    Spool& output_;
     CellGrid headerGrid_;
     RtfTable table_;
     TextStream stream_;
@@ -308,14 +310,14 @@ private:
     Micrometres top_ = 0;              // of the next row on the current page
     bool hasHeader_ = false;           // of any section so far
     bool hasFooter_ = false;
-    std::vector<Item> pending_;
+    PendingItems pending_;
     Micrometres headerHeight_ = 0;  // of the current page
     Part part_ = Part::None;
 };
 
 }  // namespace
 
-std::unique_ptr<PageSink> makeRtfWriter(const SheetOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makeRtfWriter(const SheetOptions& options, Spool& output) {
     return std::make_unique<RtfWriter>(options, output);
 }
 

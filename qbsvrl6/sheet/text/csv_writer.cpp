@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/text_stream.h"
@@ -129,11 +130,12 @@ bool appendRawValue(std::string& out, const Item& item) {
 
 class CsvWriter final : public CellSink {
 public:
-    CsvWriter(const SheetOptions& options, std::string& output)
+    CsvWriter(const SheetOptions& options, Spool& output)
         : CellSink(options, GridFit::Lines),
           rawValues_(options.rawValues),
           defuseFormulas_(options.defuseFormulas),
-          output_(output) {
+          output_(output),
+          stream_(&output) {
         stream_.text() = "\xEF\xBB\xBF";
     }
 
@@ -164,7 +166,7 @@ private:
             if (cell.item == nullptr) continue;
             if (isPending(*cell.item)) {
                 stream_.mark();
-                pending_.push_back(std::move(*cell.item));
+                pending_.add(std::move(*cell.item));
             } else if (!rawValues_ || !appendRawValue(stream_.text(), *cell.item)) {
                 appendText(stream_.text(), textOf(*cell.item));
             }
@@ -175,8 +177,9 @@ private:
 
     void close(PendingTexts& pending) override {
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
-            pending.settle(pending_[place]);
-            appendText(out, std::get<TextItem>(pending_[place].content).text);
+            Item item = pending_.item(place);
+            pending.settle(item);
+            appendText(out, std::get<TextItem>(item.content).text);
         });
     }
 
@@ -191,14 +194,14 @@ private:
 
     bool rawValues_;
     bool defuseFormulas_;
-    std::string& output_;
+    Spool& output_;
     TextStream stream_;
-    std::vector<Item> pending_;
+    PendingItems pending_;
 };
 
 }  // namespace
 
-std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, Spool& output) {
     return std::make_unique<CsvWriter>(options, output);
 }
 

@@ -14,6 +14,7 @@
 #include "qbsvrl6/drawing/svg.h"
 #include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/items/unbroken_spans.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
@@ -214,7 +215,7 @@ std::size_t countSumRows(std::span<const CellRow> rows) {
 
 class HtmWriter final : public CellSink {
 public:
-    HtmWriter(const SheetOptions& options, std::string& output)
+    HtmWriter(const SheetOptions& options, Spool& output)
         : CellSink(options, GridFit::Exact), options_(options), output_(output) {
         rowsLeft_.assign(static_cast<std::size_t>(grid().columnCount()), 0);
         gridStart_ = "<div class=\"grid\"><table aria-label=\"";
@@ -470,7 +471,7 @@ private:
             language_.see(text->text);
             if (text->pending) {
                 stream_.mark();
-                pending_.push_back(std::move(item));
+                pending_.add(std::move(item));
             } else {
                 appendText(out(), item, wrapping, numbers_);
             }
@@ -552,14 +553,14 @@ private:
     }
 
     void close(PendingTexts& pending) override {
-        appendHead(output_);
+        appendHead(output_.end());
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
-            Item& item = pending_[place];
+            Item item = pending_.item(place);
             pending.settle(item);
             findUnbrokenSpans(std::get<TextItem>(item.content), numbers_);
             appendText(out, item, Wrapping::Any, numbers_);
         });
-        output_ += "</main>\n</body>\n</html>\n";
+        output_.append("</main>\n</body>\n</html>\n");
     }
 
     void appendHead(std::string& out) const {
@@ -686,7 +687,7 @@ private:
     std::string& out() { return stream_.text(); }
 
     SheetOptions options_;
-    std::string& output_;
+    Spool& output_;
     std::string gridStart_;
     std::string columns_;
     TextStream stream_;
@@ -701,14 +702,14 @@ private:
     std::vector<int> rowsLeft_;                     // of each column: rows that a cell above still covers
     std::vector<std::vector<Overlay>> overlaysOf_;  // by row of the current part; empty if there are none
     std::span<const Overlay> overlays_;             // of the current row, until its first cell has them
-    std::vector<Item> pending_;
+    PendingItems pending_;
     Part part_ = Part::None;
     bool partIsNew_ = false;
 };
 
 }  // namespace
 
-std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, Spool& output) {
     return std::make_unique<HtmWriter>(options, output);
 }
 

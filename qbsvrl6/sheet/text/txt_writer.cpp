@@ -141,10 +141,11 @@ private:
 
 class TxtWriter final : public CellSink {
 public:
-    TxtWriter(const SheetOptions& options, std::string& output)
+    TxtWriter(const SheetOptions& options, Spool& output)
         : CellSink(options, GridFit::Lines),
           output_(output),
-          formFeeds_(options.paged && options.pageBreaks) {
+          formFeeds_(options.paged && options.pageBreaks),
+          stream_(&output) {
         Micrometres edge = 0;
         offsets_.push_back(0);
         for (int column = 0; column < grid().columnCount(); ++column) {
@@ -223,7 +224,7 @@ private:
         });
     }
 
-    std::string& output_;
+    Spool& output_;
     bool formFeeds_;
     bool pageIsEmpty_ = true;
     bool followsTall_ = false;  // the previous band was a record of several lines
@@ -236,7 +237,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, Spool& output) {
     return std::make_unique<TxtWriter>(options, output);
 }
 

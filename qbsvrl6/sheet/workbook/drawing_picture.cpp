@@ -22,7 +22,7 @@ public:
 
 // A page with one band, as large as the paper, of these items.
 std::string pageAsPng(const RasterOptions& options, Size paper, std::vector<Item> items) {
-    std::string bytes;
+    Spool bytes;
     const std::unique_ptr<PageSink> sink = makePngWriter(options, bytes);
     PageInfo page;
     page.paper = paper;
@@ -35,7 +35,7 @@ std::string pageAsPng(const RasterOptions& options, Size paper, std::vector<Item
     sink->endPage();
     NothingPending nothing;
     sink->finish(nothing);
-    return bytes;
+    return bytes.take();
 }
 
 // The drawing alone, without the paddings around it.

@@ -26,7 +26,7 @@ u16 xfOf(int style) { return static_cast<u16>(kXlsFirstStyle + style); }
 
 class XlsWriter final : public WorkbookSink {
 public:
-    XlsWriter(const SheetOptions& options, std::string& output)
+    XlsWriter(const SheetOptions& options, Spool& output)
         : WorkbookSink(options,
                        {XlsSheet::kMaxRows, XlsSheet::kMaxColumns, XlsSheet::kMaxUnits, kXlsMaxStyles}),
           output_(output) {
@@ -98,7 +98,7 @@ private:
                 sheets_[i].records(printSetup(i == 0), hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
         }
         parts[0] = workbookPart(parts, drawings);
-        writeCompoundFile(output_, u"Workbook", std::move(parts));
+        writeCompoundFile(output_.end(), u"Workbook", std::move(parts));
         reportLosses();
     }
 
@@ -176,7 +176,7 @@ private:
                  static_cast<u16>(XlsSheet::kMaxColumns - 1));
     }
 
-    std::string& output_;
+    Spool& output_;
     std::vector<XlsSheet> sheets_;
     SharedTexts texts_;
     std::u16string buffer_;
@@ -186,7 +186,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, Spool& output) {
     return std::make_unique<XlsWriter>(options, output);
 }
 

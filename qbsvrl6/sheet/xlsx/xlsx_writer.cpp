@@ -3,6 +3,7 @@
 #include <deque>
 #include <map>
 
+#include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/workbook/workbook_sink.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_styles.h"
@@ -13,7 +14,7 @@ namespace {
 
 class XlsxWriter final : public WorkbookSink {
 public:
-    XlsxWriter(const SheetOptions& options, std::string& output)
+    XlsxWriter(const SheetOptions& options, Spool& output)
         : WorkbookSink(options,
                        {XlsxSheet::kMaxRows, XlsxSheet::kMaxColumns, XlsxSheet::kMaxUnits, kMaxStyles}),
           output_(output) {
@@ -33,8 +34,7 @@ private:
         sheet().addValue(column, style + 1, value);
     }
     void addPending(int column, int style, Item&& item) override {
-        sheet().addShared(column, style + 1, pending_.size());
-        pending_.push_back(std::move(item));
+        sheet().addShared(column, style + 1, pending_.add(std::move(item)));
     }
     void endRow() override { sheet().endRow(); }
     void merge(int column, int columnSpan, int rowSpan) override {
@@ -66,7 +66,7 @@ private:
         zip.add("xl/workbook.xml", workbook());
         zip.add("xl/_rels/workbook.xml.rels", workbookRelations());
         zip.add("xl/styles.xml", xlsxStyles(styles().styles()));
-        if (!pending_.empty()) zip.add("xl/sharedStrings.xml", sharedTexts(pending));
+        if (!pending_.isEmpty()) zip.add("xl/sharedStrings.xml", sharedTexts(pending));
         XlsxRelations pictures;
         for (const auto& [id, picture] : pictures_) {
             zip.addStored("xl/media/" + mediaName(*picture), picture->bytes);
@@ -106,7 +106,7 @@ private:
         add("/docProps/core.xml", "package.core-properties");
         add("/xl/workbook.xml", "officedocument.spreadsheetml.sheet.main");
         add("/xl/styles.xml", "officedocument.spreadsheetml.styles");
-        if (!pending_.empty()) add("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings");
+        if (!pending_.isEmpty()) add("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
             const std::string number = std::to_string(i) + ".xml";
             add("/xl/worksheets/sheet" + number, "officedocument.spreadsheetml.worksheet");
@@ -129,7 +129,7 @@ private:
     std::string workbookRelations() const {
         XlsxRelations relations;
         relations.add("rIdStyles", "styles", "styles.xml");
-        if (!pending_.empty()) relations.add("rIdTexts", "sharedStrings", "sharedStrings.xml");
+        if (!pending_.isEmpty()) relations.add("rIdTexts", "sharedStrings", "sharedStrings.xml");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
             const std::string number = std::to_string(i);
             relations.add("rId" + number, "worksheet", "worksheets/sheet" + number + ".xml");
@@ -187,7 +187,8 @@ private:
         XmlWriter xml(part);
         xml.declare().open("sst").attribute("xmlns", kSpreadsheetNamespace);
         xml.attribute("count", pending_.size()).attribute("uniqueCount", pending_.size()).lineEnd();
-        for (Item& item : pending_) {
+        for (std::size_t i = 0; i < pending_.size(); ++i) {
+            Item item = pending_.item(i);
             pending.settle(item);
             xml.open("si").open("t").attribute("xml:space", "preserve");
             xml.text(Xstring{sheetValue(&item, XlsxSheet::kMaxUnits).text}).close().close().lineEnd();
@@ -196,15 +197,15 @@ private:
         return part;
     }
 
-    std::string& output_;
+    Spool& output_;
     std::deque<XlsxSheet> sheets_;
     std::map<std::uint64_t, std::shared_ptr<const Picture>> pictures_;
-    std::vector<Item> pending_;
+    PendingItems pending_;
 };
 
 }  // namespace
 
-std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, std::string& output) {
+std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, Spool& output) {
     return std::make_unique<XlsxWriter>(options, output);
 }
 

@@ -49,7 +49,7 @@ struct DeflateStream::State {
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
-    void run(std::string_view bytes, int flush, std::string& out) {
+    void run(std::string_view bytes, int flush, Spool& out) {
         std::array<unsigned char, 16 * 1024> block;
         stream.next_in = reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data()));  // only read
         stream.avail_in = static_cast<uInt>(bytes.size());
@@ -57,7 +57,7 @@ struct DeflateStream::State {
             stream.next_out = block.data();
             stream.avail_out = static_cast<uInt>(block.size());
             deflate(&stream, flush);
-            out.append(reinterpret_cast<const char*>(block.data()), block.size() - stream.avail_out);
+            out.append({reinterpret_cast<const char*>(block.data()), block.size() - stream.avail_out});
         } while (stream.avail_out == 0);
     }
 };
@@ -102,10 +102,11 @@ void ZipWriter::begin(Entry entry) {
     }
     // Local header:
     //   u32 signature | the common fields | u16 length of extra fields | name
-    ByteWriter out(output_);
+    ByteWriter out(output_.end());
     out.put(kLocalHeader);
     putCommonFields(out, entry);
     out.put(u16{0}).bytes(entry.name);
+    output_.breathe();
     entries_.push_back(std::move(entry));
 }
 
@@ -114,12 +115,12 @@ void ZipWriter::add(const std::string& name, std::string_view bytes) {
     stream.append(bytes);
     stream.end(true);
     begin({name, kDeflated, stream.crc_, stream.compressed_.size(), stream.size_});
-    output_ += stream.compressed_;
+    output_.append(std::move(stream.compressed_));
 }
 
 void ZipWriter::addStored(const std::string& name, std::string_view bytes) {
     begin({name, kStored, checksum(0, bytes), bytes.size(), bytes.size()});
-    output_ += bytes;
+    output_.append(bytes);
 }
 
 void ZipWriter::add(const std::string& name, DeflateStream first, DeflateStream second) {
@@ -129,13 +130,13 @@ void ZipWriter::add(const std::string& name, DeflateStream first, DeflateStream 
         crc32_combine(first.crc_, second.crc_, static_cast<z_off_t>(second.size_)));
     begin({name, kDeflated, crc, first.compressed_.size() + second.compressed_.size(),
            first.size_ + second.size_});
-    output_ += first.compressed_;
-    output_ += second.compressed_;
+    output_.append(std::move(first.compressed_));
+    output_.append(std::move(second.compressed_));
 }
 
 void ZipWriter::finish() {
-    const std::size_t start = output_.size();
-    ByteWriter out(output_);
+    const std::uint64_t start = output_.size();
+    ByteWriter out(output_.end());
     for (const Entry& entry : entries_) {
         // Central header:
         //   u32 signature | u16 version that wrote it | the common fields

@@ -1,4 +1,4 @@
-// ZIP archives in memory: the packages of office documents.
+// ZIP archives: the packages of office documents.
 #ifndef QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
 #define QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
 
@@ -8,11 +8,13 @@
 #include <string_view>
 #include <vector>
 
+#include "qbsvrl6/support/spool.h"
+
 namespace qbsvrl6 {
 
 class ByteWriter;
 
-// Compresses bytes as they arrive, and holds the result.
+// Compresses bytes as they arrive, and keeps the compressed ones.
 class DeflateStream {
 public:
     DeflateStream();
@@ -29,16 +31,16 @@ private:
     void end(bool isLast);
 
     std::unique_ptr<State> state_;
-    std::string compressed_;
+    Spool compressed_;
     std::uint64_t size_ = 0;
     std::uint32_t crc_ = 0;
 };
 
-// Writes an archive into a string, entry by entry. The same entries give the same bytes: no times are stored.
+// Writes an archive, entry by entry. The same entries give the same bytes: no times are stored.
 // Raises EngineError for an entry or an archive of 4 GiB and more.
 class ZipWriter {
 public:
-    explicit ZipWriter(std::string& output) : output_(output) {}
+    explicit ZipWriter(Spool& output) : output_(output) {}
 
     void add(const std::string& name, std::string_view bytes);
     // Without compression: for pictures, which are already compressed.
@@ -59,7 +61,7 @@ private:
     void begin(Entry entry);
     static void putCommonFields(ByteWriter& out, const Entry& entry);
 
-    std::string& output_;
+    Spool& output_;
     std::vector<Entry> entries_;
 };
 

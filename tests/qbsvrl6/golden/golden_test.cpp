@@ -33,9 +33,9 @@ std::string layOutOnce(const GoldenReport& golden, const ExportOptions& options,
     Drawings drawings(report);
     ExportJob job{report, options, layoutOptionsFor(options), nullptr};
     job.layout.drawings = &drawings;
-    std::string bytes;
+    Spool bytes;
     layOut(report, data, job.layout, sink != nullptr ? *sink : *makeSink(job, bytes));
-    return bytes;
+    return bytes.take();
 }
 
 // The same, if each row is read from a file and forgotten when another one is read.

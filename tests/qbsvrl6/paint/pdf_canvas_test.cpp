@@ -15,7 +15,7 @@ namespace {
 constexpr Micrometres kPage = 100'000;
 
 std::string drawn(const std::function<void(Canvas&)>& draw) {
-    std::string output;
+    Spool output;
     PdfFile file(output);
     PdfFonts fonts(false);
     PdfPictures pictures(file);

@@ -23,7 +23,7 @@ struct Document {
 };
 
 std::string write(Document document) {
-    std::string output;
+    Spool output;
     const auto writer = makePdfWriter(document.options, output);
     int number = 0;
     for (std::vector<Band>& page : document.pages) {
@@ -38,7 +38,7 @@ std::string write(Document document) {
     }
     handmade::SettleTo settle(document.settled);
     writer->finish(settle);
-    return output;
+    return output.take();
 }
 
 Band bandOf(Item item, Micrometres height = 10'000) {

@@ -20,7 +20,7 @@ constexpr double kResolution = 254;
 constexpr Size kSmall{40'000, 20'000};
 
 using Pages = std::vector<std::vector<Item>>;
-using MakeWriter = std::unique_ptr<PageSink> (*)(const RasterOptions& options, std::string& output);
+using MakeWriter = std::unique_ptr<PageSink> (*)(const RasterOptions& options, Spool& output);
 
 void write(PageSink& writer, Pages pages, Size paper = kSmall) {
     int number = 0;
@@ -39,9 +39,9 @@ std::string image(MakeWriter make, Pages pages, bool allInOne = false, double re
     RasterOptions options;
     options.resolution = resolution;
     options.allPagesInOne = allInOne;
-    std::string output;
+    Spool output;
     write(*make(options, output), std::move(pages));
-    return output;
+    return output.take();
 }
 
 Color at(const Pixels& pixels, int x, int y) {
@@ -162,16 +162,16 @@ TEST(Raster, MatchesThePdfOfTheSamePages) {
         return made;
     };
     constexpr double kDots = 100;
-    std::string pdf, png;
+    Spool pdf, png;
     write(*makePdfWriter({}, pdf), pages(), handmade::kPaper);
     RasterOptions options;
     options.resolution = kDots;
     write(*makePngWriter(options, png), pages(), handmade::kPaper);
-    const programs::TemporaryFile file("a.pdf", pdf);
+    const programs::TemporaryFile file("a.pdf", pdf.take());
     const std::string drawn = file.path() + ".png";
     ASSERT_EQ(programs::run("pdftoppm -r 100 -png -singlefile " + file.path() + " " + file.path()).status, 0);
     const Pixels theirs = decodePng(ReadFile(drawn));
-    const Pixels ours = decodePng(png);
+    const Pixels ours = decodePng(png.take());
     ASSERT_EQ(ours.width, theirs.width);
     ASSERT_LE(std::abs(ours.height - theirs.height), 1);
     // The two renderers smooth edges differently, so areas of eight by eight pixels are compared.
@@ -206,14 +206,14 @@ TEST(Raster, PagesAndResolution) {
     EXPECT_EQ(first.height, 200);
     EXPECT_EQ(at(first, 50, 50).red, 40);
 
-    std::string front;
+    Spool front;
     std::vector<std::string> others;
     RasterOptions aFileAPage;
     aFileAPage.resolution = kResolution;
     aFileAPage.furtherPages = &others;
     write(*makePngWriter(aFileAPage, front), pages());
     ASSERT_EQ(others.size(), 2u);
-    EXPECT_EQ(at(decodePng(front), 50, 50).red, 40);
+    EXPECT_EQ(at(decodePng(front.take()), 50, 50).red, 40);
     EXPECT_EQ(at(decodePng(others[0]), 50, 50).red, 80);
     EXPECT_EQ(at(decodePng(others[1]), 50, 50).red, 120);
 
@@ -294,7 +294,7 @@ TEST(Raster, PicturesAreDrawn) {
 }
 
 TEST(Raster, WhatIsTooLargeIsRefused) {
-    std::string output;
+    Spool output;
     RasterOptions options;
     options.resolution = 2400;
     const auto writer = makePngWriter(options, output);

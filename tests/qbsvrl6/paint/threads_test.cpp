@@ -11,7 +11,7 @@
 namespace qbsvrl6 {
 namespace {
 
-std::string report(PageSink& writer, const std::string& output, int kind) {
+std::string report(PageSink& writer, Spool& output, int kind) {
     const char16_t* families[] = {
         u"SimSun",     u"黑体", u"Arial", u"Times New Roman", u"楷体", u"Verdana", u"WenQuanYi Micro Hei",
         u"Courier New"};
@@ -31,18 +31,18 @@ std::string report(PageSink& writer, const std::string& output, int kind) {
     }
     handmade::SettleTo settle(u"");
     writer.finish(settle);
-    return output;
+    return output.take();
 }
 
 std::string pdf(int kind) {
-    std::string output;
+    Spool output;
     return report(*makePdfWriter({}, output), output, kind);
 }
 
 std::string image(int kind) {
     RasterOptions options;
     options.resolution = 72;
-    std::string output;
+    Spool output;
     return report(*makeTiffWriter(options, output), output, kind);
 }
 

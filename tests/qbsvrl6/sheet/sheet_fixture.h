@@ -62,7 +62,7 @@ inline Band bandOf(BandKind kind, Micrometres heightMm, std::vector<Item> items)
 // Feeds bands to a sink, one below the other on A4 paper with margins of 15 mm.
 class SheetFeed {
 public:
-    using Maker = std::unique_ptr<PageSink> (*)(const SheetOptions&, std::string&);
+    using Maker = std::unique_ptr<PageSink> (*)(const SheetOptions&, Spool&);
 
     SheetFeed(Maker make, std::vector<Micrometres> edgesMm, bool paged = false,
               const std::function<void(SheetOptions&)>& change = {}) {
@@ -106,13 +106,13 @@ public:
         sink_->endPage();
         Totals totals(std::move(total));
         sink_->finish(totals);
-        return std::move(output_);
+        return output_.take();
     }
 
     SheetOptions options;
 
 private:
-    std::string output_;
+    Spool output_;
     std::unique_ptr<PageSink> sink_;
     PageInfo page_;
     bool open_ = false;

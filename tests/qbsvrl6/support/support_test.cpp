@@ -266,6 +266,29 @@ TEST(Suggestion, NamesTheNearestAndListsSome) {
     EXPECT_EQ(suggestion(longName, many).size(), std::string("there are:  and more").size() + 12 * 53 - 2);
 }
 
+TEST_F(InDirectory, SpoolsKeepBytesInMemoryOrInAFile) {
+    for (const std::size_t parts : {0u, 1u, 2u, 1'000u, 20'000u}) {
+        Spool spool, copy;
+        std::string expected;
+        copy.append("a");
+        for (std::size_t i = 0; i < parts; ++i) {
+            const std::string part = std::to_string(i) + std::string(1'000, 'x');
+            expected += part;
+            spool.end() += part;
+            spool.breathe();
+        }
+        ASSERT_EQ(spool.size(), expected.size());
+        ASSERT_EQ(spool.file() != nullptr, expected.size() > Spool::kBytesInMemory);
+        writeFile(directory_ + "spool", spool);
+        ASSERT_TRUE(ReadFile(directory_ + "spool") == expected) << parts;
+        copy.append(spool, spool.size() / 3, spool.size());
+        ASSERT_TRUE(copy.take() == "a" + expected.substr(expected.size() / 3)) << parts;
+        Spool moved;
+        moved.append(std::move(spool));
+        ASSERT_TRUE(moved.take() == expected) << parts;
+    }
+}
+
 TEST_F(InDirectory, WritesWholeFilesAndLeavesNothingElse) {
     const std::string path = directory_ + "a/b/报表.qbf";
     writeFile(path, "first");
