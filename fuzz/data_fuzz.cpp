@@ -1,4 +1,4 @@
-// The bytes of a data file. They are rejected with a message, or can also be converted to XML text, which can
+// The bytes of a data file, also as JSON Lines. They are rejected with a message, or can also be converted to XML text, which can
 // be read again.
 #include <cstdint>
 #include <cstdlib>
@@ -13,6 +13,10 @@ using namespace qbsvrl6;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
     std::u16string xml;
+    try {
+        readJsonLines(*bytesOf(bytes, "fuzz"));
+    } catch (const EngineError&) {
+    }
     try {
         readData(bytes, "fuzz");
         xml = readXmlText(bytes, "fuzz");

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_DATA_NESTED_TABLE_H
 #define QBSVR_QBSVRL6_DATA_NESTED_TABLE_H
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -16,14 +17,17 @@ public:
     NestedTable(DataSet& data, std::u16string name, NestedTable* parent = nullptr);
 
     Table& table() { return table_; }
-    // The table of this name in the rows, opened on first use.
+    // The table of this name in the rows, opened on first use. Raises EngineError beyond
+    // limits::kNestedTables.
     NestedTable& child(ColumnNames::Id name);
     // After the last row of the outermost table.
     void endRows();
 
 private:
     DataSet& data_;
+    NestedTable& outermost_;
     Table& table_;
+    std::size_t inside_ = 0;  // the number of tables within the outermost one
     std::unordered_map<ColumnNames::Id, std::unique_ptr<NestedTable>> children_;
 };
 

@@ -28,6 +28,7 @@ inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kSortTerms = 64;
 inline constexpr std::size_t kGroupKeysWatched = 65'536;  // per level, for keys that occur in two groups
 inline constexpr std::size_t kDataColumns = 16'384;
+inline constexpr std::size_t kNestedTables = 1'000;  // within one table
 inline constexpr std::size_t kChartSeries = 1'000;
 inline constexpr std::size_t kChartPoints = 100'000;           // or values, of all series of a chart
 inline constexpr std::size_t kLogBytes = 8u << 20;             // then the file becomes the old log

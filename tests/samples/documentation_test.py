@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Makes a document of every example in docs/template-format.md.
+"""Makes a document of every template in docs/template-format.md and docs/data.md.
 
 documentation_test.py PROGRAM DOCS
 
@@ -74,7 +74,9 @@ def main():
             (directory / name).write_text(json.dumps({"Rows": ROWS, "Orders": ROWS, "Customers": ROWS, "Lines": ROWS}), "utf-8")
         (directory / "paper.png").write_bytes(base64.b64decode(RED_DOT))
         count = 0
-        for example in examples(docs / "template-format.md"):
+        for name, data in re.findall(r"^```json (\S+)\n(.*?)^```", (docs / "data.md").read_text("utf-8"), re.M | re.S):
+            (directory / name).write_text(data, "utf-8")
+        for example in [*examples(docs / "template-format.md"), *examples(docs / "data.md")]:
             count += 1
             for fault in faults(program, docs / "template-format.xsd", directory, example):
                 failures += 1

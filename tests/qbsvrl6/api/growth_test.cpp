@@ -53,6 +53,12 @@ const std::string kJoined =
     <Column name="v" width="30mm"><Content text="[v]"/></Column></Columns></Grid></Report></SubReport></Content>
     </Column></Columns></Grid>)x";
 
+const std::string kNested =
+    R"x(<Grid><Recordset table="c"/><Columns><Column name="c" width="80mm"><Content><SubReport><Report><Grid>
+    <Recordset table="c.o"/><Columns><Column name="v" width="30mm"><Content text="[c.id] [v] [Sum(v)]"/></Column>
+    </Columns></Grid></Report></SubReport></Content></Column><Column name="s" width="9mm"><Content
+    text="[Sum(o.v)]"/></Column></Columns></Grid>)x";
+
 struct Shape {
     const char* name;
     std::function<std::string(int)> data;
@@ -99,6 +105,14 @@ const Shape kShapes[] = {
                 repeated(n, R"({"k":#,"v":#})", ",") + "]}";
      },
      [](int) { return kJoined; }},
+    {"rows within rows",
+     [](int n) { return R"({"c":[)" + repeated(n, R"({"id":#,"o":[{"v":1},{"v":2}]})", ",") + "]}"; },
+     [](int) { return kNested; }},
+    {"many rows within one",
+     [](int n) { return R"({"c":[{"o":[)" + repeated(n, R"({"v":#})", ",") + "]}]}"; },
+     [](int) { return kNested; }},
+    {"tables within rows", [](int n) { return "[" + repeated(n, R"({"t#":[{"a":[{"b":#}]}]})", ",") + "]"; },
+     [](int) { return header("<Text text='[Sum(a.b)]'/>"); }},
     {"unknown names", {}, [](int n) { return header(repeated(n, "<Text text='[u#]'/>")); }},
 };
 
