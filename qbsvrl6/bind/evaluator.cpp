@@ -246,7 +246,9 @@ std::optional<Value> Evaluator::readOfOthers(const BoundName& name, const Positi
     for (int level = 0; level <= position.scope.level; ++level) {
         const Binding::BoundGroup& group = groups[static_cast<std::size_t>(level)];
         const BoundName* const key = group.key.loneName();
-        if (key == nullptr || key->kind != name.kind || key->index != name.index) continue;
+        const bool isKey =
+            key != nullptr && key->kind == name.kind && key->index == name.index && key->table == name.table;
+        if (!isKey) continue;
         if (!rows_.isOthers(level, position.row)) return std::nullopt;
         return makeText(group.group->others);
     }

@@ -253,7 +253,7 @@ private:
         const char* const last = end() - 1;
         const char* location = last;
         if (opened_ && document_.current_location().get(location) != simdjson::SUCCESS) location = last;
-        location = std::min(location, last);
+        location = std::clamp(location, text_.data() + 1, last);  // the first bracket is before the window
         const JsonOutline outline(text_.substr(0, text_.size() - 1));
         const auto fail = [&](const char* message, const char* at) {
             window_.fail(ErrorCode::BadData, message, window_.offsetOf(at));

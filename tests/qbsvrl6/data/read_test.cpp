@@ -226,6 +226,7 @@ TEST(ReadJsonLines, GivesARowForEachLine) {
         {"{\"a\":1}}\n{}", "! f:1:8: the data is not valid JSON here"},
         {"\n1],[2\n", "! f:2:3: the data is not valid JSON here"},
         {"{} {}", "! f:1:4: the data is not valid JSON here"},
+        {"]", "! f:1:2: the data is not valid JSON here"},
         {"{},{}", "! f:1:1: a line of more than one value"},
         {"{}\n\xFF", "! f:2:1: the text is not UTF-8"},
     };
