@@ -7,6 +7,8 @@ foreach(folder common json format engine)
   file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
   install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qbsvrtest/${folder})
 endforeach()
+configure_file(cmake/qbsvrl6.pc.in ${PROJECT_BINARY_DIR}/qbsvrl6.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qbsvrl6.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(EXPORT qbsvrtest-targets NAMESPACE qbsvrtest:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qbsvrtest)
 configure_package_config_file(cmake/qbsvrtest-config.cmake.in ${PROJECT_BINARY_DIR}/qbsvrtest-config.cmake
     INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qbsvrtest)

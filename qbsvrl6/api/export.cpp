@@ -11,12 +11,15 @@
 #include "qbsvrl6/api/process_settings.h"
 #include "qbsvrl6/api/report_data.h"
 #include "qbsvrl6/api/report_work.h"
+#include "qbsvrl6/api/unused_columns.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/layout/layout.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/thread_memory.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -161,6 +164,7 @@ public:
     }
     void endPage() override {
         sink_->endPage();
+        if (paged_) ++Spending::current()->progress().pages;
         check();
     }
     void finish(PendingTexts& pending) override {
@@ -180,8 +184,18 @@ private:
     std::size_t items_ = 0;  // of the page or band
 };
 
-Spool makeDocument(Report& report, const ExportOptions& options, std::vector<std::string>* furtherFiles) {
-    ReportDefinition& definition = report.definition;
+// Reads the data and lays the report out into the sink.
+ReportData layOutInto(Runtime& runtime, const LayoutOptions& options, PageSink& sink) {
+    const ReportData data = collectData(runtime.report);
+    ChartDataRestorer restorer;
+    requestChartData(runtime.report, nullptr, restorer);
+    layOut(runtime.report.definition, data, options, sink);
+    runtime.pageCount = Spending::current()->progress().pages;
+    return data;
+}
+
+Spool makeDocument(Runtime& runtime, const ExportOptions& options, std::vector<std::string>* furtherFiles) {
+    ReportDefinition& definition = runtime.report.definition;
     ExportJob job{definition,
                   options,
                   layoutOptionsFor(options),
@@ -192,11 +206,21 @@ Spool makeDocument(Report& report, const ExportOptions& options, std::vector<std
     job.layout.drawings = &drawings;
     Spool output;
     BudgetGuard sink(makeSink(job, output), output, job.layout.paged);
-    const ReportData data = collectData(report);
-    ChartDataRestorer restorer;
-    requestChartData(report, nullptr, restorer);
-    layOut(definition, data, job.layout, sink);
+    layOutInto(runtime, job.layout, sink);
     return output;
+}
+
+std::string fileNameOf(const ExportOptions& options) {
+    if (options.fileName.empty()) throw EngineError(ErrorCode::FileUnwritable, "no file is named");
+    return toUtf8(options.fileName);
+}
+
+// "a/b.png" of page 2 is "a/b-2.png".
+std::string numbered(const std::string& file, std::size_t page) {
+    const std::size_t dot = file.rfind('.');
+    const bool hasEnding = dot != std::string::npos && file.find('/', dot) == std::string::npos;
+    const std::size_t end = hasEnding ? dot : file.size();
+    return file.substr(0, end) + "-" + std::to_string(page) + file.substr(end);
 }
 
 // Every log line of an export names the template: many reports may be exported at once.
@@ -208,10 +232,8 @@ Spool aboutTemplate(const Runtime& runtime, Export run) {
         return run();
     } catch (const EngineError& error) {
         // The place of an error without a file is one in the template.
-        const bool isInTemplate = error.place().file.empty() && error.place().position.line > 0;
-        throw EngineError(error.code(), isInTemplate && !runtime.templateFile.empty()
-                                            ? runtime.templateFile + ":" + error.what()
-                                            : subject.with(error.what()));
+        if (!error.place().file.empty()) throw error.about(runtime.templateFile);
+        throw EngineError(error.code(), error.message(), {runtime.templateFile, error.place().position});
     } catch (const MachineError& error) {
         throw MachineError(subject.with(error.what()));
     } catch (const std::bad_alloc&) {
@@ -227,10 +249,46 @@ Spool exportReport(Runtime& runtime, ExportOptions& options, std::vector<std::st
         const RunningExport running(runtime.report);
         fireInitialize(running);
         fire("ExportBegin", runtime.handlers.exportBegin, toHandle<tagQBExportOption>(&options, runtime));
-        Spool document = makeDocument(runtime.report, options, furtherFiles);
+        Spool document = makeDocument(runtime, options, furtherFiles);
         running.refuseIfReleased();
         return document;
     });
+}
+
+void checkReport(Runtime& runtime) {
+    class NoDocument : public PageSink {
+        void beginPage(const PageInfo&) override {}
+        void band(Band&&, Micrometres, Micrometres) override {}
+        void endPage() override {}
+        void finish(PendingTexts&) override {}
+    };
+    aboutTemplate(runtime, [&] {
+        const ReportWork work(runtime);
+        const RunningExport running(runtime.report);
+        ExportOptions options;
+        fireInitialize(running);
+        backgroundOf(runtime.report.definition);
+        LayoutOptions layout = layoutOptionsFor(options);
+        Drawings drawings(runtime.report.definition);
+        layout.drawings = &drawings;
+        const Spool nothing;
+        BudgetGuard sink(std::make_unique<NoDocument>(), nothing, layout.paged);
+        tellUnusedColumns(runtime.report.definition, layOutInto(runtime, layout, sink));
+        return Spool();
+    });
+}
+
+ExportOptions& preparedOptions(Runtime& runtime) {
+    if (!runtime.prepared) throw EngineError(ErrorCode::NotSupported, "no export is prepared");
+    return runtime.preparedOptions;
+}
+
+void exportToFile(Runtime& runtime, ExportOptions& options) {
+    std::vector<std::string> furtherFiles;
+    const Spool document = exportReport(runtime, options, &furtherFiles);
+    const std::string file = fileNameOf(options);
+    for (std::size_t i = 0; i < furtherFiles.size(); ++i) writeFile(numbered(file, i + 2), furtherFiles[i]);
+    writeFile(file, document);
 }
 
 Spool printedReport(Runtime& runtime) {
@@ -238,7 +296,7 @@ Spool printedReport(Runtime& runtime) {
         const ReportWork work(runtime);
         const RunningExport running(runtime.report);
         fireInitialize(running);
-        Spool document = makeDocument(runtime.report, {}, nullptr);
+        Spool document = makeDocument(runtime, {}, nullptr);
         running.refuseIfReleased();
         return document;
     });

@@ -17,7 +17,17 @@ namespace qbsvrl6 {
 Spool exportReport(Runtime& runtime, ExportOptions& options,
                    std::vector<std::string>* furtherFiles = nullptr);
 
-// The same, as PDF and without the export-begins event, since printing is not an export.
+// The options of the prepared export. Raises EngineError if none is prepared.
+ExportOptions& preparedOptions(Runtime& runtime);
+
+// Exports into the file that the options name. A format with one file per page has more: "a.png", "a-2.png".
+void exportToFile(Runtime& runtime, ExportOptions& options);
+
+// Logs everything that an export would, and which columns of the data the template does not use; makes no
+// document. Raises EngineError where an export would fail.
+void checkReport(Runtime& runtime);
+
+// An export as PDF without the export-begins event, since printing is not an export.
 Spool printedReport(Runtime& runtime);
 
 // True while an export of the report, or of one that contains it, runs on this thread. The contents of the

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
+#include "qbsvrl6/api/page_filter.h"
 #include "qbsvrl6/layout/cell_columns.h"
 #include "qbsvrl6/paint/pdf/pdf.h"
 #include "qbsvrl6/paint/raster/raster.h"
@@ -21,8 +23,8 @@ Sink makePdf(const ExportJob& job, Spool& output) {
 }
 
 RasterOptions rasterOptions(const ExportJob& job) {
-    return {job.report.imageResolution, job.options.allPagesInOneImage, job.background, job.report.watermark,
-            job.furtherFiles};
+    return {job.options.imageResolution.value_or(job.report.imageResolution), job.options.allPagesInOneImage,
+            job.background, job.report.watermark, job.furtherFiles};
 }
 
 Sink makePng(const ExportJob& job, Spool& output) { return makePngWriter(rasterOptions(job), output); }
@@ -117,7 +119,10 @@ std::unique_ptr<PageSink> makeSink(const ExportJob& job, Spool& output) {
         throw EngineError(ErrorCode::NotSupported, "this engine makes no documents of kind " +
                                                        std::to_string(static_cast<int>(job.options.kind)));
     }
-    return form->make(job, output);
+    Sink sink = form->make(job, output);
+    if (job.layout.paged && !job.options.pages.empty())
+        return makePageFilter(job.options.pages, std::move(sink));
+    return sink;
 }
 
 }  // namespace qbsvrl6

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/support/messages.h"
 
 namespace qbsvrl6 {
 
@@ -48,9 +49,10 @@ decltype(auto) callWith(Object& object, Runtime& owner, Body& body) {
 // handle that reads as null and if the body raises.
 template <class Handle, class Result, class Body>
 Result withObjectOr(const char* function, Handle* handle, Result failure, Body&& body) noexcept {
+    Runtime* const owner = ownerOf(handle);
+    if (owner == nullptr) return failure;
+    const MessagesScope messages(owner->messages);
     return guarded(function, failure, [&]() -> Result {
-        Runtime* const owner = ownerOf(handle);
-        if (owner == nullptr) return failure;
         return callWith(*reinterpret_cast<ObjectBehind<Handle>*>(handle), *owner, body);
     });
 }
@@ -61,10 +63,10 @@ auto withObject(const char* function, Handle* handle, Body&& body) noexcept {
     using Object = ObjectBehind<Handle>;
     using Result = decltype(callWith(std::declval<Object&>(), std::declval<Runtime&>(), body));
     if constexpr (std::is_void_v<Result>) {
-        guarded(function, [&] {
-            Runtime* const owner = ownerOf(handle);
-            if (owner != nullptr) callWith(*reinterpret_cast<Object*>(handle), *owner, body);
-        });
+        Runtime* const owner = ownerOf(handle);
+        if (owner == nullptr) return;
+        const MessagesScope messages(owner->messages);
+        guarded(function, [&] { callWith(*reinterpret_cast<Object*>(handle), *owner, body); });
     } else {
         return withObjectOr(function, handle, Result{}, std::forward<Body>(body));
     }

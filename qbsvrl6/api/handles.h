@@ -74,6 +74,9 @@ ObjectBehind<Handle>* fromHandle(Handle* handle) noexcept {
 // A text argument: null reads as empty.
 inline std::u16string textFrom(const char16_t* text) { return text == nullptr ? std::u16string() : text; }
 
+// The same in UTF-8.
+inline std::string textOf(const char* text) { return text == nullptr ? std::string() : text; }
+
 // A path or URL argument: a relative path of a program starts at the working directory.
 inline Address addressFrom(const char16_t* text) { return {textFrom(text), ""}; }
 

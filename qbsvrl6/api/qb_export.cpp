@@ -1,13 +1,11 @@
 // Exports, prepared and direct, into memory and into files.
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "qbsvrl6/api/export.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/support/error.h"
-#include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/utf.h"
 
 using namespace qbsvrl6;
@@ -20,32 +18,6 @@ ExportOptions& directOptions(Runtime& runtime, tagQBExportType type) {
     runtime.directOptions = {};
     runtime.directOptions.kind = static_cast<ExportKind>(type);
     return runtime.directOptions;
-}
-
-ExportOptions& preparedOptions(Runtime& runtime) {
-    if (!runtime.prepared) throw EngineError(ErrorCode::NotSupported, "no export is prepared");
-    return runtime.preparedOptions;
-}
-
-std::string fileNameOf(const ExportOptions& options) {
-    if (options.fileName.empty()) throw EngineError(ErrorCode::FileUnwritable, "no file is named");
-    return toUtf8(options.fileName);
-}
-
-// "a/b.png" of page 2 is "a/b-2.png".
-std::string numbered(const std::string& file, std::size_t page) {
-    const std::size_t dot = file.rfind('.');
-    const bool hasEnding = dot != std::string::npos && file.find('/', dot) == std::string::npos;
-    const std::size_t end = hasEnding ? dot : file.size();
-    return file.substr(0, end) + "-" + std::to_string(page) + file.substr(end);
-}
-
-void exportToFile(Runtime& runtime, ExportOptions& options) {
-    std::vector<std::string> furtherFiles;
-    const Spool document = exportReport(runtime, options, &furtherFiles);
-    const std::string file = fileNameOf(options);
-    for (std::size_t i = 0; i < furtherFiles.size(); ++i) writeFile(numbered(file, i + 2), furtherFiles[i]);
-    writeFile(file, document);
 }
 
 }  // namespace

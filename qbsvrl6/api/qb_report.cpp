@@ -5,41 +5,13 @@
 #include "qbsvrl6/api/export.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
-#include "qbsvrl6/api/report_data.h"
-#include "qbsvrl6/api/report_work.h"
-#include "qbsvrl6/support/error.h"
-#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/api/load_template.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/template_io.h"
 
 using namespace qbsvrl6;
 using namespace quillbrook;
-
-namespace {
-
-// Sets the depth of each sub-report; `depth` is that of the report with this definition.
-void setDepths(ReportDefinition& definition, int depth) {
-    forEachSubReport(definition, [&](Control&, Report& inner) {
-        inner.depth = depth + 1;
-        if (inner.depth > limits::kSubReportDepth) {
-            throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +
-                                                            std::to_string(limits::kSubReportDepth));
-        }
-        setDepths(inner.definition, inner.depth);
-    });
-}
-
-// What belongs to the old definition goes with it, except for results of exports.
-void replaceDefinition(Report& report, ReportDefinition&& definition, std::string templateFile) {
-    setDepths(definition, report.depth);
-    Runtime& runtime = runtimeOf(report);
-    runtime.forgetTemplate();
-    runtime.templateFile = std::move(templateFile);
-    report.definition = std::move(definition);
-}
-
-}  // namespace
 
 tagQBReport* QBReportCreate() {
     return guarded(__func__, static_cast<tagQBReport*>(nullptr), [] {
@@ -72,13 +44,8 @@ void QBObjectAssign(tagQBReport* target, tagQBReport* source) {
 
 int QBReportLoadFromFile(tagQBReport* handle, const lkchar* path) {
     return withObject(__func__, handle, [&](Report& report) {
-        refuseDuringExport(report);
-        const ReportWork work(runtimeOf(report));
-        const std::string file = toUtf8(textFrom(path));  // before the text goes with the template
-        // A report whose template doesn't load is empty: it must not be mistaken for the one before.
-        replaceDefinition(report, {}, {});
-        runtimeOf(report).failedTemplate = file;
-        replaceDefinition(report, loadTemplate(file), file);
+        // A copy: the text may belong to the template that is replaced.
+        loadInto(report, toUtf8(textFrom(path)), loadTemplate);
         return 1;
     });
 }

@@ -1,4 +1,4 @@
-// QBXGetBudget, QBXSetBudget, QBXReportSetBudget, QBXReportCancel.
+// QBXGetBudget, QBXSetBudget, QBXReportSetBudget.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -8,11 +8,9 @@
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/api/process_settings.h"
-#include "qbsvrl6/api/report_work.h"
 #include "qbsvrl6/support/error.h"
 
 using namespace qbsvrl6;
-using namespace quillbrook;
 
 namespace {
 
@@ -86,9 +84,4 @@ int QBXReportSetBudget(tagQBReport* handle, const QBXBudget* budget) {
         }
         return 1;
     });
-}
-
-int QBXReportCancel(tagQBReport* handle) {
-    return guarded(__func__, 0,
-                   [&] { return ReportWork::cancel(reinterpret_cast<const Report*>(handle)) ? 1 : 0; });
 }

@@ -57,17 +57,6 @@ bool isEmpty(const ReportDefinition& report) {
            report.reportFooters.empty();
 }
 
-// The table of the report's grid; null without a grid or without such a table.
-const Table* rowsOf(const ReportDefinition& report, const ReportData& data) {
-    if (!report.grid) return nullptr;
-    const auto own = data.gridSets.find(report.grid.get());
-    if (own != data.gridSets.end()) return own->second->table(report.grid->recordset.table);
-    const auto set = data.sets.find(&report);
-    if (set == data.sets.end()) return nullptr;
-    const std::u16string& table = report.grid->recordset.table;
-    return set->second->table(table.empty() ? report.data.table : table);
-}
-
 // A document without contents is made as asked, and the log explains why it is empty.
 void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime, const ReportData& data) {
     if (isEmpty(report) && !runtime.failedTemplate.empty()) {
@@ -89,6 +78,16 @@ void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime
 }
 
 }  // namespace
+
+const Table* rowsOf(const ReportDefinition& report, const ReportData& data) {
+    if (!report.grid) return nullptr;
+    const auto own = data.gridSets.find(report.grid.get());
+    if (own != data.gridSets.end()) return own->second->table(report.grid->recordset.table);
+    const auto set = data.sets.find(&report);
+    if (set == data.sets.end()) return nullptr;
+    const std::u16string& table = report.grid->recordset.table;
+    return set->second->table(table.empty() ? report.data.table : table);
+}
 
 TextPosition placeOf(const Address& address, const ReportDefinition& report) {
     return address.namedBy == NamedBy::Template ? report.placesOf(address.name, TextUse::Address).front()

@@ -16,6 +16,9 @@ namespace qbsvrl6 {
 // data and is logged as an error; a report with nothing to show is logged as a warning.
 ReportData collectData(Report& report);
 
+// The table of the report's grid; null without a grid or without such a table.
+const Table* rowsOf(const ReportDefinition& report, const ReportData& data);
+
 // The position of an address in the template's file; unknown if a program has set it.
 TextPosition placeOf(const Address& address, const ReportDefinition& report);
 

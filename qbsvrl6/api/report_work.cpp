@@ -22,9 +22,22 @@ Running& running() {
 
 ReportWork::ReportWork(const Runtime& runtime) : ReportWork(runtime, processSettings()) {}
 
+namespace {
+
+Spending::Watcher watcherOf(const Runtime& runtime) {
+    if (runtime.onProgress == nullptr) return {};
+    return [&runtime](const Progress& progress) {
+        const QBXProgress shown{sizeof shown, progress.rows, progress.allRows, progress.pages,
+                                progress.bytes};
+        return runtime.onProgress == nullptr || runtime.onProgress(runtime.progressContext, &shown) != 0;
+    };
+}
+
+}  // namespace
+
 ReportWork::ReportWork(const Runtime& runtime, const ProcessSettings& settings)
     : report_(&runtime.report),
-      spending_(runtime.budget ? *runtime.budget : settings.budget, &cancelled_),
+      spending_(runtime.budget ? *runtime.budget : settings.budget, &cancelled_, watcherOf(runtime)),
       reach_(runtime.reach ? runtime.reach : settings.reach) {
     Running& all = running();
     const std::lock_guard lock(all.mutex);

@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_API_RUNTIME_H
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -12,13 +13,15 @@
 #include <utility>
 #include <vector>
 
-#include "engine/qbsvr.h"
+#include "engine/qbsvr_more.h"
 #include "qbsvrl6/api/data_cache.h"
 #include "qbsvrl6/api/known_handles.h"
+#include "qbsvrl6/api/report_items.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/messages.h"
 #include "qbsvrl6/support/reach.h"
 #include "qbsvrl6/support/spool.h"
 
@@ -93,6 +96,7 @@ struct Runtime : ReportRuntime {
     HandleList templateHandles{*this};  // of what the definition consists of
     HandleList resultHandles{*this};
 
+    Messages messages;  // about the report, for the program
     Report& report;
     bool created = false;                     // by QBReportCreate, so that QBReportRelease may free it
     std::string templateFile;                 // the definition's file (UTF-8), for the log; empty: none
@@ -109,6 +113,14 @@ struct Runtime : ReportRuntime {
     ExportOptions preparedOptions;
     ExportOptions directOptions;  // passed to the event of an export without a prepare
 
+    std::uint64_t pageCount = 0;  // of the last export
+    QBXOnProgress onProgress = nullptr;
+    void* progressContext = nullptr;
+
+    std::vector<ReportItem> items;  // of the last list that the program asked for
+    int itemKind = 0;               // a QBXItemKind; 0: none
+
+    std::shared_ptr<DataSet> ownRows;           // of QBXReportLoadRows; it may be loadedData
     std::shared_ptr<const DataSet> loadedData;  // of QBReportLoadDataFromURL
     DataCache dataCache;
 

@@ -100,7 +100,8 @@ Pointer required(Pointer pointer) {
 // directories that it can't open: a shortage of descriptors or memory would look like fewer fonts.
 class DirectoryWalk {
 public:
-    explicit DirectoryWalk(FcConfig* config) : config_(config) {
+    DirectoryWalk(FcConfig* config, const std::vector<std::string>& folders) : config_(config) {
+        for (const std::string& folder : folders) visit(reinterpret_cast<const FcChar8*>(folder.c_str()));
         const std::unique_ptr<FcStrList, StringListDeleter> directories(
             required(FcConfigGetFontDirs(config)));
         while (const FcChar8* directory = FcStrListNext(directories.get())) visit(directory);
@@ -166,21 +167,21 @@ int mismatch(const InstalledFace& face, bool bold, bool italic) {
 
 }  // namespace
 
-FontCatalogue::FontCatalogue() {
+FontCatalogue::FontCatalogue(const std::vector<std::string>& folders) {
     const MemoryAtHand memory;  // fontconfig ends the process without it
     // If the user names a configuration, it is used.
     if (::secure_getenv("FONTCONFIG_FILE") == nullptr) {
         const ConfigPtr config = withEnoughMemory(directoriesOnly);
-        read(config.get());
+        read(config.get(), folders);
     }
     if (!faces_.empty()) return;
     // Fonts in directories that only the configuration names.
     const ConfigPtr config(required(FcInitLoadConfig()));
-    read(config.get());
+    read(config.get(), folders);
 }
 
-void FontCatalogue::read(_FcConfig* config) {
-    DirectoryWalk walk(config);
+void FontCatalogue::read(_FcConfig* config, const std::vector<std::string>& folders) {
+    DirectoryWalk walk(config, folders);
     for (FcPattern* pattern : walk.patterns()) {
         if (isUsable(pattern)) faces_.push_back(describe(pattern));
     }
@@ -197,6 +198,12 @@ void FontCatalogue::read(_FcConfig* config) {
         }
     }
     walk.moveTo(sets_);
+}
+
+std::vector<std::string> FontCatalogue::families() const {
+    std::set<std::string> families;
+    for (const InstalledFace& face : faces_) families.insert(face.family);
+    return {families.begin(), families.end()};
 }
 
 const InstalledFace* FontCatalogue::find(std::string_view foldedFamily, bool bold, bool italic) const {

@@ -24,8 +24,9 @@ struct InstalledFace {
 
 class FontCatalogue {
 public:
-    // Reads the list of fonts. Raises MachineError or std::bad_alloc if it can't be read completely.
-    FontCatalogue();
+    // Reads the list of the machine's fonts and of those in `folders`. Raises MachineError or std::bad_alloc if it
+    // can't be read completely.
+    explicit FontCatalogue(const std::vector<std::string>& folders);
 
     // The nearest face of a folded family; null if the family isn't installed.
     const InstalledFace* find(std::string_view foldedFamily, bool bold, bool italic) const;
@@ -33,8 +34,11 @@ public:
     // A face that has the character; null if there is none.
     const InstalledFace* covering(char32_t character, bool bold, bool italic) const;
 
+    // Sorted, each once.
+    std::vector<std::string> families() const;
+
 private:
-    void read(_FcConfig* config);
+    void read(_FcConfig* config, const std::vector<std::string>& folders);
 
     std::vector<std::shared_ptr<void>> sets_;  // of fontconfig's patterns
     std::vector<InstalledFace> faces_;

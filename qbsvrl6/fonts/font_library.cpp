@@ -14,6 +14,7 @@
 
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/fonts/catalogue.h"
+#include "qbsvrl6/fonts/font_choices.h"
 #include "qbsvrl6/fonts/font_face.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
@@ -56,6 +57,10 @@ const std::u16string& keyOf(const Request& request) {
 // of font files bounds them.
 class FontLibrary {
 public:
+    FontLibrary() : choices_(takeFontChoices()), catalogue_(choices_.folders) {}
+
+    std::vector<std::string> families() const { return catalogue_.families(); }
+
     const FontSet& resolve(const Request& request) {
         const std::lock_guard lock(mutex_);
         const std::u16string& key = keyOf(request);
@@ -93,6 +98,11 @@ private:
         set.isLanguageGiven = request.language != TextLanguage::Unknown;
         set.language = set.isLanguageGiven ? request.language : languageOfFamily(wanted);
         add(set, catalogue_.find(wanted, request.bold, request.italic), request.bold, request.italic);
+        if (const auto alias = choices_.aliases.find(wanted);
+            set.members.empty() && alias != choices_.aliases.end()) {
+            add(set, catalogue_.find(alias->second, request.bold, request.italic), request.bold,
+                request.italic);
+        }
         const bool installed = !set.members.empty();
         if (!installed) addFirst(set, kind, request);
         addFirst(set, fallbackOf(kind), request);
@@ -191,6 +201,7 @@ private:
     using MemberKey = std::tuple<const FontFace*, bool, bool>;
     using SetKey = std::pair<std::pair<TextLanguage, bool>, std::vector<MemberKey>>;
 
+    const FontChoices choices_;
     std::mutex mutex_;
     FontCatalogue catalogue_;
     RequestMap resolved_;
@@ -209,6 +220,8 @@ FontLibrary& fontLibrary() {
 }
 
 }  // namespace
+
+std::vector<std::string> fontFamilies() { return fontLibrary().families(); }
 
 void requireDrawable(const FontFace& face) {
     if (face.bytes.empty()) throw MachineError(kNoFont);

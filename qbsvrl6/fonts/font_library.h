@@ -70,6 +70,9 @@ struct FontSet {
 const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic,
                            TextLanguage language = TextLanguage::Unknown);
 
+// The installed families and those that the program has added, sorted.
+std::vector<std::string> fontFamilies();
+
 // Raises MachineError for a face of which only widths are known.
 void requireDrawable(const FontFace& face);
 

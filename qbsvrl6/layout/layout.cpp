@@ -6,6 +6,7 @@
 #include "qbsvrl6/layout/layout_context.h"
 #include "qbsvrl6/layout/pager.h"
 #include "qbsvrl6/layout/report_walk.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/clock.h"
 
 namespace qbsvrl6 {
@@ -61,6 +62,10 @@ void layOut(const ReportDefinition& report, const ReportData& data, const Layout
     const std::unique_ptr<ReportPlan> plan = planReport(report, {data, options, context.styles, report.page});
     ReportInstance instance{
         *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false};
+    if (Spending* const spending = Spending::current()) {
+        spending->progress().allRows = instance.view->rowCount();
+        context.watched = instance.view.get();
+    }
     if (options.paged) {
         if (plan->needsPageCount) countPages(context, instance);
         layOutPaged(context, instance, sink);

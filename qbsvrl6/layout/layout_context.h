@@ -107,6 +107,7 @@ struct LayoutContext {
     LayoutOptions options;
     const WalkReport walk;
     std::int64_t now = 0;
+    const RowView* watched = nullptr;  // its rows count as the progress of the export; null: none
     StylePool styles;
     PictureStore pictures;
     ContentTexts contentTexts{pictures, options};

@@ -137,6 +137,7 @@ std::size_t ReportWalk::walkRow(std::size_t row) {
     const RowRange rows =
         hides ? view_.group(static_cast<int>(shownLevels_) - 1, row) : RowRange{row, row + 1};
     const int groups = view_.groupCount();
+    if (&view_ == context_.watched) Spending::current()->progress().rows = row + 1;
     const int starting = view_.startingLevel(row);
     if (starting < groups) {
         if (row > 0) closeGroups(starting, row - 1);

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qbsvrl6 {
 
@@ -11,9 +12,19 @@ namespace qbsvrl6 {
 enum class ExportKind { Xls = 1, Txt = 2, Htm = 3, Rtf = 4, Pdf = 5, Csv = 6, Image = 7 };
 enum class ImageKind { Tiff = 1, Png = 2 };
 
+// Pages of a document, from 1, both included.
+struct PageRange {
+    int first = 1;
+    int last = 1;
+};
+
 struct ExportOptions {
     ExportKind kind = ExportKind::Pdf;
     std::u16string fileName;  // target of an export into a file
+
+    // Only these pages of a document with pages; empty: all. Page numbers and the page count stay those of the
+    // whole document.
+    std::vector<PageRange> pages;
 
     // For cell documents (XLS, TXT, HTM, RTF, CSV).
     bool sameAsPrint = true;  // false: one continuous table from logical rows
@@ -25,7 +36,8 @@ struct ExportOptions {
 
     ImageKind imageKind = ImageKind::Tiff;
     bool allPagesInOneImage = false;
-    bool embedWholeFonts = false;  // PDF; else subsets
+    std::optional<double> imageResolution;  // dots per inch; none: as the template says
+    bool embedWholeFonts = false;           // PDF; else subsets
 };
 
 }  // namespace qbsvrl6

@@ -17,6 +17,7 @@ using namespace std::chrono_literals;
 constexpr std::uint64_t kKibibyte = 1'024;
 constexpr std::uint64_t kRounds = 16;     // calls of goOn per check of the time
 constexpr auto kBetweenCpuChecks = 20ms;  // reading the CPU clock is a system call
+constexpr auto kBetweenWatches = 100ms;
 constexpr Budget kNothing = [] {
     Budget nothing;
     for (const NamedFigure& named : kBudgetFigures) nothing.*named.figure = 0;
@@ -100,7 +101,7 @@ std::uint64_t valueFrom(std::string_view name, std::string_view text, const std:
     if (failed != std::errc() || factor == 0 || value > std::numeric_limits<std::uint64_t>::max() / factor) {
         const std::string allowed =
             without.empty() ? "" : " (" + std::string(without) + ", or with a unit: " + listed(units) + ")";
-        throw EngineError(ErrorCode::NotSupported, "\"" + std::string(text) + "\" is no value of " +
+        throw EngineError(ErrorCode::NotSupported, "\"" + std::string(text) + "\" is not a value of " +
                                                        std::string(name) + ": a whole number is expected" +
                                                        allowed);
     }
@@ -143,13 +144,15 @@ std::uint64_t sizeFrom(std::string_view setting, std::string_view text) {
     return valueFrom(setting, text, kByteUnits, "bytes");
 }
 
-Spending::Spending(const Budget& budget, const std::atomic<bool>* cancelled)
+Spending::Spending(const Budget& budget, const std::atomic<bool>* cancelled, Watcher watcher)
     : budget_(budget),
       used_(kNothing),
       cancelled_(cancelled),
       started_(Clock::now()),
       cpuStarted_(threadTime()),
       nextCpuCheck_(started_ + kBetweenCpuChecks),
+      watcher_(std::move(watcher)),
+      nextWatch_(started_ + kBetweenWatches),
       outer_(innermost) {
     // The interface returns sizes as int, whatever settings and programs allow.
     budget_.documentBytes = std::min(budget_.documentBytes, Budget().documentBytes);
@@ -180,6 +183,10 @@ void Spending::checkTime() {
         if (threadTime() - cpuStarted_ > milliseconds(budget_.cpuMilliseconds)) {
             failPassed(&Budget::cpuMilliseconds, budget_.cpuMilliseconds, {});
         }
+    }
+    if (watcher_ && now >= nextWatch_) {
+        nextWatch_ = now + kBetweenWatches;
+        if (!watcher_(progress_)) throw EngineError(ErrorCode::Cancelled, "the export was cancelled");
     }
     if (outer_ != nullptr) outer_->checkTime();
 }

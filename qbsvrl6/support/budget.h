@@ -12,6 +12,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -67,12 +68,24 @@ std::string shownFigure(BudgetFigure figure, std::uint64_t value);
 // MiB, GiB, KB, MB, GB for sizes. Raises EngineError, which names the expected form.
 std::uint64_t figureFrom(BudgetFigure figure, std::string_view text);
 
+// What a running export has done.
+struct Progress {
+    std::uint64_t rows = 0;     // of the report's grid that are laid out
+    std::uint64_t allRows = 0;  // of the report's grid; 0: unknown
+    std::uint64_t pages = 0;    // that are finished
+    std::uint64_t bytes = 0;    // of data that are read
+};
+
 // The running export of a thread. Exports nest, since event handlers may export other reports; whatever ends
 // the outer export also ends the inner one.
 class Spending {
 public:
+    // Called with the progress at most ten times a second; false cancels the export.
+    using Watcher = std::function<bool(const Progress&)>;
+
     // `cancelled`, if not null, may be set by any thread and ends the export. It must outlive the object.
-    explicit Spending(const Budget& budget, const std::atomic<bool>* cancelled = nullptr);
+    explicit Spending(const Budget& budget, const std::atomic<bool>* cancelled = nullptr,
+                      Watcher watcher = {});
     ~Spending();
     Spending(const Spending&) = delete;
     Spending& operator=(const Spending&) = delete;
@@ -87,6 +100,8 @@ public:
     void spend(BudgetFigure figure, std::uint64_t amount, std::string_view where);
     void checkTime();
 
+    Progress& progress() { return progress_; }
+
 private:
     using Clock = std::chrono::steady_clock;
 
@@ -96,6 +111,9 @@ private:
     Clock::time_point started_;
     std::chrono::nanoseconds cpuStarted_;
     Clock::time_point nextCpuCheck_;
+    Progress progress_;
+    Watcher watcher_;
+    Clock::time_point nextWatch_;
     Spending* outer_;
 };
 

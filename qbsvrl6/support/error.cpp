@@ -19,7 +19,15 @@ std::string placedMessage(std::string_view file, TextPosition position, std::str
 EngineError::EngineError(ErrorCode code, const std::string& message, SourcePlace place)
     : std::runtime_error(placedMessage(place.file, place.position, message)),
       code_(code),
-      place_(std::move(place)) {}
+      place_(std::move(place)),
+      message_(message) {}
+
+EngineError::EngineError(const std::string& what, const EngineError& error)
+    : std::runtime_error(what), code_(error.code_), place_(error.place_), message_(error.message_) {}
+
+EngineError EngineError::about(const std::string& subject) const {
+    return {placedMessage(subject, {}, what()), *this};
+}
 
 bool isShortage(int systemError) {
     switch (systemError) {

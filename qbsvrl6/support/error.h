@@ -44,19 +44,26 @@ struct SourcePlace {
 // "file:line:column: message", without the parts that are unknown.
 std::string placedMessage(std::string_view file, TextPosition position, std::string_view message);
 
-// what() has the form of placedMessage. All text is UTF-8.
+// what() has the form of placedMessage, after the subject if there is one. All text is UTF-8.
 class EngineError : public std::runtime_error {
 public:
     EngineError(ErrorCode code, const std::string& message, SourcePlace place = {});
 
+    // The same error with "subject: " before what().
+    EngineError about(const std::string& subject) const;
+
     ErrorCode code() const { return code_; }
     const SourcePlace& place() const { return place_; }
+    const std::string& message() const { return message_; }  // without the place
     // Whether the error ends the export even where other errors only leave out a picture.
     bool endsExport() const { return code_ == ErrorCode::BudgetExceeded || code_ == ErrorCode::Cancelled; }
 
 private:
+    EngineError(const std::string& what, const EngineError& error);
+
     ErrorCode code_;
     SourcePlace place_;
+    std::string message_;
 };
 
 // A shortage of the machine: memory, open files, disk space, a font. It is not a property of the input, so no

@@ -37,6 +37,7 @@ inline constexpr std::int32_t kPaperMicrometres = 5'000'000;
 inline constexpr std::int32_t kBandMicrometres = 500'000'000;  // height of a section, width of a grid
 inline constexpr std::size_t kLinesOfAKind = 50;      // in the log, per export; further ones are counted
 inline constexpr std::size_t kKnownWarnings = 1'000;  // per export; each is reported once
+inline constexpr std::size_t kKeptMessages = 10'000;  // with a report, for its program
 inline constexpr int kFetchSeconds = 30;
 inline constexpr int kFetchRedirects = 5;
 

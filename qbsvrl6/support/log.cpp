@@ -15,6 +15,7 @@
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/descriptor.h"
 #include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/messages.h"
 
 namespace qbsvrl6 {
 
@@ -189,14 +190,34 @@ std::string asOneLine(std::string_view message) {
 
 thread_local LogSubject* innermostSubject = nullptr;
 
-void write(spdlog::level::level_enum level, std::string_view message, TextPosition position,
-           const LogKind& kind) {
+constexpr spdlog::level::level_enum levelOf(Severity severity) {
+    return severity == Severity::Error     ? spdlog::level::err
+           : severity == Severity::Warning ? spdlog::level::warn
+                                           : spdlog::level::info;
+}
+
+// Logging never fails the caller.
+template <class Write>
+void quietly(Write&& write) noexcept {
     try {
-        if (innermostSubject != nullptr && !innermostSubject->hasRoomFor(kind, message)) return;
-        theLog().write(level, asOneLine(innermostSubject ? innermostSubject->with(message, position)
-                                                         : placedMessage({}, position, message)));
-    } catch (...) {  // NOLINT(bugprone-empty-catch): logging never fails the caller
+        write();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody to tell
     }
+}
+
+void keep(Severity severity, const SourcePlace& place, std::string_view text) {
+    if (Messages* const messages = Messages::current()) messages->add({severity, place, std::string(text)});
+}
+
+void write(Severity severity, std::string_view message, TextPosition position, const LogKind& kind) noexcept {
+    quietly([&] {
+        LogSubject* const subject = innermostSubject;
+        if (subject != nullptr && !subject->hasRoomFor(kind, message)) return;
+        keep(severity, {subject == nullptr ? std::string() : subject->name(), position}, message);
+        theLog().write(levelOf(severity),
+                       asOneLine(subject != nullptr ? subject->with(message, position)
+                                                    : placedMessage({}, position, message)));
+    });
 }
 
 }  // namespace
@@ -204,18 +225,33 @@ void write(spdlog::level::level_enum level, std::string_view message, TextPositi
 void setLogSetupPath(const std::string& setupPath) { theLog().setSetupPath(setupPath); }
 
 void logError(std::string_view message, TextPosition position, const char* file, int line) {
-    write(spdlog::level::err, message, position, {file, line});
+    write(Severity::Error, message, position, {file, line});
 }
 void logWarning(std::string_view message, TextPosition position, const char* file, int line) {
-    write(spdlog::level::warn, message, position, {file, line});
+    write(Severity::Warning, message, position, {file, line});
 }
-void logInfo(std::string_view message) { write(spdlog::level::info, message, {}, {"", 0}); }
+void logInfo(std::string_view message) { write(Severity::Info, message, {}, {"", 0}); }
 
 void logWarningOnce(std::string_view message, const char* file, int line) {
-    try {
+    quietly([&] {
         if (isNewWarning(message)) logWarning(message, {}, file, line);
-    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): as above
-    }
+    });
+}
+
+void logFailure(std::string_view function, const SourcePlace& place, std::string_view cause) {
+    quietly([&] {
+        keep(Severity::Error, place, cause);
+        theLog().write(
+            spdlog::level::err,
+            asOneLine(placedMessage(function, {}, placedMessage(place.file, place.position, cause))));
+    });
+}
+
+void logFailure(std::string_view function, const EngineError& error) {
+    quietly([&] {
+        keep(Severity::Error, error.place(), error.message());
+        theLog().write(spdlog::level::err, asOneLine(placedMessage(function, {}, error.what())));
+    });
 }
 
 bool isNewWarning(std::string_view key) {
@@ -227,15 +263,15 @@ LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), oute
 }
 
 LogSubject::~LogSubject() {
-    try {
+    quietly([&] {
         for (const auto& [kind, count] : counts_) {
             if (count.lines <= limits::kLinesOfAKind) continue;
             const std::size_t more = count.lines - limits::kLinesOfAKind;
-            theLog().write(spdlog::level::warn,
-                           asOneLine(with(std::to_string(more) + " more lines such as: " + count.first)));
+            const std::string message = std::to_string(more) + " more lines such as: " + count.first;
+            keep(Severity::Warning, {subject_, {}}, message);
+            theLog().write(spdlog::level::warn, asOneLine(with(message)));
         }
-    } catch (...) {  // NOLINT(bugprone-empty-catch): logging never fails the caller
-    }
+    });
     innermostSubject = outer_;
 }
 

@@ -3,7 +3,7 @@
 // The file is log/qbsvrl6.log in the set-up folder, if that exists, or else qbsvrl6/qbsvrl6.log in the user's
 // state folder ($XDG_STATE_HOME or ~/.local/state); without either, nothing is logged. At 8 MB it becomes
 // qbsvrl6.log.1. It is never opened through a symbolic link. Safe from any thread and in several processes at
-// once; logging never fails the caller.
+// once; logging never fails the caller. Lines about a report are also kept with it (messages.h).
 //
 // A subject (below) logs only a few lines of each kind, and at its end the number of the others: data with a
 // hundred thousand bad pictures must not fill the disk. Lines are of the same kind if the same source line
@@ -39,6 +39,10 @@ void logError(std::string_view message, TextPosition position = {}, const char* 
 void logWarning(std::string_view message, TextPosition position = {}, const char* file = __builtin_FILE(),
                 int line = __builtin_LINE());
 void logInfo(std::string_view message);
+// The failure of a function of the interface, logged as "function: file:line:column: cause".
+void logFailure(std::string_view function, const SourcePlace& place, std::string_view cause);
+// The same; what() is logged.
+void logFailure(std::string_view function, const EngineError& error);
 // Logs the message once per subject (below).
 void logWarningOnce(std::string_view message, const char* file = __builtin_FILE(),
                     int line = __builtin_LINE());
@@ -55,6 +59,7 @@ public:
     LogSubject(const LogSubject&) = delete;
     LogSubject& operator=(const LogSubject&) = delete;
 
+    const std::string& name() const { return subject_; }
     // The message with the subject.
     std::string with(std::string_view message, TextPosition position = {}) const;
 

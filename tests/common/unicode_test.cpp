@@ -153,6 +153,9 @@ TEST(Unicode, TellsUtf8) {
         {"encoded surrogate", "\xED\xA0", true, false},
         {"below the three-byte range", "\xE0\x9F", true, false},
         {"above the last plane", "\xF4\x90", false, false},
+        {"below the four-byte range", "\xF0\x8F", false, false},
+        {"no second byte of four", "\xF0\xC0", false, false},
+        {"of the four-byte range", "\xF0\x90", false, true},
     };
     for (const Case& c : cases) {
         const std::vector<char> block = Exact(c.bytes);

@@ -29,7 +29,7 @@ def main():
     output, *headers = (pathlib.Path(argument) for argument in sys.argv[1:])
     text = ['#include "tests/engine/header_examples.h"', "",
             *(f'#include "engine/{header.name}"' for header in headers), "",
-            "using namespace quillbrook;", "", "namespace {"]
+            "#include <cstdio>", "", "namespace {"]
     rows = []
     for header in headers:
         for line, code in examples(header.read_text(encoding="utf-8")):

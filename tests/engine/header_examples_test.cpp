@@ -15,12 +15,13 @@ using namespace quillbrook;
 
 namespace {
 
-// The lines of the log except those about missing fonts.
+// The warnings and errors of the log, except those about missing fonts.
 std::string complaints(const std::string& log) {
     std::istringstream lines(log);
     std::string found;
     for (std::string line; std::getline(lines, line);) {
-        if (line.find("is not installed") == std::string::npos) found += line + "\n";
+        const bool isComplaint = line.find(" info ") == std::string::npos;
+        if (isComplaint && line.find("is not installed") == std::string::npos) found += line + "\n";
     }
     return found;
 }

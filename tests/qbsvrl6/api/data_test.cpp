@@ -93,7 +93,7 @@ TEST_F(DataTest, TemplatesAndDataReachWhatIsAllowed) {
     EXPECT_NE(takeLog().find("qbsvrl6.conf:1: \"somewhere\" is not an absolute path"), std::string::npos);
 
     EXPECT_EQ(rowsWith("", "link.txt"), "(null)");
-    const std::u16string folders = wide(outside);
+    const std::string folders = outside;
     const QBXReach reach = {sizeof reach, folders.c_str(), nullptr};
     EXPECT_EQ(QBXReportSetReach(report, &reach), 1);
     EXPECT_EQ(rows(report), "outside;");
@@ -140,11 +140,11 @@ TEST_F(DataTest, CsvIsDefusedWhereAskedFor) {
     loadWith("csv.defuse = yes", "");
     EXPECT_EQ(rows(report), "'=1+1;-1;");
     tagQBExportOption* const option = QBReportPrepareExport(report, QBExportType_CSV);
-    EXPECT_EQ(QBXExportOptionSet(option, u"csv.defuse", u"no"), 1);
+    EXPECT_EQ(QBXExportOptionSet(option, "csv.defuse", "no"), 1);
     EXPECT_NE(bytesOf(QBReportExportToBinaryObject(report)).find("\xBF=1+1"), std::string::npos);
-    EXPECT_EQ(QBXExportOptionSet(option, u"csv.defuse", u"maybe"), 0);
-    EXPECT_EQ(QBXExportOptionSet(option, u"csv.colour", u"no"), 0);
-    EXPECT_EQ(QBXExportOptionSet(nullptr, u"csv.defuse", u"no"), 0);
+    EXPECT_EQ(QBXExportOptionSet(option, "csv.defuse", "maybe"), 0);
+    EXPECT_EQ(QBXExportOptionSet(option, "csv.colour", "no"), 0);
+    EXPECT_EQ(QBXExportOptionSet(nullptr, "csv.defuse", "no"), 0);
 }
 
 TEST_F(DataTest, RowsOfEmptyFieldsCount) {

@@ -264,5 +264,14 @@ TEST_F(ApiTest, TheLogFollowsTheSetupPath) {
     EXPECT_EQ(takeLog(), "");
 }
 
+// Its controls belong to the template that is gone.
+TEST_F(ApiTest, AWalkEndsWithItsTemplate) {
+    const OwnReport report;
+    ASSERT_EQ(QBReportLoadFromFile(report, path("list.qbf").c_str()), 1);
+    ASSERT_NE(QBReportFindFirstControl(report), nullptr);
+    ASSERT_EQ(QBReportLoadFromFile(report, path("list.qbf").c_str()), 1);
+    EXPECT_EQ(QBReportFindNextControl(report), nullptr);
+}
+
 }  // namespace
 }  // namespace api_test

@@ -128,6 +128,17 @@ TEST(Barcode, TextBelowTheBarsHasTheirWidthOrLess) {
     }
 }
 
+TEST(Barcode, IsInTheMiddleOfTheBox) {
+    const Drawing drawing = drawBarcode({9, u"1234", false}, {40'000, 15'000});
+    double left = 1e9, right = 0;
+    for (const auto& point : std::get<Drawing::Path>(drawing.elements.front()).points) {
+        left = std::min(left, static_cast<double>(point.x));
+        right = std::max(right, static_cast<double>(point.x));
+    }
+    EXPECT_NEAR(left, 40'000 - right, 1);
+    EXPECT_GT(right - left, 25'000);
+}
+
 TEST(Barcode, RefusesWhatTheSymbolCantHold) {
     const struct {
         int type;

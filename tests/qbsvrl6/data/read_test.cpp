@@ -121,6 +121,7 @@ TEST(ReadData, GivesTablesAndParameters) {
         {R"([1,"two",{"value":3}])", "(value):#1;two;#3 "},
         {R"([{"a":1,"a":2},{"A":3,"a":4}])", "(a,A):#2,-;#4,#3 "},
         {R"([{"\u0061\n":"\"\\\/\b\f\n\r\t\u4e2d\ud83d\ude00中😀"}])", "(a\n):\"\\/\b\f\n\r\t中😀中😀 "},
+        {R"([{"\u007Fé߿":"ࠀक￼𐀀"}])", "(\x7Fé߿):ࠀक￼𐀀 "},
         {R"([{"lone":"\ud800x"}])", "(lone):\xEF\xBF\xBDx "},
         {"\xEF\xBB\xBF[{\"a\":\"\xE4\xB8\xAD\"}]", "(a):中 "},
         // XML

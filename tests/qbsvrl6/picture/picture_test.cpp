@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "common/base64.h"
 #include "qbsvrl6/picture/jpeg.h"
+#include "qbsvrl6/picture/png.h"
 #include "qbsvrl6/picture/row_reducer.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -131,6 +133,27 @@ TEST(Picture, OthersAreRefused) {
         } catch (const EngineError& error) {
             EXPECT_EQ(error.code(), expected) << error.what();
         }
+    }
+}
+
+// Five rows of five: the first pixel is 0, each further one lighter by 10.
+TEST(Picture, InterlacedRowsAreInTheirPlaces) {
+    const std::string text =
+        "iVBORw0KGgoAAAANSUhEUgAAAAUAAAAFCAAAAAHfA0mvAAAALUlEQVR42mNgYNBgOPGBQYThDkNKRQ8D"
+        "lxxDXhPDpWcMRjZuAVEM0xas2rIPALFyC7laww12AAAAAElFTkSuQmCC";
+    larkspur::ClkMemory bytes;
+    ASSERT_TRUE(larkspur::Base64_Decode(text.data(), static_cast<int>(text.size()), bytes));
+    const std::string file(static_cast<const char*>(bytes.Data()), static_cast<std::size_t>(bytes.Size()));
+    const Pixels pixels = decodePng(file);
+    ASSERT_EQ(pixels.color.size(), 25u);
+    for (std::size_t i = 0; i < 25; ++i) EXPECT_EQ(pixels.color[i], 10 * i) << i;
+    std::string damaged = file;
+    damaged[45] = static_cast<char>(damaged[45] ^ 1);
+    try {
+        decodePng(damaged);
+        ADD_FAILURE() << "damaged";
+    } catch (const EngineError& error) {
+        EXPECT_NE(std::string(error.what()).find("IDAT"), std::string::npos) << error.what();
     }
 }
 

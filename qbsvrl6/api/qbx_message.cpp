@@ -1,0 +1,42 @@
+// QBXReportGetMessageCount, QBXReportGetMessage, QBXReportGetLastError, QBXReportClearMessages.
+#include "engine/qbsvr_more.h"
+#include "qbsvrl6/api/guard.h"
+#include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/structures.h"
+
+using namespace qbsvrl6;
+
+namespace {
+
+int giveMessage(QBXMessage* to, const Message& message) {
+    const TextPosition& position = message.place.position;
+    return give(to, QBXMessage{0, static_cast<int32_t>(message.severity), position.line, position.column,
+                               message.place.file.c_str(), message.text.c_str()})
+               ? 1
+               : 0;
+}
+
+}  // namespace
+
+uint64_t QBXReportGetMessageCount(tagQBReport* handle) {
+    return withObject(__func__, handle,
+                      [](Report& report) -> uint64_t { return runtimeOf(report).messages.all().size(); });
+}
+
+int QBXReportGetMessage(tagQBReport* handle, uint64_t index, QBXMessage* message) {
+    return withObject(__func__, handle, [&](Report& report) {
+        const std::vector<Message>& all = runtimeOf(report).messages.all();
+        return index < all.size() ? giveMessage(message, all[static_cast<std::size_t>(index)]) : 0;
+    });
+}
+
+int QBXReportGetLastError(tagQBReport* handle, QBXMessage* message) {
+    return withObject(__func__, handle, [&](Report& report) {
+        const std::optional<Message>& error = runtimeOf(report).messages.lastError();
+        return error ? giveMessage(message, *error) : 0;
+    });
+}
+
+void QBXReportClearMessages(tagQBReport* handle) {
+    withObject(__func__, handle, [](Report& report) { runtimeOf(report).messages.clear(); });
+}

@@ -1,0 +1,128 @@
+#include "qbsvrl6/api/report_items.h"
+
+#include <set>
+#include <string_view>
+
+#include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/contents.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+std::string typeName(DataType type) {
+    switch (type) {
+        case DataType::Text:
+            return "text";
+        case DataType::Number:
+            return "number";
+        case DataType::Boolean:
+            return "boolean";
+        case DataType::Date:
+            return "date";
+    }
+    return {};
+}
+
+std::vector<ReportItem> parametersOf(const Runtime& runtime) {
+    std::vector<ReportItem> items;
+    std::set<std::u16string> known;
+    for (const Parameter& parameter : runtime.report.definition.parameters) {
+        ReportItem item;
+        item.name = toUtf8(parameter.name);
+        item.type = typeName(parameter.type);
+        item.value = toUtf8(parameter.value);
+        items.push_back(std::move(item));
+        known.insert(lowerCase(parameter.name));
+    }
+    if (runtime.loadedData == nullptr) return items;
+    for (const DataParameter& parameter : runtime.loadedData->parameters()) {
+        if (!known.insert(lowerCase(parameter.name)).second) continue;
+        ReportItem item;
+        item.name = toUtf8(parameter.name);
+        item.value = toUtf8(parameter.text);
+        items.push_back(std::move(item));
+    }
+    return items;
+}
+
+// The names of a template that are neither its parameters nor its calculated fields.
+std::vector<ReportItem> fieldsOf(const Runtime& runtime) {
+    const ReportDefinition& definition = runtime.report.definition;
+    std::set<std::u16string> others;
+    for (const Parameter& parameter : definition.parameters) others.insert(lowerCase(parameter.name));
+    for (const Field& field : definition.fields) {
+        if (!field.expression.empty()) others.insert(lowerCase(field.name));
+    }
+    std::vector<ReportItem> items;
+    for (const Mention& mention : contentsOf(definition).names) {
+        if (others.contains(lowerCase(mention.name))) continue;
+        ReportItem item;
+        item.name = toUtf8(mention.name);
+        item.count = mention.count;
+        item.position = mention.position;
+        items.push_back(std::move(item));
+    }
+    return items;
+}
+
+std::vector<ReportItem> tablesOf(const Runtime& runtime) {
+    std::vector<ReportItem> items;
+    if (runtime.loadedData == nullptr) return items;
+    for (const Table& table : runtime.loadedData->tables()) {
+        ReportItem item;
+        item.name = toUtf8(table.name());
+        item.count = table.rowCount();
+        items.push_back(std::move(item));
+    }
+    return items;
+}
+
+std::vector<ReportItem> columnsOf(const Runtime& runtime) {
+    std::vector<ReportItem> items;
+    if (runtime.loadedData == nullptr) return items;
+    for (const Table& table : runtime.loadedData->tables()) {
+        for (std::size_t column = 0; column < table.columnCount(); ++column) {
+            ReportItem item;
+            item.name = toUtf8(table.columnName(column));
+            item.table = toUtf8(table.name());
+            items.push_back(std::move(item));
+        }
+    }
+    return items;
+}
+
+std::vector<ReportItem> fontsOf(const Runtime& runtime) {
+    std::vector<ReportItem> items;
+    for (const Mention& mention : contentsOf(runtime.report.definition).fonts) {
+        ReportItem item;
+        item.name = toUtf8(mention.name);
+        item.count = mention.count;
+        item.value = resolveFont(mention.name, false, false).members.front().face->file;
+        items.push_back(std::move(item));
+    }
+    return items;
+}
+
+}  // namespace
+
+std::vector<ReportItem> reportItems(Runtime& runtime, QBXItemKind kind) {
+    switch (kind) {
+        case QBXItemKind_Parameter:
+            return parametersOf(runtime);
+        case QBXItemKind_Field:
+            return fieldsOf(runtime);
+        case QBXItemKind_Table:
+            return tablesOf(runtime);
+        case QBXItemKind_Column:
+            return columnsOf(runtime);
+        case QBXItemKind_Font:
+            return fontsOf(runtime);
+    }
+    return {};
+}
+
+}  // namespace qbsvrl6
