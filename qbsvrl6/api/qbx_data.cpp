@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,6 +26,7 @@ struct QBXRow {
     Table table;
     std::vector<std::size_t> columns;
     bool isBegun = false;
+    std::exception_ptr failure;  // of a value: it ends the load, not the program's function
 
     void begin() {
         if (!std::exchange(isBegun, true)) table.beginRow();
@@ -38,8 +40,14 @@ template <class Set>
 int setValue(const char* function, QBXRow* row, uint64_t column, Set&& set) {
     return guarded(function, 0, [&] {
         if (row == nullptr || column >= row->columns.size()) return 0;
-        row->begin();
-        return set(row->table, row->columns[static_cast<std::size_t>(column)]) ? 1 : 0;
+        if (row->failure) return 0;
+        try {
+            row->begin();
+            return set(row->table, row->columns[static_cast<std::size_t>(column)]) ? 1 : 0;
+        } catch (...) {
+            row->failure = std::current_exception();
+            return 0;
+        }
     });
 }
 
@@ -129,6 +137,7 @@ int QBXReportLoadRows(tagQBReport* handle, const char* table, const char* const*
         for (;;) {
             row.isBegun = false;
             const int result = next(context, &row);
+            if (row.failure) std::rethrow_exception(row.failure);
             if (result < 0)
                 throw EngineError(ErrorCode::BadData, "the program has no further rows: it failed");
             if (result == 0) break;
