@@ -1,0 +1,3 @@
+import setuptools
+
+setuptools.setup(cffi_modules=["build_interface.py:ffi"])

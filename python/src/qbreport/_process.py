@@ -1,0 +1,82 @@
+"""What belongs to the process instead of a report."""
+
+from __future__ import annotations
+
+import os
+from collections.abc import Iterator
+
+from qbreport._contents import Format
+from qbreport._interface import ffi
+from qbreport._library import each, from_utf16, from_utf8, library, utf8
+from qbreport._limits import Budget, Reach
+from qbreport._messages import Error
+from qbreport._report import Report
+
+_EMPTY = b"<Report version='1'/>"
+_SETTINGS = "the settings file has an error, which the engine's log explains"
+
+
+def version() -> str:
+    """The engine's version: "1.0.0"."""
+    return from_utf16(library().QBGetModuleVersion())
+
+
+def library_path() -> str:
+    """The file of the engine that is in use."""
+    return from_utf16(library().QBGetModulePath())
+
+
+def formats() -> tuple[Format, ...]:
+    """The formats of documents. `render` also knows "htm", "text" and "tif"."""
+    return tuple(Format(from_utf8(each_format.name), from_utf8(each_format.description))
+                 for each_format in each("QBXFormat", library().QBXGetFormat))
+
+
+def fonts() -> tuple[str, ...]:
+    """The font families that are installed or were added, in alphabetical order."""
+    def families() -> Iterator[str]:
+        index = 0
+        while family := library().QBXGetFontFamily(index):
+            yield from_utf8(family)
+            index += 1
+    return tuple(families())
+
+
+def add_font_folder(path: str | os.PathLike[str]) -> None:
+    """Adds a folder with font files for all reports. Call it before the first render.
+
+    Raises Error if there is no such folder.
+    """
+    if not library().QBXAddFontFolder(utf8(path, "the path")):
+        raise Error(f"there is no folder with fonts {os.fspath(path)!r}")
+
+
+def set_font_alias(name: str, family: str) -> None:
+    """Uses the font `family` in all reports whose template asks for `name`.
+
+    Call it before the first render: `set_font_alias("Helvetica", "Liberation Sans")`.
+    """
+    if not library().QBXSetFontAlias(utf8(name, "name"), utf8(family, "family")):
+        raise Error(f"the font {family!r} cannot be used for {name!r}")
+
+
+def set_budget(budget: Budget | None) -> None:
+    """Limits what the loads and renders may use that begin later, of all reports without a budget.
+
+    None restores the figures of the settings file, or the defaults.
+    """
+    if not library().QBXSetBudget(budget._structure() if budget is not None else ffi.NULL):
+        raise Error(_SETTINGS)
+
+
+def set_reach(reach: Reach | None) -> None:
+    """Sets what the names in templates and data may refer to, for all reports without a reach.
+
+    None restores that of the settings file, or the default. Raises Error if an entry is not valid.
+    """
+    if reach is not None:
+        Report(_EMPTY, reach=reach).close()  # a report explains which entry is not valid
+    made, texts = reach._structure() if reach is not None else (ffi.NULL, [])
+    if not library().QBXSetReach(made):
+        raise Error(_SETTINGS)
+    del texts  # the structure refers to them
