@@ -11,6 +11,7 @@
 
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/support/keyed_hash.h"
 
 namespace qbsvrl6 {
 
@@ -27,7 +28,7 @@ public:
 
 private:
     const BoundName* parameter_ = nullptr;
-    std::unordered_map<std::u16string, std::vector<std::uint32_t>> rows_;
+    std::unordered_map<std::u16string, std::vector<std::uint32_t>, KeyedHash> rows_;
     std::vector<std::uint32_t> none_;
 };
 

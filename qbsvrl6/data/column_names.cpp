@@ -5,7 +5,7 @@
 
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/budget.h"
-#include "qbsvrl6/support/hash.h"
+#include "qbsvrl6/support/keyed_hash.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -14,7 +14,7 @@ namespace {
 
 // Byte by byte, so that a name has one hash however it is divided into keys.
 std::uint64_t continueHash(std::uint64_t hash, std::string_view bytes) {
-    for (const char byte : bytes) mixHash(hash, static_cast<unsigned char>(byte));
+    for (const char byte : bytes) hash = nextKeyedHash(hash, static_cast<unsigned char>(byte));
     return hash;
 }
 
@@ -30,7 +30,7 @@ std::string folded(std::string_view name) {
 
 // `hash` is that of the record's whole name. A name in a record without one has no point before it.
 std::uint64_t ColumnNames::hashIn(const Name& record, std::uint64_t hash, std::string_view key) {
-    return continueHash(record.units == 0 ? 0 : continueHash(hash, "."), key);
+    return continueHash(record.units == 0 ? firstKeyedHash() : continueHash(hash, "."), key);
 }
 
 ColumnNames::Id ColumnNames::nameOf(Id record, std::string_view key) {
@@ -83,13 +83,13 @@ void ColumnNames::setColumn(Id id, std::size_t column) {
 }
 
 std::size_t ColumnNames::findColumn(std::string_view wanted) const {
-    const auto [first, last] = exact_.equal_range(continueHash(0, wanted));
+    const auto [first, last] = exact_.equal_range(continueHash(firstKeyedHash(), wanted));
     for (auto found = first; found != last; ++found) {
         const Name& name = names_[found->second];
         if (name.column != npos && whole(found->second) == wanted) return name.column;
     }
     const std::string lower = folded(wanted);
-    const auto [firstFolded, lastFolded] = folded_.equal_range(continueHash(0, lower));
+    const auto [firstFolded, lastFolded] = folded_.equal_range(continueHash(firstKeyedHash(), lower));
     for (auto found = firstFolded; found != lastFolded; ++found) {
         if (folded(whole(found->second)) == lower) return names_[found->second].column;
     }

@@ -14,6 +14,7 @@
 #include "qbsvrl6/data/column_names.h"
 #include "qbsvrl6/data/parent_rows.h"
 #include "qbsvrl6/data/value.h"
+#include "qbsvrl6/support/keyed_hash.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/number.h"
 
@@ -115,8 +116,8 @@ private:
 
     std::deque<Table> tables_;
     std::vector<DataParameter> parameters_;
-    std::unordered_map<std::u16string, std::size_t> tableIndex_;
-    std::unordered_map<std::u16string, std::size_t> parameterIndex_;  // by name in lower case
+    std::unordered_map<std::u16string, std::size_t, KeyedHash> tableIndex_;
+    std::unordered_map<std::u16string, std::size_t, KeyedHash> parameterIndex_;  // by name in lower case
 };
 
 // Logs that the data has no such table, which tables it has, and which one may be meant. `user` names the

@@ -16,6 +16,7 @@
 #include "qbsvrl6/data/nested_table.h"
 #include "qbsvrl6/data/readers.h"
 #include "qbsvrl6/data/widen.h"
+#include "qbsvrl6/support/keyed_hash.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_attributes.h"
@@ -56,7 +57,7 @@ std::string_view textOf(const pugi::xml_node& element, std::string& joined) {
 pugi::xml_attribute findRepeated(const pugi::xml_node& element) {
     constexpr std::size_t kFew = 8;
     std::array<std::string_view, kFew> few;
-    std::unordered_set<std::string_view> many;
+    std::unordered_set<std::string_view, KeyedHash> many;
     std::size_t count = 0;
     for (const pugi::xml_attribute& attribute : element.attributes()) {
         const std::string_view name = attribute.name();
@@ -163,7 +164,7 @@ private:
     bool hasParts_ = false;
     std::size_t next_ = 0;
     std::vector<Shape> children_;
-    std::unordered_map<std::string_view, std::size_t> index_;
+    std::unordered_map<std::string_view, std::size_t, KeyedHash> index_;
 };
 
 class XmlReader {
@@ -187,11 +188,11 @@ private:
         for (const pugi::xml_attribute& attribute : container.attributes()) {
             addParameter(prefix + attribute.name(), attribute.value());
         }
-        std::unordered_map<std::string_view, int> counts;
+        std::unordered_map<std::string_view, int, KeyedHash> counts;
         for (const pugi::xml_node& child : container) {
             if (isElement(child)) ++counts[child.name()];
         }
-        std::unordered_map<std::string_view, Rows> tables;
+        std::unordered_map<std::string_view, Rows, KeyedHash> tables;
         for (const pugi::xml_node& child : container) {
             const bool isRow = isElement(child) && (counts[child.name()] > 1 || isSingleRow(child));
             if (isRow) tables[child.name()].shape.add(child, depth + 1);
@@ -214,7 +215,7 @@ private:
 
     // Whether an element that has no sibling of its name is a row.
     static bool isSingleRow(const pugi::xml_node& element) {
-        std::unordered_map<std::string_view, int> counts;
+        std::unordered_map<std::string_view, int, KeyedHash> counts;
         bool hasValues = !element.attributes().empty();
         for (const pugi::xml_node& child : element) {
             if (!isElement(child)) continue;
