@@ -3,21 +3,38 @@
 #include <sys/stat.h>
 
 #include "qbsvrl6/data/byte_source.h"
+#include "qbsvrl6/data/csv_reader.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/reach.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
-std::shared_ptr<const DataSet> fetchData(const Address& address) {
-    return std::make_shared<const DataSet>(readData(*openBytes(address)));
+namespace {
+
+DataSet readFrom(const Address& address, const ConnectionParts& source) {
+    if (source.kind == SourceKind::Csv) {
+        const CsvForm form = csvFormFrom(toUtf8(source.rest));
+        return readCsv(*openBytes(address), form);
+    }
+    const std::unique_ptr<ByteSource> bytes = openBytes(address);
+    return source.kind == SourceKind::JsonLines ? readJsonLines(*bytes) : readData(*bytes);
 }
 
-std::shared_ptr<const DataSet> DataCache::get(const Address& address) {
+std::shared_ptr<const DataSet> fetchData(const Address& address, const ConnectionParts& source) {
+    return std::make_shared<const DataSet>(readFrom(address, source));
+}
+
+}  // namespace
+
+std::shared_ptr<const DataSet> DataCache::get(const Address& address, const ConnectionParts& source) {
     const std::string path = reachablePath(address);  // also for data in the cache
     Stamp stamp;
-    if (!stampOf(path, stamp)) return fetchData(address);
-    Entry& entry = entries_[path];
-    if (!entry.data || entry.stamp != stamp) entry = {stamp, fetchData(address)};
+    if (!stampOf(path, stamp)) return fetchData(address, source);
+    // The kind is in the key as well: a file can be read as JSON and as CSV.
+    std::u16string options(1, static_cast<char16_t>(source.kind));
+    Entry& entry = entries_[{path, options.append(source.rest)}];
+    if (!entry.data || entry.stamp != stamp) entry = {stamp, fetchData(address, source)};
     return entry.data;
 }
 

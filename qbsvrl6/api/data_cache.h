@@ -7,19 +7,20 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/address.h"
 
 namespace qbsvrl6 {
 
-// The data at an address, fetched and read. Raises EngineError.
-std::shared_ptr<const DataSet> fetchData(const Address& address);
+inline constexpr ConnectionParts kDocumentSource{SourceKind::Document, {}};
 
 class DataCache {
 public:
-    // Like fetchData, but caches the data of local files.
-    std::shared_ptr<const DataSet> get(const Address& address);
+    // The data at an address, as a source of files reads it. Raises EngineError.
+    std::shared_ptr<const DataSet> get(const Address& address, const ConnectionParts& source);
     void clear() { entries_.clear(); }
 
 private:
@@ -35,7 +36,7 @@ private:
     };
     static bool stampOf(const std::string& path, Stamp& stamp);
 
-    std::map<std::string, Entry> entries_;  // by path
+    std::map<std::pair<std::string, std::u16string>, Entry> entries_;  // by path and options of the source
 };
 
 }  // namespace qbsvrl6

@@ -16,7 +16,7 @@ int QBReportLoadDataFromURL(tagQBReport* handle, const lkchar* url) {
         Runtime& runtime = runtimeOf(report);
         const ReportWork work(runtime);
         runtime.loadedData.reset();
-        runtime.loadedData = runtime.dataCache.get(addressFrom(url));
+        runtime.loadedData = runtime.dataCache.get(addressFrom(url), kDocumentSource);
         return 1;
     });
 }
@@ -43,7 +43,7 @@ void QBReportSetQuerySQL(tagQBReport* handle, const lkchar* query) {
 
 void QBReportSetConnectionString(tagQBReport* handle, const lkchar* connection) {
     withObject(__func__, handle,
-               [&](Report& report) { report.definition.data.connectionString = textFrom(connection); });
+               [&](Report& report) { report.definition.data.connection = addressFrom(connection); });
 }
 
 tagQBDetailGrid* QBReportGetDetailGrid(tagQBReport* handle) {
@@ -77,5 +77,5 @@ void QBRecordsetSetQuerySQL(tagQBRecordset* handle, const lkchar* query) {
 
 void QBRecordsetSetConnectionString(tagQBRecordset* handle, const lkchar* connection) {
     withObject(__func__, handle,
-               [&](DataSource& recordset) { recordset.connectionString = textFrom(connection); });
+               [&](DataSource& recordset) { recordset.connection = addressFrom(connection); });
 }

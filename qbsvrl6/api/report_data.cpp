@@ -1,6 +1,9 @@
 #include "qbsvrl6/api/report_data.h"
 
+#include <optional>
+
 #include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -10,34 +13,37 @@ namespace qbsvrl6 {
 namespace {
 
 // The connection of a source: its own, or that of the report around it.
-std::u16string_view connectionOf(const DataSource& source, std::u16string_view outer) {
-    return source.connectionString.empty() ? outer : source.connectionString;
+const Address& connectionOf(const DataSource& source, const Address& outer) {
+    return source.connection.empty() ? outer : source.connection;
 }
 
 // The data of a source, or null where it names none.
 std::shared_ptr<const DataSet> dataOf(const ReportDefinition& report, const DataSource& source,
-                                      std::u16string_view connection, DataCache& cache) {
-    if (source.query.empty() && source.connectionString.empty()) return nullptr;
-    if (!connection.empty() && connection != u"xml") {
-        throw EngineError(ErrorCode::NotSupported, "the connection \"" + toUtf8(connection) +
-                                                       "\" is of no kind that this engine knows");
+                                      const Address& connection, DataCache& cache) {
+    if (source.query.empty() && source.connection.empty()) return nullptr;
+    const std::optional<ConnectionParts> parts = connectionParts(connection.name);
+    if (!connection.empty() && !parts) {
+        throw EngineError(ErrorCode::NotSupported,
+                          "the connection \"" + toUtf8(connection.name) +
+                              "\" is of no kind that this engine knows; there are " + knownConnections(),
+                          {{}, placeOf(connection, report)});
     }
     if (source.query.empty()) return nullptr;
     const std::string query = "the query \"" + shownAddress(source.query) + "\"";
     if (connection.empty()) {
-        logError(query + " is not read: neither it nor a report around it has the connection \"xml\"");
+        logError(query + " is not read: neither it nor a report around it has a connection, such as \"xml\"");
         return nullptr;
     }
     try {
-        return cache.get(source.query);
+        return cache.get(source.query, *parts);
     } catch (const EngineError& error) {
         throw EngineError(error.code(), query + ": " + error.what(), {{}, placeOf(source.query, report)});
     }
 }
 
-void collect(Report& report, std::u16string_view outerConnection, DataCache& cache, ReportData& data) {
+void collect(Report& report, const Address& outerConnection, DataCache& cache, ReportData& data) {
     ReportDefinition& definition = report.definition;
-    const std::u16string_view connection = connectionOf(definition.data, outerConnection);
+    const Address& connection = connectionOf(definition.data, outerConnection);
     const Runtime* runtime = findRuntime(report);
     const bool loaded = runtime != nullptr && runtime->loadedData;
     if (auto set = loaded ? runtime->loadedData : dataOf(definition, definition.data, connection, cache)) {

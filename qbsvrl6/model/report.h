@@ -156,8 +156,8 @@ struct Column {
 
 // Where rows come from. A text is empty if the template does not set it.
 struct DataSource {
-    std::u16string connectionString;  // "xml": the query is the address of a data file; empty: inherited
-    Address query;
+    Address connection;    // connection.h; a relative file in it starts at its folder; empty: inherited
+    Address query;         // or SQL, as the connection needs it
     std::u16string table;  // name of the table in the data; empty: the first
 };
 

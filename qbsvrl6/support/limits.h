@@ -28,7 +28,8 @@ inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kSortTerms = 64;
 inline constexpr std::size_t kGroupKeysWatched = 65'536;  // per level, for keys that occur in two groups
 inline constexpr std::size_t kDataColumns = 16'384;
-inline constexpr std::size_t kNestedTables = 1'000;  // within one table
+inline constexpr std::size_t kNestedTables = 1'000;       // within one table
+inline constexpr std::size_t kCsvFieldBytes = 64u << 20;  // in UTF-8
 inline constexpr std::size_t kChartSeries = 1'000;
 inline constexpr std::size_t kChartPoints = 100'000;           // or values, of all series of a chart
 inline constexpr std::size_t kLogBytes = 8u << 20;             // then the file becomes the old log
@@ -40,6 +41,10 @@ inline constexpr std::size_t kKnownWarnings = 1'000;  // per export; each is rep
 inline constexpr std::size_t kKeptMessages = 10'000;  // with a report, for its program
 inline constexpr int kFetchSeconds = 30;
 inline constexpr int kFetchRedirects = 5;
+inline constexpr int kQuerySeconds = 300;              // of one query of a database
+inline constexpr int kLockSeconds = 5;                 // for a database that somebody else writes to
+inline constexpr std::size_t kQueryRows = 50'000'000;  // of one query
+inline constexpr int kDatabaseValueBytes = 256 << 20;
 
 }  // namespace qbsvrl6::limits
 

@@ -9,26 +9,12 @@
 #include <utility>
 
 #include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/encodings.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
 namespace {
-
-struct KnownEncoding {
-    std::string_view name;  // in lower case
-    const char* converter;  // for iconv; null: UTF-8 or a part of it
-};
-
-// The encodings of simplified Chinese are all read as GB18030, which contains the older ones.
-constexpr std::array kEncodings = {
-    KnownEncoding{"utf-8", nullptr},         KnownEncoding{"utf8", nullptr},
-    KnownEncoding{"us-ascii", nullptr},      KnownEncoding{"gb18030", "GB18030"},
-    KnownEncoding{"gbk", "GB18030"},         KnownEncoding{"gb2312", "GB18030"},
-    KnownEncoding{"cp936", "GB18030"},       KnownEncoding{"windows-936", "GB18030"},
-    KnownEncoding{"big5", "BIG5"},           KnownEncoding{"iso-8859-1", "ISO-8859-1"},
-    KnownEncoding{"windows-1252", "CP1252"},
-};
 
 // The encoding that an XML declaration at the start names, in lower case; empty if it names none.
 std::string declaredEncoding(std::string_view bytes) {
@@ -113,9 +99,8 @@ void SourceText::readUtf16(std::string_view bytes, bool bigEndian) {
 void SourceText::readDeclared() {
     const std::string name = declaredEncoding(text_);
     if (name.empty()) return checkUtf8();
-    const auto known = std::find_if(kEncodings.begin(), kEncodings.end(),
-                                    [&](const KnownEncoding& encoding) { return encoding.name == name; });
-    if (known == kEncodings.end()) {
+    const Encoding* const known = findEncoding(name);
+    if (known == nullptr) {
         throw EngineError(ErrorCode::NotSupported, "the encoding \"" + name + "\" is not supported",
                           {origin_, {1, 1}});
     }

@@ -213,6 +213,8 @@ public:
         value.namedBy = NamedBy::Template;
         value.home = reading_.home;
     }
+    void connection(const char* name, Address& value, TextUse) { address(name, value); }
+    void query(const char* name, Address& value) { address(name, value); }
     void startingFolder(const char* name, Address& value, const std::u16string&) { address(name, value); }
 
     void styleReference(const char* name, std::u16string& value) {

@@ -138,14 +138,14 @@ void describeStyle(Element& element, StyleLike& style) {
     element.borders(style.borderLeft, style.borderTop, style.borderRight, style.borderBottom);
 }
 
-// Where rows come from. `connection` is `xml`, or empty to inherit that of the enclosing report. `query` is then
-// the address of the data; a relative one starts at the folder of the template, also in a copy that is saved
-// elsewhere. `table` names one table of the data; without it, the first is used. Names of
+// Where rows come from. `connection` is one of model/connection.h, or empty to inherit that of the enclosing report.
+// `query` is the address of a data file, or SQL. Relative files start at the folder of the template, also in a copy
+// that is saved elsewhere. `table` names one table of the data; without it, the first is used. Names of
 // tables are checked at export, when the data is there. `tableUse` distinguishes equal table names in messages.
 template <class Element, class SourceLike>
 void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) {
-    element.attribute("connection", source.connectionString, {}, TextCodec{});
-    element.address("query", source.query);
+    element.connection("connection", source.connection, tableUse);
+    element.query("query", source.query);
     element.tableName("table", source.table, tableUse);
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/utf.h"
@@ -20,11 +21,18 @@ const T& valueOf(const Owned<T>& item) {
     return *item;
 }
 
+// What all elements of a template share.
+struct Writing {
+    std::string& out;
+    Relocation relocation;
+    std::u16string connection;  // of the report that is being written
+};
+
 // One element being written: its start tag stays open until the first child.
 class WriteElement {
 public:
-    WriteElement(std::string& out, Relocation& relocation, int depth, const char* name, int reportDepth)
-        : out_(out), relocation_(relocation), depth_(depth), name_(name), reportDepth_(reportDepth) {
+    WriteElement(Writing& writing, int depth, const char* name, int reportDepth)
+        : writing_(writing), out_(writing.out), depth_(depth), name_(name), reportDepth_(reportDepth) {
         out_.append(2 * static_cast<std::size_t>(depth_), ' ');
         out_ += '<';
         out_ += name_;
@@ -47,11 +55,26 @@ public:
     }
 
     void address(const char* name, const Address& value) {
-        if (!value.empty()) write(name, toUtf8(relocation_.nameOf(value)));
+        if (!value.empty()) write(name, toUtf8(writing_.relocation.nameOf(value)));
+    }
+    void connection(const char* name, const Address& value, TextUse use) {
+        connection_ = value.empty() ? writing_.connection : value.name;
+        if (use == TextUse::ReportTable) writing_.connection = connection_;
+        if (value.empty()) return;
+        const std::optional<ConnectionParts> parts = connectionParts(value.name);
+        if (!parts || parts->kind != SourceKind::Sqlite) return write(name, toUtf8(value.name));
+        Address file = value;
+        file.name = parts->rest;
+        write(name, "sqlite:" + toUtf8(writing_.relocation.nameOf(file)));
+    }
+    void query(const char* name, const Address& value) {
+        const std::optional<ConnectionParts> parts = connectionParts(connection_);
+        if (!parts || !parts->readsSql()) return address(name, value);
+        if (!value.empty()) write(name, toUtf8(value.name));
     }
     void startingFolder(const char* name, const Address& value, const std::u16string& source) {
         if (!isRelative(source)) return;
-        const std::u16string folder = relocation_.nameOf(value);
+        const std::u16string folder = writing_.relocation.nameOf(value);
         if (!folder.empty()) write(name, toUtf8(folder));
     }
 
@@ -140,7 +163,7 @@ private:
     WriteElement begin(const char* name) {
         if (!hasContent_) out_ += ">\n";
         hasContent_ = true;
-        return {out_, relocation_, depth_ + 1, name, reportDepth_};
+        return {writing_, depth_ + 1, name, reportDepth_};
     }
 
     template <class Describe>
@@ -152,13 +175,14 @@ private:
 
     void writeControl(const Control& control, bool inCell);
 
+    Writing& writing_;
     std::string& out_;
-    Relocation& relocation_;
     int depth_;
     const char* name_;
     int reportDepth_;
     std::size_t bare_ = 0;  // the output's size after the element's name
     bool hasContent_ = false;
+    std::u16string connection_;  // of a source of data, its own or an inherited one
 };
 
 void WriteElement::end() {
@@ -239,7 +263,9 @@ void WriteElement::nestedReport(const char* name, const Owned<Report>& report) {
             throw EngineError(ErrorCode::LimitExceeded, "sub-reports are nested deeper than " +
                                                             std::to_string(limits::kSubReportDepth));
         }
+        const std::u16string outer = writing_.connection;
         describeReport(element, report->definition, ReportPlace::SubReport);
+        writing_.connection = outer;
     });
 }
 
@@ -247,8 +273,8 @@ void WriteElement::nestedReport(const char* name, const Owned<Report>& report) {
 
 std::string writeTemplate(const ReportDefinition& definition, const std::string& folder) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    Relocation relocation(folder);
-    WriteElement root(text, relocation, 0, "Report", 0);
+    Writing writing{text, Relocation(folder), {}};
+    WriteElement root(writing, 0, "Report", 0);
     root.required("version", kTemplateVersion, IntegerCodec{0, kTemplateVersion});
     describeReport(root, definition, ReportPlace::Root);
     root.end();
