@@ -128,7 +128,8 @@ QBSVR_API int QBXRowSetDate(QBXRow* row, uint64_t column,
 // ---- Parameters
 
 // Sets the value of a parameter for all exports of the report, until null removes it. It wins over the value in the
-// data, which wins over the default of the template. The text is read as the type that the template declares.
+// data, which wins over the default of the template, but not over one that an outer report passes to a
+// sub-report. It holds in sub-reports, too. The text is read as the type that the template declares.
 // Returns zero for a text that does not read as that type.
 QBSVR_API int QBXReportSetParameter(tagQBReport* report, const char* name, const char* value);
 

@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include "qbsvrl6/data/byte_source.h"
 #include "qbsvrl6/data/csv_reader.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/reach.h"
@@ -10,19 +9,21 @@
 
 namespace qbsvrl6 {
 
-namespace {
-
-DataSet readFrom(const Address& address, const ConnectionParts& source) {
-    if (source.kind == SourceKind::Csv) {
-        const CsvForm form = csvFormFrom(toUtf8(source.rest));
-        return readCsv(*openBytes(address), form);
+DataSet readSource(ByteSource& bytes, const ConnectionParts& source) {
+    switch (source.kind) {
+        case SourceKind::Csv:
+            return readCsv(bytes, csvFormFrom(toUtf8(source.rest)));
+        case SourceKind::JsonLines:
+            return readJsonLines(bytes);
+        default:
+            return readData(bytes);
     }
-    const std::unique_ptr<ByteSource> bytes = openBytes(address);
-    return source.kind == SourceKind::JsonLines ? readJsonLines(*bytes) : readData(*bytes);
 }
 
+namespace {
+
 std::shared_ptr<const DataSet> fetchData(const Address& address, const ConnectionParts& source) {
-    return std::make_shared<const DataSet>(readFrom(address, source));
+    return std::make_shared<const DataSet>(readSource(*openBytes(address), source));
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "qbsvrl6/data/byte_source.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/address.h"
@@ -16,6 +17,9 @@
 namespace qbsvrl6 {
 
 inline constexpr ConnectionParts kDocumentSource{SourceKind::Document, {}};
+
+// The data of a file, as its source reads it: not of a database. Raises EngineError.
+DataSet readSource(ByteSource& bytes, const ConnectionParts& source);
 
 class DataCache {
 public:

@@ -33,6 +33,7 @@ struct NamedSetting {
 constexpr NamedSetting kSettings[] = {
     {"reach.folders", [](Draft& draft, const std::string& value) { draft.reach.setFolders(value); }},
     {"reach.hosts", [](Draft& draft, const std::string& value) { draft.reach.setHosts(value); }},
+    {"reach.odbc", [](Draft& draft, const std::string& value) { draft.reach.setOdbc(switchFrom(value)); }},
     {"csv.defuse",
      [](Draft& draft, const std::string& value) { draft.settings.defuseFormulas = switchFrom(value); }},
     {"data.memory",

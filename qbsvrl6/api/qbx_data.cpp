@@ -4,19 +4,22 @@
 #include <cstddef>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "engine/qbsvr_more.h"
+#include "qbsvrl6/api/data_cache.h"
+#include "qbsvrl6/api/database_queries.h"
 #include "qbsvrl6/api/export.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/api/report_work.h"
 #include "qbsvrl6/bind/date_text.h"
 #include "qbsvrl6/data/byte_source.h"
-#include "qbsvrl6/data/load.h"
+#include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -66,20 +69,31 @@ bool setNumberOf(Table& table, std::size_t column, Value value) {
     return setNumber(table, column, {&digits[0], result.ptr});
 }
 
+ConnectionParts sourceOf(std::u16string_view connection) {
+    const bool isDocument = connection.empty() || connection == u"json";
+    const std::optional<ConnectionParts> parts = connectionParts(isDocument ? u"xml" : connection);
+    if (parts) return *parts;
+    throw EngineError(ErrorCode::NotSupported, "the connection \"" + toUtf8(connection) +
+                                                   "\" is unknown; there are " + knownConnections());
+}
+
 DataSet readDataOf(const std::string& kind, std::string bytes, const std::string& name) {
-    if (!kind.empty() && kind != "json" && kind != "xml") {
-        throw EngineError(ErrorCode::NotSupported,
-                          "the kind of data \"" + kind + "\" is unknown; there are: json, xml");
-    }
-    return readData(std::move(bytes), name);
+    const std::u16string connection = toUtf16(kind);
+    const ConnectionParts source = sourceOf(connection);
+    if (source.readsSql()) throw EngineError(ErrorCode::NotSupported, "a database is not read from memory");
+    return readSource(*bytesOf(std::move(bytes), name), source);
 }
 
 std::shared_ptr<const DataSet> loadFrom(Runtime& runtime, const std::string& connection,
                                         const std::string& query) {
-    if (!connection.empty() && connection != "xml") {
-        throw EngineError(ErrorCode::NotSupported, "the connection \"" + connection + "\" is unknown");
-    }
-    return runtime.dataCache.get({toUtf16(query), ""});
+    const Address named{toUtf16(connection), ""};
+    const ConnectionParts source = sourceOf(named.name);
+    if (!source.readsSql()) return runtime.dataCache.get({toUtf16(query), ""}, source);
+    DataSet set;
+    for (const auto& [name, value] : runtime.parameters) set.add({name, ValueType::Text, {}, false, value});
+    Databases databases;
+    return databases.query(named, source, toUtf16(query), {runtime.report.definition, {}, &set, nullptr})
+        .data;
 }
 
 void addRows(Runtime& runtime, Table&& table) {

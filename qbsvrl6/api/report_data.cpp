@@ -1,7 +1,12 @@
 #include "qbsvrl6/api/report_data.h"
 
+#include <map>
 #include <optional>
+#include <span>
+#include <string>
+#include <utility>
 
+#include "qbsvrl6/api/database_queries.h"
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/error.h"
@@ -17,46 +22,105 @@ const Address& connectionOf(const DataSource& source, const Address& outer) {
     return source.connection.empty() ? outer : source.connection;
 }
 
-// The data of a source, or null where it names none.
-std::shared_ptr<const DataSet> dataOf(const ReportDefinition& report, const DataSource& source,
-                                      const Address& connection, DataCache& cache) {
-    if (source.query.empty() && source.connection.empty()) return nullptr;
-    const std::optional<ConnectionParts> parts = connectionParts(connection.name);
-    if (!connection.empty() && !parts) {
-        throw EngineError(ErrorCode::NotSupported,
-                          "the connection \"" + toUtf8(connection.name) +
-                              "\" is of no kind that this engine knows; there are " + knownConnections(),
-                          {{}, placeOf(connection, report)});
+// What a program sends with a query that is a web address.
+Address requestOf(const DataSource& source) {
+    Address address = source.query;
+    const bool isPost = source.method == HttpMethod::Post || !source.body.empty();
+    if (!isPost && source.headers.empty()) return address;
+    auto request = std::make_shared<WebRequest>();
+    request->isPost = isPost;
+    for (const HttpHeader& header : source.headers) {
+        request->headers.emplace_back(toUtf8(header.name), toUtf8(header.value));
     }
-    if (source.query.empty()) return nullptr;
-    const std::string query = "the query \"" + shownAddress(source.query) + "\"";
-    if (connection.empty()) {
-        logError(query + " is not read: neither it nor a report around it has a connection, such as \"xml\"");
-        return nullptr;
-    }
-    try {
-        return cache.get(source.query, *parts);
-    } catch (const EngineError& error) {
-        throw EngineError(error.code(), query + ": " + error.what(), {{}, placeOf(source.query, report)});
-    }
+    request->body = toUtf8(source.body);
+    address.request = std::move(request);
+    return address;
 }
 
-void collect(Report& report, const Address& outerConnection, DataCache& cache, ReportData& data) {
-    ReportDefinition& definition = report.definition;
-    const Address& connection = connectionOf(definition.data, outerConnection);
-    const Runtime* runtime = findRuntime(report);
-    const bool loaded = runtime != nullptr && runtime->loadedData;
-    if (auto set = loaded ? runtime->loadedData : dataOf(definition, definition.data, connection, cache)) {
-        data.sets[&definition] = std::move(set);
+// The data of a report, then that of its sub-reports.
+class Collector {
+public:
+    Collector(DataCache& cache, ReportData& data) : cache_(cache), data_(data) {}
+
+    // What an enclosing report gives its sub-report.
+    struct Outer {
+        Address connection;
+        std::span<const SubReportParameter> passed;
+        std::map<std::u16string, std::u16string> set;  // parameters of the program
+        const DataSet* data = nullptr;
+    };
+
+    void collect(Report& report, const Outer& outer) {
+        ReportDefinition& definition = report.definition;
+        const Runtime* const runtime = findRuntime(report);
+        const std::shared_ptr<const DataSet> loaded = runtime == nullptr ? nullptr : runtime->loadedData;
+        Outer own{connectionOf(definition.data, outer.connection), {}, outer.set, outer.data};
+        if (runtime != nullptr) {
+            for (const auto& [name, value] : runtime->parameters) own.set.insert_or_assign(name, value);
+        }
+        ParameterSources sources{definition, outer.passed, setParameters(definition, own.set), outer.data};
+        if (auto set = loaded ? loaded : dataOf(definition.data, own.connection, sources)) {
+            own.data = sources.data = set.get();
+            data_.sets[&definition] = std::move(set);
+        }
+        if (definition.grid && !loaded) {
+            const DataSource& recordset = definition.grid->recordset;
+            if (auto set = dataOf(recordset, connectionOf(recordset, own.connection), sources)) {
+                if (sources.data == nullptr) sources.data = set.get();
+                data_.gridSets[definition.grid.get()] = std::move(set);
+            }
+        }
+        checkParameters(sources);
+        forEachSubReport(definition, [&](Control& control, Report& inner) {
+            own.passed = std::get<SubReportContent>(control.content).parameters;
+            collect(inner, own);
+        });
     }
-    if (definition.grid && !loaded) {
-        const DataSource& recordset = definition.grid->recordset;
-        if (auto set = dataOf(definition, recordset, connectionOf(recordset, connection), cache)) {
-            data.gridSets[definition.grid.get()] = std::move(set);
+
+private:
+    const DataSet* setParameters(const ReportDefinition& report,
+                                 const std::map<std::u16string, std::u16string>& values) {
+        if (values.empty()) return nullptr;
+        auto set = std::make_shared<DataSet>();
+        for (const auto& [name, value] : values) set->add({name, ValueType::Text, {}, false, value});
+        return (data_.setParameters[&report] = std::move(set)).get();
+    }
+
+    // Null where the source names no data.
+    std::shared_ptr<const DataSet> dataOf(const DataSource& source, const Address& connection,
+                                          const ParameterSources& sources) {
+        const ReportDefinition& report = sources.report;
+        if (source.query.empty() && source.connection.empty()) return nullptr;
+        const std::optional<ConnectionParts> parts = connectionParts(connection.name);
+        if (!connection.empty() && !parts) {
+            throw EngineError(ErrorCode::NotSupported,
+                              "the connection \"" + toUtf8(connection.name) +
+                                  "\" is of no kind that this engine knows; there are " + knownConnections(),
+                              {{}, placeOf(connection, report)});
+        }
+        if (source.query.empty()) return nullptr;
+        const std::string shown = parts && parts->readsSql()
+                                      ? shownQuery(connection, *parts, source.query.name)
+                                      : "the query \"" + shownAddress(source.query) + "\"";
+        if (connection.empty()) {
+            logError(shown +
+                     " is not read: neither it nor a report around it has a connection, such as \"xml\"");
+            return nullptr;
+        }
+        try {
+            if (!parts->readsSql()) return cache_.get(requestOf(source), *parts);
+            QueriedData queried = databases_.query(connection, *parts, source.query.name, sources);
+            if (queried.perRow) data_.rowQueries[&report].push_back(std::move(queried.perRow));
+            return std::move(queried.data);
+        } catch (const EngineError& error) {
+            throw EngineError(error.code(), shown + ": " + error.what(), {{}, placeOf(source.query, report)});
         }
     }
-    forEachSubReport(definition, [&](Control&, Report& inner) { collect(inner, connection, cache, data); });
-}
+
+    DataCache& cache_;
+    ReportData& data_;
+    Databases databases_;
+};
 
 bool isEmpty(const ReportDefinition& report) {
     return !report.grid && !report.pageHeader && !report.pageFooter && report.reportHeaders.empty() &&
@@ -103,7 +167,7 @@ TextPosition placeOf(const Address& address, const ReportDefinition& report) {
 ReportData collectData(Report& report) {
     ReportData data;
     Runtime& runtime = runtimeOf(report);
-    collect(report, {}, runtime.dataCache, data);
+    Collector(runtime.dataCache, data).collect(report, {});
     logIfWithoutContents(report.definition, runtime, data);
     return data;
 }

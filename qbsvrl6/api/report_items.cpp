@@ -35,6 +35,7 @@ std::vector<ReportItem> parametersOf(const Runtime& runtime) {
         item.name = toUtf8(parameter.name);
         item.type = typeName(parameter.type);
         item.value = toUtf8(parameter.value);
+        item.isRequired = parameter.required;
         items.push_back(std::move(item));
         known.insert(lowerCase(parameter.name));
     }

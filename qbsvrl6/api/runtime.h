@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -120,8 +121,9 @@ struct Runtime : ReportRuntime {
     std::vector<ReportItem> items;  // of the last list that the program asked for
     int itemKind = 0;               // a QBXItemKind; 0: none
 
-    std::shared_ptr<DataSet> ownRows;           // of QBXReportLoadRows; it may be loadedData
-    std::shared_ptr<const DataSet> loadedData;  // of QBReportLoadDataFromURL
+    std::shared_ptr<DataSet> ownRows;                     // of QBXReportLoadRows; it may be loadedData
+    std::shared_ptr<const DataSet> loadedData;            // of QBReportLoadDataFromURL
+    std::map<std::u16string, std::u16string> parameters;  // that the program has set, by name in lower case
     DataCache dataCache;
 
     // Texts returned to the caller.

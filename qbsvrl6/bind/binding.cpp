@@ -107,14 +107,15 @@ void Binding::addPassed() {
     }
 }
 
-// The data's value replaces the default of a declared parameter.
+// A value of the program replaces that of the data, which replaces the default of a declared parameter.
 std::optional<std::size_t> Binding::findParameter(std::u16string_view name) {
     std::u16string key = lowerCase(name);
     const auto known = parameterIndex_.find(key);
     if (known != parameterIndex_.end()) return known->second;
     const auto declared = declared_->parameters.find(key);
     const Parameter* const own = declared == declared_->parameters.end() ? nullptr : declared->second;
-    const DataParameter* const read = sources_.data == nullptr ? nullptr : sources_.data->parameter(name);
+    const DataParameter* read = sources_.set == nullptr ? nullptr : sources_.set->parameter(name);
+    if (read == nullptr && sources_.data != nullptr) read = sources_.data->parameter(name);
     if (own == nullptr && read == nullptr) return std::nullopt;
     BoundParameter parameter;
     parameter.name = own != nullptr ? own->name : read->name;

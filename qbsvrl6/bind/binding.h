@@ -27,6 +27,7 @@ struct DataSources {
     const DataSet* data = nullptr;  // its parameters
     const Table* rows = nullptr;    // the rows that are walked
     const Table* head = nullptr;    // a table whose first row can be read in all sections
+    const DataSet* set = nullptr;   // parameters that the program has set
 };
 
 // A value that owns its text.

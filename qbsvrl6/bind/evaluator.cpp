@@ -68,9 +68,10 @@ bool compares(Operation operation, int order) {
 
 }  // namespace
 
-Evaluator::Evaluator(const Binding& binding, const WalkedRows& rows, std::span<const OwnedValue> passed,
-                     std::int64_t now)
+Evaluator::Evaluator(const Binding& binding, const Tables& tables, const WalkedRows& rows,
+                     std::span<const OwnedValue> passed, std::int64_t now)
     : binding_(binding),
+      tables_(tables),
       rows_(rows),
       now_(now),
       memos_(binding.calculatedCount()),
@@ -306,13 +307,13 @@ Value Evaluator::readSource(const BoundName& name, const Position& position) {
     switch (name.kind) {
         case NameKind::Column:
             if (position.row >= rows_.count()) return {};
-            return readTable(*binding_.sources().rows, rows_.tableRow(position.row), name.index);
+            return readTable(*tables_.rows, rows_.tableRow(position.row), name.index);
         case NameKind::Related: {
             const TableRow around = rowAround(name.table, position);
             return around.table == nullptr ? Value() : readTable(*around.table, around.row, name.index);
         }
         case NameKind::HeadColumn:
-            return readTable(*binding_.sources().head, 0, name.index);
+            return readTable(*tables_.head, 0, name.index);
         case NameKind::Parameter:
             return parameters_[name.index].get();
         default:

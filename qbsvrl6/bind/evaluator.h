@@ -29,11 +29,17 @@ struct EvaluatedText {
 // results of calculated fields are valid within one evaluation, for one row and scope.
 class Evaluator {
 public:
+    // The tables that are read in place of those of the binding; may be null.
+    struct Tables {
+        const Table* rows;
+        const Table* head;
+    };
+
     // `passed` holds a value for each parameter that the outer report passes. `now` is the wall-clock time in
     // seconds. `binding` and `rows` outlive the evaluator, which accepts only expressions that the binding
     // has already compiled.
-    Evaluator(const Binding& binding, const WalkedRows& rows, std::span<const OwnedValue> passed,
-              std::int64_t now);
+    Evaluator(const Binding& binding, const Tables& tables, const WalkedRows& rows,
+              std::span<const OwnedValue> passed, std::int64_t now);
 
     // The value's text lives until the next evaluation.
     Value evaluate(const Expression& expression, const Position& position);
@@ -80,6 +86,7 @@ private:
     void binary(const Expression& expression, Operation operation, const Position& position);
 
     const Binding& binding_;
+    const Tables tables_;
     const WalkedRows& rows_;
     std::int64_t now_;
     std::vector<OwnedValue> parameters_;

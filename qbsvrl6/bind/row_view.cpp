@@ -27,8 +27,12 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
     : RowView(binding, passed, now, allRows(binding.sources().rows)) {}
 
 RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now,
-                 WalkedRows rows)
-    : binding_(binding), rows_(std::move(rows)), evaluator_(binding, rows_, passed, now) {
+                 WalkedRows rows, RowTables tables)
+    : binding_(binding),
+      tables_(std::move(tables)),
+      table_(tables_.tableFor(binding.sources().rows)),
+      rows_(table_ == binding.sources().rows ? std::move(rows) : allRows(table_)),
+      evaluator_(binding, {table_, tables_.tableFor(binding.sources().head)}, rows_, passed, now) {
     applyFilter();
     sort();
     if (!binding.groups().empty()) GroupFinder(binding, rows_, evaluator_).find();
@@ -37,7 +41,8 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
 // While the filter runs, all rows are walked: its aggregates, if any, cover all of them.
 void RowView::applyFilter() {
     if (!binding_.filter()) return;
-    const FilterIndex* const index = rows_.isListed() ? nullptr : binding_.filterIndex();
+    const bool isIndexed = !rows_.isListed() && table_ == binding_.sources().rows;
+    const FilterIndex* const index = isIndexed ? binding_.filterIndex() : nullptr;
     const std::vector<std::uint32_t>* const candidates =
         index == nullptr ? nullptr : index->candidates(evaluator_.read(index->parameter(), {}));
     std::vector<std::uint32_t> kept;

@@ -13,6 +13,7 @@
 #include "qbsvrl6/bind/evaluator.h"
 #include "qbsvrl6/bind/position.h"
 #include "qbsvrl6/bind/walked_rows.h"
+#include "qbsvrl6/data/row_query.h"
 
 namespace qbsvrl6 {
 
@@ -24,8 +25,10 @@ public:
     // the view, which accepts only expressions that the binding has already compiled. Raises
     // EngineError(LimitExceeded) for tables of more than 4 billion rows.
     RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now);
-    // Walks these rows of the binding's table only.
-    RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now, WalkedRows rows);
+    // Walks these rows of the binding's table only. If that table is one of `tables`, walks all rows of the one
+    // that is in its place.
+    RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now, WalkedRows rows,
+            RowTables tables = {});
     RowView(const RowView&) = delete;
     RowView& operator=(const RowView&) = delete;
 
@@ -51,6 +54,7 @@ public:
         if (position.row >= rows_.count()) return std::nullopt;
         return rows_.tableRow(position.row);
     }
+    const RowTables& tables() const { return tables_; }
     // The values that the outer report has passed.
     std::vector<OwnedValue> passed() const;
 
@@ -74,6 +78,8 @@ private:
     void sort();
 
     const Binding& binding_;
+    const RowTables tables_;
+    const Table* const table_;  // of the rows; may be null
     WalkedRows rows_;
     Evaluator evaluator_;  // refers to rows_
 };

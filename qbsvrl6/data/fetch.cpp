@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "qbsvrl6/data/load.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
@@ -51,6 +52,8 @@ struct Curl {
     QBSVR_LAZY_FUNCTION(library, curl_url_get);
     QBSVR_LAZY_FUNCTION(library, curl_url_cleanup);
     QBSVR_LAZY_FUNCTION(library, curl_free);
+    QBSVR_LAZY_FUNCTION(library, curl_slist_append);
+    QBSVR_LAZY_FUNCTION(library, curl_slist_free_all);
 
     Curl() {
         const auto init = library.function<decltype(curl_global_init)>("curl_global_init");
@@ -62,6 +65,22 @@ struct Curl {
         return curl;
     }
 };
+
+// "https://host:port" of a URL.
+std::string_view originOf(std::string_view url) {
+    return url.substr(0, url.find_first_of("/?#", url.find("://") + 3));
+}
+
+// A header of one line; not one that the protocol itself needs to be right.
+bool isHeader(std::string_view name, std::string_view value) {
+    const auto isPartOfName = [](char c) { return isLatinLetter(c) || isDigit(c) || c == '-' || c == '_'; };
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 && c != '\t'; };
+    for (const std::u16string_view own : {u"Host", u"Content-Length", u"Transfer-Encoding", u"Connection"}) {
+        if (equalsIgnoringCase(toUtf16(name), own)) return false;
+    }
+    return std::all_of(name.begin(), name.end(), isPartOfName) &&
+           std::none_of(value.begin(), value.end(), isControl);
+}
 
 [[noreturn]] void failTooLarge(std::uint64_t maxBytes, const std::string& name) {
     throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes", {name});
@@ -83,9 +102,12 @@ public:
           url_(toUtf8(address.name)),
           easy_(curl_.curl_easy_init(), curl_.curl_easy_cleanup),
           multi_(curl_.curl_multi_init(), curl_.curl_multi_cleanup),
-          parsedUrl_(curl_.curl_url(), curl_.curl_url_cleanup) {
+          parsedUrl_(curl_.curl_url(), curl_.curl_url_cleanup),
+          request_(address.request),
+          headers_(nullptr, curl_.curl_slist_free_all) {
         if (!easy_ || !multi_ || !parsedUrl_) throw std::bad_alloc();
         setOptions();
+        if (request_) setRequest();
     }
 
     Spool run() {
@@ -98,6 +120,10 @@ public:
             if (next == nullptr) break;
             if (redirects == limits::kFetchRedirects) {
                 fail("Maximum (" + std::to_string(limits::kFetchRedirects) + ") redirects followed");
+            }
+            // Headers may hold a secret that is only for the server that the template names.
+            if (request_ && (request_->isPost || originOf(url_) != originOf(next))) {
+                fail("the server redirects a request that is for it alone");
             }
             url_ = next;
             if (!isWebAddress(toUtf16(url_))) fail("the server redirects to neither http nor https");
@@ -141,6 +167,24 @@ private:
         set(CURLOPT_PROXY, "");
         set(CURLOPT_OPENSOCKETFUNCTION, &Download::openSocket);
         set(CURLOPT_OPENSOCKETDATA, static_cast<void*>(this));
+    }
+
+    void setRequest() {
+        for (const auto& [name, value] : request_->headers) {
+            if (!isHeader(name, value)) {
+                fail("\"" + name + "\" is not a header that can be set", ErrorCode::NotSupported);
+            }
+            const std::string line = name + (value.empty() ? ";" : ": " + value);
+            curl_slist* const longer = curl_.curl_slist_append(headers_.get(), line.c_str());
+            if (longer == nullptr) throw std::bad_alloc();
+            static_cast<void>(headers_.release());  // it is the start of the longer one
+            headers_.reset(longer);
+        }
+        set(CURLOPT_HTTPHEADER, headers_.get());
+        if (!request_->isPost) return;
+        set(CURLOPT_POST, 1L);
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_->body.size()));
+        set(CURLOPT_POSTFIELDS, request_->body.c_str());
     }
 
     // Makes the address the next one to ask; the result is its host.
@@ -239,6 +283,8 @@ private:
     std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy_;
     std::unique_ptr<CURLM, decltype(&curl_multi_cleanup)> multi_;
     std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsedUrl_;
+    std::shared_ptr<const WebRequest> request_;  // null: a plain one
+    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers_;
     Spool body_;
     char cause_[CURL_ERROR_SIZE] = "";
     bool isTooLarge_ = false;

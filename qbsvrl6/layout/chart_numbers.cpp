@@ -12,7 +12,7 @@ std::shared_ptr<const ChartData> ChartNumbers::of(PlannedChart& chart, const Pos
     if (known.data && known.rows == rows) return known.data;
     known.rows = rows;
     if (chart.table) {
-        RowView view(*chart.table, view_.passed(), now_, view_.rowsInside(table, position));
+        RowView view(*chart.table, view_.passed(), now_, view_.rowsInside(table, position), view_.tables());
         known.data = std::make_shared<ChartData>(chart.query->evaluate(view, {0, view.rowCount()}, name));
     } else {
         known.data = std::make_shared<ChartData>(chart.query->evaluate(view_, rows, name));

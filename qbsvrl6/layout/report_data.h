@@ -4,7 +4,9 @@
 
 #include <map>
 #include <memory>
+#include <vector>
 
+#include "qbsvrl6/data/row_query.h"
 #include "qbsvrl6/data/table.h"
 #include "qbsvrl6/model/report.h"
 
@@ -16,6 +18,11 @@ struct ReportData {
     std::map<const ReportDefinition*, std::shared_ptr<const DataSet>> sets;
     // The record sets of grids that have their own.
     std::map<const DetailGrid*, std::shared_ptr<const DataSet>> gridSets;
+    // The queries of sub-reports that run for each row of the outer report. Until then, `sets` and `gridSets`
+    // have their columns without rows.
+    std::map<const ReportDefinition*, std::vector<std::shared_ptr<RowQuery>>> rowQueries;
+    // The parameters that programs set. They win over all others but those that an outer report passes.
+    std::map<const ReportDefinition*, std::shared_ptr<const DataSet>> setParameters;
 };
 
 }  // namespace qbsvrl6

@@ -78,6 +78,7 @@ private:
     DataSources dataSources() {
         DataSources sources;
         sources.data = data_;
+        sources.set = found<DataSet>(source_.data.setParameters, &report_, nullptr);
         const Table* const reportTable = tableOf(data_, report_.data.table, TextUse::ReportTable);
         sources.rows = reportTable;
         if (!report_.grid) return sources;
@@ -322,6 +323,8 @@ private:
         for (const SubReportParameter& parameter : content.parameters) {
             planned.arguments.push_back(plan_->binding->compile(parameter.expression));
         }
+        const auto queries = source_.data.rowQueries.find(&content.report->definition);
+        if (queries != source_.data.rowQueries.end()) planned.queries = queries->second;
         const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
         planned.plan = Planner(content.report->definition, source_, site.left + box.x, depth_ + 1)
                            .plan(width, plan_->binding->sources().data, content.parameters);

@@ -65,6 +65,7 @@ struct PlannedChart {
 struct PlannedSubReport {
     std::unique_ptr<ReportPlan> plan;   // null: nested deeper than limits::kSubReportDepth
     std::vector<Expression> arguments;  // in the scope of the parent, in the order of the parameters
+    std::vector<std::shared_ptr<RowQuery>> queries;  // run for each instance
 };
 
 // When the value of a condition is known.

@@ -155,10 +155,20 @@ struct Column {
 };
 
 // Where rows come from. A text is empty if the template does not set it.
+enum class HttpMethod { Get, Post };
+
+struct HttpHeader {
+    std::u16string name, value;
+};
+
 struct DataSource {
     Address connection;    // connection.h; a relative file in it starts at its folder; empty: inherited
     Address query;         // or SQL, as the connection needs it
     std::u16string table;  // name of the table in the data; empty: the first
+    // Of a query that is a web address. A body is posted.
+    HttpMethod method = HttpMethod::Get;
+    std::vector<HttpHeader> headers;
+    std::u16string body;
 };
 
 // The numbers are those of tagQBColumnPrintAdaptMethod.
@@ -202,7 +212,8 @@ struct Field {
 struct Parameter {
     std::u16string name;
     DataType type = DataType::Text;
-    std::u16string value;  // default
+    std::u16string value;   // default
+    bool required = false;  // an export without a value from the program or the data fails
 };
 
 struct PageSetup {

@@ -4,19 +4,30 @@
 #define QBSVR_QBSVRL6_SUPPORT_ADDRESS_H
 
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace qbsvrl6 {
 
 // reach.h decides which addresses are allowed.
 enum class NamedBy { Program, Template, Data };
 
+// What a web server is sent besides the address.
+struct WebRequest {
+    bool isPost = false;
+    std::vector<std::pair<std::string, std::string>> headers;  // names and values
+    std::string body;
+};
+
 struct Address {
     std::u16string name;  // as given: a path, or a file:, http: or https: URL; empty: none
     std::string folder;   // of a relative path (UTF-8, ending in "/"); empty: the working directory
     NamedBy namedBy = NamedBy::Program;
     std::string home = {};  // the folder of the template that contains the name; empty: none
+    std::shared_ptr<const WebRequest> request = {};  // null: a plain one
 
     bool empty() const { return name.empty(); }
 };

@@ -50,6 +50,11 @@ public:
     bool allowsHost(std::string_view host) const;
     bool allowsAddress(const sockaddr& address) const;
     bool allowsAnyHost() const { return anyHost_; }
+
+    // Whether templates may name ODBC connections. By default, they may not: what a driver reaches is beyond
+    // these rules.
+    void setOdbc(bool allowed) { odbc_ = allowed; }
+    bool allowsOdbc() const { return odbc_; }
     // The rule that a rejected host violates, for messages.
     std::string hostRule() const;
 
@@ -64,6 +69,7 @@ private:
     bool publicHosts_ = true;
     std::vector<std::string> hosts_;  // in lower case; ".example": every host of this domain
     std::vector<IpNetwork> networks_;
+    bool odbc_ = false;
 };
 
 // The rules for the current work on a report. They are stored per thread; the innermost object applies.

@@ -215,6 +215,15 @@ public:
     }
     void connection(const char* name, Address& value, TextUse) { address(name, value); }
     void query(const char* name, Address& value) { address(name, value); }
+    void queryText(const char* name, Address& value) {
+        const pugi::xml_node found = node_.child(name);
+        std::u16string inner;
+        text(name, inner);
+        if (inner.empty()) return;
+        if (!value.empty()) return ReadElement(reading_, found).addError("a query is given twice");
+        reading_.addText(inner, TextUse::Address, offsetOf(reading_.source.text(), found));
+        value.name = std::move(inner);
+    }
     void startingFolder(const char* name, Address& value, const std::u16string&) { address(name, value); }
 
     void styleReference(const char* name, std::u16string& value) {
@@ -291,6 +300,8 @@ public:
     }
 
     void bytes(const char* name, std::string& value);
+    // A text without the white space around it.
+    void text(const char* name, std::u16string& value);
     // Rejects children that only the outermost report may have.
     void refuseChildren(std::initializer_list<const char*> names, const char* why) {
         for (const char* const name : names) {
@@ -444,6 +455,17 @@ void ReadElement::bytes(const char* name, std::string& value) {
         } catch (const ValueError& error) {
             element.addError(tag(name) + ": " + error.what());
         }
+    });
+}
+
+void ReadElement::text(const char* name, std::u16string& value) {
+    child(name, [&](ReadElement& element) {
+        element.text_ = true;
+        std::string whole;
+        for (const pugi::xml_node part : element.node_.children()) {
+            if (part.type() == pugi::node_pcdata || part.type() == pugi::node_cdata) whole += part.value();
+        }
+        value = trimmed(toUtf16(whole));
     });
 }
 

@@ -43,6 +43,8 @@ inline constexpr std::array<Word<Size>, 6> kPaperSizes = {{{"A3", {297'000, 420'
                                                            {"Legal", {215'900, 355'600}}}};
 // Whether width and height of the size are exchanged.
 inline constexpr std::array<Word<bool>, 2> kOrientations = {{{"portrait", false}, {"landscape", true}}};
+inline constexpr std::array<Word<HttpMethod>, 2> kHttpMethods = {
+    {{"GET", HttpMethod::Get}, {"POST", HttpMethod::Post}}};
 // The types of fields and parameters. Their values are converted to it when they are read.
 inline constexpr std::array<Word<DataType>, 4> kDataTypes = {{{"text", DataType::Text},
                                                               {"number", DataType::Number},
@@ -140,13 +142,21 @@ void describeStyle(Element& element, StyleLike& style) {
 
 // Where rows come from. `connection` is one of model/connection.h, or empty to inherit that of the enclosing report.
 // `query` is the address of a data file, or SQL. Relative files start at the folder of the template, also in a copy
-// that is saved elsewhere. `table` names one table of the data; without it, the first is used. Names of
+// that is saved elsewhere. <Query> is the same for texts of several lines. `method`, <Header> and <Body> belong to a
+// query that is a web address; a body is posted. `table` names one table of the data; without it, the first is used. Names of
 // tables are checked at export, when the data is there. `tableUse` distinguishes equal table names in messages.
 template <class Element, class SourceLike>
 void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) {
     element.connection("connection", source.connection, tableUse);
     element.query("query", source.query);
     element.tableName("table", source.table, tableUse);
+    element.attribute("method", source.method, HttpMethod::Get, WordCodec<HttpMethod>{kHttpMethods});
+    element.queryText("Query", source.query);
+    element.list("Header", source.headers, [](auto& child, auto& header) {
+        child.required("name", header.name, TextCodec{});
+        child.attribute("value", header.value, {}, TextCodec{});
+    });
+    element.text("Body", source.body);
 }
 
 // The content of each type of control. Its attributes share one element with those of the style and of the
@@ -504,6 +514,7 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
             child.required("name", parameter.name, TextCodec{});
             child.attribute("type", parameter.type, DataType::Text, WordCodec<DataType>{kDataTypes});
             child.attribute("value", parameter.value, {}, TextCodec{});
+            child.attribute("required", parameter.required, false, SwitchCodec{});
         });
     });
     element.child("Fields", [&](auto& fields) {

@@ -67,10 +67,15 @@ public:
         file.name = parts->rest;
         write(name, "sqlite:" + toUtf8(writing_.relocation.nameOf(file)));
     }
+    // SQL of several lines is an element, where they remain lines.
     void query(const char* name, const Address& value) {
         const std::optional<ConnectionParts> parts = connectionParts(connection_);
         if (!parts || !parts->readsSql()) return address(name, value);
-        if (!value.empty()) write(name, toUtf8(value.name));
+        if (!value.empty() && !hasLines(value)) write(name, toUtf8(value.name));
+    }
+    void queryText(const char* name, const Address& value) {
+        const std::optional<ConnectionParts> parts = connectionParts(connection_);
+        if (parts && parts->readsSql() && hasLines(value)) text(name, value.name);
     }
     void startingFolder(const char* name, const Address& value, const std::u16string& source) {
         if (!isRelative(source)) return;
@@ -143,6 +148,7 @@ public:
     void refuse(bool, const char*) {}
 
     void bytes(const char* name, const std::string& value);
+    void text(const char* name, const std::u16string& value);
     void controls(const ControlList& list);
     void cell(const char* name, const Control& control);
     void nestedReport(const char* name, const Owned<Report>& report);
@@ -152,6 +158,8 @@ public:
     void end();
 
 private:
+    static bool hasLines(const Address& query) { return query.name.find(u'\n') != std::u16string::npos; }
+
     void write(const char* name, std::string_view value) {
         out_ += ' ';
         out_ += name;
@@ -222,6 +230,16 @@ void WriteElement::bytes(const char* name, const std::string& value) {
     begin(name);
     out_ += '>';
     out_ += writeBase64(value);
+    out_ += "</";
+    out_ += name;
+    out_ += ">\n";
+}
+
+void WriteElement::text(const char* name, const std::u16string& value) {
+    if (value.empty()) return;
+    begin(name);
+    out_ += '>';
+    appendXmlText(out_, value);
     out_ += "</";
     out_ += name;
     out_ += ">\n";

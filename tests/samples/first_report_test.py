@@ -42,6 +42,10 @@ with tempfile.TemporaryDirectory() as name:
     assert all(total in pages[1] for total in totals) and "Sales by city" not in pages[1], pages[1]
     assert "Sales by city" in pages[2] and "Page 1 of 1" in pages[2], pages[2]
 
+    assert all(total in text_of(folder / "from-csv.pdf") for total in totals)
+    oslo = text_of(folder / "from-database.pdf")
+    assert "Salmon" in oslo and "Ham" not in oslo and f"{sum(amounts['Oslo']):,.2f}" in oslo, oslo
+
     for kind, signature in SIGNATURES.items():
         assert (folder / f"kinds.{kind}").read_bytes().startswith(signature), kind
     assert (folder / "out/auto/htm/sales.htm").stat().st_size > 1000

@@ -20,6 +20,8 @@ inline std::string describe(const Value& value) {
             return value.boolean ? "yes" : "no";
         case ValueType::Number:
             return "#" + toUtf8(value.text);
+        case ValueType::Date:
+            return "@" + toUtf8(value.text);
         default:
             return toUtf8(value.text);
     }

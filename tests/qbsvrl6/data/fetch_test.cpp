@@ -11,6 +11,8 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/budget.h"
@@ -89,8 +91,10 @@ private:
             std::string request(4096, '\0');
             const ssize_t length = ::recv(client, request.data(), request.size(), 0);
             request.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-            const std::string path = request.substr(4, request.find(' ', 4) - 4);
-            const std::string answer = answerTo(path);
+            const std::size_t start = request.find('/');
+            const std::string path = request.substr(start, request.find(' ', start) - start);
+            std::string answer = answerTo(path);
+            if (path == "/echo") answer += request;
             if (path == "/silent") {
                 asked_ = true;
                 ::recv(client, request.data(), request.size(), 0);  // until the client gives up
@@ -101,6 +105,7 @@ private:
     }
     static std::string answerTo(const std::string& path) {
         const std::string end = "Connection: close\r\n\r\n";
+        if (path == "/echo") return "HTTP/1.1 200 OK\r\n" + end;
         if (path == "/data") return "HTTP/1.1 200 OK\r\n" + end + "hello";
         if (path == "/moved") return "HTTP/1.1 302 Found\r\nLocation: /data\r\n" + end;
         if (path == "/loop") return "HTTP/1.1 302 Found\r\nLocation: /loop\r\n" + end;
@@ -145,6 +150,40 @@ TEST(FetchUrl, FollowsOnlyTheWeb) {
         EXPECT_NE(result.find(one.expected), std::string::npos) << one.path << ": " << result;
     }
     EXPECT_THROW(fetch({u"http://127.0.0.1:1/", ""}, 5), EngineError);
+}
+
+TEST(FetchUrl, SendsHeadersAndABody) {
+    Server server;
+    const struct {
+        const char* path;
+        WebRequest request;
+        std::vector<const char*> expected;
+    } cases[] = {
+        {"/echo", {false, {{"X-Key", "a b"}, {"Empty", ""}}, ""}, {"GET /echo", "X-Key: a b\r\n", "Empty:"}},
+        {"/echo",
+         {true, {{"Content-Type", "text/x"}}, "{\"年\":1}"},
+         {"POST /echo", "text/x", "\r\n\r\n{\"年\":1}"}},
+        {"/echo", {true, {}, ""}, {"POST /echo", "Content-Length: 0"}},
+        {"/moved", {false, {{"X-Key", "1"}}, ""}, {"hello"}},
+        {"/moved", {true, {}, "x"}, {"redirects a request that is for it alone"}},
+        {"/away", {false, {{"X-Key", "1"}}, ""}, {"redirects a request that is for it alone"}},
+        {"/echo", {false, {{"A", "b\r\nC: d"}}, ""}, {"\"A\" is not a header that can be set"}},
+        {"/echo", {false, {{"A: b\r\nC", "d"}}, ""}, {"is not a header that can be set"}},
+        {"/echo", {false, {{"hOST", "d"}}, ""}, {"\"hOST\" is not a header that can be set"}},
+    };
+    for (const auto& one : cases) {
+        Address address{toUtf16("http://" + server.host() + one.path), ""};
+        address.request = std::make_shared<const WebRequest>(one.request);
+        std::string result;
+        try {
+            result = fetch(address, 5000);
+        } catch (const EngineError& error) {
+            result = error.what();
+        }
+        for (const char* const part : one.expected) {
+            EXPECT_NE(result.find(part), std::string::npos) << part << " in " << result;
+        }
+    }
 }
 
 // A name in data, and a part of the resulting message or content.

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
@@ -157,9 +158,15 @@ std::vector<std::string> namedFiles(const ReportDefinition& report) {
     const auto addNamed = [&](const Address& address) {
         if (!address.empty()) add(localPath(address));
     };
-    addNamed(report.data.query);
+    const auto addSource = [&](const DataSource& source) {
+        const auto parts = connectionParts(source.connection.name);
+        Address file = parts && parts->readsSql() ? source.connection : source.query;
+        if (parts && parts->readsSql()) file.name = parts->rest;
+        addNamed(file);
+    };
+    addSource(report.data);
     addNamed(report.backgroundPicture);
-    if (report.grid) addNamed(report.grid->recordset.query);
+    if (report.grid) addSource(report.grid->recordset);
     for (const Control* control : allControls(const_cast<ReportDefinition&>(report))) {
         if (const auto* inner = std::get_if<SubReportContent>(&control->content)) {
             for (const std::string& file : namedFiles(inner->report->definition)) files.push_back(file);
