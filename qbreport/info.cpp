@@ -1,0 +1,110 @@
+// qbreport info: what a template reads and uses.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "qbreport/commands.h"
+#include "qbreport/console.h"
+#include "qbreport/report.h"
+
+namespace qbreport {
+
+namespace {
+
+// A row of texts per item; the columns are aligned.
+using Rows = std::vector<std::vector<std::string>>;
+
+// In characters; a wide character counts as one.
+std::size_t widthOf(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string tableOf(const std::string& title, const Rows& rows) {
+    std::vector<std::size_t> widths;
+    for (const auto& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], widthOf(row[i]));
+    }
+    std::string text = title + "\n";
+    for (const auto& row : rows) {
+        std::string line = " ";
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            line += " " + row[i] + std::string(widths[i] - widthOf(row[i]) + 1, ' ');
+        }
+        text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+    }
+    return text;
+}
+
+std::string times(const Item& item) { return item.count == 1 ? "once" : grouped(item.count) + " times"; }
+
+std::string place(const Item& item) {
+    if (item.line == 0) return "";
+    return "first at " + std::to_string(item.line) + ":" + std::to_string(item.column);
+}
+
+Rows parameterRows(const Report& report) {
+    Rows rows;
+    for (const Item& item : report.items(QBXItemKind_Parameter)) {
+        const std::string value = item.isRequired      ? "required"
+                                  : item.value.empty() ? ""
+                                                       : "default \"" + printable(item.value) + "\"";
+        rows.push_back({printable(item.name), item.type, value});
+    }
+    return rows;
+}
+
+Rows fieldRows(const Report& report) {
+    Rows rows;
+    for (const Item& item : report.items(QBXItemKind_Field)) {
+        rows.push_back({printable(item.name), times(item), place(item)});
+    }
+    return rows;
+}
+
+Rows tableRows(const Report& report) {
+    Rows rows;
+    const std::vector<Item> columns = report.items(QBXItemKind_Column);
+    std::size_t column = 0;
+    for (const Item& table : report.items(QBXItemKind_Table)) {
+        std::string names;
+        // Columns are in the order of their tables, which may have no names.
+        for (; column < columns.size() && columns[column].table == table.name; ++column) {
+            names += (names.empty() ? "" : ", ") + printable(columns[column].name);
+        }
+        rows.push_back(
+            {table.name.empty() ? "(no name)" : printable(table.name), counted(table.count, "row"), names});
+    }
+    return rows;
+}
+
+Rows fontRows(const Report& report) {
+    Rows rows;
+    for (const Item& item : report.items(QBXItemKind_Font)) {
+        rows.push_back({printable(item.name), printable(item.value)});
+    }
+    return rows;
+}
+
+}  // namespace
+
+ExitStatus info(const InfoOptions& options, Messages& messages) {
+    Report report(messages);
+    report.loadTemplate(options.file);
+    report.loadData(options.data);
+    const std::pair<const char*, Rows> sections[] = {
+        {"Parameters", parameterRows(report)},
+        {"Fields", fieldRows(report)},
+        {"Data", tableRows(report)},
+        {"Fonts", fontRows(report)},
+    };
+    std::string text;
+    for (const auto& [title, rows] : sections) {
+        if (!rows.empty()) text += (text.empty() ? "" : "\n") + tableOf(title, rows);
+    }
+    writeResult(text);
+    return messages.status(false);
+}
+
+}  // namespace qbreport
