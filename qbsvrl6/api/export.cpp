@@ -185,8 +185,9 @@ private:
 };
 
 // Reads the data and lays the report out into the sink.
-ReportData layOutInto(Runtime& runtime, const LayoutOptions& options, PageSink& sink) {
-    const ReportData data = collectData(runtime.report);
+ReportData layOutInto(Runtime& runtime, const LayoutOptions& options, PageSink& sink,
+                      bool mayLackData = false) {
+    const ReportData data = collectData(runtime.report, mayLackData);
     ChartDataRestorer restorer;
     requestChartData(runtime.report, nullptr, restorer);
     layOut(runtime.report.definition, data, options, sink);
@@ -273,7 +274,7 @@ void checkReport(Runtime& runtime) {
         layout.drawings = &drawings;
         const Spool nothing;
         BudgetGuard sink(std::make_unique<NoDocument>(), nothing, layout.paged);
-        tellUnusedColumns(runtime.report.definition, layOutInto(runtime, layout, sink));
+        tellUnusedColumns(runtime.report.definition, layOutInto(runtime, layout, sink, true));
         return Spool();
     });
 }

@@ -128,7 +128,8 @@ bool isEmpty(const ReportDefinition& report) {
 }
 
 // A document without contents is made as asked, and the log explains why it is empty.
-void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime, const ReportData& data) {
+void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime, const ReportData& data,
+                          bool mayLackData) {
     if (isEmpty(report) && !runtime.failedTemplate.empty()) {
         logError("the document is empty: its template \"" + runtime.failedTemplate +
                  "\" could not be loaded");
@@ -137,6 +138,7 @@ void logIfWithoutContents(const ReportDefinition& report, const Runtime& runtime
     } else if (report.grid && data.sets.empty() && data.gridSets.empty()) {
         // Programs may load no file where it does not exist, and then its name never gets here.
         const bool hasQuery = !report.data.query.empty() || !report.grid->recordset.query.empty();
+        if (mayLackData && !hasQuery) return;
         logWarning(hasQuery ? "the grid has no rows: the data of its query is not read"
                             : "the grid has no rows: no data is loaded (QBReportLoadDataFromURL; does the "
                               "data file exist?), and neither the template nor the program sets a query");
@@ -164,11 +166,11 @@ TextPosition placeOf(const Address& address, const ReportDefinition& report) {
                                                 : TextPosition();
 }
 
-ReportData collectData(Report& report) {
+ReportData collectData(Report& report, bool mayLackData) {
     ReportData data;
     Runtime& runtime = runtimeOf(report);
     Collector(runtime.dataCache, data).collect(report, {});
-    logIfWithoutContents(report.definition, runtime, data);
+    logIfWithoutContents(report.definition, runtime, data, mayLackData);
     return data;
 }
 

@@ -13,8 +13,9 @@ namespace qbsvrl6 {
 // enclosing report: the grid that of its report, a sub-report that of its parent. Loaded data replaces the
 // queries of the report and its grid; sub-reports have their own queries. Raises EngineError, which names the
 // query, for data that can't be loaded and for unknown connections. A query without any connection gives no
-// data and is logged as an error; a report with nothing to show is logged as a warning.
-ReportData collectData(Report& report);
+// data and is logged as an error; a report with nothing to show is logged as a warning, unless `mayLackData`
+// and it is for want of data.
+ReportData collectData(Report& report, bool mayLackData = false);
 
 // The table of the report's grid; null without a grid or without such a table.
 const Table* rowsOf(const ReportDefinition& report, const ReportData& data);
