@@ -44,13 +44,25 @@ std::string place(const Item& item) {
     return "first at " + std::to_string(item.line) + ":" + std::to_string(item.column);
 }
 
+// At most 60 characters of the value, in quotes.
+std::string quoted(std::string_view value) {
+    constexpr std::size_t kMost = 60;
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < kMost && end < value.size(); ++i) {
+        end += std::max<std::size_t>(characterLength(value.substr(end)), 1);
+    }
+    return "\"" + printable(value.substr(0, end)) + (end < value.size() ? "…" : "") + "\"";
+}
+
 Rows parameterRows(const Report& report) {
     Rows rows;
     for (const Item& item : report.items(QBXItemKind_Parameter)) {
+        const bool isDeclared = !item.type.empty();
         const std::string value = item.isRequired      ? "required"
+                                  : !isDeclared        ? quoted(item.value)
                                   : item.value.empty() ? ""
-                                                       : "default \"" + printable(item.value) + "\"";
-        rows.push_back({printable(item.name), item.type, value});
+                                                       : "default " + quoted(item.value);
+        rows.push_back({printable(item.name), isDeclared ? item.type : "data", value});
     }
     return rows;
 }

@@ -114,7 +114,7 @@ struct StandardOutput {
     }
 };
 
-void exportToStandardOutput(Report& report, const Output& output, Messages& messages) {
+void exportToStandardOutput(Report& report) {
     StandardOutput to;
     report.run([&] {
         const int result = QBXReportExportToWriter(report.handle(), StandardOutput::write, &to);
@@ -122,11 +122,6 @@ void exportToStandardOutput(Report& report, const Output& output, Messages& mess
         return result != 0 || to.error != 0 ? 1 : 0;
     });
     if (to.error != 0) failOutput(to.error);
-    const std::uint64_t pages = QBXReportGetPageCount(report.handle());
-    if (output.format == "png" && pages > 1) {
-        messages.write({Severity::Warning, "standard output has only the first of " + counted(pages, "page") +
-                                               "; write to a file, or add --option all-in-one=yes"});
-    }
 }
 
 void announce(Report& report, const Output& output, Messages& messages) {
@@ -154,7 +149,7 @@ ExitStatus render(const RenderOptions& options, Messages& messages) {
     for (const Output& output : outputs) {
         prepare(report, output, options);
         if (output.isStandardOutput()) {
-            exportToStandardOutput(report, output, messages);
+            exportToStandardOutput(report);
         } else {
             report.run([&] { return QBXReportExportToFile(report.handle(), output.file.c_str()); });
             announce(report, output, messages);
