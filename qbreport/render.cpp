@@ -77,10 +77,15 @@ void requireWritable(const Output& output, const RenderOptions& options) {
     }
 }
 
-// Opens an export with its options.
-void prepare(Report& report, const Output& output, const RenderOptions& options) {
-    std::vector<std::pair<std::string, std::string>> values{
-        {"pages", options.pages}, {"layout", options.layout}, {"resolution", options.resolution}};
+using NamedValue = std::pair<std::string, std::string>;
+
+std::vector<NamedValue> exportOptions(const RenderOptions& options) {
+    std::vector<NamedValue> values;
+    for (const auto& [name, value] :
+         {NamedValue{"pages", options.pages}, NamedValue{"layout", options.layout},
+          NamedValue{"resolution", options.resolution}}) {
+        if (!value.empty()) values.emplace_back(name, value);
+    }
     for (const std::string& option : options.options) {
         const std::size_t equals = option.find('=');
         if (equals == std::string::npos || equals == 0) {
@@ -88,11 +93,15 @@ void prepare(Report& report, const Output& output, const RenderOptions& options)
         }
         values.emplace_back(option.substr(0, equals), option.substr(equals + 1));
     }
+    return values;
+}
+
+// Opens an export with its options.
+void prepare(Report& report, const Output& output, const std::vector<NamedValue>& values) {
     bool isPrepared = QBXReportPrepareExport(report.handle(), output.format.c_str()) != 0;
-    for (std::size_t i = 0; isPrepared && i < values.size(); ++i) {
-        const auto& [name, value] = values[i];
-        const bool isGiven = i >= 3 || !value.empty();
-        isPrepared = !isGiven || QBXReportSetExportOption(report.handle(), name.c_str(), value.c_str()) != 0;
+    for (const auto& [name, value] : values) {
+        isPrepared =
+            isPrepared && QBXReportSetExportOption(report.handle(), name.c_str(), value.c_str()) != 0;
     }
     if (isPrepared) return;
     QBXMessage error{};
@@ -138,16 +147,17 @@ void announce(Report& report, const Output& output, Messages& messages) {
 
 ExitStatus render(const RenderOptions& options, Messages& messages) {
     const std::vector<Output> outputs = outputsOf(options);
+    const std::vector<NamedValue> values = exportOptions(options);
     Report report(messages);
     for (const Output& output : outputs) {
-        prepare(report, output, options);
+        prepare(report, output, values);
         requireWritable(output, options);
     }
     report.loadTemplate(options.file);
     report.loadData(options.data);
     report.requireData(options.data);
     for (const Output& output : outputs) {
-        prepare(report, output, options);
+        prepare(report, output, values);
         if (output.isStandardOutput()) {
             exportToStandardOutput(report);
         } else {

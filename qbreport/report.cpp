@@ -45,6 +45,19 @@ bool isAmong(std::string_view name, const std::vector<std::string>& names) {
                        [&](const std::string& known) { return isSameName(name, known); });
 }
 
+// All bytes of a stream, up to the limit of what is fetched.
+std::string readStream(const std::string& path) {
+    QBXBudget budget{};
+    budget.size = sizeof budget;
+    const std::uint64_t most = QBXGetBudget(&budget) == 0 ? UINT64_MAX : budget.fetchedBytes;
+    std::string bytes = readBytes(path, most + (most == UINT64_MAX ? 0 : 1));
+    if (bytes.size() > most) {
+        throw Failure((path == kStandardStream ? kStandardInput : path) + " has more than " +
+                      shownSize(most) + "; allow more with --budget fetched-bytes=SIZE");
+    }
+    return bytes;
+}
+
 std::string nameIn(const std::string& assignment) { return assignment.substr(0, assignment.find('=')); }
 
 }  // namespace
@@ -70,7 +83,7 @@ void Report::loadTemplate(const std::string& path) {
     const bool isStream = path == kStandardStream || fileKind(path) == FileKind::Stream;
     file_ = path == kStandardStream ? kStandardInput : path;
     if (!isStream) return run([&] { return QBXReportLoadTemplateFile(handle_, path.c_str()); });
-    const std::string bytes = readBytes(path);
+    const std::string bytes = readStream(path);
     run([&] { return QBXReportLoadTemplate(handle_, bytes.data(), bytes.size(), file_.c_str()); });
 }
 
@@ -88,7 +101,7 @@ void Report::loadFile(const DataOptions& data) {
     const FileKind file = fileKind(data.file);
     std::string kind = data.kind.empty() ? kindOfFile(data.file) : data.kind;
     if (data.file == kStandardStream || file == FileKind::Stream) {
-        const std::string bytes = readBytes(data.file);
+        const std::string bytes = readStream(data.file);
         loadBytes(kind, bytes, data.file == kStandardStream ? kStandardInput : data.file);
         return;
     }

@@ -87,6 +87,7 @@ CASES = {
     "render list.qbf -d rows.json -o /dev/full -f csv": (1, "$", r"/dev/full: error: .*[Nn]o space"),
     "render list.qbf -d rows.json -f csv > /dev/full": (1, "$", r"qbreport: error: standard output cannot be written: No space left on device\n$"),
     "formats > /dev/full": (1, "$", r"qbreport: error: standard output cannot be written"),
+    "render list.qbf -d - -f csv --budget fetched-bytes=9 < rows.json": (1, "$", r"qbreport: error: standard input has more than 9 bytes; allow more with"),
     "render list.qbf -d rows.json -f csv --budget cells=1": (1, "$", r".*error: .*budget cells of 1 is used up"),
     "check bad.qbf typo.qbf -d rows.json": (1, r"bad.qbf: 2 errors, 0 warnings\ntypo.qbf: 0 errors, \d warnings?\n$", r'.*\ntypo.qbf:8:\d+: warning: unknown field "Amout" in \[Amout:#,##0.00\].*did you mean "Amount"\?'),
     "new list list": (1, "$", r'qbreport: error: "list.qbf" exists; choose another name, .*--force'),
