@@ -88,12 +88,13 @@ void Report::loadTemplate(const std::string& path) {
 }
 
 void Report::loadData(const DataOptions& data) {
+    // Queries of databases may use the parameters.
+    for (const std::string& assignment : data.parameters) setParameter(assignment, data.query);
     if (!data.file.empty()) {
         loadFile(data);
     } else if (!data.query.empty()) {
         run([&] { return QBXReportLoadDataFrom(handle_, data.connection.c_str(), data.query.c_str()); });
     }
-    for (const std::string& assignment : data.parameters) setParameter(assignment);
 }
 
 void Report::loadFile(const DataOptions& data) {
@@ -116,7 +117,7 @@ void Report::loadBytes(const std::string& kind, const std::string& bytes, const 
     run([&] { return QBXReportLoadData(handle_, known.c_str(), bytes.data(), bytes.size(), name.c_str()); });
 }
 
-void Report::setParameter(const std::string& assignment) {
+void Report::setParameter(const std::string& assignment, const std::string& query) {
     const std::size_t equals = assignment.find('=');
     if (equals == std::string::npos || equals == 0) {
         throw WrongUse("\"" + assignment + "\" is no parameter; write it as Name=value");
@@ -125,7 +126,8 @@ void Report::setParameter(const std::string& assignment) {
     std::vector<std::string> names = namesOf(items(QBXItemKind_Parameter));
     const std::vector<std::string> fields = namesOf(items(QBXItemKind_Field));
     names.insert(names.end(), fields.begin(), fields.end());
-    if (!isAmong(name, names)) {
+    const bool mayBeInQuery = query.find(name) != std::string::npos || hasQuery(handle_);
+    if (!isAmong(name, names) && !mayBeInQuery) {
         throw Failure(file_ + " has no parameter \"" + name + "\"" + suggestion(name, names, "names"));
     }
     run([&] { return QBXReportSetParameter(handle_, name.c_str(), assignment.c_str() + equals + 1); });

@@ -37,7 +37,7 @@ public:
 
     // "-": standard input.
     void loadTemplate(const std::string& path);
-    // Loads data and sets the parameters.
+    // Sets the parameters and loads data.
     void loadData(const DataOptions& data);
     // The fields that the template reads although there is no data; empty if there is data.
     std::vector<std::string> fieldsWithoutData(const DataOptions& data) const;
@@ -52,7 +52,8 @@ public:
 private:
     void loadFile(const DataOptions& data);
     void loadBytes(const std::string& kind, const std::string& bytes, const std::string& name);
-    void setParameter(const std::string& assignment);
+    // `query`: of the command line; it may use the parameter.
+    void setParameter(const std::string& assignment, const std::string& query);
 
     Messages& messages_;
     tagQBReport* handle_;
