@@ -108,6 +108,10 @@ public:
     }
 
     void address(const char*, const Address&) {}
+    void connection(const char*, const Address&, TextUse) {}
+    void query(const char*, const Address&) {}
+    void queryText(const char*, const Address&) {}
+    void text(const char*, const std::u16string&) {}
     void startingFolder(const char*, const Address&, const std::u16string&) {}
     void styleReference(const char*, const std::u16string&) {}
     void columnReference(const char*, const std::u16string&) {}
