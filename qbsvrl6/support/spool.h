@@ -18,7 +18,7 @@ namespace qbsvrl6 {
 // be written or read.
 class Spool {
 public:
-    static constexpr std::size_t kBytesInMemory = 8u << 20;
+    static constexpr std::size_t kBytesInMemory = 4u << 20;
 
     // `content` names what it holds, for messages: "the document".
     explicit Spool(std::string content = "the document") : content_(std::move(content)) {}

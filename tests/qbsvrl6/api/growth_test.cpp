@@ -1,5 +1,8 @@
 // The cost of an export grows no faster than its input: each shape of input is exported at n, 2n and 4n. The
 // test counts memory rather than time, so that the result is the same on every machine.
+#include <malloc.h>
+
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <new>
@@ -11,12 +14,22 @@ namespace {
 
 thread_local std::size_t allocations = 0;
 thread_local std::size_t allocatedBytes = 0;
+thread_local std::size_t bytesInUse = 0;
+thread_local std::size_t mostBytesInUse = 0;
 
 void* allocate(std::size_t size) {
     ++allocations;
     allocatedBytes += size;
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-    throw std::bad_alloc();
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) throw std::bad_alloc();
+    bytesInUse += malloc_usable_size(memory);
+    mostBytesInUse = std::max(mostBytesInUse, bytesInUse);
+    return memory;
+}
+
+void release(void* memory) noexcept {
+    bytesInUse -= malloc_usable_size(memory);
+    std::free(memory);
 }
 
 }  // namespace
@@ -25,10 +38,10 @@ void* operator new(std::size_t size) { return allocate(size); }
 void* operator new[](std::size_t size) { return allocate(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { release(memory); }
+void operator delete[](void* memory) noexcept { release(memory); }
+void operator delete(void* memory, std::size_t) noexcept { release(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
 
 namespace api_test {
 namespace {
@@ -147,6 +160,38 @@ TEST_F(GrowthTest, IsLinearInTheInput) {
         EXPECT_LE(bytes[2] - bytes[1], 3 * (bytes[1] - bytes[0]) + 10'000)
             << shape.name << ": bytes " << bytes[0] << " " << bytes[1] << " " << bytes[2];
     }
+}
+
+// Rows, groups and pages with their count: one more row takes far less than itself. Small documents are in memory,
+// in a string that grows to twice its size, and CSV keeps its text once more until the page count is known.
+TEST_F(GrowthTest, MemoryDoesNotGrowWithTheRows) {
+    constexpr int kRows = 20'000, kBytesOfARow = 24;
+    write("qbsvrl6.conf", "data.memory = 0");
+    QBInitConfig(path("").c_str());
+    write("rows.qbf", R"x(<Report version='1'><Data connection='xml' query='rows.txt'/><Grid><Columns>
+        <Column name="a" width="40mm"><Content text="[a]"/></Column><Column name="b" width="60mm"><Content text="[b]"/>
+        </Column></Columns><Groups><Group name="g" by="g"><Footer height="5mm"><Text width="40mm" height="5mm"
+        text="[Sum(a)]"/></Footer></Group></Groups></Grid><PageFooter height="5mm"><Text width="40mm" height="5mm"
+        text="[PageNumber] / [PageCount]"/></PageFooter></Report>)x");
+    for (const tagQBExportType type : {QBExportType_PDF, QBExportType_CSV}) {
+        std::size_t most[3] = {}, documents[3] = {};
+        for (int i = 0; i < 3; ++i) {  // the first one fills the caches
+            const int rows = i == 0 ? 100 : i * kRows;
+            write("rows.txt",
+                  "[" + repeated(rows, R"({"g":"g","a":#,"b":"some thirty characters of text"})", ",") + "]");
+            const OwnReport report;
+            mostBytesInUse = bytesInUse;
+            const std::size_t before = bytesInUse;
+            ASSERT_EQ(QBReportLoadFromFile(report, path("rows.qbf").c_str()), 1) << takeLog();
+            ASSERT_EQ(QBReportExportDirect(report, type, path("rows.out").c_str(), 0, 0), 1) << takeLog();
+            most[i] = mostBytesInUse - before;
+            documents[i] = read("rows.out").size();
+        }
+        const std::size_t allowed = kRows * kBytesOfARow + 4 * (documents[2] - documents[1]);
+        EXPECT_LE(most[2], most[1] + allowed) << type << " " << documents[1] << " " << documents[2];
+    }
+    write("qbsvrl6.conf", "");
+    QBInitConfig(path("").c_str());
 }
 
 }  // namespace
