@@ -157,6 +157,35 @@ TEST_F(DataTest, RowsOfEmptyFieldsCount) {
     EXPECT_EQ(exported(report, QBExportType_TXT), "a\n\nb\n");
 }
 
+// Rows within the outer row, group and report, their totals, and the fields around them.
+TEST_F(DataTest, RowsWithinRowsNeedNoFilter) {
+    write("tpl/n.json", R"({"C": [
+        {"N": "x", "O": [{"I": 1, "L": [{"A": 1}, {"A": 2}]}, {"I": 2, "L": [{"A": 3}]}]}, {"N": "y", "O": []},
+        {"N": "big", "O": [{"I": 3, "L": [{"A": 10}]}]}, {"N": "z", "O": [{"I": 4}, {"I": 5, "L": [{"A": 4}]}]}]})");
+    const auto subReport = [](const std::string& box, const std::string& table, const std::string& filter,
+                              const std::string& text) {
+        return "<SubReport" + box + R"(><Report><Data table=")" + table +
+               R"("/><ReportHeader height="4mm"><Text width="30mm" height="4mm" text="of [C.N]: [Count(*)]"/>
+               </ReportHeader><Grid titleHeight="0mm")" +
+               filter + R"(><Columns><Column name="c" width="80mm"><Content text=")" + text +
+               R"("/></Column></Columns></Grid></Report></SubReport>)";
+    };
+    const std::string orders = subReport(R"( width="80mm" height="5mm")", "C.O", "", "[N] [I] [Sum(L.A)]");
+    write("tpl/n.qbf", R"x(<Report version="1"><Data connection="xml" query="n.json" table="C"/>
+        <Grid titleHeight="0mm" filter="Sum(O.L.A) &lt; 9"><Groups><Group name="g" by="Count(O)"><Footer height="5mm">)x" +
+                           orders + R"x(</Footer></Group></Groups><Columns>
+        <Column name="a" width="40mm"><Content text="[N] [Sum(O.L.A)] [Count(O)] [Sum(O.L.A, Report)]"/></Column>
+        <Column name="b" width="80mm"><Content>)x" +
+                           subReport("", "C.O.L", R"( filter="A &lt;&gt; 2")", "[RowNumber] [O.I][N] [A]") +
+                           R"x(</Content></Column></Columns></Grid><ReportFooter height="5mm">)x" + orders +
+                           "</ReportFooter></Report>");
+    const OwnReport report;
+    ASSERT_EQ(QBReportLoadFromFile(report, u"tpl/n.qbf"), 1) << takeLog();
+    EXPECT_EQ(rows(report),
+              "x 6 2 10,of x: 2;,1 1x 1;,2 2x 3;of x: 2,;x 1 3,;x 2 3,;y 0 0 10,of y: 0;of y: 0,;"
+              "z 4 2 10,of z: 1;,1 5z 4;of z: 2,;z 4 0,;z 5 4,;of x: 4,;x 1 3,;x 2 3,;z 4 0,;z 5 4,;");
+}
+
 TEST_F(DataTest, SavedCopiesNameTheFilesOfTheirOriginal) {
     write("data.txt", R"([{"n":"program"}])");
     write("tpl/data.txt", R"([{"n":"template"}])");
