@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     ExportOptions options = kind.options;
     std::string document;
     try {
-        document = exportReport(runtime, options);
+        document = exportReport(runtime, options).take();
     } catch (const EngineError&) {
         return 0;
     }

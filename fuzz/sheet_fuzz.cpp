@@ -76,7 +76,7 @@ Item itemFrom(Source& source, const ResolvedStyle* styles) {
     return item;
 }
 
-std::string document(Source source, std::unique_ptr<PageSink> (*make)(const SheetOptions&, std::string&)) {
+std::string document(Source source, std::unique_ptr<PageSink> (*make)(const SheetOptions&, Spool&)) {
     SheetOptions options;
     options.paged = source.byte() % 2 == 0;
     options.info.title = source.text();
