@@ -1,9 +1,10 @@
-// The bytes of a data file, also as JSON Lines. They are rejected with a message, or can also be converted to
+// The bytes of a data file, also as JSON Lines and CSV. They are rejected with a message, or can also be converted to
 // XML text, which can be read again.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
+#include "qbsvrl6/data/csv_reader.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
@@ -16,6 +17,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         readJsonLines(*bytesOf(bytes, "fuzz"));
     } catch (const EngineError&) {
+    }
+    for (const char* const form : {"", "separator=;,header=no,encoding=gbk"}) {
+        try {
+            readCsv(*bytesOf(bytes, "fuzz"), csvFormFrom(form));
+        } catch (const EngineError&) {
+        }
     }
     try {
         readData(bytes, "fuzz");
