@@ -218,6 +218,7 @@ def test_wrong_use(tmp_path):
         (lambda: qbreport.Report(LIST, reach=qbreport.Reach(hosts="a")), TypeError, "hosts"),
         (lambda: qbreport.set_reach(qbreport.Reach(hosts=["1.2.3.4/99"])), qbreport.Error, "99"),
         (lambda: qbreport.add_font_folder(tmp_path / "none"), qbreport.Error, "none"),
+        (lambda: qbreport.add_font_folder(tmp_path), qbreport.Error, "in use already"),
         (lambda: qbreport.configure("x"), RuntimeError, "first"),
     ]:
         with pytest.raises(kind, match=text):

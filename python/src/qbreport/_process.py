@@ -13,6 +13,7 @@ from qbreport._messages import Error
 from qbreport._report import Report
 
 _EMPTY = b"<Report version='1'/>"
+_TOO_LATE = "the fonts of the process are in use already: call it first"
 _SETTINGS = "the settings file has an error, which the engine's log explains"
 
 
@@ -43,21 +44,22 @@ def fonts() -> tuple[str, ...]:
 
 
 def add_font_folder(path: str | os.PathLike[str]) -> None:
-    """Adds a folder with font files for all reports. Call it before the first render.
+    """Adds a folder with font files for all reports, before the first render, `Report.info` or `fonts`.
 
-    Raises Error if there is no such folder.
+    Raises Error if there is no such folder, and if it is too late.
     """
     if not library().QBXAddFontFolder(utf8(path, "the path")):
-        raise Error(f"there is no folder with fonts {os.fspath(path)!r}")
+        raise Error(_TOO_LATE if os.path.isdir(path) else f"{os.fspath(path)} is no folder")
 
 
 def set_font_alias(name: str, family: str) -> None:
     """Uses the font `family` in all reports whose template asks for `name`.
 
-    Call it before the first render: `set_font_alias("Helvetica", "Liberation Sans")`.
+    `set_font_alias("Helvetica", "Liberation Sans")`, before the first render, `Report.info` or `fonts`; later it
+    raises Error.
     """
     if not library().QBXSetFontAlias(utf8(name, "name"), utf8(family, "family")):
-        raise Error(f"the font {family!r} cannot be used for {name!r}")
+        raise Error(_TOO_LATE)
 
 
 def set_budget(budget: Budget | None) -> None:
