@@ -6,6 +6,7 @@ import contextlib
 import io
 import logging
 import os
+import re
 import threading
 import types
 import warnings
@@ -137,7 +138,7 @@ class Report:
 
         Values are texts, bools, ints and decimals of any size (exactly), floats (NaN and infinities are empty),
         dates, datetimes and times (of their clock: time zones are left out, and fractions of seconds), enums by
-        their value, UUIDs, None, and values of numpy and pandas. Other types raise TypeError.
+        their value, UUIDs, None, bytes of pictures, and values of numpy and pandas. Other types raise TypeError.
 
         `progress` is described at `render`.
         """
@@ -145,6 +146,8 @@ class Report:
             self._load(call, data, columns, data_format, table)
 
     def _load(self, call: _Call, data: Data, columns: Sequence[str] | None, data_format: str, table: str) -> None:
+        if data is None:
+            return
         if isinstance(data, Query):
             call.checked(self._library.QBXReportLoadDataFrom(
                 self._handle, utf8(data.connection, "connection"), utf8(data.query, "query")))
@@ -238,9 +241,9 @@ class Report:
                    "csv.defuse": defuse}
         jobs = list(_jobs(to, format))
         with self._call(progress) as call:
-            if data is not None:
+            with self._parameters(call, {**(parameters or {}), **more_parameters}) as names:
                 self._load(call, data, columns, data_format, table)
-            with self._parameters(call, {**(parameters or {}), **more_parameters}):
+                self._refuse_unknown(names, data)
                 documents = [self._export(call, target, name, options) for target, name in jobs]
         if to is not None:
             return None
@@ -268,25 +271,27 @@ class Report:
             engine.QBReportUnprepareExport(handle)
 
     @contextlib.contextmanager
-    def _parameters(self, call: _Call, parameters: Mapping[str, object]) -> Iterator[None]:
+    def _parameters(self, call: _Call, parameters: Mapping[str, object]) -> Iterator[Iterable[str]]:
+        """Sets the parameters before the data is loaded, since queries have parameters too."""
         texts = {_values.name_of(name): _values.scalar_text(_values.plain(value))
                  for name, value in parameters.items()}
-        self._refuse_unknown(texts)
         try:
             for name, text in texts.items():
                 if text is not None:
                     call.checked(self._library.QBXReportSetParameter(
                         self._handle, utf8(name, "a parameter"), utf8(text, f"the parameter {name}")))
-            yield
+            yield texts
         finally:
             for name in texts:
                 self._library.QBXReportSetParameter(self._handle, utf8(name, "a parameter"), ffi.NULL)
 
-    def _refuse_unknown(self, names: Iterable[str]) -> None:
+    def _refuse_unknown(self, names: Iterable[str], data: Data) -> None:
         if not names:
             return
         kinds = (self._library.QBXItemKind_Parameter, self._library.QBXItemKind_Field)
         known = {from_utf8(item.name) for kind in kinds for item in self._items(kind)}
+        if isinstance(data, Query):
+            known.update(re.findall(r":(\w+)", data.query))
         lower = {name.lower() for name in known}
         for name in names:
             if name.lower() not in lower:
@@ -305,9 +310,9 @@ class Report:
         cannot be read.
         """
         with self._call(None) as call:
-            if data is not None:
+            with self._parameters(call, {**(parameters or {}), **more_parameters}) as names:
                 self._load(call, data, columns, data_format, table)
-            with self._parameters(call, {**(parameters or {}), **more_parameters}):
+                self._refuse_unknown(names, data)
                 call.ended(self._library.QBXReportCheck(self._handle))
         return self._messages
 
@@ -339,7 +344,7 @@ class Report:
 
     @property
     def page_count(self) -> int:
-        """The pages of the last document that had pages; 0: none."""
+        """The pages of the last document; 0 if it has none, as in the layouts "table" and "grid"."""
         with self._in_use():
             self._require_open()
             return int(self._library.QBXReportGetPageCount(self._handle))

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import base64
 import dataclasses
 import datetime
 import decimal
@@ -16,6 +17,8 @@ from typing import Any
 
 _MOST_ZEROS = 400  # of a decimal that is written without an exponent
 _SHORT_BITS = 1_000  # Python may refuse to write longer numbers as int
+
+_BYTES = (bytes, bytearray, memoryview)
 
 _quoted = json.JSONEncoder(ensure_ascii=False).encode
 
@@ -35,7 +38,7 @@ def frame_rows(frame: Any) -> Iterator[tuple[object, ...]]:
 
 def has_members(value: object) -> bool:
     """Whether the value of a row is a list, or has members of its own; an iterator is not consumed."""
-    return dataclasses.is_dataclass(value) or isinstance(value, Iterable) and not isinstance(value, (str, bytes))
+    return dataclasses.is_dataclass(value) or isinstance(value, Iterable) and not isinstance(value, (str, *_BYTES))
 
 
 def columns_of(row: Any) -> list[str] | None:
@@ -101,6 +104,8 @@ def _plain_of_others(value: Any) -> Any:
         return value.replace(tzinfo=None).isoformat("seconds")
     if isinstance(value, uuid.UUID):
         return str(value)
+    if isinstance(value, _BYTES):
+        return base64.b64encode(value).decode("ascii")  # what pictures in data are
     if is_frame(value):
         columns = [str(column) for column in value.columns]
         return [dict(zip(columns, row)) for row in frame_rows(value)]
@@ -111,7 +116,7 @@ def _plain_of_others(value: Any) -> Any:
         return dict(zip(names, values_of(value)))
     if isinstance(value, numbers.Real):
         return float(value)
-    if isinstance(value, Iterable) and not isinstance(value, (bytes, bytearray, memoryview)):
+    if isinstance(value, Iterable):
         return list(value)
     if type(value).__name__ == "NAType":  # pandas
         return None
