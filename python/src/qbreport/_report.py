@@ -25,6 +25,9 @@ _logger.addHandler(logging.NullHandler())
 _LEVELS = {Severity.ERROR: logging.ERROR, Severity.WARNING: logging.WARNING, Severity.INFO: logging.INFO}
 
 
+_CONNECTIONS = {".csv": "csv", ".tsv": "csv", ".jsonl": "jsonl"}  # of files by their endings; others: JSON or XML
+
+
 class Writable(Protocol):
     """A binary file, or anything else that has its `write`."""
 
@@ -131,7 +134,8 @@ class Report:
           rows within rows;
         - a cursor of a database after `execute`: its rows, with the column names of the query;
         - a pandas data frame, without its index;
-        - a path or an address: a file that the engine reads (docs/data.md), with `data_format` as connection;
+        - a path or an address of a file: `data_format` is its connection (docs/data.md), by default that of the
+          ending .csv, .tsv or .jsonl, or else JSON or XML;
         - bytes, or a binary or text file object that is read to its end. `data_format` is "json", "jsonl", "xml" or
           "csv", with its options ("csv:separator=;"); by default the engine recognises JSON and XML;
         - a `Query` through a connection.
@@ -152,8 +156,9 @@ class Report:
             call.checked(self._library.QBXReportLoadDataFrom(
                 self._handle, utf8(data.connection, "connection"), utf8(data.query, "query")))
         elif isinstance(data, (str, os.PathLike)):
+            connection = data_format or _CONNECTIONS.get(os.path.splitext(data)[1].lower(), "")
             call.checked(self._library.QBXReportLoadDataFrom(
-                self._handle, utf8(data_format, "data_format"), utf8(data, "the path")))
+                self._handle, utf8(connection, "data_format"), utf8(data, "the path")))
         elif isinstance(data, (bytes, bytearray, memoryview)):
             self._load_bytes(call, bytes(data), data_format, "data")
         elif callable(getattr(data, "read", None)):
