@@ -115,8 +115,9 @@ def test_queries(tmp_path):
         database.execute("insert into Orders values ('Chair', 120.5), ('Tisch', 7)")
     query = qbreport.Query(f"sqlite:{tmp_path / 'shop.db'}", "select * from Orders where Item < :Until")
     assert rows_of(query, Until="D") == ["Chair,120.5,"]
-    (tmp_path / "orders.csv").write_text("Item;Amount\nChair;120.5\nTisch;\n", "utf-8")
-    assert rows_of(tmp_path / "orders.csv") == rows_of(str(tmp_path / "orders.csv"), data_format="csv:separator=;") == TWO
+    file = tmp_path / "orders.csv"
+    file.write_text("Item;Amount\nChair;120.5\nTisch;\n", "utf-8")
+    assert rows_of(file) == rows_of(str(file), data_format="csv:separator=;") == TWO
 
 
 def test_data_frames():
