@@ -101,6 +101,9 @@ void Report::loadFile(const DataOptions& data) {
     requireFile(data.file, kDataFiles);
     const FileKind file = fileKind(data.file);
     std::string kind = data.kind.empty() ? kindOfFile(data.file) : data.kind;
+    if (data.file == kStandardStream && file_ == kStandardInput) {
+        throw WrongUse("standard input cannot be both template and data; name a file for one of them");
+    }
     if (data.file == kStandardStream || file == FileKind::Stream) {
         const std::string bytes = readStream(data.file);
         loadBytes(kind, bytes, data.file == kStandardStream ? kStandardInput : data.file);
