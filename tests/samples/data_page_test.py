@@ -26,7 +26,7 @@ with tempfile.TemporaryDirectory() as name:
                 database.executescript(text)
         elif file:
             (folder / file).write_text(text, "utf-8")
-        elif kind == "xml":
+        elif kind == "xml" and text.startswith("<Report"):
             (folder / "example.qbf").write_text(text, "utf-8")
             (folder / "example.csv").unlink(missing_ok=True)
             (folder / "log/qbsvrl6.log").unlink(missing_ok=True)
