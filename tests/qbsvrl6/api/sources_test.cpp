@@ -73,8 +73,6 @@ TEST_F(SourcesTest, FilesAreReadAsTheirConnectionSays) {
     write("tpl/a.jsonl", "{\"a\":1,\"b\":\"x\"}\n{\"a\":2}\n");
     loadGrid(R"(<Data connection="csv" query="a.csv"/>)", "ab");
     EXPECT_EQ(lines(), "007,\"x, y\";1.50,;");
-    QBReportSetConnectionString(report_, u"csv:separator=tab,header=no");
-    expectFailure("a.csv");
     loadGrid(R"(<Data connection="jsonl" query="a.jsonl"/>)", "ab");
     EXPECT_EQ(lines(), "1,x;2,;");
     QBReportSetConnectionString(report_, u"csv:colour=red");
@@ -151,10 +149,12 @@ TEST_F(SourcesTest, ParametersWithoutAValueAreNamed) {
 }
 
 TEST_F(SourcesTest, TemplatesReachDatabasesOfTheirFolder) {
-    makeDatabase("outside.db");
-    loadGrid(R"(<Data connection="sqlite:../outside.db" query="SELECT n FROM O"/>)", "n");
+    const ScratchDirectory elsewhere;
+    const std::string outside = elsewhere.path.string() + "/outside.db";
+    makeDatabase(outside.c_str());
+    loadGrid("<Data connection=\"sqlite:" + outside + "\" query=\"SELECT n FROM O\"/>", "n");
     expectFailure("outside the template's folder and the set-up folder; allow it with reach.folders");
-    QBReportSetConnectionString(report_, u"sqlite:outside.db");
+    QBReportSetConnectionString(report_, wide("sqlite:" + outside).c_str());
     EXPECT_EQ(lines(), "1;2;3;");
     loadGrid(
         R"(<Data connection="odbc:Driver=SQLite3;PWD=secret;Database=outside.db" query="SELECT n FROM O"/>)",
@@ -176,7 +176,7 @@ TEST_F(SourcesTest, SavedCopiesNameTheSameDatabase) {
     EXPECT_EQ(lines(), "1;3;");
     ASSERT_EQ(QBReportSaveToFile(report_, u"some/where/copy.qbf"), 1);
     ASSERT_EQ(QBReportLoadFromFile(report_, u"some/where/copy.qbf"), 1);
-    expectFailure("reach.folders");
+    EXPECT_EQ(lines(), "1;3;");
     const std::string saved = read("some/where/copy.qbf");
     EXPECT_NE(saved.find("connection=\"sqlite:../../tpl/shop.db\""), std::string::npos) << saved;
     EXPECT_NE(saved.find("<Query>SELECT n\nFROM O WHERE p &lt; 5</Query>"), std::string::npos) << saved;
