@@ -140,7 +140,7 @@ int QBXReportLoadRows(tagQBReport* handle, const char* table, const char* const*
         refuseDuringExport(report);
         Runtime& runtime = runtimeOf(report);
         const ReportWork work(runtime);
-        QBXRow row{Table(toUtf16(textOf(table))), {}};
+        QBXRow row{Table(toUtf16(textOf(table))), {}, false, nullptr};
         for (uint64_t i = 0; i < columnCount; ++i) {
             const std::string name = textOf(columns[i]);
             row.columns.push_back(row.table.columnOf(row.table.names().nameOf(ColumnNames::kRow, name)));
