@@ -172,12 +172,12 @@ TEST_F(MoreTest, OptionsAndFormatsAreNames) {
     EXPECT_LT(one.size(), whole.size());
 
     std::string written;
-    const QBXWrite write = [](void* context, const void* bytes, std::uint64_t size) {
+    const QBXWrite collect = [](void* context, const void* bytes, std::uint64_t size) {
         static_cast<std::string*>(context)->append(static_cast<const char*>(bytes), size);
         return 1;
     };
     ASSERT_EQ(QBXReportPrepareExport(report_, "csv"), 1);
-    EXPECT_EQ(QBXReportExportToWriter(report_, write, &written), 1);
+    EXPECT_EQ(QBXReportExportToWriter(report_, collect, &written), 1);
     EXPECT_EQ(written, made("csv"));
     const QBXWrite full = [](void*, const void*, std::uint64_t) { return 0; };
     EXPECT_EQ(QBXReportExportToWriter(report_, full, nullptr), 0);
