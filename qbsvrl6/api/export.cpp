@@ -228,13 +228,14 @@ std::string numbered(const std::string& file, std::size_t page) {
 template <class Export>
 Spool aboutTemplate(const Runtime& runtime, Export run) {
     returnMemoryAtThreadEnd();
-    const LogSubject subject(runtime.templateFile);
+    const std::string file = runtime.templateFile;  // the report may be released during its export
+    const LogSubject subject(file);
     try {
         return run();
     } catch (const EngineError& error) {
         // The place of an error without a file is one in the template.
-        if (!error.place().file.empty()) throw error.about(runtime.templateFile);
-        throw EngineError(error.code(), error.message(), {runtime.templateFile, error.place().position});
+        if (!error.place().file.empty()) throw error.about(file);
+        throw EngineError(error.code(), error.message(), {file, error.place().position});
     } catch (const MachineError& error) {
         throw MachineError(subject.with(error.what()));
     } catch (const std::bad_alloc&) {

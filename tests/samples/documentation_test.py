@@ -52,7 +52,10 @@ def faults(program, schema, directory, example):
     log.unlink(missing_ok=True)
     pdf = directory / "example.pdf"
     pdf.unlink(missing_ok=True)
-    subprocess.run([program, "-gen_full", directory, template, directory / "customers.txt", pdf, "pdf"],
+    query = re.search(r'<Data [^>]*query="([^"]+)"', example)
+    named = directory / query.group(1) if query else directory
+    data = named if named.is_file() else directory / "customers.txt"
+    subprocess.run([program, "-gen_full", directory, template, data, pdf, "pdf"],
                    cwd=directory, stdout=subprocess.DEVNULL, timeout=120, check=True)
     logged = log.read_text("utf-8").splitlines() if log.exists() else []
     found = [line for line in logged if "is not installed" not in line]
