@@ -69,6 +69,28 @@ bool AggregateState::add(AggregateKind kind, const Value& value, TextArena& aren
     return true;
 }
 
+void AggregateState::merge(AggregateKind kind, const AggregateState& other, TextArena& arena) {
+    const std::size_t count = count_ + other.count_;
+    switch (kind) {
+        case AggregateKind::Sum:
+        case AggregateKind::Average:
+            addNumber(other.sum_);
+            if (other.hasDoubles_) addNumber(other.doubles_ + other.correction_);
+            break;
+        case AggregateKind::Minimum:
+        case AggregateKind::Maximum:
+            add(kind, other.result(kind), arena);
+            break;
+        case AggregateKind::CountDistinct:
+            distinct_.insert(other.distinct_.begin(), other.distinct_.end());
+            break;
+        case AggregateKind::Count:
+        case AggregateKind::RowNumber:
+            break;
+    }
+    count_ = count;
+}
+
 Value AggregateState::result(AggregateKind kind) const {
     switch (kind) {
         case AggregateKind::Sum:

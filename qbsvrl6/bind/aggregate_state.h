@@ -20,6 +20,8 @@ public:
     // Returns false and adds nothing if a number is needed and a text does not read as one.
     bool add(AggregateKind kind, const Value& value, TextArena& arena);
     void countRow() { ++count_; }
+    // Adds the values of another state of the same kind.
+    void merge(AggregateKind kind, const AggregateState& other, TextArena& arena);
     // The sum of no values is 0; their average, minimum and maximum are null. The minimum and maximum of
     // texts are numbers if all of them read as numbers.
     Value result(AggregateKind kind) const;

@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "qbsvrl6/bind/lookup_table.h"
 #include "qbsvrl6/bind/related_names.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
@@ -52,7 +53,9 @@ Binding::Binding(const ReportDefinition& report, const DataSources& sources,
       grid_(report.grid.get()),
       sources_(sources),
       declared_(std::make_shared<Declared>(report)),
-      passedNames_(passed) {
+      passedNames_(passed),
+      ownLookupTables_(std::make_unique<LookupTables>()),
+      lookupTables_(ownLookupTables_.get()) {
     addPassed();
     if (grid_ == nullptr) return;
     if (grid_->groups.size() > limits::kGroups) {
@@ -88,10 +91,25 @@ Binding::Binding(const Binding& outer, const DataSources& sources, std::u16strin
       sources_(sources),
       use_(TextUse::ChartRows),
       declared_(outer.declared_),
-      passedNames_(outer.passedNames_) {
+      passedNames_(outer.passedNames_),
+      lookupTables_(outer.lookupTables_) {
     addPassed();
     if (!trimmed(filter).empty()) filter_ = compile(filter);
 }
+
+Binding::Binding(const Binding& outer, const Table& rows)
+    : report_(outer.report_),
+      sources_(outer.sources_),
+      use_(outer.use_),
+      declared_(outer.declared_),
+      passedNames_(outer.passedNames_),
+      lookupTables_(outer.lookupTables_) {
+    sources_.rows = &rows;
+    sources_.head = nullptr;
+    addPassed();
+}
+
+Binding::~Binding() = default;
 
 Binding::Declared::Declared(const ReportDefinition& report) {
     for (const Field& field : report.fields) fields.emplace(lowerCase(field.name), &field);
@@ -168,7 +186,44 @@ void Binding::bind(Expression& expression, const Origin& origin) {
         expression.usesPageRows |= aggregate.argument->usesPageRows;
         expression.usesPageCount |= aggregate.argument->usesPageCount;
     }
+    for (Lookup& lookup : expression.lookups) bindLookup(lookup, expression, origin);
     expression.usesPage |= expression.usesPageRows;
+}
+
+void Binding::bindLookup(Lookup& lookup, Expression& expression, const Origin& origin) {
+    bind(*lookup.sought, origin);
+    expression.usesPage |= lookup.sought->usesPage;
+    expression.usesPageRows |= lookup.sought->usesPageRows;
+    expression.usesPageCount |= lookup.sought->usesPageCount;
+    expression.usesDefaultScope |= lookup.sought->usesDefaultScope;
+    expression.dependsOnAggregate |= lookup.sought->dependsOnAggregate;
+    const Table* const rows = lookedUpTable(lookup.tableName, origin);
+    LookupTable* const table = rows == nullptr ? nullptr : &lookupTables_->of(*this, *rows);
+    const LookupTables::Level level(*lookupTables_);
+    for (Expression* const ofTable : {lookup.key.get(), lookup.result.get()}) {
+        if (ofTable == nullptr) continue;
+        if (table != nullptr) table->binding().bind(*ofTable, origin);
+        if (!ofTable->usesPage && !ofTable->usesPageCount) continue;
+        throw EngineError(ErrorCode::BadExpression,
+                          "rows of other tables are on no page: no page number, page count or page total");
+    }
+    if (table == nullptr) return;
+    lookup.slot = table->addLookup();
+    lookup.table = table;
+}
+
+const Table* Binding::lookedUpTable(const std::u16string& name, const Origin& origin) const {
+    const DataSet* const data = sources_.data;
+    const Table* table = data == nullptr ? nullptr : data->table(name);
+    if (table == nullptr && sources_.gridData != nullptr) table = sources_.gridData->table(name);
+    if (table != nullptr || data == nullptr) return table;
+    const std::string key = std::to_string(TextPlaces::keyOf(origin.text, use_)) + " lookup " + toUtf8(name) +
+                            ' ' + std::to_string(reinterpret_cast<std::uintptr_t>(&report_));
+    if (!isNewWarning(key)) return table;
+    for (const TextPosition& place : report_.placesOf(origin.text, use_)) {
+        logMissingTable(*data, name, "a lookup", place);
+    }
+    return table;
 }
 
 void Binding::bindName(BoundName& name, Expression& expression, const Origin& origin) {

@@ -24,11 +24,14 @@ namespace qbsvrl6 {
 
 // Where a report's values come from; any may be null. All outlive the binding.
 struct DataSources {
-    const DataSet* data = nullptr;  // its parameters
-    const Table* rows = nullptr;    // the rows that are walked
-    const Table* head = nullptr;    // a table whose first row can be read in all sections
-    const DataSet* set = nullptr;   // parameters that the program has set
+    const DataSet* data = nullptr;      // its parameters
+    const Table* rows = nullptr;        // the rows that are walked
+    const Table* head = nullptr;        // a table whose first row can be read in all sections
+    const DataSet* set = nullptr;       // parameters that the program has set
+    const DataSet* gridData = nullptr;  // of the grid, if it has its own: expressions look up its tables too
 };
+
+class LookupTables;
 
 // A value that owns its text.
 class OwnedValue {
@@ -75,6 +78,10 @@ public:
     // groups.
     Binding(const Binding& outer, const DataSources& sources, std::u16string_view filter);
 
+    // The names of `outer` for the rows of a table that it looks up.
+    Binding(const Binding& outer, const Table& rows);
+    ~Binding();
+
     // Parses and binds. An unknown name reads as null; each occurrence is logged once per export. Raises
     // EngineError(BadExpression), also for calculated fields that depend on themselves.
     Expression compile(std::u16string_view text);
@@ -100,6 +107,7 @@ public:
     const std::vector<BoundGroup>& groups() const { return groups_; }  // outermost first
     // Shared by all views of the binding.
     UnreadValues& unreadValues() const { return unread_; }
+    LookupTables& lookupTables() const { return *lookupTables_; }
 
 private:
     // What the report declares, by names in lower case. All bindings of a report share it.
@@ -123,6 +131,8 @@ private:
     void logUnknown(std::u16string_view name, const Origin& origin) const;
     const std::vector<std::u16string>& knownNames() const;
     void bindTable(Aggregate& aggregate) const;
+    void bindLookup(Lookup& lookup, Expression& expression, const Origin& origin);
+    const Table* lookedUpTable(const std::u16string& name, const Origin& origin) const;
     void bindScope(Aggregate& aggregate, std::u16string_view text) const;
     void addGroup(const Group& group);
     std::uint32_t calculatedField(const Field& field);
@@ -145,6 +155,9 @@ private:
     std::vector<SortTerm> sort_;
     std::vector<BoundGroup> groups_;
     mutable std::optional<std::vector<std::u16string>> knownNames_;
+    // Shared by all bindings of the report; the one that is made first owns it.
+    std::unique_ptr<LookupTables> ownLookupTables_;
+    LookupTables* lookupTables_ = nullptr;
     mutable UnreadValues unread_{"calculations treat it as empty"};
     std::uint32_t slots_ = 0;
 };

@@ -4,10 +4,10 @@
 #include <limits>
 #include <numeric>
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "qbsvrl6/bind/name_list.h"
+#include "qbsvrl6/bind/sort_keys.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -33,35 +33,11 @@ AggregateKind kindOf(ChartAggregate aggregate) {
     return AggregateKind::Sum;
 }
 
-// The order of categories: numbers and dates, then texts, then empty values.
-struct SortKey {
-    enum class Kind { Number, Text, Nothing } kind = Kind::Nothing;
-    Number number;
-    std::u16string text;
-
-    static SortKey of(const Value& value) {
-        SortKey key;
-        if (value.type == ValueType::Date) {
-            key = {Kind::Number, value.date, {}};
-        } else if (toNumber(value, key.number)) {
-            key.kind = Kind::Number;
-        } else if (!value.isNull() && !value.text.empty()) {
-            key = {Kind::Text, 0, std::u16string(value.text)};
-        }
-        return key;
-    }
-    bool operator<(const SortKey& other) const {
-        if (kind != other.kind) return kind < other.kind;
-        return kind == Kind::Number ? compare(number, other.number) < 0 : text < other.text;
-    }
-};
-
-template <class T>
-std::vector<T> inOrder(std::vector<T>&& items, const std::vector<std::size_t>& order) {
-    std::vector<T> ordered;
-    ordered.reserve(order.size());
-    for (const std::size_t index : order) ordered.push_back(std::move(items[index]));
-    return ordered;
+[[noreturn]] void failTotal(std::u16string_view sort) {
+    constexpr std::size_t kShown = 200;
+    throw EngineError(ErrorCode::BadExpression,
+                      "bad sort \"" + toUtf8(sort.substr(0, kShown)) +
+                          "\": categories are sorted by a total alone, such as Sum(Amount) desc");
 }
 
 }  // namespace
@@ -88,7 +64,7 @@ public:
             view_.evaluateText(query_.category_, position_, text_);
             category = categories_.indexOf(text_.text);
             checkValues();
-            if (query_.sort_) takeSortKey(category);
+            takeSortValues(category);
         }
         for (std::size_t i = 0; i < made_.size(); ++i) {
             query_.series_[i].x ? takePoint(i) : takeValue(query_.series_[i], made(i), category);
@@ -96,7 +72,13 @@ public:
     }
 
     ChartData take() {
+        const std::vector<std::size_t> order = categoryOrder();
+        const bool isCut = query_.top_ > 0 && order.size() > query_.top_;
+        const std::size_t shown = isCut ? query_.top_ : order.size();
+        const bool hasOthers = isCut && !query_.others_.empty();
         ChartData data;
+        for (std::size_t i = 0; i < shown; ++i) data.categories.push_back(categories_.names()[order[i]]);
+        if (hasOthers) data.categories.push_back(query_.others_);
         for (std::size_t i = 0; i < made_.size(); ++i) {
             for (std::size_t k = 0; k < made_[i].gathered.size(); ++k) {
                 Gathered& gathered = made_[i].gathered[k];
@@ -105,15 +87,18 @@ public:
                 series.points = std::move(gathered.points);
                 if (query_.series_[i].x) continue;
                 gathered.values.resize(categories_.size());
-                for (const AggregateState& value : gathered.values) {
-                    double number = 0;
-                    const bool any = toNumber(value.result(query_.series_[i].aggregate), number);
-                    series.values.push_back(any ? number : std::numeric_limits<double>::quiet_NaN());
+                const AggregateKind kind = query_.series_[i].aggregate;
+                for (std::size_t at = 0; at < shown; ++at) {
+                    series.values.push_back(numberOf(gathered.values[order[at]], kind));
                 }
+                if (!hasOthers) continue;
+                AggregateState others;
+                for (std::size_t at = shown; at < order.size(); ++at) {
+                    others.merge(kind, gathered.values[order[at]], arena_);
+                }
+                series.values.push_back(numberOf(others, kind));
             }
         }
-        data.categories = std::move(categories_).names();
-        if (query_.sort_) sort(data);
         return data;
     }
 
@@ -150,19 +135,37 @@ private:
         return made.gathered[index];
     }
 
-    void takeSortKey(std::size_t category) {
-        SortKey key = SortKey::of(view_.evaluate(*query_.sort_, position_));
-        if (category == sortKeys_.size()) sortKeys_.emplace_back();
-        if (key < sortKeys_[category]) sortKeys_[category] = std::move(key);
+    static double numberOf(const AggregateState& state, AggregateKind kind) {
+        double number = 0;
+        return toNumber(state.result(kind), number) ? number : std::numeric_limits<double>::quiet_NaN();
     }
 
-    void sort(ChartData& data) const {
-        std::vector<std::size_t> order(data.categories.size());
+    void takeSortValues(std::size_t category) {
+        if (category == sortStates_.size()) sortStates_.emplace_back(query_.sortValues_.size());
+        for (std::size_t term = 0; term < query_.sortValues_.size(); ++term) {
+            const SortValue& sort = query_.sortValues_[term];
+            AggregateState& state = sortStates_[category][term];
+            if (!sort.value) {
+                state.countRow();
+                continue;
+            }
+            const Value value = view_.evaluate(*sort.value, position_);
+            if (!state.add(sort.aggregate, value, arena_))
+                view_.noteIfUnread(*sort.value, value, DataType::Number, position_);
+            arena_.reset();
+        }
+    }
+
+    std::vector<std::size_t> categoryOrder() const {
+        std::vector<std::size_t> order(categories_.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
-        std::stable_sort(order.begin(), order.end(),
-                         [this](std::size_t a, std::size_t b) { return sortKeys_[a] < sortKeys_[b]; });
-        data.categories = inOrder(std::move(data.categories), order);
-        for (ChartSeries& series : data.series) series.values = inOrder(std::move(series.values), order);
+        if (query_.sortTerms_.empty()) return order;
+        SortKeys keys(order.size(), query_.sortTerms_, [&](std::size_t term, std::size_t category) {
+            return sortStates_[category][term].result(query_.sortValues_[term].aggregate);
+        });
+        keys.sort(0, keys.size());
+        for (std::size_t at = 0; at < order.size(); ++at) order[at] = keys.itemAt(at);
+        return order;
     }
 
     // Rows without a number are left out; only counts include them.
@@ -201,9 +204,9 @@ private:
     const std::u16string& name_;
     Position position_;
     NameList categories_;
-    std::vector<SortKey> sortKeys_;  // per category
-    std::vector<Made> made_;         // for each series of the template
-    std::size_t count_ = 0;          // of the chart's series
+    std::vector<std::vector<AggregateState>> sortStates_;  // per category and term
+    std::vector<Made> made_;                               // for each series of the template
+    std::size_t count_ = 0;                                // of the chart's series
     std::size_t points_ = 0;
     EvaluatedText text_;
     TextArena arena_;
@@ -215,11 +218,34 @@ ChartQuery::ChartQuery(const ChartRows& rows, Binding& binding)
     const auto compiled = [&](const std::u16string& text) {
         return trimmed(text).empty() ? std::nullopt : std::optional(binding.compile(text));
     };
-    sort_ = compiled(rows.sort);
+    compileSort(rows, binding);
+    top_ = static_cast<std::size_t>(std::max(rows.top, 0));
+    others_ = rows.others;
     for (const ChartRowSeries& series : rows.series) {
         series_.push_back({binding.compileText(series.label), kindOf(series.aggregate),
                            compiled(series.value), compiled(series.x), compiled(series.y),
                            compiled(series.size)});
+    }
+}
+
+// A term that is one total sorts by it; any other one by its smallest or greatest value.
+void ChartQuery::compileSort(const ChartRows& rows, Binding& binding) {
+    sortTerms_ = binding.compileSort(rows.sort);
+    for (SortTerm& term : sortTerms_) {
+        Expression& expression = term.expression;
+        const bool isTotal = expression.code.size() == 1 && expression.aggregates.size() == 1 &&
+                             expression.aggregates[0].scope.kind == ScopeKind::Default &&
+                             expression.aggregates[0].kind != AggregateKind::RowNumber;
+        if (!isTotal) {
+            if (!expression.aggregates.empty() && expression.usesDefaultScope) failTotal(rows.sort);
+            sortValues_.push_back(
+                {term.descending ? AggregateKind::Maximum : AggregateKind::Minimum, std::move(expression)});
+            continue;
+        }
+        Aggregate& total = expression.aggregates[0];
+        SortValue& value = sortValues_.emplace_back();
+        value.aggregate = total.kind;
+        if (total.argument) value.value = std::move(*total.argument);
     }
 }
 

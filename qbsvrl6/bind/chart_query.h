@@ -27,11 +27,21 @@ private:
         std::optional<Expression> value;  // none: the rows themselves
         std::optional<Expression> x, y, size;
     };
+    // What a term of the sort reads of the rows of a category.
+    struct SortValue {
+        AggregateKind aggregate = AggregateKind::Minimum;
+        std::optional<Expression> value;  // none: the rows themselves
+    };
     class Gathering;
+
+    void compileSort(const ChartRows& rows, Binding& binding);
 
     std::optional<Expression> filter_;
     TextTemplate category_;
-    std::optional<Expression> sort_;
+    std::vector<SortTerm> sortTerms_;
+    std::vector<SortValue> sortValues_;  // of each term
+    std::size_t top_ = 0;                // 0: all
+    std::u16string others_;
     std::vector<Series> series_;
 };
 

@@ -6,6 +6,7 @@
 
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/functions.h"
+#include "qbsvrl6/bind/lookup_table.h"
 #include "qbsvrl6/support/budget.h"
 
 namespace qbsvrl6 {
@@ -148,6 +149,9 @@ Value Evaluator::run(const Expression& expression, const Position& position) {
                 break;
             case Operation::Aggregate:
                 stack_.push_back(aggregate(expression.aggregates[instruction.operand], position));
+                break;
+            case Operation::Lookup:
+                stack_.push_back(lookUp(expression.lookups[instruction.operand], position));
                 break;
             case Operation::Call:
                 call(expression, instruction, position);
@@ -417,6 +421,21 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
     }
     state.range.end = end;
     ++epoch_;  // memos of calculated fields may refer to texts that were just freed
+}
+
+Value Evaluator::lookUp(const Lookup& lookup, const Position& position) {
+    if (lookup.table == nullptr) return {};
+    if (user_ == 0) user_ = binding_.lookupTables().newUser();
+    const Value sought = run(*lookup.sought, position);
+    return lookup.table->find(lookup, sought, *this, arena_);
+}
+
+std::vector<OwnedValue> Evaluator::passed() const {
+    std::vector<OwnedValue> values;
+    for (std::size_t i = 0; i < binding_.passedCount(); ++i) {
+        values.push_back(parameter(binding_.passedParameter(i)));
+    }
+    return values;
 }
 
 }  // namespace qbsvrl6

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qbsvrl6/bind/aggregate_cache.h"
@@ -50,11 +51,29 @@ public:
     void noteIfUnread(const Expression& expression, const Value& value, DataType needed,
                       const Position& position);
 
+    // Evaluates while another evaluation may be under way, and passes the value to `use`: its text does not
+    // live longer.
+    template <class Use>
+    void evaluateInside(const Expression& expression, const Position& position, Use use) {
+        const TextArena::Mark mark = arena_.mark();
+        const TableRow inner = std::exchange(inner_, {});
+        use(run(expression, position));
+        inner_ = inner;
+        arena_.release(mark);
+        ++epoch_;  // memos may refer to the texts that were just freed
+    }
+
     // To be called when the rows have changed.
     void forgetAggregates() { aggregates_.clear(); }
     Value read(const BoundName& name, const Position& position) { return readName(name, position); }
     const OwnedValue& parameter(std::size_t index) const { return parameters_[index]; }
     TextArena& arena() { return arena_; }
+    // The values that the outer report has passed.
+    std::vector<OwnedValue> passed() const;
+    std::int64_t now() const { return now_; }
+    // Distinguishes evaluators that look up rows: their parameters may differ.
+    std::uint64_t user() const { return user_; }
+    void setUser(std::uint64_t user) { user_ = user; }
 
 private:
     // The result of a calculated field at a row; valid in the evaluation of its epoch.
@@ -78,6 +97,7 @@ private:
     Value readCalculated(const BoundName& name, const Position& position);
     Value readSystem(SystemValue system, const Position& position) const;
     Value aggregate(const Aggregate& aggregate, const Position& position);
+    Value lookUp(const Lookup& lookup, const Position& position);
     void add(AggregateState& state, const Aggregate& aggregate, const Position& position);
     void extend(AggregateState& state, const Aggregate& aggregate, const Position& position, std::size_t end);
     UnreadValues::Source sourceOf(const BoundName& name, const Position& position) const;
@@ -95,6 +115,7 @@ private:
     std::vector<Value> stack_;
     TextArena arena_;
     std::uint64_t epoch_ = 0;
+    std::uint64_t user_ = 0;
     TableRow inner_;  // in an aggregate over a table within the row table
 };
 

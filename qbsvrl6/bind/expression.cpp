@@ -14,6 +14,7 @@
 //                 | "(" expression ")"
 //                 | "If" "(" expression "," expression "," expression ")"
 //                 | aggregate "(" [ "*" | expression ] [ "," scope ] ")"
+//                 | lookup "(" table "," join "=" join [ "," expression ] ")"
 //                 | function "(" [ expression { "," expression } ] ")"
 // clang-format on
 #include "qbsvrl6/bind/expression.h"
@@ -47,6 +48,20 @@ constexpr std::array<AggregateName, 7> kAggregates = {{
     {u"Maximum", AggregateKind::Maximum},
     {u"CountDistinct", AggregateKind::CountDistinct},
     {u"RowNumber", AggregateKind::RowNumber},
+}};
+
+struct LookupName {
+    std::u16string_view name;
+    std::optional<AggregateKind> kind;
+};
+
+constexpr std::array<LookupName, 6> kLookups = {{
+    {u"Lookup", std::nullopt},
+    {u"LookupSum", AggregateKind::Sum},
+    {u"LookupCount", AggregateKind::Count},
+    {u"LookupAvg", AggregateKind::Average},
+    {u"LookupMin", AggregateKind::Minimum},
+    {u"LookupMax", AggregateKind::Maximum},
 }};
 
 std::optional<AggregateKind> aggregateKind(const Token& token) {
@@ -284,6 +299,9 @@ private:
         const Level level(*this);
         if (name.isWord(u"If")) return choice();
         if (const auto kind = aggregateKind(name)) return aggregate(*kind, name.column);
+        for (const LookupName& candidate : kLookups) {
+            if (name.isWord(candidate.name)) return lookup(candidate.kind);
+        }
         const std::size_t function = findFunction(name.text);
         if (function == std::u16string_view::npos) {
             lexer_.fail("there is no function of this name", name.column);
@@ -328,14 +346,7 @@ private:
             const bool rows =
                 kind == AggregateKind::Count && (token_.isSymbol(u"*") || token_.isSymbol(u")"));
             if (!rows) {
-                made.argument = std::make_unique<Expression>();
-                Expression* const outer = std::exchange(expression_, made.argument.get());
-                auto outerNames = std::exchange(nameIndex_, {});
-                insideAggregate_ = true;
-                expression();
-                insideAggregate_ = false;
-                nameIndex_ = std::move(outerNames);
-                expression_ = outer;
+                made.argument = separate(true, [this] { expression(); });
             } else if (token_.isSymbol(u"*")) {
                 advance();
             }
@@ -343,6 +354,45 @@ private:
         }
         expect(u")", "\")\" is expected");
         emitAggregate(std::move(made));
+    }
+
+    // Parses an expression that is evaluated at other rows than the one around it.
+    template <class Parse>
+    std::unique_ptr<Expression> separate(bool insideAggregate, Parse parse) {
+        auto made = std::make_unique<Expression>();
+        Expression* const outer = std::exchange(expression_, made.get());
+        auto outerNames = std::exchange(nameIndex_, {});
+        const bool wasInside = std::exchange(insideAggregate_, insideAggregate);
+        parse();
+        insideAggregate_ = wasInside;
+        nameIndex_ = std::move(outerNames);
+        expression_ = outer;
+        return made;
+    }
+
+    // "Lookup(table, key = value, result)": key and result belong to the rows of the table.
+    void lookup(std::optional<AggregateKind> kind) {
+        Lookup made;
+        made.kind = kind;
+        const bool isName = token_.kind == TokenKind::Name || token_.kind == TokenKind::QuotedName ||
+                            token_.kind == TokenKind::Text;
+        if (!isName || token_.text.empty()) fail("the name of a table is expected");
+        made.tableName = token_.text;
+        advance();
+        expect(u",", "\",\" is expected after the table");
+        const std::size_t start = token_.column;
+        made.key = separate(false, [this] { join(); });
+        made.keyText = lexer_.textBetween(start, token_.column);
+        expect(u"=", "\"=\" is expected: a column of the table = a value");
+        made.sought = separate(insideAggregate_, [this] { join(); });
+        const bool countsRows = kind == AggregateKind::Count && token_.isSymbol(u")");
+        if (!countsRows) {
+            expect(u",", "\",\" and an expression for the rows of the table are expected");
+            made.result = separate(false, [this] { expression(); });
+        }
+        expect(u")", "\")\" is expected");
+        expression_->lookups.push_back(std::move(made));
+        emit(Operation::Lookup, expression_->lookups.size() - 1);
     }
 
     void scope(Aggregate& made) {

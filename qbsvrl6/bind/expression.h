@@ -74,11 +74,26 @@ struct Aggregate {
     const Table* table = nullptr;
 };
 
+class LookupTable;
+
+// Reads rows of another table, whose key equals a value.
+struct Lookup {
+    std::optional<AggregateKind> kind;  // none: the first row
+    std::u16string tableName;
+    std::u16string keyText;
+    std::unique_ptr<Expression> key;     // of the other table
+    std::unique_ptr<Expression> sought;  // the value
+    std::unique_ptr<Expression> result;  // of the other table; null: the rows themselves
+    LookupTable* table = nullptr;        // null: the data has none; set by binding
+    std::uint32_t slot = 0;              // in the table; set by binding
+};
+
 enum class Operation : std::uint8_t {
     Constant,   // operand: index of the constant
     Name,       // operand: index of the name
     System,     // operand: a SystemValue
     Aggregate,  // operand: index of the aggregate
+    Lookup,     // operand: index of the lookup
     Call,       // operand: index of the function; takes `count` values
     Negate,
     Not,
@@ -113,6 +128,7 @@ struct Expression {
     std::vector<std::unique_ptr<const std::u16string>> constantTexts;  // owns the texts of the constants
     std::vector<BoundName> names;
     std::vector<Aggregate> aggregates;
+    std::vector<Lookup> lookups;
     // What the value depends on besides the row. Binding adds what names and default scopes depend on.
     bool usesPage = false;            // page number, or rows of the page by an explicit scope
     bool usesPageRows = false;        // rows of the page; usesPage is set as well

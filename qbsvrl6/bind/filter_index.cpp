@@ -5,32 +5,10 @@
 
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/bind/values.h"
-#include "qbsvrl6/support/budget.h"
 
 namespace qbsvrl6 {
 
 namespace {
-
-// Values that compare as equal have the same key. Returns false for values without a key.
-bool keyOf(const Value& value, std::u16string& key) {
-    Number number;
-    switch (value.type) {
-        case ValueType::Null:
-            key.clear();
-            return true;
-        case ValueType::Number:
-        case ValueType::Text:
-            if (!toNumber(value, number)) {
-                key = value.text;
-                return true;
-            }
-            key.assign(1, u'\0');
-            number.appendKey(key);
-            return true;
-        default:
-            return false;
-    }
-}
 
 bool isFalse(const Expression& filter, std::size_t at) {
     if (at >= filter.code.size() || filter.code[at].operation != Operation::Constant) return false;
@@ -103,28 +81,15 @@ Equality findEquality(const Expression& filter) {
 std::unique_ptr<FilterIndex> FilterIndex::make(const Expression& filter, const Table& rows) {
     const auto [column, parameter] = findEquality(filter);
     if (column == nullptr) return nullptr;
-    auto index = std::make_unique<FilterIndex>();
-    index->parameter_ = parameter;
-    std::u16string key;
-    TextArena scratch;
-    for (std::size_t row = 0; row < rows.rowCount(); ++row) {
-        goOn();
-        Value value = rows.value(row, column->index);
-        if (column->declaredType >= 0) {
-            value = convertTo(value, static_cast<DataType>(column->declaredType), scratch);
-        }
-        if (!keyOf(value, key)) return nullptr;
-        index->rows_[key].push_back(static_cast<std::uint32_t>(row));
-        scratch.reset();
-    }
-    return index;
-}
-
-const std::vector<std::uint32_t>* FilterIndex::candidates(const Value& value) const {
-    std::u16string key;
-    if (!keyOf(value, key)) return nullptr;
-    const auto found = rows_.find(key);
-    return found == rows_.end() ? &none_ : &found->second;
+    TextArena texts;
+    KeyIndex index(rows.rowCount(), [&, column = column](std::size_t row) {
+        texts.reset();
+        const Value value = rows.value(row, column->index);
+        return column->declaredType < 0
+                   ? value
+                   : convertTo(value, static_cast<DataType>(column->declaredType), texts);
+    });
+    return std::make_unique<FilterIndex>(*parameter, std::move(index));
 }
 
 }  // namespace qbsvrl6

@@ -1,17 +1,16 @@
-// Rows by the value of a column, for filters such as "OrderId = Id". Without it, a sub-report in each row of
-// a long table would test all of its own rows each time.
+// The index of a filter such as "OrderId = Id", which compares a column with a parameter.
 #ifndef QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
 #define QBSVR_QBSVRL6_BIND_FILTER_INDEX_H
 
 #include <cstdint>
 #include <memory>
-#include <string>
-#include <unordered_map>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "qbsvrl6/bind/expression.h"
+#include "qbsvrl6/bind/key_index.h"
 #include "qbsvrl6/data/table.h"
-#include "qbsvrl6/support/keyed_hash.h"
 
 namespace qbsvrl6 {
 
@@ -21,15 +20,17 @@ public:
     // that "and" joins. The filter outlives the index.
     static std::unique_ptr<FilterIndex> make(const Expression& filter, const Table& rows);
 
-    const BoundName& parameter() const { return *parameter_; }
-    // A superset of the rows whose column equals the value, in order; null if the index cannot find all
-    // values that compare as equal.
-    const std::vector<std::uint32_t>* candidates(const Value& value) const;
+    FilterIndex(const BoundName& parameter, KeyIndex rows) : parameter_(parameter), rows_(std::move(rows)) {}
+
+    const BoundName& parameter() const { return parameter_; }
+    // A superset of the rows whose column equals the value, in order; nothing if all rows may.
+    std::optional<std::vector<std::uint32_t>> candidates(const Value& value) const {
+        return rows_.candidates(value);
+    }
 
 private:
-    const BoundName* parameter_ = nullptr;
-    std::unordered_map<std::u16string, std::vector<std::uint32_t>, KeyedHash> rows_;
-    std::vector<std::uint32_t> none_;
+    const BoundName& parameter_;
+    KeyIndex rows_;
 };
 
 }  // namespace qbsvrl6

@@ -106,6 +106,12 @@ void GroupFinder::logRecurring(std::size_t level, std::size_t row, std::u16strin
     logWarning(message, report.placesOf(group.by, TextUse::Report).front());
 }
 
+// What has been read of the rows in their old order is no longer true.
+void GroupFinder::walk(std::vector<std::uint32_t> tableRows) {
+    rows_.list(std::move(tableRows));
+    evaluator_.forgetAggregates();
+}
+
 // Numbers the keys in each outer group, and moves the rows of each key together.
 void GroupFinder::gather(std::size_t level) {
     const std::vector<std::uint32_t> outer = outerStarts();
@@ -147,7 +153,7 @@ void GroupFinder::gather(std::size_t level) {
         for (std::size_t row = 0; row < groupOf.size(); ++row) {
             list[next[groupOf[row]]++] = static_cast<std::uint32_t>(rows_.tableRow(row));
         }
-        rows_.list(std::move(list));
+        walk(std::move(list));
     }
     const std::vector<Span> inOuter = spans(found.starts);
     levels_.push_back(std::move(found));
@@ -209,7 +215,7 @@ void GroupFinder::rearrange(std::span<const std::uint32_t> groups) {
         }
     }
     starts = std::move(newStarts);
-    rows_.list(std::move(list));
+    walk(std::move(list));
 }
 
 // Merges the groups after the first ones into one of the others, or leaves out their rows.
@@ -257,7 +263,7 @@ void GroupFinder::drop(std::span<const RowRange> rows) {
         move(level.starts);
         move(level.others);
     }
-    rows_.list(std::move(list));
+    walk(std::move(list));
 }
 
 }  // namespace qbsvrl6

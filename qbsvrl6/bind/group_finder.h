@@ -35,6 +35,7 @@ private:
     std::vector<std::uint32_t> outerStarts() const;
     void follow(std::size_t level);
     void logRecurring(std::size_t level, std::size_t row, std::u16string_view key);
+    void walk(std::vector<std::uint32_t> tableRows);
     void gather(std::size_t level);
     std::vector<Span> spans(std::span<const std::uint32_t> starts) const;
     void sort(std::size_t level, std::span<const Span> spans);

@@ -33,6 +33,10 @@ void Lexer::fail(const char* message, std::size_t column) const {
                       {"", {0, static_cast<int>(std::min<std::size_t>(column, 1'000'000'000))}});
 }
 
+std::u16string Lexer::textBetween(std::size_t first, std::size_t end) const {
+    return std::u16string(trimmed(text_.substr(first - 1, end - first)));
+}
+
 Token Lexer::next() {
     while (index_ < text_.size() && isWhiteSpace(text_[index_])) ++index_;
     if (index_ == text_.size()) return {TokenKind::End, index_ + 1, {}, {}};

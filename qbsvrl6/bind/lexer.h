@@ -28,6 +28,8 @@ public:
     explicit Lexer(std::u16string_view text) : text_(text) {}
     // Raises EngineError(BadExpression).
     Token next();
+    // The text from one column to another, without white space around it.
+    std::u16string textBetween(std::size_t first, std::size_t end) const;
     [[noreturn]] void fail(const char* message, std::size_t column) const;
 
 private:

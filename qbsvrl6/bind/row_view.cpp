@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "qbsvrl6/bind/group_finder.h"
@@ -27,11 +28,11 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
     : RowView(binding, passed, now, allRows(binding.sources().rows)) {}
 
 RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now,
-                 WalkedRows rows, RowTables tables)
+                 WalkedRows rows, RowTables tables, bool areOfTables)
     : binding_(binding),
       tables_(std::move(tables)),
       table_(tables_.tableFor(binding.sources().rows)),
-      rows_(table_ == binding.sources().rows ? std::move(rows) : allRows(table_)),
+      rows_(areOfTables || table_ == binding.sources().rows ? std::move(rows) : allRows(table_)),
       evaluator_(binding, {table_, tables_.tableFor(binding.sources().head)}, rows_, passed, now) {
     applyFilter();
     sort();
@@ -43,8 +44,8 @@ void RowView::applyFilter() {
     if (!binding_.filter()) return;
     const bool isIndexed = !rows_.isListed() && table_ == binding_.sources().rows;
     const FilterIndex* const index = isIndexed ? binding_.filterIndex() : nullptr;
-    const std::vector<std::uint32_t>* const candidates =
-        index == nullptr ? nullptr : index->candidates(evaluator_.read(index->parameter(), {}));
+    const std::optional<std::vector<std::uint32_t>> candidates =
+        index == nullptr ? std::nullopt : index->candidates(evaluator_.read(index->parameter(), {}));
     std::vector<std::uint32_t> kept;
     const auto keepIfTrue = [&](std::size_t row) {
         goOn();
@@ -54,7 +55,7 @@ void RowView::applyFilter() {
         if (isTrue(*binding_.filter(), position))
             kept.push_back(static_cast<std::uint32_t>(rows_.tableRow(row)));
     };
-    if (candidates == nullptr) {
+    if (!candidates) {
         for (std::size_t row = 0; row < rows_.count(); ++row) keepIfTrue(row);
     } else {
         const std::size_t first = rows_.tableRow(0);
@@ -122,12 +123,6 @@ WalkedRows RowView::rowsInside(const Table* table, const Position& position) con
     return rows;
 }
 
-std::vector<OwnedValue> RowView::passed() const {
-    std::vector<OwnedValue> values;
-    for (std::size_t i = 0; i < binding_.passedCount(); ++i) {
-        values.push_back(evaluator_.parameter(binding_.passedParameter(i)));
-    }
-    return values;
-}
+std::vector<OwnedValue> RowView::passed() const { return evaluator_.passed(); }
 
 }  // namespace qbsvrl6

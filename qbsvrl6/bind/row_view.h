@@ -26,9 +26,9 @@ public:
     // EngineError(LimitExceeded) for tables of more than 4 billion rows.
     RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now);
     // Walks these rows of the binding's table only. If that table is one of `tables`, walks all rows of the one
-    // that is in its place.
+    // that is in its place, unless `rows` are already of that one.
     RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now, WalkedRows rows,
-            RowTables tables = {});
+            RowTables tables = {}, bool areOfTables = false);
     RowView(const RowView&) = delete;
     RowView& operator=(const RowView&) = delete;
 

@@ -167,11 +167,12 @@ std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, co
     for (const OwnedValue& argument : arguments) passed.push_back(argument.get());
     for (const auto& query : content.queries) tables.add(query->shape(), query->run(passed));
     const Binding& binding = *content.plan->binding;
-    WalkedRows rows = view_.rowsInside(binding.sources().rows, position);
-    return ReportInstance{
-        *content.plan,
-        std::make_shared<RowView>(binding, arguments, context_.now, std::move(rows), std::move(tables)),
-        true};
+    const bool ofSection = content.hasSectionRows;
+    WalkedRows rows = ofSection ? view_.rowsFor(position.scope, position.row)
+                                : view_.rowsInside(binding.sources().rows, position);
+    auto view = std::make_shared<RowView>(binding, arguments, context_.now, std::move(rows),
+                                          std::move(tables), ofSection);
+    return ReportInstance{*content.plan, std::move(view), true};
 }
 
 void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced) {

@@ -39,14 +39,17 @@ public:
         : report_(report), source_(source), left_(left), depth_(depth) {}
 
     // A sub-report is planned for a box of this width. It reads the outer report's data if it has none itself.
+    // With `sectionRows`, its rows are from the table of the outer report.
     std::unique_ptr<ReportPlan> plan(Micrometres width, const DataSet* outerData,
-                                     std::span<const SubReportParameter> passed) {
+                                     std::span<const SubReportParameter> passed,
+                                     const DataSources* sectionRows = nullptr) {
         plan_ = std::make_unique<ReportPlan>();
         plan_->report = &report_;
         plan_->width = width;
         data_ = found(source_.data.sets, &report_, outerData);
         plan_->styles = std::make_unique<NamedStyles>(report_);
-        plan_->binding = std::make_unique<Binding>(report_, dataSources(), passed);
+        plan_->binding =
+            std::make_unique<Binding>(report_, sectionRows == nullptr ? dataSources() : *sectionRows, passed);
         const bool nested = depth_ > 0;
         const bool sections = nested || !source_.options.onlyDetailGrid;
         if (sections) {
@@ -90,6 +93,7 @@ private:
         if (!same) sources.rows = tableOf(gridData, name, TextUse::GridTable);
         if (sources.rows != reportTable) sources.head = reportTable;
         if (sources.data == nullptr) sources.data = gridData;
+        if (hasOwn) sources.gridData = gridData;
         return sources;
     }
 
@@ -327,7 +331,9 @@ private:
         if (queries != source_.data.rowQueries.end()) planned.queries = queries->second;
         const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
         planned.plan = Planner(content.report->definition, source_, site.left + box.x, depth_ + 1)
-                           .plan(width, plan_->binding->sources().data, content.parameters);
+                           .plan(width, plan_->binding->sources().data, content.parameters,
+                                 content.hasSectionRows ? &plan_->binding->sources() : nullptr);
+        planned.hasSectionRows = content.hasSectionRows;
         plan_->needsPageCount = plan_->needsPageCount || planned.plan->needsPageCount;
         return planned;
     }

@@ -63,7 +63,8 @@ struct PlannedChart {
 };
 
 struct PlannedSubReport {
-    std::unique_ptr<ReportPlan> plan;   // null: nested deeper than limits::kSubReportDepth
+    std::unique_ptr<ReportPlan> plan;  // null: nested deeper than limits::kSubReportDepth
+    bool hasSectionRows = false;
     std::vector<Expression> arguments;  // in the scope of the parent, in the order of the parameters
     std::vector<std::shared_ptr<RowQuery>> queries;  // run for each instance
 };

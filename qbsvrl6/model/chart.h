@@ -56,8 +56,11 @@ struct ChartRows {
     std::u16string table;     // name of another table of the data; empty: the rows of the chart's section
     std::u16string filter;    // an expression; rows for which it isn't true are left out; empty: all rows
     std::u16string category;  // with placeholders: one category per text
-    std::u16string
-        sort;  // an expression; categories are sorted by its smallest value; empty: in order of occurrence
+    // Terms that order the categories: totals, "Sum(Amount) desc", or expressions, by their smallest or with
+    // "desc" their greatest value; empty: in order of occurrence.
+    std::u16string sort;
+    int top = 0;            // number of categories; 0: all
+    std::u16string others;  // the name of a category of all others; empty: they are left out
     std::vector<ChartRowSeries> series;
 };
 

@@ -84,7 +84,8 @@ struct SubReportParameter {
 };
 
 struct SubReportContent {
-    Owned<Report> report;  // never null
+    Owned<Report> report;         // never null
+    bool hasSectionRows = false;  // walks the rows of the section around it, in their order
     std::vector<SubReportParameter> parameters;
 };
 

@@ -87,6 +87,8 @@ inline constexpr std::array<Word<ChartAggregate>, 5> kChartAggregates = {
      {"count", ChartAggregate::Count},
      {"minimum", ChartAggregate::Minimum},
      {"maximum", ChartAggregate::Maximum}}};
+// Whether the rows of a sub-report are those of the section around it.
+inline constexpr std::array<Word<bool>, 2> kSubReportRows = {{{"table", false}, {"section", true}}};
 // What happens to columns that are wider than the page (docs/column-adapt.md). The methods with `Ex`
 // put the remaining columns after all rows, the others after the rows of each page; `RepeatFixed` repeats the
 // first `fixedColumns` columns on them.
@@ -254,11 +256,15 @@ void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
     element.tableName("table", rows.table, TextUse::ChartTable);
     element.attribute("filter", rows.filter, {}, ExpressionCodec{.knowsPage = false});
     element.attribute("category", rows.category, {}, PlaceholderCodec{});
-    element.attribute("sort", rows.sort, {}, ExpressionCodec{.knowsPage = false});
+    element.attribute("sort", rows.sort, {}, SortCodec{});
+    element.attribute("top", rows.top, 0, IntegerCodec{1, static_cast<int>(limits::kChartPoints)});
+    element.attribute("others", rows.others, {}, TextCodec{});
+    element.refuse(!rows.others.empty() && rows.top == 0,
+                   "\"others\" needs \"top\", the number of categories before it");
     const auto marked = [](const auto& child) { return child.hasAny(kRowSeriesMarks); };
     element.listOf("Series", rows.series, marked,
                    [=](auto& child, auto& series) { describeRowSeries(child, series, kind); });
-    const bool hasCategories = !rows.category.empty() || !rows.sort.empty();
+    const bool hasCategories = !rows.category.empty() || !rows.sort.empty() || rows.top > 0;
     element.refuse(rows.series.empty() && (hasCategories || !rows.table.empty() || !rows.filter.empty()),
                    "a chart of rows has a <Series> with \"value\", or with \"x\" and \"y\"");
     element.refuse(hasCategories && hasPoints(kind), "scatter lines and bubbles have no categories");
@@ -304,16 +310,28 @@ void describeChart(Element& element, ContentLike& chart) {
     describeChartData(element, chart.data, !chart.rows.series.empty());
 }
 
+inline bool hasOwnRows(const ReportDefinition& report) {
+    const auto isSet = [](const DataSource& source) {
+        return !source.connection.empty() || !source.query.empty() || !source.table.empty();
+    };
+    return isSet(report.data) || (report.grid && isSet(report.grid->recordset));
+}
+
 // Parameters are expressions in the scope of the enclosing report and replace the values of the sub-report's
-// parameters of the same name. The nested report is complete, except that it has no pages; the depth is limited
+// parameters of the same name. With rows="section", its rows are those of the section around it. The nested report is
+// complete, except that it has no pages; the depth is limited
 // (limits::kSubReportDepth).
 template <class Element, class ContentLike>
 void describeSubReport(Element& element, ContentLike& subReport) {
+    element.attribute("rows", subReport.hasSectionRows, false, WordCodec<bool>{kSubReportRows});
     element.list("Parameter", subReport.parameters, [](auto& child, auto& parameter) {
         child.required("name", parameter.name, TextCodec{});
         child.required("expression", parameter.expression, ExpressionCodec{.mayBeBlank = false});
     });
     element.nestedReport("Report", subReport.report);
+    element.refuse(
+        subReport.hasSectionRows && subReport.report && hasOwnRows(subReport.report->definition),
+        "rows=\"section\" takes the rows of the section: <Data> and <Recordset> have no place here");
 }
 
 // The attributes of a control apart from its content. The position of a cell is that of its column and row. In sections of the

@@ -293,6 +293,57 @@ TEST(RowView, SortsGroups) {
     EXPECT_EQ(walked(R"([{"id": "a"}, {"id": "b", "k": ""}])", u"", {group(u"k", u"k")}), "ab");
 }
 
+TEST(RowView, LooksUpRowsOfOtherTables) {
+    ReportDefinition report;
+    report.fields = {{u"Day", DataType::Date, u""},
+                     {u"Vip", DataType::Boolean, u"Lookup(Customers, Id = Customer, Rank) = 1"}};
+    report.parameters = {{u"Factor", DataType::Number, u"2"}};
+    Orders orders(std::move(report), R"({
+      "Orders": [{"Customer": 7, "Code": "7.0", "Day": "2024/3/5", "Paid": true}, {"Customer": null}],
+      "Customers": [{"Id": "8", "Name": "eight", "Rank": 2}, {"Id": 7, "Name": "seven", "Rank": 1, "Open": true},
+                    {"Id": 7.0, "Name": "seven again"}, {"Name": "nobody", "Rank": "many"}],
+      "Lines": [{"Order": 7, "Amount": 0.1, "Product": "p"}, {"Order": "7", "Amount": "0.2", "Product": "q"},
+                {"Order": 8, "Amount": 5, "Product": "p"}, {"Order": 7, "Amount": null, "Product": "q"}],
+      "Prices": [{"Product": "p", "Day": "2024-03-05", "Price": 3}, {"Product": "q", "Day": "soon", "Price": 4}]})");
+    const struct {
+        const char16_t* expression;
+        std::size_t row;
+        const char* shown;
+    } cases[] = {
+        {u"Lookup(Customers, Id = Customer, Name)", 0, "seven"},
+        {u"Lookup(Customers, Id = Customer, Name)", 1, "nobody"},
+        {u"lookup('Customers', Id = 8, Name & Rank * Factor)", 0, "eight4"},
+        {u"Lookup(Customers, Id = Code, Name)", 0, "seven"},
+        {u"Lookup(Customers, Id = 9, Name)", 0, ""},
+        {u"LookupSum(Customers, Id = 9, Rank) & LookupCount(Customers, Id = 9)", 0, "00"},
+        {u"Lookup(Customers, Open = Paid, Name)", 0, "seven"},
+        {u"LookupSum(Lines, Order = Customer, Amount) = 0.3", 0, "是"},
+        {u"LookupCount(Lines, Order = Customer)", 0, "3"},
+        {u"LookupCount(Lines, Order = Customer, Amount)", 0, "2"},
+        {u"LookupAvg(Lines, Product & Order = 'p' & Customer, Amount)", 0, "0.1"},
+        {u"LookupMax(Lines, Order = Customer, Product) & LookupMin(Lines, Order = Customer, Amount)", 0,
+         "q0.1"},
+        {u"LookupSum(Lines, Order = Customer, Amount * Lookup(Prices, Product = Product, Price))", 0, "1.1"},
+        {u"Lookup(Prices, Day = Day, Price)", 0, "3"},
+        {u"Lookup(Prices, Day = '2024年3月5日', Price)", 0, "3"},
+        {u"Lookup(Lines, Order = 8, Amount / Sum(Amount)) = 5 / 5.3", 0, "是"},
+        {u"Sum(Lookup(Customers, Id = Customer, Rank))", 0, "1"},
+        {u"Vip", 0, "是"},
+        {u"Lookup(Nothing, Id = Customer, Name)", 0, ""},
+    };
+    for (const auto& [expression, row, shown] : cases) {
+        Position position;
+        position.row = row;
+        EXPECT_EQ(orders.show(u"[" + std::u16string(expression) + u"]", position), shown)
+            << toUtf8(expression);
+    }
+    for (const char16_t* const bad :
+         {u"Lookup(Customers, Id, Name)", u"Lookup(Customers, Id = 7)", u"LookupCount()",
+          u"Lookup(1, a = b, c)", u"Lookup(Customers, Id = PageNumber, PageCount)"}) {
+        EXPECT_THROW(orders.show(u"[" + std::u16string(bad) + u"]"), EngineError) << toUtf8(bad);
+    }
+}
+
 // As numbers in sums, comparisons and formats.
 TEST(RowView, ReadsTextsAsNumbers) {
     const struct {
