@@ -29,18 +29,6 @@ std::size_t unfinishedBytes(std::string_view text) {
     return 0;
 }
 
-// The whole characters at the start of the bytes that are valid.
-std::size_t validBytes(std::string_view bytes) {
-    std::size_t low = 0;
-    while (low < bytes.size()) {
-        const auto lead = static_cast<unsigned char>(bytes[low]);
-        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        if (!isValidUtf8(bytes.substr(low, length))) break;
-        low += length;
-    }
-    return low;
-}
-
 // The converter's name for what `encoding` names; null for UTF-8.
 const char* converterFor(const std::string& encoding, const std::string& origin) {
     if (encoding.empty()) return nullptr;
@@ -138,7 +126,7 @@ bool TextStream::appendUtf8(std::string& text) {
         raw_.erase(0, whole);
         return true;
     }
-    text += bytes.substr(0, validBytes(bytes));
+    text += bytes.substr(0, validUtf8Bytes(bytes));
     problem_ = "the text is not UTF-8";
     return false;
 }

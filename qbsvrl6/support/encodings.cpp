@@ -4,6 +4,7 @@
 #include <array>
 
 #include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -25,6 +26,17 @@ const Encoding* findEncoding(std::string_view name) {
                           [](char left, char right) { return lowered(left) == right; });
     });
     return known == kEncodings.end() ? nullptr : &*known;
+}
+
+std::size_t validUtf8Bytes(std::string_view bytes) {
+    std::size_t length = 0;
+    while (length < bytes.size()) {
+        const auto lead = static_cast<unsigned char>(bytes[length]);
+        const std::size_t character = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        if (!isValidUtf8(bytes.substr(length, character))) break;
+        length += character;
+    }
+    return length;
 }
 
 }  // namespace qbsvrl6

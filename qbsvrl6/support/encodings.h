@@ -1,7 +1,8 @@
-// The encodings of text files besides UTF-8.
+// The encodings of text files.
 #ifndef QBSVR_QBSVRL6_SUPPORT_ENCODINGS_H
 #define QBSVR_QBSVRL6_SUPPORT_ENCODINGS_H
 
+#include <cstddef>
 #include <string_view>
 
 namespace qbsvrl6 {
@@ -13,6 +14,9 @@ struct Encoding {
 
 // The encoding of this name, in any case; null if it is unknown.
 const Encoding* findEncoding(std::string_view name);
+
+// The length of the valid UTF-8 that the bytes begin with, in whole characters.
+std::size_t validUtf8Bytes(std::string_view bytes);
 
 }  // namespace qbsvrl6
 

@@ -31,18 +31,6 @@ std::string declaredEncoding(std::string_view bytes) {
     return name;
 }
 
-// Where the first invalid character begins.
-std::size_t firstBadCharacter(std::string_view bytes) {
-    std::size_t index = 0;
-    while (index < bytes.size()) {
-        const auto lead = static_cast<unsigned char>(bytes[index]);
-        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        if (!isValidUtf8(bytes.substr(index, length))) break;
-        index += length;
-    }
-    return index;
-}
-
 }  // namespace
 
 SourceText::SourceText(std::string bytes, std::string origin)
@@ -80,7 +68,7 @@ SourcePlace PlaceCursor::place(std::size_t offset) {
 
 void SourceText::checkUtf8() const {
     if (isValidUtf8(text_)) return;
-    fail(ErrorCode::BadEncoding, "the text is not UTF-8", firstBadCharacter(text_));
+    fail(ErrorCode::BadEncoding, "the text is not UTF-8", validUtf8Bytes(text_));
 }
 
 void SourceText::readUtf16(std::string_view bytes, bool bigEndian) {
