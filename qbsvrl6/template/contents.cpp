@@ -37,15 +37,6 @@ struct Collected {
     Mentions fonts;
 };
 
-template <class T>
-const T& valueOf(const T& item) {
-    return item;
-}
-template <class T>
-const T& valueOf(const Owned<T>& item) {
-    return *item;
-}
-
 // Walks the vocabulary (schema.h) as the writer does, and reads the texts.
 class CollectElement {
 public:
@@ -81,7 +72,7 @@ public:
     }
     template <class T, class Describe>
     void list(const char*, const std::vector<T>& values, Describe&& describe) {
-        for (const T& value : values) describe(*this, valueOf(value));
+        for (const T& value : values) describe(*this, describedIn(value));
     }
     template <class T, class IsOfKind, class Describe>
     void listOf(const char* name, const std::vector<T>& values, IsOfKind&&, Describe&& describe) {

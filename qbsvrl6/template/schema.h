@@ -110,6 +110,16 @@ inline constexpr LengthCodec kPosition{-limits::kPaperMicrometres, limits::kPape
 inline constexpr NumberCodec kAnyNumber{-std::numeric_limits<double>::max(),
                                         std::numeric_limits<double>::max()};
 
+// What an item of a list holds, for elements that walk lists without changing them.
+template <class T>
+const T& describedIn(const T& item) {
+    return item;
+}
+template <class T>
+const T& describedIn(const Owned<T>& item) {
+    return *item;
+}
+
 // Paper, margins, page headers and footers belong to the outermost report alone.
 enum class ReportPlace { Root, SubReport };
 

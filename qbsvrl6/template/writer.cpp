@@ -12,15 +12,6 @@ namespace qbsvrl6 {
 
 namespace {
 
-template <class T>
-const T& valueOf(const T& item) {
-    return item;
-}
-template <class T>
-const T& valueOf(const Owned<T>& item) {
-    return *item;
-}
-
 // What all elements of a template share.
 struct Writing {
     std::string& out;
@@ -131,7 +122,7 @@ public:
     template <class T, class Describe>
     void list(const char* name, const std::vector<T>& values, Describe&& describe) {
         for (const T& value : values) {
-            always(name, [&](WriteElement& element) { describe(element, valueOf(value)); });
+            always(name, [&](WriteElement& element) { describe(element, describedIn(value)); });
         }
     }
 
