@@ -192,7 +192,7 @@ typedef int (*QBXWrite)(void* context, const void* bytes, uint64_t size);
 // after bytes were passed on, the caller has a part of a document.
 QBSVR_API int QBXReportExportToWriter(tagQBReport* report, QBXWrite write, void* context);
 
-// The pages of the last export that had pages; 0: none.
+// The pages of the last export or check; 0: it had none.
 QBSVR_API uint64_t QBXReportGetPageCount(tagQBReport* report);
 
 // ---- Progress and cancellation

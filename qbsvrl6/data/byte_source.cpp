@@ -40,6 +40,7 @@ public:
         const std::size_t count = file_.read(to, size);
         spendTime(Clock::now() - started);
         spend(&Budget::fetchedBytes, count, origin());
+        if (Spending* const spending = Spending::current()) spending->progress().bytes += count;
         return count;
     }
 
