@@ -10,7 +10,7 @@ void TextStream::moveTo(Spool& output, const std::function<void(std::size_t, std
         output.append(kept_, from, marks_[i]);
         from = marks_[i];
         fill(i, output.end());
-        output.breathe();
+        output.writeIfLarge();
     }
     if (from == 0) {
         output.append(std::move(kept_));

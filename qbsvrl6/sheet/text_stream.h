@@ -20,11 +20,11 @@ public:
     TextStream(const TextStream&) = delete;
     TextStream& operator=(const TextStream&) = delete;
 
-    // Append to this string. The reference stays valid, what it refers to until the next mark() or breathe().
+    // Append to this string. The reference stays valid, what it refers to until the next mark() or writeIfLarge().
     std::string& text() { return to_->end(); }
 
     // Call it now and then: it moves text that takes much memory to a file.
-    void breathe() { to_->breathe(); }
+    void writeIfLarge() { to_->writeIfLarge(); }
 
     // Leaves a gap and returns its number, counted from 0.
     std::size_t mark() {

@@ -33,7 +33,7 @@ void Spool::append(const Spool& other, std::uint64_t first, std::uint64_t end) {
         end_.resize(before + count);
         other.read(first, end_.data() + before, count);
         first += count;
-        breathe();
+        writeIfLarge();
     }
 }
 

@@ -25,7 +25,7 @@ public:
 
     void append(std::string_view bytes) {
         end_ += bytes;
-        breathe();
+        writeIfLarge();
     }
     // Appends the other's bytes: all of them, and the other is empty then; or those from `first` to before `end`.
     void append(Spool&& other);
@@ -35,7 +35,7 @@ public:
     // another function.
     std::string& end() { return end_; }
     // Call it after appending to end().
-    void breathe() {
+    void writeIfLarge() {
         if (end_.size() >= (file_ ? kBytesAtOnce : kBytesInMemory)) writeEnd();
     }
 

@@ -67,7 +67,7 @@ void PdfFile::writeStream(int number, std::string_view entries, std::string_view
     out += ">>stream\n";
     out += bytes;
     out += "\nendstream\nendobj\n";
-    output_.breathe();
+    output_.writeIfLarge();
     addToHash(entries);
     addToHash(bytes);
 }

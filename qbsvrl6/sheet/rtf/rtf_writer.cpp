@@ -102,7 +102,7 @@ private:
         table_.append(stream_.text(), rows, part == Part::Titles && !options_.paged,
                       [&](std::string& out, Item& item) { appendText(out, item); });
         if (hasOwnPages()) appendShapes(shapes_.back(), rows, top_);
-        stream_.breathe();
+        stream_.writeIfLarge();
     }
 
     // Appends the overlays of rows that begin below `top`, and moves `top` to the end of the rows.

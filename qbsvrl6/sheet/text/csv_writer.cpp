@@ -151,7 +151,7 @@ private:
             isRecord = true;
         }
         if (!isRecord && band.kind == BandKind::Row && band.inGrid) writeRecord(rows.front());
-        stream_.breathe();
+        stream_.writeIfLarge();
     }
 
     static bool hasText(const Cell& cell) {

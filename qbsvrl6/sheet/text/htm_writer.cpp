@@ -248,7 +248,7 @@ private:
             rows = rows.subspan(sums);
         }
         writePart(partOf(band), band, rows);
-        stream_.breathe();
+        stream_.writeIfLarge();
     }
 
     void writePart(Part part, const Band& band, std::span<const CellRow> rows) {

@@ -179,7 +179,7 @@ private:
         } else {
             renderer_.render(block_, stream_.text());
         }
-        stream_.breathe();
+        stream_.writeIfLarge();
     }
 
     void keepForLater() {

@@ -106,7 +106,7 @@ void ZipWriter::begin(Entry entry) {
     out.put(kLocalHeader);
     putCommonFields(out, entry);
     out.put(u16{0}).bytes(entry.name);
-    output_.breathe();
+    output_.writeIfLarge();
     entries_.push_back(std::move(entry));
 }
 

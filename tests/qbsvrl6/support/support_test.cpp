@@ -275,7 +275,7 @@ TEST_F(InDirectory, SpoolsKeepBytesInMemoryOrInAFile) {
             const std::string part = std::to_string(i) + std::string(1'000, 'x');
             expected += part;
             spool.end() += part;
-            spool.breathe();
+            spool.writeIfLarge();
         }
         ASSERT_EQ(spool.size(), expected.size());
         ASSERT_EQ(spool.file() != nullptr, expected.size() > Spool::kBytesInMemory);
