@@ -6,9 +6,12 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
+#include <future>
 #include <new>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "qbsvrl6/data/sql.h"
@@ -25,7 +28,8 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr std::size_t kNameUnits = 512;  // of a column
+constexpr std::size_t kNameUnits = 512;                  // of a column, or of its type
+constexpr std::chrono::milliseconds kBetweenChecks{20};  // while the server works
 
 static_assert(sizeof(SQLWCHAR) == sizeof(char16_t));
 
@@ -42,8 +46,11 @@ struct Odbc {
     QBSVR_LAZY_FUNCTION(library, SQLGetDiagRecW);
     QBSVR_LAZY_FUNCTION(library, SQLPrepareW);
     QBSVR_LAZY_FUNCTION(library, SQLExecute);
+    QBSVR_LAZY_FUNCTION(library, SQLExecDirectW);
+    QBSVR_LAZY_FUNCTION(library, SQLCancel);
     QBSVR_LAZY_FUNCTION(library, SQLNumResultCols);
     QBSVR_LAZY_FUNCTION(library, SQLDescribeColW);
+    QBSVR_LAZY_FUNCTION(library, SQLColAttributeW);
     QBSVR_LAZY_FUNCTION(library, SQLBindParameter);
     QBSVR_LAZY_FUNCTION(library, SQLFetch);
     QBSVR_LAZY_FUNCTION(library, SQLGetData);
@@ -119,6 +126,7 @@ public:
         set(SQL_ATTR_ACCESS_MODE, SQL_MODE_READ_ONLY);
         set(SQL_ATTR_TXN_ISOLATION, SQL_TXN_REPEATABLE_READ);
         set(SQL_ATTR_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF);
+        forbidWriting();
     }
     ~Connection() override {
         odbc_.SQLEndTran(SQL_HANDLE_DBC, connection_->get(), SQL_ROLLBACK);
@@ -137,6 +145,15 @@ private:
     std::unique_ptr<Handle> newConnection() {
         odbc_.SQLSetEnvAttr(environment_.get(), SQL_ATTR_ODBC_VERSION, asPointer(SQL_OV_ODBC3), 0);
         return std::make_unique<Handle>(odbc_, SQL_HANDLE_DBC, environment_.get());
+    }
+
+    // The attribute is a hint to the driver. The statement lets the server refuse; not every database knows it.
+    void forbidWriting() {
+        const Handle statement(odbc_, SQL_HANDLE_STMT, connection_->get());
+        std::u16string text = u"SET TRANSACTION READ ONLY";
+        const SQLRETURN result =
+            odbc_.SQLExecDirectW(statement.get(), wide(text), static_cast<SQLINTEGER>(text.size()));
+        if (!SQL_SUCCEEDED(result)) odbc_.SQLEndTran(SQL_HANDLE_DBC, connection_->get(), SQL_ROLLBACK);
     }
 
     [[noreturn]] void failToConnect() const {
@@ -158,21 +175,27 @@ private:
 };
 
 // How a column is read.
-enum class Read { Whole, Decimal, Double, Boolean, Date, Text, Bytes };
+enum class Read { Whole, Decimal, Float, Double, Boolean, Date, Text, Bytes };
 
-Read readOf(SQLSMALLINT type) {
+// PostgreSQL's driver reports booleans as texts, and amounts of money as doubles that it can't convert: the name
+// of the type is what counts.
+Read readOf(SQLSMALLINT type, std::string_view typeName, bool isUnsigned) {
+    if (typeName == "bool") return Read::Boolean;
+    if (typeName == "money") return Read::Text;
     switch (type) {
         case SQL_BIT:
             return Read::Boolean;
         case SQL_TINYINT:
         case SQL_SMALLINT:
         case SQL_INTEGER:
-        case SQL_BIGINT:
             return Read::Whole;
+        case SQL_BIGINT:
+            return isUnsigned ? Read::Decimal : Read::Whole;
         case SQL_DECIMAL:
         case SQL_NUMERIC:
             return Read::Decimal;
         case SQL_REAL:
+            return Read::Float;
         case SQL_FLOAT:
         case SQL_DOUBLE:
             return Read::Double;
@@ -198,6 +221,7 @@ public:
         odbc_.SQLSetStmtAttrW(statement_.get(), SQL_ATTR_QUERY_TIMEOUT, asPointer(limits::kQuerySeconds),
                               SQL_IS_UINTEGER);
         std::u16string text = text_.text;
+        clock_.start();
         check(odbc_.SQLPrepareW(statement_.get(), wide(text), static_cast<SQLINTEGER>(text.size())));
         readColumns();
     }
@@ -207,17 +231,16 @@ public:
 
     DataSet run(std::span<const Value> values) override {
         const Running running(*this);
-        QueryClock clock;
-        clock.start();
-        clock.check();
+        clock_.start();
+        clock_.check();
         bind(values);
-        check(odbc_.SQLExecute(statement_.get()));
-        readColumns();
+        check(await([this] { return odbc_.SQLExecute(statement_.get()); }));
+        if (!std::exchange(hasRun_, true)) readColumns();  // some drivers know the types only now
         if (columns_.empty()) fail("the statement returns no rows");
         SqlResult result = newResult();
         for (SQLRETURN fetched; (fetched = odbc_.SQLFetch(statement_.get())) != SQL_NO_DATA;) {
             check(fetched);
-            clock.check();
+            clock_.check();
             result.beginRow();
             for (std::size_t column = 0; column < columns_.size(); ++column) addValue(result, column);
         }
@@ -252,9 +275,31 @@ private:
         if (!SQL_SUCCEEDED(result)) fail(statement_.messages());
     }
 
+    // The result of a call in which the server works, perhaps for long. This thread sees when the export ends,
+    // and then cancels the call: some drivers cancel only what has already begun, so more than once.
+    template <class Call>
+    SQLRETURN await(Call call) {
+        std::future<SQLRETURN> answer;
+        try {
+            answer = std::async(std::launch::async, call);
+        } catch (const std::system_error& error) {
+            throw MachineError(connection_->origin() + ": " + error.what());
+        }
+        const auto isWorking = [&] { return answer.wait_for(kBetweenChecks) == std::future_status::timeout; };
+        try {
+            while (isWorking()) clock_.check();
+        } catch (...) {
+            do odbc_.SQLCancel(statement_.get());
+            while (isWorking());
+            throw;
+        }
+        return answer.get();
+    }
+
     void readColumns() {
         SQLSMALLINT count = 0;
-        check(odbc_.SQLNumResultCols(statement_.get(), &count));
+        // A prepared statement goes to the server here.
+        check(await([&] { return odbc_.SQLNumResultCols(statement_.get(), &count); }));
         columns_.clear();
         std::u16string name(kNameUnits + 1, u'\0');
         for (SQLSMALLINT i = 1; i <= count; ++i) {
@@ -268,8 +313,23 @@ private:
                                         &nullable));
             const auto units =
                 std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0)), name.size() - 1);
-            columns_.push_back({toUtf8(name.substr(0, units)), readOf(type)});
+            columns_.push_back({toUtf8(name.substr(0, units)), readOf(type, typeNameOf(i), isUnsigned(i))});
         }
+    }
+
+    std::string typeNameOf(SQLSMALLINT column) const {
+        std::u16string name(kNameUnits, u'\0');
+        SQLSMALLINT bytes = 0;
+        const SQLRETURN result = odbc_.SQLColAttributeW(
+            statement_.get(), static_cast<SQLUSMALLINT>(column), SQL_DESC_TYPE_NAME, name.data(),
+            static_cast<SQLSMALLINT>(name.size() * sizeof(char16_t)), &bytes, nullptr);
+        return SQL_SUCCEEDED(result) ? toUtf8(name.substr(0, name.find(u'\0'))) : std::string();
+    }
+    bool isUnsigned(SQLSMALLINT column) const {
+        SQLLEN answer = SQL_FALSE;
+        odbc_.SQLColAttributeW(statement_.get(), static_cast<SQLUSMALLINT>(column), SQL_DESC_UNSIGNED,
+                               nullptr, 0, nullptr, &answer);
+        return answer == SQL_TRUE;
     }
 
     SqlResult newResult() const {
@@ -321,9 +381,14 @@ private:
                 if (getFixed(column, SQL_C_SBIGINT, number)) result.setWhole(index, number);
                 break;
             }
+            case Read::Float: {
+                float number = 0;
+                if (getFixed(column, SQL_C_FLOAT, number)) result.setReal(index, number);
+                break;
+            }
             case Read::Double: {
                 double number = 0;
-                if (getFixed(column, SQL_C_DOUBLE, number)) result.setDouble(index, number);
+                if (getFixed(column, SQL_C_DOUBLE, number)) result.setReal(index, number);
                 break;
             }
             case Read::Boolean: {
@@ -387,6 +452,8 @@ private:
     const Odbc& odbc_;
     SqlStatement text_;
     Handle statement_;
+    QueryClock clock_;
+    bool hasRun_ = false;
     std::vector<Column> columns_;
     std::vector<Bound> bound_;
     std::string bytes_;

@@ -106,12 +106,15 @@ void SqlResult::setWhole(std::size_t column, std::int64_t value) {
                      widen({digits.data(), static_cast<std::size_t>(end - digits.data())}, wide_));
 }
 
-// The shortest digits that read as the same double.
-void SqlResult::setDouble(std::size_t column, double value) {
+template <class Real>
+void SqlResult::setShortest(std::size_t column, Real value) {
     std::array<char, 32> digits;
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
     setDecimal(column, {digits.data(), static_cast<std::size_t>(end - digits.data())});
 }
+
+void SqlResult::setReal(std::size_t column, float value) { setShortest(column, value); }
+void SqlResult::setReal(std::size_t column, double value) { setShortest(column, value); }
 
 void SqlResult::setDecimal(std::size_t column, std::string_view written) {
     Number number;

@@ -25,7 +25,9 @@ public:
 
     // Values of the current row; `column` counts from 0 in the order of addColumn.
     void setWhole(std::size_t column, std::int64_t value);
-    void setDouble(std::size_t column, double value);
+    // The shortest digits that read as the same float or double.
+    void setReal(std::size_t column, float value);
+    void setReal(std::size_t column, double value);
     // A number as the database writes it, or a text if it is none.
     void setDecimal(std::size_t column, std::string_view written);
     void setBoolean(std::size_t column, bool value);
@@ -37,6 +39,9 @@ public:
     void setBytes(std::size_t column, std::string_view bytes);
 
 private:
+    template <class Real>
+    void setShortest(std::size_t column, Real value);
+
     std::string origin_;
     Table table_{u""};
     HeaderColumns columns_;

@@ -317,7 +317,7 @@ private:
                 return result.setWhole(index, number);
             }
             case SQLITE_FLOAT:
-                return result.setDouble(index, sqlite_.sqlite3_column_double(statement, column));
+                return result.setReal(index, sqlite_.sqlite3_column_double(statement, column));
             case SQLITE_TEXT: {
                 const auto* const text =
                     reinterpret_cast<const char*>(sqlite_.sqlite3_column_text(statement, column));
