@@ -8,22 +8,22 @@
 #include <cstring>
 
 #include "common/errors.h"
+#include "common/internal/base64_kernels.h"
 #include "common/string_ops.h"
 
 namespace larkspur {
 
 namespace {
 
-using Byte = unsigned char;
-
-constexpr char s_chBase64EncodingTable[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+using base64::Byte;
+using base64::kAlphabet;
 
 // Two characters for each value of twelve bits: a group of three bytes takes two steps.
 using CharPair = std::array<char, 2>;
 constexpr auto kEncodePairs = [] {
     std::array<CharPair, 4096> table{};
     for (std::size_t i = 0; i < table.size(); ++i) {
-        table[i] = {s_chBase64EncodingTable[i / 64], s_chBase64EncodingTable[i % 64]};
+        table[i] = {kAlphabet[i / 64], kAlphabet[i % 64]};
     }
     return table;
 }();
@@ -32,7 +32,7 @@ constexpr Byte kSkipped = 0xFF;
 constexpr auto kDecodeTable = [] {
     std::array<Byte, 256> table{};
     table.fill(kSkipped);
-    for (Byte i = 0; i < 64; ++i) table[static_cast<Byte>(s_chBase64EncodingTable[i])] = i;
+    for (Byte i = 0; i < 64; ++i) table[static_cast<Byte>(kAlphabet[i])] = i;
     return table;
 }();
 
@@ -68,6 +68,10 @@ void EncodeTwoGroups(const Byte* data, char* out) {
 }
 
 void EncodeGroups(const Byte* data, std::size_t groups, char* out) {
+    const std::size_t done = base64::KernelsFor(BestVectorLevel()).encode(data, groups, out);
+    data += 3 * done;
+    out += 4 * done;
+    groups -= done;
     for (; groups >= 3; groups -= 2, data += 6, out += 8) EncodeTwoGroups(data, out);
     for (; groups > 0; --groups, data += 3, out += 4) EncodeGroup(data, out);
 }
@@ -160,7 +164,9 @@ bool Base64_Decode(const char* text, int size, ClkMemory& out) {
     out.SetSize(Base64_DecodeLength(size));
     auto* const begin = static_cast<Byte*>(out.Data());
     Byte* to = begin;
+    const auto decodeMany = base64::KernelsFor(BestVectorLevel()).decode;
     do {
+        decodeMany(p, end, to);
         DecodeCleanGroups(p, end, to);
     } while (p < end && *p != 0 && DecodeGroup(p, end, to));
     out.SetSize(static_cast<int>(to - begin));
