@@ -232,7 +232,7 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
     const auto found = [&](NameKind kind, std::size_t index) {
         name.kind = kind;
         name.index = static_cast<std::uint32_t>(index);
-        if (field != nullptr) name.declaredType = static_cast<std::int8_t>(field->type);
+        if (field != nullptr) name.declaredType = field->type;
     };
     if (field != nullptr && !trimmed(field->expression).empty()) {
         found(NameKind::Calculated, calculatedField(*field));

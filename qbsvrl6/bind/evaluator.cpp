@@ -239,8 +239,8 @@ Value Evaluator::readName(const BoundName& name, const Position& position) {
     }
     if (name.kind == NameKind::Calculated) return readCalculated(name, position);
     const Value value = readSource(name, position);
-    if (name.declaredType < 0) return value;
-    return converted(name, value, static_cast<DataType>(name.declaredType), position);
+    if (!name.declaredType) return value;
+    return converted(name, value, *name.declaredType, position);
 }
 
 // The key of a group of others is the text of `others`. Its other columns are empty, since its rows are of

@@ -290,7 +290,7 @@ private:
     void emitName(std::u16string name) {
         auto& names = expression_->names;
         const auto [known, isNew] = nameIndex_.try_emplace(name, names.size());
-        if (isNew) names.push_back({std::move(name), NameKind::Unknown, 0, -1});
+        if (isNew) names.emplace_back().name = std::move(name);
         emit(Operation::Name, known->second);
     }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "qbsvrl6/data/table.h"
+#include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {
 
@@ -57,7 +58,7 @@ struct BoundName {
     std::u16string name;
     NameKind kind = NameKind::Unknown;
     std::uint32_t index = 0;
-    std::int8_t declaredType = -1;  // a DataType that the value is converted to; -1: none
+    std::optional<DataType> declaredType;  // the value is converted to it
     const Table* table = nullptr;
 };
 

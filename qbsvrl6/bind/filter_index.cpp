@@ -85,9 +85,7 @@ std::unique_ptr<FilterIndex> FilterIndex::make(const Expression& filter, const T
     KeyIndex index(rows.rowCount(), [&, column = column](std::size_t row) {
         texts.reset();
         const Value value = rows.value(row, column->index);
-        return column->declaredType < 0
-                   ? value
-                   : convertTo(value, static_cast<DataType>(column->declaredType), texts);
+        return column->declaredType ? convertTo(value, *column->declaredType, texts) : value;
     });
     return std::make_unique<FilterIndex>(*parameter, std::move(index));
 }

@@ -36,15 +36,16 @@ UnreadValues::~UnreadValues() {
 void UnreadValues::add(const Source& source, std::u16string_view text, DataType needed) {
     if (trimmed(text).empty()) return;
     Field& field = fields_[{std::u16string(source.name), needed}];
-    if (field.text.empty() || source.row < field.row) {
+    const bool isEarlier = source.row && (!field.row || *source.row < *field.row);
+    if (field.text.empty() || isEarlier) {
         field.kind = source.kind;
         field.text = text;
         field.row = source.row;
     }
-    if (source.row == Source::kNoRow) return;
-    if (field.rows.size() <= source.row) field.rows.resize(source.row + 1);
-    if (!field.rows[source.row]) ++field.rowCount;
-    field.rows[source.row] = true;
+    if (!source.row) return;
+    if (field.rows.size() <= *source.row) field.rows.resize(*source.row + 1);
+    if (!field.rows[*source.row]) ++field.rowCount;
+    field.rows[*source.row] = true;
 }
 
 std::string UnreadValues::warning(const Key& key, const Field& field) const {
@@ -53,7 +54,7 @@ std::string UnreadValues::warning(const Key& key, const Field& field) const {
     if (!key.first.empty()) line += " \"" + toUtf8(key.first) + '"';
     line += std::string(" is not ") + nounOf(key.second);
     if (field.rowCount > 1) line += " in " + std::to_string(field.rowCount) + " rows, first";
-    if (field.row != Source::kNoRow) line += " in row " + std::to_string(field.row + 1);
+    if (field.row) line += " in row " + std::to_string(*field.row + 1);
     const std::u16string_view text = field.text;
     line += ": \"" + toUtf8(text.substr(0, kShown)) + (text.size() > kShown ? "..." : "") + "\"; ";
     return line.append(consequence_);

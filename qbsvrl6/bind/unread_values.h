@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,11 +19,9 @@ class UnreadValues {
 public:
     // The origin of a text.
     struct Source {
-        static constexpr std::size_t kNoRow = static_cast<std::size_t>(-1);
-
-        std::string_view kind;     // "the field"
-        std::u16string_view name;  // may be empty
-        std::size_t row = kNoRow;  // of the table, from 0
+        std::string_view kind;                          // "the field"
+        std::u16string_view name;                       // may be empty
+        std::optional<std::size_t> row = std::nullopt;  // of the table, from 0
     };
 
     // `consequence` ends each warning.
@@ -38,7 +37,7 @@ private:
     struct Field {
         std::string_view kind;
         std::u16string text;
-        std::size_t row = Source::kNoRow;  // of the text
+        std::optional<std::size_t> row;  // of the text
         std::vector<bool> rows;
         std::size_t rowCount = 0;
     };

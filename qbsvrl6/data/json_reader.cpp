@@ -158,16 +158,16 @@ private:
         const std::size_t first = at_;
         RowSplitter splitter;
         std::size_t scanned = at_;
-        std::size_t closing = RowSplitter::kNone;
-        for (bool isLast = false; closing == RowSplitter::kNone; isLast = !readMore()) {
+        std::size_t closing = RowSplitter::npos;
+        for (bool isLast = false; closing == RowSplitter::npos; isLast = !readMore()) {
             std::size_t count = 0;
             const RowSplitter::Found found =
                 splitter.scan(window_.at(scanned), window_.end() - scanned, isLast, count);
-            if (found.close != RowSplitter::kNone) {
+            if (found.close != RowSplitter::npos) {
                 closing = scanned + found.close;
                 break;
             }
-            if (found.comma != RowSplitter::kNone) {
+            if (found.comma != RowSplitter::npos) {
                 readRows(table, scanned + found.comma);
                 ++at_;
             }

@@ -104,10 +104,10 @@ void RowSplitter::scanBlock(const char* text, std::size_t offset, Found& found) 
 
 RowSplitter::Found RowSplitter::scan(const char* text, std::size_t size, bool isLast, std::size_t& scanned) {
     Found found;
-    for (scanned = 0; scanned + kBlock <= size && found.close == kNone; scanned += kBlock) {
+    for (scanned = 0; scanned + kBlock <= size && found.close == npos; scanned += kBlock) {
         scanBlock(text + scanned, scanned, found);
     }
-    if (isLast && scanned < size && found.close == kNone) {
+    if (isLast && scanned < size && found.close == npos) {
         std::array<char, kBlock> rest;
         rest.fill(' ');
         std::memcpy(rest.data(), text + scanned, size - scanned);

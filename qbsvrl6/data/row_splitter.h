@@ -11,11 +11,11 @@ namespace qbsvrl6 {
 // bracket closes any other.
 class RowSplitter {
 public:
-    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+    static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
     struct Found {
-        std::size_t comma = kNone;  // the last one between elements
-        std::size_t close = kNone;  // the bracket that closes the array; nothing after it counts
+        std::size_t comma = npos;  // the last one between elements
+        std::size_t close = npos;  // the bracket that closes the array; nothing after it counts
     };
 
     // Scans a part of the text, which begins after the opening bracket, up to kBlock bytes before its end
