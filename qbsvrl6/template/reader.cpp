@@ -11,6 +11,7 @@
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/source_text.h"
+#include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_attributes.h"
 #include "qbsvrl6/template/hidden_controls.h"
@@ -143,6 +144,14 @@ void Reading::logWarnings() {
 
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 std::string tag(std::string_view name) { return '<' + std::string(name) + '>'; }
+
+// The end of a message about a name that is not one of these.
+std::string instead(std::string_view wrong, std::span<const std::string_view> names) {
+    std::vector<std::u16string> wide;
+    wide.reserve(names.size());
+    for (const std::string_view name : names) wide.push_back(toUtf16(name));
+    return "; " + suggestion(toUtf16(wrong), std::vector<std::u16string_view>(wide.begin(), wide.end()));
+}
 
 // Whether all characters are XML's: no control characters but tab and line ends, no surrogates.
 bool isXmlText(std::string_view text) {
@@ -636,8 +645,8 @@ void ReadElement::finish() {
                 ErrorCode::NotXml);
         }
         if (!known(attributes_, attribute.name())) {
-            addErrorAt(attribute.name(),
-                       "unknown attribute " + quoted(attribute.name()) + " of " + tag(node_.name()));
+            addErrorAt(attribute.name(), "unknown attribute " + quoted(attribute.name()) + " of " +
+                                             tag(node_.name()) + instead(attribute.name(), attributes_));
         }
         if (node_.attribute(attribute.name()) != attribute) {
             reading_.addError(ErrorCode::NotXml,
@@ -648,12 +657,15 @@ void ReadElement::finish() {
     for (const pugi::xml_node child : node_.children()) {
         if (child.type() != pugi::node_element) {
             if (!text_) {
-                reading_.addError(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()),
+                const char* const home =
+                    known(attributes_, "text") ? "; write it as the attribute text=\"...\"" : "";
+                reading_.addError(ErrorCode::BadTemplate, "unexpected text in " + tag(node_.name()) + home,
                                   offsetOf(reading_.source.text(), child));
             }
         } else if (!known(children_, child.name())) {
             ReadElement(reading_, child)
-                .addError("unknown element " + tag(child.name()) + " in " + tag(node_.name()));
+                .addError("unknown element " + tag(child.name()) + " in " + tag(node_.name()) +
+                          instead(child.name(), children_));
         }
     }
 }
