@@ -183,6 +183,26 @@ void DateGmtimeWcsftime(benchmark::State& state) {
 }
 BENCHMARK(DateGmtimeWcsftime);
 
+void DateStrftime(benchmark::State& state) {
+    const std::time_t time = sampleTime().m_Time;
+    std::tm tm = {};
+    gmtime_r(&time, &tm);
+    overDates(state, [&] {
+        char text[64];
+        benchmark::DoNotOptimize(std::strftime(text, std::size(text), "%Y-%m-%d %H:%M:%S", &tm));
+    });
+}
+BENCHMARK(DateStrftime);
+
+void DateStrptimeTimegm(benchmark::State& state) {
+    overDates(state, [] {
+        std::tm tm = {};
+        benchmark::DoNotOptimize(strptime("2024-03-05 14:07:09", "%Y-%m-%d %H:%M:%S", &tm));
+        benchmark::DoNotOptimize(timegm(&tm));
+    });
+}
+BENCHMARK(DateStrptimeTimegm);
+
 void DateStrptimeMktime(benchmark::State& state) {
     overDates(state, [] {
         std::tm tm = {};

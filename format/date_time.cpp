@@ -3,7 +3,9 @@
 #include <time.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
+#include <cstring>
 #include <cwchar>
 #include <iterator>
 #include <limits>
@@ -97,10 +99,18 @@ int ClampToInt(std::int64_t value) {
     return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
 }
 
+// "00" to "99".
+constexpr auto kDigitPairs = [] {
+    std::array<std::array<lkchar, 2>, 100> pairs{};
+    for (unsigned int i = 0; i < 100; ++i) {
+        pairs[i] = {static_cast<lkchar>(u'0' + i / 10), static_cast<lkchar>(u'0' + i % 10)};
+    }
+    return pairs;
+}();
+
 lkchar* PutTwoDigits(lkchar* to, int value) {
-    *to++ = static_cast<lkchar>(u'0' + value / 10);
-    *to++ = static_cast<lkchar>(u'0' + value % 10);
-    return to;
+    std::memcpy(to, kDigitPairs[static_cast<unsigned int>(value)].data(), sizeof kDigitPairs[0]);
+    return to + 2;
 }
 
 // The value of a field that always has two digits; -1 for any other field.
@@ -125,14 +135,12 @@ int TwoDigitField(lkchar field, const std::tm& tm) {
     }
 }
 
-// Formats literals and plain digit fields, which do not depend on the locale; returns nothing if there are
-// other fields. The "#" flag changes only the case of letters.
-std::optional<lkstr> FormatDigitFields(const lkchar* format, const std::tm& tm) {
-    lkchar text[64];
+// Formats literals and plain digit fields, which do not depend on the locale, into [to, end), and returns the
+// end of the text; null if there are other fields or too many. The "#" flag changes only the case of letters.
+lkchar* FormatDigitFields(const lkchar* format, const std::tm& tm, lkchar* to, const lkchar* end) {
     constexpr std::ptrdiff_t kLongestField = 4;
-    lkchar* to = text;
     for (; *format != u'\0'; ++format) {
-        if (std::end(text) - to < kLongestField) return std::nullopt;
+        if (end - to < kLongestField) return nullptr;
         if (*format != u'%') {
             *to++ = *format;
             continue;
@@ -140,17 +148,17 @@ std::optional<lkstr> FormatDigitFields(const lkchar* format, const std::tm& tm) 
         ++format;
         if (*format == u'#') ++format;
         if (*format == u'Y') {
-            const std::int64_t year = std::int64_t{tm.tm_year} + 1900;
-            if (year < 1000 || year > 9999) return std::nullopt;
-            to = PutTwoDigits(to, static_cast<int>(year / 100));
-            to = PutTwoDigits(to, static_cast<int>(year % 100));
+            if (tm.tm_year < 1000 - 1900 || tm.tm_year > 9999 - 1900) return nullptr;
+            const int year = tm.tm_year + 1900;
+            to = PutTwoDigits(to, year / 100);
+            to = PutTwoDigits(to, year % 100);
         } else if (const int value = TwoDigitField(*format, tm); value >= 0) {
             to = PutTwoDigits(to, value);
         } else {
-            return std::nullopt;
+            return nullptr;
         }
     }
-    return lkstr(text, to);
+    return to;
 }
 
 // wcsftime returns 0 both if the buffer is too small and for an empty text: a unit appended to the format
@@ -276,8 +284,9 @@ bool ClkDateTime::TrimToDate() {
 lkstr ClkDateTime::Format(const lkchar* format) const {
     DoDecode();
     if (format == nullptr) format = gc_lkchar_empty;
-    if (std::optional<lkstr> text = FormatDigitFields(format, m_Decoded)) return *std::move(text);
-    return FormatByLibrary(format, m_Decoded);
+    lkchar text[64];
+    lkchar* const end = FormatDigitFields(format, m_Decoded, text, std::end(text));
+    return end != nullptr ? lkstr(text, end) : FormatByLibrary(format, m_Decoded);
 }
 
 lkstr ClkDateTime::AsString() const { return Format(u"%c"); }

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "format/internal/format_cache.h"
 #include "format/locale_settings.h"
 
 namespace larkspur {
@@ -49,6 +50,22 @@ TextView LocaleForm(lkchar letter) {
     }
 }
 
+// A parsed format contains the separators, which a program may have assigned since.
+class CachedParser {
+public:
+    void Parse(const lkchar* format) {
+        m_DateSep = g_c_DateSep;
+        m_TimeSep = g_c_TimeSep;
+        m_Parser.Parse(format);
+    }
+    bool IsValid() const { return m_DateSep == g_c_DateSep && m_TimeSep == g_c_TimeSep; }
+    lkstr Format(const ClkDateTime& value) const { return m_Parser.Format(value); }
+
+private:
+    lkstr m_DateSep, m_TimeSep;
+    ClkDateTimeFormatParser m_Parser;
+};
+
 }  // namespace
 
 void ClkDateTimeFormatParser::Parse(const lkchar* format) {
@@ -86,6 +103,7 @@ lkstr ClkDateTimeFormatParser::Format(const ClkDateTime& value) const {
 }
 
 lkstr FormatDateTime(const ClkDateTime& value, const lkchar* format) {
+    if (const CachedParser* cached = FormatCache<CachedParser>::Get(format)) return cached->Format(value);
     ClkDateTimeFormatParser parser;
     parser.Parse(format);
     return parser.Format(value);

@@ -20,7 +20,7 @@ static_assert(std::size(kPowersOfTen) == FixedDigits::kMaxDecimals + 1);
 constexpr double kScaledLimit = 4503599627370496.0;  // 2^52
 
 // The integer nearest to the exact value * power, ties to even. The product must lie below kScaledLimit.
-std::int64_t Scale(double value, double power) {
+std::int64_t NearestInteger(double value, double power) {
     const double product = value * power;
     double nearest = product + kScaledLimit - kScaledLimit;
     if (std::fabs(product - nearest) == 0.5) {
@@ -45,13 +45,24 @@ constexpr auto kDigitPairs = [] {
 
 }  // namespace
 
+double FixedDigits::AwayFromTies(double value, int decimals) {
+    if (decimals > 10 || value == 0.0) return value;
+    return value + std::copysign(decimals <= 3 ? 1e-09 : 1e-11, value);
+}
+
+bool FixedDigits::Scale(double magnitude, int decimals, std::uint64_t& scaled) {
+    const double power = kPowersOfTen[decimals];
+    if (magnitude == 0.0 || !(magnitude * power < kScaledLimit)) return false;
+    scaled = static_cast<std::uint64_t>(NearestInteger(magnitude, power));
+    return true;
+}
+
 FixedDigits::FixedDigits(double value, int decimals) {
     decimals = std::clamp(decimals, 0, kMaxDecimals);
     const double magnitude = std::fabs(value);
-    const double power = kPowersOfTen[decimals];
     m_IsNegative = std::signbit(value);
-    if (magnitude != 0.0 && magnitude * power < kScaledLimit) {
-        SetScaled(static_cast<std::uint64_t>(Scale(magnitude, power)), decimals);
+    if (std::uint64_t scaled; Scale(magnitude, decimals, scaled)) {
+        SetScaled(scaled, decimals);
     } else if (std::isfinite(value)) {
         SetExact(magnitude, decimals);
     } else {

@@ -8,6 +8,8 @@
 
 #include "common/string_ops.h"
 #include "format/internal/fixed_digits.h"
+#include "format/internal/format_cache.h"
+#include "format/internal/plain_number.h"
 #include "format/locale_settings.h"
 #include "format/numeric_format.h"
 
@@ -88,19 +90,12 @@ void SectionWriter::PutColourMark() {
     Put(u']');
 }
 
-// The digits are those of the exact binary value, which is often slightly below a decimal tie. Slightly
-// increasing the magnitude makes ties round away from zero, as people expect.
-double AwayFromTies(double value, int decimals) {
-    if (decimals > 10 || value == 0.0) return value;
-    return value + std::copysign(decimals <= 3 ? 1e-09 : 1e-11, value);
-}
-
 // Each nested form starts with the colour mark again.
 void SectionWriter::Render(double value, bool percent, bool exponent) {
     if (m_Section.m_TextColor != 0) PutColourMark();
     if (percent) value *= 100.0;
     if (exponent) return RenderScientific(value, percent);
-    value = AwayFromTies(value, m_Section.m_MaxDecimals);
+    value = FixedDigits::AwayFromTies(value, m_Section.m_MaxDecimals);
     const FixedDigits digits(value, m_Section.m_MaxDecimals);
     if (digits.PointPosition() > kMaxIntegerDigits) return Render(value, false, true);
     RenderDigits(value, digits, percent);
@@ -232,6 +227,10 @@ int ToEnumValue(double value) {
     return value < INT_MAX ? static_cast<int>(value) : INT_MAX;
 }
 
+struct CachedParser : ClkNumericFormatParser {
+    static constexpr bool IsValid() { return true; }  // rendering reads the separators anew
+};
+
 }  // namespace
 
 void ClkNumericFormatParser::ClkFormatAnalyser::Format(double value, lkchar* buffer) const {
@@ -265,8 +264,13 @@ const lkchar* ClkNumericFormatParser::Format(double value) const {
     } else if (m_Negative != nullptr && value < 0.0) {
         section = m_Negative.get();
     }
-    lkchar* const text = Room(RoomFor(*section));
-    SectionWriter(*section, text).Write(value);
+    static_assert(sizeof m_Result == kPlainNumberRoom * sizeof(lkchar));
+    const lkchar* text = WritePlainNumber(value, *section, m_Result);
+    if (text == nullptr) {
+        lkchar* const room = Room(RoomFor(*section));
+        SectionWriter(*section, room).Write(value);
+        text = room;
+    }
     return m_Kind == NumericKindBigDigit ? Keep(ToBigNumericDigit(text)) : text;
 }
 
@@ -283,6 +287,7 @@ const lkchar* ClkNumericFormatParser::Keep(const lkstr& text) const {
 }
 
 lkstr FormatNumber(double value, const lkchar* format) {
+    if (const auto* cached = FormatCache<CachedParser>::Get(format)) return cached->Format(value);
     ClkNumericFormatParser parser;
     parser.Parse(format);
     return parser.Format(value);

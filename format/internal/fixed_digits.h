@@ -18,6 +18,14 @@ public:
     FixedDigits(const FixedDigits&) = delete;
     FixedDigits& operator=(const FixedDigits&) = delete;
 
+    // The digits are those of the exact binary value, which is often slightly below a decimal tie. Slightly
+    // increasing the magnitude makes ties round away from zero, as people expect.
+    static double AwayFromTies(double value, int decimals);
+
+    // Sets `scaled` to the magnitude in units of its last decimal, if that is a number from 0 to 17 and the
+    // result is exact; not for zero, which has the digits "0" and the decimals.
+    static bool Scale(double magnitude, int decimals, std::uint64_t& scaled);
+
     // Integer digits and decimals without a point. A non-zero value below 1 has no leading zeros, and so no
     // digits if it rounds to zero; but without decimals, it has the digit "0". Infinities and NaN have their
     // names, with PointPosition 0 and no sign bit.

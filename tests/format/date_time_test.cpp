@@ -187,7 +187,11 @@ TEST(DateTimeFormat, TranslatesAndFormats) {
         EXPECT_EQ(parser.m_HasMonthInMinuteRun, parser.m_FormatText.find(u"mmm") != lkstr::npos);
         EXPECT_EQ(FormatDateTime(value, c.format), c.expected) << UnicodeTextToPrintf(parser.m_CFormat);
     }
+    g_c_DateSep = u"::";
+    EXPECT_EQ(FormatDateTime(value, u"yyyy/MM/dd"), u"2024::03::05") << "shown before with another separator";
+    g_c_DateSep = u"-";
     const lkstr longText(1000, u'T');
+    EXPECT_EQ(FormatDateTime(value, longText.substr(0, 64).c_str()), longText.substr(0, 64));
     EXPECT_EQ(value.Format((longText + u"%A").c_str()), longText + u"Tuesday");
     EXPECT_EQ(value.Format(u"%999999999d"), u"");
 }

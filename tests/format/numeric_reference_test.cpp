@@ -154,6 +154,8 @@ TEST(NumericFormat, RendersAsTheReference) {
         const lkstr format = generateSection(random);
         Parser parser;
         parser.Parse(format.c_str());
+        ASSERT_EQ(FormatNumber(-1234.5, format.c_str()), parser.Format(-1234.5))
+            << UnicodeTextToPrintf(format);
         if (parser.m_Kind != NumericKindNormal) continue;
         for (int j = 0; j < 4; ++j) {
             const double value = generateValue(random);
