@@ -24,6 +24,9 @@ struct Arguments {
     bool isQuiet = false;
     EngineOptions engine;
     RenderOptions render;
+    BurstOptions burst;
+    CollectOptions collect;
+    ExtractOptions extract;
     CheckOptions check;
     InfoOptions info;
     NewOptions make;
@@ -111,13 +114,7 @@ void addStrict(CLI::App& command, bool& isStrict) {
     command.add_flag("--strict", isStrict, "Exit with status 3 if there are warnings")->group("Messages");
 }
 
-void addRender(CLI::App& app, Arguments& arguments) {
-    RenderOptions& options = arguments.render;
-    CLI::App& command = *app.add_subcommand("render", "Make documents from a template and data");
-    addText(command, "template", options.file, " ", "The template, or - for standard input")->required();
-    addDataFlags(command, options.data);
-    addList(command, "-o,--output", options.outputs, "FILE",
-            "A document; its extension names the format;\n- for standard output; may be repeated");
+void addFormatFlags(CLI::App& command, FormatOptions& options) {
     addText(command, "-f,--format", options.format, "FORMAT",
             "pdf, xlsx, xls, html, rtf, txt, csv, tiff, png");
     addText(command, "--pages", options.pages, "PAGES", "Some pages only: 3, 1-3, 2-, 1-3,7");
@@ -127,15 +124,95 @@ void addRender(CLI::App& app, Arguments& arguments) {
     addList(command, "--option", options.options, "NAME=VALUE",
             "An option of the format: page-breaks, page-headers,\nall-in-one, whole-fonts, csv.defuse = yes "
             "or no");
-    for (const char* flag : {"--output", "--format", "--pages", "--layout", "--resolution", "--option"}) {
+    for (const char* flag : {"--format", "--pages", "--layout", "--resolution", "--option"}) {
         command.get_option(flag)->group("Documents");
     }
+}
+
+void addRender(CLI::App& app, Arguments& arguments) {
+    RenderOptions& options = arguments.render;
+    CLI::App& command = *app.add_subcommand("render", "Make documents from a template and data");
+    addText(command, "template", options.file, " ", "The template, or - for standard input")->required();
+    addDataFlags(command, options.data);
+    addList(command, "-o,--output", options.outputs, "FILE",
+            "A document; its extension names the format;\n- for standard output; may be repeated");
+    addFormatFlags(command, options.format);
+    command.get_option("--output")->group("Documents");
     addEngineFlags(command, arguments.engine);
     addStrict(command, options.isStrict);
     command.footer(
         "Examples:\n"
         "  qbreport render invoice.qbf -d order.json -o invoice.pdf -o invoice.xlsx\n"
         "  qbreport render list.qbf -d - -f csv < rows.jsonl > list.csv");
+}
+
+void addRunFlags(CLI::App& command, BurstOptions& options) {
+    constexpr const char* kGroup = "Run";
+    command
+        .add_option("-j,--workers", options.workers,
+                    "Documents at the same time\n(default: one per processor)")
+        ->option_text("N")
+        ->check(CLI::Range(1, 1024));
+    addText(command, "--manifest", options.manifest, "FILE",
+            "A line per document\n(default: manifest.jsonl beside the documents)");
+    command.add_flag("--resume", options.resumes, "Continue a run, and keep what it has finished");
+    addText(command, "--shard", options.shard, "I/N", "Only the part I of N, from 1; collect joins them");
+    command.add_option("--on-error", options.onError, "After a document that fails (default: skip)")
+        ->option_text("skip|stop")
+        ->check(CLI::IsMember({"skip", "stop"}));
+    addText(command, "--metrics", options.metrics, "FILE", "Progress, in the text format of Prometheus");
+    for (const char* flag : {"--workers", "--manifest", "--resume", "--shard", "--on-error", "--metrics"}) {
+        command.get_option(flag)->group(kGroup);
+    }
+}
+
+void addBurst(CLI::App& app, Arguments& arguments) {
+    BurstOptions& options = arguments.burst;
+    CLI::App& command = *app.add_subcommand("burst", "Make one document per key of the data");
+    addText(command, "template", options.file, " ", "The template")->required();
+    addDataFlags(command, options.data);
+    addText(command, "--by", options.key, "COLUMN", "The column whose value is the key of a document")
+        ->required()
+        ->group("Data");
+    addText(command, "--total", options.total, "COLUMN", "A column to add up, exactly, as a control")
+        ->group("Data");
+    addText(command, "-o,--output", options.output, "FILE",
+            "A name with columns: 'out/{Branch}/{Account}.pdf',\nor an archive: out/statements.tar or .zip")
+        ->required()
+        ->group("Documents");
+    addFormatFlags(command, options.format);
+    addRunFlags(command, options);
+    addEngineFlags(command, arguments.engine);
+    addStrict(command, options.isStrict);
+    command.footer(
+        "Examples:\n"
+        "  qbreport burst statement.qbf -d rows.jsonl --by Account -o 'out/{Account}.pdf'\n"
+        "  qbreport burst statement.qbf -d rows.csv --by Account -o out/all.tar --resume");
+}
+
+void addCollect(CLI::App& app, Arguments& arguments) {
+    CollectOptions& options = arguments.collect;
+    CLI::App& command = *app.add_subcommand("collect", "Join the shards of a burst, and check them");
+    addText(command, "folder", options.folder, " ", "The folder with the manifests of the shards")
+        ->required();
+    addDataFlags(command, options.data);
+    addEngineFlags(command, arguments.engine);
+    command.footer(
+        "Examples:\n"
+        "  qbreport collect out/\n"
+        "  qbreport collect out/ -d /mnt/data/rows.jsonl");
+}
+
+void addExtract(CLI::App& app, Arguments& arguments) {
+    ExtractOptions& options = arguments.extract;
+    CLI::App& command = *app.add_subcommand("extract", "Take one document out of an archive of burst");
+    addText(command, "archive", options.archive, " ", "The archive; its index is beside it")->required();
+    addText(command, "key", options.key, " ", "The key of the document")->required();
+    addText(command, "-o,--output", options.output, "FILE", "The document; - for standard output (default)");
+    command.footer(
+        "Examples:\n"
+        "  qbreport extract out/statements.tar 6222-0210 -o 6222-0210.pdf\n"
+        "  qbreport extract out/statements.tar 6222-0210 | lpr");
 }
 
 void addCheck(CLI::App& app, Arguments& arguments) {
@@ -165,7 +242,8 @@ void addInfo(CLI::App& app, Arguments& arguments) {
 
 void addNew(CLI::App& app, Arguments& arguments) {
     CLI::App& command = *app.add_subcommand("new", "Write a template and data to start from");
-    addText(command, "kind", arguments.make.kind, " ", "invoice, list, labels or letter")->required();
+    addText(command, "kind", arguments.make.kind, " ", "invoice, list, labels, letter or statement")
+        ->required();
     addText(command, "name", arguments.make.name, " ", "The name of the files (default: the kind)");
     command.add_flag("--force", arguments.make.replaces, "Replace files that exist");
     command.footer(
@@ -239,6 +317,9 @@ std::string helpOf(const CLI::App& app, const CLI::App& command) {
 std::function<ExitStatus(Messages&)> commandOf(const std::string& name,
                                                const std::shared_ptr<Arguments>& arguments) {
     if (name == "render") return [=](Messages& to) { return render(arguments->render, to); };
+    if (name == "burst") return [=](Messages& to) { return burst(arguments->burst, to); };
+    if (name == "collect") return [=](Messages& to) { return collect(arguments->collect, to); };
+    if (name == "extract") return [=](Messages&) { return extract(arguments->extract); };
     if (name == "check") return [=](Messages& to) { return check(arguments->check, to); };
     if (name == "info") return [=](Messages& to) { return info(arguments->info, to); };
     if (name == "new") return [=](Messages&) { return makeNew(arguments->make); };
@@ -263,6 +344,9 @@ CommandLine parseCommandLine(int argumentCount, char** argumentValues) {
     app.formatter(std::make_shared<HelpFormatter>());
     app.require_subcommand(0, 1);
     addRender(app, *arguments);
+    addBurst(app, *arguments);
+    addCollect(app, *arguments);
+    addExtract(app, *arguments);
     addCheck(app, *arguments);
     addInfo(app, *arguments);
     addNew(app, *arguments);

@@ -3,6 +3,7 @@
 #define QBSVR_QBREPORT_COMMANDS_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qbreport/failure.h"
@@ -29,18 +30,56 @@ struct DataOptions {
     std::vector<std::string> parameters;  // "Year=2026"
 };
 
-struct RenderOptions {
-    std::string file;  // of the template
-    DataOptions data;
-    std::vector<std::string> outputs;
+// What a document is like.
+struct FormatOptions {
     std::string format;
     std::string pages;
     std::string layout;
     std::string resolution;
     std::vector<std::string> options;  // "csv.defuse=yes"
+};
+
+struct RenderOptions {
+    std::string file;  // of the template
+    DataOptions data;
+    std::vector<std::string> outputs;
+    FormatOptions format;
     bool isStrict = false;
 };
 ExitStatus render(const RenderOptions& options, Messages& messages);
+
+// The options of an export by their names, as the engine sets them. Raises WrongUse.
+std::vector<std::pair<std::string, std::string>> exportOptions(const FormatOptions& options);
+
+struct BurstOptions {
+    std::string file;  // of the template
+    DataOptions data;
+    std::string key;     // a column
+    std::string output;  // "out/{Account}.pdf", "out/statements.tar"
+    FormatOptions format;
+    std::string total;  // a column
+    std::string manifest;
+    std::string metrics;
+    std::string shard;  // "2/16"
+    std::string onError = "skip";
+    unsigned workers = 0;  // 0: one per processor
+    bool resumes = false;
+    bool isStrict = false;
+};
+ExitStatus burst(const BurstOptions& options, Messages& messages);
+
+struct CollectOptions {
+    std::string folder;
+    DataOptions data;  // in place of what the manifests name
+};
+ExitStatus collect(const CollectOptions& options, Messages& messages);
+
+struct ExtractOptions {
+    std::string archive;
+    std::string key;
+    std::string output;
+};
+ExitStatus extract(const ExtractOptions& options);
 
 struct CheckOptions {
     std::vector<std::string> files;

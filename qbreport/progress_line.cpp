@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdint>
 #include <utility>
 
 #include "qbreport/console.h"
@@ -10,11 +9,6 @@
 
 namespace qbreport {
 
-namespace {
-
-constexpr std::string_view kClearLine = "\r\x1b[K";
-
-// At most `width` characters.
 std::string cut(std::string_view text, std::size_t width) {
     std::string_view rest = text;
     for (std::size_t i = 0; i < width && !rest.empty(); ++i) rest.remove_prefix(characterLength(rest));
@@ -24,8 +18,6 @@ std::string cut(std::string_view text, std::size_t width) {
 std::string shownTime(std::uint64_t seconds) {
     return seconds < 120 ? std::to_string(seconds) + " s" : std::to_string((seconds + 30) / 60) + " min";
 }
-
-}  // namespace
 
 ProgressLine::ProgressLine(tagQBReport* report, std::string title, bool isShown)
     : report_(report), title_(printable(title)), isShown_(isShown && isTerminal(STDERR_FILENO)) {

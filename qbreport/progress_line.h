@@ -3,11 +3,20 @@
 #define QBSVR_QBREPORT_PROGRESS_LINE_H
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "engine/qbsvr_more.h"
 
 namespace qbreport {
+
+inline constexpr std::string_view kClearLine = "\r\x1b[K";
+// At most `width` characters.
+std::string cut(std::string_view text, std::size_t width);
+// "90 s", "3 min"
+std::string shownTime(std::uint64_t seconds);
 
 // While it exists, the report's calls end at an interrupt. If `isShown`, a call that takes longer than a second
 // shows a line on standard error, if that is a terminal. The line disappears at the end.

@@ -26,14 +26,14 @@ struct Output {
 std::vector<Output> outputsOf(const RenderOptions& options) {
     std::vector<std::string> files = options.outputs;
     if (files.empty()) files.emplace_back(kStandardStream);
-    if (files.size() > 1 && !options.format.empty()) {
+    if (files.size() > 1 && !options.format.format.empty()) {
         throw WrongUse("-f names the format of one document, but there are " +
                        counted(files.size(), "output") +
                        "; leave it out: the extensions of the files name the formats");
     }
     std::vector<Output> outputs;
     for (const std::string& file : files) {
-        const std::string format = options.format.empty() ? extensionOf(file) : options.format;
+        const std::string format = options.format.format.empty() ? extensionOf(file) : options.format.format;
         if (format.empty() && file == kStandardStream) {
             throw WrongUse(
                 "the format is unknown; name a file, such as -o report.pdf, or the format, such as -f pdf");
@@ -78,23 +78,6 @@ void requireWritable(const Output& output, const RenderOptions& options) {
 }
 
 using NamedValue = std::pair<std::string, std::string>;
-
-std::vector<NamedValue> exportOptions(const RenderOptions& options) {
-    std::vector<NamedValue> values;
-    for (const auto& [name, value] :
-         {NamedValue{"pages", options.pages}, NamedValue{"layout", options.layout},
-          NamedValue{"resolution", options.resolution}}) {
-        if (!value.empty()) values.emplace_back(name, value);
-    }
-    for (const std::string& option : options.options) {
-        const std::size_t equals = option.find('=');
-        if (equals == std::string::npos || equals == 0) {
-            throw WrongUse("\"" + option + "\" is no option; write it as name=value");
-        }
-        values.emplace_back(option.substr(0, equals), option.substr(equals + 1));
-    }
-    return values;
-}
 
 // Opens an export with its options.
 void prepare(Report& report, const Output& output, const std::vector<NamedValue>& values) {
@@ -145,9 +128,26 @@ void announce(Report& report, const Output& output, Messages& messages) {
 
 }  // namespace
 
+std::vector<NamedValue> exportOptions(const FormatOptions& options) {
+    std::vector<NamedValue> values;
+    for (const auto& [name, value] :
+         {NamedValue{"pages", options.pages}, NamedValue{"layout", options.layout},
+          NamedValue{"resolution", options.resolution}}) {
+        if (!value.empty()) values.emplace_back(name, value);
+    }
+    for (const std::string& option : options.options) {
+        const std::size_t equals = option.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            throw WrongUse("\"" + option + "\" is no option; write it as name=value");
+        }
+        values.emplace_back(option.substr(0, equals), option.substr(equals + 1));
+    }
+    return values;
+}
+
 ExitStatus render(const RenderOptions& options, Messages& messages) {
     const std::vector<Output> outputs = outputsOf(options);
-    const std::vector<NamedValue> values = exportOptions(options);
+    const std::vector<NamedValue> values = exportOptions(options.format);
     Report report(messages);
     for (const Output& output : outputs) {
         prepare(report, output, values);

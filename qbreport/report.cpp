@@ -87,9 +87,12 @@ void Report::loadTemplate(const std::string& path) {
     run([&] { return QBXReportLoadTemplate(handle_, bytes.data(), bytes.size(), file_.c_str()); });
 }
 
-void Report::loadData(const DataOptions& data) {
-    // Queries of databases may use the parameters.
+void Report::setParameters(const DataOptions& data) {
     for (const std::string& assignment : data.parameters) setParameter(assignment, data.query);
+}
+
+void Report::loadData(const DataOptions& data) {
+    setParameters(data);  // queries of databases may use them
     if (!data.file.empty()) {
         loadFile(data);
     } else if (!data.query.empty()) {

@@ -37,6 +37,7 @@ public:
 
     // "-": standard input.
     void loadTemplate(const std::string& path);
+    void setParameters(const DataOptions& data);
     // Sets the parameters and loads data.
     void loadData(const DataOptions& data);
     // The fields that the template reads although there is no data; empty if there is data.

@@ -19,7 +19,7 @@ import tempfile
 import unittest
 
 PROGRAM, SOURCES = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
-KINDS = ("invoice", "list", "labels", "letter")
+KINDS = ("invoice", "list", "labels", "letter", "statement")
 
 TEMPLATE = """<Report version="1">
   <DefaultStyle font="Liberation Sans"/>
@@ -99,7 +99,7 @@ CASES = {
     "check typo.qbf -d rows.json --strict": (3, r"typo.qbf: 0 errors", r"typo.qbf:8:\d+: warning: "),
     "render picture.qbf -f txt": (1, "", r"picture.qbf:1:\d+: error: .*allow it with"),
     # Wrong use
-    "": (2, "$", r"qbreport: error: a command is missing \(commands: render, check"),
+    "": (2, "$", r"qbreport: error: a command is missing \(commands: render, burst"),
     "rendr": (2, "$", r'qbreport: error: there is no command "rendr"; did you mean "render"\?'),
     "render": (2, "$", r'qbreport: error: the argument "template" is missing; see qbreport render --help'),
     "render list.qbf --fromat pdf": (2, "$", r'qbreport: error: there is no flag "--fromat"; did you mean "--format"\?'),
@@ -169,7 +169,7 @@ class Qbreport(unittest.TestCase):
         self.check("render picture.qbf -q -f txt --allow-folder any", 0, "", "$")
 
     def test_help(self):
-        for command in ("", "render", "check", "info", "new", "fonts", "formats"):
+        for command in ("", "render", "burst", "collect", "extract", "check", "info", "new", "fonts", "formats"):
             with self.subTest(command):
                 result = self.shell(f"{command} --help")
                 text = result.stdout.decode()
@@ -294,7 +294,9 @@ class Qbreport(unittest.TestCase):
             outputs, count = (result.stdout, result.stderr + result.stdout), count + 1
             self.assertEqual(result.returncode != 0, language == "sh fails", block + "".join(outputs))
         self.assertGreater(count, 9)
-        flags = set(re.findall(r"(?<=[\s,])--?[a-zA-Z-]+", self.shell("render --help").stdout.decode()))
+        page += (SOURCES / "docs/month-end.md").read_text("utf-8")
+        helps = self.shell("render --help").stdout + self.shell("burst --help").stdout
+        flags = set(re.findall(r"(?<=[\s,])--?[a-zA-Z-]+", helps.decode()))
         manual = (SOURCES / "docs/man/qbreport.1").read_text("utf-8").replace("\\-", "-")
         for place, text in (("page", page), ("manual", manual)):
             self.assertFalse({flag for flag in flags - {"-h", "--help"} if flag not in text}, place)
