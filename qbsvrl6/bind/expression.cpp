@@ -27,6 +27,7 @@
 
 #include "qbsvrl6/bind/functions.h"
 #include "qbsvrl6/bind/lexer.h"
+#include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
@@ -200,12 +201,36 @@ private:
     }
 
     void sum() {
-        product();
+        Operand last = operand();
         while (token_.isSymbol(u"+") || token_.isSymbol(u"-")) {
             const Operation operation = token_.isSymbol(u"+") ? Operation::Add : Operation::Subtract;
+            if (operation == Operation::Add) refuseText(last);
             advance();
-            product();
+            last = operand();
+            if (operation == Operation::Add) refuseText(last);
             emit(operation);
+        }
+    }
+
+    struct Operand {
+        std::size_t start;   // in the code
+        std::size_t column;  // in the text
+    };
+
+    Operand operand() {
+        const Operand operand{expression_->code.size(), token_.column};
+        product();
+        return operand;
+    }
+
+    // The latest operand. A quoted text that is not a number is meant to be joined.
+    void refuseText(const Operand& operand) const {
+        const std::vector<Instruction>& code = expression_->code;
+        if (code.size() != operand.start + 1 || code.back().operation != Operation::Constant) return;
+        const Value& constant = expression_->constants[code.back().operand];
+        Number number;
+        if (constant.type == ValueType::Text && !toNumber(constant, number)) {
+            lexer_.fail("a text cannot be added to; \"&\" joins texts", operand.column);
         }
     }
 
