@@ -29,7 +29,7 @@ std::shared_ptr<const DataSet> fetchData(const Address& address, const Connectio
 }  // namespace
 
 std::shared_ptr<const DataSet> DataCache::get(const Address& address, const ConnectionParts& source) {
-    const std::string path = reachablePath(address);  // also for data in the cache
+    const std::string path = reachablePath(address).path;  // also for data in the cache
     Stamp stamp;
     if (!stampOf(path, stamp)) return fetchData(address, source);
     // The kind is in the key as well: a file can be read as JSON and as CSV.

@@ -32,7 +32,7 @@ private:
 
 class FileBytes final : public ByteSource {
 public:
-    FileBytes(std::string path, std::string origin) : ByteSource(std::move(origin)), file_(std::move(path)) {}
+    FileBytes(FilePath path, std::string origin) : ByteSource(std::move(origin)), file_(std::move(path)) {}
 
     std::size_t read(char* to, std::size_t size) override {
         checkTime();
@@ -78,9 +78,9 @@ private:
 }  // namespace
 
 std::unique_ptr<ByteSource> openBytes(const Address& address) {
-    std::string path = reachablePath(address);
+    FilePath path = reachablePath(address);
     std::string origin = shownAddress(address);
-    if (path.empty()) return std::make_unique<SpooledBytes>(download(address), std::move(origin));
+    if (path.path.empty()) return std::make_unique<SpooledBytes>(download(address), std::move(origin));
     spend(&Budget::fetches, 1, origin);
     return std::make_unique<FileBytes>(std::move(path), std::move(origin));
 }

@@ -298,7 +298,7 @@ template <class Receive>
 auto counted(const Address& address, std::uint64_t maxBytes, Receive receive) {
     const std::string shown = shownAddress(address);
     spend(&Budget::fetches, 1, shown);
-    const std::string path = reachablePath(address);
+    const FilePath path = reachablePath(address);
     const Spending* const spending = Spending::current();
     const std::uint64_t allowed = std::min(
         maxBytes, spending == nullptr ? Budget().fetchedBytes : spending->left(&Budget::fetchedBytes));
@@ -328,8 +328,8 @@ auto counted(const Address& address, std::uint64_t maxBytes, Receive receive) {
 }  // namespace
 
 std::string fetch(const Address& address, std::size_t maxBytes) {
-    return counted(address, maxBytes, [&](const std::string& path, std::uint64_t allowed) {
-        if (!path.empty()) return readFile(path, static_cast<std::size_t>(allowed));
+    return counted(address, maxBytes, [&](const FilePath& path, std::uint64_t allowed) {
+        if (!path.path.empty()) return readFile(path, static_cast<std::size_t>(allowed));
         std::string bytes = Download(address, allowed).run().take();
         bytes.reserve(bytes.size() + SourceText::kReadAhead);
         return bytes;
@@ -337,9 +337,8 @@ std::string fetch(const Address& address, std::size_t maxBytes) {
 }
 
 Spool download(const Address& address) {
-    return counted(
-        address, std::numeric_limits<std::uint64_t>::max(),
-        [&](const std::string&, std::uint64_t allowed) { return Download(address, allowed).run(); });
+    return counted(address, std::numeric_limits<std::uint64_t>::max(),
+                   [&](const FilePath&, std::uint64_t allowed) { return Download(address, allowed).run(); });
 }
 
 }  // namespace qbsvrl6

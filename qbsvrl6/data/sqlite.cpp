@@ -83,10 +83,13 @@ Declared declaredAs(const char* type) {
 
 class Connection : public SqlConnection, public std::enable_shared_from_this<Connection> {
 public:
-    Connection(const std::string& path, std::string origin) : origin_(std::move(origin)) {
+    Connection(const FilePath& file, std::string origin) : origin_(std::move(origin)) {
+        std::string path = file.path;
+        if (!path.starts_with('/')) path.insert(0, "./");  // the library gives meanings to other names
+        const int links = file.isWithoutLinks ? SQLITE_OPEN_NOFOLLOW : 0;
         // Null only without memory; otherwise it has the cause of a failure, too.
-        const int result = sqlite_.sqlite3_open_v2(path.c_str(), &database_,
-                                                   SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
+        const int result = sqlite_.sqlite3_open_v2(
+            path.c_str(), &database_, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | links, nullptr);
         if (database_ == nullptr) throw std::bad_alloc();
         try {
             check(result);
@@ -354,11 +357,10 @@ std::unique_ptr<SqlQuery> Connection::prepare(std::u16string_view statement) {
 }  // namespace
 
 std::shared_ptr<SqlConnection> openSqlite(const Address& file) {
-    std::string path = reachablePath(file);
+    const FilePath path = reachablePath(file);
     const std::string origin = shownAddress(file);
-    if (path.empty()) throw EngineError(ErrorCode::NotSupported, "a database is a file", {origin});
-    InputFile{path};                                   // with the errors of all files
-    if (!path.starts_with('/')) path.insert(0, "./");  // the library gives meanings to other names
+    if (path.path.empty()) throw EngineError(ErrorCode::NotSupported, "a database is a file", {origin});
+    InputFile{path};  // with the errors of all files
     return std::make_shared<Connection>(path, origin);
 }
 

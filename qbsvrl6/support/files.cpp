@@ -54,12 +54,35 @@ void check(const larkspur::WholeFileResult& result, const std::string& path) {
     fail(ErrorCode::FileUnwritable, path, result.error);
 }
 
+// O_NONBLOCK: otherwise, opening a pipe would wait for its writer.
+constexpr int kReadFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+
+// Opens an absolute path folder by folder, because O_NOFOLLOW is about the last name alone. (openat2 would do that
+// in one call, but containers often forbid it.)
+Descriptor openWithoutLinks(const std::string& path) {
+    Descriptor folder(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    std::size_t start = 1;
+    for (std::size_t end = 0; folder.valid() && (end = path.find('/', start)) != std::string::npos;) {
+        const std::string name = path.substr(start, end - start);
+        folder = Descriptor(
+            ::openat(folder.number(), name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        start = end + 1;
+    }
+    if (!folder.valid()) return folder;
+    return Descriptor(::openat(folder.number(), path.c_str() + start, kReadFlags | O_NOFOLLOW));
+}
+
 }  // namespace
 
-// O_NONBLOCK: otherwise, opening a pipe would wait for its writer.
-InputFile::InputFile(std::string path)
-    : path_(std::move(path)), file_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+InputFile::InputFile(FilePath path)
+    : path_(std::move(path.path)),
+      file_(path.isWithoutLinks ? openWithoutLinks(path_) : Descriptor(::open(path_.c_str(), kReadFlags))) {
     if (!file_.valid()) {
+        // How O_NOFOLLOW fails: at a folder, and at a file.
+        if (path.isWithoutLinks && (errno == ENOTDIR || errno == ELOOP)) {
+            throw EngineError(ErrorCode::NotAllowed, "replaced by a symbolic link while it was opened",
+                              {path_});
+        }
         fail(errno == ENOENT || errno == ENOTDIR ? ErrorCode::FileNotFound : ErrorCode::FileUnreadable, path_,
              errno);
     }
@@ -79,11 +102,11 @@ std::size_t InputFile::read(char* to, std::size_t size) {
     }
 }
 
-std::string readFile(const std::string& path, std::size_t maxBytes) {
+std::string readFile(const FilePath& path, std::size_t maxBytes) {
     InputFile file(path);
     if (file.size() > maxBytes) {
         throw EngineError(ErrorCode::LimitExceeded, "larger than " + std::to_string(maxBytes) + " bytes",
-                          {path});
+                          {path.path});
     }
     std::string bytes;
     bytes.reserve(static_cast<std::size_t>(file.size()) + SourceText::kReadAhead);

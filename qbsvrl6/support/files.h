@@ -6,18 +6,30 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "qbsvrl6/support/descriptor.h"
 #include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
+// The path of a file to read.
+struct FilePath {
+    FilePath(std::string name) : path(std::move(name)) {}
+    FilePath(std::string name, bool withoutLinks) : path(std::move(name)), isWithoutLinks(withoutLinks) {}
+
+    std::string path;
+    // The path was checked and has no symbolic links. Opening it fails if somebody has put one into it since, so
+    // that only the file that was checked is read.
+    bool isWithoutLinks = false;
+};
+
 // A regular file, read from start to end.
 class InputFile {
 public:
-    // Raises EngineError that names the path: FileNotFound, FileUnreadable (also for a directory or a pipe).
-    // Raises MachineError if descriptors run out.
-    explicit InputFile(std::string path);
+    // Raises EngineError that names the path: FileNotFound, FileUnreadable (also for a directory or a pipe),
+    // NotAllowed for a path that should have no symbolic link. Raises MachineError if descriptors run out.
+    explicit InputFile(FilePath path);
 
     // The size when the file was opened.
     std::uintmax_t size() const { return size_; }
@@ -33,7 +45,7 @@ private:
 // The bytes of a file, with SourceText::kReadAhead bytes of capacity after them. Raises EngineError that
 // names the path: FileNotFound, FileUnreadable (also for a directory), LimitExceeded beyond `maxBytes`.
 // Raises MachineError if descriptors or memory run out.
-std::string readFile(const std::string& path, std::size_t maxBytes);
+std::string readFile(const FilePath& path, std::size_t maxBytes);
 
 // Writes the whole file or leaves the old one in place, as larkspur::WriteWholeFile does. Creates missing
 // directories. Raises EngineError (FileUnwritable) that names the path and the system's cause.

@@ -232,7 +232,7 @@ std::shared_ptr<const ReachRules> Reach::currentRules() {
     return innermost != nullptr ? innermost->rules_ : defaults;
 }
 
-std::string reachablePath(const Address& address) {
+FilePath reachablePath(const Address& address) {
     std::string path = localPath(address);
     if (path.empty() || address.namedBy == NamedBy::Program) return path;
     std::string canonical = canonicalPath(path);
@@ -249,7 +249,7 @@ std::string reachablePath(const Address& address) {
     if (rules->anyFolder_ ||
         (rules->ownFolders_ && (isReached(address.home) || isReached(rules->setupFolder_))) ||
         std::any_of(rules->folders_.begin(), rules->folders_.end(), isReached)) {
-        return canonical;
+        return {canonical, true};
     }
     throw EngineError(ErrorCode::NotAllowed,
                       std::string(rules->ownFolders_ ? "outside the template's folder and the set-up folder"

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "qbsvrl6/support/address.h"
+#include "qbsvrl6/support/files.h"
 
 struct sockaddr;
 
@@ -59,7 +60,7 @@ public:
     std::string hostRule() const;
 
 private:
-    friend std::string reachablePath(const Address& address);
+    friend FilePath reachablePath(const Address& address);
 
     std::string setupFolder_;  // absolute
     bool anyFolder_ = false;
@@ -96,7 +97,7 @@ private:
 
 // The path to open for a local address; empty for http: and https:. For names from templates and data, it has
 // no symbolic links. Raises EngineError: NotAllowed if the file is out of reach, otherwise as localPath does.
-std::string reachablePath(const Address& address);
+FilePath reachablePath(const Address& address);
 
 }  // namespace qbsvrl6
 

@@ -84,6 +84,16 @@ int open(const char* path, int flags, ...) {
     return real(path, flags, mode);
 }
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
+int openat(int folder, const char* path, int flags, ...) {
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    if (fails(Lack::Files, EMFILE)) return -1;
+    static auto* const real = next<int(int, const char*, int, ...)>("openat");
+    return real(folder, path, flags, mode);
+}
+int openat64(int folder, const char* path, int flags, ...) __attribute__((alias("openat")));
 void* mmap(void* at, std::size_t size, int protection, int flags, int file, off_t offset) noexcept {
     if (fails(Lack::Mappings, ENOMEM)) return MAP_FAILED;
     static auto* const real = next<void*(void*, std::size_t, int, int, int, off_t)>("mmap");

@@ -6,20 +6,34 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/data/byte_source.h"
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/reach.h"
 #include "qbsvrl6/support/utf.h"
 #include "tests/scratch_directory.h"
+
+namespace {
+std::function<void()> afterRealpath;  // between the check of a file and its opening
+}  // namespace
+
+// The engine calls this one instead of the C library's.
+extern "C" char* realpath(const char* path, char*) noexcept {
+    char* const resolved = ::canonicalize_file_name(path);
+    if (afterRealpath) afterRealpath();
+    return resolved;
+}
 
 namespace qbsvrl6 {
 namespace {
@@ -61,6 +75,37 @@ TEST_F(FetchFile, ReadsRegularFilesUpToTheLimit) {
     EXPECT_EQ(get(""), "! the address of the data is empty");
     EXPECT_EQ(get("file:a%00b"), "! a: the path contains a null character");
     EXPECT_EQ(get("ftp://h/x").substr(0, 13), "! ftp://h/x: ");
+}
+
+TEST_F(FetchFile, IsTheOneThatWasChecked) {
+    namespace fs = std::filesystem;
+    using Read = void (*)(const Address&);
+    constexpr Read kReads[] = {[](const Address& file) { fetch(file, 99); },
+                               [](const Address& file) { openBytes(file); }};
+    const std::string home = directory_ + "home/";
+    const std::string secret = directory_ + "secret/";
+    for (const Read read : kReads) {
+        for (const std::string replaced : {"in/x", "in"}) {
+            fs::remove_all(home);
+            for (const std::string& folder : {home, secret}) {
+                fs::create_directories(folder + "in");
+                std::ofstream(folder + "in/x") << folder;
+            }
+            const Address file{u"in/x", home, NamedBy::Template, home};
+            EXPECT_NO_THROW(read(file));
+            afterRealpath = [&] {
+                fs::remove_all(home + replaced);
+                fs::create_symlink(secret + replaced, home + replaced);
+            };
+            try {
+                read(file);
+                ADD_FAILURE() << replaced;
+            } catch (const EngineError& error) {
+                EXPECT_EQ(error.code(), ErrorCode::NotAllowed) << replaced << ": " << error.what();
+            }
+            afterRealpath = nullptr;
+        }
+    }
 }
 
 // Answers each connection with the text for its path.

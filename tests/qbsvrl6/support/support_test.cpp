@@ -311,7 +311,7 @@ TEST_F(InDirectory, TellsWhyAFileCantBeReadOrWritten) {
     };
     EXPECT_EQ(readFile(directory_ + "file", 5), "12345");
     EXPECT_EQ(codeOf([&] { readFile(directory_ + "file", 4); }), ErrorCode::LimitExceeded);
-    EXPECT_EQ(codeOf([&] { readFile("/dev/zero", 5); }), ErrorCode::FileUnreadable);
+    EXPECT_EQ(codeOf([&] { readFile(std::string("/dev/zero"), 5); }), ErrorCode::FileUnreadable);
     EXPECT_EQ(codeOf([&] { readFile(directory_ + "none", 5); }), ErrorCode::FileNotFound);
     EXPECT_EQ(codeOf([&] { readFile(directory_, 5); }), ErrorCode::FileUnreadable);
     EXPECT_EQ(codeOf([&] { writeFile(directory_ + "file/below", "x"); }), ErrorCode::FileUnwritable);
