@@ -70,6 +70,10 @@ QBSVR_API int QBXReportGetLastError(tagQBReport* report, QBXMessage* message);
 
 QBSVR_API void QBXReportClearMessages(tagQBReport* report);
 
+// Gets the reason why the last call on this thread of a function without a report has failed: QBXGetBudget,
+// QBXSetBudget, QBXSetReach, QBXAddFontFolder, QBXSetFontAlias or QBXGetFontFamily. Returns zero if it has not.
+QBSVR_API int QBXGetLastError(QBXMessage* message);
+
 // ---- Template
 //
 //     const char page[] = "<Report version='1'><ReportHeader>"
@@ -298,7 +302,7 @@ typedef struct QBXReach {
 
 // Gets the budget of all reports without their own: what QBXSetBudget has set, or the figures of the settings
 // file, or the defaults. The caller sets `size` before the call. Returns zero if `budget` is null, if `size`
-// is too small, or if the settings file has an error (the log says where).
+// is too small, or if the settings file has an error (QBXGetLastError says where).
 QBSVR_API int QBXGetBudget(QBXBudget* budget);
 
 // Sets the budget of all reports without their own, for exports that begin later. Null restores the figures
@@ -311,8 +315,8 @@ QBSVR_API int QBXSetBudget(const QBXBudget* budget);
 QBSVR_API int QBXReportSetBudget(tagQBReport* report, const QBXBudget* budget);
 
 // Sets the reach of all reports without their own, for exports that begin later. Null, or a null list,
-// restores that of the settings file. Returns zero, and changes nothing, if an entry is invalid (the log
-// names it).
+// restores that of the settings file. Returns zero, and changes nothing, if an entry is invalid
+// (QBXGetLastError names it).
 QBSVR_API int QBXSetReach(const QBXReach* reach);
 
 // Sets the reach of one report; a null list is copied from the reach of the process at this moment. Null removes

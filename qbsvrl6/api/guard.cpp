@@ -24,4 +24,9 @@ void logCaughtException(std::string_view function) noexcept {
     }
 }
 
+Messages& processMessages() {
+    thread_local Messages messages;
+    return messages;
+}
+
 }  // namespace qbsvrl6

@@ -35,6 +35,18 @@ void guarded(const char* function, Body&& body) noexcept {
     }
 }
 
+// What the last call of a function without a report has logged, on this thread.
+Messages& processMessages();
+
+// As guarded, for a function that QBXGetLastError is about.
+template <class Result, class Body>
+Result guardedForProcess(const char* function, Result failure, Body&& body) noexcept {
+    Messages& messages = processMessages();
+    messages.clear();
+    const MessagesScope scope(messages);
+    return guarded(function, failure, std::forward<Body>(body));
+}
+
 // Calls the body with the object, and with the runtime that it belongs to if the body wants to know it.
 template <class Object, class Body>
 decltype(auto) callWith(Object& object, Runtime& owner, Body& body) {

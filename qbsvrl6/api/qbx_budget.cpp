@@ -55,7 +55,7 @@ Budget budgetFrom(const QBXBudget& given, Budget base) {
 }  // namespace
 
 int QBXGetBudget(QBXBudget* budget) {
-    return guarded(__func__, 0, [&] {
+    return guardedForProcess(__func__, 0, [&] {
         if (budget == nullptr) return 0;
         const Budget current = processSettings().budget;
         std::array<std::uint64_t, kMembers.size()> figures{};
@@ -66,7 +66,7 @@ int QBXGetBudget(QBXBudget* budget) {
 }
 
 int QBXSetBudget(const QBXBudget* budget) {
-    return guarded(__func__, 0, [&] {
+    return guardedForProcess(__func__, 0, [&] {
         changeProcessSettings([&](ProcessSettings& settings, const ProcessSettings& fromFile) {
             settings.budget = budget == nullptr ? fromFile.budget : budgetFrom(*budget, settings.budget);
         });

@@ -1,4 +1,4 @@
-// QBXReportGetMessageCount, QBXReportGetMessage, QBXReportGetLastError, QBXReportClearMessages.
+// QBXReportGetMessageCount, QBXReportGetMessage, QBXReportGetLastError, QBXReportClearMessages, QBXGetLastError.
 #include "engine/qbsvr_more.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
@@ -16,6 +16,10 @@ int giveMessage(QBXMessage* to, const Message& message) {
                : 0;
 }
 
+int giveLastError(QBXMessage* to, const Messages& messages) {
+    return messages.lastError() ? giveMessage(to, *messages.lastError()) : 0;
+}
+
 }  // namespace
 
 uint64_t QBXReportGetMessageCount(tagQBReport* handle) {
@@ -31,12 +35,14 @@ int QBXReportGetMessage(tagQBReport* handle, uint64_t index, QBXMessage* message
 }
 
 int QBXReportGetLastError(tagQBReport* handle, QBXMessage* message) {
-    return withObject(__func__, handle, [&](Report& report) {
-        const std::optional<Message>& error = runtimeOf(report).messages.lastError();
-        return error ? giveMessage(message, *error) : 0;
-    });
+    return withObject(__func__, handle,
+                      [&](Report& report) { return giveLastError(message, runtimeOf(report).messages); });
 }
 
 void QBXReportClearMessages(tagQBReport* handle) {
     withObject(__func__, handle, [](Report& report) { runtimeOf(report).messages.clear(); });
+}
+
+int QBXGetLastError(QBXMessage* message) {
+    return guarded(__func__, 0, [&] { return giveLastError(message, processMessages()); });
 }

@@ -29,7 +29,7 @@ std::shared_ptr<const ReachRules> rulesFrom(const QBXReach& given, const ReachRu
 }  // namespace
 
 int QBXSetReach(const QBXReach* reach) {
-    return guarded(__func__, 0, [&] {
+    return guardedForProcess(__func__, 0, [&] {
         changeProcessSettings([&](ProcessSettings& settings, const ProcessSettings& fromFile) {
             settings.reach = reach == nullptr ? fromFile.reach : rulesFrom(*reach, *fromFile.reach);
         });

@@ -33,12 +33,12 @@ Choices& choices() {
 void addFontFolder(const std::string& path) {
     Choices& all = choices();
     const std::lock_guard lock(all.mutex);
-    all.requireOpen();
     std::error_code failed;
     const std::filesystem::path folder = std::filesystem::absolute(path, failed);
     if (failed || !std::filesystem::is_directory(folder, failed)) {
         throw EngineError(ErrorCode::FileNotFound, "there is no such folder", {path});
     }
+    all.requireOpen();
     all.chosen.folders.push_back(folder.string());
 }
 

@@ -7,14 +7,15 @@ from collections.abc import Iterator
 
 from qbreport._contents import Format
 from qbreport._interface import ffi
-from qbreport._library import each, from_utf16, from_utf8, library, utf8
+from qbreport._library import each, from_utf16, from_utf8, library, structure, utf8
 from qbreport._limits import Budget, Reach
 from qbreport._messages import Error
-from qbreport._report import Report
+from qbreport._report import _message
 
-_EMPTY = b"<Report version='1'/>"
-_TOO_LATE = "the fonts of the process are in use already: call it first"
-_SETTINGS = "the settings file has an error, which the engine's log explains"
+
+def _last_error() -> Error:
+    error = structure("QBXMessage")
+    return Error(_message(error) if library().QBXGetLastError(error) else "the engine gives no reason")
 
 
 def version() -> str:
@@ -49,7 +50,7 @@ def add_font_folder(path: str | os.PathLike[str]) -> None:
     Raises Error if there is no such folder, and if it is too late.
     """
     if not library().QBXAddFontFolder(utf8(path, "the path")):
-        raise Error(_TOO_LATE if os.path.isdir(path) else f"{os.fspath(path)} is no folder")
+        raise _last_error()
 
 
 def set_font_alias(name: str, family: str) -> None:
@@ -59,7 +60,7 @@ def set_font_alias(name: str, family: str) -> None:
     raises Error.
     """
     if not library().QBXSetFontAlias(utf8(name, "name"), utf8(family, "family")):
-        raise Error(_TOO_LATE)
+        raise _last_error()
 
 
 def set_budget(budget: Budget | None) -> None:
@@ -68,7 +69,7 @@ def set_budget(budget: Budget | None) -> None:
     None restores the figures of the settings file, or the defaults.
     """
     if not library().QBXSetBudget(budget._structure() if budget is not None else ffi.NULL):
-        raise Error(_SETTINGS)
+        raise _last_error()
 
 
 def set_reach(reach: Reach | None) -> None:
@@ -76,9 +77,7 @@ def set_reach(reach: Reach | None) -> None:
 
     None restores that of the settings file, or the default. Raises Error if an entry is not valid.
     """
-    if reach is not None:
-        Report(_EMPTY, reach=reach).close()  # a report explains which entry is not valid
     made, texts = reach._structure() if reach is not None else (ffi.NULL, [])
     if not library().QBXSetReach(made):
-        raise Error(_SETTINGS)
+        raise _last_error()
     del texts  # the structure refers to them

@@ -100,6 +100,12 @@ TEST_F(BudgetTest, TheSettingsFileIsReadWithTheSetUpFolder) {
     for (const auto& [settings, told] : cases) {
         EXPECT_NE(exportWith(settings).find(told), std::string::npos) << settings;
     }
+    QBXBudget none = sized();
+    QBXMessage reason = {};
+    reason.size = sizeof reason;
+    EXPECT_EQ(QBXSetBudget(&none), 0);
+    ASSERT_EQ(QBXGetLastError(&reason), 1);
+    EXPECT_NE(std::string(reason.text).find("qbsvrl6.conf:1: a setting has the form"), std::string::npos);
     EXPECT_EQ(exportWith("budget.wall-time = 1 min\nbudget.document-size = 1 GiB"), "");
     QBXBudget budget = sized();
     EXPECT_EQ(QBXGetBudget(&budget), 1);

@@ -101,6 +101,15 @@ TEST_F(DataTest, TemplatesAndDataReachWhatIsAllowed) {
     EXPECT_EQ(rows(report), "(null)");
     EXPECT_EQ(QBXSetReach(&reach), 1);
     EXPECT_EQ(rows(report), "outside;");
+    QBXMessage reason = {};
+    reason.size = sizeof reason;
+    EXPECT_EQ(QBXGetLastError(&reason), 0);
+    const QBXReach wrong = {sizeof wrong, nullptr, "10.0.0.0/33"};
+    EXPECT_EQ(QBXSetReach(&wrong), 0);
+    ASSERT_EQ(QBXGetLastError(&reason), 1);
+    EXPECT_NE(std::string(reason.text).find("\"10.0.0.0/33\" is not a host"), std::string::npos)
+        << reason.text;
+    EXPECT_EQ(rows(report), "outside;") << "it changes nothing";
     EXPECT_EQ(QBXSetReach(nullptr), 1);
     EXPECT_EQ(rows(report), "(null)");
     QBReportSetQuerySQL(report, wide(outside + "/data.txt").c_str());
