@@ -196,21 +196,31 @@ constexpr spdlog::level::level_enum levelOf(Severity severity) {
                                            : spdlog::level::info;
 }
 
-// Logging never fails the caller.
-template <class Write>
-void quietly(Write&& write) noexcept {
-    try {
-        write();
-    } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody to tell
-    }
-}
-
 void keep(Severity severity, const SourcePlace& place, std::string_view text) {
     if (Messages* const messages = Messages::current()) messages->add({severity, place, std::string(text)});
 }
 
+// Logging never fails the caller. A line for which there is no memory is replaced by a short one, which needs none.
+template <class Write>
+void quietly(Severity severity, Write&& write) noexcept {
+    constexpr std::string_view kReplacement = "out of memory";
+    const auto ignoringErrors = [](const auto& action) {
+        try {
+            action();
+        } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody to tell
+        }
+    };
+    try {
+        write();
+    } catch (const std::bad_alloc&) {
+        ignoringErrors([&] { keep(severity, {}, kReplacement); });
+        ignoringErrors([&] { theLog().write(levelOf(severity), kReplacement); });
+    } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody to tell
+    }
+}
+
 void write(Severity severity, std::string_view message, TextPosition position, const LogKind& kind) noexcept {
-    quietly([&] {
+    quietly(severity, [&] {
         LogSubject* const subject = innermostSubject;
         if (subject != nullptr && !subject->hasRoomFor(kind, message)) return;
         keep(severity, {subject == nullptr ? std::string() : subject->name(), position}, message);
@@ -233,13 +243,13 @@ void logWarning(std::string_view message, TextPosition position, const char* fil
 void logInfo(std::string_view message) { write(Severity::Info, message, {}, {"", 0}); }
 
 void logWarningOnce(std::string_view message, const char* file, int line) {
-    quietly([&] {
+    quietly(Severity::Warning, [&] {
         if (isNewWarning(message)) logWarning(message, {}, file, line);
     });
 }
 
 void logFailure(std::string_view function, const SourcePlace& place, std::string_view cause) {
-    quietly([&] {
+    quietly(Severity::Error, [&] {
         keep(Severity::Error, place, cause);
         theLog().write(
             spdlog::level::err,
@@ -248,7 +258,7 @@ void logFailure(std::string_view function, const SourcePlace& place, std::string
 }
 
 void logFailure(std::string_view function, const EngineError& error) {
-    quietly([&] {
+    quietly(Severity::Error, [&] {
         keep(Severity::Error, error.place(), error.message());
         theLog().write(spdlog::level::err, asOneLine(placedMessage(function, {}, error.what())));
     });
@@ -263,7 +273,7 @@ LogSubject::LogSubject(std::string subject) : subject_(std::move(subject)), oute
 }
 
 LogSubject::~LogSubject() {
-    quietly([&] {
+    quietly(Severity::Warning, [&] {
         for (const auto& [kind, count] : counts_) {
             if (count.lines <= limits::kLinesOfAKind) continue;
             const std::size_t more = count.lines - limits::kLinesOfAKind;
