@@ -94,6 +94,21 @@ void BM_ParseRapidJson(benchmark::State& state) {
 }
 BENCHMARK(BM_ParseRapidJson)->Unit(benchmark::kMillisecond);
 
+// In place; the copy of the text, which it overwrites, is not timed.
+void BM_ParseRapidJsonInSitu(benchmark::State& state) {
+    lkstr text;
+    for (auto _ : state) {
+        state.PauseTiming();
+        text = Rows();
+        state.ResumeTiming();
+        RapidDocument document;
+        document.ParseInsitu(text.data());
+        benchmark::DoNotOptimize(document.Size());
+    }
+    CountBytes(state);
+}
+BENCHMARK(BM_ParseRapidJsonInSitu)->Unit(benchmark::kMillisecond);
+
 void BM_StringifyRapidJson(benchmark::State& state) {
     RapidDocument document;
     document.Parse(Rows().c_str());

@@ -91,7 +91,8 @@ AtomScan ScanAtom(const lkchar* p, const lkchar* end) {
 // values in another, so that each container is filled in one step, with its exact size, when it closes.
 class TreeParser {
 public:
-    TreeParser(ClkJsonComplexNode& top, const lkchar* end) : m_Pool(top.m_Pool), m_End(end) {
+    TreeParser(ClkJsonComplexNode& top, const lkchar* end)
+        : m_Pool(top.m_Pool), m_End(end), m_Names(m_Pool.Names()) {
         m_Open.push_back({&top, 0});
     }
 
@@ -138,17 +139,29 @@ private:
         if (p >= m_End) Fail(p, kNoObjectEnd);
         if (*p != u'"') Fail(p, kNoQuote);
         const lkchar* begin = p + 1;
-        p = FindFirstOf<u'"'>(begin, m_End);
-        if (p == m_End) Fail(p, kNoQuote);
-        name = m_Names.Get(begin, static_cast<std::size_t>(p - begin));
+        p = m_Names.GetExpected(begin, m_End, name);
+        if (p == nullptr) {
+            p = FindFirstOf<u'"'>(begin, m_End);
+            if (p == m_End) Fail(p, kNoQuote);
+            name = m_Names.Get(begin, static_cast<std::size_t>(p - begin));
+        }
         p = After(p);
         if (p == m_End || *p != u':') Fail(p, kNoColon);
         return After(p);
     }
 
     const lkchar* ReadAtom(const lkchar* p, NameRef&& name) {
-        const AtomScan scan = ScanAtom(p, m_End);
         ClkJsonNode* parent = m_Open.back().node;
+        if (p < m_End && *p == u'"') {
+            // Most strings end before the first escape or zero unit.
+            const lkchar* const stop = FindFirstOf<u'"', u'\\', 0>(p + 1, m_End);
+            if (stop < m_End && *stop == u'"') {
+                const auto size = static_cast<std::size_t>(stop - p) - 1;
+                Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, ClkJsonString, p + 1, size));
+                return stop + 1;
+            }
+        }
+        const AtomScan scan = ScanAtom(p, m_End);
         if (scan.fault != nullptr) {
             Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, ClkJsonString, lkstr()));
             Fail(scan.next, scan.fault);
@@ -236,7 +249,7 @@ const lkchar* ClkJsonAtomNode::Parse(const lkchar* p, const lkchar* end) {
     const json_internal::AtomScan scan = json_internal::ScanAtom(p, end);
     if (scan.fault != nullptr) json_internal::Raise(scan.next, end, scan.fault);
     m_Kind = scan.kind;
-    m_Text = scan.hasEscape ? scan.Decoded() : lkstr(scan.begin, scan.Size());
+    SetText(scan.hasEscape ? scan.Decoded() : lkstr(scan.begin, scan.Size()));
     return scan.next;
 }
 

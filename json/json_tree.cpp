@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 #include <stdexcept>
+#include <type_traits>
 
 #include "common/errors.h"
 #include "json/internal/node_pool.h"
@@ -31,7 +32,81 @@ ClkJsonComplexNode::~ClkJsonComplexNode() {
     if (m_Parent == nullptr) delete &m_Pool;
 }
 
+void json_internal::OwnerList::Add(ClkJsonNode& node) {
+    m_Nodes.push_back(&node);
+    node.m_OwnerNumber = static_cast<unsigned int>(m_Nodes.size());
+}
+
+void json_internal::OwnerList::Remove(ClkJsonNode& node) noexcept {
+    m_Nodes[node.m_OwnerNumber - 1] = m_Nodes.back();
+    m_Nodes.back()->m_OwnerNumber = node.m_OwnerNumber;
+    m_Nodes.pop_back();
+    node.m_OwnerNumber = 0;
+}
+
+void ClkJsonAtomNode::SetText(const lkstr& text) {
+    m_Text = text;
+    JoinOwners();
+}
+
+void ClkJsonAtomNode::AddToOwners() {
+    static_cast<ClkJsonComplexNode*>(m_Parent)->m_Pool.Owners().Add(*this);
+}
+
+void ClkJsonAtomNode::LeaveOwners() noexcept {
+    static_cast<ClkJsonComplexNode*>(m_Parent)->m_Pool.Owners().Remove(*this);
+}
+
+ClkJsonArrayNode::ClkJsonArrayNode(ClkJsonComplexNode* parent) : ClkJsonComplexNode(ClkJsonArray, parent) {
+    if (parent != nullptr) m_Pool.Owners().Add(*this);
+}
+
+ClkJsonArrayNode::~ClkJsonArrayNode() {
+    if (m_OwnerNumber != 0) m_Pool.Owners().Remove(*this);
+    DestroyChildren();
+}
+
+void ClkJsonComplexNode::ForgetChildren() noexcept {
+    if (m_Kind == ClkJsonObject) {
+        auto& members = static_cast<ClkJsonObjectNode*>(this)->m_Members.m_List;
+        for (ClkJsonMember& member : members) static_cast<void>(member.second.release());
+        std::remove_reference_t<decltype(members)>(members.get_allocator()).swap(members);
+    } else {
+        auto& items = static_cast<ClkJsonArrayNode*>(this)->m_Items;
+        for (auto& item : items) static_cast<void>(item.release());
+        items.clear();
+    }
+}
+
+// The nodes' memory is taken back without their destructors, after what they own elsewhere. That is seldom in
+// the cache, so it is requested some nodes ahead.
+void ClkJsonComplexNode::DestroyTree() noexcept {
+    constexpr std::size_t kAhead = 8;
+    ForgetChildren();
+    const std::vector<ClkJsonNode*>& owners = m_Pool.Owners().Nodes();
+    const auto isArray = [](const ClkJsonNode* node) { return node->m_Kind == ClkJsonArray; };
+    for (std::size_t i = 0; i < owners.size(); ++i) {
+        if (i + 2 * kAhead < owners.size()) {
+            __builtin_prefetch(owners[i + 2 * kAhead]);
+            const ClkJsonNode* const next = owners[i + kAhead];
+            if (!isArray(next))
+                __builtin_prefetch(static_cast<const ClkJsonAtomNode*>(next)->m_Text.data() - 1);
+        }
+        if (isArray(owners[i])) {
+            auto* const array = static_cast<ClkJsonArrayNode*>(owners[i]);
+            array->ForgetChildren();
+            std::destroy_at(&array->m_Items);
+        } else {
+            std::destroy_at(&static_cast<ClkJsonAtomNode*>(owners[i])->m_Text);
+        }
+    }
+    m_Pool.Owners().Clear();
+    m_Pool.Names().Clear();
+    m_Pool.Reset();
+}
+
 void ClkJsonComplexNode::DestroyChildren() noexcept {
+    if (m_Parent == nullptr) return DestroyTree();
     ClkJsonNode* list = ReleaseChildren(this);
     while (list != this) {
         auto* node = static_cast<ClkJsonComplexNode*>(list);
@@ -139,7 +214,8 @@ Node* ClkJsonObjectNode::Place(const lkstr& name, Node* node) {
     if (place != list.end() && place->first == name) {
         place->second = std::move(owner);
     } else {
-        list.emplace(place, json_internal::NameRef(name.data(), name.size()), std::move(owner));
+        list.emplace(place, json_internal::NameRef(m_Pool.Names(), name.data(), name.size()),
+                     std::move(owner));
     }
     return node;
 }

@@ -29,6 +29,7 @@ namespace larkspur {
 namespace json_internal {
 class NameRef;
 class NodePool;
+class OwnerList;
 class TreeParser;
 
 // Allocates the memory of a container in a tree from the tree's pool.
@@ -81,9 +82,11 @@ protected:
     ClkJsonNode(ClkJsonKind kind, ClkJsonNode* parent) : m_Kind(kind), m_Parent(parent) {}
 
     ClkJsonKind m_Kind;
+    unsigned int m_OwnerNumber = 0;  // in the pool's list of nodes that own heap memory; 0 for none
     ClkJsonNode* m_Parent;
 
     friend class ClkJsonComplexNode;
+    friend class json_internal::OwnerList;
 };
 
 // A value without children. A string has its decoded text; a literal has its units unchanged: a number, true,
@@ -91,11 +94,14 @@ protected:
 class ClkJsonAtomNode final : public ClkJsonNode {
 public:
     ClkJsonAtomNode() : ClkJsonNode(ClkJsonString, nullptr) {}
+    ~ClkJsonAtomNode() override {
+        if (m_OwnerNumber != 0) LeaveOwners();
+    }
 
     void StringifyAppend(lkstr& out, const lkchar* separator) const override;
 
     const lkstr& Text() const { return m_Text; }
-    void SetText(const lkstr& text) { m_Text = text; }
+    void SetText(const lkstr& text);
 
     // Reads the string or literal at p and returns the position after it. The text of a string ends at its
     // first zero unit.
@@ -103,12 +109,25 @@ public:
 
 private:
     ClkJsonAtomNode(ClkJsonNode* parent, ClkJsonKind kind, lkstr&& text)
-        : ClkJsonNode(kind, parent), m_Text(std::move(text)) {}
+        : ClkJsonNode(kind, parent), m_Text(std::move(text)) {
+        JoinOwners();
+    }
     ClkJsonAtomNode(ClkJsonNode* parent, ClkJsonKind kind, const lkchar* text, std::size_t n)
-        : ClkJsonNode(kind, parent), m_Text(text, n) {}
+        : ClkJsonNode(kind, parent), m_Text(text, n) {
+        JoinOwners();
+    }
+
+    // Long texts are on the heap.
+    void JoinOwners() {
+        if (m_OwnerNumber == 0 && m_Text.capacity() > lkstr().capacity() && m_Parent != nullptr)
+            AddToOwners();
+    }
+    void AddToOwners();
+    void LeaveOwners() noexcept;
 
     lkstr m_Text;
 
+    friend class ClkJsonComplexNode;
     friend class ClkJsonObjectNode;
     friend class json_internal::TreeParser;
 };
@@ -124,7 +143,7 @@ public:
 protected:
     ClkJsonComplexNode(ClkJsonKind kind, ClkJsonComplexNode* parent);
 
-    // Destroys all nodes below this one, without recursion.
+    // Destroys all nodes below this one, without recursion; those of a root all at once.
     void DestroyChildren() noexcept;
 
     json_internal::NodePool& m_Pool;  // of the tree; the root owns it
@@ -134,6 +153,10 @@ private:
     // and followed by `next`.
     ClkJsonNode* ReleaseChildren(ClkJsonNode* next) noexcept;
 
+    void DestroyTree() noexcept;
+    void ForgetChildren() noexcept;
+
+    friend class ClkJsonAtomNode;
     friend class ClkJsonNode;
     friend class json_internal::TreeParser;
 };
@@ -228,7 +251,7 @@ private:
 class ClkJsonArrayNode final : public ClkJsonComplexNode {
 public:
     ClkJsonArrayNode() : ClkJsonArrayNode(nullptr) {}
-    ~ClkJsonArrayNode() override { DestroyChildren(); }
+    ~ClkJsonArrayNode() override;
 
     void StringifyAppend(lkstr& out, const lkchar* separator) const override;
     void Clear() override { DestroyChildren(); }  // keeps the storage of the items
@@ -240,7 +263,7 @@ public:
     const lkchar* Parse(const lkchar* p, const lkchar* end);
 
 private:
-    explicit ClkJsonArrayNode(ClkJsonComplexNode* parent) : ClkJsonComplexNode(ClkJsonArray, parent) {}
+    explicit ClkJsonArrayNode(ClkJsonComplexNode* parent);
 
     std::vector<std::unique_ptr<ClkJsonNode>> m_Items;
 

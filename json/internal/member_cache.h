@@ -26,15 +26,27 @@ struct Entry {
 // different pay only for creating them.
 class NameCache {
 public:
+    // New names are added to the list.
+    explicit NameCache(NameList& names) : m_Names(names) {}
+
     NameRef Get(const lkchar* text, std::size_t n) {
-        const Ends ends(text, n);
-        const std::size_t home = ends.Hash();
-        for (std::size_t i = home; i < home + kProbes; ++i) {
-            Slot& slot = m_Slots[i];
-            if (slot.name.Get() == nullptr) return Fill(slot, ends, text);
-            if (slot.ends == ends && (n <= 8 || SameMiddle(*slot.name.Get(), text))) return slot.name;
-        }
-        return Fill(m_Slots[home], ends, text);
+        Slot& slot = Find(Ends(text, n), text);
+        m_Latest->next = &slot;
+        m_Latest = &slot;
+        return slot.name;
+    }
+
+    // Compares the text with the name that followed the latest one before. If the text starts with it and a
+    // quote, sets `name` and returns the position of the quote; otherwise returns null.
+    const lkchar* GetExpected(const lkchar* text, const lkchar* end, NameRef& name) {
+        Slot* const slot = m_Latest->next;
+        if (slot == nullptr) return nullptr;
+        const std::size_t n = slot->ends.n;
+        if (static_cast<std::size_t>(end - text) <= n || text[n] != u'"') return nullptr;
+        if (!slot->Holds(Ends(text, n), text)) return nullptr;
+        m_Latest = slot;
+        name = slot->name;
+        return text + n;
     }
 
 private:
@@ -64,21 +76,38 @@ private:
     struct Slot {
         Ends ends;
         NameRef name;
+        Slot* next = nullptr;  // of the name that followed this one
+
+        bool Holds(const Ends& other, const lkchar* text) const {
+            return ends == other && (ends.n <= 8 || HoldsMiddle(text));
+        }
+        bool HoldsMiddle(const lkchar* text) const {
+            return std::memcmp(name.Get()->data() + 4, text + 4, (ends.n - 8) * sizeof(lkchar)) == 0;
+        }
     };
 
-    static const NameRef& Fill(Slot& slot, const Ends& ends, const lkchar* text) {
-        slot.name = NameRef(text, ends.n);
-        slot.ends = ends;
-        return slot.name;
+    Slot& Find(const Ends& ends, const lkchar* text) {
+        const std::size_t home = ends.Hash();
+        for (std::size_t i = home; i < home + kProbes; ++i) {
+            Slot& slot = m_Slots[i];
+            if (slot.name.Get() == nullptr) return Fill(slot, ends, text);
+            if (slot.Holds(ends, text)) return slot;
+        }
+        return Fill(m_Slots[home], ends, text);
     }
 
-    static bool SameMiddle(const lkstr& name, const lkchar* text) {
-        return std::memcmp(name.data() + 4, text + 4, (name.size() - 8) * sizeof(lkchar)) == 0;
+    Slot& Fill(Slot& slot, const Ends& ends, const lkchar* text) {
+        slot.name = NameRef(m_Names, text, ends.n);
+        slot.ends = ends;
+        return slot;
     }
 
     static constexpr std::size_t kProbes = 8;  // starting at the slot of the hash value
 
+    NameList& m_Names;
     std::array<Slot, 256 + kProbes> m_Slots;
+    Slot m_Start;  // before the first name
+    Slot* m_Latest = &m_Start;
 };
 
 // The order by name of the latest member lists, so that the members of similar objects are sorted once.
@@ -130,10 +159,11 @@ private:
         order.erase(order.begin(), std::unique(order.rbegin(), order.rend(), equal).base());
     }
 
+    // Of some names: lists that differ only in the others are rare.
     static std::size_t Hash(const Entry* entries, std::size_t n) {
         std::uint64_t hash = n;
-        for (const Entry* entry = entries; entry != entries + n; ++entry) {
-            hash = (hash ^ reinterpret_cast<std::uintptr_t>(entry->name.Get())) * 0x9E3779B97F4A7C15u;
+        for (std::size_t i = 0; i < n; i += 1 + n / 4) {
+            hash = (hash ^ reinterpret_cast<std::uintptr_t>(entries[i].name.Get())) * 0x9E3779B97F4A7C15u;
         }
         return hash >> 59;
     }

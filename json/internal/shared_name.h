@@ -11,10 +11,47 @@
 
 namespace larkspur::json_internal {
 
-// Derived from the text type, so that a member's reference to the text leads to the count.
-struct SharedName : lkstr {
-    SharedName(const lkchar* text, std::size_t n) : lkstr(text, n) {}
-    std::size_t owners = 1;
+// The names of a tree, linked in a ring.
+class NameList {
+public:
+    // Derived from the text type, so that a member's reference to the text leads to the count.
+    struct Name : lkstr {
+        Name(const lkchar* text, std::size_t n) : lkstr(text, n) {}
+        std::size_t owners = 1;
+        Name* previous = nullptr;
+        Name* next = nullptr;
+    };
+
+    NameList() = default;
+    NameList(const NameList&) = delete;
+    NameList& operator=(const NameList&) = delete;
+    ~NameList() { Clear(); }
+
+    Name* Add(const lkchar* text, std::size_t n) {
+        auto* const name = new Name(text, n);
+        name->previous = &m_Ring;
+        name->next = m_Ring.next;
+        name->next->previous = m_Ring.next = name;
+        return name;
+    }
+
+    static void Remove(Name* name) noexcept {
+        name->previous->next = name->next;
+        name->next->previous = name->previous;
+        delete name;
+    }
+
+    // Whoever owns a name must have forgotten it.
+    void Clear() noexcept {
+        while (m_Ring.next != &m_Ring) Remove(m_Ring.next);
+    }
+
+private:
+    struct Ring : Name {
+        Ring() : Name(gc_lkchar_empty, 0) { previous = next = this; }
+    };
+
+    Ring m_Ring;
 };
 
 // A counted reference to a name. The count is not atomic: all owners belong to one tree or to the parser that
@@ -22,7 +59,7 @@ struct SharedName : lkstr {
 class NameRef {
 public:
     NameRef() = default;
-    NameRef(const lkchar* text, std::size_t n) : m_Name(new SharedName(text, n)) {}
+    NameRef(NameList& names, const lkchar* text, std::size_t n) : m_Name(names.Add(text, n)) {}
     NameRef(const NameRef& other) noexcept : m_Name(other.m_Name) {
         if (m_Name != nullptr) ++m_Name->owners;
     }
@@ -32,7 +69,7 @@ public:
         return *this;
     }
     ~NameRef() {
-        if (m_Name != nullptr && --m_Name->owners == 0) delete m_Name;
+        if (m_Name != nullptr && --m_Name->owners == 0) NameList::Remove(m_Name);
     }
 
     // Null when it owns nothing.
@@ -42,12 +79,12 @@ public:
     const lkstr& Release() { return *std::exchange(m_Name, nullptr); }
     static NameRef Adopt(const lkstr& released) {
         NameRef name;
-        name.m_Name = const_cast<SharedName*>(static_cast<const SharedName*>(&released));
+        name.m_Name = const_cast<NameList::Name*>(static_cast<const NameList::Name*>(&released));
         return name;
     }
 
 private:
-    SharedName* m_Name = nullptr;
+    NameList::Name* m_Name = nullptr;
 };
 
 }  // namespace larkspur::json_internal

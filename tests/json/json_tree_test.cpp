@@ -258,6 +258,33 @@ TEST(JsonTree, AnyDepthIsReadWrittenAndDestroyed) {
     EXPECT_EQ(json.Stringify(nullptr), u"[{}]");
 }
 
+// A leak checker detects memory that a node owns outside the tree's and loses.
+TEST(JsonTree, AllMemoryIsTakenBackAndUsedAgain) {
+    lkstr text = u"[";
+    for (int i = 0; i < 300; ++i)
+        text += u"{\"a\":\"a text of some length\",\"b\":[\"another long text\",[1]],\"c\":\"x\"},";
+    lkstr members = u"{";
+    for (int i = 0; i < 200; ++i) members += u"\"" + lkstr_fromi(1000 + i) + u"\":\"also long enough\",";
+    text += members + u"}]";
+    ClkArrayJson json;
+    lkstr once;
+    for (int round = 0; round < 3; ++round) {
+        Outcome(json, text);
+        const auto objectAt = [&json](std::size_t i) {
+            return static_cast<ClkJsonObjectNode*>(json.Root().Items()[i].get());
+        };
+        objectAt(0)->AtomByName(u"c")->SetText(u"a short text that becomes long");
+        objectAt(1)->AddIntegerMember(u"a", 1);
+        objectAt(2)->Clear();
+        objectAt(2)->AddArrayMember(u"list")->Parse(text.data(), text.data() + text.size());
+        objectAt(300)->AddObjectMember(u"1100");
+        objectAt(300)->Clear();
+        objectAt(3)->ArrayByName(u"b")->Clear();
+        if (round == 0) once = json.Stringify(nullptr);
+        EXPECT_EQ(json.Stringify(nullptr), once) << round;
+    }
+}
+
 TEST(JsonTree, FilesKeepTheDocument) {
     const lkstr path = lkstr_fromascii((testing::TempDir() + "json_tree_test.txt").c_str());
     ClkObjectJson json;
