@@ -27,6 +27,7 @@ _qbreport() {
     esac
     if [[ $words ]]; then
         COMPREPLY=($(compgen -W "$words" -- "$current"))
+        compopt +o filenames  # which would escape "="
         [[ ${COMPREPLY[*]} == *= ]] && compopt -o nospace
         return
     fi
@@ -37,7 +38,7 @@ _qbreport() {
         collect) flags="$data $engine $messages"; COMPREPLY=($(compgen -d -- "$current")) ;;
         extract) flags="$messages -o --output"; COMPREPLY=($(compgen -f -- "$current")) ;;
         check) flags="$data $engine $messages --strict" files=1 ;;
-        info) flags="$data $engine $messages" files=1 ;;
+        info) flags="$data $engine $messages --json" files=1 ;;
         new) flags="$messages --force" words='invoice list labels letter statement' ;;
         fonts) flags="$messages --font-folder" ;;
     esac
