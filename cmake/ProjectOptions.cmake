@@ -16,6 +16,16 @@ if(QBSVR_SANITIZE)
   add_link_options(-fsanitize=${QBSVR_SANITIZE})
 endif()
 
+# qbsvr_find_engine_beside(PROGRAM): the program finds the engine relative to itself; LD_LIBRARY_PATH takes
+# precedence. The build tree has the folders of an installation.
+function(qbsvr_find_engine_beside program)
+  target_link_options(${program} PRIVATE -Wl,--enable-new-dtags)
+  set_target_properties(${program} PROPERTIES
+      BUILD_WITH_INSTALL_RPATH ON
+      INSTALL_RPATH "$ORIGIN/../${QBSVR_ENGINE_DIR}"
+      INSTALL_RPATH_USE_LINK_PATH ON)
+endfunction()
+
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
