@@ -56,7 +56,12 @@ typedef struct QBXMessage {
     int32_t column;    // in characters, from 1; 0: unknown
     const char* file;  // the template or the data; empty: unknown
     const char* text;  // a sentence without the file and the position
+    const char* code;  // why a call failed, for programs; empty: it has no code, as all warnings
 } QBXMessage;
+
+// The codes: file-not-found, file-unreadable, file-unwritable, not-xml, unknown-version, bad-template,
+// bad-expression, bad-data, bad-encoding, bad-picture, fetch-failed, limit, budget, not-allowed, cancelled,
+// not-supported, internal. There may be more of them later.
 
 // The number of messages since the report was created or QBXReportClearMessages was called. At most 10,000 are
 // kept: the first ones.
@@ -224,7 +229,7 @@ QBSVR_API int QBXReportCancel(tagQBReport* report);
 // ---- What a report consists of
 
 typedef enum QBXItemKind QBSVR_INT32 {
-    QBXItemKind_Parameter = 1,  // that the template declares or the data has
+    QBXItemKind_Parameter = 1,  // that the template declares, the data has, or a query to a database names
     QBXItemKind_Field = 2,      // a name that the template reads from its data
     QBXItemKind_Table = 3,      // of the data that is loaded
     QBXItemKind_Column = 4,     // of a table
@@ -236,9 +241,9 @@ typedef struct QBXItem {
     const char* name;
     const char* table;  // of a column; otherwise empty
     const char* type;   // of a parameter, if the template declares one: "text", "number", "date", "boolean"
-    const char* value;  // of a parameter: its default; of a font: the file that stands for it
+    const char* value;  // of a parameter: its default; of a font: the file that is used for it
     uint64_t count;     // of a table: its rows; of a field or font: how often the template names it
-    int32_t required;   // of a parameter: it has no default and must be set
+    int32_t required;   // of a parameter: it must be set
     int32_t line;       // where the template names it first; 0: unknown
     int32_t column;
 } QBXItem;

@@ -232,12 +232,13 @@ void addInfo(CLI::App& app, Arguments& arguments) {
     CLI::App& command = *app.add_subcommand("info", "Show what a template reads and uses");
     addText(command, "template", arguments.info.file, " ", "The template, or - for standard input")
         ->required();
+    command.add_flag("--json", arguments.info.isJson, "As JSON, for programs");
     addDataFlags(command, arguments.info.data);
     addEngineFlags(command, arguments.engine);
     command.footer(
         "Examples:\n"
         "  qbreport info invoice.qbf\n"
-        "  qbreport info list.qbf -d rows.csv");
+        "  qbreport info list.qbf -d rows.csv --json");
 }
 
 void addNew(CLI::App& app, Arguments& arguments) {

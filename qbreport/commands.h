@@ -91,6 +91,7 @@ ExitStatus check(const CheckOptions& options, Messages& messages);
 struct InfoOptions {
     std::string file;
     DataOptions data;
+    bool isJson = false;
 };
 ExitStatus info(const InfoOptions& options, Messages& messages);
 

@@ -10,7 +10,7 @@ namespace qbreport {
 // The kind that the extension of a file means; empty: its content decides.
 std::string kindOfFile(const std::string& path);
 
-// The kind that the first bytes of a text look like.
+// The kind of a text, judged by its first bytes.
 std::string kindOfText(std::string_view bytes);
 
 }  // namespace qbreport

@@ -62,7 +62,8 @@ Rows parameterRows(const Report& report) {
                                   : !isDeclared        ? quoted(item.value)
                                   : item.value.empty() ? ""
                                                        : "default " + quoted(item.value);
-        rows.push_back({printable(item.name), isDeclared ? item.type : "data", value});
+        const std::string origin = isDeclared ? item.type : item.isRequired ? "query" : "data";
+        rows.push_back({printable(item.name), origin, value});
     }
     return rows;
 }
@@ -75,18 +76,36 @@ Rows fieldRows(const Report& report) {
     return rows;
 }
 
-Rows tableRows(const Report& report) {
-    Rows rows;
+struct LoadedTable {
+    Item table;
+    std::vector<std::string> columns;
+};
+
+std::vector<LoadedTable> loadedTables(const Report& report) {
+    std::vector<LoadedTable> tables;
     const std::vector<Item> columns = report.items(QBXItemKind_Column);
     std::size_t column = 0;
     for (const Item& table : report.items(QBXItemKind_Table)) {
-        std::string names;
+        tables.push_back({table, {}});
         // Columns are in the order of their tables, which may have no names.
         for (; column < columns.size() && columns[column].table == table.name; ++column) {
-            names += (names.empty() ? "" : ", ") + printable(columns[column].name);
+            tables.back().columns.push_back(columns[column].name);
         }
-        rows.push_back(
-            {table.name.empty() ? "(no name)" : printable(table.name), counted(table.count, "row"), names});
+    }
+    return tables;
+}
+
+std::string joined(const std::vector<std::string>& texts, std::string (*shown)(std::string_view)) {
+    std::string list;
+    for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + shown(text);
+    return list;
+}
+
+Rows tableRows(const Report& report) {
+    Rows rows;
+    for (const auto& [table, columns] : loadedTables(report)) {
+        rows.push_back({table.name.empty() ? "(no name)" : printable(table.name), counted(table.count, "row"),
+                        joined(columns, printable)});
     }
     return rows;
 }
@@ -99,12 +118,7 @@ Rows fontRows(const Report& report) {
     return rows;
 }
 
-}  // namespace
-
-ExitStatus info(const InfoOptions& options, Messages& messages) {
-    Report report(messages);
-    report.loadTemplate(options.file);
-    report.loadData(options.data);
+std::string asText(const Report& report) {
     const std::pair<const char*, Rows> sections[] = {
         {"Parameters", parameterRows(report)},
         {"Fields", fieldRows(report)},
@@ -115,7 +129,59 @@ ExitStatus info(const InfoOptions& options, Messages& messages) {
     for (const auto& [title, rows] : sections) {
         if (!rows.empty()) text += (text.empty() ? "" : "\n") + tableOf(title, rows);
     }
-    writeResult(text);
+    return text;
+}
+
+// A member of an object in JSON, after another one.
+std::string member(const char* name, const std::string& json) {
+    return ", \"" + std::string(name) + "\": " + json;
+}
+
+std::string placeInJson(const Item& item) {
+    if (item.line == 0) return "";
+    return member("line", std::to_string(item.line)) + member("column", std::to_string(item.column));
+}
+
+// A list in JSON, with an item per line. `members` gives what an item has besides its name.
+template <class Items, class Members>
+std::string listInJson(const char* name, const Items& items, Members&& members) {
+    std::string list;
+    for (const auto& item : items) {
+        const auto& [itemName, more] = members(item);
+        list += (list.empty() ? "\n" : ",\n") + ("    {\"name\": " + inJson(itemName)) + more + "}";
+    }
+    return ",\n  \"" + std::string(name) + "\": [" + list + (list.empty() ? "]" : "\n  ]");
+}
+
+std::string asJson(const std::string& file, const Report& report) {
+    using Members = std::pair<std::string, std::string>;
+    std::string json = "{\n  \"template\": " + inJson(file);
+    json += listInJson("parameters", report.items(QBXItemKind_Parameter), [](const Item& item) {
+        return Members(item.name, member("type", inJson(item.type)) + member("value", inJson(item.value)) +
+                                      member("required", item.isRequired ? "true" : "false") +
+                                      placeInJson(item));
+    });
+    json += listInJson("fields", report.items(QBXItemKind_Field), [](const Item& item) {
+        return Members(item.name, member("count", std::to_string(item.count)) + placeInJson(item));
+    });
+    json += listInJson("tables", loadedTables(report), [](const LoadedTable& loaded) {
+        return Members(loaded.table.name, member("rows", std::to_string(loaded.table.count)) +
+                                              member("columns", "[" + joined(loaded.columns, inJson) + "]"));
+    });
+    json += listInJson("fonts", report.items(QBXItemKind_Font), [](const Item& item) {
+        return Members(item.name,
+                       member("file", inJson(item.value)) + member("count", std::to_string(item.count)));
+    });
+    return json + "\n}\n";
+}
+
+}  // namespace
+
+ExitStatus info(const InfoOptions& options, Messages& messages) {
+    Report report(messages);
+    report.loadTemplate(options.file);
+    report.loadData(options.data);
+    writeResult(options.isJson ? asJson(options.file, report) : asText(report));
     return messages.status(false);
 }
 

@@ -53,7 +53,8 @@ void Messages::writeThoseOf(tagQBReport* report) {
         QBXMessage message{};
         message.size = sizeof message;
         if (QBXReportGetMessage(report, i, &message) == 0) break;
-        write({severityOf(message.severity), message.text, message.file, message.line, message.column});
+        write({severityOf(message.severity), message.text, message.file, message.line, message.column,
+               message.code});
     }
     QBXReportClearMessages(report);
 }
@@ -85,6 +86,7 @@ std::string Messages::asJson(const Message& message) {
     if (!message.file.empty()) line += ", \"file\": " + inJson(message.file);
     if (message.line > 0) line += ", \"line\": " + std::to_string(message.line);
     if (message.line > 0 && message.column > 0) line += ", \"column\": " + std::to_string(message.column);
+    if (!message.code.empty()) line += ", \"code\": " + inJson(message.code);
     return line + ", \"text\": " + inJson(message.text) + "}";
 }
 

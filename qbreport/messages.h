@@ -19,6 +19,7 @@ struct Message {
     std::string file = {};  // empty: the message is about the command itself
     int line = 0;           // 0: unknown
     int column = 0;
+    std::string code = {};  // of the engine, for programs; empty: none
 };
 
 class Messages {

@@ -95,7 +95,7 @@ void prepare(Report& report, const Output& output, const std::vector<NamedValue>
     throw WrongUse(text);
 }
 
-// The reader of standard output, and what became of it.
+// Standard output, and the errno with which writing to it failed; 0: it has not.
 struct StandardOutput {
     int error = 0;
     static int write(void* context, const void* bytes, std::uint64_t size) {

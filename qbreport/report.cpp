@@ -113,7 +113,7 @@ void Report::loadFile(const DataOptions& data) {
         return;
     }
     if (kind.empty() && file == FileKind::Regular) kind = kindOfText(readBytes(data.file, kGuessedBytes));
-    // JSON and XML have the same connection: the engine looks at the text.
+    // JSON and XML have the same connection: the engine detects which one it is.
     if (kind.empty() || kind == "json") kind = "xml";
     run([&] { return QBXReportLoadDataFrom(handle_, kind.c_str(), data.file.c_str()); });
 }
@@ -132,7 +132,7 @@ void Report::setParameter(const std::string& assignment, const std::string& quer
     std::vector<std::string> names = namesOf(items(QBXItemKind_Parameter));
     const std::vector<std::string> fields = namesOf(items(QBXItemKind_Field));
     names.insert(names.end(), fields.begin(), fields.end());
-    const bool mayBeInQuery = query.find(name) != std::string::npos || hasQuery(handle_);
+    const bool mayBeInQuery = query.find(name) != std::string::npos;
     if (!isAmong(name, names) && !mayBeInQuery) {
         throw Failure(file_ + " has no parameter \"" + name + "\"" + suggestion(name, names, "names"));
     }

@@ -11,7 +11,7 @@ namespace {
 int giveMessage(QBXMessage* to, const Message& message) {
     const TextPosition& position = message.place.position;
     return give(to, QBXMessage{0, static_cast<int32_t>(message.severity), position.line, position.column,
-                               message.place.file.c_str(), message.text.c_str()})
+                               message.place.file.c_str(), message.text.c_str(), message.code})
                ? 1
                : 0;
 }

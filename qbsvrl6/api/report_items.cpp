@@ -1,10 +1,16 @@
 #include "qbsvrl6/api/report_items.h"
 
+#include <optional>
 #include <set>
 #include <string_view>
+#include <utility>
+#include <variant>
 
+#include "qbsvrl6/api/report_data.h"
 #include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/data/sql_statement.h"
 #include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/contents.h"
@@ -27,9 +33,59 @@ std::string typeName(DataType type) {
     return {};
 }
 
-std::vector<ReportItem> parametersOf(const Runtime& runtime) {
+using LowerCaseNames = std::set<std::u16string>;
+
+// The names in the SQL of a report and its sub-reports that nothing in the report or its data gives a value.
+class QueryParameters {
+public:
+    // `listed` are the parameters of `items`.
+    QueryParameters(std::vector<ReportItem>& items, LowerCaseNames listed)
+        : items_(items), listed_(std::move(listed)) {}
+
+    // `connection` is that of the report around, `passed` are the names that it passes.
+    void add(ReportDefinition& report, const std::u16string& connection, LowerCaseNames passed) {
+        for (const Parameter& parameter : report.parameters) passed.insert(lowerCase(parameter.name));
+        const std::u16string own = connectionOf(report.data, connection);
+        addFrom(report.data, own, report, passed);
+        if (report.grid) {
+            addFrom(report.grid->recordset, connectionOf(report.grid->recordset, own), report, passed);
+        }
+        forEachSubReport(report, [&](Control& control, Report& inner) {
+            LowerCaseNames names;
+            for (const auto& parameter : std::get<SubReportContent>(control.content).parameters) {
+                names.insert(lowerCase(parameter.name));
+            }
+            add(inner.definition, own, std::move(names));
+        });
+    }
+
+private:
+    static std::u16string connectionOf(const DataSource& source, const std::u16string& outer) {
+        return source.connection.empty() ? outer : source.connection.name;
+    }
+
+    void addFrom(const DataSource& source, const std::u16string& connection, const ReportDefinition& report,
+                 const LowerCaseNames& passed) {
+        const std::optional<ConnectionParts> parts = connectionParts(connection);
+        if (!parts || !parts->readsSql()) return;
+        for (const std::u16string& name : placeholdersFor(source.query.name).names) {
+            const std::u16string key = lowerCase(name);
+            if (passed.contains(key) || !listed_.insert(key).second) continue;
+            ReportItem item;
+            item.name = toUtf8(name);
+            item.isRequired = true;
+            item.position = placeOf(source.query, report);
+            items_.push_back(std::move(item));
+        }
+    }
+
+    std::vector<ReportItem>& items_;
+    LowerCaseNames listed_;
+};
+
+std::vector<ReportItem> parametersOf(Runtime& runtime) {
     std::vector<ReportItem> items;
-    std::set<std::u16string> known;
+    LowerCaseNames known;
     for (const Parameter& parameter : runtime.report.definition.parameters) {
         ReportItem item;
         item.name = toUtf8(parameter.name);
@@ -39,14 +95,16 @@ std::vector<ReportItem> parametersOf(const Runtime& runtime) {
         items.push_back(std::move(item));
         known.insert(lowerCase(parameter.name));
     }
-    if (runtime.loadedData == nullptr) return items;
-    for (const DataParameter& parameter : runtime.loadedData->parameters()) {
-        if (!known.insert(lowerCase(parameter.name)).second) continue;
-        ReportItem item;
-        item.name = toUtf8(parameter.name);
-        item.value = toUtf8(parameter.text);
-        items.push_back(std::move(item));
+    if (runtime.loadedData != nullptr) {
+        for (const DataParameter& parameter : runtime.loadedData->parameters()) {
+            if (!known.insert(lowerCase(parameter.name)).second) continue;
+            ReportItem item;
+            item.name = toUtf8(parameter.name);
+            item.value = toUtf8(parameter.text);
+            items.push_back(std::move(item));
+        }
     }
+    QueryParameters(items, std::move(known)).add(runtime.report.definition, {}, {});
     return items;
 }
 

@@ -196,8 +196,10 @@ constexpr spdlog::level::level_enum levelOf(Severity severity) {
                                            : spdlog::level::info;
 }
 
-void keep(Severity severity, const SourcePlace& place, std::string_view text) {
-    if (Messages* const messages = Messages::current()) messages->add({severity, place, std::string(text)});
+void keep(Severity severity, const SourcePlace& place, std::string_view text, const char* code = "") {
+    if (Messages* const messages = Messages::current()) {
+        messages->add({severity, place, std::string(text), code});
+    }
 }
 
 // Logging never fails the caller. A line for which there is no memory is replaced by a short one, which needs none.
@@ -259,7 +261,7 @@ void logFailure(std::string_view function, const SourcePlace& place, std::string
 
 void logFailure(std::string_view function, const EngineError& error) {
     quietly(Severity::Error, [&] {
-        keep(Severity::Error, error.place(), error.message());
+        keep(Severity::Error, error.place(), error.message(), codeName(error.code()));
         theLog().write(spdlog::level::err, asOneLine(placedMessage(function, {}, error.what())));
     });
 }

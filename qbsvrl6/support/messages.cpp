@@ -12,6 +12,46 @@ thread_local MessagesScope* innermost = nullptr;
 
 }  // namespace
 
+const char* codeName(ErrorCode code) {
+    switch (code) {
+        case ErrorCode::FileNotFound:
+            return "file-not-found";
+        case ErrorCode::FileUnreadable:
+            return "file-unreadable";
+        case ErrorCode::FileUnwritable:
+            return "file-unwritable";
+        case ErrorCode::NotXml:
+            return "not-xml";
+        case ErrorCode::UnknownVersion:
+            return "unknown-version";
+        case ErrorCode::BadTemplate:
+            return "bad-template";
+        case ErrorCode::BadExpression:
+            return "bad-expression";
+        case ErrorCode::BadData:
+            return "bad-data";
+        case ErrorCode::BadEncoding:
+            return "bad-encoding";
+        case ErrorCode::BadPicture:
+            return "bad-picture";
+        case ErrorCode::FetchFailed:
+            return "fetch-failed";
+        case ErrorCode::LimitExceeded:
+            return "limit";
+        case ErrorCode::BudgetExceeded:
+            return "budget";
+        case ErrorCode::NotAllowed:
+            return "not-allowed";
+        case ErrorCode::Cancelled:
+            return "cancelled";
+        case ErrorCode::NotSupported:
+            return "not-supported";
+        case ErrorCode::Internal:
+            return "internal";
+    }
+    return "";
+}
+
 Messages::~Messages() {
     for (MessagesScope* scope = innermost; scope != nullptr; scope = scope->outer_) {
         if (scope->messages_ == this) scope->messages_ = nullptr;

@@ -13,10 +13,14 @@ namespace qbsvrl6 {
 
 enum class Severity { Error = 1, Warning = 2, Info = 3 };  // the numbers are those of QBXSeverity
 
+// The code as programs know it: "budget", "file-not-found". Never null.
+const char* codeName(ErrorCode code);
+
 struct Message {
     Severity severity = Severity::Error;
     SourcePlace place;
     std::string text;
+    const char* code = "";  // codeName(); empty for warnings, and for errors that are not EngineErrors
 };
 
 // The first messages of a report and its last error, in the order in which they were logged. Used by one thread

@@ -41,6 +41,8 @@ FILES = {
     "bad.qbf": TEMPLATE.replace('height="9mm" text', 'hieght="9mm" text').replace('width="60mm"', 'width="60"'),
     "plain.qbf": '<Report version="1"><DefaultStyle font="Liberation Sans"/><ReportHeader height="9mm"><Text width="9mm" height="9mm" text="Hi"/></ReportHeader></Report>',
     "query.qbf": TEMPLATE.replace("<ReportHeader", '<Data connection="xml" query="gone.json"/><ReportHeader'),
+    "sql.qbf": TEMPLATE.replace("<ReportHeader", '<Data connection="sqlite:gone.db" query="select * from Sales where Region = :Region and Year = :Year"/><ReportHeader'),
+    "web.qbf": '<Report version="1"><ReportHeader height="9mm"><Picture width="9mm" height="9mm" source="http://127.0.0.1:9/a.png"/></ReportHeader></Report>',
     "picture.qbf": '<Report version="1"><ReportHeader height="9mm"><Picture width="9mm" height="9mm" source="/etc/passwd"/></ReportHeader></Report>',
     "rows.json": json.dumps(ROWS),
     "rows.xml": "<d>" + "".join(f"<r Item='{row['Item']}' Amount='{row['Amount']}'/>" for row in ROWS) + "</d>",
@@ -59,6 +61,7 @@ CASES = {
     "fonts": (0, r"(.+\n)+$", "$"),
     "info list.qbf -d rows.json": (
         0, r'Parameters\n  Year  number  default "2024"\n\nFields\n.*  Amount .*\nData\n  \(no name\)  2 rows  Item, Amount\n\nFonts\n', "$"),
+    "info sql.qbf": (0, r'Parameters\n  Year    number  default "2024"\n  Region  query   required\n', "$"),
     "check list.qbf plain.qbf": (0, r"list.qbf: good\nplain.qbf: good\n$", "qbreport: without data, the names of fields are not checked"),
     "check plain.qbf": (0, r"plain.qbf: good\n$", "$"),
     # Data
@@ -71,6 +74,8 @@ CASES = {
     "render - -d rows.json -f csv -o - < list.qbf": (0, re.escape(CSV), "$"),
     "render list.qbf -d rows.json -f csv -P year=2031": (0, "\ufeff2031,", "$"),
     "render list.qbf -d rows.json -f csv --layout grid": (0, "\ufeffItem,Amount", "$"),
+    "render list.qbf --data rows.json --format csv --parameter Year=-7 --option csv.defuse=yes --output - --quiet": (0, "\ufeff-7,", "$"),
+    "render list.qbf -d rows.json -f txt --pages 1 --log text": (0, "2024", "$"),
     # Failures
     "render lst.qbf -d rows.json -f csv": (1, "$", r'qbreport: error: there is no file "lst.qbf"; did you mean "list.qbf"\? \(in this folder: bad.qbf, .*\)\n$'),
     "render no/list.qbf -f csv": (1, "$", r'qbreport: error: there is no folder "no"'),
@@ -90,6 +95,11 @@ CASES = {
     "render list.qbf -d - -f csv --budget fetched-bytes=9 < rows.json": (1, "$", r"qbreport: error: standard input has more than 9 bytes; allow more with"),
     "render list.qbf -d rows.json -f csv --budget cells=1": (1, "$", r".*error: .*budget cells of 1 is used up"),
     "check bad.qbf typo.qbf -d rows.json": (1, r"bad.qbf: 2 errors, 0 warnings\ntypo.qbf: 0 errors, \d warnings?\n$", r'.*\ntypo.qbf:8:\d+: warning: unknown field "Amout" in \[Amout:#,##0.00\].*did you mean "Amount"\?'),
+    "render sql.qbf -f csv -P Regoin=North": (1, "$", r'qbreport: error: sql.qbf has no parameter "Regoin"; did you mean "Region"\?'),
+    "render list.qbf -f csv --setup-folder gone": (1, "$", r'qbreport: error: there is no folder "gone"\n$'),
+    "fonts --font-folder gone": (1, "$", r'qbreport: error: there is no folder "gone"\n$'),
+    "check list.qbf --allow-folder gone": (1, "$", r'qbreport: error: there is no folder "gone"\n$'),
+    "render list.qbf -d rows.json -f txt --pages 7": (1, "$", r"list.qbf: error: .*7"),
     "new list list": (1, "$", r'qbreport: error: "list.qbf" exists; choose another name, .*--force'),
     "new list no/list": (1, "$", r'qbreport: error: "no/list.qbf": No such file'),
     # Warnings and errors of documents that are made
@@ -97,6 +107,8 @@ CASES = {
     "render typo.qbf -d rows.json -f txt --strict": (3, ".*Tea", r"typo.qbf:8:\d+: warning: "),
     "render typo.qbf -d rows.json -f txt -q --strict": (3, ".*Tea", "$"),
     "check typo.qbf -d rows.json --strict": (3, r"typo.qbf: 0 errors", r"typo.qbf:8:\d+: warning: "),
+    "render web.qbf -f txt": (1, "", r"web.qbf:1:\d+: error: .*allow it with"),
+    "render web.qbf -f txt --allow-host 127.0.0.1": (0, "", r"web.qbf:1:\d+: warning: .*left out"),
     "render picture.qbf -f txt": (1, "", r"picture.qbf:1:\d+: error: .*allow it with"),
     # Wrong use
     "": (2, "$", r"qbreport: error: a command is missing \(commands: render, burst"),
@@ -118,6 +130,16 @@ CASES = {
     "render list.qbf -f csv --time-limit 10y": (2, "$", r'qbreport: error: "10y" is no limit of wall-time.*\(ms, s, min, h\)'),
     "render list.qbf -f csv --budget page=9": (2, "$", r'qbreport: error: there is no limit "page"; did you mean "pages"\?'),
     "render list.qbf -f csv --log xml": (2, "$", r"qbreport: error: .*xml"),
+    "render list.qbf -d rows.json --connection csv --query rows.csv -f csv": (2, "$", r"qbreport: error: --data excludes --query"),
+    "render list.qbf --data-kind csv -f csv": (2, "$", r"qbreport: error: .*--data-kind.*--data"),
+    "render '' -f csv": (2, "$", r"qbreport: error: the name of a file is empty"),
+    "render list.qbf -f csv -o ''": (2, "$", r"qbreport: error: the name of an output is empty"),
+    "render list.qbf -f csv --option page-headers": (2, "$", r'qbreport: error: "page-headers" is no option; write it as name=value'),
+    "render list.qbf -f csv --option page-headers=maybe": (2, "$", r"qbreport: error: .*maybe"),
+    "render list.qbf -f csv --layout tables": (2, "$", r"qbreport: error: .*tables"),
+    "render list.qbf -f png --resolution 5": (2, "$", r"qbreport: error: .*36"),
+    "render list.qbf -f csv --allow-host 'a b'": (2, "$", r'qbreport: error: "a b" is no list of hosts'),
+    "render list.qbf -f csv --allow-folder a:b": (1, "$", r'qbreport: error: there is no folder "a:b"'),
     "new invoise": (2, "$", r'qbreport: error: there is no "invoise" to start from; did you mean "invoice"\?'),
 }
 
@@ -177,15 +199,49 @@ class Qbreport(unittest.TestCase):
                 self.assertLessEqual(max(map(len, text.splitlines())), 80, text)
                 self.assertGreaterEqual(text.count("\n  qbreport "), 2, text)
 
+    def test_flags(self):
+        """Every flag is used by a test, and described on the page, in the manual and in the completions."""
+        flags = set()
+        for command in ("", "render", "burst", "collect", "extract", "check", "info", "new", "fonts", "formats"):
+            flags |= set(re.findall(r"(?<=[\s,])--?[a-zA-Z-]+", self.shell(f"{command} --help").stdout.decode()))
+        self.assertGreater(len(flags), 25)
+        texts = {name: (SOURCES / name).read_text("utf-8").replace("\\-", "-") for name in
+                 ("docs/qbreport.md", "docs/man/qbreport.1", "qbreport/completion/_qbreport", "qbreport/completion/qbreport.bash")}
+        texts["docs/qbreport.md"] += (SOURCES / "docs/month-end.md").read_text("utf-8")
+        texts["the tests"] = "".join((SOURCES / "tests/qbreport" / name).read_text("utf-8") for name in ("qbreport_test.py", "burst_test.py"))
+        for name, text in texts.items():
+            self.assertFalse({flag for flag in flags - {"-h"} if not re.search(flag + r"(?![\w-])", text)}, name)
+
+    def test_settings(self):
+        pathlib.Path("folder/qbsvrl6.conf").write_text("budget.cells = 1\n", "utf-8")
+        self.check("render list.qbf -d rows.json -f csv --setup-folder folder", 1, "$", ".*budget cells of 1 is used up")
+        self.assertIn("budget cells", pathlib.Path("folder/log/qbsvrl6.log").read_text("utf-8"))
+        pathlib.Path("no-fonts.conf").write_text("<fontconfig/>", "utf-8")
+        no_fonts = {"FONTCONFIG_FILE": str(self.directory / "no-fonts.conf")}
+        self.check("fonts", 1, "$", "qbreport: error: no font is installed", **no_fonts)
+        folder = "/usr/share/fonts/truetype/liberation"
+        self.check(f"fonts --font-folder {folder}", 0, "(Liberation .*\n)+$", "$", **no_fonts)
+
     def test_json_messages(self):
         lines = self.shell("render bad.qbf -f csv --log json").stderr.decode().splitlines()
         first = json.loads(lines[0])
-        self.assertEqual((len(lines), first["severity"], first["file"], first["line"]), (2, "error", "bad.qbf", 4))
+        self.assertEqual([len(lines), *map(first.get, ("severity", "file", "line", "code"))], [2, "error", "bad.qbf", 4, "bad-template"])
+        codes = {"picture.qbf": None, "list.qbf -d broken.json": "bad-data", "list.qbf -d rows.json --budget cells=1": "budget"}
+        for line, code in codes.items():
+            self.assertEqual(json.loads(self.shell(f"render {line} -f csv --log json").stderr).get("code"), code, line)
         self.assertEqual(json.loads(self.shell("rendr --log=json").stderr)["severity"], "error")
         hostile = '\x1b[31m"\u0085\u2028'
         result = self.shell(f"render {shlex.quote(hostile)} -f csv --log=json")
         self.assertIn(hostile, json.loads(result.stderr.decode())["text"])
         self.assertNotRegex(self.shell(f"render {shlex.quote(hostile)} -f csv").stderr.decode(), "[\x1b\u0085\u2028]")
+
+    def test_json_info(self):
+        info = json.loads(self.shell("info list.qbf -d rows.csv --json").stdout)
+        self.assertEqual(info["parameters"], [{"name": "Year", "type": "number", "value": "2024", "required": False}])
+        self.assertEqual(info["tables"], [{"name": "", "rows": 2, "columns": ["Item", "Amount"]}])
+        self.assertEqual([field["line"] for field in info["fields"]], [7, 8])
+        self.assertEqual([font["name"] for font in info["fonts"]], ["Liberation Sans"])
+        self.assertEqual(json.loads(self.shell("info plain.qbf --json").stdout)["tables"], [])
 
     def test_new(self):
         for kind in KINDS:
@@ -294,12 +350,6 @@ class Qbreport(unittest.TestCase):
             outputs, count = (result.stdout, result.stderr + result.stdout), count + 1
             self.assertEqual(result.returncode != 0, language == "sh fails", block + "".join(outputs))
         self.assertGreater(count, 9)
-        page += (SOURCES / "docs/month-end.md").read_text("utf-8")
-        helps = self.shell("render --help").stdout + self.shell("burst --help").stdout
-        flags = set(re.findall(r"(?<=[\s,])--?[a-zA-Z-]+", helps.decode()))
-        manual = (SOURCES / "docs/man/qbreport.1").read_text("utf-8").replace("\\-", "-")
-        for place, text in (("page", page), ("manual", manual)):
-            self.assertFalse({flag for flag in flags - {"-h", "--help"} if flag not in text}, place)
 
 
 if __name__ == "__main__":

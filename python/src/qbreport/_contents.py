@@ -7,12 +7,12 @@ import dataclasses
 
 @dataclasses.dataclass(frozen=True, slots=True)
 class Parameter:
-    """A parameter that the template declares or the data has."""
+    """A parameter that the template declares, the data has, or a query to a database names."""
 
     name: str
     type: str  #: "text", "number", "date" or "boolean" if the template declares it; otherwise empty.
     default: str  #: Its value in the template or the data.
-    required: bool  #: Without a default: it must be set.
+    required: bool  #: It must be set.
 
 
 @dataclasses.dataclass(frozen=True, slots=True)

@@ -23,6 +23,7 @@ class Message:
     file: str = ""  #: The template or the data; empty: unknown.
     line: int = 0  #: From 1; 0: unknown.
     column: int = 0  #: In characters, from 1; 0: unknown.
+    code: str = ""  #: Why a call failed, such as "budget"; engine/qbsvr_more.h lists them. Empty: it has no code.
 
     def __str__(self) -> str:
         position = f"{self.line}:{self.column}" if self.line else ""
@@ -40,16 +41,18 @@ class Error(Exception):
     file: str  #: The template or the data; empty: unknown.
     line: int  #: From 1; 0: unknown.
     column: int  #: In characters, from 1; 0: unknown.
+    code: str  #: Why it failed, such as "budget"; engine/qbsvr_more.h lists them. Empty: it has no code.
     messages: tuple[Message, ...]  #: All messages of the failed call: a template may have several errors.
 
     def __init__(self, cause: str | Message, messages: tuple[Message, ...] = ()) -> None:
         main = cause if isinstance(cause, Message) else Message(Severity.ERROR, cause)
         super().__init__(str(main))
         self.message, self.file, self.line, self.column = main.text, main.file, main.line, main.column
+        self.code = main.code
         self.messages = messages or (main,)
 
     def __reduce__(self) -> tuple[object, ...]:  # pickling passes errors on from worker processes
-        main = Message(Severity.ERROR, self.message, self.file, self.line, self.column)
+        main = Message(Severity.ERROR, self.message, self.file, self.line, self.column, self.code)
         return type(self), (main, self.messages)
 
 

@@ -474,7 +474,7 @@ class _Call:
 
 def _message(message: Any) -> Message:
     return Message(Severity(message.severity), from_utf8(message.text), from_utf8(message.file), message.line,
-                   message.column)
+                   message.column, from_utf8(message.code))
 
 
 def _jobs(to: Targets | None, format: Formats | None) -> Iterator[tuple[Target | None, str]]:

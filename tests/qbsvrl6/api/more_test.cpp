@@ -1,5 +1,6 @@
 // The functions of engine/qbsvr_more.h, apart from limits: messages, data and documents in memory, options by
 // name, progress, and the contents of a report.
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -43,14 +44,15 @@ protected:
         if (QBXReportExportToMemory(report_, &bytes, &size) == 0) return "(failed)";
         return {static_cast<const char*>(bytes), static_cast<std::size_t>(size)};
     }
-    // "severity file:line:column text", a line each.
+    // "severity file:line:column [code] text", a line each.
     std::string messages() {
         std::string all;
         QBXMessage message = {};
         message.size = sizeof message;
         for (std::uint64_t i = 0; QBXReportGetMessage(report_, i, &message) != 0; ++i) {
             all += std::to_string(message.severity) + " " + message.file + ":" +
-                   std::to_string(message.line) + ":" + std::to_string(message.column) + " " + message.text +
+                   std::to_string(message.line) + ":" + std::to_string(message.column) + " " +
+                   (*message.code == '\0' ? "" : "[" + std::string(message.code) + "] ") + message.text +
                    "\n";
         }
         QBXReportClearMessages(report_);
@@ -81,7 +83,7 @@ TEST_F(MoreTest, MessagesHaveThePlaceAsValues) {
     EXPECT_NE(both.find("1 t.qbf:3:"), std::string::npos) << both;
 
     EXPECT_EQ(data("[{\"a\": 1},\n {\"a\": }]"), 0);
-    EXPECT_EQ(messages().substr(0, 13), "1 d.json:2:8 ");
+    EXPECT_TRUE(messages().starts_with("1 d.json:2:8 [bad-data] "));
 
     ASSERT_EQ(load("<Report version='1'>\n<ReportHeader><Text text='[Amout]'/></ReportHeader></Report>"), 1);
     ASSERT_EQ(data("[{\"Amount\": 1}]"), 1);
@@ -95,6 +97,11 @@ TEST_F(MoreTest, MessagesHaveThePlaceAsValues) {
     EXPECT_EQ(QBXReportLoadTemplateFile(report_, "no-such.qbf"), 0);
     ASSERT_EQ(QBXReportGetLastError(report_, &error), 1);
     EXPECT_STREQ(error.file, "no-such.qbf");
+    EXPECT_STREQ(error.code, "file-not-found");
+    error.code = "unchanged";
+    error.size = offsetof(QBXMessage, code);  // of a program that does not know the member
+    ASSERT_EQ(QBXReportGetLastError(report_, &error), 1);
+    EXPECT_STREQ(error.code, "unchanged");
     error.size = 8;  // no member
     EXPECT_EQ(QBXReportGetLastError(report_, &error), 0);
 }
@@ -198,6 +205,20 @@ TEST_F(MoreTest, TellsWhatAReportConsistsOf) {
     ASSERT_EQ(data(R"({"year": 2026, "Rate": 19, "r": [{"Item": "x"}]})"), 1);
     EXPECT_EQ(items(QBXItemKind_Parameter), "Year//number/2025/0/0;Rate///19/0/0;");
     EXPECT_EQ(items(static_cast<QBXItemKind>(99)), "");
+
+    // What nothing but SQL names must be set; what an outer report passes, or a web address contains, need not.
+    ASSERT_EQ(load(R"(<Report version='1'>
+        <Parameters><Parameter name='Year'/></Parameters>
+        <Data connection='sqlite:gone.db' query="select ':No' from s where a = :Year or b = :Region"/>
+        <ReportHeader height='9mm'><SubReport width='9mm' height='9mm'>
+          <Parameter name='Id' expression='Number'/>
+          <Report><Data query='select * from t where a = :id or b = :region or c = :Shop'/></Report>
+        </SubReport></ReportHeader>
+        <Grid><Recordset connection='xml' query='http://localhost/:Port'/></Grid>
+      </Report>)"),
+              1)
+        << messages();
+    EXPECT_EQ(items(QBXItemKind_Parameter), "Year//text//0/0;Region////0/3;Shop////0/6;");
 }
 
 TEST_F(MoreTest, CheckLogsWhatAnExportWould) {
