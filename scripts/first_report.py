@@ -9,8 +9,8 @@ BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$", re.M | re.S)  # blocks without a la
 PLACE = re.compile(r"(as|after)\s+`([^`]+)`")
 
 
-def follow(folder, path, build):
-    """Works in `folder` with `path` as PATH; yields the number of each run after it. `build` gets each C++ source."""
+def follow(folder, path):
+    """Works in `folder` with `path` as PATH; yields the number of each run after it."""
     text = PAGE.read_text(encoding="utf-8")
     template, end, runs = folder / "sales.qbf", 0, 0
     for block in BLOCK.finditer(text):
@@ -26,8 +26,6 @@ def follow(folder, path, build):
             file = folder / name
             file.parent.mkdir(parents=True, exist_ok=True)
             file.write_text(content, encoding="utf-8")
-            if language == "cpp":
-                build(file)
         else:
             whole = template.read_text(encoding="utf-8")
             if whole.count(name + "\n") != 1:
