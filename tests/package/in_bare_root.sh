@@ -1,0 +1,66 @@
+# Runs in the bare root, in a folder with the packages. Every command must succeed.
+set -euxo pipefail
+export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
+cd /try
+files_of_ours() { find / -xdev \( -path /proc -o -path /sys -o -path /try -o -path /var/lib/apt \) -prune -o \( -iname '*qbsvr*' -o -iname '*qbreport*' \) -print; }
+
+apt-get install -qq -y --no-install-recommends ./*.deb fonts-liberation fonts-noto-cjk
+
+# The programs, as a user without rights.
+useradd -m someone
+cat > someone.sh <<'END'
+set -euxo pipefail
+cd
+for kind in invoice list labels letter; do
+    qbreport new $kind
+    qbreport check --strict $kind.qbf -d $kind.json
+    for format in pdf xlsx xls html rtf txt csv tiff png; do
+        qbreport render --strict $kind.qbf -d $kind.json -o out/$kind.$format
+        [ -s out/$kind.$format ]
+    done
+done
+head -c 5 out/list.pdf | grep %PDF-
+qbsvrtest -gen_full /usr/local/qbsvr6 list.qbf list.json mine.xlsx xlsx
+[ -s mine.xlsx ]
+python3 - <<'PYTHON'
+import qbreport
+with qbreport.Report("list.qbf") as report:
+    assert report.render("list.json").startswith(b"%PDF-")
+PYTHON
+END
+su someone -c 'bash /try/someone.sh'
+
+# qbsvrtest by itself: every report in sixteen variants, and no failure in the log.
+qbsvrtest > printed
+reports=$(grep -o '"Name"' /usr/local/qbsvr6/Samples/Data/ReportListJson.txt | wc -l)
+[ "$reports" -gt 9 ]
+[ "$(ls /usr/local/qbsvr6/out/auto | wc -l)" -ge 14 ]
+for folder in /usr/local/qbsvr6/out/auto/*; do [ "$(find "$folder" -type f | wc -l)" -ge "$reports" ]; done
+! grep ' error ' /usr/local/qbsvr6/log/qbsvrl6.log
+
+# Programs of others: the examples of a page, with pkg-config and with CMake.
+apt-get install -qq -y --no-install-recommends g++ cmake ninja-build pkg-config libxml2-utils
+example() { awk -v fence="\`\`\`$1" '$0 == fence {on = 1; next} /^```$/ {on = 0} on' /usr/share/doc/qbsvrl6-doc/docs/c.md; }
+example c > offer.c
+example cpp > offer.cpp
+example xml > offer.qbf
+printf '#include "larkspur.h"\nint main() { return larkspur::FormatNumber(1234.5, u"#,##0.00") == u"1,234.50" ? 0 : 1; }\n' > format.cpp
+cc -std=c99 offer.c $(pkg-config --cflags --libs qbsvrl6) -o offer_c
+c++ -std=c++17 offer.cpp $(pkg-config --cflags --libs qbsvrl6) -o offer_cpp
+cmake -S . -B built -G Ninja
+cmake --build built
+for programs in . built; do
+    $programs/offer_c offer.qbf pdf offer.pdf
+    head -c 5 offer.pdf | grep %PDF-
+    $programs/offer_cpp offer.qbf | grep 1,120.50
+done
+built/format_cpp
+xmllint --noout --schema "$(pkg-config --variable=schema qbsvrl6)" offer.qbf
+
+# An administrator's own set-up folder stays, and nothing else.
+apt-get purge -qq -y 'qbsvr*' 'libqbsvrl6*' qbreport python3-qbreport
+[ -z "$(files_of_ours | grep -v '^/home')" ]
+mkdir /usr/local/qbsvr6
+apt-get install -qq -y --no-install-recommends ./qbsvrtest_*.deb ./libqbsvrl6_*.deb
+apt-get purge -qq -y qbsvrtest libqbsvrl6
+[ "$(files_of_ours | grep -v '^/home')" = /usr/local/qbsvr6 ]
