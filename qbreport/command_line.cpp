@@ -297,8 +297,13 @@ std::string helpOf(const CLI::App& app, const CLI::App& command) {
         throw WrongUse("there is no flag \"" + flag + "\"" + suggestion(flag, flagsOf(command), "flags"));
     }
     const std::string extra = extras.empty() ? "" : extras.front();
-    if (&app != &command) throw WrongUse("\"" + extra + "\" is one argument too many" + helpOf(app, command));
-    throw WrongUse("there is no command \"" + extra + "\"" + suggestion(extra, commandsOf(app), "commands"));
+    if (&app == &command) {
+        throw WrongUse("there is no command \"" + extra + "\"" +
+                       suggestion(extra, commandsOf(app), "commands") + helpOf(app, command));
+    }
+    const bool readsData = command.get_option_no_throw("--data") != nullptr;
+    throw WrongUse("\"" + extra + "\" is one argument too many" +
+                   (readsData ? "; data has a flag: -d " + extra : "") + helpOf(app, command));
 }
 
 [[noreturn]] void failParse(const CLI::App& app, const CLI::App& command, const CLI::ParseError& error) {

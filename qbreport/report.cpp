@@ -45,6 +45,15 @@ bool isAmong(std::string_view name, const std::vector<std::string>& names) {
                        [&](const std::string& known) { return isSameName(name, known); });
 }
 
+// With its options, or empty.
+void requireDataKind(const std::string& kind) {
+    static const std::vector<std::string> kKinds{"json", "jsonl", "xml", "csv"};
+    const std::string name = kind.substr(0, kind.find(':'));
+    if (kind.empty() || isAmong(name, kKinds)) return;
+    throw WrongUse("there is no kind of data \"" + name + "\"" + suggestion(name, kKinds, "kinds") +
+                   "; tab-separated values are csv:separator=tab");
+}
+
 // All bytes of a stream, up to the limit of what is fetched.
 std::string readStream(const std::string& path) {
     QBXBudget budget{};
@@ -80,6 +89,10 @@ void Report::run(const std::function<int()>& call) {
 
 void Report::loadTemplate(const std::string& path) {
     requireFile(path, kTemplateFiles);
+    const std::string kind = kindOfFile(path);
+    if (!kind.empty() && kind != "xml") {
+        throw Failure("\"" + path + "\" is data, not a template; name data with -d " + path);
+    }
     const bool isStream = path == kStandardStream || fileKind(path) == FileKind::Stream;
     file_ = path == kStandardStream ? kStandardInput : path;
     if (!isStream) return run([&] { return QBXReportLoadTemplateFile(handle_, path.c_str()); });
@@ -102,6 +115,7 @@ void Report::loadData(const DataOptions& data) {
 
 void Report::loadFile(const DataOptions& data) {
     requireFile(data.file, kDataFiles);
+    requireDataKind(data.kind);
     const FileKind file = fileKind(data.file);
     std::string kind = data.kind.empty() ? kindOfFile(data.file) : data.kind;
     if (data.file == kStandardStream && file_ == kStandardInput) {
