@@ -1,12 +1,14 @@
 #include "qbsvrl6/support/log.h"
 
 #include <fcntl.h>
-#include <spdlog/sinks/base_sink.h>
-#include <spdlog/spdlog.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -48,32 +50,34 @@ Descriptor stateDirectory() {
     return openDirectory(openDirectory(local, "state"), "qbsvrl6");
 }
 
+constexpr const char* levelName(Severity severity) {
+    return severity == Severity::Error ? "error" : severity == Severity::Warning ? "warning" : "info";
+}
+
+// "2024-03-05 14:07:09.250 warning 4711 ", in the local time zone.
+struct LinePrefix {
+    explicit LinePrefix(Severity severity) {
+        timespec now{};
+        ::clock_gettime(CLOCK_REALTIME, &now);
+        tm local{};
+        ::localtime_r(&now.tv_sec, &local);
+        size = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+        const int rest = std::snprintf(text + size, sizeof text - size, ".%03d %s %ld ",
+                                       static_cast<int>(now.tv_nsec / 1'000'000), levelName(severity),
+                                       static_cast<long>(::gettid()));
+        size += static_cast<std::size_t>(rest);
+    }
+
+    char text[96];
+    std::size_t size;
+};
+
 // Appends lines to a file that is not a link. A file that reaches its size limit becomes the old one.
-class RotatingFile : public spdlog::sinks::base_sink<std::mutex> {
+class RotatingFile {
 public:
-    // Raises spdlog_ex if the file cannot be opened.
-    RotatingFile(Descriptor directory, mode_t rights) : directory_(std::move(directory)), rights_(rights) {
-        if (!open()) throw spdlog::spdlog_ex("no log file");
-    }
+    RotatingFile(Descriptor directory, mode_t rights) : directory_(std::move(directory)), rights_(rights) {}
 
-protected:
-    void sink_it_(const spdlog::details::log_msg& message) override {
-        spdlog::memory_buf_t line;
-        formatter_->format(message, line);
-        struct stat status {};
-        if (::fstat(file_.number(), &status) == 0 &&
-            static_cast<std::size_t>(status.st_size) + line.size() > limits::kLogBytes) {
-            rotate();
-        }
-        // One write, so that lines of several processes don't mix.
-        if (::write(file_.number(), line.data(), line.size()) < 0) return;
-    }
-    void flush_() override {}
-
-private:
-    static constexpr const char* kName = "qbsvrl6.log";
-    static constexpr const char* kOldName = "qbsvrl6.log.1";
-
+    // Returns false if the file cannot be opened for appending.
     bool open() {
         if (!directory_.valid()) return false;
         file_ = Descriptor(::openat(directory_.number(), kName,
@@ -83,6 +87,26 @@ private:
         return file_.valid() && ::fstat(file_.number(), &status) == 0 && S_ISREG(status.st_mode) &&
                status.st_nlink == 1;
     }
+
+    // Needs no memory.
+    void write(Severity severity, std::string_view message) {
+        LinePrefix prefix(severity);
+        char lineEnd = '\n';
+        const iovec line[] = {
+            {prefix.text, prefix.size}, {const_cast<char*>(message.data()), message.size()}, {&lineEnd, 1}};
+        const std::lock_guard lock(mutex_);
+        struct stat status {};
+        if (::fstat(file_.number(), &status) == 0 &&
+            static_cast<std::size_t>(status.st_size) + prefix.size + message.size() + 1 > limits::kLogBytes) {
+            rotate();
+        }
+        // One write, so that lines of several processes don't mix.
+        if (::writev(file_.number(), line, 3) < 0) return;
+    }
+
+private:
+    static constexpr const char* kName = "qbsvrl6.log";
+    static constexpr const char* kOldName = "qbsvrl6.log.1";
 
     // If another process has already done so, its new file is opened.
     void rotate() {
@@ -98,22 +122,16 @@ private:
         ::flock(directory_.number(), LOCK_UN);
     }
 
+    std::mutex mutex_;
     Descriptor directory_;
     mode_t rights_;
     Descriptor file_;
 };
 
-// Null if the file cannot be opened for appending.
-std::shared_ptr<spdlog::logger> openLogger(Descriptor directory, mode_t rights) {
-    try {
-        auto sink = std::make_shared<RotatingFile>(std::move(directory), rights);
-        auto logger = std::make_shared<spdlog::logger>("qbsvrl6", std::move(sink));
-        logger->set_pattern("%Y-%m-%d %H:%M:%S.%e %l %t %v");
-        logger->set_error_handler([](const std::string&) {});
-        return logger;
-    } catch (const std::exception&) {
-        return nullptr;
-    }
+// Null if the file cannot be opened.
+std::shared_ptr<RotatingFile> openFile(Descriptor directory, mode_t rights) {
+    const auto file = std::make_shared<RotatingFile>(std::move(directory), rights);
+    return file->open() ? file : nullptr;
 }
 
 class Log {
@@ -121,27 +139,26 @@ public:
     void setSetupPath(const std::string& setupPath) {
         const std::lock_guard lock(mutex_);
         setupPath_ = setupPath;
-        logger_.reset();
+        file_.reset();
     }
 
-    void write(spdlog::level::level_enum level, std::string_view message) {
-        const std::shared_ptr<spdlog::logger> logger = current();
-        if (logger) logger->log(level, message);
+    void write(Severity severity, std::string_view message) {
+        if (const std::shared_ptr<RotatingFile> file = current()) file->write(severity, message);
     }
 
 private:
-    std::shared_ptr<spdlog::logger> current() {
+    std::shared_ptr<RotatingFile> current() {
         const std::lock_guard lock(mutex_);
-        if (!logger_) {  // each line tries again: the folder may exist by now
-            logger_ = openLogger(openDirectory(openExisting(setupPath_), "log"), 0640);
-            if (!logger_) logger_ = openLogger(stateDirectory(), 0600);
+        if (!file_) {  // each line tries again: the folder may exist by now
+            file_ = openFile(openDirectory(openExisting(setupPath_), "log"), 0640);
+            if (!file_) file_ = openFile(stateDirectory(), 0600);
         }
-        return logger_;
+        return file_;
     }
 
     std::mutex mutex_;
     std::string setupPath_;
-    std::shared_ptr<spdlog::logger> logger_;
+    std::shared_ptr<RotatingFile> file_;
 };
 
 // Never destroyed: reports may be released by destructors that run at the process's end.
@@ -190,12 +207,6 @@ std::string asOneLine(std::string_view message) {
 
 thread_local LogSubject* innermostSubject = nullptr;
 
-constexpr spdlog::level::level_enum levelOf(Severity severity) {
-    return severity == Severity::Error     ? spdlog::level::err
-           : severity == Severity::Warning ? spdlog::level::warn
-                                           : spdlog::level::info;
-}
-
 void keep(Severity severity, const SourcePlace& place, std::string_view text, const char* code = "") {
     if (Messages* const messages = Messages::current()) {
         messages->add({severity, place, std::string(text), code});
@@ -216,7 +227,7 @@ void quietly(Severity severity, Write&& write) noexcept {
         write();
     } catch (const std::bad_alloc&) {
         ignoringErrors([&] { keep(severity, {}, kReplacement); });
-        ignoringErrors([&] { theLog().write(levelOf(severity), kReplacement); });
+        ignoringErrors([&] { theLog().write(severity, kReplacement); });
     } catch (...) {  // NOLINT(bugprone-empty-catch): there is nobody to tell
     }
 }
@@ -226,9 +237,8 @@ void write(Severity severity, std::string_view message, TextPosition position, c
         LogSubject* const subject = innermostSubject;
         if (subject != nullptr && !subject->hasRoomFor(kind, message)) return;
         keep(severity, {subject == nullptr ? std::string() : subject->name(), position}, message);
-        theLog().write(levelOf(severity),
-                       asOneLine(subject != nullptr ? subject->with(message, position)
-                                                    : placedMessage({}, position, message)));
+        theLog().write(severity, asOneLine(subject != nullptr ? subject->with(message, position)
+                                                              : placedMessage({}, position, message)));
     });
 }
 
@@ -253,16 +263,15 @@ void logWarningOnce(std::string_view message, const char* file, int line) {
 void logFailure(std::string_view function, const SourcePlace& place, std::string_view cause) {
     quietly(Severity::Error, [&] {
         keep(Severity::Error, place, cause);
-        theLog().write(
-            spdlog::level::err,
-            asOneLine(placedMessage(function, {}, placedMessage(place.file, place.position, cause))));
+        theLog().write(Severity::Error, asOneLine(placedMessage(
+                                            function, {}, placedMessage(place.file, place.position, cause))));
     });
 }
 
 void logFailure(std::string_view function, const EngineError& error) {
     quietly(Severity::Error, [&] {
         keep(Severity::Error, error.place(), error.message(), codeName(error.code()));
-        theLog().write(spdlog::level::err, asOneLine(placedMessage(function, {}, error.what())));
+        theLog().write(Severity::Error, asOneLine(placedMessage(function, {}, error.what())));
     });
 }
 
@@ -281,7 +290,7 @@ LogSubject::~LogSubject() {
             const std::size_t more = count.lines - limits::kLinesOfAKind;
             const std::string message = std::to_string(more) + " more lines such as: " + count.first;
             keep(Severity::Warning, {subject_, {}}, message);
-            theLog().write(spdlog::level::warn, asOneLine(with(message)));
+            theLog().write(Severity::Warning, asOneLine(with(message)));
         }
     });
     innermostSubject = outer_;
