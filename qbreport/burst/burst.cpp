@@ -1,4 +1,5 @@
 // qbreport burst: one document per key of the data.
+#include <malloc.h>
 #include <sched.h>
 
 #include <algorithm>
@@ -19,6 +20,13 @@ std::size_t processors() {
     const bool isKnown = sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0;
     return isKnown ? static_cast<std::size_t>(CPU_COUNT(&set))
                    : std::max(1u, std::thread::hardware_concurrency());
+}
+
+// A document takes memory and gives it back, and the next one takes it again. Without this, each thread returns it to
+// the system in between, which costs a quarter of the time.
+void keepMemory() {
+    ::mallopt(M_TRIM_THRESHOLD, 64 << 20);
+    ::mallopt(M_MMAP_THRESHOLD, 4 << 20);
 }
 
 void announce(const BurstPlan& plan, const RunFigures& figures, bool isComplete, Messages& messages) {
@@ -42,6 +50,7 @@ ExitStatus burst(const BurstOptions& options, Messages& messages) {
     run.workers = options.workers == 0 ? processors() : options.workers;
     run.resumes = options.resumes;
     run.stopsAtError = options.onError == "stop";
+    keepMemory();
     Run running(plan, run, survey, status, messages);
     bool isComplete = false;
     try {

@@ -38,7 +38,8 @@ public:
     OrderedWork(const OrderedWork&) = delete;
     OrderedWork& operator=(const OrderedWork&) = delete;
 
-    // For the owner's thread.
+    // For the owner's thread. It is woken for several jobs at once: `batch` of them, or all if no other one waits.
+    void setBatch(std::size_t batch) { batch_ = batch; }
     std::size_t size() const { return jobs_.size(); }
     void add(std::unique_ptr<Job> job) {
         jobs_.push_back(std::make_unique<Slot>());
@@ -57,6 +58,7 @@ public:
         {
             std::unique_lock guard(mutex_);
             if (!isFinished_.wait_for(guard, most, [&] { return first->isFinished; })) return nullptr;
+            --finished_;
         }
         const std::unique_ptr<Slot> slot = std::move(jobs_.front());
         jobs_.pop_front();
@@ -86,11 +88,13 @@ private:
             } catch (...) {
                 slot->problem = std::current_exception();
             }
+            bool isBatch = false;
             {
                 const std::lock_guard guard(mutex_);
                 slot->isFinished = true;
+                isBatch = ++finished_ >= batch_ || waiting_.empty();
             }
-            isFinished_.notify_one();
+            if (isBatch) isFinished_.notify_one();
         }
     }
 
@@ -108,6 +112,8 @@ private:
     std::condition_variable isAdded_;
     std::condition_variable isFinished_;
     std::deque<Slot*> waiting_;
+    std::size_t batch_ = 1;
+    std::size_t finished_ = 0;  // and not taken
     bool isEnded_ = false;
     std::vector<std::thread> threads_;
 };

@@ -169,6 +169,7 @@ std::unique_ptr<Run::Job> Run::nextJob() {
 bool Run::runAll(Work& work) {
     constexpr std::size_t kMostData = std::size_t{64} << 20;  // of the jobs
     const std::size_t most = 4 * options_.workers + 8;
+    work.setBatch(most / 4);
     std::size_t data = 0;
     bool isEnded = false;
     for (;;) {
