@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/api/report_data.h"
 #include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/bind/returned_values.h"
 #include "qbsvrl6/data/sql_statement.h"
 #include "qbsvrl6/fonts/font_library.h"
 #include "qbsvrl6/model/connection.h"
@@ -108,13 +109,16 @@ std::vector<ReportItem> parametersOf(Runtime& runtime) {
     return items;
 }
 
-// The names of a template that are neither its parameters nor its calculated fields.
+// The names of a template that are neither its parameters, its calculated fields nor returned values.
 std::vector<ReportItem> fieldsOf(const Runtime& runtime) {
     const ReportDefinition& definition = runtime.report.definition;
     std::set<std::u16string> others;
     for (const Parameter& parameter : definition.parameters) others.insert(lowerCase(parameter.name));
     for (const Field& field : definition.fields) {
         if (!field.expression.empty()) others.insert(lowerCase(field.name));
+    }
+    for (const DeclaredReturn& declared : declaredReturns(definition)) {
+        others.insert(lowerCase(declared.value().name));
     }
     std::vector<ReportItem> items;
     for (const Mention& mention : contentsOf(definition).names) {

@@ -17,6 +17,15 @@
 
 namespace qbsvrl6 {
 
+namespace {
+
+void addGroups(Expression& expression, const Expression& needed) {
+    expression.groupLevel = std::max(expression.groupLevel, needed.groupLevel);
+    expression.returnedLevel = std::max(expression.returnedLevel, needed.returnedLevel);
+}
+
+}  // namespace
+
 Value convertTo(const Value& value, DataType type, TextArena& arena) {
     if (value.isNull()) return value;
     Value converted = value;
@@ -48,42 +57,43 @@ Value convertTo(const Value& value, DataType type, TextArena& arena) {
 }
 
 Binding::Binding(const ReportDefinition& report, const DataSources& sources,
-                 std::span<const SubReportParameter> passed)
+                 std::span<const SubReportParameter> passed, const ReportDefinition* returning)
     : report_(report),
       grid_(report.grid.get()),
       sources_(sources),
-      declared_(std::make_shared<Declared>(report)),
+      declared_(std::make_shared<Declared>(report, returning == nullptr ? report : *returning)),
       passedNames_(passed),
+      readsReturned_(true),
       ownLookupTables_(std::make_unique<LookupTables>()),
       lookupTables_(ownLookupTables_.get()) {
     addPassed();
+    if (returning == nullptr) logHiddenNames();
     if (grid_ == nullptr) return;
     if (grid_->groups.size() > limits::kGroups) {
         throw EngineError(ErrorCode::LimitExceeded, "the grid has " + std::to_string(grid_->groups.size()) +
                                                         " groups, more than " +
                                                         std::to_string(limits::kGroups));
     }
-    if (!trimmed(grid_->filter).empty()) filter_ = compile(grid_->filter);
+    if (!trimmed(grid_->filter).empty()) checkKnownGroups(filter_.emplace(compile(grid_->filter)), -1);
     sort_ = compileSort(grid_->sort);
+    for (const SortTerm& term : sort_) checkKnownGroups(term.expression, -1);
     for (const auto& group : grid_->groups) addGroup(*group);
 }
 
 void Binding::addGroup(const Group& group) {
-    const std::size_t level = groups_.size();
+    const auto level = static_cast<int>(groups_.size());
     groups_.push_back({&group, compile(group.by), compileSort(group.sort)});
-    checkGroupSort(groups_.back().sort, level);
+    checkKnownGroups(groups_.back().key, level - 1);
+    for (const SortTerm& term : groups_.back().sort) checkKnownGroups(term.expression, level);
 }
 
-void Binding::checkGroupSort(std::span<const SortTerm> terms, std::size_t level) {
-    for (const SortTerm& term : terms) {
-        for (const Aggregate& aggregate : term.expression.aggregates) {
-            const Scope& scope = aggregate.scope;
-            if (scope.kind != ScopeKind::Group || scope.level <= static_cast<int>(level)) continue;
-            throw EngineError(ErrorCode::BadExpression,
-                              "a group is sorted before the groups inside it are known: no total of \"" +
-                                  toUtf8(aggregate.scopeName) + '"');
-        }
-    }
+void Binding::checkKnownGroups(const Expression& expression, int innermost) const {
+    if (expression.groupLevel <= innermost) return;
+    const Group& group = *grid_->groups[static_cast<std::size_t>(expression.groupLevel)];
+    const std::string name = group.name.empty() ? "level " + std::to_string(expression.groupLevel + 1)
+                                                : '"' + toUtf8(group.name) + '"';
+    throw EngineError(ErrorCode::BadExpression, "rows are chosen and sorted before the groups of " + name +
+                                                    " are known: no total and no returned value of them");
 }
 
 Binding::Binding(const Binding& outer, const DataSources& sources, std::u16string_view filter)
@@ -111,10 +121,13 @@ Binding::Binding(const Binding& outer, const Table& rows)
 
 Binding::~Binding() = default;
 
-Binding::Declared::Declared(const ReportDefinition& report) {
+Binding::Declared::Declared(const ReportDefinition& report, const ReportDefinition& returning) {
     for (const Field& field : report.fields) fields.emplace(lowerCase(field.name), &field);
     for (const Parameter& parameter : report.parameters) {
         parameters.emplace(lowerCase(parameter.name), &parameter);
+    }
+    for (const DeclaredReturn& declared : declaredReturns(returning)) {
+        returns.emplace(lowerCase(declared.value().name), declared);
     }
 }
 
@@ -177,6 +190,8 @@ void Binding::bind(Expression& expression, const Origin& origin) {
         bindTable(aggregate);
         expression.usesPageRows |= aggregate.scope.kind == ScopeKind::Page;
         expression.usesDefaultScope |= aggregate.scope.kind == ScopeKind::Default;
+        if (aggregate.scope.kind == ScopeKind::Group)
+            expression.groupLevel = std::max(expression.groupLevel, aggregate.scope.level);
         aggregate.slot = slots_++;
         if (!aggregate.argument) continue;
         const Table* const outer = std::exchange(inner_, aggregate.table);
@@ -185,6 +200,10 @@ void Binding::bind(Expression& expression, const Origin& origin) {
         expression.usesPage |= aggregate.argument->usesPage;
         expression.usesPageRows |= aggregate.argument->usesPageRows;
         expression.usesPageCount |= aggregate.argument->usesPageCount;
+        const Expression& argument = *aggregate.argument;
+        addGroups(expression, argument);
+        const bool readsRows = argument.readsRow || !argument.aggregates.empty() || !argument.lookups.empty();
+        if (!readsRows) aggregate.onceIn = argument.returnedLevel;
     }
     for (Lookup& lookup : expression.lookups) bindLookup(lookup, expression, origin);
     expression.usesPage |= expression.usesPageRows;
@@ -197,6 +216,7 @@ void Binding::bindLookup(Lookup& lookup, Expression& expression, const Origin& o
     expression.usesPageCount |= lookup.sought->usesPageCount;
     expression.usesDefaultScope |= lookup.sought->usesDefaultScope;
     expression.dependsOnAggregate |= lookup.sought->dependsOnAggregate;
+    addGroups(expression, *lookup.sought);
     const Table* const rows = lookedUpTable(lookup.tableName, origin);
     LookupTable* const table = rows == nullptr ? nullptr : &lookupTables_->of(*this, *rows);
     const LookupTables::Level level(*lookupTables_);
@@ -233,7 +253,9 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
         name.kind = kind;
         name.index = static_cast<std::uint32_t>(index);
         if (field != nullptr) name.declaredType = field->type;
+        expression.readsRow |= kind == NameKind::Column || kind == NameKind::Related;
     };
+    if (bindReturned(name, expression)) return;
     if (field != nullptr && !trimmed(field->expression).empty()) {
         found(NameKind::Calculated, calculatedField(*field));
         const Expression& needed = calculated_[name.index].expression;
@@ -242,6 +264,8 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
         expression.usesPageCount |= needed.usesPageCount;
         expression.usesDefaultScope |= needed.usesDefaultScope;
         expression.dependsOnAggregate |= needed.dependsOnAggregate;
+        expression.readsRow |= needed.readsRow || !needed.aggregates.empty() || !needed.lookups.empty();
+        addGroups(expression, needed);
         return;
     }
     const auto inTable = [&](const Table* table, NameKind kind) {
@@ -272,18 +296,20 @@ void Binding::bindName(BoundName& name, Expression& expression, const Origin& or
 void Binding::bindTable(Aggregate& aggregate) const {
     const Table* const rows = sources_.rows;
     if (rows == nullptr || rows->children().empty() || !aggregate.argument) return;
-    const auto isCalculated = [&](const BoundName& name) {
+    const auto isOfReport = [&](const BoundName& name) {
         const auto declared = declared_->fields.find(lowerCase(name.name));
-        return declared != declared_->fields.end() && !trimmed(declared->second->expression).empty();
+        const bool isReturned = readsReturned_ && declared_->returns.contains(lowerCase(name.name));
+        return isReturned ||
+               (declared != declared_->fields.end() && !trimmed(declared->second->expression).empty());
     };
     for (const BoundName& name : aggregate.argument->names) {
-        if (isCalculated(name) || rows->findColumn(name.name) != Table::npos) continue;
+        if (isOfReport(name) || rows->findColumn(name.name) != Table::npos) continue;
         const Table* const table = findTableWithColumn(*rows, name.name);
         if (table == nullptr) continue;
         if (aggregate.table == nullptr || table->isWithin(*aggregate.table)) aggregate.table = table;
     }
     const BoundName* const lone = aggregate.argument->loneName();
-    if (aggregate.kind != AggregateKind::Count || lone == nullptr || isCalculated(*lone)) return;
+    if (aggregate.kind != AggregateKind::Count || lone == nullptr || isOfReport(*lone)) return;
     if (const Table* const table = findTableInside(*rows, lone->name)) {
         aggregate.table = table;
         aggregate.argument.reset();
@@ -326,6 +352,11 @@ const std::vector<std::u16string>& Binding::knownNames() const {
     const auto addColumns = [&](const Table& table, const std::u16string& prefix) {
         add(table.columnCount(), [&](std::size_t column) { return prefix + table.columnName(column); });
     };
+    if (readsReturned_) {
+        for (const auto& [key, declared] : declared_->returns) {
+            if (known.insert(key).second) names.push_back(declared.value().name);
+        }
+    }
     for (const Table* table = sources_.rows; table != nullptr; table = table->parent())
         addColumns(*table, {});
     if (sources_.head != nullptr) addColumns(*sources_.head, {});
@@ -382,6 +413,115 @@ const FilterIndex* Binding::filterIndex() const {
         filterIndex_ = indexed ? FilterIndex::make(*filter_, *sources_.rows) : nullptr;
     }
     return filterIndex_->get();
+}
+
+// Rows of other tables are not those that the sub-reports belong to.
+bool Binding::bindReturned(BoundName& name, Expression& expression) {
+    if (!readsReturned_ || declared_->returns.empty()) return false;
+    const auto found = declared_->returns.find(lowerCase(name.name));
+    if (found == declared_->returns.end()) return false;
+    const DeclaredReturn& declared = found->second;
+    const BoundReturn returned{boundSite(declared), declared.index};
+    name.kind = NameKind::Returned;
+    name.index = static_cast<std::uint32_t>(returned_.size());
+    returned_.push_back(returned);
+    const ReturnSite& site = declared.site;
+    expression.readsRow |= site.isOfRow;
+    int level = site.level;
+    if (site.isOfRow && site.content().hasSectionRows && grid_ != nullptr)
+        level = static_cast<int>(grid_->groups.size()) - 1;
+    expression.groupLevel = std::max(expression.groupLevel, level);
+    if (!site.isOfRow) expression.returnedLevel = std::max(expression.returnedLevel, std::optional(level));
+    return true;
+}
+
+std::size_t Binding::boundSite(const DeclaredReturn& declared) {
+    const SubReportContent& content = declared.site.content();
+    const auto known = returnSiteIndex_.find(&content);
+    if (known != returnSiteIndex_.end()) return known->second;
+    const std::string name = toUtf8(declared.value().name);
+    if (std::find(sitesUnderWay_.begin(), sitesUnderWay_.end(), &content) != sitesUnderWay_.end()) {
+        throw EngineError(ErrorCode::BadExpression,
+                          "the sub-report that returns \"" + name + "\" needs it itself");
+    }
+    if (sitesUnderWay_.size() >= static_cast<std::size_t>(limits::kExpressionDepth)) {
+        throw EngineError(ErrorCode::LimitExceeded, "sub-reports need values that others return more than " +
+                                                        std::to_string(limits::kExpressionDepth) +
+                                                        " deep at \"" + name + '"');
+    }
+    struct UnderWay {
+        Binding& binding;
+        const Table* const inner;
+        UnderWay(Binding& owner, const SubReportContent& content)
+            : binding(owner), inner(std::exchange(owner.inner_, nullptr)) {
+            binding.sitesUnderWay_.push_back(&content);
+        }
+        ~UnderWay() {
+            binding.inner_ = inner;
+            binding.sitesUnderWay_.pop_back();
+        }
+    };
+    const UnderWay underWay(*this, content);
+    const auto compiled = [&](const std::u16string& text) {
+        Expression expression = compile(trimmed(text).empty() ? u"null" : text);
+        if (!expression.usesPage && !expression.usesPageCount) return expression;
+        throw EngineError(ErrorCode::BadExpression, "the sub-report that returns \"" + name +
+                                                        "\" cannot depend on pages: no page number, page "
+                                                        "count or page total");
+    };
+    BoundReturnSite bound{declared.site, {}, {}};
+    for (const SubReportParameter& parameter : content.parameters) {
+        bound.arguments.push_back(compiled(parameter.expression));
+    }
+    const std::u16string& visibleWhen = declared.site.control->visibleWhen;
+    if (!trimmed(visibleWhen).empty()) bound.visibleWhen = compiled(visibleWhen);
+    returnSites_.push_back(std::move(bound));
+    returnSiteIndex_.emplace(&content, returnSites_.size() - 1);
+    return returnSites_.size() - 1;
+}
+
+void Binding::connect(const SubReportContent& content, SubReportRows rows, Binding& inner) {
+    if (content.returns.empty()) return;
+    ReturningReport report{std::move(rows), {}};
+    for (const ReturnedValue& value : content.returns)
+        report.values.push_back(inner.compile(value.expression));
+    returning_.insert_or_assign(&content, std::move(report));
+}
+
+const ReturningReport* Binding::returningReport(const SubReportContent& content) const {
+    const auto known = returning_.find(&content);
+    return known == returning_.end() ? nullptr : &known->second;
+}
+
+std::vector<ReturnSite> Binding::unconnectedReturns() const {
+    std::vector<ReturnSite> sites;
+    std::unordered_set<const SubReportContent*> known;
+    for (const auto& [name, declared] : declared_->returns) {
+        const SubReportContent& content = declared.site.content();
+        if (!returning_.contains(&content) && known.insert(&content).second) sites.push_back(declared.site);
+    }
+    return sites;
+}
+
+void Binding::logHiddenNames() const {
+    const auto isIn = [](const Table* table, std::u16string_view name) {
+        return table != nullptr &&
+               (table->findColumn(name) != Table::npos || findAround(table, name).table != nullptr);
+    };
+    for (const auto& [key, declared] : declared_->returns) {
+        const std::u16string& name = declared.value().name;
+        const bool hidesField =
+            declared_->fields.contains(key) || isIn(sources_.rows, name) || isIn(sources_.head, name);
+        const bool hidesParameter = declared_->parameters.contains(key) || parameterIndex_.contains(key) ||
+                                    (sources_.data != nullptr && sources_.data->parameter(name) != nullptr);
+        if (!hidesField && !hidesParameter) continue;
+        const std::string warningKey =
+            "returned " + toUtf8(key) + ' ' + std::to_string(reinterpret_cast<std::uintptr_t>(&report_));
+        if (!isNewWarning(warningKey)) continue;
+        logWarning("the returned value \"" + toUtf8(name) + "\" hides the " +
+                       (hidesField ? "field" : "parameter") + " of this name",
+                   report_.placesOf(name, TextUse::Return).front());
+    }
 }
 
 std::uint32_t Binding::calculatedField(const Field& field) {

@@ -4,6 +4,7 @@
 #define QBSVR_QBSVRL6_BIND_BINDING_H
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -14,6 +15,7 @@
 
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/bind/filter_index.h"
+#include "qbsvrl6/bind/returned_values.h"
 #include "qbsvrl6/bind/sort_terms.h"
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/bind/unread_values.h"
@@ -63,6 +65,11 @@ public:
         Expression key;
         std::vector<SortTerm> sort;
     };
+    // A name that refers to a value of a sub-report.
+    struct BoundReturn {
+        std::size_t site = 0;
+        std::size_t value = 0;
+    };
     struct BoundParameter {
         std::u16string name;
         std::optional<DataType> type;
@@ -70,9 +77,10 @@ public:
     };
 
     // `report` outlives the binding. `passed` are the parameters that an outer report passes. Compiles the
-    // grid's filter, sort and groups. Raises EngineError(BadExpression) if one of them is invalid.
+    // grid's filter, sort and groups. `returning` has the sub-reports whose values names refer to; null: `report`
+    // has. Raises EngineError(BadExpression) if an expression is invalid.
     Binding(const ReportDefinition& report, const DataSources& sources,
-            std::span<const SubReportParameter> passed);
+            std::span<const SubReportParameter> passed, const ReportDefinition* returning = nullptr);
 
     // The names of `outer` for rows that are not the grid's: with another filter (empty: none) and without
     // groups.
@@ -87,8 +95,9 @@ public:
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
     std::vector<SortTerm> compileSort(std::u16string_view text);
-    // Raises the same error for a sort of groups that uses totals of inner groups.
-    static void checkGroupSort(std::span<const SortTerm> terms, std::size_t level);
+    // Raises the same error for an expression that needs groups inside those of this level, which are not known
+    // when it chooses or sorts rows. -1: no groups are known.
+    void checkKnownGroups(const Expression& expression, int innermost) const;
 
     const ReportDefinition& report() const { return report_; }
     const DataSources& sources() const { return sources_; }
@@ -107,14 +116,28 @@ public:
     const std::vector<BoundGroup>& groups() const { return groups_; }  // outermost first
     // Shared by all views of the binding.
     UnreadValues& unreadValues() const { return unread_; }
+    // The same, for texts that numbers and dates are compared with.
+    UnreadValues& mixedValues() const { return mixed_; }
     LookupTables& lookupTables() const { return *lookupTables_; }
+    const BoundReturn& returned(std::uint32_t index) const { return returned_[index]; }
+    std::size_t returnedCount() const { return returned_.size(); }
+    const BoundReturnSite& returnSite(std::size_t index) const { return returnSites_[index]; }
+    std::size_t returnSiteCount() const { return returnSites_.size(); }
+    // Compiles the values that the sub-report returns. `inner` is the binding of its rows, which outlives the use
+    // of this one. Raises EngineError(BadExpression).
+    void connect(const SubReportContent& content, SubReportRows rows, Binding& inner);
+    // Null if it is not connected: its values are empty.
+    const ReturningReport* returningReport(const SubReportContent& content) const;
+    // The sub-reports that return values and are not connected.
+    std::vector<ReturnSite> unconnectedReturns() const;
 
 private:
     // What the report declares, by names in lower case. All bindings of a report share it.
     struct Declared {
-        explicit Declared(const ReportDefinition& report);
+        Declared(const ReportDefinition& report, const ReportDefinition& returning);
         std::unordered_map<std::u16string, const Field*> fields;
         std::unordered_map<std::u16string, const Parameter*> parameters;
+        std::map<std::u16string, DeclaredReturn> returns;  // the first of each name
     };
 
     void addPassed();
@@ -136,6 +159,9 @@ private:
     void bindScope(Aggregate& aggregate, std::u16string_view text) const;
     void addGroup(const Group& group);
     std::uint32_t calculatedField(const Field& field);
+    bool bindReturned(BoundName& name, Expression& expression);
+    std::size_t boundSite(const DeclaredReturn& declared);
+    void logHiddenNames() const;
 
     const ReportDefinition& report_;
     const DetailGrid* grid_ = nullptr;  // scopes may name its groups
@@ -155,10 +181,17 @@ private:
     std::vector<SortTerm> sort_;
     std::vector<BoundGroup> groups_;
     mutable std::optional<std::vector<std::u16string>> knownNames_;
+    bool readsReturned_ = false;  // its rows are those around the sub-reports
+    std::deque<BoundReturn> returned_;
+    std::deque<BoundReturnSite> returnSites_;
+    std::unordered_map<const SubReportContent*, std::size_t> returnSiteIndex_;
+    std::vector<const SubReportContent*> sitesUnderWay_;  // being compiled
+    std::unordered_map<const SubReportContent*, ReturningReport> returning_;
     // Shared by all bindings of the report; the one that is made first owns it.
     std::unique_ptr<LookupTables> ownLookupTables_;
     LookupTables* lookupTables_ = nullptr;
     mutable UnreadValues unread_{"calculations treat it as empty"};
+    mutable UnreadValues mixed_{"it is compared as a text"};
     std::uint32_t slots_ = 0;
 };
 

@@ -69,10 +69,12 @@ bool compares(Operation operation, int order) {
 
 }  // namespace
 
-Evaluator::Evaluator(const Binding& binding, const Tables& tables, const WalkedRows& rows,
+Evaluator::Evaluator(const Binding& binding, const RowTables& tables, const WalkedRows& rows,
                      std::span<const OwnedValue> passed, std::int64_t now)
     : binding_(binding),
       tables_(tables),
+      rowTable_(tables.tableFor(binding.sources().rows)),
+      headTable_(tables.tableFor(binding.sources().head)),
       rows_(rows),
       now_(now),
       memos_(binding.calculatedCount()),
@@ -213,9 +215,16 @@ void Evaluator::binary(const Expression& expression, Operation operation, const 
             left = makeText({joined, a.size() + b.size()});
             break;
         }
-        default:
-            left = makeBoolean(compares(operation, compareValues(left, right, arena_)));
+        default: {
+            bool isMixed = false;
+            const int order = compareValues(left, right, arena_, &isMixed);
+            if (isMixed && operation != Operation::Equal && operation != Operation::NotEqual) {
+                noteMixed(expression, left, right, position);
+                noteMixed(expression, right, left, position);
+            }
+            left = makeBoolean(compares(operation, order));
             break;
+        }
     }
 }
 
@@ -238,6 +247,8 @@ Value Evaluator::readName(const BoundName& name, const Position& position) {
         if (const std::optional<Value> value = readOfOthers(name, position)) return *value;
     }
     if (name.kind == NameKind::Calculated) return readCalculated(name, position);
+    if (name.kind == NameKind::Returned)
+        return returned_ == nullptr ? Value() : returned_->read(name.index, position);
     const Value value = readSource(name, position);
     if (!name.declaredType) return value;
     return converted(name, value, *name.declaredType, position);
@@ -257,7 +268,9 @@ std::optional<Value> Evaluator::readOfOthers(const BoundName& name, const Positi
         if (!rows_.isOthers(level, position.row)) return std::nullopt;
         return makeText(group.group->others);
     }
-    const bool isOfRow = name.kind == NameKind::Column || name.kind == NameKind::Related;
+    const bool isOfRow = name.kind == NameKind::Column || name.kind == NameKind::Related ||
+                         (name.kind == NameKind::Returned &&
+                          binding_.returnSite(binding_.returned(name.index).site).site.isOfRow);
     return isOfRow && rows_.isOthers(position.scope.level, position.row) ? std::optional(Value())
                                                                          : std::nullopt;
 }
@@ -281,19 +294,35 @@ UnreadValues::Source Evaluator::sourceOf(const BoundName& name, const Position& 
         case NameKind::Parameter:
             return {"the parameter", name.name};
         case NameKind::Calculated:
+        case NameKind::Returned:
         case NameKind::Unknown:
             break;
     }
     return {"the field", name.name};
 }
 
-// Finds the source of the value by its text, which is that of a column or parameter.
 void Evaluator::noteIfUnread(const Expression& expression, const Value& value, DataType needed,
                              const Position& position) {
     if (value.type != ValueType::Text) return;
     Number number;
     std::int64_t date = 0;
     if (toNumber(value, number) || (needed == DataType::Date && toDate(value, date))) return;
+    binding_.unreadValues().add(textSourceOf(expression, value, position), value.text, needed);
+}
+
+// A text that a number or date is compared with.
+void Evaluator::noteMixed(const Expression& expression, const Value& value, const Value& other,
+                          const Position& position) {
+    const bool isNumber = other.type == ValueType::Number;
+    if (value.type != ValueType::Text || (!isNumber && other.type != ValueType::Date)) return;
+    if (trimmed(value.text).empty()) return;
+    binding_.mixedValues().add(textSourceOf(expression, value, position), value.text,
+                               isNumber ? DataType::Number : DataType::Date);
+}
+
+// Finds the source of the value by its text, which is that of a column or parameter.
+UnreadValues::Source Evaluator::textSourceOf(const Expression& expression, const Value& value,
+                                             const Position& position) {
     const auto isSource = [&](const BoundName& name) {
         const bool isCalculated = name.kind == NameKind::Calculated;
         if (isCalculated && !isFresh(memos_[name.index], position)) return false;
@@ -302,22 +331,20 @@ void Evaluator::noteIfUnread(const Expression& expression, const Value& value, D
     };
     const auto source = std::find_if(expression.names.begin(), expression.names.end(), isSource);
     const bool isName = source != expression.names.end();
-    binding_.unreadValues().add(
-        isName ? sourceOf(*source, position) : UnreadValues::Source{"a calculated text", {}}, value.text,
-        needed);
+    return isName ? sourceOf(*source, position) : UnreadValues::Source{"a calculated text", {}};
 }
 
 Value Evaluator::readSource(const BoundName& name, const Position& position) {
     switch (name.kind) {
         case NameKind::Column:
             if (position.row >= rows_.count()) return {};
-            return readTable(*tables_.rows, rows_.tableRow(position.row), name.index);
+            return readTable(*rowTable_, rows_.tableRow(position.row), name.index);
         case NameKind::Related: {
             const TableRow around = rowAround(name.table, position);
             return around.table == nullptr ? Value() : readTable(*around.table, around.row, name.index);
         }
         case NameKind::HeadColumn:
-            return readTable(*tables_.head, 0, name.index);
+            return readTable(*headTable_, 0, name.index);
         case NameKind::Parameter:
             return parameters_[name.index].get();
         default:
@@ -402,6 +429,7 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
     const TextArena::Mark mark = arena_.mark();
     for (std::size_t row = state.range.end; row < end; ++row) {
         goOn();
+        if (aggregate.onceIn && !rows_.startsGroup(*aggregate.onceIn, row)) continue;
         inside.row = row;
         if (aggregate.table == nullptr) {
             add(state, aggregate, inside);

@@ -12,7 +12,9 @@
 #include "qbsvrl6/bind/aggregate_cache.h"
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/bind/position.h"
+#include "qbsvrl6/bind/returned_values.h"
 #include "qbsvrl6/bind/walked_rows.h"
+#include "qbsvrl6/data/row_query.h"
 #include "qbsvrl6/items/cell_value.h"
 #include "qbsvrl6/items/page_field.h"
 #include "qbsvrl6/support/units.h"
@@ -30,16 +32,10 @@ struct EvaluatedText {
 // results of calculated fields are valid within one evaluation, for one row and scope.
 class Evaluator {
 public:
-    // The tables that are read in place of those of the binding; may be null.
-    struct Tables {
-        const Table* rows;
-        const Table* head;
-    };
-
-    // `passed` holds a value for each parameter that the outer report passes. `now` is the wall-clock time in
-    // seconds. `binding` and `rows` outlive the evaluator, which accepts only expressions that the binding
-    // has already compiled.
-    Evaluator(const Binding& binding, const Tables& tables, const WalkedRows& rows,
+    // Reads the tables that are in place of those of the binding. `passed` holds a value for each parameter that the outer report passes. `now` is the wall-clock time in
+    // seconds. `binding`, `tables` and `rows` outlive the evaluator, which accepts only expressions that
+    // the binding has already compiled.
+    Evaluator(const Binding& binding, const RowTables& tables, const WalkedRows& rows,
               std::span<const OwnedValue> passed, std::int64_t now);
 
     // The value's text lives until the next evaluation.
@@ -64,13 +60,19 @@ public:
     }
 
     // To be called when the rows have changed.
-    void forgetAggregates() { aggregates_.clear(); }
+    void forgetAggregates() {
+        aggregates_.clear();
+        if (returned_ != nullptr) returned_->forget();
+    }
+    // Without them, returned values are empty.
+    void setReturned(ReturnedValues* values) { returned_ = values; }
     Value read(const BoundName& name, const Position& position) { return readName(name, position); }
     const OwnedValue& parameter(std::size_t index) const { return parameters_[index]; }
     TextArena& arena() { return arena_; }
     // The values that the outer report has passed.
     std::vector<OwnedValue> passed() const;
     std::int64_t now() const { return now_; }
+    const RowTables& tables() const { return tables_; }
     // Distinguishes evaluators that look up rows: their parameters may differ.
     std::uint64_t user() const { return user_; }
     void setUser(std::uint64_t user) { user_ = user; }
@@ -100,13 +102,19 @@ private:
     Value lookUp(const Lookup& lookup, const Position& position);
     void add(AggregateState& state, const Aggregate& aggregate, const Position& position);
     void extend(AggregateState& state, const Aggregate& aggregate, const Position& position, std::size_t end);
+    void noteMixed(const Expression& expression, const Value& value, const Value& other,
+                   const Position& position);
+    UnreadValues::Source textSourceOf(const Expression& expression, const Value& value,
+                                      const Position& position);
     UnreadValues::Source sourceOf(const BoundName& name, const Position& position) const;
     Value converted(const BoundName& name, const Value& value, DataType type, const Position& position);
     void call(const Expression& expression, const Instruction& instruction, const Position& position);
     void binary(const Expression& expression, Operation operation, const Position& position);
 
     const Binding& binding_;
-    const Tables tables_;
+    const RowTables& tables_;
+    const Table* const rowTable_;   // in place of the binding's; may be null
+    const Table* const headTable_;  // the same
     const WalkedRows& rows_;
     std::int64_t now_;
     std::vector<OwnedValue> parameters_;
@@ -116,6 +124,7 @@ private:
     TextArena arena_;
     std::uint64_t epoch_ = 0;
     std::uint64_t user_ = 0;
+    ReturnedValues* returned_ = nullptr;
     TableRow inner_;  // in an aggregate over a table within the row table
 };
 

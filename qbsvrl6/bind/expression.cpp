@@ -303,8 +303,14 @@ private:
         } else if (name.isWord(u"ReportTitle")) {
             emit(Operation::System, static_cast<std::size_t>(SystemValue::ReportTitle));
         } else if (name.isWord(u"RowNumber")) {
-            emitAggregate(
-                {AggregateKind::RowNumber, nullptr, u"Report", name.column, {ScopeKind::Default, 0}, 0});
+            emitAggregate({AggregateKind::RowNumber,
+                           nullptr,
+                           u"Report",
+                           name.column,
+                           {ScopeKind::Default, 0},
+                           0,
+                           nullptr,
+                           {}});
         } else if (name.isWord(u"and") || name.isWord(u"or") || name.isWord(u"not")) {
             lexer_.fail("a value is expected", name.column);
         } else {
@@ -363,7 +369,7 @@ private:
 
     void aggregate(AggregateKind kind, std::size_t column) {
         if (insideAggregate_) lexer_.fail("an aggregate cannot contain another", column);
-        Aggregate made{kind, nullptr, {}, column, {ScopeKind::Default, 0}, 0};
+        Aggregate made{kind, nullptr, {}, column, {ScopeKind::Default, 0}, 0, nullptr, {}};
         if (kind == AggregateKind::RowNumber) {
             made.scopeName = u"Report";
             if (!token_.isSymbol(u")")) scope(made);
@@ -401,7 +407,7 @@ private:
         made.kind = kind;
         const bool isName = token_.kind == TokenKind::Name || token_.kind == TokenKind::QuotedName ||
                             token_.kind == TokenKind::Text;
-        if (!isName || token_.text.empty()) fail("the name of a table is expected");
+        if (!isName) fail("the name of a table is expected");
         made.tableName = token_.text;
         advance();
         expect(u",", "\",\" is expected after the table");

@@ -52,6 +52,7 @@ enum class NameKind : std::uint8_t {
     Related,     // index: of a column of `table`: around the row table, or that of the aggregate
     HeadColumn,  // index: of the head table's column; read from its first row
     Parameter,   // index: of the binding's parameter
+    Returned,    // index: of the binding's returned value
 };
 
 struct BoundName {
@@ -73,6 +74,9 @@ struct Aggregate {
     std::uint32_t slot = 0;                // of its state; set by binding
     // The table within the row table whose rows are aggregated; null: the row table. Set by binding.
     const Table* table = nullptr;
+    // If the argument has one value per group of this level, or per report (-1), the aggregate reads it once for
+    // each. Set by binding.
+    std::optional<int> onceIn;
 };
 
 class LookupTable;
@@ -136,6 +140,10 @@ struct Expression {
     bool usesPageCount = false;       // page count
     bool usesDefaultScope = false;    // an aggregate without a scope
     bool dependsOnAggregate = false;  // any aggregate
+    bool readsRow = false;            // columns, or values that sub-reports return for each row
+    int groupLevel = -1;  // the innermost group whose totals or returned values it reads; -1: none
+    // The innermost group for which sub-reports return values that it reads; -1: for the report.
+    std::optional<int> returnedLevel;
 
     Expression() = default;
     Expression(Expression&&) = default;

@@ -8,7 +8,7 @@
 
 #include "qbsvrl6/bind/sort_keys.h"
 #include "qbsvrl6/support/budget.h"
-#include "qbsvrl6/support/hash.h"
+#include "qbsvrl6/support/keyed_hash.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -25,7 +25,7 @@ public:
     void clear() { hashes_.clear(); }
     // Whether the key occurs again.
     bool add(const std::u16string& key) {
-        const std::uint64_t hash = hashBytes(key.data(), key.size() * sizeof(char16_t));
+        const std::uint64_t hash = KeyedHash()(key);
         if (hashes_.size() == limits::kGroupKeysWatched) return hashes_.contains(hash);
         return !hashes_.insert(hash).second;
     }
@@ -42,6 +42,8 @@ std::size_t groupEnd(std::span<const std::uint32_t> starts, std::size_t group, s
 
 void GroupFinder::find() {
     for (std::size_t level = 0; level < binding_.groups().size(); ++level) {
+        rows_.setGroups(levels_);
+        evaluator_.forgetAggregates();
         if (isGathered(binding_.groups()[level])) {
             gather(level);
         } else {
@@ -103,7 +105,12 @@ void GroupFinder::logRecurring(std::size_t level, std::size_t row, std::u16strin
                                 std::to_string(rows_.tableRow(row) + 1) + " begins another group of \"" +
                                 toUtf8(key.substr(0, kShown)) + "\"; sort=\"" + by +
                                 "\" of the grid or of the group brings them together";
-    logWarning(message, report.placesOf(group.by, TextUse::Report).front());
+    const auto hasSameKey = [&](const Binding::BoundGroup& outer) { return outer.group->by == group.by; };
+    const auto& groups = binding_.groups();
+    const auto before =
+        std::count_if(groups.begin(), groups.begin() + static_cast<std::ptrdiff_t>(level), hasSameKey);
+    const std::vector<TextPosition> places = report.placesOf(group.by, TextUse::GroupKey);
+    logWarning(message, places[std::min(places.size() - 1, static_cast<std::size_t>(before))]);
 }
 
 // What has been read of the rows in their old order is no longer true.
@@ -120,7 +127,7 @@ void GroupFinder::gather(std::size_t level) {
     std::vector<std::uint32_t> groupOf;
     groupOf.reserve(rows_.count());
     std::vector<std::uint32_t> counts;
-    std::unordered_map<std::u16string, std::uint32_t> known;
+    std::unordered_map<std::u16string, std::uint32_t, KeyedHash> known;
     constexpr std::size_t kKeyBytes = 80;  // of an entry of the map, besides the text of a long key
     std::uint64_t keyBytes = 0;
     for (std::size_t row = 0; row < rows_.count(); ++row) {

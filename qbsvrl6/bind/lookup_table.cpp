@@ -55,9 +55,11 @@ std::uint32_t LookupTable::addLookup() {
 void LookupTable::serve(const Evaluator& user) {
     if (evaluator_ && user_ == user.user()) return;
     user_ = user.user();
-    rows_ = WalkedRows({0, binding_.sources().rows->rowCount()});
-    evaluator_ = std::make_unique<Evaluator>(binding_, Evaluator::Tables{binding_.sources().rows, nullptr},
-                                             rows_, user.passed(), user.now());
+    tables_ = user.tables();
+    const Table* const table = tables_.tableFor(binding_.sources().rows);
+    if (std::exchange(table_, table) != table) indexes_.clear();
+    rows_ = WalkedRows({0, table->rowCount()});
+    evaluator_ = std::make_unique<Evaluator>(binding_, tables_, rows_, user.passed(), user.now());
     evaluator_->setUser(user_);
     indexesOfUser_.clear();
     for (Results& results : results_) results.clear();

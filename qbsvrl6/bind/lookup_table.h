@@ -13,6 +13,7 @@
 #include "qbsvrl6/bind/evaluator.h"
 #include "qbsvrl6/bind/key_index.h"
 #include "qbsvrl6/bind/walked_rows.h"
+#include "qbsvrl6/support/keyed_hash.h"
 
 namespace qbsvrl6 {
 
@@ -28,7 +29,7 @@ public:
     Value find(const Lookup& lookup, const Value& sought, const Evaluator& user, TextArena& arena);
 
 private:
-    using Results = std::unordered_map<std::u16string, OwnedValue>;  // by the key of the value
+    using Results = std::unordered_map<std::u16string, OwnedValue, KeyedHash>;  // by the key of the value
 
     void serve(const Evaluator& user);
     const KeyIndex& indexOf(const Lookup& lookup);
@@ -36,6 +37,8 @@ private:
     OwnedValue resultOf(const Lookup& lookup, const Value& sought);
 
     Binding binding_;
+    RowTables tables_;              // of the user
+    const Table* table_ = nullptr;  // whose rows are looked up: that of the user in place of the binding's
     WalkedRows rows_;
     std::unique_ptr<Evaluator> evaluator_;
     std::uint64_t user_ = 0;

@@ -6,9 +6,10 @@
 #include <utility>
 
 #include "qbsvrl6/bind/group_finder.h"
-#include "qbsvrl6/bind/sort_keys.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -33,7 +34,8 @@ RowView::RowView(const Binding& binding, std::span<const OwnedValue> passed, std
       tables_(std::move(tables)),
       table_(tables_.tableFor(binding.sources().rows)),
       rows_(areOfTables || table_ == binding.sources().rows ? std::move(rows) : allRows(table_)),
-      evaluator_(binding, {table_, tables_.tableFor(binding.sources().head)}, rows_, passed, now) {
+      evaluator_(binding, tables_, rows_, passed, now) {
+    if (binding.returnedCount() > 0) evaluator_.setReturned(&returned_.emplace(binding, *this, evaluator_));
     applyFilter();
     sort();
     if (!binding.groups().empty()) GroupFinder(binding, rows_, evaluator_).find();
@@ -78,6 +80,9 @@ void RowView::sort() {
         position.ofRow = true;
         return evaluator_.evaluate(terms[term].expression, position);
     });
+    for (const SortKeys::Mixed& mixed : keys.mixedTerms()) {
+        logMixed(terms[mixed.term], mixed, rows_.tableRow(mixed.item));
+    }
     keys.sort(0, keys.size());
     std::vector<std::uint32_t> sorted;
     sorted.reserve(keys.size());
@@ -86,6 +91,21 @@ void RowView::sort() {
     }
     rows_.list(std::move(sorted));
     evaluator_.forgetAggregates();
+}
+
+void RowView::logMixed(const SortTerm& term, const SortKeys::Mixed& mixed, std::size_t tableRow) const {
+    constexpr std::size_t kShown = 80;
+    const ReportDefinition& report = binding_.report();
+    const BoundName* const name = term.expression.loneName();
+    const std::string what = name == nullptr ? "term " + std::to_string(mixed.term + 1) + " of the sort"
+                                             : "the sort by \"" + toUtf8(name->name) + '"';
+    if (!isNewWarning("mixed " + std::to_string(reinterpret_cast<std::uintptr_t>(&term)))) return;
+    const std::string message =
+        what + " finds numbers and texts: row " + std::to_string(tableRow + 1) + " has the text \"" +
+        toUtf8(std::u16string_view(mixed.text).substr(0, kShown)) + "\"; " +
+        (mixed.comparesTextsOnly ? "texts of digits are compared as texts" : "numbers come before texts");
+    const std::u16string& sort = report.grid->sort;
+    logWarning(message, report.placesOf(sort, TextUse::Report).front());
 }
 
 RowRange RowView::holders(const Table* table, const Position& position) const {
@@ -121,6 +141,18 @@ WalkedRows RowView::rowsInside(const Table* table, const Position& position) con
     }
     if (holding.end > holding.first) rows.setHolder({own, rows_.tableRow(holding.first)});
     return rows;
+}
+
+std::unique_ptr<RowView> RowView::inside(const SubReportRows& inner, std::span<const OwnedValue> arguments,
+                                         const Position& position) const {
+    RowTables tables = tables_;
+    std::vector<Value> passed;
+    for (const OwnedValue& argument : arguments) passed.push_back(argument.get());
+    for (const auto& query : inner.queries) tables.add(query->shape(), query->run(passed));
+    WalkedRows rows = inner.areOfSection ? rows_.part(rowsOf(position.scope, position.row))
+                                         : rowsInside(inner.binding->sources().rows, position);
+    return std::make_unique<RowView>(*inner.binding, arguments, evaluator_.now(), std::move(rows),
+                                     std::move(tables), inner.areOfSection);
 }
 
 std::vector<OwnedValue> RowView::passed() const { return evaluator_.passed(); }

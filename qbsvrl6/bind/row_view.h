@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -12,6 +13,8 @@
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/bind/evaluator.h"
 #include "qbsvrl6/bind/position.h"
+#include "qbsvrl6/bind/returned_values.h"
+#include "qbsvrl6/bind/sort_keys.h"
 #include "qbsvrl6/bind/walked_rows.h"
 #include "qbsvrl6/data/row_query.h"
 
@@ -47,8 +50,9 @@ public:
     WalkedRows rowsInside(const Table* table, const Position& position) const;
     // The rows that this depends on; none if all rows are walked.
     RowRange holders(const Table* table, const Position& position) const;
-    // The same rows for a view of their own.
-    WalkedRows rowsFor(Scope scope, std::size_t row) const { return rows_.part(rowsOf(scope, row)); }
+    // The view of a sub-report at the position. `arguments` are the values of its parameters.
+    std::unique_ptr<RowView> inside(const SubReportRows& inner, std::span<const OwnedValue> arguments,
+                                    const Position& position) const;
     // The row in the table, from 0, for messages; none without rows.
     std::optional<std::size_t> tableRow(const Position& position) const {
         if (position.row >= rows_.count()) return std::nullopt;
@@ -76,12 +80,14 @@ public:
 private:
     void applyFilter();
     void sort();
+    void logMixed(const SortTerm& term, const SortKeys::Mixed& mixed, std::size_t tableRow) const;
 
     const Binding& binding_;
     const RowTables tables_;
     const Table* const table_;  // of the rows; may be null
     WalkedRows rows_;
     Evaluator evaluator_;  // refers to rows_
+    std::optional<ReturnedValues> returned_;
 };
 
 }  // namespace qbsvrl6

@@ -159,6 +159,8 @@ void SortKeys::readAll(std::size_t items, const ValueOf& valueOf) {
         while (term < terms_.size() && isRead(term)) ++term;
         if (term < terms_.size()) {
             terms_[term].texts = Texts::AsTexts;
+            terms_[term].firstText = item;
+            terms_[term].text = valueOf(term, item).text;
             entries_.clear();
             restStarts_.clear();
             rests_.clear();
@@ -185,6 +187,7 @@ bool SortKeys::append(Term& term, const Value& value) {
             appendTag(value.boolean ? kTrue : kFalse, key_);
             break;
         case ValueType::Number:
+            term.hasNumbers = true;
             appendNumber(value.number, key_);
             break;
         case ValueType::Date:
@@ -197,6 +200,7 @@ bool SortKeys::append(Term& term, const Value& value) {
             } else if (term.texts == Texts::AsTexts) {
                 appendText(term, value.text);
             } else if (toNumber(value, number)) {
+                term.hasTextsOfNumbers = true;
                 appendNumber(number, key_);
             } else {
                 return false;
@@ -241,6 +245,16 @@ bool SortKeys::isBefore(const Entry& left, const Entry& right) const {
     if (left.start != right.start) return left.start < right.start;
     if (const int order = restOf(left.item).compare(restOf(right.item)); order != 0) return order < 0;
     return left.item < right.item;
+}
+
+std::vector<SortKeys::Mixed> SortKeys::mixedTerms() const {
+    std::vector<Mixed> mixed;
+    for (std::size_t i = 0; i < terms_.size(); ++i) {
+        const Term& term = terms_[i];
+        if (!term.firstText || (!term.hasNumbers && !term.hasTextsOfNumbers)) continue;
+        mixed.push_back({i, *term.firstText, term.text, term.hasTextsOfNumbers});
+    }
+    return mixed;
 }
 
 void SortKeys::sort(std::size_t first, std::size_t end) {

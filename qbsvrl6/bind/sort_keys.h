@@ -33,6 +33,15 @@ public:
     void sort(std::size_t first, std::size_t end);
     std::size_t itemAt(std::size_t position) const { return entries_[position].item; }
     std::size_t size() const { return entries_.size(); }
+    // A term whose values are numbers and texts that do not read as numbers.
+    struct Mixed {
+        std::size_t term = 0;
+        std::size_t item = 0;  // the first such text
+        std::u16string text;
+        bool comparesTextsOnly = false;  // otherwise numbers come before texts
+    };
+    // Without the terms that sort by a language.
+    std::vector<Mixed> mixedTerms() const;
 
 private:
     struct Entry {
@@ -43,6 +52,10 @@ private:
     struct Term {
         bool descending = false;
         Texts texts = Texts::AsNumbers;
+        bool hasNumbers = false;
+        bool hasTextsOfNumbers = false;  // before the first other text
+        std::optional<std::size_t> firstText;
+        std::u16string text;  // the first one
         std::optional<Collation> collation;
     };
 

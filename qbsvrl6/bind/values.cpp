@@ -161,7 +161,7 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
     return {};
 }
 
-int compareValues(const Value& left, const Value& right, TextArena& arena) {
+int compareValues(const Value& left, const Value& right, TextArena& arena, bool* isMixed) {
     if (left.isNull() || right.isNull()) {
         const Value& other = left.isNull() ? right : left;
         const bool empty = other.isNull() || (other.type == ValueType::Text && other.text.empty());
@@ -185,6 +185,7 @@ int compareValues(const Value& left, const Value& right, TextArena& arena) {
         const Number* const b = numberOf(right, rightRoom);
         if (a != nullptr && b != nullptr) return compare(*a, *b);
     }
+    if (isMixed != nullptr) *isMixed = true;
     return sign(toText(left, arena), toText(right, arena));
 }
 

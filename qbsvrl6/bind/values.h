@@ -63,8 +63,10 @@ Value makeText(std::u16string_view text);
 std::u16string_view toText(const Value& value, TextArena& arena);
 
 // Negative, zero or positive. Null equals null and the empty text, and sorts first. Numbers, dates and
-// booleans compare with a text that reads as one; all other values compare as text, unit by unit.
-[[nodiscard]] int compareValues(const Value& left, const Value& right, TextArena& arena);
+// booleans compare with a text that reads as one; all other values compare as text, unit by unit. `isMixed`
+// becomes true if a text does not read as what the other value is.
+[[nodiscard]] int compareValues(const Value& left, const Value& right, TextArena& arena,
+                                bool* isMixed = nullptr);
 
 // Values have the same key if their types and values are the same; nothing has that of the empty text.
 std::u16string distinctKey(const Value& value);

@@ -53,6 +53,10 @@ public:
     bool isOthers(int level, std::size_t row) const;
     // The outermost level whose group starts at the row; groupCount() if none does.
     int startingLevel(std::size_t row) const;
+    // Whether the row is the first one of its group of this level; -1: of all rows.
+    bool startsGroup(int level, std::size_t row) const {
+        return row == 0 || (level >= 0 && startingLevel(row) <= level);
+    }
     // The scope of aggregates in a row's own texts: its innermost group, or else the report.
     Scope rowScope() const;
     // The rows of any scope at the position.

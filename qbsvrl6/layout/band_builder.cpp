@@ -162,17 +162,7 @@ std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, co
     for (const Expression& argument : content.arguments) {
         arguments.emplace_back(view_.evaluate(argument, position));
     }
-    RowTables tables = view_.tables();
-    std::vector<Value> passed;
-    for (const OwnedValue& argument : arguments) passed.push_back(argument.get());
-    for (const auto& query : content.queries) tables.add(query->shape(), query->run(passed));
-    const Binding& binding = *content.plan->binding;
-    const bool ofSection = content.hasSectionRows;
-    WalkedRows rows = ofSection ? view_.rowsFor(position.scope, position.row)
-                                : view_.rowsInside(binding.sources().rows, position);
-    auto view = std::make_shared<RowView>(binding, arguments, context_.now, std::move(rows),
-                                          std::move(tables), ofSection);
-    return ReportInstance{*content.plan, std::move(view), true};
+    return ReportInstance{*content.plan, view_.inside(content.rows, arguments, position), true};
 }
 
 void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced) {

@@ -62,6 +62,10 @@ public:
             if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, page);
         }
         if (report_.grid) planGrid();
+        for (const ReturnSite& returning : plan_->binding->unconnectedReturns()) {
+            const Rect box{0, 0, soundLength(returning.control->box.width), 0};
+            plan_->unshown.push_back(planSubReport(returning.content(), box, Site{left_}));
+        }
         return std::move(plan_);
     }
 
@@ -318,6 +322,12 @@ private:
     }
 
     PlannedContent planContent(const SubReportContent& content, const Rect& box, const Site& site) {
+        PlannedSubReport planned = planSubReport(content, box, site);
+        if (planned.plan) plan_->needsPageCount = plan_->needsPageCount || planned.plan->needsPageCount;
+        return planned;
+    }
+
+    PlannedSubReport planSubReport(const SubReportContent& content, const Rect& box, const Site& site) {
         PlannedSubReport planned;
         if (depth_ + 1 > limits::kSubReportDepth) {
             logWarning("sub-reports are nested more than " + std::to_string(limits::kSubReportDepth) +
@@ -328,13 +338,14 @@ private:
             planned.arguments.push_back(plan_->binding->compile(parameter.expression));
         }
         const auto queries = source_.data.rowQueries.find(&content.report->definition);
-        if (queries != source_.data.rowQueries.end()) planned.queries = queries->second;
+        if (queries != source_.data.rowQueries.end()) planned.rows.queries = queries->second;
         const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
         planned.plan = Planner(content.report->definition, source_, site.left + box.x, depth_ + 1)
                            .plan(width, plan_->binding->sources().data, content.parameters,
                                  content.hasSectionRows ? &plan_->binding->sources() : nullptr);
-        planned.hasSectionRows = content.hasSectionRows;
-        plan_->needsPageCount = plan_->needsPageCount || planned.plan->needsPageCount;
+        planned.rows.binding = planned.plan->binding.get();
+        planned.rows.areOfSection = content.hasSectionRows;
+        plan_->binding->connect(content, planned.rows, *planned.plan->binding);
         return planned;
     }
 

@@ -64,9 +64,8 @@ struct PlannedChart {
 
 struct PlannedSubReport {
     std::unique_ptr<ReportPlan> plan;  // null: nested deeper than limits::kSubReportDepth
-    bool hasSectionRows = false;
+    SubReportRows rows;
     std::vector<Expression> arguments;  // in the scope of the parent, in the order of the parameters
-    std::vector<std::shared_ptr<RowQuery>> queries;  // run for each instance
 };
 
 // When the value of a condition is known.
@@ -154,7 +153,8 @@ struct ReportPlan {
     Micrometres width = 0;  // of its sections: between the margins, or of the sub-report's box
     std::optional<PlannedSection> pageHeader, pageFooter;
     std::vector<PlannedSection> reportHeaders, reportFooters;
-    std::unique_ptr<PlannedGrid> grid;  // null: the report has none
+    std::unique_ptr<PlannedGrid> grid;      // null: the report has none
+    std::vector<PlannedSubReport> unshown;  // by this export, which reads the values that they return
     // Whether a condition, link, barcode, picture or chart uses the page count, here or in a sub-report.
     // Other texts can wait for it.
     bool needsPageCount = false;

@@ -83,10 +83,17 @@ struct SubReportParameter {
     std::u16string expression;  // in the parent's scope
 };
 
+// A value of the rows of a sub-report, which the parent reads by this name.
+struct ReturnedValue {
+    std::u16string name;
+    std::u16string expression;  // in the sub-report's scope
+};
+
 struct SubReportContent {
     Owned<Report> report;         // never null
     bool hasSectionRows = false;  // walks the rows of the section around it, in their order
     std::vector<SubReportParameter> parameters;
+    std::vector<ReturnedValue> returns;
 };
 
 using ControlContent = std::variant<TextContent, LineContent, BoxContent, PictureContent, BarcodeContent,

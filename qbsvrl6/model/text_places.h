@@ -14,7 +14,7 @@ namespace qbsvrl6 {
 
 // What a text is used for: the same text may be right for the rows of a chart and wrong for those of the
 // grid.
-enum class TextUse { Report, ChartRows, ReportTable, GridTable, ChartTable, Address };
+enum class TextUse { Report, ChartRows, ReportTable, GridTable, ChartTable, Address, Return, GroupKey };
 
 class TextPlaces {
 public:

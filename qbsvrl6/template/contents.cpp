@@ -3,8 +3,10 @@
 #include <string_view>
 #include <type_traits>
 #include <unordered_map>
+#include <utility>
 #include <variant>
 
+#include "qbsvrl6/bind/sort_terms.h"
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/template/schema.h"
@@ -49,6 +51,8 @@ public:
             addExpression(value);
         } else if constexpr (std::is_same_v<Codec, PlaceholderCodec>) {
             addText(value);
+        } else if constexpr (std::is_same_v<Codec, SortCodec>) {
+            addSort(value);
         }
     }
     template <class T, class Codec>
@@ -95,6 +99,7 @@ public:
     }
     void nestedReport(const char*, const Owned<Report>& report) {
         CollectElement inner(collected_, report->definition);
+        for (const std::u16string* const text : std::exchange(inner_, {})) inner.addExpression(*text);
         describeReport(inner, report->definition, ReportPlace::SubReport);
     }
 
@@ -107,10 +112,16 @@ public:
     void styleReference(const char*, const std::u16string&) {}
     void columnReference(const char*, const std::u16string&) {}
     void tableName(const char*, const std::u16string&, TextUse) {}
+    void returnName(const char*, const std::u16string&) {}
+    void innerExpression(const char*, const std::u16string& value) { inner_.push_back(&value); }
     void borders(const std::optional<BorderLine>&, const std::optional<BorderLine>&,
                  const std::optional<BorderLine>&, const std::optional<BorderLine>&) {}
     void paper(const PageSetup&) {}
     void refuse(bool, const char*) {}
+    template <class Describe>
+    void withoutReturns(Describe&& describe) {
+        describe();
+    }
     void bytes(const char*, const std::string&) {}
     void checkReferences(const ReportDefinition&) {}
     void refuseChildren(std::initializer_list<const char*>, const char*) {}
@@ -126,6 +137,13 @@ private:
         try {
             addNames(Expression::parse(text), text);
         } catch (const EngineError&) {  // NOLINT(bugprone-empty-catch): an export tells what is wrong
+        }
+    }
+
+    void addSort(const std::u16string& text) {
+        try {
+            for (const SortTerm& term : parseSortTerms(text)) addNames(term.expression, text);
+        } catch (const EngineError&) {  // NOLINT(bugprone-empty-catch): as above
         }
     }
 
@@ -146,10 +164,17 @@ private:
         for (const Aggregate& aggregate : expression.aggregates) {
             if (aggregate.argument) addNames(*aggregate.argument, text);
         }
+        for (const Lookup& lookup : expression.lookups) {
+            for (const Expression* const part :
+                 {lookup.sought.get(), lookup.key.get(), lookup.result.get()}) {
+                if (part != nullptr) addNames(*part, text);
+            }
+        }
     }
 
     Collected& collected_;
     const ReportDefinition& report_;
+    std::vector<const std::u16string*> inner_;  // expressions of the nested report that follows
 };
 
 }  // namespace

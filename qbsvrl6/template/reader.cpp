@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "qbsvrl6/bind/binding.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/log.h"
@@ -32,12 +33,18 @@ struct Reference {
 
 // An expression, a sort or a text with placeholders, which is checked against the whole report.
 struct NotedExpression {
-    enum class Kind { Expression, Sort, Placeholders };
+    enum class Kind { Expression, Sort, Placeholders, Return };
 
     std::string attribute;
     std::u16string text;
     Kind kind;
     bool knowsPage;
+    std::size_t offset;
+};
+
+// The name of a value that a sub-report returns.
+struct NotedReturn {
+    std::u16string name;
     std::size_t offset;
 };
 
@@ -75,6 +82,8 @@ struct Reading {
     std::string home;    // the same for reach.h; empty: the template is from no file
     std::vector<Reference> references;
     std::vector<NotedExpression> expressions;
+    std::vector<NotedExpression> innerExpressions;  // of the sub-report that follows
+    std::vector<NotedReturn> returns;
     std::vector<FoundError> errors;
     std::vector<FoundWarning> warnings;
     std::vector<PlacedText> texts;
@@ -243,6 +252,32 @@ public:
     }
 
     void tableName(const char* name, std::u16string& value, TextUse use) { placedText(name, value, use); }
+    void returnName(const char* name, std::u16string& value) {
+        required(name, value, TextCodec{});
+        const std::size_t offset = offsetOfAttribute(reading_.source.text(), node_, name);
+        reading_.returns.push_back({value, offset});
+        reading_.addText(value, TextUse::Return, offset);
+    }
+    // Page headers and footers have no row that a value could belong to.
+    template <class Describe>
+    void withoutReturns(Describe&& describe) {
+        const std::size_t before = reading_.returns.size();
+        describe();
+        for (std::size_t i = before; i < reading_.returns.size(); ++i) {
+            reading_.addError(ErrorCode::BadTemplate,
+                              "<Return> has no place in a page header or footer, which belongs to no row",
+                              reading_.returns[i].offset);
+        }
+    }
+    void innerExpression(const char* name, std::u16string& value) {
+        std::vector<NotedExpression>& noted = reading_.expressions;
+        const std::size_t before = noted.size();
+        required(name, value, ExpressionCodec{.mayBeBlank = false});
+        if (noted.size() == before) return;
+        noted.back().kind = NotedExpression::Kind::Return;
+        reading_.innerExpressions.push_back(std::move(noted.back()));
+        noted.pop_back();
+    }
 
     void borders(std::optional<BorderLine>& left, std::optional<BorderLine>& top,
                  std::optional<BorderLine>& right, std::optional<BorderLine>& bottom) {
@@ -324,9 +359,12 @@ public:
     void cell(const char* name, Control& control);
     void nestedReport(const char* name, Owned<Report>& report);
     void checkReferences(const ReportDefinition& report);
+    void checkReturns();
     void checkExpressions(const ReportDefinition& report);
     void checkFormats(const TextTemplate& text, std::size_t offset);
-    static void checkSort(Binding& binding, const NotedExpression& noted, const ReportDefinition& report);
+    static void checkReturn(const Expression& expression);
+    static void checkKnownGroups(const Binding& binding, const Expression& expression,
+                                 const NotedExpression& noted, const ReportDefinition& report);
     static void checkPageUse(const Expression& expression, const NotedExpression& noted);
 
     // Rejects attributes, elements and text that nothing has asked for.
@@ -377,6 +415,8 @@ private:
                 if (!hasPlaceholders || value.find(u'[') != std::u16string::npos) {
                     reading_.addText(value, useOf(found), offset);
                 }
+                const bool isKey = std::strcmp(node_.name(), "Group") == 0 && found == node_.attribute("by");
+                if (isKey) reading_.addText(value, TextUse::GroupKey, offset);
                 using Kind = NotedExpression::Kind;
                 constexpr Kind kind = hasPlaceholders ? Kind::Placeholders
                                       : isSort        ? Kind::Sort
@@ -524,6 +564,7 @@ void ReadElement::cell(const char* name, Control& control) {
 
 void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
     report = std::make_unique<Report>();
+    std::vector<NotedExpression> own = std::exchange(reading_.innerExpressions, {});
     child(name, [&](ReadElement& element) {
         if (++reading_.reportDepth > limits::kSubReportDepth) {
             element.addError("sub-reports are nested deeper than " + std::to_string(limits::kSubReportDepth),
@@ -533,12 +574,15 @@ void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
         report->definition.places = places;
         TextPlaces* const outerPlaces = std::exchange(reading_.places, places.get());
         std::vector<Reference> outer;
-        std::vector<NotedExpression> outerExpressions;
+        std::vector<NotedReturn> outerReturns;
         outer.swap(reading_.references);
-        outerExpressions.swap(reading_.expressions);
+        outerReturns.swap(reading_.returns);
+        for (const NotedExpression& noted : own) reading_.addText(noted.text, TextUse::Report, noted.offset);
+        own.swap(reading_.expressions);
         describeReport(element, report->definition, ReportPlace::SubReport);
         outer.swap(reading_.references);
-        outerExpressions.swap(reading_.expressions);
+        outerReturns.swap(reading_.returns);
+        own.swap(reading_.expressions);
         reading_.places = outerPlaces;
         --reading_.reportDepth;
     });
@@ -559,7 +603,17 @@ void ReadElement::checkReferences(const ReportDefinition& report) {
                               quoted(toUtf8(reference.name)),
                           reference.offset);
     }
+    checkReturns();
     checkExpressions(report);
+}
+
+void ReadElement::checkReturns() {
+    std::unordered_set<std::u16string> names;
+    for (const NotedReturn& returned : reading_.returns) {
+        if (names.insert(lowerCase(returned.name)).second) continue;
+        reading_.addError(ErrorCode::BadTemplate,
+                          "another <Return> is named " + quoted(toUtf8(returned.name)), returned.offset);
+    }
 }
 
 // The report's names without its data and columns.
@@ -581,7 +635,7 @@ ReportDefinition namesOf(const ReportDefinition& report) {
 void ReadElement::checkExpressions(const ReportDefinition& report) {
     ReportDefinition names = namesOf(report);
     const Table noRows{u""};
-    Binding binding(names, {nullptr, &noRows, nullptr}, {});
+    Binding binding(names, {nullptr, &noRows, nullptr}, {}, &report);
     for (const NotedExpression& noted : reading_.expressions) {
         if (trimmed(noted.text).empty()) continue;
         try {
@@ -590,11 +644,20 @@ void ReadElement::checkExpressions(const ReportDefinition& report) {
                     checkFormats(binding.compileText(noted.text), noted.offset);
                     break;
                 case NotedExpression::Kind::Sort:
-                    checkSort(binding, noted, report);
+                    for (const SortTerm& term : binding.compileSort(noted.text)) {
+                        checkPageUse(term.expression, noted);
+                        checkKnownGroups(binding, term.expression, noted, report);
+                    }
                     break;
-                case NotedExpression::Kind::Expression:
-                    checkPageUse(binding.compile(noted.text), noted);
+                case NotedExpression::Kind::Return:
+                    checkReturn(binding.compile(noted.text));
                     break;
+                case NotedExpression::Kind::Expression: {
+                    const Expression expression = binding.compile(noted.text);
+                    checkPageUse(expression, noted);
+                    checkKnownGroups(binding, expression, noted, report);
+                    break;
+                }
             }
         } catch (const EngineError& error) {
             reading_.addError(
@@ -618,11 +681,26 @@ void ReadElement::checkFormats(const TextTemplate& text, std::size_t offset) {
     }
 }
 
-void ReadElement::checkSort(Binding& binding, const NotedExpression& noted, const ReportDefinition& report) {
-    const std::vector<SortTerm> terms = binding.compileSort(noted.text);
-    for (const SortTerm& term : terms) checkPageUse(term.expression, noted);
-    for (std::size_t level = 0; report.grid && level < report.grid->groups.size(); ++level) {
-        if (report.grid->groups[level]->sort == noted.text) Binding::checkGroupSort(terms, level);
+void ReadElement::checkReturn(const Expression& expression) {
+    if (!expression.usesPage && !expression.usesPageCount) return;
+    throw EngineError(ErrorCode::BadExpression,
+                      "returned values are of rows, not of pages: no page number, page count or page total");
+}
+
+// Rows are chosen and sorted while only some groups are known.
+void ReadElement::checkKnownGroups(const Binding& binding, const Expression& expression,
+                                   const NotedExpression& noted, const ReportDefinition& report) {
+    if (!report.grid) return;
+    const bool isSort = noted.kind == NotedExpression::Kind::Sort;
+    if ((isSort ? report.grid->sort : report.grid->filter) == noted.text) {
+        binding.checkKnownGroups(expression, -1);
+    }
+    int level = 0;
+    for (const auto& group : report.grid->groups) {
+        if ((isSort ? group->sort : group->by) == noted.text) {
+            binding.checkKnownGroups(expression, isSort ? level : level - 1);
+        }
+        ++level;
     }
 }
 
@@ -733,7 +811,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const pugi::xml_node root = parse(source, document);
     const std::string folder = directoryOf(origin);
     const std::string home = folder.empty() && !origin.empty() ? "./" : folder;
-    Reading reading{source, folder, home, {}, {}, {}, {}, {}, {}};
+    Reading reading{source, folder, home, {}, {}, {}, {}, {}, {}, {}, {}};
     ReportDefinition definition;
     const auto places = std::make_shared<TextPlaces>();
     definition.places = places;

@@ -328,7 +328,8 @@ inline bool hasOwnRows(const ReportDefinition& report) {
 }
 
 // Parameters are expressions in the scope of the enclosing report and replace the values of the sub-report's
-// parameters of the same name. With rows="section", its rows are those of the section around it. The nested report is
+// parameters of the same name. `Return` gives values back: its expressions are in the scope of the nested report.
+// With rows="section", its rows are those of the section around it. The nested report is
 // complete, except that it has no pages; the depth is limited
 // (limits::kSubReportDepth).
 template <class Element, class ContentLike>
@@ -337,6 +338,10 @@ void describeSubReport(Element& element, ContentLike& subReport) {
     element.list("Parameter", subReport.parameters, [](auto& child, auto& parameter) {
         child.required("name", parameter.name, TextCodec{});
         child.required("expression", parameter.expression, ExpressionCodec{.mayBeBlank = false});
+    });
+    element.list("Return", subReport.returns, [](auto& child, auto& returned) {
+        child.returnName("name", returned.name);
+        child.innerExpression("expression", returned.expression);
     });
     element.nestedReport("Report", subReport.report);
     element.refuse(
@@ -406,6 +411,9 @@ void describeSection(Element& element, SectionLike& section) {
 }
 
 inline constexpr auto kSection = [](auto& element, auto& section) { describeSection(element, section); };
+inline constexpr auto kPageSection = [](auto& element, auto& section) {
+    element.withoutReturns([&] { describeSection(element, section); });
+};
 
 // Whether the expression is only a name, which headers and footers can show as the key of the group.
 inline bool isName(const std::u16string& expression) {
@@ -554,11 +562,11 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     });
     element.child("Data", [&](auto& data) { describeDataSource(data, report.data, TextUse::ReportTable); });
     if (hasPages) describePaper(element, report);
-    if (hasPages) element.pointer("PageHeader", report.pageHeader, kSection);
+    if (hasPages) element.pointer("PageHeader", report.pageHeader, kPageSection);
     element.list("ReportHeader", report.reportHeaders, kSection);
     element.pointer("Grid", report.grid, [](auto& grid, auto& value) { describeGrid(grid, value); });
     element.list("ReportFooter", report.reportFooters, kSection);
-    if (hasPages) element.pointer("PageFooter", report.pageFooter, kSection);
+    if (hasPages) element.pointer("PageFooter", report.pageFooter, kPageSection);
     element.checkReferences(report);
 }
 

@@ -84,6 +84,10 @@ public:
     void tableName(const char* name, const std::u16string& value, TextUse) {
         attribute(name, value, {}, TextCodec{});
     }
+    void returnName(const char* name, const std::u16string& value) { required(name, value, TextCodec{}); }
+    void innerExpression(const char* name, const std::u16string& value) {
+        required(name, value, ExpressionCodec{});
+    }
 
     void borders(const std::optional<BorderLine>& left, const std::optional<BorderLine>& top,
                  const std::optional<BorderLine>& right, const std::optional<BorderLine>& bottom) {
@@ -137,6 +141,10 @@ public:
     }
 
     void refuse(bool, const char*) {}
+    template <class Describe>
+    void withoutReturns(Describe&& describe) {
+        describe();
+    }
 
     void bytes(const char* name, const std::string& value);
     void text(const char* name, const std::u16string& value);

@@ -284,6 +284,9 @@ TEST(RowView, SortsGroups) {
         {u"", {group(u"m", u"m", 1), group(u"k", u"k", 1)}, "ae"},
         {u"", {group(u"m", u"m"), group(u"k", u"k", 1)}, "ae|c"},
         {u"", {group(u"m", u"m", 5, u"rest"), group(u"k", u"k", 1, u"rest")}, "ae|d|c|bf"},
+        {u"", {group(u"k", u"k"), group(u"v * 2 > Sum(v, Group)", u"")}, "ac|e|b|f|d"},
+        {u"", {group(u"k", u"Sum(v) desc", 2), group(u"v >= Sum(v) * 0.25", u"")}, "d|b|f"},
+        {u"", {group(u"k", u"Sum(v) desc", 2), group(u"v", u"v >= Sum(v, Report) * 0.25")}, "d|f|b"},
     };
     for (const Case& test : cases) {
         EXPECT_EQ(walked(rows, test.sort, test.groups), test.ids)
@@ -411,10 +414,19 @@ TEST(RowView, LogsTextsThatAreNoNumbers) {
             {u"Maximum(If(Code = 'x', null, Code))", "10"},
             {u"Year(Due) & -Left('ab', 1)", "2024"},
             {u"Count(Year(Due))", "1"},
+            {u"Count(If(Amount > 2000, 1, null))", "1"},
         };
         for (const auto& [expression, shown] : cases) {
             EXPECT_EQ(orders.show(u"[" + std::u16string(expression) + u"]"), shown) << toUtf8(expression);
         }
+    }
+    {
+        ReportDefinition sorted;
+        sorted.grid = std::make_unique<DetailGrid>();
+        sorted.grid->sort = u"Amount, Code, Name";
+        const Orders orders(std::move(sorted), R"([{"Amount": 5, "Code": "9", "Name": "b"},
+          {"Amount": "n/a", "Code": "10", "Name": "5"}, {"Amount": "7", "Code": "x", "Name": "a"}])");
+        const RowView view(orders.binding, {}, 0);
     }
     std::ifstream file(scratch.path / "log/qbsvrl6.log");
     std::string log;
@@ -424,12 +436,18 @@ TEST(RowView, LogsTextsThatAreNoNumbers) {
         log += line.substr(message) + '\n';
     }
     EXPECT_EQ(log,
+              "the field \"Amount\" is not a number in 2 rows, first in row 3: \"12abc\"; "
+              "it is compared as a text\n"
               "a calculated text is not a number: \"a\"; calculations treat it as empty\n"
               "the field \"Amount\" is not a number in 2 rows, first in row 3: \"12abc\"; "
               "calculations treat it as empty\n"
               "the field \"Due\" is not a date in 2 rows, first in row 3: \"2023-02-29\"; "
               "calculations treat it as empty\n"
-              "the parameter \"Rate\" is not a number: \"low\"; calculations treat it as empty\n");
+              "the parameter \"Rate\" is not a number: \"low\"; calculations treat it as empty\n"
+              "the sort by \"Amount\" finds numbers and texts: row 2 has the text \"n/a\"; "
+              "numbers come before texts\n"
+              "the sort by \"Code\" finds numbers and texts: row 3 has the text \"x\"; "
+              "texts of digits are compared as texts\n");
 }
 
 }  // namespace
