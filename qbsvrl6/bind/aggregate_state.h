@@ -9,6 +9,7 @@
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/bind/position.h"
 #include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/support/keyed_hash.h"
 
 namespace qbsvrl6 {
 
@@ -41,7 +42,7 @@ private:
     OwnedValue best_;
     OwnedValue bestNumber_;
     bool areNumbers_ = true;
-    std::unordered_set<std::u16string> distinct_;
+    std::unordered_set<std::u16string, KeyedHash> distinct_;
 };
 
 }  // namespace qbsvrl6

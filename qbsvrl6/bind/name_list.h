@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/support/keyed_hash.h"
+
 namespace qbsvrl6 {
 
 class NameList {
@@ -24,7 +26,7 @@ public:
     std::vector<std::u16string> names() && { return std::move(names_); }
 
 private:
-    std::unordered_map<std::u16string, std::size_t> indexes_;
+    std::unordered_map<std::u16string, std::size_t, KeyedHash> indexes_;
     std::vector<std::u16string> names_;
 };
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "qbsvrl6/sheet/xls/biff.h"
-#include "qbsvrl6/support/hash.h"
+#include "qbsvrl6/support/keyed_hash.h"
 
 namespace qbsvrl6 {
 
@@ -82,7 +82,7 @@ SharedTexts::SharedTexts() : slots_(1024) {}
 
 std::uint32_t SharedTexts::add(std::u16string_view text) {
     ++uses_;
-    const std::uint64_t hash = hashBytes(text.data(), text.size() * sizeof(char16_t));
+    const std::uint64_t hash = KeyedHash()(text);
     const std::size_t mask = slots_.size() - 1;
     std::size_t slot = hash & mask;
     for (; slots_[slot] != 0; slot = (slot + 1) & mask) {
