@@ -177,11 +177,14 @@ class Samples(unittest.TestCase):
                            capture_output=True, cwd="/")
             self.assertEqual(self.made("pdf", name).read_bytes(), pdf.read_bytes(), name)
 
-    def test_installed_samples_are_where_the_program_looks(self):
+    def test_installed_programs_find_their_files(self):
         prefix = self.directory / "usr"
         output_of("cmake", "--install", PROGRAM.parent.parent, "--prefix", prefix)
         result = output_of(prefix / "bin/qbsvrtest", "-s", prefix / "qbsvr6", self.directory / "installed").decode()
         self.assertIn(f"ReportCount={len(report_names())}.", result)
+        self.assertIn(b"pdf", output_of(prefix / "bin/qbreport", "formats"))
+        (flags,) = prefix.rglob("qbsvrl6.pc")
+        self.assertIn(f"prefix={prefix}\n", flags.read_text("utf-8"))
 
 
 if __name__ == "__main__":
