@@ -85,12 +85,14 @@ void ClkJsonComplexNode::DestroyTree() noexcept {
     ForgetChildren();
     const std::vector<ClkJsonNode*>& owners = m_Pool.Owners().Nodes();
     const auto isArray = [](const ClkJsonNode* node) { return node->m_Kind == ClkJsonArray; };
+    const auto owned = [isArray](const ClkJsonNode* node) -> const void* {
+        if (isArray(node)) return static_cast<const ClkJsonArrayNode*>(node)->m_Items.data();
+        return static_cast<const ClkJsonAtomNode*>(node)->m_Text.data();
+    };
     for (std::size_t i = 0; i < owners.size(); ++i) {
         if (i + 2 * kAhead < owners.size()) {
             __builtin_prefetch(owners[i + 2 * kAhead]);
-            const ClkJsonNode* const next = owners[i + kAhead];
-            if (!isArray(next))
-                __builtin_prefetch(static_cast<const ClkJsonAtomNode*>(next)->m_Text.data() - 1);
+            __builtin_prefetch(owned(owners[i + kAhead]));
         }
         if (isArray(owners[i])) {
             auto* const array = static_cast<ClkJsonArrayNode*>(owners[i]);
