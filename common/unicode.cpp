@@ -51,57 +51,122 @@ std::size_t ThreeByteLength(const Byte* from, std::size_t n) {
     return i;
 }
 
-// ---- Whole texts
+// ---- Whole texts, chunk by chunk
 
-// A string can't grow without being filled, so its text passes through a buffer of this size, which stays in
-// the first-level cache. The size of a longer text is counted first.
 constexpr std::size_t kChunk = 4096;
 
-// At least the units of UTF-8, up to the first invalid sequence: every byte may start one, except continuation
-// bytes.
-std::size_t CountUnits(const char* text, std::size_t n) {
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < n;) {
-        Byte ofBlock = 0;  // a byte, which makes the fastest vectors
-        for (const std::size_t stop = std::min(n, i + 255); i < stop; ++i) {
-            ofBlock = static_cast<Byte>(ofBlock + (static_cast<signed char>(text[i]) >= -0x40));
-        }
-        count += ofBlock;
-    }
-    return count;
+// The units that these bytes become: every byte starts one, except continuation bytes.
+std::size_t CountOutput(const char* text, std::size_t n) {
+    return static_cast<std::size_t>(
+        std::count_if(text, text + n, [](char c) { return static_cast<signed char>(c) >= -0x40; }));
 }
 
-std::size_t CountBytes(const lkchar* text, std::size_t n) {
+// The bytes that these units become.
+std::size_t CountOutput(const lkchar* text, std::size_t n) {
     std::size_t count = n;
-    for (std::size_t i = 0; i < n;) {
-        lkchar further = 0;
-        for (const std::size_t stop = std::min(n, i + kChunk); i < stop; ++i) {
-            further = static_cast<lkchar>(further + (text[i] >= 0x80) + (text[i] >= 0x800));
-        }
-        count += further;
-    }
+    for (std::size_t i = 0; i < n; ++i) count += (text[i] >= 0x80 ? 1u : 0u) + (text[i] >= 0x800 ? 1u : 0u);
     return count;
 }
 
-// A block that ends in a zero unit. Allocates space for `size` units and the slack of the kernels; `write` gets
-// its start and returns the end of what it has written.
-template <typename Unit, typename Write>
-void FillMemory(ClkMemory& out, std::size_t size, Write write) {
-    const auto setUnits = [](ClkMemory& block, std::size_t units) {
-        if (units > INT_MAX / sizeof(Unit)) throw std::bad_alloc();
-        block.SetSize(static_cast<int>(units * sizeof(Unit)));
-    };
-    ClkMemory block;  // the text may be in `out`
-    setUnits(block, size + utf8::kSlack + 1);
-    auto* const begin = static_cast<Unit*>(block.Data());
-    Unit* const end = write(begin);
-    *end = 0;
-    setUnits(block, static_cast<std::size_t>(end - begin) + 1);
-    out.Swap(block);
+// The expected size of the output. Long texts are sampled, since reading them twice would cost more than a
+// block that has to grow.
+template <typename Unit>
+std::size_t ExpectedOutput(const Unit* text, std::size_t n) {
+    constexpr std::size_t kSamples = 32;
+    constexpr std::size_t kSample = 256;
+    if (n <= kSamples * kSample) return CountOutput(text, n);
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < kSamples; ++i) {
+        count += CountOutput(text + (n - kSample) / (kSamples - 1) * i, kSample);
+    }
+    const double each = static_cast<double>(count) / (kSamples * kSample);
+    return each == 1 ? n : static_cast<std::size_t>(1.05 * each * static_cast<double>(n));
 }
 
-std::size_t SizeOf(const void* text, int n) {
-    return text == nullptr || n < 1 ? 0 : static_cast<std::size_t>(n);
+// The converters announce the size of a long text, and then, for each chunk, request space and commit the part
+// that they used.
+
+// Writes into a memory block that ends in a zero unit.
+template <typename Unit>
+class MemoryOutput {
+public:
+    void Expect(std::size_t units) { m_Expected = units; }
+    Unit* Room(std::size_t units) {
+        const std::size_t have = static_cast<std::size_t>(m_Block.Size()) / sizeof(Unit);
+        const std::size_t least = m_Size + units + utf8::kSlack + 1;
+        if (least > have) {
+            const std::size_t wanted = std::max(m_Expected + utf8::kSlack + 1, have + have / 4);
+            SetUnits(std::max(least, std::min(wanted, kMostUnits)));
+        }
+        return Units() + m_Size;
+    }
+    void Use(std::size_t units) { m_Size += units; }
+
+    void Finish(ClkMemory& out) {
+        SetUnits(m_Size + 1);
+        Units()[m_Size] = 0;
+        out.Swap(m_Block);
+    }
+
+private:
+    static constexpr std::size_t kMostUnits = INT_MAX / sizeof(Unit);
+
+    void SetUnits(std::size_t units) {
+        if (units > kMostUnits) throw std::bad_alloc();
+        m_Block.SetSize(static_cast<int>(units * sizeof(Unit)));
+    }
+    Unit* Units() { return static_cast<Unit*>(m_Block.Data()); }
+
+    ClkMemory m_Block;
+    std::size_t m_Size = 0;
+    std::size_t m_Expected = 0;
+};
+
+// Writes into a string. A string can't grow without being filled, so chunks pass through a buffer that stays
+// in the first-level cache.
+template <typename Text, std::size_t room>
+class StringOutput {
+public:
+    void Expect(std::size_t units) { m_Text.reserve(units); }
+    typename Text::value_type* Room(std::size_t) { return m_Chunk; }
+    void Use(std::size_t units) { m_Text.append(m_Chunk, units); }
+    Text Finish() { return std::move(m_Text); }
+
+private:
+    Text m_Text;
+    typename Text::value_type m_Chunk[room + utf8::kSlack];
+};
+
+template <typename Output>
+bool DecodeText(const char* text, int n, Output& output) {
+    if (text == nullptr || n < 1) return true;
+    const auto decode = utf8::KernelsFor(BestVectorLevel()).decode;
+    const auto size = static_cast<std::size_t>(n);
+    const auto* from = reinterpret_cast<const Byte*>(text);
+    const Byte* const end = from + size;
+    if (size > kChunk) output.Expect(ExpectedOutput(text, size));
+    while (from < end) {
+        const std::size_t chunk = std::min(kChunk, static_cast<std::size_t>(end - from));
+        lkchar* const units = output.Room(chunk);
+        lkchar* to = units;
+        if (!decode(from, from + chunk, end, to)) return false;
+        output.Use(static_cast<std::size_t>(to - units));
+    }
+    return true;
+}
+
+template <typename Output>
+void EncodeText(const lkchar* text, int n, Output& output) {
+    if (text == nullptr || n < 1) return;
+    const auto encode = utf8::KernelsFor(BestVectorLevel()).encode;
+    const auto size = static_cast<std::size_t>(n);
+    if (size > kChunk) output.Expect(ExpectedOutput(text, size));
+    for (std::size_t done = 0; done < size;) {
+        const std::size_t chunk = std::min(kChunk, size - done);
+        auto* const bytes = reinterpret_cast<Byte*>(output.Room(3 * chunk));
+        output.Use(static_cast<std::size_t>(encode(text + done, text + done + chunk, bytes) - bytes));
+        done += chunk;
+    }
 }
 
 }  // namespace
@@ -164,53 +229,32 @@ bool IsValidUtf8Str(const char* text, int n) {
 }
 
 void Utf8ToUnicode(const char* text, int n, ClkMemory& out) {
-    const std::size_t size = SizeOf(text, n);
-    FillMemory<lkchar>(out, size > kChunk ? CountUnits(text, size) : size, [text, size](lkchar* begin) {
-        const auto* from = reinterpret_cast<const Byte*>(text);
-        const Byte* const end = from + size;
-        lkchar* to = begin;
-        return utf8::KernelsFor(BestVectorLevel()).decode(from, end, end, to) ? to : begin;
-    });
+    MemoryOutput<lkchar> output;
+    if (DecodeText(text, n, output)) {
+        output.Finish(out);
+    } else {
+        MemoryOutput<lkchar>().Finish(out);
+    }
 }
 
 lkstr Utf8ToUnicode(const char* text, int n) {
-    lkstr units;
-    const std::size_t size = SizeOf(text, n);
-    const auto* from = reinterpret_cast<const Byte*>(text);
-    const Byte* const end = from + size;
-    const auto decode = utf8::KernelsFor(BestVectorLevel()).decode;
-    if (size > kChunk) units.reserve(CountUnits(text, size));
-    while (from < end) {
-        lkchar chunk[kChunk + utf8::kSlack];
-        lkchar* to = chunk;
-        if (!decode(from, from + std::min<std::ptrdiff_t>(kChunk, end - from), end, to)) return lkstr();
-        units.append(chunk, to);
-    }
-    return units;
+    StringOutput<lkstr, kChunk> output;
+    if (!DecodeText(text, n, output)) return lkstr();
+    return output.Finish();
 }
 
 void Utf8ToUnicode(const char* text, int n, lkstr& out) { out = Utf8ToUnicode(text, n); }
 
 void UnicodeToUtf8(const lkchar* text, int n, ClkMemory& out) {
-    const std::size_t size = SizeOf(text, n);
-    FillMemory<Byte>(out, size > kChunk ? CountBytes(text, size) : 3 * size, [text, size](Byte* begin) {
-        return utf8::KernelsFor(BestVectorLevel()).encode(text, text + size, begin);
-    });
+    MemoryOutput<Byte> output;
+    EncodeText(text, n, output);
+    output.Finish(out);
 }
 
 str UnicodeToUtf8(const lkchar* text, int n) {
-    str bytes;
-    const std::size_t size = SizeOf(text, n);
-    const auto encode = utf8::KernelsFor(BestVectorLevel()).encode;
-    if (size > kChunk) bytes.reserve(CountBytes(text, size));
-    for (std::size_t done = 0; done < size;) {
-        Byte chunk[3 * kChunk + utf8::kSlack];
-        const lkchar* const from = text + done;
-        const std::size_t units = std::min(kChunk, size - done);
-        bytes.append(chunk, encode(from, from + units, chunk));
-        done += units;
-    }
-    return bytes;
+    StringOutput<str, 3 * kChunk> output;
+    EncodeText(text, n, output);
+    return output.Finish();
 }
 
 void UnicodeToUtf8(const lkchar* text, int n, str& out) { out = UnicodeToUtf8(text, n); }
