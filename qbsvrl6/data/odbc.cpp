@@ -41,6 +41,7 @@ struct Odbc {
     QBSVR_LAZY_FUNCTION(library, SQLSetConnectAttrW);
     QBSVR_LAZY_FUNCTION(library, SQLSetStmtAttrW);
     QBSVR_LAZY_FUNCTION(library, SQLDriverConnectW);
+    QBSVR_LAZY_FUNCTION(library, SQLGetInfo);
     QBSVR_LAZY_FUNCTION(library, SQLDisconnect);
     QBSVR_LAZY_FUNCTION(library, SQLEndTran);
     QBSVR_LAZY_FUNCTION(library, SQLGetDiagRecW);
@@ -106,6 +107,10 @@ private:
 
 SQLPOINTER asPointer(SQLULEN value) { return reinterpret_cast<SQLPOINTER>(value); }
 
+// An attribute of PostgreSQL's driver: results come in blocks, by a cursor. Otherwise it holds them whole, at some
+// 700 bytes per row.
+constexpr SQLINTEGER kPostgresCursors = 65539;
+
 class Connection : public SqlConnection, public std::enable_shared_from_this<Connection> {
 public:
     explicit Connection(std::u16string_view connection)
@@ -123,6 +128,7 @@ public:
                                                          static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
                                                          nullptr, SQL_DRIVER_NOPROMPT);
         if (!SQL_SUCCEEDED(result)) failToConnect();
+        if (driverName().starts_with("psqlodbc")) set(kPostgresCursors, 1);
         set(SQL_ATTR_ACCESS_MODE, SQL_MODE_READ_ONLY);
         set(SQL_ATTR_TXN_ISOLATION, SQL_TXN_REPEATABLE_READ);
         set(SQL_ATTR_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF);
@@ -145,6 +151,13 @@ private:
     std::unique_ptr<Handle> newConnection() {
         odbc_.SQLSetEnvAttr(environment_.get(), SQL_ATTR_ODBC_VERSION, asPointer(SQL_OV_ODBC3), 0);
         return std::make_unique<Handle>(odbc_, SQL_HANDLE_DBC, environment_.get());
+    }
+
+    std::string driverName() const {
+        std::array<char, 64> name{};
+        odbc_.SQLGetInfo(connection_->get(), SQL_DRIVER_NAME, name.data(),
+                         static_cast<SQLSMALLINT>(name.size()), nullptr);
+        return name.data();
     }
 
     // The attribute is a hint to the driver. The statement lets the server refuse; not every database knows it.

@@ -41,7 +41,8 @@ with tempfile.TemporaryDirectory() as name:
     assert all(total in pages[1] for total in totals) and "Sales by city" not in pages[1], pages[1]
     assert "Sales by city" in pages[2] and "Page 1 of 1" in pages[2], pages[2]
 
-    assert all(total in text_of(folder / "from-csv.pdf") for total in totals)
+    for source in ("csv", "odbc", "lines"):
+        assert all(total in text_of(folder / f"from-{source}.pdf") for total in totals), source
     for city, product, other in (("Oslo", "Salmon", "Ham"), ("Lisbon", "Sardines", "Salmon")):
         text = text_of(folder / f"{city.lower()}.pdf")
         assert product in text and other not in text and f"{sum(amounts[city]):,.2f}" in text, text
