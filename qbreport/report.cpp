@@ -121,6 +121,10 @@ void Report::loadFile(const DataOptions& data) {
     if (data.file == kStandardStream && file_ == kStandardInput) {
         throw WrongUse("standard input cannot be both template and data; name a file for one of them");
     }
+    if (data.file == kStandardStream && kind == "jsonl") {
+        run([&] { return QBXReportLoadDataFrom(handle_, "jsonl", "-"); });
+        return;
+    }
     if (data.file == kStandardStream || file == FileKind::Stream) {
         const std::string bytes = readStream(data.file);
         loadBytes(kind, bytes, data.file == kStandardStream ? kStandardInput : data.file);

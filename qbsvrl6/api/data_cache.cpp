@@ -26,9 +26,18 @@ std::shared_ptr<const DataSet> fetchData(const Address& address, const Connectio
     return std::make_shared<const DataSet>(readSource(*openBytes(address), source));
 }
 
+// A template can't name it: whoever renders one may have other uses for it.
+bool isStandardInput(const Address& address, const ConnectionParts& source) {
+    return source.kind == SourceKind::JsonLines && address.name == u"-" &&
+           address.namedBy == NamedBy::Program;
+}
+
 }  // namespace
 
 std::shared_ptr<const DataSet> DataCache::get(const Address& address, const ConnectionParts& source) {
+    if (isStandardInput(address, source)) {
+        return std::make_shared<const DataSet>(readSource(*standardInput(), source));
+    }
     const std::string path = reachablePath(address).path;  // also for data in the cache
     Stamp stamp;
     if (!stampOf(path, stamp)) return fetchData(address, source);

@@ -1,17 +1,28 @@
 #include "qbsvrl6/data/byte_source.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <system_error>
 
 #include "qbsvrl6/data/load.h"
 #include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/reach.h"
 
 namespace qbsvrl6 {
 
 namespace {
+
+void countRead(std::size_t bytes, const std::string& origin) {
+    spend(&Budget::fetchedBytes, bytes, origin);
+    if (Spending* const spending = Spending::current()) spending->progress().bytes += bytes;
+}
 
 class MemoryBytes final : public ByteSource {
 public:
@@ -39,8 +50,7 @@ public:
         const Clock::time_point started = Clock::now();
         const std::size_t count = file_.read(to, size);
         spendTime(Clock::now() - started);
-        spend(&Budget::fetchedBytes, count, origin());
-        if (Spending* const spending = Spending::current()) spending->progress().bytes += count;
+        countRead(count, origin());
         return count;
     }
 
@@ -58,6 +68,30 @@ private:
 
     InputFile file_;
     Clock::duration time_{};  // not yet counted in the budget
+};
+
+class StandardInput final : public ByteSource {
+public:
+    StandardInput() : ByteSource("standard input") {}
+
+    std::size_t read(char* to, std::size_t size) override {
+        for (;;) {
+            checkTime();
+            pollfd waiting{STDIN_FILENO, POLLIN, 0};
+            if (::poll(&waiting, 1, kMillisecondsBetweenChecks) == 0) continue;
+            const ssize_t count = ::read(STDIN_FILENO, to, size);
+            if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+            if (count < 0) {
+                throw EngineError(ErrorCode::FileUnreadable, std::generic_category().message(errno),
+                                  {origin()});
+            }
+            countRead(static_cast<std::size_t>(count), origin());
+            return static_cast<std::size_t>(count);
+        }
+    }
+
+private:
+    static constexpr int kMillisecondsBetweenChecks = 50;  // while the other program is silent
 };
 
 class SpooledBytes final : public ByteSource {
@@ -83,6 +117,11 @@ std::unique_ptr<ByteSource> openBytes(const Address& address) {
     if (path.path.empty()) return std::make_unique<SpooledBytes>(download(address), std::move(origin));
     spend(&Budget::fetches, 1, origin);
     return std::make_unique<FileBytes>(std::move(path), std::move(origin));
+}
+
+std::unique_ptr<ByteSource> standardInput() {
+    spend(&Budget::fetches, 1, "standard input");
+    return std::make_unique<StandardInput>();
 }
 
 std::unique_ptr<ByteSource> bytesOf(std::string bytes, std::string origin) {

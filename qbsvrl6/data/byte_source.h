@@ -35,6 +35,9 @@ private:
 // downloaded first: into memory, or into a temporary file if they are many.
 std::unique_ptr<ByteSource> openBytes(const Address& address);
 
+// What other programs write to this one, as they write it.
+std::unique_ptr<ByteSource> standardInput();
+
 // Bytes in memory.
 std::unique_ptr<ByteSource> bytesOf(std::string bytes, std::string origin);
 
