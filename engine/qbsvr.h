@@ -224,7 +224,8 @@ QBSVR_API int QBReportLoadFromFile(tagQBReport* report, const lkchar* path);
 
 // Writes the report's definition as a template. The file is replaced as a whole or not at all, missing
 // folders are created, and relative names in the template are rewritten so that they still lead to the same
-// files. Returns zero if the file cannot be written.
+// files. Control characters, which XML cannot hold, are saved as U+FFFD, and the log names the attribute.
+// Returns zero if the file cannot be written.
 QBSVR_API int QBReportSaveToFile(tagQBReport* report, const lkchar* path);
 
 // Sets the PNG or JPEG picture that is painted on every page, below all else. The empty text removes it. Each
@@ -336,7 +337,8 @@ QBSVR_API tagQBExportType QBExportOptionGetExportType(tagQBExportOption* option)
 
 // Names the file of QBReportExport. Default: none. If the document has one file per page (PNG, unless all
 // pages are in one image), the pages after the first are written beside it as "name-2.png", "name-3.png" and
-// so on. A document in memory has the first page only.
+// so on. If one of them can't be written, those of this export are removed. Pages of an earlier document with
+// more pages stay. A document in memory has the first page only.
 QBSVR_API void QBExportOptionSetFileName(tagQBExportOption* option, const lkchar* file);
 
 // The options of one format, or null if the export has another format.

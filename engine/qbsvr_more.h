@@ -188,7 +188,7 @@ QBSVR_API int QBXReportSetExportOption(tagQBReport* report, const char* name, co
 QBSVR_API int QBXExportOptionSet(tagQBExportOption* option, const char* name, const char* value);
 
 // Runs the prepared export into a file, which is replaced as a whole or not at all. PNG has one file per page:
-// "a.png", "a-2.png", "a-3.png".
+// "a.png", "a-2.png", "a-3.png". If one of them can't be written, those of this export are removed.
 QBSVR_API int QBXReportExportToFile(tagQBReport* report, const char* path);
 
 // Runs the prepared export into memory. The bytes belong to the report until QBReportUnprepareExport.

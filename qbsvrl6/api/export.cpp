@@ -1,5 +1,7 @@
 #include "qbsvrl6/api/export.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <exception>
 #include <new>
@@ -285,12 +287,21 @@ ExportOptions& preparedOptions(Runtime& runtime) {
     return runtime.preparedOptions;
 }
 
+// The first page is written last: it is there only with all others.
 void exportToFile(Runtime& runtime, ExportOptions& options) {
     std::vector<std::string> furtherFiles;
     const Spool document = exportReport(runtime, options, &furtherFiles);
     const std::string file = fileNameOf(options);
-    for (std::size_t i = 0; i < furtherFiles.size(); ++i) writeFile(numbered(file, i + 2), furtherFiles[i]);
-    writeFile(file, document);
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < furtherFiles.size(); ++i) names.push_back(numbered(file, i + 2));
+    std::size_t written = 0;
+    try {
+        for (; written < names.size(); ++written) writeFile(names[written], furtherFiles[written]);
+        writeFile(file, document);
+    } catch (...) {
+        for (std::size_t i = 0; i < written; ++i) ::unlink(names[i].c_str());
+        throw;
+    }
 }
 
 Spool printedReport(Runtime& runtime) {

@@ -1,8 +1,10 @@
 #include <algorithm>
 
 #include "qbsvrl6/model/connection.h"
+#include "qbsvrl6/support/character_forms.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_writer.h"
 #include "qbsvrl6/template/schema.h"
@@ -163,8 +165,23 @@ private:
         out_ += ' ';
         out_ += name;
         out_ += "=\"";
+        const std::size_t start = out_.size();
         appendXmlValue(out_, value);
+        reportReplaced(name, start, countReplacements(value));
         out_ += '"';
+    }
+
+    static std::size_t countReplacements(std::string_view text) {
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = text.find(kReplacementCharacter, at)) != std::string_view::npos; ++at)
+            ++count;
+        return count;
+    }
+    // Logs that the value, written from `start` on, has more replacement characters than it was given with.
+    void reportReplaced(const char* name, std::size_t start, std::size_t given) const {
+        if (countReplacements(std::string_view(out_).substr(start)) == given) return;
+        logWarningOnce("\"" + std::string(name) + "\" of " + name_ +
+                       " has characters that XML can't hold; they are saved as U+FFFD");
     }
 
     WriteElement begin(const char* name) {
@@ -238,7 +255,9 @@ void WriteElement::text(const char* name, const std::u16string& value) {
     if (value.empty()) return;
     begin(name);
     out_ += '>';
+    const std::size_t start = out_.size();
     appendXmlText(out_, value);
+    reportReplaced(name, start, static_cast<std::size_t>(std::count(value.begin(), value.end(), u'\uFFFD')));
     out_ += "</";
     out_ += name;
     out_ += ">\n";
@@ -299,6 +318,7 @@ std::string writeTemplate(const ReportDefinition& definition, const std::string&
 }
 
 void saveTemplate(const ReportDefinition& definition, const std::string& path) {
+    const LogSubject subject(path);
     writeFile(path, writeTemplate(definition, directoryOf(path)));
 }
 

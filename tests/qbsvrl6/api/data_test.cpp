@@ -210,6 +210,14 @@ TEST_F(DataTest, SavedCopiesNameTheFilesOfTheirOriginal) {
         EXPECT_EQ(rows(copy), expected);
         fs::current_path(directory_);
     }
+    takeLog();
+    QBReportSetQuerySQL(report, u"a\x1.txt");
+    ASSERT_EQ(QBReportSaveToFile(report, u"c.qbf"), 1);
+    const std::string log = takeLog();
+    EXPECT_NE(
+        log.find("c.qbf: \"query\" of Data has characters that XML can't hold; they are saved as U+FFFD"),
+        std::string::npos)
+        << log;
 }
 
 TEST_F(DataTest, QueriesInheritTheirConnection) {

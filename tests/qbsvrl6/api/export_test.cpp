@@ -169,6 +169,11 @@ TEST_F(ApiTest, PagesThatNeedFilesOfTheirOwnAreNumbered) {
     EXPECT_EQ(bytesOf(QBReportExportToBinaryObject(report)), read("page.png"));
     EXPECT_NE(takeLog().find("1 pages after the first are left out"), std::string::npos);
     EXPECT_EQ(read("page-2.png").size(), read("page.png").size());
+    std::filesystem::create_directories(directory_ + "blocked.png");
+    QBExportOptionSetFileName(option, path("blocked.png").c_str());
+    EXPECT_EQ(QBReportExport(report, 0), 0);
+    EXPECT_FALSE(exists("blocked-2.png")) << "a page without the first";
+    QBExportOptionSetFileName(option, path("page.png").c_str());
     QBE2IMGOptionSetAllInOne(image, 1);
     std::filesystem::remove(directory_ + "page-2.png");
     EXPECT_EQ(QBReportExport(report, 0), 1) << takeLog();
