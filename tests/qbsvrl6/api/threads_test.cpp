@@ -1,3 +1,5 @@
+#include <sqlite3.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -87,6 +89,35 @@ TEST_F(ApiTest, ReportsOfManyThreadsDontMeet) {
         if (narrow(QBGetModulePath()).empty()) results[number] += "no path ";
     });
     for (const std::string& result : results) EXPECT_EQ(result, "");
+}
+
+// Each export has a connection and statements of its own; one of its queries runs per row.
+TEST_F(ApiTest, ThreadsReadOneDatabase) {
+    sqlite3* database = nullptr;
+    sqlite3_open("shop.db", &database);
+    ASSERT_EQ(sqlite3_exec(database,
+                           "CREATE TABLE O (n INTEGER, p DECIMAL(10,2), d DATE);"
+                           "WITH RECURSIVE i(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM i WHERE n < 200)"
+                           "INSERT INTO O SELECT n, n / 8.0, '2026-03-05' FROM i",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    write("shop.qbf", R"(<Report version="1"><Data connection="sqlite:shop.db" query="SELECT * FROM O"/>
+<Grid titleHeight="0mm"><Columns><Column name="n" width="60mm"><Content text="[n] [p:0.000] [d:yyyy]"/></Column>
+<Column name="s" width="60mm"><Content><SubReport><Parameter name="N" expression="n"/><Report>
+<Data query="SELECT count(*) AS c FROM O WHERE n &lt; :N"/><ReportHeader height="5mm">
+<Text width="20mm" height="5mm" text="[c]"/></ReportHeader></Report></SubReport></Content></Column>
+</Columns></Grid></Report>)");
+    const auto document = [&] {
+        const OwnReport report;
+        QBReportLoadFromFile(report, path("shop.qbf").c_str());
+        return exported(report, QBExportType_CSV);
+    };
+    const std::string expected = document();
+    ASSERT_NE(expected.find("200 25.000 2026,199"), std::string::npos) << expected << takeLog();
+    onThreads(4, [&](int) {
+        for (int round = 0; round < 3; ++round) EXPECT_EQ(document(), expected);
+    });
 }
 
 }  // namespace
