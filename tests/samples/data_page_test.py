@@ -3,8 +3,8 @@
 
 data_page_test.py PROGRAM DOCS
 
-A block "```csv orders.csv" is a file, "```sql shop.db" makes a database, "```xml" is a template, and "```output" is
-what the template before it becomes.
+A block "```csv orders.csv" is a file, "```sql shop.db" makes a database, "```xml" is a template, "```output" is what
+the template before it becomes, and "```log" what its export logs.
 """
 
 import pathlib
@@ -51,6 +51,8 @@ with tempfile.TemporaryDirectory() as name:
             log = export(folder, text)
             if " error" in log or not (folder / "example.csv").exists():
                 faults.append(f"{text}\n{log}")
+        elif kind == "log" and text.strip() not in log:
+            faults.append(f"expected:\n{text}\nfound:\n{log}")
         elif kind == "output":
             outputs += 1
             found = (folder / "example.csv").read_text("utf-8-sig").replace("\r\n", "\n")

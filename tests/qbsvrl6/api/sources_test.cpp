@@ -100,6 +100,34 @@ TEST_F(SourcesTest, QueriesRunPerRowOfTheOuterReport) {
     }
 }
 
+// Also in an order by them, and in lookups of the same rows.
+TEST_F(SourcesTest, QueriesPerRowReturnValues) {
+    write("tpl/p.json", R"([{"i":"tea"},{"i":"milk"},{"i":"salt"}])");
+    const std::string inner = R"xml(<Column name="s" width="60mm"><Content><SubReport>
+<Parameter name="Of" expression="n"/><Return name="Count" expression="LookupCount('', n = Of)"/>
+<Return name="First" expression="Minimum(If(LookupCount('', a = i) > 0, i, null))"/>
+<Report><Parameters><Parameter name="Of" type="number"/></Parameters><Data query="SELECT a, n FROM L WHERE n = :Of"/>
+<Grid titleHeight="0mm"><Recordset connection="xml" query="p.json"/><Columns><Column name="i" width="20mm"><Content
+text="[Lookup('', a = i, a)]"/></Column></Columns></Grid></Report></SubReport></Content></Column></Columns>)xml";
+    std::string all = columns("n");
+    all.replace(all.find("</Columns>"), 10,
+                R"(<Column name="v" width="30mm"><Content text="[Count] [First]"/></Column>)" + inner);
+    load(
+        R"(<Data connection="sqlite:shop.db" query="SELECT n FROM O"/><Grid titleHeight="0mm" sort="Count desc">)" +
+        all +
+        R"xml(</Grid><ReportFooter height="5mm"><Text width="20mm" height="5mm" text="[Sum(Count)]"/></ReportFooter>)xml");
+    for (int time = 0; time < 2; ++time) {
+        EXPECT_EQ(lines(), "1,2 milk,tea;,,milk;3,1 salt,;,,salt;2,0 ,;3,,;");
+    }
+    load(R"(<Data connection="sqlite:shop.db" query="SELECT n FROM O"/><ReportHeader height="5mm"><SubReport
+height="5mm"><Return name="N" expression="1"/><Report/></SubReport></ReportHeader>)");
+    lines();
+    const std::string log = takeLog();
+    EXPECT_NE(log.find("t.qbf:2:22: the returned value \"N\" hides the field of this name"),
+              std::string::npos)
+        << log;
+}
+
 TEST_F(SourcesTest, ParametersOfTheProgramWinOverDataAndDefaults) {
     write("tpl/p.json", R"({"Region":"west","rows":[{"x":1}]})");
     const std::string declared = R"(<Parameters><Parameter name="Region" value="east"/>

@@ -1,4 +1,5 @@
-// Reads each example of docs/data.md: the table below it lists what it becomes.
+// Reads each example of docs/data.md: the table below it lists what it becomes. Files that are only the data of a
+// template have no such table.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -64,6 +65,7 @@ TEST(DataPage, HasTheTablesOfItsExamples) {
         while (std::getline(page, text) && text != "```") bytes += text + "\n";
         std::string tables;
         for (int i = 0; i < 3; ++i) std::getline(page, text);  // a blank line and the head
+        if (isNamed && text != "|---|---|---|") continue;
         ASSERT_EQ(text, "|---|---|---|") << bytes;
         while (std::getline(page, text) && !text.empty()) tables += text + "\n";
         EXPECT_EQ(tablesOf(reader->second(*bytesOf(bytes, "example"))), tables) << bytes;
