@@ -63,6 +63,10 @@ struct DeflateStream::State {
 };
 
 DeflateStream::DeflateStream() : state_(std::make_unique<State>()) {}
+DeflateStream::DeflateStream(std::unique_ptr<State> used) : state_(std::move(used)) {
+    if (state_ == nullptr) state_ = std::make_unique<State>();
+    deflateReset(&state_->stream);
+}
 DeflateStream::~DeflateStream() = default;
 DeflateStream::DeflateStream(DeflateStream&&) noexcept = default;
 DeflateStream& DeflateStream::operator=(DeflateStream&&) noexcept = default;
@@ -78,10 +82,13 @@ void DeflateStream::append(std::string_view bytes) {
 }
 
 // A full flush ends on a byte boundary, and nothing after it refers to earlier bytes.
-void DeflateStream::end(bool isLast) {
+std::unique_ptr<DeflateStream::State> DeflateStream::end(bool isLast) {
     state_->run({}, isLast ? Z_FINISH : Z_FULL_FLUSH, compressed_);
-    state_.reset();
+    return std::move(state_);
 }
+
+ZipWriter::ZipWriter(Spool& output) : output_(output) {}
+ZipWriter::~ZipWriter() = default;
 
 // The fields of an entry that both of its headers have:
 //   u16 version that reads it | u16 flags | u16 method | u16 time | u16 date
@@ -111,9 +118,9 @@ void ZipWriter::begin(Entry entry) {
 }
 
 void ZipWriter::add(const std::string& name, std::string_view bytes) {
-    DeflateStream stream;
+    DeflateStream stream(std::move(used_));
     stream.append(bytes);
-    stream.end(true);
+    used_ = stream.end(true);
     begin({name, kDeflated, stream.crc_, stream.compressed_.size(), stream.size_});
     output_.append(std::move(stream.compressed_));
 }
@@ -125,7 +132,7 @@ void ZipWriter::addStored(const std::string& name, std::string_view bytes) {
 
 void ZipWriter::add(const std::string& name, DeflateStream first, DeflateStream second) {
     first.end(false);
-    second.end(true);
+    used_ = second.end(true);
     const auto crc = static_cast<std::uint32_t>(
         crc32_combine(first.crc_, second.crc_, static_cast<z_off_t>(second.size_)));
     begin({name, kDeflated, crc, first.compressed_.size() + second.compressed_.size(),

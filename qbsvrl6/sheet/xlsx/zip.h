@@ -27,8 +27,10 @@ public:
 private:
     friend class ZipWriter;
     struct State;
-    // Ends the stream. Unless `isLast`, another stream may follow it in the same entry.
-    void end(bool isLast);
+    // `used` is the state of a stream that has ended; null: a new one, which takes much longer.
+    explicit DeflateStream(std::unique_ptr<State> used);
+    // Ends the stream. Unless `isLast`, another stream may follow it in the same entry. Returns its state.
+    std::unique_ptr<State> end(bool isLast);
 
     std::unique_ptr<State> state_;
     Spool compressed_;
@@ -40,7 +42,10 @@ private:
 // Raises EngineError for an entry or an archive of 4 GiB and more.
 class ZipWriter {
 public:
-    explicit ZipWriter(Spool& output) : output_(output) {}
+    explicit ZipWriter(Spool& output);
+    ~ZipWriter();
+    ZipWriter(const ZipWriter&) = delete;
+    ZipWriter& operator=(const ZipWriter&) = delete;
 
     void add(const std::string& name, std::string_view bytes);
     // Without compression: for pictures, which are already compressed.
@@ -63,6 +68,7 @@ private:
 
     Spool& output_;
     std::vector<Entry> entries_;
+    std::unique_ptr<DeflateStream::State> used_;  // of an entry that is complete
 };
 
 }  // namespace qbsvrl6
