@@ -18,7 +18,7 @@ using namespace qbsvrl6;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 16'384;
+constexpr std::size_t kMaxSize = 4'096;  // larger reports only take longer
 constexpr std::string_view kDataLine = "\n=== data\n";
 constexpr std::string_view kRows =
     R"({"p": 1, "rows": [{"n": 1, "t": "a"}, {"n": 2, "t": "中文 and a longer text"}, {"n": 3, "t": ""}]})";
@@ -41,6 +41,7 @@ ExportOptions image(ImageKind kind) {
     ExportOptions options;
     options.kind = ExportKind::Image;
     options.imageKind = kind;
+    options.imageResolution = 36;
     return options;
 }
 
@@ -67,15 +68,15 @@ const std::array<Kind, 13>& kinds() {
 Budget smallBudget() {
     Budget budget;
     budget.wallMilliseconds = 10'000;
-    budget.dataBytes = 4u << 20;
-    budget.cells = 2'000;
+    budget.dataBytes = 1u << 20;
+    budget.cells = 500;
     budget.nameUnits = 200;
     budget.fetches = 0;
-    budget.pages = 4;
-    budget.pageItems = 500;
-    budget.pixels = 1'000'000;
-    budget.templateElements = 300;
-    budget.documentBytes = 4u << 20;
+    budget.pages = 2;
+    budget.pageItems = 200;
+    budget.pixels = 100'000;
+    budget.templateElements = 100;
+    budget.documentBytes = 1u << 20;
     return budget;
 }
 

@@ -135,8 +135,9 @@ void readAhead(const FontFace& face) {
     hb_shape_plan_destroy(hb_shape_plan_create(face.face, &properties, nullptr, 0, nullptr));
 }
 
-// Null if the bytes have no such face.
-std::unique_ptr<const FontFace> readFace(const std::string& file, int index, std::string_view bytes) {
+}  // namespace
+
+std::unique_ptr<const FontFace> readFontFace(const std::string& file, int index, std::string_view bytes) {
     auto face = std::make_unique<FontFace>();
     face->file = file;
     face->index = index;
@@ -158,8 +159,6 @@ std::unique_ptr<const FontFace> readFace(const std::string& file, int index, std
     return face;
 }
 
-}  // namespace
-
 FontFace::~FontFace() {
     hb_font_destroy(font);
     hb_face_destroy(face);
@@ -168,7 +167,7 @@ FontFace::~FontFace() {
 std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index) {
     MappedFile mapped(file);
     if (mapped.bytes().empty()) return nullptr;
-    auto face = withEnoughMemory([&] { return readFace(file, index, mapped.bytes()); });
+    auto face = withEnoughMemory([&] { return readFontFace(file, index, mapped.bytes()); });
     if (face != nullptr) mapped.keepForGood();
     return face;
 }

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "qbsvrl6/fonts/font_library.h"
 
@@ -13,6 +14,9 @@ namespace qbsvrl6 {
 // process. Returns null if the file can't be read or has no such face. Raises MachineError or std::bad_alloc
 // if descriptors or memory run out.
 std::unique_ptr<const FontFace> openFontFace(const std::string& file, int index);
+
+// Reads a face from the bytes of a font file, which must outlive it. Returns null if they have no such face.
+std::unique_ptr<const FontFace> readFontFace(const std::string& file, int index, std::string_view bytes);
 
 // A face for machines without fonts: it has no file, only widths by the class of a character. That is enough
 // for documents that readers draw with their own fonts.
