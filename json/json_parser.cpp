@@ -44,7 +44,7 @@ struct AtomScan {
     const lkchar* begin;  // of its units, without quotes
     const lkchar* end;
     const lkchar* next;             // after the value, or at the error
-    const lkchar* fault = nullptr;  // message
+    const lkchar* error = nullptr;  // message
     bool hasEscape = false;
 
     std::size_t Size() const { return static_cast<std::size_t>(end - begin); }
@@ -57,7 +57,7 @@ AtomScan ScanString(const lkchar* p, const lkchar* end) {
         p = FindFirstOf<u'"', u'\\', 0>(p, end);
         scan.next = p;
         if (p == end) {
-            scan.fault = kNoQuote;
+            scan.error = kNoQuote;
             return scan;
         }
         if (*p == u'"') break;
@@ -69,7 +69,7 @@ AtomScan ScanString(const lkchar* p, const lkchar* end) {
         scan.hasEscape = true;
         if (p + 1 == end || EscapedUnit(p[1]) == 0) {
             scan.next = p + 1;
-            scan.fault = kBadEscape;
+            scan.error = kBadEscape;
             return scan;
         }
         p += 2;
@@ -162,9 +162,9 @@ private:
             }
         }
         const AtomScan scan = ScanAtom(p, m_End);
-        if (scan.fault != nullptr) {
+        if (scan.error != nullptr) {
             Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, ClkJsonString, lkstr()));
-            Fail(scan.next, scan.fault);
+            Fail(scan.next, scan.error);
         }
         if (scan.hasEscape) {
             Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.Decoded()));
@@ -247,7 +247,7 @@ private:
 
 const lkchar* ClkJsonAtomNode::Parse(const lkchar* p, const lkchar* end) {
     const json_internal::AtomScan scan = json_internal::ScanAtom(p, end);
-    if (scan.fault != nullptr) json_internal::Raise(scan.next, end, scan.fault);
+    if (scan.error != nullptr) json_internal::Raise(scan.next, end, scan.error);
     m_Kind = scan.kind;
     SetText(scan.hasEscape ? scan.Decoded() : lkstr(scan.begin, scan.Size()));
     return scan.next;

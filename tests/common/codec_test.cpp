@@ -105,7 +105,7 @@ TEST(Base64, EveryLengthAndAnyNoiseDecode) {
     }
 }
 
-TEST(Base64, LengthsKeepTheirReserve) {
+TEST(Base64, LengthsIncludeLineEnds) {
     const struct {
         int bytes, encoded;
     } cases[] = {{0, 2}, {1, 6}, {2, 6}, {3, 6}, {4, 10}, {57, 80}, {58, 84}, {-5, 2}, {INT_MAX, INT_MAX}};
@@ -114,7 +114,7 @@ TEST(Base64, LengthsKeepTheirReserve) {
     EXPECT_EQ(Base64_DecodeLength(5), 6);
 }
 
-TEST(Base64, TheQuickTestLooksAtTheEndsAlone) {
+TEST(Base64, TheQuickTestExaminesOnlyTheEnds) {
     const str run(64, 'A');
     const struct {
         str text;
@@ -140,7 +140,7 @@ TEST(Base64, TheQuickTestLooksAtTheEndsAlone) {
     EXPECT_TRUE(IsBase64TextCode(u"\u0141\u0141", 2)) << "the low byte is tested";
 }
 
-TEST(Base64, ImageTextsStartBehindTheirComma) {
+TEST(Base64, ImageTextsStartAfterTheirComma) {
     const struct {
         lkstr text;
         std::ptrdiff_t start;  // -1 for none

@@ -171,7 +171,7 @@ TEST(MemoryStream, HandsItsBlockOverBothWays) {
     EXPECT_EQ(stream.Capacity(), 0);
 }
 
-TEST(BinDataPackage, RemembersItsPieces) {
+TEST(BinDataPackage, RecordsTheSizesOfItsParts) {
     using Sizes = std::vector<int>;
     ClkBinDataPackage package;
     package.AssignData("abc", 3);

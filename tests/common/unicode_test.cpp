@@ -66,7 +66,7 @@ TEST(Unicode, DecodesUtf8) {
     EXPECT_EQ(memory.Size(), 2);
 }
 
-TEST(Unicode, SingleUnitsReadNoByteBehindTheirSequence) {
+TEST(Unicode, SingleUnitsReadNoByteAfterTheirSequence) {
     using namespace std::string_literals;
     struct Case {
         str block;
@@ -122,7 +122,7 @@ TEST(Unicode, LongTextsMayChangeTheirScript) {
     EXPECT_EQ(Decode(pairs).size(), 18000u) << "a second byte that looks like a unit";
 }
 
-TEST(Unicode, TellsUtf8) {
+TEST(Unicode, DetectsUtf8) {
     struct Case {
         const char* name;
         str bytes;
@@ -134,7 +134,7 @@ TEST(Unicode, TellsUtf8) {
         {"lone lead of two", "\xC3", true, false},
         {"lone lead of three", "\xE4", true, false},
         {"two of three", "\xE4\xB8", true, true},
-        {"cut off, the second not looked at", "\xE4\x41", true, true},
+        {"cut off, the second is not examined", "\xE4\x41", true, true},
         {"three bytes", "\xE4\xB8\xAD", true, false},
         {"bad third byte", "\xE4\xB8\x41", false, true},
         {"bad second byte", "\xC3\x41", false, true},

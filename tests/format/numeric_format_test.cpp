@@ -118,7 +118,7 @@ TEST(NumericFormat, ChineseNumerals) {
     }
 }
 
-TEST(NumericFormat, EnumerationsStandInBraces) {
+TEST(NumericFormat, EnumerationsAreInBraces) {
     for (const lkchar* bad : {static_cast<const lkchar*>(nullptr), u"", u"{", u"{}", u"1=a}", u"{1=a"}) {
         EXPECT_EQ(Parser::ClkIntEnumAnalyser(bad).GetFormatText(), u"{}") << UnicodeTextToPrintf(bad);
     }

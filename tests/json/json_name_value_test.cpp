@@ -45,7 +45,7 @@ TEST(JsonNameValues, ReadFlatObjects) {
     }
 }
 
-TEST(JsonNameValues, AreWrittenAsTheyStand) {
+TEST(JsonNameValues, AreWrittenUnchanged) {
     EXPECT_EQ(JSON_EncodeNameValues({}), u"{}");
     EXPECT_EQ(JSON_EncodeNameValues({{u"a", u"1"}, {u"b\"", u"\"x\""}}), u"{\"a\":1,\"b\"\":\"x\"}");
 }

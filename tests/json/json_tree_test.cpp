@@ -16,14 +16,14 @@ namespace {
 template <class Json>
 lkstr Outcome(Json& json, const lkstr& text, const lkchar* separator = nullptr) {
     const std::vector<lkchar> units(text.begin(), text.end());  // an exact copy: detects overruns
-    lkstr fault;
+    lkstr error;
     try {
         json.Parse(units.data(), static_cast<int>(units.size()));
     } catch (const ClkException& e) {
         EXPECT_EQ(e.Type(), LKExceptionJson);
-        fault = u" !" + e.HintText();
+        error = u" !" + e.HintText();
     }
-    return json.Stringify(separator) + fault;
+    return json.Stringify(separator) + error;
 }
 
 lkstr ObjectOutcome(const lkstr& text) {
@@ -81,7 +81,7 @@ TEST(JsonTree, ReadsTheDialect) {
 }
 
 // After an error, the part before it remains.
-TEST(JsonTree, TellsFaults) {
+TEST(JsonTree, ReportsErrors) {
     const lkchar* const kData = u"。\\r\\n数据：";
     const lkchar* const kNoQuote = u"此位置预料的 '\"' 字符没有出现";
     const lkchar* const kNoColon = u"此位置预料的 ':' 字符没有出现";
@@ -121,7 +121,7 @@ TEST(JsonTree, TellsFaults) {
               lkstr(u"[] !数据尾部存在无法解析的数据") + kData + tail.substr(0, 128));
 }
 
-TEST(JsonTree, TheSeparatorStandsForLineBreaks) {
+TEST(JsonTree, TheSeparatorReplacesLineBreaks) {
     ClkObjectJson json;
     EXPECT_EQ(Outcome(json, u"{\"b\":[1],\"a\":\"x\"}", u"S"), u"{S\"a\":\"x\"S,S\"b\":[S1SS]S}");
     EXPECT_EQ(Outcome(json, u"{}", u"S"), u"{S}");
@@ -187,7 +187,7 @@ TEST(JsonTree, NodesParseOnTheirOwnAndOntoWhatIsThere) {
 }
 
 // Around the size at which the writer flushes its buffer.
-TEST(JsonTree, PiecesOfAnyLengthAreWritten) {
+TEST(JsonTree, TextsOfAnyLengthAreWritten) {
     for (std::size_t n = 2030; n < 2060; ++n) {
         lkstr run(n, u'x');
         run[n - 9] = u'"';
@@ -285,7 +285,7 @@ TEST(JsonTree, AllMemoryIsTakenBackAndUsedAgain) {
     }
 }
 
-TEST(JsonTree, FilesKeepTheDocument) {
+TEST(JsonTree, FilesContainTheDocument) {
     const lkstr path = lkstr_fromascii((testing::TempDir() + "json_tree_test.txt").c_str());
     ClkObjectJson json;
     json.Root().AddStringMember(u"名", u"值\n");
