@@ -119,13 +119,23 @@ text="[Lookup('', a = i, a)]"/></Column></Columns></Grid></Report></SubReport></
     for (int time = 0; time < 2; ++time) {
         EXPECT_EQ(lines(), "1,2 milk,tea;,,milk;3,1 salt,;,,salt;2,0 ,;3,,;");
     }
-    load(R"(<Data connection="sqlite:shop.db" query="SELECT n FROM O"/><ReportHeader height="5mm"><SubReport
-height="5mm"><Return name="N" expression="1"/><Report/></SubReport></ReportHeader>)");
-    lines();
-    const std::string log = takeLog();
-    EXPECT_NE(log.find("t.qbf:2:22: the returned value \"N\" hides the field of this name"),
-              std::string::npos)
-        << log;
+}
+
+TEST_F(SourcesTest, WarningsNameTheirPlaces) {
+    const auto expectWarning = [&](const std::string& body, const std::string& warning) {
+        load(R"(<Data connection="sqlite:shop.db" query="SELECT n, r FROM O ORDER BY n"/>)" + body);
+        lines();
+        const std::string log = takeLog();
+        EXPECT_NE(log.find(warning), std::string::npos) << log;
+    };
+    expectWarning(R"(<ReportHeader height="5mm"><SubReport
+height="5mm"><Return name="N" expression="1"/><Report/></SubReport></ReportHeader>)",
+                  "t.qbf:2:22: the returned value \"N\" hides the field of this name");
+    // Another text is equal to the key.
+    expectWarning(
+        R"(<Grid><Columns><Column name="r" width="20mm"><Content text="[r]" visibleWhen="r"/></Column>
+</Columns><Groups><Group by="r"/></Groups></Grid>)",
+        "t.qbf:2:26: the rows of the group \"r\" are not together: row 3 begins another group");
 }
 
 TEST_F(SourcesTest, ParametersOfTheProgramWinOverDataAndDefaults) {
