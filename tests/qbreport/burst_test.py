@@ -116,7 +116,7 @@ class Burst(unittest.TestCase):
         for data in ("rows.jsonl", "rows.json", "rows.csv", "rows.txt", "-"):
             with self.subTest(data):
                 source = pathlib.Path("rows.csv" if data == "-" else data).read_bytes()
-                self.run_it(self.words("-j4", data=data), input=source)
+                self.run_it(self.words("-j", "4", data=data), input=source)
                 files = self.tree()
                 shutil.rmtree("out")
                 head, lines = self.check_manifest(files)
@@ -126,6 +126,8 @@ class Burst(unittest.TestCase):
                     self.assertEqual((hashlib.sha256(documents[line["file"]]).hexdigest(), len(documents[line["file"]])), (line["sha256"], line["bytes"]))
                 self.assertEqual(documents, expected or documents)
                 expected = documents
+        self.burst("--manifest", "own.jsonl")
+        self.assertEqual(len(self.lines("own.jsonl")) - 1, len(self.accounts))
         for account in self.accounts[:3]:
             pathlib.Path("one.csv").write_text(as_csv(row for row in self.rows if row["Account"] == account), "utf-8", newline="")
             self.assertEqual(self.run_it([PROGRAM, "render", "s.qbf", "-d", "one.csv", "-f", "csv"]), expected[f"{account}.csv"])
@@ -137,7 +139,7 @@ class Burst(unittest.TestCase):
             with self.subTest(output):
                 options = {"data": data, "output": output}
                 expected = self.whole("-j1", **options)
-                self.assertEqual(self.whole("-j5", **options), expected)
+                self.assertEqual(self.whole("--workers", "5", **options), expected)
                 shards = (3, 100) if data == "rows.jsonl" else (3,)
                 for count in shards:
                     for number in range(1, count + 1):
