@@ -8,7 +8,9 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "engine/qbsvr_more.h"
 #include "engine/report_handle.h"
 #include "larkspur.h"
 
@@ -286,6 +288,18 @@ void SmallReports(benchmark::State& state, Kind kind) {
 QBSVR_SMALL_REPORTS(pdf, Kind::Pdf);
 QBSVR_SMALL_REPORTS(xlsx, Kind::Xlsx);
 QBSVR_SMALL_REPORTS(csv, Kind::Csv);
+
+// A call that does little more than recognise its handle, among those of many reports.
+void HandleLookup(benchmark::State& state) {
+    const std::vector<CQBReportHandle> reports(static_cast<std::size_t>(state.range(0)));
+    std::size_t next = 0;
+    for (auto _ : state) {
+        if (QBXReportGetPageCount(reports[next].m_report) != 0) std::abort();
+        if (++next == reports.size()) next = 0;
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(HandleLookup)->Arg(1)->Arg(10'000)->Threads(1)->Threads(2);
 
 }  // namespace
 
