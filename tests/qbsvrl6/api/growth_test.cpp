@@ -128,11 +128,18 @@ const Shape kShapes[] = {
 
 class GrowthTest : public ApiTest {
 protected:
+    static std::string dataOf(const Shape& shape, int n) {
+        return shape.data ? shape.data(n) : R"([{"a":1}])";
+    }
+    static std::string reportOf(const Shape& shape, int n, const std::string& data) {
+        return "<Report version='1'><Data connection='xml' query='" + data + "'/>" +
+               (shape.report ? shape.report(n) : header("<Text text='x'/>")) + "</Report>";
+    }
+
     // Measures loading the template and its data, and exporting the report.
     void measure(const Shape& shape, int n, std::size_t& count, std::size_t& bytes) {
-        write("growth.txt", shape.data ? shape.data(n) : R"([{"a":1}])");
-        write("growth.qbf", "<Report version='1'><Data connection='xml' query='growth.txt'/>" +
-                                (shape.report ? shape.report(n) : header("<Text text='x'/>")) + "</Report>");
+        write("growth.txt", dataOf(shape, n));
+        write("growth.qbf", reportOf(shape, n, "growth.txt"));
         const OwnReport report;
         const std::size_t countBefore = allocations;
         const std::size_t bytesBefore = allocatedBytes;
@@ -156,6 +163,19 @@ TEST_F(GrowthTest, IsLinearInTheInput) {
             << shape.name << ": allocations " << counts[0] << " " << counts[1] << " " << counts[2];
         EXPECT_LE(bytes[2] - bytes[1], 3 * (bytes[1] - bytes[0]) + 10'000)
             << shape.name << ": bytes " << bytes[0] << " " << bytes[1] << " " << bytes[2];
+    }
+}
+
+// For growth_test.py, which counts instructions.
+TEST_F(GrowthTest, WritesItsInputs) {
+    const char* const folder = std::getenv("QBSVR_GROWTH_INPUTS");
+    if (folder == nullptr) GTEST_SKIP() << "only with QBSVR_GROWTH_INPUTS";
+    for (const Shape& shape : kShapes) {
+        for (const int n : {400, 800, 1'600}) {
+            const std::string name = std::string(shape.name) + " " + std::to_string(n);
+            WriteFile(std::string(folder) + "/" + name + ".txt", dataOf(shape, n));
+            WriteFile(std::string(folder) + "/" + name + ".qbf", reportOf(shape, n, name + ".txt"));
+        }
     }
 }
 

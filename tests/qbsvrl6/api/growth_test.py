@@ -1,0 +1,51 @@
+#!/usr/bin/env python3
+"""Counts the instructions of qbsvrtest for inputs of n, 2n and 4n, as growth_test.cpp makes them: growth_test.py
+GROWTH_TEST QBSVRTEST
+
+Steps that allocate nothing are not visible in the counts of growth_test itself. The growth of a shape is the exponent
+e of n^e, from the differences between the three counts: 1 if the instructions grow like the input, 2 if they grow like
+its square. Valgrind counts, and needs a qbsvrtest without sanitizers. Fails if a shape grows faster than MOST_GROWTH.
+"""
+import math
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+MOST_GROWTH = 1.35
+
+
+def instructions(program, template):
+    """Of loading a template and its data, and exporting it to CSV."""
+    output = template.with_suffix(".csv")
+    run = subprocess.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", program, "-gen_full", template.parent,
+                          template, template.with_suffix(".txt"), output, "csv"], capture_output=True, text=True, check=True)
+    if not output.exists():
+        raise SystemExit(f"{template.name}: no document")
+    return int(re.search(r"Collected : (\d+)", run.stderr)[1])
+
+
+def main():
+    growth_test, program = sys.argv[1:]
+    failed = False
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        subprocess.run([growth_test, "--gtest_filter=GrowthTest.WritesItsInputs"], env=os.environ | {"QBSVR_GROWTH_INPUTS": name},
+                       stdout=subprocess.DEVNULL, check=True)
+        shapes = sorted({path.stem.rsplit(" ", 1)[0] for path in folder.glob("*.qbf")})
+        if not shapes:
+            raise SystemExit("growth_test has written no inputs")
+        for shape in shapes:
+            sizes = sorted(int(path.stem.rsplit(" ", 1)[1]) for path in folder.glob(f"{shape} *.qbf"))
+            counts = [instructions(program, folder / f"{shape} {size}.qbf") for size in sizes]
+            growth = math.log2((counts[2] - counts[1]) / (counts[1] - counts[0]))
+            wrong = growth > MOST_GROWTH
+            failed |= wrong
+            print(f"{shape:<55}{counts[0]:>14,}{counts[1]:>14,}{counts[2]:>14,}{growth:>7.2f}{'  grows too fast' * wrong}", flush=True)
+    sys.exit(failed)
+
+
+if __name__ == "__main__":
+    main()
