@@ -1,18 +1,20 @@
 #!/usr/bin/python3
 """Reports of ten thousand to ten million rows: CPU time and peak memory per source and format.
 
-usage: bench/rows_bench.py [LIBQBSVRL6] [ROWS ...] [SOURCE ...] [FORMAT ...]
-       (build/bench/lib/libqbsvrl6.so; 10000 100000 1000000 10000000; json xml; pdf xlsx csv)
+usage: bench/rows_bench.py [--library FILE] [--rows N ...] [--sources WORD ...] [--formats WORD ...]
 
 The report is sales.qbf: groups with sub-totals, and "page x of y". Each document is made by a process of its own, which
 loads the data from a file and exports to a file; the size of the document and its last row are checked. Memory is the
-largest resident set, with 9 MiB of the Python that calls the engine. Temporary files go to TMPDIR: if it is in memory
+largest resident set, with some 14 MiB of the Python that calls the engine. Temporary files go to TMPDIR: if it is in memory
 (tmpfs), the measured process does not show them.
 """
 
+import argparse
+import csv
 import json
 import pathlib
 import shutil
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -22,12 +24,14 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 from report_bench import ROOT, TEMPLATE, measured, rows  # noqa: E402
 
 KINDS = {"xls": 1, "xlsx": 1, "txt": 2, "htm": 3, "rtf": 4, "pdf": 5, "csv": 6}
-SOURCES = ("json", "xml")
+SOURCES = ("json", "csv", "jsonl", "sqlite", "xml")
+COLUMNS = {"Region": "TEXT", "No": "TEXT", "Date": "DATE", "Customer": "TEXT", "Product": "TEXT", "Quantity": "INTEGER",
+           "Price": "DECIMAL(10,2)", "Amount": "DECIMAL(12,2)", "Note": "TEXT"}
 REPEATED = 10_000  # rows that are made once; the others repeat them with their own numbers
 
 EXPORT = """
 import ctypes, sys
-library, folder, template, data, output, kind, xlsx = sys.argv[1:]
+library, folder, template, source, data, output, kind, xlsx = sys.argv[1:]
 engine = ctypes.CDLL(library)
 text = lambda s: ctypes.create_string_buffer(s.encode("utf-16-le") + b"\\0\\0")
 def call(name, *arguments, result=ctypes.c_int):
@@ -37,7 +41,12 @@ def call(name, *arguments, result=ctypes.c_int):
 handle = lambda pointer: ctypes.c_void_p(pointer)
 call("QBInitConfig", text(folder))
 report = handle(call("QBReportCreate", result=ctypes.c_void_p))
-assert call("QBReportLoadFromFile", report, text(template)) and call("QBReportLoadDataFromURL", report, text(data))
+assert call("QBReportLoadFromFile", report, text(template))
+if source == "json" or source == "xml":
+    assert call("QBReportLoadDataFromURL", report, text(data))
+else:
+    call("QBReportSetConnectionString", report, text("sqlite:" + data if source == "sqlite" else source))
+    call("QBReportSetQuerySQL", report, text("SELECT * FROM Sales" if source == "sqlite" else data))
 option = handle(call("QBReportPrepareExport", report, int(kind), result=ctypes.c_void_p))
 call("QBExportOptionSetFileName", option, text(output))
 if xlsx == "1":
@@ -56,17 +65,28 @@ def records(count):
 
 
 def write_data(path, source, count):
+    path.unlink(missing_ok=True)
+    if source == "sqlite":
+        with sqlite3.connect(path) as database:
+            database.execute("CREATE TABLE Sales (" + ", ".join(f"{name} {kind}" for name, kind in COLUMNS.items()) + ")")
+            database.executemany(f"INSERT INTO Sales VALUES ({', '.join('?' * len(COLUMNS))})",
+                                 ([row[name] for name in COLUMNS] for row in records(count)))
+        return
     encode = json.JSONEncoder(ensure_ascii=False).encode
-    with open(path, "w", encoding="utf-8") as file:
-        if source == "json":
-            for number, row in enumerate(records(count)):
-                file.write(("," if number else "[") + "\n" + encode(row))
-            file.write("]\n")
-        else:
+    with open(path, "w", encoding="utf-8", newline="") as file:
+        if source == "csv":
+            table = csv.DictWriter(file, COLUMNS)
+            table.writeheader()
+            table.writerows(records(count))
+        elif source == "xml":
             file.write("<rows>\n")
             for row in records(count):
                 file.write("<row " + " ".join(f'{name}="{value}"' for name, value in row.items()) + "/>\n")
             file.write("</rows>\n")
+        else:
+            for number, row in enumerate(records(count)):
+                file.write(("" if source == "jsonl" else ",\n" if number else "[\n") + encode(row) + ("\n" if source == "jsonl" else ""))
+            file.write("" if source == "jsonl" else "]\n")
 
 
 def has_last_row(path, kind, count):
@@ -80,7 +100,7 @@ def has_last_row(path, kind, count):
             text = b""
             with archive.open(last) as sheet:
                 while block := sheet.read(1 << 20):
-                    text = text[-(1 << 16):] + block
+                    text = text[-(1 << 22):] + block  # page breaks follow the rows
     else:
         with open(path, "rb") as file:
             file.seek(max(path.stat().st_size - (1 << 20), 0))
@@ -91,23 +111,24 @@ def has_last_row(path, kind, count):
 
 
 def main():
-    words = sys.argv[1:]
-    library = next((word for word in words if word.endswith(".so")), ROOT / "build/bench/lib/libqbsvrl6.so")
-    counts = [int(word) for word in words if word.isdigit()] or [10**4, 10**5, 10**6, 10**7]
-    sources = [word for word in words if word in SOURCES] or SOURCES
-    kinds = [word for word in words if word in KINDS] or ["pdf", "xlsx", "csv"]
+    words = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    words.add_argument("--library", default=ROOT / "build/bench/lib/libqbsvrl6.so")
+    words.add_argument("--rows", nargs="+", type=int, default=[10**4, 10**5, 10**6])
+    words.add_argument("--sources", nargs="+", choices=SOURCES, default=SOURCES[:4])
+    words.add_argument("--formats", nargs="+", choices=KINDS, default=["pdf", "xlsx", "csv"])
+    options = words.parse_args()
     folder = pathlib.Path(tempfile.mkdtemp(dir=tempfile.gettempdir()))
     print(f"{'rows':>9}  {'source':<7}{'MiB':>7}  {'format':<6}{'MiB':>7}{'wall s':>9}{'CPU s':>9}{'peak MiB':>10}{'rows/s':>10}")
     try:
-        for count in counts:
-            for source in sources:
-                data = folder / "data.txt"
+        for count in options.rows:
+            for source in options.sources:
+                data = folder / "data"
                 write_data(data, source, count)
                 size = data.stat().st_size / 2**20
-                for kind in kinds:
+                for kind in options.formats:
                     output = folder / f"document.{kind}"
                     output.unlink(missing_ok=True)
-                    command = ["/usr/bin/python3", "-I", "-S", "-c", EXPORT, library, folder, TEMPLATE, data, output, KINDS[kind], int(kind == "xlsx")]
+                    command = ["/usr/bin/python3", "-I", "-S", "-c", EXPORT, options.library, folder, TEMPLATE, source, data, output, KINDS[kind], int(kind == "xlsx")]
                     wall, cpu, peak = measured(command)
                     if not output.exists() or not has_last_row(output, kind, count):
                         print(f"{count:>9}  {source:<7}{size:>7.0f}  {kind:<6} no document: see {folder}/log", flush=True)
