@@ -71,7 +71,7 @@ CASES = {
        for file in ("rows.json", "rows.xml", "rows.jsonl", "rows.csv")},
     "render list.qbf -d - --data-kind csv:separator=comma -f csv < rows.csv": (0, re.escape(CSV), "$"),
     "render list.qbf -d - --data-kind jsonl -f csv < <(cat rows.jsonl)": (0, re.escape(CSV), "$"),
-    "render list.qbf -d - --data-kind jsonl -f csv < <(echo '{\"a\"')": (1, "$", "qbreport: error: standard input:1:5: "),
+    "render list.qbf -d - --data-kind jsonl -f csv < <(echo '{\"a\"')": (1, "$", "standard input:1:5: error: the data ends early: "),
     "render list.qbf --connection csv --query rows.csv -f csv": (0, re.escape(CSV), "$"),
     "render - -d rows.json -f csv -o - < list.qbf": (0, re.escape(CSV), "$"),
     "render list.qbf -d rows.json -f csv -P year=2031": (0, "\ufeff2031,", "$"),
