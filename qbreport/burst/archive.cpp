@@ -4,6 +4,12 @@
 
 namespace qbreport {
 
+namespace {
+
+constexpr std::size_t kMostWaiting = 1 << 18;
+
+}  // namespace
+
 std::unique_ptr<ArchiveWriter> ArchiveWriter::open(const std::string& path, const std::string& kind) {
     return kind == "zip" ? openZip(path) : openTar(path);
 }
@@ -12,13 +18,25 @@ ArchiveWriter::ArchiveWriter(const std::string& path)
     : path_(path), file_(openToWrite(path, false)), size_(sizeOf(file_, path)) {}
 
 void ArchiveWriter::cut(std::uint64_t size) {
+    waiting_.clear();
     truncate(file_, size, path_);
     size_ = size;
 }
 
 void ArchiveWriter::append(std::string_view bytes) {
-    write(file_, bytes, path_);
+    waiting_ += bytes;
     size_ += bytes.size();
+    if (waiting_.size() >= kMostWaiting) flush();
+}
+
+void ArchiveWriter::flush() {
+    write(file_, waiting_, path_);
+    waiting_.clear();
+}
+
+void ArchiveWriter::synchronize() {
+    flush();
+    qbreport::synchronize(file_, path_);
 }
 
 std::uint64_t ArchiveWriter::add(const std::string& name, std::string_view bytes) {

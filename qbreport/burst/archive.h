@@ -27,14 +27,15 @@ public:
     // The offset that a document has which is added after `size` bytes of archive.
     virtual std::uint64_t offsetAfter(std::uint64_t size, const std::string& name) const = 0;
 
-    // The bytes of a document that is in the archive; empty if the file is too short.
+    // The bytes of a document that is in the file; empty if the file is too short.
     std::string read(std::uint64_t offset, std::uint64_t size) const;
     // Removes everything after the first `size` bytes.
     void cut(std::uint64_t size);
     std::uint64_t size() const { return size_; }
     // Ends the archive. `manifest` lists its documents.
     virtual void finish(const std::string& manifest) = 0;
-    void synchronize() { qbreport::synchronize(file_, path_); }
+    // Everything that was added is on the disk when the function returns.
+    void synchronize();
 
 protected:
     explicit ArchiveWriter(const std::string& path);
@@ -42,6 +43,8 @@ protected:
     // What is before and after the bytes of a document.
     virtual std::string headerOf(const std::string& name, std::string_view bytes) const = 0;
     void append(std::string_view bytes);
+    // Writes what was added. Before that, it cannot be read.
+    void flush();
 
     const Descriptor& file() const { return file_; }
     const std::string& path() const { return path_; }
@@ -50,6 +53,7 @@ private:
     std::string path_;
     Descriptor file_;
     std::uint64_t size_;
+    std::string waiting_;
 };
 
 std::unique_ptr<ArchiveWriter> openTar(const std::string& path);

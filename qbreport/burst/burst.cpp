@@ -57,7 +57,7 @@ ExitStatus burst(const BurstOptions& options, Messages& messages) {
         isComplete = running.execute();
     } catch (...) {
         status.clear();
-        announce(plan, running.figures(), false, messages);
+        if (running.figures().done() > 0) announce(plan, running.figures(), false, messages);
         throw;
     }
     const RunFigures& figures = running.figures();

@@ -84,7 +84,8 @@ bool isFinished(const Entry& entry, const std::string& path) {
 void reopenArchive(const RunFiles& files) {
     const std::string part = partOf(files.manifest);
     if (!exists(part) && exists(files.manifest)) rename(files.manifest, part);
-    if (!exists(partOf(files.archive)) && exists(files.archive)) rename(files.archive, partOf(files.archive));
+    if (exists(part) && !exists(partOf(files.archive)) && exists(files.archive))
+        rename(files.archive, partOf(files.archive));
 }
 
 }  // namespace qbreport

@@ -67,6 +67,7 @@ Run::Run(const BurstPlan& plan, const RunOptions& options, const Survey& survey,
 }
 
 bool Run::execute() {
+    status_.begin(figures_);
     begin();
     RenderPlan render = plan_.render;
     render.dataKind = documents_.rows().kind();
@@ -104,6 +105,8 @@ void Run::begin() {
         // A shard that is made again must be what it was: nothing is replaced by something else.
         comparesOnly_ = !plan_.shard.isWhole() && exists(files.manifest);
         if (comparesOnly_) finished_ = FinishedFiles(files.manifest);
+        // The documents of the manifest are going to be replaced.
+        if (!comparesOnly_) remove(files.manifest);
     }
     manifest_.emplace(partOf(files.manifest), head_, 0);
     remove(files.failed);
@@ -114,7 +117,8 @@ void Run::beginArchive() {
     remove(files.failed);
     if (!options_.resumes) remove(partOf(files.manifest));
     if (options_.resumes) {
-        for (const std::string& path : {files.manifest, partOf(files.manifest)}) requireHead(path, head_);
+        const std::string part = partOf(files.manifest);
+        requireHead(exists(part) ? part : files.manifest, head_);
         reopenArchive(files);
     }
     archive_ = ArchiveWriter::open(partOf(files.archive), extensionOf(files.archive));
@@ -225,7 +229,7 @@ void Run::make(Job& job, Renderer& renderer) const {
     if (!expected.empty() && expected != entry.digest) {
         throw Failure("\"" + folder_ + job.name +
                       "\" is finished, but would now be another document; the inputs of \"" +
-                      plan_.files.manifest + "\" have changed");
+                      plan_.files.manifest + "\" have changed; remove it to make the shard anew");
     }
     if (archive_ != nullptr) {
         job.bytes = rendered.bytes;

@@ -65,6 +65,10 @@ void RunStatus::show(const RunFigures& figures) {
     showLine(text);
 }
 
+void RunStatus::begin(const RunFigures& figures) {
+    if (!metrics_.empty()) writeMetrics(figures, false);
+}
+
 void RunStatus::finish(const RunFigures& figures, bool isComplete) {
     clear();
     if (!metrics_.empty()) writeMetrics(figures, isComplete);

@@ -30,6 +30,8 @@ public:
     // Both are cheap: they show something a few times a second only.
     void showSurvey(double share);
     void show(const RunFigures& figures);
+    // Raises Failure if the metrics cannot be written.
+    void begin(const RunFigures& figures);
     // Clears the line, and writes the last metrics.
     void finish(const RunFigures& figures, bool isComplete);
     // Before something else is written to standard error.

@@ -48,6 +48,7 @@ public:
     }
 
     void finish(const std::string& manifest) override {
+        flush();  // the directory needs the checksums
         const std::uint64_t begin = size();
         std::uint64_t count = 0;
         ManifestReader reader(manifest);
