@@ -107,8 +107,8 @@ void BM_CompressPagesAlone(benchmark::State& state) {
     std::vector<std::string> pages;
     Spool output;
     PdfFile file(output);
-    PdfFonts fonts(false);
-    PdfPictures pictures(file);
+    PdfFonts fonts({});
+    PdfPictures pictures(file, PdfStandard::None);
     PdfCanvas canvas(fonts, pictures);
     std::vector<PendingItem> pending;
     std::size_t bytes = 0;

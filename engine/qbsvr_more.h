@@ -178,6 +178,20 @@ QBSVR_API int QBXReportPrepareExport(tagQBReport* report, const char* format);
 // | resolution       | "36" to "1200": dots per inch of images   | as the template says                  |
 // | all-in-one       | "yes", "no": all pages in one image       | no                                    |
 // | whole-fonts      | "yes", "no": instead of subsets, in PDF   | no                                    |
+// | standard         | "none", "a-1b", "a-2b", "a-2u", "a-3b",   | as the template says, else "a-2u"     |
+// |                  | "a-3u": the level of PDF/A of a PDF       |                                       |
+// | created          | the date of a PDF: "2026-03-01", or       | as the template says, else none       |
+// |                  | "2026-03-01T09:30:00+08:00"               |                                       |
+// | user-password    | a password that opens a PDF               | none: everybody can open it           |
+// | owner-password   | a password that lifts its restrictions    | none: nobody can lift them            |
+// | permissions      | "none", or "print", "print-coarsely",     | all                                   |
+// |                  | "copy", "change", "annotate",             |                                       |
+// |                  | "fill-forms", "assemble", with commas     |                                       |
+// | sign-key         | a PKCS#12 file: its key signs a PDF       | none: the PDF is not signed           |
+// | sign-password    | its password                              | none                                  |
+// | sign-reason      | a text of the signature                   | none                                  |
+// | sign-location    | a text of the signature                   | none                                  |
+// | sign-time-server | the web address of a time-stamp server    | none                                  |
 // | csv.defuse       | "yes", "no": an apostrophe before texts   | as the template and the settings file |
 // |                  | that a spreadsheet would calculate        | say                                   |
 //

@@ -29,7 +29,7 @@ GlyphRun runOf(const FontFace& face) {
 
 void embed(const FontFace& face) {
     lineMetricsOf(face);
-    PdfFonts fonts(false);
+    PdfFonts fonts({});
     fonts.use(face).take(runOf(face), kText);
     Spool output;
     PdfFile file(output);

@@ -1,4 +1,5 @@
 // qbreport render: a template and data become documents.
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -79,6 +80,27 @@ void requireWritable(const Output& output, const RenderOptions& options) {
 
 using NamedValue = std::pair<std::string, std::string>;
 
+// "@file" is the first line of a file: other users of the machine see the words of a command.
+void readPassword(std::string& value) {
+    if (!value.starts_with('@')) return;
+    constexpr std::size_t kMostBytes = 4'096;
+    std::string bytes = readBytes(value.substr(1), kMostBytes);
+    value = bytes.substr(0, bytes.find_first_of("\r\n"));
+    explicit_bzero(bytes.data(), bytes.size());
+}
+
+// Options of an export. Passwords among them are cleared.
+struct ExportValues {
+    std::vector<NamedValue> list;
+
+    explicit ExportValues(std::vector<NamedValue> values) : list(std::move(values)) {}
+    ~ExportValues() {
+        for (auto& [name, value] : list) explicit_bzero(value.data(), value.size());
+    }
+    ExportValues(const ExportValues&) = delete;
+    ExportValues& operator=(const ExportValues&) = delete;
+};
+
 // Opens an export with its options.
 void prepare(Report& report, const Output& output, const std::vector<NamedValue>& values) {
     bool isPrepared = QBXReportPrepareExport(report.handle(), output.format.c_str()) != 0;
@@ -141,23 +163,24 @@ std::vector<NamedValue> exportOptions(const FormatOptions& options) {
             throw WrongUse("\"" + option + "\" is no option; write it as name=value");
         }
         values.emplace_back(option.substr(0, equals), option.substr(equals + 1));
+        if (values.back().first.ends_with("password")) readPassword(values.back().second);
     }
     return values;
 }
 
 ExitStatus render(const RenderOptions& options, Messages& messages) {
     const std::vector<Output> outputs = outputsOf(options);
-    const std::vector<NamedValue> values = exportOptions(options.format);
+    const ExportValues values(exportOptions(options.format));
     Report report(messages);
     for (const Output& output : outputs) {
-        prepare(report, output, values);
+        prepare(report, output, values.list);
         requireWritable(output, options);
     }
     report.loadTemplate(options.file);
     report.loadData(options.data);
     report.requireData(options.data);
     for (const Output& output : outputs) {
-        prepare(report, output, values);
+        prepare(report, output, values.list);
         if (output.isStandardOutput()) {
             exportToStandardOutput(report);
         } else {

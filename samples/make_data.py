@@ -121,6 +121,46 @@ def invoice(rnd):
     }
 
 
+def factur_x(bill):
+    """The invoice for programs: Factur-X and ZUGFeRD, profile MINIMUM."""
+    types = "urn:un:unece:uncefact:data:standard:"
+    party = lambda kind, name, country, tax="": (
+        f"    <ram:{kind}TradeParty>\n     <ram:Name>{name}</ram:Name>\n"
+        f"     <ram:PostalTradeAddress><ram:CountryID>{country}</ram:CountryID></ram:PostalTradeAddress>\n"
+        f"{tax}    </ram:{kind}TradeParty>\n")
+    seller_tax = ('     <ram:SpecifiedTaxRegistration><ram:ID schemeID="VA">CN91310000MA1XXXXX5B</ram:ID>'
+                  "</ram:SpecifiedTaxRegistration>\n")
+    return f"""<?xml version="1.0" encoding="UTF-8"?>
+<rsm:CrossIndustryInvoice xmlns:rsm="{types}CrossIndustryInvoice:100"
+    xmlns:ram="{types}ReusableAggregateBusinessInformationEntity:100" xmlns:udt="{types}UnqualifiedDataType:100">
+ <rsm:ExchangedDocumentContext>
+  <ram:GuidelineSpecifiedDocumentContextParameter>
+   <ram:ID>urn:factur-x.eu:1p0:minimum</ram:ID>
+  </ram:GuidelineSpecifiedDocumentContextParameter>
+ </rsm:ExchangedDocumentContext>
+ <rsm:ExchangedDocument>
+  <ram:ID>{bill["InvoiceNo"]}</ram:ID>
+  <ram:TypeCode>380</ram:TypeCode>
+  <ram:IssueDateTime><udt:DateTimeString format="102">{bill["Date"].replace("-", "")}</udt:DateTimeString></ram:IssueDateTime>
+ </rsm:ExchangedDocument>
+ <rsm:SupplyChainTradeTransaction>
+   <ram:ApplicableHeaderTradeAgreement>
+{party("Seller", bill["Seller"], "CN", seller_tax)}{party("Buyer", bill["Buyer"], "CN")}   </ram:ApplicableHeaderTradeAgreement>
+   <ram:ApplicableHeaderTradeDelivery/>
+   <ram:ApplicableHeaderTradeSettlement>
+    <ram:InvoiceCurrencyCode>CNY</ram:InvoiceCurrencyCode>
+    <ram:SpecifiedTradeSettlementHeaderMonetarySummation>
+     <ram:TaxBasisTotalAmount>{bill["Total"]:.2f}</ram:TaxBasisTotalAmount>
+     <ram:TaxTotalAmount currencyID="CNY">{bill["Tax"]:.2f}</ram:TaxTotalAmount>
+     <ram:GrandTotalAmount>{bill["GrandTotal"]:.2f}</ram:GrandTotalAmount>
+     <ram:DuePayableAmount>{bill["GrandTotal"]:.2f}</ram:DuePayableAmount>
+    </ram:SpecifiedTradeSettlementHeaderMonetarySummation>
+   </ram:ApplicableHeaderTradeSettlement>
+ </rsm:SupplyChainTradeTransaction>
+</rsm:CrossIndustryInvoice>
+"""
+
+
 def sales_by_month(rnd):
     rows = []
     for category, name, price, _ in PRODUCTS:
@@ -363,6 +403,7 @@ def main():
     save(JSON / "jsonCustomer.txt", customers(random.Random(1), 48))
     save(JSON / "jsonProduct.txt", products(random.Random(2)))
     save(JSON / "jsonInvoice.txt", invoice(random.Random(3)))
+    (REPORTS / "3a.factur-x.xml").write_text(factur_x(invoice(random.Random(3))), encoding="utf-8")
     save(JSON / "jsonSalesByMonth.txt", sales_by_month(random.Random(4)))
     save(JSON / "jsonStatement.txt", statement(random.Random(5), 640))
     save(JSON / "jsonQuarter.txt", quarterly(random.Random(6)))

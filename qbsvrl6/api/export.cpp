@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "qbsvrl6/api/attachments.h"
 #include "qbsvrl6/api/drawings.h"
 #include "qbsvrl6/api/export_kinds.h"
 #include "qbsvrl6/api/handles.h"
@@ -188,8 +189,9 @@ private:
 
 // Reads the data and lays the report out into the sink.
 ReportData layOutInto(Runtime& runtime, const LayoutOptions& options, PageSink& sink,
-                      bool mayLackData = false) {
+                      bool mayLackData = false, std::vector<PdfAttachment>* attachments = nullptr) {
     const ReportData data = collectData(runtime.report, mayLackData);
+    if (attachments != nullptr) *attachments = loadAttachments(runtime.report.definition, data);
     ChartDataRestorer restorer;
     requestChartData(runtime.report, nullptr, restorer);
     layOut(runtime.report.definition, data, options, sink);
@@ -204,12 +206,14 @@ Spool makeDocument(Runtime& runtime, const ExportOptions& options, std::vector<s
                   layoutOptionsFor(options),
                   backgroundOf(definition),
                   furtherFiles,
-                  processSettings().defuseFormulas};
+                  processSettings().defuseFormulas,
+                  std::make_shared<std::vector<PdfAttachment>>()};
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
     Spool output;
     BudgetGuard sink(makeSink(job, output), output, job.layout.paged);
-    layOutInto(runtime, job.layout, sink);
+    layOutInto(runtime, job.layout, sink, false,
+               options.kind == ExportKind::Pdf ? job.attachments.get() : nullptr);
     return output;
 }
 

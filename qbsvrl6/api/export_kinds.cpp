@@ -1,15 +1,20 @@
 #include "qbsvrl6/api/export_kinds.h"
 
 #include <algorithm>
+#include <ctime>
 #include <iterator>
 #include <utility>
 
 #include "qbsvrl6/api/page_filter.h"
+#include "qbsvrl6/data/load.h"
 #include "qbsvrl6/layout/cell_columns.h"
 #include "qbsvrl6/paint/pdf/pdf.h"
+#include "qbsvrl6/paint/pdf/pdf_metadata.h"
 #include "qbsvrl6/paint/raster/raster.h"
 #include "qbsvrl6/sheet/writers.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/files.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -17,9 +22,90 @@ namespace {
 
 using Sink = std::unique_ptr<PageSink>;
 
+// Attached files need part 3 of the standard, and passwords no standard: a standard document can be read by
+// everybody. A program may ask for another one than the template.
+PdfStandard standardOf(const ExportJob& job) {
+    const PdfSettings& settings = job.report.pdf;
+    const bool hasFiles = !settings.attachments.empty();
+    const bool isProtected = job.options.pdfProtection.isSet();
+    const PdfStandard fallback = isProtected ? PdfStandard::None
+                                 : hasFiles  ? PdfStandard::A3u
+                                             : kDefaultStandard;
+    const PdfStandard standard = job.options.pdfStandard.value_or(settings.standard.value_or(fallback));
+    if (isProtected && standard != PdfStandard::None) {
+        throw EngineError(
+            ErrorCode::NotSupported,
+            "passwords and permissions exclude PDF/A, which everybody can read: the standard is \"none\"");
+    }
+    if (hasFiles && !allowsAttachments(standard)) {
+        throw EngineError(
+            ErrorCode::NotSupported,
+            "this standard allows no attached files of any kind: \"a-3u\" and \"none\" do",
+            {{}, job.report.placesOf(settings.attachments.front().name, TextUse::Address).front()});
+    }
+    return standard;
+}
+
+// In UTC.
+std::u16string now() {
+    const std::time_t seconds = std::time(nullptr);
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    char text[32];
+    std::strftime(&text[0], sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return toUtf16(&text[0]);
+}
+
+bool hasSignatureBox(const ReportDefinition& report) {
+    const std::vector<Control*> controls = allControls(const_cast<ReportDefinition&>(report));
+    return std::any_of(controls.begin(), controls.end(), [](const Control* control) {
+        if (const auto* inner = std::get_if<SubReportContent>(&control->content)) {
+            return hasSignatureBox(inner->report->definition);
+        }
+        const auto* const box = std::get_if<BoxContent>(&control->content);
+        return box != nullptr && box->isSignature;
+    });
+}
+
+std::optional<PdfSignatureOptions> signatureOf(const ExportJob& job) {
+    const PdfSigning& signing = job.options.pdfSigning;
+    if (!signing.isSet()) return std::nullopt;
+    if (job.options.pdfProtection.isSet()) {
+        throw EngineError(ErrorCode::NotSupported,
+                          "a document has either passwords and permissions or a signature");
+    }
+    constexpr std::size_t kMostBytes = 1u << 20;
+    PdfSignatureOptions options;
+    options.key = readFile(signing.keyFile, kMostBytes);
+    options.password = signing.password;
+    options.reason = signing.reason;
+    options.location = signing.location;
+    options.date = pdfDate(job.options.created.empty() ? now() : job.options.created);
+    options.hasBox = hasSignatureBox(job.report);
+    if (signing.timeServer.empty()) return options;
+    options.askTime = [server = toUtf16(signing.timeServer)](const std::string& request) {
+        auto query = std::make_shared<WebRequest>();
+        query->isPost = true;
+        query->headers = {{"Content-Type", "application/timestamp-query"}};
+        query->body = request;
+        return fetch({server, {}, NamedBy::Program, {}, std::move(query)}, kMostBytes);
+    };
+    return options;
+}
+
 Sink makePdf(const ExportJob& job, Spool& output) {
-    return makePdfWriter({job.report.info, job.options.embedWholeFonts, job.background, job.report.watermark},
-                         output);
+    PdfOptions options;
+    options.info = job.report.info;
+    options.embedWholeFonts = job.options.embedWholeFonts;
+    options.background = job.background;
+    options.watermark = job.report.watermark;
+    options.standard = standardOf(job);
+    options.settings = job.report.pdf;
+    options.protection = job.options.pdfProtection;
+    options.signature = signatureOf(job);
+    options.attachments = job.attachments;
+    if (!job.options.created.empty()) options.info.created = job.options.created;
+    return makePdfWriter(options, output);
 }
 
 RasterOptions rasterOptions(const ExportJob& job) {

@@ -10,6 +10,7 @@
 #include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/paint/pdf/pdf.h"
 #include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
@@ -23,6 +24,8 @@ struct ExportJob {
     // Of a format with one file per page: the files after the first; null: the first only.
     std::vector<std::string>* furtherFiles = nullptr;
     bool defuseFormulas = false;  // of the settings
+    // Of a PDF; filled when the data is there.
+    std::shared_ptr<std::vector<PdfAttachment>> attachments = nullptr;
 };
 
 // True for the formats made of cells, whose layout the cell options choose.

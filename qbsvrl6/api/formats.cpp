@@ -10,6 +10,7 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/values.h"
 
 namespace qbsvrl6 {
 
@@ -101,6 +102,43 @@ void setSwitch(ExportOptions& options, std::string_view value) {
     options.*member = switchFrom(std::string(value));
 }
 
+// A value as templates have it.
+template <class Codec, auto member>
+void setValue(ExportOptions& options, std::string_view value) {
+    try {
+        options.*member = Codec{}.read(value);
+    } catch (const ValueError& error) {
+        fail('"' + std::string(value) + "\": " + error.what());
+    }
+}
+
+// A list of what is allowed.
+void setPermissions(ExportOptions& options, std::string_view value) {
+    using P = PdfPermissions;
+    constexpr std::pair<std::string_view, std::uint32_t> kKnown[] = {
+        {"none", 0},
+        {"print", P::kPrint | P::kPrintCoarsely},
+        {"print-coarsely", P::kPrintCoarsely},
+        {"copy", P::kCopy},
+        {"change", P::kChange | P::kAnnotate | P::kFillForms | P::kAssemble},
+        {"annotate", P::kAnnotate | P::kFillForms},
+        {"fill-forms", P::kFillForms},
+        {"assemble", P::kAssemble}};
+    options.pdfProtection.permissions = 0;
+    while (!value.empty()) {
+        const std::string_view name = value.substr(0, value.find(','));
+        value.remove_prefix(std::min(value.size(), name.size() + 1));
+        const auto* const known = std::find_if(std::begin(kKnown), std::end(kKnown),
+                                               [&](const auto& one) { return one.first == name; });
+        if (known == std::end(kKnown)) {
+            std::vector<std::string_view> names;
+            for (const auto& one : kKnown) names.push_back(one.first);
+            fail(unknown("permission", name, names));
+        }
+        options.pdfProtection.permissions |= known->second;
+    }
+}
+
 constexpr Option kOptions[] = {
     {"pages", [](ExportOptions& options, std::string_view value) { options.pages = rangesFrom(value); }},
     {"layout", setLayout},
@@ -109,6 +147,22 @@ constexpr Option kOptions[] = {
     {"resolution", setResolution},
     {"all-in-one", setSwitch<&ExportOptions::allPagesInOneImage>},
     {"whole-fonts", setSwitch<&ExportOptions::embedWholeFonts>},
+    {"standard", setValue<PdfStandardCodec, &ExportOptions::pdfStandard>},
+    {"created", setValue<MomentCodec, &ExportOptions::created>},
+    {"user-password", [](ExportOptions& options,
+                         std::string_view value) { options.pdfProtection.userPassword = Secret(value); }},
+    {"owner-password", [](ExportOptions& options,
+                          std::string_view value) { options.pdfProtection.ownerPassword = Secret(value); }},
+    {"permissions", setPermissions},
+    {"sign-key", [](ExportOptions& options, std::string_view value) { options.pdfSigning.keyFile = value; }},
+    {"sign-password",
+     [](ExportOptions& options, std::string_view value) { options.pdfSigning.password = Secret(value); }},
+    {"sign-reason",
+     [](ExportOptions& options, std::string_view value) { options.pdfSigning.reason = toUtf16(value); }},
+    {"sign-location",
+     [](ExportOptions& options, std::string_view value) { options.pdfSigning.location = toUtf16(value); }},
+    {"sign-time-server",
+     [](ExportOptions& options, std::string_view value) { options.pdfSigning.timeServer = value; }},
     {"csv.defuse", [](ExportOptions& options,
                       std::string_view value) { options.defuseFormulas = switchFrom(std::string(value)); }},
 };

@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "qbsvrl6/fonts/bidi.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -39,6 +41,32 @@ TextLanguage languageOfText(std::u16string_view text) {
     if (std::any_of(text.begin(), text.end(), isKana)) return TextLanguage::Japanese;
     if (std::any_of(text.begin(), text.end(), isHangul)) return TextLanguage::Korean;
     return TextLanguage::Unknown;
+}
+
+bool isHebrew(char16_t unit) {
+    return (unit >= 0x590 && unit <= 0x5FF) || (unit >= 0xFB1D && unit <= 0xFB4F);
+}
+
+void LanguageGuess::see(std::u16string_view text) {
+    if (seen_ >= kEnough) return;
+    ++seen_;
+    for (const char16_t c : text) {
+        han_ = han_ || (c >= 0x4E00 && c <= 0x9FFF);
+        kana_ = kana_ || (c >= 0x3041 && c <= 0x30FE);
+        hangul_ = hangul_ || isHangul(c);
+        if (isHebrew(c)) {
+            ++hebrew_;
+        } else if (mayRunRightToLeft({&c, 1})) {
+            ++arabic_;
+        } else if (c > 0x40) {
+            ++others_;
+        }
+    }
+}
+
+const char* LanguageGuess::name() const {
+    if (std::max(hebrew_, arabic_) > others_) return hebrew_ > arabic_ ? "he" : "ar";
+    return kana_ ? "ja" : hangul_ ? "ko" : han_ ? "zh-CN" : "en";
 }
 
 TextLanguage languageOfFamily(std::string_view folded) {

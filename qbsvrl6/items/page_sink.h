@@ -12,6 +12,7 @@ struct PageInfo {
     int number = 1;  // of the sheet of paper in the document, from 1, whatever number the page shows
     Size paper;
     Edges margins;
+    int shownNumber = 1;  // that the page shows: groups may restart it
 };
 
 // Settles pending items when the whole report has been laid out.

@@ -329,7 +329,7 @@ void Pager::closePage() {
 
 void Pager::emitPage(std::vector<Placed>& bands, const PageNumbers& numbers) {
     context_.late.countPage(numbers.run);
-    sink_.beginPage({pages_, setup_.paper, setup_.margins});
+    sink_.beginPage({pages_, setup_.paper, setup_.margins, numbers.number});
     emitPart(instance_.plan.pageHeader, BandKind::PageHeader, setup_.margins.top, headerHeight_, numbers);
     for (Placed& placed : bands) emitBand(std::move(placed.draft), placed.x, placed.y, numbers);
     const Micrometres footerTop = setup_.paper.height - setup_.margins.bottom - footerHeight_;

@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/model/pdf_protection.h"
+#include "qbsvrl6/model/pdf_settings.h"
+
 namespace qbsvrl6 {
 
 // The numbers are those of tagQBExportType.
@@ -36,8 +39,12 @@ struct ExportOptions {
 
     ImageKind imageKind = ImageKind::Tiff;
     bool allPagesInOneImage = false;
-    std::optional<double> imageResolution;  // dots per inch; none: as the template says
-    bool embedWholeFonts = false;           // PDF; else subsets
+    std::optional<double> imageResolution;   // dots per inch; none: as the template says
+    bool embedWholeFonts = false;            // PDF; else subsets
+    std::optional<PdfStandard> pdfStandard;  // none: as the template says
+    PdfProtection pdfProtection;
+    PdfSigning pdfSigning;
+    std::u16string created;  // DocumentInfo::created; empty: as the template says
 };
 
 }  // namespace qbsvrl6

@@ -19,6 +19,7 @@
 
 #include "qbsvrl6/model/chart.h"
 #include "qbsvrl6/model/owned.h"
+#include "qbsvrl6/model/pdf_settings.h"
 #include "qbsvrl6/model/style.h"
 #include "qbsvrl6/model/text_places.h"
 #include "qbsvrl6/support/address.h"
@@ -52,6 +53,7 @@ struct BoxContent {
     BorderLine line{250, {}};
     std::optional<Color> fill;
     Micrometres cornerRadius = 0;
+    bool isSignature = false;  // where a signed PDF shows its signature
 };
 
 enum class PictureFit { Contain, Stretch, Clip };
@@ -239,6 +241,8 @@ struct Watermark {
 
 struct DocumentInfo {
     std::u16string title, author, subject, keywords;
+    std::u16string language;  // "en", "zh-CN"; empty: that of the texts
+    std::u16string created;   // "2026-03-01T09:30:00+08:00"; empty: documents have no date
 };
 
 struct Printer {
@@ -247,6 +251,7 @@ struct Printer {
 
 struct ReportDefinition {
     DocumentInfo info;
+    PdfSettings pdf;
     PageSetup page;
     double imageResolution = 150;  // dots per inch
     bool defuseFormulas = false;   // in CSV: spreadsheets show texts that look like formulas as texts

@@ -114,6 +114,7 @@ public:
     void tableName(const char*, const std::u16string&, TextUse) {}
     void returnName(const char*, const std::u16string&) {}
     void innerExpression(const char*, const std::u16string& value) { inner_.push_back(&value); }
+    void placedName(const char*, const std::u16string&) {}
     void borders(const std::optional<BorderLine>&, const std::optional<BorderLine>&,
                  const std::optional<BorderLine>&, const std::optional<BorderLine>&) {}
     void paper(const PageSetup&) {}

@@ -278,6 +278,7 @@ public:
         reading_.innerExpressions.push_back(std::move(noted.back()));
         noted.pop_back();
     }
+    void placedName(const char* name, std::u16string& value) { placedText(name, value, TextUse::Address); }
 
     void borders(std::optional<BorderLine>& left, std::optional<BorderLine>& top,
                  std::optional<BorderLine>& right, std::optional<BorderLine>& bottom) {

@@ -16,6 +16,7 @@
 #ifndef QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 #define QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
@@ -50,6 +51,16 @@ inline constexpr std::array<Word<DataType>, 4> kDataTypes = {{{"text", DataType:
                                                               {"number", DataType::Number},
                                                               {"boolean", DataType::Boolean},
                                                               {"date", DataType::Date}}};
+inline constexpr std::array<Word<PdfDuplex>, 4> kDuplexes = {{{"unset", PdfDuplex::Unset},
+                                                              {"simplex", PdfDuplex::Simplex},
+                                                              {"longEdge", PdfDuplex::LongEdge},
+                                                              {"shortEdge", PdfDuplex::ShortEdge}}};
+inline constexpr std::array<Word<AttachmentRelation>, 5> kRelations = {
+    {{"Unspecified", AttachmentRelation::Unspecified},
+     {"Data", AttachmentRelation::Data},
+     {"Source", AttachmentRelation::Source},
+     {"Alternative", AttachmentRelation::Alternative},
+     {"Supplement", AttachmentRelation::Supplement}}};
 // Of ideographs, which have other forms in each language. `auto` decides by the text and the font.
 inline constexpr std::array<Word<TextLanguage>, 4> kLanguages = {{{"auto", TextLanguage::Unknown},
                                                                   {"zh", TextLanguage::Chinese},
@@ -209,6 +220,7 @@ void describeBox(Element& element, ContentLike& box) {
     element.attribute("lineColor", box.line.color, defaults.line.color, ColorCodec{});
     element.attribute("fill", box.fill, ColorCodec{});
     element.attribute("cornerRadius", box.cornerRadius, defaults.cornerRadius, LengthCodec{});
+    element.attribute("signature", box.isSignature, defaults.isSignature, SwitchCodec{});
 }
 
 // `source` is a file, a URL or Base64 data, and wins over the bytes of <Embedded>. `folder` is where a relative
@@ -496,6 +508,39 @@ void describePage(Element& element, PageLike& page) {
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
 }
 
+// A file inside the PDF: its `source` is as that of a picture, or XML in a parameter. A file that can't be read ends the
+// export. `invoice` is the profile of an electronic invoice.
+template <class Element, class AttachmentLike>
+void describeAttachment(Element& element, AttachmentLike& attachment) {
+    element.placedName("name", attachment.name);
+    element.refuse(attachment.name.empty(), "an <Attachment> has a \"name\"");
+    element.attribute("source", attachment.source, {}, PlaceholderCodec{});
+    element.startingFolder("folder", attachment.folder, attachment.source);
+    element.attribute("relation", attachment.relation, AttachmentRelation::Unspecified,
+                      WordCodec<AttachmentRelation>{kRelations});
+    element.attribute("type", attachment.type, {}, MimeTypeCodec{});
+    element.attribute("description", attachment.description, {}, TextCodec{});
+    element.attribute("modified", attachment.modified, {}, MomentCodec{});
+    element.attribute("invoice", attachment.invoiceProfile, {}, InvoiceProfileCodec{});
+    element.bytes("Embedded", attachment.embedded);
+}
+
+// What a PDF promises. Other formats have no use for it.
+template <class Element, class PdfLike>
+void describePdf(Element& element, PdfLike& pdf) {
+    static const PdfSettings defaults;
+    element.attribute("standard", pdf.standard, PdfStandardCodec{});
+    element.attribute("duplex", pdf.duplex, defaults.duplex, WordCodec<PdfDuplex>{kDuplexes});
+    element.attribute("unscaled", pdf.unscaled, defaults.unscaled, SwitchCodec{});
+    element.list("Attachment", pdf.attachments,
+                 [](auto& child, auto& attachment) { describeAttachment(child, attachment); });
+    element.refuse(std::count_if(pdf.attachments.begin(), pdf.attachments.end(),
+                                 [](const Attachment& file) { return !file.invoiceProfile.empty(); }) > 1,
+                   "a document has one electronic invoice: one <Attachment> with \"invoice\"");
+    element.refuse(!pdf.attachments.empty() && pdf.standard && !allowsAttachments(*pdf.standard),
+                   "this standard allows no attached files of any kind: \"a-3u\" and \"none\" do");
+}
+
 // The background and watermark of each page, and the printer. A watermark without text is none; its
 // size is in points.
 template <class Element, class ReportLike>
@@ -527,15 +572,19 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
                           NumberCodec{10, 2400});
         element.attribute("defuseFormulas", report.defuseFormulas, defaults.defuseFormulas, SwitchCodec{});
     } else {
-        element.refuseChildren({"Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
-                               "pages are those of the outermost report");
+        element.refuseChildren(
+            {"Pdf", "Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
+            "pages are those of the outermost report");
     }
     element.child("Info", [&](auto& info) {
         info.attribute("title", report.info.title, {}, TextCodec{});
         info.attribute("author", report.info.author, {}, TextCodec{});
         info.attribute("subject", report.info.subject, {}, TextCodec{});
         info.attribute("keywords", report.info.keywords, {}, TextCodec{});
+        info.attribute("language", report.info.language, {}, LanguageTagCodec{});
+        info.attribute("created", report.info.created, {}, MomentCodec{});
     });
+    if (hasPages) element.child("Pdf", [&](auto& pdf) { describePdf(pdf, report.pdf); });
     if (hasPages) element.child("Page", [&](auto& page) { describePage(page, report.page); });
     element.child("DefaultStyle", [&](auto& style) { describeStyle(style, report.font); });
     element.child("Styles", [&](auto& styles) {

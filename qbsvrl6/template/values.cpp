@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 
@@ -11,6 +12,7 @@
 #include "qbsvrl6/bind/text_template.h"
 #include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/support/append.h"
+#include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -249,6 +251,98 @@ std::string wordsError(std::span<const std::string_view> words) {
         text += '"';
     }
     return text;
+}
+
+std::u16string LanguageTagCodec::read(std::string_view text) const {
+    constexpr std::size_t kLongestPart = 8;
+    std::size_t length = 0;  // of the part
+    bool isFirst = true;
+    bool isValid = true;
+    for (const char c : text) {
+        if (c == '-') {
+            isValid = isValid && length >= (isFirst ? 2u : 1u);
+            isFirst = false;
+            length = 0;
+        } else {
+            isValid = isValid && (isLatinLetter(c) || (isDigit(c) && !isFirst)) && ++length <= kLongestPart;
+        }
+    }
+    if (!isValid || length < (isFirst ? 2u : 1u)) reject("a language like \"en\" or \"zh-CN\"");
+    return toUtf16(text);
+}
+
+std::string LanguageTagCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+std::u16string MomentCodec::read(std::string_view text) const {
+    constexpr std::string_view kForm = "0000-00-00T00:00:00+00:00";
+    constexpr std::size_t kDate = 10, kTime = 19;  // where they end
+    std::string moment(text);
+    if (moment.size() == kDate) moment += "T00:00:00Z";
+    const bool isUtc = moment.size() == kTime + 1 && moment.back() == 'Z';
+    bool isValid = isUtc || moment.size() == kForm.size();
+    for (std::size_t i = 0; isValid && i < (isUtc ? kTime : kForm.size()); ++i) {
+        const bool isSign = i == kTime && moment[i] == '-';
+        isValid = kForm[i] == '0' ? isDigit(moment[i]) : isSign || moment[i] == kForm[i];
+    }
+    const auto two = [&](std::size_t at) { return 10 * (moment[at] - '0') + (moment[at + 1] - '0'); };
+    isValid = isValid && two(11) < 24 && two(14) < 60 && two(17) < 60 &&
+              (isUtc || (two(20) < 24 && two(23) < 60)) &&
+              std::chrono::year_month_day(std::chrono::year(100 * two(0) + two(2)),
+                                          std::chrono::month(static_cast<unsigned>(two(5))),
+                                          std::chrono::day(static_cast<unsigned>(two(8))))
+                  .ok();
+    if (!isValid) reject("a moment like \"2026-03-01T09:30:00+08:00\", or a date like \"2026-03-01\"");
+    return toUtf16(moment);
+}
+
+std::u16string MimeTypeCodec::read(std::string_view text) const {
+    const std::size_t slash = text.find('/');
+    const bool isValid = slash != 0 && slash != std::string_view::npos && slash + 1 < text.size() &&
+                         text.size() < 100 && std::all_of(text.begin(), text.end(), [&](const char& c) {
+                             return isLatinLetter(c) || isDigit(c) || c == '-' || c == '.' || c == '+' ||
+                                    &c == text.data() + slash;
+                         });
+    if (!isValid) reject("a MIME type like \"text/xml\"");
+    return toUtf16(text);
+}
+
+std::string MimeTypeCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+std::u16string InvoiceProfileCodec::read(std::string_view text) const {
+    static constexpr std::string_view kProfiles[] = {"MINIMUM",  "BASIC WL", "BASIC",
+                                                     "EN 16931", "EXTENDED", "XRECHNUNG"};
+    if (std::find(std::begin(kProfiles), std::end(kProfiles), text) == std::end(kProfiles)) {
+        throw ValueError(wordsError(kProfiles));
+    }
+    return toUtf16(text);
+}
+
+std::string InvoiceProfileCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+std::string MomentCodec::write(const std::u16string& value) const { return toUtf8(value); }
+
+namespace {
+
+constexpr std::array<Word<PdfStandard>, 6> kPdfStandards = {{{"none", PdfStandard::None},
+                                                             {"a-1b", PdfStandard::A1b},
+                                                             {"a-2b", PdfStandard::A2b},
+                                                             {"a-2u", PdfStandard::A2u},
+                                                             {"a-3b", PdfStandard::A3b},
+                                                             {"a-3u", PdfStandard::A3u}}};
+
+}  // namespace
+
+PdfStandard PdfStandardCodec::read(std::string_view text) const {
+    if (text == "a-1a" || text == "a-2a" || text == "a-3a") {
+        throw ValueError(
+            "documents of level a have a tree of their structure, which this engine does not write; "
+            "\"a-2u\" keeps appearance and text");
+    }
+    return WordCodec<PdfStandard>{kPdfStandards}.read(text);
+}
+
+std::string PdfStandardCodec::write(PdfStandard value) const {
+    return WordCodec<PdfStandard>{kPdfStandards}.write(value);
 }
 
 std::string readBase64(std::string_view text) {

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "qbsvrl6/model/pdf_settings.h"
 #include "qbsvrl6/model/style.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -141,6 +142,35 @@ struct WordCodec {
         }
         return std::string(words.front().text);
     }
+};
+
+// A language as BCP 47 names it: "en", "zh-CN".
+struct LanguageTagCodec {
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
+// A date with a time and a zone, "2026-03-01T09:30:00+08:00"; a date alone is its first second in UTC.
+struct MomentCodec {
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
+// "text/xml".
+struct MimeTypeCodec {
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
+// A profile of Factur-X and ZUGFeRD: "EN 16931".
+struct InvoiceProfileCodec {
+    std::u16string read(std::string_view text) const;
+    std::string write(const std::u16string& value) const;
+};
+
+struct PdfStandardCodec {
+    PdfStandard read(std::string_view text) const;
+    std::string write(PdfStandard value) const;
 };
 
 // Base64; white space is skipped when reading. Raises ValueError for any other character.

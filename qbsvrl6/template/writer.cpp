@@ -91,6 +91,10 @@ public:
         required(name, value, ExpressionCodec{});
     }
 
+    void placedName(const char* name, const std::u16string& value) {
+        attribute(name, value, {}, TextCodec{});
+    }
+
     void borders(const std::optional<BorderLine>& left, const std::optional<BorderLine>& top,
                  const std::optional<BorderLine>& right, const std::optional<BorderLine>& bottom) {
         if (left && left == top && left == right && left == bottom) {

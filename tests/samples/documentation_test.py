@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Makes a document of every example in docs/template-format.md, and of the reports over nested tables in docs/data.md.
+"""Makes a document of every example in docs/template-format.md and docs/archive.md, and of the reports over nested tables
+in docs/data.md.
 
 documentation_test.py PROGRAM DOCS
 
@@ -15,7 +16,7 @@ import subprocess
 import sys
 import tempfile
 
-IN_REPORT = {"Info", "Page", "Styles", "Parameters", "Grid", "Background", "Watermark", "Printer", "DefaultStyle"}
+IN_REPORT = {"Info", "Pdf", "Page", "Styles", "Parameters", "Grid", "Background", "Watermark", "Printer", "DefaultStyle"}
 IN_GRID = {"Recordset", "Columns", "Groups"}
 RED_DOT = ("iVBORw0KGgoAAAANSUhEUgAAAAUAAAAFCAYAAACNbyblAAAAHElEQVQI12P4//8/w38GIAXDIBKE0DHxgljNBAAO9TXL0Y4OHwAAAABJ"
            "RU5ErkJggg==")
@@ -80,7 +81,7 @@ def main():
         for name, data in re.findall(r"^```json (\S+)\n(.*?)^```", (docs / "data.md").read_text("utf-8"), re.M | re.S):
             (directory / name).write_text(data, "utf-8")
         nested = [example for example in examples(docs / "data.md") if example.startswith("<?xml")]
-        for example in [*examples(docs / "template-format.md"), *nested]:
+        for example in [*examples(docs / "template-format.md"), *examples(docs / "archive.md"), *nested]:
             count += 1
             for fault in faults(program, docs / "template-format.xsd", directory, example):
                 failures += 1

@@ -1,20 +1,37 @@
-// PDF 1.7 from laid-out pages.
+// PDF from laid-out pages.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_H
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_H
 
 #include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "qbsvrl6/items/page_sink.h"
+#include "qbsvrl6/model/pdf_protection.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/paint/pdf/pdf_signature.h"
 #include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
+
+// A file inside the document.
+struct PdfAttachment {
+    Attachment settings;
+    std::string bytes;
+};
 
 struct PdfOptions {
     DocumentInfo info;
     bool embedWholeFonts = false;
     std::shared_ptr<const Picture> background;  // below the bands of each page; may be null
     Watermark watermark;
+    PdfStandard standard = kDefaultStandard;
+    PdfSettings settings;
+    PdfProtection protection;
+    std::optional<PdfSignatureOptions> signature;
+    // Filled before finish(); may be null. Only part 3 of the standard allows any file.
+    std::shared_ptr<const std::vector<PdfAttachment>> attachments;
 };
 
 // A sink that writes each page as it ends; `output` holds the whole document after finish(). The same input

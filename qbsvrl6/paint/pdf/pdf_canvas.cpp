@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "qbsvrl6/paint/pdf/on_white.h"
+
 namespace qbsvrl6 {
 
 namespace {
@@ -23,6 +25,7 @@ void PdfCanvas::begin(Micrometres pageHeight) {
     textState_ = {};
     shapeState_ = {};
     links_.clear();
+    signature_.reset();
     usedPictures_.clear();
 }
 
@@ -45,14 +48,15 @@ void PdfCanvas::nextLayer() {
     linePlain_ = true;
 }
 
-void PdfCanvas::beginDecoration() {
+void PdfCanvas::beginMarkedContent(std::string_view operators) {
     nextLayer();
-    page_.append("/Artifact BMC/Span<</ActualText()>>BDC\n"sv);
+    page_.append(operators);
 }
 
-void PdfCanvas::endDecoration() {
+void PdfCanvas::endMarkedContent(int levels) {
     nextLayer();
-    page_.append("EMC EMC\n"sv);
+    while (--levels > 0) page_.append("EMC "sv);
+    page_.append("EMC\n"sv);
 }
 
 // Shapes.
@@ -173,6 +177,7 @@ void PdfCanvas::line(Point from, Point to, const LineContent& line) {
 }
 
 void PdfCanvas::box(const Rect& rect, const BoxContent& box) {
+    if (box.isSignature && !signature_) signature_ = rect;
     const bool stroked = box.line.width > 0;
     if (!stroked && !box.fill) return;
     shapes();
@@ -231,13 +236,13 @@ void PdfCanvas::path(const Drawing::Path& path, Point origin) {
     if (!stroked && !path.fill) return;
     shapes();
     const int opacity = static_cast<int>(std::lround(std::clamp(path.fillOpacity, 0.0, 1.0) * 100));
-    const bool transparent = path.fill && opacity < 100;
+    const bool transparent = transparent_ && path.fill && opacity < 100;
     const ShapeState outside = shapeState_;
     if (transparent) {
         usedOpacities_.insert(opacity);
         shapes_.add("q/G"sv, std::int64_t{opacity}, " gs\n"sv);
     }
-    if (path.fill) setFill(*path.fill);
+    if (path.fill) setFill(transparent_ ? *path.fill : onWhite(*path.fill, opacity * 255 / 100));
     if (stroked) {
         setStroke(*path.stroke, std::max<std::int64_t>(toUnits(path.strokeWidth), 1), false);
     }
@@ -352,7 +357,7 @@ void PdfCanvas::text(const TextRun& run) {
     bool wasItalic = false;
     for (const GlyphRun& part : run.shaped.runs) {
         PdfFont& font = fonts_.use(*part.member.face);
-        const bool reads = font.take(part, run.text);
+        bool reads = font.take(part, run.text);
         setTextState(font, run, part.member.syntheticBold);
         const bool isFirst = &part == &run.shaped.runs.front();
         const bool isLast = &part == &run.shaped.runs.back();
@@ -363,6 +368,9 @@ void PdfCanvas::text(const TextRun& run) {
                    run.direction, italic);
             wasItalic = italic;
         }
+        // The string of a longer text would be beyond the limits of readers.
+        constexpr std::uint32_t kMostUnits = 16'000;
+        if (part.unitCount > kMostUnits) reads = true;
         if (!reads) {
             text_.append("/Span<</ActualText"sv);
             appendTextString(text_, run.text.substr(std::min<std::size_t>(part.firstUnit, run.text.size()),
@@ -379,14 +387,22 @@ void PdfCanvas::text(const TextRun& run) {
     }
 }
 
+void PdfCanvas::showMissingGlyph(const PdfFont& font) {
+    fonts_.useMissingGlyph();
+    text_.add("/F"sv, std::int64_t{MissingGlyph::kResource}, ' ', textState_.size, " Tf("sv,
+              MissingGlyph::kCode, ")Tj/F"sv, std::int64_t{font.resource()}, ' ', textState_.size, " Tf\n"sv);
+}
+
 // Writes "(codes)Tj", or "[(codes)number(codes)]TJ" if glyphs are not where their widths put them.
 void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast) {
     constexpr std::size_t kBytesPerGlyph = 40;
     constexpr float kNoticeable = 0.5f;  // 1/1000 em
+    constexpr int kMostGlyphs = 4'000;   // of an operator: readers limit the length of strings and arrays
     const bool spaced = run.wordSpacing != 0;
     std::size_t start = text_.size();
     char* to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
     bool moved = false;  // an array was begun
+    int shown = 0;       // by the operator
     float rise = 0;
     float lead = 0;  // the next glyph's distance to the right of where the widths put it
     const auto add = [&](std::string_view text) {
@@ -406,6 +422,13 @@ void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun&
         text_.commit(to);
         if (moved) text_.insert(start, '[');
     };
+    const auto begin = [&] {
+        start = text_.size();
+        to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
+        moved = false;
+        shown = 0;
+        *to++ = '(';
+    };
     *to++ = '(';
     for (const Glyph& glyph : glyphs.glyphs) {
         if (glyph.yOffset != rise) {
@@ -413,16 +436,22 @@ void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun&
             rise = glyph.yOffset;
             appendNumber(text_, rise * static_cast<float>(textState_.size) / 1000, 1);
             text_.append(" Ts"sv);
-            start = text_.size();
-            to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
-            moved = false;
-            *to++ = '(';
+            begin();
+        } else if (++shown == kMostGlyphs) {
+            finish();
+            begin();
         }
         const PdfFont::Code& code = font.code(glyph.id);
         lead += glyph.xOffset;
         if (lead > kNoticeable || lead < -kNoticeable) move();
-        std::memcpy(to, code.bytes, sizeof code.bytes);
-        to += code.byteCount;
+        if (code.code == 0) {
+            finish();
+            showMissingGlyph(font);
+            begin();
+        } else {
+            std::memcpy(to, code.bytes, sizeof code.bytes);
+            to += code.byteCount;
+        }
         lead += glyph.advance - code.width - glyph.xOffset;
         if (spaced && glyph.cluster < run.text.size() && run.text[glyph.cluster] == u' ')
             lead += run.wordSpacing;

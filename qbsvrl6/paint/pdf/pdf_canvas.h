@@ -26,18 +26,25 @@ struct PdfLink {
 // readers get them in the order of drawing, and moving to the next text takes few bytes.
 class PdfCanvas : public Canvas {
 public:
-    PdfCanvas(PdfFonts& fonts, PdfPictures& pictures) : fonts_(fonts), pictures_(pictures) {}
+    // `transparent`: whether the document may have opacities; otherwise colours are mixed with white.
+    PdfCanvas(PdfFonts& fonts, PdfPictures& pictures, bool transparent = true)
+        : fonts_(fonts), pictures_(pictures), transparent_(transparent) {}
 
     void begin(Micrometres pageHeight);
     // The whole stream, valid until the next begin().
     std::string_view end();
 
-    // Drawing between the two calls is decoration, which screen readers skip.
-    void beginDecoration();
-    void endDecoration();
+    // Drawing between the two calls has a role. `operators` open its marked content: "/Artifact BMC\n".
+    void beginMarkedContent(std::string_view operators);
+    void endMarkedContent(int levels = 1);
+    // Of decoration, which screen readers skip.
+    void beginDecoration() { beginMarkedContent("/Artifact BMC/Span<</ActualText()>>BDC\n"); }
+    void endDecoration() { endMarkedContent(2); }
 
     // The page's annotations and resources.
     const std::vector<PdfLink>& links() const { return links_; }
+    // Of the first box that is for a signature.
+    const std::optional<Rect>& signature() const { return signature_; }
     const std::set<int>& usedPictures() const { return usedPictures_; }
     // In percent, over the whole document. The graphics state of an opacity is named "G" and this number.
     const std::set<int>& usedOpacities() const { return usedOpacities_; }
@@ -91,10 +98,12 @@ private:
     void openTextClip();
     void setTextState(const PdfFont& font, const TextRun& run, bool bold);
     void moveTo(Point origin, Direction direction, bool italic);
+    void showMissingGlyph(const PdfFont& font);
     void show(const PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast);
 
     PdfFonts& fonts_;
     PdfPictures& pictures_;
+    bool transparent_;
     std::int64_t pageHeight_ = 0;
     ByteBuffer page_, shapes_, text_;
     EdgeCollector edges_;
@@ -111,6 +120,7 @@ private:
     TextState textStateOutside_;
 
     std::vector<PdfLink> links_;
+    std::optional<Rect> signature_;
     std::set<int> usedPictures_;
     std::set<int> usedOpacities_;
 };

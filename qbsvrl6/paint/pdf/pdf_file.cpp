@@ -3,11 +3,13 @@
 #include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/support/byte_words.h"
+#include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
 
 // The file consists of a header, streams ("5 0 obj<<...>>stream ... endstream endobj"), among them object
-// streams that hold all other objects, the cross-reference stream, and its offset.
+// streams that hold all other objects, the cross-reference stream, and its offset. In PDF 1.4, all objects are
+// in the file itself, and a table in text has their offsets.
 
 namespace {
 
@@ -17,9 +19,10 @@ constexpr std::size_t kObjectStreamBytes = 64 << 10;
 
 }  // namespace
 
-PdfFile::PdfFile(Spool& output) : output_(output), places_(1) {
+PdfFile::PdfFile(Spool& output, Version version) : output_(output), version_(version), places_(1) {
     // Four bytes above 127 mark the file as binary.
-    output_.append("%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
+    output_.append(version == Version::Pdf14 ? "%PDF-1.4\n%\xE2\xE3\xCF\xD3\n"
+                                             : "%PDF-1.7\n%\xE2\xE3\xCF\xD3\n");
 }
 
 int PdfFile::reserve() {
@@ -34,6 +37,11 @@ void PdfFile::beginObject(int number) {
 }
 
 void PdfFile::writeObject(int number, std::string_view body) {
+    if (version_ == Version::Pdf14) {
+        writePlainObject(number, body);
+        addToHash(body);
+        return;
+    }
     if (objectCount_ == 0) objectStream_ = reserve();
     places_[static_cast<std::size_t>(number)] = {Place::Kind::InStream,
                                                  static_cast<std::uint64_t>(objectStream_), objectCount_};
@@ -57,11 +65,16 @@ void PdfFile::flushObjects() {
 void PdfFile::writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded) {
     const bool deflated = !encoded && bytes.size() >= kWorthCompressing;
     if (deflated) bytes = compress(bytes);
+    const std::string all = std::string(entries) + (deflated ? "/Filter/FlateDecode" : "");
+    if (encryption_ == nullptr) return writeBytes(number, all, bytes);
+    writeBytes(number, all, encryption_->encrypt(bytes));
+}
+
+void PdfFile::writeBytes(int number, std::string_view entries, std::string_view bytes) {
     beginObject(number);
     std::string& out = output_.end();
     out += "<<";
     out += entries;
-    if (deflated) out += "/Filter/FlateDecode";
     out += "/Length ";
     out += std::to_string(bytes.size());
     out += ">>stream\n";
@@ -72,15 +85,33 @@ void PdfFile::writeStream(int number, std::string_view entries, std::string_view
     addToHash(bytes);
 }
 
+std::uint64_t PdfFile::writePlainObject(int number, std::string_view body) {
+    beginObject(number);
+    const std::uint64_t offset = output_.size();
+    output_.end() += body;
+    output_.end() += "\nendobj\n";
+    output_.writeIfLarge();
+    return offset;
+}
+
 void PdfFile::finish(int catalog, int info) {
     flushObjects();
+    const int encryption = encryption_ == nullptr ? 0 : reserve();
+    if (encryption != 0) writePlainObject(encryption, encryption_->dictionary());
+    encryption_.reset();  // readers find the rest without a password
     const std::string id = contentHash();
-    const int number = reserve();
+    const int number = version_ == Version::Pdf14 ? 0 : reserve();
     const std::uint64_t start = output_.size();
-    std::string trailer = "/Root " + std::to_string(catalog) + " 0 R";
+    std::string trailer =
+        "/Size " + std::to_string(places_.size()) + "/Root " + std::to_string(catalog) + " 0 R";
     if (info != 0) trailer += "/Info " + std::to_string(info) + " 0 R";
+    if (encryption != 0) trailer += "/Encrypt " + std::to_string(encryption) + " 0 R";
     trailer += "/ID[<" + id + "><" + id + ">]";
-    writeCrossReferences(number, trailer);
+    if (version_ == Version::Pdf14) {
+        writeCrossReferenceTable(trailer);
+    } else {
+        writeCrossReferences(number, trailer);
+    }
     output_.append("startxref\n" + std::to_string(start) + "\n%%EOF\n");
 }
 
@@ -99,10 +130,28 @@ void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
         rows.append(static_cast<char>(index >> 8));
         rows.append(static_cast<char>(index & 0xFF));
     }
-    std::string entries =
-        "/Type/XRef/Size " + std::to_string(places_.size()) + "/W[1 " + std::to_string(width) + " 2]";
+    std::string entries = "/Type/XRef/W[1 " + std::to_string(width) + " 2]";
     entries += trailer;
     writeStream(number, entries, rows.view());
+}
+
+// Rows of 20 bytes: offset, generation, and whether the number is in use.
+void PdfFile::writeCrossReferenceTable(std::string_view trailer) {
+    constexpr std::uint64_t kMostBytes = 9'999'999'999;
+    if (output_.size() > kMostBytes) {
+        throw EngineError(ErrorCode::LimitExceeded, "a document of PDF 1.4 has at most 10 GB");
+    }
+    output_.append("xref\n0 " + std::to_string(places_.size()) + "\n");
+    for (const Place& place : places_) {
+        const bool isFree = place.kind() == Place::Kind::Free;
+        const std::string offset = std::to_string(isFree ? 0 : place.offsetOrStream());
+        std::string& out = output_.end();
+        out.append(10 - offset.size(), '0');
+        out += offset;
+        out += isFree ? " 65535 f \n" : " 00000 n \n";
+        output_.writeIfLarge();
+    }
+    output_.append("trailer\n<<" + std::string(trailer) + ">>\n");
 }
 
 void PdfFile::addToHash(std::string_view bytes) {

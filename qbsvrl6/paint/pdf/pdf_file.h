@@ -1,21 +1,27 @@
-// The structure of a PDF 1.7 file: numbered objects, object streams, the cross-reference stream.
+// The structure of a PDF file: numbered objects, and where each of them is.
 #ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_FILE_H
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_FILE_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "qbsvrl6/paint/pdf/byte_buffer.h"
+#include "qbsvrl6/paint/pdf/pdf_encryption.h"
 #include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
 class PdfFile {
 public:
+    // PDF 1.4 has neither object streams nor cross-reference streams, which make a file smaller.
+    enum class Version { Pdf14, Pdf17 };
+
     // Writes to `output`, which is empty.
-    explicit PdfFile(Spool& output);
+    explicit PdfFile(Spool& output, Version version = Version::Pdf17);
 
     // The number of an object that is written later.
     [[nodiscard]] int reserve();
@@ -27,6 +33,12 @@ public:
     // length and filter. A stream that is already `encoded` is written unchanged; its entries name its
     // filter.
     void writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded = false);
+
+    // An object outside of object streams, and not encrypted. Returns the offset of its body.
+    std::uint64_t writePlainObject(int number, std::string_view body);
+
+    // From now on, streams are encrypted.
+    void encrypt(std::shared_ptr<const PdfEncryption> encryption) { encryption_ = std::move(encryption); }
 
     // Writes the rest of the file. Reserved objects that were never written are marked as free.
     void finish(int catalog, int info);
@@ -52,18 +64,22 @@ private:
     };
 
     void beginObject(int number);
+    void writeBytes(int number, std::string_view entries, std::string_view bytes);
     void flushObjects();
     void writeCrossReferences(int number, std::string_view trailer);
+    void writeCrossReferenceTable(std::string_view trailer);
     void addToHash(std::string_view bytes);
     std::string contentHash() const;
 
     Spool& output_;
+    Version version_;
     std::vector<Place> places_;  // by number
     ByteBuffer objects_;         // of the current object stream
     ByteBuffer objectIndex_;     // its pairs of number and offset
     int objectCount_ = 0;
     int objectStream_ = 0;
-    // Of all streams so far.
+    std::shared_ptr<const PdfEncryption> encryption_;  // may be null
+    // Of all content so far.
     std::uint64_t lowHash_ = 0xCBF29CE484222325u;
     std::uint64_t highHash_ = 0x9E3779B97F4A7C15u;
 };

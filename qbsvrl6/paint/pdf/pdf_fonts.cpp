@@ -24,9 +24,24 @@ bool isInvisible(char16_t unit) {
            unit == 0xFEFF;
 }
 
+// What no code may represent in a document that keeps its text.
+bool isNoText(char16_t unit) { return unit == 0 || unit >= 0xFFFE || unit == 0xFEFF; }
+
 bool isBlank(std::u16string_view text) { return text.size() == 1 && isBlank(text.front()); }
 
 std::string reference(int number) { return std::to_string(number) + " 0 R"; }
+
+// The texts of codes with this many hexadecimal digits.
+std::string toUnicodeMap(int digits, std::string_view texts) {
+    std::string map =
+        "/CIDInit/ProcSet findresource begin\n12 dict begin\nbegincmap\n"
+        "/CIDSystemInfo<</Registry(Adobe)/Ordering(UCS)/Supplement 0>>def\n"
+        "/CMapName/Adobe-Identity-UCS def\n/CMapType 2 def\n1 begincodespacerange\n";
+    map += '<' + std::string(static_cast<std::size_t>(digits), '0') + "><" +
+           std::string(static_cast<std::size_t>(digits), 'F') + ">\nendcodespacerange\n";
+    map += texts;
+    return map + "endcmap\nCMapName currentdict/CMap defineresource pop\nend\nend\n";
+}
 
 // Six letters that distinguish subsets of one font.
 std::string subsetTag(const std::vector<std::uint32_t>& glyphs) {
@@ -45,6 +60,7 @@ std::string subsetTag(const std::vector<std::uint32_t>& glyphs) {
 
 PdfFont::PdfFont(const FontFace& face, int resource)
     : face_(face), resource_(resource), indexes_(hb_face_get_glyph_count(face.face)), codes_(1) {
+    codes_.front().width = MissingGlyph::kAdvance;
     if (!face.cff) return;
     const auto table = withEnoughMemory([&] {
         return std::unique_ptr<hb_blob_t, void (*)(hb_blob_t*)>(
@@ -57,12 +73,13 @@ PdfFont::PdfFont(const FontFace& face, int resource)
 
 PdfFont::Code& PdfFont::codeOf(std::uint32_t glyph) {
     if (glyph >= indexes_.size()) indexes_.resize(glyph + 1);
-    if (indexes_[glyph] == 0) addCode(glyph);
+    if (indexes_[glyph] == 0 && glyph != 0) addCode(glyph);
     return codes_[indexes_[glyph]];
 }
 
 void PdfFont::addCode(std::uint32_t glyph) {
     const std::size_t index = codes_.size();
+    if (face_.cff && charset_.cidOf(glyph) == 0) return;  // of a damaged font
     indexes_[glyph] = static_cast<std::uint16_t>(index);
     Code& code = codes_.emplace_back();
     code.glyph = glyph;
@@ -84,6 +101,10 @@ bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
     bool reads = true;
     for (std::size_t i = 0; i < glyphs.size(); ++i) {
         Code& code = codeOf(glyphs[i].id);
+        if (code.code == 0) {
+            reads = false;
+            continue;
+        }
         const bool shared = (i > 0 && glyphs[i - 1].cluster == glyphs[i].cluster) ||
                             (i + 1 < glyphs.size() && glyphs[i + 1].cluster == glyphs[i].cluster);
         if (shared) {  // several glyphs share the text: none of them represents all of it
@@ -104,6 +125,7 @@ bool PdfFont::assignText(Code& code, std::u16string_view text) {
     constexpr std::size_t kLongest = 200;
     if (text.empty() || text.size() > kLongest) return false;
     if (text.size() == 1 && isInvisible(text.front())) return false;  // the code is that of the space
+    if (std::any_of(text.begin(), text.end(), isNoText) && !isBlank(text)) return false;
     if (code.unitCount == 0) {
         code.text = isBlank(text) ? u" " : std::u16string(text);
         code.firstUnit = code.text.front();
@@ -136,34 +158,52 @@ std::string PdfFont::widths(const std::vector<const Code*>& codes) const {
     return std::string(out.view());
 }
 
+// The characters of glyphs whose text was always written with them: the first one that the font maps to each.
+std::map<std::uint32_t, char32_t> PdfFont::charactersOf(const std::vector<const Code*>& codes) const {
+    std::map<std::uint32_t, char32_t> characters;
+    for (const Code* code : codes) {
+        if (code->unitCount == 0) characters.emplace(code->glyph, U'\uFFFD');
+    }
+    if (characters.empty()) return characters;
+    const std::unique_ptr<hb_set_t, void (*)(hb_set_t*)> known(hb_set_create(), hb_set_destroy);
+    hb_face_collect_unicodes(face_.face, known.get());
+    std::size_t missing = characters.size();
+    for (hb_codepoint_t character = U' '; missing > 0 && hb_set_next(known.get(), &character);) {
+        hb_codepoint_t glyph = 0;
+        if (character > 0xFFFF || isNoText(static_cast<char16_t>(character))) continue;
+        if (!hb_font_get_nominal_glyph(face_.font, character, &glyph)) continue;
+        const auto found = characters.find(glyph);
+        if (found == characters.end() || found->second != U'\uFFFD') continue;
+        found->second = character;
+        --missing;
+    }
+    return characters;
+}
+
 std::string PdfFont::toUnicode(const std::vector<const Code*>& codes) const {
     constexpr std::size_t kCharactersPerBlock = 100;
     ByteBuffer out;
-    out.append(
-        std::string_view("/CIDInit/ProcSet findresource begin\n12 dict begin\nbegincmap\n"
-                         "/CIDSystemInfo<</Registry(Adobe)/Ordering(UCS)/Supplement 0>>def\n"
-                         "/CMapName/Adobe-Identity-UCS def\n/CMapType 2 def\n"
-                         "1 begincodespacerange\n<0000><FFFF>\nendcodespacerange\n"));
-    std::vector<const Code*> named;
-    std::copy_if(codes.begin(), codes.end(), std::back_inserter(named),
-                 [](const Code* code) { return code->unitCount > 0; });
-    for (std::size_t start = 0; start < named.size(); start += kCharactersPerBlock) {
-        const std::size_t end = std::min(start + kCharactersPerBlock, named.size());
+    const std::map<std::uint32_t, char32_t> characters = charactersOf(codes);
+    for (std::size_t start = 0; start < codes.size(); start += kCharactersPerBlock) {
+        const std::size_t end = std::min(start + kCharactersPerBlock, codes.size());
         out.add(static_cast<std::int64_t>(end - start), std::string_view(" beginbfchar\n"));
         for (std::size_t i = start; i < end; ++i) {
             out.append('<');
-            appendHex(out, named[i]->code, 4);
+            appendHex(out, codes[i]->code, 4);
             out.append(std::string_view("><"));
-            appendUtf16Hex(out, named[i]->text);
+            if (codes[i]->unitCount > 0) {
+                appendUtf16Hex(out, codes[i]->text);
+            } else {
+                appendHex(out, characters.at(codes[i]->glyph), 4);
+            }
             out.append(std::string_view(">\n"));
         }
         out.append(std::string_view("endbfchar\n"));
     }
-    out.append(std::string_view("endcmap\nCMapName currentdict/CMap defineresource pop\nend\nend\n"));
-    return std::string(out.view());
+    return toUnicodeMap(4, out.view());
 }
 
-std::string PdfFont::descriptor(const std::string& name, int fontFile) const {
+std::string PdfFont::descriptor(const std::string& name, int fontFile, int cidSet) const {
     const double scale = 1000.0 / face_.unitsPerEm;
     constexpr int kFixedPitch = 1;
     constexpr int kSerif = 2;
@@ -190,8 +230,27 @@ std::string PdfFont::descriptor(const std::string& name, int fontFile) const {
     scaled("/CapHeight ", face_.capHeight);
     out.add(std::string_view("/StemV "), std::int64_t{kStem},
             std::string_view(face_.cff ? "/FontFile3 " : "/FontFile2 "), std::int64_t{fontFile},
-            std::string_view(" 0 R>>"));
+            std::string_view(" 0 R"));
+    if (cidSet != 0) out.add(std::string_view("/CIDSet "), std::int64_t{cidSet}, std::string_view(" 0 R"));
+    out.append(std::string_view(">>"));
     return std::string(out.view());
+}
+
+// A bit per CID, from the highest bit of the first byte. CID 0 is that of the glyph for missing characters, which
+// every font has. A font that keeps the numbers of its glyphs has all of them up to the last one.
+std::string PdfFont::cidSet(const std::vector<const Code*>& codes) const {
+    const std::size_t last = codes.empty() ? 0 : codes.back()->code;
+    std::string bits(last / 8 + 1, '\0');
+    const auto add = [&](std::size_t cid) {
+        bits[cid / 8] = static_cast<char>(bits[cid / 8] | 0x80 >> cid % 8);
+    };
+    add(0);
+    if (keepsNumbers()) {
+        for (std::size_t cid = 1; cid <= last; ++cid) add(cid);
+    } else {
+        for (const Code* code : codes) add(code->code);
+    }
+    return bits;
 }
 
 // The numbers of the glyphs in the embedded file.
@@ -206,14 +265,13 @@ std::vector<std::uint32_t> PdfFont::writeFontFile(PdfFile& file, int number,
         file.writeStream(number, entries(font->plainSize) + "/Filter/FlateDecode", font->bytes, true);
         return glyphs;
     }
-    // A CFF font whose glyphs have names is addressed by glyph numbers, so they must not change.
-    const bool keepNumbers = face_.cff && !charset_.isCidKeyed();
-    const EmbeddedFont font = subsetFont(face_, glyphs, keepNumbers);
+    const EmbeddedFont font = subsetFont(face_, glyphs, keepsNumbers());
     file.writeStream(number, entries(font.bytes.size()), font.bytes);
     return font.newGlyphs;
 }
 
-void PdfFont::write(PdfFile& file, int number, bool whole) const {
+void PdfFont::write(PdfFile& file, int number, const PdfFontRules& rules) const {
+    const bool whole = rules.embedWhole;
     std::vector<const Code*> codes;
     for (std::size_t i = 1; i < codes_.size(); ++i) codes.push_back(&codes_[i]);
     std::sort(codes.begin(), codes.end(), [](const Code* a, const Code* b) { return a->code < b->code; });
@@ -225,7 +283,12 @@ void PdfFont::write(PdfFile& file, int number, bool whole) const {
     const int fontFile = file.reserve();
     const std::vector<std::uint32_t> newGlyphs = writeFontFile(file, fontFile, glyphs, whole);
     const int descriptorNumber = file.reserve();
-    file.writeObject(descriptorNumber, descriptor(name, fontFile));
+    int cidSetNumber = 0;
+    if (rules.listCids && !whole) {
+        cidSetNumber = file.reserve();
+        file.writeStream(cidSetNumber, "", cidSet(codes));
+    }
+    file.writeObject(descriptorNumber, descriptor(name, fontFile, cidSetNumber));
     const int unicodeNumber = file.reserve();
     file.writeStream(unicodeNumber, "", toUnicode(codes));
 
@@ -260,11 +323,30 @@ PdfFont& PdfFonts::find(const FontFace& face) {
     return *fonts_.emplace_back(std::make_unique<PdfFont>(face, static_cast<int>(fonts_.size()) + 1));
 }
 
+void MissingGlyph::writeFont(PdfFile& file, int number) {
+    const int glyph = file.reserve();
+    file.writeStream(glyph, "", "600 0 60 0 540 700 d1 60 0 480 700 re 100 40 400 620 re f*");
+    const int unicode = file.reserve();
+    file.writeStream(unicode, "", toUnicodeMap(2, "1 beginbfchar\n<01><FFFD>\nendbfchar\n"));
+    file.writeObject(number,
+                     "<</Type/Font/Subtype/Type3/FontBBox[0 0 600 700]/FontMatrix[.001 0 0 .001 0 0]"
+                     "/CharProcs<</box " +
+                         reference(glyph) +
+                         ">>/Encoding<</Type/Encoding/Differences[1/box]>>/FirstChar 1/LastChar 1/Widths[600]"
+                         "/Resources<<>>/ToUnicode " +
+                         reference(unicode) + ">>");
+}
+
 std::string PdfFonts::write(PdfFile& file) const {
     std::string dictionary = "<<";
+    if (hasMissingGlyph_) {
+        const int number = file.reserve();
+        MissingGlyph::writeFont(file, number);
+        dictionary += "/F" + std::to_string(MissingGlyph::kResource) + " " + reference(number);
+    }
     for (const std::unique_ptr<PdfFont>& font : fonts_) {
         const int number = file.reserve();
-        font->write(file, number, embedWhole_);
+        font->write(file, number, rules_);
         dictionary += "/F" + std::to_string(font->resource()) + " " + reference(number);
     }
     return dictionary + ">>";

@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_PAINT_PDF_PDF_FONTS_H
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +15,20 @@
 
 namespace qbsvrl6 {
 
+struct PdfFontRules {
+    bool embedWhole = false;
+    bool listCids = false;  // of the glyphs in each subset, as PDF/A-1 requires
+};
+
+// What is drawn for a character that no font has: a box, which is the only glyph of a font of its own. The glyph
+// for such characters that fonts have has no place in a document that keeps its text.
+struct MissingGlyph {
+    static constexpr int kResource = 0;  // its font is named "F0"
+    static constexpr char kCode = 1;
+    static constexpr float kAdvance = 600;  // 1/1000 em
+    static void writeFont(PdfFile& file, int number);
+};
+
 // A face as a composite font with codes of two bytes: the CIDs of a CFF font, or its glyph numbers if it has
 // none; for a TrueType font, numbers in the order of use, with a map to the glyphs.
 class PdfFont {
@@ -22,7 +37,7 @@ public:
 
     struct Code {
         std::uint32_t glyph = 0;
-        std::uint16_t code = 0;
+        std::uint16_t code = 0;      // 0: a character that no font has, drawn by MissingGlyph
         float width = 0;             // 1/1000 em
         char16_t firstUnit = 0;      // of the text that it represents
         std::uint8_t unitCount = 0;  // 0: none
@@ -35,14 +50,14 @@ public:
     // text; if not, the text must be written with the glyphs.
     bool take(const GlyphRun& run, std::u16string_view text);
 
-    // Of a glyph that has a code.
+    // Of a glyph of a run that was taken.
     const Code& code(std::uint32_t glyph) const { return codes_[indexes_[glyph]]; }
 
     int resource() const { return resource_; }  // its name is "F" and this number
     const FontFace& face() const { return face_; }
 
     // Writes the font's objects; `number` is that of the font itself.
-    void write(PdfFile& file, int number, bool whole) const;
+    void write(PdfFile& file, int number, const PdfFontRules& rules) const;
 
 private:
     Code& codeOf(std::uint32_t glyph);
@@ -50,10 +65,14 @@ private:
     // Gives the code this text unless it already has one. Returns whether the code now has this text.
     static bool assignText(Code& code, std::u16string_view text);
     std::string widths(const std::vector<const Code*>& codes) const;
+    std::map<std::uint32_t, char32_t> charactersOf(const std::vector<const Code*>& codes) const;
     std::string toUnicode(const std::vector<const Code*>& codes) const;
+    // A CFF font whose glyphs have names is addressed by glyph numbers, so they must not change.
+    bool keepsNumbers() const { return face_.cff && !charset_.isCidKeyed(); }
     std::vector<std::uint32_t> writeFontFile(PdfFile& file, int number,
                                              const std::vector<std::uint32_t>& glyphs, bool whole) const;
-    std::string descriptor(const std::string& name, int fontFile) const;
+    std::string descriptor(const std::string& name, int fontFile, int cidSet) const;
+    std::string cidSet(const std::vector<const Code*>& codes) const;
 
     const FontFace& face_;
     int resource_;
@@ -64,12 +83,15 @@ private:
 
 class PdfFonts {
 public:
-    explicit PdfFonts(bool embedWhole) : embedWhole_(embedWhole) {}
+    explicit PdfFonts(const PdfFontRules& rules) : rules_(rules) {}
 
     PdfFont& use(const FontFace& face) {
         if (last_ == nullptr || &last_->face() != &face) last_ = &find(face);
         return *last_;
     }
+
+    // The page has a MissingGlyph.
+    void useMissingGlyph() { hasMissingGlyph_ = true; }
 
     // Writes all fonts and returns the dictionary that names them.
     std::string write(PdfFile& file) const;
@@ -77,7 +99,8 @@ public:
 private:
     PdfFont& find(const FontFace& face);
 
-    bool embedWhole_;
+    PdfFontRules rules_;
+    bool hasMissingGlyph_ = false;
     std::vector<std::unique_ptr<PdfFont>> fonts_;
     PdfFont* last_ = nullptr;
 };

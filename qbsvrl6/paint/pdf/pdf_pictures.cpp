@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "qbsvrl6/paint/pdf/byte_buffer.h"
+#include "qbsvrl6/paint/pdf/on_white.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/picture/png.h"
 #include "qbsvrl6/support/enough_memory.h"
@@ -35,6 +36,16 @@ std::string_view viewOf(const std::vector<std::uint8_t>& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+void putOnWhite(Pixels& pixels) {
+    const auto channels = static_cast<std::size_t>(pixels.channels);
+    for (std::size_t i = 0; i < pixels.alpha.size(); ++i) {
+        for (std::size_t part = i * channels; part < (i + 1) * channels; ++part) {
+            pixels.color[part] = onWhite(pixels.color[part], pixels.alpha[i]);
+        }
+    }
+    pixels.alpha.clear();
+}
+
 }  // namespace
 
 int PdfPictures::use(const Picture& picture) {
@@ -54,7 +65,11 @@ int PdfPictures::write(const Picture& picture) {
     return picture.encoding == Picture::Encoding::Jpeg ? writeJpeg(picture) : writePng(picture);
 }
 
+// A standard document has the colours of sRGB alone.
 int PdfPictures::writeJpeg(const Picture& picture) {
+    constexpr int kInks = 4;
+    if (picture.channels == kInks && standard_ != PdfStandard::None)
+        return writePixels(decodePicture(picture));
     constexpr int kBits = 8;
     std::string entries =
         imageEntries(picture.pixelWidth, picture.pixelHeight, kBits, deviceSpace(picture.channels));
@@ -67,7 +82,8 @@ int PdfPictures::writeJpeg(const Picture& picture) {
 // The rows of a PNG are already compressed, in the form that PDF calls predictor 15.
 int PdfPictures::writePng(const Picture& picture) {
     const PngRows rows = withEnoughMemory([&] { return extractPngRows(picture.bytes); });
-    if (rows.usable) {
+    constexpr int kMostBitsOfPart1 = 8;
+    if (rows.usable && (partOf(standard_) != 1 || rows.bitDepth <= kMostBitsOfPart1)) {
         std::string space(deviceSpace(rows.channels));
         if (!rows.palette.empty()) {
             ByteBuffer palette;
@@ -85,8 +101,13 @@ int PdfPictures::writePng(const Picture& picture) {
                           rows.deflated, true);
         return number;
     }
+    return writePixels(decodePng(picture.bytes));
+}
+
+// Part 1 of the standard has no transparency.
+int PdfPictures::writePixels(Pixels&& pixels) {
     constexpr int kBits = 8;
-    const Pixels pixels = decodePng(picture.bytes);
+    if (partOf(standard_) == 1) putOnWhite(pixels);
     std::string entries = imageEntries(pixels.width, pixels.height, kBits, deviceSpace(pixels.channels));
     if (!pixels.alpha.empty()) {
         const int mask = file_.reserve();

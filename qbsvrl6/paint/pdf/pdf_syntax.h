@@ -18,7 +18,7 @@ inline constexpr double kUnitsPerMicrometre = kUnitsPerPoint / kMicrometresPerPo
 
 // Rounds to the nearest unit. Lengths beyond any page become 0: a drawing may contain invalid numbers.
 inline std::int64_t toUnits(double micrometres) {
-    constexpr double kFarthest = 1e12;
+    constexpr double kFarthest = 2.5e9;  // readers have integers of 32 bits
     if (!(micrometres > -kFarthest && micrometres < kFarthest)) return 0;
     const double units = micrometres * kUnitsPerMicrometre;
     return static_cast<std::int64_t>(units < 0 ? units - 0.5 : units + 0.5);

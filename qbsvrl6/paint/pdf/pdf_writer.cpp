@@ -3,15 +3,19 @@
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/fonts/text_language.h"
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/paint/band_painter.h"
 #include "qbsvrl6/paint/pdf/pdf.h"
+#include "qbsvrl6/paint/pdf/pdf_attachments.h"
 #include "qbsvrl6/paint/pdf/pdf_canvas.h"
 #include "qbsvrl6/paint/pdf/pdf_file.h"
 #include "qbsvrl6/paint/pdf/pdf_fonts.h"
+#include "qbsvrl6/paint/pdf/pdf_metadata.h"
 #include "qbsvrl6/paint/pdf/pdf_outline.h"
 #include "qbsvrl6/paint/pdf/pdf_pictures.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
+#include "qbsvrl6/paint/pdf/srgb_profile.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -25,23 +29,67 @@ constexpr std::size_t kFanOut = 64;
 
 std::string reference(int number) { return std::to_string(number) + " 0 R"; }
 
+// The numbers that pages show, where they are not those of the sheets.
+class PageLabels {
+public:
+    void add(int shownNumber) {
+        if (shownNumber != next_) ranges_ += std::to_string(pages_) + labelFrom(shownNumber);
+        next_ = shownNumber + 1;
+        ++pages_;
+    }
+    // Of the catalog.
+    std::string entry() const {
+        if (ranges_.empty()) return {};
+        const bool startsAtOne = !ranges_.starts_with("0<<");
+        return "/PageLabels<</Nums[" + (startsAtOne ? "0" + labelFrom(1) : std::string()) + ranges_ + "]>>";
+    }
+
+private:
+    static std::string labelFrom(int number) {
+        return "<</S/D" + (number > 1 ? "/St " + std::to_string(number) : std::string()) + ">>";
+    }
+
+    std::string ranges_;
+    int next_ = 1;
+    int pages_ = 0;
+};
+
+std::string viewerPreferences(const PdfSettings& settings, bool hasTitle) {
+    static constexpr std::string_view kDuplex[] = {"", "/Duplex/Simplex", "/Duplex/DuplexFlipLongEdge",
+                                                   "/Duplex/DuplexFlipShortEdge"};
+    std::string entries = hasTitle ? "/DisplayDocTitle true" : "";
+    entries += kDuplex[static_cast<std::size_t>(settings.duplex)];
+    if (settings.unscaled) entries += "/PrintScaling/None";
+    return entries.empty() ? entries : "/ViewerPreferences<<" + entries + ">>";
+}
+
 class PdfWriter : public PageSink {
 public:
     PdfWriter(const PdfOptions& options, Spool& output)
         : options_(options),
-          file_(output),
-          fonts_(options.embedWholeFonts),
-          pictures_(file_),
-          canvas_(fonts_, pictures_) {
+          output_(output),
+          file_(output, part() == 1 ? PdfFile::Version::Pdf14 : PdfFile::Version::Pdf17),
+          fonts_({options.embedWholeFonts, part() == 1}),
+          pictures_(file_, options.standard),
+          canvas_(fonts_, pictures_, part() != 1) {
+        options_.info = plainInfo(options.info);
         catalog_ = file_.reserve();
         root_ = file_.reserve();
         resources_ = file_.reserve();
+        if (options.protection.isSet()) {
+            file_.encrypt(std::make_shared<const PdfEncryption>(options.protection));
+        }
+        if (!options.signature) return;
+        signer_.emplace(*options.signature);
+        signature_ = file_.reserve();
+        signatureField_ = file_.reserve();
     }
 
     void beginPage(const PageInfo& page) override {
         page_ = {};
         page_.paper = page.paper;
         page_.number = file_.reserve();
+        labels_.add(page.shownNumber);
         canvas_.begin(page.paper.height);
         if (options_.background == nullptr && options_.watermark.text.empty()) return;
         canvas_.beginDecoration();
@@ -57,6 +105,7 @@ public:
             const double top = (page_.paper.height - y) / kMicrometresPerPoint;
             bookmarks_.push_back({band.bookmark, band.groupLevel, page_.number, top});
         }
+        guessLanguage(band);
         paintBand(canvas_, std::move(band), x, y, page_.pending);
     }
 
@@ -86,8 +135,14 @@ public:
         writePageTree();
         writeResources();
         const int outline = writeOutline(file_, bookmarks_);
+        if (options_.info.language.empty()) options_.info.language = toUtf16(language_.name());
         writeCatalog(outline);
-        file_.finish(catalog_, writeInfo());
+        const int info = file_.reserve();
+        file_.writeObject(info, infoDictionary(options_.info));
+        std::uint64_t signatureAt = 0;
+        if (signer_) signatureAt = file_.writePlainObject(signature_, signer_->dictionary());
+        file_.finish(catalog_, info);
+        if (signer_) signer_->sign(output_, signatureAt);
     }
 
 private:
@@ -110,6 +165,15 @@ private:
         std::vector<int> children;
         std::size_t pages = 0;
     };
+
+    int part() const { return partOf(options_.standard); }
+
+    void guessLanguage(const Band& band) {
+        if (!options_.info.language.empty()) return;
+        for (const Item& item : band.items) {
+            if (const auto* text = std::get_if<TextItem>(&item.content)) language_.see(text->text);
+        }
+    }
 
     void writeLatePages(PendingTexts& pending) {
         std::size_t next = 0;
@@ -135,7 +199,9 @@ private:
         out.append(' ');
         appendPoints(out, page_.paper.height);
         out.add("]/Contents "sv, std::string_view(contents));
-        if (!canvas_.usedPictures().empty()) {
+        if (canvas_.usedPictures().empty()) {
+            out.add("/Resources "sv, std::int64_t{resources_}, " 0 R"sv);
+        } else {
             out.add("/Resources<</Font "sv, std::int64_t{fontResources()}, " 0 R/ExtGState "sv,
                     std::int64_t{stateResources()}, " 0 R/XObject<<"sv);
             for (const int picture : canvas_.usedPictures()) {
@@ -143,27 +209,69 @@ private:
             }
             out.append(">>>>"sv);
         }
-        addLinks(out);
+        addAnnotations(out);
         out.append(">>"sv);
         file_.writeObject(page_.number, out.view());
     }
 
-    void addLinks(ByteBuffer& out) {
-        if (canvas_.links().empty()) return;
-        out.append("/Annots["sv);
+    // The field of the signature is where the report has a box for it, or else it has no size, on the first page.
+    bool showsSignature() const {
+        if (!signer_ || hasSignatureField_) return false;
+        return canvas_.signature() || !options_.signature->hasBox;
+    }
+
+    void writeSignatureField(const Rect& rect, int page) {
+        hasSignatureField_ = true;
+        const int appearance = file_.reserve();
+        ByteBuffer out;
+        out.append("/Type/XObject/Subtype/Form/Resources<<>>/BBox[0 0 "sv);
+        appendPoints(out, rect.width);
+        out.append(' ');
+        appendPoints(out, rect.height);
+        out.append(']');
+        file_.writeStream(appearance, out.view(), "");
+        constexpr std::int64_t kPrintedAndLocked = 4 + 128;
+        out.clear();
+        out.add("<</Type/Annot/Subtype/Widget/FT/Sig/T(Signature)/F "sv, kPrintedAndLocked);
+        addRect(out, rect);
+        if (page != 0) out.add("/P "sv, std::int64_t{page}, " 0 R"sv);
+        out.add("/V "sv, std::int64_t{signature_}, " 0 R/AP<</N "sv, std::int64_t{appearance}, " 0 R>>>>"sv);
+        file_.writeObject(signatureField_, out.view());
+    }
+
+    // Its edges on the page, in points.
+    void addRect(ByteBuffer& out, const Rect& rect) const {
+        const double height = page_.paper.height;
+        out.append("/Rect["sv);
+        for (const double edge :
+             {0.0 + rect.x, height - rect.bottom(), 0.0 + rect.right(), height - rect.y}) {
+            appendPoints(out, edge);
+            out.append(' ');
+        }
+        out.append(']');
+    }
+
+    void addAnnotations(ByteBuffer& page) {
+        const bool hasSignature = showsSignature();
+        if (canvas_.links().empty() && !hasSignature) return;
+        page.append("/Annots["sv);
+        if (hasSignature) {
+            writeSignatureField(canvas_.signature().value_or(Rect{}), page_.number);
+            page.add(std::int64_t{signatureField_}, " 0 R "sv);
+        }
+        ByteBuffer out;
         for (const PdfLink& link : canvas_.links()) {
-            out.append("<</Type/Annot/Subtype/Link/Border[0 0 0]/Rect["sv);
-            const double height = page_.paper.height;
-            for (const double edge : {0.0 + link.rect.x, height - link.rect.bottom(), 0.0 + link.rect.right(),
-                                      height - link.rect.y}) {
-                appendPoints(out, edge);
-                out.append(' ');
-            }
-            out.append("]/A<</S/URI/URI"sv);
+            out.clear();
+            out.append("<</Type/Annot/Subtype/Link/F 4/Border[0 0 0]"sv);
+            addRect(out, link.rect);
+            out.append("/A<</S/URI/URI"sv);
             appendByteString(out, toUtf8(link.address));
             out.append(">>>>"sv);
+            const int number = file_.reserve();
+            file_.writeObject(number, out.view());
+            page.add(std::int64_t{number}, " 0 R "sv);
         }
-        out.append("]"sv);
+        page.append("]"sv);
     }
 
     int fontResources() {
@@ -206,11 +314,7 @@ private:
     void writeTreeNode(const TreeNode& node, int parent) {
         ByteBuffer out;
         out.add("<</Type/Pages/Count "sv, static_cast<std::int64_t>(node.pages));
-        if (parent != 0) {
-            out.add("/Parent "sv, std::int64_t{parent}, " 0 R"sv);
-        } else {
-            out.add("/Resources "sv, std::int64_t{resources_}, " 0 R"sv);
-        }
+        if (parent != 0) out.add("/Parent "sv, std::int64_t{parent}, " 0 R"sv);
         out.append("/Kids["sv);
         for (const int child : node.children) out.add(std::int64_t{child}, " 0 R "sv);
         out.append("]>>"sv);
@@ -231,36 +335,58 @@ private:
     }
 
     void writeCatalog(int outline) {
-        std::string body = "<</Type/Catalog/Pages " + reference(root_) + "/Lang(zh-CN)";
+        ByteBuffer language;
+        appendTextString(language, options_.info.language);
+        std::string body =
+            "<</Type/Catalog/Pages " + reference(root_) + "/Lang" + std::string(language.view());
         if (outline != 0) body += "/Outlines " + reference(outline) + "/PageMode/UseOutlines";
-        if (!options_.info.title.empty()) body += "/ViewerPreferences<</DisplayDocTitle true>>";
+        body += viewerPreferences(options_.settings, !options_.info.title.empty());
+        body += labels_.entry();
+        if (options_.protection.isSet()) {  // its encryption came after 1.7
+            body += "/Extensions<</ADBE<</BaseVersion/1.7/ExtensionLevel 8>>>>";
+        }
+        if (signer_) {
+            if (!hasSignatureField_) writeSignatureField({}, 0);
+            body += "/AcroForm<</SigFlags 3/Fields[" + reference(signatureField_) + "]>>";
+        }
+        if (options_.attachments != nullptr) body += writeAttachments(file_, *options_.attachments);
+        if (options_.standard != PdfStandard::None) body += standardEntries();
         file_.writeObject(catalog_, body + ">>");
     }
 
-    int writeInfo() {
-        ByteBuffer out;
-        out.append("<<"sv);
-        const auto entry = [&](std::string_view key, const std::u16string& text) {
-            if (text.empty()) return;
-            out.append(key);
-            appendTextString(out, text);
-        };
-        entry("/Title"sv, options_.info.title);
-        entry("/Author"sv, options_.info.author);
-        entry("/Subject"sv, options_.info.subject);
-        entry("/Keywords"sv, options_.info.keywords);
-        entry("/Producer"sv, u"qbsvrl6");
-        out.append(">>"sv);
-        const int number = file_.reserve();
-        file_.writeObject(number, out.view());
-        return number;
+    const Attachment* invoice() const {
+        if (options_.attachments == nullptr) return nullptr;
+        for (const PdfAttachment& file : *options_.attachments) {
+            if (!file.settings.invoiceProfile.empty()) return &file.settings;
+        }
+        return nullptr;
+    }
+
+    // The metadata can be read without software for PDF, so it is not compressed. The colours are those of
+    // sRGB on any device.
+    std::string standardEntries() {
+        const int metadata = file_.reserve();
+        file_.writeStream(metadata, "/Type/Metadata/Subtype/XML",
+                          xmpPacket(options_.info, options_.standard, invoice()), true);
+        const int profile = file_.reserve();
+        file_.writeStream(profile, "/N 3", srgbProfile());
+        const std::string name = "(sRGB IEC61966-2.1)";
+        return "/Metadata " + reference(metadata) +
+               "/OutputIntents[<</Type/OutputIntent/S/GTS_PDFA1/OutputConditionIdentifier" + name + "/Info" +
+               name + "/DestOutputProfile " + reference(profile) + ">>]";
     }
 
     PdfOptions options_;
+    Spool& output_;
     PdfFile file_;
     PdfFonts fonts_;
     PdfPictures pictures_;
     PdfCanvas canvas_;
+    LanguageGuess language_;
+    PageLabels labels_;
+    std::optional<PdfSigner> signer_;
+    int signature_ = 0, signatureField_ = 0;
+    bool hasSignatureField_ = false;
     int catalog_ = 0, root_ = 0, resources_ = 0;
     int fontDictionary_ = 0, stateDictionary_ = 0;
     OpenPage page_;

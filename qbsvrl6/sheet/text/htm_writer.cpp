@@ -14,6 +14,7 @@
 #include "qbsvrl6/drawing/svg.h"
 #include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/fonts/text_language.h"
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/items/unbroken_spans.h"
 #include "qbsvrl6/sheet/escape.h"
@@ -80,41 +81,6 @@ constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--
 constexpr const char* kContinuousRules =
     R"(@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
 )";
-
-bool isHebrew(char16_t unit) {
-    return (unit >= 0x590 && unit <= 0x5FF) || (unit >= 0xFB1D && unit <= 0xFB4F);
-}
-
-// Guesses the language of the document from the script of its texts.
-class LanguageGuess {
-public:
-    void see(std::u16string_view text) {
-        if (seen_ >= kEnough) return;
-        ++seen_;
-        for (const char16_t c : text) {
-            han_ = han_ || (c >= 0x4E00 && c <= 0x9FFF);
-            kana_ = kana_ || (c >= 0x3041 && c <= 0x30FE);
-            hangul_ = hangul_ || (c >= 0xAC00 && c <= 0xD7A3);
-            if (isHebrew(c)) {
-                ++hebrew_;
-            } else if (mayRunRightToLeft({&c, 1})) {
-                ++arabic_;
-            } else if (c > 0x40) {
-                ++others_;
-            }
-        }
-    }
-    const char* name() const {
-        if (std::max(hebrew_, arabic_) > others_) return hebrew_ > arabic_ ? "he" : "ar";
-        return kana_ ? "ja" : hangul_ ? "ko" : han_ ? "zh-CN" : "en";
-    }
-
-private:
-    static constexpr int kEnough = 1000;  // texts
-    int seen_ = 0;
-    bool han_ = false, kana_ = false, hangul_ = false;
-    std::int64_t hebrew_ = 0, arabic_ = 0, others_ = 0;  // letters
-};
 
 // The attributes of an element whose text, or some of it, runs from right to left: each of its paragraphs has
 // the direction of its first letter.
@@ -565,7 +531,11 @@ private:
 
     void appendHead(std::string& out) const {
         out += "<!DOCTYPE html>\n<html lang=\"";
-        out += language_.name();
+        if (options_.info.language.empty()) {
+            out += language_.name();
+        } else {
+            appendMarkup(out, options_.info.language);
+        }
         out +=
             "\">\n<head>\n<meta charset=\"utf-8\"/>\n"
             "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>";

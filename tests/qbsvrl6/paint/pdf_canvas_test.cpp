@@ -17,8 +17,8 @@ constexpr Micrometres kPage = 100'000;
 std::string drawn(const std::function<void(Canvas&)>& draw) {
     Spool output;
     PdfFile file(output);
-    PdfFonts fonts(false);
-    PdfPictures pictures(file);
+    PdfFonts fonts({});
+    PdfPictures pictures(file, PdfStandard::None);
     PdfCanvas canvas(fonts, pictures);
     canvas.begin(kPage);
     draw(canvas);

@@ -193,6 +193,7 @@ TEST(Pdf, PicturesKeepTheirKind) {
         std::string bytes;
         const char* image;  // as pdfimages lists it: colour, components, bits, encoding
         bool mask;
+        PdfStandard standard = PdfStandard::None;
     };
     const std::string photo =
         ReadFile(std::string(QBSVR_SOURCE_DIR) + "/samples/Samples/Data/Picture/Butterfly.jpg");
@@ -207,10 +208,16 @@ TEST(Pdf, PicturesKeepTheirKind) {
         {"transparent PNG", makePng(PNG_FORMAT_RGBA, 100), "rgb     3   8  image", true},
         {"transparent grey PNG", makePng(PNG_FORMAT_GA, 100), "gray    1   8  image", true},
         {"opaque PNG with alpha", makePng(PNG_FORMAT_RGBA, 255), "rgb     3   8  image", false},
+        {"four colours where all are sRGB", ReadFile(QBSVR_SOURCE_DIR "/fuzz/seeds/picture_fuzz/cmyk.jpg"),
+         "rgb     3   8  image", false, PdfStandard::A2u},
+        {"deep in PDF 1.4", makePng(PNG_FORMAT_LINEAR_Y, 0), "gray    1   8  image", false, PdfStandard::A1b},
+        {"transparent in PDF 1.4", makePng(PNG_FORMAT_GA, 100), "gray    1   8  image", false,
+         PdfStandard::A1b},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Document document;
+        document.options.standard = c.standard;
         document.pages.resize(2);
         for (int i = 0; i < 6; ++i) {  // from one file read six times
             document.pages[static_cast<std::size_t>(i) % 2].push_back(bandOf(handmade::other(

@@ -1,0 +1,18 @@
+// The files inside a PDF.
+#ifndef QBSVR_QBSVRL6_PAINT_PDF_PDF_ATTACHMENTS_H
+#define QBSVR_QBSVRL6_PAINT_PDF_PDF_ATTACHMENTS_H
+
+#include <string>
+#include <vector>
+
+#include "qbsvrl6/paint/pdf/pdf.h"
+#include "qbsvrl6/paint/pdf/pdf_file.h"
+
+namespace qbsvrl6 {
+
+// Writes the files and returns the entries of the catalog that list them; empty without files.
+std::string writeAttachments(PdfFile& file, const std::vector<PdfAttachment>& attachments);
+
+}  // namespace qbsvrl6
+
+#endif

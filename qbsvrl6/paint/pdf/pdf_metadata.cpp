@@ -1,0 +1,153 @@
+#include "qbsvrl6/paint/pdf/pdf_metadata.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "qbsvrl6/paint/pdf/pdf_syntax.h"
+#include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/xml_writer.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+std::u16string plainText(std::u16string_view text) {
+    constexpr std::size_t kMostUnits = 8'000;  // a string of a standard document has 32,767 bytes
+    std::u16string plain = toUtf16(toUtf8(text.substr(0, kMostUnits)));  // without lone surrogates
+    for (char16_t& unit : plain) {
+        if (unit < u' ' || unit == 0x7F) unit = u' ';
+        if (unit >= 0xFFFE) unit = 0xFFFD;
+    }
+    return plain;
+}
+
+class Packet {
+public:
+    explicit Packet(PdfStandard standard) {
+        // The identifier is that of all packets; the character in `begin` shows the encoding.
+        out_ = "<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n";
+        xml_.open("x:xmpmeta").attribute("xmlns:x", "adobe:ns:meta/").lineEnd();
+        xml_.open("rdf:RDF").attribute("xmlns:rdf", "http://www.w3.org/1999/02/22-rdf-syntax-ns#").lineEnd();
+        xml_.open("rdf:Description").attribute("rdf:about", "");
+        xml_.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/");
+        xml_.attribute("xmlns:pdf", "http://ns.adobe.com/pdf/1.3/");
+        xml_.attribute("xmlns:xmp", "http://ns.adobe.com/xap/1.0/");
+        xml_.attribute("xmlns:pdfaid", "http://www.aiim.org/pdfa/ns/id/").lineEnd();
+        xml_.element("pdfaid:part", partOf(standard)).lineEnd();
+        xml_.element("pdfaid:conformance", std::string_view(&"BU"[levelOf(standard) == 'U'], 1)).lineEnd();
+        xml_.element("dc:format", "application/pdf").lineEnd();
+    }
+
+    void property(std::string_view name, std::u16string_view value) {
+        if (!value.empty()) xml_.element(name, value).lineEnd();
+    }
+    // A text with alternatives by language.
+    void alternatives(std::string_view name, std::u16string_view value) {
+        if (value.empty()) return;
+        xml_.open(name).open("rdf:Alt").open("rdf:li").attribute("xml:lang", "x-default").text(value);
+        xml_.close().close().close().lineEnd();
+    }
+    void list(std::string_view name, std::string_view kind, std::u16string_view value) {
+        if (value.empty()) return;
+        xml_.open(name).open(kind).element("rdf:li", value).close().close().lineEnd();
+    }
+
+    // The properties of Factur-X and ZUGFeRD, and the description that a packet has of properties that are not its
+    // standard's own.
+    void invoice(const Attachment& file) {
+        static constexpr std::string_view kSpace = "urn:factur-x:pdfa:CrossIndustryDocument:invoice:1p0#";
+        static constexpr std::pair<std::string_view, std::string_view> kProperties[] = {
+            {"DocumentFileName", "name of the embedded XML invoice file"},
+            {"DocumentType", "INVOICE"},
+            {"Version", "version of the XML data"},
+            {"ConformanceLevel", "conformance level of the XML data"}};
+        xml_.close().lineEnd().open("rdf:Description").attribute("rdf:about", "");
+        xml_.attribute("xmlns:fx", kSpace).lineEnd();
+        property("fx:DocumentFileName", file.name);
+        property("fx:DocumentType", u"INVOICE");
+        property("fx:Version", u"1.0");
+        property("fx:ConformanceLevel", file.invoiceProfile);
+        xml_.close().lineEnd().open("rdf:Description").attribute("rdf:about", "");
+        xml_.attribute("xmlns:pdfaExtension", "http://www.aiim.org/pdfa/ns/extension/");
+        xml_.attribute("xmlns:pdfaSchema", "http://www.aiim.org/pdfa/ns/schema#");
+        xml_.attribute("xmlns:pdfaProperty", "http://www.aiim.org/pdfa/ns/property#").lineEnd();
+        xml_.open("pdfaExtension:schemas").open("rdf:Bag");
+        xml_.open("rdf:li").attribute("rdf:parseType", "Resource").lineEnd();
+        xml_.element("pdfaSchema:schema", "Factur-X PDFA Extension Schema").lineEnd();
+        xml_.element("pdfaSchema:namespaceURI", kSpace).lineEnd();
+        xml_.element("pdfaSchema:prefix", "fx").lineEnd();
+        xml_.open("pdfaSchema:property").open("rdf:Seq").lineEnd();
+        for (const auto& [name, description] : kProperties) {
+            xml_.open("rdf:li").attribute("rdf:parseType", "Resource");
+            xml_.element("pdfaProperty:name", name).element("pdfaProperty:valueType", "Text");
+            xml_.element("pdfaProperty:category", "external")
+                .element("pdfaProperty:description", description);
+            xml_.close().lineEnd();
+        }
+        xml_.close().close().close().close().close().lineEnd();
+    }
+
+    std::string finish() {
+        xml_.close().lineEnd().close().lineEnd().close().lineEnd();
+        return out_ + "<?xpacket end=\"r\"?>";
+    }
+
+private:
+    std::string out_;
+    XmlWriter xml_{out_};
+};
+
+}  // namespace
+
+DocumentInfo plainInfo(const DocumentInfo& info) {
+    DocumentInfo plain = info;
+    for (std::u16string* text : {&plain.title, &plain.author, &plain.subject, &plain.keywords}) {
+        *text = plainText(*text);
+    }
+    return plain;
+}
+
+std::string infoDictionary(const DocumentInfo& info) {
+    ByteBuffer out;
+    out.append(std::string_view("<<"));
+    const auto entry = [&](std::string_view key, std::u16string_view text) {
+        if (text.empty()) return;
+        out.append(key);
+        appendTextString(out, text);
+    };
+    entry("/Title", info.title);
+    entry("/Author", info.author);
+    entry("/Subject", info.subject);
+    entry("/Keywords", info.keywords);
+    entry("/Producer", kPdfProducer);
+    if (!info.created.empty())
+        out.add(std::string_view("/CreationDate("), std::string_view(pdfDate(info.created)), ')');
+    out.append(std::string_view(">>"));
+    return std::string(out.view());
+}
+
+std::string xmpPacket(const DocumentInfo& info, PdfStandard standard, const Attachment* invoice) {
+    Packet packet(standard);
+    packet.alternatives("dc:title", info.title);
+    packet.list("dc:creator", "rdf:Seq", info.author);
+    packet.alternatives("dc:description", info.subject);
+    packet.list("dc:language", "rdf:Bag", info.language);
+    packet.property("pdf:Keywords", info.keywords);
+    packet.property("pdf:Producer", kPdfProducer);
+    packet.property("xmp:CreateDate", info.created);
+    if (invoice != nullptr) packet.invoice(*invoice);
+    return packet.finish();
+}
+
+std::string pdfDate(std::u16string_view date) {
+    constexpr std::size_t kZone = 19;  // after "2026-03-01T09:30:00"
+    std::string out = "D:";
+    for (const char16_t unit : date.substr(0, kZone)) {
+        if (unit >= u'0' && unit <= u'9') out += static_cast<char>(unit);
+    }
+    const std::u16string_view zone = date.substr(std::min(kZone, date.size()));
+    if (zone.size() < 6) return out + "Z";
+    return out + toUtf8(zone.substr(0, 3)) + "'" + toUtf8(zone.substr(4, 2)) + "'";
+}
+
+}  // namespace qbsvrl6

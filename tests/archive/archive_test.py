@@ -1,0 +1,397 @@
+"""Documents for the archive: the rules of PDF/A, read from finished files by programs that are not ours.
+
+usage: archive_test.py QBREPORT SOURCES
+"""
+
+import hashlib
+import http.server
+import io
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import threading
+import unittest
+
+import pikepdf
+from pikepdf import Name
+
+import pdfa_rules
+
+PROGRAM, SOURCES = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
+SAMPLES = SOURCES / "samples/Samples"
+GALLERY = SOURCES / "docs/gallery/templates"
+FULL = os.environ.get("QBSVR_FULL_TESTS") == "1"
+STANDARDS = ("a-1b", "a-2b", "a-2u", "a-3b", "a-3u")
+
+# What a standard limits: pictures with alpha, in CMYK and of 16 bits, opacity, links, characters that no font has or that
+# have no ink, several glyphs for a character and the reverse, texts that are known at the end.
+HARD = f"""<Report version="1">
+  <Info title="Ä &lt;b&gt; &amp; 年" author="A" subject="S" keywords="k, l" created="2026-03-01T09:30:00+08:00"/>
+  <DefaultStyle font="Liberation Sans"/>
+  <ReportHeader height="250mm">
+    <Text width="180mm" height="8mm" text="office \u0378 AVA\u200bTAR e\u0301\u0323 one\u00adtwo \u2603 年 \ufeff \U00020BB7" link="https://example.org/ü"/>
+    <Text y="9mm" width="180mm" height="8mm" font="SimSun" bold="true" text="年月\u2f00 \u0378\u0379 \u0627\u0644\u0639\u0631\u0628\u064a\u0651\u0629"/>
+    <Picture y="20mm" width="30mm" height="30mm" source="{SAMPLES}/Data/Picture/Seal.png"/>
+    <Picture y="20mm" x="40mm" width="30mm" height="30mm" source="{SOURCES}/fuzz/seeds/picture_fuzz/cmyk.jpg"/>
+    <Picture y="20mm" x="80mm" width="30mm" height="30mm" source="{SOURCES}/fuzz/seeds/picture_fuzz/interlaced-alpha.png"/>
+    <Chart y="60mm" width="150mm" height="80mm" kind="bubble">
+      <Series label="A"><Point x="1" y="2" size="9"/><Point x="2" y="2" size="8"/></Series>
+    </Chart>
+    <Barcode y="150mm" width="60mm" height="30mm" type="50" text="12345"/>
+  </ReportHeader>
+  <PageFooter height="9mm"><Text width="90mm" height="9mm" text="[PageNumber] / [PageCount]"/></PageFooter>
+</Report>
+"""
+
+
+def render(template, *arguments, check=True):
+    command = [PROGRAM, "render", "--allow-folder", "/", template, "-f", "pdf", "-o", "-", *arguments]
+    result = subprocess.run([str(word) for word in command], capture_output=True, timeout=300)
+    if check and result.returncode != 0:
+        raise AssertionError(f"{command}: {result.stderr.decode()}")
+    return result.stdout if check else result
+
+
+def reports():
+    """The samples and the templates of the gallery, each with its arguments."""
+    groups = re.findall(r'"Name":"([^"]+)"(?:,"Data":"(\w+)")?', (SAMPLES / "Data/ReportListJson.txt").read_text("utf-8"))
+    found = [(next(SAMPLES.glob(f"Reports/**/{name}.qbf")), data) for name, data in groups]
+    gallery = re.findall(r'^    \("([\w-]+)", (?:"(\w+)"|None), \[', (SOURCES / "scripts/gallery").read_text("utf-8"), re.M)
+    found += [(GALLERY / f"{name}.qbf", data) for name, data in gallery]
+    assert len(found) > 25
+    for template, data in found:
+        own = template.with_suffix(".txt")
+        file = SAMPLES / f"Data/json/json{data}.txt" if data else own if own.exists() else None
+        yield template, ["-d", file] if file else []
+
+
+def first(pdf, kind):
+    return next(item for item in pdf.objects
+                if isinstance(item, (pikepdf.Dictionary, pikepdf.Stream)) and item.get("/Subtype") == kind)
+
+
+def font_of(pdf):
+    return next(font for _, font in pdf.pages[0].Resources.Font.items() if font.Subtype == Name.Type0)
+
+
+def replace(stream, old, new):
+    data = stream.read_bytes()
+    assert old in data, old
+    stream.write(data.replace(old, new))
+
+
+def write_plain(stream, change):
+    stream.write(change(stream.read_bytes()))
+
+
+# For each rule, what breaks it.
+PLANTED = [
+    ("6.2.2", lambda pdf: pdf.pages[0].obj.__delitem__("/Resources")),
+    ("6.2.2", lambda pdf: pdf.pages[0].Resources.Font.__delitem__(next(iter(pdf.pages[0].Resources.Font.keys())))),
+    ("6.2.3", lambda pdf: pdf.Root.__delitem__("/OutputIntents")),
+    ("6.2.3", lambda pdf: write_plain(pdf.Root.OutputIntents[0].DestOutputProfile, lambda data: data[:-4])),
+    ("6.2.4.3", lambda pdf: first(pdf, Name.Image).__setitem__("/ColorSpace", Name.DeviceCMYK)),
+    ("6.2.5", lambda pdf: pdf.pages[0].Resources.ExtGState.__setitem__("/X", pikepdf.Dictionary(TR=Name.Identity))),
+    ("6.2.8", lambda pdf: first(pdf, Name.Image).__setitem__("/Interpolate", True)),
+    ("6.1.7.1", lambda pdf: first(pdf, Name.Image).__setitem__("/F", pikepdf.String("a"))),
+    ("6.1.7.2", lambda pdf: first(pdf, Name.Image).write(b"00>", filter=Name.ASCIIHexDecode)),
+    ("6.1.13", lambda pdf: pdf.Root.__setitem__("/X", pikepdf.String("x" * 40000))),
+    ("6.1.13", lambda pdf: pdf.pages[0].obj.__setitem__("/MediaBox", [0, 0, 15000, 100])),
+    ("6.2.11.4.1", lambda pdf: font_of(pdf).DescendantFonts[0].__delitem__("/CIDToGIDMap")),
+    ("6.2.11.4.1", lambda pdf: write_plain(font_of(pdf).DescendantFonts[0].CIDToGIDMap, lambda data: data[:6])),
+    ("6.2.11.5", lambda pdf: font_of(pdf).DescendantFonts[0].__setitem__("/W", [1, [300, 301, 302]])),
+    ("6.2.11.7.2", lambda pdf: font_of(pdf).__delitem__("/ToUnicode")),
+    ("6.2.11.7.2", lambda pdf: write_plain(font_of(pdf).ToUnicode, lambda data: re.sub(rb"><[0-9A-F]+>", b"><FEFF>", data))),
+    ("6.2.11.8", lambda pdf: write_plain(pdf.pages[0].Contents[0], lambda data: re.sub(rb"(Td\(|\[\()..", rb"\1" + b"\0\0", data, 1, re.S))),
+    ("6.3.2", lambda pdf: first(pdf, Name.Link).__delitem__("/F")),
+    ("6.5.1", lambda pdf: first(pdf, Name.Link).A.__setitem__("/S", Name.Launch)),
+    ("6.6.2.1", lambda pdf: pdf.Root.__delitem__("/Metadata")),
+    ("6.6.2.1", lambda pdf: replace(pdf.Root.Metadata, b"?>\n<x:", b' encoding="UTF-8"?>\n<x:')),
+    ("6.6.2.3", lambda pdf: replace(pdf.Root.Metadata, b"<dc:format>", b'<fx:a xmlns:fx="urn:x"/><dc:format>')),
+    ("6.6.3", lambda pdf: pdf.trailer.Info.__setitem__("/Title", pikepdf.String("other"))),
+    ("6.6.3", lambda pdf: pdf.trailer.Info.__setitem__("/CreationDate", pikepdf.String("D:20200101000000Z"))),
+    ("6.6.4", lambda pdf: replace(pdf.Root.Metadata, b"<pdfaid:part>", b"<pdfaid:part>1")),
+    ("6.7.4", lambda pdf: pdf.Root.__setitem__("/Lang", pikepdf.String("?"))),
+    ("6.8", lambda pdf: pdf.Root.__setitem__("/X", pdf.make_indirect(pikepdf.Dictionary(EF=pikepdf.Dictionary())))),
+]
+PLANTED_IN_1 = [
+    ("6.3.5", lambda pdf: font_of(pdf).DescendantFonts[0].FontDescriptor.__delitem__("/CIDSet")),
+    ("6.3.5", lambda pdf: write_plain(font_of(pdf).DescendantFonts[0].FontDescriptor.CIDSet, lambda data: b"\xff" + data[1:] + b"\1")),
+    ("6.4", lambda pdf: first(pdf, Name.Image).__setitem__("/SMask", first(pdf, Name.Image))),
+    ("6.4", lambda pdf: pdf.pages[0].Resources.ExtGState.__setitem__("/X", pikepdf.Dictionary(ca=0.5))),
+]
+PLANTED_IN_BYTES = [
+    ("a-2u", "6.1.2", lambda data: data.replace(b"%\xe2\xe3", b"%ab", 1)),
+    ("a-2u", "6.1.3", lambda data: data + b"more\n"),
+    ("a-1b", "6.1.4", lambda data: data.replace(b"%PDF-1.4", b"%PDF-1.5", 1)),
+]
+
+
+class Rules(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.template = pathlib.Path(cls.folder.name) / "hard.qbf"
+        cls.template.write_text(HARD, "utf-8")
+        cls.hard = {standard: render(cls.template, "--option", f"standard={standard}") for standard in STANDARDS}
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def test_hard_content_keeps_every_standard(self):
+        for standard, data in self.hard.items():
+            with self.subTest(standard):
+                self.assertEqual(pdfa_rules.faults(data, standard), [])
+        self.assertEqual(render(self.template), self.hard["a-2u"])
+
+    def test_its_text_is_complete(self):
+        text = subprocess.run(["pdftotext", "-", "-"], input=self.hard["a-2u"], capture_output=True, check=True).stdout.decode()
+        for part in ("office\u0378", "\u0378\u0379", "\u2603", "1/1"):
+            self.assertIn(part, text.replace(" ", ""))
+
+    def test_every_rule_finds_its_fault(self):
+        def mutated(standard, plant):
+            with pikepdf.open(io.BytesIO(self.hard[standard])) as pdf:
+                plant(pdf)
+                out = io.BytesIO()
+                modes = pikepdf.ObjectStreamMode
+                pdf.save(out, force_version=pdf.pdf_version, fix_metadata_version=False,
+                         object_stream_mode=modes.disable if standard == "a-1b" else modes.preserve,
+                         compress_streams=False, stream_decode_level=pikepdf.StreamDecodeLevel.none)
+                return out.getvalue()
+
+        cases = [("a-2u", clause, mutated("a-2u", plant)) for clause, plant in PLANTED]
+        cases += [("a-1b", clause, mutated("a-1b", plant)) for clause, plant in PLANTED_IN_1]
+        cases += [(standard, clause, change(self.hard[standard])) for standard, clause, change in PLANTED_IN_BYTES]
+        for number, (standard, clause, data) in enumerate(cases):
+            with self.subTest(f"{number}: {clause}"):
+                self.assertTrue(any(fault.startswith(clause + " ") for fault in pdfa_rules.faults(data, standard)))
+        self.assertEqual({clause for _, clause, _ in cases}, {clause for clause, _, _ in pdfa_rules.RULES})
+
+    def test_level_a_is_refused_where_it_is_asked(self):
+        self.template.with_name("a.qbf").write_text('<Report version="1">\n  <Pdf standard="a-2a"/></Report>', "utf-8")
+        refused = render(self.template.with_name("a.qbf"), check=False)
+        self.assertNotEqual(refused.returncode, 0)
+        self.assertIn("a.qbf:2:8: ", refused.stderr.decode())
+
+
+def output_of(*command, check=True, data=None):
+    return subprocess.run([str(word) for word in command], check=check, input=data, capture_output=True,
+                          cwd=tempfile.gettempdir()).stdout
+
+
+def value_at(data, at):
+    """The start of the content and the end of a value in DER."""
+    size, head = data[at + 1], 2
+    if size >= 0x80:
+        head += size - 0x80
+        size = int.from_bytes(data[at + 2:at + head], "big")
+    return at + head, at + head + size
+
+
+def values_in(data, at=0):
+    start, end = value_at(data, at)
+    while start < end:
+        yield start
+        start = value_at(data, start)[1]
+
+
+class TimeServer(http.server.BaseHTTPRequestHandler):
+    def do_POST(self):
+        query = self.folder / "query.tsq"
+        query.write_bytes(self.rfile.read(int(self.headers["Content-Length"])))
+        answer = output_of("openssl", "ts", "-reply", "-config", self.folder / "time.cnf", "-queryfile", query)
+        self.send_response(200)
+        self.send_header("Content-Length", str(len(answer)))
+        self.end_headers()
+        self.wfile.write(answer)
+
+    def log_message(self, *arguments):
+        pass
+
+
+class Files(unittest.TestCase):
+    """Attached files, passwords, signatures and the examples of the page about them, in one folder."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.scratch = tempfile.TemporaryDirectory()
+        cls.folder = folder = pathlib.Path(cls.scratch.name)
+        page = (SOURCES / "docs/archive.md").read_text("utf-8")
+        cls.commands = re.findall(r"^qbreport .*$", page, re.M)
+        cls.files = {
+            "invoice.qbf": re.search(r'<Report version="1">.*?</Report>', page, re.S)[0],
+            "list.qbf": '<Report version="1"><ReportHeader height="30mm"><Text width="90mm" height="9mm" text="[Secret]"/>'
+                        '<Box y="9mm" width="60mm" height="20mm" signature="true"/></ReportHeader></Report>',
+            "rows.json": '{"Secret": "Only for you"}',
+            "factur-x.xml": (SAMPLES / "Reports/3a.factur-x.xml").read_text("utf-8"),
+            "user.txt": "usér\n", "owner.txt": "owner\n", "key.txt": "hidden-word\n",
+            "time.cnf": f"[tsa]\ndefault_tsa=one\n[one]\nserial={folder}/serial\nsigner_cert={folder}/ts.pem\n"
+                        f"signer_key={folder}/tskey.pem\nsigner_digest=sha256\ndigests=sha256\ndefault_policy=1.2.3\n"
+                        "ess_cert_id_alg=sha256\n",
+        }
+        for name, text in cls.files.items():
+            (folder / name).write_text(text, "utf-8")
+        for kind, name, extra in (("rsa:2048", "key", []), ("rsa:2048", "ts", ["-addext", "extendedKeyUsage=critical,timeStamping"]),
+                                  ("ec", "ec", ["-pkeyopt", "ec_paramgen_curve:P-256"])):
+            output_of("openssl", "req", "-x509", "-newkey", kind, "-nodes", "-days", "9", "-subj", f"/CN=Signer {name}",
+                      "-keyout", folder / f"{name}key.pem", "-out", folder / f"{name}.pem", *extra)
+            output_of("openssl", "pkcs12", "-export", "-inkey", folder / f"{name}key.pem", "-in", folder / f"{name}.pem",
+                      "-out", folder / f"{name}.p12", "-passout", "pass:hidden-word")
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.scratch.cleanup()
+
+    def render(self, *arguments, check=True):
+        result = subprocess.run([PROGRAM, "render", "list.qbf", "-d", "rows.json", "-f", "pdf", "-o", "-",
+                                 *(word for option in arguments for word in ("--option", option))],
+                                capture_output=True, cwd=self.folder, timeout=60)
+        if check:
+            self.assertEqual(result.returncode, 0, result.stderr.decode())
+        return result
+
+    def test_the_examples_of_the_page_run(self):
+        self.assertGreaterEqual(len(self.commands), 3)
+        for command in self.commands:
+            with self.subTest(command):
+                result = subprocess.run(["bash", "-c", command.replace("qbreport", str(PROGRAM), 1)], cwd=self.folder,
+                                        capture_output=True, timeout=60)
+                self.assertEqual(result.returncode, 0, result.stderr.decode())
+
+    def test_an_invoice_carries_its_xml(self):
+        sample = next(SAMPLES.glob("Reports/3a.*.qbf"))
+        document = render(sample, "-d", SAMPLES / "Data/json/jsonInvoice.txt")
+        self.assertEqual(pdfa_rules.faults(document, "a-3u"), [])
+        (self.folder / "invoice.pdf").write_bytes(document)
+        output_of("pdfdetach", "-saveall", "-o", self.folder, self.folder / "invoice.pdf")
+        self.assertEqual((self.folder / "factur-x.xml").read_bytes(), (SAMPLES / "Reports/3a.factur-x.xml").read_bytes())
+        with pikepdf.open(io.BytesIO(document)) as pdf:
+            stream = pdf.Root.AF[0].EF.F
+            self.assertEqual(bytes(stream.Params.CheckSum), hashlib.md5(stream.read_bytes()).digest())
+        plants = [("6.8", lambda pdf: pdf.Root.AF[0].__delitem__("/AFRelationship")),
+                  ("6.8", lambda pdf: pdf.Root.__delitem__("/AF")),
+                  ("6.8", lambda pdf: pdf.Root.AF[0].EF.F.__delitem__("/Subtype")),
+                  ("6.6.2.3", lambda pdf: replace(pdf.Root.Metadata, b"namespaceURI>urn:", b"namespaceURI>x:"))]
+        for clause, plant in plants:
+            with self.subTest(clause), pikepdf.open(io.BytesIO(document)) as pdf:
+                plant(pdf)
+                out = io.BytesIO()
+                pdf.save(out, fix_metadata_version=False)
+                self.assertTrue(any(fault.startswith(clause + " ") for fault in pdfa_rules.faults(out.getvalue(), "a-3u")))
+
+    def test_attachments_are_refused_where_they_are_wrong(self):
+        attachment = '<Report version="1">\n <Pdf{}>\n  <Attachment {}name="a.xml"/></Pdf></Report>'
+        for pdf, attributes, option, cause in (
+                (' standard="a-2b"', 'source="rows.json" ', "", ":2:"), ("", 'source="rows.json" ', "standard=a-1b", ":3:"),
+                ("", 'source="gone.xml" ', "", ":3:"), ("", "", "", ":3:"), ("", 'source="/etc/passwd" ', "", "a.xml")):
+            with self.subTest(f"{pdf} {attributes} {option}"):
+                (self.folder / "a.qbf").write_text(attachment.format(pdf, attributes), "utf-8")
+                result = subprocess.run([PROGRAM, "render", "a.qbf", "-o", "a.pdf", *(["--option", option] if option else [])],
+                                        cwd=self.folder, capture_output=True, timeout=60)
+                self.assertNotEqual(result.returncode, 0)
+                self.assertIn(cause, result.stderr.decode())
+
+    def test_passwords(self):
+        options = ("user-password=usér", "owner-password=owner", "permissions=print,copy")
+        file = self.folder / "locked.pdf"
+        file.write_bytes(self.render(*options).stdout)
+        for password, status in (("usér", 0), ("owner", 0), ("user", 2), ("", 2)):
+            with self.subTest(password):
+                self.assertEqual(subprocess.run(["qpdf", f"--password={password}", "--check", file],
+                                                capture_output=True).returncode, status)
+        shown = output_of("qpdf", "--password=usér", "--show-encryption", file).decode()
+        for line in ("R = 6", "extract for any purpose: allowed", "print high resolution: allowed", "modify anything: not allowed"):
+            self.assertIn(line, shown)
+        self.assertIn("Only for you", output_of("pdftotext", "-upw", "usér", file, "-").decode())
+        self.assertIn(b"PDF/A", self.render(*options, "standard=a-2u", check=False).stderr)
+        self.assertIn(b"signature", self.render(*options, "sign-key=key.p12", "sign-password=hidden-word", check=False).stderr)
+
+    def signed(self, file):
+        data = file.read_bytes()
+        with pikepdf.open(file) as pdf:
+            start, first, second, size = (int(number) for number in pdf.Root.AcroForm.Fields[0].V.ByteRange)
+            rect = [float(edge) for edge in pdf.Root.AcroForm.Fields[0].Rect]
+        self.assertEqual((start, second + size), (0, len(data)))
+        contents = bytes.fromhex(data[first + 1:second - 1].decode())
+        (self.folder / "signed").write_bytes(data[:first] + data[second:])
+        (self.folder / "signature").write_bytes(contents[:value_at(contents, 0)[1]])
+        return contents, rect
+
+    def test_signatures(self):
+        server = http.server.HTTPServer(("127.0.0.1", 0), type("Server", (TimeServer,), {"folder": self.folder}))
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.shutdown)
+        file = self.folder / "signed.pdf"
+        for name, options in (("key", []), ("ec", ["standard=a-1b"]), ("key", ["standard=none"]),
+                              ("key", [f"sign-time-server=http://127.0.0.1:{server.server_port}/"])):
+            with self.subTest(f"{name} {options}"):
+                file.write_bytes(self.render(f"sign-key={name}.p12", "sign-password=hidden-word", "sign-reason=Ä", *options).stdout)
+                shown = output_of("pdfsig", file).decode()
+                for part in ("Signature is Valid.", "Total document signed", "ETSI.CAdES.detached", f"Signer {name}"):
+                    self.assertIn(part, shown)
+                if "standard=none" not in options:
+                    self.assertEqual(pdfa_rules.faults(file.read_bytes(), "a-1b" if name == "ec" else "a-2u"), [])
+                contents, rect = self.signed(file)
+                self.assertAlmostEqual(rect[2] - rect[0], 170.08, 1)
+                output_of("openssl", "cms", "-verify", "-cades", "-CAfile", self.folder / f"{name}.pem", "-purpose", "any", "-binary", "-inform", "DER", "-in",
+                          self.folder / "signature", "-content", self.folder / "signed")
+                data = file.read_bytes()
+                file.write_bytes(data.replace(b"endobj\n", b"endobj ", 1))
+                self.assertNotIn("Signature is Valid.", output_of("pdfsig", file, check=False).decode())
+                if options and "server" in options[0]:
+                    self.check_time(contents)
+        wrong = self.render("sign-key=key.p12", "sign-password=wrong-word", check=False)
+        self.assertNotEqual(wrong.returncode, 0)
+        self.assertIn(b"password", wrong.stderr)
+        self.assertNotIn(b"wrong-word", wrong.stderr)
+
+    def check_time(self, contents):
+        signed = list(values_in(contents, list(values_in(contents))[1]))[0]
+        signer = list(values_in(contents, list(values_in(contents, signed))[-1]))[0]
+        *_, value, attributes = values_in(contents, signer)
+        values = list(values_in(contents, list(values_in(contents, attributes))[0]))[1]
+        token = list(values_in(contents, values))[0]
+        (self.folder / "value").write_bytes(contents[slice(*value_at(contents, value))])
+        (self.folder / "token").write_bytes(contents[token:value_at(contents, token)[1]])
+        verified = output_of("openssl", "ts", "-verify", "-token_in", "-in", self.folder / "token", "-data",
+                             self.folder / "value", "-CAfile", self.folder / "ts.pem")
+        self.assertIn(b"OK", verified)
+
+
+class Samples(unittest.TestCase):
+    def test_all_keep_their_standard(self):
+        with tempfile.TemporaryDirectory() as folder:
+            files = []
+            for template, data in reports():
+                has_files = "<Attachment" in template.read_text("utf-8")
+                for standard in ("a-3u",) if has_files else ("a-1b", "a-2u") if FULL else ("a-2u",):
+                    with self.subTest(f"{template.stem} {standard}"):
+                        document = render(template, "--option", f"standard={standard}", *data)
+                        self.assertEqual(pdfa_rules.faults(document, standard), [])
+                        if standard == "a-1b":
+                            files.append(pathlib.Path(folder) / f"{len(files)}.pdf")
+                            files[-1].write_bytes(document)
+            if FULL:
+                self.assertEqual(self.preflight(files), [])
+
+    def preflight(self, files):
+        """The files that Debian's validator for PDF/A-1b does not accept, with its messages."""
+        jars = ":".join(f"/usr/share/java/{name}.jar" for name in (
+            "preflight", "pdfbox2", "fontbox2", "xmpbox", "commons-logging", "commons-io", "jaxb-api",
+            "javax.activation"))
+        rejected = []
+        for file in files:
+            result = subprocess.run(["java", "-cp", jars, "org.apache.pdfbox.preflight.Validator_A1b", file],
+                                    capture_output=True, text=True)
+            if "is a valid PDF/A-1b file" not in result.stdout:
+                rejected.append(f"{file.name}: {result.stdout}{result.stderr[-400:]}")
+        return rejected
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
