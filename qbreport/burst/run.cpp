@@ -140,7 +140,8 @@ void Run::keepArchived() {
             const bool isKept = reader.next(entry) && isOf(entry, document, name) &&
                                 entry.offset == archive_->offsetAfter(size, name) &&
                                 digestOf(archive_->read(entry.offset, entry.bytes)) == entry.digest;
-            if (!isKept || isInterrupted()) {
+            if (isInterrupted()) throw Failure("interrupted; continue with --resume");
+            if (!isKept) {
                 pending_ = std::move(document);
                 break;
             }

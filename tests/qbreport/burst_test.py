@@ -238,7 +238,7 @@ class Burst(unittest.TestCase):
         self.burst(output="out/x.csv", status=2, errors='every document would be "out/x.csv"; name a column')
 
     def test_failed_documents(self):
-        """A document that fails is told with its data; the others are made."""
+        """A document that fails is reported with its data; the others are made."""
         bad = self.accounts[5]
         text = pathlib.Path("rows.jsonl").read_text("utf-8").replace(f'"{bad}"', f'"{bad}", "Holder": tru')
         pathlib.Path("rows.jsonl").write_text(text, "utf-8")
