@@ -325,6 +325,7 @@ class Files(unittest.TestCase):
     def test_signatures(self):
         server = http.server.HTTPServer(("127.0.0.1", 0), type("Server", (TimeServer,), {"folder": self.folder}))
         threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.server_close)
         self.addCleanup(server.shutdown)
         file = self.folder / "signed.pdf"
         for name, options in (("key", []), ("ec", ["standard=a-1b"]), ("key", ["standard=none"]),
