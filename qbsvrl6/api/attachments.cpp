@@ -46,7 +46,8 @@ bool looksLikeBase64(std::string_view source) {
            });
 }
 
-std::string bytesOf(const std::u16string& source, const Address& folder) {
+// `start` is where a relative source starts.
+std::string bytesOf(const std::u16string& source, Address start) {
     const std::string text = toUtf8(source);
     if (text.starts_with("data:")) {
         const std::size_t comma = text.find(',');
@@ -60,9 +61,15 @@ std::string bytesOf(const std::u16string& source, const Address& folder) {
     if (first != std::string::npos && (text[first] == '<' || text.compare(first, 4, "\xEF\xBB\xBF<") == 0)) {
         return text;  // XML
     }
-    Address address = folder;
-    address.name = source;
-    return fetch(address, limits::kPictureBytes);
+    start.name = source;
+    return fetch(start, limits::kPictureBytes);
+}
+
+Address startOf(const Attachment& attachment, const TextTemplate& source) {
+    Address start = attachment.folder;
+    start.folder = folderAt(attachment.folder);
+    if (!source.isConstant()) start.namedBy = NamedBy::Data;
+    return start;
 }
 
 }  // namespace
@@ -90,8 +97,9 @@ std::vector<PdfAttachment> loadAttachments(const ReportDefinition& report, const
             if (source.text.empty() && attachment.embedded.empty()) {
                 throw EngineError(ErrorCode::BadData, "its source is empty");
             }
-            loaded.push_back({attachment, source.text.empty() ? attachment.embedded
-                                                              : bytesOf(source.text, attachment.folder)});
+            loaded.push_back({attachment, source.text.empty()
+                                              ? attachment.embedded
+                                              : bytesOf(source.text, startOf(attachment, sources[i]))});
         } catch (const ValueError& error) {
             throw fail(ErrorCode::BadData, error.what());
         } catch (const EngineError& error) {
