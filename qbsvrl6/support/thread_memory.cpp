@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <ctime>
 #include <memory>
+#include <mutex>
 
 namespace qbsvrl6 {
 
@@ -20,6 +21,7 @@ std::atomic<int> threads{0};
 std::atomic<std::size_t> residentBusy{0};  // after the last return while other threads were running
 std::atomic<std::size_t> residentIdle{0};  // after the last return without other threads
 std::atomic<std::time_t> lastReturn{0};
+std::mutex returning;
 
 std::size_t residentBytes() {
     struct CloseFile {
@@ -39,6 +41,10 @@ struct ThreadEnd {
         if (!isLast && now < lastReturn + kSecondsBetween) return;
         std::atomic<std::size_t>& before = isLast ? residentIdle : residentBusy;
         if (residentBytes() < before + kWorthReturning) return;
+        // Of threads that end at once, one is enough. Where another allocator has replaced glibc's, its first
+        // call of glibc's is this one, which must not meet a second.
+        const std::unique_lock<std::mutex> lock(returning, std::try_to_lock);
+        if (!lock.owns_lock()) return;
         lastReturn = now;
         ::malloc_trim(0);
         before = residentBytes();
