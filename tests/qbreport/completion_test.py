@@ -17,12 +17,12 @@ import unittest
 COMPLETION = pathlib.Path(sys.argv[1]).resolve() / "qbreport/completion"
 START = {
     "bash": (["bash", "--norc", "--noprofile", "-i"],
-             f"source {COMPLETION}/qbreport.bash; bind -x '\"\\C-t\": echo \"<$READLINE_LINE>\"'; bind 'set bell-style none'"),
+             f"source {COMPLETION}/qbreport.bash; bind -x '\"\\C-t\": echo \"<$READLINE_LINE>\"; READLINE_LINE='; bind 'set bell-style none'"),
     "zsh": (["zsh", "-f", "-i"],
             f"fpath=({COMPLETION} $fpath); autoload -U compinit; compinit -u -D; unsetopt beep; "
-            'show() { zle -I; print -r -- "<$BUFFER>" }; zle -N show; bindkey "^T" show'),
+            'show() { zle -I; print -r -- "<$BUFFER>"; BUFFER= }; zle -N show; bindkey "^T" show'),
 }
-# What is typed, and the line after Tab.
+# What is typed, and the line after Tab. Ctrl-T shows the line and empties it.
 CASES = {
     "qbreport --ver": "qbreport --version ",
     "qbreport ren": "qbreport render ",
@@ -76,7 +76,6 @@ class Completion(unittest.TestCase):
         for typed, expected in CASES.items():
             os.write(ours, f"{typed}\t\x14".encode())
             yield typed, read_until("<([^<>\r\n]*)>")[1], expected
-            os.write(ours, b"\x15")
         os.close(ours)
         process.wait(60)
 
