@@ -21,8 +21,8 @@ bool XML_ValueHasSpecialChar(const lkchar* text);
 // else, including an entity followed by more text, raises type 9; the hint is the text from the "&" on.
 lkstr XML_DecodeValue(const lkchar* text);
 
-// Whether every unit is an ASCII letter or digit, "-", ".", "_", unit 183 or above 192, and the first is not a
-// digit, "-" or ".". False for null, true for the empty name.
+// Whether every unit is an ASCII letter or digit, "-", ".", "_", unit 183 or above 192, and the first is not
+// a digit, "-" or ".". False for null, true for the empty name.
 bool XmlCheckNodeName(const lkchar* name);
 
 }  // namespace larkspur

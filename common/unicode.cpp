@@ -83,8 +83,8 @@ std::size_t ExpectedOutput(const Unit* text, std::size_t n) {
     return each == 1 ? n : static_cast<std::size_t>(1.05 * each * static_cast<double>(n));
 }
 
-// The converters announce the size of a long text, and then, for each chunk, request space and commit the part
-// that they used.
+// The converters announce the size of a long text, and then, for each chunk, request space and commit the
+// part that they used.
 
 // Writes into a memory block that ends in a zero unit.
 template <typename Unit>

@@ -1,5 +1,5 @@
-// Files that are written completely or not at all: the bytes go into a new file, which replaces the old one at
-// the end.
+// Files that are written completely or not at all: the bytes go into a new file, which replaces the old one
+// at the end.
 #ifndef QBSVR_COMMON_WHOLE_FILE_H
 #define QBSVR_COMMON_WHOLE_FILE_H
 

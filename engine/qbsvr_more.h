@@ -63,8 +63,8 @@ typedef struct QBXMessage {
 // bad-expression, bad-data, bad-encoding, bad-picture, fetch-failed, limit, budget, not-allowed, cancelled,
 // not-supported, internal. There may be more of them later.
 
-// The number of messages since the report was created or QBXReportClearMessages was called. At most 10,000 are
-// kept: the first ones.
+// The number of messages since the report was created or QBXReportClearMessages was called. At most 10,000
+// are kept: the first ones.
 QBSVR_API uint64_t QBXReportGetMessageCount(tagQBReport* report);
 
 // Gets a message, in the order in which they occurred. Returns zero if there are not as many.
@@ -76,7 +76,8 @@ QBSVR_API int QBXReportGetLastError(tagQBReport* report, QBXMessage* message);
 QBSVR_API void QBXReportClearMessages(tagQBReport* report);
 
 // Gets the reason why the last call on this thread of a function without a report has failed: QBXGetBudget,
-// QBXSetBudget, QBXSetReach, QBXAddFontFolder, QBXSetFontAlias or QBXGetFontFamily. Returns zero if it has not.
+// QBXSetBudget, QBXSetReach, QBXAddFontFolder, QBXSetFontAlias or QBXGetFontFamily. Returns zero if it has
+// not.
 QBSVR_API int QBXGetLastError(QBXMessage* message);
 
 // ---- Template
@@ -88,13 +89,14 @@ QBSVR_API int QBXGetLastError(QBXMessage* message);
 // As QBReportLoadFromFile.
 QBSVR_API int QBXReportLoadTemplateFile(tagQBReport* report, const char* path);
 
-// Loads a template from memory. `name` is its file name for messages and for the relative names in it; it need
-// not exist. With the empty text, relative names in the template start from the working directory.
+// Loads a template from memory. `name` is its file name for messages and for the relative names in it; it
+// need not exist. With the empty text, relative names in the template start from the working directory.
 QBSVR_API int QBXReportLoadTemplate(tagQBReport* report, const void* bytes, uint64_t size, const char* name);
 
-// Checks the template, and the data if there is any, as an export would, without making a document. The messages
-// tell what is wrong: unknown fields, columns of the data that the template does not use, controls beside the
-// paper, columns wider than the page. Returns zero if there are errors; warnings alone are no errors.
+// Checks the template, and the data if there is any, as an export would, without making a document. The
+// messages tell what is wrong: unknown fields, columns of the data that the template does not use, controls
+// beside the paper, columns wider than the page. Returns zero if there are errors; warnings alone are no
+// errors.
 QBSVR_API int QBXReportCheck(tagQBReport* report);
 
 // ---- Data
@@ -102,19 +104,20 @@ QBSVR_API int QBXReportCheck(tagQBReport* report);
 // A report has its data from one of these calls, from QBReportLoadDataFromURL, or from the queries of its
 // template (docs/data.md). The last call counts.
 
-// Loads data from memory. `kind` is "json", "jsonl", "xml" or "csv" with its options ("csv:separator=;"); empty:
-// JSON or XML. `name` names the data in messages. Returns zero for data that cannot be read.
+// Loads data from memory. `kind` is "json", "jsonl", "xml" or "csv" with its options ("csv:separator=;");
+// empty: JSON or XML. `name` names the data in messages. Returns zero for data that cannot be read.
 QBSVR_API int QBXReportLoadData(tagQBReport* report, const char* kind, const void* bytes, uint64_t size,
                                 const char* name);
 
-// Loads data from a connection, as QBReportSetConnectionString names it, and a query: a path, an address or SQL.
+// Loads data from a connection, as QBReportSetConnectionString names it, and a query: a path, an address or
+// SQL.
 QBSVR_API int QBXReportLoadDataFrom(tagQBReport* report, const char* connection, const char* query);
 
 // A row that a QBXNextRow fills.
 typedef struct QBXRow QBXRow;
 
-// Fills the next row. Returns a positive number for a row, zero after the last row, and a negative number to end
-// the load as failed. Runs on the thread of the load.
+// Fills the next row. Returns a positive number for a row, zero after the last row, and a negative number to
+// end the load as failed. Runs on the thread of the load.
 typedef int (*QBXNextRow)(void* context, QBXRow* row);
 
 // Loads a table row by row from the caller. `columns` are `columnCount` names. The table gets the name `table`;
@@ -124,8 +127,8 @@ typedef int (*QBXNextRow)(void* context, QBXRow* row);
 QBSVR_API int QBXReportLoadRows(tagQBReport* report, const char* table, const char* const* columns,
                                 uint64_t columnCount, QBXNextRow next, void* context);
 
-// Set a value of the row; `column` is an index into the columns. A value that is not set is null. Return zero for
-// an index out of range and for a text that is not what the function expects.
+// Set a value of the row; `column` is an index into the columns. A value that is not set is null. Return zero
+// for an index out of range and for a text that is not what the function expects.
 QBSVR_API int QBXRowSetText(QBXRow* row, uint64_t column, const char* text, uint64_t size);
 QBSVR_API int QBXRowSetInteger(QBXRow* row, uint64_t column, int64_t value);
 QBSVR_API int QBXRowSetNumber(QBXRow* row, uint64_t column, double value);  // NaN and infinities are null
@@ -136,10 +139,10 @@ QBSVR_API int QBXRowSetDate(QBXRow* row, uint64_t column,
 
 // ---- Parameters
 
-// Sets the value of a parameter for all exports of the report, until null removes it. It wins over the value in the
-// data, which wins over the default of the template, but not over one that an outer report passes to a
-// sub-report. It holds in sub-reports, too. The text is read as the type that the template declares.
-// Returns zero for a text that does not read as that type.
+// Sets the value of a parameter for all exports of the report, until null removes it. It wins over the value
+// in the data, which wins over the default of the template, but not over one that an outer report passes to a
+// sub-report. It holds in sub-reports, too. The text is read as the type that the template declares. Returns
+// zero for a text that does not read as that type.
 QBSVR_API int QBXReportSetParameter(tagQBReport* report, const char* name, const char* value);
 
 // ---- Export
@@ -161,8 +164,8 @@ typedef struct QBXFormat {
 // Gets a format: pdf, xlsx, xls, html, rtf, txt, csv, tiff, png. Returns zero after the last one.
 QBSVR_API int QBXGetFormat(uint64_t index, QBXFormat* format);
 
-// Opens a prepared export, as QBReportPrepareExport does, in a format by its name; "htm", "text" and "tif" are
-// known, too. Returns zero for another name.
+// Opens a prepared export, as QBReportPrepareExport does, in a format by its name; "htm", "text" and "tif"
+// are known, too. Returns zero for another name.
 QBSVR_API int QBXReportPrepareExport(tagQBReport* report, const char* format);
 
 // Sets an option of the prepared export by its name. Returns zero for an unknown name or an invalid value.
@@ -201,8 +204,8 @@ QBSVR_API int QBXReportSetExportOption(tagQBReport* report, const char* name, co
 // The same for the options that an export event has.
 QBSVR_API int QBXExportOptionSet(tagQBExportOption* option, const char* name, const char* value);
 
-// Runs the prepared export into a file, which is replaced as a whole or not at all. PNG has one file per page:
-// "a.png", "a-2.png", "a-3.png". If one of them can't be written, those of this export are removed.
+// Runs the prepared export into a file, which is replaced as a whole or not at all. PNG has one file per
+// page: "a.png", "a-2.png", "a-3.png". If one of them can't be written, those of this export are removed.
 QBSVR_API int QBXReportExportToFile(tagQBReport* report, const char* path);
 
 // Runs the prepared export into memory. The bytes belong to the report until QBReportUnprepareExport.
@@ -211,8 +214,8 @@ QBSVR_API int QBXReportExportToMemory(tagQBReport* report, const void** bytes, u
 // Takes the next bytes of a document. Returns zero if it could not; the export then fails.
 typedef int (*QBXWrite)(void* context, const void* bytes, uint64_t size);
 
-// Runs the prepared export and passes the document on in order, on the thread of the call. If the export fails
-// after bytes were passed on, the caller has a part of a document.
+// Runs the prepared export and passes the document on in order, on the thread of the call. If the export
+// fails after bytes were passed on, the caller has a part of a document.
 QBSVR_API int QBXReportExportToWriter(tagQBReport* report, QBXWrite write, void* context);
 
 // The pages of the last export or check; 0: it had none.
@@ -235,9 +238,9 @@ typedef int (*QBXOnProgress)(void* context, const QBXProgress* progress);
 QBSVR_API void QBXReportSetProgress(tagQBReport* report, QBXOnProgress progress, void* context);
 
 // Cancels the export or load that the report is running, if any: that call soon fails with "cancelled" as its
-// error. Unlike all other functions, this one may be called while another thread uses the report. The report's
-// event handlers may call it, too. The report must not be released meanwhile. Returns non-zero if something was
-// running.
+// error. Unlike all other functions, this one may be called while another thread uses the report. The
+// report's event handlers may call it, too. The report must not be released meanwhile. Returns non-zero if
+// something was running.
 QBSVR_API int QBXReportCancel(tagQBReport* report);
 
 // ---- What a report consists of
@@ -269,8 +272,8 @@ QBSVR_API int QBXReportGetItem(tagQBReport* report, QBXItemKind kind, uint64_t i
 
 // ---- Fonts
 
-// Adds a folder with font files for all reports of the process. Call it before the first export. Returns zero if
-// there is no such folder.
+// Adds a folder with font files for all reports of the process. Call it before the first export. Returns zero
+// if there is no such folder.
 QBSVR_API int QBXAddFontFolder(const char* path);
 
 // Uses a font for templates that ask for another: QBXSetFontAlias("Helvetica", "Liberation Sans").
@@ -338,8 +341,8 @@ QBSVR_API int QBXReportSetBudget(tagQBReport* report, const QBXBudget* budget);
 // (QBXGetLastError names it).
 QBSVR_API int QBXSetReach(const QBXReach* reach);
 
-// Sets the reach of one report; a null list is copied from the reach of the process at this moment. Null removes
-// the report's reach. Returns zero on failure.
+// Sets the reach of one report; a null list is copied from the reach of the process at this moment. Null
+// removes the report's reach. Returns zero on failure.
 QBSVR_API int QBXReportSetReach(tagQBReport* report, const QBXReach* reach);
 
 #ifdef __cplusplus

@@ -1,5 +1,5 @@
-// The bytes of a data file, also as JSON Lines and CSV. They are rejected with a message, or can also be converted to
-// XML text, which can be read again.
+// The bytes of a data file, also as JSON Lines and CSV. They are rejected with a message, or can also be
+// converted to XML text, which can be read again.
 #include <cstdint>
 #include <cstdlib>
 #include <string>

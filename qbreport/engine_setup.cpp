@@ -50,7 +50,8 @@ void setReach(const EngineOptions& options) {
 }  // namespace
 
 void setUpEngine(const EngineOptions& options) {
-    // Messages go to standard error. The engine writes its log only into a set-up folder: /dev/null is no folder.
+    // Messages go to standard error. The engine writes its log only into a set-up folder: /dev/null is no
+    // folder.
     ::setenv("XDG_STATE_HOME", "/dev/null", 1);
     if (!options.setupFolder.empty()) requireFolder(options.setupFolder);
     QBInitConfig(std::filesystem::path(options.setupFolder).u16string().c_str());

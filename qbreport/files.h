@@ -24,8 +24,8 @@ std::string extensionOf(const std::string& path);
 // The path without its extension.
 std::string withoutExtension(const std::string& path);
 
-// A file to read exists and is no folder. Otherwise raises Failure, which names the nearest file in its folder
-// with one of the extensions (".qbf .xml"). "-" and web addresses are not looked at.
+// A file to read exists and is no folder. Otherwise raises Failure, which names the nearest file in its
+// folder with one of the extensions (".qbf .xml"). "-" and web addresses are not looked at.
 void requireFile(const std::string& path, std::string_view extensions);
 
 }  // namespace qbreport

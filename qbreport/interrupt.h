@@ -4,8 +4,9 @@
 
 namespace qbreport {
 
-// From here on, the first SIGINT, SIGTERM or SIGHUP is only remembered, and the second one ends the process. A
-// signal that the caller ignores stays ignored. Writing to a closed pipe fails instead of ending the process.
+// From here on, the first SIGINT, SIGTERM or SIGHUP is only remembered, and the second one ends the process.
+// A signal that the caller ignores stays ignored. Writing to a closed pipe fails instead of ending the
+// process.
 void catchInterrupts();
 
 bool isInterrupted();

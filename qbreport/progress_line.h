@@ -18,8 +18,8 @@ std::string cut(std::string_view text, std::size_t width);
 // "90 s", "3 min"
 std::string shownTime(std::uint64_t seconds);
 
-// While it exists, the report's calls end at an interrupt. If `isShown`, a call that takes longer than a second
-// shows a line on standard error, if that is a terminal. The line disappears at the end.
+// While it exists, the report's calls end at an interrupt. If `isShown`, a call that takes longer than a
+// second shows a line on standard error, if that is a terminal. The line disappears at the end.
 class ProgressLine {
 public:
     // `title` names the work.

@@ -47,7 +47,8 @@ public:
 
     std::vector<Item> items(QBXItemKind kind) const;
 
-    // Calls the engine, with a line of progress, and writes its messages. Raises Failure if the result is zero.
+    // Calls the engine, with a line of progress, and writes its messages. Raises Failure if the result is
+    // zero.
     void run(const std::function<int()>& call);
 
 private:

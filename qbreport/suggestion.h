@@ -8,8 +8,8 @@
 
 namespace qbreport {
 
-// For the end of a message: "; did you mean "invoice.qbf"? (templates: invoice.qbf, list.qbf)", or the parts of
-// it that apply. `what` names the names.
+// For the end of a message: "; did you mean "invoice.qbf"? (templates: invoice.qbf, list.qbf)", or the parts
+// of it that apply. `what` names the names.
 std::string suggestion(std::string_view wrong, const std::vector<std::string>& names, std::string_view what);
 
 // "a, b, c, …": the first names.

@@ -11,13 +11,13 @@
 
 namespace larkspur {
 
-// The latest formats of one thread: few, since a report has few, and of moderate length. A parser parses again
-// when it is no longer valid.
+// The latest formats of one thread: few, since a report has few, and of moderate length. A parser parses
+// again when it is no longer valid.
 template <class Parser>
 class FormatCache {
 public:
-    // The parser of the text; null if the text is not cached, because it is too long or the thread has already
-    // destroyed its cache.
+    // The parser of the text; null if the text is not cached, because it is too long or the thread has
+    // already destroyed its cache.
     static Parser* Get(const lkchar* text) {
         thread_local Owner owner;
         if (t_IsDestroyed) return nullptr;

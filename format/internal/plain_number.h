@@ -8,8 +8,8 @@ namespace larkspur {
 
 constexpr std::size_t kPlainNumberRoom = 128;
 
-// Writes the value into `buffer`, which has kPlainNumberRoom units, and returns the start of the text, which a
-// zero unit ends. Returns null if the section or the value needs the general writer.
+// Writes the value into `buffer`, which has kPlainNumberRoom units, and returns the start of the text, which
+// a zero unit ends. Returns null if the section or the value needs the general writer.
 const lkchar* WritePlainNumber(double value, const ClkNumericFormatParser::ClkFormatAnalyser& section,
                                lkchar* buffer);
 

@@ -31,8 +31,8 @@ private:
 
 // Used by one thread at a time, like its tree. Must outlive everything allocated from it.
 //
-// A whole tree is destroyed without visiting its nodes, most of which own nothing outside the pool. The others
-// are in a list, each with its position there.
+// A whole tree is destroyed without visiting its nodes, most of which own nothing outside the pool. The
+// others are in a list, each with its position there.
 class NodePool {
 public:
     // A cache line: the size of a node, or of a list of four members.

@@ -1,4 +1,5 @@
-// The index of an archive: where the document of a key is. It is a file beside the archive, "statements.tar.index".
+// The index of an archive: where the document of a key is. It is a file beside the archive,
+// "statements.tar.index".
 #ifndef QBSVR_QBREPORT_BURST_ARCHIVE_INDEX_H
 #define QBSVR_QBREPORT_BURST_ARCHIVE_INDEX_H
 

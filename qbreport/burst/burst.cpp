@@ -22,8 +22,8 @@ std::size_t processors() {
                    : std::max(1u, std::thread::hardware_concurrency());
 }
 
-// A document takes memory and gives it back, and the next one takes it again. Without this, each thread returns it to
-// the system in between, which costs a quarter of the time.
+// A document takes memory and gives it back, and the next one takes it again. Without this, each thread
+// returns it to the system in between, which costs a quarter of the time.
 void keepMemory() {
     ::mallopt(M_TRIM_THRESHOLD, 64 << 20);
     ::mallopt(M_MMAP_THRESHOLD, 4 << 20);

@@ -116,7 +116,8 @@ public:
         for (Input& input : inputs_) input.hasEntry = input.reader.next(input.entry);
     }
 
-    // Writes the manifest of the whole run. Its head is known at the end only, so it is put before the lines then.
+    // Writes the manifest of the whole run. Its head is known at the end only, so it is put before the lines
+    // then.
     Survey collect(const std::string& lines, const std::string& archive, RunStatus& status) {
         ManifestWriter writer(lines, "", 0);
         if (!archive.empty()) {

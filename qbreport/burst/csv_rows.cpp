@@ -1,5 +1,5 @@
-// Rows of CSV. What the engine makes of a field is its own work: here, rows are found, and the values that name a
-// document.
+// Rows of CSV. What the engine makes of a field is its own work: here, rows are found, and the values that
+// name a document.
 #include <algorithm>
 #include <array>
 

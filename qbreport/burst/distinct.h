@@ -10,8 +10,8 @@
 
 namespace qbreport {
 
-// Texts that ascend, character by character or as numbers do, are distinct, and nothing but the last one has to be
-// known. In any other order, each takes up to 48 bytes.
+// Texts that ascend, character by character or as numbers do, are distinct, and nothing but the last one has
+// to be known. In any other order, each takes up to 48 bytes.
 class Distinct {
 public:
     // `remembers`: texts may be in any order.

@@ -11,8 +11,8 @@
 
 namespace qbreport {
 
-// While a run is going on, its files have names of their own: the manifest, in the order of the data, and that of
-// the run before it, if there was one.
+// While a run is going on, its files have names of their own: the manifest, in the order of the data, and
+// that of the run before it, if there was one.
 std::string partOf(const std::string& path);
 std::string earlierOf(const std::string& path);
 
@@ -40,8 +40,8 @@ bool isOf(const Entry& entry, const Document& document, const std::string& name)
 // Whether the file is there as the entry says.
 bool isFinished(const Entry& entry, const std::string& path);
 
-// Raises Failure, with the members in which the manifest differs, if its head is another one. A manifest that does
-// not exist, or is torn before its first line ends, has none.
+// Raises Failure, with the members in which the manifest differs, if its head is another one. A manifest that
+// does not exist, or is torn before its first line ends, has none.
 void requireHead(const std::string& manifest, const std::string& head);
 
 // Makes an archive that is complete one that can be continued.

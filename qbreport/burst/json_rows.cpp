@@ -29,7 +29,8 @@ bool isAtEnd(ondemand::document& document) {
     return document.current_location().error() == simdjson::OUT_OF_BOUNDS;
 }
 
-// The values of the wanted columns in the text of an object. An object within it has columns such as "address.city".
+// The values of the wanted columns in the text of an object. An object within it has columns such as
+// "address.city".
 class ObjectReader {
 public:
     explicit ObjectReader(const std::vector<std::string>& columns) : columns_(columns) {}

@@ -67,8 +67,8 @@ private:
     std::string line_;
 };
 
-// Several manifests of one run as one, in the order of the data. Of entries for one document, the first manifest
-// counts.
+// Several manifests of one run as one, in the order of the data. Of entries for one document, the first
+// manifest counts.
 class MergedManifests {
 public:
     void add(const std::string& path);

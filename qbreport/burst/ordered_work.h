@@ -1,4 +1,5 @@
-// Jobs that threads finish in any order, and that their owner gets back in the order in which it has added them.
+// Jobs that threads finish in any order, and that their owner gets back in the order in which it has added
+// them.
 #ifndef QBSVR_QBREPORT_BURST_ORDERED_WORK_H
 #define QBSVR_QBREPORT_BURST_ORDERED_WORK_H
 
@@ -20,8 +21,8 @@ class OrderedWork {
 public:
     using Work = std::function<void(Job&)>;
 
-    // `begin` is called once by each thread and returns what it does with a job. The exception of a job is raised
-    // where its owner takes it; that of `begin` is that of every job.
+    // `begin` is called once by each thread and returns what it does with a job. The exception of a job is
+    // raised where its owner takes it; that of `begin` is that of every job.
     OrderedWork(std::size_t threads, const std::function<Work()>& begin) {
         for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back([this, begin] { run(begin); });
     }
@@ -38,7 +39,8 @@ public:
     OrderedWork(const OrderedWork&) = delete;
     OrderedWork& operator=(const OrderedWork&) = delete;
 
-    // For the owner's thread. It is woken for several jobs at once: `batch` of them, or all if no other one waits.
+    // For the owner's thread. It is woken for several jobs at once: `batch` of them, or all if no other one
+    // waits.
     void setBatch(std::size_t batch) { batch_ = batch; }
     std::size_t size() const { return jobs_.size(); }
     void add(std::unique_ptr<Job> job) {

@@ -11,8 +11,8 @@ namespace qbreport {
 
 class OutputNames {
 public:
-    // `output`: of the command line; `key`: the column by which data is divided; `format`: empty if it is named by
-    // an extension only. Raises WrongUse.
+    // `output`: of the command line; `key`: the column by which data is divided; `format`: empty if it is
+    // named by an extension only. Raises WrongUse.
     OutputNames(const std::string& output, const std::string& key, const std::string& format);
 
     // The folder of the documents, or of the archive; "" or with a final slash.
@@ -44,8 +44,8 @@ private:
     std::vector<Part> parts_;
 };
 
-// The value as a part of a file's name. Characters that would lead to another folder, that a file system does not
-// allow or that are no UTF-8 are written like "%2F", so that different values have different names.
+// The value as a part of a file's name. Characters that would lead to another folder, that a file system does
+// not allow or that are no UTF-8 are written like "%2F", so that different values have different names.
 std::string safeName(std::string_view value);
 
 }  // namespace qbreport

@@ -27,15 +27,16 @@ public:
     virtual bool next(Row& row) = 0;
     // The columns that the last row has.
     virtual std::vector<std::string> columns() const = 0;
-    // How the engine reads the rows of a document: `kind` of its load, the bytes before the rows, and one after each.
+    // How the engine reads the rows of a document: `kind` of its load, the bytes before the rows, and one
+    // after each.
     virtual std::string kind() const = 0;
     virtual std::string head() const = 0;
     // Continues at the last row that begins before the offset, or at any row before it.
     virtual void seekBefore(std::uint64_t offset) = 0;
 };
 
-// `kind`: of data, such as "csv:separator=;"; empty: by the content. `digest` gets the whole source if all rows are
-// read; may be null. Raises Failure for a kind that has no rows.
+// `kind`: of data, such as "csv:separator=;"; empty: by the content. `digest` gets the whole source if all
+// rows are read; may be null. Raises Failure for a kind that has no rows.
 std::unique_ptr<Rows> openRows(const Source& source, const std::string& kind,
                                const std::vector<std::string>& columns, Digest* digest);
 

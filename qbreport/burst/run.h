@@ -24,8 +24,8 @@ public:
     Run(const BurstPlan& plan, const RunOptions& options, const Survey& survey, RunStatus& status,
         Messages& messages);
 
-    // Returns whether all documents were tried. Raises Failure if the run cannot go on; what was finished by then is
-    // in the manifest.
+    // Returns whether all documents were tried. Raises Failure if the run cannot go on; what was finished by
+    // then is in the manifest.
     bool execute();
     const RunFigures& figures() const { return figures_; }
 

@@ -12,8 +12,8 @@
 
 namespace qbreport {
 
-// Documents are named and checked before the first one is made, so the source is read twice: standard input and
-// other pipes are copied to a temporary file.
+// Documents are named and checked before the first one is made, so the source is read twice: standard input
+// and other pipes are copied to a temporary file.
 class Source {
 public:
     // "-": standard input. Raises Failure.

@@ -19,8 +19,8 @@ struct Survey {
     std::string digest;  // of the source; of a shard: empty
 };
 
-// Raises Failure before anything is written. `reserved`: files that no document may replace; `onShare` is called
-// now and then with the share of the data that has been read.
+// Raises Failure before anything is written. `reserved`: files that no document may replace; `onShare` is
+// called now and then with the share of the data that has been read.
 Survey surveyOf(const DocumentSource& source, const OutputNames& names, const Shard& shard,
                 const std::vector<std::string>& reserved, const std::function<void(double)>& onShare);
 

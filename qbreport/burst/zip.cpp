@@ -1,5 +1,5 @@
-// Entries are stored as they are: documents are compressed already, and a program can read one where it is. The
-// directory at the end has the members of ZIP64 where the archive is large.
+// Entries are stored as they are: documents are compressed already, and a program can read one where it is.
+// The directory at the end has the members of ZIP64 where the archive is large.
 #include <libdeflate.h>
 
 #include <cstddef>

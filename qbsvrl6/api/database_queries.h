@@ -29,8 +29,8 @@ struct ParameterSources {
 // Raises EngineError for a text that does not read as the type that the report declares for the parameter.
 void checkParameter(const ReportDefinition& report, std::u16string_view name, std::u16string_view value);
 
-// Raises EngineError for a parameter that is required and has no value, and for a value of the program that is
-// not of the declared type.
+// Raises EngineError for a parameter that is required and has no value, and for a value of the program that
+// is not of the declared type.
 void checkParameters(const ParameterSources& sources);
 
 // Either the rows of a query, or the query where its parameters change from row to row of an outer report.

@@ -24,8 +24,8 @@ std::span<const Format> formats();
 // the names.
 ExportOptions optionsFor(std::string_view formatName);
 
-// Sets an option by its name, as QBXReportSetExportOption documents them. Raises EngineError for an unknown name
-// or an invalid value.
+// Sets an option by its name, as QBXReportSetExportOption documents them. Raises EngineError for an unknown
+// name or an invalid value.
 void setOption(ExportOptions& options, std::string_view name, std::string_view value);
 
 }  // namespace qbsvrl6

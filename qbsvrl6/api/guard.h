@@ -1,5 +1,5 @@
-// Guards around the body of every exported function: no exception leaves the library, and a handle that is null
-// or unknown means failure.
+// Guards around the body of every exported function: no exception leaves the library, and a handle that is
+// null or unknown means failure.
 #ifndef QBSVR_QBSVRL6_API_GUARD_H
 #define QBSVR_QBSVRL6_API_GUARD_H
 

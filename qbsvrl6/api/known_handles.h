@@ -15,8 +15,8 @@ struct KnownHandle {
     bool operator==(const KnownHandle&) const = default;
 };
 
-// The runtime of the report that the object belongs to; null for an unknown handle. Safe from any thread, as are
-// the lists below; threads rarely wait for each other's locks.
+// The runtime of the report that the object belongs to; null for an unknown handle. Safe from any thread, as
+// are the lists below; threads rarely wait for each other's locks.
 Runtime* ownerOfHandle(KnownHandle handle) noexcept;
 
 // Handles that become invalid together. They are known as long as they are in the list.

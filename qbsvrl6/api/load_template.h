@@ -12,8 +12,8 @@ namespace qbsvrl6 {
 // What belongs to the old definition goes with it, except for results of exports.
 void replaceDefinition(Report& report, ReportDefinition&& definition, std::string templateFile);
 
-// Loads a template with `load`, which gets the file's name. A report whose template does not load is empty: it
-// must not be mistaken for the one before.
+// Loads a template with `load`, which gets the file's name. A report whose template does not load is empty:
+// it must not be mistaken for the one before.
 void loadInto(Report& report, const std::string& file,
               const std::function<ReportDefinition(const std::string& file)>& load);
 

@@ -10,7 +10,8 @@
 
 namespace qbsvrl6 {
 
-// Passes only the pages of the ranges to `sink`. finish() raises EngineError (NotSupported) if there are none.
+// Passes only the pages of the ranges to `sink`. finish() raises EngineError (NotSupported) if there are
+// none.
 std::unique_ptr<PageSink> makePageFilter(std::vector<PageRange> ranges, std::unique_ptr<PageSink> sink);
 
 }  // namespace qbsvrl6

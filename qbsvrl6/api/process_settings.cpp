@@ -84,7 +84,8 @@ struct State {
     ProcessSettings settings;
     std::string error;  // why there are none
 
-    // What the machine lacks for reading the file passes: then nothing is loaded, and the next use tries again.
+    // What the machine lacks for reading the file passes: then nothing is loaded, and the next use tries
+    // again.
     void load() {
         isLoaded = false;
         error.clear();

@@ -38,7 +38,8 @@ struct QBXRow {
 
 namespace {
 
-// Calls `set` with the row's table and the column. Zero if there is no such column, or if `set` returns false.
+// Calls `set` with the row's table and the column. Zero if there is no such column, or if `set` returns
+// false.
 template <class Set>
 int setValue(const char* function, QBXRow* row, uint64_t column, Set&& set) {
     return guarded(function, 0, [&] {

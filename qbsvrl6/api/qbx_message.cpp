@@ -1,4 +1,5 @@
-// QBXReportGetMessageCount, QBXReportGetMessage, QBXReportGetLastError, QBXReportClearMessages, QBXGetLastError.
+// QBXReportGetMessageCount, QBXReportGetMessage, QBXReportGetLastError, QBXReportClearMessages,
+// QBXGetLastError.
 #include "engine/qbsvr_more.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"

@@ -38,7 +38,8 @@ public:
     BinaryObject& operator=(const BinaryObject&) = delete;
 
     std::string_view bytes() const { return mapped_.empty() ? std::string_view(memory_) : mapped_; }
-    // Moves bytes in memory to a temporary file. If that fails, they stay in memory and the result is false. Call it before the address of the bytes is passed on.
+    // Moves bytes in memory to a temporary file. If that fails, they stay in memory and the result is false.
+    // Call it before the address of the bytes is passed on.
     [[nodiscard]] bool moveToFile();
 
 private:

@@ -77,8 +77,8 @@ public:
     };
 
     // `report` outlives the binding. `passed` are the parameters that an outer report passes. Compiles the
-    // grid's filter, sort and groups. `returning` has the sub-reports whose values names refer to; null: `report`
-    // has. Raises EngineError(BadExpression) if an expression is invalid.
+    // grid's filter, sort and groups. `returning` has the sub-reports whose values names refer to; null:
+    // `report` has. Raises EngineError(BadExpression) if an expression is invalid.
     Binding(const ReportDefinition& report, const DataSources& sources,
             std::span<const SubReportParameter> passed, const ReportDefinition* returning = nullptr);
 
@@ -95,8 +95,8 @@ public:
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
     std::vector<SortTerm> compileSort(std::u16string_view text);
-    // Raises the same error for an expression that needs groups inside those of this level, which are not known
-    // when it chooses or sorts rows. -1: no groups are known.
+    // Raises the same error for an expression that needs groups inside those of this level, which are not
+    // known when it chooses or sorts rows. -1: no groups are known.
     void checkKnownGroups(const Expression& expression, int innermost) const;
 
     const ReportDefinition& report() const { return report_; }
@@ -123,8 +123,8 @@ public:
     std::size_t returnedCount() const { return returned_.size(); }
     const BoundReturnSite& returnSite(std::size_t index) const { return returnSites_[index]; }
     std::size_t returnSiteCount() const { return returnSites_.size(); }
-    // Compiles the values that the sub-report returns. `inner` is the binding of its rows, which outlives the use
-    // of this one. Raises EngineError(BadExpression).
+    // Compiles the values that the sub-report returns. `inner` is the binding of its rows, which outlives the
+    // use of this one. Raises EngineError(BadExpression).
     void connect(const SubReportContent& content, SubReportRows rows, Binding& inner);
     // Null if it is not connected: its values are empty.
     const ReturningReport* returningReport(const SubReportContent& content) const;

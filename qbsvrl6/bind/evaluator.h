@@ -32,9 +32,9 @@ struct EvaluatedText {
 // results of calculated fields are valid within one evaluation, for one row and scope.
 class Evaluator {
 public:
-    // Reads the tables that are in place of those of the binding. `passed` holds a value for each parameter that the outer report passes. `now` is the wall-clock time in
-    // seconds. `binding`, `tables` and `rows` outlive the evaluator, which accepts only expressions that
-    // the binding has already compiled.
+    // Reads the tables that are in place of those of the binding. `passed` holds a value for each parameter
+    // that the outer report passes. `now` is the wall-clock time in seconds. `binding`, `tables` and `rows`
+    // outlive the evaluator, which accepts only expressions that the binding has already compiled.
     Evaluator(const Binding& binding, const RowTables& tables, const WalkedRows& rows,
               std::span<const OwnedValue> passed, std::int64_t now);
 

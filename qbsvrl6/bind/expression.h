@@ -74,8 +74,8 @@ struct Aggregate {
     std::uint32_t slot = 0;                // of its state; set by binding
     // The table within the row table whose rows are aggregated; null: the row table. Set by binding.
     const Table* table = nullptr;
-    // If the argument has one value per group of this level, or per report (-1), the aggregate reads it once for
-    // each. Set by binding.
+    // If the argument has one value per group of this level, or per report (-1), the aggregate reads it once
+    // for each. Set by binding.
     std::optional<int> onceIn;
 };
 

@@ -14,8 +14,8 @@
 
 namespace qbsvrl6 {
 
-// A group begins where its key changes. Groups with `sort` or `top` have all rows of a key instead, in the order
-// of their first rows or of their sort.
+// A group begins where its key changes. Groups with `sort` or `top` have all rows of a key instead, in the
+// order of their first rows or of their sort.
 class GroupFinder {
 public:
     // The evaluator evaluates at `rows`. All outlive the finder.

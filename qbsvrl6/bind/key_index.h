@@ -13,8 +13,8 @@
 
 namespace qbsvrl6 {
 
-// Holds hashes of the values only: 8 bytes per row and at most 4 for the buckets, which count in the budget of
-// the export.
+// Holds hashes of the values only: 8 bytes per row and at most 4 for the buckets, which count in the budget
+// of the export.
 class KeyIndex {
 public:
     // The value of a row; its text lives until the next call.

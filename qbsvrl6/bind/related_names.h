@@ -15,8 +15,8 @@ struct RelatedColumn {
     std::size_t column = Table::npos;
 };
 
-// The column "Amount" of the table "Customers.Orders" is "Orders.Amount" and "Customers.Orders.Amount" as well.
-// Case is ignored.
+// The column "Amount" of the table "Customers.Orders" is "Orders.Amount" and "Customers.Orders.Amount" as
+// well. Case is ignored.
 std::size_t findQualified(const Table& table, std::u16string_view name);
 
 // The column of this name, qualified or not, in `table` or the nearest table around it that has one.

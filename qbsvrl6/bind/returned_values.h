@@ -1,4 +1,5 @@
-// The values that sub-reports return to the report around them: <Return name="Total" expression="Sum(Amount)"/>.
+// The values that sub-reports return to the report around them: <Return name="Total"
+// expression="Sum(Amount)"/>.
 #ifndef QBSVR_QBSVRL6_BIND_RETURNED_VALUES_H
 #define QBSVR_QBSVRL6_BIND_RETURNED_VALUES_H
 
@@ -61,8 +62,9 @@ struct ReturningReport {
     std::vector<Expression> values;
 };
 
-// The returned values in one view of the report around the sub-reports. The value at a row, group or report is
-// computed as the sub-report there would be, wherever it is read, and whether the sub-report is printed or not.
+// The returned values in one view of the report around the sub-reports. The value at a row, group or report
+// is computed as the sub-report there would be, wherever it is read, and whether the sub-report is printed or
+// not.
 class ReturnedValues {
 public:
     // All outlive the object.

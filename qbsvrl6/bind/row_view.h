@@ -23,13 +23,13 @@ namespace qbsvrl6 {
 // Row indices count only the rows that the filter accepts. An object belongs to one thread.
 class RowView {
 public:
-    // Applies the filter and the sort, and finds the groups. `passed` holds a value for each parameter that the outer
-    // report passes. `now` is the wall-clock time in seconds, constant within an export. `binding` outlives
-    // the view, which accepts only expressions that the binding has already compiled. Raises
+    // Applies the filter and the sort, and finds the groups. `passed` holds a value for each parameter that
+    // the outer report passes. `now` is the wall-clock time in seconds, constant within an export. `binding`
+    // outlives the view, which accepts only expressions that the binding has already compiled. Raises
     // EngineError(LimitExceeded) for tables of more than 4 billion rows.
     RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now);
-    // Walks these rows of the binding's table only. If that table is one of `tables`, walks all rows of the one
-    // that is in its place, unless `rows` are already of that one.
+    // Walks these rows of the binding's table only. If that table is one of `tables`, walks all rows of the
+    // one that is in its place, unless `rows` are already of that one.
     RowView(const Binding& binding, std::span<const OwnedValue> passed, std::int64_t now, WalkedRows rows,
             RowTables tables = {}, bool areOfTables = false);
     RowView(const RowView&) = delete;

@@ -221,7 +221,8 @@ void SortKeys::appendText(Term& term, std::u16string_view text) {
     }
 }
 
-// No key is the beginning of another one, so a start that is filled with zeros decides as the key itself does.
+// No key is the beginning of another one, so a start that is filled with zeros decides as the key itself
+// does.
 void SortKeys::close(std::size_t item) {
     Entry entry;
     entry.item = static_cast<std::uint32_t>(item);

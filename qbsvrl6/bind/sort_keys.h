@@ -15,9 +15,9 @@
 namespace qbsvrl6 {
 
 // The order of values: nothing (null and the empty text), false, true, numbers, dates, texts. Numbers compare
-// exactly. Texts compare as numbers if all texts of the term read as numbers, as those of XML do; otherwise by
-// code point or by the term's collation, which also makes texts of digits compare as texts. "desc" reverses all
-// of it. Items with equal keys keep their order.
+// exactly. Texts compare as numbers if all texts of the term read as numbers, as those of XML do; otherwise
+// by code point or by the term's collation, which also makes texts of digits compare as texts. "desc"
+// reverses all of it. Items with equal keys keep their order.
 //
 // Each value is read once and becomes bytes that compare as the values do, so that a comparison reads no
 // value. An item takes 16 bytes, 8 more if any key is longer than 8 bytes, and the rest of its key; all of it

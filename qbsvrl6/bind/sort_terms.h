@@ -17,8 +17,8 @@ struct SortTerm {
 };
 
 // Terms are separated by commas, and each is an expression that may be followed by "asc" or "desc" and by
-// "collate" with a name. None for a blank text. Raises EngineError(BadExpression) with the column in the whole
-// text.
+// "collate" with a name. None for a blank text. Raises EngineError(BadExpression) with the column in the
+// whole text.
 std::vector<SortTerm> parseSortTerms(std::u16string_view text);
 
 }  // namespace qbsvrl6

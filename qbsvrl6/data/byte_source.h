@@ -30,8 +30,8 @@ private:
     std::string origin_;
 };
 
-// The bytes at an address, with the errors of `fetch` (load.h) but without a limit of their number. Those of a
-// local file are read, and count in the budget of the export, window by window. Those of a web address are
+// The bytes at an address, with the errors of `fetch` (load.h) but without a limit of their number. Those of
+// a local file are read, and count in the budget of the export, window by window. Those of a web address are
 // downloaded first: into memory, or into a temporary file if they are many.
 std::unique_ptr<ByteSource> openBytes(const Address& address);
 

@@ -17,7 +17,8 @@ struct CsvForm {
 };
 
 // "separator=;,header=no,encoding=gbk": the options of a connection, in any order. A separator is one ASCII
-// character or comma, semicolon, tab, pipe, space. Raises EngineError(NotSupported) with the options that exist.
+// character or comma, semicolon, tab, pipe, space. Raises EngineError(NotSupported) with the options that
+// exist.
 CsvForm csvFormFrom(std::string_view options);
 
 // One table without a name. Each value is the text of its field; an unquoted empty field is no value. The

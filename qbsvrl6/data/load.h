@@ -12,8 +12,8 @@
 namespace qbsvrl6 {
 
 // The bytes at a local path, file:, http: or https: address. Raises EngineError that names the address: not
-// found, out of reach (reach.h), unreadable, larger than `maxBytes`, slow beyond limits::kFetchSeconds; and for
-// what ends the whole export (budget.h).
+// found, out of reach (reach.h), unreadable, larger than `maxBytes`, slow beyond limits::kFetchSeconds; and
+// for what ends the whole export (budget.h).
 std::string fetch(const Address& address, std::size_t maxBytes);
 
 // The bytes of a web address, limited only by the budget of the export.
@@ -24,8 +24,8 @@ Spool download(const Address& address);
 // JSON: a root array is one table without a name; in a root object each array is a table by its name and each
 // scalar a parameter. The members of nested objects become columns, parameters or tables named "outer.inner".
 // An element that is not an object has the single column "value". Within a row, an array with objects is rows
-// of a child table named "table.array", an empty one is null, and any other array is its JSON text. JSON is read in a window, and a
-// row has at most limits::kDataRowBytes.
+// of a child table named "table.array", an empty one is null, and any other array is its JSON text. JSON is
+// read in a window, and a row has at most limits::kDataRowBytes.
 //
 // XML: elements that repeat a name are rows of a table of that name, as is a single element that has leaves
 // or attributes and isn't the root. The columns of a row are its attributes and child elements, "outer.inner"

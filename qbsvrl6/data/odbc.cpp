@@ -107,8 +107,8 @@ private:
 
 SQLPOINTER asPointer(SQLULEN value) { return reinterpret_cast<SQLPOINTER>(value); }
 
-// An attribute of PostgreSQL's driver: results come in blocks, by a cursor. Otherwise it holds them whole, at some
-// 700 bytes per row.
+// An attribute of PostgreSQL's driver: results come in blocks, by a cursor. Otherwise it holds them whole, at
+// some 700 bytes per row.
 constexpr SQLINTEGER kPostgresCursors = 65539;
 
 class Connection : public SqlConnection, public std::enable_shared_from_this<Connection> {
@@ -117,7 +117,8 @@ public:
         : origin_("odbc:" + shownOdbc(connection)),
           environment_(odbc_, SQL_HANDLE_ENV, SQL_NULL_HANDLE),
           connection_(newConnection()) {
-        // Drivers may not know an attribute; a query that writes is then refused by the database's own rights.
+        // Drivers may not know an attribute; a query that writes is then refused by the database's own
+        // rights.
         const auto set = [&](SQLINTEGER attribute, SQLULEN value) {
             odbc_.SQLSetConnectAttrW(connection_->get(), attribute, asPointer(value), SQL_IS_UINTEGER);
         };
@@ -160,7 +161,8 @@ private:
         return name.data();
     }
 
-    // The attribute is a hint to the driver. The statement lets the server refuse; not every database knows it.
+    // The attribute is a hint to the driver. The statement lets the server refuse; not every database knows
+    // it.
     void forbidWriting() {
         const Handle statement(odbc_, SQL_HANDLE_STMT, connection_->get());
         std::u16string text = u"SET TRANSACTION READ ONLY";
@@ -190,8 +192,8 @@ private:
 // How a column is read.
 enum class Read { Whole, Decimal, Float, Double, Boolean, Date, Text, Bytes };
 
-// PostgreSQL's driver reports booleans as texts, and amounts of money as doubles that it can't convert: the name
-// of the type is what counts.
+// PostgreSQL's driver reports booleans as texts, and amounts of money as doubles that it can't convert: the
+// name of the type is what counts.
 Read readOf(SQLSMALLINT type, std::string_view typeName, bool isUnsigned) {
     if (typeName == "bool") return Read::Boolean;
     if (typeName == "money") return Read::Text;
@@ -288,8 +290,8 @@ private:
         if (!SQL_SUCCEEDED(result)) fail(statement_.messages());
     }
 
-    // The result of a call in which the server works, perhaps for long. This thread sees when the export ends,
-    // and then cancels the call: some drivers cancel only what has already begun, so more than once.
+    // The result of a call in which the server works, perhaps for long. This thread sees when the export
+    // ends, and then cancels the call: some drivers cancel only what has already begun, so more than once.
     template <class Call>
     SQLRETURN await(Call call) {
         std::future<SQLRETURN> answer;

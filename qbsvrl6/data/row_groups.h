@@ -1,5 +1,5 @@
-// The rows of a table as a list of groups. The tables of all reports together keep a limited amount of memory;
-// the groups beyond it are in a temporary file, and are read from there one by one.
+// The rows of a table as a list of groups. The tables of all reports together keep a limited amount of
+// memory; the groups beyond it are in a temporary file, and are read from there one by one.
 #ifndef QBSVR_QBSVRL6_DATA_ROW_GROUPS_H
 #define QBSVR_QBSVRL6_DATA_ROW_GROUPS_H
 
@@ -21,7 +21,8 @@ inline constexpr std::size_t kLoadedRowGroups = 16;  // of a table: those that h
 // up. A table of up to a megabyte, or up to the limit if that is less, stays in memory in any case.
 void limitRowMemory(std::uint64_t bytes);
 
-// For tests: the most rows of a group, and the most groups that a table keeps after reading them from its file.
+// For tests: the most rows of a group, and the most groups that a table keeps after reading them from its
+// file.
 void limitRowGroups(std::size_t rows, std::size_t loaded);
 
 // The file of the tables that one thread makes while a SharedRowFile exists.

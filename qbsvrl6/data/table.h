@@ -37,9 +37,9 @@ public:
     std::u16string columnName(std::size_t column) const;
     // Index of the column, or npos. Looks for the exact name first, then ignores ASCII case.
     std::size_t findColumn(std::u16string_view name) const;
-    // A row or column out of range reads as null, as does every row before endRows(). The text lives as long as
-    // the table; if the table is paged, only until the next call. Raises MachineError if the file of a paged
-    // table can't be read.
+    // A row or column out of range reads as null, as does every row before endRows(). The text lives as long
+    // as the table; if the table is paged, only until the next call. Raises MachineError if the file of a
+    // paged table can't be read.
     Value value(std::size_t row, std::size_t column) const;
     bool isPaged() const;
 

@@ -12,13 +12,13 @@ namespace qbsvrl6 {
 
 class TextStream {
 public:
-    // `encoding` is a name of support/encodings.h; empty: UTF-8. A byte order mark of UTF-8 or UTF-16 overrides
-    // it. Raises EngineError(NotSupported) for an unknown encoding.
+    // `encoding` is a name of support/encodings.h; empty: UTF-8. A byte order mark of UTF-8 or UTF-16
+    // overrides it. Raises EngineError(NotSupported) for an unknown encoding.
     TextStream(ByteSource& bytes, const std::string& encoding);
     ~TextStream();
 
-    // Appends the next window, whole characters of valid UTF-8. Returns false, and appends nothing, at the end
-    // of the text and at a sequence that is invalid in the encoding.
+    // Appends the next window, whole characters of valid UTF-8. Returns false, and appends nothing, at the
+    // end of the text and at a sequence that is invalid in the encoding.
     bool append(std::string& text);
     // What is wrong with the sequence at which the text ended; empty: nothing, it was the end.
     const std::string& problem() const { return problem_; }

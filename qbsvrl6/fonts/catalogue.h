@@ -24,8 +24,8 @@ struct InstalledFace {
 
 class FontCatalogue {
 public:
-    // Reads the list of the machine's fonts and of those in `folders`. Raises MachineError or std::bad_alloc if it
-    // can't be read completely.
+    // Reads the list of the machine's fonts and of those in `folders`. Raises MachineError or std::bad_alloc
+    // if it can't be read completely.
     explicit FontCatalogue(const std::vector<std::string>& folders);
 
     // The nearest face of a folded family; null if the family isn't installed.

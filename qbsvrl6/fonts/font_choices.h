@@ -15,7 +15,8 @@ struct FontChoices {
     std::unordered_map<std::string, std::string> aliases;  // folded names (aliases.h)
 };
 
-// Raise EngineError (NotSupported) once the fonts are in use. The first also for a folder that does not exist.
+// Raise EngineError (NotSupported) once the fonts are in use. The first also for a folder that does not
+// exist.
 void addFontFolder(const std::string& path);
 void setFontAlias(std::u16string_view name, std::u16string_view family);
 

@@ -10,8 +10,8 @@
 
 namespace qbsvrl6 {
 
-// The value that the text formats. Spreadsheets store it as a number or date, with a format that shows what the
-// page shows. Only the member that `type` names is valid.
+// The value that the text formats. Spreadsheets store it as a number or date, with a format that shows what
+// the page shows. Only the member that `type` names is valid.
 struct CellValue {
     ValueType type = ValueType::Text;  // Text: the value is the item's text
     Number number;

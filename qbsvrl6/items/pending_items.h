@@ -1,5 +1,5 @@
-// Keeps the pending texts of a document until its end. A report of many pages has as many of them, and most are
-// alike: "page 7 of ..." differs from "page 8 of ..." only in what PendingTexts knows.
+// Keeps the pending texts of a document until its end. A report of many pages has as many of them, and most
+// are alike: "page 7 of ..." differs from "page 8 of ..." only in what PendingTexts knows.
 #ifndef QBSVR_QBSVRL6_ITEMS_PENDING_ITEMS_H
 #define QBSVR_QBSVRL6_ITEMS_PENDING_ITEMS_H
 

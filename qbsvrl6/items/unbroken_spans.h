@@ -23,8 +23,8 @@ inline bool formatsNumberOrDate(const TextItem& item) {
 // Whether the whole text is one value: a typed number or date, or one number or code.
 inline bool isOneValue(const TextItem& item) { return formatsNumberOrDate(item) || isLoneNumber(item.text); }
 
-// Whether a text that is one value may still be broken at its spaces: between the parts of a date, or before the
-// words of a number's format ("12 pieces"), but not between groups of digits ("1 234 567").
+// Whether a text that is one value may still be broken at its spaces: between the parts of a date, or before
+// the words of a number's format ("12 pieces"), but not between groups of digits ("1 234 567").
 inline bool breaksAtSpaces(const TextItem& item) {
     if (item.value.type == ValueType::Date) return !isLoneNumber(item.text);
     const std::u16string& text = item.text;

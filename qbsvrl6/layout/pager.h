@@ -86,7 +86,8 @@ private:
     const PageSetup& setup_;
     BandBuilder builder_;
 
-    // The fragment that is being filled. Its bands have no positions yet: they follow one another from `top_`.
+    // The fragment that is being filled. Its bands have no positions yet: they follow one another from
+    // `top_`.
     std::vector<BandDraft> fragment_;
     std::size_t repeated_ = 0;  // bands at its start that are repeated from earlier pages
     Micrometres top_ = 0;       // on the paper

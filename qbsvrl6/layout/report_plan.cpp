@@ -38,8 +38,8 @@ public:
     Planner(const ReportDefinition& report, const PlanSource& source, Micrometres left, int depth)
         : report_(report), source_(source), left_(left), depth_(depth) {}
 
-    // A sub-report is planned for a box of this width. It reads the outer report's data if it has none itself.
-    // With `sectionRows`, its rows are from the table of the outer report.
+    // A sub-report is planned for a box of this width. It reads the outer report's data if it has none
+    // itself. With `sectionRows`, its rows are from the table of the outer report.
     std::unique_ptr<ReportPlan> plan(Micrometres width, const DataSet* outerData,
                                      std::span<const SubReportParameter> passed,
                                      const DataSources* sectionRows = nullptr) {

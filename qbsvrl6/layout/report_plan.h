@@ -4,8 +4,8 @@
 // meanwhile. Lengths are micrometres. They are valid whatever a program has put into the definition: clamped
 // to limits::kPaperMicrometres, and already scaled if the grid shrinks to the page.
 //
-// Texts parse their formats, and controls resolve their conditional styles, on first use: a plan belongs to one
-// export and one thread.
+// Texts parse their formats, and controls resolve their conditional styles, on first use: a plan belongs to
+// one export and one thread.
 #ifndef QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
 #define QBSVR_QBSVRL6_LAYOUT_REPORT_PLAN_H
 

@@ -8,7 +8,8 @@
 
 namespace qbsvrl6 {
 
-// Of a control with its own position, in a section that starts at the left margin. Loading a template logs these.
+// Of a control with its own position, in a section that starts at the left margin. Loading a template logs
+// these.
 inline bool isBesidePaper(const Control& control, const PageSetup& page) {
     const std::int64_t left = std::int64_t{page.margins.left} + control.box.x;
     return left >= page.paper.width || (left < 0 && left + control.box.width <= 0);

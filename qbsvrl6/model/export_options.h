@@ -25,8 +25,8 @@ struct ExportOptions {
     ExportKind kind = ExportKind::Pdf;
     std::u16string fileName;  // target of an export into a file
 
-    // Only these pages of a document with pages; empty: all. Page numbers and the page count stay those of the
-    // whole document.
+    // Only these pages of a document with pages; empty: all. Page numbers and the page count stay those of
+    // the whole document.
     std::vector<PageRange> pages;
 
     // For cell documents (XLS, TXT, HTM, RTF, CSV).

@@ -74,8 +74,8 @@ void toRgb(const std::vector<std::uint8_t>& row, std::uint8_t* to, bool inverted
     }
 }
 
-// Each scan of a progressive picture passes over all of it, however little it holds. Markers are FF and a code;
-// FF 00 and FF D0 to FF D7 are within the scans, where they have no length.
+// Each scan of a progressive picture passes over all of it, however little it holds. Markers are FF and a
+// code; FF 00 and FF D0 to FF D7 are within the scans, where they have no length.
 std::uint64_t countScans(std::string_view file) {
     constexpr unsigned kScan = 0xDA;
     constexpr unsigned kEnd = 0xD9;

@@ -21,8 +21,8 @@ struct Pixels {
 inline constexpr int kMostReduction = 128;
 
 // At least 1/reduction of the picture's width and height, for pictures that are drawn smaller than they are;
-// less memory, and for JPEG less time. What is decoded counts in the budget of the export. Raises EngineError:
-// BadPicture, LimitExceeded.
+// less memory, and for JPEG less time. What is decoded counts in the budget of the export. Raises
+// EngineError: BadPicture, LimitExceeded.
 Pixels decodePicture(const Picture& picture, int reduction = 1);
 
 }  // namespace qbsvrl6

@@ -14,7 +14,8 @@ namespace qbsvrl6 {
 // alpha.
 class RowReducer {
 public:
-    // `samples` of a pixel: 1 or 3 colours, and alpha where it is even. `reduction` is at most kMostReduction.
+    // `samples` of a pixel: 1 or 3 colours, and alpha where it is even. `reduction` is at most
+    // kMostReduction.
     RowReducer(int width, int height, std::size_t samples, int reduction);
 
     // The rows from the top, one byte per sample.

@@ -20,7 +20,8 @@ public:
     TextStream(const TextStream&) = delete;
     TextStream& operator=(const TextStream&) = delete;
 
-    // Append to this string. The reference stays valid, what it refers to until the next mark() or writeIfLarge().
+    // Append to this string. The reference stays valid, what it refers to until the next mark() or
+    // writeIfLarge().
     std::string& text() { return to_->end(); }
 
     // Call it now and then: it moves text that takes much memory to a file.

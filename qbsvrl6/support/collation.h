@@ -1,5 +1,5 @@
-// The order of texts in a language: Chinese by pinyin or strokes, German, Swedish. ICU knows it, and is loaded
-// on first use.
+// The order of texts in a language: Chinese by pinyin or strokes, German, Swedish. ICU knows it, and is
+// loaded on first use.
 #ifndef QBSVR_QBSVRL6_SUPPORT_COLLATION_H
 #define QBSVR_QBSVRL6_SUPPORT_COLLATION_H
 

@@ -57,8 +57,8 @@ void check(const larkspur::WholeFileResult& result, const std::string& path) {
 // O_NONBLOCK: otherwise, opening a pipe would wait for its writer.
 constexpr int kReadFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
 
-// Opens an absolute path folder by folder, because O_NOFOLLOW is about the last name alone. (openat2 would do that
-// in one call, but containers often forbid it.)
+// Opens an absolute path folder by folder, because O_NOFOLLOW is about the last name alone. (openat2 would do
+// that in one call, but containers often forbid it.)
 Descriptor openWithoutLinks(const std::string& path) {
     Descriptor folder(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
     std::size_t start = 1;

@@ -19,8 +19,8 @@ struct FilePath {
     FilePath(std::string name, bool withoutLinks) : path(std::move(name)), isWithoutLinks(withoutLinks) {}
 
     std::string path;
-    // The path was checked and has no symbolic links. Opening it fails if somebody has put one into it since, so
-    // that only the file that was checked is read.
+    // The path was checked and has no symbolic links. Opening it fails if somebody has put one into it since,
+    // so that only the file that was checked is read.
     bool isWithoutLinks = false;
 };
 

@@ -1,5 +1,5 @@
-// Hashes of names and values of data. They depend on a random key of the process: otherwise, data could be made
-// of names that all have one hash, and a table of them would take quadratic time.
+// Hashes of names and values of data. They depend on a random key of the process: otherwise, data could be
+// made of names that all have one hash, and a table of them would take quadratic time.
 #ifndef QBSVR_QBSVRL6_SUPPORT_KEYED_HASH_H
 #define QBSVR_QBSVRL6_SUPPORT_KEYED_HASH_H
 

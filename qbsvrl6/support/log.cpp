@@ -213,7 +213,8 @@ void keep(Severity severity, const SourcePlace& place, std::string_view text, co
     }
 }
 
-// Logging never fails the caller. A line for which there is no memory is replaced by a short one, which needs none.
+// Logging never fails the caller. A line for which there is no memory is replaced by a short one, which needs
+// none.
 template <class Write>
 void quietly(Severity severity, Write&& write) noexcept {
     constexpr std::string_view kReplacement = "out of memory";

@@ -23,8 +23,8 @@ struct Message {
     const char* code = "";  // codeName(); empty for warnings, and for errors that are not EngineErrors
 };
 
-// The first messages of a report and its last error, in the order in which they were logged. Used by one thread
-// at a time.
+// The first messages of a report and its last error, in the order in which they were logged. Used by one
+// thread at a time.
 class Messages {
 public:
     Messages() = default;

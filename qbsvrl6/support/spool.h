@@ -14,8 +14,8 @@
 
 namespace qbsvrl6 {
 
-// An object belongs to one thread at a time. Functions that write or read raise MachineError if the file can't
-// be written or read.
+// An object belongs to one thread at a time. Functions that write or read raise MachineError if the file
+// can't be written or read.
 class Spool {
 public:
     static constexpr std::size_t kBytesInMemory = 4u << 20;
@@ -27,7 +27,8 @@ public:
         end_ += bytes;
         writeIfLarge();
     }
-    // Appends the other's bytes: all of them, and the other is empty then; or those from `first` to before `end`.
+    // Appends the other's bytes: all of them, and the other is empty then; or those from `first` to before
+    // `end`.
     void append(Spool&& other);
     void append(const Spool& other, std::uint64_t first, std::uint64_t end);
 

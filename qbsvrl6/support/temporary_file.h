@@ -11,8 +11,8 @@
 
 namespace qbsvrl6 {
 
-// An object belongs to one thread at a time. All functions raise MachineError with the system's cause: no such
-// folder, a full disk.
+// An object belongs to one thread at a time. All functions raise MachineError with the system's cause: no
+// such folder, a full disk.
 class TemporaryFile {
 public:
     // In $TMPDIR, or else /tmp. `content` names what it holds, for messages: "the rows of the data".

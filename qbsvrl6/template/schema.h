@@ -2,17 +2,18 @@
 //
 // Each describe function names the attributes and children of one element, in the order in which they are
 // written. `Element` is ReadElement (reader.cpp) or WriteElement (writer.cpp), which have the same members; a
-// described value is const when it is written. A field of the model that is named here is both read and saved.
+// described value is const when it is written. A field of the model that is named here is both read and
+// saved.
 //
-// An attribute has a name, a field, a default and a codec (values.h). An attribute that is absent leaves the field
-// at its default; a field that equals its default is not written. `attribute` without a default is for optional
-// fields: absent means unset. `required` rejects an attribute that is absent or empty. The codec defines the units
-// and the range: lengths are micrometres in the model and have a unit in the file, font sizes are points, and
-// values out of range are errors with line and column.
+// An attribute has a name, a field, a default and a codec (values.h). An attribute that is absent leaves the
+// field at its default; a field that equals its default is not written. `attribute` without a default is for
+// optional fields: absent means unset. `required` rejects an attribute that is absent or empty. The codec
+// defines the units and the range: lengths are micrometres in the model and have a unit in the file, font
+// sizes are points, and values out of range are errors with line and column.
 //
-// The order of the calls is the order in saved files. It also matters where one attribute decides how the next
-// ones are read, as the kind of a chart does. docs/template-format.xsd and docs/template-format.md describe the
-// same vocabulary; a test compares the three.
+// The order of the calls is the order in saved files. It also matters where one attribute decides how the
+// next ones are read, as the kind of a chart does. docs/template-format.xsd and docs/template-format.md
+// describe the same vocabulary; a test compares the three.
 #ifndef QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 #define QBSVR_QBSVRL6_TEMPLATE_SCHEMA_H
 
@@ -27,9 +28,9 @@
 
 namespace qbsvrl6 {
 
-// The version of the format, in the attribute `version` of the root: required, and always 1. Files of another version are
-// rejected rather than read in part. A change that older files survive, such as a new attribute with a default,
-// keeps the version.
+// The version of the format, in the attribute `version` of the root: required, and always 1. Files of another
+// version are rejected rather than read in part. A change that older files survive, such as a new attribute
+// with a default, keeps the version.
 inline constexpr int kTemplateVersion = 1;
 
 // The words of enumerated attributes, with their values. Case matters. The first word is written for a
@@ -137,13 +138,13 @@ enum class ReportPlace { Root, SubReport };
 template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place);
 
-// All style attributes are optional. An unset one is inherited: from the named style and its parents, then from
-// <DefaultStyle>, then from the built-in defaults of ResolvedStyle (model/style.h). A sub-report starts again with
-// its own <DefaultStyle>.
+// All style attributes are optional. An unset one is inherited: from the named style and its parents, then
+// from <DefaultStyle>, then from the built-in defaults of ResolvedStyle (model/style.h). A sub-report starts
+// again with its own <DefaultStyle>.
 //
-// Units: `fontSize` is in points; `lineSpacing` is a multiple of the font's own line height; `padding` has one
-// length for all sides or four, from the left clockwise. `border` sets all four lines, `borderLeft` and so on
-// replace single ones; four equal lines are saved as one `border`.
+// Units: `fontSize` is in points; `lineSpacing` is a multiple of the font's own line height; `padding` has
+// one length for all sides or four, from the left clockwise. `border` sets all four lines, `borderLeft` and
+// so on replace single ones; four equal lines are saved as one `border`.
 template <class Element, class StyleLike>
 void describeStyle(Element& element, StyleLike& style) {
     element.attribute("font", style.fontFamily, TextCodec{});
@@ -163,11 +164,12 @@ void describeStyle(Element& element, StyleLike& style) {
     element.borders(style.borderLeft, style.borderTop, style.borderRight, style.borderBottom);
 }
 
-// Where rows come from. `connection` is one of model/connection.h, or empty to inherit that of the enclosing report.
-// `query` is the address of a data file, or SQL. Relative files start at the folder of the template, also in a copy
-// that is saved elsewhere. <Query> is the same for texts of several lines. `method`, <Header> and <Body> belong to a
-// query that is a web address; a body is posted. `table` names one table of the data; without it, the first is used. Names of
-// tables are checked at export, when the data is there. `tableUse` distinguishes equal table names in messages.
+// Where rows come from. `connection` is one of model/connection.h, or empty to inherit that of the enclosing
+// report. `query` is the address of a data file, or SQL. Relative files start at the folder of the template,
+// also in a copy that is saved elsewhere. <Query> is the same for texts of several lines. `method`, <Header>
+// and <Body> belong to a query that is a web address; a body is posted. `table` names one table of the data;
+// without it, the first is used. Names of tables are checked at export, when the data is there. `tableUse`
+// distinguishes equal table names in messages.
 template <class Element, class SourceLike>
 void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) {
     element.connection("connection", source.connection, tableUse);
@@ -185,11 +187,11 @@ void describeDataSource(Element& element, SourceLike& source, TextUse tableUse) 
 // The content of each type of control. Its attributes share one element with those of the style and of the
 // control itself, so their names differ: a line has `lineColor`, since `color` belongs to the style.
 //
-// A PlaceholderCodec is a text with placeholders, "[Amount:#,##0.00]". Only its grammar is checked here. Names are
-// resolved at export, against the data.
+// A PlaceholderCodec is a text with placeholders, "[Amount:#,##0.00]". Only its grammar is checked here.
+// Names are resolved at export, against the data.
 
-// Text in the style of the control. `suppressRepeated` applies to cells: a value that equals that of the row above
-// is not shown. `removeWhenBlank` applies to sections: an empty text takes no height.
+// Text in the style of the control. `suppressRepeated` applies to cells: a value that equals that of the row
+// above is not shown. `removeWhenBlank` applies to sections: an empty text takes no height.
 template <class Element, class ContentLike>
 void describeText(Element& element, ContentLike& text) {
     static const TextContent defaults;
@@ -212,7 +214,8 @@ void describeLine(Element& element, ContentLike& line) {
     element.attribute("rising", line.rising, defaults.rising, SwitchCodec{});
 }
 
-// A frame, filled if `fill` is set. `cornerRadius` is a length, limited to half of the shorter side when drawn.
+// A frame, filled if `fill` is set. `cornerRadius` is a length, limited to half of the shorter side when
+// drawn.
 template <class Element, class ContentLike>
 void describeBox(Element& element, ContentLike& box) {
     static const BoxContent defaults;
@@ -223,8 +226,8 @@ void describeBox(Element& element, ContentLike& box) {
     element.attribute("signature", box.isSignature, defaults.isSignature, SwitchCodec{});
 }
 
-// `source` is a file, a URL or Base64 data, and wins over the bytes of <Embedded>. `folder` is where a relative
-// source starts. It is saved only if that is not the folder of the saved template.
+// `source` is a file, a URL or Base64 data, and wins over the bytes of <Embedded>. `folder` is where a
+// relative source starts. It is saved only if that is not the folder of the saved template.
 template <class Element, class ContentLike>
 void describePicture(Element& element, ContentLike& picture) {
     static const PictureContent defaults;
@@ -235,8 +238,8 @@ void describePicture(Element& element, ContentLike& picture) {
     element.bytes("Embedded", picture.embedded);
 }
 
-// `type` is a number of tagQBBarcodeType. Numbers without a symbol, and texts that the symbol cannot hold, are
-// accepted here and logged at export.
+// `type` is a number of tagQBBarcodeType. Numbers without a symbol, and texts that the symbol cannot hold,
+// are accepted here and logged at export.
 template <class Element, class ContentLike>
 void describeBarcode(Element& element, ContentLike& barcode) {
     static const BarcodeContent defaults;
@@ -245,13 +248,13 @@ void describeBarcode(Element& element, ContentLike& barcode) {
     element.attribute("showText", barcode.showText, defaults.showText, SwitchCodec{});
 }
 
-// Charts have their numbers from rows, from the template, or from a program. Both kinds of <Series> have the same
-// name; a series with one of these attributes reads its numbers from rows. The two kinds are not mixed.
+// Charts have their numbers from rows, from the template, or from a program. Both kinds of <Series> have the
+// same name; a series with one of these attributes reads its numbers from rows. The two kinds are not mixed.
 inline constexpr std::array<const char*, 5> kRowSeriesMarks = {"value", "aggregate", "x", "y", "size"};
 
-// The numbers of the series are expressions over rows: one per category, or one point per row. Which attributes are
-// required depends on the kind of the chart, so <Chart> reads `kind` first. Each distinct `label` becomes a series
-// of its own.
+// The numbers of the series are expressions over rows: one per category, or one point per row. Which
+// attributes are required depends on the kind of the chart, so <Chart> reads `kind` first. Each distinct
+// `label` becomes a series of its own.
 template <class Element, class SeriesLike>
 void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
     constexpr ExpressionCodec kNeeded{.mayBeBlank = false};
@@ -271,8 +274,8 @@ void describeRowSeries(Element& element, SeriesLike& series, ChartKind kind) {
     }
 }
 
-// The rows are those of the section around the chart, or all rows of `table`. `filter` and `sort` select and order
-// them before there are pages, and therefore don't know the page.
+// The rows are those of the section around the chart, or all rows of `table`. `filter` and `sort` select and
+// order them before there are pages, and therefore don't know the page.
 template <class Element, class RowsLike>
 void describeChartRows(Element& element, RowsLike& rows, ChartKind kind) {
     element.tableName("table", rows.table, TextUse::ChartTable);
@@ -314,8 +317,8 @@ void describeChartData(Element& element, DataLike& data, bool isOfRows) {
     });
 }
 
-// `valueFormat` is a number format (docs/formats.md) for axes and value labels; without one, numbers have as many
-// digits as they need.
+// `valueFormat` is a number format (docs/formats.md) for axes and value labels; without one, numbers have as
+// many digits as they need.
 template <class Element, class ContentLike>
 void describeChart(Element& element, ContentLike& chart) {
     static const ChartSettings defaults;
@@ -340,10 +343,9 @@ inline bool hasOwnRows(const ReportDefinition& report) {
 }
 
 // Parameters are expressions in the scope of the enclosing report and replace the values of the sub-report's
-// parameters of the same name. `Return` gives values back: its expressions are in the scope of the nested report.
-// With rows="section", its rows are those of the section around it. The nested report is
-// complete, except that it has no pages; the depth is limited
-// (limits::kSubReportDepth).
+// parameters of the same name. `Return` gives values back: its expressions are in the scope of the nested
+// report. With rows="section", its rows are those of the section around it. The nested report is complete,
+// except that it has no pages; the depth is limited (limits::kSubReportDepth).
 template <class Element, class ContentLike>
 void describeSubReport(Element& element, ContentLike& subReport) {
     element.attribute("rows", subReport.hasSectionRows, false, WordCodec<bool>{kSubReportRows});
@@ -361,9 +363,9 @@ void describeSubReport(Element& element, ContentLike& subReport) {
         "rows=\"section\" takes the rows of the section: <Data> and <Recordset> have no place here");
 }
 
-// The attributes of a control apart from its content. The position of a cell is that of its column and row. In sections of the
-// grid, `column` and `toColumn` replace x and width: the control follows these columns wherever they are. Names of
-// columns and styles must exist. Names of controls need not be unique.
+// The attributes of a control apart from its content. The position of a cell is that of its column and row.
+// In sections of the grid, `column` and `toColumn` replace x and width: the control follows these columns
+// wherever they are. Names of columns and styles must exist. Names of controls need not be unique.
 template <class Element, class ControlLike>
 void describeControlFrame(Element& element, ControlLike& control, bool inCell) {
     element.attribute("name", control.name, {}, TextCodec{});
@@ -389,8 +391,8 @@ void describeConditions(Element& element, ControlLike& control) {
     });
 }
 
-// Calls `visit` for each type of control: with the name of its element, an empty content, and the function that
-// describes such content.
+// Calls `visit` for each type of control: with the name of its element, an empty content, and the function
+// that describes such content.
 template <class Visitor>
 void forEachControlKind(Visitor&& visit) {
     visit("Text", TextContent{}, [](auto& element, auto& content) { describeText(element, content); });
@@ -406,7 +408,8 @@ void forEachControlKind(Visitor&& visit) {
 }
 
 // A band across the page: headers and footers of the report, of pages and of groups. `height` is what it has
-// before it grows or shrinks with its content. A section that is not kept together may be divided between pages.
+// before it grows or shrinks with its content. A section that is not kept together may be divided between
+// pages.
 template <class Element, class SectionLike>
 void describeSection(Element& element, SectionLike& section) {
     static const Section defaults;
@@ -436,11 +439,11 @@ inline bool isName(const std::u16string& expression) {
     }
 }
 
-// The order of <Group> elements is the order of the groups, outermost first. A change of the value of `by` from one
-// row to the next begins a group. With `sort` or `top`, a group has all rows of its key within the outer group:
-// `sort` orders the groups, and those after the first `top` ones are left out or become one group, whose key is
-// `others`. Without `showRows`, the group is only its header and footer. `minimumRows` must follow the header on its
-// page.
+// The order of <Group> elements is the order of the groups, outermost first. A change of the value of `by`
+// from one row to the next begins a group. With `sort` or `top`, a group has all rows of its key within the
+// outer group: `sort` orders the groups, and those after the first `top` ones are left out or become one
+// group, whose key is `others`. Without `showRows`, the group is only its header and footer. `minimumRows`
+// must follow the header on its page.
 template <class Element, class GroupLike>
 void describeGroup(Element& element, GroupLike& group) {
     static const Group defaults;
@@ -464,9 +467,9 @@ void describeGroup(Element& element, GroupLike& group) {
     element.pointer("Footer", group.footer, kSection);
 }
 
-// The detail grid: at most one per report. A title height of 0 means no titles. The height of rows is the least one
-// if they can grow. `sort` is the order of the rows. Column names are unique, since controls refer to them. `alternateBackground` is that of every
-// second row of the innermost group.
+// The detail grid: at most one per report. A title height of 0 means no titles. The height of rows is the
+// least one if they can grow. `sort` is the order of the rows. Column names are unique, since controls refer
+// to them. `alternateBackground` is that of every second row of the innermost group.
 template <class Element, class GridLike>
 void describeGrid(Element& element, GridLike& grid) {
     static const DetailGrid defaults;
@@ -497,9 +500,9 @@ void describeGrid(Element& element, GridLike& grid) {
     });
 }
 
-// The paper has a `size` with an `orientation`, or a `width` and `height`, never both; `margins` is a list of edges
-// as `padding` is. `columns` divide the space between the margins for the detail, as labels need it; `columnGap` is
-// a length between two of them.
+// The paper has a `size` with an `orientation`, or a `width` and `height`, never both; `margins` is a list of
+// edges as `padding` is. `columns` divide the space between the margins for the detail, as labels need it;
+// `columnGap` is a length between two of them.
 template <class Element, class PageLike>
 void describePage(Element& element, PageLike& page) {
     static const PageSetup defaults;
@@ -508,8 +511,8 @@ void describePage(Element& element, PageLike& page) {
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
 }
 
-// A file inside the PDF: its `source` is as that of a picture, or XML in a parameter. A file that can't be read ends the
-// export. `invoice` is the profile of an electronic invoice.
+// A file inside the PDF: its `source` is as that of a picture, or XML in a parameter. A file that can't be
+// read ends the export. `invoice` is the profile of an electronic invoice.
 template <class Element, class AttachmentLike>
 void describeAttachment(Element& element, AttachmentLike& attachment) {
     element.placedName("name", attachment.name);
@@ -558,10 +561,10 @@ void describePaper(Element& element, ReportLike& report) {
                   [&](auto& printer) { printer.attribute("name", report.printer.name, {}, TextCodec{}); });
 }
 
-// The root, and the report of a sub-report. Children are written in this order and may be read in any. Each occurs
-// once, except report headers and footers, which are several sections below one another. Names of styles,
-// parameters and fields are unique within the report. References to styles and columns are checked at its end,
-// when all of them are known. `imageResolution` is in dots per inch, for documents of pictures.
+// The root, and the report of a sub-report. Children are written in this order and may be read in any. Each
+// occurs once, except report headers and footers, which are several sections below one another. Names of
+// styles, parameters and fields are unique within the report. References to styles and columns are checked at
+// its end, when all of them are known. `imageResolution` is in dots per inch, for documents of pictures.
 template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     static const ReportDefinition defaults;

@@ -33,7 +33,8 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
 
 // The text of a template for a file in this folder (UTF-8, ending in "/"; empty: the working directory), in
 // UTF-8. The same definition gives the same bytes. Relative paths are rewritten to start there. Characters
-// that XML can't hold become U+FFFD, which is logged. Raises EngineError if sub-reports are nested too deeply.
+// that XML can't hold become U+FFFD, which is logged. Raises EngineError if sub-reports are nested too
+// deeply.
 std::string writeTemplate(const ReportDefinition& definition, const std::string& folder = {});
 
 // The same from and to a file (UTF-8 path). Saving creates missing directories and never leaves a partial

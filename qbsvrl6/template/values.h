@@ -39,8 +39,8 @@ struct TextCodec {
 // The cause of an error in an expression, without the text of the expression.
 std::string expressionError(const EngineError& error);
 
-// Codecs for an expression, a sort and a text with placeholders. They check only the grammar and do not change the
-// text. Names and scopes are resolved when the report is exported.
+// Codecs for an expression, a sort and a text with placeholders. They check only the grammar and do not
+// change the text. Names and scopes are resolved when the report is exported.
 
 struct ExpressionCodec {
     bool mayBeBlank = true;  // blank means none

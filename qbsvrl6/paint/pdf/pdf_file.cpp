@@ -8,8 +8,8 @@
 namespace qbsvrl6 {
 
 // The file consists of a header, streams ("5 0 obj<<...>>stream ... endstream endobj"), among them object
-// streams that hold all other objects, the cross-reference stream, and its offset. In PDF 1.4, all objects are
-// in the file itself, and a table in text has their offsets.
+// streams that hold all other objects, the cross-reference stream, and its offset. In PDF 1.4, all objects
+// are in the file itself, and a table in text has their offsets.
 
 namespace {
 

@@ -236,8 +236,8 @@ std::string PdfFont::descriptor(const std::string& name, int fontFile, int cidSe
     return std::string(out.view());
 }
 
-// A bit per CID, from the highest bit of the first byte. CID 0 is that of the glyph for missing characters, which
-// every font has. A font that keeps the numbers of its glyphs has all of them up to the last one.
+// A bit per CID, from the highest bit of the first byte. CID 0 is that of the glyph for missing characters,
+// which every font has. A font that keeps the numbers of its glyphs has all of them up to the last one.
 std::string PdfFont::cidSet(const std::vector<const Code*>& codes) const {
     const std::size_t last = codes.empty() ? 0 : codes.back()->code;
     std::string bits(last / 8 + 1, '\0');

@@ -20,8 +20,8 @@ struct PdfFontRules {
     bool listCids = false;  // of the glyphs in each subset, as PDF/A-1 requires
 };
 
-// What is drawn for a character that no font has: a box, which is the only glyph of a font of its own. The glyph
-// for such characters that fonts have has no place in a document that keeps its text.
+// What is drawn for a character that no font has: a box, which is the only glyph of a font of its own. The
+// glyph for such characters that fonts have has no place in a document that keeps its text.
 struct MissingGlyph {
     static constexpr int kResource = 0;  // its font is named "F0"
     static constexpr char kCode = 1;

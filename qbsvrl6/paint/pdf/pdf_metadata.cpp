@@ -52,8 +52,8 @@ public:
         xml_.open(name).open(kind).element("rdf:li", value).close().close().lineEnd();
     }
 
-    // The properties of Factur-X and ZUGFeRD, and the description that a packet has of properties that are not its
-    // standard's own.
+    // The properties of Factur-X and ZUGFeRD, and the description that a packet has of properties that are
+    // not its standard's own.
     void invoice(const Attachment& file) {
         static constexpr std::string_view kSpace = "urn:factur-x:pdfa:CrossIndustryDocument:invoice:1p0#";
         static constexpr std::pair<std::string_view, std::string_view> kProperties[] = {

@@ -18,8 +18,8 @@ DocumentInfo plainInfo(const DocumentInfo& info);
 // The dictionary, without the entries of empty texts.
 std::string infoDictionary(const DocumentInfo& info);
 
-// The packet in UTF-8, with what the dictionary has, the standard, and the electronic invoice among the attached
-// files; null: there is none.
+// The packet in UTF-8, with what the dictionary has, the standard, and the electronic invoice among the
+// attached files; null: there is none.
 std::string xmpPacket(const DocumentInfo& info, PdfStandard standard, const Attachment* invoice);
 
 // A date as PDF writes it, from one as `created` has it: "D:20260301093000+08'00'".

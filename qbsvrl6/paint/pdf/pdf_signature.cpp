@@ -14,9 +14,9 @@
 
 namespace qbsvrl6 {
 
-// The signature is a SignedData of CMS (RFC 5652) about the bytes of the file around it. It has the certificates,
-// and attributes that are signed: the type of the content, its hash, and the hash of the signer's certificate
-// (RFC 5035). The time is in the dictionary, or in a time stamp about the signature.
+// The signature is a SignedData of CMS (RFC 5652) about the bytes of the file around it. It has the
+// certificates, and attributes that are signed: the type of the content, its hash, and the hash of the
+// signer's certificate (RFC 5035). The time is in the dictionary, or in a time stamp about the signature.
 
 namespace {
 

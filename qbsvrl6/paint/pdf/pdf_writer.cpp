@@ -214,7 +214,8 @@ private:
         file_.writeObject(page_.number, out.view());
     }
 
-    // The field of the signature is where the report has a box for it, or else it has no size, on the first page.
+    // The field of the signature is where the report has a box for it, or else it has no size, on the first
+    // page.
     bool showsSignature() const {
         if (!signer_ || hasSignatureField_) return false;
         return canvas_.signature() || !options_.signature->hasBox;

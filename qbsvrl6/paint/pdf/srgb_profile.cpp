@@ -9,8 +9,8 @@
 
 namespace qbsvrl6 {
 
-// A profile: a header of 128 bytes; a table of tags, each with its name, offset and size; the tags' data, each
-// with its type. All numbers are big-endian.
+// A profile: a header of 128 bytes; a table of tags, each with its name, offset and size; the tags' data,
+// each with its type. All numbers are big-endian.
 
 namespace {
 

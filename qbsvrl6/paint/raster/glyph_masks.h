@@ -26,8 +26,8 @@ struct GlyphStyle {
 };
 
 // `fractionX` and `fractionY` (0 to 1) are the origin's position in its pixel, rounded to quarters. The mask
-// is valid until the thread's next call. The mask of an unreadable glyph is empty. Raises MachineError for a face
-// without a file.
+// is valid until the thread's next call. The mask of an unreadable glyph is empty. Raises MachineError for a
+// face without a file.
 const GlyphMask& glyphMask(const GlyphStyle& style, std::uint32_t glyph, double fractionX, double fractionY);
 
 }  // namespace qbsvrl6

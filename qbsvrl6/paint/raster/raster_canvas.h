@@ -23,8 +23,8 @@ struct PixelPage {
 // A cache of decoded pictures.
 class DecodedPictures {
 public:
-    // With at least as many pixels as are asked for, as far as the picture has them. Null if it can't be read,
-    // which is logged once. Valid until the next call.
+    // With at least as many pixels as are asked for, as far as the picture has them. Null if it can't be
+    // read, which is logged once. Valid until the next call.
     cairo_surface_t* find(const Picture& picture, int width, int height);
 
 private:
