@@ -11,22 +11,19 @@ namespace qbsvrl6 {
 
 namespace {
 
-bool isEmptyCell(const Item& item) {
-    const auto* const text = std::get_if<TextItem>(&item.content);
-    return text != nullptr && text->text.empty() && !text->pending;
-}
-
 // Divides a draft's items into those above and those below a cut.
 class Splitter {
 public:
     Splitter(BandDraft& draft, Micrometres height, bool force, DrawingSource* drawings)
         : draft_(draft), force_(force), cut_(height), drawings_(drawings) {
-        const auto above = std::upper_bound(draft.cuts.begin(), draft.cuts.end(), height);
-        if (above != draft.cuts.begin() && *(above - 1) > 0) cut_ = *(above - 1);
+        if (!draft.uncut) draft.uncut = std::make_unique<UncutItems>(draft);
+        const Micrometres cut = draft.uncut->cutBefore(height);
+        if (cut > 0) cut_ = cut;
     }
 
     std::optional<BandDraft> split() {
         if (cut_ <= 0 || cut_ >= draft_.band.height) return std::nullopt;
+        draft_.uncut->putAbove(cut_, draft_);
         breakCrossingTexts();
         nothingStays_ = !somethingStays();
         if (!force_ && nothingStays_) return std::nullopt;
@@ -44,12 +41,9 @@ public:
         rest_.visibleWhen = draft_.visibleWhen;
         divide();
         rest_.band.height = draft_.band.height - cut_ + extra_;
-        for (const Micrometres cut : draft_.cuts) {
-            if (cut > cut_) rest_.cuts.push_back(cut - cut_ + extra_);
-        }
+        rest_.uncut->continueBelow(cut_, extra_);
         if (saved_ > 0) closeGap();
         draft_.band.height = cut_;
-        draft_.cuts.clear();
         return std::move(rest_);
     }
 
@@ -69,8 +63,8 @@ private:
     // Whether any content would remain in the upper part.
     bool somethingStays() const {
         return std::any_of(draft_.band.items.begin(), draft_.band.items.end(), [&](const Item& item) {
-            if (item.box.bottom() <= cut_) return true;
             if (item.box.y >= cut_) return false;
+            if (item.box.bottom() <= cut_) return true;
             if (isWhole(item)) return staysWhole(item);
             const auto* const text = std::get_if<TextItem>(&item.content);
             return text != nullptr && !text->lines.empty() &&
@@ -84,28 +78,29 @@ private:
     }
 
     void divide() {
-        std::vector<Item> items = std::move(draft_.band.items);
-        std::vector<int> columnGroups = std::move(draft_.columnGroups);
-        std::vector<LateItem> deferred = std::move(draft_.deferred);
-        draft_.band.items.clear();
-        draft_.columnGroups.clear();
-        draft_.deferred.clear();
-        std::vector<std::size_t> below;
+        std::vector<Item> items = std::exchange(draft_.band.items, {});
+        std::vector<LateItem> deferred = std::exchange(draft_.deferred, {});
+        rest_.uncut = std::move(draft_.uncut);
+        const std::vector<std::size_t>& numbers = rest_.uncut->numbers();
+        std::vector<std::size_t> upperNumbers, lowerNumbers, below;
         auto late = deferred.begin();
         for (std::size_t i = 0; i < items.size(); ++i) {
             LateItem* const own = late != deferred.end() && late->item == i ? &*late++ : nullptr;
-            const int columnGroup = columnGroups.empty() ? 0 : columnGroups[i];
             Item& item = items[i];
             if (item.box.y >= cut_) {
                 below.push_back(rest_.band.items.size());
                 item.box.y -= cut_;
-                put(rest_, std::move(item), columnGroups.empty() ? nullptr : &columnGroup, own);
+                put(rest_, std::move(item), own);
             } else if (item.box.bottom() <= cut_) {
-                put(draft_, std::move(item), columnGroups.empty() ? nullptr : &columnGroup, own);
+                put(draft_, std::move(item), own);
             } else {
-                cross(item, columnGroups.empty() ? nullptr : &columnGroup, own);
+                cross(item, own);
             }
+            upperNumbers.resize(draft_.band.items.size(), numbers[i]);
+            lowerNumbers.resize(rest_.band.items.size(), numbers[i]);
         }
+        draft_.columnGroups = rest_.uncut->columnGroupsOf(upperNumbers);
+        rest_.uncut->setNumbers(std::move(lowerNumbers));
         for (const std::size_t index : below) rest_.band.items[index].box.y += extra_;
         if (extra_ > 0 && draft_.band.kind == BandKind::Row) evenCells();
     }
@@ -145,23 +140,22 @@ private:
         return part;
     }
 
-    static void put(BandDraft& draft, Item item, const int* columnGroup, LateItem* late) {
+    static void put(BandDraft& draft, Item item, LateItem* late) {
         if (late != nullptr) {
             late->item = draft.band.items.size();
             draft.deferred.push_back(std::move(*late));
         }
         draft.band.items.push_back(std::move(item));
-        if (columnGroup != nullptr) draft.columnGroups.push_back(*columnGroup);
     }
 
     void needBelow(Micrometres height, Micrometres available) {
         extra_ = std::max(extra_, height - available);
     }
 
-    void cross(Item& item, const int* columnGroup, LateItem* late) {
+    void cross(Item& item, LateItem* late) {
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
-        if (isWhole(item)) return crossWhole(item, columnGroup, late);
+        if (isWhole(item)) return crossWhole(item, late);
         Item lower = frameBelow(item, remaining);
         if (auto* const text = std::get_if<TextItem>(&item.content)) {
             crossText(item, *text, lower, above, remaining);
@@ -179,9 +173,9 @@ private:
         }
         item.box.height = above;
         std::optional<LateItem> lowerLate = partOf(late, std::holds_alternative<TextItem>(item.content));
-        put(draft_, std::move(item), columnGroup, late);
+        put(draft_, std::move(item), late);
         noteCell(remaining);
-        put(rest_, std::move(lower), columnGroup, lowerLate ? &*lowerLate : nullptr);
+        put(rest_, std::move(lower), lowerLate ? &*lowerLate : nullptr);
     }
 
     // The lower part of an item's box, without content.
@@ -195,7 +189,7 @@ private:
     }
 
     // Puts an undivided item on one side of the cut; in a row, its empty cell is on the other.
-    void crossWhole(Item& item, const int* columnGroup, LateItem* late) {
+    void crossWhole(Item& item, LateItem* late) {
         const bool ofRow = draft_.band.kind == BandKind::Row && hasVisibleBox(*item.style);
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
@@ -208,38 +202,41 @@ private:
             rest_.madeSmaller = rest_.madeSmaller || !fits;
             item.box.height = above;
             fitIntoBox(item, drawings_);
-            put(draft_, std::move(item), columnGroup, late);
+            put(draft_, std::move(item), late);
             if (!ofRow) return;
             noteCell(remaining);
-            put(rest_, std::move(below), columnGroup, ofFrame);
+            put(rest_, std::move(below), ofFrame);
             return;
         }
         if (ofRow) {
             Item upper = frameBelow(item, above);
             upper.box.y = item.box.y;
-            put(draft_, std::move(upper), columnGroup, ofFrame);
+            put(draft_, std::move(upper), ofFrame);
             item.box.height = std::max(usedHeight(item), remaining);
             fitIntoBox(item, drawings_);
         }
         needBelow(item.box.height, remaining);
         item.box.y = 0;
         if (ofRow) noteCell(remaining);
-        put(rest_, std::move(item), columnGroup, late);
+        put(rest_, std::move(item), late);
     }
 
     // Items that were scaled down leave a gap: the lower part moves up, and is dropped if it has no content.
     void closeGap() {
         std::vector<Item>& items = rest_.band.items;
-        if (std::all_of(items.begin(), items.end(), isEmptyCell)) {
+        UncutItems& uncut = *rest_.uncut;
+        if (uncut.hasOnlyEmptyCells() && std::all_of(items.begin(), items.end(), isEmptyCell)) {
             rest_.band.background.reset();
             items.clear();
-            rest_.columnGroups.clear();
             rest_.deferred.clear();
+            uncut.setNumbers({});
+            uncut.removeItems();
         }
         Micrometres gap = std::min(saved_, rest_.band.height);
         for (const Item& item : items) gap = std::min(gap, item.box.y);
+        if (!uncut.isEmpty()) gap = static_cast<Micrometres>(std::min<std::int64_t>(gap, uncut.top()));
         for (Item& item : items) item.box.y -= gap;
-        for (Micrometres& cut : rest_.cuts) cut = std::max(cut - gap, 0);
+        uncut.moveUp(gap);
         rest_.band.height -= gap;
     }
 
@@ -271,6 +268,16 @@ private:
 std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force,
                                     DrawingSource* drawings) {
     return Splitter(draft, height, force, drawings).split();
+}
+
+void complete(BandDraft& draft) {
+    if (!draft.uncut) return;
+    draft.uncut->putAll(draft);
+    draft.uncut.reset();
+}
+
+bool isEmpty(const BandDraft& draft) {
+    return draft.band.items.empty() && (!draft.uncut || draft.uncut->isEmpty()) && !draft.band.background;
 }
 
 BandDraft partForColumnGroup(const BandDraft& draft, const GridGeometry& geometry, int columnGroup) {

@@ -8,10 +8,11 @@
 #include <optional>
 #include <vector>
 
-#include "qbsvrl6/bind/row_view.h"
 #include "qbsvrl6/items/band.h"
+#include "qbsvrl6/layout/late_item.h"
 #include "qbsvrl6/layout/report_plan.h"
 #include "qbsvrl6/layout/style_pool.h"
+#include "qbsvrl6/layout/uncut_items.h"
 
 namespace qbsvrl6 {
 
@@ -25,31 +26,6 @@ public:
     virtual std::vector<BandDraft> repeats(const BandDraft& lead) = 0;
     // The row again, with nothing suppressed.
     virtual BandDraft revealed(const BandDraft& row) = 0;
-};
-
-// The position of an expression that depends on its page: it is evaluated when the page is complete.
-struct LatePosition {
-    Position position;
-    std::shared_ptr<RowView> view;
-    bool ofSubReport = false;  // then the rows of the page are all of its rows
-};
-
-struct LateCondition {
-    const Expression* when = nullptr;
-    LatePosition at;
-};
-
-// An item that is settled when its page, or the whole report, is complete.
-struct LateItem {
-    std::size_t item = 0;  // of the band
-    PlannedControl* control = nullptr;
-    PlannedText* text = nullptr;  // the control's, if it isn't known yet
-    LatePosition textAt;
-    // All must be true for the item to be shown: the control's condition, and those of enclosing bands.
-    std::vector<LateCondition> visibleWhen;
-    std::optional<LatePosition> contentAt;  // of the content's other texts (ContentTexts); none: known
-    bool hasStyles = false;                 // late conditional ones, of the control
-    LatePosition at;                        // of the conditions of the styles
 };
 
 struct BandDraft {
@@ -69,15 +45,23 @@ struct BandDraft {
     bool ofSubReport = false;
     std::vector<std::uint64_t>
         keeps;  // the flow's: first bands of the ranges that no break before this one may divide
-    std::uint64_t sequence = 0;  // the flow's: counts the bands
+    std::uint64_t sequence = 0;         // the flow's: counts the bands
+    std::unique_ptr<UncutItems> uncut;  // of a rest: its items that aren't in the band; null: all are
 };
 
 // Cuts a draft at `height`, or a little above if nothing is divided there. The upper part remains in `draft`;
 // the lower part is returned, without items if everything fits in the upper one. Returns nothing, and leaves
 // the draft unchanged, if no content would remain. With `force`, some content always remains: items that
-// can't be divided are scaled down to the upper part. `drawings` redraws items that change their size.
+// can't be divided are scaled down to the upper part. `drawings` redraws items that change their size. The
+// upper part is complete; the lower one may hold items outside its band.
 std::optional<BandDraft> splitDraft(BandDraft& draft, Micrometres height, bool force,
                                     DrawingSource* drawings);
+
+// Puts all items of a rest into its band.
+void complete(BandDraft& draft);
+
+// Whether the draft has neither items nor a background.
+bool isEmpty(const BandDraft& draft);
 
 // The part of a band of the grid that belongs to a column group, fixed columns included.
 BandDraft partForColumnGroup(const BandDraft& draft, const GridGeometry& geometry, int columnGroup);

@@ -48,7 +48,7 @@ public:
             if (adopted_.size() > 1 && end_ - adopted_.back() <= kNear) adopted_.pop_back();
             adopted_.push_back(std::max(end_, adopted_.back() + kNear));
         }
-        for (std::vector<CellBox>& boxes : cells_) splitColumns(adopted_, std::move(boxes), kNear);
+        splitColumns(adopted_, std::move(cells_), kNear);
         return std::move(adopted_);
     }
 

@@ -14,10 +14,11 @@ struct CellBox {
     Micrometres top = 0, bottom = 0;
 };
 
-// Adds column edges for the boxes of one section that have no column of their own next to the boxes on their
+// Adds column edges for the boxes of each section that have no column of their own next to the boxes on their
 // left. `edges` is ascending and stays so. Boxes share a row if they overlap vertically for more than half of
 // their height. No edge is added within `tolerance` of another one.
-void splitColumns(std::vector<Micrometres>& edges, std::vector<CellBox> boxes, Micrometres tolerance);
+void splitColumns(std::vector<Micrometres>& edges, std::vector<std::vector<CellBox>> sections,
+                  Micrometres tolerance);
 
 }  // namespace qbsvrl6
 

@@ -16,8 +16,6 @@ constexpr Micrometres kSmallestPage = 1'000;  // width and height between the ma
 constexpr Micrometres kUsefulCut = 15'000;    // height that is worth filling with a part of a band
 constexpr double kMostRepeated = 0.6;         // share of a page that titles and group headers may take up
 
-bool isEmpty(const BandDraft& draft) { return draft.band.items.empty() && !draft.band.background; }
-
 }  // namespace
 
 Pager::Pager(LayoutContext& context, const ReportInstance& instance, PageSink& sink)
@@ -114,6 +112,7 @@ bool Pager::hasOnlyHeadersAbove(const BandDraft& draft) const {
 }
 
 void Pager::append(BandDraft draft) {
+    complete(draft);
     used_ += draft.band.height;
     fragmentHasRow_ = fragmentHasRow_ || draft.band.kind == BandKind::Row;
     fragment_.push_back(std::move(draft));
@@ -314,12 +313,12 @@ void Pager::closePage() {
         for (int columnGroup = 0; columnGroup < grid->geometry.columnGroups; ++columnGroup) {
             if (columnGroup > 0) nextPageNumber();
             std::vector<Placed> bands;
-            for (const Placed& placed : placed_) {
+            for (Placed& placed : placed_) {
                 const bool inGrid = placed.draft.band.inGrid;
                 if (columnGroup > 0 && !inGrid) continue;
-                bands.push_back(
-                    {inGrid ? partForColumnGroup(placed.draft, grid->geometry, columnGroup) : placed.draft,
-                     placed.x, placed.y});
+                bands.push_back({inGrid ? partForColumnGroup(placed.draft, grid->geometry, columnGroup)
+                                        : std::move(placed.draft),
+                                 placed.x, placed.y});
             }
             emitPage(bands, numbers_);
         }

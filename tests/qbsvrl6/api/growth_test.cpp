@@ -72,10 +72,17 @@ const std::string kNested =
     </Columns></Grid></Report></SubReport></Content></Column><Column name="s" width="9mm"><Content
     text="[Sum(o.v)]"/></Column></Columns></Grid>)x";
 
+// A cell of many pages, and cuts between its rows.
+const std::string kLongCell =
+    R"x(<Grid rowHeight="5mm"><Recordset table="m"/><Columns><Column name="c" width="80mm"><Content><SubReport>
+    <Report><Grid rowHeight="5mm"><Recordset table="d"/><Columns><Column name="v" width="30mm"><Content text="[v]"/>
+    </Column></Columns></Grid></Report></SubReport></Content></Column></Columns></Grid>)x";
+
 struct Shape {
     const char* name;
     std::function<std::string(int)> data;
     std::function<std::string(int)> report;  // the content of its template
+    tagQBExportType type = QBExportType_CSV;
 };
 
 std::string header(const std::string& controls) { return "<ReportHeader>" + controls + "</ReportHeader>"; }
@@ -123,6 +130,18 @@ const Shape kShapes[] = {
      [](int) { return kNested; }},
     {"tables within rows", [](int n) { return "[" + repeated(n, R"({"t#":[{"b":#}]})", ",") + "]"; },
      [](int n) { return header(repeated(n, "<Text text='[Sum(t#.b)] [t#.c]'/>")); }},
+    {"rows of a sub-report in one cell",
+     [](int n) { return R"({"m":[{"id":1}],"d":[)" + repeated(n, R"({"v":#})", ",") + "]}"; },
+     [](int) { return kLongCell; }, QBExportType_PDF},
+    {"texts side by side",
+     {},
+     [](int n) { return header(repeated(n, "<Text x='#mm' width='1.5mm' height='5mm' text='x'/>")); }},
+    {"texts beside rows of texts",
+     {},
+     [](int n) {
+         return header(repeated(n, "<Text x='#mm' width='1.5mm' height='1600mm' text='x'/>") +
+                       repeated(n, "<Text y='#mm' width='9mm' height='1mm' text='x'/>"));
+     }},
     {"unknown names", {}, [](int n) { return header(repeated(n, "<Text text='[u#]'/>")); }},
 };
 
@@ -144,7 +163,7 @@ protected:
         const std::size_t countBefore = allocations;
         const std::size_t bytesBefore = allocatedBytes;
         ASSERT_EQ(QBReportLoadFromFile(report, path("growth.qbf").c_str()), 1) << shape.name << takeLog();
-        ASSERT_NE(exported(report, QBExportType_CSV), "(null)") << shape.name << takeLog();
+        ASSERT_NE(exported(report, shape.type), "(null)") << shape.name << takeLog();
         count = allocations - countBefore;
         bytes = allocatedBytes - bytesBefore;
     }
@@ -172,7 +191,8 @@ TEST_F(GrowthTest, WritesItsInputs) {
     if (folder == nullptr) GTEST_SKIP() << "only with QBSVR_GROWTH_INPUTS";
     for (const Shape& shape : kShapes) {
         for (const int n : {400, 800, 1'600}) {
-            const std::string name = std::string(shape.name) + " " + std::to_string(n);
+            const std::string format = shape.type == QBExportType_PDF ? " pdf" : " csv";
+            const std::string name = shape.name + (" " + std::to_string(n)) + format;
             WriteFile(std::string(folder) + "/" + name + ".txt", dataOf(shape, n));
             WriteFile(std::string(folder) + "/" + name + ".qbf", reportOf(shape, n, name + ".txt"));
         }

@@ -18,10 +18,11 @@ MOST_GROWTH = 1.35
 
 
 def instructions(program, template):
-    """Of loading a template and its data, and exporting it to CSV."""
-    output = template.with_suffix(".csv")
+    """Of loading a template and its data, and exporting it to the format that its name ends with."""
+    form = template.stem.rsplit(" ", 1)[1]
+    output = template.with_suffix("." + form)
     run = subprocess.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", program, "-gen_full", template.parent,
-                          template, template.with_suffix(".txt"), output, "csv"], capture_output=True, text=True, check=True)
+                          template, template.with_suffix(".txt"), output, form], capture_output=True, text=True, check=True)
     if not output.exists():
         raise SystemExit(f"{template.name}: no document")
     return int(re.search(r"Collected : (\d+)", run.stderr)[1])
@@ -34,12 +35,14 @@ def main():
         folder = pathlib.Path(name)
         subprocess.run([growth_test, "--gtest_filter=GrowthTest.WritesItsInputs"], env=os.environ | {"QBSVR_GROWTH_INPUTS": name},
                        stdout=subprocess.DEVNULL, check=True)
-        shapes = sorted({path.stem.rsplit(" ", 1)[0] for path in folder.glob("*.qbf")})
+        shapes = {}
+        for path in folder.glob("*.qbf"):
+            name, size, _ = path.stem.rsplit(" ", 2)
+            shapes.setdefault(name, []).append((int(size), path))
         if not shapes:
             raise SystemExit("growth_test has written no inputs")
-        for shape in shapes:
-            sizes = sorted(int(path.stem.rsplit(" ", 1)[1]) for path in folder.glob(f"{shape} *.qbf"))
-            counts = [instructions(program, folder / f"{shape} {size}.qbf") for size in sizes]
+        for shape, inputs in sorted(shapes.items()):
+            counts = [instructions(program, path) for _, path in sorted(inputs)]
             growth = math.log2((counts[2] - counts[1]) / (counts[1] - counts[0]))
             wrong = growth > MOST_GROWTH
             failed |= wrong
