@@ -190,8 +190,15 @@ TEST_F(SourcesTest, TemplatesReachDatabasesOfTheirFolder) {
     const ScratchDirectory elsewhere;
     const std::string outside = elsewhere.path.string() + "/outside.db";
     makeDatabase(outside.c_str());
-    loadGrid("<Data connection=\"sqlite:" + outside + "\" query=\"SELECT n FROM O\"/>", "n");
-    expectFailure("outside the template's folder and the set-up folder; allow it with reach.folders");
+    fs::create_symlink(outside, "tpl/link.db");
+    fs::create_directory_symlink(elsewhere.path, "tpl/folder");
+    for (const std::string& name : {std::string("link.db"), std::string("folder/outside.db"), outside}) {
+        SCOPED_TRACE(name);
+        loadGrid("<Data connection=\"sqlite:" + name + "\" query=\"SELECT n FROM O\"/>", "n");
+        expectFailure("outside the template's folder and the set-up folder; allow it with reach.folders");
+    }
+    QBReportSetConnectionString(report_, u"sqlite:tpl/link.db");
+    EXPECT_EQ(lines(), "1;2;3;") << "the program follows links";
     QBReportSetConnectionString(report_, wide("sqlite:" + outside).c_str());
     EXPECT_EQ(lines(), "1;2;3;");
     loadGrid(
