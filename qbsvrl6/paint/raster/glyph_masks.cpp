@@ -61,9 +61,15 @@ public:
         const auto found = masks_.find(key);
         if (found != masks_.end()) return found->second;
         GlyphMask mask = withEnoughMemory([&] {
-            GlyphMask drawn = draw(key);
-            if (errno == ENOMEM) forgetFaces();  // FreeType continues without the parts that failed
-            return drawn;
+            // FreeType continues without the parts that failed.
+            try {
+                GlyphMask drawn = draw(key);
+                if (errno == ENOMEM) forgetFaces();
+                return drawn;
+            } catch (...) {
+                forgetFaces();
+                throw;
+            }
         });
         bytes_ += mask.coverage.size() + sizeof(GlyphMask);
         if (bytes_ > kKeptBytes) {
