@@ -1,0 +1,330 @@
+// A program of calls of the C interface: each line of the input is a letter for the call and its argument. No call
+// ends the process, whatever came before; nothing is read from files or the network.
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "engine/qbsvr_more.h"
+#include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/support/utf.h"
+
+using namespace quillbrook;
+
+namespace {
+
+constexpr std::size_t kMaxSize = 4'096;
+constexpr int kMostExports = 3;  // of one input
+constexpr int kMostCalls = 100;
+
+qbsvrl6::Budget smallBudget() {
+    qbsvrl6::Budget budget;
+    budget.wallMilliseconds = 10'000;
+    budget.dataBytes = 1u << 20;
+    budget.cells = 500;
+    budget.nameUnits = 200;
+    budget.fetches = 0;
+    budget.pages = 2;
+    budget.pageItems = 200;
+    budget.pixels = 100'000;
+    budget.templateElements = 100;
+    budget.documentBytes = 1u << 20;
+    return budget;
+}
+
+class Report {
+public:
+    Report() : report_(QBReportCreate()) { limit(); }
+    ~Report() { QBReportRelease(report_); }
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
+    operator tagQBReport*() const { return report_; }
+
+    void limit() { qbsvrl6::runtimeOf(*reinterpret_cast<qbsvrl6::Report*>(report_)).budget = smallBudget(); }
+
+private:
+    tagQBReport* report_;
+};
+
+int numberIn(std::string_view text) {
+    int number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+struct TakesThem {
+    static int document(void* context, const void* bytes, std::uint64_t size) {
+        if (size > 0 && bytes == nullptr) std::abort();
+        return ++*static_cast<int*>(context) < 3;
+    }
+    static int progress(void* context, const QBXProgress*) { return ++*static_cast<int*>(context) < 20; }
+};
+
+// The rest of a line, divided at "|".
+class Arguments {
+public:
+    explicit Arguments(std::string_view text) : rest_(text) {}
+    std::string next() {
+        const std::string_view part = rest_.substr(0, rest_.find('|'));
+        rest_.remove_prefix(std::min(rest_.size(), part.size() + 1));
+        return std::string(part);
+    }
+    std::string rest() const { return std::string(rest_); }
+
+private:
+    std::string_view rest_;
+};
+
+// Two rows, in the types of the interface.
+struct Rows {
+    std::string value;
+    int left = 2;
+
+    static int next(void* context, QBXRow* row) {
+        Rows& rows = *static_cast<Rows*>(context);
+        if (rows.left-- == 0) return rows.value == "fail" ? -1 : 0;
+        QBXRowSetText(row, 0, rows.value.data(), rows.value.size());
+        QBXRowSetInteger(row, 1, numberIn(rows.value));
+        QBXRowSetNumber(row, 2, numberIn(rows.value) / 7.0);
+        QBXRowSetDecimal(row, 3, rows.value.c_str());
+        QBXRowSetBoolean(row, 4, rows.left);
+        QBXRowSetDate(row, 5, rows.value.c_str());
+        return 1;
+    }
+};
+
+// Fills charts with the XML of the input, or throws.
+class OnChart : public CqbChartEventInfo {
+public:
+    explicit OnChart(std::string_view xml) : xml_(qbsvrl6::toUtf16(xml)) {}
+    void Execute(tagQBChart* chart) override {
+        if (xml_.empty()) throw std::runtime_error("a handler's");
+        QBChartSetSeriesCount(chart, 2);
+        QBChartSetSeriesLabel(chart, 1, xml_.c_str());
+        QBChartLoadDataFromXML(chart, xml_.c_str(), 1, 1, 1);
+        QBChartLoadXYDataFromXML(chart, xml_.c_str(), 1);
+        QBChartLoadXYZDataFromXML(chart, xml_.c_str(), 0);
+    }
+
+private:
+    std::u16string xml_;
+};
+
+class OnExport : public CqbExportEventInfo {
+public:
+    void Execute(tagQBExportOption* option) override {
+        QBE2CellOptionSetSameAsPrint(QBExportOptionGetAsE2CellOption(option), 1);
+        QBE2PDFOptionSetFontEmbedding(QBExportOptionGetAsE2PDFOption(option), 0);
+        QBE2IMGOptionSetImageType(QBExportOptionGetAsE2IMGOption(option), QBImageType_PNG);
+    }
+};
+
+class OnInitialize : public CqbGeneralEventInfo {
+public:
+    explicit OnInitialize(tagQBReport* report) : report_(report) {}
+    void Execute() override { QBReportFindFirstControl(report_); }
+
+private:
+    tagQBReport* report_;
+};
+
+class Session {
+public:
+    void call(char letter, const std::string& text) {
+        if (++calls_ > kMostCalls) return;
+        Arguments arguments(text);
+        const std::u16string wide = qbsvrl6::toUtf16(text);
+        switch (letter) {
+            case 'T':
+                QBXReportLoadTemplate(report_, text.data(), text.size(), "fuzz");
+                break;
+            case 'D': {
+                const std::string kind = arguments.next(), data = arguments.rest();
+                QBXReportLoadData(report_, kind.c_str(), data.data(), data.size(), "data");
+                break;
+            }
+            case 'R':
+                loadRows(arguments.next(), arguments.next());
+                break;
+            case 'P': {
+                const std::string name = arguments.next();
+                QBXReportSetParameter(report_, name.c_str(), arguments.rest().c_str());
+                break;
+            }
+            case 'F':
+                QBXReportPrepareExport(report_, text.c_str());
+                break;
+            case 'O': {
+                const std::string name = arguments.next();
+                if (!name.starts_with("sign-")) setOption(name, arguments.rest());  // reads a file
+                break;
+            }
+            case 'X':
+                if (++exports_ <= kMostExports) exportAs(numberIn(text));
+                break;
+            case 'C':
+                QBAttachEventChartRequestData(report_, new OnChart(text));
+                break;
+            case 'E':
+                QBAttachEventExportBegin(report_, new OnExport());
+                QBAttachEventInitialize(report_, new OnInitialize(report_));
+                break;
+            case 'A':
+                addControls(numberIn(text));
+                break;
+            case 'Q':
+                query(wide);
+                break;
+            case 'U':
+                QBUtilityNumberFormat(QBReportGetUtility(report_), wide.c_str(), numberIn(text) / 16.0);
+                break;
+            case 'B':
+                QBGenerateBarcodeGraph(wide.c_str());
+                break;
+            case 'S':
+                QBObjectAssign(other_, report_);
+                QBObjectAssign(report_, other_);
+                report_.limit();
+                break;
+            case 'G':
+                QBDetailGridSetPrintAdaptMethod(QBReportGetDetailGrid(report_),
+                                                static_cast<tagQBColumnPrintAdaptMethod>(numberIn(text)));
+                break;
+            case 'L':
+                loadFrom(arguments.next(), arguments.rest());
+                break;
+            default:
+                describe();
+        }
+        QBXMessage error = {};
+        error.size = sizeof error;
+        if (QBXReportGetLastError(report_, &error) != 0 && error.text == nullptr) std::abort();
+    }
+
+private:
+    void loadRows(const std::string& table, const std::string& value) {
+        constexpr std::array<const char*, 6> kColumns{"t", "n", "v", "d", "b", "at"};
+        Rows rows{value};
+        QBXReportLoadRows(report_, table.c_str(), kColumns.data(), kColumns.size(), &Rows::next, &rows);
+    }
+
+    void setOption(const std::string& name, const std::string& value) {
+        QBXReportSetExportOption(report_, name.c_str(), value.c_str());
+        tagQBExportOption* const option = QBReportPrepareExport(report_, QBExportType_XLS);
+        QBXExportOptionSet(option, name.c_str(), value.c_str());
+        QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option),
+                                     static_cast<int>(value.size() % 2));
+        QBE2CellOptionSetExportPageBreak(QBExportOptionGetAsE2CellOption(option), 1);
+        QBE2CellOptionSetExportPageHeaderFooter(QBExportOptionGetAsE2CellOption(option), 0);
+        QBE2CellOptionSetOnlyExportDetailGrid(QBExportOptionGetAsE2CellOption(option), 1);
+    }
+
+    void exportAs(int type) {
+        int count = 0;
+        const void* bytes = nullptr;
+        std::uint64_t size = 0;
+        QBXReportSetProgress(report_, &TakesThem::progress, &count);
+        if (type == 0) {
+            if (QBXReportExportToMemory(report_, &bytes, &size) != 0 && bytes == nullptr) std::abort();
+        } else if (type == 8) {
+            QBXReportExportToWriter(report_, &TakesThem::document, &count);
+        } else if (type == 9) {
+            QBReportExportToBinaryObject(report_);
+        } else {
+            tagQBBinaryObject* const object =
+                QBReportExportDirectToBinaryObject(report_, static_cast<tagQBExportType>(type));
+            if (object != nullptr && QBBinaryObjectGetDataBuf(object) == nullptr) std::abort();
+            QBBinaryObjectGetDataSize(object);
+        }
+        QBXReportSetProgress(report_, nullptr, nullptr);
+        QBXReportGetPageCount(report_);
+    }
+
+    // A header with a control of a type, then the same in the report of a sub-report.
+    void addControls(int type) {
+        tagQBReport* report = report_;
+        for (int depth = 0; depth < 2 && report != nullptr; ++depth) {
+            tagQBSection* const section = QBReportHeadersAdd(QBReportGetReportHeaders(report));
+            QBSectionSetHeight(section, type / 4.0);
+            QBSectionSetCanGrow(section, type % 2);
+            tagQBControl* const control =
+                QBControlsAdd(QBSectionGetControls(section), static_cast<tagQBControlType>(type % 11));
+            QBControlGetName(control);
+            report = QBSubReportGetReport(QBControlGetAsSubReport(control));
+        }
+    }
+
+    void query(const std::u16string& text) {
+        tagQBRecordset* const recordset = QBDetailGridGetRecordset(QBReportGetDetailGrid(report_));
+        QBReportSetQuerySQL(report_, text.c_str());
+        QBRecordsetSetQuerySQL(recordset, QBReportGetQuerySQL(report_));
+        QBReportSetQuerySQL(report_, QBRecordsetGetQuerySQL(recordset));
+        QBReportSetBackImageFile(report_, text.c_str());
+        QBPrinterSetPrinterName(QBReportGetPrinter(report_), text.c_str());
+        QBPrinterGetPrinterName(QBReportGetPrinter(report_));
+    }
+
+    // Only what reads no database.
+    void loadFrom(const std::string& connection, const std::string& name) {
+        if (connection.find(':') != std::string::npos) return;
+        const std::u16string wide = qbsvrl6::toUtf16(connection);
+        QBXReportLoadDataFrom(report_, connection.c_str(), name.c_str());
+        QBReportLoadDataFromURL(report_, qbsvrl6::toUtf16(name).c_str());
+        QBReportExtractXMLFromURL(report_, qbsvrl6::toUtf16(name).c_str());
+        QBReportSetConnectionString(report_, wide.c_str());
+        QBRecordsetSetConnectionString(QBDetailGridGetRecordset(QBReportGetDetailGrid(report_)),
+                                       wide.c_str());
+    }
+
+    // Reads everything that a program can ask for.
+    void describe() {
+        QBXReportCheck(report_);
+        for (int kind = QBXItemKind_Parameter; kind <= QBXItemKind_Font; ++kind) {
+            const auto known = static_cast<QBXItemKind>(kind);
+            const std::uint64_t count = QBXReportGetItemCount(report_, known);
+            for (std::uint64_t i = 0; i < count; ++i) {
+                QBXItem item = {};
+                item.size = sizeof item;
+                if (QBXReportGetItem(report_, known, i, &item) == 0 || item.name == nullptr) std::abort();
+            }
+        }
+        for (std::uint64_t i = QBXReportGetMessageCount(report_); i > 0; --i) {
+            QBXMessage message = {};
+            message.size = sizeof message;
+            if (QBXReportGetMessage(report_, i - 1, &message) == 0 || message.text == nullptr) std::abort();
+        }
+        for (tagQBControl* control = QBReportFindFirstControl(report_); control != nullptr;
+             control = QBReportFindNextControl(report_)) {
+            QBControlGetControlType(control);
+        }
+        QBXReportClearMessages(report_);
+    }
+
+    Report report_, other_;
+    int calls_ = 0, exports_ = 0;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    ::unsetenv("HOME");  // so that there is no log
+    ::unsetenv("XDG_STATE_HOME");
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    if (size > kMaxSize) return 0;
+    std::string_view lines(reinterpret_cast<const char*>(bytes), size);
+    Session session;
+    while (!lines.empty()) {
+        const std::string_view line = lines.substr(0, lines.find('\n'));
+        lines.remove_prefix(std::min(lines.size(), line.size() + 1));
+        if (!line.empty()) session.call(line.front(), std::string(line.substr(1)));
+    }
+    return 0;
+}
