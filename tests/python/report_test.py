@@ -138,6 +138,9 @@ def test_results(tmp_path):
         made = [path.read_bytes().decode() for path in sorted(tmp_path.rglob("*.[cC]*"))]
         assert made + [targets[4].getvalue().decode()] == 5 * [text]
         assert [bytes[:4] for bytes in report.render(format=["pdf", "xlsx"])] == [b"%PDF", b"PK\3\4"]
+        options = {"standard": "none", "created": datetime.date(2026, 3, 1), "permissions": ["print", "copy"]}
+        document = report.render(format="pdf", pdf=options)
+        assert b"/Encrypt" in document and b"PDF/A" not in document
         same = report.render(format="csv", layout="table", parameters={"year": None})
         assert same.decode() == text.replace("2026", "2025")
         assert report.page_count == 0 and report.render(format="txt") and report.page_count == 1
@@ -227,6 +230,8 @@ def test_wrong_use(tmp_path):
         (lambda: report.render([], format="csv", Year=[1]), TypeError, "single"),
         (lambda: report.render([], format="csv", Year="x"), qbreport.Error, "x"),
         (lambda: report.render([], format="png", resolution=1), qbreport.Error, "resolution"),
+        (lambda: report.render([], format="pdf", pdf={"sign": 1}), ValueError, "'sign'.* sign_key"),
+        (lambda: report.render([], format="pdf", pdf={"standard": "a-9"}), qbreport.Error, "a-9"),
         (lambda: qbreport.Report(LIST, budget=qbreport.Budget(pages=0)), ValueError, "pages"),
         (lambda: qbreport.Report(LIST, reach=qbreport.Reach(hosts="a")), TypeError, "hosts"),
         (lambda: qbreport.set_reach(qbreport.Reach(hosts=["1.2.3.4/99"])), qbreport.Error, "99"),

@@ -42,6 +42,19 @@ Data: TypeAlias = Any  # see Report.load
 OnProgress: TypeAlias = Callable[[Progress], object]
 
 
+_PDF_OPTIONS = ("standard", "created", "user_password", "owner_password", "permissions", "sign_key",
+                "sign_password", "sign_reason", "sign_location", "sign_time_server")
+
+
+def _pdf_options(options: Mapping[str, object]) -> dict[str, object]:
+    """The options of the engine. Permissions may be a list."""
+    unknown = [name for name in options if name not in _PDF_OPTIONS]
+    if unknown:
+        raise ValueError(f"pdf has no option {unknown[0]!r}; the options are {', '.join(_PDF_OPTIONS)}")
+    return {name.replace("_", "-"): ",".join(value) if isinstance(value, (list, tuple)) else value
+            for name, value in options.items()}
+
+
 class Report:
     """A template with its data, which makes documents.
 
@@ -205,7 +218,7 @@ class Report:
                columns: Sequence[str] | None = None, data_format: str = "", table: str = "",
                pages: str | int | None = None, layout: str | None = None, page_breaks: bool | None = None,
                page_headers: bool | None = None, resolution: int | None = None, all_in_one: bool | None = None,
-               whole_fonts: bool | None = None, defuse: bool | None = None,
+               whole_fonts: bool | None = None, defuse: bool | None = None, pdf: Mapping[str, object] | None = None,
                progress: OnProgress | None = None, parameters: Mapping[str, object] | None = None,
                **more_parameters: object) -> bytes | list[bytes] | None:
         """Makes one document, or several of the same data.
@@ -228,6 +241,8 @@ class Report:
         - `resolution`: of images, in dots per inch, 36 to 1200. Default: as the template says.
         - `all_in_one`: all pages in one image. Default: False.
         - `whole_fonts`: in PDF, instead of subsets. Default: False.
+        - `pdf`: of a PDF, a dictionary of `standard`, `created`, `user_password`, `owner_password`,
+          `permissions`, `sign_key`, `sign_password`, `sign_reason`, `sign_location` and `sign_time_server`.
         - `defuse`: in CSV, an apostrophe before texts that a spreadsheet would calculate. Default: as the template
           and the settings say.
 
@@ -243,7 +258,7 @@ class Report:
         """
         options = {"pages": pages, "layout": layout, "page-breaks": page_breaks, "page-headers": page_headers,
                    "resolution": resolution, "all-in-one": all_in_one, "whole-fonts": whole_fonts,
-                   "csv.defuse": defuse}
+                   "csv.defuse": defuse, **_pdf_options(pdf or {})}
         jobs = list(_jobs(to, format))
         with self._call(progress) as call:
             with self._parameters(call, {**(parameters or {}), **more_parameters}) as names:
