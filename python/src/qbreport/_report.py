@@ -256,9 +256,10 @@ class Report:
         Raises Error if the data cannot be read or the document cannot be made. Exceptions of a generator, of a file
         object and of `progress` are raised unchanged.
         """
-        options = {"pages": pages, "layout": layout, "page-breaks": page_breaks, "page-headers": page_headers,
-                   "resolution": resolution, "all-in-one": all_in_one, "whole-fonts": whole_fonts,
-                   "csv.defuse": defuse, **_pdf_options(pdf or {})}
+        options: dict[str, object] = {
+            "pages": pages, "layout": layout, "page-breaks": page_breaks, "page-headers": page_headers,
+            "resolution": resolution, "all-in-one": all_in_one, "whole-fonts": whole_fonts, "csv.defuse": defuse,
+            **_pdf_options(pdf or {})}
         jobs = list(_jobs(to, format))
         with self._call(progress) as call:
             with self._parameters(call, {**(parameters or {}), **more_parameters}) as names:
