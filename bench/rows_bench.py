@@ -90,7 +90,7 @@ def write_data(path, source, count):
 
 
 def has_last_row(path, kind, count):
-    """Whether the document ends with the last row; text is looked for at its end."""
+    """Whether the document has the last row, at its end if the format has it there."""
     if kind == "pdf":
         last = subprocess.run(["pdfinfo", path], capture_output=True, check=True).stdout.decode().split("Pages:")[1].split()[0]
         text = subprocess.run(["pdftotext", "-f", last, path, "-"], capture_output=True, check=True).stdout
@@ -101,12 +101,12 @@ def has_last_row(path, kind, count):
             with archive.open(last) as sheet:
                 while block := sheet.read(1 << 20):
                     text = text[-(1 << 22):] + block  # page breaks follow the rows
+    elif kind == "xls":  # its texts are before its rows
+        text = path.read_bytes().replace(b"\0", b"")
     else:
         with open(path, "rb") as file:
             file.seek(max(path.stat().st_size - (1 << 20), 0))
             text = file.read()
-        if kind == "xls":
-            text = text.replace(b"\0", b"")
     return f"R{count:08d}".encode() in text
 
 

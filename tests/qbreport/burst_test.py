@@ -323,6 +323,9 @@ class Burst(unittest.TestCase):
                 self.burst(status=1, output=output, errors="No space left on device; free some space and continue with --resume")
                 self.assertFalse(pathlib.Path("out/manifest.jsonl").exists())
                 ballast.unlink()
+                subprocess.run(["mount", "-o", "remount,ro", "out"], check=True)
+                self.burst("--resume", status=1, output=output, errors="Read-only file system; allow writing there and continue with --resume")
+                subprocess.run(["mount", "-o", "remount,rw", "out"], check=True)
                 self.burst("--resume", output=output)
                 self.check_manifest(self.tree())
                 for file in pathlib.Path("out").iterdir():
@@ -332,6 +335,7 @@ class Burst(unittest.TestCase):
 
     def test_databases(self):
         """A query lists the keys, and the template's query has the key as its parameter."""
+        odbc = "odbc:Driver=SQLite3;Database=bank.db"
         with sqlite3.connect("bank.db") as database:
             database.execute("create table Rows(Branch, Account, Holder, Text, Amount decimal)")
             database.executemany("insert into Rows values(?, ?, ?, ?, ?)", [(*list(row.values())[:4], float(row["Amount"])) for row in self.rows])
@@ -342,15 +346,23 @@ class Burst(unittest.TestCase):
         pathlib.Path("s.qbf").write_text(TEMPLATE.replace("<ReportHeader", '<Data connection="sqlite:no.db" query="select * from Rows where Account = :Account order by rowid"/><ReportHeader', 1), "utf-8")
         query = "select Account, sum(Amount) as Amount from Rows group by Account order by Account"
         words = [PROGRAM, "burst", "s.qbf", "--connection", "sqlite:bank.db", "--query", query, "--by", "Account", "--total", "Amount", "-o", "out/{Account}.csv"]
-        self.run_it(words)
-        files = self.tree()
-        manifest = files.pop("manifest.jsonl")
-        self.assertEqual(files, expected)
-        shutil.rmtree("out")
-        for number in (1, 2, 3):
-            self.run_it([*words, "--shard", f"{number}/3"])
-        self.run_it([PROGRAM, "collect", "out"])
-        self.assertEqual(self.tree()["manifest.jsonl"], manifest)
+        for connection in ("sqlite:bank.db", odbc) if os.path.exists("/usr/lib/x86_64-linux-gnu/odbc/libsqlite3odbc.so") else ("sqlite:bank.db",):
+            with self.subTest(connection):
+                words[4] = connection
+                self.run_it(words)
+                files = self.tree()
+                manifest = files.pop("manifest.jsonl")
+                self.assertEqual(files, expected)
+                self.assertNotIn(b"Driver=", manifest)
+                shutil.rmtree("out")
+                for number in (1, 2, 3):
+                    self.run_it([*words, "--shard", f"{number}/3"])
+                if connection == odbc:
+                    self.run_it([PROGRAM, "collect", "out"], 2, "name the connection again")
+                self.run_it([PROGRAM, "collect", "out", "--connection", connection, "--query", query])
+                self.assertEqual(self.tree()["manifest.jsonl"], manifest)
+                shutil.rmtree("out")
+        words[4] = "sqlite:bank.db"
         self.run_it([*words[:6], query.replace("from Rows", "from Row"), *words[7:]], 1, "no such table: Row")
         self.run_it([*words[:6], "select Account from Rows", *words[7:9], "-o", "x/{Account}.csv"], 1, "the query has the Account .* twice")
         self.run_it([*words[:-1], "x/{Acount}.csv"], 1, 'the query has no column "Acount"')

@@ -13,9 +13,13 @@ import select
 import shlex
 import shutil
 import signal
+import socket
+import sqlite3
+import ssl
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 PROGRAM, SOURCES = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
@@ -148,6 +152,14 @@ CASES = {
 }
 
 
+def handshake(listener, context):
+    """Offers one client a connection with TLS."""
+    client = listener.accept()[0]
+    with contextlib.suppress(OSError):
+        context.wrap_socket(client, server_side=True).close()
+    client.close()
+
+
 class Qbreport(unittest.TestCase):
     def setUp(self):
         self.directory = pathlib.Path(tempfile.mkdtemp())
@@ -225,6 +237,29 @@ class Qbreport(unittest.TestCase):
         self.check("fonts", 1, "$", "qbreport: error: no font is installed", **no_fonts)
         folder = "/usr/share/fonts/truetype/liberation"
         self.check(f"fonts --font-folder {folder}", 0, "(Liberation .*\n)+$", "$", **no_fonts)
+
+    def test_sources_that_fail(self):
+        """Libraries that are missing, a certificate that nobody has signed, a database that stays locked."""
+        for library in ("libsqlite3.so.0", "libodbc.so.2", "libcurl.so.4"):
+            pathlib.Path("folder", library).touch()  # the loader looks no further
+        subprocess.run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key.pem -out cert.pem -subj /CN=localhost -days 9".split(), check=True, capture_output=True)
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain("cert.pem", "key.pem")
+        database = sqlite3.connect("s.db", isolation_level=None)
+        database.executescript("create table S(Item, Amount); begin exclusive")
+        with socket.create_server(("127.0.0.1", 0)) as listener:
+            server = threading.Thread(target=handshake, args=(listener, context))
+            server.start()
+            sqlite, web = "--connection sqlite:s.db --query 'select * from S'", f"-d https://localhost:{listener.getsockname()[1]}/a.json"
+            runs = [(error, subprocess.Popen(["bash", "-c", f"qbreport render list.qbf {source} -o a.csv"], stderr=subprocess.PIPE, env={**self.environment, **environment}))
+                    for source, environment, error in ((sqlite, {}, "database is locked"), (web, {}, "certificate"), (sqlite, {"LD_LIBRARY_PATH": "folder"}, "in the package libsqlite3-0"),
+                                                       (sqlite.replace("sqlite:", "odbc:DSN="), {"LD_LIBRARY_PATH": "folder"}, "in the package libodbc2"), (web, {"LD_LIBRARY_PATH": "folder"}, "libcurl.so.4"))]
+            for error, run in runs:
+                shown = run.communicate(timeout=120)[1].decode()
+                self.assertEqual((run.returncode, error in shown), (1, True), shown)
+            server.join()
+        database.close()
+        self.assertFalse(pathlib.Path("a.csv").exists())
 
     def test_json_messages(self):
         lines = self.shell("render bad.qbf -f csv --log json").stderr.decode().splitlines()

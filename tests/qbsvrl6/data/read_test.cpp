@@ -154,6 +154,9 @@ TEST(ReadData, RefusesWhatPassesALimit) {
     for (std::size_t i = 0; i <= limits::kDataColumns; ++i) wide += "\"c" + std::to_string(i) + "\":1,";
     wide.back() = '}';
     EXPECT_NE(read(wide + "]").find("more than 16384 columns"), std::string::npos);
+    const std::string field = "{\"a\":\"" + std::string(limits::kDataRowBytes + (1u << 20), 'x') + "\"}";
+    EXPECT_EQ(read("[{},\n" + field + "]"), "! f:1:5: a row of more than 64 MiB");
+    EXPECT_EQ(read("{}\n" + field, readJsonLines), "! f:2:1: a row of more than 64 MiB");
     const std::string half(2'048, 'k');
     EXPECT_EQ(read("[{\"" + half + "\":{\"" + half + "\":1}}]"),
               "! f: the budget name-length of 4,096 is used up at the name of a column");

@@ -109,6 +109,8 @@ TEST_F(SqlTest, ParametersAreValuesAndNeverText) {
 TEST_F(SqlTest, QueriesOnlyReadThisDatabase) {
     WriteFile(directory_ + "text.db",
               "not a database, but long enough to be taken for one" + std::string(1000, '.'));
+    std::string wide;
+    for (int i = 0; i < 100'000; ++i) wide += ",1";
     const struct {
         std::string sql, expected, file = "shop.db";
     } cases[] = {
@@ -127,6 +129,8 @@ TEST_F(SqlTest, QueriesOnlyReadThisDatabase) {
         {"SELECT 1", "! text.db: file is not a database", "text.db"},
         {"SELECT 1", "! absent.db: No such file or directory", "absent.db"},
         {"SELECT 1", "! http://h/x: a database is a file", "http://h/x"},
+        {"SELECT zeroblob(300000000)", "! shop.db: string or blob too big"},
+        {"SELECT 1" + wide, "! shop.db: too many columns in result set"},
     };
     for (const auto& one : cases) {
         EXPECT_EQ(sqlite(one.sql, {}, one.file).substr(0, one.expected.size()), one.expected) << one.sql;
