@@ -3,6 +3,7 @@
 import atexit
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -15,4 +16,5 @@ shutil.copytree(SOURCES / "python", _folder / "source", ignore=shutil.ignore_pat
 subprocess.run([sys.executable, "-m", "pip", "install", "--quiet", "--no-build-isolation", "--no-deps", "--no-index",
                 "--disable-pip-version-check", "--root-user-action=ignore", "--target", _folder / "installed",
                 _folder / "source"], check=True)
+signal.signal(signal.SIGINT, signal.default_int_handler)  # what a shell runs in the background ignores it
 sys.path.insert(0, str(_folder / "installed"))

@@ -22,6 +22,7 @@ import tempfile
 import threading
 import unittest
 
+signal.signal(signal.SIGINT, signal.default_int_handler)  # what a shell runs in the background ignores it
 PROGRAM, SOURCES = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
 KINDS = ("invoice", "list", "labels", "letter", "statement")
 
