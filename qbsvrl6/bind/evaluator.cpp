@@ -93,7 +93,6 @@ Evaluator::Evaluator(const Binding& binding, const RowTables& tables, const Walk
 void Evaluator::begin() {
     stack_.clear();
     arena_.reset();
-    ++epoch_;
     inner_ = {};
 }
 
@@ -370,17 +369,17 @@ Value Evaluator::readTable(const Table& table, std::size_t row, std::uint32_t co
 }
 
 bool Evaluator::isFresh(const Memo& memo, const Position& position) const {
-    return memo.epoch == epoch_ && memo.row == position.row && memo.scope == position.scope &&
-           memo.ofRow == position.ofRow && memo.ofOthers == position.ofOthers;
+    return memo.isKnown && memo.position == position &&
+           (memo.value.type != ValueType::Text || memo.generation == arena_.generation());
 }
 
-// Evaluates the field once per row and scope within one evaluation. Otherwise fields that use one another
-// repeatedly would take exponential time.
+// Evaluates the field once per position. Otherwise fields that use one another repeatedly would take
+// exponential time, and a chain of fields that are all shown, quadratic time.
 Value Evaluator::readCalculated(const BoundName& name, const Position& position) {
     if (isFresh(memos_[name.index], position)) return memos_[name.index].value;
     const Binding::Calculated& field = binding_.calculated(name.index);
     const Value value = converted(name, run(field.expression, position), field.field->type, position);
-    memos_[name.index] = {epoch_, position.row, position.scope, position.ofRow, position.ofOthers, value};
+    memos_[name.index] = {true, arena_.generation(), position, value};
     return value;
 }
 
@@ -448,7 +447,6 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
         }
     }
     state.range.end = end;
-    ++epoch_;  // memos of calculated fields may refer to texts that were just freed
 }
 
 Value Evaluator::lookUp(const Lookup& lookup, const Position& position) {

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_BIND_EVALUATOR_H
 #define QBSVR_QBSVRL6_BIND_EVALUATOR_H
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -28,8 +29,9 @@ struct EvaluatedText {
     std::vector<PageField> pageFields;
 };
 
-// A stack machine. The texts that an evaluation makes live in an arena until the next evaluation. Cached
-// results of calculated fields are valid within one evaluation, for one row and scope.
+// A stack machine. The texts that an evaluation makes live in an arena until the next evaluation. The result
+// of a calculated field is kept for the position: its text while the arena has it, any other value until the
+// rows change.
 class Evaluator {
 public:
     // Reads the tables that are in place of those of the binding. `passed` holds a value for each parameter
@@ -56,12 +58,12 @@ public:
         use(run(expression, position));
         inner_ = inner;
         arena_.release(mark);
-        ++epoch_;  // memos may refer to the texts that were just freed
     }
 
     // To be called when the rows have changed.
     void forgetAggregates() {
         aggregates_.clear();
+        std::fill(memos_.begin(), memos_.end(), Memo());
         if (returned_ != nullptr) returned_->forget();
     }
     // Without them, returned values are empty.
@@ -78,13 +80,11 @@ public:
     void setUser(std::uint64_t user) { user_ = user; }
 
 private:
-    // The result of a calculated field at a row; valid in the evaluation of its epoch.
+    // The latest result of a calculated field.
     struct Memo {
-        std::uint64_t epoch = 0;
-        std::size_t row = 0;
-        Scope scope;
-        bool ofRow = false;
-        bool ofOthers = false;
+        bool isKnown = false;
+        std::uint64_t generation = 0;  // of the arena
+        Position position;
         Value value;
     };
 
@@ -122,7 +122,6 @@ private:
     AggregateCache aggregates_;
     std::vector<Value> stack_;
     TextArena arena_;
-    std::uint64_t epoch_ = 0;
     std::uint64_t user_ = 0;
     ReturnedValues* returned_ = nullptr;
     TableRow inner_;  // in an aggregate over a table within the row table

@@ -19,6 +19,7 @@ struct Position {
     bool isBeforeRow = false;  // for a page before the row: running totals don't include it yet
     int pageNumber = 1;
     int pageCount = 1;
+    bool operator==(const Position&) const = default;
 };
 
 }  // namespace qbsvrl6

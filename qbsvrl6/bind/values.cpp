@@ -61,6 +61,7 @@ void TextArena::release(Mark mark) {
     }
     current_ = mark.block;
     used_ = mark.used;
+    ++generation_;
 }
 
 Value makeNumber(const Number& number) {

@@ -31,6 +31,8 @@ public:
     // Frees the texts made since the mark.
     void release(Mark mark);
     void reset() { release({}); }
+    // A text that was made under another generation may have been freed.
+    std::uint64_t generation() const { return generation_; }
 
 private:
     struct Block {
@@ -40,6 +42,7 @@ private:
     std::vector<Block> blocks_;
     std::size_t current_ = 0;
     std::size_t used_ = 0;
+    std::uint64_t generation_ = 0;
 };
 
 Value makeNumber(const Number& number);  // null if it isn't finite

@@ -92,6 +92,9 @@ TEST(RowView, ReadsWithinRowsAndAroundThem) {
         {u"c", u"Sum(C.Orders.Lines.amount * orders.rate)", 2, "8", "8"},
         {u"c", u"Sum(amount & orders.no)", 2, "3", "6"},
         {u"c", u"Sum(orders.lines.amount, Report)", 0, "7", "7"},
+        {u"c",
+         u"Sum(If(If(lines.amount = 1, label = 'xA', 'qq' & name = 'qqA' and label = 'xA'), amount, 0))", 0,
+         "3", "3"},
         {u"c", u"Sum(orders.lines.amount, Running)", 1, "3", "3"},
         {u"c", u"Count(orders)", 0, "2", "3"},
         {u"c", u"Count(orders.lines)", 2, "1", "3"},
@@ -108,7 +111,8 @@ TEST(RowView, ReadsWithinRowsAndAroundThem) {
         {u"c.orders.lines", u"orders.day & name & lines.amount & day", 2, "d3C4d3", "d3C4d3"},
     };
     const DataSet data = readData(kCustomers, "data");
-    const ReportDefinition report;
+    ReportDefinition report;
+    report.fields.push_back({.name = u"label", .expression = u"'x' & name"});
     for (const Case& test : cases) {
         Binding binding(report, {&data, data.table(test.table), nullptr}, {});
         const Expression expression = binding.compile(test.expression);
