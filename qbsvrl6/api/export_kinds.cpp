@@ -190,6 +190,7 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     if (const ExportForm* const form = formFor(options)) layout.links = form->links;
     if (!isCellKind(options.kind)) return layout;
     layout.drawText = false;
+    layout.hidesText = options.kind == ExportKind::Xls;
     // The grid alone is a table of data without pages.
     layout.paged = options.sameAsPrint && !options.onlyDetailGrid;
     layout.pageHeadersAndFooters = options.pageHeadersAndFooters;

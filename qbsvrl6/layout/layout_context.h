@@ -26,6 +26,8 @@ struct PageNumbers {
 // Writes messages to the log once per control, however many rows they apply to.
 class LayoutNotes {
 public:
+    explicit LayoutNotes(const LayoutOptions& options) : hidesText_(options.hidesText) {}
+
     // Call it when the item's text has been placed in its final box: reports #### in place of a number, and
     // lines that do not fit.
     void placed(const PlannedControl& control, const Item& item, std::size_t linesLeftOut);
@@ -34,6 +36,7 @@ public:
 private:
     void hiddenNumber(const PlannedControl& control, const Item& item);
 
+    const bool hidesText_;
     std::unordered_set<const Control*> hidden_;   // numbers
     std::unordered_set<const Control*> leftOut_;  // lines
     bool madeSmaller_ = false;
@@ -111,7 +114,7 @@ struct LayoutContext {
     StylePool styles;
     PictureStore pictures;
     ContentTexts contentTexts{pictures, options};
-    LayoutNotes notes;
+    LayoutNotes notes{options};
     LateItems late;
 };
 

@@ -17,6 +17,7 @@ std::string shownName(const PlannedControl& control) {
 }  // namespace
 
 void LayoutNotes::placed(const PlannedControl& control, const Item& item, std::size_t linesLeftOut) {
+    if (!hidesText_) return;
     const TextItem& text = std::get<TextItem>(item.content);
     if (text.masked) hiddenNumber(control, item);
     const bool isWanted = item.style->fit == TextFit::Clip;

@@ -21,6 +21,7 @@ struct LayoutOptions {
     bool onlyDetailGrid = false;
     bool measureText = true;  // false: texts have no lines and nothing grows; for sinks that use texts alone
     bool drawText = true;     // false: texts on one line have no lines; for sinks that draw none
+    bool hidesText = true;    // false: the format shows whole texts, however small their boxes
     LinkRules links;
     DrawingSource* drawings = nullptr;  // null: barcodes and charts remain empty boxes
 };

@@ -214,7 +214,9 @@ TEST_F(ApiTest, WhatAPageCannotShowIsLoggedOnceAndKeptInCells) {
     QBReportSetQuerySQL(report, u"narrow.txt");
     const std::string csv = exported(report, QBExportType_CSV);
     EXPECT_NE(csv.find("-1,234,567.89"), std::string::npos) << csv;
-    takeLog();
+    const std::string csvLog = takeLog();
+    EXPECT_EQ(csvLog.find("####"), std::string::npos) << csvLog;
+    EXPECT_EQ(csvLog.find("left out"), std::string::npos) << csvLog;
     exported(report, QBExportType_PDF);
     const std::string log = takeLog();
     for (const char* const line :
