@@ -87,6 +87,8 @@ TEST(FontLibrary, CharactersThatTheFamilyLacksComeFromAnother) {
     EXPECT_EQ(arial.memberFor(U'中').face->postScriptName, "NotoSansCJKsc-Regular");
     EXPECT_EQ(resolveFont(u"Times New Roman", false, false).memberFor(U'中').face->postScriptName,
               "NotoSerifCJKsc-Regular");
+    // A character of programming languages, which only fonts of equal widths have.
+    EXPECT_NE(arial.memberFor(U'\u2336').face, arial.members.front().face);
     // A character that no font has stays with the family itself.
     EXPECT_EQ(arial.memberFor(0x10FFFD).face, arial.members.front().face);
 }

@@ -94,10 +94,12 @@ TEST(NumberFinder, FindsNumbersAndCodes) {
 }
 
 TEST(LineBreaking, LongParagraphsBreakAsShortOnes) {
-    const std::vector<std::u16string> lines = broken(std::u16string(40'000, u'字') + u"。", 7);
-    ASSERT_EQ(lines.size(), 5'715u);
-    for (std::size_t i = 0; i + 1 < lines.size(); ++i) ASSERT_EQ(lines[i], std::u16string(7, u'字')) << i;
-    EXPECT_EQ(lines.back(), u"字字。|");
+    const std::vector<std::u16string> lines =
+        broken(std::u16string(40'000, u'字') + u"。\n一二三四五六七八\n九", 7);
+    ASSERT_EQ(lines.size(), 5'718u);
+    for (std::size_t i = 0; i < 5'714; ++i) ASSERT_EQ(lines[i], std::u16string(7, u'字')) << i;
+    const std::vector<std::u16string> ends(lines.begin() + 5'714, lines.end());
+    EXPECT_EQ(ends, (std::vector<std::u16string>{u"字字。|", u"一二三四五六七", u"八|", u"九|"}));
 }
 
 TEST(LineBreaking, WidthFollowsTheFontSize) {
