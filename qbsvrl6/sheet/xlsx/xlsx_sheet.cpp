@@ -43,20 +43,23 @@ XlsxSheet::XlsxSheet() {
 }
 
 void XlsxSheet::beginRow(Micrometres height) {
-    rowName_ = std::to_string(rows_ + 1);
-    xml_.open("row").attribute("r", rowName_).attribute("ht", rowHeight(height)).attribute("customHeight", 1);
+    xml_.open("row").attribute("ht", rowHeight(height)).attribute("customHeight", 1);
+    nextColumn_ = 0;
 }
 
-// Cells are most of a workbook. For speed, their tags are written without an XmlWriter.
+// Cells are most of a workbook. For speed, their tags are written without an XmlWriter. A cell has a reference
+// only where it doesn't follow the one before it, and a row never, which nearly halves the sheet.
 std::string& XlsxSheet::openCell(int column, int style) {
-    while (static_cast<int>(cellStarts_.size()) <= column) {
-        cellStarts_.push_back("<c r=\"" + columnName(static_cast<int>(cellStarts_.size())));
-    }
     columns_ = std::max(columns_, column + 1);
     std::string& out = xml_.content();
-    out += cellStarts_[static_cast<std::size_t>(column)];
-    out += rowName_;
-    out += "\" s=\""sv;
+    if (column == nextColumn_) {
+        out += "<c s=\""sv;
+    } else {
+        out += "<c r=\""sv;
+        out += rangeName(column, 1, 1);
+        out += "\" s=\""sv;
+    }
+    nextColumn_ = column + 1;
     appendXmlNumber(out, style);
     return out;
 }

@@ -62,9 +62,8 @@ private:
     DeflateStream body_;
     std::string buffer_;  // of the rows that are not compressed yet
     XmlWriter xml_{buffer_};
-    std::vector<std::string> cellStarts_;  // by column
-    std::string rowName_;
     std::int64_t rows_ = 0;  // complete ones
+    int nextColumn_ = 0;     // of the current row
     int columns_ = 0;
     std::int64_t frozenRows_ = 0;
     std::string merges_;

@@ -27,7 +27,7 @@ public:
 private:
     friend class ZipWriter;
     struct State;
-    // `used` is the state of a stream that has ended; null: a new one, which takes much longer.
+    // `used` is the state of a stream that has ended, or null.
     explicit DeflateStream(std::unique_ptr<State> used);
     // Ends the stream. Unless `isLast`, another stream may follow it in the same entry. Returns its state.
     std::unique_ptr<State> end(bool isLast);
