@@ -41,10 +41,12 @@ struct ThreadEnd {
         if (!isLast && now < lastReturn + kSecondsBetween) return;
         std::atomic<std::size_t>& before = isLast ? residentIdle : residentBusy;
         if (residentBytes() < before + kWorthReturning) return;
-        // Of threads that end at once, one is enough. Where another allocator has replaced glibc's, its first
-        // call of glibc's is this one, which must not meet a second.
-        const std::unique_lock<std::mutex> lock(returning, std::try_to_lock);
-        if (!lock.owns_lock()) return;
+        // Of threads that end at once, one is enough, but only the last one knows that all have freed their
+        // memory. Where another allocator has replaced glibc's, its first call of glibc's is this one, which
+        // must not meet a second.
+        std::unique_lock<std::mutex> lock(returning, std::defer_lock);
+        if (isLast) lock.lock();
+        if (!isLast && !lock.try_lock()) return;
         lastReturn = now;
         ::malloc_trim(0);
         before = residentBytes();
