@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "qbsvrl6/data/header_columns.h"
-#include "qbsvrl6/data/text_stream.h"
+#include "qbsvrl6/data/text_decoder.h"
 #include "qbsvrl6/data/widen.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
@@ -302,7 +302,7 @@ private:
     }
 
     std::string origin_;
-    TextStream stream_;
+    TextDecoder stream_;
     bool isEncodingNamed_;
     std::string window_;
     std::size_t start_ = 0;  // of the current field

@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 struct CsvForm {
     char separator = '\0';  // null: guessed from the first line
     bool hasHeader = true;
-    std::string encoding;  // as in TextStream
+    std::string encoding;  // as in TextDecoder
 };
 
 // "separator=;,header=no,encoding=gbk": the options of a connection, in any order. A separator is one ASCII

@@ -4,7 +4,9 @@
     includes_test.py SOURCE_DIRECTORY
 
 A row names a folder and the folders whose headers its files may include; a folder may always include its own
-headers. Folders of tests and benchmarks are not checked. The check is tested as well: a planted violation must fail.
+headers. Folders of tests and benchmarks are not checked. Nor may two headers of the engine define types of the same
+name: its folders share a namespace, and the linker would mix their functions. The checks are tested as well: planted
+violations must fail.
 """
 import pathlib
 import re
@@ -14,6 +16,8 @@ import sys
 FREE = {"tests", "bench", "fuzz", "docs", "samples"}
 ROW = re.compile(r"^\| `([^`]+)/` \|[^|]*\| (.*) \|$", re.MULTILINE)
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
+
+TYPE = re.compile(r"^(?:class|struct|enum(?: class)?) (\w+)[^;{]*\{", re.MULTILINE)
 
 
 def read_table(root):
@@ -54,6 +58,16 @@ def violations(sources, table):
     return found
 
 
+def defined_twice(sources):
+    """One line for each type of the engine that two headers define."""
+    headers = {}
+    for path, text in sources:
+        if path.startswith("qbsvrl6/") and path.endswith(".h"):
+            for name in TYPE.findall(text):
+                headers.setdefault(name, []).append(path)
+    return [f"{name} is defined in {' and '.join(paths)}" for name, paths in headers.items() if len(paths) > 1]
+
+
 def cycles(table):
     """Folders that reach themselves over other folders."""
     def reaches(start, goal, seen):
@@ -70,7 +84,7 @@ def main():
         ["git", "-C", root, "ls-files", "-co", "--exclude-standard", "*.h", "*.cpp"],
         check=True, capture_output=True, text=True).stdout.split()
     sources = [(name, (root / name).read_text(encoding="utf-8")) for name in names if (root / name).exists()]
-    faults = violations(sources, table)
+    faults = violations(sources, table) + defined_twice(sources)
     faults += [f"{name}/ has a row in the table, but no sources" for name in table
                if not any(path.startswith(name + "/") for path, _ in sources)]
     faults += [f"{name}/ includes itself over other folders" for name in cycles(table)]
@@ -78,6 +92,8 @@ def main():
                ("qbsvrl6/support/planted.h", '  # include "qbsvrl6/api/export.h"\n'),
                ("qbsvrl6/nowhere/planted.cpp", "")]
     faults += [f"the planted violation {path} passes" for path, text in planted if not violations([(path, text)], table)]
+    if not defined_twice([(f"qbsvrl6/{folder}/planted.h", "class Planted final : public Other {\n") for folder in ("data", "sheet")]):
+        faults.append("a planted type with two definitions passes")
     for fault in faults:
         print(fault)
     sys.exit(1 if faults else 0)

@@ -1,6 +1,6 @@
 // Text of data that is decoded in windows, so that it never has to be in memory as a whole.
-#ifndef QBSVR_QBSVRL6_DATA_TEXT_STREAM_H
-#define QBSVR_QBSVRL6_DATA_TEXT_STREAM_H
+#ifndef QBSVR_QBSVRL6_DATA_TEXT_DECODER_H
+#define QBSVR_QBSVRL6_DATA_TEXT_DECODER_H
 
 #include <memory>
 #include <string>
@@ -10,12 +10,12 @@
 
 namespace qbsvrl6 {
 
-class TextStream {
+class TextDecoder {
 public:
     // `encoding` is a name of support/encodings.h; empty: UTF-8. A byte order mark of UTF-8 or UTF-16
     // overrides it. Raises EngineError(NotSupported) for an unknown encoding.
-    TextStream(ByteSource& bytes, const std::string& encoding);
-    ~TextStream();
+    TextDecoder(ByteSource& bytes, const std::string& encoding);
+    ~TextDecoder();
 
     // Appends the next window, whole characters of valid UTF-8. Returns false, and appends nothing, at the
     // end of the text and at a sequence that is invalid in the encoding.

@@ -1,4 +1,4 @@
-#include "qbsvrl6/data/text_stream.h"
+#include "qbsvrl6/data/text_decoder.h"
 
 #include <iconv.h>
 
@@ -43,7 +43,7 @@ const char* converterFor(const std::string& encoding, const std::string& origin)
 
 }  // namespace
 
-class TextStream::Converter {
+class TextDecoder::Converter {
 public:
     explicit Converter(const char* encoding) : encoding_(encoding), handle_(iconv_open("UTF-8", encoding)) {
         if (handle_ != reinterpret_cast<iconv_t>(-1)) return;
@@ -79,13 +79,13 @@ private:
     iconv_t handle_;
 };
 
-TextStream::TextStream(ByteSource& bytes, const std::string& encoding) : bytes_(bytes) {
+TextDecoder::TextDecoder(ByteSource& bytes, const std::string& encoding) : bytes_(bytes) {
     findEncoding(encoding);
 }
 
-TextStream::~TextStream() = default;
+TextDecoder::~TextDecoder() = default;
 
-void TextStream::findEncoding(const std::string& named) {
+void TextDecoder::findEncoding(const std::string& named) {
     const char* converter = converterFor(named, bytes_.origin());
     while (raw_.size() < 3 && read()) continue;
     if (raw_.starts_with("\xEF\xBB\xBF")) {
@@ -98,7 +98,7 @@ void TextStream::findEncoding(const std::string& named) {
     if (converter != nullptr) converter_ = std::make_unique<Converter>(converter);
 }
 
-bool TextStream::read() {
+bool TextDecoder::read() {
     const std::size_t held = raw_.size();
     raw_.resize(held + kWindow);
     const std::size_t count = bytes_.read(raw_.data() + held, kWindow);
@@ -107,7 +107,7 @@ bool TextStream::read() {
     return !atEnd_;
 }
 
-bool TextStream::append(std::string& text) {
+bool TextDecoder::append(std::string& text) {
     const std::size_t before = text.size();
     while (problem_.empty() && text.size() == before) {
         if (raw_.size() < kWindow && !atEnd_) read();
@@ -118,7 +118,7 @@ bool TextStream::append(std::string& text) {
 }
 
 // Both return false where the text ends at a problem.
-bool TextStream::appendUtf8(std::string& text) {
+bool TextDecoder::appendUtf8(std::string& text) {
     const std::size_t whole = raw_.size() - (atEnd_ ? 0 : unfinishedBytes(raw_));
     const std::string_view bytes = std::string_view(raw_).substr(0, whole);
     if (isValidUtf8(bytes)) {
@@ -131,7 +131,7 @@ bool TextStream::appendUtf8(std::string& text) {
     return false;
 }
 
-bool TextStream::appendConverted(std::string& text) {
+bool TextDecoder::appendConverted(std::string& text) {
     const Converter::Result result = converter_->append(raw_, text);
     if (result == Converter::Result::Done || (result == Converter::Result::Unfinished && !atEnd_))
         return true;
