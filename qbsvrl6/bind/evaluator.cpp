@@ -14,6 +14,7 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr double kLargestDays = 1e7;
+constexpr std::size_t kShortText = 256;
 
 // Dates calculate in days: "Due + 14", "Due - Ordered". All other values calculate as numbers; the result is
 // null if an operand is, or if it is not finite.
@@ -370,16 +371,26 @@ Value Evaluator::readTable(const Table& table, std::size_t row, std::uint32_t co
 
 bool Evaluator::isFresh(const Memo& memo, const Position& position) const {
     return memo.isKnown && memo.position == position &&
-           (memo.value.type != ValueType::Text || memo.generation == arena_.generation());
+           (memo.value.text.size() <= kShortText || memo.generation == arena_.generation());
 }
 
 // Evaluates the field once per position. Otherwise fields that use one another repeatedly would take
 // exponential time, and a chain of fields that are all shown, quadratic time.
 Value Evaluator::readCalculated(const BoundName& name, const Position& position) {
-    if (isFresh(memos_[name.index], position)) return memos_[name.index].value;
+    Memo& memo = memos_[name.index];
+    if (isFresh(memo, position)) {
+        Value value = memo.value;
+        if (value.text.size() <= kShortText)
+            value.text = arena_.copy(value.text);  // others overwrite the memo
+        return value;
+    }
     const Binding::Calculated& field = binding_.calculated(name.index);
     const Value value = converted(name, run(field.expression, position), field.field->type, position);
-    memos_[name.index] = {true, arena_.generation(), position, value};
+    memo.isKnown = true;
+    memo.generation = arena_.generation();
+    memo.position = position;
+    memo.value = value;
+    if (value.text.size() <= kShortText) memo.value.text = memo.text.assign(value.text);
     return value;
 }
 

@@ -30,8 +30,8 @@ struct EvaluatedText {
 };
 
 // A stack machine. The texts that an evaluation makes live in an arena until the next evaluation. The result
-// of a calculated field is kept for the position: its text while the arena has it, any other value until the
-// rows change.
+// of a calculated field is kept for the position until the rows change, a long text only while the arena has
+// it.
 class Evaluator {
 public:
     // Reads the tables that are in place of those of the binding. `passed` holds a value for each parameter
@@ -83,9 +83,10 @@ private:
     // The latest result of a calculated field.
     struct Memo {
         bool isKnown = false;
-        std::uint64_t generation = 0;  // of the arena
+        std::uint64_t generation = 0;  // of the arena, which has the text if it is long
         Position position;
         Value value;
+        std::u16string text;  // if it is short
     };
 
     void begin();
