@@ -251,14 +251,16 @@ typedef enum QBXItemKind QBSVR_INT32 {
     QBXItemKind_Table = 3,      // of the data that is loaded
     QBXItemKind_Column = 4,     // of a table
     QBXItemKind_Font = 5,       // that the template asks for
+    QBXItemKind_File = 6,       // that exists, and that an export reads besides the template; no database
 } QBXItemKind;
 
 typedef struct QBXItem {
     uint64_t size;  // sizeof(QBXItem)
     const char* name;
     const char* table;  // of a column; otherwise empty
-    const char* type;   // of a parameter, if the template declares one: "text", "number", "date", "boolean"
-    const char* value;  // of a parameter: its default; of a font: the file that is used for it
+    const char* type;   // of a parameter, if the template declares one: "text", "number", "date", "boolean";
+                        // of a file: "picture", "attachment", "data", "font"
+    const char* value;  // of a parameter: its default; of a font: the file that is used; of a file: its path
     uint64_t count;     // of a table: its rows; of a field or font: how often the template names it
     int32_t required;   // of a parameter: it must be set
     int32_t line;       // where the template names it first; 0: unknown

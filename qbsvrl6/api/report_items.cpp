@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "qbsvrl6/api/report_data.h"
+#include "qbsvrl6/api/report_files.h"
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/bind/returned_values.h"
 #include "qbsvrl6/data/sql_statement.h"
@@ -184,6 +185,8 @@ std::vector<ReportItem> reportItems(Runtime& runtime, QBXItemKind kind) {
             return columnsOf(runtime);
         case QBXItemKind_Font:
             return fontsOf(runtime);
+        case QBXItemKind_File:
+            return filesOf(runtime);
     }
     return {};
 }
