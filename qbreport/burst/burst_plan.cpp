@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <map>
+#include <set>
 #include <utility>
 
 #include "qbreport/burst/digest.h"
 #include "qbreport/burst/key_list.h"
+#include "qbreport/burst/xml_rows.h"
 #include "qbreport/console.h"
 #include "qbreport/data_kind.h"
 #include "qbreport/files.h"
@@ -38,16 +39,20 @@ std::string shownConnection(const std::string& connection) {
     return connection.starts_with("odbc:") ? "odbc" : connection;
 }
 
-std::string fontsOf(const Report& report) {
-    std::map<std::string, std::string> fonts;  // in the order of their names
-    for (const Item& item : report.items(QBXItemKind_Font)) fonts[item.name] = item.value;
+// The files that documents are made of, without the folders of this machine, in the order of their names.
+std::string filesOf(const std::vector<Item>& items, bool areFonts) {
+    std::set<std::pair<std::string, std::string>> files;
+    for (const Item& item : items) {
+        if ((item.type == "font") != areFonts) continue;
+        const std::string& name = areFonts ? item.value : item.name;
+        files.emplace(name.substr(areFonts ? name.rfind('/') + 1 : 0), digestOfFile(item.value));
+    }
     std::string list = "[";
-    for (const auto& [name, file] : fonts) {
-        std::string font = "{";
-        addText(font, "name", name);
-        addText(font, "file", file.substr(file.rfind('/') + 1));
-        if (fileKind(file) == FileKind::Regular) addText(font, "sha256", digestOfFile(file));
-        list += (list.size() > 1 ? "," : "") + font + "}";
+    for (const auto& [name, digest] : files) {
+        std::string file = "{";
+        addText(file, "file", name);
+        addText(file, "sha256", digest);
+        list += (list.size() > 1 ? "," : "") + file + "}";
     }
     return list + "]";
 }
@@ -75,7 +80,9 @@ std::string identityOf(const BurstOptions& options, const RenderPlan& render, co
     addText(file, "file", options.file);
     addText(file, "sha256", digestOf(render.templateBytes));
     addMember(json, "template", file + "}");
-    addMember(json, "fonts", fontsOf(report));
+    const std::vector<Item> files = report.items(QBXItemKind_File);
+    addMember(json, "files", filesOf(files, false));
+    addMember(json, "fonts", filesOf(files, true));
     addMember(json, "options", optionsOf(options));
     return json.substr(1);
 }
@@ -86,7 +93,8 @@ std::string dataOf(const DataOptions& data, const DocumentSource& source) {
     addText(json, "kind", data.kind);
     addText(json, "connection", shownConnection(data.connection));
     addText(json, "query", data.query);
-    addMember(json, "bytes", std::to_string(source.source->size()));
+    const std::uint64_t bytes = source.origin ? source.origin->bytes : source.source->size();
+    addMember(json, "bytes", std::to_string(bytes));
     return json;
 }
 
@@ -165,9 +173,16 @@ DocumentSource documentSource(const DataOptions& data, const std::string& key, c
     if (data.file.empty()) {
         throw WrongUse("there is no data; name a file, such as -d rows.jsonl, or a connection and a query");
     }
-    requireFile(data.file, ".jsonl .ndjson .json .csv .tsv .txt");
+    requireFile(data.file, ".jsonl .ndjson .json .csv .tsv .txt .xml");
     source.kind = data.kind.empty() ? kindOfFile(data.file) : data.kind;
     source.source = std::make_shared<const Source>(data.file);
+    if (source.kind.empty()) source.kind = kindOf(*source.source);
+    if (source.kind != "xml") return source;
+    XmlRows rows = readXmlRows(*source.source, key);
+    source.origin = {source.source->size(), std::move(rows.digest), std::move(rows.head),
+                     std::move(rows.tail)};
+    source.kind = "jsonl";
+    source.source = std::move(rows.rows);
     return source;
 }
 
@@ -204,6 +219,8 @@ BurstPlan planOf(const BurstOptions& options, Messages& messages) {
     render.isKeyList = source.isKeyList;
     if (source.isKeyList) render.connection = options.data.connection;
     render.columnNames = source.columns.names;
+    if (!source.isKeyList)  // the data of the command line replaces what the template names
+        report.run([&] { return QBXReportLoadData(report.handle(), "json", "[]", 2, ""); });
     std::string identity = identityOf(options, render, report);
     std::string data = dataOf(options.data, source);
     std::vector<std::string> reserved{options.file, options.data.file, files.manifest, files.failed};

@@ -144,7 +144,7 @@ public:
             if (isInterrupted()) throw Failure("");
         }
         requireEnd();
-        survey.digest = digest.hex();
+        survey.digest = source_.origin ? source_.origin->digest : digest.hex();
         writer.flush(true);
         return survey;
     }

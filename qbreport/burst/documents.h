@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,14 @@ struct DocumentSource {
     std::string kind;
     bool isKeyList = false;  // each row is a document, whose data a query of the template reads
     Columns columns;
+    // Of XML, whose rows have become JSON Lines; otherwise empty.
+    struct Origin {
+        std::uint64_t bytes = 0;
+        std::string digest;
+        std::string head;  // as XmlRows
+        std::string tail;
+    };
+    std::optional<Origin> origin = std::nullopt;
 };
 
 class Documents {

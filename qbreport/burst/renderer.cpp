@@ -1,5 +1,6 @@
 #include "qbreport/burst/renderer.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "qbreport/failure.h"
@@ -52,13 +53,18 @@ bool Renderer::load(const Document& document) {
         }
         return true;
     }
-    const std::string* data = &document.data;
-    if (!plan_.dataHead.empty()) {
-        (data_ = plan_.dataHead) += document.data;
-        data = &data_;
-    }
-    return QBXReportLoadData(report_, plan_.dataKind.c_str(), data->data(), data->size(),
+    const std::string& data = dataOf(document);
+    return QBXReportLoadData(report_, plan_.dataKind.c_str(), data.data(), data.size(),
                              plan_.dataName.c_str()) != 0;
+}
+
+const std::string& Renderer::dataOf(const Document& document) {
+    if (plan_.dataHead.empty()) return document.data;
+    (data_ = plan_.dataHead) += document.data;
+    if (plan_.dataTail.empty()) return data_;
+    std::replace(data_.begin() + static_cast<std::ptrdiff_t>(plan_.dataHead.size()), data_.end(), '\n', ',');
+    data_.back() = ' ';  // after the last row
+    return data_ += plan_.dataTail;
 }
 
 bool Renderer::run(Rendered& rendered) {

@@ -23,6 +23,7 @@ struct RenderPlan {
     std::string dataName;  // in messages
     std::string dataKind;
     std::string dataHead;
+    std::string dataTail;  // not empty: rows are JSON Lines that become elements of an array
     bool isKeyList = false;
     std::string connection;                // of the template's query, if there is a list of keys
     std::vector<std::string> columnNames;  // of Document::values
@@ -49,6 +50,7 @@ public:
 
 private:
     bool load(const Document& document);
+    const std::string& dataOf(const Document& document);
     bool run(Rendered& rendered);
     void takeMessages(Rendered& rendered);
 

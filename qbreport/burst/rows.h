@@ -35,8 +35,11 @@ public:
     virtual void seekBefore(std::uint64_t offset) = 0;
 };
 
-// `kind`: of data, such as "csv:separator=;"; empty: by the content. `digest` gets the whole source if all
-// rows are read; may be null. Raises Failure for a kind that has no rows.
+// The kind of data, by the content.
+std::string kindOf(const Source& source);
+
+// `kind`: "jsonl", "json" or "csv:separator=;". `digest` gets the whole source if all rows are read; may be
+// null. Raises Failure for another kind.
 std::unique_ptr<Rows> openRows(const Source& source, const std::string& kind,
                                const std::vector<std::string>& columns, Digest* digest);
 

@@ -60,9 +60,10 @@ Run::Run(const BurstPlan& plan, const RunOptions& options, const Survey& survey,
       options_(options),
       status_(status),
       messages_(messages),
+      survey_(survey),
       head_(headOf(plan.identity, plan.data, plan.shard, survey, plan.source.columns.hasTotal)),
       folder_(plan.names.folder()),
-      documents_(plan.source, plan.shard, nullptr) {
+      documents_(plan.source, plan.shard, plan.shard.isWhole() ? &digest_ : nullptr) {
     figures_.expected = survey.documents;
 }
 
@@ -72,6 +73,11 @@ bool Run::execute() {
     RenderPlan render = plan_.render;
     render.dataKind = documents_.rows().kind();
     render.dataHead = documents_.rows().head();
+    if (plan_.source.origin) {
+        render.dataKind = "json";
+        render.dataHead = plan_.source.origin->head;
+        render.dataTail = plan_.source.origin->tail;
+    }
     bool isComplete = false;
     {
         Work work(options_.workers, [&]() -> Work::Work {
@@ -86,8 +92,26 @@ bool Run::execute() {
         }
     }
     manifest_->flush(true);
+    if (isComplete) requireSameData();
     if (isComplete) finish();
     return isComplete;
+}
+
+bool Run::nextDocument(Document& document) {
+    if (!documents_.next(document)) return false;
+    add(read_, document);
+    return true;
+}
+
+// Somebody may have written to the data since the first pass.
+void Run::requireSameData() {
+    const bool isHashed = plan_.shard.isWhole() && !plan_.source.origin;
+    if (read_.documents == survey_.documents && read_.rows == survey_.rows &&
+        read_.total.text() == survey_.total.text() && (!isHashed || digest_.hex() == survey_.digest)) {
+        return;
+    }
+    throw Failure("\"" + plan_.source.source->name() +
+                  "\" has changed while the documents were being made; make all of them anew");
 }
 
 void Run::begin() {
@@ -135,7 +159,7 @@ void Run::keepArchived() {
         lines = reader.head().empty() ? 0 : reader.offset();
         Entry entry;
         Document document;
-        while (documents_.next(document)) {
+        while (nextDocument(document)) {
             const std::string name = plan_.names.nameOf(plan_.source.columns.names, document.values);
             const bool isKept = reader.next(entry) && isOf(entry, document, name) &&
                                 entry.offset == archive_->offsetAfter(size, name) &&
@@ -163,7 +187,7 @@ std::unique_ptr<Run::Job> Run::nextJob() {
     if (pending_.has_value()) {
         job->document = std::move(*pending_);
         pending_.reset();
-    } else if (!documents_.next(job->document)) {
+    } else if (!nextDocument(job->document)) {
         return nullptr;
     }
     job->name = plan_.names.nameOf(plan_.source.columns.names, job->document.values);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "qbreport/burst/digest.h"
 #include "qbreport/burst/finished.h"
 #include "qbreport/burst/ordered_work.h"
 #include "qbreport/burst/run_status.h"
@@ -45,6 +46,8 @@ private:
     void keepArchived();
     void make(Job& job, Renderer& renderer) const;
     bool keeps(const Job& job) const;
+    bool nextDocument(Document& document);
+    void requireSameData();
     std::unique_ptr<Job> nextJob();
     bool runAll(Work& work);
     void commit(Job& job);
@@ -56,10 +59,13 @@ private:
     RunOptions options_;
     RunStatus& status_;
     Messages& messages_;
+    const Survey& survey_;
     std::string head_;
     std::string folder_;  // of the documents
     bool comparesOnly_ = false;
     Descriptor lock_;
+    Digest digest_;  // of the data; of a shard: of none
+    Survey read_;    // what the second pass has read
     Documents documents_;
     FinishedFiles finished_;
     std::unique_ptr<ArchiveWriter> archive_;

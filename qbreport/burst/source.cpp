@@ -48,8 +48,11 @@ Source::Source(const std::string& path) : name_(path) {
     size_ = sizeOf(file_, name_);
 }
 
-Source::Source(Descriptor file, std::string name)
-    : name_(std::move(name)), file_(std::move(file)), size_(sizeOf(file_, name_)) {}
+Source::Source(Descriptor file, std::string name, std::string beforeLine)
+    : name_(std::move(name)),
+      beforeLine_(std::move(beforeLine)),
+      file_(std::move(file)),
+      size_(sizeOf(file_, name_)) {}
 
 void Window::drop(std::size_t size) {
     begin_ += size;

@@ -18,10 +18,12 @@ class Source {
 public:
     // "-": standard input. Raises Failure.
     explicit Source(const std::string& path);
-    // A temporary file with rows of the program itself.
-    Source(Descriptor file, std::string name);
+    // A temporary file with rows of the program itself. `beforeLine`: between the name and the number of a
+    // line, in messages.
+    Source(Descriptor file, std::string name, std::string beforeLine = ":");
 
     const std::string& name() const { return name_; }
+    const std::string& beforeLine() const { return beforeLine_; }
     std::uint64_t size() const { return size_; }
     const Descriptor& file() const { return file_; }
     // Not for pipes.
@@ -29,6 +31,7 @@ public:
 
 private:
     std::string name_;
+    std::string beforeLine_ = ":";
     Descriptor file_;
     std::uint64_t size_ = 0;
     bool isRegular_ = true;

@@ -106,6 +106,7 @@ Survey surveyOf(const DocumentSource& source, const OutputNames& names, const Sh
     if (survey->documents == 0 && shard.isWhole()) {
         throw Failure("\"" + source.source->name() + "\" has no rows, so there are no documents");
     }
+    if (source.origin && shard.isWhole()) survey->digest = source.origin->digest;
     return *survey;
 }
 

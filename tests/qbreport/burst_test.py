@@ -3,6 +3,7 @@
 usage: burst_test.py QBREPORT SOURCES
 """
 
+import base64
 import csv
 import decimal
 import hashlib
@@ -22,9 +23,11 @@ import tempfile
 import time
 import unittest
 import zipfile
+from xml.sax.saxutils import escape, quoteattr
 
 PROGRAM, SOURCES = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
 
+PICTURE = base64.b64decode("iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mNk+M9QDwADhgGAWjR9awAAAABJRU5ErkJggg==")
 TEMPLATE = """<Report version="1"><DefaultStyle font="Liberation Sans"/>
   <ReportHeader height="9mm"><Text width="90mm" height="9mm" text="[Account] [Holder]"/></ReportHeader>
   <Grid titleHeight="0mm"><Columns>
@@ -46,6 +49,12 @@ def as_json(row):
     return json.dumps(row | {"Amount": 0}, ensure_ascii=False).replace('"Amount": 0', f'"Amount": {row["Amount"]}')
 
 
+def as_xml(table):
+    lines = ("<row Branch={Branch} Account={Account}><Holder>{0}</Holder><Text>{1}</Text><Amount>{Amount}</Amount></row>".format(
+        escape(row["Holder"]), escape(row["Text"]), **{name: quoteattr(str(row[name])) for name in ("Branch", "Account")}, Amount=row["Amount"]) for row in table)
+    return "<?xml version='1.0' encoding='UTF-8'?>\n<bank><!-- <row Account='x'/> --><rows>\n" + "\n".join(lines) + "</rows><count>1</count></bank>"
+
+
 def as_csv(table, end="\r\n"):
     text = io.StringIO()
     writer = csv.DictWriter(text, ["Branch", "Account", "Holder", "Text", "Amount"], lineterminator=end)
@@ -64,6 +73,7 @@ class Burst(unittest.TestCase):
         pathlib.Path("rows.jsonl").write_text("\n\n".join(map(as_json, self.rows)), "utf-8")
         pathlib.Path("rows.json").write_text("\ufeff[" + ",\n".join(map(as_json, self.rows)).replace(": ", ":\n ") + "]\n", "utf-8")
         pathlib.Path("rows.csv").write_text("\ufeff" + as_csv(self.rows), "utf-8", newline="")
+        pathlib.Path("rows.xml").write_text(as_xml(self.rows), "utf-8")
         pathlib.Path("rows.txt").write_text("sep=;\n" + as_csv(self.rows, "\n").replace(",", ";").replace('"a;b"', "a,b"), "utf-8", newline="")
 
     def tearDown(self):
@@ -113,7 +123,7 @@ class Burst(unittest.TestCase):
     def test_sources(self):
         """Each source gives the documents of its rows, and the bytes that render makes of them."""
         expected = None
-        for data in ("rows.jsonl", "rows.json", "rows.csv", "rows.txt", "-"):
+        for data in ("rows.jsonl", "rows.json", "rows.csv", "rows.txt", "rows.xml", "-"):
             with self.subTest(data):
                 source = pathlib.Path("rows.csv" if data == "-" else data).read_bytes()
                 self.run_it(self.words("-j", "4", data=data), input=source)
@@ -126,11 +136,51 @@ class Burst(unittest.TestCase):
                     self.assertEqual((hashlib.sha256(documents[line["file"]]).hexdigest(), len(documents[line["file"]])), (line["sha256"], line["bytes"]))
                 self.assertEqual(documents, expected or documents)
                 expected = documents
+        self.check_files()
         self.burst("--manifest", "own.jsonl")
         self.assertEqual(len(self.lines("own.jsonl")) - 1, len(self.accounts))
         for account in self.accounts[:3]:
             pathlib.Path("one.csv").write_text(as_csv(row for row in self.rows if row["Account"] == account), "utf-8", newline="")
             self.assertEqual(self.run_it([PROGRAM, "render", "s.qbf", "-d", "one.csv", "-f", "csv"]), expected[f"{account}.csv"])
+
+    def check_files(self):
+        """The head has every file besides the template; a run is not continued when one has changed."""
+        pathlib.Path("logo.png").write_bytes(PICTURE)
+        pathlib.Path("rates.csv").write_text("Rate\n7\n", "utf-8")
+        inner = '<Text width="9mm" height="9mm" bold="true" text="b"/><Picture width="9mm" height="9mm" source="logo.png"/>' \
+            '<SubReport width="40mm" height="9mm"><Report><Data connection="csv" query="rates.csv"/><Grid><Columns><Column name="R" width="9mm"><Content text="[Rate]"/></Column></Columns></Grid></Report></SubReport>'
+        pathlib.Path("s.qbf").write_text(TEMPLATE.replace("</ReportHeader>", inner + "</ReportHeader>").replace("<ReportHeader", '<Data connection="csv" query="rows.csv"/><ReportHeader', 1), "utf-8")
+        self.burst()
+        head = self.lines()[0]
+        self.assertEqual(head["files"], [{"file": file, "sha256": hashlib.sha256(pathlib.Path(file).read_bytes()).hexdigest()} for file in ("logo.png", "rates.csv")])
+        fonts = [font["file"] for font in head["fonts"]]
+        self.assertEqual(fonts, sorted(fonts))
+        self.assertTrue({"LiberationSans-Regular.ttf", "LiberationSans-Bold.ttf", "LiberationSans-BoldItalic.ttf"} <= set(fonts), fonts)
+        pathlib.Path("rates.csv").write_text("Rate\n8\n", "utf-8")
+        self.burst("--resume", status=1, errors="it differs in files")
+        pathlib.Path("s.qbf").write_text(TEMPLATE, "utf-8")
+        shutil.rmtree("out")
+
+    def test_nested_xml(self):
+        """Rows within rows are tables in every document, also where a row has only one of them."""
+        pathlib.Path("rows.xml").write_text("""<bank name="B&amp;B"><no.a>one</no.a><list><i Account="1"><line n="1">x</line></i>
+            <i><Account>2</Account><line n="2"/><line n="3"><![CDATA[<y>]]></line><tag>a</tag><tag>b</tag><at><city>Lyon</city></at></i>
+            <i Account="3"><line><n>4</n></line></i><other/></list></bank>""", "utf-8")
+        pathlib.Path("s.qbf").write_text("""<Report version="1"><Data table="i"/><Grid titleHeight="0mm"><Columns>
+            <Column name="A" width="90mm"><Content text="[name] [no.a] [Account] [tag] [at.city]"/></Column>
+            <Column name="L" width="80mm"><Content><SubReport><Report><Data table="i.line"/><Grid titleHeight="0mm"><Columns>
+              <Column name="N" width="80mm"><Content text="[n] [value]"/></Column></Columns></Grid></Report></SubReport></Content></Column>
+            </Columns></Grid></Report>""", "utf-8")
+        whole = self.run_it([PROGRAM, "render", "s.qbf", "-d", "rows.xml", "-f", "csv"])
+        self.assertIn(b"B&B one 2 a, b Lyon", whole)
+        words = [PROGRAM, "burst", "s.qbf", "-d", "rows.xml", "--by", "Account", "-o", "out/{Account}.csv"]
+        self.run_it(words)
+        self.assertEqual("".join(pathlib.Path(f"out/{key}.csv").read_text("utf-8-sig") for key in (1, 2, 3)), whole.decode("utf-8-sig").replace("\r", ""))
+        expected = self.tree()
+        for number in (1, 2):
+            self.run_it([*words, "--shard", f"{number}/2"])
+        self.run_it([PROGRAM, "collect", "out"])
+        self.assertEqual({name: bytes for name, bytes in self.tree().items() if "-of-" not in name}, expected)
 
     def test_workers_and_shards(self):
         """One worker, many, and shards that are collected: the same manifest and the same documents."""
@@ -228,7 +278,14 @@ class Burst(unittest.TestCase):
                 ("a.json", "[" + good, (), "an array of objects is expected"),
                 ("a.csv", 'Account,Amount\nA,"1', (), "a.csv:2: a quote of this row has no closing quote"),
                 ("a.csv", "Account,Amount\n", (), "has no rows"),
-                ("a.xml", "<a><r Account='1'/><r Account='2'/></a>", (), "cannot be divided"),
+                ("a.xml", "<a Account='0'><r Acount='1'/></a>", (), 'has no rows with "Account".*did you mean "Acount"'),
+                ("a.xml", "<a><r Account='1' Amount='1'/><r Amount='1'/></a>", (), 'a.xml, row 2: this row has no value of "Account"'),
+                ("a.xml", "<a><r Account='1'/><r Account='2'></a>", (), "</a> cannot close <r>"),
+                ("a.xml", "<a><r Account='1'/><r Account='2'/>", (), "the file ends within <a>"),
+                ("a.xml", "<a><r Account='1' b='2'/><r Account=2/></a>", (), "byte 25: this row is not valid XML"),
+                ("a.xml", "<a><b><r Account='1'/></b><b><r Account='2'/></b></a>", (), "this <r> is not with the others"),
+                ("a.xml", "<?xml version='1.0' encoding='GBK'?><a><r Account='1'/></a>", (), "XML in gbk cannot be divided"),
+                ("a.xml", "<a>" * 300, (), "nested more than 200 deep"),
                 ("a.csv", as_csv(self.rows), ("--shard", "0/3"), "is no shard"),
                 ("a.csv", as_csv(self.rows), ("-f", "png"), "png has a file per page")):
             with self.subTest(errors):
@@ -298,6 +355,22 @@ class Burst(unittest.TestCase):
                 self.burst("-j2", "--resume", output=output)
                 self.assertEqual({name: bytes for name, bytes in self.tree().items() if not name.endswith(".part")}, expected)
                 shutil.rmtree("out")
+
+    def test_data_that_changes(self):
+        pathlib.Path("rows.jsonl").write_text("".join(as_json(row) + "\n" for row in rows(2000)), "utf-8")
+        process = subprocess.Popen(self.words("-j1"), stderr=subprocess.PIPE)
+        while not list(pathlib.Path("out").glob("A*.csv")):
+            self.assertIsNone(process.poll())
+        process.send_signal(signal.SIGSTOP)
+        with open("rows.jsonl", "r+b") as file:
+            file.seek(-3, os.SEEK_END)
+            digit = file.read(1)
+            file.seek(-3, os.SEEK_END)
+            file.write(b"2" if digit == b"1" else b"1")
+        process.send_signal(signal.SIGCONT)
+        self.assertIn("has changed while the documents were being made", process.communicate(timeout=300)[1].decode())
+        self.assertEqual(process.returncode, 1)
+        self.assertFalse(pathlib.Path("out/manifest.jsonl").exists())
 
     def test_interrupt(self):
         pathlib.Path("rows.jsonl").write_text("".join(as_json(row) + "\n" for row in rows(5000)), "utf-8")
