@@ -4,6 +4,16 @@
 
 namespace qbsvrl6 {
 
+namespace {
+
+// As SortKeys: values of different types compare by their types.
+int orderOf(const Value& left, const Value& right, TextArena& arena) {
+    if (left.type != right.type) return left.type < right.type ? -1 : 1;
+    return compareValues(left, right, arena);
+}
+
+}  // namespace
+
 void AggregateState::restart(std::size_t first) {
     *this = {};
     range = {first, first};
@@ -28,35 +38,41 @@ Number AggregateState::sum() const {
 }
 
 // Texts that read as numbers are compared as numbers: XML has only texts, and as texts, 9 is greater than 10.
-void AggregateState::compareWithBest(int wantedOrder, const Value& value, TextArena& arena) {
-    if (count_ == 0 || compareValues(value, best_.get(), arena) * wantedOrder > 0) best_ = OwnedValue(value);
-    if (!areNumbers_) return;
+AggregateState::Added AggregateState::compareWithBest(int wantedOrder, const Value& value, TextArena& arena) {
+    if (count_ == 0 || orderOf(value, best_.get(), arena) * wantedOrder > 0) best_ = OwnedValue(value);
+    if (hasNumbers_ && !firstText_.empty()) return Added::Yes;
     Number room;
-    Number bestRoom;
     const Number* const number = numberOf(value, room);
-    areNumbers_ = number != nullptr;
-    if (!areNumbers_) return;
-    const Value best = bestNumber_.get();
-    if (count_ == 0 || compare(*number, *numberOf(best, bestRoom)) * wantedOrder > 0)
-        bestNumber_ = OwnedValue(value);
+    if (number == nullptr) {
+        areNumbers_ = false;
+        if (value.type == ValueType::Text && firstText_.empty()) firstText_ = value.text;
+    } else if (areNumbers_ || !hasNumbers_) {
+        Number bestRoom;
+        const Value best = bestNumber_.get();
+        if (!hasNumbers_ || compare(*number, *numberOf(best, bestRoom)) * wantedOrder > 0)
+            bestNumber_ = OwnedValue(value);
+        hasNumbers_ = true;
+    }
+    return hasNumbers_ && !firstText_.empty() ? Added::Mixed : Added::Yes;
 }
 
-bool AggregateState::add(AggregateKind kind, const Value& value, TextArena& arena) {
-    if (value.isNull() || (value.type == ValueType::Text && value.text.empty())) return true;
+AggregateState::Added AggregateState::add(AggregateKind kind, const Value& value, TextArena& arena) {
+    if (value.isNull() || (value.type == ValueType::Text && value.text.empty())) return Added::Yes;
+    Added added = Added::Yes;
     Number room;
     const Number* number = nullptr;
     switch (kind) {
         case AggregateKind::Sum:
         case AggregateKind::Average:
             number = numberOf(value, room);
-            if (number == nullptr) return false;
+            if (number == nullptr) return Added::Unread;
             addNumber(*number);
             break;
         case AggregateKind::Minimum:
-            compareWithBest(-1, value, arena);
+            added = compareWithBest(-1, value, arena);
             break;
         case AggregateKind::Maximum:
-            compareWithBest(1, value, arena);
+            added = compareWithBest(1, value, arena);
             break;
         case AggregateKind::CountDistinct:
             distinct_.insert(distinctKey(value));
@@ -66,7 +82,7 @@ bool AggregateState::add(AggregateKind kind, const Value& value, TextArena& aren
             break;
     }
     ++count_;
-    return true;
+    return added;
 }
 
 void AggregateState::merge(AggregateKind kind, const AggregateState& other, TextArena& arena) {

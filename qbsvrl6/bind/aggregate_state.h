@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_BIND_AGGREGATE_STATE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <unordered_set>
 
@@ -18,18 +19,27 @@ public:
     RowRange range;  // rows added so far
 
     void restart(std::size_t first);
-    // Returns false and adds nothing if a number is needed and a text does not read as one.
-    bool add(AggregateKind kind, const Value& value, TextArena& arena);
+    enum class Added : std::uint8_t {
+        Yes,
+        Unread,  // no: a number is needed, and the text does not read as one
+        Mixed,   // yes: a minimum or maximum is now of numbers and texts
+    };
+    Added add(AggregateKind kind, const Value& value, TextArena& arena);
+    // The first text of a minimum or maximum that does not read as a number.
+    std::u16string_view firstText() const { return firstText_; }
+    // Whether its numbers are texts too.
+    bool areTexts() const { return bestNumber_.get().type == ValueType::Text; }
     void countRow() { ++count_; }
     // Adds the values of another state of the same kind.
     void merge(AggregateKind kind, const AggregateState& other, TextArena& arena);
     // The sum of no values is 0; their average, minimum and maximum are null. The minimum and maximum of
-    // texts are numbers if all of them read as numbers.
+    // texts are numbers if all of them read as numbers; otherwise they are the first and the last value in the
+    // order of SortKeys.
     Value result(AggregateKind kind) const;
 
 private:
     void addNumber(const Number& number);
-    void compareWithBest(int wantedOrder, const Value& value, TextArena& arena);
+    Added compareWithBest(int wantedOrder, const Value& value, TextArena& arena);
     Number sum() const;
 
     std::size_t count_ = 0;
@@ -42,6 +52,8 @@ private:
     OwnedValue best_;
     OwnedValue bestNumber_;
     bool areNumbers_ = true;
+    bool hasNumbers_ = false;
+    std::u16string firstText_;
     std::unordered_set<std::u16string, KeyedHash> distinct_;
 };
 

@@ -100,6 +100,8 @@ public:
     void checkKnownGroups(const Expression& expression, int innermost) const;
 
     const ReportDefinition& report() const { return report_; }
+    // The first place of a text of the template, for messages.
+    TextPosition placeOf(std::u16string_view text) const { return report_.placesOf(text, use_).front(); }
     const DataSources& sources() const { return sources_; }
     const Calculated& calculated(std::uint32_t index) const { return calculated_[index]; }
     std::size_t calculatedCount() const { return calculated_.size(); }

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "qbsvrl6/bind/mixed_texts.h"
 #include "qbsvrl6/bind/name_list.h"
 #include "qbsvrl6/bind/sort_keys.h"
 #include "qbsvrl6/support/budget.h"
@@ -150,9 +151,7 @@ private:
                 continue;
             }
             const Value value = view_.evaluate(*sort.value, position_);
-            if (!state.add(sort.aggregate, value, arena_))
-                view_.noteIfUnread(*sort.value, value, DataType::Number, position_);
-            arena_.reset();
+            view_.add(state, sort.aggregate, *sort.value, value, position_);
         }
     }
 
@@ -163,6 +162,11 @@ private:
         SortKeys keys(order.size(), query_.sortTerms_, [&](std::size_t term, std::size_t category) {
             return sortStates_[category][term].result(query_.sortValues_[term].aggregate);
         });
+        for (const SortKeys::Mixed& mixed : keys.mixedTerms()) {
+            logMixedTerm(*query_.sortValues_[mixed.term].value, mixed,
+                         "the category \"" + toUtf8(categories_.names()[mixed.item]) + '"',
+                         query_.sortPlace_);
+        }
         keys.sort(0, keys.size());
         for (std::size_t at = 0; at < order.size(); ++at) order[at] = keys.itemAt(at);
         return order;
@@ -231,6 +235,7 @@ ChartQuery::ChartQuery(const ChartRows& rows, Binding& binding)
 // A term that is one total sorts by it; any other one by its smallest or greatest value.
 void ChartQuery::compileSort(const ChartRows& rows, Binding& binding) {
     sortTerms_ = binding.compileSort(rows.sort);
+    if (!sortTerms_.empty()) sortPlace_ = binding.placeOf(rows.sort);
     for (SortTerm& term : sortTerms_) {
         Expression& expression = term.expression;
         const bool isTotal = expression.code.size() == 1 && expression.aggregates.size() == 1 &&

@@ -40,7 +40,8 @@ private:
     TextTemplate category_;
     std::vector<SortTerm> sortTerms_;
     std::vector<SortValue> sortValues_;  // of each term
-    std::size_t top_ = 0;                // 0: all
+    TextPosition sortPlace_;
+    std::size_t top_ = 0;  // 0: all
     std::u16string others_;
     std::vector<Series> series_;
 };

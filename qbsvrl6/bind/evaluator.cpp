@@ -7,7 +7,9 @@
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/functions.h"
 #include "qbsvrl6/bind/lookup_table.h"
+#include "qbsvrl6/bind/mixed_texts.h"
 #include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -426,8 +428,34 @@ Value Evaluator::aggregate(const Aggregate& aggregate, const Position& position)
 void Evaluator::add(AggregateState& state, const Aggregate& aggregate, const Position& position) {
     if (!aggregate.argument) return state.countRow();
     const Value value = run(*aggregate.argument, position);
-    if (!state.add(aggregate.kind, value, arena_))
-        noteIfUnread(*aggregate.argument, value, DataType::Number, position);
+    add(state, aggregate.kind, *aggregate.argument, value, position);
+}
+
+void Evaluator::add(AggregateState& state, AggregateKind kind, const Expression& argument, const Value& value,
+                    const Position& position) {
+    switch (state.add(kind, value, arena_)) {
+        case AggregateState::Added::Yes:
+            break;
+        case AggregateState::Added::Unread:
+            noteIfUnread(argument, value, DataType::Number, position);
+            break;
+        case AggregateState::Added::Mixed:
+            logMixed(state, kind, argument, value, position);
+            break;
+    }
+}
+
+void Evaluator::logMixed(const AggregateState& state, AggregateKind kind, const Expression& argument,
+                         const Value& value, const Position& position) {
+    const std::string function = kind == AggregateKind::Minimum ? "Minimum" : "Maximum";
+    const BoundName* const name = argument.loneName();
+    std::string owner;
+    if (value.text == state.firstText()) {
+        const std::optional<std::size_t> row = textSourceOf(argument, value, position).row;
+        if (row) owner = "row " + std::to_string(*row + 1);
+    }
+    logMixedTexts(argument, name == nullptr ? "a " + function : function + '(' + toUtf8(name->name) + ')',
+                  owner, state.firstText(), state.areTexts());
 }
 
 void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const Position& position,

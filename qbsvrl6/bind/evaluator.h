@@ -49,6 +49,10 @@ public:
     void noteIfUnread(const Expression& expression, const Value& value, DataType needed,
                       const Position& position);
 
+    // Adds the argument's latest result to the state, and notes for the log what cannot be added or compared.
+    void add(AggregateState& state, AggregateKind kind, const Expression& argument, const Value& value,
+             const Position& position);
+
     // Evaluates while another evaluation may be under way, and passes the value to `use`: its text does not
     // live longer.
     template <class Use>
@@ -105,6 +109,8 @@ private:
     void extend(AggregateState& state, const Aggregate& aggregate, const Position& position, std::size_t end);
     void noteMixed(const Expression& expression, const Value& value, const Value& other,
                    const Position& position);
+    void logMixed(const AggregateState& state, AggregateKind kind, const Expression& argument,
+                  const Value& value, const Position& position);
     UnreadValues::Source textSourceOf(const Expression& expression, const Value& value,
                                       const Position& position);
     UnreadValues::Source sourceOf(const BoundName& name, const Position& position) const;

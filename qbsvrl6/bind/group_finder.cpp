@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "qbsvrl6/bind/mixed_texts.h"
 #include "qbsvrl6/bind/sort_keys.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/keyed_hash.h"
@@ -195,6 +196,12 @@ void GroupFinder::sort(std::size_t level, std::span<const Span> spans) {
     });
     rows_.setGroups({});
     evaluator_.forgetAggregates();
+    const ReportDefinition& report = binding_.report();
+    for (const SortKeys::Mixed& mixed : keys.mixedTerms()) {
+        logMixedTerm(terms[mixed.term].expression, mixed,
+                     "the group of row " + std::to_string(rows_.tableRow(starts[mixed.item]) + 1),
+                     report.placesOf(binding_.groups()[level].group->sort, TextUse::Report).front());
+    }
     std::vector<std::uint32_t> groups;
     groups.reserve(starts.size());
     for (const Span& span : spans) {

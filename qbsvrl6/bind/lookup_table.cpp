@@ -108,8 +108,8 @@ OwnedValue LookupTable::resultOf(const Lookup& lookup, const Value& sought) {
         evaluator_->evaluateInside(*lookup.result, position, [&](const Value& value) {
             if (!lookup.kind) {
                 first = OwnedValue(value);
-            } else if (!state.add(*lookup.kind, value, evaluator_->arena())) {
-                evaluator_->noteIfUnread(*lookup.result, value, DataType::Number, position);
+            } else {
+                evaluator_->add(state, *lookup.kind, *lookup.result, value, position);
             }
         });
         if (!lookup.kind) return first;

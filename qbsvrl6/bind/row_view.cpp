@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "qbsvrl6/bind/group_finder.h"
+#include "qbsvrl6/bind/mixed_texts.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
@@ -80,8 +81,11 @@ void RowView::sort() {
         position.ofRow = true;
         return evaluator_.evaluate(terms[term].expression, position);
     });
+    const ReportDefinition& report = binding_.report();
     for (const SortKeys::Mixed& mixed : keys.mixedTerms()) {
-        logMixed(terms[mixed.term], mixed, rows_.tableRow(mixed.item));
+        logMixedTerm(terms[mixed.term].expression, mixed,
+                     "row " + std::to_string(rows_.tableRow(mixed.item) + 1),
+                     report.placesOf(report.grid->sort, TextUse::Report).front());
     }
     keys.sort(0, keys.size());
     std::vector<std::uint32_t> sorted;
@@ -91,21 +95,6 @@ void RowView::sort() {
     }
     rows_.list(std::move(sorted));
     evaluator_.forgetAggregates();
-}
-
-void RowView::logMixed(const SortTerm& term, const SortKeys::Mixed& mixed, std::size_t tableRow) const {
-    constexpr std::size_t kShown = 80;
-    const ReportDefinition& report = binding_.report();
-    const BoundName* const name = term.expression.loneName();
-    const std::string what = name == nullptr ? "term " + std::to_string(mixed.term + 1) + " of the sort"
-                                             : "the sort by \"" + toUtf8(name->name) + '"';
-    if (!isNewWarning("mixed " + std::to_string(reinterpret_cast<std::uintptr_t>(&term)))) return;
-    const std::string message =
-        what + " finds numbers and texts: row " + std::to_string(tableRow + 1) + " has the text \"" +
-        toUtf8(std::u16string_view(mixed.text).substr(0, kShown)) + "\"; " +
-        (mixed.comparesTextsOnly ? "texts of digits are compared as texts" : "numbers come before texts");
-    const std::u16string& sort = report.grid->sort;
-    logWarning(message, report.placesOf(sort, TextUse::Report).front());
 }
 
 RowRange RowView::holders(const Table* table, const Position& position) const {

@@ -76,11 +76,14 @@ public:
                       const Position& position) {
         evaluator_.noteIfUnread(expression, value, needed, position);
     }
+    void add(AggregateState& state, AggregateKind kind, const Expression& argument, const Value& value,
+             const Position& position) {
+        evaluator_.add(state, kind, argument, value, position);
+    }
 
 private:
     void applyFilter();
     void sort();
-    void logMixed(const SortTerm& term, const SortKeys::Mixed& mixed, std::size_t tableRow) const;
 
     const Binding& binding_;
     const RowTables tables_;
