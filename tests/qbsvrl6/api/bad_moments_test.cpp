@@ -219,10 +219,16 @@ protected:
     bool exports(tagQBReport* report, const Format& format) const {
         if (QBReportLoadFromFile(report, template_.c_str()) == 0) return false;
         tagQBExportOption* const option = QBReportPrepareExport(report, format.type);
-        if (format.xlsx) QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option), 1);
+        if (format.xlsx) {
+            tagQBE2XLSOption* const workbook = QBExportOptionGetAsE2XLSOption(option);
+            if (workbook == nullptr) return false;
+            QBE2XLSOptionSetToXlsxFormat(workbook, 1);
+        }
         if (format.png) {
-            QBE2IMGOptionSetImageType(QBExportOptionGetAsE2IMGOption(option), QBImageType_PNG);
-            QBE2IMGOptionSetAllInOne(QBExportOptionGetAsE2IMGOption(option), 1);
+            tagQBE2IMGOption* const image = QBExportOptionGetAsE2IMGOption(option);
+            if (image == nullptr) return false;
+            QBE2IMGOptionSetImageType(image, QBImageType_PNG);
+            QBE2IMGOptionSetAllInOne(image, 1);
         }
         QBExportOptionSetFileName(option, u"document");
         return QBReportExport(report, 0) != 0;
