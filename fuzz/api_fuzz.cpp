@@ -18,21 +18,21 @@ using namespace quillbrook;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 4'096;
-constexpr int kMostExports = 3;  // of one input
+constexpr std::size_t kMaxSize = 65'536;  // of the reports that seeds.py writes
+constexpr int kMostExports = 3;           // of one input
 constexpr int kMostCalls = 100;
 
 qbsvrl6::Budget smallBudget() {
     qbsvrl6::Budget budget;
     budget.wallMilliseconds = 10'000;
     budget.dataBytes = 1u << 20;
-    budget.cells = 500;
+    budget.cells = 1'000;
     budget.nameUnits = 200;
     budget.fetches = 0;
-    budget.pages = 2;
-    budget.pageItems = 200;
+    budget.pages = 4;
+    budget.pageItems = 500;
     budget.pixels = 100'000;
-    budget.templateElements = 100;
+    budget.templateElements = 500;
     budget.documentBytes = 1u << 20;
     return budget;
 }
@@ -161,7 +161,14 @@ public:
                 break;
             case 'O': {
                 const std::string name = arguments.next();
-                if (!name.starts_with("sign-")) setOption(name, arguments.rest());  // reads a file
+                if (name.starts_with("sign-")) break;  // reads a file
+                QBXReportSetExportOption(report_, name.c_str(), arguments.rest().c_str());
+                break;
+            }
+            case 'Y': {
+                const int type = numberIn(arguments.next());
+                const std::string name = arguments.next();
+                if (!name.starts_with("sign-")) prepare(type, name, arguments.rest());
                 break;
             }
             case 'X':
@@ -195,6 +202,12 @@ public:
                 QBDetailGridSetPrintAdaptMethod(QBReportGetDetailGrid(report_),
                                                 static_cast<tagQBColumnPrintAdaptMethod>(numberIn(text)));
                 break;
+            case 'W': {
+                const std::string folders = arguments.next(), hosts = arguments.rest();
+                const QBXReach reach = {sizeof reach, folders.c_str(), hosts.c_str()};
+                QBXReportSetReach(report_, &reach);
+                break;
+            }
             case 'L':
                 loadFrom(arguments.next(), arguments.rest());
                 break;
@@ -213,15 +226,17 @@ private:
         QBXReportLoadRows(report_, table.c_str(), kColumns.data(), kColumns.size(), &Rows::next, &rows);
     }
 
-    void setOption(const std::string& name, const std::string& value) {
-        QBXReportSetExportOption(report_, name.c_str(), value.c_str());
-        tagQBExportOption* const option = QBReportPrepareExport(report_, QBExportType_XLS);
+    // Prepares an export by its type, with all options of the interface.
+    void prepare(int type, const std::string& name, const std::string& value) {
+        tagQBExportOption* const option = QBReportPrepareExport(report_, static_cast<tagQBExportType>(type));
         QBXExportOptionSet(option, name.c_str(), value.c_str());
         QBE2XLSOptionSetToXlsxFormat(QBExportOptionGetAsE2XLSOption(option),
                                      static_cast<int>(value.size() % 2));
         QBE2CellOptionSetExportPageBreak(QBExportOptionGetAsE2CellOption(option), 1);
         QBE2CellOptionSetExportPageHeaderFooter(QBExportOptionGetAsE2CellOption(option), 0);
         QBE2CellOptionSetOnlyExportDetailGrid(QBExportOptionGetAsE2CellOption(option), 1);
+        QBE2IMGOptionSetAllInOne(QBExportOptionGetAsE2IMGOption(option), 1);
+        QBExportOptionGetExportType(option);
     }
 
     void exportAs(int type) {

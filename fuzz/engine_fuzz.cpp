@@ -18,7 +18,7 @@ using namespace qbsvrl6;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 4'096;  // larger reports only take longer
+constexpr std::size_t kMaxSize = 65'536;  // of the reports that seeds.py writes
 constexpr std::string_view kDataLine = "\n=== data\n";
 constexpr std::string_view kRows =
     R"({"p": 1, "rows": [{"n": 1, "t": "a"}, {"n": 2, "t": "中文 and a longer text"}, {"n": 3, "t": ""}]})";
@@ -69,13 +69,13 @@ Budget smallBudget() {
     Budget budget;
     budget.wallMilliseconds = 10'000;
     budget.dataBytes = 1u << 20;
-    budget.cells = 500;
+    budget.cells = 1'000;
     budget.nameUnits = 200;
     budget.fetches = 0;
-    budget.pages = 2;
-    budget.pageItems = 200;
+    budget.pages = 4;
+    budget.pageItems = 500;
     budget.pixels = 100'000;
-    budget.templateElements = 100;
+    budget.templateElements = 500;
     budget.documentBytes = 1u << 20;
     return budget;
 }

@@ -14,8 +14,8 @@ using namespace qbsvrl6;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 8192;  // all elements of the format fit
-constexpr int kMostPages = 2'000;       // tiny pages are valid, but slow
+constexpr std::size_t kMaxSize = 65'536;  // of the templates that seeds.py writes
+constexpr int kMostPages = 2'000;         // tiny pages are valid, but slow
 
 void require(bool condition) {
     if (!condition) std::abort();
