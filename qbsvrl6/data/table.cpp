@@ -213,8 +213,42 @@ void DataSet::add(DataParameter parameter) {
     parameters_.push_back(std::move(parameter));
 }
 
+namespace {
+
+bool isEmptyColumn(const Table& table, std::u16string_view name) {
+    const std::size_t column = table.findColumn(name);
+    if (column == Table::npos) return false;
+    std::size_t row = 0;
+    while (row < table.rowCount() && table.value(row, column).isNull()) ++row;
+    return row == table.rowCount();
+}
+
+// Whether a table within the rows of this one may be missing only because no row holds any of its rows:
+// `inside` is its name there, "Orders.Lines".
+bool holdsNoRows(const Table& table, std::u16string_view inside) {
+    if (table.rowCount() == 0) return true;
+    std::size_t point = 0;
+    do {
+        point = inside.find(u'.', point + 1);
+        if (isEmptyColumn(table, inside.substr(0, point))) return true;
+    } while (point != std::u16string_view::npos);
+    return false;
+}
+
+bool isOfEmptyRows(const DataSet& data, std::u16string_view name) {
+    return std::any_of(data.tables().begin(), data.tables().end(), [name](const Table& table) {
+        const std::size_t size = table.name().size();
+        if (size == 0) return holdsNoRows(table, name);
+        return name.size() > size && name.starts_with(table.name()) && name[size] == u'.' &&
+               holdsNoRows(table, name.substr(size + 1));
+    });
+}
+
+}  // namespace
+
 void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user,
                      TextPosition place) {
+    if (isOfEmptyRows(data, name)) return;
     std::vector<std::u16string_view> names;
     for (const Table& table : data.tables()) {
         if (!table.name().empty()) names.push_back(table.name());

@@ -121,7 +121,8 @@ private:
 };
 
 // Logs that the data has no such table, which tables it has, and which one may be meant. `user` names the
-// reader of the table: "the grid".
+// reader of the table: "the grid". A table within rows is not missing if there are no rows, or if they hold
+// nothing where its rows would be: [] or null.
 void logMissingTable(const DataSet& data, std::u16string_view name, std::string_view user,
                      TextPosition place = {});
 

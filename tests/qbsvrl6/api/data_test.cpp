@@ -269,10 +269,12 @@ TEST_F(DataTest, QueriesInheritTheirConnection) {
 }
 
 TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
-    write("tpl/a.txt", R"({"Orders":[{"n":"a"}],"Lines":[]})");
+    write("tpl/a.txt", R"({"Orders":[{"n":"a","Notes":[]}],"Lines":[]})");
     write("tpl/list.txt", R"([{"n":"a"}])");
-    const std::string chart =
-        R"(<ReportHeader height="9mm"><Chart width="9mm" height="9mm" table="Line"><Series value="n"/></Chart></ReportHeader>)";
+    const auto chart = [](const std::string& table) {
+        return R"(<ReportHeader height="9mm"><Chart width="9mm" height="9mm" table=")" + table +
+               R"("><Series value="n"/></Chart></ReportHeader>)";
+    };
     const struct {
         const char* data;
         const char* recordset;
@@ -285,7 +287,7 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
          "There are: Orders, Lines"},
         {R"(connection="xml" query="a.txt")", R"(table="x")", "",
          " error T tpl/t.qbf:1:94: tpl/a.txt has no table \"x\" for the grid; there are: Orders, Lines"},
-        {R"(connection="xml" query="a.txt" table="Orders")", "", chart,
+        {R"(connection="xml" query="a.txt" table="Orders")", "", chart("Line"),
          " error T tpl/t.qbf:1:133: tpl/a.txt has no table \"Line\" for a chart; did you mean \"Lines\"? "
          "There "
          "are: Orders, Lines"},
@@ -299,6 +301,11 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
         {R"(connection="xml" query="a.txt" table="Lines")", "", "",
          " warning T tpl/t.qbf: the grid has no rows: the table \"Lines\" is empty"},
         {R"(connection="xml" query="a.txt" table="Orders")", "", "", ""},
+        {R"(connection="xml" query="a.txt" table="Orders")", "", chart("Orders.Notes"), ""},
+        {R"(connection="xml" query="a.txt" table="Orders")", "", chart("Lines.Parts"), ""},
+        {R"(connection="xml" query="list.txt")", "", chart("n.x"),
+         " error T tpl/t.qbf:1:118: tpl/list.txt has no table \"n.x\" for a chart; its one table has no "
+         "name"},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(std::string(test.data) + " / " + test.recordset + " / " + test.header);
