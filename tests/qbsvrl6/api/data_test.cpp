@@ -304,7 +304,7 @@ TEST_F(DataTest, TheLogSaysWhyThereAreNoRows) {
         {R"(connection="xml" query="a.txt" table="Orders")", "", chart("Orders.Notes"), ""},
         {R"(connection="xml" query="a.txt" table="Orders")", "", chart("Lines.Parts"), ""},
         {R"(connection="xml" query="list.txt")", "", chart("n.x"),
-         " error T tpl/t.qbf:1:118: tpl/list.txt has no table \"n.x\" for a chart; its one table has no "
+         " error T tpl/t.qbf:1:121: tpl/list.txt has no table \"n.x\" for a chart; its one table has no "
          "name"},
     };
     for (const auto& test : cases) {
