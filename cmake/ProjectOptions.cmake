@@ -1,10 +1,11 @@
 # Compiler flags of the project's targets. In debug builds, optimizing what runs only a few times (the tests
-# themselves, marked by the property QBSVR_TEST) takes longer than it saves. Installed targets don't export
-# them. The presets turn warnings into errors.
+# themselves, marked by the property QBSVR_TEST, and what only tests of threads use) takes longer than it
+# saves. Installed targets don't export them. The presets turn warnings into errors.
+set(is_unoptimized $<OR:$<BOOL:$<TARGET_PROPERTY:QBSVR_TEST>>,$<STREQUAL:${QBSVR_SANITIZE},thread>>)
 add_library(project_options INTERFACE)
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-    $<$<CONFIG:Debug>:-g1;-O$<IF:$<BOOL:$<TARGET_PROPERTY:QBSVR_TEST>>,0,1>>)
+    $<$<CONFIG:Debug>:-g1;-O$<IF:${is_unoptimized},0,1>>)
 
 # GCC 12 wrongly reports overlapping copies in joined strings (GCC bug 105651), and the use of an
 # uninitialized value in an empty std::optional or std::variant (GCC bug 80635).
