@@ -1,7 +1,11 @@
 # Compiler flags of the project's targets. In debug builds, optimizing what runs only a few times (the tests
 # themselves, marked by the property QBSVR_TEST, and what only tests of threads use) takes longer than it
 # saves. Installed targets don't export them. The presets turn warnings into errors.
-set(is_unoptimized $<OR:$<BOOL:$<TARGET_PROPERTY:QBSVR_TEST>>,$<STREQUAL:${QBSVR_SANITIZE},thread>>)
+if(QBSVR_SANITIZE STREQUAL "thread")
+  set(is_unoptimized 1)
+else()
+  set(is_unoptimized $<BOOL:$<TARGET_PROPERTY:QBSVR_TEST>>)
+endif()
 add_library(project_options INTERFACE)
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
