@@ -3,13 +3,13 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "engine/qbsvr_more.h"
+#include "fuzz/whole_engine.h"
 #include "qbsvrl6/api/handles.h"
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/support/utf.h"
@@ -18,24 +18,8 @@ using namespace quillbrook;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 65'536;  // of the reports that seeds.py writes
-constexpr int kMostExports = 3;           // of one input
+constexpr int kMostExports = 3;  // of one input
 constexpr int kMostCalls = 100;
-
-qbsvrl6::Budget smallBudget() {
-    qbsvrl6::Budget budget;
-    budget.wallMilliseconds = 10'000;
-    budget.dataBytes = 1u << 20;
-    budget.cells = 1'000;
-    budget.nameUnits = 200;
-    budget.fetches = 0;
-    budget.pages = 4;
-    budget.pageItems = 500;
-    budget.pixels = 100'000;
-    budget.templateElements = 500;
-    budget.documentBytes = 1u << 20;
-    return budget;
-}
 
 class Report {
 public:
@@ -45,7 +29,9 @@ public:
     Report& operator=(const Report&) = delete;
     operator tagQBReport*() const { return report_; }
 
-    void limit() { qbsvrl6::runtimeOf(*reinterpret_cast<qbsvrl6::Report*>(report_)).budget = smallBudget(); }
+    void limit() {
+        qbsvrl6::runtimeOf(*reinterpret_cast<qbsvrl6::Report*>(report_)).budget = qbsvrl6::smallBudget();
+    }
 
 private:
     tagQBReport* report_;
@@ -299,7 +285,7 @@ private:
     // Reads everything that a program can ask for.
     void describe() {
         QBXReportCheck(report_);
-        for (int kind = QBXItemKind_Parameter; kind <= QBXItemKind_Font; ++kind) {
+        for (int kind = QBXItemKind_Parameter; kind <= QBXItemKind_File; ++kind) {
             const auto known = static_cast<QBXItemKind>(kind);
             const std::uint64_t count = QBXReportGetItemCount(report_, known);
             for (std::uint64_t i = 0; i < count; ++i) {
@@ -327,13 +313,12 @@ private:
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    ::unsetenv("HOME");  // so that there is no log
-    ::unsetenv("XDG_STATE_HOME");
+    qbsvrl6::leaveNoLog();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    if (size > kMaxSize) return 0;
+    if (size > qbsvrl6::kMaxSize) return 0;
     std::string_view lines(reinterpret_cast<const char*>(bytes), size);
     Session session;
     while (!lines.empty()) {

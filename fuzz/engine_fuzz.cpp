@@ -3,11 +3,11 @@
 // is rejected with EngineError, or the document begins as its format requires.
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "fuzz/whole_engine.h"
 #include "qbsvrl6/api/export.h"
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/data/load.h"
@@ -18,7 +18,6 @@ using namespace qbsvrl6;
 
 namespace {
 
-constexpr std::size_t kMaxSize = 65'536;  // of the reports that seeds.py writes
 constexpr std::string_view kDataLine = "\n=== data\n";
 constexpr std::string_view kRows =
     R"({"p": 1, "rows": [{"n": 1, "t": "a"}, {"n": 2, "t": "中文 and a longer text"}, {"n": 3, "t": ""}]})";
@@ -65,26 +64,10 @@ const std::array<Kind, 13>& kinds() {
     return kinds;
 }
 
-Budget smallBudget() {
-    Budget budget;
-    budget.wallMilliseconds = 10'000;
-    budget.dataBytes = 1u << 20;
-    budget.cells = 1'000;
-    budget.nameUnits = 200;
-    budget.fetches = 0;
-    budget.pages = 4;
-    budget.pageItems = 500;
-    budget.pixels = 100'000;
-    budget.templateElements = 500;
-    budget.documentBytes = 1u << 20;
-    return budget;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    ::unsetenv("HOME");  // so that there is no log
-    ::unsetenv("XDG_STATE_HOME");
+    leaveNoLog();
     return 0;
 }
 

@@ -22,7 +22,7 @@ namespace {
 
 using Sink = std::unique_ptr<PageSink>;
 
-// Attached files need part 3 of the standard, and passwords no standard: a standard document can be read by
+// Attached files need PDF/A-3, and passwords no standard: a standard document can be read by
 // everybody. A program may ask for another one than the template.
 PdfStandard standardOf(const ExportJob& job) {
     const PdfSettings& settings = job.report.pdf;

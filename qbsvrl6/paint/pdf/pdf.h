@@ -30,7 +30,7 @@ struct PdfOptions {
     PdfSettings settings;
     PdfProtection protection;
     std::optional<PdfSignatureOptions> signature;
-    // Filled before finish(); may be null. Only part 3 of the standard allows any file.
+    // Filled before finish(); may be null. Only PDF/A-3 allows any file.
     std::shared_ptr<const std::vector<PdfAttachment>> attachments;
 };
 

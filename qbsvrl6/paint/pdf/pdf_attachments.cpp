@@ -65,20 +65,20 @@ int writeFile(PdfFile& file, const PdfAttachment& attachment) {
     entries.append(std::string_view(">>"));
     const int stream = file.reserve();
     file.writeStream(stream, entries.view(), attachment.bytes);
-    ByteBuffer specification;
-    specification.append(std::string_view("<</Type/Filespec/F"));
-    appendTextString(specification, settings.name);
-    specification.append(std::string_view("/UF"));
-    appendTextString(specification, settings.name);
+    ByteBuffer fileEntry;
+    fileEntry.append(std::string_view("<</Type/Filespec/F"));
+    appendTextString(fileEntry, settings.name);
+    fileEntry.append(std::string_view("/UF"));
+    appendTextString(fileEntry, settings.name);
     if (!settings.description.empty()) {
-        specification.append(std::string_view("/Desc"));
-        appendTextString(specification, settings.description);
+        fileEntry.append(std::string_view("/Desc"));
+        appendTextString(fileEntry, settings.description);
     }
-    specification.add(std::string_view("/AFRelationship/"), nameOf(settings.relation),
-                      std::string_view("/EF<</F "), std::int64_t{stream}, std::string_view(" 0 R/UF "),
-                      std::int64_t{stream}, std::string_view(" 0 R>>>>"));
+    fileEntry.add(std::string_view("/AFRelationship/"), nameOf(settings.relation),
+                  std::string_view("/EF<</F "), std::int64_t{stream}, std::string_view(" 0 R/UF "),
+                  std::int64_t{stream}, std::string_view(" 0 R>>>>"));
     const int number = file.reserve();
-    file.writeObject(number, specification.view());
+    file.writeObject(number, fileEntry.view());
     return number;
 }
 

@@ -104,7 +104,7 @@ int PdfPictures::writePng(const Picture& picture) {
     return writePixels(decodePng(picture.bytes));
 }
 
-// Part 1 of the standard has no transparency.
+// PDF/A-1 has no transparency.
 int PdfPictures::writePixels(Pixels&& pixels) {
     constexpr int kBits = 8;
     if (partOf(standard_) == 1) putOnWhite(pixels);
