@@ -19,6 +19,10 @@ namespace qbsvrl6 {
 
 namespace {
 
+bool isOfPage(ScopeKind kind) {
+    return kind == ScopeKind::Page || kind == ScopeKind::BroughtForward || kind == ScopeKind::CarriedForward;
+}
+
 void addGroups(Expression& expression, const Expression& needed) {
     expression.groupLevel = std::max(expression.groupLevel, needed.groupLevel);
     expression.returnedLevel = std::max(expression.returnedLevel, needed.returnedLevel);
@@ -188,7 +192,7 @@ void Binding::bind(Expression& expression, const Origin& origin) {
     for (Aggregate& aggregate : expression.aggregates) {
         bindScope(aggregate, origin.text);
         bindTable(aggregate);
-        expression.usesPageRows |= aggregate.scope.kind == ScopeKind::Page;
+        expression.usesPageRows |= isOfPage(aggregate.scope.kind);
         expression.usesDefaultScope |= aggregate.scope.kind == ScopeKind::Default;
         if (aggregate.scope.kind == ScopeKind::Group)
             expression.groupLevel = std::max(expression.groupLevel, aggregate.scope.level);
@@ -379,9 +383,11 @@ void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {
         std::u16string_view word;
         ScopeKind kind;
     };
-    constexpr std::array<Word, 5> kWords = {{
+    constexpr std::array<Word, 7> kWords = {{
         {u"Group", ScopeKind::Innermost},
         {u"Page", ScopeKind::Page},
+        {u"BroughtForward", ScopeKind::BroughtForward},
+        {u"CarriedForward", ScopeKind::CarriedForward},
         {u"Report", ScopeKind::Report},
         {u"Running", ScopeKind::Running},
         {u"GroupRunning", ScopeKind::GroupRunning},

@@ -29,13 +29,15 @@ enum class AggregateKind : std::uint8_t {
 
 // The rows of an aggregate.
 enum class ScopeKind : std::uint8_t {
-    Default,       // the scope of the section that holds the expression
-    Innermost,     // the group that the section belongs to; for rows, the innermost group
-    Group,         // the group of `level`
-    Page,          // rows on the page
-    Report,        // all rows
-    Running,       // from the report's first row to the current one
-    GroupRunning,  // from the first row of the innermost group to the current one
+    Default,         // the scope of the section that holds the expression
+    Innermost,       // the group that the section belongs to; for rows, the innermost group
+    Group,           // the group of `level`
+    Page,            // rows on the page
+    BroughtForward,  // rows of the pages before
+    CarriedForward,  // rows up to the end of the page
+    Report,          // all rows
+    Running,         // from the report's first row to the current one
+    GroupRunning,    // from the first row of the innermost group to the current one
 };
 
 struct Scope {

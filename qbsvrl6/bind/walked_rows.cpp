@@ -61,6 +61,10 @@ RowRange WalkedRows::rangeOf(Scope scope, const Position& position) const {
             return innermost();
         case ScopeKind::Page:
             return {position.pageRows.first, std::min(position.pageRows.end, count_)};
+        case ScopeKind::BroughtForward:
+            return {0, std::min(position.pageRows.first, count_)};
+        case ScopeKind::CarriedForward:
+            return {0, std::min(position.pageRows.end, count_)};
         case ScopeKind::Running:
             return {0, runningEnd};
         case ScopeKind::GroupRunning:
