@@ -187,16 +187,20 @@ private:
     std::size_t items_ = 0;  // of the page or band
 };
 
-// Reads the data and lays the report out into the sink.
-ReportData layOutInto(Runtime& runtime, const LayoutOptions& options, PageSink& sink,
-                      bool mayLackData = false, std::vector<PdfAttachment>* attachments = nullptr) {
-    const ReportData data = collectData(runtime.report, mayLackData);
+// The data, and the columns that the grids have with it.
+ReportData dataOf(Runtime& runtime, bool mayLackData) {
+    ReportData data = collectData(runtime.report, mayLackData);
+    data.grids = showGrids(runtime.report.definition, data);
+    return data;
+}
+
+void layOutInto(Runtime& runtime, const ReportData& data, const LayoutOptions& options, PageSink& sink,
+                std::vector<PdfAttachment>* attachments = nullptr) {
     if (attachments != nullptr) *attachments = loadAttachments(runtime.report.definition, data);
     ChartDataRestorer restorer;
     requestChartData(runtime.report, nullptr, restorer);
     layOut(runtime.report.definition, data, options, sink);
     runtime.pageCount = Spending::current()->progress().pages;
-    return data;
 }
 
 Spool makeDocument(Runtime& runtime, const ExportOptions& options, std::vector<std::string>* furtherFiles) {
@@ -210,9 +214,11 @@ Spool makeDocument(Runtime& runtime, const ExportOptions& options, std::vector<s
                   std::make_shared<std::vector<PdfAttachment>>()};
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
+    const ReportData data = dataOf(runtime, false);
+    job.grids = data.grids;
     Spool output;
     BudgetGuard sink(makeSink(job, output), output, job.layout.paged);
-    layOutInto(runtime, job.layout, sink, false,
+    layOutInto(runtime, data, job.layout, sink,
                options.kind == ExportKind::Pdf ? job.attachments.get() : nullptr);
     return output;
 }
@@ -281,7 +287,9 @@ void checkReport(Runtime& runtime) {
         layout.drawings = &drawings;
         const Spool nothing;
         BudgetGuard sink(std::make_unique<NoDocument>(), nothing, layout.paged);
-        tellUnusedColumns(runtime.report.definition, layOutInto(runtime, layout, sink, true));
+        const ReportData data = dataOf(runtime, true);
+        layOutInto(runtime, data, layout, sink);
+        tellUnusedColumns(runtime.report.definition, data);
         return Spool();
     });
 }

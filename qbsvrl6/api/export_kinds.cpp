@@ -121,7 +121,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
                                 : job.options.kind == ExportKind::Csv ? CellColumns::Records
                                                                       : CellColumns::Page;
     return {job.report.info,
-            columnEdges(job.report, job.layout, columns),
+            columnEdges(job.report, job.layout, columns, *job.grids),
             job.report.page,
             job.layout.paged,
             job.options.pageBreaks,
@@ -129,7 +129,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
             job.report.watermark,
             job.options.onlyDetailGrid,
             job.options.defuseFormulas.value_or(job.report.defuseFormulas || job.defuseFormulas),
-            columnMoves(job.report, job.layout, columns)};
+            columnMoves(job.report, job.layout, columns, *job.grids)};
 }
 
 Sink makeXlsx(const ExportJob& job, Spool& output) { return makeXlsxWriter(sheetOptions(job), output); }

@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/layout/layout_options.h"
+#include "qbsvrl6/layout/shown_grid.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/paint/pdf/pdf.h"
@@ -26,6 +27,7 @@ struct ExportJob {
     bool defuseFormulas = false;  // of the settings
     // Of a PDF; filled when the data is there.
     std::shared_ptr<std::vector<PdfAttachment>> attachments = nullptr;
+    std::shared_ptr<const ShownGrids> grids = std::make_shared<ShownGrids>();
 };
 
 // True for the formats made of cells, whose layout the cell options choose.

@@ -96,6 +96,8 @@ void AggregateState::merge(AggregateKind kind, const AggregateState& other, Text
         case AggregateKind::Minimum:
         case AggregateKind::Maximum:
             add(kind, other.result(kind), arena);
+            areNumbers_ = areNumbers_ && other.areNumbers_;
+            if (firstText_.empty()) firstText_ = other.firstText_;
             break;
         case AggregateKind::CountDistinct:
             distinct_.insert(other.distinct_.begin(), other.distinct_.end());

@@ -181,6 +181,8 @@ TextTemplate Binding::compileText(std::u16string_view text) {
     return compiled;
 }
 
+void Binding::bindParsed(Expression& expression, std::u16string_view text) { bind(expression, {text, text}); }
+
 std::vector<SortTerm> Binding::compileSort(std::u16string_view text) {
     std::vector<SortTerm> terms = parseSortTerms(text);
     for (SortTerm& term : terms) bind(term.expression, {text, text});

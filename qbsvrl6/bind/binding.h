@@ -94,6 +94,8 @@ public:
     // EngineError(BadExpression), also for calculated fields that depend on themselves.
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
+    // Binds an expression that has been parsed from this text.
+    void bindParsed(Expression& expression, std::u16string_view text);
     std::vector<SortTerm> compileSort(std::u16string_view text);
     // Raises the same error for an expression that needs groups inside those of this level, which are not
     // known when it chooses or sorts rows. -1: no groups are known.

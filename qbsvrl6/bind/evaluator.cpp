@@ -104,6 +104,16 @@ Value Evaluator::evaluate(const Expression& expression, const Position& position
     return run(expression, position);
 }
 
+Value Evaluator::evaluateWith(const Expression& expression, const Position& position,
+                              std::span<const Value> totals) {
+    begin();
+    totaled_ = &expression;
+    totals_ = totals;
+    const Value value = run(expression, position);
+    totaled_ = nullptr;
+    return value;
+}
+
 bool Evaluator::isTrue(const Expression& expression, const Position& position) {
     return toBoolean(evaluate(expression, position));
 }
@@ -152,7 +162,9 @@ Value Evaluator::run(const Expression& expression, const Position& position) {
                 stack_.push_back(readSystem(static_cast<SystemValue>(instruction.operand), position));
                 break;
             case Operation::Aggregate:
-                stack_.push_back(aggregate(expression.aggregates[instruction.operand], position));
+                stack_.push_back(totaled_ == &expression
+                                     ? totals_[instruction.operand]
+                                     : aggregate(expression.aggregates[instruction.operand], position));
                 break;
             case Operation::Lookup:
                 stack_.push_back(lookUp(expression.lookups[instruction.operand], position));

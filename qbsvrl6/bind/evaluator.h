@@ -43,6 +43,8 @@ public:
     // The value's text lives until the next evaluation.
     Value evaluate(const Expression& expression, const Position& position);
     bool isTrue(const Expression& expression, const Position& position);
+    // With these values in place of the aggregates of the expression itself, by their indices.
+    Value evaluateWith(const Expression& expression, const Position& position, std::span<const Value> totals);
     void evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result);
     // Notes for the log if `value`, the expression's latest result, is a text that does not read as the type
     // that is needed.
@@ -131,6 +133,8 @@ private:
     TextArena arena_;
     std::uint64_t user_ = 0;
     ReturnedValues* returned_ = nullptr;
+    const Expression* totaled_ = nullptr;  // the expression whose aggregates are given
+    std::span<const Value> totals_;
     TableRow inner_;  // in an aggregate over a table within the row table
 };
 

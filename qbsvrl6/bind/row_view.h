@@ -53,18 +53,25 @@ public:
     // The view of a sub-report at the position. `arguments` are the values of its parameters.
     std::unique_ptr<RowView> inside(const SubReportRows& inner, std::span<const OwnedValue> arguments,
                                     const Position& position) const;
-    // The row in the table, from 0, for messages; none without rows.
+    // All rows, without groups.
+    WalkedRows walkedRows() const { return rows_.part({0, rows_.count()}); }
+    // The row in the table, from 0; none without rows.
     std::optional<std::size_t> tableRow(const Position& position) const {
         if (position.row >= rows_.count()) return std::nullopt;
         return rows_.tableRow(position.row);
     }
     const RowTables& tables() const { return tables_; }
+    std::int64_t now() const { return evaluator_.now(); }
     // The values that the outer report has passed.
     std::vector<OwnedValue> passed() const;
 
     // The value's text lives until the next evaluation.
     Value evaluate(const Expression& expression, const Position& position) {
         return evaluator_.evaluate(expression, position);
+    }
+    Value evaluateWith(const Expression& expression, const Position& position,
+                       std::span<const Value> totals) {
+        return evaluator_.evaluateWith(expression, position, totals);
     }
     bool isTrue(const Expression& expression, const Position& position) {
         return evaluator_.isTrue(expression, position);

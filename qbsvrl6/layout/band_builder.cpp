@@ -1,12 +1,14 @@
 #include "qbsvrl6/layout/band_builder.h"
 
 #include <algorithm>
+#include <numeric>
 #include <type_traits>
 #include <utility>
 
 #include "qbsvrl6/layout/section_arrangement.h"
 #include "qbsvrl6/layout/text_layout.h"
 #include "qbsvrl6/layout/whole_items.h"
+#include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
 
@@ -162,7 +164,7 @@ std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, co
     for (const Expression& argument : content.arguments) {
         arguments.emplace_back(view_.evaluate(argument, position));
     }
-    return ReportInstance{*content.plan, view_.inside(content.rows, arguments, position), true};
+    return instanceOf(*content.plan, view_.inside(content.rows, arguments, position), true);
 }
 
 void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced) {
@@ -349,14 +351,16 @@ std::optional<BandDraft> BandBuilder::groupSection(PlannedSection& section, Band
 
 BandDraft BandBuilder::title() {
     PlannedGrid& grid = *instance_.plan.grid;
-    return cells(grid.titles, grid.titleHeight, true, BandKind::GridTitle, reportPosition(0), std::nullopt);
+    return cells({grid.titles, grid.titleHeights, true, BandKind::GridTitle}, reportPosition(0),
+                 std::nullopt);
 }
 
 BandDraft BandBuilder::row(std::size_t row, std::optional<std::size_t> previous) {
     PlannedGrid& grid = *instance_.plan.grid;
-    BandDraft draft =
-        cells(grid.cells, grid.rowHeight, grid.grid->rowCanGrow, BandKind::Row, rowPosition(row), previous);
+    BandDraft draft = cells({grid.cells, {&grid.rowHeight, 1}, grid.grid->rowCanGrow, BandKind::Row},
+                            rowPosition(row), previous);
     draft.band.background = alternate(row, 0);
+    draft.mayBreak = grid.grid->rowsMayBreak;
     return draft;
 }
 
@@ -368,47 +372,235 @@ std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t blanks)
     return second ? instance_.plan.grid->grid->alternateBackground : std::nullopt;
 }
 
-// All cells of a title or row. If the columns wrap, they form several lines.
-BandDraft BandBuilder::cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
-                             BandKind kind, const Position& position, std::optional<std::size_t> previous) {
+// The first line of the control, counting all levels of all lines.
+std::size_t BandBuilder::lineOf(const PlannedControl& control, std::size_t levels) const {
+    const auto column = static_cast<std::size_t>(control.firstColumn);
+    const auto line = static_cast<std::size_t>(instance_.plan.grid->geometry.columns[column].line);
+    return line * levels + static_cast<std::size_t>(control.level);
+}
+
+// All cells of a title or row. If the columns wrap, they form several lines, each with all levels.
+BandDraft BandBuilder::cells(const CellLines& lines, const Position& position,
+                             std::optional<std::size_t> previous) {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     BandDraft draft;
-    draft.band.kind = kind;
+    draft.band.kind = lines.kind;
     draft.row = position.row;
     unplacedItems_.clear();
-    unplacedItems_.reserve(controls.size());
-    lineHeights_.assign(static_cast<std::size_t>(geometry.lines), lineHeight);
-    for (PlannedControl& control : controls) {
-        const bool inColumnGroup = activeColumnGroup == kEveryColumnGroup ||
-                                   control.columnGroup == kEveryColumnGroup ||
-                                   control.columnGroup == activeColumnGroup;
-        if (!inColumnGroup) continue;
-        UnplacedItem& unplaced = unplacedItems_.emplace_back(control);
-        if (!makeItem(control.box, position, unplaced)) {
-            unplacedItems_.pop_back();
-            continue;
-        }
-        unplaced.removed = false;  // a cell always has the height of its row
-        if (previous) suppress(unplaced, position, *previous, draft);
-        Micrometres& line = lineHeights_[static_cast<std::size_t>(
-            geometry.columns[static_cast<std::size_t>(control.firstColumn)].line)];
-        if (canGrow) line = std::max(line, unplaced.needed);
+    unplacedItems_.reserve(lines.controls.size());
+    lineHeights_.clear();
+    for (int line = 0; line < geometry.lines; ++line) {
+        lineHeights_.insert(lineHeights_.end(), lines.heights.begin(), lines.heights.end());
     }
-    lineTops_.clear();
-    for (const Micrometres line : lineHeights_) {
-        lineTops_.push_back(draft.band.height);
-        if (draft.band.height > 0) draft.cuts.push_back(draft.band.height);
-        draft.band.height += line;
-    }
-    for (UnplacedItem& unplaced : unplacedItems_) {
-        const auto line = static_cast<std::size_t>(
-            geometry.columns[static_cast<std::size_t>(unplaced.control->firstColumn)].line);
-        unplaced.item.box.y = lineTops_[line];
-        unplaced.item.box.height = lineHeights_[line];
-    }
+    covered_ = -1;
+    for (std::size_t i = 0; i < lines.controls.size(); ++i) addCell(lines, i, position, previous, draft);
+    settleLines(lines, draft);
     place(draft, unplacedItems_);
     finishGridBand(draft);
     return draft;
+}
+
+void BandBuilder::addCell(const CellLines& lines, std::size_t index, const Position& position,
+                          std::optional<std::size_t> previous, BandDraft& draft) {
+    PlannedControl& control = lines.controls[index];
+    const bool inColumnGroup = activeColumnGroup == kEveryColumnGroup ||
+                               control.columnGroup == kEveryColumnGroup ||
+                               control.columnGroup == activeColumnGroup;
+    if (!inColumnGroup) return;
+    const bool mayJoin = lines.kind == BandKind::Row && !instance_.plan.grid->joins.empty();
+    Rect box = control.box;
+    int last = control.lastColumn;
+    if (mayJoin) {
+        if (control.firstColumn <= covered_) return;
+        last = joinColumns(index, position, box);
+        if (last == control.lastColumn && openMerged(index, position)) return;
+    }
+    UnplacedItem& unplaced = unplacedItems_.emplace_back(control);
+    if (!makeItem(box, position, unplaced)) {
+        unplacedItems_.pop_back();
+        return;
+    }
+    unplaced.item.lastColumn = last;
+    unplaced.removed = false;  // a cell always has the height of its row
+    if (previous) suppress(unplaced, position, *previous, draft);
+    if (!lines.canGrow || control.levels > 1) return;
+    Micrometres& line = lineHeights_[lineOf(control, lines.heights.size())];
+    line = std::max(line, unplaced.needed);
+}
+
+int BandBuilder::joinColumns(std::size_t index, const Position& position, Rect& box) {
+    const CellJoins& joins = instance_.plan.grid->joins[index];
+    const int own = instance_.plan.grid->cells[index].lastColumn;
+    if (!joins.spanWhen || !view_.isTrue(*joins.spanWhen, position)) return own;
+    box.width = joins.spanWidth;
+    covered_ = joins.spanLast;
+    return joins.spanLast;
+}
+
+// The heights and tops of the lines, and with them the boxes of the cells. What a cell of several lines needs
+// beyond them is added to its last one.
+void BandBuilder::settleLines(const CellLines& lines, BandDraft& draft) {
+    const std::size_t levels = lines.heights.size();
+    const auto heightOf = [&](const PlannedControl& control) {
+        const auto first = lineHeights_.begin() + static_cast<std::ptrdiff_t>(lineOf(control, levels));
+        return std::accumulate(first, first + control.levels, Micrometres{0});
+    };
+    if (lines.canGrow && levels > 1) {
+        for (const UnplacedItem& unplaced : unplacedItems_) {
+            const Micrometres height = heightOf(*unplaced.control);
+            const std::size_t last =
+                lineOf(*unplaced.control, levels) + static_cast<std::size_t>(unplaced.control->levels) - 1;
+            if (unplaced.needed > height) lineHeights_[last] += unplaced.needed - height;
+        }
+    }
+    if (merging_ != nullptr && lines.canGrow) {
+        for (std::size_t i = 0; i < merging_->open.size(); ++i) {
+            const MergedCell& cell = merging_->open[i];
+            if (!cell.unplaced || merging_->goesOn[i]) continue;
+            const Micrometres missing = cell.unplaced->needed - (merging_->top - cell.top);
+            lineHeights_.back() = std::max(lineHeights_.back(), missing);
+        }
+    }
+    lineTops_.clear();
+    for (std::size_t line = 0; line < lineHeights_.size(); ++line) {
+        lineTops_.push_back(draft.band.height);
+        if (draft.band.height > 0 && line % levels == 0) draft.cuts.push_back(draft.band.height);
+        draft.band.height += lineHeights_[line];
+    }
+    for (UnplacedItem& unplaced : unplacedItems_) {
+        unplaced.item.box.y = lineTops_[lineOf(*unplaced.control, levels)];
+        unplaced.item.box.height = heightOf(*unplaced.control);
+    }
+}
+
+// A cell continues that of the row above if its key is the same and those of the merged cells on its left
+// continue as well.
+std::vector<bool> BandBuilder::continuesAbove(std::size_t row) {
+    const std::vector<CellJoins>& joins = instance_.plan.grid->joins;
+    std::vector<bool> continues(joins.size());
+    if (row == 0 || view_.startingLevel(row) < view_.groupCount()) return continues;
+    TextArena arena;
+    for (std::size_t i = 0; i < joins.size(); ++i) {
+        if (!joins[i].mergeBy) continue;
+        const OwnedValue above(view_.evaluate(*joins[i].mergeBy, rowPosition(row - 1)));
+        const Value key = view_.evaluate(*joins[i].mergeBy, rowPosition(row));
+        if (compareValues(above.get(), key, arena) != 0) break;
+        continues[i] = true;
+    }
+    return continues;
+}
+
+RowRange BandBuilder::mergedRows(std::size_t row) {
+    RowRange rows{row, row + 1};
+    const std::size_t cells = std::max<std::size_t>(instance_.plan.grid->cells.size(), 1);
+    const std::size_t most = std::clamp<std::size_t>(limits::kMergedItems / cells, 2, limits::kMergedRows);
+    while (rows.end < view_.rowCount() && rows.end - row < most) {
+        const std::vector<bool> continues = continuesAbove(rows.end);
+        if (std::find(continues.begin(), continues.end(), true) == continues.end()) break;
+        ++rows.end;
+    }
+    return rows;
+}
+
+// Whether the cell belongs to a merged cell, which is not placed in its first row. It begins one here if the
+// row above has another.
+bool BandBuilder::openMerged(std::size_t index, const Position& position) {
+    if (merging_ == nullptr) return false;
+    MergedCell& cell = merging_->open[index];
+    if (merging_->continues[index] && cell.unplaced) return true;
+    if (!merging_->goesOn[index]) return false;
+    cell.top = merging_->top;
+    PlannedControl& control = instance_.plan.grid->cells[index];
+    UnplacedItem& unplaced = cell.unplaced.emplace(control);
+    if (!makeItem(control.box, position, unplaced)) cell.unplaced.reset();
+    return true;
+}
+
+// Places the merged cells that end at the bottom of the row.
+void BandBuilder::closeMerged(BandDraft& draft, Micrometres bottom) {
+    std::vector<UnplacedItem> ending;
+    for (std::size_t i = 0; i < merging_->open.size(); ++i) {
+        MergedCell& cell = merging_->open[i];
+        if (!cell.unplaced || merging_->goesOn[i]) continue;
+        cell.unplaced->removed = false;
+        cell.unplaced->item.box.y = cell.top;
+        cell.unplaced->item.box.height = bottom - cell.top;
+        ending.push_back(std::move(*cell.unplaced));
+        cell.unplaced.reset();
+    }
+    place(draft, ending);
+}
+
+BandDraft BandBuilder::mergedRows(RowRange rows, std::optional<std::size_t> previous) {
+    Merging merging;
+    merging.open.resize(instance_.plan.grid->cells.size());
+    merging.continues.resize(merging.open.size());
+    BandDraft whole;
+    whole.band.kind = BandKind::Row;
+    whole.row = rows.first;
+    for (std::size_t row = rows.first; row < rows.end; ++row) {
+        merging.goesOn =
+            row + 1 < rows.end ? continuesAbove(row + 1) : std::vector<bool>(merging.open.size());
+        merging.top = whole.band.height;
+        merging_ = &merging;
+        append(whole, this->row(row, row == rows.first ? previous : row - 1));
+        closeMerged(whole, whole.band.height);
+        merging_ = nullptr;
+        merging.continues = std::move(merging.goesOn);
+    }
+    whole.mayBreak = true;
+    finishGridBand(whole);
+    return whole;
+}
+
+// The background of a row in a band of several rows, except below merged cells.
+void BandBuilder::fillRow(BandDraft& whole, const BandDraft& row) const {
+    const PlannedGrid& grid = *instance_.plan.grid;
+    const bool hasGroups = hasColumnGroups();
+    const int groups = hasGroups ? grid.geometry.columnGroups : 1;
+    const auto fill = [&](Micrometres left, Micrometres right, int group) {
+        if (left >= right) return;
+        Item item;
+        item.box = {left, whole.band.height, right - left, row.band.height};
+        item.style = context_.styles.intern({});
+        item.content = BoxItem{{{0, {}}, row.band.background, 0}};
+        whole.band.items.push_back(std::move(item));
+        if (hasGroups) whole.columnGroups.push_back(group);
+    };
+    for (int at = 0; at < groups; ++at) {
+        const int group = hasGroups ? at : activeColumnGroup;
+        Micrometres left = 0;
+        for (std::size_t i = 0; i < grid.cells.size(); ++i) {
+            const auto column = static_cast<std::size_t>(grid.cells[i].firstColumn);
+            const bool isMerged = merging_->continues[i] || merging_->goesOn[i];
+            const bool isShown = group == kEveryColumnGroup || grid.geometry.inColumnGroup(column, group);
+            if (!isMerged || !isShown) continue;
+            fill(left, grid.cells[i].box.x, group);
+            left = grid.cells[i].box.right();
+        }
+        fill(left, grid.geometry.widthOf(group), group);
+    }
+}
+
+// Adds a row below the others of the band. Its background becomes items.
+void BandBuilder::append(BandDraft& whole, BandDraft&& row) const {
+    const Micrometres top = whole.band.height;
+    if (top > 0) whole.cuts.push_back(top);
+    for (const Micrometres cut : row.cuts) whole.cuts.push_back(top + cut);
+    whole.rowTops.push_back(top);
+    if (row.band.background) fillRow(whole, row);
+    const std::size_t first = whole.band.items.size();
+    for (Item& item : row.band.items) {
+        item.box.y += top;
+        whole.band.items.push_back(std::move(item));
+    }
+    for (LateItem& late : row.deferred) {
+        late.item += first;
+        whole.deferred.push_back(std::move(late));
+    }
+    whole.columnGroups.insert(whole.columnGroups.end(), row.columnGroups.begin(), row.columnGroups.end());
+    whole.hidesRepeated = whole.hidesRepeated || row.hidesRepeated;
+    whole.band.height += row.band.height;
 }
 
 // Empties a cell whose text equals that of the row above.

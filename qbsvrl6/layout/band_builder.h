@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,10 @@ public:
     BandDraft title();
     // `previous` is the row above, with which suppressed values are compared; none: all values are shown.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);
+    // The rows from this one on that merged cells hold together: the row alone if it is in no merged cell.
+    RowRange mergedRows(std::size_t row);
+    // Several rows as one band, in which merged cells cover several of them.
+    BandDraft mergedRows(RowRange rows, std::optional<std::size_t> previous);
     // A blank row after the last row; `number` counts them from 1.
     BandDraft blankRow(Micrometres height, std::size_t number);
 
@@ -69,8 +74,39 @@ private:
 
     Micrometres arrange(const Section& section, Micrometres height,
                         std::vector<UnplacedItem>& unplacedItems) const;
-    BandDraft cells(std::vector<PlannedControl>& controls, Micrometres lineHeight, bool canGrow,
-                    BandKind kind, const Position& position, std::optional<std::size_t> previous);
+    // A cell of several rows of a band that is being built.
+    struct MergedCell {
+        std::optional<UnplacedItem> unplaced;
+        Micrometres top = 0;
+    };
+    // The merged cells of a band of several rows, at one of its rows.
+    struct Merging {
+        std::vector<MergedCell> open;  // of each cell of a row
+        std::vector<bool> continues;   // the cell is the same as in the row above
+        std::vector<bool> goesOn;      // the same, in the row below
+        Micrometres top = 0;           // of the row
+    };
+    // The controls of a title or row, whose lines have these levels.
+    struct CellLines {
+        std::vector<PlannedControl>& controls;
+        std::span<const Micrometres> heights;  // of the levels of each line
+        bool canGrow = true;
+        BandKind kind = BandKind::Row;
+    };
+
+    BandDraft cells(const CellLines& lines, const Position& position, std::optional<std::size_t> previous);
+    void addCell(const CellLines& lines, std::size_t index, const Position& position,
+                 std::optional<std::size_t> previous, BandDraft& draft);
+    void settleLines(const CellLines& lines, BandDraft& draft);
+    std::size_t lineOf(const PlannedControl& control, std::size_t levels) const;
+    // The columns up to here are covered by the cell.
+    int joinColumns(std::size_t index, const Position& position, Rect& box);
+    // Whether each cell is merged with that of the row above.
+    std::vector<bool> continuesAbove(std::size_t row);
+    bool openMerged(std::size_t index, const Position& position);
+    void closeMerged(BandDraft& draft, Micrometres bottom);
+    void append(BandDraft& whole, BandDraft&& row) const;
+    void fillRow(BandDraft& whole, const BandDraft& row) const;
     void suppress(UnplacedItem& unplaced, const Position& position, std::size_t previous, BandDraft& draft);
     bool hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const;
     void place(BandDraft& draft, std::vector<UnplacedItem>& unplacedItems) const;
@@ -88,6 +124,8 @@ private:
     std::vector<UnplacedItem> unplacedItems_;
     std::vector<Micrometres> lineHeights_;
     std::vector<Micrometres> lineTops_;
+    int covered_ = -1;            // the last column that a cell of the row covers
+    Merging* merging_ = nullptr;  // while a band of several rows is being built
     ChartNumbers chartNumbers_;
 };
 

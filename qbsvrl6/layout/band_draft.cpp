@@ -18,11 +18,13 @@ public:
         : draft_(draft), force_(force), cut_(height), drawings_(drawings) {
         if (!draft.uncut) draft.uncut = std::make_unique<UncutItems>(draft);
         const Micrometres cut = draft.uncut->cutBefore(height);
-        if (cut > 0) cut_ = cut;
+        isCut_ = cut > 0;
+        if (isCut_) cut_ = cut;
     }
 
     std::optional<BandDraft> split() {
         if (cut_ <= 0 || cut_ >= draft_.band.height) return std::nullopt;
+        if (!draft_.rowTops.empty() && !isCut_ && !force_) return std::nullopt;
         draft_.uncut->putAbove(cut_, draft_);
         breakCrossingTexts();
         nothingStays_ = !somethingStays();
@@ -37,10 +39,11 @@ public:
         rest_.row = draft_.row;
         rest_.owner = draft_.owner;
         rest_.ofSubReport = draft_.ofSubReport;
-        rest_.isRest = true;
+        rest_.countsRows = draft_.countsRows;
         rest_.visibleWhen = draft_.visibleWhen;
         divide();
         rest_.band.height = draft_.band.height - cut_ + extra_;
+        divideRows();
         rest_.uncut->continueBelow(cut_, extra_);
         if (saved_ > 0) closeGap();
         draft_.band.height = cut_;
@@ -105,6 +108,45 @@ private:
         if (extra_ > 0 && draft_.band.kind == BandKind::Row) evenCells();
     }
 
+    // A row belongs to the part in which it begins.
+    void divideRows() {
+        const auto below = std::lower_bound(draft_.rowTops.begin(), draft_.rowTops.end(), cut_);
+        rest_.row += static_cast<std::size_t>(below - draft_.rowTops.begin());
+        rest_.isRest = below == draft_.rowTops.end();
+        if (rest_.isRest && !draft_.rowTops.empty()) --rest_.row;
+        for (auto top = below; top != draft_.rowTops.end(); ++top) {
+            rest_.rowTops.push_back(*top == cut_ ? 0 : *top - cut_ + extra_);
+        }
+        draft_.rowTops.erase(below, draft_.rowTops.end());
+    }
+
+    // Whether the item is a cell of several rows.
+    bool isMerged(const Item& item) const {
+        const bool isCell = isWhole(item) || std::holds_alternative<TextItem>(item.content);
+        return isCut_ && isCell &&
+               std::any_of(draft_.rowTops.begin(), draft_.rowTops.end(),
+                           [&](Micrometres top) { return top > item.box.y && top < item.box.bottom(); });
+    }
+
+    // Each part of a merged cell shows its whole content.
+    void crossMerged(Item& item, LateItem* late) {
+        Item lower = item;
+        lower.box.y = 0;
+        lower.box.height = item.box.bottom() - cut_;
+        item.box.height = cut_ - item.box.y;
+        for (Item* const part : {&item, &lower}) {
+            if (auto* const text = std::get_if<TextItem>(&part->content)) {
+                placeText(*text, PooledStyle::of(*part->style), {part->box.width, part->box.height});
+            } else if (isWhole(*part)) {
+                fitIntoBox(*part, drawings_);
+            }
+        }
+        std::optional<LateItem> lowerLate;
+        if (late != nullptr) lowerLate = *late;
+        put(draft_, std::move(item), late);
+        put(rest_, std::move(lower), lowerLate ? &*lowerLate : nullptr);
+    }
+
     // Makes all cells of the row equally high again.
     void evenCells() {
         for (const std::size_t index : crossing_) {
@@ -155,6 +197,7 @@ private:
     void cross(Item& item, LateItem* late) {
         const Micrometres above = cut_ - item.box.y;
         const Micrometres remaining = item.box.height - above;
+        if (isMerged(item)) return crossMerged(item, late);
         if (isWhole(item)) return crossWhole(item, late);
         Item lower = frameBelow(item, remaining);
         if (auto* const text = std::get_if<TextItem>(&item.content)) {
@@ -254,6 +297,7 @@ private:
     BandDraft& draft_;
     bool force_;
     Micrometres cut_;
+    bool isCut_ = false;  // `cut_` divides nothing but merged cells
     DrawingSource* drawings_;
     std::vector<std::size_t> crossing_;  // indices of items of the lower part that continue a cell
     Micrometres remaining_ = 0;          // the rest of their height

@@ -36,13 +36,15 @@ struct BandDraft {
     std::vector<int> columnGroups;             // the column group of each item; empty if there is only one
     std::vector<Micrometres> cuts;             // heights at which a cut divides nothing, ascending
     bool mayBreak = false;                     // may be cut even if it would fit on the next page
-    std::size_t row = 0;                       // of the grid's walk
+    std::size_t row = 0;                       // of the grid's walk: the first one
+    std::vector<Micrometres> rowTops;          // of each row that begins in a band of several rows
     RowRange hiddenRows;                       // of a group without rows, in the band that counts them
     bool hidesRepeated = false;                // a row with suppressed values
     bool isRest = false;                       // the lower part of a band that began on an earlier page
     bool madeSmaller = false;                  // something above the cut was scaled down
     std::shared_ptr<RepeatSource> owner;
     bool ofSubReport = false;
+    bool countsRows = true;  // its rows are rows of the page
     std::vector<std::uint64_t>
         keeps;  // the flow's: first bands of the ranges that no break before this one may divide
     std::uint64_t sequence = 0;         // the flow's: counts the bands

@@ -93,14 +93,15 @@ struct Place {
     int depth = 0;  // of sub-reports
 };
 
-GridGeometry geometryOf(const ReportDefinition& report, const LayoutOptions& options, const Place& place) {
+GridGeometry geometryOf(const ReportDefinition& report, const LayoutOptions& options, const Place& place,
+                        const ShownGrids& grids) {
     GridSurroundings surroundings = GridSurroundings::Page;
     if (!options.paged) {
         surroundings = GridSurroundings::Endless;
     } else if (place.depth > 0 || detailColumns(report.page) > 1) {
         surroundings = GridSurroundings::Box;
     }
-    return placeColumns(*report.grid, place.width, surroundings);
+    return placeColumns(*grids.gridOf(report), place.width, surroundings, grids.shapesOf(report));
 }
 
 // Whether the grid shows rows or titles. If not, its columns only position the controls of groups.
@@ -165,13 +166,14 @@ struct NamedColumns {
 
 class Collector {
 public:
-    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, EdgeCollector& edges)
-        : options_(options), paperWidth_(paperWidth), columns_(columns), edges_(edges) {}
+    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, EdgeCollector& edges,
+              const ShownGrids& grids)
+        : options_(options), paperWidth_(paperWidth), columns_(columns), edges_(edges), grids_(grids) {}
 
     void addColumns(const ReportDefinition& report, const Place& place) {
         if (!report.grid) return;
         const std::vector<ColumnBox> boxes = boxesOf(report, place);
-        if (!showsRows(*report.grid)) {
+        if (!showsRows(*grids_.gridOf(report))) {
             addOuterEdges(report, place, boxes);
             return;
         }
@@ -194,7 +196,7 @@ public:
 
 private:
     std::vector<ColumnBox> boxesOf(const ReportDefinition& report, const Place& place) const {
-        const GridGeometry geometry = geometryOf(report, options_, place);
+        const GridGeometry geometry = geometryOf(report, options_, place, grids_);
         const bool moves = geometry.columnGroups > 1 && columns_ != CellColumns::Page;
         std::vector<ColumnBox> boxes;
         for (const PlacedColumn& column : geometry.columns) {
@@ -233,9 +235,9 @@ private:
 
     void addGridControls(const ReportDefinition& report, const Place& place) {
         if (!report.grid) return;
-        const DetailGrid& grid = *report.grid;
+        const DetailGrid& grid = *grids_.gridOf(report);
         const std::vector<ColumnBox> boxes = boxesOf(report, place);
-        const std::int64_t gridX = geometryOf(report, options_, place).x;
+        const std::int64_t gridX = geometryOf(report, options_, place, grids_).x;
         ColumnNames names;
         for (std::size_t i = 0; i < boxes.size(); ++i) names.emplace(grid.columns[i]->name, i);
         const bool columnsShow = showsRows(grid);
@@ -304,6 +306,7 @@ private:
     const Micrometres paperWidth_;
     CellColumns columns_;
     EdgeCollector& edges_;
+    const ShownGrids& grids_;
 };
 
 Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
@@ -314,9 +317,9 @@ Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
 }  // namespace
 
 std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
-                                     CellColumns columns) {
+                                     CellColumns columns, const ShownGrids& grids) {
     EdgeCollector edges(columns);
-    Collector collector(options, report.page.paper.width, columns, edges);
+    Collector collector(options, report.page.paper.width, columns, edges, grids);
     const Place place = placeOf(report, options);
     collector.addColumns(report, place);
     edges.takeGridEdges();
@@ -327,9 +330,9 @@ std::vector<Micrometres> columnEdges(const ReportDefinition& report, const Layou
 }
 
 std::vector<ColumnMove> columnMoves(const ReportDefinition& report, const LayoutOptions& options,
-                                    CellColumns columns) {
+                                    CellColumns columns, const ShownGrids& grids) {
     if (!report.grid || columns == CellColumns::Page) return {};
-    const GridGeometry geometry = geometryOf(report, options, placeOf(report, options));
+    const GridGeometry geometry = geometryOf(report, options, placeOf(report, options), grids);
     if (geometry.columnGroups < 2) return {};
     return movesOf(geometry);
 }

@@ -6,6 +6,7 @@
 
 #include "qbsvrl6/items/column_move.h"
 #include "qbsvrl6/layout/layout_options.h"
+#include "qbsvrl6/layout/shown_grid.h"
 #include "qbsvrl6/model/report.h"
 
 namespace qbsvrl6 {
@@ -20,15 +21,16 @@ enum class CellColumns {
 
 // x of each column edge that the detail grids (including those of sub-reports) and the free controls of the
 // report use, in micrometres from the paper's left edge, ascending and without repeats. Edges up to a
-// millimetre apart become one; the edges of grids take precedence.
+// millimetre apart become one; the edges of grids take precedence. `grids` are those of the export.
 std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
-                                     CellColumns columns = CellColumns::Page);
+                                     CellColumns columns = CellColumns::Page,
+                                     const ShownGrids& grids = ShownGrids());
 
 // The position in the cells of each column of a grid that continues on further pages. Except in documents
 // that resemble the page, the first columns of all pages share one column of cells, as wide as the widest of
 // them, and so on for the second ones. Empty: no column moves.
 std::vector<ColumnMove> columnMoves(const ReportDefinition& report, const LayoutOptions& options,
-                                    CellColumns columns);
+                                    CellColumns columns, const ShownGrids& grids = ShownGrids());
 
 }  // namespace qbsvrl6
 

@@ -31,7 +31,15 @@ void InnerFlow::add(BandDraft draft) {
     height += draft.band.height;
     draft.x += x_;
     takeIn(draft);
+    const BandKind kind = draft.band.kind;
     outer_.add(std::move(draft));
+    const bool leads =
+        kind == BandKind::ReportHeader || kind == BandKind::GridTitle || kind == BandKind::GroupHeader;
+    if (!leads) endLead();
+}
+
+void InnerFlow::endLead() {
+    if (lead_ != 0) outer_.endKeep(std::exchange(lead_, 0));
 }
 
 void ContinuousFlow::begin() {

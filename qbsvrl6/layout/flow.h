@@ -50,7 +50,11 @@ void takeIn(BandDraft& draft);
 // Passes the bands of a sub-report that is alone at its height in a section to the outer flow.
 class InnerFlow : public Flow {
 public:
-    InnerFlow(Flow& outer, Micrometres x) : outer_(outer), x_(x) {}
+    // `lead` is a range of bands of the outer flow that stay with the first row; none: 0.
+    InnerFlow(Flow& outer, Micrometres x, std::uint64_t lead) : outer_(outer), x_(x), lead_(lead) {}
+    ~InnerFlow() override { endLead(); }
+    InnerFlow(const InnerFlow&) = delete;
+    InnerFlow& operator=(const InnerFlow&) = delete;
 
     void add(BandDraft draft) override;
     void startPage() override { outer_.startPage(); }
@@ -60,8 +64,11 @@ public:
     std::int64_t height = 0;  // of all that was added
 
 private:
+    void endLead();
+
     Flow& outer_;
     Micrometres x_;
+    std::uint64_t lead_;
 };
 
 // The continuous layout: bands go straight to the sink.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 #include "qbsvrl6/layout/style_pool.h"
 #include "qbsvrl6/support/error.h"
@@ -15,13 +17,18 @@ constexpr Micrometres kNarrowestDetail = 1'000;
 
 class Placer {
 public:
-    Placer(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings)
+    Placer(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings,
+           std::span<const ColumnShape> shapes)
         : grid_(grid), available_(available), surroundings_(surroundings) {
-        for (const auto& column : grid.columns) {
-            const Micrometres width = std::clamp<Micrometres>(column->width, 0, limits::kPaperMicrometres);
-            geometry_.columns.push_back({0, width, 0, 0, true});
+        for (std::size_t i = 0; i < grid.columns.size(); ++i) {
+            const ColumnShape shape = shapes.empty() ? ColumnShape{grid.columns[i]->width} : shapes[i];
+            const Micrometres width =
+                shape.hidden ? 0 : std::clamp<Micrometres>(shape.width, 0, limits::kPaperMicrometres);
+            geometry_.columns.push_back({0, width, 0, 0, !shape.hidden});
             total_ += width;
         }
+        shareOut();
+        geometry_.needed = total_;
         if (total_ > limits::kBandMicrometres) {
             throw EngineError(ErrorCode::LimitExceeded,
                               "the detail grid is wider than " +
@@ -44,6 +51,51 @@ public:
     }
 
 private:
+    // Divides the width that is left among the columns with shares. A column whose share is less than its least
+    // width has that, and the others divide the rest.
+    void shareOut() {
+        std::vector<std::size_t> open;
+        std::int64_t left = available_;
+        for (std::size_t i = 0; i < geometry_.columns.size(); ++i) {
+            const bool shares = grid_.columns[i]->share > 0 && geometry_.columns[i].visible;
+            if (shares) open.push_back(i);
+            if (!shares) left -= geometry_.columns[i].width;
+        }
+        const auto shareOf = [&](std::size_t column) { return grid_.columns[column]->share; };
+        for (bool settled = false; !settled && !open.empty();) {
+            double shares = 0;
+            for (const std::size_t column : open) shares += shareOf(column);
+            const auto tooNarrow = [&](std::size_t column) {
+                return static_cast<double>(left) * shareOf(column) / shares < geometry_.columns[column].width;
+            };
+            settled = std::none_of(open.begin(), open.end(), tooNarrow);
+            if (settled) break;
+            std::vector<std::size_t> wider;
+            std::int64_t rest = left;
+            for (const std::size_t column : open) {
+                if (tooNarrow(column)) {
+                    rest -= geometry_.columns[column].width;
+                } else {
+                    wider.push_back(column);
+                }
+            }
+            left = rest;
+            open = std::move(wider);
+        }
+        double shares = 0;
+        for (const std::size_t column : open) shares += shareOf(column);
+        double reached = 0;
+        std::int64_t x = 0;
+        for (const std::size_t column : open) {
+            reached += shareOf(column);
+            const auto edge = static_cast<std::int64_t>(static_cast<double>(left) * reached / shares);
+            const auto width = static_cast<Micrometres>(edge - x);
+            total_ += width - geometry_.columns[column].width;
+            geometry_.columns[column].width = width;
+            x = edge;
+        }
+    }
+
     void sideBySide() {
         Micrometres x = 0;
         for (PlacedColumn& column : geometry_.columns) {
@@ -82,12 +134,15 @@ private:
     // Columns that don't fit are left out; a first column that is wider than the page is cut.
     void discard() {
         sideBySide();
+        bool first = true;
         bool fits = true;
-        for (std::size_t i = 0; i < geometry_.columns.size(); ++i) {
-            PlacedColumn& column = geometry_.columns[i];
-            fits = fits && (i == 0 || column.x + column.width <= available_);
+        for (PlacedColumn& column : geometry_.columns) {
+            if (!column.visible) continue;
+            if (first) column.width = std::min(column.width, available_);
+            fits = fits && column.x + column.width <= available_;
             column.visible = fits;
-            if (i == 0) column.width = std::min(column.width, available_);
+            column.discarded = !fits;
+            first = false;
         }
     }
 
@@ -168,8 +223,9 @@ Micrometres GridGeometry::widthOf(int columnGroup) const {
     return right;
 }
 
-GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings) {
-    return Placer(grid, std::max<Micrometres>(available, 1), surroundings).place();
+GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings,
+                          std::span<const ColumnShape> shapes) {
+    return Placer(grid, std::max<Micrometres>(available, 1), surroundings, shapes).place();
 }
 
 Micrometres printableWidth(const PageSetup& page) {

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 #define QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 
+#include <span>
 #include <vector>
 
 #include "qbsvrl6/model/report.h"
@@ -12,9 +13,10 @@ namespace qbsvrl6 {
 struct PlacedColumn {
     Micrometres x = 0;  // from the grid's left edge
     Micrometres width = 0;
-    int line = 0;         // in a wrapped row, from 0
-    int columnGroup = 0;  // each has its own pages; kEveryColumnGroup: on the pages of all
-    bool visible = true;  // false: left out
+    int line = 0;            // in a wrapped row, from 0
+    int columnGroup = 0;     // each has its own pages; kEveryColumnGroup: on the pages of all
+    bool visible = true;     // false: left out
+    bool discarded = false;  // left out because it does not fit
 };
 
 inline constexpr int kEveryColumnGroup = -1;
@@ -27,6 +29,7 @@ struct GridGeometry {
     bool columnGroupsInTurn = false;
     bool wrapGroups = false;  // group sections wrap with the columns
     double scale = 1;         // of fonts, paddings and heights
+    std::int64_t needed = 0;  // the width of all columns before they were adapted
     Micrometres x = 0;        // of the grid in the available width
     Micrometres width = 0;    // of the widest line or column group
 
@@ -38,6 +41,12 @@ struct GridGeometry {
     }
 };
 
+// How a column differs from that of the grid's definition.
+struct ColumnShape {
+    Micrometres width = 0;
+    bool hidden = false;
+};
+
 enum class GridSurroundings {
     Endless,  // the continuous layout: every column keeps its width beside the one before it
     Page,
@@ -47,7 +56,9 @@ enum class GridSurroundings {
 
 // `available` is the width between the margins, of one of the page's columns, or of the box. Raises
 // EngineError(LimitExceeded) for a grid beyond limits::kBandMicrometres.
-GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings);
+// `shapes` has one for each column, or none.
+GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings,
+                          std::span<const ColumnShape> shapes = {});
 
 // Width of one of the page's columns of detail.
 Micrometres detailWidth(const PageSetup& page);

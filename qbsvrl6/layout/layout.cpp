@@ -6,12 +6,28 @@
 #include "qbsvrl6/layout/layout_context.h"
 #include "qbsvrl6/layout/pager.h"
 #include "qbsvrl6/layout/report_walk.h"
+#include "qbsvrl6/layout/shown_grid.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/clock.h"
+#include "qbsvrl6/support/error.h"
 
 namespace qbsvrl6 {
 
 namespace {
+
+// The rows of a cross-table in a sub-report are computed for each place of it.
+std::shared_ptr<RowView> crossViewOf(const ReportPlan& plan, const RowView& view, bool isSubReport) {
+    const std::vector<OwnedValue> passed = view.passed();
+    if (!isSubReport) return std::make_shared<RowView>(*plan.crossBinding, passed, view.now());
+    const Table* const table = plan.binding->sources().rows;
+    if (view.tables().tableFor(table) != table) {
+        throw EngineError(ErrorCode::NotSupported,
+                          "a cross-table cannot read a query that runs for each row of the outer report");
+    }
+    RowTables tables;
+    tables.add(*plan.cross->rows, plan.cross->query->evaluate(passed, view.now(), view.walkedRows()));
+    return std::make_shared<RowView>(*plan.crossBinding, passed, view.now(), WalkedRows(), std::move(tables));
+}
 
 void layOutPaged(LayoutContext& context, const ReportInstance& instance, PageSink& sink) {
     Pager pager(context, instance, sink);
@@ -55,13 +71,21 @@ void layOutContinuous(LayoutContext& context, const ReportInstance& instance, Pa
 
 }  // namespace
 
+ReportInstance instanceOf(ReportPlan& plan, std::shared_ptr<RowView> view, bool isSubReport) {
+    ReportInstance instance{plan, std::move(view), isSubReport};
+    if (plan.cross != nullptr) instance.crossView = crossViewOf(plan, *instance.view, isSubReport);
+    return instance;
+}
+
 void layOut(const ReportDefinition& report, const ReportData& data, const LayoutOptions& options,
             PageSink& sink) {
     LayoutContext context(options, ReportWalk::walk);
     context.now = localTime();
-    const std::unique_ptr<ReportPlan> plan = planReport(report, {data, options, context.styles, report.page});
-    ReportInstance instance{
-        *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false};
+    const std::shared_ptr<const ShownGrids> grids = data.grids ? data.grids : showGrids(report, data);
+    const std::unique_ptr<ReportPlan> plan =
+        planReport(report, {data, options, context.styles, report.page, *grids});
+    const ReportInstance instance = instanceOf(
+        *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false);
     if (Spending* const spending = Spending::current()) {
         spending->progress().allRows = instance.view->rowCount();
         context.watched = instance.view.get();

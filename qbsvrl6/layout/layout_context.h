@@ -126,7 +126,10 @@ struct ReportInstance {
     ReportPlan& plan;
     std::shared_ptr<RowView> view;
     bool isSubReport = false;
+    std::shared_ptr<RowView> crossView = nullptr;  // the rows of a cross-table; null: the grid is none
 };
+
+ReportInstance instanceOf(ReportPlan& plan, std::shared_ptr<RowView> view, bool isSubReport);
 
 }  // namespace qbsvrl6
 

@@ -56,7 +56,7 @@ void Pager::beginAskedPage(const BandDraft& lead) {
     if (hasContent() || !placed_.empty()) {
         endFragment();
         closePage();
-        openPage(lead.row);
+        openPage(firstRow(lead));
         if (titles.empty()) addRepeats(lead);
     }
     for (BandDraft& title : titles) append(std::move(title));
@@ -64,7 +64,7 @@ void Pager::beginAskedPage(const BandDraft& lead) {
 
 void Pager::add(BandDraft draft) {
     if (std::exchange(startPending_, false)) beginAskedPage(draft);
-    if (!pageOpen_) openPage(draft.row);
+    if (!pageOpen_) openPage(firstRow(draft));
     draft.sequence = nextSequence_++;
     for (const KeepTogether& keep : keeps_) {
         if (keep.first < draft.sequence) draft.keeps.push_back(keep.first);
@@ -120,12 +120,15 @@ void Pager::append(BandDraft draft) {
 
 // A band that no page can hold is split where it is, if that fills the page better.
 bool Pager::cutsInPlace(const BandDraft& draft) const {
+    const auto nextRow = std::upper_bound(draft.rowTops.begin(), draft.rowTops.end(), 0);
+    if (nextRow != draft.rowTops.end()) return *nextRow <= left();
     return (draft.mayBreak || draft.band.height > bottom_ - bodyTop_) && left() >= kUsefulCut;
 }
 
 // Breaks the fragment at the best place and moves the rest to the next one.
 void Pager::moveOn(BandDraft draft) {
-    const std::size_t from = chooseBreak(draft);
+    std::size_t from = chooseBreak(draft);
+    if (from < fragment_.size() && fragment_[from].rowTops.size() > 1) from = breakRows(from);
     std::vector<BandDraft> carried(
         std::make_move_iterator(fragment_.begin() + static_cast<std::ptrdiff_t>(from)),
         std::make_move_iterator(fragment_.end()));
@@ -133,6 +136,20 @@ void Pager::moveOn(BandDraft draft) {
     carried.push_back(std::move(draft));
     nextFragment(carried.front());
     for (BandDraft& band : carried) place(std::move(band));
+}
+
+// Only the last row of a band of several rows has to stay with what follows. Returns the index of the band with
+// that row.
+std::size_t Pager::breakRows(std::size_t index) {
+    BandDraft& rows = fragment_[index];
+    const Micrometres height = rows.band.height;
+    std::optional<BandDraft> last = splitDraft(rows, rows.rowTops.back(), false, context_.options.drawings);
+    if (!last) return index;
+    last->sequence = rows.sequence;
+    last->keeps = rows.keeps;
+    used_ += last->band.height + rows.band.height - height;
+    fragment_.insert(fragment_.begin() + static_cast<std::ptrdiff_t>(index) + 1, std::move(*last));
+    return index + 1;
 }
 
 // The latest break that divides no group of bands that must stay together; if there is none, the break that
@@ -166,7 +183,7 @@ void Pager::nextFragment(const BandDraft& lead) {
 void Pager::nextPage(const BandDraft& lead) {
     endFragment();
     closePage();
-    openPage(lead.row);
+    openPage(firstRow(lead));
     addRepeats(lead);
 }
 
@@ -288,9 +305,10 @@ void Pager::closePage() {
     for (const Placed& placed : placed_) {
         // A row belongs to the page on which it begins.
         const BandDraft& draft = placed.draft;
-        if (draft.isRest || draft.ofSubReport) continue;
+        if (draft.isRest || draft.ofSubReport || !draft.countsRows) continue;
         RowRange own = draft.hiddenRows;
-        if (draft.band.kind == BandKind::Row) own = {draft.row, draft.row + 1};
+        if (draft.band.kind == BandKind::Row)
+            own = {draft.row, draft.row + std::max<std::size_t>(draft.rowTops.size(), 1)};
         if (own.end == own.first) continue;
         rows = anyRow ? RowRange{std::min(rows.first, own.first), std::max(rows.end, own.end)} : own;
         anyRow = true;

@@ -60,6 +60,7 @@ private:
     bool cutsInPlace(const BandDraft& draft) const;
     void moveOn(BandDraft draft);
     std::size_t chooseBreak(const BandDraft& draft) const;
+    std::size_t breakRows(std::size_t index);
     void nextFragment(const BandDraft& lead);
     void nextPage(const BandDraft& lead);
     void endFragment();
@@ -76,6 +77,7 @@ private:
     void emitBand(BandDraft draft, Micrometres x, Micrometres y, const PageNumbers& numbers);
     void nextPageNumber();
 
+    std::size_t firstRow(const BandDraft& lead) const { return lead.countsRows ? lead.row : nextRow_; }
     Micrometres capacity() const { return bottom_ - top_; }
     Micrometres left() const { return bottom_ - top_ - used_; }
     bool hasContent() const { return fragment_.size() > repeated_; }

@@ -12,6 +12,8 @@
 
 namespace qbsvrl6 {
 
+class ShownGrids;
+
 // The data of a report and of those of its sub-reports that have their own. A report that is not in the map
 // reads its parent's data. A null pointer means that there is none.
 struct ReportData {
@@ -23,6 +25,8 @@ struct ReportData {
     std::map<const ReportDefinition*, std::vector<std::shared_ptr<RowQuery>>> rowQueries;
     // The parameters that programs set. They win over all others but those that an outer report passes.
     std::map<const ReportDefinition*, std::shared_ptr<const DataSet>> setParameters;
+    // The columns of grids, where they depend on the data (shown_grid.h). Null: the layout finds them.
+    std::shared_ptr<const ShownGrids> grids;
 };
 
 }  // namespace qbsvrl6

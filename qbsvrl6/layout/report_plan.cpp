@@ -7,6 +7,8 @@
 
 #include "qbsvrl6/layout/log_words.h"
 #include "qbsvrl6/layout/paper_edge.h"
+#include "qbsvrl6/layout/report_sources.h"
+#include "qbsvrl6/layout/shown_grid.h"
 #include "qbsvrl6/model/beside_paper.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
@@ -25,13 +27,6 @@ Micrometres soundOffset(Micrometres offset) {
     return std::clamp<Micrometres>(offset, -limits::kPaperMicrometres, limits::kPaperMicrometres);
 }
 
-template <typename T>
-const T* found(const std::map<const ReportDefinition*, std::shared_ptr<const T>>& sets,
-               const ReportDefinition* key, const T* otherwise) {
-    const auto known = sets.find(key);
-    return known == sets.end() ? otherwise : known->second.get();
-}
-
 class Planner {
 public:
     // `left` is where the report's sections begin on the paper.
@@ -46,10 +41,12 @@ public:
         plan_ = std::make_unique<ReportPlan>();
         plan_->report = &report_;
         plan_->width = width;
-        data_ = found(source_.data.sets, &report_, outerData);
+        data_ = dataOf(report_, source_.data, outerData);
         plan_->styles = std::make_unique<NamedStyles>(report_);
-        plan_->binding =
-            std::make_unique<Binding>(report_, sectionRows == nullptr ? dataSources() : *sectionRows, passed);
+        plan_->binding = std::make_unique<Binding>(
+            report_, sectionRows == nullptr ? sourcesOf(report_, source_.data, outerData) : *sectionRows,
+            passed);
+        binding_ = plan_->binding.get();
         const bool nested = depth_ > 0;
         const bool sections = nested || !source_.options.onlyDetailGrid;
         if (sections) {
@@ -61,7 +58,7 @@ public:
             if (report_.pageHeader) plan_->pageHeader = planSection(*report_.pageHeader, page);
             if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, page);
         }
-        if (report_.grid) planGrid();
+        if (report_.grid) planGrid(passed);
         for (const ReturnSite& returning : plan_->binding->unconnectedReturns()) {
             const Rect box{0, 0, soundLength(returning.control->box.width), 0};
             plan_->unshown.push_back(planSubReport(returning.content(), box, Site{left_}));
@@ -80,53 +77,13 @@ private:
         Page page = Page::IsNot;
     };
 
-    // The grid's data takes precedence; the report's data supplies parameters and, if it has another table,
-    // the fields of that table's first row.
-    DataSources dataSources() {
-        DataSources sources;
-        sources.data = data_;
-        sources.set = found<DataSet>(source_.data.setParameters, &report_, nullptr);
-        const Table* const reportTable = tableOf(data_, report_.data.table, TextUse::ReportTable);
-        sources.rows = reportTable;
-        if (!report_.grid) return sources;
-        const auto own = source_.data.gridSets.find(report_.grid.get());
-        const bool hasOwn = own != source_.data.gridSets.end();
-        const DataSet* const gridData = hasOwn ? own->second.get() : data_;
-        const std::u16string& name = report_.grid->recordset.table;
-        const bool same = !hasOwn && name.empty();
-        if (!same) sources.rows = tableOf(gridData, name, TextUse::GridTable);
-        if (sources.rows != reportTable) sources.head = reportTable;
-        if (sources.data == nullptr) sources.data = gridData;
-        if (hasOwn) sources.gridData = gridData;
-        return sources;
-    }
-
-    const Table* tableOf(const DataSet* data, const std::u16string& name, TextUse use) const {
-        if (data == nullptr) return nullptr;
-        const Table* const table = data->table(name);
-        if (table == nullptr && !name.empty()) logMissing(*data, name, use);
-        return table;
-    }
-
-    void logMissing(const DataSet& data, const std::u16string& name, TextUse use) const {
-        const char* const user = use == TextUse::ReportTable ? "the report"
-                                 : use == TextUse::GridTable ? "the grid"
-                                                             : "a chart";
-        const std::string key = std::to_string(TextPlaces::keyOf(name, use)) + ' ' +
-                                std::to_string(reinterpret_cast<std::uintptr_t>(&report_));
-        if (!isNewWarning(key)) return;
-        for (const TextPosition& place : report_.placesOf(name, use)) {
-            logMissingTable(data, name, user, place);
-        }
-    }
-
     void addSection(std::vector<PlannedSection>& sections, const SectionPtr& section) {
         if (section) sections.push_back(planSection(*section, {left_}));
     }
 
     Visibility visibility(const std::u16string& text, Page page) {
         if (trimmed(text).empty()) return {};
-        Visibility visible{plan_->binding->compile(text)};
+        Visibility visible{binding_->compile(text)};
         visible.known = whenKnown(*visible.when, page);
         return visible;
     }
@@ -225,7 +182,7 @@ private:
         planned.style = source_.styles.intern(
             scaledStyle(plan_->styles->resolve(control.styleName, control.style), site.scale));
         for (const ConditionalStyle& conditional : control.conditions) {
-            Expression when = plan_->binding->compile(conditional.when);
+            Expression when = binding_->compile(conditional.when);
             const Known known = whenKnown(when, site.page);
             planned.conditions.push_back({std::move(when), plan_->styles->find(conditional.style), known});
         }
@@ -258,8 +215,8 @@ private:
 
     PlannedContent planContent(const TextContent& content, const Rect&, const Site& site) {
         PlannedText planned;
-        planned.text = plan_->binding->compileText(content.text);
-        if (!content.link.empty()) planned.link = plan_->binding->compileText(content.link);
+        planned.text = binding_->compileText(content.text);
+        if (!content.link.empty()) planned.link = binding_->compileText(content.link);
         planned.evaluate = content.evaluate;
         planned.suppressRepeated = content.suppressRepeated;
         planned.removeWhenBlank = content.removeWhenBlank;
@@ -275,8 +232,8 @@ private:
     PlannedContent planContent(const BoxContent& content, const Rect&, const Site&) { return content; }
 
     PlannedContent planContent(const PictureContent& content, const Rect&, const Site&) {
-        PlannedPicture planned{&content, plan_->binding->compileText(content.source), content.folder,
-                               plan_->binding->compileText(content.alternateText)};
+        PlannedPicture planned{&content, binding_->compileText(content.source), content.folder,
+                               binding_->compileText(content.alternateText)};
         planned.start.folder = folderAt(content.folder);
         planned.start.name.clear();
         if (!planned.source.isConstant()) planned.start.namedBy = NamedBy::Data;
@@ -284,15 +241,15 @@ private:
     }
 
     PlannedContent planContent(const BarcodeContent& content, const Rect&, const Site&) {
-        return PlannedBarcode{&content, plan_->binding->compileText(content.text)};
+        return PlannedBarcode{&content, binding_->compileText(content.text)};
     }
 
     PlannedContent planContent(const ChartContent& content, const Rect&, const Site&) {
         PlannedChart planned;
         planned.content = &content;
-        planned.title = plan_->binding->compileText(content.settings.title);
-        planned.xTitle = plan_->binding->compileText(content.settings.xTitle);
-        planned.yTitle = plan_->binding->compileText(content.settings.yTitle);
+        planned.title = binding_->compileText(content.settings.title);
+        planned.xTitle = binding_->compileText(content.settings.xTitle);
+        planned.yTitle = binding_->compileText(content.settings.yTitle);
         if (content.rows.series.empty() || !content.data.empty()) return planned;
         if (content.rows.table.empty()) {
             planned.query.emplace(content.rows, *plan_->binding);
@@ -312,7 +269,7 @@ private:
         if (sources.rows == nullptr && gridData != nullptr) sources.rows = gridData->table(name);
         if (sources.rows == nullptr) {
             if (const DataSet* const data = data_ != nullptr ? data_ : gridData) {
-                logMissing(*data, name, TextUse::ChartTable);
+                logMissingTable(report_, *data, name, TextUse::ChartTable);
             }
             return std::nullopt;
         }
@@ -335,7 +292,7 @@ private:
             return planned;
         }
         for (const SubReportParameter& parameter : content.parameters) {
-            planned.arguments.push_back(plan_->binding->compile(parameter.expression));
+            planned.arguments.push_back(binding_->compile(parameter.expression));
         }
         const auto queries = source_.data.rowQueries.find(&content.report->definition);
         if (queries != source_.data.rowQueries.end()) planned.rows.queries = queries->second;
@@ -349,8 +306,20 @@ private:
         return planned;
     }
 
-    void planGrid() {
-        const DetailGrid& grid = *report_.grid;
+    // The rows of a cross-table are of its own table.
+    void bindCross(const ShownGrid& shown, std::span<const SubReportParameter> passed) {
+        DataSources sources = plan_->binding->sources();
+        sources.rows = &shown.rows->tables().front();
+        sources.head = nullptr;
+        plan_->cross = &shown;
+        plan_->crossBinding = std::make_unique<Binding>(shown.names, sources, passed);
+        binding_ = plan_->crossBinding.get();
+    }
+
+    void planGrid(std::span<const SubReportParameter> passed) {
+        const DetailGrid& grid = *source_.grids.gridOf(report_);
+        const ShownGrid* const shown = source_.grids.find(report_);
+        if (shown != nullptr && shown->cross) bindCross(*shown, passed);
         plan_->grid = std::make_unique<PlannedGrid>();
         PlannedGrid& planned = *plan_->grid;
         planned.grid = &grid;
@@ -364,11 +333,11 @@ private:
             surroundings = GridSurroundings::Box;
             available = detailWidth(report_.page);
         }
-        planned.geometry = placeColumns(grid, available, surroundings);
+        planned.geometry = placeColumns(grid, available, surroundings, source_.grids.shapesOf(report_));
         warnOfDiscarded(grid, planned.geometry, available);
         Site site{left_ + planned.geometry.x, planned.geometry.scale};
         if (depth_ == 0 && source_.options.paged) site.left += lastDetailColumn(report_.page);
-        planned.titleHeight = scaledLength(soundLength(grid.titleHeight), site.scale);
+        planned.titleHeights = titleHeights(grid, site.scale);
         planned.rowHeight = scaledLength(soundLength(grid.rowHeight), site.scale);
         for (std::size_t i = 0; i < grid.columns.size(); ++i) {
             const PlacedColumn& place = planned.geometry.columns[i];
@@ -381,10 +350,16 @@ private:
                 made.columnGroup = place.columnGroup;
                 return made;
             };
-            if (planned.titleHeight > 0)
-                planned.titles.push_back(cell(grid.columns[i]->title, planned.titleHeight));
+            if (!planned.titleHeights.empty()) {
+                planned.titles.push_back(cell(grid.columns[i]->title, planned.titleHeights.back()));
+                planned.titles.back().level = levelsOf(*grid.columns[i]);
+                planned.titles.back().levels =
+                    static_cast<int>(planned.titleHeights.size()) - planned.titles.back().level;
+            }
             planned.cells.push_back(cell(grid.columns[i]->content, planned.rowHeight));
         }
+        if (!planned.titleHeights.empty()) planTitleSpans(grid, planned, site);
+        planJoins(grid, planned);
         for (const auto& group : grid.groups) {
             PlannedGroup made;
             made.group = group.get();
@@ -392,22 +367,118 @@ private:
             if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry, site);
             planned.groups.push_back(std::move(made));
         }
+        binding_ = plan_->binding.get();
+    }
+
+    // Rows of titles above the title of the column.
+    static int levelsOf(const Column& column) {
+        int levels = 0;
+        for (const auto& span : column.titleSpans) levels += span->levels;
+        return levels;
+    }
+
+    static std::vector<Micrometres> titleHeights(const DetailGrid& grid, double scale) {
+        const Micrometres lowest = scaledLength(soundLength(grid.titleHeight), scale);
+        if (lowest == 0) return {};
+        std::vector<Micrometres> heights;
+        for (const auto& column : grid.columns) {
+            std::size_t level = 0;
+            for (const auto& span : column->titleSpans) {
+                const auto end = level + static_cast<std::size_t>(span->levels);
+                if (heights.size() < end) heights.resize(end);
+                const Micrometres own = scaledLength(soundLength(span->height), scale);
+                if (span->levels == 1) heights[level] = std::max(heights[level], own);
+                level = end;
+            }
+        }
+        for (Micrometres& height : heights) {
+            if (height == 0) height = lowest;
+        }
+        heights.push_back(lowest);
+        return heights;
+    }
+
+    // A title over columns on several lines or pages is repeated on each.
+    void planTitleSpans(const DetailGrid& grid, PlannedGrid& planned, const Site& site) {
+        const GridGeometry& geometry = planned.geometry;
+        const auto spanAt = [&](std::size_t column, std::size_t depth) -> const TitleSpan* {
+            const auto& spans = grid.columns[column]->titleSpans;
+            return depth < spans.size() ? spans[depth].get() : nullptr;
+        };
+        std::vector<std::size_t> shown;
+        for (std::size_t i = 0; i < geometry.columns.size(); ++i) {
+            if (geometry.columns[i].visible) shown.push_back(i);
+        }
+        for (std::size_t i = 0; i < shown.size(); ++i) {
+            const std::size_t first = shown[i];
+            int level = 0;
+            for (std::size_t depth = 0; depth < grid.columns[first]->titleSpans.size(); ++depth) {
+                const TitleSpan& span = *grid.columns[first]->titleSpans[depth];
+                const auto continues = [&](std::size_t column) {
+                    return spanAt(column, depth) == &span &&
+                           geometry.columns[column].line == geometry.columns[first].line &&
+                           geometry.columns[column].columnGroup == geometry.columns[first].columnGroup;
+                };
+                const int at = std::exchange(level, level + span.levels);
+                if (i > 0 && continues(shown[i - 1])) continue;
+                std::size_t end = i + 1;
+                while (end < shown.size() && continues(shown[end])) ++end;
+                const std::size_t last = shown[end - 1];
+                const PlacedColumn& left = geometry.columns[first];
+                const PlacedColumn& right = geometry.columns[last];
+                PlannedControl made = planControl(span.title,
+                                                  {left.x, 0, right.x + right.width - left.x,
+                                                   planned.titleHeights[static_cast<std::size_t>(at)]},
+                                                  site);
+                made.firstColumn = static_cast<int>(first);
+                made.lastColumn = static_cast<int>(last);
+                made.columnGroup = left.columnGroup;
+                made.level = at;
+                made.levels = span.levels;
+                planned.titles.push_back(std::move(made));
+            }
+        }
+    }
+
+    void planJoins(const DetailGrid& grid, PlannedGrid& planned) {
+        const auto joins = [](const auto& column) { return !column->mergeBy.empty() || column->span > 1; };
+        if (std::none_of(grid.columns.begin(), grid.columns.end(), joins)) return;
+        const GridGeometry& geometry = planned.geometry;
+        for (const PlannedControl& cell : planned.cells) {
+            const auto at = static_cast<std::size_t>(cell.firstColumn);
+            const Column& column = *grid.columns[at];
+            CellJoins& made = planned.joins.emplace_back();
+            if (!trimmed(column.mergeBy).empty() && geometry.lines == 1) {
+                made.mergeBy = binding_->compile(column.mergeBy);
+                planned.merges = true;
+            }
+            if (column.span < 2 || trimmed(column.spanWhen).empty()) continue;
+            made.spanWhen = binding_->compile(column.spanWhen);
+            std::size_t last = at;
+            const std::size_t end = std::min(at + static_cast<std::size_t>(column.span), grid.columns.size());
+            for (std::size_t i = at + 1; i < end; ++i) {
+                const PlacedColumn& place = geometry.columns[i];
+                const PlacedColumn& own = geometry.columns[at];
+                if (place.line != own.line || place.columnGroup != own.columnGroup) break;
+                if (place.visible) last = i;
+            }
+            made.spanLast = static_cast<int>(last);
+            made.spanWidth = geometry.columns[last].x + geometry.columns[last].width - cell.box.x;
+        }
     }
 
     static void warnOfDiscarded(const DetailGrid& grid, const GridGeometry& geometry, Micrometres available) {
         constexpr std::size_t kMostNames = 10;
-        std::int64_t needed = 0;
         std::size_t lost = 0;
         std::string names;
         for (std::size_t i = 0; i < geometry.columns.size(); ++i) {
-            needed += soundLength(grid.columns[i]->width);
-            if (geometry.columns[i].visible) continue;
+            if (!geometry.columns[i].discarded) continue;
             if (++lost <= kMostNames) names += (lost == 1 ? "" : ", ") + quoted(grid.columns[i]->name);
         }
         if (lost == 0) return;
         if (lost > kMostNames) names += " and " + std::to_string(lost - kMostNames) + " more";
-        logWarning("the columns need " + inMillimetres(needed) + " and have " + inMillimetres(available) +
-                   ": adapt=\"discard\" leaves out " + names +
+        logWarning("the columns need " + inMillimetres(geometry.needed) + " and have " +
+                   inMillimetres(available) + ": adapt=\"discard\" leaves out " + names +
                    "; another adapt, narrower columns or wider paper would keep them");
     }
 
@@ -480,6 +551,7 @@ private:
     Micrometres left_;
     int depth_;
     std::unique_ptr<ReportPlan> plan_;
+    Binding* binding_ = nullptr;  // of the texts that are being planned
     const DataSet* data_ = nullptr;
     std::unordered_map<std::u16string, std::size_t> columnIndex_;
 };

@@ -30,6 +30,8 @@
 namespace qbsvrl6 {
 
 struct ReportPlan;
+struct ShownGrid;
+class ShownGrids;
 
 struct PlannedText {
     TextTemplate text;
@@ -100,6 +102,7 @@ struct PlannedControl {
     int firstColumn = -1, lastColumn = -1;  // of the grid that it covers; -1: a free control
     // The column group on whose pages it is shown, if the grid continues on further pages.
     int columnGroup = kEveryColumnGroup;
+    int level = 0, levels = 1;           // of a title: the rows of titles that it covers
     const PooledStyle* style = nullptr;  // without the conditional ones; never null
     std::vector<PlannedCondition> conditions;
     // Styles with conditional ones applied, by the conditions that hold; filled as they occur.
@@ -137,12 +140,22 @@ struct PlannedGroup {
     std::optional<PlannedSection> header, footer;  // none: the group has none
 };
 
+// How a cell of a row joins others.
+struct CellJoins {
+    std::optional<Expression> mergeBy;   // none: it is never merged with the cell above
+    std::optional<Expression> spanWhen;  // none: it never covers further columns
+    int spanLast = -1;                   // the last column that it covers then
+    Micrometres spanWidth = 0;
+};
+
 struct PlannedGrid {
     const DetailGrid* grid = nullptr;
     GridGeometry geometry;
-    Micrometres titleHeight = 0;                // of one line, where the columns wrap; 0: no titles
+    std::vector<Micrometres> titleHeights;      // of the rows of titles of one line; empty: no titles
     Micrometres rowHeight = 0;                  // the same, of a row that does not grow
     std::vector<PlannedControl> titles, cells;  // of visible columns, in their order
+    std::vector<CellJoins> joins;               // of each cell; empty: no cell joins others
+    bool merges = false;                        // some cells merge downwards
     std::vector<PlannedGroup> groups;           // outermost first
 };
 
@@ -154,6 +167,8 @@ struct ReportPlan {
     std::optional<PlannedSection> pageHeader, pageFooter;
     std::vector<PlannedSection> reportHeaders, reportFooters;
     std::unique_ptr<PlannedGrid> grid;      // null: the report has none
+    const ShownGrid* cross = nullptr;       // of a grid that is a cross-table
+    std::unique_ptr<Binding> crossBinding;  // of its texts
     std::vector<PlannedSubReport> unshown;  // by this export, which reads the values that they return
     // Whether a condition, link, barcode, picture or chart uses the page count, here or in a sub-report.
     // Other texts can wait for it.
@@ -166,6 +181,7 @@ struct PlanSource {
     const LayoutOptions& options;
     StylePool& styles;
     const PageSetup& page;  // of the outermost report
+    const ShownGrids& grids;
 };
 
 // Raises EngineError for invalid expressions and exceeded limits. Logs missing tables, columns that are left

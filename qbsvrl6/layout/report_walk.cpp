@@ -39,10 +39,25 @@ ReportWalk::ReportWalk(LayoutContext& context, ReportInstance instance)
 void ReportWalk::walkReport() {
     ReportPlan& plan = instance_.plan;
     const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
+    // Nothing is gained by moving the first section of a document to the next page.
+    const bool mayMove = instance_.isSubReport || plan.reportHeaders.size() > 1;
     for (PlannedSection& section : plan.reportHeaders) {
+        const bool isLast = &section == &plan.reportHeaders.back();
+        const bool leads = plan.grid && mayMove && isLast && section.slices.empty();
+        if (leads) rowKeeps_.push_back({flow_->beginKeep(), kOfTitle, 1});
         addSection(section, BandKind::ReportHeader, builder_.reportPosition(0));
     }
-    if (plan.grid) walkGrid();
+    if (plan.grid && instance_.crossView) {
+        const auto cross = std::make_shared<ReportWalk>(
+            context_, ReportInstance{plan, instance_.crossView, instance_.isSubReport});
+        cross->flow_ = flow_;
+        cross->countsRows_ = false;
+        cross->rowKeeps_ = std::move(rowKeeps_);
+        cross->walkGrid();
+        cross->flow_ = nullptr;
+    } else if (plan.grid) {
+        walkGrid();
+    }
     for (PlannedSection& section : plan.reportFooters) {
         addSection(section, BandKind::ReportFooter, builder_.reportPosition(last));
     }
@@ -52,6 +67,7 @@ void ReportWalk::add(BandDraft draft) {
     goOn();
     draft.owner = shared_from_this();
     draft.hiddenRows = std::exchange(hiddenRows_, {});
+    draft.countsRows = countsRows_;
     flow_->add(std::move(draft));
 }
 
@@ -76,13 +92,18 @@ void ReportWalk::addSection(PlannedSection& section, BandKind kind, const Positi
 void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Position& position) {
     const bool ofGroup = kind == BandKind::GroupHeader || kind == BandKind::GroupFooter;
     const Micrometres left = ofGroup ? instance_.plan.grid->geometry.x : 0;
-    for (const SectionSlice& slice : section.slices) {
+    std::uint64_t lead = 0;
+    for (std::size_t i = 0; i < section.slices.size(); ++i) {
+        const SectionSlice& slice = section.slices[i];
         if (slice.isSubReport) {
             PlannedControl& control = section.controls[slice.controls.front()];
             addSubReport(control, left + control.box.x, position,
-                         section.section->canShrink ? 0 : slice.height);
+                         section.section->canShrink ? 0 : slice.height,
+                         lead != 0 ? std::exchange(lead, 0) : flow_->beginKeep());
             continue;
         }
+        // What is above a sub-report, and its own headers, stay with its first row.
+        if (i + 1 < section.slices.size()) lead = flow_->beginKeep();
         std::optional<BandDraft> draft = build(section, kind, position, &slice);
         if (draft) add(std::move(*draft));
     }
@@ -91,8 +112,8 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
 // Walks a sub-report that is alone at its height, band by band. The rest of its designed height remains
 // empty.
 void ReportWalk::addSubReport(PlannedControl& control, Micrometres left, const Position& position,
-                              Micrometres height) {
-    InnerFlow flow(*flow_, left);
+                              Micrometres height, std::uint64_t lead) {
+    InnerFlow flow(*flow_, left, lead);
     std::optional<ReportInstance> instance = builder_.subReport(control, position);
     if (instance) ReportWalk::walk(context_, std::move(*instance), flow);
     if (flow.height >= height) return;
@@ -117,12 +138,11 @@ void ReportWalk::walkGrid() {
     flow_->endDetailColumns();
 }
 
-// The title stays with the row below it, a group's header with its first rows, a group's last row with its
-// footer. A group without rows counts as one.
+// The last report header and the title stay with the row below them, a group's header with its first rows, a
+// group's last row with its footer. A group without rows counts as one.
 void ReportWalk::walkRows() {
     PlannedGrid& grid = *instance_.plan.grid;
-    rowKeeps_.clear();
-    if (grid.titleHeight > 0 && !grid.titles.empty()) {
+    if (!grid.titles.empty()) {
         rowKeeps_.push_back({flow_->beginKeep(), kOfTitle, 1});
         add(builder_.title());
     }
@@ -134,8 +154,9 @@ void ReportWalk::walkRows() {
 
 std::size_t ReportWalk::walkRow(std::size_t row) {
     const bool hides = hidesRows();
-    const RowRange rows =
-        hides ? view_.group(static_cast<int>(shownLevels_) - 1, row) : RowRange{row, row + 1};
+    const RowRange rows = hides                         ? view_.group(static_cast<int>(shownLevels_) - 1, row)
+                          : instance_.plan.grid->merges ? builder_.mergedRows(row)
+                                                        : RowRange{row, row + 1};
     const int groups = view_.groupCount();
     if (&view_ == context_.watched) Spending::current()->progress().rows = row + 1;
     const int starting = view_.startingLevel(row);
@@ -146,9 +167,14 @@ std::size_t ReportWalk::walkRow(std::size_t row) {
     if (isFollowedByFooter(rows.end - 1)) rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, kNoRowCount});
     if (hides) return rows.end;
     const bool first = row == 0 || starting < groups;
-    add(builder_.row(row, first ? std::nullopt : std::optional(row - 1)));
-    countRow();
+    add(builtRows(rows, first ? std::nullopt : std::optional(row - 1)));
+    for (std::size_t counted = rows.first; counted < rows.end; ++counted) countRow();
     return rows.end;
+}
+
+BandDraft ReportWalk::builtRows(RowRange rows, std::optional<std::size_t> previous) {
+    return rows.end - rows.first == 1 ? builder_.row(rows.first, previous)
+                                      : builder_.mergedRows(rows, previous);
 }
 
 void ReportWalk::openGroups(int from, std::size_t row) {
@@ -238,8 +264,7 @@ std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
                         kind == BandKind::GroupHeader || kind == BandKind::GroupFooter;
     if (!inGrid) return bands;
     PlannedGrid& grid = *instance_.plan.grid;
-    if (grid.grid->repeatTitle && grid.titleHeight > 0 && !grid.titles.empty())
-        bands.push_back(builder_.title());
+    if (grid.grid->repeatTitle && !grid.titles.empty()) bands.push_back(builder_.title());
     int levels = 0;
     if (kind == BandKind::Row) levels = view_.groupCount();
     if (kind == BandKind::GroupHeader) levels = lead.band.groupLevel;
@@ -262,7 +287,8 @@ std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
 }
 
 BandDraft ReportWalk::revealed(const BandDraft& row) {
-    BandDraft draft = builder_.row(row.row, std::nullopt);
+    const std::size_t rows = std::max<std::size_t>(row.rowTops.size(), 1);
+    BandDraft draft = builtRows({row.row, row.row + rows}, std::nullopt);
     draft.owner = shared_from_this();
     return draft;
 }

@@ -37,14 +37,15 @@ private:
     void add(BandDraft draft);
     void addSection(PlannedSection& section, BandKind kind, const Position& position);
     void addSlices(PlannedSection& section, BandKind kind, const Position& position);
-    void addSubReport(PlannedControl& control, Micrometres left, const Position& position,
-                      Micrometres height);
+    void addSubReport(PlannedControl& control, Micrometres left, const Position& position, Micrometres height,
+                      std::uint64_t lead);
     std::optional<BandDraft> build(PlannedSection& section, BandKind kind, const Position& position,
                                    const SectionSlice* slice);
     void walkGrid();
     void walkRows();
     // Adds the row, or the group without rows that begins with it, and returns the next row.
     std::size_t walkRow(std::size_t row);
+    BandDraft builtRows(RowRange rows, std::optional<std::size_t> previous);
     void openGroups(int from, std::size_t row);
     void closeGroups(int from, std::size_t row);
     void countRow();
@@ -59,6 +60,7 @@ private:
     Flow* flow_ = nullptr;  // during the walk
     BandBuilder builder_;
     RowView& view_;
+    bool countsRows_ = true;       // its rows are those of the report, not of a cross-table
     std::size_t shownLevels_ = 0;  // of groups: those inside a group without rows are hidden as well
     RowRange hiddenRows_;          // of the group without rows that the next band begins
     std::vector<RowKeep> rowKeeps_;

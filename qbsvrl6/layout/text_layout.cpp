@@ -23,6 +23,7 @@ constexpr double kSizeStep = 0.05;          // precision of shrunk font sizes, i
 constexpr double kSmallestNumberShare = 0.6;
 constexpr double kSmallestNumberSize = 5;
 constexpr double kSmallFontShare = 0.9;
+constexpr Micrometres kWidthTolerance = 10;  // so that a rounded width breaks no line
 
 // The box before rotation.
 Size unturned(const ResolvedStyle& style, Size box) {
@@ -523,6 +524,19 @@ std::u16string divided(std::u16string& text, std::size_t length) {
 }
 
 }  // namespace
+
+Micrometres unbrokenWidth(std::u16string_view text, const PooledStyle& style) {
+    Micrometres widestLine = 0;
+    Micrometres height = 0;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(u'\n'), text.size());
+        widestLine = std::max(widestLine, lineWidth(style.fonts(), style.fontSize, text.substr(0, end)));
+        height += style.lineHeight(style.fontSize);
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    const Micrometres length = isTurned(style) ? height : widestLine;
+    return length + style.padding.left + style.padding.right + kWidthTolerance;
+}
 
 Micrometres splitText(TextItem& item, TextItem& rest, const PooledStyle& style, Size box, Micrometres height,
                       bool atLeastOne) {

@@ -37,6 +37,9 @@ WideNumber widestNumber(const TextItem& item, const PooledStyle& style, Size box
 // The height of the lines in the box, without paddings.
 Micrometres placedHeight(const TextItem& item, const PooledStyle& style);
 
+// The width of a box that shows each paragraph of the text on one line.
+Micrometres unbrokenWidth(std::u16string_view text, const PooledStyle& style);
+
 // Divides a placed text between two lines: lines below the first `height` of the box move to `rest`, with
 // their part of the text. With `atLeastOne`, one line stays even if it doesn't fit. Both texts are placed
 // again. Returns the height that `rest` needs; 0 if all lines stay.

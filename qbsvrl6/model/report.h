@@ -157,11 +157,68 @@ struct Group {
     bool showRows = true;   // false: only the header and footer, not the rows and inner groups
 };
 
+// A title over neighbouring columns, which share the object. It never changes.
+struct TitleSpan {
+    Control title;           // a text
+    Micrometres height = 0;  // of its row; 0: that of the title row
+    int levels = 1;          // rows of titles that it covers
+};
+
 struct Column {
     std::u16string name;
-    Micrometres width = 0;
+    Micrometres width = 0;     // of a column with a share or an automatic width: the least one
+    double share = 0;          // of the width that the other columns leave; 0: none
+    bool fitsContent = false;  // as wide as its widest text
     Control title;
     Control content;
+    std::u16string visibleWhen;  // an expression, evaluated once per report; empty: always
+    std::u16string mergeBy;      // an expression; cells below one another with the same value are one
+    int span = 1;                // columns that the cell covers in rows where `spanWhen` is true
+    std::u16string spanWhen;     // an expression; empty: in no row
+    std::vector<std::shared_ptr<const TitleSpan>> titleSpans;  // above the title, outermost first
+};
+
+// Whether a level of a cross-table has a total over its values, and where.
+enum class TotalPlace { After, Before };
+
+// One level of the rows or columns of a cross-table: a row or column per key.
+struct CrossLevel {
+    std::u16string name;    // totals of cells refer to it; empty: that of `by`, if that is a name
+    std::u16string by;      // an expression: the key
+    std::u16string sort;    // as that of a group; empty: in the order of their first rows
+    int top = 0;            // number of keys; 0: all
+    std::u16string others;  // one more key, for all others; empty: their rows are left out
+    std::u16string title;   // of each key, with placeholders; empty: the key
+    std::u16string total;   // title of the total over the keys, with placeholders; empty: no total
+    TotalPlace totalPlace = TotalPlace::After;
+    std::u16string styleName;                  // of the titles of its keys
+    std::u16string totalStyleName;             // of the totals and their titles
+    std::vector<ConditionalStyle> conditions;  // of the cells of each key
+    // Of rows: the column with the titles of the keys.
+    std::u16string heading;  // its own title, with placeholders
+    std::u16string headingStyleName;
+    Micrometres width = 25'000;
+    // Of columns: the row with the titles.
+    Micrometres height = 0;  // 0: that of the title row
+};
+
+// A measure of a cross-table.
+struct CrossCell {
+    std::u16string title;  // of its column; empty: the columns have no titles for measures
+    std::u16string value;  // an expression of totals over the rows of the cell
+    std::u16string format;
+    std::u16string empty;  // shown in cells without rows
+    Micrometres width = 20'000;
+    std::u16string titleStyleName;
+    std::u16string styleName;
+    Style style;  // on top of the named one
+    std::vector<ConditionalStyle> conditions;
+};
+
+// What makes a grid a cross-table: its columns and rows come from the data.
+struct CrossTable {
+    std::vector<CrossLevel> rows, columns;  // outermost first
+    std::vector<CrossCell> cells;           // side by side in each column
 };
 
 // Where rows come from. A text is empty if the template does not set it.
@@ -209,6 +266,8 @@ struct DetailGrid {
     int fixedColumns = 0;        // repeated by the "repeat fixed" methods
     bool fillBlankRows = false;  // empty rows to the end of the page
     bool centered = false;       // between the margins
+    bool rowsMayBreak = false;   // a row that does not fit on the rest of the page is split between lines
+    std::optional<CrossTable> cross;  // then it has no columns and groups of its own
 };
 
 enum class DataType { Text, Number, Boolean, Date };

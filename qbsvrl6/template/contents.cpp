@@ -3,6 +3,7 @@
 #include <string_view>
 #include <type_traits>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <variant>
 
@@ -73,6 +74,21 @@ public:
     template <class T, class Describe>
     void pointer(const char*, const Owned<T>& value, Describe&& describe) {
         if (value) describe(*this, *value);
+    }
+    template <class T, class Describe>
+    void pointerIf(bool applies, const char* name, const Owned<T>& value, Describe&& describe) {
+        if (applies) pointer(name, value, describe);
+    }
+    template <class DescribeColumn, class DescribeSpan>
+    void columnTree(const char*, const char*, const std::vector<Owned<Column>>& columns,
+                    DescribeColumn&& describeColumn, DescribeSpan&& describeSpan) {
+        std::unordered_set<const TitleSpan*> known;
+        for (const auto& column : columns) {
+            for (const auto& span : column->titleSpans) {
+                if (known.insert(span.get()).second) describeSpan(*this, *span);
+            }
+            describeColumn(*this, *column);
+        }
     }
     template <class T, class Describe>
     void list(const char*, const std::vector<T>& values, Describe&& describe) {

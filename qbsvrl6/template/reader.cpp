@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "qbsvrl6/bind/binding.h"
+#include "qbsvrl6/bind/cross_expression.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/files.h"
@@ -33,7 +34,7 @@ struct Reference {
 
 // An expression, a sort or a text with placeholders, which is checked against the whole report.
 struct NotedExpression {
-    enum class Kind { Expression, Sort, Placeholders, Return };
+    enum class Kind { Expression, Sort, Placeholders, Return, Cross };
 
     std::string attribute;
     std::u16string text;
@@ -188,7 +189,6 @@ std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std:
 const std::u16string& nameOf(const NamedStyle& item) { return item.name; }
 const std::u16string& nameOf(const Parameter& item) { return item.name; }
 const std::u16string& nameOf(const Field& item) { return item.name; }
-const std::u16string& nameOf(const Owned<Column>& item) { return item->name; }
 
 template <class T>
 T& made(T& item) {
@@ -302,6 +302,23 @@ public:
         child(name, [&](ReadElement& element) { describe(element, made(value)); });
     }
 
+    // One of several elements for the same object.
+    template <class T, class Describe>
+    void pointerIf(bool, const char* name, Owned<T>& value, Describe&& describe) {
+        child(name, [&](ReadElement& element) {
+            if (value) return element.addError("a report has one grid");
+            describe(element, made(value));
+        });
+    }
+
+    // Columns with unique names, and titles over them.
+    template <class DescribeColumn, class DescribeSpan>
+    void columnTree(const char* columnName, const char* spanName, std::vector<Owned<Column>>& columns,
+                    DescribeColumn&& describeColumn, DescribeSpan&& describeSpan) {
+        ColumnTree tree{columnName, spanName, columns, {}, {}};
+        readColumns(tree, describeColumn, describeSpan);
+    }
+
     template <class T, class Describe>
     void list(const char* name, std::vector<T>& values, Describe&& describe) {
         listOf(
@@ -381,6 +398,56 @@ public:
     }
 
 private:
+    struct ColumnTree {
+        const char *columnName, *spanName;
+        std::vector<Owned<Column>>& columns;
+        std::unordered_set<std::u16string> names;
+        std::vector<std::shared_ptr<const TitleSpan>> spans;  // around the next column
+    };
+
+    template <class DescribeColumn, class DescribeSpan>
+    void readColumns(ColumnTree& tree, DescribeColumn& describeColumn, DescribeSpan& describeSpan) {
+        children_.emplace_back(tree.columnName);
+        children_.emplace_back(tree.spanName);
+        for (const pugi::xml_node found : node_.children()) {
+            if (std::strcmp(found.name(), tree.columnName) == 0) {
+                describeNode(found, [&](ReadElement& element) {
+                    Column& column = made(tree.columns.emplace_back());
+                    describeColumn(element, column);
+                    column.titleSpans = tree.spans;
+                    element.checkColumn(tree);
+                });
+            } else if (std::strcmp(found.name(), tree.spanName) == 0) {
+                const auto span = std::make_shared<TitleSpan>();
+                const std::size_t before = tree.columns.size();
+                tree.spans.push_back(span);
+                describeNode(found, [&](ReadElement& element) {
+                    if (tree.spans.size() > limits::kTitleLevels) {
+                        element.addError("more than " + std::to_string(limits::kTitleLevels) +
+                                             " <Span> within one another",
+                                         ErrorCode::LimitExceeded);
+                    }
+                    describeSpan(element, *span);
+                    element.readColumns(tree, describeColumn, describeSpan);
+                    if (tree.columns.size() == before) element.addError("a <Span> has no <Column>");
+                });
+                tree.spans.pop_back();
+            }
+        }
+    }
+
+    // Checks the column that was read last.
+    void checkColumn(ColumnTree& tree) const {
+        const std::u16string& name = tree.columns.back()->name;
+        if (!name.empty() && !tree.names.insert(name).second) {
+            addErrorAt("name", "another <Column> is named " + quoted(toUtf8(name)));
+        }
+        if (tree.columns.size() > limits::kGridColumns) {
+            addError("more than " + std::to_string(limits::kGridColumns) + " <Column>",
+                     ErrorCode::LimitExceeded);
+        }
+    }
+
     // A text whose place messages of an export give.
     void placedText(const char* name, std::u16string& value, TextUse use) {
         attribute(name, value, {}, TextCodec{});
@@ -412,16 +479,19 @@ private:
             if constexpr (hasPlaceholders || isSort || std::is_same_v<Codec, ExpressionCodec>) {
                 const std::size_t offset = offsetOfAttribute(reading_.source.text(), node_, found.name());
                 bool knowsPage = true;
+                bool ofCross = false;
                 if constexpr (!hasPlaceholders) knowsPage = codec.knowsPage;
+                if constexpr (!hasPlaceholders && !isSort) ofCross = codec.ofCross;
                 if (!hasPlaceholders || value.find(u'[') != std::u16string::npos) {
                     reading_.addText(value, useOf(found), offset);
                 }
                 const bool isKey = std::strcmp(node_.name(), "Group") == 0 && found == node_.attribute("by");
                 if (isKey) reading_.addText(value, TextUse::GroupKey, offset);
                 using Kind = NotedExpression::Kind;
-                constexpr Kind kind = hasPlaceholders ? Kind::Placeholders
-                                      : isSort        ? Kind::Sort
-                                                      : Kind::Expression;
+                const Kind kind = hasPlaceholders ? Kind::Placeholders
+                                  : isSort        ? Kind::Sort
+                                  : ofCross       ? Kind::Cross
+                                                  : Kind::Expression;
                 reading_.expressions.push_back({found.name(), value, kind, knowsPage, offset});
             }
         } catch (const ValueError& error) {
@@ -648,6 +718,11 @@ void ReadElement::checkExpressions(const ReportDefinition& report) {
                     for (const SortTerm& term : binding.compileSort(noted.text)) {
                         checkPageUse(term.expression, noted);
                         checkKnownGroups(binding, term.expression, noted, report);
+                    }
+                    break;
+                case NotedExpression::Kind::Cross:
+                    if (report.grid && report.grid->cross) {
+                        checkCrossExpression(Expression::parse(noted.text), *report.grid->cross, noted.text);
                     }
                     break;
                 case NotedExpression::Kind::Return:

@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <type_traits>
 
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/model/report.h"
@@ -114,6 +115,9 @@ inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
      {"toNewPageRepeatFixed", ColumnAdapt::ToNewPageRepeatFixed},
      {"toNewPageRepeatFixedEx", ColumnAdapt::ToNewPageRepeatFixedEx},
      {"wrapExcludeGroup", ColumnAdapt::WrapExcludeGroup}}};
+
+inline constexpr std::array<Word<TotalPlace>, 2> kTotalPlaces = {
+    {{"after", TotalPlace::After}, {"before", TotalPlace::Before}}};
 
 // x and y are relative to the upper left corner of the section, which begins at the left margin. They may be
 // negative: controls may begin in the margin.
@@ -467,6 +471,132 @@ void describeGroup(Element& element, GroupLike& group) {
     element.pointer("Footer", group.footer, kSection);
 }
 
+// A width is a length, a share of the width that is left ("2*"), or that of the widest text ("auto").
+// `minWidth` is the least one of the latter two.
+template <class Element, class ColumnLike>
+void describeColumnWidth(Element& element, ColumnLike& column) {
+    ColumnWidth width{column.width, column.share, column.fitsContent};
+    Micrometres least = width.isLength() ? 0 : column.width;
+    element.required("width", width, ColumnWidthCodec{});
+    element.attribute("minWidth", least, 0, LengthCodec{});
+    element.refuse(width.isLength() && least > 0, "\"minWidth\" is of a column whose width is no length");
+    if constexpr (!std::is_const_v<ColumnLike>) {
+        column.width = width.isLength() ? width.length : least;
+        column.share = width.share;
+        column.fitsContent = width.fitsContent;
+    }
+}
+
+// A column is shown if `visibleWhen` is true, which is decided once. In rows where `spanWhen` is true, its
+// cell covers `span` columns. Cells below one another with an equal value of `mergeBy` are one cell.
+template <class Element, class ColumnLike>
+void describeColumn(Element& element, ColumnLike& column) {
+    constexpr ExpressionCodec kOfRows{.knowsPage = false};
+    element.required("name", column.name, TextCodec{});
+    describeColumnWidth(element, column);
+    element.attribute("visibleWhen", column.visibleWhen, {}, kOfRows);
+    element.attribute("mergeBy", column.mergeBy, {}, kOfRows);
+    element.attribute("span", column.span, 1, IntegerCodec{2, static_cast<int>(limits::kGridColumns)});
+    element.attribute("spanWhen", column.spanWhen, {}, kOfRows);
+    element.refuse((column.span > 1) == column.spanWhen.empty(),
+                   "\"span\" and \"spanWhen\" are only used together");
+    element.cell("Title", column.title);
+    element.cell("Content", column.content);
+}
+
+// A title over the columns in the element. `height` is that of its row of titles.
+template <class Element, class SpanLike>
+void describeTitleSpan(Element& element, SpanLike& span) {
+    element.attribute("title", std::get<TextContent>(span.title.content).text, {}, PlaceholderCodec{});
+    element.attribute("height", span.height, 0, LengthCodec{});
+    element.styleReference("style", span.title.styleName);
+    describeStyle(element, span.title.style);
+}
+
+// Conditional styles of a cross-table: the tests are expressions of totals, as the values of cells are.
+template <class Element, class Conditions>
+void describeCrossConditions(Element& element, Conditions& conditions) {
+    element.list("When", conditions, [](auto& child, auto& condition) {
+        child.required("test", condition.when, ExpressionCodec{.mayBeBlank = false, .ofCross = true});
+        child.styleReference("style", condition.style);
+    });
+}
+
+// A level of the rows or columns of a cross-table. `by`, `sort`, `top` and `others` are those of a group. Each
+// key has a `title`. `total` is the title of the total over the keys, next to them.
+template <class Element, class LevelLike>
+void describeCrossLevel(Element& element, LevelLike& level, bool isOfRows) {
+    static const CrossLevel defaults;
+    element.attribute("name", level.name, {}, TextCodec{});
+    element.required("by", level.by, ExpressionCodec{.mayBeBlank = false, .knowsPage = false});
+    element.attribute("sort", level.sort, {}, SortCodec{});
+    element.attribute("top", level.top, defaults.top, IntegerCodec{1, 1'000'000});
+    element.attribute("others", level.others, {}, TextCodec{});
+    element.refuse(!level.others.empty() && level.top == 0,
+                   "\"others\" needs \"top\", the number of keys before it");
+    element.refuse(!level.others.empty() && !isName(level.by),
+                   "\"others\" needs a \"by\" that is a name: declare a calculated field for the expression");
+    element.attribute("title", level.title, {}, PlaceholderCodec{});
+    element.styleReference("style", level.styleName);
+    element.attribute("total", level.total, {}, PlaceholderCodec{});
+    element.attribute("totalPlace", level.totalPlace, defaults.totalPlace,
+                      WordCodec<TotalPlace>{kTotalPlaces});
+    element.styleReference("totalStyle", level.totalStyleName);
+    if (isOfRows) {
+        element.attribute("heading", level.heading, {}, PlaceholderCodec{});
+        element.styleReference("headingStyle", level.headingStyleName);
+        element.attribute("width", level.width, defaults.width, LengthCodec{});
+    } else {
+        element.attribute("height", level.height, defaults.height, LengthCodec{});
+    }
+    describeCrossConditions(element, level.conditions);
+}
+
+// A measure: its value is an expression of totals over the rows of each cell.
+template <class Element, class CellLike>
+void describeCrossCell(Element& element, CellLike& cell) {
+    static const CrossCell defaults;
+    element.attribute("title", cell.title, {}, PlaceholderCodec{});
+    element.styleReference("titleStyle", cell.titleStyleName);
+    element.required("value", cell.value, ExpressionCodec{.mayBeBlank = false, .ofCross = true});
+    element.attribute("format", cell.format, {}, TextCodec{});
+    element.attribute("empty", cell.empty, {}, TextCodec{});
+    element.attribute("width", cell.width, defaults.width, LengthCodec{});
+    element.styleReference("style", cell.styleName);
+    describeStyle(element, cell.style);
+    describeCrossConditions(element, cell.conditions);
+}
+
+// The grid of a cross-table, whose columns and rows come from the data: at most one grid per report.
+template <class Element, class GridLike>
+void describeCrossTable(Element& element, GridLike& grid) {
+    static const DetailGrid defaults;
+    if constexpr (!std::is_const_v<GridLike>) {
+        grid.cross.emplace();
+        grid.adapt = ColumnAdapt::ToNewPageRepeatFixed;
+    }
+    element.attribute("titleHeight", grid.titleHeight, defaults.titleHeight, LengthCodec{});
+    element.attribute("repeatTitle", grid.repeatTitle, defaults.repeatTitle, SwitchCodec{});
+    element.attribute("rowHeight", grid.rowHeight, defaults.rowHeight, LengthCodec{});
+    element.attribute("rowCanGrow", grid.rowCanGrow, defaults.rowCanGrow, SwitchCodec{});
+    element.attribute("alternateBackground", grid.alternateBackground, ColorCodec{});
+    element.attribute("adapt", grid.adapt, ColumnAdapt::ToNewPageRepeatFixed,
+                      WordCodec<ColumnAdapt>{kAdapts});
+    element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
+    element.attribute("filter", grid.filter, {}, ExpressionCodec{.knowsPage = false});
+    element.child("Recordset",
+                  [&](auto& child) { describeDataSource(child, grid.recordset, TextUse::GridTable); });
+    auto& cross = *grid.cross;
+    element.list("Row", cross.rows, [](auto& child, auto& level) { describeCrossLevel(child, level, true); });
+    element.list("Column", cross.columns,
+                 [](auto& child, auto& level) { describeCrossLevel(child, level, false); });
+    element.list("Cell", cross.cells, [](auto& child, auto& cell) { describeCrossCell(child, cell); });
+    element.refuse(cross.cells.empty(), "a <CrossTable> has a <Cell>");
+    element.refuse(std::max(cross.rows.size(), cross.columns.size()) > limits::kCrossLevels ||
+                       cross.cells.size() > limits::kCrossMeasures,
+                   "too many levels or cells");
+}
+
 // The detail grid: at most one per report. A title height of 0 means no titles. The height of rows is the
 // least one if they can grow. `sort` is the order of the rows. Column names are unique, since controls refer
 // to them. `alternateBackground` is that of every second row of the innermost group.
@@ -483,17 +613,15 @@ void describeGrid(Element& element, GridLike& grid) {
                       IntegerCodec{0, static_cast<int>(limits::kGridColumns)});
     element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
     element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
+    element.attribute("rowsMayBreak", grid.rowsMayBreak, defaults.rowsMayBreak, SwitchCodec{});
     element.attribute("filter", grid.filter, {}, ExpressionCodec{.knowsPage = false});
     element.attribute("sort", grid.sort, {}, SortCodec{});
     element.child("Recordset",
                   [&](auto& child) { describeDataSource(child, grid.recordset, TextUse::GridTable); });
     element.child("Columns", [&](auto& columns) {
-        columns.namedList("Column", grid.columns, limits::kGridColumns, [](auto& child, auto& column) {
-            child.required("name", column.name, TextCodec{});
-            child.required("width", column.width, LengthCodec{});
-            child.cell("Title", column.title);
-            child.cell("Content", column.content);
-        });
+        columns.columnTree(
+            "Column", "Span", grid.columns, [](auto& child, auto& column) { describeColumn(child, column); },
+            [](auto& child, auto& span) { describeTitleSpan(child, span); });
     });
     element.child("Groups", [&](auto& groups) {
         groups.list("Group", grid.groups, [](auto& child, auto& group) { describeGroup(child, group); });
@@ -616,7 +744,11 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     if (hasPages) describePaper(element, report);
     if (hasPages) element.pointer("PageHeader", report.pageHeader, kPageSection);
     element.list("ReportHeader", report.reportHeaders, kSection);
-    element.pointer("Grid", report.grid, [](auto& grid, auto& value) { describeGrid(grid, value); });
+    const bool isCross = report.grid && report.grid->cross;
+    element.pointerIf(!isCross, "Grid", report.grid,
+                      [](auto& grid, auto& value) { describeGrid(grid, value); });
+    element.pointerIf(isCross, "CrossTable", report.grid,
+                      [](auto& grid, auto& value) { describeCrossTable(grid, value); });
     element.list("ReportFooter", report.reportFooters, kSection);
     if (hasPages) element.pointer("PageFooter", report.pageFooter, kPageSection);
     element.checkReferences(report);

@@ -182,6 +182,21 @@ std::string LengthCodec::write(Micrometres value) const {
     return text + "mm";
 }
 
+ColumnWidth ColumnWidthCodec::read(std::string_view text) const {
+    constexpr NumberCodec kShare{0.001, 1000};
+    if (text == "auto") return {0, 0, true};
+    if (!text.empty() && text.back() == '*') {
+        text.remove_suffix(1);
+        return {0, text.empty() ? 1 : kShare.read(text), false};
+    }
+    return {LengthCodec{}.read(text), 0, false};
+}
+
+std::string ColumnWidthCodec::write(const ColumnWidth& value) const {
+    if (value.fitsContent) return "auto";
+    return value.isLength() ? LengthCodec{}.write(value.length) : shortest(value.share) + '*';
+}
+
 double FontSizeCodec::read(std::string_view text) const {
     const Measure measure = readMeasure(text);
     // Points are read as written: a conversion to micrometres and back would round them.

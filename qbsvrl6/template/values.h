@@ -45,6 +45,7 @@ std::string expressionError(const EngineError& error);
 struct ExpressionCodec {
     bool mayBeBlank = true;  // blank means none
     bool knowsPage = true;   // false: it selects or sorts rows, before there are pages
+    bool ofCross = false;    // of the cells of a cross-table: its totals have other scopes
 
     std::u16string read(std::string_view text) const;
     std::string write(const std::u16string& value) const;
@@ -91,6 +92,19 @@ struct LengthCodec {
     Micrometres most = limits::kPaperMicrometres;
     Micrometres read(std::string_view text) const;
     std::string write(Micrometres value) const;
+};
+
+// The width of a column: one of the three.
+struct ColumnWidth {
+    Micrometres length = 0;
+    double share = 0;          // "2*"
+    bool fitsContent = false;  // "auto"
+    bool isLength() const { return share <= 0 && !fitsContent; }
+};
+
+struct ColumnWidthCodec {
+    ColumnWidth read(std::string_view text) const;
+    std::string write(const ColumnWidth& value) const;
 };
 
 struct FontSizeCodec {

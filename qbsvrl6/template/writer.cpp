@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <span>
 
 #include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/support/character_forms.h"
@@ -130,6 +131,17 @@ public:
     }
 
     template <class T, class Describe>
+    void pointerIf(bool applies, const char* name, const Owned<T>& value, Describe&& describe) {
+        if (applies) pointer(name, value, describe);
+    }
+
+    template <class DescribeColumn, class DescribeSpan>
+    void columnTree(const char* columnName, const char* spanName, const std::vector<Owned<Column>>& columns,
+                    DescribeColumn&& describeColumn, DescribeSpan&& describeSpan) {
+        writeColumns({columnName, spanName, 0}, columns, describeColumn, describeSpan);
+    }
+
+    template <class T, class Describe>
     void list(const char* name, const std::vector<T>& values, Describe&& describe) {
         for (const T& value : values) {
             always(name, [&](WriteElement& element) { describe(element, describedIn(value)); });
@@ -199,6 +211,34 @@ private:
         WriteElement element = begin(name);
         describe(element);
         element.end();
+    }
+
+    struct ColumnTree {
+        const char *columnName, *spanName;
+        std::size_t level;  // of the titles that are written next
+    };
+
+    // Columns that are all below the same titles of the levels before.
+    template <class DescribeColumn, class DescribeSpan>
+    void writeColumns(const ColumnTree& tree, std::span<const Owned<Column>> columns,
+                      DescribeColumn& describeColumn, DescribeSpan& describeSpan) {
+        const auto spanOf = [&tree](const Owned<Column>& column) {
+            return tree.level < column->titleSpans.size() ? column->titleSpans[tree.level].get() : nullptr;
+        };
+        while (!columns.empty()) {
+            const TitleSpan* const span = spanOf(columns.front());
+            const auto end = std::find_if(columns.begin() + 1, columns.end(), [&](const auto& column) {
+                return span == nullptr || spanOf(column) != span;
+            });
+            const auto count = static_cast<std::size_t>(end - columns.begin());
+            always(span == nullptr ? tree.columnName : tree.spanName, [&](WriteElement& element) {
+                if (span == nullptr) return describeColumn(element, *columns.front());
+                describeSpan(element, *span);
+                element.writeColumns({tree.columnName, tree.spanName, tree.level + 1}, columns.first(count),
+                                     describeColumn, describeSpan);
+            });
+            columns = columns.subspan(count);
+        }
     }
 
     void writeControl(const Control& control, bool inCell);

@@ -16,7 +16,7 @@ import subprocess
 import sys
 import tempfile
 
-IN_REPORT = {"Info", "Pdf", "Page", "Styles", "Parameters", "Grid", "Background", "Watermark", "Printer", "DefaultStyle"}
+IN_REPORT = {"Info", "Pdf", "Page", "Styles", "Parameters", "Grid", "CrossTable", "Background", "Watermark", "Printer", "DefaultStyle"}
 IN_GRID = {"Recordset", "Columns", "Groups"}
 RED_DOT = ("iVBORw0KGgoAAAANSUhEUgAAAAUAAAAFCAYAAACNbyblAAAAHElEQVQI12P4//8/w38GIAXDIBKE0DHxgljNBAAO9TXL0Y4OHwAAAABJ"
            "RU5ErkJggg==")
@@ -42,7 +42,7 @@ def examples(page):
                 part = f'<ReportHeader height="100mm">{part}</ReportHeader>'
             # What an example refers to and another one defines.
             styles = "" if "<Styles>" in part else '<Styles><Style name="negative"/></Styles>'
-            contents = "" if re.search("<(Grid|Report[HF]|Page[HF])", part) else '<ReportHeader height="1mm"/>'
+            contents = "" if re.search("<(Grid|CrossTable|Report[HF]|Page[HF])", part) else '<ReportHeader height="1mm"/>'
             yield f'<Report version="1">{styles}{part}{contents}</Report>'
 
 

@@ -1,0 +1,193 @@
+#include "qbsvrl6/layout/shown_grid.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "qbsvrl6/layout/cross_grid.h"
+#include "qbsvrl6/layout/report_sources.h"
+#include "qbsvrl6/layout/style_pool.h"
+#include "qbsvrl6/layout/text_layout.h"
+#include "qbsvrl6/model/named_styles.h"
+#include "qbsvrl6/support/budget.h"
+#include "qbsvrl6/support/clock.h"
+#include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/utf.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+class Shower {
+public:
+    explicit Shower(const ReportData& data) : data_(data), now_(localTime()) {}
+
+    // What a report gives its sub-report.
+    struct Outer {
+        const DataSet* data = nullptr;
+        std::span<const SubReportParameter> passed = {};
+        std::optional<DataSources> sectionRows = {};
+        int depth = 0;
+    };
+
+    void show(const ReportDefinition& report, const Outer& outer) {
+        if (outer.depth > limits::kSubReportDepth) return;
+        std::optional<DataSources> sources;
+        const auto ownSources = [&]() -> const DataSources& {
+            if (!sources)
+                sources = outer.sectionRows ? *outer.sectionRows : sourcesOf(report, data_, outer.data);
+            return *sources;
+        };
+        if (report.grid && report.grid->cross) {
+            grids_->add(report, showCross(report, ownSources(), outer));
+        } else if (report.grid && hasShapes(*report.grid)) {
+            grids_->add(report, showColumns(report, ownSources(), outer));
+        }
+        for (const Control* control : allControls(const_cast<ReportDefinition&>(report))) {
+            const auto* const content = std::get_if<SubReportContent>(&control->content);
+            if (content == nullptr) continue;
+            Outer inner{dataOf(report, data_, outer.data), content->parameters, {}, outer.depth + 1};
+            if (inner.data == nullptr && report.grid) inner.data = ownSources().data;
+            if (content->hasSectionRows) inner.sectionRows = ownSources();
+            show(content->report->definition, inner);
+        }
+    }
+
+    std::shared_ptr<const ShownGrids> done() { return std::move(grids_); }
+
+private:
+    static bool hasShapes(const DetailGrid& grid) {
+        return std::any_of(grid.columns.begin(), grid.columns.end(), [](const auto& column) {
+            return column->fitsContent || !column->visibleWhen.empty();
+        });
+    }
+
+    // The rows of a sub-report are those of its table: which of them it shows differs from place to place.
+    ShownGrid showCross(const ReportDefinition& report, const DataSources& sources, const Outer& outer) {
+        ShownGrid shown;
+        shown.query = std::make_unique<CrossTableQuery>(report, sources, outer.passed);
+        WalkedRows rows;
+        if (outer.depth == 0) {
+            const Binding binding(report, sources, outer.passed);
+            rows = RowView(binding, {}, now_).walkedRows();
+        } else if (sources.rows != nullptr) {
+            rows = WalkedRows({0, sources.rows->rowCount()});
+        }
+        shown.query->findColumns({}, now_, rows);
+        const auto& levels = report.grid->cross->columns;
+        const bool needsTotals =
+            outer.depth == 0 || std::any_of(levels.begin(), levels.end(), [](const CrossLevel& level) {
+                return !level.conditions.empty();
+            });
+        shown.rows = shown.query->evaluate({}, now_, needsTotals ? rows : WalkedRows());
+        shown.cross = crossGrid(report, *shown.query);
+        shown.names.info = report.info;
+        shown.names.parameters = report.parameters;
+        return shown;
+    }
+
+    ShownGrid showColumns(const ReportDefinition& report, const DataSources& sources, const Outer& outer) {
+        const DetailGrid& grid = *report.grid;
+        Binding binding(report, sources, outer.passed);
+        std::vector<std::optional<Expression>> conditions;
+        std::vector<std::optional<TextTemplate>> texts;
+        for (const auto& column : grid.columns) {
+            conditions.emplace_back();
+            if (!trimmed(column->visibleWhen).empty()) {
+                conditions.back() = binding.compile(column->visibleWhen);
+                refusePassed(*conditions.back(), column->visibleWhen, outer.passed);
+            }
+            texts.emplace_back();
+            const auto* const text = std::get_if<TextContent>(&column->content.content);
+            if (column->fitsContent && text != nullptr) texts.back() = binding.compileText(text->text);
+        }
+        std::vector<TextTemplate> titles;
+        for (const auto& column : grid.columns) {
+            const auto* const text = std::get_if<TextContent>(&column->title.content);
+            titles.push_back(binding.compileText(text != nullptr ? text->text : u""));
+        }
+        RowView view(binding, {}, now_);
+        NamedStyles styles(report);
+        ShownGrid shown;
+        Position ofReport;
+        ofReport.pageRows = {0, view.rowCount()};
+        for (std::size_t i = 0; i < grid.columns.size(); ++i) {
+            const Column& column = *grid.columns[i];
+            ColumnShape& shape = shown.columns.emplace_back(ColumnShape{column.width});
+            shape.hidden = conditions[i] && !view.isTrue(*conditions[i], ofReport);
+            if (shape.hidden || !column.fitsContent) continue;
+            Widest widest{shape.width};
+            if (grid.titleHeight > 0) {
+                widest.style = stylesOf_.intern(styles.resolve(column.title.styleName, column.title.style));
+                view.evaluateText(titles[i], ofReport, text_);
+                widest.take(text_.text);
+            }
+            if (texts[i]) {
+                widest.style =
+                    stylesOf_.intern(styles.resolve(column.content.styleName, column.content.style));
+                measureRows(*texts[i], view, widest);
+            }
+            shape.width = widest.width;
+        }
+        return shown;
+    }
+
+    // Values that an outer report passes differ from place to place, and columns do not.
+    static void refusePassed(const Expression& condition, const std::u16string& text,
+                             std::span<const SubReportParameter> passed) {
+        for (const BoundName& name : condition.names) {
+            const auto isName = [&](const SubReportParameter& parameter) {
+                return parameter.name == name.name;
+            };
+            if (std::none_of(passed.begin(), passed.end(), isName)) continue;
+            throw EngineError(
+                ErrorCode::BadExpression,
+                "visibleWhen=\"" + toUtf8(text) +
+                    "\" of a column: the columns of a sub-report are the same in all places, and \"" +
+                    toUtf8(name.name) + "\" is not");
+        }
+    }
+
+    // The width that texts need on one line.
+    struct Widest {
+        Micrometres width = 0;
+        const PooledStyle* style = nullptr;
+
+        void take(const std::u16string& text) {
+            if (!text.empty()) width = std::max(width, unbrokenWidth(text, *style));
+        }
+    };
+
+    void measureRows(TextTemplate& text, RowView& view, Widest& widest) {
+        std::u16string last;
+        Position position;
+        position.pageRows = {0, view.rowCount()};
+        position.scope = view.rowScope();
+        position.ofRow = true;
+        for (position.row = 0; position.row < view.rowCount(); ++position.row) {
+            goOn();
+            view.evaluateText(text, position, text_);
+            if (text_.text == last) continue;
+            widest.take(text_.text);
+            last = text_.text;
+        }
+    }
+
+    const ReportData& data_;
+    const std::int64_t now_;
+    StylePool stylesOf_;
+    EvaluatedText text_;
+    std::shared_ptr<ShownGrids> grids_ = std::make_shared<ShownGrids>();
+};
+
+}  // namespace
+
+std::shared_ptr<const ShownGrids> showGrids(const ReportDefinition& report, const ReportData& data) {
+    Shower shower(data);
+    shower.show(report, {});
+    return shower.done();
+}
+
+}  // namespace qbsvrl6

@@ -1,0 +1,195 @@
+"""Makes every recipe of docs/recipes.md in all nine formats, and compares the cells with figures that are computed here.
+
+usage: recipes_test.py QBREPORT DOCS
+"""
+
+import collections
+import csv
+import html
+import json
+import pathlib
+import random
+import re
+import subprocess
+import sys
+import tempfile
+
+import openpyxl
+import xlrd
+from PIL import Image
+
+PROGRAM, DOCS = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+MONTHS = "Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec".split()
+chance = random.Random(17)
+
+
+def groups(rows, key):
+    """Rows by key, in the order of their first rows."""
+    found = {}
+    for row in rows:
+        found.setdefault(key(row), []).append(row)
+    return found
+
+
+def total(rows, field="Amount"):
+    return sum(row[field] for row in rows)
+
+
+def amount(rows, form=",.0f", field="Amount"):
+    return (total(rows, field), format(total(rows, field), form)) if rows else ("-", "-")
+
+
+# Each recipe has rows and what its cells are, row by row from the left: a text, or a number with its text.
+# Covered and empty cells are left out.
+
+def cross_table():
+    rows = [{"Region": region, "City": city, "Day": f"{year}-{month:02}-{chance.randrange(1, 28):02}", "Amount": chance.randrange(10, 9000)}
+            for region, city in (("North", "Oslo"), ("North", "Turku"), ("South", "Rome"), ("South", "Bari"), ("South", "Nice"))
+            for year, month in ((2023, 11), (2023, 12), (2024, 1), (2024, 2)) for _ in range(chance.randrange(0, 4))]
+    chance.shuffle(rows)
+    years = [(year, sorted({row["Day"][5:7] for row in rows if row["Day"].startswith(year)})) for year in ("2023", "2024")]
+    columns = [column for year, months in years for column in [*((year, month) for month in months), (year, None)]] + [(None, None)]
+
+    def cells(own):
+        return [amount([row for row in own if row["Day"].startswith(year or "") and month in (row["Day"][5:7], None)])
+                for year, month in columns]
+
+    expected = [[f"Sales: {total(rows):,} in {len(rows)} orders"], ["Region", "City", "2023", "2024", "Total"],
+                [MONTHS[int(month) - 1] if month else year for year, month in columns if year]]
+    for region, own in groups(rows, lambda row: row["Region"]).items():
+        for position, (city, of_city) in enumerate(groups(own, lambda row: row["City"]).items()):
+            expected.append([*([] if position else [region]), city, *cells(of_city)])
+        expected.append([f"{region}, total", *cells(own)])
+    return rows, expected + [["Total", *cells(rows)]]
+
+
+def heat_map():
+    rows = [{"Weekday": day, "Hour": hour, "Calls": chance.randrange(1, 60)}
+            for day in ("Mon", "Tue", "Wed") for hour in (10, 9, 11) for _ in range(2)]
+    expected = [["Day", "9:00", "10:00", "11:00", "Calls"], ["calls", "share", "so far"] * 4]
+    for day, own in groups(rows, lambda row: row["Weekday"]).items():
+        calls = {hour: total([row for row in own if row["Hour"] == hour], "Calls") for hour in (9, 10, 11)}
+        line, so_far = [day], 0
+        for value in [*calls.values(), None]:
+            so_far += value or 0
+            share = (value or so_far) / total(own, "Calls")
+            line += [(value or so_far, str(value or so_far)), (share, f"{share:.1%}"), (so_far, str(so_far))]
+        expected.append(line)
+    return rows, expected
+
+
+def largest():
+    rows = [{"Region": region, "Customer": f"{region}{number}", "Amount": chance.randrange(100, 9000)}
+            for region in ("A", "B") for number in range(5) for _ in range(chance.randrange(1, 4))]
+    expected = [["Region", "Customer", "Amount", "of the region", "Orders", "Average"]]
+    for region, own in groups(rows, lambda row: row["Region"]).items():
+        ordered = sorted(groups(own, lambda row: row["Customer"]).items(), key=lambda item: -total(item[1]))
+        shown = ordered[:2] + [("Others", [row for _, others in ordered[2:] for row in others])]
+        for position, (customer, of_customer) in enumerate(shown):
+            share, average = total(of_customer) / total(own), total(of_customer) / len(of_customer)
+            expected.append([*([] if position else [region]), customer, amount(of_customer), (share, f"{share:.0%}"),
+                             (len(of_customer), str(len(of_customer))), (average, f"{average:,.2f}")])
+    return rows, expected
+
+
+def two_levels():
+    rows = [{"Region": region, "City": city, **{f"Q{number}": chance.randrange(1000, 99_999) for number in (1, 2, 3)}, "Q4": 0}
+            for region, city in (("South", "Rome"), ("North", "Oslo"), ("South", "Bari"), ("North", "Turku"), ("North", "Bergen"))]
+    expected = [["Region", "City", "First half", "Second half"], ["Q1", "Q2", "Q3"]]
+    for region, own in sorted(groups(rows, lambda row: row["Region"]).items()):
+        for position, row in enumerate(sorted(own, key=lambda row: row["City"])):
+            quarters = [(row[f"Q{number}"], f"{row[f'Q{number}']:,}") for number in (1, 2, 3)]
+            expected.append([*([] if position else [region]), row["City"], *quarters])
+    return rows, expected
+
+
+def carry_over():
+    rows = [{"Text": f"Entry {number}", "Amount": chance.randrange(-500_000, 900_000) / 100} for number in range(60)]
+    return rows, None
+
+
+def balances_are_right(rows, folder):
+    """Page by page, what is brought and carried forward is the sum of the rows so far."""
+    reached, faults, position = 0, [], 0
+    pages = output_of("pdftotext", "-layout", folder / "d.pdf", "-").split("\f")[:-1]
+    for page, text in enumerate(pages):
+        brought = re.findall(r"Brought forward +(\S+)", text)
+        expected = [f"{reached:,.2f}"] if page else []
+        if brought != expected:
+            faults.append(f"page {page + 1} brings {brought}, expected {expected}")
+        entries = len(re.findall(r"Entry \d+", text))
+        reached = round(reached + total(rows[position:position + entries]), 2)
+        position += entries
+        word = "Balance" if page + 1 == len(pages) else "Carried forward"
+        if re.findall(word + r" +(\S+)", text) != [f"{reached:,.2f}"]:
+            faults.append(f"page {page + 1} carries something other than {reached}: {text}")
+    return faults + ([] if len(pages) > 2 and position == len(rows) else [f"{len(pages)} pages, {position} rows"])
+
+
+RECIPES = {"cross-table": cross_table, "heat-map": heat_map, "largest": largest, "two-levels": two_levels, "carry-over": carry_over}
+
+
+def output_of(*command):
+    return subprocess.run([str(word) for word in command], check=True, capture_output=True).stdout.decode()
+
+
+def marked_up(text):
+    return [[html.unescape(re.sub("<[^>]*>", "", cell)).strip() for cell in re.split("<t[dh][^>]*>", row)[1:]]
+            for row in re.split("<tr[^>]*>", text)[1:]]
+
+
+READERS = {
+    "csv": lambda file: list(csv.reader(file.read_text("utf-8-sig").splitlines())),
+    "html": lambda file: marked_up(file.read_text("utf-8")),
+    "rtf": lambda file: marked_up(output_of("unrtf", "--html", "--nopict", file)),
+    "xlsx": lambda file: list(openpyxl.load_workbook(file).active.values),
+    "xls": lambda file: [[cell.value for cell in row] for row in xlrd.open_workbook(file).sheet_by_index(0).get_rows()],
+}
+
+
+def is_same(cell, wanted):
+    value, text = wanted if isinstance(wanted, tuple) else (wanted, wanted)
+    return abs(cell - value) < 1e-9 if isinstance(cell, (int, float)) and not isinstance(value, str) else str(cell) == text
+
+
+def words(rows):
+    return collections.Counter(word for row in rows for cell in row for word in (cell[1] if isinstance(cell, tuple) else cell).split())
+
+
+def check(name, template, folder):
+    rows, expected = RECIPES[name]()
+    (folder / "t.qbf").write_text(template, "utf-8")
+    (folder / "d.json").write_text(json.dumps(rows), "utf-8")
+    outputs = [word for format in (*READERS, "pdf", "txt", "tiff", "png") for word in ("-o", folder / f"d.{format}")]
+    subprocess.run([PROGRAM, "render", folder / "t.qbf", "-d", folder / "d.json", "--layout", "table", *outputs],
+                   check=True, timeout=300)
+    if expected is None:
+        return balances_are_right(rows, folder)
+    faults = []
+    for format, read in READERS.items():
+        found = [[cell for cell in row if cell not in ("", None)] for row in read(folder / f"d.{format}")]
+        found = [row for row in found if row]
+        for position, (row, wanted) in enumerate(zip(found + [[]], expected + [[]])):
+            if len(row) != len(wanted) or not all(map(is_same, row, wanted)):
+                faults.append(f"{format}, row {position}: {row}, expected {wanted}")
+                break
+        if len(found) != len(expected):
+            faults.append(f"{format}: {len(found)} rows, expected {len(expected)}")
+    wanted = words(expected)
+    for format, text in (("pdf", output_of("pdftotext", "-layout", folder / "d.pdf", "-")), ("txt", (folder / "d.txt").read_text("utf-8-sig"))):
+        missing = wanted - collections.Counter(text.split())
+        if missing:
+            faults.append(f"{format} lacks {missing}")
+    if Image.open(folder / "d.tiff").n_frames != int(re.search(r"Pages: +(\d+)", output_of("pdfinfo", folder / "d.pdf"))[1]):
+        faults.append("tiff and pdf have different pages")
+    return faults
+
+
+faults, found = [], dict(re.findall(r"^```xml (\S+)\n(.*?)^```", (DOCS / "recipes.md").read_text("utf-8"), re.M | re.S))
+if found.keys() != RECIPES.keys():
+    faults.append(f"recipes on the page: {sorted(found)}")
+for name, template in found.items():
+    with tempfile.TemporaryDirectory() as scratch:
+        faults += [f"{name}: {fault}" for fault in check(name, template, pathlib.Path(scratch))]
+print("\n".join(faults))
+sys.exit(bool(faults))
