@@ -30,6 +30,7 @@ struct Arguments {
     CheckOptions check;
     InfoOptions info;
     NewOptions make;
+    ServeOptions serve;
 };
 
 class HelpFormatter : public CLI::Formatter {
@@ -93,7 +94,8 @@ void addFontFlag(CLI::App& command, EngineOptions& engine) {
     command.get_option("--font-folder")->group("Engine");
 }
 
-void addEngineFlags(CLI::App& command, EngineOptions& engine) {
+// All but the set-up folder, whose log could have data of requests.
+void addReachAndLimits(CLI::App& command, EngineOptions& engine) {
     addFontFlag(command, engine);
     addList(command, "--allow-folder", engine.allowedFolders, "FOLDER",
             "Let templates and data name files there");
@@ -102,12 +104,16 @@ void addEngineFlags(CLI::App& command, EngineOptions& engine) {
     addText(command, "--time-limit", engine.timeLimit, "TIME", "The time of one export: 500 ms, 10 s, 5 min");
     addList(command, "--budget", engine.budget, "NAME=VALUE",
             "Another limit of one export, such as pages=500");
-    addText(command, "--setup-folder", engine.setupFolder, "FOLDER",
-            "Settings (qbsvrl6.conf), and the engine's log");
-    for (const char* flag :
-         {"--allow-folder", "--allow-host", "--time-limit", "--budget", "--setup-folder"}) {
+    for (const char* flag : {"--allow-folder", "--allow-host", "--time-limit", "--budget"}) {
         command.get_option(flag)->group("Engine");
     }
+}
+
+void addEngineFlags(CLI::App& command, EngineOptions& engine) {
+    addReachAndLimits(command, engine);
+    addText(command, "--setup-folder", engine.setupFolder, "FOLDER",
+            "Settings (qbsvrl6.conf), and the engine's log")
+        ->group("Engine");
 }
 
 void addStrict(CLI::App& command, bool& isStrict) {
@@ -253,6 +259,37 @@ void addNew(CLI::App& app, Arguments& arguments) {
         "  qbreport new list reports/customers");
 }
 
+void addServe(CLI::App& app, Arguments& arguments) {
+    constexpr const char* kGroup = "Service";
+    ServeOptions& options = arguments.serve;
+    CLI::App& command = *app.add_subcommand("serve", "Make documents for HTTP requests");
+    addText(command, "--templates", options.folder, "FOLDER", "The folder of the templates")->required();
+    addText(command, "--listen", options.address, "ADDRESS", "Where to listen (default: 127.0.0.1:8080)");
+    addText(command, "--token-file", options.tokenFile, "FILE",
+            "The token that requests need; it is required\nwherever others reach the service");
+    addList(command, "--server-name", options.serverNames, "NAME",
+            "A name of the service; may be repeated\n(default: localhost)");
+    command
+        .add_option("-j,--workers", options.workers,
+                    "Documents at the same time\n(default: one per processor)")
+        ->option_text("N")
+        ->check(CLI::Range(1, 1024));
+    command.add_option("--queue", options.queue, "Requests that wait for a worker (default: 64)")
+        ->option_text("N")
+        ->check(CLI::Range(0, 100'000));
+    addText(command, "--memory", options.memory, "SIZE", "Memory of a worker (default: 1 GiB)");
+    addText(command, "--body-limit", options.bodyLimit, "SIZE", "The longest body (default: 16 MiB)");
+    for (const char* flag : {"--templates", "--listen", "--token-file", "--server-name", "--workers",
+                             "--queue", "--memory", "--body-limit"}) {
+        command.get_option(flag)->group(kGroup);
+    }
+    addReachAndLimits(command, arguments.engine);
+    command.footer(
+        "Examples:\n"
+        "  qbreport serve --templates reports/\n"
+        "  curl --data-binary @order.json 'localhost:8080/render/invoice?format=pdf'");
+}
+
 void addLists(CLI::App& app, Arguments& arguments) {
     CLI::App& fonts = *app.add_subcommand("fonts", "List the font families that templates can use");
     addFontFlag(fonts, arguments.engine);
@@ -329,6 +366,7 @@ std::function<ExitStatus(Messages&)> commandOf(const std::string& name,
     if (name == "check") return [=](Messages& to) { return check(arguments->check, to); };
     if (name == "info") return [=](Messages& to) { return info(arguments->info, to); };
     if (name == "new") return [=](Messages&) { return makeNew(arguments->make); };
+    if (name == "serve") return [=](Messages& to) { return serve(arguments->serve, to); };
     if (name == "fonts") return [](Messages&) { return listFonts(); };
     return [](Messages&) { return listFormats(); };
 }
@@ -356,6 +394,7 @@ CommandLine parseCommandLine(int argumentCount, char** argumentValues) {
     addCheck(app, *arguments);
     addInfo(app, *arguments);
     addNew(app, *arguments);
+    addServe(app, *arguments);
     addLists(app, *arguments);
     for (CLI::App* command : app.get_subcommands({})) {
         command->group("Commands");

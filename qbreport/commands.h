@@ -102,6 +102,18 @@ struct NewOptions {
 };
 ExitStatus makeNew(const NewOptions& options);
 
+struct ServeOptions {
+    std::string folder;  // of the templates
+    std::string address = "127.0.0.1:8080";
+    std::string tokenFile;
+    std::vector<std::string> serverNames;
+    unsigned workers = 0;  // 0: one per processor
+    unsigned queue = 64;
+    std::string memory = "1 GiB";
+    std::string bodyLimit = "16 MiB";
+};
+ExitStatus serve(const ServeOptions& options, Messages& messages);
+
 ExitStatus listFonts();
 ExitStatus listFormats();
 

@@ -54,7 +54,10 @@ void setUpEngine(const EngineOptions& options) {
     // folder.
     ::setenv("XDG_STATE_HOME", "/dev/null", 1);
     if (!options.setupFolder.empty()) requireFolder(options.setupFolder);
-    QBInitConfig(std::filesystem::path(options.setupFolder).u16string().c_str());
+    // The working directory may change later.
+    const std::filesystem::path setup =
+        options.setupFolder.empty() ? "" : std::filesystem::absolute(options.setupFolder);
+    QBInitConfig(setup.u16string().c_str());
     for (const std::string& folder : options.fontFolders) {
         requireFolder(folder);
         if (QBXAddFontFolder(folder.c_str()) == 0) {

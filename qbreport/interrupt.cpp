@@ -29,6 +29,8 @@ void catchInterrupts() {
 
 bool isInterrupted() { return arrived != 0; }
 
+void forgetInterrupt() { arrived = 0; }
+
 void endIfInterrupted() {
     if (arrived == 0) return;
     std::signal(arrived, SIG_DFL);

@@ -11,6 +11,9 @@ void catchInterrupts();
 
 bool isInterrupted();
 
+// The command has ended as the signal asked: the process ends as if there had been none.
+void forgetInterrupt();
+
 // Ends the process by the signal that was remembered, so that the caller sees it. Returns if there was none.
 void endIfInterrupted();
 

@@ -49,20 +49,21 @@ constexpr Figure kFigures[] = {
     {"document-size", &QBXBudget::documentBytes, kSizes},
 };
 
-std::uint64_t valueOf(const Figure& figure, std::string_view text) {
+// `name`: of what the text limits.
+std::uint64_t valueOf(std::string_view name, std::span<const Unit> known, std::string_view text) {
     std::uint64_t value = 0;
     const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), value);
     std::string_view unit = text.substr(static_cast<std::size_t>(end - text.data()));
     while (unit.starts_with(' ')) unit.remove_prefix(1);
     std::uint64_t factor = unit.empty() ? 1 : 0;
     std::string units;
-    for (const Unit& known : figure.units) {
-        if (known.name == unit) factor = known.factor;
-        units += (units.empty() ? "" : ", ") + std::string(known.name);
+    for (const Unit& one : known) {
+        if (one.name == unit) factor = one.factor;
+        units += (units.empty() ? "" : ", ") + std::string(one.name);
     }
     const bool isTooLarge = factor != 0 && value > std::numeric_limits<std::uint64_t>::max() / factor;
     if (failed != std::errc() || factor == 0 || isTooLarge || value == 0) {
-        throw WrongUse("\"" + std::string(text) + "\" is no limit of " + std::string(figure.name) +
+        throw WrongUse("\"" + std::string(text) + "\" is no limit of " + std::string(name) +
                        ": a whole number from 1 is expected" +
                        (units.empty() ? "" : ", alone or with a unit (" + units + ")"));
     }
@@ -88,11 +89,15 @@ void setBudget(const std::vector<std::string>& figures) {
             throw WrongUse("there is no limit \"" + name + "\"" + suggestion(name, names, "limits"));
         }
         const std::string value = equals == std::string::npos ? "" : text.substr(equals + 1);
-        budget.*found->member = valueOf(*found, value);
+        budget.*found->member = valueOf(found->name, found->units, value);
     }
     if (QBXSetBudget(&budget) == 0) {
         throw Failure("the limits cannot be set: the settings file has an error; see docs/settings.md");
     }
+}
+
+std::uint64_t bytesIn(const std::string& flag, const std::string& size) {
+    return valueOf(flag, kSizes, size);
 }
 
 }  // namespace qbreport

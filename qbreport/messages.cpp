@@ -41,6 +41,10 @@ Messages::Messages(Form form, bool isQuiet)
 void Messages::write(const Message& message) {
     if (message.severity == Severity::Error) ++errors_;
     if (message.severity == Severity::Warning) ++warnings_;
+    show(message);
+}
+
+void Messages::show(const Message& message) {
     if (isQuiet_ && message.severity != Severity::Error) return;
     // There is no place to report that standard error cannot be written.
     static_cast<void>(
@@ -81,7 +85,7 @@ std::string Messages::asText(const Message& message) const {
     return line + printable(message.text);
 }
 
-std::string Messages::asJson(const Message& message) {
+std::string asJson(const Message& message) {
     std::string line = "{\"severity\": " + inJson(shownAs(message.severity).name);
     if (!message.file.empty()) line += ", \"file\": " + inJson(message.file);
     if (message.line > 0) line += ", \"line\": " + std::to_string(message.line);

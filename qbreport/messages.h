@@ -22,11 +22,17 @@ struct Message {
     std::string code = {};  // of the engine, for programs; empty: none
 };
 
+// {"severity": "error", "file": ...}
+std::string asJson(const Message& message);
+
 class Messages {
 public:
     enum class Form { Text, Json };
     // `isQuiet`: only errors are written.
     Messages(Form form, bool isQuiet);
+    virtual ~Messages() = default;
+    Messages(const Messages&) = delete;
+    Messages& operator=(const Messages&) = delete;
 
     void write(const Message& message);
     // Writes what the engine has reported about the report, and clears it there.
@@ -41,8 +47,8 @@ public:
     ExitStatus status(bool isStrict) const;
 
 private:
+    virtual void show(const Message& message);
     std::string asText(const Message& message) const;
-    static std::string asJson(const Message& message);
 
     Form form_;
     bool isQuiet_;

@@ -101,22 +101,6 @@ struct ExportValues {
     ExportValues& operator=(const ExportValues&) = delete;
 };
 
-// Opens an export with its options.
-void prepare(Report& report, const Output& output, const std::vector<NamedValue>& values) {
-    bool isPrepared = QBXReportPrepareExport(report.handle(), output.format.c_str()) != 0;
-    for (const auto& [name, value] : values) {
-        isPrepared =
-            isPrepared && QBXReportSetExportOption(report.handle(), name.c_str(), value.c_str()) != 0;
-    }
-    if (isPrepared) return;
-    QBXMessage error{};
-    error.size = sizeof error;
-    const bool isKnown = QBXReportGetLastError(report.handle(), &error) != 0;
-    const std::string text = isKnown ? error.text : "the export cannot be prepared";
-    QBXReportClearMessages(report.handle());
-    throw WrongUse(text);
-}
-
 // Standard output, and the errno with which writing to it failed; 0: it has not.
 struct StandardOutput {
     int error = 0;
@@ -173,14 +157,14 @@ ExitStatus render(const RenderOptions& options, Messages& messages) {
     const ExportValues values(exportOptions(options.format));
     Report report(messages);
     for (const Output& output : outputs) {
-        prepare(report, output, values.list);
+        report.prepare(output.format, values.list);
         requireWritable(output, options);
     }
     report.loadTemplate(options.file);
     report.loadData(options.data);
     report.requireData(options.data);
     for (const Output& output : outputs) {
-        prepare(report, output, values.list);
+        report.prepare(output.format, values.list);
         if (output.isStandardOutput()) {
             exportToStandardOutput(report);
         } else {

@@ -94,10 +94,14 @@ void Report::loadTemplate(const std::string& path) {
         throw Failure("\"" + path + "\" is data, not a template; name data with -d " + path);
     }
     const bool isStream = path == kStandardStream || fileKind(path) == FileKind::Stream;
-    file_ = path == kStandardStream ? kStandardInput : path;
-    if (!isStream) return run([&] { return QBXReportLoadTemplateFile(handle_, path.c_str()); });
-    const std::string bytes = readStream(path);
-    run([&] { return QBXReportLoadTemplate(handle_, bytes.data(), bytes.size(), file_.c_str()); });
+    if (isStream) return loadTemplate(readStream(path), path == kStandardStream ? kStandardInput : path);
+    file_ = path;
+    run([&] { return QBXReportLoadTemplateFile(handle_, path.c_str()); });
+}
+
+void Report::loadTemplate(std::string_view bytes, const std::string& name) {
+    file_ = name;
+    run([&] { return QBXReportLoadTemplate(handle_, bytes.data(), bytes.size(), name.c_str()); });
 }
 
 void Report::setParameters(const DataOptions& data) {
@@ -127,8 +131,7 @@ void Report::loadFile(const DataOptions& data) {
     }
     if (data.file == kStandardStream || file == FileKind::Stream) {
         const std::string bytes = readStream(data.file);
-        loadBytes(kind, bytes, data.file == kStandardStream ? kStandardInput : data.file);
-        return;
+        return loadData(kind, bytes, data.file == kStandardStream ? kStandardInput : data.file);
     }
     if (kind.empty() && file == FileKind::Regular) kind = kindOfText(readBytes(data.file, kGuessedBytes));
     // JSON and XML have the same connection: the engine detects which one it is.
@@ -136,7 +139,8 @@ void Report::loadFile(const DataOptions& data) {
     run([&] { return QBXReportLoadDataFrom(handle_, kind.c_str(), data.file.c_str()); });
 }
 
-void Report::loadBytes(const std::string& kind, const std::string& bytes, const std::string& name) {
+void Report::loadData(const std::string& kind, std::string_view bytes, const std::string& name) {
+    requireDataKind(kind);
     const std::string known = kind.empty() ? kindOfText(bytes) : kind;
     run([&] { return QBXReportLoadData(handle_, known.c_str(), bytes.data(), bytes.size(), name.c_str()); });
 }
@@ -178,6 +182,21 @@ void Report::requireData(const DataOptions& data) const {
     }
     throw Failure(file_ + " needs data: it reads " + listed(missing) +
                   "; name a file of data, for example -d " + example);
+}
+
+void Report::prepare(const std::string& format,
+                     const std::vector<std::pair<std::string, std::string>>& options) {
+    bool isPrepared = QBXReportPrepareExport(handle_, format.c_str()) != 0;
+    for (const auto& [name, value] : options) {
+        isPrepared = isPrepared && QBXReportSetExportOption(handle_, name.c_str(), value.c_str()) != 0;
+    }
+    if (isPrepared) return;
+    QBXMessage error{};
+    error.size = sizeof error;
+    const bool isKnown = QBXReportGetLastError(handle_, &error) != 0;
+    const std::string text = isKnown ? error.text : "the export cannot be prepared";
+    QBXReportClearMessages(handle_);
+    throw WrongUse(text);
 }
 
 std::vector<Item> Report::items(QBXItemKind kind) const {

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/qbsvr_more.h"
@@ -37,9 +39,13 @@ public:
 
     // "-": standard input.
     void loadTemplate(const std::string& path);
+    // `name`: as if the bytes were a file of this name.
+    void loadTemplate(std::string_view bytes, const std::string& name);
     void setParameters(const DataOptions& data);
     // Sets the parameters and loads data.
     void loadData(const DataOptions& data);
+    // `kind`: empty: the content decides. `name`: in messages.
+    void loadData(const std::string& kind, std::string_view bytes, const std::string& name);
     // The fields that the template reads although there is no data; empty if there is data.
     std::vector<std::string> fieldsWithoutData(const DataOptions& data) const;
     // Raises Failure if there are such fields: the document would be empty.
@@ -47,13 +53,15 @@ public:
 
     std::vector<Item> items(QBXItemKind kind) const;
 
+    // Opens an export. Raises WrongUse.
+    void prepare(const std::string& format, const std::vector<std::pair<std::string, std::string>>& options);
+
     // Calls the engine, with a line of progress, and writes its messages. Raises Failure if the result is
     // zero.
     void run(const std::function<int()>& call);
 
 private:
     void loadFile(const DataOptions& data);
-    void loadBytes(const std::string& kind, const std::string& bytes, const std::string& name);
     // `query`: of the command line; it may use the parameter.
     void setParameter(const std::string& assignment, const std::string& query);
 

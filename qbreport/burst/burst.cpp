@@ -1,33 +1,14 @@
 // qbreport burst: one document per key of the data.
-#include <malloc.h>
-#include <sched.h>
-
-#include <algorithm>
 #include <string>
 
 #include "qbreport/burst/run.h"
 #include "qbreport/console.h"
 #include "qbreport/interrupt.h"
+#include "qbreport/machine.h"
 
 namespace qbreport {
 
 namespace {
-
-// The processors that this process may use.
-std::size_t processors() {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    const bool isKnown = sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0;
-    return isKnown ? static_cast<std::size_t>(CPU_COUNT(&set))
-                   : std::max(1u, std::thread::hardware_concurrency());
-}
-
-// A document takes memory and gives it back, and the next one takes it again. Without this, each thread
-// returns it to the system in between, which costs a quarter of the time.
-void keepMemory() {
-    ::mallopt(M_TRIM_THRESHOLD, 64 << 20);
-    ::mallopt(M_MMAP_THRESHOLD, 4 << 20);
-}
 
 void announce(const BurstPlan& plan, const RunFigures& figures, bool isComplete, Messages& messages) {
     std::string text = counted(figures.made, "document");

@@ -15,16 +15,6 @@
 
 namespace qbreport {
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-}
-
-void Descriptor::close() {
-    if (number_ >= 0) ::close(number_);
-    number_ = -1;
-}
-
 void failFile(const std::string& path, int error) {
     const char* remedy = error == ENOSPC || error == EDQUOT ? "; free some space and continue with --resume"
                          : error == EACCES || error == EROFS || error == EPERM

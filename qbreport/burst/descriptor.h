@@ -1,4 +1,4 @@
-// Open files, and the calls on them. Each function raises Failure with the path and the cause.
+// Calls on open files. Each function raises Failure with the path and the cause.
 #ifndef QBSVR_QBREPORT_BURST_DESCRIPTOR_H
 #define QBSVR_QBREPORT_BURST_DESCRIPTOR_H
 
@@ -7,22 +7,9 @@
 #include <string>
 #include <string_view>
 
+#include "qbreport/descriptor.h"
+
 namespace qbreport {
-
-class Descriptor {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() { close(); }
-    Descriptor(Descriptor&& other) noexcept : number_(other.number_) { other.number_ = -1; }
-    Descriptor& operator=(Descriptor&& other) noexcept;
-    int number() const { return number_; }
-    bool isOpen() const { return number_ >= 0; }
-    void close();
-
-private:
-    int number_ = -1;
-};
 
 // `error` is an errno. A full disk and a lost right have a remedy in their message.
 [[noreturn]] void failFile(const std::string& path, int error);

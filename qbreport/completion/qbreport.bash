@@ -8,7 +8,7 @@ _qbreport() {
     local flags="$messages" words='' files=''
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W 'render burst collect extract check info new fonts formats --help --version' -- "$current"))
+        COMPREPLY=($(compgen -W 'render burst collect extract check info new serve fonts formats --help --version' -- "$current"))
         return
     fi
     case $previous in
@@ -21,9 +21,10 @@ _qbreport() {
         --budget) words='wall-time= cpu-time= data-memory= cells= name-length= fetches= fetch-time= fetched-bytes=
             pages= page-items= pixels= picture-scans= template-elements= document-size=' ;;
         --font-folder | --allow-folder | --setup-folder) COMPREPLY=($(compgen -d -- "$current")); return ;;
-        -d | --data | -o | --output | --manifest | --metrics) COMPREPLY=($(compgen -f -- "$current")); return ;;
+        --templates) COMPREPLY=($(compgen -d -- "$current")); return ;;
+        -d | --data | -o | --output | --manifest | --metrics | --token-file) COMPREPLY=($(compgen -f -- "$current")); return ;;
         --pages | --resolution | -P | --parameter | --query | --connection | --allow-host | --time-limit | \
-            --by | --total | --shard | -j | --workers) return ;;
+            --by | --total | --shard | -j | --workers | --listen | --server-name | --queue | --memory | --body-limit) return ;;
     esac
     if [[ $words ]]; then
         COMPREPLY=($(compgen -W "$words" -- "$current"))
@@ -40,6 +41,8 @@ _qbreport() {
         check) flags="$data $engine $messages --strict" files=1 ;;
         info) flags="$data $engine $messages --json" files=1 ;;
         new) flags="$messages --force" words='invoice list labels letter statement' ;;
+        serve) flags="$messages ${engine% --setup-folder} --templates --listen --token-file --server-name -j --workers
+            --queue --memory --body-limit" ;;
         fonts) flags="$messages --font-folder" ;;
     esac
     if [[ $current == -* ]]; then

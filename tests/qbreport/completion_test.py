@@ -42,6 +42,8 @@ CASES = {
     "qbreport new lab": "qbreport new labels ",
     "qbreport fonts --font": "qbreport fonts --font-folder ",
     "qbreport formats --qui": "qbreport formats --quiet ",
+    "qbreport serve --templates o": "qbreport serve --templates out/",
+    "qbreport serve --bud": "qbreport serve --budget ",
 }
 
 

@@ -1,0 +1,55 @@
+// What processes tell each other: numbers and texts in a fixed order, after the length of the whole.
+#ifndef QBSVR_QBREPORT_WORKERS_PACKET_H
+#define QBSVR_QBREPORT_WORKERS_PACKET_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace qbreport {
+
+using NamedValues = std::vector<std::pair<std::string, std::string>>;
+
+class PacketWriter {
+public:
+    void add(std::uint64_t number);
+    void add(std::string_view text);
+    void add(const NamedValues& values);
+    const std::string& bytes() const { return bytes_; }
+
+private:
+    std::string bytes_;
+};
+
+// Reads what a PacketWriter has written. Raises Failure for bytes that are something else.
+class PacketReader {
+public:
+    explicit PacketReader(std::string_view bytes) : rest_(bytes) {}
+    std::uint64_t number();
+    std::string_view text();  // a part of the bytes
+    NamedValues values();
+    std::string_view rest() const { return rest_; }
+
+private:
+    std::string_view take(std::uint64_t size);
+
+    std::string_view rest_;
+};
+
+inline constexpr std::size_t kPacketHead = sizeof(std::uint64_t);
+
+// The head of a packet with a body of this size, and the size that a head announces.
+std::string packetHead(std::uint64_t bodySize);
+std::uint64_t bodySizeIn(std::string_view head);
+
+// The body of the next packet of a socket, which is read to its end; false if the other side has closed it.
+bool receivePacket(int socket, std::string& body);
+// Returns whether the other side has taken both parts, as one packet.
+bool sendPacket(int socket, std::string_view first, std::string_view second);
+
+}  // namespace qbreport
+
+#endif
