@@ -308,7 +308,7 @@ typedef struct QBXBudget {
     uint64_t fetchedBytes;       // of all fetches together
     uint64_t pages;              // of the document
     uint64_t pageItems;          // texts, lines, boxes and pictures of one page or band
-    uint64_t pixels;             // decoded, of all pictures together
+    uint64_t pixels;             // decoded, of all pictures together; also of one page as an image
     uint64_t pictureScans;       // of one progressive picture
     uint64_t templateElements;   // controls, styles and all other elements of a template
     uint64_t documentBytes;      // clamped to INT32_MAX, since results have sizes of type int

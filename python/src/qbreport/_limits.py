@@ -51,7 +51,7 @@ class Budget:
     fetched_bytes: float | None = None  #: Of all fetches together.
     pages: float | None = None  #: Of the document.
     page_items: float | None = None  #: Texts, lines, boxes and pictures of one page or band.
-    pixels: float | None = None  #: Decoded, of all pictures together.
+    pixels: float | None = None  #: Decoded, of all pictures together; also of one page as an image.
     picture_scans: float | None = None  #: Of one progressive picture.
     template_elements: float | None = None  #: Controls, styles and all other elements of a template.
     document_size: float | None = None  #: At most 2 GiB, with or without a limit.

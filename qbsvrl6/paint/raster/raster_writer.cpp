@@ -113,6 +113,7 @@ private:
                                                             std::to_string(limits::kImagePagePixels) +
                                                             "): lower the image's resolution");
         }
+        checkFigure(&Budget::pixels, static_cast<std::uint64_t>(width * height), "one image");
         rows_ += height;
         if (pages_ == Pages::AllInOne && rows_ > limits::kImageRows) {
             throw EngineError(ErrorCode::LimitExceeded, "all pages in one image have more than " +

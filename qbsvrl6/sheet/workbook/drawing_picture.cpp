@@ -74,6 +74,7 @@ std::uint32_t PictureList::numberOf(const Item& item) {
         picture->id = UINT64_MAX - byDrawing_.size();
         entry->second = add(std::move(picture));
     } catch (const EngineError& error) {
+        if (error.endsExport()) throw;
         logWarning(std::string("a drawing is left out of the document: ") + error.what());
     }
     return entry->second;
@@ -92,6 +93,7 @@ std::shared_ptr<const Picture> backdropOf(const std::shared_ptr<const Picture>& 
         picture->id = UINT64_MAX;
         return picture;
     } catch (const EngineError& error) {
+        if (error.endsExport()) throw;
         logWarning(std::string("the watermark is left out of the document: ") + error.what());
         return background;
     }

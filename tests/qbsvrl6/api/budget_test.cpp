@@ -54,6 +54,8 @@ TEST_F(BudgetTest, EndsAnExportAtEachFigureAndIsForgotten) {
         {&QBXBudget::wallMilliseconds, 1, QBExportType_CSV, "the budget wall-time of 1 ms is used up"},
         {&QBXBudget::pages, 2, QBExportType_PDF, "the budget pages of 2 is used up"},
         {&QBXBudget::pageItems, 1, QBExportType_PDF, "the budget page-items of 1 is used up at one page"},
+        {&QBXBudget::pixels, 1'000'000, QBExportType_IMG,
+         "the budget pixels of 1,000,000 is used up at one image"},
         {&QBXBudget::documentBytes, 100, QBExportType_CSV,
          "the budget document-size of 100 bytes is used up"},
     };
