@@ -20,7 +20,7 @@ inline Budget smallBudget() {
     budget.fetches = 0;
     budget.pages = 4;
     budget.pageItems = 500;
-    budget.pixels = 100'000;
+    budget.pixels = 150'000;  // an A4 page at 36 dots per inch has 125,000
     budget.templateElements = 500;
     budget.documentBytes = 1u << 20;
     return budget;
