@@ -181,8 +181,10 @@ QBSVR_API int QBXReportPrepareExport(tagQBReport* report, const char* format);
 // | resolution       | "36" to "1200": dots per inch of images   | as the template says                  |
 // | all-in-one       | "yes", "no": all pages in one image       | no                                    |
 // | whole-fonts      | "yes", "no": instead of subsets, in PDF   | no                                    |
-// | standard         | "none", "a-1b", "a-2b", "a-2u", "a-3b",   | as the template says, else "a-2u"     |
-// |                  | "a-3u": the level of PDF/A of a PDF       |                                       |
+// | standard         | "none", "a-1b", "a-2a", "a-2b", "a-2u",   | as the template says, else "a-2u"     |
+// |                  | "a-3a", "a-3b", "a-3u": the level of      |                                       |
+// |                  | PDF/A of a PDF                            |                                       |
+// | ua               | "yes", "no": a PDF complies with PDF/UA-1 | as the template says                  |
 // | created          | the date of a PDF: "2026-03-01", or       | as the template says, else none       |
 // |                  | "2026-03-01T09:30:00+08:00"               |                                       |
 // | user-password    | a password that opens a PDF               | none: everybody can open it           |

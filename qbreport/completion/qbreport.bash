@@ -17,7 +17,7 @@ _qbreport() {
         --log) words='text json' ;;
         --on-error) words='skip stop' ;;
         --data-kind) words='json jsonl xml csv' ;;
-        --option) words='page-breaks= page-headers= all-in-one= whole-fonts= csv.defuse= standard= created=' ;;
+        --option) words='page-breaks= page-headers= all-in-one= whole-fonts= csv.defuse= standard= ua= created=' ;;
         --budget) words='wall-time= cpu-time= data-memory= cells= name-length= fetches= fetch-time= fetched-bytes=
             pages= page-items= pixels= picture-scans= template-elements= document-size=' ;;
         --font-folder | --allow-folder | --setup-folder) COMPREPLY=($(compgen -d -- "$current")); return ;;

@@ -3,6 +3,7 @@
 #include "qbsvrl6/api/report_data.h"
 #include "qbsvrl6/barcode/barcode.h"
 #include "qbsvrl6/chart/chart.h"
+#include "qbsvrl6/chart/description.h"
 #include "qbsvrl6/drawing/move.h"
 #include "qbsvrl6/model/named_styles.h"
 #include "qbsvrl6/support/error.h"
@@ -72,6 +73,10 @@ std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const Cha
             " values have no label for lack of room; make the chart larger or its valueFormat shorter");
     }
     return placed(std::move(drawing), place);
+}
+
+std::u16string Drawings::describe(const ChartSettings& settings, const ChartData& data) {
+    return describeChart(settings, data);
 }
 
 void Drawings::addCharts(ReportDefinition& report) {

@@ -21,6 +21,7 @@ public:
                                            const Rect& place) override;
     std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
                                          const ChartData& data, const Rect& place) override;
+    std::u16string describe(const ChartSettings& settings, const ChartData& data) override;
 
 private:
     void addCharts(ReportDefinition& report);

@@ -211,7 +211,9 @@ Spool makeDocument(Runtime& runtime, const ExportOptions& options, std::vector<s
                   backgroundOf(definition),
                   furtherFiles,
                   processSettings().defuseFormulas,
-                  std::make_shared<std::vector<PdfAttachment>>()};
+                  std::make_shared<std::vector<PdfAttachment>>(),
+                  structureFor(definition, options)};
+    job.layout.structure = job.structure.get();
     Drawings drawings(definition);
     job.layout.drawings = &drawings;
     const ReportData data = dataOf(runtime, false);
@@ -285,6 +287,8 @@ void checkReport(Runtime& runtime) {
         LayoutOptions layout = layoutOptionsFor(options);
         Drawings drawings(runtime.report.definition);
         layout.drawings = &drawings;
+        const auto structure = structureFor(runtime.report.definition, options);
+        layout.structure = structure.get();
         const Spool nothing;
         BudgetGuard sink(std::make_unique<NoDocument>(), nothing, layout.paged);
         const ReportData data = dataOf(runtime, true);

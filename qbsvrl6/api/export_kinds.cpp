@@ -22,6 +22,10 @@ namespace {
 
 using Sink = std::unique_ptr<PageSink>;
 
+bool isAccessible(const ReportDefinition& report, const ExportOptions& options) {
+    return options.pdfAccessible.value_or(report.pdf.accessible);
+}
+
 // Attached files need PDF/A-3, and passwords no standard: a standard document can be read by
 // everybody. A program may ask for another one than the template.
 PdfStandard standardOf(const ExportJob& job) {
@@ -42,6 +46,10 @@ PdfStandard standardOf(const ExportJob& job) {
             ErrorCode::NotSupported,
             "this standard allows no attached files of any kind: \"a-3u\" and \"none\" do",
             {{}, job.report.placesOf(settings.attachments.front().name, TextUse::Address).front()});
+    }
+    if (isAccessible(job.report, job.options) && partOf(standard) == 1) {
+        throw EngineError(ErrorCode::NotSupported,
+                          "PDF/UA needs PDF 1.7, and \"a-1b\" is PDF 1.4: \"a-2a\" and \"a-2u\" go with it");
     }
     return standard;
 }
@@ -104,6 +112,8 @@ Sink makePdf(const ExportJob& job, Spool& output) {
     options.protection = job.options.pdfProtection;
     options.signature = signatureOf(job);
     options.attachments = job.attachments;
+    options.accessible = isAccessible(job.report, job.options);
+    options.structure = job.structure;
     if (!job.options.created.empty()) options.info.created = job.options.created;
     return makePdfWriter(options, output);
 }
@@ -151,10 +161,10 @@ struct ExportForm {
     LinkRules links;
 };
 
-constexpr LinkRules kNoLinks{0, false, false};
-constexpr LinkRules kOfficeLinks{2'079, true, false};
-constexpr LinkRules kHtmLinks{65'536, true, false};  // what every browser opens
-constexpr LinkRules kPdfLinks{32'767, false, true};
+constexpr LinkRules kNoLinks{0, false};
+constexpr LinkRules kOfficeLinks{2'079, false};
+constexpr LinkRules kHtmLinks{65'536, false};  // what every browser opens
+constexpr LinkRules kPdfLinks{32'767, true};
 
 // The first entry that fits the options makes the document.
 constexpr ExportForm kForms[] = {
@@ -198,6 +208,14 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     // Lines and page breaks don't matter to a table of plain text.
     layout.measureText = layout.paged || options.kind == ExportKind::Xls || options.kind == ExportKind::Rtf;
     return layout;
+}
+
+std::shared_ptr<DocumentStructure> structureFor(const ReportDefinition& report,
+                                                const ExportOptions& options) {
+    const PdfStandard standard = options.pdfStandard.value_or(report.pdf.standard.value_or(kDefaultStandard));
+    const bool isTagged = levelOf(standard) == 'A' || isAccessible(report, options);
+    if (options.kind != ExportKind::Pdf || !isTagged) return nullptr;
+    return std::make_shared<DocumentStructure>();
 }
 
 std::unique_ptr<PageSink> makeSink(const ExportJob& job, Spool& output) {

@@ -28,6 +28,8 @@ struct ExportJob {
     // Of a PDF; filled when the data is there.
     std::shared_ptr<std::vector<PdfAttachment>> attachments = nullptr;
     std::shared_ptr<const ShownGrids> grids = std::make_shared<ShownGrids>();
+    // Of a PDF with tags, filled by the layout; null: it has none.
+    std::shared_ptr<DocumentStructure> structure = nullptr;
 };
 
 // True for the formats made of cells, whose layout the cell options choose.
@@ -35,6 +37,9 @@ bool isCellKind(ExportKind kind);
 
 // How the report is laid out for these options.
 LayoutOptions layoutOptionsFor(const ExportOptions& options);
+
+// A structure for the layout to fill; null: a document of these options has no use for it.
+std::shared_ptr<DocumentStructure> structureFor(const ReportDefinition& report, const ExportOptions& options);
 
 // The sink for the format of the options, which writes into `output`. Raises EngineError (NotSupported) for a
 // format without a writer.

@@ -147,6 +147,8 @@ constexpr Option kOptions[] = {
     {"resolution", setResolution},
     {"all-in-one", setSwitch<&ExportOptions::allPagesInOneImage>},
     {"whole-fonts", setSwitch<&ExportOptions::embedWholeFonts>},
+    {"ua", [](ExportOptions& options,
+              std::string_view value) { options.pdfAccessible = switchFrom(std::string(value)); }},
     {"standard", setValue<PdfStandardCodec, &ExportOptions::pdfStandard>},
     {"created", setValue<MomentCodec, &ExportOptions::created>},
     {"user-password", [](ExportOptions& options,

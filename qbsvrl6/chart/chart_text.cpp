@@ -17,8 +17,7 @@ Micrometres breakingWidth(double width) {
 }  // namespace
 
 ChartText::ChartText(const std::u16string& fontFamily, const std::u16string& valueFormat)
-    : fonts_(resolveFont(fontFamily, false, false)),
-      format_(valueFormat.empty() ? u"#,##0.######" : valueFormat) {}
+    : fonts_(resolveFont(fontFamily, false, false)), values_(valueFormat) {}
 
 double ChartText::width(const std::u16string& text, double points) const {
     return shape(fonts_, text)->width / 1000.0 * points * kMicrometresPerPoint;
@@ -41,7 +40,10 @@ std::vector<std::u16string> ChartText::twoLines(const std::u16string& text, doub
     return result;
 }
 
-std::u16string ChartText::number(double value) {
+ValueText::ValueText(const std::u16string& valueFormat)
+    : format_(valueFormat.empty() ? u"#,##0.######" : valueFormat) {}
+
+std::u16string ValueText::of(double value) {
     std::u16string shown;
     std::optional<Color> color;
     format_.append(value, shown, color);

@@ -11,10 +11,20 @@
 
 namespace qbsvrl6 {
 
+// The numbers of a chart in its value format.
+class ValueText {
+public:
+    // An empty format shows numbers with up to six decimals.
+    explicit ValueText(const std::u16string& valueFormat);
+    std::u16string of(double value);
+
+private:
+    NumberFormat format_;
+};
+
 // Widths and heights are micrometres, font sizes points.
 class ChartText {
 public:
-    // An empty format shows numbers with up to six decimals.
     ChartText(const std::u16string& fontFamily, const std::u16string& valueFormat);
 
     static double lineHeight(double points) { return points * kMicrometresPerPoint * 1.3; }
@@ -27,11 +37,11 @@ public:
     // The text on one line, or broken into two, of which the second is fitted.
     std::vector<std::u16string> twoLines(const std::u16string& text, double points, double width) const;
     // The number in the chart's value format.
-    std::u16string number(double value);
+    std::u16string number(double value) { return values_.of(value); }
 
 private:
     const FontSet& fonts_;
-    NumberFormat format_;
+    ValueText values_;
 };
 
 }  // namespace qbsvrl6

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_ITEMS_BAND_H
 #define QBSVR_QBSVRL6_ITEMS_BAND_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,9 @@ struct Band {
     bool inGrid = false;    // part of the detail grid: title, row, group header or group footer
     bool repeated = false;  // a title or group header that is repeated on a later page
     int groupLevel = 0;     // of a group's header or footer: 0 is the outermost group
+    int columnGroup = 0;    // of the columns that it shows, if the grid continues on further pages
+    // The number of its entry in the DocumentStructure; 0: it has none.
+    std::uint32_t structure = 0;
 
     std::u16string bookmark;  // of a group's first header: the value of the group; empty: none
     std::optional<Color> background;

@@ -16,6 +16,7 @@
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/items/cell_value.h"
 #include "qbsvrl6/items/drawing.h"
+#include "qbsvrl6/items/item_role.h"
 #include "qbsvrl6/items/page_field.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/model/style.h"
@@ -99,6 +100,7 @@ struct Item {
     // Columns of the detail grid that a cell, or a control of a group section, covers; -1: a free control.
     int column = -1;
     int lastColumn = -1;
+    ItemRole role = {};
 };
 
 }  // namespace qbsvrl6

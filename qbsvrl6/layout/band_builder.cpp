@@ -16,6 +16,7 @@ BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
     : context_(context),
       instance_(std::move(instance)),
       view_(*instance_.view),
+      structure_(context, instance_),
       chartNumbers_(view_, context.now) {}
 
 Position BandBuilder::reportPosition(std::size_t row) const {
@@ -157,19 +158,25 @@ DrawingItem BandBuilder::makeChart(PlannedChart& chart, const Control& control, 
     return item;
 }
 
-std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position) {
+ItemRole BandBuilder::roleOfSlice(BandKind kind, const PlannedSection& section, std::size_t control) const {
+    return structure_.roleOf(structure_.addBand(kind), control, section.controls[control], activeColumnGroup);
+}
+
+std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position,
+                                                     const ItemRole& shownBy) {
     PlannedSubReport& content = std::get<PlannedSubReport>(control.content);
     if (!content.plan || !isVisible(control.visible, position)) return std::nullopt;
     std::vector<OwnedValue> arguments;
     for (const Expression& argument : content.arguments) {
         arguments.emplace_back(view_.evaluate(argument, position));
     }
-    return instanceOf(*content.plan, view_.inside(content.rows, arguments, position), true);
+    return instanceOf(*content.plan, view_.inside(content.rows, arguments, position), true,
+                      structure_.addSubReport(*content.plan, shownBy, position));
 }
 
 void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced) {
     unplaced.item.content = BoxItem{{{0, {}}, std::nullopt, 0}};
-    std::optional<ReportInstance> instance = subReport(control, position);
+    std::optional<ReportInstance> instance = subReport(control, position, unplaced.item.role);
     if (!instance) return;
     CollectingFlow flow;
     context_.walk(context_, std::move(*instance), flow);
@@ -181,9 +188,11 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
                                               const Position& position, const SectionSlice* slice) {
     if (!isVisible(section.visible, position)) return std::nullopt;
     unplacedItems_.clear();
+    const std::uint32_t entry = structure_.addBand(kind);
     const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
     for (std::size_t i = 0; i < count; ++i) {
-        PlannedControl& control = section.controls[slice == nullptr ? i : slice->controls[i]];
+        const std::size_t index = slice == nullptr ? i : slice->controls[i];
+        PlannedControl& control = section.controls[index];
         const bool inColumnGroup = activeColumnGroup == kEveryColumnGroup ||
                                    control.columnGroup == kEveryColumnGroup ||
                                    control.columnGroup == activeColumnGroup;
@@ -191,11 +200,13 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
         Rect box = control.box;
         if (slice != nullptr) box.y -= slice->top;
         UnplacedItem unplaced(control);
+        unplaced.item.role = structure_.roleOf(entry, index, control, activeColumnGroup);
         if (!makeItem(box, position, unplaced)) continue;
         unplacedItems_.push_back(std::move(unplaced));
     }
     BandDraft draft;
     draft.band.kind = kind;
+    draft.band.structure = entry;
     draft.band.background = section.section->background;
     draft.band.width = instance_.plan.width;
     draft.band.height =
@@ -204,6 +215,8 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
     draft.row = position.row;
     if (section.visible.isLate()) draft.visibleWhen = LateCondition{&*section.visible.when, late(position)};
     place(draft, unplacedItems_);
+    const bool begins = slice == nullptr || slice == section.slices.data();
+    if (begins || kind == BandKind::ReportHeader) structure_.chooseHeading(draft.band, position.scope.level);
     return draft;
 }
 
@@ -330,6 +343,7 @@ void BandBuilder::finishGridBand(BandDraft& draft) const {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     draft.x = geometry.x;
     draft.band.inGrid = true;
+    draft.band.columnGroup = std::max(activeColumnGroup, 0);
     draft.band.width = geometry.widthOf(activeColumnGroup);
     for (const Item& item : draft.band.items) draft.band.width = std::max(draft.band.width, item.box.right());
 }
@@ -385,6 +399,8 @@ BandDraft BandBuilder::cells(const CellLines& lines, const Position& position,
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     BandDraft draft;
     draft.band.kind = lines.kind;
+    draft.band.structure = structure_.addBand(lines.kind);
+    for (std::size_t level = 1; level < lines.heights.size(); ++level) structure_.addBand(lines.kind);
     draft.row = position.row;
     unplacedItems_.clear();
     unplacedItems_.reserve(lines.controls.size());
@@ -413,9 +429,10 @@ void BandBuilder::addCell(const CellLines& lines, std::size_t index, const Posit
     if (mayJoin) {
         if (control.firstColumn <= covered_) return;
         last = joinColumns(index, position, box);
-        if (last == control.lastColumn && openMerged(index, position)) return;
+        if (last == control.lastColumn && openMerged(index, position, draft.band.structure)) return;
     }
     UnplacedItem& unplaced = unplacedItems_.emplace_back(control);
+    unplaced.item.role = roleOfCell(control, draft.band.structure, last);
     if (!makeItem(box, position, unplaced)) {
         unplacedItems_.pop_back();
         return;
@@ -426,6 +443,16 @@ void BandBuilder::addCell(const CellLines& lines, std::size_t index, const Posit
     if (!lines.canGrow || control.levels > 1) return;
     Micrometres& line = lineHeights_[lineOf(control, lines.heights.size())];
     line = std::max(line, unplaced.needed);
+}
+
+// Each level of a title has an entry of its own, after that of the first one.
+ItemRole BandBuilder::roleOfCell(const PlannedControl& control, std::uint32_t entry, int lastColumn) const {
+    if (entry == 0) return {};
+    const auto column = static_cast<std::size_t>(control.firstColumn);
+    const std::uint32_t ofLevel = entry + static_cast<std::uint32_t>(control.level);
+    ItemRole role = structure_.roleOf(ofLevel, column, control, activeColumnGroup);
+    role.lastColumn = lastColumn;
+    return role;
 }
 
 int BandBuilder::joinColumns(std::size_t index, const Position& position, Rect& box) {
@@ -504,7 +531,7 @@ RowRange BandBuilder::mergedRows(std::size_t row) {
 
 // Whether the cell belongs to a merged cell, which is not placed in its first row. It begins one here if the
 // row above has another.
-bool BandBuilder::openMerged(std::size_t index, const Position& position) {
+bool BandBuilder::openMerged(std::size_t index, const Position& position, std::uint32_t entry) {
     if (merging_ == nullptr) return false;
     MergedCell& cell = merging_->open[index];
     if (merging_->continues[index] && cell.unplaced) return true;
@@ -512,6 +539,7 @@ bool BandBuilder::openMerged(std::size_t index, const Position& position) {
     cell.top = merging_->top;
     PlannedControl& control = instance_.plan.grid->cells[index];
     UnplacedItem& unplaced = cell.unplaced.emplace(control);
+    unplaced.item.role = roleOfCell(control, entry, control.lastColumn);
     if (!makeItem(control.box, position, unplaced)) cell.unplaced.reset();
     return true;
 }
@@ -588,6 +616,7 @@ void BandBuilder::append(BandDraft& whole, BandDraft&& row) const {
     if (top > 0) whole.cuts.push_back(top);
     for (const Micrometres cut : row.cuts) whole.cuts.push_back(top + cut);
     whole.rowTops.push_back(top);
+    if (whole.band.structure == 0) whole.band.structure = row.band.structure;
     if (row.band.background) fillRow(whole, row);
     const std::size_t first = whole.band.items.size();
     for (Item& item : row.band.items) {

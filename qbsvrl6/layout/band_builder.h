@@ -12,6 +12,7 @@
 #include "qbsvrl6/layout/chart_numbers.h"
 #include "qbsvrl6/layout/flow.h"
 #include "qbsvrl6/layout/layout_context.h"
+#include "qbsvrl6/layout/structure_notes.h"
 
 namespace qbsvrl6 {
 
@@ -26,7 +27,11 @@ public:
     std::optional<BandDraft> groupSection(PlannedSection& section, BandKind kind, const Position& position,
                                           const SectionSlice* slice = nullptr);
     // The plan and rows of a sub-report; nothing if it isn't visible or is nested too deep.
-    std::optional<ReportInstance> subReport(PlannedControl& control, const Position& position);
+    // `shownBy` is the role of the control.
+    std::optional<ReportInstance> subReport(PlannedControl& control, const Position& position,
+                                            const ItemRole& shownBy);
+    // Of a sub-report that is alone in a slice of its section, which then has no band.
+    ItemRole roleOfSlice(BandKind kind, const PlannedSection& section, std::size_t control) const;
     BandDraft title();
     // `previous` is the row above, with which suppressed values are compared; none: all values are shown.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);
@@ -99,11 +104,12 @@ private:
                  std::optional<std::size_t> previous, BandDraft& draft);
     void settleLines(const CellLines& lines, BandDraft& draft);
     std::size_t lineOf(const PlannedControl& control, std::size_t levels) const;
+    ItemRole roleOfCell(const PlannedControl& control, std::uint32_t entry, int lastColumn) const;
     // The columns up to here are covered by the cell.
     int joinColumns(std::size_t index, const Position& position, Rect& box);
     // Whether each cell is merged with that of the row above.
     std::vector<bool> continuesAbove(std::size_t row);
-    bool openMerged(std::size_t index, const Position& position);
+    bool openMerged(std::size_t index, const Position& position, std::uint32_t entry);
     void closeMerged(BandDraft& draft, Micrometres bottom);
     void append(BandDraft& whole, BandDraft&& row) const;
     void fillRow(BandDraft& whole, const BandDraft& row) const;
@@ -119,6 +125,7 @@ private:
     LayoutContext& context_;
     const ReportInstance instance_;
     RowView& view_;
+    StructureNotes structure_;
     EvaluatedText evaluated_;
     // For the current band.
     std::vector<UnplacedItem> unplacedItems_;

@@ -32,6 +32,8 @@ public:
         rest_.band.kind = draft_.band.kind;
         rest_.band.inGrid = draft_.band.inGrid;
         rest_.band.groupLevel = draft_.band.groupLevel;
+        rest_.band.columnGroup = draft_.band.columnGroup;
+        rest_.band.structure = draft_.band.structure;
         rest_.band.background = draft_.band.background;
         rest_.band.width = draft_.band.width;
         rest_.x = draft_.x;
@@ -228,6 +230,7 @@ private:
         frame.style = item.style;
         frame.column = item.column;
         frame.lastColumn = item.lastColumn;
+        frame.role = item.role;
         return frame;
     }
 
@@ -334,6 +337,8 @@ BandDraft partForColumnGroup(const BandDraft& draft, const GridGeometry& geometr
     part.band.inGrid = whole.inGrid;
     part.band.repeated = whole.repeated;
     part.band.groupLevel = whole.groupLevel;
+    part.band.columnGroup = columnGroup;
+    part.band.structure = whole.structure;
     part.band.background = whole.background;
     part.band.width = geometry.widthOf(columnGroup);
     part.band.height = whole.height;

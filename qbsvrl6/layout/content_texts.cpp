@@ -53,6 +53,11 @@ void ContentTexts::evaluate(PlannedChart& planned, RowView& view, const Position
     settings.xTitle = read(planned.xTitle, view, position);
     settings.yTitle = read(planned.yTitle, view, position);
     drawing.alternateText = settings.title;
+    if (!planned.alternateText.parts.empty()) {
+        drawing.alternateText = read(planned.alternateText, view, position);
+    } else if (drawing.chart && options_.structure != nullptr) {
+        drawing.alternateText = options_.drawings->describe(settings, *drawing.chart->data);
+    }
     if (drawing.chart) {
         drawing.chart = std::make_shared<ShownChart>(ShownChart{std::move(settings), drawing.chart->data});
     }

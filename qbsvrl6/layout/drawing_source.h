@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_LAYOUT_DRAWING_SOURCE_H
 
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "qbsvrl6/items/drawing.h"
@@ -21,6 +22,10 @@ public:
     // `control` is the chart's control; `settings` and `data` are those of this position.
     virtual std::shared_ptr<const Drawing> chart(const Control& control, const ChartSettings& settings,
                                                  const ChartData& data, const Rect& place) = 0;
+    // The chart as a text, for readers who do not see it.
+    virtual std::u16string describe(const ChartSettings& settings, const ChartData&) {
+        return settings.title;
+    }
 };
 
 }  // namespace qbsvrl6

@@ -7,6 +7,7 @@
 #include "qbsvrl6/layout/pager.h"
 #include "qbsvrl6/layout/report_walk.h"
 #include "qbsvrl6/layout/shown_grid.h"
+#include "qbsvrl6/layout/structure_notes.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/clock.h"
 #include "qbsvrl6/support/error.h"
@@ -45,11 +46,13 @@ public:
 
 void countPages(LayoutContext& context, const ReportInstance& instance) {
     DrawingSource* const drawings = std::exchange(context.options.drawings, nullptr);
+    DocumentStructure* const structure = std::exchange(context.options.structure, nullptr);
     context.late.beginCounting();
     NoSink sink;
     layOutPaged(context, instance, sink);
     context.late.endCounting();
     context.options.drawings = drawings;
+    context.options.structure = structure;
 }
 
 // Page header and footer appear once, at the start and at the end.
@@ -71,8 +74,9 @@ void layOutContinuous(LayoutContext& context, const ReportInstance& instance, Pa
 
 }  // namespace
 
-ReportInstance instanceOf(ReportPlan& plan, std::shared_ptr<RowView> view, bool isSubReport) {
-    ReportInstance instance{plan, std::move(view), isSubReport};
+ReportInstance instanceOf(ReportPlan& plan, std::shared_ptr<RowView> view, bool isSubReport,
+                          std::uint32_t structure) {
+    ReportInstance instance{plan, std::move(view), isSubReport, nullptr, structure};
     if (plan.cross != nullptr) instance.crossView = crossViewOf(plan, *instance.view, isSubReport);
     return instance;
 }
@@ -85,7 +89,8 @@ void layOut(const ReportDefinition& report, const ReportData& data, const Layout
     const std::unique_ptr<ReportPlan> plan =
         planReport(report, {data, options, context.styles, report.page, *grids});
     const ReportInstance instance = instanceOf(
-        *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false);
+        *plan, std::make_shared<RowView>(*plan->binding, std::span<const OwnedValue>(), context.now), false,
+        addToStructure(options.structure, *plan, {}, 1));
     if (Spending* const spending = Spending::current()) {
         spending->progress().allRows = instance.view->rowCount();
         context.watched = instance.view.get();

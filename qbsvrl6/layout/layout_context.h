@@ -127,9 +127,11 @@ struct ReportInstance {
     std::shared_ptr<RowView> view;
     bool isSubReport = false;
     std::shared_ptr<RowView> crossView = nullptr;  // the rows of a cross-table; null: the grid is none
+    std::uint32_t structure = 0;  // the number of its entry in the DocumentStructure; 0: none
 };
 
-ReportInstance instanceOf(ReportPlan& plan, std::shared_ptr<RowView> view, bool isSubReport);
+ReportInstance instanceOf(ReportPlan& plan, std::shared_ptr<RowView> view, bool isSubReport,
+                          std::uint32_t structure);
 
 }  // namespace qbsvrl6
 

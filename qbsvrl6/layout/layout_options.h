@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "qbsvrl6/items/structure.h"
 #include "qbsvrl6/layout/drawing_source.h"
 
 namespace qbsvrl6 {
@@ -11,7 +12,6 @@ namespace qbsvrl6 {
 // The links that a format supports.
 struct LinkRules {
     std::size_t maxUnits = 65'536;  // of an address, in UTF-16; 0: the format has no links
-    bool inner = true;              // "#name" leads to a place in the document
     bool ascii = false;             // other characters are written as their UTF-8 bytes, "%E4%B8%AD"
 };
 
@@ -24,6 +24,9 @@ struct LayoutOptions {
     bool hidesText = true;    // false: the format shows whole texts, however small their boxes
     LinkRules links;
     DrawingSource* drawings = nullptr;  // null: barcodes and charts remain empty boxes
+    // Receives the structure of the document. Bands are then in the order in which they are read: those of
+    // columns of detail are not from the top down. Null: it is not needed.
+    DocumentStructure* structure = nullptr;
 };
 
 }  // namespace qbsvrl6

@@ -63,9 +63,8 @@ std::u16string encoded(std::u16string_view address, bool ascii) {
 CheckedLink checkLink(std::u16string_view address, const LinkRules& rules) {
     if (address.empty() || rules.maxUnits == 0) return {};
     if (std::any_of(address.begin(), address.end(), isControl)) return {{}, "it has control characters"};
-    if (address.front() == u'#') {
-        if (!rules.inner) return {{}, "this format has no places that a link leads to"};
-    } else if (!hasAllowedScheme(address) && !isRelativeLink(address)) {
+    const bool isInner = address.front() == u'#';
+    if (!isInner && !hasAllowedScheme(address) && !isRelativeLink(address)) {
         return {{}, "only http, https, mailto, tel, relative addresses and #places are links"};
     }
     CheckedLink link{address.size() > rules.maxUnits ? std::u16string() : encoded(address, rules.ascii)};

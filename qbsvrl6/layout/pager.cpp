@@ -315,9 +315,10 @@ void Pager::closePage() {
     }
     nextRow_ = rows.end;
     numbers_.rows = rows;
-    // Columns of detail follow one another, but sinks receive bands from the top down.
+    // Columns of detail follow one another, but sinks receive bands from the top down, unless they need the
+    // order of reading.
     const auto higher = [](const Placed& a, const Placed& b) { return a.y < b.y; };
-    if (!std::is_sorted(placed_.begin(), placed_.end(), higher)) {
+    if (context_.options.structure == nullptr && !std::is_sorted(placed_.begin(), placed_.end(), higher)) {
         std::stable_sort(placed_.begin(), placed_.end(), higher);
     }
     const PlannedGrid* const grid = instance_.plan.grid.get();

@@ -187,6 +187,7 @@ private:
             planned.conditions.push_back({std::move(when), plan_->styles->find(conditional.style), known});
         }
         planned.visible = visibility(control.visibleWhen, site.page);
+        if (source_.options.structure != nullptr && site.page != Page::IsOwn) warnOfMissingText(control);
         planned.content =
             std::visit([&](const auto& content) { return planContent(content, box, site); }, control.content);
         for (const TextTemplate* const text : contentTexts(planned.content)) {
@@ -199,6 +200,12 @@ private:
         return planned;
     }
 
+    static void warnOfMissingText(const Control& control) {
+        const auto* const picture = std::get_if<PictureContent>(&control.content);
+        if (picture == nullptr || !picture->alternateText.empty()) return;
+        logWarning("the picture has no \"alternateText\": screen readers skip it", control.position);
+    }
+
     // The texts that ContentTexts evaluates.
     static std::vector<const TextTemplate*> contentTexts(const PlannedContent& content) {
         if (const auto* const text = std::get_if<PlannedText>(&content)) {
@@ -208,7 +215,7 @@ private:
         } else if (const auto* const barcode = std::get_if<PlannedBarcode>(&content)) {
             return {&barcode->text};
         } else if (const auto* const chart = std::get_if<PlannedChart>(&content)) {
-            return {&chart->title, &chart->xTitle, &chart->yTitle};
+            return {&chart->title, &chart->xTitle, &chart->yTitle, &chart->alternateText};
         }
         return {};
     }
@@ -250,6 +257,7 @@ private:
         planned.title = binding_->compileText(content.settings.title);
         planned.xTitle = binding_->compileText(content.settings.xTitle);
         planned.yTitle = binding_->compileText(content.settings.yTitle);
+        planned.alternateText = binding_->compileText(content.alternateText);
         if (content.rows.series.empty() || !content.data.empty()) return planned;
         if (content.rows.table.empty()) {
             planned.query.emplace(content.rows, *plan_->binding);

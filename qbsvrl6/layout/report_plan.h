@@ -59,7 +59,7 @@ struct PlannedBarcode {
 
 struct PlannedChart {
     const ChartContent* content = nullptr;
-    TextTemplate title, xTitle, yTitle;
+    TextTemplate title, xTitle, yTitle, alternateText;
     std::unique_ptr<Binding> table;  // of a chart that reads another table than its section does; may be null
     std::optional<ChartQuery> query;  // none: the chart shows the numbers of the template
 };
@@ -157,6 +157,8 @@ struct PlannedGrid {
     std::vector<CellJoins> joins;               // of each cell; empty: no cell joins others
     bool merges = false;                        // some cells merge downwards
     std::vector<PlannedGroup> groups;           // outermost first
+    // As the DocumentStructure has them; made when they are needed.
+    std::shared_ptr<const std::vector<int>> tableColumns;
 };
 
 struct ReportPlan {

@@ -97,7 +97,8 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
         const SectionSlice& slice = section.slices[i];
         if (slice.isSubReport) {
             PlannedControl& control = section.controls[slice.controls.front()];
-            addSubReport(control, left + control.box.x, position,
+            const ItemRole role = builder_.roleOfSlice(kind, section, slice.controls.front());
+            addSubReport(control, role, left + control.box.x, position,
                          section.section->canShrink ? 0 : slice.height,
                          lead != 0 ? std::exchange(lead, 0) : flow_->beginKeep());
             continue;
@@ -111,10 +112,10 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
 
 // Walks a sub-report that is alone at its height, band by band. The rest of its designed height remains
 // empty.
-void ReportWalk::addSubReport(PlannedControl& control, Micrometres left, const Position& position,
-                              Micrometres height, std::uint64_t lead) {
+void ReportWalk::addSubReport(PlannedControl& control, const ItemRole& role, Micrometres left,
+                              const Position& position, Micrometres height, std::uint64_t lead) {
     InnerFlow flow(*flow_, left, lead);
-    std::optional<ReportInstance> instance = builder_.subReport(control, position);
+    std::optional<ReportInstance> instance = builder_.subReport(control, position, role);
     if (instance) ReportWalk::walk(context_, std::move(*instance), flow);
     if (flow.height >= height) return;
     BandDraft blank;

@@ -37,8 +37,8 @@ private:
     void add(BandDraft draft);
     void addSection(PlannedSection& section, BandKind kind, const Position& position);
     void addSlices(PlannedSection& section, BandKind kind, const Position& position);
-    void addSubReport(PlannedControl& control, Micrometres left, const Position& position, Micrometres height,
-                      std::uint64_t lead);
+    void addSubReport(PlannedControl& control, const ItemRole& role, Micrometres left,
+                      const Position& position, Micrometres height, std::uint64_t lead);
     std::optional<BandDraft> build(PlannedSection& section, BandKind kind, const Position& position,
                                    const SectionSlice* slice);
     void walkGrid();

@@ -42,6 +42,7 @@ struct ExportOptions {
     std::optional<double> imageResolution;   // dots per inch; none: as the template says
     bool embedWholeFonts = false;            // PDF; else subsets
     std::optional<PdfStandard> pdfStandard;  // none: as the template says
+    std::optional<bool> pdfAccessible;       // none: as the template says
     PdfProtection pdfProtection;
     PdfSigning pdfSigning;
     std::u16string created;  // DocumentInfo::created; empty: as the template says

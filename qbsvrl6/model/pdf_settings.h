@@ -11,17 +11,20 @@
 
 namespace qbsvrl6 {
 
-// The parts and levels of ISO 19005 (PDF/A). Level b keeps the appearance of a document, u also its text.
-enum class PdfStandard : std::uint8_t { None, A1b, A2b, A2u, A3b, A3u };
+// The parts and levels of ISO 19005 (PDF/A). Level b keeps the appearance of a document, u also its text, and
+// a also its structure.
+enum class PdfStandard : std::uint8_t { None, A1b, A2a, A2b, A2u, A3a, A3b, A3u };
 
 // 1, 2 or 3; 0 for none.
 constexpr int partOf(PdfStandard standard) {
     switch (standard) {
         case PdfStandard::A1b:
             return 1;
+        case PdfStandard::A2a:
         case PdfStandard::A2b:
         case PdfStandard::A2u:
             return 2;
+        case PdfStandard::A3a:
         case PdfStandard::A3b:
         case PdfStandard::A3u:
             return 3;
@@ -32,6 +35,7 @@ constexpr int partOf(PdfStandard standard) {
 }
 
 constexpr char levelOf(PdfStandard standard) {
+    if (standard == PdfStandard::A2a || standard == PdfStandard::A3a) return 'A';
     return standard == PdfStandard::A2u || standard == PdfStandard::A3u ? 'U' : 'B';
 }
 
@@ -62,7 +66,8 @@ enum class PdfDuplex : std::uint8_t { Unset, Simplex, LongEdge, ShortEdge };
 struct PdfSettings {
     std::optional<PdfStandard> standard;  // none: kDefaultStandard
     PdfDuplex duplex = PdfDuplex::Unset;
-    bool unscaled = false;  // printed at its size, not fitted to the paper
+    bool unscaled = false;    // printed at its size, not fitted to the paper
+    bool accessible = false;  // tagged, as PDF/UA-1 asks for
     std::vector<Attachment> attachments;
 };
 

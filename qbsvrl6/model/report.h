@@ -77,6 +77,7 @@ struct ChartContent {
     ChartRows rows;
     // What the template holds; a data request replaces it, and what rows give, for one export.
     ChartData data;
+    std::u16string alternateText;  // with placeholders; empty: its title, or its numbers in a tagged PDF
 };
 
 // Passes values of the parent's row into a sub-report.

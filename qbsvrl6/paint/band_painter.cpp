@@ -204,7 +204,8 @@ void paintBand(Canvas& canvas, Band&& band, Micrometres x, Micrometres y, std::v
     if (band.background) canvas.fill({x, y, band.width, band.height}, *band.background);
     // Cells of the grid don't overlap; free controls may, and the later one is painted on top.
     Rect texts;
-    for (Item& item : band.items) {
+    for (std::size_t i = 0; i < band.items.size(); ++i) {
+        Item& item = band.items[i];
         const Rect box = movedBy(item.box, x, y);
         const bool free = item.column < 0;
         if (free && covers(item) && meet(texts, box)) {
@@ -212,7 +213,9 @@ void paintBand(Canvas& canvas, Band&& band, Micrometres x, Micrometres y, std::v
             texts = {};
         }
         if (hasText(item)) texts = around(texts, box);
+        canvas.beginItem(i);
         paintItem(canvas, item, box);
+        canvas.endItem();
         if (const auto* text = std::get_if<TextItem>(&item.content); text != nullptr && text->pending) {
             pending.push_back({std::move(item), x, y});
         }

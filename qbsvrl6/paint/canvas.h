@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_PAINT_CANVAS_H
 #define QBSVR_QBSVRL6_PAINT_CANVAS_H
 
+#include <cstddef>
 #include <memory>
 #include <string_view>
 
@@ -55,6 +56,10 @@ public:
     // Drawing between the two calls is visible inside the rectangle only. Clips are not nested.
     virtual void beginClip(const Rect& rect) = 0;
     virtual void endClip() = 0;
+
+    // Drawing between the two calls is of the band's item with this index.
+    virtual void beginItem(std::size_t) {}
+    virtual void endItem() {}
 
     // All further drawing is painted on top of the drawing so far. Within a layer, a canvas may draw shapes
     // before texts, whatever the order of the calls.

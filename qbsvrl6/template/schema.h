@@ -331,6 +331,7 @@ void describeChart(Element& element, ContentLike& chart) {
     element.attribute("title", settings.title, {}, PlaceholderCodec{});
     element.attribute("xTitle", settings.xTitle, {}, PlaceholderCodec{});
     element.attribute("yTitle", settings.yTitle, {}, PlaceholderCodec{});
+    element.attribute("alternateText", chart.alternateText, {}, PlaceholderCodec{});
     element.attribute("showLegend", settings.showLegend, defaults.showLegend, SwitchCodec{});
     element.attribute("showValues", settings.showValues, defaults.showValues, SwitchCodec{});
     element.attribute("valueFormat", settings.valueFormat, {}, TextCodec{});
@@ -661,6 +662,7 @@ template <class Element, class PdfLike>
 void describePdf(Element& element, PdfLike& pdf) {
     static const PdfSettings defaults;
     element.attribute("standard", pdf.standard, PdfStandardCodec{});
+    element.attribute("ua", pdf.accessible, defaults.accessible, SwitchCodec{});
     element.attribute("duplex", pdf.duplex, defaults.duplex, WordCodec<PdfDuplex>{kDuplexes});
     element.attribute("unscaled", pdf.unscaled, defaults.unscaled, SwitchCodec{});
     element.list("Attachment", pdf.attachments,
@@ -670,6 +672,8 @@ void describePdf(Element& element, PdfLike& pdf) {
                    "a document has one electronic invoice: one <Attachment> with \"invoice\"");
     element.refuse(!pdf.attachments.empty() && pdf.standard && !allowsAttachments(*pdf.standard),
                    "this standard allows no attached files of any kind: \"a-3u\" and \"none\" do");
+    element.refuse(pdf.accessible && pdf.standard == PdfStandard::A1b,
+                   "PDF/UA needs PDF 1.7, and \"a-1b\" is PDF 1.4: \"a-2a\" and \"a-2u\" go with it");
 }
 
 // The background and watermark of each page, and the printer. A watermark without text is none; its

@@ -338,20 +338,20 @@ std::string MomentCodec::write(const std::u16string& value) const { return toUtf
 
 namespace {
 
-constexpr std::array<Word<PdfStandard>, 6> kPdfStandards = {{{"none", PdfStandard::None},
+constexpr std::array<Word<PdfStandard>, 8> kPdfStandards = {{{"none", PdfStandard::None},
                                                              {"a-1b", PdfStandard::A1b},
+                                                             {"a-2a", PdfStandard::A2a},
                                                              {"a-2b", PdfStandard::A2b},
                                                              {"a-2u", PdfStandard::A2u},
+                                                             {"a-3a", PdfStandard::A3a},
                                                              {"a-3b", PdfStandard::A3b},
                                                              {"a-3u", PdfStandard::A3u}}};
 
 }  // namespace
 
 PdfStandard PdfStandardCodec::read(std::string_view text) const {
-    if (text == "a-1a" || text == "a-2a" || text == "a-3a") {
-        throw ValueError(
-            "documents of level a have a tree of their structure, which this engine does not write; "
-            "\"a-2u\" keeps appearance and text");
+    if (text == "a-1a") {
+        throw ValueError("level a needs part 2 or 3, whose tags can express more: \"a-2a\" or \"a-3a\"");
     }
     return WordCodec<PdfStandard>{kPdfStandards}.read(text);
 }

@@ -3,9 +3,11 @@
 usage: archive_test.py QBREPORT SOURCES
 """
 
+import collections
 import hashlib
 import http.server
 import io
+import json
 import os
 import pathlib
 import re
@@ -19,12 +21,14 @@ import pikepdf
 from pikepdf import Name
 
 import pdfa_rules
+import ua_rules
 
 PROGRAM, SOURCES = (pathlib.Path(word).resolve() for word in sys.argv[1:3])
 SAMPLES = SOURCES / "samples/Samples"
 GALLERY = SOURCES / "docs/gallery/templates"
 FULL = os.environ.get("QBSVR_FULL_TESTS") == "1"
 STANDARDS = ("a-1b", "a-2b", "a-2u", "a-3b", "a-3u")
+TAGGED_STANDARDS = ("a-2a", "a-3a", "a-2u", "none")
 
 # What a standard limits: pictures with alpha, in CMYK and of 16 bits, opacity, links, characters that no font has or that
 # have no ink, several glyphs for a character and the reverse, texts that are known at the end.
@@ -45,6 +49,62 @@ HARD = f"""<Report version="1">
   <PageFooter height="9mm"><Text width="90mm" height="9mm" text="[PageNumber] / [PageCount]"/></PageFooter>
 </Report>
 """
+
+# All that has tags: headings, groups with and without columns, figures, links, texts that are known at the end, what page
+# breaks divide, columns on further pages, tables without rows and in cells, texts in another language.
+TAGGED = f"""<Report version="1">
+  <Info title="Sales" language="en"/>
+  <Pdf ua="true"/>
+  <Page width="120mm" height="90mm" margins="10mm"/>
+  <DefaultStyle font="Liberation Sans"/>
+  <PageHeader height="8mm"><Text width="60mm" height="6mm" text="Head" link="https://example.org/"/><Line y="7mm" width="90mm"/></PageHeader>
+  <ReportHeader height="40mm" background="#eeeeee">
+    <Text x="50mm" width="50mm" height="8mm" text="Right of it" bold="true"/>
+    <Text width="50mm" height="10mm" text="Report of sales" fontSize="18pt" background="#ffff00"/>
+    <Picture y="12mm" width="20mm" height="20mm" source="{SAMPLES}/Data/Picture/Seal.png" alternateText="The seal"/>
+    <Picture x="22mm" y="12mm" width="8mm" height="8mm" source="{SAMPLES}/Data/Picture/Seal.png"/>
+    <Barcode x="60mm" y="12mm" width="35mm" height="9mm" type="50" text="12345"/>
+    <Text y="33mm" width="90mm" height="6mm" text="[PageCount] pages" link="https://example.org/a"/>
+  </ReportHeader>
+  <ReportHeader height="50mm">
+    <Chart width="90mm" height="40mm" title="Bubbles" kind="bar"><Category name="A"/><Category name="B"/>
+      <Series label="Year" values="1.5 2"/></Chart>
+    <Text y="41mm" width="90mm" height="6mm" text="年月" fontSize="20pt"/>
+  </ReportHeader>
+  <Grid titleHeight="8mm" rowHeight="6mm" adapt="toNewPageRepeatFixed" fixedColumns="1">
+    <Columns>
+      <Column name="A" width="40mm"><Title text="Name"/><Content text="[Name]" link="https://example.org/[Name]"/></Column>
+      <Column name="B" width="40mm"><Title text="Amount"/><Content text="[Amount]"/></Column>
+      <Column name="C" width="40mm"><Title text=""/><Content><Barcode text="[Name]"/></Content></Column>
+    </Columns>
+    <Groups>
+      <Group by="Region" repeatHeader="true">
+        <Header height="16mm"><Text width="30mm" height="6mm" text="Region [Region]"/><Text x="50mm" width="20mm" height="6mm" text="more"/>
+          <Text y="8mm" width="20mm" height="6mm" text="below"/></Header>
+        <Footer height="7mm"><Text column="B" height="6mm" text="[Sum(Amount)]"/></Footer>
+      </Group>
+      <Group by="Name"><Header height="6mm"><Text column="A" toColumn="B" height="6mm" text="[Name]"/></Header></Group>
+    </Groups>
+  </Grid>
+  <ReportFooter height="12mm" keepTogether="false">
+    <Text width="60mm" height="6mm" text="{'long ' * 300}"/>
+    <SubReport y="8mm" width="90mm" height="4mm"><Report>
+      <ReportHeader height="8mm"><Text width="60mm" height="8mm" text="Inner" fontSize="15pt"/></ReportHeader>
+      <Grid titleHeight="6mm" rowHeight="6mm"><Columns>
+        <Column name="N" width="30mm"><Title text="N"/><Content text="[Name]"/></Column>
+        <Column name="S" width="50mm"><Title text="S"/><Content><SubReport><Report>
+          <Grid titleHeight="0mm" rowHeight="6mm" filter="Amount = 2"><Columns>
+            <Column name="X" width="20mm"><Content text="[Amount]"/></Column><Column name="Y" width="20mm"><Content text="y"/></Column>
+          </Columns></Grid></Report></SubReport></Content></Column>
+      </Columns></Grid></Report></SubReport>
+    <SubReport y="10mm" x="50mm" width="40mm" height="2mm"><Report>
+      <Grid titleHeight="6mm" rowHeight="6mm" filter="false"><Columns>
+        <Column name="E" width="30mm"><Title text="No rows"/><Content text="[Name]"/></Column></Columns></Grid></Report></SubReport>
+  </ReportFooter>
+  <PageFooter height="6mm"><Text width="90mm" height="6mm" text="[PageNumber] / [PageCount]"/></PageFooter>
+</Report>
+"""
+TAGGED_ROWS = [{"Region": "NS"[i > 20], "Name": f"Item {i // 4}", "Amount": i} for i in range(30)]
 
 
 def render(template, *arguments, check=True):
@@ -172,11 +232,113 @@ class Rules(unittest.TestCase):
                 self.assertTrue(any(fault.startswith(clause + " ") for fault in pdfa_rules.faults(data, standard)))
         self.assertEqual({clause for _, clause, _ in cases}, {clause for clause, _, _ in pdfa_rules.RULES})
 
-    def test_level_a_is_refused_where_it_is_asked(self):
-        self.template.with_name("a.qbf").write_text('<Report version="1">\n  <Pdf standard="a-2a"/></Report>', "utf-8")
+    def test_tags_of_part_1_are_refused_where_they_are_asked(self):
+        self.template.with_name("a.qbf").write_text('<Report version="1">\n  <Pdf standard="a-1b" ua="true"/></Report>', "utf-8")
         refused = render(self.template.with_name("a.qbf"), check=False)
         self.assertNotEqual(refused.returncode, 0)
         self.assertIn("a.qbf:2:8: ", refused.stderr.decode())
+
+
+def element(pdf, *kinds):
+    def search(node):
+        if node.get("/S") in [Name("/" + kind) for kind in kinds]:
+            return node
+        kids = node.get("/K", [])
+        for kid in kids if isinstance(kids, pikepdf.Array) else [kids]:
+            found = search(kid) if isinstance(kid, pikepdf.Dictionary) and "/S" in kid else None
+            if found is not None:
+                return found
+        return None
+    return search(pdf.Root.StructTreeRoot.K[0])
+
+
+def replace_content(old, new):
+    def change(pdf):
+        pdf.pages[0].contents_coalesce()
+        replace(pdf.pages[0].Contents, old, new)
+    return change
+
+
+PLANTED_IN_TAGS = [
+    ("5", lambda pdf: replace(pdf.Root.Metadata, b"<pdfuaid:part>1", b"<pdfuaid:part>2")),
+    ("6.7.2.2", lambda pdf: pdf.Root.MarkInfo.__setitem__("/Suspects", True)),
+    ("6.7.3.3", lambda pdf: pdf.Root.__delitem__("/StructTreeRoot")),
+    ("6.7.3.3", lambda pdf: element(pdf, "P").__setitem__("/P", element(pdf, "TR"))),
+    ("6.7.3.4", lambda pdf: element(pdf, "P").__setitem__("/S", Name.Paragraph)),
+    ("7.1", replace_content(b"/H1<<", b"/P<<")),
+    ("7.1", replace_content(b"/Artifact<</Type/Layout>>BDC", b"/Span<</E(a)>>BDC")),
+    ("7.1", replace_content(b"/MCID 0>>", b"/MCID 99>>")),
+    ("7.1", replace_content(b"ET\n", b"EMC ET /Artifact BMC\n")),
+    ("7.1", lambda pdf: element(pdf, "H1").__delitem__("/K")),
+    ("7.1", lambda pdf: pdf.pages[0].__delitem__("/StructParents")),
+    ("7.1", lambda pdf: pdf.Root.ViewerPreferences.__delitem__("/DisplayDocTitle")),
+    ("7.2", lambda pdf: element(pdf, "P").__setitem__("/Lang", pikepdf.String("?"))),
+    ("7.2", lambda pdf: element(pdf, "TR").K.__delitem__(0)),
+    ("7.2", lambda pdf: element(pdf, "TBody").__setitem__("/S", Name.Sect)),
+    ("7.3", lambda pdf: element(pdf, "Figure").__delitem__("/Alt")),
+    ("7.3", lambda pdf: element(pdf, "Figure").__delitem__("/A")),
+    ("7.4.2", lambda pdf: element(pdf, "H2").__setitem__("/S", Name.H3)),
+    ("7.5", lambda pdf: element(pdf, "TH").__delitem__("/A")),
+    ("7.8", replace_content(b"/Subtype/Header", b"/Subtype/Top")),
+    ("7.11", lambda pdf: pdf.Root.__setitem__("/X", pdf.make_indirect(pikepdf.Dictionary(EF=1, F=pikepdf.String("a"))))),
+    ("7.15", lambda pdf: pdf.Root.__setitem__("/AcroForm", pikepdf.Dictionary(XFA=1))),
+    ("7.18.1", lambda pdf: first(pdf, Name.Link).__delitem__("/StructParent")),
+    ("7.18.3", lambda pdf: pdf.pages[1].__delitem__("/Tabs")),
+    ("7.18.4", lambda pdf: first(pdf, Name.Link).__setitem__("/Subtype", Name.Widget)),
+    ("7.18.5", lambda pdf: first(pdf, Name.Link).__delitem__("/Contents")),
+    ("7.21.4.1", lambda pdf: font_of(pdf).DescendantFonts[0].__delitem__("/CIDToGIDMap")),
+    ("7.21.5", lambda pdf: font_of(pdf).DescendantFonts[0].__setitem__("/W", [1, [300, 301, 302]])),
+    ("7.21.7", lambda pdf: font_of(pdf).__delitem__("/ToUnicode")),
+    ("7.21.8", lambda pdf: write_plain(pdf.pages[0].Contents, lambda data: re.sub(rb"(Td\(|\[\()..", rb"\1" + b"\0\0", data, 1, re.S))),
+]
+
+
+class Tags(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.template = pathlib.Path(cls.folder.name) / "tagged.qbf"
+        cls.template.write_text(TAGGED, "utf-8")
+        cls.rows = cls.template.with_name("rows.json")
+        cls.rows.write_text(json.dumps(TAGGED_ROWS), "utf-8")
+        cls.tagged = render(cls.template, "-d", cls.rows)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def test_all_content_is_tagged_in_every_standard(self):
+        for standard in TAGGED_STANDARDS:
+            for accessible in ("yes", "no") if standard.endswith("a") else ("yes",):
+                with self.subTest(f"{standard} {accessible}"):
+                    data = render(self.template, "-d", self.rows, "--option", f"standard={standard}", "--option", f"ua={accessible}")
+                    self.assertEqual(ua_rules.faults(data, standard, accessible == "yes"), [])
+                    self.assertEqual([] if standard == "none" else pdfa_rules.faults(data, standard), [])
+
+    def test_readers_get_the_document_in_its_order(self):
+        file = self.template.with_suffix(".pdf")
+        file.write_bytes(self.tagged)
+        shown = output_of("pdfinfo", "-struct-text", file).decode()
+        self.assertEqual(re.sub(r"\s+", " ", shown)[:len(READ)], READ)
+        document = ua_rules.Tagged(self.tagged, "a-2u")
+        counts = collections.Counter(element.type for element in document.elements)
+        self.assertEqual({kind: counts[kind] for kind in ("H1", "H2", "H3", "Table", "THead")},
+                         {"H1": 1, "H2": 3, "H3": 16, "Table": 34, "THead": 3})
+
+    def test_every_rule_finds_its_fault(self):
+        for number, (clause, plant) in enumerate(PLANTED_IN_TAGS):
+            with self.subTest(f"{number}: {clause}"), pikepdf.open(io.BytesIO(self.tagged)) as pdf:
+                pdf.pages[0].contents_coalesce()
+                plant(pdf)
+                out = io.BytesIO()
+                pdf.save(out, fix_metadata_version=False)
+                self.assertTrue(any(fault.startswith(clause + " ") for fault in ua_rules.faults(out.getvalue(), "a-2u")))
+        self.assertEqual({clause for clause, _ in PLANTED_IN_TAGS} | {"7.16"}, {clause for clause, _ in ua_rules.RULES})
+
+    def test_pictures_without_a_text_are_a_warning(self):
+        for options, status in (([], 3), (["--option", "ua=no"], 0)):
+            result = render(self.template, "-d", self.rows, "--strict", *options, check=False)
+            self.assertEqual((result.returncode, b"tagged.qbf:12:5: warning" in result.stderr), (status, status == 3), result.stderr)
 
 
 def output_of(*command, check=True, data=None):
@@ -223,8 +385,10 @@ class Files(unittest.TestCase):
         cls.folder = folder = pathlib.Path(cls.scratch.name)
         page = (SOURCES / "docs/archive.md").read_text("utf-8")
         cls.commands = re.findall(r"^qbreport .*$", page, re.M)
+        stock, invoice = re.findall(r'<Report version="1">.*?</Report>', page, re.S)
         cls.files = {
-            "invoice.qbf": re.search(r'<Report version="1">.*?</Report>', page, re.S)[0],
+            "stock.qbf": stock, "invoice.qbf": invoice,
+            "stock.json": '[{"Shelf": 1, "Product": "Tea", "Number": 3}, {"Shelf": 2, "Product": "Jam", "Number": 4}]',
             "list.qbf": '<Report version="1"><ReportHeader height="30mm"><Text width="90mm" height="9mm" text="[Secret]"/>'
                         '<Box y="9mm" width="60mm" height="20mm" signature="true"/></ReportHeader></Report>',
             "rows.json": '{"Secret": "Only for you"}',
@@ -236,6 +400,7 @@ class Files(unittest.TestCase):
         }
         for name, text in cls.files.items():
             (folder / name).write_text(text, "utf-8")
+        (folder / "shop.png").write_bytes((SAMPLES / "Data/Picture/Seal.png").read_bytes())
         for kind, name, extra in (("rsa:2048", "key", []), ("rsa:2048", "ts", ["-addext", "extendedKeyUsage=critical,timeStamping"]),
                                   ("ec", "ec", ["-pkeyopt", "ec_paramgen_curve:P-256"])):
             output_of("openssl", "req", "-x509", "-newkey", kind, "-nodes", "-days", "9", "-subj", f"/CN=Signer {name}",
@@ -262,6 +427,8 @@ class Files(unittest.TestCase):
                 result = subprocess.run(["bash", "-c", command.replace("qbreport", str(PROGRAM), 1)], cwd=self.folder,
                                         capture_output=True, timeout=60)
                 self.assertEqual(result.returncode, 0, result.stderr.decode())
+        stock = (self.folder / "stock.pdf").read_bytes()
+        self.assertEqual(pdfa_rules.faults(stock, "a-2a") + ua_rules.faults(stock, "a-2a"), [])
 
     def test_an_invoice_carries_its_xml(self):
         sample = next(SAMPLES.glob("Reports/3a.*.qbf"))
@@ -370,10 +537,13 @@ class Samples(unittest.TestCase):
             files = []
             for template, data in reports():
                 has_files = "<Attachment" in template.read_text("utf-8")
-                for standard in ("a-3u",) if has_files else ("a-1b", "a-2u") if FULL else ("a-2u",):
+                for standard in ("a-3a",) if has_files else ("a-1b", "a-2a", "a-2u") if FULL else ("a-2a",):
                     with self.subTest(f"{template.stem} {standard}"):
-                        document = render(template, "--option", f"standard={standard}", *data)
+                        is_tagged = standard.endswith("a")
+                        tags = ["--option", "ua=yes"] if is_tagged else []
+                        document = render(template, "--option", f"standard={standard}", *tags, *data)
                         self.assertEqual(pdfa_rules.faults(document, standard), [])
+                        self.assertEqual(ua_rules.faults(document, standard) if is_tagged else [], [])
                         if standard == "a-1b":
                             files.append(pathlib.Path(folder) / f"{len(files)}.pdf")
                             files[-1].write_bytes(document)

@@ -417,7 +417,7 @@ def faults(data, standard):
     document = Document(data, standard)
     found = []
     for clause, parts, check in RULES:
-        if str(document.part) not in parts or (check is texts and document.level != "u"):
+        if str(document.part) not in parts or (check is texts and document.level == "b"):
             continue
         try:
             found += [f"{clause} {text}" for text in check(document)]

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "qbsvrl6/items/page_sink.h"
+#include "qbsvrl6/items/structure.h"
 #include "qbsvrl6/model/pdf_protection.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/paint/pdf/pdf_signature.h"
@@ -30,6 +31,9 @@ struct PdfOptions {
     PdfSettings settings;
     PdfProtection protection;
     std::optional<PdfSignatureOptions> signature;
+    bool accessible = false;  // complies with PDF/UA-1 as well; needs the structure
+    // Of a tagged document, filled by its layout; may be null.
+    std::shared_ptr<const DocumentStructure> structure;
     // Filled before finish(); may be null. Only PDF/A-3 allows any file.
     std::shared_ptr<const std::vector<PdfAttachment>> attachments;
 };

@@ -84,7 +84,7 @@ int writeFile(PdfFile& file, const PdfAttachment& attachment) {
 
 }  // namespace
 
-std::string writeAttachments(PdfFile& file, const std::vector<PdfAttachment>& attachments) {
+PdfAttachmentEntries writeAttachments(PdfFile& file, const std::vector<PdfAttachment>& attachments) {
     if (attachments.empty()) return {};
     // The tree of names is sorted by its keys; the associated files are in the order of the template.
     std::vector<std::pair<std::string, int>> names;
@@ -100,7 +100,7 @@ std::string writeAttachments(PdfFile& file, const std::vector<PdfAttachment>& at
         appendByteString(tree, name);
         tree.add(std::int64_t{number}, std::string_view(" 0 R"));
     }
-    return "/AF[" + associated + "]/Names<</EmbeddedFiles<</Names[" + std::string(tree.view()) + "]>>>>";
+    return {"/AF[" + associated + "]", "/EmbeddedFiles<</Names[" + std::string(tree.view()) + "]>>"};
 }
 
 }  // namespace qbsvrl6

@@ -10,8 +10,12 @@
 
 namespace qbsvrl6 {
 
-// Writes the files and returns the entries of the catalog that list them; empty without files.
-std::string writeAttachments(PdfFile& file, const std::vector<PdfAttachment>& attachments);
+// The entries that list the files: of the catalog, and of its names. Empty without files.
+struct PdfAttachmentEntries {
+    std::string catalog, names;
+};
+
+PdfAttachmentEntries writeAttachments(PdfFile& file, const std::vector<PdfAttachment>& attachments);
 
 }  // namespace qbsvrl6
 

@@ -27,6 +27,8 @@ void PdfCanvas::begin(Micrometres pageHeight) {
     links_.clear();
     signature_.reset();
     usedPictures_.clear();
+    contentElements_.clear();
+    marks_ = false;
 }
 
 std::string_view PdfCanvas::end() {
@@ -38,6 +40,8 @@ std::string_view PdfCanvas::end() {
 void PdfCanvas::nextLayer() {
     flushFill();
     flushEdges();
+    closeMark(shapes_, shapesOpen_);
+    closeMark(text_, textOpen_);
     if (shapes_.size() > 0) page_.add("q\n"sv, shapes_.view(), "Q\n"sv);
     if (text_.size() > 0) page_.add("BT\n"sv, text_.view(), "ET\n"sv);
     shapes_.clear();
@@ -50,6 +54,7 @@ void PdfCanvas::nextLayer() {
 
 void PdfCanvas::beginMarkedContent(std::string_view operators) {
     nextLayer();
+    marks_ = false;
     page_.append(operators);
 }
 
@@ -59,15 +64,74 @@ void PdfCanvas::endMarkedContent(int levels) {
     page_.append("EMC\n"sv);
 }
 
+void PdfCanvas::mark(std::span<ItemMark> items, std::string_view artifact) {
+    if (artifact != artifact_ || !marks_) nextLayer();
+    marks_ = true;
+    itemMarks_ = items;
+    itemMark_ = nullptr;
+    artifact_ = artifact;
+}
+
+void PdfCanvas::markReserved(std::string_view tag, int content) {
+    mark({}, "/Artifact BMC\n");
+    if (content < 0) return;
+    reservedMark_ = {tag, 0, content, content};
+    itemMark_ = &reservedMark_;
+}
+
+int PdfCanvas::reserveContent(int element) {
+    contentElements_.push_back(element);
+    return static_cast<int>(contentElements_.size()) - 1;
+}
+
+void PdfCanvas::beginItem(std::size_t index) {
+    if (!marks_ || index >= itemMarks_.size() || itemMarks_[index].element == 0) return;
+    itemMark_ = &itemMarks_[index];
+    itemMark_->firstContent = itemMark_->endContent = static_cast<int>(contentElements_.size());
+}
+
+void PdfCanvas::endItem() {
+    if (itemMark_ == nullptr) return;
+    if (itemMark_ == &reservedMark_ && reservedMark_.endContent == reservedMark_.firstContent) {
+        openMark(text_, textOpen_, true);  // its element has been written
+    }
+    if (shapesOpen_ == Open::Content) closeMark(shapes_, shapesOpen_);
+    if (textOpen_ == Open::Content) closeMark(text_, textOpen_);
+    itemMark_ = nullptr;
+}
+
+// Opens marked content of the current item, or an artifact, unless it is open.
+void PdfCanvas::openMark(ByteBuffer& out, Open& open, bool isContent) {
+    if (!marks_) return;
+    const bool isReserved = itemMark_ == &reservedMark_;
+    isContent = isContent && itemMark_ != nullptr;
+    if (open == Open::Content && isContent) return;
+    if (isContent && isReserved && reservedMark_.endContent > reservedMark_.firstContent) isContent = false;
+    if (open == Open::Artifact && !isContent) return;
+    closeMark(out, open);
+    open = isContent ? Open::Content : Open::Artifact;
+    if (!isContent) return out.append(artifact_);
+    const int content = isReserved ? reservedMark_.firstContent : reserveContent(itemMark_->element);
+    itemMark_->endContent = content + 1;
+    out.add('/', itemMark_->tag, "<</MCID "sv, std::int64_t{content}, ">>BDC\n"sv);
+}
+
+void PdfCanvas::closeMark(ByteBuffer& out, Open& open) {
+    if (open != Open::Nothing) out.append("EMC\n"sv);
+    open = Open::Nothing;
+}
+
 // Shapes.
 
-ByteBuffer& PdfCanvas::shapes() {
+ByteBuffer& PdfCanvas::shapes(bool isContent) {
     flushFill();
     if (clip_ && !shapesClipped_) {
         shapesClipped_ = true;
+        closeMark(shapes_, shapesOpen_);
         shapeStateOutside_ = shapeState_;
         openClip(shapes_);
     }
+    openMark(shapes_, shapesOpen_, isContent);
     return shapes_;
 }
 
@@ -83,10 +147,12 @@ void PdfCanvas::beginClip(const Rect& rect) { clip_ = rect; }
 void PdfCanvas::endClip() {
     if (shapesClipped_) {
         flushFill();
+        closeMark(shapes_, shapesOpen_);
         shapes_.append("Q\n"sv);
         shapeState_ = shapeStateOutside_;
     }
     if (textClipped_) {
+        closeMark(text_, textOpen_);
         text_.append("ET Q BT\n"sv);
         textState_ = textStateOutside_;
         lineX_ = lineY_ = 0;
@@ -128,6 +194,7 @@ void PdfCanvas::fill(const Rect& rect, Color color) {
 
 void PdfCanvas::flushFill() {
     if (!pendingFill_) return;
+    openMark(shapes_, shapesOpen_, false);
     const PendingFill& area = *pendingFill_;
     setFill(area.color);
     shapes_.add(area.left, ' ', area.bottom, ' ', area.right - area.left, ' ', area.top - area.bottom,
@@ -146,6 +213,7 @@ void PdfCanvas::edge(Point from, Point to, const BorderLine& line) {
 
 void PdfCanvas::flushEdges() {
     if (edges_.empty()) return;
+    openMark(shapes_, shapesOpen_, false);
     shapes_.append("2 J\n"sv);  // square ends, so that corners are filled
     bool open = false;
     const auto add = [&](const EdgeCollector::Line& line) {
@@ -227,14 +295,14 @@ void PdfCanvas::picture(const std::shared_ptr<const Picture>& picture, const Rec
     usedPictures_.insert(number);
     const std::int64_t left = unitsX(rect.x);
     const std::int64_t bottom = unitsY(rect.bottom());
-    shapes().add("q "sv, unitsX(rect.right()) - left, " 0 0 "sv, unitsY(rect.y) - bottom, ' ', left, ' ',
-                 bottom, " cm/I"sv, std::int64_t{number}, " Do Q\n"sv);
+    shapes(true).add("q "sv, unitsX(rect.right()) - left, " 0 0 "sv, unitsY(rect.y) - bottom, ' ', left, ' ',
+                     bottom, " cm/I"sv, std::int64_t{number}, " Do Q\n"sv);
 }
 
 void PdfCanvas::path(const Drawing::Path& path, Point origin) {
     const bool stroked = path.stroke && path.strokeWidth > 0;
     if (!stroked && !path.fill) return;
-    shapes();
+    shapes(true);
     const int opacity = static_cast<int>(std::lround(std::clamp(path.fillOpacity, 0.0, 1.0) * 100));
     const bool transparent = transparent_ && path.fill && opacity < 100;
     const ShapeState outside = shapeState_;
@@ -280,13 +348,14 @@ void PdfCanvas::bar(Point from, Direction direction, double length, double thick
 }
 
 void PdfCanvas::link(const Rect& rect, std::u16string_view address) {
-    links_.push_back({rect, std::u16string(address)});
+    links_.push_back({rect, std::u16string(address), 0, {}, 0});
 }
 
 // Texts.
 
 void PdfCanvas::openTextClip() {
     textClipped_ = true;
+    closeMark(text_, textOpen_);
     textStateOutside_ = textState_;
     text_.append("ET "sv);
     openClip(text_);
@@ -353,6 +422,7 @@ void PdfCanvas::text(const TextRun& run) {
     constexpr double kSmallest = 0.01;
     if (run.shaped.runs.empty() || !(run.fontSize >= kSmallest)) return;
     if (clip_ && !textClipped_) openTextClip();
+    openMark(text_, textOpen_, true);
     double along = 0;  // 1/1000 em from the text's start
     bool wasItalic = false;
     for (const GlyphRun& part : run.shaped.runs) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,18 @@ namespace qbsvrl6 {
 struct PdfLink {
     Rect rect;
     std::u16string address;
+    // In a document with tags: the annotation's object, what it shows, and the element that holds it.
+    int annotation = 0;
+    std::u16string contents;
+    int element = 0;
+};
+
+// How the content of an item is marked. `element` is the object of the structure element that it belongs to.
+struct ItemMark {
+    std::string_view tag;
+    int element = 0;  // 0: it is an artifact
+    // Set by the canvas: the numbers of its marked content on the page; none if it draws nothing.
+    int firstContent = 0, endContent = 0;
 };
 
 // The texts of a layer are written after its shapes, so they are painted on top. They form one text object:
@@ -34,6 +47,16 @@ public:
     // The whole stream, valid until the next begin().
     std::string_view end();
 
+    // From now on, all drawing is marked: as an artifact, or with the marks of the band's items, until the
+    // next call. `artifact` opens an artifact: "/Artifact BMC\n".
+    void mark(std::span<ItemMark> items, std::string_view artifact);
+    // Drawing until the next call is content with a number that was reserved on an earlier page.
+    void markReserved(std::string_view tag, int content);
+    // The number of content that is drawn later.
+    int reserveContent(int element);
+    // The elements of the page's marked content, by its numbers.
+    const std::vector<int>& contentElements() const { return contentElements_; }
+
     // Drawing between the two calls has a role. `operators` open its marked content: "/Artifact BMC\n".
     void beginMarkedContent(std::string_view operators);
     void endMarkedContent(int levels = 1);
@@ -42,7 +65,7 @@ public:
     void endDecoration() { endMarkedContent(2); }
 
     // The page's annotations and resources.
-    const std::vector<PdfLink>& links() const { return links_; }
+    std::vector<PdfLink>& links() { return links_; }
     // Of the first box that is for a signature.
     const std::optional<Rect>& signature() const { return signature_; }
     const std::set<int>& usedPictures() const { return usedPictures_; }
@@ -60,6 +83,8 @@ public:
     void link(const Rect& rect, std::u16string_view address) override;
     void beginClip(const Rect& rect) override;
     void endClip() override;
+    void beginItem(std::size_t index) override;
+    void endItem() override;
     void nextLayer() override;
 
 private:
@@ -86,7 +111,12 @@ private:
     std::int64_t unitsX(double x) const { return toUnits(x); }
     std::int64_t unitsY(double y) const { return pageHeight_ - toUnits(y); }
 
-    ByteBuffer& shapes();
+    // The marked content that is open in a buffer.
+    enum class Open : std::uint8_t { Nothing, Artifact, Content };
+
+    ByteBuffer& shapes(bool isContent = false);
+    void openMark(ByteBuffer& out, Open& open, bool isContent);
+    static void closeMark(ByteBuffer& out, Open& open);
     void flushFill();
     void flushEdges();
     void openClip(ByteBuffer& out);
@@ -118,6 +148,14 @@ private:
     bool shapesClipped_ = false, textClipped_ = false;
     ShapeState shapeStateOutside_;
     TextState textStateOutside_;
+
+    bool marks_ = false;
+    std::span<ItemMark> itemMarks_;
+    ItemMark* itemMark_ = nullptr;  // of the current item; null: its drawing is an artifact
+    ItemMark reservedMark_;
+    std::string_view artifact_;
+    Open shapesOpen_ = Open::Nothing, textOpen_ = Open::Nothing;
+    std::vector<int> contentElements_;
 
     std::vector<PdfLink> links_;
     std::optional<Rect> signature_;

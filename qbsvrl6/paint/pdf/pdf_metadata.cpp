@@ -1,7 +1,7 @@
 #include "qbsvrl6/paint/pdf/pdf_metadata.h"
 
 #include <algorithm>
-#include <utility>
+#include <initializer_list>
 
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/support/utf.h"
@@ -23,7 +23,7 @@ std::u16string plainText(std::u16string_view text) {
 
 class Packet {
 public:
-    explicit Packet(PdfStandard standard) {
+    explicit Packet(const PdfClaims& claims) : claims_(claims) {
         // The identifier is that of all packets; the character in `begin` shows the encoding.
         out_ = "<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n";
         xml_.open("x:xmpmeta").attribute("xmlns:x", "adobe:ns:meta/").lineEnd();
@@ -32,9 +32,14 @@ public:
         xml_.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/");
         xml_.attribute("xmlns:pdf", "http://ns.adobe.com/pdf/1.3/");
         xml_.attribute("xmlns:xmp", "http://ns.adobe.com/xap/1.0/");
-        xml_.attribute("xmlns:pdfaid", "http://www.aiim.org/pdfa/ns/id/").lineEnd();
-        xml_.element("pdfaid:part", partOf(standard)).lineEnd();
-        xml_.element("pdfaid:conformance", std::string_view(&"BU"[levelOf(standard) == 'U'], 1)).lineEnd();
+        if (isArchive()) xml_.attribute("xmlns:pdfaid", "http://www.aiim.org/pdfa/ns/id/");
+        if (claims.accessible) xml_.attribute("xmlns:pdfuaid", kAccessibleSpace);
+        xml_.lineEnd();
+        if (isArchive()) {
+            xml_.element("pdfaid:part", partOf(claims.standard)).lineEnd();
+            xml_.element("pdfaid:conformance", std::string(1, levelOf(claims.standard))).lineEnd();
+        }
+        if (claims.accessible) xml_.element("pdfuaid:part", 1).lineEnd();
         xml_.element("dc:format", "application/pdf").lineEnd();
     }
 
@@ -52,39 +57,36 @@ public:
         xml_.open(name).open(kind).element("rdf:li", value).close().close().lineEnd();
     }
 
-    // The properties of Factur-X and ZUGFeRD, and the description that a packet has of properties that are
-    // not its standard's own.
+    // The properties of Factur-X and ZUGFeRD.
     void invoice(const Attachment& file) {
-        static constexpr std::string_view kSpace = "urn:factur-x:pdfa:CrossIndustryDocument:invoice:1p0#";
-        static constexpr std::pair<std::string_view, std::string_view> kProperties[] = {
-            {"DocumentFileName", "name of the embedded XML invoice file"},
-            {"DocumentType", "INVOICE"},
-            {"Version", "version of the XML data"},
-            {"ConformanceLevel", "conformance level of the XML data"}};
         xml_.close().lineEnd().open("rdf:Description").attribute("rdf:about", "");
-        xml_.attribute("xmlns:fx", kSpace).lineEnd();
+        xml_.attribute("xmlns:fx", kInvoiceSpace).lineEnd();
         property("fx:DocumentFileName", file.name);
         property("fx:DocumentType", u"INVOICE");
         property("fx:Version", u"1.0");
         property("fx:ConformanceLevel", file.invoiceProfile);
+    }
+
+    // A document for the archive describes the properties that are not its standard's own.
+    void extensions() {
+        if (!isArchive() || (claims_.invoice == nullptr && !claims_.accessible)) return;
         xml_.close().lineEnd().open("rdf:Description").attribute("rdf:about", "");
         xml_.attribute("xmlns:pdfaExtension", "http://www.aiim.org/pdfa/ns/extension/");
         xml_.attribute("xmlns:pdfaSchema", "http://www.aiim.org/pdfa/ns/schema#");
         xml_.attribute("xmlns:pdfaProperty", "http://www.aiim.org/pdfa/ns/property#").lineEnd();
         xml_.open("pdfaExtension:schemas").open("rdf:Bag");
-        xml_.open("rdf:li").attribute("rdf:parseType", "Resource").lineEnd();
-        xml_.element("pdfaSchema:schema", "Factur-X PDFA Extension Schema").lineEnd();
-        xml_.element("pdfaSchema:namespaceURI", kSpace).lineEnd();
-        xml_.element("pdfaSchema:prefix", "fx").lineEnd();
-        xml_.open("pdfaSchema:property").open("rdf:Seq").lineEnd();
-        for (const auto& [name, description] : kProperties) {
-            xml_.open("rdf:li").attribute("rdf:parseType", "Resource");
-            xml_.element("pdfaProperty:name", name).element("pdfaProperty:valueType", "Text");
-            xml_.element("pdfaProperty:category", "external")
-                .element("pdfaProperty:description", description);
-            xml_.close().lineEnd();
+        if (claims_.invoice != nullptr) {
+            extension("Factur-X PDFA Extension Schema", kInvoiceSpace, "fx",
+                      {{"DocumentFileName", "Text", "external", "name of the embedded XML invoice file"},
+                       {"DocumentType", "Text", "external", "INVOICE"},
+                       {"Version", "Text", "external", "version of the XML data"},
+                       {"ConformanceLevel", "Text", "external", "conformance level of the XML data"}});
         }
-        xml_.close().close().close().close().close().lineEnd();
+        if (claims_.accessible) {
+            extension("PDF/UA identification schema", kAccessibleSpace, "pdfuaid",
+                      {{"part", "Integer", "internal", "part of ISO 14289 to which the document conforms"}});
+        }
+        xml_.close().close().lineEnd();
     }
 
     std::string finish() {
@@ -93,6 +95,31 @@ public:
     }
 
 private:
+    static constexpr std::string_view kInvoiceSpace = "urn:factur-x:pdfa:CrossIndustryDocument:invoice:1p0#";
+    static constexpr std::string_view kAccessibleSpace = "http://www.aiim.org/pdfua/ns/id/";
+    struct Property {
+        std::string_view name, type, category, description;
+    };
+
+    bool isArchive() const { return claims_.standard != PdfStandard::None; }
+
+    void extension(std::string_view schema, std::string_view space, std::string_view prefix,
+                   std::initializer_list<Property> properties) {
+        xml_.open("rdf:li").attribute("rdf:parseType", "Resource").lineEnd();
+        xml_.element("pdfaSchema:schema", schema).lineEnd();
+        xml_.element("pdfaSchema:namespaceURI", space).lineEnd();
+        xml_.element("pdfaSchema:prefix", prefix).lineEnd();
+        xml_.open("pdfaSchema:property").open("rdf:Seq").lineEnd();
+        for (const Property& property : properties) {
+            xml_.open("rdf:li").attribute("rdf:parseType", "Resource");
+            xml_.element("pdfaProperty:name", property.name).element("pdfaProperty:valueType", property.type);
+            xml_.element("pdfaProperty:category", property.category);
+            xml_.element("pdfaProperty:description", property.description).close().lineEnd();
+        }
+        xml_.close().close().close().lineEnd();
+    }
+
+    PdfClaims claims_;
     std::string out_;
     XmlWriter xml_{out_};
 };
@@ -126,8 +153,8 @@ std::string infoDictionary(const DocumentInfo& info) {
     return std::string(out.view());
 }
 
-std::string xmpPacket(const DocumentInfo& info, PdfStandard standard, const Attachment* invoice) {
-    Packet packet(standard);
+std::string xmpPacket(const DocumentInfo& info, const PdfClaims& claims) {
+    Packet packet(claims);
     packet.alternatives("dc:title", info.title);
     packet.list("dc:creator", "rdf:Seq", info.author);
     packet.alternatives("dc:description", info.subject);
@@ -135,7 +162,8 @@ std::string xmpPacket(const DocumentInfo& info, PdfStandard standard, const Atta
     packet.property("pdf:Keywords", info.keywords);
     packet.property("pdf:Producer", kPdfProducer);
     packet.property("xmp:CreateDate", info.created);
-    if (invoice != nullptr) packet.invoice(*invoice);
+    if (claims.invoice != nullptr) packet.invoice(*claims.invoice);
+    packet.extensions();
     return packet.finish();
 }
 

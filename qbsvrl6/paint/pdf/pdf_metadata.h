@@ -18,9 +18,15 @@ DocumentInfo plainInfo(const DocumentInfo& info);
 // The dictionary, without the entries of empty texts.
 std::string infoDictionary(const DocumentInfo& info);
 
-// The packet in UTF-8, with what the dictionary has, the standard, and the electronic invoice among the
-// attached files; null: there is none.
-std::string xmpPacket(const DocumentInfo& info, PdfStandard standard, const Attachment* invoice);
+// What a document complies with.
+struct PdfClaims {
+    PdfStandard standard = kDefaultStandard;
+    bool accessible = false;              // PDF/UA-1
+    const Attachment* invoice = nullptr;  // the electronic invoice among the attached files; null: none
+};
+
+// The packet in UTF-8, with what the dictionary has, and the claims.
+std::string xmpPacket(const DocumentInfo& info, const PdfClaims& claims);
 
 // A date as PDF writes it, from one as `created` has it: "D:20260301093000+08'00'".
 std::string pdfDate(std::u16string_view date);

@@ -2,8 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <utility>
 
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
+#include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -24,7 +29,50 @@ void addReference(ByteBuffer& out, std::string_view key, int number) {
     if (number != 0) out.add(key, ' ', std::int64_t{number}, " 0 R"sv);
 }
 
+// A page, and what is at the top of its window.
+void addPlace(ByteBuffer& out, const PdfBookmark& bookmark) {
+    out.add('[', std::int64_t{bookmark.page}, " 0 R/XYZ null "sv);
+    appendNumber(out, bookmark.top, 2);
+    out.append(" null]"sv);
+}
+
 }  // namespace
+
+std::string PdfDestinations::nameOf(std::u16string_view link) {
+    const std::string encoded = toUtf8(link.substr(1));
+    std::string name;
+    for (std::size_t i = 0; i < encoded.size(); ++i) {
+        const bool isCode = encoded[i] == '%' && i + 2 < encoded.size() && hexValue(encoded[i + 1]) >= 0 &&
+                            hexValue(encoded[i + 2]) >= 0;
+        name +=
+            isCode ? static_cast<char>(hexValue(encoded[i + 1]) * 16 + hexValue(encoded[i + 2])) : encoded[i];
+        if (isCode) i += 2;
+    }
+    return *names_.insert(name).first;
+}
+
+std::string PdfDestinations::write(const std::vector<PdfBookmark>& bookmarks) const {
+    if (names_.empty()) return {};
+    std::map<std::string, const PdfBookmark*> known;
+    for (const PdfBookmark& bookmark : bookmarks) {
+        std::string name = toUtf8(bookmark.title);
+        if (names_.contains(name)) known.emplace(std::move(name), &bookmark);
+    }
+    ByteBuffer out;
+    out.append("/Dests<</Names["sv);
+    for (const std::string& name : names_) {
+        const auto place = known.find(name);
+        if (place == known.end()) {
+            constexpr std::size_t kShown = 80;
+            logWarning("the link \"#" + name.substr(0, kShown) + "\" leads nowhere: no group has this value");
+            continue;
+        }
+        appendByteString(out, name);
+        addPlace(out, *place->second);
+    }
+    out.append("]>>"sv);
+    return std::string(out.view());
+}
 
 int writeOutline(PdfFile& file, const std::vector<PdfBookmark>& bookmarks) {
     if (bookmarks.empty()) return 0;
@@ -61,9 +109,8 @@ int writeOutline(PdfFile& file, const std::vector<PdfBookmark>& bookmarks) {
             const PdfBookmark& bookmark = bookmarks[i - 1];
             out.append("/Title"sv);
             appendTextString(out, bookmark.title);
-            out.add("/Dest["sv, std::int64_t{bookmark.page}, " 0 R/XYZ null "sv);
-            appendNumber(out, bookmark.top, 2);
-            out.append(" null]"sv);
+            out.append("/Dest"sv);
+            addPlace(out, bookmark);
         }
         addReference(out, "/Parent"sv, node.parent);
         addReference(out, "/Prev"sv, node.previous);

@@ -14,8 +14,10 @@
 #include "qbsvrl6/paint/pdf/pdf_metadata.h"
 #include "qbsvrl6/paint/pdf/pdf_outline.h"
 #include "qbsvrl6/paint/pdf/pdf_pictures.h"
+#include "qbsvrl6/paint/pdf/pdf_structure.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/paint/pdf/srgb_profile.h"
+#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -79,6 +81,10 @@ public:
         if (options.protection.isSet()) {
             file_.encrypt(std::make_shared<const PdfEncryption>(options.protection));
         }
+        if (options.structure != nullptr) {
+            tags_.emplace(file_, *options.structure);
+            tags_->setLanguage(toUtf8(options_.info.language));
+        }
         if (!options.signature) return;
         signer_.emplace(*options.signature);
         signature_ = file_.reserve();
@@ -91,6 +97,7 @@ public:
         page_.number = file_.reserve();
         labels_.add(page.shownNumber);
         canvas_.begin(page.paper.height);
+        if (tags_) tags_->beginPage(page_.number, page.paper.height);
         if (options_.background == nullptr && options_.watermark.text.empty()) return;
         canvas_.beginDecoration();
         if (options_.background != nullptr) {
@@ -106,7 +113,12 @@ public:
             bookmarks_.push_back({band.bookmark, band.groupLevel, page_.number, top});
         }
         guessLanguage(band);
+        if (tags_) tags_->beginBand(canvas_, band, x, y);
         paintBand(canvas_, std::move(band), x, y, page_.pending);
+        if (!tags_) return;
+        tags_->endBand(canvas_);
+        const std::vector<PdfStructure::LateContent>& late = tags_->lateContents();
+        page_.lateContents.insert(page_.lateContents.end(), late.begin(), late.end());
     }
 
     void endPage() override {
@@ -121,9 +133,11 @@ public:
                 latePlaces_.push_back({item.x, item.y});
                 lateItems_.add(std::move(item.item));
             }
+            lateContents_.insert(lateContents_.end(), page_.lateContents.begin(), page_.lateContents.end());
             latePages_.push_back({late, page_.paper.height, lateItems_.size()});
         }
         writePage(contents);
+        if (options_.info.language.empty() && leaves_.size() == 1) settleLanguage();
     }
 
     void finish(PendingTexts& pending) override {
@@ -136,6 +150,7 @@ public:
         writeResources();
         const int outline = writeOutline(file_, bookmarks_);
         if (options_.info.language.empty()) options_.info.language = toUtf16(language_.name());
+        if (options_.accessible) nameDocument();
         writeCatalog(outline);
         const int info = file_.reserve();
         file_.writeObject(info, infoDictionary(options_.info));
@@ -150,6 +165,7 @@ private:
         int number = 0;
         Size paper;
         std::vector<PendingItem> pending;
+        std::vector<PdfStructure::LateContent> lateContents;  // of the pending items, with tags
     };
     struct LatePage {
         int content = 0;
@@ -175,6 +191,23 @@ private:
         }
     }
 
+    // Texts in another language than the document name theirs, so it is settled after the first page.
+    void settleLanguage() {
+        if (!tags_) return;
+        options_.info.language = toUtf16(language_.name());
+        tags_->setLanguage(language_.name());
+    }
+
+    // Accessible documents have a title.
+    void nameDocument() {
+        DocumentInfo& info = options_.info;
+        if (info.title.empty()) info.title = tags_->title();
+        info = plainInfo(info);
+        if (!info.title.empty()) return;
+        throw EngineError(ErrorCode::NotSupported,
+                          "PDF/UA needs a title, and neither <Info> nor a heading has one");
+    }
+
     void writeLatePages(PendingTexts& pending) {
         std::size_t next = 0;
         for (const LatePage& page : latePages_) {
@@ -182,7 +215,9 @@ private:
             for (; next < page.end; ++next) {
                 PendingItem item{lateItems_.item(next), latePlaces_[next].x, latePlaces_[next].y};
                 pending.settle(item.item);
+                if (tags_) canvas_.markReserved(lateContents_[next].tag, lateContents_[next].content);
                 paintText(canvas_, item);
+                canvas_.endItem();
             }
             file_.writeStream(page.content, "", canvas_.end());
         }
@@ -209,6 +244,7 @@ private:
             }
             out.append(">>>>"sv);
         }
+        if (tags_) out.append(std::string_view(tags_->endPage(canvas_)));
         addAnnotations(out);
         out.append(">>"sv);
         file_.writeObject(page_.number, out.view());
@@ -236,6 +272,10 @@ private:
         out.add("<</Type/Annot/Subtype/Widget/FT/Sig/T(Signature)/F "sv, kPrintedAndLocked);
         addRect(out, rect);
         if (page != 0) out.add("/P "sv, std::int64_t{page}, " 0 R"sv);
+        if (page != 0 && tags_) {
+            const int element = tags_->addField(signatureField_);
+            out.add("/TU(Signature)/StructParent "sv, std::int64_t{tags_->keyOf(element)});
+        }
         out.add("/V "sv, std::int64_t{signature_}, " 0 R/AP<</N "sv, std::int64_t{appearance}, " 0 R>>>>"sv);
         file_.writeObject(signatureField_, out.view());
     }
@@ -265,10 +305,16 @@ private:
             out.clear();
             out.append("<</Type/Annot/Subtype/Link/F 4/Border[0 0 0]"sv);
             addRect(out, link.rect);
-            out.append("/A<</S/URI/URI"sv);
-            appendByteString(out, toUtf8(link.address));
-            out.append(">>>>"sv);
-            const int number = file_.reserve();
+            const bool isInner = link.address.starts_with(u'#');
+            out.append(isInner ? "/A<</S/GoTo/D"sv : "/A<</S/URI/URI"sv);
+            appendByteString(out, isInner ? destinations_.nameOf(link.address) : toUtf8(link.address));
+            out.append(">>"sv);
+            if (tags_) {
+                out.add("/StructParent "sv, std::int64_t{tags_->keyOf(link.element)}, "/Contents"sv);
+                appendTextString(out, link.contents);
+            }
+            out.append(">>"sv);
+            const int number = tags_ ? link.annotation : file_.reserve();
             file_.writeObject(number, out.view());
             page.add(std::int64_t{number}, " 0 R "sv);
         }
@@ -341,6 +387,7 @@ private:
         std::string body =
             "<</Type/Catalog/Pages " + reference(root_) + "/Lang" + std::string(language.view());
         if (outline != 0) body += "/Outlines " + reference(outline) + "/PageMode/UseOutlines";
+        if (tags_) body += tags_->finish();
         body += viewerPreferences(options_.settings, !options_.info.title.empty());
         body += labels_.entry();
         if (options_.protection.isSet()) {  // its encryption came after 1.7
@@ -350,8 +397,14 @@ private:
             if (!hasSignatureField_) writeSignatureField({}, 0);
             body += "/AcroForm<</SigFlags 3/Fields[" + reference(signatureField_) + "]>>";
         }
-        if (options_.attachments != nullptr) body += writeAttachments(file_, *options_.attachments);
-        if (options_.standard != PdfStandard::None) body += standardEntries();
+        std::string names = destinations_.write(bookmarks_);
+        if (options_.attachments != nullptr) {
+            const PdfAttachmentEntries files = writeAttachments(file_, *options_.attachments);
+            body += files.catalog;
+            names += files.names;
+        }
+        if (!names.empty()) body += "/Names<<" + names + ">>";
+        if (options_.standard != PdfStandard::None || options_.accessible) body += standardEntries();
         file_.writeObject(catalog_, body + ">>");
     }
 
@@ -368,7 +421,9 @@ private:
     std::string standardEntries() {
         const int metadata = file_.reserve();
         file_.writeStream(metadata, "/Type/Metadata/Subtype/XML",
-                          xmpPacket(options_.info, options_.standard, invoice()), true);
+                          xmpPacket(options_.info, {options_.standard, options_.accessible, invoice()}),
+                          true);
+        if (options_.standard == PdfStandard::None) return "/Metadata " + reference(metadata);
         const int profile = file_.reserve();
         file_.writeStream(profile, "/N 3", srgbProfile());
         const std::string name = "(sRGB IEC61966-2.1)";
@@ -383,6 +438,7 @@ private:
     PdfFonts fonts_;
     PdfPictures pictures_;
     PdfCanvas canvas_;
+    std::optional<PdfStructure> tags_;  // none: the document has no tags
     LanguageGuess language_;
     PageLabels labels_;
     std::optional<PdfSigner> signer_;
@@ -393,9 +449,11 @@ private:
     OpenPage page_;
     std::vector<LatePage> latePages_;
     PendingItems lateItems_;
-    std::vector<Point> latePlaces_;  // of the bands of the items
+    std::vector<Point> latePlaces_;                        // of the bands of the items
+    std::vector<PdfStructure::LateContent> lateContents_;  // of the items, with tags
     std::vector<TreeNode> leaves_;
     std::vector<PdfBookmark> bookmarks_;
+    PdfDestinations destinations_;
 };
 
 }  // namespace

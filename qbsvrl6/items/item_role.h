@@ -1,0 +1,20 @@
+// What an item is in the structure of the document.
+#ifndef QBSVR_QBSVRL6_ITEMS_ITEM_ROLE_H
+#define QBSVR_QBSVRL6_ITEMS_ITEM_ROLE_H
+
+#include <cstdint>
+
+namespace qbsvrl6 {
+
+// Set only if the sink asks for the structure (DocumentStructure).
+struct ItemRole {
+    std::uint32_t band = 0;   // the number of its band's entry; 0: it is decoration
+    std::uint32_t index = 0;  // of its control in the section, or of its column in the row
+    // The columns of the detail grid that a cell, or a control in a section of a group, covers; -1: none.
+    int column = -1;
+    int lastColumn = -1;
+};
+
+}  // namespace qbsvrl6
+
+#endif
