@@ -3,6 +3,7 @@
 #define QBSVR_QBREPORT_COMMANDS_H
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -48,8 +49,24 @@ struct RenderOptions {
 };
 ExitStatus render(const RenderOptions& options, Messages& messages);
 
-// The options of an export by their names, as the engine sets them. Raises WrongUse.
-std::vector<std::pair<std::string, std::string>> exportOptions(const FormatOptions& options);
+// The options of an export by their names, as the engine sets them. Passwords among them are cleared at the end.
+class ExportOptions {
+public:
+    ExportOptions() = default;
+    // Raises WrongUse.
+    explicit ExportOptions(const FormatOptions& options);
+    ~ExportOptions();
+    ExportOptions(const ExportOptions&) = default;
+    ExportOptions& operator=(const ExportOptions&) = default;
+    ExportOptions(ExportOptions&&) = default;
+    ExportOptions& operator=(ExportOptions&&) = default;
+
+    const std::vector<std::pair<std::string, std::string>>& values() const { return values_; }
+    static bool isPassword(std::string_view name) { return name.ends_with("password"); }
+
+private:
+    std::vector<std::pair<std::string, std::string>> values_;
+};
 
 struct BurstOptions {
     std::string file;  // of the template

@@ -89,17 +89,6 @@ void readPassword(std::string& value) {
     explicit_bzero(bytes.data(), bytes.size());
 }
 
-// Options of an export. Passwords among them are cleared.
-struct ExportValues {
-    std::vector<NamedValue> list;
-
-    explicit ExportValues(std::vector<NamedValue> values) : list(std::move(values)) {}
-    ~ExportValues() {
-        for (auto& [name, value] : list) explicit_bzero(value.data(), value.size());
-    }
-    ExportValues(const ExportValues&) = delete;
-    ExportValues& operator=(const ExportValues&) = delete;
-};
 
 // Standard output, and the errno with which writing to it failed; 0: it has not.
 struct StandardOutput {
@@ -134,37 +123,42 @@ void announce(Report& report, const Output& output, Messages& messages) {
 
 }  // namespace
 
-std::vector<NamedValue> exportOptions(const FormatOptions& options) {
-    std::vector<NamedValue> values;
+ExportOptions::ExportOptions(const FormatOptions& options) {
+    constexpr std::size_t kMostOthers = 3;
+    values_.reserve(kMostOthers +
+                    options.options.size());  // a vector that grows leaves copies of short texts
     for (const auto& [name, value] :
          {NamedValue{"pages", options.pages}, NamedValue{"layout", options.layout},
           NamedValue{"resolution", options.resolution}}) {
-        if (!value.empty()) values.emplace_back(name, value);
+        if (!value.empty()) values_.emplace_back(name, value);
     }
     for (const std::string& option : options.options) {
         const std::size_t equals = option.find('=');
         if (equals == std::string::npos || equals == 0) {
             throw WrongUse("\"" + option + "\" is no option; write it as name=value");
         }
-        values.emplace_back(option.substr(0, equals), option.substr(equals + 1));
-        if (values.back().first.ends_with("password")) readPassword(values.back().second);
+        values_.emplace_back(option.substr(0, equals), option.substr(equals + 1));
+        if (isPassword(values_.back().first)) readPassword(values_.back().second);
     }
-    return values;
+}
+
+ExportOptions::~ExportOptions() {
+    for (auto& [name, value] : values_) explicit_bzero(value.data(), value.size());
 }
 
 ExitStatus render(const RenderOptions& options, Messages& messages) {
     const std::vector<Output> outputs = outputsOf(options);
-    const ExportValues values(exportOptions(options.format));
+    const ExportOptions values(options.format);
     Report report(messages);
     for (const Output& output : outputs) {
-        report.prepare(output.format, values.list);
+        report.prepare(output.format, values.values());
         requireWritable(output, options);
     }
     report.loadTemplate(options.file);
     report.loadData(options.data);
     report.requireData(options.data);
     for (const Output& output : outputs) {
-        report.prepare(output.format, values.list);
+        report.prepare(output.format, values.values());
         if (output.isStandardOutput()) {
             exportToStandardOutput(report);
         } else {

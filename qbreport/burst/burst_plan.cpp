@@ -57,6 +57,16 @@ std::string filesOf(const std::vector<Item>& items, bool areFonts) {
     return list + "]";
 }
 
+// Of a password, the manifest has the name only.
+std::vector<std::string> shownOptions(const FormatOptions& format) {
+    std::vector<std::string> shown = format.options;
+    for (std::string& option : shown) {
+        const std::string name = option.substr(0, option.find('='));
+        if (ExportOptions::isPassword(name)) option = name;
+    }
+    return shown;
+}
+
 std::string optionsOf(const BurstOptions& options) {
     std::string json = "{";
     addText(json, "by", options.key);
@@ -66,7 +76,7 @@ std::string optionsOf(const BurstOptions& options) {
     addText(json, "pages", options.format.pages);
     addText(json, "layout", options.format.layout);
     addText(json, "resolution", options.format.resolution);
-    addList(json, "option", options.format.options);
+    addList(json, "option", shownOptions(options.format));
     addList(json, "parameter", options.data.parameters);
     return json + "}";
 }
@@ -108,7 +118,7 @@ void checkExport(const RenderPlan& plan) {
     const Report report(silent);
     bool isKnown = QBXReportPrepareExport(report.handle(), plan.format.c_str()) != 0;
     bool isWhole = plan.format != "png";
-    for (const auto& [name, value] : plan.exportOptions) {
+    for (const auto& [name, value] : plan.exportOptions.values()) {
         isKnown = isKnown && QBXReportSetExportOption(report.handle(), name.c_str(), value.c_str()) != 0;
         isWhole = isWhole || (name == "all-in-one" && value == "yes");
     }
@@ -193,7 +203,7 @@ BurstPlan planOf(const BurstOptions& options, Messages& messages) {
     RenderPlan render;
     render.templateFile = options.file;
     render.format = names.format();
-    render.exportOptions = exportOptions(options.format);
+    render.exportOptions = ExportOptions(options.format);
     checkExport(render);
     if (options.file == kStandardStream)
         throw WrongUse("the template of a burst is a file, not standard input");

@@ -69,7 +69,7 @@ const std::string& Renderer::dataOf(const Document& document) {
 
 bool Renderer::run(Rendered& rendered) {
     bool isPrepared = QBXReportPrepareExport(report_, plan_.format.c_str()) != 0;
-    for (const auto& [name, value] : plan_.exportOptions) {
+    for (const auto& [name, value] : plan_.exportOptions.values()) {
         isPrepared = isPrepared && QBXReportSetExportOption(report_, name.c_str(), value.c_str()) != 0;
     }
     const void* bytes = nullptr;

@@ -10,6 +10,7 @@
 
 #include "engine/qbsvr_more.h"
 #include "qbreport/burst/documents.h"
+#include "qbreport/commands.h"
 
 namespace qbreport {
 
@@ -18,7 +19,7 @@ struct RenderPlan {
     std::string templateFile;
     std::string templateBytes;
     std::string format;
-    std::vector<std::pair<std::string, std::string>> exportOptions;
+    ExportOptions exportOptions;
     std::vector<std::pair<std::string, std::string>> parameters;
     std::string dataName;  // in messages
     std::string dataKind;

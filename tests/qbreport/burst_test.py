@@ -249,6 +249,16 @@ class Burst(unittest.TestCase):
         with tarfile.open("out/b.tar") as tar:
             self.assertEqual(tar.getnames()[1], long.replace("{Account}", self.accounts[1]))
 
+    def test_passwords(self):
+        """They protect every document, and nothing but the documents has them."""
+        pathlib.Path("user.txt").write_text("hidden-user\n", "utf-8")
+        self.burst("--option", "user-password=@user.txt", "--option", "owner-password=hidden-owner", output="out/{Account}.pdf")
+        files = self.tree()
+        self.assertEqual(json.loads(files["manifest.jsonl"].splitlines()[0])["options"]["option"], ["user-password", "owner-password"])
+        self.assertFalse([name for name, data in files.items() if b"hidden" in data])
+        for password, status in (("hidden-user", 0), ("hidden-owner", 0), ("@user.txt", 2)):
+            self.run_it(["qpdf", f"--password={password}", "--check", f"out/{self.accounts[1]}.pdf"], status)
+
     def test_names(self):
         """Values that lead elsewhere or are no names; names that meet."""
         values = ("../up", "..", ".", "/etc/x", "a\\b", "nul", "tab\there", "-rf", "end.", "n" * 300, "n" * 299 + "m", "%41", "A", "\u6c49" * 100)
