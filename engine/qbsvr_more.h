@@ -187,13 +187,19 @@ QBSVR_API int QBXReportPrepareExport(tagQBReport* report, const char* format);
 // | ua               | "yes", "no": a PDF complies with PDF/UA-1 | as the template says                  |
 // | created          | the date of a PDF: "2026-03-01", or       | as the template says, else none       |
 // |                  | "2026-03-01T09:30:00+08:00"               |                                       |
+// | xmp              | a file of XMP, whose properties a PDF has | none                                  |
+// |                  | besides its own                           |                                       |
 // | user-password    | a password that opens a PDF               | none: everybody can open it           |
 // | owner-password   | a password that lifts its restrictions    | none: nobody can lift them            |
 // | permissions      | "none", or "print", "print-coarsely",     | all                                   |
 // |                  | "copy", "change", "annotate",             |                                       |
 // |                  | "fill-forms", "assemble", with commas     |                                       |
-// | sign-key         | a PKCS#12 file: its key signs a PDF       | none: the PDF is not signed           |
-// | sign-password    | its password                              | none                                  |
+// | sign-key         | a PKCS#12 file, or the address of a key   | none: the PDF is not signed           |
+// |                  | on a token ("pkcs11:token=…;object=…"):   |                                       |
+// |                  | the key signs a PDF                       |                                       |
+// | sign-password    | the file's password, or the token's PIN   | none                                  |
+// | sign-certificates| a PEM file with the certificates that the | none                                  |
+// |                  | key lacks                                 |                                       |
 // | sign-reason      | a text of the signature                   | none                                  |
 // | sign-location    | a text of the signature                   | none                                  |
 // | sign-time-server | the web address of a time-stamp server    | none                                  |

@@ -89,7 +89,6 @@ void readPassword(std::string& value) {
     explicit_bzero(bytes.data(), bytes.size());
 }
 
-
 // Standard output, and the errno with which writing to it failed; 0: it has not.
 struct StandardOutput {
     int error = 0;

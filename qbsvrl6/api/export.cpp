@@ -211,8 +211,8 @@ Spool makeDocument(Runtime& runtime, const ExportOptions& options, std::vector<s
                   backgroundOf(definition),
                   furtherFiles,
                   processSettings().defuseFormulas,
-                  std::make_shared<std::vector<PdfAttachment>>(),
-                  structureFor(definition, options)};
+                  std::make_shared<std::vector<PdfAttachment>>()};
+    job.structure = structureFor(definition, options);
     job.layout.structure = job.structure.get();
     Drawings drawings(definition);
     job.layout.drawings = &drawings;

@@ -84,8 +84,13 @@ std::optional<PdfSignatureOptions> signatureOf(const ExportJob& job) {
     }
     constexpr std::size_t kMostBytes = 1u << 20;
     PdfSignatureOptions options;
-    options.key = readFile(signing.keyFile, kMostBytes);
-    options.password = signing.password;
+    if (signing.isOnToken()) {
+        options.key.token = signing.key;
+    } else {
+        options.key.container = readFile(signing.key, kMostBytes);
+    }
+    options.key.password = signing.password;
+    if (!signing.certificates.empty()) options.key.certificates = readFile(signing.certificates, kMostBytes);
     options.reason = signing.reason;
     options.location = signing.location;
     options.date = pdfDate(job.options.created.empty() ? now() : job.options.created);
@@ -114,6 +119,10 @@ Sink makePdf(const ExportJob& job, Spool& output) {
     options.attachments = job.attachments;
     options.accessible = isAccessible(job.report, job.options);
     options.structure = job.structure;
+    constexpr std::size_t kMostMetadata = 1u << 20;
+    if (!job.options.pdfMetadata.empty()) {
+        options.metadata = readMetadata(readFile(job.options.pdfMetadata, kMostMetadata));
+    }
     if (!job.options.created.empty()) options.info.created = job.options.created;
     return makePdfWriter(options, output);
 }

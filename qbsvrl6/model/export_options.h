@@ -43,6 +43,7 @@ struct ExportOptions {
     bool embedWholeFonts = false;            // PDF; else subsets
     std::optional<PdfStandard> pdfStandard;  // none: as the template says
     std::optional<bool> pdfAccessible;       // none: as the template says
+    std::string pdfMetadata;                 // a file of XMP that a PDF has as well; empty: none
     PdfProtection pdfProtection;
     PdfSigning pdfSigning;
     std::u16string created;  // DocumentInfo::created; empty: as the template says

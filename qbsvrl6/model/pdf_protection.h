@@ -30,12 +30,16 @@ struct PdfProtection {
 
 // A signature by the holder of a key, which a reader can verify.
 struct PdfSigning {
-    std::string keyFile;     // PKCS#12: the key, its certificate and those that lead to it; empty: not signed
-    Secret password;         // of the file
-    std::string timeServer;  // the web address of a time-stamp server; empty: none
+    // A file of PKCS#12 with the key, its certificate and those that lead to it, or the address of a key on a
+    // token ("pkcs11:…"); empty: not signed.
+    std::string key;
+    Secret password;           // of the file, or the token's PIN
+    std::string certificates;  // a file of further ones; empty: none
+    std::string timeServer;    // the web address of a time-stamp server; empty: none
     std::u16string reason, location;
 
-    bool isSet() const { return !keyFile.empty(); }
+    bool isSet() const { return !key.empty(); }
+    bool isOnToken() const { return key.starts_with("pkcs11:"); }
 };
 
 }  // namespace qbsvrl6

@@ -327,7 +327,7 @@ def annotations(document):
 @rule("6.5.1")
 def actions(document):
     for item in document.dictionaries:
-        action = item.get("/A", None)
+        action = None if "/S" in item else item.get("/A")  # else they are attributes of a structure element
         if action is not None and action.S not in (Name.URI, Name.GoTo):
             yield f"the action {action.S}"
         if "/AA" in item or "/JS" in item:

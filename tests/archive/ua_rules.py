@@ -61,7 +61,7 @@ class Tagged(pdfa_rules.Document):
     def __init__(self, data, standard):
         super().__init__(data, standard)
         root = self.pdf.Root.get("/StructTreeRoot")
-        kids = [] if root is None else root.get("/K", [])
+        kids = pikepdf.Array() if root is None else root.get("/K", pikepdf.Array())
         self.roots = [Element(kid, None) for kid in (kids if isinstance(kids, pikepdf.Array) else [kids])]
         self.elements = [element for top in self.roots for element in top.all()]
         self.marked, self.problems, self.artifacts = {}, [], []
@@ -99,7 +99,9 @@ class Tagged(pdfa_rules.Document):
                 else:
                     open_content.append(("other", None, text))
             elif word == "EMC":
-                if open_content.pop()[2] != text:
+                if not open_content:
+                    self.problems.append("content that has no begin")
+                elif open_content.pop()[2] != text:
                     self.problems.append("content across text objects")
             elif word == "BT":
                 texts += 1

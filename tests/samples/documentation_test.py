@@ -76,7 +76,8 @@ def main():
         directory = pathlib.Path(scratch)
         for name in ("customers.txt", "orders.txt", "rows.txt"):
             (directory / name).write_text(json.dumps({"Rows": ROWS, "Orders": ROWS, "Customers": ROWS, "Lines": ROWS}), "utf-8")
-        (directory / "paper.png").write_bytes(base64.b64decode(RED_DOT))
+        for name in ("paper.png", "shop.png"):
+            (directory / name).write_bytes(base64.b64decode(RED_DOT))
         count = 0
         for name, data in re.findall(r"^```json (\S+)\n(.*?)^```", (docs / "data.md").read_text("utf-8"), re.M | re.S):
             (directory / name).write_text(data, "utf-8")

@@ -42,8 +42,8 @@ Data: TypeAlias = Any  # see Report.load
 OnProgress: TypeAlias = Callable[[Progress], object]
 
 
-_PDF_OPTIONS = ("standard", "ua", "created", "user_password", "owner_password", "permissions", "sign_key",
-                "sign_password", "sign_reason", "sign_location", "sign_time_server")
+_PDF_OPTIONS = ("standard", "ua", "created", "xmp", "user_password", "owner_password", "permissions", "sign_key",
+                "sign_password", "sign_certificates", "sign_reason", "sign_location", "sign_time_server")
 
 
 def _pdf_options(options: Mapping[str, object]) -> dict[str, object]:
@@ -241,8 +241,9 @@ class Report:
         - `resolution`: of images, in dots per inch, 36 to 1200. Default: as the template says.
         - `all_in_one`: all pages in one image. Default: False.
         - `whole_fonts`: in PDF, instead of subsets. Default: False.
-        - `pdf`: of a PDF, a dictionary of `standard`, `ua`, `created`, `user_password`, `owner_password`,
-          `permissions`, `sign_key`, `sign_password`, `sign_reason`, `sign_location` and `sign_time_server`.
+        - `pdf`: of a PDF, a dictionary of `standard`, `ua`, `created`, `xmp`, `user_password`, `owner_password`,
+          `permissions`, `sign_key`, `sign_password`, `sign_certificates`, `sign_reason`,
+          `sign_location` and `sign_time_server`.
         - `defuse`: in CSV, an apostrophe before texts that a spreadsheet would calculate. Default: as the template
           and the settings say.
 

@@ -11,6 +11,7 @@
 #include "qbsvrl6/items/structure.h"
 #include "qbsvrl6/model/pdf_protection.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/paint/pdf/further_metadata.h"
 #include "qbsvrl6/paint/pdf/pdf_signature.h"
 #include "qbsvrl6/support/spool.h"
 
@@ -31,7 +32,8 @@ struct PdfOptions {
     PdfSettings settings;
     PdfProtection protection;
     std::optional<PdfSignatureOptions> signature;
-    bool accessible = false;  // complies with PDF/UA-1 as well; needs the structure
+    std::vector<MetadataProperty> metadata;  // of the program's own
+    bool accessible = false;                 // complies with PDF/UA-1 as well; needs the structure
     // Of a tagged document, filled by its layout; may be null.
     std::shared_ptr<const DocumentStructure> structure;
     // Filled before finish(); may be null. Only PDF/A-3 allows any file.

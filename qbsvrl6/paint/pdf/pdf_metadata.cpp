@@ -1,7 +1,8 @@
 #include "qbsvrl6/paint/pdf/pdf_metadata.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <map>
+#include <set>
 
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/support/utf.h"
@@ -67,9 +68,40 @@ public:
         property("fx:ConformanceLevel", file.invoiceProfile);
     }
 
+    // The document's own prefixes are known already.
+    void further(const std::vector<MetadataProperty>& properties) {
+        xml_.close().lineEnd().open("rdf:Description").attribute("rdf:about", "");
+        std::set<std::string_view> declared = {"dc", "xmp"};
+        xml_.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/");
+        xml_.attribute("xmlns:xmp", "http://ns.adobe.com/xap/1.0/");
+        for (const MetadataProperty& property : properties) {
+            if (declared.insert(property.prefix).second)
+                xml_.attribute("xmlns:" + property.prefix, std::string_view(property.space));
+        }
+        xml_.lineEnd();
+        for (const MetadataProperty& property : properties) {
+            using Kind = MetadataProperty::Kind;
+            if (property.kind == Kind::Text) {
+                this->property(property.name, toUtf16(property.values.front().text));
+                continue;
+            }
+            xml_.open(property.name);
+            xml_.open(property.kind == Kind::Bag   ? "rdf:Bag"
+                      : property.kind == Kind::Seq ? "rdf:Seq"
+                                                   : "rdf:Alt");
+            for (const MetadataProperty::Value& value : property.values) {
+                xml_.open("rdf:li");
+                if (!value.language.empty()) xml_.attribute("xml:lang", std::string_view(value.language));
+                xml_.text(std::string_view(value.text)).close();
+            }
+            xml_.close().close().lineEnd();
+        }
+    }
+
     // A document for the archive describes the properties that are not its standard's own.
     void extensions() {
-        if (!isArchive() || (claims_.invoice == nullptr && !claims_.accessible)) return;
+        const std::map<std::string_view, std::vector<const MetadataProperty*>> own = ownProperties();
+        if (!isArchive() || (claims_.invoice == nullptr && !claims_.accessible && own.empty())) return;
         xml_.close().lineEnd().open("rdf:Description").attribute("rdf:about", "");
         xml_.attribute("xmlns:pdfaExtension", "http://www.aiim.org/pdfa/ns/extension/");
         xml_.attribute("xmlns:pdfaSchema", "http://www.aiim.org/pdfa/ns/schema#");
@@ -85,6 +117,15 @@ public:
         if (claims_.accessible) {
             extension("PDF/UA identification schema", kAccessibleSpace, "pdfuaid",
                       {{"part", "Integer", "internal", "part of ISO 14289 to which the document conforms"}});
+        }
+        for (const auto& [space, properties] : own) {
+            std::vector<Property> described;
+            for (const MetadataProperty* property : properties) {
+                const std::string_view name =
+                    std::string_view(property->name).substr(property->prefix.size() + 1);
+                described.push_back({name, valueType(property->kind), "external", name});
+            }
+            extension(space, space, properties.front()->prefix, described);
         }
         xml_.close().close().lineEnd();
     }
@@ -103,8 +144,26 @@ private:
 
     bool isArchive() const { return claims_.standard != PdfStandard::None; }
 
+    static std::string_view valueType(MetadataProperty::Kind kind) {
+        using Kind = MetadataProperty::Kind;
+        return kind == Kind::Bag   ? "bag Text"
+               : kind == Kind::Seq ? "seq Text"
+               : kind == Kind::Alt ? "Lang Alt"
+                                   : "Text";
+    }
+
+    // Those that no standard describes, by their namespace.
+    std::map<std::string_view, std::vector<const MetadataProperty*>> ownProperties() const {
+        std::map<std::string_view, std::vector<const MetadataProperty*>> own;
+        if (claims_.further == nullptr) return own;
+        for (const MetadataProperty& property : *claims_.further) {
+            if (!property.isPredefined) own[property.space].push_back(&property);
+        }
+        return own;
+    }
+
     void extension(std::string_view schema, std::string_view space, std::string_view prefix,
-                   std::initializer_list<Property> properties) {
+                   const std::vector<Property>& properties) {
         xml_.open("rdf:li").attribute("rdf:parseType", "Resource").lineEnd();
         xml_.element("pdfaSchema:schema", schema).lineEnd();
         xml_.element("pdfaSchema:namespaceURI", space).lineEnd();
@@ -163,6 +222,7 @@ std::string xmpPacket(const DocumentInfo& info, const PdfClaims& claims) {
     packet.property("pdf:Producer", kPdfProducer);
     packet.property("xmp:CreateDate", info.created);
     if (claims.invoice != nullptr) packet.invoice(*claims.invoice);
+    if (claims.further != nullptr && !claims.further->empty()) packet.further(*claims.further);
     packet.extensions();
     return packet.finish();
 }

@@ -4,9 +4,11 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "qbsvrl6/model/pdf_settings.h"
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/paint/pdf/further_metadata.h"
 
 namespace qbsvrl6 {
 
@@ -23,6 +25,7 @@ struct PdfClaims {
     PdfStandard standard = kDefaultStandard;
     bool accessible = false;              // PDF/UA-1
     const Attachment* invoice = nullptr;  // the electronic invoice among the attached files; null: none
+    const std::vector<MetadataProperty>* further = nullptr;
 };
 
 // The packet in UTF-8, with what the dictionary has, and the claims.

@@ -1,15 +1,14 @@
 #include "qbsvrl6/paint/pdf/pdf_signature.h"
 
 #include <openssl/evp.h>
-#include <openssl/pkcs12.h>
-#include <openssl/x509.h>
 
-#include <vector>
+#include <algorithm>
+#include <memory>
+#include <new>
 
 #include "qbsvrl6/paint/pdf/der.h"
 #include "qbsvrl6/paint/pdf/libcrypto.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
-#include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -22,35 +21,17 @@ namespace {
 
 using namespace std::string_view_literals;
 
-struct SigningLibrary {
+struct HashLibrary {
     const LazyLibrary& library = libcrypto().library;
     QBSVR_LAZY_FUNCTION(library, EVP_DigestFinal_ex);
     QBSVR_LAZY_FUNCTION(library, EVP_DigestInit_ex);
-    QBSVR_LAZY_FUNCTION(library, EVP_DigestSign);
-    QBSVR_LAZY_FUNCTION(library, EVP_DigestSignInit);
     QBSVR_LAZY_FUNCTION(library, EVP_DigestUpdate);
     QBSVR_LAZY_FUNCTION(library, EVP_MD_CTX_free);
     QBSVR_LAZY_FUNCTION(library, EVP_MD_CTX_new);
-    QBSVR_LAZY_FUNCTION(library, EVP_PKEY_free);
-    QBSVR_LAZY_FUNCTION(library, EVP_PKEY_get_base_id);
-    QBSVR_LAZY_FUNCTION(library, OPENSSL_sk_free);
-    QBSVR_LAZY_FUNCTION(library, OPENSSL_sk_num);
-    QBSVR_LAZY_FUNCTION(library, OPENSSL_sk_value);
-    QBSVR_LAZY_FUNCTION(library, PKCS12_free);
-    QBSVR_LAZY_FUNCTION(library, PKCS12_parse);
-    QBSVR_LAZY_FUNCTION(library, X509_NAME_get_text_by_NID);
-    QBSVR_LAZY_FUNCTION(library, X509_free);
-    QBSVR_LAZY_FUNCTION(library, X509_get0_serialNumber);
-    QBSVR_LAZY_FUNCTION(library, X509_get_issuer_name);
-    QBSVR_LAZY_FUNCTION(library, X509_get_subject_name);
-    QBSVR_LAZY_FUNCTION(library, d2i_PKCS12);
-    QBSVR_LAZY_FUNCTION(library, i2d_ASN1_INTEGER);
-    QBSVR_LAZY_FUNCTION(library, i2d_X509);
-    QBSVR_LAZY_FUNCTION(library, i2d_X509_NAME);
 };
 
-const SigningLibrary& signing() {
-    static const SigningLibrary& library = *new SigningLibrary;
+const HashLibrary& hashing() {
+    static const HashLibrary& library = *new HashLibrary;
     return library;
 }
 
@@ -71,104 +52,11 @@ std::string attribute(std::string_view type, const std::string& value) {
     return der::sequence(object(type), der::value(der::kSet, value));
 }
 
-[[noreturn]] void fail(const std::string& cause) {
-    throw EngineError(ErrorCode::NotSupported, "the document can't be signed: " + cause);
-}
-
-template <class Encode, class Object>
-std::string encoded(Encode encode, Object* object) {
-    const int size = encode(object, nullptr);
-    if (size <= 0) fail("its certificate can't be encoded");
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    auto* to = reinterpret_cast<unsigned char*>(bytes.data());
-    encode(object, &to);
-    return bytes;
-}
+[[noreturn]] void fail(const std::string& cause) { throw cannotSign(cause); }
 
 }  // namespace
 
-struct PdfSigner::Key {
-    EVP_PKEY* key = nullptr;
-    X509* certificate = nullptr;
-    STACK_OF(X509) * chain = nullptr;
-    std::string certificateBytes;
-    std::string allCertificates;  // the signer's first
-    std::string issuer, serial;
-
-    Key() = default;
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
-    ~Key() {
-        const SigningLibrary& crypto = signing();
-        if (key != nullptr) crypto.EVP_PKEY_free(key);
-        if (certificate != nullptr) crypto.X509_free(certificate);
-        auto* const stack = reinterpret_cast<OPENSSL_STACK*>(chain);
-        if (stack == nullptr) return;
-        for (int i = 0; i < crypto.OPENSSL_sk_num(stack); ++i) {
-            crypto.X509_free(static_cast<X509*>(crypto.OPENSSL_sk_value(stack, i)));
-        }
-        crypto.OPENSSL_sk_free(stack);
-    }
-
-    void read(const std::string& file, const Secret& password) {
-        const SigningLibrary& crypto = signing();
-        const auto* from = reinterpret_cast<const unsigned char*>(file.data());
-        const std::unique_ptr<PKCS12, decltype(crypto.PKCS12_free)> container(
-            crypto.d2i_PKCS12(nullptr, &from, static_cast<long>(file.size())), crypto.PKCS12_free);
-        if (container == nullptr) fail("its key is no file of PKCS#12 (.p12, .pfx)");
-        std::string text(password.view());
-        const int isRead = crypto.PKCS12_parse(container.get(), text.c_str(), &key, &certificate, &chain);
-        Secret::clear(text);
-        if (isRead != 1) fail("the password of its key is wrong, or the file uses an old cipher");
-        if (key == nullptr || certificate == nullptr)
-            fail("the file of its key has no key with a certificate");
-        certificateBytes = allCertificates = encoded(crypto.i2d_X509, certificate);
-        issuer = encoded(crypto.i2d_X509_NAME, crypto.X509_get_issuer_name(certificate));
-        serial = encoded(crypto.i2d_ASN1_INTEGER, crypto.X509_get0_serialNumber(certificate));
-        const auto* const stack = reinterpret_cast<const OPENSSL_STACK*>(chain);
-        for (int i = 0; stack != nullptr && i < crypto.OPENSSL_sk_num(stack); ++i) {
-            allCertificates +=
-                encoded(crypto.i2d_X509, static_cast<X509*>(crypto.OPENSSL_sk_value(stack, i)));
-        }
-    }
-
-    bool isElliptic() const { return signing().EVP_PKEY_get_base_id(key) == EVP_PKEY_EC; }
-
-    std::string holder() const {
-        char name[200] = {};
-        const SigningLibrary& crypto = signing();
-        crypto.X509_NAME_get_text_by_NID(crypto.X509_get_subject_name(certificate), NID_commonName, &name[0],
-                                         sizeof name);
-        return name;
-    }
-
-    std::string sign(std::string_view bytes) const {
-        const SigningLibrary& crypto = signing();
-        const std::unique_ptr<EVP_MD_CTX, decltype(crypto.EVP_MD_CTX_free)> context(crypto.EVP_MD_CTX_new(),
-                                                                                    crypto.EVP_MD_CTX_free);
-        if (context == nullptr) throw std::bad_alloc();
-        const auto* const from = reinterpret_cast<const unsigned char*>(bytes.data());
-        std::size_t size = 0;
-        if (crypto.EVP_DigestSignInit(context.get(), nullptr, libcrypto().EVP_sha256(), nullptr, key) != 1 ||
-            crypto.EVP_DigestSign(context.get(), nullptr, &size, from, bytes.size()) != 1) {
-            fail("its key can't sign");
-        }
-        std::string signature(size, '\0');
-        if (crypto.EVP_DigestSign(context.get(), reinterpret_cast<unsigned char*>(signature.data()), &size,
-                                  from, bytes.size()) != 1) {
-            fail("its key can't sign");
-        }
-        signature.resize(size);
-        return signature;
-    }
-};
-
-PdfSigner::PdfSigner(const PdfSignatureOptions& options)
-    : key_(std::make_unique<Key>()), askTime_(options.askTime) {
-    key_->read(options.key, options.password);
-    const int kind = signing().EVP_PKEY_get_base_id(key_->key);
-    if (kind != EVP_PKEY_RSA && kind != EVP_PKEY_EC)
-        fail("its key is neither of RSA nor of an elliptic curve");
+PdfSigner::PdfSigner(const PdfSignatureOptions& options) : key_(options.key), askTime_(options.askTime) {
     constexpr std::size_t kRoom = 4'096, kRoomForTime = 16'384;
     ByteBuffer out;
     out.append("<</Type/Sig/Filter/Adobe.PPKLite/SubFilter/ETSI.CAdES.detached/M("sv);
@@ -178,7 +66,7 @@ PdfSigner::PdfSigner(const PdfSignatureOptions& options)
         out.append(key);
         appendTextString(out, value);
     };
-    text("/Name"sv, toUtf16(key_->holder()));
+    text("/Name"sv, toUtf16(key_.holder()));
     text("/Reason"sv, options.reason);
     text("/Location"sv, options.location);
     out.append("/ByteRange"sv);
@@ -187,36 +75,33 @@ PdfSigner::PdfSigner(const PdfSignatureOptions& options)
     out.append(std::string_view(std::string(rangeSize_, ' ')));
     out.append("/Contents"sv);
     contentsAt_ = out.size();
-    contentsSize_ = 2 + 2 * (kRoom + key_->allCertificates.size() + (askTime_ ? kRoomForTime : 0));
+    contentsSize_ = 2 + 2 * (kRoom + key_.certificates().size() + (askTime_ ? kRoomForTime : 0));
     out.add('<', std::string_view(std::string(contentsSize_ - 2, '0')), ">>>"sv);
     dictionary_ = out.view();
 }
 
-PdfSigner::~PdfSigner() = default;
-
 std::string PdfSigner::signatureOf(std::string_view hash) const {
     const std::string sha256 = der::sequence(object(kSha256));
-    const std::string name = der::sequence(der::value(der::kContext + 4, key_->issuer));
+    const std::string name = der::sequence(der::value(der::kContext + 4, key_.issuer()));
     const std::string certificate = der::sequence(der::sequence(der::sequence(
-        der::value(der::kOctets, sha2(key_->certificateBytes)), der::sequence(name, key_->serial))));
+        der::value(der::kOctets, sha2(key_.certificate())), der::sequence(name, key_.serial()))));
     std::string attributes = der::set({attribute(kContentType, object(kData)),
                                        attribute(kMessageDigest, der::value(der::kOctets, hash)),
                                        attribute(kSigningCertificate, certificate)});
-    const std::string signature = key_->sign(attributes);
+    const std::string signature = key_.sign(attributes);
     attributes.front() = static_cast<char>(der::kContext);  // it is signed as a set
-    const std::string algorithm = key_->isElliptic()
-                                      ? der::sequence(object(kEcdsaSha256))
-                                      : der::sequence(object(kRsa), der::value(der::kNull, {}));
+    const std::string algorithm = key_.isElliptic() ? der::sequence(object(kEcdsaSha256))
+                                                    : der::sequence(object(kRsa), der::value(der::kNull, {}));
     std::string unsignedAttributes;
     if (askTime_) {
         unsignedAttributes = der::value(der::kContext + 1, attribute(kTimeStamp, timeStampOf(signature)));
     }
     const std::string signer =
-        der::sequence(der::integer(1), der::sequence(key_->issuer, key_->serial), sha256, attributes,
+        der::sequence(der::integer(1), der::sequence(key_.issuer(), key_.serial()), sha256, attributes,
                       algorithm, der::value(der::kOctets, signature), unsignedAttributes);
     const std::string data =
         der::sequence(der::integer(1), der::value(der::kSet, sha256), der::sequence(object(kData)),
-                      der::value(der::kContext, key_->allCertificates), der::value(der::kSet, signer));
+                      der::value(der::kContext, key_.certificates()), der::value(der::kSet, signer));
     return der::sequence(object(kSignedData), der::value(der::kContext, data));
 }
 
@@ -253,7 +138,7 @@ void PdfSigner::sign(Spool& document, std::uint64_t offset) const {
     signedDocument.append(range);
     signedDocument.append(document, offset + rangeAt_ + rangeSize_, before);
 
-    const SigningLibrary& crypto = signing();
+    const HashLibrary& crypto = hashing();
     const std::unique_ptr<EVP_MD_CTX, decltype(crypto.EVP_MD_CTX_free)> context(crypto.EVP_MD_CTX_new(),
                                                                                 crypto.EVP_MD_CTX_free);
     if (context == nullptr) throw std::bad_alloc();

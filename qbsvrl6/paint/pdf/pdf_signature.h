@@ -5,18 +5,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 
-#include "qbsvrl6/model/secret.h"
+#include "qbsvrl6/paint/pdf/signing_key.h"
 #include "qbsvrl6/support/spool.h"
 
 namespace qbsvrl6 {
 
 struct PdfSignatureOptions {
-    std::string key;  // a file of PKCS#12
-    Secret password;
+    SigningKeySource key;
     std::u16string reason, location;
     std::string date;     // as PDF writes it
     bool hasBox = false;  // the report has a box that shows where the signature is
@@ -28,9 +26,6 @@ class PdfSigner {
 public:
     // Raises EngineError if the key can't be read.
     explicit PdfSigner(const PdfSignatureOptions& options);
-    ~PdfSigner();
-    PdfSigner(const PdfSigner&) = delete;
-    PdfSigner& operator=(const PdfSigner&) = delete;
 
     // The signature's dictionary, with room for what is known at the end.
     const std::string& dictionary() const { return dictionary_; }
@@ -39,12 +34,10 @@ public:
     void sign(Spool& document, std::uint64_t offset) const;
 
 private:
-    struct Key;
-
     std::string signatureOf(std::string_view hash) const;
     std::string timeStampOf(std::string_view signature) const;
 
-    std::unique_ptr<Key> key_;
+    SigningKey key_;
     std::function<std::string(const std::string& request)> askTime_;
     std::string dictionary_;
     std::size_t rangeAt_ = 0, rangeSize_ = 0;        // of the byte range in the dictionary

@@ -404,7 +404,8 @@ private:
             names += files.names;
         }
         if (!names.empty()) body += "/Names<<" + names + ">>";
-        if (options_.standard != PdfStandard::None || options_.accessible) body += standardEntries();
+        if (options_.standard != PdfStandard::None || options_.accessible || !options_.metadata.empty())
+            body += standardEntries();
         file_.writeObject(catalog_, body + ">>");
     }
 
@@ -420,9 +421,10 @@ private:
     // sRGB on any device.
     std::string standardEntries() {
         const int metadata = file_.reserve();
-        file_.writeStream(metadata, "/Type/Metadata/Subtype/XML",
-                          xmpPacket(options_.info, {options_.standard, options_.accessible, invoice()}),
-                          true);
+        file_.writeStream(
+            metadata, "/Type/Metadata/Subtype/XML",
+            xmpPacket(options_.info, {options_.standard, options_.accessible, invoice(), &options_.metadata}),
+            true);
         if (options_.standard == PdfStandard::None) return "/Metadata " + reference(metadata);
         const int profile = file_.reserve();
         file_.writeStream(profile, "/N 3", srgbProfile());
