@@ -47,7 +47,7 @@ void warmUp() {
 void limitProcess(std::uint64_t memory) {
     const rlimit noCore{0, 0};  // a core would hold data of a request
     ::setrlimit(RLIMIT_CORE, &noCore);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef QBREPORT_SANITIZED
     const rlimit data{memory, memory};
     ::setrlimit(RLIMIT_DATA, &data);
 #else
