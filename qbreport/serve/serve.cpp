@@ -51,7 +51,7 @@ void limitProcess(std::uint64_t memory) {
     const rlimit data{memory, memory};
     ::setrlimit(RLIMIT_DATA, &data);
 #else
-    static_cast<void>(memory);  // the sanitizers reserve terabytes
+    static_cast<void>(memory);
 #endif
 }
 
