@@ -49,7 +49,8 @@ void ReportWalk::walkReport() {
     }
     if (plan.grid && instance_.crossView) {
         const auto cross = std::make_shared<ReportWalk>(
-            context_, ReportInstance{plan, instance_.crossView, instance_.isSubReport});
+            context_,
+            ReportInstance{plan, instance_.crossView, instance_.isSubReport, nullptr, instance_.structure});
         cross->flow_ = flow_;
         cross->countsRows_ = false;
         cross->rowKeeps_ = std::move(rowKeeps_);

@@ -333,6 +333,19 @@ class Tags(unittest.TestCase):
         self.assertEqual([str(figure.node.Alt) for figure in document.of("Figure")[:4]],
                          ["The seal", "12345", "Bubbles. Year: A 1.5, B 2", "Item 0"])
 
+    def test_cross_tables_and_merged_cells(self):
+        rows = [{"Region": "NS"[i // 40], "City": "ABC"[i // 9 % 3], "Day": f"2024-{i % 12 + 1:02}-03", "Amount": i, "Product": "xyz"[i % 3],
+                 "Customer": "pqrs"[i % 4], "Month": "JF"[i % 2], "Name": f"n{i // 3}"} for i in range(80)]
+        self.rows.with_name("cross.json").write_text(json.dumps(rows), "utf-8")
+        recipes = re.findall(r"```xml [\w-]+\n(.*?)```", (SOURCES / "docs/recipes.md").read_text("utf-8"), re.S)
+        self.assertGreater(len(recipes), 4)
+        for recipe in recipes:
+            with self.subTest(recipe):
+                self.template.with_name("cross.qbf").write_text(recipe, "utf-8")
+                data = render(self.template.with_name("cross.qbf"), "-d", self.rows.with_name("cross.json"), "--option", "standard=a-2a")
+                self.assertEqual(pdfa_rules.faults(data, "a-2a") + ua_rules.faults(data, "a-2a", False), [])
+                self.assertTrue(ua_rules.Tagged(data, "a-2a").of("Table"))
+
     def test_every_rule_finds_its_fault(self):
         for number, (clause, plant) in enumerate(PLANTED_IN_TAGS):
             with self.subTest(f"{number}: {clause}"), pikepdf.open(io.BytesIO(self.tagged)) as pdf:

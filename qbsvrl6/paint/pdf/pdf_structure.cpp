@@ -190,7 +190,7 @@ std::string PdfStructure::finish() {
     out.add("/ParentTree "sv, std::int64_t{parents}, " 0 R/ParentTreeNextKey "sv,
             std::int64_t{parents_.size()}, ">>"sv);
     file_.writeObject(root_, out.view());
-    return "/StructTreeRoot " + std::to_string(root_) + " 0 R/MarkInfo<</Marked true/Suspects false>>";
+    return "/StructTreeRoot " + std::to_string(root_) + " 0 R/MarkInfo<</Marked true>>";
 }
 
 // The roles of items.
