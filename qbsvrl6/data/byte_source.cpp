@@ -124,6 +124,15 @@ std::unique_ptr<ByteSource> standardInput() {
     return std::make_unique<StandardInput>();
 }
 
+bool ByteBlocks::append(std::string& bytes) {
+    const std::size_t known = bytes.size();
+    bytes.resize(known + size_);
+    const std::size_t count = source_.read(bytes.data() + known, size_);
+    bytes.resize(known + count);
+    size_ = std::min(4 * size_, kMost);
+    return count > 0;
+}
+
 std::unique_ptr<ByteSource> bytesOf(std::string bytes, std::string origin) {
     return std::make_unique<MemoryBytes>(std::move(bytes), std::move(origin));
 }

@@ -30,6 +30,20 @@ private:
     std::string origin_;
 };
 
+// Reads a source in blocks that grow, so that a small source takes little time.
+class ByteBlocks {
+public:
+    static constexpr std::size_t kMost = 256 * 1024;
+
+    explicit ByteBlocks(ByteSource& source) : source_(source) {}
+    // Appends the next block. Returns false at the end.
+    bool append(std::string& bytes);
+
+private:
+    ByteSource& source_;
+    std::size_t size_ = 4 * 1024;
+};
+
 // The bytes at an address, with the errors of `fetch` (load.h) but without a limit of their number. Those of
 // a local file are read, and count in the budget of the export, window by window. Those of a web address are
 // downloaded first: into memory, or into a temporary file if they are many.

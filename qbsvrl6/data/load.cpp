@@ -38,14 +38,8 @@ Form formOf(const SourceText& source) {
 class PeekedBytes final : public ByteSource {
 public:
     explicit PeekedBytes(ByteSource& source) : ByteSource(source.origin()), source_(source) {
-        constexpr std::size_t kBlock = 4'096;
-        std::size_t count = 1;
-        while (count > 0 && !first()) {
-            const std::size_t known = bytes_.size();
-            bytes_.resize(known + kBlock);
-            count = source_.read(bytes_.data() + known, kBlock);
-            bytes_.resize(known + count);
-        }
+        ByteBlocks blocks(source);
+        while (first() == '\0' && blocks.append(bytes_)) continue;
     }
 
     bool isUtf16() const { return bytes_.starts_with("\xFF\xFE") || bytes_.starts_with("\xFE\xFF"); }
@@ -70,20 +64,16 @@ private:
 };
 
 SourceText wholeText(ByteSource& source) {
-    constexpr std::size_t kBlock = 256 * 1024;
     std::string bytes;
-    while (true) {
-        const std::size_t known = bytes.size();
-        if (known > limits::kDataBytes) {
+    ByteBlocks blocks(source);
+    do {
+        if (bytes.size() > limits::kDataBytes) {
             throw EngineError(ErrorCode::LimitExceeded,
                               "larger than " + std::to_string(limits::kDataBytes) + " bytes",
                               {source.origin()});
         }
-        bytes.resize(known + kBlock);
-        const std::size_t count = source.read(bytes.data() + known, kBlock);
-        bytes.resize(known + count);
-        if (count == 0) return SourceText(std::move(bytes), source.origin());
-    }
+    } while (blocks.append(bytes));
+    return SourceText(std::move(bytes), source.origin());
 }
 
 // A budget knows no places.

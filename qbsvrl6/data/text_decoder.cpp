@@ -16,8 +16,6 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr std::size_t kWindow = 256 * 1024;
-
 // How many bytes at the end of the text begin a character that continues after it.
 std::size_t unfinishedBytes(std::string_view text) {
     for (std::size_t count = 1; count <= 3 && count <= text.size(); ++count) {
@@ -79,14 +77,14 @@ private:
     iconv_t handle_;
 };
 
-TextDecoder::TextDecoder(ByteSource& bytes, const std::string& encoding) : bytes_(bytes) {
-    findEncoding(encoding);
+TextDecoder::TextDecoder(ByteSource& bytes, const std::string& encoding) : blocks_(bytes) {
+    findEncoding(encoding, bytes.origin());
 }
 
 TextDecoder::~TextDecoder() = default;
 
-void TextDecoder::findEncoding(const std::string& named) {
-    const char* converter = converterFor(named, bytes_.origin());
+void TextDecoder::findEncoding(const std::string& named, const std::string& origin) {
+    const char* converter = converterFor(named, origin);
     while (raw_.size() < 3 && read()) continue;
     if (raw_.starts_with("\xEF\xBB\xBF")) {
         converter = nullptr;
@@ -99,18 +97,14 @@ void TextDecoder::findEncoding(const std::string& named) {
 }
 
 bool TextDecoder::read() {
-    const std::size_t held = raw_.size();
-    raw_.resize(held + kWindow);
-    const std::size_t count = bytes_.read(raw_.data() + held, kWindow);
-    raw_.resize(held + count);
-    atEnd_ = count == 0;
+    atEnd_ = !blocks_.append(raw_);
     return !atEnd_;
 }
 
 bool TextDecoder::append(std::string& text) {
     const std::size_t before = text.size();
     while (problem_.empty() && text.size() == before) {
-        if (raw_.size() < kWindow && !atEnd_) read();
+        if (raw_.size() < ByteBlocks::kMost && !atEnd_) read();
         if (raw_.empty()) return false;
         if (converter_ == nullptr ? !appendUtf8(text) : !appendConverted(text)) break;
     }

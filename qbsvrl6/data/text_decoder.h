@@ -27,11 +27,11 @@ private:
     class Converter;
 
     bool read();
-    void findEncoding(const std::string& named);
+    void findEncoding(const std::string& named, const std::string& origin);
     bool appendUtf8(std::string& text);
     bool appendConverted(std::string& text);
 
-    ByteSource& bytes_;
+    ByteBlocks blocks_;
     std::string raw_;  // bytes that are not decoded yet
     bool atEnd_ = false;
     std::unique_ptr<Converter> converter_;  // null: UTF-8
