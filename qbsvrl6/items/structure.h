@@ -23,6 +23,7 @@ public:
         // The column group of each column of its grid; kNoColumn: it is left out. Null: the grid is no table.
         std::shared_ptr<const std::vector<int>> columns;
         int headingLevel = 1;  // of its title
+        int rowHeads = 0;      // the first columns that say what a row is about: those of a cross-table
     };
     static constexpr int kEveryGroup = -1;  // the column is in each column group
     static constexpr int kNoColumn = -2;

@@ -38,7 +38,9 @@ std::uint32_t addToStructure(DocumentStructure* structure, ReportPlan& plan, con
     if (structure == nullptr) return 0;
     static_assert(kEveryColumnGroup == DocumentStructure::kEveryGroup);
     if (plan.grid && plan.grid->tableColumns == nullptr) plan.grid->tableColumns = tableColumns(*plan.grid);
-    return structure->addReport({shownBy, plan.grid ? plan.grid->tableColumns : nullptr, headingLevel});
+    const int rowHeads = plan.cross != nullptr ? plan.grid->grid->fixedColumns : 0;
+    return structure->addReport(
+        {shownBy, plan.grid ? plan.grid->tableColumns : nullptr, headingLevel, rowHeads});
 }
 
 std::uint32_t StructureNotes::addBand(BandKind kind) const {

@@ -326,14 +326,14 @@ void PdfStructure::addCells(Element& row, std::uint32_t band, const std::vector<
         i = end;
     }
     add(next, table.columns - 1);
-    for (const auto& cell : row.children) describeCell(*cell, false);
+    for (const auto& cell : row.children) describeCell(*cell, {});
 }
 
-void PdfStructure::describeCell(Element& cell, bool isTitle) {
+void PdfStructure::describeCell(Element& cell, std::string_view scope) {
     const int covered = cell.lastPosition - static_cast<int>(cell.key) + 1;
-    if (!isTitle && covered == 1) return;
+    if (scope.empty() && covered == 1) return;
     cell.attributes = "/A<</O/Table";
-    if (isTitle) cell.attributes += "/Scope/Column";
+    cell.attributes += scope;
     if (covered > 1) cell.attributes += "/ColSpan " + std::to_string(covered);
     cell.attributes += ">>";
 }
@@ -416,9 +416,11 @@ void PdfStructure::placeInCell(Element& cell, std::uint32_t band, std::size_t it
     if (!std::holds_alternative<TextItem>(shown.content)) {
         return placePart(cell, band, {shown.role, shown.box, false, {item}});
     }
-    if (structure_.band(band).kind == BandKind::GridTitle && cell.tag != "TH") {
+    const DocumentStructure::BandEntry& entry = structure_.band(band);
+    const bool isTitle = entry.kind == BandKind::GridTitle;
+    if ((isTitle || shown.role.column < structure_.report(entry.report).rowHeads) && cell.tag != "TH") {
         cell.tag = "TH";
-        describeCell(cell, true);
+        describeCell(cell, isTitle ? "/Scope/Column"sv : "/Scope/Row"sv);
     }
     describeLanguage(cell, shown);
     placeItem(cell, item);

@@ -80,7 +80,7 @@ private:
     Element& tableOf(Element& report, std::uint32_t number, int columnGroup);
     Element* rowOf(Element& report, std::uint32_t band, int columnGroup);
     void addCells(Element& row, std::uint32_t band, const std::vector<Part>& parts);
-    static void describeCell(Element& cell, bool isTitle);
+    static void describeCell(Element& cell, std::string_view scope);
     static Element& cellOf(Element& row, const ItemRole& role);
 
     void placeRows(Element& report, const Band& band, const Items& items);
