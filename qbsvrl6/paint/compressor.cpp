@@ -22,31 +22,33 @@ struct DecompressorDeleter {
 };
 
 struct ThreadCompressor {
-    std::unique_ptr<libdeflate_compressor, CompressorDeleter> compressor;
+    std::unique_ptr<libdeflate_compressor, CompressorDeleter> compressors[2];  // by their aim
     std::unique_ptr<char[]> bytes;
     std::size_t capacity = 0;
 };
 
 // Higher levels double the time for the last percent of size.
-constexpr int kLevel = 6;
+constexpr int kLevels[] = {6, 1};
 
 // A larger buffer, as for a picture, is freed: pages don't need it.
 constexpr std::size_t kKeptBytes = 1 << 20;
 
 }  // namespace
 
-std::string_view compress(std::string_view bytes) {
+std::string_view compress(std::string_view bytes, Compression aim) {
     thread_local ThreadCompressor state;
-    if (state.compressor == nullptr) {
-        state.compressor.reset(libdeflate_alloc_compressor(kLevel));
-        if (state.compressor == nullptr) throw std::bad_alloc();
+    const auto kind = static_cast<std::size_t>(aim);
+    std::unique_ptr<libdeflate_compressor, CompressorDeleter>& compressor = state.compressors[kind];
+    if (compressor == nullptr) {
+        compressor.reset(libdeflate_alloc_compressor(kLevels[kind]));
+        if (compressor == nullptr) throw std::bad_alloc();
     }
-    const std::size_t bound = libdeflate_zlib_compress_bound(state.compressor.get(), bytes.size());
+    const std::size_t bound = libdeflate_zlib_compress_bound(compressor.get(), bytes.size());
     if (state.capacity < bound || state.capacity > kKeptBytes) {
         state.bytes.reset(new char[bound]);
         state.capacity = bound;
     }
-    const std::size_t size = libdeflate_zlib_compress(state.compressor.get(), bytes.data(), bytes.size(),
+    const std::size_t size = libdeflate_zlib_compress(compressor.get(), bytes.data(), bytes.size(),
                                                       state.bytes.get(), state.capacity);
     return {state.bytes.get(), size};
 }

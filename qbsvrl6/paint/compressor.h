@@ -7,8 +7,11 @@
 
 namespace qbsvrl6 {
 
+// Speed takes a third of the time, and the result is a fifth larger.
+enum class Compression { Size, Speed };
+
 // The compressed bytes, valid until the thread's next call. Raises std::bad_alloc.
-std::string_view compress(std::string_view bytes);
+std::string_view compress(std::string_view bytes, Compression aim = Compression::Size);
 
 // Decompresses a result of compress() into exactly `size` bytes at `to`.
 void decompress(std::string_view compressed, void* to, std::size_t size);

@@ -1,6 +1,5 @@
 #include "qbsvrl6/paint/pdf/pdf_file.h"
 
-#include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/support/byte_words.h"
 #include "qbsvrl6/support/error.h"
@@ -56,15 +55,16 @@ void PdfFile::flushObjects() {
     const std::string entries =
         "/Type/ObjStm/N " + std::to_string(objectCount_) + "/First " + std::to_string(objectIndex_.size());
     objectIndex_.append(objects_.view());
-    writeStream(objectStream_, entries, objectIndex_.view());
+    writeStream(objectStream_, entries, objectIndex_.view(), false, objectCompression_);
     objects_.clear();
     objectIndex_.clear();
     objectCount_ = 0;
 }
 
-void PdfFile::writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded) {
+void PdfFile::writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded,
+                          Compression aim) {
     const bool deflated = !encoded && bytes.size() >= kWorthCompressing;
-    if (deflated) bytes = compress(bytes);
+    if (deflated) bytes = compress(bytes, aim);
     const std::string all = std::string(entries) + (deflated ? "/Filter/FlateDecode" : "");
     if (encryption_ == nullptr) return writeBytes(number, all, bytes);
     writeBytes(number, all, encryption_->encrypt(bytes));

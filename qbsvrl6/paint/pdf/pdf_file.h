@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/paint/pdf/byte_buffer.h"
 #include "qbsvrl6/paint/pdf/pdf_encryption.h"
 #include "qbsvrl6/support/spool.h"
@@ -32,13 +33,17 @@ public:
     // A stream, compressed if that makes it smaller. `entries` are the entries of its dictionary except
     // length and filter. A stream that is already `encoded` is written unchanged; its entries name its
     // filter.
-    void writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded = false);
+    void writeStream(int number, std::string_view entries, std::string_view bytes, bool encoded = false,
+                     Compression aim = Compression::Size);
 
     // An object outside of object streams, and not encrypted. Returns the offset of its body.
     std::uint64_t writePlainObject(int number, std::string_view body);
 
     // From now on, streams are encrypted.
     void encrypt(std::shared_ptr<const PdfEncryption> encryption) { encryption_ = std::move(encryption); }
+
+    // From now on, objects are compressed quickly. A tagged document has one per cell.
+    void hurryObjects() { objectCompression_ = Compression::Speed; }
 
     // Writes the rest of the file. Reserved objects that were never written are marked as free.
     void finish(int catalog, int info);
@@ -78,6 +83,7 @@ private:
     ByteBuffer objectIndex_;     // its pairs of number and offset
     int objectCount_ = 0;
     int objectStream_ = 0;
+    Compression objectCompression_ = Compression::Size;
     std::shared_ptr<const PdfEncryption> encryption_;  // may be null
     // Of all content so far.
     std::uint64_t lowHash_ = 0xCBF29CE484222325u;

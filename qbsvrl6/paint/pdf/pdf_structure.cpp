@@ -84,7 +84,9 @@ const char* languageOf(const Item& item, std::u16string_view text) {
 }  // namespace
 
 PdfStructure::PdfStructure(PdfFile& file, const DocumentStructure& structure)
-    : file_(file), structure_(structure), parents_(file), root_(file.reserve()), elements_(file, root_) {}
+    : file_(file), structure_(structure), parents_(file), root_(file.reserve()), elements_(file, root_) {
+    file.hurryObjects();
+}
 
 void PdfStructure::beginPage(int page, Micrometres height) {
     page_ = page;
