@@ -23,6 +23,8 @@ std::vector<DeclaredReturn> declaredReturns(const ReportDefinition& report) {
     for (const SectionPtr& header : report.reportHeaders) addSection(header, {.isHeader = true});
     if (report.grid) {
         for (const auto& column : report.grid->columns) addControl({.isOfRow = true}, column->content);
+        addSection(report.grid->header, {.isHeader = true});
+        addSection(report.grid->footer, {});
         int level = 0;
         for (const auto& group : report.grid->groups) {
             addSection(group->header, {.isHeader = true, .level = level});

@@ -353,8 +353,9 @@ std::optional<BandDraft> BandBuilder::groupSection(PlannedSection& section, Band
     std::optional<BandDraft> draft = this->section(section, kind, position, slice);
     if (!draft) return draft;
     finishGridBand(*draft);
-    draft->band.groupLevel = position.scope.level;
-    if (kind == BandKind::GroupHeader && (slice == nullptr || slice == section.slices.data())) {
+    const bool ofGroup = position.scope.kind == ScopeKind::Group;
+    draft->band.groupLevel = ofGroup ? position.scope.level : -1;
+    if (ofGroup && kind == BandKind::GroupHeader && (slice == nullptr || slice == section.slices.data())) {
         const Expression& key =
             instance_.plan.binding->groups()[static_cast<std::size_t>(position.scope.level)].key;
         TextArena arena;

@@ -250,6 +250,8 @@ private:
                 addSection(section, {left + gridX, place.width, place.depth},
                            {&names, &boxes, left, columnsShow});
             };
+            addGroupSection(grid.header);
+            addGroupSection(grid.footer);
             for (const auto& group : grid.groups) {
                 addGroupSection(group->header);
                 addGroupSection(group->footer);

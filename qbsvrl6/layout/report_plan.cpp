@@ -375,6 +375,9 @@ private:
             if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry, site);
             planned.groups.push_back(std::move(made));
         }
+        if (grid.header) planned.header = planGroupSection(*grid.header, planned.geometry, site);
+        if (grid.footer) planned.footer = planGroupSection(*grid.footer, planned.geometry, site);
+        if (!trimmed(grid.keepWithNext).empty()) planned.keepWithNext = binding_->compile(grid.keepWithNext);
         binding_ = plan_->binding.get();
     }
 

@@ -157,6 +157,8 @@ struct PlannedGrid {
     std::vector<CellJoins> joins;               // of each cell; empty: no cell joins others
     bool merges = false;                        // some cells merge downwards
     std::vector<PlannedGroup> groups;           // outermost first
+    std::optional<PlannedSection> header, footer;
+    std::optional<Expression> keepWithNext;
     // As the DocumentStructure has them; made when they are needed.
     std::shared_ptr<const std::vector<int>> tableColumns;
 };

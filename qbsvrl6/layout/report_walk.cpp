@@ -144,14 +144,30 @@ void ReportWalk::walkGrid() {
 // group's last row with its footer. A group without rows counts as one.
 void ReportWalk::walkRows() {
     PlannedGrid& grid = *instance_.plan.grid;
-    if (!grid.titles.empty()) {
+    if (!showsTitlesInGroups()) addTitle(kOfTitle);
+    if (grid.header) {
         rowKeeps_.push_back({flow_->beginKeep(), kOfTitle, 1});
-        add(builder_.title());
+        addSection(*grid.header, BandKind::GroupHeader, builder_.reportPosition(0));
     }
     for (std::size_t row = 0; row < view_.rowCount();) row = walkRow(row);
-    if (view_.rowCount() > 0) closeGroups(0, view_.rowCount() - 1);
-    endRowKeeps(kOfTitle);
+    const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
+    if (view_.rowCount() > 0) closeGroups(0, last);
     if (grid.grid->fillBlankRows) fillPage();
+    if (grid.footer) addSection(*grid.footer, BandKind::GroupFooter, builder_.reportPosition(last));
+    endRowKeeps(kOfTitle);
+}
+
+// The title stays with the row below it.
+void ReportWalk::addTitle(int level) {
+    if (instance_.plan.grid->titles.empty()) return;
+    rowKeeps_.push_back({flow_->beginKeep(), level, 1});
+    add(builder_.title());
+}
+
+bool ReportWalk::showsTitlesInGroups() const {
+    const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
+    return std::any_of(groups.begin(), groups.begin() + static_cast<std::ptrdiff_t>(shownLevels_),
+                       [](const PlannedGroup& group) { return group.group->showTitle; });
 }
 
 std::size_t ReportWalk::walkRow(std::size_t row) {
@@ -163,11 +179,18 @@ std::size_t ReportWalk::walkRow(std::size_t row) {
     if (&view_ == context_.watched) Spending::current()->progress().rows = row + 1;
     const int starting = view_.startingLevel(row);
     if (starting < groups) {
-        if (row > 0) closeGroups(starting, row - 1);
+        if (row > 0) {
+            closeGroups(starting, row - 1);
+            endRowKeeps(starting);
+        }
         openGroups(starting, row);
     }
     if (isFollowedByFooter(rows.end - 1)) rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, kNoRowCount});
     if (hides) return rows.end;
+    PlannedGrid& grid = *instance_.plan.grid;
+    if (grid.keepWithNext && view_.isTrue(*grid.keepWithNext, builder_.rowPosition(rows.end - 1))) {
+        rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, static_cast<int>(rows.end - rows.first) + 1});
+    }
     const bool first = row == 0 || starting < groups;
     add(builtRows(rows, first ? std::nullopt : std::optional(row - 1)));
     for (std::size_t counted = rows.first; counted < rows.end; ++counted) countRow();
@@ -195,16 +218,16 @@ void ReportWalk::openGroups(int from, std::size_t row) {
         PlannedGroup& group = groups[level];
         if (!group.group->showRows) hiddenRows_ = view_.group(static_cast<int>(level), row);
         if (group.group->keepTogether) togetherKeeps_[level] = flow_->beginKeep();
-        if (!group.header) continue;
-        if (group.group->minimumRows > 0) {
-            rowKeeps_.push_back({flow_->beginKeep(), static_cast<int>(level), group.group->minimumRows});
-        }
-        addSection(*group.header, BandKind::GroupHeader,
-                   builder_.groupPosition(static_cast<int>(level), row));
+        const auto ownLevel = static_cast<int>(level);
+        if (group.header && group.group->minimumRows > 0)
+            rowKeeps_.push_back({flow_->beginKeep(), ownLevel, group.group->minimumRows});
+        if (group.header)
+            addSection(*group.header, BandKind::GroupHeader, builder_.groupPosition(ownLevel, row));
+        if (group.group->showTitle) addTitle(ownLevel);
     }
 }
 
-// Innermost first. Ends the wait for rows that a header must stay with: the group has no more.
+// Innermost first.
 void ReportWalk::closeGroups(int from, std::size_t row) {
     std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     for (std::size_t level = shownLevels_; level-- > static_cast<std::size_t>(from);) {
@@ -216,12 +239,12 @@ void ReportWalk::closeGroups(int from, std::size_t row) {
         if (group.group->keepTogether) flow_->endKeep(togetherKeeps_[level]);
         if (!group.group->showRows) countRow();
     }
-    endRowKeeps(from);
 }
 
 bool ReportWalk::isFollowedByFooter(std::size_t row) const {
     const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     const bool last = row + 1 == view_.rowCount();
+    if (last && instance_.plan.grid->footer) return true;
     const int closing = last ? 0 : view_.startingLevel(row + 1);
     const auto shown = static_cast<std::ptrdiff_t>(shownLevels_);
     return std::any_of(groups.begin() + std::min<std::ptrdiff_t>(closing, shown), groups.begin() + shown,
@@ -244,17 +267,20 @@ void ReportWalk::endRowKeeps(int fromLevel) {
     });
 }
 
-// Adds blank rows down to the report footers, or to the end of the page if these do not fit.
+// Adds blank rows down to the footers of the grid and the report, or to the end of the page if these do not
+// fit.
 void ReportWalk::fillPage() {
     ReportPlan& plan = instance_.plan;
     const Micrometres height = std::max(plan.grid->rowHeight, kLowestBlankRow);
     Micrometres room = flow_->room();
     Micrometres footers = 0;
     const std::size_t last = view_.rowCount() > 0 ? view_.rowCount() - 1 : 0;
-    for (PlannedSection& section : plan.reportFooters) {
-        const auto draft = builder_.section(section, BandKind::ReportFooter, builder_.reportPosition(last));
+    const auto count = [&](PlannedSection& section, BandKind kind) {
+        const auto draft = builder_.section(section, kind, builder_.reportPosition(last));
         if (draft && footers < room) footers += draft->band.height;
-    }
+    };
+    if (plan.grid->footer) count(*plan.grid->footer, BandKind::GroupFooter);
+    for (PlannedSection& section : plan.reportFooters) count(section, BandKind::ReportFooter);
     if (footers <= room) room -= footers;
     for (std::size_t number = 1; room >= height; room -= height) add(builder_.blankRow(height, number++));
 }
@@ -266,19 +292,22 @@ std::vector<BandDraft> ReportWalk::repeats(const BandDraft& lead) {
                         kind == BandKind::GroupHeader || kind == BandKind::GroupFooter;
     if (!inGrid) return bands;
     PlannedGrid& grid = *instance_.plan.grid;
-    if (grid.grid->repeatTitle && !grid.titles.empty()) bands.push_back(builder_.title());
+    const bool repeatsTitle = grid.grid->repeatTitle && !grid.titles.empty();
+    if (repeatsTitle && !showsTitlesInGroups()) bands.push_back(builder_.title());
     int levels = 0;
     if (kind == BandKind::Row) levels = view_.groupCount();
     if (kind == BandKind::GroupHeader) levels = lead.band.groupLevel;
     if (kind == BandKind::GroupFooter) levels = lead.band.groupLevel + 1;
     for (int level = 0; level < levels; ++level) {
         PlannedGroup& group = grid.groups[static_cast<std::size_t>(level)];
-        if (!group.group->repeatHeader || !group.header) continue;
-        // It shows the values of its first occurrence.
-        const std::size_t first = view_.group(level, lead.row).first;
-        auto header =
-            builder_.groupSection(*group.header, BandKind::GroupHeader, builder_.groupPosition(level, first));
-        if (header) bands.push_back(std::move(*header));
+        if (group.group->repeatHeader && group.header) {
+            // It shows the values of its first occurrence.
+            const std::size_t first = view_.group(level, lead.row).first;
+            auto header = builder_.groupSection(*group.header, BandKind::GroupHeader,
+                                                builder_.groupPosition(level, first));
+            if (header) bands.push_back(std::move(*header));
+        }
+        if (repeatsTitle && group.group->showTitle) bands.push_back(builder_.title());
     }
     for (BandDraft& band : bands) {
         band.band.repeated = true;

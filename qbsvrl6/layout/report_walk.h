@@ -43,6 +43,8 @@ private:
                                    const SectionSlice* slice);
     void walkGrid();
     void walkRows();
+    void addTitle(int level);
+    bool showsTitlesInGroups() const;
     // Adds the row, or the group without rows that begins with it, and returns the next row.
     std::size_t walkRow(std::size_t row);
     BandDraft builtRows(RowRange rows, std::optional<std::size_t> previous);

@@ -44,10 +44,12 @@ std::vector<Control*> allControls(ReportDefinition& report) {
     if (report.grid) {
         for (auto& column : report.grid->columns) controls.push_back(&column->title);
         for (auto& column : report.grid->columns) controls.push_back(&column->content);
+        addControls(report.grid->header, controls);
         for (auto& group : report.grid->groups) {
             addControls(group->header, controls);
             addControls(group->footer, controls);
         }
+        addControls(report.grid->footer, controls);
     }
     for (SectionPtr& section : report.reportFooters) addControls(section, controls);
     addControls(report.pageFooter, controls);

@@ -150,7 +150,8 @@ struct Group {
     bool keepTogether = false;
     bool newPage = false;  // each group except the first starts a page
     bool restartPageNumber = false;
-    int minimumRows = 1;  // rows that must follow the header on its page
+    bool showTitle = false;  // the titles of the columns are below the header, not above all rows
+    int minimumRows = 1;     // rows that must follow the header on its page
     // With a sort or a top, a group has all rows of its key within the outer group.
     std::u16string sort;  // order of the groups: expressions, "Sum(Amount) desc"; empty: of their first rows
     int top = 0;          // number of groups; 0: all
@@ -264,10 +265,12 @@ struct DetailGrid {
     std::optional<Color> alternateBackground;  // of each second row
     std::vector<Owned<Group>> groups;          // outermost first
     ColumnAdapt adapt = ColumnAdapt::ShrinkToFit;
-    int fixedColumns = 0;        // repeated by the "repeat fixed" methods
-    bool fillBlankRows = false;  // empty rows to the end of the page
-    bool centered = false;       // between the margins
-    bool rowsMayBreak = false;   // a row that does not fit on the rest of the page is split between lines
+    int fixedColumns = 0;         // repeated by the "repeat fixed" methods
+    bool fillBlankRows = false;   // empty rows to the end of the page
+    bool centered = false;        // between the margins
+    bool rowsMayBreak = false;    // a row that does not fit on the rest of the page is split between lines
+    std::u16string keepWithNext;  // an expression; rows for which it is true are on the page of the next row
+    SectionPtr header, footer;    // before the first and after the last row; may be null
     std::optional<CrossTable> cross;  // then it has no columns and groups of its own
 };
 

@@ -59,6 +59,8 @@ void warnOfHiddenControls(const ReportDefinition& report) {
     checker.check(report.pageHeader);
     for (const SectionPtr& section : report.reportHeaders) checker.check(section);
     if (report.grid) {
+        checker.check(report.grid->header, true);
+        checker.check(report.grid->footer, true);
         for (const auto& group : report.grid->groups) {
             checker.check(group->header, true);
             checker.check(group->footer, true);

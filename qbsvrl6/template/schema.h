@@ -467,6 +467,7 @@ void describeGroup(Element& element, GroupLike& group) {
     element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});
     element.attribute("restartPageNumber", group.restartPageNumber, defaults.restartPageNumber,
                       SwitchCodec{});
+    element.attribute("showTitle", group.showTitle, defaults.showTitle, SwitchCodec{});
     element.attribute("minimumRows", group.minimumRows, defaults.minimumRows, IntegerCodec{0, 1000});
     element.pointer("Header", group.header, kSection);
     element.pointer("Footer", group.footer, kSection);
@@ -615,6 +616,7 @@ void describeGrid(Element& element, GridLike& grid) {
     element.attribute("fillBlankRows", grid.fillBlankRows, defaults.fillBlankRows, SwitchCodec{});
     element.attribute("centered", grid.centered, defaults.centered, SwitchCodec{});
     element.attribute("rowsMayBreak", grid.rowsMayBreak, defaults.rowsMayBreak, SwitchCodec{});
+    element.attribute("keepWithNext", grid.keepWithNext, {}, ExpressionCodec{.knowsPage = false});
     element.attribute("filter", grid.filter, {}, ExpressionCodec{.knowsPage = false});
     element.attribute("sort", grid.sort, {}, SortCodec{});
     element.child("Recordset",
@@ -624,6 +626,8 @@ void describeGrid(Element& element, GridLike& grid) {
             "Column", "Span", grid.columns, [](auto& child, auto& column) { describeColumn(child, column); },
             [](auto& child, auto& span) { describeTitleSpan(child, span); });
     });
+    element.pointer("Header", grid.header, kSection);
+    element.pointer("Footer", grid.footer, kSection);
     element.child("Groups", [&](auto& groups) {
         groups.list("Group", grid.groups, [](auto& child, auto& group) { describeGroup(child, group); });
     });

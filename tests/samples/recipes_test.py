@@ -100,7 +100,7 @@ def two_levels():
         for position, row in enumerate(sorted(own, key=lambda row: row["City"])):
             quarters = [(row[f"Q{number}"], f"{row[f'Q{number}']:,}") for number in (1, 2, 3)]
             expected.append([*([] if position else [region]), row["City"], *quarters])
-    return rows, expected
+    return rows, expected + [["Total", *(amount(rows, ",", f"Q{number}") for number in (1, 2, 3))]]
 
 
 def carry_over():
@@ -142,8 +142,8 @@ READERS = {
     "csv": lambda file: list(csv.reader(file.read_text("utf-8-sig").splitlines())),
     "html": lambda file: marked_up(file.read_text("utf-8")),
     "rtf": lambda file: marked_up(output_of("unrtf", "--html", "--nopict", file)),
-    "xlsx": lambda file: list(openpyxl.load_workbook(file).active.values),
-    "xls": lambda file: [[cell.value for cell in row] for row in xlrd.open_workbook(file).sheet_by_index(0).get_rows()],
+    "xlsx": lambda file: [row for sheet in openpyxl.load_workbook(file) for row in sheet.values],
+    "xls": lambda file: [[cell.value for cell in row] for sheet in xlrd.open_workbook(file).sheets() for row in sheet.get_rows()],
 }
 
 
