@@ -32,6 +32,14 @@ def reports():
             template = parts[0] if "<Report" in parts[0] else f'<Report version="1">{parts[0]}</Report>'
             data = parts[2] if parts[1:2] == ["data"] else "[]"
             yield template.encode(), data.encode()
+    # Those of the documentation read fields of these names, in its recipes and in the gallery.
+    rows = [{"Region": "NS"[i // 10], "City": "ABC"[i // 4 % 3], "Day": f"2024-{i % 12 + 1:02}-03", "Amount": i, "Product": "xyz"[i % 3],
+             "Customer": "pqrs"[i % 4], "Weekday": "MT"[i % 2], "Hour": i % 5, "Calls": i, "Stock": i * 7, "Category": "ab"[i // 10]}
+            for i in range(20)]
+    recipes = re.findall(r"^```xml.*\n(<\?xml.*?)^```", (ROOT / "docs/recipes.md").read_text(encoding="utf-8"), flags=re.M | re.S)
+    templates = [*map(str.encode, recipes), *(path.read_bytes() for path in sorted((ROOT / "docs/gallery/templates").glob("*.qbf")))]
+    for template in templates:
+        yield template, json.dumps(rows).encode()
 
 
 def picture_report():
@@ -55,7 +63,7 @@ def write_engine_seeds(folder):
 # Ways to export, for api_fuzz. Passwords are left to fuzz/seeds: their keys take milliseconds by design.
 CALLS = ("Fpdf\nOstandard|a-3b\nX0", "Fcsv\nOlayout|pages\nX8", "Fpdf\nOstandard|a-1b\nX0",
          "Fpng\nOresolution|36\nOall-in-one|yes\nX9", "Ftiff\nOresolution|36\nX0", "Fhtml\nOlayout|table\nX0",
-         "Fxlsx\nOlayout|pages\nX0", "Frtf\nOpages|1\nX0")
+         "Fxlsx\nOlayout|pages\nX0", "Frtf\nOpages|1\nX0", "Fpdf\nOstandard|a-2a\nOua|yes\nX0")
 
 
 def write_api_seeds(folder):
