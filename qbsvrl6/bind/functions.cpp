@@ -11,6 +11,7 @@
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/bind/value_format.h"
 #include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/letter_case.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
@@ -45,26 +46,6 @@ std::size_t lengthOf(std::u16string_view text) {
     std::size_t count = 0;
     for (std::size_t index = 0; index < text.size(); ++count) nextCharacter(text, index);
     return count;
-}
-
-// The alphabets whose cases differ by a constant: Latin, Greek and Cyrillic. The same on every machine,
-// whatever its locale.
-char16_t toUpper(char16_t unit) {
-    if ((unit >= u'a' && unit <= u'z') || (unit >= 0xE0 && unit <= 0xFE && unit != 0xF7) ||
-        (unit >= 0x3B1 && unit <= 0x3C9 && unit != 0x3C2) || (unit >= 0x430 && unit <= 0x44F)) {
-        return static_cast<char16_t>(unit - 32);
-    }
-    if (unit >= 0x450 && unit <= 0x45F) return static_cast<char16_t>(unit - 80);
-    return unit;
-}
-
-char16_t toLower(char16_t unit) {
-    if ((unit >= u'A' && unit <= u'Z') || (unit >= 0xC0 && unit <= 0xDE && unit != 0xD7) ||
-        (unit >= 0x391 && unit <= 0x3A9) || (unit >= 0x410 && unit <= 0x42F)) {
-        return static_cast<char16_t>(unit + 32);
-    }
-    if (unit >= 0x400 && unit <= 0x40F) return static_cast<char16_t>(unit + 80);
-    return unit;
 }
 
 template <char16_t (*Fold)(char16_t)>

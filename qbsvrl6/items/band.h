@@ -36,6 +36,7 @@ struct Band {
     std::uint32_t structure = 0;
 
     std::u16string bookmark;  // of a group's first header: the value of the group; empty: none
+    std::u16string sheet;     // of a workbook, that the band begins; empty: none
     std::optional<Color> background;
 
     Micrometres width = 0;    // items may extend beyond it, up to the edge of the paper

@@ -12,7 +12,8 @@ struct PageInfo {
     int number = 1;  // of the sheet of paper in the document, from 1, whatever number the page shows
     Size paper;
     Edges margins;
-    int shownNumber = 1;  // that the page shows: groups may restart it
+    int shownNumber = 1;             // that the page shows: groups may restart it
+    std::u16string_view sheet = {};  // of a workbook, that the page begins; empty: none
 };
 
 // Settles pending items when the whole report has been laid out.

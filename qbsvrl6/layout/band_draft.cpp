@@ -343,6 +343,7 @@ BandDraft partForColumnGroup(const BandDraft& draft, const GridGeometry& geometr
     part.band.width = geometry.widthOf(columnGroup);
     part.band.height = whole.height;
     if (columnGroup == 0) part.band.bookmark = whole.bookmark;
+    if (columnGroup == 0) part.band.sheet = whole.sheet;
     auto late = draft.deferred.begin();
     for (std::size_t i = 0; i < whole.items.size(); ++i) {
         const bool isLate = late != draft.deferred.end() && late->item == i;

@@ -24,6 +24,7 @@ void takeIn(BandDraft& draft) {
     draft.ofSubReport = true;
     draft.band.inGrid = false;
     draft.band.bookmark.clear();
+    draft.band.sheet.clear();
     for (Item& item : draft.band.items) item.column = item.lastColumn = -1;
 }
 

@@ -347,7 +347,10 @@ void Pager::closePage() {
 
 void Pager::emitPage(std::vector<Placed>& bands, const PageNumbers& numbers) {
     context_.late.countPage(numbers.run);
-    sink_.beginPage({pages_, setup_.paper, setup_.margins, numbers.number});
+    const auto first = std::find_if(bands.begin(), bands.end(),
+                                    [](const Placed& placed) { return !placed.draft.band.sheet.empty(); });
+    const std::u16string_view sheet = first == bands.end() ? std::u16string_view() : first->draft.band.sheet;
+    sink_.beginPage({pages_, setup_.paper, setup_.margins, numbers.number, sheet});
     emitPart(instance_.plan.pageHeader, BandKind::PageHeader, setup_.margins.top, headerHeight_, numbers);
     for (Placed& placed : bands) emitBand(std::move(placed.draft), placed.x, placed.y, numbers);
     const Micrometres footerTop = setup_.paper.height - setup_.margins.bottom - footerHeight_;

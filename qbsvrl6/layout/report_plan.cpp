@@ -372,6 +372,7 @@ private:
             PlannedGroup made;
             made.group = group.get();
             if (group->header) made.header = planGroupSection(*group->header, planned.geometry, site);
+            if (!group->sheet.empty()) made.sheet = binding_->compileText(group->sheet);
             if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry, site);
             planned.groups.push_back(std::move(made));
         }

@@ -138,6 +138,7 @@ struct PlannedSection {
 struct PlannedGroup {
     const Group* group = nullptr;
     std::optional<PlannedSection> header, footer;  // none: the group has none
+    std::optional<TextTemplate> sheet;
 };
 
 // How a cell of a row joins others.

@@ -69,6 +69,7 @@ void ReportWalk::add(BandDraft draft) {
     draft.owner = shared_from_this();
     draft.hiddenRows = std::exchange(hiddenRows_, {});
     draft.countsRows = countsRows_;
+    draft.band.sheet = std::exchange(sheet_, {});
     flow_->add(std::move(draft));
 }
 
@@ -219,6 +220,11 @@ void ReportWalk::openGroups(int from, std::size_t row) {
         if (!group.group->showRows) hiddenRows_ = view_.group(static_cast<int>(level), row);
         if (group.group->keepTogether) togetherKeeps_[level] = flow_->beginKeep();
         const auto ownLevel = static_cast<int>(level);
+        if (group.sheet) {
+            EvaluatedText name;
+            view_.evaluateText(*group.sheet, builder_.groupPosition(ownLevel, row), name);
+            sheet_ = std::move(name.text);
+        }
         if (group.header && group.group->minimumRows > 0)
             rowKeeps_.push_back({flow_->beginKeep(), ownLevel, group.group->minimumRows});
         if (group.header)

@@ -65,6 +65,7 @@ private:
     bool countsRows_ = true;       // its rows are those of the report, not of a cross-table
     std::size_t shownLevels_ = 0;  // of groups: those inside a group without rows are hidden as well
     RowRange hiddenRows_;          // of the group without rows that the next band begins
+    std::u16string sheet_;         // that the next band begins
     std::vector<RowKeep> rowKeeps_;
     std::vector<std::uint64_t> togetherKeeps_;  // of the open groups that are kept together
 };

@@ -150,6 +150,7 @@ struct Group {
     bool keepTogether = false;
     bool newPage = false;  // each group except the first starts a page
     bool restartPageNumber = false;
+    std::u16string sheet;    // of workbooks, with placeholders: the name of its own sheet; empty: none
     bool showTitle = false;  // the titles of the columns are below the header, not above all rows
     int minimumRows = 1;     // rows that must follow the header on its page
     // With a sort or a top, a group has all rows of its key within the outer group.

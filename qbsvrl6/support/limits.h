@@ -25,6 +25,7 @@ inline constexpr int kLookupDepth = 16;                  // lookups within the r
 inline constexpr std::size_t kExpressionUnits = 16'384;  // of one expression's text
 inline constexpr std::size_t kTextUnits = 1u << 24;      // of an expression's result or a text on a page
 inline constexpr std::size_t kGridColumns = 2'000;
+inline constexpr std::size_t kNamedSheets = 500;  // of a workbook
 inline constexpr std::size_t kTitleLevels = 16;
 inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kCrossLevels = 16;  // of the rows, and of the columns, of a cross-table

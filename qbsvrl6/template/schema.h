@@ -467,6 +467,7 @@ void describeGroup(Element& element, GroupLike& group) {
     element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});
     element.attribute("restartPageNumber", group.restartPageNumber, defaults.restartPageNumber,
                       SwitchCodec{});
+    element.attribute("sheet", group.sheet, {}, PlaceholderCodec{});
     element.attribute("showTitle", group.showTitle, defaults.showTitle, SwitchCodec{});
     element.attribute("minimumRows", group.minimumRows, defaults.minimumRows, IntegerCodec{0, 1000});
     element.pointer("Header", group.header, kSection);

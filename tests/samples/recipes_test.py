@@ -103,6 +103,15 @@ def two_levels():
     return rows, expected + [["Total", *(amount(rows, ",", f"Q{number}") for number in (1, 2, 3))]]
 
 
+def sheets():
+    rows = [{"Customer": customer, "Day": f"2024-03-{number + 1:02}", "Amount": chance.randrange(-500, 9000)}
+            for customer in ("Fish & Co", "fish & co", "North/South", "\u4e2d\u56fd") for number in range(chance.randrange(2, 6))]
+    expected = []
+    for customer, own in sorted(groups(rows, lambda row: row["Customer"]).items()):
+        expected += [[customer], ["Day", "Amount"], *([row["Day"], amount([row], ",")] for row in own), ["Total", amount(own, ",")]]
+    return rows, expected
+
+
 def carry_over():
     rows = [{"Text": f"Entry {number}", "Amount": chance.randrange(-500_000, 900_000) / 100} for number in range(60)]
     return rows, None
@@ -126,7 +135,7 @@ def balances_are_right(rows, folder):
     return faults + ([] if len(pages) > 2 and position == len(rows) else [f"{len(pages)} pages, {position} rows"])
 
 
-RECIPES = {"cross-table": cross_table, "heat-map": heat_map, "largest": largest, "two-levels": two_levels, "carry-over": carry_over}
+RECIPES = {"cross-table": cross_table, "heat-map": heat_map, "largest": largest, "two-levels": two_levels, "sheets": sheets, "carry-over": carry_over}
 
 
 def output_of(*command):
@@ -152,6 +161,12 @@ def is_same(cell, wanted):
     return abs(cell - value) < 1e-9 if isinstance(cell, (int, float)) and not isinstance(value, str) else str(cell) == text
 
 
+def sheet_faults(folder):
+    wanted = ["Fish & Co", "North South", "fish & co (2)", "\u4e2d\u56fd"]
+    named = {"xlsx": openpyxl.load_workbook(folder / "d.xlsx").sheetnames, "xls": xlrd.open_workbook(folder / "d.xls").sheet_names()}
+    return [f"{format} has the sheets {names}" for format, names in named.items() if names != wanted]
+
+
 def words(rows):
     return collections.Counter(word for row in rows for cell in row for word in (cell[1] if isinstance(cell, tuple) else cell).split())
 
@@ -165,7 +180,7 @@ def check(name, template, folder):
                    check=True, timeout=300)
     if expected is None:
         return balances_are_right(rows, folder)
-    faults = []
+    faults = sheet_faults(folder) if name == "sheets" else []
     for format, read in READERS.items():
         found = [[cell for cell in row if cell not in ("", None)] for row in read(folder / f"d.{format}")]
         found = [row for row in found if row]

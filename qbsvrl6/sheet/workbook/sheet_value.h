@@ -25,7 +25,7 @@ struct SheetValue {
 // `maxUnits`.
 SheetValue sheetValue(const Item* item, std::size_t maxUnits);
 
-// The name of a sheet, from the report's title. `number` is that of the sheet, from 1.
+// The name of a sheet, from a title. `number` is that of the sheet among those with this title, from 1.
 std::u16string sheetName(std::u16string_view title, std::size_t number);
 
 // A rotation in the numbers of workbooks: 0 to 90 are degrees upwards; from 91 on, degrees downwards.

@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "qbsvrl6/sheet/escape.h"
+#include "qbsvrl6/support/letter_case.h"
+#include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 
 namespace qbsvrl6 {
@@ -74,8 +78,10 @@ PrintSetup WorkbookSink::printSetup(bool isFirstSheet) const {
     return setup;
 }
 
-void WorkbookSink::openPage(const PageInfo&, bool isFirst) {
-    if (!isFirst && options_.paged && options_.pageBreaks) breakPage();
+void WorkbookSink::openPage(const PageInfo& page, bool isFirst) {
+    const std::size_t sheets = sheets_.size();
+    if (!page.sheet.empty()) nameSheet(page.sheet);
+    if (!isFirst && sheets == sheets_.size() && options_.paged && options_.pageBreaks) breakPage();
     startsPage_ = true;
     taken_ = 0;
 }
@@ -91,9 +97,10 @@ bool WorkbookSink::keepBand(Band& band, Micrometres, Micrometres) {
 }
 
 void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
+    if (!band.sheet.empty() && !options_.paged) nameSheet(band.sheet);
     if (rowCount() + static_cast<std::int64_t>(rows.size()) > limits_.rows) {
-        beginSheet();
-        onFirstSheet_ = false;
+        addSheet(sheets_.back().name);
+        sheets_.back().continues = true;
     }
     below_.clear();
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -101,18 +108,62 @@ void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
         writeRow(rows[i], growthOf(rows, i, options_.paged && !isTopOfFooter ? kMaxRowHeight : kMaxGrowth));
     }
     if (!rows.back().overlays.empty()) padBelow(rows.back().height);
-    if (band.kind == BandKind::GridTitle && onFirstSheet_) noteTitle(static_cast<std::int64_t>(rows.size()));
+    if (band.kind == BandKind::GridTitle && !sheets_.back().continues)
+        noteTitle(static_cast<std::int64_t>(rows.size()));
+}
+
+// A sheet that has no name yet has the content before the first group and receives the group's name.
+void WorkbookSink::nameSheet(std::u16string_view name) {
+    const bool isUnnamed = sheets_.size() == 1 && sheets_.back().name.empty();
+    if (isUnnamed) {
+        sheets_.back().name = name;
+    } else if (sheets_.size() < limits::kNamedSheets) {
+        addSheet(std::u16string(name));
+    } else {
+        ++lostSheets_;
+    }
+}
+
+void WorkbookSink::addSheet(std::u16string name) {
+    beginSheet();
+    sheets_.emplace_back().name = std::move(name);
+    startsPage_ = true;
+    taken_ = 0;
+    height_ = 0;
+}
+
+std::vector<TitleRows> WorkbookSink::titles() const {
+    std::vector<TitleRows> titles;
+    for (const Sheet& sheet : sheets_) titles.push_back(sheet.titles);
+    return titles;
+}
+
+std::vector<std::u16string> WorkbookSink::sheetNames() const {
+    std::vector<std::u16string> names;
+    std::unordered_set<std::u16string> known;  // spreadsheets ignore the case of names
+    std::unordered_map<std::u16string, std::size_t> counts;
+    for (const Sheet& sheet : sheets_) {
+        const std::u16string& title = sheet.name.empty() ? options_.info.title : sheet.name;
+        std::size_t& number = counts[foldedCase(sheetName(title, 1))];
+        do {
+            names.push_back(sheetName(title, ++number));
+            if (known.insert(foldedCase(names.back())).second) break;
+            names.pop_back();
+        } while (true);
+    }
+    return names;
 }
 
 // Consecutive title bands form the titles, up to the first other band.
 void WorkbookSink::noteTitle(std::int64_t rows) {
     const std::int64_t end = rowCount();
-    if (titles_.last < titles_.first) {
-        titles_.first = end - rows;
-    } else if (titles_.last + 1 != end - rows) {
+    TitleRows& titles = sheets_.back().titles;
+    if (titles.last < titles.first) {
+        titles.first = end - rows;
+    } else if (titles.last + 1 != end - rows) {
         return;
     }
-    titles_.last = end - 1;
+    titles.last = end - 1;
     if (height_ <= kMaxFrozenHeight) freezeAbove(end);
 }
 
@@ -220,6 +271,8 @@ void WorkbookSink::reportLosses() const {
     warn(cutTexts_, " texts were cut off at " + std::to_string(limits_.units) +
                         " characters, the most that a cell can hold");
     warn(lostLinks_, " links are more than their sheet can hold and are left out");
+    warn(lostSheets_, " groups have no sheet of their own: a workbook has at most " +
+                          std::to_string(limits::kNamedSheets));
     warn(lostCells_, " cells are beyond the last column of a sheet and are left out");
     warn(std::max(static_cast<int>(styles_.styles().size()) - limits_.styles, 0),
          " cell styles are more than a workbook can hold; their cells have another style");

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -33,7 +34,10 @@ protected:
 
     const SheetOptions& options() const { return options_; }
     const StyleTable& styles() const { return styles_; }
-    const TitleRows& titles() const { return titles_; }
+    // Of each sheet.
+    std::vector<TitleRows> titles() const;
+    // Legal names of all sheets, each different from the others.
+    std::vector<std::u16string> sheetNames() const;
     PrintSetup printSetup(bool isFirstSheet) const;
     // Logs what the format could not hold.
     void reportLosses() const;
@@ -64,6 +68,8 @@ private:
     bool keepBand(Band& band, Micrometres x, Micrometres y) final;
     void writeRows(const Band& band, std::span<const CellRow> rows) final;
     void noteTitle(std::int64_t rows);
+    void nameSheet(std::u16string_view name);
+    void addSheet(std::u16string name);
     struct Growth {
         Micrometres above = 0, below = 0;
     };
@@ -78,10 +84,14 @@ private:
     SheetOptions options_;
     WorkbookLimits limits_;
     StyleTable styles_;
-    TitleRows titles_;
+    struct Sheet {
+        std::u16string name;  // empty: the report's title
+        TitleRows titles;
+        bool continues = false;  // with the rows of the sheet before it
+    };
+    std::vector<Sheet> sheets_ = std::vector<Sheet>(1);
     PageNumberCode header_;
     PageNumberCode footer_;
-    bool onFirstSheet_ = true;
     bool startsPage_ = true;    // the next row
     Micrometres taken_ = 0;     // the part of the next row's gap that the last row has used
     Micrometres height_ = 0;    // of the rows so far, as long as they might be frozen
@@ -91,6 +101,7 @@ private:
     int cutTexts_ = 0;
     int lostLinks_ = 0;
     int lostCells_ = 0;
+    int lostSheets_ = 0;
 };
 
 }  // namespace qbsvrl6

@@ -132,15 +132,15 @@ private:
         // BOUNDSHEET, for each sheet:
         //   u32 offset of its part | u8 visibility | u8 type
         //   u8 length of the name | u8 two bytes per unit | name
+        const std::vector<std::u16string> names = sheetNames();
         std::vector<std::size_t> offsetPositions;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             offsetPositions.push_back(out.size() + 4);
-            const std::u16string name = sheetName(options().info.title, i + 1);
             BiffRecord(out, biff::kBoundSheet)
-                .put(u32{0}, u8{0}, u8{0}, static_cast<u8>(name.size()), u8{1})
-                .utf16(name);
+                .put(u32{0}, u8{0}, u8{0}, static_cast<u8>(names[i].size()), u8{1})
+                .utf16(names[i]);
         }
-        if (titles().last >= titles().first && !options().paged) writePrintTitles(out);
+        if (!options().paged) writePrintTitles(out);
         if (!drawings.empty())
             putLongRecord(out, biff::kDrawingGroup, escherWorkbook(drawings, pictures_.pictures()));
         texts_.write(out);
@@ -167,13 +167,25 @@ private:
         constexpr u8 kArea = 0x3B;
         constexpr u8 kTitles = 7;
         constexpr u16 kBuiltIn = 0x0020;
-        const auto sheets = static_cast<u16>(sheets_.size());
-        BiffRecord(out, biff::kSupBook).put(sheets, u16{0x0401});
-        BiffRecord(out, biff::kExternSheet).put(u16{1}, u16{0}, u16{0}, u16{0});
-        BiffRecord(out, biff::kName)
-            .put(kBuiltIn, u8{0}, u8{1}, u16{11}, u16{0}, u16{1}, u8{0}, u8{0}, u8{0}, u8{0}, u8{0}, kTitles,
-                 kArea, u16{0}, static_cast<u16>(titles().first), static_cast<u16>(titles().last), u16{0},
-                 static_cast<u16>(XlsSheet::kMaxColumns - 1));
+        const std::vector<TitleRows> titles = this->titles();
+        std::vector<u16> titled;  // sheets
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            if (titles[i].last >= titles[i].first) titled.push_back(static_cast<u16>(i));
+        }
+        if (titled.empty()) return;
+        BiffRecord(out, biff::kSupBook).put(static_cast<u16>(sheets_.size()), u16{0x0401});
+        {
+            BiffRecord entries(out, biff::kExternSheet);
+            entries.put(static_cast<u16>(titled.size()));
+            for (const u16 sheet : titled) entries.put(u16{0}, sheet, sheet);
+        }
+        for (u16 entry = 0; entry < titled.size(); ++entry) {
+            const TitleRows& rows = titles[titled[entry]];
+            BiffRecord(out, biff::kName)
+                .put(kBuiltIn, u8{0}, u8{1}, u16{11}, u16{0}, static_cast<u16>(titled[entry] + 1), u8{0},
+                     u8{0}, u8{0}, u8{0}, u8{0}, kTitles, kArea, entry, static_cast<u16>(rows.first),
+                     static_cast<u16>(rows.last), u16{0}, static_cast<u16>(XlsSheet::kMaxColumns - 1));
+        }
     }
 
     Spool& output_;

@@ -2,6 +2,7 @@
 // settled at the end (the page count) and pictures are in separate parts, which are built after the rows.
 #include <deque>
 #include <map>
+#include <utility>
 
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/workbook/workbook_sink.h"
@@ -162,24 +163,31 @@ private:
         xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
         xml.open("bookViews").open("workbookView").close().close().lineEnd();
         xml.open("sheets");
+        const std::vector<std::u16string> names = sheetNames();
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {
-            xml.open("sheet").attribute("name", sheetName(options().info.title, i));
+            xml.open("sheet").attribute("name", names[i - 1]);
             xml.attribute("sheetId", i).attribute("r:id", "rId", i).close();
         }
         xml.close().lineEnd();
-        // Printed pages contain their titles.
-        if (titles().last >= titles().first && !options().paged) {
-            std::u16string quoted;
-            for (const char16_t c : sheetName(options().info.title, 1)) quoted.append(c == u'\'' ? 2 : 1, c);
-            xml.open("definedNames").open("definedName").attribute("name", "_xlnm.Print_Titles");
-            xml.attribute("localSheetId", 0);
-            xml.text("'", quoted, "'!$", titles().first + 1, ":$", titles().last + 1)
-                .close()
-                .close()
-                .lineEnd();
-        }
+        writePrintTitles(xml, names);
         xml.close().lineEnd();
         return part;
+    }
+
+    // Printed pages contain their titles.
+    void writePrintTitles(XmlWriter& xml, const std::vector<std::u16string>& names) const {
+        if (options().paged) return;
+        const std::vector<TitleRows> titles = this->titles();
+        bool any = false;
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            if (titles[i].last < titles[i].first) continue;
+            if (!std::exchange(any, true)) xml.open("definedNames");
+            std::u16string quoted;
+            for (const char16_t c : names[i]) quoted.append(c == u'\'' ? 2 : 1, c);
+            xml.open("definedName").attribute("name", "_xlnm.Print_Titles").attribute("localSheetId", i);
+            xml.text("'", quoted, "'!$", titles[i].first + 1, ":$", titles[i].last + 1).close();
+        }
+        if (any) xml.close().lineEnd();
     }
 
     std::string sharedTexts(PendingTexts& pending) {
