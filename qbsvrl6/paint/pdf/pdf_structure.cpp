@@ -275,20 +275,22 @@ StructureElement& PdfStructure::tableOf(Element& report, std::uint32_t number, i
 StructureElement* PdfStructure::rowOf(Element& report, std::uint32_t band, int columnGroup) {
     const DocumentStructure::BandEntry& entry = structure_.band(band);
     Element& table = tableOf(report, entry.report, columnGroup);
-    const bool isTitle = entry.kind == BandKind::GridTitle;
-    if (isTitle && (!table.kids.empty() || !table.children.empty())) {
+    bool isHead = entry.kind == BandKind::GridTitle;
+    if (isHead && (!table.kids.empty() || !table.children.empty())) {
         Element* const head = elements_.findOpen(table, Kind::Head, 0);
         const bool isNextLevel =
             head != nullptr && !head->children.empty() && band > head->children.back()->key;
         if (isNextLevel) return &elements_.find(*head, Kind::Row, band, "TR");
-        return head == nullptr ? nullptr : elements_.findOpen(*head, Kind::Row, band);
+        if (head != nullptr) return elements_.findOpen(*head, Kind::Row, band);
+        if (band_->repeated) return nullptr;
+        isHead = false;  // a group has its own
     }
-    if (!isTitle) {
+    if (!isHead) {
         Element* const body = elements_.findOpen(table, Kind::Body, 0);
         if (body != nullptr && body->kidCount >= kMostRows) elements_.endChildren(table);
     }
-    Element& section = isTitle ? elements_.find(table, Kind::Head, 0, "THead")
-                               : elements_.find(table, Kind::Body, 0, "TBody");
+    Element& section = isHead ? elements_.find(table, Kind::Head, 0, "THead")
+                              : elements_.find(table, Kind::Body, 0, "TBody");
     return &elements_.find(section, Kind::Row, band, "TR");
 }
 
