@@ -99,6 +99,32 @@ QBSVR_API int QBXReportLoadTemplate(tagQBReport* report, const void* bytes, uint
 // errors.
 QBSVR_API int QBXReportCheck(tagQBReport* report);
 
+// What a page shows, and the control of the template that it comes from. Lengths are micrometres, from the
+// upper left corner of the page.
+typedef struct QBXShownItem {
+    uint64_t size;  // sizeof(QBXShownItem)
+    uint64_t page;  // from 1
+    int64_t x;
+    int64_t y;
+    int64_t width;
+    int64_t height;
+    int64_t pageWidth;
+    int64_t pageHeight;
+    int32_t line;      // of the control's element in the template; 0: unknown
+    int32_t column;    // in characters, from 1
+    const char* kind;  // "text", "line", "box", "picture", "barcode", "chart", "sub-report"
+    // What the template has there, with its placeholders: a text, the source of a picture, the text of a
+    // barcode; otherwise empty.
+    const char* content;
+} QBXShownItem;
+
+// Takes an item, on the thread of the call; its texts are valid until the function returns. Returns zero to
+// end the call.
+typedef int (*QBXOnShownItem)(void* context, const QBXShownItem* item);
+
+// As QBXReportCheck, and calls `take` for each item in the order in which it is painted.
+QBSVR_API int QBXReportLocateItems(tagQBReport* report, QBXOnShownItem take, void* context);
+
 // ---- Data
 //
 // A report has its data from one of these calls, from QBReportLoadDataFromURL, or from the queries of its

@@ -290,6 +290,8 @@ private:
     // Reads everything that a program can ask for.
     void describe() {
         QBXReportCheck(report_);
+        QBXReportLocateItems(
+            report_, [](void*, const QBXShownItem* item) { return item->line < 50 ? 1 : 0; }, nullptr);
         for (int kind = QBXItemKind_Parameter; kind <= QBXItemKind_File; ++kind) {
             const auto known = static_cast<QBXItemKind>(kind);
             const std::uint64_t count = QBXReportGetItemCount(report_, known);

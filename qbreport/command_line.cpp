@@ -31,6 +31,7 @@ struct Arguments {
     InfoOptions info;
     NewOptions make;
     ServeOptions serve;
+    WatchOptions watch;
 };
 
 class HelpFormatter : public CLI::Formatter {
@@ -290,6 +291,18 @@ void addServe(CLI::App& app, Arguments& arguments) {
         "  curl --data-binary @order.json 'localhost:8080/render/invoice?format=pdf'");
 }
 
+void addWatch(CLI::App& app, Arguments& arguments) {
+    WatchOptions& options = arguments.watch;
+    CLI::App& command = *app.add_subcommand("watch", "Show a report in the browser while you write it");
+    addText(command, "template", options.file, " ", "The template")->required();
+    addDataFlags(command, options.data);
+    addText(command, "--listen", options.address, "PORT", "The port of the page (default: any that is free)");
+    addEngineFlags(command, arguments.engine);
+    command.footer(
+        "Examples:\n"
+        "  qbreport watch invoice.qbf -d order.json");
+}
+
 void addLists(CLI::App& app, Arguments& arguments) {
     CLI::App& fonts = *app.add_subcommand("fonts", "List the font families that templates can use");
     addFontFlag(fonts, arguments.engine);
@@ -367,6 +380,7 @@ std::function<ExitStatus(Messages&)> commandOf(const std::string& name,
     if (name == "info") return [=](Messages& to) { return info(arguments->info, to); };
     if (name == "new") return [=](Messages&) { return makeNew(arguments->make); };
     if (name == "serve") return [=](Messages& to) { return serve(arguments->serve, to); };
+    if (name == "watch") return [=](Messages& to) { return watch(arguments->watch, to); };
     if (name == "fonts") return [](Messages&) { return listFonts(); };
     return [](Messages&) { return listFormats(); };
 }
@@ -394,6 +408,7 @@ CommandLine parseCommandLine(int argumentCount, char** argumentValues) {
     addCheck(app, *arguments);
     addInfo(app, *arguments);
     addNew(app, *arguments);
+    addWatch(app, *arguments);
     addServe(app, *arguments);
     addLists(app, *arguments);
     for (CLI::App* command : app.get_subcommands({})) {

@@ -131,6 +131,13 @@ struct ServeOptions {
 };
 ExitStatus serve(const ServeOptions& options, Messages& messages);
 
+struct WatchOptions {
+    std::string file;  // of the template
+    DataOptions data;
+    std::string address = "127.0.0.1:0";
+};
+ExitStatus watch(const WatchOptions& options, Messages& messages);
+
 ExitStatus listFonts();
 ExitStatus listFormats();
 

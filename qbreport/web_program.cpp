@@ -32,4 +32,6 @@ namespace {
 
 ExitStatus serve(const ServeOptions&, Messages&) { continueInWebProgram(); }
 
+ExitStatus watch(const WatchOptions&, Messages&) { continueInWebProgram(); }
+
 }  // namespace qbreport

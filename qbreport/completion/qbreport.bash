@@ -8,7 +8,7 @@ _qbreport() {
     local flags="$messages" words='' files=''
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
-        COMPREPLY=($(compgen -W 'render burst collect extract check info new serve fonts formats --help --version' -- "$current"))
+        COMPREPLY=($(compgen -W 'render burst collect extract check info new watch serve fonts formats --help --version' -- "$current"))
         return
     fi
     case $previous in
@@ -41,6 +41,7 @@ _qbreport() {
         check) flags="$data $engine $messages --strict" files=1 ;;
         info) flags="$data $engine $messages --json" files=1 ;;
         new) flags="$messages --force" words='invoice list labels letter statement' ;;
+        watch) flags="$data $engine $messages --listen" files=1 ;;
         serve) flags="$messages ${engine% --setup-folder} --templates --listen --token-file --server-name -j --workers
             --queue --memory --body-limit" ;;
         fonts) flags="$messages --font-folder" ;;

@@ -78,6 +78,9 @@ public:
                                                             httplib::Response& response) {
             handler(request, response, current->connection);
         };
+        // Any number but that of no socket: the library ends answers of unknown length when it has stopped to
+        // listen. It does not use the socket.
+        svr_sock_ = 0;
         Get(".*", respond);
         Post(".*", respond);
         set_default_headers(std::move(headers));

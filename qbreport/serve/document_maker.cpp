@@ -14,7 +14,6 @@ namespace qbreport {
 
 namespace {
 
-constexpr std::size_t kMostMessages = 100;
 constexpr std::size_t kMostLoaded = 16;                        // templates that a process keeps
 constexpr std::size_t kMostKeptData = std::size_t{256} << 10;  // with one of them
 
@@ -27,12 +26,6 @@ public:
 private:
     std::uint64_t httpStatus_;
 };
-
-void removeAll(std::string& text, std::string_view part) {
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at)) {
-        text.erase(at, part.size());
-    }
-}
 
 std::string bytesOf(const TemplateFile& file) {
     std::string bytes(static_cast<std::size_t>(file.status.st_size), '\0');
@@ -53,23 +46,6 @@ bool isSame(const struct stat& a, const struct stat& b) {
 }
 
 }  // namespace
-
-KeptMessages::KeptMessages(std::string folder) : Messages(Form::Json, true), folder_(std::move(folder)) {}
-
-void KeptMessages::show(const Message& message) {
-    if (message.severity == Severity::Info || ++count_ > kMostMessages) return;
-    Message shown = message;
-    removeAll(shown.text, folder_);
-    removeAll(shown.file, folder_);
-    if (shown.file.starts_with('/')) shown.file.clear();
-    json_ += (json_.empty() ? "" : ", ") + asJson(shown);
-}
-
-void KeptMessages::forget() {
-    json_.clear();
-    count_ = 0;
-    forgotten_ = warnings();
-}
 
 DocumentMaker::DocumentMaker(const TemplateFolder& folder) : folder_(folder) {}
 

@@ -9,30 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "qbreport/messages.h"
+#include "qbreport/kept_messages.h"
 #include "qbreport/report.h"
 #include "qbreport/serve/document_request.h"
 #include "qbreport/serve/template_folder.h"
 
 namespace qbreport {
-
-// Messages that are kept as JSON, and written nowhere. Paths of the service's own folder are left out.
-class KeptMessages : public Messages {
-public:
-    explicit KeptMessages(std::string folder);
-    const std::string& json() const { return json_; }
-    // Removes the messages so far.
-    void forget();
-    std::size_t warningsSince() const { return warnings() - forgotten_; }
-
-private:
-    void show(const Message& message) override;
-
-    std::string folder_;  // with a slash at its end
-    std::string json_;
-    std::size_t count_ = 0;
-    std::size_t forgotten_ = 0;  // warnings
-};
 
 class DocumentMaker {
 public:

@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "engine/qbsvr_more.h"
 #include "qbreport/commands.h"
 #include "qbreport/console.h"
 #include "qbreport/http/access.h"
@@ -19,64 +18,17 @@
 #include "qbreport/serve/service.h"
 #include "qbreport/workers/spawner.h"
 #include "qbreport/workers/worker_pool.h"
+#include "qbreport/workers/worker_setup.h"
 
 namespace qbreport {
 
 namespace {
-
-// A process that has not noticed the end of its time itself is killed after this time more.
-constexpr std::chrono::seconds kGrace(2);
-
-// The fonts are known, and the libraries loaded, before the first request.
-void warmUp() {
-    constexpr std::string_view kPage =
-        "<Report version='1'><ReportHeader height='9mm'><Text width='90mm' height='9mm' text='0'/>"
-        "</ReportHeader></Report>";
-    tagQBReport* const report = QBReportCreate();
-    const void* bytes = nullptr;
-    std::uint64_t size = 0;
-    // Whatever is wrong here, the first request reports.
-    if (QBXReportLoadTemplate(report, kPage.data(), kPage.size(), "") != 0 &&
-        QBXReportPrepareExport(report, "pdf") != 0) {
-        QBXReportExportToMemory(report, &bytes, &size);
-    }
-    QBReportRelease(report);
-    keepMemory();
-}
-
-void limitProcess(std::uint64_t memory) {
-    const rlimit noCore{0, 0};  // a core would hold data of a request
-    ::setrlimit(RLIMIT_CORE, &noCore);
-#ifndef QBREPORT_SANITIZED
-    const rlimit data{memory, memory};
-    ::setrlimit(RLIMIT_DATA, &data);
-#else
-    static_cast<void>(memory);
-#endif
-}
 
 void allowManyConnections() {
     rlimit files{};
     if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return;
     files.rlim_cur = files.rlim_max;
     ::setrlimit(RLIMIT_NOFILE, &files);
-}
-
-// The time of one document, of the settings or of the flag.
-std::chrono::milliseconds limitTime() {
-    QBXBudget budget{};
-    budget.size = sizeof budget;
-    if (QBXGetBudget(&budget) == 0) {
-        throw Failure("the settings file has an error; see docs/settings.md");
-    }
-    constexpr std::uint64_t kDefault = 3'600'000;  // of the engine: made for whole batches
-    constexpr std::uint64_t kUsual = 30'000;
-    constexpr std::uint64_t kDay = 86'400'000;
-    if (budget.wallMilliseconds == kDefault) {
-        budget.wallMilliseconds = kUsual;
-        QBXSetBudget(&budget);
-    }
-    return std::chrono::milliseconds(std::min(budget.wallMilliseconds, kDay));
 }
 
 httplib::Headers securityHeaders() {
@@ -93,7 +45,7 @@ ExitStatus serve(const ServeOptions& options, Messages& messages) {
     const TemplateFolder folder(options.folder);
     Listener listener(options.address);
     const Access access(listener, options.serverNames, readToken(options.tokenFile));
-    const std::chrono::milliseconds limit = limitTime() + kGrace;
+    const std::chrono::milliseconds limit = limitTime();
     const std::uint64_t memory = bytesIn("--memory", options.memory);
     HttpLimits limits;
     limits.bodyBytes = static_cast<std::size_t>(bytesIn("--body-limit", options.bodyLimit));

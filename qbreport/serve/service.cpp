@@ -8,6 +8,7 @@
 
 #include "qbreport/console.h"
 #include "qbreport/failure.h"
+#include "qbreport/formats.h"
 #include "qbreport/http/query.h"
 
 namespace qbreport {
@@ -18,21 +19,6 @@ using Response = httplib::Response;
 
 constexpr std::string_view kRender = "/render/";
 constexpr std::string_view kParameter = "parameter.";
-
-struct TypeOfFormat {
-    std::string_view format;
-    const char* type;
-};
-constexpr std::array kTypes{
-    TypeOfFormat{"pdf", "application/pdf"},
-    TypeOfFormat{"xlsx", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"},
-    TypeOfFormat{"xls", "application/vnd.ms-excel"},
-    TypeOfFormat{"html", "text/html; charset=utf-8"},
-    TypeOfFormat{"rtf", "application/rtf"},
-    TypeOfFormat{"txt", "text/plain; charset=utf-8"},
-    TypeOfFormat{"csv", "text/csv; charset=utf-8"},
-    TypeOfFormat{"tiff", "image/tiff"},
-    TypeOfFormat{"png", "image/png"}};
 
 // Options that name files, keys and passwords are not for requests.
 constexpr std::array<std::string_view, 10> kOptions{"pages",      "layout",     "page-breaks", "page-headers",
@@ -57,12 +43,6 @@ std::string kindOfType(std::string_view type) {
     const auto* const known =
         std::find_if(kKinds.begin(), kKinds.end(), [&](const KindOfType& kind) { return kind.type == type; });
     return known == kKinds.end() ? "" : known->kind;
-}
-
-const TypeOfFormat* typeOf(std::string_view format) {
-    const auto* const known = std::find_if(kTypes.begin(), kTypes.end(),
-                                           [&](const TypeOfFormat& type) { return type.format == format; });
-    return known == kTypes.end() ? nullptr : known;
 }
 
 DocumentRequest requestFrom(const httplib::Request& request) {
@@ -146,7 +126,7 @@ void Service::listTemplates(Response& response) const {
 void Service::render(const httplib::Request& request, Response& response, Connection& connection) {
     const WorkerPool::Clock::time_point began = WorkerPool::Clock::now();
     const DocumentRequest asked = requestFrom(request);
-    if (typeOf(asked.format) == nullptr) {
+    if (mediaTypeOf(asked.format) == nullptr) {
         metrics_.addFailure("bad_request");
         return answerError(
             response, 400,
@@ -176,7 +156,7 @@ void Service::finish(const DocumentRequest& asked, std::string_view packet, Resp
         return answerBusy(response, "too many documents are being sent");
     }
     response.status = 200;
-    response.set_content(answer.document.data(), answer.document.size(), typeOf(asked.format)->type);
+    response.set_content(answer.document.data(), answer.document.size(), mediaTypeOf(asked.format));
     // Besides the policy of all answers. In the others, it would keep browsers from showing a PDF.
     if (asked.format == "html") response.set_header("Content-Security-Policy", "sandbox");
     response.set_header("Content-Disposition", "inline; filename=\"" + fileName(asked) + "\"");

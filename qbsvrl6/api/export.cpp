@@ -271,7 +271,7 @@ Spool exportReport(Runtime& runtime, ExportOptions& options, std::vector<std::st
     });
 }
 
-void checkReport(Runtime& runtime) {
+void checkReport(Runtime& runtime, std::unique_ptr<PageSink> pages) {
     class NoDocument : public PageSink {
         void beginPage(const PageInfo&) override {}
         void band(Band&&, Micrometres, Micrometres) override {}
@@ -290,7 +290,8 @@ void checkReport(Runtime& runtime) {
         const auto structure = structureFor(runtime.report.definition, options);
         layout.structure = structure.get();
         const Spool nothing;
-        BudgetGuard sink(std::make_unique<NoDocument>(), nothing, layout.paged);
+        if (pages == nullptr) pages = std::make_unique<NoDocument>();
+        BudgetGuard sink(std::move(pages), nothing, layout.paged);
         const ReportData data = dataOf(runtime, true);
         layOutInto(runtime, data, layout, sink);
         tellUnusedColumns(runtime.report.definition, data);

@@ -2,10 +2,12 @@
 #ifndef QBSVR_QBSVRL6_API_EXPORT_H
 #define QBSVR_QBSVRL6_API_EXPORT_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "qbsvrl6/api/runtime.h"
+#include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/support/spool.h"
 
@@ -25,7 +27,8 @@ void exportToFile(Runtime& runtime, ExportOptions& options);
 
 // Logs everything that an export would, and which columns of the data the template does not use; makes no
 // document. Raises EngineError where an export would fail.
-void checkReport(Runtime& runtime);
+// `pages`: receives them; null: nobody does.
+void checkReport(Runtime& runtime, std::unique_ptr<PageSink> pages = nullptr);
 
 // An export as PDF without the export-begins event, since printing is not an export.
 Spool printedReport(Runtime& runtime);

@@ -1,16 +1,30 @@
-// QBXReportLoadTemplateFile, QBXReportLoadTemplate, QBXReportCheck.
+// QBXReportLoadTemplateFile, QBXReportLoadTemplate, QBXReportCheck, QBXReportLocateItems.
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "engine/qbsvr_more.h"
 #include "qbsvrl6/api/export.h"
 #include "qbsvrl6/api/guard.h"
 #include "qbsvrl6/api/handles.h"
+#include "qbsvrl6/api/item_locator.h"
 #include "qbsvrl6/api/load_template.h"
 #include "qbsvrl6/template/template_io.h"
 
 using namespace qbsvrl6;
+
+namespace {
+
+int isGood(Report& report, std::unique_ptr<PageSink> pages) {
+    const Messages& messages = runtimeOf(report).messages;
+    const std::size_t before = messages.errorCount();
+    checkReport(runtimeOf(report), std::move(pages));
+    return messages.errorCount() == before ? 1 : 0;
+}
+
+}  // namespace
 
 int QBXReportLoadTemplateFile(tagQBReport* handle, const char* path) {
     return withObject(__func__, handle, [&](Report& report) {
@@ -29,10 +43,11 @@ int QBXReportLoadTemplate(tagQBReport* handle, const void* bytes, uint64_t size,
 }
 
 int QBXReportCheck(tagQBReport* handle) {
+    return withObject(__func__, handle, [](Report& report) { return isGood(report, nullptr); });
+}
+
+int QBXReportLocateItems(tagQBReport* handle, QBXOnShownItem take, void* context) {
     return withObject(__func__, handle, [&](Report& report) {
-        Messages& messages = runtimeOf(report).messages;
-        const std::size_t before = messages.errorCount();
-        checkReport(runtimeOf(report));
-        return messages.errorCount() == before ? 1 : 0;
+        return take == nullptr ? 0 : isGood(report, makeItemLocator(take, context));
     });
 }

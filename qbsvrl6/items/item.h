@@ -92,7 +92,8 @@ struct DrawingItem {
 };
 
 struct Item {
-    Rect box;  // relative to the band
+    Rect box;                          // relative to the band
+    const Control* control = nullptr;  // that the item shows; null: layout has added it
     // Background and border of the box, font of its text. Never null in a band that a sink receives. Valid
     // for the whole export.
     const ResolvedStyle* style = nullptr;

@@ -96,6 +96,7 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
     }
     unplaced.style = styleOf(control, position);
     unplaced.item.box = box;
+    unplaced.item.control = control.control;
     unplaced.item.style = unplaced.style;
     unplaced.item.column = control.firstColumn;
     unplaced.item.lastColumn = control.lastColumn;

@@ -43,6 +43,7 @@ CASES = {
     "qbreport fonts --font": "qbreport fonts --font-folder ",
     "qbreport formats --qui": "qbreport formats --quiet ",
     "qbreport serve --templates o": "qbreport serve --templates out/",
+    "qbreport watch inv": "qbreport watch invoice.qbf ",
     "qbreport serve --bud": "qbreport serve --budget ",
 }
 

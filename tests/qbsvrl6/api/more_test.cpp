@@ -236,6 +236,33 @@ TEST_F(MoreTest, CheckLogsWhatAnExportWould) {
     EXPECT_EQ(QBXReportCheck(report_), 0);
 }
 
+TEST_F(MoreTest, LocatedItemsAreThoseOfThePages) {
+    ASSERT_EQ(load("<Report version='1'><Page size='A5' margins='10mm'/>\n<ReportHeader>"
+                   "<Text x='1mm' y='2mm' width='9mm' height='5mm' text='[n]'/>\n"
+                   "<Text width='9mm' height='5mm' text='hidden' visibleWhen='n = 2'/>"
+                   "<Line y='7mm' width='9mm' height='0mm'/></ReportHeader></Report>"),
+              1);
+    ASSERT_EQ(data("[{\"n\": 1}]"), 1);
+    std::string seen;
+    const auto add = [](void* to, const QBXShownItem* item) {
+        std::string& text = *static_cast<std::string*>(to);
+        for (const auto number : {static_cast<std::int64_t>(item->page), item->x, item->y, item->width,
+                                  item->height, item->pageWidth, std::int64_t{item->line}}) {
+            text += std::to_string(number) + " ";
+        }
+        text += std::string(item->kind) + item->content + ";";
+        return text.size() < 60 ? 1 : 0;
+    };
+    EXPECT_EQ(QBXReportLocateItems(report_, add, &seen), 0);
+    EXPECT_EQ(seen, "1 11000 12000 9000 5000 148000 2 text[n];1 10000 17000 9000 0 148000 3 line;");
+    EXPECT_NE(messages().find("cancelled"), std::string::npos);
+    seen.clear();
+    EXPECT_EQ(QBXReportLocateItems(
+                  report_, [](void*, const QBXShownItem*) { return 1; }, nullptr),
+              1);
+    EXPECT_EQ(QBXReportLocateItems(report_, nullptr, nullptr), 0);
+}
+
 TEST_F(MoreTest, ProgressCanCancel) {
     std::string rows = "[{\"n\":0}";
     for (int i = 1; i < 3'000; ++i) rows += ",{\"n\":" + std::to_string(i) + "}";

@@ -1,0 +1,34 @@
+#include "qbreport/formats.h"
+
+#include <algorithm>
+#include <array>
+
+namespace qbreport {
+
+namespace {
+
+struct FormatType {
+    std::string_view format;
+    const char* type;
+};
+
+constexpr std::array kTypes{
+    FormatType{"pdf", "application/pdf"},
+    FormatType{"xlsx", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"},
+    FormatType{"xls", "application/vnd.ms-excel"},
+    FormatType{"html", "text/html; charset=utf-8"},
+    FormatType{"rtf", "application/rtf"},
+    FormatType{"txt", "text/plain; charset=utf-8"},
+    FormatType{"csv", "text/csv; charset=utf-8"},
+    FormatType{"tiff", "image/tiff"},
+    FormatType{"png", "image/png"}};
+
+}  // namespace
+
+const char* mediaTypeOf(std::string_view format) {
+    const auto* const known = std::find_if(kTypes.begin(), kTypes.end(),
+                                           [&](const FormatType& type) { return type.format == format; });
+    return known == kTypes.end() ? nullptr : known->type;
+}
+
+}  // namespace qbreport
