@@ -281,7 +281,7 @@ class Page(Watched):
         browser.wait(f"Number(document.documentElement.dataset.version) > {version} && {image}.src.includes('version=' + document.documentElement.dataset.version)")
         self.assertEqual(browser.value("document.querySelector('#pages').scrollTop"), 90)
         self.replace(TEMPLATE.replace('height="8mm"', 'hieght="8mm"'))
-        browser.wait("document.querySelector('#status.bad')")
+        browser.wait("document.querySelector('#messages .error') && document.querySelector('#source .wrong')")
         self.assertRegex(text("#messages"), r"error reports/sold.qbf:4:\d+ unknown attribute .hieght")
         self.assertEqual(browser.value("[...document.querySelectorAll('#source .wrong')].map(line => line.textContent.trim().slice(0, 5))"), ["<Text"])
         self.assertGreater(browser.value(f"{image}.naturalWidth"), 0)
