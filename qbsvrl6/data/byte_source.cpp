@@ -129,7 +129,7 @@ bool ByteBlocks::append(std::string& bytes) {
     bytes.resize(known + size_);
     const std::size_t count = source_.read(bytes.data() + known, size_);
     bytes.resize(known + count);
-    size_ = std::min(4 * size_, kMost);
+    size_ = std::min(2 * size_, kMost);
     return count > 0;
 }
 

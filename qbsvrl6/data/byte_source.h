@@ -41,7 +41,7 @@ public:
 
 private:
     ByteSource& source_;
-    std::size_t size_ = 4 * 1024;
+    std::size_t size_ = 1024;
 };
 
 // The bytes at an address, with the errors of `fetch` (load.h) but without a limit of their number. Those of
