@@ -229,7 +229,8 @@ void XlsxSheet::writePageSetup(const PrintSetup& print) {
     xml_.close().lineEnd();
 }
 
-void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print, const XlsxRelations& pictures) {
+void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print,
+                        const PackageRelations& pictures) {
     writeTail(print);
     flush();
     DeflateStream first;

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/sheet/package/zip.h"
 #include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_drawing.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
-#include "qbsvrl6/sheet/xlsx/zip.h"
 
 namespace qbsvrl6 {
 
@@ -47,7 +47,7 @@ public:
 
     // Writes the sheet, its relations and its drawing to the archive. `number` is the sheet's, from 1;
     // `pictures` are the relations of the drawing.
-    void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const XlsxRelations& pictures);
+    void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const PackageRelations& pictures);
     bool hasDrawing() const { return !drawing_.isEmpty(); }
 
 private:
@@ -70,7 +70,7 @@ private:
     std::size_t mergeCount_ = 0;
     std::string links_;
     std::size_t linkCount_ = 0;
-    XlsxRelations relations_;
+    PackageRelations relations_;
     std::vector<std::int64_t> breaks_;
     XlsxDrawing drawing_;
 };

@@ -68,7 +68,7 @@ private:
         zip.add("xl/_rels/workbook.xml.rels", workbookRelations());
         zip.add("xl/styles.xml", xlsxStyles(styles().styles()));
         if (!pending_.isEmpty()) zip.add("xl/sharedStrings.xml", sharedTexts(pending));
-        XlsxRelations pictures;
+        PackageRelations pictures;
         for (const auto& [id, picture] : pictures_) {
             zip.addStored("xl/media/" + mediaName(*picture), picture->bytes);
             pictures.add("rId" + std::to_string(id), "image", "../media/" + mediaName(*picture));
@@ -120,7 +120,7 @@ private:
     }
 
     static std::string packageRelations() {
-        XlsxRelations relations;
+        PackageRelations relations;
         relations.add("rId1", "officeDocument", "xl/workbook.xml");
         relations.add("rId2", std::string(kPackageNamespace) + "/relationships/metadata/core-properties",
                       "docProps/core.xml");
@@ -128,7 +128,7 @@ private:
     }
 
     std::string workbookRelations() const {
-        XlsxRelations relations;
+        PackageRelations relations;
         relations.add("rIdStyles", "styles", "styles.xml");
         if (!pending_.isEmpty()) relations.add("rIdTexts", "sharedStrings", "sharedStrings.xml");
         for (std::size_t i = 1; i <= sheets_.size(); ++i) {

@@ -6,48 +6,17 @@
 #include <string_view>
 
 #include "qbsvrl6/sheet/escape.h"
-#include "qbsvrl6/support/units.h"
-#include "qbsvrl6/support/xml_writer.h"
+#include "qbsvrl6/sheet/package/package_xml.h"
 
 namespace qbsvrl6 {
 
 inline constexpr std::string_view kSpreadsheetNamespace =
     "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
-inline constexpr std::string_view kRelationNamespace =
-    "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
-inline constexpr std::string_view kPackageNamespace = "http://schemas.openxmlformats.org/package/2006";
-
-// A colour in an attribute value: "1A2B3C".
-struct HexColor {
-    Color color;
-    void appendTo(std::string& out) const;
-};
-
-// A number in an attribute value, with at most three decimals.
-struct Rounded {
-    double number;
-    void appendTo(std::string& out) const;
-};
 
 // A text of the type ST_Xstring.
 struct Xstring {
     std::u16string_view text;
     void appendTo(std::string& out) const { appendXstring(out, text); }
-};
-
-// The relations of one part of the package, which name other parts and addresses.
-class XlsxRelations {
-public:
-    // `type` is the last part of an office relation type, or a whole type ("http:...").
-    void add(std::string_view id, std::string_view type, std::string_view target);
-    void addLink(std::string_view id, std::u16string_view address);
-
-    bool isEmpty() const { return elements_.empty(); }
-    // The whole part, NAME.rels.
-    std::string xml() const;
-
-private:
-    std::string elements_;
 };
 
 }  // namespace qbsvrl6

@@ -2,7 +2,7 @@
 //   for each entry   local header, name, bytes
 //   for each entry   central header, name
 //   end              end of central directory record
-#include "qbsvrl6/sheet/xlsx/zip.h"
+#include "qbsvrl6/sheet/package/zip.h"
 
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
@@ -133,7 +133,7 @@ void ZipWriter::putCommonFields(ByteWriter& out, const Entry& entry) {
 void ZipWriter::begin(Entry entry) {
     entry.offset = output_.size();
     if ((entry.size | entry.compressedSize | (entry.offset + entry.compressedSize)) >= UINT32_MAX) {
-        throw EngineError(ErrorCode::LimitExceeded, "the workbook is larger than 4 GiB");
+        throw EngineError(ErrorCode::LimitExceeded, "the document is larger than 4 GiB");
     }
     // Local header:
     //   u32 signature | the common fields | u16 length of extra fields | name

@@ -1,4 +1,4 @@
-#include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
+#include "qbsvrl6/sheet/package/package_xml.h"
 
 #include "qbsvrl6/support/append.h"
 #include "qbsvrl6/support/ascii.h"
@@ -14,7 +14,7 @@ void HexColor::appendTo(std::string& out) const {
 
 void Rounded::appendTo(std::string& out) const { appendNumber(out, number, 3); }
 
-void XlsxRelations::add(std::string_view id, std::string_view type, std::string_view target) {
+void PackageRelations::add(std::string_view id, std::string_view type, std::string_view target) {
     XmlWriter xml(elements_);
     xml.open("Relationship").attribute("Id", id);
     if (type.starts_with("http:")) {
@@ -25,13 +25,13 @@ void XlsxRelations::add(std::string_view id, std::string_view type, std::string_
     xml.attribute("Target", target).close().lineEnd();
 }
 
-void XlsxRelations::addLink(std::string_view id, std::u16string_view address) {
+void PackageRelations::addLink(std::string_view id, std::u16string_view address) {
     XmlWriter xml(elements_);
     xml.open("Relationship").attribute("Id", id).attribute("Type", kRelationNamespace, "/hyperlink");
     xml.attribute("Target", address).attribute("TargetMode", "External").close().lineEnd();
 }
 
-std::string XlsxRelations::xml() const {
+std::string PackageRelations::xml() const {
     std::string part;
     XmlWriter xml(part);
     xml.declare().open("Relationships").attribute("xmlns", kPackageNamespace, "/relationships").lineEnd();

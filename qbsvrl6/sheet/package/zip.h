@@ -1,6 +1,6 @@
 // ZIP archives: the packages of office documents.
-#ifndef QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
-#define QBSVR_QBSVRL6_SHEET_XLSX_ZIP_H
+#ifndef QBSVR_QBSVRL6_SHEET_PACKAGE_ZIP_H
+#define QBSVR_QBSVRL6_SHEET_PACKAGE_ZIP_H
 
 #include <cstdint>
 #include <memory>
