@@ -2,10 +2,12 @@
 
 #include <libdeflate.h>
 
+#include <cstdint>
 #include <memory>
 #include <new>
 
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/igzip.h"
 
 namespace qbsvrl6 {
 
@@ -21,36 +23,65 @@ struct DecompressorDeleter {
     }
 };
 
+struct QuickCompressor {
+    isal_zstream stream;
+    Igzip::LevelBuffer buffer;
+};
+
 struct ThreadCompressor {
-    std::unique_ptr<libdeflate_compressor, CompressorDeleter> compressors[2];  // by their aim
+    std::unique_ptr<libdeflate_compressor, CompressorDeleter> best;
+    std::unique_ptr<QuickCompressor> quick;
     std::unique_ptr<char[]> bytes;
     std::size_t capacity = 0;
 };
 
 // Higher levels double the time for the last percent of size.
-constexpr int kLevels[] = {6, 1};
+constexpr int kLevel = 6;
 
 // A larger buffer, as for a picture, is freed: pages don't need it.
 constexpr std::size_t kKeptBytes = 1 << 20;
 
+libdeflate_compressor* bestOf(ThreadCompressor& state) {
+    if (state.best == nullptr) state.best.reset(libdeflate_alloc_compressor(kLevel));
+    if (state.best == nullptr) throw std::bad_alloc();
+    return state.best.get();
+}
+
+// The size of the result.
+std::size_t compressQuickly(ThreadCompressor& state, std::string_view bytes) {
+    if (state.quick == nullptr) state.quick = std::make_unique<QuickCompressor>();
+    isal_zstream& stream = state.quick->stream;
+    igzip().isal_deflate_stateless_init(&stream);
+    stream.level = Igzip::kLevel;
+    stream.level_buf = state.quick->buffer.data();
+    stream.level_buf_size = static_cast<std::uint32_t>(state.quick->buffer.size());
+    stream.gzip_flag = IGZIP_ZLIB;
+    stream.end_of_stream = 1;
+    stream.next_in = reinterpret_cast<std::uint8_t*>(const_cast<char*>(bytes.data()));  // only read
+    stream.avail_in = static_cast<std::uint32_t>(bytes.size());
+    stream.next_out = reinterpret_cast<std::uint8_t*>(state.bytes.get());
+    stream.avail_out = static_cast<std::uint32_t>(state.capacity);
+    const int result = igzip().isal_deflate_stateless(&stream);
+    if (result != COMP_OK) throw EngineError(ErrorCode::Internal, "bytes can't be compressed");
+    return stream.total_out;
+}
+
 }  // namespace
 
 std::string_view compress(std::string_view bytes, Compression aim) {
+    constexpr std::size_t kMostQuick = 1u << 30;  // it counts in 32 bits
     thread_local ThreadCompressor state;
-    const auto kind = static_cast<std::size_t>(aim);
-    std::unique_ptr<libdeflate_compressor, CompressorDeleter>& compressor = state.compressors[kind];
-    if (compressor == nullptr) {
-        compressor.reset(libdeflate_alloc_compressor(kLevels[kind]));
-        if (compressor == nullptr) throw std::bad_alloc();
-    }
-    const std::size_t bound = libdeflate_zlib_compress_bound(compressor.get(), bytes.size());
+    libdeflate_compressor* const best = bestOf(state);
+    const std::size_t bound = libdeflate_zlib_compress_bound(best, bytes.size());
     if (state.capacity < bound || state.capacity > kKeptBytes) {
         state.bytes.reset(new char[bound]);
         state.capacity = bound;
     }
-    const std::size_t size = libdeflate_zlib_compress(compressor.get(), bytes.data(), bytes.size(),
-                                                      state.bytes.get(), state.capacity);
-    return {state.bytes.get(), size};
+    if (aim == Compression::Speed && bytes.size() < kMostQuick) {
+        return {state.bytes.get(), compressQuickly(state, bytes)};
+    }
+    return {state.bytes.get(),
+            libdeflate_zlib_compress(best, bytes.data(), bytes.size(), state.bytes.get(), state.capacity)};
 }
 
 void decompress(std::string_view compressed, void* to, std::size_t size) {

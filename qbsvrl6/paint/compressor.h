@@ -7,7 +7,7 @@
 
 namespace qbsvrl6 {
 
-// Speed takes a third of the time, and the result is a fifth larger.
+// Speed takes a quarter of the time, and the result is a quarter larger.
 enum class Compression { Size, Speed };
 
 // The compressed bytes, valid until the thread's next call. Raises std::bad_alloc.

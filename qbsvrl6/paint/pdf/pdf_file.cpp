@@ -1,5 +1,7 @@
 #include "qbsvrl6/paint/pdf/pdf_file.h"
 
+#include <array>
+
 #include "qbsvrl6/paint/pdf/pdf_syntax.h"
 #include "qbsvrl6/support/byte_words.h"
 #include "qbsvrl6/support/error.h"
@@ -13,8 +15,11 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr std::size_t kWorthCompressing = 96;  // below it, the filter's entry costs more than it saves
-constexpr int kObjectsPerStream = 200;         // an index has eight bits
+constexpr int kObjectsPerStream = 200;
+constexpr int kHurriedObjectsPerStream = 1'000;
 constexpr std::size_t kObjectStreamBytes = 64 << 10;
+constexpr char kUp = 2;  // the PNG filter for a row of differences
+constexpr std::size_t kMostColumns = 16;
 
 }  // namespace
 
@@ -29,25 +34,39 @@ int PdfFile::reserve() {
     return static_cast<int>(places_.size()) - 1;
 }
 
-void PdfFile::beginObject(int number) {
+void PdfFile::beginPlainObject(int number) {
     places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size()};
     output_.end() += std::to_string(number);
     output_.end() += " 0 obj\n";
 }
 
 void PdfFile::writeObject(int number, std::string_view body) {
+    beginObject(number).append(body);
+    endObject();
+}
+
+ByteBuffer& PdfFile::beginObject(int number) {
     if (version_ == Version::Pdf14) {
-        writePlainObject(number, body);
-        addToHash(body);
-        return;
+        plainObject_ = number;
+        return objects_;
     }
     if (objectCount_ == 0) objectStream_ = reserve();
     places_[static_cast<std::size_t>(number)] = {Place::Kind::InStream,
                                                  static_cast<std::uint64_t>(objectStream_), objectCount_};
     objectIndex_.add(std::int64_t{number}, ' ', static_cast<std::int64_t>(objects_.size()), ' ');
-    objects_.add(body, '\n');
+    return objects_;
+}
+
+void PdfFile::endObject() {
+    if (version_ == Version::Pdf14) {
+        writePlainObject(plainObject_, objects_.view());
+        addToHash(objects_.view());
+        return objects_.clear();
+    }
+    objects_.append('\n');
     ++objectCount_;
-    if (objectCount_ == kObjectsPerStream || objects_.size() > kObjectStreamBytes) flushObjects();
+    const int most = objectCompression_ == Compression::Speed ? kHurriedObjectsPerStream : kObjectsPerStream;
+    if (objectCount_ == most || objects_.size() > kObjectStreamBytes) flushObjects();
 }
 
 void PdfFile::flushObjects() {
@@ -71,7 +90,7 @@ void PdfFile::writeStream(int number, std::string_view entries, std::string_view
 }
 
 void PdfFile::writeBytes(int number, std::string_view entries, std::string_view bytes) {
-    beginObject(number);
+    beginPlainObject(number);
     std::string& out = output_.end();
     out += "<<";
     out += entries;
@@ -86,7 +105,7 @@ void PdfFile::writeBytes(int number, std::string_view entries, std::string_view 
 }
 
 std::uint64_t PdfFile::writePlainObject(int number, std::string_view body) {
-    beginObject(number);
+    beginPlainObject(number);
     const std::uint64_t offset = output_.size();
     output_.end() += body;
     output_.end() += "\nendobj\n";
@@ -115,24 +134,40 @@ void PdfFile::finish(int catalog, int info) {
     output_.append("startxref\n" + std::to_string(start) + "\n%%EOF\n");
 }
 
-// Rows of type (1 byte), offset or stream (`width` bytes) and index (2 bytes).
+// Rows of type (1 byte), offset or stream (`width` bytes) and index (2 bytes). Hundreds of thousands of them
+// are written as differences from the row above, which are nearly all the same.
 void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
     places_[static_cast<std::size_t>(number)] = {Place::Kind::Offset, output_.size()};
     int width = 2;
     while (output_.size() >> (8 * width) != 0) ++width;
+    const bool asDifferences = objectCompression_ == Compression::Speed;
+    const int columns = width + 3;
+    std::array<unsigned char, kMostColumns> row{};
+    std::array<unsigned char, kMostColumns> above{};
     ByteBuffer rows;
     for (const Place& place : places_) {
-        rows.append(static_cast<char>(place.kind()));
-        for (int shift = width - 1; shift >= 0; --shift) {
-            rows.append(static_cast<char>((place.offsetOrStream() >> (8 * shift)) & 0xFF));
+        unsigned char* to = row.data();
+        *to++ = static_cast<unsigned char>(place.kind());
+        for (int shift = 8 * (width - 1); shift >= 0; shift -= 8) {
+            *to++ = static_cast<unsigned char>(place.offsetOrStream() >> shift);
         }
         const int index = place.kind() == Place::Kind::Free ? 0xFFFF : place.index();
-        rows.append(static_cast<char>(index >> 8));
-        rows.append(static_cast<char>(index & 0xFF));
+        *to++ = static_cast<unsigned char>(index >> 8);
+        *to++ = static_cast<unsigned char>(index);
+        char* out = rows.room(kMostColumns + 1);
+        if (asDifferences) *out++ = kUp;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(columns); ++i) {
+            *out++ = static_cast<char>(row[i] - above[i]);
+        }
+        rows.commit(out);
+        if (asDifferences) above = row;
     }
     std::string entries = "/Type/XRef/W[1 " + std::to_string(width) + " 2]";
+    if (asDifferences) {
+        entries += "/DecodeParms<</Predictor 12/Columns " + std::to_string(columns) + ">>";
+    }
     entries += trailer;
-    writeStream(number, entries, rows.view());
+    writeStream(number, entries, rows.view(), false, objectCompression_);
 }
 
 // Rows of 20 bytes: offset, generation, and whether the number is in use.

@@ -29,6 +29,9 @@ public:
 
     // An object that isn't a stream; `body` is a dictionary, an array or the like.
     void writeObject(int number, std::string_view body);
+    // The same without a copy: the body is appended to the result until endObject(), the next call.
+    ByteBuffer& beginObject(int number);
+    void endObject();
 
     // A stream, compressed if that makes it smaller. `entries` are the entries of its dictionary except
     // length and filter. A stream that is already `encoded` is written unchanged; its entries name its
@@ -42,8 +45,8 @@ public:
     // From now on, streams are encrypted.
     void encrypt(std::shared_ptr<const PdfEncryption> encryption) { encryption_ = std::move(encryption); }
 
-    // From now on, objects are compressed quickly. A tagged document has one per cell.
-    void hurryObjects() { objectCompression_ = Compression::Speed; }
+    // Objects are compressed quickly, and more of them together: there is one per cell.
+    void hurry() { objectCompression_ = Compression::Speed; }
 
     // Writes the rest of the file. Reserved objects that were never written are marked as free.
     void finish(int catalog, int info);
@@ -64,11 +67,11 @@ private:
         std::uint64_t offsetOrStream() const { return bits_ >> kShift; }
 
     private:
-        static constexpr int kKindBits = 2, kIndexBits = 8, kShift = kKindBits + kIndexBits;
+        static constexpr int kKindBits = 2, kIndexBits = 10, kShift = kKindBits + kIndexBits;
         std::uint64_t bits_ = 0;
     };
 
-    void beginObject(int number);
+    void beginPlainObject(int number);
     void writeBytes(int number, std::string_view entries, std::string_view bytes);
     void flushObjects();
     void writeCrossReferences(int number, std::string_view trailer);
@@ -79,10 +82,11 @@ private:
     Spool& output_;
     Version version_;
     std::vector<Place> places_;  // by number
-    ByteBuffer objects_;         // of the current object stream
+    ByteBuffer objects_;         // of the current object stream; of PDF 1.4, the current object
     ByteBuffer objectIndex_;     // its pairs of number and offset
     int objectCount_ = 0;
     int objectStream_ = 0;
+    int plainObject_ = 0;  // of PDF 1.4: the number of the current object
     Compression objectCompression_ = Compression::Size;
     std::shared_ptr<const PdfEncryption> encryption_;  // may be null
     // Of all content so far.

@@ -85,7 +85,7 @@ const char* languageOf(const Item& item, std::u16string_view text) {
 
 PdfStructure::PdfStructure(PdfFile& file, const DocumentStructure& structure)
     : file_(file), structure_(structure), parents_(file), root_(file.reserve()), elements_(file, root_) {
-    file.hurryObjects();
+    file.hurry();
 }
 
 void PdfStructure::beginPage(int page, Micrometres height) {
@@ -107,19 +107,19 @@ void PdfStructure::beginBand(PdfCanvas& canvas, const Band& band, Micrometres x,
     links_.clear();
     pending_.clear();
     firstLink_ = canvas.links().size();
-    Items items;
+    read_.clear();
     for (std::size_t i = 0; i < band.items.size(); ++i) {
         const auto* const text = std::get_if<TextItem>(&band.items[i].content);
         if (text != nullptr && text->pending) pending_.push_back(i);
-        if (hasContent(band.items[i])) items.push_back(i);
+        if (hasContent(band.items[i])) read_.push_back(i);
     }
     std::string_view artifact = band.kind == BandKind::PageHeader   ? kHeader
                                 : band.kind == BandKind::PageFooter ? kFooter
                                                                     : kLayout;
     if (band.repeated) artifact = kRepeated;
-    if (!items.empty() && !isArtifact(band)) {
+    if (!read_.empty() && !isArtifact(band)) {
         Element& report = reportElement(structure_.band(band.structure).report);
-        if (!placeSimpleRow(report, band.structure, band.columnGroup, items)) placeRows(report, band, items);
+        if (!placeSimpleRow(report, band.structure, band.columnGroup, read_)) placeRows(report, band, read_);
     }
     for (std::size_t i = 0; i < band.items.size(); ++i) {
         const auto* const text = std::get_if<TextItem>(&band.items[i].content);
@@ -276,7 +276,7 @@ StructureElement* PdfStructure::rowOf(Element& report, std::uint32_t band, int c
     const DocumentStructure::BandEntry& entry = structure_.band(band);
     Element& table = tableOf(report, entry.report, columnGroup);
     bool isHead = entry.kind == BandKind::GridTitle;
-    if (isHead && (!table.kids.empty() || !table.children.empty())) {
+    if (isHead && (table.kids.size() > 0 || !table.children.empty())) {
         Element* const head = elements_.findOpen(table, Kind::Head, 0);
         const bool isNextLevel =
             head != nullptr && !head->children.empty() && band > head->children.back()->key;
@@ -300,6 +300,17 @@ void PdfStructure::addCells(Element& row, std::uint32_t band, const std::vector<
     const Element& table = *row.parent->parent;
     const DocumentStructure::BandEntry& entry = structure_.band(band);
     const bool isOfGroup = entry.kind != BandKind::Row && entry.kind != BandKind::GridTitle;
+    int next = 0;
+    const auto add = [&](int first, int last) {
+        if (last < first) return;
+        Element& cell = elements_.open(row, Kind::Cell, static_cast<std::uint32_t>(first), "TD");
+        cell.lastPosition = last;
+        next = last + 1;
+    };
+    if (!isOfGroup && parts.empty()) {
+        for (int i = 0; i < table.columns; ++i) add(i, i);
+        return;
+    }
     std::vector<std::pair<int, int>> spans;
     for (int i = 0; !isOfGroup && i < table.columns; ++i) spans.emplace_back(i, i);
     for (const Part& part : parts) {
@@ -314,13 +325,6 @@ void PdfStructure::addCells(Element& row, std::uint32_t band, const std::vector<
         if (span.second >= span.first) spans.push_back(span);
     }
     std::sort(spans.begin(), spans.end());
-    int next = 0;
-    const auto add = [&](int first, int last) {
-        if (last < first) return;
-        Element& cell = elements_.open(row, Kind::Cell, static_cast<std::uint32_t>(first), "TD");
-        cell.lastPosition = last;
-        next = last + 1;
-    };
     for (std::size_t i = 0; i < spans.size();) {
         int last = spans[i].second;
         std::size_t end = i + 1;

@@ -112,6 +112,7 @@ private:
     std::vector<ItemMark> marks_;
     std::vector<Element*> placed_;  // of each item; null: it is an artifact
     std::vector<Link> links_;       // of each item that has one
+    Items read_;                    // those that are not decoration
     Items pending_;
     std::size_t firstLink_ = 0;  // of the band, among those of the page
     std::vector<LateContent> lateContents_;

@@ -123,7 +123,7 @@ public:
 
     void endPage() override {
         const int content = file_.reserve();
-        file_.writeStream(content, "", canvas_.end());
+        writeContent(content);
         std::string contents = reference(content);
         if (!page_.pending.empty()) {
             // Texts that are known at the end go into a second stream, so the page can be written now.
@@ -219,8 +219,13 @@ private:
                 paintText(canvas_, item);
                 canvas_.endItem();
             }
-            file_.writeStream(page.content, "", canvas_.end());
+            writeContent(page.content);
         }
+    }
+
+    // The marks of a tagged page repeat themselves: the best compression would take twice the time for a tenth.
+    void writeContent(int number) {
+        file_.writeStream(number, "", canvas_.end(), false, tags_ ? Compression::Speed : Compression::Size);
     }
 
     void writePage(const std::string& contents) {

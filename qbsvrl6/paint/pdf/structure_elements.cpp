@@ -1,7 +1,6 @@
 #include "qbsvrl6/paint/pdf/structure_elements.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 namespace qbsvrl6 {
@@ -14,31 +13,18 @@ using Kind = StructureElement::Kind;
 // Whether the children go on beside one another: a page break may divide all cells of a row.
 bool goOnTogether(Kind parent) { return parent == Kind::Row || parent == Kind::Cell || parent == Kind::Band; }
 
-void appendNumber(std::string& out, int number) {
-    char digits[12];
-    out.append(&digits[0], std::to_chars(&digits[0], std::end(digits), number).ptr);
-}
-
 }  // namespace
 
 void StructureElement::addKid(std::string_view kid) {
-    kids += kid;
+    kids.append(kid);
     ++kidCount;
 }
 
 void StructureElement::addContent(int content, int ofPage) {
     if (page == 0) page = ofPage;
     ++kidCount;
-    if (page == ofPage) {
-        appendNumber(kids, content);
-        kids += ' ';
-        return;
-    }
-    kids += "<</Type/MCR/Pg ";
-    appendNumber(kids, ofPage);
-    kids += " 0 R/MCID ";
-    appendNumber(kids, content);
-    kids += ">>";
+    if (page == ofPage) return kids.add(std::int64_t{content}, ' ');
+    kids.add("<</Type/MCR/Pg "sv, std::int64_t{ofPage}, " 0 R/MCID "sv, std::int64_t{content}, ">>"sv);
 }
 
 void StructureElement::addObject(int object, int ofPage) {
@@ -145,29 +131,29 @@ void StructureElements::close(StructureElement& element) {
     }
     element.children.clear();
     if (element.kind == Kind::Band) return;
-    if (element.kids.empty() && element.kind != Kind::Cell) return;
+    if (element.kids.size() == 0 && element.kind != Kind::Cell) return;
     write(element);
     StructureElement* holder = element.parent;
     while (holder != nullptr && holder->kind == Kind::Band) holder = holder->parent;
     if (holder == nullptr) return;
-    appendNumber(holder->kids, element.number);
-    holder->kids += " 0 R ";
+    holder->kids.add(std::int64_t{element.number}, " 0 R "sv);
     ++holder->kidCount;
 }
 
 void StructureElements::write(const StructureElement& element) {
-    out_.clear();
-    out_.add("<</S/"sv, element.tag, "/P "sv,
-             std::int64_t{element.parent == nullptr ? root_ : element.parent->number}, " 0 R"sv);
-    if (element.page != 0) out_.add("/Pg "sv, std::int64_t{element.page}, " 0 R"sv);
+    ByteBuffer& out = file_.beginObject(element.number);
+    out.add("<</S/"sv, element.tag, "/P "sv,
+            std::int64_t{element.parent == nullptr ? root_ : element.parent->number}, " 0 R"sv);
+    if (element.page != 0) out.add("/Pg "sv, std::int64_t{element.page}, " 0 R"sv);
+    const std::string_view kids = element.kids.view();
     if (element.kidCount == 1) {
-        const bool isNumber = element.kids.back() == ' ';
-        out_.add("/K "sv, std::string_view(element.kids).substr(0, element.kids.size() - (isNumber ? 1 : 0)));
+        const bool isNumber = kids.back() == ' ';
+        out.add("/K "sv, kids.substr(0, kids.size() - (isNumber ? 1 : 0)));
     } else if (element.kidCount > 1) {
-        out_.add("/K["sv, std::string_view(element.kids), ']');
+        out.add("/K["sv, kids, ']');
     }
-    out_.add(std::string_view(element.attributes), ">>"sv);
-    file_.writeObject(element.number, out_.view());
+    out.add(std::string_view(element.attributes), ">>"sv);
+    file_.endObject();
 }
 
 }  // namespace qbsvrl6

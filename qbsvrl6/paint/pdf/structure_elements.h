@@ -23,7 +23,7 @@ struct StructureElement {
     int number = 0;         // of its object; of a band: that of its parent
     StructureElement* parent = nullptr;
     int page = 0;  // the object of the page of its first content
-    std::string kids;
+    ByteBuffer kids;
     int kidCount = 0;
     std::string attributes;
     std::vector<std::unique_ptr<StructureElement>> children;  // open ones, in the order of reading
@@ -76,7 +76,6 @@ private:
     int root_;
     StructureElement document_;
     std::vector<std::unique_ptr<StructureElement>> spare_;
-    ByteBuffer out_;
 };
 
 }  // namespace qbsvrl6

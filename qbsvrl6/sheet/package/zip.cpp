@@ -4,8 +4,6 @@
 //   end              end of central directory record
 #include "qbsvrl6/sheet/package/zip.h"
 
-#include <isa-l/crc.h>
-#include <isa-l/igzip_lib.h>
 #include <zlib.h>
 
 #include <array>
@@ -13,15 +11,12 @@
 
 #include "qbsvrl6/support/byte_writer.h"
 #include "qbsvrl6/support/error.h"
-#include "qbsvrl6/support/lazy_library.h"
+#include "qbsvrl6/support/igzip.h"
 
 namespace qbsvrl6 {
 
 namespace {
 
-// Every processor with SSE 4.2 makes the same bytes at this level, but not at the next one, which takes four
-// times as long and saves one percent of a sheet.
-constexpr int kLevel = 2;
 using u16 = std::uint16_t;
 using u32 = std::uint32_t;
 
@@ -33,19 +28,6 @@ constexpr u16 kStored = 0;
 constexpr u16 kDeflated = 8;
 constexpr u16 kVersion = 20;  // 2.0
 
-struct Igzip {
-    LazyLibrary library{"libisal.so.2"};
-    QBSVR_LAZY_FUNCTION(library, isal_deflate_init);
-    QBSVR_LAZY_FUNCTION(library, isal_deflate_reset);
-    QBSVR_LAZY_FUNCTION(library, isal_deflate);
-    QBSVR_LAZY_FUNCTION(library, crc32_gzip_refl);
-};
-
-const Igzip& igzip() {
-    static const Igzip functions;
-    return functions;
-}
-
 u32 checksum(u32 crc, std::string_view bytes) {
     return igzip().crc32_gzip_refl(crc, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
 }
@@ -54,11 +36,11 @@ u32 checksum(u32 crc, std::string_view bytes) {
 
 struct DeflateStream::State {
     isal_zstream stream;
-    std::array<unsigned char, ISAL_DEF_LVL2_DEFAULT> levelBuffer;
+    Igzip::LevelBuffer levelBuffer;
 
     State() {
         igzip().isal_deflate_init(&stream);
-        stream.level = kLevel;
+        stream.level = Igzip::kLevel;
         stream.level_buf = levelBuffer.data();
         stream.level_buf_size = static_cast<u32>(levelBuffer.size());
         stream.gzip_flag = IGZIP_DEFLATE;  // no header
