@@ -395,23 +395,27 @@ void Binding::bindScope(Aggregate& aggregate, std::u16string_view text) const {
         {u"GroupRunning", ScopeKind::GroupRunning},
     }};
     if (aggregate.scopeName.empty()) return;
-    if (grid_ != nullptr) {
-        const auto& groups = grid_->groups;
-        for (std::size_t level = 0; level < groups.size(); ++level) {
-            if (groups[level]->name.empty() || groups[level]->name != aggregate.scopeName) continue;
+    std::vector<std::u16string_view> names;  // those that it could have
+    for (std::size_t level = 0; grid_ != nullptr && level < grid_->groups.size(); ++level) {
+        const std::u16string& name = grid_->groups[level]->name;
+        if (name.empty()) continue;
+        if (name == aggregate.scopeName) {
             aggregate.scope = {ScopeKind::Group, static_cast<int>(level)};
             return;
         }
+        names.emplace_back(name);
     }
     for (const Word& word : kWords) {
-        if (!equalsIgnoringCase(aggregate.scopeName, word.word)) continue;
-        aggregate.scope = {word.kind, 0};
-        return;
+        if (equalsIgnoringCase(aggregate.scopeName, word.word)) {
+            aggregate.scope = {word.kind, 0};
+            return;
+        }
+        names.emplace_back(word.word);
     }
     throw EngineError(ErrorCode::BadExpression,
                       "bad expression \"" + toUtf8(text.substr(0, 200)) + "\", column " +
                           std::to_string(aggregate.scopeColumn) + ": there is no group named \"" +
-                          toUtf8(aggregate.scopeName) + "\"",
+                          toUtf8(aggregate.scopeName) + "\"; " + suggestion(aggregate.scopeName, names),
                       {"", {0, static_cast<int>(aggregate.scopeColumn)}});
 }
 

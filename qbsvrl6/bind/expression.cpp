@@ -29,6 +29,8 @@
 #include "qbsvrl6/bind/lexer.h"
 #include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/suggestion.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -325,6 +327,15 @@ private:
         emit(Operation::Name, known->second);
     }
 
+    [[noreturn]] void failForFunction(const Token& name) {
+        std::vector<std::u16string_view> names;
+        for (const Function& function : functions()) names.push_back(function.name);
+        const std::u16string_view near = nearestName(name.text, names);
+        lexer_.fail("there is no function of this name" +
+                        (near.empty() ? std::string() : "; did you mean \"" + toUtf8(near) + "\"?"),
+                    name.column);
+    }
+
     // Parses from the token after the opening parenthesis.
     void call(const Token& name) {
         const Level level(*this);
@@ -334,9 +345,7 @@ private:
             if (name.isWord(candidate.name)) return lookup(candidate.kind);
         }
         const std::size_t function = findFunction(name.text);
-        if (function == std::u16string_view::npos) {
-            lexer_.fail("there is no function of this name", name.column);
-        }
+        if (function == std::u16string_view::npos) failForFunction(name);
         int count = 0;
         if (!token_.isSymbol(u")")) {
             do {

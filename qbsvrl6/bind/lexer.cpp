@@ -24,13 +24,14 @@ bool Token::isWord(std::u16string_view word) const {
     return kind == TokenKind::Name && equalsIgnoringCase(text, word);
 }
 
-void Lexer::fail(const char* message, std::size_t column) const {
+void Lexer::fail(std::string_view message, std::size_t column) const {
     // Enough to find the text by; a hostile one is longer.
     constexpr std::size_t kShown = 200;
     const std::string shown = toUtf8(text_.substr(0, kShown)) + (text_.size() > kShown ? "..." : "");
-    throw EngineError(ErrorCode::BadExpression,
-                      "bad expression \"" + shown + "\", column " + std::to_string(column) + ": " + message,
-                      {"", {0, static_cast<int>(std::min<std::size_t>(column, 1'000'000'000))}});
+    throw EngineError(
+        ErrorCode::BadExpression,
+        "bad expression \"" + shown + "\", column " + std::to_string(column) + ": " + std::string(message),
+        {"", {0, static_cast<int>(std::min<std::size_t>(column, 1'000'000'000))}});
 }
 
 std::u16string Lexer::textBetween(std::size_t first, std::size_t end) const {

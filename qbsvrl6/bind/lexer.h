@@ -30,7 +30,7 @@ public:
     Token next();
     // The text from one column to another, without white space around it.
     std::u16string textBetween(std::size_t first, std::size_t end) const;
-    [[noreturn]] void fail(const char* message, std::size_t column) const;
+    [[noreturn]] void fail(std::string_view message, std::size_t column) const;
 
 private:
     Token quoted(TokenKind kind);
