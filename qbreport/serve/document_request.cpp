@@ -2,46 +2,44 @@
 
 namespace qbreport {
 
+namespace {
+
+template <class Packet, class Message>
+void passRequest(Packet& packet, Message& request) {
+    packet.pass(request.name, request.format, request.options, request.parameters, request.dataKind);
+}
+
+template <class Packet, class Message>
+void passAnswer(Packet& packet, Message& answer) {
+    packet.pass(answer.status, answer.error, answer.messages, answer.warnings, answer.pages);
+}
+
+}  // namespace
+
 std::string DocumentRequest::packed() const {
     PacketWriter to;
-    to.add(name);
-    to.add(format);
-    to.add(options);
-    to.add(parameters);
-    to.add(dataKind);
+    passRequest(to, *this);
     return to.bytes();
 }
 
 DocumentRequest DocumentRequest::unpack(std::string_view packet) {
     PacketReader from(packet);
     DocumentRequest request;
-    request.name = from.text();
-    request.format = from.text();
-    request.options = from.values();
-    request.parameters = from.values();
-    request.dataKind = from.text();
+    passRequest(from, request);
     request.data = from.rest();
     return request;
 }
 
 std::string DocumentAnswer::packed() const {
     PacketWriter to;
-    to.add(status);
-    to.add(error);
-    to.add(messages);
-    to.add(warnings);
-    to.add(pages);
+    passAnswer(to, *this);
     return to.bytes();
 }
 
 DocumentAnswer DocumentAnswer::unpack(std::string_view packet) {
     PacketReader from(packet);
     DocumentAnswer answer;
-    answer.status = from.number();
-    answer.error = from.text();
-    answer.messages = from.text();
-    answer.warnings = from.number();
-    answer.pages = from.number();
+    passAnswer(from, answer);
     answer.document = from.rest();
     return answer;
 }

@@ -44,17 +44,19 @@ void PacketWriter::add(std::uint64_t number) {
     bytes_.append(bytes, sizeof bytes);
 }
 
-void PacketWriter::add(std::string_view text) {
+void PacketWriter::add(const std::string& text) {
     add(std::uint64_t{text.size()});
     bytes_ += text;
 }
 
 void PacketWriter::add(const NamedValues& values) {
     add(std::uint64_t{values.size()});
-    for (const auto& [name, value] : values) {
-        add(name);
-        add(value);
-    }
+    for (const auto& [name, value] : values) pass(name, value);
+}
+
+void PacketWriter::add(const std::vector<std::string>& texts) {
+    add(std::uint64_t{texts.size()});
+    for (const std::string& text : texts) add(text);
 }
 
 std::string_view PacketReader::take(std::uint64_t size) {
@@ -70,24 +72,34 @@ std::uint64_t PacketReader::number() {
     return number;
 }
 
-std::string_view PacketReader::text() { return take(number()); }
+void PacketReader::read(std::uint64_t& value) { value = number(); }
+void PacketReader::read(bool& value) { value = number() != 0; }
+void PacketReader::read(std::string& text) { text = take(number()); }
 
-NamedValues PacketReader::values() {
-    NamedValues values;
+void PacketReader::read(NamedValues& values) {
+    values.clear();
     for (std::uint64_t count = number(); count > 0; --count) {
-        const std::string_view name = text();
-        values.emplace_back(name, text());
+        auto& [name, value] = values.emplace_back();
+        pass(name, value);
     }
-    return values;
+}
+
+void PacketReader::read(std::vector<std::string>& texts) {
+    texts.clear();
+    for (std::uint64_t count = number(); count > 0; --count) read(texts.emplace_back());
 }
 
 std::string packetHead(std::uint64_t bodySize) {
     PacketWriter writer;
-    writer.add(bodySize);
+    writer.pass(bodySize);
     return writer.bytes();
 }
 
-std::uint64_t bodySizeIn(std::string_view head) { return PacketReader(head).number(); }
+std::uint64_t bodySizeIn(std::string_view head) {
+    std::uint64_t size = 0;
+    PacketReader(head).pass(size);
+    return size;
+}
 
 bool receivePacket(int socket, std::string& body) {
     std::string head(kPacketHead, '\0');

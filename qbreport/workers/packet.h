@@ -13,14 +13,22 @@ namespace qbreport {
 
 using NamedValues = std::vector<std::pair<std::string, std::string>>;
 
+// Both sides pass the same fields in the same order.
 class PacketWriter {
 public:
-    void add(std::uint64_t number);
-    void add(std::string_view text);
-    void add(const NamedValues& values);
+    template <class... Fields>
+    void pass(const Fields&... fields) {
+        (add(fields), ...);
+    }
     const std::string& bytes() const { return bytes_; }
 
 private:
+    void add(std::uint64_t number);
+    void add(bool value) { add(std::uint64_t{value}); }
+    void add(const std::string& text);
+    void add(const NamedValues& values);
+    void add(const std::vector<std::string>& texts);
+
     std::string bytes_;
 };
 
@@ -28,12 +36,19 @@ private:
 class PacketReader {
 public:
     explicit PacketReader(std::string_view bytes) : rest_(bytes) {}
-    std::uint64_t number();
-    std::string_view text();  // a part of the bytes
-    NamedValues values();
+    template <class... Fields>
+    void pass(Fields&... fields) {
+        (read(fields), ...);
+    }
     std::string_view rest() const { return rest_; }
 
 private:
+    void read(std::uint64_t& number);
+    void read(bool& value);
+    void read(std::string& text);
+    void read(NamedValues& values);
+    void read(std::vector<std::string>& texts);
+    std::uint64_t number();
     std::string_view take(std::uint64_t size);
 
     std::string_view rest_;
