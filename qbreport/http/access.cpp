@@ -21,13 +21,6 @@ std::string_view hostIn(std::string_view authority) {
     return authority.substr(0, colon);
 }
 
-// In a time that depends on the lengths only.
-bool isEqual(std::string_view given, std::string_view secret) {
-    bool isDifferent = given.size() != secret.size();
-    for (std::size_t i = 0; i < given.size(); ++i) isDifferent |= given[i] != secret[i % secret.size()];
-    return !isDifferent;
-}
-
 }  // namespace
 
 Access::Access(const Listener& listener, std::vector<std::string> names, std::string token)
@@ -68,10 +61,16 @@ std::optional<Rejection> Access::check(const httplib::Request& request, bool isO
     if (token_.empty() || isOpen) return std::nullopt;
     constexpr std::string_view kScheme = "Bearer ";
     const std::string given = request.get_header_value("Authorization");
-    if (given.starts_with(kScheme) && isEqual(std::string_view(given).substr(kScheme.size()), token_)) {
+    if (given.starts_with(kScheme) && isSameSecret(std::string_view(given).substr(kScheme.size()), token_)) {
         return std::nullopt;
     }
     return Rejection{401, "the token is missing or wrong", "Bearer"};
+}
+
+bool isSameSecret(std::string_view given, std::string_view secret) {
+    bool isDifferent = given.size() != secret.size();
+    for (std::size_t i = 0; i < given.size(); ++i) isDifferent |= given[i] != secret[i % secret.size()];
+    return !isDifferent;
 }
 
 std::string readToken(const std::string& file) {

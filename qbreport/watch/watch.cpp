@@ -1,6 +1,10 @@
 // qbreport watch: the report in a browser, while its template is being written.
+#include <sys/random.h>
+
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,20 +37,48 @@ constexpr std::string_view kPagePolicy =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; connect-src 'self'; "
     "frame-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
+// 128 bits in hexadecimal digits. Raises Failure.
+std::string randomKey() {
+    std::array<unsigned char, 16> bytes{};
+    if (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
+        throw Failure("the system has no random numbers");
+    }
+    std::string key;
+    for (const unsigned char byte : bytes) {
+        key += "0123456789abcdef"[byte >> 4];
+        key += "0123456789abcdef"[byte & 15];
+    }
+    return key;
+}
+
+// The page and what it asks for, below a folder that nobody can guess: every user of the machine reaches the port.
 class Site {
 public:
-    Site(const WatchOptions& options, Preview& preview) : options_(options), preview_(preview) {}
+    Site(const WatchOptions& options, Preview& preview)
+        : options_(options), preview_(preview), folder_("/" + randomKey()) {}
+
+    const std::string& folder() const { return folder_; }
+
+    std::optional<Rejection> check(const httplib::Request& request) const {
+        const std::string_view path = request.path;
+        if (isSameSecret(path.substr(0, folder_.size()), folder_) &&
+            path.substr(folder_.size()).starts_with('/')) {
+            return std::nullopt;
+        }
+        return Rejection{403, "open the address that watch has printed, with its key"};
+    }
 
     void answer(const httplib::Request& request, Response& response, Connection& connection,
                 const HttpServer& server) {
+        const std::string_view path = std::string_view(request.path).substr(folder_.size());
         response.status = 200;
         if (request.method == "POST") return answerError(response, 405, "there is nothing to send");
-        if (request.path == "/events") return sendEvents(response, server);
-        if (request.path == "/items") return response.set_content(preview_.items(), "application/json");
-        if (request.path == "/template") return sendTemplate(response);
-        if (request.path == "/document") return render(request, response, connection);
+        if (path == "/events") return sendEvents(response, server);
+        if (path == "/items") return response.set_content(preview_.items(), "application/json");
+        if (path == "/template") return sendTemplate(response);
+        if (path == "/document") return render(request, response, connection);
         for (const PageFile& file : pageFiles()) {
-            if (file.path != request.path && !(file.path == "/index.html" && request.path == "/")) continue;
+            if (file.path != path && !(file.path == "/index.html" && path == "/")) continue;
             response.set_header("Content-Security-Policy", std::string(kPagePolicy));
             return response.set_content(file.content.data(), file.content.size(), file.type);
         }
@@ -104,6 +136,7 @@ private:
 
     const WatchOptions& options_;
     Preview& preview_;
+    std::string folder_;
 };
 
 httplib::Headers securityHeaders() {
@@ -139,12 +172,15 @@ ExitStatus watch(const WatchOptions& options, Messages&) {
     HttpServer* running = nullptr;
     HttpServer server(
         listener, HttpLimits(), securityHeaders(),
-        [&](const httplib::Request& request) { return access.check(request, false); },
+        [&](const httplib::Request& request) {
+            const std::optional<Rejection> rejection = access.check(request, false);
+            return rejection ? rejection : site.check(request);
+        },
         [&](const httplib::Request& request, Response& response, Connection& connection) {
             site.answer(request, response, connection, *running);
         });
     running = &server;
-    writeResult("watching " + printable(options.file) + " at " + listener.url() + "\n");
+    writeResult("watching " + printable(options.file) + " at " + listener.url() + site.folder() + "/\n");
     server.run(isInterrupted, std::chrono::seconds(1));
     forgetInterrupt();
     return ExitStatus::Good;

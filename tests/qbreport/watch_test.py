@@ -59,7 +59,8 @@ class Watched(unittest.TestCase):
     def watch(self):
         with subprocess.Popen([PROGRAM, "watch", self.template, "-d", self.data], stdout=subprocess.PIPE, text=True) as self.process:
             try:
-                self.port = int(re.search(r"watching reports/sold.qbf at http://127.0.0.1:(\d+)\n", self.process.stdout.readline())[1])
+                address = re.search(r"watching reports/sold.qbf at http://127.0.0.1:(\d+)(/[0-9a-f]{32})/\n", self.process.stdout.readline())
+                self.port, self.folder = int(address[1]), address[2]
                 yield
                 self.process.send_signal(signal.SIGTERM)
                 self.assertEqual(self.process.wait(60), 0)
@@ -71,9 +72,9 @@ class Watched(unittest.TestCase):
         self.addCleanup(client.close)
         return client
 
-    def get(self, target, method="GET", **headers):
+    def get(self, target, method="GET", folder=None, **headers):
         client = self.connect()
-        client.request(method, target, headers={"Host": "localhost"} | {name.replace("_", "-"): value for name, value in headers.items()})
+        client.request(method, (self.folder if folder is None else folder) + target, headers={"Host": "localhost"} | {name.replace("_", "-"): value for name, value in headers.items()})
         answer = client.getresponse()
         return answer.status, answer.read(), answer.headers
 
@@ -81,7 +82,7 @@ class Watched(unittest.TestCase):
 class Service(Watched):
     def states(self):
         client = self.connect()
-        client.request("GET", "/events", headers={"Host": "localhost"})
+        client.request("GET", self.folder + "/events", headers={"Host": "localhost"})
         answer = client.getresponse()
         self.assertEqual(answer.headers["Content-Type"], "text/event-stream")
         end = time.monotonic() + 60
@@ -162,6 +163,8 @@ class Service(Watched):
                 for headers, status in ({"Host": "evil.example"}, 421), ({"Origin": "http://evil.example"}, 403), ({"Origin": f"http://localhost:{self.port}"}, 403), ({"Sec_Fetch_Site": "same-site"}, 403):
                     self.assertEqual(self.get(target, **headers)[0], status, (target, headers))
                 self.assertEqual(self.get(target, "POST")[0], 405)
+                for folder in ("", "/" + "0" * 32, self.folder[:-1], self.folder + "0"):
+                    self.assertEqual(self.get(target, folder=folder)[0], 403, (target, folder))
             self.assertEqual([self.get(target)[0] for target in ("/etc/passwd", "/../index.html", "/document?format=doc", "/document?format=png&pages=99")], [404, 404, 400, 422])
         for words, expected in ((["--listen", "0.0.0.0:0"], "this machine only"), (["-d", "-"], "standard input does not change")):
             result = subprocess.run([PROGRAM, "watch", self.template, *words], capture_output=True, text=True, timeout=60, check=False)
@@ -251,7 +254,7 @@ class Page(Watched):
         text = lambda selector: browser.value(f"document.querySelector({json.dumps(selector)}).textContent")
         image = "document.querySelector('.page img')"
         pathlib.Path("reports/logo.png").write_bytes(PICTURE)
-        browser.call("Page.navigate", url=f"http://127.0.0.1:{self.port}/")
+        browser.call("Page.navigate", url=f"http://127.0.0.1:{self.port}{self.folder}/")
         browser.wait(f"{image}?.complete && {image}.naturalWidth > 0 && document.querySelector('#source li')")
         self.assertEqual((text("#count"), text("#template"), text("#source li:nth-child(4)")), ("2", "sold.qbf", TEMPLATE.split("\n")[3]))
         # A click on a page, and on a line
