@@ -225,6 +225,17 @@ class Serve(unittest.TestCase):
             self.assertEqual(len(self.workers(process)), 1)
         self.assertRegex(self.log, "^params: warning: a worker process was killed: the document took too long\n$")
 
+    def test_memory(self):
+        """A document that needs too much is refused; the process that made it goes on. (Sanitizers allow no such limit.)"""
+        texts = json.dumps([{"Item": f"{i:032}"} for i in range(300_000)])
+        with self.service("-j", "1", "--memory", "128MB") as process:
+            [worker] = self.workers(process)
+            if "128000000" not in pathlib.Path(f"/proc/{worker}/limits").read_text():
+                self.skipTest("no limit of memory")
+            for form, status in ("xls", 422), ("csv", 200):
+                got, answer, _ = self.ask("POST", f"/render/params?format={form}", texts, JSON)
+                self.assertEqual((got, b"out of memory" in answer, self.workers(process)), (status, status == 422, [worker]), answer[:99])
+
     @staticmethod
     def workers(process):
         children = lambda number: list(map(int, pathlib.Path(f"/proc/{number}/task/{number}/children").read_text().split()))
