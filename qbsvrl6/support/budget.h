@@ -31,7 +31,7 @@ struct Budget {
     std::uint64_t fetchedBytes = 4ull << 30;    // of all of them together
     std::uint64_t pages = 1'000'000;            // of the document
     std::uint64_t pageItems = 1'000'000;        // texts, lines, boxes and pictures of one page or band
-    std::uint64_t pixels = 4'000'000'000;       // decoded, of all pictures together
+    std::uint64_t pixels = 4'000'000'000;       // decoded or drawn, of all pictures together
     std::uint64_t pictureScans = 100;           // of one progressive picture
     std::uint64_t templateElements = 250'000;   // controls, styles and all other elements of a template
     std::uint64_t documentBytes = 0x7FFF'FFFF;  // the interface returns sizes as int
