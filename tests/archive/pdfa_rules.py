@@ -1,5 +1,6 @@
 """The rules of ISO 19005 (PDF/A), parts 1 to 3, that a report's PDF can break, read from the finished file."""
 
+import functools
 import io
 import re
 import xml.etree.ElementTree as ElementTree
@@ -44,28 +45,38 @@ class Document:
         found = self.metadata().find(f".//{name}")
         return None if found is None else "".join(found.itertext())
 
+    @functools.cached_property
     def shown(self):
         """The fonts of all pages, each with the codes that are shown with it."""
         fonts = {}
         for page in self.pages:
             known = page.Resources.get("/Font", {})
             font, outer = None, []
-            for operands, operator in pikepdf.parse_content_stream(page):
-                if str(operator) == "Tf":
+            for operands, operator in pikepdf.parse_content_stream(page, "Tf q Q Tj TJ"):
+                word = str(operator)
+                if word == "Tf":
                     font = known[str(operands[0])]
-                elif str(operator) == "q":
+                elif word == "q":
                     outer.append(font)
-                elif str(operator) == "Q":
+                elif word == "Q":
                     font = outer.pop()
-                elif str(operator) in ("Tj", "TJ"):
-                    parts = operands[0] if str(operator) == "TJ" else operands
+                else:
+                    parts = operands[0] if word == "TJ" else operands
                     codes = fonts.setdefault(font.objgen, (font, set()))[1]
                     size = 2 if font.Subtype == Name.Type0 else 1
                     for part in parts:
                         if isinstance(part, pikepdf.String):
                             text = bytes(part)
                             codes.update(int.from_bytes(text[i:i + size], "big") for i in range(0, len(text), size))
-        return fonts.values()
+        return list(fonts.values())
+
+    @functools.cached_property
+    def programs(self):
+        """The composite fonts among them, each with its codes and its embedded program."""
+        return [(font, codes, Program(font)) for font, codes in self.composite()]
+
+    def composite(self):
+        return [(font, codes) for font, codes in self.shown if font.Subtype == Name.Type0]
 
 
 def unicode_of(font):
@@ -118,10 +129,6 @@ class Program:
 class _Nothing:
     def __getattr__(self, name):
         return lambda *arguments: None
-
-
-def composite(document):
-    return [(font, codes) for font, codes in document.shown() if font.Subtype == Name.Type0]
 
 
 @rule("6.1.2")
@@ -258,7 +265,7 @@ def transparency(document):
 
 @rule("6.2.11.4.1")
 def embedded_fonts(document):
-    for font, _ in composite(document):
+    for font, _ in document.composite():
         descriptor = font.DescendantFonts[0].FontDescriptor
         if not {"/FontFile2", "/FontFile3"} & set(descriptor.keys()):
             yield f"{font.BaseFont} is not embedded"
@@ -268,28 +275,27 @@ def embedded_fonts(document):
 
 @rule("6.2.11.4.1")
 def glyphs(document):
-    for font, codes in composite(document):
-        missing = codes - Program(font).widths.keys()
+    for font, codes, program in document.programs:
+        missing = codes - program.widths.keys()
         if missing:
             yield f"{font.BaseFont} has no glyphs for {sorted(missing)[:9]}"
 
 
 @rule("6.3.5", "1")
 def cid_sets(document):
-    for font, codes in composite(document):
+    for font, _, program in document.programs:
         descriptor = font.DescendantFonts[0].FontDescriptor
         if not re.match(r"/[A-Z]{6}\+", str(font.BaseFont)):
             continue
         bits = descriptor.CIDSet.read_bytes() if "/CIDSet" in descriptor else b""
         listed = {cid for cid in range(8 * len(bits)) if bits[cid // 8] & 0x80 >> cid % 8}
-        if listed != Program(font).widths.keys():
+        if listed != program.widths.keys():
             yield f"the CIDs of {font.BaseFont}"
 
 
 @rule("6.2.11.5")
 def widths(document):
-    for font, codes in composite(document):
-        program = Program(font)
+    for font, codes, program in document.programs:
         for code in codes & program.widths.keys():
             if abs(program.widths[code] - program.stated(code)) > 1:
                 yield f"{font.BaseFont}: the width of {code} is {program.widths[code]}, not {program.stated(code)}"
@@ -297,7 +303,7 @@ def widths(document):
 
 @rule("6.2.11.7.2")
 def texts(document):
-    for font, codes in document.shown():
+    for font, codes in document.shown:
         known = unicode_of(font)
         for code in codes:
             text = known.get(code, "")
@@ -307,7 +313,7 @@ def texts(document):
 
 @rule("6.2.11.8")
 def missing_glyphs(document):
-    for font, codes in composite(document):
+    for font, codes in document.composite():
         if 0 in codes:
             yield f"the glyph for missing characters of {font.BaseFont}"
 
@@ -412,15 +418,19 @@ def associated_files(document):
             yield "the size of an embedded file"
 
 
-def faults(data, standard):
-    """The texts of all faults, each with its clause."""
-    document = Document(data, standard)
+def found_by(checks, document):
+    """The texts of all faults that checks find, each with the clause of its check."""
     found = []
-    for clause, parts, check in RULES:
-        if str(document.part) not in parts or (check is texts and document.level == "b"):
-            continue
+    for clause, check in checks:
         try:
             found += [f"{clause} {text}" for text in check(document)]
         except (AttributeError, KeyError, TypeError) as error:
             found.append(f"{clause} {check.__name__}: {error!r}")
     return found
+
+
+def faults(data, standard):
+    """The texts of all faults, each with its clause."""
+    document = Document(data, standard)
+    return found_by([(clause, check) for clause, parts, check in RULES
+                     if str(document.part) in parts and not (check is texts and document.level == "b")], document)

@@ -338,12 +338,5 @@ LEVEL_A = ("6.", "7.1", "7.2")
 def faults(data, standard, accessible=True):
     """The texts of all faults, each with its clause. Without `accessible`, only those of level a."""
     document = Tagged(data, standard if standard != "none" else "a-2u")
-    found = []
-    for clause, check in RULES:
-        if not accessible and (not clause.startswith(LEVEL_A) or check is title):
-            continue
-        try:
-            found += [f"{clause} {text}" for text in check(document)]
-        except (AttributeError, KeyError, TypeError) as error:
-            found.append(f"{clause} {check.__name__}: {error!r}")
-    return found
+    return pdfa_rules.found_by([(clause, check) for clause, check in RULES
+                                if accessible or (clause.startswith(LEVEL_A) and check is not title)], document)
