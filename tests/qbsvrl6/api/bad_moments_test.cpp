@@ -294,7 +294,7 @@ protected:
         for (long n = 0; n < calls;) {
             values.push_back(n);
             if (every == nullptr) {
-                n += 1 + n / 4;
+                n += 1 + n / 2;
             } else {
                 n += all || n < kSmall ? 1 : gap(random);
             }

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <array>
 
 #include <algorithm>
 #include <filesystem>
@@ -106,15 +107,14 @@ TEST(TemplateFaults, ChangedBytesNeverDoHarm) {
     const std::string text = ReadFile(QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/everything.qbf");
     int loaded = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        for (const char change : {'\0', '<', '"', '9', '\xFF'}) {
-            std::string changed = text;
-            changed[i] = change;
-            try {
-                const std::string saved = writeTemplate(readTemplate(changed, "changed"));
-                ASSERT_EQ(writeTemplate(readTemplate(saved, "saved")), saved) << i << ' ' << change;
-                ++loaded;
-            } catch (const EngineError&) {
-            }
+        constexpr std::array kChanges = {'\0', '<', '"', '9', '\xFF', ' ', '&'};
+        std::string changed = text;
+        changed[i] = kChanges[i % kChanges.size()];
+        try {
+            const std::string saved = writeTemplate(readTemplate(changed, "changed"));
+            ASSERT_EQ(writeTemplate(readTemplate(saved, "saved")), saved) << i;
+            ++loaded;
+        } catch (const EngineError&) {
         }
     }
     EXPECT_GT(loaded, 100);
