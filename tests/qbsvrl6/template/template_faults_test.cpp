@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
-#include <array>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <sstream>
 #include <string>
