@@ -293,7 +293,7 @@ typedef struct QBXItem {
     const char* name;
     const char* table;  // of a column; otherwise empty
     const char* type;   // of a parameter, if the template declares one: "text", "number", "date", "boolean";
-                        // of a file: "picture", "attachment", "data", "font"
+                        // of a file: "picture", "attachment", "data", "font", "library"
     const char* value;  // of a parameter: its default; of a font: the file that is used; of a file: its path
     uint64_t count;     // of a table: its rows; of a field or font: how often the template names it
     int32_t required;   // of a parameter: it must be set

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 #include <optional>
@@ -47,6 +48,21 @@ bool isSame(const struct stat& a, const struct stat& b) {
 
 }  // namespace
 
+void DocumentMaker::Loaded::noteLibraries() {
+    for (const Item& item : report.items(QBXItemKind_File)) {
+        struct stat found {};
+        if (item.type == "library" && ::stat(item.value.c_str(), &found) == 0)
+            libraries.emplace_back(item.value, found);
+    }
+}
+
+bool DocumentMaker::Loaded::hasOtherLibraries() const {
+    return std::any_of(libraries.begin(), libraries.end(), [](const auto& library) {
+        struct stat found {};
+        return ::stat(library.first.c_str(), &found) != 0 || !isSame(found, library.second);
+    });
+}
+
 DocumentMaker::DocumentMaker(const TemplateFolder& folder) : folder_(folder) {}
 
 DocumentMaker::Loaded& DocumentMaker::load(const DocumentRequest& request) {
@@ -55,10 +71,13 @@ DocumentMaker::Loaded& DocumentMaker::load(const DocumentRequest& request) {
     path_ = file->path;
     // A report keeps its data. Without data of the request, it would show those of another one.
     std::unique_ptr<Loaded>& loaded = loaded_[path_];
-    if (loaded == nullptr || request.data.empty() || !isSame(loaded->status, file->status)) {
+    if (loaded == nullptr || request.data.empty() || !isSame(loaded->status, file->status) ||
+        loaded->hasOtherLibraries()) {
         loaded = std::make_unique<Loaded>(folder_.path() + "/");
         loaded->status = file->status;
-        loaded->report.loadTemplate(bytesOf(*file), path_);
+        const std::string bytes = bytesOf(*file);
+        loaded->report.loadTemplate(bytes, path_);
+        if (bytes.find("<Include") != std::string::npos) loaded->noteLibraries();
     }
     loaded->messages.forget();
     return *loaded;

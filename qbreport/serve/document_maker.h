@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qbreport/kept_messages.h"
@@ -30,6 +31,11 @@ private:
         KeptMessages messages;
         Report report;
         struct stat status {};
+        // The files of libraries that the template includes, as they were when it was loaded.
+        std::vector<std::pair<std::string, struct stat>> libraries;
+
+        void noteLibraries();
+        bool hasOtherLibraries() const;
     };
 
     Loaded& load(const DocumentRequest& request);

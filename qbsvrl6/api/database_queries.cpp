@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "qbsvrl6/bind/values.h"
+#include "qbsvrl6/model/inheritance.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/reach.h"
@@ -14,10 +15,14 @@ namespace qbsvrl6 {
 namespace {
 
 const Parameter* declaredParameter(const ReportDefinition& report, std::u16string_view name) {
-    const auto found =
-        std::find_if(report.parameters.begin(), report.parameters.end(),
-                     [&](const Parameter& parameter) { return equalsIgnoringCase(parameter.name, name); });
-    return found == report.parameters.end() ? nullptr : &*found;
+    const auto find = [name](const std::vector<Parameter>& parameters) {
+        const auto found = std::find_if(
+            parameters.begin(), parameters.end(),
+            [&](const Parameter& parameter) { return equalsIgnoringCase(parameter.name, name); });
+        return found == parameters.end() ? nullptr : &*found;
+    };
+    const Parameter* const own = find(report.parameters);
+    return own != nullptr || !report.inherited ? own : find(report.inherited->parameters);
 }
 
 const DataParameter* givenParameter(const ParameterSources& sources, std::u16string_view name) {

@@ -9,6 +9,7 @@
 #include "qbsvrl6/api/database_queries.h"
 #include "qbsvrl6/api/runtime.h"
 #include "qbsvrl6/model/connection.h"
+#include "qbsvrl6/model/inheritance.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -72,7 +73,9 @@ public:
         }
         checkParameters(sources);
         forEachSubReport(definition, [&](Control& control, Report& inner) {
-            own.passed = std::get<SubReportContent>(control.content).parameters;
+            const std::vector<SubReportParameter> passed =
+                passedTo(std::get<SubReportContent>(control.content));
+            own.passed = passed;
             collect(inner, own);
         });
     }
@@ -169,6 +172,7 @@ TextPosition placeOf(const Address& address, const ReportDefinition& report) {
 ReportData collectData(Report& report, bool mayLackData) {
     ReportData data;
     Runtime& runtime = runtimeOf(report);
+    inherit(report.definition);
     Collector(runtime.dataCache, data).collect(report, {});
     logIfWithoutContents(report.definition, runtime, data, mayLackData);
     return data;

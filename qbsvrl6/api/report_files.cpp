@@ -30,6 +30,10 @@ public:
             addData(report.data, own);
             if (report.grid) addData(report.grid->recordset, connectionOf(report.grid->recordset, own));
         }
+        for (const Include& include : report.includes) {
+            addAddress("library", include.href);
+            for (const Address& inner : include.library->files) addAddress("library", inner);
+        }
         addAddress("picture", report.backgroundPicture);
         for (const Attachment& attachment : report.pdf.attachments)
             addSource("attachment", attachment.source, attachment.folder);

@@ -53,7 +53,7 @@ public:
             addFrom(report.grid->recordset, connectionOf(report.grid->recordset, own), report, passed);
         }
         forEachSubReport(report, [&](Control& control, Report& inner) {
-            LowerCaseNames names;
+            LowerCaseNames names = inner.definition.inherits ? passed : LowerCaseNames();
             for (const auto& parameter : std::get<SubReportContent>(control.content).parameters) {
                 names.insert(lowerCase(parameter.name));
             }

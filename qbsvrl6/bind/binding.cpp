@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/bind/lookup_table.h"
 #include "qbsvrl6/bind/related_names.h"
+#include "qbsvrl6/model/inheritance.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -130,6 +131,10 @@ Binding::Declared::Declared(const ReportDefinition& report, const ReportDefiniti
     for (const Parameter& parameter : report.parameters) {
         parameters.emplace(lowerCase(parameter.name), &parameter);
     }
+    if (report.inherited) {
+        for (const Parameter& parameter : report.inherited->parameters)
+            inherited.emplace(lowerCase(parameter.name), &parameter);
+    }
     for (const DeclaredReturn& declared : declaredReturns(returning)) {
         returns.emplace(lowerCase(declared.value().name), declared);
     }
@@ -147,10 +152,17 @@ std::optional<std::size_t> Binding::findParameter(std::u16string_view name) {
     std::u16string key = lowerCase(name);
     const auto known = parameterIndex_.find(key);
     if (known != parameterIndex_.end()) return known->second;
-    const auto declared = declared_->parameters.find(key);
-    const Parameter* const own = declared == declared_->parameters.end() ? nullptr : declared->second;
+    const auto find = [&key](const auto& parameters) {
+        const auto found = parameters.find(key);
+        return found == parameters.end() ? nullptr : found->second;
+    };
+    const Parameter* own = find(declared_->parameters);
     const DataParameter* read = sources_.set == nullptr ? nullptr : sources_.set->parameter(name);
     if (read == nullptr && sources_.data != nullptr) read = sources_.data->parameter(name);
+    if (own == nullptr) {
+        own = find(declared_->inherited);
+        if (read == nullptr && sources_.outer != nullptr) read = sources_.outer->parameter(name);
+    }
     if (own == nullptr && read == nullptr) return std::nullopt;
     BoundParameter parameter;
     parameter.name = own != nullptr ? own->name : read->name;
@@ -163,6 +175,15 @@ std::size_t Binding::addParameter(BoundParameter parameter, std::u16string lower
     parameterIndex_.emplace(std::move(lowerCaseName), parameters_.size());
     parameters_.push_back(std::move(parameter));
     return parameters_.size() - 1;
+}
+
+Expression Binding::parameterExpression(const std::u16string& name) {
+    Expression expression = Expression::parse(u"parameter");
+    BoundName& read = expression.names.front();
+    const std::optional<std::size_t> known = findParameter(name);
+    read.kind = NameKind::Parameter;
+    read.index = static_cast<std::uint32_t>(known ? *known : addParameter({name, {}, {}}, lowerCase(name)));
+    return expression;
 }
 
 Expression Binding::compile(std::u16string_view text) {
@@ -199,9 +220,12 @@ void Binding::bind(Expression& expression, const Origin& origin) {
         if (aggregate.scope.kind == ScopeKind::Group)
             expression.groupLevel = std::max(expression.groupLevel, aggregate.scope.level);
         aggregate.slot = slots_++;
+        aggregate.rows = totaledRows_;
         if (!aggregate.argument) continue;
         const Table* const outer = std::exchange(inner_, aggregate.table);
+        const std::optional<KeyedRows> rows = std::exchange(totaledRows_, std::nullopt);
         bind(*aggregate.argument, origin);
+        totaledRows_ = rows;
         inner_ = outer;
         expression.usesPage |= aggregate.argument->usesPage;
         expression.usesPageRows |= aggregate.argument->usesPageRows;
@@ -482,8 +506,9 @@ std::size_t Binding::boundSite(const DeclaredReturn& declared) {
                                                         "count or page total");
     };
     BoundReturnSite bound{declared.site, {}, {}};
-    for (const SubReportParameter& parameter : content.parameters) {
-        bound.arguments.push_back(compiled(parameter.expression));
+    for (const SubReportParameter& parameter : passedTo(content)) {
+        bound.arguments.push_back(parameter.expression.empty() ? parameterExpression(parameter.name)
+                                                               : compiled(parameter.expression));
     }
     const std::u16string& visibleWhen = declared.site.control->visibleWhen;
     if (!trimmed(visibleWhen).empty()) bound.visibleWhen = compiled(visibleWhen);
@@ -557,7 +582,9 @@ std::uint32_t Binding::calculatedField(const Field& field) {
     {
         const UnderWay underWay(underWay_, field);
         const Table* const inner = std::exchange(inner_, nullptr);
+        const std::optional<KeyedRows> rows = std::exchange(totaledRows_, std::nullopt);
         expression = compile(field.expression);
+        totaledRows_ = rows;
         inner_ = inner;
     }
     const auto index = static_cast<std::uint32_t>(calculated_.size());

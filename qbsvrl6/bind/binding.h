@@ -31,6 +31,7 @@ struct DataSources {
     const Table* head = nullptr;        // a table whose first row can be read in all sections
     const DataSet* set = nullptr;       // parameters that the program has set
     const DataSet* gridData = nullptr;  // of the grid, if it has its own: expressions look up its tables too
+    const DataSet* outer = nullptr;     // of the report around: parameters that `data` does not have
 };
 
 class LookupTables;
@@ -94,6 +95,9 @@ public:
     // EngineError(BadExpression), also for calculated fields that depend on themselves.
     Expression compile(std::u16string_view text);
     TextTemplate compileText(std::u16string_view text);
+    // The totals of all texts that are compiled from now on have only these rows; none: all rows. Totals of
+    // calculated fields always have all rows.
+    void setTotaledRows(const std::optional<KeyedRows>& rows) { totaledRows_ = rows; }
     // Binds an expression that has been parsed from this text.
     void bindParsed(Expression& expression, std::u16string_view text);
     std::vector<SortTerm> compileSort(std::u16string_view text);
@@ -109,6 +113,8 @@ public:
     std::size_t calculatedCount() const { return calculated_.size(); }
     // Those that expressions read or the outer report passes.
     const std::vector<BoundParameter>& parameters() const { return parameters_; }
+    // Reads a parameter whatever columns have its name.
+    Expression parameterExpression(const std::u16string& name);
     // Index in parameters() of a parameter that the outer report passes.
     std::size_t passedParameter(std::size_t index) const { return passed_[index]; }
     std::size_t passedCount() const { return passed_.size(); }
@@ -140,7 +146,7 @@ private:
     struct Declared {
         Declared(const ReportDefinition& report, const ReportDefinition& returning);
         std::unordered_map<std::u16string, const Field*> fields;
-        std::unordered_map<std::u16string, const Parameter*> parameters;
+        std::unordered_map<std::u16string, const Parameter*> parameters, inherited;
         std::map<std::u16string, DeclaredReturn> returns;  // the first of each name
     };
 
@@ -178,6 +184,7 @@ private:
     std::deque<Calculated> calculated_;
     std::vector<const Field*> underWay_;  // calculated fields being compiled
     const Table* inner_ = nullptr;        // of the aggregate being bound; null: the row table
+    std::optional<KeyedRows> totaledRows_;
     std::vector<BoundParameter> parameters_;
     std::vector<std::size_t> passed_;
     std::optional<Expression> filter_;

@@ -39,6 +39,7 @@ CrossAxisQuery::CrossAxisQuery(const ReportDefinition& report, const DataSources
     names_.info = report.info;
     names_.fields = report.fields;
     names_.parameters = report.parameters;
+    names_.inherited = report.inherited;
     names_.places = report.places;
     names_.grid = std::make_unique<DetailGrid>();
     for (const CrossLevel& level : levels) {

@@ -429,7 +429,7 @@ Value Evaluator::aggregate(const Aggregate& aggregate, const Position& position)
         if (position.row < range.first || position.row >= range.end) return {};
         return makeNumber(position.row - range.first + (position.isBeforeRow ? 0 : 1));
     }
-    if (!aggregate.argument && aggregate.table == nullptr)
+    if (!aggregate.argument && aggregate.table == nullptr && !aggregate.rows)
         return makeNumber(range.end - std::min(range.first, range.end));
     const auto takeMissing = [&](AggregateState& state) { extend(state, aggregate, position, range.end); };
     Value result = aggregates_.stateOf(aggregate.slot, range, takeMissing).result(aggregate.kind);
@@ -479,6 +479,7 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
     const TextArena::Mark mark = arena_.mark();
     for (std::size_t row = state.range.end; row < end; ++row) {
         goOn();
+        if (aggregate.rows && !aggregate.rows->hold(rows_.tableRow(row))) continue;
         if (aggregate.onceIn && !rows_.startsGroup(*aggregate.onceIn, row)) continue;
         inside.row = row;
         if (aggregate.table == nullptr) {

@@ -67,6 +67,14 @@ struct BoundName {
 
 struct Expression;
 
+// The rows of one key: those of a column that repeats for each value of the data.
+struct KeyedRows {
+    const std::vector<std::uint32_t>* keys = nullptr;  // of each row of the table; outlives the object
+    std::uint32_t key = 0;
+
+    bool hold(std::size_t tableRow) const { return tableRow < keys->size() && (*keys)[tableRow] == key; }
+};
+
 struct Aggregate {
     AggregateKind kind = AggregateKind::Sum;
     std::unique_ptr<Expression> argument;  // null: the rows themselves
@@ -76,6 +84,7 @@ struct Aggregate {
     std::uint32_t slot = 0;                // of its state; set by binding
     // The table within the row table whose rows are aggregated; null: the row table. Set by binding.
     const Table* table = nullptr;
+    std::optional<KeyedRows> rows;  // only these of the row table; none: all. Set by binding
     // If the argument has one value per group of this level, or per report (-1), the aggregate reads it once
     // for each. Set by binding.
     std::optional<int> onceIn;

@@ -23,6 +23,10 @@ std::vector<DeclaredReturn> declaredReturns(const ReportDefinition& report) {
     for (const SectionPtr& header : report.reportHeaders) addSection(header, {.isHeader = true});
     if (report.grid) {
         for (const auto& column : report.grid->columns) addControl({.isOfRow = true}, column->content);
+        if (report.grid->labels) {
+            for (const auto& control : report.grid->labels->label.controls.items)
+                addControl({.isOfRow = true}, *control);
+        }
         addSection(report.grid->header, {.isHeader = true});
         addSection(report.grid->footer, {});
         int level = 0;

@@ -116,4 +116,10 @@ TextTemplate TextTemplate::parse(std::u16string_view text) {
     return result;
 }
 
+std::u16string literalText(std::u16string_view text) {
+    std::u16string escaped;
+    for (const char16_t unit : text) escaped.append(unit == u'[' ? 2 : 1, unit);
+    return escaped;
+}
+
 }  // namespace qbsvrl6

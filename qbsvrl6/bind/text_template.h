@@ -35,6 +35,9 @@ struct TextTemplate {
     static TextTemplate parse(std::u16string_view text);
 };
 
+// The text of a template that shows this text as it is.
+std::u16string literalText(std::u16string_view text);
+
 }  // namespace qbsvrl6
 
 #endif

@@ -435,6 +435,10 @@ void BandBuilder::addCell(const CellLines& lines, std::size_t index, const Posit
     }
     UnplacedItem& unplaced = unplacedItems_.emplace_back(control);
     unplaced.item.role = roleOfCell(control, draft.band.structure, last);
+    if (lines.kind == BandKind::Row && !showsRow(control, position)) {
+        makeEmpty(box, unplaced);
+        return;
+    }
     if (!makeItem(box, position, unplaced)) {
         unplacedItems_.pop_back();
         return;
@@ -445,6 +449,24 @@ void BandBuilder::addCell(const CellLines& lines, std::size_t index, const Posit
     if (!lines.canGrow || control.levels > 1) return;
     Micrometres& line = lineHeights_[lineOf(control, lines.heights.size())];
     line = std::max(line, unplaced.needed);
+}
+
+// A cell of a column that repeats shows the rows of its value.
+bool BandBuilder::showsRow(const PlannedControl& control, const Position& position) const {
+    if (!control.rows) return true;
+    const std::optional<std::size_t> row = view_.tableRow(position);
+    return row && control.rows->hold(*row);
+}
+
+void BandBuilder::makeEmpty(const Rect& box, UnplacedItem& unplaced) {
+    const PlannedControl& control = *unplaced.control;
+    unplaced.style = control.style;
+    unplaced.item.box = box;
+    unplaced.item.control = control.control;
+    unplaced.item.style = control.style;
+    unplaced.item.column = control.firstColumn;
+    unplaced.item.lastColumn = control.lastColumn;
+    std::get<TextItem>(unplaced.item.content).fontSize = control.style->fontSize;
 }
 
 // Each level of a title has an entry of its own, after that of the first one.
@@ -650,6 +672,39 @@ void BandBuilder::suppress(UnplacedItem& unplaced, const Position& position, std
     if (unplaced.late) unplaced.late->contentAt.reset();
     unplaced.needed = 0;
     draft.hidesRepeated = true;
+}
+
+BandDraft BandBuilder::labels(std::span<const std::optional<LabelPlace>> places, Micrometres gap) {
+    PlannedLabels& labels = *instance_.plan.grid->labels;
+    BandDraft whole;
+    whole.band.width = instance_.plan.width;
+    whole.band.height = labels.label.height + gap;
+    whole.row = places.empty() ? 0 : view_.rowCount();
+    for (std::size_t column = 0; column < places.size(); ++column) {
+        if (!places[column]) continue;
+        const std::size_t row = places[column]->row;
+        whole.row = std::min(whole.row, row);
+        std::optional<BandDraft> label = section(labels.label, BandKind::Row, rowPosition(row));
+        if (!label) continue;
+        const Micrometres left = static_cast<Micrometres>(column) * labels.step;
+        if (whole.band.structure == 0) whole.band.structure = label->band.structure;
+        if (label->band.background) {
+            Item& fill = whole.band.items.emplace_back();
+            fill.box = {left, 0, labels.labels->width, labels.label.height};
+            fill.style = context_.styles.intern({});
+            fill.content = BoxItem{{{0, {}}, label->band.background, 0}};
+        }
+        for (LateItem& late : label->deferred) {
+            late.item += whole.band.items.size();
+            whole.deferred.push_back(std::move(late));
+        }
+        for (Item& item : label->band.items) {
+            item.box.x += left;
+            whole.band.width = std::max(whole.band.width, item.box.right());
+            whole.band.items.push_back(std::move(item));
+        }
+    }
+    return whole;
 }
 
 BandDraft BandBuilder::blankRow(Micrometres height, std::size_t number) {

@@ -11,6 +11,7 @@
 #include "qbsvrl6/layout/band_draft.h"
 #include "qbsvrl6/layout/chart_numbers.h"
 #include "qbsvrl6/layout/flow.h"
+#include "qbsvrl6/layout/label_rows.h"
 #include "qbsvrl6/layout/layout_context.h"
 #include "qbsvrl6/layout/structure_notes.h"
 
@@ -39,6 +40,8 @@ public:
     RowRange mergedRows(std::size_t row);
     // Several rows as one band, in which merged cells cover several of them.
     BandDraft mergedRows(RowRange rows, std::optional<std::size_t> previous);
+    // The labels of a line of a sheet, with a gap below them.
+    BandDraft labels(std::span<const std::optional<LabelPlace>> places, Micrometres gap);
     // A blank row after the last row; `number` counts them from 1.
     BandDraft blankRow(Micrometres height, std::size_t number);
 
@@ -102,6 +105,8 @@ private:
     BandDraft cells(const CellLines& lines, const Position& position, std::optional<std::size_t> previous);
     void addCell(const CellLines& lines, std::size_t index, const Position& position,
                  std::optional<std::size_t> previous, BandDraft& draft);
+    bool showsRow(const PlannedControl& control, const Position& position) const;
+    static void makeEmpty(const Rect& box, UnplacedItem& unplaced);
     void settleLines(const CellLines& lines, BandDraft& draft);
     std::size_t lineOf(const PlannedControl& control, std::size_t levels) const;
     ItemRole roleOfCell(const PlannedControl& control, std::uint32_t entry, int lastColumn) const;

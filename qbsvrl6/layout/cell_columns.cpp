@@ -101,7 +101,7 @@ GridGeometry geometryOf(const ReportDefinition& report, const LayoutOptions& opt
     } else if (place.depth > 0 || detailColumns(report.page) > 1) {
         surroundings = GridSurroundings::Box;
     }
-    return placeColumns(*grids.gridOf(report), place.width, surroundings, grids.shapesOf(report));
+    return placeColumns(*grids.gridOf(report), grids.columnsOf(report), place.width, surroundings);
 }
 
 // Whether the grid shows rows or titles. If not, its columns only position the controls of groups.
@@ -138,8 +138,8 @@ std::vector<ColumnMove> movesOf(const GridGeometry& geometry) {
     return moves;
 }
 
-// The columns of the grid by name; if several have the same name, the first one.
-using ColumnNames = std::map<std::u16string_view, std::size_t>;
+// The first and last columns of the grid by name: several if a column repeats.
+using ColumnNames = std::map<std::u16string_view, std::pair<std::size_t, std::size_t>>;
 
 struct ColumnBox {
     std::int64_t x;  // from the left edge of the page's column
@@ -158,8 +158,9 @@ struct NamedColumns {
         const auto first = names->find(control.column);
         if (first == names->end()) return std::nullopt;
         const auto to = names->find(control.toColumn);
-        const std::size_t last = to == names->end() ? first->second : std::max(first->second, to->second);
-        const ColumnBox& box = (*boxes)[first->second];
+        const std::size_t last =
+            to == names->end() ? first->second.second : std::max(first->second.second, to->second.second);
+        const ColumnBox& box = (*boxes)[first->second.first];
         return Extent{left + box.x, (*boxes)[last].x + (*boxes)[last].width - box.x};
     }
 };
@@ -171,7 +172,7 @@ public:
         : options_(options), paperWidth_(paperWidth), columns_(columns), edges_(edges), grids_(grids) {}
 
     void addColumns(const ReportDefinition& report, const Place& place) {
-        if (!report.grid) return;
+        if (!report.grid || report.grid->labels) return;
         const std::vector<ColumnBox> boxes = boxesOf(report, place);
         if (!showsRows(*grids_.gridOf(report))) {
             addOuterEdges(report, place, boxes);
@@ -235,16 +236,21 @@ private:
 
     void addGridControls(const ReportDefinition& report, const Place& place) {
         if (!report.grid) return;
-        const DetailGrid& grid = *grids_.gridOf(report);
+        const DetailGrid& grid = *report.grid;
+        if (grid.labels) return addLabels(*grid.labels, place);
         const std::vector<ColumnBox> boxes = boxesOf(report, place);
         const std::int64_t gridX = geometryOf(report, options_, place, grids_).x;
         ColumnNames names;
-        for (std::size_t i = 0; i < boxes.size(); ++i) names.emplace(grid.columns[i]->name, i);
-        const bool columnsShow = showsRows(grid);
+        const std::vector<ShownColumn> columns = grids_.columnsOf(report);
+        for (std::size_t i = 0; i < boxes.size(); ++i) {
+            const auto known = names.try_emplace(columns[i].column->name, i, i).first;
+            if (columns[i].rows) known->second.second = i;
+        }
+        const bool columnsShow = showsRows(*grids_.gridOf(report));
         for (const std::int64_t left : placesOf(report, place)) {
             for (std::size_t i = 0; i < boxes.size(); ++i) {
                 if (!boxes[i].visible) continue;
-                addSubReport(grid.columns[i]->content, {left + boxes[i].x, boxes[i].width, place.depth});
+                addSubReport(columns[i].column->content, {left + boxes[i].x, boxes[i].width, place.depth});
             }
             const auto addGroupSection = [&](const SectionPtr& section) {
                 addSection(section, {left + gridX, place.width, place.depth},
@@ -259,10 +265,21 @@ private:
         }
     }
 
+    // The labels of a row are in one band.
+    void addLabels(const Labels& labels, const Place& place) {
+        const std::int64_t step = labelStep(labels);
+        for (int i = 0; i < labelColumns(labels, place.width); ++i) {
+            addControls(labels.label.controls, {place.left + i * step, labels.width, place.depth}, {});
+        }
+    }
+
     void addSection(const SectionPtr& section, const Place& place, const NamedColumns& columns = {}) {
-        if (!section) return;
+        if (section) addControls(section->controls, place, columns);
+    }
+
+    void addControls(const ControlList& controls, const Place& place, const NamedColumns& columns) {
         std::vector<CellBox> cells;
-        for (const auto& control : section->controls.items) {
+        for (const auto& control : controls.items) {
             const std::optional<Extent> named = columns.spanOf(*control);
             const Extent span = named ? *named : freeSpan(*control, place);
             // If the grid shows no rows, the columns that controls name count as free controls.

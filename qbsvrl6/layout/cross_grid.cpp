@@ -12,13 +12,6 @@ namespace qbsvrl6 {
 
 namespace {
 
-// A text without placeholders.
-std::u16string literal(const std::u16string& text) {
-    std::u16string escaped;
-    for (const char16_t unit : text) escaped.append(unit == u'[' ? 2 : 1, unit);
-    return escaped;
-}
-
 std::u16string isTotalOf(std::size_t level) {
     return CrossColumns::totalOf() + u" = " + toUtf16(std::to_string(level));
 }
@@ -86,7 +79,7 @@ private:
     static SpanPtr makeSpan(const std::u16string& title, const std::u16string& style, Micrometres height,
                             std::size_t levels) {
         auto span = std::make_shared<TitleSpan>();
-        setText(span->title, literal(title), style);
+        setText(span->title, literalText(title), style);
         span->height = height;
         span->levels = static_cast<int>(levels);
         return span;
@@ -127,10 +120,10 @@ private:
         if (hasMeasureTitles_) {
             setText(column.title, cell.title, cell.titleStyleName);
         } else if (line.totalOf >= 0) {
-            setText(column.title, literal(node.totalTitle),
+            setText(column.title, literalText(node.totalTitle),
                     totalStyleOf(cross_.columns[static_cast<std::size_t>(line.totalOf)]));
         } else if (node.level >= 0) {
-            setText(column.title, literal(node.title),
+            setText(column.title, literalText(node.title),
                     cross_.columns[static_cast<std::size_t>(node.level)].styleName);
         }
     }

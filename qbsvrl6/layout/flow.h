@@ -29,6 +29,8 @@ public:
     virtual void endDetailColumns() {}
     // The height that is left on the page.
     virtual Micrometres room() { return 0; }
+    // Starts a page, unless it is still empty, and returns its height.
+    virtual Micrometres takePage() { return 0; }
 };
 
 // Collects the bands of a sub-report, which become part of a band of the enclosing report.

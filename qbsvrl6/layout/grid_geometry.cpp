@@ -14,17 +14,17 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr Micrometres kNarrowestDetail = 1'000;
+constexpr int kMostLabels = 100;  // side by side
 
 class Placer {
 public:
-    Placer(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings,
-           std::span<const ColumnShape> shapes)
-        : grid_(grid), available_(available), surroundings_(surroundings) {
-        for (std::size_t i = 0; i < grid.columns.size(); ++i) {
-            const ColumnShape shape = shapes.empty() ? ColumnShape{grid.columns[i]->width} : shapes[i];
+    Placer(const DetailGrid& grid, std::span<const ShownColumn> columns, Micrometres available,
+           GridSurroundings surroundings)
+        : grid_(grid), columns_(columns), available_(available), surroundings_(surroundings) {
+        for (const ShownColumn& column : columns) {
             const Micrometres width =
-                shape.hidden ? 0 : std::clamp<Micrometres>(shape.width, 0, limits::kPaperMicrometres);
-            geometry_.columns.push_back({0, width, 0, 0, !shape.hidden});
+                column.hidden ? 0 : std::clamp<Micrometres>(column.width, 0, limits::kPaperMicrometres);
+            geometry_.columns.push_back({0, width, 0, 0, !column.hidden});
             total_ += width;
         }
         shareOut();
@@ -57,11 +57,11 @@ private:
         std::vector<std::size_t> open;
         std::int64_t left = available_;
         for (std::size_t i = 0; i < geometry_.columns.size(); ++i) {
-            const bool shares = grid_.columns[i]->share > 0 && geometry_.columns[i].visible;
+            const bool shares = columns_[i].column->share > 0 && geometry_.columns[i].visible;
             if (shares) open.push_back(i);
             if (!shares) left -= geometry_.columns[i].width;
         }
-        const auto shareOf = [&](std::size_t column) { return grid_.columns[column]->share; };
+        const auto shareOf = [&](std::size_t column) { return columns_[column].column->share; };
         for (bool settled = false; !settled && !open.empty();) {
             double shares = 0;
             for (const std::size_t column : open) shares += shareOf(column);
@@ -206,6 +206,7 @@ private:
     }
 
     const DetailGrid& grid_;
+    std::span<const ShownColumn> columns_;
     Micrometres available_;
     GridSurroundings surroundings_;
     std::int64_t total_ = 0;
@@ -223,9 +224,16 @@ Micrometres GridGeometry::widthOf(int columnGroup) const {
     return right;
 }
 
-GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings,
-                          std::span<const ColumnShape> shapes) {
-    return Placer(grid, std::max<Micrometres>(available, 1), surroundings, shapes).place();
+std::vector<ShownColumn> definedColumns(const DetailGrid& grid) {
+    std::vector<ShownColumn> columns;
+    columns.reserve(grid.columns.size());
+    for (const auto& column : grid.columns) columns.push_back({column.get(), column->width});
+    return columns;
+}
+
+GridGeometry placeColumns(const DetailGrid& grid, std::span<const ShownColumn> columns, Micrometres available,
+                          GridSurroundings surroundings) {
+    return Placer(grid, columns, std::max<Micrometres>(available, 1), surroundings).place();
 }
 
 Micrometres printableWidth(const PageSetup& page) {
@@ -249,6 +257,18 @@ Micrometres lastDetailColumn(const PageSetup& page) {
     const int columns = detailColumns(page);
     if (columns == 1) return 0;  // whatever the gap
     return (columns - 1) * (detailWidth(page) + std::max<Micrometres>(page.columnGap, 0));
+}
+
+Micrometres labelStep(const Labels& labels) {
+    const auto sound = [](Micrometres length, Micrometres least) {
+        return std::clamp<Micrometres>(length, least, limits::kPaperMicrometres);
+    };
+    return sound(labels.width, kNarrowestDetail) + sound(labels.columnGap, 0);
+}
+
+int labelColumns(const Labels& labels, Micrometres available) {
+    const Micrometres fitting = (available + std::max<Micrometres>(labels.columnGap, 0)) / labelStep(labels);
+    return std::clamp(labels.columns > 0 ? labels.columns : fitting, 1, kMostLabels);
 }
 
 }  // namespace qbsvrl6

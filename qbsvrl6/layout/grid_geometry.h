@@ -2,9 +2,11 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 #define QBSVR_QBSVRL6_LAYOUT_GRID_GEOMETRY_H
 
+#include <optional>
 #include <span>
 #include <vector>
 
+#include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/units.h"
 
@@ -41,11 +43,16 @@ struct GridGeometry {
     }
 };
 
-// How a column differs from that of the grid's definition.
-struct ColumnShape {
+// A column that is laid out.
+struct ShownColumn {
+    const Column* column = nullptr;
     Micrometres width = 0;
     bool hidden = false;
+    std::optional<KeyedRows> rows = {};  // of one that repeats: those of its value
 };
+
+// The columns of a grid's definition.
+std::vector<ShownColumn> definedColumns(const DetailGrid& grid);
 
 enum class GridSurroundings {
     Endless,  // the continuous layout: every column keeps its width beside the one before it
@@ -56,9 +63,8 @@ enum class GridSurroundings {
 
 // `available` is the width between the margins, of one of the page's columns, or of the box. Raises
 // EngineError(LimitExceeded) for a grid beyond limits::kBandMicrometres.
-// `shapes` has one for each column, or none.
-GridGeometry placeColumns(const DetailGrid& grid, Micrometres available, GridSurroundings surroundings,
-                          std::span<const ColumnShape> shapes = {});
+GridGeometry placeColumns(const DetailGrid& grid, std::span<const ShownColumn> columns, Micrometres available,
+                          GridSurroundings surroundings);
 
 // Width of one of the page's columns of detail.
 Micrometres detailWidth(const PageSetup& page);
@@ -67,6 +73,10 @@ int detailColumns(const PageSetup& page);
 // Left edge of the last one, relative to the first.
 Micrometres lastDetailColumn(const PageSetup& page);
 Micrometres printableWidth(const PageSetup& page);  // between the margins
+
+// Labels side by side in this width, and from the left edge of one to that of the next.
+int labelColumns(const Labels& labels, Micrometres available);
+Micrometres labelStep(const Labels& labels);
 
 }  // namespace qbsvrl6
 

@@ -250,6 +250,15 @@ Micrometres Pager::room() {
     return std::max(left(), 0);
 }
 
+Micrometres Pager::takePage() {
+    startPage();
+    if (std::exchange(startPending_, false)) {
+        endFragment();
+        closePage();
+    }
+    return room();
+}
+
 void Pager::nextPageNumber() {
     spend(&Budget::pages, 1);
     ++pages_;
@@ -307,7 +316,7 @@ void Pager::closePage() {
         const BandDraft& draft = placed.draft;
         if (draft.isRest || draft.ofSubReport || !draft.countsRows) continue;
         RowRange own = draft.hiddenRows;
-        if (draft.band.kind == BandKind::Row)
+        if (draft.band.kind == BandKind::Row && own.end == own.first)
             own = {draft.row, draft.row + std::max<std::size_t>(draft.rowTops.size(), 1)};
         if (own.end == own.first) continue;
         rows = anyRow ? RowRange{std::min(rows.first, own.first), std::max(rows.end, own.end)} : own;

@@ -36,6 +36,7 @@ public:
     void beginDetailColumns() override;
     void endDetailColumns() override;
     Micrometres room() override;
+    Micrometres takePage() override;
 
     // Ends the last page. A report without any band has one empty page.
     void finish();

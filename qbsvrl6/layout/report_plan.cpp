@@ -10,6 +10,7 @@
 #include "qbsvrl6/layout/report_sources.h"
 #include "qbsvrl6/layout/shown_grid.h"
 #include "qbsvrl6/model/beside_paper.h"
+#include "qbsvrl6/model/inheritance.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
@@ -67,6 +68,12 @@ public:
     }
 
 private:
+    static constexpr std::size_t kNoColumn = static_cast<std::size_t>(-1);
+    // The columns of a name: several if it repeats, none if there are no values.
+    struct NamedColumns {
+        std::size_t first = kNoColumn, last = kNoColumn;
+    };
+
     // Whether the planned section is a page header or footer, whose scope is the page.
     enum class Page { IsOwn, IsNot };
 
@@ -299,14 +306,17 @@ private:
                        " deep: the innermost are left out");
             return planned;
         }
-        for (const SubReportParameter& parameter : content.parameters) {
-            planned.arguments.push_back(binding_->compile(parameter.expression));
+        planned.passed = passedTo(content);
+        for (const SubReportParameter& parameter : planned.passed) {
+            planned.arguments.push_back(parameter.expression.empty()
+                                            ? plan_->binding->parameterExpression(parameter.name)
+                                            : binding_->compile(parameter.expression));
         }
         const auto queries = source_.data.rowQueries.find(&content.report->definition);
         if (queries != source_.data.rowQueries.end()) planned.rows.queries = queries->second;
         const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
         planned.plan = Planner(content.report->definition, source_, site.left + box.x, depth_ + 1)
-                           .plan(width, plan_->binding->sources().data, content.parameters,
+                           .plan(width, plan_->binding->sources().data, planned.passed,
                                  content.hasSectionRows ? &plan_->binding->sources() : nullptr);
         planned.rows.binding = planned.plan->binding.get();
         planned.rows.areOfSection = content.hasSectionRows;
@@ -326,6 +336,7 @@ private:
 
     void planGrid(std::span<const SubReportParameter> passed) {
         const DetailGrid& grid = *source_.grids.gridOf(report_);
+        columns_ = source_.grids.columnsOf(report_);
         const ShownGrid* const shown = source_.grids.find(report_);
         if (shown != nullptr && shown->cross) bindCross(*shown, passed);
         plan_->grid = std::make_unique<PlannedGrid>();
@@ -341,33 +352,41 @@ private:
             surroundings = GridSurroundings::Box;
             available = detailWidth(report_.page);
         }
-        planned.geometry = placeColumns(grid, available, surroundings, source_.grids.shapesOf(report_));
-        warnOfDiscarded(grid, planned.geometry, available);
+        planned.geometry = placeColumns(grid, columns_, available, surroundings);
+        warnOfDiscarded(planned.geometry, available);
         Site site{left_ + planned.geometry.x, planned.geometry.scale};
         if (depth_ == 0 && source_.options.paged) site.left += lastDetailColumn(report_.page);
-        planned.titleHeights = titleHeights(grid, site.scale);
+        planned.titleHeights = titleHeights(grid.titleHeight, site.scale);
         planned.rowHeight = scaledLength(soundLength(grid.rowHeight), site.scale);
-        for (std::size_t i = 0; i < grid.columns.size(); ++i) {
+        for (const auto& column : report_.grid->columns) columnIndex_.try_emplace(column->name);
+        for (std::size_t i = 0; i < columns_.size(); ++i) {
             const PlacedColumn& place = planned.geometry.columns[i];
-            columnIndex_.emplace(grid.columns[i]->name, i);
+            const Column& column = *columns_[i].column;
+            NamedColumns& named = columnIndex_[column.name];
+            if (named.first == kNoColumn) named.first = named.last = i;
+            if (columns_[i].rows) named.last = i;
             if (!place.visible) continue;
+            binding_->setTotaledRows(columns_[i].rows);
             const auto cell = [&](const Control& control, Micrometres height) {
                 PlannedControl made = planControl(control, {place.x, 0, place.width, height}, site);
-                made.gridColumn = &grid.columns[i]->name;
+                made.gridColumn = &column.name;
                 made.firstColumn = made.lastColumn = static_cast<int>(i);
                 made.columnGroup = place.columnGroup;
                 return made;
             };
             if (!planned.titleHeights.empty()) {
-                planned.titles.push_back(cell(grid.columns[i]->title, planned.titleHeights.back()));
-                planned.titles.back().level = levelsOf(*grid.columns[i]);
+                planned.titles.push_back(cell(column.title, planned.titleHeights.back()));
+                planned.titles.back().level = levelsOf(column);
                 planned.titles.back().levels =
                     static_cast<int>(planned.titleHeights.size()) - planned.titles.back().level;
             }
-            planned.cells.push_back(cell(grid.columns[i]->content, planned.rowHeight));
+            planned.cells.push_back(cell(column.content, planned.rowHeight));
+            planned.cells.back().rows = columns_[i].rows;
         }
-        if (!planned.titleHeights.empty()) planTitleSpans(grid, planned, site);
-        planJoins(grid, planned);
+        binding_->setTotaledRows(std::nullopt);
+        if (!planned.titleHeights.empty()) planTitleSpans(planned, site);
+        planJoins(planned);
+        if (grid.labels) planLabels(*grid.labels, planned);
         for (const auto& group : grid.groups) {
             PlannedGroup made;
             made.group = group.get();
@@ -389,13 +408,13 @@ private:
         return levels;
     }
 
-    static std::vector<Micrometres> titleHeights(const DetailGrid& grid, double scale) {
-        const Micrometres lowest = scaledLength(soundLength(grid.titleHeight), scale);
+    std::vector<Micrometres> titleHeights(Micrometres titleHeight, double scale) const {
+        const Micrometres lowest = scaledLength(soundLength(titleHeight), scale);
         if (lowest == 0) return {};
         std::vector<Micrometres> heights;
-        for (const auto& column : grid.columns) {
+        for (const ShownColumn& column : columns_) {
             std::size_t level = 0;
-            for (const auto& span : column->titleSpans) {
+            for (const auto& span : column.column->titleSpans) {
                 const auto end = level + static_cast<std::size_t>(span->levels);
                 if (heights.size() < end) heights.resize(end);
                 const Micrometres own = scaledLength(soundLength(span->height), scale);
@@ -411,10 +430,10 @@ private:
     }
 
     // A title over columns on several lines or pages is repeated on each.
-    void planTitleSpans(const DetailGrid& grid, PlannedGrid& planned, const Site& site) {
+    void planTitleSpans(PlannedGrid& planned, const Site& site) {
         const GridGeometry& geometry = planned.geometry;
         const auto spanAt = [&](std::size_t column, std::size_t depth) -> const TitleSpan* {
-            const auto& spans = grid.columns[column]->titleSpans;
+            const auto& spans = columns_[column].column->titleSpans;
             return depth < spans.size() ? spans[depth].get() : nullptr;
         };
         std::vector<std::size_t> shown;
@@ -424,8 +443,8 @@ private:
         for (std::size_t i = 0; i < shown.size(); ++i) {
             const std::size_t first = shown[i];
             int level = 0;
-            for (std::size_t depth = 0; depth < grid.columns[first]->titleSpans.size(); ++depth) {
-                const TitleSpan& span = *grid.columns[first]->titleSpans[depth];
+            for (std::size_t depth = 0; depth < columns_[first].column->titleSpans.size(); ++depth) {
+                const TitleSpan& span = *columns_[first].column->titleSpans[depth];
                 const auto continues = [&](std::size_t column) {
                     return spanAt(column, depth) == &span &&
                            geometry.columns[column].line == geometry.columns[first].line &&
@@ -452,13 +471,15 @@ private:
         }
     }
 
-    void planJoins(const DetailGrid& grid, PlannedGrid& planned) {
-        const auto joins = [](const auto& column) { return !column->mergeBy.empty() || column->span > 1; };
-        if (std::none_of(grid.columns.begin(), grid.columns.end(), joins)) return;
+    void planJoins(PlannedGrid& planned) {
+        const auto joins = [](const ShownColumn& shown) {
+            return !shown.column->mergeBy.empty() || shown.column->span > 1;
+        };
+        if (std::none_of(columns_.begin(), columns_.end(), joins)) return;
         const GridGeometry& geometry = planned.geometry;
         for (const PlannedControl& cell : planned.cells) {
             const auto at = static_cast<std::size_t>(cell.firstColumn);
-            const Column& column = *grid.columns[at];
+            const Column& column = *columns_[at].column;
             CellJoins& made = planned.joins.emplace_back();
             if (!trimmed(column.mergeBy).empty() && geometry.lines == 1) {
                 made.mergeBy = binding_->compile(column.mergeBy);
@@ -467,7 +488,7 @@ private:
             if (column.span < 2 || trimmed(column.spanWhen).empty()) continue;
             made.spanWhen = binding_->compile(column.spanWhen);
             std::size_t last = at;
-            const std::size_t end = std::min(at + static_cast<std::size_t>(column.span), grid.columns.size());
+            const std::size_t end = std::min(at + static_cast<std::size_t>(column.span), columns_.size());
             for (std::size_t i = at + 1; i < end; ++i) {
                 const PlacedColumn& place = geometry.columns[i];
                 const PlacedColumn& own = geometry.columns[at];
@@ -479,13 +500,13 @@ private:
         }
     }
 
-    static void warnOfDiscarded(const DetailGrid& grid, const GridGeometry& geometry, Micrometres available) {
+    void warnOfDiscarded(const GridGeometry& geometry, Micrometres available) const {
         constexpr std::size_t kMostNames = 10;
         std::size_t lost = 0;
         std::string names;
         for (std::size_t i = 0; i < geometry.columns.size(); ++i) {
             if (!geometry.columns[i].discarded) continue;
-            if (++lost <= kMostNames) names += (lost == 1 ? "" : ", ") + quoted(grid.columns[i]->name);
+            if (++lost <= kMostNames) names += (lost == 1 ? "" : ", ") + quoted(columns_[i].column->name);
         }
         if (lost == 0) return;
         if (lost > kMostNames) names += " and " + std::to_string(lost - kMostNames) + " more";
@@ -511,33 +532,68 @@ private:
                 planned.controls.back().columnGroup = 0;
                 continue;
             }
+            if (first->second.first == kNoColumn) continue;
             const auto to = columnIndex_.find(control->toColumn);
-            const std::size_t last =
-                to == columnIndex_.end() ? first->second : std::max(first->second, to->second);
-            for (int columnGroup = 0; columnGroup < geometry.columnGroups; ++columnGroup) {
-                const auto span = columnSpan(geometry, first->second, last, columnGroup);
-                if (!span) continue;
-                const PlacedColumn& left = geometry.columns[span->first];
-                const PlacedColumn& right = geometry.columns[span->second];
-                box.x = left.x;
-                box.width = right.x + right.width - left.x;
-                Rect own = box;
-                if (geometry.wrapGroups) {
-                    own.y += left.line * planned.height;
-                    lines = std::max(lines, left.line + 1);
-                }
-                PlannedControl made = planControl(*control, own, site);
-                made.firstColumn = static_cast<int>(span->first);
-                made.lastColumn = static_cast<int>(span->second);
-                const bool everywhere = geometry.columns[last].columnGroup == kEveryColumnGroup;
-                made.columnGroup = everywhere ? kEveryColumnGroup : columnGroup;
-                planned.controls.push_back(std::move(made));
-                if (everywhere) break;
+            if (to != columnIndex_.end() && to->second.last != kNoColumn) {
+                const std::size_t last = std::max(first->second.last, to->second.last);
+                planColumnControl(*control, box, {first->second.first, last},
+                                  {geometry, site, lines, planned});
+                continue;
             }
+            // One for each value of a column that repeats, with the totals of its rows.
+            for (std::size_t i = first->second.first; i <= first->second.last; ++i) {
+                binding_->setTotaledRows(columns_[i].rows);
+                planColumnControl(*control, box, {i, i}, {geometry, site, lines, planned});
+            }
+            binding_->setTotaledRows(std::nullopt);
         }
         planned.height *= lines;
         if (geometry.columnGroups == 1) slice(planned);
         return planned;
+    }
+
+    // The section of a grid that is being planned.
+    struct GroupSection {
+        const GridGeometry& geometry;
+        const Site& site;
+        int& lines;
+        PlannedSection& planned;
+    };
+
+    // A control of these columns, on each page that has some of them.
+    void planColumnControl(const Control& control, Rect box, const NamedColumns& columns,
+                           const GroupSection& section) {
+        const GridGeometry& geometry = section.geometry;
+        for (int columnGroup = 0; columnGroup < geometry.columnGroups; ++columnGroup) {
+            const auto span = columnSpan(geometry, columns.first, columns.last, columnGroup);
+            if (!span) continue;
+            const PlacedColumn& left = geometry.columns[span->first];
+            const PlacedColumn& right = geometry.columns[span->second];
+            box.x = left.x;
+            box.width = right.x + right.width - left.x;
+            Rect own = box;
+            if (geometry.wrapGroups) {
+                own.y += left.line * section.planned.height;
+                section.lines = std::max(section.lines, left.line + 1);
+            }
+            PlannedControl made = planControl(control, own, section.site);
+            made.firstColumn = static_cast<int>(span->first);
+            made.lastColumn = static_cast<int>(span->second);
+            const bool everywhere = geometry.columns[columns.last].columnGroup == kEveryColumnGroup;
+            made.columnGroup = everywhere ? kEveryColumnGroup : columnGroup;
+            section.planned.controls.push_back(std::move(made));
+            if (everywhere) break;
+        }
+    }
+
+    void planLabels(const Labels& labels, PlannedGrid& planned) {
+        PlannedLabels& made = planned.labels.emplace();
+        made.labels = &labels;
+        made.step = labelStep(labels);
+        made.columns = labelColumns(labels, plan_->width);
+        made.label = planSection(labels.label, {left_ + (made.columns - 1) * made.step});
+        if (!trimmed(labels.start).empty()) made.start = binding_->compile(labels.start);
+        if (!trimmed(labels.copies).empty()) made.copies = binding_->compile(labels.copies);
     }
 
     // The first and last column of the range that are in the column group, on the line of the first; none if
@@ -565,7 +621,8 @@ private:
     std::unique_ptr<ReportPlan> plan_;
     Binding* binding_ = nullptr;  // of the texts that are being planned
     const DataSet* data_ = nullptr;
-    std::unordered_map<std::u16string, std::size_t> columnIndex_;
+    std::vector<ShownColumn> columns_;  // of the grid
+    std::unordered_map<std::u16string, NamedColumns> columnIndex_;
 };
 
 }  // namespace

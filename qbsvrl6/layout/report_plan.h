@@ -67,7 +67,8 @@ struct PlannedChart {
 struct PlannedSubReport {
     std::unique_ptr<ReportPlan> plan;  // null: nested deeper than limits::kSubReportDepth
     SubReportRows rows;
-    std::vector<Expression> arguments;  // in the scope of the parent, in the order of the parameters
+    std::vector<SubReportParameter> passed;
+    std::vector<Expression> arguments;  // the values of `passed`, in the scope of the parent
 };
 
 // When the value of a condition is known.
@@ -103,6 +104,7 @@ struct PlannedControl {
     // The column group on whose pages it is shown, if the grid continues on further pages.
     int columnGroup = kEveryColumnGroup;
     int level = 0, levels = 1;           // of a title: the rows of titles that it covers
+    std::optional<KeyedRows> rows;       // of a cell: the others show nothing; none: all rows do
     const PooledStyle* style = nullptr;  // without the conditional ones; never null
     std::vector<PlannedCondition> conditions;
     // Styles with conditional ones applied, by the conditions that hold; filled as they occur.
@@ -149,6 +151,15 @@ struct CellJoins {
     Micrometres spanWidth = 0;
 };
 
+// The labels of a grid, which are side by side.
+struct PlannedLabels {
+    const Labels* labels = nullptr;
+    PlannedSection label;
+    int columns = 1;
+    Micrometres step = 0;  // from one label to the one on its right
+    std::optional<Expression> start, copies;
+};
+
 struct PlannedGrid {
     const DetailGrid* grid = nullptr;
     GridGeometry geometry;
@@ -159,6 +170,7 @@ struct PlannedGrid {
     bool merges = false;                        // some cells merge downwards
     std::vector<PlannedGroup> groups;           // outermost first
     std::optional<PlannedSection> header, footer;
+    std::optional<PlannedLabels> labels;  // none: it has rows
     std::optional<Expression> keepWithNext;
     // As the DocumentStructure has them; made when they are needed.
     std::shared_ptr<const std::vector<int>> tableColumns;

@@ -26,6 +26,7 @@ const DataSet* dataOf(const ReportDefinition& report, const ReportData& data, co
 DataSources sourcesOf(const ReportDefinition& report, const ReportData& data, const DataSet* outer) {
     DataSources sources;
     sources.data = dataOf(report, data, outer);
+    if (report.inherits && sources.data != outer) sources.outer = outer;
     const auto set = data.setParameters.find(&report);
     if (set != data.setParameters.end()) sources.set = set->second.get();
     const Table* const reportTable = tableOf(report, sources.data, report.data.table, TextUse::ReportTable);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <span>
 #include <utility>
 
 #include "qbsvrl6/support/budget.h"
@@ -130,6 +131,7 @@ void ReportWalk::addSubReport(PlannedControl& control, const ItemRole& role, Mic
 
 void ReportWalk::walkGrid() {
     const PlannedGrid& grid = *instance_.plan.grid;
+    if (grid.labels) return walkLabels();
     flow_->beginDetailColumns();
     const int passes = grid.geometry.columnGroupsInTurn ? grid.geometry.columnGroups : 1;
     for (int pass = 0; pass < passes; ++pass) {
@@ -139,6 +141,62 @@ void ReportWalk::walkGrid() {
     }
     builder_.activeColumnGroup = kEveryColumnGroup;
     flow_->endDetailColumns();
+}
+
+// Where there are no pages, sheets are as high as the paper, so that labels are next to the same ones.
+void ReportWalk::walkLabels() {
+    const PlannedLabels& planned = *instance_.plan.grid->labels;
+    LabelRows labels(view_, planned);
+    const auto columns = static_cast<std::size_t>(planned.columns);
+    bool isFirst = true;
+    while (!labels.isDone()) {
+        std::size_t lines = linesOfSheet(!isFirst);
+        if (instance_.isSubReport && planned.labels->down) lines = (labels.count() + columns - 1) / columns;
+        const std::size_t start = isFirst ? labels.start(lines * columns) : 0;
+        addLabels(labels.nextSheet(lines, start), lines);
+        if (&view_ == context_.watched) Spending::current()->progress().rows = labels.row() + 1;
+        isFirst = false;
+    }
+}
+
+// The lines that the rest of the page, or a new one, has room for.
+std::size_t ReportWalk::linesOfSheet(bool isNew) const {
+    const PlannedLabels& planned = *instance_.plan.grid->labels;
+    const std::int64_t gap = std::max<Micrometres>(planned.labels->rowGap, 0);
+    const std::int64_t step = std::max<std::int64_t>(planned.label.height + gap, kLowestBlankRow);
+    std::int64_t room = 0;
+    if (context_.options.paged && !instance_.isSubReport) {
+        room = isNew ? flow_->takePage() : flow_->room();
+        if (room < planned.label.height) room = flow_->takePage();
+    } else {
+        const PageSetup& page = instance_.plan.report->page;
+        room = std::int64_t{page.paper.height} - page.margins.top - page.margins.bottom;
+        for (const auto* const part : {&instance_.plan.pageHeader, &instance_.plan.pageFooter}) {
+            if (*part) room -= (*part)->height;
+        }
+    }
+    return static_cast<std::size_t>(std::max<std::int64_t>((room + gap) / step, 1));
+}
+
+void ReportWalk::addLabels(const LabelSheet& sheet, std::size_t lines) {
+    const PlannedLabels& planned = *instance_.plan.grid->labels;
+    const auto columns = static_cast<std::size_t>(planned.columns);
+    for (std::size_t line = 0; line * columns < sheet.size(); ++line) {
+        const std::span places(sheet.data() + line * columns, columns);
+        RowRange starting{view_.rowCount(), 0};
+        for (const std::optional<LabelPlace>& place : places) {
+            if (!place || !place->isFirst) continue;
+            starting = {std::min(starting.first, place->row), std::max(starting.end, place->row + 1)};
+        }
+        const bool isLast = line + 1 == lines && context_.options.paged;
+        BandDraft band =
+            builder_.labels(places, isLast ? 0 : std::max<Micrometres>(planned.labels->rowGap, 0));
+        const bool countsRows = starting.end > starting.first;
+        if (countsRows) hiddenRows_ = starting;
+        countsRows_ = countsRows;
+        add(std::move(band));
+        countsRows_ = true;
+    }
 }
 
 // The last report header and the title stay with the row below them, a group's header with its first rows, a

@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_SHOWN_GRID_H
 #define QBSVR_QBSVRL6_LAYOUT_SHOWN_GRID_H
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <vector>
@@ -14,7 +15,10 @@
 namespace qbsvrl6 {
 
 struct ShownGrid {
-    std::vector<ColumnShape> columns;  // of each column of the report's grid; empty: as the grid has them
+    std::vector<ShownColumn> columns;  // empty: as the grid has them
+    // Of columns that repeat: these columns, and the key of each row of the table.
+    std::vector<std::unique_ptr<const Column>> repeated;
+    std::vector<std::unique_ptr<const std::vector<std::uint32_t>>> keys;
 
     // Of a cross-table: a grid with the columns of the data, which reads `rows`.
     std::unique_ptr<const DetailGrid> cross;
@@ -35,9 +39,10 @@ public:
         const ShownGrid* const shown = find(report);
         return shown != nullptr && shown->cross ? shown->cross.get() : report.grid.get();
     }
-    std::span<const ColumnShape> shapesOf(const ReportDefinition& report) const {
+    // Its columns.
+    std::vector<ShownColumn> columnsOf(const ReportDefinition& report) const {
         const ShownGrid* const shown = find(report);
-        return shown == nullptr ? std::span<const ColumnShape>() : shown->columns;
+        return shown == nullptr || shown->columns.empty() ? definedColumns(*gridOf(report)) : shown->columns;
     }
     void add(const ReportDefinition& report, ShownGrid grid) { grids_.emplace(&report, std::move(grid)); }
 

@@ -3,10 +3,20 @@
 #include <algorithm>
 #include <vector>
 
+#include "qbsvrl6/model/inheritance.h"
+
 namespace qbsvrl6 {
 
-NamedStyles::NamedStyles(const ReportDefinition& report) : report_(report) {
-    for (const NamedStyle& style : report.styles) entries_.emplace(style.name, Entry{&style, {}, {}});
+NamedStyles::NamedStyles(const ReportDefinition& report) : inherited_(report.inherited) {
+    const auto add = [this](const std::vector<NamedStyle>& styles) {
+        for (const NamedStyle& style : styles) entries_.emplace(style.name, Entry{&style, {}, {}});
+    };
+    add(report.styles);
+    if (inherited_) {
+        add(inherited_->styles);
+        font_ = inherited_->font;
+    }
+    overlay(font_, report.font);
 }
 
 const Style* NamedStyles::find(const std::u16string& name) {
@@ -44,7 +54,7 @@ void NamedStyles::read(Entry& entry) {
 
 ResolvedStyle NamedStyles::resolve(const std::u16string& name, const Style& own) {
     ResolvedStyle resolved;
-    applyStyle(resolved, report_.font);
+    applyStyle(resolved, font_);
     if (const Style* const named = find(name)) applyStyle(resolved, *named);
     applyStyle(resolved, own);
     return resolved;

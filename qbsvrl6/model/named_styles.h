@@ -2,6 +2,7 @@
 #ifndef QBSVR_QBSVRL6_MODEL_NAMED_STYLES_H
 #define QBSVR_QBSVRL6_MODEL_NAMED_STYLES_H
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -10,8 +11,8 @@
 
 namespace qbsvrl6 {
 
-// Each style is put together once, when it is first asked for. The report outlives the object and does not
-// change.
+// Each style is put together once, when it is first asked for. Styles of the report win over inherited ones
+// of the same name, also as parents of these. The report outlives the object and does not change.
 class NamedStyles {
 public:
     explicit NamedStyles(const ReportDefinition& report);
@@ -31,7 +32,8 @@ private:
 
     void read(Entry& entry);
 
-    const ReportDefinition& report_;
+    std::shared_ptr<const Inherited> inherited_;
+    Style font_;
     std::unordered_map<std::u16string_view, Entry> entries_;
 };
 

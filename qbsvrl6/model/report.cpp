@@ -42,6 +42,9 @@ std::vector<Control*> allControls(ReportDefinition& report) {
     for (SectionPtr& section : report.reportHeaders) addControls(section, controls);
     addControls(report.pageHeader, controls);
     if (report.grid) {
+        if (report.grid->labels) {
+            for (auto& control : report.grid->labels->label.controls.items) controls.push_back(control.get());
+        }
         for (auto& column : report.grid->columns) controls.push_back(&column->title);
         for (auto& column : report.grid->columns) controls.push_back(&column->content);
         addControls(report.grid->header, controls);
@@ -53,6 +56,10 @@ std::vector<Control*> allControls(ReportDefinition& report) {
     }
     for (SectionPtr& section : report.reportFooters) addControls(section, controls);
     addControls(report.pageFooter, controls);
+    for (NamedPage& page : report.namedPages) {
+        addControls(page.header, controls);
+        addControls(page.footer, controls);
+    }
     return controls;
 }
 

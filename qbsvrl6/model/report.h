@@ -27,6 +27,7 @@
 
 namespace qbsvrl6 {
 
+struct Inherited;
 struct Report;
 
 // The numbers are those of tagQBControlType.
@@ -107,6 +108,13 @@ struct ConditionalStyle {
     std::u16string style;  // name
 };
 
+// Where a section uses a part of a library. It never changes.
+struct PartUse {
+    std::u16string name;
+    Micrometres x = 0, y = 0;
+    Micrometres height = 0;  // of the part
+};
+
 struct Control {
     std::u16string name;
     Rect box;                 // in its section; not used for a grid cell: the cell is the box
@@ -118,6 +126,7 @@ struct Control {
     std::u16string visibleWhen;  // an expression; empty: always
     ControlContent content;
     TextPosition position = {};  // of its element in the template's file, for messages; never saved
+    std::shared_ptr<const PartUse> part = {};  // of a control of a library, which is not saved; null: none
 
     ControlKind kind() const;
 };
@@ -127,6 +136,8 @@ struct ControlList {
     int reportDepth = 0;  // of its report, where a program added the section
 };
 
+enum class PageSide { Any, Odd, Even };
+
 struct Section {
     std::u16string name;
     Micrometres height = 0;
@@ -135,6 +146,8 @@ struct Section {
     bool keepTogether = true;
     bool newPageBefore = false;
     bool newPageAfter = false;
+    PageSide startOn = PageSide::Any;  // odd or even: it starts a page with such a number
+    std::u16string page;               // name of the paper that it needs; empty: any
     std::optional<Color> background;
     std::u16string visibleWhen;
     ControlList controls;
@@ -150,6 +163,7 @@ struct Group {
     bool keepTogether = false;
     bool newPage = false;  // each group except the first starts a page
     bool restartPageNumber = false;
+    std::u16string page;     // name of the paper of each group; empty: that of the report
     std::u16string sheet;    // of workbooks, with placeholders: the name of its own sheet; empty: none
     bool showTitle = false;  // the titles of the columns are below the header, not above all rows
     int minimumRows = 1;     // rows that must follow the header on its page
@@ -178,6 +192,8 @@ struct Column {
     std::u16string mergeBy;      // an expression; cells below one another with the same value are one
     int span = 1;                // columns that the cell covers in rows where `spanWhen` is true
     std::u16string spanWhen;     // an expression; empty: in no row
+    std::u16string repeat;       // an expression: there is a column for each of its values; empty: one column
+    std::u16string repeatSort;   // the order of these values, as that of a group
     std::vector<std::shared_ptr<const TitleSpan>> titleSpans;  // above the title, outermost first
 };
 
@@ -222,6 +238,17 @@ struct CrossCell {
 struct CrossTable {
     std::vector<CrossLevel> rows, columns;  // outermost first
     std::vector<CrossCell> cells;           // side by side in each column
+};
+
+// What makes a grid a sheet of labels: one or more for each row, side by side.
+struct Labels {
+    Micrometres width = 0;
+    int columns = 0;  // 0: as many as the page has room for
+    Micrometres columnGap = 0, rowGap = 0;
+    bool down = false;      // labels follow one another downwards, then across
+    std::u16string start;   // an expression: the first position, from 1, on the first sheet; empty: 1
+    std::u16string copies;  // an expression: labels per row; empty: 1
+    Section label;          // its controls and height
 };
 
 // Where rows come from. A text is empty if the template does not set it.
@@ -273,6 +300,7 @@ struct DetailGrid {
     std::u16string keepWithNext;  // an expression; rows for which it is true are on the page of the next row
     SectionPtr header, footer;    // before the first and after the last row; may be null
     std::optional<CrossTable> cross;  // then it has no columns and groups of its own
+    std::optional<Labels> labels;     // the same
 };
 
 enum class DataType { Text, Number, Boolean, Date };
@@ -297,6 +325,14 @@ struct PageSetup {
     Micrometres columnGap = 5'000;
 };
 
+// Other paper than that of the report, for sections and groups that name it.
+struct NamedPage {
+    std::u16string name;
+    PageSetup setup;
+    SectionPtr header, footer;  // null: those of the report
+    Address background;         // empty: that of the report
+};
+
 struct Watermark {
     std::u16string text;  // empty: none
     Color color{220, 220, 220};
@@ -313,13 +349,32 @@ struct Printer {
     std::u16string name;
 };
 
+// The styles of a file that templates include.
+struct Library {
+    Style font;
+    std::vector<NamedStyle> styles;  // of equal names, the first one counts
+    std::vector<Address> files;      // that it includes itself
+};
+
+struct Include {
+    Address href;
+    std::shared_ptr<const Library> library;  // never null in a template that has been read
+};
+
 struct ReportDefinition {
+    std::vector<Include> includes;
     DocumentInfo info;
     PdfSettings pdf;
     PageSetup page;
+    std::u16string firstPage, leftPage;  // names of the paper of these pages; empty: that of the others
+    std::vector<NamedPage> namedPages;
     double imageResolution = 150;  // dots per inch
     bool defuseFormulas = false;   // in CSV: spreadsheets show texts that look like formulas as texts
     Style font;                    // of the whole report: the root of all styles
+    // Of a sub-report: whether it has styles, the font and parameters of the reports around it, and what they
+    // are (inheritance.h); null: nothing.
+    bool inherits = true;
+    std::shared_ptr<const Inherited> inherited;
     std::vector<NamedStyle> styles;
     std::vector<Parameter> parameters;
     std::vector<Field> fields;

@@ -11,6 +11,8 @@ namespace qbsvrl6::limits {
 
 inline constexpr std::size_t kTemplateBytes = 64u << 20;
 inline constexpr std::size_t kTemplateErrors = 50;       // reported per template
+inline constexpr std::size_t kLibraries = 64;            // that a template includes
+inline constexpr std::size_t kIncludeDepth = 8;          // of libraries that include libraries
 inline constexpr std::size_t kDataBytes = 1u << 30;      // of data that is not read in a window
 inline constexpr std::size_t kDataRowBytes = 64u << 20;  // of a row that is read in a window
 inline constexpr std::size_t kPictureBytes = 64u << 20;
@@ -27,6 +29,8 @@ inline constexpr std::size_t kTextUnits = 1u << 24;      // of an expression's r
 inline constexpr std::size_t kGridColumns = 2'000;
 inline constexpr std::size_t kNamedSheets = 500;  // of a workbook
 inline constexpr std::size_t kTitleLevels = 16;
+inline constexpr int kLabelCopies = 100'000;    // of one row
+inline constexpr std::size_t kNamedPages = 64;  // of a template
 inline constexpr std::size_t kGroups = 64;
 inline constexpr std::size_t kCrossLevels = 16;  // of the rows, and of the columns, of a cross-table
 inline constexpr std::size_t kCrossMeasures = 64;

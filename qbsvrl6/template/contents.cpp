@@ -135,6 +135,7 @@ public:
                  const std::optional<BorderLine>&, const std::optional<BorderLine>&) {}
     void paper(const PageSetup&) {}
     void refuse(bool, const char*) {}
+    void library(const Include&) {}
     template <class Describe>
     void withoutReturns(Describe&& describe) {
         describe();

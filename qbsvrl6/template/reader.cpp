@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/bind/binding.h"
 #include "qbsvrl6/bind/cross_expression.h"
+#include "qbsvrl6/model/inheritance.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/files.h"
@@ -17,6 +18,7 @@
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_attributes.h"
 #include "qbsvrl6/template/hidden_controls.h"
+#include "qbsvrl6/template/libraries.h"
 #include "qbsvrl6/template/raw_characters.h"
 #include "qbsvrl6/template/schema.h"
 #include "qbsvrl6/template/template_io.h"
@@ -79,18 +81,23 @@ struct ReadingEnds {};
 
 struct Reading {
     const SourceText& source;
+    Libraries& libraries;
     std::string folder;  // of the template; its relative names start there
     std::string home;    // the same for reach.h; empty: the template is from no file
-    std::vector<Reference> references;
-    std::vector<NotedExpression> expressions;
-    std::vector<NotedExpression> innerExpressions;  // of the sub-report that follows
-    std::vector<NotedReturn> returns;
-    std::vector<FoundError> errors;
-    std::vector<FoundWarning> warnings;
-    std::vector<PlacedText> texts;
-    std::vector<PlacedControl> controls;
-    TextPlaces* places = nullptr;  // of the report that is being read
+    std::vector<Reference> references = {};
+    std::vector<NotedExpression> expressions = {};
+    std::vector<NotedExpression> innerExpressions = {};  // of the sub-report that follows
+    std::vector<NotedReturn> returns = {};
+    std::vector<FoundError> errors = {};
+    std::vector<FoundWarning> warnings = {};
+    std::vector<PlacedText> texts = {};
+    std::vector<PlacedControl> controls = {};
+    TextPlaces* places = nullptr;                       // of the report that is being read
+    std::vector<const ReportDefinition*> reports = {};  // that one, after those around it
     int reportDepth = 0;
+    Parts parts = {};  // of all included libraries
+    bool isLibrary = false;
+    std::vector<EngineError> libraryErrors = {};
 
     // Reading continues after most errors, so that all of them are reported.
     void addError(ErrorCode code, std::string message, std::size_t offset) {
@@ -125,6 +132,7 @@ void Reading::fail() {
     });
     PlaceCursor cursor(source);
     std::vector<EngineError> placed;
+    placed = std::move(libraryErrors);
     for (const FoundError& error : errors) {
         if (placed.size() == limits::kTemplateErrors) {
             placed.emplace_back(ErrorCode::BadTemplate, "there are more errors",
@@ -264,9 +272,12 @@ public:
         const std::size_t before = reading_.returns.size();
         describe();
         for (std::size_t i = before; i < reading_.returns.size(); ++i) {
-            reading_.addError(ErrorCode::BadTemplate,
-                              "<Return> has no place in a page header or footer, which belongs to no row",
-                              reading_.returns[i].offset);
+            reading_.addError(
+                ErrorCode::BadTemplate,
+                reading_.isLibrary
+                    ? "<Return> has no place in a part, which many reports may use"
+                    : "<Return> has no place in a page header or footer, which belongs to no row",
+                reading_.returns[i].offset);
         }
     }
     void innerExpression(const char* name, std::u16string& value) {
@@ -353,6 +364,28 @@ public:
         });
     }
 
+    // The parts of a library, by their names.
+    template <class Describe>
+    void partList(const char* name, Parts& parts, Describe&& describe) {
+        children_.push_back(name);
+        for (const pugi::xml_node found : node_.children(name)) {
+            const auto part = std::make_shared<Part>();
+            const std::size_t firstText = reading_.texts.size();
+            describeNode(found, [&](ReadElement& element) {
+                describe(element, *part);
+                if (part->controls.items.empty()) element.addError("a <Part> has a control");
+            });
+            for (std::size_t i = firstText; i < reading_.texts.size(); ++i)
+                part->textKeys.push_back(reading_.texts[i].key);
+            part->elements = countElements(found);
+            if (!part->name.empty() && !parts.emplace(part->name, part).second) {
+                ReadElement(reading_, found)
+                    .addErrorAt("name", "another <Part> is named " + quoted(toUtf8(part->name)));
+            }
+        }
+    }
+    void library(Include& include);
+
     bool hasAny(std::span<const char* const> attributes) const {
         return std::any_of(attributes.begin(), attributes.end(),
                            [this](const char* name) { return node_.attribute(name); });
@@ -389,6 +422,15 @@ public:
     void finish();
 
     void readVersion();
+    void checkRoot(const char* wanted) {
+        if (std::strcmp(node_.name(), wanted) == 0) return;
+        const bool isLibrary = std::strcmp(node_.name(), kLibraryRoot) == 0;
+        addError("the root element is " + tag(node_.name()) + ", not " + tag(wanted) +
+                 (isLibrary            ? "; templates include a library, which makes no documents"
+                  : reading_.isLibrary ? "; only libraries are included"
+                                       : ""));
+        throw ReadingEnds();
+    }
     void addError(const std::string& message, ErrorCode code = ErrorCode::BadTemplate) const {
         reading_.addError(code, message, offsetOf(reading_.source.text(), node_));
     }
@@ -528,6 +570,9 @@ private:
     }
 
     bool readControlContent(pugi::xml_node node, Control& control, bool inCell);
+    void usePart(pugi::xml_node node, ControlList& list);
+    void placeControls(Control& control, std::size_t offset);
+    static std::uint64_t countElements(pugi::xml_node node);
 
     Reading& reading_;
     pugi::xml_node node_;
@@ -610,10 +655,82 @@ bool ReadElement::readControlContent(pugi::xml_node node, Control& control, bool
 
 void ReadElement::controls(ControlList& list) {
     forEachControlKind([&](const char* name, auto&&, auto) { children_.emplace_back(name); });
+    children_.emplace_back(kUsePart);
     for (const pugi::xml_node node : node_.children()) {
+        if (std::strcmp(node.name(), kUsePart) == 0) {
+            usePart(node, list);
+            continue;
+        }
         auto control = std::make_unique<Control>();
         if (readControlContent(node, *control, false)) list.items.push_back(std::move(control));
     }
+}
+
+std::uint64_t ReadElement::countElements(pugi::xml_node node) {
+    std::uint64_t count = 1;
+    for (const pugi::xml_node child : node.children()) {
+        if (child.type() == pugi::node_element) count += countElements(child);
+    }
+    return count;
+}
+
+// Messages about the controls of a part give the place where it is used.
+void ReadElement::usePart(pugi::xml_node node, ControlList& list) {
+    const auto use = std::make_shared<PartUse>();
+    describeNode(node, [&](ReadElement& element) {
+        describePartUse(element, *use);
+        if (reading_.isLibrary) return element.addError("a part of a library uses no other parts");
+        const auto found = reading_.parts.find(use->name);
+        if (found == reading_.parts.end()) {
+            if (use->name.empty()) return;
+            return element.addErrorAt("name",
+                                      "no part of an included library is named " + quoted(toUtf8(use->name)));
+        }
+        const Part& part = *found->second;
+        try {
+            reading_.libraries.countElements(part.elements);
+        } catch (const EngineError& error) {
+            element.addError(error.what(), error.code());
+            throw ReadingEnds();
+        }
+        use->height = part.height;
+        const std::size_t offset = offsetOf(reading_.source.text(), node);
+        for (const auto& control : part.controls.items) {
+            Control& own = *list.items.emplace_back(control);
+            own.box.x += use->x;
+            own.box.y += use->y;
+            own.part = use;
+            placeControls(own, offset);
+        }
+        for (const std::size_t key : part.textKeys) reading_.texts.push_back({offset, key, reading_.places});
+    });
+}
+
+// The control and, if it is a sub-report, those in it.
+void ReadElement::placeControls(Control& control, std::size_t offset) {
+    reading_.controls.push_back({offset, &control});
+    auto* const content = std::get_if<SubReportContent>(&control.content);
+    if (content == nullptr) return;
+    for (Control* const inner : allControls(content->report->definition)) placeControls(*inner, offset);
+}
+
+// The rest of a template is unknown without its libraries.
+void ReadElement::library(Include& include) {
+    include.library = std::make_shared<Library>();
+    if (include.href.empty()) return addError("the attribute \"href\" of <Include> is missing or empty");
+    try {
+        const ReadLibrary& read = reading_.libraries.open(include.href);
+        include.library = read.library;
+        for (const auto& [name, part] : read.parts) reading_.parts.insert_or_assign(name, part);
+        return;
+    } catch (const TemplateError& failure) {
+        reading_.libraryErrors = failure.errors();
+    } catch (const EngineError& error) {
+        addErrorAt("href",
+                   "the library " + quoted(toUtf8(include.href.name)) + " is not read: " + error.what(),
+                   error.code());
+    }
+    throw ReadingEnds();
 }
 
 void ReadElement::cell(const char* name, Control& control) {
@@ -650,7 +767,9 @@ void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
         outerReturns.swap(reading_.returns);
         for (const NotedExpression& noted : own) reading_.addText(noted.text, TextUse::Report, noted.offset);
         own.swap(reading_.expressions);
+        reading_.reports.push_back(&report->definition);
         describeReport(element, report->definition, ReportPlace::SubReport);
+        reading_.reports.pop_back();
         outer.swap(reading_.references);
         outerReturns.swap(reading_.returns);
         own.swap(reading_.expressions);
@@ -662,7 +781,13 @@ void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
 void ReadElement::checkReferences(const ReportDefinition& report) {
     std::unordered_set<std::u16string_view> styles;
     std::unordered_set<std::u16string_view> columns;
-    for (const NamedStyle& style : report.styles) styles.insert(style.name);
+    for (auto around = reading_.reports.rbegin(); around != reading_.reports.rend(); ++around) {
+        for (const NamedStyle& style : (*around)->styles) styles.insert(style.name);
+        for (const Include& include : (*around)->includes) {
+            for (const NamedStyle& style : include.library->styles) styles.insert(style.name);
+        }
+        if (!(*around)->inherits) break;
+    }
     if (report.grid) {
         for (const auto& column : report.grid->columns) columns.insert(column->name);
     }
@@ -845,10 +970,10 @@ std::uint64_t countElements(std::string_view xml) {
 }
 
 // Parses leniently, so that content outside the root is found, and rejects it here.
-pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
+pugi::xml_node parse(const SourceText& source, Libraries& libraries, pugi::xml_document& document) {
     const std::string& text = source.text();
     try {
-        checkFigure(&Budget::templateElements, countElements(text));
+        libraries.countElements(countElements(text));
     } catch (const EngineError& error) {
         source.fail(error.code(), error.what(), 0);
     }
@@ -881,23 +1006,66 @@ pugi::xml_node parse(const SourceText& source, pugi::xml_document& document) {
 
 }  // namespace
 
+namespace {
+
+// `home` is the folder of the template.
+ReadLibrary readLibrary(const std::string& bytes, const std::string& path, const std::string& home,
+                        Libraries& libraries) {
+    const SourceText source(bytes, path);
+    pugi::xml_document document;
+    const pugi::xml_node root = parse(source, libraries, document);
+    ReportDefinition definition;
+    ReadLibrary read;
+    TextPlaces places;
+    Reading reading{source, libraries, directoryOf(path), home};
+    reading.places = &places;
+    reading.isLibrary = true;
+    reading.reports.push_back(&definition);
+    try {
+        ReadElement element(reading, root);
+        element.checkRoot(kLibraryRoot);
+        element.readVersion();
+        describeLibrary(element, definition, read.parts);
+        element.finish();
+    } catch (const ReadingEnds&) {
+        reading.fail();
+    }
+    if (!reading.errors.empty()) reading.fail();
+    for (auto& [name, part] : reading.parts) read.parts.emplace(name, part);
+    auto library = std::make_shared<Library>();
+    library->styles = std::move(definition.styles);
+    for (const Include& include : definition.includes) overlay(library->font, include.library->font);
+    overlay(library->font, definition.font);
+    for (auto include = definition.includes.rbegin(); include != definition.includes.rend(); ++include) {
+        const Library& inner = *include->library;
+        library->styles.insert(library->styles.end(), inner.styles.begin(), inner.styles.end());
+        library->files.push_back(include->href);
+        library->files.insert(library->files.end(), inner.files.begin(), inner.files.end());
+    }
+    read.library = std::move(library);
+    return read;
+}
+
+}  // namespace
+
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin) {
     const SourceText source(std::string(bytes), origin);
-    pugi::xml_document document;
-    const pugi::xml_node root = parse(source, document);
     const std::string folder = directoryOf(origin);
     const std::string home = folder.empty() && !origin.empty() ? "./" : folder;
-    Reading reading{source, folder, home, {}, {}, {}, {}, {}, {}, {}, {}};
+    Libraries libraries([&](const std::string& text, const std::string& path) {
+        return readLibrary(text, path, home, libraries);
+    });
+    pugi::xml_document document;
+    const pugi::xml_node root = parse(source, libraries, document);
     ReportDefinition definition;
+    Reading reading{source, libraries, folder, home};
+    reading.reports.push_back(&definition);
     const auto places = std::make_shared<TextPlaces>();
     definition.places = places;
     reading.places = places.get();
     try {
         ReadElement element(reading, root);
-        if (std::strcmp(root.name(), "Report") != 0) {
-            element.addError("the root element is " + tag(root.name()) + ", not <Report>");
-            throw ReadingEnds();
-        }
+        element.checkRoot("Report");
         element.readVersion();
         describeReport(element, definition, ReportPlace::Root);
         element.finish();
@@ -909,6 +1077,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     reading.logWarnings();
     const LogSubject subject(origin);
     warnOfHiddenControls(definition);
+    inherit(definition);
     return definition;
 }
 

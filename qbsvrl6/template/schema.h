@@ -116,6 +116,8 @@ inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
      {"toNewPageRepeatFixedEx", ColumnAdapt::ToNewPageRepeatFixedEx},
      {"wrapExcludeGroup", ColumnAdapt::WrapExcludeGroup}}};
 
+// Whether labels follow one another downwards.
+inline constexpr std::array<Word<bool>, 2> kFlows = {{{"across", false}, {"down", true}}};
 inline constexpr std::array<Word<TotalPlace>, 2> kTotalPlaces = {
     {{"after", TotalPlace::After}, {"before", TotalPlace::Before}}};
 
@@ -143,8 +145,8 @@ template <class Element, class ReportLike>
 void describeReport(Element& element, ReportLike& report, ReportPlace place);
 
 // All style attributes are optional. An unset one is inherited: from the named style and its parents, then
-// from <DefaultStyle>, then from the built-in defaults of ResolvedStyle (model/style.h). A sub-report starts
-// again with its own <DefaultStyle>.
+// from <DefaultStyle>, then from that of the report around a sub-report, then from the built-in defaults of
+// ResolvedStyle (model/style.h).
 //
 // Units: `fontSize` is in points; `lineSpacing` is a multiple of the font's own line height; `padding` has
 // one length for all sides or four, from the left clockwise. `border` sets all four lines, `borderLeft` and
@@ -412,6 +414,24 @@ void forEachControlKind(Visitor&& visit) {
           [](auto& element, auto& content) { describeSubReport(element, content); });
 }
 
+// Where a section uses a part of an included library: its controls are moved by x and y.
+inline constexpr const char* kUsePart = "UsePart";
+template <class Element, class UseLike>
+void describePartUse(Element& element, UseLike& use) {
+    element.required("name", use.name, TextCodec{});
+    element.attribute("x", use.x, 0, kPosition);
+    element.attribute("y", use.y, 0, kPosition);
+}
+
+// The height of a section that has none itself: that of the parts that it uses.
+inline Micrometres heightOfParts(const ControlList& controls) {
+    Micrometres height = 0;
+    for (const auto& control : controls.items) {
+        if (control->part) height = std::max(height, control->part->y + control->part->height);
+    }
+    return std::min(height, limits::kPaperMicrometres);
+}
+
 // A band across the page: headers and footers of the report, of pages and of groups. `height` is what it has
 // before it grows or shrinks with its content. A section that is not kept together may be divided between
 // pages.
@@ -419,7 +439,7 @@ template <class Element, class SectionLike>
 void describeSection(Element& element, SectionLike& section) {
     static const Section defaults;
     element.attribute("name", section.name, {}, TextCodec{});
-    element.attribute("height", section.height, defaults.height, LengthCodec{});
+    element.attribute("height", section.height, heightOfParts(section.controls), LengthCodec{});
     element.attribute("canGrow", section.canGrow, defaults.canGrow, SwitchCodec{});
     element.attribute("canShrink", section.canShrink, defaults.canShrink, SwitchCodec{});
     element.attribute("keepTogether", section.keepTogether, defaults.keepTogether, SwitchCodec{});
@@ -428,6 +448,10 @@ void describeSection(Element& element, SectionLike& section) {
     element.attribute("background", section.background, ColorCodec{});
     element.attribute("visibleWhen", section.visibleWhen, {}, ExpressionCodec{});
     element.controls(section.controls);
+    if constexpr (!std::is_const_v<SectionLike>) {
+        constexpr const char* kHeight = "height";
+        if (!element.hasAny({&kHeight, 1})) section.height = heightOfParts(section.controls);
+    }
 }
 
 inline constexpr auto kSection = [](auto& element, auto& section) { describeSection(element, section); };
@@ -498,6 +522,10 @@ void describeColumn(Element& element, ColumnLike& column) {
     element.required("name", column.name, TextCodec{});
     describeColumnWidth(element, column);
     element.attribute("visibleWhen", column.visibleWhen, {}, kOfRows);
+    element.attribute("repeat", column.repeat, {}, kOfRows);
+    element.attribute("sort", column.repeatSort, {}, SortCodec{});
+    element.refuse(column.repeat.empty() && !column.repeatSort.empty(),
+                   "\"sort\" is the order of the columns of \"repeat\"");
     element.attribute("mergeBy", column.mergeBy, {}, kOfRows);
     element.attribute("span", column.span, 1, IntegerCodec{2, static_cast<int>(limits::kGridColumns)});
     element.attribute("spanWhen", column.spanWhen, {}, kOfRows);
@@ -505,6 +533,8 @@ void describeColumn(Element& element, ColumnLike& column) {
                    "\"span\" and \"spanWhen\" are only used together");
     element.cell("Title", column.title);
     element.cell("Content", column.content);
+    element.refuse(!column.repeat.empty() && column.content.kind() != ControlKind::Text,
+                   "a column with \"repeat\" has a text as its content");
 }
 
 // A title over the columns in the element. `height` is that of its row of titles.
@@ -634,6 +664,34 @@ void describeGrid(Element& element, GridLike& grid) {
     });
 }
 
+// Labels in place of the rows of a grid: one for each row, or as many as `copies` says. They are side by side,
+// in lines or, with `flow`, in columns; the first sheet begins at the place `start`.
+template <class Element, class GridLike>
+void describeLabels(Element& element, GridLike& grid) {
+    static const Labels defaults;
+    if constexpr (!std::is_const_v<GridLike>) {
+        grid.labels.emplace();
+        grid.labels->label.canGrow = false;
+        grid.titleHeight = 0;
+    }
+    auto& labels = *grid.labels;
+    constexpr LengthCodec kSize{1'000};
+    element.required("width", labels.width, kSize);
+    element.required("height", labels.label.height, kSize);
+    element.attribute("columns", labels.columns, defaults.columns, IntegerCodec{1, 100});
+    element.attribute("columnGap", labels.columnGap, defaults.columnGap, LengthCodec{});
+    element.attribute("rowGap", labels.rowGap, defaults.rowGap, LengthCodec{});
+    element.attribute("flow", labels.down, defaults.down, WordCodec<bool>{kFlows});
+    element.attribute("start", labels.start, {}, ExpressionCodec{.knowsPage = false});
+    element.attribute("copies", labels.copies, {}, ExpressionCodec{.knowsPage = false});
+    element.attribute("background", labels.label.background, ColorCodec{});
+    element.attribute("filter", grid.filter, {}, ExpressionCodec{.knowsPage = false});
+    element.attribute("sort", grid.sort, {}, SortCodec{});
+    element.child("Recordset",
+                  [&](auto& child) { describeDataSource(child, grid.recordset, TextUse::GridTable); });
+    element.controls(labels.label.controls);
+}
+
 // The paper has a `size` with an `orientation`, or a `width` and `height`, never both; `margins` is a list of
 // edges as `padding` is. `columns` divide the space between the margins for the detail, as labels need it;
 // `columnGap` is a length between two of them.
@@ -698,6 +756,50 @@ void describePaper(Element& element, ReportLike& report) {
                   [&](auto& printer) { printer.attribute("name", report.printer.name, {}, TextCodec{}); });
 }
 
+// The libraries that a template or a library includes. Later ones win over earlier ones, and what the template
+// says itself wins over all.
+template <class Element, class ReportLike>
+void describeIncludes(Element& element, ReportLike& report) {
+    element.list("Include", report.includes, [](auto& child, auto& include) {
+        child.address("href", include.href);
+        child.library(include);
+    });
+}
+
+template <class Element, class ReportLike>
+void describeStyles(Element& element, ReportLike& report) {
+    element.child("DefaultStyle", [&](auto& style) { describeStyle(style, report.font); });
+    element.child("Styles", [&](auto& styles) {
+        styles.namedList("Style", report.styles, std::numeric_limits<std::size_t>::max(),
+                         [](auto& child, auto& style) {
+                             child.required("name", style.name, TextCodec{});
+                             child.styleReference("parent", style.parent);
+                             describeStyle(child, style.style);
+                         });
+    });
+}
+
+// A part of a library: the contents of a section, or of a part of it. It is of no row of a certain grid, so
+// that it names no columns and groups, and returns no values.
+template <class Element, class PartLike>
+void describePart(Element& element, PartLike& part) {
+    element.required("name", part.name, TextCodec{});
+    element.required("height", part.height, LengthCodec{});
+    element.withoutReturns([&] { element.controls(part.controls); });
+}
+
+// The root of a library. Its styles are read into a report without contents.
+inline constexpr const char* kLibraryRoot = "Library";
+template <class Element, class ReportLike, class Parts>
+void describeLibrary(Element& element, ReportLike& report, Parts& parts) {
+    describeIncludes(element, report);
+    describeStyles(element, report);
+    element.child("Parts", [&](auto& child) {
+        child.partList("Part", parts, [](auto& one, auto& part) { describePart(one, part); });
+    });
+    element.checkReferences(report);
+}
+
 // The root, and the report of a sub-report. Children are written in this order and may be read in any. Each
 // occurs once, except report headers and footers, which are several sections below one another. Names of
 // styles, parameters and fields are unique within the report. References to styles and columns are checked at
@@ -712,10 +814,13 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
                           NumberCodec{10, 2400});
         element.attribute("defuseFormulas", report.defuseFormulas, defaults.defuseFormulas, SwitchCodec{});
     } else {
+        element.attribute("inherit", report.inherits, defaults.inherits, SwitchCodec{});
         element.refuseChildren(
             {"Pdf", "Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
             "pages are those of the outermost report");
+        element.refuseChildren({"Include"}, "its report inherits the styles of the outermost one");
     }
+    if (hasPages) describeIncludes(element, report);
     element.child("Info", [&](auto& info) {
         info.attribute("title", report.info.title, {}, TextCodec{});
         info.attribute("author", report.info.author, {}, TextCodec{});
@@ -726,14 +831,7 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     });
     if (hasPages) element.child("Pdf", [&](auto& pdf) { describePdf(pdf, report.pdf); });
     if (hasPages) element.child("Page", [&](auto& page) { describePage(page, report.page); });
-    element.child("DefaultStyle", [&](auto& style) { describeStyle(style, report.font); });
-    element.child("Styles", [&](auto& styles) {
-        styles.namedList("Style", report.styles, kNoLimit, [](auto& child, auto& style) {
-            child.required("name", style.name, TextCodec{});
-            child.styleReference("parent", style.parent);
-            describeStyle(child, style.style);
-        });
-    });
+    describeStyles(element, report);
     element.child("Parameters", [&](auto& parameters) {
         parameters.namedList("Parameter", report.parameters, kNoLimit, [](auto& child, auto& parameter) {
             child.required("name", parameter.name, TextCodec{});
@@ -754,10 +852,13 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     if (hasPages) element.pointer("PageHeader", report.pageHeader, kPageSection);
     element.list("ReportHeader", report.reportHeaders, kSection);
     const bool isCross = report.grid && report.grid->cross;
-    element.pointerIf(!isCross, "Grid", report.grid,
+    const bool isLabels = report.grid && report.grid->labels;
+    element.pointerIf(!isCross && !isLabels, "Grid", report.grid,
                       [](auto& grid, auto& value) { describeGrid(grid, value); });
     element.pointerIf(isCross, "CrossTable", report.grid,
                       [](auto& grid, auto& value) { describeCrossTable(grid, value); });
+    element.pointerIf(isLabels, "Labels", report.grid,
+                      [](auto& grid, auto& value) { describeLabels(grid, value); });
     element.list("ReportFooter", report.reportFooters, kSection);
     if (hasPages) element.pointer("PageFooter", report.pageFooter, kPageSection);
     element.checkReferences(report);

@@ -167,6 +167,7 @@ public:
     void bytes(const char* name, const std::string& value);
     void text(const char* name, const std::u16string& value);
     void controls(const ControlList& list);
+    void library(const Include&) {}
     void cell(const char* name, const Control& control);
     void nestedReport(const char* name, const Owned<Report>& report);
     void checkReferences(const ReportDefinition&) {}
@@ -320,8 +321,18 @@ void WriteElement::writeControl(const Control& control, bool inCell) {
     });
 }
 
+// The controls of a part follow one another.
 void WriteElement::controls(const ControlList& list) {
-    for (const auto& control : list.items) writeControl(*control, false);
+    const PartUse* written = nullptr;
+    for (const auto& control : list.items) {
+        const PartUse* const part = control->part.get();
+        if (part == nullptr) {
+            writeControl(*control, false);
+        } else if (part != written) {
+            always(kUsePart, [&](WriteElement& element) { describePartUse(element, *part); });
+        }
+        written = part;
+    }
 }
 
 void WriteElement::cell(const char* name, const Control& control) {

@@ -117,6 +117,36 @@ def carry_over():
     return rows, None
 
 
+def labels():
+    rows = [{"Name": f"Person{number}", "City": f"City{number}", "Parcels": chance.randrange(0, 4)} for number in range(9)]
+    places = [None, None] + [row for row in rows for _ in range(row["Parcels"])]
+    expected = []
+    for line in range(0, len(places), 3):
+        expected += [[row[field] for row in places[line:line + 3] if row] for field in ("Name", "City")]
+    return rows, expected
+
+
+def months():
+    rows = [{"Customer": customer, "Day": f"2024-{month:02}-{chance.randrange(1, 28):02}", "Amount": chance.randrange(10, 9000)}
+            for customer in ("B", "A", "C") for month in (4, 2, 11) for _ in range(chance.randrange(1, 4))]
+    chance.shuffle(rows)
+    columns = ["02", "04", "11"]
+
+    def cells(own, make):
+        return [make([row for row in own if row["Day"][5:7] == month]) for month in columns] + [make(own)]
+
+    expected = [["Customer", "Year 2024", "All"], ["Feb", "Apr", "Nov"]]
+    for customer, own in sorted(groups(rows, lambda row: row["Customer"]).items()):
+        expected.append([customer, *cells(own, lambda some: amount(some))])
+    averages = cells(rows, lambda some: (total(some) / len(some), format(total(some) / len(some), ",.1f")))
+    return rows, expected + [["Average", *averages]]
+
+
+def letterhead():
+    rows = [{"Name": f"Name{number}", "Amount": chance.randrange(10, 9000)} for number in range(5)]
+    return rows, [["Example and Sons"], ["Name", "Amount"], *([row["Name"], amount([row])] for row in rows), ["Total in EUR", amount(rows)]]
+
+
 def balances_are_right(rows, folder):
     """Page by page, what is brought and carried forward is the sum of the rows so far."""
     reached, faults, position = 0, [], 0
@@ -135,7 +165,8 @@ def balances_are_right(rows, folder):
     return faults + ([] if len(pages) > 2 and position == len(rows) else [f"{len(pages)} pages, {position} rows"])
 
 
-RECIPES = {"cross-table": cross_table, "heat-map": heat_map, "largest": largest, "two-levels": two_levels, "sheets": sheets, "carry-over": carry_over}
+RECIPES = {"cross-table": cross_table, "heat-map": heat_map, "largest": largest, "two-levels": two_levels, "sheets": sheets, "carry-over": carry_over,
+           "labels": labels, "months": months, "letterhead": letterhead}
 
 
 def output_of(*command):
@@ -173,7 +204,8 @@ def words(rows):
 
 def check(name, template, folder):
     rows, expected = RECIPES[name]()
-    (folder / "t.qbf").write_text(template, "utf-8")
+    for file, text in {**LIBRARIES, "t.qbf": template}.items():
+        (folder / file).write_text(text, "utf-8")
     (folder / "d.json").write_text(json.dumps(rows), "utf-8")
     outputs = [word for format in (*READERS, "pdf", "txt", "tiff", "png") for word in ("-o", folder / f"d.{format}")]
     subprocess.run([PROGRAM, "render", folder / "t.qbf", "-d", folder / "d.json", "--layout", "table", *outputs],
@@ -201,6 +233,7 @@ def check(name, template, folder):
 
 
 faults, found = [], dict(re.findall(r"^```xml (\S+)\n(.*?)^```", (DOCS / "recipes.md").read_text("utf-8"), re.M | re.S))
+LIBRARIES = {name: found.pop(name) for name in list(found) if name.endswith(".qbf")}
 if found.keys() != RECIPES.keys():
     faults.append(f"recipes on the page: {sorted(found)}")
 for name, template in found.items():

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -28,13 +29,13 @@ std::string inReport(const std::string& content) {
 }
 
 // The codes, positions and causes of all errors, one per line.
-std::string errorsOf(const std::string& input) {
+std::string errorsOf(const std::string& input, const std::string& origin = "t.qbf") {
     std::string all;
     const auto add = [&](const EngineError& error) {
         all += std::to_string(static_cast<int>(error.code())) + " " + error.what() + "\n";
     };
     try {
-        readTemplate(input, "t.qbf");
+        readTemplate(input, origin);
     } catch (const TemplateError& failure) {
         for (const EngineError& error : failure.errors()) add(error);
     } catch (const EngineError& error) {
@@ -92,6 +93,70 @@ TEST(TemplateFaults, NameBytesAndLimits) {
         EXPECT_LE(std::count(errors.begin(), errors.end(), '\n'), most + 1);
         EXPECT_EQ(errors.ends_with("there are more errors\n"), &test == &cases[8]) << errors.substr(0, 300);
     }
+}
+
+// The template `t.qbf` in a folder with libraries, or without a folder.
+TEST(TemplateFaults, OfLibrariesNameTheirFiles) {
+    const ScratchDirectory scratch;
+    const auto library = [&](const std::string& name, const std::string& content) {
+        std::ofstream(scratch.path / name) << "<Library version=\"1\">\n" << content << "</Library>";
+    };
+    const auto link = [](int to) { return "<Include href=\"" + std::to_string(to) + ".qbf\"/>"; };
+    for (int i = 0; i < 9; ++i) library(std::to_string(i) + ".qbf", link(i + 1));
+    library("loop.qbf", "<Include href=\"loop.qbf\"/>");
+    library("style.qbf", "<Styles><Style name=\"a\" parent=\"b\"/></Styles>");
+    library("parts.qbf",
+            "<Parts><Part name=\"p\" height=\"5mm\"><Text column=\"c\"/><Text text=\"[Sum(a, g)]\"/>"
+            "<UsePart name=\"q\"/></Part>\n<Part name=\"p\" height=\"1mm\"/></Parts>");
+    library("page.qbf", "<Page/>");
+    library("good.qbf",
+            "<Parts><Part name=\"p\" height=\"5mm\">" + repeated("<Text/>", 1'000) + "</Part></Parts>");
+    std::ofstream(scratch.path / "report.qbf") << "<Report version=\"1\"/>";
+    std::ofstream(scratch.path / "broken.qbf") << "<Library version=\"1\">";
+    const std::string folder = scratch.path.string() + "/", template_ = folder + "t.qbf";
+    const struct {
+        std::string href, content;
+        const char* error;  // F/ is the folder
+    } cases[] = {
+        {"none.qbf", "",
+         "F/t.qbf:2:10: the library \"none.qbf\" is not read: F/none.qbf: No such file or directory"},
+        {"../x.qbf", "", "F/t.qbf:2:10: the library \"../x.qbf\" is not read: F/../x.qbf: "},
+        {"/etc/passwd", "",
+         "F/t.qbf:2:10: the library \"/etc/passwd\" is not read: /etc/passwd: outside the template's "
+         "folder and the set-up folder; allow it with reach.folders"},
+        {"https://example.com/x.qbf", "",
+         "F/t.qbf:2:10: the library \"https://example.com/x.qbf\" is not read: a library is "
+         "a file, not a web address"},
+        {"", "", "F/t.qbf:2:1: the attribute \"href\" of <Include> is missing or empty"},
+        {"0.qbf", "",
+         "F/7.qbf:2:10: the library \"8.qbf\" is not read: a template includes at most 64 libraries"},
+        {"loop.qbf", "", "F/loop.qbf:2:10: the library \"loop.qbf\" is not read: F/loop.qbf includes itself"},
+        {"report.qbf", "",
+         "F/report.qbf:1:1: the root element is <Report>, not <Library>; only libraries are included"},
+        {"broken.qbf", "",
+         "F/t.qbf:2:10: the library \"broken.qbf\" is not read: F/broken.qbf:1:21: not well-formed XML"},
+        {"style.qbf", "", "F/style.qbf:2:25: no style is named \"b\""},
+        {"page.qbf", "", "F/page.qbf:2:1: unknown element <Page> in <Library>"},
+        {"parts.qbf", "",
+         "F/parts.qbf:2:42: no column is named \"c\"\n"
+         "F/parts.qbf:2:60: text=\"[Sum(a, g)]\": "},
+        {"good.qbf", "<UsePart name=\"q\"/>", "F/t.qbf:3:22: no part of an included library is named \"q\""},
+        {"good.qbf", repeated("<UsePart name=\"p\"/>", 300), "F/t.qbf:3:"},
+    };
+    for (const auto& test : cases) {
+        std::string errors = errorsOf(
+            inReport("<Include href=\"" + test.href + "\"/>\n<PageHeader>" + test.content + "</PageHeader>"),
+            template_);
+        for (std::size_t at = 0; (at = errors.find(folder, at)) != std::string::npos;)
+            errors.replace(at, folder.size(), "F/");
+        std::string first;
+        std::istringstream lines(errors);
+        for (std::string line; std::getline(lines, line);) first += line.substr(line.find(' ') + 1) + '\n';
+        EXPECT_TRUE(first.starts_with(test.error)) << test.href << '\n' << errors;
+    }
+    EXPECT_NE(errorsOf(inReport("<Include href=\"good.qbf\"/>"), "").find("the template is from no file"),
+              std::string::npos);
+    EXPECT_NE(errorsOf("<Library version=\"1\"/>").find("templates include a library"), std::string::npos);
 }
 
 TEST(TemplateFaults, EveryTruncationIsRefused) {

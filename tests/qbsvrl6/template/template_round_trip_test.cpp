@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qbsvrl6/model/connection.h"
+#include "qbsvrl6/model/named_styles.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
 #include "qbsvrl6/support/utf.h"
@@ -23,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kEverything = QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/everything.qbf";
+const std::string kLetter = QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/letter.qbf";
 
 std::string encoded(const std::string& utf8, const char* encoding) {
     iconv_t converter = iconv_open(encoding, "UTF-8");
@@ -40,9 +42,29 @@ std::string encoded(const std::string& utf8, const char* encoding) {
 // The file sets every attribute and child of the format to a value that isn't the default, in the form in
 // which the engine saves it, so that anything lost in a round trip is detected.
 TEST(TemplateRoundTrip, KeepsEverything) {
-    const std::string file = ReadFile(kEverything);
-    ASSERT_FALSE(file.empty());
-    EXPECT_EQ(writeTemplate(readTemplate(file, "everything")), file);
+    for (const std::string& path : {kEverything, kLetter}) {
+        const std::string file = ReadFile(path);
+        ASSERT_FALSE(file.empty());
+        EXPECT_EQ(writeTemplate(readTemplate(file, path), fs::path(path).parent_path().string() + "/"), file);
+    }
+}
+
+// What a template says itself wins over its libraries, of which the later one wins, and parts are where they
+// are used.
+TEST(TemplateRoundTrip, IncludesLibraries) {
+    ReportDefinition report = loadTemplate(kLetter);
+    NamedStyles styles(report);
+    const ResolvedStyle title = styles.resolve(u"title", {});
+    EXPECT_EQ(title.fontFamily, u"Arial");
+    EXPECT_EQ(title.fontSize, 14);
+    EXPECT_TRUE(title.italic && title.bold);                     // the template's own "house", and its font
+    EXPECT_EQ(title.color, (Color{0x20, 0x20, 0x20}));           // of the inner library's default style
+    EXPECT_EQ(styles.resolve(u"small", {}).color, title.color);  // the outer library has another one
+    EXPECT_EQ(styles.resolve(u"", {}).fontSize, 9);
+    ASSERT_EQ(report.pageHeader->controls.items.size(), 4u);
+    EXPECT_EQ(report.pageHeader->controls.items[1]->box, (Rect{5'000, 20'000, 180'000, 0}));
+    EXPECT_EQ(report.pageHeader->controls.items[1]->position.line, 9);
+    EXPECT_EQ(report.pageFooter->height, 8'000);
 }
 
 TEST(TemplateRoundTrip, CopiesKeepEverything) {
@@ -198,7 +220,9 @@ TEST(TemplateFiles, SavedElsewhereNameTheSameFiles) {
 // The schema in docs/ accepts the templates that the engine writes.
 TEST(TemplateSchema, AcceptsSavedTemplatesAndSamples) {
     if (std::system("command -v xmllint >/dev/null") != 0) GTEST_SKIP() << "xmllint is not installed";
-    std::string files = " '" + kEverything + "'";
+    std::string files;
+    for (const char* name : {"everything", "letter", "house-style", "colours"})
+        files += " '" QBSVR_SOURCE_DIR "/tests/qbsvrl6/template/" + std::string(name) + ".qbf'";
     for (const std::string& path : samples()) files += " '" + path + "'";
     const std::string schema = QBSVR_SOURCE_DIR "/docs/template-format.xsd";
     EXPECT_EQ(std::system(("xmllint --noout --schema '" + schema + "'" + files + " 2>&1").c_str()), 0);
