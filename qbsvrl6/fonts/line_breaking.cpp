@@ -20,6 +20,16 @@ std::size_t withoutBlanksAtEnd(std::u16string_view text, std::size_t first, std:
     return end;
 }
 
+bool hasLineEnd(std::u16string_view text) {
+    return std::any_of(text.begin(), text.end(),
+                       [](char16_t unit) { return unit == u'\r' || unit == u'\n'; });
+}
+
+// Of the whole text: a single line may lack the letters that imply it.
+TextLanguage languageOf(const FontSet& fonts, std::u16string_view text) {
+    return fonts.isLanguageGiven ? fonts.language : languageOfText(text);
+}
+
 Micrometres toWidth(float thousandths, double fontSize) {
     constexpr double kWidest = 2e9;
     const double width = static_cast<double>(thousandths) * fontSize * kMicrometresPerPoint / 1000.0;
@@ -36,7 +46,7 @@ public:
           text_(text),
           width_(width),
           numbers_(numbers),
-          language_(fonts.isLanguageGiven ? fonts.language : languageOfText(text)) {}
+          language_(languageOf(fonts, text)) {}
 
     std::vector<TextLine> run() {
         for (std::size_t first = 0; first < text_.size();) {
@@ -161,7 +171,7 @@ private:
     std::u16string_view text_;
     Micrometres width_;
     Numbers numbers_;
-    TextLanguage language_;  // of the whole text: a single line may lack the letters that imply it
+    TextLanguage language_;
     std::vector<TextLine> lines_;
 
     std::u16string_view paragraph_;
@@ -182,13 +192,24 @@ std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16
     return LineBreaker(fonts, fontSize, text, width, numbers).run();
 }
 
+std::optional<TextLine> onlyLine(const FontSet& fonts, double fontSize, std::u16string_view text,
+                                 Micrometres width) {
+    constexpr std::size_t kLongest = 128;
+    if (text.empty() || text.size() > kLongest || hasLineEnd(text)) return std::nullopt;
+    const std::u16string_view line = text.substr(0, withoutBlanksAtEnd(text, 0, text.size()));
+    TextLine only{0, static_cast<std::uint32_t>(line.size()), nullptr, 0, true};
+    only.shaped = shape(fonts, line, BaseDirection::FirstStrong, languageOf(fonts, text));
+    only.width = toWidth(only.shaped->width, fontSize);
+    if (only.width > width) return std::nullopt;
+    return only;
+}
+
 Micrometres lineWidth(const FontSet& fonts, double fontSize, std::u16string_view text) {
     return toWidth(widthOf(fonts, text), fontSize);
 }
 
 bool fitsOneLine(const FontSet& fonts, double fontSize, std::u16string_view text, Micrometres width) {
-    const auto breaks = [](char16_t unit) { return unit == u'\r' || unit == u'\n'; };
-    if (text.empty() || std::any_of(text.begin(), text.end(), breaks)) return false;
+    if (text.empty() || hasLineEnd(text)) return false;
     const std::u16string_view line = text.substr(0, withoutBlanksAtEnd(text, 0, text.size()));
     return lineWidth(fonts, fontSize, line) <= width;
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -69,6 +70,11 @@ enum class Numbers {
 // unbounded. Empty text has no lines, and a line end at the end of the text does not start another line.
 std::vector<TextLine> breakLines(const FontSet& fonts, double fontSize, std::u16string_view text,
                                  Micrometres width, Numbers numbers = Numbers::Whole);
+
+// The line that breakLines() returns if it returns one, no wider than `width`; nothing for other texts, and for
+// long ones. A width is at least 1.
+std::optional<TextLine> onlyLine(const FontSet& fonts, double fontSize, std::u16string_view text,
+                                 Micrometres width);
 
 // The width of a text on one line.
 Micrometres lineWidth(const FontSet& fonts, double fontSize, std::u16string_view text);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -259,6 +260,15 @@ void breakWrapped(TextItem& item, const PooledStyle& style, Micrometres width) {
     NumberWrapper(item, style, width).wrap();
 }
 
+// Nearly all texts are a line that fits, whose style does not matter then. Returns whether this one is.
+bool takeOnlyLine(TextItem& item, const PooledStyle& style, Micrometres width) {
+    if (style.fit == TextFit::Shrink || isTurned(style)) return false;
+    std::optional<TextLine> line = onlyLine(style.fonts(), style.fontSize, item.text, width);
+    if (!line) return false;
+    item.lines.push_back({*std::move(line), 0, 0, 0, 0});
+    return true;
+}
+
 // The position, at most `fitting`, at which an ellipsis may cut a line: not within a number.
 std::size_t cutBeforeNumber(std::u16string_view text, std::size_t fitting) {
     NumberFinder numbers(text);
@@ -423,6 +433,10 @@ Micrometres breakText(TextItem& item, const PooledStyle& style, Size box) {
     const Size turned = unturned(style, box);
     const Size inner{turned.width - padding.left - padding.right, turned.height};
     if (item.text.empty() || inner.width <= 0) return 0;
+    if (takeOnlyLine(item, style, inner.width)) {
+        align(item, style, box);
+        return neededHeight(1, item, style, box);
+    }
     switch (style.fit) {
         case TextFit::Grow:
             if (isTurned(style)) {

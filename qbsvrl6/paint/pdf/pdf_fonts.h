@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,6 +61,9 @@ public:
     void write(PdfFile& file, int number, const PdfFontRules& rules) const;
 
 private:
+    // A glyph per character, in the order of the text, as in nearly all texts; nothing for other ones.
+    std::optional<bool> takePlain(const std::vector<Glyph>& glyphs, std::size_t firstUnit,
+                                  std::u16string_view text);
     Code& codeOf(std::uint32_t glyph);
     void addCode(std::uint32_t glyph);
     // Gives the code this text unless it already has one. Returns whether the code now has this text.
