@@ -84,10 +84,10 @@ struct Aggregate {
     std::uint32_t slot = 0;                // of its state; set by binding
     // The table within the row table whose rows are aggregated; null: the row table. Set by binding.
     const Table* table = nullptr;
-    std::optional<KeyedRows> rows;  // only these of the row table; none: all. Set by binding
+    std::optional<KeyedRows> rows = {};  // only these of the row table; none: all. Set by binding
     // If the argument has one value per group of this level, or per report (-1), the aggregate reads it once
     // for each. Set by binding.
-    std::optional<int> onceIn;
+    std::optional<int> onceIn = {};
 };
 
 class LookupTable;
