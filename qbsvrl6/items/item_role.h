@@ -13,6 +13,7 @@ struct ItemRole {
     // The columns of the detail grid that a cell, or a control in a section of a group, covers; -1: none.
     int column = -1;
     int lastColumn = -1;
+    std::uint32_t lastBand = 0;  // the entry of the last row that a merged cell covers; 0: it is in one row
 };
 
 }  // namespace qbsvrl6

@@ -568,8 +568,8 @@ bool BandBuilder::openMerged(std::size_t index, const Position& position, std::u
     return true;
 }
 
-// Places the merged cells that end at the bottom of the row.
-void BandBuilder::closeMerged(BandDraft& draft, Micrometres bottom) {
+// Places the merged cells that end at the bottom of the row with this entry.
+void BandBuilder::closeMerged(BandDraft& draft, Micrometres bottom, std::uint32_t entry) {
     std::vector<UnplacedItem> ending;
     for (std::size_t i = 0; i < merging_->open.size(); ++i) {
         MergedCell& cell = merging_->open[i];
@@ -577,6 +577,7 @@ void BandBuilder::closeMerged(BandDraft& draft, Micrometres bottom) {
         cell.unplaced->removed = false;
         cell.unplaced->item.box.y = cell.top;
         cell.unplaced->item.box.height = bottom - cell.top;
+        cell.unplaced->item.role.lastBand = entry;
         ending.push_back(std::move(*cell.unplaced));
         cell.unplaced.reset();
     }
@@ -595,8 +596,10 @@ BandDraft BandBuilder::mergedRows(RowRange rows, std::optional<std::size_t> prev
             row + 1 < rows.end ? continuesAbove(row + 1) : std::vector<bool>(merging.open.size());
         merging.top = whole.band.height;
         merging_ = &merging;
-        append(whole, this->row(row, row == rows.first ? previous : row - 1));
-        closeMerged(whole, whole.band.height);
+        BandDraft drawn = this->row(row, row == rows.first ? previous : row - 1);
+        const std::uint32_t entry = drawn.band.structure;
+        append(whole, std::move(drawn));
+        closeMerged(whole, whole.band.height, entry);
         merging_ = nullptr;
         merging.continues = std::move(merging.goesOn);
     }

@@ -115,7 +115,7 @@ private:
     // Whether each cell is merged with that of the row above.
     std::vector<bool> continuesAbove(std::size_t row);
     bool openMerged(std::size_t index, const Position& position, std::uint32_t entry);
-    void closeMerged(BandDraft& draft, Micrometres bottom);
+    void closeMerged(BandDraft& draft, Micrometres bottom, std::uint32_t entry);
     void append(BandDraft& whole, BandDraft&& row) const;
     void fillRow(BandDraft& whole, const BandDraft& row) const;
     void suppress(UnplacedItem& unplaced, const Position& position, std::size_t previous, BandDraft& draft);

@@ -135,6 +135,7 @@ private:
         Item lower = item;
         lower.box.y = 0;
         lower.box.height = item.box.bottom() - cut_;
+        lower.role = {};  // it has been read
         item.box.height = cut_ - item.box.y;
         for (Item* const part : {&item, &lower}) {
             if (auto* const text = std::get_if<TextItem>(&part->content)) {

@@ -335,9 +335,12 @@ class Tags(unittest.TestCase):
 
     def test_cross_tables_and_merged_cells(self):
         rows = [{"Region": "NS"[i // 40], "City": "ABC"[i // 9 % 3], "Day": f"2024-{i % 12 + 1:02}-03", "Amount": i, "Product": "xyz"[i % 3],
-                 "Customer": "pqrs"[i % 4], "Month": "JF"[i % 2], "Name": f"n{i // 3}", "Weekday": "MT"[i % 2], "Hour": i % 5, "Calls": i} for i in range(80)]
+                 "Customer": "pqrs"[i % 4], "Month": "JF"[i % 2], "Name": f"n{i // 3}", "Weekday": "MT"[i % 2], "Hour": i % 5, "Calls": i, "Parcels": 1} for i in range(80)]
         self.rows.with_name("cross.json").write_text(json.dumps(rows), "utf-8")
-        recipes = re.findall(r"```xml [\w-]+\n(.*?)```", (SOURCES / "docs/recipes.md").read_text("utf-8"), re.S)
+        page = (SOURCES / "docs/recipes.md").read_text("utf-8")
+        for name, library in re.findall(r"```xml ([\w-]+\.qbf)\n(.*?)```", page, re.S):
+            self.template.with_name(name).write_text(library, "utf-8")
+        recipes = re.findall(r"```xml [\w-]+\n(.*?)```", page, re.S)
         self.assertGreater(len(recipes), 4)
         for recipe in recipes:
             with self.subTest(recipe):
@@ -345,7 +348,22 @@ class Tags(unittest.TestCase):
                 data = render(self.template.with_name("cross.qbf"), "-d", self.rows.with_name("cross.json"), "--option", "standard=a-2a")
                 self.assertEqual(pdfa_rules.faults(data, "a-2a") + ua_rules.faults(data, "a-2a", False), [])
                 scopes = {str(cell.attribute("/Scope")) for cell in ua_rules.Tagged(data, "a-2a").of("TH")}
-                self.assertEqual(scopes, {"/Column", "/Row"} if "<CrossTable" in recipe else {"/Column"})
+                self.assertEqual(scopes, {"/Column", "/Row"} if "<CrossTable" in recipe else {"/Column"} if "<Grid" in recipe else set())
+
+    def test_merged_cells_across_pages(self):
+        """A merged cell is read once, in the first of its rows."""
+        rows = [{"Region": "NS"[i > 69], "City": f"c{i // 7}", "Name": "same" if i < 3 else f"n{i}"} for i in range(100)]
+        columns = "".join(f'<Column name="{name}" width="30mm" mergeBy="{name}"><Title text="{name}"/><Content text="[{name}]"/></Column>' for name in rows[0])
+        self.template.with_name("merged.qbf").write_text(f'<Report version="1"><Info title="M" language="en"/><Page size="A5"/><DefaultStyle font="Liberation Sans"/>'
+                                                         f'<Grid><Columns>{columns}</Columns></Grid></Report>', "utf-8")
+        self.rows.with_name("merged.json").write_text(json.dumps(rows), "utf-8")
+        data = render(self.template.with_name("merged.qbf"), "-d", self.rows.with_name("merged.json"), "--option", "standard=a-2a", "--option", "ua=yes")
+        self.assertEqual(ua_rules.faults(data, "a-2a"), [])
+        document = ua_rules.Tagged(data, "a-2a")
+        self.assertGreater(len(document.pages), 2)
+        spans = collections.Counter(int(cell.attribute("/RowSpan") or 1) for cell in document.of("TD"))
+        # The first three rows are all the same: one row is left of them.
+        self.assertEqual(spans, {68: 1, 30: 1, 5: 1, 7: 13, 2: 1, 1: 98})
 
     def test_every_rule_finds_its_fault(self):
         for number, (clause, plant) in enumerate(PLANTED_IN_TAGS):

@@ -258,8 +258,12 @@ def tables(document):
             if kinds.count("THead") > 1 or ("THead" in kinds and ("TBody" not in kinds or kinds[0] != "THead")):
                 yield "the sections of a table"
             rows = [child for part in element.children for child in ([part] if part.type == "TR" else part.children)]
-            widths = {sum(int(cell.attribute("/ColSpan") or 1) for cell in row.children) for row in rows}
-            if len(widths) != 1 or any(cell.attribute("/RowSpan") for row in rows for cell in row.children):
+            widths, hanging = set(), []  # of the cells above: their columns, and how many rows they go on
+            for row in rows:
+                spans = [(int(cell.attribute("/ColSpan") or 1), int(cell.attribute("/RowSpan") or 1)) for cell in row.children]
+                widths.add(sum(columns for columns, _ in spans + hanging))
+                hanging = [(columns, left - 1) for columns, left in spans + hanging if left > 1]
+            if len(widths) != 1 or hanging:
                 yield f"rows of different widths: {widths}"
 
 

@@ -287,6 +287,11 @@ StructureElement* PdfStructure::rowOf(Element& report, std::uint32_t band, int c
     }
     if (!isHead) {
         Element* const body = elements_.findOpen(table, Kind::Body, 0);
+        if (body != nullptr && isCovered(table, band)) {
+            Element* const row = elements_.findOpen(*body, Kind::Row, band);
+            return row != nullptr ? row : &elements_.open(*body, Kind::Row, band, "TR");
+        }
+        table.covered.clear();
         if (body != nullptr && body->kidCount >= kMostRows) elements_.endChildren(table);
     }
     Element& section = isHead ? elements_.find(table, Kind::Head, 0, "THead")
@@ -294,18 +299,44 @@ StructureElement* PdfStructure::rowOf(Element& report, std::uint32_t band, int c
     return &elements_.find(section, Kind::Row, band, "TR");
 }
 
-// Each row has cells for all columns, so that tables are regular. Controls of a group's section are cells
-// across the columns that they cover; what overlaps is in one cell.
+// Whether a cell of a row above covers this one.
+bool PdfStructure::isCovered(const Element& table, std::uint32_t band) {
+    return std::any_of(table.covered.begin(), table.covered.end(),
+                       [band](const Element::Covered& covered) { return covered.lastBand >= band; });
+}
+
+void PdfStructure::coverRows(Element& cell, std::uint32_t lastBand) {
+    Element& table = *cell.parent->parent->parent;
+    table.covered.resize(static_cast<std::size_t>(table.columns));
+    for (int at = static_cast<int>(cell.key); at <= cell.lastPosition; ++at) {
+        table.covered[static_cast<std::size_t>(at)] = {&cell, lastBand};
+    }
+}
+
+// Each row has cells for all columns that no cell above covers, so that tables are regular. Controls of a
+// group's section are cells across the columns that they cover; what overlaps is in one cell.
 void PdfStructure::addCells(Element& row, std::uint32_t band, const std::vector<Part>& parts) {
     const Element& table = *row.parent->parent;
+    const auto coveredBy = [&](int position) {
+        const Element::Covered covered =
+            table.covered.empty() ? Element::Covered() : table.covered[static_cast<std::size_t>(position)];
+        return covered.lastBand >= band ? covered.cell : nullptr;
+    };
+    for (int i = 0; !table.covered.empty() && i < table.columns; ++i) {
+        Element* const cell = coveredBy(i);
+        if (cell != nullptr && cell->key == static_cast<std::uint32_t>(i)) ++cell->rows;
+    }
     const DocumentStructure::BandEntry& entry = structure_.band(band);
     const bool isOfGroup = entry.kind != BandKind::Row && entry.kind != BandKind::GridTitle;
     int next = 0;
     const auto add = [&](int first, int last) {
         if (last < first) return;
+        next = last + 1;
+        while (first <= last && coveredBy(first) != nullptr) ++first;
+        while (first <= last && coveredBy(last) != nullptr) --last;
+        if (last < first) return;
         Element& cell = elements_.open(row, Kind::Cell, static_cast<std::uint32_t>(first), "TD");
         cell.lastPosition = last;
-        next = last + 1;
     };
     if (!isOfGroup && parts.empty()) {
         for (int i = 0; i < table.columns; ++i) add(i, i);
@@ -334,16 +365,6 @@ void PdfStructure::addCells(Element& row, std::uint32_t band, const std::vector<
         i = end;
     }
     add(next, table.columns - 1);
-    for (const auto& cell : row.children) describeCell(*cell, {});
-}
-
-void PdfStructure::describeCell(Element& cell, std::string_view scope) {
-    const int covered = cell.lastPosition - static_cast<int>(cell.key) + 1;
-    if (scope.empty() && covered == 1) return;
-    cell.attributes = "/A<</O/Table";
-    cell.attributes += scope;
-    if (covered > 1) cell.attributes += "/ColSpan " + std::to_string(covered);
-    cell.attributes += ">>";
 }
 
 StructureElement& PdfStructure::cellOf(Element& row, const ItemRole& role) {
@@ -356,7 +377,7 @@ StructureElement& PdfStructure::cellOf(Element& row, const ItemRole& role) {
     const auto after =
         std::upper_bound(row.children.begin(), row.children.end(), std::max(position, 0),
                          [](int value, const auto& cell) { return value < static_cast<int>(cell->key); });
-    return **(after - 1);
+    return after == row.children.begin() ? *row.children.front() : **(after - 1);
 }
 
 // Placing items.
@@ -421,6 +442,7 @@ void PdfStructure::placeBand(Element& report, std::uint32_t band, int columnGrou
 // A text is the content of its cell; a figure is an element in it.
 void PdfStructure::placeInCell(Element& cell, std::uint32_t band, std::size_t item) {
     const Item& shown = band_->items[item];
+    if (shown.role.lastBand > band) coverRows(cell, shown.role.lastBand);
     if (!std::holds_alternative<TextItem>(shown.content)) {
         return placePart(cell, band, {shown.role, shown.box, false, {item}});
     }
@@ -428,7 +450,7 @@ void PdfStructure::placeInCell(Element& cell, std::uint32_t band, std::size_t it
     const bool isTitle = entry.kind == BandKind::GridTitle;
     if ((isTitle || shown.role.column < structure_.report(entry.report).rowHeads) && cell.tag != "TH") {
         cell.tag = "TH";
-        describeCell(cell, isTitle ? "/Scope/Column"sv : "/Scope/Row"sv);
+        cell.scope = isTitle ? "/Scope/Column"sv : "/Scope/Row"sv;
     }
     describeLanguage(cell, shown);
     placeItem(cell, item);

@@ -80,7 +80,8 @@ private:
     Element& tableOf(Element& report, std::uint32_t number, int columnGroup);
     Element* rowOf(Element& report, std::uint32_t band, int columnGroup);
     void addCells(Element& row, std::uint32_t band, const std::vector<Part>& parts);
-    static void describeCell(Element& cell, std::string_view scope);
+    static bool isCovered(const Element& table, std::uint32_t band);
+    static void coverRows(Element& cell, std::uint32_t lastBand);
     static Element& cellOf(Element& row, const ItemRole& role);
 
     void placeRows(Element& report, const Band& band, const Items& items);

@@ -13,6 +13,15 @@ using Kind = StructureElement::Kind;
 // Whether the children go on beside one another: a page break may divide all cells of a row.
 bool goOnTogether(Kind parent) { return parent == Kind::Row || parent == Kind::Cell || parent == Kind::Band; }
 
+void describeCell(ByteBuffer& out, const StructureElement& cell) {
+    const int columns = cell.lastPosition - static_cast<int>(cell.key) + 1;
+    if (cell.scope.empty() && columns == 1 && cell.rows == 1) return;
+    out.add("/A<</O/Table"sv, cell.scope);
+    if (columns > 1) out.add("/ColSpan "sv, std::int64_t{columns});
+    if (cell.rows > 1) out.add("/RowSpan "sv, std::int64_t{cell.rows});
+    out.append(">>"sv);
+}
+
 }  // namespace
 
 void StructureElement::addKid(std::string_view kid) {
@@ -111,6 +120,9 @@ void StructureElements::recycle(std::unique_ptr<StructureElement> element) {
     constexpr std::size_t kMostSpare = 1'000;
     if (spare_.size() >= kMostSpare) return;
     element->page = element->kidCount = element->columns = element->lastPosition = 0;
+    element->rows = 1;
+    element->scope = {};
+    element->covered.clear();
     element->lastFound = 0;
     element->isEnded = element->hasEnded = false;
     element->kids.clear();
@@ -152,6 +164,7 @@ void StructureElements::write(const StructureElement& element) {
     } else if (element.kidCount > 1) {
         out.add("/K["sv, kids, ']');
     }
+    if (element.kind == Kind::Cell) describeCell(out, element);
     out.add(std::string_view(element.attributes), ">>"sv);
     file_.endObject();
 }

@@ -36,8 +36,16 @@ struct StructureElement {
     // Of a table.
     std::vector<int> positions;  // of its columns, by their numbers; -1: in another table
     int columns = 0;
-    // Of a cell: its last column, as a position. Its first one is its key.
-    int lastPosition = 0;
+    // The cell that covers rows down to that of this entry, by positions. Its row stays open until then.
+    struct Covered {
+        StructureElement* cell = nullptr;
+        std::uint32_t lastBand = 0;
+    };
+    std::vector<Covered> covered;  // empty: none
+    // Of a cell.
+    int lastPosition = 0;  // its last column. Its first one is its key
+    int rows = 1;
+    std::string_view scope;  // of a head: "/Scope/Row"
 
     void addContent(int content, int ofPage);
     // An annotation of the page.
