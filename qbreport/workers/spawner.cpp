@@ -99,7 +99,11 @@ int startWorker(int spawner, const std::function<void(int)>& work) {
         ::close(spawner);
         sockets[0].close();
         tieTo(self);
-        work(sockets[1].number());
+        try {
+            work(sockets[1].number());
+        } catch (const std::exception&) {
+            // Whoever waits for an answer sees that the process has ended.
+        }
         ::_exit(0);
     }
     // Nobody has waited for the worker yet, so its number is its own.
