@@ -76,17 +76,13 @@ private:
         grid_->columns.push_back(std::move(column));
     }
 
-    static SpanPtr makeSpan(const std::u16string& title, const std::u16string& style, Micrometres height,
-                            std::size_t levels) {
+    static std::shared_ptr<TitleSpan> makeSpan(const std::u16string& title, const CrossLevel& level,
+                                               std::size_t levels) {
         auto span = std::make_shared<TitleSpan>();
-        setText(span->title, literalText(title), style);
-        span->height = height;
+        setText(span->title, literalText(title), level.styleName);
+        span->height = level.height;
         span->levels = static_cast<int>(levels);
         return span;
-    }
-
-    const std::u16string& totalStyleOf(const CrossLevel& level) const {
-        return level.totalStyleName.empty() ? level.styleName : level.totalStyleName;
     }
 
     // The titles above a column of this line: those of the keys around it and, above titles of measures, its
@@ -97,8 +93,10 @@ private:
             const auto level = static_cast<std::size_t>(line.totalOf);
             SpanPtr& total = totalSpans_[line.node];
             if (!total) {
-                total = makeSpan(axis_.nodes[line.node].totalTitle, totalStyleOf(cross_.columns[level]),
-                                 cross_.columns[level].height, cross_.columns.size() - level);
+                const auto span = makeSpan(axis_.nodes[line.node].totalTitle, cross_.columns[level],
+                                           cross_.columns.size() - level);
+                overlayNamed(span->title.style, cross_.columns[level].totalStyleName);
+                total = span;
             }
             titles.push_back(total);
         }
@@ -107,7 +105,7 @@ private:
         for (; axis_.nodes[node].level >= 0; node = axis_.nodes[node].parent) {
             const CrossLevel& level = cross_.columns[static_cast<std::size_t>(axis_.nodes[node].level)];
             SpanPtr& span = keySpans_[node];
-            if (!span) span = makeSpan(axis_.nodes[node].title, level.styleName, level.height, 1);
+            if (!span) span = makeSpan(axis_.nodes[node].title, level, 1);
             titles.push_back(span);
         }
         std::reverse(titles.begin(), titles.end());
@@ -120,8 +118,9 @@ private:
         if (hasMeasureTitles_) {
             setText(column.title, cell.title, cell.titleStyleName);
         } else if (line.totalOf >= 0) {
-            setText(column.title, literalText(node.totalTitle),
-                    totalStyleOf(cross_.columns[static_cast<std::size_t>(line.totalOf)]));
+            const CrossLevel& level = cross_.columns[static_cast<std::size_t>(line.totalOf)];
+            setText(column.title, literalText(node.totalTitle), level.styleName);
+            overlayNamed(column.title.style, level.totalStyleName);
         } else if (node.level >= 0) {
             setText(column.title, literalText(node.title),
                     cross_.columns[static_cast<std::size_t>(node.level)].styleName);
