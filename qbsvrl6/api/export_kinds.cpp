@@ -135,6 +135,22 @@ RasterOptions rasterOptions(const ExportJob& job) {
 Sink makePng(const ExportJob& job, Spool& output) { return makePngWriter(rasterOptions(job), output); }
 Sink makeTiff(const ExportJob& job, Spool& output) { return makeTiffWriter(rasterOptions(job), output); }
 
+WorkbookGrid workbookGridOf(const ExportJob& job) {
+    WorkbookGrid result;
+    const DetailGrid* const grid = job.grids->gridOf(job.report);
+    if (grid == nullptr) return result;
+    result.fixedColumns = grid->fixedColumns;
+    for (const auto& column : grid->columns) result.columnOutlines.push_back(column->outline);
+    result.hasSummariesAbove = std::none_of(grid->groups.begin(), grid->groups.end(),
+                                            [](const auto& group) { return group->footer; });
+    const auto& cross = job.report.grid->cross;
+    result.hasSummariesAtLeft =
+        cross && std::any_of(cross->columns.begin(), cross->columns.end(), [](const CrossLevel& level) {
+            return !level.total.empty() && level.totalPlace == TotalPlace::Before;
+        });
+    return result;
+}
+
 SheetOptions sheetOptions(const ExportJob& job) {
     const CellColumns columns = job.options.kind == ExportKind::Xls   ? CellColumns::Grid
                                 : job.options.kind == ExportKind::Csv ? CellColumns::Records
@@ -148,7 +164,9 @@ SheetOptions sheetOptions(const ExportJob& job) {
             job.report.watermark,
             job.options.onlyDetailGrid,
             job.options.defuseFormulas.value_or(job.report.defuseFormulas || job.defuseFormulas),
-            columnMoves(job.report, job.layout, columns, *job.grids)};
+            columnMoves(job.report, job.layout, columns, *job.grids),
+            job.report.workbook,
+            workbookGridOf(job)};
 }
 
 Sink makeXlsx(const ExportJob& job, Spool& output) { return makeXlsxWriter(sheetOptions(job), output); }
@@ -210,6 +228,7 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     if (!isCellKind(options.kind)) return layout;
     layout.drawText = false;
     layout.hidesText = options.kind == ExportKind::Xls;
+    layout.forWorkbook = options.kind == ExportKind::Xls;
     // The grid alone is a table of data without pages.
     layout.paged = options.sameAsPrint && !options.onlyDetailGrid;
     layout.pageHeadersAndFooters = options.pageHeadersAndFooters;

@@ -124,7 +124,8 @@ void Evaluator::evaluateText(TextTemplate& text, const Position& position, Evalu
     result.cell = {};
     result.pageFields.clear();
     begin();
-    for (TextPart& part : text.parts) {
+    for (std::size_t index = 0; index < text.parts.size(); ++index) {
+        TextPart& part = text.parts[index];
         if (!part.expression) {
             result.text += part.literal;
             continue;
@@ -137,7 +138,7 @@ void Evaluator::evaluateText(TextTemplate& text, const Position& position, Evalu
             result.pageFields.push_back({*part.pageField, start, result.text.size() - start,
                                          isNumber ? position.pageNumber : position.pageCount});
         }
-        if (text.parts.size() == 1) result.cell = part.format.cell(value);
+        if (text.valued == index) result.cell = part.format.cell(value);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "format/locale_settings.h"
+#include "qbsvrl6/bind/spreadsheet_format.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/utf.h"
 
@@ -182,19 +183,40 @@ std::u16string NumberFormat::chineseWords(double number, const std::u16string& d
 }
 
 // Spreadsheets put the minus sign before everything else if the format has no section for negative numbers.
-std::u16string NumberFormat::spreadsheetFormat() const {
+std::u16string NumberFormat::spreadsheetFormat(std::u16string_view before, std::u16string_view after) const {
     using Section = NumberSection;
     if (isWords()) return {};
     const auto& [normal, negative, zero] = sections_;
-    const std::u16string plus = normal.spreadsheetFormat(Section::Plus);
-    const std::u16string minus =
-        negative ? negative->spreadsheetFormat(Section::Minus) : normal.spreadsheetFormat(Section::Minus);
+    const bool hasColors = hasSpreadsheetColors();
+    const auto formatOf = [&](const Section& section, Section::Sign sign) {
+        std::u16string format;
+        appendSpreadsheetLiteral(format, before);
+        appendSpreadsheetPart(format, section.spreadsheetFormat(sign));
+        appendSpreadsheetLiteral(format, after);
+        return hasColors && section.color ? std::u16string(spreadsheetColor(*section.color)) + format
+                                          : format;
+    };
+    const std::u16string plus = formatOf(normal, Section::Plus);
+    const std::u16string minus = formatOf(negative ? *negative : normal, Section::Minus);
     if (!zero && minus == u'-' + plus) return plus == u"General" ? std::u16string() : plus;
     std::u16string format = plus + u';' + minus;
-    if (zero) format += u';' + zero->spreadsheetFormat(Section::Plus);
+    if (zero) format += u';' + formatOf(*zero, Section::Plus);
+    if (format.size() <= kLongestSpreadsheetFormat) return format;
     // Spreadsheets would cut a longer format, perhaps within a literal.
-    if (format.size() > kLongestSpreadsheetFormat) return normal.digits.m_Normal.GetExportXlsFormatText();
-    return format;
+    const bool isSurrounded = !before.empty() || !after.empty();
+    return isSurrounded ? std::u16string() : normal.digits.m_Normal.GetExportXlsFormatText();
+}
+
+bool NumberFormat::hasSpreadsheetColors() const {
+    bool hasAny = false;
+    const std::array<const NumberSection*, 3> all = {&sections_.normal, sections_.negative.get(),
+                                                     sections_.zero.get()};
+    for (const NumberSection* const section : all) {
+        if (section == nullptr || !section->color) continue;
+        if (spreadsheetColor(*section->color).empty()) return false;
+        hasAny = true;
+    }
+    return hasAny && !isWords();
 }
 
 }  // namespace qbsvrl6

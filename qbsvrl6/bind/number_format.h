@@ -26,8 +26,10 @@ public:
     // Whether numbers become words or Chinese numerals, which number formats of spreadsheets cannot show.
     bool isWords() const { return words_.m_Kind != larkspur::NumericKindNormal; }
 
-    // The spreadsheet format that shows the same; empty for the general format.
-    std::u16string spreadsheetFormat() const;
+    // The spreadsheet format that shows the same, with text around it; empty for the general format.
+    std::u16string spreadsheetFormat(std::u16string_view before = {}, std::u16string_view after = {}) const;
+    // Whether that format has all colours of this one, and any.
+    bool hasSpreadsheetColors() const;
 
 private:
     void appendDigits(const Number& number, std::u16string& out, std::optional<Color>& color);

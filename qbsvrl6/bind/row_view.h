@@ -45,6 +45,8 @@ public:
     RowRange rowsOf(Scope scope, std::size_t row) const {
         return rows_.group(scope.kind == ScopeKind::Group ? scope.level : -1, row);
     }
+    // The rows of any scope at the position.
+    RowRange rangeOf(Scope scope, const Position& position) const { return rows_.rangeOf(scope, position); }
     // The rows of a table that a view inside this one walks: within the rows of the position if the table is
     // within the binding's, all of them otherwise.
     WalkedRows rowsInside(const Table* table, const Position& position) const;

@@ -1,6 +1,7 @@
 #include "qbsvrl6/bind/spreadsheet_format.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "format/locale_settings.h"
@@ -8,6 +9,10 @@
 namespace qbsvrl6 {
 
 namespace {
+
+bool endsInLiteral(std::u16string_view format) {
+    return format.ends_with(u'"') && !format.ends_with(u"\\\"");
+}
 
 // Characters that need no quotes in a spreadsheet format.
 bool isSign(char16_t unit) { return unit == u'-' || unit == u':' || unit == u'/' || unit == u' '; }
@@ -18,7 +23,7 @@ void appendSpreadsheetLiteral(std::u16string& format, std::u16string_view text) 
     for (const char16_t unit : text) {
         if (unit == u'"') {
             format += u"\\\"";
-        } else if (format.ends_with(u'"') && !format.ends_with(u"\\\"")) {
+        } else if (endsInLiteral(format)) {
             format.insert(format.size() - 1, 1, unit);
         } else {
             format += u'"';
@@ -26,6 +31,32 @@ void appendSpreadsheetLiteral(std::u16string& format, std::u16string_view text) 
             format += u'"';
         }
     }
+}
+
+void appendSpreadsheetPart(std::u16string& format, std::u16string_view part) {
+    if (endsInLiteral(format) && part.starts_with(u'"')) {
+        format.pop_back();
+        part.remove_prefix(1);
+    }
+    format += part;
+}
+
+std::u16string_view spreadsheetColor(const Color& color) {
+    struct Named {
+        Color color;
+        std::u16string_view name;
+    };
+    static constexpr std::array<Named, 7> kNames = {{{{255, 0, 0}, u"[Red]"},
+                                                     {{0, 0, 255}, u"[Blue]"},
+                                                     {{0, 255, 0}, u"[Green]"},
+                                                     {{255, 255, 0}, u"[Yellow]"},
+                                                     {{255, 0, 255}, u"[Magenta]"},
+                                                     {{0, 255, 255}, u"[Cyan]"},
+                                                     {{255, 255, 255}, u"[White]"}}};
+    for (const Named& named : kNames) {
+        if (named.color == color) return named.name;
+    }
+    return {};
 }
 
 bool hasSpreadsheetHours(std::u16string_view format) {

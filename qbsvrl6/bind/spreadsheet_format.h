@@ -5,10 +5,18 @@
 #include <string>
 #include <string_view>
 
+#include "qbsvrl6/support/units.h"
+
 namespace qbsvrl6 {
 
 // Appends literal text to a spreadsheet format: quoted, with quotes escaped.
 void appendSpreadsheetLiteral(std::u16string& format, std::u16string_view text);
+
+// Appends a part of a spreadsheet format, so that literal text at both sides of the seam becomes one.
+void appendSpreadsheetPart(std::u16string& format, std::u16string_view part);
+
+// The colour of a section, as "[Red]"; empty: spreadsheet formats have no name for it.
+std::u16string_view spreadsheetColor(const Color& color);
 
 // Whether a spreadsheet shows the hours of a date format as the page does: its clock has 12 hours if, and
 // only if, the format has AM or PM. "h:mm" and "HH:mm t" have no equivalent.

@@ -81,6 +81,21 @@ bool TextTemplate::any(bool Expression::*property) const {
                        [&](const TextPart& part) { return part.expression && (*part.expression).*property; });
 }
 
+void TextTemplate::keepValue() {
+    constexpr std::size_t kLongestText = 24;
+    const auto isPlaceholder = [](const TextPart& part) { return part.expression.has_value(); };
+    if (valued || std::count_if(parts.begin(), parts.end(), isPlaceholder) != 1) return;
+    const auto part = std::find_if(parts.begin(), parts.end(), isPlaceholder);
+    std::u16string before, after;
+    for (auto other = parts.begin(); other != parts.end(); ++other) {
+        if (other != part) (other < part ? before : after) += other->literal;
+    }
+    const bool isShort = before.size() + after.size() <= kLongestText;
+    const bool isLine = (before + after).find_first_of(u"\r\n") == std::u16string::npos;
+    if (!isShort || !isLine || part->pageField || !part->format.surround(before, after)) return;
+    valued = static_cast<std::size_t>(part - parts.begin());
+}
+
 TextTemplate TextTemplate::parse(std::u16string_view text) {
     TextTemplate result;
     std::u16string literal;
@@ -113,6 +128,7 @@ TextTemplate TextTemplate::parse(std::u16string_view text) {
         i = close + 1;
     }
     flush();
+    if (result.isLone()) result.valued = 0;
     return result;
 }
 

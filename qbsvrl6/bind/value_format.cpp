@@ -183,8 +183,18 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
     }
 }
 
+bool ValueFormat::surround(std::u16string_view before, std::u16string_view after) {
+    const bool isWord = text_.starts_with(u'{') || text_.find(u"$$") != std::u16string::npos;
+    const bool hasDigits = purpose_ == Purpose::Number && !isWord && hasAnyOf(text_, u"#0");
+    if (!hasDigits && purpose_ != Purpose::Date) return false;
+    before_ = before;
+    after_ = after;
+    return true;
+}
+
 CellValue ValueFormat::cell(const Value& value) {
     CellValue cell;
+    cell.isSurrounded = !before_.empty() || !after_.empty();
     const Value typed = text_.empty() ? value : converted(value);
     cell.type = typed.type;
     switch (typed.type) {
@@ -210,8 +220,16 @@ CellValue ValueFormat::cell(const Value& value) {
                 cell.type = ValueType::Text;
                 break;
             }
-            if (!numberSpreadsheetFormat_) numberSpreadsheetFormat_ = numberFormat().spreadsheetFormat();
+            if (cell.isSurrounded && purpose_ != Purpose::Number) {
+                cell.type = ValueType::Text;
+                break;
+            }
+            if (!numberSpreadsheetFormat_) {
+                numberSpreadsheetFormat_ = numberFormat().spreadsheetFormat(before_, after_);
+            }
             cell.spreadsheetFormat = *numberSpreadsheetFormat_;
+            if (cell.isSurrounded && cell.spreadsheetFormat.empty()) cell.type = ValueType::Text;
+            cell.formatHasColors = numberFormat().hasSpreadsheetColors();
             break;
         case ValueType::Date:
             cell.date = typed.date;
@@ -219,11 +237,16 @@ CellValue ValueFormat::cell(const Value& value) {
                 cell.spreadsheetFormat = isWholeDay(typed.date) ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
                 break;
             }
-            if (!hasSpreadsheetHours(text_)) {
+            if (!hasSpreadsheetHours(text_) || (cell.isSurrounded && purpose_ != Purpose::Date)) {
                 cell.type = ValueType::Text;
                 break;
             }
-            if (!dateSpreadsheetFormat_) dateSpreadsheetFormat_ = spreadsheetDateFormat(text_);
+            if (!dateSpreadsheetFormat_) {
+                std::u16string& format = dateSpreadsheetFormat_.emplace();
+                appendSpreadsheetLiteral(format, before_);
+                appendSpreadsheetPart(format, spreadsheetDateFormat(text_));
+                appendSpreadsheetLiteral(format, after_);
+            }
             cell.spreadsheetFormat = *dateSpreadsheetFormat_;
             break;
     }

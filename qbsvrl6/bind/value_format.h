@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "format/boolean_format.h"
 #include "format/date_time_format.h"
@@ -28,6 +29,10 @@ public:
     // any.
     void append(const Value& value, TextArena& arena, std::u16string& out, std::optional<Color>& color);
 
+    // Makes this text, shown before and after the value, part of the spreadsheet format. Returns false, and
+    // changes nothing, if only a format of digits or dates could show it.
+    bool surround(std::u16string_view before, std::u16string_view after);
+
     // The value for a spreadsheet cell. Its number format is valid until this object is moved or destroyed.
     CellValue cell(const Value& value);
 
@@ -45,6 +50,7 @@ private:
     const larkspur::ClkBooleanFormatParser& booleanFormat();
 
     std::u16string text_;
+    std::u16string before_, after_;  // in spreadsheet formats
     Purpose purpose_ = Purpose::Number;
     // Made on first use: most formats are applied to one type of value.
     std::unique_ptr<NumberFormat> number_;

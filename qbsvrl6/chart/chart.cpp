@@ -9,6 +9,7 @@
 #include "qbsvrl6/chart/plot_axes.h"
 #include "qbsvrl6/chart/value_labels.h"
 #include "qbsvrl6/drawing/path_builder.h"
+#include "qbsvrl6/drawing/series_colors.h"
 
 namespace qbsvrl6 {
 

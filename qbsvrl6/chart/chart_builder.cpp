@@ -5,6 +5,7 @@
 
 #include "qbsvrl6/chart/chart_style.h"
 #include "qbsvrl6/drawing/path_builder.h"
+#include "qbsvrl6/drawing/series_colors.h"
 
 namespace qbsvrl6 {
 

@@ -1,8 +1,6 @@
-// Colours, sizes and distances that all charts share. Lengths are micrometres.
+// Sizes, distances and the colour of axes that all charts share. Lengths are micrometres.
 #ifndef QBSVR_QBSVRL6_CHART_CHART_STYLE_H
 #define QBSVR_QBSVRL6_CHART_CHART_STYLE_H
-
-#include <cstddef>
 
 #include "qbsvrl6/support/units.h"
 
@@ -12,9 +10,6 @@ inline constexpr Color kAxisLine{120, 128, 136};
 inline constexpr double kLabelPoints = 8;  // font size of labels and legends
 inline constexpr double kThin = 150;       // a thin line
 inline constexpr double kGap = 1'500;      // between parts of a chart
-
-// The colour of a series or slice. The first fifty are distinct; further ones repeat.
-Color seriesColor(std::size_t series);
 
 }  // namespace qbsvrl6
 

@@ -7,6 +7,7 @@
 #include "format/numeric_format.h"
 #include "qbsvrl6/chart/chart_style.h"
 #include "qbsvrl6/drawing/path_builder.h"
+#include "qbsvrl6/drawing/series_colors.h"
 
 namespace qbsvrl6 {
 

@@ -31,6 +31,7 @@ struct Band {
     bool inGrid = false;    // part of the detail grid: title, row, group header or group footer
     bool repeated = false;  // a title or group header that is repeated on a later page
     int groupLevel = 0;     // of a group's header or footer: 0 is the outermost group; -1: of the grid's
+    int outline = 0;        // the groups that hide it when they are folded, in a workbook
     int columnGroup = 0;    // of the columns that it shows, if the grid continues on further pages
     // The number of its entry in the DocumentStructure; 0: it has none.
     std::uint32_t structure = 0;

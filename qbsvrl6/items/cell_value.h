@@ -1,4 +1,4 @@
-// The typed value of a text that consists of a single placeholder.
+// The typed value of a text that consists of a single placeholder, perhaps with other text around it.
 #ifndef QBSVR_QBSVRL6_ITEMS_CELL_VALUE_H
 #define QBSVR_QBSVRL6_ITEMS_CELL_VALUE_H
 
@@ -18,6 +18,8 @@ struct CellValue {
     bool boolean = false;
     std::int64_t date = 0;
     std::u16string_view spreadsheetFormat;  // owned by the plan of the text; empty: general
+    bool formatHasColors = false;           // the format colours the number as the page does
+    bool isSurrounded = false;              // the format contains text around the placeholder
 };
 
 }  // namespace qbsvrl6

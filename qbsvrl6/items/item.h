@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "qbsvrl6/fonts/shaping.h"
+#include "qbsvrl6/items/calculation.h"
 #include "qbsvrl6/items/cell_value.h"
 #include "qbsvrl6/items/drawing.h"
 #include "qbsvrl6/items/item_role.h"
@@ -45,6 +46,7 @@ struct TextItem {
     bool masked = false;  // `shown` has ####
 
     CellValue value;
+    Calculation calculation;            // only if the sink needs it (LayoutOptions::forWorkbook)
     double fontSize = 10;               // points, after shrinking to fit
     std::optional<Color> color;         // from the value's number format; replaces the style's
     std::u16string link;                // a harmless address, as documents write it; empty: none
@@ -79,7 +81,8 @@ struct PictureItem {
 
 // The settings and numbers of a chart for one position.
 struct ShownChart {
-    ChartSettings settings;  // texts without placeholders
+    ChartSettings settings;            // texts without placeholders
+    std::u16string spreadsheetFormat;  // that shows its numbers as the page does; only for workbooks
     std::shared_ptr<const ChartData> data;
 };
 

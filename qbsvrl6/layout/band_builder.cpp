@@ -17,6 +17,7 @@ BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
       instance_(std::move(instance)),
       view_(*instance_.view),
       structure_(context, instance_),
+      walk_(context.calculations ? context.calculations->newWalk() : 0),
       chartNumbers_(view_, context.now) {}
 
 Position BandBuilder::reportPosition(std::size_t row) const {
@@ -134,6 +135,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Unplaced
     TextItem& item = std::get<TextItem>(unplaced.item.content);
     item.text = std::move(evaluated_.text);
     item.value = evaluated_.cell;
+    if (context_.calculations) item.calculation = context_.calculations->of(text, at, view_, walk_);
     item.pageFields = std::move(evaluated_.pageFields);
     item.color = evaluated_.color;
     item.fontSize = unplaced.style->fontSize;
@@ -154,7 +156,7 @@ DrawingItem BandBuilder::makeChart(PlannedChart& chart, const Control& control, 
     DrawingItem item{nullptr, {}, &control, nullptr};
     if (context_.options.drawings != nullptr) {
         item.chart =
-            std::make_shared<ShownChart>(ShownChart{{}, chartNumbers_.of(chart, position, control.name)});
+            std::make_shared<ShownChart>(ShownChart{{}, {}, chartNumbers_.of(chart, position, control.name)});
     }
     return item;
 }

@@ -131,6 +131,7 @@ private:
     const ReportInstance instance_;
     RowView& view_;
     StructureNotes structure_;
+    const std::uint32_t walk_;  // its number in the calculations
     EvaluatedText evaluated_;
     // For the current band.
     std::vector<UnplacedItem> unplacedItems_;

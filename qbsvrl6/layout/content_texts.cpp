@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "qbsvrl6/bind/number_format.h"
 #include "qbsvrl6/layout/links.h"
 #include "qbsvrl6/layout/log_words.h"
 #include "qbsvrl6/support/log.h"
@@ -59,7 +60,11 @@ void ContentTexts::evaluate(PlannedChart& planned, RowView& view, const Position
         drawing.alternateText = options_.drawings->describe(settings, *drawing.chart->data);
     }
     if (drawing.chart) {
-        drawing.chart = std::make_shared<ShownChart>(ShownChart{std::move(settings), drawing.chart->data});
+        std::u16string format;
+        if (options_.forWorkbook && !settings.valueFormat.empty())
+            format = NumberFormat(settings.valueFormat).spreadsheetFormat();
+        drawing.chart = std::make_shared<ShownChart>(
+            ShownChart{std::move(settings), std::move(format), drawing.chart->data});
     }
 }
 

@@ -127,6 +127,15 @@ private:
         }
     }
 
+    // A column is folded into the totals of all levels around it.
+    int outlineOf(const CrossLine& line) const {
+        const std::size_t levels =
+            line.totalOf < 0 ? cross_.columns.size() : static_cast<std::size_t>(line.totalOf);
+        const auto hasTotal = [](const CrossLevel& level) { return !level.total.empty(); };
+        return static_cast<int>(std::count_if(
+            cross_.columns.begin(), cross_.columns.begin() + static_cast<std::ptrdiff_t>(levels), hasTotal));
+    }
+
     void overlayNamed(Style& style, const std::u16string& name) {
         if (const Style* const named = styles_.find(name)) overlay(style, *named);
     }
@@ -140,6 +149,7 @@ private:
         column->name = CrossColumns::value(value);
         column->width = cell.width;
         setTitle(*column, at, cell);
+        column->outline = outlineOf(at);
         Control& content = column->content;
         const std::u16string format = cell.format.empty() ? u"" : u':' + cell.format;
         setText(content, u'[' + CrossColumns::value(value) + format + u']', cell.styleName);

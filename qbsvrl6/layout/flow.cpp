@@ -32,6 +32,7 @@ void InnerFlow::add(BandDraft draft) {
     height += draft.band.height;
     draft.x += x_;
     takeIn(draft);
+    draft.band.outline += outline_;
     const BandKind kind = draft.band.kind;
     outer_.add(std::move(draft));
     const bool leads =

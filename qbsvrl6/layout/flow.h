@@ -53,7 +53,9 @@ void takeIn(BandDraft& draft);
 class InnerFlow : public Flow {
 public:
     // `lead` is a range of bands of the outer flow that stay with the first row; none: 0.
-    InnerFlow(Flow& outer, Micrometres x, std::uint64_t lead) : outer_(outer), x_(x), lead_(lead) {}
+    // `outline` is that of the section.
+    InnerFlow(Flow& outer, Micrometres x, std::uint64_t lead, int outline)
+        : outer_(outer), x_(x), lead_(lead), outline_(outline) {}
     ~InnerFlow() override { endLead(); }
     InnerFlow(const InnerFlow&) = delete;
     InnerFlow& operator=(const InnerFlow&) = delete;
@@ -71,6 +73,7 @@ private:
     Flow& outer_;
     Micrometres x_;
     std::uint64_t lead_;
+    int outline_;
 };
 
 // The continuous layout: bands go straight to the sink.

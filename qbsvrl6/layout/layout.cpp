@@ -85,6 +85,7 @@ void layOut(const ReportDefinition& report, const ReportData& data, const Layout
             PageSink& sink) {
     LayoutContext context(options, ReportWalk::walk);
     context.now = localTime();
+    if (options.forWorkbook && report.workbook.formulas) context.calculations.emplace();
     const std::shared_ptr<const ShownGrids> grids = data.grids ? data.grids : showGrids(report, data);
     const std::unique_ptr<ReportPlan> plan =
         planReport(report, {data, options, context.styles, report.page, *grids});

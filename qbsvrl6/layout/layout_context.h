@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <unordered_set>
 #include <vector>
 
 #include "qbsvrl6/items/page_sink.h"
 #include "qbsvrl6/layout/band_draft.h"
+#include "qbsvrl6/layout/calculations.h"
 #include "qbsvrl6/layout/content_texts.h"
 #include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/layout/picture_store.h"
@@ -116,6 +118,7 @@ struct LayoutContext {
     ContentTexts contentTexts{pictures, options};
     LayoutNotes notes{options};
     LateItems late;
+    std::optional<Calculations> calculations;  // none: no sink needs them
 };
 
 // The control's style with the conditional styles whose conditions hold applied to it.

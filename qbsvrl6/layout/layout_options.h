@@ -19,9 +19,10 @@ struct LayoutOptions {
     bool paged = true;  // false: one continuous page of unbounded height, in logical order
     bool pageHeadersAndFooters = true;
     bool onlyDetailGrid = false;
-    bool measureText = true;  // false: texts have no lines and nothing grows; for sinks that use texts alone
-    bool drawText = true;     // false: texts on one line have no lines; for sinks that draw none
-    bool hidesText = true;    // false: the format shows whole texts, however small their boxes
+    bool measureText = true;   // false: texts have no lines and nothing grows; for sinks that use texts alone
+    bool drawText = true;      // false: texts on one line have no lines; for sinks that draw none
+    bool hidesText = true;     // false: the format shows whole texts, however small their boxes
+    bool forWorkbook = false;  // numbers say what they are to the totals, if the report asks for formulas
     LinkRules links;
     DrawingSource* drawings = nullptr;  // null: barcodes and charts remain empty boxes
     // Receives the structure of the document. Bands are then in the order in which they are read: those of

@@ -230,6 +230,7 @@ private:
     PlannedContent planContent(const TextContent& content, const Rect&, const Site& site) {
         PlannedText planned;
         planned.text = binding_->compileText(content.text);
+        if (source_.options.forWorkbook) planned.text.keepValue();
         if (!content.link.empty()) planned.link = binding_->compileText(content.link);
         planned.evaluate = content.evaluate;
         planned.suppressRepeated = content.suppressRepeated;

@@ -71,7 +71,32 @@ void ReportWalk::add(BandDraft draft) {
     draft.hiddenRows = std::exchange(hiddenRows_, {});
     draft.countsRows = countsRows_;
     draft.band.sheet = std::exchange(sheet_, {});
+    if (draft.band.outline == 0) draft.band.outline = outlineOf(draft.band.kind, draft.band.groupLevel);
     flow_->add(std::move(draft));
+}
+
+// Groups without header and footer would leave nothing behind when they are folded.
+int ReportWalk::foldsAround(int level) const {
+    const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
+    return static_cast<int>(
+        std::count_if(groups.begin(), groups.begin() + level,
+                      [](const PlannedGroup& group) { return group.header || group.footer; }));
+}
+
+// When a group is folded, its footer remains, or its header if it has no footer.
+int ReportWalk::outlineOf(BandKind kind, int level) const {
+    switch (kind) {
+        case BandKind::GroupHeader:
+            return level < 0
+                       ? 0
+                       : foldsAround(groupAt(static_cast<std::size_t>(level)).footer ? level + 1 : level);
+        case BandKind::GroupFooter:
+            return level < 0 ? 0 : foldsAround(level);
+        case BandKind::Row:
+            return foldsAround(view_.groupCount());
+        default:
+            return 0;
+    }
 }
 
 std::optional<BandDraft> ReportWalk::build(PlannedSection& section, BandKind kind, const Position& position,
@@ -101,7 +126,7 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
         if (slice.isSubReport) {
             PlannedControl& control = section.controls[slice.controls.front()];
             const ItemRole role = builder_.roleOfSlice(kind, section, slice.controls.front());
-            addSubReport(control, role, left + control.box.x, position,
+            addSubReport(control, role, kind, left + control.box.x, position,
                          section.section->canShrink ? 0 : slice.height,
                          lead != 0 ? std::exchange(lead, 0) : flow_->beginKeep());
             continue;
@@ -115,9 +140,9 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
 
 // Walks a sub-report that is alone at its height, band by band. The rest of its designed height remains
 // empty.
-void ReportWalk::addSubReport(PlannedControl& control, const ItemRole& role, Micrometres left,
+void ReportWalk::addSubReport(PlannedControl& control, const ItemRole& role, BandKind kind, Micrometres left,
                               const Position& position, Micrometres height, std::uint64_t lead) {
-    InnerFlow flow(*flow_, left, lead);
+    InnerFlow flow(*flow_, left, lead, outlineOf(kind, position.scope.level));
     std::optional<ReportInstance> instance = builder_.subReport(control, position, role);
     if (instance) ReportWalk::walk(context_, std::move(*instance), flow);
     if (flow.height >= height) return;
@@ -220,7 +245,9 @@ void ReportWalk::walkRows() {
 void ReportWalk::addTitle(int level) {
     if (instance_.plan.grid->titles.empty()) return;
     rowKeeps_.push_back({flow_->beginKeep(), level, 1});
-    add(builder_.title());
+    BandDraft title = builder_.title();
+    title.band.outline = foldsAround(level + 1);
+    add(std::move(title));
 }
 
 bool ReportWalk::showsTitlesInGroups() const {

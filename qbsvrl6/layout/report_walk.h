@@ -37,7 +37,7 @@ private:
     void add(BandDraft draft);
     void addSection(PlannedSection& section, BandKind kind, const Position& position);
     void addSlices(PlannedSection& section, BandKind kind, const Position& position);
-    void addSubReport(PlannedControl& control, const ItemRole& role, Micrometres left,
+    void addSubReport(PlannedControl& control, const ItemRole& role, BandKind kind, Micrometres left,
                       const Position& position, Micrometres height, std::uint64_t lead);
     std::optional<BandDraft> build(PlannedSection& section, BandKind kind, const Position& position,
                                    const SectionSlice* slice);
@@ -57,6 +57,10 @@ private:
     void endRowKeeps(int fromLevel);
     void fillPage();
     bool isFollowedByFooter(std::size_t row) const;
+    // The groups from the outermost to before this level that can be folded.
+    int foldsAround(int level) const;
+    // Band::outline of a band of this kind, in the group of this level.
+    int outlineOf(BandKind kind, int level) const;
     bool hidesRows() const { return shownLevels_ > 0 && !groupAt(shownLevels_ - 1).group->showRows; }
     const PlannedGroup& groupAt(std::size_t level) const { return instance_.plan.grid->groups[level]; }
 

@@ -22,6 +22,7 @@
 #include "qbsvrl6/model/pdf_settings.h"
 #include "qbsvrl6/model/style.h"
 #include "qbsvrl6/model/text_places.h"
+#include "qbsvrl6/model/workbook_settings.h"
 #include "qbsvrl6/support/address.h"
 #include "qbsvrl6/support/units.h"
 
@@ -195,6 +196,7 @@ struct Column {
     std::u16string repeat;       // an expression: there is a column for each of its values; empty: one column
     std::u16string repeatSort;   // the order of these values, as that of a group
     std::vector<std::shared_ptr<const TitleSpan>> titleSpans;  // above the title, outermost first
+    int outline = 0;  // of a cross-table: the levels whose totals are beside it
 };
 
 // Whether a level of a cross-table has a total over its values, and where.
@@ -365,6 +367,7 @@ struct ReportDefinition {
     std::vector<Include> includes;
     DocumentInfo info;
     PdfSettings pdf;
+    WorkbookSettings workbook;
     PageSetup page;
     std::u16string firstPage, leftPage;  // names of the paper of these pages; empty: that of the others
     std::vector<NamedPage> namedPages;

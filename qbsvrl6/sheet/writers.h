@@ -13,6 +13,14 @@
 
 namespace qbsvrl6 {
 
+// What workbooks need to know of the detail grid.
+struct WorkbookGrid {
+    int fixedColumns = 0;             // the first ones
+    std::vector<int> columnOutlines;  // of each column: the totals beside it into which it can be folded
+    bool hasSummariesAbove = false;   // a group that is folded leaves its header, not its footer
+    bool hasSummariesAtLeft = false;  // the totals of a cross-table are at the left of what they add up
+};
+
 struct SheetOptions {
     DocumentInfo info;
     std::vector<Micrometres> columnEdges;  // x coordinates on the paper, ascending
@@ -26,6 +34,8 @@ struct SheetOptions {
     bool defuseFormulas = false;  // CSV: texts that look like formulas begin with an apostrophe
     // By column of the detail grid; empty: all columns have the same position as on the paper.
     std::vector<ColumnMove> columnMoves = {};
+    WorkbookSettings workbook = {};
+    WorkbookGrid grid = {};
 };
 
 // `output` holds the whole document after finish().

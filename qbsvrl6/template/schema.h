@@ -57,6 +57,10 @@ inline constexpr std::array<Word<PdfDuplex>, 4> kDuplexes = {{{"unset", PdfDuple
                                                               {"simplex", PdfDuplex::Simplex},
                                                               {"longEdge", PdfDuplex::LongEdge},
                                                               {"shortEdge", PdfDuplex::ShortEdge}}};
+inline constexpr std::array<Word<WorkbookFreeze>, 3> kFreezes = {
+    {{"titles", WorkbookFreeze::Titles}, {"both", WorkbookFreeze::Both}, {"none", WorkbookFreeze::None}}};
+inline constexpr std::array<Word<WorkbookCharts>, 2> kWorkbookCharts = {
+    {{"native", WorkbookCharts::Native}, {"drawn", WorkbookCharts::Drawn}}};
 inline constexpr std::array<Word<AttachmentRelation>, 5> kRelations = {
     {{"Unspecified", AttachmentRelation::Unspecified},
      {"Data", AttachmentRelation::Data},
@@ -739,6 +743,20 @@ void describePdf(Element& element, PdfLike& pdf) {
                    "PDF/UA needs PDF 1.7, and \"a-1b\" is PDF 1.4: \"a-2a\" and \"a-2u\" go with it");
 }
 
+// What workbooks have besides the cells. Other formats have no use for it.
+template <class Element, class WorkbookLike>
+void describeWorkbook(Element& element, WorkbookLike& workbook) {
+    static const WorkbookSettings defaults;
+    element.attribute("formulas", workbook.formulas, defaults.formulas, SwitchCodec{});
+    element.attribute("filter", workbook.filter, defaults.filter, SwitchCodec{});
+    element.attribute("outline", workbook.outline, defaults.outline, SwitchCodec{});
+    element.attribute("printArea", workbook.printArea, defaults.printArea, SwitchCodec{});
+    element.attribute("freeze", workbook.freeze, defaults.freeze, WordCodec<WorkbookFreeze>{kFreezes});
+    element.attribute("charts", workbook.charts, defaults.charts, WordCodec<WorkbookCharts>{kWorkbookCharts});
+    element.attribute("hideChartNumbers", workbook.hideChartNumbers, defaults.hideChartNumbers,
+                      SwitchCodec{});
+}
+
 // The background and watermark of each page, and the printer. A watermark without text is none; its
 // size is in points.
 template <class Element, class ReportLike>
@@ -816,7 +834,7 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     } else {
         element.attribute("inherit", report.inherits, defaults.inherits, SwitchCodec{});
         element.refuseChildren(
-            {"Pdf", "Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
+            {"Pdf", "Workbook", "Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
             "pages are those of the outermost report");
         element.refuseChildren({"Include"}, "its report inherits the styles of the outermost one");
     }
@@ -829,7 +847,10 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
         info.attribute("language", report.info.language, {}, LanguageTagCodec{});
         info.attribute("created", report.info.created, {}, MomentCodec{});
     });
-    if (hasPages) element.child("Pdf", [&](auto& pdf) { describePdf(pdf, report.pdf); });
+    if (hasPages) {
+        element.child("Pdf", [&](auto& pdf) { describePdf(pdf, report.pdf); });
+        element.child("Workbook", [&](auto& workbook) { describeWorkbook(workbook, report.workbook); });
+    }
     if (hasPages) element.child("Page", [&](auto& page) { describePage(page, report.page); });
     describeStyles(element, report);
     element.child("Parameters", [&](auto& parameters) {

@@ -7,12 +7,15 @@ import collections
 import csv
 import html
 import json
+import os
 import pathlib
 import random
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
+import zipfile
 
 import openpyxl
 import xlrd
@@ -112,6 +115,23 @@ def sheets():
     return rows, expected
 
 
+def workbook():
+    rows = [{"Region": region, "Product": f"Product {number}", "Price": chance.randrange(1, 99_999) / 100, "Quantity": chance.randrange(-9, 99)}
+            for region in ("South", "North", "East") for number in range(chance.randrange(2, 7))]
+    for row in rows:
+        row["Amount"] = round(row["Price"] * row["Quantity"], 2)
+
+    def totals(own):
+        return [amount(own, "", "Quantity"), (round(total(own), 2), f"{total(own):,.2f}")]
+
+    expected = [["Region", "Product", "Price", "Quantity", "Amount"]]
+    for region, own in sorted(groups(rows, lambda row: row["Region"]).items()):
+        expected += [[region, row["Product"], (row["Price"], f"${row['Price']:,.2f}"), *totals([row])]
+                     for row in sorted(own, key=lambda row: row["Product"])]
+        expected.append([f"{region}, total", *totals(own)])
+    return rows, expected + [["Total", *totals(rows)]]
+
+
 def carry_over():
     rows = [{"Text": f"Entry {number}", "Amount": chance.randrange(-500_000, 900_000) / 100} for number in range(60)]
     return rows, None
@@ -166,7 +186,7 @@ def balances_are_right(rows, folder):
 
 
 RECIPES = {"cross-table": cross_table, "heat-map": heat_map, "largest": largest, "two-levels": two_levels, "sheets": sheets, "carry-over": carry_over,
-           "labels": labels, "months": months, "letterhead": letterhead}
+           "labels": labels, "months": months, "letterhead": letterhead, "workbook": workbook}
 
 
 def output_of(*command):
@@ -182,7 +202,7 @@ READERS = {
     "csv": lambda file: list(csv.reader(file.read_text("utf-8-sig").splitlines())),
     "html": lambda file: marked_up(file.read_text("utf-8")),
     "rtf": lambda file: marked_up(output_of("unrtf", "--html", "--nopict", file)),
-    "xlsx": lambda file: [row for sheet in openpyxl.load_workbook(file) for row in sheet.values],
+    "xlsx": lambda file: [row for sheet in openpyxl.load_workbook(file, data_only=True) for row in sheet.values],
     "xls": lambda file: [[cell.value for cell in row] for sheet in xlrd.open_workbook(file).sheets() for row in sheet.get_rows()],
 }
 
@@ -196,6 +216,45 @@ def sheet_faults(folder):
     wanted = ["Fish & Co", "North South", "fish & co (2)", "\u4e2d\u56fd"]
     named = {"xlsx": openpyxl.load_workbook(folder / "d.xlsx").sheetnames, "xls": xlrd.open_workbook(folder / "d.xls").sheet_names()}
     return [f"{format} has the sheets {names}" for format, names in named.items() if names != wanted]
+
+
+def workbook_faults(folder):
+    """The formulas, which calculated again give the values that are stored, and what else makes a sheet easy to work in."""
+    book, old = openpyxl.load_workbook(folder / "d.xlsx"), xlrd.open_workbook(folder / "d.xls", formatting_info=True)
+    sheet, stored = book.active, openpyxl.load_workbook(folder / "d.xlsx", data_only=True).active
+    ends = [row for row in range(2, sheet.max_row + 1) if "otal" in sheet.cell(row, 1).value]
+    wanted = {}
+    for column, letter in ((4, "D"), (5, "E")):
+        first = 2
+        for row in ends[:-1]:
+            wanted[f"{letter}{row}"] = f"=SUBTOTAL(9,{letter}{first}:{letter}{row - 1})"
+            first = row + 1
+        wanted[f"{letter}{ends[-1]}"] = f"=SUBTOTAL(9,{letter}2:{letter}{ends[-2] - 1})"
+    found = {cell.coordinate: cell.value for row in sheet.iter_rows() for cell in row if cell.data_type == "f"}
+    facts = [("formulas", found, wanted), ("freeze", sheet.freeze_panes, "B2"), ("filter", sheet.auto_filter.ref, f"A1:E{ends[-2] - 1}"),
+             ("print area", sheet.print_area, [f"$A$1:$E${ends[-1]}"]),
+             ("outline", [row for row in range(1, sheet.max_row + 1) if sheet.row_dimensions[row].outlineLevel != (row > 1 and row not in ends)], []),
+             ("price", sheet["C2"].number_format, '"$"#,##0.00;"$"-#,##0.00'), ("amount", sheet["E2"].number_format, "#,##0.00;[Red]-#,##0.00"),
+             ("frozen", (old.sheet_by_index(0).horz_split_pos, old.sheet_by_index(0).vert_split_pos), (1, 1))]
+    faults = [f"{name}: {value}, expected {expected}" for name, value, expected in facts if value != expected]
+    return faults + (recalculated_faults(folder, wanted, stored) if os.environ.get("QBSVR_FULL_TESTS") == "1" else [])
+
+
+def recalculated_faults(folder, formulas, stored):
+    """LibreOffice calculates the workbooks without the stored values of their formulas."""
+    with zipfile.ZipFile(folder / "d.xlsx") as package, zipfile.ZipFile(folder / "bare.xlsx", "w") as bare:
+        for name in package.namelist():
+            bare.writestr(name, re.sub(rb"</f><v>[^<]*</v>", b"</f>", package.read(name)))
+    shutil.copy(folder / "d.xls", folder / "old.xls")
+    faults = []
+    for file in ("bare.xlsx", "old.xls"):
+        output_of("soffice", f"-env:UserInstallation=file://{folder}/profile", "--headless", "--convert-to", "xlsx:Calc MS Excel 2007 XML",
+                  "--outdir", folder / "office", folder / file)
+        made = folder / "office" / (file.split(".")[0] + ".xlsx")
+        sheet, values = openpyxl.load_workbook(made).active, openpyxl.load_workbook(made, data_only=True).active
+        faults += [f"{file}, {cell}: {sheet[cell].value} is {values[cell].value}" for cell, formula in formulas.items()
+                   if sheet[cell].value != formula or abs(values[cell].value - stored[cell].value) > 1e-9]
+    return faults
 
 
 def words(rows):
@@ -212,7 +271,7 @@ def check(name, template, folder):
                    check=True, timeout=300)
     if expected is None:
         return balances_are_right(rows, folder)
-    faults = sheet_faults(folder) if name == "sheets" else []
+    faults = {"sheets": sheet_faults, "workbook": workbook_faults}.get(name, lambda _: [])(folder)
     for format, read in READERS.items():
         found = [[cell for cell in row if cell not in ("", None)] for row in read(folder / f"d.{format}")]
         found = [row for row in found if row]

@@ -194,6 +194,7 @@ void CellPlacement::join(const Region& region, const Item& item) {
     }
     there->text += text;
     there->value = {};
+    there->calculation = {};
     const auto* const joined = std::get_if<TextItem>(&item.content);
     if (joined != nullptr && there->link.empty()) there->link = joined->link;
 }

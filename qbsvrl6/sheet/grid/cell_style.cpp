@@ -54,7 +54,8 @@ StyleTable::Source StyleTable::sourceOf(const Cell& cell, const SheetFormat& for
     Source source;
     source.style = isStyled ? cell.item->style : &kDefaultStyle;
     source.fontSize = text != nullptr ? text->fontSize : source.style->fontSize;
-    source.color = text != nullptr && text->color ? *text->color : source.style->color;
+    const bool hasColor = text != nullptr && text->color && !(format.isNumber && text->value.formatHasColors);
+    source.color = hasColor ? *text->color : source.style->color;
     source.background = cell.background;
     source.border = cell.border;
     source.wraps = text != nullptr && !format.isNumber && wraps(*cell.item);

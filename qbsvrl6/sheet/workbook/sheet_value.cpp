@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "qbsvrl6/sheet/grid/cell_style.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/clock.h"
 
@@ -70,6 +71,8 @@ SheetValue sheetValue(const Item* item, std::size_t maxUnits) {
     // A cell that shows nothing is blank, whatever its value: for example, a suppressed repetition.
     if (value.text.empty()) return value;
     value.kind = SheetValue::Kind::Text;
+    // A number would not break into lines.
+    if (text->value.isSurrounded && wraps(*item)) return value;
     switch (text->value.type) {
         case ValueType::Number:
             setNumber(value, text->value);

@@ -2,6 +2,8 @@
 #ifndef QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_SHEET_VALUE_H
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,12 +11,27 @@
 
 namespace qbsvrl6 {
 
+// Cells of a sheet. Rows and columns count from 0.
+struct SheetArea {
+    std::int64_t firstRow = 0, lastRow = 0;
+    int firstColumn = 0, lastColumn = 0;
+};
+
+// A total over cells of one column, as a formula. Rows and columns count from 0.
+struct SheetFormula {
+    enum class Function { Sum, Average, Count, Minimum, Maximum } function = Function::Sum;
+    bool isSubtotal = false;  // leaves out the subtotals among the cells, and rows that a filter hides
+    int column = 0;
+    std::int64_t firstRow = 0, lastRow = 0;
+};
+
 struct SheetValue {
     enum class Kind { Blank, Text, Number, Boolean } kind = Kind::Blank;
     double number = 0;  // for a date, its serial number
     bool boolean = false;
     std::u16string_view text;
-    std::u16string_view format;  // number format; empty: general
+    std::u16string_view format;           // number format; empty: general
+    std::optional<SheetFormula> formula;  // of which the number is the value
 
     bool isNumber() const { return kind == Kind::Number; }
 };

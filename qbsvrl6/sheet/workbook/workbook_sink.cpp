@@ -18,6 +18,11 @@ namespace {
 // Titles that end lower than this are not frozen: they would leave little of the screen to the rows.
 constexpr Micrometres kMaxFrozenHeight = 100'000;
 
+// The same for columns.
+constexpr Micrometres kMaxFrozenWidth = 160'000;
+
+constexpr int kMostOutlines = 7;
+
 // The most space that is added to a row where positions on the paper don't matter: above page footers, and in
 // documents without pages.
 constexpr Micrometres kMaxGrowth = 12'000;
@@ -103,13 +108,46 @@ void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
         sheets_.back().continues = true;
     }
     below_.clear();
+    const int outline = options_.workbook.outline ? std::clamp(band.outline, 0, kMostOutlines) : 0;
+    sheets_.back().rowOutlines = std::max(sheets_.back().rowOutlines, outline);
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const bool isTopOfFooter = i == 0 && band.kind == BandKind::PageFooter;
-        writeRow(rows[i], growthOf(rows, i, options_.paged && !isTopOfFooter ? kMaxRowHeight : kMaxGrowth));
+        writeRow(rows[i], growthOf(rows, i, options_.paged && !isTopOfFooter ? kMaxRowHeight : kMaxGrowth),
+                 outline);
     }
     if (!rows.back().overlays.empty()) padBelow(rows.back().height);
     if (band.kind == BandKind::GridTitle && !sheets_.back().continues)
         noteTitle(static_cast<std::int64_t>(rows.size()));
+    const WorkbookSettings& settings = options_.workbook;
+    const bool isAsked = settings.filter || settings.outline || settings.freeze == WorkbookFreeze::Both;
+    if (isAsked && band.inGrid) noteGrid(band, rows);
+}
+
+// Where the columns of the grid and the cells of its titles and rows are.
+void WorkbookSink::noteGrid(const Band& band, std::span<const CellRow> rows) {
+    if (band.kind != BandKind::GridTitle && band.kind != BandKind::Row) return;
+    SheetArea& filtered = sheets_.back().filtered;
+    if (band.kind == BandKind::Row) filtered.lastRow = rowCount() - 1;
+    for (const CellRow& row : rows) {
+        for (const Cell& cell : row.cells) {
+            if (cell.item == nullptr || cell.item->column < 0 || cell.column >= limits_.columns) continue;
+            const int end = std::min(cell.column + cell.columnSpan, limits_.columns);
+            if (band.kind == BandKind::GridTitle) {
+                filtered.firstColumn = std::min(filtered.firstColumn, cell.column);
+                filtered.lastColumn = std::max(filtered.lastColumn, end - 1);
+            }
+            if (cell.item->lastColumn < options_.grid.fixedColumns)
+                frozenColumns_ = std::max(frozenColumns_, end);
+            const auto column = static_cast<std::size_t>(cell.item->column);
+            const bool isOne = cell.item->column == cell.item->lastColumn;
+            if (!isOne || column >= options_.grid.columnOutlines.size()) continue;
+            const auto last = static_cast<std::size_t>(end);
+            if (columnOutlines_.size() < last) columnOutlines_.resize(last);
+            for (auto at = static_cast<std::size_t>(cell.column); at < last; ++at) {
+                columnOutlines_[at] = std::min(options_.grid.columnOutlines[column], kMostOutlines);
+            }
+        }
+    }
 }
 
 // A sheet that has no name yet has the content before the first group and receives the group's name.
@@ -125,7 +163,9 @@ void WorkbookSink::nameSheet(std::u16string_view name) {
 }
 
 void WorkbookSink::addSheet(std::u16string name) {
+    sheets_.back().rows = rowCount();
     beginSheet();
+    totals_.clear();
     sheets_.emplace_back().name = std::move(name);
     startsPage_ = true;
     taken_ = 0;
@@ -138,9 +178,35 @@ std::vector<TitleRows> WorkbookSink::titles() const {
     return titles;
 }
 
-std::vector<std::u16string> WorkbookSink::sheetNames() const {
+SheetFeatures WorkbookSink::featuresOf(std::size_t sheet) const {
+    const WorkbookSettings& settings = options_.workbook;
+    SheetFeatures features;
+    const Sheet& own = sheets_[sheet];
+    const SheetArea& filtered = own.filtered;
+    const bool hasTitles = own.titles.last >= own.titles.first && filtered.lastColumn >= filtered.firstColumn;
+    if (settings.filter && !options_.paged && hasTitles && filtered.lastRow > own.titles.last) {
+        features.filter = filtered;
+        features.filter->firstRow = own.titles.last;
+    }
+    const std::int64_t rows = sheet + 1 == sheets_.size() ? rowCount() : own.rows;
+    const int columns = std::min(grid().columnCount(), limits_.columns);
+    if (settings.printArea && rows > 0) features.printArea = SheetArea{0, rows - 1, 0, columns - 1};
+    Micrometres width = 0;
+    for (int column = 0; column < frozenColumns_; ++column) width += grid().columnWidth(column);
+    if (settings.freeze == WorkbookFreeze::Both && width <= kMaxFrozenWidth)
+        features.frozenColumns = frozenColumns_;
+    if (!settings.outline) return features;
+    features.columnOutlines = columnOutlines_;
+    features.rowOutlines = own.rowOutlines;
+    features.hasSummariesAbove = options_.grid.hasSummariesAbove;
+    features.hasSummariesAtLeft = options_.grid.hasSummariesAtLeft;
+    return features;
+}
+
+std::vector<std::u16string> WorkbookSink::sheetNames(std::u16string_view reserved) const {
     std::vector<std::u16string> names;
     std::unordered_set<std::u16string> known;  // spreadsheets ignore the case of names
+    if (!reserved.empty()) known.insert(foldedCase(reserved));
     std::unordered_map<std::u16string, std::size_t> counts;
     for (const Sheet& sheet : sheets_) {
         const std::u16string& title = sheet.name.empty() ? options_.info.title : sheet.name;
@@ -164,7 +230,7 @@ void WorkbookSink::noteTitle(std::int64_t rows) {
         return;
     }
     titles.last = end - 1;
-    if (height_ <= kMaxFrozenHeight) freezeAbove(end);
+    if (height_ <= kMaxFrozenHeight && options_.workbook.freeze != WorkbookFreeze::None) freezeAbove(end);
 }
 
 // No row is empty: the space between two rows is added to the one where it is least visible. The row after
@@ -186,11 +252,11 @@ WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::
     return growth;
 }
 
-void WorkbookSink::writeRow(const CellRow& row, const Growth& growth) {
+void WorkbookSink::writeRow(const CellRow& row, const Growth& growth, int outline) {
     const Micrometres height = row.height + growth.above + growth.below;
     taken_ = growth.below;
     startsPage_ = false;
-    beginRow(height);
+    beginRow(height, outline);
     nextBelow_ = 0;
     newBelow_.clear();
     for (const Cell& cell : row.cells) {
@@ -213,12 +279,15 @@ void WorkbookSink::writeRow(const CellRow& row, const Growth& growth) {
 
 void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     const int columnSpan = std::min(cell.columnSpan, limits_.columns - cell.column);
-    const SheetValue value = sheetValue(cell.item, limits_.units);
+    SheetValue value = sheetValue(cell.item, limits_.units);
     const SheetFormat format{value.isNumber(), value.format, indentOf(cell),
                              nearerSide(cell.inset.top + growth.above,
                                         cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
     const int style = std::min(styles_.idOf(cell, format), limits_.styles - 1);
     TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
+    if (text != nullptr && options_.workbook.formulas) {
+        value.formula = totals_.add(cell.column, rowCount(), text->calculation, value);
+    }
     if (text != nullptr) {
         if (text->text.size() > limits_.units) ++cutTexts_;
         if (!text->link.empty()) writeLink(cell, columnSpan, text->link);
@@ -259,7 +328,7 @@ void WorkbookSink::keepBelow() {
 // An overlay may be higher than the highest row.
 void WorkbookSink::padBelow(Micrometres height) {
     while ((height -= kMaxRowHeight) > 0) {
-        beginRow(height);
+        beginRow(height, 0);
         endRow();
     }
 }

@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_SHEET_WORKBOOK_WORKBOOK_SINK_H
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/grid/cell_style.h"
+#include "qbsvrl6/sheet/workbook/column_totals.h"
 #include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 
@@ -28,6 +30,16 @@ struct TitleRows {
     std::int64_t last = -1;
 };
 
+// What makes a sheet easier to work in.
+struct SheetFeatures {
+    std::optional<SheetArea> filter;     // from the titles to the last row
+    std::optional<SheetArea> printArea;  // none: all that the sheet has
+    int frozenColumns = 0;
+    std::vector<int> columnOutlines;  // of the first columns
+    int rowOutlines = 0;              // the greatest of the sheet
+    bool hasSummariesAbove = false, hasSummariesAtLeft = false;
+};
+
 class WorkbookSink : public CellSink {
 protected:
     WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits);
@@ -36,9 +48,10 @@ protected:
     const StyleTable& styles() const { return styles_; }
     // Of each sheet.
     std::vector<TitleRows> titles() const;
-    // Legal names of all sheets, each different from the others.
-    std::vector<std::u16string> sheetNames() const;
+    // Legal names of all sheets, each different from the others and from a legal name that is reserved.
+    std::vector<std::u16string> sheetNames(std::u16string_view reserved = {}) const;
     PrintSetup printSetup(bool isFirstSheet) const;
+    SheetFeatures featuresOf(std::size_t sheet) const;
     // Logs what the format could not hold.
     void reportLosses() const;
 
@@ -47,7 +60,7 @@ private:
     // added from left to right.
     virtual void beginSheet() = 0;
     virtual std::int64_t rowCount() const = 0;
-    virtual void beginRow(Micrometres height) = 0;
+    virtual void beginRow(Micrometres height, int outline) = 0;
     virtual void addBlank(int column, int style) = 0;
     virtual void addValue(int column, int style, const SheetValue& value) = 0;
     virtual void addPending(int column, int style, Item&& item) = 0;
@@ -68,13 +81,14 @@ private:
     bool keepBand(Band& band, Micrometres x, Micrometres y) final;
     void writeRows(const Band& band, std::span<const CellRow> rows) final;
     void noteTitle(std::int64_t rows);
+    void noteGrid(const Band& band, std::span<const CellRow> rows);
     void nameSheet(std::u16string_view name);
     void addSheet(std::u16string name);
     struct Growth {
         Micrometres above = 0, below = 0;
     };
     Growth growthOf(std::span<const CellRow> rows, std::size_t index, Micrometres most) const;
-    void writeRow(const CellRow& row, const Growth& growth);
+    void writeRow(const CellRow& row, const Growth& growth, int outline);
     void writeCell(const Cell& cell, const Growth& growth);
     void writeLink(const Cell& cell, int columnSpan, std::u16string_view address);
     void writeBelowUpTo(int column);
@@ -84,10 +98,14 @@ private:
     SheetOptions options_;
     WorkbookLimits limits_;
     StyleTable styles_;
+    ColumnTotals totals_;  // of the last sheet; only used if totals are formulas
     struct Sheet {
         std::u16string name;  // empty: the report's title
         TitleRows titles;
-        bool continues = false;  // with the rows of the sheet before it
+        bool continues = false;                    // with the rows of the sheet before it
+        SheetArea filtered{0, -1, INT32_MAX, -1};  // the columns of the titles, and the last row
+        std::int64_t rows = 0;                     // of a sheet that is complete
+        int rowOutlines = 0;
     };
     std::vector<Sheet> sheets_ = std::vector<Sheet>(1);
     PageNumberCode header_;
@@ -98,6 +116,8 @@ private:
     std::vector<Below> below_;  // by column
     std::size_t nextBelow_ = 0;
     std::vector<Below> newBelow_;
+    int frozenColumns_ = 0;
+    std::vector<int> columnOutlines_;
     int cutTexts_ = 0;
     int lostLinks_ = 0;
     int lostCells_ = 0;

@@ -34,6 +34,7 @@ inline constexpr std::uint16_t kPane = 0x0041;
 inline constexpr std::uint16_t kCodePage = 0x0042;
 inline constexpr std::uint16_t kObj = 0x005D;
 inline constexpr std::uint16_t kColInfo = 0x007D;
+inline constexpr std::uint16_t kGuts = 0x0080;
 inline constexpr std::uint16_t kWsBool = 0x0081;
 inline constexpr std::uint16_t kBoundSheet = 0x0085;
 inline constexpr std::uint16_t kPalette = 0x0092;

@@ -61,12 +61,12 @@ void putPageNumbers(std::string& out, u16 number, const PageNumberCode& code) {
 
 // ROW:
 //   u16 row | u16 first column, end | u16 height | u16 unused, unused | u16 flags | u16 style
-void XlsSheet::beginRow(Micrometres height) {
-    constexpr u16 kCustomHeight = 0x0140;
+void XlsSheet::beginRow(Micrometres height, int outline) {
+    constexpr u16 kCustomHeight = 0x0140;  // the lowest bits are the outline
     const auto row = static_cast<u16>(rows_);
     rowHeights_.push_back(height);
-    putCell(cells_, biff::kRow, row, u16{0}, u16{kMaxColumns}, twips(height), u16{0}, u16{0}, kCustomHeight,
-            kXlsPlainStyle);
+    putCell(cells_, biff::kRow, row, u16{0}, u16{kMaxColumns}, twips(height), u16{0}, u16{0},
+            static_cast<u16>(kCustomHeight | outline), kXlsPlainStyle);
 }
 
 // All cells begin with their position and style:
@@ -86,6 +86,35 @@ void XlsSheet::addNumber(int column, u16 style, double number) {
     } else {
         putCell(cells_, biff::kNumber, static_cast<u16>(rows_), static_cast<u16>(column), style, number);
     }
+}
+
+// FORMULA, after the position and style:
+//   double value | u16 flags | u32 unused | u16 bytes of the formula | the formula, in postfix notation:
+//   u8 token, u16 number of the subtotal's function | u8 token, u16 first row, last row, first column, last
+//   column | u8 token, u8 count of arguments, u16 function
+void XlsSheet::addFormula(int column, u16 style, double number, const SheetFormula& formula) {
+    struct Function {
+        u16 plain, subtotal;
+    };
+    constexpr std::array<Function, 5> kFunctions = {{{4, 9}, {5, 1}, {0, 2}, {6, 5}, {7, 4}}};
+    constexpr u16 kSubtotal = 344;
+    constexpr u8 kInteger = 0x1E;
+    constexpr u8 kArea = 0x25;
+    constexpr u8 kCall = 0x42;
+    constexpr int kRelative = 0xC000;  // row and column
+    const Function& function = kFunctions[static_cast<std::size_t>(formula.function)];
+    std::string tokens;
+    ByteWriter writer(tokens);
+    if (formula.isSubtotal) writer.put(kInteger, function.subtotal);
+    writer.put(kArea, static_cast<u16>(formula.firstRow), static_cast<u16>(formula.lastRow),
+               static_cast<u16>(formula.column | kRelative), static_cast<u16>(formula.column | kRelative));
+    writer.put(kCall, static_cast<u8>(formula.isSubtotal ? 2 : 1),
+               formula.isSubtotal ? kSubtotal : function.plain);
+    columns_ = std::max(columns_, column + 1);
+    BiffRecord(cells_, biff::kFormula)
+        .put(static_cast<u16>(rows_), static_cast<u16>(column), style, number, u16{0}, u32{0},
+             static_cast<u16>(tokens.size()))
+        .bytes(tokens);
 }
 
 void XlsSheet::addBoolean(int column, u16 style, bool value) {
@@ -140,11 +169,12 @@ void XlsSheet::breakPage() {
     if (breaks_.empty() || breaks_.back() != rows_) breaks_.push_back(static_cast<u16>(rows_));
 }
 
-std::string XlsSheet::records(const PrintSetup& print, const EscherSheet& drawing) {
+std::string XlsSheet::records(const PrintSetup& print, const SheetFeatures& features,
+                              const EscherSheet& drawing) {
     std::string out;
-    writeHead(out, print);
+    writeHead(out, print, features);
     std::string tail;
-    writeTail(tail, print, drawing);
+    writeTail(tail, print, features, drawing);
     out.reserve(out.size() + cells_.size() + tail.size());
     out += cells_;
     cells_ = {};
@@ -152,6 +182,7 @@ std::string XlsSheet::records(const PrintSetup& print, const EscherSheet& drawin
     return out;
 }
 
+// GUTS: u16 width of the outline of rows, of columns | u16 its levels, with that of the rest
 // WSBOOL: u16 flags.
 // HORIZONTALPAGEBREAKS: u16 count, and for each
 //   u16 first row of the page | u16 first column, last column
@@ -159,11 +190,25 @@ std::string XlsSheet::records(const PrintSetup& print, const EscherSheet& drawin
 //   u16 first column, last column | u16 width in 1/256 of a digit | u16 style | u16 flags | u16 unused
 // DIMENSIONS:
 //   u32 first row, end | u16 first column, end | u16 unused
-void XlsSheet::writeHead(std::string& out, const PrintSetup& print) const {
+void XlsSheet::writeHead(std::string& out, const PrintSetup& print, const SheetFeatures& features) const {
     constexpr u16 kFitToPages = 0x0100;
-    constexpr u16 kOutlineBelow = 0x00C1;
+    constexpr u16 kUsual = 0x0001;
+    constexpr u16 kSummariesBelow = 0x0040;
+    constexpr u16 kSummariesAtRight = 0x0080;
     putBof(out, biff::kSheetPart);
-    BiffRecord(out, biff::kWsBool).put(static_cast<u16>(kOutlineBelow | (print.paged ? 0 : kFitToPages)));
+    const std::vector<int>& outlines = features.columnOutlines;
+    const int columnLevels = outlines.empty() ? 0 : *std::max_element(outlines.begin(), outlines.end());
+    if (features.rowOutlines > 0 || columnLevels > 0) {
+        const auto levels = [](int count) { return static_cast<u16>(count > 0 ? count + 1 : 0); };
+        const auto width = [](int count) { return static_cast<u16>(count > 0 ? 17 + 12 * count : 0); };
+        BiffRecord(out, biff::kGuts)
+            .put(width(features.rowOutlines), width(columnLevels), levels(features.rowOutlines),
+                 levels(columnLevels));
+    }
+    BiffRecord(out, biff::kWsBool)
+        .put(static_cast<u16>(kUsual | (features.hasSummariesAbove ? 0 : kSummariesBelow) |
+                              (features.hasSummariesAtLeft ? 0 : kSummariesAtRight) |
+                              (print.paged ? 0 : kFitToPages)));
     if (!breaks_.empty()) {
         BiffRecord record(out, biff::kHorizontalPageBreaks);
         record.put(static_cast<u16>(breaks_.size()));
@@ -174,7 +219,9 @@ void XlsSheet::writeHead(std::string& out, const PrintSetup& print) const {
     for (const int pixels : print.columnPixels()) {
         // In 1/256 of a digit.
         const auto width = static_cast<u16>(std::lround(pixels * 256.0 / kPixelsPerDigit));
-        BiffRecord(out, biff::kColInfo).put(column, column, width, kXlsPlainStyle, u16{0}, u16{0});
+        const int outline = column < outlines.size() ? outlines[column] : 0;
+        BiffRecord(out, biff::kColInfo)
+            .put(column, column, width, kXlsPlainStyle, static_cast<u16>(outline << 8), u16{0});
         ++column;
     }
     BiffRecord(out, biff::kDimensions)
@@ -216,20 +263,25 @@ void XlsSheet::writePageSetup(std::string& out, const PrintSetup& print) const {
 //   u8 unused
 // MERGECELLS: u16 count, and for each
 //   u16 first row, last row, first column, last column
-void XlsSheet::writeTail(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const {
+void XlsSheet::writeTail(std::string& out, const PrintSetup& print, const SheetFeatures& features,
+                         const EscherSheet& drawing) const {
     constexpr u16 kUsualView = 0x04B6;  // visible, with grid lines, headings, zeros and default colours
     constexpr u32 kAutomaticColor = 64;
     constexpr u16 kFrozen = 0x0108;
     constexpr u16 kSelected = 0x0200;
+    constexpr u8 kLowerRightPane = 0;
+    constexpr u8 kRightPane = 1;
     constexpr u8 kLowerPane = 2;
+    const auto rows = static_cast<u16>(frozenRows_);
+    const auto columns = static_cast<u16>(features.frozenColumns);
+    const bool isFrozen = rows > 0 || columns > 0;
     if (!shapes_.empty()) writeDrawing(out, print, drawing);
     BiffRecord(out, biff::kWindow2)
-        .put(static_cast<u16>(kUsualView | (frozenRows_ > 0 ? kFrozen : 0) |
-                              (print.isFirstSheet ? kSelected : 0)),
+        .put(static_cast<u16>(kUsualView | (isFrozen ? kFrozen : 0) | (print.isFirstSheet ? kSelected : 0)),
              u16{0}, u16{0}, kAutomaticColor, u16{0}, u16{0}, u32{0});
-    if (frozenRows_ > 0) {
-        const auto rows = static_cast<u16>(frozenRows_);
-        BiffRecord(out, biff::kPane).put(u16{0}, rows, rows, u16{0}, kLowerPane, u8{0});
+    if (isFrozen) {
+        const u8 active = columns == 0 ? kLowerPane : rows == 0 ? kRightPane : kLowerRightPane;
+        BiffRecord(out, biff::kPane).put(columns, rows, rows, columns, active, u8{0});
     }
     constexpr std::size_t kMergesPerRecord = 1026;
     for (std::size_t i = 0; i < merges_.size(); i += kMergesPerRecord) {

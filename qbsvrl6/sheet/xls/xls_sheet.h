@@ -9,6 +9,8 @@
 
 #include "qbsvrl6/sheet/grid/cell_grid.h"
 #include "qbsvrl6/sheet/workbook/print_setup.h"
+#include "qbsvrl6/sheet/workbook/sheet_value.h"
+#include "qbsvrl6/sheet/workbook/workbook_sink.h"
 #include "qbsvrl6/sheet/xls/escher.h"
 
 namespace qbsvrl6 {
@@ -29,9 +31,10 @@ public:
     static constexpr int kMaxColumns = 256;
     static constexpr std::size_t kMaxUnits = 32'767;  // of a text
 
-    void beginRow(Micrometres height);
+    void beginRow(Micrometres height, int outline);
     void addBlank(int column, std::uint16_t style);
     void addNumber(int column, std::uint16_t style, double number);
+    void addFormula(int column, std::uint16_t style, double number, const SheetFormula& formula);
     void addBoolean(int column, std::uint16_t style, bool value);
     void addText(int column, std::uint16_t style, std::uint32_t text);
     void endRow() { ++rows_; }
@@ -48,12 +51,13 @@ public:
 
     std::size_t shapeCount() const { return shapes_.size(); }
     // Returns all records of the sheet, and releases its cells.
-    std::string records(const PrintSetup& print, const EscherSheet& drawing);
+    std::string records(const PrintSetup& print, const SheetFeatures& features, const EscherSheet& drawing);
 
 private:
-    void writeHead(std::string& out, const PrintSetup& print) const;
+    void writeHead(std::string& out, const PrintSetup& print, const SheetFeatures& features) const;
     void writePageSetup(std::string& out, const PrintSetup& print) const;
-    void writeTail(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const;
+    void writeTail(std::string& out, const PrintSetup& print, const SheetFeatures& features,
+                   const EscherSheet& drawing) const;
     void writeDrawing(std::string& out, const PrintSetup& print, const EscherSheet& drawing) const;
     std::string anchor(const XlsShape& shape, const std::vector<Micrometres>& columnWidths) const;
 

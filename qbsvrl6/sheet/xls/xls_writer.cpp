@@ -38,7 +38,7 @@ private:
 
     void beginSheet() override { sheets_.emplace_back(); }
     std::int64_t rowCount() const override { return sheets_.back().rowCount(); }
-    void beginRow(Micrometres height) override { sheet().beginRow(height); }
+    void beginRow(Micrometres height, int outline) override { sheet().beginRow(height, outline); }
     void addBlank(int column, int style) override { sheet().addBlank(column, xfOf(style)); }
     void addValue(int column, int style, const SheetValue& value) override {
         switch (value.kind) {
@@ -49,7 +49,11 @@ private:
                 sheet().addText(column, xfOf(style), texts_.add(cleanText(value.text, buffer_)));
                 break;
             case SheetValue::Kind::Number:
-                sheet().addNumber(column, xfOf(style), value.number);
+                if (value.formula) {
+                    sheet().addFormula(column, xfOf(style), value.number, *value.formula);
+                } else {
+                    sheet().addNumber(column, xfOf(style), value.number);
+                }
                 break;
             case SheetValue::Kind::Boolean:
                 sheet().addBoolean(column, xfOf(style), value.boolean);
@@ -94,8 +98,8 @@ private:
         std::size_t nextDrawing = 0;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             const bool hasDrawing = sheets_[i].shapeCount() > 0;
-            parts.push_back(
-                sheets_[i].records(printSetup(i == 0), hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
+            parts.push_back(sheets_[i].records(printSetup(i == 0), featuresOf(i),
+                                               hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
         }
         parts[0] = workbookPart(parts, drawings);
         writeCompoundFile(output_.end(), u"Workbook", std::move(parts));
@@ -140,7 +144,7 @@ private:
                 .put(u32{0}, u8{0}, u8{0}, static_cast<u8>(names[i].size()), u8{1})
                 .utf16(names[i]);
         }
-        if (!options().paged) writePrintTitles(out);
+        writeDefinedNames(out);
         if (!drawings.empty())
             putLongRecord(out, biff::kDrawingGroup, escherWorkbook(drawings, pictures_.pictures()));
         texts_.write(out);
@@ -154,8 +158,31 @@ private:
         return out;
     }
 
-    // Printed pages contain their titles. Otherwise the spreadsheet repeats the title rows on each page: the
-    // area of a built-in name, which refers to the workbook's list of sheets.
+    // A built-in name of one sheet, and its area.
+    struct DefinedName {
+        u8 name = 0;
+        std::size_t sheet = 0;
+        SheetArea area;
+    };
+
+    // What is printed, and the title rows that the spreadsheet repeats on each page. Printed pages contain their
+    // titles.
+    std::vector<DefinedName> definedNames() const {
+        constexpr u8 kPrintArea = 6;
+        constexpr u8 kPrintTitles = 7;
+        const std::vector<TitleRows> titles = this->titles();
+        std::vector<DefinedName> names;
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            const SheetFeatures features = featuresOf(i);
+            if (features.printArea) names.push_back({kPrintArea, i, *features.printArea});
+            if (options().paged || titles[i].last < titles[i].first) continue;
+            names.push_back(
+                {kPrintTitles, i, {titles[i].first, titles[i].last, 0, XlsSheet::kMaxColumns - 1}});
+        }
+        return names;
+    }
+
+    // Names refer to the workbook's list of sheets.
     // SUPBOOK: u16 sheets | u16 code of this workbook
     // EXTERNSHEET: u16 count, and for each u16 SUPBOOK | u16 first sheet, last sheet
     // NAME:
@@ -163,28 +190,29 @@ private:
     //   u8 lengths of menu, description, help, status text | u8 one byte per unit | name | formula
     // The formula is one area:
     //   u8 token | u16 EXTERNSHEET's entry | u16 first row, last row, first column, last column
-    void writePrintTitles(std::string& out) const {
+    void writeDefinedNames(std::string& out) const {
         constexpr u8 kArea = 0x3B;
-        constexpr u8 kTitles = 7;
         constexpr u16 kBuiltIn = 0x0020;
-        const std::vector<TitleRows> titles = this->titles();
-        std::vector<u16> titled;  // sheets
-        for (std::size_t i = 0; i < titles.size(); ++i) {
-            if (titles[i].last >= titles[i].first) titled.push_back(static_cast<u16>(i));
-        }
-        if (titled.empty()) return;
+        const std::vector<DefinedName> names = definedNames();
+        if (names.empty()) return;
+        std::vector<u16> sheets;
+        for (const DefinedName& name : names) sheets.push_back(static_cast<u16>(name.sheet));
+        sheets.erase(std::unique(sheets.begin(), sheets.end()), sheets.end());
         BiffRecord(out, biff::kSupBook).put(static_cast<u16>(sheets_.size()), u16{0x0401});
         {
             BiffRecord entries(out, biff::kExternSheet);
-            entries.put(static_cast<u16>(titled.size()));
-            for (const u16 sheet : titled) entries.put(u16{0}, sheet, sheet);
+            entries.put(static_cast<u16>(sheets.size()));
+            for (const u16 sheet : sheets) entries.put(u16{0}, sheet, sheet);
         }
-        for (u16 entry = 0; entry < titled.size(); ++entry) {
-            const TitleRows& rows = titles[titled[entry]];
+        for (const DefinedName& name : names) {
+            const auto sheet = static_cast<u16>(name.sheet);
+            const auto entry = std::lower_bound(sheets.begin(), sheets.end(), sheet) - sheets.begin();
+            const SheetArea& area = name.area;
             BiffRecord(out, biff::kName)
-                .put(kBuiltIn, u8{0}, u8{1}, u16{11}, u16{0}, static_cast<u16>(titled[entry] + 1), u8{0},
-                     u8{0}, u8{0}, u8{0}, u8{0}, kTitles, kArea, entry, static_cast<u16>(rows.first),
-                     static_cast<u16>(rows.last), u16{0}, static_cast<u16>(XlsSheet::kMaxColumns - 1));
+                .put(kBuiltIn, u8{0}, u8{1}, u16{11}, u16{0}, static_cast<u16>(sheet + 1), u8{0}, u8{0},
+                     u8{0}, u8{0}, u8{0}, name.name, kArea, static_cast<u16>(entry),
+                     static_cast<u16>(area.firstRow), static_cast<u16>(area.lastRow),
+                     static_cast<u16>(area.firstColumn), static_cast<u16>(area.lastColumn));
         }
     }
 

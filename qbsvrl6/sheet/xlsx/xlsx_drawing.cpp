@@ -6,6 +6,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "qbsvrl6/sheet/workbook/drawing_picture.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
 
 namespace qbsvrl6 {
@@ -63,7 +64,8 @@ void XlsxDrawing::add(const Overlay& overlay, std::int64_t row, std::string_view
     const auto* picture = std::get_if<PictureItem>(&overlay.item->content);
     const auto* drawing = std::get_if<DrawingItem>(&overlay.item->content);
     Rect box{0, 0, overlay.item->box.width, overlay.item->box.height};
-    if (picture != nullptr) box = picture->placed;
+    const bool isChart = drawing != nullptr && !relation.empty();
+    if (picture != nullptr || isChart) box = pictureBox(*overlay.item);
     anchors_.open("xdr:oneCellAnchor").open("xdr:from");
     anchors_.element("xdr:col", overlay.column);
     anchors_.element("xdr:colOff", emu(std::max(overlay.x + box.x, 0)));
@@ -72,7 +74,11 @@ void XlsxDrawing::add(const Overlay& overlay, std::int64_t row, std::string_view
     anchors_.close();
     writeExtent(anchors_, "xdr:ext", box.width, box.height);
     if (picture != nullptr) addPicture(*picture, relation);
-    if (drawing != nullptr) addDrawing(*drawing->drawing, {box.width, box.height}, drawing->alternateText);
+    if (isChart) {
+        addChart({box.width, box.height}, relation, drawing->alternateText);
+    } else if (drawing != nullptr) {
+        addDrawing(*drawing->drawing, {box.width, box.height}, drawing->alternateText);
+    }
     if (const auto* line = std::get_if<LineItem>(&overlay.item->content)) {
         addLine(line->line, {box.width, box.height});
     }
@@ -109,6 +115,17 @@ void XlsxDrawing::addPicture(const PictureItem& item, std::string_view relation)
     endTransform(xml, 0, 0, item.placed.width, item.placed.height);
     writePresetShape(xml, "rect");
     xml.close().close();
+}
+
+void XlsxDrawing::addChart(Size size, std::string_view relation, std::u16string_view alternateText) {
+    XmlWriter& xml = anchors_;
+    xml.open("xdr:graphicFrame").attribute("macro", "").open("xdr:nvGraphicFramePr");
+    openProperties("Chart").attribute("descr", alternateText).close();
+    xml.open("xdr:cNvGraphicFramePr").close().close().open("xdr:xfrm");
+    endTransform(xml, 0, 0, size.width, size.height);
+    xml.open("a:graphic").open("a:graphicData").attribute("uri", kChartNamespace);
+    xml.open("c:chart").attribute("xmlns:c", kChartNamespace).attribute("r:id", relation).close();
+    xml.close().close().close();
 }
 
 void XlsxDrawing::addDrawing(const Drawing& drawing, Size size, std::u16string_view alternateText) {

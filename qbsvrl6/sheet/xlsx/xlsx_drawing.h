@@ -14,8 +14,8 @@ namespace qbsvrl6 {
 // size.
 class XlsxDrawing {
 public:
-    // `row` counts from 0 in the sheet. `relation` is the name of a picture's relation; only pictures have
-    // one.
+    // `row` counts from 0 in the sheet. `relation` is the name of the relation of a picture or native chart; all
+    // other overlays have none.
     void add(const Overlay& overlay, std::int64_t row, std::string_view relation);
 
     bool isEmpty() const { return objects_ == 0; }
@@ -24,6 +24,7 @@ public:
 
 private:
     void addPicture(const PictureItem& item, std::string_view relation);
+    void addChart(Size size, std::string_view relation, std::u16string_view alternateText);
     void addDrawing(const Drawing& drawing, Size size, std::u16string_view alternateText);
     void addLine(const LineContent& line, Size size);
     void addPath(const Drawing::Path& path, Size size);

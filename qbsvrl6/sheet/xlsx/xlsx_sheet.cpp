@@ -3,6 +3,7 @@
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "qbsvrl6/sheet/text/css.h"
@@ -15,13 +16,28 @@ namespace {
 
 constexpr std::size_t kBufferBytes = 64 * 1024;
 
-// "A" ... "Z", "AA" ...
-std::string columnName(int column) {
-    std::string name;
-    for (int rest = column; rest >= 0; rest = rest / 26 - 1)
-        name.insert(0, 1, static_cast<char>('A' + rest % 26));
-    return name;
+// "SUM(B2:B9)", "SUBTOTAL(9,B2:B9)"
+void appendFormula(std::string& out, const SheetFormula& formula) {
+    struct Name {
+        std::string_view plain, subtotal;
+    };
+    constexpr std::array<Name, 5> kNames = {{{"SUM(", "SUBTOTAL(9,"},
+                                             {"AVERAGE(", "SUBTOTAL(1,"},
+                                             {"COUNT(", "SUBTOTAL(2,"},
+                                             {"MIN(", "SUBTOTAL(5,"},
+                                             {"MAX(", "SUBTOTAL(4,"}}};
+    const Name& name = kNames[static_cast<std::size_t>(formula.function)];
+    const std::string column = columnName(formula.column);
+    out += formula.isSubtotal ? name.subtotal : name.plain;
+    out += column;
+    appendXmlNumber(out, formula.firstRow + 1);
+    out += ':';
+    out += column;
+    appendXmlNumber(out, formula.lastRow + 1);
+    out += ')';
 }
+
+std::string chartRelation(std::size_t chart) { return "rIdChart" + std::to_string(chart); }
 
 // Rounded up to quarters of a point, so that no text is cut off.
 double rowHeight(Micrometres height) {
@@ -42,8 +58,9 @@ XlsxSheet::XlsxSheet() {
     xml_.resume("worksheet").resume("sheetData");
 }
 
-void XlsxSheet::beginRow(Micrometres height) {
+void XlsxSheet::beginRow(Micrometres height, int outline) {
     xml_.open("row").attribute("ht", rowHeight(height)).attribute("customHeight", 1);
+    if (outline > 0) xml_.attribute("outlineLevel", outline);
     nextColumn_ = 0;
 }
 
@@ -73,7 +90,13 @@ void XlsxSheet::addValue(int column, int style, const SheetValue& value) {
             out += "\"/>"sv;
             break;
         case SheetValue::Kind::Number:
-            out += "\"><v>"sv;
+            if (value.formula) {
+                out += "\"><f>"sv;
+                appendFormula(out, *value.formula);
+                out += "</f><v>"sv;
+            } else {
+                out += "\"><v>"sv;
+            }
             appendXmlNumber(out, value.number);
             out += "</v></c>"sv;
             break;
@@ -138,41 +161,85 @@ bool XlsxSheet::link(int column, int columnSpan, int rowSpan, std::u16string_vie
     return true;
 }
 
+void XlsxSheet::addChart(const Overlay& overlay, std::size_t number) {
+    charts_.push_back(number);
+    add(overlay, chartRelation(number));
+}
+
 void XlsxSheet::breakPage() {
     if (rows_ > 0 && (breaks_.empty() || breaks_.back() != rows_)) breaks_.push_back(rows_);
 }
 
-std::string XlsxSheet::head(const PrintSetup& print) const {
+std::string XlsxSheet::head(const PrintSetup& print, const SheetFeatures& features) const {
     std::string part;
     XmlWriter xml(part);
     xml.declare().open("worksheet").attribute("xmlns", kSpreadsheetNamespace);
     xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
-    // Manual page breaks apply only if the sheet isn't fitted to pages.
-    if (!print.paged) xml.open("sheetPr").open("pageSetUpPr").attribute("fitToPage", 1).close().close();
+    writeProperties(xml, print, features);
     const auto lastRow = static_cast<int>(std::max<std::int64_t>(rows_, 1));
     const std::string last = columnName(std::max(columns_ - 1, 0)) + std::to_string(lastRow);
     xml.open("dimension").attribute("ref", "A1", last == "A1" ? "" : ":" + last).close();
-    xml.open("sheetViews").open("sheetView").attribute("workbookViewId", 0);
-    if (print.isFirstSheet) xml.attribute("tabSelected", 1);
-    if (frozenRows_ > 0) {
-        xml.open("pane").attribute("ySplit", frozenRows_).attribute("topLeftCell", "A", frozenRows_ + 1);
-        xml.attribute("activePane", "bottomLeft").attribute("state", "frozen").close();
-        xml.open("selection").attribute("pane", "bottomLeft").close();
-    }
-    xml.close().close().open("sheetFormatPr").attribute("defaultRowHeight", "12.75").close().open("cols");
-    const std::vector<int> pixels = print.columnPixels();
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        xml.open("col").attribute("min", i + 1).attribute("max", i + 1);
-        xml.attribute("width", Rounded{1.0 * pixels[i] / kPixelsPerDigit})
-            .attribute("customWidth", 1)
-            .close();
-    }
-    xml.close().lineEnd().open("sheetData").lineEnd();
+    writeView(xml, print, features);
+    writeColumns(xml, print, features);
+    xml.open("sheetData").lineEnd();
     return part;
 }
 
-void XlsxSheet::writeTail(const PrintSetup& print) {
+// Manual page breaks apply only if the sheet isn't fitted to pages.
+void XlsxSheet::writeProperties(XmlWriter& xml, const PrintSetup& print,
+                                const SheetFeatures& features) const {
+    const bool hasOutline = features.hasSummariesAbove || features.hasSummariesAtLeft;
+    if (print.paged && !hasOutline) return;
+    xml.open("sheetPr");
+    if (hasOutline) {
+        xml.open("outlinePr");
+        if (features.hasSummariesAbove) xml.attribute("summaryBelow", 0);
+        if (features.hasSummariesAtLeft) xml.attribute("summaryRight", 0);
+        xml.close();
+    }
+    if (!print.paged) xml.open("pageSetUpPr").attribute("fitToPage", 1).close();
+    xml.close();
+}
+
+void XlsxSheet::writeView(XmlWriter& xml, const PrintSetup& print, const SheetFeatures& features) const {
+    xml.open("sheetViews").open("sheetView").attribute("workbookViewId", 0);
+    if (print.isFirstSheet) xml.attribute("tabSelected", 1);
+    const int columns = features.frozenColumns;
+    if (frozenRows_ > 0 || columns > 0) {
+        const std::string_view active = columns == 0      ? "bottomLeft"
+                                        : frozenRows_ > 0 ? "bottomRight"
+                                                          : "topRight";
+        xml.open("pane");
+        if (columns > 0) xml.attribute("xSplit", columns);
+        if (frozenRows_ > 0) xml.attribute("ySplit", frozenRows_);
+        xml.attribute("topLeftCell", columnName(columns), frozenRows_ + 1);
+        xml.attribute("activePane", active).attribute("state", "frozen").close();
+        xml.open("selection").attribute("pane", active).close();
+    }
+    xml.close().close();
+}
+
+void XlsxSheet::writeColumns(XmlWriter& xml, const PrintSetup& print, const SheetFeatures& features) {
+    const std::vector<int>& outlines = features.columnOutlines;
+    const int greatest = outlines.empty() ? 0 : *std::max_element(outlines.begin(), outlines.end());
+    xml.open("sheetFormatPr").attribute("defaultRowHeight", "12.75");
+    if (features.rowOutlines > 0) xml.attribute("outlineLevelRow", features.rowOutlines);
+    if (greatest > 0) xml.attribute("outlineLevelCol", greatest);
+    xml.close().open("cols");
+    const std::vector<int> pixels = print.columnPixels();
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        xml.open("col").attribute("min", i + 1).attribute("max", i + 1);
+        xml.attribute("width", Rounded{1.0 * pixels[i] / kPixelsPerDigit}).attribute("customWidth", 1);
+        if (i < outlines.size() && outlines[i] > 0) xml.attribute("outlineLevel", outlines[i]);
+        xml.close();
+    }
+    xml.close().lineEnd();
+}
+
+void XlsxSheet::writeTail(const PrintSetup& print, const SheetFeatures& features) {
     xml_.close().lineEnd();
+    if (features.filter)
+        xml_.open("autoFilter").attribute("ref", areaName(*features.filter, "")).close().lineEnd();
     if (mergeCount_ > 0) {
         xml_.open("mergeCells").attribute("count", mergeCount_).content() += merges_;
         xml_.close().lineEnd();
@@ -229,18 +296,22 @@ void XlsxSheet::writePageSetup(const PrintSetup& print) {
     xml_.close().lineEnd();
 }
 
-void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print,
+void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print, const SheetFeatures& features,
                         const PackageRelations& pictures) {
-    writeTail(print);
+    writeTail(print, features);
     flush();
     DeflateStream first;
-    first.append(head(print));
+    first.append(head(print, features));
     const std::string name = std::to_string(number);
     zip.add("xl/worksheets/sheet" + name + ".xml", std::move(first), std::move(body_));
     if (hasDrawing()) {
         relations_.add("rIdDrawing", "drawing", "../drawings/drawing" + name + ".xml");
         zip.add("xl/drawings/drawing" + name + ".xml", drawing_.xml());
-        zip.add("xl/drawings/_rels/drawing" + name + ".xml.rels", pictures.xml());
+        PackageRelations relations = pictures;
+        for (const std::size_t chart : charts_) {
+            relations.add(chartRelation(chart), "chart", "../charts/chart" + std::to_string(chart) + ".xml");
+        }
+        zip.add("xl/drawings/_rels/drawing" + name + ".xml.rels", relations.xml());
     }
     if (!relations_.isEmpty()) {
         zip.add("xl/worksheets/_rels/sheet" + name + ".xml.rels", relations_.xml());

@@ -9,6 +9,7 @@
 #include "qbsvrl6/sheet/package/zip.h"
 #include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
+#include "qbsvrl6/sheet/workbook/workbook_sink.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_drawing.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
 
@@ -28,7 +29,7 @@ public:
     XlsxSheet& operator=(const XlsxSheet&) = delete;
 
     // The cells of a row are added between beginRow and endRow, from left to right.
-    void beginRow(Micrometres height);
+    void beginRow(Micrometres height, int outline);
     void addBlank(int column, int style);
     void addValue(int column, int style, const SheetValue& value);
     void addShared(int column, int style, std::size_t sharedText);
@@ -42,12 +43,15 @@ public:
     bool link(int column, int columnSpan, int rowSpan, std::u16string_view address);
     void breakPage();
     void add(const Overlay& overlay, std::string_view relation) { drawing_.add(overlay, rows_, relation); }
+    // A native chart; `number` is that of its part.
+    void addChart(const Overlay& overlay, std::size_t number);
 
     void freezeAbove(std::int64_t row) { frozenRows_ = row; }
 
     // Writes the sheet, its relations and its drawing to the archive. `number` is the sheet's, from 1;
     // `pictures` are the relations of the drawing.
-    void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const PackageRelations& pictures);
+    void writeTo(ZipWriter& zip, int number, const PrintSetup& print, const SheetFeatures& features,
+                 const PackageRelations& pictures);
     bool hasDrawing() const { return !drawing_.isEmpty(); }
 
 private:
@@ -55,8 +59,11 @@ private:
     // "A1", or "A1:B2", from the current row down.
     std::string rangeName(int column, int columnSpan, int rowSpan) const;
     void flush();
-    std::string head(const PrintSetup& print) const;
-    void writeTail(const PrintSetup& print);
+    std::string head(const PrintSetup& print, const SheetFeatures& features) const;
+    void writeProperties(XmlWriter& xml, const PrintSetup& print, const SheetFeatures& features) const;
+    void writeView(XmlWriter& xml, const PrintSetup& print, const SheetFeatures& features) const;
+    static void writeColumns(XmlWriter& xml, const PrintSetup& print, const SheetFeatures& features);
+    void writeTail(const PrintSetup& print, const SheetFeatures& features);
     void writePageSetup(const PrintSetup& print);
 
     DeflateStream body_;
@@ -73,6 +80,7 @@ private:
     PackageRelations relations_;
     std::vector<std::int64_t> breaks_;
     XlsxDrawing drawing_;
+    std::vector<std::size_t> charts_;  // their numbers
 };
 
 }  // namespace qbsvrl6

@@ -2,10 +2,12 @@
 // settled at the end (the page count) and pictures are in separate parts, which are built after the rows.
 #include <deque>
 #include <map>
+#include <memory>
 #include <utility>
 
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/workbook/workbook_sink.h"
+#include "qbsvrl6/sheet/xlsx/xlsx_chart.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_styles.h"
 
@@ -24,12 +26,13 @@ public:
 
 private:
     static constexpr int kMaxStyles = 64'000;
+    static constexpr std::string_view kFilter = "_xlnm._FilterDatabase";
 
     XlsxSheet& sheet() { return sheets_.back(); }
 
     void beginSheet() override { sheets_.emplace_back(); }
     std::int64_t rowCount() const override { return sheets_.back().rowCount(); }
-    void beginRow(Micrometres height) override { sheet().beginRow(height); }
+    void beginRow(Micrometres height, int outline) override { sheet().beginRow(height, outline); }
     void addBlank(int column, int style) override { sheet().addBlank(column, style + 1); }
     void addValue(int column, int style, const SheetValue& value) override {
         sheet().addValue(column, style + 1, value);
@@ -54,9 +57,23 @@ private:
             pictures_.try_emplace(item->picture->id, item->picture);
             relation = "rId" + std::to_string(item->picture->id);
         } else if (const auto* drawing = std::get_if<DrawingItem>(&overlay.item->content)) {
+            if (isNative(*drawing)) {
+                charts_.push_back(numbers_->add(*drawing->chart, overlay.item->style));
+                chartBytes_ += charts_.back().size();
+                return sheet().addChart(overlay, charts_.size());
+            }
             if (drawing->drawing == nullptr) return;
         }
         sheet().add(overlay, relation);
+    }
+
+    // Further charts of a document that has very many are drawn.
+    bool isNative(const DrawingItem& drawing) {
+        constexpr std::size_t kMostBytes = 64u << 20;
+        const bool isAsked = options().workbook.charts == WorkbookCharts::Native;
+        if (!isAsked || drawing.chart == nullptr || chartBytes_ > kMostBytes) return false;
+        if (!numbers_) numbers_ = std::make_unique<XlsxChartNumbers>();
+        return numbers_->canHold(*drawing.chart);
     }
 
     void close(PendingTexts& pending) override {
@@ -74,11 +91,27 @@ private:
             pictures.add("rId" + std::to_string(id), "image", "../media/" + mediaName(*picture));
         }
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
-            sheets_[i].writeTo(zip, static_cast<int>(i) + 1, printSetup(i == 0), pictures);
+            sheets_[i].writeTo(zip, static_cast<int>(i) + 1, printSetup(i == 0), featuresOf(i), pictures);
         }
+        writeCharts(zip);
         zip.finish();
         reportLosses();
     }
+
+    void writeCharts(ZipWriter& zip) {
+        if (charts_.empty()) return;
+        constexpr Micrometres kColumn = 25'000;
+        PrintSetup print;
+        print.page = options().page;
+        print.columnWidths.assign(static_cast<std::size_t>(numbers_->columnCount()), kColumn);
+        numbers_->sheet().writeTo(zip, static_cast<int>(sheets_.size()) + 1, print, {}, {});
+        for (std::size_t i = 0; i < charts_.size(); ++i) {
+            zip.add("xl/charts/chart" + std::to_string(i + 1) + ".xml", charts_[i]);
+        }
+    }
+
+    // With that of the numbers of charts, which is the last one.
+    std::size_t allSheets() const { return sheets_.size() + (charts_.empty() ? 0 : 1); }
 
     static std::string mediaName(const Picture& picture) {
         return "image" + std::to_string(picture.id) +
@@ -108,12 +141,15 @@ private:
         add("/xl/workbook.xml", "officedocument.spreadsheetml.sheet.main");
         add("/xl/styles.xml", "officedocument.spreadsheetml.styles");
         if (!pending_.isEmpty()) add("/xl/sharedStrings.xml", "officedocument.spreadsheetml.sharedStrings");
-        for (std::size_t i = 1; i <= sheets_.size(); ++i) {
+        for (std::size_t i = 1; i <= allSheets(); ++i) {
             const std::string number = std::to_string(i) + ".xml";
             add("/xl/worksheets/sheet" + number, "officedocument.spreadsheetml.worksheet");
-            if (sheets_[i - 1].hasDrawing()) {
+            if (i <= sheets_.size() && sheets_[i - 1].hasDrawing()) {
                 add("/xl/drawings/drawing" + number, "officedocument.drawing");
             }
+        }
+        for (std::size_t i = 1; i <= charts_.size(); ++i) {
+            add("/xl/charts/chart" + std::to_string(i) + ".xml", "officedocument.drawingml.chart");
         }
         xml.close().lineEnd();
         return part;
@@ -131,7 +167,7 @@ private:
         PackageRelations relations;
         relations.add("rIdStyles", "styles", "styles.xml");
         if (!pending_.isEmpty()) relations.add("rIdTexts", "sharedStrings", "sharedStrings.xml");
-        for (std::size_t i = 1; i <= sheets_.size(); ++i) {
+        for (std::size_t i = 1; i <= allSheets(); ++i) {
             const std::string number = std::to_string(i);
             relations.add("rId" + number, "worksheet", "worksheets/sheet" + number + ".xml");
         }
@@ -163,29 +199,41 @@ private:
         xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
         xml.open("bookViews").open("workbookView").close().close().lineEnd();
         xml.open("sheets");
-        const std::vector<std::u16string> names = sheetNames();
-        for (std::size_t i = 1; i <= sheets_.size(); ++i) {
-            xml.open("sheet").attribute("name", names[i - 1]);
-            xml.attribute("sheetId", i).attribute("r:id", "rId", i).close();
+        const std::u16string_view ofNumbers = charts_.empty() ? u"" : XlsxChartNumbers::kName;
+        const std::vector<std::u16string> names = sheetNames(ofNumbers);
+        for (std::size_t i = 1; i <= allSheets(); ++i) {
+            const bool hasNumbers = i > names.size();
+            xml.open("sheet").attribute("name", hasNumbers ? ofNumbers : names[i - 1]);
+            xml.attribute("sheetId", i);
+            if (hasNumbers && options().workbook.hideChartNumbers) xml.attribute("state", "hidden");
+            xml.attribute("r:id", "rId", i).close();
         }
         xml.close().lineEnd();
-        writePrintTitles(xml, names);
+        writeDefinedNames(xml, names);
         xml.close().lineEnd();
         return part;
     }
 
-    // Printed pages contain their titles.
-    void writePrintTitles(XmlWriter& xml, const std::vector<std::u16string>& names) const {
-        if (options().paged) return;
+    // The titles that are printed on each page, what is printed, and what the filters cover. Printed pages
+    // contain their titles.
+    void writeDefinedNames(XmlWriter& xml, const std::vector<std::u16string>& names) const {
         const std::vector<TitleRows> titles = this->titles();
         bool any = false;
-        for (std::size_t i = 0; i < titles.size(); ++i) {
-            if (titles[i].last < titles[i].first) continue;
+        const auto define = [&](std::size_t sheet, std::string_view name, const std::string& area) {
             if (!std::exchange(any, true)) xml.open("definedNames");
             std::u16string quoted;
-            for (const char16_t c : names[i]) quoted.append(c == u'\'' ? 2 : 1, c);
-            xml.open("definedName").attribute("name", "_xlnm.Print_Titles").attribute("localSheetId", i);
-            xml.text("'", quoted, "'!$", titles[i].first + 1, ":$", titles[i].last + 1).close();
+            for (const char16_t c : names[sheet]) quoted.append(c == u'\'' ? 2 : 1, c);
+            xml.open("definedName").attribute("name", name).attribute("localSheetId", sheet);
+            if (name == kFilter) xml.attribute("hidden", 1);
+            xml.text("'", quoted, "'!", area).close();
+        };
+        for (std::size_t i = 0; i < titles.size(); ++i) {
+            const SheetFeatures features = featuresOf(i);
+            if (features.filter) define(i, kFilter, areaName(*features.filter, "$"));
+            if (features.printArea) define(i, "_xlnm.Print_Area", areaName(*features.printArea, "$"));
+            if (options().paged || titles[i].last < titles[i].first) continue;
+            define(i, "_xlnm.Print_Titles",
+                   '$' + std::to_string(titles[i].first + 1) + ":$" + std::to_string(titles[i].last + 1));
         }
         if (any) xml.close().lineEnd();
     }
@@ -209,6 +257,9 @@ private:
     std::deque<XlsxSheet> sheets_;
     std::map<std::uint64_t, std::shared_ptr<const Picture>> pictures_;
     PendingItems pending_;
+    std::unique_ptr<XlsxChartNumbers> numbers_;  // of the native charts; null: no chart yet
+    std::vector<std::string> charts_;            // their parts
+    std::size_t chartBytes_ = 0;
 };
 
 }  // namespace

@@ -25,10 +25,31 @@ def line_of(side):
     return side.style[0] if side is not None and side.style else "-"
 
 
+def features(sheet):
+    """What only some workbooks have."""
+    if sheet.auto_filter.ref:
+        print("filter", sheet.auto_filter.ref)
+    if sheet.print_area:
+        print("print area", sheet.print_area)
+    rows = {row: dimension.outlineLevel for row, dimension in sheet.row_dimensions.items() if dimension.outlineLevel}
+    columns = {name: dimension.outlineLevel for name, dimension in sheet.column_dimensions.items() if dimension.outlineLevel}
+    if rows or columns:
+        outline = sheet.sheet_properties.outlinePr
+        print("outline", rows, columns, outline is None or outline.summaryBelow, outline is None or outline.summaryRight)
+    for chart in sheet._charts:
+        print("chart", type(chart).__name__, chart.title and ascii(chart.title.tx.rich.p[0].r[0].t),
+              chart.y_axis.numFmt.formatCode if hasattr(chart, "y_axis") else "", "legend" if chart.legend else "")
+        for series in chart.series:
+            numbers = [part.numRef for part in (series.xVal, series.yVal, series.val, series.bubbleSize) if part is not None]
+            print("series", series.tx and series.tx.strRef.f, series.cat and series.cat.strRef.f,
+                  [(part.f, part.numCache.formatCode, [point.v for point in part.numCache.pt]) for part in numbers])
+
+
 def read_xlsx(path):
     import openpyxl
 
     book = openpyxl.load_workbook(path)
+    values = openpyxl.load_workbook(path, data_only=True)
     print("title", book.properties.title)
     # The reader makes a link of several cells one of each.
     with zipfile.ZipFile(path) as package:
@@ -38,7 +59,8 @@ def read_xlsx(path):
                           re.findall(r'<hyperlink ref="([^"]*)" r:id="([^"]*)"', "".join(parts.values()))))
     print("lines", "".join(parts.values()).count("<xdr:cxnSp>"))
     for sheet in book.worksheets:
-        print("sheet", sheet.title, "freeze", sheet.freeze_panes, "titles", sheet.print_title_rows)
+        hidden = ["hidden"] if sheet.sheet_state != "visible" else []
+        print("sheet", *hidden, sheet.title, "freeze", sheet.freeze_panes, "titles", sheet.print_title_rows)
         print("page", sheet.page_setup.paperSize, sheet.page_setup.orientation, sheet.page_setup.scale,
               "fit", bool(sheet.sheet_properties.pageSetUpPr.fitToPage), "left %.3f" % sheet.page_margins.left)
         print("breaks", [b.id for b in sheet.row_breaks.brk])
@@ -47,6 +69,7 @@ def read_xlsx(path):
             print("printed", *(ascii(code and html.unescape(code[1])) for code in printed))
         print("widths", ["%.2f" % sheet.column_dimensions[c].width for c in sorted(sheet.column_dimensions)])
         print("merged", sorted(str(r) for r in sheet.merged_cells.ranges))
+        features(sheet)
         for image in sheet._images:
             start = image.anchor._from
             print("picture", start.col, start.colOff, start.row, start.rowOff, image.anchor.ext.width,
@@ -59,7 +82,8 @@ def read_xlsx(path):
                 fill = cell.fill.fgColor.rgb if cell.fill.fill_type == "solid" else "-"
                 color = cell.font.color.rgb if cell.font.color is not None else "-"
                 alignment = cell.alignment
-                print(cell.coordinate, cell.data_type, show(cell.value), cell.number_format, "|",
+                result = " is " + show(values[sheet.title][cell.coordinate].value) if cell.data_type == "f" else ""
+                print(cell.coordinate, cell.data_type, show(cell.value) + result, cell.number_format, "|",
                       cell.font.name, cell.font.sz, color, fill,
                       "".join(n for n, on in (("b", cell.font.b), ("i", cell.font.i), ("u", cell.font.u),
                                               ("w", alignment.wrap_text)) if on),
@@ -91,8 +115,9 @@ def read_xls(path):
     book = xlrd.open_workbook(path, formatting_info=True)
     lines = {0: "-", 1: "t", 2: "m", 5: "t", 7: "h"}  # thick and thin are one letter there too
     for index, sheet in enumerate(book.sheets()):
-        frozen = "A%d" % (sheet.horz_split_pos + 1) if sheet.panes_are_frozen else None
-        titles = [n for n in book.name_obj_list if n.builtin and n.name == "Print_Titles" and n.scope == index]
+        frozen = xlrd.cellname(sheet.horz_split_pos, sheet.vert_split_pos) if sheet.panes_are_frozen else None
+        titles, printed_areas = ([n for n in book.name_obj_list if n.builtin and n.name == name and n.scope == index]
+                         for name in ("Print_Titles", "Print_Area"))
         title_rows = "$%d:$%d" % (titles[0].area2d()[1] + 1, titles[0].area2d()[2]) if titles else None
         print("sheet", sheet.name, "freeze", frozen, "titles", title_rows)
         print("breaks", [b[0] for b in sheet.horizontal_page_breaks])
@@ -101,6 +126,13 @@ def read_xls(path):
             print("printed", *map(ascii, printed))
         print("widths", ["%.2f" % (sheet.colinfo_map[c].width / 256) for c in sorted(sheet.colinfo_map)])
         names = lambda r, c: xlrd.cellname(r, c)
+        for area in printed_areas:
+            top, bottom, left, right = area.area2d(clipped=False)[1:]
+            print("print area", names(top, left) + ":" + names(bottom - 1, right - 1))
+        rows = {r + 1: info.outline_level for r, info in sorted(sheet.rowinfo_map.items()) if info.outline_level}
+        columns = {c: info.outline_level for c, info in sorted(sheet.colinfo_map.items()) if info.outline_level}
+        if rows or columns:
+            print("outline", rows, columns)
         print("merged", sorted("%s:%s" % (names(r1, c1), names(r2 - 1, c2 - 1))
                                for r1, r2, c1, c2 in sheet.merged_cells))
         areas = [((n.frowx, n.fcolx), (n.lrowx, n.lcolx), (n.url_or_path or "#" + n.textmark)[:30]) for n in sheet.hyperlink_list]

@@ -1,4 +1,4 @@
-#include "qbsvrl6/chart/chart_style.h"
+#include "qbsvrl6/drawing/series_colors.h"
 
 #include <cmath>
 #include <iterator>
