@@ -121,7 +121,7 @@ void StructureElements::recycle(std::unique_ptr<StructureElement> element) {
     if (spare_.size() >= kMostSpare) return;
     element->page = element->kidCount = element->columns = element->lastPosition = 0;
     element->rows = 1;
-    element->scope = {};
+    element->scope = "";
     element->covered.clear();
     element->lastFound = 0;
     element->isEnded = element->hasEnded = false;

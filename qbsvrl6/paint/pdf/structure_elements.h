@@ -45,7 +45,7 @@ struct StructureElement {
     // Of a cell.
     int lastPosition = 0;  // its last column. Its first one is its key
     int rows = 1;
-    std::string_view scope;  // of a head: "/Scope/Row"
+    std::string_view scope = "";  // of a head: "/Scope/Row"
 
     void addContent(int content, int ofPage);
     // An annotation of the page.
