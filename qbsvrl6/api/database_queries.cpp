@@ -15,14 +15,11 @@ namespace qbsvrl6 {
 namespace {
 
 const Parameter* declaredParameter(const ReportDefinition& report, std::u16string_view name) {
-    const auto find = [name](const std::vector<Parameter>& parameters) {
-        const auto found = std::find_if(
-            parameters.begin(), parameters.end(),
-            [&](const Parameter& parameter) { return equalsIgnoringCase(parameter.name, name); });
-        return found == parameters.end() ? nullptr : &*found;
-    };
-    const Parameter* const own = find(report.parameters);
-    return own != nullptr || !report.inherited ? own : find(report.inherited->parameters);
+    const auto found =
+        std::find_if(report.parameters.begin(), report.parameters.end(),
+                     [&](const Parameter& parameter) { return equalsIgnoringCase(parameter.name, name); });
+    if (found != report.parameters.end()) return &*found;
+    return report.inherited ? report.inherited->parameter(name) : nullptr;
 }
 
 const DataParameter* givenParameter(const ParameterSources& sources, std::u16string_view name) {

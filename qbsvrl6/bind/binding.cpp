@@ -131,10 +131,6 @@ Binding::Declared::Declared(const ReportDefinition& report, const ReportDefiniti
     for (const Parameter& parameter : report.parameters) {
         parameters.emplace(lowerCase(parameter.name), &parameter);
     }
-    if (report.inherited) {
-        for (const Parameter& parameter : report.inherited->parameters)
-            inherited.emplace(lowerCase(parameter.name), &parameter);
-    }
     for (const DeclaredReturn& declared : declaredReturns(returning)) {
         returns.emplace(lowerCase(declared.value().name), declared);
     }
@@ -152,15 +148,12 @@ std::optional<std::size_t> Binding::findParameter(std::u16string_view name) {
     std::u16string key = lowerCase(name);
     const auto known = parameterIndex_.find(key);
     if (known != parameterIndex_.end()) return known->second;
-    const auto find = [&key](const auto& parameters) {
-        const auto found = parameters.find(key);
-        return found == parameters.end() ? nullptr : found->second;
-    };
-    const Parameter* own = find(declared_->parameters);
+    const auto declared = declared_->parameters.find(key);
+    const Parameter* own = declared == declared_->parameters.end() ? nullptr : declared->second;
     const DataParameter* read = sources_.set == nullptr ? nullptr : sources_.set->parameter(name);
     if (read == nullptr && sources_.data != nullptr) read = sources_.data->parameter(name);
     if (own == nullptr) {
-        own = find(declared_->inherited);
+        own = report_.inherited ? report_.inherited->parameter(key) : nullptr;
         if (read == nullptr && sources_.outer != nullptr) read = sources_.outer->parameter(name);
     }
     if (own == nullptr && read == nullptr) return std::nullopt;

@@ -146,7 +146,7 @@ private:
     struct Declared {
         Declared(const ReportDefinition& report, const ReportDefinition& returning);
         std::unordered_map<std::u16string, const Field*> fields;
-        std::unordered_map<std::u16string, const Parameter*> parameters, inherited;
+        std::unordered_map<std::u16string, const Parameter*> parameters;
         std::map<std::u16string, DeclaredReturn> returns;  // the first of each name
     };
 

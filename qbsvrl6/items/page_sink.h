@@ -2,6 +2,8 @@
 #ifndef QBSVR_QBSVRL6_ITEMS_PAGE_SINK_H
 #define QBSVR_QBSVRL6_ITEMS_PAGE_SINK_H
 
+#include <memory>
+
 #include "qbsvrl6/items/band.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/units.h"
@@ -14,6 +16,8 @@ struct PageInfo {
     Edges margins;
     int shownNumber = 1;             // that the page shows: groups may restart it
     std::u16string_view sheet = {};  // of a workbook, that the page begins; empty: none
+    int paperKind = 0;               // 0: the paper of the report; otherwise the number of another one
+    std::shared_ptr<const Picture> background = {};  // in place of that of the document; null: that one
 };
 
 // Settles pending items when the whole report has been laid out.

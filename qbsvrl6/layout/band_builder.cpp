@@ -211,7 +211,7 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
     draft.band.kind = kind;
     draft.band.structure = entry;
     draft.band.background = section.section->background;
-    draft.band.width = instance_.plan.width;
+    draft.band.width = section.width;
     draft.band.height =
         arrange(*section.section, slice == nullptr ? section.height : slice->height, unplacedItems_);
     draft.mayBreak = !section.section->keepTogether;

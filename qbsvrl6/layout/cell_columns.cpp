@@ -90,7 +90,8 @@ private:
 struct Place {
     std::int64_t left = 0;
     Micrometres width = 0;
-    int depth = 0;  // of sub-reports
+    int depth = 0;          // of sub-reports
+    Micrometres paper = 0;  // its width
 };
 
 GridGeometry geometryOf(const ReportDefinition& report, const LayoutOptions& options, const Place& place,
@@ -167,9 +168,9 @@ struct NamedColumns {
 
 class Collector {
 public:
-    Collector(const LayoutOptions& options, Micrometres paperWidth, CellColumns columns, EdgeCollector& edges,
+    Collector(const LayoutOptions& options, CellColumns columns, EdgeCollector& edges,
               const ShownGrids& grids)
-        : options_(options), paperWidth_(paperWidth), columns_(columns), edges_(edges), grids_(grids) {}
+        : options_(options), columns_(columns), edges_(edges), grids_(grids) {}
 
     void addColumns(const ReportDefinition& report, const Place& place) {
         if (!report.grid || report.grid->labels) return;
@@ -188,11 +189,19 @@ public:
     void addControls(const ReportDefinition& report, const Place& place) {
         addGridControls(report, place);
         if (place.depth == 0 && options_.onlyDetailGrid) return;
-        for (const SectionPtr& section : report.reportHeaders) addSection(section, place);
-        for (const SectionPtr& section : report.reportFooters) addSection(section, place);
+        for (const auto* const sections : {&report.reportHeaders, &report.reportFooters}) {
+            for (const SectionPtr& section : *sections) {
+                if (section) addSection(section, placeOnPaper(report, section->page, place));
+            }
+        }
         if (place.depth > 0 || !options_.pageHeadersAndFooters) return;
         addSection(report.pageHeader, place);
         addSection(report.pageFooter, place);
+        if (!options_.paged) return;
+        for (const NamedPage& page : report.namedPages) {
+            addSection(page.header, placeOnPaper(report, page.name, place));
+            addSection(page.footer, placeOnPaper(report, page.name, place));
+        }
     }
 
 private:
@@ -209,6 +218,16 @@ private:
             boxes[i] = {std::int64_t{geometry.x} + moved[i].newX, moved[i].newWidth, true};
         }
         return boxes;
+    }
+
+    // Of a section that names other paper.
+    Place placeOnPaper(const ReportDefinition& report, const std::u16string& name, const Place& place) const {
+        if (name.empty() || place.depth > 0 || !options_.paged) return place;
+        const auto found = std::find_if(report.namedPages.begin(), report.namedPages.end(),
+                                        [&name](const NamedPage& page) { return page.name == name; });
+        if (found == report.namedPages.end()) return place;
+        return {found->setup.margins.left, printableWidth(found->setup), place.depth,
+                found->setup.paper.width};
     }
 
     // The left edge of each of the page's columns of detail.
@@ -250,10 +269,11 @@ private:
         for (const std::int64_t left : placesOf(report, place)) {
             for (std::size_t i = 0; i < boxes.size(); ++i) {
                 if (!boxes[i].visible) continue;
-                addSubReport(columns[i].column->content, {left + boxes[i].x, boxes[i].width, place.depth});
+                addSubReport(columns[i].column->content,
+                             {left + boxes[i].x, boxes[i].width, place.depth, place.paper});
             }
             const auto addGroupSection = [&](const SectionPtr& section) {
-                addSection(section, {left + gridX, place.width, place.depth},
+                addSection(section, {left + gridX, place.width, place.depth, place.paper},
                            {&names, &boxes, left, columnsShow});
             };
             addGroupSection(grid.header);
@@ -269,7 +289,8 @@ private:
     void addLabels(const Labels& labels, const Place& place) {
         const std::int64_t step = labelStep(labels);
         for (int i = 0; i < labelColumns(labels, place.width); ++i) {
-            addControls(labels.label.controls, {place.left + i * step, labels.width, place.depth}, {});
+            addControls(labels.label.controls,
+                        {place.left + i * step, labels.width, place.depth, place.paper}, {});
         }
     }
 
@@ -285,7 +306,8 @@ private:
             // If the grid shows no rows, the columns that controls name count as free controls.
             if (!named || !columns.show) edges_.addFreeBox(span.left, span.width);
             if (!named)
-                addSubReport(*control, {span.left, static_cast<Micrometres>(span.width), place.depth});
+                addSubReport(*control,
+                             {span.left, static_cast<Micrometres>(span.width), place.depth, place.paper});
             if (hasCell(*control)) {
                 cells.push_back({EdgeCollector::onDrawing(span.left),
                                  EdgeCollector::onDrawing(span.left + span.width), control->box.y,
@@ -297,7 +319,7 @@ private:
 
     Extent freeSpan(const Control& control, const Place& place) const {
         const Extent span{place.left + control.box.x, control.box.width};
-        return options_.paged ? extentOnPaper(control, span, paperWidth_) : span;
+        return options_.paged ? extentOnPaper(control, span, place.paper) : span;
     }
 
     // Pictures and drawings overlay the cells of workbooks; in records they have cells.
@@ -322,7 +344,6 @@ private:
     }
 
     const LayoutOptions& options_;
-    const Micrometres paperWidth_;
     CellColumns columns_;
     EdgeCollector& edges_;
     const ShownGrids& grids_;
@@ -330,7 +351,7 @@ private:
 
 Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
     return {report.page.margins.left, options.paged ? detailWidth(report.page) : printableWidth(report.page),
-            0};
+            0, report.page.paper.width};
 }
 
 }  // namespace
@@ -338,7 +359,7 @@ Place placeOf(const ReportDefinition& report, const LayoutOptions& options) {
 std::vector<Micrometres> columnEdges(const ReportDefinition& report, const LayoutOptions& options,
                                      CellColumns columns, const ShownGrids& grids) {
     EdgeCollector edges(columns);
-    Collector collector(options, report.page.paper.width, columns, edges, grids);
+    Collector collector(options, columns, edges, grids);
     const Place place = placeOf(report, options);
     collector.addColumns(report, place);
     edges.takeGridEdges();

@@ -22,6 +22,9 @@ public:
     // The next band starts a page, unless the page is still empty.
     virtual void startPage() {}
     virtual void startPageNumbers() {}  // and is page 1
+    virtual void startOn(PageSide) {}   // and has such a number, after a blank page if it needs one
+    // The next bands are on this paper of the plan, from a new page on if the current one is another.
+    virtual void usePaper(int) {}
     // Bands that are added before the matching `endKeep` stay on one page if possible.
     virtual std::uint64_t beginKeep() { return 0; }
     virtual void endKeep(std::uint64_t) {}
@@ -62,6 +65,7 @@ public:
 
     void add(BandDraft draft) override;
     void startPage() override { outer_.startPage(); }
+    void startOn(PageSide side) override { outer_.startOn(side); }
     std::uint64_t beginKeep() override { return outer_.beginKeep(); }
     void endKeep(std::uint64_t keep) override { outer_.endKeep(keep); }
 

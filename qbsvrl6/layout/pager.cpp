@@ -22,11 +22,12 @@ Pager::Pager(LayoutContext& context, const ReportInstance& instance, PageSink& s
     : context_(context),
       instance_(instance),
       sink_(sink),
-      setup_(instance.plan.report->page),
+      setup_(&instance.plan.report->page),
       builder_(context, instance) {
-    const std::int64_t width = std::int64_t{setup_.paper.width} - setup_.margins.left - setup_.margins.right;
+    const std::int64_t width =
+        std::int64_t{setup_->paper.width} - setup_->margins.left - setup_->margins.right;
     const std::int64_t height =
-        std::int64_t{setup_.paper.height} - setup_.margins.top - setup_.margins.bottom;
+        std::int64_t{setup_->paper.height} - setup_->margins.top - setup_->margins.bottom;
     if (width < kSmallestPage || height < kSmallestPage) {
         throw EngineError(ErrorCode::LimitExceeded, "the margins leave no room on the page");
     }
@@ -45,14 +46,20 @@ void Pager::endKeep(std::uint64_t keep) {
     std::erase_if(keeps_, [keep](const KeepTogether& open) { return open.id == keep; });
 }
 
-// A title without content below it moves to the new page.
-void Pager::beginAskedPage(const BandDraft& lead) {
+// Titles without content below them.
+std::vector<BandDraft> Pager::takeTitles() {
     std::vector<BandDraft> titles;
     while (hasContent() && fragment_.back().band.kind == BandKind::GridTitle) {
         used_ -= fragment_.back().band.height;
         titles.push_back(std::move(fragment_.back()));
         fragment_.pop_back();
     }
+    return titles;
+}
+
+// A title without content below it moves to the new page.
+void Pager::beginAskedPage(const BandDraft& lead) {
+    std::vector<BandDraft> titles = takeTitles();
     if (hasContent() || !placed_.empty()) {
         endFragment();
         closePage();
@@ -62,9 +69,24 @@ void Pager::beginAskedPage(const BandDraft& lead) {
     for (BandDraft& title : titles) append(std::move(title));
 }
 
+// The page is blank if the next one has the number that is asked for.
+void Pager::turnPage(const BandDraft& lead) {
+    const bool isOdd = numbers_.number % 2 == 1;
+    if (isOdd == (side_ == PageSide::Odd)) return;
+    std::vector<BandDraft> titles = takeTitles();
+    endFragment();
+    closePage();
+    openPage(firstRow(lead));
+    for (BandDraft& title : titles) append(std::move(title));
+}
+
 void Pager::add(BandDraft draft) {
+    if (pageOpen_ && wanted_ != opened_) startPage();
     if (std::exchange(startPending_, false)) beginAskedPage(draft);
+    leaveOtherPaper();
     if (!pageOpen_) openPage(firstRow(draft));
+    if (side_ != PageSide::Any) turnPage(draft);
+    side_ = PageSide::Any;
     draft.sequence = nextSequence_++;
     for (const KeepTogether& keep : keeps_) {
         if (keep.first < draft.sequence) draft.keeps.push_back(keep.first);
@@ -173,7 +195,7 @@ std::size_t Pager::chooseBreak(const BandDraft& draft) const {
 }
 
 void Pager::nextFragment(const BandDraft& lead) {
-    if (detailColumn_ < 0 || detailColumn_ + 1 >= detailColumns(setup_)) return nextPage(lead);
+    if (detailColumn_ < 0 || detailColumn_ + 1 >= detailColumns(*setup_)) return nextPage(lead);
     endFragment();
     ++detailColumn_;
     top_ = columnsTop_;
@@ -189,11 +211,11 @@ void Pager::nextPage(const BandDraft& lead) {
 
 void Pager::endFragment() {
     const Micrometres x =
-        detailColumn_ < 0 ? 0 : detailColumn_ * (detailWidth(setup_) + std::max(setup_.columnGap, 0));
+        detailColumn_ < 0 ? 0 : detailColumn_ * (detailWidth(*setup_) + std::max(setup_->columnGap, 0));
     Micrometres y = top_;
     for (BandDraft& draft : fragment_) {
         const Micrometres height = draft.band.height;
-        const Micrometres left = setup_.margins.left + x + draft.x;
+        const Micrometres left = setup_->margins.left + x + draft.x;
         placed_.push_back({std::move(draft), left, y});
         y += height;
     }
@@ -223,7 +245,7 @@ void Pager::addRepeats(const BandDraft& lead) {
 }
 
 void Pager::beginDetailColumns() {
-    if (detailColumns(setup_) == 1) return;
+    if (detailColumns(*setup_) == 1) return;
     if (std::exchange(startPending_, false)) {
         endFragment();
         closePage();
@@ -244,8 +266,16 @@ void Pager::endDetailColumns() {
     detailColumn_ = -1;
 }
 
+// Opens a page again that has no bands but titles.
+void Pager::leaveOtherPaper() {
+    if (!pageOpen_ || wanted_ == opened_) return;
+    pageOpen_ = false;
+    --pages_;
+    --numbers_.number;
+}
+
 Micrometres Pager::room() {
-    if (startPending_) return 0;
+    if (startPending_ || (pageOpen_ && wanted_ != opened_)) return 0;
     if (!pageOpen_) openPage(nextRow_);
     return std::max(left(), 0);
 }
@@ -256,6 +286,7 @@ Micrometres Pager::takePage() {
         endFragment();
         closePage();
     }
+    leaveOtherPaper();
     return room();
 }
 
@@ -273,11 +304,15 @@ void Pager::openPage(std::size_t row) {
     nextPageNumber();
     pageOpen_ = true;
     numbers_.rows = {row, row};
-    ReportPlan& plan = instance_.plan;
-    headerHeight_ = partHeight(plan.pageHeader, BandKind::PageHeader, numbers_);
-    footerHeight_ = partHeight(plan.pageFooter, BandKind::PageFooter, numbers_);
-    top_ = setup_.margins.top + headerHeight_;
-    bottom_ = setup_.paper.height - setup_.margins.bottom - footerHeight_;
+    opened_ = wanted_;
+    paper_ = paperOfPage();
+    const ReportPlan& plan = instance_.plan;
+    setup_ =
+        paper_ == kOwnPaper ? &plan.report->page : &plan.papers[static_cast<std::size_t>(paper_)].page->setup;
+    headerHeight_ = partHeight(headerOfPage(), BandKind::PageHeader, numbers_);
+    footerHeight_ = partHeight(footerOfPage(), BandKind::PageFooter, numbers_);
+    top_ = setup_->margins.top + headerHeight_;
+    bottom_ = setup_->paper.height - setup_->margins.bottom - footerHeight_;
     if (bottom_ - top_ < kSmallestPage) {
         throw EngineError(ErrorCode::LimitExceeded, "the page header and footer leave no room on the page");
     }
@@ -285,11 +320,43 @@ void Pager::openPage(std::size_t row) {
     if (detailColumn_ > 0) detailColumn_ = 0;
 }
 
+int Pager::paperOfPage() const {
+    if (wanted_ != kOwnPaper) return wanted_;
+    const ReportPlan& plan = instance_.plan;
+    if (pages_ == 1 && plan.firstPaper != kOwnPaper) return plan.firstPaper;
+    return numbers_.number % 2 == 0 ? plan.leftPaper : kOwnPaper;
+}
+
+std::optional<PlannedSection>& Pager::headerOfPage() {
+    ReportPlan& plan = instance_.plan;
+    if (paper_ == kOwnPaper) return plan.pageHeader;
+    std::optional<PlannedSection>& own = plan.papers[static_cast<std::size_t>(paper_)].header;
+    return own ? own : plan.pageHeader;
+}
+
+std::optional<PlannedSection>& Pager::footerOfPage() {
+    ReportPlan& plan = instance_.plan;
+    if (paper_ == kOwnPaper) return plan.pageFooter;
+    std::optional<PlannedSection>& own = plan.papers[static_cast<std::size_t>(paper_)].footer;
+    return own ? own : plan.pageFooter;
+}
+
+// Null: that of the document.
+std::shared_ptr<const Picture> Pager::backgroundOfPage() {
+    if (paper_ == kOwnPaper) return nullptr;
+    const Address& address = instance_.plan.papers[static_cast<std::size_t>(paper_)].page->background;
+    if (address.empty()) return nullptr;
+    Address start = address;
+    start.name.clear();
+    const TextPosition place = instance_.plan.report->placesOf(address.name, TextUse::Address).front();
+    return context_.pictures.find(address.name, start, {place});
+}
+
 // Headers and footers are laid out twice: before the page for their heights, and after it for the sink.
 Micrometres Pager::partHeight(std::optional<PlannedSection>& part, BandKind kind,
                               const PageNumbers& numbers) {
     const std::optional<BandDraft> draft = makePart(part, kind, numbers);
-    return draft ? std::min(draft->band.height, setup_.paper.height) : 0;
+    return draft ? std::min(draft->band.height, setup_->paper.height) : 0;
 }
 
 std::optional<BandDraft> Pager::makePart(std::optional<PlannedSection>& part, BandKind kind,
@@ -359,11 +426,12 @@ void Pager::emitPage(std::vector<Placed>& bands, const PageNumbers& numbers) {
     const auto first = std::find_if(bands.begin(), bands.end(),
                                     [](const Placed& placed) { return !placed.draft.band.sheet.empty(); });
     const std::u16string_view sheet = first == bands.end() ? std::u16string_view() : first->draft.band.sheet;
-    sink_.beginPage({pages_, setup_.paper, setup_.margins, numbers.number, sheet});
-    emitPart(instance_.plan.pageHeader, BandKind::PageHeader, setup_.margins.top, headerHeight_, numbers);
+    sink_.beginPage(
+        {pages_, setup_->paper, setup_->margins, numbers.number, sheet, paper_ + 1, backgroundOfPage()});
+    emitPart(headerOfPage(), BandKind::PageHeader, setup_->margins.top, headerHeight_, numbers);
     for (Placed& placed : bands) emitBand(std::move(placed.draft), placed.x, placed.y, numbers);
-    const Micrometres footerTop = setup_.paper.height - setup_.margins.bottom - footerHeight_;
-    emitPart(instance_.plan.pageFooter, BandKind::PageFooter, footerTop, footerHeight_, numbers);
+    const Micrometres footerTop = setup_->paper.height - setup_->margins.bottom - footerHeight_;
+    emitPart(footerOfPage(), BandKind::PageFooter, footerTop, footerHeight_, numbers);
     sink_.endPage();
 }
 
@@ -372,7 +440,7 @@ void Pager::emitPart(std::optional<PlannedSection>& part, BandKind kind, Microme
     std::optional<BandDraft> draft = makePart(part, kind, numbers);
     if (!draft) return;
     draft->band.height = height;
-    emitBand(std::move(*draft), setup_.margins.left, y, numbers);
+    emitBand(std::move(*draft), setup_->margins.left, y, numbers);
 }
 
 void Pager::emitBand(BandDraft draft, Micrometres x, Micrometres y, const PageNumbers& numbers) {

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -31,6 +32,8 @@ public:
     void add(BandDraft draft) override;
     void startPage() override;
     void startPageNumbers() override { restartPending_ = true; }
+    void startOn(PageSide side) override { side_ = side; }
+    void usePaper(int paper) override { wanted_ = paper; }
     std::uint64_t beginKeep() override;
     void endKeep(std::uint64_t keep) override;
     void beginDetailColumns() override;
@@ -55,6 +58,13 @@ private:
     };
 
     void beginAskedPage(const BandDraft& lead);
+    std::vector<BandDraft> takeTitles();
+    void turnPage(const BandDraft& lead);
+    void leaveOtherPaper();
+    int paperOfPage() const;
+    std::optional<PlannedSection>& headerOfPage();
+    std::optional<PlannedSection>& footerOfPage();
+    std::shared_ptr<const Picture> backgroundOfPage();
     void place(BandDraft draft);
     void append(BandDraft draft);
     bool hasOnlyHeadersAbove(const BandDraft& draft) const;
@@ -86,7 +96,7 @@ private:
     LayoutContext& context_;
     const ReportInstance& instance_;
     PageSink& sink_;
-    const PageSetup& setup_;
+    const PageSetup* setup_;  // of the current page
     BandBuilder builder_;
 
     // The fragment that is being filled. Its bands have no positions yet: they follow one another from
@@ -110,6 +120,11 @@ private:
     // Requests that take effect with the next band, so that no empty page results.
     bool startPending_ = false;
     bool restartPending_ = false;
+    PageSide side_ = PageSide::Any;  // of the next band
+
+    int wanted_ = kOwnPaper;  // paper of the next band
+    int opened_ = kOwnPaper;  // that was wanted for the current page
+    int paper_ = kOwnPaper;   // of the current page
 
     int detailColumn_ = -1;                           // the page's column of detail; -1: the whole width
     Micrometres columnsTop_ = 0, columnsBottom_ = 0;  // of the columns of detail on this page

@@ -32,7 +32,7 @@ class Planner {
 public:
     // `left` is where the report's sections begin on the paper.
     Planner(const ReportDefinition& report, const PlanSource& source, Micrometres left, int depth)
-        : report_(report), source_(source), left_(left), depth_(depth) {}
+        : report_(report), source_(source), page_(&source.page), left_(left), depth_(depth) {}
 
     // A sub-report is planned for a box of this width. It reads the outer report's data if it has none
     // itself. With `sectionRows`, its rows are from the table of the outer report.
@@ -48,6 +48,7 @@ public:
             report_, sectionRows == nullptr ? sourcesOf(report_, source_.data, outerData) : *sectionRows,
             passed);
         binding_ = plan_->binding.get();
+        width_ = width;
         const bool nested = depth_ > 0;
         const bool sections = nested || !source_.options.onlyDetailGrid;
         if (sections) {
@@ -59,6 +60,7 @@ public:
             if (report_.pageHeader) plan_->pageHeader = planSection(*report_.pageHeader, page);
             if (report_.pageFooter) plan_->pageFooter = planSection(*report_.pageFooter, page);
         }
+        if (!nested && source_.options.paged) planPapers();
         if (report_.grid) planGrid(passed);
         for (const ReturnSite& returning : plan_->binding->unconnectedReturns()) {
             const Rect box{0, 0, soundLength(returning.control->box.width), 0};
@@ -85,7 +87,58 @@ private:
     };
 
     void addSection(std::vector<PlannedSection>& sections, const SectionPtr& section) {
-        if (section) sections.push_back(planSection(*section, {left_}));
+        if (!section) return;
+        const int paper = paperNamed(section->page);
+        const PaperInUse inUse(*this, paper);
+        sections.push_back(planSection(*section, {left_}));
+        sections.back().paper = paper;
+    }
+
+    // While it exists, sections are planned for this paper.
+    class PaperInUse {
+    public:
+        PaperInUse(Planner& planner, int paper)
+            : planner_(planner), page_(planner.page_), left_(planner.left_), width_(planner.width_) {
+            if (paper == kOwnPaper) return;
+            planner.page_ = &planner.report_.namedPages[static_cast<std::size_t>(paper)].setup;
+            planner.left_ = soundOffset(planner.page_->margins.left);
+            planner.width_ = printableWidth(*planner.page_);
+        }
+        ~PaperInUse() {
+            planner_.page_ = page_;
+            planner_.left_ = left_;
+            planner_.width_ = width_;
+        }
+        PaperInUse(const PaperInUse&) = delete;
+        PaperInUse& operator=(const PaperInUse&) = delete;
+
+    private:
+        Planner& planner_;
+        const PageSetup* page_;
+        Micrometres left_, width_;
+    };
+
+    // Without pages, there is no paper. Sub-reports name none.
+    int paperNamed(const std::u16string& name) const {
+        if (name.empty() || depth_ > 0 || !source_.options.paged) return kOwnPaper;
+        const auto found = std::find_if(report_.namedPages.begin(), report_.namedPages.end(),
+                                        [&name](const NamedPage& page) { return page.name == name; });
+        return found == report_.namedPages.end() ? kOwnPaper
+                                                 : static_cast<int>(found - report_.namedPages.begin());
+    }
+
+    void planPapers() {
+        plan_->firstPaper = paperNamed(report_.firstPage);
+        plan_->leftPaper = paperNamed(report_.leftPage);
+        for (const NamedPage& page : report_.namedPages) {
+            PlannedPaper& paper = plan_->papers.emplace_back();
+            paper.page = &page;
+            if (source_.options.onlyDetailGrid || !source_.options.pageHeadersAndFooters) continue;
+            const PaperInUse inUse(*this, static_cast<int>(plan_->papers.size()) - 1);
+            const Site site{left_, 1, Page::IsOwn};
+            if (page.header) paper.header = planSection(*page.header, site);
+            if (page.footer) paper.footer = planSection(*page.footer, site);
+        }
     }
 
     Visibility visibility(const std::u16string& text, Page page) {
@@ -163,6 +216,7 @@ private:
         PlannedSection planned;
         planned.section = &section;
         planned.height = scaledLength(soundLength(section.height), site.scale);
+        planned.width = width_;
         planned.visible = visibility(section.visibleWhen, site.page);
         return planned;
     }
@@ -170,10 +224,10 @@ private:
     // A control with its own position, which may reach beyond the paper.
     PlannedControl planFreeControl(const Control& control, Rect box, const Site& site) {
         if (!source_.options.paged) return planControl(control, box, site);
-        const Micrometres paper = soundLength(source_.page.paper.width);
+        const Micrometres paper = soundLength(page_->paper.width);
         const Extent whole{std::int64_t{site.left} + box.x, box.width};
         const Extent visible = extentOnPaper(control, whole, paper);
-        const bool isLogged = site.scale == 1 && isBesidePaper(control, report_.page);
+        const bool isLogged = site.scale == 1 && isBesidePaper(control, depth_ > 0 ? report_.page : *page_);
         if (!isLogged) warnOfOverhang(control, whole, paper);
         box.x = static_cast<Micrometres>(visible.left - site.left);
         box.width = static_cast<Micrometres>(visible.width);
@@ -315,8 +369,9 @@ private:
         }
         const auto queries = source_.data.rowQueries.find(&content.report->definition);
         if (queries != source_.data.rowQueries.end()) planned.rows.queries = queries->second;
-        const Micrometres width = box.width > 0 ? box.width : std::max(plan_->width - box.x, 1);
-        planned.plan = Planner(content.report->definition, source_, site.left + box.x, depth_ + 1)
+        const Micrometres width = box.width > 0 ? box.width : std::max(width_ - box.x, 1);
+        const PlanSource source{source_.data, source_.options, source_.styles, *page_, source_.grids};
+        planned.plan = Planner(content.report->definition, source, site.left + box.x, depth_ + 1)
                            .plan(width, plan_->binding->sources().data, planned.passed,
                                  content.hasSectionRows ? &plan_->binding->sources() : nullptr);
         planned.rows.binding = planned.plan->binding.get();
@@ -391,6 +446,7 @@ private:
         for (const auto& group : grid.groups) {
             PlannedGroup made;
             made.group = group.get();
+            made.paper = paperNamed(group->page);
             if (group->header) made.header = planGroupSection(*group->header, planned.geometry, site);
             if (!group->sheet.empty()) made.sheet = binding_->compileText(group->sheet);
             if (group->footer) made.footer = planGroupSection(*group->footer, planned.geometry, site);
@@ -520,6 +576,7 @@ private:
     // holds some of them.
     PlannedSection planGroupSection(const Section& section, const GridGeometry& geometry, const Site& site) {
         PlannedSection planned = emptySection(section, site);
+        planned.paper = paperNamed(section.page);
         int lines = 1;
         for (const auto& control : section.controls.items) {
             Rect box = control->box;
@@ -617,7 +674,9 @@ private:
 
     const ReportDefinition& report_;
     const PlanSource& source_;
+    const PageSetup* page_;  // that sections are planned for
     Micrometres left_;
+    Micrometres width_ = 0;  // of sections
     int depth_;
     std::unique_ptr<ReportPlan> plan_;
     Binding* binding_ = nullptr;  // of the texts that are being planned

@@ -119,6 +119,9 @@ struct PlannedControl {
     }
 };
 
+// In place of an index of ReportPlan::papers: that of the report.
+inline constexpr int kOwnPaper = -1;
+
 // A part of a section's height, over its whole width: either a lone sub-report, whose bands can then continue
 // from page to page, or the controls above, between and below such sub-reports. The slices of a section do
 // not overlap, and each control is in one of them.
@@ -132,6 +135,8 @@ struct SectionSlice {
 struct PlannedSection {
     const Section* section = nullptr;
     Micrometres height = 0;
+    Micrometres width = 0;
+    int paper = kOwnPaper;  // that it names
     Visibility visible;
     std::vector<PlannedControl> controls;
     std::vector<SectionSlice> slices;  // from the top down; empty: no sub-report is alone at its height
@@ -140,6 +145,7 @@ struct PlannedSection {
 struct PlannedGroup {
     const Group* group = nullptr;
     std::optional<PlannedSection> header, footer;  // none: the group has none
+    int paper = kOwnPaper;                         // that it names
     std::optional<TextTemplate> sheet;
 };
 
@@ -176,12 +182,20 @@ struct PlannedGrid {
     std::shared_ptr<const std::vector<int>> tableColumns;
 };
 
+// Other paper than that of the report.
+struct PlannedPaper {
+    const NamedPage* page = nullptr;
+    std::optional<PlannedSection> header, footer;  // none: those of the report
+};
+
 struct ReportPlan {
     const ReportDefinition* report = nullptr;
     std::unique_ptr<Binding> binding;
     std::unique_ptr<NamedStyles> styles;
     Micrometres width = 0;  // of its sections: between the margins, or of the sub-report's box
     std::optional<PlannedSection> pageHeader, pageFooter;
+    std::vector<PlannedPaper> papers;
+    int firstPaper = kOwnPaper, leftPaper = kOwnPaper;  // of the first page, of pages with even numbers
     std::vector<PlannedSection> reportHeaders, reportFooters;
     std::unique_ptr<PlannedGrid> grid;      // null: the report has none
     const ShownGrid* cross = nullptr;       // of a grid that is a cross-table

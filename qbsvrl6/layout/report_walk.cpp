@@ -29,7 +29,8 @@ ReportWalk::ReportWalk(LayoutContext& context, ReportInstance instance)
     : context_(context),
       instance_(std::move(instance)),
       builder_(context, instance_),
-      view_(*instance_.view) {
+      view_(*instance_.view),
+      hasPapers_(!instance_.plan.papers.empty() && !instance_.isSubReport) {
     if (!instance_.plan.grid) return;
     const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     const auto hides = [](const PlannedGroup& group) { return !group.group->showRows; };
@@ -72,6 +73,7 @@ void ReportWalk::add(BandDraft draft) {
     draft.countsRows = countsRows_;
     draft.band.sheet = std::exchange(sheet_, {});
     if (draft.band.outline == 0) draft.band.outline = outlineOf(draft.band.kind, draft.band.groupLevel);
+    if (hasPapers_) flow_->usePaper(paper_);
     flow_->add(std::move(draft));
 }
 
@@ -107,7 +109,12 @@ std::optional<BandDraft> ReportWalk::build(PlannedSection& section, BandKind kin
 }
 
 void ReportWalk::addSection(PlannedSection& section, BandKind kind, const Position& position) {
-    if (section.section->newPageBefore) flow_->startPage();
+    const PageSide side = section.section->startOn;
+    if (section.section->newPageBefore || side != PageSide::Any) flow_->startPage();
+    if (side != PageSide::Any) flow_->startOn(side);
+    const int around = paper_;
+    if (section.paper != kOwnPaper) paper_ = section.paper;
+    if (hasPapers_) flow_->usePaper(paper_);
     if (section.slices.empty()) {
         std::optional<BandDraft> draft = build(section, kind, position, nullptr);
         if (draft) add(std::move(*draft));
@@ -115,6 +122,14 @@ void ReportWalk::addSection(PlannedSection& section, BandKind kind, const Positi
         addSlices(section, kind, position);
     }
     if (section.section->newPageAfter) flow_->startPage();
+    paper_ = around;
+}
+
+// The paper of the groups up to this level.
+void ReportWalk::usePaperOf(int level) {
+    paper_ = kOwnPaper;
+    for (; level >= 0 && paper_ == kOwnPaper; --level)
+        paper_ = groupAt(static_cast<std::size_t>(level)).paper;
 }
 
 void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Position& position) {
@@ -156,6 +171,7 @@ void ReportWalk::addSubReport(PlannedControl& control, const ItemRole& role, Ban
 
 void ReportWalk::walkGrid() {
     const PlannedGrid& grid = *instance_.plan.grid;
+    if (hasPapers_) flow_->usePaper(paper_);
     if (grid.labels) return walkLabels();
     flow_->beginDetailColumns();
     const int passes = grid.geometry.columnGroupsInTurn ? grid.geometry.columnGroups : 1;
@@ -305,6 +321,7 @@ void ReportWalk::openGroups(int from, std::size_t row) {
         if (!group.group->showRows) hiddenRows_ = view_.group(static_cast<int>(level), row);
         if (group.group->keepTogether) togetherKeeps_[level] = flow_->beginKeep();
         const auto ownLevel = static_cast<int>(level);
+        if (hasPapers_) usePaperOf(ownLevel);
         if (group.sheet) {
             EvaluatedText name;
             view_.evaluateText(*group.sheet, builder_.groupPosition(ownLevel, row), name);
@@ -323,6 +340,7 @@ void ReportWalk::closeGroups(int from, std::size_t row) {
     std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     for (std::size_t level = shownLevels_; level-- > static_cast<std::size_t>(from);) {
         PlannedGroup& group = groups[level];
+        if (hasPapers_) usePaperOf(static_cast<int>(level));
         if (group.footer) {
             addSection(*group.footer, BandKind::GroupFooter,
                        builder_.groupPosition(static_cast<int>(level), row));
@@ -330,6 +348,7 @@ void ReportWalk::closeGroups(int from, std::size_t row) {
         if (group.group->keepTogether) flow_->endKeep(togetherKeeps_[level]);
         if (!group.group->showRows) countRow();
     }
+    if (hasPapers_) usePaperOf(from - 1);
 }
 
 bool ReportWalk::isFollowedByFooter(std::size_t row) const {

@@ -54,6 +54,7 @@ private:
     void openGroups(int from, std::size_t row);
     void closeGroups(int from, std::size_t row);
     void countRow();
+    void usePaperOf(int level);
     void endRowKeeps(int fromLevel);
     void fillPage();
     bool isFollowedByFooter(std::size_t row) const;
@@ -69,6 +70,8 @@ private:
     Flow* flow_ = nullptr;  // during the walk
     BandBuilder builder_;
     RowView& view_;
+    int paper_ = kOwnPaper;        // of the innermost group that names one
+    bool hasPapers_ = false;       // the report has other paper than its own
     bool countsRows_ = true;       // its rows are those of the report, not of a cross-table
     std::size_t shownLevels_ = 0;  // of groups: those inside a group without rows are hidden as well
     RowRange hiddenRows_;          // of the group without rows that the next band begins

@@ -1,44 +1,57 @@
 #include "qbsvrl6/model/inheritance.h"
 
-#include <algorithm>
-#include <utility>
+#include <unordered_set>
 
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
 
+Inherited::Inherited(const ReportDefinition& report, const std::vector<SubReportParameter>& passed)
+    : outer_(report.inherited), styles_(report.styles), parameters_(report.parameters) {
+    if (outer_) font_ = outer_->font_;
+    overlay(font_, report.font);
+    indexStyles();
+    for (const Parameter& parameter : parameters_)
+        parameterIndex_.emplace(lowerCase(parameter.name), &parameter);
+    for (const SubReportParameter& parameter : passed) {
+        if (passed_.size() == limits::kInheritedValues) break;
+        passed_.push_back({parameter.name, {}});
+    }
+}
+
+Inherited::Inherited(const std::vector<Include>& includes) {
+    for (const Include& include : includes) overlay(font_, include.library->font);
+    for (auto include = includes.rbegin(); include != includes.rend(); ++include) {
+        const std::vector<NamedStyle>& styles = include->library->styles;
+        styles_.insert(styles_.end(), styles.begin(), styles.end());
+    }
+    indexStyles();
+}
+
+// Of equal names, the first one counts.
+void Inherited::indexStyles() {
+    for (const NamedStyle& style : styles_) styleIndex_.emplace(style.name, &style);
+}
+
+const NamedStyle* Inherited::style(const std::u16string& name) const {
+    for (const Inherited* level = this; level != nullptr; level = level->outer_.get()) {
+        const auto found = level->styleIndex_.find(name);
+        if (found != level->styleIndex_.end()) return found->second;
+    }
+    return nullptr;
+}
+
+const Parameter* Inherited::parameter(std::u16string_view name) const {
+    const std::u16string key = lowerCase(name);
+    for (const Inherited* level = this; level != nullptr; level = level->outer_.get()) {
+        const auto found = level->parameterIndex_.find(key);
+        if (found != level->parameterIndex_.end()) return found->second;
+    }
+    return nullptr;
+}
+
 namespace {
-
-template <class T>
-void append(std::vector<T>& to, const std::vector<T>& from) {
-    to.insert(to.end(), from.begin(), from.end());
-}
-
-// What sub-reports of the report inherit, which was passed these values itself.
-std::shared_ptr<const Inherited> givenBy(const ReportDefinition& report,
-                                         const std::vector<SubReportParameter>& passed) {
-    auto given = std::make_shared<Inherited>();
-    if (report.inherited) given->font = report.inherited->font;
-    overlay(given->font, report.font);
-    given->styles = report.styles;
-    given->parameters = report.parameters;
-    for (const SubReportParameter& parameter : passed) given->passed.push_back({parameter.name, {}});
-    if (!report.inherited) return given;
-    append(given->styles, report.inherited->styles);
-    append(given->parameters, report.inherited->parameters);
-    return given;
-}
-
-// Later libraries win over earlier ones.
-std::shared_ptr<const Inherited> givenByLibraries(const std::vector<Include>& includes) {
-    if (includes.empty()) return nullptr;
-    auto given = std::make_shared<Inherited>();
-    for (const Include& include : includes) overlay(given->font, include.library->font);
-    for (auto include = includes.rbegin(); include != includes.rend(); ++include)
-        append(given->styles, include->library->styles);
-    return given;
-}
 
 void inheritWithin(ReportDefinition& report, const std::vector<SubReportParameter>& passed, int depth) {
     if (depth > limits::kSubReportDepth) return;
@@ -47,7 +60,7 @@ void inheritWithin(ReportDefinition& report, const std::vector<SubReportParamete
         auto* const content = std::get_if<SubReportContent>(&control->content);
         if (content == nullptr) continue;
         ReportDefinition& inner = content->report->definition;
-        if (!given) given = givenBy(report, passed);
+        if (!given) given = std::make_shared<const Inherited>(report, passed);
         inner.inherited = inner.inherits ? given : nullptr;
         inheritWithin(inner, passedTo(*content), depth + 1);
     }
@@ -56,19 +69,19 @@ void inheritWithin(ReportDefinition& report, const std::vector<SubReportParamete
 }  // namespace
 
 void inherit(ReportDefinition& report) {
-    report.inherited = givenByLibraries(report.includes);
+    report.inherited = report.includes.empty() ? nullptr : std::make_shared<const Inherited>(report.includes);
     inheritWithin(report, {}, 0);
 }
 
 std::vector<SubReportParameter> passedTo(const SubReportContent& content) {
     std::vector<SubReportParameter> passed = content.parameters;
     const ReportDefinition& report = content.report->definition;
-    if (!report.inherited) return passed;
-    for (const SubReportParameter& outer : report.inherited->passed) {
-        const auto isNamed = [&outer](const auto& own) { return equalsIgnoringCase(own.name, outer.name); };
-        if (std::any_of(passed.begin(), passed.end(), isNamed)) continue;
-        if (std::any_of(report.parameters.begin(), report.parameters.end(), isNamed)) continue;
-        passed.push_back(outer);
+    if (!report.inherited || report.inherited->passed().empty()) return passed;
+    std::unordered_set<std::u16string> own;
+    for (const SubReportParameter& parameter : content.parameters) own.insert(lowerCase(parameter.name));
+    for (const Parameter& parameter : report.parameters) own.insert(lowerCase(parameter.name));
+    for (const SubReportParameter& outer : report.inherited->passed()) {
+        if (!own.contains(lowerCase(outer.name))) passed.push_back(outer);
     }
     return passed;
 }

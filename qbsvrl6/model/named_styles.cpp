@@ -7,31 +7,38 @@
 
 namespace qbsvrl6 {
 
+namespace {
+
+// The entry of a style, which is made for an inherited one when it is first asked for; null if there is none.
+template <class Entries>
+auto* entryOf(Entries& entries, const Inherited* inherited, const std::u16string& name) {
+    using Entry = typename Entries::mapped_type;
+    const auto found = name.empty() ? entries.end() : entries.find(name);
+    if (found != entries.end()) return &found->second;
+    const NamedStyle* const style = inherited == nullptr || name.empty() ? nullptr : inherited->style(name);
+    return style == nullptr ? nullptr : &entries.emplace(style->name, Entry{style, {}, {}}).first->second;
+}
+
+}  // namespace
+
 NamedStyles::NamedStyles(const ReportDefinition& report) : inherited_(report.inherited) {
-    const auto add = [this](const std::vector<NamedStyle>& styles) {
-        for (const NamedStyle& style : styles) entries_.emplace(style.name, Entry{&style, {}, {}});
-    };
-    add(report.styles);
-    if (inherited_) {
-        add(inherited_->styles);
-        font_ = inherited_->font;
-    }
+    for (const NamedStyle& style : report.styles) entries_.emplace(style.name, Entry{&style, {}, {}});
+    if (inherited_) font_ = inherited_->font();
     overlay(font_, report.font);
 }
 
 const Style* NamedStyles::find(const std::u16string& name) {
-    const auto found = name.empty() ? entries_.end() : entries_.find(name);
-    if (found == entries_.end()) return nullptr;
-    if (found->second.state != Entry::Known) read(found->second);
-    return &found->second.whole;
+    Entry* const entry = entryOf(entries_, inherited_.get(), name);
+    if (entry == nullptr) return nullptr;
+    if (entry->state != Entry::Known) read(*entry);
+    return &entry->whole;
 }
 
 // In a loop from the outermost parent down: parents may be nested deeper than calls.
 void NamedStyles::read(Entry& entry) {
     std::vector<Entry*> chain;  // from the style up to its outermost parent
     const auto parentOf = [this](const Entry& child) {
-        const auto found = entries_.find(child.style->parent);
-        return child.style->parent.empty() || found == entries_.end() ? nullptr : &found->second;
+        return entryOf(entries_, inherited_.get(), child.style->parent);
     };
     Entry* at = &entry;
     for (; at != nullptr && at->state == Entry::Unread; at = parentOf(*at)) {

@@ -22,6 +22,7 @@ inline constexpr int kImageRows = 1'000'000;                   // of all pages i
 inline constexpr int kXmlDepth = 200;
 inline constexpr int kDataDepth = 200;
 inline constexpr int kSubReportDepth = 16;
+inline constexpr std::size_t kInheritedValues = 64;  // that a sub-report is passed and its own ones inherit
 inline constexpr int kExpressionDepth = 100;
 inline constexpr int kLookupDepth = 16;                  // lookups within the rows of lookups
 inline constexpr std::size_t kExpressionUnits = 16'384;  // of one expression's text

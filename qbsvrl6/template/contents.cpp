@@ -71,6 +71,10 @@ public:
     void child(const char*, Describe&& describe) {
         describe(*this);
     }
+    template <class Describe>
+    void childWithout(const char*, const char*, Describe&& describe) {
+        describe(*this);
+    }
     template <class T, class Describe>
     void pointer(const char*, const Owned<T>& value, Describe&& describe) {
         if (value) describe(*this, *value);
@@ -127,6 +131,7 @@ public:
     void startingFolder(const char*, const Address&, const std::u16string&) {}
     void styleReference(const char*, const std::u16string&) {}
     void columnReference(const char*, const std::u16string&) {}
+    void pageReference(const char*, const std::u16string&) {}
     void tableName(const char*, const std::u16string&, TextUse) {}
     void returnName(const char*, const std::u16string&) {}
     void innerExpression(const char*, const std::u16string& value) { inner_.push_back(&value); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
 #include <span>
 #include <unordered_set>
 
@@ -29,7 +30,7 @@ namespace {
 
 // A style or column that is named before the whole report is known.
 struct Reference {
-    enum class To { Style, Column } to;
+    enum class To { Style, Column, Page } to;
     std::u16string name;
     std::size_t offset;
 };
@@ -79,6 +80,23 @@ struct FoundWarning {
 // Ends the reading of a template with too many errors, or with one that makes the rest meaningless.
 struct ReadingEnds {};
 
+// A report that is being read, and the names of its styles, collected when they are first asked for.
+struct ReportAround {
+    const ReportDefinition* report = nullptr;
+    std::optional<std::unordered_set<std::u16string_view>> styles = {};
+
+    bool hasStyle(const std::u16string& name) {
+        if (!styles) {
+            styles.emplace();
+            for (const NamedStyle& style : report->styles) styles->insert(style.name);
+            for (const Include& include : report->includes) {
+                for (const NamedStyle& style : include.library->styles) styles->insert(style.name);
+            }
+        }
+        return styles->contains(name);
+    }
+};
+
 struct Reading {
     const SourceText& source;
     Libraries& libraries;
@@ -92,8 +110,8 @@ struct Reading {
     std::vector<FoundWarning> warnings = {};
     std::vector<PlacedText> texts = {};
     std::vector<PlacedControl> controls = {};
-    TextPlaces* places = nullptr;                       // of the report that is being read
-    std::vector<const ReportDefinition*> reports = {};  // that one, after those around it
+    TextPlaces* places = nullptr;            // of the report that is being read
+    std::vector<ReportAround> reports = {};  // that one, after those around it
     int reportDepth = 0;
     Parts parts = {};  // of all included libraries
     bool isLibrary = false;
@@ -131,8 +149,7 @@ void Reading::fail() {
         return left.offset < right.offset;
     });
     PlaceCursor cursor(source);
-    std::vector<EngineError> placed;
-    placed = std::move(libraryErrors);
+    std::vector<EngineError> placed = std::move(libraryErrors);
     for (const FoundError& error : errors) {
         if (placed.size() == limits::kTemplateErrors) {
             placed.emplace_back(ErrorCode::BadTemplate, "there are more errors",
@@ -197,6 +214,7 @@ std::size_t offsetOfAttribute(const std::string& text, pugi::xml_node node, std:
 const std::u16string& nameOf(const NamedStyle& item) { return item.name; }
 const std::u16string& nameOf(const Parameter& item) { return item.name; }
 const std::u16string& nameOf(const Field& item) { return item.name; }
+const std::u16string& nameOf(const NamedPage& item) { return item.name; }
 
 template <class T>
 T& made(T& item) {
@@ -259,6 +277,10 @@ public:
         reference(name, Reference::To::Column, value);
     }
 
+    void pageReference(const char* name, std::u16string& value) {
+        reference(name, Reference::To::Page, value);
+    }
+
     void tableName(const char* name, std::u16string& value, TextUse use) { placedText(name, value, use); }
     void returnName(const char* name, std::u16string& value) {
         required(name, value, TextCodec{});
@@ -308,6 +330,18 @@ public:
         if (const pugi::xml_node found = takeOnly(name)) describeNode(found, describe);
     }
 
+    // The only child of this name that does not have the attribute. A list has the others.
+    template <class Describe>
+    void childWithout(const char* name, const char* attribute, Describe&& describe) {
+        pugi::xml_node own;
+        for (const pugi::xml_node found : node_.children(name)) {
+            if (found.attribute(attribute)) continue;
+            if (own) ReadElement(reading_, found).addSecond();
+            if (!own) own = found;
+        }
+        if (own) describeNode(own, describe);
+    }
+
     template <class T, class Describe>
     void pointer(const char* name, Owned<T>& value, Describe&& describe) {
         child(name, [&](ReadElement& element) { describe(element, made(value)); });
@@ -351,7 +385,10 @@ public:
     template <class T, class Describe>
     void namedList(const char* name, std::vector<T>& values, std::size_t most, Describe&& describe) {
         std::unordered_set<std::u16string> names;
-        list(name, values, [&](ReadElement& element, auto& value) {
+        const auto isOfList = [](const ReadElement& element) {
+            return !std::is_same_v<T, NamedPage> || element.node_.attribute("name");
+        };
+        listOf(name, values, isOfList, [&](ReadElement& element, auto& value) {
             describe(element, value);
             const std::u16string& itemName = nameOf(values.back());
             if (!itemName.empty() && !names.insert(itemName).second) {
@@ -410,6 +447,7 @@ public:
     void cell(const char* name, Control& control);
     void nestedReport(const char* name, Owned<Report>& report);
     void checkReferences(const ReportDefinition& report);
+    bool isStyle(const std::u16string& name) const;
     void checkReturns();
     void checkExpressions(const ReportDefinition& report);
     void checkFormats(const TextTemplate& text, std::size_t offset);
@@ -502,11 +540,15 @@ private:
         return node_.attribute(name);
     }
 
+    void addSecond() const {
+        addError("a second " + tag(node_.name()) + " in " + tag(node_.parent().name()));
+    }
+
     pugi::xml_node takeOnly(const char* name) {
         children_.push_back(name);
         const pugi::xml_node found = node_.child(name);
         if (const pugi::xml_node second = found.next_sibling(name)) {
-            ReadElement(reading_, second).addError("a second " + tag(name) + " in " + tag(node_.name()));
+            ReadElement(reading_, second).addSecond();
         }
         return found;
     }
@@ -666,12 +708,17 @@ void ReadElement::controls(ControlList& list) {
     }
 }
 
+// Elements may be nested deeper than calls.
 std::uint64_t ReadElement::countElements(pugi::xml_node node) {
-    std::uint64_t count = 1;
-    for (const pugi::xml_node child : node.children()) {
-        if (child.type() == pugi::node_element) count += countElements(child);
-    }
-    return count;
+    struct Counter : pugi::xml_tree_walker {
+        bool for_each(pugi::xml_node& found) override {
+            if (found.type() == pugi::node_element) ++count;
+            return true;
+        }
+        std::uint64_t count = 1;
+    } counter;
+    node.traverse(counter);
+    return counter.count;
 }
 
 // Messages about the controls of a part give the place where it is used.
@@ -767,7 +814,7 @@ void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
         outerReturns.swap(reading_.returns);
         for (const NotedExpression& noted : own) reading_.addText(noted.text, TextUse::Report, noted.offset);
         own.swap(reading_.expressions);
-        reading_.reports.push_back(&report->definition);
+        reading_.reports.push_back({&report->definition});
         describeReport(element, report->definition, ReportPlace::SubReport);
         reading_.reports.pop_back();
         outer.swap(reading_.references);
@@ -778,25 +825,35 @@ void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
     });
 }
 
-void ReadElement::checkReferences(const ReportDefinition& report) {
-    std::unordered_set<std::u16string_view> styles;
-    std::unordered_set<std::u16string_view> columns;
+// A style of the report that is being read, or one that it inherits.
+bool ReadElement::isStyle(const std::u16string& name) const {
     for (auto around = reading_.reports.rbegin(); around != reading_.reports.rend(); ++around) {
-        for (const NamedStyle& style : (*around)->styles) styles.insert(style.name);
-        for (const Include& include : (*around)->includes) {
-            for (const NamedStyle& style : include.library->styles) styles.insert(style.name);
-        }
-        if (!(*around)->inherits) break;
+        if (around->hasStyle(name)) return true;
+        if (!around->report->inherits) return false;
     }
+    return false;
+}
+
+void ReadElement::checkReferences(const ReportDefinition& report) {
+    std::unordered_set<std::u16string_view> columns;
+    std::unordered_set<std::u16string_view> pages;
+    for (const NamedPage& page : report.namedPages) pages.insert(page.name);
     if (report.grid) {
         for (const auto& column : report.grid->columns) columns.insert(column->name);
     }
     for (const Reference& reference : reading_.references) {
         const bool toStyle = reference.to == Reference::To::Style;
-        if ((toStyle ? styles : columns).contains(reference.name)) continue;
+        const bool toPage = reference.to == Reference::To::Page;
+        if (toStyle ? isStyle(reference.name) : (toPage ? pages : columns).contains(reference.name)) continue;
+        const char* const where = toPage && reading_.reports.size() > 1
+                                      ? ": a section of a sub-report is on the paper of the section around it"
+                                      : "";
         reading_.addError(ErrorCode::BadTemplate,
-                          std::string("no ") + (toStyle ? "style" : "column") + " is named " +
-                              quoted(toUtf8(reference.name)),
+                          std::string("no ") +
+                              (toStyle  ? "style"
+                               : toPage ? "page"
+                                        : "column") +
+                              " is named " + quoted(toUtf8(reference.name)) + where,
                           reference.offset);
     }
     checkReturns();
@@ -1004,10 +1061,6 @@ pugi::xml_node parse(const SourceText& source, Libraries& libraries, pugi::xml_d
     return root;
 }
 
-}  // namespace
-
-namespace {
-
 // `home` is the folder of the template.
 ReadLibrary readLibrary(const std::string& bytes, const std::string& path, const std::string& home,
                         Libraries& libraries) {
@@ -1020,7 +1073,7 @@ ReadLibrary readLibrary(const std::string& bytes, const std::string& path, const
     Reading reading{source, libraries, directoryOf(path), home};
     reading.places = &places;
     reading.isLibrary = true;
-    reading.reports.push_back(&definition);
+    reading.reports.push_back({&definition});
     try {
         ReadElement element(reading, root);
         element.checkRoot(kLibraryRoot);
@@ -1059,7 +1112,7 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     const pugi::xml_node root = parse(source, libraries, document);
     ReportDefinition definition;
     Reading reading{source, libraries, folder, home};
-    reading.reports.push_back(&definition);
+    reading.reports.push_back({&definition});
     const auto places = std::make_shared<TextPlaces>();
     definition.places = places;
     reading.places = places.get();

@@ -122,6 +122,9 @@ inline constexpr std::array<Word<ColumnAdapt>, 9> kAdapts = {
 
 // Whether labels follow one another downwards.
 inline constexpr std::array<Word<bool>, 2> kFlows = {{{"across", false}, {"down", true}}};
+// The numbers of pages that a section starts on.
+inline constexpr std::array<Word<PageSide>, 3> kPageSides = {
+    {{"any", PageSide::Any}, {"odd", PageSide::Odd}, {"even", PageSide::Even}}};
 inline constexpr std::array<Word<TotalPlace>, 2> kTotalPlaces = {
     {{"after", TotalPlace::After}, {"before", TotalPlace::Before}}};
 
@@ -449,6 +452,8 @@ void describeSection(Element& element, SectionLike& section) {
     element.attribute("keepTogether", section.keepTogether, defaults.keepTogether, SwitchCodec{});
     element.attribute("newPageBefore", section.newPageBefore, defaults.newPageBefore, SwitchCodec{});
     element.attribute("newPageAfter", section.newPageAfter, defaults.newPageAfter, SwitchCodec{});
+    element.attribute("startOn", section.startOn, defaults.startOn, WordCodec<PageSide>{kPageSides});
+    element.pageReference("page", section.page);
     element.attribute("background", section.background, ColorCodec{});
     element.attribute("visibleWhen", section.visibleWhen, {}, ExpressionCodec{});
     element.controls(section.controls);
@@ -495,6 +500,7 @@ void describeGroup(Element& element, GroupLike& group) {
     element.attribute("newPage", group.newPage, defaults.newPage, SwitchCodec{});
     element.attribute("restartPageNumber", group.restartPageNumber, defaults.restartPageNumber,
                       SwitchCodec{});
+    element.pageReference("page", group.page);
     element.attribute("sheet", group.sheet, {}, PlaceholderCodec{});
     element.attribute("showTitle", group.showTitle, defaults.showTitle, SwitchCodec{});
     element.attribute("minimumRows", group.minimumRows, defaults.minimumRows, IntegerCodec{0, 1000});
@@ -699,12 +705,26 @@ void describeLabels(Element& element, GridLike& grid) {
 // The paper has a `size` with an `orientation`, or a `width` and `height`, never both; `margins` is a list of
 // edges as `padding` is. `columns` divide the space between the margins for the detail, as labels need it;
 // `columnGap` is a length between two of them.
-template <class Element, class PageLike>
-void describePage(Element& element, PageLike& page) {
+template <class Element, class ReportLike>
+void describePage(Element& element, ReportLike& report) {
     static const PageSetup defaults;
+    auto& page = report.page;
     element.paper(page);
     element.attribute("columns", page.columns, defaults.columns, IntegerCodec{1, 100});
     element.attribute("columnGap", page.columnGap, defaults.columnGap, LengthCodec{});
+    element.pageReference("first", report.firstPage);
+    element.pageReference("left", report.leftPage);
+}
+
+// Other paper, which sections and groups name. Its headers, footers and background take the place of those of
+// the report.
+template <class Element, class PageLike>
+void describeNamedPage(Element& element, PageLike& page) {
+    element.required("name", page.name, TextCodec{});
+    element.paper(page.setup);
+    element.child("Background", [&](auto& background) { background.address("picture", page.background); });
+    element.pointer("PageHeader", page.header, kPageSection);
+    element.pointer("PageFooter", page.footer, kPageSection);
 }
 
 // A file inside the PDF: its `source` is as that of a picture, or XML in a parameter. A file that can't be
@@ -851,7 +871,11 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
         element.child("Pdf", [&](auto& pdf) { describePdf(pdf, report.pdf); });
         element.child("Workbook", [&](auto& workbook) { describeWorkbook(workbook, report.workbook); });
     }
-    if (hasPages) element.child("Page", [&](auto& page) { describePage(page, report.page); });
+    if (hasPages) {
+        element.childWithout("Page", "name", [&](auto& page) { describePage(page, report); });
+        element.namedList("Page", report.namedPages, limits::kNamedPages,
+                          [](auto& child, auto& page) { describeNamedPage(child, page); });
+    }
     describeStyles(element, report);
     element.child("Parameters", [&](auto& parameters) {
         parameters.namedList("Parameter", report.parameters, kNoLimit, [](auto& child, auto& parameter) {

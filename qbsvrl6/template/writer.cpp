@@ -83,6 +83,9 @@ public:
     void columnReference(const char* name, const std::u16string& value) {
         attribute(name, value, {}, TextCodec{});
     }
+    void pageReference(const char* name, const std::u16string& value) {
+        attribute(name, value, {}, TextCodec{});
+    }
 
     void tableName(const char* name, const std::u16string& value, TextUse) {
         attribute(name, value, {}, TextCodec{});
@@ -123,6 +126,11 @@ public:
             out_.resize(start);
             hasContent_ = wasOpen;
         }
+    }
+
+    template <class Describe>
+    void childWithout(const char* name, const char*, Describe&& describe) {
+        child(name, describe);
     }
 
     template <class T, class Describe>

@@ -98,11 +98,10 @@ public:
         labels_.add(page.shownNumber);
         canvas_.begin(page.paper.height);
         if (tags_) tags_->beginPage(page_.number, page.paper.height);
-        if (options_.background == nullptr && options_.watermark.text.empty()) return;
+        const auto& background = page.background != nullptr ? page.background : options_.background;
+        if (background == nullptr && options_.watermark.text.empty()) return;
         canvas_.beginDecoration();
-        if (options_.background != nullptr) {
-            canvas_.picture(options_.background, {0, 0, page.paper.width, page.paper.height});
-        }
+        if (background != nullptr) canvas_.picture(background, {0, 0, page.paper.width, page.paper.height});
         paintWatermark(canvas_, options_.watermark, page.paper);
         canvas_.endDecoration();
     }

@@ -42,9 +42,8 @@ public:
         resize(page.paper);
         pending_.clear();
         canvas_ = std::make_unique<RasterCanvas>(page_, options_.resolution, pictures_);
-        if (options_.background != nullptr) {
-            canvas_->picture(options_.background, {0, 0, page.paper.width, page.paper.height});
-        }
+        const auto& background = page.background != nullptr ? page.background : options_.background;
+        if (background != nullptr) canvas_->picture(background, {0, 0, page.paper.width, page.paper.height});
         paintWatermark(*canvas_, options_.watermark, page.paper);
     }
 

@@ -61,7 +61,8 @@ bool isContinued(const std::vector<PlacedBand>& first, const std::vector<PlacedB
 }  // namespace
 
 bool isContinued(const PageHeaderFooter& first, const PageHeaderFooter& later, int pages) {
-    return isContinued(first.header, later.header, pages) && isContinued(first.footer, later.footer, pages);
+    return first.paperKind == later.paperKind && isContinued(first.header, later.header, pages) &&
+           isContinued(first.footer, later.footer, pages);
 }
 
 std::optional<int> shownPageNumber(const PageHeaderFooter& page) {

@@ -16,8 +16,11 @@ struct PlacedBand {
     Micrometres y = 0;
 };
 
-// The header and footer of one page, with all texts settled.
+// The header and footer of one page, with all texts settled, and its paper.
 struct PageHeaderFooter {
+    int paperKind = 0;  // as PageInfo has it
+    Size paper;
+    Edges margins;
     std::vector<PlacedBand> header;
     std::vector<PlacedBand> footer;
 };

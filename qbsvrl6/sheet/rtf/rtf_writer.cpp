@@ -64,11 +64,11 @@ private:
     // they were anchored in cells, some would be moved to a separate page.
     bool hasOwnPages() const { return options_.paged && options_.pageBreaks; }
 
-    void openPage(const PageInfo&, bool) override {
+    void openPage(const PageInfo& page, bool) override {
         open({true, pages_.size()});
-        pages_.emplace_back();
+        pages_.push_back({page.paperKind, page.paper, page.margins, {}, {}});
         shapes_.emplace_back();
-        top_ = options_.page.margins.top;
+        top_ = page.margins.top;
         part_ = Part::None;
         headerHeight_ = 0;
     }
@@ -83,7 +83,7 @@ private:
         if (!isHeader && band.kind != BandKind::PageFooter) return false;
         PlacedBand& kept = (isHeader ? pages_.back().header : pages_.back().footer).emplace_back();
         if (isHeader) {
-            headerHeight_ = std::max(headerHeight_, y + band.height - options_.page.margins.top);
+            headerHeight_ = std::max(headerHeight_, y + band.height - pages_.back().margins.top);
         }
         kept.band = std::move(band);
         kept.x = x;
@@ -210,22 +210,31 @@ private:
     }
 
     void appendSection(std::string& out, PageHeaderFooter& parts, std::string_view backdrop) {
-        const PageSetup& page = options_.page;
-        Micrometres top = page.margins.top;
+        Micrometres top = parts.margins.top;
         for (const PlacedBand& placed : parts.header) top = std::max(top, placed.y + placed.band.height);
         // An empty header is above the margin.
-        const Micrometres headerTop = parts.header.empty() ? page.margins.top - kLine : page.margins.top;
+        const Micrometres headerTop = parts.header.empty() ? parts.margins.top - kLine : parts.margins.top;
         appendCommand(out, "\\headery", twips(std::max(headerTop, 0)));
-        appendCommand(out, "\\footery", twips(std::max(page.margins.bottom - kSlack, 0)));
+        appendCommand(out, "\\footery", twips(std::max(parts.margins.bottom - kSlack, 0)));
         appendCommand(out, "\\margtsxn", twips(top));
-        appendCommand(out, "\\margbsxn", twips(std::max(bottomMargin(parts.footer), 0)));
+        appendCommand(out, "\\margbsxn", twips(std::max(bottomMargin(parts), 0)));
+        if (parts.paperKind != 0) appendPaperOf(out, parts);
         out += '\n';
         appendPart(out, "{\\header\n", parts.header, backdrop, hasHeader_);
         appendPart(out, "{\\footer\n", parts.footer, {}, hasFooter_);
     }
 
-    Micrometres bottomMargin(const std::vector<PlacedBand>& footer) const {
-        const PageSetup& page = options_.page;
+    // Tables are where they are on the report's own paper, which has its own left margin.
+    void appendPaperOf(std::string& out, const PageHeaderFooter& page) const {
+        appendCommand(out, "\\pgwsxn", twips(page.paper.width));
+        appendCommand(out, "\\pghsxn", twips(page.paper.height));
+        if (page.paper.width > page.paper.height) out += "\\lndscpsxn";
+        appendCommand(out, "\\marglsxn", twips(options_.page.margins.left));
+        appendCommand(out, "\\margrsxn", twips(page.margins.right));
+    }
+
+    Micrometres bottomMargin(const PageHeaderFooter& page) const {
+        const std::vector<PlacedBand>& footer = page.footer;
         Micrometres bottom = page.margins.bottom;
         if (!options_.paged) {
             for (const PlacedBand& placed : footer) bottom += placed.band.height;

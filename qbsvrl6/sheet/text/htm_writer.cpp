@@ -199,7 +199,14 @@ private:
 
     enum class Part { None, Free, Footer, Head, Body, Sums };
 
-    void openPage(const PageInfo&, bool) override { out() += "<section class=\"page\">\n"; }
+    void openPage(const PageInfo& page, bool) override {
+        out() += "<section class=\"page";
+        if (page.paperKind != 0) {
+            papers_.emplace(page.paperKind, page).first->second.sheet = {};
+            out() += " paper" + std::to_string(page.paperKind);
+        }
+        out() += "\">\n";
+    }
 
     void closePage() override {
         enter(Part::None, 0);
@@ -619,15 +626,34 @@ private:
         const bool sheets = options_.paged && options_.pageBreaks;
         appendEdges(out, ";margin:", sheets ? Edges{} : margins);
         out += sheets ? kSheetRules : kContinuousRules;
+        for (const auto& [kind, info] : papers_) appendPaperRules(out, info);
+    }
+
+    // Of pages on other paper than the report's.
+    void appendPaperRules(std::string& out, const PageInfo& page) const {
+        const std::string name = "paper" + std::to_string(page.paperKind);
+        const Micrometres left = options_.columnEdges.empty() ? 0 : options_.columnEdges.front();
+        appendLength(out, "." + name + "{--paper:", page.paper.width);
+        appendLength(out, "." + name + "{--height:", page.paper.height);
+        appendEdges(out, ("." + name + "{--padding:").c_str(),
+                    {left, page.margins.top, page.margins.right, page.margins.bottom});
+        if (page.background != nullptr) appendBackground(out, ".page." + name, *page.background);
+        out += "." + name + "{page:" + name + "}\n@page " + name + "{size:";
+        appendMillimetres(out, page.paper.width);
+        out += ' ';
+        appendMillimetres(out, page.paper.height);
+        appendEdges(out, ";margin:", options_.pageBreaks ? Edges{} : page.margins);
+    }
+
+    static void appendBackground(std::string& out, const std::string& selector, const Picture& picture) {
+        out += selector + "{background:#fff 0 0/var(--paper) var(--height) no-repeat url(";
+        appendData(out, picture);
+        out += ")}\n";
     }
 
     // The background and watermark, which are painted below the texts of each page.
     void appendBackdrop(std::string& out) const {
-        if (options_.background != nullptr) {
-            out += ".page{background:#fff 0 0/var(--paper) var(--height) no-repeat url(";
-            appendData(out, *options_.background);
-            out += ")}\n";
-        }
+        if (options_.background != nullptr) appendBackground(out, ".page", *options_.background);
         const Watermark& watermark = options_.watermark;
         if (watermark.text.empty() || watermark.fontSize <= 0) return;
         out += ".page{position:relative;isolation:isolate;overflow:hidden}\n.page::before{content:'";
@@ -667,6 +693,7 @@ private:
     std::vector<std::string> starts_;  // of cells: two per style, for texts and for numbers
     std::vector<NumberSpan> numbers_;  // of the current text
     LanguageGuess language_;
+    std::map<int, PageInfo> papers_;  // other than the report's, by kind
     std::map<Micrometres, int> heights_;
     std::set<std::uint64_t> pictures_;
     std::vector<int> rowsLeft_;                     // of each column: rows that a cell above still covers

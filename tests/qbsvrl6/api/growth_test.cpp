@@ -119,6 +119,20 @@ const Shape kShapes[] = {
          return "<Styles><Style name='s'/>" + repeated(n, "<Style name='s#' parent='s'/>") + "</Styles>" +
                 header(repeated(n, "<Text style='s#' width='20mm' height='5mm'/>"));
      }},
+    {"styles and parameters that sub-reports inherit",
+     {},
+     [](int n) {
+         return "<Styles>" + repeated(n, "<Style name='s#'/>") + "</Styles><Parameters>" +
+                repeated(n, "<Parameter name='p#' value='#'/>") + "</Parameters>" +
+                header(repeated(
+                    n,
+                    "<SubReport width='20mm' height='5mm'><Parameter name='q' "
+                    "expression='p#'/><Report><ReportHeader>"
+                    "<SubReport width='20mm' height='5mm'><Report><ReportHeader><Text style='s#' "
+                    "width='20mm' "
+                    "height='5mm' text='[p#] "
+                    "[q]'/></ReportHeader></Report></SubReport></ReportHeader></Report></SubReport>"));
+     }},
     {"a filter for each row",
      [](int n) {
          return R"({"m":[)" + repeated(n, R"({"id":#})", ",") + R"(],"d":[)" +

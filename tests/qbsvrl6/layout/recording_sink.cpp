@@ -163,6 +163,9 @@ void RecordingSink::beginPage(const PageInfo& page) {
     inPage_ = true;
     pages.emplace_back();
     EXPECT_EQ(page.number, static_cast<int>(pages.size()));
+    papers.push_back(page.paperKind == 0 ? ""
+                                         : " on paper " + millimetres(page.paper.width) + 'x' +
+                                               millimetres(page.paper.height));
 }
 
 void RecordingSink::band(Band&& band, Micrometres x, Micrometres y) {
@@ -221,7 +224,8 @@ std::vector<std::string> RecordingSink::pageTexts() const {
 std::string RecordingSink::everything() const {
     std::string all;
     for (const auto& page : pages) {
-        all += "page " + std::to_string(&page - pages.data() + 1) + "\n";
+        const auto index = static_cast<std::size_t>(&page - pages.data());
+        all += "page " + std::to_string(index + 1) + papers[index] + "\n";
         for (const RecordedBand& recorded : page) {
             all += " " + lineOf(recorded) + "\n";
             for (std::size_t i = 0; i < recorded.band.items.size(); ++i)

@@ -37,6 +37,7 @@ public:
         std::vector<std::string> colors;  // of its items
     };
     std::vector<std::vector<RecordedBand>> pages;
+    std::vector<std::string> papers;  // of each page; empty: that of the report
     bool finished = false;
 
 private:
