@@ -141,8 +141,9 @@ WorkbookGrid workbookGridOf(const ExportJob& job) {
     if (grid == nullptr) return result;
     result.fixedColumns = grid->fixedColumns;
     for (const auto& column : grid->columns) result.columnOutlines.push_back(column->outline);
-    result.hasSummariesAbove = std::none_of(grid->groups.begin(), grid->groups.end(),
-                                            [](const auto& group) { return group->footer; });
+    result.hasSummariesAbove =
+        !grid->groups.empty() && std::none_of(grid->groups.begin(), grid->groups.end(),
+                                              [](const auto& group) { return group->footer; });
     const auto& cross = job.report.grid->cross;
     result.hasSummariesAtLeft =
         cross && std::any_of(cross->columns.begin(), cross->columns.end(), [](const CrossLevel& level) {

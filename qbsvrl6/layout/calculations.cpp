@@ -73,8 +73,9 @@ Calculations::Role Calculations::roleOf(const PlannedText& text) {
         expression.code.size() == 1 && expression.code.front().operation == Operation::Aggregate;
     if (!isAggregate) return {};
     const Aggregate& aggregate = expression.aggregates[expression.code.front().operand];
-    const bool isPlain = aggregate.argument && aggregate.table == nullptr && !aggregate.onceIn &&
-                         isWholeScope(aggregate.scope.kind) && dependsOnRowAlone(*aggregate.argument);
+    const bool isPlain = aggregate.argument && aggregate.table == nullptr && !aggregate.rows &&
+                         !aggregate.onceIn && isWholeScope(aggregate.scope.kind) &&
+                         dependsOnRowAlone(*aggregate.argument);
     if (!isPlain) return {};
     return {kindOf(aggregate.kind), numberOf(*aggregate.argument), aggregate.scope};
 }

@@ -854,8 +854,9 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     } else {
         element.attribute("inherit", report.inherits, defaults.inherits, SwitchCodec{});
         element.refuseChildren(
-            {"Pdf", "Workbook", "Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
+            {"Pdf", "Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
             "pages are those of the outermost report");
+        element.refuseChildren({"Workbook"}, "the settings are those of the outermost report");
         element.refuseChildren({"Include"}, "its report inherits the styles of the outermost one");
     }
     if (hasPages) describeIncludes(element, report);

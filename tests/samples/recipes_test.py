@@ -250,6 +250,17 @@ def sheet_faults(folder):
     return [f"{format} has the sheets {names}" for format, names in named.items() if names != wanted]
 
 
+def cross_faults(folder):
+    """Months fold into years, and years into the total; the titles of rows and columns stay in view."""
+    sheet, old = openpyxl.load_workbook(folder / "d.xlsx").active, xlrd.open_workbook(folder / "d.xls", formatting_info=True).sheet_by_index(0)
+    titles = [cell.value for cell in sheet[3]]
+    wanted = [0 if position < 2 or position + 1 == len(titles) else 2 if title in MONTHS else 1 for position, title in enumerate(titles)]
+    found = {"xlsx": [sheet.column_dimensions[openpyxl.utils.get_column_letter(position + 1)].outlineLevel for position in range(len(wanted))], "freeze": sheet.freeze_panes,
+             "xls": [old.colinfo_map[column].outline_level for column in range(len(wanted))]}
+    expected = {"xlsx": wanted, "freeze": "C4", "xls": wanted}
+    return [f"{name}: {value}, expected {expected[name]}" for name, value in found.items() if value != expected[name]]
+
+
 def workbook_faults(folder):
     """The formulas, which calculated again give the values that are stored, and what else makes a sheet easy to work in."""
     book, old = openpyxl.load_workbook(folder / "d.xlsx"), xlrd.open_workbook(folder / "d.xls", formatting_info=True)
@@ -303,7 +314,7 @@ def check(name, template, folder):
                    check=True, timeout=300)
     if expected is None:
         return balances_are_right(rows, folder)
-    faults = {"sheets": sheet_faults, "workbook": workbook_faults}.get(name, lambda _: [])(folder)
+    faults = {"sheets": sheet_faults, "cross-table": cross_faults, "workbook": workbook_faults}.get(name, lambda _: [])(folder)
     for format, read in READERS.items():
         found = [[cell for cell in row if cell not in ("", None)] for row in read(folder / f"d.{format}")]
         found = [row for row in found if row and "page 1 of" not in str(row[0])]  # workbooks have it in print only

@@ -289,7 +289,10 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
         value.formula = totals_.add(cell.column, rowCount(), text->calculation, value);
     }
     if (text != nullptr) {
-        if (text->text.size() > limits_.units) ++cutTexts_;
+        if (text->text.size() > limits_.units && !text->pending) {
+            const std::u16string_view rest = std::u16string_view(text->text).substr(value.text.size());
+            if (rest.size() > limits_.units || !comment(cell.column, rest)) ++cutTexts_;
+        }
         if (!text->link.empty()) writeLink(cell, columnSpan, text->link);
     }
     if (columnSpan > 1 || cell.rowSpan > 1) merge(cell.column, columnSpan, cell.rowSpan);

@@ -68,6 +68,8 @@ private:
     virtual void merge(int column, int columnSpan, int rowSpan) = 0;
     // The link of a whole span. Returns false if the sheet has no space for more.
     virtual bool link(int column, int columnSpan, int rowSpan, std::u16string_view address) = 0;
+    // A comment of a cell of the current row. Returns false if the sheet has no space for more.
+    virtual bool comment(int /*column*/, std::u16string_view /*text*/) { return false; }
     virtual void addOverlay(const Overlay& overlay) = 0;
     virtual void breakPage() = 0;
     virtual void freezeAbove(std::int64_t row) = 0;

@@ -263,6 +263,7 @@ void XlsxSheet::writeTail(const PrintSetup& print, const SheetFeatures& features
         xml_.close().lineEnd();
     }
     if (hasDrawing()) xml_.open("drawing").attribute("r:id", "rIdDrawing").close().lineEnd();
+    if (hasComments()) xml_.open("legacyDrawing").attribute("r:id", "rIdBoxes").close().lineEnd();
     xml_.close().lineEnd();
 }
 
@@ -312,6 +313,12 @@ void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print, con
             relations.add(chartRelation(chart), "chart", "../charts/chart" + std::to_string(chart) + ".xml");
         }
         zip.add("xl/drawings/_rels/drawing" + name + ".xml.rels", relations.xml());
+    }
+    if (hasComments()) {
+        relations_.add("rIdComments", "comments", "../comments" + name + ".xml");
+        relations_.add("rIdBoxes", "vmlDrawing", "../drawings/vmlDrawing" + name + ".vml");
+        zip.add("xl/comments" + name + ".xml", comments_.xml());
+        zip.add("xl/drawings/vmlDrawing" + name + ".vml", comments_.boxes());
     }
     if (!relations_.isEmpty()) {
         zip.add("xl/worksheets/_rels/sheet" + name + ".xml.rels", relations_.xml());

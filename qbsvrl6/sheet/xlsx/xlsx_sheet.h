@@ -10,6 +10,7 @@
 #include "qbsvrl6/sheet/workbook/print_setup.h"
 #include "qbsvrl6/sheet/workbook/sheet_value.h"
 #include "qbsvrl6/sheet/workbook/workbook_sink.h"
+#include "qbsvrl6/sheet/xlsx/xlsx_comments.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_drawing.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
 
@@ -41,6 +42,9 @@ public:
     void merge(int column, int columnSpan, int rowSpan);
     // The link of a whole span. Returns false if the sheet can't hold more links.
     bool link(int column, int columnSpan, int rowSpan, std::u16string_view address);
+    // A comment of the cell. Returns false if the sheet can't hold more comments.
+    bool comment(int column, std::u16string_view text) { return comments_.add(column, rows_, text); }
+    bool hasComments() const { return !comments_.isEmpty(); }
     void breakPage();
     void add(const Overlay& overlay, std::string_view relation) { drawing_.add(overlay, rows_, relation); }
     // A native chart; `number` is that of its part.
@@ -81,6 +85,7 @@ private:
     std::vector<std::int64_t> breaks_;
     XlsxDrawing drawing_;
     std::vector<std::size_t> charts_;  // their numbers
+    XlsxComments comments_;
 };
 
 }  // namespace qbsvrl6

@@ -1,5 +1,6 @@
 // XLSX workbooks, streamed: a row is compressed and forgotten as soon as it is complete. Texts that are
 // settled at the end (the page count) and pictures are in separate parts, which are built after the rows.
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <memory>
@@ -47,6 +48,7 @@ private:
     bool link(int column, int columnSpan, int rowSpan, std::u16string_view address) override {
         return sheet().link(column, columnSpan, rowSpan, address);
     }
+    bool comment(int column, std::u16string_view text) override { return sheet().comment(column, text); }
     void breakPage() override { sheet().breakPage(); }
     void freezeAbove(std::int64_t row) override { sheet().freezeAbove(row); }
 
@@ -133,6 +135,9 @@ private:
         addDefault("xml", "application/xml");
         addDefault("png", "image/png");
         addDefault("jpeg", "image/jpeg");
+        if (std::any_of(sheets_.begin(), sheets_.end(),
+                        [](const XlsxSheet& sheet) { return sheet.hasComments(); }))
+            addDefault("vml", "application/vnd.openxmlformats-officedocument.vmlDrawing");
         const auto add = [&](std::string_view name, std::string_view type) {
             xml.open("Override").attribute("PartName", name);
             xml.attribute("ContentType", "application/vnd.openxmlformats-", type, "+xml").close().lineEnd();
@@ -146,6 +151,9 @@ private:
             add("/xl/worksheets/sheet" + number, "officedocument.spreadsheetml.worksheet");
             if (i <= sheets_.size() && sheets_[i - 1].hasDrawing()) {
                 add("/xl/drawings/drawing" + number, "officedocument.drawing");
+            }
+            if (i <= sheets_.size() && sheets_[i - 1].hasComments()) {
+                add("/xl/comments" + number, "officedocument.spreadsheetml.comments");
             }
         }
         for (std::size_t i = 1; i <= charts_.size(); ++i) {
