@@ -157,7 +157,8 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
 // empty.
 void ReportWalk::addSubReport(PlannedControl& control, const ItemRole& role, BandKind kind, Micrometres left,
                               const Position& position, Micrometres height, std::uint64_t lead) {
-    InnerFlow flow(*flow_, left, lead, outlineOf(kind, position.scope.level));
+    const int level = position.scope.kind == ScopeKind::Group ? position.scope.level : -1;
+    InnerFlow flow(*flow_, left, lead, outlineOf(kind, level));
     std::optional<ReportInstance> instance = builder_.subReport(control, position, role);
     if (instance) ReportWalk::walk(context_, std::move(*instance), flow);
     if (flow.height >= height) return;
