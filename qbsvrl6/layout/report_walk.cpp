@@ -77,7 +77,7 @@ void ReportWalk::add(BandDraft draft) {
     flow_->add(std::move(draft));
 }
 
-// Groups without header and footer would leave nothing behind when they are folded.
+// A group without header and footer would disappear when it is folded.
 int ReportWalk::foldsAround(int level) const {
     const std::vector<PlannedGroup>& groups = instance_.plan.grid->groups;
     return static_cast<int>(

@@ -143,7 +143,7 @@ private:
     void writeChart();
     void writeSeries();
     void writeSlices(std::size_t count);
-    void writeLook(std::size_t series);
+    void writeSeriesStyle(std::size_t series);
     void writeMarker(std::size_t series);
     void writeLabels();
     void texts(std::string_view name, std::size_t column, std::size_t row, std::size_t count);
@@ -212,7 +212,7 @@ void ChartPart::shape(const Color& color) {
     xml_.close();
 }
 
-void ChartPart::writeLook(std::size_t series) {
+void ChartPart::writeSeriesStyle(std::size_t series) {
     constexpr int kSeriesLine = 16'200;  // EMU
     const ChartKind kind = chart_.settings.kind;
     if (kind == ChartKind::Line || kind == ChartKind::ScatterLine) {
@@ -309,7 +309,7 @@ void ChartPart::writeSeries() {
         value("c:idx", series);
         value("c:order", series);
         if (!block_.columns[titled].title.empty()) texts("c:tx", titled + first, 0, 1);
-        writeLook(series);
+        writeSeriesStyle(series);
         if (isPie()) writeSlices(block_.categories.size());
         writeLabels();
         if (hasSeparateAxes()) {
