@@ -32,14 +32,16 @@ def reports():
             template = parts[0] if "<Report" in parts[0] else f'<Report version="1">{parts[0]}</Report>'
             data = parts[2] if parts[1:2] == ["data"] else "[]"
             yield template.encode(), data.encode()
-    # Those of the documentation read fields of these names, in its recipes and in the gallery.
+    for name, template in re.findall(r"^```xml (\S+)\n(.*?)^```", (ROOT / "docs/recipes.md").read_text(encoding="utf-8"), flags=re.M | re.S):
+        data = (ROOT / "docs/recipes" / name).with_suffix(".json")
+        if data.exists():
+            yield template.encode(), data.read_bytes()
+    # The templates of the gallery read fields of these names.
     rows = [{"Region": "NS"[i // 10], "City": "ABC"[i // 4 % 3], "Day": f"2024-{i % 12 + 1:02}-03", "Amount": i, "Product": "xyz"[i % 3],
              "Customer": "pqrs"[i % 4], "Weekday": "MT"[i % 2], "Hour": i % 5, "Calls": i, "Stock": i * 7, "Category": "ab"[i // 10]}
             for i in range(20)]
-    recipes = re.findall(r"^```xml.*\n(<\?xml.*?)^```", (ROOT / "docs/recipes.md").read_text(encoding="utf-8"), flags=re.M | re.S)
-    templates = [*map(str.encode, recipes), *(path.read_bytes() for path in sorted((ROOT / "docs/gallery/templates").glob("*.qbf")))]
-    for template in templates:
-        yield template, json.dumps(rows).encode()
+    for path in sorted((ROOT / "docs/gallery/templates").glob("*.qbf")):
+        yield path.read_bytes(), json.dumps(rows).encode()
 
 
 def picture_report():
