@@ -28,7 +28,7 @@
 
 namespace qbsvrl6 {
 
-struct Inherited;
+class Inherited;
 struct Report;
 
 // The numbers are those of tagQBControlType.
