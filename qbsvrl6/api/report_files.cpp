@@ -35,6 +35,7 @@ public:
             for (const Address& inner : include.library->files) addAddress("library", inner);
         }
         addAddress("picture", report.backgroundPicture);
+        for (const NamedPage& page : report.namedPages) addAddress("picture", page.background);
         for (const Attachment& attachment : report.pdf.attachments)
             addSource("attachment", attachment.source, attachment.folder);
         for (const Control* const control : allControls(report)) {

@@ -346,10 +346,14 @@ std::shared_ptr<const Picture> Pager::backgroundOfPage() {
     if (paper_ == kOwnPaper) return nullptr;
     const Address& address = instance_.plan.papers[static_cast<std::size_t>(paper_)].page->background;
     if (address.empty()) return nullptr;
-    Address start = address;
-    start.name.clear();
-    const TextPosition place = instance_.plan.report->placesOf(address.name, TextUse::Address).front();
-    return context_.pictures.find(address.name, start, {place});
+    const auto [background, isNew] = backgrounds_.try_emplace(paper_);
+    if (isNew) {
+        Address start = address;
+        start.name.clear();
+        const TextPosition place = instance_.plan.report->placesOf(address.name, TextUse::Address).front();
+        background->second = context_.pictures.find(address.name, start, {place});
+    }
+    return background->second;
 }
 
 // Headers and footers are laid out twice: before the page for their heights, and after it for the sink.

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -122,9 +123,10 @@ private:
     bool restartPending_ = false;
     PageSide side_ = PageSide::Any;  // of the next band
 
-    int wanted_ = kOwnPaper;  // paper of the next band
-    int opened_ = kOwnPaper;  // that was wanted for the current page
-    int paper_ = kOwnPaper;   // of the current page
+    int wanted_ = kOwnPaper;                                     // paper of the next band
+    int opened_ = kOwnPaper;                                     // that was wanted for the current page
+    int paper_ = kOwnPaper;                                      // of the current page
+    std::map<int, std::shared_ptr<const Picture>> backgrounds_;  // of paper that was used
 
     int detailColumn_ = -1;                           // the page's column of detail; -1: the whole width
     Micrometres columnsTop_ = 0, columnsBottom_ = 0;  // of the columns of detail on this page

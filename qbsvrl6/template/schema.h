@@ -674,7 +674,7 @@ void describeGrid(Element& element, GridLike& grid) {
     });
 }
 
-// Labels in place of the rows of a grid: one for each row, or as many as `copies` says. They are side by side,
+// Labels in place of the rows of a grid: one for each row, or as many as `copies` gives. They are side by side,
 // in lines or, with `flow`, in columns; the first sheet begins at the place `start`.
 template <class Element, class GridLike>
 void describeLabels(Element& element, GridLike& grid) {
@@ -795,7 +795,7 @@ void describePaper(Element& element, ReportLike& report) {
 }
 
 // The libraries that a template or a library includes. Later ones win over earlier ones, and what the template
-// says itself wins over all.
+// sets itself wins over all.
 template <class Element, class ReportLike>
 void describeIncludes(Element& element, ReportLike& report) {
     element.list("Include", report.includes, [](auto& child, auto& include) {

@@ -49,7 +49,7 @@ TEST(TemplateRoundTrip, KeepsEverything) {
     }
 }
 
-// What a template says itself wins over its libraries, of which the later one wins, and parts are where they
+// What a template sets itself wins over its libraries, of which the later one wins, and parts are where they
 // are used.
 TEST(TemplateRoundTrip, IncludesLibraries) {
     ReportDefinition report = loadTemplate(kLetter);
