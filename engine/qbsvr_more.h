@@ -187,8 +187,14 @@ typedef struct QBXFormat {
     const char* description;  // "PDF document"
 } QBXFormat;
 
-// Gets a format: pdf, xlsx, xls, html, rtf, txt, csv, tiff, png. Returns zero after the last one.
+// Gets a format: pdf, xlsx, xls, docx, rtf, html, txt, csv, json, tiff, png. Returns zero after the last one.
 QBSVR_API int QBXGetFormat(uint64_t index, QBXFormat* format);
+
+// The types of exports that have names only; QBExportOptionGetExportType returns them.
+typedef enum QBXExportType QBSVR_INT32 {
+    QBXExportType_JSON = 101,
+    QBXExportType_DOCX = 102,
+} QBXExportType;
 
 // Opens a prepared export, as QBReportPrepareExport does, in a format by its name; "htm", "text" and "tif"
 // are known, too. Returns zero for another name.
@@ -202,6 +208,7 @@ QBSVR_API int QBXReportPrepareExport(tagQBReport* report, const char* format);
 // | layout           | "pages": as printed, with pages;          | pages                                 |
 // |                  | "table": one continuous table;            |                                       |
 // |                  | "grid": the rows of the detail grid alone |                                       |
+// |                  | JSON has no pages: "pages" is "table"     |                                       |
 // | page-breaks      | "yes", "no": of layout "pages"            | yes                                   |
 // | page-headers     | "yes", "no": page headers and footers     | yes                                   |
 // | resolution       | "36" to "1200": dots per inch of images   | as the template says                  |

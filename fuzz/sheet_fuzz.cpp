@@ -76,6 +76,15 @@ Item itemFrom(Source& source, const ResolvedStyle* styles) {
     return item;
 }
 
+std::unique_ptr<PageSink> makeJson(const SheetOptions& options, Spool& output) {
+    return makeJsonWriter(options.info, std::make_shared<DocumentStructure>(), output);
+}
+
+std::unique_ptr<PageSink> makeDocx(const SheetOptions& options, Spool& output) {
+    static const ReportDefinition report;
+    return makeDocxWriter(options, report, output);
+}
+
 std::string document(Source source, std::unique_ptr<PageSink> (*make)(const SheetOptions&, Spool&)) {
     SheetOptions options;
     options.paged = source.byte() % 2 == 0;
@@ -120,7 +129,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0 || size > 1000) return 0;  // more bands find nothing new
     // The fast ones occur more often: a package of XML is compressed.
     static constexpr std::array kWriters{&makeCsvWriter, &makeTxtWriter, &makeHtmWriter, &makeRtfWriter,
-                                         &makeXlsWriter, &makeHtmWriter, &makeTxtWriter, &makeXlsxWriter};
+                                         &makeXlsWriter, &makeJson,      &makeDocx,      &makeXlsxWriter};
     const auto make = kWriters[data[0] % kWriters.size()];
     const std::string first = document(Source(data + 1, size - 1), make);
     if (data[0] % 16 == 0 && document(Source(data + 1, size - 1), make) != first) std::abort();

@@ -16,10 +16,12 @@ constexpr std::array kTypes{
     FormatType{"pdf", "application/pdf"},
     FormatType{"xlsx", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"},
     FormatType{"xls", "application/vnd.ms-excel"},
+    FormatType{"docx", "application/vnd.openxmlformats-officedocument.wordprocessingml.document"},
     FormatType{"html", "text/html; charset=utf-8"},
     FormatType{"rtf", "application/rtf"},
     FormatType{"txt", "text/plain; charset=utf-8"},
     FormatType{"csv", "text/csv; charset=utf-8"},
+    FormatType{"json", "application/json"},
     FormatType{"tiff", "image/tiff"},
     FormatType{"png", "image/png"}};
 

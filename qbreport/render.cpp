@@ -53,7 +53,7 @@ std::vector<Output> outputsOf(const RenderOptions& options) {
 }
 
 bool isTextFormat(std::string_view format) {
-    constexpr std::array kTexts{"html", "htm", "rtf", "txt", "text", "csv"};
+    constexpr std::array kTexts{"html", "htm", "rtf", "txt", "text", "csv", "json"};
     return std::any_of(kTexts.begin(), kTexts.end(), [&](std::string_view text) { return text == format; });
 }
 

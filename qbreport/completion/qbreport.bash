@@ -12,7 +12,7 @@ _qbreport() {
         return
     fi
     case $previous in
-        -f | --format) words='pdf xlsx xls html rtf txt csv tiff png' ;;
+        -f | --format) words='pdf xlsx xls docx rtf html txt csv json tiff png' ;;
         --layout) words='pages table grid' ;;
         --log) words='text json' ;;
         --on-error) words='skip stop' ;;

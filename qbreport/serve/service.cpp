@@ -130,7 +130,7 @@ void Service::render(const httplib::Request& request, Response& response, Connec
         metrics_.addFailure("bad_request");
         return answerError(
             response, 400,
-            "there is no such format; format=pdf, xlsx, xls, html, rtf, txt, csv, tiff or png");
+            "there is no such format; format=pdf, xlsx, xls, docx, rtf, html, txt, csv, json, tiff or png");
     }
     std::string packet;
     const WorkerPool::Ending ending =

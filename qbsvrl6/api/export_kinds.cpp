@@ -176,6 +176,12 @@ Sink makeHtm(const ExportJob& job, Spool& output) { return makeHtmWriter(sheetOp
 Sink makeRtf(const ExportJob& job, Spool& output) { return makeRtfWriter(sheetOptions(job), output); }
 Sink makeTxt(const ExportJob& job, Spool& output) { return makeTxtWriter(sheetOptions(job), output); }
 Sink makeCsv(const ExportJob& job, Spool& output) { return makeCsvWriter(sheetOptions(job), output); }
+Sink makeDocx(const ExportJob& job, Spool& output) {
+    return makeDocxWriter(sheetOptions(job), job.report, output);
+}
+Sink makeJson(const ExportJob& job, Spool& output) {
+    return makeJsonWriter(job.report.info, job.structure, output);
+}
 
 bool always(const ExportOptions&) { return true; }
 bool asPng(const ExportOptions& options) { return options.imageKind == ImageKind::Png; }
@@ -203,6 +209,8 @@ constexpr ExportForm kForms[] = {
     {ExportKind::Rtf, true, always, makeRtf, kOfficeLinks},
     {ExportKind::Txt, true, always, makeTxt, kNoLinks},
     {ExportKind::Csv, true, always, makeCsv, kNoLinks},
+    {ExportKind::Docx, true, always, makeDocx, kOfficeLinks},
+    {ExportKind::Json, true, always, makeJson, kHtmLinks},
     {ExportKind::Image, false, asPng, makePng, kNoLinks},
     {ExportKind::Image, false, always, makeTiff, kNoLinks},
 };
@@ -230,17 +238,19 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     layout.drawText = false;
     layout.hidesText = options.kind == ExportKind::Xls;
     layout.forWorkbook = options.kind == ExportKind::Xls;
-    // The grid alone is a table of data without pages.
-    layout.paged = options.sameAsPrint && !options.onlyDetailGrid;
+    // The grid alone is a table of data without pages, and JSON is data.
+    layout.paged = options.sameAsPrint && !options.onlyDetailGrid && options.kind != ExportKind::Json;
     layout.pageHeadersAndFooters = options.pageHeadersAndFooters;
     layout.onlyDetailGrid = options.onlyDetailGrid;
     // Lines and page breaks don't matter to a table of plain text.
-    layout.measureText = layout.paged || options.kind == ExportKind::Xls || options.kind == ExportKind::Rtf;
+    layout.measureText = layout.paged || options.kind == ExportKind::Xls || options.kind == ExportKind::Rtf ||
+                         options.kind == ExportKind::Docx;
     return layout;
 }
 
 std::shared_ptr<DocumentStructure> structureFor(const ReportDefinition& report,
                                                 const ExportOptions& options) {
+    if (options.kind == ExportKind::Json) return std::make_shared<DocumentStructure>();
     const PdfStandard standard = options.pdfStandard.value_or(report.pdf.standard.value_or(kDefaultStandard));
     const bool isTagged = levelOf(standard) == 'A' || isAccessible(report, options);
     if (options.kind != ExportKind::Pdf || !isTagged) return nullptr;

@@ -20,10 +20,12 @@ constexpr Format kFormats[] = {
     {"pdf", "", "PDF document", ExportKind::Pdf},
     {"xlsx", "", "Excel workbook", ExportKind::Xls, ImageKind::Tiff, true},
     {"xls", "", "Excel 97-2003 workbook", ExportKind::Xls},
-    {"html", "htm", "web page", ExportKind::Htm},
+    {"docx", "", "Word document", ExportKind::Docx},
     {"rtf", "", "RTF document", ExportKind::Rtf},
+    {"html", "htm", "web page", ExportKind::Htm},
     {"txt", "text", "plain text", ExportKind::Txt},
     {"csv", "", "comma-separated values", ExportKind::Csv},
+    {"json", "", "rows, totals and texts for programs", ExportKind::Json},
     {"tiff", "tif", "TIFF image, all pages in one file", ExportKind::Image, ImageKind::Tiff},
     {"png", "", "PNG image, one file per page", ExportKind::Image, ImageKind::Png},
 };

@@ -24,6 +24,7 @@ public:
         std::shared_ptr<const std::vector<int>> columns;
         int headingLevel = 1;  // of its title
         int rowHeads = 0;      // the first columns that say what a row is about: those of a cross-table
+        const DetailGrid* grid = nullptr;  // with the columns that are laid out; null: the report has none
     };
     static constexpr int kEveryGroup = -1;  // the column is in each column group
     static constexpr int kNoColumn = -2;
@@ -33,6 +34,7 @@ public:
         std::uint32_t report = 0;
         std::uint32_t heading = 0;  // the item that is a heading, from 1; 0: none
         std::uint8_t headingLevel = 0;
+        std::int16_t groupLevel = -1;  // of a group's header or footer; -1: of no group
         BandKind kind = BandKind::Row;
     };
 
@@ -40,8 +42,8 @@ public:
         reports_.push_back(std::move(report));
         return static_cast<std::uint32_t>(reports_.size());
     }
-    std::uint32_t addBand(BandKind kind, std::uint32_t report) {
-        bands_.push_back({report, 0, 0, kind});
+    std::uint32_t addBand(BandKind kind, std::uint32_t report, int groupLevel = -1) {
+        bands_.push_back({report, 0, 0, static_cast<std::int16_t>(groupLevel), kind});
         return static_cast<std::uint32_t>(bands_.size());
     }
     const Report& report(std::uint32_t number) const { return reports_[number - 1]; }

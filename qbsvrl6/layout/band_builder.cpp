@@ -161,8 +161,10 @@ DrawingItem BandBuilder::makeChart(PlannedChart& chart, const Control& control, 
     return item;
 }
 
-ItemRole BandBuilder::roleOfSlice(BandKind kind, const PlannedSection& section, std::size_t control) const {
-    return structure_.roleOf(structure_.addBand(kind), control, section.controls[control], activeColumnGroup);
+ItemRole BandBuilder::roleOfSlice(BandKind kind, const PlannedSection& section, std::size_t control,
+                                  const Position& position) const {
+    return structure_.roleOf(structure_.addBand(kind, position.scope), control, section.controls[control],
+                             activeColumnGroup);
 }
 
 std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, const Position& position,
@@ -191,7 +193,7 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
                                               const Position& position, const SectionSlice* slice) {
     if (!isVisible(section.visible, position)) return std::nullopt;
     unplacedItems_.clear();
-    const std::uint32_t entry = structure_.addBand(kind);
+    const std::uint32_t entry = structure_.addBand(kind, position.scope);
     const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t index = slice == nullptr ? i : slice->controls[i];

@@ -32,7 +32,8 @@ public:
     std::optional<ReportInstance> subReport(PlannedControl& control, const Position& position,
                                             const ItemRole& shownBy);
     // Of a sub-report that is alone in a slice of its section, which then has no band.
-    ItemRole roleOfSlice(BandKind kind, const PlannedSection& section, std::size_t control) const;
+    ItemRole roleOfSlice(BandKind kind, const PlannedSection& section, std::size_t control,
+                         const Position& position) const;
     BandDraft title();
     // `previous` is the row above, with which suppressed values are compared; none: all values are shown.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);

@@ -56,7 +56,7 @@ void ContentTexts::evaluate(PlannedChart& planned, RowView& view, const Position
     drawing.alternateText = settings.title;
     if (!planned.alternateText.parts.empty()) {
         drawing.alternateText = read(planned.alternateText, view, position);
-    } else if (drawing.chart && options_.structure != nullptr) {
+    } else if (drawing.chart && options_.structure != nullptr && options_.drawText) {
         drawing.alternateText = options_.drawings->describe(settings, *drawing.chart->data);
     }
     if (drawing.chart) {

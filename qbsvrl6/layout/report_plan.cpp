@@ -248,7 +248,8 @@ private:
             planned.conditions.push_back({std::move(when), plan_->styles->find(conditional.style), known});
         }
         planned.visible = visibility(control.visibleWhen, site.page);
-        if (source_.options.structure != nullptr && site.page != Page::IsOwn) warnOfMissingText(control);
+        const bool isReadAloud = source_.options.structure != nullptr && source_.options.drawText;
+        if (isReadAloud && site.page != Page::IsOwn) warnOfMissingText(control);
         planned.content =
             std::visit([&](const auto& content) { return planContent(content, box, site); }, control.content);
         for (const TextTemplate* const text : contentTexts(planned.content)) {

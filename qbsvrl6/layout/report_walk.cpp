@@ -140,7 +140,7 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
         const SectionSlice& slice = section.slices[i];
         if (slice.isSubReport) {
             PlannedControl& control = section.controls[slice.controls.front()];
-            const ItemRole role = builder_.roleOfSlice(kind, section, slice.controls.front());
+            const ItemRole role = builder_.roleOfSlice(kind, section, slice.controls.front(), position);
             addSubReport(control, role, kind, left + control.box.x, position,
                          section.section->canShrink ? 0 : slice.height,
                          lead != 0 ? std::exchange(lead, 0) : flow_->beginKeep());

@@ -39,15 +39,15 @@ std::uint32_t addToStructure(DocumentStructure* structure, ReportPlan& plan, con
     static_assert(kEveryColumnGroup == DocumentStructure::kEveryGroup);
     if (plan.grid && plan.grid->tableColumns == nullptr) plan.grid->tableColumns = tableColumns(*plan.grid);
     const int rowHeads = plan.cross != nullptr ? plan.grid->grid->fixedColumns : 0;
-    return structure->addReport(
-        {shownBy, plan.grid ? plan.grid->tableColumns : nullptr, headingLevel, rowHeads});
+    return structure->addReport({shownBy, plan.grid ? plan.grid->tableColumns : nullptr, headingLevel,
+                                 rowHeads, plan.grid ? plan.grid->grid : nullptr});
 }
 
-std::uint32_t StructureNotes::addBand(BandKind kind) const {
+std::uint32_t StructureNotes::addBand(BandKind kind, const Scope& scope) const {
     DocumentStructure* const structure = context_.options.structure;
     const bool isOfPage = kind == BandKind::PageHeader || kind == BandKind::PageFooter;
     if (structure == nullptr || isOfPage || instance_.structure == 0) return 0;
-    return structure->addBand(kind, instance_.structure);
+    return structure->addBand(kind, instance_.structure, scope.kind == ScopeKind::Group ? scope.level : -1);
 }
 
 ItemRole StructureNotes::roleOf(std::uint32_t band, std::size_t index, const PlannedControl& control,

@@ -22,7 +22,7 @@ public:
         : context_(context), instance_(instance) {}
 
     // The entry of a new band; none for page headers and footers, and for the sub-reports in them.
-    std::uint32_t addBand(BandKind kind) const;
+    std::uint32_t addBand(BandKind kind, const Scope& scope = {}) const;
     // Of the control with this index in its section, or of the cell of a row.
     ItemRole roleOf(std::uint32_t band, std::size_t index, const PlannedControl& control,
                     int columnGroup) const;

@@ -11,8 +11,8 @@
 
 namespace qbsvrl6 {
 
-// The numbers are those of tagQBExportType.
-enum class ExportKind { Xls = 1, Txt = 2, Htm = 3, Rtf = 4, Pdf = 5, Csv = 6, Image = 7 };
+// The numbers are those of tagQBExportType and, from 101 on, of QBXExportType.
+enum class ExportKind { Xls = 1, Txt = 2, Htm = 3, Rtf = 4, Pdf = 5, Csv = 6, Image = 7, Json = 101, Docx = 102 };
 enum class ImageKind { Tiff = 1, Png = 2 };
 
 // Pages of a document, from 1, both included.
@@ -29,7 +29,7 @@ struct ExportOptions {
     // the whole document.
     std::vector<PageRange> pages;
 
-    // For cell documents (XLS, TXT, HTM, RTF, CSV).
+    // For documents of cells, and JSON, which has no pages.
     bool sameAsPrint = true;  // false: one continuous table from logical rows
     bool pageBreaks = true;
     bool pageHeadersAndFooters = true;

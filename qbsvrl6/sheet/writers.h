@@ -7,6 +7,7 @@
 
 #include "qbsvrl6/items/column_move.h"
 #include "qbsvrl6/items/page_sink.h"
+#include "qbsvrl6/items/structure.h"
 #include "qbsvrl6/model/export_options.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/spool.h"
@@ -45,6 +46,11 @@ std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, Spool& outp
 std::unique_ptr<PageSink> makeRtfWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, Spool& output);
+std::unique_ptr<PageSink> makeDocxWriter(const SheetOptions& options, const ReportDefinition& report,
+                                         Spool& output);
+// The bands belong to the structure; those that do not are parts of the page.
+std::unique_ptr<PageSink> makeJsonWriter(const DocumentInfo& info,
+                                         std::shared_ptr<const DocumentStructure> structure, Spool& output);
 
 }  // namespace qbsvrl6
 

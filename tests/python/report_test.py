@@ -271,7 +271,7 @@ def test_contents(tmp_path):
     assert [(each.name, each.line) for each in info.fields] == [("Item", 4), ("Amount", 5), ("Due", 6)]
     assert info.tables == (qbreport.Table("Orders", 1, ("Item", "x")),)
     assert all(pathlib.Path(font.file).exists() for font in info.fonts)
-    assert [each.name for each in qbreport.formats()] == "pdf xlsx xls html rtf txt csv tiff png".split()
+    assert [each.name for each in qbreport.formats()] == "pdf xlsx xls docx rtf html txt csv json tiff png".split()
     assert list(qbreport.fonts()) == sorted(qbreport.fonts()) and pathlib.Path(qbreport.library_path()).exists()
 
 

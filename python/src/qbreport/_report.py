@@ -236,7 +236,7 @@ class Report:
 
         - `pages`: "3", "1-3", "2-" or "1-3,7", of the document. Default: all.
         - `layout`: "pages" as printed (default), "table" for one continuous table, "grid" for the rows of the
-          detail grid alone. In workbooks, HTML, RTF, text and CSV.
+          detail grid alone. In all formats but PDF and images.
         - `page_breaks`, `page_headers`: in the layout "pages" of these formats. Default: True.
         - `resolution`: of images, in dots per inch, 36 to 1200. Default: as the template says.
         - `all_in_one`: all pages in one image. Default: False.

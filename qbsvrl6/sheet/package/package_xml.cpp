@@ -40,4 +40,22 @@ std::string PackageRelations::xml() const {
     return part;
 }
 
+std::string coreProperties(const DocumentInfo& info) {
+    std::string part;
+    XmlWriter xml(part);
+    xml.declare().open("cp:coreProperties");
+    xml.attribute("xmlns:cp", kPackageNamespace, "/metadata/core-properties");
+    xml.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/").lineEnd();
+    const auto add = [&](std::string_view name, const std::u16string& text) {
+        if (!text.empty()) xml.element(name, text).lineEnd();
+    };
+    add("dc:title", info.title);
+    add("dc:subject", info.subject);
+    add("dc:creator", info.author);
+    add("cp:keywords", info.keywords);
+    add("dc:language", info.language);
+    xml.close().lineEnd();
+    return part;
+}
+
 }  // namespace qbsvrl6

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/units.h"
 #include "qbsvrl6/support/xml_writer.h"
 
@@ -40,6 +41,10 @@ public:
 private:
     std::string elements_;
 };
+
+// The part with the properties of a document. It has no times but the one that the report sets: the same
+// report gives the same bytes.
+std::string coreProperties(const DocumentInfo& info);
 
 }  // namespace qbsvrl6
 

@@ -32,7 +32,7 @@ bool showsNothing(const Item& item) {
 }  // namespace
 
 RtfTable::RtfTable(const CellGrid& grid, Micrometres left, bool overlaysInCells)
-    : left_(twips(left)), overlaysInCells_(overlaysInCells) {
+    : left_(twips(left)), overlaysInCells_(overlaysInCells), slots_(grid.columnCount()) {
     Micrometres edge = left;
     for (int column = 0; column < grid.columnCount(); ++column) {
         edge += grid.columnWidth(column);
@@ -41,45 +41,22 @@ RtfTable::RtfTable(const CellGrid& grid, Micrometres left, bool overlaysInCells)
 }
 
 void RtfTable::append(std::string& out, std::span<const CellRow> rows, bool repeats, const TextWriter& text) {
-    below_.assign(edges_.size(), {});
+    slots_.beginBand();
     for (const CellRow& row : rows) {
-        findSlots(row);
-        appendDefinition(out, row, repeats);
-        appendCells(out, row, text);
+        const std::vector<Slot>& slots = slots_.slotsOf(row);
+        appendDefinition(out, row, slots, repeats);
+        appendCells(out, row, slots, text);
         out += "\\row\n";
     }
 }
 
-void RtfTable::findSlots(const CellRow& row) {
-    slots_.clear();
-    const auto columns = static_cast<int>(edges_.size());
-    std::size_t next = 0;
-    for (int column = 0; column < columns;) {
-        Below& below = below_[static_cast<std::size_t>(column)];
-        if (below.rowsLeft > 0) {
-            --below.rowsLeft;
-            column += below.cell->columnSpan;
-            slots_.push_back({below.cell, column, true});
-        } else if (next < row.cells.size() && row.cells[next].column == column) {
-            const Cell& cell = row.cells[next++];
-            below = {&cell, cell.rowSpan - 1};
-            column += cell.columnSpan;
-            slots_.push_back({&cell, column, false});
-        } else {
-            const int end = next < row.cells.size() ? row.cells[next].column : columns;
-            do ++column;
-            while (column < end && below_[static_cast<std::size_t>(column)].rowsLeft == 0);
-            slots_.push_back({nullptr, column, false});
-        }
-    }
-}
-
-void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repeats) {
+void RtfTable::appendDefinition(std::string& out, const CellRow& row, const std::vector<Slot>& slots,
+                                bool repeats) {
     // Without \ltrrow in each row, a right-to-left paragraph would reverse the order of the columns.
     appendCommand(out, "\\trowd\\ltrrow\\trgaph0\\trkeep\\trleft", left_);
     appendCommand(out, "\\trrh", twips(row.height));
     if (repeats) out += "\\trhdr";
-    for (const Slot& slot : slots_) {
+    for (const Slot& slot : slots) {
         if (slot.cell != nullptr) {
             if (slot.continues) {
                 out += "\\clvmrg";
@@ -93,11 +70,13 @@ void RtfTable::appendDefinition(std::string& out, const CellRow& row, bool repea
     out += '\n';
 }
 
-void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWriter& text) {
-    const std::size_t host = row.overlays.empty() || !overlaysInCells_ ? slots_.size() : hostOfOverlays();
+void RtfTable::appendCells(std::string& out, const CellRow& row, const std::vector<Slot>& slots,
+                           const TextWriter& text) {
+    const std::size_t host =
+        row.overlays.empty() || !overlaysInCells_ ? slots.size() : RowSlots::hostOfOverlays(slots);
     int left = left_;
-    for (std::size_t i = 0; i < slots_.size(); ++i) {
-        const Slot& slot = slots_[i];
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        const Slot& slot = slots[i];
         const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.continues ||
                              showsNothing(*slot.cell->item);
         out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : entries_.paragraph(*slot.cell);
@@ -109,13 +88,6 @@ void RtfTable::appendCells(std::string& out, const CellRow& row, const TextWrite
         out += "\\cell\n";
         left = edges_[static_cast<std::size_t>(slot.columnEnd) - 1];
     }
-}
-
-// A free cell if there is one, because its paragraph is at the top of the row; otherwise the first cell.
-std::size_t RtfTable::hostOfOverlays() const {
-    const auto free =
-        std::find_if(slots_.begin(), slots_.end(), [](const Slot& slot) { return slot.cell == nullptr; });
-    return free == slots_.end() ? 0 : static_cast<std::size_t>(free - slots_.begin());
 }
 
 int RtfTable::columnLeft(const Overlay& overlay) const {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "qbsvrl6/sheet/document/row_slots.h"
 #include "qbsvrl6/sheet/rtf/rtf_styles.h"
 #include "qbsvrl6/sheet/workbook/drawing_picture.h"
 
@@ -34,22 +35,11 @@ public:
     const RtfStyles& styles() const { return entries_; }
 
 private:
-    // One cell of a row's definition.
-    struct Slot {
-        const Cell* cell;  // null: free
-        int columnEnd;
-        bool continues;  // a cell of the row above
-    };
-    // A cell of an earlier row that spans the current one.
-    struct Below {
-        const Cell* cell = nullptr;
-        int rowsLeft = 0;
-    };
+    using Slot = RowSlots::Slot;
 
-    void findSlots(const CellRow& row);
-    void appendDefinition(std::string& out, const CellRow& row, bool repeats);
-    void appendCells(std::string& out, const CellRow& row, const TextWriter& text);
-    std::size_t hostOfOverlays() const;
+    void appendDefinition(std::string& out, const CellRow& row, const std::vector<Slot>& slots, bool repeats);
+    void appendCells(std::string& out, const CellRow& row, const std::vector<Slot>& slots,
+                     const TextWriter& text);
     int columnLeft(const Overlay& overlay) const;
     void appendOverlay(std::string& out, const Overlay& overlay, int cellLeft);
     void appendShape(std::string& out, const Item& item, int left, int top, const char* anchor);
@@ -62,8 +52,7 @@ private:
     std::vector<int> edges_;  // right edge of each column
     RtfStyles entries_;
     PictureList pictures_;
-    std::vector<Below> below_;  // by column
-    std::vector<Slot> slots_;
+    RowSlots slots_;
 };
 
 }  // namespace qbsvrl6

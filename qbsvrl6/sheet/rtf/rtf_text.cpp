@@ -6,13 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <vector>
 
 #include "qbsvrl6/fonts/bidi.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_grid.h"
-#include "qbsvrl6/sheet/workbook/sheet_value.h"
 
 namespace qbsvrl6 {
 
@@ -56,8 +54,6 @@ void appendParagraph(std::string& out, std::u16string_view text, std::size_t fro
 }
 
 }  // namespace
-
-int twips(Micrometres length) { return static_cast<int>(std::lround(points(length) * 20)); }
 
 void appendCommand(std::string& out, const char* command, int value) {
     std::array<char, 16> digits;

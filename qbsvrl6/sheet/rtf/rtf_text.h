@@ -7,11 +7,9 @@
 #include <string_view>
 
 #include "qbsvrl6/items/item.h"
+#include "qbsvrl6/sheet/document/twips.h"
 
 namespace qbsvrl6 {
-
-// A length in twips, the unit of RTF.
-int twips(Micrometres length);
 
 // Appends a control word and its number: "\\fs20".
 void appendCommand(std::string& out, const char* command, int value);

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "qbsvrl6/items/pending_items.h"
+#include "qbsvrl6/sheet/document/page_headers.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
-#include "qbsvrl6/sheet/rtf/page_headers.h"
 #include "qbsvrl6/sheet/rtf/rtf_table.h"
 #include "qbsvrl6/sheet/text_stream.h"
 #include "qbsvrl6/sheet/workbook/drawing_picture.h"
@@ -123,10 +123,7 @@ private:
     }
 
     void close(PendingTexts& pending) override {
-        for (PageHeaderFooter& page : pages_) {
-            settle(page.header, pending);
-            settle(page.footer, pending);
-        }
+        for (PageHeaderFooter& page : pages_) settle(page, pending);
         const std::vector<std::string> pages = pageBeginnings();
         std::string& head = output_.end();
         head += "{\\rtf1\\ansi\\ansicpg1252\\uc1\\deff0\n";
@@ -147,24 +144,10 @@ private:
         output_.append("\\pard\\plain\\fs2\\sl-20\\slmult0\n}\n");
     }
 
-    static void settle(std::vector<PlacedBand>& bands, PendingTexts& pending) {
-        for (PlacedBand& placed : bands) {
-            for (Item& item : placed.band.items) {
-                if (isPending(item)) pending.settle(item);
-            }
-        }
-    }
-
     // For each page, the beginning of a section, or a page break within one.
     std::vector<std::string> pageBeginnings() {
         std::vector<std::string> beginnings(pages_.size());
-        std::vector<std::size_t> sections;  // their first pages
-        for (std::size_t i = 0; i < pages_.size(); ++i) {
-            const bool isContinuation =
-                !sections.empty() &&
-                isContinued(pages_[sections.back()], pages_[i], static_cast<int>(i - sections.back()));
-            if (!isContinuation) sections.push_back(i);
-        }
+        const std::vector<std::size_t> sections = sectionStarts(pages_);
         const std::string backdrop = makeBackdrop(sections.size());
         int number = 1;  // as the word processor counts
         for (std::size_t i = 0; i < sections.size(); ++i) {
@@ -265,13 +248,8 @@ private:
         out += "}\n";
     }
 
-    // The page count of a group stays text: the word processor counts the pages of the document.
     void appendWithFields(std::string& out, const Item& item) const {
-        std::vector<PageField> fields = std::get<TextItem>(item.content).pageFields;
-        std::erase_if(fields, [&](const PageField& field) {
-            return field.kind == PageField::Kind::Count && field.value != static_cast<int>(pages_.size());
-        });
-        appendItemText(out, item, fields);
+        appendItemText(out, item, countedFields(std::get<TextItem>(item.content), pages_.size()));
     }
 
     void appendInfo(std::string& out) const {

@@ -82,7 +82,7 @@ private:
         ZipWriter zip(output_);
         zip.add("[Content_Types].xml", contentTypes());
         zip.add("_rels/.rels", packageRelations());
-        zip.add("docProps/core.xml", coreProperties());
+        zip.add("docProps/core.xml", coreProperties(options().info));
         zip.add("xl/workbook.xml", workbook());
         zip.add("xl/_rels/workbook.xml.rels", workbookRelations());
         zip.add("xl/styles.xml", xlsxStyles(styles().styles()));
@@ -180,24 +180,6 @@ private:
             relations.add("rId" + number, "worksheet", "worksheets/sheet" + number + ".xml");
         }
         return relations.xml();
-    }
-
-    // No times: the same report gives the same bytes.
-    std::string coreProperties() const {
-        std::string part;
-        XmlWriter xml(part);
-        xml.declare().open("cp:coreProperties");
-        xml.attribute("xmlns:cp", kPackageNamespace, "/metadata/core-properties");
-        xml.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/").lineEnd();
-        const auto add = [&](std::string_view name, const std::u16string& text) {
-            if (!text.empty()) xml.element(name, text).lineEnd();
-        };
-        add("dc:title", options().info.title);
-        add("dc:subject", options().info.subject);
-        add("dc:creator", options().info.author);
-        add("cp:keywords", options().info.keywords);
-        xml.close().lineEnd();
-        return part;
     }
 
     std::string workbook() const {

@@ -1,12 +1,12 @@
 // Page headers and footers that a word processor can repeat: the same on each page except for the page
 // number.
-#ifndef QBSVR_QBSVRL6_SHEET_RTF_PAGE_HEADERS_H
-#define QBSVR_QBSVRL6_SHEET_RTF_PAGE_HEADERS_H
+#ifndef QBSVR_QBSVRL6_SHEET_DOCUMENT_PAGE_HEADERS_H
+#define QBSVR_QBSVRL6_SHEET_DOCUMENT_PAGE_HEADERS_H
 
 #include <optional>
 #include <vector>
 
-#include "qbsvrl6/items/band.h"
+#include "qbsvrl6/items/page_sink.h"
 
 namespace qbsvrl6 {
 
@@ -24,6 +24,16 @@ struct PageHeaderFooter {
     std::vector<PlacedBand> header;
     std::vector<PlacedBand> footer;
 };
+
+// Lays out the pending texts of the header and footer.
+void settle(PageHeaderFooter& page, PendingTexts& pending);
+
+// The first page of each section: as many pages as possible whose headers and footers continue each other.
+std::vector<std::size_t> sectionStarts(const std::vector<PageHeaderFooter>& pages);
+
+// The fields that a word processor counts. The page count of a group stays text: the word processor counts
+// the `pages` of the document.
+std::vector<PageField> countedFields(const TextItem& text, std::size_t pages);
 
 // Whether `later`, which is `pages` pages after `first`, differs from it only in its page number, which must
 // have advanced by as many.

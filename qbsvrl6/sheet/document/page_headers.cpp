@@ -1,4 +1,4 @@
-#include "qbsvrl6/sheet/rtf/page_headers.h"
+#include "qbsvrl6/sheet/document/page_headers.h"
 
 #include <algorithm>
 #include <string_view>
@@ -63,6 +63,35 @@ bool isContinued(const std::vector<PlacedBand>& first, const std::vector<PlacedB
 bool isContinued(const PageHeaderFooter& first, const PageHeaderFooter& later, int pages) {
     return first.paperKind == later.paperKind && isContinued(first.header, later.header, pages) &&
            isContinued(first.footer, later.footer, pages);
+}
+
+void settle(PageHeaderFooter& page, PendingTexts& pending) {
+    for (std::vector<PlacedBand>* const bands : {&page.header, &page.footer}) {
+        for (PlacedBand& placed : *bands) {
+            for (Item& item : placed.band.items) {
+                const auto* const text = std::get_if<TextItem>(&item.content);
+                if (text != nullptr && text->pending) pending.settle(item);
+            }
+        }
+    }
+}
+
+std::vector<std::size_t> sectionStarts(const std::vector<PageHeaderFooter>& pages) {
+    std::vector<std::size_t> starts;
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+        const bool isContinuation = !starts.empty() && isContinued(pages[starts.back()], pages[i],
+                                                                   static_cast<int>(i - starts.back()));
+        if (!isContinuation) starts.push_back(i);
+    }
+    return starts;
+}
+
+std::vector<PageField> countedFields(const TextItem& text, std::size_t pages) {
+    std::vector<PageField> fields = text.pageFields;
+    std::erase_if(fields, [&](const PageField& field) {
+        return field.kind == PageField::Kind::Count && field.value != static_cast<int>(pages);
+    });
+    return fields;
 }
 
 std::optional<int> shownPageNumber(const PageHeaderFooter& page) {
