@@ -187,13 +187,14 @@ typedef struct QBXFormat {
     const char* description;  // "PDF document"
 } QBXFormat;
 
-// Gets a format: pdf, xlsx, xls, docx, rtf, html, txt, csv, json, tiff, png. Returns zero after the last one.
+// Gets a format: pdf, xlsx, xls, ods, docx, rtf, html, txt, csv, json, tiff, png. Returns zero after the last one.
 QBSVR_API int QBXGetFormat(uint64_t index, QBXFormat* format);
 
 // The types of exports that have names only; QBExportOptionGetExportType returns them.
 typedef enum QBXExportType QBSVR_INT32 {
     QBXExportType_JSON = 101,
     QBXExportType_DOCX = 102,
+    QBXExportType_ODS = 103,
 } QBXExportType;
 
 // Opens a prepared export, as QBReportPrepareExport does, in a format by its name; "htm", "text" and "tif"
@@ -236,6 +237,14 @@ QBSVR_API int QBXReportPrepareExport(tagQBReport* report, const char* format);
 // | sign-reason      | a text of the signature                   | none                                  |
 // | sign-location    | a text of the signature                   | none                                  |
 // | sign-time-server | the web address of a time-stamp server    | none                                  |
+// | csv.values       | "raw": typed values, "shown": their texts  | raw in "grid", otherwise shown        |
+// | csv.separator    | "tab", or a character such as ";"         | a comma                               |
+// | csv.quotes       | "needed", "all": around every text        | needed                                |
+// | text.line-ends   | "crlf", "lf": of CSV and TXT              | crlf in CSV, lf in TXT                |
+// | text.encoding    | of CSV and TXT: "utf-8", "gbk", "gb18030" | UTF-8, in CSV with a byte order mark  |
+// |                  | and so on, as iconv knows them            |                                       |
+// | txt.widths       | of the columns of TXT, in characters:     | as wide as on paper                   |
+// |                  | "10 20 8"                                 |                                       |
 // | csv.defuse       | "yes", "no": an apostrophe before texts   | as the template and the settings file |
 // |                  | that a spreadsheet would calculate        | say                                   |
 //

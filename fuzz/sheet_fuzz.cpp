@@ -127,9 +127,9 @@ std::string document(Source source, std::unique_ptr<PageSink> (*make)(const Shee
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > 1000) return 0;  // more bands find nothing new
-    // The fast ones occur more often: a package of XML is compressed.
-    static constexpr std::array kWriters{&makeCsvWriter, &makeTxtWriter, &makeHtmWriter, &makeRtfWriter,
-                                         &makeXlsWriter, &makeJson,      &makeDocx,      &makeXlsxWriter};
+    static constexpr std::array kWriters{&makeCsvWriter, &makeTxtWriter, &makeHtmWriter,
+                                         &makeRtfWriter, &makeXlsWriter, &makeOdsWriter,
+                                         &makeJson,      &makeDocx,      &makeXlsxWriter};
     const auto make = kWriters[data[0] % kWriters.size()];
     const std::string first = document(Source(data + 1, size - 1), make);
     if (data[0] % 16 == 0 && document(Source(data + 1, size - 1), make) != first) std::abort();

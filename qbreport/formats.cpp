@@ -16,6 +16,7 @@ constexpr std::array kTypes{
     FormatType{"pdf", "application/pdf"},
     FormatType{"xlsx", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet"},
     FormatType{"xls", "application/vnd.ms-excel"},
+    FormatType{"ods", "application/vnd.oasis.opendocument.spreadsheet"},
     FormatType{"docx", "application/vnd.openxmlformats-officedocument.wordprocessingml.document"},
     FormatType{"html", "text/html; charset=utf-8"},
     FormatType{"rtf", "application/rtf"},

@@ -12,12 +12,13 @@ _qbreport() {
         return
     fi
     case $previous in
-        -f | --format) words='pdf xlsx xls docx rtf html txt csv json tiff png' ;;
+        -f | --format) words='pdf xlsx xls ods docx rtf html txt csv json tiff png' ;;
         --layout) words='pages table grid' ;;
         --log) words='text json' ;;
         --on-error) words='skip stop' ;;
         --data-kind) words='json jsonl xml csv' ;;
-        --option) words='page-breaks= page-headers= all-in-one= whole-fonts= csv.defuse= standard= ua= created=' ;;
+        --option) words='page-breaks= page-headers= all-in-one= whole-fonts= csv.defuse= csv.values= csv.separator=
+            csv.quotes= text.line-ends= text.encoding= txt.widths= standard= ua= created=' ;;
         --budget) words='wall-time= cpu-time= data-memory= cells= name-length= fetches= fetch-time= fetched-bytes=
             pages= page-items= pixels= picture-scans= template-elements= document-size=' ;;
         --font-folder | --allow-folder | --setup-folder) COMPREPLY=($(compgen -d -- "$current")); return ;;

@@ -21,9 +21,10 @@ constexpr std::string_view kRender = "/render/";
 constexpr std::string_view kParameter = "parameter.";
 
 // Options that name files, keys and passwords are not for requests.
-constexpr std::array<std::string_view, 10> kOptions{"pages",      "layout",     "page-breaks", "page-headers",
-                                                    "resolution", "all-in-one", "whole-fonts", "standard",
-                                                    "created",    "csv.defuse"};
+constexpr std::array<std::string_view, 16> kOptions{
+    "pages",       "layout",         "page-breaks",   "page-headers", "resolution", "all-in-one",
+    "whole-fonts", "standard",       "created",       "csv.defuse",   "csv.values", "csv.separator",
+    "csv.quotes",  "text.line-ends", "text.encoding", "txt.widths"};
 
 struct KindOfType {
     std::string_view type;
@@ -128,9 +129,9 @@ void Service::render(const httplib::Request& request, Response& response, Connec
     const DocumentRequest asked = requestFrom(request);
     if (mediaTypeOf(asked.format) == nullptr) {
         metrics_.addFailure("bad_request");
-        return answerError(
-            response, 400,
-            "there is no such format; format=pdf, xlsx, xls, docx, rtf, html, txt, csv, json, tiff or png");
+        return answerError(response, 400,
+                           "there is no such format; format=pdf, xlsx, xls, ods, docx, rtf, html, txt, csv, "
+                           "json, tiff or png");
     }
     std::string packet;
     const WorkerPool::Ending ending =

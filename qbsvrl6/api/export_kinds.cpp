@@ -152,8 +152,10 @@ WorkbookGrid workbookGridOf(const ExportJob& job) {
     return result;
 }
 
+bool isWorkbook(ExportKind kind) { return kind == ExportKind::Xls || kind == ExportKind::Ods; }
+
 SheetOptions sheetOptions(const ExportJob& job) {
-    const CellColumns columns = job.options.kind == ExportKind::Xls   ? CellColumns::Grid
+    const CellColumns columns = isWorkbook(job.options.kind)          ? CellColumns::Grid
                                 : job.options.kind == ExportKind::Csv ? CellColumns::Records
                                                                       : CellColumns::Page;
     return {job.report.info,
@@ -164,6 +166,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
             job.background,
             job.report.watermark,
             job.options.onlyDetailGrid,
+            job.options.texts,
             job.options.defuseFormulas.value_or(job.report.defuseFormulas || job.defuseFormulas),
             columnMoves(job.report, job.layout, columns, *job.grids),
             job.report.workbook,
@@ -172,10 +175,21 @@ SheetOptions sheetOptions(const ExportJob& job) {
 
 Sink makeXlsx(const ExportJob& job, Spool& output) { return makeXlsxWriter(sheetOptions(job), output); }
 Sink makeXls(const ExportJob& job, Spool& output) { return makeXlsWriter(sheetOptions(job), output); }
+Sink makeOds(const ExportJob& job, Spool& output) { return makeOdsWriter(sheetOptions(job), output); }
 Sink makeHtm(const ExportJob& job, Spool& output) { return makeHtmWriter(sheetOptions(job), output); }
 Sink makeRtf(const ExportJob& job, Spool& output) { return makeRtfWriter(sheetOptions(job), output); }
-Sink makeTxt(const ExportJob& job, Spool& output) { return makeTxtWriter(sheetOptions(job), output); }
-Sink makeCsv(const ExportJob& job, Spool& output) { return makeCsvWriter(sheetOptions(job), output); }
+
+// The writer, through a conversion if the document has another encoding.
+template <class Make>
+Sink makeText(const ExportJob& job, Spool& output, Make make) {
+    const SheetOptions options = sheetOptions(job);
+    if (options.texts.encoding.empty()) return make(options, output);
+    return makeEncodedText(options.texts.encoding, output,
+                           [&](Spool& plain) { return make(options, plain); });
+}
+
+Sink makeTxt(const ExportJob& job, Spool& output) { return makeText(job, output, makeTxtWriter); }
+Sink makeCsv(const ExportJob& job, Spool& output) { return makeText(job, output, makeCsvWriter); }
 Sink makeDocx(const ExportJob& job, Spool& output) {
     return makeDocxWriter(sheetOptions(job), job.report, output);
 }
@@ -205,6 +219,7 @@ constexpr ExportForm kForms[] = {
     {ExportKind::Pdf, false, always, makePdf, kPdfLinks},
     {ExportKind::Xls, true, asXlsx, makeXlsx, kOfficeLinks},
     {ExportKind::Xls, true, always, makeXls, kOfficeLinks},
+    {ExportKind::Ods, true, always, makeOds, kOfficeLinks},
     {ExportKind::Htm, true, always, makeHtm, kHtmLinks},
     {ExportKind::Rtf, true, always, makeRtf, kOfficeLinks},
     {ExportKind::Txt, true, always, makeTxt, kNoLinks},
@@ -236,14 +251,14 @@ LayoutOptions layoutOptionsFor(const ExportOptions& options) {
     if (const ExportForm* const form = formFor(options)) layout.links = form->links;
     if (!isCellKind(options.kind)) return layout;
     layout.drawText = false;
-    layout.hidesText = options.kind == ExportKind::Xls;
-    layout.forWorkbook = options.kind == ExportKind::Xls;
+    layout.hidesText = isWorkbook(options.kind);
+    layout.forWorkbook = isWorkbook(options.kind);
     // The grid alone is a table of data without pages, and JSON is data.
     layout.paged = options.sameAsPrint && !options.onlyDetailGrid && options.kind != ExportKind::Json;
     layout.pageHeadersAndFooters = options.pageHeadersAndFooters;
     layout.onlyDetailGrid = options.onlyDetailGrid;
     // Lines and page breaks don't matter to a table of plain text.
-    layout.measureText = layout.paged || options.kind == ExportKind::Xls || options.kind == ExportKind::Rtf ||
+    layout.measureText = layout.paged || isWorkbook(options.kind) || options.kind == ExportKind::Rtf ||
                          options.kind == ExportKind::Docx;
     return layout;
 }

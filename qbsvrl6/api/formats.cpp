@@ -10,6 +10,7 @@
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/template/text_values.h"
 #include "qbsvrl6/template/values.h"
 
 namespace qbsvrl6 {
@@ -20,6 +21,7 @@ constexpr Format kFormats[] = {
     {"pdf", "", "PDF document", ExportKind::Pdf},
     {"xlsx", "", "Excel workbook", ExportKind::Xls, ImageKind::Tiff, true},
     {"xls", "", "Excel 97-2003 workbook", ExportKind::Xls},
+    {"ods", "", "OpenDocument spreadsheet", ExportKind::Ods},
     {"docx", "", "Word document", ExportKind::Docx},
     {"rtf", "", "RTF document", ExportKind::Rtf},
     {"html", "htm", "web page", ExportKind::Htm},
@@ -114,6 +116,15 @@ void setValue(ExportOptions& options, std::string_view value) {
     }
 }
 
+template <class Codec, auto member>
+void setText(ExportOptions& options, std::string_view value) {
+    try {
+        options.texts.*member = Codec{}.read(value);
+    } catch (const ValueError& error) {
+        fail('"' + std::string(value) + "\": " + error.what());
+    }
+}
+
 // A list of what is allowed.
 void setPermissions(ExportOptions& options, std::string_view value) {
     using P = PdfPermissions;
@@ -170,6 +181,12 @@ constexpr Option kOptions[] = {
      [](ExportOptions& options, std::string_view value) { options.pdfSigning.location = toUtf16(value); }},
     {"sign-time-server",
      [](ExportOptions& options, std::string_view value) { options.pdfSigning.timeServer = value; }},
+    {"csv.values", setText<CsvValuesCodec, &TextSettings::values>},
+    {"csv.separator", setText<CsvSeparatorCodec, &TextSettings::separator>},
+    {"csv.quotes", setText<CsvQuotesCodec, &TextSettings::quotes>},
+    {"text.line-ends", setText<LineEndsCodec, &TextSettings::lineEnds>},
+    {"text.encoding", setText<TextEncodingCodec, &TextSettings::encoding>},
+    {"txt.widths", setText<TextWidthsCodec, &TextSettings::widths>},
     {"csv.defuse", [](ExportOptions& options,
                       std::string_view value) { options.defuseFormulas = switchFrom(std::string(value)); }},
 };

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "qbsvrl6/items/band.h"
@@ -24,7 +25,8 @@ public:
         std::shared_ptr<const std::vector<int>> columns;
         int headingLevel = 1;  // of its title
         int rowHeads = 0;      // the first columns that say what a row is about: those of a cross-table
-        const DetailGrid* grid = nullptr;  // with the columns that are laid out; null: the report has none
+        const DetailGrid* grid = nullptr;                                // null: the report has none
+        std::shared_ptr<const std::vector<std::u16string>> columnNames;  // of all columns that are laid out
     };
     static constexpr int kEveryGroup = -1;  // the column is in each column group
     static constexpr int kNoColumn = -2;

@@ -399,6 +399,11 @@ private:
         plan_->grid = std::make_unique<PlannedGrid>();
         PlannedGrid& planned = *plan_->grid;
         planned.grid = &grid;
+        if (source_.options.structure != nullptr) {
+            auto names = std::make_shared<std::vector<std::u16string>>();
+            for (const ShownColumn& shownColumn : columns_) names->push_back(shownColumn.column->name);
+            planned.columnNames = std::move(names);
+        }
         GridSurroundings surroundings = GridSurroundings::Page;
         Micrometres available = plan_->width;
         if (!source_.options.paged) {

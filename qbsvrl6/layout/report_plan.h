@@ -180,6 +180,7 @@ struct PlannedGrid {
     std::optional<Expression> keepWithNext;
     // As the DocumentStructure has them; made when they are needed.
     std::shared_ptr<const std::vector<int>> tableColumns;
+    std::shared_ptr<const std::vector<std::u16string>> columnNames;  // null without a structure
 };
 
 // Other paper than that of the report.

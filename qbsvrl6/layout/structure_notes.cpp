@@ -39,8 +39,9 @@ std::uint32_t addToStructure(DocumentStructure* structure, ReportPlan& plan, con
     static_assert(kEveryColumnGroup == DocumentStructure::kEveryGroup);
     if (plan.grid && plan.grid->tableColumns == nullptr) plan.grid->tableColumns = tableColumns(*plan.grid);
     const int rowHeads = plan.cross != nullptr ? plan.grid->grid->fixedColumns : 0;
-    return structure->addReport({shownBy, plan.grid ? plan.grid->tableColumns : nullptr, headingLevel,
-                                 rowHeads, plan.grid ? plan.grid->grid : nullptr});
+    if (!plan.grid) return structure->addReport({shownBy, nullptr, headingLevel, rowHeads, nullptr, nullptr});
+    return structure->addReport(
+        {shownBy, plan.grid->tableColumns, headingLevel, rowHeads, plan.grid->grid, plan.grid->columnNames});
 }
 
 std::uint32_t StructureNotes::addBand(BandKind kind, const Scope& scope) const {

@@ -8,11 +8,23 @@
 
 #include "qbsvrl6/model/pdf_protection.h"
 #include "qbsvrl6/model/pdf_settings.h"
+#include "qbsvrl6/model/text_settings.h"
 
 namespace qbsvrl6 {
 
 // The numbers are those of tagQBExportType and, from 101 on, of QBXExportType.
-enum class ExportKind { Xls = 1, Txt = 2, Htm = 3, Rtf = 4, Pdf = 5, Csv = 6, Image = 7, Json = 101, Docx = 102 };
+enum class ExportKind {
+    Xls = 1,
+    Txt = 2,
+    Htm = 3,
+    Rtf = 4,
+    Pdf = 5,
+    Csv = 6,
+    Image = 7,
+    Json = 101,
+    Docx = 102,
+    Ods = 103
+};
 enum class ImageKind { Tiff = 1, Png = 2 };
 
 // Pages of a document, from 1, both included.
@@ -36,6 +48,7 @@ struct ExportOptions {
     bool onlyDetailGrid = false;         // as one table, whatever sameAsPrint says
     bool xlsx = false;                   // for Xls: .xlsx instead of .xls
     std::optional<bool> defuseFormulas;  // CSV; none: as the template and the settings say
+    TextSettings texts;                  // CSV and TXT; what is not set is as the template says
 
     ImageKind imageKind = ImageKind::Tiff;
     bool allPagesInOneImage = false;

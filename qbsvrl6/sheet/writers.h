@@ -2,7 +2,9 @@
 #ifndef QBSVR_QBSVRL6_SHEET_WRITERS_H
 #define QBSVR_QBSVRL6_SHEET_WRITERS_H
 
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "qbsvrl6/items/column_move.h"
@@ -32,6 +34,7 @@ struct SheetOptions {
     std::shared_ptr<const Picture> background;  // may be null
     Watermark watermark;
     bool rawValues = false;       // CSV: typed values instead of the texts that show them
+    TextSettings texts;           // CSV and TXT
     bool defuseFormulas = false;  // CSV: texts that look like formulas begin with an apostrophe
     // By column of the detail grid; empty: all columns have the same position as on the paper.
     std::vector<ColumnMove> columnMoves = {};
@@ -42,12 +45,17 @@ struct SheetOptions {
 // `output` holds the whole document after finish().
 std::unique_ptr<PageSink> makeXlsxWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeXlsWriter(const SheetOptions& options, Spool& output);
+std::unique_ptr<PageSink> makeOdsWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeHtmWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeRtfWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeTxtWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeCsvWriter(const SheetOptions& options, Spool& output);
 std::unique_ptr<PageSink> makeDocxWriter(const SheetOptions& options, const ReportDefinition& report,
                                          Spool& output);
+// The sink that `make` creates writes UTF-8; `output` receives it in the encoding. What cannot be encoded is
+// logged.
+std::unique_ptr<PageSink> makeEncodedText(const std::string& encoding, Spool& output,
+                                          const std::function<std::unique_ptr<PageSink>(Spool&)>& make);
 // The bands belong to the structure; those that do not are parts of the page.
 std::unique_ptr<PageSink> makeJsonWriter(const DocumentInfo& info,
                                          std::shared_ptr<const DocumentStructure> structure, Spool& output);

@@ -14,7 +14,7 @@ cd
 for kind in invoice list labels letter statement; do
     qbreport new $kind
     qbreport check --strict $kind.qbf -d $kind.json
-    for format in pdf xlsx xls docx rtf html txt csv json tiff png; do
+    for format in pdf xlsx xls ods docx rtf html txt csv json tiff png; do
         qbreport render --strict $kind.qbf -d $kind.json -o out/$kind.$format
         [ -s out/$kind.$format ]
     done

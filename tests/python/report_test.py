@@ -232,6 +232,8 @@ def test_wrong_use(tmp_path):
         (lambda: report.render([], format="png", resolution=1), qbreport.Error, "resolution"),
         (lambda: report.render([], format="pdf", pdf={"sign": 1}), ValueError, "'sign'.* sign_key"),
         (lambda: report.render([], format="pdf", pdf={"standard": "a-9"}), qbreport.Error, "a-9"),
+        (lambda: report.render([], format="csv", text_options={"sep": ";"}), ValueError, "'sep'.* separator"),
+        (lambda: report.render([], format="csv", text_options={"encoding": "klingon"}), qbreport.Error, "klingon"),
         (lambda: qbreport.Report(LIST, budget=qbreport.Budget(pages=0)), ValueError, "pages"),
         (lambda: qbreport.Report(LIST, reach=qbreport.Reach(hosts="a")), TypeError, "hosts"),
         (lambda: qbreport.set_reach(qbreport.Reach(hosts=["1.2.3.4/99"])), qbreport.Error, "99"),
@@ -271,7 +273,7 @@ def test_contents(tmp_path):
     assert [(each.name, each.line) for each in info.fields] == [("Item", 4), ("Amount", 5), ("Due", 6)]
     assert info.tables == (qbreport.Table("Orders", 1, ("Item", "x")),)
     assert all(pathlib.Path(font.file).exists() for font in info.fonts)
-    assert [each.name for each in qbreport.formats()] == "pdf xlsx xls docx rtf html txt csv json tiff png".split()
+    assert [each.name for each in qbreport.formats()] == "pdf xlsx xls ods docx rtf html txt csv json tiff png".split()
     assert list(qbreport.fonts()) == sorted(qbreport.fonts()) and pathlib.Path(qbreport.library_path()).exists()
 
 

@@ -197,8 +197,8 @@ class Qbreport(unittest.TestCase):
         self.assertEqual(self.files(), self.inputs, "a command has left a file")
 
     def test_documents(self):
-        names = [f"out/list.{extension}" for extension in "pdf xlsx xls docx rtf html txt csv json tiff png".split()]
-        signatures = (b"%PDF-", b"PK", b"\xd0\xcf", b"PK", b"{\\rtf", b"<!DOC", b"2024", b"\xef\xbb\xbf2024", b"{\"qbreport\"", b"II*\0", b"\x89PNG")
+        names = [f"out/list.{extension}" for extension in "pdf xlsx xls ods docx rtf html txt csv json tiff png".split()]
+        signatures = (b"%PDF-", b"PK", b"\xd0\xcf", b"PK", b"PK", b"{\\rtf", b"<!DOC", b"2024", b"\xef\xbb\xbf2024", b"{\"qbreport\"", b"II*\0", b"\x89PNG")
         errors = "".join(f"{name}: .*\n" for name in names) + "$"
         self.check("render list.qbf -d rows.json --resolution 40 -o " + " -o ".join(names), 0, "$", errors)
         for name, signature in zip(names, signatures):

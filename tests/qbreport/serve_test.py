@@ -174,7 +174,7 @@ class Serve(unittest.TestCase):
         data = (STARTERS / "invoice.json").read_bytes()
         with self.service("-j", "1"):
             client = self.connect()
-            for form in "pdf xlsx xls docx rtf html txt csv json tiff png".split():
+            for form in "pdf xlsx xls ods docx rtf html txt csv json tiff png".split():
                 expected = subprocess.run([PROGRAM, "render", "reports/invoice.qbf", "-d", STARTERS / "invoice.json", "-f", form], capture_output=True, check=True).stdout
                 status, answer, headers = self.ask("POST", f"/render/invoice?format={form}", data, connection=client)
                 self.assertEqual((status, headers["Report-Pages"]), (200, "0" if form == "json" else "1"))

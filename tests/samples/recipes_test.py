@@ -1,4 +1,4 @@
-"""Makes every recipe of docs/recipes.md in all nine formats, and compares the cells with figures that are computed here.
+"""Makes every recipe of docs/recipes.md in all formats, and compares the cells with figures that are computed here.
 
 usage: recipes_test.py QBREPORT DOCS
 """
@@ -15,8 +15,10 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import xml.etree.ElementTree as ElementTree
 import zipfile
 
+import docx
 import openpyxl
 import xlrd
 from PIL import Image
@@ -230,7 +232,47 @@ def marked_up(text):
             for row in re.split("<tr[^>]*>", text)[1:]]
 
 
+def ods_rows(file):
+    name = "{urn:oasis:names:tc:opendocument:xmlns:%s:1.0}%s"
+    with zipfile.ZipFile(file) as package:
+        root = ElementTree.fromstring(package.read("content.xml"))
+    for row in root.iter(name % ("table", "table-row")):
+        cells = [cell for cell in row if cell.get(name % ("office", "value-type"))]
+        yield [float(cell.get(name % ("office", "value"))) if cell.get(name % ("office", "value")) else
+               " ".join("".join(text.itertext()) for text in cell.iter(name % ("text", "p"))) for cell in cells]
+
+
+def docx_rows(file):
+    word = "{http://schemas.openxmlformats.org/wordprocessingml/2006/main}"
+    for row in docx.Document(str(file)).element.body.iter(word + "tr"):
+        yield ["".join(text.text for text in cell.iter(word + "t")) for cell in row.iter(word + "tc")]
+
+
+def json_rows(sections):
+    """The titles of a table, level by level, and its rows; a number as itself."""
+    for section in sections:
+        yield [item["text"] for item in section.get("items", ()) if "text" in item]
+        for item in section.get("items", ()):
+            yield from json_rows(item.get("sections", ()))
+        titles = [[*column.get("above", ()), column["title"]] for column in section.get("columns", ())]
+        rows = section.get("rows", ())
+        shows_groups = any(row["kind"] == "groupHeader" for row in rows)
+        heads = [[own[level] for own, before in zip(titles, [None, *titles])
+                  if level < len(own) and (before is None or level + 1 == len(own) or before[:level + 1] != own[:level + 1])]
+                 for level in range(max(map(len, titles), default=0))]
+        if not shows_groups:
+            yield from heads
+        for row in rows:
+            cells = [cell for cell in row.get("cells", row.get("items")) if cell and not cell.get("merged")]
+            yield [cell["value"] if isinstance(cell.get("value"), (int, float)) else cell.get("text") for cell in cells]
+            if shows_groups and row["kind"] == "groupHeader":
+                yield from heads
+
+
 READERS = {
+    "ods": ods_rows,
+    "docx": docx_rows,
+    "json": lambda file: json_rows(json.loads(file.read_text("utf-8"))["sections"]),
     "csv": lambda file: list(csv.reader(file.read_text("utf-8-sig").splitlines())),
     "html": lambda file: marked_up(file.read_text("utf-8")),
     "rtf": lambda file: marked_up(output_of("unrtf", "--html", "--nopict", file)),
@@ -308,9 +350,9 @@ def check(name, template, folder):
     rows, expected = RECIPES[name]()
     for file, text in {**LIBRARIES, "t.qbf": template}.items():
         (folder / file).write_text(text, "utf-8")
-    (folder / "d.json").write_text(json.dumps(rows), "utf-8")
+    (folder / "rows.json").write_text(json.dumps(rows), "utf-8")
     outputs = [word for format in (*READERS, "pdf", "txt", "tiff", "png") for word in ("-o", folder / f"d.{format}")]
-    subprocess.run([PROGRAM, "render", folder / "t.qbf", "-d", folder / "d.json", "--layout", "table", *outputs],
+    subprocess.run([PROGRAM, "render", folder / "t.qbf", "-d", folder / "rows.json", "--layout", "table", *outputs],
                    check=True, timeout=300)
     if expected is None:
         return balances_are_right(rows, folder)

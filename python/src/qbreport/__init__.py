@@ -1,4 +1,4 @@
-"""Turns report templates and data into PDF, XLSX, XLS, DOCX, RTF, HTML, text, CSV, JSON, TIFF and PNG.
+"""Turns report templates and data into PDF, XLSX, XLS, ODS, DOCX, RTF, HTML, text, CSV, JSON, TIFF and PNG.
 
     import qbreport
     qbreport.Report("invoice.qbf").render(data=rows, to="invoice.pdf", Year=2026)

@@ -46,6 +46,19 @@ _PDF_OPTIONS = ("standard", "ua", "created", "xmp", "user_password", "owner_pass
                 "sign_password", "sign_certificates", "sign_reason", "sign_location", "sign_time_server")
 
 
+_TEXT_OPTIONS = {"values": "csv.values", "separator": "csv.separator", "quotes": "csv.quotes",
+                 "line_ends": "text.line-ends", "encoding": "text.encoding", "widths": "txt.widths"}
+
+
+def _text_options(options: Mapping[str, object]) -> dict[str, object]:
+    """The options of the engine. Widths may be a list."""
+    unknown = [name for name in options if name not in _TEXT_OPTIONS]
+    if unknown:
+        raise ValueError(f"text_options has no option {unknown[0]!r}; the options are {', '.join(_TEXT_OPTIONS)}")
+    return {_TEXT_OPTIONS[name]: " ".join(map(str, value)) if isinstance(value, (list, tuple)) else value
+            for name, value in options.items()}
+
+
 def _pdf_options(options: Mapping[str, object]) -> dict[str, object]:
     """The options of the engine. Permissions may be a list."""
     unknown = [name for name in options if name not in _PDF_OPTIONS]
@@ -219,6 +232,7 @@ class Report:
                pages: str | int | None = None, layout: str | None = None, page_breaks: bool | None = None,
                page_headers: bool | None = None, resolution: int | None = None, all_in_one: bool | None = None,
                whole_fonts: bool | None = None, defuse: bool | None = None, pdf: Mapping[str, object] | None = None,
+               text_options: Mapping[str, object] | None = None,
                progress: OnProgress | None = None, parameters: Mapping[str, object] | None = None,
                **more_parameters: object) -> bytes | list[bytes] | None:
         """Makes one document, or several of the same data.
@@ -244,6 +258,8 @@ class Report:
         - `pdf`: of a PDF, a dictionary of `standard`, `ua`, `created`, `xmp`, `user_password`, `owner_password`,
           `permissions`, `sign_key`, `sign_password`, `sign_certificates`, `sign_reason`,
           `sign_location` and `sign_time_server`.
+        - `text_options`: of CSV and TXT, a dictionary of `values`, `separator`, `quotes`, `line_ends`, `encoding`
+          and `widths`.
         - `defuse`: in CSV, an apostrophe before texts that a spreadsheet would calculate. Default: as the template
           and the settings say.
 
@@ -260,7 +276,7 @@ class Report:
         options: dict[str, object] = {
             "pages": pages, "layout": layout, "page-breaks": page_breaks, "page-headers": page_headers,
             "resolution": resolution, "all-in-one": all_in_one, "whole-fonts": whole_fonts, "csv.defuse": defuse,
-            **_pdf_options(pdf or {})}
+            **_pdf_options(pdf or {}), **_text_options(text_options or {})}
         jobs = list(_jobs(to, format))
         with self._call(progress) as call:
             with self._parameters(call, {**(parameters or {}), **more_parameters}) as names:

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <unordered_set>
 
+#include "qbsvrl6/model/inheritance.h"
 #include "qbsvrl6/model/named_styles.h"
 #include "qbsvrl6/sheet/docx/docx_xml.h"
 #include "qbsvrl6/sheet/package/package_xml.h"
@@ -90,7 +91,13 @@ DocxStyles::DocxStyles(const ReportDefinition& report) : report_(report) {
     // Word processors ignore the case of names, have some names of their own, and divide names at commas.
     std::unordered_set<std::u16string> taken = {u"normal", u"spacer", u"default paragraph font",
                                                 u"normal table"};
-    for (const NamedStyle& style : report.styles) {
+    std::vector<const NamedStyle*> all;
+    for (const NamedStyle& style : report.styles) all.push_back(&style);
+    if (report.inherited) {
+        for (const NamedStyle& style : report.inherited->styles) all.push_back(&style);
+    }
+    for (const NamedStyle* const one : all) {
+        const NamedStyle& style = *one;
         if (style.name.empty() || byName_.contains(style.name)) continue;
         std::u16string name = style.name;
         std::replace_if(

@@ -81,12 +81,12 @@ private:
     // Whether the word processor has the same pages. Pictures then have fixed positions on their page.
     bool hasOwnPages() const { return options_.paged && options_.pageBreaks; }
 
-    void openPage(const PageInfo&, bool) override {
+    void openPage(const PageInfo& page, bool) override {
         stream_.mark();
         places_.push_back({true, pages_.size()});
-        pages_.emplace_back();
+        pages_.push_back({page.paperKind, page.paper, page.margins, {}, {}});
         shapes_.emplace_back();
-        top_ = options_.page.margins.top;
+        top_ = page.margins.top;
         part_ = Part::None;
         headerHeight_ = 0;
     }
@@ -97,7 +97,7 @@ private:
         const bool isHeader = band.kind == BandKind::PageHeader;
         if (!isHeader && band.kind != BandKind::PageFooter) return false;
         PlacedBand& kept = (isHeader ? pages_.back().header : pages_.back().footer).emplace_back();
-        if (isHeader) headerHeight_ = std::max(headerHeight_, y + band.height - options_.page.margins.top);
+        if (isHeader) headerHeight_ = std::max(headerHeight_, y + band.height - pages_.back().margins.top);
         kept.band = std::move(band);
         kept.x = x;
         kept.y = y;
@@ -178,7 +178,8 @@ private:
             section = makeSection(pages_[sections[i]], backdrop, shown == number ? 0 : shown, i == 0);
             number = shown;
         }
-        lastSection_ = section.empty() ? makeSection(noParts_, {}, 0, true) : section;
+        PageHeaderFooter nothing{0, options_.page.paper, options_.page.margins, {}, {}};
+        lastSection_ = section.empty() ? makeSection(nothing, {}, 0, true) : section;
         for (std::size_t i = 0; i < pages_.size(); ++i) {
             const bool breaksPage = options_.pageBreaks && i > 0 && beginnings[i].empty();
             if (!breaksPage && shapes_[i].empty()) continue;
@@ -204,11 +205,11 @@ private:
 
     // The properties of a section that begins with this page; `number` is that of the page, or 0: it goes on.
     std::string makeSection(PageHeaderFooter& parts, std::string_view backdrop, int number, bool isFirst) {
-        const PageSetup& page = options_.page;
-        Micrometres top = page.margins.top;
+        const Edges& margins = parts.margins;
+        Micrometres top = margins.top;
         for (const PlacedBand& placed : parts.header) top = std::max(top, placed.y + placed.band.height);
         // An empty header is above the margin.
-        const Micrometres headerTop = parts.header.empty() ? page.margins.top - kLine : page.margins.top;
+        const Micrometres headerTop = parts.header.empty() ? margins.top - kLine : margins.top;
         std::string out;
         XmlWriter xml(out);
         xml.open("w:sectPr");
@@ -216,23 +217,24 @@ private:
         addPart(xml, "w:footerReference", "w:ftr", parts.footer, {}, hasFooter_);
         const bool startsPage = options_.pageBreaks || isFirst;
         xml.open("w:type").attribute("w:val", startsPage ? "nextPage" : "continuous").close();
-        xml.open("w:pgSz").attribute("w:w", twips(paperWidth()));
-        xml.attribute("w:h", twips(page.paper.height));
-        if (paperWidth() > page.paper.height) xml.attribute("w:orient", "landscape");
+        const Micrometres width = parts.paperKind == 0 ? paperWidth() : parts.paper.width;
+        xml.open("w:pgSz").attribute("w:w", twips(width)).attribute("w:h", twips(parts.paper.height));
+        if (width > parts.paper.height) xml.attribute("w:orient", "landscape");
         xml.close().open("w:pgMar").attribute("w:top", twips(std::max(top, 0)));
-        xml.attribute("w:right", twips(std::max(page.margins.right, 0)));
-        xml.attribute("w:bottom", twips(std::max(bottomMargin(parts.footer), 0)));
-        xml.attribute("w:left", twips(std::max(page.margins.left, 0)));
+        xml.attribute("w:right", twips(std::max(margins.right, 0)));
+        xml.attribute("w:bottom", twips(std::max(bottomMargin(parts), 0)));
+        // Tables are where they are on the report's own paper.
+        xml.attribute("w:left", twips(std::max(options_.page.margins.left, 0)));
         xml.attribute("w:header", twips(std::max(headerTop, 0)));
-        xml.attribute("w:footer", twips(std::max(page.margins.bottom - kSlack, 0)));
+        xml.attribute("w:footer", twips(std::max(margins.bottom - kSlack, 0)));
         xml.attribute("w:gutter", 0).close();
         if (number != 0) xml.open("w:pgNumType").attribute("w:start", std::max(number, 0)).close();
         xml.close();
         return out;
     }
 
-    Micrometres bottomMargin(const std::vector<PlacedBand>& footer) const {
-        const PageSetup& page = options_.page;
+    Micrometres bottomMargin(const PageHeaderFooter& page) const {
+        const std::vector<PlacedBand>& footer = page.footer;
         Micrometres bottom = page.margins.bottom;
         if (!options_.paged) {
             for (const PlacedBand& placed : footer) bottom += placed.band.height;
@@ -403,7 +405,6 @@ private:
     Micrometres top_ = 0;              // of the next row on the current page
     bool hasHeader_ = false;           // of any section so far
     bool hasFooter_ = false;
-    PageHeaderFooter noParts_;
     std::string lastSection_;
     std::map<std::string, PagePart> parts_;  // headers and footers, each stored once
     std::vector<const std::pair<const std::string, PagePart>*> headers_;

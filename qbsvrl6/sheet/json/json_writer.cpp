@@ -50,7 +50,7 @@ struct TableHead {
     std::vector<int> positions;  // of the grid's columns; -1: not shown
     bool takesTitles = true;     // until the first row
     std::size_t gap = 0;         // where the columns are written
-    const DetailGrid* grid = nullptr;
+    std::shared_ptr<const std::vector<std::u16string>> names;
 };
 
 class JsonWriter final : public PageSink {
@@ -178,15 +178,24 @@ private:
         if (!inTable && !hasAny) return;
         openReport(band.report);
         if (band.kind == BandKind::GridTitle) return inTable ? takeTitles(items) : writeForm(entry, items);
-        if (band.kind == BandKind::Row && inTable) return writeRow(entry, items);
+        if (band.kind == BandKind::Row && inTable && hasCells(entry, items)) return writeRow(entry, items);
         writeForm(entry, items);
+    }
+
+    // Free forms, as labels are, have controls instead of cells.
+    bool hasCells(std::uint32_t entry, const Items& items) const {
+        return !structure_->report(structure_->band(entry).report).columnNames->empty() &&
+               std::all_of(items.begin(), items.end(), [&](const Item* item) {
+                   const ItemRole* const role = roleIn(entry, *item);
+                   return role == nullptr || role->column >= 0;
+               });
     }
 
     bool isOfTable(std::uint32_t entry) const {
         const DocumentStructure::BandEntry& band = structure_->band(entry);
         const bool inGrid = band.kind == BandKind::GridTitle || band.kind == BandKind::Row ||
                             band.kind == BandKind::GroupHeader || band.kind == BandKind::GroupFooter;
-        return inGrid && structure_->report(band.report).grid != nullptr;
+        return inGrid && structure_->report(band.report).columnNames != nullptr;
     }
 
     // The path.
@@ -293,10 +302,10 @@ private:
         json_.open('{').member("kind").literal("\"table\"").member("columns").content();
         flush();
         TableHead head;
-        head.grid = structure_->report(report).grid;
+        head.names = structure_->report(report).columnNames;
         head.gap = addGap({true, 0});
         const std::shared_ptr<const std::vector<int>>& shown = structure_->report(report).columns;
-        for (std::size_t i = 0; i < head.grid->columns.size(); ++i) {
+        for (std::size_t i = 0; i < head.names->size(); ++i) {
             const bool isShown = !shown || i >= shown->size() || (*shown)[i] != DocumentStructure::kNoColumn;
             head.positions.push_back(isShown ? static_cast<int>(head.columns.size()) : -1);
             if (isShown) head.columns.push_back({{}, nullptr, i});
@@ -322,7 +331,7 @@ private:
         JsonBuilder json(out);
         json.open('[');
         for (const TableHead::Column& column : head.columns) {
-            json.lineEnd().open('{').member("name").text(head.grid->columns[column.index]->name);
+            json.lineEnd().open('{').member("name").text((*head.names)[column.index]);
             const auto& titles = column.titles;
             json.member("title").text(titles.empty() ? std::u16string() : titles.back().second);
             json.member("type").literal(column.type == nullptr ? "null"

@@ -1,4 +1,5 @@
-// CSV according to RFC 4180: lines end with CR LF, and every record has all columns. The text is UTF-8 with a
+// CSV according to RFC 4180, unless the export has other separators: lines end with CR LF, and every record
+// has all columns. The text is UTF-8 with a
 // byte order mark, because spreadsheets read a file without one in the code page of the machine. A cell that
 // spans columns fills the first. A text that a spreadsheet would read as a formula is written unchanged
 // unless the export defuses formulas, because an apostrophe before it would falsify it for all other readers.
@@ -14,11 +15,6 @@
 namespace qbsvrl6 {
 
 namespace {
-
-bool needsQuotes(std::u16string_view text) {
-    return std::any_of(text.begin(), text.end(),
-                       [](char16_t c) { return c == u'"' || c == u',' || c == u'\r' || c == u'\n'; });
-}
 
 // A sign, followed only by digits with their separators, a currency or a percent sign: "-1,234.50", "+5%".
 bool isSignedNumber(std::u16string_view text) {
@@ -50,11 +46,7 @@ bool looksLikeFormula(std::u16string_view text) {
     }
 }
 
-void appendField(std::string& out, std::u16string_view text) {
-    if (!needsQuotes(text)) {
-        appendUtf8(out, text);
-        return;
-    }
+void appendQuoted(std::string& out, std::u16string_view text) {
     out += '"';
     for (std::size_t quote = text.find(u'"'); quote != std::u16string_view::npos; quote = text.find(u'"')) {
         appendUtf8(out, text.substr(0, quote + 1));
@@ -69,11 +61,14 @@ class CsvWriter final : public CellSink {
 public:
     CsvWriter(const SheetOptions& options, Spool& output)
         : CellSink(options, GridFit::Lines),
-          rawValues_(options.rawValues),
+          rawValues_(options.texts.values ? options.texts.values == CsvValues::Raw : options.rawValues),
+          separator_(options.texts.separator.value_or(',')),
+          quotesAll_(options.texts.quotes == CsvQuotes::All),
+          lineEnd_(options.texts.lineEnds == LineEnds::Lf ? "\n" : "\r\n"),
           defuseFormulas_(options.defuseFormulas),
           output_(output),
           stream_(&output) {
-        stream_.text() = "\xEF\xBB\xBF";
+        if (options.texts.encoding.empty()) stream_.text() = "\xEF\xBB\xBF";
     }
 
 private:
@@ -98,7 +93,7 @@ private:
     void writeRecord(const CellRow& row) {
         int column = 0;
         for (const Cell& cell : row.cells) {
-            stream_.text().append(static_cast<std::size_t>(cell.column - column), ',');
+            stream_.text().append(static_cast<std::size_t>(cell.column - column), separator_);
             column = cell.column;
             if (cell.item == nullptr) continue;
             if (isPending(*cell.item)) {
@@ -108,8 +103,24 @@ private:
                 appendText(stream_.text(), textOf(*cell.item));
             }
         }
-        stream_.text().append(static_cast<std::size_t>(grid().columnCount() - 1 - column), ',');
-        stream_.text() += "\r\n";
+        stream_.text().append(static_cast<std::size_t>(grid().columnCount() - 1 - column), separator_);
+        stream_.text() += lineEnd_;
+    }
+
+    bool needsQuotes(std::u16string_view text) const {
+        if (quotesAll_ && !text.empty()) return true;
+        const auto separator = static_cast<char16_t>(separator_);
+        return std::any_of(text.begin(), text.end(), [&](char16_t c) {
+            return c == u'"' || c == separator || c == u'\r' || c == u'\n';
+        });
+    }
+
+    void appendField(std::string& out, std::u16string_view text) const {
+        if (needsQuotes(text)) {
+            appendQuoted(out, text);
+        } else {
+            appendUtf8(out, text);
+        }
     }
 
     void close(PendingTexts& pending) override {
@@ -130,6 +141,9 @@ private:
     }
 
     bool rawValues_;
+    char separator_;
+    bool quotesAll_;
+    const char* lineEnd_;
     bool defuseFormulas_;
     Spool& output_;
     TextStream stream_;

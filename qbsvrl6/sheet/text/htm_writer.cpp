@@ -36,20 +36,24 @@ constexpr Micrometres kLeastGap = 500;
 // On a screen, each page is a sheet of paper. If the screen is narrower than that, the detail grid scrolls
 // sideways, together with the totals below it, and the columns of free controls share the width of the screen
 // in proportion; on a phone, free controls wrap row by row.
-constexpr const char* kRules = R"(body{margin:0;background:#e8e8e8;color:#000}
+constexpr const char* kRules = R"(:root{color-scheme:only light}
+body{margin:0;background:#e8e8e8;color:#000}
 .page{display:flex;flex-direction:column;box-sizing:border-box;width:max-content;min-width:var(--paper);
 min-height:var(--height);padding:var(--padding);margin:4mm auto;background:#fff;box-shadow:0 0 2mm #999}
 table{border-collapse:collapse;table-layout:fixed;width:var(--table)}
 td,th{box-sizing:border-box;white-space:pre-wrap;overflow-wrap:anywhere;font-weight:normal}
 .n{white-space:nowrap}
-[dir]{unicode-bidi:plaintext}
+[dir=auto]{unicode-bidi:plaintext}
 a{color:inherit}
 svg{display:block;margin:0 0 -1mm}
+.grid thead{position:sticky;top:0;z-index:1;background:#fff}
 .foot{margin-top:auto}
 .r90,.r180,.r270{display:inline-block}
 .r90,.r270{writing-mode:vertical-rl}
 .r180,.r270{transform:rotate(180deg)}
+@media screen and (prefers-color-scheme:dark){body{background:#2a2a2a}}
 @media print{body{background:none}.page{margin:0;box-shadow:none}tr{break-inside:avoid}
+.grid thead{position:static;background:none}
 *{print-color-adjust:exact;-webkit-print-color-adjust:exact}}
 )";
 constexpr const char* kNarrowRules =
@@ -62,6 +66,8 @@ constexpr const char* kNarrowRules =
 )";
 // Of the paper's width: on a narrower screen, proportional columns would be too narrow to read.
 constexpr double kPhoneShare = 0.75;
+// 600 pixels: on narrower screens, charts and figures are always below one another.
+constexpr Micrometres kPhoneWidth = 158'750;
 constexpr const char* kPhoneRules = R"(.free{--text:.8}
 .free,.free tbody{display:block}
 .free colgroup,.free td:empty{display:none}
@@ -78,8 +84,10 @@ constexpr Micrometres kWideDrawing = 120'000;
 constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--height) - 2px)}
 .page:not(:last-child){break-after:page}}
 )";
+// On a narrow screen, a long table scrolls below its titles, in both directions.
 constexpr const char* kContinuousRules =
-    R"(@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
+    R"(@media screen and (max-width:600px){.grid{max-height:90vh;overflow:auto}}
+@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
 )";
 
 // The attributes of an element whose text, or some of it, runs from right to left: each of its paragraphs has
@@ -543,8 +551,9 @@ private:
         } else {
             appendMarkup(out, options_.info.language);
         }
+        // Columns are from left to right, as on paper; texts have their own direction.
         out +=
-            "\">\n<head>\n<meta charset=\"utf-8\"/>\n"
+            "\" dir=\"ltr\">\n<head>\n<meta charset=\"utf-8\"/>\n"
             "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>";
         appendMarkup(out, title());
         out += "</title>\n";
@@ -613,7 +622,8 @@ private:
             out += "%}\n";
         }
         out += "}\n@media screen and (max-width:";
-        appendMillimetres(out, static_cast<Micrometres>(paper * kPhoneShare));
+        appendMillimetres(
+            out, std::max(static_cast<Micrometres>(paper * kPhoneShare), std::min(paper, kPhoneWidth)));
         out += "){";
         out += kPhoneRules;
         out += "}\n";

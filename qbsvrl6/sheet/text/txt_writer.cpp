@@ -53,6 +53,8 @@ struct TextBlock {
 
 class BlockRenderer {
 public:
+    explicit BlockRenderer(std::string_view lineEnd) : lineEnd_(lineEnd) {}
+
     void render(TextBlock& block, std::string& out) {
         lines_.clear();
         for (TextCell& cell : block.cells) {
@@ -115,7 +117,7 @@ private:
             column = target + width;
         }
         while (out.size() > start && out.back() == ' ') out.pop_back();
-        out += '\n';
+        out += lineEnd_;
     }
 
     // Values and the content of barcodes are useless in parts, so their words are never broken.
@@ -133,6 +135,7 @@ private:
         return align == HorizontalAlign::Center ? std::max(room, 0) / 2 : 0;
     }
 
+    std::string_view lineEnd_;
     std::vector<std::u16string_view> lines_;
     std::vector<std::size_t> rowStarts_;
     std::vector<std::size_t> rowEnds_;
@@ -145,10 +148,17 @@ public:
         : CellSink(options, GridFit::Lines),
           output_(output),
           formFeeds_(options.paged && options.pageBreaks),
-          stream_(&output) {
+          stream_(&output),
+          renderer_(options.texts.lineEnds == LineEnds::CrLf ? "\r\n" : "\n") {
         Micrometres edge = 0;
         offsets_.push_back(0);
         for (int column = 0; column < grid().columnCount(); ++column) {
+            const auto index = static_cast<std::size_t>(column);
+            if (index < options.texts.widths.size()) {
+                offsets_.push_back(offsets_.back() + options.texts.widths[index]);
+                edge = offsets_.back() * kCharacterWidth;
+                continue;
+            }
             edge += grid().columnWidth(column);
             offsets_.push_back(std::max(edge / kCharacterWidth, offsets_.back() + 2));
         }

@@ -21,6 +21,7 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/qbsvr_more.h"
 #include "tests/qbsvrl6/api/api_fixture.h"
 
 namespace {
@@ -183,12 +184,12 @@ struct Format {
     const char* further = nullptr;  // the name of a format that has no type
 };
 constexpr Format kFormats[] = {
-    {"CSV", QBExportType_CSV, false, false},          {"TXT", QBExportType_TXT, false, false},
-    {"HTM", QBExportType_HTM, false, false},          {"PDF", QBExportType_PDF, false, false},
-    {"RTF", QBExportType_RTF, false, false},          {"XLS", QBExportType_XLS, false, false},
-    {"XLSX", QBExportType_XLS, true, false},          {"TIFF", QBExportType_IMG, false, false},
-    {"PNG", QBExportType_IMG, false, true},           {"DOCX", QBExportType_PDF, false, false, "docx"},
-    {"JSON", QBExportType_PDF, false, false, "json"},
+    {"CSV", QBExportType_CSV, false, false},        {"TXT", QBExportType_TXT, false, false},
+    {"HTM", QBExportType_HTM, false, false},        {"PDF", QBExportType_PDF, false, false},
+    {"RTF", QBExportType_RTF, false, false},        {"XLS", QBExportType_XLS, false, false},
+    {"XLSX", QBExportType_XLS, true, false},        {"TIFF", QBExportType_IMG, false, false},
+    {"PNG", QBExportType_IMG, false, true},         {"DOCX", QBExportType_PDF, false, false, "docx"},
+    {"ODS", QBExportType_PDF, false, false, "ods"}, {"JSON", QBExportType_PDF, false, false, "json"},
 };
 
 struct Case {
@@ -336,8 +337,8 @@ TEST_F(BadMomentsTest, WithoutFontsDrawnDocumentsFailAndOthersHaveEstimatedWidth
         };
         document(kFormats[0]);
         if (takeLog().find("estimated widths") == std::string::npos) said += "no warning ";
-        expect("bare.qbf", "CSV TXT HTM RTF XLSX DOCX JSON");
-        expect("everything.qbf", "CSV TXT HTM XLSX JSON");  // RTF and DOCX hold pictures of charts
+        expect("bare.qbf", "CSV TXT HTM RTF XLSX DOCX ODS JSON");
+        expect("everything.qbf", "CSV TXT HTM XLSX JSON");  // RTF, DOCX and ODS hold pictures of charts
         return said;
     });
     EXPECT_EQ(wrong, "");

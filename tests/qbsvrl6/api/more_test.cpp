@@ -193,7 +193,7 @@ TEST_F(MoreTest, OptionsAndFormatsAreNames) {
     std::string names;
     QBXFormat format = {sizeof format, nullptr, nullptr};
     for (std::uint64_t i = 0; QBXGetFormat(i, &format) != 0; ++i) names += std::string(format.name) + " ";
-    EXPECT_EQ(names, "pdf xlsx xls docx rtf html txt csv json tiff png ");
+    EXPECT_EQ(names, "pdf xlsx xls ods docx rtf html txt csv json tiff png ");
 }
 
 TEST_F(MoreTest, TellsWhatAReportConsistsOf) {

@@ -1,0 +1,40 @@
+// How CSV and TXT documents are written.
+#ifndef QBSVR_QBSVRL6_MODEL_TEXT_SETTINGS_H
+#define QBSVR_QBSVRL6_MODEL_TEXT_SETTINGS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qbsvrl6 {
+
+enum class CsvValues { Raw, Shown };
+enum class CsvQuotes { Needed, All };
+enum class LineEnds { CrLf, Lf };
+
+// What is not set has the default of the format.
+struct TextSettings {
+    std::optional<CsvValues> values;  // none: raw for the detail grid alone, otherwise shown
+    std::optional<char> separator;    // an ASCII character; none: a comma
+    std::optional<CsvQuotes> quotes;  // none: where they are needed
+    std::optional<LineEnds> lineEnds;
+    std::string encoding;     // a name that iconv knows; empty: UTF-8, in CSV with a byte order mark
+    std::vector<int> widths;  // of the columns of TXT, in characters; empty: those of the paper
+    bool operator==(const TextSettings&) const = default;
+
+    // This, and from `other` what is not set.
+    TextSettings over(const TextSettings& other) const {
+        TextSettings both = *this;
+        if (!both.values) both.values = other.values;
+        if (!both.separator) both.separator = other.separator;
+        if (!both.quotes) both.quotes = other.quotes;
+        if (!both.lineEnds) both.lineEnds = other.lineEnds;
+        if (both.encoding.empty()) both.encoding = other.encoding;
+        if (both.widths.empty()) both.widths = other.widths;
+        return both;
+    }
+};
+
+}  // namespace qbsvrl6
+
+#endif

@@ -1,0 +1,324 @@
+// ODS spreadsheets (OpenDocument 1.3). The rows are written as they come; what is known only at the end, names
+// and print ranges of sheets, repeated titles and pending texts, are gaps in them, and the styles come before
+// them in the file.
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <utility>
+
+#include "qbsvrl6/items/pending_items.h"
+#include "qbsvrl6/sheet/ods/ods_sheet.h"
+#include "qbsvrl6/sheet/ods/page_regions.h"
+#include "qbsvrl6/sheet/package/zip.h"
+#include "qbsvrl6/sheet/text_stream.h"
+#include "qbsvrl6/sheet/workbook/drawing_picture.h"
+#include "qbsvrl6/sheet/workbook/workbook_sink.h"
+
+namespace qbsvrl6 {
+
+namespace {
+
+constexpr std::string_view kMediaType = "application/vnd.oasis.opendocument.spreadsheet";
+constexpr std::size_t kMaxUnits = 32'767;  // of a text: as in the other workbooks
+constexpr int kMaxStyles = 64'000;
+// Titles that begin further down are not repeated on printed pages.
+constexpr std::int64_t kTitlesWithin = 200;
+
+std::string pictureFile(const Picture& picture, std::size_t number) {
+    return "Pictures/" + std::to_string(number) +
+           (picture.encoding == Picture::Encoding::Jpeg ? ".jpeg" : ".png");
+}
+
+std::string columnName(int column) {
+    std::string name;
+    for (int rest = column; rest >= 0; rest = rest / 26 - 1)
+        name.insert(0, 1, static_cast<char>('A' + rest % 26));
+    return name;
+}
+
+class OdsWriter final : public WorkbookSink {
+public:
+    OdsWriter(const SheetOptions& options, Spool& output)
+        : WorkbookSink(options, {OdsSheet::kMaxRows, OdsSheet::kMaxColumns, kMaxUnits, kMaxStyles}),
+          output_(output) {
+        openSheet();
+    }
+
+private:
+    // Where text is inserted at the end.
+    struct Gap {
+        enum class Kind { SheetStart, Row, Pending } kind = Kind::Row;
+        std::size_t sheet = 0;
+        std::int64_t row = 0;     // of the sheet: that begins here
+        std::size_t pending = 0;  // of the text
+        std::u16string link = {};
+    };
+
+    OdsSheet& sheet() { return sheets_.back(); }
+    std::string& out() { return stream_.text(); }
+
+    void addGap(Gap gap) {
+        stream_.mark();
+        gaps_.push_back(std::move(gap));
+    }
+
+    void openSheet() {
+        sheets_.emplace_back(styles_);
+        addGap({Gap::Kind::SheetStart, sheets_.size() - 1});
+        for (const Micrometres width : printSetup(false).columnWidths) {
+            XmlWriter(out())
+                .open("table:table-column")
+                .attribute("table:style-name", "co", styles_.columnStyle(width))
+                .close();
+        }
+        out() += '\n';
+    }
+
+    void closeSheet() {
+        if (sheet().rowCount() == 0) out() += "<table:table-row><table:table-cell/></table:table-row>\n";
+        addGap({Gap::Kind::Row, sheets_.size() - 1, sheet().rowCount()});
+        out() += "</table:table>\n";
+    }
+
+    void beginSheet() override {
+        closeSheet();
+        openSheet();
+    }
+    std::int64_t rowCount() const override { return sheets_.back().rowCount(); }
+    void beginRow(Micrometres height, int) override {
+        if (rowCount() < kTitlesWithin) addGap({Gap::Kind::Row, sheets_.size() - 1, rowCount()});
+        sheet().beginRow(height);
+    }
+    void addBlank(int column, int style) override { sheet().addBlank(column, style); }
+    void addValue(int column, int style, const SheetValue& value) override {
+        sheet().addValue(column, style, value, value.isNumber() ? kindOf(style) : OdsValueKind::Number);
+    }
+    void addPending(int column, int style, Item&& item) override {
+        std::u16string link = std::get<TextItem>(item.content).link;
+        sheet().addPending(column, style, pending_.add(std::move(item)), std::move(link));
+    }
+    void endRow() override {
+        for (OdsSheet::RowPart& part : sheet().endRow()) {
+            out() += part.text;
+            if (part.pending == OdsSheet::kNone) continue;
+            addGap({Gap::Kind::Pending, 0, 0, part.pending, std::move(part.link)});
+        }
+        stream_.writeIfLarge();
+    }
+    void merge(int column, int columnSpan, int rowSpan) override {
+        sheet().merge(column, columnSpan, rowSpan);
+    }
+    bool link(int, int, int, std::u16string_view address) override {
+        sheet().link(address);
+        return true;
+    }
+    void breakPage() override { sheet().breakPage(); }
+    void freezeAbove(std::int64_t row) override { sheet().frozenRows = row; }
+
+    // What the number format of a style shows.
+    OdsValueKind kindOf(int style) {
+        const auto index = static_cast<std::size_t>(style);
+        while (kinds_.size() <= index) {
+            const std::u16string& format = styles().styles()[kinds_.size()]->numberFormat;
+            kinds_.push_back(format.empty() ? OdsValueKind::Number : styles_.formats().of(format).kind);
+        }
+        return kinds_[index];
+    }
+
+    void addOverlay(const Overlay& overlay) override {
+        std::string object;
+        XmlWriter xml(object);
+        const Rect box = pictureBox(*overlay.item);
+        if (const auto* const line = std::get_if<LineItem>(&overlay.item->content)) {
+            const OdsLength top{overlay.y}, bottom{overlay.y + box.height};
+            xml.open("draw:line").attribute("draw:style-name", "gr", styles_.lineStyle(line->line));
+            xml.attribute("draw:z-index", objects_++).attribute("svg:x1", OdsLength{overlay.x});
+            xml.attribute("svg:y1", line->line.rising ? bottom : top);
+            xml.attribute("svg:x2", OdsLength{overlay.x + box.width});
+            xml.attribute("svg:y2", line->line.rising ? top : bottom).close();
+        } else {
+            const std::uint32_t number = pictures_.numberOf(*overlay.item);
+            if (number == 0) return;
+            xml.open("draw:frame").attribute("draw:z-index", objects_++);
+            xml.attribute("svg:x", OdsLength{std::max(overlay.x + box.x, 0)});
+            xml.attribute("svg:y", OdsLength{std::max(overlay.y + box.y, 0)});
+            xml.attribute("svg:width", OdsLength{box.width}).attribute("svg:height", OdsLength{box.height});
+            xml.open("draw:image");
+            xml.attribute("xlink:href", pictureFile(*pictures_.pictures()[number - 1], number));
+            xml.attribute("xlink:type", "simple").attribute("xlink:show", "embed");
+            xml.attribute("xlink:actuate", "onLoad").close();
+            if (!textOf(*overlay.item).empty()) xml.element("svg:desc", textOf(*overlay.item));
+            xml.close();
+        }
+        sheet().addObject(overlay.column, object);
+    }
+
+    void close(PendingTexts& pending) override {
+        closeSheet();
+        const std::vector<TitleRows> titles = this->titles();
+        const std::vector<std::u16string> names = sheetNames();
+        Spool body;
+        stream_.moveTo(body, [&](std::size_t number, std::string& out) {
+            const Gap& gap = gaps_[number];
+            if (gap.kind == Gap::Kind::SheetStart) {
+                writeSheetStart(out, gap.sheet, names[gap.sheet]);
+            } else if (gap.kind == Gap::Kind::Row) {
+                writeTitleTag(out, gap, titles[gap.sheet]);
+            } else {
+                Item item = pending_.item(gap.pending);
+                pending.settle(item);
+                appendOdsText(out, sheetValue(&item, kMaxUnits).text, gap.link);
+            }
+        });
+        writePackage(body, names);
+        reportLosses();
+    }
+
+    void writeSheetStart(std::string& out, std::size_t number, const std::u16string& name) const {
+        const OdsSheet& sheet = sheets_[number];
+        XmlWriter xml(out);
+        xml.open("table:table").attribute("table:name", name).attribute("table:style-name", "ta1");
+        std::u16string quoted;
+        for (const char16_t c : name) quoted.append(c == u'\'' ? 2 : 1, c);
+        const std::string corner = columnName(std::max(sheet.columnCount() - 1, 0)) +
+                                   std::to_string(std::max<std::int64_t>(sheet.rowCount(), 1));
+        xml.attribute("table:print-ranges", "'", quoted, "'.A1:'", quoted, "'.", corner).lineEnd();
+    }
+
+    // Printed pages contain their titles.
+    void writeTitleTag(std::string& out, const Gap& gap, const TitleRows& titles) const {
+        if (options().paged || titles.last < titles.first || titles.first >= kTitlesWithin ||
+            titles.last + 1 >= kTitlesWithin) {
+            return;
+        }
+        if (gap.row == titles.first) out += "<table:table-header-rows>\n";
+        if (gap.row == titles.last + 1) out += "</table:table-header-rows>\n";
+    }
+
+    // The package. Its type is stored first, as readers expect it.
+    void writePackage(const Spool& body, const std::vector<std::u16string>& names) {
+        ZipWriter zip(output_);
+        zip.addStored("mimetype", kMediaType);
+        zip.add("META-INF/manifest.xml", manifest());
+        zip.add("meta.xml", properties());
+        zip.add("settings.xml", settings(names));
+        zip.add("styles.xml", pageStyles(printSetup(true)));
+        const auto& pictures = pictures_.pictures();
+        for (std::size_t i = 0; i < pictures.size(); ++i) {
+            zip.addStored(pictureFile(*pictures[i], i + 1), pictures[i]->bytes);
+        }
+        writeContent(zip, body);
+        zip.finish();
+    }
+
+    void writeContent(ZipWriter& zip, const Spool& body) {
+        std::string head;
+        XmlWriter xml(head);
+        openOdsPart(xml, "office:document-content").open("office:automatic-styles").lineEnd();
+        xml.open("style:style").attribute("style:name", "ta1").attribute("style:family", "table");
+        xml.attribute("style:master-page-name", "Default").open("style:table-properties");
+        xml.attribute("table:display", "true").close().close().lineEnd();
+        xml.content() += styles_.xml(styles().styles());
+        xml.close().open("office:body").open("office:spreadsheet").lineEnd();
+        DeflateStream first;
+        first.append(head);
+        DeflateStream rest;
+        std::string block(256 * 1024, '\0');
+        for (std::uint64_t at = 0; at < body.size();) {
+            const std::size_t size = body.read(at, block.data(), block.size());
+            rest.append({block.data(), size});
+            at += size;
+        }
+        rest.append("</office:spreadsheet></office:body></office:document-content>\n");
+        zip.add("content.xml", std::move(first), std::move(rest));
+    }
+
+    std::string manifest() const {
+        std::string part;
+        XmlWriter xml(part);
+        xml.declare().open("manifest:manifest");
+        xml.attribute("xmlns:manifest", "urn:oasis:names:tc:opendocument:xmlns:manifest:1.0");
+        xml.attribute("manifest:version", "1.3").lineEnd();
+        const auto add = [&](std::string_view path, std::string_view type) {
+            xml.open("manifest:file-entry").attribute("manifest:full-path", path);
+            xml.attribute("manifest:media-type", type).close().lineEnd();
+        };
+        add("/", kMediaType);
+        for (const char* const name : {"content.xml", "styles.xml", "meta.xml", "settings.xml"}) {
+            add(name, "text/xml");
+        }
+        const auto& pictures = pictures_.pictures();
+        for (std::size_t i = 0; i < pictures.size(); ++i) {
+            const bool isJpeg = pictures[i]->encoding == Picture::Encoding::Jpeg;
+            add(pictureFile(*pictures[i], i + 1), isJpeg ? "image/jpeg" : "image/png");
+        }
+        xml.close().lineEnd();
+        return part;
+    }
+
+    // No times: the same report gives the same bytes.
+    std::string properties() const {
+        std::string part;
+        XmlWriter xml(part);
+        openOdsPart(xml, "office:document-meta").open("office:meta");
+        const auto add = [&](std::string_view name, const std::u16string& text) {
+            if (!text.empty()) xml.element(name, text);
+        };
+        const DocumentInfo& info = options().info;
+        add("dc:title", info.title);
+        add("dc:subject", info.subject);
+        add("meta:initial-creator", info.author);
+        add("dc:creator", info.author);
+        add("meta:keyword", info.keywords);
+        add("dc:language", info.language);
+        xml.close().close().lineEnd();
+        return part;
+    }
+
+    // The titles that stay on the screen.
+    std::string settings(const std::vector<std::u16string>& names) const {
+        std::string part;
+        XmlWriter xml(part);
+        const auto item = [&](std::string_view name, std::string_view type, const auto& value) {
+            xml.open("config:config-item").attribute("config:name", name);
+            xml.attribute("config:type", type).text(value).close();
+        };
+        openOdsPart(xml, "office:document-settings").open("office:settings");
+        xml.open("config:config-item-set").attribute("config:name", "ooo:view-settings");
+        xml.open("config:config-item-map-indexed").attribute("config:name", "Views");
+        xml.open("config:config-item-map-entry");
+        item("ViewId", "string", "view1");
+        xml.open("config:config-item-map-named").attribute("config:name", "Tables");
+        for (std::size_t i = 0; i < sheets_.size(); ++i) {
+            if (sheets_[i].frozenRows == 0) continue;
+            xml.open("config:config-item-map-entry").attribute("config:name", names[i]);
+            item("HorizontalSplitMode", "short", 0);
+            item("VerticalSplitMode", "short", 2);
+            item("VerticalSplitPosition", "int", sheets_[i].frozenRows);
+            item("ActiveSplitRange", "short", 2);
+            item("PositionTop", "int", 0);
+            item("PositionBottom", "int", sheets_[i].frozenRows);
+            xml.close();
+        }
+        xml.close().close().close().close().close().close().lineEnd();
+        return part;
+    }
+
+    Spool& output_;
+    TextStream stream_;
+    std::vector<Gap> gaps_;
+    OdsStyles styles_;
+    std::deque<OdsSheet> sheets_;
+    std::vector<OdsValueKind> kinds_;  // by style
+    PictureList pictures_;
+    int objects_ = 0;
+    PendingItems pending_;
+};
+
+}  // namespace
+
+std::unique_ptr<PageSink> makeOdsWriter(const SheetOptions& options, Spool& output) {
+    return std::make_unique<OdsWriter>(options, output);
+}
+
+}  // namespace qbsvrl6
