@@ -20,19 +20,6 @@ struct TextSettings {
     std::optional<LineEnds> lineEnds;
     std::string encoding;     // a name that iconv knows; empty: UTF-8, in CSV with a byte order mark
     std::vector<int> widths;  // of the columns of TXT, in characters; empty: those of the paper
-    bool operator==(const TextSettings&) const = default;
-
-    // This, and from `other` what is not set.
-    TextSettings over(const TextSettings& other) const {
-        TextSettings both = *this;
-        if (!both.values) both.values = other.values;
-        if (!both.separator) both.separator = other.separator;
-        if (!both.quotes) both.quotes = other.quotes;
-        if (!both.lineEnds) both.lineEnds = other.lineEnds;
-        if (both.encoding.empty()) both.encoding = other.encoding;
-        if (both.widths.empty()) both.widths = other.widths;
-        return both;
-    }
 };
 
 }  // namespace qbsvrl6
