@@ -82,7 +82,6 @@ bool TextTemplate::any(bool Expression::*property) const {
 }
 
 void TextTemplate::keepValue() {
-    constexpr std::size_t kLongestText = 24;
     const auto isPlaceholder = [](const TextPart& part) { return part.expression.has_value(); };
     if (valued || std::count_if(parts.begin(), parts.end(), isPlaceholder) != 1) return;
     const auto part = std::find_if(parts.begin(), parts.end(), isPlaceholder);
@@ -90,9 +89,7 @@ void TextTemplate::keepValue() {
     for (auto other = parts.begin(); other != parts.end(); ++other) {
         if (other != part) (other < part ? before : after) += other->literal;
     }
-    const bool isShort = before.size() + after.size() <= kLongestText;
-    const bool isLine = (before + after).find_first_of(u"\r\n") == std::u16string::npos;
-    if (!isShort || !isLine || part->pageField || !part->format.surround(before, after)) return;
+    if (part->pageField || !part->format.surround(before, after)) return;
     valued = static_cast<std::size_t>(part - parts.begin());
 }
 

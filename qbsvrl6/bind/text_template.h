@@ -29,7 +29,7 @@ struct TextTemplate {
     bool isConstant() const;  // has no placeholder
     bool isLone() const { return parts.size() == 1 && parts[0].expression; }
     // Makes the text around a lone placeholder part of its spreadsheet format, so that "¥[Price:#,##0.00]" has
-    // a value. Other texts have none: those with several placeholders, without a format, or with long words.
+    // a value. Other texts have none: those with several placeholders, without a format, or with words.
     void keepValue();
     // The index of the part that has the value of the text; none: it has no value.
     std::optional<std::size_t> valued;

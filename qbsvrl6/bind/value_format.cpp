@@ -1,6 +1,7 @@
 #include "qbsvrl6/bind/value_format.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "common/errors.h"
@@ -9,6 +10,7 @@
 #include "qbsvrl6/bind/spreadsheet_format.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/white_space.h"
 
 namespace qbsvrl6 {
 
@@ -78,6 +80,34 @@ std::size_t digitCount(const Value& value) {
     }
     return static_cast<std::size_t>(std::count_if(value.text.begin(), value.text.end(), isDigit<char16_t>) +
                                     std::count_if(digits.begin(), digits.end(), isDigit<char>));
+}
+
+bool isCurrencySign(char16_t unit) {
+    return unit == u'$' || (unit >= 0xA2 && unit <= 0xA5) || (unit >= 0x20A0 && unit <= 0x20CF) ||
+           unit == 0xFF04 || unit == 0xFFE0 || unit == 0xFFE1 || unit == 0xFFE5 || unit == 0xFFE6;
+}
+
+// "¥", "US$ " and "EUR ". A word before a number is a name for it, which belongs to the text.
+bool isCurrency(std::u16string_view text) {
+    constexpr std::array<std::u16string_view, 8> kCodes = {u"CHF", u"CNY", u"EUR", u"GBP",
+                                                           u"HKD", u"JPY", u"RMB", u"USD"};
+    constexpr std::size_t kLongest = 4;
+    text = trimmed(text);
+    if (text.empty() || std::find(kCodes.begin(), kCodes.end(), text) != kCodes.end()) return true;
+    const auto fits = [](char16_t unit) { return isCurrencySign(unit) || isLatinLetter(unit); };
+    return text.size() <= kLongest && std::any_of(text.begin(), text.end(), isCurrencySign) &&
+           std::all_of(text.begin(), text.end(), fits);
+}
+
+// "%", " kg", "元" and " €".
+bool isUnit(std::u16string_view text) {
+    constexpr std::size_t kLongest = 4;
+    constexpr char16_t kFirstIdeograph = 0x3400, kLastIdeograph = 0x9FFF;
+    text = trimmed(text);
+    return text.size() <= kLongest && std::all_of(text.begin(), text.end(), [](char16_t unit) {
+               return unit == u'%' || unit == 0x2030 || unit == 0xB0 || isCurrencySign(unit) ||
+                      isLetter(unit) || (unit >= kFirstIdeograph && unit <= kLastIdeograph);
+           });
 }
 
 }  // namespace
@@ -185,8 +215,8 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
 
 bool ValueFormat::surround(std::u16string_view before, std::u16string_view after) {
     const bool isWord = text_.starts_with(u'{') || text_.find(u"$$") != std::u16string::npos;
-    const bool hasDigits = purpose_ == Purpose::Number && !isWord && hasAnyOf(text_, u"#0");
-    if (!hasDigits && purpose_ != Purpose::Date) return false;
+    if (purpose_ != Purpose::Number || isWord || !hasAnyOf(text_, u"#0")) return false;
+    if (!isCurrency(before) || !isUnit(after)) return false;
     before_ = before;
     after_ = after;
     return true;
@@ -204,6 +234,7 @@ CellValue ValueFormat::cell(const Value& value) {
             break;
         case ValueType::Boolean:
             cell.boolean = typed.boolean;
+            if (cell.isSurrounded) cell.type = ValueType::Text;
             break;
         case ValueType::Number:
             cell.number = typed.number;
@@ -220,10 +251,6 @@ CellValue ValueFormat::cell(const Value& value) {
                 cell.type = ValueType::Text;
                 break;
             }
-            if (cell.isSurrounded && purpose_ != Purpose::Number) {
-                cell.type = ValueType::Text;
-                break;
-            }
             if (!numberSpreadsheetFormat_) {
                 numberSpreadsheetFormat_ = numberFormat().spreadsheetFormat(before_, after_);
             }
@@ -237,16 +264,11 @@ CellValue ValueFormat::cell(const Value& value) {
                 cell.spreadsheetFormat = isWholeDay(typed.date) ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
                 break;
             }
-            if (!hasSpreadsheetHours(text_) || (cell.isSurrounded && purpose_ != Purpose::Date)) {
+            if (!hasSpreadsheetHours(text_) || cell.isSurrounded) {
                 cell.type = ValueType::Text;
                 break;
             }
-            if (!dateSpreadsheetFormat_) {
-                std::u16string& format = dateSpreadsheetFormat_.emplace();
-                appendSpreadsheetLiteral(format, before_);
-                appendSpreadsheetPart(format, spreadsheetDateFormat(text_));
-                appendSpreadsheetLiteral(format, after_);
-            }
+            if (!dateSpreadsheetFormat_) dateSpreadsheetFormat_ = spreadsheetDateFormat(text_);
             cell.spreadsheetFormat = *dateSpreadsheetFormat_;
             break;
     }

@@ -30,7 +30,7 @@ public:
     void append(const Value& value, TextArena& arena, std::u16string& out, std::optional<Color>& color);
 
     // Makes this text, shown before and after the value, part of the spreadsheet format. Returns false, and
-    // changes nothing, if only a format of digits or dates could show it.
+    // changes nothing, unless the format has digits and the texts are a currency and a unit.
     bool surround(std::u16string_view before, std::u16string_view after);
 
     // The value for a spreadsheet cell. Its number format is valid until this object is moved or destroyed.
