@@ -22,6 +22,8 @@ public:
     explicit Inherited(const std::vector<Include>& includes);
 
     const Style& font() const { return font_; }
+    // Without those that come from further out: of the outermost report, the styles of its libraries.
+    const std::vector<NamedStyle>& styles() const { return styles_; }
     // Null if there is none of this name. The case of parameters does not matter.
     const NamedStyle* style(const std::u16string& name) const;
     const Parameter* parameter(std::u16string_view name) const;

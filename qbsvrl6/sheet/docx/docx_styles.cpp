@@ -94,7 +94,7 @@ DocxStyles::DocxStyles(const ReportDefinition& report) : report_(report) {
     std::vector<const NamedStyle*> all;
     for (const NamedStyle& style : report.styles) all.push_back(&style);
     if (report.inherited) {
-        for (const NamedStyle& style : report.inherited->styles) all.push_back(&style);
+        for (const NamedStyle& style : report.inherited->styles()) all.push_back(&style);
     }
     for (const NamedStyle* const one : all) {
         const NamedStyle& style = *one;
