@@ -123,7 +123,7 @@ void addStrict(CLI::App& command, bool& isStrict) {
 
 void addFormatFlags(CLI::App& command, FormatOptions& options) {
     addText(command, "-f,--format", options.format, "FORMAT",
-            "pdf, xlsx, xls, ods, docx, rtf, html, txt, csv, json, tiff, png");
+            "pdf, xlsx, xls, ods, docx, rtf, html, txt,\ncsv, json, tiff, png");
     addText(command, "--pages", options.pages, "PAGES", "Some pages only: 3, 1-3, 2-, 1-3,7");
     addText(command, "--layout", options.layout, "LAYOUT",
             "pages (default), table or grid: of xlsx, csv, ...");

@@ -25,7 +25,7 @@ def main():
         assert made.returncode == 0, made
         text = pathlib.Path(folder, "offer.csv").read_bytes().decode("utf-8-sig")
         assert text.startswith(ROWS) and "1,200.50" in text[len(ROWS):], text
-        wrong = run(c_program, "offer.qbf", "docx", "offer.docx")
+        wrong = run(c_program, "offer.qbf", "doc", "offer.doc")
         assert wrong.returncode == 1 and "there is no format" in wrong.stderr, wrong
         missing = run(c_program, "no.qbf", "csv", "no.csv")
         assert missing.returncode == 1 and "no.qbf:0:0: " in missing.stderr, missing

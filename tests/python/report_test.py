@@ -205,8 +205,8 @@ def test_errors_have_a_place():
             with pytest.raises(qbreport.Error) as caught:
                 report.load(data)
             assert (caught.value.file, caught.value.line) == (file, line), caught.value
-        with pytest.raises(qbreport.Error, match="docx.*pdf"):
-            report.render([], to="a.docx")
+        with pytest.raises(qbreport.Error, match="doc.*pdf"):
+            report.render([], to="a.doc")
 
 
 def test_wrong_use(tmp_path):

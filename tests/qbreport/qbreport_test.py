@@ -127,7 +127,7 @@ CASES = {
     "render list.qbf -o": (2, "$", r"qbreport: error: --output needs a value"),
     "render list.qbf -o list": (2, "$", r'qbreport: error: the format of "list" is unknown: it has no extension'),
     "render list.qbf": (2, "$", r"qbreport: error: the format is unknown; name a file"),
-    "render list.qbf -o list.docx": (2, "$", r'qbreport: error: there is no format "docx".*pdf, xlsx, xls'),
+    "render list.qbf -o list.doc": (2, "$", r'qbreport: error: there is no format "doc".*pdf, xlsx, xls'),
     "render list.qbf -f pdf -o a.pdf -o b.pdf": (2, "$", r"qbreport: error: -f names the format of one document"),
     "render list.qbf -o a.pdf -o a.pdf": (2, "$", r'qbreport: error: "a.pdf" is named twice'),
     "render list.qbf -f pdf --pages 3-1": (2, "$", r"qbreport: error: .*3-1"),

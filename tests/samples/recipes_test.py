@@ -193,7 +193,7 @@ def papers_are_right(folder):
     lefts = re.findall(r'xMin="([\d.]+)"[^>]*>Order</word>', output_of("pdftotext", "-bbox", folder / "d.pdf", "-"))
     if len(sizes) != 2 or len(set(lefts)) != 2:
         faults.append(f"tiff has pages of {sizes}, titles begin at {lefts}")
-    subprocess.run([PROGRAM, "render", folder / "t.qbf", "-d", folder / "d.json", "-o", folder / "d.html", "-o", folder / "d.rtf"], check=True)
+    subprocess.run([PROGRAM, "render", folder / "t.qbf", "-d", folder / "rows.json", "-o", folder / "d.html", "-o", folder / "d.rtf"], check=True)
     for format, mark in (("html", "@page paper3{size:297mm 210mm"), ("rtf", "\\pgwsxn16838\\pghsxn11906")):
         if mark not in (folder / f"d.{format}").read_text("utf-8"):
             faults.append(f"{format} has no {mark}")
@@ -360,12 +360,15 @@ def check(name, template, folder):
     for format, read in READERS.items():
         found = [[cell for cell in row if cell not in ("", None)] for row in read(folder / f"d.{format}")]
         found = [row for row in found if row and "page 1 of" not in str(row[0])]  # workbooks have it in print only
-        for position, (row, wanted) in enumerate(zip(found + [[]], expected + [[]])):
+        cells = expected
+        if format == "json" and name == "labels":  # one after the other
+            cells = [[row["Name"], row["City"]] for row in rows for _ in range(row["Parcels"])]
+        for position, (row, wanted) in enumerate(zip(found + [[]], cells + [[]])):
             if len(row) != len(wanted) or not all(map(is_same, row, wanted)):
                 faults.append(f"{format}, row {position}: {row}, expected {wanted}")
                 break
-        if len(found) != len(expected):
-            faults.append(f"{format}: {len(found)} rows, expected {len(expected)}")
+        if len(found) != len(cells):
+            faults.append(f"{format}: {len(found)} rows, expected {len(cells)}")
     wanted = words(expected)
     for format, text in (("pdf", output_of("pdftotext", "-layout", folder / "d.pdf", "-")), ("txt", (folder / "d.txt").read_text("utf-8-sig"))):
         missing = wanted - collections.Counter(text.split())

@@ -105,6 +105,8 @@ class Sheet:
 def same(value, expected):
     if isinstance(expected, (int, float)) and not isinstance(expected, bool):
         return isinstance(value, (int, float)) and math.isclose(value, expected, rel_tol=1e-9, abs_tol=1e-9)
+    if isinstance(expected, str) and isinstance(value, (int, float)):
+        return expected == f"¥{value:,.2f}"  # the currency is in the format
     return isinstance(expected, type(value)) and value == expected
 
 
