@@ -45,8 +45,8 @@ ExportOptions image(ImageKind kind) {
 }
 
 // Selected by the first byte of the input. Text formats occur twice, because they are fastest.
-const std::array<Kind, 13>& kinds() {
-    static const std::array<Kind, 13> kinds{{
+const std::array<Kind, 16>& kinds() {
+    static const std::array<Kind, 16> kinds{{
         {cells(ExportKind::Csv, false, true), ""},
         {cells(ExportKind::Txt, true, false), ""},
         {cells(ExportKind::Htm, false, false), "<!DOCTYPE html>"},
@@ -60,6 +60,9 @@ const std::array<Kind, 13>& kinds() {
         {cells(ExportKind::Rtf, false, true), "{\\rtf1"},
         {image(ImageKind::Png), ""},
         {image(ImageKind::Tiff), ""},
+        {cells(ExportKind::Json, false, false), "{"},
+        {cells(ExportKind::Docx, true, false), "PK"},
+        {cells(ExportKind::Ods, false, false), "PK"},
     }};
     return kinds;
 }

@@ -16,7 +16,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SEEDS = ROOT / "fuzz" / "seeds"
 GOLDEN = ROOT / "tests" / "qbsvrl6" / "golden"
-KINDS = 13  # of engine_fuzz
+KINDS = 16  # of engine_fuzz
 
 
 def reports():

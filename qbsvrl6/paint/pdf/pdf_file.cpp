@@ -145,6 +145,7 @@ void PdfFile::writeCrossReferences(int number, std::string_view trailer) {
     std::array<unsigned char, kMostColumns> row{};
     std::array<unsigned char, kMostColumns> above{};
     ByteBuffer rows;
+    rows.room(places_.size() * (kMostColumns + 1));  // a larger buffer would be copied
     for (const Place& place : places_) {
         unsigned char* to = row.data();
         *to++ = static_cast<unsigned char>(place.kind());
