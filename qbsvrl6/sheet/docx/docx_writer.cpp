@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/document/page_headers.h"
+#include "qbsvrl6/sheet/document/word_limits.h"
 #include "qbsvrl6/sheet/docx/docx_table.h"
 #include "qbsvrl6/sheet/docx/docx_xml.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
@@ -20,14 +21,6 @@ namespace qbsvrl6 {
 
 namespace {
 
-// Smaller gaps are rounding errors.
-constexpr Micrometres kLeastGap = 500;
-// Space left free on each page: the rows of word processors are slightly higher than ours.
-constexpr Micrometres kSlack = 4'000;
-// The height of an empty header, with some space around it.
-constexpr Micrometres kLine = 1'000;
-// The widest paper that word processors accept: 22 inches.
-constexpr Micrometres kMaxPaper = 558'800;
 // Each is a file of the package, which has at most 65,535.
 constexpr std::size_t kMostHeaders = 30'000;
 

@@ -8,6 +8,7 @@
 
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/document/page_headers.h"
+#include "qbsvrl6/sheet/document/word_limits.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/rtf/rtf_table.h"
 #include "qbsvrl6/sheet/text_stream.h"
@@ -17,17 +18,6 @@
 namespace qbsvrl6 {
 
 namespace {
-
-// Smaller gaps are rounding errors.
-constexpr Micrometres kLeastGap = 500;
-// Space left free on each page: the rows of word processors are slightly higher than ours.
-constexpr Micrometres kSlack = 4'000;
-
-// The height of an empty header, with some space around it.
-constexpr Micrometres kLine = 1'000;
-
-// The widest paper that word processors accept: 22 inches.
-constexpr Micrometres kMaxPaper = 558'800;
 
 // A paragraph of exactly this height, which ends the table before it. A page break is a property of the
 // paragraph: after a break character, some word processors lose the height of the next paragraph.
