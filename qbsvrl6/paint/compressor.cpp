@@ -25,7 +25,7 @@ struct DecompressorDeleter {
 
 struct QuickCompressor {
     isal_zstream stream;
-    Igzip::LevelBuffer buffer;
+    igzip::LevelBuffer buffer;
 };
 
 struct ThreadCompressor {
@@ -51,8 +51,8 @@ libdeflate_compressor* bestOf(ThreadCompressor& state) {
 std::size_t compressQuickly(ThreadCompressor& state, std::string_view bytes) {
     if (state.quick == nullptr) state.quick = std::make_unique<QuickCompressor>();
     isal_zstream& stream = state.quick->stream;
-    igzip().isal_deflate_stateless_init(&stream);
-    stream.level = Igzip::kLevel;
+    igzip::beginWhole(stream);
+    stream.level = igzip::kLevel;
     stream.level_buf = state.quick->buffer.data();
     stream.level_buf_size = static_cast<std::uint32_t>(state.quick->buffer.size());
     stream.gzip_flag = IGZIP_ZLIB;
@@ -61,7 +61,7 @@ std::size_t compressQuickly(ThreadCompressor& state, std::string_view bytes) {
     stream.avail_in = static_cast<std::uint32_t>(bytes.size());
     stream.next_out = reinterpret_cast<std::uint8_t*>(state.bytes.get());
     stream.avail_out = static_cast<std::uint32_t>(state.capacity);
-    const int result = igzip().isal_deflate_stateless(&stream);
+    const int result = igzip::deflateWhole(stream);
     if (result != COMP_OK) throw EngineError(ErrorCode::Internal, "bytes can't be compressed");
     return stream.total_out;
 }

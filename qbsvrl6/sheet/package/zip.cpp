@@ -28,19 +28,15 @@ constexpr u16 kStored = 0;
 constexpr u16 kDeflated = 8;
 constexpr u16 kVersion = 20;  // 2.0
 
-u32 checksum(u32 crc, std::string_view bytes) {
-    return igzip().crc32_gzip_refl(crc, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-}
-
 }  // namespace
 
 struct DeflateStream::State {
     isal_zstream stream;
-    Igzip::LevelBuffer levelBuffer;
+    igzip::LevelBuffer levelBuffer;
 
     State() {
-        igzip().isal_deflate_init(&stream);
-        stream.level = Igzip::kLevel;
+        igzip::beginStream(stream);
+        stream.level = igzip::kLevel;
         stream.level_buf = levelBuffer.data();
         stream.level_buf_size = static_cast<u32>(levelBuffer.size());
         stream.gzip_flag = IGZIP_DEFLATE;  // no header
@@ -49,7 +45,7 @@ struct DeflateStream::State {
     State& operator=(const State&) = delete;
 
     void reset() {
-        igzip().isal_deflate_reset(&stream);
+        igzip::resetStream(stream);
         stream.flush = NO_FLUSH;
         stream.end_of_stream = 0;
     }
@@ -61,7 +57,7 @@ struct DeflateStream::State {
         do {
             stream.next_out = block.data();
             stream.avail_out = static_cast<u32>(block.size());
-            igzip().isal_deflate(&stream);
+            igzip::deflate(stream);
             out.append({reinterpret_cast<const char*>(block.data()), block.size() - stream.avail_out});
         } while (stream.avail_out == 0);
     }
@@ -80,7 +76,7 @@ DeflateStream::DeflateStream(DeflateStream&&) noexcept = default;
 DeflateStream& DeflateStream::operator=(DeflateStream&&) noexcept = default;
 
 void DeflateStream::append(std::string_view bytes) {
-    crc_ = checksum(crc_, bytes);
+    crc_ = igzip::checksum(crc_, bytes);
     size_ += bytes.size();
     constexpr std::size_t kStep = 1u << 30;  // the stream counts in 32 bits
     for (; bytes.size() > kStep; bytes.remove_prefix(kStep)) {
@@ -136,7 +132,7 @@ void ZipWriter::add(const std::string& name, std::string_view bytes) {
 }
 
 void ZipWriter::addStored(const std::string& name, std::string_view bytes) {
-    begin({name, kStored, checksum(0, bytes), bytes.size(), bytes.size()});
+    begin({name, kStored, igzip::checksum(0, bytes), bytes.size(), bytes.size()});
     output_.append(bytes);
 }
 
