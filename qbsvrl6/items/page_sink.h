@@ -29,7 +29,8 @@ public:
 };
 
 // Receives a report while it is laid out: beginPage, the bands and endPage for each page, then finish once. A
-// sink owns the bands that it receives; layout keeps none of them. Styles are valid for the whole export.
+// sink may move from the bands that it receives; what it leaves in them serves for further bands. Styles are
+// valid for the whole export.
 //
 // The bands of a page come from top to bottom: page header, body, page footer. The continuous layout has one
 // page of unbounded height: y stops growing at a large value, and the order of the bands counts instead.

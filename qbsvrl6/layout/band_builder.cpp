@@ -210,6 +210,7 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
         unplacedItems_.push_back(std::move(unplaced));
     }
     BandDraft draft;
+    draft.band.items = context_.spareItems.take();
     draft.band.kind = kind;
     draft.band.structure = entry;
     draft.band.background = section.section->background;
@@ -404,6 +405,7 @@ BandDraft BandBuilder::cells(const CellLines& lines, const Position& position,
                              std::optional<std::size_t> previous) {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     BandDraft draft;
+    draft.band.items = context_.spareItems.take();
     draft.band.kind = lines.kind;
     draft.band.structure = structure_.addBand(lines.kind);
     for (std::size_t level = 1; level < lines.heights.size(); ++level) structure_.addBand(lines.kind);

@@ -55,6 +55,7 @@ void ContinuousFlow::add(BandDraft draft) {
     const Micrometres height = draft.band.height;
     sink_.band(std::move(draft.band), page_.margins.left + draft.x,
                static_cast<Micrometres>(std::min(y_, kLowest)));
+    context_.spareItems.keep(std::move(draft.band.items));
     y_ += height;
 }
 

@@ -83,13 +83,15 @@ private:
 // The continuous layout: bands go straight to the sink.
 class ContinuousFlow : public Flow {
 public:
-    ContinuousFlow(PageSink& sink, const PageSetup& page) : sink_(sink), page_(page) {}
+    ContinuousFlow(LayoutContext& context, PageSink& sink, const PageSetup& page)
+        : context_(context), sink_(sink), page_(page) {}
 
     void begin();
     void add(BandDraft draft) override;
     void end();
 
 private:
+    LayoutContext& context_;
     PageSink& sink_;
     const PageSetup& page_;
     std::int64_t y_ = 0;

@@ -57,7 +57,7 @@ void countPages(LayoutContext& context, const ReportInstance& instance) {
 
 // Page header and footer appear once, at the start and at the end.
 void layOutContinuous(LayoutContext& context, const ReportInstance& instance, PageSink& sink) {
-    ContinuousFlow flow(sink, instance.plan.report->page);
+    ContinuousFlow flow(context, sink, instance.plan.report->page);
     BandBuilder builder(context, instance);
     const auto addPart = [&](std::optional<PlannedSection>& part, BandKind kind, std::size_t row) {
         if (!part) return;

@@ -15,6 +15,7 @@
 #include "qbsvrl6/layout/content_texts.h"
 #include "qbsvrl6/layout/layout_options.h"
 #include "qbsvrl6/layout/picture_store.h"
+#include "qbsvrl6/layout/spare_items.h"
 
 namespace qbsvrl6 {
 
@@ -117,6 +118,7 @@ struct LayoutContext {
     PictureStore pictures;
     ContentTexts contentTexts{pictures, options};
     LayoutNotes notes{options};
+    SpareItems spareItems;
     LateItems late;
     std::optional<Calculations> calculations;  // none: no sink needs them
 };

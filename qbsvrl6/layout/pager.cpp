@@ -450,6 +450,7 @@ void Pager::emitPart(std::optional<PlannedSection>& part, BandKind kind, Microme
 void Pager::emitBand(BandDraft draft, Micrometres x, Micrometres y, const PageNumbers& numbers) {
     context_.late.settleForPage(draft, numbers);
     sink_.band(std::move(draft.band), x, y);
+    context_.spareItems.keep(std::move(draft.band.items));
 }
 
 void Pager::finish() {

@@ -36,11 +36,12 @@ auto withEnoughMemory(Step step) {
 }
 
 // For C libraries that end or corrupt the process if memory runs out. Reserves a megabyte before they are
-// called: blocks that the constructor frees again, below one that prevents their return to the system.
+// called: blocks that the constructor frees again, below one that prevents their return to the system. Larger
+// ones would not come from the heap.
 class MemoryAtHand {
 public:
     MemoryAtHand() {
-        constexpr std::size_t kBlocks = 32, kBlockBytes = 32 << 10;
+        constexpr std::size_t kBlocks = 10, kBlockBytes = 100 << 10;
         std::vector<std::unique_ptr<char[]>> blocks(kBlocks);
         for (auto& block : blocks) block.reset(new char[kBlockBytes]);
         lid_.reset(new char[kBlockBytes]);

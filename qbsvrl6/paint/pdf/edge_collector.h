@@ -26,15 +26,18 @@ public:
     void add(const Line& line) {
         std::vector<Line>& lines = line.vertical ? vertical_ : horizontal_;
         std::size_t& next = line.vertical ? nextVertical_ : nextHorizontal_;
-        // Rows repeat their edges in the same order, so the edge to extend is usually the one after the last.
-        const std::size_t tries = std::min<std::size_t>(lines.size(), kTries);
-        for (std::size_t i = 0; i < tries; ++i) {
-            if (next >= lines.size()) next = lines.size() - tries;
-            if (lengthen(lines[next], line)) {
-                ++next;
-                return;
-            }
+        // Rows repeat their edges in the same order, and neighbours share one: the line to lengthen is usually
+        // the one after the last, or the last itself.
+        if (next < lines.size() && lengthen(lines[next], line)) {
             ++next;
+            return;
+        }
+        if (next > 0 && lengthen(lines[next - 1], line)) return;
+        const std::size_t oldest = lines.size() - std::min(lines.size(), kTries);
+        for (std::size_t i = lines.size(); i > oldest; --i) {
+            if (!lengthen(lines[i - 1], line)) continue;
+            next = i;
+            return;
         }
         lines.push_back(line);
         next = lines.size();

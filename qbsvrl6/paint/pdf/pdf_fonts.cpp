@@ -86,10 +86,10 @@ void PdfFont::addCode(std::uint32_t glyph) {
     code.code = static_cast<std::uint16_t>(face_.cff ? charset_.cidOf(glyph) : index);
     const float advance = static_cast<float>(hb_font_get_glyph_h_advance(face_.font, glyph));
     code.width = std::round(advance * 10000.0f / static_cast<float>(face_.unitsPerEm)) / 10.0f;
-    ByteBuffer literal;
+    literal_.clear();
     const char bytes[] = {static_cast<char>(code.code >> 8), static_cast<char>(code.code & 0xFF)};
-    appendByteString(literal, {bytes, 2});
-    const std::string_view escaped = literal.view().substr(1, literal.size() - 2);
+    appendByteString(literal_, {bytes, 2});
+    const std::string_view escaped = literal_.view().substr(1, literal_.size() - 2);
     code.byteCount = static_cast<std::uint8_t>(escaped.size());
     std::copy(escaped.begin(), escaped.end(), code.bytes);
 }

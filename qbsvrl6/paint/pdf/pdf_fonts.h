@@ -83,6 +83,7 @@ private:
     CffCharset charset_;
     std::vector<std::uint16_t> indexes_;  // by glyph, in codes_; 0: not used yet
     std::vector<Code> codes_;             // from 1 on
+    ByteBuffer literal_;                  // of the code that is added
 };
 
 class PdfFonts {

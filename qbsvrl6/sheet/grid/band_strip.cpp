@@ -41,7 +41,7 @@ void BandStrip::add(Band&& band, Micrometres x, Micrometres y) {
     const Extent extent{x, x + band.width, y + band.height};
     if (isEmpty_) {
         isEmpty_ = false;
-        band_ = std::move(band);
+        std::swap(band_, band);  // the memory of the last one serves again
         x_ = x;
         y_ = y;
         bottom_ = extent.bottom;
