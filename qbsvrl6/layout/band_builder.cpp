@@ -8,7 +8,6 @@
 #include "qbsvrl6/layout/section_arrangement.h"
 #include "qbsvrl6/layout/text_layout.h"
 #include "qbsvrl6/layout/whole_items.h"
-#include "qbsvrl6/support/limits.h"
 
 namespace qbsvrl6 {
 
@@ -96,26 +95,26 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
         lateOf(unplaced).at = late(position);
     }
     unplaced.style = styleOf(control, position);
-    unplaced.item.box = box;
-    unplaced.item.control = control.control;
-    unplaced.item.style = unplaced.style;
-    unplaced.item.column = control.firstColumn;
-    unplaced.item.lastColumn = control.lastColumn;
+    unplaced.item->box = box;
+    unplaced.item->control = control.control;
+    unplaced.item->style = unplaced.style;
+    unplaced.item->column = control.firstColumn;
+    unplaced.item->lastColumn = control.lastColumn;
     std::visit(
         [&](auto& content) {
             using Content = std::decay_t<decltype(content)>;
             if constexpr (std::is_same_v<Content, PlannedText>) {
                 makeText(content, position, unplaced);
             } else if constexpr (std::is_same_v<Content, LineContent>) {
-                unplaced.item.content = LineItem{content};
+                unplaced.item->content = LineItem{content};
             } else if constexpr (std::is_same_v<Content, BoxContent>) {
-                unplaced.item.content = BoxItem{content};
+                unplaced.item->content = BoxItem{content};
             } else if constexpr (std::is_same_v<Content, PlannedPicture>) {
-                unplaced.item.content = PictureItem{nullptr, {}, content.content->fit};
+                unplaced.item->content = PictureItem{nullptr, {}, content.content->fit};
             } else if constexpr (std::is_same_v<Content, PlannedBarcode>) {
-                unplaced.item.content = DrawingItem{nullptr, {}, control.control, nullptr};
+                unplaced.item->content = DrawingItem{nullptr, {}, control.control, nullptr};
             } else if constexpr (std::is_same_v<Content, PlannedChart>) {
-                unplaced.item.content = makeChart(content, *control.control, position);
+                unplaced.item->content = makeChart(content, *control.control, position);
             } else {
                 makeSubReport(control, position, unplaced);
             }
@@ -124,7 +123,7 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
     if (control.contentNeedsPage) {
         lateOf(unplaced).contentAt = late(position);
     } else {
-        context_.contentTexts.evaluate(control, view_, position, unplaced.item);
+        context_.contentTexts.evaluate(control, view_, position, *unplaced.item);
     }
     return true;
 }
@@ -132,7 +131,7 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
 void BandBuilder::makeText(PlannedText& text, const Position& position, UnplacedItem& unplaced) {
     const Position at = evaluationPosition(text, position);
     view_.evaluateText(text.text, at, evaluated_);
-    TextItem& item = std::get<TextItem>(unplaced.item.content);
+    TextItem& item = std::get<TextItem>(unplaced.item->content);
     item.text = std::move(evaluated_.text);
     item.value = evaluated_.cell;
     if (context_.calculations) item.calculation = context_.calculations->of(text, at, view_, walk_);
@@ -146,7 +145,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Unplaced
         unplaced.removed = text.removeWhenBlank && trimmed(item.text).empty();
     }
     if (context_.options.measureText) {
-        const Size box{unplaced.item.box.width, unplaced.item.box.height};
+        const Size box{unplaced.item->box.width, unplaced.item->box.height};
         unplaced.needed = context_.options.drawText ? breakText(item, *unplaced.style, box)
                                                     : measureText(item, *unplaced.style, box);
     }
@@ -180,8 +179,8 @@ std::optional<ReportInstance> BandBuilder::subReport(PlannedControl& control, co
 }
 
 void BandBuilder::makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced) {
-    unplaced.item.content = BoxItem{{{0, {}}, std::nullopt, 0}};
-    std::optional<ReportInstance> instance = subReport(control, position, unplaced.item.role);
+    unplaced.item->content = BoxItem{{{0, {}}, std::nullopt, 0}};
+    std::optional<ReportInstance> instance = subReport(control, position, unplaced.item->role);
     if (!instance) return;
     CollectingFlow flow;
     context_.walk(context_, std::move(*instance), flow);
@@ -192,9 +191,12 @@ void BandBuilder::makeSubReport(PlannedControl& control, const Position& positio
 std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind kind,
                                               const Position& position, const SectionSlice* slice) {
     if (!isVisible(section.visible, position)) return std::nullopt;
-    unplacedItems_.clear();
     const std::uint32_t entry = structure_.addBand(kind, position.scope);
     const std::size_t count = slice == nullptr ? section.controls.size() : slice->controls.size();
+    BandDraft draft;
+    draft.band.kind = kind;
+    draft.band.structure = entry;
+    beginItems(draft, count);
     for (std::size_t i = 0; i < count; ++i) {
         const std::size_t index = slice == nullptr ? i : slice->controls[i];
         PlannedControl& control = section.controls[index];
@@ -204,15 +206,10 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
         if (!inColumnGroup) continue;
         Rect box = control.box;
         if (slice != nullptr) box.y -= slice->top;
-        UnplacedItem unplaced(control);
-        unplaced.item.role = structure_.roleOf(entry, index, control, activeColumnGroup);
-        if (!makeItem(box, position, unplaced)) continue;
-        unplacedItems_.push_back(std::move(unplaced));
+        UnplacedItem& unplaced = addItem(draft, control);
+        unplaced.item->role = structure_.roleOf(entry, index, control, activeColumnGroup);
+        if (!makeItem(box, position, unplaced)) dropItem(draft);
     }
-    BandDraft draft;
-    draft.band.items = context_.spareItems.take();
-    draft.band.kind = kind;
-    draft.band.structure = entry;
     draft.band.background = section.section->background;
     draft.band.width = section.width;
     draft.band.height =
@@ -220,7 +217,7 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
     draft.mayBreak = !section.section->keepTogether;
     draft.row = position.row;
     if (section.visible.isLate()) draft.visibleWhen = LateCondition{&*section.visible.when, late(position)};
-    place(draft, unplacedItems_);
+    place(draft);
     const bool begins = slice == nullptr || slice == section.slices.data();
     if (begins || kind == BandKind::ReportHeader) structure_.chooseHeading(draft.band, position.scope.level);
     return draft;
@@ -231,7 +228,7 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
     std::vector<ArrangedBox> boxes;
     boxes.reserve(unplacedItems.size());
     for (const UnplacedItem& unplaced : unplacedItems) {
-        const Rect& box = unplaced.item.box;
+        const Rect& box = unplaced.item->box;
         const PlannedContent& content = unplaced.control->content;
         const bool shape =
             std::holds_alternative<LineContent>(content) || std::holds_alternative<BoxContent>(content);
@@ -245,7 +242,7 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
     }
     height = arrangeBoxes(boxes, height, section.canGrow);
     for (std::size_t i = 0; i < unplacedItems.size(); ++i) {
-        Rect& box = unplacedItems[i].item.box;
+        Rect& box = unplacedItems[i].item->box;
         box.y = std::min(boxes[i].top, height);
         box.height = std::min(boxes[i].height, height - box.y);
     }
@@ -256,54 +253,94 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
 // purpose.
 bool BandBuilder::hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const {
     const bool isHidden =
-        unplaced.item.box.width == 0 && (unplaced.item.column >= 0 || unplaced.control->offPaper > 0);
+        unplaced.item->box.width == 0 && (unplaced.item->column >= 0 || unplaced.control->offPaper > 0);
     return context_.options.drawText && text.lines.empty() && !isHidden && !trimmed(text.text).empty();
 }
 
-// Fits texts, pictures and drawings into their final boxes and moves the items into the band.
-void BandBuilder::place(BandDraft& draft, std::vector<UnplacedItem>& unplacedItems) const {
-    draft.band.items.reserve(draft.band.items.size() + unplacedItems.size());
-    for (UnplacedItem& unplaced : unplacedItems) {
-        if (unplaced.removed) continue;
-        Item& item = unplaced.item;
-        const Size size{item.box.width, item.box.height};
-        if (auto* const text = std::get_if<TextItem>(&item.content)) {
-            if (context_.options.measureText) {
-                const bool otherHeight = size.height != unplaced.control->box.height;
-                if (otherHeight && isTurned(*unplaced.style)) breakText(*text, *unplaced.style, size);
-                std::size_t leftOut = placeText(*text, *unplaced.style, size);
-                if (leftOut == 0 && hasNoWidth(unplaced, *text)) leftOut = 1;
-                const bool settlesLate =
-                    unplaced.late && (unplaced.late->text != nullptr || unplaced.late->hasStyles);
-                if (!settlesLate && (leftOut > 0 || text->masked))
-                    context_.notes.placed(*unplaced.control, item, leftOut);
-            }
-            const bool shows =
-                item.column >= 0 || unplaced.late || !text->text.empty() || hasVisibleBox(*item.style);
-            if (!shows) continue;
-        } else if (isWhole(item) && !(unplaced.late && unplaced.late->contentAt)) {
-            fitIntoBox(item, context_.options.drawings);
+// The items of a band are made in its list, where they usually stay.
+void BandBuilder::beginItems(BandDraft& draft, std::size_t most) {
+    unplacedItems_.clear();
+    unplacedItems_.reserve(most);
+    draft.band.items = context_.spareItems.take();
+    draft.band.items.reserve(most);  // so that none moves
+}
+
+BandBuilder::UnplacedItem& BandBuilder::addItem(BandDraft& draft, PlannedControl& control) {
+    return unplacedItems_.emplace_back(control, draft.band.items.emplace_back());
+}
+
+void BandBuilder::dropItem(BandDraft& draft) {
+    unplacedItems_.pop_back();
+    draft.band.items.pop_back();
+}
+
+// Fits a text, picture or drawing into its final box. Returns whether the item shows anything.
+bool BandBuilder::fit(UnplacedItem& unplaced) const {
+    Item& item = *unplaced.item;
+    const Size size{item.box.width, item.box.height};
+    if (auto* const text = std::get_if<TextItem>(&item.content)) {
+        if (context_.options.measureText) {
+            const bool otherHeight = size.height != unplaced.control->box.height;
+            if (otherHeight && isTurned(*unplaced.style)) breakText(*text, *unplaced.style, size);
+            std::size_t leftOut = placeText(*text, *unplaced.style, size);
+            if (leftOut == 0 && hasNoWidth(unplaced, *text)) leftOut = 1;
+            const bool settlesLate =
+                unplaced.late && (unplaced.late->text != nullptr || unplaced.late->hasStyles);
+            if (!settlesLate && (leftOut > 0 || text->masked))
+                context_.notes.placed(*unplaced.control, item, leftOut);
         }
-        std::vector<LateCondition> around;
-        if (unplaced.late && !unplaced.nested.empty()) around = unplaced.late->visibleWhen;
-        const bool isSubReport = std::holds_alternative<PlannedSubReport>(unplaced.control->content);
-        if (!isSubReport || hasVisibleBox(*item.style)) {
-            if (unplaced.late) {
-                unplaced.late->item = draft.band.items.size();
-                draft.deferred.push_back(std::move(*unplaced.late));
-            }
-            draft.band.items.push_back(std::move(item));
-            if (hasColumnGroups()) draft.columnGroups.push_back(unplaced.control->columnGroup);
-        }
-        if (!unplaced.nested.empty()) placeNested(draft, unplaced, around);
+        return item.column >= 0 || unplaced.late || !text->text.empty() || hasVisibleBox(*item.style);
     }
+    if (isWhole(item) && !(unplaced.late && unplaced.late->contentAt)) {
+        fitIntoBox(item, context_.options.drawings);
+    }
+    return true;
+}
+
+// Gives the items of the band their final places.
+void BandBuilder::place(BandDraft& draft) {
+    bool stay = true;
+    for (UnplacedItem& unplaced : unplacedItems_) {
+        unplaced.removed = unplaced.removed || !fit(unplaced);
+        stay =
+            stay && !unplaced.removed && !std::holds_alternative<PlannedSubReport>(unplaced.control->content);
+    }
+    if (!stay) {
+        const std::vector<Item> made = std::exchange(draft.band.items, {});
+        draft.band.items.reserve(made.size());
+        for (UnplacedItem& unplaced : unplacedItems_) {
+            if (!unplaced.removed) moveInto(draft, unplaced);
+        }
+        return;
+    }
+    for (std::size_t i = 0; i < unplacedItems_.size(); ++i) noteItem(draft, unplacedItems_[i], i);
+}
+
+// The other properties of the draft's item with this index.
+void BandBuilder::noteItem(BandDraft& draft, UnplacedItem& unplaced, std::size_t index) const {
+    if (unplaced.late) {
+        unplaced.late->item = index;
+        draft.deferred.push_back(std::move(*unplaced.late));
+    }
+    if (hasColumnGroups()) draft.columnGroups.push_back(unplaced.control->columnGroup);
+}
+
+void BandBuilder::moveInto(BandDraft& draft, UnplacedItem& unplaced) const {
+    std::vector<LateCondition> around;
+    if (unplaced.late && !unplaced.nested.empty()) around = unplaced.late->visibleWhen;
+    const Rect box = unplaced.item->box;
+    const bool isSubReport = std::holds_alternative<PlannedSubReport>(unplaced.control->content);
+    if (!isSubReport || hasVisibleBox(*unplaced.item->style)) {
+        noteItem(draft, unplaced, draft.band.items.size());
+        draft.band.items.push_back(std::move(*unplaced.item));
+    }
+    if (!unplaced.nested.empty()) placeNested(draft, unplaced, box, around);
 }
 
 // The bands of a sub-report become items of the enclosing band, which may be cut between them. `around` holds
 // the conditions under which they are shown.
-void BandBuilder::placeNested(BandDraft& draft, UnplacedItem& unplaced,
+void BandBuilder::placeNested(BandDraft& draft, UnplacedItem& unplaced, const Rect& box,
                               const std::vector<LateCondition>& around) const {
-    const Rect box = unplaced.item.box;
     for (CollectingFlow::Placed& placed : unplaced.nested) {
         const Micrometres left = box.x + placed.draft.x;
         const Micrometres top = box.y + placed.y;
@@ -405,13 +442,11 @@ BandDraft BandBuilder::cells(const CellLines& lines, const Position& position,
                              std::optional<std::size_t> previous) {
     const GridGeometry& geometry = instance_.plan.grid->geometry;
     BandDraft draft;
-    draft.band.items = context_.spareItems.take();
     draft.band.kind = lines.kind;
     draft.band.structure = structure_.addBand(lines.kind);
     for (std::size_t level = 1; level < lines.heights.size(); ++level) structure_.addBand(lines.kind);
     draft.row = position.row;
-    unplacedItems_.clear();
-    unplacedItems_.reserve(lines.controls.size());
+    beginItems(draft, lines.controls.size());
     lineHeights_.clear();
     for (int line = 0; line < geometry.lines; ++line) {
         lineHeights_.insert(lineHeights_.end(), lines.heights.begin(), lines.heights.end());
@@ -419,7 +454,7 @@ BandDraft BandBuilder::cells(const CellLines& lines, const Position& position,
     covered_ = -1;
     for (std::size_t i = 0; i < lines.controls.size(); ++i) addCell(lines, i, position, previous, draft);
     settleLines(lines, draft);
-    place(draft, unplacedItems_);
+    place(draft);
     finishGridBand(draft);
     return draft;
 }
@@ -439,17 +474,14 @@ void BandBuilder::addCell(const CellLines& lines, std::size_t index, const Posit
         last = joinColumns(index, position, box);
         if (last == control.lastColumn && openMerged(index, position, draft.band.structure)) return;
     }
-    UnplacedItem& unplaced = unplacedItems_.emplace_back(control);
-    unplaced.item.role = roleOfCell(control, draft.band.structure, last);
+    UnplacedItem& unplaced = addItem(draft, control);
+    unplaced.item->role = roleOfCell(control, draft.band.structure, last);
     if (lines.kind == BandKind::Row && !showsRow(control, position)) {
         makeEmpty(box, unplaced);
         return;
     }
-    if (!makeItem(box, position, unplaced)) {
-        unplacedItems_.pop_back();
-        return;
-    }
-    unplaced.item.lastColumn = last;
+    if (!makeItem(box, position, unplaced)) return dropItem(draft);
+    unplaced.item->lastColumn = last;
     unplaced.removed = false;  // a cell always has the height of its row
     if (previous) suppress(unplaced, position, *previous, draft);
     if (!lines.canGrow || control.levels > 1) return;
@@ -467,12 +499,12 @@ bool BandBuilder::showsRow(const PlannedControl& control, const Position& positi
 void BandBuilder::makeEmpty(const Rect& box, UnplacedItem& unplaced) {
     const PlannedControl& control = *unplaced.control;
     unplaced.style = control.style;
-    unplaced.item.box = box;
-    unplaced.item.control = control.control;
-    unplaced.item.style = control.style;
-    unplaced.item.column = control.firstColumn;
-    unplaced.item.lastColumn = control.lastColumn;
-    std::get<TextItem>(unplaced.item.content).fontSize = control.style->fontSize;
+    unplaced.item->box = box;
+    unplaced.item->control = control.control;
+    unplaced.item->style = control.style;
+    unplaced.item->column = control.firstColumn;
+    unplaced.item->lastColumn = control.lastColumn;
+    std::get<TextItem>(unplaced.item->content).fontSize = control.style->fontSize;
 }
 
 // Each level of a title has an entry of its own, after that of the first one.
@@ -525,144 +557,9 @@ void BandBuilder::settleLines(const CellLines& lines, BandDraft& draft) {
         draft.band.height += lineHeights_[line];
     }
     for (UnplacedItem& unplaced : unplacedItems_) {
-        unplaced.item.box.y = lineTops_[lineOf(*unplaced.control, levels)];
-        unplaced.item.box.height = heightOf(*unplaced.control);
+        unplaced.item->box.y = lineTops_[lineOf(*unplaced.control, levels)];
+        unplaced.item->box.height = heightOf(*unplaced.control);
     }
-}
-
-// A cell continues that of the row above if its key is the same and those of the merged cells on its left
-// continue as well.
-std::vector<bool> BandBuilder::continuesAbove(std::size_t row) {
-    const std::vector<CellJoins>& joins = instance_.plan.grid->joins;
-    std::vector<bool> continues(joins.size());
-    if (row == 0 || view_.startingLevel(row) < view_.groupCount()) return continues;
-    TextArena arena;
-    for (std::size_t i = 0; i < joins.size(); ++i) {
-        if (!joins[i].mergeBy) continue;
-        const OwnedValue above(view_.evaluate(*joins[i].mergeBy, rowPosition(row - 1)));
-        const Value key = view_.evaluate(*joins[i].mergeBy, rowPosition(row));
-        if (compareValues(above.get(), key, arena) != 0) break;
-        continues[i] = true;
-    }
-    return continues;
-}
-
-RowRange BandBuilder::mergedRows(std::size_t row) {
-    RowRange rows{row, row + 1};
-    const std::size_t cells = std::max<std::size_t>(instance_.plan.grid->cells.size(), 1);
-    const std::size_t most = std::clamp<std::size_t>(limits::kMergedItems / cells, 2, limits::kMergedRows);
-    while (rows.end < view_.rowCount() && rows.end - row < most) {
-        const std::vector<bool> continues = continuesAbove(rows.end);
-        if (std::find(continues.begin(), continues.end(), true) == continues.end()) break;
-        ++rows.end;
-    }
-    return rows;
-}
-
-// Whether the cell belongs to a merged cell, which is not placed in its first row. It begins one here if the
-// row above has another.
-bool BandBuilder::openMerged(std::size_t index, const Position& position, std::uint32_t entry) {
-    if (merging_ == nullptr) return false;
-    MergedCell& cell = merging_->open[index];
-    if (merging_->continues[index] && cell.unplaced) return true;
-    if (!merging_->goesOn[index]) return false;
-    cell.top = merging_->top;
-    PlannedControl& control = instance_.plan.grid->cells[index];
-    UnplacedItem& unplaced = cell.unplaced.emplace(control);
-    unplaced.item.role = roleOfCell(control, entry, control.lastColumn);
-    if (!makeItem(control.box, position, unplaced)) cell.unplaced.reset();
-    return true;
-}
-
-// Places the merged cells that end at the bottom of the row with this entry.
-void BandBuilder::closeMerged(BandDraft& draft, Micrometres bottom, std::uint32_t entry) {
-    std::vector<UnplacedItem> ending;
-    for (std::size_t i = 0; i < merging_->open.size(); ++i) {
-        MergedCell& cell = merging_->open[i];
-        if (!cell.unplaced || merging_->goesOn[i]) continue;
-        cell.unplaced->removed = false;
-        cell.unplaced->item.box.y = cell.top;
-        cell.unplaced->item.box.height = bottom - cell.top;
-        cell.unplaced->item.role.lastBand = entry;
-        ending.push_back(std::move(*cell.unplaced));
-        cell.unplaced.reset();
-    }
-    place(draft, ending);
-}
-
-BandDraft BandBuilder::mergedRows(RowRange rows, std::optional<std::size_t> previous) {
-    Merging merging;
-    merging.open.resize(instance_.plan.grid->cells.size());
-    merging.continues.resize(merging.open.size());
-    BandDraft whole;
-    whole.band.kind = BandKind::Row;
-    whole.row = rows.first;
-    for (std::size_t row = rows.first; row < rows.end; ++row) {
-        merging.goesOn =
-            row + 1 < rows.end ? continuesAbove(row + 1) : std::vector<bool>(merging.open.size());
-        merging.top = whole.band.height;
-        merging_ = &merging;
-        BandDraft drawn = this->row(row, row == rows.first ? previous : row - 1);
-        const std::uint32_t entry = drawn.band.structure;
-        append(whole, std::move(drawn));
-        closeMerged(whole, whole.band.height, entry);
-        merging_ = nullptr;
-        merging.continues = std::move(merging.goesOn);
-    }
-    whole.mayBreak = true;
-    finishGridBand(whole);
-    return whole;
-}
-
-// The background of a row in a band of several rows, except below merged cells.
-void BandBuilder::fillRow(BandDraft& whole, const BandDraft& row) const {
-    const PlannedGrid& grid = *instance_.plan.grid;
-    const bool hasGroups = hasColumnGroups();
-    const int groups = hasGroups ? grid.geometry.columnGroups : 1;
-    const auto fill = [&](Micrometres left, Micrometres right, int group) {
-        if (left >= right) return;
-        Item item;
-        item.box = {left, whole.band.height, right - left, row.band.height};
-        item.style = context_.styles.intern({});
-        item.content = BoxItem{{{0, {}}, row.band.background, 0}};
-        whole.band.items.push_back(std::move(item));
-        if (hasGroups) whole.columnGroups.push_back(group);
-    };
-    for (int at = 0; at < groups; ++at) {
-        const int group = hasGroups ? at : activeColumnGroup;
-        Micrometres left = 0;
-        for (std::size_t i = 0; i < grid.cells.size(); ++i) {
-            const auto column = static_cast<std::size_t>(grid.cells[i].firstColumn);
-            const bool isMerged = merging_->continues[i] || merging_->goesOn[i];
-            const bool isShown = group == kEveryColumnGroup || grid.geometry.inColumnGroup(column, group);
-            if (!isMerged || !isShown) continue;
-            fill(left, grid.cells[i].box.x, group);
-            left = grid.cells[i].box.right();
-        }
-        fill(left, grid.geometry.widthOf(group), group);
-    }
-}
-
-// Adds a row below the others of the band. Its background becomes items.
-void BandBuilder::append(BandDraft& whole, BandDraft&& row) const {
-    const Micrometres top = whole.band.height;
-    if (top > 0) whole.cuts.push_back(top);
-    for (const Micrometres cut : row.cuts) whole.cuts.push_back(top + cut);
-    whole.rowTops.push_back(top);
-    if (whole.band.structure == 0) whole.band.structure = row.band.structure;
-    if (row.band.background) fillRow(whole, row);
-    const std::size_t first = whole.band.items.size();
-    for (Item& item : row.band.items) {
-        item.box.y += top;
-        whole.band.items.push_back(std::move(item));
-    }
-    for (LateItem& late : row.deferred) {
-        late.item += first;
-        whole.deferred.push_back(std::move(late));
-    }
-    whole.columnGroups.insert(whole.columnGroups.end(), row.columnGroups.begin(), row.columnGroups.end());
-    whole.hidesRepeated = whole.hidesRepeated || row.hidesRepeated;
-    whole.band.height += row.band.height;
 }
 
 // Empties a cell whose text equals that of the row above.
@@ -670,7 +567,7 @@ void BandBuilder::suppress(UnplacedItem& unplaced, const Position& position, std
                            BandDraft& draft) {
     auto* const planned = std::get_if<PlannedText>(&unplaced.control->content);
     if (planned == nullptr || !planned->suppressRepeated) return;
-    TextItem& text = std::get<TextItem>(unplaced.item.content);
+    TextItem& text = std::get<TextItem>(unplaced.item->content);
     if (text.text.empty() || (unplaced.late && unplaced.late->text != nullptr)) return;
     Position above = position;
     above.row = previous;

@@ -59,12 +59,12 @@ public:
 private:
     // A control's item while the final heights in the band are unknown.
     struct UnplacedItem {
-        explicit UnplacedItem(PlannedControl& ownControl) : control(&ownControl) {}
+        UnplacedItem(PlannedControl& ownControl, Item& ownItem) : control(&ownControl), item(&ownItem) {}
 
         PlannedControl* control;
+        Item* item;
         const PooledStyle* style = nullptr;
         std::optional<LateItem> late;
-        Item item;
         Micrometres needed = 0;  // height that a growing text needs
         bool removed = false;    // takes up no height, because it is empty
         std::vector<CollectingFlow::Placed> nested;
@@ -85,7 +85,8 @@ private:
                         std::vector<UnplacedItem>& unplacedItems) const;
     // A cell of several rows of a band that is being built.
     struct MergedCell {
-        std::optional<UnplacedItem> unplaced;
+        std::optional<UnplacedItem> unplaced;  // its item is the next member
+        Item item;
         Micrometres top = 0;
     };
     // The merged cells of a band of several rows, at one of its rows.
@@ -121,8 +122,14 @@ private:
     void fillRow(BandDraft& whole, const BandDraft& row) const;
     void suppress(UnplacedItem& unplaced, const Position& position, std::size_t previous, BandDraft& draft);
     bool hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const;
-    void place(BandDraft& draft, std::vector<UnplacedItem>& unplacedItems) const;
-    void placeNested(BandDraft& draft, UnplacedItem& unplaced,
+    void beginItems(BandDraft& draft, std::size_t most);
+    UnplacedItem& addItem(BandDraft& draft, PlannedControl& control);
+    void dropItem(BandDraft& draft);
+    bool fit(UnplacedItem& unplaced) const;
+    void place(BandDraft& draft);
+    void noteItem(BandDraft& draft, UnplacedItem& unplaced, std::size_t index) const;
+    void moveInto(BandDraft& draft, UnplacedItem& unplaced) const;
+    void placeNested(BandDraft& draft, UnplacedItem& unplaced, const Rect& box,
                      const std::vector<LateCondition>& around) const;
     std::optional<Color> alternate(std::size_t row, std::size_t blanks) const;
     void finishGridBand(BandDraft& draft) const;
