@@ -237,14 +237,16 @@ QBSVR_API int QBXReportPrepareExport(tagQBReport* report, const char* format);
 // | sign-reason      | a text of the signature                   | none                                  |
 // | sign-location    | a text of the signature                   | none                                  |
 // | sign-time-server | the web address of a time-stamp server    | none                                  |
-// | csv.values       | "raw": typed values, "shown": their texts  | raw in "grid", otherwise shown        |
-// | csv.separator    | "tab", or a character such as ";"         | a comma                               |
-// | csv.quotes       | "needed", "all": around every text        | needed                                |
-// | text.line-ends   | "crlf", "lf": of CSV and TXT              | crlf in CSV, lf in TXT                |
-// | text.encoding    | of CSV and TXT: "utf-8", "gbk", "gb18030" | UTF-8, in CSV with a byte order mark  |
-// |                  | and so on, as iconv knows them            |                                       |
-// | txt.widths       | of the columns of TXT, in characters:     | as wide as on paper                   |
-// |                  | "10 20 8"                                 |                                       |
+// | csv.values       | "raw": typed values, "shown": their texts | as the template says, else raw in     |
+// |                  |                                           | "grid" and shown in other layouts     |
+// | csv.separator    | "tab", or a character such as ";"         | as the template says, else a comma    |
+// | csv.quotes       | "needed", "all": around every text        | as the template says, else needed     |
+// | text.line-ends   | "crlf", "lf": of CSV and TXT              | as the template says, else crlf in    |
+// |                  |                                           | CSV and lf in TXT                     |
+// | text.encoding    | of CSV and TXT: "utf-8", "gbk", "gb18030" | as the template says, else UTF-8, in  |
+// |                  | and so on, as iconv knows them            | CSV with a byte order mark            |
+// | txt.widths       | of the columns of TXT, in characters:     | as the template says, else as wide as |
+// |                  | "10 20 8"                                 | on paper                              |
 // | csv.defuse       | "yes", "no": an apostrophe before texts   | as the template and the settings file |
 // |                  | that a spreadsheet would calculate        | say                                   |
 //

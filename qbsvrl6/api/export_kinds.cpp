@@ -158,6 +158,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
     const CellColumns columns = isWorkbook(job.options.kind)          ? CellColumns::Grid
                                 : job.options.kind == ExportKind::Csv ? CellColumns::Records
                                                                       : CellColumns::Page;
+    const ReportDefinition& report = job.report;
     return {job.report.info,
             columnEdges(job.report, job.layout, columns, *job.grids),
             job.report.page,
@@ -166,7 +167,7 @@ SheetOptions sheetOptions(const ExportJob& job) {
             job.background,
             job.report.watermark,
             job.options.onlyDetailGrid,
-            job.options.texts,
+            completed(job.options.texts, job.options.kind == ExportKind::Txt ? report.txt : report.csv),
             job.options.defuseFormulas.value_or(job.report.defuseFormulas || job.defuseFormulas),
             columnMoves(job.report, job.layout, columns, *job.grids),
             job.report.workbook,

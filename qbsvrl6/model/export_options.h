@@ -48,7 +48,7 @@ struct ExportOptions {
     bool onlyDetailGrid = false;         // as one table, whatever sameAsPrint says
     bool xlsx = false;                   // for Xls: .xlsx instead of .xls
     std::optional<bool> defuseFormulas;  // CSV; none: as the template and the settings say
-    TextSettings texts;                  // CSV and TXT
+    TextSettings texts;                  // CSV and TXT; what is not set is as the template says
 
     ImageKind imageKind = ImageKind::Tiff;
     bool allPagesInOneImage = false;

@@ -22,6 +22,7 @@
 #include "qbsvrl6/model/pdf_settings.h"
 #include "qbsvrl6/model/style.h"
 #include "qbsvrl6/model/text_places.h"
+#include "qbsvrl6/model/text_settings.h"
 #include "qbsvrl6/model/workbook_settings.h"
 #include "qbsvrl6/support/address.h"
 #include "qbsvrl6/support/units.h"
@@ -368,6 +369,7 @@ struct ReportDefinition {
     DocumentInfo info;
     PdfSettings pdf;
     WorkbookSettings workbook;
+    TextSettings csv, txt;
     PageSetup page;
     std::u16string firstPage, leftPage;  // names of the paper of these pages; empty: that of the others
     std::vector<NamedPage> namedPages;

@@ -1,4 +1,4 @@
-// How CSV and TXT documents are written.
+// How CSV and TXT documents are written, as a template or an export says.
 #ifndef QBSVR_QBSVRL6_MODEL_TEXT_SETTINGS_H
 #define QBSVR_QBSVRL6_MODEL_TEXT_SETTINGS_H
 
@@ -21,6 +21,17 @@ struct TextSettings {
     std::string encoding;     // a name that iconv knows; empty: UTF-8, in CSV with a byte order mark
     std::vector<int> widths;  // of the columns of TXT, in characters; empty: those of the paper
 };
+
+// The settings, completed by `others` where they are not set.
+inline TextSettings completed(TextSettings settings, const TextSettings& others) {
+    if (!settings.values) settings.values = others.values;
+    if (!settings.separator) settings.separator = others.separator;
+    if (!settings.quotes) settings.quotes = others.quotes;
+    if (!settings.lineEnds) settings.lineEnds = others.lineEnds;
+    if (settings.encoding.empty()) settings.encoding = others.encoding;
+    if (settings.widths.empty()) settings.widths = others.widths;
+    return settings;
+}
 
 }  // namespace qbsvrl6
 

@@ -25,6 +25,7 @@
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/template/text_values.h"
 #include "qbsvrl6/template/values.h"
 
 namespace qbsvrl6 {
@@ -777,6 +778,24 @@ void describeWorkbook(Element& element, WorkbookLike& workbook) {
                       SwitchCodec{});
 }
 
+// How CSV is written. The codecs are those of the options of an export, which win.
+template <class Element, class SettingsLike>
+void describeCsv(Element& element, SettingsLike& csv) {
+    element.attribute("values", csv.values, CsvValuesCodec{});
+    element.attribute("separator", csv.separator, CsvSeparatorCodec{});
+    element.attribute("quotes", csv.quotes, CsvQuotesCodec{});
+    element.attribute("lineEnds", csv.lineEnds, LineEndsCodec{});
+    element.attribute("encoding", csv.encoding, {}, TextEncodingCodec{});
+}
+
+// The same for TXT.
+template <class Element, class SettingsLike>
+void describeTxt(Element& element, SettingsLike& txt) {
+    element.attribute("widths", txt.widths, {}, TextWidthsCodec{});
+    element.attribute("lineEnds", txt.lineEnds, LineEndsCodec{});
+    element.attribute("encoding", txt.encoding, {}, TextEncodingCodec{});
+}
+
 // The background and watermark of each page, and the printer. A watermark without text is none; its
 // size is in points.
 template <class Element, class ReportLike>
@@ -856,7 +875,7 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
         element.refuseChildren(
             {"Pdf", "Page", "Background", "Watermark", "Printer", "PageHeader", "PageFooter"},
             "pages are those of the outermost report");
-        element.refuseChildren({"Workbook"}, "the settings are those of the outermost report");
+        element.refuseChildren({"Workbook", "Csv", "Txt"}, "the settings are those of the outermost report");
         element.refuseChildren({"Include"}, "its report inherits the styles of the outermost one");
     }
     if (hasPages) describeIncludes(element, report);
@@ -871,6 +890,8 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     if (hasPages) {
         element.child("Pdf", [&](auto& pdf) { describePdf(pdf, report.pdf); });
         element.child("Workbook", [&](auto& workbook) { describeWorkbook(workbook, report.workbook); });
+        element.child("Csv", [&](auto& csv) { describeCsv(csv, report.csv); });
+        element.child("Txt", [&](auto& txt) { describeTxt(txt, report.txt); });
     }
     if (hasPages) {
         element.childWithout("Page", "name", [&](auto& page) { describePage(page, report); });

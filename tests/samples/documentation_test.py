@@ -16,7 +16,7 @@ import subprocess
 import sys
 import tempfile
 
-IN_REPORT = {"Info", "Pdf", "Workbook", "Page", "Styles", "Parameters", "Grid", "CrossTable", "Labels", "Background", "Watermark", "Printer", "DefaultStyle"}
+IN_REPORT = {"Info", "Pdf", "Workbook", "Csv", "Txt", "Page", "Styles", "Parameters", "Grid", "CrossTable", "Labels", "Background", "Watermark", "Printer", "DefaultStyle"}
 IN_GRID = {"Recordset", "Columns", "Groups"}
 RED_DOT = ("iVBORw0KGgoAAAANSUhEUgAAAAUAAAAFCAYAAACNbyblAAAAHElEQVQI12P4//8/w38GIAXDIBKE0DHxgljNBAAO9TXL0Y4OHwAAAABJ"
            "RU5ErkJggg==")

@@ -225,38 +225,48 @@ class Formats(unittest.TestCase):
         names = {paragraph.style.name for table in file.tables for row in table.rows for cell in row.cells for paragraph in cell.paragraphs}
         self.assertTrue({"heading", "region"} <= names, names)
 
-    # Options, and the bytes of the document.
+    # Settings, as options and as attributes of a template, and the bytes of the document.
     TEXTS = [
-        ((), "\ufeff1.5,05.03,\"a,b\"\r\n-2,,\"é;\"\"😀\"\r\n".encode()),
-        (("csv.values=raw",), "\ufeff1.5,2026-03-05,\"a,b\"\r\n-2,,\"é;\"\"😀\"\r\n".encode()),
-        (("csv.separator=;", "text.line-ends=lf"), "\ufeff1.5;05.03;a,b\n-2;;\"é;\"\"😀\"\n".encode()),
-        (("csv.separator=tab", "csv.quotes=all", "text.encoding=utf-8"), "\"1.5\"\t\"05.03\"\t\"a,b\"\r\n\"-2\"\t\t\"é;\"\"😀\"\r\n".encode()),
-        (("text.encoding=gb18030",), "1.5,05.03,\"a,b\"\r\n-2,,\"é;\"\"😀\"\r\n".encode("gb18030")),
-        (("text.encoding=gbk",), "1.5,05.03,\"a,b\"\r\n-2,,\"é;\"\"?\"\r\n".encode("gbk")),
+        ((), "", "\ufeff1.5,05.03,\"a,b\"\r\n-2,,\"é;\"\"😀\"\r\n".encode()),
+        (("csv.values=raw",), 'values="raw"', "\ufeff1.5,2026-03-05,\"a,b\"\r\n-2,,\"é;\"\"😀\"\r\n".encode()),
+        (("csv.separator=;", "text.line-ends=lf"), 'separator=";" lineEnds="lf"', "\ufeff1.5;05.03;a,b\n-2;;\"é;\"\"😀\"\n".encode()),
+        (("csv.separator=tab", "csv.quotes=all", "text.encoding=utf-8"), 'separator="tab" quotes="all" encoding="utf-8"',
+         "\"1.5\"\t\"05.03\"\t\"a,b\"\r\n\"-2\"\t\t\"é;\"\"😀\"\r\n".encode()),
+        (("text.encoding=gb18030",), 'encoding="gb18030"', "1.5,05.03,\"a,b\"\r\n-2,,\"é;\"\"😀\"\r\n".encode("gb18030")),
+        (("text.encoding=gbk",), 'encoding="gbk"', "1.5,05.03,\"a,b\"\r\n-2,,\"é;\"\"?\"\r\n".encode("gbk")),
     ]
+    WIDE = "1.5  05.03   a,b\r\n-2           é;\"😀\r\n".encode()
 
-    def test_options_of_texts(self):
+    def text(self, name, settings="", options=()):
+        """A document of two rows, and what its export says."""
         template, data = self.directory / "t.qbf", self.directory / "t.json"
         columns = "".join(f'<Column name="{name}" width="30mm"><Content text="[{text}]"/></Column>'
                           for name, text in (("N", "N"), ("D", "D:dd.MM"), ("T", "T")))
-        template.write_text('<Report version="1"><Fields><Field name="D" type="date"/></Fields><Grid titleHeight="0mm"><Columns>'
-                            + columns + "</Columns></Grid></Report>", "utf-8")
+        template.write_text(f'<Report version="1">{settings}<Fields><Field name="D" type="date"/></Fields>'
+                            f'<Grid titleHeight="0mm"><Columns>{columns}</Columns></Grid></Report>', "utf-8")
         data.write_text(json.dumps([{"N": 1.5, "D": "2026-03-05", "T": "a,b"}, {"N": -2, "D": None, "T": "é;\"😀"}]), "utf-8")
+        words = [word for option in options for word in ("--option", option)]
+        said = render(template, data, self.directory / name, options=("--layout", "table", *words))
+        return (self.directory / name).read_bytes(), said
 
-        def made(name, options):
-            words = [word for option in options for word in ("--option", option)]
-            said = render(template, data, self.directory / name, options=("--layout", "table", *words))
-            return (self.directory / name).read_bytes(), said
-
-        for options, expected in self.TEXTS:
-            with self.subTest(options=options):
-                found, said = made("t.csv", options)
-                self.assertEqual(found, expected)
-                self.assertEqual("1 characters do not exist in gbk and are question marks: 😀" in said, "gbk" in str(options), said)
-        self.assertEqual(made("t.txt", ("txt.widths=5 8", "text.line-ends=crlf"))[0], "1.5  05.03   a,b\r\n-2           é;\"😀\r\n".encode())
+    def test_settings_of_texts(self):
+        for options, attributes, expected in self.TEXTS:
+            for settings, own in (("", options), (f"<Csv {attributes}/>", ())):
+                with self.subTest(options=own, settings=settings):
+                    found, said = self.text("t.csv", settings, own)
+                    self.assertEqual(found, expected)
+                    self.assertEqual("1 characters do not exist in gbk and are question marks: 😀" in said, "gbk" in attributes, said)
+        self.assertEqual(self.text("t.txt", options=("txt.widths=5 8", "text.line-ends=crlf"))[0], self.WIDE)
+        self.assertEqual(self.text("t.txt", '<Csv separator=";"/><Txt widths="5, 8" lineEnds="crlf"/>')[0], self.WIDE)
         for option in ("csv.separator=ab", "csv.separator=\"", "csv.values=typed", "text.encoding=gbk//TRANSLIT", "txt.widths=0", "txt.widths=9999"):
             with self.subTest(option=option), self.assertRaises(subprocess.CalledProcessError):
-                made("t.csv", (option,))
+                self.text("t.csv", options=(option,))
+
+    def test_options_win_over_the_template(self):
+        other = '<Csv values="raw" separator="|" quotes="all" lineEnds="lf" encoding="utf-16"/><Txt widths="30 3" lineEnds="lf" encoding="gbk"/>'
+        options = ("csv.values=shown", "csv.separator=tab", "csv.quotes=needed", "text.line-ends=crlf", "text.encoding=gb18030")
+        self.assertEqual(self.text("t.csv", other, options)[0], "1.5\t05.03\ta,b\r\n-2\t\t\"é;\"\"😀\"\r\n".encode("gb18030"))
+        self.assertEqual(self.text("t.txt", other, ("txt.widths=5 8", "text.line-ends=crlf", "text.encoding=utf-8"))[0], self.WIDE)
 
     @unittest.skipUnless(FULL, "only with QBSVR_FULL_TESTS=1")
     def test_office_opens_all(self):

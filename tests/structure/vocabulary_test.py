@@ -25,7 +25,8 @@ names = {node.get("name") for tag in ("element", "attribute") for node in xsd.it
 values = {node.get("value") for node in xsd.iter(XS + "enumeration")} - {"true", "false"}
 templates = [ElementTree.fromstring(read(f"tests/qbsvrl6/template/{name}.qbf")) for name in ("everything", "letter", "house-style")]
 used = {word for template in templates for node in template.iter() for word in (node.tag, *node.attrib)}
-known = OTHERS | set(re.findall(r'"([A-Za-z]\w*)"', read("qbsvrl6/template/schema.h")))
+lists = re.findall(r"constexpr std::array<Word.*?;", read("qbsvrl6/template/text_values.cpp"), re.S)
+known = OTHERS | set(re.findall(r'"([A-Za-z]\w*)"', "".join([read("qbsvrl6/template/schema.h"), *lists])))
 page = set(re.findall(r"\w+", read("docs/template-format.md")))
 
 faults = [f"{what}: {sorted(words)}" for what, words in {

@@ -259,7 +259,7 @@ class Report:
           `permissions`, `sign_key`, `sign_password`, `sign_certificates`, `sign_reason`,
           `sign_location` and `sign_time_server`.
         - `text_options`: of CSV and TXT, a dictionary of `values`, `separator`, `quotes`, `line_ends`, `encoding`
-          and `widths`.
+          and `widths`. Default: as the template says.
         - `defuse`: in CSV, an apostrophe before texts that a spreadsheet would calculate. Default: as the template
           and the settings say.
 
