@@ -138,7 +138,7 @@ public:
     void placedName(const char*, const std::u16string&) {}
     void borders(const std::optional<BorderLine>&, const std::optional<BorderLine>&,
                  const std::optional<BorderLine>&, const std::optional<BorderLine>&) {}
-    void paper(const PageSetup&) {}
+    void paper(const PageSetup&, const Size& = {}) {}
     void refuse(bool, const char*) {}
     void library(const Include&) {}
     template <class Describe>

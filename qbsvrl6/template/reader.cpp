@@ -323,7 +323,7 @@ public:
         attribute("borderBottom", bottom, BorderLineCodec{});
     }
 
-    void paper(PageSetup& page);
+    void paper(PageSetup& page, const Size& own = PageSetup().paper);
 
     template <class Describe>
     void child(const char* name, Describe&& describe) {
@@ -623,7 +623,8 @@ private:
     bool text_ = false;  // whether text is expected
 };
 
-void ReadElement::paper(PageSetup& page) {
+// Without a size, the paper is `own`, turned if the orientation asks for it.
+void ReadElement::paper(PageSetup& page, const Size& own) {
     static const PageSetup defaults;
     std::optional<Size> size;
     std::optional<bool> landscape;
@@ -642,8 +643,9 @@ void ReadElement::paper(PageSetup& page) {
         if (size || landscape) return addError("a paper with width and height has no size and orientation");
         page.paper = {*width, *height};
     } else {
-        page.paper = size.value_or(defaults.paper);
-        if (landscape.value_or(false)) std::swap(page.paper.width, page.paper.height);
+        page.paper = size.value_or(own);
+        const bool isLandscape = page.paper.width > page.paper.height;
+        if (landscape && *landscape != isLandscape) std::swap(page.paper.width, page.paper.height);
     }
     const Edges& margins = page.margins;
     const std::int64_t least = kMicrometresPerMillimetre;

@@ -717,12 +717,12 @@ void describePage(Element& element, ReportLike& report) {
     element.pageReference("left", report.leftPage);
 }
 
-// Other paper, which sections and groups name. Its headers, footers and background take the place of those of
-// the report.
+// Other paper, which sections and groups name. Without a size, it is as large as that of the report. Its headers,
+// footers and background take the place of those of the report.
 template <class Element, class PageLike>
-void describeNamedPage(Element& element, PageLike& page) {
+void describeNamedPage(Element& element, PageLike& page, const Size& ofReport) {
     element.required("name", page.name, TextCodec{});
-    element.paper(page.setup);
+    element.paper(page.setup, ofReport);
     element.child("Background", [&](auto& background) { background.address("picture", page.background); });
     element.pointer("PageHeader", page.header, kPageSection);
     element.pointer("PageFooter", page.footer, kPageSection);
@@ -895,8 +895,9 @@ void describeReport(Element& element, ReportLike& report, ReportPlace place) {
     }
     if (hasPages) {
         element.childWithout("Page", "name", [&](auto& page) { describePage(page, report); });
-        element.namedList("Page", report.namedPages, limits::kNamedPages,
-                          [](auto& child, auto& page) { describeNamedPage(child, page); });
+        element.namedList("Page", report.namedPages, limits::kNamedPages, [&](auto& child, auto& page) {
+            describeNamedPage(child, page, report.page.paper);
+        });
     }
     describeStyles(element, report);
     element.child("Parameters", [&](auto& parameters) {

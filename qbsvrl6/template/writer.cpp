@@ -111,7 +111,7 @@ public:
         attribute("borderBottom", bottom, BorderLineCodec{});
     }
 
-    void paper(const PageSetup& page);
+    void paper(const PageSetup& page, const Size& own = PageSetup().paper);
 
     // An element with nothing in it is left out.
     template <class Describe>
@@ -273,14 +273,14 @@ void WriteElement::end() {
     out_ += ">\n";
 }
 
-void WriteElement::paper(const PageSetup& page) {
+void WriteElement::paper(const PageSetup& page, const Size& own) {
     static const PageSetup defaults;
     const auto named = [&](bool landscape) {
         const Size portrait = landscape ? Size{page.paper.height, page.paper.width} : page.paper;
         return std::find_if(kPaperSizes.begin(), kPaperSizes.end(),
                             [&](const Word<Size>& word) { return word.value == portrait; });
     };
-    if (page.paper == defaults.paper) {
+    if (page.paper == own) {
         // left out, like every default
     } else if (named(false) != kPaperSizes.end()) {
         write("size", named(false)->text);

@@ -99,7 +99,8 @@ TEST(TemplateRoundTrip, ReadsValuesInTheirManyForms) {
     const ReportDefinition report = readTemplate(
         R"(<Report version="1"><!-- a remark --><Styles>
              <Style name="a" fontSize="10mm" padding="1cm 2mm 1in 72pt" border="1mm #ABCDEF" borderTop="none"/>
-           </Styles><Page width="21.59cm" height="11in" margins="0mm"/></Report>)",
+           </Styles><Page name="turned" orientation="landscape"/><Page name="own" size="A4"/>
+           <Page width="21.59cm" height="11in" margins="0mm"/></Report>)",
         "forms");
     const Style& style = report.styles.at(0).style;
     EXPECT_DOUBLE_EQ(style.fontSize.value(), 10'000 / kMicrometresPerPoint);
@@ -107,6 +108,8 @@ TEST(TemplateRoundTrip, ReadsValuesInTheirManyForms) {
     EXPECT_EQ(style.borderLeft, (BorderLine{1000, {0xAB, 0xCD, 0xEF}}));
     EXPECT_EQ(style.borderTop, BorderLine{});
     EXPECT_EQ(report.page.paper, (Size{215'900, 279'400}));
+    EXPECT_EQ(report.namedPages.at(0).setup.paper, (Size{279'400, 215'900}));  // that of the report
+    EXPECT_EQ(report.namedPages.at(1).setup.paper, (Size{210'000, 297'000}));
 }
 
 TEST(TemplateRoundTrip, SavesTheNumbersThatReplaceRows) {
