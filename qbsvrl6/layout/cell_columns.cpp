@@ -288,18 +288,23 @@ private:
     // The labels of a row are in one band.
     void addLabels(const Labels& labels, const Place& place) {
         const std::int64_t step = labelStep(labels);
+        std::vector<CellBox> cells;
         for (int i = 0; i < labelColumns(labels, place.width); ++i) {
             addControls(labels.label.controls,
-                        {place.left + i * step, labels.width, place.depth, place.paper}, {});
+                        {place.left + i * step, labels.width, place.depth, place.paper}, {}, cells);
         }
+        edges_.addCells(std::move(cells));
     }
 
     void addSection(const SectionPtr& section, const Place& place, const NamedColumns& columns = {}) {
-        if (section) addControls(section->controls, place, columns);
+        if (!section) return;
+        std::vector<CellBox> cells;
+        addControls(section->controls, place, columns, cells);
+        edges_.addCells(std::move(cells));
     }
 
-    void addControls(const ControlList& controls, const Place& place, const NamedColumns& columns) {
-        std::vector<CellBox> cells;
+    void addControls(const ControlList& controls, const Place& place, const NamedColumns& columns,
+                     std::vector<CellBox>& cells) {
         for (const auto& control : controls.items) {
             const std::optional<Extent> named = columns.spanOf(*control);
             const Extent span = named ? *named : freeSpan(*control, place);
@@ -314,7 +319,6 @@ private:
                                  control->box.bottom()});
             }
         }
-        edges_.addCells(std::move(cells));
     }
 
     Extent freeSpan(const Control& control, const Place& place) const {
