@@ -37,11 +37,12 @@ void InnerFlow::add(BandDraft draft) {
     outer_.add(std::move(draft));
     const bool leads =
         kind == BandKind::ReportHeader || kind == BandKind::GridTitle || kind == BandKind::GroupHeader;
-    if (!leads) endLead();
+    if (!leads) endLeads();
 }
 
-void InnerFlow::endLead() {
-    if (lead_ != 0) outer_.endKeep(std::exchange(lead_, 0));
+void InnerFlow::endLeads() {
+    for (const std::uint64_t lead : leads_) outer_.endKeep(lead);
+    leads_.clear();
 }
 
 void ContinuousFlow::begin() {

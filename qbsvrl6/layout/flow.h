@@ -3,6 +3,7 @@
 #define QBSVR_QBSVRL6_LAYOUT_FLOW_H
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "qbsvrl6/layout/band_draft.h"
@@ -55,11 +56,11 @@ void takeIn(BandDraft& draft);
 // Passes the bands of a sub-report that is alone at its height in a section to the outer flow.
 class InnerFlow : public Flow {
 public:
-    // `lead` is a range of bands of the outer flow that stay with the first row; none: 0.
-    // `outline` is that of the section.
-    InnerFlow(Flow& outer, Micrometres x, std::uint64_t lead, int outline)
-        : outer_(outer), x_(x), lead_(lead), outline_(outline) {}
-    ~InnerFlow() override { endLead(); }
+    // `leads` are ranges of bands of the outer flow that stay with the first row. `outline` is that of the
+    // section.
+    InnerFlow(Flow& outer, Micrometres x, std::vector<std::uint64_t> leads, int outline)
+        : outer_(outer), x_(x), leads_(std::move(leads)), outline_(outline) {}
+    ~InnerFlow() override { endLeads(); }
     InnerFlow(const InnerFlow&) = delete;
     InnerFlow& operator=(const InnerFlow&) = delete;
 
@@ -72,11 +73,11 @@ public:
     std::int64_t height = 0;  // of all that was added
 
 private:
-    void endLead();
+    void endLeads();
 
     Flow& outer_;
     Micrometres x_;
-    std::uint64_t lead_;
+    std::vector<std::uint64_t> leads_;
     int outline_;
 };
 

@@ -158,7 +158,12 @@ void ReportWalk::addSlices(PlannedSection& section, BandKind kind, const Positio
 void ReportWalk::addSubReport(PlannedControl& control, const ItemRole& role, BandKind kind, Micrometres left,
                               const Position& position, Micrometres height, std::uint64_t lead) {
     const int level = position.scope.kind == ScopeKind::Group ? position.scope.level : -1;
-    InnerFlow flow(*flow_, left, lead, outlineOf(kind, level));
+    // What a footer has to follow stays with the first row of the sub-report, not with all of it.
+    std::vector<std::uint64_t> leads{lead};
+    if (kind == BandKind::GroupFooter) {
+        for (const RowKeep& keep : rowKeeps_) leads.push_back(keep.keep);
+    }
+    InnerFlow flow(*flow_, left, std::move(leads), outlineOf(kind, level));
     std::optional<ReportInstance> instance = builder_.subReport(control, position, role);
     if (instance) ReportWalk::walk(context_, std::move(*instance), flow);
     if (flow.height >= height) return;
