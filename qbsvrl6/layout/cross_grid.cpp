@@ -56,6 +56,15 @@ private:
         if (!style.empty()) control.conditions.push_back({std::move(when), style});
     }
 
+    // The styles of the first levels of rows, which apply to all cells of a key.
+    void addRowConditions(Control& control, std::size_t levels) {
+        for (std::size_t level = 0; level < levels; ++level) {
+            const std::vector<ConditionalStyle>& conditions = cross_.rows[level].conditions;
+            for (std::size_t i = 0; i < conditions.size(); ++i)
+                addCondition(control, CrossColumns::rowHolds(level, i), conditions[i].style);
+        }
+    }
+
     // The titles of the keys of a row level. The title of a total covers those of the levels inside.
     void addTitleColumn(std::size_t level) {
         const CrossLevel& own = cross_.rows[level];
@@ -65,9 +74,7 @@ private:
         setText(column->title, own.heading, own.headingStyleName);
         setText(column->content, u'[' + CrossColumns::title(level) + u']', own.styleName);
         addCondition(column->content, isTotalOf(level), own.totalStyleName);
-        for (std::size_t i = 0; i < own.conditions.size(); ++i) {
-            addCondition(column->content, CrossColumns::rowHolds(level, i), own.conditions[i].style);
-        }
+        addRowConditions(column->content, level + 1);
         if (level + 1 < cross_.rows.size()) {
             column->mergeBy = CrossColumns::key(level);
             column->span = static_cast<int>(cross_.rows.size() - level);
@@ -162,13 +169,9 @@ private:
                 if (query_.columnHolds(line, level, i)) overlayNamed(content.style, conditions[i].style);
             }
         }
-        for (std::size_t level = 0; level < cross_.rows.size(); ++level) {
-            const CrossLevel& row = cross_.rows[level];
-            addCondition(content, isTotalOf(level), row.totalStyleName);
-            for (std::size_t i = 0; i < row.conditions.size(); ++i) {
-                addCondition(content, CrossColumns::rowHolds(level, i), row.conditions[i].style);
-            }
-        }
+        for (std::size_t level = 0; level < cross_.rows.size(); ++level)
+            addCondition(content, isTotalOf(level), cross_.rows[level].totalStyleName);
+        addRowConditions(content, cross_.rows.size());
         for (std::size_t i = 0; i < cell.conditions.size(); ++i) {
             addCondition(content, CrossColumns::cellHolds(value, i), cell.conditions[i].style);
         }
