@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "common/base64.h"
 #include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/support/append.h"
@@ -59,6 +60,11 @@ void appendFontFamily(std::string& out, std::u16string_view family) {
         out += "',";
     }
     out += genericFamily(familyKind(foldFamily(family)));
+}
+
+void appendDataAddress(std::string& out, const Picture& picture) {
+    out += picture.encoding == Picture::Encoding::Jpeg ? "data:image/jpeg;base64," : "data:image/png;base64,";
+    out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
 }
 
 void appendDeclarations(std::string& out, const CellStyle& style) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "qbsvrl6/picture/picture.h"
 #include "qbsvrl6/sheet/grid/cell_style.h"
 
 namespace qbsvrl6 {
@@ -20,6 +21,9 @@ void appendCssText(std::string& out, std::u16string_view text);
 // Appends the font family, followed by a generic one. Leaves out the characters of its name that could end a
 // value or an attribute.
 void appendFontFamily(std::string& out, std::u16string_view family);
+
+// Appends the picture as an address that holds its bytes.
+void appendDataAddress(std::string& out, const Picture& picture);
 
 // The declarations of a cell's style.
 void appendDeclarations(std::string& out, const CellStyle& style);

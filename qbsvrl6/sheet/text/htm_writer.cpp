@@ -20,6 +20,8 @@
 #include "qbsvrl6/sheet/escape.h"
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/text/css.h"
+#include "qbsvrl6/sheet/text/free_blocks.h"
+#include "qbsvrl6/sheet/text/htm_rules.h"
 #include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/sheet/text_stream.h"
 #include "qbsvrl6/support/append.h"
@@ -33,62 +35,13 @@ namespace {
 // Smaller gaps are rounding errors.
 constexpr Micrometres kLeastGap = 500;
 
-// On a screen, each page is a sheet of paper. If the screen is narrower than that, the detail grid scrolls
-// sideways, together with the totals below it, and the columns of free controls share the width of the screen
-// in proportion; on a phone, free controls wrap row by row.
-constexpr const char* kRules = R"(:root{color-scheme:only light}
-body{margin:0;background:#e8e8e8;color:#000}
-.page{display:flex;flex-direction:column;box-sizing:border-box;width:max-content;min-width:var(--paper);
-min-height:var(--height);padding:var(--padding);margin:4mm auto;background:#fff;box-shadow:0 0 2mm #999}
-table{border-collapse:collapse;table-layout:fixed;width:var(--table)}
-td,th{box-sizing:border-box;white-space:pre-wrap;overflow-wrap:anywhere;font-weight:normal}
-.n{white-space:nowrap}
-[dir=auto]{unicode-bidi:plaintext}
-a{color:inherit}
-svg{display:block;margin:0 0 -1mm}
-.grid thead{position:sticky;top:0;z-index:1;background:#fff}
-.foot{margin-top:auto}
-.r90,.r180,.r270{display:inline-block}
-.r90,.r270{writing-mode:vertical-rl}
-.r180,.r270{transform:rotate(180deg)}
-@media screen and (prefers-color-scheme:dark){body{background:#2a2a2a}}
-@media print{body{background:none}.page{margin:0;box-shadow:none}tr{break-inside:avoid}
-.grid thead{position:static;background:none}
-*{print-color-adjust:exact;-webkit-print-color-adjust:exact}}
-)";
-constexpr const char* kNarrowRules =
-    R"(.page{width:auto;min-width:0;min-height:0;margin:2mm 0;padding:3mm;box-shadow:none;background:#fff}
-.page::before{content:none!important}
-.page{--rows:.5}
-.grid{--rows:1;overflow-x:auto}
-.free{width:100%;max-width:var(--table);--text:.75;--rows:.6}
-.free svg{max-width:100%;height:auto!important}
-)";
-// Of the paper's width: on a narrower screen, proportional columns would be too narrow to read.
-constexpr double kPhoneShare = 0.75;
-// 600 pixels: on narrower screens, charts and figures are always below one another.
-constexpr Micrometres kPhoneWidth = 158'750;
-constexpr const char* kPhoneRules = R"(.free{--text:.8}
-.free,.free tbody{display:block}
-.free colgroup,.free td:empty{display:none}
-.free tr{display:flex;flex-wrap:wrap;column-gap:2mm;height:auto}
-.free td{flex:1 1 auto;min-width:0;max-width:100%}
-.free div{position:static!important}
-.free .wide{overflow-x:auto}
-.free .wide svg{max-width:none}
-)";
 // A wider drawing would be unreadable if shrunk to the width of a phone, so it scrolls sideways.
 constexpr Micrometres kWideDrawing = 120'000;
 
-// A rounding error must not start another page.
-constexpr const char* kSheetRules = R"(@media print{.page{min-height:calc(var(--height) - 2px)}
-.page:not(:last-child){break-after:page}}
-)";
-// On a narrow screen, a long table scrolls below its titles, in both directions.
-constexpr const char* kContinuousRules =
-    R"(@media screen and (max-width:600px){.grid{max-height:90vh;overflow:auto}}
-@media print{.page{display:block;min-width:0;min-height:0;padding:0}}
-)";
+constexpr int kShareDecimals = 5;  // of a part of a picture
+
+// The width of a block of free controls on a phone, in tracks.
+constexpr int kTracks = 24;
 
 // The attributes of an element whose text, or some of it, runs from right to left: each of its paragraphs has
 // the direction of its first letter.
@@ -223,7 +176,8 @@ private:
 
     void writeRows(const Band& band, std::span<const CellRow> rows) override {
         const bool followsGrid = part_ == Part::Body || part_ == Part::Sums;
-        if (band.kind == BandKind::ReportFooter && followsGrid) {
+        // A header after the grid is that of a sub-report.
+        if ((band.kind == BandKind::ReportFooter || band.kind == BandKind::ReportHeader) && followsGrid) {
             const std::size_t sums = countSumRows(rows);
             writePart(Part::Sums, band, rows.first(sums));
             rows = rows.subspan(sums);
@@ -236,19 +190,84 @@ private:
         if (rows.empty()) return;
         enter(part, rows.front().gap);
         attachOverlays(rows);
+        std::vector<BlockRows> blocks;
+        if (part == Part::Free) blocks = findBlocks(rows, grid(), band.kind == BandKind::Row);
+        auto next = blocks.begin();
         for (std::size_t row = 0; row < rows.size(); ++row) {
+            if (next != blocks.end() && row == next->first) beginBlocks(*next);
+            if (blocks_ != nullptr) line_ = static_cast<int>(row - blocks_->first);
             if (row > 0 || !partIsNew_) writeGap(rows[row].gap);
             partIsNew_ = false;
             overlays_ = {};
             if (!overlaysOf_.empty()) overlays_ = overlaysOf_[row];
             writeRow(band, rows[row]);
+            if (blocks_ != nullptr && row + 1 == blocks_->end) {
+                endBlocks();
+                ++next;
+            }
         }
+    }
+
+    // Rows of blocks are a part of the table, in which the cells know their lines on a phone.
+    void beginBlocks(const BlockRows& blocks) {
+        blocks_ = &blocks;
+        out() += "</tbody><tbody class=\"b\">\n";
+    }
+
+    void endBlocks() {
+        blocks_ = nullptr;
+        out() += "</tbody><tbody>\n";
+    }
+
+    // Appends the attribute `style` of a cell, if it has one.
+    void writePlace(int column, int end, int rowSpan) {
+        if (blocks_ == nullptr && overlays_.empty()) return;
+        out() += " style=\"";
+        if (!overlays_.empty()) out() += "position:relative";
+        if (blocks_ != nullptr) {
+            if (!overlays_.empty()) out() += ';';
+            writeLine(column, end, rowSpan);
+        }
+        out() += '"';
+    }
+
+    // The blocks are below one another, with an empty line between them.
+    void writeLine(int column, int end, int rowSpan) {
+        std::size_t number = 0;
+        while (number + 1 < blocks_->blocks.size() && column >= blocks_->blocks[number].end) ++number;
+        const FreeBlock& block = blocks_->blocks[number];
+        const auto lines = static_cast<int>(blocks_->end - blocks_->first) + 1;
+        out() += "--r:" + std::to_string(static_cast<int>(number) * lines + line_ + 1);
+        if (rowSpan > 1) out() += "/span " + std::to_string(rowSpan);
+        const int first = trackOf(block, column);
+        out() += ";--c:" + std::to_string(first + 1) + '/' +
+                 std::to_string(std::max(trackOf(block, end), first + 1) + 1);
+    }
+
+    // The track, from 0, at the left edge of a column.
+    int trackOf(const FreeBlock& block, int column) const {
+        std::int64_t left = 0;
+        std::int64_t width = 0;
+        for (int i = block.first; i < block.end; ++i) {
+            if (i < column) left += grid().columnWidth(i);
+            width += grid().columnWidth(i);
+        }
+        return static_cast<int>((kTracks * left + width / 2) / std::max<std::int64_t>(width, 1));
     }
 
     Part partOf(const Band& band) const {
         if (band.kind == BandKind::PageFooter) return Part::Footer;
-        if (!band.inGrid || isForm(band)) return Part::Free;
-        return band.kind == BandKind::GridTitle ? Part::Head : Part::Body;
+        if (band.kind == BandKind::GridTitle) return Part::Head;
+        if (isForm(band) || !(band.inGrid || isInnerRow(band))) return Part::Free;
+        return part_ == Part::Sums ? Part::Sums : Part::Body;
+    }
+
+    // Whether the band is a row of a sub-report below its titles, or below another table. Labels are not.
+    bool isInnerRow(const Band& band) const {
+        const bool ofGrid = band.kind == BandKind::Row || band.kind == BandKind::BlankRow ||
+                            band.kind == BandKind::GroupHeader || band.kind == BandKind::GroupFooter;
+        const bool followsTable = part_ == Part::Head || part_ == Part::Body || part_ == Part::Sums;
+        return ofGrid && followsTable;
     }
 
     // Whether the band is a group header or footer of free controls outside of the grid's table, as in a
@@ -378,13 +397,10 @@ private:
         while (column < end && rowsLeft_[static_cast<std::size_t>(column)] == 0) ++column;
         out() += "<td";
         writeSpan("colspan", column - start);
-        if (overlays_.empty()) {
-            out() += "></td>";
-        } else {
-            out() += " style=\"position:relative\">";
-            writeOverlays(start);
-            out() += "</td>";
-        }
+        if (!overlays_.empty()) writePlace(start, column, 1);
+        out() += '>';
+        writeOverlays(start);
+        out() += "</td>";
         return column;
     }
 
@@ -410,7 +426,7 @@ private:
         if (!language.empty()) out() += language;
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
-        if (!overlays_.empty()) out() += " style=\"position:relative\"";
+        writePlace(cell.column, cell.column + cell.columnSpan, cell.rowSpan);
         out() += '>';
         if (cell.item != nullptr) writeContent(*cell.item, wrapping);
         writeOverlays(cell.column);
@@ -454,18 +470,34 @@ private:
                 stream_.mark();
                 pending_.add(std::move(item));
             } else {
+                const bool isCut = options_.paged && wrapping == Wrapping::Any && isCutOnPaper(item);
+                if (isCut) writeCut(item);
                 appendText(out(), item, wrapping, numbers_);
+                if (isCut) out() += "</div>";
             }
         } else {
             writePicture(item);
         }
     }
 
+    static bool isCutOnPaper(const Item& item) {
+        return item.style != nullptr && item.style->rotation == 0 &&
+               (item.style->fit == TextFit::Clip || item.style->fit == TextFit::Ellipsis);
+    }
+
+    // On a screen, the whole text is shown.
+    void writeCut(const Item& item) {
+        const Edges& padding = item.style->padding;
+        out() += "<div class=\"cut\" style=\"--cut:";
+        appendMillimetres(out(), std::max(item.box.height - padding.top - padding.bottom, 0));
+        out() += "\">";
+    }
+
     void writePicture(const Item& item) {
         if (const auto* picture = std::get_if<PictureItem>(&item.content)) {
             if (picture->picture == nullptr) return;
             const bool isFirst = pictures_.insert(picture->picture->id).second;
-            appendPicture(out(), *picture, isFirst);
+            appendPicture(out(), *picture, item.box, isFirst);
         } else if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) {
             if (drawing->drawing == nullptr) return;
             const bool isWide = item.box.width > kWideDrawing;
@@ -477,39 +509,49 @@ private:
     }
 
     // The first use of a picture contains its bytes; later uses refer to it by its id.
-    static void appendPicture(std::string& out, const PictureItem& item, bool isFirst) {
+    static void appendPicture(std::string& out, const PictureItem& item, const Rect& box, bool isFirst) {
         const Picture& picture = *item.picture;
+        const Rect& placed = item.placed;
+        // Only the part in the box is shown.
+        const Rect shown = {std::max(placed.x, 0), std::max(placed.y, 0),
+                            std::min(placed.right(), box.width) - std::max(placed.x, 0),
+                            std::min(placed.bottom(), box.height) - std::max(placed.y, 0)};
+        if (shown.width <= 0 || shown.height <= 0) return;
         XmlWriter svg(out);
-        svg.open("svg").attribute("viewBox", "0 0 1 1").attribute("preserveAspectRatio", "none");
+        std::string& view = svg.open("svg").beginAttribute("viewBox");
+        const auto appendShare = [&view](Micrometres part, Micrometres whole) {
+            if (!view.ends_with('"')) view += ' ';
+            appendNumber(view, static_cast<double>(part) / whole, kShareDecimals);
+        };
+        appendShare(shown.x - placed.x, placed.width);
+        appendShare(shown.y - placed.y, placed.height);
+        appendShare(shown.width, placed.width);
+        appendShare(shown.height, placed.height);
+        svg.endAttribute();
+        svg.attribute("preserveAspectRatio", "none");
         std::string& style = svg.beginAttribute("style");
         style += "width:";
-        appendMillimetres(style, item.placed.width);
+        appendMillimetres(style, shown.width);
         style += ";height:";
-        appendMillimetres(style, item.placed.height);
+        appendMillimetres(style, shown.height);
         style += ";aspect-ratio:";
-        appendNumber(style, item.placed.width, kCssDecimals);
+        appendNumber(style, shown.width, kCssDecimals);
         style += '/';
-        appendNumber(style, item.placed.height, kCssDecimals);
+        appendNumber(style, shown.height, kCssDecimals);
         style += ";margin:";
-        appendMillimetres(style, std::max(item.placed.y, 0));
+        appendMillimetres(style, shown.y);
         style += " 0 -1mm ";
-        appendMillimetres(style, std::max(item.placed.x, 0));
+        appendMillimetres(style, shown.x);
         svg.endAttribute();
         writeAlternateText(svg, item.alternateText);
         if (isFirst) {
             svg.open("image").attribute("id", "p", picture.id).attribute("width", 1).attribute("height", 1);
-            appendData(svg.attribute("preserveAspectRatio", "none").beginAttribute("href"), picture);
+            appendDataAddress(svg.attribute("preserveAspectRatio", "none").beginAttribute("href"), picture);
             svg.endAttribute().close();
         } else {
             svg.open("use").attribute("href", "#p", picture.id).close();
         }
         svg.close();
-    }
-
-    static void appendData(std::string& out, const Picture& picture) {
-        out += picture.encoding == Picture::Encoding::Jpeg ? "data:image/jpeg;base64,"
-                                                           : "data:image/png;base64,";
-        out += larkspur::Base64_Encode(picture.bytes.data(), static_cast<int>(picture.bytes.size()));
     }
 
     // `numbers` are those of the text, if it may be wrapped.
@@ -561,7 +603,7 @@ private:
         appendMeta(out, "description", options_.info.subject);
         appendMeta(out, "keywords", options_.info.keywords);
         out += "<style>\n";
-        appendPageRules(out);
+        appendPageRules(out, options_, grid(), papers_);
         for (const auto& [height, number] : heights_) {
             out += ".h" + std::to_string(number) + "{height:calc(var(--rows)*";
             appendMillimetres(out, height);
@@ -589,107 +631,6 @@ private:
         out += "\"/>\n";
     }
 
-    static void appendLength(std::string& out, const std::string& rule, Micrometres length) {
-        out += rule;
-        appendMillimetres(out, length);
-        out += "}\n";
-    }
-
-    void appendPageRules(std::string& out) const {
-        const PageSetup& page = options_.page;
-        const Edges& margins = page.margins;
-        Micrometres width = 0;
-        for (int column = 0; column < grid().columnCount(); ++column) width += grid().columnWidth(column);
-        const Micrometres left = options_.columnEdges.empty() ? 0 : options_.columnEdges.front();
-        out += ":root{--text:1;--rows:1}\n";
-        appendLength(out, ":root{--table:", width);
-        appendLength(out, ":root{--paper:", page.paper.width);
-        appendLength(out, ":root{--height:", options_.paged ? page.paper.height : 0);
-        appendEdges(out, ":root{--padding:", {left, margins.top, margins.right, margins.bottom});
-        out += kRules;
-        for (int column = 0; column < grid().columnCount(); ++column) {
-            appendLength(out, ".c" + std::to_string(column) + "{width:", grid().columnWidth(column));
-        }
-        if (options_.paged) appendBackdrop(out);
-        const Micrometres paper = std::max(page.paper.width, left + width + margins.right);
-        out += "@media screen and (max-width:";
-        appendMillimetres(out, paper);
-        out += "){";
-        out += kNarrowRules;
-        for (int column = 0; column < grid().columnCount(); ++column) {
-            out += ".free .c" + std::to_string(column) + "{width:";
-            appendNumber(out, 100.0 * grid().columnWidth(column) / std::max(width, 1), kCssDecimals);
-            out += "%}\n";
-        }
-        out += "}\n@media screen and (max-width:";
-        appendMillimetres(
-            out, std::max(static_cast<Micrometres>(paper * kPhoneShare), std::min(paper, kPhoneWidth)));
-        out += "){";
-        out += kPhoneRules;
-        out += "}\n";
-        // Pages of the report contain their margins; without them, the printer makes the pages and the
-        // margins.
-        out += "@page{size:";
-        appendMillimetres(out, page.paper.width);
-        out += ' ';
-        appendMillimetres(out, page.paper.height);
-        const bool sheets = options_.paged && options_.pageBreaks;
-        appendEdges(out, ";margin:", sheets ? Edges{} : margins);
-        out += sheets ? kSheetRules : kContinuousRules;
-        for (const auto& [kind, info] : papers_) appendPaperRules(out, info);
-    }
-
-    // Of pages on other paper than the report's.
-    void appendPaperRules(std::string& out, const PageInfo& page) const {
-        const std::string name = "paper" + std::to_string(page.paperKind);
-        const Micrometres left = options_.columnEdges.empty() ? 0 : options_.columnEdges.front();
-        appendLength(out, "." + name + "{--paper:", page.paper.width);
-        appendLength(out, "." + name + "{--height:", page.paper.height);
-        appendEdges(out, ("." + name + "{--padding:").c_str(),
-                    {left, page.margins.top, page.margins.right, page.margins.bottom});
-        if (page.background != nullptr) appendBackground(out, ".page." + name, *page.background);
-        out += "." + name + "{page:" + name + "}\n@page " + name + "{size:";
-        appendMillimetres(out, page.paper.width);
-        out += ' ';
-        appendMillimetres(out, page.paper.height);
-        appendEdges(out, ";margin:", options_.pageBreaks ? Edges{} : page.margins);
-    }
-
-    static void appendBackground(std::string& out, const std::string& selector, const Picture& picture) {
-        out += selector + "{background:#fff 0 0/var(--paper) var(--height) no-repeat url(";
-        appendData(out, picture);
-        out += ")}\n";
-    }
-
-    // The background and watermark, which are painted below the texts of each page.
-    void appendBackdrop(std::string& out) const {
-        if (options_.background != nullptr) appendBackground(out, ".page", *options_.background);
-        const Watermark& watermark = options_.watermark;
-        if (watermark.text.empty() || watermark.fontSize <= 0) return;
-        out += ".page{position:relative;isolation:isolate;overflow:hidden}\n.page::before{content:'";
-        appendCssText(out, watermark.text);
-        out +=
-            "';position:absolute;z-index:-1;left:calc(var(--paper)/2);top:calc(var(--height)/2);transform:"
-            "translate(-50%,-50%) rotate(";
-        appendNumber(out, -std::atan2(options_.page.paper.height, options_.page.paper.width), kCssDecimals);
-        out += "rad);white-space:pre;font:";
-        appendNumber(out, watermark.fontSize, kCssDecimals);
-        out += "pt/1 ";
-        appendFontFamily(out, u"SimHei");
-        out += ";color:";
-        appendColor(out, watermark.color);
-        out += "}\n";
-    }
-
-    static void appendEdges(std::string& out, const char* rule, const Edges& edges) {
-        out += rule;
-        for (const Micrometres side : {edges.top, edges.right, edges.bottom, edges.left}) {
-            appendMillimetres(out, std::max(side, 0));
-            out += ' ';
-        }
-        out += "}\n";
-    }
-
     std::string& out() { return stream_.text(); }
 
     SheetOptions options_;
@@ -710,6 +651,8 @@ private:
     std::vector<std::vector<Overlay>> overlaysOf_;  // by row of the current part; empty if there are none
     std::span<const Overlay> overlays_;             // of the current row, until its first cell has them
     PendingItems pending_;
+    const BlockRows* blocks_ = nullptr;  // of the current row; null: none
+    int line_ = 0;                       // of the current row in its blocks
     Part part_ = Part::None;
     bool partIsNew_ = false;
 };
