@@ -180,7 +180,7 @@ class Formats(unittest.TestCase):
 
     def test_ods_has_the_cells_of_xlsx(self):
         for sample, layout in self.each():
-            wanted = [(name, cells) for name, cells in xlsx_cells(self.path(sample, layout, "xlsx")) if name != "Chart numbers"]
+            wanted = list(xlsx_cells(self.path(sample, layout, "xlsx")))
             found = list(ods_cells(self.path(sample, layout, "ods")))
             self.assertEqual([name for name, _ in found], [name for name, _ in wanted])
             for (_, cells), (_, others) in zip(found, wanted):

@@ -316,7 +316,7 @@ def workbook_faults(folder):
             first = row + 1
         wanted[f"{letter}{ends[-1]}"] = f"=SUBTOTAL(9,{letter}2:{letter}{ends[-2] - 1})"
     found = {cell.coordinate: cell.value for row in sheet.iter_rows() for cell in row if cell.data_type == "f"}
-    facts = [("formulas", found, wanted), ("freeze", sheet.freeze_panes, "B2"), ("filter", sheet.auto_filter.ref, f"A1:E{ends[-2] - 1}"),
+    facts = [("formulas", found, wanted), ("formulas of ODS", ods_formulas(folder / "d.ods"), wanted), ("freeze", sheet.freeze_panes, "B2"), ("filter", sheet.auto_filter.ref, f"A1:E{ends[-2] - 1}"),
              ("print area", sheet.print_area, [f"$A$1:$E${ends[-1]}"]),
              ("outline", [row for row in range(1, sheet.max_row + 1) if sheet.row_dimensions[row].outlineLevel != (row > 1 and row not in ends)], []),
              ("price", sheet["C2"].number_format, '"$"#,##0.00;"$"-#,##0.00'), ("amount", sheet["E2"].number_format, "#,##0.00;[Red]-#,##0.00"),
@@ -325,14 +325,34 @@ def workbook_faults(folder):
     return faults + (recalculated_faults(folder, wanted, stored) if os.environ.get("QBSVR_FULL_TESTS") == "1" else [])
 
 
+def ods_formulas(file):
+    """The formulas of the first sheet by their cells, in the words of the other workbooks."""
+    formulas = {}
+    with zipfile.ZipFile(file) as package:
+        content = package.read("content.xml").decode()
+    for row, cells in enumerate(re.findall("<table:table-row.*?</table:table-row>", content.partition("</table:table>")[0], re.S), 1):
+        column = 0
+        for cell in re.findall("<table:(?:covered-)?table-cell[^>]*>", cells):
+            column += 1
+            for formula in re.findall(' table:formula="of:([^"]*)"', cell):
+                formulas[f"{openpyxl.utils.get_column_letter(column)}{row}"] = re.sub(r"[\[\].]", "", formula).replace(";", ",")
+            column += int((re.findall('columns-repeated="(\\d+)"', cell) or [1])[0]) - 1
+    return formulas
+
+
+def without_values(file, bare, pattern, replacement):
+    with zipfile.ZipFile(file) as package, zipfile.ZipFile(bare, "w") as written:
+        for name in package.namelist():
+            written.writestr(name, re.sub(pattern, replacement, package.read(name)))
+
+
 def recalculated_faults(folder, formulas, stored):
     """LibreOffice calculates the workbooks without the stored values of their formulas."""
-    with zipfile.ZipFile(folder / "d.xlsx") as package, zipfile.ZipFile(folder / "bare.xlsx", "w") as bare:
-        for name in package.namelist():
-            bare.writestr(name, re.sub(rb"</f><v>[^<]*</v>", b"</f>", package.read(name)))
+    without_values(folder / "d.xlsx", folder / "bare.xlsx", rb"</f><v>[^<]*</v>", b"</f>")
+    without_values(folder / "d.ods", folder / "open.ods", rb'( table:formula="[^"]*") office:value-type="[a-z]*" office:value="[^"]*">.*?</table:table-cell>', rb"\1/>")
     shutil.copy(folder / "d.xls", folder / "old.xls")
     faults = []
-    for file in ("bare.xlsx", "old.xls"):
+    for file in ("bare.xlsx", "open.ods", "old.xls"):
         output_of("soffice", f"-env:UserInstallation=file://{folder}/profile", "--headless", "--convert-to", "xlsx:Calc MS Excel 2007 XML",
                   "--outdir", folder / "office", folder / file)
         made = folder / "office" / (file.split(".")[0] + ".xlsx")

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "qbsvrl6/sheet/raw_value.h"
+#include "qbsvrl6/sheet/workbook/cell_names.h"
 #include "qbsvrl6/support/xml_writer.h"
 
 namespace qbsvrl6 {
@@ -72,13 +73,18 @@ void appendOdsText(std::string& out, std::u16string_view text, std::u16string_vi
     }
 }
 
+void appendOdsFormula(std::string& out, const SheetFormula& formula) {
+    out += " table:formula=\"of:=";
+    appendFormula(out, formula, FormulaSyntax::OpenDocument);
+    out += '"';
+}
+
 bool OdsSheet::isCovered(int column) const {
     const auto index = static_cast<std::size_t>(column);
     return column != spanned_ && index < coveredTo_.size() && coveredTo_[index] > rows_;
 }
 
 OdsSheet::Cell& OdsSheet::addCell(int column, int style) {
-    columns_ = std::max(columns_, column + 1);
     Cell& cell = cells_.emplace_back();
     cell.column = column;
     cell.isCovered = isCovered(column);
@@ -95,7 +101,9 @@ void OdsSheet::addBlank(int column, int style) { addCell(column, style); }
 void OdsSheet::addValue(int column, int style, const SheetValue& value, OdsValueKind kind) {
     Cell& cell = addCell(column, style);
     if (value.kind == SheetValue::Kind::Blank || cell.isCovered) return;
-    std::string& out = cell.start;
+    if (value.formula) appendOdsFormula(cell.start, *value.formula);
+    cell.formula = value.laterFormula.value_or(kNone);
+    std::string& out = cell.value;
     std::string date;
     if (value.kind == SheetValue::Kind::Boolean) {
         out += " office:value-type=\"boolean\" office:boolean-value=\"";
@@ -117,7 +125,7 @@ void OdsSheet::addValue(int column, int style, const SheetValue& value, OdsValue
 
 void OdsSheet::addPending(int column, int style, std::size_t pending, std::u16string link) {
     Cell& cell = addCell(column, style);
-    cell.start += " office:value-type=\"string\"";
+    cell.value += " office:value-type=\"string\"";
     cell.pending = pending;
     cell.link = std::move(link);
 }
@@ -142,10 +150,29 @@ void OdsSheet::addObject(int column, std::string_view object) {
         cell.isCovered = isCovered(column);
         cell.start = cell.isCovered ? "<table:covered-table-cell" : "<table:table-cell";
         at = cells_.insert(at, std::move(cell));
-        columns_ = std::max(columns_, column + 1);
     }
     // Objects come before the text of their cell.
     at->content.insert(0, object);
+}
+
+// What follows the formula of a cell.
+void OdsSheet::appendRest(std::vector<RowPart>& parts, Cell& cell) {
+    std::string& out = parts.back().text;
+    out += cell.value;
+    const char* const end = cell.isCovered ? "</table:covered-table-cell>" : "</table:table-cell>";
+    if (cell.pending != kNone) {
+        out += '>';
+        out += cell.content;
+        parts.back().pending = cell.pending;
+        parts.back().link = std::move(cell.link);
+        parts.emplace_back().text = end;
+    } else if (cell.content.empty()) {
+        out += "/>";
+    } else {
+        out += '>';
+        out += cell.content;
+        out += end;
+    }
 }
 
 std::vector<OdsSheet::RowPart> OdsSheet::endRow() {
@@ -163,20 +190,11 @@ std::vector<OdsSheet::RowPart> OdsSheet::endRow() {
         }
         next = cell.column + 1;
         out += cell.start;
-        const char* const end = cell.isCovered ? "</table:covered-table-cell>" : "</table:table-cell>";
-        if (cell.pending != kNone) {
-            out += '>';
-            out += cell.content;
-            parts.back().pending = cell.pending;
-            parts.back().link = std::move(cell.link);
-            parts.emplace_back().text = end;
-        } else if (cell.content.empty()) {
-            out += "/>";
-        } else {
-            out += '>';
-            out += cell.content;
-            out += end;
+        if (cell.formula != kNone) {
+            parts.back().formula = cell.formula;
+            parts.emplace_back();
         }
+        appendRest(parts, cell);
     }
     if (cells_.empty()) parts.back().text += "<table:table-cell/>";
     parts.back().text += "</table:table-row>\n";

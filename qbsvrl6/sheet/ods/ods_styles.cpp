@@ -13,7 +13,7 @@ namespace {
 constexpr std::pair<const char*, const char*> kNamespaces[] = {
     {"xmlns:office", "office"}, {"xmlns:style", "style"},   {"xmlns:text", "text"},
     {"xmlns:table", "table"},   {"xmlns:draw", "drawing"},  {"xmlns:number", "datastyle"},
-    {"xmlns:meta", "meta"},     {"xmlns:config", "config"},
+    {"xmlns:meta", "meta"},     {"xmlns:config", "config"}, {"xmlns:chart", "chart"},
 };
 constexpr std::pair<const char*, const char*> kCompatibleNamespaces[] = {{"xmlns:fo", "xsl-fo-compatible"},
                                                                          {"xmlns:svg", "svg-compatible"}};
@@ -47,6 +47,7 @@ XmlWriter& openOdsPart(XmlWriter& xml, std::string_view root) {
     }
     xml.attribute("xmlns:xlink", "http://www.w3.org/1999/xlink");
     xml.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/");
+    xml.attribute("xmlns:of", "urn:oasis:names:tc:opendocument:xmlns:of:1.2");
     xml.attribute("xmlns:ooo", "http://openoffice.org/2004/office");
     return xml.attribute("office:version", "1.3");
 }

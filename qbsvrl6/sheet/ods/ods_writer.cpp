@@ -7,12 +7,17 @@
 #include <utility>
 
 #include "qbsvrl6/items/pending_items.h"
+#include "qbsvrl6/sheet/ods/ods_chart.h"
 #include "qbsvrl6/sheet/ods/ods_sheet.h"
 #include "qbsvrl6/sheet/ods/page_regions.h"
+#include "qbsvrl6/sheet/package/package_pictures.h"
 #include "qbsvrl6/sheet/package/zip.h"
 #include "qbsvrl6/sheet/text_stream.h"
+#include "qbsvrl6/sheet/workbook/cell_names.h"
+#include "qbsvrl6/sheet/workbook/chart_block.h"
 #include "qbsvrl6/sheet/workbook/drawing_picture.h"
 #include "qbsvrl6/sheet/workbook/workbook_sink.h"
+#include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
@@ -21,19 +26,21 @@ namespace {
 constexpr std::string_view kMediaType = "application/vnd.oasis.opendocument.spreadsheet";
 constexpr std::size_t kMaxUnits = 32'767;  // of a text: as in the other workbooks
 constexpr int kMaxStyles = 64'000;
+constexpr std::string_view kFrameStyle = "fr1";  // of pictures and charts
+constexpr std::string_view kPictures = "Pictures/";
+constexpr std::string_view kNumbersStyle = "taNumbers";  // of the table of the numbers of charts
 // Titles that begin further down are not repeated on printed pages.
 constexpr std::int64_t kTitlesWithin = 200;
 
-std::string pictureFile(const Picture& picture, std::size_t number) {
-    return "Pictures/" + std::to_string(number) +
-           (picture.encoding == Picture::Encoding::Jpeg ? ".jpeg" : ".png");
-}
-
-std::string columnName(int column) {
-    std::string name;
-    for (int rest = column; rest >= 0; rest = rest / 26 - 1)
-        name.insert(0, 1, static_cast<char>('A' + rest % 26));
-    return name;
+// "'Sheet1'.A1:'Sheet1'.B2"
+std::u16string rangeName(const std::u16string& sheet, const SheetArea& area) {
+    std::u16string start = u"'";
+    for (const char16_t c : sheet) start.append(c == u'\'' ? 2 : 1, c);
+    start += u"'.";
+    const auto corner = [&](std::int64_t row, int column) {
+        return start + toUtf16(columnName(column) + std::to_string(row + 1));
+    };
+    return corner(area.firstRow, area.firstColumn) + u':' + corner(area.lastRow, area.lastColumn);
 }
 
 class OdsWriter final : public WorkbookSink {
@@ -47,10 +54,10 @@ public:
 private:
     // Where text is inserted at the end.
     struct Gap {
-        enum class Kind { SheetStart, Row, Pending } kind = Kind::Row;
+        enum class Kind { SheetStart, Row, Pending, Formula } kind = Kind::Row;
         std::size_t sheet = 0;
-        std::int64_t row = 0;     // of the sheet: that begins here
-        std::size_t pending = 0;  // of the text
+        std::int64_t row = 0;   // of the sheet: that begins here
+        std::size_t later = 0;  // of the pending text, or of the formula
         std::u16string link = {};
     };
 
@@ -65,7 +72,7 @@ private:
     void openSheet() {
         sheets_.emplace_back(styles_);
         addGap({Gap::Kind::SheetStart, sheets_.size() - 1});
-        for (const Micrometres width : printSetup(false).columnWidths) {
+        for (const Micrometres width : columnWidths()) {
             XmlWriter(out())
                 .open("table:table-column")
                 .attribute("table:style-name", "co", styles_.columnStyle(width))
@@ -100,8 +107,11 @@ private:
     void endRow() override {
         for (OdsSheet::RowPart& part : sheet().endRow()) {
             out() += part.text;
-            if (part.pending == OdsSheet::kNone) continue;
-            addGap({Gap::Kind::Pending, 0, 0, part.pending, std::move(part.link)});
+            if (part.formula != OdsSheet::kNone) {
+                addGap({Gap::Kind::Formula, 0, 0, part.formula});
+            } else if (part.pending != OdsSheet::kNone) {
+                addGap({Gap::Kind::Pending, 0, 0, part.pending, std::move(part.link)});
+            }
         }
         stream_.writeIfLarge();
     }
@@ -125,6 +135,24 @@ private:
         return kinds_[index];
     }
 
+    // A chart or a picture; empty: it can't be shown.
+    std::string contentOf(const Item& item, Size size) {
+        const auto* const drawing = std::get_if<DrawingItem>(&item.content);
+        const bool isNative = drawing != nullptr && drawing->chart != nullptr &&
+                              options().workbook.charts == WorkbookCharts::Native;
+        if (isNative && charts_.canHold(*drawing->chart))
+            return charts_.add(*drawing->chart, size, item.style);
+        std::string content;
+        const std::uint32_t number = pictures_.numberOf(item);
+        if (number == 0) return content;
+        XmlWriter xml(content);
+        xml.open("draw:image");
+        xml.attribute("xlink:href", pictureFile(kPictures, number, *pictures_.pictures()[number - 1]));
+        xml.attribute("xlink:type", "simple").attribute("xlink:show", "embed");
+        xml.attribute("xlink:actuate", "onLoad").close();
+        return content;
+    }
+
     void addOverlay(const Overlay& overlay) override {
         std::string object;
         XmlWriter xml(object);
@@ -137,16 +165,14 @@ private:
             xml.attribute("svg:x2", OdsLength{overlay.x + box.width});
             xml.attribute("svg:y2", line->line.rising ? top : bottom).close();
         } else {
-            const std::uint32_t number = pictures_.numberOf(*overlay.item);
-            if (number == 0) return;
-            xml.open("draw:frame").attribute("draw:z-index", objects_++);
+            const std::string content = contentOf(*overlay.item, {box.width, box.height});
+            if (content.empty()) return;
+            xml.open("draw:frame").attribute("draw:style-name", kFrameStyle);
+            xml.attribute("draw:z-index", objects_++);
             xml.attribute("svg:x", OdsLength{std::max(overlay.x + box.x, 0)});
             xml.attribute("svg:y", OdsLength{std::max(overlay.y + box.y, 0)});
             xml.attribute("svg:width", OdsLength{box.width}).attribute("svg:height", OdsLength{box.height});
-            xml.open("draw:image");
-            xml.attribute("xlink:href", pictureFile(*pictures_.pictures()[number - 1], number));
-            xml.attribute("xlink:type", "simple").attribute("xlink:show", "embed");
-            xml.attribute("xlink:actuate", "onLoad").close();
+            xml.content() += content;
             if (!textOf(*overlay.item).empty()) xml.element("svg:desc", textOf(*overlay.item));
             xml.close();
         }
@@ -155,8 +181,10 @@ private:
 
     void close(PendingTexts& pending) override {
         closeSheet();
+        for (std::size_t i = 0; i < sheets_.size(); ++i) papers_.add(printSetup(i));
         const std::vector<TitleRows> titles = this->titles();
-        const std::vector<std::u16string> names = sheetNames();
+        const std::vector<std::u16string> names =
+            sheetNames(charts_.isEmpty() ? std::u16string_view() : kChartNumbersSheet);
         Spool body;
         stream_.moveTo(body, [&](std::size_t number, std::string& out) {
             const Gap& gap = gaps_[number];
@@ -164,12 +192,16 @@ private:
                 writeSheetStart(out, gap.sheet, names[gap.sheet]);
             } else if (gap.kind == Gap::Kind::Row) {
                 writeTitleTag(out, gap, titles[gap.sheet]);
+            } else if (gap.kind == Gap::Kind::Formula) {
+                const std::optional<SheetFormula>& formula = totals().laterFormula(gap.later);
+                if (formula) appendOdsFormula(out, *formula);
             } else {
-                Item item = pending_.item(gap.pending);
+                Item item = pending_.item(gap.later);
                 pending.settle(item);
                 appendOdsText(out, sheetValue(&item, kMaxUnits).text, gap.link);
             }
         });
+        if (!charts_.isEmpty()) charts_.writeNumbers(body, kNumbersStyle);
         writePackage(body, names);
         reportLosses();
     }
@@ -177,12 +209,13 @@ private:
     void writeSheetStart(std::string& out, std::size_t number, const std::u16string& name) const {
         const OdsSheet& sheet = sheets_[number];
         XmlWriter xml(out);
-        xml.open("table:table").attribute("table:name", name).attribute("table:style-name", "ta1");
-        std::u16string quoted;
-        for (const char16_t c : name) quoted.append(c == u'\'' ? 2 : 1, c);
-        const std::string corner = columnName(std::max(sheet.columnCount() - 1, 0)) +
-                                   std::to_string(std::max<std::int64_t>(sheet.rowCount(), 1));
-        xml.attribute("table:print-ranges", "'", quoted, "'.A1:'", quoted, "'.", corner).lineEnd();
+        xml.open("table:table")
+            .attribute("table:name", name)
+            .attribute("table:style-name", "ta", papers_.ofSheet(number));
+        // Pictures may reach beyond the last cell.
+        const SheetArea whole{0, std::max<std::int64_t>(sheet.rowCount() - 1, 0), 0,
+                              std::max(static_cast<int>(columnWidths().size()) - 1, 0)};
+        xml.attribute("table:print-ranges", rangeName(name, whole)).lineEnd();
     }
 
     // Printed pages contain their titles.
@@ -202,22 +235,47 @@ private:
         zip.add("META-INF/manifest.xml", manifest());
         zip.add("meta.xml", properties());
         zip.add("settings.xml", settings(names));
-        zip.add("styles.xml", pageStyles(printSetup(true)));
-        const auto& pictures = pictures_.pictures();
-        for (std::size_t i = 0; i < pictures.size(); ++i) {
-            zip.addStored(pictureFile(*pictures[i], i + 1), pictures[i]->bytes);
+        zip.add("styles.xml", pageStyles(papers_.all()));
+        addPictures(zip, kPictures, pictures_.pictures());
+        for (std::size_t i = 0; i < charts_.parts().size(); ++i) {
+            zip.add("Object " + std::to_string(i + 1) + "/content.xml", charts_.parts()[i]);
         }
-        writeContent(zip, body);
+        writeContent(zip, body, names);
         zip.finish();
     }
 
-    void writeContent(ZipWriter& zip, const Spool& body) {
+    // The titles with buttons that filter the rows.
+    std::string filters(const std::vector<std::u16string>& names) const {
+        std::string ranges;
+        XmlWriter xml(ranges);
+        int count = 0;
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            const std::optional<SheetArea> area = featuresOf(i).filter;
+            if (!area) continue;
+            if (count == 0) xml.open("table:database-ranges");
+            xml.open("table:database-range").attribute("table:name", "Filter", ++count);
+            xml.attribute("table:target-range-address", rangeName(names[i], *area));
+            xml.attribute("table:display-filter-buttons", "true").close();
+        }
+        if (count > 0) xml.close().lineEnd();
+        return ranges;
+    }
+
+    void writeContent(ZipWriter& zip, const Spool& body, const std::vector<std::u16string>& names) {
         std::string head;
         XmlWriter xml(head);
         openOdsPart(xml, "office:document-content").open("office:automatic-styles").lineEnd();
-        xml.open("style:style").attribute("style:name", "ta1").attribute("style:family", "table");
-        xml.attribute("style:master-page-name", "Default").open("style:table-properties");
-        xml.attribute("table:display", "true").close().close().lineEnd();
+        const auto addTable = [&](std::string_view name, std::size_t paper, bool isHidden) {
+            xml.open("style:style").attribute("style:name", name).attribute("style:family", "table");
+            xml.attribute("style:master-page-name", masterPage(paper)).open("style:table-properties");
+            xml.attribute("table:display", isHidden ? "false" : "true").close().close().lineEnd();
+        };
+        for (std::size_t i = 1; i <= papers_.all().size(); ++i) addTable("ta" + std::to_string(i), i, false);
+        if (!charts_.isEmpty()) addTable(kNumbersStyle, 1, options().workbook.hideChartNumbers);
+        // Readers draw a border around a chart that has no style.
+        xml.open("style:style").attribute("style:name", kFrameStyle).attribute("style:family", "graphic");
+        xml.open("style:graphic-properties").attribute("draw:stroke", "none");
+        xml.attribute("draw:fill", "none").close().close().lineEnd();
         xml.content() += styles_.xml(styles().styles());
         xml.close().open("office:body").open("office:spreadsheet").lineEnd();
         DeflateStream first;
@@ -229,6 +287,7 @@ private:
             rest.append({block.data(), size});
             at += size;
         }
+        rest.append(filters(names));
         rest.append("</office:spreadsheet></office:body></office:document-content>\n");
         zip.add("content.xml", std::move(first), std::move(rest));
     }
@@ -250,7 +309,12 @@ private:
         const auto& pictures = pictures_.pictures();
         for (std::size_t i = 0; i < pictures.size(); ++i) {
             const bool isJpeg = pictures[i]->encoding == Picture::Encoding::Jpeg;
-            add(pictureFile(*pictures[i], i + 1), isJpeg ? "image/jpeg" : "image/png");
+            add(pictureFile(kPictures, i + 1, *pictures[i]), isJpeg ? "image/jpeg" : "image/png");
+        }
+        for (std::size_t i = 1; i <= charts_.parts().size(); ++i) {
+            const std::string folder = "Object " + std::to_string(i) + '/';
+            add(folder, "application/vnd.oasis.opendocument.chart");
+            add(folder + "content.xml", "text/xml");
         }
         xml.close().lineEnd();
         return part;
@@ -290,14 +354,22 @@ private:
         item("ViewId", "string", "view1");
         xml.open("config:config-item-map-named").attribute("config:name", "Tables");
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
-            if (sheets_[i].frozenRows == 0) continue;
+            const std::int64_t rows = sheets_[i].frozenRows;
+            const int columns = featuresOf(i).frozenColumns;
+            if (rows == 0 && columns == 0) continue;
+            constexpr int kFrozen = 2;
             xml.open("config:config-item-map-entry").attribute("config:name", names[i]);
-            item("HorizontalSplitMode", "short", 0);
-            item("VerticalSplitMode", "short", 2);
-            item("VerticalSplitPosition", "int", sheets_[i].frozenRows);
-            item("ActiveSplitRange", "short", 2);
+            item("HorizontalSplitMode", "short", columns > 0 ? kFrozen : 0);
+            if (columns > 0) item("HorizontalSplitPosition", "int", columns);
+            item("VerticalSplitMode", "short", rows > 0 ? kFrozen : 0);
+            if (rows > 0) item("VerticalSplitPosition", "int", rows);
+            item("ActiveSplitRange", "short", columns == 0 ? 2 : rows == 0 ? 1 : 3);
+            if (columns > 0) {
+                item("PositionLeft", "int", 0);
+                item("PositionRight", "int", columns);
+            }
             item("PositionTop", "int", 0);
-            item("PositionBottom", "int", sheets_[i].frozenRows);
+            item("PositionBottom", "int", rows);
             xml.close();
         }
         xml.close().close().close().close().close().close().lineEnd();
@@ -310,7 +382,9 @@ private:
     OdsStyles styles_;
     std::deque<OdsSheet> sheets_;
     std::vector<OdsValueKind> kinds_;  // by style
+    OdsPapers papers_;
     PictureList pictures_;
+    OdsCharts charts_;
     int objects_ = 0;
     PendingItems pending_;
 };

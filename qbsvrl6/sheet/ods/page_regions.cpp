@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "qbsvrl6/sheet/ods/ods_styles.h"
@@ -91,8 +92,10 @@ private:
 
 class PageStyleWriter {
 public:
-    explicit PageStyleWriter(const PrintSetup& print) : print_(print) {}
+    explicit PageStyleWriter(const std::vector<PrintSetup>& papers)
+        : papers_(papers), print_(papers.front()) {}
 
+    // The header and footer are the same on all paper.
     std::string part() {
         const std::string header = regionsOf(print_.header.text());
         const std::string footer = regionsOf(print_.footer.text());
@@ -101,13 +104,19 @@ public:
         openOdsPart(xml, "office:document-styles").open("office:styles");
         xml.open("style:style").attribute("style:name", "Default").attribute("style:family", "table-cell");
         xml.close().close().open("office:automatic-styles").lineEnd();
-        writeLayout(xml, !header.empty(), !footer.empty());
+        for (std::size_t i = 0; i < papers_.size(); ++i) {
+            writeLayout(xml, papers_[i].page, i + 1, {!header.empty(), !footer.empty()});
+        }
         xml.content() += fonts_;
-        xml.close().open("office:master-styles").open("style:master-page");
-        xml.attribute("style:name", "Default").attribute("style:page-layout-name", "pm1");
-        writePart(xml, "style:header", header);
-        writePart(xml, "style:footer", footer);
-        xml.close().close().close().lineEnd();
+        xml.close().open("office:master-styles");
+        for (std::size_t i = 1; i <= papers_.size(); ++i) {
+            xml.open("style:master-page").attribute("style:name", masterPage(i));
+            xml.attribute("style:page-layout-name", "pm", i);
+            writePart(xml, "style:header", header);
+            writePart(xml, "style:footer", footer);
+            xml.close();
+        }
+        xml.close().close().lineEnd();
         return part;
     }
 
@@ -156,10 +165,14 @@ private:
     }
 
     // The header and footer are within the page margins.
-    void writeLayout(XmlWriter& xml, bool hasHeader, bool hasFooter) const {
-        const Size paper = print_.page.paper;
-        const Edges& margins = print_.page.margins;
-        xml.open("style:page-layout").attribute("style:name", "pm1").open("style:page-layout-properties");
+    struct Has {
+        bool header, footer;
+    };
+    void writeLayout(XmlWriter& xml, const PageSetup& page, std::size_t number, Has has) const {
+        const Size paper = page.paper;
+        const Edges& margins = page.margins;
+        xml.open("style:page-layout").attribute("style:name", "pm", number);
+        xml.open("style:page-layout-properties");
         xml.attribute("fo:page-width", OdsLength{paper.width})
             .attribute("fo:page-height", OdsLength{paper.height});
         xml.attribute("style:print-orientation", paper.width > paper.height ? "landscape" : "portrait");
@@ -168,13 +181,13 @@ private:
         xml.attribute("fo:margin-left", OdsLength{std::max(margins.left, 0)});
         xml.attribute("fo:margin-right", OdsLength{std::max(margins.right, 0)});
         if (print_.paged) {
-            xml.attribute("style:scale-to", print_.scale(), std::string_view("%"));
+            xml.attribute("style:scale-to", papers_[number - 1].scale(), std::string_view("%"));
         } else {
             xml.attribute("style:scale-to-X", 1).attribute("style:scale-to-Y", 0);
         }
         xml.close();
-        writeRoom(xml, "style:header-style", hasHeader ? print_.header.height() : 0);
-        writeRoom(xml, "style:footer-style", hasFooter ? print_.footer.height() : 0);
+        writeRoom(xml, "style:header-style", has.header ? print_.header.height() : 0);
+        writeRoom(xml, "style:footer-style", has.footer ? print_.footer.height() : 0);
         xml.close().lineEnd();
     }
 
@@ -187,6 +200,7 @@ private:
         xml.close();
     }
 
+    const std::vector<PrintSetup>& papers_;
     const PrintSetup& print_;
     std::string fonts_;
     int fontCount_ = 0;
@@ -194,6 +208,16 @@ private:
 
 }  // namespace
 
-std::string pageStyles(const PrintSetup& print) { return PageStyleWriter(print).part(); }
+void OdsPapers::add(PrintSetup print) {
+    const auto known = std::find_if(papers_.begin(), papers_.end(), [&](const PrintSetup& paper) {
+        return paper.page.paper == print.page.paper && paper.page.margins == print.page.margins;
+    });
+    ofSheets_.push_back(static_cast<std::size_t>(known - papers_.begin()) + 1);
+    if (known == papers_.end()) papers_.push_back(std::move(print));
+}
+
+std::string masterPage(std::size_t paper) { return paper == 1 ? "Default" : "Page" + std::to_string(paper); }
+
+std::string pageStyles(const std::vector<PrintSetup>& papers) { return PageStyleWriter(papers).part(); }
 
 }  // namespace qbsvrl6

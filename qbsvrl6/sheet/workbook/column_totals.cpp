@@ -46,23 +46,104 @@ bool showsSame(double computed, double exact, std::u16string_view format) {
     return difference * scale < std::min(kUnseen, toHalf / 2);
 }
 
+// More totals than these wait for their rows only where rows are not shown.
+constexpr std::size_t kMostOpen = 256;
+
+bool isHeader(const Band& band) {
+    return !band.repeated && (band.kind == BandKind::ReportHeader || band.kind == BandKind::GroupHeader);
+}
+bool isFooter(const Band& band) {
+    return band.kind == BandKind::ReportFooter || band.kind == BandKind::GroupFooter;
+}
+
 }  // namespace
 
-std::optional<SheetFormula> ColumnTotals::add(int column, std::int64_t row, const Calculation& calculation,
-                                              const SheetValue& value) {
+SheetValue ColumnTotals::OpenTotal::value() const {
+    SheetValue value;
+    value.kind = SheetValue::Kind::Number;
+    value.number = number;
+    value.format = format;
+    return value;
+}
+
+void ColumnTotals::clear() {
+    open_.clear();
+    columns_.clear();
+}
+
+void ColumnTotals::add(int column, std::int64_t row, const Calculation& calculation, const Band& band,
+                       SheetValue& value) {
+    if (!open_.empty()) {
+        const bool isBelow = isFooter(band) && calculation.isTotal();
+        const auto isPassed = [&](const OpenTotal& open) {
+            return calculation.walk == open.total.walk &&
+                   (calculation.rows.first >= open.total.rows.end ||
+                    (isBelow && calculation.rows.first <= open.total.rows.first &&
+                     calculation.rows.end >= open.total.rows.end));
+        };
+        settle(isPassed, true);
+    }
     const auto index = static_cast<std::size_t>(column);
     if (columns_.size() <= index) columns_.resize(index + 1);
     if (calculation.kind == Kind::RowValue) {
         addRowValue(columns_[index], row, calculation, value);
-        return std::nullopt;
+        lastRow_ = calculation;
+        return;
     }
-    std::optional<SheetFormula> formula;
-    if (calculation.isTotal()) formula = formulaOf(column, calculation, value);
-    if (value.isNumber()) {
-        const bool isSubtotal = formula && formula->isSubtotal;
-        for (Run& run : columns_[index].runs) (isSubtotal ? run.isFollowedByTotal : run.isFollowed) = true;
+    if (!value.isNumber()) return;
+    if (calculation.isTotal() && isHeader(band)) {
+        if (open_.size() >= kMostOpen) {
+            giveUp(open_.front());
+            open_.erase(open_.begin());
+        }
+        value.laterFormula = later_.size();
+        open_.push_back(
+            {column, row, calculation, value.number, std::u16string(value.format), later_.size()});
+        later_.emplace_back();
+        return noteNumber(column, calculation.groups > 0);
     }
-    return formula;
+    if (calculation.isTotal()) value.formula = formulaOf(column, calculation, value);
+    noteNumber(column, value.formula && value.formula->isSubtotal);
+}
+
+// Usually the rows of a total are complete here.
+void ColumnTotals::endRow() {
+    if (open_.empty()) return;
+    settle(
+        [&](const OpenTotal& open) {
+            return lastRow_.walk == open.total.walk && lastRow_.rows.end == open.total.rows.end;
+        },
+        false);
+}
+
+void ColumnTotals::noteNumber(int column, bool isSubtotal) {
+    for (Run& run : columns_[static_cast<std::size_t>(column)].runs)
+        (isSubtotal ? run.isFollowedByTotal : run.isFollowed) = true;
+}
+
+// Inner groups first: a subtotal among the cells of another one must be a formula as well.
+template <class IsComplete>
+void ColumnTotals::settle(IsComplete isComplete, bool isLast) {
+    for (std::size_t i = open_.size(); i-- > 0;) {
+        if (!isComplete(open_[i])) continue;
+        const OpenTotal open = std::move(open_[i]);
+        open_.erase(open_.begin() + static_cast<std::ptrdiff_t>(i));
+        later_[open.later] = formulaOf(open.column, open.total, open.value());
+        if (later_[open.later]) continue;
+        if (isLast) {
+            giveUp(open);
+        } else {
+            open_.insert(open_.begin() + static_cast<std::ptrdiff_t>(i), open);
+        }
+    }
+}
+
+// It is a number that the formulas over cells around it would add up.
+void ColumnTotals::giveUp(const OpenTotal& open) {
+    for (Run& run : columns_[static_cast<std::size_t>(open.column)].runs) {
+        if (run.rows.end == 0 || run.firstRow > open.row) continue;
+        (run.lastRow > open.row ? run.isBroken : run.isFollowed) = true;
+    }
 }
 
 void ColumnTotals::addRowValue(Column& column, std::int64_t row, const Calculation& calculation,
@@ -107,11 +188,7 @@ void ColumnTotals::extend(Run& run, std::int64_t row, const Calculation& calcula
 std::optional<SheetFormula> ColumnTotals::formulaOf(int column, const Calculation& total,
                                                     const SheetValue& value) const {
     if (!value.isNumber()) return std::nullopt;
-    const auto in = [&](std::size_t index) {
-        std::optional<SheetFormula> formula = formulaIn(columns_[index], total, value);
-        if (formula) formula->column = static_cast<int>(index);
-        return formula;
-    };
+    const auto in = [&](std::size_t index) { return formulaIn(static_cast<int>(index), total, value); };
     const auto own = static_cast<std::size_t>(column);
     std::optional<SheetFormula> formula = in(own);
     for (std::size_t i = 0; i < columns_.size() && !formula; ++i) {
@@ -120,19 +197,25 @@ std::optional<SheetFormula> ColumnTotals::formulaOf(int column, const Calculatio
     return formula;
 }
 
-std::optional<SheetFormula> ColumnTotals::formulaIn(const Column& column, const Calculation& total,
-                                                    const SheetValue& value) {
+std::optional<SheetFormula> ColumnTotals::formulaIn(int index, const Calculation& total,
+                                                    const SheetValue& value) const {
+    const Column& column = columns_[static_cast<std::size_t>(index)];
     if (column.walk != total.walk || column.expression != total.expression) return std::nullopt;
     const auto run = std::find_if(column.runs.rbegin(), column.runs.rend(), [&](const Run& candidate) {
         return candidate.rows == total.rows && !candidate.isBroken;
     });
     if (run == column.runs.rend()) return std::nullopt;
+    const bool enclosesOpen = std::any_of(open_.begin(), open_.end(), [&](const OpenTotal& open) {
+        return open.column == index && open.row >= run->firstRow && open.row <= run->lastRow;
+    });
+    if (enclosesOpen) return std::nullopt;
     const auto count = static_cast<double>(run->numbers);
     const auto shows = [&](double computed) { return showsSame(computed, value.number, value.format); };
     // Some spreadsheets compensate the rounding errors of sums.
     const double corrected = run->sum + run->correction;
     bool isSame = run->numbers > 0 || total.kind == Kind::Sum || total.kind == Kind::Count;
-    SheetFormula formula{SheetFormula::Function::Sum, column.runs.size() > 1, 0, run->firstRow, run->lastRow};
+    SheetFormula formula{SheetFormula::Function::Sum, column.runs.size() > 1, index, run->firstRow,
+                         run->lastRow};
     switch (total.kind) {
         case Kind::Sum:
             isSame = isSame && shows(run->sum) && shows(corrected);

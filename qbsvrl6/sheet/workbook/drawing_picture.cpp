@@ -88,10 +88,7 @@ std::shared_ptr<const Picture> backdropOf(const std::shared_ptr<const Picture>& 
         options.resolution = kBackdropResolution;
         options.background = background;
         options.watermark = watermark;
-        auto picture = std::make_shared<Picture>();
-        picture->bytes = pageAsPng(options, paper, {});
-        picture->id = UINT64_MAX;
-        return picture;
+        return loadPicture(pageAsPng(options, paper, {}), "the watermark");
     } catch (const EngineError& error) {
         if (error.endsExport()) throw;
         logWarning(std::string("the watermark is left out of the document: ") + error.what());

@@ -30,8 +30,9 @@ struct SheetValue {
     double number = 0;  // for a date, its serial number
     bool boolean = false;
     std::u16string_view text;
-    std::u16string_view format;           // number format; empty: general
-    std::optional<SheetFormula> formula;  // of which the number is the value
+    std::u16string_view format;               // number format; empty: general
+    std::optional<SheetFormula> formula;      // of which the number is the value
+    std::optional<std::size_t> laterFormula;  // the same, by its number in ColumnTotals
 
     bool isNumber() const { return kind == Kind::Number; }
 };

@@ -68,16 +68,22 @@ int indentOf(const Cell& cell) {
 }  // namespace
 
 WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits)
-    : CellSink(options, GridFit::Overlay), options_(options), limits_(limits) {}
+    : CellSink(options, GridFit::Overlay), options_(options), limits_(limits), page_(options.page) {}
 
-PrintSetup WorkbookSink::printSetup(bool isFirstSheet) const {
-    PrintSetup setup;
+std::vector<Micrometres> WorkbookSink::columnWidths() const {
+    std::vector<Micrometres> widths;
     for (int column = 0; column < std::min(grid().columnCount(), limits_.columns); ++column) {
-        setup.columnWidths.push_back(grid().columnWidth(column));
+        widths.push_back(grid().columnWidth(column));
     }
-    setup.page = options_.page;
+    return widths;
+}
+
+PrintSetup WorkbookSink::printSetup(std::size_t sheet) const {
+    PrintSetup setup;
+    setup.columnWidths = columnWidths();
+    setup.page = sheets_[sheet].page.value_or(options_.page);
     setup.paged = options_.paged && options_.pageBreaks;
-    setup.isFirstSheet = isFirstSheet;
+    setup.isFirstSheet = sheet == 0;
     setup.header = header_;
     setup.footer = footer_;
     return setup;
@@ -89,6 +95,17 @@ void WorkbookSink::openPage(const PageInfo& page, bool isFirst) {
     if (!isFirst && sheets == sheets_.size() && options_.paged && options_.pageBreaks) breakPage();
     startsPage_ = true;
     taken_ = 0;
+    paperKind_ = page.paperKind;
+    page_.paper = page.paper;
+    page_.margins = page.margins;
+}
+
+void WorkbookSink::notePaper() {
+    Sheet& sheet = sheets_.back();
+    if (sheet.paperKind == paperKind_) return;
+    const bool isFirst = !sheet.paperKind;
+    sheet.paperKind = isFirst ? paperKind_ : 0;
+    sheet.page = isFirst ? std::optional(page_) : std::nullopt;
 }
 
 // The cells of printed pages contain their numbers. Otherwise the spreadsheet makes the pages and numbers
@@ -107,13 +124,14 @@ void WorkbookSink::writeRows(const Band& band, std::span<const CellRow> rows) {
         addSheet(sheets_.back().name);
         sheets_.back().continues = true;
     }
+    if (options_.paged) notePaper();
     below_.clear();
     const int outline = options_.workbook.outline ? std::clamp(band.outline, 0, kMostOutlines) : 0;
     sheets_.back().rowOutlines = std::max(sheets_.back().rowOutlines, outline);
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const bool isTopOfFooter = i == 0 && band.kind == BandKind::PageFooter;
         writeRow(rows[i], growthOf(rows, i, options_.paged && !isTopOfFooter ? kMaxRowHeight : kMaxGrowth),
-                 outline);
+                 outline, band);
     }
     if (!rows.back().overlays.empty()) padBelow(rows.back().height);
     if (band.kind == BandKind::GridTitle && !sheets_.back().continues)
@@ -164,8 +182,8 @@ void WorkbookSink::nameSheet(std::u16string_view name) {
 
 void WorkbookSink::addSheet(std::u16string name) {
     sheets_.back().rows = rowCount();
-    beginSheet();
     totals_.clear();
+    beginSheet();
     sheets_.emplace_back().name = std::move(name);
     startsPage_ = true;
     taken_ = 0;
@@ -252,7 +270,7 @@ WorkbookSink::Growth WorkbookSink::growthOf(std::span<const CellRow> rows, std::
     return growth;
 }
 
-void WorkbookSink::writeRow(const CellRow& row, const Growth& growth, int outline) {
+void WorkbookSink::writeRow(const CellRow& row, const Growth& growth, int outline, const Band& band) {
     const Micrometres height = row.height + growth.above + growth.below;
     taken_ = growth.below;
     startsPage_ = false;
@@ -265,7 +283,7 @@ void WorkbookSink::writeRow(const CellRow& row, const Growth& growth, int outlin
             continue;
         }
         writeBelowUpTo(cell.column);
-        writeCell(cell, growth);
+        writeCell(cell, growth, band);
     }
     writeBelowUpTo(limits_.columns);
     keepBelow();
@@ -273,11 +291,12 @@ void WorkbookSink::writeRow(const CellRow& row, const Growth& growth, int outlin
         overlay.y += growth.above;
         addOverlay(overlay);
     }
+    totals_.endRow();
     endRow();
     height_ = std::min(height_ + height, kMaxFrozenHeight + 1);
 }
 
-void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
+void WorkbookSink::writeCell(const Cell& cell, const Growth& growth, const Band& band) {
     const int columnSpan = std::min(cell.columnSpan, limits_.columns - cell.column);
     SheetValue value = sheetValue(cell.item, limits_.units);
     const SheetFormat format{value.isNumber(), value.format, indentOf(cell),
@@ -286,7 +305,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth) {
     const int style = std::min(styles_.idOf(cell, format), limits_.styles - 1);
     TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
     if (text != nullptr && options_.workbook.formulas) {
-        value.formula = totals_.add(cell.column, rowCount(), text->calculation, value);
+        totals_.add(cell.column, rowCount(), text->calculation, band, value);
     }
     if (text != nullptr) {
         if (text->text.size() > limits_.units && !text->pending) {

@@ -50,8 +50,13 @@ protected:
     std::vector<TitleRows> titles() const;
     // Legal names of all sheets, each different from the others and from a legal name that is reserved.
     std::vector<std::u16string> sheetNames(std::u16string_view reserved = {}) const;
-    PrintSetup printSetup(bool isFirstSheet) const;
+    std::vector<Micrometres> columnWidths() const;
+    // The paper of a sheet is that of the printed pages that its rows are on, if all are on the same; otherwise
+    // that of the report.
+    PrintSetup printSetup(std::size_t sheet) const;
     SheetFeatures featuresOf(std::size_t sheet) const;
+    // Of the cells so far. What is open at the end of its sheet stays a value.
+    const ColumnTotals& totals() const { return totals_; }
     // Logs what the format could not hold.
     void reportLosses() const;
 
@@ -82,6 +87,7 @@ private:
     void openPage(const PageInfo& page, bool isFirst) final;
     bool keepBand(Band& band, Micrometres x, Micrometres y) final;
     void writeRows(const Band& band, std::span<const CellRow> rows) final;
+    void notePaper();
     void noteTitle(std::int64_t rows);
     void noteGrid(const Band& band, std::span<const CellRow> rows);
     void nameSheet(std::u16string_view name);
@@ -90,8 +96,8 @@ private:
         Micrometres above = 0, below = 0;
     };
     Growth growthOf(std::span<const CellRow> rows, std::size_t index, Micrometres most) const;
-    void writeRow(const CellRow& row, const Growth& growth, int outline);
-    void writeCell(const Cell& cell, const Growth& growth);
+    void writeRow(const CellRow& row, const Growth& growth, int outline, const Band& band);
+    void writeCell(const Cell& cell, const Growth& growth, const Band& band);
     void writeLink(const Cell& cell, int columnSpan, std::u16string_view address);
     void writeBelowUpTo(int column);
     void keepBelow();
@@ -108,8 +114,12 @@ private:
         SheetArea filtered{0, -1, INT32_MAX, -1};  // the columns of the titles, and the last row
         std::int64_t rows = 0;                     // of a sheet that is complete
         int rowOutlines = 0;
+        std::optional<int> paperKind;   // of its rows, as PageInfo has it; none: it has no rows
+        std::optional<PageSetup> page;  // none: that of the report
     };
     std::vector<Sheet> sheets_ = std::vector<Sheet>(1);
+    int paperKind_ = 0;  // of the current page
+    PageSetup page_;
     PageNumberCode header_;
     PageNumberCode footer_;
     bool startsPage_ = true;    // the next row

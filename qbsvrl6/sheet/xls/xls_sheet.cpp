@@ -78,13 +78,29 @@ void XlsSheet::addBlank(int column, u16 style) {
     putCell(cells_, biff::kBlank, static_cast<u16>(rows_), static_cast<u16>(column), style);
 }
 
-void XlsSheet::addNumber(int column, u16 style, double number) {
+XlsSheet::CellPlace XlsSheet::place(int column, u16 style) {
     columns_ = std::max(columns_, column + 1);
+    return {static_cast<u16>(rows_), static_cast<u16>(column), style};
+}
+
+void XlsSheet::addNumber(int column, u16 style, double number) {
+    putNumber(cells_, place(column, style), number);
+}
+
+void XlsSheet::addFormula(int column, u16 style, double number, const SheetFormula& formula) {
+    putFormula(cells_, place(column, style), number, formula);
+}
+
+void XlsSheet::addLaterFormula(int column, u16 style, double number, std::size_t formula) {
+    gaps_.push_back({cells_.size(), place(column, style), number, formula});
+}
+
+void XlsSheet::putNumber(std::string& out, const CellPlace& cell, double number) {
     u32 rk = 0;
     if (shortForm(number, rk)) {
-        putCell(cells_, biff::kRk, static_cast<u16>(rows_), static_cast<u16>(column), style, rk);
+        putCell(out, biff::kRk, cell.row, cell.column, cell.style, rk);
     } else {
-        putCell(cells_, biff::kNumber, static_cast<u16>(rows_), static_cast<u16>(column), style, number);
+        putCell(out, biff::kNumber, cell.row, cell.column, cell.style, number);
     }
 }
 
@@ -92,7 +108,8 @@ void XlsSheet::addNumber(int column, u16 style, double number) {
 //   double value | u16 flags | u32 unused | u16 bytes of the formula | the formula, in postfix notation:
 //   u8 token, u16 number of the subtotal's function | u8 token, u16 first row, last row, first column, last
 //   column | u8 token, u8 count of arguments, u16 function
-void XlsSheet::addFormula(int column, u16 style, double number, const SheetFormula& formula) {
+void XlsSheet::putFormula(std::string& out, const CellPlace& cell, double number,
+                          const SheetFormula& formula) {
     struct Function {
         u16 plain, subtotal;
     };
@@ -110,10 +127,8 @@ void XlsSheet::addFormula(int column, u16 style, double number, const SheetFormu
                static_cast<u16>(formula.column | kRelative), static_cast<u16>(formula.column | kRelative));
     writer.put(kCall, static_cast<u8>(formula.isSubtotal ? 2 : 1),
                formula.isSubtotal ? kSubtotal : function.plain);
-    columns_ = std::max(columns_, column + 1);
-    BiffRecord(cells_, biff::kFormula)
-        .put(static_cast<u16>(rows_), static_cast<u16>(column), style, number, u16{0}, u32{0},
-             static_cast<u16>(tokens.size()))
+    BiffRecord(out, biff::kFormula)
+        .put(cell.row, cell.column, cell.style, number, u16{0}, u32{0}, static_cast<u16>(tokens.size()))
         .bytes(tokens);
 }
 
@@ -170,13 +185,24 @@ void XlsSheet::breakPage() {
 }
 
 std::string XlsSheet::records(const PrintSetup& print, const SheetFeatures& features,
-                              const EscherSheet& drawing) {
+                              const EscherSheet& drawing, const ColumnTotals& totals) {
     std::string out;
     writeHead(out, print, features);
     std::string tail;
     writeTail(tail, print, features, drawing);
     out.reserve(out.size() + cells_.size() + tail.size());
-    out += cells_;
+    std::size_t from = 0;
+    for (const Gap& gap : gaps_) {
+        out.append(cells_, from, gap.at - from);
+        from = gap.at;
+        const std::optional<SheetFormula>& formula = totals.laterFormula(gap.formula);
+        if (formula) {
+            putFormula(out, gap.cell, gap.number, *formula);
+        } else {
+            putNumber(out, gap.cell, gap.number);
+        }
+    }
+    out.append(cells_, from);
     cells_ = {};
     out += tail;
     return out;

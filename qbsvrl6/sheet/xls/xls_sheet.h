@@ -35,6 +35,8 @@ public:
     void addBlank(int column, std::uint16_t style);
     void addNumber(int column, std::uint16_t style, double number);
     void addFormula(int column, std::uint16_t style, double number, const SheetFormula& formula);
+    // A number that may be a formula, which is known when the records are written.
+    void addLaterFormula(int column, std::uint16_t style, double number, std::size_t formula);
     void addBoolean(int column, std::uint16_t style, bool value);
     void addText(int column, std::uint16_t style, std::uint32_t text);
     void endRow() { ++rows_; }
@@ -51,7 +53,8 @@ public:
 
     std::size_t shapeCount() const { return shapes_.size(); }
     // Returns all records of the sheet, and releases its cells.
-    std::string records(const PrintSetup& print, const SheetFeatures& features, const EscherSheet& drawing);
+    std::string records(const PrintSetup& print, const SheetFeatures& features, const EscherSheet& drawing,
+                        const ColumnTotals& totals);
 
 private:
     void writeHead(std::string& out, const PrintSetup& print, const SheetFeatures& features) const;
@@ -65,8 +68,23 @@ private:
         std::uint16_t firstRow, lastRow, firstColumn, lastColumn;
     };
     Range rangeOf(int column, int columnSpan, int rowSpan) const;
+    struct CellPlace {
+        std::uint16_t row, column, style;
+    };
+    CellPlace place(int column, std::uint16_t style);
+    static void putNumber(std::string& out, const CellPlace& cell, double number);
+    static void putFormula(std::string& out, const CellPlace& cell, double number,
+                           const SheetFormula& formula);
+    // A cell whose record is not written yet.
+    struct Gap {
+        std::size_t at;  // in the cells
+        CellPlace cell;
+        double number;
+        std::size_t formula;
+    };
 
     std::string cells_;
+    std::vector<Gap> gaps_;
     std::string links_;
     int rows_ = 0;
     int columns_ = 0;

@@ -51,6 +51,8 @@ private:
             case SheetValue::Kind::Number:
                 if (value.formula) {
                     sheet().addFormula(column, xfOf(style), value.number, *value.formula);
+                } else if (value.laterFormula) {
+                    sheet().addLaterFormula(column, xfOf(style), value.number, *value.laterFormula);
                 } else {
                     sheet().addNumber(column, xfOf(style), value.number);
                 }
@@ -98,8 +100,9 @@ private:
         std::size_t nextDrawing = 0;
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
             const bool hasDrawing = sheets_[i].shapeCount() > 0;
-            parts.push_back(sheets_[i].records(printSetup(i == 0), featuresOf(i),
-                                               hasDrawing ? drawings[nextDrawing++] : EscherSheet()));
+            parts.push_back(sheets_[i].records(printSetup(i), featuresOf(i),
+                                               hasDrawing ? drawings[nextDrawing++] : EscherSheet(),
+                                               totals()));
         }
         parts[0] = workbookPart(parts, drawings);
         writeCompoundFile(output_.end(), u"Workbook", std::move(parts));

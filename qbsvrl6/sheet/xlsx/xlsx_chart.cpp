@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "qbsvrl6/drawing/series_colors.h"
 
@@ -11,114 +10,17 @@ namespace qbsvrl6 {
 
 namespace {
 
-// What spreadsheet programs accept.
-constexpr std::size_t kMostSeries = 255;
-constexpr std::size_t kMostNumbers = 32'000;  // of a series
+using namespace chart_style;
 
-constexpr Color kInk{64, 64, 64};
-constexpr Color kAxisLine{120, 128, 136};
-constexpr Color kGridLine{222, 226, 230};
-constexpr int kTitlePoints = 11;
-constexpr int kLabelPoints = 8;
-constexpr int kThinLine = 5'400;  // EMU
 constexpr Micrometres kNumbersRow = 4'500;
 
-// The numbers of a chart as columns of its block in the sheet.
-struct NumberColumn {
-    std::u16string title;
-    std::vector<double> numbers;
-};
-struct Block {
-    std::vector<std::u16string> categories;  // in the first column; empty: the columns begin there
-    std::vector<NumberColumn> columns;
-};
-
-bool isCategoryPie(const ChartData& data) { return data.series.size() == 1 && data.categories.size() > 1; }
-
-// A pie shows the categories of its only series, or else the sums of its series.
-Block pieBlock(const ChartData& data) {
-    Block block;
-    NumberColumn& values = block.columns.emplace_back();
-    const auto add = [&](const std::u16string& label, double value) {
-        block.categories.push_back(label);
-        values.numbers.push_back(value > 0 ? value : std::numeric_limits<double>::quiet_NaN());
-    };
-    if (isCategoryPie(data)) {
-        const ChartSeries& only = data.series.front();
-        values.title = only.label;
-        for (std::size_t i = 0; i < only.values.size(); ++i) {
-            add(i < data.categories.size() ? data.categories[i] : std::u16string(), only.values[i]);
-        }
-        return block;
-    }
-    for (const ChartSeries& series : data.series) {
-        double sum = 0;
-        for (const double value : series.values) sum += std::isfinite(value) ? value : 0;
-        add(series.label, sum);
-    }
-    return block;
-}
-
-Block pointBlock(const ChartData& data, bool haveSizes) {
-    Block block;
-    for (const ChartSeries& series : data.series) {
-        NumberColumn x{u"x", {}}, y{series.label, {}}, size{u"", {}};
-        for (const ChartPoint& point : series.points) {
-            if (haveSizes && !(point.size > 0)) continue;
-            x.numbers.push_back(point.x);
-            y.numbers.push_back(point.y);
-            size.numbers.push_back(point.size);
-        }
-        block.columns.push_back(std::move(x));
-        block.columns.push_back(std::move(y));
-        if (haveSizes) block.columns.push_back(std::move(size));
-    }
-    return block;
-}
-
-Block categoryBlock(const ChartData& data) {
-    Block block;
-    block.categories = data.categories;
-    for (const ChartSeries& series : data.series) {
-        block.columns.push_back({series.label, series.values});
-        block.categories.resize(std::max(block.categories.size(), series.values.size()));
-    }
-    return block;
-}
-
-Block blockOf(const ShownChart& chart) {
-    const ChartKind kind = chart.settings.kind;
-    if (kind == ChartKind::Pie) return pieBlock(*chart.data);
-    if (hasPoints(kind)) return pointBlock(*chart.data, kind == ChartKind::Bubble);
-    return categoryBlock(*chart.data);
-}
-
-std::size_t rowCountOf(const Block& block) {
-    std::size_t rows = block.categories.size();
-    for (const NumberColumn& column : block.columns) rows = std::max(rows, column.numbers.size());
-    return rows;
-}
-
-// Whole numbers with their thousands, others as they are.
-std::u16string usualFormat(const Block& block) {
-    double greatest = 0;
-    for (const NumberColumn& column : block.columns) {
-        for (const double number : column.numbers) {
-            if (!std::isfinite(number)) continue;
-            if (number != std::trunc(number)) return u"General";
-            greatest = std::max(greatest, std::abs(number));
-        }
-    }
-    constexpr double kLeastSteps = 10;
-    return greatest < kLeastSteps ? u"General" : u"#,##0";
-}
+int emu(Micrometres length) { return 36 * length; }
 
 class ChartPart {
 public:
-    ChartPart(const ShownChart& chart, const Block& block, std::int64_t firstRow, const ResolvedStyle* style)
-        : chart_(chart), block_(block), firstRow_(firstRow), style_(style) {
-        format_ = chart.spreadsheetFormat.empty() ? usualFormat(block) : chart.spreadsheetFormat;
-    }
+    ChartPart(const ShownChart& chart, const ChartBlock& block, std::int64_t firstRow,
+              const ResolvedStyle* style)
+        : chart_(chart), block_(block), firstRow_(firstRow), style_(style) {}
 
     std::string write();
 
@@ -153,10 +55,9 @@ private:
     void writeLegend();
 
     const ShownChart& chart_;
-    const Block& block_;
+    const ChartBlock& block_;
     std::int64_t firstRow_;  // of the block in the sheet: that of the titles
     const ResolvedStyle* style_;
-    std::u16string format_;
     std::string part_;
     XmlWriter xml_{part_};
 };
@@ -208,16 +109,15 @@ void ChartPart::title(const std::u16string& text, int points, bool bold, bool is
 
 void ChartPart::shape(const Color& color) {
     xml_.open("c:spPr");
-    fill(color, chart_.settings.kind == ChartKind::Bubble ? 0.65 : 1);
+    fill(color, chart_.settings.kind == ChartKind::Bubble ? kBubbleOpacity : 1);
     xml_.close();
 }
 
 void ChartPart::writeSeriesStyle(std::size_t series) {
-    constexpr int kSeriesLine = 16'200;  // EMU
     const ChartKind kind = chart_.settings.kind;
     if (kind == ChartKind::Line || kind == ChartKind::ScatterLine) {
         xml_.open("c:spPr");
-        line(seriesColor(series), kSeriesLine);
+        line(seriesColor(series), emu(kSeriesLine));
         xml_.close();
         writeMarker(series);
     } else if (kind != ChartKind::Pie) {
@@ -236,13 +136,12 @@ void ChartPart::writeMarker(std::size_t series) {
 }
 
 void ChartPart::writeSlices(std::size_t count) {
-    constexpr int kSeam = 10'800;  // EMU
     for (std::size_t i = 0; i < count; ++i) {
         xml_.open("c:dPt");
         value("c:idx", i);
         xml_.open("c:spPr");
         fill(seriesColor(i));
-        line({255, 255, 255}, kSeam);
+        line({255, 255, 255}, emu(kSeam));
         xml_.close().close();
     }
 }
@@ -253,7 +152,7 @@ void ChartPart::writeLabels() {
     const bool showsValues = chart_.settings.showValues;
     if (!showsValues && !isPie()) return;
     xml_.open("c:dLbls").open("c:numFmt");
-    xml_.attribute("formatCode", showsValues ? std::u16string_view(format_) : u"0.0%");
+    xml_.attribute("formatCode", showsValues ? std::u16string_view(block_.format) : u"0.0%");
     xml_.attribute("sourceLinked", 0).close();
     xml_.open("c:spPr").open("a:noFill").close().close();
     textProperties(kLabelPoints);
@@ -272,7 +171,7 @@ void ChartPart::writeLabels() {
 void ChartPart::texts(std::string_view name, std::size_t column, std::size_t row, std::size_t count) {
     const bool isTitle = row == 0;
     xml_.open(name).open("c:strRef");
-    xml_.element("c:f", "'", XlsxChartNumbers::kName, "'!", cells(column, row, count));
+    xml_.element("c:f", "'", kChartNumbersSheet, "'!", cells(column, row, count));
     xml_.open("c:strCache");
     value("c:ptCount", count);
     for (std::size_t i = 0; i < count; ++i) {
@@ -284,12 +183,11 @@ void ChartPart::texts(std::string_view name, std::size_t column, std::size_t row
 }
 
 void ChartPart::numbers(std::string_view name, std::size_t column) {
-    const std::size_t first = block_.categories.empty() ? 0 : 1;
     const std::vector<double>& values = block_.columns[column].numbers;
-    const std::size_t count = std::max<std::size_t>(rowCountOf(block_), 1);
+    const std::size_t count = std::max<std::size_t>(block_.rowCount(), 1);
     xml_.open(name).open("c:numRef");
-    xml_.element("c:f", "'", XlsxChartNumbers::kName, "'!", cells(column + first, 1, count));
-    xml_.open("c:numCache").element("c:formatCode", format_);
+    xml_.element("c:f", "'", kChartNumbersSheet, "'!", cells(block_.sheetColumn(column), 1, count));
+    xml_.open("c:numCache").element("c:formatCode", block_.format);
     value("c:ptCount", count);
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (!std::isfinite(values[i])) continue;
@@ -300,25 +198,24 @@ void ChartPart::numbers(std::string_view name, std::size_t column) {
 
 void ChartPart::writeSeries() {
     const ChartKind kind = chart_.settings.kind;
-    const std::size_t step = !hasSeparateAxes() ? 1 : kind == ChartKind::Bubble ? 3 : 2;
-    const std::size_t first = block_.categories.empty() ? 0 : 1;
-    for (std::size_t series = 0; series * step < block_.columns.size(); ++series) {
-        const std::size_t column = series * step;
-        const std::size_t titled = column + (hasSeparateAxes() ? 1 : 0);
+    for (std::size_t i = 0; i < block_.series.size(); ++i) {
+        const ChartBlock::Series& series = block_.series[i];
         xml_.open("c:ser");
-        value("c:idx", series);
-        value("c:order", series);
-        if (!block_.columns[titled].title.empty()) texts("c:tx", titled + first, 0, 1);
-        writeSeriesStyle(series);
+        value("c:idx", i);
+        value("c:order", i);
+        if (!block_.columns[series.values].title.empty()) {
+            texts("c:tx", block_.sheetColumn(series.values), 0, 1);
+        }
+        writeSeriesStyle(i);
         if (isPie()) writeSlices(block_.categories.size());
         writeLabels();
         if (hasSeparateAxes()) {
-            numbers("c:xVal", column);
-            numbers("c:yVal", column + 1);
-            if (kind == ChartKind::Bubble) numbers("c:bubbleSize", column + 2);
+            numbers("c:xVal", series.x);
+            numbers("c:yVal", series.values);
+            if (kind == ChartKind::Bubble) numbers("c:bubbleSize", series.size);
         } else {
             if (!block_.categories.empty()) texts("c:cat", 0, 1, block_.categories.size());
-            numbers("c:val", column);
+            numbers("c:val", series.values);
         }
         if (kind == ChartKind::Line || kind == ChartKind::ScatterLine) value("c:smooth", "0");
         if (kind == ChartKind::Bubble) value("c:bubble3D", "0");
@@ -327,9 +224,6 @@ void ChartPart::writeSeries() {
 }
 
 void ChartPart::writeChart() {
-    // The bars of all series take 72 % of a category.
-    constexpr std::size_t kGapOfOneBar = 39;
-    constexpr std::size_t kWidestGap = 500;
     switch (chart_.settings.kind) {
         case ChartKind::Bar:
             xml_.open("c:barChart");
@@ -337,8 +231,7 @@ void ChartPart::writeChart() {
             value("c:grouping", "clustered");
             value("c:varyColors", "0");
             writeSeries();
-            value("c:gapWidth",
-                  std::min(kGapOfOneBar * std::max<std::size_t>(block_.columns.size(), 1), kWidestGap));
+            value("c:gapWidth", gapOfBars(block_.columns.size()));
             break;
         case ChartKind::Line:
             xml_.open("c:lineChart");
@@ -391,19 +284,20 @@ void ChartPart::writeAxis(bool isCategory, bool isHorizontal) {
     value("c:axPos", isHorizontal ? "b" : "l");
     if (!isCategory) {
         xml_.open("c:majorGridlines").open("c:spPr");
-        line(kGridLine, kThinLine);
+        line(kGridLine, emu(kThinLine));
         xml_.close().close();
     }
     const std::u16string& text = isHorizontal ? settings.xTitle : settings.yTitle;
     if (!text.empty()) title(text, kLabelPoints, false, !isHorizontal);
-    xml_.open("c:numFmt").attribute("formatCode", isCategory ? std::u16string_view(u"General") : format_);
+    xml_.open("c:numFmt")
+        .attribute("formatCode", isCategory ? std::u16string_view(u"General") : block_.format);
     xml_.attribute("sourceLinked", 0).close();
     value("c:majorTickMark", "none");
     value("c:minorTickMark", "none");
     value("c:tickLblPos", "low");
     xml_.open("c:spPr");
     if (isHorizontal) {
-        line(kAxisLine, kThinLine * 3 / 2);
+        line(kAxisLine, emu(kAxisWidth));
     } else {
         xml_.open("a:ln").open("a:noFill").close().close();
     }
@@ -465,34 +359,10 @@ std::string ChartPart::write() {
     return std::move(part_);
 }
 
-SheetValue cellOf(const std::u16string& text) {
-    SheetValue value;
-    if (text.empty()) return value;
-    value.kind = SheetValue::Kind::Text;
-    value.text = std::u16string_view(text).substr(0, XlsxSheet::kMaxUnits);
-    return value;
-}
-
-SheetValue cellOf(double number) {
-    SheetValue value;
-    if (!std::isfinite(number)) return value;
-    value.kind = SheetValue::Kind::Number;
-    value.number = number;
-    return value;
-}
-
 }  // namespace
 
 bool XlsxChartNumbers::canHold(const ShownChart& chart) const {
-    if (chart.data == nullptr || chart.data->series.empty() || chart.data->series.size() > kMostSeries)
-        return false;
-    std::size_t rows = chart.data->categories.size();
-    for (const ChartSeries& series : chart.data->series) {
-        rows = std::max({rows, series.values.size(), series.points.size()});
-    }
-    constexpr std::int64_t kTitleAndGap = 2;
-    return rows > 0 && rows <= kMostNumbers &&
-           sheet_.rowCount() + static_cast<std::int64_t>(rows) + kTitleAndGap <= XlsxSheet::kMaxRows;
+    return canBeNative(chart, sheet_.rowCount(), XlsxSheet::kMaxRows);
 }
 
 void XlsxChartNumbers::addRow(const std::vector<SheetValue>& cells) {
@@ -508,21 +378,10 @@ void XlsxChartNumbers::addRow(const std::vector<SheetValue>& cells) {
 
 std::string XlsxChartNumbers::add(const ShownChart& chart, const ResolvedStyle* style) {
     if (sheet_.rowCount() > 0) addRow({});
-    const Block block = blockOf(chart);
+    const ChartBlock numbers = blockOf(chart);
     const std::int64_t firstRow = sheet_.rowCount();
-    std::vector<SheetValue> cells;
-    if (!block.categories.empty()) cells.push_back(cellOf(chart.settings.title));
-    for (const NumberColumn& column : block.columns) cells.push_back(cellOf(column.title));
-    addRow(cells);
-    for (std::size_t row = 0; row < rowCountOf(block); ++row) {
-        cells.clear();
-        if (!block.categories.empty()) cells.push_back(cellOf(block.categories[row]));
-        for (const NumberColumn& column : block.columns) {
-            cells.push_back(row < column.numbers.size() ? cellOf(column.numbers[row]) : SheetValue());
-        }
-        addRow(cells);
-    }
-    return ChartPart(chart, block, firstRow, style).write();
+    for (std::size_t row = 0; row <= numbers.rowCount(); ++row) addRow(numbers.row(row));
+    return ChartPart(chart, numbers, firstRow, style).write();
 }
 
 }  // namespace qbsvrl6

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "qbsvrl6/items/item.h"
+#include "qbsvrl6/sheet/workbook/chart_block.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
 
 namespace qbsvrl6 {
@@ -15,9 +15,6 @@ namespace qbsvrl6 {
 // The sheet of the numbers of all charts: one block of rows below the other.
 class XlsxChartNumbers {
 public:
-    // Its name, in references to its cells.
-    static constexpr std::u16string_view kName = u"Chart numbers";
-
     // Whether a spreadsheet program has such charts, with so many numbers, and the sheet has room for them.
     bool canHold(const ShownChart& chart) const;
 

@@ -16,27 +16,6 @@ namespace {
 
 constexpr std::size_t kBufferBytes = 64 * 1024;
 
-// "SUM(B2:B9)", "SUBTOTAL(9,B2:B9)"
-void appendFormula(std::string& out, const SheetFormula& formula) {
-    struct Name {
-        std::string_view plain, subtotal;
-    };
-    constexpr std::array<Name, 5> kNames = {{{"SUM(", "SUBTOTAL(9,"},
-                                             {"AVERAGE(", "SUBTOTAL(1,"},
-                                             {"COUNT(", "SUBTOTAL(2,"},
-                                             {"MIN(", "SUBTOTAL(5,"},
-                                             {"MAX(", "SUBTOTAL(4,"}}};
-    const Name& name = kNames[static_cast<std::size_t>(formula.function)];
-    const std::string column = columnName(formula.column);
-    out += formula.isSubtotal ? name.subtotal : name.plain;
-    out += column;
-    appendXmlNumber(out, formula.firstRow + 1);
-    out += ':';
-    out += column;
-    appendXmlNumber(out, formula.lastRow + 1);
-    out += ')';
-}
-
 std::string chartRelation(std::size_t chart) { return "rIdChart" + std::to_string(chart); }
 
 // Rounded up to quarters of a point, so that no text is cut off.
@@ -92,8 +71,12 @@ void XlsxSheet::addValue(int column, int style, const SheetValue& value) {
         case SheetValue::Kind::Number:
             if (value.formula) {
                 out += "\"><f>"sv;
-                appendFormula(out, *value.formula);
+                appendFormula(out, *value.formula, FormulaSyntax::Office);
                 out += "</f><v>"sv;
+            } else if (value.laterFormula) {
+                out += "\">"sv;
+                gaps_.push_back({held_.size() + buffer_.size(), *value.laterFormula});
+                out += "<v>"sv;
             } else {
                 out += "\"><v>"sv;
             }
@@ -131,8 +114,37 @@ void XlsxSheet::endRow() {
 }
 
 void XlsxSheet::flush() {
-    body_.append(buffer_);
+    if (gaps_.empty()) {
+        body_.append(buffer_);
+    } else {
+        held_.append(buffer_);
+    }
     buffer_.clear();
+}
+
+void XlsxSheet::fillGaps(const ColumnTotals& totals) {
+    if (gaps_.empty()) return;
+    flush();
+    std::uint64_t from = 0;
+    const auto appendHeld = [&](std::uint64_t end) {
+        std::string block;
+        while (from < end) {
+            block.resize(static_cast<std::size_t>(std::min<std::uint64_t>(end - from, kBufferBytes)));
+            from += held_.read(from, block.data(), block.size());
+            body_.append(block);
+        }
+    };
+    for (const Gap& gap : gaps_) {
+        appendHeld(gap.place);
+        const std::optional<SheetFormula>& formula = totals.laterFormula(gap.formula);
+        if (!formula) continue;
+        std::string text = "<f>";
+        appendFormula(text, *formula, FormulaSyntax::Office);
+        body_.append(text += "</f>");
+    }
+    appendHeld(held_.size());
+    held_ = Spool();
+    gaps_.clear();
 }
 
 std::string XlsxSheet::rangeName(int column, int columnSpan, int rowSpan) const {

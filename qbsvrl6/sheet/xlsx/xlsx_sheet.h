@@ -16,8 +16,8 @@
 
 namespace qbsvrl6 {
 
-// Rows and columns count from 0. Rows are compressed as they are written; only merged cells, links, page
-// breaks and overlays are held uncompressed.
+// Rows and columns count from 0. Rows are compressed as they are written, unless formulas of cells above them
+// are not known yet; only merged cells, links, page breaks and overlays are held uncompressed.
 class XlsxSheet {
 public:
     static constexpr std::int64_t kMaxRows = 1'048'576;
@@ -37,6 +37,9 @@ public:
     void endRow();
 
     std::int64_t rowCount() const { return rows_; }
+
+    // Writes the formulas that were not known with their cells. All are known now.
+    void fillGaps(const ColumnTotals& totals);
 
     // Applies to the current row.
     void merge(int column, int columnSpan, int rowSpan);
@@ -70,8 +73,16 @@ private:
     void writeTail(const PrintSetup& print, const SheetFeatures& features);
     void writePageSetup(const PrintSetup& print);
 
+    // A formula that is not known yet.
+    struct Gap {
+        std::uint64_t place;
+        std::size_t formula;
+    };
+
     DeflateStream body_;
-    std::string buffer_;  // of the rows that are not compressed yet
+    Spool held_;  // the rows from the first gap on
+    std::vector<Gap> gaps_;
+    std::string buffer_;  // of the rows that are not compressed yet, after those
     XmlWriter xml_{buffer_};
     std::int64_t rows_ = 0;  // complete ones
     int nextColumn_ = 0;     // of the current row

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "qbsvrl6/items/pending_items.h"
+#include "qbsvrl6/sheet/package/package_pictures.h"
 #include "qbsvrl6/sheet/workbook/workbook_sink.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_chart.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_sheet.h"
@@ -31,7 +32,10 @@ private:
 
     XlsxSheet& sheet() { return sheets_.back(); }
 
-    void beginSheet() override { sheets_.emplace_back(); }
+    void beginSheet() override {
+        sheet().fillGaps(totals());
+        sheets_.emplace_back();
+    }
     std::int64_t rowCount() const override { return sheets_.back().rowCount(); }
     void beginRow(Micrometres height, int outline) override { sheet().beginRow(height, outline); }
     void addBlank(int column, int style) override { sheet().addBlank(column, style + 1); }
@@ -41,7 +45,10 @@ private:
     void addPending(int column, int style, Item&& item) override {
         sheet().addShared(column, style + 1, pending_.add(std::move(item)));
     }
-    void endRow() override { sheet().endRow(); }
+    void endRow() override {
+        sheet().endRow();
+        if (totals().isSettled()) sheet().fillGaps(totals());
+    }
     void merge(int column, int columnSpan, int rowSpan) override {
         sheet().merge(column, columnSpan, rowSpan);
     }
@@ -79,6 +86,7 @@ private:
     }
 
     void close(PendingTexts& pending) override {
+        sheet().fillGaps(totals());
         ZipWriter zip(output_);
         zip.add("[Content_Types].xml", contentTypes());
         zip.add("_rels/.rels", packageRelations());
@@ -89,11 +97,11 @@ private:
         if (!pending_.isEmpty()) zip.add("xl/sharedStrings.xml", sharedTexts(pending));
         PackageRelations pictures;
         for (const auto& [id, picture] : pictures_) {
-            zip.addStored("xl/media/" + mediaName(*picture), picture->bytes);
-            pictures.add("rId" + std::to_string(id), "image", "../media/" + mediaName(*picture));
+            zip.addStored(pictureFile("xl/media/image", id, *picture), picture->bytes);
+            pictures.add("rId" + std::to_string(id), "image", pictureFile("../media/image", id, *picture));
         }
         for (std::size_t i = 0; i < sheets_.size(); ++i) {
-            sheets_[i].writeTo(zip, static_cast<int>(i) + 1, printSetup(i == 0), featuresOf(i), pictures);
+            sheets_[i].writeTo(zip, static_cast<int>(i) + 1, printSetup(i), featuresOf(i), pictures);
         }
         writeCharts(zip);
         zip.finish();
@@ -114,11 +122,6 @@ private:
 
     // With that of the numbers of charts, which is the last one.
     std::size_t allSheets() const { return sheets_.size() + (charts_.empty() ? 0 : 1); }
-
-    static std::string mediaName(const Picture& picture) {
-        return "image" + std::to_string(picture.id) +
-               (picture.encoding == Picture::Encoding::Jpeg ? ".jpeg" : ".png");
-    }
 
     std::string contentTypes() const {
         std::string part;
@@ -189,7 +192,7 @@ private:
         xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
         xml.open("bookViews").open("workbookView").close().close().lineEnd();
         xml.open("sheets");
-        const std::u16string_view ofNumbers = charts_.empty() ? u"" : XlsxChartNumbers::kName;
+        const std::u16string_view ofNumbers = charts_.empty() ? u"" : kChartNumbersSheet;
         const std::vector<std::u16string> names = sheetNames(ofNumbers);
         for (std::size_t i = 1; i <= allSheets(); ++i) {
             const bool hasNumbers = i > names.size();
