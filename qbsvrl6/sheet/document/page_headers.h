@@ -3,6 +3,7 @@
 #ifndef QBSVR_QBSVRL6_SHEET_DOCUMENT_PAGE_HEADERS_H
 #define QBSVR_QBSVRL6_SHEET_DOCUMENT_PAGE_HEADERS_H
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct PageHeaderFooter {
     int paperKind = 0;  // as PageInfo has it
     Size paper;
     Edges margins;
+    std::shared_ptr<const Picture> background = {};  // null: that of the document
     std::vector<PlacedBand> header;
     std::vector<PlacedBand> footer;
 };

@@ -4,6 +4,12 @@
 
 namespace qbsvrl6 {
 
+bool RowSlots::Slot::isEmpty() const {
+    if (cell == nullptr || cell->item == nullptr || continues) return true;
+    const Item& item = *cell->item;
+    return std::holds_alternative<TextItem>(item.content) && textOf(item).empty() && !isPending(item);
+}
+
 const std::vector<RowSlots::Slot>& RowSlots::slotsOf(const CellRow& row) {
     slots_.clear();
     const auto columns = static_cast<int>(below_.size());

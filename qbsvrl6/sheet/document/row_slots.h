@@ -15,6 +15,9 @@ public:
         const Cell* cell;  // null: free
         int columnEnd;
         bool continues;  // a cell of the row above
+
+        // Whether it shows nothing, not even an empty text, which would make its row higher.
+        bool isEmpty() const;
     };
 
     explicit RowSlots(int columns) : below_(static_cast<std::size_t>(columns)) {}

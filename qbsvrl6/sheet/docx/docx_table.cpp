@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "qbsvrl6/sheet/docx/docx_xml.h"
+#include "qbsvrl6/sheet/package/package_pictures.h"
 
 namespace qbsvrl6 {
 
@@ -12,11 +13,6 @@ namespace {
 constexpr std::string_view kEmptyParagraph = "<w:p><w:pPr><w:pStyle w:val=\"Spacer\"/></w:pPr></w:p>";
 
 std::int64_t emu(Micrometres length) { return std::int64_t{36} * length; }
-
-// An empty text must not make its row higher.
-bool showsNothing(const Item& item) {
-    return std::holds_alternative<TextItem>(item.content) && textOf(item).empty() && !isPending(item);
-}
 
 // A link tag without its id.
 std::string linkStart(std::u16string_view address, DocxLinks& links) {
@@ -42,14 +38,9 @@ std::string DocxLinks::relations(const PictureList& pictures) const {
     for (const auto& [address, id] : ids_) all.addLink(id, address);
     for (std::size_t i = 0; i < pictures.pictures().size(); ++i) {
         all.add("rIdPicture" + std::to_string(i + 1), "image",
-                "media/" + pictureName(*pictures.pictures()[i], i + 1));
+                pictureFile("media/image", i + 1, *pictures.pictures()[i]));
     }
     return all.xml();
-}
-
-std::string pictureName(const Picture& picture, std::size_t number) {
-    return "image" + std::to_string(number) +
-           (picture.encoding == Picture::Encoding::Jpeg ? ".jpeg" : ".png");
 }
 
 DocxTable::DocxTable(const ReportDefinition& report, const CellGrid& grid, Micrometres left,
@@ -134,9 +125,7 @@ void DocxTable::appendCell(std::string& out, const Slot& slot, int column, std::
     }
     if (slot.cell != nullptr) xml.content() += styles_.cellForm(*slot.cell);
     xml.close();
-    const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.continues ||
-                         showsNothing(*slot.cell->item);
-    if (!isEmpty) {
+    if (!slot.isEmpty()) {
         appendContent(out, *slot.cell, overlays, links, text);
     } else if (overlays.empty()) {
         out += kEmptyParagraph;

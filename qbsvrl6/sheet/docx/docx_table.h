@@ -31,9 +31,6 @@ private:
     PackageRelations others_;
 };
 
-// The file of a picture in the package; `number` counts from 1.
-std::string pictureName(const Picture& picture, std::size_t number);
-
 class DocxTable {
 public:
     // Writes the paragraphs of a text; may move the item.

@@ -24,11 +24,6 @@ bool hasOwnDirection(const Item& item) {
            (isPending(item) || mayRunRightToLeft(textOf(item)));
 }
 
-// An empty text must not make its row higher.
-bool showsNothing(const Item& item) {
-    return std::holds_alternative<TextItem>(item.content) && textOf(item).empty() && !isPending(item);
-}
-
 }  // namespace
 
 RtfTable::RtfTable(const CellGrid& grid, Micrometres left, bool overlaysInCells)
@@ -77,8 +72,7 @@ void RtfTable::appendCells(std::string& out, const CellRow& row, const std::vect
     int left = left_;
     for (std::size_t i = 0; i < slots.size(); ++i) {
         const Slot& slot = slots[i];
-        const bool isEmpty = slot.cell == nullptr || slot.cell->item == nullptr || slot.continues ||
-                             showsNothing(*slot.cell->item);
+        const bool isEmpty = slot.isEmpty();
         out += isEmpty ? "\\pard\\plain\\intbl\\fs2 " : entries_.paragraph(*slot.cell);
         if (!isEmpty && hasOwnDirection(*slot.cell->item)) out += entries_.associated(*slot.cell);
         if (i == host) {
