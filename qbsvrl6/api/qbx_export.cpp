@@ -73,12 +73,12 @@ int QBXReportExportToMemory(tagQBReport* handle, const void** bytes, uint64_t* s
 int QBXReportExportToWriter(tagQBReport* handle, QBXWrite write, void* context) {
     return withObject(__func__, handle, [&](Report& report) {
         if (write == nullptr) return 0;
-        constexpr std::size_t kPart = 1u << 20;
+        constexpr std::uint64_t kPart = 1u << 20;
         Runtime& runtime = runtimeOf(report);
         const Spool document = exportReport(runtime, preparedOptions(runtime));
-        std::string part(kPart, '\0');
+        std::string part(static_cast<std::size_t>(std::min(document.size(), kPart)), '\0');
         for (std::uint64_t at = 0; at < document.size(); at += part.size()) {
-            part.resize(document.read(at, part.data(), kPart));
+            part.resize(document.read(at, part.data(), part.size()));
             if (write(context, part.data(), part.size()) == 0) {
                 throw EngineError(ErrorCode::FileUnwritable, "the program did not take the document");
             }

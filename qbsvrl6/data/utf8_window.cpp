@@ -13,7 +13,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr std::size_t kReadBytes = 256 * 1024;  // at once; they stay in the cache until they are parsed
+constexpr std::size_t kMostReadBytes = 256 * 1024;  // they stay in the cache until they are parsed
 
 std::size_t lengthBy(char lead) {
     const auto byte = static_cast<unsigned char>(lead);
@@ -76,9 +76,9 @@ Utf8Window::Utf8Window(ByteSource& source) : source_(source) {
 
 bool Utf8Window::read() {
     makeRoom();
-    const std::size_t known = valid_;
+    const std::size_t known = valid_, size = readBytes_;
     while (valid_ == known) {
-        const std::size_t count = source_.read(buffer_.get() + filled_, kReadBytes);
+        const std::size_t count = source_.read(buffer_.get() + filled_, size);
         if (count == 0 && filled_ == valid_) return false;
         filled_ += count;
         const std::string_view text(buffer_.get() + valid_, filled_ - valid_);
@@ -89,18 +89,19 @@ bool Utf8Window::read() {
             fail(ErrorCode::BadEncoding, "the text is not UTF-8", offset);
         }
         valid_ += whole;
+        if (count == size) readBytes_ = std::min(2 * size, kMostReadBytes);
     }
     return true;
 }
 
 void Utf8Window::makeRoom() {
-    if (filled_ + kReadBytes + kReadAhead <= capacity_) return;
+    if (filled_ + readBytes_ + kReadAhead <= capacity_) return;
     const std::size_t used = filled_ - start_;
     if (used > limits::kDataRowBytes) {
         fail(ErrorCode::LimitExceeded,
              "a row of more than " + std::to_string(limits::kDataRowBytes >> 20) + " MiB", begin());
     }
-    const std::size_t needed = kBefore + used + kReadBytes + kReadAhead;
+    const std::size_t needed = kBefore + used + readBytes_ + kReadAhead;
     if (needed > capacity_) {
         capacity_ = std::max(needed, 2 * capacity_);
         std::unique_ptr<char[]> buffer(new char[capacity_]);

@@ -47,6 +47,7 @@ private:
     ByteSource& source_;
     std::unique_ptr<char[]> buffer_;
     std::size_t capacity_ = 0;
+    std::size_t readBytes_ = 4 * 1024;  // at once; more while the source has as many
     // In the buffer: the text, and after it the bytes of a character that is not complete yet.
     std::size_t start_ = kBefore;
     std::size_t valid_ = kBefore;
