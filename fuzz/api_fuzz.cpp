@@ -117,11 +117,16 @@ public:
 
 class OnInitialize : public CqbGeneralEventInfo {
 public:
-    explicit OnInitialize(tagQBReport* report) : report_(report) {}
-    void Execute() override { QBReportFindFirstControl(report_); }
+    OnInitialize(tagQBReport* report, bool cancels) : report_(report), cancels_(cancels) {}
+    void Execute() override {
+        QBReportFindFirstControl(report_);
+        QBXReportLoadTemplate(report_, "", 0, "");  // refused
+        if (cancels_) QBXReportCancel(report_);
+    }
 
 private:
     tagQBReport* report_;
+    bool cancels_;
 };
 
 class Session {
@@ -170,7 +175,7 @@ public:
                 break;
             case 'E':
                 QBAttachEventExportBegin(report_, new OnExport());
-                QBAttachEventInitialize(report_, new OnInitialize(report_));
+                QBAttachEventInitialize(report_, new OnInitialize(report_, text == "cancel"));
                 break;
             case 'A':
                 addControls(numberIn(text));
@@ -184,10 +189,15 @@ public:
             case 'B':
                 QBGenerateBarcodeGraph(wide.c_str());
                 break;
-            case 'S':
-                QBObjectAssign(other_, report_);
-                QBObjectAssign(report_, other_);
+            case 'S': {
+                const Report other;
+                QBObjectAssign(other, report_);
+                QBObjectAssign(report_, other);
                 report_.limit();
+                break;
+            }
+            case 'K':
+                setLimits(static_cast<unsigned>(numberIn(text)));
                 break;
             case 'G':
                 QBDetailGridSetPrintAdaptMethod(QBReportGetDetailGrid(report_),
@@ -227,6 +237,7 @@ private:
         QBE2CellOptionSetExportPageHeaderFooter(QBExportOptionGetAsE2CellOption(option), 0);
         QBE2CellOptionSetOnlyExportDetailGrid(QBExportOptionGetAsE2CellOption(option), 1);
         QBE2IMGOptionSetAllInOne(QBExportOptionGetAsE2IMGOption(option), 1);
+        QBExportOptionSetFileName(option, u"");
         QBExportOptionGetExportType(option);
     }
 
@@ -287,8 +298,44 @@ private:
                                        wide.c_str());
     }
 
+    // Limits of another report, and of the process for a moment.
+    void setLimits(std::uint64_t figure) {
+        QBXBudget budget = {};
+        budget.size = figure % (2 * sizeof budget);
+        budget.pages = budget.cells = budget.fetches = budget.documentBytes = figure;
+        const Report other;
+        QBXReportSetBudget(other, &budget);
+        QBXReportSetBudget(other, nullptr);
+        QBXSetBudget(&budget);
+        if (QBXGetBudget(&budget) != 0 && budget.pages == 0) std::abort();
+        QBXSetBudget(nullptr);
+        const QBXReach reach = {sizeof reach, nullptr, "none"};
+        QBXSetReach(&reach);
+        QBXReportSetReach(other, &reach);
+        QBXReportSetReach(other, nullptr);
+        QBXSetReach(nullptr);
+        QBXMessage error = {};
+        error.size = sizeof error;
+        QBXGetLastError(&error);
+    }
+
+    // What the engine can do.
+    static void describeEngine() {
+        QBXFormat format = {};
+        format.size = sizeof format;
+        for (std::uint64_t i = 0; QBXGetFormat(i, &format) != 0; ++i) {
+            if (format.name == nullptr || format.description == nullptr) std::abort();
+        }
+        QBXGetFontFamily(0);
+        QBGetModulePath();
+        QBGetModuleVersion();
+        QBGetModuleInfo();
+    }
+
     // Reads everything that a program can ask for.
     void describe() {
+        describeEngine();
+        QBReportGetFont(report_);
         QBXReportCheck(report_);
         QBXReportLocateItems(
             report_, [](void*, const QBXShownItem* item) { return item->line < 50 ? 1 : 0; }, nullptr);
@@ -313,7 +360,7 @@ private:
         QBXReportClearMessages(report_);
     }
 
-    Report report_, other_;
+    Report report_;
     int calls_ = 0, exports_ = 0;
 };
 

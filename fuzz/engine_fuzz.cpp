@@ -1,6 +1,6 @@
 // The whole engine: a template and data become a document of any format, within a small budget and without
-// fetching. The input is a letter for the format, the template and, after the line "=== data", the data. It
-// is rejected with EngineError, or the document begins as its format requires.
+// fetching. The input is a letter for the format (lower case: with further options), the template and, after
+// the line "=== data", the data. It is rejected with EngineError, or the document begins as its format requires.
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -67,6 +67,20 @@ const std::array<Kind, 16>& kinds() {
     return kinds;
 }
 
+// What programs set beyond the format.
+void setFurther(ExportOptions& options) {
+    options.pdfStandard = PdfStandard::A2a;
+    options.created = u"2026-03-01";
+    options.pageBreaks = false;
+    options.pageHeadersAndFooters = false;
+    options.allPagesInOneImage = true;
+    options.defuseFormulas = true;
+    options.texts.separator = ';';
+    options.texts.quotes = CsvQuotes::All;
+    options.texts.encoding = "gb18030";
+    options.texts.widths = {10, 20, 8};
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -77,6 +91,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     if (size == 0 || size > kMaxSize) return 0;
     const Kind& kind = kinds()[bytes[0] % kinds().size()];
+    const bool hasFurther = (bytes[0] & 0x20) != 0;  // a lower-case letter
     const std::string_view input(reinterpret_cast<const char*>(bytes) + 1, size - 1);
     const std::size_t line = input.find(kDataLine);
     const std::string_view data =
@@ -92,6 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         return 0;
     }
     ExportOptions options = kind.options;
+    if (hasFurther) setFurther(options);
     std::string document;
     try {
         document = exportReport(runtime, options).take();
