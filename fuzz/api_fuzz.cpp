@@ -45,8 +45,14 @@ int numberIn(std::string_view text) {
     return number;
 }
 
-// Options that read files, or compress whole fonts of this machine.
-bool isLeftOut(const std::string& option) { return option.starts_with("sign-") || option == "whole-fonts"; }
+// Options that read files, or compress whole fonts of this machine. The keys of a protected document take
+// milliseconds and are random, so that each of them looks new: those of the first options are enough.
+bool isLeftOut(const std::string& option) {
+    static int protections = 0;
+    const bool isProtection = option == "permissions" || option.ends_with("er-password");
+    return option.starts_with("sign-") || option == "whole-fonts" || option == "xmp" ||
+           (isProtection && ++protections > 3);
+}
 
 struct TakesThem {
     static int document(void* context, const void* bytes, std::uint64_t size) {
