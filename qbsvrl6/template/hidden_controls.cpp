@@ -19,7 +19,7 @@ class Checker {
 public:
     explicit Checker(const ReportDefinition& report) : page_(report.page), isShrunk_(shrinks(report)) {}
 
-    void check(const SectionPtr& section, bool ofGroup = false) const {
+    void check(const SectionPtr& section, bool ofGroup = false) {
         if (!section) return;
         for (const auto& control : section->controls.items) {
             const bool followsColumn = !control->column.empty();
@@ -28,11 +28,13 @@ public:
                                        : isBelow(*control, *section)
                                            ? "is below its section, which cannot grow"
                                            : nullptr;
-            if (reason != nullptr)
-                logWarning(nameOf(*control) + ' ' + reason + ": it does not show; move it",
-                           control->position);
+            if (reason == nullptr) continue;
+            found_ = true;
+            logWarning(nameOf(*control) + ' ' + reason + ": it does not show; move it", control->position);
         }
     }
+
+    bool found() const { return found_; }
 
 private:
     // Whether the groups' sections become smaller together with a grid that is too wide.
@@ -50,12 +52,13 @@ private:
 
     const PageSetup& page_;
     const bool isShrunk_;
+    bool found_ = false;
 };
 
 }  // namespace
 
-void warnOfHiddenControls(const ReportDefinition& report) {
-    const Checker checker(report);
+bool warnOfHiddenControls(const ReportDefinition& report) {
+    Checker checker(report);
     checker.check(report.pageHeader);
     for (const SectionPtr& section : report.reportHeaders) checker.check(section);
     if (report.grid) {
@@ -68,6 +71,7 @@ void warnOfHiddenControls(const ReportDefinition& report) {
     }
     for (const SectionPtr& section : report.reportFooters) checker.check(section);
     checker.check(report.pageFooter);
+    return checker.found();
 }
 
 }  // namespace qbsvrl6

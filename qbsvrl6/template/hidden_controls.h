@@ -7,8 +7,9 @@
 namespace qbsvrl6 {
 
 // Logs a warning, with line and column, for each control that is beside the paper or below a section that
-// cannot grow. Controls of sub-reports are positioned by their parents and are not checked.
-void warnOfHiddenControls(const ReportDefinition& report);
+// cannot grow. Controls of sub-reports are positioned by their parents and are not checked. Returns whether
+// there is any.
+bool warnOfHiddenControls(const ReportDefinition& report);
 
 }  // namespace qbsvrl6
 

@@ -46,6 +46,8 @@ public:
     // Adds elements of the template, of a library or of a part that is used once more. Raises EngineError if
     // all of them exceed the budget of a template.
     void countElements(std::uint64_t count);
+    std::uint64_t elements() const { return elements_; }
+    bool isEmpty() const { return known_.empty(); }
 
 private:
     Read read_;

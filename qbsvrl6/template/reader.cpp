@@ -19,6 +19,7 @@
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/support/xml_attributes.h"
 #include "qbsvrl6/template/hidden_controls.h"
+#include "qbsvrl6/template/known_templates.h"
 #include "qbsvrl6/template/libraries.h"
 #include "qbsvrl6/template/raw_characters.h"
 #include "qbsvrl6/template/schema.h"
@@ -1104,6 +1105,8 @@ ReadLibrary readLibrary(const std::string& bytes, const std::string& path, const
 }  // namespace
 
 ReportDefinition readTemplate(std::string_view bytes, const std::string& origin) {
+    KnownTemplates& known = KnownTemplates::ofProcess();
+    if (std::optional<ReportDefinition> definition = known.find(bytes, origin)) return *std::move(definition);
     const SourceText source(std::string(bytes), origin);
     const std::string folder = directoryOf(origin);
     const std::string home = folder.empty() && !origin.empty() ? "./" : folder;
@@ -1131,8 +1134,9 @@ ReportDefinition readTemplate(std::string_view bytes, const std::string& origin)
     reading.settlePlaces();
     reading.logWarnings();
     const LogSubject subject(origin);
-    warnOfHiddenControls(definition);
+    const bool isQuiet = !warnOfHiddenControls(definition) && reading.warnings.empty();
     inherit(definition);
+    if (isQuiet && libraries.isEmpty()) known.add(bytes, origin, definition, libraries.elements());
     return definition;
 }
 

@@ -11,8 +11,10 @@
 
 #include "qbsvrl6/model/connection.h"
 #include "qbsvrl6/model/named_styles.h"
+#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
+#include "qbsvrl6/support/messages.h"
 #include "qbsvrl6/support/utf.h"
 #include "qbsvrl6/template/template_io.h"
 #include "tests/scratch_directory.h"
@@ -74,6 +76,42 @@ TEST(TemplateRoundTrip, CopiesKeepEverything) {
     // The copy shares nothing that can change.
     for (Control* control : allControls(*original)) *control = {};
     EXPECT_EQ(writeTemplate(copy), file);
+}
+
+// A template that is read once more is as it was: no change of an earlier reader is in it, its warnings and
+// libraries are read again, and a smaller budget refuses it.
+TEST(TemplateRoundTrip, ReadsTheSameAgain) {
+    const std::string file = ReadFile(kEverything);
+    for (int time = 0; time < 4; ++time) {
+        ReportDefinition report = readTemplate(file, "again");
+        EXPECT_EQ(writeTemplate(report), file);
+        for (Control* control : allControls(report)) *control = {};
+        report.styles.clear();
+    }
+    const std::string hidden =
+        R"(<Report version="1"><ReportHeader height="5mm"><Text x="900mm" width="9mm" height="5mm"/>
+           </ReportHeader></Report>)";
+    for (int time = 0; time < 3; ++time) {
+        Messages messages;
+        const MessagesScope scope(messages);
+        readTemplate(hidden, "hidden");
+        EXPECT_EQ(messages.all().size(), 1u);
+    }
+    const ScratchDirectory scratch;
+    const std::string letter = (scratch.path / "letter.qbf").string();
+    std::ofstream(letter) << R"(<Report version="1"><Include href="house.qbf"/></Report>)";
+    for (double size : {8.0, 9.0, 10.0}) {
+        std::ofstream(scratch.path / "house.qbf")
+            << R"(<Library version="1"><DefaultStyle fontSize=")" << size << R"(pt"/></Library>)";
+        EXPECT_EQ(NamedStyles(loadTemplate(letter)).resolve(u"", {}).fontSize, size);
+    }
+    Budget small;
+    small.templateElements = 2;
+    const std::string three =
+        R"(<Report version="1"><ReportHeader height="5mm"><Text/></ReportHeader></Report>)";
+    for (int time = 0; time < 3; ++time) EXPECT_NO_THROW(readTemplate(three, "three"));
+    const Spending spending(small);
+    EXPECT_THROW(readTemplate(three, "three"), EngineError);
 }
 
 std::vector<std::string> samples() {
