@@ -51,10 +51,7 @@ void KnownTemplates::add(std::string_view bytes, const std::string& origin,
     const std::size_t hash = std::hash<std::string_view>()(bytes);
     {
         const std::lock_guard lock(mutex_);
-        if (std::find(readOnce_.begin(), readOnce_.end(), hash) == readOnce_.end()) {
-            readOnce_[nextReadOnce_++ % readOnce_.size()] = hash;
-            return;
-        }
+        if (!read_.isAgain(hash)) return;
     }
     auto known = std::make_shared<const Known>(Known{std::string(bytes), origin, definition, elements});
     const std::lock_guard lock(mutex_);

@@ -2,7 +2,6 @@
 #ifndef QBSVR_QBSVRL6_TEMPLATE_KNOWN_TEMPLATES_H
 #define QBSVR_QBSVRL6_TEMPLATE_KNOWN_TEMPLATES_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -13,6 +12,7 @@
 #include <string_view>
 
 #include "qbsvrl6/model/report.h"
+#include "qbsvrl6/support/repetition.h"
 
 namespace qbsvrl6 {
 
@@ -39,8 +39,7 @@ private:
 
     std::mutex mutex_;
     std::list<std::shared_ptr<const Known>> known_;  // the latest first
-    std::array<std::size_t, 16> readOnce_{};         // hashes of their bytes
-    std::size_t nextReadOnce_ = 0;
+    Repetition read_;
 };
 
 }  // namespace qbsvrl6

@@ -4,13 +4,15 @@
 #include <hb.h>
 
 #include <algorithm>
-#include <list>
+#include <functional>
 #include <memory>
 #include <mutex>
 
 #include "qbsvrl6/paint/compressor.h"
 #include "qbsvrl6/support/enough_memory.h"
+#include "qbsvrl6/support/hash.h"
 #include "qbsvrl6/support/log.h"
+#include "qbsvrl6/support/repetition.h"
 
 namespace qbsvrl6 {
 
@@ -77,8 +79,12 @@ std::string wholeFontBytes(const FontFace& face) {
     });
 }
 
-// Empty if the subsetter fails.
-EmbeddedFont cutDown(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
+struct PlainFont {
+    std::string bytes;  // empty: the subsetter has failed
+    std::vector<std::uint32_t> newGlyphs;
+};
+
+PlainFont cutDown(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
     // The subsetter adds glyphs that any table refers to, and searches the whole character map for them.
     // Without that map and the layout tables, it takes a third of the time.
     const FacePtr bare(hb_face_create_for_tables(referenceNeededTable, face.face, nullptr));
@@ -95,7 +101,7 @@ EmbeddedFont cutDown(const FontFace& face, const std::vector<std::uint32_t>& gly
     hb_subset_input_set_flags(input.get(), flags);
     const PlanPtr plan(hb_subset_plan_create_or_fail(bare.get(), input.get()));
     const FacePtr cut(plan != nullptr ? hb_subset_plan_execute_or_fail(plan.get()) : nullptr);
-    EmbeddedFont font;
+    PlainFont font;
     if (cut == nullptr) return font;
     font.bytes = fileOf(cut.get(), face.cff);
     const hb_map_t* numbers = hb_subset_plan_old_to_new_glyph_mapping(plan.get());
@@ -106,57 +112,99 @@ EmbeddedFont cutDown(const FontFace& face, const std::vector<std::uint32_t>& gly
     return font;
 }
 
-constexpr std::size_t kKeptFontBytes = 64 << 20;
+struct FontKey {
+    const FontFace* face = nullptr;
+    bool keepsNumbers = false;
+    std::vector<std::uint32_t> glyphs = {};  // empty: all
+
+    bool operator==(const FontKey&) const = default;
+
+    std::size_t hash() const {
+        std::size_t hash = std::hash<const FontFace*>()(face) + keepsNumbers;
+        for (const std::uint32_t glyph : glyphs) mixHash(hash, glyph);
+        return hash;
+    }
+};
 
 // The fonts embedded last, for all threads.
-class WholeFonts {
+class KeptFonts {
 public:
-    std::shared_ptr<const CompressedFont> find(const FontFace& face) {
+    KeptFonts(std::size_t most, std::size_t mostBytes) : most_(most), mostBytes_(mostBytes) {}
+
+    // Null if it is not kept. `isAgain`: it was asked for before, not long ago.
+    std::shared_ptr<const EmbeddedFont> find(const FontKey& key, bool& isAgain) {
+        const std::size_t hash = key.hash();
         const std::lock_guard lock(mutex_);
-        const auto found =
-            std::find_if(kept_.begin(), kept_.end(), [&](const Kept& k) { return k.face == &face; });
-        if (found != kept_.end()) {
-            kept_.splice(kept_.begin(), kept_, found);
-            return found->font;
-        }
-        const std::string plain = wholeFontBytes(face);
-        auto font = std::make_shared<CompressedFont>();
-        font->bytes = compress(plain);
-        font->plainSize = plain.size();
+        isAgain = asked_.isAgain(hash);
+        const auto found = std::find_if(kept_.begin(), kept_.end(), [&](const Kept& kept) {
+            return kept.hash == hash && kept.key == key;
+        });
+        if (found == kept_.end()) return nullptr;
+        std::rotate(kept_.begin(), found, found + 1);
+        return kept_.front().font;
+    }
+
+    void keep(FontKey key, std::shared_ptr<const EmbeddedFont> font) {
+        const std::size_t hash = key.hash();
+        const std::lock_guard lock(mutex_);
         bytes_ += font->bytes.size();
-        kept_.push_front({&face, font});
-        while (bytes_ > kKeptFontBytes && kept_.size() > 1) {
+        kept_.insert(kept_.begin(), {hash, std::move(key), std::move(font)});
+        while ((bytes_ > mostBytes_ || kept_.size() > most_) && kept_.size() > 1) {
             bytes_ -= kept_.back().font->bytes.size();
             kept_.pop_back();
         }
-        return font;
     }
 
 private:
     struct Kept {
-        const FontFace* face = nullptr;
-        std::shared_ptr<const CompressedFont> font;
+        std::size_t hash = 0;
+        FontKey key;
+        std::shared_ptr<const EmbeddedFont> font;
     };
 
+    const std::size_t most_, mostBytes_;
     std::mutex mutex_;
-    std::list<Kept> kept_;  // the latest first
+    Repetition asked_;
+    std::vector<Kept> kept_;  // the latest first
     std::size_t bytes_ = 0;
 };
 
-}  // namespace
-
-EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers) {
-    const MemoryAtHand memory;  // the subsetter frees what it never allocated
-    EmbeddedFont font = withEnoughMemory([&] { return cutDown(face, glyphs, keepNumbers); });
-    if (!font.bytes.empty()) return font;
-    logWarning("font " + face.file + " can't be cut down and is embedded whole");
-    return {wholeFontBytes(face), glyphs};
+std::shared_ptr<const EmbeddedFont> compressed(const std::string& bytes,
+                                               std::vector<std::uint32_t> newGlyphs) {
+    return std::make_shared<const EmbeddedFont>(
+        EmbeddedFont{std::string(compress(bytes)), bytes.size(), std::move(newGlyphs)});
 }
 
-std::shared_ptr<const CompressedFont> compressedWholeFont(const FontFace& face) {
-    // Never destroyed: threads may still write while the process ends.
-    static WholeFonts& fonts = *new WholeFonts;
-    return fonts.find(face);
+}  // namespace
+
+// The fonts that are kept are never destroyed: threads may still write while the process ends.
+
+std::shared_ptr<const EmbeddedFont> subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs,
+                                               bool keepNumbers) {
+    static KeptFonts& fonts = *new KeptFonts(32, 2 << 20);
+    FontKey key{&face, keepNumbers, glyphs};
+    bool isAgain = false;
+    if (auto kept = fonts.find(key, isAgain)) return kept;
+    const MemoryAtHand memory;  // the subsetter frees what it never allocated
+    PlainFont plain = withEnoughMemory([&] { return cutDown(face, glyphs, keepNumbers); });
+    if (plain.bytes.empty()) {
+        logWarning("font " + face.file + " can't be cut down and is embedded whole");
+        return compressed(wholeFontBytes(face), glyphs);
+    }
+    auto font = compressed(plain.bytes, std::move(plain.newGlyphs));
+    if (isAgain) fonts.keep(std::move(key), font);
+    return font;
+}
+
+std::shared_ptr<const EmbeddedFont> wholeFont(const FontFace& face) {
+    static KeptFonts& fonts = *new KeptFonts(100, 64 << 20);
+    static std::mutex& making = *new std::mutex;  // by one thread, while the others wait for it
+    const std::lock_guard lock(making);
+    bool isAgain = false;
+    if (auto kept = fonts.find({&face}, isAgain)) return kept;
+    auto font = compressed(wholeFontBytes(face), {});
+    fonts.keep({&face}, font);
+    return font;
 }
 
 }  // namespace qbsvrl6

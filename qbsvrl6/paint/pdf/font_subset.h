@@ -12,22 +12,22 @@
 
 namespace qbsvrl6 {
 
+// The font of a PDF: a CFF table or a TrueType file, compressed.
 struct EmbeddedFont {
-    std::string bytes;                     // a CFF table or a TrueType file
-    std::vector<std::uint32_t> newGlyphs;  // the number in `bytes` of each requested glyph, in that order
+    std::string bytes;
+    std::size_t plainSize = 0;
+    std::vector<std::uint32_t> newGlyphs;  // the number in the font of each requested glyph, in that order
 };
 
 // `keepNumbers`: glyphs keep their numbers, and unused glyphs are empty. Falls back to the whole font if the
-// subsetter fails.
-EmbeddedFont subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs, bool keepNumbers);
+// subsetter fails. The process keeps the last few, because documents of one template often need the same ones:
+// the digits, and the letters of the titles.
+std::shared_ptr<const EmbeddedFont> subsetFont(const FontFace& face, const std::vector<std::uint32_t>& glyphs,
+                                               bool keepNumbers);
 
-// The face with all its glyphs, extracted from its collection and compressed for a PDF. Compressing a Chinese
-// font takes a quarter of a second and 20 MB, so the process caches the last few.
-struct CompressedFont {
-    std::string bytes;
-    std::size_t plainSize = 0;
-};
-std::shared_ptr<const CompressedFont> compressedWholeFont(const FontFace& face);
+// The face with all its glyphs, extracted from its collection; `newGlyphs` is empty, since they keep their
+// numbers. Compressing a Chinese font takes a quarter of a second and 20 MB, so the process keeps the last few.
+std::shared_ptr<const EmbeddedFont> wholeFont(const FontFace& face);
 
 }  // namespace qbsvrl6
 

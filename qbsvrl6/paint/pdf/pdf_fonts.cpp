@@ -277,14 +277,10 @@ std::vector<std::uint32_t> PdfFont::writeFontFile(PdfFile& file, int number,
     const auto entries = [this](std::size_t size) {
         return face_.cff ? "/Subtype/CIDFontType0C" : "/Length1 " + std::to_string(size);
     };
-    if (whole) {
-        const auto font = compressedWholeFont(face_);
-        file.writeStream(number, entries(font->plainSize) + "/Filter/FlateDecode", font->bytes, true);
-        return glyphs;
-    }
-    const EmbeddedFont font = subsetFont(face_, glyphs, keepsNumbers());
-    file.writeStream(number, entries(font.bytes.size()), font.bytes);
-    return font.newGlyphs;
+    const std::shared_ptr<const EmbeddedFont> font =
+        whole ? wholeFont(face_) : subsetFont(face_, glyphs, keepsNumbers());
+    file.writeStream(number, entries(font->plainSize) + "/Filter/FlateDecode", font->bytes, true);
+    return whole ? glyphs : font->newGlyphs;
 }
 
 void PdfFont::write(PdfFile& file, int number, const PdfFontRules& rules) const {
