@@ -130,6 +130,7 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
 
 void BandBuilder::makeText(PlannedText& text, const Position& position, UnplacedItem& unplaced) {
     const Position at = evaluationPosition(text, position);
+    evaluated_.text = context_.spareItems.takeText();
     view_.evaluateText(text.text, at, evaluated_);
     TextItem& item = std::get<TextItem>(unplaced.item->content);
     item.text = std::move(evaluated_.text);
@@ -146,6 +147,7 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Unplaced
     }
     if (context_.options.measureText) {
         const Size box{unplaced.item->box.width, unplaced.item->box.height};
+        if (context_.options.drawText) item.lines = context_.spareItems.takeLines();
         unplaced.needed = context_.options.drawText ? breakText(item, *unplaced.style, box)
                                                     : measureText(item, *unplaced.style, box);
     }
@@ -261,7 +263,7 @@ bool BandBuilder::hasNoWidth(const UnplacedItem& unplaced, const TextItem& text)
 void BandBuilder::beginItems(BandDraft& draft, std::size_t most) {
     unplacedItems_.clear();
     unplacedItems_.reserve(most);
-    draft.band.items = context_.spareItems.take();
+    draft.band.items = context_.spareItems.takeItems();
     draft.band.items.reserve(most);  // so that none moves
 }
 
