@@ -165,8 +165,8 @@ void makeDocuments(const TemplateFolder& folder, int socket) {
     DocumentMaker maker(folder);
     std::string packet;
     while (receivePacket(socket, packet)) {
-        const DocumentAnswer answer = maker.make(DocumentRequest::unpack(packet));
-        if (!sendPacket(socket, answer.packed(), answer.document)) return;
+        const DocumentAnswer answer = maker.make(unpacked<DocumentRequest>(packet));
+        if (!sendPacket(socket, packed(answer), answer.document)) return;
     }
 }
 

@@ -18,9 +18,11 @@ struct DocumentRequest {
     std::string dataKind;   // empty: the content decides
     std::string_view data;  // empty: what the template itself names
 
-    // All but the data, which follow it in the packet.
-    std::string packed() const;
-    static DocumentRequest unpack(std::string_view packet);
+    template <class Request, class Packet>
+    static void pass(Request& request, Packet& packet) {
+        packet.pass(request.name, request.format, request.options, request.parameters, request.dataKind);
+        packet.passRest(request.data);
+    }
 };
 
 struct DocumentAnswer {
@@ -31,8 +33,11 @@ struct DocumentAnswer {
     std::uint64_t pages = 0;
     std::string_view document;
 
-    std::string packed() const;
-    static DocumentAnswer unpack(std::string_view packet);
+    template <class Answer, class Packet>
+    static void pass(Answer& answer, Packet& packet) {
+        packet.pass(answer.status, answer.error, answer.messages, answer.warnings, answer.pages);
+        packet.passRest(answer.document);
+    }
 };
 
 }  // namespace qbreport

@@ -135,7 +135,7 @@ void Service::render(const httplib::Request& request, Response& response, Connec
     }
     std::string packet;
     const WorkerPool::Ending ending =
-        workers_.run(asked.packed(), asked.data, {connection.number(), limit_}, packet);
+        workers_.run(packed(asked), asked.data, {connection.number(), limit_}, packet);
     if (ending != WorkerPool::Ending::Answered) return fail(response, ending, asked.name);
     try {
         finish(asked, packet, response, connection, began);
@@ -146,7 +146,7 @@ void Service::render(const httplib::Request& request, Response& response, Connec
 
 void Service::finish(const DocumentRequest& asked, std::string_view packet, Response& response,
                      Connection& connection, WorkerPool::Clock::time_point began) {
-    const DocumentAnswer answer = DocumentAnswer::unpack(packet);
+    const DocumentAnswer answer = unpacked<DocumentAnswer>(packet);
     if (answer.status != 200) {
         metrics_.addFailure(reasonOf(answer.status));
         return answerError(response, static_cast<int>(answer.status), answer.error,

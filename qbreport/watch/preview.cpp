@@ -76,9 +76,9 @@ void Preview::update() {
     std::string packet;
     PreviewAnswer answer;
     const WorkerPool::Ending ending =
-        workers_.run(PreviewRequest().packed(), "", {aliveSeen_.number(), limit_}, packet);
+        workers_.run(packed(PreviewRequest()), "", {aliveSeen_.number(), limit_}, packet);
     try {
-        if (ending == WorkerPool::Ending::Answered) answer = PreviewAnswer::unpack(packet);
+        if (ending == WorkerPool::Ending::Answered) answer = unpacked<PreviewAnswer>(packet);
     } catch (const Failure& failure) {
         answer.messages = asJson({Severity::Error, failure.what()});
     }
@@ -119,12 +119,12 @@ std::string Preview::items() {
 }
 
 bool Preview::render(const PreviewRequest& request, int client, std::string& packet, PreviewAnswer& answer) {
-    const WorkerPool::Ending ending = workers_.run(request.packed(), "", {client, limit_}, packet);
+    const WorkerPool::Ending ending = workers_.run(packed(request), "", {client, limit_}, packet);
     if (ending != WorkerPool::Ending::Answered) {
         answer.messages = messageOf(ending);
         return false;
     }
-    answer = PreviewAnswer::unpack(packet);
+    answer = unpacked<PreviewAnswer>(packet);
     return answer.isGood;
 }
 

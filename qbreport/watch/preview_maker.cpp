@@ -131,8 +131,8 @@ void makePreviews(const WatchOptions& options, int socket) {
     PreviewMaker maker(options);
     std::string packet;
     while (receivePacket(socket, packet)) {
-        const PreviewAnswer answer = maker.make(PreviewRequest::unpack(packet));
-        if (!sendPacket(socket, answer.packed(), answer.document)) return;
+        const PreviewAnswer answer = maker.make(unpacked<PreviewRequest>(packet));
+        if (!sendPacket(socket, packed(answer), answer.document)) return;
     }
 }
 

@@ -15,8 +15,10 @@ struct PreviewRequest {
     std::string format;   // empty: load everything again, and report what there is
     NamedValues options;  // of the export
 
-    std::string packed() const;
-    static PreviewRequest unpack(std::string_view packet);
+    template <class Request, class Packet>
+    static void pass(Request& request, Packet& packet) {
+        packet.pass(request.format, request.options);
+    }
 };
 
 struct PreviewAnswer {
@@ -28,8 +30,12 @@ struct PreviewAnswer {
     std::vector<std::string> files;  // that the report reads
     std::string_view document;
 
-    std::string packed() const;
-    static PreviewAnswer unpack(std::string_view packet);
+    template <class Answer, class Packet>
+    static void pass(Answer& answer, Packet& packet) {
+        packet.pass(answer.isGood, answer.messages, answer.pages, answer.controls, answer.items,
+                    answer.files);
+        packet.passRest(answer.document);
+    }
 };
 
 }  // namespace qbreport

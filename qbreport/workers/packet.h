@@ -20,6 +20,8 @@ public:
     void pass(const Fields&... fields) {
         (add(fields), ...);
     }
+    // The text that follows the fields is sent from where it is.
+    void passRest(std::string_view) {}
     const std::string& bytes() const { return bytes_; }
 
 private:
@@ -40,7 +42,8 @@ public:
     void pass(Fields&... fields) {
         (read(fields), ...);
     }
-    std::string_view rest() const { return rest_; }
+    // A view into the packet.
+    void passRest(std::string_view& rest) { rest = rest_; }
 
 private:
     void read(std::uint64_t& number);
@@ -53,6 +56,22 @@ private:
 
     std::string_view rest_;
 };
+
+// The packet of a message, which passes its fields in `static void pass(Message&, Packet&)`, and the message of a
+// packet, which it may refer to.
+template <class Message>
+std::string packed(const Message& message) {
+    PacketWriter to;
+    Message::pass(message, to);
+    return to.bytes();
+}
+template <class Message>
+Message unpacked(std::string_view packet) {
+    PacketReader from(packet);
+    Message message;
+    Message::pass(message, from);
+    return message;
+}
 
 inline constexpr std::size_t kPacketHead = sizeof(std::uint64_t);
 
