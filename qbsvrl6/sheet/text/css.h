@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "qbsvrl6/picture/picture.h"
+#include "qbsvrl6/items/item.h"
 #include "qbsvrl6/sheet/grid/cell_style.h"
 
 namespace qbsvrl6 {

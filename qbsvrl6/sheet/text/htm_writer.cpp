@@ -196,6 +196,7 @@ private:
         for (std::size_t row = 0; row < rows.size(); ++row) {
             if (next != blocks.end() && row == next->first) beginBlocks(*next);
             if (blocks_ != nullptr) line_ = static_cast<int>(row - blocks_->first);
+            if (part_ != Part::Head) openBody();
             if (row > 0 || !partIsNew_) writeGap(rows[row].gap);
             partIsNew_ = false;
             overlays_ = {};
@@ -211,12 +212,25 @@ private:
     // Rows of blocks are a part of the table, in which the cells know their lines on a phone.
     void beginBlocks(const BlockRows& blocks) {
         blocks_ = &blocks;
-        out() += "</tbody><tbody class=\"b\">\n";
+        closeBody();
+        openBody(" class=\"b\"");
     }
 
     void endBlocks() {
         blocks_ = nullptr;
-        out() += "</tbody><tbody>\n";
+        closeBody();
+    }
+
+    // The part of a table that has its rows, without its titles, or some of them. It is never empty.
+    void openBody(const char* attributes = "") {
+        if (inBody_) return;
+        inBody_ = true;
+        out() += "<tbody" + std::string(attributes) + ">\n";
+    }
+
+    void closeBody() {
+        if (inBody_) out() += "</tbody>";
+        inBody_ = false;
     }
 
     // Appends the attribute `style` of a cell, if it has one.
@@ -286,11 +300,12 @@ private:
         if (part == part_) return;
         partIsNew_ = true;
         if (part_ == Part::Head && part == Part::Body) {
-            out() += "</thead><tbody>\n";
+            out() += "</thead>";
             part_ = part;
             partIsNew_ = false;
             return;
         }
+        closeBody();
         switch (part_) {
             case Part::None:
                 break;
@@ -299,10 +314,10 @@ private:
                 break;
             case Part::Body:
             case Part::Sums:
-                out() += part == Part::Sums ? "</tbody></table>\n" : "</tbody></table></div>\n";
+                out() += part == Part::Sums ? "</table>\n" : "</table></div>\n";
                 break;
             default:
-                out() += "</tbody></table>\n";
+                out() += "</table>\n";
         }
         part_ = part;
         if (part == Part::None) return;
@@ -314,7 +329,7 @@ private:
                  : part == Part::Sums ? "<table role=\"presentation\">"
                                       : gridStart_;
         out() += columns_;
-        out() += part == Part::Head ? "<thead>\n" : "<tbody>\n";
+        if (part == Part::Head) out() += "<thead>\n";
     }
 
     void writeGap(Micrometres gap) {
@@ -655,6 +670,7 @@ private:
     int line_ = 0;                       // of the current row in its blocks
     Part part_ = Part::None;
     bool partIsNew_ = false;
+    bool inBody_ = false;  // a part of the table is open
 };
 
 }  // namespace
