@@ -50,6 +50,9 @@ TEST_F(BudgetTest, EndsAnExportAtEachFigureAndIsForgotten) {
         tagQBExportType type;
         const char* told;
     };
+    const auto kDocx = static_cast<tagQBExportType>(QBXExportType_DOCX);
+    const auto kOds = static_cast<tagQBExportType>(QBXExportType_ODS);
+    const auto kJson = static_cast<tagQBExportType>(QBXExportType_JSON);
     const Case cases[] = {
         {&QBXBudget::wallMilliseconds, 1, QBExportType_CSV, "the budget wall-time of 1 ms is used up"},
         {&QBXBudget::pages, 2, QBExportType_PDF, "the budget pages of 2 is used up"},
@@ -58,6 +61,12 @@ TEST_F(BudgetTest, EndsAnExportAtEachFigureAndIsForgotten) {
          "the budget pixels of 1,000,000 is used up at one image"},
         {&QBXBudget::documentBytes, 100, QBExportType_CSV,
          "the budget document-size of 100 bytes is used up"},
+        {&QBXBudget::pages, 2, kDocx, "the budget pages of 2 is used up"},
+        {&QBXBudget::pages, 2, kOds, "the budget pages of 2 is used up"},
+        {&QBXBudget::wallMilliseconds, 1, kJson, "the budget wall-time of 1 ms is used up"},
+        {&QBXBudget::documentBytes, 100, kDocx, "the budget document-size of 100 bytes is used up"},
+        {&QBXBudget::documentBytes, 100, kOds, "the budget document-size of 100 bytes is used up"},
+        {&QBXBudget::documentBytes, 100, kJson, "the budget document-size of 100 bytes is used up"},
     };
     QBAttachEventExportBegin(report_, new OnBegin([] { std::this_thread::sleep_for(5ms); }));
     for (const Case& c : cases) {

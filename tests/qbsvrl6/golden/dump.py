@@ -3,6 +3,7 @@ import re
 import struct
 import subprocess
 import sys
+import xml.etree.ElementTree as ElementTree
 import zipfile
 
 
@@ -21,6 +22,118 @@ def dump_xlsx(path):
             part = package.read(name)
             print("--", name)
             print(lines_of(part.decode()) if name.endswith((".xml", ".rels")) else "%d bytes" % len(part))
+
+
+def local(name):
+    return name.rpartition("}")[2]
+
+
+def short(element):
+    """An element without namespaces: "name attribute=value (children)", and without what is the same for other scripts."""
+    values = {local(name): value for name, value in element.attrib.items()}
+    words = [local(element.tag)] + [f"{name}={value}" for name, value in values.items()
+                                    if not name.endswith(("-asian", "-complex")) or value != values.get(name.rpartition("-")[0])]
+    inner = [element.text, *(part for child in element for part in (short(child), child.tail))]
+    inner = ", ".join(part.strip("\n") for part in inner if part and part.strip("\n"))
+    return " ".join(words) + (f" ({inner})" if inner else "")
+
+
+class Numbered:
+    """What occurs many times, as a letter and a number; it is printed where it occurs first."""
+    def __init__(self):
+        self.known, self.new = {}, []
+
+    def name(self, letter, text):
+        if text not in self.known:
+            self.known[text] = letter + str(sum(name[0] == letter for name in self.known.values()) + 1)
+            self.new.append(f"{self.known[text]}: {text}")
+        return self.known[text]
+
+    def line(self, *words):
+        print("\n".join([*self.new, " ".join(word for word in words if word)]))
+        self.new = []
+
+
+def dump_docx(path):
+    """The paragraphs and rows of the document, its headers and its footers; the styles by the names that they have there."""
+    numbered = Numbered()
+
+    def paragraph(element):
+        words = []
+        for child in element:
+            if local(child.tag) == "pPr":
+                words += [numbered.name("P", short(child))] if len(child) else []
+            elif local(child.tag) == "r":
+                words += [numbered.name("R", short(part)) if local(part.tag) == "rPr" else repr(part.text) if local(part.tag) == "t" else short(part)
+                          for part in child]
+            else:
+                words.append(short(child))
+        return " ".join(words)
+
+    def row(element):
+        for cell in element:
+            if local(cell.tag) == "tc":
+                properties = numbered.name("C", short(cell[0]))
+                yield " / ".join([properties, *(paragraph(part) for part in cell[1:])])
+
+    with zipfile.ZipFile(path) as package:
+        for name in package.namelist():
+            if not re.fullmatch(r"word/(document|styles|header\d+|footer\d+)\.xml", name):
+                continue
+            print("--", name)
+            root = ElementTree.fromstring(package.read(name))
+            for element in root[0] if name.endswith("document.xml") else root:
+                kind = local(element.tag)
+                if kind == "tbl":
+                    for part in element:
+                        if local(part.tag) == "tr":
+                            numbered.line("row", numbered.name("H", short(part[0])), "|", " | ".join(row(part)))
+                        else:
+                            numbered.line(numbered.name("T", short(part)))
+                else:
+                    numbered.line("paragraph " + paragraph(element) if kind == "p" else short(element))
+
+
+def dump_ods(path):
+    """The rows and cells of the sheets with their styles, and the other parts."""
+    numbered, styles = Numbered(), {}
+
+    def of(element, *names):
+        found = {local(name): value for name, value in element.attrib.items()}
+        return [found[name] for name in names if name in found]
+
+    def style(letter, element):
+        return " ".join(numbered.name(letter, re.sub(r"^style name=\S+ ", "", styles.get(name, name))) for name in of(element, "style-name"))
+
+    def rows(element):
+        for row in element:
+            kind = local(row.tag)
+            if kind != "table-row":
+                numbered.line(kind, style("C", row), *of(row, "number-columns-repeated", "display-filter-buttons"))
+                yield from rows(row)
+                continue
+            yield row
+
+    with zipfile.ZipFile(path) as package:
+        for name in package.namelist():
+            if name.endswith(("content.xml", "styles.xml")):
+                print("--", name)
+                root = ElementTree.fromstring(package.read(name))
+                styles.update((of(one, "name")[0], short(one)) for one in root.find("{*}automatic-styles"))
+                print(*(text for text in styles.values() if re.match(r"(number|currency|percentage|date|time)-style", text)), sep="\n")
+                for sheet in root.iterfind("*/{*}spreadsheet/*"):
+                    numbered.line(local(sheet.tag), *of(sheet, "name", "print-ranges"), style("S", sheet))
+                    for row in rows(sheet):
+                        cells = [" ".join([style("X", cell), *of(cell, "number-columns-repeated", "number-columns-spanned", "number-rows-spanned", "formula",
+                                                                 "value-type", "value", "date-value", "boolean-value"), *map(short, cell)]) for cell in row]
+                        numbered.line("row", style("R", row), "|", " | ".join(cells))
+                if root.find("*/{*}spreadsheet") is None:
+                    parts = [root.find("{*}automatic-styles"), root.find("{*}master-styles"), root.find("*/*/{*}chart"), root.find(".//{*}plot-area")]
+                    print(*(short(one) for part in parts if part is not None for one in part if local(one.tag) != "plot-area"), sep="\n")
+            else:
+                print("--", name)
+                if name == "settings.xml":
+                    print(*(short(item) for item in ElementTree.fromstring(package.read(name)).iter() if "Split" in str(item.attrib)), sep="\n")
 
 
 def dump_xls(path):
@@ -76,4 +189,4 @@ def dump_image(path):
 
 if __name__ == "__main__":
     extension = sys.argv[1].rpartition(".")[2]
-    {"xlsx": dump_xlsx, "xls": dump_xls, "pdf": dump_pdf, "png": dump_image, "tif": dump_image}.get(extension, dump_markup)(sys.argv[1])
+    {"xlsx": dump_xlsx, "docx": dump_docx, "ods": dump_ods, "xls": dump_xls, "pdf": dump_pdf, "png": dump_image, "tif": dump_image}.get(extension, dump_markup)(sys.argv[1])

@@ -33,6 +33,8 @@ std::string layOutOnce(const GoldenReport& golden, const ExportOptions& options,
     Drawings drawings(report);
     ExportJob job{report, options, layoutOptionsFor(options), nullptr};
     job.layout.drawings = &drawings;
+    job.structure = structureFor(report, options);
+    job.layout.structure = job.structure.get();
     Spool bytes;
     layOut(report, data, job.layout, sink != nullptr ? *sink : *makeSink(job, bytes));
     return bytes.take();
@@ -115,6 +117,7 @@ std::string cellsOf(const GoldenReport& golden, const std::string& name) {
     static const std::map<std::string, ExportKind> kKinds = {
         {"csv", ExportKind::Csv},   {"txt", ExportKind::Txt},  {"htm", ExportKind::Htm},
         {"rtf", ExportKind::Rtf},   {"xls", ExportKind::Xls},  {"xlsx", ExportKind::Xls},
+        {"docx", ExportKind::Docx}, {"ods", ExportKind::Ods},  {"json", ExportKind::Json},
         {"png", ExportKind::Image}, {"tif", ExportKind::Image}};
     const std::size_t dot = name.find('.') + 1;
     const std::string extension = name.substr(dot, name.find('.', dot) - dot);
@@ -132,7 +135,9 @@ std::string cellsOf(const GoldenReport& golden, const std::string& name) {
                    file.path())
             .output;
     }
-    if (options.kind == ExportKind::Csv || options.kind == ExportKind::Txt) return document;
+    const bool isPlain = options.kind == ExportKind::Csv || options.kind == ExportKind::Txt ||
+                         options.kind == ExportKind::Json;
+    if (isPlain) return document;
     // What is special to a case is in the body.
     const char* const body = options.kind == ExportKind::Rtf ? "\n\\pard" : "<body";
     return partsOf(extension, name.ends_with(".body") ? document.substr(document.find(body)) : document);
