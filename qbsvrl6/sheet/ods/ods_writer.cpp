@@ -43,6 +43,12 @@ std::u16string rangeName(const std::u16string& sheet, const SheetArea& area) {
     return corner(area.firstRow, area.firstColumn) + u':' + corner(area.lastRow, area.lastColumn);
 }
 
+// Ends and begins groups that fold, from one level to another.
+void appendGroups(std::string& out, const char* name, int from, int to) {
+    for (; from > to; --from) out += std::string("</") + name + ">\n";
+    for (; from < to; ++from) out += std::string("<") + name + ">\n";
+}
+
 class OdsWriter final : public WorkbookSink {
 public:
     OdsWriter(const SheetOptions& options, Spool& output)
@@ -59,6 +65,7 @@ private:
         std::int64_t row = 0;   // of the sheet: that begins here
         std::size_t later = 0;  // of the pending text, or of the formula
         std::u16string link = {};
+        int outline = 0, outlineBefore = 0;  // of the row, and of the one before it
     };
 
     OdsSheet& sheet() { return sheets_.back(); }
@@ -72,19 +79,17 @@ private:
     void openSheet() {
         sheets_.emplace_back(styles_);
         addGap({Gap::Kind::SheetStart, sheets_.size() - 1});
-        for (const Micrometres width : columnWidths()) {
-            XmlWriter(out())
-                .open("table:table-column")
-                .attribute("table:style-name", "co", styles_.columnStyle(width))
-                .close();
-        }
-        out() += '\n';
     }
 
     void closeSheet() {
         if (sheet().rowCount() == 0) out() += "<table:table-row><table:table-cell/></table:table-row>\n";
-        addGap({Gap::Kind::Row, sheets_.size() - 1, sheet().rowCount()});
+        addRowGap(0);
         out() += "</table:table>\n";
+    }
+
+    void addRowGap(int outline) {
+        addGap({Gap::Kind::Row, sheets_.size() - 1, rowCount(), 0, {}, outline, outline_});
+        outline_ = outline;
     }
 
     void beginSheet() override {
@@ -92,8 +97,12 @@ private:
         openSheet();
     }
     std::int64_t rowCount() const override { return sheets_.back().rowCount(); }
-    void beginRow(Micrometres height, int) override {
-        if (rowCount() < kTitlesWithin) addGap({Gap::Kind::Row, sheets_.size() - 1, rowCount()});
+    void beginRow(Micrometres height, int outline) override {
+        if (rowCount() < kTitlesWithin) {
+            addRowGap(outline);
+        } else {
+            appendGroups(out(), "table:table-row-group", std::exchange(outline_, outline), outline);
+        }
         sheet().beginRow(height);
     }
     void addBlank(int column, int style) override { sheet().addBlank(column, style); }
@@ -182,7 +191,7 @@ private:
     void close(PendingTexts& pending) override {
         closeSheet();
         for (std::size_t i = 0; i < sheets_.size(); ++i) papers_.add(printSetup(i));
-        const std::vector<TitleRows> titles = this->titles();
+        const std::vector<TitleRows> titles = repeatedTitles();
         const std::vector<std::u16string> names =
             sheetNames(charts_.isEmpty() ? std::u16string_view() : kChartNumbersSheet);
         Spool body;
@@ -191,7 +200,7 @@ private:
             if (gap.kind == Gap::Kind::SheetStart) {
                 writeSheetStart(out, gap.sheet, names[gap.sheet]);
             } else if (gap.kind == Gap::Kind::Row) {
-                writeTitleTag(out, gap, titles[gap.sheet]);
+                writeRowStart(out, gap, titles[gap.sheet]);
             } else if (gap.kind == Gap::Kind::Formula) {
                 const std::optional<SheetFormula>& formula = totals().laterFormula(gap.later);
                 if (formula) appendOdsFormula(out, *formula);
@@ -206,7 +215,7 @@ private:
         reportLosses();
     }
 
-    void writeSheetStart(std::string& out, std::size_t number, const std::u16string& name) const {
+    void writeSheetStart(std::string& out, std::size_t number, const std::u16string& name) {
         const OdsSheet& sheet = sheets_[number];
         XmlWriter xml(out);
         xml.open("table:table")
@@ -216,16 +225,41 @@ private:
         const SheetArea whole{0, std::max<std::int64_t>(sheet.rowCount() - 1, 0), 0,
                               std::max(static_cast<int>(columnWidths().size()) - 1, 0)};
         xml.attribute("table:print-ranges", rangeName(name, whole)).lineEnd();
+        const std::vector<int> outlines = featuresOf(number).columnOutlines;
+        int outline = 0;
+        std::size_t column = 0;
+        for (const Micrometres width : columnWidths()) {
+            const int own = column < outlines.size() ? outlines[column] : 0;
+            appendGroups(out, "table:table-column-group", std::exchange(outline, own), own);
+            XmlWriter columns(out);
+            columns.open("table:table-column")
+                .attribute("table:style-name", "co", styles_.columnStyle(width));
+            columns.close();
+            ++column;
+        }
+        appendGroups(out, "table:table-column-group", outline, 0);
+        out += '\n';
     }
 
-    // Printed pages contain their titles.
-    void writeTitleTag(std::string& out, const Gap& gap, const TitleRows& titles) const {
-        if (options().paged || titles.last < titles.first || titles.first >= kTitlesWithin ||
-            titles.last + 1 >= kTitlesWithin) {
-            return;
+    // Printed pages contain their titles, and titles are not divided between groups that fold.
+    std::vector<TitleRows> repeatedTitles() const {
+        std::vector<TitleRows> titles = this->titles();
+        for (TitleRows& rows : titles) {
+            if (options().paged || rows.last + 1 >= kTitlesWithin) rows = {};
         }
-        if (gap.row == titles.first) out += "<table:table-header-rows>\n";
-        if (gap.row == titles.last + 1) out += "</table:table-header-rows>\n";
+        for (const Gap& gap : gaps_) {
+            TitleRows& rows = titles[gap.sheet];
+            const bool divides = gap.kind == Gap::Kind::Row && gap.outline != gap.outlineBefore;
+            if (divides && gap.row > rows.first && gap.row <= rows.last) rows = {};
+        }
+        return titles;
+    }
+
+    static void writeRowStart(std::string& out, const Gap& gap, const TitleRows& titles) {
+        const bool repeats = titles.last >= titles.first;
+        if (repeats && gap.row == titles.last + 1) out += "</table:table-header-rows>\n";
+        appendGroups(out, "table:table-row-group", gap.outlineBefore, gap.outline);
+        if (repeats && gap.row == titles.first) out += "<table:table-header-rows>\n";
     }
 
     // The package. Its type is stored first, as readers expect it.
@@ -244,7 +278,7 @@ private:
         zip.finish();
     }
 
-    // The titles with buttons that filter the rows.
+    // The titles with buttons that filter the rows. Spreadsheet programs know the filter of a sheet by this name.
     std::string filters(const std::vector<std::u16string>& names) const {
         std::string ranges;
         XmlWriter xml(ranges);
@@ -252,8 +286,8 @@ private:
         for (std::size_t i = 0; i < names.size(); ++i) {
             const std::optional<SheetArea> area = featuresOf(i).filter;
             if (!area) continue;
-            if (count == 0) xml.open("table:database-ranges");
-            xml.open("table:database-range").attribute("table:name", "Filter", ++count);
+            if (count++ == 0) xml.open("table:database-ranges");
+            xml.open("table:database-range").attribute("table:name", "__Anonymous_Sheet_DB__", i);
             xml.attribute("table:target-range-address", rangeName(names[i], *area));
             xml.attribute("table:display-filter-buttons", "true").close();
         }
@@ -386,6 +420,7 @@ private:
     PictureList pictures_;
     OdsCharts charts_;
     int objects_ = 0;
+    int outline_ = 0;  // of the last row
     PendingItems pending_;
 };
 

@@ -109,8 +109,10 @@ def dump_ods(path):
         for row in element:
             kind = local(row.tag)
             if kind != "table-row":
-                numbered.line(kind, style("C", row), *of(row, "number-columns-repeated", "display-filter-buttons"))
+                numbered.line(kind, style("C", row), *of(row, "number-columns-repeated", "name", "target-range-address"))
                 yield from rows(row)
+                if len(row):
+                    print("end of", kind)
                 continue
             yield row
 
