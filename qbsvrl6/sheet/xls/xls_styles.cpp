@@ -166,12 +166,17 @@ void appendCellXf(std::string& out, const CellStyle& style, u16 font, u16 format
                        lineStyle(border.bottom) << 12;
     const u32 solid = style.background ? 1 : 0;
     const u32 fill = style.background ? palette.indexOf(*style.background) : kAutomaticLine;
+    // One after the other: their order is that of the palette.
+    const u32 left = color(border.left);
+    const u32 right = color(border.right);
+    const u32 top = color(border.top);
+    const u32 bottom = color(border.bottom);
     BiffRecord(out, biff::kXf)
         .put(font, format, u16{1}, static_cast<u8>(horizontal | (style.wraps ? 8u : 0u) | vertical << 4),
              static_cast<u8>(rotationNumber(style.rotation)),
              static_cast<u8>((style.isNumber ? 0x10 : 0) | style.indent), u8{0xFC},
-             styles | color(border.left) << 16 | color(border.right) << 23,
-             color(border.top) | color(border.bottom) << 7 | solid << 26, static_cast<u16>(fill | 65u << 7));
+             styles | left << 16 | right << 23, top | bottom << 7 | solid << 26,
+             static_cast<u16>(fill | 65u << 7));
 }
 
 void appendPlainXf(std::string& out, bool isStyle) {
