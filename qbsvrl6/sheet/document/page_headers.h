@@ -25,6 +25,8 @@ struct PageHeaderFooter {
     std::shared_ptr<const Picture> background = {};  // null: that of the document
     std::vector<PlacedBand> header;
     std::vector<PlacedBand> footer;
+    // Whether it has no rows. A page break at its top would be ignored: it needs a paragraph.
+    bool isBlank = true;
 };
 
 // Lays out the pending texts of the header and footer.

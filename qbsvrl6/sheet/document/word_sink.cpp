@@ -46,6 +46,7 @@ bool WordSink::keepBand(Band& band, Micrometres x, Micrometres y) {
 
 void WordSink::writeRows(const Band& band, std::span<const CellRow> rows) {
     std::string& out = stream_.text();
+    pages_.back().isBlank = false;
     // Titles that repeat must be the first rows of a table.
     const Part part = band.kind == BandKind::GridTitle ? Part::Titles : Part::Rows;
     const bool beginsTable = part == Part::Titles && part_ == Part::Rows;
@@ -91,6 +92,7 @@ void WordSink::closePages(PendingTexts& pending) {
     for (std::size_t i = 0; i < pages_.size(); ++i) {
         const bool breaksPage = options_.pageBreaks && i > 0 && beginnings_[i].empty();
         if (!breaksPage && shapes_[i].empty()) continue;
+        if (breaksPage && pages_[i - 1].isBlank) appendGap(beginnings_[i], 0, {}, false);
         appendGap(beginnings_[i], 0, std::exchange(shapes_[i], {}), breaksPage);
     }
 }
