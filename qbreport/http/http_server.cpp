@@ -37,6 +37,11 @@ bool isNumber(std::string_view text) {
            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+// Of a request whose length is clear; 0 if it has none.
+std::uint64_t bodyLength(const httplib::Request& request) {
+    return request.get_header_value<std::uint64_t>("Content-Length");
+}
+
 // Requests that a proxy could understand in another way.
 std::optional<Rejection> ambiguity(const httplib::Request& request) {
     const std::size_t lengths = request.get_header_value_count("Content-Length");
@@ -49,6 +54,10 @@ std::optional<Rejection> ambiguity(const httplib::Request& request) {
         (codings == 1 && request.get_header_value("Transfer-Encoding") != "chunked") ||
         (lengths == 1 && !isNumber(request.get_header_value("Content-Length")))) {
         return Rejection{400, "the length of the body is unclear"};
+    }
+    // cpp-httplib would read the body of another method as the next request.
+    if (request.method != "POST" && (codings > 0 || (lengths > 0 && bodyLength(request) > 0))) {
+        return Rejection{400, "a body belongs to POST"};
     }
     if (request.has_header("Content-Encoding")) return Rejection{415, "a body is not compressed here"};
     return std::nullopt;
@@ -138,10 +147,7 @@ private:
             rejection = {405, "there is no method " + request.method};
         }
         if (!rejection) rejection = gate_(request);
-        if (!rejection && request.has_header("Content-Length") &&
-            request.get_header_value<std::uint64_t>("Content-Length") > limits_.bodyBytes) {
-            rejection = {413, bodyTooLong()};
-        }
+        if (!rejection && bodyLength(request) > limits_.bodyBytes) rejection = {413, bodyTooLong()};
         if (rejection) request.set_header("Connection", "close");
         // Neither forms nor parts, neither ranges nor compression: an answer is what the handler says.
         const std::string type = request.get_header_value("Content-Type");

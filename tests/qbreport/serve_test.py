@@ -76,6 +76,8 @@ RAW = {
     b"POST /render/params HTTP/1.1\r\nHost: localhost\r\nContent-Length: +2\r\n\r\n[]": b"400",
     b"POST /render/params HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n": b"400",
     b"POST /render/params HTTP/1.1\r\nHost: localhost\r\nContent-Length: 99999\r\nExpect: 100-continue\r\n\r\n": b"413",
+    b"GET /health HTTP/1.1\r\nHost: localhost\r\nContent-Length: 4\r\n\r\nGET ": b"400",
+    b"HEAD /health HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n": b"400",
     b"GET /health HTTP/1.1\r\n\r\n": b"400",
     b"GET /health HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n": b"400",
     b"GET /health HTTP/1.1\r\nHost: localhost\r\nRange: bytes=" + b"1" * 7000 + b"-\r\nConnection: close\r\n\r\n": b"416",
