@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "qbreport/failure.h"
 
@@ -14,7 +15,7 @@ namespace qbreport {
 
 namespace {
 
-constexpr std::uint32_t kChanges = IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE;
+constexpr std::uint32_t kChanges = IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE | IN_MOVE_SELF | IN_ONLYDIR;
 // An editor that replaces a file causes several events at once.
 constexpr int kBetweenEvents = 10;  // milliseconds
 constexpr int kMostBatches = 20;
@@ -32,24 +33,35 @@ FileWatch::FileWatch() : events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
 }
 
 void FileWatch::setFiles(const std::vector<std::string>& files) {
-    std::map<std::string, std::set<std::string>> wanted;
+    std::map<std::string, Folder> wanted;
     for (const std::string& file : files) {
         const std::filesystem::path path = std::filesystem::absolute(file).lexically_normal();
-        wanted[path.parent_path().string()].insert(path.filename().string());
+        wanted[path.parent_path().string()].names.insert(path.filename().string());
     }
-    for (auto at = folders_.begin(); at != folders_.end();) {
-        const bool isWanted = wanted.contains(at->first);
-        if (!isWanted) ::inotify_rm_watch(events_.number(), at->second);
-        at = isWanted ? std::next(at) : folders_.erase(at);
+    std::set<int> kept;  // one watch may be that of several names of a folder
+    for (auto& [path, folder] : wanted) {
+        const auto known = folders_.find(path);
+        if (known == folders_.end()) continue;
+        folder.watch = known->second.watch;
+        kept.insert(folder.watch);
     }
-    names_.clear();
-    for (const auto& [folder, names] : wanted) {
-        const auto [known, isNew] = folders_.try_emplace(folder, -1);
-        if (isNew || known->second < 0) {
-            known->second = ::inotify_add_watch(events_.number(), folder.c_str(), kChanges);
-        }
-        if (known->second >= 0) names_[known->second].insert(names.begin(), names.end());
+    for (const auto& [path, folder] : folders_) {
+        if (folder.watch >= 0 && kept.insert(folder.watch).second)
+            ::inotify_rm_watch(events_.number(), folder.watch);
     }
+    folders_ = std::move(wanted);
+    watchFolders();
+}
+
+// Returns whether a folder that was missing is there.
+bool FileWatch::watchFolders() {
+    bool hasCome = false;
+    for (auto& [path, folder] : folders_) {
+        if (folder.watch >= 0) continue;
+        folder.watch = ::inotify_add_watch(events_.number(), path.c_str(), kChanges);
+        hasCome = hasCome || folder.watch >= 0;
+    }
+    return hasCome;
 }
 
 bool FileWatch::readEvents(bool every) {
@@ -61,16 +73,23 @@ bool FileWatch::readEvents(bool every) {
         for (ssize_t at = 0; at < size;) {
             const auto* const event = reinterpret_cast<const inotify_event*>(bytes + at);
             const std::string name = event->len > 0 ? event->name : "";
-            const auto watched = names_.find(event->wd);
-            const bool isFile = watched != names_.end() && watched->second.contains(name);
             const bool isLost = (event->mask & IN_Q_OVERFLOW) != 0;
-            hasChanged = hasChanged || isFile || isLost || (every && !isTemporary(name));
+            const bool isMoved = (event->mask & IN_MOVE_SELF) != 0;
+            hasChanged = hasChanged || isLost || isMoved || (every && !isTemporary(name));
+            for (auto& [path, folder] : folders_) {
+                if (folder.watch != event->wd) continue;
+                hasChanged = hasChanged || folder.names.contains(name);
+                // Another folder may take the name of one that is moved or removed.
+                if (isMoved || (event->mask & IN_IGNORED) != 0) folder.watch = -1;
+            }
+            if (isMoved) ::inotify_rm_watch(events_.number(), event->wd);
             at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
         }
     }
 }
 
 bool FileWatch::wait(std::chrono::milliseconds time, bool every) {
+    if (watchFolders()) return true;
     pollfd events{events_.number(), POLLIN, 0};
     if (::poll(&events, 1, static_cast<int>(time.count())) <= 0) return false;
     bool hasChanged = readEvents(every);

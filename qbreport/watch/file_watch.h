@@ -16,8 +16,8 @@ class FileWatch {
 public:
     FileWatch();
 
-    // Watches these files from now on, also before they exist: their folders are what is watched, because
-    // editors replace files.
+    // Watches these files from now on, also before they or their folders exist: the folders are what is
+    // watched, because editors replace files.
     void setFiles(const std::vector<std::string>& files);
 
     // Waits until one of the files has been written or replaced, at most for `time`. `every`: or any other file
@@ -25,11 +25,16 @@ public:
     bool wait(std::chrono::milliseconds time, bool every);
 
 private:
+    struct Folder {
+        int watch = -1;               // -1: there is no such folder now
+        std::set<std::string> names;  // of the files
+    };
+
+    bool watchFolders();
     bool readEvents(bool every);
 
     Descriptor events_;
-    std::map<std::string, int> folders_;          // their watches
-    std::map<int, std::set<std::string>> names_;  // of files, by the watch of their folder
+    std::map<std::string, Folder> folders_;
 };
 
 }  // namespace qbreport

@@ -41,7 +41,8 @@ class Watched(unittest.TestCase):
         self.directory = pathlib.Path(tempfile.mkdtemp())
         os.chdir(self.directory)
         pathlib.Path("reports").mkdir()
-        self.template, self.data = pathlib.Path("reports/sold.qbf"), pathlib.Path("data.json")
+        pathlib.Path("data").mkdir()
+        self.template, self.data = pathlib.Path("reports/sold.qbf"), pathlib.Path("data/rows.json")
         self.replace(TEMPLATE)
         self.data.write_text(json.dumps([{"Item": f"Tea {i}", "Year": 2026} for i in range(6)]), "utf-8")
 
@@ -121,7 +122,16 @@ class Service(Watched):
             until(True)
             self.assertEqual(self.csv()[:11], "Bought 2027")
             self.data.write_text("[{", "utf-8")
-            self.assertEqual(until(False)["messages"][0]["file"], "data.json")
+            self.assertEqual(until(False)["messages"][0]["file"], "data/rows.json")
+            # Another folder takes the name of the one that has been watched.
+            self.data.parent.rename("old")
+            until(False)
+            self.data.parent.mkdir()
+            self.data.write_text('[{"Item": "Cocoa", "Year": 2028}]', "utf-8")
+            until(True)
+            shutil.rmtree(self.data.parent)
+            until(False)
+            self.data.parent.mkdir()
             # The process of the report dies: the next one loads it again.
             self.data.write_text('[{"Item": "Milk", "Year": 1}]', "utf-8")
             until(True)
