@@ -12,6 +12,13 @@ int orderOf(const Value& left, const Value& right, TextArena& arena) {
     return compareValues(left, right, arena);
 }
 
+// Of values that read as numbers.
+int compareNumbers(const Value& left, const Value& right) {
+    Number leftRoom;
+    Number rightRoom;
+    return compare(*numberOf(left, leftRoom), *numberOf(right, rightRoom));
+}
+
 }  // namespace
 
 void AggregateState::restart(std::size_t first) {
@@ -47,9 +54,7 @@ AggregateState::Added AggregateState::compareWithBest(int wantedOrder, const Val
         areNumbers_ = false;
         if (value.type == ValueType::Text && firstText_.empty()) firstText_ = value.text;
     } else if (areNumbers_ || !hasNumbers_) {
-        Number bestRoom;
-        const Value best = bestNumber_.get();
-        if (!hasNumbers_ || compare(*number, *numberOf(best, bestRoom)) * wantedOrder > 0)
+        if (!hasNumbers_ || compareNumbers(value, bestNumber_.get()) * wantedOrder > 0)
             bestNumber_ = OwnedValue(value);
         hasNumbers_ = true;
     }
@@ -87,6 +92,7 @@ AggregateState::Added AggregateState::add(AggregateKind kind, const Value& value
 
 void AggregateState::merge(AggregateKind kind, const AggregateState& other, TextArena& arena) {
     const std::size_t count = count_ + other.count_;
+    const int wantedOrder = kind == AggregateKind::Minimum ? -1 : 1;
     switch (kind) {
         case AggregateKind::Sum:
         case AggregateKind::Average:
@@ -95,7 +101,16 @@ void AggregateState::merge(AggregateKind kind, const AggregateState& other, Text
             break;
         case AggregateKind::Minimum:
         case AggregateKind::Maximum:
-            add(kind, other.result(kind), arena);
+            if (other.count_ == 0) break;
+            // As texts and as numbers: which of these orders counts depends on the values of both states.
+            if (count_ == 0 || orderOf(other.best_.get(), best_.get(), arena) * wantedOrder > 0)
+                best_ = other.best_;
+            if (other.hasNumbers_ &&
+                (!hasNumbers_ ||
+                 compareNumbers(other.bestNumber_.get(), bestNumber_.get()) * wantedOrder > 0)) {
+                bestNumber_ = other.bestNumber_;
+                hasNumbers_ = true;
+            }
             areNumbers_ = areNumbers_ && other.areNumbers_;
             if (firstText_.empty()) firstText_ = other.firstText_;
             break;
