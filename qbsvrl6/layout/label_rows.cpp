@@ -66,9 +66,10 @@ std::size_t LabelRows::start(std::size_t places) const {
     if (!toNumber(view_.evaluate(*labels_.start, position), number)) return 0;
     const double start = number.toDouble();
     if (start >= 1 && start < static_cast<double>(places) + 1) return static_cast<std::size_t>(start) - 1;
-    logWarning("start=\"" + toUtf8(labels_.labels->start) +
-               "\" of <Labels> is no place of the sheet, which has " + std::to_string(places) +
-               ": the first label is at place 1");
+    // The count of pages lays out everything twice.
+    logWarningOnce("start=\"" + toUtf8(labels_.labels->start) +
+                   "\" of <Labels> is no place of the sheet, which has " + std::to_string(places) +
+                   ": the first label is at place 1");
     return 0;
 }
 
