@@ -37,6 +37,8 @@ public:
     BandDraft title();
     // `previous` is the row above, with which suppressed values are compared; none: all values are shown.
     BandDraft row(std::size_t row, std::optional<std::size_t> previous);
+    // Whether the template keeps the row on the page of the next one.
+    bool staysWithNext(std::size_t row);
     // The rows from this one on that merged cells hold together: the row alone if it is in no merged cell.
     RowRange mergedRows(std::size_t row);
     // Several rows as one band, in which merged cells cover several of them.
@@ -114,6 +116,7 @@ private:
     ItemRole roleOfCell(const PlannedControl& control, std::uint32_t entry, int lastColumn) const;
     // The columns up to here are covered by the cell.
     int joinColumns(std::size_t index, const Position& position, Rect& box);
+    std::vector<bool> spannedCells(std::size_t row);
     // Whether each cell is merged with that of the row above.
     std::vector<bool> continuesAbove(std::size_t row);
     bool openMerged(std::size_t index, const Position& position, std::uint32_t entry);

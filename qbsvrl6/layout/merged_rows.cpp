@@ -7,21 +7,44 @@
 
 namespace qbsvrl6 {
 
-// A cell continues that of the row above if its key is the same and those of the merged cells on its left
-// continue as well.
+// Which cells of the row cover further columns, or are covered.
+std::vector<bool> BandBuilder::spannedCells(std::size_t row) {
+    const PlannedGrid& grid = *instance_.plan.grid;
+    std::vector<bool> spanned(grid.joins.size());
+    int covered = -1;
+    for (std::size_t i = 0; i < grid.joins.size(); ++i) {
+        const CellJoins& joins = grid.joins[i];
+        spanned[i] = grid.cells[i].firstColumn <= covered;
+        if (spanned[i] || !joins.spanWhen || !view_.isTrue(*joins.spanWhen, rowPosition(row))) continue;
+        spanned[i] = true;
+        covered = joins.spanLast;
+    }
+    return spanned;
+}
+
+// A cell continues that of the row above if its key is the same, those of the merged cells on its left continue
+// as well, and no cell covers several columns there in either row.
 std::vector<bool> BandBuilder::continuesAbove(std::size_t row) {
     const std::vector<CellJoins>& joins = instance_.plan.grid->joins;
     std::vector<bool> continues(joins.size());
     if (row == 0 || view_.startingLevel(row) < view_.groupCount()) return continues;
+    const std::vector<bool> spanned = spannedCells(row);
+    const std::vector<bool> spannedAbove = spannedCells(row - 1);
     TextArena arena;
     for (std::size_t i = 0; i < joins.size(); ++i) {
         if (!joins[i].mergeBy) continue;
+        if (spanned[i] || spannedAbove[i]) break;
         const OwnedValue above(view_.evaluate(*joins[i].mergeBy, rowPosition(row - 1)));
         const Value key = view_.evaluate(*joins[i].mergeBy, rowPosition(row));
         if (compareValues(above.get(), key, arena) != 0) break;
         continues[i] = true;
     }
     return continues;
+}
+
+bool BandBuilder::staysWithNext(std::size_t row) {
+    const std::optional<Expression>& keep = instance_.plan.grid->keepWithNext;
+    return keep && view_.isTrue(*keep, rowPosition(row));
 }
 
 RowRange BandBuilder::mergedRows(std::size_t row) {
@@ -79,6 +102,8 @@ BandDraft BandBuilder::mergedRows(RowRange rows, std::optional<std::size_t> prev
         merging_ = &merging;
         BandDraft drawn = this->row(row, row == rows.first ? previous : row - 1);
         const std::uint32_t entry = drawn.band.structure;
+        const bool isKept = row > rows.first && staysWithNext(row - 1);
+        if (row > rows.first && !isKept) whole.cuts.push_back(whole.band.height);
         append(whole, std::move(drawn));
         closeMerged(whole, whole.band.height, entry);
         merging_ = nullptr;
@@ -121,7 +146,6 @@ void BandBuilder::fillRow(BandDraft& whole, const BandDraft& row) const {
 // Adds a row below the others of the band. Its background becomes items.
 void BandBuilder::append(BandDraft& whole, BandDraft&& row) const {
     const Micrometres top = whole.band.height;
-    if (top > 0) whole.cuts.push_back(top);
     for (const Micrometres cut : row.cuts) whole.cuts.push_back(top + cut);
     whole.rowTops.push_back(top);
     if (whole.band.structure == 0) whole.band.structure = row.band.structure;

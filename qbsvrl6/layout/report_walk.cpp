@@ -295,8 +295,7 @@ std::size_t ReportWalk::walkRow(std::size_t row) {
     }
     if (isFollowedByFooter(rows.end - 1)) rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, kNoRowCount});
     if (hides) return rows.end;
-    PlannedGrid& grid = *instance_.plan.grid;
-    if (grid.keepWithNext && view_.isTrue(*grid.keepWithNext, builder_.rowPosition(rows.end - 1))) {
+    if (builder_.staysWithNext(rows.end - 1)) {
         rowKeeps_.push_back({flow_->beginKeep(), kOfFooters, static_cast<int>(rows.end - rows.first) + 1});
     }
     const bool first = row == 0 || starting < groups;
