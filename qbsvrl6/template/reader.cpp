@@ -770,6 +770,10 @@ void ReadElement::library(Include& include) {
     if (include.href.empty()) return addError("the attribute \"href\" of <Include> is missing or empty");
     try {
         const ReadLibrary& read = reading_.libraries.open(include.href);
+        // What a library brings is copied into the one that includes it: a few that include one another often
+        // would bring any amount.
+        reading_.libraries.countElements(read.library->styles.size() + read.library->files.size() +
+                                         read.parts.size());
         include.library = read.library;
         for (const auto& [name, part] : read.parts) reading_.parts.insert_or_assign(name, part);
         return;

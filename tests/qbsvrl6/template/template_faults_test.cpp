@@ -109,6 +109,10 @@ TEST(TemplateFaults, OfLibrariesNameTheirFiles) {
             "<Parts><Part name=\"p\" height=\"5mm\"><Text column=\"c\"/><Text text=\"[Sum(a, g)]\"/>"
             "<UsePart name=\"q\"/></Part>\n<Part name=\"p\" height=\"1mm\"/></Parts>");
     library("page.qbf", "<Page/>");
+    for (int i = 0; i < 5; ++i)
+        library("many" + std::to_string(i) + ".qbf",
+                i == 0 ? "<Styles><Style name=\"a\"/></Styles>"
+                       : repeated("<Include href=\"many" + std::to_string(i - 1) + ".qbf\"/>", 30));
     library("good.qbf",
             "<Parts><Part name=\"p\" height=\"5mm\">" + repeated("<Text/>", 1'000) + "</Part></Parts>");
     std::ofstream(scratch.path / "report.qbf") << "<Report version=\"1\"/>";
@@ -140,6 +144,8 @@ TEST(TemplateFaults, OfLibrariesNameTheirFiles) {
         {"parts.qbf", "",
          "F/parts.qbf:2:42: no column is named \"c\"\n"
          "F/parts.qbf:2:60: text=\"[Sum(a, g)]\": "},
+        {"many4.qbf", "",
+         "F/many4.qbf:2:91: the library \"many3.qbf\" is not read: the budget template-elements"},
         {"good.qbf", "<UsePart name=\"q\"/>", "F/t.qbf:3:22: no part of an included library is named \"q\""},
         {"good.qbf", repeated("<UsePart name=\"p\"/>", 300), "F/t.qbf:3:"},
     };
