@@ -604,6 +604,8 @@ void describeCrossCell(Element& element, CellLike& cell) {
     element.styleReference("titleStyle", cell.titleStyleName);
     element.required("value", cell.value, ExpressionCodec{.mayBeBlank = false, .ofCross = true});
     element.attribute("format", cell.format, {}, TextCodec{});
+    element.refuse(cell.format.find(u']') != std::u16string::npos,
+                   "a format has no closing bracket, which ends that of a placeholder");
     element.attribute("empty", cell.empty, {}, TextCodec{});
     element.attribute("width", cell.width, defaults.width, LengthCodec{});
     element.styleReference("style", cell.styleName);
@@ -638,7 +640,8 @@ void describeCrossTable(Element& element, GridLike& grid) {
     element.refuse(cross.cells.empty(), "a <CrossTable> has a <Cell>");
     element.refuse(std::max(cross.rows.size(), cross.columns.size()) > limits::kCrossLevels ||
                        cross.cells.size() > limits::kCrossMeasures,
-                   "too many levels or cells");
+                   "a <CrossTable> has at most 16 levels of rows, 16 of columns and 64 cells");
+    static_assert(limits::kCrossLevels == 16 && limits::kCrossMeasures == 64);
 }
 
 // The detail grid: at most one per report. A title height of 0 means no titles. The height of rows is the
