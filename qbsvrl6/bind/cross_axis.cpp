@@ -3,6 +3,7 @@
 #include <limits>
 #include <utility>
 
+#include "qbsvrl6/bind/passed_values.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
 #include "qbsvrl6/support/limits.h"
@@ -48,6 +49,22 @@ CrossAxisQuery::CrossAxisQuery(const ReportDefinition& report, const DataSources
     binding_ = std::make_unique<Binding>(names_, sources, passed);
     for (const CrossLevel& level : levels) {
         titles_.push_back({binding_->compileText(level.title), binding_->compileText(level.total)});
+    }
+}
+
+void CrossAxisQuery::refusePassed() const {
+    for (std::size_t level = 0; level < levels_.size(); ++level) {
+        const Binding::BoundGroup& group = binding_->groups()[level];
+        qbsvrl6::refusePassed(group.key, *binding_, levels_[level].by);
+        for (const SortTerm& term : group.sort) {
+            qbsvrl6::refusePassed(term.expression, *binding_, levels_[level].sort);
+        }
+        for (const auto& [compiled, text] : {std::pair(&titles_[level].key, &levels_[level].title),
+                                             std::pair(&titles_[level].total, &levels_[level].total)}) {
+            for (const TextPart& part : compiled->parts) {
+                if (part.expression) qbsvrl6::refusePassed(*part.expression, *binding_, *text);
+            }
+        }
     }
 }
 

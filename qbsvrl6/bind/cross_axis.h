@@ -51,6 +51,8 @@ public:
                    std::span<const SubReportParameter> passed, const std::vector<CrossLevel>& levels);
 
     Binding& binding() { return *binding_; }
+    // Raises the same error if keys, their order or titles depend on what an outer report passes.
+    void refusePassed() const;
     // `view` is a view of the binding, made after everything has been compiled.
     CrossAxis find(RowView& view);
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "qbsvrl6/bind/passed_values.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
@@ -84,6 +85,13 @@ CrossTableQuery::CrossTableQuery(const ReportDefinition& report, const DataSourc
     }
     rowConditions_ = compileConditions(cross_.rows);
     columnConditions_ = compileConditions(cross_.columns);
+    columnQuery_.refusePassed();
+    for (std::size_t level = 0; level < cross_.columns.size(); ++level) {
+        const std::vector<ConditionalStyle>& conditions = cross_.columns[level].conditions;
+        for (std::size_t i = 0; i < conditions.size(); ++i) {
+            refusePassed(columnConditions_[level][i].expression, rowQuery_.binding(), conditions[i].when);
+        }
+    }
 }
 
 CrossTableQuery::~CrossTableQuery() = default;

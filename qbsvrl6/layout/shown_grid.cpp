@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "qbsvrl6/bind/passed_values.h"
 #include "qbsvrl6/layout/cross_grid.h"
 #include "qbsvrl6/layout/report_sources.h"
 #include "qbsvrl6/layout/style_pool.h"
@@ -119,6 +120,7 @@ private:
         const auto* const title = std::get_if<TextContent>(&column.title.content);
         if (title != nullptr) levels.front().title = title->text;
         CrossAxisQuery query(report, sources, outer.passed, levels);
+        query.refusePassed();
         RowView view(query.binding(), {}, now_, rowsWithKeys(report, sources, outer));
         CrossAxis axis = query.find(view);
         if (shown.columns.size() + axis.lines.size() > limits::kDataColumns) {
@@ -139,10 +141,23 @@ private:
         }
     }
 
+    // The report for all rows of its table, if its filter reads what an outer report passes; otherwise null.
+    static std::unique_ptr<const ReportDefinition> withoutFilter(const ReportDefinition& report,
+                                                                 const DataSources& sources,
+                                                                 const Outer& outer) {
+        if (outer.passed.empty() || trimmed(report.grid->filter).empty()) return nullptr;
+        const Binding binding(report, sources, outer.passed);
+        if (passedName(*binding.filter(), binding).empty()) return nullptr;
+        auto unfiltered = std::make_unique<ReportDefinition>(report);
+        unfiltered->grid->filter.clear();
+        return unfiltered;
+    }
+
     // Which columns are shown, and how wide those of widths by content are.
     void shapeColumns(const ReportDefinition& report, const DataSources& sources, const Outer& outer,
                       ShownGrid& shown) {
-        Binding binding(report, sources, outer.passed);
+        const std::unique_ptr<const ReportDefinition> unfiltered = withoutFilter(report, sources, outer);
+        Binding binding(unfiltered ? *unfiltered : report, sources, outer.passed);
         std::vector<std::optional<Expression>> conditions;
         std::vector<std::optional<TextTemplate>> texts;
         std::vector<TextTemplate> titles;
@@ -152,7 +167,7 @@ private:
             conditions.emplace_back();
             if (!trimmed(column.visibleWhen).empty()) {
                 conditions.back() = binding.compile(column.visibleWhen);
-                refusePassed(*conditions.back(), column.visibleWhen, outer.passed);
+                refusePassed(*conditions.back(), binding, column.visibleWhen);
             }
             texts.emplace_back();
             const auto* const text = std::get_if<TextContent>(&column.content.content);
@@ -181,22 +196,6 @@ private:
                 measureRows(*texts[i], view, widest);
             }
             shape.width = widest.width;
-        }
-    }
-
-    // Values that an outer report passes differ from place to place, and columns do not.
-    static void refusePassed(const Expression& condition, const std::u16string& text,
-                             std::span<const SubReportParameter> passed) {
-        for (const BoundName& name : condition.names) {
-            const auto isName = [&](const SubReportParameter& parameter) {
-                return parameter.name == name.name;
-            };
-            if (std::none_of(passed.begin(), passed.end(), isName)) continue;
-            throw EngineError(
-                ErrorCode::BadExpression,
-                "visibleWhen=\"" + toUtf8(text) +
-                    "\" of a column: the columns of a sub-report are the same in all places, and \"" +
-                    toUtf8(name.name) + "\" is not");
         }
     }
 
