@@ -198,7 +198,11 @@ void ReportWalk::walkLabels() {
     bool isFirst = true;
     while (!labels.isDone()) {
         std::size_t lines = linesOfSheet(!isFirst);
-        if (instance_.isSubReport && planned.labels->down) lines = (labels.count() + columns - 1) / columns;
+        if (instance_.isSubReport && planned.labels->down) {
+            lines = (labels.count() + columns - 1) / columns;
+            checkLeft(&Budget::dataBytes, lines * columns * sizeof(LabelSheet::value_type),
+                      "the labels of a sub-report");
+        }
         const std::size_t start = isFirst ? labels.start(lines * columns) : 0;
         addLabels(labels.nextSheet(lines, start), lines);
         if (&view_ == context_.watched) Spending::current()->progress().rows = labels.row() + 1;
