@@ -179,6 +179,13 @@ public:
     // Whether they are rows of a nested table: they repeat somewhere, and somewhere are more than a text.
     bool isTable() const { return repeats_ && hasParts_; }
     const RowShape& child(const char* name) const { return children_.find(name)->second; }
+    // Calls `each` with the name of every nested table.
+    template <class Each>
+    void forEachTable(Each each) const {
+        for (const auto& [name, shape] : children_) {
+            if (shape.isTable()) each(name);
+        }
+    }
 
 private:
     std::map<std::string, RowShape, std::less<>> children_;
@@ -217,6 +224,8 @@ public:
                 found.elements.push_back(child);
             }
         }
+        // A record without rows of a nested table has an empty one.
+        shape.forEachTable([&](const std::string& name) { member(name).isTable = true; });
         const bool hasElements = std::any_of(record.begin(), record.end(), isElement);
         if (const std::string text = textOf(record); !hasElements && !text.empty())
             member("value").addText(text);
@@ -242,7 +251,7 @@ private:
 
     void writeMember(const Member& member, const RowShape& shape, std::string& json) {
         if (member.hasText) addMember(json, member.name, inJson(member.text));
-        if (member.elements.empty()) return;
+        if (member.elements.empty() && (member.hasText || !member.isTable)) return;
         addMember(json, member.name, member.isTable ? "[" : "");
         for (const pugi::xml_node& element : member.elements) {
             if (json.ends_with('}')) json += ',';

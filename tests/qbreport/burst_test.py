@@ -162,10 +162,10 @@ class Burst(unittest.TestCase):
         shutil.rmtree("out")
 
     def test_nested_xml(self):
-        """Rows within rows are tables in every document, also where a row has only one of them."""
+        """Rows within rows are tables in every document, also where a row has one of them, or none."""
         pathlib.Path("rows.xml").write_text("""<bank name="B&amp;B"><no.a>one</no.a><list><i Account="1"><line n="1">x</line></i>
             <i><Account>2</Account><line n="2"/><line n="3"><![CDATA[<y>]]></line><tag>a</tag><tag>b</tag><at><city>Lyon</city></at></i>
-            <i Account="3"><line><n>4</n></line></i><other/></list></bank>""", "utf-8")
+            <i Account="3"><line><n>4</n></line></i><i Account="4"/><other/></list></bank>""", "utf-8")
         pathlib.Path("s.qbf").write_text("""<Report version="1"><Data table="i"/><Grid titleHeight="0mm"><Columns>
             <Column name="A" width="90mm"><Content text="[name] [no.a] [Account] [tag] [at.city]"/></Column>
             <Column name="L" width="80mm"><Content><SubReport><Report><Data table="i.line"/><Grid titleHeight="0mm"><Columns>
@@ -175,7 +175,7 @@ class Burst(unittest.TestCase):
         self.assertIn(b"B&B one 2 a, b Lyon", whole)
         words = [PROGRAM, "burst", "s.qbf", "-d", "rows.xml", "--by", "Account", "-o", "out/{Account}.csv"]
         self.run_it(words)
-        self.assertEqual("".join(pathlib.Path(f"out/{key}.csv").read_text("utf-8-sig") for key in (1, 2, 3)), whole.decode("utf-8-sig").replace("\r", ""))
+        self.assertEqual("".join(pathlib.Path(f"out/{key}.csv").read_text("utf-8-sig") for key in (1, 2, 3, 4)), whole.decode("utf-8-sig").replace("\r", ""))
         expected = self.tree()
         for number in (1, 2):
             self.run_it([*words, "--shard", f"{number}/2"])
