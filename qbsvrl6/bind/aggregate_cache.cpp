@@ -9,9 +9,12 @@ std::size_t AggregateCache::indexOf(Slot& slot, RowRange range) {
         return state.range.end > state.range.first && state.range.first == range.first &&
                state.range.end <= range.end;
     });
-    if (known != slot.states.end()) return static_cast<std::size_t>(known - slot.states.begin());
-    const std::size_t index = slot.next++ % slot.states.size();
-    slot.states[index].restart(range.first);
+    const bool isKnown = known != slot.states.end();
+    const auto oldest = std::min_element(slot.lastUses.begin(), slot.lastUses.end());
+    const auto index =
+        static_cast<std::size_t>(isKnown ? known - slot.states.begin() : oldest - slot.lastUses.begin());
+    if (!isKnown) slot.states[index].restart(range.first);
+    slot.lastUses[index] = ++slot.uses;
     return index;
 }
 

@@ -13,7 +13,7 @@
 namespace qbsvrl6 {
 
 // Each aggregate has a slot with its last few ranges: sections of several levels may share an aggregate
-// through a calculated field.
+// through a calculated field, and the rows of a page are summed beside those of all pages before it.
 class AggregateCache {
 public:
     explicit AggregateCache(std::size_t slots = 0) : slots_(slots) {}
@@ -21,9 +21,11 @@ public:
 
     // The state of exactly these rows. If a cached range has the same start, `extend(state)` adds only the
     // new rows, up to range.end, so that running totals take linear time. `extend` may use the cache, even
-    // this slot.
+    // this slot. A range without rows takes no place in the cache: before a row is on a page, the pages before
+    // it have none.
     template <class Extend>
     const AggregateState& stateOf(std::uint32_t slot, RowRange range, Extend&& extend) {
+        if (range.end <= range.first) return ofNoRows_;
         const std::size_t index = indexOf(slots_[slot], range);
         if (slots_[slot].states[index].range.end < range.end) {
             AggregateState state = std::move(slots_[slot].states[index]);
@@ -36,7 +38,8 @@ public:
 private:
     struct Slot {
         std::array<AggregateState, 4> states;
-        std::size_t next = 0;  // to be replaced
+        std::array<std::uint64_t, 4> lastUses{};  // the one that was not used for longest is replaced
+        std::uint64_t uses = 0;
     };
 
     // The index of a state that has the start of the range and does not exceed it, or else of a new, empty
@@ -44,6 +47,7 @@ private:
     static std::size_t indexOf(Slot& slot, RowRange range);
 
     std::vector<Slot> slots_;
+    AggregateState ofNoRows_;
 };
 
 }  // namespace qbsvrl6

@@ -147,6 +147,13 @@ const Shape kShapes[] = {
     {"rows of a sub-report in one cell",
      [](int n) { return R"({"m":[{"id":1}],"d":[)" + repeated(n, R"({"v":#})", ",") + "]}"; },
      [](int) { return kLongCell; }, QBExportType_PDF},
+    {"sums of pages and of those before", [](int n) { return "[" + repeated(n, R"({"a":#})", ",") + "]"; },
+     [](int) {
+         return std::string(
+             "<Grid rowHeight='130mm'><Columns><Column name='a' width='60mm'><Content text='[Sum(a, Page)] "
+             "[Sum(a, BroughtForward)]'/></Column></Columns></Grid>");
+     },
+     QBExportType_PDF},
     {"texts side by side",
      {},
      [](int n) { return header(repeated(n, "<Text x='#mm' width='1.5mm' height='5mm' text='x'/>")); }},
