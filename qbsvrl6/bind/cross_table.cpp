@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "qbsvrl6/bind/cross_arguments.h"
 #include "qbsvrl6/bind/passed_values.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/budget.h"
@@ -157,7 +158,8 @@ public:
           view_(view),
           rows_(query.rowQuery_.find(view)),
           columns_(query.columns_),
-          width_(columns_.nodes.size()) {
+          width_(columns_.nodes.size()),
+          arguments_(view, rows_, columns_, argumentsOf(query.totals_)) {
         const std::size_t cells = rows_.nodes.size() * width_;
         if (rows_.nodes.size() > limits::kCrossCells / width_) {
             throw EngineError(ErrorCode::LimitExceeded,
@@ -196,14 +198,12 @@ private:
     };
     using RunningTotals = std::vector<Running>;  // of each total that an expression reads
 
-    // Rows whose arguments of the totals are known.
-    struct Batch {
-        std::size_t first = 0, end = 0;
-        std::vector<Value> arguments;  // by row and total
-        TextArena texts;
-    };
+    static std::vector<const Expression*> argumentsOf(const std::vector<Total>& totals) {
+        std::vector<const Expression*> arguments;
+        for (const Total& total : totals) arguments.push_back(total.argument);
+        return arguments;
+    }
 
-    void readBatch(std::size_t first);
     void startNode(std::uint32_t node);
     void addRow(Block& block, std::uint32_t column, std::size_t row);
     void close(std::size_t depth);
@@ -224,7 +224,7 @@ private:
     const CrossAxis rows_;
     const CrossAxis& columns_;
     const std::size_t width_;  // column nodes
-    Batch batch_;
+    CrossArguments arguments_;
     std::vector<Block> blocks_;                      // of each depth of row nodes, the one of all rows first
     std::vector<std::uint32_t> counts_;              // of rows, by row node and column node
     std::vector<Value> values_;                      // the same, by total
@@ -252,7 +252,6 @@ void CrossTableQuery::Evaluation::total() {
     Position position;
     for (std::size_t row = 0; row < view_.rowCount(); ++row) {
         goOn();
-        if (row == batch_.end) readBatch(row);
         position.row = row;
         const std::size_t tableRow = *view_.tableRow(position);
         const std::uint32_t node = rows_.leafOf[tableRow];
@@ -262,43 +261,6 @@ void CrossTableQuery::Evaluation::total() {
         addRow(blocks_.back(), column, row);
     }
     for (std::size_t depth = blocks_.size(); depth-- > 0;) close(depth);
-}
-
-// The rows of a key are far apart in the table: columns are read in the order of the table, which the caches of the
-// table and of the processor are made for. Other expressions may depend on the rows before them.
-void CrossTableQuery::Evaluation::readBatch(std::size_t first) {
-    constexpr std::size_t kArguments = 1u << 16;
-    const std::vector<Total>& totals = query_.totals_;
-    batch_.first = first;
-    batch_.end =
-        std::min(view_.rowCount(),
-                 first + std::max<std::size_t>(kArguments / std::max<std::size_t>(totals.size(), 1), 1));
-    batch_.texts.reset();
-    batch_.arguments.assign((batch_.end - first) * totals.size(), {});
-    std::vector<std::pair<std::size_t, std::size_t>> order;  // rows of the table and of the view
-    Position position;
-    position.scope = view_.rowScope();
-    position.ofRow = true;
-    for (position.row = first; position.row < batch_.end; ++position.row) {
-        const std::size_t tableRow = *view_.tableRow(position);
-        const bool counts =
-            rows_.leafOf[tableRow] != CrossAxis::kNowhere && columns_.leafOf[tableRow] != CrossAxis::kNowhere;
-        if (counts) order.emplace_back(tableRow, position.row);
-    }
-    const auto isColumn = [](const Total& total) {
-        const BoundName* const name = total.argument == nullptr ? nullptr : total.argument->loneName();
-        return total.argument == nullptr || (name != nullptr && name->kind == NameKind::Column);
-    };
-    if (std::all_of(totals.begin(), totals.end(), isColumn)) std::sort(order.begin(), order.end());
-    for (const auto& [tableRow, row] : order) {
-        position.row = row;
-        Value* const arguments = &batch_.arguments[(row - first) * totals.size()];
-        for (std::size_t i = 0; i < totals.size(); ++i) {
-            if (totals[i].argument == nullptr) continue;
-            arguments[i] = view_.evaluate(*totals[i].argument, position);
-            if (!arguments[i].text.empty()) arguments[i].text = batch_.texts.copy(arguments[i].text);
-        }
-    }
 }
 
 void CrossTableQuery::Evaluation::startNode(std::uint32_t node) {
@@ -315,6 +277,7 @@ void CrossTableQuery::Evaluation::addRow(Block& block, std::uint32_t column, std
     position.row = row;
     position.scope = view_.rowScope();
     position.ofRow = true;
+    const std::span<const Value> arguments = arguments_.of(row);
     if (block.counts[column]++ == 0) block.touched.push_back(column);
     for (std::size_t i = 0; i < query_.totals_.size(); ++i) {
         const Total& total = query_.totals_[i];
@@ -323,8 +286,7 @@ void CrossTableQuery::Evaluation::addRow(Block& block, std::uint32_t column, std
             state.countRow();
             continue;
         }
-        const Value& value = batch_.arguments[(row - batch_.first) * query_.totals_.size() + i];
-        view_.add(state, total.kind, *total.argument, value, position);
+        view_.add(state, total.kind, *total.argument, arguments[i], position);
     }
 }
 
