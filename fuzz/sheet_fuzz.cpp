@@ -110,6 +110,9 @@ std::string document(Source source, std::unique_ptr<PageSink> (*make)(const Shee
         }
         Band band;
         band.kind = static_cast<BandKind>(source.byte() % 9);
+        const bool isOfGroup = band.kind == BandKind::GroupHeader || band.kind == BandKind::GroupFooter;
+        if (isOfGroup && make == &makeJson)
+            band.kind = BandKind::Row;  // a group has an entry in its structure
         band.inGrid = source.byte() % 2 == 0;
         band.width = 180'000;
         band.height = std::abs(source.length());
