@@ -1,5 +1,7 @@
 #include "qbreport/formats.h"
 
+#include <simdjson.h>
+
 #include <algorithm>
 #include <array>
 
@@ -32,6 +34,16 @@ const char* mediaTypeOf(std::string_view format) {
     const auto* const known = std::find_if(kTypes.begin(), kTypes.end(),
                                            [&](const FormatType& type) { return type.format == format; });
     return known == kTypes.end() ? nullptr : known->type;
+}
+
+std::string mediaTypeOf(std::string_view format, std::string_view document) {
+    constexpr std::string_view kCharset = "; charset=utf-8";
+    std::string type = mediaTypeOf(format);
+    const std::size_t charset = type.find(kCharset);
+    const bool isOther =
+        charset != std::string::npos && !simdjson::validate_utf8(document.data(), document.size());
+    if (isOther) type.resize(charset);
+    return type;
 }
 
 }  // namespace qbreport

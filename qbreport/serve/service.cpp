@@ -157,7 +157,8 @@ void Service::finish(const DocumentRequest& asked, std::string_view packet, Resp
         return answerBusy(response, "too many documents are being sent");
     }
     response.status = 200;
-    response.set_content(answer.document.data(), answer.document.size(), mediaTypeOf(asked.format));
+    response.set_content(answer.document.data(), answer.document.size(),
+                         mediaTypeOf(asked.format, answer.document));
     // Besides the policy of all answers. In the others, it would keep browsers from showing a PDF.
     if (asked.format == "html") response.set_header("Content-Security-Policy", "sandbox");
     response.set_header("Content-Disposition", "inline; filename=\"" + fileName(asked) + "\"");

@@ -119,8 +119,8 @@ private:
                 asked.options.emplace_back(name, value);
             }
         }
-        const char* const type = mediaTypeOf(asked.format);
-        if (type == nullptr) return answerError(response, 400, "there is no such format");
+        if (mediaTypeOf(asked.format) == nullptr)
+            return answerError(response, 400, "there is no such format");
         std::string packet;
         PreviewAnswer answer;
         if (!preview_.render(asked, connection.number(), packet, answer)) {
@@ -131,7 +131,8 @@ private:
             response.set_header("Content-Security-Policy",
                                 "sandbox; default-src 'none'; img-src data:; style-src 'unsafe-inline'");
         }
-        response.set_content(answer.document.data(), answer.document.size(), type);
+        response.set_content(answer.document.data(), answer.document.size(),
+                             mediaTypeOf(asked.format, answer.document));
     }
 
     const WatchOptions& options_;

@@ -29,6 +29,8 @@ PARAMETERS = """<Report version="1"><DefaultStyle font="Liberation Sans"/>
   <Grid titleHeight="0mm"><Columns><Column name="Item" width="60mm"><Content text="[Item]"/></Column></Columns></Grid></Report>"""
 PICTURES = '<Report version="1"><ReportHeader height="9mm">%s</ReportHeader></Report>' % "".join(
     f'<Picture width="9mm" height="9mm" source="{source}"/>' for source in ("../secret.png", "/etc/passwd", "link.png"))
+GBK = """<Report version="1"><Csv encoding="gbk"/><Grid titleHeight="0mm"><Columns><Column name="Item" width="60mm"><Content text="[Item]"/>
+  </Column></Columns></Grid></Report>"""
 # Its data come from an address that answers when the test wants it.
 SLOW = """<Report version="1"><Data connection="xml" query="http://127.0.0.1:%d/"/>
   <Grid titleHeight="0mm"><Columns><Column name="Item" width="60mm"><Content text="[Item]"/></Column></Columns></Grid></Report>"""
@@ -36,7 +38,7 @@ SLOW = """<Report version="1"><Data connection="xml" query="http://127.0.0.1:%d/
 # Method, target, body, headers: status, and the answer as a regular expression.
 CASES = [
     (("GET", "/health"), 200, r'{"status": "ok"}'),
-    (("GET", "/templates"), 200, r'{"templates": \["eu/params", "inner", "invoice", "params", "pictures", "slow"\]}'),
+    (("GET", "/templates"), 200, r'{"templates": \["eu/params", "gbk", "inner", "invoice", "params", "pictures", "slow"\]}'),
     (("GET", "/nothing"), 404, r'{"error": "there is nothing at this address"}'),
     (("GET", "/render/params"), 405, "POST"),
     (("DELETE", "/render/params"), 405, "DELETE"),
@@ -46,6 +48,7 @@ CASES = [
     (("POST", "/render/eu/params?format=csv", "Item;Note\na;b\n", {"Content-Type": "text/csv"}), 200, "\ufeff2024 none \r\n|\ufeff2024 none b\r\na"),
     (("POST", "/render/params?format=csv&data-kind=csv:separator=comma", "Item,Note\na,b\n"), 200, "\ufeff2024 none b\r\na\r\n"),
     (("POST", "/render/params?format=csv", '{"Item":1,"Note":2}\n{"Item":3}', {"Content-Type": "application/x-ndjson; charset=utf-8"}), 200, "\ufeff2024 none 2\r\n1\r\n3\r\n"),
+    (("POST", "/render/gbk?format=csv", '[{"Item": "茶"}]'), 200, "^茶\r\n$"),
     (("POST", "/render/params?format=csv", "a=b&c=d\n" * 2000, {"Content-Type": "application/x-www-form-urlencoded"}), 200, "\ufeff2024 none "),
     (("POST", "/render/inner?format=csv", '[{"Item": "in"}]'), 200, "\ufeff2024 none "),
     (("POST", "/render/params?format=csv"), 422, r'{"error": "the template needs data: it reads Note, Item; send them as the body", "messages": \[\]}'),
@@ -96,7 +99,7 @@ class Serve(unittest.TestCase):
         (folder / "eu").mkdir(parents=True)
         shutil.copy(STARTERS / "invoice.qbf", folder)
         for name, text in {"reports/params": PARAMETERS, "reports/eu/params": PARAMETERS, "reports/.hidden": PARAMETERS, "secret": PARAMETERS,
-                           "reports/pictures": PICTURES, "reports/slow": SLOW % self.web.getsockname()[1]}.items():
+                           "reports/gbk": GBK, "reports/pictures": PICTURES, "reports/slow": SLOW % self.web.getsockname()[1]}.items():
             pathlib.Path(name + ".qbf").write_text(text, "utf-8")
         (folder / "inner.qbf").symlink_to("eu/params.qbf")
         (folder / "link.qbf").symlink_to("../secret.qbf")
@@ -155,7 +158,8 @@ class Serve(unittest.TestCase):
             for request, status, expected in CASES:
                 with self.subTest(request=request[:2]):
                     got, answer, headers = self.ask(*request)
-                    text = answer.decode()
+                    type = headers["Content-Type"]
+                    text = answer.decode("gbk" if type == "text/csv" else "utf-8")
                     self.assertEqual(got, status, text)
                     self.assertRegex(text, expected)
                     self.assertNotIn(str(self.directory), text)
