@@ -7,179 +7,25 @@
 #include <span>
 #include <unordered_set>
 
-#include "qbsvrl6/bind/binding.h"
-#include "qbsvrl6/bind/cross_expression.h"
 #include "qbsvrl6/model/inheritance.h"
-#include "qbsvrl6/support/ascii.h"
-#include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/files.h"
 #include "qbsvrl6/support/log.h"
 #include "qbsvrl6/support/source_text.h"
 #include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/white_space.h"
 #include "qbsvrl6/support/xml_attributes.h"
 #include "qbsvrl6/template/hidden_controls.h"
 #include "qbsvrl6/template/known_templates.h"
 #include "qbsvrl6/template/libraries.h"
-#include "qbsvrl6/template/raw_characters.h"
+#include "qbsvrl6/template/reading.h"
+#include "qbsvrl6/template/reference_checks.h"
 #include "qbsvrl6/template/schema.h"
 #include "qbsvrl6/template/template_io.h"
 
 namespace qbsvrl6 {
 
 namespace {
-
-// A style or column that is named before the whole report is known.
-struct Reference {
-    enum class To { Style, Column, Page } to;
-    std::u16string name;
-    std::size_t offset;
-};
-
-// An expression, a sort or a text with placeholders, which is checked against the whole report.
-struct NotedExpression {
-    enum class Kind { Expression, Sort, Placeholders, Return, Cross };
-
-    std::string attribute;
-    std::u16string text;
-    Kind kind;
-    bool knowsPage;
-    std::size_t offset;
-};
-
-// The name of a value that a sub-report returns.
-struct NotedReturn {
-    std::u16string name;
-    std::size_t offset;
-};
-
-// A text whose position the report stores for messages.
-struct PlacedText {
-    std::size_t offset;
-    std::size_t key;
-    TextPlaces* places;
-};
-
-// A control whose position the report stores for messages.
-struct PlacedControl {
-    std::size_t offset;
-    Control* control;
-};
-
-struct FoundError {
-    ErrorCode code;
-    std::string message;
-    std::size_t offset;
-};
-
-struct FoundWarning {
-    std::string message;
-    std::size_t offset;
-    bool operator<(const FoundWarning& other) const { return offset < other.offset; }
-};
-
-// Ends the reading of a template with too many errors, or with one that makes the rest meaningless.
-struct ReadingEnds {};
-
-// A report that is being read, and the names of its styles, collected when they are first asked for.
-struct ReportAround {
-    const ReportDefinition* report = nullptr;
-    std::optional<std::unordered_set<std::u16string_view>> styles = {};
-
-    bool hasStyle(const std::u16string& name) {
-        if (!styles) {
-            styles.emplace();
-            for (const NamedStyle& style : report->styles) styles->insert(style.name);
-            for (const Include& include : report->includes) {
-                for (const NamedStyle& style : include.library->styles) styles->insert(style.name);
-            }
-        }
-        return styles->contains(name);
-    }
-};
-
-struct Reading {
-    const SourceText& source;
-    Libraries& libraries;
-    std::string folder;  // of the template; its relative names start there
-    std::string home;    // the same for reach.h; empty: the template is from no file
-    std::vector<Reference> references = {};
-    std::vector<NotedExpression> expressions = {};
-    std::vector<NotedExpression> innerExpressions = {};  // of the sub-report that follows
-    std::vector<NotedReturn> returns = {};
-    std::vector<FoundError> errors = {};
-    std::vector<FoundWarning> warnings = {};
-    std::vector<PlacedText> texts = {};
-    std::vector<PlacedControl> controls = {};
-    TextPlaces* places = nullptr;            // of the report that is being read
-    std::vector<ReportAround> reports = {};  // that one, after those around it
-    int reportDepth = 0;
-    Parts parts = {};  // of all included libraries
-    bool isLibrary = false;
-    std::vector<EngineError> libraryErrors = {};
-
-    // Reading continues after most errors, so that all of them are reported.
-    void addError(ErrorCode code, std::string message, std::size_t offset) {
-        errors.push_back({code, std::move(message), offset});
-        const bool restIsUnknown = code == ErrorCode::LimitExceeded || code == ErrorCode::UnknownVersion;
-        if (restIsUnknown || errors.size() > limits::kTemplateErrors) throw ReadingEnds();
-    }
-    [[noreturn]] void fail();
-    void logWarnings();
-
-    void addText(std::u16string_view text, TextUse use, std::size_t offset) {
-        texts.push_back({offset, TextPlaces::keyOf(text, use), places});
-    }
-    void settlePlaces();
-};
-
-// The places of all reports: one pass over the text for their texts, one for their controls.
-void Reading::settlePlaces() {
-    const auto settle = [this](auto& found, auto&& take) {
-        std::stable_sort(found.begin(), found.end(),
-                         [](const auto& left, const auto& right) { return left.offset < right.offset; });
-        PlaceCursor cursor(source);
-        for (auto& one : found) take(one, cursor.place(one.offset).position);
-    };
-    settle(texts, [](PlacedText& text, TextPosition position) { text.places->add(text.key, position); });
-    settle(controls, [](PlacedControl& found, TextPosition position) { found.control->position = position; });
-}
-
-void Reading::fail() {
-    std::stable_sort(errors.begin(), errors.end(), [](const FoundError& left, const FoundError& right) {
-        return left.offset < right.offset;
-    });
-    PlaceCursor cursor(source);
-    std::vector<EngineError> placed = std::move(libraryErrors);
-    for (const FoundError& error : errors) {
-        if (placed.size() == limits::kTemplateErrors) {
-            placed.emplace_back(ErrorCode::BadTemplate, "there are more errors",
-                                SourcePlace{source.origin()});
-            break;
-        }
-        placed.emplace_back(error.code, error.message, cursor.place(error.offset));
-    }
-    throw TemplateError(std::move(placed));
-}
-
-void Reading::logWarnings() {
-    for (const RawCharacter& raw : findRawCharacters(source.text(), limits::kTemplateErrors)) {
-        warnings.push_back({std::string("a raw \"") + raw.character +
-                                "\" in an attribute is not XML; write \"" +
-                                (raw.character == '<' ? "&lt;" : "&amp;") + '"',
-                            raw.offset});
-    }
-    std::stable_sort(warnings.begin(), warnings.end());
-    if (warnings.size() > limits::kTemplateErrors) warnings.resize(limits::kTemplateErrors);
-    const LogSubject subject(source.origin());
-    PlaceCursor cursor(source);
-    for (const FoundWarning& warning : warnings) {
-        logWarning(warning.message, cursor.place(warning.offset).position);
-    }
-}
-
-std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
-std::string tag(std::string_view name) { return '<' + std::string(name) + '>'; }
 
 // The end of a message about a name that is not one of these.
 std::string instead(std::string_view wrong, std::span<const std::string_view> names) {
@@ -447,15 +293,7 @@ public:
     void controls(ControlList& list);
     void cell(const char* name, Control& control);
     void nestedReport(const char* name, Owned<Report>& report);
-    void checkReferences(const ReportDefinition& report);
-    bool isStyle(const std::u16string& name) const;
-    void checkReturns();
-    void checkExpressions(const ReportDefinition& report);
-    void checkFormats(const TextTemplate& text, std::size_t offset);
-    static void checkReturn(const Expression& expression);
-    static void checkKnownGroups(const Binding& binding, const Expression& expression,
-                                 const NotedExpression& noted, const ReportDefinition& report);
-    static void checkPageUse(const Expression& expression, const NotedExpression& noted);
+    void checkReferences(const ReportDefinition& report) { qbsvrl6::checkReferences(reading_, report); }
 
     // Rejects attributes, elements and text that nothing has asked for.
     void finish();
@@ -830,149 +668,6 @@ void ReadElement::nestedReport(const char* name, Owned<Report>& report) {
         reading_.places = outerPlaces;
         --reading_.reportDepth;
     });
-}
-
-// A style of the report that is being read, or one that it inherits.
-bool ReadElement::isStyle(const std::u16string& name) const {
-    for (auto around = reading_.reports.rbegin(); around != reading_.reports.rend(); ++around) {
-        if (around->hasStyle(name)) return true;
-        if (!around->report->inherits) return false;
-    }
-    return false;
-}
-
-void ReadElement::checkReferences(const ReportDefinition& report) {
-    std::unordered_set<std::u16string_view> columns;
-    std::unordered_set<std::u16string_view> pages;
-    for (const NamedPage& page : report.namedPages) pages.insert(page.name);
-    if (report.grid) {
-        for (const auto& column : report.grid->columns) columns.insert(column->name);
-    }
-    for (const Reference& reference : reading_.references) {
-        const bool toStyle = reference.to == Reference::To::Style;
-        const bool toPage = reference.to == Reference::To::Page;
-        if (toStyle ? isStyle(reference.name) : (toPage ? pages : columns).contains(reference.name)) continue;
-        const char* const where = toPage && reading_.reports.size() > 1
-                                      ? ": a section of a sub-report is on the paper of the section around it"
-                                      : "";
-        reading_.addError(ErrorCode::BadTemplate,
-                          std::string("no ") +
-                              (toStyle  ? "style"
-                               : toPage ? "page"
-                                        : "column") +
-                              " is named " + quoted(toUtf8(reference.name)) + where,
-                          reference.offset);
-    }
-    checkReturns();
-    checkExpressions(report);
-}
-
-void ReadElement::checkReturns() {
-    std::unordered_set<std::u16string> names;
-    for (const NotedReturn& returned : reading_.returns) {
-        if (names.insert(lowerCase(returned.name)).second) continue;
-        reading_.addError(ErrorCode::BadTemplate,
-                          "another <Return> is named " + quoted(toUtf8(returned.name)), returned.offset);
-    }
-}
-
-// The report's names without its data and columns.
-ReportDefinition namesOf(const ReportDefinition& report) {
-    ReportDefinition names;
-    names.fields = report.fields;
-    names.grid = std::make_unique<DetailGrid>();
-    if (!report.grid) return names;
-    for (const auto& group : report.grid->groups) {
-        names.grid->groups.push_back(std::make_unique<Group>());
-        names.grid->groups.back()->name = group->name;
-        names.grid->groups.back()->by = u"null";
-    }
-    return names;
-}
-
-// Binds them all to the report without its data. This finds aggregates over groups that don't exist, and
-// calculated fields that need themselves.
-void ReadElement::checkExpressions(const ReportDefinition& report) {
-    ReportDefinition names = namesOf(report);
-    const Table noRows{u""};
-    Binding binding(names, {nullptr, &noRows, nullptr}, {}, &report);
-    for (const NotedExpression& noted : reading_.expressions) {
-        if (trimmed(noted.text).empty()) continue;
-        try {
-            switch (noted.kind) {
-                case NotedExpression::Kind::Placeholders:
-                    checkFormats(binding.compileText(noted.text), noted.offset);
-                    break;
-                case NotedExpression::Kind::Sort:
-                    for (const SortTerm& term : binding.compileSort(noted.text)) {
-                        checkPageUse(term.expression, noted);
-                        checkKnownGroups(binding, term.expression, noted, report);
-                    }
-                    break;
-                case NotedExpression::Kind::Cross:
-                    if (report.grid && report.grid->cross) {
-                        checkCrossExpression(Expression::parse(noted.text), *report.grid->cross, noted.text);
-                    }
-                    break;
-                case NotedExpression::Kind::Return:
-                    checkReturn(binding.compile(noted.text));
-                    break;
-                case NotedExpression::Kind::Expression: {
-                    const Expression expression = binding.compile(noted.text);
-                    checkPageUse(expression, noted);
-                    checkKnownGroups(binding, expression, noted, report);
-                    break;
-                }
-            }
-        } catch (const EngineError& error) {
-            reading_.addError(
-                error.code() == ErrorCode::BadExpression ? ErrorCode::BadTemplate : error.code(),
-                noted.attribute + "=" + quoted(toUtf8(noted.text)) + ": " + expressionError(error),
-                noted.offset);
-            // Texts that show a calculated field are not reported for its error.
-            for (Field& field : names.fields) {
-                if (field.expression == noted.text) field.expression.clear();
-            }
-        }
-    }
-}
-
-void ReadElement::checkFormats(const TextTemplate& text, std::size_t offset) {
-    for (const TextPart& part : text.parts) {
-        const std::string problem = part.format.problem();
-        if (problem.empty()) continue;
-        reading_.warnings.push_back(
-            {"the format " + quoted(toUtf8(part.format.text())) + ' ' + problem, offset});
-    }
-}
-
-void ReadElement::checkReturn(const Expression& expression) {
-    if (!expression.usesPage && !expression.usesPageCount) return;
-    throw EngineError(ErrorCode::BadExpression,
-                      "returned values are of rows, not of pages: no page number, page count or page total");
-}
-
-// Rows are chosen and sorted while only some groups are known.
-void ReadElement::checkKnownGroups(const Binding& binding, const Expression& expression,
-                                   const NotedExpression& noted, const ReportDefinition& report) {
-    if (!report.grid) return;
-    const bool isSort = noted.kind == NotedExpression::Kind::Sort;
-    if ((isSort ? report.grid->sort : report.grid->filter) == noted.text) {
-        binding.checkKnownGroups(expression, -1);
-    }
-    int level = 0;
-    for (const auto& group : report.grid->groups) {
-        if ((isSort ? group->sort : group->by) == noted.text) {
-            binding.checkKnownGroups(expression, isSort ? level : level - 1);
-        }
-        ++level;
-    }
-}
-
-void ReadElement::checkPageUse(const Expression& expression, const NotedExpression& noted) {
-    if (noted.knowsPage || (!expression.usesPage && !expression.usesPageCount)) return;
-    throw EngineError(ErrorCode::BadExpression,
-                      "rows are chosen before there are pages: no page number, page count or page total");
 }
 
 void ReadElement::finish() {
