@@ -41,7 +41,10 @@ public:
 
     // For the owner's thread. It is woken for several jobs at once: `batch` of them, or all if no other one
     // waits.
-    void setBatch(std::size_t batch) { batch_ = batch; }
+    void setBatch(std::size_t batch) {
+        const std::lock_guard guard(mutex_);
+        batch_ = batch;
+    }
     std::size_t size() const { return jobs_.size(); }
     void add(std::unique_ptr<Job> job) {
         jobs_.push_back(std::make_unique<Slot>());

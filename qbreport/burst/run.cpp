@@ -195,13 +195,23 @@ std::unique_ptr<Run::Job> Run::nextJob() {
     return job;
 }
 
+// So many that threads rarely wait for each other, unless the documents are large.
+std::size_t Run::mostJobs() const {
+    constexpr std::uint64_t kMostBytes = 4u << 20;  // of their documents
+    const std::size_t least = 4 * options_.workers + 8;
+    const std::uint64_t documents = figures_.made + figures_.kept;
+    if (documents == 0) return least;
+    const std::uint64_t fitting = kMostBytes / (figures_.bytes / documents + 1);
+    return std::clamp<std::size_t>(fitting, least, 16 * options_.workers + 64);
+}
+
 bool Run::runAll(Work& work) {
     constexpr std::size_t kMostData = std::size_t{64} << 20;  // of the jobs
-    const std::size_t most = 4 * options_.workers + 8;
-    work.setBatch(most / 4);
     std::size_t data = 0;
     bool isEnded = false;
     for (;;) {
+        const std::size_t most = mostJobs();
+        work.setBatch(most / 4);
         while (!isEnded && work.size() < most && (work.size() == 0 || data < kMostData)) {
             std::unique_ptr<Job> job = nextJob();
             isEnded = job == nullptr;

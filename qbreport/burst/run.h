@@ -49,6 +49,7 @@ private:
     bool nextDocument(Document& document);
     void requireSameData();
     std::unique_ptr<Job> nextJob();
+    std::size_t mostJobs() const;
     bool runAll(Work& work);
     void commit(Job& job);
     void fail(const Job& job);
