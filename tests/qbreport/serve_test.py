@@ -5,6 +5,7 @@ usage: serve_test.py QBREPORT SOURCES
 
 import contextlib
 import http.client
+import itertools
 import json
 import os
 import pathlib
@@ -67,6 +68,7 @@ CASES = [
     (("GET", "/health", None, {"Origin": "http://evil.example"}), 403, "another site"),
     (("GET", "/health", None, {"Origin": "null"}), 403, "another site"),
     (("GET", "/templates", None, {"Sec-Fetch-Site": "cross-site"}), 403, "another site"),
+    (("GET", "/templates", None, {"Host": "reports.example:8443", "Origin": "https://reports.example"}), 403, "another site"),
     (("POST", "/render/params", "x" * 70_000), 413, "a body has at most 65 KB"),
     (("POST", "/render/params", iter([b"x" * 70_000])), 413, "a body has at most 65 KB"),
     (("POST", "/render/params", "[]", {"Content-Encoding": "gzip"}), 415, "not compressed"),
@@ -174,6 +176,19 @@ class Serve(unittest.TestCase):
                     self.assertTrue(answer.startswith(b"HTTP/1.1 " + status), answer)
                     self.assertEqual(answer.count(b"HTTP/1.1"), 1, answer)
         self.assertEqual(self.log, "")
+
+    def test_proxies(self):
+        """A page of the public site may ask through each proxy of docs/serve.md."""
+        guide = (SOURCES / "docs/serve.md").read_text("utf-8")
+        flags = re.search(r"--server-name \S+(?=`\.)", guide)[0].split()
+        proxies = re.findall(r"^```(?:nginx|haproxy)\n(.*?)^```", guide, re.M | re.S)
+        self.assertEqual(len(proxies), 2)
+        with self.service(*flags):
+            for proxy, public in itertools.product(proxies, ("reports.example", "reports.example:8443")):
+                rewritten = re.search(r"proxy_set_header Host (\S+);|http-request set-header Host (\S+)", proxy)
+                host = next(filter(None, rewritten.groups())).replace("$http_host", public) if rewritten else public
+                headers = {"Host": host, "Origin": f"https://{public}", "Sec-Fetch-Site": "same-origin"}
+                self.assertEqual(self.ask("POST", "/render/params?format=csv", "[]", headers)[0], 200, headers)
 
     def test_documents(self):
         """One connection gets the bytes of render in every format; nothing of a request is left for the next one."""
