@@ -25,6 +25,8 @@
 
 namespace qbsvrl6 {
 
+struct Item;
+
 // One line of a text, at its position. The position is in the box before rotation: at 90 and 270 degrees,
 // this box has the width and height of the item's box exchanged.
 struct PlacedLine {
@@ -60,6 +62,8 @@ struct TextItem {
     // keeps the item and has PendingTexts settle it in PageSink::finish.
     bool pending = false;
     std::uint32_t pendingKey = 0;  // identifies it to PendingTexts
+    // Items whose texts share the cell of a pending text, because a cell document has no other for them.
+    std::vector<Item> joined;
 
     const std::u16string& lineText() const { return shown.empty() ? text : shown; }
 };

@@ -53,7 +53,7 @@ private:
         const auto& left = std::get<TextItem>(a.content);
         const auto& right = std::get<TextItem>(b.content);
         const bool isLaidOut = !left.lines.empty() || !right.lines.empty() || !left.pageFields.empty() ||
-                               !right.pageFields.empty();
+                               !right.pageFields.empty() || !left.joined.empty() || !right.joined.empty();
         return !isLaidOut && a.box == b.box && a.style == b.style && a.column == b.column &&
                a.lastColumn == b.lastColumn && left.text == right.text && left.shown == right.shown &&
                left.masked == right.masked && left.fontSize == right.fontSize && left.color == right.color &&

@@ -105,7 +105,7 @@ void WordSink::moveText(Spool& to, PendingTexts& pending) {
             return;
         }
         Item item = pending_.item(place.index);
-        pending.settle(item);
+        settleCell(item, pending);
         appendSettled(out, item, place.index);
     });
 }

@@ -1,6 +1,31 @@
 #include "qbsvrl6/sheet/grid/cell.h"
 
+#include <utility>
+
 namespace qbsvrl6 {
+
+namespace {
+
+std::u16string& alternateTextOf(Item& picture) {
+    if (auto* const drawing = std::get_if<DrawingItem>(&picture.content)) return drawing->alternateText;
+    return std::get<PictureItem>(picture.content).alternateText;
+}
+
+void appendText(TextItem& there, const Item& item, std::u16string_view text) {
+    if (!there.text.empty()) there.text += u' ';
+    if (const auto* const joined = std::get_if<TextItem>(&item.content)) {
+        for (PageField field : joined->pageFields) {
+            field.start += there.text.size();
+            there.pageFields.push_back(field);
+        }
+        if (there.link.empty()) there.link = joined->link;
+    }
+    there.text += text;
+    there.value = {};
+    there.calculation = {};
+}
+
+}  // namespace
 
 bool isPending(const Item& item) {
     const auto* text = std::get_if<TextItem>(&item.content);
@@ -12,6 +37,29 @@ std::u16string_view textOf(const Item& item) {
     if (const auto* drawing = std::get_if<DrawingItem>(&item.content)) return drawing->alternateText;
     if (const auto* picture = std::get_if<PictureItem>(&item.content)) return picture->alternateText;
     return {};
+}
+
+void joinText(Item& owner, const Item& item) {
+    const std::u16string_view text = textOf(item);
+    if (auto* const there = std::get_if<TextItem>(&owner.content); there == nullptr) {
+        std::u16string& alternate = alternateTextOf(owner);
+        if (!alternate.empty() && !text.empty()) alternate += u' ';
+        alternate += text;
+    } else if (there->pending) {
+        there->joined.push_back(item);
+    } else if (!text.empty()) {
+        appendText(*there, item, text);
+    }
+}
+
+void settleCell(Item& item, PendingTexts& pending) {
+    if (!isPending(item)) return;
+    pending.settle(item);
+    std::vector<Item> joined = std::exchange(std::get<TextItem>(item.content).joined, {});
+    for (Item& part : joined) {
+        if (isPending(part)) pending.settle(part);
+        joinText(item, part);
+    }
 }
 
 bool isPicture(const Item& item) {

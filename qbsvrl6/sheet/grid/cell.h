@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "qbsvrl6/items/band.h"
+#include "qbsvrl6/items/page_sink.h"
 
 namespace qbsvrl6 {
 
@@ -14,6 +15,12 @@ namespace qbsvrl6 {
 bool isPending(const Item& item);
 // The text of an item, or the alternate text of a picture or drawing.
 std::u16string_view textOf(const Item& item);
+
+// Adds the text of an item to that of another one, in whose cell it is. After a pending text, it is shown when
+// that is settled.
+void joinText(Item& owner, const Item& item);
+// Settles the item and what has been joined to it. Does nothing for an item that is not pending.
+void settleCell(Item& item, PendingTexts& pending);
 
 bool isPicture(const Item& item);     // a picture or drawing
 bool isDecoration(const Item& item);  // a line or box

@@ -22,7 +22,7 @@ void CellPlacement::place(Band& band, Micrometres x) {
     cells_.clear();
     regions_.clear();
     overlays_.clear();
-    // Pending texts come first: they cannot be joined with another text. Pictures come last: they may overlay
+    // Pending texts come first: what shares their cell waits for them. Pictures come last: they may overlay
     // texts.
     for (const bool pending : {true, false}) {
         for (Item& item : band.items) {
@@ -64,7 +64,7 @@ void CellPlacement::claim(Item& item) {
     if (findRoom(region)) {
         take(region, item);
     } else {
-        join(wanted, item);
+        joinText(*cells_[static_cast<std::size_t>(indexAt(wanted.row, wanted.column))].item, item);
     }
     if (region.column == wanted.column && region.columnEnd == wanted.columnEnd &&
         region.rowEnd == wanted.rowEnd) {
@@ -176,27 +176,6 @@ void CellPlacement::take(const Region& region, Item& item) {
     for (int row = region.row; row < region.rowEnd; ++row) {
         for (int column = region.column; column < region.columnEnd; ++column) owner(row, column) = index;
     }
-}
-
-// Adds the item's text to that of the cell at this position. If that is a pending text or a picture, the item
-// is lost; only the warning mentions it.
-void CellPlacement::join(const Region& region, const Item& item) {
-    const std::u16string_view text = textOf(item);
-    Item& owning = *cells_[static_cast<std::size_t>(indexAt(region.row, region.column))].item;
-    auto* there = std::get_if<TextItem>(&owning.content);
-    if (text.empty() || there == nullptr || there->pending) return;
-    if (!there->text.empty()) there->text += u' ';
-    if (const auto* joined = std::get_if<TextItem>(&item.content)) {
-        for (PageField field : joined->pageFields) {
-            field.start += there->text.size();
-            there->pageFields.push_back(field);
-        }
-    }
-    there->text += text;
-    there->value = {};
-    there->calculation = {};
-    const auto* const joined = std::get_if<TextItem>(&item.content);
-    if (joined != nullptr && there->link.empty()) there->link = joined->link;
 }
 
 }  // namespace qbsvrl6

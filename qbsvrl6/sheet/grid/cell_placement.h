@@ -51,7 +51,6 @@ private:
     bool narrow(Region& region) const;
     bool findRoom(Region& region) const;
     void take(const Region& region, Item& item);
-    void join(const Region& region, const Item& item);
     void reachOut();
 
     const GridColumns& columns_;

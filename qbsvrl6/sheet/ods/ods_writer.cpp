@@ -206,7 +206,7 @@ private:
                 if (formula) appendOdsFormula(out, *formula);
             } else {
                 Item item = pending_.item(gap.later);
-                pending.settle(item);
+                settleCell(item, pending);
                 appendOdsText(out, sheetValue(&item, kMaxUnits).text, gap.link);
             }
         });

@@ -126,7 +126,7 @@ private:
     void close(PendingTexts& pending) override {
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
             Item item = pending_.item(place);
-            pending.settle(item);
+            settleCell(item, pending);
             appendText(out, std::get<TextItem>(item.content).text);
         });
     }

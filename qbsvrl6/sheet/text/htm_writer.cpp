@@ -594,7 +594,7 @@ private:
         appendHead(output_.end());
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
             Item item = pending_.item(place);
-            pending.settle(item);
+            settleCell(item, pending);
             findUnbrokenSpans(std::get<TextItem>(item.content), numbers_);
             appendText(out, item, Wrapping::Any, numbers_);
         });

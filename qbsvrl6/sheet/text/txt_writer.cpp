@@ -226,9 +226,7 @@ private:
     void close(PendingTexts& pending) override {
         stream_.moveTo(output_, [&](std::size_t place, std::string& out) {
             TextBlock& block = pendingBlocks_[place];
-            for (Item& item : block.late) {
-                if (isPending(item)) pending.settle(item);
-            }
+            for (Item& item : block.late) settleCell(item, pending);
             renderer_.render(block, out);
             block = TextBlock();
         });

@@ -92,7 +92,7 @@ private:
 
     void close(PendingTexts& pending) override {
         for (auto& [number, item] : pending_) {
-            pending.settle(item);
+            settleCell(item, pending);
             texts_.set(number, cleanText(sheetValue(&item, XlsSheet::kMaxUnits).text, buffer_));
         }
         const std::vector<EscherSheet> drawings = numberShapes();

@@ -238,7 +238,7 @@ private:
         xml.attribute("count", pending_.size()).attribute("uniqueCount", pending_.size()).lineEnd();
         for (std::size_t i = 0; i < pending_.size(); ++i) {
             Item item = pending_.item(i);
-            pending.settle(item);
+            settleCell(item, pending);
             xml.open("si").open("t").attribute("xml:space", "preserve");
             xml.text(Xstring{sheetValue(&item, XlsxSheet::kMaxUnits).text}).close().close().lineEnd();
         }

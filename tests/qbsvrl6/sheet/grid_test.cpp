@@ -77,6 +77,13 @@ TEST(CellGrid, SnapsItemsToColumnsAndRows) {
         {"late texts keep their cell",
          {textAt({0, 0, 90, 6}, u"a"), pendingAt({0, 0, 60, 6}, u"of #")},
          "of 9||a\n"},
+        {"texts without room are joined to a late one",
+         {pendingAt({0, 0, 90, 6}, u"of #"), textAt({30, 0, 30, 6}, u"a"), codeAt({0, 0, 30, 6}, u"4711"),
+          pendingAt({60, 0, 30, 6}, u"#")},
+         "of 9 9 a 4711||\n"},
+        {"barcodes without room are joined",
+         {codeAt({0, 0, 90, 6}, u"4711"), codeAt({0, 0, 90, 6}, u""), codeAt({0, 0, 30, 6}, u"4712")},
+         "4711 4712||\n"},
     };
     for (const auto& one : cases) {
         EXPECT_EQ(cells({0, 30, 60, 90}, bandOf(BandKind::ReportHeader, 20, one.items)), one.expected)
@@ -84,6 +91,19 @@ TEST(CellGrid, SnapsItemsToColumnsAndRows) {
     }
     EXPECT_EQ(cells({}, bandOf(BandKind::ReportHeader, 6, {textAt({0, 0, 9, 6}, u"a")})), "a\n");
     EXPECT_EQ(cells({0, 0, 30}, bandOf(BandKind::ReportHeader, 6, {textAt({0, 0, 9, 6}, u"a")})), "a\n");
+}
+
+TEST(CellGrid, EveryFormatShowsTextsThatShareTheCellOfALateOne) {
+    for (const SheetFeed::Maker make : {&makeCsvWriter, &makeTxtWriter, &makeHtmWriter, &makeRtfWriter}) {
+        SheetFeed feed(make, {0, 30, 60}, true);
+        for (const char16_t* const text : {u"first", u"second"}) {
+            feed.put(
+                bandOf(BandKind::Row, 6, {pendingAt({0, 0, 60, 6}, u"of #"), textAt({0, 0, 60, 6}, text)}));
+        }
+        const std::string document = feed.finish();
+        EXPECT_NE(document.find("of 9 first"), std::string::npos) << document;
+        EXPECT_NE(document.find("of 9 second"), std::string::npos) << document;
+    }
 }
 
 // Labels, or the page's columns of detail, sent from top to bottom.
