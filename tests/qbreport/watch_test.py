@@ -300,6 +300,15 @@ class Page(Watched):
         self.assertGreater(browser.value(f"{image}.naturalWidth"), 0)
         self.replace(TEMPLATE)
         browser.wait("!document.querySelector('#status.bad') && document.querySelector('#messages').textContent === 'None.'")
+        # A request that fails once
+        for address, word in ("items", "Lent"), ("template", "Given"):
+            browser.value(f"{{ const get = window.fetch; window.fetch = (address) => {{ if (!address.startsWith('{address}')) return get(address); window.fetch = get; return Promise.reject(new TypeError('lost')); }}; }}")
+            self.replace(TEMPLATE.replace("Sold", word))
+            browser.wait(f"document.querySelector('#source').textContent.includes('{word}') && !document.querySelector('#status.bad') && document.querySelector('#status').textContent")
+            browser.click(".page", 35 / 100, 16 / 60)
+            browser.wait(f"document.querySelector('#origin').textContent.includes('{word} [Year]')")
+        self.replace(TEMPLATE)
+        browser.wait("document.querySelector('#source').textContent.includes('Sold')")
         # The other views, by keyboard
         browser.value("document.querySelector('#tab-pages').focus()")
         for condition in ("document.querySelector('#document iframe')?.src.includes('format=pdf')", "document.querySelector('#document iframe')?.getAttribute('sandbox') === ''",

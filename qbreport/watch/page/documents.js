@@ -47,12 +47,22 @@ export class Documents {
     const { kind, version } = this;
     if (!kind || version === 0) return;
     if (kind === "pdf" || kind === "html") return this.showFrame(kind);
-    const answer = await fetch(`document?format=${kind === "sheet" ? "csv" : "txt"}&version=${version}`);
-    const text = (await answer.text()).replace(/^\ufeff/, "");
+    const { text, error } = await this.load(`document?format=${kind === "sheet" ? "csv" : "txt"}&version=${version}`);
     if (kind !== this.kind || version !== this.version) return;
-    if (!answer.ok) this.replace(this.paragraph(JSON.parse(text).messages.map((message) => message.text).join("; ")));
+    if (error) this.replace(this.paragraph(error));
     else if (kind === "sheet") this.showSheet(rowsOf(text));
     else this.replace(Object.assign(document.createElement("pre"), { textContent: text }));
+  }
+
+  async load(address) {
+    try {
+      const answer = await fetch(address);
+      if (answer.ok) return { text: (await answer.text()).replace(/^\ufeff/, "") };
+      const { error, messages = [] } = await answer.json();
+      return { error: messages.map((message) => message.text).join("; ") || error };
+    } catch (error) {
+      return { error: error.message };
+    }
   }
 
   // The new content has the scroll position of the old one.

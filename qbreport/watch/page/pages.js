@@ -11,6 +11,7 @@ function replaceImage(image, address) {
   image.dataset.wanted = address;
   const next = new Image();
   next.addEventListener("load", () => { if (image.dataset.wanted === address) image.src = address; });
+  next.addEventListener("error", () => { if (image.dataset.wanted === address) delete image.dataset.wanted; });
   next.src = address;
 }
 

@@ -11,6 +11,7 @@ const pages = new Pages({
   onControl: (control) => source.showControl(control),
 });
 const documents = new Documents(byId("document"));
+const RETRY_AFTER = 1000;  // milliseconds
 let good = 0;  // the version that the views show
 
 function showMessages(messages) {
@@ -101,12 +102,26 @@ document.addEventListener("keydown", (event) => {
   act();
 });
 
+function complain(text) {
+  byId("status").className = "bad";
+  byId("status").textContent = text;
+}
+
+let latest;
 let showing = Promise.resolve();
 const events = new EventSource("events");
-events.addEventListener("message", (event) => {
-  showing = showing.then(() => show(JSON.parse(event.data)));
-});
-events.addEventListener("error", () => {
-  byId("status").className = "bad";
-  byId("status").textContent = "the service has ended";
-});
+
+// Shows one state after another. If a request fails, tries again, unless there is a newer state by then; with a
+// new connection to the service, there is.
+function follow(state) {
+  latest = state;
+  showing = showing.then(() => show(state)).catch((error) => {
+    good = 0;
+    if (events.readyState !== EventSource.OPEN) return;
+    complain(`not all could be loaded: ${error.message}`);
+    setTimeout(() => { if (latest === state && events.readyState === EventSource.OPEN) follow(state); }, RETRY_AFTER);
+  });
+}
+
+events.addEventListener("message", (event) => follow(JSON.parse(event.data)));
+events.addEventListener("error", () => complain("the service has ended"));
