@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <pugixml.hpp>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,7 @@ namespace {
 constexpr unsigned kParsed = pugi::parse_default | pugi::parse_fragment;
 constexpr std::size_t kMostHead = 16 << 20;
 constexpr std::size_t kMostColumns = 16'384;  // as that of the engine
+constexpr std::size_t kMostTables = 1'000;    // within the rows, as that of the engine
 constexpr std::size_t kMostSuggested = 200;
 constexpr std::size_t kBatch = 1 << 18;
 
@@ -163,6 +165,11 @@ class RowShape {
 public:
     void add(const pugi::xml_node& element) {
         ++additions_;
+        for (const pugi::xml_attribute& attribute : element.attributes()) {
+            const auto place = attributes_.lower_bound(attribute.name());
+            if (place == attributes_.end() || *place != attribute.name())
+                attributes_.emplace_hint(place, attribute.name());
+        }
         for (const pugi::xml_node& child : element) {
             if (!isElement(child)) continue;
             const auto [known, isNew] = children_.try_emplace(child.name());
@@ -179,6 +186,22 @@ public:
     // Whether they are rows of a nested table: they repeat somewhere, and somewhere are more than a text.
     bool isTable() const { return repeats_ && hasParts_; }
     const RowShape& child(const char* name) const { return children_.find(name)->second; }
+    // Raises Failure if the rows cannot be written as JSON, whose objects have each name once and must name all
+    // tables: a document would otherwise lack those of which it has no rows. Returns the number of tables.
+    std::size_t countTables(const std::string& place) const {
+        std::size_t count = 0;
+        for (const auto& [name, shape] : children_) {
+            if (shape.isTable()) ++count;
+            if (shape.isTable() && attributes_.contains(name)) {
+                throw Failure(place + ": an attribute and a nested table of <" + name +
+                              "> have one name; burst needs two, so rename one of them");
+            }
+            count += shape.countTables(place);
+            if (count > kMostTables)
+                throw Failure(place + ": the rows have more than " + grouped(kMostTables) + " nested tables");
+        }
+        return count;
+    }
     // Calls `each` with the name of every nested table.
     template <class Each>
     void forEachTable(Each each) const {
@@ -189,6 +212,7 @@ public:
 
 private:
     std::map<std::string, RowShape, std::less<>> children_;
+    std::set<std::string, std::less<>> attributes_;
     std::uint64_t additions_ = 0;
     std::uint64_t lastIn_ = 0;  // the addition of the element around
     bool repeats_ = false;
@@ -340,6 +364,7 @@ XmlRows readXmlRows(const Source& source, const std::string& key) {
     const RowPlace place = RowFinder(source, key).find();
     RowShape shape;
     forEachRow(source, place, nullptr, [&](const pugi::xml_node& row) { shape.add(row); });
+    shape.countTables('"' + source.name() + '"');
     Digest digest;
     Descriptor file = openTemporary();
     std::string json;

@@ -1,6 +1,9 @@
 #include "qbsvrl6/layout/calculations.h"
 
 #include <algorithm>
+#include <functional>
+
+#include "qbsvrl6/support/hash.h"
 
 namespace qbsvrl6 {
 
@@ -17,14 +20,6 @@ bool areSame(const BoundName& a, const BoundName& b) {
 
 bool areSame(const Instruction& a, const Instruction& b) {
     return a.operation == b.operation && a.count == b.count && a.operand == b.operand;
-}
-
-// Of expressions of one binding, whether they have the same value at every row.
-bool areSame(const Expression& a, const Expression& b) {
-    const auto same = [](const auto& left, const auto& right) { return areSame(left, right); };
-    return std::equal(a.code.begin(), a.code.end(), b.code.begin(), b.code.end(), same) &&
-           std::equal(a.constants.begin(), a.constants.end(), b.constants.begin(), b.constants.end(), same) &&
-           std::equal(a.names.begin(), a.names.end(), b.names.begin(), b.names.end(), same);
 }
 
 bool dependsOnRowAlone(const Expression& expression) {
@@ -57,12 +52,34 @@ bool isWholeScope(ScopeKind scope) {
 
 }  // namespace
 
+bool SameExpression::operator()(const Expression* a, const Expression* b) const {
+    const auto same = [](const auto& left, const auto& right) { return areSame(left, right); };
+    return std::equal(a->code.begin(), a->code.end(), b->code.begin(), b->code.end(), same) &&
+           std::equal(a->constants.begin(), a->constants.end(), b->constants.begin(), b->constants.end(),
+                      same) &&
+           std::equal(a->names.begin(), a->names.end(), b->names.begin(), b->names.end(), same);
+}
+
+std::size_t ExpressionHash::operator()(const Expression* expression) const {
+    std::size_t hash = expression->code.size();
+    for (const Instruction& instruction : expression->code) {
+        mixHash(hash, static_cast<std::size_t>(instruction.operation));
+        mixHash(hash, instruction.operand);
+    }
+    std::u16string key;
+    for (const Value& constant : expression->constants) {
+        mixHash(hash, std::hash<std::u16string_view>()(constant.text));
+        key.clear();
+        constant.number.appendKey(key);
+        mixHash(hash, std::hash<std::u16string_view>()(key));
+        mixHash(hash, static_cast<std::size_t>(constant.date));
+    }
+    for (const BoundName& name : expression->names) mixHash(hash, name.index);
+    return hash;
+}
+
 std::uint32_t Calculations::numberOf(const Expression& expression) {
-    const auto known = std::find_if(expressions_.begin(), expressions_.end(),
-                                    [&](const Expression* other) { return areSame(*other, expression); });
-    const auto number = static_cast<std::uint32_t>(known - expressions_.begin());
-    if (known == expressions_.end()) expressions_.push_back(&expression);
-    return number;
+    return numbers_.try_emplace(&expression, static_cast<std::uint32_t>(numbers_.size())).first->second;
 }
 
 Calculations::Role Calculations::roleOf(const PlannedText& text) {

@@ -2,15 +2,24 @@
 #ifndef QBSVR_QBSVRL6_LAYOUT_CALCULATIONS_H
 #define QBSVR_QBSVRL6_LAYOUT_CALCULATIONS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <unordered_map>
-#include <vector>
 
 #include "qbsvrl6/bind/row_view.h"
 #include "qbsvrl6/items/calculation.h"
 #include "qbsvrl6/layout/report_plan.h"
 
 namespace qbsvrl6 {
+
+// Of expressions of one binding, whether they have the same value at every row.
+struct SameExpression {
+    bool operator()(const Expression* a, const Expression* b) const;
+};
+
+struct ExpressionHash {
+    std::size_t operator()(const Expression* expression) const;
+};
 
 class Calculations {
 public:
@@ -33,7 +42,8 @@ private:
 
     std::uint32_t walks_ = 0;
     std::unordered_map<const PlannedText*, Role> roles_;
-    std::vector<const Expression*> expressions_;  // each is different from the others
+    // The number of each expression; those that have the same value at every row share one.
+    std::unordered_map<const Expression*, std::uint32_t, ExpressionHash, SameExpression> numbers_;
 };
 
 }  // namespace qbsvrl6

@@ -295,6 +295,9 @@ class Burst(unittest.TestCase):
                 ("a.xml", "<a><r Account='1' b='2'/><r Account=2/></a>", (), "byte 25: this row is not valid XML"),
                 ("a.xml", "<a><b><r Account='1'/></b><b><r Account='2'/></b></a>", (), "this <r> is not with the others"),
                 ("a.xml", "<?xml version='1.0' encoding='GBK'?><a><r Account='1'/></a>", (), "XML in gbk cannot be divided"),
+                ("a.xml", "<a><r Account='1' n='x'><n b='1'/><n/></r><r Account='2' n='y'/></a>", (), 'a.xml": an attribute and a nested table of <n> have one name'),
+                ("a.xml", "<a><r Account='1'><p q='x'><q b='1'/><q/></p></r></a>", (), 'a.xml": an attribute and a nested table of <q> have one name'),
+                ("a.xml", "<a><r Account='1'>" + "".join(f"<n{i} b='1'/><n{i}/>" for i in range(1001)) + "</r></a>", (), "more than 1,000 nested tables"),
                 ("a.xml", "<a>" * 300, (), "nested more than 200 deep"),
                 ("a.csv", as_csv(self.rows), ("--shard", "0/3"), "is no shard"),
                 ("a.csv", as_csv(self.rows), ("-f", "png"), "png has a file per page")):
