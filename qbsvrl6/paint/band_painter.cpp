@@ -116,17 +116,6 @@ void paintLines(Canvas& canvas, const TextItem& item, const ResolvedStyle& style
     if (clipped) canvas.endClip();
 }
 
-void paintBorder(Canvas& canvas, const Border& border, const Rect& box) {
-    const Point topLeft{static_cast<double>(box.x), static_cast<double>(box.y)};
-    const Point topRight{static_cast<double>(box.right()), topLeft.y};
-    const Point bottomLeft{topLeft.x, static_cast<double>(box.bottom())};
-    const Point bottomRight{topRight.x, bottomLeft.y};
-    if (border.left.width > 0) canvas.edge(topLeft, bottomLeft, border.left);
-    if (border.top.width > 0) canvas.edge(topLeft, topRight, border.top);
-    if (border.right.width > 0) canvas.edge(topRight, bottomRight, border.right);
-    if (border.bottom.width > 0) canvas.edge(bottomLeft, bottomRight, border.bottom);
-}
-
 void paintLabel(Canvas& canvas, const Drawing::Label& label, Point origin) {
     const ShapedTextPtr shaped = shape(resolveFont(label.fontFamily, label.bold, false), label.text);
     const double angle = label.rotation * std::numbers::pi / 180;
@@ -183,7 +172,7 @@ bool hasText(const Item& item) {
 void paintItem(Canvas& canvas, const Item& item, const Rect& box) {
     const ResolvedStyle& style = styleOf(item);
     if (style.background) canvas.fill(box, *style.background);
-    paintBorder(canvas, style.border, box);
+    canvas.border(box, style.border);
     if (const auto* text = std::get_if<TextItem>(&item.content)) {
         if (!text->pending) paintLines(canvas, *text, style, box);
         if (!text->link.empty()) canvas.link(box, text->link);

@@ -40,8 +40,8 @@ public:
     virtual ~Canvas() = default;
 
     virtual void fill(const Rect& rect, Color color) = 0;
-    // One line of a border: horizontal or vertical, centred on the two points.
-    virtual void edge(Point from, Point to, const BorderLine& line) = 0;
+    // The lines of a border are centred on the sides of the box.
+    virtual void border(const Rect& box, const Border& border) = 0;
     virtual void line(Point from, Point to, const LineContent& line) = 0;
     virtual void box(const Rect& rect, const BoxContent& box) = 0;
     virtual void picture(const std::shared_ptr<const Picture>& picture, const Rect& rect) = 0;

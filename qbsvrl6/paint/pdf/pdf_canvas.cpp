@@ -202,13 +202,19 @@ void PdfCanvas::flushFill() {
     pendingFill_.reset();
 }
 
-void PdfCanvas::edge(Point from, Point to, const BorderLine& line) {
-    const bool vertical = from.x == to.x;
-    const std::int64_t at = vertical ? unitsX(from.x) : unitsY(from.y);
-    const std::int64_t start = vertical ? unitsY(from.y) : unitsX(from.x);
-    const std::int64_t end = vertical ? unitsY(to.y) : unitsX(to.x);
-    edges_.add({vertical, at, std::min(start, end), std::max(start, end),
-                std::max<std::int64_t>(toUnits(line.width), 1), line.color});
+void PdfCanvas::border(const Rect& box, const Border& border) {
+    if (std::max({border.left.width, border.top.width, border.right.width, border.bottom.width}) <= 0) return;
+    const auto [left, right] = std::minmax({unitsX(box.x), unitsX(box.right())});
+    const auto [bottom, top] = std::minmax({unitsY(box.bottom()), unitsY(box.y)});
+    const auto add = [&](bool vertical, std::int64_t at, std::int64_t from, std::int64_t to,
+                         const BorderLine& line) {
+        if (line.width <= 0) return;
+        edges_.add({vertical, at, from, to, std::max<std::int64_t>(toUnits(line.width), 1), line.color});
+    };
+    add(true, left, bottom, top, border.left);
+    add(false, top, left, right, border.top);
+    add(true, right, bottom, top, border.right);
+    add(false, bottom, left, right, border.bottom);
 }
 
 void PdfCanvas::flushEdges() {

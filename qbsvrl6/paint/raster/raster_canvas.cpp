@@ -173,12 +173,15 @@ void RasterCanvas::strokeHorizontal(double at, double from, double to, double wi
     fillArea({snapped(from) - pixels / 2, top, snapped(to) - pixels / 2 + pixels, top + pixels}, color);
 }
 
-void RasterCanvas::edge(Point from, Point to, const BorderLine& line) {
-    if (from.x == to.x) {
-        strokeVertical(from.x, std::min(from.y, to.y), std::max(from.y, to.y), line.width, line.color);
-    } else {
-        strokeHorizontal(from.y, std::min(from.x, to.x), std::max(from.x, to.x), line.width, line.color);
-    }
+void RasterCanvas::border(const Rect& box, const Border& border) {
+    const auto [left, right] = std::minmax({box.x, box.right()});
+    const auto [top, bottom] = std::minmax({box.y, box.bottom()});
+    const auto isDrawn = [](const BorderLine& line) { return line.width > 0; };
+    if (isDrawn(border.left)) strokeVertical(left, top, bottom, border.left.width, border.left.color);
+    if (isDrawn(border.top)) strokeHorizontal(top, left, right, border.top.width, border.top.color);
+    if (isDrawn(border.right)) strokeVertical(right, top, bottom, border.right.width, border.right.color);
+    if (isDrawn(border.bottom))
+        strokeHorizontal(bottom, left, right, border.bottom.width, border.bottom.color);
 }
 
 void RasterCanvas::setColor(Color color, double opacity) {

@@ -51,7 +51,7 @@ public:
     void finish();
 
     void fill(const Rect& rect, Color color) override;
-    void edge(Point from, Point to, const BorderLine& line) override;
+    void border(const Rect& box, const Border& border) override;
     void line(Point from, Point to, const LineContent& line) override;
     void box(const Rect& rect, const BoxContent& box) override;
     void picture(const std::shared_ptr<const Picture>& picture, const Rect& rect) override;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <functional>
 #include <limits>
 
@@ -43,6 +44,7 @@ void write(Canvas& canvas, std::u16string_view text, Point origin, Direction dir
 TEST(PdfCanvas, DrawsInFewOperators) {
     const Color red{255, 0, 0};
     const BorderLine thin{100, {}};
+    const Border leftOnly{{117, red}, {}, {}, {}};
     struct Case {
         const char* name;
         std::function<void(Canvas&)> draw;
@@ -55,7 +57,7 @@ TEST(PdfCanvas, DrawsInFewOperators) {
              write(c, u"a", {0, 10'000}, {}, true, false, 0, 0, red);
              c.nextLayer();
              c.fill({0, 0, 10'000, 5'000}, {});
-             c.edge({0, 0}, {0, 5'000}, {117, red});
+             c.border({0, 0, 10'000, 5'000}, leftOnly);
          },
          "BT\n/F1 1000 Tf\n1 0 0 rg\n2 Tr\n1 0 0 RG\n33 w\n0 25511 Td(01)Tj\nET\n"
          "q\n0 g\n0 26929 2835 1417 re f\n2 J\n0 26929 m 0 28346 l\nS\nQ\n"},
@@ -75,11 +77,7 @@ TEST(PdfCanvas, DrawsInFewOperators) {
          [&](Canvas& c) {
              for (int row = 0; row < 3; ++row) {
                  for (int column = 0; column < 2; ++column) {
-                     const double x = column * 10'000, y = row * 5'000;
-                     c.edge({x, y}, {x, y + 5'000}, thin);
-                     c.edge({x, y}, {x + 10'000, y}, thin);
-                     c.edge({x + 10'000, y}, {x + 10'000, y + 5'000}, thin);
-                     c.edge({x, y + 5'000}, {x + 10'000, y + 5'000}, thin);
+                     c.border({column * 10'000, row * 5'000, 10'000, 5'000}, {thin, thin, thin, thin});
                  }
              }
          },
@@ -151,7 +149,7 @@ TEST(PdfCanvas, OddInputStaysDefined) {
         write(c, u"", {0, 0});
         write(c, u"a", {nan, huge});
         c.path({"MLCZX", {{nan, huge}, {-huge, 0}}, Color{}, Color{}, nan, nan}, {0, 0});
-        c.edge({huge, 0}, {huge, nan}, {100, {}});
+        c.border({INT_MAX, 0, -5, INT_MIN}, {{100, {}}, {}, {}, {100, {}}});
         c.box({0, 0, -5, -5}, {{250, {}}, Color{}, 1'000});
         c.bar({0, 0}, {nan, nan}, 10, 10, {});
         const ShapedTextPtr shaped = shape(resolveFont(u"Arial", false, false), u"abc");
