@@ -109,6 +109,7 @@ std::optional<BandDraft> ReportWalk::build(PlannedSection& section, BandKind kin
 }
 
 void ReportWalk::addSection(PlannedSection& section, BandKind kind, const Position& position) {
+    if (!builder_.isVisible(section.visible, position)) return;  // nor does it turn the page
     const PageSide side = section.section->startOn;
     if (section.section->newPageBefore || side != PageSide::Any) flow_->startPage();
     if (side != PageSide::Any) flow_->startOn(side);
@@ -118,7 +119,7 @@ void ReportWalk::addSection(PlannedSection& section, BandKind kind, const Positi
     if (section.slices.empty()) {
         std::optional<BandDraft> draft = build(section, kind, position, nullptr);
         if (draft) add(std::move(*draft));
-    } else if (builder_.isVisible(section.visible, position)) {
+    } else {
         addSlices(section, kind, position);
     }
     if (section.section->newPageAfter) flow_->startPage();
