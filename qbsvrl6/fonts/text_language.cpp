@@ -38,9 +38,12 @@ bool isHangul(char16_t unit) { return unit >= 0xAC00 && unit <= 0xD7A3; }
 }  // namespace
 
 TextLanguage languageOfText(std::u16string_view text) {
-    if (std::any_of(text.begin(), text.end(), isKana)) return TextLanguage::Japanese;
-    if (std::any_of(text.begin(), text.end(), isHangul)) return TextLanguage::Korean;
-    return TextLanguage::Unknown;
+    TextLanguage language = TextLanguage::Unknown;
+    for (const char16_t unit : text) {
+        if (isKana(unit)) return TextLanguage::Japanese;
+        if (isHangul(unit)) language = TextLanguage::Korean;
+    }
+    return language;
 }
 
 bool isHebrew(char16_t unit) {
