@@ -1,6 +1,7 @@
 #include "qbsvrl6/data/text_decoder.h"
 
 #include <iconv.h>
+#include <simdjson.h>
 
 #include <cerrno>
 #include <new>
@@ -115,7 +116,7 @@ bool TextDecoder::append(std::string& text) {
 bool TextDecoder::appendUtf8(std::string& text) {
     const std::size_t whole = raw_.size() - (atEnd_ ? 0 : unfinishedBytes(raw_));
     const std::string_view bytes = std::string_view(raw_).substr(0, whole);
-    if (isValidUtf8(bytes)) {
+    if (simdjson::validate_utf8(bytes)) {
         text += bytes;
         raw_.erase(0, whole);
         return true;

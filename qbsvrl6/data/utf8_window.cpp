@@ -1,5 +1,7 @@
 #include "qbsvrl6/data/utf8_window.h"
 
+#include <simdjson.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -83,7 +85,7 @@ bool Utf8Window::read() {
         filled_ += count;
         const std::string_view text(buffer_.get() + valid_, filled_ - valid_);
         const std::size_t whole = text.size() - (count == 0 ? 0 : unfinishedBytes(text));
-        if (!isValidUtf8(text.substr(0, whole))) {
+        if (!simdjson::validate_utf8(text.data(), whole)) {
             const std::size_t offset = end() + validBytes(text);
             valid_ = filled_;
             fail(ErrorCode::BadEncoding, "the text is not UTF-8", offset);
