@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -136,9 +137,8 @@ void addFormatFlags(CLI::App& command, FormatOptions& options) {
     }
 }
 
-void addRender(CLI::App& app, Arguments& arguments) {
+void addRender(CLI::App& command, Arguments& arguments) {
     RenderOptions& options = arguments.render;
-    CLI::App& command = *app.add_subcommand("render", "Make documents from a template and data");
     addText(command, "template", options.file, " ", "The template, or - for standard input")->required();
     addDataFlags(command, options.data);
     addList(command, "-o,--output", options.outputs, "FILE",
@@ -173,9 +173,8 @@ void addRunFlags(CLI::App& command, BurstOptions& options) {
     }
 }
 
-void addBurst(CLI::App& app, Arguments& arguments) {
+void addBurst(CLI::App& command, Arguments& arguments) {
     BurstOptions& options = arguments.burst;
-    CLI::App& command = *app.add_subcommand("burst", "Make one document per key of the data");
     addText(command, "template", options.file, " ", "The template")->required();
     addDataFlags(command, options.data);
     addText(command, "--by", options.key, "COLUMN", "The column whose value is the key of a document")
@@ -197,9 +196,8 @@ void addBurst(CLI::App& app, Arguments& arguments) {
         "  qbreport burst statement.qbf -d rows.csv --by Account -o out/all.tar --resume");
 }
 
-void addCollect(CLI::App& app, Arguments& arguments) {
+void addCollect(CLI::App& command, Arguments& arguments) {
     CollectOptions& options = arguments.collect;
-    CLI::App& command = *app.add_subcommand("collect", "Join the shards of a burst, and check them");
     addText(command, "folder", options.folder, " ", "The folder with the manifests of the shards")
         ->required();
     addDataFlags(command, options.data);
@@ -210,9 +208,8 @@ void addCollect(CLI::App& app, Arguments& arguments) {
         "  qbreport collect out/ -d /mnt/data/rows.jsonl");
 }
 
-void addExtract(CLI::App& app, Arguments& arguments) {
+void addExtract(CLI::App& command, Arguments& arguments) {
     ExtractOptions& options = arguments.extract;
-    CLI::App& command = *app.add_subcommand("extract", "Take one document out of an archive of burst");
     addText(command, "archive", options.archive, " ", "The archive; its index is beside it")->required();
     addText(command, "key", options.key, " ", "The key of the document")->required();
     addText(command, "-o,--output", options.output, "FILE", "The document; - for standard output (default)");
@@ -222,9 +219,8 @@ void addExtract(CLI::App& app, Arguments& arguments) {
         "  qbreport extract out/statements.tar 6222-0210 | lpr");
 }
 
-void addCheck(CLI::App& app, Arguments& arguments) {
+void addCheck(CLI::App& command, Arguments& arguments) {
     CheckOptions& options = arguments.check;
-    CLI::App& command = *app.add_subcommand("check", "Find what is wrong with templates and their data");
     command.add_option("templates", options.files, "The templates")->option_text(" ")->required();
     addDataFlags(command, options.data);
     addEngineFlags(command, arguments.engine);
@@ -235,8 +231,7 @@ void addCheck(CLI::App& app, Arguments& arguments) {
         "  qbreport check invoice.qbf -d order.json --strict");
 }
 
-void addInfo(CLI::App& app, Arguments& arguments) {
-    CLI::App& command = *app.add_subcommand("info", "Show what a template reads and uses");
+void addInfo(CLI::App& command, Arguments& arguments) {
     addText(command, "template", arguments.info.file, " ", "The template, or - for standard input")
         ->required();
     command.add_flag("--json", arguments.info.isJson, "As JSON, for programs");
@@ -248,8 +243,7 @@ void addInfo(CLI::App& app, Arguments& arguments) {
         "  qbreport info list.qbf -d rows.csv --json");
 }
 
-void addNew(CLI::App& app, Arguments& arguments) {
-    CLI::App& command = *app.add_subcommand("new", "Write a template and data to start from");
+void addNew(CLI::App& command, Arguments& arguments) {
     addText(command, "kind", arguments.make.kind, " ", "invoice, list, labels, letter or statement")
         ->required();
     addText(command, "name", arguments.make.name, " ", "The name of the files (default: the kind)");
@@ -260,10 +254,9 @@ void addNew(CLI::App& app, Arguments& arguments) {
         "  qbreport new list reports/customers");
 }
 
-void addServe(CLI::App& app, Arguments& arguments) {
+void addServe(CLI::App& command, Arguments& arguments) {
     constexpr const char* kGroup = "Service";
     ServeOptions& options = arguments.serve;
-    CLI::App& command = *app.add_subcommand("serve", "Make documents for HTTP requests");
     addText(command, "--templates", options.folder, "FOLDER", "The folder of the templates")->required();
     addText(command, "--listen", options.address, "ADDRESS", "Where to listen (default: 127.0.0.1:8080)");
     addText(command, "--token-file", options.tokenFile, "FILE",
@@ -291,9 +284,8 @@ void addServe(CLI::App& app, Arguments& arguments) {
         "  curl --data-binary @order.json 'localhost:8080/render/invoice?format=pdf'");
 }
 
-void addWatch(CLI::App& app, Arguments& arguments) {
+void addWatch(CLI::App& command, Arguments& arguments) {
     WatchOptions& options = arguments.watch;
-    CLI::App& command = *app.add_subcommand("watch", "Show a report in the browser while you write it");
     addText(command, "template", options.file, " ", "The template")->required();
     addDataFlags(command, options.data);
     addText(command, "--listen", options.address, "PORT", "The port of the page (default: any that is free)");
@@ -303,18 +295,53 @@ void addWatch(CLI::App& app, Arguments& arguments) {
         "  qbreport watch invoice.qbf -d order.json");
 }
 
-void addLists(CLI::App& app, Arguments& arguments) {
-    CLI::App& fonts = *app.add_subcommand("fonts", "List the font families that templates can use");
-    addFontFlag(fonts, arguments.engine);
-    fonts.footer(
+void addFonts(CLI::App& command, Arguments& arguments) {
+    addFontFlag(command, arguments.engine);
+    command.footer(
         "Examples:\n"
         "  qbreport fonts\n"
         "  qbreport fonts --font-folder brand/fonts | grep Brand");
-    app.add_subcommand("formats", "List the formats of documents")
-        ->footer(
-            "Examples:\n"
-            "  qbreport formats\n"
-            "  qbreport formats | cut -d ' ' -f 1");
+}
+
+void addFormats(CLI::App& command, Arguments&) {
+    command.footer(
+        "Examples:\n"
+        "  qbreport formats\n"
+        "  qbreport formats | cut -d ' ' -f 1");
+}
+
+struct Command {
+    const char* name;
+    const char* description;
+    void (*addFlags)(CLI::App& command, Arguments& arguments);
+};
+
+constexpr Command kCommands[] = {
+    {"render", "Make documents from a template and data", addRender},
+    {"burst", "Make one document per key of the data", addBurst},
+    {"collect", "Join the shards of a burst, and check them", addCollect},
+    {"extract", "Take one document out of an archive of burst", addExtract},
+    {"check", "Find what is wrong with templates and their data", addCheck},
+    {"info", "Show what a template reads and uses", addInfo},
+    {"new", "Write a template and data to start from", addNew},
+    {"watch", "Show a report in the browser while you write it", addWatch},
+    {"serve", "Make documents for HTTP requests", addServe},
+    {"fonts", "List the font families that templates can use", addFonts},
+    {"formats", "List the formats of documents", addFormats},
+};
+
+// All commands have names, for help. Flags have only those that occur among the words: those of all commands
+// would take a tenth of the time of a small report.
+void addCommands(CLI::App& app, Arguments& arguments, std::span<char*> words) {
+    for (const Command& known : kCommands) {
+        CLI::App& command = *app.add_subcommand(known.name, known.description)->group("Commands");
+        const bool occurs = std::any_of(words.begin(), words.end(), [&](const char* word) {
+            return std::string_view(word) == known.name;
+        });
+        if (!occurs) continue;
+        known.addFlags(command, arguments);
+        addMessageFlags(command, arguments);
+    }
 }
 
 // The names of the command's flags: "--data", "-d".
@@ -401,20 +428,7 @@ CommandLine parseCommandLine(int argumentCount, char** argumentValues) {
     app.set_version_flag("--version", versionText, "Show the version");
     app.formatter(std::make_shared<HelpFormatter>());
     app.require_subcommand(0, 1);
-    addRender(app, *arguments);
-    addBurst(app, *arguments);
-    addCollect(app, *arguments);
-    addExtract(app, *arguments);
-    addCheck(app, *arguments);
-    addInfo(app, *arguments);
-    addNew(app, *arguments);
-    addWatch(app, *arguments);
-    addServe(app, *arguments);
-    addLists(app, *arguments);
-    for (CLI::App* command : app.get_subcommands({})) {
-        command->group("Commands");
-        addMessageFlags(*command, *arguments);
-    }
+    addCommands(app, *arguments, {argumentValues, static_cast<std::size_t>(argumentCount)});
     app.footer(
         "Examples:\n"
         "  qbreport new invoice\n"
