@@ -4,6 +4,10 @@
 
 #ifdef __x86_64__
 #include <immintrin.h>
+
+#define _Bool bool  // a header for C
+#include <sys/platform/x86.h>
+#undef _Bool
 #endif
 
 #include "qbsvrl6/support/lazy_library.h"
@@ -35,7 +39,7 @@ __attribute__((target("avx"))) void clearUpperHalves() { _mm256_zeroupper(); }
 
 template <typename Result>
 Result withCleanRegisters(Result result) {
-    if (__builtin_cpu_supports("avx")) clearUpperHalves();
+    if (CPU_FEATURE_ACTIVE(AVX)) clearUpperHalves();
     return result;
 }
 #else
