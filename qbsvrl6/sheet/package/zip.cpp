@@ -6,6 +6,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -28,6 +29,33 @@ constexpr u16 kStored = 0;
 constexpr u16 kDeflated = 8;
 constexpr u16 kVersion = 20;  // 2.0
 
+// The latest small parts of the thread's packages. Documents of one kind have most of them in common: the list of
+// types, relations, styles.
+class KnownParts {
+public:
+    static constexpr std::size_t kMostBytes = 16 * 1024;
+
+    struct Part {
+        std::string bytes;
+        std::string compressed;
+        u32 crc = 0;
+    };
+
+    const Part* find(std::string_view bytes) const {
+        const auto found = std::find_if(parts_.begin(), parts_.end(),
+                                        [bytes](const Part& part) { return part.bytes == bytes; });
+        return found != parts_.end() && !bytes.empty() ? &*found : nullptr;
+    }
+    void add(Part part) {
+        parts_[next_] = std::move(part);
+        next_ = (next_ + 1) % parts_.size();
+    }
+
+private:
+    std::array<Part, 16> parts_;
+    std::size_t next_ = 0;
+};
+
 }  // namespace
 
 struct DeflateStream::State {
@@ -44,11 +72,22 @@ struct DeflateStream::State {
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
-    void reset() {
-        igzip::resetStream(stream);
-        stream.flush = NO_FLUSH;
-        stream.end_of_stream = 0;
+    // The state of a stream of the thread that has ended, or a new one, whose memory the system would have to
+    // provide for each document.
+    static std::unique_ptr<State> take() {
+        if (spare.empty()) return std::make_unique<State>();
+        std::unique_ptr<State> state = std::move(spare.back());
+        spare.pop_back();
+        igzip::resetStream(state->stream);
+        state->stream.flush = NO_FLUSH;
+        state->stream.end_of_stream = 0;
+        return state;
     }
+    static void giveBack(std::unique_ptr<State> state) {
+        constexpr std::size_t kMostSpare = 2;  // a sheet has two streams
+        if (spare.size() < kMostSpare) spare.push_back(std::move(state));
+    }
+    static thread_local std::vector<std::unique_ptr<State>> spare;
 
     void run(std::string_view bytes, Spool& out) {
         std::array<unsigned char, 16 * 1024> block;
@@ -63,14 +102,9 @@ struct DeflateStream::State {
     }
 };
 
-DeflateStream::DeflateStream() : state_(std::make_unique<State>()) {}
-DeflateStream::DeflateStream(std::unique_ptr<State> used) : state_(std::move(used)) {
-    if (state_ == nullptr) {
-        state_ = std::make_unique<State>();
-    } else {
-        state_->reset();
-    }
-}
+thread_local std::vector<std::unique_ptr<DeflateStream::State>> DeflateStream::State::spare;
+
+DeflateStream::DeflateStream() : state_(State::take()) {}
 DeflateStream::~DeflateStream() = default;
 DeflateStream::DeflateStream(DeflateStream&&) noexcept = default;
 DeflateStream& DeflateStream::operator=(DeflateStream&&) noexcept = default;
@@ -86,15 +120,14 @@ void DeflateStream::append(std::string_view bytes) {
 }
 
 // A full flush ends on a byte boundary, and nothing after it refers to earlier bytes.
-std::unique_ptr<DeflateStream::State> DeflateStream::end(bool isLast) {
+void DeflateStream::end(bool isLast) {
     state_->stream.flush = isLast ? NO_FLUSH : FULL_FLUSH;
     state_->stream.end_of_stream = isLast ? 1 : 0;
     state_->run({}, compressed_);
-    return std::move(state_);
+    State::giveBack(std::move(state_));
 }
 
 ZipWriter::ZipWriter(Spool& output) : output_(output) {}
-ZipWriter::~ZipWriter() = default;
 
 // The fields of an entry that both of its headers have:
 //   u16 version that reads it | u16 flags | u16 method | u16 time | u16 date
@@ -124,11 +157,23 @@ void ZipWriter::begin(Entry entry) {
 }
 
 void ZipWriter::add(const std::string& name, std::string_view bytes) {
-    DeflateStream stream(std::move(used_));
+    thread_local KnownParts known;
+    if (const KnownParts::Part* part = known.find(bytes)) {
+        begin({name, kDeflated, part->crc, part->compressed.size(), bytes.size()});
+        output_.append(part->compressed);
+        return;
+    }
+    DeflateStream stream;
     stream.append(bytes);
-    used_ = stream.end(true);
+    stream.end(true);
     begin({name, kDeflated, stream.crc_, stream.compressed_.size(), stream.size_});
-    output_.append(std::move(stream.compressed_));
+    if (bytes.size() > KnownParts::kMostBytes) {
+        output_.append(std::move(stream.compressed_));
+        return;
+    }
+    KnownParts::Part part{std::string(bytes), stream.compressed_.take(), stream.crc_};
+    output_.append(part.compressed);
+    known.add(std::move(part));
 }
 
 void ZipWriter::addStored(const std::string& name, std::string_view bytes) {
@@ -138,7 +183,7 @@ void ZipWriter::addStored(const std::string& name, std::string_view bytes) {
 
 void ZipWriter::add(const std::string& name, DeflateStream first, DeflateStream second) {
     first.end(false);
-    used_ = second.end(true);
+    second.end(true);
     const auto crc = static_cast<std::uint32_t>(
         crc32_combine(first.crc_, second.crc_, static_cast<z_off_t>(second.size_)));
     begin({name, kDeflated, crc, first.compressed_.size() + second.compressed_.size(),

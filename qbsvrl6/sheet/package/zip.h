@@ -27,10 +27,8 @@ public:
 private:
     friend class ZipWriter;
     struct State;
-    // `used` is the state of a stream that has ended, or null.
-    explicit DeflateStream(std::unique_ptr<State> used);
-    // Ends the stream. Unless `isLast`, another stream may follow it in the same entry. Returns its state.
-    std::unique_ptr<State> end(bool isLast);
+    // Ends the stream. Unless `isLast`, another stream may follow it in the same entry.
+    void end(bool isLast);
 
     std::unique_ptr<State> state_;
     Spool compressed_;
@@ -43,7 +41,6 @@ private:
 class ZipWriter {
 public:
     explicit ZipWriter(Spool& output);
-    ~ZipWriter();
     ZipWriter(const ZipWriter&) = delete;
     ZipWriter& operator=(const ZipWriter&) = delete;
 
@@ -68,7 +65,6 @@ private:
 
     Spool& output_;
     std::vector<Entry> entries_;
-    std::unique_ptr<DeflateStream::State> used_;  // of an entry that is complete
 };
 
 }  // namespace qbsvrl6
