@@ -6,11 +6,26 @@
 
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/lazy_library.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
 namespace {
+
+// The functions of zint that are used.
+struct Zint {
+    LazyLibrary library{"libzint.so.2.11"};
+    QBSVR_LAZY_FUNCTION(library, ZBarcode_Buffer_Vector);
+    QBSVR_LAZY_FUNCTION(library, ZBarcode_Create);
+    QBSVR_LAZY_FUNCTION(library, ZBarcode_Delete);
+    QBSVR_LAZY_FUNCTION(library, ZBarcode_Encode);
+};
+
+const Zint& zint() {
+    static const Zint library;
+    return library;
+}
 
 constexpr int kUtf8Designator = 26;  // the extended channel interpretation of UTF-8
 constexpr int kEan8 = 3;             // the type
@@ -67,6 +82,8 @@ std::string allTypes() {
 
 }  // namespace
 
+void SymbolDeleter::operator()(zint_symbol* symbol) const { zint().ZBarcode_Delete(symbol); }
+
 const Symbology& symbologyOf(int type) {
     const auto* found = std::find_if(std::begin(kSymbologies), std::end(kSymbologies),
                                      [type](const Symbology& symbology) { return symbology.type == type; });
@@ -86,7 +103,7 @@ SymbolPtr encode(const BarcodeRequest& request, const Symbology& symbology) {
     // zint reads seven digits as an EAN-8, but eight as the end of an EAN-13.
     const bool hasCheckDigit = request.type == kEan8 && text.size() == kEan8Length;
 
-    SymbolPtr symbol(ZBarcode_Create());
+    SymbolPtr symbol(zint().ZBarcode_Create());
     if (!symbol) throw std::bad_alloc();
     symbol->symbology = symbology.zint;
     symbol->show_hrt = 0;
@@ -105,9 +122,10 @@ SymbolPtr encode(const BarcodeRequest& request, const Symbology& symbology) {
     symbol->output_options |= BARCODE_QUIET_ZONES;
     if (symbology.zint == BARCODE_DATAMATRIX) symbol->option_3 = DM_SQUARE;
 
-    const int result = ZBarcode_Encode(symbol.get(), reinterpret_cast<const unsigned char*>(text.data()),
-                                       static_cast<int>(text.size() - (hasCheckDigit ? 1 : 0)));
-    if (result >= ZINT_ERROR || ZBarcode_Buffer_Vector(symbol.get(), 0) >= ZINT_ERROR) {
+    const int result =
+        zint().ZBarcode_Encode(symbol.get(), reinterpret_cast<const unsigned char*>(text.data()),
+                               static_cast<int>(text.size() - (hasCheckDigit ? 1 : 0)));
+    if (result >= ZINT_ERROR || zint().ZBarcode_Buffer_Vector(symbol.get(), 0) >= ZINT_ERROR) {
         refuse(request, symbol->errtxt);
     }
     if (hasCheckDigit && text != reinterpret_cast<const char*>(symbol->text))

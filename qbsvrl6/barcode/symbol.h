@@ -20,7 +20,7 @@ struct Symbology {
 };
 
 struct SymbolDeleter {
-    void operator()(zint_symbol* symbol) const { ZBarcode_Delete(symbol); }
+    void operator()(zint_symbol* symbol) const;
 };
 using SymbolPtr = std::unique_ptr<zint_symbol, SymbolDeleter>;
 

@@ -4,11 +4,26 @@
 
 #include <algorithm>
 
+#include "qbsvrl6/support/lazy_library.h"
 #include "qbsvrl6/support/utf.h"
 
 namespace qbsvrl6 {
 
 namespace {
+
+// The functions of FriBidi that are used.
+struct FriBidi {
+    LazyLibrary library{"libfribidi.so.0"};
+    QBSVR_LAZY_FUNCTION(library, fribidi_get_bidi_types);
+    QBSVR_LAZY_FUNCTION(library, fribidi_get_bracket_types);
+    QBSVR_LAZY_FUNCTION(library, fribidi_get_par_direction);
+    QBSVR_LAZY_FUNCTION(library, fribidi_get_par_embedding_levels_ex);
+};
+
+const FriBidi& friBidi() {
+    static const FriBidi library;
+    return library;
+}
 
 // The characters of a text for FriBidi, with the position of each.
 struct Characters {
@@ -20,7 +35,7 @@ struct Characters {
             codes.push_back(nextCharacter(text, i));
         }
         types.resize(codes.size());
-        fribidi_get_bidi_types(codes.data(), count(), types.data());
+        friBidi().fribidi_get_bidi_types(codes.data(), count(), types.data());
     }
 
     FriBidiStrIndex count() const { return static_cast<FriBidiStrIndex>(codes.size()); }
@@ -45,7 +60,7 @@ BaseDirection directionOf(std::u16string_view paragraph) {
     if (!mayRunRightToLeft(paragraph)) return BaseDirection::LeftToRight;
     const Characters characters(paragraph);
     const bool rightToLeft =
-        fribidi_get_par_direction(characters.types.data(), characters.count()) == FRIBIDI_PAR_RTL;
+        friBidi().fribidi_get_par_direction(characters.types.data(), characters.count()) == FRIBIDI_PAR_RTL;
     return rightToLeft ? BaseDirection::RightToLeft : BaseDirection::LeftToRight;
 }
 
@@ -53,13 +68,14 @@ std::vector<std::uint8_t> embeddingLevels(std::u16string_view line, BaseDirectio
     const Characters characters(line);
     const FriBidiStrIndex count = characters.count();
     std::vector<FriBidiBracketType> brackets(characters.codes.size());
-    fribidi_get_bracket_types(characters.codes.data(), count, characters.types.data(), brackets.data());
+    friBidi().fribidi_get_bracket_types(characters.codes.data(), count, characters.types.data(),
+                                        brackets.data());
     FriBidiParType direction = FRIBIDI_PAR_ON;
     if (base == BaseDirection::LeftToRight) direction = FRIBIDI_PAR_LTR;
     if (base == BaseDirection::RightToLeft) direction = FRIBIDI_PAR_RTL;
     std::vector<FriBidiLevel> levels(characters.codes.size());
-    if (fribidi_get_par_embedding_levels_ex(characters.types.data(), brackets.data(), count, &direction,
-                                            levels.data()) == 0) {
+    if (friBidi().fribidi_get_par_embedding_levels_ex(characters.types.data(), brackets.data(), count,
+                                                      &direction, levels.data()) == 0) {
         throw std::bad_alloc();
     }
     std::vector<std::uint8_t> ofUnits(line.size());

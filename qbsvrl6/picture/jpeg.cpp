@@ -10,10 +10,29 @@
 
 #include "qbsvrl6/support/budget.h"
 #include "qbsvrl6/support/error.h"
+#include "qbsvrl6/support/lazy_library.h"
 
 namespace qbsvrl6 {
 
 namespace {
+
+// The functions of libjpeg that are used.
+struct JpegLibrary {
+    LazyLibrary library{"libjpeg.so.62"};
+    QBSVR_LAZY_FUNCTION(library, jpeg_CreateDecompress);
+    QBSVR_LAZY_FUNCTION(library, jpeg_calc_output_dimensions);
+    QBSVR_LAZY_FUNCTION(library, jpeg_destroy_decompress);
+    QBSVR_LAZY_FUNCTION(library, jpeg_mem_src);
+    QBSVR_LAZY_FUNCTION(library, jpeg_read_header);
+    QBSVR_LAZY_FUNCTION(library, jpeg_read_scanlines);
+    QBSVR_LAZY_FUNCTION(library, jpeg_start_decompress);
+    QBSVR_LAZY_FUNCTION(library, jpeg_std_error);
+};
+
+const JpegLibrary& libjpeg() {
+    static const JpegLibrary library;
+    return library;
+}
 
 // libjpeg reports errors by a long jump, so the frames that it skips own nothing.
 struct Reader {
@@ -23,12 +42,12 @@ struct Reader {
     char message[JMSG_LENGTH_MAX] = {};
 
     Reader() {
-        jpeg.err = jpeg_std_error(&errors);
+        jpeg.err = libjpeg().jpeg_std_error(&errors);
         errors.error_exit = onError;
         errors.output_message = [](j_common_ptr) {};
         jpeg.client_data = this;
     }
-    ~Reader() { jpeg_destroy_decompress(&jpeg); }
+    ~Reader() { libjpeg().jpeg_destroy_decompress(&jpeg); }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
 
@@ -44,25 +63,25 @@ struct Reader {
 
 bool readHead(Reader& reader, const unsigned char* bytes, unsigned long size, unsigned reduction) {
     if (setjmp(reader.back) != 0) return false;
-    jpeg_create_decompress(&reader.jpeg);
-    jpeg_mem_src(&reader.jpeg, bytes, size);
-    jpeg_read_header(&reader.jpeg, TRUE);
+    libjpeg().jpeg_CreateDecompress(&reader.jpeg, JPEG_LIB_VERSION, sizeof reader.jpeg);
+    libjpeg().jpeg_mem_src(&reader.jpeg, bytes, size);
+    libjpeg().jpeg_read_header(&reader.jpeg, TRUE);
     const int channels = reader.jpeg.num_components;
     reader.jpeg.out_color_space = channels == 1 ? JCS_GRAYSCALE : channels == 4 ? JCS_CMYK : JCS_RGB;
     reader.jpeg.scale_denom = reduction;
-    jpeg_calc_output_dimensions(&reader.jpeg);
+    libjpeg().jpeg_calc_output_dimensions(&reader.jpeg);
     return true;
 }
 
 bool start(Reader& reader) {
     if (setjmp(reader.back) != 0) return false;
-    jpeg_start_decompress(&reader.jpeg);
+    libjpeg().jpeg_start_decompress(&reader.jpeg);
     return true;
 }
 
 bool readRow(Reader& reader, JSAMPROW row) {
     if (setjmp(reader.back) != 0) return false;
-    jpeg_read_scanlines(&reader.jpeg, &row, 1);
+    libjpeg().jpeg_read_scanlines(&reader.jpeg, &row, 1);
     return true;
 }
 
