@@ -34,16 +34,17 @@ bool showsSame(double computed, double exact, std::u16string_view format) {
     if (computed == exact) return true;
     if (computed == 0 || exact == 0) return false;
     const double difference = std::abs(computed - exact);
-    constexpr double kShownDigits = 1e-15;
-    if (difference <= kShownDigits * std::abs(exact)) return true;
     const std::optional<int> places = placesOf(format);
     constexpr double kGeneralDigits = 1e-12;
     if (!places) return difference <= kGeneralDigits * std::abs(exact);
-    constexpr double kUnseen = 1e-3;  // of the last place
+    // Some round the double itself, others its first 15 digits: at a half, the last bit decides.
     const double scale = std::pow(10.0, *places);
     const double scaled = std::abs(exact) * scale;
     const double toHalf = std::abs(scaled - std::floor(scaled) - 0.5);
-    return difference * scale < std::min(kUnseen, toHalf / 2);
+    if (difference * scale >= toHalf / 2) return false;
+    constexpr double kShownDigits = 1e-15;
+    constexpr double kUnseen = 1e-3;  // of the last place
+    return difference <= kShownDigits * std::abs(exact) || difference * scale < kUnseen;
 }
 
 // More totals than these wait for their rows only where rows are not shown.
