@@ -22,11 +22,12 @@ class Rows:
     """A table, whose columns are known before its rows.
 
     `data` is an iterable of mappings, tuples, lists, dataclasses, or single values; `columns` are the names of
-    tuples and lists. Raises NestedRows if `data` is a list of mappings and one of them contains rows.
+    tuples and lists. Raises NestedRows if `data` is a list and one of its rows contains rows.
     """
 
     def __init__(self, data: Iterable[Any], columns: Sequence[str] | None) -> None:
         self._rows: Iterator[Any] = _values.frame_rows(data) if _values.is_frame(data) else iter(data)
+        self._has_order = columns is not None or _values.is_frame(data) or bool(getattr(data, "description", None))
         if isinstance(columns, str):
             raise TypeError(f"`columns` is a list of names, not {columns!r}")
         names = self._columns_in(data) if columns is None else columns
@@ -34,25 +35,21 @@ class Rows:
         self._index = {name: index for index, name in enumerate(self.columns)}
         self._number = 0
         self._setters = _setters()
+        self._ordered_types: dict[type, bool] = {}
 
     def _columns_in(self, data: Any) -> Iterable[str]:
         if _values.is_frame(data):
             return map(str, data.columns)
         if getattr(data, "description", None):  # a cursor of a database
             return [column[0] for column in data.description]
-        if isinstance(data, (list, tuple)) and all(isinstance(row, Mapping) for row in data):
+        if isinstance(data, (list, tuple)):
             return _columns_of_all(data)
         for first in self._rows:
             break
         else:
             return ()
         self._rows = itertools.chain((first,), self._rows)
-        if isinstance(first, Mapping):
-            return [name for name, _ in _flat(first)]
-        names = _values.columns_of(first)
-        if names is None and isinstance(first, (tuple, list)):
-            raise TypeError("rows that are tuples or lists need `columns`, the names of their values")
-        return names or ["value"]
+        return [name for name, _ in _named(first)]
 
     def next(self, row: Any) -> bool:
         """Fills the engine's row. Returns False after the last one."""
@@ -61,14 +58,30 @@ class Rows:
         except StopIteration:
             return False
         self._number += 1
-        if isinstance(values, Mapping):
-            self._set_by_name(row, values)
-        else:
+        if self._is_in_order(values):
             self._set_in_order(row, list(_values.values_of(values)))
+        else:
+            self._set_by_name(row, values)
         return True
 
-    def _set_by_name(self, row: Any, values: Mapping[Any, Any]) -> None:
-        for name, value in _flat(values):
+    def _is_in_order(self, values: Any) -> bool:
+        """Whether the values are those of the columns, by their place: other rows have names of their own."""
+        kind = type(values)
+        known = self._ordered_types.get(kind)
+        if known is not None:
+            return known
+        if isinstance(values, Mapping):
+            return self._ordered_types.setdefault(kind, False)
+        names = _values.columns_of(values)
+        if names is None:
+            return self._ordered_types.setdefault(kind, self._has_order)
+        is_in_order = names == self.columns or self._has_order and self._index.keys().isdisjoint(names)
+        if not hasattr(values, "keys"):  # rows of databases have the names of their query
+            self._ordered_types[kind] = is_in_order
+        return is_in_order
+
+    def _set_by_name(self, row: Any, values: Any) -> None:
+        for name, value in _named(values):
             index = self._index.get(name)
             if index is None:
                 raise ValueError(f"row {self._number} has {name!r}, which is none of the columns: the first row of an "
@@ -103,11 +116,26 @@ def _flat(row: Mapping[Any, Any], outer: str = "") -> Iterator[tuple[str, Any]]:
             yield name, value
 
 
-def _columns_of_all(rows: Iterable[Mapping[Any, Any]]) -> list[str]:
+def _named(row: Any) -> Iterator[tuple[str, Any]]:
+    """The names and values of a row of any type."""
+    if isinstance(row, Mapping):
+        yield from _flat(row)
+        return
+    names = _values.columns_of(row)
+    if names is not None:
+        yield from zip(names, _values.values_of(row))
+    elif isinstance(row, (tuple, list)):
+        raise TypeError("rows that are tuples or lists need `columns`, the names of their values")
+    else:
+        yield "value", row
+
+
+def _columns_of_all(rows: Iterable[Any]) -> list[str]:
     columns: dict[str, None] = {}
+    plain = _setters()
     for row in rows:
-        for name, value in _flat(row):
-            if _values.has_members(value):
+        for name, value in _named(row):
+            if type(value) not in plain and _values.has_members(value):
                 raise NestedRows
             columns[name] = None
     return list(columns)
