@@ -149,6 +149,10 @@ private:
         if (!rejection) rejection = gate_(request);
         if (!rejection && bodyLength(request) > limits_.bodyBytes) rejection = {413, bodyTooLong()};
         if (rejection) request.set_header("Connection", "close");
+        // A request without a length has no body: cpp-httplib would wait for one until the connection ends.
+        if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
+            request.set_header("Content-Length", "0");
+        }
         // Neither forms nor parts, neither ranges nor compression: an answer is what the handler says.
         const std::string type = request.get_header_value("Content-Type");
         request.headers.erase("Content-Type");

@@ -87,6 +87,7 @@ RAW = {
     b"GET /health HTTP/1.1\r\nHost: localhost\r\nHost: localhost\r\n\r\n": b"400",
     b"GET /health HTTP/1.1\r\nHost: localhost\r\nRange: bytes=" + b"1" * 7000 + b"-\r\nConnection: close\r\n\r\n": b"416",
     b"GET /health HTTP/1.1\r\nHost: localhost\r\n" + b"X: y\r\n" * 5000 + b"\r\n": b"431",
+    b"POST /render/params HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n": b"422",
     b"\x16\x03\x01\r\n\r\n": b"400",
 }
 
