@@ -121,7 +121,7 @@ bool Evaluator::isTrue(const Expression& expression, const Position& position) {
 void Evaluator::evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result) {
     result.text.clear();
     result.color.reset();
-    result.cell = {};
+    result.value = {};
     result.pageFields.clear();
     begin();
     for (std::size_t index = 0; index < text.parts.size(); ++index) {
@@ -132,13 +132,12 @@ void Evaluator::evaluateText(TextTemplate& text, const Position& position, Evalu
         }
         const Value value = run(*part.expression, position);
         const std::size_t start = result.text.size();
-        part.format.append(value, arena_, result.text, result.color);
+        part.format.append(value, arena_, result, text.valued == index);
         if (part.pageField) {
             const bool isNumber = *part.pageField == PageField::Kind::Number;
             result.pageFields.push_back({*part.pageField, start, result.text.size() - start,
                                          isNumber ? position.pageNumber : position.pageCount});
         }
-        if (text.valued == index) result.cell = part.format.cell(value);
     }
 }
 

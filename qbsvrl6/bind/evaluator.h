@@ -16,18 +16,9 @@
 #include "qbsvrl6/bind/returned_values.h"
 #include "qbsvrl6/bind/walked_rows.h"
 #include "qbsvrl6/data/row_query.h"
-#include "qbsvrl6/items/cell_value.h"
-#include "qbsvrl6/items/page_field.h"
-#include "qbsvrl6/support/units.h"
+#include "qbsvrl6/items/evaluated_text.h"
 
 namespace qbsvrl6 {
-
-struct EvaluatedText {
-    std::u16string text;
-    std::optional<Color> color;  // of a number format's colour mark
-    CellValue cell;
-    std::vector<PageField> pageFields;
-};
 
 // A stack machine. The texts that an evaluation makes live in an arena until the next evaluation. The result
 // of a calculated field is kept for the position until the rows change, a long text only while the arena has

@@ -469,10 +469,6 @@ Expression Expression::parse(std::u16string_view text) {
     return expression;
 }
 
-const BoundName* Expression::loneName() const {
-    return code.size() == 1 && code[0].operation == Operation::Name ? &names[0] : nullptr;
-}
-
 std::optional<SystemValue> Expression::loneSystemValue() const {
     if (code.size() != 1 || code[0].operation != Operation::System) return std::nullopt;
     return static_cast<SystemValue>(code[0].operand);

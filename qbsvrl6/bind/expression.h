@@ -165,7 +165,9 @@ struct Expression {
     static Expression parse(std::u16string_view text);
 
     // The name, if the expression consists only of a name; otherwise null.
-    const BoundName* loneName() const;
+    const BoundName* loneName() const {
+        return code.size() == 1 && code[0].operation == Operation::Name ? &names[0] : nullptr;
+    }
     // The system value, if the expression consists only of one.
     std::optional<SystemValue> loneSystemValue() const;
 };

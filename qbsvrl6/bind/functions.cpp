@@ -133,10 +133,9 @@ Value replace(Arguments arguments, FunctionContext& context) {
 Value text(Arguments arguments, FunctionContext& context) {
     if (arguments.size() < 2) return makeText(textOf(arguments, 0, context));
     ValueFormat format{std::u16string(textOf(arguments, 1, context))};
-    std::u16string shown;
-    std::optional<Color> color;
-    format.append(arguments[0], context.arena, shown, color);
-    return makeText(context.arena.copy(shown));
+    EvaluatedText shown;
+    format.append(arguments[0], context.arena, shown);
+    return makeText(context.arena.copy(shown.text));
 }
 
 // --- Numbers. Other arguments give null; so does a result that is not finite. ---

@@ -17,7 +17,6 @@ namespace qbsvrl6 {
 namespace {
 
 constexpr double kFirstScientific = 1e64;
-constexpr int kSurePlaces = 15;  // further digits of a double are artefacts of its binary fraction
 constexpr std::size_t kLongestSpreadsheetFormat = 255;
 
 // The number format for numbers without words: "0$$$$$" and "$$0" without their markers.
@@ -40,7 +39,17 @@ std::u16string sectionsOf(const larkspur::ClkNumericFormatParser& words, std::u1
 }
 
 bool showsZero(std::u16string_view digits) {
-    return digits.find_first_of(u"123456789") == std::u16string_view::npos;
+    return std::none_of(digits.begin(), digits.end(),
+                        [](char16_t unit) { return unit > u'0' && unit <= u'9'; });
+}
+
+// Removes the last digit. Dividing a word of 64 bits is many times faster.
+char16_t takeDigit(Int128& number) {
+    const auto word = static_cast<std::uint64_t>(number);
+    const bool fits = static_cast<Int128>(word) == number;
+    const int digit = fits ? static_cast<int>(word % 10) : static_cast<int>(number % 10);
+    number = fits ? static_cast<Int128>(word / 10) : number / 10;
+    return static_cast<char16_t>(u'0' + digit);
 }
 
 }  // namespace
@@ -48,6 +57,7 @@ bool showsZero(std::u16string_view digits) {
 NumberFormat::NumberFormat(std::u16string text) : text_(std::move(text)) {
     words_.Parse(text_.c_str());
     sections_ = cutNumberFormat(sectionsOf(words_, text_));
+    hasSpreadsheetColors_ = canShowColors();
 }
 
 void NumberFormat::append(const Number& number, std::u16string& out, std::optional<Color>& color) {
@@ -60,7 +70,7 @@ void NumberFormat::append(const Number& number, std::u16string& out, std::option
 }
 
 void NumberFormat::appendDigits(const Number& number, std::u16string& out, std::optional<Color>& color) {
-    const bool negative = compare(number, 0) < 0;
+    const bool negative = number.isNegative();
     const NumberSection* section =
         negative && sections_.negative ? sections_.negative.get() : &sections_.normal;
     std::u16string_view digits = digitsOf(*section, negative ? -number : number);
@@ -82,43 +92,44 @@ void NumberFormat::appendDigits(const Number& number, std::u16string& out, std::
 std::u16string_view NumberFormat::digitsOf(const NumberSection& section, const Number& magnitude) {
     if (!section.hasDigits) return {};
     const Number exact = section.percent ? magnitude * 100 : magnitude;
-    const double scaled = exact.toDouble();
-    if (!section.exponent && scaled < kFirstScientific) {
-        const int places = std::max(section.digits.m_Normal.m_MaxDecimals, 0);
-        const Number shown = exact.rounded(places);
-        const Decimal* const decimal = shown.decimal();
-        const bool isDouble =
-            places <= kSurePlaces && (scaled < 1 || decimal == nullptr || !decimal->isWide());
-        if (isDouble || decimal == nullptr) return section.digits.Format(shown.toDouble());
-        return wideDigitsOf(section, *decimal);
+    if (!section.exponent && (exact.decimal() != nullptr || exact.toDouble() < kFirstScientific)) {
+        const Number shown = exact.rounded(std::max(section.digits.m_Normal.m_MaxDecimals, 0));
+        if (const Decimal* const decimal = shown.decimal()) return decimalDigitsOf(section, *decimal);
+        return section.digits.Format(shown.toDouble());
     }
+    const double scaled = exact.toDouble();
     // As a percentage, 1e308 exceeds the range of double.
     return std::isfinite(scaled) ? scientificDigitsOf(section, scaled, 0)
                                  : scientificDigitsOf(section, magnitude.toDouble(), 2);
 }
 
-// For numbers with more digits than a double holds. The digits are already rounded.
-std::u16string_view NumberFormat::wideDigitsOf(const NumberSection& section, const Decimal& magnitude) {
+// The number is already rounded. Its digits are written from the last to the first.
+std::u16string_view NumberFormat::decimalDigitsOf(const NumberSection& section, const Decimal& magnitude) {
     const auto& form = section.digits.m_Normal;
-    std::array<char16_t, Decimal::kLongestText> room;
-    const char16_t* const end = magnitude.write(room.data());
-    const std::u16string_view text(room.data(), static_cast<std::size_t>(end - room.data()));
-    const std::size_t point = std::min(text.find(u'.'), text.size());
-    std::u16string integers(text.substr(0, point));
-    const auto least = static_cast<std::size_t>(std::max(form.m_MinIntegerDigits, 0));
-    if (integers == u"0") integers.clear();
-    if (integers.size() < least) integers.insert(0, least - integers.size(), u'0');
-    std::u16string decimals(text.substr(std::min(point + 1, text.size())));
-    const auto leastDecimals = static_cast<std::size_t>(std::max(form.m_MinDecimals, 0));
-    if (decimals.size() < leastDecimals) decimals.append(leastDecimals - decimals.size(), u'0');
-    scratch_.clear();
-    const auto group = static_cast<std::size_t>(std::max(form.m_GroupSize, 0));
-    for (std::size_t i = 0; i < integers.size(); ++i) {
-        if (i > 0 && group > 0 && (integers.size() - i) % group == 0) scratch_ += larkspur::g_c_ThousandSep;
-        scratch_ += integers[i];
+    const int leastIntegers = std::max(form.m_MinIntegerDigits, 0);
+    const int leastDecimals = std::max(form.m_MinDecimals, 0);
+    const auto most = static_cast<std::size_t>(leastIntegers + leastDecimals) + Decimal::kLongestText;
+    const std::size_t room = most * (1 + larkspur::g_c_ThousandSep.size()) + larkspur::g_c_DecimalSep.size();
+    if (scratch_.size() < room) scratch_.resize(room);
+    char16_t* const end = scratch_.data() + scratch_.size();
+    char16_t* at = end;
+    const auto put = [&at](std::u16string_view text) {
+        at = std::copy_backward(text.begin(), text.end(), at);
+    };
+    const Decimal shown = magnitude.reduced();
+    Int128 rest = shown.coefficient();
+    for (int place = shown.places(); place < leastDecimals; ++place) *--at = u'0';
+    for (int place = shown.places(); place > 0; --place) *--at = takeDigit(rest);
+    if (shown.places() > 0 || leastDecimals > 0) put(larkspur::g_c_DecimalSep);
+    int left = form.m_GroupSize;
+    for (int count = 0; rest != 0 || count < leastIntegers; ++count, --left) {
+        if (left == 0 && form.m_GroupSize > 0) {
+            put(larkspur::g_c_ThousandSep);
+            left = form.m_GroupSize;
+        }
+        *--at = takeDigit(rest);
     }
-    if (!decimals.empty()) scratch_ += larkspur::g_c_DecimalSep + decimals;
-    return scratch_;
+    return {at, static_cast<std::size_t>(end - at)};
 }
 
 std::u16string_view NumberFormat::scientificDigitsOf(const NumberSection& section, double magnitude,
@@ -207,7 +218,7 @@ std::u16string NumberFormat::spreadsheetFormat(std::u16string_view before, std::
     return isSurrounded ? std::u16string() : normal.digits.m_Normal.GetExportXlsFormatText();
 }
 
-bool NumberFormat::hasSpreadsheetColors() const {
+bool NumberFormat::canShowColors() const {
     bool hasAny = false;
     const std::array<const NumberSection*, 3> all = {&sections_.normal, sections_.negative.get(),
                                                      sections_.zero.get()};

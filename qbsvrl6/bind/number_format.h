@@ -29,14 +29,15 @@ public:
     // The spreadsheet format that shows the same, with text around it; empty for the general format.
     std::u16string spreadsheetFormat(std::u16string_view before = {}, std::u16string_view after = {}) const;
     // Whether that format has all colours of this one, and any.
-    bool hasSpreadsheetColors() const;
+    bool hasSpreadsheetColors() const { return hasSpreadsheetColors_; }
 
 private:
+    bool canShowColors() const;
     void appendDigits(const Number& number, std::u16string& out, std::optional<Color>& color);
     void appendWords(const Number& number, std::u16string& out, std::optional<Color>& color);
     // Valid until the next call.
     std::u16string_view digitsOf(const NumberSection& section, const Number& magnitude);
-    std::u16string_view wideDigitsOf(const NumberSection& section, const Decimal& magnitude);
+    std::u16string_view decimalDigitsOf(const NumberSection& section, const Decimal& magnitude);
     std::u16string_view scientificDigitsOf(const NumberSection& section, double magnitude, int power);
     // Contains a zero unit if there are no words for the number.
     std::u16string chineseWords(double number, const std::u16string& digits) const;
@@ -44,6 +45,7 @@ private:
     std::u16string text_;
     larkspur::ClkNumericFormatParser words_;  // for formats of words
     NumberSections sections_;                 // for formats of words: shows the numbers that have none
+    bool hasSpreadsheetColors_ = false;
     std::u16string scratch_;
 };
 

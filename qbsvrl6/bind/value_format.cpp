@@ -181,13 +181,19 @@ Value ValueFormat::converted(const Value& value) const {
     return value;
 }
 
-void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& out,
-                         std::optional<Color>& color) {
+void ValueFormat::append(const Value& value, TextArena& arena, EvaluatedText& result, bool asValue) {
     if (text_.empty()) {
-        out += toText(value, arena);
-        return;
+        result.text += toText(value, arena);
+        if (asValue) result.value = cell(value);
+    } else {
+        const Value shown = converted(value);
+        appendText(shown, arena, result);
+        if (asValue) result.value = cell(shown);
     }
-    const Value shown = converted(value);
+}
+
+void ValueFormat::appendText(const Value& shown, TextArena& arena, EvaluatedText& result) {
+    std::u16string& out = result.text;
     switch (shown.type) {
         case ValueType::Null:
             break;
@@ -195,7 +201,7 @@ void ValueFormat::append(const Value& value, TextArena& arena, std::u16string& o
             out += shown.text;
             break;
         case ValueType::Number:
-            numberFormat().append(shown.number, out, color);
+            numberFormat().append(shown.number, out, result.color);
             break;
         case ValueType::Boolean:
             out += shown.boolean ? booleanFormat().m_TrueText : booleanFormat().m_FalseText;
@@ -222,10 +228,9 @@ bool ValueFormat::surround(std::u16string_view before, std::u16string_view after
     return true;
 }
 
-CellValue ValueFormat::cell(const Value& value) {
+CellValue ValueFormat::cell(const Value& typed) {
     CellValue cell;
     cell.isSurrounded = !before_.empty() || !after_.empty();
-    const Value typed = text_.empty() ? value : converted(value);
     cell.type = typed.type;
     switch (typed.type) {
         case ValueType::Null:
@@ -264,12 +269,12 @@ CellValue ValueFormat::cell(const Value& value) {
                 cell.spreadsheetFormat = isWholeDay(typed.date) ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss";
                 break;
             }
-            if (!hasSpreadsheetHours(text_) || cell.isSurrounded) {
-                cell.type = ValueType::Text;
-                break;
+            if (!dateSpreadsheetFormat_) {
+                dateSpreadsheetFormat_ =
+                    hasSpreadsheetHours(text_) ? spreadsheetDateFormat(text_) : std::u16string();
             }
-            if (!dateSpreadsheetFormat_) dateSpreadsheetFormat_ = spreadsheetDateFormat(text_);
             cell.spreadsheetFormat = *dateSpreadsheetFormat_;
+            if (cell.spreadsheetFormat.empty() || cell.isSurrounded) cell.type = ValueType::Text;
             break;
     }
     return cell;

@@ -12,8 +12,7 @@
 #include "qbsvrl6/bind/number_format.h"
 #include "qbsvrl6/bind/values.h"
 #include "qbsvrl6/data/table.h"
-#include "qbsvrl6/items/cell_value.h"
-#include "qbsvrl6/support/units.h"
+#include "qbsvrl6/items/evaluated_text.h"
 
 namespace qbsvrl6 {
 
@@ -25,16 +24,14 @@ public:
     // With an empty text, values are shown as they are written in the data.
     explicit ValueFormat(std::u16string text);
 
-    // Appends the value as it is shown. If `color` is empty, sets it to the colour of the number format, if
-    // any.
-    void append(const Value& value, TextArena& arena, std::u16string& out, std::optional<Color>& color);
+    // Appends the value as it is shown. If the result has no colour, sets it to that of the number format, if
+    // any. With `asValue`, the value for a spreadsheet cell becomes that of the result; its number format is
+    // valid until this object is moved or destroyed.
+    void append(const Value& value, TextArena& arena, EvaluatedText& result, bool asValue = false);
 
     // Makes this text, shown before and after the value, part of the spreadsheet format. Returns false, and
     // changes nothing, unless the format has digits and the texts are a currency and a unit.
     bool surround(std::u16string_view before, std::u16string_view after);
-
-    // The value for a spreadsheet cell. Its number format is valid until this object is moved or destroyed.
-    CellValue cell(const Value& value);
 
     // Describes a probable mistake in the format: "has two decimal points"; empty if there is none.
     std::string problem() const;
@@ -45,6 +42,8 @@ private:
 
     // The value; a text value is converted to the type of the format if it reads as one.
     Value converted(const Value& value) const;
+    void appendText(const Value& shown, TextArena& arena, EvaluatedText& result);
+    CellValue cell(const Value& typed);
     NumberFormat& numberFormat();
     const larkspur::ClkDateTimeFormatParser& dateFormat();
     const larkspur::ClkBooleanFormatParser& booleanFormat();
@@ -57,7 +56,7 @@ private:
     std::unique_ptr<larkspur::ClkDateTimeFormatParser> date_;
     std::unique_ptr<larkspur::ClkBooleanFormatParser> boolean_;
     std::optional<std::u16string> numberSpreadsheetFormat_;
-    std::optional<std::u16string> dateSpreadsheetFormat_;
+    std::optional<std::u16string> dateSpreadsheetFormat_;  // empty: a spreadsheet cannot show the format
 };
 
 }  // namespace qbsvrl6

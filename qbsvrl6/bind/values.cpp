@@ -54,14 +54,11 @@ std::u16string_view TextArena::copy(std::u16string_view text) {
 
 // Blocks of the usual size are reused; longer ones are freed, so that one long text does not keep its memory
 // allocated.
-void TextArena::release(Mark mark) {
-    for (std::size_t i = blocks_.size(); i > mark.block + 1; --i) {
-        if (blocks_[i - 1].size > kBlockUnits)
-            blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(i - 1));
-    }
-    current_ = mark.block;
-    used_ = mark.used;
-    ++generation_;
+void TextArena::freeLongBlocks(std::size_t first) {
+    const auto from = blocks_.begin() + static_cast<std::ptrdiff_t>(first);
+    blocks_.erase(
+        std::remove_if(from, blocks_.end(), [](const Block& block) { return block.size > kBlockUnits; }),
+        blocks_.end());
 }
 
 Value makeNumber(const Number& number) {

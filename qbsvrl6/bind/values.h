@@ -29,7 +29,12 @@ public:
     char16_t* allocate(std::size_t units);
     Mark mark() const { return {current_, used_}; }
     // Frees the texts made since the mark.
-    void release(Mark mark);
+    void release(Mark mark) {
+        if (blocks_.size() > mark.block + 1) freeLongBlocks(mark.block + 1);
+        current_ = mark.block;
+        used_ = mark.used;
+        ++generation_;
+    }
     void reset() { release({}); }
     // A text that was made under another generation may have been freed.
     std::uint64_t generation() const { return generation_; }
@@ -39,6 +44,8 @@ private:
         std::unique_ptr<char16_t[]> units;
         std::size_t size = 0;
     };
+    void freeLongBlocks(std::size_t first);
+
     std::vector<Block> blocks_;
     std::size_t current_ = 0;
     std::size_t used_ = 0;

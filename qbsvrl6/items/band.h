@@ -33,6 +33,9 @@ struct Band {
     int groupLevel = 0;     // of a group's header or footer: 0 is the outermost group; -1: of the grid's
     int outline = 0;        // the groups that hide it when they are folded, in a workbook
     int columnGroup = 0;    // of the columns that it shows, if the grid continues on further pages
+    // Of a row: rows of the same form and column group have the same items at the same places, apart from
+    // their height. 0: it has none.
+    std::uint32_t form = 0;
     // The number of its entry in the DocumentStructure; 0: it has none.
     std::uint32_t structure = 0;
 

@@ -15,10 +15,9 @@
 
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/items/calculation.h"
-#include "qbsvrl6/items/cell_value.h"
 #include "qbsvrl6/items/drawing.h"
+#include "qbsvrl6/items/evaluated_text.h"
 #include "qbsvrl6/items/item_role.h"
-#include "qbsvrl6/items/page_field.h"
 #include "qbsvrl6/model/report.h"
 #include "qbsvrl6/model/style.h"
 #include "qbsvrl6/picture/picture.h"
@@ -38,21 +37,16 @@ struct PlacedLine {
 };
 
 // A text, in three forms: `text` is complete; `shown` is what the lines show, if that is less; `value` is the
-// number or date that the text formats, for spreadsheets.
-struct TextItem {
-    std::u16string text;
-
+// number or date that the text formats, for spreadsheets. Its colour replaces that of the style.
+struct TextItem : EvaluatedText {
     // The text of the lines if it differs from `text`: cut with an ellipsis, or with #### in place of a
     // number that is wider than the box. Otherwise empty.
     std::u16string shown;
     bool masked = false;  // `shown` has ####
 
-    CellValue value;
-    Calculation calculation;            // only if the sink needs it (LayoutOptions::forWorkbook)
-    double fontSize = 10;               // points, after shrinking to fit
-    std::optional<Color> color;         // from the value's number format; replaces the style's
-    std::u16string link;                // a harmless address, as documents write it; empty: none
-    std::vector<PageField> pageFields;  // in `text`, ascending
+    Calculation calculation;  // only if the sink needs it (LayoutOptions::forWorkbook)
+    double fontSize = 10;     // points, after shrinking to fit
+    std::u16string link;      // a harmless address, as documents write it; empty: none
 
     // From the top down. Empty if the text is empty or pending, and for sinks that draw no text
     // (LayoutOptions::measureText, drawText). Lines that do not fit the height of the box are left out.
@@ -66,6 +60,9 @@ struct TextItem {
     std::vector<Item> joined;
 
     const std::u16string& lineText() const { return shown.empty() ? text : shown; }
+
+    // An empty text that keeps the memory of this one.
+    void clear();
 };
 
 struct LineItem {
@@ -110,6 +107,22 @@ struct Item {
     int lastColumn = -1;
     ItemRole role = {};
 };
+
+inline void TextItem::clear() {
+    text.clear();
+    value = {};
+    color.reset();
+    pageFields.clear();
+    shown.clear();
+    masked = false;
+    calculation = {};
+    fontSize = 10;
+    link.clear();
+    lines.clear();
+    pending = false;
+    pendingKey = 0;
+    joined.clear();
+}
 
 }  // namespace qbsvrl6
 

@@ -17,7 +17,12 @@ BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
       view_(*instance_.view),
       structure_(context, instance_),
       walk_(context.calculations ? context.calculations->newWalk() : 0),
-      chartNumbers_(view_, context.now) {}
+      firstForm_(context.rowForms + 1),
+      chartNumbers_(view_, context.now) {
+    if (instance_.plan.grid) {
+        context.rowForms += 1 + static_cast<std::uint32_t>(instance_.plan.grid->geometry.columnGroups);
+    }
+}
 
 Position BandBuilder::reportPosition(std::size_t row) const {
     Position position;
@@ -53,7 +58,6 @@ LateItem& BandBuilder::lateOf(UnplacedItem& unplaced) {
 }
 
 const PooledStyle* BandBuilder::styleOf(PlannedControl& control, const Position& position) {
-    if (control.conditions.empty()) return control.style;
     std::vector<bool> holds;
     holds.reserve(control.conditions.size());
     for (const PlannedCondition& condition : control.conditions) {
@@ -94,7 +98,7 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
         lateOf(unplaced).hasStyles = true;
         lateOf(unplaced).at = late(position);
     }
-    unplaced.style = styleOf(control, position);
+    unplaced.style = control.conditions.empty() ? control.style : styleOf(control, position);
     unplaced.item->box = box;
     unplaced.item->control = control.control;
     unplaced.item->style = unplaced.style;
@@ -129,15 +133,13 @@ bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedIt
 }
 
 void BandBuilder::makeText(PlannedText& text, const Position& position, UnplacedItem& unplaced) {
-    const Position at = evaluationPosition(text, position);
-    evaluated_.text = context_.spareItems.takeText();
-    view_.evaluateText(text.text, at, evaluated_);
+    const bool isNow = text.evaluate == TextContent::Evaluate::Now;
+    const std::optional<Position> settled =
+        isNow ? std::nullopt : std::optional(evaluationPosition(text, position));
+    const Position& at = isNow ? position : *settled;
     TextItem& item = std::get<TextItem>(unplaced.item->content);
-    item.text = std::move(evaluated_.text);
-    item.value = evaluated_.cell;
+    view_.evaluateText(text.text, at, item);
     if (context_.calculations) item.calculation = context_.calculations->of(text, at, view_, walk_);
-    item.pageFields = std::move(evaluated_.pageFields);
-    item.color = evaluated_.color;
     item.fontSize = unplaced.style->fontSize;
     if (context_.options.paged && (text.needsPage || text.needsPageCount)) {
         lateOf(unplaced).text = &text;
@@ -147,7 +149,6 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Unplaced
     }
     if (context_.options.measureText) {
         const Size box{unplaced.item->box.width, unplaced.item->box.height};
-        if (context_.options.drawText) item.lines = context_.spareItems.takeLines();
         unplaced.needed = context_.options.drawText ? breakText(item, *unplaced.style, box)
                                                     : measureText(item, *unplaced.style, box);
     }
@@ -210,8 +211,9 @@ std::optional<BandDraft> BandBuilder::section(PlannedSection& section, BandKind 
         if (slice != nullptr) box.y -= slice->top;
         UnplacedItem& unplaced = addItem(draft, control);
         unplaced.item->role = structure_.roleOf(entry, index, control, activeColumnGroup);
-        if (!makeItem(box, position, unplaced)) dropItem(draft);
+        if (!makeItem(box, position, unplaced)) dropItem();
     }
+    endItems(draft);
     draft.band.background = section.section->background;
     draft.band.width = section.width;
     draft.band.height =
@@ -263,18 +265,26 @@ bool BandBuilder::hasNoWidth(const UnplacedItem& unplaced, const TextItem& text)
 void BandBuilder::beginItems(BandDraft& draft, std::size_t most) {
     unplacedItems_.clear();
     unplacedItems_.reserve(most);
-    draft.band.items = context_.spareItems.takeItems();
+    hasAllItems_ = true;
+    draft.band.items = context_.spareItems.take(most);
     draft.band.items.reserve(most);  // so that none moves
 }
 
 BandBuilder::UnplacedItem& BandBuilder::addItem(BandDraft& draft, PlannedControl& control) {
-    return unplacedItems_.emplace_back(control, draft.band.items.emplace_back());
+    std::vector<Item>& items = draft.band.items;
+    const std::size_t index = unplacedItems_.size();
+    Item& item = index < items.size() ? items[index] : items.emplace_back();
+    makeBlank(item);
+    return unplacedItems_.emplace_back(control, item);
 }
 
-void BandBuilder::dropItem(BandDraft& draft) {
+void BandBuilder::dropItem() {
     unplacedItems_.pop_back();
-    draft.band.items.pop_back();
+    hasAllItems_ = false;
 }
+
+// Removes the spare items that the band did not need.
+void BandBuilder::endItems(BandDraft& draft) const { draft.band.items.resize(unplacedItems_.size()); }
 
 // Fits a text, picture or drawing into its final box. Returns whether the item shows anything.
 bool BandBuilder::fit(UnplacedItem& unplaced) const {
@@ -302,12 +312,15 @@ bool BandBuilder::fit(UnplacedItem& unplaced) const {
 // Gives the items of the band their final places.
 void BandBuilder::place(BandDraft& draft) {
     bool stay = true;
+    bool isNoted = hasColumnGroups();
     for (UnplacedItem& unplaced : unplacedItems_) {
         unplaced.removed = unplaced.removed || !fit(unplaced);
         stay =
             stay && !unplaced.removed && !std::holds_alternative<PlannedSubReport>(unplaced.control->content);
+        isNoted = isNoted || unplaced.late;
     }
     if (!stay) {
+        hasAllItems_ = false;
         const std::vector<Item> made = std::exchange(draft.band.items, {});
         draft.band.items.reserve(made.size());
         for (UnplacedItem& unplaced : unplacedItems_) {
@@ -315,6 +328,7 @@ void BandBuilder::place(BandDraft& draft) {
         }
         return;
     }
+    if (!isNoted) return;
     for (std::size_t i = 0; i < unplacedItems_.size(); ++i) noteItem(draft, unplacedItems_[i], i);
 }
 
@@ -455,9 +469,14 @@ BandDraft BandBuilder::cells(const CellLines& lines, const Position& position,
     }
     covered_ = -1;
     for (std::size_t i = 0; i < lines.controls.size(); ++i) addCell(lines, i, position, previous, draft);
+    endItems(draft);
     settleLines(lines, draft);
     place(draft);
     finishGridBand(draft);
+    const bool isRow = lines.kind == BandKind::Row && geometry.lines == 1;
+    if (isRow && hasAllItems_ && instance_.plan.grid->joins.empty()) {
+        draft.band.form = firstForm_ + static_cast<std::uint32_t>(activeColumnGroup - kEveryColumnGroup);
+    }
     return draft;
 }
 
@@ -482,7 +501,7 @@ void BandBuilder::addCell(const CellLines& lines, std::size_t index, const Posit
         makeEmpty(box, unplaced);
         return;
     }
-    if (!makeItem(box, position, unplaced)) return dropItem(draft);
+    if (!makeItem(box, position, unplaced)) return dropItem();
     unplaced.item->lastColumn = last;
     unplaced.removed = false;  // a cell always has the height of its row
     if (previous) suppress(unplaced, position, *previous, draft);
@@ -558,9 +577,10 @@ void BandBuilder::settleLines(const CellLines& lines, BandDraft& draft) {
         if (draft.band.height > 0 && line % levels == 0) draft.cuts.push_back(draft.band.height);
         draft.band.height += lineHeights_[line];
     }
+    const bool isOneLine = lineHeights_.size() == 1;
     for (UnplacedItem& unplaced : unplacedItems_) {
-        unplaced.item->box.y = lineTops_[lineOf(*unplaced.control, levels)];
-        unplaced.item->box.height = heightOf(*unplaced.control);
+        unplaced.item->box.y = isOneLine ? 0 : lineTops_[lineOf(*unplaced.control, levels)];
+        unplaced.item->box.height = isOneLine ? draft.band.height : heightOf(*unplaced.control);
     }
 }
 

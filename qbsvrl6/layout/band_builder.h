@@ -127,7 +127,8 @@ private:
     bool hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const;
     void beginItems(BandDraft& draft, std::size_t most);
     UnplacedItem& addItem(BandDraft& draft, PlannedControl& control);
-    void dropItem(BandDraft& draft);
+    void dropItem();
+    void endItems(BandDraft& draft) const;
     bool fit(UnplacedItem& unplaced) const;
     void place(BandDraft& draft);
     void noteItem(BandDraft& draft, UnplacedItem& unplaced, std::size_t index) const;
@@ -142,9 +143,11 @@ private:
     const ReportInstance instance_;
     RowView& view_;
     StructureNotes structure_;
-    const std::uint32_t walk_;  // its number in the calculations
+    const std::uint32_t walk_;       // its number in the calculations
+    const std::uint32_t firstForm_;  // of rows with all columns; those of the column groups follow it
     EvaluatedText evaluated_;
     // For the current band.
+    bool hasAllItems_ = true;  // each control has an item
     std::vector<UnplacedItem> unplacedItems_;
     std::vector<Micrometres> lineHeights_;
     std::vector<Micrometres> lineTops_;

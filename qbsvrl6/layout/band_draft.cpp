@@ -49,6 +49,7 @@ public:
         rest_.uncut->continueBelow(cut_, extra_);
         if (saved_ > 0) closeGap();
         draft_.band.height = cut_;
+        draft_.band.form = 0;
         return std::move(rest_);
     }
 
@@ -339,6 +340,7 @@ BandDraft partForColumnGroup(const BandDraft& draft, const GridGeometry& geometr
     part.band.repeated = whole.repeated;
     part.band.groupLevel = whole.groupLevel;
     part.band.columnGroup = columnGroup;
+    part.band.form = whole.form;
     part.band.structure = whole.structure;
     part.band.background = whole.background;
     part.band.width = geometry.widthOf(columnGroup);

@@ -51,6 +51,7 @@ void LateItems::settleForPage(BandDraft& draft, const PageNumbers& page) {
         if (kept != i) band.items[kept] = std::move(band.items[i]);
         ++kept;
     }
+    if (kept < band.items.size()) band.form = 0;
     band.items.resize(kept);
     draft.deferred.clear();
 }
@@ -127,7 +128,7 @@ void LateItems::settleText(Item& item, const PlannedControl& control, PlannedTex
     view.evaluateText(planned.text, position, evaluated_);
     text.text = evaluated_.text;
     text.pageFields = evaluated_.pageFields;
-    text.value = evaluated_.cell;
+    text.value = evaluated_.value;
     if (evaluated_.color) text.color = evaluated_.color;
     text.pending = false;
     fit(item, control);

@@ -121,6 +121,7 @@ struct LayoutContext {
     SpareItems spareItems;
     LateItems late;
     std::optional<Calculations> calculations;  // none: no sink needs them
+    std::uint32_t rowForms = 0;                // used so far (Band::form)
 };
 
 // The control's style with the conditional styles whose conditions hold applied to it.

@@ -1,9 +1,9 @@
-// The memory of bands that a sink is done with, for the next ones.
+// The items of bands that a sink is done with, for the next ones.
 #ifndef QBSVR_QBSVRL6_LAYOUT_SPARE_ITEMS_H
 #define QBSVR_QBSVRL6_LAYOUT_SPARE_ITEMS_H
 
+#include <algorithm>
 #include <cstddef>
-#include <string>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -12,55 +12,43 @@
 
 namespace qbsvrl6 {
 
-// Objects without content that own memory.
-template <class T>
-class Spares {
-public:
-    // With memory, if there is some.
-    T take() {
-        if (spares_.empty()) return {};
-        T spare = std::move(spares_.back());
-        spares_.pop_back();
-        return spare;
+// Makes the item a text without content, in the memory of its former text.
+inline void makeBlank(Item& item) {
+    constexpr std::size_t kLongestText = 256;
+    auto* const text = std::get_if<TextItem>(&item.content);
+    if (text == nullptr || text->text.capacity() > kLongestText) {
+        item.content = TextItem();
+    } else {
+        text->clear();
     }
+}
 
-    void keep(T&& used, std::size_t most) {
-        if (spares_.size() == most) return;
-        used.clear();
-        spares_.push_back(std::move(used));
-    }
-
-private:
-    std::vector<T> spares_;
-};
-
-// A page has as many bands as rows. The allocator would tidy up after each of them: it keeps only a few small
-// blocks of each size at hand, and none as large as the items of a row.
+// Most bands have as many items as one before them, with texts of about the same length. Their items stay
+// where they are, so that nothing is moved or allocated.
 class SpareItems {
 public:
-    std::vector<Item> takeItems() { return items_.take(); }
-    std::u16string takeText() { return texts_.take(); }
-    std::vector<PlacedLine> takeLines() { return lines_.take(); }
+    // As a former band left them: as many if possible, otherwise none, fewer or more.
+    std::vector<Item> take(std::size_t count) {
+        constexpr std::size_t kSearched = 4;  // a page has headers and footers besides its rows
+        const auto end = spares_.rbegin() + static_cast<std::ptrdiff_t>(std::min(spares_.size(), kSearched));
+        auto spare =
+            std::find_if(spares_.rbegin(), end, [count](const auto& items) { return items.size() == count; });
+        if (spare == end && spares_.size() < kSearched) return {};
+        if (spare == end) spare = spares_.rbegin();
+        std::swap(*spare, spares_.back());
+        std::vector<Item> items = std::move(spares_.back());
+        spares_.pop_back();
+        return items;
+    }
 
     void keep(std::vector<Item>&& items) {
-        constexpr std::size_t kMostBands = 128, kMostItems = 64, kMostTexts = 2'000, kLongestText = 64;
-        if (items.capacity() == 0 || items.capacity() > kMostItems) return;
-        for (Item& item : items) {
-            auto* const text = std::get_if<TextItem>(&item.content);
-            if (text == nullptr) continue;
-            const std::size_t units = text->text.capacity();
-            if (units > std::u16string().capacity() && units <= kLongestText) {
-                texts_.keep(std::move(text->text), kMostTexts);
-            }
-            if (text->lines.capacity() == 1) lines_.keep(std::move(text->lines), kMostTexts);
-        }
-        items_.keep(std::move(items), kMostBands);
+        constexpr std::size_t kMostBands = 128, kMostItems = 64;
+        if (items.empty() || items.size() > kMostItems || spares_.size() == kMostBands) return;
+        spares_.push_back(std::move(items));
     }
 
 private:
-    Spares<std::vector<Item>> items_;
-    Spares<std::u16string> texts_;
-    Spares<std::vector<PlacedLine>> lines_;  // each for one line
+    std::vector<std::vector<Item>> spares_;
 };
 
 }  // namespace qbsvrl6

@@ -31,6 +31,7 @@ public:
     // Whether a double may lose some of its digits.
     bool isWide() const;
     constexpr bool isZero() const { return low_ == 0 && high_ == 0; }
+    constexpr bool isNegative() const { return high_ < 0; }
 
     // The text must consist of "-", digits with at most one point, and an exponent; only digits are required.
     static bool parse(std::string_view text, Decimal& decimal);

@@ -30,6 +30,7 @@ public:
     const Decimal* decimal() const { return std::get_if<Decimal>(&number_); }
     double toDouble() const;
     bool isZero() const;
+    bool isNegative() const { return decimal() != nullptr ? decimal()->isNegative() : toDouble() < 0; }
     bool isFinite() const;
 
     Number operator-() const;

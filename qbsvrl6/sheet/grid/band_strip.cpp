@@ -56,6 +56,7 @@ void BandStrip::add(Band&& band, Micrometres x, Micrometres y) {
 void BandStrip::join(Band&& band, Micrometres x, Micrometres y) {
     makeBackgroundItem(band_);
     makeBackgroundItem(band);
+    band_.form = 0;
     // Blank rows and bands without height do not determine the kind of the joined band.
     if (band_.kind == BandKind::BlankRow || band_.height == 0) {
         band_.kind = band.kind;

@@ -29,7 +29,10 @@ void CellGrid::placeAnew(Band& band) {
     const int overlapsBefore = placement_.overlapCount();
     placement_.place(band, x_);
     for (const Item* const item : placement_.overlays()) addOverlay(*item);
-    for (Cell& cell : placement_.cells()) styleCell(cell, band);
+    for (Cell& cell : placement_.cells()) {
+        insetCell(cell);
+        paintCell(cell, band);
+    }
     if (band.background) borders_.fillBackground(band, x_);
     for (const Item& item : band.items) draw(item);
     collectCells();
@@ -39,13 +42,10 @@ void CellGrid::placeAnew(Band& band) {
 
 void CellGrid::placeByPattern(Band& band) {
     extents_.set(band.height);
-    for (const std::size_t item : pattern_.order()) {
-        const Region& region = pattern_.region(item);
-        Cell& cell = rows_.front().cells.emplace_back();
-        cell.column = region.column;
-        cell.columnSpan = region.columnEnd - region.column;
-        cell.item = &band.items[item];
-        styleCell(cell, band);
+    for (const RowPattern::PlacedItem& placed : pattern_.items()) {
+        Cell& cell = rows_.front().cells.emplace_back(placed.cell);
+        cell.item = &band.items[placed.item];
+        paintCell(cell, band);
     }
 }
 
@@ -82,12 +82,15 @@ void CellGrid::addOverlay(const Item& item) {
          std::max(0, box.y - extents_[row].top)});
 }
 
-void CellGrid::styleCell(Cell& cell, const Band& band) const {
-    if (cell.item != nullptr) {
-        const Rect& box = cell.item->box;
-        cell.inset.left = std::max(x_ + box.x - columns_.edge(cell.column), 0);
-        cell.inset.right = std::max(columns_.edge(cell.column + cell.columnSpan) - x_ - box.right(), 0);
-    }
+// Sets the insets at the sides.
+void CellGrid::insetCell(Cell& cell) const {
+    if (cell.item == nullptr) return;
+    const Rect& box = cell.item->box;
+    cell.inset.left = std::max(x_ + box.x - columns_.edge(cell.column), 0);
+    cell.inset.right = std::max(columns_.edge(cell.column + cell.columnSpan) - x_ - box.right(), 0);
+}
+
+void CellGrid::paintCell(Cell& cell, const Band& band) {
     if (cell.item != nullptr && cell.item->style != nullptr) {
         cell.background = cell.item->style->background;
         cell.border = cell.item->style->border;
@@ -143,7 +146,7 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
     }
 }
 
-// Sets the insets above and below; styleCell has set those at the sides.
+// Sets the insets above and below.
 void CellGrid::settleInsets() {
     for (int row = 0; row < extents_.count(); ++row) {
         for (Cell& cell : rows_[static_cast<std::size_t>(row)].cells) {

@@ -44,7 +44,8 @@ private:
     void placeByPattern(Band& band);
     void draw(const Item& item);
     void addOverlay(const Item& item);
-    void styleCell(Cell& cell, const Band& band) const;
+    void insetCell(Cell& cell) const;
+    static void paintCell(Cell& cell, const Band& band);
     void collectCells();
     void settleHeights(const Band& band, Micrometres y);
     void settleInsets();

@@ -10,6 +10,7 @@ namespace {
 // On a page, rows without height show no text.
 void removeHiddenTexts(Band& band) {
     if (band.height > 0) return;
+    band.form = 0;
     std::erase_if(band.items,
                   [](const Item& item) { return std::holds_alternative<TextItem>(item.content); });
 }

@@ -5,35 +5,31 @@
 namespace qbsvrl6 {
 
 bool RowPattern::matches(const Band& band, Micrometres x, GridFit fit) const {
-    if (band.kind != BandKind::Row || band.items.empty() || x != x_ || band.items.size() != boxes_.size() ||
+    if (band.form == 0 || band.form != form_ || band.columnGroup != columnGroup_ || x != x_ ||
         (band.background && !isComplete_)) {
         return false;
     }
-    for (std::size_t i = 0; i < band.items.size(); ++i) {
-        const Item& item = band.items[i];
-        if (item.box.x != boxes_[i].x || item.box.width != boxes_[i].width || item.box.y != 0 ||
-            item.box.height != band.height || isPicture(item) || !takesCells(item, fit)) {
-            return false;
-        }
-    }
-    return true;
+    return std::all_of(band.items.begin(), band.items.end(),
+                       [fit](const Item& item) { return !isPicture(item) && takesCells(item, fit); });
 }
 
 void RowPattern::remember(const Band& band, Micrometres x, const GridRows& rows, CellPlacement& placement) {
-    boxes_.clear();
     const bool isPlain = rows.count() == 1 && placement.cells().size() == band.items.size() &&
-                         std::none_of(band.items.begin(), band.items.end(), isPending);
-    if (!isPlain) return;
+                         std::none_of(band.items.begin(), band.items.end(), isPending) &&
+                         std::all_of(placement.cells().begin(), placement.cells().end(),
+                                     [](const Cell& cell) { return cell.item != nullptr; });
+    form_ = isPlain ? band.form : 0;
+    if (form_ == 0) return;
+    columnGroup_ = band.columnGroup;
     x_ = x;
     isComplete_ = placement.isComplete();
-    regions_ = placement.regions();
-    order_.clear();
-    for (const Item& item : band.items) {
-        order_.push_back(boxes_.size());
-        boxes_.push_back(item.box);
+    items_.clear();
+    for (const Cell& cell : placement.cells()) {
+        items_.push_back({cell, static_cast<std::size_t>(cell.item - band.items.data())});
+        items_.back().cell.inset.top = items_.back().cell.inset.bottom = 0;
     }
-    std::sort(order_.begin(), order_.end(),
-              [&](std::size_t a, std::size_t b) { return regions_[a].column < regions_[b].column; });
+    std::sort(items_.begin(), items_.end(),
+              [](const PlacedItem& a, const PlacedItem& b) { return a.cell.column < b.cell.column; });
 }
 
 }  // namespace qbsvrl6

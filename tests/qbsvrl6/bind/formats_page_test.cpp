@@ -68,7 +68,7 @@ TEST(FormatsPage, IsTrueRowByRow) {
             EXPECT_EQ(shown, expectedText(row["shows"])) << line;
         }
         if (row.contains("workbook")) {
-            EXPECT_EQ(workbookFormat(orders.last.cell), withoutTicks(row["workbook"])) << line;
+            EXPECT_EQ(workbookFormat(orders.last.value), withoutTicks(row["workbook"])) << line;
         }
         ++rows;
     }

@@ -26,8 +26,8 @@ std::string cellOf(const EvaluatedText& text) {
                                                             {ValueType::Date, "Date"},
                                                             {ValueType::Boolean, "Boolean"},
                                                             {ValueType::Text, "Text"}};
-    const std::string format = toUtf8(text.cell.spreadsheetFormat);
-    return kNames.at(text.cell.type) + (format.empty() ? "" : " ") + format;
+    const std::string format = toUtf8(text.value.spreadsheetFormat);
+    return kNames.at(text.value.type) + (format.empty() ? "" : " ") + format;
 }
 
 // The lines begin with the row, a digit. They are on page 12 of 345.
