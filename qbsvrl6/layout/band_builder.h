@@ -78,6 +78,7 @@ private:
     static LateItem& lateOf(UnplacedItem& unplaced);
     const PooledStyle* styleOf(PlannedControl& control, const Position& position);
     bool makeItem(const Rect& box, const Position& position, UnplacedItem& unplaced);
+    static void setStyle(UnplacedItem& unplaced, const Rect& box, const PooledStyle* style);
     void makeText(PlannedText& text, const Position& position, UnplacedItem& unplaced);
     DrawingItem makeChart(PlannedChart& chart, const Control& control, const Position& position);
     void makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced);
@@ -110,7 +111,6 @@ private:
     void addCell(const CellLines& lines, std::size_t index, const Position& position,
                  std::optional<std::size_t> previous, BandDraft& draft);
     bool showsRow(const PlannedControl& control, const Position& position) const;
-    static void makeEmpty(const Rect& box, UnplacedItem& unplaced);
     void settleLines(const CellLines& lines, BandDraft& draft);
     std::size_t lineOf(const PlannedControl& control, std::size_t levels) const;
     ItemRole roleOfCell(const PlannedControl& control, std::uint32_t entry, int lastColumn) const;

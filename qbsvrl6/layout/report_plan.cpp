@@ -259,7 +259,15 @@ private:
             planned.contentNeedsPage =
                 planned.contentNeedsPage || usesCount || text->any(&Expression::usesPage);
         }
+        planned.isPlain = isPlain(planned);
         return planned;
+    }
+
+    static bool isPlain(const PlannedControl& control) {
+        const auto* const text = std::get_if<PlannedText>(&control.content);
+        return text != nullptr && control.conditions.empty() && !control.visible.when && !text->link &&
+               text->evaluate == TextContent::Evaluate::Now && !text->needsPage && !text->needsPageCount &&
+               !text->removeWhenBlank;
     }
 
     static void warnOfMissingText(const Control& control) {

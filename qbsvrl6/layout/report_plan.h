@@ -112,6 +112,7 @@ struct PlannedControl {
     Visibility visible;
     PlannedContent content;
     bool contentNeedsPage = false;  // its link, barcode, picture or titles show the page's number or rows
+    bool isPlain = false;  // a text that is always shown, in one style, and depends on its position alone
 
     bool hasLateStyle() const {
         return std::any_of(conditions.begin(), conditions.end(),

@@ -27,7 +27,8 @@ void CellSink::band(Band&& band, Micrometres x, Micrometres y) {
     if (band.items.empty() && band.height == 0) return;
     if (!columnMoves_.empty() && band.inGrid) moveColumns(band);
     // Without pages, no bands are side by side, although many rows without height have the same position.
-    if (!isPaged_ || !strip_.takes(band, x, y)) writeStrip();
+    if (!isPaged_) return writeBand(band, x, y);
+    if (!strip_.takes(band, x, y)) writeStrip();
     strip_.add(std::move(band), x, y);
 }
 
@@ -49,12 +50,14 @@ void CellSink::moveColumns(Band& band) const {
 
 void CellSink::writeStrip() {
     if (strip_.isEmpty()) return;
-    Band& band = strip_.band();
-    if (!keepBand(band, strip_.x(), strip_.y())) {
-        const std::span<const CellRow> rows = grid_.place(band, strip_.x(), strip_.y());
-        if (!rows.empty()) writeRows(band, rows);
-    }
+    writeBand(strip_.band(), strip_.x(), strip_.y());
     strip_.clear();
+}
+
+void CellSink::writeBand(Band& band, Micrometres x, Micrometres y) {
+    if (keepBand(band, x, y)) return;
+    const std::span<const CellRow> rows = grid_.place(band, x, y);
+    if (!rows.empty()) writeRows(band, rows);
 }
 
 void CellSink::endPage() {

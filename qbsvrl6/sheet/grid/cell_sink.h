@@ -37,6 +37,7 @@ private:
     virtual void close(PendingTexts& pending) = 0;
 
     void moveColumns(Band& band) const;
+    void writeBand(Band& band, Micrometres x, Micrometres y);
     void writeStrip();
 
     CellGrid grid_;

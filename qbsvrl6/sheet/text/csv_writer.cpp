@@ -4,6 +4,7 @@
 // spans columns fills the first. A text that a spreadsheet would read as a formula is written unchanged
 // unless the export defuses formulas, because an apostrophe before it would falsify it for all other readers.
 #include <algorithm>
+#include <array>
 
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/escape.h"
@@ -68,6 +69,7 @@ public:
           defuseFormulas_(options.defuseFormulas),
           output_(output),
           stream_(&output) {
+        for (const char c : {'"', '\r', '\n', separator_}) isQuoted_[static_cast<std::size_t>(c)] = true;
         if (options.texts.encoding.empty()) stream_.text() = "\xEF\xBB\xBF";
     }
 
@@ -109,10 +111,8 @@ private:
 
     bool needsQuotes(std::u16string_view text) const {
         if (quotesAll_ && !text.empty()) return true;
-        const auto separator = static_cast<char16_t>(separator_);
-        return std::any_of(text.begin(), text.end(), [&](char16_t c) {
-            return c == u'"' || c == separator || c == u'\r' || c == u'\n';
-        });
+        return std::any_of(text.begin(), text.end(),
+                           [&](char16_t c) { return c < isQuoted_.size() && isQuoted_[c]; });
     }
 
     void appendField(std::string& out, std::u16string_view text) const {
@@ -142,6 +142,7 @@ private:
 
     bool rawValues_;
     char separator_;
+    std::array<bool, 128> isQuoted_{};  // of ASCII: needs quotes around the text
     bool quotesAll_;
     const char* lineEnd_;
     bool defuseFormulas_;
