@@ -137,7 +137,11 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
             return value.text;
         case ValueType::Number: {
             if (!value.text.empty()) return value.text;
-            if (const Decimal* const decimal = value.number.decimal()) {
+            // Further places of a double are errors of the calculation, and so are digits beyond its 17.
+            constexpr int kPlaces = 9;
+            const bool isExact = value.number.decimal() != nullptr;
+            const Number shown = isExact ? value.number : value.number.rounded(kPlaces);
+            if (const Decimal* const decimal = shown.decimal()) {
                 std::array<char16_t, Decimal::kLongestText> digits;
                 const char16_t* const end = decimal->write(digits.data());
                 return arena.copy({digits.data(), static_cast<std::size_t>(end - digits.data())});
