@@ -14,11 +14,24 @@ constexpr double kSerialOf1970 = 25569;
 constexpr double kFirstSafeSerial = 61;       // 1900-03-01
 constexpr double kLastSerial = 2958466;       // 10000-01-01
 constexpr double kLastExactDigits = 1e15;     // longer numbers lose their last digits
+constexpr std::size_t kShownDigits = 15;      // spreadsheets show zeros after them
 constexpr double kLastGeneralInteger = 1e11;  // from here on, the general format uses exponents
+
+// From the first digit that is not zero to the last one.
+std::size_t significantDigits(std::u16string_view text) {
+    std::size_t digits = 0, significant = 0;
+    for (const char16_t unit : text) {
+        if (!isDigit(unit)) continue;
+        if (digits > 0 || unit != u'0') ++digits;
+        if (unit != u'0') significant = digits;
+    }
+    return significant;
+}
 
 void setNumber(SheetValue& value, const CellValue& cell) {
     const double number = cell.number.toDouble();
     if (!std::isfinite(number) || std::abs(number) >= kLastExactDigits) return;
+    if (value.text.size() > kShownDigits && significantDigits(value.text) > kShownDigits) return;
     value.kind = SheetValue::Kind::Number;
     value.number = number;
     value.format = cell.spreadsheetFormat;
