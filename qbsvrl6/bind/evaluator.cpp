@@ -141,8 +141,7 @@ void Evaluator::evaluateText(TextTemplate& text, const Position& position, Evalu
     }
 }
 
-Value Evaluator::run(const Expression& expression, const Position& position) {
-    if (const BoundName* const name = expression.loneName()) return readName(*name, position);
+Value Evaluator::runCode(const Expression& expression, const Position& position) {
     const std::vector<Instruction>& code = expression.code;
     for (std::size_t next = 0; next < code.size();) {
         const Instruction& instruction = code[next++];
@@ -257,6 +256,8 @@ void Evaluator::call(const Expression& expression, const Instruction& instructio
 }
 
 Value Evaluator::readName(const BoundName& name, const Position& position) {
+    if (name.kind == NameKind::Column && !name.declaredType && !position.ofOthers)
+        return readColumn(name.index, position);
     if (position.ofOthers) {
         if (const std::optional<Value> value = readOfOthers(name, position)) return *value;
     }
@@ -351,8 +352,7 @@ UnreadValues::Source Evaluator::textSourceOf(const Expression& expression, const
 Value Evaluator::readSource(const BoundName& name, const Position& position) {
     switch (name.kind) {
         case NameKind::Column:
-            if (position.row >= rows_.count()) return {};
-            return readTable(*rowTable_, rows_.tableRow(position.row), name.index);
+            return readColumn(name.index, position);
         case NameKind::Related: {
             const TableRow around = rowAround(name.table, position);
             return around.table == nullptr ? Value() : readTable(*around.table, around.row, name.index);

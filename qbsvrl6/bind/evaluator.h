@@ -87,12 +87,20 @@ private:
     };
 
     void begin();
-    Value run(const Expression& expression, const Position& position);
+    Value run(const Expression& expression, const Position& position) {
+        const BoundName* const name = expression.loneName();
+        return name != nullptr ? readName(*name, position) : runCode(expression, position);
+    }
+    Value runCode(const Expression& expression, const Position& position);
     Value readName(const BoundName& name, const Position& position);
     std::optional<Value> readOfOthers(const BoundName& name, const Position& position) const;
     Value readSource(const BoundName& name, const Position& position);
     TableRow rowAround(const Table* table, const Position& position) const;
     Value readTable(const Table& table, std::size_t row, std::uint32_t column);
+    Value readColumn(std::uint32_t column, const Position& position) {
+        if (position.row >= rows_.count()) return {};
+        return readTable(*rowTable_, rows_.tableRow(position.row), column);
+    }
     bool isFresh(const Memo& memo, const Position& position) const;
     Value readCalculated(const BoundName& name, const Position& position);
     Value readSystem(SystemValue system, const Position& position) const;

@@ -114,7 +114,7 @@ std::u16string_view NumberFormat::decimalDigitsOf(const NumberSection& section, 
     char16_t* const end = scratch_.data() + scratch_.size();
     char16_t* at = end;
     const auto put = [&at](std::u16string_view text) {
-        at = std::copy_backward(text.begin(), text.end(), at);
+        for (std::size_t i = text.size(); i > 0; --i) *--at = text[i - 1];
     };
     const Decimal shown = magnitude.reduced();
     Int128 rest = shown.coefficient();

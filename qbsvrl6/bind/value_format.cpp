@@ -184,11 +184,11 @@ Value ValueFormat::converted(const Value& value) const {
 void ValueFormat::append(const Value& value, TextArena& arena, EvaluatedText& result, bool asValue) {
     if (text_.empty()) {
         result.text += toText(value, arena);
-        if (asValue) result.value = cell(value);
+        if (asValue) setValue(value, result.value);
     } else {
         const Value shown = converted(value);
         appendText(shown, arena, result);
-        if (asValue) result.value = cell(shown);
+        if (asValue) setValue(shown, result.value);
     }
 }
 
@@ -228,8 +228,7 @@ bool ValueFormat::surround(std::u16string_view before, std::u16string_view after
     return true;
 }
 
-CellValue ValueFormat::cell(const Value& typed) {
-    CellValue cell;
+void ValueFormat::setValue(const Value& typed, CellValue& cell) {
     cell.isSurrounded = !before_.empty() || !after_.empty();
     cell.type = typed.type;
     switch (typed.type) {
@@ -277,7 +276,6 @@ CellValue ValueFormat::cell(const Value& typed) {
             if (cell.spreadsheetFormat.empty() || cell.isSurrounded) cell.type = ValueType::Text;
             break;
     }
-    return cell;
 }
 
 }  // namespace qbsvrl6

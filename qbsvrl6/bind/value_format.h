@@ -25,8 +25,8 @@ public:
     explicit ValueFormat(std::u16string text);
 
     // Appends the value as it is shown. If the result has no colour, sets it to that of the number format, if
-    // any. With `asValue`, the value for a spreadsheet cell becomes that of the result; its number format is
-    // valid until this object is moved or destroyed.
+    // any. With `asValue`, sets its value, which was empty, to that for a spreadsheet cell; its number format
+    // is valid until this object is moved or destroyed.
     void append(const Value& value, TextArena& arena, EvaluatedText& result, bool asValue = false);
 
     // Makes this text, shown before and after the value, part of the spreadsheet format. Returns false, and
@@ -43,7 +43,7 @@ private:
     // The value; a text value is converted to the type of the format if it reads as one.
     Value converted(const Value& value) const;
     void appendText(const Value& shown, TextArena& arena, EvaluatedText& result);
-    CellValue cell(const Value& typed);
+    void setValue(const Value& typed, CellValue& cell);
     NumberFormat& numberFormat();
     const larkspur::ClkDateTimeFormatParser& dateFormat();
     const larkspur::ClkBooleanFormatParser& booleanFormat();

@@ -9,7 +9,7 @@
 
 namespace qbsvrl6 {
 
-void CollectingFlow::add(BandDraft draft) {
+void CollectingFlow::add(BandDraft&& draft) {
     const Micrometres y = height;
     if (draft.band.height > limits::kBandMicrometres - height) {
         throw EngineError(ErrorCode::LimitExceeded, "a sub-report is higher than " +
@@ -28,7 +28,7 @@ void takeIn(BandDraft& draft) {
     for (Item& item : draft.band.items) item.column = item.lastColumn = -1;
 }
 
-void InnerFlow::add(BandDraft draft) {
+void InnerFlow::add(BandDraft&& draft) {
     height += draft.band.height;
     draft.x += x_;
     takeIn(draft);
@@ -50,7 +50,7 @@ void ContinuousFlow::begin() {
     y_ = page_.margins.top;
 }
 
-void ContinuousFlow::add(BandDraft draft) {
+void ContinuousFlow::add(BandDraft&& draft) {
     // The height of a million rows would overflow; sinks of this layout depend on the order of bands only.
     constexpr std::int64_t kLowest = std::numeric_limits<Micrometres>::max() / 2;
     const Micrometres height = draft.band.height;

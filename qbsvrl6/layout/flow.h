@@ -16,7 +16,7 @@ class Flow {
 public:
     virtual ~Flow() = default;
 
-    virtual void add(BandDraft draft) = 0;
+    virtual void add(BandDraft&& draft) = 0;
 
     // Without pages, the other functions do nothing.
 
@@ -40,7 +40,7 @@ public:
 // Collects the bands of a sub-report, which become part of a band of the enclosing report.
 class CollectingFlow : public Flow {
 public:
-    void add(BandDraft draft) override;
+    void add(BandDraft&& draft) override;
 
     struct Placed {
         BandDraft draft;
@@ -64,7 +64,7 @@ public:
     InnerFlow(const InnerFlow&) = delete;
     InnerFlow& operator=(const InnerFlow&) = delete;
 
-    void add(BandDraft draft) override;
+    void add(BandDraft&& draft) override;
     void startPage() override { outer_.startPage(); }
     void startOn(PageSide side) override { outer_.startOn(side); }
     std::uint64_t beginKeep() override { return outer_.beginKeep(); }
@@ -88,7 +88,7 @@ public:
         : context_(context), sink_(sink), page_(page) {}
 
     void begin();
-    void add(BandDraft draft) override;
+    void add(BandDraft&& draft) override;
     void end();
 
 private:

@@ -80,7 +80,7 @@ void Pager::turnPage(const BandDraft& lead) {
     for (BandDraft& title : titles) append(std::move(title));
 }
 
-void Pager::add(BandDraft draft) {
+void Pager::add(BandDraft&& draft) {
     if (pageOpen_ && wanted_ != opened_) startPage();
     if (std::exchange(startPending_, false)) beginAskedPage(draft);
     leaveOtherPaper();
@@ -94,7 +94,7 @@ void Pager::add(BandDraft draft) {
     place(std::move(draft));
 }
 
-void Pager::place(BandDraft draft) {
+void Pager::place(BandDraft&& draft) {
     for (;;) {
         if (draft.hidesRepeated && !fragmentHasRow_) {
             BandDraft revealed = draft.owner->revealed(draft);
@@ -133,7 +133,7 @@ bool Pager::hasOnlyHeadersAbove(const BandDraft& draft) const {
     });
 }
 
-void Pager::append(BandDraft draft) {
+void Pager::append(BandDraft&& draft) {
     complete(draft);
     used_ += draft.band.height;
     fragmentHasRow_ = fragmentHasRow_ || draft.band.kind == BandKind::Row;
@@ -148,7 +148,7 @@ bool Pager::cutsInPlace(const BandDraft& draft) const {
 }
 
 // Breaks the fragment at the best place and moves the rest to the next one.
-void Pager::moveOn(BandDraft draft) {
+void Pager::moveOn(BandDraft&& draft) {
     std::size_t from = chooseBreak(draft);
     if (from < fragment_.size() && fragment_[from].rowTops.size() > 1) from = breakRows(from);
     std::vector<BandDraft> carried(
@@ -447,7 +447,7 @@ void Pager::emitPart(std::optional<PlannedSection>& part, BandKind kind, Microme
     emitBand(std::move(*draft), setup_->margins.left, y, numbers);
 }
 
-void Pager::emitBand(BandDraft draft, Micrometres x, Micrometres y, const PageNumbers& numbers) {
+void Pager::emitBand(BandDraft&& draft, Micrometres x, Micrometres y, const PageNumbers& numbers) {
     context_.late.settleForPage(draft, numbers);
     sink_.band(std::move(draft.band), x, y);
     context_.spareItems.keep(std::move(draft.band.items));

@@ -30,7 +30,7 @@ public:
     // Raises EngineError(LimitExceeded) for paper without space between its margins.
     Pager(LayoutContext& context, const ReportInstance& instance, PageSink& sink);
 
-    void add(BandDraft draft) override;
+    void add(BandDraft&& draft) override;
     void startPage() override;
     void startPageNumbers() override { restartPending_ = true; }
     void startOn(PageSide side) override { side_ = side; }
@@ -66,11 +66,11 @@ private:
     std::optional<PlannedSection>& headerOfPage();
     std::optional<PlannedSection>& footerOfPage();
     std::shared_ptr<const Picture> backgroundOfPage();
-    void place(BandDraft draft);
-    void append(BandDraft draft);
+    void place(BandDraft&& draft);
+    void append(BandDraft&& draft);
     bool hasOnlyHeadersAbove(const BandDraft& draft) const;
     bool cutsInPlace(const BandDraft& draft) const;
-    void moveOn(BandDraft draft);
+    void moveOn(BandDraft&& draft);
     std::size_t chooseBreak(const BandDraft& draft) const;
     std::size_t breakRows(std::size_t index);
     void nextFragment(const BandDraft& lead);
@@ -86,7 +86,7 @@ private:
                   const PageNumbers& numbers);
     std::optional<BandDraft> makePart(std::optional<PlannedSection>& part, BandKind kind,
                                       const PageNumbers& numbers);
-    void emitBand(BandDraft draft, Micrometres x, Micrometres y, const PageNumbers& numbers);
+    void emitBand(BandDraft&& draft, Micrometres x, Micrometres y, const PageNumbers& numbers);
     void nextPageNumber();
 
     std::size_t firstRow(const BandDraft& lead) const { return lead.countsRows ? lead.row : nextRow_; }

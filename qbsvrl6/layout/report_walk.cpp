@@ -66,7 +66,7 @@ void ReportWalk::walkReport() {
     }
 }
 
-void ReportWalk::add(BandDraft draft) {
+void ReportWalk::add(BandDraft&& draft) {
     goOn();
     draft.owner = shared_from_this();
     draft.hiddenRows = std::exchange(hiddenRows_, {});

@@ -34,7 +34,7 @@ private:
     };
 
     void walkReport();
-    void add(BandDraft draft);
+    void add(BandDraft&& draft);
     void addSection(PlannedSection& section, BandKind kind, const Position& position);
     void addSlices(PlannedSection& section, BandKind kind, const Position& position);
     void addSubReport(PlannedControl& control, const ItemRole& role, BandKind kind, Micrometres left,

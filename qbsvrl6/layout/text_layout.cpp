@@ -317,6 +317,12 @@ std::size_t fittingLines(const PooledStyle& style, double fontSize, Micrometres 
     return 1 + static_cast<std::size_t>((height - em) / style.lineHeight(fontSize));
 }
 
+// The usual single line is decided without a division.
+bool fitLines(std::size_t lines, const PooledStyle& style, double fontSize, Micrometres height) {
+    const auto em = static_cast<Micrometres>(fontSize * kMicrometresPerPoint);
+    return lines == 1 ? height >= em / 2 : lines <= fittingLines(style, fontSize, height);
+}
+
 bool fitsShrunk(TextItem& item, const PooledStyle& style, Size inner, double fontSize) {
     const bool staysOnLine = item.value.type == ValueType::Number && !breaksAtSpaces(item);
     std::vector<TextLine> lines =
@@ -411,7 +417,7 @@ Micrometres neededHeight(std::size_t lines, const TextItem& item, const PooledSt
                              style.padding.bottom);
     }
     const Micrometres height = linesHeight(lines, item, style) + style.padding.top + style.padding.bottom;
-    const bool fits = lines <= fittingLines(style, item.fontSize, box.height);
+    const bool fits = fitLines(lines, style, item.fontSize, box.height);
     return fits ? std::min(height, box.height) : height;
 }
 
