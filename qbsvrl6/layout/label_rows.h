@@ -29,6 +29,8 @@ public:
     bool isDone() const { return left_ == 0; }
     // Row that the next label shows, or that of the last one.
     std::size_t row() const { return row_; }
+    // The end of the rows whose first label is printed, and of those without labels after them.
+    std::size_t passed() const { return isDone() ? view_.rowCount() : row_ + (isFirst_ ? 0 : 1); }
     // The number of labels from the next one on. It evaluates the copies of all rows.
     std::size_t count() const;
     // The place of the first label on a sheet with so many places, from 0.

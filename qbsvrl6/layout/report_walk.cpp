@@ -197,6 +197,7 @@ void ReportWalk::walkLabels() {
     LabelRows labels(view_, planned);
     const auto columns = static_cast<std::size_t>(planned.columns);
     bool isFirst = true;
+    RowRange passed;
     while (!labels.isDone()) {
         std::size_t lines = linesOfSheet(!isFirst);
         if (instance_.isSubReport && planned.labels->down) {
@@ -205,7 +206,9 @@ void ReportWalk::walkLabels() {
                       "the labels of a sub-report");
         }
         const std::size_t start = isFirst ? labels.start(lines * columns) : 0;
-        addLabels(labels.nextSheet(lines, start), lines);
+        const LabelSheet sheet = labels.nextSheet(lines, start);
+        passed = {passed.end, labels.passed()};
+        addLabels(sheet, lines, passed);
         if (&view_ == context_.watched) Spending::current()->progress().rows = labels.row() + 1;
         isFirst = false;
     }
@@ -230,7 +233,9 @@ std::size_t ReportWalk::linesOfSheet(bool isNew) const {
     return static_cast<std::size_t>(std::max<std::int64_t>((room + gap) / step, 1));
 }
 
-void ReportWalk::addLabels(const LabelSheet& sheet, std::size_t lines) {
+// The rows without labels before, between and after those of the sheet belong to its page as well: the last
+// line counts all that were passed.
+void ReportWalk::addLabels(const LabelSheet& sheet, std::size_t lines, const RowRange& passed) {
     const PlannedLabels& planned = *instance_.plan.grid->labels;
     const auto columns = static_cast<std::size_t>(planned.columns);
     for (std::size_t line = 0; line * columns < sheet.size(); ++line) {
@@ -239,6 +244,9 @@ void ReportWalk::addLabels(const LabelSheet& sheet, std::size_t lines) {
         for (const std::optional<LabelPlace>& place : places) {
             if (!place || !place->isFirst) continue;
             starting = {std::min(starting.first, place->row), std::max(starting.end, place->row + 1)};
+        }
+        if ((line + 1) * columns >= sheet.size() && passed.end > passed.first) {
+            starting = {std::min(starting.first, passed.first), std::max(starting.end, passed.end)};
         }
         const bool isLast = line + 1 == lines && context_.options.paged;
         BandDraft band =
@@ -328,7 +336,11 @@ void ReportWalk::openGroups(int from, std::size_t row) {
     togetherKeeps_.resize(groups.size());
     for (std::size_t level = static_cast<std::size_t>(from); level < shownLevels_; ++level) {
         PlannedGroup& group = groups[level];
-        if (!group.group->showRows) hiddenRows_ = view_.group(static_cast<int>(level), row);
+        if (!group.group->showRows) {
+            const RowRange rows = view_.group(static_cast<int>(level), row);
+            const bool isWaiting = hiddenRows_.end > hiddenRows_.first;  // of groups without a band
+            hiddenRows_ = {isWaiting ? hiddenRows_.first : rows.first, rows.end};
+        }
         if (group.group->keepTogether) togetherKeeps_[level] = flow_->beginKeep();
         const auto ownLevel = static_cast<int>(level);
         if (hasPapers_) usePaperOf(ownLevel);

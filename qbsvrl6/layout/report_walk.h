@@ -45,7 +45,7 @@ private:
     void walkRows();
     void walkLabels();
     std::size_t linesOfSheet(bool isNew) const;
-    void addLabels(const LabelSheet& sheet, std::size_t lines);
+    void addLabels(const LabelSheet& sheet, std::size_t lines, const RowRange& passed);
     void addTitle(int level);
     bool showsTitlesInGroups() const;
     // Adds the row, or the group without rows that begins with it, and returns the next row.
