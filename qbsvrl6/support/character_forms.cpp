@@ -12,6 +12,9 @@ namespace {
 
 bool isNoncharacter(char32_t c) { return c == 0xFFFE || c == 0xFFFF; }
 
+// Whether the unit is a character by itself, and no noncharacter.
+bool standsAlone(char16_t unit) { return unit < 0xD800 || (unit > 0xDFFF && unit < 0xFFFE); }
+
 }  // namespace
 
 // Writes blocks through a buffer of fixed size.
@@ -30,6 +33,11 @@ void appendForms(std::string& out, std::u16string_view text, const CharacterForm
         }
         if (i == runEnd || used > buffer.size() - CharacterForms::kLongestForm) continue;
         const char16_t unit = text[i];
+        if (unit >= 0x80 && standsAlone(unit)) {
+            used += putUtf8(&buffer[used], unit);
+            ++i;
+            continue;
+        }
         if (unit >= 0x80) {
             const char32_t c = nextCharacter(text, i);
             used += putUtf8(&buffer[used], isNoncharacter(c) ? 0xFFFD : c);

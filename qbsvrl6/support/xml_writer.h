@@ -34,6 +34,9 @@ void appendXmlNumber(std::string& out, Number number) {
     out.append(&digits[0], std::to_chars(&digits[0], &digits[sizeof digits], number).ptr);
 }
 
+// The same, faster for amounts: numbers that are whole or have up to two decimals.
+void appendXmlNumber(std::string& out, double number);
+
 // A tag stays open for attributes until content follows:
 //
 //     XmlWriter xml(out);

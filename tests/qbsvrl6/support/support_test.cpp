@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -24,6 +26,7 @@
 #include "qbsvrl6/support/reach.h"
 #include "qbsvrl6/support/suggestion.h"
 #include "qbsvrl6/support/utf.h"
+#include "qbsvrl6/support/xml_writer.h"
 #include "tests/scratch_directory.h"
 
 namespace qbsvrl6 {
@@ -84,6 +87,25 @@ TEST(Utf, ConvertsAndReplacesEachBadPartOnce) {
         }
     }
     EXPECT_EQ(toUtf8(u"a\xD840z\xDC00"), "a\xEF\xBF\xBDz\xEF\xBF\xBD");
+}
+
+TEST(XmlNumber, IsTheShortestTextThatReadsBack) {
+    for (const double number : {0.0,         -0.0,         0.01,
+                                0.1,         -0.05,        0.005,
+                                1.1,         12.34,        -1234.5,
+                                99'999.99,   50'000.0,     500'000.0,
+                                1'200'000.0, 1'230'000.01, 999'999'999'999.99,
+                                1e12,        1e15,         123'456'789'012'345.0,
+                                0.1 + 0.2,   1.005,        1e-7,
+                                1e300}) {
+        for (const double near : {number, std::nextafter(number, 1e301), std::nextafter(number, -1e301)}) {
+            char digits[32];
+            const std::string expected(digits, std::to_chars(digits, std::end(digits), near).ptr);
+            std::string text;
+            appendXmlNumber(text, near);
+            EXPECT_EQ(text, expected);
+        }
+    }
 }
 
 TEST_F(InDirectory, NamesTheSameFileFromAnotherFolder) {
