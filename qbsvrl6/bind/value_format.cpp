@@ -156,6 +156,21 @@ const larkspur::ClkBooleanFormatParser& ValueFormat::booleanFormat() {
     return *boolean_;
 }
 
+// A number's format has no words for a boolean and no parts of a date, and the words of a boolean are no date:
+// they would be shown in place of the value.
+bool ValueFormat::isForOther(ValueType type) const {
+    const bool isOfNumbers = !text_.empty() && (hasAnyOf(text_, u"#0") || text_.front() == u'{' ||
+                                                text_.find(u"$$") != std::u16string::npos);
+    if (type == ValueType::Boolean) {
+        return !hasAnyOf(text_, u":") && (isOfNumbers || text_.find(u"yy") != std::u16string::npos);
+    }
+    if (type != ValueType::Date) return false;
+    const auto isIn = [&](std::u16string_view part) { return text_.find(part) != std::u16string::npos; };
+    constexpr std::array<std::u16string_view, 6> kParts = {u"yy", u"MM", u"dd", u"HH", u"hh", u"mm"};
+    return purpose_ == Purpose::Boolean ? std::none_of(kParts.begin(), kParts.end(), isIn)
+                                        : isOfNumbers && !hasAnyOf(text_, u"yMdHhms");
+}
+
 Value ValueFormat::converted(const Value& value) const {
     if (value.type == ValueType::Number && purpose_ == Purpose::Boolean)
         return makeBoolean(!value.number.isZero());
@@ -186,7 +201,7 @@ void ValueFormat::append(const Value& value, TextArena& arena, EvaluatedText& re
         result.text += toText(value, arena);
         if (asValue) setValue(value, result.value);
     } else {
-        const Value shown = converted(value);
+        const Value shown = isForOther(value.type) ? makeText(toText(value, arena)) : converted(value);
         appendText(shown, arena, result);
         if (asValue) setValue(shown, result.value);
     }

@@ -40,6 +40,7 @@ public:
 private:
     enum class Purpose { Number, Date, Boolean };
 
+    bool isForOther(ValueType type) const;
     // The value; a text value is converted to the type of the format if it reads as one.
     Value converted(const Value& value) const;
     void appendText(const Value& shown, TextArena& arena, EvaluatedText& result);
