@@ -347,7 +347,8 @@ void ReportWalk::openGroups(int from, std::size_t row) {
         if (group.sheet) {
             EvaluatedText name;
             view_.evaluateText(*group.sheet, builder_.groupPosition(ownLevel, row), name);
-            sheet_ = std::move(name.text);
+            // A group without a name has a sheet as well.
+            sheet_ = name.text.empty() ? u" " : std::move(name.text);
         }
         if (group.header && group.group->minimumRows > 0)
             rowKeeps_.push_back({flow_->beginKeep(), ownLevel, group.group->minimumRows});

@@ -67,7 +67,9 @@ std::u16string plainName(std::u16string_view title) {
     }
     const std::size_t first = name.find_first_not_of(u" '");
     if (first == std::u16string::npos) return u"Sheet1";
-    return name.substr(first, name.find_last_not_of(u" '") + 1 - first);
+    name = name.substr(first, name.find_last_not_of(u" '") + 1 - first);
+    if (equalsIgnoringCase(name, u"History")) name += u'_';  // which Excel reserves
+    return name;
 }
 
 }  // namespace
