@@ -121,7 +121,7 @@ bool Evaluator::isTrue(const Expression& expression, const Position& position) {
 void Evaluator::evaluateText(TextTemplate& text, const Position& position, EvaluatedText& result) {
     result.text.clear();
     result.color.reset();
-    result.value = {};
+    result.value.clear();
     result.pageFields.clear();
     begin();
     for (std::size_t index = 0; index < text.parts.size(); ++index) {

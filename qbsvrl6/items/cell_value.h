@@ -20,6 +20,14 @@ struct CellValue {
     std::u16string_view spreadsheetFormat;  // owned by the plan of the text; empty: general
     bool formatHasColors = false;           // the format colours the number as the page does
     bool isSurrounded = false;              // the format contains text around the placeholder
+
+    // Makes it the value of a text. The other members are left: assigning them all would take longer than
+    // many texts.
+    void clear() {
+        type = ValueType::Text;
+        spreadsheetFormat = {};
+        formatHasColors = isSurrounded = false;
+    }
 };
 
 }  // namespace qbsvrl6

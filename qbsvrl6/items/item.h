@@ -110,12 +110,12 @@ struct Item {
 
 inline void TextItem::clear() {
     text.clear();
-    value = {};
+    value.clear();
     color.reset();
     pageFields.clear();
     shown.clear();
     masked = false;
-    calculation = {};
+    if (calculation.kind != Calculation::Kind::None) calculation = {};
     fontSize = 10;
     link.clear();
     lines.clear();
