@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstring>
 
 #include "common/errors.h"
 #include "format/boolean_format.h"
 #include "format/date_time.h"
-#include "format/numeric_format.h"
 #include "qbsvrl6/bind/dates.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
@@ -146,8 +146,10 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
                 const char16_t* const end = decimal->write(digits.data());
                 return arena.copy({digits.data(), static_cast<std::size_t>(end - digits.data())});
             }
-            thread_local const larkspur::ClkNumericFormatParser plain;
-            return arena.copy(plain.Format(value.number.toDouble()));
+            std::array<char, 32> digits;  // with an exponent: no others of the many digits would be true
+            char* const end =
+                std::to_chars(digits.data(), digits.data() + digits.size(), value.number.toDouble()).ptr;
+            return arena.copy(std::u16string(digits.data(), end));
         }
         case ValueType::Date: {
             if (!value.text.empty()) return value.text;
