@@ -72,6 +72,11 @@ std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const Cha
         log("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(leftOut) +
             " values have no label for lack of room; make the chart larger or its valueFormat shorter");
     }
+    if (const std::size_t negative = countNegativeAreas(settings, data); negative > 0) {
+        log("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(negative) +
+            (negative == 1 ? " value below zero is not drawn; a bar chart shows it"
+                           : " values below zero are not drawn; a bar chart shows them"));
+    }
     return placed(std::move(drawing), place);
 }
 

@@ -203,4 +203,16 @@ Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box
     return builder.take();
 }
 
+std::size_t countNegativeAreas(const ChartSettings& settings, const ChartData& data) {
+    if (settings.kind == ChartKind::Pie) return countNegativeSlices(data);
+    if (settings.kind != ChartKind::Bubble) return 0;
+    std::size_t count = 0;
+    for (const ChartSeries& series : data.series) {
+        count +=
+            static_cast<std::size_t>(std::count_if(series.points.begin(), series.points.end(),
+                                                   [](const ChartPoint& point) { return point.size < 0; }));
+    }
+    return count;
+}
+
 }  // namespace qbsvrl6

@@ -15,6 +15,9 @@ namespace qbsvrl6 {
 Drawing drawChart(const ChartSettings& settings, const ChartData& data, Size box,
                   const std::u16string& fontFamily, std::size_t* labelsLeftOut = nullptr);
 
+// The number of slices or bubbles that are not drawn because they are below zero.
+std::size_t countNegativeAreas(const ChartSettings& settings, const ChartData& data);
+
 }  // namespace qbsvrl6
 
 #endif

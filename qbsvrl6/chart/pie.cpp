@@ -1,5 +1,6 @@
 #include "qbsvrl6/chart/pie.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <numbers>
@@ -164,6 +165,12 @@ void paintPie(ChartBuilder& builder, const ChartData& data) {
     for (const Slice& slice : slices) labels.push_back(slice.label);
     builder.addLegend(labels);
     Pie(builder).paint(slices);
+}
+
+std::size_t countNegativeSlices(const ChartData& data) {
+    const std::vector<Slice> slices = slicesOf(data);
+    return static_cast<std::size_t>(
+        std::count_if(slices.begin(), slices.end(), [](const Slice& slice) { return slice.value < 0; }));
 }
 
 }  // namespace qbsvrl6

@@ -9,6 +9,9 @@ namespace qbsvrl6 {
 // Draws legend, slices and their labels into the plot.
 void paintPie(ChartBuilder& builder, const ChartData& data);
 
+// The number of slices below zero, which are not drawn.
+std::size_t countNegativeSlices(const ChartData& data);
+
 }  // namespace qbsvrl6
 
 #endif
