@@ -129,10 +129,10 @@ bool GridRows::belongsToRow(std::span<const ItemExtent> row, const ItemExtent& n
 }
 
 // Whether a box that begins above a row extends into it by more than half the height of the row's smallest
-// item.
+// item. That item may begin below the top of the row, beside a higher one.
 bool GridRows::covers(const Rect& box, int row) const {
     const RowExtent& extent = extents_[static_cast<std::size_t>(row)];
-    return box.bottom() > extent.top + std::max(kEdgeTolerance, extent.leastHeight / 2);
+    return box.bottom() > std::max(extent.top + kEdgeTolerance, extent.leastBottom - extent.leastHeight / 2);
 }
 
 int GridRows::rowAt(Micrometres y) const {

@@ -57,6 +57,9 @@ TEST(CellGrid, SnapsItemsToColumnsAndRows) {
         {"beside some items of a row, between others",
          {textAt({0, 0, 30, 6}, u"a"), textAt({60, 0, 30, 6}, u"c"), textAt({30, 2, 30, 6}, u"b")},
          "a|b|c\n"},
+        {"above a row whose tall item begins earlier, and that item beside it",
+         {textAt({0, 0, 60, 20}, u"a"), textAt({60, 12, 30, 80}, u"c"), textAt({0, 27, 60, 8}, u"b")},
+         "a||\nb||c\n"},
         {"empty texts take no cell", {textAt({0, 0, 90, 6}, u""), textAt({0, 0, 30, 6}, u"a")}, "a||\n"},
         // Overlaps
         {"the later one takes the free part",
