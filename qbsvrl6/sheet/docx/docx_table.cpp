@@ -53,6 +53,8 @@ DocxTable::DocxTable(const ReportDefinition& report, const CellGrid& grid, Micro
     }
     XmlWriter xml(start_);
     xml.open("w:tbl").open("w:tblPr");
+    // Without it, LibreOffice reverses the columns of a table whose paragraphs run from right to left.
+    xml.open("w:bidiVisual").attribute("w:val", 0).close();
     xml.open("w:tblW").attribute("w:w", twips(edge) - twips(left)).attribute("w:type", "dxa").close();
     xml.open("w:tblInd").attribute("w:w", twips(left)).attribute("w:type", "dxa").close();
     xml.open("w:tblLayout").attribute("w:type", "fixed").close().open("w:tblCellMar");

@@ -26,7 +26,7 @@ svg{display:block;margin:0 0 -1mm}
 .grid thead{position:sticky;top:0;z-index:1;background:#fff}
 .foot{margin-top:auto}
 .r90,.r180,.r270{display:inline-block}
-.r90,.r270{writing-mode:vertical-rl}
+.r90,.r270{writing-mode:vertical-rl;text-orientation:sideways}
 .r180,.r270{transform:rotate(180deg)}
 @media screen and (prefers-color-scheme:dark){body{background:#2a2a2a}}
 @media print{.cut{max-height:var(--cut);overflow:hidden}
