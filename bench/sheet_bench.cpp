@@ -83,6 +83,7 @@ Band rowBand(const Looks& looks, int row) {
     const auto pick = static_cast<std::size_t>(row);
     const double price = 12.9 + row % 997;
     Band band = emptyBand(BandKind::Row);
+    band.form = 1;
     addCell(band, looks.number, digits(row), typed(ValueType::Number, row, 0, {}));
     addCell(band, looks.text, u"SO-2026-" + digits(100'000 + row));
     addCell(band, looks.text, names[pick % 5]);
