@@ -106,9 +106,10 @@ public:
             reject(response, *current->rejection);
             return response.status;
         });
-        set_exception_handler([](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
-            answerError(response, 500, "the request could not be answered");
-        });
+        set_exception_handler(
+            [](const httplib::Request&, httplib::Response& response, const std::exception_ptr&) {
+                answerError(response, 500, "the request could not be answered");
+            });
         set_error_handler(Server::Handler(
             [this](const httplib::Request&, httplib::Response& response) { explain(response); }));
     }
