@@ -192,10 +192,7 @@ public:
         std::size_t count = 0;
         for (const auto& [name, shape] : children_) {
             if (shape.isTable()) ++count;
-            if (shape.isTable() && attributes_.contains(name)) {
-                throw Failure(place + ": an attribute and a nested table of <" + name +
-                              "> have one name; burst needs two, so rename one of them");
-            }
+            if (shape.isTable() && attributes_.contains(name)) refuseSharedName(place, name);
             count += shape.countTables(place);
             if (count > kMostTables)
                 throw Failure(place + ": the rows have more than " + grouped(kMostTables) + " nested tables");
@@ -211,6 +208,11 @@ public:
     }
 
 private:
+    [[noreturn]] static void refuseSharedName(const std::string& place, const std::string& name) {
+        throw Failure(place + ": an attribute and a nested table of <" + name +
+                      "> have one name; burst needs two, so rename one of them");
+    }
+
     std::map<std::string, RowShape, std::less<>> children_;
     std::set<std::string, std::less<>> attributes_;
     std::uint64_t additions_ = 0;
