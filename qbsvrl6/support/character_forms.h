@@ -17,7 +17,7 @@ public:
     static constexpr std::size_t kLongestForm = 16;
 
     constexpr CharacterForms& set(char character, std::string_view form) {
-        const auto index = static_cast<std::size_t>(character);
+        const auto index = static_cast<unsigned char>(character);
         forms_[index] = form;
         isPlain_[index] = false;
         return *this;
@@ -28,7 +28,7 @@ public:
         return set(0x7F, form);
     }
     constexpr CharacterForms& keep(std::string_view characters) {
-        for (const char c : characters) isPlain_[static_cast<std::size_t>(c)] = true;
+        for (const char c : characters) isPlain_[static_cast<unsigned char>(c)] = true;
         return *this;
     }
     // Writes CR LF as LF.

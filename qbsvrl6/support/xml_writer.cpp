@@ -33,7 +33,7 @@ void appendXmlNumber(std::string& out, double number) {
     constexpr double kLargest = 1e12;
     constexpr std::int64_t kZeros = 100'000;
     const double magnitude = std::fabs(number);
-    const auto hundredths = magnitude < kLargest ? static_cast<std::int64_t>(magnitude * 100 + 0.5) : 0;
+    const std::int64_t hundredths = magnitude < kLargest ? std::llround(magnitude * 100) : 0;
     const std::int64_t whole = hundredths / 100;
     const auto decimals = static_cast<int>(hundredths % 100);
     const bool isAmount = static_cast<double>(hundredths) / 100 == magnitude && hundredths != 0 &&

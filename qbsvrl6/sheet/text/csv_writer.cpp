@@ -69,7 +69,7 @@ public:
           defuseFormulas_(options.defuseFormulas),
           output_(output),
           stream_(&output) {
-        for (const char c : {'"', '\r', '\n', separator_}) isQuoted_[static_cast<std::size_t>(c)] = true;
+        for (const char c : {'"', '\r', '\n', separator_}) isQuoted_[static_cast<unsigned char>(c)] = true;
         if (options.texts.encoding.empty()) stream_.text() = "\xEF\xBB\xBF";
     }
 
