@@ -16,7 +16,7 @@ namespace qbsvrl6 {
 
 namespace {
 
-constexpr double kFirstScientific = 1e38;  // a double has 17 digits, and zeros after them would be untrue
+constexpr double kFirstScientific = 1e38;  // a double this large has 17 digits of its own, others are untrue
 constexpr std::size_t kLongestSpreadsheetFormat = 255;
 
 // The number format for numbers without words: "0$$$$$" and "$$0" without their markers.
