@@ -3,16 +3,14 @@
 #include <time.h>
 
 #include <algorithm>
-#include <array>
 #include <climits>
-#include <cstring>
 #include <cwchar>
-#include <iterator>
 #include <limits>
 #include <optional>
 #include <utility>
 
 #include "common/errors.h"
+#include "format/internal/digit_fields.h"
 
 namespace larkspur {
 
@@ -97,68 +95,6 @@ void ReadZoneOnce() { [[maybe_unused]] static const bool isRead = (tzset(), true
 
 int ClampToInt(std::int64_t value) {
     return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
-}
-
-// "00" to "99".
-constexpr auto kDigitPairs = [] {
-    std::array<std::array<lkchar, 2>, 100> pairs{};
-    for (unsigned int i = 0; i < 100; ++i) {
-        pairs[i] = {static_cast<lkchar>(u'0' + i / 10), static_cast<lkchar>(u'0' + i % 10)};
-    }
-    return pairs;
-}();
-
-lkchar* PutTwoDigits(lkchar* to, int value) {
-    std::memcpy(to, kDigitPairs[static_cast<unsigned int>(value)].data(), sizeof kDigitPairs[0]);
-    return to + 2;
-}
-
-// The value of a field that always has two digits; -1 for any other field.
-int TwoDigitField(lkchar field, const std::tm& tm) {
-    switch (field) {
-        case u'y':
-            return (tm.tm_year % 100 + 100) % 100;
-        case u'm':
-            return tm.tm_mon + 1;
-        case u'd':
-            return tm.tm_mday;
-        case u'H':
-            return tm.tm_hour;
-        case u'I':
-            return (tm.tm_hour + 11) % 12 + 1;
-        case u'M':
-            return tm.tm_min;
-        case u'S':
-            return tm.tm_sec;
-        default:
-            return -1;
-    }
-}
-
-// Formats literals and plain digit fields, which do not depend on the locale, into [to, end), and returns the
-// end of the text; null if there are other fields or too many. The "#" flag changes only the case of letters.
-lkchar* FormatDigitFields(const lkchar* format, const std::tm& tm, lkchar* to, const lkchar* end) {
-    constexpr std::ptrdiff_t kLongestField = 4;
-    for (; *format != u'\0'; ++format) {
-        if (end - to < kLongestField) return nullptr;
-        if (*format != u'%') {
-            *to++ = *format;
-            continue;
-        }
-        ++format;
-        if (*format == u'#') ++format;
-        if (*format == u'Y') {
-            if (tm.tm_year < 1000 - 1900 || tm.tm_year > 9999 - 1900) return nullptr;
-            const int year = tm.tm_year + 1900;
-            to = PutTwoDigits(to, year / 100);
-            to = PutTwoDigits(to, year % 100);
-        } else if (const int value = TwoDigitField(*format, tm); value >= 0) {
-            to = PutTwoDigits(to, value);
-        } else {
-            return nullptr;
-        }
-    }
-    return to;
 }
 
 // wcsftime returns 0 both if the buffer is too small and for an empty text: a unit appended to the format
@@ -284,8 +220,8 @@ bool ClkDateTime::TrimToDate() {
 lkstr ClkDateTime::Format(const lkchar* format) const {
     DoDecode();
     if (format == nullptr) format = gc_lkchar_empty;
-    lkchar text[64];
-    lkchar* const end = FormatDigitFields(format, m_Decoded, text, std::end(text));
+    lkchar text[DigitFields::kMaxLength];
+    lkchar* const end = DigitFields::Put(format, m_Decoded, text);
     return end != nullptr ? lkstr(text, end) : FormatByLibrary(format, m_Decoded);
 }
 

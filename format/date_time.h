@@ -62,6 +62,8 @@ public:
     static double DateTimeToFloat(std::int64_t time);
 
 private:
+    friend class CachedDateFormat;
+
     void SetValue(std::int64_t time);
 
     mutable bool m_IsDecoded = false;

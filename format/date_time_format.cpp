@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "format/internal/digit_fields.h"
 #include "format/internal/format_cache.h"
 #include "format/locale_settings.h"
 
@@ -50,23 +51,31 @@ TextView LocaleForm(lkchar letter) {
     }
 }
 
+}  // namespace
+
 // A parsed format contains the separators, which a program may have assigned since.
-class CachedParser {
+class CachedDateFormat {
 public:
     void Parse(const lkchar* format) {
         m_DateSep = g_c_DateSep;
         m_TimeSep = g_c_TimeSep;
         m_Parser.Parse(format);
+        m_IsDigits = m_Digits.Parse(m_Parser.m_CFormat.c_str());
     }
     bool IsValid() const { return m_DateSep == g_c_DateSep && m_TimeSep == g_c_TimeSep; }
-    lkstr Format(const ClkDateTime& value) const { return m_Parser.Format(value); }
+
+    lkstr Format(const ClkDateTime& value) const {
+        value.DoDecode();
+        const bool isDigits = m_IsDigits && m_Digits.CanShow(value.m_Decoded);
+        return isDigits ? m_Digits.Format(value.m_Decoded) : m_Parser.Format(value);
+    }
 
 private:
     lkstr m_DateSep, m_TimeSep;
     ClkDateTimeFormatParser m_Parser;
+    bool m_IsDigits = false;
+    DigitFields m_Digits;
 };
-
-}  // namespace
 
 void ClkDateTimeFormatParser::Parse(const lkchar* format) {
     m_HasMonthInMinuteRun = false;
@@ -103,7 +112,8 @@ lkstr ClkDateTimeFormatParser::Format(const ClkDateTime& value) const {
 }
 
 lkstr FormatDateTime(const ClkDateTime& value, const lkchar* format) {
-    if (const CachedParser* cached = FormatCache<CachedParser>::Get(format)) return cached->Format(value);
+    if (const CachedDateFormat* cached = FormatCache<CachedDateFormat>::Get(format))
+        return cached->Format(value);
     ClkDateTimeFormatParser parser;
     parser.Parse(format);
     return parser.Format(value);

@@ -2,7 +2,6 @@
 #ifndef QBSVR_FORMAT_INTERNAL_FORMAT_CACHE_H
 #define QBSVR_FORMAT_INTERNAL_FORMAT_CACHE_H
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <memory>
@@ -40,27 +39,38 @@ private:
         ~Owner() { t_IsDestroyed = true; }
     };
 
+    // Whether the slot has this text: one pass, since the text has no length.
+    static bool IsFor(const Slot& slot, const lkchar* text) {
+        if (!slot.isParsed) return false;
+        const lkchar* const end = slot.text.data() + slot.text.size();
+        for (const lkchar* known = slot.text.data(); known != end; ++known, ++text) {
+            if (*known != *text) return false;
+        }
+        return *text == u'\0';
+    }
+
     Parser* Find(const lkchar* text) {
+        if (IsFor(*m_Latest, text) && m_Latest->parser.IsValid()) return &m_Latest->parser;
         std::size_t n = 0;
         while (text[n] != u'\0') {
             if (++n > kLongest) return nullptr;
         }
         const unsigned int ends = n == 0 ? 0u : text[0] + 3u * text[n / 2] + 5u * text[n - 1];
         Slot& slot = m_Slots[(ends + 7 * n) % kSlots];
-        const bool isSame =
-            slot.isParsed && slot.text.size() == n && std::equal(text, text + n, slot.text.data());
-        if (!isSame || !slot.parser.IsValid()) {
+        if (!IsFor(slot, text) || !slot.parser.IsValid()) {
             slot.isParsed = false;  // parsing may raise an exception
             slot.text.assign(text, n);
             slot.parser.Parse(slot.text.c_str());
             slot.isParsed = true;
         }
+        m_Latest = &slot;
         return &slot.parser;
     }
 
     static inline thread_local bool t_IsDestroyed = false;
 
     std::array<Slot, kSlots> m_Slots;
+    Slot* m_Latest = m_Slots.data();  // most calls have the text of the one before
 };
 
 }  // namespace larkspur

@@ -153,6 +153,7 @@ TEST(DateTime, DecodesAsTheLibraryDoes) {
         wchar_t expected[128];
         ASSERT_NE(std::wcsftime(expected, std::size(expected), kFields, &tm), 0U);
         ASSERT_EQ(value.Format(lkstr_fromw(kFields).c_str()), lkstr_fromw(expected)) << time;
+        ASSERT_EQ(FormatDateTime(value, u"yyyy//yy-MM-dd年THH:hh:mm:ss"), lkstr_fromw(expected)) << time;
     }
 }
 
