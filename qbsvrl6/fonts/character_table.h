@@ -3,11 +3,10 @@
 #ifndef QBSVR_QBSVRL6_FONTS_CHARACTER_TABLE_H
 #define QBSVR_QBSVRL6_FONTS_CHARACTER_TABLE_H
 
-#include <array>
 #include <cstdint>
-#include <memory>
 
 #include "qbsvrl6/fonts/font_library.h"
+#include "qbsvrl6/support/sparse_table.h"
 
 namespace qbsvrl6 {
 
@@ -41,32 +40,25 @@ public:
 
     // `runs` belongs to the thread.
     const PlainCharacter& character(char16_t unit, RunShaper& runs) {
-        std::unique_ptr<Page>& page = pages_[unit >> 8];
-        if (page == nullptr) page = std::make_unique<Page>();
-        PlainCharacter& known = (*page)[unit & 0xFF];
+        PlainCharacter& known = characters_[unit];
         if (known.kind == PlainCharacter::Kind::Unknown) known = lookUp(unit, runs);
         return known;
     }
 
     // Both units must be of the kind Ascii.
     const PairEffect& pair(char16_t first, char16_t second, RunShaper& runs) {
-        std::unique_ptr<PairRow>& row = pairs_[first & 0x7F];
-        if (row == nullptr) row = std::make_unique<PairRow>();
-        PairEffect& known = (*row)[second & 0x7F];
+        PairEffect& known = pairs_[(first & 0x7Fu) * 128 + (second & 0x7Fu)];
         if (known.kind == PairEffect::Kind::Unknown) known = measurePair(first, second, runs);
         return known;
     }
 
 private:
-    using Page = std::array<PlainCharacter, 256>;
-    using PairRow = std::array<PairEffect, 128>;
-
     PlainCharacter lookUp(char16_t unit, RunShaper& runs) const;
     PairEffect measurePair(char16_t first, char16_t second, RunShaper& runs);
 
     const FontSet& fonts_;
-    std::array<std::unique_ptr<Page>, 256> pages_;
-    std::array<std::unique_ptr<PairRow>, 128> pairs_;
+    SparseTable<PlainCharacter, 64> characters_;
+    SparseTable<PairEffect, 16> pairs_;
 };
 
 }  // namespace qbsvrl6

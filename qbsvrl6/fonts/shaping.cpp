@@ -40,7 +40,7 @@ struct ShapingState {
     std::unordered_map<const FontSet*, std::unique_ptr<CharacterTable>> tables;
     const FontSet* lastFonts = nullptr;
     CharacterTable* lastTable = nullptr;
-    std::vector<CachedText> cache{kCachedTexts};
+    std::vector<std::unique_ptr<CachedText>> cache{kCachedTexts};
     RunShaper runs;
     std::u16string cleaned;
 
@@ -59,7 +59,9 @@ struct ShapingState {
     CachedText& slot(const FontSet& fonts, std::u16string_view text) {
         std::size_t hash = reinterpret_cast<std::size_t>(&fonts) >> 4;
         for (const char16_t unit : text) mixHash(hash, unit);
-        return cache[(hash >> 40) & (kCachedTexts - 1)];
+        std::unique_ptr<CachedText>& slot = cache[(hash >> 40) & (kCachedTexts - 1)];
+        if (slot == nullptr) slot = std::make_unique<CachedText>();
+        return *slot;
     }
 };
 

@@ -58,8 +58,7 @@ std::string subsetTag(const std::vector<std::uint32_t>& glyphs) {
 
 }  // namespace
 
-PdfFont::PdfFont(const FontFace& face, int resource)
-    : face_(face), resource_(resource), indexes_(hb_face_get_glyph_count(face.face)), codes_(1) {
+PdfFont::PdfFont(const FontFace& face, int resource) : face_(face), resource_(resource), codes_(1) {
     codes_.front().width = MissingGlyph::kAdvance;
     if (!face.cff) return;
     const auto table = withEnoughMemory([&] {
@@ -68,13 +67,13 @@ PdfFont::PdfFont(const FontFace& face, int resource)
     });
     unsigned length = 0;
     const char* data = hb_blob_get_data(table.get(), &length);
-    charset_ = CffCharset::read({data, length}, static_cast<unsigned>(indexes_.size()));
+    charset_ = CffCharset::read({data, length}, hb_face_get_glyph_count(face.face));
 }
 
 PdfFont::Code& PdfFont::codeOf(std::uint32_t glyph) {
-    if (glyph >= indexes_.size()) indexes_.resize(glyph + 1);
-    if (indexes_[glyph] == 0 && glyph != 0) addCode(glyph);
-    return codes_[indexes_[glyph]];
+    const std::uint16_t& index = indexes_[glyph];
+    if (index == 0 && glyph != 0) addCode(glyph);
+    return codes_[index];
 }
 
 void PdfFont::addCode(std::uint32_t glyph) {

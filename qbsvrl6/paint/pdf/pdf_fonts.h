@@ -13,6 +13,7 @@
 #include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/paint/pdf/cff_charset.h"
 #include "qbsvrl6/paint/pdf/pdf_file.h"
+#include "qbsvrl6/support/sparse_table.h"
 
 namespace qbsvrl6 {
 
@@ -52,7 +53,7 @@ public:
     bool take(const GlyphRun& run, std::u16string_view text);
 
     // Of a glyph of a run that was taken.
-    const Code& code(std::uint32_t glyph) const { return codes_[indexes_[glyph]]; }
+    const Code& code(std::uint32_t glyph) const { return codes_[indexes_.used(glyph)]; }
 
     int resource() const { return resource_; }  // its name is "F" and this number
     const FontFace& face() const { return face_; }
@@ -81,9 +82,9 @@ private:
     const FontFace& face_;
     int resource_;
     CffCharset charset_;
-    std::vector<std::uint16_t> indexes_;  // by glyph, in codes_; 0: not used yet
-    std::vector<Code> codes_;             // from 1 on
-    ByteBuffer literal_;                  // of the code that is added
+    SparseTable<std::uint16_t, 64> indexes_;  // by glyph, in codes_; 0: not used yet
+    std::vector<Code> codes_;                 // from 1 on
+    ByteBuffer literal_;                      // of the code that is added
 };
 
 class PdfFonts {
