@@ -100,6 +100,35 @@ void BM_Parse(benchmark::State& state) {
 }
 BENCHMARK(BM_Parse)->DenseRange(kRows, kDeep)->Unit(benchmark::kMillisecond);
 
+// The number of units in all texts below a node.
+std::size_t UnitsIn(const larkspur::ClkJsonNode& node) {
+    std::size_t n = 0;
+    if (node.Kind() == larkspur::ClkJsonObject) {
+        for (const auto& member : static_cast<const larkspur::ClkJsonObjectNode&>(node).Members()) {
+            n += UnitsIn(*member.second);
+        }
+    } else if (node.Kind() == larkspur::ClkJsonArray) {
+        for (const auto& item : static_cast<const larkspur::ClkJsonArrayNode&>(node).Items()) {
+            n += UnitsIn(*item);
+        }
+    } else {
+        n = static_cast<const larkspur::ClkJsonAtomNode&>(node).Text().size();
+    }
+    return n;
+}
+
+// Reads every value, so that every node is created.
+void BM_ParseAndRead(benchmark::State& state) {
+    const lkstr& text = TextOf(state);
+    for (auto _ : state) {
+        larkspur::ClkArrayJson json;
+        json.Parse(text.c_str(), Length(text));
+        benchmark::DoNotOptimize(UnitsIn(json.Root()));
+    }
+    CountBytes(state, text);
+}
+BENCHMARK(BM_ParseAndRead)->DenseRange(kRows, kDeep)->Unit(benchmark::kMillisecond);
+
 void BM_Stringify(benchmark::State& state) {
     const lkstr& text = TextOf(state);
     larkspur::ClkArrayJson json;
@@ -143,6 +172,35 @@ void BM_ParseRapidJsonInSitu(benchmark::State& state) {
     CountBytes(state, text);
 }
 BENCHMARK(BM_ParseRapidJsonInSitu)->DenseRange(kRows, kDeep)->Unit(benchmark::kMillisecond);
+
+std::size_t UnitsIn(const RapidDocument::ValueType& value) {
+    std::size_t n = 0;
+    if (value.IsObject()) {
+        for (const auto& member : value.GetObject()) n += UnitsIn(member.value);
+    } else if (value.IsArray()) {
+        for (const auto& item : value.GetArray()) n += UnitsIn(item);
+    } else if (value.IsString()) {
+        n = value.GetStringLength();
+    } else {
+        n = 1;
+    }
+    return n;
+}
+
+void BM_ParseAndReadRapidJsonInSitu(benchmark::State& state) {
+    const lkstr& text = TextOf(state);
+    lkstr copy;
+    for (auto _ : state) {
+        state.PauseTiming();
+        copy = text;
+        state.ResumeTiming();
+        RapidDocument document;
+        document.ParseInsitu(copy.data());
+        benchmark::DoNotOptimize(UnitsIn(document));
+    }
+    CountBytes(state, text);
+}
+BENCHMARK(BM_ParseAndReadRapidJsonInSitu)->DenseRange(kRows, kDeep)->Unit(benchmark::kMillisecond);
 
 void BM_StringifyRapidJson(benchmark::State& state) {
     const lkstr& text = TextOf(state);

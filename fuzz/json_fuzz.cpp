@@ -54,6 +54,7 @@ void ParseAndWrite(const lkchar* text, int n, const lkchar* scannedEnd) {
     Json again;
     again.Parse(once.c_str(), static_cast<int>(once.size()));
     require(EndsInEmptyItem(json.Root()) || again.Stringify(nullptr) == once);
+    require(json.Stringify(nullptr) == once);  // also from the nodes, which were created by reading them
     try {
         again.Parse(text, n);
     } catch (const ClkException& e) {

@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <utility>
 #include <vector>
 
 #include "common/errors.h"
 #include "json/internal/member_cache.h"
 #include "json/internal/node_pool.h"
+#include "json/internal/parsed_text.h"
 #include "json/internal/text_scan.h"
 #include "json/json_text.h"
 #include "json/json_tree.h"
@@ -87,160 +87,152 @@ AtomScan ScanAtom(const lkchar* p, const lkchar* end) {
 
 }  // namespace
 
-// Builds the tree below one object or array. Open containers are in a list instead of on the stack, and their
-// values in another, so that each container is filled in one step, with its exact size, when it closes.
+// Reads one object or array. The values of open ones are in a list instead of on the stack, so that each object
+// or array receives its children in one step, with their exact number, when it closes.
 class TreeParser {
 public:
-    TreeParser(ClkJsonComplexNode& top, const lkchar* end)
-        : m_Pool(top.m_Pool), m_End(end), m_Names(m_Pool.Names()) {
-        m_Open.push_back({&top, 0});
+    TreeParser(ParsedText& text, ClkJsonKind kind, const lkchar* end)
+        : m_Text(text), m_End(end), m_Names(text), m_Orders(text) {
+        m_Values.emplace_back(kind, 0);
     }
 
-    // p is at the opening bracket of the outermost container.
+    // p is at the opening bracket. Returns the position after the closing bracket, or null after an error.
     const lkchar* Parse(const lkchar* p) {
         p = After(p);
-        while (!m_Open.empty()) {
-            const bool inObject = m_Open.back().node->Kind() == ClkJsonObject;
+        for (;;) {
+            const bool inObject = m_Values[m_Innermost].Kind() == ClkJsonObject;
             if (p < m_End && *p == (inObject ? u'}' : u']')) {
                 CloseInnermost();
                 ++p;
-                if (m_Open.empty()) break;
+                if (m_Values.size() == 1) return p;
             } else {
-                NameRef name;
+                std::uint32_t name = 0;
                 if (inObject) {
                     p = ReadName(p, name);
+                    if (p == nullptr) return nullptr;
                 } else if (p >= m_End || *p == u'}') {
-                    Fail(p, kNoArrayEnd);
+                    return Fail(p, kNoArrayEnd);
                 }
                 if (p < m_End && (*p == u'{' || *p == u'[')) {
-                    Open(std::move(name), *p == u'{');
+                    Open(*p == u'{' ? ClkJsonObject : ClkJsonArray, name);
                     p = After(p);
                     continue;
                 }
-                p = ReadAtom(p, std::move(name));
+                p = ReadAtom(p, name);
+                if (p == nullptr) return nullptr;
             }
             p = SkipSpace(p, m_End);
             if (p < m_End && *p == u',') p = After(p);
         }
-        return p;
     }
 
-private:
-    struct Container {
-        ClkJsonComplexNode* node;
-        std::size_t firstEntry;
-    };
+    // What was read, even after an error.
+    const ValueList& Children() {
+        while (m_Values.front().children == nullptr) CloseInnermost();
+        return *m_Values.front().children;
+    }
 
+    const lkchar* ErrorPosition() const { return m_ErrorPosition; }
+    const lkchar* ErrorMessage() const { return m_ErrorMessage; }
+
+private:
     // The position after the unit at p and the white space after it.
     const lkchar* After(const lkchar* p) const { return p < m_End ? SkipSpace(p + 1, m_End) : p; }
 
-    // Reads the name at p and returns the position of the value.
-    const lkchar* ReadName(const lkchar* p, NameRef& name) {
-        if (p >= m_End) Fail(p, kNoObjectEnd);
-        if (*p != u'"') Fail(p, kNoQuote);
+    // Reads the name at p and returns the position of the value, or null after an error.
+    const lkchar* ReadName(const lkchar* p, std::uint32_t& name) {
+        if (p >= m_End) return Fail(p, kNoObjectEnd);
+        if (*p != u'"') return Fail(p, kNoQuote);
         const lkchar* begin = p + 1;
         p = m_Names.GetExpected(begin, m_End, name);
         if (p == nullptr) {
             p = FindFirstOf<u'"'>(begin, m_End);
-            if (p == m_End) Fail(p, kNoQuote);
+            if (p == m_End) return Fail(p, kNoQuote);
             name = m_Names.Get(begin, static_cast<std::size_t>(p - begin));
         }
         p = After(p);
-        if (p == m_End || *p != u':') Fail(p, kNoColon);
+        if (p == m_End || *p != u':') return Fail(p, kNoColon);
         return After(p);
     }
 
-    const lkchar* ReadAtom(const lkchar* p, NameRef&& name) {
-        ClkJsonNode* parent = m_Open.back().node;
+    const lkchar* ReadAtom(const lkchar* p, std::uint32_t name) {
         if (p < m_End && *p == u'"') {
             // Most strings end before the first escape or zero unit.
             const lkchar* const stop = FindFirstOf<u'"', u'\\', 0>(p + 1, m_End);
             if (stop < m_End && *stop == u'"') {
-                const auto size = static_cast<std::size_t>(stop - p) - 1;
-                Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, ClkJsonString, p + 1, size));
+                Add(ClkJsonString, name, p + 1, stop);
                 return stop + 1;
             }
         }
         const AtomScan scan = ScanAtom(p, m_End);
         if (scan.error != nullptr) {
-            Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, ClkJsonString, lkstr()));
-            Fail(scan.next, scan.error);
+            Add(ClkJsonString, name, scan.begin, scan.begin);
+            return Fail(scan.next, scan.error);
         }
         if (scan.hasEscape) {
-            Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.Decoded()));
+            AddDecoded(name, scan);
         } else {
-            Add(std::move(name), new (m_Pool) ClkJsonAtomNode(parent, scan.kind, scan.begin, scan.Size()));
+            Add(scan.kind, name, scan.begin, scan.end);
         }
         return scan.next;
     }
 
-    void Open(NameRef&& name, bool isObject) {
-        ClkJsonComplexNode* parent = m_Open.back().node;
-        ClkJsonComplexNode* node = nullptr;
-        if (isObject) {
-            node = Add(std::move(name), new (m_Pool) ClkJsonObjectNode(parent));
-        } else {
-            node = Add(std::move(name), new (m_Pool) ClkJsonArrayNode(parent));
-        }
-        m_Open.push_back({node, m_Entries.size()});
+    void Add(ClkJsonKind kind, std::uint32_t name, const lkchar* begin, const lkchar* end) {
+        const auto n = static_cast<std::size_t>(end - begin);
+        m_Values.emplace_back(kind, name, m_Text.AddText(begin, end, m_End), n);
     }
 
-    template <class Node>
-    Node* Add(NameRef&& name, Node* node) {
-        std::unique_ptr<ClkJsonNode> owner(node);
-        m_Entries.push_back({std::move(name), std::move(owner)});
-        return node;
+    void AddDecoded(std::uint32_t name, const AtomScan& scan) {
+        lkchar* const text = m_Text.TextRoom(scan.Size());
+        lkchar* to = text;
+        for (const lkchar* p = scan.begin;;) {
+            const lkchar* const run = p;
+            p = FindFirstOf<u'\\'>(p, scan.end);
+            to = std::copy(run, p, to);
+            if (p == scan.end) break;
+            *to++ = EscapedUnit(p[1]);
+            p += 2;
+        }
+        const auto n = static_cast<std::size_t>(to - text);
+        m_Text.TakeText(n);
+        m_Values.emplace_back(ClkJsonString, name, text, n);
+    }
+
+    // While an object or array is open, its size is the index of the one around it.
+    void Open(ClkJsonKind kind, std::uint32_t name) {
+        m_Values.emplace_back(kind, name).size = Value::Size(m_Innermost);
+        m_Innermost = m_Values.size() - 1;
     }
 
     void CloseInnermost() {
-        const Container& container = m_Open.back();
-        if (container.node->Kind() == ClkJsonObject) {
-            FillObject(static_cast<ClkJsonObjectNode*>(container.node)->m_Members.m_List,
-                       container.firstEntry);
+        Value& innermost = m_Values[m_Innermost];
+        const Value* const children = m_Values.data() + m_Innermost + 1;
+        const std::size_t n = m_Values.size() - m_Innermost - 1;
+        if (innermost.Kind() == ClkJsonObject) {
+            const std::vector<std::uint32_t>& order = m_Orders.Get(children, n);
+            innermost.children =
+                m_Text.AddList(order.size(), [&](std::size_t i) { return children[order[i]]; });
         } else {
-            auto& items = static_cast<ClkJsonArrayNode*>(container.node)->m_Items;
-            if (items.empty()) items.reserve(m_Entries.size() - container.firstEntry);
-            for (std::size_t i = container.firstEntry; i < m_Entries.size(); ++i) {
-                items.push_back(std::move(m_Entries[i].node));
-            }
+            innermost.children = m_Text.AddList(n, [children](std::size_t i) { return children[i]; });
         }
-        m_Entries.resize(container.firstEntry);
-        m_Open.pop_back();
+        m_Values.erase(m_Values.begin() + static_cast<std::ptrdiff_t>(m_Innermost) + 1, m_Values.end());
+        m_Innermost = std::exchange(innermost.size, Value::Size(innermost.children->size));
     }
 
-    void FillObject(ClkJsonMembers::List& members, std::size_t firstEntry) {
-        if (!members.empty()) MoveToEntries(members, firstEntry);
-        Entry* entries = m_Entries.data() + firstEntry;
-        const std::vector<std::uint32_t>& order = m_Orders.Get(entries, m_Entries.size() - firstEntry);
-        members.reserve(order.size());
-        for (const std::uint32_t i : order) {
-            members.emplace_back(std::move(entries[i].name), std::move(entries[i].node));
-        }
+    const lkchar* Fail(const lkchar* position, const lkchar* message) {
+        m_ErrorPosition = position;
+        m_ErrorMessage = message;
+        return nullptr;
     }
 
-    // Inserts the existing members of an object before the new ones: of equal names, the last one remains.
-    void MoveToEntries(ClkJsonMembers::List& members, std::size_t firstEntry) {
-        std::vector<Entry> former;
-        for (ClkJsonMember& member : members) {
-            former.push_back({NameRef::Adopt(member.first), std::move(member.second)});
-        }
-        members.clear();
-        m_Entries.insert(m_Entries.begin() + static_cast<std::ptrdiff_t>(firstEntry),
-                         std::make_move_iterator(former.begin()), std::make_move_iterator(former.end()));
-    }
-
-    // Moves the values read so far into the tree, and raises.
-    [[noreturn]] void Fail(const lkchar* position, const lkchar* message) {
-        while (!m_Open.empty()) CloseInnermost();
-        Raise(position, m_End, message);
-    }
-
-    NodePool& m_Pool;
+    ParsedText& m_Text;
     const lkchar* m_End;
-    std::vector<Container> m_Open;  // innermost last
-    std::vector<Entry> m_Entries;   // of the open containers, in the order of the text
+    std::vector<Value> m_Values;  // the open objects and arrays, each followed by its children so far
+    std::size_t m_Innermost = 0;
     NameCache m_Names;
     OrderCache m_Orders;
+    const lkchar* m_ErrorPosition = nullptr;
+    const lkchar* m_ErrorMessage = nullptr;
 };
 
 }  // namespace json_internal
@@ -253,12 +245,18 @@ const lkchar* ClkJsonAtomNode::Parse(const lkchar* p, const lkchar* end) {
     return scan.next;
 }
 
-const lkchar* ClkJsonObjectNode::Parse(const lkchar* p, const lkchar* end) {
-    return json_internal::TreeParser(*this, end).Parse(p);
-}
-
-const lkchar* ClkJsonArrayNode::Parse(const lkchar* p, const lkchar* end) {
-    return json_internal::TreeParser(*this, end).Parse(p);
+const lkchar* ClkJsonComplexNode::ParseChildren(const lkchar* p, const lkchar* end) {
+    MakeNodes();
+    json_internal::TreeParser parser(m_Pool.Texts().Add(m_Pool.Names()), m_Kind, end);
+    p = parser.Parse(p);
+    const json_internal::ValueList& children = parser.Children();
+    if (HasNodes()) {
+        AddNodes(children);
+    } else if (children.size != 0) {
+        SetValues(&children, *children.source);
+    }
+    if (p == nullptr) json_internal::Raise(parser.ErrorPosition(), end, parser.ErrorMessage());
+    return p;
 }
 
 lkstr BuildFailedMsg(const lkchar* position, const lkchar* end, const lkchar* message) {

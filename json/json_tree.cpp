@@ -1,19 +1,26 @@
 #include "json/json_tree.h"
 
 #include <algorithm>
+#include <memory>
+#include <mutex>
 #include <new>
 #include <stdexcept>
-#include <type_traits>
+#include <utility>
 
 #include "common/errors.h"
 #include "json/internal/node_pool.h"
+#include "json/internal/parsed_text.h"
 #include "json/internal/shared_name.h"
 #include "json/internal/text_scan.h"
 #include "json/json_text.h"
 
 namespace larkspur {
 
+using json_internal::NameRef;
 using json_internal::NodePool;
+using json_internal::ParsedText;
+using json_internal::Value;
+using json_internal::ValueList;
 
 void ClkJsonNode::operator delete(ClkJsonNode* node, std::destroying_delete_t) noexcept {
     const auto* parent = static_cast<ClkJsonComplexNode*>(node->m_Parent);
@@ -66,11 +73,75 @@ ClkJsonArrayNode::~ClkJsonArrayNode() {
     DestroyChildren();
 }
 
-void ClkJsonComplexNode::ForgetChildren() noexcept {
+bool ClkJsonComplexNode::HasNodes() const {
+    if (m_Kind == ClkJsonObject) return !static_cast<const ClkJsonObjectNode*>(this)->m_Members.empty();
+    return !static_cast<const ClkJsonArrayNode*>(this)->m_Items.empty();
+}
+
+void ClkJsonComplexNode::SetValues(const ValueList* values, ParsedText& source) noexcept {
+    m_Pool.Texts().AddUser(source);
+    m_Values.store(values, std::memory_order_relaxed);
+}
+
+void ClkJsonComplexNode::ReplaceValues() const {
+    const std::lock_guard lock(m_Pool.NodesMutex());
+    const ValueList* values = m_Values.load(std::memory_order_relaxed);
+    if (values == nullptr) return;  // another thread was first
+    auto& self = const_cast<ClkJsonComplexNode&>(*this);
+    self.AddNodes(*values);
+    m_Pool.Texts().RemoveUser(*values->source);
+    self.m_Values.store(nullptr, std::memory_order_release);
+}
+
+std::unique_ptr<ClkJsonNode> ClkJsonComplexNode::MakeNode(const Value& value, ParsedText& source) {
+    const auto withValues = [&](auto* node) {
+        if (value.size != 0) static_cast<ClkJsonComplexNode*>(node)->SetValues(value.children, source);
+        return std::unique_ptr<ClkJsonNode>(node);
+    };
+    if (value.Kind() == ClkJsonObject) return withValues(new (m_Pool) ClkJsonObjectNode(this));
+    if (value.Kind() == ClkJsonArray) return withValues(new (m_Pool) ClkJsonArrayNode(this));
+    return std::unique_ptr<ClkJsonNode>(new (m_Pool)
+                                            ClkJsonAtomNode(this, value.Kind(), value.text, value.size));
+}
+
+// Of equal names, the new member remains.
+void ClkJsonObjectNode::AddMembers(const ValueList& values) {
+    ClkJsonMembers all(m_Pool);
+    all.Reserve(m_Members.size() + values.size);
+    ClkJsonMember* former = m_Members.At(m_Members.begin());
+    for (const Value& value : values) {
+        const NameRef& name = values.source->Name(value.name);
+        while (former != m_Members.end() && former->first < *name.Get()) all.Append(std::move(*former++));
+        if (former != m_Members.end() && former->first == *name.Get()) ++former;
+        all.Append(ClkJsonMember(NameRef(name), MakeNode(value, *values.source)));
+    }
+    while (former != m_Members.end()) all.Append(std::move(*former++));
+    m_Members.Swap(all);
+}
+
+void ClkJsonArrayNode::AddItems(const ValueList& values) {
+    const std::size_t former = m_Items.size();
+    if (former == 0) m_Items.reserve(values.size);
+    try {
+        for (const Value& value : values) m_Items.push_back(MakeNode(value, *values.source));
+    } catch (...) {
+        m_Items.resize(former);
+        throw;
+    }
+}
+
+void ClkJsonComplexNode::AddNodes(const ValueList& values) {
     if (m_Kind == ClkJsonObject) {
-        auto& members = static_cast<ClkJsonObjectNode*>(this)->m_Members.m_List;
-        for (ClkJsonMember& member : members) static_cast<void>(member.second.release());
-        std::remove_reference_t<decltype(members)>(members.get_allocator()).swap(members);
+        static_cast<ClkJsonObjectNode*>(this)->AddMembers(values);
+    } else {
+        static_cast<ClkJsonArrayNode*>(this)->AddItems(values);
+    }
+}
+
+void ClkJsonComplexNode::ForgetChildren() noexcept {
+    m_Values.store(nullptr, std::memory_order_relaxed);
+    if (m_Kind == ClkJsonObject) {
+        static_cast<ClkJsonObjectNode*>(this)->m_Members.Forget();
     } else {
         auto& items = static_cast<ClkJsonArrayNode*>(this)->m_Items;
         for (auto& item : items) static_cast<void>(item.release());
@@ -103,6 +174,7 @@ void ClkJsonComplexNode::DestroyTree() noexcept {
         }
     }
     m_Pool.Owners().Clear();
+    m_Pool.Texts().Clear();
     m_Pool.Names().Clear();
     m_Pool.Reset();
 }
@@ -128,13 +200,15 @@ ClkJsonNode* ClkJsonComplexNode::ReleaseChildren(ClkJsonNode* next) noexcept {
             link = &(*link)->m_Parent;
         }
     };
-    if (m_Kind == ClkJsonObject) {
-        auto& members = static_cast<ClkJsonObjectNode*>(this)->m_Members.m_List;
-        for (ClkJsonMember& member : members) {
-            json_internal::NameRef::Adopt(member.first);
-            release(member.second);
+    if (const ValueList* values = m_Values.exchange(nullptr, std::memory_order_relaxed)) {
+        m_Pool.Texts().RemoveUser(*values->source);
+    } else if (m_Kind == ClkJsonObject) {
+        ClkJsonMembers& members = static_cast<ClkJsonObjectNode*>(this)->m_Members;
+        for (ClkJsonMember* member = members.At(members.begin()); member != members.end(); ++member) {
+            NameRef::Adopt(member->first);
+            release(member->second);
         }
-        members.clear();
+        members.Clear();
     } else {
         auto& items = static_cast<ClkJsonArrayNode*>(this)->m_Items;
         for (auto& item : items) release(item);
@@ -144,7 +218,7 @@ ClkJsonNode* ClkJsonComplexNode::ReleaseChildren(ClkJsonNode* next) noexcept {
     return first;
 }
 
-void ClkJsonMember::DropName() noexcept { json_internal::NameRef::Adopt(first); }
+void ClkJsonMember::DropName() noexcept { NameRef::Adopt(first); }
 
 ClkJsonMember& ClkJsonMember::operator=(ClkJsonMember&& other) noexcept {
     if (this != &other) {
@@ -152,6 +226,29 @@ ClkJsonMember& ClkJsonMember::operator=(ClkJsonMember&& other) noexcept {
         std::construct_at(this, std::move(other));
     }
     return *this;
+}
+
+void ClkJsonMembers::Reserve(std::size_t capacity) {
+    if (capacity <= m_Capacity) return;
+    ClkJsonMembers larger(*m_Pool);
+    larger.m_First = static_cast<ClkJsonMember*>(m_Pool->Take(capacity * sizeof(ClkJsonMember)));
+    larger.m_Capacity = static_cast<std::uint32_t>(capacity);
+    std::uninitialized_move_n(m_First, m_Size, larger.m_First);
+    larger.m_Size = m_Size;
+    Swap(larger);
+}
+
+void ClkJsonMembers::Insert(const_iterator place, ClkJsonMember&& member) {
+    const std::ptrdiff_t index = place - begin();
+    if (m_Size == m_Capacity) Reserve(std::max(std::size_t{4}, 2 * size()));
+    Append(std::move(member));
+    std::rotate(m_First + index, m_First + m_Size - 1, m_First + m_Size);
+}
+
+void ClkJsonMembers::Clear() noexcept {
+    std::destroy_n(m_First, m_Size);
+    if (m_First != nullptr) m_Pool->GiveBack(m_First, m_Capacity * sizeof(ClkJsonMember));
+    Forget();
 }
 
 ClkJsonMembers::const_iterator ClkJsonMembers::LowerBound(const lkstr& name) const {
@@ -211,19 +308,19 @@ ClkJsonAtomNode* ClkJsonObjectNode::AddAtom(const lkstr& name, ClkJsonKind kind,
 template <class Node>
 Node* ClkJsonObjectNode::Place(const lkstr& name, Node* node) {
     std::unique_ptr<ClkJsonNode> owner(node);
-    auto& list = m_Members.m_List;
-    const auto place = list.begin() + (m_Members.LowerBound(name) - list.cbegin());
-    if (place != list.end() && place->first == name) {
-        place->second = std::move(owner);
+    MakeNodes();
+    const auto place = m_Members.LowerBound(name);
+    if (place != m_Members.end() && place->first == name) {
+        m_Members.At(place)->second = std::move(owner);
     } else {
-        list.emplace(place, json_internal::NameRef(m_Pool.Names(), name.data(), name.size()),
-                     std::move(owner));
+        m_Members.Insert(place,
+                         ClkJsonMember(NameRef(m_Pool.Names(), name.data(), name.size()), std::move(owner)));
     }
     return node;
 }
 
 ClkJsonNode* ClkJsonObjectNode::Find(const lkstr& name) const {
-    const auto place = m_Members.find(name);
+    const auto place = Members().find(name);
     return place == m_Members.end() ? nullptr : place->second.get();
 }
 

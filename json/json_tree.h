@@ -10,12 +10,17 @@
 // destroys all nodes below it. Any number of threads may read a tree at the same time; a thread that changes
 // it needs exclusive access. Only memory limits the nesting.
 //
+// Parsing checks and keeps the whole text, but the nodes in an object or array are only created when one of
+// them is first accessed. What is never read costs little.
+//
 // Errors in a text raise ClkException of type 9, whose hint contains the error and the text at its position.
 // The document then contains what was read before the error.
 #ifndef QBSVR_JSON_JSON_TREE_H
 #define QBSVR_JSON_JSON_TREE_H
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <utility>
@@ -30,22 +35,10 @@ namespace json_internal {
 class NameRef;
 class NodePool;
 class OwnerList;
-class TreeParser;
-
-// Allocates the memory of a container in a tree from the tree's pool.
-template <class T>
-class PoolAllocator {
-public:
-    using value_type = T;
-
-    explicit PoolAllocator(NodePool& pool) : m_Pool(&pool) {}
-    T* allocate(std::size_t n);
-    void deallocate(T* place, std::size_t n) noexcept;
-    bool operator==(const PoolAllocator&) const = default;
-
-private:
-    NodePool* m_Pool;
-};
+class ParsedText;
+class TreeWriter;
+struct Value;
+struct ValueList;
 }  // namespace json_internal
 
 class ClkJsonObjectNode;
@@ -129,7 +122,6 @@ private:
 
     friend class ClkJsonComplexNode;
     friend class ClkJsonObjectNode;
-    friend class json_internal::TreeParser;
 };
 
 // An object or array.
@@ -143,12 +135,32 @@ public:
 protected:
     ClkJsonComplexNode(ClkJsonKind kind, ClkJsonComplexNode* parent);
 
+    // The parser creates only values. An object or array replaces its own by nodes when they are first
+    // accessed, which needs no exclusive access.
+    void MakeNodes() const {
+        if (Values() != nullptr) ReplaceValues();
+    }
+
+    // Reads the object or array whose opening bracket is at p, adds its children to the existing ones, and
+    // returns the position after its closing bracket.
+    const lkchar* ParseChildren(const lkchar* p, const lkchar* end);
+
+    std::unique_ptr<ClkJsonNode> MakeNode(const json_internal::Value& value,
+                                          json_internal::ParsedText& source);
+
     // Destroys all nodes below this one, without recursion; those of a root all at once.
     void DestroyChildren() noexcept;
 
     json_internal::NodePool& m_Pool;  // of the tree; the root owns it
 
 private:
+    // Children that have no nodes yet; null if all have nodes.
+    const json_internal::ValueList* Values() const { return m_Values.load(std::memory_order_acquire); }
+    bool HasNodes() const;
+    void ReplaceValues() const;
+    void AddNodes(const json_internal::ValueList& values);
+    void SetValues(const json_internal::ValueList* values, json_internal::ParsedText& source) noexcept;
+
     // Empties this node: destroys its atoms, and returns a list of its objects and arrays, linked by m_Parent
     // and followed by `next`.
     ClkJsonNode* ReleaseChildren(ClkJsonNode* next) noexcept;
@@ -156,9 +168,11 @@ private:
     void DestroyTree() noexcept;
     void ForgetChildren() noexcept;
 
+    std::atomic<const json_internal::ValueList*> m_Values{nullptr};
+
     friend class ClkJsonAtomNode;
     friend class ClkJsonNode;
-    friend class json_internal::TreeParser;
+    friend class json_internal::TreeWriter;
 };
 
 // A name and its value. Members with the same name in one tree share its text.
@@ -180,29 +194,52 @@ private:
 
 // The members of an object in the order of their names: unit by unit, a shorter name before its extension.
 class ClkJsonMembers {
-    using List = std::vector<ClkJsonMember, json_internal::PoolAllocator<ClkJsonMember>>;
-
 public:
     using value_type = ClkJsonMember;
-    using const_iterator = List::const_iterator;
+    using const_iterator = const ClkJsonMember*;
 
-    const_iterator begin() const { return m_List.begin(); }
-    const_iterator end() const { return m_List.end(); }
-    std::size_t size() const { return m_List.size(); }
-    bool empty() const { return m_List.empty(); }
+    ClkJsonMembers(const ClkJsonMembers&) = delete;
+    ClkJsonMembers& operator=(const ClkJsonMembers&) = delete;
+
+    const_iterator begin() const { return m_First; }
+    const_iterator end() const { return m_First + m_Size; }
+    std::size_t size() const { return m_Size; }
+    bool empty() const { return m_Size == 0; }
 
     const_iterator find(const lkstr& name) const;
     const std::unique_ptr<ClkJsonNode>& at(const lkstr& name) const;  // raises std::out_of_range
 
 private:
-    explicit ClkJsonMembers(json_internal::NodePool& pool) : m_List(List::allocator_type(pool)) {}
+    explicit ClkJsonMembers(json_internal::NodePool& pool) : m_Pool(&pool) {}
+    ~ClkJsonMembers() { Clear(); }
+
+    void Reserve(std::size_t capacity);
+    void Append(ClkJsonMember&& member) {  // needs reserved room
+        ::new (m_First + m_Size) ClkJsonMember(std::move(member));
+        ++m_Size;
+    }
+    void Insert(const_iterator place, ClkJsonMember&& member);
+    void Swap(ClkJsonMembers& other) noexcept {
+        std::swap(m_First, other.m_First);
+        std::swap(m_Size, other.m_Size);
+        std::swap(m_Capacity, other.m_Capacity);
+    }
+    void Clear() noexcept;
+    void Forget() noexcept {  // when the memory of the whole tree is taken back
+        m_First = nullptr;
+        m_Size = m_Capacity = 0;
+    }
+
+    ClkJsonMember* At(const_iterator place) { return m_First + (place - m_First); }
     const_iterator LowerBound(const lkstr& name) const;
 
-    List m_List;
+    json_internal::NodePool* m_Pool;
+    ClkJsonMember* m_First = nullptr;
+    std::uint32_t m_Size = 0;
+    std::uint32_t m_Capacity = 0;
 
     friend class ClkJsonComplexNode;
     friend class ClkJsonObjectNode;
-    friend class json_internal::TreeParser;
 };
 
 class ClkJsonObjectNode final : public ClkJsonComplexNode {
@@ -213,7 +250,10 @@ public:
     void StringifyAppend(lkstr& out, const lkchar* separator) const override;
     void Clear() override { DestroyChildren(); }
 
-    const ClkJsonMembers& Members() const { return m_Members; }
+    const ClkJsonMembers& Members() const {
+        MakeNodes();
+        return m_Members;
+    }
 
     // Each creates a member and returns it; an existing member with this name is destroyed. Members with
     // greater names are moved, so add thousands of members in the order of their names.
@@ -232,12 +272,13 @@ public:
 
     // Reads the object whose "{" is at p and returns the position after its "}". Members are added to the
     // existing ones; of several with the same name, the last one remains.
-    const lkchar* Parse(const lkchar* p, const lkchar* end);
+    const lkchar* Parse(const lkchar* p, const lkchar* end) { return ParseChildren(p, end); }
 
 private:
     explicit ClkJsonObjectNode(ClkJsonComplexNode* parent);
 
     ClkJsonAtomNode* AddAtom(const lkstr& name, ClkJsonKind kind, lkstr&& text);
+    void AddMembers(const json_internal::ValueList& values);
     template <class Node>
     Node* Place(const lkstr& name, Node* node);
     ClkJsonNode* Find(const lkstr& name) const;
@@ -245,7 +286,6 @@ private:
     ClkJsonMembers m_Members;
 
     friend class ClkJsonComplexNode;
-    friend class json_internal::TreeParser;
 };
 
 class ClkJsonArrayNode final : public ClkJsonComplexNode {
@@ -256,20 +296,23 @@ public:
     void StringifyAppend(lkstr& out, const lkchar* separator) const override;
     void Clear() override { DestroyChildren(); }  // keeps the storage of the items
 
-    const std::vector<std::unique_ptr<ClkJsonNode>>& Items() const { return m_Items; }
+    const std::vector<std::unique_ptr<ClkJsonNode>>& Items() const {
+        MakeNodes();
+        return m_Items;
+    }
 
     // Reads the array whose "[" is at p and returns the position after its "]". Items are appended. This is
     // also how to add items: parse u"[1]" to append a 1.
-    const lkchar* Parse(const lkchar* p, const lkchar* end);
+    const lkchar* Parse(const lkchar* p, const lkchar* end) { return ParseChildren(p, end); }
 
 private:
     explicit ClkJsonArrayNode(ClkJsonComplexNode* parent);
+    void AddItems(const json_internal::ValueList& values);
 
     std::vector<std::unique_ptr<ClkJsonNode>> m_Items;
 
     friend class ClkJsonComplexNode;
     friend class ClkJsonObjectNode;
-    friend class json_internal::TreeParser;
 };
 
 // A document. Parse, LoadFromFile and the destructor replace or destroy the whole tree.

@@ -7,29 +7,22 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <numeric>
 #include <vector>
 
-#include "json/internal/shared_name.h"
+#include "json/internal/parsed_text.h"
 #include "json/json_tree.h"
 
 namespace larkspur::json_internal {
-
-// A value that was read, and its name if it is a member.
-struct Entry {
-    NameRef name;
-    std::unique_ptr<ClkJsonNode> node;
-};
 
 // The latest names, in a small table: similar objects share their names, and texts whose names are all
 // different pay only for creating them.
 class NameCache {
 public:
-    // New names are added to the list.
-    explicit NameCache(NameList& names) : m_Names(names) {}
+    // New names are added to the text. Names are represented by their indices there.
+    explicit NameCache(ParsedText& text) : m_Text(text) {}
 
-    NameRef Get(const lkchar* text, std::size_t n) {
+    std::uint32_t Get(const lkchar* text, std::size_t n) {
         Slot& slot = Find(Ends(text, n), text);
         m_Latest->next = &slot;
         m_Latest = &slot;
@@ -38,7 +31,7 @@ public:
 
     // Compares the text with the name that followed the latest one before. If the text starts with it and a
     // quote, sets `name` and returns the position of the quote; otherwise returns null.
-    const lkchar* GetExpected(const lkchar* text, const lkchar* end, NameRef& name) {
+    const lkchar* GetExpected(const lkchar* text, const lkchar* end, std::uint32_t& name) {
         Slot* const slot = m_Latest->next;
         if (slot == nullptr) return nullptr;
         const std::size_t n = slot->ends.n;
@@ -75,14 +68,15 @@ private:
 
     struct Slot {
         Ends ends;
-        NameRef name;
+        const lkstr* text = nullptr;
+        std::uint32_t name = 0;
         Slot* next = nullptr;  // of the name that followed this one
 
-        bool Holds(const Ends& other, const lkchar* text) const {
-            return ends == other && (ends.n <= 8 || HoldsMiddle(text));
+        bool Holds(const Ends& other, const lkchar* units) const {
+            return ends == other && (ends.n <= 8 || HoldsMiddle(units));
         }
-        bool HoldsMiddle(const lkchar* text) const {
-            return std::memcmp(name.Get()->data() + 4, text + 4, (ends.n - 8) * sizeof(lkchar)) == 0;
+        bool HoldsMiddle(const lkchar* units) const {
+            return std::memcmp(text->data() + 4, units + 4, (ends.n - 8) * sizeof(lkchar)) == 0;
         }
     };
 
@@ -90,21 +84,22 @@ private:
         const std::size_t home = ends.Hash();
         for (std::size_t i = home; i < home + kProbes; ++i) {
             Slot& slot = m_Slots[i];
-            if (slot.name.Get() == nullptr) return Fill(slot, ends, text);
+            if (slot.text == nullptr) return Fill(slot, ends, text);
             if (slot.Holds(ends, text)) return slot;
         }
         return Fill(m_Slots[home], ends, text);
     }
 
     Slot& Fill(Slot& slot, const Ends& ends, const lkchar* text) {
-        slot.name = NameRef(m_Names, text, ends.n);
+        slot.name = m_Text.AddName(text, ends.n);
+        slot.text = m_Text.Name(slot.name).Get();
         slot.ends = ends;
         return slot;
     }
 
     static constexpr std::size_t kProbes = 8;  // starting at the slot of the hash value
 
-    NameList& m_Names;
+    ParsedText& m_Text;
     std::array<Slot, 256 + kProbes> m_Slots;
     Slot m_Start;  // before the first name
     Slot* m_Latest = &m_Start;
@@ -113,15 +108,24 @@ private:
 // The order by name of the latest member lists, so that the members of similar objects are sorted once.
 class OrderCache {
 public:
+    explicit OrderCache(const ParsedText& text) : m_Text(text) {}
+
     // The indices of the members in the order of their names; of equal names, only the last one. The result
     // is valid until the next call.
-    const std::vector<std::uint32_t>& Get(const Entry* entries, std::size_t n) {
+    const std::vector<std::uint32_t>& Get(const Value* members, std::size_t n) {
         if (n > kMostNames) {
-            Sort(entries, n, m_LongOrder);
+            Sort(members, n, m_LongOrder);
             return m_LongOrder;
         }
-        Slot& slot = m_Slots[Hash(entries, n)];
-        if (!slot.Holds(entries, n)) slot.Fill(entries, n);
+        Slot& slot = m_Slots[Hash(members, n)];
+        const auto same = [](std::uint32_t name, const Value& member) { return name == member.name; };
+        if (!std::equal(slot.names.begin(), slot.names.end(), members, members + n, same)) {
+            slot.names.clear();
+            for (const Value* member = members; member != members + n; ++member) {
+                slot.names.push_back(member->name);
+            }
+            Sort(members, n, slot.order);
+        }
         return slot.order;
     }
 
@@ -129,25 +133,14 @@ private:
     static constexpr std::size_t kMostNames = 256;  // longer lists rarely occur twice
 
     struct Slot {
-        std::vector<NameRef> names;  // in the order of the text
+        std::vector<std::uint32_t> names;  // in the order of the text
         std::vector<std::uint32_t> order;
-
-        bool Holds(const Entry* entries, std::size_t n) const {
-            const auto same = [](const NameRef& name, const Entry& entry) {
-                return name.Get() == entry.name.Get();
-            };
-            return std::equal(names.begin(), names.end(), entries, entries + n, same);
-        }
-
-        void Fill(const Entry* entries, std::size_t n) {
-            names.clear();
-            for (const Entry* entry = entries; entry != entries + n; ++entry) names.push_back(entry->name);
-            Sort(entries, n, order);
-        }
     };
 
-    static void Sort(const Entry* entries, std::size_t n, std::vector<std::uint32_t>& order) {
-        const auto nameAt = [entries](std::uint32_t i) -> const lkstr& { return *entries[i].name.Get(); };
+    void Sort(const Value* members, std::size_t n, std::vector<std::uint32_t>& order) const {
+        const auto nameAt = [this, members](std::uint32_t i) -> const lkstr& {
+            return *m_Text.Name(members[i].name).Get();
+        };
         const auto less = [&nameAt](std::uint32_t a, std::uint32_t b) { return nameAt(a) < nameAt(b); };
         const auto equal = [&nameAt](std::uint32_t a, std::uint32_t b) { return nameAt(a) == nameAt(b); };
         order.resize(n);
@@ -160,14 +153,13 @@ private:
     }
 
     // Of some names: lists that differ only in the others are rare.
-    static std::size_t Hash(const Entry* entries, std::size_t n) {
+    static std::size_t Hash(const Value* members, std::size_t n) {
         std::uint64_t hash = n;
-        for (std::size_t i = 0; i < n; i += 1 + n / 4) {
-            hash = (hash ^ reinterpret_cast<std::uintptr_t>(entries[i].name.Get())) * 0x9E3779B97F4A7C15u;
-        }
+        for (std::size_t i = 0; i < n; i += 1 + n / 4) hash = (hash ^ members[i].name) * 0x9E3779B97F4A7C15u;
         return hash >> 59;
     }
 
+    const ParsedText& m_Text;
     std::array<Slot, 32> m_Slots;
     std::vector<std::uint32_t> m_LongOrder;
 };

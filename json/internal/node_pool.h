@@ -1,5 +1,5 @@
-// The memory of the nodes of one tree and of its objects' member lists: slots in growing chunks, which are
-// reused after they are returned.
+// The memory of the nodes of one tree and of its objects' member lists: slots, which are reused after
+// they are returned.
 #ifndef QBSVR_JSON_INTERNAL_NODE_POOL_H
 #define QBSVR_JSON_INTERNAL_NODE_POOL_H
 
@@ -7,10 +7,13 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
 
+#include "json/internal/arena.h"
+#include "json/internal/parsed_text.h"
 #include "json/internal/shared_name.h"
 #include "json/json_tree.h"
 
@@ -35,8 +38,8 @@ private:
 // others are in a list, each with its position there.
 class NodePool {
 public:
-    // A cache line: the size of a node, or of a list of four members.
-    static constexpr std::size_t kSlotSize = 64;
+    static constexpr std::size_t kSlotSize = 16;
+    static constexpr std::size_t kNodeSize = 64;  // a cache line
 
     NodePool() = default;
     NodePool(const NodePool&) = delete;
@@ -48,8 +51,9 @@ public:
         const std::size_t slots = SlotsFor(bytes);
         if (slots > kMostSlots) return TakeLargeBlock(bytes);
         if (m_Free[slots] != nullptr) return std::exchange(m_Free[slots], m_Free[slots]->next);
-        if (static_cast<std::size_t>(m_ChunkEnd - m_Unused) < slots) AddChunk();
-        return std::exchange(m_Unused, m_Unused + slots);
+        Slot* const place = m_Memory.Room<Slot>(slots);
+        m_Memory.Take<Slot>(slots);
+        return place;
     }
 
     // `bytes` must be the number passed to Take.
@@ -63,14 +67,15 @@ public:
     OwnerList& Owners() { return m_Owners; }
     NameList& Names() { return m_Names; }
 
-    // Takes all memory back. Keeps the newest chunk, which is about half of the nodes, for the next document.
+    // What has been parsed and has no nodes yet. Readers replace it by nodes while they hold the mutex.
+    ParsedTexts& Texts() { return m_Texts; }
+    std::mutex& NodesMutex() { return m_NodesMutex; }
+
+    // Takes all memory back.
     void Reset() noexcept {
         FreeLargeBlocks();
         m_Free = {};
-        if (m_Chunks.empty()) return;
-        m_Chunks.front().swap(m_Chunks.back());
-        m_Chunks.resize(1);
-        m_Unused = m_Chunks.front().get();
+        m_Memory.Reset();
     }
 
 private:
@@ -80,29 +85,17 @@ private:
     };
 
     // Before a large block.
-    struct alignas(kSlotSize) LargeBlock {
+    struct LargeBlock {
         LargeBlock* next;
         LargeBlock** previous;  // the pointer to this one
     };
 
-    static constexpr std::size_t kMostSlots = 16;
-    static constexpr std::size_t kFirstChunk = kMostSlots;           // in slots
-    static constexpr std::size_t kLargestChunk = kFirstChunk << 14;  // 16 MB
+    static constexpr std::size_t kMostSlots = 64;
 
     static constexpr std::size_t SlotsFor(std::size_t bytes) { return (bytes + kSlotSize - 1) / kSlotSize; }
 
-    // Chunks double in size, so that small and large documents cost the same per value. Large chunks make the
-    // C library keep memory for the next document instead of returning it to the system each time.
-    void AddChunk() {
-        const std::size_t count = m_ChunkSize;
-        m_Chunks.push_back(std::make_unique_for_overwrite<Slot[]>(count));
-        m_Unused = m_Chunks.back().get();
-        m_ChunkEnd = m_Unused + count;
-        m_ChunkSize = std::min(2 * count, kLargestChunk);
-    }
-
     void* TakeLargeBlock(std::size_t bytes) {
-        void* const place = ::operator new (sizeof(LargeBlock) + bytes, std::align_val_t{kSlotSize});
+        void* const place = ::operator new(sizeof(LargeBlock) + bytes);
         auto* const block = ::new (place) LargeBlock{m_LargeBlocks, &m_LargeBlocks};
         if (block->next != nullptr) block->next->previous = &block->next;
         m_LargeBlocks = block;
@@ -113,46 +106,35 @@ private:
         LargeBlock* const block = static_cast<LargeBlock*>(place) - 1;
         *block->previous = block->next;
         if (block->next != nullptr) block->next->previous = block->previous;
-        ::operator delete (block, std::align_val_t{kSlotSize});
+        ::operator delete(block);
     }
 
     void FreeLargeBlocks() noexcept {
         while (m_LargeBlocks != nullptr) GiveBackLargeBlock(m_LargeBlocks + 1);
     }
 
-    std::vector<std::unique_ptr<Slot[]>> m_Chunks;
-    std::size_t m_ChunkSize = kFirstChunk;  // of the next one
-    Slot* m_Unused = nullptr;               // of the newest chunk, up to m_ChunkEnd
-    Slot* m_ChunkEnd = nullptr;
+    Arena m_Memory;
     std::array<Slot*, kMostSlots + 1> m_Free{};  // by the number of slots
     LargeBlock* m_LargeBlocks = nullptr;
     OwnerList m_Owners;
     NameList m_Names;
+    ParsedTexts m_Texts;
+    std::mutex m_NodesMutex;
 };
-
-template <class T>
-T* PoolAllocator<T>::allocate(std::size_t n) {
-    return static_cast<T*>(m_Pool->Take(n * sizeof(T)));
-}
-
-template <class T>
-void PoolAllocator<T>::deallocate(T* place, std::size_t n) noexcept {
-    m_Pool->GiveBack(place, n * sizeof(T));
-}
 
 }  // namespace larkspur::json_internal
 
 namespace larkspur {
 
 static_assert(std::max({sizeof(ClkJsonAtomNode), sizeof(ClkJsonObjectNode), sizeof(ClkJsonArrayNode)}) <=
-              json_internal::NodePool::kSlotSize);
+              json_internal::NodePool::kNodeSize);
 
 inline void* ClkJsonNode::operator new(std::size_t, json_internal::NodePool& pool) {
-    return pool.Take(json_internal::NodePool::kSlotSize);
+    return pool.Take(json_internal::NodePool::kNodeSize);
 }
 
 inline void ClkJsonNode::operator delete(void* place, json_internal::NodePool& pool) noexcept {
-    pool.GiveBack(place, json_internal::NodePool::kSlotSize);
+    pool.GiveBack(place, json_internal::NodePool::kNodeSize);
 }
 
 }  // namespace larkspur

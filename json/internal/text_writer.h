@@ -22,16 +22,16 @@ public:
         *m_To++ = c;
     }
 
-    void Put(const lkstr& text) {
-        const std::size_t n = text.size();
+    void Put(const lkstr& text) { Put(text.data(), text.size()); }
+    void Put(const lkchar* text, std::size_t n) {
         if (n > Room()) {
             Flush();
             if (n > kBlock) {
-                m_Out.append(text);
+                m_Out.append(text, n);
                 return;
             }
         }
-        Copy(text.data(), n, m_To);
+        Copy(text, n, m_To);
         m_To += n;
     }
 

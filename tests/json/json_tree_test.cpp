@@ -237,6 +237,49 @@ TEST(JsonTree, MembersAgreeWithAMap) {
     }
 }
 
+// Reads every other object and array below the node, beginning with it.
+void ReadEveryOther(const ClkJsonNode& node, unsigned int& count) {
+    if (node.Kind() == ClkJsonObject && ++count % 2 == 0) {
+        for (const auto& [name, child] : static_cast<const ClkJsonObjectNode&>(node).Members()) {
+            EXPECT_EQ(child->Parent(), &node);
+            ReadEveryOther(*child, count);
+        }
+    } else if (node.Kind() == ClkJsonArray && ++count % 2 == 0) {
+        for (const auto& item : static_cast<const ClkJsonArrayNode&>(node).Items()) {
+            EXPECT_EQ(item->Parent(), &node);
+            ReadEveryOther(*item, count);
+        }
+    }
+}
+
+// Nodes are created when they are read: a document doesn't depend on what was read of it, in any order.
+TEST(JsonTree, PartlyReadDocumentsAreWholeAndCanBeChanged) {
+    const lkstr text =
+        u"{\"c\":[{\"x\":[1,\"a text of some length\"],\"w\":{}},[],[[\"\\n\"]]],\"a\":{\"y\":{\"z\":[{}]}},"
+        u"\"b\":{\"z\":1,\"a\":[2,[3]]}}";
+    const lkstr written =
+        u"{\"a\":{\"y\":{\"z\":[{}]}},\"b\":{\"a\":[2,[3]],\"z\":1},"
+        u"\"c\":[{\"w\":{},\"x\":[1,\"a text of some length\"]},[],[[\"\\n\"]]]}";
+    for (unsigned int reads = 0; reads < 6; ++reads) {
+        ClkObjectJson json;
+        EXPECT_EQ(Outcome(json, text), written);
+        unsigned int count = 1;
+        for (unsigned int i = 0; i < reads; ++i) ReadEveryOther(json.Root(), count);
+        EXPECT_EQ(json.Stringify(nullptr), written) << reads;
+
+        const lkstr more = u"{\"b\":{\"q\":[]},\"bb\":[{\"r\":0}]}";
+        json.Root().Parse(more.data(), more.data() + more.size());
+        ClkJsonObjectNode* a = json.Root().ObjectByName(u"a");
+        a->Parse(more.data(), more.data() + more.size());
+        a->AddIntegerMember(u"y", 1);
+        json.Root().ArrayByName(u"c")->Clear();
+        EXPECT_EQ(json.Stringify(nullptr),
+                  u"{\"a\":{\"b\":{\"q\":[]},\"bb\":[{\"r\":0}],\"y\":1},\"b\":{\"q\":[]},"
+                  u"\"bb\":[{\"r\":0}],\"c\":[]}")
+            << reads;
+    }
+}
+
 TEST(JsonTree, AnyDepthIsReadWrittenAndDestroyed) {
     constexpr std::size_t kDepth = 1'000'000;
     lkstr text;
