@@ -48,8 +48,9 @@ public:
     void addFonts(const std::u16string& family) {
         for (const bool bold : {false, true}) {
             for (const bool italic : {false, true}) {
-                for (const FontSet::Member& member : resolveFont(family, bold, italic).members)
-                    addFile("font", family, member.face->file);
+                const FontSet& fonts = resolveFont(family, bold, italic);
+                for (std::size_t i = 0; const FontSet::Member* const member = fonts.member(i); ++i)
+                    addFile("font", family, member->face->file);
             }
         }
     }

@@ -165,7 +165,7 @@ std::vector<ReportItem> fontsOf(const Runtime& runtime) {
         ReportItem item;
         item.name = toUtf8(mention.name);
         item.count = mention.count;
-        item.value = resolveFont(mention.name, false, false).members.front().face->file;
+        item.value = resolveFont(mention.name, false, false).first.face->file;
         items.push_back(std::move(item));
     }
     return items;

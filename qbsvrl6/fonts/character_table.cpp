@@ -30,8 +30,8 @@ PlainCharacter CharacterTable::lookUp(char16_t unit, RunShaper& runs) const {
     character.kind = PlainCharacter::Kind::Complex;
     const bool ascii = shown < 0x7F;
     if (!ascii && !standsAlone(shown)) return character;
-    for (std::size_t i = 0; i < fonts_.members.size(); ++i) {
-        const FontFace& face = *fonts_.members[i].face;
+    for (std::size_t i = 0; const FontSet::Member* const member = fonts_.member(i); ++i) {
+        const FontFace& face = *member->face;
         hb_codepoint_t glyph = 0;
         if (hb_font_get_nominal_glyph(face.font, shown, &glyph) == 0) continue;
         character.member = static_cast<std::uint16_t>(i);
@@ -61,7 +61,7 @@ PairEffect CharacterTable::measurePair(char16_t first, char16_t second, RunShape
     if (left.member != right.member) return effect;
     const char16_t text[] = {withoutControl(first), withoutControl(second)};
     std::vector<Glyph> glyphs;
-    runs.shape(*fonts_.members[left.member].face, {text, 2}, 0, 2, HB_DIRECTION_LTR, glyphs);
+    runs.shape(*fonts_.member(left.member)->face, {text, 2}, 0, 2, HB_DIRECTION_LTR, glyphs);
     const bool same = glyphs.size() == 2 && glyphs[0].id == left.glyph && glyphs[1].id == right.glyph &&
                       glyphs[0].xOffset == 0 && glyphs[0].yOffset == 0 && glyphs[1].yOffset == 0;
     if (!same) {

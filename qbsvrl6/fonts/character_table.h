@@ -19,7 +19,7 @@ struct PlainCharacter {
     };
     std::uint32_t glyph = 0;
     float advance = 0;         // 1/1000 em
-    std::uint16_t member = 0;  // index in FontSet::members
+    std::uint16_t member = 0;  // of the font set
     Kind kind = Kind::Unknown;
 };
 

@@ -79,60 +79,82 @@ public:
         const std::tuple key(character, bold, italic);
         if (const auto known = covering_.find(key); known != covering_.end()) return known->second;
         const FontSet::Member* member = nullptr;
-        FontSet set;
-        if (add(set, catalogue_.covering(character, bold, italic), bold, italic)) {
-            member = &intern(std::move(set)).members.front();
+        Members members;
+        if (add(members, catalogue_.covering(character, bold, italic), bold, italic)) {
+            auto set = std::make_unique<FontSet>();
+            set->first = members.front();
+            member = &intern(std::move(set)).first;
         }
         if (member == nullptr) tellLacking(character);
         covering_.emplace(key, member);
         return member;
     }
 
+    // The members after the first one.
+    const std::vector<FontSet::Member>& furtherMembers(const FontSet& set) {
+        const std::lock_guard lock(mutex_);
+        if (const auto known = further_.find(&set); known != further_.end()) return known->second;
+        Members members{set.first};  // so that it is not added again
+        addFirst(members, set.fallback, set.bold, set.italic);
+        addFirst(members, FamilyKind::Verdana, set.bold, set.italic);  // the widest choice of symbols
+        members.erase(members.begin());
+        return further_.emplace(&set, std::move(members)).first->second;
+    }
+
 private:
-    // The families of a request in the order in which they are tried: the requested one, its
-    // substitutes, and those that supply missing characters.
-    FontSet choose(const Request& request) {
+    using Members = std::vector<FontSet::Member>;
+
+    // The first member is the requested family or its substitute. If neither is installed, it is the best
+    // member to fall back on.
+    std::unique_ptr<FontSet> choose(const Request& request) {
         const std::string wanted = foldFamily(request.family);
         const FamilyKind kind = familyKind(wanted);
-        FontSet set;
-        set.isLanguageGiven = request.language != TextLanguage::Unknown;
-        set.language = set.isLanguageGiven ? request.language : languageOfFamily(wanted);
-        add(set, catalogue_.find(wanted, request.bold, request.italic), request.bold, request.italic);
+        auto set = std::make_unique<FontSet>();
+        set->isLanguageGiven = request.language != TextLanguage::Unknown;
+        set->language = set->isLanguageGiven ? request.language : languageOfFamily(wanted);
+        set->fallback = fallbackOf(kind);
+        set->bold = request.bold;
+        set->italic = request.italic;
+        Members members;
+        const auto addNamed = [&](const std::string& family) {
+            add(members, catalogue_.find(family, request.bold, request.italic), request.bold, request.italic);
+        };
+        addNamed(wanted);
         if (const auto alias = choices_.aliases.find(wanted);
-            set.members.empty() && alias != choices_.aliases.end()) {
-            add(set, catalogue_.find(alias->second, request.bold, request.italic), request.bold,
+            members.empty() && alias != choices_.aliases.end()) {
+            addNamed(alias->second);
+        }
+        const bool installed = !members.empty();
+        for (const FamilyKind other : {kind, set->fallback, FamilyKind::Verdana}) {
+            if (members.empty()) addFirst(members, other, request.bold, request.italic);
+        }
+        if (members.empty()) {
+            add(members, catalogue_.covering(U'A', request.bold, request.italic), request.bold,
                 request.italic);
         }
-        const bool installed = !set.members.empty();
-        if (!installed) addFirst(set, kind, request);
-        addFirst(set, fallbackOf(kind), request);
-        addFirst(set, FamilyKind::Verdana, request);  // the widest choice of symbols
-        if (set.members.empty()) {
-            add(set, catalogue_.covering(U'A', request.bold, request.italic), request.bold, request.italic);
-        }
-        if (set.members.empty()) {
-            set.members.push_back({&builtIn(), false, false});
+        if (members.empty()) {
+            set->first.face = &builtIn();
             return set;
         }
-        if (!installed) tellReplaced(request.family, wanted, set);
+        set->first = members.front();
+        if (!installed) tellReplaced(request.family, wanted, *set->first.face);
         return set;
     }
 
     // Adds the best installed family of the kind.
-    void addFirst(FontSet& set, FamilyKind kind, const Request& request) {
+    void addFirst(Members& members, FamilyKind kind, bool bold, bool italic) {
         for (const std::string_view family : familiesOf(kind)) {
-            const InstalledFace* installed = catalogue_.find(family, request.bold, request.italic);
-            if (add(set, installed, request.bold, request.italic)) return;
+            if (add(members, catalogue_.find(family, bold, italic), bold, italic)) return;
         }
     }
 
-    bool add(FontSet& set, const InstalledFace* installed, bool bold, bool italic) {
+    bool add(Members& members, const InstalledFace* installed, bool bold, bool italic) {
         if (installed == nullptr) return false;
         const FontFace* face = open(*installed);
         if (face == nullptr) return false;
         const auto isSame = [face](const FontSet::Member& member) { return member.face == face; };
-        if (std::any_of(set.members.begin(), set.members.end(), isSame)) return true;
-        set.members.push_back({face, bold && !installed->bold, italic && !installed->italic});
+        if (std::any_of(members.begin(), members.end(), isSame)) return true;
+        members.push_back({face, bold && !installed->bold, italic && !installed->italic});
         return true;
     }
 
@@ -160,27 +182,25 @@ private:
     }
 
     // Equal sets are shared, so that any number of unknown names costs no memory.
-    const FontSet& intern(FontSet set) {
-        SetKey key;
-        key.first = {set.language, set.isLanguageGiven};
-        for (const FontSet::Member& member : set.members) {
-            key.second.emplace_back(member.face, member.syntheticBold, member.syntheticItalic);
-        }
+    const FontSet& intern(std::unique_ptr<FontSet> set) {
+        const FontSet::Member& first = set->first;
+        const SetKey key(first.face, first.syntheticBold, first.syntheticItalic, set->language,
+                         set->isLanguageGiven, set->fallback, set->bold, set->italic);
         std::unique_ptr<const FontSet>& kept = sets_[key];
         if (kept == nullptr) {
-            const LineMetrics metrics = lineMetricsOf(*set.members.front().face);
-            set.ascent = metrics.ascent;
-            set.descent = metrics.descent;
-            set.lineHeight = metrics.lineHeight;
-            kept = std::make_unique<const FontSet>(std::move(set));
+            const LineMetrics metrics = lineMetricsOf(*first.face);
+            set->ascent = metrics.ascent;
+            set->descent = metrics.descent;
+            set->lineHeight = metrics.lineHeight;
+            kept = std::move(set);
         }
         return *kept;
     }
 
-    void tellReplaced(std::u16string_view family, const std::string& folded, const FontSet& set) {
+    void tellReplaced(std::u16string_view family, const std::string& folded, const FontFace& face) {
         if (replaced_.size() >= kRememberedNames || !replaced_.insert(folded).second) return;
-        logWarning("font \"" + toUtf8(family) + "\" is not installed; \"" +
-                   set.members.front().face->familyName + "\" is used instead");
+        logWarning("font \"" + toUtf8(family) + "\" is not installed; \"" + face.familyName +
+                   "\" is used instead");
     }
 
     void tellLacking(char32_t character) {
@@ -198,8 +218,8 @@ private:
         std::unique_ptr<const FontFace> face;
         bool bold = false;
     };
-    using MemberKey = std::tuple<const FontFace*, bool, bool>;
-    using SetKey = std::pair<std::pair<TextLanguage, bool>, std::vector<MemberKey>>;
+
+    using SetKey = std::tuple<const FontFace*, bool, bool, TextLanguage, bool, FamilyKind, bool, bool>;
 
     const FontChoices choices_;
     std::mutex mutex_;
@@ -208,6 +228,7 @@ private:
     std::map<std::pair<std::string, int>, OpenFace> faces_;
     std::unique_ptr<const FontFace> builtIn_;
     std::map<SetKey, std::unique_ptr<const FontSet>> sets_;
+    std::map<const FontSet*, Members> further_;
     std::map<std::tuple<char32_t, bool, bool>, const FontSet::Member*> covering_;
     std::set<std::string> replaced_;
     std::set<char32_t> lacking_;  // reported in the log
@@ -227,13 +248,23 @@ void requireDrawable(const FontFace& face) {
     if (face.bytes.empty()) throw MachineError(kNoFont);
 }
 
+const FontSet::Member* FontSet::member(std::size_t index) const {
+    if (index == 0) return &first;
+    const std::vector<Member>* further = further_.load(std::memory_order_acquire);
+    if (further == nullptr) {
+        further = &fontLibrary().furtherMembers(*this);
+        further_.store(further, std::memory_order_release);
+    }
+    return index <= further->size() ? &(*further)[index - 1] : nullptr;
+}
+
 const FontSet::Member& FontSet::memberFor(char32_t character) const {
     hb_codepoint_t glyph = 0;
-    for (const Member& member : members) {
-        if (hb_font_get_nominal_glyph(member.face->font, character, &glyph) != 0) return member;
+    for (std::size_t i = 0; const Member* const candidate = member(i); ++i) {
+        if (hb_font_get_nominal_glyph(candidate->face->font, character, &glyph) != 0) return *candidate;
     }
-    const Member* other = fontLibrary().covering(character, members.front());
-    return other != nullptr ? *other : members.front();
+    const Member* other = fontLibrary().covering(character, first);
+    return other != nullptr ? *other : first;
 }
 
 const FontSet& resolveFont(const std::u16string& family, bool bold, bool italic, TextLanguage language) {

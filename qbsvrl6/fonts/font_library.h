@@ -3,11 +3,14 @@
 #ifndef QBSVR_QBSVRL6_FONTS_FONT_LIBRARY_H
 #define QBSVR_QBSVRL6_FONTS_FONT_LIBRARY_H
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "qbsvrl6/fonts/aliases.h"
 #include "qbsvrl6/fonts/text_language.h"
 
 struct hb_face_t;
@@ -48,16 +51,27 @@ struct FontSet {
         bool syntheticBold = false;
         bool syntheticItalic = false;
     };
-    std::vector<Member> members;  // never empty; tried in order
-    double ascent = 0;            // of the first member, in ems
+    Member first;
+    double ascent = 0;  // of the first member, in ems
     double descent = 0;
     double lineHeight = 0;
     TextLanguage language = TextLanguage::Unknown;  // requested, or implied by the family's name
     bool isLanguageGiven = false;                   // requested: the letters of a text do not change it
+    FamilyKind fallback = FamilyKind::Sans;         // of the further members
+    bool bold = false;
+    bool italic = false;
+
+    // The members in the order in which they are tried; null after the last one. All but the first are opened
+    // when one of them is first asked for: most texts don't need them. That raises MachineError or
+    // std::bad_alloc, as resolveFont does.
+    const Member* member(std::size_t index) const;
 
     // The first member with a glyph for the character, or else another font of the machine with one, or else
     // the first member.
     const Member& memberFor(char32_t character) const;
+
+private:
+    mutable std::atomic<const std::vector<Member>*> further_ = nullptr;
 };
 
 // Resolves a family: to itself if it is installed, or else to its substitute in the table of aliases ("宋体"

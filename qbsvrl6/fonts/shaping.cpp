@@ -101,7 +101,7 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
         if (run == nullptr || character.member != member) {
             run = &shaped->runs.emplace_back();
             member = character.member;
-            run->member = fonts.members[member];
+            run->member = *fonts.member(member);
             run->firstUnit = static_cast<std::uint32_t>(i);
             run->glyphs.reserve(std::min(text.size() - i, kLikelyRun));
         }

@@ -41,7 +41,7 @@ TEST(FontLibrary, FamiliesResolve) {
     for (const Case& c : cases) {
         SCOPED_TRACE(toUtf8(c.family) + (c.bold ? " bold" : "") + (c.italic ? " italic" : ""));
         const FontSet& set = resolveFont(c.family, c.bold, c.italic);
-        const FontSet::Member& first = set.members.front();
+        const FontSet::Member& first = set.first;
         if (first.face->postScriptName != c.expected && std::string(c.expected) == "WenQuanYiMicroHei")
             continue;
         EXPECT_EQ(first.face->postScriptName, c.expected);
@@ -61,36 +61,50 @@ TEST(FontLibrary, UnknownNamesGetSomeFontAndCostNoMemory) {
     const FontSet& one = resolveFont(u"No such family 1", false, false);
     EXPECT_EQ(&one, &resolveFont(u"No such family 2", false, false));
     EXPECT_EQ(&one, &resolveFont(u"", false, false));
-    EXPECT_EQ(resolveFont(u"No such mono", false, false).members.front().face->postScriptName,
-              "LiberationMono");
+    EXPECT_EQ(resolveFont(u"No such mono", false, false).first.face->postScriptName, "LiberationMono");
 }
 
 TEST(FontLibrary, FacesTellWhatAPdfNeeds) {
-    const FontFace& noto = *resolveFont(u"SimSun", false, false).members.front().face;
+    const FontFace& noto = *resolveFont(u"SimSun", false, false).first.face;
     EXPECT_TRUE(noto.cff);
     EXPECT_TRUE(noto.serif);
     EXPECT_EQ(noto.unitsPerEm, 1000u);
     EXPECT_GT(noto.ascent, 0);
     EXPECT_GT(noto.descent, 0);
     EXPECT_LT(noto.yMin, 0);
-    const FontFace& mono = *resolveFont(u"Courier New", false, true).members.front().face;
+    const FontFace& mono = *resolveFont(u"Courier New", false, true).first.face;
     EXPECT_FALSE(mono.cff);
     EXPECT_TRUE(mono.fixedPitch);
     EXPECT_LT(mono.italicAngle, 0);
-    EXPECT_FALSE(resolveFont(u"Arial", false, false).members.front().face->serif);
+    EXPECT_FALSE(resolveFont(u"Arial", false, false).first.face->serif);
     EXPECT_EQ(openFontFace(QBSVR_SOURCE_DIR "/README.md", 0), nullptr) << "no outlines";
 }
 
 TEST(FontLibrary, CharactersThatTheFamilyLacksComeFromAnother) {
     const FontSet& arial = resolveFont(u"Arial", false, false);
-    EXPECT_EQ(arial.memberFor(U'A').face, arial.members.front().face);
+    EXPECT_EQ(arial.memberFor(U'A').face, arial.first.face);
     EXPECT_EQ(arial.memberFor(U'中').face->postScriptName, "NotoSansCJKsc-Regular");
     EXPECT_EQ(resolveFont(u"Times New Roman", false, false).memberFor(U'中').face->postScriptName,
               "NotoSerifCJKsc-Regular");
     // A character of programming languages, which only fonts of equal widths have.
-    EXPECT_NE(arial.memberFor(U'\u2336').face, arial.members.front().face);
+    EXPECT_NE(arial.memberFor(U'\u2336').face, arial.first.face);
     // A character that no font has stays with the family itself.
-    EXPECT_EQ(arial.memberFor(0x10FFFD).face, arial.members.front().face);
+    EXPECT_EQ(arial.memberFor(0x10FFFD).face, arial.first.face);
+}
+
+TEST(FontLibrary, FurtherMembersHaveTheStyleAndDiffer) {
+    const FontSet& arial = resolveFont(u"Arial", true, false);
+    std::vector<std::string> names;
+    for (std::size_t i = 0; const FontSet::Member* const member = arial.member(i); ++i) {
+        names.push_back(member->face->postScriptName);
+    }
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"LiberationSans-Bold", "NotoSansCJKsc-Bold", "DejaVuSans-Bold"}));
+    EXPECT_EQ(&arial.memberFor(U'中'), arial.member(1));
+    const FontSet& verdana = resolveFont(u"Verdana", true, false);
+    EXPECT_EQ(verdana.first.face, arial.member(2)->face);
+    EXPECT_EQ(verdana.member(1)->face, arial.member(1)->face);
+    EXPECT_EQ(verdana.member(2), nullptr) << "it does not fall back on itself";
 }
 
 }  // namespace
