@@ -51,14 +51,6 @@ constexpr lkchar EscapedUnit(lkchar letter) {
     }
 }
 
-// The units that end a bare literal: space, "," and the closing brackets.
-constexpr bool EndsLiteral(lkchar c) { return IsSpace(c) || c == u',' || c == u']' || c == u'}'; }
-
-inline const lkchar* FindLiteralEnd(const lkchar* p, const lkchar* end) {
-    while (p < end && !EndsLiteral(*p)) ++p;
-    return p;
-}
-
 #if defined(__SSE2__)
 // Bits 2i and 2i + 1 are set when unit i of the eight at p is one of the stops.
 template <lkchar... stops>
@@ -80,6 +72,11 @@ const lkchar* FindFirstOf(const lkchar* p, const lkchar* end) {
 #endif
     while (p < end && ((*p != stops) && ...)) ++p;
     return p;
+}
+
+// The end of a bare literal: space, "," or a closing bracket.
+inline const lkchar* FindLiteralEnd(const lkchar* p, const lkchar* end) {
+    return FindFirstOf<u' ', u'\n', u'\r', u'\t', u',', u']', u'}'>(p, end);
 }
 
 }  // namespace larkspur::json_internal
