@@ -106,17 +106,23 @@ std::unique_ptr<ClkJsonNode> ClkJsonComplexNode::MakeNode(const Value& value, Pa
 
 // Of equal names, the new member remains.
 void ClkJsonObjectNode::AddMembers(const ValueList& values) {
-    ClkJsonMembers all(m_Pool);
-    all.Reserve(m_Members.size() + values.size);
-    ClkJsonMember* former = m_Members.At(m_Members.begin());
-    for (const Value& value : values) {
-        const NameRef& name = values.source->Name(value.name);
-        while (former != m_Members.end() && former->first < *name.Get()) all.Append(std::move(*former++));
-        if (former != m_Members.end() && former->first == *name.Get()) ++former;
-        all.Append(ClkJsonMember(NameRef(name), MakeNode(value, *values.source)));
+    ClkJsonMembers formerMembers(m_Pool);
+    formerMembers.Swap(m_Members);
+    ClkJsonMember* former = formerMembers.At(formerMembers.begin());
+    try {
+        m_Members.Reserve(formerMembers.size() + values.size);
+        for (const Value& value : values) {
+            const NameRef& name = values.source->Name(value.name);
+            for (; former != formerMembers.end() && former->first <= *name.Get(); ++former) {
+                if (former->first != *name.Get()) m_Members.Append(std::move(*former));
+            }
+            m_Members.Append(NameRef(name), MakeNode(value, *values.source));
+        }
+    } catch (...) {
+        m_Members.Clear();
+        throw;
     }
-    while (former != m_Members.end()) all.Append(std::move(*former++));
-    m_Members.Swap(all);
+    for (; former != formerMembers.end(); ++former) m_Members.Append(std::move(*former));
 }
 
 void ClkJsonArrayNode::AddItems(const ValueList& values) {

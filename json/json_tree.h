@@ -214,8 +214,9 @@ private:
     ~ClkJsonMembers() { Clear(); }
 
     void Reserve(std::size_t capacity);
-    void Append(ClkJsonMember&& member) {  // needs reserved room
-        ::new (m_First + m_Size) ClkJsonMember(std::move(member));
+    template <class... Args>
+    void Append(Args&&... args) {  // needs reserved room
+        ::new (m_First + m_Size) ClkJsonMember(std::forward<Args>(args)...);
         ++m_Size;
     }
     void Insert(const_iterator place, ClkJsonMember&& member);
