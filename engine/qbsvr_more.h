@@ -10,7 +10,8 @@
 //     }
 //     QBXMessage message = {sizeof message};
 //     for (uint64_t i = 0; QBXReportGetMessage(report, i, &message) != 0; ++i) {
-//         printf("%s:%d:%d: %s\n", message.file, message.line, message.column, message.text);
+//         if (message.line > 0) printf("%s:%d:%d: ", message.file, message.line, message.column);
+//         puts(message.text);
 //     }
 //     QBReportRelease(report);
 //

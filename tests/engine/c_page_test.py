@@ -25,10 +25,13 @@ def main():
         assert made.returncode == 0, made
         text = pathlib.Path(folder, "offer.csv").read_bytes().decode("utf-8-sig")
         assert text.startswith(ROWS) and "1,200.50" in text[len(ROWS):], text
-        wrong = run(c_program, "offer.qbf", "doc", "offer.doc")
-        assert wrong.returncode == 1 and "there is no format" in wrong.stderr, wrong
-        missing = run(c_program, "no.qbf", "csv", "no.csv")
-        assert missing.returncode == 1 and "no.qbf:0:0: " in missing.stderr, missing
+        pathlib.Path(folder, "bad.qbf").write_text(template.replace('width="60mm"', 'width="60"', 1), encoding="utf-8")
+        for name, kind, line in (("offer.qbf", "doc", 'offer: there is no format "doc"'),
+                                 ("no.qbf", "csv", "no.qbf: No such file or directory\n"),
+                                 ("bad.qbf", "csv", "bad.qbf:4:27: ")):
+            failed = run(c_program, name, kind, "offer.doc")
+            assert failed.returncode == 1 and failed.stderr.startswith(line), failed
+        assert run(c_program).returncode == 2
         rows = subprocess.run([cpp_program, "offer.qbf"], cwd=folder, capture_output=True, check=True)
         assert rows.stdout.decode("utf-8-sig") == "Item,Amount\r\nChair,1120.5\r\nTable,80\r\n", rows.stdout
 

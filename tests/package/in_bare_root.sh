@@ -56,6 +56,8 @@ for programs in . built; do
     $programs/offer_c offer.qbf pdf offer.pdf
     head -c 5 offer.pdf | grep %PDF-
     $programs/offer_cpp offer.qbf | grep ^Chair,1120.5
+    if $programs/offer_c no.qbf pdf no.pdf 2> said; then exit 1; fi
+    grep -x 'no.qbf: No such file or directory' said
 done
 built/format_cpp
 xmllint --noout --schema "$(pkg-config --variable=schema qbsvrl6)" offer.qbf
