@@ -50,6 +50,7 @@ std::shared_ptr<const Drawing> Drawings::barcode(const Control& control, std::u1
             drawBarcode({content.type, std::u16string(text), content.showText}, {place.width, place.height}),
             place);
     } catch (const EngineError& error) {
+        if (error.endsExport()) throw;
         if (errors_ < kLoggedErrors) logBadBarcode(control, error.what());
         return nullptr;
     }

@@ -15,7 +15,7 @@ constexpr int kConnectMilliseconds = 5000;
 
 // The functions of libcups that are used.
 struct Cups {
-    LazyLibrary library{"libcups.so.2"};
+    LazyLibrary library{"libcups.so.2", "libcups2"};
     QBSVR_LAZY_FUNCTION(library, httpConnect2);
     QBSVR_LAZY_FUNCTION(library, httpClose);
     QBSVR_LAZY_FUNCTION(library, ippPort);

@@ -15,7 +15,7 @@ namespace {
 
 // The functions of zint that are used.
 struct Zint {
-    LazyLibrary library{"libzint.so.2.11"};
+    LazyLibrary library{"libzint.so.2.11", "libzint2.11"};
     QBSVR_LAZY_FUNCTION(library, ZBarcode_Buffer_Vector);
     QBSVR_LAZY_FUNCTION(library, ZBarcode_Create);
     QBSVR_LAZY_FUNCTION(library, ZBarcode_Delete);

@@ -33,7 +33,7 @@ constexpr milliseconds kBetweenChecks{50};  // of the budget, while a server is 
 
 // The functions of libcurl that are used.
 struct Curl {
-    LazyLibrary library{"libcurl.so.4"};
+    LazyLibrary library{"libcurl.so.4", "libcurl4"};
     QBSVR_LAZY_FUNCTION(library, curl_easy_init);
     QBSVR_LAZY_FUNCTION(library, curl_easy_setopt);
     QBSVR_LAZY_FUNCTION(library, curl_easy_getinfo);

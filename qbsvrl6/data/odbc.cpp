@@ -34,7 +34,7 @@ constexpr std::chrono::milliseconds kBetweenChecks{20};  // while the server wor
 static_assert(sizeof(SQLWCHAR) == sizeof(char16_t));
 
 struct Odbc {
-    LazyLibrary library{"libodbc.so.2"};
+    LazyLibrary library{"libodbc.so.2", "libodbc2"};
     QBSVR_LAZY_FUNCTION(library, SQLAllocHandle);
     QBSVR_LAZY_FUNCTION(library, SQLFreeHandle);
     QBSVR_LAZY_FUNCTION(library, SQLSetEnvAttr);
@@ -57,11 +57,9 @@ struct Odbc {
     QBSVR_LAZY_FUNCTION(library, SQLGetData);
     QBSVR_LAZY_FUNCTION(library, SQLFreeStmt);
 
-    static const Odbc& functions() try {
+    static const Odbc& functions() {
         static const Odbc odbc;
         return odbc;
-    } catch (const EngineError& error) {
-        throw EngineError(error.code(), std::string(error.what()) + "; unixODBC is in the package libodbc2");
     }
 };
 

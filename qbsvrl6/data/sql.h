@@ -39,8 +39,8 @@ public:
     virtual std::unique_ptr<SqlQuery> prepare(std::u16string_view statement) = 0;
 };
 
-// Both raise EngineError: a missing library or driver (NotSupported, with the package to install), a file
-// that is not found, not reachable (reach.h) or no database, a refused connection.
+// Both raise EngineError: a missing library (MissingLibrary) or driver (NotSupported), with the package to
+// install, a file that is not found, not reachable (reach.h) or no database, a refused connection.
 
 std::shared_ptr<SqlConnection> openSqlite(const Address& file);
 // "DSN=shop;UID=reader;PWD=..." or "Driver=...;Server=...".

@@ -29,7 +29,7 @@ namespace qbsvrl6 {
 namespace {
 
 struct Sqlite {
-    LazyLibrary library{"libsqlite3.so.0"};
+    LazyLibrary library{"libsqlite3.so.0", "libsqlite3-0"};
     QBSVR_LAZY_FUNCTION(library, sqlite3_open_v2);
     QBSVR_LAZY_FUNCTION(library, sqlite3_close_v2);
     QBSVR_LAZY_FUNCTION(library, sqlite3_exec);
@@ -61,12 +61,9 @@ struct Sqlite {
     QBSVR_LAZY_FUNCTION(library, sqlite3_column_blob);
     QBSVR_LAZY_FUNCTION(library, sqlite3_column_bytes);
 
-    static const Sqlite& functions() try {
+    static const Sqlite& functions() {
         static const Sqlite sqlite;
         return sqlite;
-    } catch (const EngineError& error) {
-        throw EngineError(error.code(),
-                          std::string(error.what()) + "; SQLite is in the package libsqlite3-0");
     }
 };
 

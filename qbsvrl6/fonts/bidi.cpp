@@ -13,7 +13,7 @@ namespace {
 
 // The functions of FriBidi that are used.
 struct FriBidi {
-    LazyLibrary library{"libfribidi.so.0"};
+    LazyLibrary library{"libfribidi.so.0", "libfribidi0"};
     QBSVR_LAZY_FUNCTION(library, fribidi_get_bidi_types);
     QBSVR_LAZY_FUNCTION(library, fribidi_get_bracket_types);
     QBSVR_LAZY_FUNCTION(library, fribidi_get_par_direction);

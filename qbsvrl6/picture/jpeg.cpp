@@ -18,7 +18,7 @@ namespace {
 
 // The functions of libjpeg that are used.
 struct JpegLibrary {
-    LazyLibrary library{"libjpeg.so.62"};
+    LazyLibrary library{"libjpeg.so.62", "libjpeg62-turbo"};
     QBSVR_LAZY_FUNCTION(library, jpeg_CreateDecompress);
     QBSVR_LAZY_FUNCTION(library, jpeg_calc_output_dimensions);
     QBSVR_LAZY_FUNCTION(library, jpeg_destroy_decompress);

@@ -44,14 +44,14 @@ private:
                     library->function<SortKey>(named("ucol_getSortKey").c_str()),
                     library->function<LocaleOf>(named("ucol_getLocaleByType").c_str())};
         }
-        throw EngineError(ErrorCode::NotSupported,
+        throw EngineError(ErrorCode::MissingLibrary,
                           "\"collate\" needs the library libicui18n, which is not installed: install the "
                           "package libicu72 (Debian 12), or sort without \"collate\"");
     }
 
     static std::optional<LazyLibrary> open_(const std::string& version) {
         try {
-            return LazyLibrary("libicui18n.so." + version);
+            return LazyLibrary("libicui18n.so." + version, "libicu72");
         } catch (const EngineError&) {
             return std::nullopt;
         }

@@ -26,6 +26,7 @@ enum class ErrorCode {
     NotAllowed,  // out of reach (reach.h)
     Cancelled,
     NotSupported,
+    MissingLibrary,  // of the system, which the report needs
     Internal,
 };
 
@@ -56,7 +57,10 @@ public:
     const SourcePlace& place() const { return place_; }
     const std::string& message() const { return message_; }  // without the place
     // Whether the error ends the export even where other errors only leave out a picture.
-    bool endsExport() const { return code_ == ErrorCode::BudgetExceeded || code_ == ErrorCode::Cancelled; }
+    bool endsExport() const {
+        return code_ == ErrorCode::BudgetExceeded || code_ == ErrorCode::Cancelled ||
+               code_ == ErrorCode::MissingLibrary;
+    }
 
 private:
     EngineError(const std::string& what, const EngineError& error);

@@ -17,7 +17,7 @@ namespace qbsvrl6::igzip {
 namespace {
 
 struct Functions {
-    LazyLibrary library{"libisal.so.2"};
+    LazyLibrary library{"libisal.so.2", "libisal2"};
     QBSVR_LAZY_FUNCTION(library, isal_deflate_init);
     QBSVR_LAZY_FUNCTION(library, isal_deflate_reset);
     QBSVR_LAZY_FUNCTION(library, isal_deflate);

@@ -15,7 +15,7 @@ namespace qbsvrl6::igzip {
 constexpr int kLevel = 2;
 using LevelBuffer = std::array<unsigned char, ISAL_DEF_LVL2_DEFAULT>;
 
-// The library's functions of these names. Raise EngineError(NotSupported) if it is missing.
+// The library's functions of these names. Raise EngineError(MissingLibrary) if it is missing.
 void beginStream(isal_zstream& stream);
 void resetStream(isal_zstream& stream);
 void beginWhole(isal_zstream& stream);  // for deflateWhole()

@@ -10,12 +10,12 @@ namespace qbsvrl6 {
 
 class LazyLibrary {
 public:
-    // Loads the library for the life of the process. Raises EngineError(NotSupported) with the cause if it is
-    // missing, and MachineError if memory or descriptors run out.
-    explicit LazyLibrary(const std::string& soname);
+    // Loads the library for the life of the process. Raises EngineError(MissingLibrary) with the cause and
+    // Debian's package if it is missing, and MachineError if memory or descriptors run out.
+    LazyLibrary(const std::string& soname, const char* package);
 
     // The function of this name: `library.function<decltype(curl_easy_init)>("curl_easy_init")`. Raises
-    // EngineError if the library has none.
+    // EngineError(MissingLibrary) if the library has none.
     template <typename Function>
     Function* function(const char* name) const {
         return reinterpret_cast<Function*>(symbol(name));

@@ -45,6 +45,7 @@ const char* codeName(ErrorCode code) {
         case ErrorCode::Cancelled:
             return "cancelled";
         case ErrorCode::NotSupported:
+        case ErrorCode::MissingLibrary:
             return "not-supported";
         case ErrorCode::Internal:
             return "internal";

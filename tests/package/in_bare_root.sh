@@ -32,6 +32,26 @@ PYTHON
 END
 su someone -c 'bash /try/someone.sh'
 
+# Libraries that are opened when a report needs them: without one, it fails with the name of the package.
+cp /usr/local/qbsvr6/Samples/Data/Picture/Butterfly.jpg .
+cat > needs.qbf <<'END'
+<Report version="1">
+  <ReportHeader height="60mm">
+    <Text width="60mm" height="8mm" text="שלום مرحبا"/>
+    <Picture y="10mm" width="30mm" height="20mm" source="Butterfly.jpg"/>
+    <Barcode y="40mm" width="60mm" height="20mm" type="9" text="ABC-123"/>
+  </ReportHeader>
+</Report>
+END
+needs="csv:libfribidi0 csv:libzint2.11 xlsx:libisal2 png:libcairo2 png:libjpeg62-turbo tiff:libtiff6"
+for need in $needs; do qbreport render needs.qbf -o "needs.${need%:*}"; done
+for need in $needs; do
+    dpkg --force-depends -r "${need#*:}"
+    if qbreport render needs.qbf -o "without.${need%:*}" 2> said; then exit 1; fi
+    grep -F "install the package ${need#*:} " said
+    apt-get install -qq -y --no-install-recommends -f
+done
+
 # qbsvrtest by itself: every report in sixteen variants, and no failure in the log.
 qbsvrtest > printed
 reports=$(grep -o '"Name"' /usr/local/qbsvr6/Samples/Data/ReportListJson.txt | wc -l)

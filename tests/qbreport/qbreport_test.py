@@ -58,6 +58,28 @@ FILES = {
     "broken.json": '[{"Item": 1,]',
 }
 
+NEEDS_LIBRARIES = """<Report version="1">
+  <ReportHeader height="60mm">
+    <Text width="60mm" height="8mm" text="\u05e9\u05dc\u05d5\u05dd"/>
+    <Picture y="10mm" width="30mm" height="20mm" source="a.jpg"/>
+    <Barcode y="40mm" width="60mm" height="20mm" type="9" text="ABC-123"/>
+  </ReportHeader>
+</Report>
+"""
+# Library, Debian's package of it, what needs it
+LIBRARIES = [
+    ("libfribidi.so.0", "libfribidi0", "needs.qbf -f csv"),
+    ("libzint.so.2.11", "libzint2.11", "needs.qbf -f csv"),
+    ("libjpeg.so.62", "libjpeg62-turbo", "needs.qbf -f png"),
+    ("libcairo.so.2", "libcairo2", "needs.qbf -f png"),
+    ("libtiff.so.6", "libtiff6", "needs.qbf -f tiff"),
+    ("libisal.so.2", "libisal2", "needs.qbf -f xlsx"),
+    ("libcrypto.so.3", "libssl3", "plain.qbf -f pdf --option user-password=open"),
+    ("libcurl.so.4", "libcurl4", "web.qbf -f csv"),
+    ("libsqlite3.so.0", "libsqlite3-0", "list.qbf --connection sqlite:s.db --query 'select 1' -f csv"),
+    ("libodbc.so.2", "libodbc2", "list.qbf --connection odbc:DSN=s --query 'select 1' -f csv"),
+]
+
 # Command line: exit status, standard output, standard error, as regular expressions that match from the beginning.
 CASES = {
     # Results of commands
@@ -240,9 +262,7 @@ class Qbreport(unittest.TestCase):
         self.check(f"fonts --font-folder {folder}", 0, "(Liberation .*\n)+$", "$", **no_fonts)
 
     def test_sources_that_fail(self):
-        """Libraries that are missing, a certificate that nobody has signed, a database that stays locked."""
-        for library in ("libsqlite3.so.0", "libodbc.so.2", "libcurl.so.4"):
-            pathlib.Path("folder", library).touch()  # the loader looks no further
+        """A certificate that nobody has signed, a database that stays locked."""
         subprocess.run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key.pem -out cert.pem -subj /CN=localhost -days 9".split(), check=True, capture_output=True)
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain("cert.pem", "key.pem")
@@ -252,15 +272,26 @@ class Qbreport(unittest.TestCase):
             server = threading.Thread(target=handshake, args=(listener, context))
             server.start()
             sqlite, web = "--connection sqlite:s.db --query 'select * from S'", f"-d https://localhost:{listener.getsockname()[1]}/a.json"
-            runs = [(error, subprocess.Popen(["bash", "-c", f"qbreport render list.qbf {source} -o a.csv"], stderr=subprocess.PIPE, env={**self.environment, **environment}))
-                    for source, environment, error in ((sqlite, {}, "database is locked"), (web, {}, "certificate"), (sqlite, {"LD_LIBRARY_PATH": "folder"}, "in the package libsqlite3-0"),
-                                                       (sqlite.replace("sqlite:", "odbc:DSN="), {"LD_LIBRARY_PATH": "folder"}, "in the package libodbc2"), (web, {"LD_LIBRARY_PATH": "folder"}, "libcurl.so.4"))]
+            runs = [(error, subprocess.Popen(["bash", "-c", f"qbreport render list.qbf {source} -o a.csv"], stderr=subprocess.PIPE, env=self.environment))
+                    for source, error in ((sqlite, "database is locked"), (web, "certificate"))]
             for error, run in runs:
                 shown = run.communicate(timeout=120)[1].decode()
                 self.assertEqual((run.returncode, error in shown), (1, True), shown)
             server.join()
         database.close()
         self.assertFalse(pathlib.Path("a.csv").exists())
+
+    def test_missing_libraries(self):
+        """A report that needs a missing library fails, also where a bad picture or barcode is only left out."""
+        shutil.copy(SOURCES / "samples/Samples/Data/Picture/Butterfly.jpg", "a.jpg")
+        pathlib.Path("needs.qbf").write_text(NEEDS_LIBRARIES, "utf-8")
+        pathlib.Path("s.db").touch()
+        for library, package, line in LIBRARIES:
+            with self.subTest(library):
+                folder = pathlib.Path("folder", package)
+                folder.mkdir()
+                (folder / library).touch()  # the loader looks no further
+                self.check(f"render {line}", 1, "$", rf".*: error: .*{re.escape(library)}: .*; install the package {re.escape(package)} \(", LD_LIBRARY_PATH=str(folder))
 
     def test_json_messages(self):
         lines = self.shell("render bad.qbf -f csv --log json").stderr.decode().splitlines()

@@ -15,7 +15,7 @@
 namespace qbsvrl6 {
 
 struct Libcrypto {
-    LazyLibrary library{"libcrypto.so.3"};
+    LazyLibrary library{"libcrypto.so.3", "libssl3"};
     QBSVR_LAZY_FUNCTION(library, EVP_CIPHER_CTX_free);
     QBSVR_LAZY_FUNCTION(library, EVP_CIPHER_CTX_new);
     QBSVR_LAZY_FUNCTION(library, EVP_CIPHER_CTX_set_padding);

@@ -9,7 +9,7 @@
 namespace qbsvrl6 {
 
 struct Cairo {
-    LazyLibrary library{"libcairo.so.2"};
+    LazyLibrary library{"libcairo.so.2", "libcairo2"};
     QBSVR_LAZY_FUNCTION(library, cairo_arc);
     QBSVR_LAZY_FUNCTION(library, cairo_clip);
     QBSVR_LAZY_FUNCTION(library, cairo_close_path);
@@ -49,7 +49,7 @@ struct Cairo {
     QBSVR_LAZY_FUNCTION(library, cairo_translate);
 };
 
-// Raises EngineError(NotSupported) without cairo.
+// Raises EngineError(MissingLibrary) without cairo.
 const Cairo& cairoLibrary();
 
 }  // namespace qbsvrl6

@@ -53,7 +53,7 @@ struct MemoryFile {
 
 // The functions of libtiff that are used.
 struct Tiff {
-    LazyLibrary library{"libtiff.so.6"};
+    LazyLibrary library{"libtiff.so.6", "libtiff6"};
     QBSVR_LAZY_FUNCTION(library, TIFFClientOpen);
     QBSVR_LAZY_FUNCTION(library, TIFFClose);
     QBSVR_LAZY_FUNCTION(library, TIFFFlush);
