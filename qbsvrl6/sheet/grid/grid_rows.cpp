@@ -24,16 +24,20 @@ void GridRows::addOverlay(Micrometres top) {
 }
 
 // Texts whose tops are within the tolerance of each other form one row, and so do those that are side by side
-// for more than half of their height. A picture begins in a row that is next to it, and makes a row only if
-// there is none. Lines and boxes make a row only if the band has nothing else.
+// for more than half of their height. Where pictures become their texts, those count like any other. A picture
+// without text begins in a row that is next to it, and makes a row only if there is none. Lines and boxes make a
+// row only if the band has nothing else.
 void GridRows::findLines(const Band& band) {
     itemExtents_.clear();
+    const auto isTextless = [&](const Item& item) {
+        return isPicture(item) && (fit_ == GridFit::Overlay || textOf(item).empty());
+    };
     for (const Item& item : band.items) {
-        if (!isPicture(item) && takesCells(item, fit_)) addExtent(item.box);
+        if (!isTextless(item) && takesCells(item, fit_)) addExtent(item.box);
     }
     joinExtents();
     for (const Item& item : band.items) {
-        if (!isPicture(item)) continue;
+        if (!isTextless(item)) continue;
         haveOverlays_ = haveOverlays_ || fit_ == GridFit::Overlay;
         const Rect& box = item.box;
         const bool isBesideRow = std::any_of(extents_.begin(), extents_.end(), [&](const RowExtent& row) {
