@@ -238,6 +238,17 @@ std::string numbered(const std::string& file, std::size_t page) {
     return file.substr(0, end) + "-" + std::to_string(page) + file.substr(end);
 }
 
+// An error is about the file that was asked for.
+void writeFurtherPage(const std::string& file, std::size_t page, const std::string& name,
+                      const std::string& bytes) {
+    try {
+        writeFile(name, bytes);
+    } catch (const EngineError& error) {
+        throw EngineError(error.code(),
+                          "page " + std::to_string(page) + ", \"" + name + "\": " + error.message(), {file});
+    }
+}
+
 // Every log line of an export names the template: many reports may be exported at once.
 template <class Export>
 Spool aboutTemplate(const Runtime& runtime, Export run) {
@@ -313,7 +324,9 @@ void exportToFile(Runtime& runtime, ExportOptions& options) {
     for (std::size_t i = 0; i < furtherFiles.size(); ++i) names.push_back(numbered(file, i + 2));
     std::size_t written = 0;
     try {
-        for (; written < names.size(); ++written) writeFile(names[written], furtherFiles[written]);
+        for (; written < names.size(); ++written) {
+            writeFurtherPage(file, written + 2, names[written], furtherFiles[written]);
+        }
         writeFile(file, document);
     } catch (...) {
         for (std::size_t i = 0; i < written; ++i) ::unlink(names[i].c_str());

@@ -173,6 +173,12 @@ TEST_F(ApiTest, PagesThatNeedFilesOfTheirOwnAreNumbered) {
     QBExportOptionSetFileName(option, path("blocked.png").c_str());
     EXPECT_EQ(QBReportExport(report, 0), 0);
     EXPECT_FALSE(exists("blocked-2.png")) << "a page without the first";
+    std::filesystem::create_directories(directory_ + "half-2.png");
+    QBExportOptionSetFileName(option, path("half.png").c_str());
+    takeLog();
+    EXPECT_EQ(QBReportExport(report, 0), 0);
+    const std::string half = takeLog();
+    EXPECT_NE(half.find("half.png: page 2, \""), std::string::npos) << half;
     QBExportOptionSetFileName(option, path("page.png").c_str());
     QBE2IMGOptionSetAllInOne(image, 1);
     std::filesystem::remove(directory_ + "page-2.png");
