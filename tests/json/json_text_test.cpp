@@ -110,6 +110,19 @@ TEST(JsonText, EscapesAndBack) {
     EXPECT_FALSE(JSON_HasEscapeChar(nullptr));
 }
 
+// Against a plain search: any unit, anywhere in a block of eight.
+TEST(JsonText, LiteralsEndAtTheFirstStop) {
+    for (lkchar unit = 0; unit < 0x300; ++unit) {
+        for (std::size_t n = 1; n < 18; ++n) {
+            const lkstr text = lkstr(n, u'x') + unit + lkstr(n % 9, u'y') + u"]";
+            const std::vector<lkchar> units(text.begin(), text.end());
+            const lkchar* const end = DoFindJsonAtomValueTextEnd(units.data(), units.data() + units.size());
+            EXPECT_EQ(static_cast<std::size_t>(end - units.data()), text.find_first_of(u" \n\r\t,]}"))
+                << static_cast<int>(unit) << " after " << n;
+        }
+    }
+}
+
 TEST(JsonText, ValuesAsText) {
     EXPECT_EQ(JSON_EncodeValue(-3), u"-3");
     EXPECT_EQ(JSON_EncodeValue(true), u"true");
