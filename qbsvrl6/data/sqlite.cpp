@@ -357,7 +357,7 @@ std::shared_ptr<SqlConnection> openSqlite(const Address& file) {
     const FilePath path = reachablePath(file);
     const std::string origin = shownAddress(file);
     if (path.path.empty()) throw EngineError(ErrorCode::NotSupported, "a database is a file", {origin});
-    InputFile{path};  // with the errors of all files
+    static_cast<void>(InputFile(path));  // with the errors of all files
     return std::make_shared<Connection>(path, origin);
 }
 
