@@ -43,13 +43,32 @@ bool showsZero(std::u16string_view digits) {
                         [](char16_t unit) { return unit > u'0' && unit <= u'9'; });
 }
 
-// Removes the last digit. Dividing a word of 64 bits is many times faster.
-char16_t takeDigit(Int128& number) {
-    const auto word = static_cast<std::uint64_t>(number);
-    const bool fits = static_cast<Int128>(word) == number;
-    const int digit = fits ? static_cast<int>(word % 10) : static_cast<int>(number % 10);
-    number = fits ? static_cast<Int128>(word / 10) : number / 10;
-    return static_cast<char16_t>(u'0' + digit);
+// Writes the digits of coefficient / 10^places before `at`, from the last to the first, and returns the first.
+template <class Whole>
+char16_t* writeDigits(Whole coefficient, int places, const larkspur::ClkNumericFormatParser& format,
+                      char16_t* at) {
+    const auto& form = format.m_Normal;
+    const int leastDecimals = std::max(form.m_MinDecimals, 0);
+    const auto put = [&at](std::u16string_view text) {
+        for (std::size_t i = text.size(); i > 0; --i) *--at = text[i - 1];
+    };
+    const auto putDigit = [&] {
+        *--at = static_cast<char16_t>(u'0' + static_cast<int>(coefficient % 10));
+        coefficient /= 10;
+    };
+    for (; places > leastDecimals && coefficient % 10 == 0; --places) coefficient /= 10;
+    for (int place = places; place < leastDecimals; ++place) *--at = u'0';
+    for (int place = places; place > 0; --place) putDigit();
+    if (places > 0 || leastDecimals > 0) put(larkspur::g_c_DecimalSep);
+    int left = form.m_GroupSize;
+    for (int count = 0; coefficient != 0 || count < form.m_MinIntegerDigits; ++count, --left) {
+        if (left == 0 && form.m_GroupSize > 0) {
+            put(larkspur::g_c_ThousandSep);
+            left = form.m_GroupSize;
+        }
+        putDigit();
+    }
+    return at;
 }
 
 }  // namespace
@@ -73,7 +92,7 @@ void NumberFormat::appendDigits(const Number& number, std::u16string& out, std::
     const bool negative = number.isNegative();
     const NumberSection* section =
         negative && sections_.negative ? sections_.negative.get() : &sections_.normal;
-    std::u16string_view digits = digitsOf(*section, negative ? -number : number);
+    std::u16string_view digits = negative ? digitsOf(*section, -number) : digitsOf(*section, number);
     const bool isZero = section->hasDigits ? showsZero(digits) : number.isZero();
     NumberSection::Sign sign = NumberSection::Plus;
     if (isZero && sections_.zero) {
@@ -91,10 +110,14 @@ void NumberFormat::appendDigits(const Number& number, std::u16string& out, std::
 // Rounds the decimal rather than the double: the double nearest to 1.005 is less than 1.005.
 std::u16string_view NumberFormat::digitsOf(const NumberSection& section, const Number& magnitude) {
     if (!section.hasDigits) return {};
+    const Decimal* const decimal = magnitude.decimal();
+    const int places = std::max(section.digits.m_Normal.m_MaxDecimals, 0);
+    if (decimal != nullptr && decimal->places() <= places && !section.percent && !section.exponent)
+        return decimalDigitsOf(section, *decimal);
     const Number exact = section.percent ? magnitude * 100 : magnitude;
     if (!section.exponent && (exact.decimal() != nullptr || exact.toDouble() < kFirstScientific)) {
-        const Number shown = exact.rounded(std::max(section.digits.m_Normal.m_MaxDecimals, 0));
-        if (const Decimal* const decimal = shown.decimal()) return decimalDigitsOf(section, *decimal);
+        const Number shown = exact.rounded(places);
+        if (shown.decimal() != nullptr) return decimalDigitsOf(section, *shown.decimal());
         return section.digits.Format(shown.toDouble());
     }
     const double scaled = exact.toDouble();
@@ -103,33 +126,22 @@ std::u16string_view NumberFormat::digitsOf(const NumberSection& section, const N
                                  : scientificDigitsOf(section, magnitude.toDouble(), 2);
 }
 
-// The number is already rounded. Its digits are written from the last to the first.
+// The number is already rounded.
 std::u16string_view NumberFormat::decimalDigitsOf(const NumberSection& section, const Decimal& magnitude) {
     const auto& form = section.digits.m_Normal;
-    const int leastIntegers = std::max(form.m_MinIntegerDigits, 0);
-    const int leastDecimals = std::max(form.m_MinDecimals, 0);
-    const auto most = static_cast<std::size_t>(leastIntegers + leastDecimals) + Decimal::kLongestText;
+    const auto most =
+        static_cast<std::size_t>(std::max(form.m_MinIntegerDigits, 0) + std::max(form.m_MinDecimals, 0)) +
+        Decimal::kLongestText;
     const std::size_t room = most * (1 + larkspur::g_c_ThousandSep.size()) + larkspur::g_c_DecimalSep.size();
     if (scratch_.size() < room) scratch_.resize(room);
     char16_t* const end = scratch_.data() + scratch_.size();
-    char16_t* at = end;
-    const auto put = [&at](std::u16string_view text) {
-        for (std::size_t i = text.size(); i > 0; --i) *--at = text[i - 1];
-    };
-    const Decimal shown = magnitude.reduced();
-    Int128 rest = shown.coefficient();
-    for (int place = shown.places(); place < leastDecimals; ++place) *--at = u'0';
-    for (int place = shown.places(); place > 0; --place) *--at = takeDigit(rest);
-    if (shown.places() > 0 || leastDecimals > 0) put(larkspur::g_c_DecimalSep);
-    int left = form.m_GroupSize;
-    for (int count = 0; rest != 0 || count < leastIntegers; ++count, --left) {
-        if (left == 0 && form.m_GroupSize > 0) {
-            put(larkspur::g_c_ThousandSep);
-            left = form.m_GroupSize;
-        }
-        *--at = takeDigit(rest);
-    }
-    return {at, static_cast<std::size_t>(end - at)};
+    const Int128 coefficient = magnitude.coefficient();
+    const auto word = static_cast<std::uint64_t>(coefficient);
+    // Dividing a word of 64 bits is many times faster.
+    const bool isWord = static_cast<Int128>(word) == coefficient;
+    const char16_t* const first = isWord ? writeDigits(word, magnitude.places(), section.digits, end)
+                                         : writeDigits(coefficient, magnitude.places(), section.digits, end);
+    return {first, static_cast<std::size_t>(end - first)};
 }
 
 std::u16string_view NumberFormat::scientificDigitsOf(const NumberSection& section, double magnitude,

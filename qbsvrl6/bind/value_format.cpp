@@ -113,14 +113,22 @@ bool isUnit(std::u16string_view text) {
 }  // namespace
 
 ValueFormat::ValueFormat(std::u16string text) : text_(std::move(text)) {
+    const auto isIn = [this](std::u16string_view part) { return text_.find(part) != std::u16string::npos; };
     const bool enumerated = text_.size() > 1 && text_.front() == u'{' && text_.back() == u'}';
-    if (enumerated || hasAnyOf(text_, u"#0") || text_.find(u"$$") != std::u16string::npos) {
+    const bool hasPlaces = hasAnyOf(text_, u"#0");
+    if (enumerated || hasPlaces || isIn(u"$$")) {
         purpose_ = Purpose::Number;
     } else if (hasAnyOf(text_, u":") && !hasDatePart(text_)) {
         purpose_ = Purpose::Boolean;
     } else if (hasAnyOf(text_, u"yMdHhms")) {
         purpose_ = Purpose::Date;
     }
+    readsNumbers_ = hasPlaces || hasAnyOf(text_, u"$") || text_.starts_with(u'{');
+    const bool isOfNumbers = hasPlaces || text_.starts_with(u'{') || isIn(u"$$");
+    hasNoBooleans_ = !hasAnyOf(text_, u":") && (isOfNumbers || isIn(u"yy"));
+    constexpr std::array<std::u16string_view, 6> kParts = {u"yy", u"MM", u"dd", u"HH", u"hh", u"mm"};
+    hasNoDates_ = purpose_ == Purpose::Boolean ? std::none_of(kParts.begin(), kParts.end(), isIn)
+                                               : isOfNumbers && !hasAnyOf(text_, u"yMdHhms");
 }
 
 std::string ValueFormat::problem() const {
@@ -133,11 +141,6 @@ std::string ValueFormat::problem() const {
             break;
     }
     return {};
-}
-
-NumberFormat& ValueFormat::numberFormat() {
-    if (!number_) number_ = std::make_unique<NumberFormat>(text_);
-    return *number_;
 }
 
 const larkspur::ClkDateTimeFormatParser& ValueFormat::dateFormat() {
@@ -156,21 +159,6 @@ const larkspur::ClkBooleanFormatParser& ValueFormat::booleanFormat() {
     return *boolean_;
 }
 
-// A number's format has no words for a boolean and no parts of a date, and the words of a boolean are no date:
-// they would be shown in place of the value.
-bool ValueFormat::isForOther(ValueType type) const {
-    const bool isOfNumbers = !text_.empty() && (hasAnyOf(text_, u"#0") || text_.front() == u'{' ||
-                                                text_.find(u"$$") != std::u16string::npos);
-    if (type == ValueType::Boolean) {
-        return !hasAnyOf(text_, u":") && (isOfNumbers || text_.find(u"yy") != std::u16string::npos);
-    }
-    if (type != ValueType::Date) return false;
-    const auto isIn = [&](std::u16string_view part) { return text_.find(part) != std::u16string::npos; };
-    constexpr std::array<std::u16string_view, 6> kParts = {u"yy", u"MM", u"dd", u"HH", u"hh", u"mm"};
-    return purpose_ == Purpose::Boolean ? std::none_of(kParts.begin(), kParts.end(), isIn)
-                                        : isOfNumbers && !hasAnyOf(text_, u"yMdHhms");
-}
-
 Value ValueFormat::converted(const Value& value) const {
     if (value.type == ValueType::Number && purpose_ == Purpose::Boolean)
         return makeBoolean(!value.number.isZero());
@@ -178,8 +166,7 @@ Value ValueFormat::converted(const Value& value) const {
     switch (purpose_) {
         case Purpose::Number: {
             Number number;
-            if (hasAnyOf(text_, u"#0$") && parseNumber(value.text, number)) return makeNumber(number);
-            if (text_.front() == u'{' && parseNumber(value.text, number)) return makeNumber(number);
+            if (readsNumbers_ && parseNumber(value.text, number)) return makeNumber(number);
             break;
         }
         case Purpose::Date: {
@@ -200,11 +187,18 @@ void ValueFormat::append(const Value& value, TextArena& arena, EvaluatedText& re
     if (text_.empty()) {
         result.text += toText(value, arena);
         if (asValue) setValue(value, result.value);
+    } else if (isForOther(value.type)) {
+        appendFormatted(makeText(toText(value, arena)), arena, result, asValue);
+    } else if (value.type == ValueType::Text || purpose_ == Purpose::Boolean) {
+        appendFormatted(converted(value), arena, result, asValue);
     } else {
-        const Value shown = isForOther(value.type) ? makeText(toText(value, arena)) : converted(value);
-        appendText(shown, arena, result);
-        if (asValue) setValue(shown, result.value);
+        appendFormatted(value, arena, result, asValue);
     }
+}
+
+void ValueFormat::appendFormatted(const Value& shown, TextArena& arena, EvaluatedText& result, bool asValue) {
+    appendText(shown, arena, result);
+    if (asValue) setValue(shown, result.value);
 }
 
 void ValueFormat::appendText(const Value& shown, TextArena& arena, EvaluatedText& result) {

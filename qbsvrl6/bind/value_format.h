@@ -40,18 +40,29 @@ public:
 private:
     enum class Purpose { Number, Date, Boolean };
 
-    bool isForOther(ValueType type) const;
+    bool isForOther(ValueType type) const {
+        return type == ValueType::Boolean ? hasNoBooleans_ : type == ValueType::Date && hasNoDates_;
+    }
     // The value; a text value is converted to the type of the format if it reads as one.
     Value converted(const Value& value) const;
+    void appendFormatted(const Value& shown, TextArena& arena, EvaluatedText& result, bool asValue);
     void appendText(const Value& shown, TextArena& arena, EvaluatedText& result);
     void setValue(const Value& typed, CellValue& cell);
-    NumberFormat& numberFormat();
+    NumberFormat& numberFormat() {
+        if (!number_) number_ = std::make_unique<NumberFormat>(text_);
+        return *number_;
+    }
     const larkspur::ClkDateTimeFormatParser& dateFormat();
     const larkspur::ClkBooleanFormatParser& booleanFormat();
 
     std::u16string text_;
     std::u16string before_, after_;  // in spreadsheet formats
     Purpose purpose_ = Purpose::Number;
+    bool readsNumbers_ = false;  // that are texts
+    // A number's format has no words for a boolean and no parts of a date, and the words of a boolean are no
+    // date: they would be shown in place of the value.
+    bool hasNoBooleans_ = false;
+    bool hasNoDates_ = false;
     // Made on first use: most formats are applied to one type of value.
     std::unique_ptr<NumberFormat> number_;
     std::unique_ptr<larkspur::ClkDateTimeFormatParser> date_;

@@ -17,6 +17,7 @@ BandBuilder::BandBuilder(LayoutContext& context, ReportInstance instance)
       structure_(context, instance_),
       walk_(context.calculations ? context.calculations->newWalk() : 0),
       firstForm_(context.rowForms + 1),
+      hasPlainRows_(instance_.plan.grid && instance_.plan.grid->hasPlainRows()),
       chartNumbers_(view_, context.now) {
     if (instance_.plan.grid) {
         context.rowForms += 1 + static_cast<std::uint32_t>(instance_.plan.grid->geometry.columnGroups);
@@ -90,13 +91,17 @@ Position BandBuilder::evaluationPosition(const PlannedText& text, const Position
 }
 
 void BandBuilder::setStyle(UnplacedItem& unplaced, const Rect& box, const PooledStyle* style) {
-    const PlannedControl& control = *unplaced.control;
     unplaced.style = style;
-    unplaced.item->box = box;
-    unplaced.item->control = control.control;
-    unplaced.item->style = style;
-    unplaced.item->column = control.firstColumn;
-    unplaced.item->lastColumn = control.lastColumn;
+    setStyle(*unplaced.item, *unplaced.control, box, style);
+}
+
+void BandBuilder::setStyle(Item& item, const PlannedControl& control, const Rect& box,
+                           const PooledStyle* style) {
+    item.box = box;
+    item.control = control.control;
+    item.style = style;
+    item.column = control.firstColumn;
+    item.lastColumn = control.lastColumn;
 }
 
 bool BandBuilder::makeItem(const Rect& box, const Position& position, UnplacedItem& unplaced) {
@@ -147,21 +152,26 @@ void BandBuilder::makeText(PlannedText& text, const Position& position, Unplaced
     const std::optional<Position> settled =
         isNow ? std::nullopt : std::optional(evaluationPosition(text, position));
     const Position& at = isNow ? position : *settled;
-    TextItem& item = std::get<TextItem>(unplaced.item->content);
-    view_.evaluateText(text.text, at, item);
-    if (context_.calculations) item.calculation = context_.calculations->of(text, at, view_, walk_);
-    item.fontSize = unplaced.style->fontSize;
+    unplaced.needed = makeTextItem(text, at, *unplaced.style, *unplaced.item);
     if (context_.options.paged && (text.needsPage || text.needsPageCount)) {
         lateOf(unplaced).text = &text;
         lateOf(unplaced).textAt = late(at);
     } else {
-        unplaced.removed = text.removeWhenBlank && trimmed(item.text).empty();
+        const std::u16string& shown = std::get<TextItem>(unplaced.item->content).text;
+        unplaced.removed = text.removeWhenBlank && trimmed(shown).empty();
     }
-    if (context_.options.measureText) {
-        const Size box{unplaced.item->box.width, unplaced.item->box.height};
-        unplaced.needed = context_.options.drawText ? breakText(item, *unplaced.style, box)
-                                                    : measureText(item, *unplaced.style, box);
-    }
+}
+
+// Returns the height that the text needs.
+Micrometres BandBuilder::makeTextItem(PlannedText& text, const Position& position, const PooledStyle& style,
+                                      Item& item) {
+    TextItem& shown = std::get<TextItem>(item.content);
+    view_.evaluateText(text.text, position, shown);
+    if (context_.calculations) shown.calculation = context_.calculations->of(text, position, view_, walk_);
+    shown.fontSize = style.fontSize;
+    if (!context_.options.measureText) return 0;
+    const Size box{item.box.width, item.box.height};
+    return context_.options.drawText ? breakText(shown, style, box) : measureText(shown, style, box);
 }
 
 DrawingItem BandBuilder::makeChart(PlannedChart& chart, const Control& control, const Position& position) {
@@ -265,9 +275,8 @@ Micrometres BandBuilder::arrange(const Section& section, Micrometres height,
 
 // Whether a text that should be visible has no width to be drawn in. Columns without width are hidden on
 // purpose.
-bool BandBuilder::hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const {
-    const bool isHidden =
-        unplaced.item->box.width == 0 && (unplaced.item->column >= 0 || unplaced.control->offPaper > 0);
+bool BandBuilder::hasNoWidth(const PlannedControl& control, const Item& item, const TextItem& text) const {
+    const bool isHidden = item.box.width == 0 && (item.column >= 0 || control.offPaper > 0);
     return context_.options.drawText && text.lines.empty() && !isHidden && !trimmed(text.text).empty();
 }
 
@@ -299,24 +308,26 @@ void BandBuilder::endItems(BandDraft& draft) const { draft.band.items.resize(unp
 // Fits a text, picture or drawing into its final box. Returns whether the item shows anything.
 bool BandBuilder::fit(UnplacedItem& unplaced) const {
     Item& item = *unplaced.item;
-    const Size size{item.box.width, item.box.height};
     if (auto* const text = std::get_if<TextItem>(&item.content)) {
-        if (context_.options.measureText) {
-            const bool otherHeight = size.height != unplaced.control->box.height;
-            if (otherHeight && isTurned(*unplaced.style)) breakText(*text, *unplaced.style, size);
-            std::size_t leftOut = placeText(*text, *unplaced.style, size);
-            if (leftOut == 0 && hasNoWidth(unplaced, *text)) leftOut = 1;
-            const bool settlesLate =
-                unplaced.late && (unplaced.late->text != nullptr || unplaced.late->hasStyles);
-            if (!settlesLate && (leftOut > 0 || text->masked))
-                context_.notes.placed(*unplaced.control, item, leftOut);
-        }
+        const bool settlesLate =
+            unplaced.late && (unplaced.late->text != nullptr || unplaced.late->hasStyles);
+        if (context_.options.measureText) fitText(*unplaced.control, item, *text, settlesLate);
         return item.column >= 0 || unplaced.late || !text->text.empty() || hasVisibleBox(*item.style);
     }
     if (isWhole(item) && !(unplaced.late && unplaced.late->contentAt)) {
         fitIntoBox(item, context_.options.drawings);
     }
     return true;
+}
+
+void BandBuilder::fitText(const PlannedControl& control, Item& item, TextItem& text, bool settlesLate) const {
+    const PooledStyle& style = PooledStyle::of(*item.style);
+    const Size size{item.box.width, item.box.height};
+    const bool otherHeight = size.height != control.box.height;
+    if (otherHeight && isTurned(style)) breakText(text, style, size);
+    std::size_t leftOut = placeText(text, style, size);
+    if (leftOut == 0 && hasNoWidth(control, item, text)) leftOut = 1;
+    if (!settlesLate && (leftOut > 0 || text.masked)) context_.notes.placed(control, item, leftOut);
 }
 
 // Gives the items of the band their final places.

@@ -79,7 +79,11 @@ private:
     const PooledStyle* styleOf(PlannedControl& control, const Position& position);
     bool makeItem(const Rect& box, const Position& position, UnplacedItem& unplaced);
     static void setStyle(UnplacedItem& unplaced, const Rect& box, const PooledStyle* style);
+    static void setStyle(Item& item, const PlannedControl& control, const Rect& box,
+                         const PooledStyle* style);
     void makeText(PlannedText& text, const Position& position, UnplacedItem& unplaced);
+    Micrometres makeTextItem(PlannedText& text, const Position& position, const PooledStyle& style,
+                             Item& item);
     DrawingItem makeChart(PlannedChart& chart, const Control& control, const Position& position);
     void makeSubReport(PlannedControl& control, const Position& position, UnplacedItem& unplaced);
     Position evaluationPosition(const PlannedText& text, const Position& position) const;
@@ -107,6 +111,7 @@ private:
         BandKind kind = BandKind::Row;
     };
 
+    BandDraft plainRow(const Position& position);
     BandDraft cells(const CellLines& lines, const Position& position, std::optional<std::size_t> previous);
     void addCell(const CellLines& lines, std::size_t index, const Position& position,
                  std::optional<std::size_t> previous, BandDraft& draft);
@@ -124,12 +129,13 @@ private:
     void append(BandDraft& whole, BandDraft&& row) const;
     void fillRow(BandDraft& whole, const BandDraft& row) const;
     void suppress(UnplacedItem& unplaced, const Position& position, std::size_t previous, BandDraft& draft);
-    bool hasNoWidth(const UnplacedItem& unplaced, const TextItem& text) const;
+    bool hasNoWidth(const PlannedControl& control, const Item& item, const TextItem& text) const;
     void beginItems(BandDraft& draft, std::size_t most);
     UnplacedItem& addItem(BandDraft& draft, PlannedControl& control);
     void dropItem();
     void endItems(BandDraft& draft) const;
     bool fit(UnplacedItem& unplaced) const;
+    void fitText(const PlannedControl& control, Item& item, TextItem& text, bool settlesLate) const;
     void place(BandDraft& draft);
     void noteItem(BandDraft& draft, UnplacedItem& unplaced, std::size_t index) const;
     void moveInto(BandDraft& draft, UnplacedItem& unplaced) const;
@@ -145,6 +151,7 @@ private:
     StructureNotes structure_;
     const std::uint32_t walk_;       // its number in the calculations
     const std::uint32_t firstForm_;  // of rows with all columns; those of the column groups follow it
+    const bool hasPlainRows_;
     EvaluatedText evaluated_;
     // For the current band.
     bool hasAllItems_ = true;  // each control has an item

@@ -182,6 +182,9 @@ struct PlannedGrid {
     // As the DocumentStructure has them; made when they are needed.
     std::shared_ptr<const std::vector<int>> tableColumns;
     std::shared_ptr<const std::vector<std::u16string>> columnNames;  // null without a structure
+
+    // Whether rows differ from each other in nothing but their texts and heights.
+    bool hasPlainRows() const;
 };
 
 // Other paper than that of the report.

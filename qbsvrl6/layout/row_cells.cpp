@@ -14,19 +14,56 @@ BandDraft BandBuilder::title() {
 
 BandDraft BandBuilder::row(std::size_t row, std::optional<std::size_t> previous) {
     PlannedGrid& grid = *instance_.plan.grid;
-    BandDraft draft = cells({grid.cells, {&grid.rowHeight, 1}, grid.grid->rowCanGrow, BandKind::Row},
-                            rowPosition(row), previous);
+    BandDraft draft = hasPlainRows_
+                          ? plainRow(rowPosition(row))
+                          : cells({grid.cells, {&grid.rowHeight, 1}, grid.grid->rowCanGrow, BandKind::Row},
+                                  rowPosition(row), previous);
     draft.band.background = alternate(row, 0);
     draft.mayBreak = grid.grid->rowsMayBreak;
     return draft;
 }
 
+// The same as cells() makes of it: nothing of the row but its texts and its height differs from other rows.
+BandDraft BandBuilder::plainRow(const Position& position) {
+    PlannedGrid& grid = *instance_.plan.grid;
+    BandDraft draft;
+    Band& band = draft.band;
+    band.kind = BandKind::Row;
+    band.structure = structure_.addBand(BandKind::Row);
+    band.form = firstForm_;
+    band.height = grid.rowHeight;
+    draft.row = position.row;
+    band.items = context_.spareItems.take(grid.cells.size());
+    band.items.resize(grid.cells.size());
+    for (std::size_t i = 0; i < grid.cells.size(); ++i) {
+        PlannedControl& control = grid.cells[i];
+        Item& item = band.items[i];
+        makeBlank(item);
+        setStyle(item, control, control.box, control.style);
+        item.role = roleOfCell(control, band.structure, control.lastColumn);
+        const Micrometres needed =
+            makeTextItem(std::get<PlannedText>(control.content), position, *control.style, item);
+        if (grid.grid->rowCanGrow) band.height = std::max(band.height, needed);
+    }
+    for (std::size_t i = 0; i < grid.cells.size(); ++i) {
+        Item& item = band.items[i];
+        item.box.y = 0;
+        item.box.height = band.height;
+        if (context_.options.measureText)
+            fitText(grid.cells[i], item, std::get<TextItem>(item.content), false);
+    }
+    finishGridBand(draft);
+    return draft;
+}
+
 // The alternating background of the blank row that is `blanks` rows after `row`.
 std::optional<Color> BandBuilder::alternate(std::size_t row, std::size_t blanks) const {
+    const std::optional<Color>& background = instance_.plan.grid->grid->alternateBackground;
+    if (!background) return background;
     const bool grouped = view_.groupCount() > 0 && row < view_.rowCount();
     const std::size_t first = grouped ? view_.group(view_.groupCount() - 1, row).first : 0;
     const bool second = (row - first + blanks) % 2 == 1;
-    return second ? instance_.plan.grid->grid->alternateBackground : std::nullopt;
+    return second ? background : std::nullopt;
 }
 
 // The first line of the control, counting all levels of all lines.

@@ -18,38 +18,45 @@ bool standsAlone(char16_t unit) { return unit < 0xD800 || (unit > 0xDFFF && unit
 }  // namespace
 
 // Writes blocks through a buffer of fixed size.
-void appendForms(std::string& out, std::u16string_view text, const CharacterForms& forms) {
-    std::array<char, 512> buffer;
-    std::size_t used = 0;
-    std::size_t i = 0;
-    while (i < text.size()) {
-        if (used > buffer.size() - CharacterForms::kLongestForm) {
-            out.append(buffer.data(), used);
-            used = 0;
+std::size_t appendPlain(std::string& out, std::u16string_view text, const CharacterForms& forms) {
+    constexpr std::ptrdiff_t kUnits = 256;
+    std::array<char, 3 * kUnits + 1> buffer;  // the last unit may begin a character of four bytes
+    const char16_t* at = text.data();
+    const char16_t* const end = at + text.size();
+    bool isPlain = true;
+    while (isPlain && at < end) {
+        const char16_t* const blockEnd = end - at > kUnits ? at + kUnits : end;
+        char* to = buffer.data();
+        while (at < blockEnd) {
+            const char16_t unit = *at;
+            if (unit < 0x80) {
+                isPlain = forms.isPlain(unit);
+                if (!isPlain) break;
+                *to++ = static_cast<char>(unit);
+                ++at;
+            } else if (standsAlone(unit)) {
+                to += putUtf8(to, unit);
+                ++at;
+            } else {
+                std::size_t length = 0;
+                const char32_t c = nextCharacter({at, end}, length);
+                to += putUtf8(to, isNoncharacter(c) ? 0xFFFD : c);
+                at += length;
+            }
         }
-        const std::size_t runEnd = std::min(text.size(), i + buffer.size() - used);
-        while (i < runEnd && text[i] < 0x80 && forms.isPlain(text[i])) {
-            buffer[used++] = static_cast<char>(text[i++]);
-        }
-        if (i == runEnd || used > buffer.size() - CharacterForms::kLongestForm) continue;
-        const char16_t unit = text[i];
-        if (unit >= 0x80 && standsAlone(unit)) {
-            used += putUtf8(&buffer[used], unit);
-            ++i;
-            continue;
-        }
-        if (unit >= 0x80) {
-            const char32_t c = nextCharacter(text, i);
-            used += putUtf8(&buffer[used], isNoncharacter(c) ? 0xFFFD : c);
-            continue;
-        }
-        ++i;
-        if (forms.joinsLineEnds() && unit == u'\r' && i < text.size() && text[i] == u'\n') continue;
-        const std::string_view form = forms.formOf(unit);
-        std::memcpy(&buffer[used], form.data(), form.size());
-        used += form.size();
+        out.append(buffer.data(), static_cast<std::size_t>(to - buffer.data()));
     }
-    out.append(buffer.data(), used);
+    return static_cast<std::size_t>(at - text.data());
+}
+
+void appendForms(std::string& out, std::u16string_view text, const CharacterForms& forms) {
+    for (;;) {
+        text.remove_prefix(appendPlain(out, text, forms));
+        if (text.empty()) return;
+        const bool isJoined = forms.joinsLineEnds() && text.starts_with(u"\r\n");
+        if (!isJoined) out += forms.formOf(text.front());
+        text.remove_prefix(1);
+    }
 }
 
 void appendForms(std::string& out, std::string_view text, const CharacterForms& forms) {

@@ -9,13 +9,14 @@ namespace qbsvrl6 {
 
 std::span<const CellRow> CellGrid::place(Band& band, Micrometres x, Micrometres y) {
     x_ = x;
-    for (CellRow& row : rows_) row.clear();
     const bool repeats = pattern_.matches(band, x, fit_);
     if (repeats) {
         placeByPattern(band);
     } else {
+        for (CellRow& row : rows_) row.clear();
         placeAnew(band);
     }
+    isPatternPlaced_ = repeats;
     settleHeights(band, y);
     if (!repeats) settleInsets();
     return std::span(rows_).first(static_cast<std::size_t>(extents_.count()));
@@ -42,10 +43,14 @@ void CellGrid::placeAnew(Band& band) {
 
 void CellGrid::placeByPattern(Band& band) {
     extents_.set(band.height);
-    for (const RowPattern::PlacedItem& placed : pattern_.items()) {
-        Cell& cell = rows_.front().cells.emplace_back(placed.cell);
-        cell.item = &band.items[placed.item];
-        paintCell(cell, band);
+    std::vector<Cell>& cells = rows_.front().cells;
+    if (!isPatternPlaced_) {
+        for (CellRow& row : rows_) row.clear();
+        for (const RowPattern::PlacedItem& placed : pattern_.items()) cells.push_back(placed.cell);
+    }
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        cells[i].item = &band.items[pattern_.items()[i].item];
+        paintCell(cells[i], band);
     }
 }
 

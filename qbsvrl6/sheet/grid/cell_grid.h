@@ -54,6 +54,7 @@ private:
     GridFit fit_;
     std::int64_t bottom_ = 0;
     RowPattern pattern_;
+    bool isPatternPlaced_ = false;  // rows_ has its cells
 
     // For the current band.
     Micrometres x_ = 0;

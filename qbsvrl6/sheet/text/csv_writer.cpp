@@ -4,7 +4,6 @@
 // spans columns fills the first. A text that a spreadsheet would read as a formula is written unchanged
 // unless the export defuses formulas, because an apostrophe before it would falsify it for all other readers.
 #include <algorithm>
-#include <array>
 
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/sheet/escape.h"
@@ -12,6 +11,7 @@
 #include "qbsvrl6/sheet/raw_value.h"
 #include "qbsvrl6/sheet/text_stream.h"
 #include "qbsvrl6/support/ascii.h"
+#include "qbsvrl6/support/character_forms.h"
 
 namespace qbsvrl6 {
 
@@ -47,16 +47,7 @@ bool looksLikeFormula(std::u16string_view text) {
     }
 }
 
-void appendQuoted(std::string& out, std::u16string_view text) {
-    out += '"';
-    for (std::size_t quote = text.find(u'"'); quote != std::u16string_view::npos; quote = text.find(u'"')) {
-        appendUtf8(out, text.substr(0, quote + 1));
-        out += '"';
-        text.remove_prefix(quote + 1);
-    }
-    appendUtf8(out, text);
-    out += '"';
-}
+constexpr CharacterForms kQuoted = CharacterForms().set('"', "\"\"");
 
 class CsvWriter final : public CellSink {
 public:
@@ -69,7 +60,7 @@ public:
           defuseFormulas_(options.defuseFormulas),
           output_(output),
           stream_(&output) {
-        for (const char c : {'"', '\r', '\n', separator_}) isQuoted_[static_cast<unsigned char>(c)] = true;
+        for (const char c : {'"', '\r', '\n', separator_}) plain_.set(c, {});
         if (options.texts.encoding.empty()) stream_.text() = "\xEF\xBB\xBF";
     }
 
@@ -94,9 +85,11 @@ private:
 
     void writeRecord(const CellRow& row) {
         int column = 0;
+        const auto separateUntil = [&](int next) {
+            for (; column < next; ++column) stream_.text() += separator_;
+        };
         for (const Cell& cell : row.cells) {
-            stream_.text().append(static_cast<std::size_t>(cell.column - column), separator_);
-            column = cell.column;
+            separateUntil(cell.column);
             if (cell.item == nullptr) continue;
             if (isPending(*cell.item)) {
                 stream_.mark();
@@ -105,22 +98,18 @@ private:
                 appendText(stream_.text(), textOf(*cell.item));
             }
         }
-        stream_.text().append(static_cast<std::size_t>(grid().columnCount() - 1 - column), separator_);
+        separateUntil(grid().columnCount() - 1);
         stream_.text() += lineEnd_;
     }
 
-    bool needsQuotes(std::u16string_view text) const {
-        if (quotesAll_ && !text.empty()) return true;
-        return std::any_of(text.begin(), text.end(),
-                           [&](char16_t c) { return c < isQuoted_.size() && isQuoted_[c]; });
-    }
-
     void appendField(std::string& out, std::u16string_view text) const {
-        if (needsQuotes(text)) {
-            appendQuoted(out, text);
-        } else {
-            appendUtf8(out, text);
-        }
+        if (text.empty()) return;
+        const std::size_t start = out.size();
+        if (!quotesAll_ && appendPlain(out, text, plain_) == text.size()) return;
+        out.resize(start);
+        out += '"';
+        appendForms(out, text, kQuoted);
+        out += '"';
     }
 
     void close(PendingTexts& pending) override {
@@ -142,7 +131,7 @@ private:
 
     bool rawValues_;
     char separator_;
-    std::array<bool, 128> isQuoted_{};  // of ASCII: needs quotes around the text
+    CharacterForms plain_;  // without the characters that need quotes around the text
     bool quotesAll_;
     const char* lineEnd_;
     bool defuseFormulas_;
