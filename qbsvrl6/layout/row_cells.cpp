@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "qbsvrl6/layout/band_builder.h"
+#include "qbsvrl6/layout/text_layout.h"
 
 namespace qbsvrl6 {
 
@@ -49,8 +50,10 @@ BandDraft BandBuilder::plainRow(const Position& position) {
         Item& item = band.items[i];
         item.box.y = 0;
         item.box.height = band.height;
-        if (context_.options.measureText)
-            fitText(grid.cells[i], item, std::get<TextItem>(item.content), false);
+        if (!context_.options.measureText) continue;
+        auto& text = std::get<TextItem>(item.content);
+        const bool isUndrawn = !context_.options.drawText && text.lines.empty() && !isTurned(*item.style);
+        if (!isUndrawn) fitText(grid.cells[i], item, text, false);
     }
     finishGridBand(draft);
     return draft;

@@ -17,42 +17,41 @@ bool standsAlone(char16_t unit) { return unit < 0xD800 || (unit > 0xDFFF && unit
 
 }  // namespace
 
-// Writes blocks through a buffer of fixed size.
-std::size_t appendPlain(std::string& out, std::u16string_view text, const CharacterForms& forms) {
-    constexpr std::ptrdiff_t kUnits = 256;
-    std::array<char, 3 * kUnits + 1> buffer;  // the last unit may begin a character of four bytes
+char* putPlain(char* to, std::u16string_view& text, const CharacterForms& forms) {
     const char16_t* at = text.data();
     const char16_t* const end = at + text.size();
-    bool isPlain = true;
-    while (isPlain && at < end) {
-        const char16_t* const blockEnd = end - at > kUnits ? at + kUnits : end;
-        char* to = buffer.data();
-        while (at < blockEnd) {
-            const char16_t unit = *at;
-            if (unit < 0x80) {
-                isPlain = forms.isPlain(unit);
-                if (!isPlain) break;
-                *to++ = static_cast<char>(unit);
-                ++at;
-            } else if (standsAlone(unit)) {
-                to += putUtf8(to, unit);
-                ++at;
-            } else {
-                std::size_t length = 0;
-                const char32_t c = nextCharacter({at, end}, length);
-                to += putUtf8(to, isNoncharacter(c) ? 0xFFFD : c);
-                at += length;
-            }
+    while (at < end) {
+        const char16_t unit = *at;
+        if (unit < 0x80) {
+            if (!forms.isPlain(unit)) break;
+            *to++ = static_cast<char>(unit);
+            ++at;
+        } else if (standsAlone(unit)) {
+            to += putUtf8(to, unit);
+            ++at;
+        } else {
+            std::size_t length = 0;
+            const char32_t c = nextCharacter({at, end}, length);
+            to += putUtf8(to, isNoncharacter(c) ? 0xFFFD : c);
+            at += length;
         }
-        out.append(buffer.data(), static_cast<std::size_t>(to - buffer.data()));
     }
-    return static_cast<std::size_t>(at - text.data());
+    text = {at, end};
+    return to;
 }
 
+// Writes blocks through a buffer of fixed size.
 void appendForms(std::string& out, std::u16string_view text, const CharacterForms& forms) {
-    for (;;) {
-        text.remove_prefix(appendPlain(out, text, forms));
-        if (text.empty()) return;
+    constexpr std::size_t kUnits = 256;
+    std::array<char, kMostBytes * kUnits> buffer;
+    while (!text.empty()) {
+        const bool dividesPair = text.size() > kUnits && (text[kUnits - 1] & 0xFC00) == 0xD800;
+        std::u16string_view block = text.substr(0, kUnits - (dividesPair ? 1 : 0));
+        text.remove_prefix(block.size());
+        const char* const end = putPlain(buffer.data(), block, forms);
+        out.append(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+        if (block.empty()) continue;
+        text = {block.data(), block.size() + text.size()};
         const bool isJoined = forms.joinsLineEnds() && text.starts_with(u"\r\n");
         if (!isJoined) out += forms.formOf(text.front());
         text.remove_prefix(1);

@@ -51,10 +51,13 @@ private:
 
 // Lone surrogates, U+FFFE and U+FFFF become U+FFFD. Nothing is allocated besides `out`.
 void appendForms(std::string& out, std::u16string_view text, const CharacterForms& forms);
-// Appends the text up to the first character that has another form, and returns the length of that part.
-std::size_t appendPlain(std::string& out, std::u16string_view text, const CharacterForms& forms);
 // The same for valid UTF-8.
 void appendForms(std::string& out, std::string_view text, const CharacterForms& forms);
+
+// Writes the text up to the first character that has another form, which `text` then begins with, and returns
+// the end. There is space for kMostBytes for each of its units.
+inline constexpr std::size_t kMostBytes = 3;
+char* putPlain(char* to, std::u16string_view& text, const CharacterForms& forms);
 
 }  // namespace qbsvrl6
 

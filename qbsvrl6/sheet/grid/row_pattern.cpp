@@ -9,8 +9,10 @@ bool RowPattern::matches(const Band& band, Micrometres x, GridFit fit) const {
         (band.background && !isComplete_)) {
         return false;
     }
-    return std::all_of(band.items.begin(), band.items.end(),
-                       [fit](const Item& item) { return !isPicture(item) && takesCells(item, fit); });
+    return std::all_of(band.items.begin(), band.items.end(), [fit](const Item& item) {
+        const bool fillsRow = item.column >= 0 && item.box.height >= kEdgeTolerance;
+        return std::holds_alternative<TextItem>(item.content) && (fillsRow || takesCells(item, fit));
+    });
 }
 
 void RowPattern::remember(const Band& band, Micrometres x, const GridRows& rows, CellPlacement& placement) {

@@ -47,7 +47,15 @@ bool looksLikeFormula(std::u16string_view text) {
     }
 }
 
-constexpr CharacterForms kQuoted = CharacterForms().set('"', "\"\"");
+constexpr CharacterForms kWithoutQuote = CharacterForms().set('"', {});
+
+// Appends up to `room` bytes: those that `put` writes from the place that it receives to the one it returns.
+template <class Put>
+void appendBytes(std::string& out, std::size_t room, Put put) {
+    const std::size_t start = out.size();
+    out.resize(start + room);
+    out.resize(static_cast<std::size_t>(put(out.data() + start) - out.data()));
+}
 
 class CsvWriter final : public CellSink {
 public:
@@ -84,6 +92,7 @@ private:
     }
 
     void writeRecord(const CellRow& row) {
+        if (writeAtOnce(row)) return;
         int column = 0;
         const auto separateUntil = [&](int next) {
             for (; column < next; ++column) stream_.text() += separator_;
@@ -102,14 +111,25 @@ private:
         stream_.text() += lineEnd_;
     }
 
-    void appendField(std::string& out, std::u16string_view text) const {
-        if (text.empty()) return;
-        const std::size_t start = out.size();
-        if (!quotesAll_ && appendPlain(out, text, plain_) == text.size()) return;
-        out.resize(start);
-        out += '"';
-        appendForms(out, text, kQuoted);
-        out += '"';
+    // Writes the record if all its fields are known texts.
+    bool writeAtOnce(const CellRow& row) {
+        if (rawValues_ || defuseFormulas_) return false;
+        std::size_t room = static_cast<std::size_t>(grid().columnCount()) + lineEnd_.size();
+        for (const Cell& cell : row.cells) {
+            if (cell.item == nullptr) continue;
+            if (isPending(*cell.item)) return false;
+            room += roomForField(textOf(*cell.item));
+        }
+        appendBytes(stream_.text(), room, [&](char* to) {
+            int column = 0;
+            for (const Cell& cell : row.cells) {
+                for (; column < cell.column; ++column) *to++ = separator_;
+                if (cell.item != nullptr) to = putField(to, textOf(*cell.item));
+            }
+            for (; column < grid().columnCount() - 1; ++column) *to++ = separator_;
+            return std::copy(lineEnd_.begin(), lineEnd_.end(), to);
+        });
+        return true;
     }
 
     void close(PendingTexts& pending) override {
@@ -122,10 +142,30 @@ private:
 
     // An apostrophe makes spreadsheets show the rest of the text unchanged.
     void appendText(std::string& out, std::u16string_view text) const {
-        if (defuseFormulas_ && looksLikeFormula(text)) {
-            appendField(out, std::u16string(u"'").append(text));
-        } else {
-            appendField(out, text);
+        const std::u16string defused =
+            defuseFormulas_ && looksLikeFormula(text) ? std::u16string(u"'").append(text) : std::u16string();
+        if (!defused.empty()) text = defused;
+        appendBytes(out, roomForField(text), [&](char* to) { return putField(to, text); });
+    }
+
+    static std::size_t roomForField(std::u16string_view text) { return kMostBytes * text.size() + 2; }
+
+    char* putField(char* to, std::u16string_view text) const {
+        if (text.empty()) return to;
+        char* const start = to;
+        if (!quotesAll_) {
+            to = putPlain(to, text, plain_);
+            if (text.empty()) return to;
+        }
+        std::copy_backward(start, to, to + 1);
+        ++to;
+        *start = '"';
+        for (;;) {
+            to = putPlain(to, text, kWithoutQuote);
+            *to++ = '"';
+            if (text.empty()) return to;
+            *to++ = '"';
+            text.remove_prefix(1);
         }
     }
 
@@ -133,7 +173,7 @@ private:
     char separator_;
     CharacterForms plain_;  // without the characters that need quotes around the text
     bool quotesAll_;
-    const char* lineEnd_;
+    std::string_view lineEnd_;
     bool defuseFormulas_;
     Spool& output_;
     TextStream stream_;
