@@ -210,6 +210,8 @@ def test_errors_have_a_place():
             with pytest.raises(qbreport.Error) as caught:
                 report.load(data)
             assert (caught.value.file, caught.value.line) == (file, line), caught.value
+            with pytest.raises(qbreport.Error, match="could not be loaded"):
+                report.render(format="csv")
         with pytest.raises(qbreport.Error, match="doc.*pdf"):
             report.render([], to="a.doc")
 

@@ -92,6 +92,7 @@ class Report:
         self._lock = threading.Lock()  # held by the thread that uses the report
         self._state_lock = threading.RLock()  # makes `cancel` hit the call that is running, or none
         self._cancelled = False
+        self._data_is_missing = False  # since the last load failed
         self._messages: tuple[Message, ...] = ()
         self._warn = warn
         self._library = library()
@@ -170,6 +171,8 @@ class Report:
         dates, datetimes and times (of their clock: time zones are left out, and fractions of seconds), enums by
         their value, UUIDs, None, bytes of pictures, and values of numpy and pandas. Other types raise TypeError.
 
+        After a load that fails, the report has no data: renders raise Error until other data is loaded.
+
         `progress` is described at `render`.
         """
         with self._call(progress) as call:
@@ -177,7 +180,14 @@ class Report:
 
     def _load(self, call: _Call, data: Data, columns: Sequence[str] | None, data_format: str, table: str) -> None:
         if data is None:
+            if self._data_is_missing:
+                raise Error("the last data could not be loaded: load it again, or other data")
             return
+        self._data_is_missing = True
+        self._pass_on(call, data, columns, data_format, table)
+        self._data_is_missing = False
+
+    def _pass_on(self, call: _Call, data: Data, columns: Sequence[str] | None, data_format: str, table: str) -> None:
         if isinstance(data, Query):
             call.checked(self._library.QBXReportLoadDataFrom(
                 self._handle, utf8(data.connection, "connection"), utf8(data.query, "query")))
