@@ -574,9 +574,25 @@ bool CrossTableQuery::columnHolds(std::size_t line, std::size_t level, std::size
     return columnHolds_[line][level][condition];
 }
 
+// The keys of the rows, their order and their number are about what the columns show.
+WalkedRows CrossTableQuery::rowsInColumns(WalkedRows rows) const {
+    const bool leaveNoneOut =
+        std::none_of(cross_.columns.begin(), cross_.columns.end(),
+                     [](const CrossLevel& level) { return level.top > 0 && level.others.empty(); });
+    if (leaveNoneOut) return rows;
+    std::vector<std::uint32_t> shown;
+    for (std::size_t row = 0; row < rows.count(); ++row) {
+        const std::size_t tableRow = rows.tableRow(row);
+        if (columns_.leafOf[tableRow] != CrossAxis::kNowhere)
+            shown.push_back(static_cast<std::uint32_t>(tableRow));
+    }
+    rows.list(std::move(shown));
+    return rows;
+}
+
 std::shared_ptr<const DataSet> CrossTableQuery::evaluate(std::span<const OwnedValue> passed, std::int64_t now,
                                                          WalkedRows rows) {
-    RowView view(rowQuery_.binding(), passed, now, std::move(rows));
+    RowView view(rowQuery_.binding(), passed, now, rowsInColumns(std::move(rows)));
     Evaluation evaluation(*this, view);
     evaluation.total();
     evaluation.findExtremes();

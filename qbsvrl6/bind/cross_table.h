@@ -79,6 +79,7 @@ private:
     CellExpression compile(const std::u16string& text, bool isCondition);
     std::vector<std::vector<CellExpression>> compileConditions(const std::vector<CrossLevel>& levels);
     std::size_t totalOf(Aggregate& aggregate);
+    WalkedRows rowsInColumns(WalkedRows rows) const;
 
     const CrossTable& cross_;
     CrossAxisQuery rowQuery_, columnQuery_;
