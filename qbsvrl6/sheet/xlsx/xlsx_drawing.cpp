@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 #include "qbsvrl6/sheet/workbook/drawing_picture.h"
 #include "qbsvrl6/sheet/xlsx/xlsx_xml.h"
@@ -12,6 +13,20 @@
 namespace qbsvrl6 {
 
 namespace {
+
+constexpr std::size_t kMostKept = 1u << 20;  // bytes of anchors before they are compressed
+
+constexpr std::string_view kEndOfPart = "</xdr:wsDr>\n";
+
+std::string startOfPart() {
+    std::string part;
+    XmlWriter xml(part);
+    xml.declare().open("xdr:wsDr");
+    xml.attribute("xmlns:xdr", "http://schemas.openxmlformats.org/drawingml/2006/spreadsheetDrawing");
+    xml.attribute("xmlns:a", "http://schemas.openxmlformats.org/drawingml/2006/main");
+    xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
+    return part;
+}
 
 std::int64_t emu(double micrometres) {
     if (!std::isfinite(micrometres)) micrometres = 0;
@@ -83,6 +98,7 @@ void XlsxDrawing::add(const Overlay& overlay, std::int64_t row, std::string_view
         addLine(line->line, {box.width, box.height});
     }
     anchors_.open("xdr:clientData").close().close().lineEnd();
+    if (anchorElements_.size() > kMostKept) compress();
 }
 
 XmlWriter& XlsxDrawing::openProperties(std::string_view name) {
@@ -215,16 +231,21 @@ void XlsxDrawing::addLabel(const Drawing::Label& label) {
     xml.close().element("a:t", label.text).close().close().close().close();
 }
 
-std::string XlsxDrawing::xml() const {
-    std::string part;
-    XmlWriter xml(part);
-    xml.declare().open("xdr:wsDr");
-    xml.attribute("xmlns:xdr", "http://schemas.openxmlformats.org/drawingml/2006/spreadsheetDrawing");
-    xml.attribute("xmlns:a", "http://schemas.openxmlformats.org/drawingml/2006/main");
-    xml.attribute("xmlns:r", kRelationNamespace).lineEnd();
-    xml.content() += anchorElements_;
-    xml.close().lineEnd();
-    return part;
+void XlsxDrawing::compress() {
+    if (!compressed_) {
+        compressed_.emplace();
+        compressed_->append(startOfPart());
+    }
+    compressed_->append(anchorElements_);
+    anchorElements_.clear();
+}
+
+void XlsxDrawing::writeTo(ZipWriter& zip, const std::string& name) {
+    anchorElements_ += kEndOfPart;
+    if (!compressed_) return zip.add(name, startOfPart() + std::exchange(anchorElements_, {}));
+    DeflateStream rest;
+    rest.append(std::exchange(anchorElements_, {}));
+    zip.add(name, *std::exchange(compressed_, std::nullopt), std::move(rest));
 }
 
 }  // namespace qbsvrl6

@@ -3,9 +3,11 @@
 #define QBSVR_QBSVRL6_SHEET_XLSX_XLSX_DRAWING_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "qbsvrl6/sheet/grid/cell_grid.h"
+#include "qbsvrl6/sheet/package/zip.h"
 #include "qbsvrl6/support/xml_writer.h"
 
 namespace qbsvrl6 {
@@ -19,8 +21,8 @@ public:
     void add(const Overlay& overlay, std::int64_t row, std::string_view relation);
 
     bool isEmpty() const { return objects_ == 0; }
-    // The whole part, xl/drawings/drawingN.xml.
-    std::string xml() const;
+    // Writes the part, xl/drawings/drawingN.xml. The drawing is then empty.
+    void writeTo(ZipWriter& zip, const std::string& name);
 
 private:
     void addPicture(const PictureItem& item, std::string_view relation);
@@ -32,6 +34,9 @@ private:
     // Writes the number and name of an object; leaves its tag open.
     XmlWriter& openProperties(std::string_view name);
 
+    void compress();
+
+    std::optional<DeflateStream> compressed_;  // the beginning of a large part, whose rest is anchorElements_
     std::string anchorElements_;
     XmlWriter anchors_{anchorElements_};
     int objects_ = 0;

@@ -319,7 +319,7 @@ void XlsxSheet::writeTo(ZipWriter& zip, int number, const PrintSetup& print, con
     zip.add("xl/worksheets/sheet" + name + ".xml", std::move(first), std::move(body_));
     if (hasDrawing()) {
         relations_.add("rIdDrawing", "drawing", "../drawings/drawing" + name + ".xml");
-        zip.add("xl/drawings/drawing" + name + ".xml", drawing_.xml());
+        drawing_.writeTo(zip, "xl/drawings/drawing" + name + ".xml");
         PackageRelations relations = pictures;
         for (const std::size_t chart : charts_) {
             relations.add(chartRelation(chart), "chart", "../charts/chart" + std::to_string(chart) + ".xml");
