@@ -39,6 +39,9 @@ struct Band {
     // The number of its entry in the DocumentStructure; 0: it has none.
     std::uint32_t structure = 0;
 
+    // The band is no higher than this whatever its texts need: the labels of a sheet lie where they are printed.
+    bool keepsHeight = false;
+
     std::u16string bookmark;  // of a group's first header: the value of the group; empty: none
     std::u16string sheet;     // of a workbook, that the band begins; empty: none
     std::optional<Color> background;

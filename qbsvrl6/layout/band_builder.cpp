@@ -449,6 +449,7 @@ BandDraft BandBuilder::labels(std::span<const std::optional<LabelPlace>> places,
     BandDraft whole;
     whole.band.width = instance_.plan.width;
     whole.band.height = labels.label.height + gap;
+    whole.band.keepsHeight = true;
     whole.row = places.empty() ? 0 : view_.rowCount();
     for (std::size_t column = 0; column < places.size(); ++column) {
         if (!places[column]) continue;

@@ -89,8 +89,8 @@ void DocxTable::appendRow(std::string& out, const CellRow& row, bool repeats, Do
     const std::vector<Slot>& slots = slots_.slotsOf(row);
     XmlWriter xml(out);
     xml.open("w:tr").open("w:trPr").open("w:cantSplit").close();
-    xml.open("w:trHeight").attribute("w:val", std::max(twips(row.height), 1)).attribute("w:hRule", "atLeast");
-    xml.close();
+    xml.open("w:trHeight").attribute("w:val", std::max(twips(row.height), 1));
+    xml.attribute("w:hRule", row.keepsHeight ? "exact" : "atLeast").close();
     if (repeats) xml.open("w:tblHeader").close();
     xml.close();
     const std::size_t host =

@@ -64,6 +64,7 @@ void BandStrip::join(Band&& band, Micrometres x, Micrometres y) {
         band_.groupLevel = band.groupLevel;
     }
     band_.repeated = band_.repeated && band.repeated;
+    band_.keepsHeight = band_.keepsHeight && band.keepsHeight;
     for (Item& item : band.items) {
         item.box.x += x - x_;
         item.box.y += y - y_;

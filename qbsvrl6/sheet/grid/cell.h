@@ -45,9 +45,10 @@ struct Overlay {
 
 struct CellRow {
     Micrometres height = 0;
-    Micrometres gap = 0;      // between the row and the one above it
-    Micrometres tail = 0;     // of the band's last row: from there to the band's end
-    std::vector<Cell> cells;  // the cells that begin in this row, by column
+    bool keepsHeight = false;  // whatever its texts need
+    Micrometres gap = 0;       // between the row and the one above it
+    Micrometres tail = 0;      // of the band's last row: from there to the band's end
+    std::vector<Cell> cells;   // the cells that begin in this row, by column
     std::vector<Overlay> overlays;
 
     void clear() {

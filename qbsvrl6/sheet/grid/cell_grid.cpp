@@ -138,6 +138,7 @@ void CellGrid::settleHeights(const Band& band, Micrometres y) {
         }
         const std::int64_t top = static_cast<std::int64_t>(y) + rowTop;
         row.height = std::max(bottom - rowTop, kEdgeTolerance);
+        row.keepsHeight = band.keepsHeight;
         row.gap = static_cast<Micrometres>(std::clamp<std::int64_t>(top - bottom_, 0, INT32_MAX));
         bottom_ = std::max(bottom_, top + row.height);
     }

@@ -58,7 +58,7 @@ StyleTable::Source StyleTable::sourceOf(const Cell& cell, const SheetFormat& for
     source.color = hasColor ? *text->color : source.style->color;
     source.background = cell.background;
     source.border = cell.border;
-    source.wraps = text != nullptr && !format.isNumber && wraps(*cell.item);
+    source.wraps = text != nullptr && !format.isNumber && (format.wraps || wraps(*cell.item));
     // Pictures and drawings contain their padding.
     source.isPadded = cell.item == nullptr || text != nullptr;
     source.format = format;

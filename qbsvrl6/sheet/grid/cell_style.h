@@ -44,6 +44,7 @@ struct SheetFormat {
     std::u16string_view numberFormat;
     int indent = 0;
     std::optional<VerticalAlign> verticalAlign;  // replaces the style's
+    bool wraps = false;                          // also a text of a single line
     bool operator==(const SheetFormat&) const = default;
 };
 

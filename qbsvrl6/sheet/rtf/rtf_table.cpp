@@ -49,7 +49,8 @@ void RtfTable::appendDefinition(std::string& out, const CellRow& row, const std:
                                 bool repeats) {
     // Without \ltrrow in each row, a right-to-left paragraph would reverse the order of the columns.
     appendCommand(out, "\\trowd\\ltrrow\\trgaph0\\trkeep\\trleft", left_);
-    appendCommand(out, "\\trrh", twips(row.height));
+    appendCommand(out, "\\trrh",
+                  row.keepsHeight ? -twips(row.height) : twips(row.height));  // below 0: exactly
     if (repeats) out += "\\trhdr";
     for (const Slot& slot : slots) {
         if (slot.cell != nullptr) {

@@ -65,6 +65,12 @@ int indentOf(const Cell& cell) {
     return std::clamp((room - kCellPadding + kStep * 3 / 10) / kStep, 0, kMaxSteps);
 }
 
+// Of such a text, the cell shows the beginning; on one line, it would go on over empty cells beside it.
+bool endsWithEllipsis(const Item* item) {
+    const auto* const text = item == nullptr ? nullptr : std::get_if<TextItem>(&item->content);
+    return text != nullptr && !text->masked && !text->shown.empty();
+}
+
 }  // namespace
 
 WorkbookSink::WorkbookSink(const SheetOptions& options, const WorkbookLimits& limits)
@@ -299,9 +305,13 @@ void WorkbookSink::writeRow(const CellRow& row, const Growth& growth, int outlin
 void WorkbookSink::writeCell(const Cell& cell, const Growth& growth, const Band& band) {
     const int columnSpan = std::min(cell.columnSpan, limits_.columns - cell.column);
     SheetValue value = sheetValue(cell.item, limits_.units);
-    const SheetFormat format{value.isNumber(), value.format, indentOf(cell),
-                             nearerSide(cell.inset.top + growth.above,
-                                        cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
+    SheetFormat format{value.isNumber(), value.format, indentOf(cell),
+                       nearerSide(cell.inset.top + growth.above,
+                                  cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
+    if (endsWithEllipsis(cell.item)) {
+        format.wraps = true;
+        format.verticalAlign = VerticalAlign::Top;
+    }
     const int style = std::min(styles_.idOf(cell, format), limits_.styles - 1);
     TextItem* const text = cell.item == nullptr ? nullptr : std::get_if<TextItem>(&cell.item->content);
     if (text != nullptr && options_.workbook.formulas) {
