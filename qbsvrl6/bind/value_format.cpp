@@ -57,19 +57,35 @@ std::string dateFormatProblem(std::u16string_view format) {
     return {};
 }
 
+constexpr std::u16string_view kPlaces = u"#,##0.000000000000000";  // kDoubleDigits of them
+
+// A format with as many places as a number has, with thousands separators or without.
+std::u16string_view formatWithPlaces(std::size_t places, bool isGrouped) {
+    constexpr std::size_t kGrouping = 4;
+    const std::u16string_view format = isGrouped ? kPlaces : kPlaces.substr(kGrouping);
+    return format.substr(0, format.find(u'.') + (places == 0 ? 0 : places + 1));
+}
+
 // A number without a format is shown as it is written in the data. If the general format would drop thousands
 // separators or trailing zeros, the cell gets a format that shows them.
 std::u16string_view formatAsWritten(std::u16string_view written) {
-    constexpr std::u16string_view kPlaces = u"#,##0.000000000000000";  // kDoubleDigits of them
-    constexpr std::size_t kGrouping = 4;
     const bool isGrouped = written.find(u',') != std::u16string_view::npos;
     const std::size_t point = std::min(written.find(u'.'), written.size());
     const bool endsWithZero = point < written.size() && written.back() == u'0';
     if (!isGrouped && !endsWithZero) return {};
     if (written.find_first_not_of(u"+-0123456789,.") != std::u16string_view::npos) return {};
-    const std::size_t places = point == written.size() ? 1 : written.size() - point + 1;
-    return kPlaces.substr(isGrouped ? 0 : kGrouping, places + (isGrouped ? kGrouping : 0));
+    return formatWithPlaces(point == written.size() ? 0 : written.size() - point - 1, isGrouped);
 }
+
+// The general format would show other places of a double.
+std::u16string_view formatAsShown(const Number& number) {
+    const Number shown = asShown(number);
+    const Decimal* const decimal = shown.decimal();
+    if (decimal == nullptr) return {};
+    return formatWithPlaces(static_cast<std::size_t>(decimal->reduced().places()), false);
+}
+
+bool isNegativeZero(const Value& value) { return value.number.isZero() && value.text.starts_with(u'-'); }
 
 // Of the number as it is shown without a format.
 std::size_t digitCount(const Value& value) {
@@ -252,10 +268,13 @@ void ValueFormat::setValue(const Value& typed, CellValue& cell) {
         case ValueType::Number:
             cell.number = typed.number;
             if (text_.empty()) {
-                if (digitCount(typed) > kDoubleDigits) {
+                if (digitCount(typed) > kDoubleDigits || isNegativeZero(typed)) {
                     cell.type = ValueType::Text;
                 } else if (!typed.text.empty()) {
                     cell.spreadsheetFormat = formatAsWritten(typed.text);
+                } else if (typed.number.decimal() == nullptr) {
+                    cell.spreadsheetFormat = formatAsShown(typed.number);
+                    if (asShown(typed.number).isZero()) cell.number = 0;
                 }
                 break;
             }

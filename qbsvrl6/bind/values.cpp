@@ -127,6 +127,11 @@ bool toBoolean(const Value& value) {
     }
 }
 
+Number asShown(const Number& number) {
+    constexpr int kPlaces = 9;
+    return number.decimal() != nullptr ? number : number.rounded(kPlaces);
+}
+
 std::u16string_view toText(const Value& value, TextArena& arena) {
     switch (value.type) {
         case ValueType::Null:
@@ -137,10 +142,7 @@ std::u16string_view toText(const Value& value, TextArena& arena) {
             return value.text;
         case ValueType::Number: {
             if (!value.text.empty()) return value.text;
-            // Further places of a double are errors of the calculation, and so are digits beyond its 17.
-            constexpr int kPlaces = 9;
-            const bool isExact = value.number.decimal() != nullptr;
-            const Number shown = isExact ? value.number : value.number.rounded(kPlaces);
+            const Number shown = asShown(value.number);
             if (const Decimal* const decimal = shown.decimal()) {
                 std::array<char16_t, Decimal::kLongestText> digits;
                 const char16_t* const end = decimal->write(digits.data());

@@ -68,6 +68,8 @@ Value makeText(std::u16string_view text);
 [[nodiscard]] bool toDate(const Value& value, std::int64_t& seconds);
 // True for true, numbers other than 0, and texts that read as either.
 [[nodiscard]] bool toBoolean(const Value& value);
+// A number as it is shown without a format. Further places of a double are errors of the calculation.
+Number asShown(const Number& number);
 // The value as it is shown without a format. The result is part of the value's own text, in the arena, or
 // static.
 std::u16string_view toText(const Value& value, TextArena& arena);

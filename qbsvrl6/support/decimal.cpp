@@ -158,7 +158,9 @@ bool Decimal::parse(std::u16string_view text, Decimal& decimal) { return parseTe
 
 bool Decimal::ofDouble(double number, Decimal& decimal) {
     std::array<char, 32> text;
-    const auto written = std::to_chars(text.data(), text.data() + text.size(), number);
+    // Without an exponent, it would write the digits of a large double that are beyond its 17.
+    const auto written =
+        std::to_chars(text.data(), text.data() + text.size(), number, std::chars_format::scientific);
     return parse({text.data(), static_cast<std::size_t>(written.ptr - text.data())}, decimal);
 }
 
