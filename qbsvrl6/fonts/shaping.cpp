@@ -24,7 +24,7 @@ struct CachedText {
     BaseDirection base = BaseDirection::FirstStrong;
     TextLanguage language = TextLanguage::Unknown;
     std::u16string text;
-    ShapedTextPtr shaped;
+    std::shared_ptr<ShapedText> shaped;
 };
 constexpr std::size_t kCachedTexts = 2048;      // a power of two
 constexpr std::size_t kCachedTextLength = 128;  // longer ones are rarely repeated
@@ -91,15 +91,22 @@ bool walkPlain(const FontSet& fonts, std::u16string_view text, ShapingState& sta
     return true;
 }
 
-// Shapes a line from the thread's tables. Returns null if the text needs HarfBuzz.
-std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view text, ShapingState& state) {
-    auto shaped = std::make_shared<ShapedText>();
+// Shapes a line from the thread's tables into the memory of `spare`, which may be null. Returns null if the text
+// needs HarfBuzz.
+std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view text, ShapingState& state,
+                                       std::shared_ptr<ShapedText> spare) {
+    const std::shared_ptr<ShapedText> shaped = spare ? std::move(spare) : std::make_shared<ShapedText>();
+    std::vector<GlyphRun>& runs = shaped->runs;
+    std::size_t runCount = 0;
     GlyphRun* run = nullptr;
     std::uint16_t member = 0;
     double width = 0;
     const auto place = [&](std::size_t i, const PlainCharacter& character, const PairEffect& effect) {
         if (run == nullptr || character.member != member) {
-            run = &shaped->runs.emplace_back();
+            run = runCount < runs.size() ? &runs[runCount] : &runs.emplace_back();
+            ++runCount;
+            run->unitCount = 0;
+            run->glyphs.clear();
             member = character.member;
             run->member = *fonts.member(member);
             run->firstUnit = static_cast<std::uint32_t>(i);
@@ -116,6 +123,7 @@ std::shared_ptr<ShapedText> shapePlain(const FontSet& fonts, std::u16string_view
         ++run->unitCount;
     };
     if (!walkPlain(fonts, text, state, place)) return nullptr;
+    runs.resize(runCount);
     shaped->width = static_cast<float>(width);
     return shaped;
 }
@@ -193,22 +201,23 @@ ShapedTextPtr shape(const FontSet& fonts, std::u16string_view text, BaseDirectio
                     TextLanguage language) {
     ShapingState& state = shapingState();
     if (language == TextLanguage::Unknown) language = fonts.language;
-    const auto shapeNow = [&]() -> ShapedTextPtr {
+    const auto shapeNow = [&](std::shared_ptr<ShapedText> spare = nullptr) {
         // In a right-to-left paragraph, the words of a Latin line run from right to left. The tables hold
         // Chinese forms only.
         if (base != BaseDirection::RightToLeft &&
             (language == TextLanguage::Unknown || language == TextLanguage::Chinese)) {
-            if (ShapedTextPtr plain = shapePlain(fonts, text, state)) return plain;
+            if (auto plain = shapePlain(fonts, text, state, std::move(spare))) return plain;
         }
         return shapeByHarfBuzz(fonts, text, base, language, state);
     };
-    if (text.size() > kCachedTextLength) return shapeNow();
+    if (text.size() > kCachedTextLength) return ShapedTextPtr(shapeNow());
     CachedText& slot = state.slot(fonts, text);
     if (slot.fonts == &fonts && slot.base == base && slot.language == language && slot.text == text)
         return slot.shaped;
     slot.fonts = nullptr;  // the slot is empty if an allocation fails
     slot.text.assign(text);
-    slot.shaped = shapeNow();
+    const bool isSpare = slot.shaped.use_count() == 1;  // texts are not passed to other threads
+    slot.shaped = shapeNow(isSpare ? std::move(slot.shaped) : nullptr);
     slot.fonts = &fonts;
     slot.base = base;
     slot.language = language;

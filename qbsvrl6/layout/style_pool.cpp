@@ -39,6 +39,9 @@ Micrometres PooledStyle::lineHeight(double size) const {
     if (size != knownSize_) {
         const double height = fonts().lineHeight * size * kMicrometresPerPoint * lineSpacing;
         knownLineHeight_ = std::max<Micrometres>(1, static_cast<Micrometres>(std::lround(height)));
+        const double unit = size * kMicrometresPerPoint;
+        const double above = (knownLineHeight_ - (fonts().ascent + fonts().descent) * unit) / 2;
+        knownAscent_ = static_cast<Micrometres>(std::lround(above + fonts().ascent * unit));
         knownSize_ = size;
     }
     return knownLineHeight_;

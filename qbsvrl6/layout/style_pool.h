@@ -26,11 +26,17 @@ public:
     // Found on first use: an export that measures no text needs no fonts.
     const FontSet& fonts() const;
     Micrometres lineHeight(double size) const;
+    // Of a line, from its top to the base line: the letters are in the middle.
+    Micrometres ascent(double size) const {
+        lineHeight(size);
+        return knownAscent_;
+    }
 
 private:
     mutable const FontSet* fonts_ = nullptr;
     mutable double knownSize_ = 0;  // of the last call
     mutable Micrometres knownLineHeight_ = 1;
+    mutable Micrometres knownAscent_ = 0;
 };
 
 // Styles live as long as the pool, at fixed addresses.

@@ -522,11 +522,7 @@ std::size_t placeText(TextItem& item, const PooledStyle& style, Size box) {
     } else if (style.verticalAlign == VerticalAlign::Bottom) {
         top = room - padding.bottom;
     }
-    // The letters are in the middle of their line.
-    const FontSet& fonts = style.fonts();
-    const double unit = item.fontSize * kMicrometresPerPoint;
-    const auto ascent = static_cast<Micrometres>(
-        std::lround((lineHeight - (fonts.ascent + fonts.descent) * unit) / 2 + fonts.ascent * unit));
+    const Micrometres ascent = style.ascent(item.fontSize);
     for (PlacedLine& line : item.lines) {
         line.baseline = top + ascent;
         top += lineHeight;

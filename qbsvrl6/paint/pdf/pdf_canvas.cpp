@@ -16,6 +16,25 @@ constexpr double kItalicSlant = 0.2126;  // twelve degrees
 constexpr int kBoldStroke = 30;          // the stroke of a synthetic bold is this part of the font size
 constexpr double kCircle = 0.5523;       // control points of a quarter circle
 
+// Of the operators that show a string, "(codes)Tj" and "[(codes)number(codes)]TJ".
+constexpr std::string_view kEndOfString = ")Tj\n";
+constexpr std::string_view kEndOfArray = ")]TJ\n";
+constexpr std::size_t kBytesPerGlyph = 40, kBytesAround = 80;
+constexpr int kMostGlyphs = 4'000;  // readers limit the length of strings and arrays
+
+// Whether the next glyph's distance from where the widths put it, in 1/1000 em, is visible.
+bool isNoticeable(float lead) { return lead > 0.5f || lead < -0.5f; }
+
+// Moves the next glyph within an array.
+char* putMove(char* to, float& lead) {
+    const auto distance = static_cast<std::int64_t>(std::lround(std::clamp(lead, -1e6f, 1e6f)));
+    *to++ = ')';
+    to = std::to_chars(to, to + 12, -distance).ptr;
+    *to++ = '(';
+    lead -= static_cast<float>(distance);
+    return to;
+}
+
 }  // namespace
 
 void PdfCanvas::begin(Micrometres pageHeight) {
@@ -371,7 +390,9 @@ void PdfCanvas::openTextClip() {
 }
 
 void PdfCanvas::setTextState(const PdfFont& font, const TextRun& run, bool bold) {
-    const std::int64_t size = std::llround(run.fontSize * kUnitsPerPoint);
+    const std::int64_t size =
+        run.fontSize == textState_.fontSize ? textState_.size : std::llround(run.fontSize * kUnitsPerPoint);
+    textState_.fontSize = run.fontSize;
     if (textState_.font != &font || textState_.size != size) {
         text_.add("/F"sv, std::int64_t{font.resource()}, ' ', size, " Tf\n"sv);
         textState_.font = &font;
@@ -433,7 +454,6 @@ void PdfCanvas::text(const TextRun& run) {
     bool wasItalic = false;
     for (const GlyphRun& part : run.shaped.runs) {
         PdfFont& font = fonts_.use(*part.member.face);
-        bool reads = font.take(part, run.text);
         setTextState(font, run, part.member.syntheticBold);
         const bool isFirst = &part == &run.shaped.runs.front();
         const bool isLast = &part == &run.shaped.runs.back();
@@ -444,17 +464,20 @@ void PdfCanvas::text(const TextRun& run) {
                    run.direction, italic);
             wasItalic = italic;
         }
-        // The string of a longer text would be beyond the limits of readers.
-        constexpr std::uint32_t kMostUnits = 16'000;
-        if (part.unitCount > kMostUnits) reads = true;
-        if (!reads) {
-            text_.append("/Span<</ActualText"sv);
-            appendTextString(text_, run.text.substr(std::min<std::size_t>(part.firstUnit, run.text.size()),
-                                                    part.unitCount));
-            text_.append(">>BDC\n"sv);
+        if (!showPlain(font, part, run, isLast)) {
+            // The string of a longer text would be beyond the limits of readers.
+            constexpr std::uint32_t kMostUnits = 16'000;
+            const bool reads = font.take(part, run.text) || part.unitCount > kMostUnits;
+            if (!reads) {
+                text_.append("/Span<</ActualText"sv);
+                appendTextString(
+                    text_,
+                    run.text.substr(std::min<std::size_t>(part.firstUnit, run.text.size()), part.unitCount));
+                text_.append(">>BDC\n"sv);
+            }
+            show(font, part, run, isLast);
+            if (!reads) text_.append("EMC\n"sv);
         }
-        show(font, part, run, isLast);
-        if (!reads) text_.append("EMC\n"sv);
         if (isLast) break;
         for (const Glyph& glyph : part.glyphs) {
             const bool blank = glyph.cluster < run.text.size() && run.text[glyph.cluster] == u' ';
@@ -469,14 +492,48 @@ void PdfCanvas::showMissingGlyph(const PdfFont& font) {
               MissingGlyph::kCode, ")Tj/F"sv, std::int64_t{font.resource()}, ' ', textState_.size, " Tf\n"sv);
 }
 
-// Writes "(codes)Tj", or "[(codes)number(codes)]TJ" if glyphs are not where their widths put them.
+// Writes a run like show(), if it has a glyph per character, in the order of the text, as nearly all texts.
+// Otherwise returns false; nothing has been written then.
+bool PdfCanvas::showPlain(PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast) {
+    const std::size_t count = glyphs.glyphs.size();
+    const bool isPlain = count == glyphs.unitCount && count < static_cast<std::size_t>(kMostGlyphs) &&
+                         run.wordSpacing == 0 && glyphs.firstUnit + count <= run.text.size();
+    if (!isPlain) return false;
+    char* to = text_.room(count * kBytesPerGlyph + kBytesAround);
+    *to++ = '(';
+    float lead = 0;  // as in show()
+    bool moved = false;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Glyph& glyph = glyphs.glyphs[i];
+        const std::size_t unit = glyphs.firstUnit + i;
+        if (glyph.cluster != unit || glyph.yOffset != 0) return false;
+        const PdfFont::Code* const code = font.take(glyph.id, run.text[unit]);
+        if (code == nullptr) return false;
+        lead += glyph.xOffset;
+        if (isNoticeable(lead)) {
+            to = putMove(to, lead);
+            moved = true;
+        }
+        std::memcpy(to, code->bytes, sizeof code->bytes);
+        to += code->byteCount;
+        lead += glyph.advance - code->width - glyph.xOffset;
+    }
+    if (!isLast && isNoticeable(lead)) {
+        to = putMove(to, lead);
+        moved = true;
+    }
+    const std::string_view end = moved ? kEndOfArray : kEndOfString;
+    const std::size_t start = text_.size();
+    text_.commit(std::copy(end.begin(), end.end(), to));
+    if (moved) text_.insert(start, '[');
+    return true;
+}
+
+// Writes an array if glyphs are not where their widths put them.
 void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast) {
-    constexpr std::size_t kBytesPerGlyph = 40;
-    constexpr float kNoticeable = 0.5f;  // 1/1000 em
-    constexpr int kMostGlyphs = 4'000;   // of an operator: readers limit the length of strings and arrays
     const bool spaced = run.wordSpacing != 0;
     std::size_t start = text_.size();
-    char* to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
+    char* to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + kBytesAround);
     bool moved = false;  // an array was begun
     int shown = 0;       // by the operator
     float rise = 0;
@@ -486,21 +543,17 @@ void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun&
         to += text.size();
     };
     const auto move = [&] {
-        const auto distance = static_cast<std::int64_t>(std::lround(std::clamp(lead, -1e6f, 1e6f)));
-        *to++ = ')';
-        to = std::to_chars(to, to + 12, -distance).ptr;
-        *to++ = '(';
-        lead -= static_cast<float>(distance);
+        to = putMove(to, lead);
         moved = true;
     };
     const auto finish = [&] {
-        add(moved ? ")]TJ\n"sv : ")Tj\n"sv);
+        add(moved ? kEndOfArray : kEndOfString);
         text_.commit(to);
         if (moved) text_.insert(start, '[');
     };
     const auto begin = [&] {
         start = text_.size();
-        to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + 80);
+        to = text_.room(glyphs.glyphs.size() * kBytesPerGlyph + kBytesAround);
         moved = false;
         shown = 0;
         *to++ = '(';
@@ -519,7 +572,7 @@ void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun&
         }
         const PdfFont::Code& code = font.code(glyph.id);
         lead += glyph.xOffset;
-        if (lead > kNoticeable || lead < -kNoticeable) move();
+        if (isNoticeable(lead)) move();
         if (code.code == 0) {
             finish();
             showMissingGlyph(font);
@@ -532,7 +585,7 @@ void PdfCanvas::show(const PdfFont& font, const GlyphRun& glyphs, const TextRun&
         if (spaced && glyph.cluster < run.text.size() && run.text[glyph.cluster] == u' ')
             lead += run.wordSpacing;
     }
-    if (!isLast && (lead > kNoticeable || lead < -kNoticeable)) move();
+    if (!isLast && isNoticeable(lead)) move();
     finish();
     if (rise != 0) text_.append("0 Ts\n"sv);
 }

@@ -96,6 +96,7 @@ private:
     };
     struct TextState {
         const PdfFont* font = nullptr;
+        double fontSize = 0;  // points
         std::int64_t size = 0;
         Color color;
         bool bold = false;
@@ -129,6 +130,7 @@ private:
     void setTextState(const PdfFont& font, const TextRun& run, bool bold);
     void moveTo(Point origin, Direction direction, bool italic);
     void showMissingGlyph(const PdfFont& font);
+    bool showPlain(PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast);
     void show(const PdfFont& font, const GlyphRun& glyphs, const TextRun& run, bool isLast);
 
     PdfFonts& fonts_;

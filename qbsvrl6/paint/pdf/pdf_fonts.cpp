@@ -70,12 +70,6 @@ PdfFont::PdfFont(const FontFace& face, int resource) : face_(face), resource_(re
     charset_ = CffCharset::read({data, length}, hb_face_get_glyph_count(face.face));
 }
 
-PdfFont::Code& PdfFont::codeOf(std::uint32_t glyph) {
-    const std::uint16_t& index = indexes_[glyph];
-    if (index == 0 && glyph != 0) addCode(glyph);
-    return codes_[index];
-}
-
 void PdfFont::addCode(std::uint32_t glyph) {
     const std::size_t index = codes_.size();
     if (face_.cff && charset_.cidOf(glyph) == 0) return;  // of a damaged font
@@ -93,25 +87,8 @@ void PdfFont::addCode(std::uint32_t glyph) {
     std::copy(escaped.begin(), escaped.end(), code.bytes);
 }
 
-std::optional<bool> PdfFont::takePlain(const std::vector<Glyph>& glyphs, std::size_t firstUnit,
-                                       std::u16string_view text) {
-    bool reads = true;
-    std::size_t unit = firstUnit;
-    for (const Glyph& glyph : glyphs) {
-        if (glyph.cluster != unit) return std::nullopt;
-        Code& code = codeOf(glyph.id);
-        const bool known = code.unitCount == 1 && code.firstUnit == text[unit];
-        if (!known && (code.code == 0 || !assignText(code, text.substr(unit, 1)))) reads = false;
-        ++unit;
-    }
-    return reads;
-}
-
 bool PdfFont::take(const GlyphRun& run, std::u16string_view text) {
     const std::vector<Glyph>& glyphs = run.glyphs;
-    if (glyphs.size() == run.unitCount && run.firstUnit + glyphs.size() <= text.size()) {
-        if (const std::optional<bool> reads = takePlain(glyphs, run.firstUnit, text)) return *reads;
-    }
     const std::size_t end = std::min<std::size_t>(run.firstUnit + run.unitCount, text.size());
     const bool rightToLeft = glyphs.size() > 1 && glyphs.front().cluster > glyphs.back().cluster;
     bool reads = true;

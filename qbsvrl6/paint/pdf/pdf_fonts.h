@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +51,14 @@ public:
     // text; if not, the text must be written with the glyphs.
     bool take(const GlyphRun& run, std::u16string_view text);
 
+    // The same for a glyph that represents one character, which is not the first of several: its code, or null if
+    // the code has another text.
+    const Code* take(std::uint32_t glyph, char16_t unit) {
+        Code& code = codeOf(glyph);
+        const bool known = code.unitCount == 1 && code.firstUnit == unit;
+        return known || (code.code != 0 && assignText(code, {&unit, 1})) ? &code : nullptr;
+    }
+
     // Of a glyph of a run that was taken.
     const Code& code(std::uint32_t glyph) const { return codes_[indexes_.used(glyph)]; }
 
@@ -62,10 +69,11 @@ public:
     void write(PdfFile& file, int number, const PdfFontRules& rules) const;
 
 private:
-    // A glyph per character, in the order of the text, as in nearly all texts; nothing for other ones.
-    std::optional<bool> takePlain(const std::vector<Glyph>& glyphs, std::size_t firstUnit,
-                                  std::u16string_view text);
-    Code& codeOf(std::uint32_t glyph);
+    Code& codeOf(std::uint32_t glyph) {
+        const std::uint16_t& index = indexes_[glyph];
+        if (index == 0 && glyph != 0) addCode(glyph);
+        return codes_[index];
+    }
     void addCode(std::uint32_t glyph);
     // Gives the code this text unless it already has one. Returns whether the code now has this text.
     static bool assignText(Code& code, std::u16string_view text);
