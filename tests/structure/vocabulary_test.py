@@ -26,7 +26,8 @@ values = {node.get("value") for node in xsd.iter(XS + "enumeration")} - {"true",
 templates = [ElementTree.fromstring(read(f"tests/qbsvrl6/template/{name}.qbf")) for name in ("everything", "letter", "house-style")]
 used = {word for template in templates for node in template.iter() for word in (node.tag, *node.attrib)}
 lists = re.findall(r"constexpr std::array<Word.*?;", read("qbsvrl6/template/text_values.cpp"), re.S)
-known = OTHERS | set(re.findall(r'"([A-Za-z]\w*)"', "".join([read("qbsvrl6/template/schema.h"), *lists])))
+schema = [read(f"qbsvrl6/template/{name}.h") for name in ("schema", "schema_controls", "schema_words")]
+known = OTHERS | set(re.findall(r'"([A-Za-z]\w*)"', "".join([*schema, *lists])))
 page = set(re.findall(r"\w+", read("docs/template-format.md")))
 
 faults = [f"{what}: {sorted(words)}" for what, words in {
