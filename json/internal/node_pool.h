@@ -110,7 +110,10 @@ private:
     }
 
     void FreeLargeBlocks() noexcept {
-        while (m_LargeBlocks != nullptr) GiveBackLargeBlock(m_LargeBlocks + 1);
+        while (LargeBlock* const block = m_LargeBlocks) {
+            m_LargeBlocks = block->next;
+            ::operator delete(block);
+        }
     }
 
     Arena m_Memory;

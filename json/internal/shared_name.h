@@ -43,7 +43,12 @@ public:
 
     // Whoever owns a name must have forgotten it.
     void Clear() noexcept {
-        while (m_Ring.next != &m_Ring) Remove(m_Ring.next);
+        while (m_Ring.next != &m_Ring) {
+            Name* const name = m_Ring.next;
+            m_Ring.next = name->next;
+            delete name;
+        }
+        m_Ring.previous = &m_Ring;
     }
 
 private:
