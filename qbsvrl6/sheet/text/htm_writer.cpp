@@ -2,7 +2,6 @@
 // tables, the detail grid becomes a table with its titles as headings; all of them share the grid's columns.
 // Styles are classes, which are known only at the end, so the head is written last.
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <set>
 #include <span>
@@ -10,10 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/base64.h"
 #include "qbsvrl6/drawing/svg.h"
-#include "qbsvrl6/fonts/bidi.h"
-#include "qbsvrl6/fonts/shaping.h"
 #include "qbsvrl6/fonts/text_language.h"
 #include "qbsvrl6/items/pending_items.h"
 #include "qbsvrl6/items/unbroken_spans.h"
@@ -21,8 +17,8 @@
 #include "qbsvrl6/sheet/grid/cell_sink.h"
 #include "qbsvrl6/sheet/text/css.h"
 #include "qbsvrl6/sheet/text/free_blocks.h"
+#include "qbsvrl6/sheet/text/htm_content.h"
 #include "qbsvrl6/sheet/text/htm_rules.h"
-#include "qbsvrl6/sheet/text/text_width.h"
 #include "qbsvrl6/sheet/text_stream.h"
 #include "qbsvrl6/support/append.h"
 
@@ -38,93 +34,8 @@ constexpr Micrometres kLeastGap = 500;
 // A wider drawing would be unreadable if shrunk to the width of a phone, so it scrolls sideways.
 constexpr Micrometres kWideDrawing = 120'000;
 
-constexpr int kShareDecimals = 5;  // of a part of a picture
-
 // The width of a block of free controls on a phone, in tracks.
 constexpr int kTracks = 24;
-
-// The attributes of an element whose text, or some of it, runs from right to left: each of its paragraphs has
-// the direction of its first letter.
-std::string_view directionOf(const Item& item) {
-    if (isPending(item)) return " dir=\"auto\"";
-    const std::u16string_view text = textOf(item);
-    if (!std::holds_alternative<TextItem>(item.content) || !mayRunRightToLeft(text)) return "";
-    return std::any_of(text.begin(), text.end(), isHebrew) ? " dir=\"auto\" lang=\"he\""
-                                                           : " dir=\"auto\" lang=\"ar\"";
-}
-
-// The attributes for the direction of the text, or else for the language of its style.
-std::string_view languageOf(const Item& item) {
-    const std::string_view direction = directionOf(item);
-    if (!direction.empty()) return direction;
-    switch (item.style == nullptr ? TextLanguage::Unknown : item.style->language) {
-        case TextLanguage::Chinese:
-            return " lang=\"zh-CN\"";
-        case TextLanguage::Japanese:
-            return " lang=\"ja\"";
-        case TextLanguage::Korean:
-            return " lang=\"ko\"";
-        case TextLanguage::Unknown:
-            break;
-    }
-    return "";
-}
-
-// An upper limit for the width of a text: no common text font is wider.
-Micrometres widthLimit(double columns, double fontSize) {
-    constexpr double kWidestColumn = 0.7;  // em
-    return static_cast<Micrometres>(std::min(columns * fontSize * kMicrometresPerPoint * kWidestColumn, 1e9));
-}
-
-bool mayBeWider(std::u16string_view text, double fontSize, Micrometres room) {
-    const auto mostColumns = 2.0 * static_cast<double>(text.size());
-    return widthLimit(mostColumns, fontSize) > room && widthLimit(displayWidth(text), fontSize) > room;
-}
-
-// The length of a line in the item's box.
-Micrometres lineRoom(const Item& item) {
-    if (item.style == nullptr) return item.box.width;
-    const Edges& padding = item.style->padding;
-    const bool isTurned = item.style->rotation == 90 || item.style->rotation == 270;
-    return isTurned ? item.box.height - padding.top - padding.bottom
-                    : item.box.width - padding.left - padding.right;
-}
-
-// Shrinks a text until each of its numbers fits on one line. Layout has already done so for printed pages,
-// but shows #### if the print would be too small to read; on a screen, the reader can zoom in.
-void shrinkToNumbers(TextItem& text, const ResolvedStyle& style, Micrometres room,
-                     std::span<const NumberSpan> numbers) {
-    Micrometres widest = room;
-    for (const NumberSpan& number : numbers) {
-        const auto span = std::u16string_view(text.text).substr(number.first, number.size());
-        if (!mayBeWider(span, text.fontSize, widest)) continue;
-        const FontSet& fonts = resolveFont(style.fontFamily, style.bold, style.italic);
-        widest = std::max(widest, lineWidth(fonts, text.fontSize, span));
-    }
-    // Whole tenths of a point, so that the document has few styles.
-    if (widest > room) text.fontSize = std::max(std::floor(10 * text.fontSize * room / widest) / 10, 1.0);
-}
-
-// How a browser may wrap a text.
-enum class Wrapping {
-    None,      // not needed: the text fits on one line
-    Any,       // anywhere except in its numbers
-    Forbidden  // not at all: the text is a number
-};
-
-// Appends a text whose numbers must not be broken.
-void appendWithWholeNumbers(std::string& out, std::u16string_view text, std::span<const NumberSpan> numbers) {
-    std::size_t done = 0;
-    for (const NumberSpan& number : numbers) {
-        if (number.size() == 1) continue;
-        appendMarkup(out, text.substr(done, number.first - done));
-        out += "<span class=\"n\">";
-        appendMarkup(out, text.substr(number.first, number.size()));
-        out += "</span>";
-        done = number.end;
-    }
-    appendMarkup(out, text.substr(done));
-}
 
 // The number of rows of a report footer that hold totals: all rows down to the last one with a single value.
 std::size_t countSumRows(std::span<const CellRow> rows) {
@@ -427,7 +338,8 @@ private:
     }
 
     void writeCell(const Band& band, const Cell& cell) {
-        const Wrapping wrapping = cell.item == nullptr ? Wrapping::None : settleWrapping(*cell.item);
+        const Wrapping wrapping =
+            cell.item == nullptr ? Wrapping::None : settleWrapping(*cell.item, options_.paged, numbers_);
         const bool isTitle = band.kind == BandKind::GridTitle && cell.item != nullptr &&
                              (isPending(*cell.item) || !textOf(*cell.item).empty());
         const std::string_view start = startOf(cell, wrapping == Wrapping::Forbidden);
@@ -437,7 +349,7 @@ private:
         } else {
             out() += start;
         }
-        const std::string_view language = cell.item == nullptr ? "" : languageOf(*cell.item);
+        const std::string_view language = cell.item == nullptr ? "" : languageAttributes(*cell.item);
         if (!language.empty()) out() += language;
         writeSpan("colspan", cell.columnSpan);
         writeSpan("rowspan", cell.rowSpan);
@@ -446,25 +358,6 @@ private:
         if (cell.item != nullptr) writeContent(*cell.item, wrapping);
         writeOverlays(cell.column);
         out() += isTitle ? "</th>"sv : "</td>"sv;
-    }
-
-    // Finds the numbers of a text that may not fit on one line, and shrinks the text if they must fit. A cell
-    // of the grid always has its full width; a free one is narrower on a phone.
-    Wrapping settleWrapping(Item& item) {
-        auto* const text = std::get_if<TextItem>(&item.content);
-        if (text == nullptr || text->text.empty()) return Wrapping::None;
-        const Micrometres room = lineRoom(item);
-        const bool breaksAnyway = item.column < 0 || text->lines.size() > 1;
-        const bool isTooWide = mayBeWider(text->text, text->fontSize, room);
-        if (!breaksAnyway && !isTooWide) return Wrapping::None;
-        findUnbrokenSpans(*text, numbers_);
-        const bool needsRoom = isTooWide && room > 0 && (text->masked || !options_.paged);
-        if (needsRoom && !text->pending && item.style != nullptr) {
-            shrinkToNumbers(*text, *item.style, room, numbers_);
-            if (!breaksAnyway && !mayBeWider(text->text, text->fontSize, room)) return Wrapping::None;
-        }
-        const bool isNumber = numbers_.size() == 1 && numbers_.front().size() == text->text.size();
-        return isNumber ? Wrapping::Forbidden : Wrapping::Any;
     }
 
     // The start of a cell's tag, with its style.
@@ -521,73 +414,6 @@ private:
             writeInlineSvg(svg, *drawing->drawing, {item.box.width, item.box.height}, drawing->alternateText);
             if (isWide) out() += "</div>";
         }
-    }
-
-    // The first use of a picture contains its bytes; later uses refer to it by its id.
-    static void appendPicture(std::string& out, const PictureItem& item, const Rect& box, bool isFirst) {
-        const Picture& picture = *item.picture;
-        const Rect& placed = item.placed;
-        // Only the part in the box is shown.
-        const Rect shown = {std::max(placed.x, 0), std::max(placed.y, 0),
-                            std::min(placed.right(), box.width) - std::max(placed.x, 0),
-                            std::min(placed.bottom(), box.height) - std::max(placed.y, 0)};
-        if (shown.width <= 0 || shown.height <= 0) return;
-        XmlWriter svg(out);
-        std::string& view = svg.open("svg").beginAttribute("viewBox");
-        const auto appendShare = [&view](Micrometres part, Micrometres whole) {
-            if (!view.ends_with('"')) view += ' ';
-            appendNumber(view, static_cast<double>(part) / whole, kShareDecimals);
-        };
-        appendShare(shown.x - placed.x, placed.width);
-        appendShare(shown.y - placed.y, placed.height);
-        appendShare(shown.width, placed.width);
-        appendShare(shown.height, placed.height);
-        svg.endAttribute();
-        svg.attribute("preserveAspectRatio", "none");
-        std::string& style = svg.beginAttribute("style");
-        style += "width:";
-        appendMillimetres(style, shown.width);
-        style += ";height:";
-        appendMillimetres(style, shown.height);
-        style += ";aspect-ratio:";
-        appendNumber(style, shown.width, kCssDecimals);
-        style += '/';
-        appendNumber(style, shown.height, kCssDecimals);
-        style += ";margin:";
-        appendMillimetres(style, shown.y);
-        style += " 0 -1mm ";
-        appendMillimetres(style, shown.x);
-        svg.endAttribute();
-        writeAlternateText(svg, item.alternateText);
-        if (isFirst) {
-            svg.open("image").attribute("id", "p", picture.id).attribute("width", 1).attribute("height", 1);
-            appendDataAddress(svg.attribute("preserveAspectRatio", "none").beginAttribute("href"), picture);
-            svg.endAttribute().close();
-        } else {
-            svg.open("use").attribute("href", "#p", picture.id).close();
-        }
-        svg.close();
-    }
-
-    // `numbers` are those of the text, if it may be wrapped.
-    static void appendText(std::string& out, const Item& item, Wrapping wrapping,
-                           std::span<const NumberSpan> numbers) {
-        const auto& text = std::get<TextItem>(item.content);
-        const int rotation = item.style == nullptr ? 0 : item.style->rotation;
-        const bool isLink = !text.link.empty();
-        if (rotation != 0) out += "<span class=\"r" + std::to_string(rotation) + "\">";
-        if (isLink) {
-            out += "<a href=\"";
-            appendMarkup(out, text.link);
-            out += "\">";
-        }
-        if (wrapping == Wrapping::Any) {
-            appendWithWholeNumbers(out, text.text, numbers);
-        } else {
-            appendMarkup(out, text.text);
-        }
-        if (isLink) out += "</a>";
-        if (rotation != 0) out += "</span>";
     }
 
     void close(PendingTexts& pending) override {
