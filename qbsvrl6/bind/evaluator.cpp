@@ -377,6 +377,14 @@ TableRow Evaluator::rowAround(const Table* table, const Position& position) cons
     return at;
 }
 
+// The row of the report's table that holds the row of a table within it.
+TableRow Evaluator::holderOf(TableRow inner) const {
+    while (inner.table != binding_.sources().rows) {
+        inner = {inner.table->parent(), inner.table->parentRow(inner.row)};
+    }
+    return inner;
+}
+
 Value Evaluator::readTable(const Table& table, std::size_t row, std::uint32_t column) {
     Value value = table.value(row, column);
     if (table.isPaged()) value.text = arena_.copy(value.text);
@@ -490,6 +498,12 @@ void Evaluator::extend(AggregateState& state, const Aggregate& aggregate, const 
         const std::size_t tableRow = rows_.tableRow(row);
         const RowRange inner =
             aggregate.table->rowsWithin(*binding_.sources().rows, {tableRow, tableRow + 1});
+        if (inner.first == inner.end && !rows_.isListed()) {
+            // Most rows may have none of a table that only some have.
+            if (inner.first == aggregate.table->rowCount()) break;
+            row += holderOf({aggregate.table, inner.first}).row - tableRow - 1;
+            continue;
+        }
         for (std::size_t innerRow = inner.first; innerRow < inner.end; ++innerRow) {
             goOn();
             const TableRow outer = std::exchange(inner_, TableRow{aggregate.table, innerRow});

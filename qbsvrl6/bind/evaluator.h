@@ -96,6 +96,7 @@ private:
     std::optional<Value> readOfOthers(const BoundName& name, const Position& position) const;
     Value readSource(const BoundName& name, const Position& position);
     TableRow rowAround(const Table* table, const Position& position) const;
+    TableRow holderOf(TableRow inner) const;
     Value readTable(const Table& table, std::size_t row, std::uint32_t column);
     Value readColumn(std::uint32_t column, const Position& position) {
         if (position.row >= rows_.count()) return {};
