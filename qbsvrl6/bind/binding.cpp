@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "qbsvrl6/bind/lookup_table.h"
-#include "qbsvrl6/bind/related_names.h"
 #include "qbsvrl6/model/inheritance.h"
 #include "qbsvrl6/support/ascii.h"
 #include "qbsvrl6/support/error.h"
@@ -327,13 +326,13 @@ void Binding::bindTable(Aggregate& aggregate) const {
     };
     for (const BoundName& name : aggregate.argument->names) {
         if (isOfReport(name) || rows->findColumn(name.name) != Table::npos) continue;
-        const Table* const table = findTableWithColumn(*rows, name.name);
+        const Table* const table = tablesInside().withColumn(name.name);
         if (table == nullptr) continue;
         if (aggregate.table == nullptr || table->isWithin(*aggregate.table)) aggregate.table = table;
     }
     const BoundName* const lone = aggregate.argument->loneName();
     if (aggregate.kind != AggregateKind::Count || lone == nullptr || isOfReport(*lone)) return;
-    if (const Table* const table = findTableInside(*rows, lone->name)) {
+    if (const Table* const table = tablesInside().named(lone->name)) {
         aggregate.table = table;
         aggregate.argument.reset();
     }
@@ -347,8 +346,7 @@ void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     const bool isPlaceholder = origin.shown.starts_with(u'[');
     std::string where = toUtf8(origin.shown.substr(0, kShown)) + (origin.shown.size() > kShown ? "..." : "");
     if (!isPlaceholder) where = '"' + where + '"';
-    const Table* const inside =
-        sources_.rows == nullptr ? nullptr : findTableWithColumn(*sources_.rows, name);
+    const Table* const inside = sources_.rows == nullptr ? nullptr : tablesInside().withColumn(name);
     const std::string hint =
         inside != nullptr
             ? "it is a field of \"" + toUtf8(inside->name()) + "\": read it in an aggregate or a sub-report"
@@ -356,6 +354,11 @@ void Binding::logUnknown(std::u16string_view name, const Origin& origin) const {
     const std::string message =
         "unknown field \"" + toUtf8(name) + "\" in " + where + " is read as empty; " + hint;
     for (const TextPosition& place : report_.placesOf(origin.text, use_)) logWarning(message, place);
+}
+
+const TablesInside& Binding::tablesInside() const {
+    if (!tablesInside_) tablesInside_.emplace(*sources_.rows);
+    return *tablesInside_;
 }
 
 // In the order in which names are looked up, without repeats: as many as a suggestion reads, and one more.

@@ -15,6 +15,7 @@
 
 #include "qbsvrl6/bind/expression.h"
 #include "qbsvrl6/bind/filter_index.h"
+#include "qbsvrl6/bind/related_names.h"
 #include "qbsvrl6/bind/returned_values.h"
 #include "qbsvrl6/bind/sort_terms.h"
 #include "qbsvrl6/bind/text_template.h"
@@ -163,6 +164,7 @@ private:
     void bindName(BoundName& name, Expression& expression, const Origin& origin);
     void logUnknown(std::u16string_view name, const Origin& origin) const;
     const std::vector<std::u16string>& knownNames() const;
+    const TablesInside& tablesInside() const;
     void bindTable(Aggregate& aggregate) const;
     void bindLookup(Lookup& lookup, Expression& expression, const Origin& origin);
     const Table* lookedUpTable(const std::u16string& name, const Origin& origin) const;
@@ -192,7 +194,8 @@ private:
     std::vector<SortTerm> sort_;
     std::vector<BoundGroup> groups_;
     mutable std::optional<std::vector<std::u16string>> knownNames_;
-    bool readsReturned_ = false;  // its rows are those around the sub-reports
+    mutable std::optional<TablesInside> tablesInside_;  // the row table
+    bool readsReturned_ = false;                        // its rows are those around the sub-reports
     std::deque<BoundReturn> returned_;
     std::deque<BoundReturnSite> returnSites_;
     std::unordered_map<const SubReportContent*, std::size_t> returnSiteIndex_;

@@ -1,5 +1,7 @@
 #include "qbsvrl6/bind/related_names.h"
 
+#include <algorithm>
+
 #include "qbsvrl6/support/ascii.h"
 
 namespace qbsvrl6 {
@@ -18,18 +20,6 @@ bool anyNameOf(const Table& table, Found found) {
         name = point == std::u16string_view::npos ? std::u16string_view() : name.substr(point + 1);
     }
     return false;
-}
-
-// The outermost tables first.
-template <class Is>
-const Table* findInside(const Table& table, Is is) {
-    for (const Table* const child : table.children()) {
-        if (is(*child)) return child;
-    }
-    for (const Table* const child : table.children()) {
-        if (const Table* const found = findInside(*child, is)) return found;
-    }
-    return nullptr;
 }
 
 }  // namespace
@@ -54,14 +44,37 @@ RelatedColumn findAround(const Table* table, std::u16string_view name) {
     return {};
 }
 
-const Table* findTableWithColumn(const Table& table, std::u16string_view name) {
-    return findInside(table, [&](const Table& inner) { return findQualified(inner, name) != Table::npos; });
+void TablesInside::add(const Table& outer) {
+    for (const Table* const child : outer.children()) {
+        const Found found{count_++, child};
+        anyNameOf(*child, [&](std::u16string_view name) {
+            byName_[lowerCase(name)].push_back(found);
+            return false;
+        });
+    }
+    for (const Table* const child : outer.children()) add(*child);
 }
 
-const Table* findTableInside(const Table& table, std::u16string_view name) {
-    return findInside(table, [&](const Table& inner) {
-        return anyNameOf(inner, [&](std::u16string_view own) { return equalsIgnoringCase(own, name); });
-    });
+const Table* TablesInside::withColumn(std::u16string_view name) const {
+    const std::u16string folded = lowerCase(name);
+    Found first;
+    for (std::size_t point = folded.find(kPoint); point != std::u16string::npos;
+         point = folded.find(kPoint, point + 1)) {
+        const auto tables = byName_.find(folded.substr(0, point));
+        if (tables == byName_.end()) continue;
+        const std::u16string_view column = name.substr(point + 1);
+        const auto found = std::find_if(
+            tables->second.begin(), tables->second.end(),
+            [column](const Found& inner) { return inner.table->findColumn(column) != Table::npos; });
+        if (found == tables->second.end()) continue;
+        if (first.table == nullptr || found->order < first.order) first = *found;
+    }
+    return first.table;
+}
+
+const Table* TablesInside::named(std::u16string_view name) const {
+    const auto tables = byName_.find(lowerCase(name));
+    return tables == byName_.end() ? nullptr : tables->second.front().table;
 }
 
 std::u16string_view nameInside(const Table& inner, const Table& outer) {
