@@ -65,10 +65,11 @@ int indentOf(const Cell& cell) {
     return std::clamp((room - kCellPadding + kStep * 3 / 10) / kStep, 0, kMaxSteps);
 }
 
-// Of such a text, the cell shows the beginning; on one line, it would go on over empty cells beside it.
-bool endsWithEllipsis(const Item* item) {
+// A free text that ends with an ellipsis on the page. Its cell shows the beginning; on one line, it would go on over
+// the empty cells beside it. In the grid, the next cell cuts it.
+bool isCutFreely(const Item* item) {
     const auto* const text = item == nullptr ? nullptr : std::get_if<TextItem>(&item->content);
-    return text != nullptr && !text->masked && !text->shown.empty();
+    return text != nullptr && item->column < 0 && !text->masked && !text->shown.empty();
 }
 
 }  // namespace
@@ -308,7 +309,7 @@ void WorkbookSink::writeCell(const Cell& cell, const Growth& growth, const Band&
     SheetFormat format{value.isNumber(), value.format, indentOf(cell),
                        nearerSide(cell.inset.top + growth.above,
                                   cell.inset.bottom + (cell.rowSpan == 1 ? growth.below : 0))};
-    if (endsWithEllipsis(cell.item)) {
+    if (isCutFreely(cell.item)) {
         format.wraps = true;
         format.verticalAlign = VerticalAlign::Top;
     }
