@@ -91,7 +91,7 @@ std::shared_ptr<const Picture> PictureStore::load(std::u16string_view source, co
     } else if (looksLikeBase64(source)) {
         encoded = source;
     }
-    if (!encoded.empty()) return loadPicture(decodeBase64(encoded), "picture in the data");
+    if (!encoded.empty()) return loadPicture(decodeBase64(encoded), "in the data");
     // A server that does not answer would delay the export at each row.
     if (isWebAddress(source) && failedFetches_ >= kMostFailedFetches) {
         throw EngineError(ErrorCode::LimitExceeded, "too many pictures could not be fetched already");
@@ -117,7 +117,7 @@ std::shared_ptr<const Picture> PictureStore::embedded(const PictureContent& cont
     if (known != embedded_.end()) return known->second;
     std::shared_ptr<const Picture> picture;
     try {
-        if (!content.embedded.empty()) picture = loadPicture(content.embedded, "picture in the template");
+        if (!content.embedded.empty()) picture = loadPicture(content.embedded, "in the template");
     } catch (const EngineError& error) {
         if (error.endsExport()) throw;
         logWarning(std::string("a picture in the template is left out: ") + error.what());

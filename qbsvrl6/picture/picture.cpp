@@ -43,6 +43,8 @@ struct Head {
     double dotsPerInch = 0;
     int channels = 3;
     bool inverted = false;
+    int orientation = 1;  // of Exif: 1 upright
+    std::string profile;  // the segments of a colour profile
 };
 
 constexpr double kInchesPerMetre = 1 / 0.0254;
@@ -65,9 +67,33 @@ std::optional<Head> readPng(const Bytes& file) {
     return head;
 }
 
+// Exif is a TIFF file, in either byte order: the offset of its directory, the number of entries, and these, of
+// twelve bytes each: a tag, a type, a count and a value.
+int readOrientation(std::string_view exif) {
+    constexpr std::string_view kName("Exif\0\0", 6);
+    constexpr unsigned kOrientation = 0x0112, kShort = 3;
+    constexpr std::size_t kEntry = 12;
+    if (!exif.starts_with(kName)) return 1;
+    const Bytes tiff(exif.substr(kName.size()));
+    const bool isLittle = tiff.holds(0, std::string_view("II*\0", 4));
+    if (!isLittle && !tiff.holds(0, std::string_view("MM\0*", 4))) return 1;
+    const auto u16 = [&](std::size_t at) {
+        return isLittle ? tiff.u8(at) | (tiff.u8(at + 1) << 8) : tiff.u16(at);
+    };
+    const std::size_t directory = isLittle ? u16(4) | (std::size_t{u16(6)} << 16) : tiff.u32(4);
+    const std::size_t end = std::min(directory + 2 + u16(directory) * kEntry, tiff.size());
+    for (std::size_t at = directory + 2; at + kEntry <= end; at += kEntry) {
+        if (u16(at) != kOrientation || u16(at + 2) != kShort) continue;
+        const unsigned value = u16(at + 8);
+        return value >= 1 && value <= 8 ? static_cast<int>(value) : 1;
+    }
+    return 1;
+}
+
 // Segments of a marker (FF and a code), a length and content, up to the frame header: C0 to C2 are the types
 // of frame that readers of documents support; the others are lossless, hierarchical or arithmetically coded.
-std::optional<Head> readJpeg(const Bytes& file) {
+std::optional<Head> readJpeg(std::string_view bytes) {
+    const Bytes file(bytes);
     if (!file.holds(0, "\xFF\xD8\xFF")) return std::nullopt;
     Head head;
     head.encoding = Picture::Encoding::Jpeg;
@@ -82,6 +108,11 @@ std::optional<Head> readJpeg(const Bytes& file) {
             const unsigned unit = file.u8(at + 11);
             if (unit == 1) head.dotsPerInch = file.u16(at + 12);
             if (unit == 2) head.dotsPerInch = file.u16(at + 12) * 2.54;
+        }
+        const std::string_view content = bytes.substr(at + 4, std::max(file.u16(at + 2), 2u) - 2);
+        if (code == 0xE1 && head.orientation == 1) head.orientation = readOrientation(content);
+        if (code == 0xE2 && content.starts_with("ICC_PROFILE")) {
+            head.profile += bytes.substr(at, 4 + content.size());
         }
         // Programs that write this segment invert the ink.
         if (code == 0xEE && file.holds(at + 4, "Adobe")) head.inverted = true;
@@ -112,6 +143,23 @@ std::uint64_t hashOf(std::string_view bytes) {
     return hash;
 }
 
+// Readers of documents disagree about the orientation, so that no picture has one: the pixels are turned. A
+// file that can't be read stays as it is.
+void turnUpright(Picture& picture, const Head& head) {
+    try {
+        const Pixels pixels = decodePicture(picture);
+        std::string file = withEnoughMemory([&] { return encodeUpright(pixels, head.orientation); });
+        constexpr std::size_t kAfterJfif = 20;  // the start of the file, and its first segment
+        if (pixels.channels == picture.channels) file.insert(kAfterJfif, head.profile);
+        picture.bytes = std::move(file);
+        picture.channels = pixels.channels;
+        picture.inverted = false;
+        if (head.orientation >= 5) std::swap(picture.pixelWidth, picture.pixelHeight);
+    } catch (const EngineError& error) {
+        if (error.code() != ErrorCode::BadPicture) throw;
+    }
+}
+
 }  // namespace
 
 std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string& origin) {
@@ -120,7 +168,7 @@ std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string&
                                                         std::to_string(limits::kPictureBytes) + " bytes");
     }
     std::optional<Head> head = readPng(Bytes(bytes));
-    if (!head) head = readJpeg(Bytes(bytes));
+    if (!head) head = readJpeg(bytes);
     if (!head || head->width <= 0 || head->height <= 0) {
         throw EngineError(ErrorCode::BadPicture,
                           "the picture " + origin + " is no PNG or JPEG file that can be read");
@@ -133,14 +181,16 @@ std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string&
     }
     auto picture = std::make_shared<Picture>();
     picture->encoding = head->encoding;
+    picture->origin = origin;
     picture->pixelWidth = static_cast<int>(head->width);
     picture->pixelHeight = static_cast<int>(head->height);
     const bool plausible = head->dotsPerInch >= 1 && head->dotsPerInch <= 100'000;
     if (plausible) picture->dotsPerInch = head->dotsPerInch;
     picture->channels = head->channels;
     picture->inverted = head->inverted;
-    picture->id = hashOf(bytes);
     picture->bytes = std::move(bytes);
+    if (head->orientation != 1) turnUpright(*picture, *head);
+    picture->id = hashOf(picture->bytes);
     return picture;
 }
 

@@ -55,7 +55,7 @@ int PdfPictures::use(const Picture& picture) {
             place->second = write(picture);
         } catch (const EngineError& error) {
             if (error.code() != ErrorCode::BadPicture) throw;
-            logWarning(std::string("a picture is left out: ") + error.what());
+            logWarning("the picture " + picture.origin + " is left out: " + error.what());
         }
     }
     return place->second;

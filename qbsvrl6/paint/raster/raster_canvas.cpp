@@ -96,7 +96,7 @@ cairo_surface_t* DecodedPictures::find(const Picture& picture, int width, int he
         entry.bytes = static_cast<std::size_t>(pixels.width) * static_cast<std::size_t>(pixels.height) * 4;
     } catch (const EngineError& error) {
         if (error.code() != ErrorCode::BadPicture) throw;
-        logWarning(std::string("a picture is left out: ") + error.what());
+        logWarning("the picture " + picture.origin + " is left out: " + error.what());
     }
     bytes_ += entry.bytes;
     entries_.push_front(std::move(entry));

@@ -89,6 +89,50 @@ TEST(Picture, ResolutionOfAPngIsThatOfItsFile) {
     EXPECT_NEAR(loadPicture(file, "x")->dotsPerInch, 300, 0.1);
 }
 
+// Of the pixels in the corners of the file, 0 1 above 2 3, those that are shown above, left and right.
+TEST(Picture, PhotographsAreTurnedUpright) {
+    constexpr int kShown[][2] = {{0, 1}, {0, 1}, {1, 0}, {3, 2}, {2, 3},
+                                 {0, 2}, {2, 0}, {3, 1}, {1, 3}, {0, 1}};
+    constexpr int kStep = 80;
+    Pixels corners{32, 16, 1, {}, {}};
+    for (int y = 0; y < corners.height; ++y) {
+        for (int x = 0; x < corners.width; ++x) {
+            corners.color.push_back(static_cast<std::uint8_t>(kStep * ((x < 16 ? 0 : 1) + (y < 8 ? 0 : 2))));
+        }
+    }
+    const std::string plain = encodeUpright(corners, 1);
+    const auto turned = [&](std::string tiff) {
+        return plain.substr(0, 20) + segment(0xE1, std::string("Exif\0\0", 6) + std::move(tiff)) +
+               segment(0xE2, "ICC_PROFILE colours") + plain.substr(20);
+    };
+    for (int orientation = 0; orientation <= 9; ++orientation) {
+        SCOPED_TRACE(orientation);
+        const char value = static_cast<char>(orientation);
+        const std::string big =
+            std::string("MM\0*\0\0\0\x8\0\1\1\x12\0\3\0\0\0\1\0", 19) + value + std::string(2, '\0');
+        const std::string little =
+            std::string("II*\0\x8\0\0\0\1\0\x12\1\3\0\1\0\0\0", 18) + value + std::string(3, '\0');
+        for (const std::string& tiff : {big, little}) {
+            const auto picture = loadPicture(turned(tiff), "x");
+            const bool isTurned = orientation >= 5 && orientation <= 8;
+            ASSERT_EQ(picture->pixelWidth, isTurned ? 16 : 32);
+            ASSERT_EQ(picture->pixelHeight, isTurned ? 32 : 16);
+            const Pixels shown = decodePicture(*picture);
+            ASSERT_EQ(shown.width, picture->pixelWidth);
+            EXPECT_NEAR(shown.color.front(), kShown[orientation][0] * kStep, 3);
+            EXPECT_NEAR(shown.color[static_cast<std::size_t>(shown.width) - 1],
+                        kShown[orientation][1] * kStep, 3);
+            EXPECT_NE(picture->bytes.find("ICC_PROFILE colours"), std::string::npos);
+            EXPECT_EQ(loadPicture(picture->bytes, "x")->bytes, picture->bytes) << "turned again";
+        }
+        for (std::size_t length = 0; length < little.size(); ++length)
+            loadPicture(turned(little.substr(0, length)), "x");
+    }
+    const std::string damaged =
+        turned(std::string("II*\0\x8\0\0\0\1\0\x12\1\3\0\1\0\0\0\6\0\0\0", 22)).substr(0, 120);
+    EXPECT_THROW(loadPicture(damaged, "x"), EngineError);
+}
+
 TEST(Picture, OthersAreRefused) {
     struct Case {
         const char* name;
