@@ -230,6 +230,7 @@ void DocxTable::appendGraphic(std::string& out, const Item& item, std::uint32_t 
     xml.open("pic:pic").open("pic:nvPicPr").open("pic:cNvPr").attribute("id", id);
     xml.attribute("name", "Picture ", id).close().open("pic:cNvPicPr").close().close();
     xml.open("pic:blipFill").open("a:blip").attribute("r:embed", "rIdPicture", number).close();
+    writeCut(xml, pictureCut(item));
     xml.open("a:stretch").open("a:fillRect").close().close().close();
     xml.open("pic:spPr").open("a:xfrm").open("a:off").attribute("x", 0).attribute("y", 0).close();
     xml.open("a:ext").attribute("cx", width).attribute("cy", height).close().close();

@@ -144,6 +144,10 @@ std::string ChartPart::styleOfAxis(bool isCategory, bool isHorizontal) {
     styles_.attribute("chart:link-data-style-to-source", "false");
     styles_.attribute("chart:reverse-direction", isPie() && !isHorizontal ? "true" : "false");
     if (isCategory) styles_.attribute("text:line-break", "true");
+    // Lines begin in the middle of a category, as bars do, not on the axis.
+    if (isCategory && kind() == ChartKind::Line) styles_.attribute("loext:major-origin", "0.5");
+    if (!isHorizontal && numbers_.axisBeginsAtZero) styles_.attribute("chart:minimum", 0);
+    if (!isHorizontal && numbers_.axisEndsAtZero) styles_.attribute("chart:maximum", 0);
     if (kind() == ChartKind::Bar && !isHorizontal) {
         styles_.attribute("chart:gap-width", gapOfBars(numbers_.series.size()));
         styles_.attribute("chart:overlap", 0);

@@ -49,6 +49,7 @@ XmlWriter& openOdsPart(XmlWriter& xml, std::string_view root) {
     xml.attribute("xmlns:dc", "http://purl.org/dc/elements/1.1/");
     xml.attribute("xmlns:of", "urn:oasis:names:tc:opendocument:xmlns:of:1.2");
     xml.attribute("xmlns:ooo", "http://openoffice.org/2004/office");
+    xml.attribute("xmlns:loext", "urn:org:documentfoundation:names:experimental:office:xmlns:loext:1.0");
     return xml.attribute("office:version", "1.3");
 }
 

@@ -3,7 +3,9 @@
 // them in the file.
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <deque>
+#include <map>
 #include <utility>
 
 #include "qbsvrl6/items/pending_items.h"
@@ -162,6 +164,24 @@ private:
         return content;
     }
 
+    // The style of a frame whose picture is cut off, by the lengths from its edges.
+    std::string frameStyle(const Item& item) {
+        const PictureCut cut = pictureCut(item);
+        std::string name(kFrameStyle);
+        if (cut.isEmpty()) return name;
+        const auto lengthOf = [](double share, Micrometres shown) {
+            return OdsLength{static_cast<Micrometres>(std::lround(shown / (1 - share) * share))};
+        };
+        const Rect box = pictureBox(item);
+        std::string clip = "rect(0mm, ";
+        lengthOf(cut.right, box.width).appendTo(clip);
+        clip += ", ";
+        lengthOf(cut.bottom, box.height).appendTo(clip);
+        clip += ", 0mm)";
+        const auto style = cutFrames_.try_emplace(std::move(clip), cutFrames_.size() + 1).first;
+        return name += "c" + std::to_string(style->second);
+    }
+
     void addOverlay(const Overlay& overlay) override {
         std::string object;
         XmlWriter xml(object);
@@ -176,7 +196,7 @@ private:
         } else {
             const std::string content = contentOf(*overlay.item, {box.width, box.height});
             if (content.empty()) return;
-            xml.open("draw:frame").attribute("draw:style-name", kFrameStyle);
+            xml.open("draw:frame").attribute("draw:style-name", frameStyle(*overlay.item));
             xml.attribute("draw:z-index", objects_++);
             xml.attribute("svg:x", OdsLength{std::max(overlay.x + box.x, 0)});
             xml.attribute("svg:y", OdsLength{std::max(overlay.y + box.y, 0)});
@@ -307,9 +327,17 @@ private:
         for (std::size_t i = 1; i <= papers_.all().size(); ++i) addTable("ta" + std::to_string(i), i, false);
         if (!charts_.isEmpty()) addTable(kNumbersStyle, 1, options().workbook.hideChartNumbers);
         // Readers draw a border around a chart that has no style.
-        xml.open("style:style").attribute("style:name", kFrameStyle).attribute("style:family", "graphic");
-        xml.open("style:graphic-properties").attribute("draw:stroke", "none");
-        xml.attribute("draw:fill", "none").close().close().lineEnd();
+        const auto addFrame = [&xml](std::string_view name, std::string_view clip) {
+            xml.open("style:style").attribute("style:name", name).attribute("style:family", "graphic");
+            xml.open("style:graphic-properties").attribute("draw:stroke", "none");
+            xml.attribute("draw:fill", "none");
+            if (!clip.empty()) xml.attribute("fo:clip", clip);
+            xml.close().close().lineEnd();
+        };
+        addFrame(kFrameStyle, {});
+        for (const auto& [clip, number] : cutFrames_) {
+            addFrame(std::string(kFrameStyle) + "c" + std::to_string(number), clip);
+        }
         xml.content() += styles_.xml(styles().styles());
         xml.close().open("office:body").open("office:spreadsheet").lineEnd();
         DeflateStream first;
@@ -418,6 +446,7 @@ private:
     std::vector<OdsValueKind> kinds_;  // by style
     OdsPapers papers_;
     PictureList pictures_;
+    std::map<std::string, std::size_t> cutFrames_;  // numbered by what is cut off
     OdsCharts charts_;
     int objects_ = 0;
     int outline_ = 0;  // of the last row

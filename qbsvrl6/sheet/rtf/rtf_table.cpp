@@ -109,7 +109,7 @@ void RtfTable::appendBackdrop(std::string& out, const Item& item) {
 }
 
 void RtfTable::appendShape(std::string& out, const Item& item, int left, int top, const char* anchor) {
-    const std::uint32_t number = pictures_.numberOf(item);
+    const std::uint32_t number = pictures_.numberOfShown(item);
     if (number == 0) return;
     const Rect box = pictureBox(item);
     appendCommand(out, "{\\shp{\\*\\shpinst\\shpleft", left);
@@ -135,7 +135,7 @@ void RtfTable::appendContent(std::string& out, Item& item, const TextWriter& tex
 }
 
 void RtfTable::appendPicture(std::string& out, const Item& item) {
-    const std::uint32_t number = pictures_.numberOf(item);
+    const std::uint32_t number = pictures_.numberOfShown(item);
     if (number == 0) return;
     const Rect box = pictureBox(item);
     appendCommand(out, "\\li", twips(std::max(box.x, 0)));

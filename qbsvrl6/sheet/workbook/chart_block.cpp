@@ -100,6 +100,30 @@ SheetValue cellOf(double number) {
     return value;
 }
 
+// Programs invent names for series without one, or show a number in its place: a space among the names.
+void nameSeries(ChartBlock& block) {
+    const auto isNamed = [&](const ChartBlock::Series& series) {
+        return !block.columns[series.values].title.empty();
+    };
+    if (std::none_of(block.series.begin(), block.series.end(), isNamed)) return;
+    for (const ChartBlock::Series& series : block.series) {
+        if (!isNamed(series)) block.columns[series.values].title = u"\u00a0";
+    }
+}
+
+// The axis of bars includes zero, from which their length counts.
+void limitAxisOfBars(ChartBlock& block) {
+    bool hasPositive = false, hasNegative = false;
+    for (const ChartBlock::Column& column : block.columns) {
+        for (const double number : column.numbers) {
+            hasPositive |= number > 0;
+            hasNegative |= number < 0;
+        }
+    }
+    block.axisBeginsAtZero = hasPositive && !hasNegative;
+    block.axisEndsAtZero = hasNegative && !hasPositive;
+}
+
 ChartBlock shapedBlock(const ShownChart& chart) {
     const ChartKind kind = chart.settings.kind;
     if (kind == ChartKind::Pie) return pieBlock(*chart.data);
@@ -140,6 +164,8 @@ bool canBeNative(const ShownChart& chart, std::int64_t rows, std::int64_t mostRo
 
 ChartBlock blockOf(const ShownChart& chart) {
     ChartBlock numbers = shapedBlock(chart);
+    nameSeries(numbers);
+    if (chart.settings.kind == ChartKind::Bar) limitAxisOfBars(numbers);
     numbers.title = chart.settings.title;
     numbers.format = chart.spreadsheetFormat.empty() ? usualFormat(numbers) : chart.spreadsheetFormat;
     return numbers;

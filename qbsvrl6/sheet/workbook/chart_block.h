@@ -27,6 +27,8 @@ struct ChartBlock {
     std::vector<Column> columns;
     std::vector<Series> series;
     std::u16string format;  // of the numbers: "General", "#,##0"
+    // Of the axis of values, where programs may choose a range without zero.
+    bool axisBeginsAtZero = false, axisEndsAtZero = false;
 
     std::size_t rowCount() const;  // without that of the titles
     // The column of the sheet.

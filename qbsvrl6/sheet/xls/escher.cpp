@@ -9,6 +9,7 @@
 #include "qbsvrl6/sheet/xls/escher.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "qbsvrl6/sheet/xls/biff.h"
 
@@ -43,6 +44,8 @@ constexpr u16 kContainerVersion = 0xF;  // of records that contain records
 // Properties of shapes (Opt), each with a value of 32 bits. The upper half of flags selects the bits that the
 // lower half sets.
 constexpr u16 kTextFlags = 0x00BF;
+constexpr u16 kCutBottom = 0x0101;  // shares of the picture that are not shown
+constexpr u16 kCutRight = 0x0103;
 constexpr u16 kPicture = 0x4104;  // its number
 constexpr u16 kFillColor = 0x0181;
 constexpr u16 kFillFlags = 0x01BF;
@@ -135,10 +138,15 @@ constexpr u32 kHasAnchorAndKind = 0x0A00;
 
 }  // namespace
 
-std::string escherPicture(const EscherSheet& sheet, u32 number, u32 picture, std::string_view anchor) {
+std::string escherPicture(const EscherSheet& sheet, u32 number, u32 picture, const PictureCut& cut,
+                          std::string_view anchor) {
     constexpr u16 kPictureFrame = 75;
+    const auto fixed = [](double share) { return static_cast<u32>(std::lround(share * 65'536)); };
     return anchoredShape(shape(kPictureFrame, sheet.shapeId(number), kHasAnchorAndKind),
-                         properties(kPicture, picture, kFillFlags, kNotFilled, kLineFlags, kHasNoLine),
+                         cut.isEmpty()
+                             ? properties(kPicture, picture, kFillFlags, kNotFilled, kLineFlags, kHasNoLine)
+                             : properties(kCutBottom, fixed(cut.bottom), kCutRight, fixed(cut.right),
+                                          kPicture, picture, kFillFlags, kNotFilled, kLineFlags, kHasNoLine),
                          anchor);
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "qbsvrl6/items/item.h"
+#include "qbsvrl6/sheet/workbook/drawing_picture.h"
 
 namespace qbsvrl6 {
 
@@ -29,7 +30,7 @@ struct EscherSheet {
 // workbook's list, from 1. `anchor` is 16 bytes: u16 column, offset in it, row, offset in it, for both
 // corners.
 std::string escherPicture(const EscherSheet& sheet, std::uint32_t number, std::uint32_t picture,
-                          std::string_view anchor);
+                          const PictureCut& cut, std::string_view anchor);
 
 // A slanted line, with the same parameters.
 std::string escherLine(const EscherSheet& sheet, std::uint32_t number, const LineContent& line,

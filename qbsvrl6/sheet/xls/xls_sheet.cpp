@@ -344,7 +344,7 @@ void XlsSheet::writeDrawing(std::string& out, const PrintSetup& print, const Esc
         const auto number = static_cast<u32>(shapes.size()) + 1;
         const std::string place = anchor(shape, print.columnWidths);
         shapes.push_back(shape.line ? escherLine(drawing, number, *shape.line, place)
-                                    : escherPicture(drawing, number, shape.picture, place));
+                                    : escherPicture(drawing, number, shape.picture, shape.cut, place));
         shapeBytes += shapes.back().size();
     }
     const std::string frame = escherFrame(drawing, shapeBytes);

@@ -18,6 +18,7 @@ namespace qbsvrl6 {
 // A picture, given by its number in the workbook's list (from 1), or a slanted line, with its position.
 struct XlsShape {
     std::uint32_t picture = 0;
+    PictureCut cut;
     std::optional<LineContent> line;
     int row = 0, column = 0;
     Micrometres x = 0, y = 0;  // from the cell's upper left corner

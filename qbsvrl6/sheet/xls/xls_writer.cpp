@@ -86,8 +86,8 @@ private:
             return;
         }
         const Rect box = pictureBox(*overlay.item);
-        sheet().add({picture, line, sheet().rowCount(), overlay.column, std::max(overlay.x + box.x, 0),
-                     std::max(overlay.y + box.y, 0), box.width, box.height});
+        sheet().add({picture, pictureCut(*overlay.item), line, sheet().rowCount(), overlay.column,
+                     std::max(overlay.x + box.x, 0), std::max(overlay.y + box.y, 0), box.width, box.height});
     }
 
     void close(PendingTexts& pending) override {

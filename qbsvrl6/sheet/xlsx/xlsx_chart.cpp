@@ -279,6 +279,8 @@ void ChartPart::writeAxis(bool isCategory, bool isHorizontal) {
     value("c:axId", isHorizontal ? "1" : "2");
     xml_.open("c:scaling");
     value("c:orientation", "minMax");
+    if (!isCategory && block_.axisEndsAtZero) value("c:max", "0");
+    if (!isCategory && block_.axisBeginsAtZero) value("c:min", "0");
     xml_.close();
     value("c:delete", "0");
     value("c:axPos", isHorizontal ? "b" : "l");

@@ -88,7 +88,7 @@ void XlsxDrawing::add(const Overlay& overlay, std::int64_t row, std::string_view
     anchors_.element("xdr:rowOff", emu(std::max(overlay.y + box.y, 0)));
     anchors_.close();
     writeExtent(anchors_, "xdr:ext", box.width, box.height);
-    if (picture != nullptr) addPicture(*picture, relation);
+    if (picture != nullptr) addPicture(*overlay.item, *picture, relation);
     if (isChart) {
         addChart({box.width, box.height}, relation, drawing->alternateText);
     } else if (drawing != nullptr) {
@@ -120,15 +120,17 @@ void XlsxDrawing::addLine(const LineContent& line, Size size) {
     xml.close().close().close();
 }
 
-void XlsxDrawing::addPicture(const PictureItem& item, std::string_view relation) {
+void XlsxDrawing::addPicture(const Item& item, const PictureItem& picture, std::string_view relation) {
     XmlWriter& xml = anchors_;
     xml.open("xdr:pic").open("xdr:nvPicPr");
-    openProperties("Picture").attribute("descr", item.alternateText).close();
+    openProperties("Picture").attribute("descr", picture.alternateText).close();
     xml.open("xdr:cNvPicPr").close().close();
     xml.open("xdr:blipFill").open("a:blip").attribute("r:embed", relation).close();
+    writeCut(xml, pictureCut(item));
     xml.open("a:stretch").open("a:fillRect").close().close().close();
     xml.open("xdr:spPr").open("a:xfrm");
-    endTransform(xml, 0, 0, item.placed.width, item.placed.height);
+    const Rect box = pictureBox(item);
+    endTransform(xml, 0, 0, box.width, box.height);
     writePresetShape(xml, "rect");
     xml.close().close();
 }

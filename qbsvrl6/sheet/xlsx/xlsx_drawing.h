@@ -25,7 +25,7 @@ public:
     void writeTo(ZipWriter& zip, const std::string& name);
 
 private:
-    void addPicture(const PictureItem& item, std::string_view relation);
+    void addPicture(const Item& item, const PictureItem& picture, std::string_view relation);
     void addChart(Size size, std::string_view relation, std::u16string_view alternateText);
     void addDrawing(const Drawing& drawing, Size size, std::u16string_view alternateText);
     void addLine(const LineContent& line, Size size);

@@ -37,8 +37,11 @@ def features(sheet):
         outline = sheet.sheet_properties.outlinePr
         print("outline", rows, columns, outline is None or outline.summaryBelow, outline is None or outline.summaryRight)
     for chart in sheet._charts:
+        scaling = chart.y_axis.scaling if hasattr(chart, "y_axis") else None
+        limits = {"min": scaling.min, "max": scaling.max} if scaling else {}
         print("chart", type(chart).__name__, chart.title and ascii(chart.title.tx.rich.p[0].r[0].t),
-              chart.y_axis.numFmt.formatCode if hasattr(chart, "y_axis") else "", "legend" if chart.legend else "")
+              chart.y_axis.numFmt.formatCode if hasattr(chart, "y_axis") else "", "legend" if chart.legend else "",
+              *(f"{name} {limit:g}" for name, limit in limits.items() if limit is not None))
         for series in chart.series:
             numbers = [part.numRef for part in (series.xVal, series.yVal, series.val, series.bubbleSize) if part is not None]
             print("series", series.tx and series.tx.strRef.f, series.cat and series.cat.strRef.f,
@@ -58,6 +61,8 @@ def read_xlsx(path):
     print("links", sorted((area, targets[number][:30]) for area, number in
                           re.findall(r'<hyperlink ref="([^"]*)" r:id="([^"]*)"', "".join(parts.values()))))
     print("lines", "".join(parts.values()).count("<xdr:cxnSp>"))
+    for cut in re.findall(r"<a:srcRect ([^>]*)/>", "".join(parts.values())):
+        print("cut", cut)
     for sheet in book.worksheets:
         hidden = ["hidden"] if sheet.sheet_state != "visible" else []
         print("sheet", *hidden, sheet.title, "freeze", sheet.freeze_panes, "titles", sheet.print_title_rows)
