@@ -73,6 +73,17 @@ pugi::xml_attribute findRepeated(const pugi::xml_node& element) {
     return {};
 }
 
+// Declarations of namespaces are no values of their elements.
+void removeNamespaces(pugi::xml_node element) {
+    const auto isDeclaration = [](const pugi::xml_attribute& attribute) {
+        const std::string_view name = attribute.name();
+        return name == "xmlns" || name.starts_with("xmlns:");
+    };
+    while (const pugi::xml_attribute declaration = element.find_attribute(isDeclaration)) {
+        element.remove_attribute(declaration);
+    }
+}
+
 class Document {
 public:
     explicit Document(const SourceText& source) : source_(source) {
@@ -94,6 +105,16 @@ public:
             }
         }
         if (!root_) fail("the data has no root element", source.text().size());
+        if (source.text().find("xmlns") == std::string_view::npos) return;
+        for (pugi::xml_node node = root_; node;) {
+            removeNamespaces(node);
+            pugi::xml_node next = node.first_child();
+            while (!next && node && node != root_) {
+                next = node.next_sibling();
+                if (!next) node = node.parent();
+            }
+            node = next;
+        }
     }
 
     const pugi::xml_node& root() const { return root_; }

@@ -86,6 +86,8 @@ TEST(ReadData, GivesTablesAndParameters) {
          "r>",
          "c(os.t):-;4, 5 c.os.o@0,1,1(x):1;2;3 "},
         {"<r><a><row><x>1</x></row></a><b><row><x>2</x></row></b></r>", "row(x):1 b.row(x):2 "},
+        {"<r xmlns='u'><rows xmlns='u'><x:row xmlns:x='v' x:b='2'><a xmlns='w'>1</a></x:row></rows><z/></r>",
+         "z= x:row(x:b,a):2,1 "},
         {"\xEF\xBB\xBF<r><!--c--><a> x<b/></a></r>", "a(b): "},
         {"<?xml version=\"1.0\" encoding=\"GB2312\"?><r><a>\xD6\xD0</a></r>", "a=中 "},
         {"<?xml version=\"1.0\" encoding='gb18030'?><r><a>\xD6\xD0\x94\x39\xFC\x36</a></r>", "a=中😀 "},
