@@ -69,14 +69,22 @@ void Pager::beginAskedPage(const BandDraft& lead) {
     for (BandDraft& title : titles) append(std::move(title));
 }
 
-// The page is blank if the next one has the number that is asked for.
+// The page is blank if the next one has the number that is asked for: what it repeats moves on as well.
 void Pager::turnPage(const BandDraft& lead) {
     const bool isOdd = numbers_.number % 2 == 1;
     if (isOdd == (side_ == PageSide::Odd)) return;
     std::vector<BandDraft> titles = takeTitles();
+    std::vector<BandDraft> repeats;
+    if (!hasContent() && placed_.empty()) {
+        repeats = std::exchange(fragment_, {});
+        repeated_ = 0;
+        used_ = 0;
+    }
     endFragment();
     closePage();
     openPage(firstRow(lead));
+    for (BandDraft& repeat : repeats) append(std::move(repeat));
+    repeated_ = fragment_.size();
     for (BandDraft& title : titles) append(std::move(title));
 }
 
