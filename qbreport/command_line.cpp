@@ -389,7 +389,8 @@ std::string helpOf(const CLI::App& app, const CLI::App& command) {
     const std::string flag = what.substr(0, what.find_first_of(": "));
     const std::string see = helpOf(app, command);
     if (error.get_name() == "ArgumentMismatch" && flag.starts_with('-')) {
-        throw WrongUse(flag + " needs a value" + see);
+        const bool isRepeated = what.find(": At ") != std::string::npos && !what.ends_with(" 0");
+        throw WrongUse(flag + (isRepeated ? " is given more than once" : " needs a value") + see);
     }
     if (error.get_name() == "RequiredError" && !flag.starts_with('-')) {
         throw WrongUse("the argument \"" + flag + "\" is missing" + see);

@@ -1,12 +1,16 @@
 #include "qbreport/burst/survey.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "qbreport/burst/digest.h"
 #include "qbreport/burst/distinct.h"
 #include "qbreport/failure.h"
 #include "qbreport/interrupt.h"
+#include "qbreport/suggestion.h"
 
 namespace qbreport {
 
@@ -28,26 +32,50 @@ public:
         Distinct keys(remembers);
         Distinct names(remembers);
         const bool checksNames = !names_.isOneToOne(keyName());
+        std::vector<std::string> missing = source_.columns.names;  // in all rows so far
         Document document;
         while (documents.next(document)) {
             add(survey, document);
+            if (!missing.empty()) removeFound(missing, documents, document);
             const Distinct::Answer key = keys.add(document.key);
             if (key == Distinct::Answer::Known) failKey(documents, document);
             const std::string name = names_.nameOf(source_.columns.names, document.values);
             const Distinct::Answer answer = checksNames ? names.add(name) : Distinct::Answer::New;
-            if (answer == Distinct::Answer::Known) failName(documents, document, name);
+            if (answer == Distinct::Answer::Known) {
+                requireColumns(missing, documents);
+                failName(documents, document, name);
+            }
             if (key == Distinct::Answer::Unknown || answer == Distinct::Answer::Unknown) return std::nullopt;
             requireFree(documents, document, name);
             if (survey.documents % kDocumentsPerCall != 0) continue;
             onShare(documents.share());
             if (isInterrupted()) throw Failure("");
         }
+        if (shard_.isWhole() && survey.documents > 0) requireColumns(missing, documents);
         if (shard_.isWhole()) survey.digest = digest.hex();
         return survey;
     }
 
 private:
     const std::string& keyName() const { return source_.columns.names[source_.columns.key]; }
+
+    void removeFound(std::vector<std::string>& missing, const Documents& documents,
+                     const Document& document) const {
+        const std::vector<std::string> known = documents.rows().columns();
+        std::erase_if(missing, [&](const std::string& name) {
+            const auto& names = source_.columns.names;
+            const auto index =
+                static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
+            return !document.values[index].empty() ||
+                   std::find(known.begin(), known.end(), name) != known.end();
+        });
+    }
+
+    void requireColumns(const std::vector<std::string>& missing, const Documents& documents) const {
+        if (missing.empty()) return;
+        throw Failure("the rows have no column \"" + missing.front() + "\"" +
+                      suggestion(missing.front(), documents.rows().columns(), "columns"));
+    }
 
     [[noreturn]] void failKey(const Documents& documents, const Document& document) const {
         if (source_.isKeyList) {

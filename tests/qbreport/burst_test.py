@@ -271,6 +271,7 @@ class Burst(unittest.TestCase):
         for name in ("%2E%2E/%2E%2E.csv", "%2Fetc%2Fx/%2Fetc%2Fx.csv", "%6Eul/%6Eul.csv", "%2541/%2541.csv", "A/A.csv"):
             self.assertTrue(pathlib.Path("deep/out", name).is_file(), name)
         self.burst(output="flat/{Holder}.csv", status=1, errors=r'rows.jsonl:2: the documents of "../up" and ".." would both be "flat/%empty.csv"; add {Account}')
+        self.burst(output="flat/{Holdr}/{Account}.csv", status=1, errors='the rows have no column "Holdr"; did you mean "Holder"')
         pathlib.Path("rows.csv").write_text(as_csv([{**table[0], "Account": "rows"}]), "utf-8")
         self.burst(output="{Account}.csv", status=1, errors='would replace "rows.csv"', data="rows.csv")
         self.assertFalse(pathlib.Path("flat").exists())

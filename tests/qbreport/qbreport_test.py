@@ -146,6 +146,7 @@ CASES = {
     "render": (2, "$", r'qbreport: error: the argument "template" is missing; see qbreport render --help'),
     "render list.qbf --fromat pdf": (2, "$", r'qbreport: error: there is no flag "--fromat"; did you mean "--format"\?'),
     "render list.qbf other.qbf": (2, "$", r'qbreport: error: "other.qbf" is one argument too many; data has a flag: -d other.qbf; see qbreport render --help'),
+    "render list.qbf -d a.json -d b.json -f csv": (2, "$", r"qbreport: error: --data is given more than once"),
     "render list.qbf -o": (2, "$", r"qbreport: error: --output needs a value"),
     "render list.qbf -o list": (2, "$", r'qbreport: error: the format of "list" is unknown: it has no extension'),
     "render list.qbf": (2, "$", r"qbreport: error: the format is unknown; name a file"),
