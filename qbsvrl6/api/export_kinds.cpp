@@ -36,6 +36,11 @@ PdfStandard standardOf(const ExportJob& job) {
                                  : hasFiles  ? PdfStandard::A3u
                                              : kDefaultStandard;
     const PdfStandard standard = job.options.pdfStandard.value_or(settings.standard.value_or(fallback));
+    const Secret& password = job.options.pdfProtection.userPassword;
+    if (password.isSet() && password.view().empty()) {
+        throw EngineError(ErrorCode::NotSupported,
+                          "user-password is empty: everybody could open the document");
+    }
     if (isProtected && standard != PdfStandard::None) {
         throw EngineError(
             ErrorCode::NotSupported,
@@ -77,7 +82,12 @@ bool hasSignatureBox(const ReportDefinition& report) {
 
 std::optional<PdfSignatureOptions> signatureOf(const ExportJob& job) {
     const PdfSigning& signing = job.options.pdfSigning;
-    if (!signing.isSet()) return std::nullopt;
+    if (!signing.isSet()) {
+        if (signing.password.isSet() || !signing.certificates.empty() || !signing.timeServer.empty()) {
+            throw EngineError(ErrorCode::NotSupported, "there is no key to sign the document: set sign-key");
+        }
+        return std::nullopt;
+    }
     if (job.options.pdfProtection.isSet()) {
         throw EngineError(ErrorCode::NotSupported,
                           "a document has either passwords and permissions or a signature");

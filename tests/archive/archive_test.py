@@ -551,6 +551,11 @@ class Files(unittest.TestCase):
         self.assertIn("Only for you", output_of("pdftotext", "-upw", "usér", file, "-").decode())
         self.assertIn(b"PDF/A", self.render(*options, "standard=a-2u", check=False).stderr)
         self.assertIn(b"signature", self.render(*options, "sign-key=key.p12", "sign-password=hidden-word", check=False).stderr)
+        # What is asked for and would not be done
+        for options, cause in ((("sign-password=hidden-word",), b"there is no key to sign"), (("user-password=",), b"user-password is empty")):
+            refused = self.render(*options, check=False)
+            self.assertNotEqual(refused.returncode, 0)
+            self.assertIn(cause, refused.stderr)
 
     def signed(self, file):
         data = file.read_bytes()
