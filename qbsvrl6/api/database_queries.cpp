@@ -41,9 +41,9 @@ const char* shownType(DataType type) {
         case DataType::Number:
             return "a number";
         case DataType::Date:
-            return "a date";
+            return "a date, such as 2026-03-01";
         case DataType::Boolean:
-            return "a boolean";
+            return "true or false";
         default:
             return "a text";
     }

@@ -1,5 +1,9 @@
 #include "qbsvrl6/api/drawings.h"
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 #include "qbsvrl6/api/report_data.h"
 #include "qbsvrl6/barcode/barcode.h"
 #include "qbsvrl6/chart/chart.h"
@@ -59,8 +63,15 @@ std::shared_ptr<const Drawing> Drawings::barcode(const Control& control, std::u1
 void Drawings::logBadBarcode(const Control& control, const std::string& cause) {
     const std::u16string& source = std::get<BarcodeContent>(control.content).text;
     const ReportDefinition* const report = reportOf(control, report_);
-    const TextPosition place =
-        report == nullptr ? TextPosition{} : report->placesOf(source, TextUse::Report).front();
+    TextPosition place = control.position;
+    if (report != nullptr) {
+        // Other controls may have the same text: the place is the first one within this control.
+        const std::vector<TextPosition> places = report->placesOf(source, TextUse::Report);
+        const auto own = std::find_if(places.begin(), places.end(), [&](const TextPosition& one) {
+            return std::pair(one.line, one.column) >= std::pair(place.line, place.column);
+        });
+        place = own == places.end() ? places.front() : *own;
+    }
     const std::string name = control.name.empty() ? shown(source) : shown(control.name);
     log("the barcode " + name + " is left out: " + cause, place);
 }
@@ -71,12 +82,17 @@ std::shared_ptr<const Drawing> Drawings::chart(const Control& control, const Cha
     Drawing drawing = drawChart(settings, data, {place.width, place.height}, chartFonts_[&control], &leftOut);
     if (leftOut > 0) {
         log("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(leftOut) +
-            " values have no label for lack of room; make the chart larger or its valueFormat shorter");
+            (leftOut == 1 ? " value has" : " values have") +
+            " no label for lack of room; make the chart larger or its valueFormat shorter");
     }
     if (const std::size_t negative = countNegativeAreas(settings, data); negative > 0) {
-        log("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(negative) +
-            (negative == 1 ? " value below zero is not drawn; a bar chart shows it"
-                           : " values below zero are not drawn; a bar chart shows them"));
+        const bool isOne = negative == 1;
+        const char* const cause =
+            settings.kind == ChartKind::Bubble
+                ? (isOne ? " size below zero has no bubble" : " sizes below zero have no bubbles")
+            : isOne ? " value below zero is not drawn; a bar chart shows it"
+                    : " values below zero are not drawn; a bar chart shows them";
+        log("chart \"" + toUtf8(settings.title) + "\": " + std::to_string(negative) + cause);
     }
     return placed(std::move(drawing), place);
 }

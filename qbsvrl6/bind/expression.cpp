@@ -328,12 +328,29 @@ private:
     }
 
     [[noreturn]] void failForFunction(const Token& name) {
-        std::vector<std::u16string_view> names;
+        std::vector<std::u16string_view> names{u"If"};
         for (const Function& function : functions()) names.push_back(function.name);
+        for (const AggregateName& aggregate : kAggregates) names.push_back(aggregate.name);
+        for (const LookupName& lookup : kLookups) names.push_back(lookup.name);
         const std::u16string_view near = nearestName(name.text, names);
         lexer_.fail("there is no function of this name" +
                         (near.empty() ? std::string() : "; did you mean \"" + toUtf8(near) + "\"?"),
                     name.column);
+    }
+
+    [[noreturn]] void failForCount(const Function& called, int count, std::size_t column) {
+        const int least = called.minimumArguments;
+        const int most = called.maximumArguments;
+        std::string expected = std::to_string(least);
+        if (most < 0) {
+            expected = "at least " + expected;
+        } else if (most > least) {
+            expected += (most == least + 1 ? " or " : " to ") + std::to_string(most);
+        }
+        const bool isOne = (most < 0 ? least : most) == 1;
+        lexer_.fail(toUtf8(called.name) + " takes " + expected +
+                        (isOne ? " argument, not " : " arguments, not ") + std::to_string(count),
+                    column);
     }
 
     // Parses from the token after the opening parenthesis.
@@ -357,7 +374,7 @@ private:
         const Function& called = functions()[function];
         if (count < called.minimumArguments ||
             (called.maximumArguments >= 0 && count > called.maximumArguments)) {
-            lexer_.fail("the function takes another number of arguments", name.column);
+            failForCount(called, count, name.column);
         }
         emit(Operation::Call, function, static_cast<std::size_t>(count));
     }

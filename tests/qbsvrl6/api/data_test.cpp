@@ -373,8 +373,8 @@ TEST_F(DataTest, UnknownFieldsAndBadBarcodesNameTheirPlaceOnce) {
         {"<ReportHeader><SubReport><Parameter name='p' expression='1'/><Report>\n"
          "<ReportHeader><Text text='[q]'/></ReportHeader></Report></SubReport></ReportHeader>",
          "t.qbf:3:21: unknown field \"q\" in [q] is read as empty; there are: Id, Amount, p\n"},
-        {"<ReportHeader>\n<Barcode name='Label' type='2' text='A[Id]' width='30mm' "
-         "height='9mm'/></ReportHeader>",
+        {"<ReportHeader><Text text='A[Id]' width='9mm'/>\n<Barcode name='Label' type='2' text='A[Id]' "
+         "width='30mm' height='9mm'/></ReportHeader>",
          "t.qbf:3:32: the barcode \"Label\" is left out: barcode of type 2 for \"A1\": digits only\n"},
         {"<ReportHeader><Chart title='Shares' kind='pie' width='50mm' height='50mm'><Category "
          "name='a'/><Category "
@@ -382,7 +382,7 @@ TEST_F(DataTest, UnknownFieldsAndBadBarcodesNameTheirPlaceOnce) {
          "<Chart title='Risks' kind='bubble' width='50mm' height='50mm'><Series label='a'><Point x='1' y='1' "
          "size='-1'/><Point x='2' y='-1' size='2'/></Series></Chart></ReportHeader>",
          "t.qbf: chart \"Shares\": 1 value below zero is not drawn; a bar chart shows it\n"
-         "t.qbf: chart \"Risks\": 1 value below zero is not drawn; a bar chart shows it\n"},
+         "t.qbf: chart \"Risks\": 1 size below zero has no bubble\n"},
     };
     for (const auto& test : cases) {
         write("tpl/t.qbf",
