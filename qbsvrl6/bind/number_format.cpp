@@ -181,7 +181,7 @@ void NumberFormat::appendWords(const Number& exact, std::u16string& out, std::op
     }
     std::u16string digits;
     appendDigits(exact, digits, color);
-    const std::u16string words = chineseWords(number, digits);
+    const std::u16string words = chineseWords(roundedForWords(exact).toDouble(), digits);
     // A zero unit marks a digit place without a word.
     if (words.find(u'\0') == std::u16string::npos) {
         out += words;
@@ -190,6 +190,19 @@ void NumberFormat::appendWords(const Number& exact, std::u16string& out, std::op
     out += digits;
     logWarningOnce("the format \"" + toUtf8(text_) +
                    "\" has no words for a number: its digits are shown; words end below 1,000,000,000,000");
+}
+
+// As digits are rounded: a double rounds 1234567.005 down, and 2.5 to even.
+Number NumberFormat::roundedForWords(const Number& exact) const {
+    constexpr int kFen = 2;
+    switch (words_.m_Kind) {
+        case larkspur::NumericKindBigMoney:
+            return exact.rounded(kFen);
+        case larkspur::NumericKindBigNumeric:
+            return exact.rounded(0);
+        default:
+            return exact;
+    }
 }
 
 std::u16string NumberFormat::chineseWords(double number, const std::u16string& digits) const {

@@ -40,6 +40,7 @@ private:
     std::u16string_view decimalDigitsOf(const NumberSection& section, const Decimal& magnitude);
     std::u16string_view scientificDigitsOf(const NumberSection& section, double magnitude, int power);
     // Contains a zero unit if there are no words for the number.
+    Number roundedForWords(const Number& exact) const;
     std::u16string chineseWords(double number, const std::u16string& digits) const;
 
     std::u16string text_;
