@@ -39,8 +39,8 @@ private:
     std::u16string_view digitsOf(const NumberSection& section, const Number& magnitude);
     std::u16string_view decimalDigitsOf(const NumberSection& section, const Decimal& magnitude);
     std::u16string_view scientificDigitsOf(const NumberSection& section, double magnitude, int power);
-    // Contains a zero unit if there are no words for the number.
     Number roundedForWords(const Number& exact) const;
+    // Contains a zero unit if there are no words for the number.
     std::u16string chineseWords(double number, const std::u16string& digits) const;
 
     std::u16string text_;

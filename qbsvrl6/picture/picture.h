@@ -21,8 +21,9 @@ struct Picture {
 };
 
 // Makes a picture from the bytes of a file. Reads only the header, unless its orientation is not upright: errors
-// after it are detected when the picture is drawn. `origin` names the source in messages. Raises EngineError: BadPicture for anything but
-// PNG and JPEG, LimitExceeded beyond limits::kPictureBytes and limits::kPicturePixels.
+// after it are detected when the picture is drawn. `origin` names the source in messages. Raises EngineError:
+// BadPicture for anything but PNG and JPEG, LimitExceeded beyond limits::kPictureBytes and
+// limits::kPicturePixels.
 std::shared_ptr<const Picture> loadPicture(std::string bytes, const std::string& origin);
 
 }  // namespace qbsvrl6
