@@ -11,11 +11,9 @@ namespace qbsvrl6 {
 
 inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 
-// The form of each ASCII character. No form is longer than kLongestForm.
+// The form of each ASCII character.
 class CharacterForms {
 public:
-    static constexpr std::size_t kLongestForm = 16;
-
     constexpr CharacterForms& set(char character, std::string_view form) {
         const auto index = static_cast<unsigned char>(character);
         forms_[index] = form;
